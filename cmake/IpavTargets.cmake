@@ -1,0 +1,27 @@
+# What every target of the project is built with.
+
+add_library(ipav_build_flags INTERFACE)
+target_compile_features(ipav_build_flags INTERFACE cxx_std_17)
+target_compile_options(ipav_build_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual
+    -Wold-style-cast>
+  $<$<BOOL:${IPAV_WERROR}>:-Werror>)
+if(IPAV_SANITIZE)
+  target_compile_options(ipav_build_flags INTERFACE
+    -fsanitize=${IPAV_SANITIZE} -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  target_link_options(ipav_build_flags INTERFACE -fsanitize=${IPAV_SANITIZE})
+endif()
+if(IPAV_COVERAGE)
+  target_compile_options(ipav_build_flags INTERFACE --coverage -O0)
+  target_link_options(ipav_build_flags INTERFACE --coverage)
+endif()
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(IPAV_TIDY)
+  find_program(IPAV_CLANG_TIDY clang-tidy REQUIRED)
+  set(CMAKE_CXX_CLANG_TIDY ${IPAV_CLANG_TIDY})
+endif()

@@ -1,0 +1,10 @@
+// The host's fault service: conditions that the plug-in tolerates but that
+// somebody should look into.
+#ifndef IPAV_PLATFORM_HOSTMW_FAULT_H_
+#define IPAV_PLATFORM_HOSTMW_FAULT_H_
+
+extern "C" void hostmw_gen_fault(int code, const char* function,
+                                 const char* file, int line,
+                                 const char* message);
+
+#endif  // IPAV_PLATFORM_HOSTMW_FAULT_H_

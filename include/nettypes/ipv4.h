@@ -1,0 +1,103 @@
+// IPv4 addresses, alone and with a prefix length (CIDR, RFC 4632 section 3.1).
+//
+// Two byte orders meet here, and the name of each function says which one it
+// takes: `network_order` is the in-memory form of `in_addr::s_addr`, first
+// octet at the lowest address; a plain `address` is a number, most significant
+// octet first, so that 0.0.0.1 is 1 on every machine.
+#ifndef NETTYPES_IPV4_H_
+#define NETTYPES_IPV4_H_
+
+#include <netinet/in.h>
+#include <nettypes/net_addr.h>
+
+#include <cstdint>
+#include <string>
+
+namespace nettypes {
+
+// An address; 0.0.0.0 ("unspecified") until one is set.
+class IPv4Addr : public NetAddr {
+ public:
+  IPv4Addr() = default;
+
+  // `network_order` as in in_addr::s_addr: htonl(1) is 0.0.0.1.
+  void set_addr(uint32_t network_order);
+
+  // The number whose dotted form is the address: 0.0.0.1 is 1, 10.0.0.0 is
+  // 0x0a000000. Not network order.
+  uint32_t to_uint32() const { return number_; }
+
+  // 0.0.0.0, the form that a missing address takes.
+  bool is_unspecified() const { return number_ == 0; }
+
+  // "a.b.c.d".
+  std::string to_string() const override;
+
+ private:
+  uint32_t number_ = 0;
+};
+
+bool operator==(const IPv4Addr& a, const IPv4Addr& b);
+bool operator!=(const IPv4Addr& a, const IPv4Addr& b);
+// By to_uint32(), so 9.0.0.0 comes before 10.0.0.0 on every machine.
+bool operator<(const IPv4Addr& a, const IPv4Addr& b);
+
+// An address with the length of its prefix. The address keeps its host bits
+// (10.1.1.1/24 is not 10.1.1.0/24).
+//
+// The length is kept as it was given, also one that no prefix has: a routing
+// table row may carry -1 or 200, and it is printed and compared as such. Where
+// bits are counted (Overlap, IsNetworkAddress, IsBroadcastAddress) a negative
+// length counts as 0 and one above 32 as 32.
+class IPv4AddrMask : public NetAddr {
+ public:
+  static constexpr int32_t kMaxPrefixLen = 32;
+
+  // 0.0.0.0/0, the form that a missing prefix takes.
+  IPv4AddrMask() = default;
+
+  // `address` is a number as IPv4Addr::to_uint32() gives it, not network order.
+  IPv4AddrMask(uint32_t address, int32_t prefix_len);
+
+  // `network_order` as in in_addr::s_addr. The prefix length stays.
+  void set_addr(uint32_t network_order) { addr_.set_addr(network_order); }
+  void set_prefix_len(int32_t prefix_len) { prefix_len_ = prefix_len; }
+
+  const IPv4Addr& addr() const { return addr_; }
+  // As given, possibly out of range.
+  int32_t prefix_len() const { return prefix_len_; }
+
+  // The address is 0.0.0.0, whatever the prefix length.
+  bool IsUnspecified() const { return addr_.is_unspecified(); }
+
+  // The two prefixes have an address in common. As each is a block that its
+  // leading bits name (RFC 4632 section 3.1), this is so exactly when they
+  // agree in the bits of the shorter one. Symmetric. A prefix of length 0
+  // overlaps with every other.
+  bool Overlap(const IPv4AddrMask& other) const;
+
+  // All host bits are zero / all host bits are one: the two values that no host
+  // may have (RFC 1122 section 3.2.1.3). A /32 has no host bits, so both hold
+  // for it, and of the two addresses of a /31 one is the network and the other
+  // the broadcast address although both are usable (RFC 3021): callers skip /31
+  // and /32. In a /0 they are 0.0.0.0 and 255.255.255.255.
+  bool IsNetworkAddress() const;
+  bool IsBroadcastAddress() const;
+
+  // "a.b.c.d/len".
+  std::string to_string() const override;
+
+ private:
+  IPv4Addr addr_;
+  int32_t prefix_len_ = 0;
+};
+
+// Of what is stored: 10.0.0.1/24 equals neither 10.0.0.2/24 nor 10.0.0.1/25.
+bool operator==(const IPv4AddrMask& a, const IPv4AddrMask& b);
+bool operator!=(const IPv4AddrMask& a, const IPv4AddrMask& b);
+// By address and then by prefix length, the shorter one first.
+bool operator<(const IPv4AddrMask& a, const IPv4AddrMask& b);
+
+}  // namespace nettypes
+
+#endif  // NETTYPES_IPV4_H_

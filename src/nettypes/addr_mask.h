@@ -1,0 +1,41 @@
+// What an address with a prefix length does alike in both families.
+#ifndef NETTYPES_ADDR_MASK_H_
+#define NETTYPES_ADDR_MASK_H_
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+namespace nettypes::internal {
+
+// The stored length as a number of bits, 0 to the width of the family.
+template <typename Mask>
+int32_t EffectivePrefixLen(const Mask& mask) {
+  return std::clamp<int32_t>(mask.prefix_len(), 0, Mask::kMaxPrefixLen);
+}
+
+// How many leading bits two overlapping prefixes have in common.
+template <typename Mask>
+int32_t ShorterPrefixLen(const Mask& a, const Mask& b) {
+  return std::min(EffectivePrefixLen(a), EffectivePrefixLen(b));
+}
+
+template <typename Mask>
+bool EqualMasks(const Mask& a, const Mask& b) {
+  return a.addr() == b.addr() && a.prefix_len() == b.prefix_len();
+}
+
+template <typename Mask>
+bool LessMask(const Mask& a, const Mask& b) {
+  if (a.addr() != b.addr()) return a.addr() < b.addr();
+  return a.prefix_len() < b.prefix_len();
+}
+
+template <typename Mask>
+std::string MaskText(const Mask& mask) {
+  return mask.addr().to_string() + "/" + std::to_string(mask.prefix_len());
+}
+
+}  // namespace nettypes::internal
+
+#endif  // NETTYPES_ADDR_MASK_H_

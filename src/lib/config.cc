@@ -1,0 +1,92 @@
+#include "config.h"
+
+#include "internal/assertion.h"
+#include "internal/ipapp_tags.h"
+#include "static_route_config.h"
+
+namespace ip_application::config_valid {
+
+namespace {
+
+constexpr internal::AssertionSite kPathEndsInNode = {
+    "(&keypath->v[0][0])->type == C_XMLTAG", "src/lib/config.cc", 659,
+    "static ip_application::config_valid::InterfaceType "
+    "ip_application::config_valid::Config::intf_type_from_confd_path("
+    "confd_hkeypath_t*)"};
+
+}  // namespace
+
+void GenericConfig::ReadConfigIfNeeded(ConfigAddrFamily family) {
+  const bool is_ipv4 = family == ConfigAddrFamily::kIpv4;
+  const bool is_ipv6 = family == ConfigAddrFamily::kIpv6;
+  if (!is_ipv4 && !is_ipv6) return;
+
+  bool& read = is_ipv4 ? ipv4_read_ : ipv6_read_;
+  if (read) return;
+
+  ReadConfig(family);
+  read = true;  // only now: a read that throws is repeated
+}
+
+Config::Config()
+    : static_route_(std::make_unique<StaticRouteConfig>()),
+      interface_configs_{&mgmt_, &l3_, &lo_} {}
+
+Config::~Config() {
+  static_route_.reset();  // ahead of the readers held by value
+}
+
+void Config::set_sock(int sock) {
+  ospfv2_.set_sock(sock);
+  static_route_->set_sock(sock);
+  for (InterfaceConfig* config : interface_configs_) config->set_sock(sock);
+}
+
+void Config::set_confd_trans(confd_trans_ctx* trans) {
+  ospfv2_.set_confd_trans(trans);
+  static_route_->set_confd_trans(trans);
+  for (InterfaceConfig* config : interface_configs_) {
+    config->set_confd_trans(trans);
+  }
+}
+
+void Config::ReadStaticRouteConfig(ConfigAddrFamily family) {
+  static_route_->ReadConfigIfNeeded(family);
+}
+
+InterfaceConfig* Config::intf_by_type(InterfaceType type) const {
+  for (InterfaceConfig* config : interface_configs_) {
+    if (config->type() == type) return config;
+  }
+  return nullptr;
+}
+
+InterfaceType Config::intf_type_from_confd_path(confd_hkeypath_t* keypath) {
+  if (keypath->len < 1) return InterfaceType::kNone;
+
+  const confd_value_t& last = keypath->v[0][0];
+  internal::RequireType(last, C_XMLTAG, kPathEndsInNode);
+  switch (CONFD_GET_XMLTAG(&last)) {
+    case internal::kMgmtTag:
+      return InterfaceType::kMgmt;
+    case internal::kL3Tag:
+      return InterfaceType::kL3;
+    case internal::kLoopbackTag:
+      return InterfaceType::kLoopback;
+    default:
+      return InterfaceType::kNone;
+  }
+}
+
+// No validation point asks for interfaces or OSPFv2 assignments yet, so these
+// read nothing.
+
+void L3Config::ReadConfig(ConfigAddrFamily /*family*/) {}
+
+void LoConfig::ReadConfig(ConfigAddrFamily /*family*/) {}
+
+void MgmtConfig::ReadConfig(ConfigAddrFamily /*family*/) {}
+
+void Ospfv2Config::ReadConfig(ConfigAddrFamily /*family*/) {}
+
+}  // namespace ip_application::config_valid

@@ -1,0 +1,88 @@
+#include "validate.h"
+
+#include <hostd/hostd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "config.h"
+#include "internal/report.h"
+#include "validate_nd_ra.h"
+
+using ip_application::config_valid::Config;
+using ip_application::config_valid::internal::kReject;
+
+namespace {
+
+// Name of the validation set, and key of the context that the host keeps.
+constexpr char kValidationSet[] = "ip_app_validation";
+
+using Callback = int32_t (*)(int32_t, confd_trans_ctx*, confd_hkeypath_t*,
+                             confd_value_t*, Config&);
+
+struct ValidationPoint {
+  Callback callback;
+  const char* name;
+};
+
+// In search order.
+constexpr ValidationPoint kValidationPoints[] = {
+    {validate_ipv6_nd_ra_interval, "validate_ipv6_nd_ra_interval"},
+    {validate_ipv6_nd_ra_lifetime, "validate_ipv6_nd_ra_lifetime"},
+};
+
+// The first row whose name begins the opaque text, or null. A prefix test by
+// design: a use site may append to the name.
+const ValidationPoint* FindValidationPoint(const char* opaque) {
+  if (opaque == nullptr) return nullptr;  // a use site without opaque text
+  for (const ValidationPoint& point : kValidationPoints) {
+    if (std::strncmp(opaque, point.name, std::strlen(point.name)) == 0) {
+      return &point;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int32_t lib_init(void** context) {
+  *context = new Config();
+  return 0;
+}
+
+int32_t get_validation_point(char* buffer, size_t size) {
+  // A buffer too small gets the beginning of the name.
+  static_cast<void>(std::snprintf(buffer, size, "%s", kValidationSet));
+  return 0;
+}
+
+int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+                 confd_value_t* newval) {
+  if (tctx == nullptr || keypath == nullptr || newval == nullptr) {
+    return kReject;
+  }
+
+  const int sock =
+      hostd_maapi_socket_get(static_cast<hostd_t*>(tctx->vcb_opaque));
+  if (sock < 0) return kReject;
+
+  auto* config =
+      static_cast<Config*>(get_lib_context(tctx->v_opaque, kValidationSet));
+  if (config == nullptr) {
+    confd_trans_seterr(tctx, "Lib context is null!");
+    return kReject;
+  }
+
+  // Before the search: a call of an unknown name binds the snapshot too.
+  config->set_sock(sock);
+  config->set_confd_trans(tctx);
+
+  const ValidationPoint* point = FindValidationPoint(tctx->validate_opaque);
+  if (point == nullptr) return kReject;
+  return point->callback(sock, tctx, keypath, newval, *config);
+}
+
+int32_t lib_finish(void** context) {
+  delete static_cast<Config*>(*context);
+  return 0;
+}

@@ -1,0 +1,20 @@
+// Where the parts of the product lie: found from the program's own file, so
+// that a build tree and an installation work alike from any folder.
+#ifndef IPAV_CLI_LOCATIONS_H_
+#define IPAV_CLI_LOCATIONS_H_
+
+#include <string>
+
+namespace ipav::cli {
+
+struct Locations {
+  std::string plugin;          // libip_app_validation.so
+  std::string yang_dir;        // the data model
+  std::string yang_extension;  // plug-in of the YANG library
+};
+
+Locations FindLocations();
+
+}  // namespace ipav::cli
+
+#endif  // IPAV_CLI_LOCATIONS_H_

@@ -1,0 +1,88 @@
+// ipav: judges IP configurations with the validation plug-in, without a
+// configuration daemon.
+
+#include <fmt/core.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "check.h"
+#include "exit_status.h"
+#include "locations.h"
+#include "points.h"
+
+namespace {
+
+using ipav::cli::CheckOptions;
+using ipav::cli::ExitStatus;
+using ipav::cli::Locations;
+
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  ipav check --running running.xml candidate.xml\n"
+    "  ipav check --running running.json --all a.json b.json\n"
+    "  ipav check --verbose first-configuration.xml\n"
+    "  ipav points\n"
+    "\n"
+    "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
+    "wrong, 3 the plug-in died.";
+
+void AddLocationOptions(CLI::App* app, Locations* locations) {
+  app->add_option("--plugin", locations->plugin, "Validation plug-in to run")
+      ->capture_default_str();
+  app->add_option("--yang", locations->yang_dir, "Folder of the data model")
+      ->capture_default_str();
+}
+
+// The error in one line: a library's text may hold several.
+int Fail(const std::string& reason) {
+  std::string line = reason;
+  while (!line.empty() && line.back() == '\n') line.pop_back();
+  for (char& c : line) {
+    if (c == '\n') c = ' ';
+  }
+  fmt::print(stderr, "ipav: {}\n", line);
+  return ipav::cli::kBadInput;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Locations locations;
+  CheckOptions options;
+  CLI::App app("Judges IP configurations as a router would before a commit.",
+               "ipav");
+  try {
+    locations = ipav::cli::FindLocations();
+    app.require_subcommand(1);
+    app.footer(kExamples);
+    app.set_version_flag("--version", IPAV_VERSION);
+
+    CLI::App* check = app.add_subcommand(
+        "check", "Judge candidates against a running configuration");
+    check->add_option("--running", options.running,
+                      "Running configuration, XML or JSON (default: empty)");
+    check->add_flag("--all", options.all,
+                    "Run every validation point and list its answer");
+    check->add_flag("-v,--verbose", options.verbose,
+                    "Show debug lines and platform calls");
+    check
+        ->add_option("candidate", options.candidates,
+                     "Configurations to judge, XML or JSON")
+        ->required();
+    AddLocationOptions(check, &locations);
+
+    CLI::App* points = app.add_subcommand(
+        "points", "List the use sites of validation points in the model");
+    AddLocationOptions(points, &locations);
+
+    app.parse(argc, argv);
+    return check->parsed() ? ipav::cli::Check(locations, options)
+                           : ipav::cli::ListPoints(locations);
+  } catch (const CLI::Success& success) {
+    return app.exit(success);  // --help and --version
+  } catch (const std::exception& error) {
+    return Fail(error.what());
+  }
+}

@@ -1,0 +1,16 @@
+// ipav points: the use sites of validation points in the data model.
+#ifndef IPAV_CLI_POINTS_H_
+#define IPAV_CLI_POINTS_H_
+
+#include "exit_status.h"
+#include "locations.h"
+
+namespace ipav::cli {
+
+// Prints every use site in the order in which a commit runs them. Throws
+// datastore::InputError.
+ExitStatus ListPoints(const Locations& locations);
+
+}  // namespace ipav::cli
+
+#endif  // IPAV_CLI_POINTS_H_

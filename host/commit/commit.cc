@@ -1,0 +1,263 @@
+#include "commit/commit.h"
+
+#include <sys/wait.h>
+
+#include <cstring>
+#include <exception>
+#include <string_view>
+
+#include "commit/child.h"
+#include "commit/plan.h"
+#include "confd/session.h"
+#include "confd/value.h"
+#include "datastore/diff.h"
+#include "plugin/plugin.h"
+#include "services/framework.h"
+
+namespace ipav::commit {
+
+namespace {
+
+using datastore::DataTree;
+using datastore::Diff;
+using plugin::Plugin;
+using plugin::PluginError;
+
+// Messages of the child, with their texts.
+constexpr char kNoPlugin = 'P';    // why
+constexpr char kInitFailed = 'I';  // why
+constexpr char kPlanned = 'N';     // number of calls
+constexpr char kBegins = 'B';      // point, path
+constexpr char kAnswered = 'A';    // result, then the error text if any
+constexpr char kThrew = 'T';       // what
+constexpr char kFault = 'F';       // message
+constexpr char kDebugLine = 'D';   // line
+constexpr char kCalls = 'C';       // name, number
+constexpr char kFinished = 'E';
+
+// Sends faults and debug lines home as they come.
+class ReportingListener : public services::Listener {
+ public:
+  explicit ReportingListener(const Reporter& reporter) : reporter_(reporter) {
+    services::SetListener(this);
+  }
+  ~ReportingListener() override { services::SetListener(nullptr); }
+  ReportingListener(const ReportingListener&) = delete;
+  ReportingListener& operator=(const ReportingListener&) = delete;
+
+  void OnFault(const std::string& message) override {
+    reporter_.Send({kFault, {message}});
+  }
+  void OnDebugLine(const std::string& line) override {
+    reporter_.Send({kDebugLine, {line}});
+  }
+
+ private:
+  const Reporter& reporter_;
+};
+
+// The child's part: one life of the plug-in over one transaction.
+class Validation {
+ public:
+  Validation(const Plugin& plugin, const DataTree& running,
+             const DataTree& candidate, const Diff& diff,
+             const Reporter& reporter)
+      : plugin_(plugin),
+        session_(running, candidate, diff),
+        reporter_(reporter),
+        listener_(reporter),
+        slot_(contexts_.Slot(plugin.ValidationPoint())) {
+    hostd_.maapi_socket = session_.maapi_socket();
+    hostd_.instance = &instance_;
+    session_.context().v_opaque = &contexts_;
+    session_.context().vcb_opaque = &hostd_;
+  }
+
+  void Run(const std::vector<PointCall>& plan, bool all) {
+    if (!Init()) return;
+    for (const PointCall& call : plan) {
+      if (!Call(call) && !all) break;
+    }
+    static_cast<void>(plugin_.Finish(slot_));  // always 0, says the interface
+    for (const auto& [name, count] : session_.calls()) {
+      reporter_.Send({kCalls, {std::string(name), std::to_string(count)}});
+    }
+    reporter_.Send({kFinished, {}});
+  }
+
+ private:
+  bool Init() {
+    std::string reason = "lib_init failed";
+    try {
+      if (plugin_.Init(slot_) == 0) return true;
+    } catch (const std::exception& error) {
+      reason = std::string("lib_init threw: ") + error.what();
+    }
+    reporter_.Send({kInitFailed, {reason}});
+    return false;
+  }
+
+  // Whether the point accepts.
+  bool Call(const PointCall& call) {
+    const datastore::UseSite& site = *call.site;
+    reporter_.Send({kBegins, {site.opaque, PathOf(call)}});
+
+    const datastore::Model& model = session_.model();
+    const confd::Keypath keypath =
+        call.instance != nullptr
+            ? confd::KeypathOf(model, call.instance)
+            : confd::KeypathOf(model, call.parent, *site.node);
+    const confd::OwnedValue value =
+        site.node->nodetype == LYS_LEAF
+            ? confd::ValueOf(*call.instance)
+            : confd::OwnedValue(confd::TagValue(model, *site.node));
+    confd_value_t newval = *value;
+    std::string opaque = site.opaque;
+    session_.context().validate_opaque =
+        site.has_opaque ? opaque.data() : nullptr;
+    try {
+      const std::int32_t result =
+          plugin_.Validate(&session_.context(), keypath.get(), &newval);
+      Message answer{kAnswered, {std::to_string(result)}};
+      const std::optional<std::string> text = session_.TakeErrorText();
+      if (text.has_value()) answer.texts.push_back(*text);
+      reporter_.Send(answer);
+      return result == 0;
+    } catch (const std::exception& error) {
+      reporter_.Send({kThrew, {error.what()}});
+      return false;
+    }
+  }
+
+  const Plugin& plugin_;
+  confd::Session session_;
+  const Reporter& reporter_;
+  ReportingListener listener_;
+  HostdInterface instance_;
+  hostd hostd_;
+  services::LibraryContexts contexts_;
+  void** slot_;
+};
+
+// The plan without the use sites of other validation sets.
+std::vector<PointCall> PlanFor(const std::string& validation_set,
+                               const DataTree& candidate, const Diff& diff) {
+  std::vector<PointCall> plan;
+  for (const PointCall& call : PlanCalls(candidate, diff)) {
+    if (call.site->point == validation_set) plan.push_back(call);
+  }
+  return plan;
+}
+
+// Collects the child's messages.
+class OutcomeReader {
+ public:
+  Outcome Read(const ChildReport& report) {
+    for (const Message& message : report.messages) Take(message);
+    outcome_.output = report.output;
+    if (!finished_) Fail(HowItEnded(report.wait_status));
+    outcome_.verdict = JudgeAnswers();
+    return outcome_;
+  }
+
+ private:
+  void Take(const Message& message) {
+    const std::vector<std::string>& texts = message.texts;
+    switch (message.kind) {
+      case kNoPlugin:
+        throw PluginError(texts[0]);
+      case kInitFailed:
+        outcome_.failure = texts[0];
+        finished_ = true;
+        break;
+      case kPlanned:
+        outcome_.planned = std::stoul(texts[0]);
+        break;
+      case kBegins:
+        running_ = true;
+        current_ = {texts[0], texts[1], 0, std::nullopt, std::nullopt};
+        break;
+      case kAnswered:
+        current_.result = std::stoi(texts[0]);
+        if (texts.size() > 1) current_.text = texts[1];
+        TakeAnswer();
+        break;
+      case kThrew:
+        current_.exception = texts[0];
+        TakeAnswer();
+        break;
+      case kFault:
+        outcome_.faults.push_back(texts[0]);
+        break;
+      case kDebugLine:
+        outcome_.debug_lines.push_back(texts[0]);
+        break;
+      case kCalls:
+        outcome_.calls[texts[0]] = std::stoull(texts[1]);
+        break;
+      case kFinished:
+        finished_ = true;
+        break;
+      default:
+        break;
+    }
+  }
+
+  void TakeAnswer() {
+    running_ = false;
+    outcome_.answers.push_back(current_);
+  }
+
+  void Fail(const std::string& reason) {
+    outcome_.failure = reason;
+    if (!running_) return;
+    outcome_.failed_point = current_.opaque;
+    outcome_.failed_path = current_.path;
+  }
+
+  static std::string HowItEnded(int wait_status) {
+    if (WIFSIGNALED(wait_status)) {
+      return std::string("killed by signal: ") +
+             strsignal(WTERMSIG(wait_status));
+    }
+    return "ended the process with status " +
+           std::to_string(WEXITSTATUS(wait_status));
+  }
+
+  Verdict JudgeAnswers() const {
+    if (!outcome_.failure.empty()) return Verdict::kPluginFailed;
+    Verdict verdict = Verdict::kAccepted;
+    for (const Answer& answer : outcome_.answers) {
+      if (answer.exception.has_value()) return Verdict::kPluginFailed;
+      if (answer.result != 0) verdict = Verdict::kRefused;
+    }
+    return verdict;
+  }
+
+  Outcome outcome_;
+  Answer current_;
+  bool running_ = false;   // within a point
+  bool finished_ = false;  // the child got to its end
+};
+
+}  // namespace
+
+Outcome RunCommit(const DataTree& running, const DataTree& candidate,
+                  const Options& options) {
+  const Diff diff(running, candidate);
+  const ChildReport report = RunInChild([&](const Reporter& reporter) {
+    try {
+      const Plugin plugin(options.plugin);
+      const std::vector<PointCall> plan =
+          PlanFor(plugin.ValidationPoint(), candidate, diff);
+      reporter.Send({kPlanned, {std::to_string(plan.size())}});
+      Validation(plugin, running, candidate, diff, reporter)
+          .Run(plan, options.all);
+    } catch (const PluginError& error) {
+      reporter.Send({kNoPlugin, {error.what()}});
+    }
+  });
+  return OutcomeReader().Read(report);
+}
+
+}  // namespace ipav::commit

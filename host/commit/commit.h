@@ -1,0 +1,57 @@
+// The commit engine: judges one candidate against one running configuration
+// with a plug-in, as the configuration daemon does before it commits.
+#ifndef IPAV_HOST_COMMIT_COMMIT_H_
+#define IPAV_HOST_COMMIT_COMMIT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "datastore/data_tree.h"
+
+namespace ipav::commit {
+
+struct Options {
+  std::string plugin;  // file
+  bool all = false;    // go on behind a refusal
+};
+
+// What a validation point said of one node.
+struct Answer {
+  std::string opaque;  // name of the point
+  std::string path;
+  std::int32_t result = 0;               // of the callback: 0 accepts
+  std::optional<std::string> text;       // error text that it set, if any
+  std::optional<std::string> exception;  // what it threw instead, if it did
+};
+
+enum class Verdict { kAccepted, kRefused, kPluginFailed };
+
+struct Outcome {
+  Verdict verdict = Verdict::kAccepted;
+  std::vector<Answer> answers;  // of the points that ran, in their order
+  std::size_t planned = 0;      // calls that the commit asks for
+  // Why the plug-in failed other than in an answer, and at which point; the
+  // point is empty outside of one.
+  std::string failure;
+  std::string failed_point;
+  std::string failed_path;
+  std::string output;  // what the plug-in wrote, which it should not
+  std::vector<std::string> faults;
+  std::vector<std::string> debug_lines;
+  std::map<std::string, std::uint64_t> calls;  // of the platform, by name
+};
+
+// Runs the validation points that the changes ask for, in a child process,
+// between one lib_init() and one lib_finish(): the snapshot of a plug-in never
+// outlives a commit. The first refusal ends it. Both trees are of one model.
+// Throws plugin::PluginError when the file is no plug-in.
+Outcome RunCommit(const datastore::DataTree& running,
+                  const datastore::DataTree& candidate, const Options& options);
+
+}  // namespace ipav::commit
+
+#endif  // IPAV_HOST_COMMIT_COMMIT_H_

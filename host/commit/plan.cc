@@ -1,0 +1,129 @@
+#include "commit/plan.h"
+
+#include <algorithm>
+
+#include "confd/path.h"
+
+namespace ipav::commit {
+
+namespace {
+
+using datastore::Change;
+using datastore::DataTree;
+using datastore::Dependency;
+using datastore::Diff;
+using datastore::UseSite;
+
+// The node with its ancestors, from the root down.
+std::vector<const lysc_node*> Chain(const lysc_node* node) {
+  std::vector<const lysc_node*> chain;
+  for (; node != nullptr; node = lysc_data_parent(node)) chain.push_back(node);
+  std::reverse(chain.begin(), chain.end());
+  return chain;
+}
+
+// Every instance of the node at the end of the chain, in document order; one
+// null, the root, for an empty chain.
+std::vector<const lyd_node*> Instances(
+    const DataTree& tree, const std::vector<const lysc_node*>& chain) {
+  std::vector<const lyd_node*> level = {nullptr};
+  for (const lysc_node* node : chain) {
+    std::vector<const lyd_node*> next;
+    for (const lyd_node* parent : level) {
+      const std::vector<const lyd_node*> found = tree.Entries(parent, *node);
+      next.insert(next.end(), found.begin(), found.end());
+    }
+    level = std::move(next);
+  }
+  return level;
+}
+
+// Whether a node at the end of `steps` changed, in any list entry on the way.
+bool ChangedBelow(const std::vector<Change>& changes,
+                  const std::vector<const lysc_node*>& steps,
+                  std::size_t depth) {
+  if (depth == steps.size()) return !changes.empty();
+  for (const Change& change : changes) {
+    if (change.schema != steps[depth]) continue;
+    if (depth + 1 == steps.size()) return true;
+    if (ChangedBelow(change.children, steps, depth + 1)) return true;
+  }
+  return false;
+}
+
+// Changes below a node of the candidate, at it when `steps` is empty.
+bool ChangedFrom(const Diff& diff, const lyd_node* node,
+                 const std::vector<const lysc_node*>& steps) {
+  if (node == nullptr) return ChangedBelow(diff.top(), steps, 0);
+  const Change* change = diff.Of(node);
+  if (change == nullptr) return false;
+  return steps.empty() || ChangedBelow(change->children, steps, 0);
+}
+
+bool Changed(const Diff& diff, const PointCall& call,
+             const Dependency& dependency) {
+  if (dependency.absolute) return ChangedFrom(diff, nullptr, dependency.steps);
+
+  // The list of a call-once site has no instance: start at its parent.
+  std::vector<const lysc_node*> steps = dependency.steps;
+  const lyd_node* from = call.instance;
+  std::size_t ups = dependency.ups;
+  if (from == nullptr) {
+    from = call.parent;
+    if (ups == 0) {
+      steps.insert(steps.begin(), call.site->node);
+    } else {
+      --ups;
+    }
+  }
+  for (; ups > 0 && from != nullptr; --ups) from = lyd_parent(from);
+  return ChangedFrom(diff, from, steps);
+}
+
+bool Runs(const Diff& diff, const PointCall& call) {
+  const UseSite& site = *call.site;
+  if (site.dependencies.empty()) return true;
+  // A leaf depends on itself without saying so.
+  if (site.node->nodetype == LYS_LEAF && diff.Of(call.instance) != nullptr) {
+    return true;
+  }
+  return std::any_of(site.dependencies.begin(), site.dependencies.end(),
+                     [&](const Dependency& dependency) {
+                       return Changed(diff, call, dependency);
+                     });
+}
+
+std::vector<PointCall> CallsOf(const UseSite& site, const DataTree& tree) {
+  std::vector<PointCall> calls;
+  if (site.call_once) {
+    for (const lyd_node* parent :
+         Instances(tree, Chain(lysc_data_parent(site.node)))) {
+      calls.push_back({&site, parent, nullptr});
+    }
+    return calls;
+  }
+  for (const lyd_node* instance : Instances(tree, Chain(site.node))) {
+    calls.push_back({&site, lyd_parent(instance), instance});
+  }
+  return calls;
+}
+
+}  // namespace
+
+std::vector<PointCall> PlanCalls(const DataTree& candidate, const Diff& diff) {
+  std::vector<PointCall> plan;
+  for (const UseSite& site : candidate.model().use_sites()) {
+    for (const PointCall& call : CallsOf(site, candidate)) {
+      if (Runs(diff, call)) plan.push_back(call);
+    }
+  }
+  return plan;
+}
+
+std::string PathOf(const PointCall& call) {
+  return call.instance != nullptr
+             ? confd::PrintPath(call.instance)
+             : confd::PrintPath(call.parent, *call.site->node);
+}
+
+}  // namespace ipav::commit

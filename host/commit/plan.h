@@ -1,0 +1,35 @@
+// Which calls of validation points a commit makes, and in which order.
+#ifndef IPAV_HOST_COMMIT_PLAN_H_
+#define IPAV_HOST_COMMIT_PLAN_H_
+
+#include <libyang/libyang.h>
+
+#include <string>
+#include <vector>
+
+#include "datastore/data_tree.h"
+#include "datastore/diff.h"
+#include "datastore/model.h"
+
+namespace ipav::commit {
+
+// One call: of a node of the candidate, or once for a list, which then has no
+// instance of its own.
+struct PointCall {
+  const datastore::UseSite* site;
+  const lyd_node* parent;    // null: the root
+  const lyd_node* instance;  // null: the call for a whole list
+};
+
+// The calls of a commit in their order: by priority, then by the order of the
+// model, then by that of the candidate. A use site runs where a node that it
+// depends on changed, and everywhere when it names no dependency.
+std::vector<PointCall> PlanCalls(const datastore::DataTree& candidate,
+                                 const datastore::Diff& diff);
+
+// Path of the node that a call is about, as an operator writes it.
+std::string PathOf(const PointCall& call);
+
+}  // namespace ipav::commit
+
+#endif  // IPAV_HOST_COMMIT_PLAN_H_

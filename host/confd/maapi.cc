@@ -1,0 +1,281 @@
+// MAAPI over the candidate of the open session.
+
+#include <confd_maapi.h>
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "confd/confd_error.h"
+#include "confd/path.h"
+#include "confd/read.h"
+#include "confd/session.h"
+#include "confd/value.h"
+
+namespace ipav::confd {
+
+namespace {
+
+// Where a walk stands: the entry that the next call delivers.
+struct CursorState {
+  const lyd_node* next;
+};
+
+Target ResolveFormat(const Session& session, const char* format, va_list args) {
+  return Resolve(session.candidate(), ParsePath(FormatPath(format, args)));
+}
+
+// The list that a path names, without keys.
+Target ResolveList(const Session& session, const char* format, va_list args) {
+  const Target target = ResolveFormat(session, format, args);
+  if (target.schema->nodetype != LYS_LIST || target.has_keys) {
+    throw ConfdError(CONFD_ERR_BADPATH, "not the path of a list");
+  }
+  return target;
+}
+
+// The body of every typed read: a leaf of that type, handed to `take`.
+template <typename Take>
+int TypedRead(const char* call, int sock, int thandle, confd_vtype type,
+              const char* format, va_list args, const Take& take) {
+  return Guarded([&] {
+    Session& session = Session::OfTransaction(sock, thandle);
+    session.CountCall(call);
+    take(*ReadLeaf(session.candidate(), type, format, args));
+    return CONFD_OK;
+  });
+}
+
+// String value of an XPath result: the text of its first node.
+std::string StringValue(const ly_set& nodes) {
+  if (nodes.count == 0) return "";
+  const char* text = lyd_get_value(nodes.dnodes[0]);
+  return text == nullptr ? "" : text;
+}
+
+struct SetDeleter {
+  void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
+};
+
+std::string EvaluateXPath(const lyd_node& context, const char* expression) {
+  ly_set* result = nullptr;
+  const LY_ERR error = lyd_find_xpath(&context, expression, &result);
+  const std::unique_ptr<ly_set, SetDeleter> nodes(result);
+  if (error != LY_SUCCESS || nodes == nullptr) {
+    throw ConfdError(CONFD_ERR_XPATH,
+                     std::string("not an XPath of nodes: ") + expression);
+  }
+  return StringValue(*nodes);
+}
+
+}  // namespace
+
+}  // namespace ipav::confd
+
+namespace confd = ipav::confd;
+
+int maapi_exists(int sock, int thandle, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::Guarded([&] {
+    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
+    session.CountCall("maapi_exists");
+    return confd::ResolveFormat(session, fmt, args).node != nullptr ? 1 : 0;
+  });
+  va_end(args);
+  return result;
+}
+
+int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::Guarded([&] {
+    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
+    session.CountCall("maapi_num_instances");
+    const confd::Target list = confd::ResolveList(session, fmt, args);
+    int count = 0;
+    for (const lyd_node* entry = list.node; entry != nullptr;
+         entry = ipav::datastore::NextEntry(entry)) {
+      ++count;
+    }
+    return count;
+  });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
+                   ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::Guarded([&] {
+    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
+    session.CountCall("maapi_get_elem");
+    *v = confd::ReadLeaf(session.candidate(), fmt, args).Release();
+    return CONFD_OK;
+  });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
+                       ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::TypedRead(
+      __func__, sock, thandle, C_BUF, fmt, args, [&](const auto& value) {
+        const confd_buf_t& text = value.val.buf;
+        if (n < 1 || text.size >= static_cast<unsigned>(n)) {
+          throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "buffer too small");
+        }
+        std::memcpy(buf, text.ptr, text.size + 1);
+      });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
+                         ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_INT32, fmt, args,
+                       [&](const auto& value) { *rval = value.val.i32; });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
+                          ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_UINT8, fmt, args,
+                       [&](const auto& value) { *rval = value.val.u8; });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
+                           const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_UINT16, fmt, args,
+                       [&](const auto& value) { *rval = value.val.u16; });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
+                           const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_UINT32, fmt, args,
+                       [&](const auto& value) { *rval = value.val.u32; });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_ipv4_and_plen_elem(int sock, int thandle, confd_ipv4_prefix* rval,
+                                 const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::TypedRead(
+      __func__, sock, thandle, C_IPV4_AND_PLEN, fmt, args,
+      [&](const auto& value) { *rval = value.val.ipv4prefix; });
+  va_end(args);
+  return result;
+}
+
+int maapi_get_ipv6_and_plen_elem(int sock, int thandle, confd_ipv6_prefix* rval,
+                                 const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::TypedRead(
+      __func__, sock, thandle, C_IPV6_AND_PLEN, fmt, args,
+      [&](const auto& value) { *rval = value.val.ipv6prefix; });
+  va_end(args);
+  return result;
+}
+
+int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
+                      ...) {
+  mc->n = 0;
+  mc->impl = nullptr;
+  va_list args;
+  va_start(args, fmt);
+  const int result = confd::Guarded([&] {
+    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
+    session.CountCall("maapi_init_cursor");
+    const confd::Target list = confd::ResolveList(session, fmt, args);
+    mc->impl = new confd::CursorState{list.node};
+    return CONFD_OK;
+  });
+  va_end(args);
+  return result;
+}
+
+namespace {
+
+void FreeKeys(maapi_cursor* mc) {
+  for (int i = 0; i < mc->n; ++i) confd_free_value(&mc->keys[i]);
+  mc->n = 0;
+}
+
+}  // namespace
+
+int maapi_get_next(maapi_cursor* mc) {
+  FreeKeys(mc);
+  return confd::Guarded([&] {
+    auto* state = static_cast<confd::CursorState*>(mc->impl);
+    if (state == nullptr) {
+      throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "cursor is not open");
+    }
+    confd::Session* session = confd::Session::Current();
+    if (session != nullptr) session->CountCall("maapi_get_next");
+    const lyd_node* entry = state->next;
+    if (entry == nullptr) return CONFD_OK;
+
+    for (const lyd_node* key = lyd_child(entry);
+         key != nullptr && lysc_is_key(key->schema); key = key->next) {
+      if (mc->n == MAXKEYLEN) {
+        throw confd::ConfdError(CONFD_ERR_BADPATH, "too many keys");
+      }
+      mc->keys[mc->n] = confd::ValueOf(*key).Release();
+      ++mc->n;
+    }
+    state->next = ipav::datastore::NextEntry(entry);
+    return CONFD_OK;
+  });
+}
+
+void maapi_destroy_cursor(maapi_cursor* mc) {
+  confd::Session* session = confd::Session::Current();
+  if (session != nullptr) session->CountCall(__func__);
+  FreeKeys(mc);
+  delete static_cast<confd::CursorState*>(mc->impl);
+  mc->impl = nullptr;
+}
+
+int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
+                          void (* /*trace*/)(char*), const char* fmtpath, ...) {
+  *res = nullptr;
+  va_list args;
+  va_start(args, fmtpath);
+  const int result = confd::Guarded([&] {
+    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
+    session.CountCall("maapi_xpath_eval_expr");
+    const confd::Target at = confd::ResolveFormat(session, fmtpath, args);
+    if (at.node == nullptr) {
+      throw confd::ConfdError(CONFD_ERR_NOEXISTS, "no such context node");
+    }
+    *res = strdup(confd::EvaluateXPath(*at.node, expr).c_str());
+    if (*res == nullptr) throw std::bad_alloc();
+    return CONFD_OK;
+  });
+  va_end(args);
+  return result;
+}

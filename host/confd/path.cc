@@ -1,0 +1,228 @@
+#include "confd/path.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "confd/confd_error.h"
+
+namespace ipav::confd {
+
+namespace {
+
+using datastore::DataTree;
+using datastore::Model;
+
+ConfdError BadPath(const std::string& reason) {
+  return {CONFD_ERR_BADPATH, "bad path: " + reason};
+}
+
+// Reads a path from left to right.
+class PathReader {
+ public:
+  explicit PathReader(const std::string& path) : path_(path) {}
+
+  std::vector<PathStep> Read() {
+    std::vector<PathStep> steps;
+    do {
+      if (!Skip('/')) throw BadPath(path_ + " is not absolute");
+      steps.push_back(Step());
+    } while (at_ < path_.size());
+    return steps;
+  }
+
+ private:
+  PathStep Step() {
+    PathStep step;
+    step.name = Until(":/{");
+    if (Skip(':')) {
+      step.prefix = std::exchange(step.name, Until("/{"));
+    }
+    if (step.name.empty()) throw BadPath("empty step in " + path_);
+    if (Skip('{')) step.keys = Keys();
+    return step;
+  }
+
+  // The rest of a list entry's keys, with the closing brace.
+  std::vector<std::string> Keys() {
+    std::vector<std::string> keys;
+    for (;;) {
+      while (Skip(' ')) {
+      }
+      if (Skip('}')) break;
+      keys.push_back(Skip('"') ? Quoted() : Until(" }{"));
+      if (at_ >= path_.size() || (path_[at_] != ' ' && path_[at_] != '}')) {
+        throw BadPath("malformed keys in " + path_);
+      }
+    }
+    if (keys.empty()) throw BadPath("no key in " + path_);
+    return keys;
+  }
+
+  // The rest of a quoted key, with the closing quote.
+  std::string Quoted() {
+    std::string key;
+    while (at_ < path_.size() && path_[at_] != '"') {
+      if (path_[at_] == '\\') ++at_;
+      if (at_ < path_.size()) key += path_[at_++];
+    }
+    if (!Skip('"')) throw BadPath("open quote in " + path_);
+    return key;
+  }
+
+  std::string Until(std::string_view stops) {
+    const std::size_t begin = at_;
+    at_ = std::min(path_.find_first_of(stops, at_), path_.size());
+    return path_.substr(begin, at_ - begin);
+  }
+
+  bool Skip(char c) {
+    if (at_ >= path_.size() || path_[at_] != c) return false;
+    ++at_;
+    return true;
+  }
+
+  const std::string& path_;
+  std::size_t at_ = 0;
+};
+
+// The entry with these keys. A key may be written in another form than the
+// configuration's, 007 for 7.
+const lyd_node* FindEntry(const DataTree& tree, const lyd_node* parent,
+                          const lysc_node& list,
+                          const std::vector<std::string>& keys) {
+  const lyd_node* entry = tree.FindEntry(parent, list, keys);
+  if (entry != nullptr) return entry;
+
+  std::vector<std::string> canonical;
+  const lysc_node* leaf = lysc_node_child(&list);
+  for (const std::string& key : keys) {
+    canonical.push_back(datastore::CanonicalText(*leaf, key));
+    leaf = leaf->next;
+  }
+  if (canonical == keys) return nullptr;
+  return tree.FindEntry(parent, list, canonical);
+}
+
+std::size_t KeyCount(const lysc_node& list) {
+  std::size_t count = 0;
+  for (const lysc_node* leaf = lysc_node_child(&list);
+       leaf != nullptr && lysc_is_key(leaf); leaf = leaf->next) {
+    ++count;
+  }
+  return count;
+}
+
+std::string PrintKey(const std::string& key) {
+  if (!key.empty() && key.find_first_of(" {}\"\\") == std::string::npos) {
+    return key;
+  }
+  std::string quoted = "\"";
+  for (const char c : key) {
+    if (c == '"' || c == '\\') quoted += '\\';
+    quoted += c;
+  }
+  return quoted + '"';
+}
+
+std::string PrintKeys(const lyd_node* entry) {
+  std::string text = "{";
+  for (const std::string& key : datastore::KeysOf(entry)) {
+    if (text.size() > 1) text += ' ';
+    text += PrintKey(key);
+  }
+  return text + '}';
+}
+
+}  // namespace
+
+std::string FormatPath(const char* format, va_list args) {
+  if (format == nullptr) throw BadPath("null format");
+  std::string path;
+  for (const char* c = format; *c != '\0'; ++c) {
+    if (*c != '%') {
+      path += *c;
+      continue;
+    }
+    switch (*++c) {
+      case 's': {
+        const char* text = va_arg(args, const char*);
+        if (text == nullptr) throw BadPath("null text for %s");
+        path += text;
+        break;
+      }
+      case 'd':
+        path += std::to_string(va_arg(args, int));
+        break;
+      case 'u':
+        path += std::to_string(va_arg(args, unsigned));
+        break;
+      default:
+        throw BadPath(std::string("only %s, %d and %u may stand in ") + format);
+    }
+  }
+  return path;
+}
+
+std::vector<PathStep> ParsePath(const std::string& path) {
+  return PathReader(path).Read();
+}
+
+std::vector<const lysc_node*> ResolveSchema(const Model& model,
+                                            const std::vector<PathStep>& path) {
+  std::vector<const lysc_node*> nodes;
+  const lysc_node* node = nullptr;
+  for (const PathStep& step : path) {
+    bool ambiguous = false;
+    node = model.FindChild(node, step.prefix, step.name, &ambiguous);
+    if (node == nullptr) {
+      throw BadPath(step.name + (ambiguous ? " is ambiguous, needs a prefix"
+                                           : " is unknown to the model"));
+    }
+    if (!step.keys.empty() &&
+        (node->nodetype != LYS_LIST || step.keys.size() != KeyCount(*node))) {
+      throw BadPath("wrong number of keys for " + step.name);
+    }
+    nodes.push_back(node);
+  }
+  return nodes;
+}
+
+Target Resolve(const DataTree& tree, const std::vector<PathStep>& path) {
+  const std::vector<const lysc_node*> nodes = ResolveSchema(tree.model(), path);
+  Target target;
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    const bool at_root = i == 0;
+    const bool is_last = i + 1 == path.size();
+    if (!at_root && target.node == nullptr) {
+      target.parent = nullptr;  // absent with its parent
+    } else {
+      target.parent = target.node;
+      target.node = path[i].keys.empty() ? tree.Find(target.parent, *nodes[i])
+                                         : FindEntry(tree, target.parent,
+                                                     *nodes[i], path[i].keys);
+    }
+    target.schema = nodes[i];
+    target.has_keys = !path[i].keys.empty();
+    if (!is_last && nodes[i]->nodetype == LYS_LIST && !target.has_keys) {
+      throw BadPath(path[i].name + " needs its keys");
+    }
+  }
+  return target;
+}
+
+std::string PrintPath(const lyd_node* node) {
+  std::string path;
+  for (; node != nullptr; node = lyd_parent(node)) {
+    std::string step = std::string("/") + node->schema->name;
+    if (node->schema->nodetype == LYS_LIST) step += PrintKeys(node);
+    path.insert(0, step);
+  }
+  return path;
+}
+
+std::string PrintPath(const lyd_node* parent, const lysc_node& schema) {
+  return PrintPath(parent) + "/" + schema.name;
+}
+
+}  // namespace ipav::confd

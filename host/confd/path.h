@@ -1,0 +1,57 @@
+// Path texts of the daemon's interface: their printf-like format, their steps,
+// and the nodes they name.
+#ifndef IPAV_HOST_CONFD_PATH_H_
+#define IPAV_HOST_CONFD_PATH_H_
+
+#include <libyang/libyang.h>
+
+#include <cstdarg>
+#include <string>
+#include <vector>
+
+#include "datastore/data_tree.h"
+
+namespace ipav::confd {
+
+// One step of a path.
+struct PathStep {
+  std::string prefix;  // empty: not given
+  std::string name;
+  std::vector<std::string> keys;  // empty: not given
+};
+
+// A node of the model, and its instance in one configuration.
+struct Target {
+  const lysc_node* schema = nullptr;
+  const lyd_node* parent = nullptr;  // null: the root, or absent as well
+  const lyd_node* node = nullptr;    // null: absent; of a list: first entry
+  bool has_keys = false;             // of the last step
+};
+
+// Expands %s, %d and %u; any other conversion, a flag or a width is refused
+// (ConfdError, CONFD_ERR_BADPATH), as is a null text.
+std::string FormatPath(const char* format, va_list args);
+
+// Splits "/a/pfx:b{k1 "k 2"}/c". Throws ConfdError (CONFD_ERR_BADPATH).
+std::vector<PathStep> ParsePath(const std::string& path);
+
+// Finds what a path names. A path unknown to the model, an ambiguous first
+// step or a wrong number of keys is CONFD_ERR_BADPATH; an absent node is not an
+// error.
+Target Resolve(const datastore::DataTree& tree,
+               const std::vector<PathStep>& path);
+
+// The nodes of the model that the steps name. Throws as Resolve() does.
+std::vector<const lysc_node*> ResolveSchema(const datastore::Model& model,
+                                            const std::vector<PathStep>& path);
+
+// Path of a data node as an operator writes it: keys in braces, quoted where
+// they must be, no prefixes. ParsePath() reads it back.
+std::string PrintPath(const lyd_node* node);
+
+// The same for a node that has no instance below that parent (null: the root).
+std::string PrintPath(const lyd_node* parent, const lysc_node& schema);
+
+}  // namespace ipav::confd
+
+#endif  // IPAV_HOST_CONFD_PATH_H_

@@ -1,0 +1,74 @@
+// What the daemon's C interface works on: one transaction, open while a
+// Session lives. A process has one at a time, as it judges one commit.
+#ifndef IPAV_HOST_CONFD_SESSION_H_
+#define IPAV_HOST_CONFD_SESSION_H_
+
+#include <confd_lib.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "datastore/data_tree.h"
+#include "datastore/diff.h"
+
+namespace ipav::confd {
+
+class Session {
+ public:
+  // Borrows its arguments. The diff is that of the two trees.
+  Session(const datastore::DataTree& running,
+          const datastore::DataTree& candidate, const datastore::Diff& diff);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // The open session. Throws ConfdError where there is none, or where socket
+  // or handle were never opened.
+  static Session& OfTransaction(int socket, int thandle);
+  static Session& OfCdbSocket(int socket);
+  static Session* Current();  // null when none is open
+
+  const datastore::DataTree& running() const { return running_; }
+  const datastore::DataTree& candidate() const { return candidate_; }
+  const datastore::Diff& diff() const { return diff_; }
+  const datastore::Model& model() const { return candidate_.model(); }
+
+  // Given to the plug-in with each call; the opaque pointers are the caller's
+  // to set.
+  confd_trans_ctx& context() { return context_; }
+  int maapi_socket() const;
+
+  // CDB sessions on the running configuration. Open returns the socket.
+  int OpenCdb();
+  void CloseCdb(int socket);
+  std::size_t open_cdb_sessions() const { return cdb_sockets_.size(); }
+
+  // Text of confd_trans_seterr(), until it is taken.
+  void set_error_text(std::string text) { error_text_ = std::move(text); }
+  std::optional<std::string> TakeErrorText();
+
+  // How often each call of the daemon's interface was made. A name is a
+  // literal.
+  void CountCall(std::string_view name) { ++calls_[name]; }
+  const std::map<std::string_view, std::uint64_t>& calls() const {
+    return calls_;
+  }
+
+ private:
+  const datastore::DataTree& running_;
+  const datastore::DataTree& candidate_;
+  const datastore::Diff& diff_;
+  confd_trans_ctx context_;
+  std::set<int> cdb_sockets_;
+  int next_cdb_socket_;
+  std::optional<std::string> error_text_;
+  std::map<std::string_view, std::uint64_t> calls_;
+};
+
+}  // namespace ipav::confd
+
+#endif  // IPAV_HOST_CONFD_SESSION_H_

@@ -1,0 +1,57 @@
+// Values of the daemon's interface made from data nodes.
+#ifndef IPAV_HOST_CONFD_VALUE_H_
+#define IPAV_HOST_CONFD_VALUE_H_
+
+#include <confd_lib.h>
+#include <libyang/libyang.h>
+
+#include <memory>
+
+#include "datastore/model.h"
+
+namespace ipav::confd {
+
+// A value with what it holds on the C heap.
+class OwnedValue {
+ public:
+  explicit OwnedValue(const confd_value_t& value) : value_(value) {}
+  ~OwnedValue() { confd_free_value(&value_); }
+  OwnedValue(OwnedValue&& other) noexcept : value_(other.Release()) {}
+  OwnedValue(const OwnedValue&) = delete;
+  OwnedValue& operator=(const OwnedValue&) = delete;
+  OwnedValue& operator=(OwnedValue&&) = delete;
+
+  const confd_value_t& operator*() const { return value_; }
+  const confd_value_t* operator->() const { return &value_; }
+
+  // Gives the value away, for confd_free_value().
+  confd_value_t Release();
+
+ private:
+  confd_value_t value_;
+};
+
+// Value of a leaf by its YANG type. Throws ConfdError for a type that this host
+// does not carry.
+OwnedValue ValueOf(const lyd_node& leaf);
+
+// A node of the model as a value.
+confd_value_t TagValue(const datastore::Model& model, const lysc_node& node);
+
+// A value that nobody holds; what it held must have been freed or given away.
+confd_value_t NoValue();
+
+struct KeypathDeleter {
+  void operator()(confd_hkeypath_t* keypath) const;
+};
+using Keypath = std::unique_ptr<confd_hkeypath_t, KeypathDeleter>;
+
+// Key path of a data node; of a node that has no instance below that parent
+// (null: the root). Throws ConfdError when it is too deep.
+Keypath KeypathOf(const datastore::Model& model, const lyd_node* node);
+Keypath KeypathOf(const datastore::Model& model, const lyd_node* parent,
+                  const lysc_node& schema);
+
+}  // namespace ipav::confd
+
+#endif  // IPAV_HOST_CONFD_VALUE_H_

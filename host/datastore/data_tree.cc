@@ -1,0 +1,227 @@
+#include "datastore/data_tree.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "datastore/libyang_error.h"
+
+namespace ipav::datastore {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Below this many entries a walk is faster than making an index.
+constexpr std::size_t kWalkedEntries = 8;
+
+// Stands between keys in an index; YANG text cannot contain it (RFC 7950,
+// section 14: yang-string).
+constexpr char kKeySeparator = '\0';
+
+std::string ReadWhole(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::exists(status)) {
+    throw InputError(path, error ? error.message() : "no such file");
+  }
+  if (fs::is_directory(status)) {
+    throw InputError(path, "is a directory, not a file");
+  }
+
+  std::ifstream file(path, std::ios::binary);
+  std::string text{std::istreambuf_iterator<char>(file), {}};
+  if (!file) {
+    throw InputError(path, std::generic_category().message(errno));
+  }
+  return text;
+}
+
+LYD_FORMAT FormatOf(const std::string& text, const std::string& path) {
+  const std::size_t start = text.find_first_not_of(" \t\r\n\xef\xbb\xbf");
+  if (start == std::string::npos) throw InputError(path, "is empty");
+  if (text[start] == '<') return LYD_XML;
+  if (text[start] == '{' || text[start] == '[') return LYD_JSON;
+  throw InputError(path, 1, "neither XML nor JSON");
+}
+
+// libyang takes NUL for the end of the text and would drop what follows.
+void RefuseNul(const std::string& text, const std::string& path) {
+  const std::size_t nul = text.find('\0');
+  if (nul == std::string::npos) return;
+  const auto newlines = std::count(text.data(), text.data() + nul, '\n');
+  throw InputError(path, static_cast<unsigned long>(newlines) + 1,
+                   "contains a NUL byte");
+}
+
+std::string LowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
+    return static_cast<char>(std::tolower(c));
+  });
+  return text;
+}
+
+// Canonical text of "address/length".
+std::string CanonicalPrefix(int family, const std::string& text) {
+  const std::size_t slash = text.find('/');
+  if (slash == std::string::npos) return text;
+  unsigned char address[sizeof(in6_addr)];
+  char printed[INET6_ADDRSTRLEN];
+  if (inet_pton(family, text.substr(0, slash).c_str(), address) != 1 ||
+      inet_ntop(family, address, printed, sizeof(printed)) == nullptr) {
+    return text;
+  }
+  return printed + text.substr(slash);
+}
+
+// `text` in the form that all texts of one value share, for the value types
+// that libyang holds for plain strings.
+std::string ByValueType(const lysc_node& leaf, std::string text) {
+  switch (ValueTypeOf(*reinterpret_cast<const lysc_node_leaf&>(leaf).type)) {
+    case C_BINARY:
+      return LowerCase(std::move(text));
+    case C_IPV4_AND_PLEN:
+      return CanonicalPrefix(AF_INET, text);
+    case C_IPV6_AND_PLEN:
+      return CanonicalPrefix(AF_INET6, text);
+    default:
+      return text;
+  }
+}
+
+std::string Join(const std::vector<std::string>& keys) {
+  std::string joined;
+  for (const std::string& key : keys) {
+    joined += key;
+    joined += kKeySeparator;
+  }
+  return joined;
+}
+
+bool IsSmall(const lyd_node* first_entry) {
+  const lyd_node* entry = first_entry;
+  for (std::size_t i = 0; i < kWalkedEntries; ++i) {
+    entry = NextEntry(entry);
+    if (entry == nullptr) return true;
+  }
+  return false;
+}
+
+const lyd_node* Walk(const lyd_node* entry,
+                     const std::vector<std::string>& keys) {
+  while (entry != nullptr && KeysOf(entry) != keys) entry = NextEntry(entry);
+  return entry;
+}
+
+}  // namespace
+
+DataTree DataTree::FromFile(const Model& model, const std::string& path) {
+  const std::string text = ReadWhole(path);
+  const LYD_FORMAT format = FormatOf(text, path);
+  RefuseNul(text, path);
+
+  DataTree result(model);
+  lyd_node* tree = nullptr;
+  ClearErrors(model.context());
+  const LY_ERR error = lyd_parse_data_mem(model.context(), text.c_str(), format,
+                                          LYD_PARSE_STRICT, 0, &tree);
+  result.tree_.reset(tree);
+  if (error != LY_SUCCESS) throw FirstError(model.context(), path);
+  return result;
+}
+
+DataTree DataTree::Empty(const Model& model) {
+  DataTree result(model);
+  lyd_node* tree = nullptr;
+  // Plain containers exist in every configuration.
+  const LY_ERR error = lyd_validate_all(&tree, model.context(), 0, nullptr);
+  result.tree_.reset(tree);
+  if (error != LY_SUCCESS) {
+    throw FirstError(model.context(), "empty configuration");
+  }
+  return result;
+}
+
+const lyd_node* DataTree::FirstChild(const lyd_node* parent) const {
+  return parent == nullptr ? tree_.get() : lyd_child(parent);
+}
+
+const lyd_node* DataTree::Find(const lyd_node* parent,
+                               const lysc_node& schema) const {
+  lyd_node* found = nullptr;
+  const lyd_node* siblings = FirstChild(parent);
+  if (siblings == nullptr || lyd_find_sibling_val(siblings, &schema, nullptr, 0,
+                                                  &found) != LY_SUCCESS) {
+    return nullptr;
+  }
+  return found;
+}
+
+const lyd_node* DataTree::FindEntry(
+    const lyd_node* parent, const lysc_node& list,
+    const std::vector<std::string>& keys) const {
+  const lyd_node* first = Find(parent, list);
+  if (first == nullptr) return nullptr;
+  if (IsSmall(first)) return Walk(first, keys);
+
+  const ListIndex& index = IndexOf(first);
+  const auto found = index.find(Join(keys));
+  return found == index.end() ? nullptr : found->second;
+}
+
+const DataTree::ListIndex& DataTree::IndexOf(
+    const lyd_node* first_entry) const {
+  const auto [slot, is_new] = indexes_.try_emplace(first_entry);
+  if (is_new) {
+    for (const lyd_node* entry = first_entry; entry != nullptr;
+         entry = NextEntry(entry)) {
+      slot->second.emplace(Join(KeysOf(entry)), entry);
+    }
+  }
+  return slot->second;
+}
+
+std::vector<const lyd_node*> DataTree::Entries(const lyd_node* parent,
+                                               const lysc_node& list) const {
+  std::vector<const lyd_node*> entries;
+  for (const lyd_node* entry = Find(parent, list); entry != nullptr;
+       entry = NextEntry(entry)) {
+    entries.push_back(entry);
+  }
+  return entries;
+}
+
+const lyd_node* NextEntry(const lyd_node* entry) {
+  // Entries of one list stand together among their siblings.
+  const lyd_node* next = entry->next;
+  return next != nullptr && next->schema == entry->schema ? next : nullptr;
+}
+
+std::vector<std::string> KeysOf(const lyd_node* entry) {
+  std::vector<std::string> keys;
+  for (const lyd_node* key = lyd_child(entry);
+       key != nullptr && lysc_is_key(key->schema); key = key->next) {
+    keys.push_back(ByValueType(*key->schema, lyd_get_value(key)));
+  }
+  return keys;
+}
+
+std::string CanonicalText(const lysc_node& leaf, const std::string& text) {
+  const ly_ctx* context = leaf.module->ctx;
+  const char* canonical = nullptr;
+  if (lyd_value_validate(nullptr, &leaf, text.c_str(), text.size(), nullptr,
+                         nullptr, &canonical) != LY_SUCCESS) {
+    return text;
+  }
+  std::string result = ByValueType(leaf, canonical);
+  lydict_remove(context, canonical);
+  return result;
+}
+
+}  // namespace ipav::datastore

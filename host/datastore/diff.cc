@@ -1,0 +1,104 @@
+#include "datastore/diff.h"
+
+#include <cstring>
+#include <utility>
+
+namespace ipav::datastore {
+
+namespace {
+
+// The node of `tree` under `parent` that is the same instance as `node`.
+const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
+                            const lyd_node& node) {
+  if (node.schema->nodetype == LYS_LIST) {
+    return tree.FindEntry(parent, *node.schema, KeysOf(&node));
+  }
+  if (node.schema->nodetype == LYS_LEAFLIST) {
+    for (const lyd_node* other = tree.Find(parent, *node.schema);
+         other != nullptr; other = NextEntry(other)) {
+      if (lyd_compare_single(&node, other, 0) == LY_SUCCESS) return other;
+    }
+    return nullptr;
+  }
+  return tree.Find(parent, *node.schema);
+}
+
+class Comparison {
+ public:
+  Comparison(const DataTree& running, const DataTree& candidate)
+      : running_(running), candidate_(candidate) {}
+
+  // Changes among the children of a node that both configurations have (null:
+  // the top), or that is missing in one of them.
+  std::vector<Change> Children(const lyd_node* before, const lyd_node* after,
+                               bool in_before, bool in_after) const {
+    std::vector<Change> changes;
+    const lyd_node* node = in_after ? candidate_.FirstChild(after) : nullptr;
+    for (; node != nullptr; node = node->next) {
+      const lyd_node* old =
+          in_before ? Counterpart(running_, before, *node) : nullptr;
+      Append(old, node, &changes);
+    }
+    node = in_before ? running_.FirstChild(before) : nullptr;
+    for (; node != nullptr; node = node->next) {
+      if (in_after && Counterpart(candidate_, after, *node) != nullptr) {
+        continue;  // compared above
+      }
+      Append(node, nullptr, &changes);
+    }
+    return changes;
+  }
+
+ private:
+  void Append(const lyd_node* before, const lyd_node* after,
+              std::vector<Change>* changes) const {
+    const lysc_node* schema = (after != nullptr ? after : before)->schema;
+    Change change{schema, before, after, {}};
+    const bool in_both = before != nullptr && after != nullptr;
+    if ((schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
+      if (in_both && lyd_compare_single(before, after, 0) == LY_SUCCESS) return;
+    } else {
+      change.children =
+          Children(before, after, before != nullptr, after != nullptr);
+      // A plain container is nothing of its own: it exists with its parent.
+      if (change.children.empty() && (in_both || IsPlainContainer(*schema))) {
+        return;
+      }
+    }
+    changes->push_back(std::move(change));
+  }
+
+  static bool IsPlainContainer(const lysc_node& schema) {
+    return schema.nodetype == LYS_CONTAINER &&
+           (schema.flags & LYS_PRESENCE) == 0;
+  }
+
+  const DataTree& running_;
+  const DataTree& candidate_;
+};
+
+}  // namespace
+
+Diff::Diff(const DataTree& running, const DataTree& candidate)
+    : top_(Comparison(running, candidate)
+               .Children(nullptr, nullptr, true, true)) {
+  // Addresses are final only now that no vector grows any more.
+  std::vector<const std::vector<Change>*> open = {&top_};
+  while (!open.empty()) {
+    const std::vector<Change>& changes = *open.back();
+    open.pop_back();
+    for (const Change& change : changes) {
+      if (change.after != nullptr) {
+        by_candidate_node_.emplace(change.after, &change);
+      }
+      open.push_back(&change.children);
+    }
+  }
+}
+
+const Change* Diff::Of(const lyd_node* candidate_node) const {
+  const auto found = by_candidate_node_.find(candidate_node);
+  return found == by_candidate_node_.end() ? nullptr : found->second;
+}
+
+}  // namespace ipav::datastore

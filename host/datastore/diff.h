@@ -1,0 +1,47 @@
+// What a transaction changes: the running configuration against the candidate,
+// as a tree of the changed nodes only. Found in one pass over both trees, which
+// must outlive it.
+//
+// Entries of lists ordered by the user are matched by key; their moves are not
+// seen.
+#ifndef IPAV_HOST_DATASTORE_DIFF_H_
+#define IPAV_HOST_DATASTORE_DIFF_H_
+
+#include <libyang/libyang.h>
+
+#include <unordered_map>
+#include <vector>
+
+#include "datastore/data_tree.h"
+
+namespace ipav::datastore {
+
+struct Change {
+  const lysc_node* schema;
+  const lyd_node* before;  // null: created
+  const lyd_node* after;   // null: deleted
+  // Changed children in the order of the candidate, deleted ones last. Complete
+  // below created and deleted nodes as well.
+  std::vector<Change> children;
+};
+
+class Diff {
+ public:
+  Diff(const DataTree& running, const DataTree& candidate);
+  Diff(const Diff&) = delete;
+  Diff& operator=(const Diff&) = delete;
+
+  const std::vector<Change>& top() const { return top_; }
+
+  // The change at or below that node of the candidate; null when it is the same
+  // in both.
+  const Change* Of(const lyd_node* candidate_node) const;
+
+ private:
+  std::vector<Change> top_;
+  std::unordered_map<const lyd_node*, const Change*> by_candidate_node_;
+};
+
+}  // namespace ipav::datastore
+
+#endif  // IPAV_HOST_DATASTORE_DIFF_H_

@@ -1,0 +1,21 @@
+// libyang's error record, as one of ours.
+#ifndef IPAV_HOST_DATASTORE_LIBYANG_ERROR_H_
+#define IPAV_HOST_DATASTORE_LIBYANG_ERROR_H_
+
+#include <libyang/libyang.h>
+
+#include <string>
+
+#include "datastore/input_error.h"
+
+namespace ipav::datastore {
+
+// The first error that libyang recorded since the last ClearErrors(): the one
+// that the others follow from.
+InputError FirstError(const ly_ctx* context, const std::string& file);
+
+void ClearErrors(const ly_ctx* context);
+
+}  // namespace ipav::datastore
+
+#endif  // IPAV_HOST_DATASTORE_LIBYANG_ERROR_H_

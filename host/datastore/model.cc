@@ -1,0 +1,350 @@
+#include "datastore/model.h"
+
+#include <libyang/plugins_types.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+
+#include "datastore/libyang_error.h"
+#include "datastore/validate_statement.h"
+
+namespace ipav::datastore {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kOwnExtensions[] = "ipav-extensions";
+constexpr char kPlatformExtensions[] = "tailf-common";
+
+// libyang keeps plug-ins added by hand as long as a context lives, whichever;
+// adding one twice would make it run twice.
+int g_contexts = 0;
+
+bool Is(const lysc_ext_instance& extension, const char* module,
+        const char* name) {
+  const lysc_ext& definition = *extension.def;
+  return std::strcmp(definition.name, name) == 0 &&
+         std::strcmp(definition.module->name, module) == 0;
+}
+
+const lysc_ext_instance* FindExtension(const lysc_ext_instance* extensions,
+                                       const char* module, const char* name) {
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(extensions, i) {
+    if (Is(extensions[i], module, name)) return &extensions[i];
+  }
+  return nullptr;
+}
+
+// Names of the modules in the folder, sorted, so that the order of the use
+// sites does not depend on the file system.
+std::vector<std::string> ModuleNames(const std::string& yang_dir) {
+  std::error_code error;
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(yang_dir, error)) {
+    if (entry.path().extension() == ".yang") {
+      names.push_back(entry.path().stem().string());
+    }
+  }
+  if (error) throw InputError(yang_dir, error.message());
+  if (names.empty()) throw InputError(yang_dir, "no YANG module in here");
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+LY_ERR Append(lysc_node* node, void* nodes, ly_bool* /*skip_children*/) {
+  static_cast<std::vector<const lysc_node*>*>(nodes)->push_back(node);
+  return LY_SUCCESS;
+}
+
+// The modules whose nodes may hold data, in the order of loading.
+std::vector<const lys_module*> ImplementedModules(const ly_ctx* context) {
+  std::vector<const lys_module*> modules;
+  std::uint32_t index = 0;
+  while (const lys_module* module = ly_ctx_get_module_iter(context, &index)) {
+    if (module->implemented != 0 && module->compiled != nullptr) {
+      modules.push_back(module);
+    }
+  }
+  return modules;
+}
+
+// Every node of the model in its order, parents first.
+std::vector<const lysc_node*> NodesOf(
+    const std::vector<const lys_module*>& modules) {
+  std::vector<const lysc_node*> nodes;
+  for (const lys_module* module : modules) {
+    lysc_module_dfs_full(module, Append, &nodes);
+  }
+  return nodes;
+}
+
+// Splits a path at its slashes; an absolute one begins with an empty step.
+std::vector<std::string> Steps(const std::string& path) {
+  std::vector<std::string> steps(1);
+  for (const char c : path) {
+    if (c == '/') {
+      steps.emplace_back();
+    } else {
+      steps.back() += c;
+    }
+  }
+  return steps;
+}
+
+const lysc_node* Ancestor(const lysc_node* node, std::size_t levels) {
+  while (levels-- > 0 && node != nullptr) node = lysc_data_parent(node);
+  return node;
+}
+
+// Resolves a path of `tailf:dependency`: "." and ".." first, then names.
+Dependency Resolve(const Model& model, const lysc_node& from,
+                   const std::string& text, const std::string& where) {
+  const InputError unknown(where, "dependency " + text + " of " +
+                                      SchemaPath(from) + " names no node");
+  Dependency dependency;
+  dependency.text = text;
+  dependency.absolute = text.front() == '/';
+
+  const lysc_node* node = dependency.absolute ? nullptr : &from;
+  for (const std::string& step : Steps(text)) {
+    if (step.empty() || step == ".") continue;
+    if (step == "..") {
+      if (dependency.absolute || !dependency.steps.empty()) throw unknown;
+      ++dependency.ups;
+      node = Ancestor(&from, dependency.ups);
+      if (node == nullptr) throw unknown;
+      continue;
+    }
+    const std::size_t colon = step.find(':');
+    const std::string module =
+        colon == std::string::npos ? "" : step.substr(0, colon);
+    const std::string name =
+        colon == std::string::npos ? step : step.substr(colon + 1);
+    node = model.FindChild(node, module, name);
+    if (node == nullptr) throw unknown;
+    dependency.steps.push_back(node);
+  }
+  return dependency;
+}
+
+// Appends the children of a node, or the top nodes of a module, that are called
+// `name` and belong to the module of that prefix, if one is given.
+void CollectChildren(const lysc_node* parent, const lysc_module* top,
+                     std::string_view prefix, std::string_view name,
+                     std::vector<const lysc_node*>* found) {
+  const lysc_node* node = nullptr;
+  while ((node = lys_getnext(node, parent, top, 0)) != nullptr) {
+    const lys_module& module = *node->module;
+    if (name == node->name &&
+        (prefix.empty() || prefix == module.prefix || prefix == module.name)) {
+      found->push_back(node);
+    }
+  }
+}
+
+confd_vtype TypeOfPlugin(const lysc_type& type) {
+  const std::string_view id = type.plugin == nullptr ? "" : type.plugin->id;
+  if (id.find("ipv4-address") != std::string_view::npos &&
+      id.find("prefix") == std::string_view::npos) {
+    return C_IPV4;
+  }
+  if (id.find("ipv6-address") != std::string_view::npos &&
+      id.find("prefix") == std::string_view::npos) {
+    return C_IPV6;
+  }
+  return C_BUF;
+}
+
+}  // namespace
+
+void Model::ContextDeleter::operator()(ly_ctx* context) const {
+  ly_ctx_destroy(context);
+  --g_contexts;
+}
+
+Model::Model(const std::string& yang_dir, const std::string& extension_plugin)
+    : yang_dir_(yang_dir) {
+  ly_log_options(LY_LOSTORE);  // nothing on standard error
+  OpenContext(extension_plugin);
+  LoadModules();
+
+  const std::vector<const lysc_node*> nodes = NodesOf(modules_);
+  NumberTags(nodes);
+  FindUseSites(nodes);
+}
+
+void Model::OpenContext(const std::string& extension_plugin) {
+  ly_ctx* context = nullptr;
+  if (ly_ctx_new(yang_dir_.c_str(),
+                 LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD,
+                 &context) != LY_SUCCESS) {
+    throw InputError(yang_dir_, "cannot be searched for YANG modules");
+  }
+  ++g_contexts;
+  context_.reset(context);
+
+  if (g_contexts == 1 && lyplg_add(extension_plugin.c_str()) != LY_SUCCESS) {
+    throw InputError(extension_plugin, "not a plug-in of the YANG library");
+  }
+  // Optional: a model may import nothing but standard modules.
+  static_cast<void>(
+      ly_ctx_set_searchdir(context, (yang_dir_ + "/stubs").c_str()));
+}
+
+void Model::LoadModules() {
+  for (const std::string& name : ModuleNames(yang_dir_)) {
+    ClearErrors(context());
+    if (ly_ctx_load_module(context(), name.c_str(), nullptr, nullptr) ==
+        nullptr) {
+      throw FirstError(context(), yang_dir_ + "/" + name + ".yang");
+    }
+  }
+  modules_ = ImplementedModules(context());
+}
+
+void Model::NumberTags(const std::vector<const lysc_node*>& nodes) {
+  // 1. The numbers that the model gives.
+  for (const lysc_node* node : nodes) {
+    const lysc_ext_instance* given =
+        FindExtension(node->exts, kOwnExtensions, "tag-number");
+    if (given == nullptr) continue;
+
+    const auto number =
+        static_cast<std::uint32_t>(std::strtoul(given->argument, nullptr, 16));
+    const auto [tag, new_name] = tag_of_name_.emplace(node->name, number);
+    const auto [name, new_tag] = name_of_tag_.emplace(number, node->name);
+    if (number == 0 || tag->second != number || name->second != node->name) {
+      throw InputError(yang_dir_, std::string("tag-number ") + given->argument +
+                                      " of " + SchemaPath(*node) +
+                                      " is zero or stands for two names");
+    }
+  }
+
+  // 2. The host's own for all others.
+  std::uint32_t next = 1;
+  for (const lysc_node* node : nodes) {
+    if (tag_of_name_.count(node->name) != 0) continue;
+    while (name_of_tag_.count(next) != 0) ++next;
+    tag_of_name_.emplace(node->name, next);
+    name_of_tag_.emplace(next, node->name);
+  }
+  for (const lysc_node* node : nodes) {
+    number_of_module_.emplace(
+        node->module, static_cast<std::uint32_t>(number_of_module_.size() + 1));
+  }
+}
+
+void Model::FindUseSites(const std::vector<const lysc_node*>& nodes) {
+  for (const lysc_node* node : nodes) {
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(node->exts, i) {
+      if (Is(node->exts[i], kPlatformExtensions, "validate")) {
+        AddUseSite(*node, node->exts[i]);
+      }
+    }
+  }
+  std::stable_sort(use_sites_.begin(), use_sites_.end(),
+                   [](const UseSite& a, const UseSite& b) {
+                     return a.priority < b.priority;
+                   });
+}
+
+void Model::AddUseSite(const lysc_node& node,
+                       const lysc_ext_instance& extension) {
+  const auto& statement =
+      *static_cast<const ValidateStatement*>(extension.compiled);
+  UseSite site;
+  site.point = extension.argument;
+  site.opaque = statement.opaque;
+  site.has_opaque = statement.has_opaque;
+  site.node = &node;
+  site.path = SchemaPath(node);
+  site.call_once = statement.call_once;
+  site.priority = statement.priority;
+  if (site.call_once && node.nodetype != LYS_LIST) {
+    throw InputError(yang_dir_,
+                     "call-once of " + site.path + ", which is no list");
+  }
+  for (const std::string& text : statement.dependencies) {
+    site.dependencies.push_back(Resolve(*this, node, text, yang_dir_));
+  }
+  use_sites_.push_back(std::move(site));
+}
+
+xml_tag Model::TagOf(const lysc_node& node) const {
+  return {tag_of_name_.at(node.name), number_of_module_.at(node.module)};
+}
+
+const std::string* Model::NameOfTag(std::uint32_t tag) const {
+  const auto found = name_of_tag_.find(tag);
+  return found == name_of_tag_.end() ? nullptr : &found->second;
+}
+
+const lysc_node* Model::FindChild(const lysc_node* parent,
+                                  std::string_view prefix,
+                                  std::string_view name,
+                                  bool* ambiguous) const {
+  std::vector<const lysc_node*> found;
+  if (parent != nullptr) {
+    CollectChildren(parent, nullptr, prefix, name, &found);
+  } else {
+    for (const lys_module* module : modules_) {
+      CollectChildren(nullptr, module->compiled, prefix, name, &found);
+    }
+  }
+  if (ambiguous != nullptr) *ambiguous = found.size() > 1;
+  return found.size() == 1 ? found.front() : nullptr;
+}
+
+confd_vtype ValueTypeOf(const lysc_type& type) {
+  const lysc_ext_instance* given =
+      FindExtension(type.exts, kOwnExtensions, "value-type");
+  if (given != nullptr) {
+    const std::string_view name = given->argument;
+    if (name == "C_IPV4_AND_PLEN") return C_IPV4_AND_PLEN;
+    if (name == "C_IPV6_AND_PLEN") return C_IPV6_AND_PLEN;
+    if (name == "C_BINARY") return C_BINARY;
+    return C_NOEXISTS;
+  }
+  switch (type.basetype) {
+    case LY_TYPE_STRING:
+      return TypeOfPlugin(type);
+    case LY_TYPE_INT8:
+      return C_INT8;
+    case LY_TYPE_INT16:
+      return C_INT16;
+    case LY_TYPE_INT32:
+      return C_INT32;
+    case LY_TYPE_INT64:
+      return C_INT64;
+    case LY_TYPE_UINT8:
+      return C_UINT8;
+    case LY_TYPE_UINT16:
+      return C_UINT16;
+    case LY_TYPE_UINT32:
+      return C_UINT32;
+    case LY_TYPE_UINT64:
+      return C_UINT64;
+    case LY_TYPE_BOOL:
+      return C_BOOL;
+    case LY_TYPE_ENUM:
+      return C_ENUM_VALUE;
+    default:
+      return C_NOEXISTS;
+  }
+}
+
+std::string SchemaPath(const lysc_node& node) {
+  std::string path;
+  for (const lysc_node* step = &node; step != nullptr;
+       step = lysc_data_parent(step)) {
+    path = "/" + std::string(step->name) + path;
+  }
+  return path;
+}
+
+}  // namespace ipav::datastore

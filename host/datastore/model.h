@@ -1,0 +1,99 @@
+// The data model: the YANG modules of a folder, and what their annotations say
+// of validation points, tag numbers and value types. Immutable once loaded;
+// data trees point into it and must not outlive it.
+#ifndef IPAV_HOST_DATASTORE_MODEL_H_
+#define IPAV_HOST_DATASTORE_MODEL_H_
+
+#include <confd_lib.h>
+#include <libyang/libyang.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace ipav::datastore {
+
+// A location path that a validation point depends on. It leads from the point's
+// node `ups` levels up, or from the root, and then down `steps`; the nodes it
+// names are those of every list entry on the way down.
+struct Dependency {
+  std::string text;  // as written, prefixes replaced by module names
+  bool absolute = false;
+  std::size_t ups = 0;
+  std::vector<const lysc_node*> steps;
+};
+
+// One use of a validation point in the model.
+struct UseSite {
+  std::string point;   // name that a plug-in registers for
+  std::string opaque;  // which of its checks runs
+  bool has_opaque = false;
+  const lysc_node* node = nullptr;
+  std::string path;        // of the node, without keys
+  bool call_once = false;  // one call for a list, however many entries
+  int priority = 0;        // lower runs first
+  std::vector<Dependency> dependencies;  // none: runs at every commit
+};
+
+class Model {
+ public:
+  // Loads every module of `yang_dir`; what they import may also lie in its
+  // folder stubs. `extension_plugin` is the libyang plug-in that compiles
+  // `tailf:validate`. Throws InputError.
+  Model(const std::string& yang_dir, const std::string& extension_plugin);
+  Model(const Model&) = delete;
+  Model& operator=(const Model&) = delete;
+
+  ly_ctx* context() const { return context_.get(); }
+
+  // By priority, and in the order of the model where it is equal.
+  const std::vector<UseSite>& use_sites() const { return use_sites_; }
+
+  // Number of a node's name and of its module; the model's own where it gives
+  // one, else the host's.
+  xml_tag TagOf(const lysc_node& node) const;
+
+  // Name of a tag number, null for an unknown one.
+  const std::string* NameOfTag(std::uint32_t tag) const;
+
+  // The child (of the root: null) of that name. `prefix`, a module's prefix or
+  // name, may be empty where only one module has such a child. Null when there
+  // is none; `ambiguous` tells whether that is for too many.
+  const lysc_node* FindChild(const lysc_node* parent, std::string_view prefix,
+                             std::string_view name,
+                             bool* ambiguous = nullptr) const;
+
+ private:
+  struct ContextDeleter {
+    void operator()(ly_ctx* context) const;
+  };
+
+  void OpenContext(const std::string& extension_plugin);
+  void LoadModules();
+  void NumberTags(const std::vector<const lysc_node*>& nodes);
+  void FindUseSites(const std::vector<const lysc_node*>& nodes);
+  void AddUseSite(const lysc_node& node, const lysc_ext_instance& extension);
+
+  std::string yang_dir_;
+  std::unique_ptr<ly_ctx, ContextDeleter> context_;
+  std::vector<const lys_module*> modules_;  // those that may hold data
+  std::vector<UseSite> use_sites_;
+  std::unordered_map<std::string, std::uint32_t> tag_of_name_;
+  std::unordered_map<std::uint32_t, std::string> name_of_tag_;
+  std::unordered_map<const lys_module*, std::uint32_t> number_of_module_;
+};
+
+// The daemon's type for values of a YANG type; C_NOEXISTS for one that this
+// host does not carry.
+confd_vtype ValueTypeOf(const lysc_type& type);
+
+// Path of a schema node from the root, without prefixes and keys.
+std::string SchemaPath(const lysc_node& node);
+
+}  // namespace ipav::datastore
+
+#endif  // IPAV_HOST_DATASTORE_MODEL_H_

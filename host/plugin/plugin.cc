@@ -1,0 +1,39 @@
+#include "plugin/plugin.h"
+
+#include <dlfcn.h>
+
+namespace ipav::plugin {
+
+void Plugin::Closer::operator()(void* handle) const { dlclose(handle); }
+
+Plugin::Plugin(const std::string& path)
+    // Everything is bound now: a missing symbol must not show in mid-commit.
+    : path_(path), handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+  if (handle_ == nullptr) throw PluginError(dlerror());
+  init_ = Find<std::int32_t(void**)>("lib_init");
+  get_validation_point_ =
+      Find<std::int32_t(char*, std::size_t)>("get_validation_point");
+  validate_ =
+      Find<std::int32_t(confd_trans_ctx*, confd_hkeypath_t*, confd_value_t*)>(
+          "validate");
+  finish_ = Find<std::int32_t(void**)>("lib_finish");
+}
+
+template <typename Function>
+Function* Plugin::Find(const char* name) const {
+  void* symbol = dlsym(handle_.get(), name);
+  if (symbol == nullptr) {
+    throw PluginError(path_ + ": entry point " + name + " is missing");
+  }
+  return reinterpret_cast<Function*>(symbol);
+}
+
+std::string Plugin::ValidationPoint() const {
+  char name[256] = "";
+  if (get_validation_point_(name, sizeof(name)) != 0 || name[0] == '\0') {
+    throw PluginError(path_ + ": names no validation point");
+  }
+  return name;
+}
+
+}  // namespace ipav::plugin

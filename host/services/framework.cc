@@ -1,0 +1,74 @@
+#include "services/framework.h"
+
+#include <hostd/cdb_session.h>
+#include <hostmw/fault.h>
+#include <hostmw/vlog.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <vector>
+
+#include "confd/session.h"
+
+namespace ipav::services {
+
+namespace {
+
+Listener* g_listener = nullptr;
+
+}  // namespace
+
+void SetListener(Listener* listener) { g_listener = listener; }
+
+}  // namespace ipav::services
+
+using ipav::services::g_listener;
+
+int hostd_maapi_socket_get(hostd_t* hostd) {
+  return hostd == nullptr ? -1 : hostd->maapi_socket;
+}
+
+HostdInterface* hostd_instance_get(hostd_t* hostd) {
+  return hostd == nullptr ? nullptr : hostd->instance;
+}
+
+void* get_lib_context(void* v_opaque, const char* name) {
+  if (v_opaque == nullptr || name == nullptr) return nullptr;
+  return *static_cast<ipav::services::LibraryContexts*>(v_opaque)->Slot(name);
+}
+
+HostdCdbSessionBase::HostdCdbSessionBase(HostdInterface* host,
+                                         cdb_db_type database, bool /*wait*/)
+    : socket_(-1) {
+  ipav::confd::Session* session = ipav::confd::Session::Current();
+  if (host != nullptr && database == CDB_RUNNING && session != nullptr) {
+    socket_ = session->OpenCdb();
+  }
+}
+
+HostdCdbSessionBase::~HostdCdbSessionBase() {
+  ipav::confd::Session* session = ipav::confd::Session::Current();
+  if (session != nullptr) session->CloseCdb(socket_);
+}
+
+int HostdCdbSessionBase::Socket() const { return socket_; }
+
+// Any address will do: the log has no state of its own.
+void* get_config_vald_log_handle(void) { return &g_listener; }
+
+void hostmw_vlog_debug(void* /*handle*/, const char* format, va_list args) {
+  if (g_listener == nullptr) return;
+  va_list again;
+  va_copy(again, args);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  std::vector<char> line(static_cast<std::size_t>(std::max(length, 0)) + 1);
+  static_cast<void>(std::vsnprintf(line.data(), line.size(), format, args));
+  g_listener->OnDebugLine(line.data());
+}
+
+void hostmw_gen_fault(int /*code*/, const char* /*function*/,
+                      const char* /*file*/, int /*line*/, const char* message) {
+  if (g_listener != nullptr) g_listener->OnFault(message);
+}

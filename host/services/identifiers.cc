@@ -1,0 +1,27 @@
+// Interface and VRF identifiers of the embedded host: plain functions of their
+// arguments, so that a configuration alone decides every answer.
+
+#include <ids/limid.h>
+#include <ids/vrf_id.h>
+
+#include <cstdint>
+
+namespace {
+
+constexpr limid_t kL3VlanKind = 0x01000000;
+constexpr limid_t kIndexMask = 0x00ffffff;
+constexpr std::uint32_t kFirstIfIndex = 1000;
+
+}  // namespace
+
+int limid_l3_vlan_from_components(limid_t* out, int32_t vlan) {
+  *out = vlan == 0 ? 0 : kL3VlanKind + static_cast<limid_t>(vlan);
+  return 0;
+}
+
+int limid_to_ifindex(limid_t id, uint32_t* ifindex) {
+  *ifindex = (id & kIndexMask) + kFirstIfIndex;
+  return 0;
+}
+
+uint32_t IdVrfFromComponent(uint32_t component) { return component; }

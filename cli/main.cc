@@ -1,8 +1,6 @@
 // ipav: judges IP configurations with the validation plug-in, without a
 // configuration daemon.
 
-#include <fmt/core.h>
-
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -15,7 +13,6 @@
 namespace {
 
 using ipav::cli::CheckOptions;
-using ipav::cli::ExitStatus;
 using ipav::cli::Locations;
 
 constexpr char kExamples[] =
@@ -35,54 +32,49 @@ void AddLocationOptions(CLI::App* app, Locations* locations) {
       ->capture_default_str();
 }
 
-// The error in one line: a library's text may hold several.
-int Fail(const std::string& reason) {
-  std::string line = reason;
-  while (!line.empty() && line.back() == '\n') line.pop_back();
-  for (char& c : line) {
-    if (c == '\n') c = ' ';
+int Run(int argc, char** argv) {
+  Locations locations = ipav::cli::FindLocations();
+  CheckOptions options;
+  CLI::App app("Judges IP configurations as a router would before a commit.",
+               "ipav");
+  app.require_subcommand(1);
+  app.footer(kExamples);
+  app.set_version_flag("--version", IPAV_VERSION);
+
+  CLI::App* check = app.add_subcommand(
+      "check", "Judge candidates against a running configuration");
+  check->add_option("--running", options.running,
+                    "Running configuration, XML or JSON (default: empty)");
+  check->add_flag("--all", options.all,
+                  "Run every validation point and list its answer");
+  check->add_flag("-v,--verbose", options.verbose,
+                  "Show debug lines and platform calls");
+  check
+      ->add_option("candidate", options.candidates,
+                   "Configurations to judge, XML or JSON")
+      ->required();
+  AddLocationOptions(check, &locations);
+
+  CLI::App* points = app.add_subcommand(
+      "points", "List the use sites of validation points in the model");
+  AddLocationOptions(points, &locations);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& success) {
+    return app.exit(success);  // --help and --version
   }
-  fmt::print(stderr, "ipav: {}\n", line);
-  return ipav::cli::kBadInput;
+  return check->parsed() ? ipav::cli::Check(locations, options)
+                         : ipav::cli::ListPoints(locations);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  Locations locations;
-  CheckOptions options;
-  CLI::App app("Judges IP configurations as a router would before a commit.",
-               "ipav");
   try {
-    locations = ipav::cli::FindLocations();
-    app.require_subcommand(1);
-    app.footer(kExamples);
-    app.set_version_flag("--version", IPAV_VERSION);
-
-    CLI::App* check = app.add_subcommand(
-        "check", "Judge candidates against a running configuration");
-    check->add_option("--running", options.running,
-                      "Running configuration, XML or JSON (default: empty)");
-    check->add_flag("--all", options.all,
-                    "Run every validation point and list its answer");
-    check->add_flag("-v,--verbose", options.verbose,
-                    "Show debug lines and platform calls");
-    check
-        ->add_option("candidate", options.candidates,
-                     "Configurations to judge, XML or JSON")
-        ->required();
-    AddLocationOptions(check, &locations);
-
-    CLI::App* points = app.add_subcommand(
-        "points", "List the use sites of validation points in the model");
-    AddLocationOptions(points, &locations);
-
-    app.parse(argc, argv);
-    return check->parsed() ? ipav::cli::Check(locations, options)
-                           : ipav::cli::ListPoints(locations);
-  } catch (const CLI::Success& success) {
-    return app.exit(success);  // --help and --version
+    return Run(argc, argv);
   } catch (const std::exception& error) {
-    return Fail(error.what());
+    static_cast<void>(std::fprintf(stderr, "ipav: %s\n", error.what()));
+    return ipav::cli::kBadInput;
   }
 }

@@ -106,13 +106,23 @@ class Decoder {
 
   body(Reporter(line.write_end.get()));
   // Not exit(): what is registered for the end of the program is the parent's.
-  std::fflush(nullptr);
+  static_cast<void>(std::fflush(nullptr));
   _exit(0);
+}
+
+// Appends what has come through a pipe; false at its end.
+bool ReadSome(int fd, std::string* bytes) {
+  std::array<char, 65536> buffer{};
+  const ssize_t count = read(fd, buffer.data(), buffer.size());
+  if (count < 0) return errno == EINTR;
+  bytes->append(buffer.data(), static_cast<std::size_t>(count));
+  return count > 0;
 }
 
 // Reads both pipes until the child has closed them.
 void Drain(int line, int output, std::string* line_bytes,
            std::string* output_bytes) {
+  // poll(2) passes over negative descriptors.
   std::array<pollfd, 2> open = {{{line, POLLIN, 0}, {output, POLLIN, 0}}};
   const std::array<std::string*, 2> bytes = {line_bytes, output_bytes};
   while (open[0].fd >= 0 || open[1].fd >= 0) {
@@ -121,14 +131,8 @@ void Drain(int line, int output, std::string* line_bytes,
       throw SystemError("poll");
     }
     for (std::size_t i = 0; i < open.size(); ++i) {
-      if (open[i].fd < 0 || open[i].revents == 0) continue;
-      std::array<char, 65536> buffer{};
-      const ssize_t count = read(open[i].fd, buffer.data(), buffer.size());
-      if (count > 0) {
-        bytes[i]->append(buffer.data(), static_cast<std::size_t>(count));
-      } else if (count == 0 || errno != EINTR) {
-        open[i].fd = -1;
-      }
+      const bool is_ready = open[i].fd >= 0 && open[i].revents != 0;
+      if (is_ready && !ReadSome(open[i].fd, bytes[i])) open[i].fd = -1;
     }
   }
 }
@@ -152,7 +156,8 @@ void Reporter::Send(const Message& message) const {
 ChildReport RunInChild(const std::function<void(const Reporter&)>& body) {
   Pipe line = MakePipe();
   Pipe output = MakePipe();
-  std::fflush(nullptr);  // else the child would print it once more
+  // Else the child would print once more what is still in our buffers.
+  static_cast<void>(std::fflush(nullptr));
   const pid_t parent = getpid();
   const pid_t child = fork();
   if (child < 0) throw SystemError("fork");

@@ -56,6 +56,22 @@ class ReportingListener : public services::Listener {
   const Reporter& reporter_;
 };
 
+confd::Keypath KeypathOf(const datastore::Model& model, const PointCall& call) {
+  return call.instance != nullptr
+             ? confd::KeypathOf(model, call.instance)
+             : confd::KeypathOf(model, call.parent, *call.site->node);
+}
+
+// The new value of a leaf; of any other node there is none but its tag.
+confd::OwnedValue NewValue(const datastore::Model& model,
+                           const PointCall& call) {
+  const lysc_node& node = *call.site->node;
+  if (call.instance != nullptr && node.nodetype == LYS_LEAF) {
+    return confd::ValueOf(*call.instance);
+  }
+  return confd::OwnedValue(confd::TagValue(model, node));
+}
+
 // The child's part: one life of the plug-in over one transaction.
 class Validation {
  public:
@@ -67,7 +83,7 @@ class Validation {
         reporter_(reporter),
         listener_(reporter),
         slot_(contexts_.Slot(plugin.ValidationPoint())) {
-    hostd_.maapi_socket = session_.maapi_socket();
+    hostd_.maapi_socket = confd::Session::maapi_socket();
     hostd_.instance = &instance_;
     session_.context().v_opaque = &contexts_;
     session_.context().vcb_opaque = &hostd_;
@@ -102,19 +118,12 @@ class Validation {
     const datastore::UseSite& site = *call.site;
     reporter_.Send({kBegins, {site.opaque, PathOf(call)}});
 
-    const datastore::Model& model = session_.model();
-    const confd::Keypath keypath =
-        call.instance != nullptr
-            ? confd::KeypathOf(model, call.instance)
-            : confd::KeypathOf(model, call.parent, *site.node);
-    const confd::OwnedValue value =
-        site.node->nodetype == LYS_LEAF
-            ? confd::ValueOf(*call.instance)
-            : confd::OwnedValue(confd::TagValue(model, *site.node));
+    const confd::Keypath keypath = KeypathOf(session_.model(), call);
+    const confd::OwnedValue value = NewValue(session_.model(), call);
     confd_value_t newval = *value;
-    std::string opaque = site.opaque;
+    opaque_ = site.opaque;
     session_.context().validate_opaque =
-        site.has_opaque ? opaque.data() : nullptr;
+        site.has_opaque ? opaque_.data() : nullptr;
     try {
       const std::int32_t result =
           plugin_.Validate(&session_.context(), keypath.get(), &newval);
@@ -137,6 +146,7 @@ class Validation {
   hostd hostd_;
   services::LibraryContexts contexts_;
   void** slot_;
+  std::string opaque_;  // of the running call
 };
 
 // The plan without the use sites of other validation sets.

@@ -43,12 +43,11 @@ bool ChangedBelow(const std::vector<Change>& changes,
                   const std::vector<const lysc_node*>& steps,
                   std::size_t depth) {
   if (depth == steps.size()) return !changes.empty();
-  for (const Change& change : changes) {
-    if (change.schema != steps[depth]) continue;
-    if (depth + 1 == steps.size()) return true;
-    if (ChangedBelow(change.children, steps, depth + 1)) return true;
-  }
-  return false;
+  return std::any_of(changes.begin(), changes.end(), [&](const Change& change) {
+    return change.schema == steps[depth] &&
+           (depth + 1 == steps.size() ||
+            ChangedBelow(change.children, steps, depth + 1));
+  });
 }
 
 // Changes below a node of the candidate, at it when `steps` is empty.

@@ -225,6 +225,17 @@ void FreeKeys(maapi_cursor* mc) {
   mc->n = 0;
 }
 
+void TakeKeys(const lyd_node& entry, maapi_cursor* mc) {
+  for (const lyd_node* key = lyd_child(&entry);
+       key != nullptr && lysc_is_key(key->schema); key = key->next) {
+    if (mc->n == MAXKEYLEN) {
+      throw confd::ConfdError(CONFD_ERR_BADPATH, "too many keys");
+    }
+    mc->keys[mc->n] = confd::ValueOf(*key).Release();
+    ++mc->n;
+  }
+}
+
 }  // namespace
 
 int maapi_get_next(maapi_cursor* mc) {
@@ -236,18 +247,9 @@ int maapi_get_next(maapi_cursor* mc) {
     }
     confd::Session* session = confd::Session::Current();
     if (session != nullptr) session->CountCall("maapi_get_next");
-    const lyd_node* entry = state->next;
-    if (entry == nullptr) return CONFD_OK;
-
-    for (const lyd_node* key = lyd_child(entry);
-         key != nullptr && lysc_is_key(key->schema); key = key->next) {
-      if (mc->n == MAXKEYLEN) {
-        throw confd::ConfdError(CONFD_ERR_BADPATH, "too many keys");
-      }
-      mc->keys[mc->n] = confd::ValueOf(*key).Release();
-      ++mc->n;
-    }
-    state->next = ipav::datastore::NextEntry(entry);
+    if (state->next == nullptr) return CONFD_OK;
+    TakeKeys(*state->next, mc);
+    state->next = ipav::datastore::NextEntry(state->next);
     return CONFD_OK;
   });
 }

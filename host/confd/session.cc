@@ -54,7 +54,7 @@ Session& Session::OfCdbSocket(int socket) {
   return *g_session;
 }
 
-int Session::maapi_socket() const { return kMaapiSocket; }
+int Session::maapi_socket() { return kMaapiSocket; }
 
 int Session::OpenCdb() {
   cdb_sockets_.insert(next_cdb_socket_);

@@ -40,7 +40,7 @@ class Session {
   // Given to the plug-in with each call; the opaque pointers are the caller's
   // to set.
   confd_trans_ctx& context() { return context_; }
-  int maapi_socket() const;
+  static int maapi_socket();
 
   // CDB sessions on the running configuration. Open returns the socket.
   int OpenCdb();

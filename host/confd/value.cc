@@ -159,7 +159,7 @@ OwnedValue ValueOf(const lyd_node& leaf) {
       value.val.buf = HeapBuffer(Octets(text));
       break;
     case C_BOOL:
-      value.val.boolean = from.boolean;
+      value.val.boolean = from.boolean != 0 ? 1 : 0;
       break;
     case C_ENUM_VALUE:
       value.val.enumvalue = from.enum_item->value;

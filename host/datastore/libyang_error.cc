@@ -32,11 +32,12 @@ InputError FirstError(const ly_ctx* context, const std::string& file) {
   const ly_err_item* error = ly_err_first(context);
   if (error == nullptr) return {file, "unknown error of the YANG library"};
 
+  // The line is worth more than the path, which libyang 2.1 gets wrong for
+  // duplicate entries.
   const Place place = PlaceOf(*error);
-  std::string reason = error->msg;
-  if (!place.path.empty()) reason += " (" + place.path + ")";
-  if (place.line == 0) return {file, reason};
-  return {file, place.line, reason};
+  if (place.line != 0) return {file, place.line, error->msg};
+  if (place.path.empty()) return {file, error->msg};
+  return {file, std::string(error->msg) + " (" + place.path + ")"};
 }
 
 void ClearErrors(const ly_ctx* context) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <utility>
 
 #include "datastore/libyang_error.h"
 #include "datastore/validate_statement.h"
@@ -100,33 +101,39 @@ const lysc_node* Ancestor(const lysc_node* node, std::size_t levels) {
   return node;
 }
 
+// One ".." of a path; null where there is none, or behind a name.
+const lysc_node* StepUp(const lysc_node& from, Dependency* dependency) {
+  if (dependency->absolute || !dependency->steps.empty()) return nullptr;
+  return Ancestor(&from, ++dependency->ups);
+}
+
+// One name of a path; null where it names no child.
+const lysc_node* StepDown(const Model& model, const lysc_node* parent,
+                          const std::string& step, Dependency* dependency) {
+  const std::size_t colon = step.find(':');
+  const bool has_module = colon != std::string::npos;
+  const std::string module = has_module ? step.substr(0, colon) : "";
+  const std::string name = has_module ? step.substr(colon + 1) : step;
+  const lysc_node* node = model.FindChild(parent, module, name);
+  dependency->steps.push_back(node);
+  return node;
+}
+
 // Resolves a path of `tailf:dependency`: "." and ".." first, then names.
 Dependency Resolve(const Model& model, const lysc_node& from,
                    const std::string& text, const std::string& where) {
-  const InputError unknown(where, "dependency " + text + " of " +
-                                      SchemaPath(from) + " names no node");
   Dependency dependency;
   dependency.text = text;
   dependency.absolute = text.front() == '/';
-
   const lysc_node* node = dependency.absolute ? nullptr : &from;
   for (const std::string& step : Steps(text)) {
     if (step.empty() || step == ".") continue;
-    if (step == "..") {
-      if (dependency.absolute || !dependency.steps.empty()) throw unknown;
-      ++dependency.ups;
-      node = Ancestor(&from, dependency.ups);
-      if (node == nullptr) throw unknown;
-      continue;
+    node = step == ".." ? StepUp(from, &dependency)
+                        : StepDown(model, node, step, &dependency);
+    if (node == nullptr) {
+      throw InputError(where, "dependency " + text + " of " + SchemaPath(from) +
+                                  " names no node");
     }
-    const std::size_t colon = step.find(':');
-    const std::string module =
-        colon == std::string::npos ? "" : step.substr(0, colon);
-    const std::string name =
-        colon == std::string::npos ? step : step.substr(colon + 1);
-    node = model.FindChild(node, module, name);
-    if (node == nullptr) throw unknown;
-    dependency.steps.push_back(node);
   }
   return dependency;
 }
@@ -166,8 +173,8 @@ void Model::ContextDeleter::operator()(ly_ctx* context) const {
   --g_contexts;
 }
 
-Model::Model(const std::string& yang_dir, const std::string& extension_plugin)
-    : yang_dir_(yang_dir) {
+Model::Model(std::string yang_dir, const std::string& extension_plugin)
+    : yang_dir_(std::move(yang_dir)) {
   ly_log_options(LY_LOSTORE);  // nothing on standard error
   OpenContext(extension_plugin);
   LoadModules();
@@ -342,7 +349,7 @@ std::string SchemaPath(const lysc_node& node) {
   std::string path;
   for (const lysc_node* step = &node; step != nullptr;
        step = lysc_data_parent(step)) {
-    path = "/" + std::string(step->name) + path;
+    path.insert(0, std::string("/") + step->name);
   }
   return path;
 }

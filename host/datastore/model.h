@@ -44,7 +44,7 @@ class Model {
   // Loads every module of `yang_dir`; what they import may also lie in its
   // folder stubs. `extension_plugin` is the libyang plug-in that compiles
   // `tailf:validate`. Throws InputError.
-  Model(const std::string& yang_dir, const std::string& extension_plugin);
+  Model(std::string yang_dir, const std::string& extension_plugin);
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;
 

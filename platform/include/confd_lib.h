@@ -21,14 +21,14 @@ extern "C" {
 #define MAXDEPTH 20
 #define MAXKEYLEN 9
 
-/* Return codes. maapi_exists() answers 1, 0 or an error; every other call
- * answers CONFD_OK or an error. Only CONFD_ERR sets confd_errno. */
+/* Return codes of calls, unless a call says otherwise. CONFD_ERR sets
+ * confd_errno. */
 #define CONFD_OK 0
 #define CONFD_ERR (-1)
 #define CONFD_EOF (-2)
 #define CONFD_VALIDATION_WARN (-3)
 
-/* Why the last call of this thread failed with CONFD_ERR, and a text of it. */
+/* Why the last call failed with CONFD_ERR, and a text of it. */
 #define CONFD_ERR_NOEXISTS 1
 #define CONFD_ERR_BADTYPE 5
 #define CONFD_ERR_BADPATH 8

@@ -14,7 +14,10 @@
  * A read of a leaf fails with CONFD_ERR_NOEXISTS where it has neither value
  * nor default, with CONFD_ERR_BADTYPE where its type is not the call's (never
  * a conversion), with CONFD_ERR_BADPATH where the path is malformed or unknown
- * to the model. An output argument is left alone by a failing read. */
+ * to the model. An output argument is left alone by a failing read.
+ *
+ * Where the daemon's documentation leaves something open, what is said here is
+ * what our implementations do; the plug-in does not rely on it. */
 #ifndef IPAV_PLATFORM_CONFD_MAAPI_H_
 #define IPAV_PLATFORM_CONFD_MAAPI_H_
 
@@ -24,8 +27,8 @@
 extern "C" {
 #endif
 
-/* 1 when the node exists, 0 when not, else an error. A list without keys
- * exists when it has an entry. */
+/* 1 when the node exists, 0 when not, else an error, which is not zero either.
+ * A list without keys exists when it has an entry (open in the daemon). */
 int maapi_exists(int sock, int thandle, const char *fmt, ...);
 
 /* Number of entries of the list (path without keys), or CONFD_ERR. */
@@ -76,7 +79,7 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char *expr, char **res,
 
 /* What happened to a node in the transaction. */
 enum confd_iter_op {
-  MOP_CREATED = 1,   /* list entry or presence container */
+  MOP_CREATED = 1,   /* list entry, presence container or empty leaf */
   MOP_DELETED = 2,   /* list entry, presence container or leaf */
   MOP_MODIFIED = 3,  /* list entry with a changed descendant */
   MOP_VALUE_SET = 4, /* leaf, also when a default comes into force */
@@ -95,8 +98,8 @@ enum confd_iter_ret {
 
 /* Calls `iter` for each change of the transaction at or below the path, parents
  * before children; plain containers get no call. The key path is the full one
- * of the changed node; `oldv` is always null, `newv` is set for MOP_VALUE_SET
- * only. Path and values are borrowed for the length of the callback. */
+ * of the changed node; `oldv` is always null, `newv` is the value of a
+ * MOP_VALUE_SET, null for a creation, deletion or modification. Path and values are borrowed for the length of the callback. */
 int maapi_keypath_diff_iterate(
     int sock, int thandle,
     enum confd_iter_ret (*iter)(confd_hkeypath_t *kp, enum confd_iter_op op,

@@ -1,9 +1,9 @@
 #include "internal/assertion.h"
 
-// <assert.h> declares the failure function only where assertions are on, and
+// <cassert> declares the failure function only where assertions are on, and
 // the C library allows it to be included anew with another setting.
 #undef NDEBUG
-#include <assert.h>
+#include <cassert>
 
 namespace ip_application::config_valid::internal {
 

@@ -1,0 +1,1351 @@
+// What every implementation of the platform seam must do: the comments of
+// platform/include as tests.
+
+#include <confd_cdb.h>
+#include <confd_lib.h>
+#include <confd_maapi.h>
+#include <gtest/gtest.h>
+#include <hostd/cdb_session.h>
+#include <hostd/hostd.h>
+#include <hostmw/fault.h>
+#include <hostmw/vlog.h>
+#include <ids/limid.h>
+#include <ids/vrf_id.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "seam_under_test.h"
+#include "value.h"
+
+namespace ipav::testing {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr char kL3[] = "/config/interface/l3";
+constexpr char kLoopback[] = "/config/interface/loopback";
+constexpr char kRoutes[] = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
+constexpr char kOutputOfRoute[] =
+    "/rtmStaticRtEntry-global{ 0 0a:01:00:00 16 c0:a8:01:01 }";
+constexpr char kOspfv3[] = "/internal/ospfv3-interface-l3";
+constexpr char kVlan[] = "/config/interface/l3{%s}/lower-layer-if/vlan";
+
+std::string Print(const confd_value_t& value) {
+  std::array<char, 256> text{};
+  confd_pp_value(text.data(), static_cast<int>(text.size()), &value);
+  return text.data();
+}
+
+class SeamContractTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    seam = OpenSeam();
+    ASSERT_NE(seam, nullptr);
+    sock = seam->socket();
+    trans = seam->thandle();
+  }
+
+  int Exists(const std::string& path) {
+    return maapi_exists(sock, trans, "%s", path.c_str());
+  }
+
+  int Count(const std::string& list) {
+    return maapi_num_instances(sock, trans, "%s", list.c_str());
+  }
+
+  // The texts of all keys of all entries, in cursor order.
+  std::vector<Texts> Walk(const std::string& list);
+
+  std::unique_ptr<SeamUnderTest> seam;
+  int sock = -1;
+  int trans = -1;
+};
+
+std::vector<Texts> SeamContractTest::Walk(const std::string& list) {
+  std::vector<Texts> entries;
+  maapi_cursor cursor;
+  EXPECT_EQ(maapi_init_cursor(sock, trans, &cursor, "%s", list.c_str()),
+            CONFD_OK);
+  EXPECT_EQ(maapi_get_next(&cursor), CONFD_OK);
+  while (cursor.n != 0) {
+    Texts keys;
+    for (int i = 0; i < cursor.n; ++i) keys.push_back(Print(cursor.keys[i]));
+    entries.push_back(keys);
+    EXPECT_EQ(maapi_get_next(&cursor), CONFD_OK);
+  }
+  maapi_destroy_cursor(&cursor);
+  return entries;
+}
+
+// ---- The transaction -------------------------------------------------------
+
+TEST_F(SeamContractTest, TheContextNamesTheOpenTransaction) {
+  ASSERT_NE(seam->tctx(), nullptr);
+  EXPECT_EQ(seam->tctx()->thandle, trans);
+  EXPECT_GE(sock, 0);
+}
+
+// Every call that takes a socket and a handle, on a node that is there.
+struct HandleCase {
+  const char* name;
+  int (*call)(int sock, int trans);
+};
+
+confd_iter_ret Recurse(confd_hkeypath_t* /*keypath*/, confd_iter_op /*op*/,
+                       confd_value_t* /*oldv*/, confd_value_t* /*newv*/,
+                       void* /*state*/) {
+  return ITER_RECURSE;
+}
+
+constexpr char kCoreVlan[] = "/config/interface/l3{core1}/lower-layer-if/vlan";
+constexpr char kCoreVrf[] = "/config/interface/l3{core1}/vrf";
+constexpr char kCoreMaximum[] =
+    "/config/interface/l3{core1}/ipv6/nd/ra/max-interval";
+constexpr char kCoreIpv4[] = "/config/interface/l3{core1}/ipv4/address/ip";
+constexpr char kCoreIpv6[] =
+    "/config/interface/l3{core1}/ipv6/address{2001:db8:0:1::1/64}/ip";
+constexpr char kNetmask[] =
+    "/internal/ospf-interface-l3{1 0.0.0.1 l3-core1 10.1.1.1}/"
+    "ospf-pm-ip-netmask";
+constexpr char kProcess[] = "/internal/ospf-index-to-proc-id{1}/proc_id";
+
+const HandleCase kHandleCases[] = {
+    {"Exists", [](int s, int t) { return maapi_exists(s, t, kL3); }},
+    {"NumInstances",
+     [](int s, int t) { return maapi_num_instances(s, t, kL3); }},
+    {"GetElem",
+     [](int s, int t) {
+       confd_value_t value = Nothing().Borrow();
+       return maapi_get_elem(s, t, &value, kCoreVlan);
+     }},
+    {"GetStr",
+     [](int s, int t) {
+       std::array<char, 64> text{};
+       return maapi_get_str_elem(s, t, text.data(), 64, kCoreVrf);
+     }},
+    {"GetInt32",
+     [](int s, int t) {
+       int32_t number = 0;
+       return maapi_get_int32_elem(s, t, &number, kCoreVlan);
+     }},
+    {"GetUint8",
+     [](int s, int t) {
+       uint8_t number = 0;
+       return maapi_get_u_int8_elem(s, t, &number, kNetmask);
+     }},
+    {"GetUint16",
+     [](int s, int t) {
+       uint16_t number = 0;
+       return maapi_get_u_int16_elem(s, t, &number, kCoreMaximum);
+     }},
+    {"GetUint32",
+     [](int s, int t) {
+       uint32_t number = 0;
+       return maapi_get_u_int32_elem(s, t, &number, kProcess);
+     }},
+    {"GetIpv4AndPlen",
+     [](int s, int t) {
+       confd_ipv4_prefix prefix{};
+       return maapi_get_ipv4_and_plen_elem(s, t, &prefix, kCoreIpv4);
+     }},
+    {"GetIpv6AndPlen",
+     [](int s, int t) {
+       confd_ipv6_prefix prefix{};
+       return maapi_get_ipv6_and_plen_elem(s, t, &prefix, kCoreIpv6);
+     }},
+    {"InitCursor",
+     [](int s, int t) {
+       maapi_cursor cursor;
+       const int result = maapi_init_cursor(s, t, &cursor, kL3);
+       if (result == CONFD_OK) maapi_destroy_cursor(&cursor);
+       return result;
+     }},
+    {"XpathEvalExpr",
+     [](int s, int t) {
+       char* text = nullptr;
+       const int result = maapi_xpath_eval_expr(s, t, "vrf-config", &text,
+                                                nullptr, "/internal");
+       std::free(text);
+       return result;
+     }},
+    {"DiffIterate",
+     [](int s, int t) {
+       return maapi_keypath_diff_iterate(s, t, Recurse, 0, nullptr, kL3);
+     }},
+};
+
+class HandleTest : public SeamContractTest,
+                   public ::testing::WithParamInterface<HandleCase> {};
+
+TEST_P(HandleTest, TakesTheOpenSocketAndTransaction) {
+  EXPECT_GE(GetParam().call(sock, trans), CONFD_OK);
+}
+
+TEST_P(HandleTest, RefusesASocketThatWasNeverOpened) {
+  for (const int other : {-1, sock + 12345}) {
+    confd_errno = 0;
+    EXPECT_EQ(GetParam().call(other, trans), CONFD_ERR);
+    EXPECT_EQ(confd_errno, CONFD_ERR_NOSESSION);
+  }
+}
+
+TEST_P(HandleTest, RefusesATransactionThatWasNeverOpened) {
+  for (const int other : {-1, trans + 12345}) {
+    confd_errno = 0;
+    EXPECT_EQ(GetParam().call(sock, other), CONFD_ERR);
+    EXPECT_EQ(confd_errno, CONFD_ERR_NOTRANS);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, HandleTest, ::testing::ValuesIn(kHandleCases),
+                         [](const auto& call) {
+                           return std::string(call.param.name);
+                         });
+
+// ---- Existence and number of entries ---------------------------------------
+
+TEST_F(SeamContractTest, ExistsAnswersOneForWhatIsThere) {
+  EXPECT_EQ(Exists(kCoreVrf), 1);
+  EXPECT_EQ(Exists("/config/interface/l3{core1}"), 1);
+  EXPECT_EQ(Exists(kL3), 1);
+  EXPECT_EQ(Exists("/config/interface"), 1);
+}
+
+TEST_F(SeamContractTest, ExistsAnswersZeroForWhatIsNotThere) {
+  EXPECT_EQ(Exists("/config/interface/l3{uplink}/vrf"), 0);
+  EXPECT_EQ(Exists("/config/interface/l3{nobody}"), 0);
+  EXPECT_EQ(Exists("/config/interface/l3{nobody}/vrf"), 0);
+  EXPECT_EQ(Exists(kLoopback), 0);
+}
+
+TEST_F(SeamContractTest, ExistsSeesTheTransactionNotTheRunningConfiguration) {
+  EXPECT_EQ(Exists("/config/interface/l3{edge1}"), 1);  // created
+  EXPECT_EQ(Exists("/config/interface/l3{zeta}"), 0);   // deleted
+}
+
+TEST_F(SeamContractTest, ExistsFailsForABadPath) {
+  confd_errno = 0;
+  EXPECT_EQ(Exists("/config/interface/nosuch"), CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH);
+}
+
+TEST_F(SeamContractTest, CountsTheEntriesOfAList) {
+  EXPECT_EQ(Count(kL3), 5);
+  EXPECT_EQ(Count(kOspfv3), 2);
+  EXPECT_EQ(Count("/config/interface/l3{core1}/ipv4/address/secondary"), 2);
+}
+
+TEST_F(SeamContractTest, CountsNoEntriesOfAnEmptyList) {
+  EXPECT_EQ(Count(kLoopback), 0);
+  EXPECT_EQ(Count("/config/interface/l3{edge1}/ipv6/address"), 0);
+}
+
+TEST_F(SeamContractTest, CountsNothingAtABadPath) {
+  for (const char* path :
+       {"/config/interface/nosuch", "l3", "/config/interface/l3{core1}"}) {
+    confd_errno = 0;
+    EXPECT_EQ(Count(path), CONFD_ERR) << path;
+    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH) << path;
+  }
+}
+
+// ---- Typed reads -----------------------------------------------------------
+
+// A typed read into an output that holds a sentinel before. `read` sets the
+// text of what the output holds afterwards.
+struct ReadCase {
+  const char* name;
+  std::function<int(int sock, int trans, const char* path, std::string* after)>
+      read;
+  const char* sentinel;
+  const char* path;
+  const char* value;
+  const char* absent;               // a leaf without value
+  std::vector<const char*> others;  // leaves of other types
+};
+
+template <typename Number>
+auto NumberRead(int (*read)(int, int, Number*, const char*, ...)) {
+  return [read](int s, int t, const char* path, std::string* after) {
+    Number number = 77;
+    const int result = read(s, t, &number, "%s", path);
+    *after = std::to_string(number);
+    return result;
+  };
+}
+
+int ReadStr(int sock, int trans, const char* path, std::string* after) {
+  std::array<char, 64> text{"untouched"};
+  const int result =
+      maapi_get_str_elem(sock, trans, text.data(), 64, "%s", path);
+  *after = text.data();
+  return result;
+}
+
+int ReadIpv4(int sock, int trans, const char* path, std::string* after) {
+  confd_value_t value = Ipv4Plen("203.0.113.7/7").Borrow();
+  const int result = maapi_get_ipv4_and_plen_elem(
+      sock, trans, &value.val.ipv4prefix, "%s", path);
+  *after = Print(value);
+  return result;
+}
+
+int ReadIpv6(int sock, int trans, const char* path, std::string* after) {
+  confd_value_t value = Ipv6Plen("2001:db8:7::7/7").Borrow();
+  const int result = maapi_get_ipv6_and_plen_elem(
+      sock, trans, &value.val.ipv6prefix, "%s", path);
+  *after = Print(value);
+  return result;
+}
+
+std::vector<ReadCase> ReadCases() {
+  return {
+      {"Str",
+       ReadStr,
+       "untouched",
+       kCoreVrf,
+       "red",
+       "/config/interface/l3{uplink}/vrf",
+       {kCoreVlan, kCoreIpv4}},
+      {"Int32",
+       NumberRead(maapi_get_int32_elem),
+       "77",
+       kCoreVlan,
+       "20",
+       "/config/interface/l3{uplink}/lower-layer-if/vlan",
+       {kCoreVrf, kCoreMaximum, kProcess}},
+      {"Uint8",
+       NumberRead(maapi_get_u_int8_elem),
+       "77",
+       kNetmask,
+       "24",
+       "/internal/ospf-interface-l3{2 0.0.0.0 l3-uplink 10.1.4.1}/"
+       "ospf-pm-ip-netmask",
+       {kCoreMaximum, kProcess, kCoreVrf}},
+      {"Uint16",
+       NumberRead(maapi_get_u_int16_elem),
+       "77",
+       kCoreMaximum,
+       "600",
+       "/config/interface/l3{edge1}/ipv6/nd/ra/max-interval",
+       {kNetmask, kProcess, kCoreVlan, kCoreVrf}},
+      {"Uint32",
+       NumberRead(maapi_get_u_int32_elem),
+       "77",
+       kProcess,
+       "100",
+       "/internal/ospf-index-to-proc-id{2}/proc_id",
+       {kCoreMaximum, kCoreVlan, kNetmask}},
+      {"Ipv4AndPlen",
+       ReadIpv4,
+       "203.0.113.7/7",
+       kCoreIpv4,
+       "10.1.1.1/24",
+       "/config/interface/l3{edge1}/ipv4/address/ip",
+       {kCoreIpv6, kCoreVrf}},
+      {"Ipv6AndPlen",
+       ReadIpv6,
+       "2001:db8:7::7/7",
+       kCoreIpv6,
+       "2001:db8:0:1::1/64",
+       "/config/interface/l3{core1}/ipv6/address{2001:db8:0:9::1/64}/ip",
+       {kCoreIpv4, kCoreVrf}},
+  };
+}
+
+class ReadTest : public SeamContractTest,
+                 public ::testing::WithParamInterface<ReadCase> {
+ protected:
+  void ExpectFailure(const std::string& path, int code) {
+    confd_errno = 0;
+    std::string after;
+    EXPECT_EQ(GetParam().read(sock, trans, path.c_str(), &after), CONFD_ERR)
+        << path;
+    EXPECT_EQ(confd_errno, code) << path;
+    EXPECT_EQ(after, GetParam().sentinel) << path;
+  }
+};
+
+TEST_P(ReadTest, GivesTheValue) {
+  std::string after;
+  EXPECT_EQ(GetParam().read(sock, trans, GetParam().path, &after), CONFD_OK);
+  EXPECT_EQ(after, GetParam().value);
+}
+
+TEST_P(ReadTest, FailsWithoutAValueAndLeavesTheOutputAlone) {
+  ExpectFailure(GetParam().absent, CONFD_ERR_NOEXISTS);
+}
+
+TEST_P(ReadTest, FailsForEveryOtherTypeAndLeavesTheOutputAlone) {
+  for (const char* other : GetParam().others) {
+    ExpectFailure(other, CONFD_ERR_BADTYPE);
+  }
+}
+
+TEST_P(ReadTest, FailsForABadPathAndLeavesTheOutputAlone) {
+  ExpectFailure(std::string(GetParam().path) + "/", CONFD_ERR_BADPATH);
+  ExpectFailure(std::string(GetParam().path) + "x", CONFD_ERR_BADPATH);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, ReadTest, ::testing::ValuesIn(ReadCases()),
+                         [](const auto& read) {
+                           return std::string(read.param.name);
+                         });
+
+TEST_F(SeamContractTest, KeepsTheHostBitsOfAnAddressInNetworkOrder) {
+  confd_ipv4_prefix ipv4{};
+  ASSERT_EQ(maapi_get_ipv4_and_plen_elem(sock, trans, &ipv4, kCoreIpv4),
+            CONFD_OK);
+  EXPECT_EQ(ipv4.ip.s_addr, htonl(0x0A010101));
+  EXPECT_EQ(ipv4.len, 24);
+
+  confd_ipv6_prefix ipv6{};
+  ASSERT_EQ(maapi_get_ipv6_and_plen_elem(sock, trans, &ipv6, kCoreIpv6),
+            CONFD_OK);
+  EXPECT_EQ(ipv6.ip6.s6_addr[0], 0x20);
+  EXPECT_EQ(ipv6.ip6.s6_addr[15], 1);
+  EXPECT_EQ(ipv6.len, 64);
+}
+
+TEST_F(SeamContractTest, CopiesATextThatFitsWithItsTerminator) {
+  std::array<char, 8> text;
+  text.fill('#');
+  EXPECT_EQ(maapi_get_str_elem(sock, trans, text.data(), 4, kCoreVrf),
+            CONFD_OK);
+  EXPECT_STREQ(text.data(), "red");
+  EXPECT_EQ(text[4], '#');
+}
+
+TEST_F(SeamContractTest, RefusesToCopyATextThatDoesNotFit) {
+  for (const int size : {3, 1, 0}) {
+    std::array<char, 8> text;
+    text.fill('#');
+    confd_errno = 0;
+    EXPECT_EQ(maapi_get_str_elem(sock, trans, text.data(), size, kCoreVrf),
+              CONFD_ERR);
+    EXPECT_EQ(confd_errno, CONFD_ERR_PROTOUSAGE);
+    EXPECT_EQ(text[0], '#');
+  }
+}
+
+// ---- Reads of any type -----------------------------------------------------
+
+struct ElementCase {
+  std::string path;
+  confd_vtype type;
+  std::string text;
+};
+
+std::vector<ElementCase> ElementCases() {
+  return {
+      {kCoreVrf, C_BUF, "red"},
+      {kCoreVlan, C_INT32, "20"},
+      {kNetmask, C_UINT8, "24"},
+      {kCoreMaximum, C_UINT16, "600"},
+      {kProcess, C_UINT32, "100"},
+      {"/config/interface/l3{core1}/enabled", C_BOOL, "true"},
+      {std::string(kOutputOfRoute) + "/rtmStaticRtDest", C_BINARY, "0a010000"},
+      {std::string(kOspfv3) + "{1 0.0.0.1 l3-core1}/area", C_IPV4, "0.0.0.1"},
+      {kCoreIpv4, C_IPV4_AND_PLEN, "10.1.1.1/24"},
+      {kCoreIpv6, C_IPV6_AND_PLEN, "2001:db8:0:1::1/64"},
+  };
+}
+
+class ElementTest : public SeamContractTest,
+                    public ::testing::WithParamInterface<ElementCase> {};
+
+TEST_P(ElementTest, IsGivenInTheTypeOfTheModel) {
+  confd_value_t value = Nothing().Borrow();
+  ASSERT_EQ(maapi_get_elem(sock, trans, &value, "%s", GetParam().path.c_str()),
+            CONFD_OK);
+  EXPECT_EQ(value.type, GetParam().type);
+  EXPECT_EQ(Print(value), GetParam().text);
+  confd_free_value(&value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, ElementTest,
+                         ::testing::ValuesIn(ElementCases()),
+                         [](const auto& element) {
+                           return "Type" + std::to_string(element.param.type);
+                         });
+
+TEST_F(SeamContractTest, ATextIsTerminatedBehindItsSize) {
+  confd_value_t value = Nothing().Borrow();
+  ASSERT_EQ(maapi_get_elem(sock, trans, &value, kCoreVrf), CONFD_OK);
+  ASSERT_EQ(value.type, C_BUF);
+  EXPECT_EQ(value.val.buf.size, 3U);
+  EXPECT_EQ(value.val.buf.ptr[3], '\0');
+  confd_free_value(&value);
+}
+
+TEST_F(SeamContractTest, OctetsMayContainZero) {
+  confd_value_t value = Nothing().Borrow();
+  ASSERT_EQ(
+      maapi_get_elem(sock, trans, &value, "%s/rtmStaticRtDest", kOutputOfRoute),
+      CONFD_OK);
+  ASSERT_EQ(value.type, C_BINARY);
+  ASSERT_EQ(value.val.buf.size, 4U);
+  EXPECT_EQ(value.val.buf.ptr[0], 0x0A);
+  EXPECT_EQ(value.val.buf.ptr[2], 0x00);
+  EXPECT_EQ(value.val.buf.ptr[3], 0x00);
+  confd_free_value(&value);
+}
+
+TEST_F(SeamContractTest, AFailingReadOfAnElementLeavesTheOutputAlone) {
+  const struct {
+    const char* path;
+    int code;
+  } failures[] = {{"/config/interface/l3{uplink}/vrf", CONFD_ERR_NOEXISTS},
+                  {"/config/interface/l3{nobody}/vrf", CONFD_ERR_NOEXISTS},
+                  {"/config/interface/l3{core1}/nosuch", CONFD_ERR_BADPATH},
+                  {"", CONFD_ERR_BADPATH}};
+  for (const auto& failure : failures) {
+    confd_value_t value = Int32(77).Borrow();
+    confd_errno = 0;
+    EXPECT_EQ(maapi_get_elem(sock, trans, &value, "%s", failure.path),
+              CONFD_ERR);
+    EXPECT_EQ(confd_errno, failure.code) << failure.path;
+    EXPECT_EQ(value.type, C_INT32);
+    EXPECT_EQ(value.val.i32, 77);
+  }
+}
+
+TEST_F(SeamContractTest, ValuesOfFixedSizeNeedNoFreeingButMayBeFreed) {
+  for (Value value : {Int32(1), Bool(true), Ipv4("10.0.0.1"), Nothing()}) {
+    confd_value_t raw = value.Borrow();
+    confd_free_value(&raw);
+    EXPECT_EQ(raw.type, value.type());
+  }
+}
+
+TEST_F(SeamContractTest, ALeafWithoutAValueReadsAsItsDefault) {
+  confd_value_t value = Nothing().Borrow();
+  ASSERT_EQ(maapi_get_elem(sock, trans, &value,
+                           "/config/interface/l3{uplink}/enabled"),
+            CONFD_OK);
+  EXPECT_EQ(Print(value), "true");
+}
+
+// ---- Path formats ----------------------------------------------------------
+
+TEST_F(SeamContractTest, FormatsTextsAndNumbersIntoAPath) {
+  EXPECT_EQ(maapi_exists(sock, trans, "/config/interface/l3{%s}", "core1"), 1);
+  EXPECT_EQ(maapi_exists(sock, trans, "%s{%s}/%s", kL3, "core1", "vrf"), 1);
+  EXPECT_EQ(maapi_exists(sock, trans,
+                         "/internal/ospf-index-to-proc-id{%u}/proc_id", 1U),
+            1);
+  EXPECT_EQ(maapi_exists(sock, trans,
+                         "/internal/ospf-index-to-proc-id{%d}/proc_id", 1),
+            1);
+  EXPECT_EQ(maapi_exists(sock, trans, "%s{ %u %s %s }/ospfv3-pm-if-index",
+                         kOspfv3, 1U, "0.0.0.1", "l3-core1"),
+            1);
+}
+
+TEST_F(SeamContractTest, ReadsAPathThatIsTheFormatItself) {
+  EXPECT_EQ(maapi_exists(sock, trans, "/config/interface/l3{core1}/vrf"), 1);
+}
+
+TEST_F(SeamContractTest, TakesAPercentSignInATextAsText) {
+  EXPECT_EQ(maapi_exists(sock, trans, "%s", "/config/interface/l3{100%n}/vrf"),
+            0);
+  EXPECT_EQ(maapi_exists(sock, trans, "/config/interface/l3{%s}", "%d"), 0);
+}
+
+TEST_F(SeamContractTest, RefusesEveryOtherConversion) {
+  for (const char* format :
+       {"/config/interface/l3{%x}", "/config/interface/l3{%5d}",
+        "/config/interface/l3{%i}", "/config/interface/l3{%c}",
+        "/config/interface/l3{%-d}", "/config/interface/l3{%%}",
+        "/config/interface/l3{core1}%"}) {
+    confd_errno = 0;
+    EXPECT_EQ(maapi_exists(sock, trans, format, 1), CONFD_ERR) << format;
+    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH) << format;
+  }
+  EXPECT_EQ(maapi_exists(sock, trans, "/config/interface/l3{%lu}", 1UL),
+            CONFD_ERR);
+  EXPECT_EQ(maapi_exists(sock, trans, "/config/interface/l3{%.2s}", "ab"),
+            CONFD_ERR);
+}
+
+// ---- Path texts ------------------------------------------------------------
+
+TEST_F(SeamContractTest, TakesPrefixesOnAnyStep) {
+  EXPECT_EQ(Exists("/config/interface/ipapp:l3{core1}/vrf"), 1);
+  EXPECT_EQ(Exists("/vorplex-internal:internal/vorplex-internal:vrf-config/"
+                   "indexTOstring{7}/vname"),
+            1);
+  EXPECT_EQ(Exists("/vorplex-internal:internal/vrf-config/indexTOstring{8}"),
+            0);
+}
+
+TEST_F(SeamContractTest, LooksUpAFirstStepWithoutAPrefixInEveryModule) {
+  EXPECT_EQ(Exists("/internal/vrf-config/indexTOstring{7}/vname"), 1);
+  EXPECT_EQ(Exists(kOutputOfRoute), 1);
+  EXPECT_EQ(Exists(kRoutes), 1);
+}
+
+TEST_F(SeamContractTest, TakesBlanksWithinBraces) {
+  EXPECT_EQ(Exists("/config/interface/l3{ core1 }/vrf"), 1);
+  EXPECT_EQ(Exists("/internal/ospfv3-interface-l3{  1  0.0.0.1 l3-core1}"), 1);
+  EXPECT_EQ(Exists("/internal/ospfv3-interface-l3{1 0.0.0.1 l3-core1  }"), 1);
+}
+
+TEST_F(SeamContractTest, TakesKeysInQuotes) {
+  EXPECT_EQ(Exists("/config/interface/l3{\"core1\"}/vrf"), 1);
+  EXPECT_EQ(Exists("/config/interface/l3{\"lab two\"}/vrf"), 1);
+  EXPECT_EQ(Exists(R"(/config/interface/l3{ "odd{\"\\}" }/vrf)"), 1);
+  EXPECT_EQ(Exists("/config/interface/l3{\"lab three\"}/vrf"), 0);
+}
+
+TEST_F(SeamContractTest, TakesSlashesAndColonsInKeys) {
+  EXPECT_EQ(Exists(kCoreIpv6), 1);
+  EXPECT_EQ(Exists("/config/interface/l3{core1}/ipv4/address/"
+                   "secondary{10.1.3.1/25}/ip"),
+            1);
+}
+
+TEST_F(SeamContractTest, RefusesMalformedPaths) {
+  for (const char* path :
+       {"", "/", "config", "//config", "/config/", "/config//interface",
+        "/config/interface/l3{", "/config/interface/l3{}",
+        "/config/interface/l3{ }", "/config/interface/l3{core1",
+        "/config/interface/l3{\"core1}", "/config/interface/l3{core1}vrf"}) {
+    confd_errno = 0;
+    EXPECT_EQ(Exists(path), CONFD_ERR) << path;
+    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH) << path;
+  }
+}
+
+TEST_F(SeamContractTest, RefusesPathsUnknownToTheModel) {
+  for (const char* path :
+       {"/nosuch", "/config/nosuch", "/config/interface/l3{core1}/nosuch",
+        "/config/interface/l3{core1}/vrf/nosuch"}) {
+    confd_errno = 0;
+    EXPECT_EQ(Exists(path), CONFD_ERR) << path;
+    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH) << path;
+  }
+}
+
+TEST_F(SeamContractTest, RefusesAWrongNumberOfKeys) {
+  for (const char* path :
+       {"/config/interface/l3{lab two}/vrf",
+        "/internal/ospfv3-interface-l3{1 0.0.0.1}/ospfv3-pm-if-index"}) {
+    confd_errno = 0;
+    EXPECT_EQ(Exists(path), CONFD_ERR) << path;
+    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH) << path;
+  }
+}
+
+// ---- Cursors ---------------------------------------------------------------
+
+TEST_F(SeamContractTest, ACursorGivesTheEntriesInOrder) {
+  EXPECT_EQ(Walk(kL3),
+            (std::vector<Texts>{
+                {"core1"}, {"edge1"}, {"lab two"}, {"odd{\"\\}"}, {"uplink"}}));
+}
+
+TEST_F(SeamContractTest, ACursorTakesAPathWithPrefix) {
+  EXPECT_EQ(Walk("/config/interface/ipapp:l3").size(), 5U);
+}
+
+TEST_F(SeamContractTest, ACursorGivesAllKeysOfAnEntry) {
+  EXPECT_EQ(Walk(kOspfv3), (std::vector<Texts>{{"1", "0.0.0.1", "l3-core1"},
+                                               {"2", "0.0.0.2", "l3-edge1"}}));
+  EXPECT_EQ(Walk("/internal/ospf-interface-l3"),
+            (std::vector<Texts>{{"1", "0.0.0.1", "l3-core1", "10.1.1.1"},
+                                {"2", "0.0.0.0", "l3-uplink", "10.1.4.1"}}));
+}
+
+TEST_F(SeamContractTest, ACursorGivesTheKeysOfAStaticRouteInTheirTypes) {
+  EXPECT_EQ(Walk(kRoutes),
+            (std::vector<Texts>{
+                {"0", "enum<1>", "0a010000", "16", "enum<1>", "c0a80101"},
+                {"1", "enum<2>", "20010db8000000000000000000000000", "32",
+                 "enum<2>", "fe800000000000000000000000000001"}}));
+
+  maapi_cursor cursor;
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &cursor, kRoutes), CONFD_OK);
+  ASSERT_EQ(maapi_get_next(&cursor), CONFD_OK);
+  ASSERT_EQ(cursor.n, 6);
+  const std::vector<confd_vtype> expected = {C_UINT32, C_ENUM_VALUE, C_BINARY,
+                                             C_INT32,  C_ENUM_VALUE, C_BINARY};
+  std::vector<confd_vtype> types;
+  for (int i = 0; i < cursor.n; ++i) types.push_back(cursor.keys[i].type);
+  EXPECT_EQ(types, expected);
+  maapi_destroy_cursor(&cursor);
+}
+
+TEST_F(SeamContractTest, ACursorGivesAddressKeysWithTheirHostBits) {
+  EXPECT_EQ(Walk("/config/interface/l3{core1}/ipv4/address/secondary"),
+            (std::vector<Texts>{{"10.1.2.1/24"}, {"10.1.3.1/25"}}));
+  EXPECT_EQ(
+      Walk("/config/interface/l3{core1}/ipv6/address"),
+      (std::vector<Texts>{{"2001:db8:0:1::1/64"}, {"2001:db8:0:2::1/48"}}));
+}
+
+TEST_F(SeamContractTest, ATextKeyOfACursorIsTerminatedBehindItsSize) {
+  maapi_cursor cursor;
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &cursor, kL3), CONFD_OK);
+  ASSERT_EQ(maapi_get_next(&cursor), CONFD_OK);
+  ASSERT_EQ(cursor.n, 1);
+  ASSERT_EQ(cursor.keys[0].type, C_BUF);
+  EXPECT_EQ(cursor.keys[0].val.buf.size, 5U);
+  EXPECT_EQ(cursor.keys[0].val.buf.ptr[5], '\0');
+  maapi_destroy_cursor(&cursor);
+}
+
+TEST_F(SeamContractTest, ACursorOverAnEmptyListHasNoEntry) {
+  EXPECT_EQ(Walk(kLoopback), std::vector<Texts>{});
+  EXPECT_EQ(Walk("/config/interface/l3{nobody}/ipv6/address"),
+            std::vector<Texts>{});
+}
+
+TEST_F(SeamContractTest, ACursorStaysBehindTheLastEntry) {
+  maapi_cursor cursor;
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &cursor, kOspfv3), CONFD_OK);
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(maapi_get_next(&cursor), CONFD_OK);
+    EXPECT_EQ(cursor.n, 3);
+  }
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(maapi_get_next(&cursor), CONFD_OK);
+    EXPECT_EQ(cursor.n, 0);
+  }
+  maapi_destroy_cursor(&cursor);
+}
+
+TEST_F(SeamContractTest, ACursorCanBeDestroyedAnywhere) {
+  maapi_cursor cursor;
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &cursor, kL3), CONFD_OK);
+  maapi_destroy_cursor(&cursor);  // before the first entry
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &cursor, kL3), CONFD_OK);
+  ASSERT_EQ(maapi_get_next(&cursor), CONFD_OK);
+  EXPECT_EQ(Print(cursor.keys[0]), "core1");
+  maapi_destroy_cursor(&cursor);  // on an entry
+}
+
+TEST_F(SeamContractTest, CursorsAreIndependent) {
+  maapi_cursor outer;
+  maapi_cursor inner;
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &outer, kL3), CONFD_OK);
+  ASSERT_EQ(maapi_get_next(&outer), CONFD_OK);
+  ASSERT_EQ(maapi_init_cursor(sock, trans, &inner, kL3), CONFD_OK);
+  ASSERT_EQ(maapi_get_next(&inner), CONFD_OK);
+  ASSERT_EQ(maapi_get_next(&inner), CONFD_OK);
+  EXPECT_EQ(Print(outer.keys[0]), "core1");
+  EXPECT_EQ(Print(inner.keys[0]), "edge1");
+  maapi_destroy_cursor(&inner);
+  ASSERT_EQ(maapi_get_next(&outer), CONFD_OK);
+  EXPECT_EQ(Print(outer.keys[0]), "edge1");
+  maapi_destroy_cursor(&outer);
+}
+
+TEST_F(SeamContractTest, ACursorDoesNotOpenOnABadPath) {
+  for (const char* path : {"/config/interface/nosuch", "l3", ""}) {
+    maapi_cursor cursor;
+    confd_errno = 0;
+    EXPECT_EQ(maapi_init_cursor(sock, trans, &cursor, "%s", path), CONFD_ERR);
+    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH) << path;
+  }
+}
+
+// ---- XPath -----------------------------------------------------------------
+
+class XpathTest : public SeamContractTest {
+ protected:
+  // The answer, or nothing for a null one.
+  std::string Evaluate(const char* expression, const char* context,
+                       int expected_result) {
+    char* text = nullptr;
+    EXPECT_EQ(maapi_xpath_eval_expr(sock, trans, expression, &text, nullptr,
+                                    "%s", context),
+              expected_result);
+    const std::string answer = text == nullptr ? "(null)" : text;
+    std::free(text);
+    return answer;
+  }
+};
+
+TEST_F(XpathTest, AnswersTheValueOfTheNodeThatIsFound) {
+  EXPECT_EQ(Evaluate("ospfv3-interface-l3[ospfv3-pm-if-name='l3-core1']/"
+                     "ospfv3-pm-if-name",
+                     "/internal", CONFD_OK),
+            "l3-core1");
+}
+
+TEST_F(XpathTest, AnswersTheEmptyTextWhenNothingIsFound) {
+  EXPECT_EQ(Evaluate("ospfv3-interface-l3[ospfv3-pm-if-name='l3-nobody']/"
+                     "ospfv3-pm-if-name",
+                     "/internal", CONFD_OK),
+            "");
+}
+
+TEST_F(XpathTest, AnswersNullForABadContext) {
+  confd_errno = 0;
+  EXPECT_EQ(Evaluate("name", "/nosuch", CONFD_ERR), "(null)");
+  EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH);
+}
+
+// ---- The changes of the transaction ----------------------------------------
+
+std::string OpName(confd_iter_op op) {
+  switch (op) {
+    case MOP_CREATED:
+      return "created";
+    case MOP_DELETED:
+      return "deleted";
+    case MOP_MODIFIED:
+      return "modified";
+    case MOP_VALUE_SET:
+      return "set";
+    case MOP_MOVED_AFTER:
+    case MOP_ATTR_SET:
+      break;
+  }
+  return "unexpected";
+}
+
+// The path that a key path stands for, written from the root.
+std::string PathOf(const confd_hkeypath_t& keypath) {
+  std::string path;
+  for (int i = keypath.len - 1; i >= 0; --i) {
+    const confd_value_t* row = keypath.v[i];
+    if (row->type == C_XMLTAG) {
+      path += "/" + Print(*row);
+      continue;
+    }
+    path += "{" + Print(*row);
+    while ((++row)->type != C_NOEXISTS) path += " " + Print(*row);
+    path += "}";
+  }
+  return path;
+}
+
+// Collects what a walk reports, as texts such as "set /a/b 7".
+class Recorder {
+ public:
+  using Answer = std::function<confd_iter_ret(const std::string& report)>;
+
+  explicit Recorder(Answer answer) : answer_(std::move(answer)) {}
+
+  static confd_iter_ret Iterate(confd_hkeypath_t* keypath, confd_iter_op op,
+                                confd_value_t* oldv, confd_value_t* newv,
+                                void* state) {
+    auto* self = static_cast<Recorder*>(state);
+    EXPECT_EQ(oldv, nullptr);
+    EXPECT_EQ(newv != nullptr, op == MOP_VALUE_SET);
+    std::string report = OpName(op) + " " + PathOf(*keypath);
+    if (newv != nullptr) report += " " + Print(*newv);
+    self->reports_.push_back(report);
+    self->keypath_ = *keypath;
+    return self->answer_(report);
+  }
+
+  const Texts& reports() const { return reports_; }
+  const confd_hkeypath_t& last_keypath() const { return keypath_; }
+
+ private:
+  Answer answer_;
+  Texts reports_;
+  confd_hkeypath_t keypath_{};
+};
+
+confd_iter_ret AlwaysRecurse(const std::string& /*report*/) {
+  return ITER_RECURSE;
+}
+
+class DiffTest : public SeamContractTest {
+ protected:
+  // In the order reported.
+  Texts Changes(const std::string& path,
+                Recorder::Answer answer = AlwaysRecurse) {
+    Recorder recorder(std::move(answer));
+    EXPECT_EQ(maapi_keypath_diff_iterate(sock, trans, Recorder::Iterate, 0,
+                                         &recorder, "%s", path.c_str()),
+              CONFD_OK);
+    return recorder.reports();
+  }
+
+  // Siblings come in any order.
+  Texts SortedChanges(const std::string& path,
+                      Recorder::Answer answer = AlwaysRecurse) {
+    Texts changes = Changes(path, std::move(answer));
+    std::sort(changes.begin(), changes.end());
+    return changes;
+  }
+};
+
+const Texts kCore1Changes = {
+    "created /config/interface/l3{core1}/ipv4/address/secondary{10.1.3.1/25}",
+    "deleted /config/interface/l3{core1}/ipv4/address/secondary{10.1.9.1/24}",
+    "modified /config/interface/l3{core1}",
+    "set /config/interface/l3{core1}/lower-layer-if/vlan 20",
+};
+
+// A created entry reports its leaves but not its keys, also those that only
+// have their default; a deleted one reports nothing below it.
+const Texts kL3Changes = {
+    "created /config/interface/l3{core1}/ipv4/address/secondary{10.1.3.1/25}",
+    "created /config/interface/l3{edge1}",
+    "deleted /config/interface/l3{core1}/ipv4/address/secondary{10.1.9.1/24}",
+    "deleted /config/interface/l3{uplink}/vrf",
+    "deleted /config/interface/l3{zeta}",
+    "modified /config/interface/l3{core1}",
+    "modified /config/interface/l3{uplink}",
+    "set /config/interface/l3{core1}/lower-layer-if/vlan 20",
+    "set /config/interface/l3{edge1}/enabled true",
+    "set /config/interface/l3{edge1}/lower-layer-if/vlan 30",
+    "set /config/interface/l3{edge1}/vrf blue",
+    "set /config/interface/l3{uplink}/enabled true",
+};
+
+TEST_F(DiffTest, ReportsEveryChangeOnce) {
+  EXPECT_EQ(SortedChanges(kL3), kL3Changes);
+}
+
+TEST_F(DiffTest, ReportsChangesBelowAPlainContainer) {
+  Texts expected = kL3Changes;
+  expected.push_back("modified /config/interface/mgmt{eth0}");
+  expected.push_back(
+      "set /config/interface/mgmt{eth0}/ipv4/address/ip 192.0.2.2/24");
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(SortedChanges("/config/interface"), expected);
+}
+
+TEST_F(DiffTest, ReportsNothingAboveOrBesideThePath) {
+  EXPECT_EQ(SortedChanges("/config/interface/l3{core1}"), kCore1Changes);
+  EXPECT_EQ(Changes("/config/interface/l3{core1}/lower-layer-if"),
+            Texts{"set /config/interface/l3{core1}/lower-layer-if/vlan 20"});
+  EXPECT_EQ(Changes("/config/interface/l3{core1}/lower-layer-if/vlan"),
+            Texts{"set /config/interface/l3{core1}/lower-layer-if/vlan 20"});
+  EXPECT_EQ(Changes("/config/interface/ipapp:l3{ zeta }"),
+            Texts{"deleted /config/interface/l3{zeta}"});
+}
+
+TEST_F(DiffTest, ReportsNothingWhereNothingChanged) {
+  EXPECT_EQ(Changes(kLoopback), Texts{});
+  EXPECT_EQ(Changes("/config/interface/l3{\"lab two\"}"), Texts{});
+  EXPECT_EQ(Changes("/internal/ospf-interface-l3"), Texts{});
+}
+
+TEST_F(DiffTest, ReportsEntriesWithSeveralKeys) {
+  EXPECT_EQ(SortedChanges(kOspfv3),
+            (Texts{"created /internal/ospfv3-interface-l3{2 0.0.0.2 l3-edge1}",
+                   "set /internal/ospfv3-interface-l3{2 0.0.0.2 l3-edge1}/"
+                   "ospfv3-pm-if-name l3-edge1"}));
+}
+
+TEST_F(DiffTest, ReportsParentsBeforeChildren) {
+  const Texts changes = Changes(kL3);
+  const auto at = [&](const std::string& report) {
+    return std::find(changes.begin(), changes.end(), report) - changes.begin();
+  };
+  const std::string l3 = kL3;
+  EXPECT_LT(at("modified " + l3 + "{core1}"),
+            at("set " + l3 + "{core1}/lower-layer-if/vlan 20"));
+  EXPECT_LT(
+      at("modified " + l3 + "{core1}"),
+      at("created " + l3 + "{core1}/ipv4/address/secondary{10.1.3.1/25}"));
+  EXPECT_LT(
+      at("modified " + l3 + "{core1}"),
+      at("deleted " + l3 + "{core1}/ipv4/address/secondary{10.1.9.1/24}"));
+  EXPECT_LT(at("created " + l3 + "{edge1}"),
+            at("set " + l3 + "{edge1}/vrf blue"));
+  EXPECT_LT(at("modified " + l3 + "{uplink}"),
+            at("deleted " + l3 + "{uplink}/vrf"));
+}
+
+TEST_F(DiffTest, StopsTheWholeWalkWhenToldTo) {
+  EXPECT_EQ(Changes(kL3, [](const auto&) { return ITER_STOP; }).size(), 1U);
+}
+
+TEST_F(DiffTest, StopsTheWalkFromWithinAnEntry) {
+  const Texts changes = Changes(kL3, [](const std::string& report) {
+    return report.rfind("set ", 0) == 0 ? ITER_STOP : ITER_RECURSE;
+  });
+  ASSERT_FALSE(changes.empty());
+  EXPECT_EQ(std::count_if(changes.begin(), changes.end(),
+                          [](const std::string& report) {
+                            return report.rfind("set ", 0) == 0;
+                          }),
+            1);
+  EXPECT_EQ(changes.back().rfind("set ", 0), 0U);
+}
+
+TEST_F(DiffTest, SkipsTheChildrenWhenToldToContinue) {
+  EXPECT_EQ(SortedChanges(kL3, [](const auto&) { return ITER_CONTINUE; }),
+            (Texts{"created /config/interface/l3{edge1}",
+                   "deleted /config/interface/l3{zeta}",
+                   "modified /config/interface/l3{core1}",
+                   "modified /config/interface/l3{uplink}"}));
+}
+
+TEST_F(DiffTest, SkipsTheChildrenOfThatNodeOnly) {
+  const Texts changes = SortedChanges(kL3, [](const std::string& report) {
+    return report == "modified /config/interface/l3{core1}" ? ITER_CONTINUE
+                                                            : ITER_RECURSE;
+  });
+  Texts expected;
+  for (const std::string& report : kL3Changes) {
+    if (report.find("{core1}/") == std::string::npos) {
+      expected.push_back(report);
+    }
+  }
+  EXPECT_EQ(changes, expected);
+}
+
+TEST_F(DiffTest, RefusesABadPath) {
+  Recorder recorder(AlwaysRecurse);
+  confd_errno = 0;
+  EXPECT_EQ(maapi_keypath_diff_iterate(sock, trans, Recorder::Iterate, 0,
+                                       &recorder, "/nosuch"),
+            CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH);
+  EXPECT_EQ(recorder.reports(), Texts{});
+}
+
+// ---- The shape of a key path -----------------------------------------------
+
+class KeyPathShapeTest : public DiffTest {
+ protected:
+  // Key path of the one change at the path.
+  confd_hkeypath_t KeyPathAt(const std::string& path) {
+    Recorder recorder([](const auto&) { return ITER_STOP; });
+    EXPECT_EQ(maapi_keypath_diff_iterate(sock, trans, Recorder::Iterate, 0,
+                                         &recorder, "%s", path.c_str()),
+              CONFD_OK);
+    EXPECT_EQ(recorder.reports().size(), 1U);
+    return recorder.last_keypath();
+  }
+};
+
+TEST_F(KeyPathShapeTest, StandsLeafFirstWithARowForTheKeys) {
+  struct Shape {
+    int len = 0;
+    std::vector<confd_vtype> types;
+    std::string key;
+    std::uint32_t list = 0;
+    confd_vtype behind_key = C_XMLTAG;
+  } shape;
+  ASSERT_EQ(maapi_keypath_diff_iterate(
+                sock, trans,
+                [](confd_hkeypath_t* keypath, confd_iter_op, confd_value_t*,
+                   confd_value_t*, void* state) {
+                  auto* found = static_cast<Shape*>(state);
+                  found->len = keypath->len;
+                  for (int i = 0; i < keypath->len; ++i) {
+                    found->types.push_back(keypath->v[i][0].type);
+                  }
+                  found->key = Print(keypath->v[2][0]);
+                  found->behind_key = keypath->v[2][1].type;
+                  found->list = keypath->v[3][0].val.xmltag.tag;
+                  return ITER_STOP;
+                },
+                0, &shape, kCoreVlan),
+            CONFD_OK);
+  // vlan, lower-layer-if, the keys, l3, interface, config
+  EXPECT_EQ(shape.len, 6);
+  EXPECT_EQ(shape.types,
+            (std::vector<confd_vtype>{C_XMLTAG, C_XMLTAG, C_BUF, C_XMLTAG,
+                                      C_XMLTAG, C_XMLTAG}));
+  EXPECT_EQ(shape.key, "core1");
+  EXPECT_EQ(shape.behind_key, C_NOEXISTS);
+  EXPECT_EQ(shape.list, 0x213f1a7aU);
+}
+
+TEST_F(KeyPathShapeTest, OfAnEntryStartsWithItsKeys) {
+  const confd_hkeypath_t keypath = KeyPathAt("/config/interface/l3{zeta}");
+  EXPECT_EQ(keypath.len, 4);
+  EXPECT_EQ(keypath.v[0][0].type, C_BUF);
+  EXPECT_EQ(keypath.v[0][1].type, C_NOEXISTS);
+  ASSERT_EQ(keypath.v[1][0].type, C_XMLTAG);
+  EXPECT_EQ(keypath.v[1][0].val.xmltag.tag, 0x213f1a7aU);
+}
+
+TEST_F(KeyPathShapeTest, HoldsTheKeysInTheOrderOfTheModel) {
+  const confd_hkeypath_t keypath = KeyPathAt(kOspfv3);
+  EXPECT_EQ(keypath.len, 3);
+  EXPECT_EQ(keypath.v[0][0].type, C_UINT32);
+  EXPECT_EQ(keypath.v[0][1].type, C_IPV4);
+  EXPECT_EQ(keypath.v[0][2].type, C_BUF);
+  EXPECT_EQ(keypath.v[0][3].type, C_NOEXISTS);
+}
+
+TEST_F(KeyPathShapeTest, NamesNodesByTheNumbersOfTheModel) {
+  const confd_hkeypath_t vrf = KeyPathAt("/config/interface/l3{uplink}/vrf");
+  ASSERT_EQ(vrf.v[0][0].type, C_XMLTAG);
+  EXPECT_EQ(vrf.v[0][0].val.xmltag.tag, 0x4c5f3e78U);
+  const confd_hkeypath_t mgmt =
+      KeyPathAt("/config/interface/mgmt{eth0}/ipv4/address/ip");
+  ASSERT_EQ(mgmt.len, 7);
+  ASSERT_EQ(mgmt.v[4][0].type, C_XMLTAG);
+  EXPECT_EQ(mgmt.v[4][0].val.xmltag.tag, 0x1412343fU);
+}
+
+// ---- CDB -------------------------------------------------------------------
+
+class CdbTest : public SeamContractTest {
+ protected:
+  HostdInterface* host() {
+    return hostd_instance_get(static_cast<hostd_t*>(seam->tctx()->vcb_opaque));
+  }
+
+  void ExpectFailure(int socket, const std::string& path, int code) {
+    int32_t vlan = 77;
+    confd_errno = 0;
+    EXPECT_EQ(cdb_get_int32(socket, &vlan, "%s", path.c_str()), CONFD_ERR);
+    EXPECT_EQ(confd_errno, code) << path;
+    EXPECT_EQ(vlan, 77) << path;
+  }
+};
+
+TEST_F(CdbTest, SeesTheRunningConfigurationNotTheTransaction) {
+  const HostdCdbSessionBase session(host(), CDB_RUNNING, true);
+  ASSERT_GE(session.Socket(), 0);
+  int32_t vlan = 0;
+  EXPECT_EQ(cdb_get_int32(session.Socket(), &vlan, kVlan, "core1"), CONFD_OK);
+  EXPECT_EQ(vlan, 10);
+  EXPECT_EQ(maapi_get_int32_elem(sock, trans, &vlan, kVlan, "core1"), CONFD_OK);
+  EXPECT_EQ(vlan, 20);
+  EXPECT_EQ(cdb_get_int32(session.Socket(), &vlan, kVlan, "zeta"), CONFD_OK);
+  EXPECT_EQ(vlan, 40);
+}
+
+TEST_F(CdbTest, FailsAndLeavesTheOutputAlone) {
+  const HostdCdbSessionBase session(host(), CDB_RUNNING, true);
+  const std::string l3 = kL3;
+  ExpectFailure(session.Socket(), l3 + "{edge1}/lower-layer-if/vlan",
+                CONFD_ERR_NOEXISTS);
+  ExpectFailure(session.Socket(), l3 + "{uplink}/lower-layer-if/vlan",
+                CONFD_ERR_NOEXISTS);
+  ExpectFailure(session.Socket(), l3 + "{core1}/vrf", CONFD_ERR_BADTYPE);
+  ExpectFailure(session.Socket(), l3 + "{core1}/nosuch", CONFD_ERR_BADPATH);
+  ExpectFailure(session.Socket(), "", CONFD_ERR_BADPATH);
+}
+
+TEST_F(CdbTest, RefusesABadConversion) {
+  const HostdCdbSessionBase session(host(), CDB_RUNNING, true);
+  int32_t vlan = 77;
+  EXPECT_EQ(
+      cdb_get_int32(session.Socket(), &vlan, "/config/interface/l3{%x}", 1),
+      CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH);
+  EXPECT_EQ(vlan, 77);
+}
+
+TEST_F(CdbTest, RefusesASocketThatWasNeverOpened) {
+  const std::string vlan = kCoreVlan;
+  ExpectFailure(-1, vlan, CONFD_ERR_NOSESSION);
+  ExpectFailure(sock, vlan, CONFD_ERR_NOSESSION);
+}
+
+TEST_F(CdbTest, ClosesTheSocketWithTheSession) {
+  int closed = -1;
+  {
+    const HostdCdbSessionBase session(host(), CDB_RUNNING, true);
+    closed = session.Socket();
+    ASSERT_GE(closed, 0);
+  }
+  ExpectFailure(closed, kCoreVlan, CONFD_ERR_NOSESSION);
+}
+
+TEST_F(CdbTest, SessionsAreIndependent) {
+  const HostdCdbSessionBase first(host(), CDB_RUNNING, true);
+  int32_t vlan = 0;
+  {
+    const HostdCdbSessionBase second(host(), CDB_RUNNING, true);
+    EXPECT_NE(first.Socket(), second.Socket());
+    EXPECT_EQ(cdb_get_int32(second.Socket(), &vlan, kVlan, "core1"), CONFD_OK);
+  }
+  EXPECT_EQ(cdb_get_int32(first.Socket(), &vlan, kVlan, "zeta"), CONFD_OK);
+  EXPECT_EQ(vlan, 40);
+}
+
+TEST_F(CdbTest, ASessionWithoutAHostDoesNotOpen) {
+  const HostdCdbSessionBase session(nullptr, CDB_RUNNING, true);
+  EXPECT_LT(session.Socket(), 0);
+}
+
+// ---- Printing values -------------------------------------------------------
+
+struct PrintCase {
+  Value value;
+  std::string text;
+};
+
+class PrintTest : public SeamContractTest,
+                  public ::testing::WithParamInterface<PrintCase> {};
+
+TEST_P(PrintTest, FollowsTheTypeOfTheValue) {
+  std::array<char, 64> text;
+  text.fill('#');
+  const confd_value_t value = GetParam().value.Borrow();
+  EXPECT_EQ(confd_pp_value(text.data(), 64, &value),
+            static_cast<int>(GetParam().text.size()));
+  EXPECT_EQ(std::string(text.data()), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, PrintTest,
+    ::testing::Values(
+        PrintCase{Text("core1"), "core1"}, PrintCase{Text(""), ""},
+        PrintCase{Text("100%s"), "100%s"}, PrintCase{Int32(-1), "-1"},
+        PrintCase{Uint8(255), "255"}, PrintCase{Uint16(65535), "65535"},
+        PrintCase{Uint32(4294967295U), "4294967295"},
+        PrintCase{Bool(true), "true"}, PrintCase{Bool(false), "false"},
+        PrintCase{Enum(2), "enum<2>"}, PrintCase{Octets("0a:FF:00"), "0aff00"},
+        PrintCase{Binary(""), ""}, PrintCase{Ipv4("10.0.0.1"), "10.0.0.1"},
+        PrintCase{Ipv6("2001:db8::1"), "2001:db8::1"},
+        PrintCase{Ipv4Plen("10.1.1.1/24"), "10.1.1.1/24"},
+        PrintCase{Ipv6Plen("2001:db8::1/64"), "2001:db8::1/64"},
+        PrintCase{Tag(0x213f1a7a), "l3"},
+        PrintCase{Tag(0xfffffff0), "tag<4294967280>"}));
+
+TEST_F(SeamContractTest, PrintingCutsATextAtTheBuffersSize) {
+  const Value core1 = Text("core1");
+  const confd_value_t value = core1.Borrow();
+  const struct {
+    int size;
+    const char* text;
+  } cases[] = {{6, "core1"}, {5, "core"}, {2, "c"}, {1, ""}};
+  for (const auto& one : cases) {
+    std::array<char, 8> text;
+    text.fill('#');
+    EXPECT_EQ(confd_pp_value(text.data(), one.size, &value), 5) << one.size;
+    EXPECT_STREQ(text.data(), one.text) << one.size;
+    EXPECT_EQ(text[static_cast<std::size_t>(one.size)], '#') << one.size;
+  }
+}
+
+TEST_F(SeamContractTest, PrintingIntoNoRoomTellsTheLengthOnly) {
+  const Value core1 = Text("core1");
+  const confd_value_t value = core1.Borrow();
+  char buffer = '#';
+  EXPECT_EQ(confd_pp_value(&buffer, 0, &value), 5);
+  EXPECT_EQ(buffer, '#');
+}
+
+// ---- The error text --------------------------------------------------------
+
+TEST_F(SeamContractTest, ATransactionStartsWithoutAnErrorText) {
+  EXPECT_EQ(seam->error_text(), "");
+}
+
+TEST_F(SeamContractTest, FormatsTheErrorText) {
+  confd_trans_seterr(seam->tctx(), "vlan %d of router %u (%s)", -10, 7U,
+                     "0.0.0.1");
+  EXPECT_EQ(seam->error_text(), "vlan -10 of router 7 (0.0.0.1)");
+}
+
+TEST_F(SeamContractTest, TakesAnErrorTextThatIsTheFormatItself) {
+  confd_trans_seterr(seam->tctx(), "Lib context is null!");
+  EXPECT_EQ(seam->error_text(), "Lib context is null!");
+}
+
+TEST_F(SeamContractTest, KeepsPercentSignsOfAnErrorTextThatIsAnArgument) {
+  confd_trans_seterr(seam->tctx(), "%s", "l3 100%s has no address");
+  EXPECT_EQ(seam->error_text(), "l3 100%s has no address");
+}
+
+TEST_F(SeamContractTest, ASecondErrorTextReplacesTheFirst) {
+  confd_trans_seterr(seam->tctx(), "a first and longer text");
+  confd_trans_seterr(seam->tctx(), "second");
+  EXPECT_EQ(seam->error_text(), "second");
+}
+
+TEST_F(SeamContractTest, TakesALongErrorText) {
+  const std::string text(5000, 'x');
+  confd_trans_seterr(seam->tctx(), "%s.", text.c_str());
+  EXPECT_EQ(seam->error_text(), text + ".");
+}
+
+// ---- Last error ------------------------------------------------------------
+
+TEST_F(SeamContractTest, TellsWhyTheLastCallFailed) {
+  EXPECT_EQ(Exists("/nosuch"), CONFD_ERR);
+  ASSERT_NE(confd_lasterr(), nullptr);
+  EXPECT_NE(std::string(confd_lasterr()), "");
+}
+
+// ---- Services of the host --------------------------------------------------
+
+TEST_F(SeamContractTest, TheHostGivesItsSocketForTheRegistrationsData) {
+  auto* hostd = static_cast<hostd_t*>(seam->tctx()->vcb_opaque);
+  EXPECT_EQ(hostd_maapi_socket_get(hostd), sock);
+  EXPECT_LT(hostd_maapi_socket_get(nullptr), 0);
+}
+
+TEST_F(SeamContractTest, TheHostGivesItsInstanceForTheRegistrationsData) {
+  auto* hostd = static_cast<hostd_t*>(seam->tctx()->vcb_opaque);
+  EXPECT_NE(hostd_instance_get(hostd), nullptr);
+  EXPECT_EQ(hostd_instance_get(hostd), hostd_instance_get(hostd));
+  EXPECT_EQ(hostd_instance_get(nullptr), nullptr);
+}
+
+TEST_F(SeamContractTest, TheHostKeepsOneContextPerValidationSet) {
+  void* v_opaque = seam->tctx()->v_opaque;
+  EXPECT_EQ(get_lib_context(v_opaque, "ip_app_validation"), nullptr);
+
+  int context = 0;
+  seam->set_lib_context(&context);
+  EXPECT_EQ(get_lib_context(v_opaque, "ip_app_validation"), &context);
+  EXPECT_EQ(get_lib_context(v_opaque, "another_validation"), nullptr);
+  EXPECT_EQ(get_lib_context(nullptr, "ip_app_validation"), nullptr);
+}
+
+void LogDebug(void* handle, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  hostmw_vlog_debug(handle, format, args);
+  va_end(args);
+}
+
+TEST_F(SeamContractTest, TheLogTakesFormattedLines) {
+  void* log = get_config_vald_log_handle();
+  ASSERT_NE(log, nullptr);
+  LogDebug(log, "There is no path for '%s' and %u", "/a%s", 7U);
+  LogDebug(log, "plain");
+  EXPECT_EQ(seam->debug_lines(),
+            (Texts{"There is no path for '/a%s' and 7", "plain"}));
+}
+
+TEST_F(SeamContractTest, TheFaultServiceTakesTheMessageAsItIs) {
+  hostmw_gen_fault(0, "ReadConfig", "src/lib/config.cc", 475,
+                   "Unspecified IPv4 address for key '100%s'");
+  EXPECT_EQ(seam->fault_messages(),
+            Texts{"Unspecified IPv4 address for key '100%s'"});
+}
+
+TEST_F(SeamContractTest, InterfaceIdentifiersFollowTheVlan) {
+  limid_t limid = 0;
+  EXPECT_EQ(limid_l3_vlan_from_components(&limid, 10), 0);
+  EXPECT_EQ(limid, 0x0100000AU);
+  std::uint32_t ifindex = 0;
+  EXPECT_EQ(limid_to_ifindex(limid, &ifindex), 0);
+  EXPECT_EQ(ifindex, 1010U);
+}
+
+TEST_F(SeamContractTest, WithoutAVlanThereIsNoInterfaceIdentifier) {
+  limid_t limid = 7;
+  EXPECT_EQ(limid_l3_vlan_from_components(&limid, 0), 0);
+  EXPECT_EQ(limid, 0U);
+}
+
+TEST_F(SeamContractTest, TheIndexOfAVrfIsItsIdentifier) {
+  EXPECT_EQ(IdVrfFromComponent(0), 0U);
+  EXPECT_EQ(IdVrfFromComponent(7), 7U);
+  EXPECT_EQ(IdVrfFromComponent(4294967295U), 4294967295U);
+}
+
+}  // namespace
+}  // namespace ipav::testing

@@ -1,0 +1,27 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "dynamic_symbols.h"
+
+namespace {
+
+TEST(ExportedSymbolsTest, AreTheEntryPointsAndTheCallbacks) {
+  const std::vector<std::string> expected = {
+      "get_validation_point",
+      "lib_finish",
+      "lib_init",
+      "validate",
+      "validate_ipv6_nd_ra_interval",
+      "validate_ipv6_nd_ra_lifetime",
+  };
+  std::vector<std::string> names;
+  for (const auto& symbol : DynamicSymbols("--defined-only")) {
+    EXPECT_EQ(symbol.kind, 'T') << symbol.name << " is no function";
+    names.push_back(symbol.name);
+  }
+  EXPECT_EQ(names, expected);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "dynamic_symbols.h"
+
+namespace {
+
+// The calls of the seam. A C++ class shows up under its mangled names.
+const std::set<std::string>& Seam() {
+  static const std::set<std::string> names = {
+      "IdVrfFromComponent",
+      "cdb_get_int32",
+      "confd_errno",
+      "confd_free_value",
+      "confd_lasterr",
+      "confd_pp_value",
+      "confd_trans_seterr",
+      "get_config_vald_log_handle",
+      "get_lib_context",
+      "hostd_instance_get",
+      "hostd_maapi_socket_get",
+      "hostmw_gen_fault",
+      "hostmw_vlog_debug",
+      "limid_l3_vlan_from_components",
+      "limid_to_ifindex",
+      "maapi_destroy_cursor",
+      "maapi_exists",
+      "maapi_get_elem",
+      "maapi_get_int32_elem",
+      "maapi_get_ipv4_and_plen_elem",
+      "maapi_get_ipv6_and_plen_elem",
+      "maapi_get_next",
+      "maapi_get_str_elem",
+      "maapi_get_u_int16_elem",
+      "maapi_get_u_int32_elem",
+      "maapi_get_u_int8_elem",
+      "maapi_init_cursor",
+      "maapi_keypath_diff_iterate",
+      "maapi_num_instances",
+      "maapi_xpath_eval_expr",
+  };
+  return names;
+}
+
+bool IsOfTheSeam(const std::string& name) {
+  constexpr char kSession[] = "19HostdCdbSessionBase";
+  return Seam().count(name) > 0 || name.find(kSession) != std::string::npos;
+}
+
+// The run-time libraries version their symbols.
+bool IsOfTheRuntime(const std::string& name) {
+  for (const char* version : {"@GLIBC_", "@GLIBCXX_", "@CXXABI_", "@GCC_"}) {
+    if (name.find(version) != std::string::npos) return true;
+  }
+  return false;
+}
+
+bool IsOptional(const DynamicSymbol& symbol) {
+  return symbol.kind == 'w' || symbol.kind == 'v';
+}
+
+TEST(ImportedSymbolsTest, AreThoseOfTheSeamAndOfTheRuntimeOnly) {
+  std::vector<std::string> others;
+  for (const auto& symbol : DynamicSymbols("--undefined-only")) {
+    if (IsOptional(symbol) || IsOfTheRuntime(symbol.name) ||
+        IsOfTheSeam(symbol.name)) {
+      continue;
+    }
+    others.push_back(symbol.name);
+  }
+  EXPECT_EQ(others, std::vector<std::string>{});
+}
+
+TEST(ImportedSymbolsTest, LeaveThePlatformToTheLoadingProcess) {
+  std::set<std::string> names;
+  for (const auto& symbol : DynamicSymbols("--undefined-only")) {
+    names.insert(symbol.name);
+  }
+  for (const char* call :
+       {"confd_trans_seterr", "get_lib_context", "hostd_maapi_socket_get",
+        "maapi_exists", "maapi_get_u_int16_elem"}) {
+    EXPECT_EQ(names.count(call), 1U) << call;
+  }
+}
+
+}  // namespace

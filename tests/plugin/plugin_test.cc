@@ -1,0 +1,232 @@
+// libip_app_validation.so loaded as a host loads it.
+
+#include "plugin_test.h"
+
+#include <confd_lib.h>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "builders.h"
+
+namespace ipav::testing {
+namespace {
+
+struct LibraryCloser {
+  void operator()(void* library) const { dlclose(library); }
+};
+using Library = std::unique_ptr<void, LibraryCloser>;
+
+Library Load() { return Library(dlopen(IPAV_TEST_PLUGIN, RTLD_NOW)); }
+
+// An entry point by its name; null when the library does not export it.
+template <typename Function>
+Function* Find(const Library& library, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(library.get(), name));
+}
+
+using LibInit = int32_t(void**);
+using LibFinish = int32_t(void**);
+using GetValidationPoint = int32_t(char*, std::size_t);
+using Validate = int32_t(confd_trans_ctx*, confd_hkeypath_t*, confd_value_t*);
+
+TEST(LoadTest, ResolvesAllItsSymbolsInTheLoadingProcess) {
+  const Library library = Load();
+  EXPECT_NE(library, nullptr) << dlerror();
+}
+
+TEST(LoadTest, CallsNothingOfThePlatform) {
+  Fake().Reset();
+  ASSERT_NE(Load(), nullptr) << dlerror();
+  EXPECT_TRUE(Fake().calls().empty());
+}
+
+TEST(LoadTest, CanBeRepeated) {
+  for (int i = 0; i < 3; ++i) {
+    const Library library = Load();
+    ASSERT_NE(library, nullptr) << dlerror();
+    EXPECT_NE(Find<Validate>(library, "validate"), nullptr);
+  }
+}
+
+class ExportTest : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(ExportTest, IsFoundByItsPlainName) {
+  const Library library = Load();
+  ASSERT_NE(library, nullptr) << dlerror();
+  EXPECT_NE(dlsym(library.get(), GetParam()), nullptr) << dlerror();
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, ExportTest,
+                         ::testing::Values("lib_init", "get_validation_point",
+                                           "validate", "lib_finish",
+                                           "validate_ipv6_nd_ra_interval",
+                                           "validate_ipv6_nd_ra_lifetime"),
+                         [](const auto& name) {
+                           return std::string(name.param);
+                         });
+
+// The library between lib_init() and lib_finish().
+class LoadedPluginTest : public PluginTest {
+ protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    library_ = Load();
+    ASSERT_NE(library_, nullptr) << dlerror();
+    ASSERT_EQ(Find<LibInit>(library_, "lib_init")(&context_), 0);
+    fake.set_lib_context(context_);
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(Find<LibFinish>(library_, "lib_finish")(&context_), 0);
+    PluginTest::TearDown();
+  }
+
+  int32_t ValidateTimers(const std::string& opaque, const RaConfig& config) {
+    config.StoreIn(fake);
+    fake.set_opaque(opaque);
+    KeyPath path = config.keypath();
+    confd_value_t newval = Nothing().Borrow();
+    return Find<Validate>(library_, "validate")(fake.tctx(), path.get(),
+                                                &newval);
+  }
+
+  Library library_;
+  void* context_ = nullptr;
+};
+
+TEST_F(LoadedPluginTest, HandsOutAContext) { EXPECT_NE(context_, nullptr); }
+
+TEST_F(LoadedPluginTest, GivesTheNameOfItsValidationSet) {
+  std::array<char, 64> name{};
+  const auto get_validation_point =
+      Find<GetValidationPoint>(library_, "get_validation_point");
+  EXPECT_EQ(get_validation_point(name.data(), name.size()), 0);
+  EXPECT_STREQ(name.data(), "ip_app_validation");
+}
+
+TEST_F(LoadedPluginTest, ServesOneContextAfterTheOther) {
+  EXPECT_EQ(ValidateTimers("validate_ipv6_nd_ra_interval", {}), 0);
+  EXPECT_EQ(Find<LibFinish>(library_, "lib_finish")(&context_), 0);
+  context_ = nullptr;
+  fake.Reset();
+  EXPECT_EQ(Find<LibInit>(library_, "lib_init")(&context_), 0);
+  ASSERT_NE(context_, nullptr);
+  fake.set_lib_context(context_);
+  EXPECT_EQ(ValidateTimers("validate_ipv6_nd_ra_lifetime", {}), 0);
+}
+
+TEST_F(LoadedPluginTest, RefusesWithoutAContext) {
+  fake.set_lib_context(nullptr);
+  EXPECT_EQ(ValidateTimers("validate_ipv6_nd_ra_interval", {}), -1);
+  ExpectOneError("Lib context is null!", "Lib context is null!");
+}
+
+TEST_F(LoadedPluginTest, RefusesAnUnknownNameWithoutAText) {
+  EXPECT_EQ(ValidateTimers("no such name", {}), -1);
+  ExpectNoError();
+}
+
+// ---- Every answer on router-advertisement timers ---------------------------
+
+struct TimersCase {
+  const char* name;
+  const char* opaque;
+  std::function<void(RaConfig&)> change;
+  const char* text;  // null: accepted
+};
+
+void None(RaConfig& /*config*/) {}
+
+const std::vector<TimersCase>& TimersCases() {
+  static constexpr char kInterval[] = "validate_ipv6_nd_ra_interval";
+  static constexpr char kLifetime[] = "validate_ipv6_nd_ra_lifetime";
+  static const std::vector<TimersCase> cases = {
+      {"ValidIntervals", kInterval, None, nullptr},
+      {"ValidLifetime", kLifetime, None, nullptr},
+      {"IntervalOfALoopback", kInterval,
+       [](RaConfig& config) { config.kind = "loopback"; },
+       "invalid interface being handled by IP-App validation"},
+      {"LifetimeOfALoopback", kLifetime,
+       [](RaConfig& config) { config.kind = "loopback"; },
+       "invalid interface being handled by IP-App validation"},
+      {"NoTimersForInterval", kInterval,
+       [](RaConfig& config) {
+         config.max_interval.reset();
+         config.min_interval.reset();
+       },
+       nullptr},
+      {"NoTimersForLifetime", kLifetime,
+       [](RaConfig& config) {
+         config.max_interval.reset();
+         config.lifetime.reset();
+       },
+       nullptr},
+      {"IntervalWithoutMaximum", kInterval,
+       [](RaConfig& config) { config.max_interval.reset(); },
+       "fail to get maximum router advertisement interval value"},
+      {"LifetimeWithoutMaximum", kLifetime,
+       [](RaConfig& config) { config.max_interval.reset(); },
+       "fail to get maximum router advertisement interval value"},
+      {"NoMinimum", kInterval,
+       [](RaConfig& config) { config.min_interval.reset(); },
+       "fail to get minimum router advertisement interval value"},
+      {"MinimumAtThreeQuarters", kInterval,
+       [](RaConfig& config) { config.min_interval = 450; }, nullptr},
+      {"MinimumAboveThreeQuarters", kInterval,
+       [](RaConfig& config) { config.min_interval = 451; },
+       "Minimum interval must be no greater than maximum interval * 0.75"},
+      {"MinimumAboveThreeQuartersOnMgmt", kInterval,
+       [](RaConfig& config) {
+         config.kind = "mgmt";
+         config.min_interval = 451;
+       },
+       "Minimum interval must be no greater than maximum interval * 0.75"},
+      {"NoLifetime", kLifetime,
+       [](RaConfig& config) { config.lifetime.reset(); },
+       "fail to get router advertisement lifetime value"},
+      {"LifetimeAtTheMaximum", kLifetime,
+       [](RaConfig& config) { config.lifetime = 600; },
+       "Lifetime must be greater than maximum router advertisement interval"},
+      {"LifetimeOfZero", kLifetime,
+       [](RaConfig& config) { config.lifetime = 0; }, nullptr},
+      {"LifetimeAtTheMaximumOnMgmt", kLifetime,
+       [](RaConfig& config) {
+         config.kind = "mgmt";
+         config.lifetime = 600;
+       },
+       nullptr},
+  };
+  return cases;
+}
+
+class TimersTest : public LoadedPluginTest,
+                   public ::testing::WithParamInterface<TimersCase> {};
+
+TEST_P(TimersTest, GetTheirVerdictAndText) {
+  RaConfig config;
+  GetParam().change(config);
+  const int32_t verdict = ValidateTimers(GetParam().opaque, config);
+  if (GetParam().text == nullptr) {
+    EXPECT_EQ(verdict, 0);
+    ExpectNoError();
+  } else {
+    EXPECT_EQ(verdict, -1);
+    ExpectOneError(GetParam().text, GetParam().text);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, TimersTest, ::testing::ValuesIn(TimersCases()),
+                         [](const auto& timers) {
+                           return std::string(timers.param.name);
+                         });
+
+}  // namespace
+}  // namespace ipav::testing

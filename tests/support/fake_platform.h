@@ -1,0 +1,232 @@
+// A recording fake of every call of the platform seam. Data are typed values by
+// path text and lists with ordered, typed keys; failures come on demand; every
+// call is recorded in order.
+//
+// There is one fake per process, since the seam's calls are plain functions;
+// PluginTest (plugin_test.h) resets it for each test. As with the real
+// platform one validation call runs at a time; only the log may be written
+// from several threads.
+#ifndef IPAV_TESTS_SUPPORT_FAKE_PLATFORM_H_
+#define IPAV_TESTS_SUPPORT_FAKE_PLATFORM_H_
+
+#include <confd_cdb.h>
+#include <confd_lib.h>
+#include <confd_maapi.h>
+#include <hostd/hostd.h>
+
+#include <cstdarg>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "builders.h"
+#include "path_text.h"
+#include "value.h"
+
+namespace ipav::testing {
+
+// A call of the seam. `args` tells what it was about: the path as formatted
+// for a read, the text for an error, and so on.
+struct Call {
+  std::string name;
+  std::string args;
+  int sock = -1;
+  int thandle = -1;
+
+  std::string text() const { return name + "(" + args + ")"; }
+};
+
+// A text set on a transaction. Format and text are equal where the caller gave
+// the text itself as the format.
+struct TransactionError {
+  const confd_trans_ctx* tctx;
+  std::string format;
+  std::string text;
+};
+
+struct Fault {
+  int code;
+  std::string function;
+  std::string file;
+  int line;
+  std::string message;
+};
+
+struct LogLine {
+  void* handle;
+  std::string format;
+  std::string text;
+};
+
+struct Change {
+  KeyPath node;
+  confd_iter_op op;
+  std::optional<Value> new_value;
+};
+
+class FakePlatform {
+ public:
+  static constexpr int kSocket = 17;
+  static constexpr int kTransaction = 23;
+
+  static FakePlatform& instance();
+
+  // As after the start of the process. What is still open is forgotten.
+  void Reset();
+
+  // What the host hands to the plug-in. The transaction context belongs to an
+  // open transaction of this host.
+  confd_trans_ctx* tctx() { return &tctx_; }
+  hostd_t* hostd();
+  HostdInterface* host_instance();
+  void* log_handle() { return &log_; }
+  void set_opaque(const std::string& text);  // tailf:opaque of the use site
+  void set_maapi_socket(int sock) { maapi_socket_ = sock; }
+  void set_lib_context(void* context) { lib_context_ = context; }
+  void set_log_available(bool available) { log_available_ = available; }
+
+  // The transaction's view. Paths are normalised; each keyed step must name an
+  // entry that was added before.
+  void AddEntry(const std::string& list, std::vector<Value> keys);
+  void SetValue(const std::string& path, const Value& value);
+  void SetContainer(const std::string& path);  // exists with nothing below
+
+  // From now on a path under none of these schema paths is a bad path.
+  void DeclareModel(const std::vector<std::string>& schema_paths);
+
+  void SetRunning(const std::string& path, const Value& value);
+  void SetXpathAnswer(const std::string& context, const std::string& expression,
+                      const std::string& answer);
+  // Reported in the order added: a node, then everything below it.
+  void AddChange(const KeyPath& node, confd_iter_op op,
+                 std::optional<Value> new_value = std::nullopt);
+
+  // Failures. The first recorded call after this one has the number 1; one
+  // that cannot report a failure does what it always does.
+  void FailCall(unsigned number, int result = CONFD_ERR);
+  void FailReads(const std::string& path);   // exists, cannot be read
+  void FailExists(const std::string& path);  // maapi_exists() fails
+
+  // Records.
+  const std::vector<Call>& calls() const { return calls_; }
+  std::vector<std::string> CallTexts() const;
+  void ForgetCalls();
+  const std::vector<TransactionError>& errors() const { return errors_; }
+  std::string error_text() const;  // of the last one, "" when there is none
+  const std::vector<Fault>& faults() const { return faults_; }
+  const std::vector<LogLine>& log_lines() const { return log_lines_; }
+
+  // What the plug-in did not give back, and what it gave back but must not.
+  std::size_t open_cursors() const { return cursors_.size(); }
+  std::size_t unfreed_values() const { return values_.size(); }
+  std::size_t open_cdb_sessions() const { return cdb_sessions_.size(); }
+  const std::vector<std::string>& misuses() const { return misuses_; }
+
+  // ---- For the fake's own functions ----------------------------------------
+
+  // A read that may go on when `code` is CONFD_OK; else what it answers.
+  struct Request {
+    int code = CONFD_OK;
+    Path path;
+  };
+  struct Cursor {
+    std::string list;
+    std::vector<std::vector<Value>> rows;
+    std::size_t next = 0;
+    std::vector<unsigned char*> octets;  // of the current keys
+  };
+
+  // Records a call; whether it is the one that fails.
+  bool RecordAndFail(Call call);
+
+  // Formats, records and checks a call with a path. `more` goes in front of
+  // the path in the record.
+  Request Begin(const char* name, int sock, int thandle, const char* format,
+                va_list args, const std::string& more = "");
+
+  // Sets confd_errno and answers CONFD_ERR.
+  static int Fail(int code, const std::string& reason);
+
+  int failure_code() const { return failure_code_; }
+  bool IsOpen(int sock) const { return sock == kSocket; }
+
+  int Exists(const Request& request) const;
+  int CountEntries(const Request& request) const;
+  const Value* FindLeaf(const Request& request) const;  // null: failed
+  int ReadTyped(const Request& request, confd_vtype type,
+                confd_value_t* value) const;
+  int ReadRunning(int sock, const Path& path, std::int32_t* number) const;
+  std::string XpathAnswer(const Path& context,
+                          const std::string& expression) const;
+  std::vector<Change> ChangesBelow(const Path& top) const;
+
+  confd_value_t GiveValue(const Value& value);
+  void TakeValueBack(confd_value_t* value);
+  Cursor* OpenCursor(const Path& list);
+  Cursor* FindCursor(void* impl);
+  void CloseCursor(Cursor* cursor);
+  int OpenCdbSession(const HostdInterface* host, cdb_db_type database);
+  void CloseCdbSession(int sock);
+
+  void RecordError(TransactionError error);
+  void RecordFault(Fault fault) { faults_.push_back(std::move(fault)); }
+  void RecordLogLine(LogLine line);
+
+  int maapi_socket_of(const hostd_t* hostd) const;
+  void* lib_context_of(const void* v_opaque, const std::string& name) const;
+  void* log_handle_or_null() { return log_available_ ? log_handle() : nullptr; }
+
+ private:
+  struct Node {
+    Path path;
+    std::optional<Value> value;
+  };
+
+  FakePlatform() { Reset(); }
+
+  Path CheckedPath(const std::string& text) const;
+  bool IsKnown(const Path& path) const;
+  bool HasRightKeys(const Path& path) const;
+  bool HasEntry(const std::string& list, const PathStep& step) const;
+
+  confd_trans_ctx tctx_{};
+  std::string opaque_;
+  int maapi_socket_ = kSocket;
+  void* lib_context_ = nullptr;
+  char log_ = 0;  // its address is the handle
+  bool log_available_ = true;
+
+  std::map<std::string, Node> nodes_;  // by normal path
+  std::map<std::string, std::vector<std::vector<Value>>> entries_;  // by list
+  std::vector<std::string> model_;
+  std::map<std::string, Value> running_;
+  std::map<std::pair<std::string, std::string>, std::string> xpath_answers_;
+  std::vector<Change> changes_;
+
+  unsigned calls_until_failure_ = 0;  // 0: none fails
+  int failure_code_ = CONFD_ERR;
+  std::set<std::string> unreadable_;
+  std::set<std::string> exists_fails_;
+
+  std::mutex log_mutex_;  // guards calls_, calls_until_failure_, log_lines_
+  std::vector<Call> calls_;
+  std::vector<LogLine> log_lines_;
+  std::vector<TransactionError> errors_;
+  std::vector<Fault> faults_;
+  std::vector<std::string> misuses_;
+
+  std::set<Cursor*> cursors_;
+  std::set<unsigned char*> values_;
+  std::map<int, cdb_db_type> cdb_sessions_;  // by socket
+  int next_cdb_socket_ = 0;
+};
+
+inline FakePlatform& Fake() { return FakePlatform::instance(); }
+
+}  // namespace ipav::testing
+
+#endif  // IPAV_TESTS_SUPPORT_FAKE_PLATFORM_H_

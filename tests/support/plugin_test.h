@@ -1,0 +1,46 @@
+// Fixture of every test that runs code of the plug-in on the fake platform:
+// starts from an empty platform and fails the test when something that the
+// platform gave out was not given back.
+#ifndef IPAV_TESTS_SUPPORT_PLUGIN_TEST_H_
+#define IPAV_TESTS_SUPPORT_PLUGIN_TEST_H_
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "fake_platform.h"
+
+namespace ipav::testing {
+
+class PluginTest : public ::testing::Test {
+ protected:
+  void SetUp() override { fake.Reset(); }
+
+  void TearDown() override {
+    EXPECT_EQ(fake.open_cursors(), 0U);
+    EXPECT_EQ(fake.unfreed_values(), 0U);
+    EXPECT_EQ(fake.open_cdb_sessions(), 0U);
+    EXPECT_EQ(fake.misuses(), std::vector<std::string>{});
+    fake.Reset();
+  }
+
+  // Verdict and text of a refusal: exactly one text, set on the transaction of
+  // the call. `format` tells a text that is the format from one through "%s".
+  void ExpectOneError(const std::string& format, const std::string& text) {
+    ASSERT_EQ(fake.errors().size(), 1U);
+    EXPECT_EQ(fake.errors()[0].tctx, fake.tctx());
+    EXPECT_EQ(fake.errors()[0].format, format);
+    EXPECT_EQ(fake.errors()[0].text, text);
+  }
+
+  void ExpectNoError() {
+    EXPECT_TRUE(fake.errors().empty()) << fake.error_text();
+  }
+
+  FakePlatform& fake = Fake();
+};
+
+}  // namespace ipav::testing
+
+#endif  // IPAV_TESTS_SUPPORT_PLUGIN_TEST_H_

@@ -1,0 +1,61 @@
+// A value of the seam that owns its octets, and one builder per type.
+#ifndef IPAV_TESTS_SUPPORT_VALUE_H_
+#define IPAV_TESTS_SUPPORT_VALUE_H_
+
+#include <confd_lib.h>
+
+#include <cstdint>
+#include <string>
+
+namespace ipav::testing {
+
+class Value {
+ public:
+  explicit Value(const confd_value_t& fixed) : fixed_(fixed) {}
+  Value(confd_vtype type, std::string octets);
+
+  confd_vtype type() const { return fixed_.type; }
+  bool has_octets() const { return type() == C_BUF || type() == C_BINARY; }
+
+  // Points into this object, which must stay where it is.
+  confd_value_t Borrow() const;
+
+  // With octets of its own from malloc(3), NUL-terminated.
+  confd_value_t Allocate() const;
+
+  // As it stands between the braces of a path.
+  std::string KeyText() const;
+
+ private:
+  confd_value_t fixed_;
+  std::string octets_;
+};
+
+Value Text(const std::string& text);        // C_BUF
+Value Binary(const std::string& octets);    // C_BINARY
+Value Octets(const std::string& hex_list);  // C_BINARY of "0a:01"
+Value Int32(std::int32_t number);
+Value Uint8(std::uint8_t number);
+Value Uint16(std::uint16_t number);
+Value Uint32(std::uint32_t number);
+Value Bool(bool truth);
+Value Enum(std::int32_t number);
+Value Tag(std::uint32_t number);  // C_XMLTAG
+Value Nothing();                  // C_NOEXISTS
+// These throw on a text that is no address.
+Value Ipv4(const std::string& address);
+Value Ipv6(const std::string& address);
+Value Ipv4Plen(const std::string& address_slash_length);
+Value Ipv6Plen(const std::string& address_slash_length);
+
+// Number of a node's name: the data model's where it gives one, else one that
+// is the same in every test. The name is then known to NameOfTag().
+std::uint32_t TagOf(const std::string& name);
+std::string NameOfTag(std::uint32_t number);  // tag<N> for an unknown one
+
+// What confd_pp_value() prints.
+std::string PrettyText(const confd_value_t& value);
+
+}  // namespace ipav::testing
+
+#endif  // IPAV_TESTS_SUPPORT_VALUE_H_

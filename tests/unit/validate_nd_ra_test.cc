@@ -1,0 +1,585 @@
+#include "validate_nd_ra.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "builders.h"
+#include "config.h"
+#include "plugin_test.h"
+#include "validate_logger.h"
+
+namespace ipav::testing {
+namespace {
+
+using ip_application::config_valid::Config;
+using ip_application::config_valid::ValidateLogger;
+
+using Texts = std::vector<std::string>;
+
+constexpr char kInvalidInterface[] =
+    "invalid interface being handled by IP-App validation";
+constexpr char kNoMaximum[] =
+    "fail to get maximum router advertisement interval value";
+constexpr char kNoMinimum[] =
+    "fail to get minimum router advertisement interval value";
+constexpr char kNoLifetime[] =
+    "fail to get router advertisement lifetime value";
+constexpr char kMinimumTooLong[] =
+    "Minimum interval must be no greater than maximum interval * 0.75";
+constexpr char kLifetimeTooShort[] =
+    "Lifetime must be greater than maximum router advertisement interval";
+
+constexpr char kL3[] = "/config/interface/l3{core1}/ipv6/nd/ra/";
+constexpr char kMgmt[] = "/config/interface/mgmt{core1}/ipv6/nd/ra/";
+
+std::string Exists(const std::string& path) {
+  return "maapi_exists(" + path + ")";
+}
+
+std::string Read(const std::string& path) {
+  return "maapi_get_u_int16_elem(" + path + ")";
+}
+
+std::string Seterr(const std::string& text) {
+  return "confd_trans_seterr(" + text + ")";
+}
+
+std::string NoPathLine(const std::string& first, const std::string& second) {
+  return "There is no path for '" + first + "' and '" + second +
+         "'. Skipping validation ...";
+}
+
+class NdRaTest : public PluginTest {
+ protected:
+  void SetUp() override {
+    // The logger asks for the host's log once per process: before the records
+    // of any test begin.
+    ValidateLogger::instance();
+    PluginTest::SetUp();
+  }
+
+  int32_t Interval(const RaConfig& config) {
+    config.StoreIn(fake);
+    return IntervalOf(config.keypath());
+  }
+
+  int32_t Lifetime(const RaConfig& config) {
+    config.StoreIn(fake);
+    return LifetimeOf(config.keypath());
+  }
+
+  int32_t IntervalOf(KeyPath path) {
+    return validate_ipv6_nd_ra_interval(FakePlatform::kSocket, fake.tctx(),
+                                        path.get(), nullptr, snapshot_);
+  }
+
+  int32_t LifetimeOf(KeyPath path) {
+    return validate_ipv6_nd_ra_lifetime(FakePlatform::kSocket, fake.tctx(),
+                                        path.get(), nullptr, snapshot_);
+  }
+
+  void ExpectAccepted(int32_t verdict) {
+    EXPECT_EQ(verdict, 0);
+    ExpectNoError();
+  }
+
+  // Every text of these rules is the format itself.
+  void ExpectRefused(int32_t verdict, const std::string& text) {
+    EXPECT_EQ(verdict, -1);
+    ExpectOneError(text, text);
+  }
+
+  RaConfig config_;
+
+ private:
+  Config snapshot_;
+};
+
+// ---- Valid timers, and the calls that it takes to see it -------------------
+
+TEST_F(NdRaTest, IntervalAcceptsTheValidConfiguration) {
+  ExpectAccepted(Interval(config_));
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "min-interval")}));
+}
+
+TEST_F(NdRaTest, LifetimeAcceptsTheValidConfiguration) {
+  ExpectAccepted(Lifetime(config_));
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "lifetime")}));
+}
+
+TEST_F(NdRaTest, IntervalReadsTheTimersOfAManagementInterfaceFromItsList) {
+  config_.kind = "mgmt";
+  ExpectAccepted(Interval(config_));
+  EXPECT_EQ(fake.CallTexts(),
+            (Texts{Exists(std::string(kMgmt) + "max-interval"),
+                   Read(std::string(kMgmt) + "max-interval"),
+                   Read(std::string(kMgmt) + "min-interval")}));
+}
+
+TEST_F(NdRaTest, LifetimeOfAManagementInterfaceReadsTheMaximumOnly) {
+  config_.kind = "mgmt";
+  ExpectAccepted(Lifetime(config_));
+  EXPECT_EQ(fake.CallTexts(),
+            (Texts{Exists(std::string(kMgmt) + "max-interval"),
+                   Read(std::string(kMgmt) + "max-interval")}));
+}
+
+TEST_F(NdRaTest, ReadsThroughTheSocketAndTheTransactionOfTheCall) {
+  ExpectAccepted(Interval(config_));
+  for (const Call& call : fake.calls()) {
+    EXPECT_EQ(call.sock, FakePlatform::kSocket) << call.text();
+    EXPECT_EQ(call.thandle, FakePlatform::kTransaction) << call.text();
+  }
+}
+
+// ---- The kind of the interface ---------------------------------------------
+
+TEST_F(NdRaTest, RefusesALoopbackWithoutAnyRead) {
+  config_.kind = "loopback";
+  ExpectRefused(Interval(config_), kInvalidInterface);
+  EXPECT_EQ(fake.CallTexts(), Texts{Seterr(kInvalidInterface)});
+}
+
+TEST_F(NdRaTest, RefusesTheLifetimeOfALoopbackWithoutAnyRead) {
+  config_.kind = "loopback";
+  ExpectRefused(Lifetime(config_), kInvalidInterface);
+  EXPECT_EQ(fake.CallTexts(), Texts{Seterr(kInvalidInterface)});
+}
+
+TEST_F(NdRaTest, RefusesAnyOtherList) {
+  const KeyPath path = config_.keypath().Replace(4, Tag(0x213f1a7b));
+  ExpectRefused(IntervalOf(path), kInvalidInterface);
+}
+
+TEST_F(NdRaTest, RefusesTheLifetimeInAnyOtherList) {
+  const KeyPath path = config_.keypath().Replace(4, Tag(0x1412343e));
+  ExpectRefused(LifetimeOf(path), kInvalidInterface);
+}
+
+// ---- Neither timer exists --------------------------------------------------
+
+TEST_F(NdRaTest, IntervalAcceptsAndLogsWhenNeitherIntervalExists) {
+  config_.max_interval.reset();
+  config_.min_interval.reset();
+  ExpectAccepted(Interval(config_));
+
+  const std::string max_path = std::string(kL3) + "max-interval";
+  const std::string min_path = std::string(kL3) + "min-interval";
+  const std::string line = NoPathLine(max_path, min_path);
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(max_path), Exists(min_path),
+                                     "hostmw_vlog_debug(" + line + ")"}));
+  ASSERT_EQ(fake.log_lines().size(), 1U);
+  EXPECT_EQ(fake.log_lines()[0].text, line);
+  EXPECT_EQ(fake.log_lines()[0].format,
+            "There is no path for '%s' and '%s'. Skipping validation ...");
+  EXPECT_EQ(fake.log_lines()[0].handle, fake.log_handle());
+}
+
+TEST_F(NdRaTest, LifetimeAcceptsAndLogsWhenNeitherTimerExists) {
+  config_.max_interval.reset();
+  config_.lifetime.reset();
+  ExpectAccepted(Lifetime(config_));
+
+  const std::string max_path = std::string(kL3) + "max-interval";
+  const std::string lifetime_path = std::string(kL3) + "lifetime";
+  const std::string line = NoPathLine(max_path, lifetime_path);
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(max_path), Exists(lifetime_path),
+                                     "hostmw_vlog_debug(" + line + ")"}));
+  ASSERT_EQ(fake.log_lines().size(), 1U);
+  EXPECT_EQ(fake.log_lines()[0].format,
+            "There is no path for '%s' and '%s'. Skipping validation ...");
+}
+
+TEST_F(NdRaTest, ManagementInterfacesLogTheirOwnPaths) {
+  RaConfig empty;
+  empty.kind = "mgmt";
+  empty.max_interval.reset();
+  empty.min_interval.reset();
+  empty.lifetime.reset();
+  ExpectAccepted(Interval(empty));
+  ExpectAccepted(Lifetime(empty));
+  ASSERT_EQ(fake.log_lines().size(), 2U);
+  EXPECT_EQ(fake.log_lines()[0].text,
+            NoPathLine(std::string(kMgmt) + "max-interval",
+                       std::string(kMgmt) + "min-interval"));
+  EXPECT_EQ(fake.log_lines()[1].text,
+            NoPathLine(std::string(kMgmt) + "max-interval",
+                       std::string(kMgmt) + "lifetime"));
+}
+
+TEST_F(NdRaTest, AFailingExistenceTestCountsAsAbsent) {
+  config_.StoreIn(fake);
+  fake.FailExists(std::string(kL3) + "max-interval");
+  fake.FailExists(std::string(kL3) + "min-interval");
+  fake.FailExists(std::string(kL3) + "lifetime");
+  ExpectAccepted(IntervalOf(config_.keypath()));
+  ExpectAccepted(LifetimeOf(config_.keypath()));
+  EXPECT_EQ(fake.log_lines().size(), 2U);
+}
+
+TEST_F(NdRaTest, LogsNothingWhenEitherTimerExists) {
+  ExpectAccepted(Interval(config_));
+  ExpectAccepted(Lifetime(config_));
+  EXPECT_TRUE(fake.log_lines().empty());
+}
+
+// ---- The maximum interval cannot be read -----------------------------------
+
+TEST_F(NdRaTest, IntervalRefusesAMinimumWithoutAMaximum) {
+  config_.max_interval.reset();
+  ExpectRefused(Interval(config_), kNoMaximum);
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
+                                     Exists(std::string(kL3) + "min-interval"),
+                                     Read(std::string(kL3) + "max-interval"),
+                                     Seterr(kNoMaximum)}));
+}
+
+TEST_F(NdRaTest, LifetimeRefusesALifetimeWithoutAMaximum) {
+  config_.max_interval.reset();
+  ExpectRefused(Lifetime(config_), kNoMaximum);
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
+                                     Exists(std::string(kL3) + "lifetime"),
+                                     Read(std::string(kL3) + "max-interval"),
+                                     Seterr(kNoMaximum)}));
+}
+
+TEST_F(NdRaTest, LifetimeOfAManagementInterfaceNeedsAReadableMaximumToo) {
+  config_.kind = "mgmt";
+  config_.max_interval.reset();
+  ExpectRefused(Lifetime(config_), kNoMaximum);
+}
+
+TEST_F(NdRaTest, IntervalIgnoresTheLifetimeWhenItLooksForTimers) {
+  config_.max_interval.reset();
+  config_.min_interval.reset();
+  config_.lifetime = 1;
+  ExpectAccepted(Interval(config_));
+  EXPECT_EQ(fake.log_lines().size(), 1U);
+}
+
+TEST_F(NdRaTest, LifetimeIgnoresTheMinimumWhenItLooksForTimers) {
+  config_.max_interval.reset();
+  config_.lifetime.reset();
+  ExpectAccepted(Lifetime(config_));
+  EXPECT_EQ(fake.log_lines().size(), 1U);
+}
+
+TEST_F(NdRaTest, RefusesAMaximumThatExistsButCannotBeRead) {
+  config_.StoreIn(fake);
+  fake.FailReads(std::string(kL3) + "max-interval");
+  ExpectRefused(IntervalOf(config_.keypath()), kNoMaximum);
+}
+
+TEST_F(NdRaTest, LifetimeRefusesAMaximumThatExistsButCannotBeRead) {
+  config_.StoreIn(fake);
+  fake.FailReads(std::string(kL3) + "max-interval");
+  ExpectRefused(LifetimeOf(config_.keypath()), kNoMaximum);
+}
+
+TEST_F(NdRaTest, RefusesAMaximumOfAnotherType) {
+  config_.StoreIn(fake);
+  fake.SetValue(std::string(kL3) + "max-interval", Uint32(600));
+  ExpectRefused(IntervalOf(config_.keypath()), kNoMaximum);
+}
+
+TEST_F(NdRaTest, LifetimeRefusesAMaximumOfAnotherType) {
+  config_.StoreIn(fake);
+  fake.SetValue(std::string(kL3) + "max-interval", Uint32(600));
+  ExpectRefused(LifetimeOf(config_.keypath()), kNoMaximum);
+}
+
+// ---- The other timer cannot be read ----------------------------------------
+
+TEST_F(NdRaTest, IntervalRefusesAMaximumWithoutAMinimum) {
+  config_.min_interval.reset();
+  ExpectRefused(Interval(config_), kNoMinimum);
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "min-interval"),
+                                     Seterr(kNoMinimum)}));
+}
+
+TEST_F(NdRaTest, LifetimeRefusesAMaximumWithoutALifetime) {
+  config_.lifetime.reset();
+  ExpectRefused(Lifetime(config_), kNoLifetime);
+  EXPECT_EQ(fake.CallTexts(),
+            (Texts{Exists(std::string(kL3) + "max-interval"),
+                   Read(std::string(kL3) + "max-interval"),
+                   Read(std::string(kL3) + "lifetime"), Seterr(kNoLifetime)}));
+}
+
+TEST_F(NdRaTest, IntervalRefusesAManagementInterfaceWithoutAMinimum) {
+  config_.kind = "mgmt";
+  config_.min_interval.reset();
+  ExpectRefused(Interval(config_), kNoMinimum);
+}
+
+TEST_F(NdRaTest, LifetimeOfAManagementInterfaceMayBeAbsent) {
+  config_.kind = "mgmt";
+  config_.lifetime.reset();
+  ExpectAccepted(Lifetime(config_));
+}
+
+TEST_F(NdRaTest, LifetimeOfAManagementInterfaceMayBeUnreadable) {
+  config_.kind = "mgmt";
+  config_.StoreIn(fake);
+  fake.FailReads(std::string(kMgmt) + "lifetime");
+  ExpectAccepted(LifetimeOf(config_.keypath()));
+}
+
+TEST_F(NdRaTest, RefusesAMinimumThatExistsButCannotBeRead) {
+  config_.StoreIn(fake);
+  fake.FailReads(std::string(kL3) + "min-interval");
+  ExpectRefused(IntervalOf(config_.keypath()), kNoMinimum);
+}
+
+TEST_F(NdRaTest, RefusesAMinimumOfAnotherType) {
+  config_.StoreIn(fake);
+  fake.SetValue(std::string(kL3) + "min-interval", Int32(200));
+  ExpectRefused(IntervalOf(config_.keypath()), kNoMinimum);
+}
+
+TEST_F(NdRaTest, RefusesALifetimeThatExistsButCannotBeRead) {
+  config_.StoreIn(fake);
+  fake.FailReads(std::string(kL3) + "lifetime");
+  ExpectRefused(LifetimeOf(config_.keypath()), kNoLifetime);
+}
+
+TEST_F(NdRaTest, RefusesALifetimeOfAnotherType) {
+  config_.StoreIn(fake);
+  fake.SetValue(std::string(kL3) + "lifetime", Text("1800"));
+  ExpectRefused(LifetimeOf(config_.keypath()), kNoLifetime);
+}
+
+// ---- A failure of each call, also when the daemon has closed the socket ----
+
+struct FailedCall {
+  unsigned number;
+  int result;
+  int32_t verdict;
+  std::string interval_text;
+  std::string lifetime_text;
+};
+
+class FailedCallTest : public NdRaTest,
+                       public ::testing::WithParamInterface<FailedCall> {
+ protected:
+  void ExpectVerdict(int32_t verdict, const std::string& text) {
+    EXPECT_EQ(verdict, GetParam().verdict);
+    EXPECT_EQ(fake.error_text(), text);
+  }
+};
+
+TEST_P(FailedCallTest, DecidesTheVerdictOfTheInterval) {
+  config_.StoreIn(fake);
+  fake.FailCall(GetParam().number, GetParam().result);
+  ExpectVerdict(IntervalOf(config_.keypath()), GetParam().interval_text);
+}
+
+TEST_P(FailedCallTest, DecidesTheVerdictOfTheLifetime) {
+  config_.StoreIn(fake);
+  fake.FailCall(GetParam().number, GetParam().result);
+  ExpectVerdict(LifetimeOf(config_.keypath()), GetParam().lifetime_text);
+}
+
+// The first call asks whether the maximum exists. When that fails the other
+// timer is asked for, which does, so that both are read all the same.
+INSTANTIATE_TEST_SUITE_P(
+    Calls, FailedCallTest,
+    ::testing::Values(FailedCall{1, CONFD_ERR, 0, "", ""},
+                      FailedCall{1, CONFD_EOF, 0, "", ""},
+                      FailedCall{2, CONFD_ERR, -1, kNoMaximum, kNoMaximum},
+                      FailedCall{2, CONFD_EOF, -1, kNoMaximum, kNoMaximum},
+                      FailedCall{3, CONFD_ERR, -1, kNoMinimum, kNoLifetime},
+                      FailedCall{3, CONFD_EOF, -1, kNoMinimum, kNoLifetime}),
+    [](const auto& failed) {
+      return "Call" + std::to_string(failed.param.number) +
+             (failed.param.result == CONFD_EOF ? "Closed" : "Failed");
+    });
+
+// ---- The minimum against the maximum ---------------------------------------
+
+struct IntervalCase {
+  std::uint16_t max_interval;
+  std::uint16_t min_interval;
+  bool accepted;
+};
+
+class IntervalTest : public NdRaTest,
+                     public ::testing::WithParamInterface<IntervalCase> {};
+
+TEST_P(IntervalTest, BoundsTheMinimumByThreeQuartersOfTheMaximum) {
+  config_.max_interval = GetParam().max_interval;
+  config_.min_interval = GetParam().min_interval;
+  if (GetParam().accepted) {
+    ExpectAccepted(Interval(config_));
+  } else {
+    ExpectRefused(Interval(config_), kMinimumTooLong);
+  }
+}
+
+TEST_P(IntervalTest, HoldsForManagementInterfacesAsWell) {
+  config_.kind = "mgmt";
+  config_.max_interval = GetParam().max_interval;
+  config_.min_interval = GetParam().min_interval;
+  if (GetParam().accepted) {
+    ExpectAccepted(Interval(config_));
+  } else {
+    ExpectRefused(Interval(config_), kMinimumTooLong);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Intervals, IntervalTest,
+    ::testing::Values(
+        IntervalCase{200, 150, true}, IntervalCase{200, 151, false},
+        IntervalCase{3, 2, true}, IntervalCase{3, 3, false},
+        IntervalCase{4, 3, true}, IntervalCase{4, 4, false},
+        IntervalCase{0, 0, true}, IntervalCase{0, 1, false},
+        IntervalCase{1, 0, true}, IntervalCase{1, 1, false},
+        IntervalCase{2, 1, true}, IntervalCase{2, 2, false},
+        IntervalCase{65534, 49150, true}, IntervalCase{65534, 49151, false},
+        IntervalCase{65535, 49151, true}, IntervalCase{65535, 49152, false},
+        IntervalCase{65535, 65535, false}, IntervalCase{600, 0, true}),
+    [](const auto& timers) {
+      return "Max" + std::to_string(timers.param.max_interval) + "Min" +
+             std::to_string(timers.param.min_interval);
+    });
+
+TEST_F(NdRaTest, AgreesWithIntegerArithmeticAtEveryBoundary) {
+  for (std::uint16_t max = 0; max < 400; ++max) {
+    const auto largest = static_cast<std::uint16_t>(max * 3 / 4);
+    config_.StoreIn(fake);
+    fake.SetValue(std::string(kL3) + "max-interval", Uint16(max));
+    fake.SetValue(std::string(kL3) + "min-interval", Uint16(largest));
+    EXPECT_EQ(IntervalOf(config_.keypath()), 0) << max;
+
+    fake.SetValue(std::string(kL3) + "min-interval",
+                  Uint16(static_cast<std::uint16_t>(largest + 1)));
+    EXPECT_EQ(IntervalOf(config_.keypath()), -1) << max;
+    EXPECT_EQ(fake.error_text(), kMinimumTooLong) << max;
+    fake.Reset();
+  }
+}
+
+// ---- The lifetime against the maximum --------------------------------------
+
+struct LifetimeCase {
+  std::uint16_t max_interval;
+  std::uint16_t lifetime;
+  bool accepted;
+};
+
+class LifetimeTest : public NdRaTest,
+                     public ::testing::WithParamInterface<LifetimeCase> {};
+
+TEST_P(LifetimeTest, IsZeroOrGreaterThanTheMaximum) {
+  config_.max_interval = GetParam().max_interval;
+  config_.lifetime = GetParam().lifetime;
+  if (GetParam().accepted) {
+    ExpectAccepted(Lifetime(config_));
+  } else {
+    ExpectRefused(Lifetime(config_), kLifetimeTooShort);
+  }
+}
+
+TEST_P(LifetimeTest, IsNotJudgedOnManagementInterfaces) {
+  config_.kind = "mgmt";
+  config_.max_interval = GetParam().max_interval;
+  config_.lifetime = GetParam().lifetime;
+  ExpectAccepted(Lifetime(config_));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lifetimes, LifetimeTest,
+    ::testing::Values(
+        LifetimeCase{600, 601, true}, LifetimeCase{600, 600, false},
+        LifetimeCase{600, 599, false}, LifetimeCase{600, 1, false},
+        LifetimeCase{600, 0, true}, LifetimeCase{0, 0, true},
+        LifetimeCase{0, 1, true}, LifetimeCase{1, 1, false},
+        LifetimeCase{1, 2, true}, LifetimeCase{65535, 65535, false},
+        LifetimeCase{65535, 0, true}, LifetimeCase{65534, 65535, true}),
+    [](const auto& timers) {
+      return "Max" + std::to_string(timers.param.max_interval) + "Lifetime" +
+             std::to_string(timers.param.lifetime);
+    });
+
+TEST_F(NdRaTest, LifetimeDoesNotJudgeTheMinimum) {
+  config_.min_interval = 600;
+  ExpectAccepted(Lifetime(config_));
+}
+
+TEST_F(NdRaTest, IntervalDoesNotJudgeTheLifetime) {
+  config_.lifetime = 1;
+  ExpectAccepted(Interval(config_));
+}
+
+// ---- Unusual names ---------------------------------------------------------
+
+class UnusualNameTest : public NdRaTest,
+                        public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(UnusualNameTest, FindsTheTimersOfTheInterface) {
+  config_.name = GetParam();
+  config_.min_interval = 451;
+  ExpectRefused(Interval(config_), kMinimumTooLong);
+  const std::string container =
+      "/config/interface/l3{" + GetParam() + "}/ipv6/nd/ra/";
+  EXPECT_EQ(fake.CallTexts(),
+            (Texts{Exists(container + "max-interval"),
+                   Read(container + "max-interval"),
+                   Read(container + "min-interval"), Seterr(kMinimumTooLong)}));
+}
+
+TEST_P(UnusualNameTest, LogsTheNameAsItIs) {
+  config_.name = GetParam();
+  config_.max_interval.reset();
+  config_.lifetime.reset();
+  ExpectAccepted(Lifetime(config_));
+  const std::string container =
+      "/config/interface/l3{" + GetParam() + "}/ipv6/nd/ra/";
+  ASSERT_EQ(fake.log_lines().size(), 1U);
+  EXPECT_EQ(fake.log_lines()[0].text,
+            NoPathLine(container + "max-interval", container + "lifetime"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, UnusualNameTest,
+                         ::testing::Values("%s", "100%n", "%", "a/b", "a:b",
+                                           "l3",
+                                           "br\xc3\xbc"
+                                           "cke",
+                                           std::string(200, 'x')));
+
+// Unquoted, such a name is two keys, which no interface has.
+TEST_F(NdRaTest, ANameWithABlankHasNoTimers) {
+  RaConfig{}.StoreIn(fake);
+  config_.name = "core 1";
+  ExpectAccepted(IntervalOf(config_.keypath()));
+  ASSERT_EQ(fake.log_lines().size(), 1U);
+  EXPECT_EQ(fake.log_lines()[0].text,
+            NoPathLine("/config/interface/l3{core 1}/ipv6/nd/ra/max-interval",
+                       "/config/interface/l3{core 1}/ipv6/nd/ra/min-interval"));
+}
+
+// ---- Other interfaces ------------------------------------------------------
+
+TEST_F(NdRaTest, JudgesTheInterfaceOfTheKeyPathOnly) {
+  RaConfig wrong;
+  wrong.name = "core2";
+  wrong.min_interval = 600;
+  wrong.lifetime = 600;
+  wrong.StoreIn(fake);
+  ExpectAccepted(Interval(config_));
+  ExpectAccepted(Lifetime(config_));
+}
+
+}  // namespace
+}  // namespace ipav::testing

@@ -1,0 +1,352 @@
+#include "validate.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "builders.h"
+#include "config.h"
+#include "plugin_test.h"
+#include "static_route_config.h"
+
+namespace ipav::testing {
+namespace {
+
+using ip_application::config_valid::Config;
+using ip_application::config_valid::ConfigAddrFamily;
+using ip_application::config_valid::GenericConfig;
+using ip_application::config_valid::InterfaceType;
+
+std::vector<const GenericConfig*> ReadersOf(Config& config) {
+  return {&config.ospfv2_config(), &config.static_route_config(),
+          config.intf_by_type(InterfaceType::kL3),
+          config.intf_by_type(InterfaceType::kLoopback),
+          config.intf_by_type(InterfaceType::kMgmt)};
+}
+
+// A plug-in between lib_init() and lib_finish(), known to the host.
+class ValidateTest : public PluginTest {
+ protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    ASSERT_EQ(lib_init(&context_), 0);
+    fake.set_lib_context(context_);
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(lib_finish(&context_), 0);
+    PluginTest::TearDown();
+  }
+
+  Config& config() { return *static_cast<Config*>(context_); }
+
+  // Calls the entry point for the timers of an interface.
+  int32_t Validate(const std::string& opaque) {
+    fake.set_opaque(opaque);
+    return validate(fake.tctx(), keypath_.get(), &newval_);
+  }
+
+  KeyPath keypath_ = RaConfig{}.keypath();
+  confd_value_t newval_ = Nothing().Borrow();
+
+ private:
+  void* context_ = nullptr;
+};
+
+// ---- lib_init, lib_finish --------------------------------------------------
+
+TEST(LibInitTest, StoresASnapshotInTheSlotAndReturnsZero) {
+  void* context = nullptr;
+  EXPECT_EQ(lib_init(&context), 0);
+  ASSERT_NE(context, nullptr);
+  EXPECT_EQ(lib_finish(&context), 0);
+}
+
+TEST(LibInitTest, GivesEachContextASnapshotOfItsOwn) {
+  void* first = nullptr;
+  void* second = nullptr;
+  EXPECT_EQ(lib_init(&first), 0);
+  EXPECT_EQ(lib_init(&second), 0);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(lib_finish(&first), 0);
+  EXPECT_EQ(lib_finish(&second), 0);
+}
+
+TEST(LibInitTest, TheSnapshotIsUnboundAndUnread) {
+  void* context = nullptr;
+  ASSERT_EQ(lib_init(&context), 0);
+  for (const GenericConfig* reader :
+       ReadersOf(*static_cast<Config*>(context))) {
+    EXPECT_EQ(reader->sock(), -1);
+    EXPECT_EQ(reader->confd_trans(), nullptr);
+    EXPECT_FALSE(reader->ipv4_read());
+    EXPECT_FALSE(reader->ipv6_read());
+  }
+  EXPECT_EQ(lib_finish(&context), 0);
+}
+
+TEST(LibFinishTest, LeavesTheSlotAsItIs) {
+  void* context = nullptr;
+  ASSERT_EQ(lib_init(&context), 0);
+  void* const stored = context;
+  EXPECT_EQ(lib_finish(&context), 0);
+  EXPECT_EQ(context, stored);
+}
+
+TEST(LibFinishTest, ReturnsZeroForAnEmptySlot) {
+  void* context = nullptr;
+  EXPECT_EQ(lib_finish(&context), 0);
+  EXPECT_EQ(context, nullptr);
+}
+
+// ---- get_validation_point --------------------------------------------------
+
+struct BufferCase {
+  std::size_t size;
+  std::string text;
+};
+
+class GetValidationPointTest : public ::testing::TestWithParam<BufferCase> {};
+
+TEST_P(GetValidationPointTest, CutsAndTerminatesTheNameAtTheBuffersSize) {
+  std::array<char, 64> buffer;
+  buffer.fill('#');
+  EXPECT_EQ(get_validation_point(buffer.data(), GetParam().size), 0);
+  EXPECT_EQ(std::string(buffer.data()), GetParam().text);
+  EXPECT_TRUE(std::all_of(buffer.begin() + GetParam().text.size() + 1,
+                          buffer.end(), [](char c) { return c == '#'; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, GetValidationPointTest,
+                         ::testing::Values(BufferCase{64, "ip_app_validation"},
+                                           BufferCase{18, "ip_app_validation"},
+                                           BufferCase{17, "ip_app_validatio"},
+                                           BufferCase{7, "ip_app"},
+                                           BufferCase{1, ""}),
+                         [](const auto& buffer_case) {
+                           return std::to_string(buffer_case.param.size);
+                         });
+
+TEST(GetValidationPointTest, WritesNothingIntoABufferWithoutRoom) {
+  char buffer = '#';
+  EXPECT_EQ(get_validation_point(&buffer, 0), 0);
+  EXPECT_EQ(buffer, '#');
+}
+
+// ---- validate: what ends a call before the search --------------------------
+
+TEST_F(ValidateTest, RefusesANullTransactionBeforeAnythingElse) {
+  EXPECT_EQ(validate(nullptr, keypath_.get(), &newval_), -1);
+  ExpectNoError();
+  EXPECT_TRUE(fake.calls().empty());
+}
+
+TEST_F(ValidateTest, RefusesANullKeyPathBeforeAnythingElse) {
+  EXPECT_EQ(validate(fake.tctx(), nullptr, &newval_), -1);
+  ExpectNoError();
+  EXPECT_TRUE(fake.calls().empty());
+}
+
+TEST_F(ValidateTest, RefusesANullNewValueBeforeAnythingElse) {
+  EXPECT_EQ(validate(fake.tctx(), keypath_.get(), nullptr), -1);
+  ExpectNoError();
+  EXPECT_TRUE(fake.calls().empty());
+}
+
+TEST_F(ValidateTest, RefusesWithoutATextWhenTheHostHasNoSocket) {
+  fake.set_maapi_socket(-1);
+  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
+  ExpectNoError();
+  EXPECT_EQ(fake.CallTexts(),
+            std::vector<std::string>{"hostd_maapi_socket_get()"});
+  for (const GenericConfig* reader : ReadersOf(config())) {
+    EXPECT_EQ(reader->sock(), -1);
+    EXPECT_EQ(reader->confd_trans(), nullptr);
+  }
+}
+
+TEST_F(ValidateTest, RefusesEveryNegativeSocket) {
+  fake.set_maapi_socket(-2);
+  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
+  ExpectNoError();
+  EXPECT_EQ(fake.CallTexts(),
+            std::vector<std::string>{"hostd_maapi_socket_get()"});
+}
+
+TEST_F(ValidateTest, TakesSocketZero) {
+  fake.set_maapi_socket(0);
+  EXPECT_EQ(Validate("no such name"), -1);
+  for (const GenericConfig* reader : ReadersOf(config())) {
+    EXPECT_EQ(reader->sock(), 0);
+  }
+}
+
+TEST_F(ValidateTest, AsksForTheSocketByTheRegistrationsData) {
+  fake.tctx()->vcb_opaque = nullptr;  // the fake answers its own data only
+  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
+  ExpectNoError();
+  EXPECT_EQ(fake.CallTexts(),
+            std::vector<std::string>{"hostd_maapi_socket_get()"});
+}
+
+TEST_F(ValidateTest, RefusesWithATextWhenTheHostHasNoContext) {
+  fake.set_lib_context(nullptr);
+  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
+  ExpectOneError("Lib context is null!", "Lib context is null!");
+  EXPECT_EQ(fake.CallTexts(), (std::vector<std::string>{
+                                  "hostd_maapi_socket_get()",
+                                  "get_lib_context(ip_app_validation)",
+                                  "confd_trans_seterr(Lib context is null!)",
+                              }));
+}
+
+TEST_F(ValidateTest, AsksForTheContextByTheUserDataOfTheValidation) {
+  fake.tctx()->v_opaque = nullptr;  // the fake answers its own data only
+  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
+  ExpectOneError("Lib context is null!", "Lib context is null!");
+}
+
+// ---- validate: binding -----------------------------------------------------
+
+TEST_F(ValidateTest, BindsTheSnapshotToTheCallEvenWhenNoNameMatches) {
+  EXPECT_EQ(Validate("no such name"), -1);
+  for (const GenericConfig* reader : ReadersOf(config())) {
+    EXPECT_EQ(reader->sock(), FakePlatform::kSocket);
+    EXPECT_EQ(reader->confd_trans(), fake.tctx());
+  }
+}
+
+TEST_F(ValidateTest, BindsTheSnapshotAnewForEveryCall) {
+  EXPECT_EQ(Validate("no such name"), -1);
+  confd_trans_ctx second = *fake.tctx();
+  fake.set_maapi_socket(99);
+  EXPECT_EQ(validate(&second, keypath_.get(), &newval_), -1);
+  for (const GenericConfig* reader : ReadersOf(config())) {
+    EXPECT_EQ(reader->sock(), 99);
+    EXPECT_EQ(reader->confd_trans(), &second);
+  }
+}
+
+TEST_F(ValidateTest, KeepsWhatTheSnapshotHasReadFromCallToCall) {
+  config().set_sock(FakePlatform::kSocket);
+  config().set_confd_trans(fake.tctx());
+  config().ReadStaticRouteConfig(ConfigAddrFamily::kIpv4);
+  EXPECT_EQ(Validate("no such name"), -1);
+  EXPECT_TRUE(config().static_route_config().ipv4_read());
+  EXPECT_FALSE(config().static_route_config().ipv6_read());
+}
+
+// ---- validate: dispatch ----------------------------------------------------
+
+// A name of the table, and a configuration of which only this callback refuses
+// the timers, so that the text tells which one ran.
+struct NameCase {
+  std::string name;
+  RaConfig config;
+  std::string text;
+};
+
+std::vector<NameCase> NameCases() {
+  RaConfig long_minimum;
+  long_minimum.min_interval = 451;
+  RaConfig short_lifetime;
+  short_lifetime.lifetime = 600;
+  return {{"validate_ipv6_nd_ra_interval", long_minimum,
+           "Minimum interval must be no greater than maximum interval * 0.75"},
+          {"validate_ipv6_nd_ra_lifetime", short_lifetime,
+           "Lifetime must be greater than maximum router advertisement "
+           "interval"}};
+}
+
+class DispatchTest : public ValidateTest,
+                     public ::testing::WithParamInterface<NameCase> {};
+
+TEST_P(DispatchTest, ReturnsTheRefusalOfTheCallbackOfThatName) {
+  GetParam().config.StoreIn(fake);
+  EXPECT_EQ(Validate(GetParam().name), -1);
+  ExpectOneError(GetParam().text, GetParam().text);
+}
+
+TEST_P(DispatchTest, ReturnsTheAcceptanceOfTheCallbackOfThatName) {
+  RaConfig{}.StoreIn(fake);
+  EXPECT_EQ(Validate(GetParam().name), 0);
+  ExpectNoError();
+}
+
+TEST_P(DispatchTest, TakesAnOpaqueTextThatOnlyBeginsWithTheName) {
+  GetParam().config.StoreIn(fake);
+  EXPECT_EQ(Validate(GetParam().name + "_of_the_core"), -1);
+  ExpectOneError(GetParam().text, GetParam().text);
+}
+
+TEST_P(DispatchTest, DoesNothingAfterTheCallback) {
+  GetParam().config.StoreIn(fake);
+  EXPECT_EQ(Validate(GetParam().name), -1);
+  ASSERT_FALSE(fake.calls().empty());
+  EXPECT_EQ(fake.calls().back().text(),
+            "confd_trans_seterr(" + GetParam().text + ")");
+}
+
+TEST_P(DispatchTest, RefusesANameThatIsCutShort) {
+  GetParam().config.StoreIn(fake);
+  const std::string& name = GetParam().name;
+  EXPECT_EQ(Validate(name.substr(0, name.size() - 1)), -1);
+  ExpectNoError();
+}
+
+TEST_P(DispatchTest, RefusesANameThatDoesNotStandAtTheStart) {
+  GetParam().config.StoreIn(fake);
+  EXPECT_EQ(Validate(" " + GetParam().name), -1);
+  ExpectNoError();
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, DispatchTest, ::testing::ValuesIn(NameCases()),
+                         [](const auto& name_case) {
+                           return name_case.param.name;
+                         });
+
+TEST_F(ValidateTest, RefusesAnUnknownNameWithoutATextAndWithoutReading) {
+  RaConfig{}.StoreIn(fake);
+  EXPECT_EQ(Validate("ipv4_addr_validatio"), -1);
+  ExpectNoError();
+  EXPECT_EQ(fake.CallTexts(), (std::vector<std::string>{
+                                  "hostd_maapi_socket_get()",
+                                  "get_lib_context(ip_app_validation)",
+                              }));
+}
+
+TEST_F(ValidateTest, RefusesAnOpaqueTextShorterThanEveryName) {
+  EXPECT_EQ(Validate("v"), -1);
+  ExpectNoError();
+}
+
+TEST_F(ValidateTest, RefusesAnEmptyOpaqueText) {
+  EXPECT_EQ(Validate(""), -1);
+  ExpectNoError();
+}
+
+TEST_F(ValidateTest, RefusesAUseSiteWithoutOpaqueText) {
+  fake.tctx()->validate_opaque = nullptr;
+  EXPECT_EQ(validate(fake.tctx(), keypath_.get(), &newval_), -1);
+  ExpectNoError();
+}
+
+TEST_F(ValidateTest, HandsSocketTransactionAndKeyPathToTheCallback) {
+  RaConfig{}.StoreIn(fake);
+  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), 0);
+  ASSERT_EQ(fake.calls().size(), 5U);
+  for (std::size_t i = 2; i < fake.calls().size(); ++i) {
+    EXPECT_EQ(fake.calls()[i].sock, FakePlatform::kSocket);
+    EXPECT_EQ(fake.calls()[i].thandle, FakePlatform::kTransaction);
+  }
+  EXPECT_EQ(
+      fake.calls()[2].text(),
+      "maapi_exists(/config/interface/l3{core1}/ipv6/nd/ra/max-interval)");
+}
+
+}  // namespace
+}  // namespace ipav::testing

@@ -1,6 +1,7 @@
 #include "datastore/libyang_error.h"
 
-#include <regex>
+#include <cstdlib>
+#include <string>
 
 namespace ipav::datastore {
 
@@ -13,16 +14,22 @@ struct Place {
   unsigned long line = 0;  // 0: not known
 };
 
+// What stands between two marks; empty where they are not there.
+std::string Between(const std::string& text, const std::string& before,
+                    char after) {
+  const std::size_t mark = text.find(before);
+  if (mark == std::string::npos) return "";
+  const std::size_t begin = mark + before.size();
+  return text.substr(begin, text.find(after, begin) - begin);
+}
+
 Place PlaceOf(const ly_err_item& error) {
-  static const std::regex kLocation("location \"(.*?)\"[,.]");
-  static const std::regex kLine("[Ll]ine number ([0-9]{1,9})\\.$");
   Place place;
   if (error.path == nullptr) return place;
-
   const std::string text = error.path;
-  std::smatch match;
-  if (std::regex_search(text, match, kLocation)) place.path = match[1];
-  if (std::regex_search(text, match, kLine)) place.line = std::stoul(match[1]);
+  place.path = Between(text, "location \"", '"');
+  place.line =
+      std::strtoul(Between(text, "ine number ", '.').c_str(), nullptr, 10);
   return place;
 }
 

@@ -252,7 +252,7 @@ TEST_F(IpavTest, AFileThatIsNoConfigurationIsNamedWithItsLine) {
   ExpectRefusedFile("blank.json", " \n\t\n", " is empty\n");
   ExpectRefusedFile("prose.txt", "interface l3 a\n",
                     "1: neither XML nor JSON\n");
-  ExpectRefusedFile("nul.xml", Interface(std::string("<vrf>a\0b</vrf>", 15)),
+  ExpectRefusedFile("nul.xml", Interface(std::string("<vrf>a\0b</vrf>", 14)),
                     "3: contains a NUL byte\n");
   ExpectRefusedFile("latin1.xml", Interface("<vrf>caf\xe9</vrf>"), "3: ");
   ExpectRefusedFile("latin1.json",

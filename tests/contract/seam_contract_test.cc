@@ -520,7 +520,7 @@ TEST_F(SeamContractTest, AFailingReadOfAnElementLeavesTheOutputAlone) {
 }
 
 TEST_F(SeamContractTest, ValuesOfFixedSizeNeedNoFreeingButMayBeFreed) {
-  for (Value value : {Int32(1), Bool(true), Ipv4("10.0.0.1"), Nothing()}) {
+  for (const Value& value : {Int32(1), Bool(true), Ipv4("10.0.0.1"), Nothing()}) {
     confd_value_t raw = value.Borrow();
     confd_free_value(&raw);
     EXPECT_EQ(raw.type, value.type());
@@ -770,7 +770,7 @@ class XpathTest : public SeamContractTest {
     EXPECT_EQ(maapi_xpath_eval_expr(sock, trans, expression, &text, nullptr,
                                     "%s", context),
               expected_result);
-    const std::string answer = text == nullptr ? "(null)" : text;
+    std::string answer = text == nullptr ? "(null)" : text;
     std::free(text);
     return answer;
   }

@@ -16,7 +16,6 @@ using ipav::testing::FakePlatform;
 using ipav::testing::IsAtOrBelow;
 using ipav::testing::ParsePath;
 using ipav::testing::Path;
-using ipav::testing::PathText;
 using ipav::testing::Value;
 
 int maapi_exists(int sock, int thandle, const char* fmt, ...) {

@@ -329,7 +329,7 @@ confd_value_t FakePlatform::GiveValue(const Value& value) {
 void FakePlatform::TakeValueBack(confd_value_t* value) {
   if (value->type != C_BUF && value->type != C_BINARY) return;
   if (values_.erase(value->val.buf.ptr) == 0) {
-    misuses_.push_back("confd_free_value() of a value that no read gave");
+    misuses_.emplace_back("confd_free_value() of a value that no read gave");
     return;
   }
   std::free(value->val.buf.ptr);

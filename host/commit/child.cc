@@ -1,5 +1,6 @@
 #include "commit/child.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -48,10 +49,20 @@ struct Pipe {
   FileDescriptor write_end;
 };
 
+// The same open file under a number that is no standard file's: where the host
+// has closed one of these, a pipe would take its place and be overwritten.
+FileDescriptor AboveStandardFiles(const FileDescriptor& file) {
+  const int copy = fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (copy < 0) throw SystemError("fcntl");
+  return FileDescriptor(copy);
+}
+
 Pipe MakePipe() {
   std::array<int, 2> fds{};
   if (pipe(fds.data()) != 0) throw SystemError("pipe");
-  return {FileDescriptor(fds[0]), FileDescriptor(fds[1])};
+  const FileDescriptor read_end(fds[0]);
+  const FileDescriptor write_end(fds[1]);
+  return {AboveStandardFiles(read_end), AboveStandardFiles(write_end)};
 }
 
 // A length or a count on the line; both ends are the same program.
@@ -95,14 +106,18 @@ class Decoder {
   std::size_t at_ = 0;
 };
 
-[[noreturn]] void RunChild(pid_t parent, const Pipe& line, const Pipe& output,
-                           const std::function<void(const Reporter&)>& body) {
+// What `body` throws must not go on as a second host: hence noexcept.
+[[noreturn]] void RunChild(
+    pid_t parent, const Pipe& line, const Pipe& output,
+    const std::function<void(const Reporter&)>& body) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(1);  // it went before the line above
   const rlimit no_core{0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
   dup2(output.write_end.get(), STDOUT_FILENO);
   dup2(output.write_end.get(), STDERR_FILENO);
+  // What is printed is out, also when a crash follows.
+  static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));
 
   body(Reporter(line.write_end.get()));
   // Not exit(): what is registered for the end of the program is the parent's.
@@ -110,31 +125,49 @@ class Decoder {
   _exit(0);
 }
 
-// Appends what has come through a pipe; false at its end.
-bool ReadSome(int fd, std::string* bytes) {
-  std::array<char, 65536> buffer{};
-  const ssize_t count = read(fd, buffer.data(), buffer.size());
-  if (count < 0) return errno == EINTR;
-  bytes->append(buffer.data(), static_cast<std::size_t>(count));
-  return count > 0;
+// How often to look whether the child has ended, in milliseconds.
+constexpr int kLookAfterChild = 50;
+
+// Whether the child has ended, by waitpid(2) with these options.
+bool HasEnded(pid_t child, int options, int* wait_status) {
+  for (;;) {
+    const pid_t ended = waitpid(child, wait_status, options);
+    if (ended >= 0) return ended == child;
+    if (errno != EINTR) throw SystemError("waitpid");
+  }
 }
 
-// Reads both pipes until the child has closed them.
-void Drain(int line, int output, std::string* line_bytes,
-           std::string* output_bytes) {
-  // poll(2) passes over negative descriptors.
-  std::array<pollfd, 2> open = {{{line, POLLIN, 0}, {output, POLLIN, 0}}};
-  const std::array<std::string*, 2> bytes = {line_bytes, output_bytes};
-  while (open[0].fd >= 0 || open[1].fd >= 0) {
-    if (poll(open.data(), open.size(), -1) < 0) {
-      if (errno == EINTR) continue;
-      throw SystemError("poll");
-    }
-    for (std::size_t i = 0; i < open.size(); ++i) {
-      const bool is_ready = open[i].fd >= 0 && open[i].revents != 0;
-      if (is_ready && !ReadSome(open[i].fd, bytes[i])) open[i].fd = -1;
-    }
+// Takes what a pipe holds; closes the entry at its end.
+void ReadSome(pollfd* pipe, std::string* bytes) {
+  if (pipe->fd < 0 || pipe->revents == 0) return;
+  std::array<char, 65536> buffer{};
+  const ssize_t count = read(pipe->fd, buffer.data(), buffer.size());
+  if (count > 0) {
+    bytes->append(buffer.data(), static_cast<std::size_t>(count));
+  } else if (count == 0 || errno != EINTR) {
+    pipe->fd = -1;
   }
+}
+
+// Reads both pipes until the child has closed them, or has ended and left them
+// open to a process of its own. Returns the child's status.
+int Drain(pid_t child, int line, int output, std::string* line_bytes,
+          std::string* output_bytes) {
+  std::array<pollfd, 2> open = {{{line, POLLIN, 0}, {output, POLLIN, 0}}};
+  int wait_status = 0;
+  bool ended = false;
+  while (open[0].fd >= 0 || open[1].fd >= 0) {
+    const int ready =
+        poll(open.data(), open.size(), ended ? 0 : kLookAfterChild);
+    if (ready < 0 && errno != EINTR) throw SystemError("poll");
+    if (ready < 0) continue;
+    if (ready == 0 && ended) break;
+    if (ready == 0) ended = HasEnded(child, WNOHANG, &wait_status);
+    ReadSome(&open[0], line_bytes);
+    ReadSome(&open[1], output_bytes);
+  }
+  if (!ended) HasEnded(child, 0, &wait_status);
+  return wait_status;
 }
 
 }  // namespace
@@ -167,10 +200,8 @@ ChildReport RunInChild(const std::function<void(const Reporter&)>& body) {
   output.write_end.Close();
   ChildReport report{};
   std::string bytes;
-  Drain(line.read_end.get(), output.read_end.get(), &bytes, &report.output);
-  while (waitpid(child, &report.wait_status, 0) < 0) {
-    if (errno != EINTR) throw SystemError("waitpid");
-  }
+  report.wait_status = Drain(child, line.read_end.get(), output.read_end.get(),
+                             &bytes, &report.output);
 
   Decoder decoder(bytes);
   for (Message message{}; decoder.Next(&message);) {

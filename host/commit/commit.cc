@@ -33,7 +33,19 @@ constexpr char kThrew = 'T';       // what
 constexpr char kFault = 'F';       // message
 constexpr char kDebugLine = 'D';   // line
 constexpr char kCalls = 'C';       // name, number
+constexpr char kFailed = 'X';      // why
 constexpr char kFinished = 'E';
+
+// What was thrown, for a catch (...) block.
+std::string WhatWasThrown() {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    return error.what();
+  } catch (...) {
+    return "not a std::exception";
+  }
+}
 
 // Sends faults and debug lines home as they come.
 class ReportingListener : public services::Listener {
@@ -94,7 +106,7 @@ class Validation {
     for (const PointCall& call : plan) {
       if (!Call(call) && !all) break;
     }
-    static_cast<void>(plugin_.Finish(slot_));  // always 0, says the interface
+    Finish();
     for (const auto& [name, count] : session_.calls()) {
       reporter_.Send({kCalls, {std::string(name), std::to_string(count)}});
     }
@@ -106,17 +118,27 @@ class Validation {
     std::string reason = "lib_init failed";
     try {
       if (plugin_.Init(slot_) == 0) return true;
-    } catch (const std::exception& error) {
-      reason = std::string("lib_init threw: ") + error.what();
+    } catch (...) {
+      reason = "lib_init threw: " + WhatWasThrown();
     }
     reporter_.Send({kInitFailed, {reason}});
     return false;
+  }
+
+  void Finish() {
+    try {
+      static_cast<void>(plugin_.Finish(slot_));  // always 0, by the interface
+    } catch (...) {
+      reporter_.Send({kFailed, {"lib_finish threw: " + WhatWasThrown()}});
+    }
   }
 
   // Whether the point accepts.
   bool Call(const PointCall& call) {
     const datastore::UseSite& site = *call.site;
     reporter_.Send({kBegins, {site.opaque, PathOf(call)}});
+    // A text of a point that then threw is not this one's.
+    static_cast<void>(session_.TakeErrorText());
 
     const confd::Keypath keypath = KeypathOf(session_.model(), call);
     const confd::OwnedValue value = NewValue(session_.model(), call);
@@ -132,8 +154,8 @@ class Validation {
       if (text.has_value()) answer.texts.push_back(*text);
       reporter_.Send(answer);
       return result == 0;
-    } catch (const std::exception& error) {
-      reporter_.Send({kThrew, {error.what()}});
+    } catch (...) {
+      reporter_.Send({kThrew, {WhatWasThrown()}});
       return false;
     }
   }
@@ -165,7 +187,10 @@ class OutcomeReader {
   Outcome Read(const ChildReport& report) {
     for (const Message& message : report.messages) Take(message);
     outcome_.output = report.output;
-    if (!finished_) Fail(HowItEnded(report.wait_status));
+    // A crash behind the last message is one as well.
+    if (!finished_ || report.wait_status != 0) {
+      Fail(HowItEnded(report.wait_status));
+    }
     outcome_.verdict = JudgeAnswers();
     return outcome_;
   }
@@ -195,6 +220,10 @@ class OutcomeReader {
       case kThrew:
         current_.exception = texts[0];
         TakeAnswer();
+        break;
+      case kFailed:
+        Fail(texts[0]);
+        finished_ = true;
         break;
       case kFault:
         outcome_.faults.push_back(texts[0]);
@@ -265,6 +294,8 @@ Outcome RunCommit(const DataTree& running, const DataTree& candidate,
           .Run(plan, options.all);
     } catch (const PluginError& error) {
       reporter.Send({kNoPlugin, {error.what()}});
+    } catch (...) {
+      reporter.Send({kFailed, {WhatWasThrown()}});
     }
   });
   return OutcomeReader().Read(report);

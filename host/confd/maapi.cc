@@ -228,7 +228,7 @@ void FreeKeys(maapi_cursor* mc) {
 void TakeKeys(const lyd_node& entry, maapi_cursor* mc) {
   for (const lyd_node* key = lyd_child(&entry);
        key != nullptr && lysc_is_key(key->schema); key = key->next) {
-    if (mc->n == MAXKEYLEN) {
+    if (mc->n + 1 == MAXKEYLEN) {
       throw confd::ConfdError(CONFD_ERR_BADPATH, "too many keys");
     }
     mc->keys[mc->n] = confd::ValueOf(*key).Release();

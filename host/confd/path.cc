@@ -37,6 +37,7 @@ class PathReader {
     step.name = Until(":/{");
     if (Skip(':')) {
       step.prefix = std::exchange(step.name, Until("/{"));
+      if (step.prefix.empty()) throw BadPath("empty prefix in " + path_);
     }
     if (step.name.empty()) throw BadPath("empty step in " + path_);
     if (Skip('{')) step.keys = Keys();

@@ -89,7 +89,7 @@ void SetInteger(const lyd_value& from, confd_value_t* value) {
 
 // Appends a row to a key path, towards the root.
 confd_value_t* NextRow(confd_hkeypath_t* keypath) {
-  if (keypath->len >= MAXDEPTH) {
+  if (keypath->len + 1 >= MAXDEPTH) {
     throw ConfdError(CONFD_ERR_BADPATH, "path too deep");
   }
   confd_value_t* row = keypath->v[keypath->len++];

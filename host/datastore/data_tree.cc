@@ -8,7 +8,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <system_error>
+#include <unordered_set>
 
 #include "datastore/libyang_error.h"
 
@@ -43,21 +45,52 @@ std::string ReadWhole(const std::string& path) {
   return text;
 }
 
-LYD_FORMAT FormatOf(const std::string& text, const std::string& path) {
-  const std::size_t start = text.find_first_not_of(" \t\r\n\xef\xbb\xbf");
+constexpr char kBlanks[] = " \t\r\n";
+
+// Newlines in front of a place.
+unsigned long LinesBefore(const std::string& text, std::size_t place) {
+  return static_cast<unsigned long>(
+      std::count(text.data(), text.data() + place, '\n'));
+}
+
+// Where the text starts behind a byte order mark and blanks, which libyang
+// either refuses or counts twice.
+std::size_t StartOf(const std::string& text, const std::string& path) {
+  const std::size_t mark = text.rfind("\xef\xbb\xbf", 0) == 0 ? 3 : 0;
+  const std::size_t start = text.find_first_not_of(kBlanks, mark);
   if (start == std::string::npos) throw InputError(path, "is empty");
+  return start;
+}
+
+LYD_FORMAT FormatOf(const std::string& text, std::size_t start,
+                    const std::string& path) {
   if (text[start] == '<') return LYD_XML;
   if (text[start] == '{' || text[start] == '[') return LYD_JSON;
-  throw InputError(path, 1, "neither XML nor JSON");
+  throw InputError(path, LinesBefore(text, start) + 1, "neither XML nor JSON");
 }
 
 // libyang takes NUL for the end of the text and would drop what follows.
 void RefuseNul(const std::string& text, const std::string& path) {
   const std::size_t nul = text.find('\0');
   if (nul == std::string::npos) return;
-  const auto newlines = std::count(text.data(), text.data() + nul, '\n');
-  throw InputError(path, static_cast<unsigned long>(newlines) + 1,
-                   "contains a NUL byte");
+  throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
+}
+
+// libyang takes JSON that ends too early, and ignores what follows its end.
+void RefuseBadJson(const std::string& text, const std::string& path) {
+  using nlohmann::json;
+  const auto keep_nothing = [](int, json::parse_event_t, json&) {
+    return false;
+  };
+  try {
+    const json nothing = json::parse(text, keep_nothing);
+  } catch (const json::parse_error& error) {
+    // "[...] parse error at line L, column C: reason"
+    const std::string what = error.what();
+    const std::size_t place = std::min(error.byte, text.size());
+    throw InputError(path, LinesBefore(text, place) + 1,
+                     what.substr(what.find(": ") + 2));
+  }
 }
 
 std::string LowerCase(std::string text) {
@@ -104,6 +137,22 @@ std::string Join(const std::vector<std::string>& keys) {
   return joined;
 }
 
+// libyang tells keys apart by their text, also those that are one value.
+void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
+  const lysc_node* list = nullptr;
+  std::unordered_set<std::string> keys;
+  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+    if (node->schema != list) keys.clear();
+    list = node->schema;
+    if (node->schema->nodetype == LYS_LIST &&
+        !keys.insert(Join(KeysOf(node))).second) {
+      throw InputError(path, std::string("Duplicate instance of \"") +
+                                 list->name + "\", its keys in another form.");
+    }
+    RefuseDuplicates(lyd_child(node), path);
+  }
+}
+
 bool IsSmall(const lyd_node* first_entry) {
   const lyd_node* entry = first_entry;
   for (std::size_t i = 0; i < kWalkedEntries; ++i) {
@@ -123,16 +172,21 @@ const lyd_node* Walk(const lyd_node* entry,
 
 DataTree DataTree::FromFile(const Model& model, const std::string& path) {
   const std::string text = ReadWhole(path);
-  const LYD_FORMAT format = FormatOf(text, path);
+  const std::size_t start = StartOf(text, path);
+  const LYD_FORMAT format = FormatOf(text, start, path);
   RefuseNul(text, path);
+  if (format == LYD_JSON) RefuseBadJson(text, path);
 
   DataTree result(model);
   lyd_node* tree = nullptr;
   ClearErrors(model.context());
-  const LY_ERR error = lyd_parse_data_mem(model.context(), text.c_str(), format,
-                                          LYD_PARSE_STRICT, 0, &tree);
+  const LY_ERR error = lyd_parse_data_mem(model.context(), text.c_str() + start,
+                                          format, LYD_PARSE_STRICT, 0, &tree);
   result.tree_.reset(tree);
-  if (error != LY_SUCCESS) throw FirstError(model.context(), path);
+  if (error != LY_SUCCESS) {
+    throw FirstError(model.context(), path, LinesBefore(text, start));
+  }
+  RefuseDuplicates(tree, path);
   return result;
 }
 

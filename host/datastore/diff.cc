@@ -56,7 +56,11 @@ class Comparison {
     Change change{schema, before, after, {}};
     const bool in_both = before != nullptr && after != nullptr;
     if ((schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
-      if (in_both && lyd_compare_single(before, after, 0) == LY_SUCCESS) return;
+      // Keys of one entry are equal, if in two forms.
+      if (in_both && (lysc_is_key(schema) ||
+                      lyd_compare_single(before, after, 0) == LY_SUCCESS)) {
+        return;
+      }
     } else {
       change.children =
           Children(before, after, before != nullptr, after != nullptr);

@@ -1,5 +1,6 @@
 #include "datastore/libyang_error.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -23,6 +24,14 @@ std::string Between(const std::string& text, const std::string& before,
   return text.substr(begin, text.find(after, begin) - begin);
 }
 
+// The same on one line: messages quote the input.
+std::string OneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; },
+      ' ');
+  return text;
+}
+
 Place PlaceOf(const ly_err_item& error) {
   Place place;
   if (error.path == nullptr) return place;
@@ -35,16 +44,18 @@ Place PlaceOf(const ly_err_item& error) {
 
 }  // namespace
 
-InputError FirstError(const ly_ctx* context, const std::string& file) {
+InputError FirstError(const ly_ctx* context, const std::string& file,
+                      unsigned long skipped_lines) {
   const ly_err_item* error = ly_err_first(context);
   if (error == nullptr) return {file, "unknown error of the YANG library"};
 
   // The line is worth more than the path, which libyang 2.1 gets wrong for
   // duplicate entries.
   const Place place = PlaceOf(*error);
-  if (place.line != 0) return {file, place.line, error->msg};
-  if (place.path.empty()) return {file, error->msg};
-  return {file, std::string(error->msg) + " (" + place.path + ")"};
+  const std::string reason = OneLine(error->msg);
+  if (place.line != 0) return {file, place.line + skipped_lines, reason};
+  if (place.path.empty()) return {file, reason};
+  return {file, reason + " (" + OneLine(place.path) + ")"};
 }
 
 void ClearErrors(const ly_ctx* context) {

@@ -11,8 +11,10 @@
 namespace ipav::datastore {
 
 // The first error that libyang recorded since the last ClearErrors(): the one
-// that the others follow from.
-InputError FirstError(const ly_ctx* context, const std::string& file);
+// that the others follow from. The text that libyang was given began
+// `skipped_lines` behind the start of the file.
+InputError FirstError(const ly_ctx* context, const std::string& file,
+                      unsigned long skipped_lines = 0);
 
 void ClearErrors(const ly_ctx* context);
 

@@ -3,6 +3,7 @@
 #include <libyang/plugins_types.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <iterator>
@@ -23,6 +24,7 @@ constexpr char kPlatformExtensions[] = "tailf-common";
 // libyang keeps plug-ins added by hand as long as a context lives, whichever;
 // adding one twice would make it run twice.
 int g_contexts = 0;
+std::string g_extension_plugin;
 
 bool Is(const lysc_ext_instance& extension, const char* module,
         const char* name) {
@@ -47,13 +49,35 @@ std::vector<std::string> ModuleNames(const std::string& yang_dir) {
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(yang_dir, error)) {
     if (entry.path().extension() == ".yang") {
-      names.push_back(entry.path().stem().string());
+      // A file name may end in the revision: name@2024-01-01.yang.
+      const std::string stem = entry.path().stem().string();
+      names.push_back(stem.substr(0, stem.find('@')));
     }
   }
   if (error) throw InputError(yang_dir, error.message());
   if (names.empty()) throw InputError(yang_dir, "no YANG module in here");
   std::sort(names.begin(), names.end());
   return names;
+}
+
+// The module that could not be parsed while `name` was loaded: it or one that
+// it imports. libyang says so behind the error itself.
+std::string FailedModule(const ly_ctx* context, const std::string& name) {
+  const std::string before = "Parsing module \"";
+  for (const ly_err_item* error = ly_err_first(context); error != nullptr;
+       error = error->next) {
+    const std::string text = error->msg;
+    if (text.rfind(before, 0) != 0) continue;
+    const std::size_t end = text.find('"', before.size());
+    return text.substr(before.size(), end - before.size());
+  }
+  return name;
+}
+
+std::string FileOf(const std::string& yang_dir, const std::string& module) {
+  std::string file = yang_dir + "/" + module + ".yang";
+  const std::string stub = yang_dir + "/stubs/" + module + ".yang";
+  return !fs::exists(file) && fs::exists(stub) ? stub : file;
 }
 
 LY_ERR Append(lysc_node* node, void* nodes, ly_bool* /*skip_children*/) {
@@ -83,6 +107,15 @@ std::vector<const lysc_node*> NodesOf(
   return nodes;
 }
 
+// The number of a text like 0x1412343f; 0 for what is none.
+std::uint32_t TagNumber(std::string_view text) {
+  if (text.substr(0, 2) != "0x") return 0;
+  std::uint32_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data() + 2, end, number, 16);
+  return error == std::errc() && stop == end ? number : 0;
+}
+
 // Splits a path at its slashes; an absolute one begins with an empty step.
 std::vector<std::string> Steps(const std::string& path) {
   std::vector<std::string> steps(1);
@@ -96,27 +129,31 @@ std::vector<std::string> Steps(const std::string& path) {
   return steps;
 }
 
-const lysc_node* Ancestor(const lysc_node* node, std::size_t levels) {
-  while (levels-- > 0 && node != nullptr) node = lysc_data_parent(node);
-  return node;
+// One ".." of a path, from `*node` to its parent (null: the root); false where
+// there is none, or behind a name.
+bool StepUp(const lysc_node** node, Dependency* dependency) {
+  if (*node == nullptr || !dependency->steps.empty()) return false;
+  *node = lysc_data_parent(*node);
+  ++dependency->ups;
+  return true;
 }
 
-// One ".." of a path; null where there is none, or behind a name.
-const lysc_node* StepUp(const lysc_node& from, Dependency* dependency) {
-  if (dependency->absolute || !dependency->steps.empty()) return nullptr;
-  return Ancestor(&from, ++dependency->ups);
-}
-
-// One name of a path; null where it names no child.
-const lysc_node* StepDown(const Model& model, const lysc_node* parent,
-                          const std::string& step, Dependency* dependency) {
+// One name of a path, from `*node` to its child; false where it names none.
+// Without a prefix a child of the module `own` goes first.
+bool StepDown(const Model& model, const lys_module& own,
+              const std::string& step, const lysc_node** node,
+              Dependency* dependency) {
+  const lysc_node* parent = *node;
   const std::size_t colon = step.find(':');
-  const bool has_module = colon != std::string::npos;
-  const std::string module = has_module ? step.substr(0, colon) : "";
-  const std::string name = has_module ? step.substr(colon + 1) : step;
-  const lysc_node* node = model.FindChild(parent, module, name);
-  dependency->steps.push_back(node);
-  return node;
+  if (colon != std::string::npos) {
+    *node =
+        model.FindChild(parent, step.substr(0, colon), step.substr(colon + 1));
+  } else {
+    *node = model.FindChild(parent, own.name, step);
+    if (*node == nullptr) *node = model.FindChild(parent, "", step);
+  }
+  dependency->steps.push_back(*node);
+  return *node != nullptr;
 }
 
 // Resolves a path of `tailf:dependency`: "." and ".." first, then names.
@@ -126,11 +163,14 @@ Dependency Resolve(const Model& model, const lysc_node& from,
   dependency.text = text;
   dependency.absolute = text.front() == '/';
   const lysc_node* node = dependency.absolute ? nullptr : &from;
+  // "a//b" is any b below a: no one node.
+  bool known = text.find("//") == std::string::npos;
   for (const std::string& step : Steps(text)) {
-    if (step.empty() || step == ".") continue;
-    node = step == ".." ? StepUp(from, &dependency)
-                        : StepDown(model, node, step, &dependency);
-    if (node == nullptr) {
+    if (known && (step.empty() || step == ".")) continue;
+    known = known && (step == ".." ? StepUp(&node, &dependency)
+                                   : StepDown(model, *from.module, step, &node,
+                                              &dependency));
+    if (!known) {
       throw InputError(where, "dependency " + text + " of " + SchemaPath(from) +
                                   " names no node");
     }
@@ -155,6 +195,10 @@ void CollectChildren(const lysc_node* parent, const lysc_module* top,
 
 confd_vtype TypeOfPlugin(const lysc_type& type) {
   const std::string_view id = type.plugin == nullptr ? "" : type.plugin->id;
+  // The daemon has types of their own for these, which are not carried here.
+  for (const char* other : {"ipv4-prefix", "ipv6-prefix", "date-and-time"}) {
+    if (id.find(other) != std::string_view::npos) return C_NOEXISTS;
+  }
   if (id.find("ipv4-address") != std::string_view::npos &&
       id.find("prefix") == std::string_view::npos) {
     return C_IPV4;
@@ -186,16 +230,22 @@ Model::Model(std::string yang_dir, const std::string& extension_plugin)
 
 void Model::OpenContext(const std::string& extension_plugin) {
   ly_ctx* context = nullptr;
-  if (ly_ctx_new(yang_dir_.c_str(),
-                 LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD,
+  if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD,
                  &context) != LY_SUCCESS) {
-    throw InputError(yang_dir_, "cannot be searched for YANG modules");
+    throw InputError(yang_dir_, "the YANG library does not start");
   }
   ++g_contexts;
   context_.reset(context);
+  // Not by ly_ctx_new(), which would split the path at its colons.
+  if (ly_ctx_set_searchdir(context, yang_dir_.c_str()) != LY_SUCCESS) {
+    throw InputError(yang_dir_, "cannot be searched for YANG modules");
+  }
 
-  if (g_contexts == 1 && lyplg_add(extension_plugin.c_str()) != LY_SUCCESS) {
-    throw InputError(extension_plugin, "not a plug-in of the YANG library");
+  if (g_contexts == 1 || extension_plugin != g_extension_plugin) {
+    if (lyplg_add(extension_plugin.c_str()) != LY_SUCCESS) {
+      throw InputError(extension_plugin, "not a plug-in of the YANG library");
+    }
+    g_extension_plugin = extension_plugin;
   }
   // Optional: a model may import nothing but standard modules.
   static_cast<void>(
@@ -207,7 +257,8 @@ void Model::LoadModules() {
     ClearErrors(context());
     if (ly_ctx_load_module(context(), name.c_str(), nullptr, nullptr) ==
         nullptr) {
-      throw FirstError(context(), yang_dir_ + "/" + name + ".yang");
+      throw FirstError(context(),
+                       FileOf(yang_dir_, FailedModule(context(), name)));
     }
   }
   modules_ = ImplementedModules(context());
@@ -220,14 +271,14 @@ void Model::NumberTags(const std::vector<const lysc_node*>& nodes) {
         FindExtension(node->exts, kOwnExtensions, "tag-number");
     if (given == nullptr) continue;
 
-    const auto number =
-        static_cast<std::uint32_t>(std::strtoul(given->argument, nullptr, 16));
+    const std::uint32_t number = TagNumber(given->argument);
     const auto [tag, new_name] = tag_of_name_.emplace(node->name, number);
     const auto [name, new_tag] = name_of_tag_.emplace(number, node->name);
     if (number == 0 || tag->second != number || name->second != node->name) {
-      throw InputError(yang_dir_, std::string("tag-number ") + given->argument +
-                                      " of " + SchemaPath(*node) +
-                                      " is zero or stands for two names");
+      throw InputError(yang_dir_,
+                       std::string("tag-number ") + given->argument + " of " +
+                           SchemaPath(*node) +
+                           " is no number, zero or stands for two names");
     }
   }
 
@@ -340,6 +391,9 @@ confd_vtype ValueTypeOf(const lysc_type& type) {
       return C_BOOL;
     case LY_TYPE_ENUM:
       return C_ENUM_VALUE;
+    case LY_TYPE_LEAFREF:
+      return ValueTypeOf(
+          *reinterpret_cast<const lysc_type_leafref&>(type).realtype);
     default:
       return C_NOEXISTS;
   }

@@ -2,13 +2,25 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+
 namespace ipav::plugin {
+
+namespace {
+
+// dlopen() would search the library path for a bare name, and take an empty one
+// for the program itself.
+void* Open(const std::string& path) {
+  if (path.empty()) throw PluginError("the plug-in file has no name");
+  // Everything is bound now: a missing symbol must not show in mid-commit.
+  return dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+}  // namespace
 
 void Plugin::Closer::operator()(void* handle) const { dlclose(handle); }
 
-Plugin::Plugin(const std::string& path)
-    // Everything is bound now: a missing symbol must not show in mid-commit.
-    : path_(path), handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+Plugin::Plugin(const std::string& path) : path_(path), handle_(Open(path)) {
   if (handle_ == nullptr) throw PluginError(dlerror());
   init_ = Find<std::int32_t(void**)>("lib_init");
   get_validation_point_ =
@@ -30,7 +42,9 @@ Function* Plugin::Find(const char* name) const {
 
 std::string Plugin::ValidationPoint() const {
   char name[256] = "";
-  if (get_validation_point_(name, sizeof(name)) != 0 || name[0] == '\0') {
+  const std::int32_t result = get_validation_point_(name, sizeof(name));
+  name[sizeof(name) - 1] = '\0';
+  if (result != 0 || name[0] == '\0') {
     throw PluginError(path_ + ": names no validation point");
   }
   return name;

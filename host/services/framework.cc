@@ -70,5 +70,6 @@ void hostmw_vlog_debug(void* /*handle*/, const char* format, va_list args) {
 
 void hostmw_gen_fault(int /*code*/, const char* /*function*/,
                       const char* /*file*/, int /*line*/, const char* message) {
-  if (g_listener != nullptr) g_listener->OnFault(message);
+  if (g_listener == nullptr) return;
+  g_listener->OnFault(message != nullptr ? message : "(no message)");
 }

@@ -520,7 +520,8 @@ TEST_F(SeamContractTest, AFailingReadOfAnElementLeavesTheOutputAlone) {
 }
 
 TEST_F(SeamContractTest, ValuesOfFixedSizeNeedNoFreeingButMayBeFreed) {
-  for (const Value& value : {Int32(1), Bool(true), Ipv4("10.0.0.1"), Nothing()}) {
+  for (const Value& value :
+       {Int32(1), Bool(true), Ipv4("10.0.0.1"), Nothing()}) {
     confd_value_t raw = value.Borrow();
     confd_free_value(&raw);
     EXPECT_EQ(raw.type, value.type());

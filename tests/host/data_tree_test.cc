@@ -1,0 +1,596 @@
+#include "datastore/data_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fixtures.h"
+
+namespace {
+
+using host_test::Contains;
+using host_test::InputErrorOf;
+using host_test::NodeAt;
+using host_test::ProjectModel;
+using host_test::SchemaAt;
+using host_test::StartsWith;
+using host_test::TempDir;
+using host_test::TestModel;
+using ipav::datastore::CanonicalText;
+using ipav::datastore::DataTree;
+using ipav::datastore::KeysOf;
+using ipav::datastore::NextEntry;
+
+using Keys = std::vector<std::string>;
+
+// What() of the error for a file of that text, without the folder.
+std::string ErrorOfFile(const std::string& name, const std::string& text) {
+  const TempDir dir;
+  const std::string file = dir.Write(name, text);
+  const std::string error =
+      InputErrorOf([&] { DataTree::FromFile(ProjectModel(), file); });
+  EXPECT_TRUE(StartsWith(error, file + ":")) << text;
+  if (error.empty()) return "";
+  EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+  return error.substr(dir.path().size() + 1);
+}
+
+DataTree Read(const std::string& text) {
+  const TempDir dir;
+  return DataTree::FromFile(ProjectModel(), dir.Write("data", text));
+}
+
+// One l3 interface on lines 3 to 6; what is given stands on line 5.
+std::string L3With(const std::string& leaves) {
+  return "<config xmlns=\"urn:vorplex:config\">\n<interface>\n"
+         "<l3 xmlns=\"urn:vorplex:ipapp\">\n<name>a</name>\n" +
+         leaves + "\n</l3>\n</interface>\n</config>\n";
+}
+
+std::string JsonL3With(const std::string& members) {
+  return "{\"vorplex-config:config\": {\n\"interface\": {\n"
+         "\"ipapp:l3\": [{\n\"name\": \"a\",\n" +
+         members + "\n}]}}}\n";
+}
+
+// --- Good files
+
+TEST(DataFile, XmlIsRead) {
+  const DataTree tree = Read(L3With("<vrf>red</vrf>"));
+  EXPECT_NE(NodeAt(tree, "/config/interface/l3{a}/vrf"), nullptr);
+}
+
+TEST(DataFile, JsonIsRead) {
+  const DataTree tree = Read(JsonL3With("\"vrf\": \"red\""));
+  EXPECT_NE(NodeAt(tree, "/config/interface/l3{a}/vrf"), nullptr);
+}
+
+TEST(DataFile, MayStartWithBlanks) {
+  EXPECT_NE(NodeAt(Read(" \n\t\r\n" + L3With("")), "/config/interface/l3{a}"),
+            nullptr);
+  EXPECT_NE(NodeAt(Read("\n\n" + JsonL3With("\"vrf\": \"red\"")),
+                   "/config/interface/l3{a}"),
+            nullptr);
+}
+
+TEST(DataFile, MayStartWithAByteOrderMark) {
+  EXPECT_NE(
+      NodeAt(Read("\xef\xbb\xbf" + L3With("")), "/config/interface/l3{a}"),
+      nullptr);
+  EXPECT_NE(NodeAt(Read("\xef\xbb\xbf" + JsonL3With("\"vrf\": \"red\"")),
+                   "/config/interface/l3{a}"),
+            nullptr);
+}
+
+TEST(DataFile, MayHoldSeveralTopNodes) {
+  const DataTree tree = Read(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- two -->\n" +
+      L3With("") +
+      "<internal xmlns=\"urn:vorplex:internal\"><vrf-config><indexTOstring>"
+      "<index>4</index></indexTOstring></vrf-config></internal>");
+  EXPECT_NE(NodeAt(tree, "/config/interface/l3{a}"), nullptr);
+  EXPECT_NE(NodeAt(tree, "/internal/vrf-config/indexTOstring{4}"), nullptr);
+}
+
+TEST(DataFile, KeepsHostBitsOfAnAddress) {
+  const DataTree tree =
+      Read(L3With("<ipv4><address><ip>10.1.1.1/24</ip></address></ipv4>"));
+  const lyd_node* ip = NodeAt(tree, "/config/interface/l3{a}/ipv4/address/ip");
+  ASSERT_NE(ip, nullptr);
+  EXPECT_STREQ(lyd_get_value(ip), "10.1.1.1/24");
+}
+
+TEST(DataFile, DefaultsAndPlainContainersAreThereWithoutBeingWritten) {
+  const DataTree tree = Read(L3With(""));
+  const lyd_node* enabled = NodeAt(tree, "/config/interface/l3{a}/enabled");
+  ASSERT_NE(enabled, nullptr);
+  EXPECT_STREQ(lyd_get_value(enabled), "true");
+  EXPECT_NE(NodeAt(tree, "/config/interface/l3{a}/ipv6/nd/ra"), nullptr);
+}
+
+TEST(DataFile, AfterABadOneAGoodOneIsRead) {
+  ErrorOfFile("data.xml", L3With("<vfr>red</vfr>"));
+  EXPECT_NE(NodeAt(Read(L3With("")), "/config/interface/l3{a}"), nullptr);
+}
+
+// --- Files that are none
+
+TEST(BadDataFile, MissingOneIsNamed) {
+  const TempDir dir;
+  const std::string file = dir.path() + "/nothing.xml";
+  EXPECT_TRUE(StartsWith(
+      InputErrorOf([&] { DataTree::FromFile(ProjectModel(), file); }),
+      file + ": "));
+}
+
+TEST(BadDataFile, DirectoryIsNamedAsOne) {
+  const TempDir dir;
+  const std::string error =
+      InputErrorOf([&] { DataTree::FromFile(ProjectModel(), dir.path()); });
+  EXPECT_TRUE(StartsWith(error, dir.path() + ": "));
+  EXPECT_TRUE(Contains(error, "directory"));
+}
+
+TEST(BadDataFile, EmptyOneIsCalledEmpty) {
+  EXPECT_TRUE(Contains(ErrorOfFile("data.xml", ""), "empty"));
+  EXPECT_TRUE(Contains(ErrorOfFile("data.xml", " \n\t\r\n"), "empty"));
+}
+
+TEST(BadDataFile, NeitherXmlNorJsonTellsTheLineOfTheFirstText) {
+  EXPECT_TRUE(
+      StartsWith(ErrorOfFile("data.txt", "hostname r1\n"), "data.txt:1: "));
+  EXPECT_TRUE(StartsWith(ErrorOfFile("data.txt", "\n\n  hostname r1\n"),
+                         "data.txt:3: "));
+}
+
+TEST(BadDataFile, NulByteTellsItsLine) {
+  const std::string text =
+      L3With(std::string("<vrf>re\0d</vrf>", 15)) + std::string(1, '\0');
+  const std::string error = ErrorOfFile("data.xml", text);
+  EXPECT_TRUE(StartsWith(error, "data.xml:5: "));
+  EXPECT_TRUE(Contains(error, "NUL"));
+}
+
+TEST(BadDataFile, NulByteAtTheEndIsNotIgnored) {
+  ErrorOfFile("data.xml", L3With("") + std::string(1, '\0'));
+  ErrorOfFile("data.json", JsonL3With("\"mtu\": 1500") + std::string(1, '\0'));
+}
+
+TEST(BadDataFile, NotUtf8TellsItsLine) {
+  EXPECT_TRUE(StartsWith(
+      ErrorOfFile("data.xml", L3With("<vrf>r\xff\xfe</vrf>")), "data.xml:5: "));
+  EXPECT_TRUE(
+      StartsWith(ErrorOfFile("data.json", JsonL3With("\"vrf\": \"r\xc3\x28\"")),
+                 "data.json:5: "));
+}
+
+TEST(BadDataFile, TruncatedOneIsRefusedWhereverItEnds) {
+  for (const std::string& text :
+       {L3With("<vrf>red</vrf>"), JsonL3With("\"vrf\": \"red\"")}) {
+    const std::size_t end = text.find_last_not_of('\n');
+    for (std::size_t length = 1; length <= end; ++length) {
+      ErrorOfFile("data", text.substr(0, length));
+      if (HasFailure()) FAIL() << "accepted: " << text.substr(0, length);
+    }
+  }
+}
+
+TEST(BadDataFile, TextBehindTheEndIsRefused) {
+  ErrorOfFile("data.xml", L3With("") + "garbage");
+  ErrorOfFile("data.xml", L3With("") + "</config>");
+  ErrorOfFile("data.json", JsonL3With("\"mtu\": 1500") + "garbage");
+  ErrorOfFile("data.json", JsonL3With("\"mtu\": 1500") + "}");
+  ErrorOfFile("data.json",
+              JsonL3With("\"mtu\": 1500") + JsonL3With("\"mtu\": 1500"));
+}
+
+TEST(BadDataFile, NotWellFormedTellsItsLine) {
+  EXPECT_TRUE(StartsWith(ErrorOfFile("data.xml", L3With("<vrf>red</vfr>")),
+                         "data.xml:5: "));
+  EXPECT_TRUE(StartsWith(ErrorOfFile("data.json", JsonL3With("\"vrf\" red")),
+                         "data.json:5: "));
+}
+
+TEST(BadDataFile, JsonWithAHoleIsRefused) {
+  for (const char* text :
+       {"{,}", "{\"vorplex-config:config\": }", "{\"vorplex-config:config\"}",
+        "{\"vorplex-config:config\": {},}",
+        "{\"vorplex-config:config\": {} \"vorplex-internal:internal\": {}}",
+        "{\"vorplex-config:config\": {]}", "{\"vorplex-config:config\": {"}) {
+    ErrorOfFile("data.json", text);
+  }
+}
+
+TEST(BadDataFile, ListInPlaceOfAnObjectIsRefused) {
+  ErrorOfFile("data.json", "[]");
+  ErrorOfFile("data.json", "[" + JsonL3With("\"mtu\": 1500") + "]");
+}
+
+// --- Data that the model does not have
+
+TEST(BadData, UnknownNodeTellsItsLineAndName) {
+  for (const std::string& error :
+       {ErrorOfFile("data", L3With("<vfr>red</vfr>")),
+        ErrorOfFile("data", JsonL3With("\"vfr\": \"red\""))}) {
+    EXPECT_TRUE(StartsWith(error, "data:5: "));
+    EXPECT_TRUE(Contains(error, "vfr"));
+  }
+}
+
+TEST(BadData, AddressThatIsNoneTellsItsLineAndWhatIsExpected) {
+  const std::string error = ErrorOfFile(
+      "data", L3With("<ipv4><address><ip>10.1.1.256/24</ip></address></ipv4>"));
+  EXPECT_TRUE(StartsWith(error, "data:5: "));
+  EXPECT_TRUE(Contains(error, "expected an IPv4 address"));
+  EXPECT_TRUE(StartsWith(
+      ErrorOfFile("data", JsonL3With("\"ipv4\": {\"address\": {\"ip\": "
+                                     "\"10.0.0.1/33\"}}")),
+      "data:5: "));
+}
+
+TEST(BadData, ValueOutOfRangeTellsItsLineAndTheValue) {
+  const std::string error = ErrorOfFile("data", L3With("<mtu>20</mtu>"));
+  EXPECT_TRUE(StartsWith(error, "data:5: "));
+  EXPECT_TRUE(Contains(error, "20"));
+  ErrorOfFile("data", JsonL3With("\"mtu\": 70000"));
+}
+
+TEST(BadData, LinesBeforeTheStartCountOnce) {
+  for (const std::string blanks : {"\n", "\n\n", " \n\t\n \n"}) {
+    const auto lines = std::count(blanks.begin(), blanks.end(), '\n');
+    const std::string beginning = "data:" + std::to_string(5 + lines) + ": ";
+    EXPECT_TRUE(StartsWith(
+        ErrorOfFile("data", blanks + L3With("<vfr>red</vfr>")), beginning));
+    EXPECT_TRUE(
+        StartsWith(ErrorOfFile("data", blanks + JsonL3With("\"vfr\": \"red\"")),
+                   beginning));
+  }
+}
+
+TEST(BadData, DuplicateKeyTellsItsLineAndList) {
+  const std::string twice =
+      "<ipv6><address><ip>2001:db8::1/64</ip></address>"
+      "<address><ip>2001:db8::1/64</ip></address></ipv6>";
+  const std::string error = ErrorOfFile("data", L3With(twice));
+  EXPECT_TRUE(StartsWith(error, "data:5: "));
+  EXPECT_TRUE(Contains(error, "address"));
+}
+
+TEST(BadData, OneKeyInTwoFormsIsADuplicate) {
+  const std::string twice =
+      "<ipv6><address><ip>2001:db8::1/64</ip></address>"
+      "<address><ip>2001:DB8::1/64</ip></address></ipv6>";
+  ErrorOfFile("data", L3With(twice));
+}
+
+TEST(BadData, DuplicateLeafIsRefused) {
+  ErrorOfFile("data", L3With("<vrf>red</vrf><vrf>blue</vrf>"));
+  ErrorOfFile("data", JsonL3With("\"vrf\": \"red\", \"vrf\": \"blue\""));
+}
+
+TEST(BadData, MissingKeyIsNamed) {
+  const std::string error =
+      ErrorOfFile("data",
+                  "<config xmlns=\"urn:vorplex:config\">\n<interface>\n"
+                  "<l3 xmlns=\"urn:vorplex:ipapp\">\n<vrf>red</vrf>\n</l3>\n"
+                  "</interface>\n</config>\n");
+  EXPECT_TRUE(Contains(error, "name"));
+  EXPECT_TRUE(Contains(error, "key"));
+}
+
+TEST(BadData, UnknownNamespaceOrModuleTellsItsLineAndName) {
+  const std::string xml =
+      ErrorOfFile("data", "\n<config xmlns=\"urn:other\"/>\n");
+  EXPECT_TRUE(StartsWith(xml, "data:2: "));
+  EXPECT_TRUE(Contains(xml, "urn:other"));
+  const std::string json = ErrorOfFile("data", "{\n\"other:config\": {}}\n");
+  EXPECT_TRUE(StartsWith(json, "data:2: "));
+  EXPECT_TRUE(Contains(json, "other"));
+}
+
+TEST(BadData, ErrorIsOneLineWhateverTheValue) {
+  ErrorOfFile("data", L3With("<mtu>1\n2\n3</mtu>"));
+  ErrorOfFile("data", JsonL3With("\"mtu\": \"1\\n2\""));
+}
+
+TEST(BadData, BelowAnEntryOfAnyNameIsStillAnError) {
+  const std::string name(1 << 20, 'x');
+  ErrorOfFile("data",
+              "<config xmlns=\"urn:vorplex:config\"><interface>"
+              "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" +
+                  name + "</name><mtu>1</mtu></l3></interface></config>");
+}
+
+TEST(BadData, BelowANameWithALineBreakTellsItsLine) {
+  EXPECT_TRUE(
+      StartsWith(ErrorOfFile("data",
+                             "<config xmlns=\"urn:vorplex:config\"><interface>"
+                             "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\nb</name>"
+                             "<mtu>1</mtu></l3></interface></config>"),
+                 "data:2: "));
+}
+
+// --- Look-ups
+
+constexpr char kTwoLists[] =
+    "container c { list l { key \"k\"; leaf k { type uint32; } "
+    "leaf v { type string; } } list two { key \"a b\"; leaf a { type string; } "
+    "leaf b { type uint8; } } } "
+    "list top { key k; leaf k { type uint32; } }";
+
+std::string Entries(const std::string& name, int from, int to, int step) {
+  std::string xml;
+  for (int i = from; i != to; i += step) {
+    const std::string number = std::to_string(i);
+    xml += "<" + name + "><k>" + number + "</k>";
+    if (name == "l") xml += "<v>v" + number + "</v>";
+    xml += "</" + name + ">";
+  }
+  return xml;
+}
+
+// Expects exactly the entries 0 to count - 1 of /c/l.
+void ExpectEntries(int count) {
+  const TestModel model(kTwoLists);
+  const DataTree tree =
+      model.Tree("<c NS>" + Entries("l", count - 1, -1, -1) + "</c>");
+  const lysc_node& list = SchemaAt(*model, "/c/l");
+  const lyd_node* c = NodeAt(tree, "/c");
+  for (int i = 0; i < count; ++i) {
+    const lyd_node* entry = tree.FindEntry(c, list, {std::to_string(i)});
+    ASSERT_NE(entry, nullptr) << i;
+    EXPECT_EQ(KeysOf(entry), Keys{std::to_string(i)});
+  }
+  EXPECT_EQ(tree.FindEntry(c, list, {std::to_string(count)}), nullptr);
+  EXPECT_EQ(tree.FindEntry(c, list, {"x"}), nullptr);
+  EXPECT_EQ(tree.FindEntry(c, list, {""}), nullptr);
+  EXPECT_EQ(tree.Entries(c, list).size(), static_cast<std::size_t>(count));
+}
+
+TEST(FindEntry, FindsEveryEntryOfListsOfAnySize) {
+  for (const int count : {0, 1, 2, 7, 8, 9, 10, 100}) ExpectEntries(count);
+}
+
+TEST(FindEntry, FindsEntriesAmongSeventyThousand) { ExpectEntries(70000); }
+
+TEST(FindEntry, ComparesAllKeys) {
+  for (const int count : {2, 20}) {
+    const TestModel model(kTwoLists);
+    std::string xml = "<c NS>";
+    for (int i = 0; i < count; ++i) {
+      const std::string b = std::to_string(i);
+      xml += "<two><a>x</a><b>" + b + "</b></two>";
+      xml += "<two><a>y z</a><b>" + b + "</b></two>";
+    }
+    const DataTree tree = model.Tree(xml + "</c>");
+    const lysc_node& list = SchemaAt(*model, "/c/two");
+    const lyd_node* c = NodeAt(tree, "/c");
+    const lyd_node* entry = tree.FindEntry(c, list, {"y z", "1"});
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(KeysOf(entry), (Keys{"y z", "1"}));
+    EXPECT_EQ(tree.FindEntry(c, list, {"y", "1"}), nullptr);
+    EXPECT_EQ(tree.FindEntry(c, list, {"x", "21"}), nullptr);
+    EXPECT_EQ(tree.FindEntry(c, list, {"1", "x"}), nullptr);
+    EXPECT_EQ(tree.FindEntry(c, list, {"x"}), nullptr);
+    EXPECT_EQ(tree.FindEntry(c, list, {"x", "1", "1"}), nullptr);
+  }
+}
+
+TEST(FindEntry, FindsTopEntries) {
+  const TestModel model(kTwoLists);
+  for (const int count : {3, 30}) {
+    std::string xml = Entries("top", 0, count, 1);
+    for (std::size_t at = 0; (at = xml.find("<top>", at)) != std::string::npos;
+         at += 8) {
+      xml.replace(at, 5, "<top NS>");
+    }
+    const DataTree tree = model.Tree(xml);
+    const lysc_node& list = SchemaAt(*model, "/top");
+    EXPECT_NE(tree.FindEntry(nullptr, list, {"2"}), nullptr);
+    EXPECT_EQ(tree.FindEntry(nullptr, list, {"30"}), nullptr);
+    EXPECT_EQ(tree.Entries(nullptr, list).size(),
+              static_cast<std::size_t>(count));
+  }
+}
+
+TEST(FindEntry, DoesNotTakeAnEntryOfAnotherParent) {
+  const TestModel model(
+      "list o { key k; leaf k { type string; } list l { "
+      "key k; leaf k { type uint32; } "
+      "leaf v { type string; } } }");
+  const DataTree tree =
+      model.Tree("<o NS><k>a</k>" + Entries("l", 0, 20, 1) +
+                 "</o><o NS><k>b</k>" + Entries("l", 20, 40, 1) + "</o>");
+  const lysc_node& list = SchemaAt(*model, "/o/l");
+  EXPECT_NE(tree.FindEntry(NodeAt(tree, "/o{a}"), list, {"7"}), nullptr);
+  EXPECT_EQ(tree.FindEntry(NodeAt(tree, "/o{b}"), list, {"7"}), nullptr);
+  EXPECT_NE(tree.FindEntry(NodeAt(tree, "/o{b}"), list, {"27"}), nullptr);
+  EXPECT_EQ(tree.FindEntry(NodeAt(tree, "/o{a}"), list, {"27"}), nullptr);
+}
+
+TEST(FindEntry, WorksOnATreeThatWasMoved) {
+  const TestModel model(kTwoLists);
+  DataTree tree = model.Tree("<c NS>" + Entries("l", 0, 20, 1) + "</c>");
+  EXPECT_NE(NodeAt(tree, "/c/l{7}"), nullptr);
+  const DataTree moved = std::move(tree);
+  EXPECT_NE(NodeAt(moved, "/c/l{7}"), nullptr);
+}
+
+TEST(KeyForms, NumberWithLeadingZerosFindsItsEntry) {
+  const TestModel model(kTwoLists);
+  for (const int count : {8, 80}) {
+    const DataTree tree =
+        model.Tree("<c NS>" + Entries("l", 0, count, 1) + "</c>");
+    EXPECT_NE(NodeAt(tree, "/c/l{007}"), nullptr);
+    EXPECT_NE(NodeAt(tree, "/c/l{+7}"), nullptr);
+    EXPECT_EQ(NodeAt(tree, "/c/l{0081}"), nullptr);
+  }
+}
+
+std::string Ipv6Addresses(int count) {
+  std::string xml = "<ipv6>";
+  for (int i = 0; i < count; ++i) {
+    xml +=
+        "<address><ip>2001:DB8::" + std::to_string(i) + ":AB/64</ip></address>";
+  }
+  return xml + "</ipv6>";
+}
+
+TEST(KeyForms, Ipv6AddressIsFoundInAnyForm) {
+  for (const int count : {3, 30}) {
+    const DataTree tree = Read(L3With(Ipv6Addresses(count)));
+    for (const char* form :
+         {"2001:DB8::1:AB/64", "2001:db8::1:ab/64", "2001:0db8:0::1:00AB/64"}) {
+      const lyd_node* entry =
+          NodeAt(tree, std::string("/config/interface/l3{a}/ipv6/address{") +
+                           form + "}");
+      ASSERT_NE(entry, nullptr) << form;
+      EXPECT_EQ(KeysOf(entry), Keys{"2001:db8::1:ab/64"});
+    }
+    EXPECT_EQ(NodeAt(tree,
+                     "/config/interface/l3{a}/ipv6/address{2001:db8::"
+                     "1:ab/65}"),
+              nullptr);
+  }
+}
+
+std::string GlobalRoutes(int count) {
+  std::string xml;
+  for (int i = 0; i < count; ++i) {
+    xml +=
+        "<rtmStaticRtEntry-global xmlns=\"urn:vorplex:dc-rtm-mib\">"
+        "<rtmStaticRtFteIndex>" +
+        std::to_string(i) +
+        "</rtmStaticRtFteIndex><rtmStaticRtDest>0A:0b:00:00"
+        "</rtmStaticRtDest><rtmStaticRtDestPfxLen>16"
+        "</rtmStaticRtDestPfxLen><rtmStaticRtNextHop>"
+        "</rtmStaticRtNextHop></rtmStaticRtEntry-global>";
+  }
+  return xml;
+}
+
+TEST(KeyForms, OctetsAreFoundInUpperAndLowerCaseAndWhenEmpty) {
+  for (const int count : {3, 30}) {
+    const DataTree tree = Read(GlobalRoutes(count));
+    for (const char* form : {"0A:0b:00:00", "0a:0b:00:00", "0A:0B:00:00"}) {
+      const lyd_node* entry =
+          NodeAt(tree, std::string("/rtmStaticRtEntry-global{1 ") + form +
+                           " 16 \"\"}");
+      ASSERT_NE(entry, nullptr) << form;
+      EXPECT_EQ(KeysOf(entry), (Keys{"1", "0a:0b:00:00", "16", ""}));
+    }
+  }
+}
+
+TEST(CanonicalText, WritesValuesInOneForm) {
+  const auto canonical = [](const char* path, const char* text) {
+    return CanonicalText(SchemaAt(ProjectModel(), path), text);
+  };
+  EXPECT_EQ(canonical("/config/interface/l3/mtu", "01500"), "1500");
+  EXPECT_EQ(
+      canonical("/config/interface/l3/ipv6/address/ip", "2001:0DB8::0/64"),
+      "2001:db8::/64");
+  EXPECT_EQ(canonical("/rtmStaticRtEntry-global/rtmStaticRtDest", "0A:FF"),
+            "0a:ff");
+  EXPECT_EQ(canonical("/config/interface/l3/name", "Core 1"), "Core 1");
+}
+
+TEST(CanonicalText, LeavesAloneWhatIsNoValue) {
+  const auto canonical = [](const char* path, const char* text) {
+    return CanonicalText(SchemaAt(ProjectModel(), path), text);
+  };
+  EXPECT_EQ(canonical("/config/interface/l3/mtu", "007"), "007");
+  EXPECT_EQ(canonical("/config/interface/l3/mtu", "many"), "many");
+  EXPECT_EQ(canonical("/rtmStaticRtEntry-global/rtmStaticRtDest", "0A:F"),
+            "0A:F");
+  EXPECT_EQ(canonical("/config/interface/l3/ipv6/address/ip", "2001:DB8::"),
+            "2001:DB8::");
+}
+
+// --- Order
+
+Keys OrderOf(const DataTree& tree, const std::string& path) {
+  Keys order;
+  for (const lyd_node* entry = NodeAt(tree, path); entry != nullptr;
+       entry = NextEntry(entry)) {
+    order.push_back(KeysOf(entry).at(0));
+  }
+  return order;
+}
+
+TEST(Order, OfEntriesIsThatOfTheDocument) {
+  const TestModel model(kTwoLists);
+  const DataTree tree = model.Tree("<c NS>" + Entries("l", 4, 0, -1) + "</c>");
+  EXPECT_EQ(OrderOf(tree, "/c/l"), (Keys{"4", "3", "2", "1"}));
+}
+
+TEST(Order, OfEntriesIsKeptWhereListsInterleave) {
+  const TestModel model(kTwoLists);
+  const std::string other = "<two><a>x</a><b>";
+  const DataTree tree =
+      model.Tree("<c NS>" + Entries("l", 3, 2, -1) + other + "1</b></two>" +
+                 Entries("l", 1, 2, 1) + other + "2</b></two>" +
+                 Entries("l", 2, 3, 1) + "</c>");
+  EXPECT_EQ(OrderOf(tree, "/c/l"), (Keys{"3", "1", "2"}));
+  EXPECT_EQ(tree.Entries(NodeAt(tree, "/c"), SchemaAt(*model, "/c/two")).size(),
+            2u);
+}
+
+TEST(Order, OfKeysIsThatOfTheModel) {
+  const DataTree tree = Read(
+      "{\"vorplex-internal:internal\": {\"ospf-interface-l3\": [{"
+      "\"address\": \"10.0.0.1\", \"ospf-pm-ip-netmask\": 24, "
+      "\"interface\": \"l3-a\", \"area\": \"0.0.0.0\", "
+      "\"compound-id\": 7}]}}");
+  const lyd_node* entry = NodeAt(tree, "/internal/ospf-interface-l3");
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(KeysOf(entry), (Keys{"7", "0.0.0.0", "l3-a", "10.0.0.1"}));
+}
+
+TEST(NextEntry, EndsBehindTheLastEntry) {
+  const TestModel model(kTwoLists);
+  const DataTree tree = model.Tree("<c NS>" + Entries("l", 1, 2, 1) +
+                                   "<two><a>x</a><b>1</b></two></c>");
+  EXPECT_EQ(NextEntry(NodeAt(tree, "/c/l")), nullptr);
+  EXPECT_EQ(NextEntry(NodeAt(tree, "/c/two")), nullptr);
+}
+
+// --- The empty configuration
+
+TEST(EmptyTree, HasPlainContainersOnly) {
+  const DataTree tree = DataTree::Empty(ProjectModel());
+  EXPECT_NE(NodeAt(tree, "/config/interface"), nullptr);
+  EXPECT_NE(NodeAt(tree, "/internal/vrf-config"), nullptr);
+  EXPECT_NE(NodeAt(tree, "/DC-RTM-MIB/rtmStaticRtTable"), nullptr);
+  EXPECT_EQ(NodeAt(tree, "/config/interface/l3"), nullptr);
+  EXPECT_EQ(NodeAt(tree, "/rtmStaticRtEntry-global"), nullptr);
+}
+
+TEST(EmptyTree, OfAModelWithoutPlainContainersHasNothing) {
+  const TestModel model(
+      "container p { presence \"p\"; } "
+      "leaf a { type string; }");
+  const DataTree tree = DataTree::Empty(*model);
+  EXPECT_EQ(tree.Find(nullptr, SchemaAt(*model, "/p")), nullptr);
+  EXPECT_EQ(tree.Find(nullptr, SchemaAt(*model, "/a")), nullptr);
+}
+
+TEST(Find, GivesContainerLeafOrFirstEntryAndNullWhereAbsent) {
+  const TestModel model(kTwoLists);
+  const DataTree tree = model.Tree("<c NS>" + Entries("l", 5, 7, 1) + "</c>");
+  const lyd_node* c = tree.Find(nullptr, SchemaAt(*model, "/c"));
+  ASSERT_NE(c, nullptr);
+  const lyd_node* first = tree.Find(c, SchemaAt(*model, "/c/l"));
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(KeysOf(first), Keys{"5"});
+  const lyd_node* leaf = tree.Find(first, SchemaAt(*model, "/c/l/v"));
+  ASSERT_NE(leaf, nullptr);
+  EXPECT_STREQ(lyd_get_value(leaf), "v5");
+  EXPECT_EQ(tree.Find(c, SchemaAt(*model, "/c/two")), nullptr);
+  EXPECT_EQ(tree.Find(nullptr, SchemaAt(*model, "/top")), nullptr);
+}
+
+}  // namespace

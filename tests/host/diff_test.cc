@@ -1,0 +1,467 @@
+#include "datastore/diff.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fixtures.h"
+
+namespace {
+
+using host_test::NodeAt;
+using host_test::ProjectModel;
+using host_test::TempDir;
+using host_test::TestModel;
+using ipav::datastore::Change;
+using ipav::datastore::DataTree;
+using ipav::datastore::Diff;
+
+using Paths = std::set<std::string>;
+
+constexpr char kBody[] =
+    "container c { leaf a { type string; } leaf n { type uint32; } "
+    "leaf e { type boolean; default true; } leaf-list ll { type string; } "
+    "leaf-list num { type uint8; } container d { leaf x { type string; } } "
+    "container p { presence p; leaf x { type string; } "
+    "leaf y { type string; default why; } } "
+    "list l { key k; leaf k { type string; } leaf v { type string; } "
+    "leaf e { type boolean; default true; } container in { "
+    "leaf x { type string; } } list m { key \"k1 k2\"; "
+    "leaf k1 { type uint8; } leaf k2 { type string; } "
+    "leaf w { type string; } } } } "
+    "list t { key k; leaf k { type uint32; } leaf v { type string; } }";
+
+bool IsPlainContainer(const lysc_node& schema) {
+  return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
+}
+
+std::string PathOf(const lyd_node* node) {
+  char* path = lyd_path(node, LYD_PATH_STD, nullptr, 0);
+  std::string result = path;
+  std::free(path);
+  for (std::size_t at = 0; (at = result.find("m:", at)) != std::string::npos;) {
+    result.erase(at, 2);
+  }
+  return result;
+}
+
+// "+ PATH" created, "- PATH" deleted, "~ PATH" another value: what a leaf, an
+// entry or a presence container went through, nothing else.
+void Collect(const std::vector<Change>& changes, Paths* paths) {
+  for (const Change& change : changes) {
+    const bool is_leaf = (change.schema->nodetype & LYS_LEAF) != 0;
+    const char* sign = nullptr;
+    if (change.before == nullptr) {
+      sign = "+ ";
+    } else if (change.after == nullptr) {
+      sign = "- ";
+    } else if (is_leaf) {
+      sign = "~ ";
+    }
+    if (sign != nullptr && !IsPlainContainer(*change.schema)) {
+      const lyd_node* node =
+          change.after != nullptr ? change.after : change.before;
+      paths->insert(sign + PathOf(node));
+    }
+    Collect(change.children, paths);
+  }
+}
+
+Paths ChangedPaths(const DataTree& before, const DataTree& after) {
+  const Diff diff(before, after);
+  Paths paths;
+  Collect(diff.top(), &paths);
+  return paths;
+}
+
+Paths ChangedPaths(const TestModel& model, const std::string& before,
+                   const std::string& after) {
+  return ChangedPaths(model.Tree(before), model.Tree(after));
+}
+
+std::string C(const std::string& inside) { return "<c NS>" + inside + "</c>"; }
+
+// --- Single changes
+
+TEST(Diff, OfEqualTreesIsEmpty) {
+  const TestModel model(kBody);
+  const std::string data =
+      C("<a>1</a><n>1</n><ll>x</ll><ll>y</ll><num>1</num><p><x>1</x></p>"
+        "<l><k>1</k><v>1</v><m><k1>1</k1><k2>2</k2></m></l><l><k>2</k></l>") +
+      "<t NS><k>1</k></t>";
+  EXPECT_EQ(ChangedPaths(model, data, data), Paths{});
+  const DataTree before = model.Tree(data);
+  const DataTree after = model.Tree(data);
+  EXPECT_TRUE(Diff(before, after).top().empty());
+}
+
+TEST(Diff, OfTwoEmptyTreesIsEmpty) {
+  const TestModel model(kBody);
+  const DataTree before = model.Tree("");
+  const DataTree after = model.Tree("");
+  EXPECT_TRUE(Diff(before, after).top().empty());
+}
+
+TEST(Diff, SeesCreatedDeletedAndChangedLeaves) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, "", C("<a>1</a>")), Paths{"+ /c/a"});
+  EXPECT_EQ(ChangedPaths(model, C("<a>1</a>"), ""), Paths{"- /c/a"});
+  EXPECT_EQ(ChangedPaths(model, C("<a>1</a>"), C("<a>2</a>")), Paths{"~ /c/a"});
+  EXPECT_EQ(ChangedPaths(model, C("<a>1</a><d><x>1</x></d>"),
+                         C("<n>2</n><d><x>2</x></d>")),
+            (Paths{"- /c/a", "+ /c/n", "~ /c/d/x"}));
+}
+
+TEST(Diff, SeesOneValueInTwoFormsAsNoChange) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, C("<n>7</n>"), C("<n>007</n>")), Paths{});
+}
+
+TEST(Diff, SeesCreatedAndDeletedEntriesWithAllBelow) {
+  const TestModel model(kBody);
+  const std::string entry =
+      C("<l><k>1</k><v>2</v><in><x>3</x></in>"
+        "<m><k1>1</k1><k2>b</k2><w>4</w></m></l>");
+  const std::vector<std::string> below = {"/c/l[k='1']",
+                                          "/c/l[k='1']/k",
+                                          "/c/l[k='1']/v",
+                                          "/c/l[k='1']/e",
+                                          "/c/l[k='1']/in/x",
+                                          "/c/l[k='1']/m[k1='1'][k2='b']",
+                                          "/c/l[k='1']/m[k1='1'][k2='b']/k1",
+                                          "/c/l[k='1']/m[k1='1'][k2='b']/k2",
+                                          "/c/l[k='1']/m[k1='1'][k2='b']/w"};
+  Paths created;
+  Paths deleted;
+  for (const std::string& path : below) {
+    created.insert("+ " + path);
+    deleted.insert("- " + path);
+  }
+  EXPECT_EQ(ChangedPaths(model, "", entry), created);
+  EXPECT_EQ(ChangedPaths(model, entry, ""), deleted);
+}
+
+TEST(Diff, SeesChangesBelowAnEntryThatStays) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, C("<l><k>1</k><v>1</v></l><l><k>2</k></l>"),
+                         C("<l><k>1</k><v>2</v></l><l><k>2</k></l>")),
+            Paths{"~ /c/l[k='1']/v"});
+}
+
+TEST(Diff, SeesTopEntries) {
+  const TestModel model(kBody);
+  EXPECT_EQ(
+      ChangedPaths(model, "<t NS><k>1</k></t>", "<t NS><k>2</k></t>"),
+      (Paths{"- /t[k='1']", "- /t[k='1']/k", "+ /t[k='2']", "+ /t[k='2']/k"}));
+}
+
+TEST(Diff, SeesADefaultAndTheSameExplicitValueAsNoChange) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, "", C("<e>true</e>")), Paths{});
+  EXPECT_EQ(ChangedPaths(model, C("<e>true</e>"), ""), Paths{});
+  EXPECT_EQ(ChangedPaths(model, C("<l><k>1</k><e>true</e></l>"),
+                         C("<l><k>1</k></l>")),
+            Paths{});
+}
+
+TEST(Diff, SeesADefaultComingIntoForceAsAChangedValue) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, C("<e>false</e>"), ""), Paths{"~ /c/e"});
+  EXPECT_EQ(ChangedPaths(model, "", C("<e>false</e>")), Paths{"~ /c/e"});
+}
+
+TEST(Diff, SeesAPlainContainerAsNothingOfItsOwn) {
+  const TestModel model(kBody);
+  const DataTree before = model.Tree("");
+  const DataTree after = model.Tree(C("<d/>"));
+  EXPECT_TRUE(Diff(before, after).top().empty());
+}
+
+TEST(Diff, SeesAPresenceContainerComeAndGo) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, "", C("<p/>")), (Paths{"+ /c/p", "+ /c/p/y"}));
+  EXPECT_EQ(ChangedPaths(model, C("<p><x>1</x></p>"), ""),
+            (Paths{"- /c/p", "- /c/p/x", "- /c/p/y"}));
+}
+
+TEST(Diff, SeesLeafListEntriesOneByOne) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, C("<ll>x</ll><ll>y</ll><num>1</num>"),
+                         C("<ll>y</ll><ll>z</ll><num>2</num>")),
+            (Paths{"- /c/ll[.='x']", "+ /c/ll[.='z']", "- /c/num[.='1']",
+                   "+ /c/num[.='2']"}));
+}
+
+TEST(Diff, DoesNotSeeTheOrderOfEntries) {
+  const TestModel model(kBody);
+  std::string up;
+  std::string down;
+  for (int i = 0; i < 20; ++i) {
+    const std::string entry = "<l><k>" + std::to_string(i) + "</k><v>" +
+                              std::to_string(i) + "</v></l>";
+    up = up + entry;
+    down = entry + down;
+  }
+  EXPECT_EQ(ChangedPaths(model, C(up), C(down)), Paths{});
+}
+
+TEST(Diff, DoesNotSeeTheOrderOfLeavesAndLists) {
+  const TestModel model(kBody);
+  EXPECT_EQ(ChangedPaths(model, C("<a>1</a><l><k>1</k></l><n>2</n>"),
+                         C("<l><k>1</k></l><n>2</n><a>1</a>")),
+            Paths{});
+}
+
+// --- Shape of the tree of changes
+
+TEST(DiffTree, HoldsEachLevelDownToTheChange) {
+  const TestModel model(kBody);
+  const DataTree before = model.Tree(C("<l><k>1</k><in><x>1</x></in></l>"));
+  const DataTree after = model.Tree(C("<l><k>1</k><in><x>2</x></in></l>"));
+  const Diff diff(before, after);
+  const std::vector<Change>* level = &diff.top();
+  for (const char* name : {"c", "l", "in", "x"}) {
+    ASSERT_EQ(level->size(), 1u) << name;
+    const Change& change = level->front();
+    EXPECT_STREQ(change.schema->name, name);
+    ASSERT_NE(change.before, nullptr);
+    ASSERT_NE(change.after, nullptr);
+    EXPECT_EQ(change.before->schema, change.schema);
+    EXPECT_EQ(change.after->schema, change.schema);
+    level = &change.children;
+  }
+  EXPECT_TRUE(level->empty());
+}
+
+TEST(DiffTree, OrdersChildrenAsTheCandidateDoesAndDeletedOnesLast) {
+  const TestModel model(kBody);
+  const auto entry = [](const char* k, const char* v) {
+    return std::string("<l><k>") + k + "</k><v>" + v + "</v></l>";
+  };
+  const DataTree before =
+      model.Tree(C(entry("1", "1") + entry("2", "1") + entry("3", "1")));
+  const DataTree after =
+      model.Tree(C(entry("4", "1") + entry("3", "2") + entry("2", "2")));
+  const Diff diff(before, after);
+  std::vector<std::string> order;
+  for (const Change& change : diff.top().at(0).children) {
+    const lyd_node* node =
+        change.after != nullptr ? change.after : change.before;
+    order.push_back(ipav::datastore::KeysOf(node).at(0));
+  }
+  EXPECT_EQ(order, (std::vector<std::string>{"4", "3", "2", "1"}));
+}
+
+TEST(DiffOf, GivesTheChangeAtOrBelowANode) {
+  const TestModel model(kBody);
+  const DataTree before =
+      model.Tree(C("<a>1</a><l><k>1</k><v>1</v></l><l><k>2</k></l>"));
+  const DataTree after =
+      model.Tree(C("<a>1</a><l><k>1</k><v>2</v></l><l><k>2</k></l>"));
+  const Diff diff(before, after);
+  const auto of = [&](const char* path) {
+    return diff.Of(NodeAt(after, path));
+  };
+  ASSERT_NE(of("/c"), nullptr);
+  EXPECT_EQ(of("/c"), &diff.top()[0]);
+  ASSERT_NE(of("/c/l{1}"), nullptr);
+  ASSERT_NE(of("/c/l{1}/v"), nullptr);
+  EXPECT_EQ(of("/c/l{1}/v")->after, NodeAt(after, "/c/l{1}/v"));
+  EXPECT_EQ(of("/c/l{1}/v")->before, NodeAt(before, "/c/l{1}/v"));
+  EXPECT_EQ(of("/c/a"), nullptr);
+  EXPECT_EQ(of("/c/l{2}"), nullptr);
+  EXPECT_EQ(of("/c/l{1}/k"), nullptr);
+}
+
+TEST(DiffOf, GivesTheParentOfWhatWasDeleted) {
+  const TestModel model(kBody);
+  const DataTree before = model.Tree(C("<d><x>1</x></d>"));
+  const DataTree after = model.Tree("");
+  const Diff diff(before, after);
+  EXPECT_NE(diff.Of(NodeAt(after, "/c/d")), nullptr);
+  EXPECT_NE(diff.Of(NodeAt(after, "/c")), nullptr);
+  EXPECT_EQ(diff.Of(NodeAt(before, "/c/d/x")), nullptr);
+}
+
+TEST(DiffOf, GivesNodesBelowACreatedOne) {
+  const TestModel model(kBody);
+  const DataTree before = model.Tree("");
+  const DataTree after = model.Tree(C("<l><k>1</k><in><x>1</x></in></l>"));
+  const Diff diff(before, after);
+  EXPECT_NE(diff.Of(NodeAt(after, "/c/l{1}")), nullptr);
+  EXPECT_NE(diff.Of(NodeAt(after, "/c/l{1}/in")), nullptr);
+  EXPECT_NE(diff.Of(NodeAt(after, "/c/l{1}/in/x")), nullptr);
+}
+
+// --- Typed keys of the project's model
+
+DataTree AddressTree(const std::vector<std::string>& addresses) {
+  std::string xml =
+      "<config xmlns=\"urn:vorplex:config\"><interface>"
+      "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6>";
+  for (const std::string& address : addresses) {
+    xml += "<address><ip>" + address + "</ip></address>";
+  }
+  const TempDir dir;
+  return DataTree::FromFile(
+      ProjectModel(),
+      dir.Write("data.xml", xml + "</ipv6></l3></interface></config>"));
+}
+
+TEST(Diff, SeesAnAddressKeyInAnotherFormAsNoChange) {
+  EXPECT_EQ(ChangedPaths(AddressTree({"2001:DB8::1/64"}),
+                         AddressTree({"2001:db8::1/64"})),
+            Paths{});
+}
+
+TEST(Diff, SeesHostBitsOfAnAddress) {
+  EXPECT_EQ(ChangedPaths(AddressTree({"2001:db8::1/64"}),
+                         AddressTree({"2001:db8::2/64"}))
+                .size(),
+            4u);
+}
+
+// --- Against libyang's own
+
+// The same set from a diff tree of libyang's; `operation` is the parent's.
+void CollectLibyang(const lyd_node* node, const std::string& inherited,
+                    Paths* paths) {
+  for (; node != nullptr; node = node->next) {
+    std::string operation = inherited;
+    const lyd_meta* meta = lyd_find_meta(node->meta, nullptr, "yang:operation");
+    if (meta != nullptr) operation = lyd_get_meta_value(meta);
+    const char* sign = operation == "create"    ? "+ "
+                       : operation == "delete"  ? "- "
+                       : operation == "replace" ? "~ "
+                                                : nullptr;
+    if (sign != nullptr && !IsPlainContainer(*node->schema)) {
+      paths->insert(sign + PathOf(node));
+    }
+    // Keys have no operation where their entry stays.
+    const bool recurses = operation == "create" || operation == "delete";
+    const lyd_node* child = lyd_child(node);
+    while (!recurses && child != nullptr && lysc_is_key(child->schema)) {
+      child = child->next;
+    }
+    CollectLibyang(child, recurses ? operation : "none", paths);
+  }
+}
+
+Paths LibyangChanges(const DataTree& before, const DataTree& after) {
+  lyd_node* diff = nullptr;
+  EXPECT_EQ(
+      lyd_diff_siblings(before.FirstChild(nullptr), after.FirstChild(nullptr),
+                        LYD_DIFF_DEFAULTS, &diff),
+      LY_SUCCESS);
+  Paths paths;
+  CollectLibyang(diff, "none", &paths);
+  lyd_free_all(diff);
+  return paths;
+}
+
+// Writes a random tree of kBody, siblings in random order.
+class RandomTree {
+ public:
+  explicit RandomTree(unsigned seed) : random_(seed) {}
+
+  std::string Xml() {
+    std::vector<std::string> parts;
+    Leaf("a", &parts);
+    Leaf("n", &parts);
+    if (Chance(3)) parts.push_back(Chance(2) ? "<e>true</e>" : "<e>false</e>");
+    LeafList("ll", &parts);
+    LeafList("num", &parts);
+    if (Chance(2)) parts.push_back("<d>" + One("x") + "</d>");
+    if (Chance(3)) parts.push_back("<p>" + One("x") + One("y") + "</p>");
+    for (const int k : Numbers(Chance(3) ? 14 : 4)) parts.push_back(Entry(k));
+    std::string xml = "<c NS>" + Shuffled(parts) + "</c>";
+    for (const int k : Numbers(12)) {
+      xml += "<t NS><k>" + std::to_string(k) + "</k>" + One("v") + "</t>";
+    }
+    return xml;
+  }
+
+ private:
+  bool Chance(int one_in) { return Below(one_in) == 0; }
+  int Below(int limit) {
+    return std::uniform_int_distribution<int>(0, limit - 1)(random_);
+  }
+
+  // A random part of 0 to limit - 1, shuffled.
+  std::vector<int> Numbers(int limit) {
+    std::vector<int> numbers;
+    for (int i = 0; i < limit; ++i) {
+      if (!Chance(4)) numbers.push_back(i);
+    }
+    std::shuffle(numbers.begin(), numbers.end(), random_);
+    return numbers;
+  }
+
+  std::string One(const std::string& name) {
+    if (Chance(2)) return "";
+    return "<" + name + ">" + std::to_string(Below(2)) + "</" + name + ">";
+  }
+
+  void Leaf(const std::string& name, std::vector<std::string>* parts) {
+    parts->push_back(One(name));
+  }
+
+  void LeafList(const std::string& name, std::vector<std::string>* parts) {
+    for (const int n : Numbers(3)) {
+      parts->push_back("<" + name + ">" + std::to_string(n) + "</" + name +
+                       ">");
+    }
+  }
+
+  std::string Entry(int k) {
+    std::vector<std::string> parts = {One("v")};
+    if (Chance(3)) parts.push_back("<e>true</e>");
+    if (Chance(2)) parts.push_back("<in>" + One("x") + "</in>");
+    for (const int m : Numbers(3)) {
+      parts.push_back("<m><k1>" + std::to_string(m) + "</k1><k2>b c</k2>" +
+                      One("w") + "</m>");
+    }
+    return "<l><k>" + std::to_string(k) + "</k>" + Shuffled(parts) + "</l>";
+  }
+
+  std::string Shuffled(std::vector<std::string> parts) {
+    std::shuffle(parts.begin(), parts.end(), random_);
+    std::string text;
+    for (const std::string& part : parts) text += part;
+    return text;
+  }
+
+  std::mt19937 random_;
+};
+
+TEST(Diff, AgreesWithLibyangOnRandomTrees) {
+  const TestModel model(kBody);
+  std::size_t changes = 0;
+  for (unsigned seed = 0; seed < 400; ++seed) {
+    const std::string before_text = RandomTree(2 * seed).Xml();
+    const std::string after_text = RandomTree(2 * seed + 1).Xml();
+    const DataTree before = model.Tree(before_text);
+    const DataTree after = model.Tree(after_text);
+    const Paths ours = ChangedPaths(before, after);
+    ASSERT_EQ(ours, LibyangChanges(before, after)) << "seed " << seed << "\n"
+                                                   << before_text << "\n"
+                                                   << after_text;
+    changes += ours.size();
+  }
+  EXPECT_GT(changes, 4000u);  // else the trees were no test
+}
+
+TEST(Diff, OfARandomTreeAndItselfIsEmpty) {
+  const TestModel model(kBody);
+  for (unsigned seed = 0; seed < 100; ++seed) {
+    const std::string text = RandomTree(seed).Xml();
+    ASSERT_EQ(ChangedPaths(model, text, text), Paths{}) << text;
+  }
+}
+
+}  // namespace

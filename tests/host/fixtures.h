@@ -1,0 +1,174 @@
+// What the tests of the host share: files of the test's own, models made of a
+// few lines of YANG, and trees made of a few lines of data.
+#ifndef TESTS_HOST_FIXTURES_H_
+#define TESTS_HOST_FIXTURES_H_
+
+#include <gtest/gtest.h>
+#include <libyang/libyang.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "confd/path.h"
+#include "datastore/data_tree.h"
+#include "datastore/input_error.h"
+#include "datastore/model.h"
+
+namespace host_test {
+
+// A folder that lives as long as the object.
+class TempDir {
+ public:
+  TempDir() {
+    std::string name =
+        (std::filesystem::temp_directory_path() / "host_test.XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
+    path_ = name;
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::string& path() const { return path_; }
+
+  // Returns the path of the file.
+  std::string Write(const std::string& name, const std::string& text) const {
+    const std::string file = path_ + "/" + name;
+    std::ofstream(file, std::ios::binary) << text;
+    return file;
+  }
+
+ private:
+  std::string path_;
+};
+
+// The text of a module: its namespace is "urn:NAME", its prefix NAME; all that
+// an annotation needs is imported.
+inline std::string ModuleText(const std::string& name,
+                              const std::string& body) {
+  return "module " + name +
+         " {\n  yang-version 1.1;\n  namespace \"urn:" + name +
+         "\";\n  prefix " + name +
+         ";\n"
+         "  import tailf-common { prefix tailf; }\n"
+         "  import ipav-extensions { prefix ipav; }\n"
+         "  import ietf-inet-types { prefix inet; }\n"
+         "  import ietf-yang-types { prefix yang; }\n" +
+         body + "\n}\n";
+}
+
+// A folder of modules, with the project's stubs and extensions in its stubs.
+class ModelFolder {
+ public:
+  ModelFolder() {
+    namespace fs = std::filesystem;
+    const fs::path stubs = fs::path(dir_.path()) / "stubs";
+    fs::create_directory(stubs);
+    const fs::path yang = IPAV_YANG_DIR;
+    fs::create_symlink(yang / "stubs/tailf-common.yang",
+                       stubs / "tailf-common.yang");
+    fs::create_symlink(yang / "ipav-extensions.yang",
+                       stubs / "ipav-extensions.yang");
+  }
+
+  const std::string& path() const { return dir_.path(); }
+
+  ModelFolder& Add(const std::string& module, const std::string& body) {
+    return AddText(module, ModuleText(module, body));
+  }
+  ModelFolder& AddText(const std::string& module, const std::string& text) {
+    dir_.Write(module + ".yang", text);
+    return *this;
+  }
+
+  std::unique_ptr<ipav::datastore::Model> Load() const {
+    return std::make_unique<ipav::datastore::Model>(path(), IPAV_EXTENSION);
+  }
+
+ private:
+  TempDir dir_;
+};
+
+// The model of one module `m` with that body, and data of it.
+class TestModel {
+ public:
+  explicit TestModel(const std::string& body) {
+    folder_.Add("m", body);
+    model_ = folder_.Load();
+  }
+
+  const ipav::datastore::Model& operator*() const { return *model_; }
+  const ipav::datastore::Model* operator->() const { return model_.get(); }
+
+  // A tree of a text, in which NS stands for the namespace declaration.
+  ipav::datastore::DataTree Tree(std::string xml) const {
+    for (std::size_t at = 0; (at = xml.find(" NS", at)) != std::string::npos;) {
+      xml.replace(at, 3, " xmlns=\"urn:m\"");
+    }
+    if (xml.empty()) return ipav::datastore::DataTree::Empty(*model_);
+    return ipav::datastore::DataTree::FromFile(*model_,
+                                               files_.Write("data.xml", xml));
+  }
+
+ private:
+  ModelFolder folder_;
+  TempDir files_;
+  std::unique_ptr<ipav::datastore::Model> model_;
+};
+
+// The project's own model.
+inline const ipav::datastore::Model& ProjectModel() {
+  static const ipav::datastore::Model kModel(IPAV_YANG_DIR, IPAV_EXTENSION);
+  return kModel;
+}
+
+// The node of the model at a path without keys.
+inline const lysc_node& SchemaAt(const ipav::datastore::Model& model,
+                                 const std::string& path) {
+  return *ipav::confd::ResolveSchema(model, ipav::confd::ParsePath(path))
+              .back();
+}
+
+// The data node at a path, null when absent.
+inline const lyd_node* NodeAt(const ipav::datastore::DataTree& tree,
+                              const std::string& path) {
+  return ipav::confd::Resolve(tree, ipav::confd::ParsePath(path)).node;
+}
+
+// What() of the InputError that `body` throws; fails the test otherwise.
+template <typename Body>
+std::string InputErrorOf(const Body& body) {
+  try {
+    body();
+  } catch (const ipav::datastore::InputError& error) {
+    return error.what();
+  }
+  ADD_FAILURE() << "no InputError";
+  return "";
+}
+
+inline testing::AssertionResult Contains(const std::string& text,
+                                         const std::string& part) {
+  if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
+  return testing::AssertionFailure()
+         << "\"" << part << "\" is not in \"" << text << "\"";
+}
+
+inline testing::AssertionResult StartsWith(const std::string& text,
+                                           const std::string& beginning) {
+  if (text.rfind(beginning, 0) == 0) return testing::AssertionSuccess();
+  return testing::AssertionFailure()
+         << "\"" << text << "\" does not start with \"" << beginning << "\"";
+}
+
+}  // namespace host_test
+
+#endif  // TESTS_HOST_FIXTURES_H_

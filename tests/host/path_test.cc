@@ -1,0 +1,345 @@
+#include "confd/path.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <string>
+#include <vector>
+
+#include "confd/confd_error.h"
+#include "fixtures.h"
+
+namespace {
+
+using host_test::ModelFolder;
+using host_test::NodeAt;
+using host_test::SchemaAt;
+using host_test::TestModel;
+using ipav::confd::ConfdError;
+using ipav::confd::FormatPath;
+using ipav::confd::ParsePath;
+using ipav::confd::PathStep;
+using ipav::confd::PrintPath;
+using ipav::confd::Resolve;
+using ipav::confd::ResolveSchema;
+using ipav::confd::Target;
+using ipav::datastore::DataTree;
+
+using Keys = std::vector<std::string>;
+
+std::string Format(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  try {
+    const std::string path = FormatPath(format, args);
+    va_end(args);
+    return path;
+  } catch (const ConfdError&) {
+    va_end(args);
+    throw;
+  }
+}
+
+// The code of the ConfdError that `body` throws, 0 when it throws none.
+template <typename Body>
+int CodeOf(const Body& body) {
+  try {
+    body();
+  } catch (const ConfdError& error) {
+    EXPECT_STRNE(error.what(), "");
+    return error.code();
+  }
+  return 0;
+}
+
+// --- Formats
+
+TEST(FormatPath, ExpandsTextAndNumbers) {
+  EXPECT_EQ(Format("/a/b"), "/a/b");
+  EXPECT_EQ(Format(""), "");
+  EXPECT_EQ(Format("/a{%s}/b", "x"), "/a{x}/b");
+  EXPECT_EQ(Format("/a{%d %d}", -2147483647 - 1, 2147483647),
+            "/a{-2147483648 2147483647}");
+  EXPECT_EQ(Format("/a{%u}", 4294967295u), "/a{4294967295}");
+  EXPECT_EQ(Format("%s{%s %u %d}/%s", "/a/b", "k", 7u, -7, "c"),
+            "/a/b{k 7 -7}/c");
+}
+
+TEST(FormatPath, TakesTextAsItIs) {
+  EXPECT_EQ(Format("/a{%s}", "%d %s {"), "/a{%d %s {}");
+  EXPECT_EQ(Format("/a{%s}", ""), "/a{}");
+}
+
+TEST(FormatPath, RefusesEveryOtherConversion) {
+  for (const char* format : {"/a{%ld}", "/a{%x}", "/a{%5d}", "/a{%c}", "/a{%",
+                             "/a{%i}", "/a{%-s}", "/a{%.*s}", "/a{%lu}",
+                             "/a{%*x}", "/a{%h}", "/a%%", "/a{%p}", "/a{%n}"}) {
+    EXPECT_EQ(CodeOf([&] { Format(format, 1, 1); }), CONFD_ERR_BADPATH)
+        << format;
+  }
+}
+
+TEST(FormatPath, RefusesNullText) {
+  const char* null = nullptr;
+  EXPECT_EQ(CodeOf([&] { Format("/a{%s}", null); }), CONFD_ERR_BADPATH);
+}
+
+TEST(FormatPath, RefusesANullFormat) {
+  const char* null = nullptr;
+  EXPECT_EQ(CodeOf([&] { Format(null); }), CONFD_ERR_BADPATH);
+}
+
+// --- Parsing
+
+Keys KeysIn(const std::string& braces) {
+  return ParsePath("/a" + braces).at(0).keys;
+}
+
+TEST(ParsePath, SplitsSteps) {
+  const std::vector<PathStep> path = ParsePath("/a/pfx:b{k1 \"k 2\"}/c");
+  ASSERT_EQ(path.size(), 3u);
+  EXPECT_EQ(path[0].prefix, "");
+  EXPECT_EQ(path[0].name, "a");
+  EXPECT_TRUE(path[0].keys.empty());
+  EXPECT_EQ(path[1].prefix, "pfx");
+  EXPECT_EQ(path[1].name, "b");
+  EXPECT_EQ(path[1].keys, (Keys{"k1", "k 2"}));
+  EXPECT_EQ(path[2].name, "c");
+  EXPECT_TRUE(path[2].keys.empty());
+}
+
+TEST(ParsePath, ToleratesBlanksInBraces) {
+  EXPECT_EQ(KeysIn("{ x }"), Keys{"x"});
+  EXPECT_EQ(KeysIn("{x   y}"), (Keys{"x", "y"}));
+  EXPECT_EQ(KeysIn("{  x  \"y\"  }"), (Keys{"x", "y"}));
+}
+
+TEST(ParsePath, TakesPathCharactersInKeys) {
+  EXPECT_EQ(KeysIn("{10.1.1.1/24}"), Keys{"10.1.1.1/24"});
+  EXPECT_EQ(KeysIn("{2001:db8::1/64}"), Keys{"2001:db8::1/64"});
+  EXPECT_EQ(KeysIn("{\"/x{y}\"}"), Keys{"/x{y}"});
+  EXPECT_EQ(KeysIn("{it's}"), Keys{"it's"});
+}
+
+TEST(ParsePath, ReadsQuotedKeys) {
+  EXPECT_EQ(KeysIn("{\"\"}"), Keys{""});
+  EXPECT_EQ(KeysIn("{\"\" \"\"}"), (Keys{"", ""}));
+  EXPECT_EQ(KeysIn("{\"a \\\"b\\\" \\\\ c\"}"), Keys{"a \"b\" \\ c"});
+  EXPECT_EQ(KeysIn("{\" a \"}"), Keys{" a "});
+}
+
+TEST(ParsePath, RefusesMalformedPaths) {
+  for (const char* path : {"",
+                           "a",
+                           "a/b",
+                           "/",
+                           "//a",
+                           "/a//b",
+                           "/a/",
+                           "/a{x}/",
+                           "/a{x",
+                           "/a{x ",
+                           "/a{",
+                           "/a{\"x}",
+                           "/a{\"x",
+                           "/a{\"x\\",
+                           "/a{\"x\\\"",
+                           "/a{}",
+                           "/a{ }",
+                           "/a{\"x\"y}",
+                           "/a{\"x\"\"y\"}",
+                           "/a{x}y",
+                           "/a{x}{y}",
+                           "/a{x{y}",
+                           "/{x}",
+                           "/p:",
+                           "/p:{x}",
+                           "/p:/a",
+                           "/:a",
+                           "/:",
+                           " /a"}) {
+    EXPECT_EQ(CodeOf([&] { ParsePath(path); }), CONFD_ERR_BADPATH) << path;
+  }
+}
+
+// --- Resolving
+
+constexpr char kBody[] =
+    "container c { leaf v { type string; } list l { key \"a b\"; "
+    "leaf a { type string; } leaf b { type uint32; } leaf w { type string; } "
+    "container in { leaf x { type string; } } } "
+    "leaf-list ll { type string; } } "
+    "list t { key k; leaf k { type string; } container u { "
+    "list s { key k; leaf k { type string; } } } }";
+
+constexpr char kData[] =
+    "<c NS><v>1</v><l><a>p</a><b>1</b><w>x</w></l>"
+    "<l><a>q</a><b>2</b></l></c>";
+
+class Resolving : public testing::Test {
+ protected:
+  Target At(const std::string& path) const {
+    return Resolve(tree_, ParsePath(path));
+  }
+  void ExpectBadPath(const std::string& path) const {
+    EXPECT_EQ(CodeOf([&] { At(path); }), CONFD_ERR_BADPATH) << path;
+    EXPECT_EQ(CodeOf([&] { At(path); }), CONFD_ERR_BADPATH) << path;
+  }
+
+  const TestModel model_{kBody};
+  const DataTree tree_ = model_.Tree(kData);
+};
+
+TEST_F(Resolving, FindsNodesOfEveryKind) {
+  const Target leaf = At("/c/v");
+  EXPECT_EQ(leaf.schema, &SchemaAt(*model_, "/c/v"));
+  ASSERT_NE(leaf.node, nullptr);
+  EXPECT_EQ(leaf.node->schema, leaf.schema);
+  EXPECT_EQ(leaf.parent, At("/c").node);
+  EXPECT_FALSE(leaf.has_keys);
+  const Target entry = At("/c/l{q 2}");
+  ASSERT_NE(entry.node, nullptr);
+  EXPECT_TRUE(entry.has_keys);
+  EXPECT_EQ(ipav::datastore::KeysOf(entry.node), (Keys{"q", "2"}));
+  EXPECT_NE(At("/c/l{p 1}/w").node, nullptr);
+  EXPECT_FALSE(At("/c/l{p 1}/w").has_keys);
+  EXPECT_EQ(At("/c").parent, nullptr);
+}
+
+TEST_F(Resolving, TakesPrefixesAnywhere) {
+  EXPECT_NE(At("/m:c/m:l{q 2}").node, nullptr);
+  EXPECT_NE(At("/m:c/v").node, nullptr);
+  ExpectBadPath("/n:c");
+  ExpectBadPath("/m:c/n:v");
+}
+
+TEST_F(Resolving, GivesTheFirstEntryOfAListWithoutKeys) {
+  const Target list = At("/c/l");
+  EXPECT_FALSE(list.has_keys);
+  EXPECT_EQ(list.node, At("/c/l{p 1}").node);
+  EXPECT_EQ(list.parent, At("/c").node);
+}
+
+TEST_F(Resolving, TakesAKeyInAnotherForm) {
+  EXPECT_EQ(At("/c/l{q 0002}").node, At("/c/l{q 2}").node);
+  EXPECT_EQ(At("/c/l{q two}").node, nullptr);
+}
+
+TEST_F(Resolving, AbsentNodesAreNoError) {
+  EXPECT_EQ(At("/c/l{r 1}").node, nullptr);
+  EXPECT_NE(At("/c/l{r 1}").schema, nullptr);
+  EXPECT_EQ(At("/c/l{r 1}").parent, At("/c").node);
+  EXPECT_EQ(At("/c/l{r 1}/w").node, nullptr);
+  EXPECT_EQ(At("/c/l{r 1}/w").parent, nullptr);
+  EXPECT_EQ(At("/c/l{r 1}/in/x").node, nullptr);
+  EXPECT_EQ(At("/c/l{q 2}/w").node, nullptr);
+  EXPECT_EQ(At("/t").node, nullptr);
+  EXPECT_EQ(At("/t{x}/u/s{y}").node, nullptr);
+  EXPECT_EQ(At("/t{x}/u/s").node, nullptr);
+}
+
+TEST_F(Resolving, RefusesWhatTheModelDoesNotHave) {
+  ExpectBadPath("/x");
+  ExpectBadPath("/c/x");
+  ExpectBadPath("/c/v/x");
+  ExpectBadPath("/c/l{p 1}/x");
+  ExpectBadPath("/c/l{r 9}/x");
+}
+
+TEST_F(Resolving, RefusesAWrongNumberOfKeys) {
+  ExpectBadPath("/c/l{p}");
+  ExpectBadPath("/c/l{p 1 x}");
+  ExpectBadPath("/c/l{p}/w");
+  ExpectBadPath("/c/l{r}/w");
+  ExpectBadPath("/t{x}/u/s{y z}");
+}
+
+TEST_F(Resolving, RefusesKeysOfWhatIsNoList) {
+  ExpectBadPath("/c{x}");
+  ExpectBadPath("/c{x}/v");
+  ExpectBadPath("/c/v{x}");
+}
+
+TEST_F(Resolving, RefusesAListWithoutKeysOnTheWay) {
+  ExpectBadPath("/c/l/w");
+  ExpectBadPath("/t/u");
+  ExpectBadPath("/t{x}/u/s/k");
+}
+
+TEST_F(Resolving, GivesTheFirstEntryOfALeafList) {
+  const DataTree tree = model_.Tree("<c NS><ll>x</ll><ll>y</ll></c>");
+  const lyd_node* node = Resolve(tree, ParsePath("/c/ll")).node;
+  ASSERT_NE(node, nullptr);
+  EXPECT_STREQ(lyd_get_value(node), "x");
+}
+
+TEST_F(Resolving, GivesTheNodesOfTheModel) {
+  const auto nodes = ResolveSchema(*model_, ParsePath("/c/l/in/x"));
+  ASSERT_EQ(nodes.size(), 4u);
+  EXPECT_STREQ(nodes[0]->name, "c");
+  EXPECT_STREQ(nodes[1]->name, "l");
+  EXPECT_STREQ(nodes[2]->name, "in");
+  EXPECT_STREQ(nodes[3]->name, "x");
+  for (const char* path :
+       {"/x", "/c/x", "/c{x}", "/c/l{p}", "/c/l{1 2 3}", "/n:c"}) {
+    EXPECT_EQ(CodeOf([&] { ResolveSchema(*model_, ParsePath(path)); }),
+              CONFD_ERR_BADPATH)
+        << path;
+  }
+}
+
+TEST(AmbiguousStep, NeedsItsPrefix) {
+  ModelFolder folder;
+  folder.Add("m", "container c { leaf x { type string; } }");
+  folder.Add("n", "container c { leaf x { type string; } } container d { }");
+  const auto model = folder.Load();
+  const DataTree tree = DataTree::Empty(*model);
+  EXPECT_EQ(CodeOf([&] { Resolve(tree, ParsePath("/c")); }), CONFD_ERR_BADPATH);
+  EXPECT_EQ(CodeOf([&] { Resolve(tree, ParsePath("/c/x")); }),
+            CONFD_ERR_BADPATH);
+  EXPECT_STREQ(Resolve(tree, ParsePath("/n:c")).schema->module->name, "n");
+  EXPECT_STREQ(Resolve(tree, ParsePath("/m:c/x")).schema->module->name, "m");
+  EXPECT_STREQ(Resolve(tree, ParsePath("/d")).schema->module->name, "n");
+}
+
+// --- Printing
+
+TEST_F(Resolving, PrintsPathsWithKeysAndWithoutPrefixes) {
+  EXPECT_EQ(PrintPath(At("/m:c").node), "/c");
+  EXPECT_EQ(PrintPath(At("/c/v").node), "/c/v");
+  EXPECT_EQ(PrintPath(At("/c/l{p 1}").node), "/c/l{p 1}");
+  EXPECT_EQ(PrintPath(At("/c/l{p 1}/in").node), "/c/l{p 1}/in");
+}
+
+TEST_F(Resolving, PrintsThePathOfAnAbsentNode) {
+  EXPECT_EQ(PrintPath(nullptr, SchemaAt(*model_, "/t")), "/t");
+  EXPECT_EQ(PrintPath(At("/c").node, SchemaAt(*model_, "/c/l")), "/c/l");
+  EXPECT_EQ(PrintPath(At("/c/l{q 2}").node, SchemaAt(*model_, "/c/l/w")),
+            "/c/l{q 2}/w");
+}
+
+std::string XmlText(const std::string& text) {
+  std::string xml;
+  for (const char c : text) {
+    xml += "&#" + std::to_string(static_cast<int>(c)) + ";";
+  }
+  return xml;
+}
+
+TEST_F(Resolving, ReadsBackWhatItPrintsWhateverTheKey) {
+  for (const std::string key :
+       {"plain", "",     " ",    "a b",       " a",    "a ",     "{",
+        "}",     "a}b",  "{}",   "\"",        "\"a\"", "a\"",    "\\",
+        "\\\\",  "a\\",  "\\\"", "a\\\"b c}", "/",     "a/b",    "pfx:a",
+        "%s",    "a\tb", "a\nb", "'",         "''",    "[x='1']"}) {
+    const DataTree tree = model_.Tree("<c NS><l><a>" + XmlText(key) +
+                                      "</a><b>1</b><w>x</w></l></c>");
+    const lyd_node* entry = NodeAt(tree, "/c/l");
+    ASSERT_NE(entry, nullptr);
+    const std::string path = PrintPath(entry) + "/w";
+    EXPECT_EQ(ParsePath(path).at(1).keys, (Keys{key, "1"})) << path;
+    EXPECT_NE(NodeAt(tree, path), nullptr) << path;
+  }
+}
+
+}  // namespace

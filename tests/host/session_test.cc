@@ -1,0 +1,221 @@
+#include "confd/session.h"
+
+#include <confd_cdb.h>
+#include <confd_maapi.h>
+#include <gtest/gtest.h>
+#include <hostd/cdb_session.h>
+#include <hostd/hostd.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "confd/confd_error.h"
+#include "fixtures.h"
+#include "services/framework.h"
+
+namespace {
+
+using host_test::TestModel;
+using ipav::confd::ConfdError;
+using ipav::confd::Session;
+using ipav::datastore::DataTree;
+using ipav::datastore::Diff;
+
+template <typename Body>
+int CodeOf(const Body& body) {
+  try {
+    body();
+  } catch (const ConfdError& error) {
+    return error.code();
+  }
+  return 0;
+}
+
+class SessionTest : public testing::Test {
+ protected:
+  const TestModel model_{"leaf n { type int32; }"};
+  const DataTree running_ = model_.Tree("<n NS>1</n>");
+  const DataTree candidate_ = model_.Tree("<n NS>2</n>");
+  const Diff diff_{running_, candidate_};
+};
+
+TEST_F(SessionTest, IsCurrentWhileItLives) {
+  EXPECT_EQ(Session::Current(), nullptr);
+  {
+    Session session(running_, candidate_, diff_);
+    EXPECT_EQ(Session::Current(), &session);
+    EXPECT_EQ(&session.running(), &running_);
+    EXPECT_EQ(&session.candidate(), &candidate_);
+    EXPECT_EQ(&session.diff(), &diff_);
+    EXPECT_EQ(&session.model(), &*model_);
+  }
+  EXPECT_EQ(Session::Current(), nullptr);
+}
+
+TEST_F(SessionTest, SecondOneIsRefusedAndLeavesTheFirst) {
+  Session session(running_, candidate_, diff_);
+  EXPECT_THROW(Session(running_, candidate_, diff_), std::logic_error);
+  EXPECT_EQ(Session::Current(), &session);
+}
+
+TEST_F(SessionTest, IsFoundBySocketAndHandle) {
+  Session session(running_, candidate_, diff_);
+  EXPECT_EQ(&Session::OfTransaction(session.maapi_socket(),
+                                    session.context().thandle),
+            &session);
+}
+
+TEST_F(SessionTest, SocketThatWasNeverOpenedIsAnError) {
+  EXPECT_EQ(CodeOf([] { Session::OfTransaction(3, 1); }), CONFD_ERR_NOSESSION);
+  Session session(running_, candidate_, diff_);
+  const int handle = session.context().thandle;
+  const int socket = session.maapi_socket();
+  for (const int other : {-1, 0, socket + 1, socket - 1}) {
+    EXPECT_EQ(CodeOf([&] { Session::OfTransaction(other, handle); }),
+              CONFD_ERR_NOSESSION);
+  }
+}
+
+TEST_F(SessionTest, HandleThatWasNeverOpenedIsAnError) {
+  Session session(running_, candidate_, diff_);
+  const int handle = session.context().thandle;
+  for (const int other : {-1, handle + 1, handle - 1}) {
+    EXPECT_EQ(
+        CodeOf([&] { Session::OfTransaction(session.maapi_socket(), other); }),
+        CONFD_ERR_NOTRANS);
+  }
+}
+
+TEST_F(SessionTest, SocketOfAClosedOneIsAnError) {
+  int socket = 0;
+  int handle = 0;
+  {
+    Session session(running_, candidate_, diff_);
+    socket = session.maapi_socket();
+    handle = session.context().thandle;
+  }
+  EXPECT_EQ(CodeOf([&] { Session::OfTransaction(socket, handle); }),
+            CONFD_ERR_NOSESSION);
+}
+
+TEST_F(SessionTest, CallOnAnUnopenedSocketFailsWithItsCodeAndText) {
+  confd_errno = 0;
+  EXPECT_EQ(maapi_exists(3, 1, "/n"), CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_NOSESSION);
+  EXPECT_STRNE(confd_lasterr(), "");
+  int32_t number = 77;
+  EXPECT_EQ(cdb_get_int32(3, &number, "/n"), CONFD_ERR);
+  EXPECT_EQ(number, 77);
+}
+
+TEST_F(SessionTest, CdbSessionsOpenAndClose) {
+  Session session(running_, candidate_, diff_);
+  EXPECT_EQ(session.open_cdb_sessions(), 0u);
+  const int first = session.OpenCdb();
+  const int second = session.OpenCdb();
+  EXPECT_NE(first, second);
+  EXPECT_GE(first, 0);
+  EXPECT_NE(first, session.maapi_socket());
+  EXPECT_EQ(session.open_cdb_sessions(), 2u);
+  EXPECT_EQ(&Session::OfCdbSocket(first), &session);
+  session.CloseCdb(first);
+  EXPECT_EQ(session.open_cdb_sessions(), 1u);
+  EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(first); }), CONFD_ERR_NOSESSION);
+  EXPECT_EQ(&Session::OfCdbSocket(second), &session);
+  EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(session.maapi_socket()); }),
+            CONFD_ERR_NOSESSION);
+}
+
+TEST_F(SessionTest, CdbSessionOfTheFrameworkLivesAsLongAsItsObject) {
+  Session session(running_, candidate_, diff_);
+  HostdInterface host;
+  int socket = -1;
+  {
+    const HostdCdbSessionBase cdb(&host, CDB_RUNNING, true);
+    socket = cdb.Socket();
+    EXPECT_GE(socket, 0);
+    EXPECT_EQ(session.open_cdb_sessions(), 1u);
+    int32_t number = 0;
+    EXPECT_EQ(cdb_get_int32(socket, &number, "/n"), CONFD_OK);
+    EXPECT_EQ(number, 1);  // of the running configuration
+  }
+  EXPECT_EQ(session.open_cdb_sessions(), 0u);
+  int32_t number = 77;
+  EXPECT_EQ(cdb_get_int32(socket, &number, "/n"), CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_NOSESSION);
+  EXPECT_EQ(number, 77);
+}
+
+TEST_F(SessionTest, CdbSessionThatCannotOpenHasANegativeSocket) {
+  HostdInterface host;
+  EXPECT_LT(HostdCdbSessionBase(&host, CDB_RUNNING, true).Socket(), 0);
+  const Session session(running_, candidate_, diff_);
+  EXPECT_LT(HostdCdbSessionBase(nullptr, CDB_RUNNING, true).Socket(), 0);
+  EXPECT_LT(HostdCdbSessionBase(&host, CDB_OPERATIONAL, true).Socket(), 0);
+  EXPECT_EQ(session.open_cdb_sessions(), 0u);
+}
+
+TEST_F(SessionTest, CountsCallsByName) {
+  Session session(running_, candidate_, diff_);
+  EXPECT_TRUE(session.calls().empty());
+  const int socket = session.maapi_socket();
+  const int handle = session.context().thandle;
+  EXPECT_EQ(maapi_exists(socket, handle, "/n"), 1);
+  EXPECT_EQ(maapi_exists(socket, handle, "/nothing"), CONFD_ERR);
+  int32_t number = 0;
+  EXPECT_EQ(maapi_get_int32_elem(socket, handle, &number, "/n"), CONFD_OK);
+  EXPECT_EQ(number, 2);  // of the candidate
+  EXPECT_EQ(session.calls().at("maapi_exists"), 2u);
+  EXPECT_EQ(session.calls().at("maapi_get_int32_elem"), 1u);
+  EXPECT_EQ(session.calls().size(), 2u);
+}
+
+TEST_F(SessionTest, ErrorTextIsTakenOnce) {
+  Session session(running_, candidate_, diff_);
+  EXPECT_FALSE(session.TakeErrorText().has_value());
+  confd_trans_seterr(&session.context(), "%s is %d%%", "n", 100);
+  EXPECT_EQ(session.TakeErrorText(), "n is 100%");
+  EXPECT_FALSE(session.TakeErrorText().has_value());
+}
+
+TEST_F(SessionTest, LastErrorTextCounts) {
+  Session session(running_, candidate_, diff_);
+  confd_trans_seterr(&session.context(), "first");
+  confd_trans_seterr(&session.context(), "%s", "");
+  EXPECT_EQ(session.TakeErrorText(), "");
+}
+
+TEST_F(SessionTest, ErrorTextOfAnotherContextIsNotTaken) {
+  Session session(running_, candidate_, diff_);
+  confd_trans_ctx other{};
+  confd_trans_seterr(&other, "text");
+  confd_trans_seterr(nullptr, "text");
+  EXPECT_FALSE(session.TakeErrorText().has_value());
+}
+
+TEST_F(SessionTest, ContextHasNoOpaqueTextsOfItsOwn) {
+  Session session(running_, candidate_, diff_);
+  EXPECT_EQ(session.context().validate_opaque, nullptr);
+  EXPECT_EQ(session.context().callpoint_opaque, nullptr);
+  EXPECT_EQ(session.context().v_opaque, nullptr);
+}
+
+TEST(Framework, NullHandlesHaveNeitherSocketNorInstance) {
+  EXPECT_LT(hostd_maapi_socket_get(nullptr), 0);
+  EXPECT_EQ(hostd_instance_get(nullptr), nullptr);
+  EXPECT_EQ(get_lib_context(nullptr, "set"), nullptr);
+}
+
+TEST(Framework, ContextsAreKeptByTheNameOfTheirSet) {
+  ipav::services::LibraryContexts contexts;
+  int mine = 0;
+  void** slot = contexts.Slot("mine");
+  EXPECT_EQ(get_lib_context(&contexts, "mine"), nullptr);
+  *slot = &mine;
+  for (int i = 0; i < 100; ++i) contexts.Slot("other" + std::to_string(i));
+  EXPECT_EQ(contexts.Slot("mine"), slot);
+  EXPECT_EQ(get_lib_context(&contexts, "mine"), &mine);
+  EXPECT_EQ(get_lib_context(&contexts, "min"), nullptr);
+}
+
+}  // namespace

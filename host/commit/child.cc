@@ -163,8 +163,8 @@ int Drain(pid_t child, int line, int output, std::string* line_bytes,
     if (ready < 0) continue;
     if (ready == 0 && ended) break;
     if (ready == 0) ended = HasEnded(child, WNOHANG, &wait_status);
-    ReadSome(&open[0], line_bytes);
-    ReadSome(&open[1], output_bytes);
+    ReadSome(&open.front(), line_bytes);
+    ReadSome(&open.back(), output_bytes);
   }
   if (!ended) HasEnded(child, 0, &wait_status);
   return wait_status;

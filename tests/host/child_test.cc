@@ -30,7 +30,7 @@ using ipav::commit::RunInChild;
 using Texts = std::vector<std::string>;
 
 void ExpectOneMessage(const ChildReport& report, const Texts& texts) {
-  ASSERT_EQ(report.messages.size(), 1u);
+  ASSERT_EQ(report.messages.size(), 1U);
   EXPECT_EQ(report.messages[0].texts, texts);
 }
 
@@ -50,7 +50,7 @@ TEST(Child, SendsMessagesInOrder) {
       reporter.Send({static_cast<char>('a' + i % 26), {std::to_string(i)}});
     }
   });
-  ASSERT_EQ(report.messages.size(), 1000u);
+  ASSERT_EQ(report.messages.size(), 1000U);
   for (std::size_t i = 0; i < 1000; ++i) {
     EXPECT_EQ(report.messages[i].kind, static_cast<char>('a' + i % 26));
     EXPECT_EQ(report.messages[i].texts, Texts{std::to_string(i)});
@@ -65,7 +65,7 @@ TEST(Child, SendsTextsOfAnyBytes) {
     reporter.Send({'\0', texts});
     reporter.Send({'\xff', {}});
   });
-  ASSERT_EQ(report.messages.size(), 2u);
+  ASSERT_EQ(report.messages.size(), 2U);
   EXPECT_EQ(report.messages[0].kind, '\0');
   EXPECT_EQ(report.messages[0].texts, texts);
   EXPECT_EQ(report.messages[1].kind, '\xff');
@@ -136,7 +136,7 @@ TEST(Child, MessageCutOffInMidWriteIsDropped) {
       _exit(written == static_cast<ssize_t>(length) ? 3 : 4);
     });
     ASSERT_EQ(WEXITSTATUS(report.wait_status), 3);
-    ASSERT_EQ(report.messages.size(), length < frame.size() ? 1u : 2u);
+    ASSERT_EQ(report.messages.size(), length < frame.size() ? 1U : 2U);
     EXPECT_EQ(report.messages[0].texts, Texts{"whole"});
   }
 }
@@ -183,9 +183,9 @@ TEST(Child, MuchOutputBeforeTheFirstMessageDoesNotLock) {
     std::fflush(stdout);
     reporter.Send({'m', {block}});
   });
-  EXPECT_EQ(report.output.size(), 10u << 20);
-  ASSERT_EQ(report.messages.size(), 1u);
-  EXPECT_EQ(report.messages[0].texts[0].size(), 10u << 20);
+  EXPECT_EQ(report.output.size(), 10U << 20);
+  ASSERT_EQ(report.messages.size(), 1U);
+  EXPECT_EQ(report.messages[0].texts[0].size(), 10U << 20);
 }
 
 TEST(Child, LinePrintedBeforeItsDeathIsCaptured) {

@@ -11,15 +11,16 @@
 #include "plugin/plugin.h"
 
 // A sanitizer must not step in between a plug-in's crash and the host.
+// The name is the sanitizer's. NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
   return "handle_segv=0:handle_abort=0:allow_user_segv_handler=1";
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
 using host_test::Contains;
-using host_test::ModelFolder;
 using host_test::StartsWith;
 using host_test::TempDir;
 using host_test::TestModel;
@@ -70,7 +71,7 @@ Outcome Commit(const DataTree& running, const DataTree& candidate,
     return RunCommit(running, candidate, options);
   } catch (...) {
     if (getpid() != host) {
-      static_cast<void>(!write(2, "escaped", 7));
+      static_cast<void>(write(2, "escaped", 7) == 7);
       _exit(99);
     }
     throw;
@@ -107,7 +108,7 @@ void ExpectNoFailure(const Outcome& outcome) {
 void ExpectFailureAtPoint(const Outcome& outcome, const std::string& opaque) {
   EXPECT_EQ(outcome.verdict, Verdict::kPluginFailed);
   EXPECT_TRUE(outcome.answers.empty());
-  EXPECT_EQ(outcome.planned, 1u);
+  EXPECT_EQ(outcome.planned, 1U);
   EXPECT_EQ(outcome.failed_point, opaque);
   EXPECT_EQ(outcome.failed_path, "/top/p0");
 }
@@ -125,7 +126,7 @@ TEST(CommitRun, ThatEveryPointAcceptsIsAccepted) {
   const Outcome outcome = RunOpaques({"accept", "accept"});
   EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
   EXPECT_EQ(AnsweredOf(outcome), (Texts{"accept /top/p0", "accept /top/p1"}));
-  EXPECT_EQ(outcome.planned, 2u);
+  EXPECT_EQ(outcome.planned, 2U);
   for (const Answer& answer : outcome.answers) {
     EXPECT_EQ(answer.result, 0);
     EXPECT_FALSE(answer.text.has_value());
@@ -143,7 +144,7 @@ TEST(CommitRun, WithoutAChangeMakesNoCall) {
   const Outcome outcome =
       Commit(tree, tree, {PluginFile("obeys_opaque"), false});
   EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
-  EXPECT_EQ(outcome.planned, 0u);
+  EXPECT_EQ(outcome.planned, 0U);
   EXPECT_TRUE(outcome.answers.empty());
   EXPECT_TRUE(outcome.calls.empty());
 }
@@ -152,7 +153,7 @@ TEST(CommitRun, EndsAtTheFirstRefusal) {
   const Outcome outcome = RunOpaques({"accept", "refuse", "accept"});
   EXPECT_EQ(outcome.verdict, Verdict::kRefused);
   EXPECT_EQ(AnsweredOf(outcome), (Texts{"accept /top/p0", "refuse /top/p1"}));
-  EXPECT_EQ(outcome.planned, 3u);
+  EXPECT_EQ(outcome.planned, 3U);
   EXPECT_EQ(outcome.answers.at(1).result, CONFD_ERR);
   EXPECT_EQ(outcome.answers.at(1).text, "refused for a reason.");
   EXPECT_FALSE(outcome.answers.at(1).exception.has_value());
@@ -201,7 +202,7 @@ TEST(CommitRun, HandsOverKeyPathAndNewValue) {
       Commit(model.Tree(""),
              model.Tree("<top NS><l><k>a b</k><n>3</n><v>-7</v></l></top>"),
              {PluginFile("obeys_opaque"), false});
-  ASSERT_EQ(outcome.answers.size(), 1u);
+  ASSERT_EQ(outcome.answers.size(), 1U);
   EXPECT_EQ(outcome.answers[0].text, "v a b 3 l top = -7");
   EXPECT_EQ(outcome.answers[0].path, "/top/l{\"a b\" 3}/v");
 }
@@ -214,7 +215,7 @@ TEST(CommitRun, HandsOverTheListItselfWhereCalledOnce) {
   const Outcome outcome =
       Commit(model.Tree(""), model.Tree("<top NS><l><k>a</k></l></top>"),
              {PluginFile("obeys_opaque"), false});
-  ASSERT_EQ(outcome.answers.size(), 1u);
+  ASSERT_EQ(outcome.answers.size(), 1U);
   EXPECT_TRUE(StartsWith(outcome.answers[0].text.value_or(""), "l top = "));
   EXPECT_EQ(outcome.answers[0].path, "/top/l");
 }
@@ -223,7 +224,7 @@ TEST(CommitRun, HandsOverNoOpaqueTextWhereThereIsNone) {
   const TestModel model("leaf v { type string; tailf:validate test_set; }");
   const Outcome outcome = Commit(model.Tree(""), model.Tree("<v NS>x</v>"),
                                  {PluginFile("obeys_opaque"), false});
-  ASSERT_EQ(outcome.answers.size(), 1u);
+  ASSERT_EQ(outcome.answers.size(), 1U);
   EXPECT_EQ(outcome.answers[0].text, "no opaque text");
   EXPECT_EQ(outcome.answers[0].opaque, "");
 }
@@ -248,13 +249,13 @@ TEST(CommitRun, CallsTheUseSitesOfThePluginsOwnSetOnly) {
                                             "</b>"),
                                  {PluginFile("obeys_opaque"), true});
   EXPECT_EQ(AnsweredOf(outcome), Texts{"accept /a"});
-  EXPECT_EQ(outcome.planned, 1u);
+  EXPECT_EQ(outcome.planned, 1U);
 }
 
 TEST(CommitRun, OfAPluginThatNamesAnotherSetMakesNoCall) {
   const Outcome outcome = RunPlugin("names_another_set");
   EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
-  EXPECT_EQ(outcome.planned, 0u);
+  EXPECT_EQ(outcome.planned, 0U);
   EXPECT_TRUE(outcome.answers.empty());
   ExpectNoFailure(outcome);
 }
@@ -283,7 +284,7 @@ TEST(CommitRun, KeepsWhatWasHeardBeforeACrash) {
   EXPECT_EQ(outcome.answers.at(1).text, "refused for a reason.");
   EXPECT_EQ(outcome.faults, (Texts{"first fault", "second fault"}));
   EXPECT_EQ(outcome.debug_lines, (Texts{"line 1 of two", "line 2 of two"}));
-  EXPECT_EQ(outcome.planned, 3u);
+  EXPECT_EQ(outcome.planned, 3U);
   EXPECT_EQ(outcome.failed_point, "null");
   EXPECT_EQ(outcome.failed_path, "/top/p2");
 }
@@ -307,7 +308,7 @@ TEST(CommitRun, KeepsOneContextForAllItsPoints) {
       Commit(model.Tree(""), model.Tree(DataOf({"a", "b"}, "<bad>x</bad>")),
              {PluginFile("sticky"), true});
   EXPECT_EQ(AnsweredOf(outcome), (Texts{"a /top/p0", "b /top/p1"}));
-  EXPECT_EQ(outcome.calls.at("maapi_exists"), 1u);
+  EXPECT_EQ(outcome.calls.at("maapi_exists"), 1U);
 }
 
 TEST(CommitRun, StartsAndFinishesThePluginOnceEachTime) {
@@ -363,7 +364,7 @@ TEST(Misbehaving, AssertionIsReportedWithItsPointAndItsWholeLine) {
 TEST(Misbehaving, ExceptionIsReportedAsTheAnswer) {
   const Outcome outcome = RunOpaques({"throw", "accept"});
   EXPECT_EQ(outcome.verdict, Verdict::kPluginFailed);
-  ASSERT_EQ(outcome.answers.size(), 1u);
+  ASSERT_EQ(outcome.answers.size(), 1U);
   EXPECT_EQ(outcome.answers[0].opaque, "throw");
   EXPECT_EQ(outcome.answers[0].path, "/top/p0");
   EXPECT_EQ(outcome.answers[0].exception, "thrown for a reason");
@@ -380,7 +381,7 @@ TEST(Misbehaving, ExceptionDoesNotEndARunOverAllPoints) {
 TEST(Misbehaving, TextOfAPointThatThrewIsNotThatOfTheNext) {
   const Outcome outcome =
       RunOpaques({"set-text-and-throw", "refuse-silently"}, true);
-  ASSERT_EQ(outcome.answers.size(), 2u);
+  ASSERT_EQ(outcome.answers.size(), 2U);
   EXPECT_EQ(outcome.answers[0].exception, "thrown behind a text");
   EXPECT_EQ(outcome.answers[1].result, CONFD_ERR);
   EXPECT_FALSE(outcome.answers[1].text.has_value());
@@ -454,7 +455,7 @@ TEST(Misbehaving, AbortInLibInitIsReportedWithoutAPoint) {
   const Outcome outcome = RunPlugin("aborts_in_init");
   ExpectFailureOutsideOfPoints(outcome);
   EXPECT_TRUE(Contains(outcome.failure, "Aborted"));
-  EXPECT_EQ(outcome.planned, 1u);
+  EXPECT_EQ(outcome.planned, 1U);
 }
 
 TEST(Misbehaving, ExceptionOfLibFinishIsReported) {

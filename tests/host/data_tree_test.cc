@@ -536,7 +536,7 @@ TEST(Order, OfEntriesIsKeptWhereListsInterleave) {
                  Entries("l", 2, 3, 1) + "</c>");
   EXPECT_EQ(OrderOf(tree, "/c/l"), (Keys{"3", "1", "2"}));
   EXPECT_EQ(tree.Entries(NodeAt(tree, "/c"), SchemaAt(*model, "/c/two")).size(),
-            2u);
+            2U);
 }
 
 TEST(Order, OfKeysIsThatOfTheModel) {

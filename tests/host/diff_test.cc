@@ -226,7 +226,7 @@ TEST(DiffTree, HoldsEachLevelDownToTheChange) {
   const Diff diff(before, after);
   const std::vector<Change>* level = &diff.top();
   for (const char* name : {"c", "l", "in", "x"}) {
-    ASSERT_EQ(level->size(), 1u) << name;
+    ASSERT_EQ(level->size(), 1U) << name;
     const Change& change = level->front();
     EXPECT_STREQ(change.schema->name, name);
     ASSERT_NE(change.before, nullptr);
@@ -268,7 +268,7 @@ TEST(DiffOf, GivesTheChangeAtOrBelowANode) {
     return diff.Of(NodeAt(after, path));
   };
   ASSERT_NE(of("/c"), nullptr);
-  EXPECT_EQ(of("/c"), &diff.top()[0]);
+  EXPECT_EQ(of("/c"), &diff.top().front());
   ASSERT_NE(of("/c/l{1}"), nullptr);
   ASSERT_NE(of("/c/l{1}/v"), nullptr);
   EXPECT_EQ(of("/c/l{1}/v")->after, NodeAt(after, "/c/l{1}/v"));
@@ -323,7 +323,7 @@ TEST(Diff, SeesHostBitsOfAnAddress) {
   EXPECT_EQ(ChangedPaths(AddressTree({"2001:db8::1/64"}),
                          AddressTree({"2001:db8::2/64"}))
                 .size(),
-            4u);
+            4U);
 }
 
 // --- Against libyang's own
@@ -373,7 +373,8 @@ class RandomTree {
     std::vector<std::string> parts;
     Leaf("a", &parts);
     Leaf("n", &parts);
-    if (Chance(3)) parts.push_back(Chance(2) ? "<e>true</e>" : "<e>false</e>");
+    if (Chance(3))
+      parts.emplace_back(Chance(2) ? "<e>true</e>" : "<e>false</e>");
     LeafList("ll", &parts);
     LeafList("num", &parts);
     if (Chance(2)) parts.push_back("<d>" + One("x") + "</d>");
@@ -420,7 +421,7 @@ class RandomTree {
 
   std::string Entry(int k) {
     std::vector<std::string> parts = {One("v")};
-    if (Chance(3)) parts.push_back("<e>true</e>");
+    if (Chance(3)) parts.emplace_back("<e>true</e>");
     if (Chance(2)) parts.push_back("<in>" + One("x") + "</in>");
     for (const int m : Numbers(3)) {
       parts.push_back("<m><k1>" + std::to_string(m) + "</k1><k2>b c</k2>" +
@@ -453,7 +454,7 @@ TEST(Diff, AgreesWithLibyangOnRandomTrees) {
                                                    << after_text;
     changes += ours.size();
   }
-  EXPECT_GT(changes, 4000u);  // else the trees were no test
+  EXPECT_GT(changes, 4000U);  // else the trees were no test
 }
 
 TEST(Diff, OfARandomTreeAndItselfIsEmpty) {

@@ -41,7 +41,7 @@ class TempDir {
 
   // Returns the path of the file.
   std::string Write(const std::string& name, const std::string& text) const {
-    const std::string file = path_ + "/" + name;
+    std::string file = path_ + "/" + name;
     std::ofstream(file, std::ios::binary) << text;
     return file;
   }

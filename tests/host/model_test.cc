@@ -16,7 +16,6 @@ namespace {
 using host_test::Contains;
 using host_test::InputErrorOf;
 using host_test::ModelFolder;
-using host_test::ModuleText;
 using host_test::ProjectModel;
 using host_test::SchemaAt;
 using host_test::StartsWith;
@@ -317,7 +316,7 @@ TEST(UseSites, CarryTheirSubstatements) {
   EXPECT_TRUE(site.has_opaque);
   EXPECT_TRUE(site.call_once);
   EXPECT_EQ(site.priority, -3);
-  EXPECT_EQ(site.dependencies.size(), 2u);
+  EXPECT_EQ(site.dependencies.size(), 2U);
 }
 
 TEST(UseSites, TellAnEmptyOpaqueTextFromNone) {
@@ -345,7 +344,7 @@ TEST(UseSites, DoNotTakeAnotherModulesStatementsOfTheSameName) {
              "oo:validate test_set; tailf:validate test_set { "
              "oo:opaque \"not this\"; oo:priority \"none\"; } }");
   const auto model = folder.Load();
-  ASSERT_EQ(model->use_sites().size(), 1u);
+  ASSERT_EQ(model->use_sites().size(), 1U);
   EXPECT_FALSE(model->use_sites()[0].has_opaque);
   EXPECT_EQ(model->use_sites()[0].priority, 0);
 }
@@ -425,7 +424,7 @@ TEST(Dependencies, DotIsTheNodeItself) {
   const TestModel model(LeafWithDependency("."));
   const Dependency dependency = DependencyOf(*model);
   EXPECT_FALSE(dependency.absolute);
-  EXPECT_EQ(dependency.ups, 0u);
+  EXPECT_EQ(dependency.ups, 0U);
   EXPECT_TRUE(dependency.steps.empty());
 }
 
@@ -433,7 +432,7 @@ TEST(Dependencies, DotDotIsTheParent) {
   const TestModel model(LeafWithDependency(".."));
   const Dependency dependency = DependencyOf(*model);
   EXPECT_FALSE(dependency.absolute);
-  EXPECT_EQ(dependency.ups, 1u);
+  EXPECT_EQ(dependency.ups, 1U);
   EXPECT_TRUE(dependency.steps.empty());
 }
 
@@ -441,7 +440,7 @@ TEST(Dependencies, LeadUpAndThenDown) {
   const TestModel model(LeafWithDependency("../x"));
   const Dependency dependency = DependencyOf(*model);
   EXPECT_EQ(dependency.text, "../x");
-  EXPECT_EQ(dependency.ups, 1u);
+  EXPECT_EQ(dependency.ups, 1U);
   EXPECT_EQ(dependency.steps,
             std::vector<const lysc_node*>{&SchemaAt(*model, "/c/x")});
 }
@@ -452,7 +451,7 @@ TEST(Dependencies, MayLeadDownFromTheNode) {
       "tailf:dependency \"d/x\"; } container d { "
       "leaf x { type string; } } }");
   const Dependency dependency = DependencyOf(*model);
-  EXPECT_EQ(dependency.ups, 0u);
+  EXPECT_EQ(dependency.ups, 0U);
   EXPECT_EQ(dependency.steps,
             (std::vector<const lysc_node*>{&SchemaAt(*model, "/c/d"),
                                            &SchemaAt(*model, "/c/d/x")}));
@@ -470,7 +469,7 @@ TEST(Dependencies, ReplacePrefixesByModuleNames) {
   const auto model = folder.Load();
   const Dependency dependency = DependencyOf(*model);
   EXPECT_EQ(dependency.text, "../../b:b/b:c");
-  EXPECT_EQ(dependency.ups, 2u);
+  EXPECT_EQ(dependency.ups, 2U);
   EXPECT_EQ(dependency.steps,
             (std::vector<const lysc_node*>{&SchemaAt(*model, "/q/b"),
                                            &SchemaAt(*model, "/q/b/c")}));
@@ -480,7 +479,7 @@ TEST(Dependencies, MayBeAbsolute) {
   const TestModel model(LeafWithDependency("/m:c/x"));
   const Dependency dependency = DependencyOf(*model);
   EXPECT_TRUE(dependency.absolute);
-  EXPECT_EQ(dependency.ups, 0u);
+  EXPECT_EQ(dependency.ups, 0U);
   EXPECT_EQ(dependency.steps,
             (std::vector<const lysc_node*>{&SchemaAt(*model, "/c"),
                                            &SchemaAt(*model, "/c/x")}));
@@ -545,13 +544,13 @@ TEST(TagNumbers, OfOtherNodesAreUniquePerNameAndAvoidTheGivenOnes) {
   const auto tag = [&](const char* path) {
     return model->TagOf(SchemaAt(*model, path)).tag;
   };
-  EXPECT_EQ(tag("/c"), 1u);
-  EXPECT_EQ(tag("/d"), 3u);
+  EXPECT_EQ(tag("/c"), 1U);
+  EXPECT_EQ(tag("/d"), 3U);
   EXPECT_EQ(tag("/a"), tag("/e/a"));
   const std::set<std::uint32_t> all = {tag("/a"), tag("/b"), tag("/c"),
                                        tag("/d"), tag("/e")};
-  EXPECT_EQ(all.size(), 5u);
-  EXPECT_EQ(all.count(0), 0u);
+  EXPECT_EQ(all.size(), 5U);
+  EXPECT_EQ(all.count(0), 0U);
 }
 
 TEST(TagNumbers, TellTheModulesApart) {

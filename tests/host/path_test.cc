@@ -31,7 +31,7 @@ std::string Format(const char* format, ...) {
   va_list args;
   va_start(args, format);
   try {
-    const std::string path = FormatPath(format, args);
+    std::string path = FormatPath(format, args);
     va_end(args);
     return path;
   } catch (const ConfdError&) {
@@ -60,8 +60,8 @@ TEST(FormatPath, ExpandsTextAndNumbers) {
   EXPECT_EQ(Format("/a{%s}/b", "x"), "/a{x}/b");
   EXPECT_EQ(Format("/a{%d %d}", -2147483647 - 1, 2147483647),
             "/a{-2147483648 2147483647}");
-  EXPECT_EQ(Format("/a{%u}", 4294967295u), "/a{4294967295}");
-  EXPECT_EQ(Format("%s{%s %u %d}/%s", "/a/b", "k", 7u, -7, "c"),
+  EXPECT_EQ(Format("/a{%u}", 4294967295U), "/a{4294967295}");
+  EXPECT_EQ(Format("%s{%s %u %d}/%s", "/a/b", "k", 7U, -7, "c"),
             "/a/b{k 7 -7}/c");
 }
 
@@ -97,7 +97,7 @@ Keys KeysIn(const std::string& braces) {
 
 TEST(ParsePath, SplitsSteps) {
   const std::vector<PathStep> path = ParsePath("/a/pfx:b{k1 \"k 2\"}/c");
-  ASSERT_EQ(path.size(), 3u);
+  ASSERT_EQ(path.size(), 3U);
   EXPECT_EQ(path[0].prefix, "");
   EXPECT_EQ(path[0].name, "a");
   EXPECT_TRUE(path[0].keys.empty());
@@ -275,7 +275,7 @@ TEST_F(Resolving, GivesTheFirstEntryOfALeafList) {
 
 TEST_F(Resolving, GivesTheNodesOfTheModel) {
   const auto nodes = ResolveSchema(*model_, ParsePath("/c/l/in/x"));
-  ASSERT_EQ(nodes.size(), 4u);
+  ASSERT_EQ(nodes.size(), 4U);
   EXPECT_STREQ(nodes[0]->name, "c");
   EXPECT_STREQ(nodes[1]->name, "l");
   EXPECT_STREQ(nodes[2]->name, "in");

@@ -246,7 +246,7 @@ TEST(PlanCallOnce, HasNoInstance) {
   const DataTree tree = model.Tree(C(L("1")));
   const Diff diff(tree, tree);
   const std::vector<PointCall> plan = PlanCalls(tree, diff);
-  ASSERT_EQ(plan.size(), 1u);
+  ASSERT_EQ(plan.size(), 1U);
   EXPECT_EQ(plan[0].instance, nullptr);
   EXPECT_EQ(plan[0].parent, host_test::NodeAt(tree, "/c"));
 }

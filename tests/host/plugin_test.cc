@@ -25,7 +25,7 @@ std::string PluginErrorOf(const Body& body) {
   try {
     body();
   } catch (const PluginError& error) {
-    const std::string what = error.what();
+    std::string what = error.what();
     EXPECT_EQ(what.find('\n'), std::string::npos) << what;
     return what;
   }

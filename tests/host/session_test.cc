@@ -60,7 +60,7 @@ TEST_F(SessionTest, SecondOneIsRefusedAndLeavesTheFirst) {
 
 TEST_F(SessionTest, IsFoundBySocketAndHandle) {
   Session session(running_, candidate_, diff_);
-  EXPECT_EQ(&Session::OfTransaction(session.maapi_socket(),
+  EXPECT_EQ(&Session::OfTransaction(Session::maapi_socket(),
                                     session.context().thandle),
             &session);
 }
@@ -69,7 +69,7 @@ TEST_F(SessionTest, SocketThatWasNeverOpenedIsAnError) {
   EXPECT_EQ(CodeOf([] { Session::OfTransaction(3, 1); }), CONFD_ERR_NOSESSION);
   Session session(running_, candidate_, diff_);
   const int handle = session.context().thandle;
-  const int socket = session.maapi_socket();
+  const int socket = Session::maapi_socket();
   for (const int other : {-1, 0, socket + 1, socket - 1}) {
     EXPECT_EQ(CodeOf([&] { Session::OfTransaction(other, handle); }),
               CONFD_ERR_NOSESSION);
@@ -81,7 +81,7 @@ TEST_F(SessionTest, HandleThatWasNeverOpenedIsAnError) {
   const int handle = session.context().thandle;
   for (const int other : {-1, handle + 1, handle - 1}) {
     EXPECT_EQ(
-        CodeOf([&] { Session::OfTransaction(session.maapi_socket(), other); }),
+        CodeOf([&] { Session::OfTransaction(Session::maapi_socket(), other); }),
         CONFD_ERR_NOTRANS);
   }
 }
@@ -91,7 +91,7 @@ TEST_F(SessionTest, SocketOfAClosedOneIsAnError) {
   int handle = 0;
   {
     Session session(running_, candidate_, diff_);
-    socket = session.maapi_socket();
+    socket = Session::maapi_socket();
     handle = session.context().thandle;
   }
   EXPECT_EQ(CodeOf([&] { Session::OfTransaction(socket, handle); }),
@@ -110,19 +110,19 @@ TEST_F(SessionTest, CallOnAnUnopenedSocketFailsWithItsCodeAndText) {
 
 TEST_F(SessionTest, CdbSessionsOpenAndClose) {
   Session session(running_, candidate_, diff_);
-  EXPECT_EQ(session.open_cdb_sessions(), 0u);
+  EXPECT_EQ(session.open_cdb_sessions(), 0U);
   const int first = session.OpenCdb();
   const int second = session.OpenCdb();
   EXPECT_NE(first, second);
   EXPECT_GE(first, 0);
-  EXPECT_NE(first, session.maapi_socket());
-  EXPECT_EQ(session.open_cdb_sessions(), 2u);
+  EXPECT_NE(first, Session::maapi_socket());
+  EXPECT_EQ(session.open_cdb_sessions(), 2U);
   EXPECT_EQ(&Session::OfCdbSocket(first), &session);
   session.CloseCdb(first);
-  EXPECT_EQ(session.open_cdb_sessions(), 1u);
+  EXPECT_EQ(session.open_cdb_sessions(), 1U);
   EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(first); }), CONFD_ERR_NOSESSION);
   EXPECT_EQ(&Session::OfCdbSocket(second), &session);
-  EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(session.maapi_socket()); }),
+  EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(Session::maapi_socket()); }),
             CONFD_ERR_NOSESSION);
 }
 
@@ -134,12 +134,12 @@ TEST_F(SessionTest, CdbSessionOfTheFrameworkLivesAsLongAsItsObject) {
     const HostdCdbSessionBase cdb(&host, CDB_RUNNING, true);
     socket = cdb.Socket();
     EXPECT_GE(socket, 0);
-    EXPECT_EQ(session.open_cdb_sessions(), 1u);
+    EXPECT_EQ(session.open_cdb_sessions(), 1U);
     int32_t number = 0;
     EXPECT_EQ(cdb_get_int32(socket, &number, "/n"), CONFD_OK);
     EXPECT_EQ(number, 1);  // of the running configuration
   }
-  EXPECT_EQ(session.open_cdb_sessions(), 0u);
+  EXPECT_EQ(session.open_cdb_sessions(), 0U);
   int32_t number = 77;
   EXPECT_EQ(cdb_get_int32(socket, &number, "/n"), CONFD_ERR);
   EXPECT_EQ(confd_errno, CONFD_ERR_NOSESSION);
@@ -152,22 +152,22 @@ TEST_F(SessionTest, CdbSessionThatCannotOpenHasANegativeSocket) {
   const Session session(running_, candidate_, diff_);
   EXPECT_LT(HostdCdbSessionBase(nullptr, CDB_RUNNING, true).Socket(), 0);
   EXPECT_LT(HostdCdbSessionBase(&host, CDB_OPERATIONAL, true).Socket(), 0);
-  EXPECT_EQ(session.open_cdb_sessions(), 0u);
+  EXPECT_EQ(session.open_cdb_sessions(), 0U);
 }
 
 TEST_F(SessionTest, CountsCallsByName) {
   Session session(running_, candidate_, diff_);
   EXPECT_TRUE(session.calls().empty());
-  const int socket = session.maapi_socket();
+  const int socket = Session::maapi_socket();
   const int handle = session.context().thandle;
   EXPECT_EQ(maapi_exists(socket, handle, "/n"), 1);
   EXPECT_EQ(maapi_exists(socket, handle, "/nothing"), CONFD_ERR);
   int32_t number = 0;
   EXPECT_EQ(maapi_get_int32_elem(socket, handle, &number, "/n"), CONFD_OK);
   EXPECT_EQ(number, 2);  // of the candidate
-  EXPECT_EQ(session.calls().at("maapi_exists"), 2u);
-  EXPECT_EQ(session.calls().at("maapi_get_int32_elem"), 1u);
-  EXPECT_EQ(session.calls().size(), 2u);
+  EXPECT_EQ(session.calls().at("maapi_exists"), 2U);
+  EXPECT_EQ(session.calls().at("maapi_get_int32_elem"), 1U);
+  EXPECT_EQ(session.calls().size(), 2U);
 }
 
 TEST_F(SessionTest, ErrorTextIsTakenOnce) {

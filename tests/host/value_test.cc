@@ -90,7 +90,7 @@ TEST(ValueOf, TextIsABufferThatEndsInNul) {
   EXPECT_EQ(text->val.buf.ptr[3], '\0');
   const OwnedValue empty = ValueOfType("string;", "");
   ASSERT_EQ(empty->type, C_BUF);
-  EXPECT_EQ(empty->val.buf.size, 0u);
+  EXPECT_EQ(empty->val.buf.size, 0U);
   ASSERT_NE(empty->val.buf.ptr, nullptr);
   EXPECT_EQ(empty->val.buf.ptr[0], '\0');
 }
@@ -194,7 +194,7 @@ TEST(ValueOf, HexListIsItsOctets) {
 TEST(ValueOf, EmptyHexListIsNoOctet) {
   const OwnedValue octets = ValueOfType("tailf:hex-list;", "");
   ASSERT_EQ(octets->type, C_BINARY);
-  EXPECT_EQ(octets->val.buf.size, 0u);
+  EXPECT_EQ(octets->val.buf.size, 0U);
 }
 
 TEST(ValueOf, TypeThatTheHostDoesNotCarryIsAnError) {
@@ -278,13 +278,13 @@ TEST(KeypathOf, AnEntryStartsWithItsKeys) {
   ASSERT_EQ(keypath->len, 2);
   const confd_value_t* keys = keypath->v[0];
   ASSERT_EQ(keys[0].type, C_UINT32);
-  EXPECT_EQ(keys[0].val.u32, 4u);
+  EXPECT_EQ(keys[0].val.u32, 4U);
   ASSERT_EQ(keys[1].type, C_BINARY);
   EXPECT_EQ(Bytes(keys[1]), std::string("\x0a\x00", 2));
   ASSERT_EQ(keys[2].type, C_INT32);
   EXPECT_EQ(keys[2].val.i32, -8);
   ASSERT_EQ(keys[3].type, C_BINARY);
-  EXPECT_EQ(keys[3].val.buf.size, 0u);
+  EXPECT_EQ(keys[3].val.buf.size, 0U);
   EXPECT_EQ(keys[4].type, C_NOEXISTS);
   ExpectTag(*keypath, 1, "rtmStaticRtEntry-global");
 }

@@ -23,6 +23,7 @@ int32_t lib_init(void** /*context*/) {
 #endif
 
 #ifndef LACKS_GET_VALIDATION_POINT
+// NOLINTNEXTLINE(readability-non-const-parameter): the interface's
 int32_t get_validation_point(char* buffer, size_t size) {
 #if defined(NAMES_NOTHING)
   std::snprintf(buffer, size, "%s", "");

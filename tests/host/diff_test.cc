@@ -373,8 +373,9 @@ class RandomTree {
     std::vector<std::string> parts;
     Leaf("a", &parts);
     Leaf("n", &parts);
-    if (Chance(3))
+    if (Chance(3)) {
       parts.emplace_back(Chance(2) ? "<e>true</e>" : "<e>false</e>");
+    }
     LeafList("ll", &parts);
     LeafList("num", &parts);
     if (Chance(2)) parts.push_back("<d>" + One("x") + "</d>");

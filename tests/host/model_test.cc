@@ -513,14 +513,14 @@ TEST(TagNumbers, AreTheGivenOnes) {
   const auto tag = [&](const char* path) {
     return model.TagOf(SchemaAt(model, path)).tag;
   };
-  EXPECT_EQ(tag("/config/interface/mgmt"), 0x1412343fu);
-  EXPECT_EQ(tag("/config/interface/l3"), 0x213f1a7au);
-  EXPECT_EQ(tag("/config/interface/loopback"), 0x1472ccedu);
-  EXPECT_EQ(tag("/internal/ospf-interface-l3"), 0x6af0fc0eu);
+  EXPECT_EQ(tag("/config/interface/mgmt"), 0x1412343fU);
+  EXPECT_EQ(tag("/config/interface/l3"), 0x213f1a7aU);
+  EXPECT_EQ(tag("/config/interface/loopback"), 0x1472ccedU);
+  EXPECT_EQ(tag("/internal/ospf-interface-l3"), 0x6af0fc0eU);
   for (const char* path :
        {"/config/interface/mgmt/vrf", "/config/interface/l3/vrf",
         "/config/interface/loopback/vrf"}) {
-    EXPECT_EQ(tag(path), 0x4c5f3e78u) << path;
+    EXPECT_EQ(tag(path), 0x4c5f3e78U) << path;
   }
 }
 

@@ -268,7 +268,7 @@ TEST(KeypathOf, IsLeafFirstWithKeysInFrontOfTheirList) {
   ExpectTag(*keypath, 6, "l3");
   ExpectTag(*keypath, 7, "interface");
   ExpectTag(*keypath, 8, "config");
-  EXPECT_EQ(keypath->v[6][0].val.xmltag.tag, 0x213f1a7au);
+  EXPECT_EQ(keypath->v[6][0].val.xmltag.tag, 0x213f1a7aU);
 }
 
 TEST(KeypathOf, AnEntryStartsWithItsKeys) {

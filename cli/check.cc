@@ -3,6 +3,8 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <vector>
 
 #include "commit/commit.h"
 #include "datastore/data_tree.h"
@@ -108,12 +110,17 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
   const DataTree running = options.running.empty()
                                ? DataTree::Empty(model)
                                : DataTree::FromFile(model, options.running);
-  ExitStatus worst = kAccepted;
+  // All of them first: bad input is told of before any verdict.
+  std::vector<DataTree> candidates;
   for (const std::string& file : options.candidates) {
-    const DataTree candidate = DataTree::FromFile(model, file);
-    const Outcome outcome =
-        commit::RunCommit(running, candidate, {locations.plugin, options.all});
-    PrintReport(file, outcome, options);
+    candidates.push_back(DataTree::FromFile(model, file));
+  }
+
+  ExitStatus worst = kAccepted;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    const Outcome outcome = commit::RunCommit(running, candidates[i],
+                                              {locations.plugin, options.all});
+    PrintReport(options.candidates[i], outcome, options);
     worst = std::max(worst, StatusOf(outcome.verdict));
   }
   return worst;

@@ -37,7 +37,6 @@ int Run(int argc, char** argv) {
   CheckOptions options;
   CLI::App app("Judges IP configurations as a router would before a commit.",
                "ipav");
-  app.require_subcommand(1);
   app.footer(kExamples);
   app.set_version_flag("--version", IPAV_VERSION);
 
@@ -64,8 +63,9 @@ int Run(int argc, char** argv) {
   } catch (const CLI::Success& success) {
     return app.exit(success);  // --help and --version
   }
-  return check->parsed() ? ipav::cli::Check(locations, options)
-                         : ipav::cli::ListPoints(locations);
+  if (check->parsed()) return ipav::cli::Check(locations, options);
+  if (points->parsed()) return ipav::cli::ListPoints(locations);
+  throw CLI::RequiredError("A subcommand");
 }
 
 }  // namespace

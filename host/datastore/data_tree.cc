@@ -1,6 +1,7 @@
 #include "datastore/data_tree.h"
 
 #include <arpa/inet.h>
+#include <iconv.h>
 
 #include <algorithm>
 #include <cctype>
@@ -11,6 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 #include <unordered_set>
+#include <vector>
 
 #include "datastore/libyang_error.h"
 
@@ -74,6 +76,30 @@ void RefuseNul(const std::string& text, const std::string& path) {
   const std::size_t nul = text.find('\0');
   if (nul == std::string::npos) return;
   throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
+}
+
+// Where the text is no UTF-8 (RFC 3629); its size when it is.
+std::size_t EndOfUtf8(const std::string& text) {
+  const iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
+  std::vector<char> scratch(65536);
+  char* in = const_cast<char*>(text.data());  // not written to
+  std::size_t in_left = text.size();
+  bool more = true;
+  while (more && in_left > 0) {
+    char* out = scratch.data();
+    std::size_t out_left = scratch.size();
+    const std::size_t result =
+        iconv(conversion, &in, &in_left, &out, &out_left);
+    more = result != static_cast<std::size_t>(-1) || errno == E2BIG;
+  }
+  iconv_close(conversion);
+  return text.size() - in_left;
+}
+
+void RefuseOtherEncodings(const std::string& text, const std::string& path) {
+  const std::size_t end = EndOfUtf8(text);
+  if (end == text.size()) return;
+  throw InputError(path, LinesBefore(text, end) + 1, "is not UTF-8");
 }
 
 // libyang takes JSON that ends too early, and ignores what follows its end.
@@ -175,6 +201,7 @@ DataTree DataTree::FromFile(const Model& model, const std::string& path) {
   const std::size_t start = StartOf(text, path);
   const LYD_FORMAT format = FormatOf(text, start, path);
   RefuseNul(text, path);
+  RefuseOtherEncodings(text, path);
   if (format == LYD_JSON) RefuseBadJson(text, path);
 
   DataTree result(model);

@@ -18,7 +18,7 @@ enum cdb_db_type {
 };
 
 /* Reads a signed 32-bit leaf through the socket of an open CDB session. */
-int cdb_get_int32(int sock, int32_t *rval, const char *fmt, ...);
+int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...);
 
 #ifdef __cplusplus
 }

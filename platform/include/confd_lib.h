@@ -39,7 +39,7 @@ extern "C" {
 #define CONFD_ERR_NOT_IMPLEMENTED 51
 #define CONFD_ERR_NOTRANS 61
 extern int confd_errno;
-char *confd_lasterr(void);
+char* confd_lasterr(void);
 
 /* Type of a value. The numbers are the daemon's; gaps are types that no
  * interface of this system carries. */
@@ -59,8 +59,8 @@ enum confd_vtype {
   C_IPV4 = 15,
   C_IPV6 = 16,
   C_BOOL = 17,
-  C_ENUM_VALUE = 28, /* the number of the label in the model */
-  C_BINARY = 39,     /* octets, may contain NUL */
+  C_ENUM_VALUE = 28,    /* the number of the label in the model */
+  C_BINARY = 39,        /* octets, may contain NUL */
   C_IPV4_AND_PLEN = 48, /* address with prefix length, host bits kept */
   C_IPV6_AND_PLEN = 49
 };
@@ -72,7 +72,7 @@ struct xml_tag {
 
 typedef struct confd_buf {
   unsigned int size; /* octets, without the terminating NUL */
-  unsigned char *ptr;
+  unsigned char* ptr;
 } confd_buf_t;
 
 struct confd_ipv4_prefix {
@@ -90,7 +90,7 @@ typedef struct confd_value {
   union {
     struct xml_tag xmltag;
     confd_buf_t buf; /* C_BUF and C_BINARY */
-    char *s;
+    char* s;
     int8_t i8;
     int16_t i16;
     int32_t i32;
@@ -136,29 +136,29 @@ typedef struct confd_hkeypath {
  * valid for the length of the callback. */
 struct confd_trans_ctx {
   int thandle;            /* handle of the transaction, for every MAAPI read */
-  void *t_opaque;         /* the application's, for transaction callbacks */
-  void *v_opaque;         /* the application's, for the validation phase */
-  void *cb_opaque;        /* given when data callbacks were registered */
-  void *vcb_opaque;       /* given when the validation point was registered */
-  char *callpoint_opaque; /* tailf:opaque of a callpoint, or null */
-  char *validate_opaque;  /* tailf:opaque of the validation point, or null */
+  void* t_opaque;         /* the application's, for transaction callbacks */
+  void* v_opaque;         /* the application's, for the validation phase */
+  void* cb_opaque;        /* given when data callbacks were registered */
+  void* vcb_opaque;       /* given when the validation point was registered */
+  char* callpoint_opaque; /* tailf:opaque of a callpoint, or null */
+  char* validate_opaque;  /* tailf:opaque of the validation point, or null */
 };
 
 /* Sets the text with which the operator's commit is refused, printf style.
  * The callback must still return CONFD_ERR. A second call replaces the text. */
-void confd_trans_seterr(struct confd_trans_ctx *tctx, const char *fmt, ...)
+void confd_trans_seterr(struct confd_trans_ctx* tctx, const char* fmt, ...)
     __attribute__((format(printf, 2, 3)));
 
 /* Prints a value as text. Writes at most `bufsiz` bytes with the NUL; returns
  * the length of the whole text, so a result >= bufsiz means truncated. Knows
  * the value's type only: an enumeration prints as enum<N>, octets as bare
  * lower-case hexadecimal digits, a node by its name or as tag<N>. */
-int confd_pp_value(char *buf, int bufsiz, const confd_value_t *v);
+int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v);
 
 /* Frees what a value read by maapi_get_elem() holds, never the struct itself;
  * nothing to do for types of fixed size. Not for the arguments of a callback
  * nor for the keys of a cursor. */
-void confd_free_value(confd_value_t *v);
+void confd_free_value(confd_value_t* v);
 
 #ifdef __cplusplus
 }

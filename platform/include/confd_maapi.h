@@ -29,33 +29,33 @@ extern "C" {
 
 /* 1 when the node exists, 0 when not, else an error, which is not zero either.
  * A list without keys exists when it has an entry (open in the daemon). */
-int maapi_exists(int sock, int thandle, const char *fmt, ...);
+int maapi_exists(int sock, int thandle, const char* fmt, ...);
 
 /* Number of entries of the list (path without keys), or CONFD_ERR. */
-int maapi_num_instances(int sock, int thandle, const char *fmt, ...);
+int maapi_num_instances(int sock, int thandle, const char* fmt, ...);
 
 /* Reads any leaf. The caller frees the value with confd_free_value(). */
-int maapi_get_elem(int sock, int thandle, confd_value_t *v, const char *fmt,
+int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
                    ...);
 
 /* Copies a text of at most n - 1 bytes and a NUL; a longer one is an error
  * (CONFD_ERR_PROTOUSAGE). */
-int maapi_get_str_elem(int sock, int thandle, char *buf, int n,
-                       const char *fmt, ...);
-int maapi_get_int32_elem(int sock, int thandle, int32_t *rval, const char *fmt,
+int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
+                       ...);
+int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
                          ...);
-int maapi_get_u_int8_elem(int sock, int thandle, uint8_t *rval,
-                          const char *fmt, ...);
-int maapi_get_u_int16_elem(int sock, int thandle, uint16_t *rval,
-                           const char *fmt, ...);
-int maapi_get_u_int32_elem(int sock, int thandle, uint32_t *rval,
-                           const char *fmt, ...);
+int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
+                          ...);
+int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
+                           const char* fmt, ...);
+int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
+                           const char* fmt, ...);
 int maapi_get_ipv4_and_plen_elem(int sock, int thandle,
-                                 struct confd_ipv4_prefix *rval,
-                                 const char *fmt, ...);
+                                 struct confd_ipv4_prefix* rval,
+                                 const char* fmt, ...);
 int maapi_get_ipv6_and_plen_elem(int sock, int thandle,
-                                 struct confd_ipv6_prefix *rval,
-                                 const char *fmt, ...);
+                                 struct confd_ipv6_prefix* rval,
+                                 const char* fmt, ...);
 
 /* Walks the entries of a list. After maapi_get_next() `n` is the number of
  * keys of the current entry, 0 behind the last one; the keys belong to the
@@ -63,19 +63,19 @@ int maapi_get_ipv6_and_plen_elem(int sock, int thandle,
 struct maapi_cursor {
   confd_value_t keys[MAXKEYLEN];
   int n;
-  void *impl; /* the library's own */
+  void* impl; /* the library's own */
 };
 
-int maapi_init_cursor(int sock, int thandle, struct maapi_cursor *mc,
-                      const char *fmt, ...);
-int maapi_get_next(struct maapi_cursor *mc);
-void maapi_destroy_cursor(struct maapi_cursor *mc);
+int maapi_init_cursor(int sock, int thandle, struct maapi_cursor* mc,
+                      const char* fmt, ...);
+int maapi_get_next(struct maapi_cursor* mc);
+void maapi_destroy_cursor(struct maapi_cursor* mc);
 
 /* Evaluates an XPath 1.0 expression with the node at `fmtpath` as context and
  * sets *res to its string value ("" for an empty node set). The caller frees
  * it with free(3); null after a failure. `trace` may be null. */
-int maapi_xpath_eval_expr(int sock, int thandle, const char *expr, char **res,
-                          void (*trace)(char *), const char *fmtpath, ...);
+int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
+                          void (*trace)(char*), const char* fmtpath, ...);
 
 /* What happened to a node in the transaction. */
 enum confd_iter_op {
@@ -99,13 +99,14 @@ enum confd_iter_ret {
 /* Calls `iter` for each change of the transaction at or below the path, parents
  * before children; plain containers get no call. The key path is the full one
  * of the changed node; `oldv` is always null, `newv` is the value of a
- * MOP_VALUE_SET, null for a creation, deletion or modification. Path and values are borrowed for the length of the callback. */
+ * MOP_VALUE_SET, null for a creation, deletion or modification. Path and values
+ * are borrowed for the length of the callback. */
 int maapi_keypath_diff_iterate(
     int sock, int thandle,
-    enum confd_iter_ret (*iter)(confd_hkeypath_t *kp, enum confd_iter_op op,
-                                confd_value_t *oldv, confd_value_t *newv,
-                                void *state),
-    int flags, void *initstate, const char *fmtpath, ...);
+    enum confd_iter_ret (*iter)(confd_hkeypath_t* kp, enum confd_iter_op op,
+                                confd_value_t* oldv, confd_value_t* newv,
+                                void* state),
+    int flags, void* initstate, const char* fmtpath, ...);
 
 #ifdef __cplusplus
 }

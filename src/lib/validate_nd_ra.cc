@@ -18,7 +18,7 @@ namespace ip_application::config_valid {
 
 namespace {
 
-// What the rules know once the maximum interval is read.
+// The timers of one call. The maximum interval is set before a rule judges.
 struct RaTimers {
   int sock;
   confd_trans_ctx* tctx;

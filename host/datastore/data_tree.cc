@@ -80,7 +80,7 @@ void RefuseNul(const std::string& text, const std::string& path) {
 
 // Where the text is no UTF-8 (RFC 3629); its size when it is.
 std::size_t EndOfUtf8(const std::string& text) {
-  const iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
+  iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
   std::vector<char> scratch(65536);
   char* in = const_cast<char*>(text.data());  // not written to
   std::size_t in_left = text.size();

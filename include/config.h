@@ -9,9 +9,14 @@
 #define IPAV_CONFIG_H_
 
 #include <confd_lib.h>
+#include <ids/limid.h>
+#include <nettypes/ipv4.h>
+#include <nettypes/ipv6.h>
 
 #include <cstdint>
+#include <list>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace ip_application::config_valid {
@@ -50,7 +55,64 @@ class GenericConfig {
   bool ipv4_read() const { return ipv4_read_; }
   bool ipv6_read() const { return ipv6_read_; }
 
+ protected:
+  // Reads of the transaction by path. An element that is missing or cannot be
+  // read is the default named here; an element of another type than the model
+  // promises stops the process.
+
+  // Default: 0.0.0.0/0, ::/0.
+  nettypes::IPv4AddrMask get_ipv4_addr_mask(const std::string& path) const;
+  nettypes::IPv6AddrMask get_ipv6_addr_mask(const std::string& path) const;
+
+  // Identifier of the l3 interface on the VLAN at the path. Default: 0.
+  limid_t get_intf_lim_id(const std::string& path) const;
+
+  // "global" where there is none, empty where it cannot be read.
+  std::string get_vrf_name(const std::string& path) const;
+
+  // First key, or the first `key_count` keys, of each entry of a list in the
+  // order of the database, printed as text of at most 255 bytes.
+  std::list<std::string> get_key_list(const std::string& path) const;
+  std::list<std::vector<std::string>> get_key_list(
+      const std::string& path, unsigned int key_count) const;
+
+  // The leaf "ip" of each entry of a list. An entry without one is reported to
+  // the host's fault service and left out.
+  std::list<nettypes::IPv4AddrMask> get_intf_ipv4_addr_mask_list(
+      const std::string& path) const;
+  std::list<nettypes::IPv6AddrMask> get_intf_ipv6_addr_mask_list(
+      const std::string& path) const;
+
+  // Conversions of values already read. A value of another type than C_BINARY
+  // (octets in network order; missing ones are zero) or C_INT32 (a prefix
+  // length) gives the default address.
+  nettypes::IPv4Addr get_ipv4_addr(const confd_value_t& value) const;
+  nettypes::IPv6Addr get_ipv6_addr(const confd_value_t& value) const;
+  nettypes::IPv4AddrMask get_ipv4_addr_mask(const confd_value_t& addr,
+                                            const confd_value_t& prefix) const;
+  nettypes::IPv6AddrMask get_ipv6_addr_mask(const confd_value_t& addr,
+                                            const confd_value_t& prefix) const;
+
+  // Name of the VRF of a C_UINT32 identifier; "global" for any other value and
+  // for an identifier without a name.
+  std::string get_vrf_name_from_id(const confd_value_t& value) const;
+
+  // "0a:ff" for the octets 0x0a 0xff of a C_BINARY; empty for another type. Of
+  // no octets at all it is the terminating NUL's "00".
+  std::string get_hex_from_bin(const confd_value_t& value) const;
+
+  // Tells the host's fault service of an address that is missing where one must
+  // be.
+  struct FaultSite;
+  static void ReportUnspecified(const FaultSite& site, const std::string& key);
+
  private:
+  template <typename Mask>
+  std::list<Mask> ReadMaskList(const std::string& path,
+                               Mask (GenericConfig::*read)(const std::string&)
+                                   const,
+                               const FaultSite& site) const;
+
   virtual void ReadConfig(ConfigAddrFamily family) = 0;
 
   int sock_ = -1;
@@ -59,15 +121,55 @@ class GenericConfig {
   bool ipv6_read_ = false;
 };
 
-// Reader of the interfaces of one kind.
+// One interface, as its reader found it.
+struct Interface {
+  std::string name;  // kind word, blank, list key: "l3 core1"
+  std::list<nettypes::IPv4AddrMask> ipv4;  // of an l3 the primary one first
+  std::list<nettypes::IPv6AddrMask> ipv6;
+  std::string vrf_name;
+  limid_t lim_id = 0;  // 0: no lower-layer VLAN
+};
+
+// Reader of the interfaces of one kind. Each family's read gives one record per
+// interface; the second one is merged into the first by name.
 class InterfaceConfig : public GenericConfig {
  public:
   InterfaceType type() const { return type_; }
 
+  // In the order in which the names were first met.
+  const std::vector<Interface>& interfaces() const { return interfaces_; }
+
+  // Appends a record, or gives the addresses of one family to the record of
+  // that name if it has none of that family yet; at most one family a call,
+  // IPv4 before IPv6. Nothing else of a record ever changes.
+  void MergeConfigAndInsert(const Interface& interface);
+
  protected:
+  // Where the interfaces of a kind lie and what they have.
+  struct Layout {
+    const char* path;       // of the list
+    const char* kind_word;  // with its blank
+    void (InterfaceConfig::*read_ipv4)(const std::string& entry,
+                                       const std::string& key,
+                                       Interface* interface) const;
+    bool has_vlan;
+  };
+
   explicit InterfaceConfig(InterfaceType type) : type_(type) {}
 
+  void ReadInterfaces(ConfigAddrFamily family, const Layout& layout);
+
+  // The IPv4 addresses below an entry of the list, by the layout of a kind.
+  void ReadPrimaryAndSecondaries(const std::string& entry,
+                                 const std::string& key,
+                                 Interface* interface) const;
+  void ReadOnlyAddress(const std::string& entry, const std::string& key,
+                       Interface* interface) const;
+  void ReadAddressList(const std::string& entry, const std::string& key,
+                       Interface* interface) const;
+
  private:
+  std::vector<Interface> interfaces_;
   InterfaceType type_;
 };
 
@@ -118,6 +220,10 @@ class Config {
   // The reader of that kind, owned by the snapshot; null for none.
   InterfaceConfig* intf_by_type(InterfaceType type) const;
 
+  // In search order: mgmt, l3, loopback.
+  const std::vector<InterfaceConfig*>& interface_configs() const {
+    return interface_configs_;
+  }
   Ospfv2Config& ospfv2_config() { return ospfv2_; }
   const StaticRouteConfig& static_route_config() const {
     return *static_route_;

@@ -1,20 +1,125 @@
 #include "config.h"
 
+#include <confd_maapi.h>
+#include <hostmw/fault.h>
+#include <ids/vrf_id.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
 #include "internal/assertion.h"
 #include "internal/ipapp_tags.h"
+#include "internal/maapi_owners.h"
 #include "static_route_config.h"
 
 namespace ip_application::config_valid {
 
 namespace {
 
+using internal::ElemValue;
+using internal::MaapiCursor;
+using internal::RequireType;
+
+constexpr char kGlobalVrf[] = "global";
+constexpr char kVrfConfigPath[] =
+    "/vorplex-internal:internal/vorplex-internal:vrf-config";
+
+// The source file that assertions and faults name.
+constexpr char kSource[] = "src/lib/config.cc";
+
+constexpr internal::AssertionSite kIpv4PrefixIsInt32 = {
+    "(&prefix)->type == C_INT32", kSource, 225,
+    "nettypes::IPv4AddrMask ip_application::config_valid::GenericConfig::"
+    "get_ipv4_addr_mask(const confd_value_t&, const confd_value_t&) const"};
+constexpr internal::AssertionSite kIpv6PrefixIsInt32 = {
+    "(&prefix)->type == C_INT32", kSource, 243,
+    "nettypes::IPv6AddrMask ip_application::config_valid::GenericConfig::"
+    "get_ipv6_addr_mask(const confd_value_t&, const confd_value_t&) const"};
+constexpr internal::AssertionSite kVlanIsInt32 = {
+    "(&confd_if_index)->type == C_INT32", kSource, 264,
+    "limid_t ip_application::config_valid::GenericConfig::"
+    "get_intf_lim_id(const string&) const"};
+constexpr internal::AssertionSite kVrfNameIsText = {
+    "(&l3_vrf_name)->type == C_BUF", kSource, 282,
+    "std::__cxx11::string ip_application::config_valid::GenericConfig::"
+    "get_vrf_name(const string&) const"};
+constexpr internal::AssertionSite kVrfOfIdIsText = {
+    "(&vrf)->type == C_BUF", kSource, 303,
+    "std::__cxx11::string ip_application::config_valid::GenericConfig::"
+    "get_vrf_name_from_id(const confd_value_t&) const"};
 constexpr internal::AssertionSite kPathEndsInNode = {
-    "(&keypath->v[0][0])->type == C_XMLTAG", "src/lib/config.cc", 659,
+    "(&keypath->v[0][0])->type == C_XMLTAG", kSource, 659,
     "static ip_application::config_valid::InterfaceType "
     "ip_application::config_valid::Config::intf_type_from_confd_path("
     "confd_hkeypath_t*)"};
 
+// What the two families differ in where they are read alike.
+struct Ipv4Reads {
+  using Prefix = confd_ipv4_prefix;
+  static constexpr auto kGet = maapi_get_ipv4_and_plen_elem;
+  static const auto& AddressOf(const Prefix& prefix) {
+    return prefix.ip.s_addr;
+  }
+};
+struct Ipv6Reads {
+  using Prefix = confd_ipv6_prefix;
+  static constexpr auto kGet = maapi_get_ipv6_and_plen_elem;
+  static const auto& AddressOf(const Prefix& prefix) { return prefix.ip6; }
+};
+
+// Reads an address-with-prefix-length leaf; unspecified where there is none.
+template <typename Reads, typename Mask>
+Mask ReadMask(int sock, int thandle, const std::string& path) {
+  Mask mask;
+  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return mask;
+
+  typename Reads::Prefix prefix{};
+  if (Reads::kGet(sock, thandle, &prefix, "%s", path.c_str()) == CONFD_OK) {
+    mask.set_addr(Reads::AddressOf(prefix));
+    mask.set_prefix_len(prefix.len);
+  }
+  return mask;
+}
+
+std::string EntryPath(const std::string& list, const std::string& key) {
+  return list + "{" + key + "}";
+}
+
+std::string PrintKey(const confd_value_t& key) {
+  char text[256] = "";
+  static_cast<void>(confd_pp_value(text, sizeof(text), &key));
+  return text;
+}
+
+// The octets of a C_BINARY in their order, cut or filled with zeros.
+template <typename Address>
+Address OctetsOf(const confd_value_t& value) {
+  Address address{};
+  const unsigned char* octets = CONFD_GET_BINARY_PTR(&value);
+  const std::size_t size = CONFD_GET_BINARY_SIZE(&value);
+  std::copy_n(octets, std::min(size, sizeof(address)),
+              reinterpret_cast<unsigned char*>(&address));
+  return address;
+}
+
 }  // namespace
+
+// Where the host's fault log knows a report to come from.
+struct GenericConfig::FaultSite {
+  const char* family;
+  const char* function;
+  int line;
+};
+
+void GenericConfig::ReportUnspecified(const FaultSite& site,
+                                      const std::string& key) {
+  char message[350];
+  static_cast<void>(std::snprintf(message, sizeof(message),
+                                  "Unspecified %s address for key '%s'",
+                                  site.family, key.c_str()));
+  hostmw_gen_fault(0, site.function, kSource, site.line, message);
+}
 
 void GenericConfig::ReadConfigIfNeeded(ConfigAddrFamily family) {
   const bool is_ipv4 = family == ConfigAddrFamily::kIpv4;
@@ -27,6 +132,257 @@ void GenericConfig::ReadConfigIfNeeded(ConfigAddrFamily family) {
   ReadConfig(family);
   read = true;  // only now: a read that throws is repeated
 }
+
+nettypes::IPv4AddrMask GenericConfig::get_ipv4_addr_mask(
+    const std::string& path) const {
+  return ReadMask<Ipv4Reads, nettypes::IPv4AddrMask>(sock_, trans_->thandle,
+                                                     path);
+}
+
+nettypes::IPv6AddrMask GenericConfig::get_ipv6_addr_mask(
+    const std::string& path) const {
+  return ReadMask<Ipv6Reads, nettypes::IPv6AddrMask>(sock_, trans_->thandle,
+                                                     path);
+}
+
+limid_t GenericConfig::get_intf_lim_id(const std::string& path) const {
+  if (maapi_exists(sock_, trans_->thandle, "%s", path.c_str()) != 1) return 0;
+
+  ElemValue vlan;
+  if (maapi_get_elem(sock_, trans_->thandle, vlan.get(), "%s", path.c_str()) !=
+      CONFD_OK) {
+    return 0;
+  }
+  RequireType(*vlan, C_INT32, kVlanIsInt32);
+  limid_t id = 0;
+  // An identifier that the service does not give stays 0: no interface.
+  static_cast<void>(
+      limid_l3_vlan_from_components(&id, CONFD_GET_INT32(&*vlan)));
+  return id;
+}
+
+std::string GenericConfig::get_vrf_name(const std::string& path) const {
+  if (maapi_exists(sock_, trans_->thandle, "%s", path.c_str()) != 1) {
+    return kGlobalVrf;
+  }
+
+  ElemValue name;
+  if (maapi_get_elem(sock_, trans_->thandle, name.get(), "%s", path.c_str()) !=
+      CONFD_OK) {
+    return "";  // not "global": the interface has a VRF
+  }
+  RequireType(*name, C_BUF, kVrfNameIsText);
+  return internal::TextOf(*name);
+}
+
+std::list<std::string> GenericConfig::get_key_list(
+    const std::string& path) const {
+  std::list<std::string> keys;
+  if (maapi_exists(sock_, trans_->thandle, "%s", path.c_str()) != 1) {
+    return keys;
+  }
+
+  MaapiCursor cursor(sock_, trans_->thandle, path);
+  for (const maapi_cursor& row : cursor) {
+    keys.push_back(PrintKey(row.keys[0]));
+  }
+  return keys;
+}
+
+std::list<std::vector<std::string>> GenericConfig::get_key_list(
+    const std::string& path, unsigned int key_count) const {
+  std::list<std::vector<std::string>> rows;
+  if (maapi_exists(sock_, trans_->thandle, "%s", path.c_str()) != 1) {
+    return rows;
+  }
+
+  MaapiCursor cursor(sock_, trans_->thandle, path);
+  for (const maapi_cursor& row : cursor) {
+    std::vector<std::string>& keys = rows.emplace_back();
+    for (unsigned int i = 0; i < key_count; ++i) {
+      keys.push_back(PrintKey(row.keys[i]));
+    }
+  }
+  return rows;
+}
+
+std::list<nettypes::IPv4AddrMask> GenericConfig::get_intf_ipv4_addr_mask_list(
+    const std::string& path) const {
+  return ReadMaskList<nettypes::IPv4AddrMask>(
+      path, &GenericConfig::get_ipv4_addr_mask,
+      {"IPv4", "get_intf_ipv4_addr_mask_list", 133});
+}
+
+std::list<nettypes::IPv6AddrMask> GenericConfig::get_intf_ipv6_addr_mask_list(
+    const std::string& path) const {
+  return ReadMaskList<nettypes::IPv6AddrMask>(
+      path, &GenericConfig::get_ipv6_addr_mask,
+      {"IPv6", "get_intf_ipv6_addr_mask_list", 208});
+}
+
+template <typename Mask>
+std::list<Mask> GenericConfig::ReadMaskList(
+    const std::string& path,
+    Mask (GenericConfig::*read)(const std::string&) const,
+    const FaultSite& site) const {
+  std::list<Mask> masks;
+  for (const std::string& key : get_key_list(path)) {
+    const Mask mask = (this->*read)(EntryPath(path, key) + "/ip");
+    if (mask.IsUnspecified()) {
+      ReportUnspecified(site, key);
+    } else {
+      masks.push_back(mask);
+    }
+  }
+  return masks;
+}
+
+nettypes::IPv4Addr GenericConfig::get_ipv4_addr(
+    const confd_value_t& value) const {
+  nettypes::IPv4Addr address;
+  if (value.type == C_BINARY) {
+    address.set_addr(OctetsOf<in_addr_t>(value));
+  }
+  return address;
+}
+
+nettypes::IPv6Addr GenericConfig::get_ipv6_addr(
+    const confd_value_t& value) const {
+  nettypes::IPv6Addr address;
+  if (value.type == C_BINARY) address.set_addr(OctetsOf<in6_addr>(value));
+  return address;
+}
+
+nettypes::IPv4AddrMask GenericConfig::get_ipv4_addr_mask(
+    const confd_value_t& addr, const confd_value_t& prefix) const {
+  if (addr.type != C_BINARY || prefix.type != C_INT32) return {};
+  RequireType(prefix, C_INT32, kIpv4PrefixIsInt32);
+  return {get_ipv4_addr(addr).to_uint32(), CONFD_GET_INT32(&prefix)};
+}
+
+nettypes::IPv6AddrMask GenericConfig::get_ipv6_addr_mask(
+    const confd_value_t& addr, const confd_value_t& prefix) const {
+  if (addr.type != C_BINARY || prefix.type != C_INT32) return {};
+  RequireType(prefix, C_INT32, kIpv6PrefixIsInt32);
+  return {get_ipv6_addr(addr).addr(), CONFD_GET_INT32(&prefix)};
+}
+
+std::string GenericConfig::get_vrf_name_from_id(
+    const confd_value_t& value) const {
+  if (value.type != C_UINT32) return kGlobalVrf;
+
+  const std::uint32_t index = IdVrfFromComponent(CONFD_GET_UINT32(&value));
+  const std::string path = std::string(kVrfConfigPath) + "/indexTOstring{" +
+                           std::to_string(index) + "}/vname";
+  // The path holds no conversion: it is the format itself.
+  if (maapi_exists(sock_, trans_->thandle, path.c_str()) != 1) {
+    return kGlobalVrf;
+  }
+  ElemValue name;
+  if (maapi_get_elem(sock_, trans_->thandle, name.get(), path.c_str()) !=
+      CONFD_OK) {
+    return kGlobalVrf;
+  }
+  RequireType(*name, C_BUF, kVrfOfIdIsText);
+  return internal::TextOf(*name);
+}
+
+std::string GenericConfig::get_hex_from_bin(const confd_value_t& value) const {
+  if (value.type != C_BINARY) return "";
+
+  constexpr char kDigits[] = "0123456789abcdef";
+  const unsigned char* octets = CONFD_GET_BINARY_PTR(&value);
+  const unsigned int size = CONFD_GET_BINARY_SIZE(&value);
+  std::string text;
+  // The first octet whatever the size: the daemon ends every value with a NUL.
+  for (unsigned int i = 0; i == 0 || i < size; ++i) {
+    if (i > 0) text += ':';
+    text += kDigits[octets[i] >> 4];
+    text += kDigits[octets[i] & 0x0f];
+  }
+  return text;
+}
+
+void InterfaceConfig::MergeConfigAndInsert(const Interface& interface) {
+  const auto found = std::find_if(
+      interfaces_.begin(), interfaces_.end(),
+      [&](const Interface& known) { return known.name == interface.name; });
+  if (found == interfaces_.end()) {
+    interfaces_.push_back(interface);
+  } else if (found->ipv4.empty() && !interface.ipv4.empty()) {
+    found->ipv4 = interface.ipv4;  // and no look at the IPv6 addresses
+  } else if (found->ipv6.empty() && !interface.ipv6.empty()) {
+    found->ipv6 = interface.ipv6;
+  }
+}
+
+void InterfaceConfig::ReadInterfaces(ConfigAddrFamily family,
+                                     const Layout& layout) {
+  const std::string path = layout.path;
+  for (const std::string& key : get_key_list(path)) {
+    const std::string entry = EntryPath(path, key);
+    Interface interface;
+    if (family == ConfigAddrFamily::kIpv4) {
+      (this->*layout.read_ipv4)(entry, key, &interface);
+    } else if (family == ConfigAddrFamily::kIpv6) {
+      interface.ipv6 = get_intf_ipv6_addr_mask_list(entry + "/ipv6/address");
+    }
+    if (layout.has_vlan) {
+      interface.lim_id = get_intf_lim_id(entry + "/lower-layer-if/vlan");
+    }
+    interface.vrf_name = get_vrf_name(entry + "/vrf");
+    interface.name = layout.kind_word + key;
+    MergeConfigAndInsert(interface);
+  }
+}
+
+// An l3 interface without a primary address is common, and no fault.
+void InterfaceConfig::ReadPrimaryAndSecondaries(const std::string& entry,
+                                                const std::string& /*key*/,
+                                                Interface* interface) const {
+  const nettypes::IPv4AddrMask primary =
+      get_ipv4_addr_mask(entry + "/ipv4/address/ip");
+  if (!primary.IsUnspecified()) interface->ipv4.push_back(primary);
+  interface->ipv4.splice(
+      interface->ipv4.end(),
+      get_intf_ipv4_addr_mask_list(entry + "/ipv4/address/secondary"));
+}
+
+void InterfaceConfig::ReadOnlyAddress(const std::string& entry,
+                                      const std::string& key,
+                                      Interface* interface) const {
+  const nettypes::IPv4AddrMask address =
+      get_ipv4_addr_mask(entry + "/ipv4/address/ip");
+  if (address.IsUnspecified()) {
+    ReportUnspecified({"IPv4", "ReadConfig", 475}, key);
+  } else {
+    interface->ipv4.push_back(address);
+  }
+}
+
+void InterfaceConfig::ReadAddressList(const std::string& entry,
+                                      const std::string& /*key*/,
+                                      Interface* interface) const {
+  interface->ipv4 = get_intf_ipv4_addr_mask_list(entry + "/ipv4/address");
+}
+
+void L3Config::ReadConfig(ConfigAddrFamily family) {
+  ReadInterfaces(family, {"/config/interface/ipapp:l3", "l3 ",
+                          &L3Config::ReadPrimaryAndSecondaries, true});
+}
+
+void LoConfig::ReadConfig(ConfigAddrFamily family) {
+  ReadInterfaces(family, {"/config/interface/ipapp:loopback", "loopback ",
+                          &LoConfig::ReadAddressList, false});
+}
+
+void MgmtConfig::ReadConfig(ConfigAddrFamily family) {
+  ReadInterfaces(family, {"/config/interface/ipapp:mgmt", "mgmt ",
+                          &MgmtConfig::ReadOnlyAddress, false});
+}
+
+// No validation point asks for OSPFv2 assignments yet, so this reads nothing.
+void Ospfv2Config::ReadConfig(ConfigAddrFamily /*family*/) {}
 
 Config::Config()
     : static_route_(std::make_unique<StaticRouteConfig>()),
@@ -77,16 +433,5 @@ InterfaceType Config::intf_type_from_confd_path(confd_hkeypath_t* keypath) {
       return InterfaceType::kNone;
   }
 }
-
-// No validation point asks for interfaces or OSPFv2 assignments yet, so these
-// read nothing.
-
-void L3Config::ReadConfig(ConfigAddrFamily /*family*/) {}
-
-void LoConfig::ReadConfig(ConfigAddrFamily /*family*/) {}
-
-void MgmtConfig::ReadConfig(ConfigAddrFamily /*family*/) {}
-
-void Ospfv2Config::ReadConfig(ConfigAddrFamily /*family*/) {}
 
 }  // namespace ip_application::config_valid

@@ -1,0 +1,93 @@
+// The rules: cross-configuration checks over a snapshot.
+#ifndef IPAV_VALIDATE_CONFIG_H_
+#define IPAV_VALIDATE_CONFIG_H_
+
+#include <string>
+#include <vector>
+
+#include "config.h"
+#include "static_route_config.h"
+
+namespace ip_application::config_valid {
+
+// Made for one validation. The snapshot is never changed. A rule returns 0 when
+// it holds and -1 when it is violated; a predicate returns a truth value. The
+// first violation, in the order of the records, writes the operator's text and
+// ends the rule; a rule that holds leaves the text alone.
+class ValidateConfig {
+ public:
+  // Text of the last violation found; empty before.
+  const std::string& error_text() const { return error_text_; }
+
+  // The addresses of the interfaces of one kind, against each other, against
+  // those of every other kind and against the next hops of static routes. The
+  // readers must have read that family.
+  int ValidateInterfaceIPv4(const Config& config, InterfaceType type);
+  int ValidateInterfaceIPv6(const Config& config, InterfaceType type);
+
+  // Whether every IPv4 address of the interface can be one of a host.
+  bool InterfaceIPv4IsValid(const Interface& interface);
+
+  // Whether the interface has one address twice, whatever the prefix lengths.
+  bool InterfaceHasDuplicateIpv4(const Interface& interface);
+  bool InterfaceHasDuplicateIpv6(const Interface& interface);
+
+  // Whether a prefix of the first interface overlaps with one of the second, in
+  // an address space that their VRFs share. The text names the first one first.
+  bool InterfaceIPv4Overlap(const Interface& first, const Interface& second);
+  bool InterfaceIPv6Overlap(const Interface& first, const Interface& second);
+
+  // The same for any interface of the changed kind and any of another kind.
+  bool InterfaceIPv4Overlap(const InterfaceConfig& changed,
+                            const std::vector<InterfaceConfig*>& all);
+  bool InterfaceIPv6Overlap(const InterfaceConfig& changed,
+                            const std::vector<InterfaceConfig*>& all);
+
+  // Number of l3 interfaces, and the syntax of their names.
+  int ValidateInterfaceL3(const Config& config);
+
+  // The three rules for static routes. All run; the last violation's text
+  // stays: a black hole's before the limit's before a next hop's.
+  int ValidateStaticRoute(const Config& config);
+
+  // No next hop is an address of an interface of its VRF. Once the IPv4 routes
+  // are read, only they are examined.
+  int ValidateStaticRouteNextHop(const Config& config);
+  // At most 1000 routes, where an IPv6 route counts twice.
+  int ValidateStaticRouteLimit(const Config& config);
+  // No prefix is a black hole and has a next hop. Once the IPv4 routes are
+  // read, only they are examined.
+  int ValidateRouteBlackHole(const Config& config);
+
+  // Whether an address of the interface is the next hop of a route of its VRF.
+  bool InterfaceIPv4MatchStaticRouteNextHop(const Interface& interface,
+                                            const StaticRouteConfig& routes);
+  bool InterfaceIPv6MatchStaticRouteNextHop(const Interface& interface,
+                                            const StaticRouteConfig& routes);
+
+  // No route leaves by an interface without a lower-layer interface, as
+  // loopback and management interfaces are, too.
+  int ValidateStaticRouteOutputIntf(const Config& config);
+
+ private:
+  template <typename Family>
+  int ValidateInterfaceAddresses(const Config& config, InterfaceType type);
+  template <typename Family>
+  bool HasDuplicate(const Interface& interface);
+  template <typename Family>
+  bool Overlap(const Interface& first, const Interface& second);
+  template <typename Family>
+  bool OverlapWithOtherKinds(const InterfaceConfig& changed,
+                             const std::vector<InterfaceConfig*>& all);
+  template <typename Family>
+  bool MatchesNextHop(const Interface& interface,
+                      const StaticRouteConfig& routes);
+
+  bool NameIsValid(const std::string& name);
+
+  std::string error_text_;
+};
+
+}  // namespace ip_application::config_valid
+
+#endif  // IPAV_VALIDATE_CONFIG_H_

@@ -1,4 +1,5 @@
-// The entry points that the host calls, exported under C names.
+// The entry points that the host calls, and the callbacks that judge the
+// snapshot; exported under C names.
 //
 // Nothing here is noexcept: what a reader throws reaches the host.
 #ifndef IPAV_VALIDATE_H_
@@ -8,6 +9,8 @@
 
 #include <cstddef>
 #include <cstdint>
+
+#include "config.h"
 
 // The library hides every symbol but these.
 #pragma GCC visibility push(default)
@@ -32,6 +35,25 @@ int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 // Destroys the snapshot in *context, if any; returns 0. Does not reset the
 // slot.
 int32_t lib_finish(void** context);
+
+// Callbacks. Each reads what it needs of the snapshot, if it was not read
+// before, runs one rule, and sets the rule's text on the transaction where it
+// is violated. `maapi_socket` and `newval` are not used: the snapshot is bound
+// already. Return 0 to accept, -1 to refuse.
+
+// Number and names of the l3 interfaces.
+int32_t validate_intf_l3_name(int32_t maapi_socket, confd_trans_ctx* tctx,
+                              confd_hkeypath_t* keypath, confd_value_t* newval,
+                              ip_application::config_valid::Config& config);
+
+// Addresses of the interfaces of the kind that the key path names, of one
+// family. Refuses a key path that names no kind.
+int32_t validate_ipv4_addr(int32_t maapi_socket, confd_trans_ctx* tctx,
+                           confd_hkeypath_t* keypath, confd_value_t* newval,
+                           ip_application::config_valid::Config& config);
+int32_t validate_ipv6_addr(int32_t maapi_socket, confd_trans_ctx* tctx,
+                           confd_hkeypath_t* keypath, confd_value_t* newval,
+                           ip_application::config_valid::Config& config);
 
 }  // extern "C"
 

@@ -4,12 +4,19 @@
 
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "config.h"
 #include "internal/report.h"
+#include "validate_config.h"
 #include "validate_nd_ra.h"
 
 using ip_application::config_valid::Config;
+using ip_application::config_valid::ConfigAddrFamily;
+using ip_application::config_valid::InterfaceType;
+using ip_application::config_valid::ValidateConfig;
+using ip_application::config_valid::internal::kAccept;
+using ip_application::config_valid::internal::kInvalidInterface;
 using ip_application::config_valid::internal::kReject;
 
 namespace {
@@ -27,6 +34,9 @@ struct ValidationPoint {
 
 // In search order.
 constexpr ValidationPoint kValidationPoints[] = {
+    {validate_intf_l3_name, "intf_l3_name_validation"},
+    {validate_ipv4_addr, "ipv4_addr_validation"},
+    {validate_ipv6_addr, "ipv6_addr_validation"},
     {validate_ipv6_nd_ra_interval, "validate_ipv6_nd_ra_interval"},
     {validate_ipv6_nd_ra_lifetime, "validate_ipv6_nd_ra_lifetime"},
 };
@@ -41,6 +51,42 @@ const ValidationPoint* FindValidationPoint(const char* opaque) {
     }
   }
   return nullptr;
+}
+
+void ReadInterfaces(Config& config, ConfigAddrFamily family,
+                    std::initializer_list<InterfaceType> kinds) {
+  for (const InterfaceType kind : kinds) {
+    config.intf_by_type(kind)->ReadConfigIfNeeded(family);
+  }
+}
+
+// Turns a rule's result into the answer. The text goes through "%s": it may
+// hold a "%" that somebody typed.
+int32_t Report(confd_trans_ctx* tctx, int result, const ValidateConfig& rules) {
+  if (result == 0) return kAccept;
+  confd_trans_seterr(tctx, "%s", rules.error_text().c_str());
+  return kReject;
+}
+
+// Judges the addresses of one family.
+int32_t ValidateAddresses(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+                          Config& config, ConfigAddrFamily family,
+                          int (ValidateConfig::*rule)(const Config&,
+                                                      InterfaceType)) {
+  const InterfaceType kind = Config::intf_type_from_confd_path(keypath);
+  if (kind == InterfaceType::kNone) {
+    confd_trans_seterr(tctx, "%s", kInvalidInterface);
+    return kReject;
+  }
+
+  // All kinds: an address is compared with those of every other interface.
+  ReadInterfaces(
+      config, family,
+      {InterfaceType::kL3, InterfaceType::kLoopback, InterfaceType::kMgmt});
+  config.ReadStaticRouteConfig(family);
+
+  ValidateConfig rules;
+  return Report(tctx, (rules.*rule)(config, kind), rules);
 }
 
 }  // namespace
@@ -85,4 +131,26 @@ int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 int32_t lib_finish(void** context) {
   delete static_cast<Config*>(*context);
   return 0;
+}
+
+int32_t validate_intf_l3_name(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
+                              confd_hkeypath_t* /*keypath*/,
+                              confd_value_t* /*newval*/, Config& config) {
+  ReadInterfaces(config, ConfigAddrFamily::kIpv4, {InterfaceType::kL3});
+  ValidateConfig rules;
+  return Report(tctx, rules.ValidateInterfaceL3(config), rules);
+}
+
+int32_t validate_ipv4_addr(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
+                           confd_hkeypath_t* keypath, confd_value_t* /*newval*/,
+                           Config& config) {
+  return ValidateAddresses(tctx, keypath, config, ConfigAddrFamily::kIpv4,
+                           &ValidateConfig::ValidateInterfaceIPv4);
+}
+
+int32_t validate_ipv6_addr(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
+                           confd_hkeypath_t* keypath, confd_value_t* /*newval*/,
+                           Config& config) {
+  return ValidateAddresses(tctx, keypath, config, ConfigAddrFamily::kIpv6,
+                           &ValidateConfig::ValidateInterfaceIPv6);
 }

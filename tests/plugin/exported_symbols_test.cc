@@ -13,6 +13,9 @@ TEST(ExportedSymbolsTest, AreTheEntryPointsAndTheCallbacks) {
       "lib_finish",
       "lib_init",
       "validate",
+      "validate_intf_l3_name",
+      "validate_ipv4_addr",
+      "validate_ipv6_addr",
       "validate_ipv6_nd_ra_interval",
       "validate_ipv6_nd_ra_lifetime",
   };

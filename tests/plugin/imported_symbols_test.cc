@@ -86,4 +86,17 @@ TEST(ImportedSymbolsTest, LeaveThePlatformToTheLoadingProcess) {
   }
 }
 
+// The library writes nothing to standard output or standard error; a failed
+// assertion is the C library's own report.
+TEST(ImportedSymbolsTest, AreNoneThatPrint) {
+  const std::set<std::string> printers = {
+      "printf",  "fprintf",   "vprintf",   "vfprintf", "puts",    "fputs",
+      "putchar", "fwrite",    "write",     "perror",   "dprintf", "stdout",
+      "stderr",  "_ZSt4cout", "_ZSt4cerr", "_ZSt4clog"};
+  for (const DynamicSymbol& symbol : DynamicSymbols("--undefined-only")) {
+    const std::string name = symbol.name.substr(0, symbol.name.find('@'));
+    EXPECT_EQ(printers.count(name), 0U) << symbol.name;
+  }
+}
+
 }  // namespace

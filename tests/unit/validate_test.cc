@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -242,33 +243,78 @@ TEST_F(ValidateTest, KeepsWhatTheSnapshotHasReadFromCallToCall) {
 
 // ---- validate: dispatch ----------------------------------------------------
 
-// A name of the table, and a configuration of which only this callback refuses
-// the timers, so that the text tells which one ran.
+// A name of the table, and a configuration that only this callback refuses, so
+// that the text tells which one ran.
 struct NameCase {
   std::string name;
-  RaConfig config;
+  KeyPath keypath;
+  std::function<void(FakePlatform&)> store;
   std::string text;
 };
 
-std::vector<NameCase> NameCases() {
+KeyPath L3ListPath() {
+  KeyPath path;
+  path.Node("config").Node("interface").Node("l3");
+  return path;
+}
+
+std::vector<NameCase> InterfaceCases() {
+  InterfaceData dotted;
+  dotted.name = "core.1";
+  InterfaceData network;
+  network.ipv4 = "10.1.1.0/24";
+  InterfaceData duplicate;
+  duplicate.ipv6 = {"2001:db8::1/64", "2001:db8::1/48"};
+  const auto stored = [](const InterfaceData& data) {
+    return [data](FakePlatform& platform) { data.StoreIn(platform); };
+  };
+  return {{"intf_l3_name_validation", L3ListPath(), stored(dotted),
+           "L3 interface name core.1 contains invalid characters (allowed "
+           "characters: 0-9, a-z, A-Z, _, -)"},
+          {"ipv4_addr_validation", L3ListPath(), stored(network),
+           "l3 core1 ipv4 address 10.1.1.0/24 cannot be configured as network "
+           "address."},
+          {"ipv6_addr_validation", L3ListPath(), stored(duplicate),
+           "l3 core1 has duplicated IPv6 address 2001:db8::1"}};
+}
+
+std::vector<NameCase> TimerCases() {
   RaConfig long_minimum;
   long_minimum.min_interval = 451;
   RaConfig short_lifetime;
   short_lifetime.lifetime = 600;
-  return {{"validate_ipv6_nd_ra_interval", long_minimum,
+  const auto stored = [](const RaConfig& timers) {
+    return [timers](FakePlatform& platform) { timers.StoreIn(platform); };
+  };
+  return {{"validate_ipv6_nd_ra_interval", RaConfig{}.keypath(),
+           stored(long_minimum),
            "Minimum interval must be no greater than maximum interval * 0.75"},
-          {"validate_ipv6_nd_ra_lifetime", short_lifetime,
+          {"validate_ipv6_nd_ra_lifetime", RaConfig{}.keypath(),
+           stored(short_lifetime),
            "Lifetime must be greater than maximum router advertisement "
            "interval"}};
 }
 
+std::vector<NameCase> NameCases() {
+  std::vector<NameCase> cases = InterfaceCases();
+  for (NameCase& timers : TimerCases()) cases.push_back(timers);
+  return cases;
+}
+
 class DispatchTest : public ValidateTest,
-                     public ::testing::WithParamInterface<NameCase> {};
+                     public ::testing::WithParamInterface<NameCase> {
+ protected:
+  void SetUp() override {
+    ValidateTest::SetUp();
+    keypath_ = GetParam().keypath;
+  }
+};
 
 TEST_P(DispatchTest, ReturnsTheRefusalOfTheCallbackOfThatName) {
-  GetParam().config.StoreIn(fake);
+  GetParam().store(fake);
   EXPECT_EQ(Validate(GetParam().name), -1);
-  ExpectOneError(GetParam().text, GetParam().text);
+  ASSERT_EQ(fake.errors().size(), 1U);
+  EXPECT_EQ(fake.error_text(), GetParam().text);
 }
 
 TEST_P(DispatchTest, ReturnsTheAcceptanceOfTheCallbackOfThatName) {
@@ -277,14 +323,26 @@ TEST_P(DispatchTest, ReturnsTheAcceptanceOfTheCallbackOfThatName) {
   ExpectNoError();
 }
 
+// What the callback refuses is nothing that another one would refuse.
+TEST_P(DispatchTest, RunsNoOtherCallback) {
+  GetParam().store(fake);
+  for (const NameCase& other : NameCases()) {
+    if (other.name == GetParam().name) continue;
+    keypath_ = other.keypath;
+    EXPECT_EQ(Validate(other.name), 0) << other.name;
+  }
+  ExpectNoError();
+}
+
 TEST_P(DispatchTest, TakesAnOpaqueTextThatOnlyBeginsWithTheName) {
-  GetParam().config.StoreIn(fake);
+  GetParam().store(fake);
   EXPECT_EQ(Validate(GetParam().name + "_of_the_core"), -1);
-  ExpectOneError(GetParam().text, GetParam().text);
+  ASSERT_EQ(fake.errors().size(), 1U);
+  EXPECT_EQ(fake.error_text(), GetParam().text);
 }
 
 TEST_P(DispatchTest, DoesNothingAfterTheCallback) {
-  GetParam().config.StoreIn(fake);
+  GetParam().store(fake);
   EXPECT_EQ(Validate(GetParam().name), -1);
   ASSERT_FALSE(fake.calls().empty());
   EXPECT_EQ(fake.calls().back().text(),
@@ -292,14 +350,14 @@ TEST_P(DispatchTest, DoesNothingAfterTheCallback) {
 }
 
 TEST_P(DispatchTest, RefusesANameThatIsCutShort) {
-  GetParam().config.StoreIn(fake);
+  GetParam().store(fake);
   const std::string& name = GetParam().name;
   EXPECT_EQ(Validate(name.substr(0, name.size() - 1)), -1);
   ExpectNoError();
 }
 
 TEST_P(DispatchTest, RefusesANameThatDoesNotStandAtTheStart) {
-  GetParam().config.StoreIn(fake);
+  GetParam().store(fake);
   EXPECT_EQ(Validate(" " + GetParam().name), -1);
   ExpectNoError();
 }

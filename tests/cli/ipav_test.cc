@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "run_process.h"
@@ -24,6 +26,11 @@ const std::string kRunning = kBranch + "running.xml";
 ProcessResult Ipav(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), IPAV_PROGRAM);
   return RunProcess(arguments);
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // A folder of the test's own, gone with it.
@@ -59,6 +66,30 @@ class IpavTest : public ::testing::Test {
     const std::string file = Write(name, text);
     SCOPED_TRACE(name);
     ExpectBadInput(Ipav({"check", file}), "ipav: " + file + ":" + place);
+  }
+
+  using Edit = std::pair<std::string, std::string>;
+
+  // The branch router with the first place of each left text replaced.
+  std::string Branch(const std::vector<Edit>& edits) const {
+    std::string text = ReadFile(kRunning);
+    for (const auto& [from, to] : edits) {
+      const std::size_t at = text.find(from);
+      EXPECT_NE(at, std::string::npos) << from;
+      if (at != std::string::npos) text.replace(at, from.size(), to);
+    }
+    return Write("candidate.xml", text);
+  }
+
+  // The "N of M" of an accepted commit of these edits to the branch router.
+  std::string CallsOf(const std::vector<Edit>& edits) const {
+    const std::string file = Branch(edits);
+    const ProcessResult result = Ipav({"check", "--running", kRunning, file});
+    const std::string before = file + ": accepted (";
+    EXPECT_EQ(result.out.substr(0, before.size()), before) << result.out;
+    const std::size_t end = result.out.find(" validation calls made)");
+    EXPECT_NE(end, std::string::npos) << result.out;
+    return result.out.substr(before.size(), end - before.size());
   }
 
   fs::path folder_;
@@ -111,6 +142,103 @@ std::string WithTimers(int max_interval, int min_interval) {
       "<ipv6><nd><ra><max-interval>" + std::to_string(max_interval) +
       "</max-interval><min-interval>" + std::to_string(min_interval) +
       "</min-interval><lifetime>1800</lifetime></ra></nd></ipv6>");
+}
+
+TEST_F(IpavTest, WhatNoRuleReadsRunsNoPoint) {
+  EXPECT_EQ(CallsOf({{"Printers", "All printers"}}), "0 of 0");
+  EXPECT_EQ(CallsOf({{"<mtu>9000</mtu>", "<mtu>9216</mtu>"}}), "0 of 0");
+  EXPECT_EQ(CallsOf({{"<vlan>401</vlan>", "<vlan>499</vlan>"}}), "0 of 0");
+  EXPECT_EQ(CallsOf({{"<enabled>false", "<enabled>true"}}), "0 of 0");
+}
+
+TEST_F(IpavTest, TimersRunNoAddressPoint) {
+  EXPECT_EQ(
+      CallsOf({{"<lifetime>1800</lifetime>", "<lifetime>2400</lifetime>"}}),
+      "2 of 2");
+}
+
+TEST_F(IpavTest, AnAddressRunsThePointOfItsKindAndFamily) {
+  EXPECT_EQ(CallsOf({{"10.12.50.1/24", "10.12.50.4/24"}}), "1 of 1");
+  EXPECT_EQ(CallsOf({{"10.255.0.53/32", "10.255.0.54/32"}}), "1 of 1");
+  EXPECT_EQ(CallsOf({{"172.31.112.2/28", "172.31.112.4/28"}}), "1 of 1");
+  EXPECT_EQ(CallsOf({{"2001:db8:12:401::1/64", "2001:db8:12:401::4/64"}}),
+            "1 of 1");
+  EXPECT_EQ(CallsOf({{"2001:db8:ffff::53/128", "2001:db8:ffff::54/128"}}),
+            "1 of 1");
+  EXPECT_EQ(CallsOf({{"2001:db8:12:ff01::2/64", "2001:db8:12:ff01::4/64"}}),
+            "1 of 1");
+}
+
+TEST_F(IpavTest, AVrfRunsTheAddressPointsOfItsKind) {
+  EXPECT_EQ(CallsOf({{"<vrf>payment</vrf>", "<vrf>shops</vrf>"}}), "2 of 2");
+}
+
+TEST_F(IpavTest, ANewOrRemovedInterfaceRunsThePointsOfItsKind) {
+  const std::string l3 = "<l3 xmlns=\"urn:vorplex:ipapp\">";
+  const std::string loopback = "<loopback xmlns=\"urn:vorplex:ipapp\">";
+  EXPECT_EQ(CallsOf({{l3, l3 + "<name>new</name></l3>" + l3}}), "3 of 3");
+  EXPECT_EQ(CallsOf({{loopback,
+                      loopback + "<name>new</name></loopback>" + loopback}}),
+            "2 of 2");
+  const std::string text = ReadFile(kRunning);
+  const std::size_t name = text.find("<name>spare-1</name>");
+  const std::size_t begin = text.rfind(l3, name);
+  const std::size_t end = text.find("</l3>", name) + 5;
+  EXPECT_EQ(CallsOf({{text.substr(begin, end - begin), ""}}), "3 of 3");
+}
+
+TEST_F(IpavTest, ARouteOrTheNameOfAVrfRunsTheAddressPointsOfAllKinds) {
+  EXPECT_EQ(CallsOf({{"<rtmStaticRtNextHop>0a:0c:8c:01<",
+                      "<rtmStaticRtNextHop>0a:0c:8c:03<"}}),
+            "6 of 6");
+  EXPECT_EQ(
+      CallsOf({{"<interface-name>l3-core-a<", "<interface-name>l3-core-b<"}}),
+      "6 of 6");
+  EXPECT_EQ(CallsOf({{"<vname>payment</vname>", "<vname>shops</vname>"}}),
+            "6 of 6");
+}
+
+TEST_F(IpavTest, AnUnspecifiedAddressIsAWarningAndNoRefusal) {
+  const std::string file =
+      Branch({{"<ip>10.12.41.1/24</ip>", "<ip>0.0.0.0/24</ip>"},
+              {"<ip>172.31.112.2/28</ip>", "<ip>0.0.0.0/0</ip>"},
+              {"<ip>2001:db8:12:ff01::2/64</ip>", "<ip>::/64</ip>"}});
+  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
+  EXPECT_EQ(result.status, 0);
+  // A family is read once for all points of a commit, so it warns once.
+  EXPECT_EQ(result.out,
+            file +
+                ": accepted (3 of 3 validation calls made)\n"
+                "  warning: Unspecified IPv4 address for key '0.0.0.0/24'\n"
+                "  warning: Unspecified IPv4 address for key 'eth1'\n"
+                "  warning: Unspecified IPv6 address for key '::/64'\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(IpavTest, AnUnspecifiedPrimaryAddressOfL3IsNoWarning) {
+  const std::string file =
+      Branch({{"<ip>10.12.50.1/24</ip>", "<ip>0.0.0.0/24</ip>"}});
+  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, file + ": accepted (1 of 1 validation calls made)\n");
+}
+
+TEST_F(IpavTest, AnAddressPointOnAnUnknownKindIsRefused) {
+  fs::copy(IPAV_WRONG_KIND, folder_);
+  fs::copy(IPAV_YANG "/ipav-extensions.yang", folder_);
+  fs::copy(IPAV_YANG "/stubs", folder_ / "stubs");
+  const std::string file = folder_ / "candidate.xml";
+  const ProcessResult result =
+      Ipav({"check", "--all", "--yang", folder_, file});
+  EXPECT_EQ(result.status, 1);
+  std::string expected = file + ": refused (2 of 2 validation calls made)\n";
+  for (const char* point : {"ipv4_addr_validation", "ipv6_addr_validation"}) {
+    expected +=
+        "invalid interface being handled by IP-App validation\n"
+        "  validation point: " +
+        std::string(point) + "\n  data path: /tunnel\n";
+  }
+  EXPECT_EQ(result.out, expected);
 }
 
 TEST_F(IpavTest, ARefusedCandidateDoesNotSpoilTheCorrectedOne) {
@@ -221,23 +349,48 @@ TEST_F(IpavTest, TheGravestStatusOfSeveralCandidatesIsReturned) {
             1);
 }
 
+// A use site as `ipav points` prints it.
+std::string UseSite(const std::string& path, const std::string& opaque,
+                    bool call_once,
+                    const std::vector<std::string>& dependencies) {
+  std::string text = "/config/interface/" + path +
+                     "\n  point: ip_app_validation\n  opaque: " + opaque +
+                     "\n  call-once: " + (call_once ? "true" : "false") + "\n";
+  for (const std::string& dependency : dependencies) {
+    text += "  dependency: " + dependency + "\n";
+  }
+  return text;
+}
+
+std::string AddressSite(const std::string& list, const std::string& opaque,
+                        const std::string& addresses) {
+  return UseSite(list, opaque, true,
+                 {"name", "vrf", addresses,
+                  "/DC-RTM-MIB:DC-RTM-MIB/DC-RTM-MIB:rtmStaticRtTable",
+                  "/DC-RTM-MIB:rtmStaticRtEntry-global",
+                  "/vorplex-internal:internal/vorplex-internal:vrf-config"});
+}
+
+std::string AddressSites(const std::string& list) {
+  return AddressSite(list, "ipv4_addr_validation", "ipv4") +
+         AddressSite(list, "ipv6_addr_validation", "ipv6/address");
+}
+
+std::string TimerSites(const std::string& list) {
+  const std::string path = list + "/ipv6/nd/ra";
+  return UseSite(path, "validate_ipv6_nd_ra_interval", false, {"."}) +
+         UseSite(path, "validate_ipv6_nd_ra_lifetime", false, {"."});
+}
+
 TEST_F(IpavTest, PointsListsTheUseSitesInTheOrderOfACommit) {
   const ProcessResult result = Ipav({"points"});
   EXPECT_EQ(result.status, 0);
-  std::string expected;
-  for (const char* kind : {"l3", "mgmt"}) {
-    for (const char* rule : {"interval", "lifetime"}) {
-      expected += std::string("/config/interface/") + kind +
-                  "/ipv6/nd/ra\n"
-                  "  point: ip_app_validation\n"
-                  "  opaque: validate_ipv6_nd_ra_" +
-                  rule +
-                  "\n"
-                  "  call-once: false\n"
-                  "  dependency: .\n";
-    }
-  }
-  EXPECT_EQ(result.out, expected);
+  // Of each kind names, then addresses, then timers.
+  EXPECT_EQ(result.out,
+            UseSite("l3", "intf_l3_name_validation", true, {"name"}) +
+                AddressSites("l3") + TimerSites("l3") +
+                AddressSites("loopback") + AddressSites("mgmt") +
+                TimerSites("mgmt"));
 }
 
 TEST_F(IpavTest, HelpShowsExamplesAndEndsWithStatus0) {

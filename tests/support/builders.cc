@@ -8,6 +8,17 @@
 
 namespace ipav::testing {
 
+namespace {
+
+// A path names the prefix length as an unsigned number.
+std::vector<Value> NameKeysOf(const StaticRouteRow& row) {
+  return {Uint32(row.vrf_id), OctetsOf(row.destination),
+          Uint32(static_cast<std::uint32_t>(row.prefix_len)),
+          OctetsOf(row.next_hop)};
+}
+
+}  // namespace
+
 KeyPath& KeyPath::Element(std::vector<Value> row) {
   rows_.push_back(std::move(row));
   return *this;
@@ -63,6 +74,76 @@ void RaConfig::StoreIn(FakePlatform& platform) const {
     if (!timer.seconds) continue;
     platform.SetValue(container() + timer.leaf, Uint16(*timer.seconds));
   }
+}
+
+// ---- Interfaces ------------------------------------------------------------
+
+std::string InterfaceData::entry() const {
+  return "/config/interface/ipapp:" + kind + "{" + name + "}";
+}
+
+std::string InterfaceData::ipv4_path() const {
+  const std::string path = entry() + "/ipv4/address";
+  return kind == "l3" ? path + "/secondary" : path;
+}
+
+std::string InterfaceData::ipv6_path() const {
+  return entry() + "/ipv6/address";
+}
+
+void InterfaceData::StoreIn(FakePlatform& platform) const {
+  platform.AddEntry("/config/interface/" + kind, {Text(name)});
+  if (vrf) platform.SetValue(entry() + "/vrf", Text(*vrf));
+  if (vlan) platform.SetValue(entry() + "/lower-layer-if/vlan", Int32(*vlan));
+  if (ipv4 && kind != "loopback") {
+    platform.SetValue(entry() + "/ipv4/address/ip", Ipv4Plen(*ipv4));
+  }
+  for (const std::string& address : ipv4_list) {
+    platform.AddEntry(ipv4_path(), {Ipv4Plen(address)});
+    platform.SetValue(ipv4_path() + "{" + address + "}/ip", Ipv4Plen(address));
+  }
+  for (const std::string& address : ipv6) {
+    platform.AddEntry(ipv6_path(), {Ipv6Plen(address)});
+    platform.SetValue(ipv6_path() + "{" + address + "}/ip", Ipv6Plen(address));
+  }
+}
+
+// ---- Static routes ---------------------------------------------------------
+
+std::vector<Value> StaticRouteRow::keys() const {
+  const bool ipv6 = destination.find(':') != std::string::npos;
+  return {Uint32(vrf_id),
+          Enum(ipv6 ? 2 : 1),
+          OctetsOf(destination),
+          Int32(prefix_len),
+          Enum(1),
+          OctetsOf(next_hop)};
+}
+
+std::string StaticRouteRow::interface_name_path() const {
+  Path path = {{"rtmStaticRtEntry-global", {}}, {"interface-name", {}}};
+  for (const Value& key : NameKeysOf(*this)) {
+    path.front().keys.push_back(key.KeyText());
+  }
+  return PathText(path);
+}
+
+void StaticRouteRow::AddNameEntry(FakePlatform& platform) const {
+  platform.AddEntry("/rtmStaticRtEntry-global", NameKeysOf(*this));
+}
+
+void StaticRouteRow::StoreIn(FakePlatform& platform) const {
+  platform.AddEntry("/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry", keys());
+  if (!interface_name) return;
+  AddNameEntry(platform);
+  platform.SetValue(interface_name_path(), Text(*interface_name));
+}
+
+void StoreVrfName(FakePlatform& platform, std::uint32_t index,
+                  const std::string& name) {
+  const std::string list = "/internal/vrf-config/indexTOstring";
+  platform.AddEntry(list, {Uint32(index)});
+  platform.SetValue(list + "{" + std::to_string(index) + "}/vname", Text(name));
 }
 
 }  // namespace ipav::testing

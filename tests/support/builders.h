@@ -51,6 +51,40 @@ struct RaConfig {
   void StoreIn(FakePlatform& platform) const;
 };
 
+// One interface that every rule accepts.
+struct InterfaceData {
+  std::string kind = "l3";
+  std::string name = "core1";
+  std::optional<std::string> vrf;
+  std::optional<std::int32_t> vlan;
+  std::optional<std::string> ipv4 = "10.1.1.1/24";  // not of a loopback
+  std::vector<std::string> ipv4_list;  // a loopback's all, an l3's secondaries
+  std::vector<std::string> ipv6;
+
+  std::string entry() const;      // path text, ends in a brace
+  std::string ipv4_path() const;  // of the list
+  std::string ipv6_path() const;
+  void StoreIn(FakePlatform& platform) const;
+};
+
+// One row of the static-route table, and of the list that names its output
+// interface. The family is that of the destination.
+struct StaticRouteRow {
+  std::uint32_t vrf_id = 0;
+  std::string destination = "10.1.0.0";
+  std::int32_t prefix_len = 24;
+  std::string next_hop = "192.168.1.1";
+  std::optional<std::string> interface_name;
+
+  std::vector<Value> keys() const;          // of the table
+  std::string interface_name_path() const;  // as a text without extra blanks
+  void AddNameEntry(FakePlatform& platform) const;  // without its name
+  void StoreIn(FakePlatform& platform) const;
+};
+
+void StoreVrfName(FakePlatform& platform, std::uint32_t index,
+                  const std::string& name);
+
 }  // namespace ipav::testing
 
 #endif  // IPAV_TESTS_SUPPORT_BUILDERS_H_

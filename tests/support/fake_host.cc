@@ -87,5 +87,5 @@ int limid_to_ifindex(limid_t id, uint32_t* ifindex) {
 
 uint32_t IdVrfFromComponent(uint32_t component) {
   Fake().RecordAndFail({"IdVrfFromComponent", std::to_string(component)});
-  return component;
+  return Fake().vrf_index_of(component);
 }

@@ -54,8 +54,10 @@ void FakePlatform::Reset() {
   running_.clear();
   xpath_answers_.clear();
   changes_.clear();
+  vrf_indexes_.clear();
 
   calls_until_failure_ = 0;
+  calls_until_exception_ = 0;
   unreadable_.clear();
   exists_fails_.clear();
 
@@ -151,6 +153,10 @@ void FakePlatform::FailCall(unsigned number, int result) {
   failure_code_ = result;
 }
 
+void FakePlatform::ThrowAtCall(unsigned number) {
+  calls_until_exception_ = number;
+}
+
 void FakePlatform::FailReads(const std::string& path) {
   SetContainer(path);
   unreadable_.insert(NormalPath(path));
@@ -183,6 +189,9 @@ std::string FakePlatform::error_text() const {
 bool FakePlatform::RecordAndFail(Call call) {
   const std::lock_guard<std::mutex> lock(log_mutex_);
   calls_.push_back(std::move(call));
+  if (calls_until_exception_ > 0 && --calls_until_exception_ == 0) {
+    throw FakeCallError(calls_.back().text());
+  }
   return calls_until_failure_ > 0 && --calls_until_failure_ == 0;
 }
 
@@ -202,7 +211,8 @@ FakePlatform::Request FakePlatform::Begin(const char* name, int sock,
                                           va_list args,
                                           const std::string& more) {
   const auto text = FormatPath(format, args);
-  if (RecordAndFail({name, more + text.value_or(format), sock, thandle})) {
+  if (RecordAndFail(
+          {name, more + text.value_or(format), sock, thandle, format})) {
     Fail(CONFD_ERR_PROTOUSAGE, "failed on demand");
     return {failure_code_, {}};
   }
@@ -365,6 +375,15 @@ int FakePlatform::OpenCdbSession(const HostdInterface* host,
 void FakePlatform::CloseCdbSession(int sock) { cdb_sessions_.erase(sock); }
 
 // ---- Host ------------------------------------------------------------------
+
+void FakePlatform::SetVrfIndex(std::uint32_t component, std::uint32_t index) {
+  vrf_indexes_[component] = index;
+}
+
+std::uint32_t FakePlatform::vrf_index_of(std::uint32_t component) const {
+  const auto found = vrf_indexes_.find(component);
+  return found == vrf_indexes_.end() ? component : found->second;
+}
 
 int FakePlatform::maapi_socket_of(const hostd_t* hostd) const {
   return hostd == &the_hostd ? maapi_socket_ : -1;

@@ -15,10 +15,12 @@
 #include <hostd/hostd.h>
 
 #include <cstdarg>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,12 +32,14 @@
 namespace ipav::testing {
 
 // A call of the seam. `args` tells what it was about: the path as formatted
-// for a read, the text for an error, and so on.
+// for a read, the text for an error, and so on. `format` is a path's format as
+// the caller gave it, empty for a call without a path.
 struct Call {
   std::string name;
   std::string args;
   int sock = -1;
   int thandle = -1;
+  std::string format = {};
 
   std::string text() const { return name + "(" + args + ")"; }
 };
@@ -46,6 +50,11 @@ struct TransactionError {
   const confd_trans_ctx* tctx;
   std::string format;
   std::string text;
+};
+
+class FakeCallError : public std::runtime_error {
+ public:
+  explicit FakeCallError(const std::string& call) : runtime_error(call) {}
 };
 
 struct Fault {
@@ -104,12 +113,19 @@ class FakePlatform {
   // Reported in the order added: a node, then everything below it.
   void AddChange(const KeyPath& node, confd_iter_op op,
                  std::optional<Value> new_value = std::nullopt);
+  // What IdVrfFromComponent() answers; without one the component itself.
+  void SetVrfIndex(std::uint32_t component, std::uint32_t index);
 
   // Failures. The first recorded call after this one has the number 1; one
   // that cannot report a failure does what it always does.
   void FailCall(unsigned number, int result = CONFD_ERR);
   void FailReads(const std::string& path);   // exists, cannot be read
   void FailExists(const std::string& path);  // maapi_exists() fails
+
+  // The call throws FakeCallError: stands for any exception that leaves the
+  // plug-in while it holds what the platform gave it. Not for calls that give
+  // something back, which destructors make.
+  void ThrowAtCall(unsigned number);
 
   // Records.
   const std::vector<Call>& calls() const { return calls_; }
@@ -176,6 +192,7 @@ class FakePlatform {
   void RecordFault(Fault fault) { faults_.push_back(std::move(fault)); }
   void RecordLogLine(LogLine line);
 
+  std::uint32_t vrf_index_of(std::uint32_t component) const;
   int maapi_socket_of(const hostd_t* hostd) const;
   void* lib_context_of(const void* v_opaque, const std::string& name) const;
   void* log_handle_or_null() { return log_available_ ? log_handle() : nullptr; }
@@ -206,13 +223,16 @@ class FakePlatform {
   std::map<std::string, Value> running_;
   std::map<std::pair<std::string, std::string>, std::string> xpath_answers_;
   std::vector<Change> changes_;
+  std::map<std::uint32_t, std::uint32_t> vrf_indexes_;  // by component
 
-  unsigned calls_until_failure_ = 0;  // 0: none fails
+  unsigned calls_until_failure_ = 0;    // 0: none fails
+  unsigned calls_until_exception_ = 0;  // 0: none throws
   int failure_code_ = CONFD_ERR;
   std::set<std::string> unreadable_;
   std::set<std::string> exists_fails_;
 
-  std::mutex log_mutex_;  // guards calls_, calls_until_failure_, log_lines_
+  // Guards calls_, calls_until_failure_, calls_until_exception_, log_lines_.
+  std::mutex log_mutex_;
   std::vector<Call> calls_;
   std::vector<LogLine> log_lines_;
   std::vector<TransactionError> errors_;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <hostd/cdb_session.h>
 #include <hostmw/fault.h>
+#include <ids/vrf_id.h>
 
 #include <stdexcept>
 #include <string>
@@ -52,6 +53,31 @@ TEST_F(FakePlatformTest, FailsTheCallThatTheTestNames) {
   EXPECT_EQ(maapi_get_int32_elem(kSock, kTrans, &number, "/a"), CONFD_EOF);
   EXPECT_EQ(number, 0);
   EXPECT_EQ(maapi_get_int32_elem(kSock, kTrans, &number, "/a"), CONFD_OK);
+}
+
+TEST_F(FakePlatformTest, RecordsTheFormatOfAPath) {
+  maapi_exists(kSock, kTrans, "%s", "/a");
+  maapi_exists(kSock, kTrans, "/a");
+  EXPECT_EQ(fake.calls()[0].format, "%s");
+  EXPECT_EQ(fake.calls()[1].format, "/a");
+}
+
+TEST_F(FakePlatformTest, ThrowsAtTheCallThatTheTestNames) {
+  fake.ThrowAtCall(2);
+  EXPECT_EQ(maapi_exists(kSock, kTrans, "/a"), 0);
+  try {
+    maapi_exists(kSock, kTrans, "/b");
+    ADD_FAILURE() << "the call did not throw";
+  } catch (const FakeCallError& error) {
+    EXPECT_STREQ(error.what(), "maapi_exists(/b)");
+  }
+  EXPECT_EQ(maapi_exists(kSock, kTrans, "/b"), 0);
+}
+
+TEST_F(FakePlatformTest, GivesAVrfTheIndexThatTheTestSets) {
+  EXPECT_EQ(IdVrfFromComponent(7), 7U);
+  fake.SetVrfIndex(7, 4000);
+  EXPECT_EQ(IdVrfFromComponent(7), 4000U);
 }
 
 TEST_F(FakePlatformTest, FailsHostServicesToo) {

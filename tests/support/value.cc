@@ -28,6 +28,11 @@ Address ParseAddress(int family, const std::string& text) {
   return address;
 }
 
+template <typename Address>
+std::string BytesOf(const Address& address) {
+  return {reinterpret_cast<const char*>(&address), sizeof(address)};
+}
+
 struct AddressAndLength {
   std::string address;
   std::uint8_t length;
@@ -184,6 +189,13 @@ Value Ipv6Plen(const std::string& address_slash_length) {
   value.val.ipv6prefix.ip6 = ParseAddress<in6_addr>(AF_INET6, address);
   value.val.ipv6prefix.len = length;
   return Value(value);
+}
+
+Value OctetsOf(const std::string& address) {
+  if (address.find(':') == std::string::npos) {
+    return Binary(BytesOf(ParseAddress<in_addr>(AF_INET, address)));
+  }
+  return Binary(BytesOf(ParseAddress<in6_addr>(AF_INET6, address)));
 }
 
 std::uint32_t TagOf(const std::string& name) {

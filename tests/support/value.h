@@ -47,6 +47,7 @@ Value Ipv4(const std::string& address);
 Value Ipv6(const std::string& address);
 Value Ipv4Plen(const std::string& address_slash_length);
 Value Ipv6Plen(const std::string& address_slash_length);
+Value OctetsOf(const std::string& address);  // C_BINARY, either family
 
 // Number of a node's name: the data model's where it gives one, else one that
 // is the same in every test. The name is then known to NameOfTag().

@@ -1,0 +1,1177 @@
+// The rules, on a snapshot that was read from the fake platform, or on records
+// of their own where a rule takes some.
+#include "validate_config.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "addresses.h"
+#include "builders.h"
+#include "config.h"
+#include "plugin_test.h"
+#include "static_route_config.h"
+
+namespace ipav::testing {
+namespace {
+
+using ip_application::config_valid::Config;
+using ip_application::config_valid::ConfigAddrFamily;
+using ip_application::config_valid::Interface;
+using ip_application::config_valid::InterfaceType;
+using ip_application::config_valid::ValidateConfig;
+
+using Texts = std::vector<std::string>;
+
+constexpr auto kIpv4 = ConfigAddrFamily::kIpv4;
+constexpr auto kIpv6 = ConfigAddrFamily::kIpv6;
+constexpr auto kMgmt = InterfaceType::kMgmt;
+constexpr auto kL3 = InterfaceType::kL3;
+constexpr auto kLoopback = InterfaceType::kLoopback;
+
+constexpr char kLimitText[] =
+    "The maximum number of available static routes was exceeded.";
+
+// ---- Inputs ----------------------------------------------------------------
+
+Interface Record(const std::string& name, const std::string& vrf,
+                 const Texts& ipv4, const Texts& ipv6 = {}) {
+  Interface record;
+  record.name = name;
+  record.vrf_name = vrf;
+  for (const std::string& address : ipv4) record.ipv4.push_back(Mask4(address));
+  for (const std::string& address : ipv6) record.ipv6.push_back(Mask6(address));
+  return record;
+}
+
+// An interface with these addresses; one that has a primary gets it of them.
+InterfaceData Data(const std::string& kind, const std::string& name, Texts ipv4,
+                   const Texts& ipv6 = {}) {
+  InterfaceData data;
+  data.kind = kind;
+  data.name = name;
+  data.ipv4.reset();
+  if (kind != "loopback" && !ipv4.empty()) {
+    data.ipv4 = ipv4.front();
+    ipv4.erase(ipv4.begin());
+  }
+  data.ipv4_list = ipv4;
+  data.ipv6 = ipv6;
+  return data;
+}
+
+InterfaceData InVrf(InterfaceData data, const std::string& vrf) {
+  data.vrf = vrf;
+  return data;
+}
+
+StaticRouteRow Route(const std::string& destination, std::int32_t length,
+                     const std::string& next_hop, std::uint32_t vrf_id = 0) {
+  StaticRouteRow row;
+  row.vrf_id = vrf_id;
+  row.destination = destination;
+  row.prefix_len = length;
+  row.next_hop = next_hop;
+  return row;
+}
+
+StaticRouteRow Through(StaticRouteRow row, const std::string& interface_name) {
+  row.interface_name = interface_name;
+  return row;
+}
+
+class ValidateConfigTest : public PluginTest {
+ protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    config_.set_sock(FakePlatform::kSocket);
+    config_.set_confd_trans(fake.tctx());
+  }
+
+  void Store(const InterfaceData& data) { data.StoreIn(fake); }
+  void Store(const StaticRouteRow& row) { row.StoreIn(fake); }
+  // Many routes of one family; the rows need not differ.
+  void StoreMany(const StaticRouteRow& row, unsigned count) {
+    for (unsigned i = 0; i < count; ++i) Store(row);
+  }
+
+  void ReadInterfaces(ConfigAddrFamily family) {
+    for (const auto type : {kL3, kLoopback, kMgmt}) {
+      config_.intf_by_type(type)->ReadConfigIfNeeded(family);
+    }
+  }
+  void Read(ConfigAddrFamily family) {
+    ReadInterfaces(family);
+    config_.ReadStaticRouteConfig(family);
+  }
+  void Add(InterfaceType type, const Interface& record) {
+    config_.intf_by_type(type)->MergeConfigAndInsert(record);
+  }
+
+  int JudgeIpv4(InterfaceType type) {
+    Read(kIpv4);
+    return rules_.ValidateInterfaceIPv4(config_, type);
+  }
+  int JudgeIpv6(InterfaceType type) {
+    Read(kIpv6);
+    return rules_.ValidateInterfaceIPv6(config_, type);
+  }
+
+  void ExpectHolds(int verdict) {
+    EXPECT_EQ(verdict, 0);
+    EXPECT_EQ(rules_.error_text(), "");
+  }
+  void ExpectViolated(int verdict, const std::string& text) {
+    EXPECT_EQ(verdict, -1);
+    EXPECT_EQ(rules_.error_text(), text);
+  }
+
+  Config config_;
+  ValidateConfig rules_;
+};
+
+// ---- The error text --------------------------------------------------------
+
+TEST(ErrorTextTest, IsEmptyBeforeAnyRule) {
+  EXPECT_EQ(ValidateConfig().error_text(), "");
+}
+
+TEST(ErrorTextTest, IsReplacedWholeByALaterViolation) {
+  ValidateConfig rules;
+  EXPECT_FALSE(
+      rules.InterfaceIPv4IsValid(Record("l3 a", "global", {"10.1.1.0/24"})));
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
+      Record("l3 b", "global", {"10.0.0.1/24", "10.0.0.1/24"})));
+  EXPECT_EQ(rules.error_text(), "l3 b has duplicated IPv4 address 10.0.0.1");
+}
+
+TEST(ErrorTextTest, IsLeftAloneByARuleThatHolds) {
+  ValidateConfig rules;
+  EXPECT_FALSE(
+      rules.InterfaceIPv4IsValid(Record("l3 a", "global", {"10.1.1.0/24"})));
+  const std::string text = rules.error_text();
+  EXPECT_TRUE(
+      rules.InterfaceIPv4IsValid(Record("l3 a", "global", {"10.1.1.1/24"})));
+  EXPECT_EQ(rules.error_text(), text);
+}
+
+// ---- An address that a host can have ---------------------------------------
+
+struct HostCase {
+  std::string address;
+  std::string fault;  // "" for a usable address
+};
+
+class HostAddressTest : public ::testing::TestWithParam<HostCase> {};
+
+TEST_P(HostAddressTest, IsNeitherTheNetworkNorTheBroadcastAddress) {
+  const auto& [address, fault] = GetParam();
+  ValidateConfig rules;
+  EXPECT_EQ(rules.InterfaceIPv4IsValid(Record("l3 core1", "red", {address})),
+            fault.empty());
+  EXPECT_EQ(rules.error_text(), fault.empty()
+                                    ? ""
+                                    : "l3 core1 ipv4 address " + address +
+                                          " cannot be configured as " + fault +
+                                          " address.");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Prefixes, HostAddressTest,
+    ::testing::Values(
+        HostCase{"10.1.1.0/24", "network"}, HostCase{"10.1.1.1/24", ""},
+        HostCase{"10.1.1.254/24", ""}, HostCase{"10.1.1.255/24", "broadcast"},
+        HostCase{"10.1.0.255/16", ""}, HostCase{"10.1.1.0/16", ""},
+        HostCase{"192.0.2.0/30", "network"}, HostCase{"192.0.2.1/30", ""},
+        HostCase{"192.0.2.2/30", ""}, HostCase{"192.0.2.3/30", "broadcast"},
+        HostCase{"192.0.2.0/31", ""}, HostCase{"192.0.2.1/31", ""},
+        HostCase{"192.0.2.1/32", ""}, HostCase{"192.0.2.0/32", ""},
+        HostCase{"192.0.2.255/32", ""}, HostCase{"128.0.0.0/1", "network"},
+        HostCase{"128.0.0.1/1", ""}, HostCase{"127.255.255.255/1", "broadcast"},
+        HostCase{"0.0.0.1/0", ""}, HostCase{"255.255.255.255/0", "broadcast"},
+        HostCase{"0.0.0.0/0", "network"}));
+
+TEST(HostAddressTest, TheFirstUnusableOneOfTheListIsTold) {
+  ValidateConfig rules;
+  EXPECT_FALSE(rules.InterfaceIPv4IsValid(
+      Record("mgmt 1", "global",
+             {"10.0.0.0/31", "10.0.0.1/24", "10.1.1.255/24", "10.2.2.0/24"})));
+  EXPECT_EQ(rules.error_text(),
+            "mgmt 1 ipv4 address 10.1.1.255/24 cannot be configured as "
+            "broadcast address.");
+}
+
+TEST(HostAddressTest, AnInterfaceWithoutAddressesIsValid) {
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceIPv4IsValid(Record("l3 a", "global", {})));
+  EXPECT_EQ(rules.error_text(), "");
+}
+
+// ---- Duplicates ------------------------------------------------------------
+
+TEST(DuplicateTest, AnIpv4AddressTwiceIsTold) {
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
+      Record("l3 a", "global", {"10.0.0.1/24", "10.0.0.1/24"})));
+  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv4 address 10.0.0.1");
+}
+
+TEST(DuplicateTest, AnIpv6AddressTwiceIsTold) {
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(
+      Record("l3 a", "global", {}, {"2001:db8::1/64", "2001:db8::1/64"})));
+  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv6 address 2001:db8::1");
+}
+
+TEST(DuplicateTest, PrefixLengthsDoNotTellAddressesApart) {
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
+      Record("l3 a", "global", {"10.0.0.1/24", "10.0.0.1/16"})));
+  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv4 address 10.0.0.1");
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(
+      Record("l3 b", "global", {}, {"2001:db8::1/64", "2001:db8::1/128"})));
+  EXPECT_EQ(rules.error_text(), "l3 b has duplicated IPv6 address 2001:db8::1");
+}
+
+TEST(DuplicateTest, OtherAddressesOfOneSubnetAreNone) {
+  ValidateConfig rules;
+  EXPECT_FALSE(rules.InterfaceHasDuplicateIpv4(
+      Record("l3 a", "global", {"10.0.0.1/24", "10.0.0.2/24"})));
+  EXPECT_FALSE(rules.InterfaceHasDuplicateIpv6(
+      Record("l3 a", "global", {}, {"2001:db8::1/64", "2001:db8::2/64"})));
+  EXPECT_EQ(rules.error_text(), "");
+}
+
+TEST(DuplicateTest, TheEarliestAddressThatComesAgainIsTold) {
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
+      Record("l3 a", "global",
+             {"10.0.0.9/24", "10.0.0.1/24", "10.0.0.2/24", "10.0.0.2/24",
+              "10.0.0.1/24"})));
+  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv4 address 10.0.0.1");
+}
+
+TEST(DuplicateTest, EachFamilyIsComparedForItself) {
+  const Interface both = Record("l3 a", "global", {"10.0.0.1/24"},
+                                {"2001:db8::1/64", "2001:db8::1/64"});
+  ValidateConfig rules;
+  EXPECT_FALSE(rules.InterfaceHasDuplicateIpv4(both));
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(both));
+}
+
+// ---- Overlap of two interfaces ---------------------------------------------
+
+struct VrfCase {
+  std::string name;
+  std::string first;
+  std::string second;
+  bool share;
+};
+
+class AddressSpaceTest : public ::testing::TestWithParam<VrfCase> {};
+
+TEST_P(AddressSpaceTest, DecidesWhetherIpv4PrefixesOverlap) {
+  const auto& [name, first, second, share] = GetParam();
+  ValidateConfig rules;
+  EXPECT_EQ(
+      rules.InterfaceIPv4Overlap(Record("l3 a", first, {"10.0.0.1/24"}),
+                                 Record("loopback b", second, {"10.0.0.2/32"})),
+      share);
+  EXPECT_EQ(rules.error_text(),
+            !share ? ""
+                   : "l3 a vrf " + first +
+                         " ipv4 address 10.0.0.1/24 overlaps with loopback b "
+                         "vrf " +
+                         second + " ipv4 address 10.0.0.2/32.");
+}
+
+// By design the VRFs stand in the IPv4 text only.
+TEST_P(AddressSpaceTest, DecidesWhetherIpv6PrefixesOverlap) {
+  const auto& [name, first, second, share] = GetParam();
+  ValidateConfig rules;
+  EXPECT_EQ(rules.InterfaceIPv6Overlap(
+                Record("l3 a", first, {}, {"2001:db8::1/64"}),
+                Record("loopback b", second, {}, {"2001:db8::2/128"})),
+            share);
+  EXPECT_EQ(rules.error_text(),
+            !share ? ""
+                   : "l3 a ipv6 address 2001:db8::1/64 overlaps with loopback "
+                     "b ipv6 address 2001:db8::2/128.");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Vrfs, AddressSpaceTest,
+    ::testing::Values(VrfCase{"BothRed", "red", "red", true},
+                      VrfCase{"RedAndBlue", "red", "blue", false},
+                      VrfCase{"BothGlobal", "global", "global", true},
+                      VrfCase{"BothMgmt", "mgmt", "mgmt", true},
+                      VrfCase{"GlobalAndMgmt", "global", "mgmt", true},
+                      VrfCase{"MgmtAndGlobal", "mgmt", "global", true},
+                      VrfCase{"GlobalAndRed", "global", "red", false},
+                      VrfCase{"RedAndGlobal", "red", "global", false},
+                      VrfCase{"MgmtAndRed", "mgmt", "red", false},
+                      VrfCase{"RedAndMgmt", "red", "mgmt", false},
+                      VrfCase{"LongerName", "global", "globally", false},
+                      VrfCase{"OtherCase", "global", "Mgmt", false},
+                      VrfCase{"BothUnreadable", "", "", true},
+                      VrfCase{"UnreadableAndGlobal", "", "global", false}),
+    [](const auto& vrf_case) { return vrf_case.param.name; });
+
+TEST(OverlapTest, TheFirstPairInTheOrderOfTheListsIsTold) {
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceIPv4Overlap(
+      Record("l3 a", "red", {"10.9.0.1/24", "10.1.0.1/24", "10.2.0.1/24"}),
+      Record("l3 b", "red", {"10.2.0.2/24", "10.1.0.2/24", "10.1.0.3/24"})));
+  EXPECT_EQ(rules.error_text(),
+            "l3 a vrf red ipv4 address 10.1.0.1/24 overlaps with l3 b vrf red "
+            "ipv4 address 10.1.0.2/24.");
+}
+
+TEST(OverlapTest, NeighbouringPrefixesDoNotOverlap) {
+  ValidateConfig rules;
+  EXPECT_FALSE(
+      rules.InterfaceIPv4Overlap(Record("l3 a", "red", {"10.0.0.126/25"}),
+                                 Record("l3 b", "red", {"10.0.0.129/25"})));
+  EXPECT_FALSE(rules.InterfaceIPv6Overlap(
+      Record("l3 a", "red", {}, {"2001:db8:0:1::1/64"}),
+      Record("l3 b", "red", {}, {"2001:db8:0:2::1/64"})));
+  EXPECT_EQ(rules.error_text(), "");
+}
+
+TEST(OverlapTest, AnInterfaceWithoutAddressesOverlapsWithNothing) {
+  const Interface some =
+      Record("l3 a", "red", {"10.0.0.1/0"}, {"2001:db8::1/0"});
+  const Interface none = Record("l3 b", "red", {});
+  ValidateConfig rules;
+  EXPECT_FALSE(rules.InterfaceIPv4Overlap(some, none));
+  EXPECT_FALSE(rules.InterfaceIPv4Overlap(none, some));
+  EXPECT_FALSE(rules.InterfaceIPv6Overlap(some, none));
+  EXPECT_FALSE(rules.InterfaceIPv6Overlap(none, some));
+  EXPECT_EQ(rules.error_text(), "");
+}
+
+// ---- Overlap of a kind with the others -------------------------------------
+
+class KindOverlapTest : public ValidateConfigTest {
+ protected:
+  bool Ipv4Overlaps(InterfaceType type) {
+    return rules_.InterfaceIPv4Overlap(*config_.intf_by_type(type),
+                                       config_.interface_configs());
+  }
+  bool Ipv6Overlaps(InterfaceType type) {
+    return rules_.InterfaceIPv6Overlap(*config_.intf_by_type(type),
+                                       config_.interface_configs());
+  }
+};
+
+TEST_F(KindOverlapTest, TheChangedKindIsNamedFirstWhateverTheOrder) {
+  Add(kL3, Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Add(kLoopback,
+      Record("loopback b", "red", {"10.0.0.2/32"}, {"2001:db8::2/128"}));
+  EXPECT_TRUE(Ipv4Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            "l3 a vrf red ipv4 address 10.0.0.1/24 overlaps with loopback b "
+            "vrf red ipv4 address 10.0.0.2/32.");
+  EXPECT_TRUE(Ipv4Overlaps(kLoopback));
+  EXPECT_EQ(rules_.error_text(),
+            "loopback b vrf red ipv4 address 10.0.0.2/32 overlaps with l3 a "
+            "vrf red ipv4 address 10.0.0.1/24.");
+  EXPECT_TRUE(Ipv6Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            "l3 a ipv6 address 2001:db8::1/64 overlaps with loopback b ipv6 "
+            "address 2001:db8::2/128.");
+  EXPECT_TRUE(Ipv6Overlaps(kLoopback));
+  EXPECT_EQ(rules_.error_text(),
+            "loopback b ipv6 address 2001:db8::2/128 overlaps with l3 a ipv6 "
+            "address 2001:db8::1/64.");
+}
+
+TEST_F(KindOverlapTest, InterfacesOfTheChangedKindAreNotCompared) {
+  Add(kL3, Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Add(kL3, Record("l3 b", "red", {"10.0.0.2/24"}, {"2001:db8::2/64"}));
+  EXPECT_FALSE(Ipv4Overlaps(kL3));
+  EXPECT_FALSE(Ipv6Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(), "");
+}
+
+TEST_F(KindOverlapTest, TwoOtherKindsAreNotCompared) {
+  Add(kLoopback, Record("loopback a", "red", {"10.0.0.1/24"}));
+  Add(kMgmt, Record("mgmt b", "red", {"10.0.0.2/24"}));
+  EXPECT_FALSE(Ipv4Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(), "");
+}
+
+TEST_F(KindOverlapTest, ManagementComesBeforeLoopback) {
+  Add(kL3, Record("l3 a", "global", {"10.0.0.1/24"}));
+  Add(kLoopback, Record("loopback b", "global", {"10.0.0.2/32"}));
+  Add(kMgmt, Record("mgmt c", "mgmt", {"10.0.0.3/24"}));
+  EXPECT_TRUE(Ipv4Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with mgmt c vrf "
+            "mgmt ipv4 address 10.0.0.3/24.");
+}
+
+TEST_F(KindOverlapTest, L3ComesBeforeLoopback) {
+  Add(kMgmt, Record("mgmt c", "mgmt", {"10.0.0.3/24"}));
+  Add(kLoopback, Record("loopback b", "global", {"10.0.0.2/32"}));
+  Add(kL3, Record("l3 a", "global", {"10.0.0.1/24"}));
+  EXPECT_TRUE(Ipv4Overlaps(kMgmt));
+  EXPECT_EQ(rules_.error_text(),
+            "mgmt c vrf mgmt ipv4 address 10.0.0.3/24 overlaps with l3 a vrf "
+            "global ipv4 address 10.0.0.1/24.");
+}
+
+TEST_F(KindOverlapTest, TheOtherKindsFirstInterfaceDecidesThePair) {
+  Add(kL3, Record("l3 a", "red", {"10.2.0.1/24"}, {"2001:db8:0:2::1/64"}));
+  Add(kL3, Record("l3 b", "red", {"10.1.0.1/24"}, {"2001:db8:0:1::1/64"}));
+  Add(kLoopback,
+      Record("loopback x", "red", {"10.1.0.2/32"}, {"2001:db8:0:1::2/128"}));
+  Add(kLoopback,
+      Record("loopback y", "red", {"10.2.0.2/32"}, {"2001:db8:0:2::2/128"}));
+  EXPECT_TRUE(Ipv4Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            "l3 b vrf red ipv4 address 10.1.0.1/24 overlaps with loopback x "
+            "vrf red ipv4 address 10.1.0.2/32.");
+  EXPECT_TRUE(Ipv6Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            "l3 b ipv6 address 2001:db8:0:1::1/64 overlaps with loopback x "
+            "ipv6 address 2001:db8:0:1::2/128.");
+}
+
+// ---- All rules of the addresses of a kind ----------------------------------
+
+class AddressRulesTest : public ValidateConfigTest {};
+
+TEST_F(AddressRulesTest, RefuseAnUnknownKindBeforeAnythingElse) {
+  Store(Data("l3", "a", {"10.0.0.0/24"}));
+  const std::string text =
+      "invalid interface being handled by IP-App validation";
+  ExpectViolated(JudgeIpv4(InterfaceType::kNone), text);
+  ExpectViolated(JudgeIpv6(InterfaceType::kNone), text);
+  ExpectViolated(JudgeIpv4(static_cast<InterfaceType>(7)), text);
+  ExpectViolated(JudgeIpv6(static_cast<InterfaceType>(-1)), text);
+}
+
+TEST_F(AddressRulesTest, HoldWithoutInterfaces) {
+  for (const auto type : {kMgmt, kL3, kLoopback}) {
+    ExpectHolds(JudgeIpv4(type));
+    ExpectHolds(JudgeIpv6(type));
+  }
+}
+
+TEST_F(AddressRulesTest, HoldForInterfacesWithoutAddresses) {
+  Store(Data("l3", "a", {}));
+  Store(Data("l3", "b", {}));
+  Store(Data("loopback", "a", {}));
+  ExpectHolds(JudgeIpv4(kL3));
+  ExpectHolds(JudgeIpv6(kL3));
+}
+
+TEST_F(AddressRulesTest, HoldForAKindWithoutInterfacesWhateverTheOthersHave) {
+  Store(Data("loopback", "a", {"10.0.0.0/24"}));
+  Store(Data("mgmt", "b", {"10.0.0.0/24"}));
+  ExpectHolds(JudgeIpv4(kL3));
+}
+
+TEST_F(AddressRulesTest, JudgeTheValidityOfTheChangedKindOnly) {
+  Store(Data("l3", "core1", {"10.1.1.0/24"}));
+  Store(Data("loopback", "1", {"10.2.1.1/32"}));
+  ExpectHolds(JudgeIpv4(kLoopback));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 core1 ipv4 address 10.1.1.0/24 cannot be configured as "
+                 "network address.");
+}
+
+TEST_F(AddressRulesTest, JudgeEveryKind) {
+  Store(Data("loopback", "7", {"10.1.1.0/24"}));
+  Store(Data("mgmt", "9", {"10.2.1.255/24"}));
+  ExpectViolated(JudgeIpv4(kLoopback),
+                 "loopback 7 ipv4 address 10.1.1.0/24 cannot be configured as "
+                 "network address.");
+  ExpectViolated(JudgeIpv4(kMgmt),
+                 "mgmt 9 ipv4 address 10.2.1.255/24 cannot be configured as "
+                 "broadcast address.");
+}
+
+// No IPv6 address is refused as a network or broadcast address.
+TEST_F(AddressRulesTest, TakeEveryIpv6AddressForOneOfAHost) {
+  Store(Data("l3", "a", {}, {"2001:db8::/64", "2001:db8:1::/127"}));
+  Store(Data("l3", "b", {}, {"2001:db8:2:0:ffff:ffff:ffff:ffff/64"}));
+  ExpectHolds(JudgeIpv6(kL3));
+}
+
+TEST_F(AddressRulesTest, LetPrefixesOfOneInterfaceOverlap) {
+  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.2/24"},
+             {"2001:db8::1/64", "2001:db8::2/64"}));
+  ExpectHolds(JudgeIpv4(kL3));
+  ExpectHolds(JudgeIpv6(kL3));
+}
+
+TEST_F(AddressRulesTest, RefuseADuplicateOfPrimaryAndSecondary) {
+  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.1/16"},
+             {"2001:db8::1/64", "2001:db8::1/48"}));
+  ExpectViolated(JudgeIpv4(kL3), "l3 a has duplicated IPv4 address 10.0.0.1");
+  ExpectViolated(JudgeIpv6(kL3),
+                 "l3 a has duplicated IPv6 address 2001:db8::1");
+}
+
+TEST_F(AddressRulesTest, NameTheEarlierOfTwoInterfacesOfAKindFirst) {
+  Store(Data("l3", "z", {"10.0.0.9/24"}, {"2001:db8::9/64"}));
+  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 z vrf global ipv4 address 10.0.0.9/24 overlaps with l3 a "
+                 "vrf global ipv4 address 10.0.0.1/24.");
+  ExpectViolated(JudgeIpv6(kL3),
+                 "l3 z ipv6 address 2001:db8::9/64 overlaps with l3 a ipv6 "
+                 "address 2001:db8::1/64.");
+}
+
+TEST_F(AddressRulesTest, CompareTheFirstInterfaceWithAllLaterOnes) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}));
+  Store(Data("l3", "b", {"10.1.0.1/24"}));
+  Store(Data("l3", "c", {"10.1.0.2/24", "10.0.0.2/24"}));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 c "
+                 "vrf global ipv4 address 10.0.0.2/24.");
+}
+
+TEST_F(AddressRulesTest, LetOtherVrfsUseTheSameSubnet) {
+  Store(InVrf(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}), "red"));
+  Store(InVrf(Data("loopback", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}),
+              "blue"));
+  ExpectHolds(JudgeIpv4(kL3));
+  ExpectHolds(JudgeIpv6(kL3));
+}
+
+TEST_F(AddressRulesTest, TakeTheGlobalAndTheManagementVrfForOneSpace) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Store(InVrf(Data("mgmt", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}), "mgmt"));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with mgmt "
+                 "b vrf mgmt ipv4 address 10.0.0.2/24.");
+  ExpectViolated(JudgeIpv6(kMgmt),
+                 "mgmt b ipv6 address 2001:db8::2/64 overlaps with l3 a ipv6 "
+                 "address 2001:db8::1/64.");
+}
+
+TEST_F(AddressRulesTest, RefuseAnIpv4AddressThatIsANextHop) {
+  Store(Data("l3", "100", {"10.0.0.1/24"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 100 ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
+                 "next-hop 10.0.0.1 cannot have address conflict.");
+}
+
+TEST_F(AddressRulesTest, RefuseAnIpv6AddressThatIsANextHop) {
+  Store(Data("loopback", "1", {}, {"2001:db8::1/128"}));
+  Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+  ExpectViolated(JudgeIpv6(kLoopback),
+                 "loopback 1 ipv6 address 2001:db8::1/128 and static route "
+                 "2001:db8:5::/48 next-hop 2001:db8::1 cannot have address "
+                 "conflict.");
+}
+
+// ---- The order of the tests ------------------------------------------------
+
+TEST_F(AddressRulesTest, TestTheValidityBeforeDuplicates) {
+  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.1/16", "10.9.0.0/24"}));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 a ipv4 address 10.9.0.0/24 cannot be configured as "
+                 "network address.");
+}
+
+TEST_F(AddressRulesTest, TestDuplicatesBeforeOverlaps) {
+  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.1/16"},
+             {"2001:db8::1/64", "2001:db8::1/48"}));
+  Store(Data("l3", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}));
+  ExpectViolated(JudgeIpv4(kL3), "l3 a has duplicated IPv4 address 10.0.0.1");
+  ExpectViolated(JudgeIpv6(kL3),
+                 "l3 a has duplicated IPv6 address 2001:db8::1");
+}
+
+TEST_F(AddressRulesTest, TestOverlapsOfAKindBeforeNextHops) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Store(Data("l3", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
+                 "vrf global ipv4 address 10.0.0.2/24.");
+  ExpectViolated(JudgeIpv6(kL3),
+                 "l3 a ipv6 address 2001:db8::1/64 overlaps with l3 b ipv6 "
+                 "address 2001:db8::2/64.");
+}
+
+TEST_F(AddressRulesTest, FinishAnInterfaceBeforeTheNextOne) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}));
+  Store(Data("l3", "b", {"10.1.0.0/24"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 a ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
+                 "next-hop 10.0.0.1 cannot have address conflict.");
+}
+
+TEST_F(AddressRulesTest, CompareWithALaterInterfaceBeforeJudgingThatOne) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}));
+  Store(Data("l3", "b", {"10.0.0.0/24"}));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
+                 "vrf global ipv4 address 10.0.0.0/24.");
+}
+
+TEST_F(AddressRulesTest, FinishTheKindBeforeTheOtherKinds) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Store(Data("l3", "b", {"10.1.0.1/24"}, {"2001:db8:1::1/64"}));
+  Store(Data("loopback", "c", {"10.0.0.2/32"}, {"2001:db8::2/128"}));
+  Store(Route("20.0.0.0", 16, "10.1.0.1"));
+  Store(Route("2001:db8:5::", 48, "2001:db8:1::1"));
+  ExpectViolated(JudgeIpv4(kL3),
+                 "l3 b ipv4 address 10.1.0.1/24 and static route 20.0.0.0/16 "
+                 "next-hop 10.1.0.1 cannot have address conflict.");
+  ExpectViolated(JudgeIpv6(kL3),
+                 "l3 b ipv6 address 2001:db8:1::1/64 and static route "
+                 "2001:db8:5::/48 next-hop 2001:db8:1::1 cannot have address "
+                 "conflict.");
+}
+
+// ---- Number and names of the l3 interfaces ---------------------------------
+
+class L3RuleTest : public ValidateConfigTest {
+ protected:
+  void AddL3s(unsigned count) {
+    for (unsigned i = 0; i < count; ++i) {
+      Add(kL3, Record("l3 " + std::to_string(i), "global", {}));
+    }
+  }
+  int JudgeName(const std::string& record_name) {
+    Add(kL3, Record(record_name, "global", {}));
+    return rules_.ValidateInterfaceL3(config_);
+  }
+};
+
+constexpr char kInvalidCharacters[] =
+    " contains invalid characters (allowed characters: 0-9, a-z, A-Z, _, -)";
+
+TEST_F(L3RuleTest, HoldsWithoutInterfaces) {
+  ExpectHolds(rules_.ValidateInterfaceL3(config_));
+}
+
+TEST_F(L3RuleTest, Allows256Interfaces) {
+  AddL3s(256);
+  ExpectHolds(rules_.ValidateInterfaceL3(config_));
+}
+
+TEST_F(L3RuleTest, Refuses257Interfaces) {
+  AddL3s(257);
+  ExpectViolated(rules_.ValidateInterfaceL3(config_),
+                 "too many 'interface l3', 257 configured, at most 256 must be "
+                 "configured");
+}
+
+TEST_F(L3RuleTest, TellsHowManyThereAre) {
+  AddL3s(300);
+  ExpectViolated(rules_.ValidateInterfaceL3(config_),
+                 "too many 'interface l3', 300 configured, at most 256 must be "
+                 "configured");
+}
+
+TEST_F(L3RuleTest, CountsBeforeItLooksAtNames) {
+  Add(kL3, Record("l3 a.b", "global", {}));
+  AddL3s(256);
+  ExpectViolated(rules_.ValidateInterfaceL3(config_),
+                 "too many 'interface l3', 257 configured, at most 256 must be "
+                 "configured");
+}
+
+TEST_F(L3RuleTest, DoesNotCountOtherKinds) {
+  AddL3s(256);
+  Add(kLoopback, Record("loopback a.b", "global", {}));
+  Add(kMgmt, Record("mgmt a.b", "global", {}));
+  ExpectHolds(rules_.ValidateInterfaceL3(config_));
+}
+
+TEST_F(L3RuleTest, JudgesTheNamesThatWereRead) {
+  Store(Data("l3", "core-1_X", {}));
+  Store(Data("l3", "core.1", {}));
+  ReadInterfaces(kIpv4);
+  ExpectViolated(rules_.ValidateInterfaceL3(config_),
+                 std::string("L3 interface name core.1") + kInvalidCharacters);
+}
+
+TEST_F(L3RuleTest, AllowsANameOf60Bytes) {
+  ExpectHolds(JudgeName("l3 " + std::string(60, 'n')));
+}
+
+TEST_F(L3RuleTest, RefusesANameOf61Bytes) {
+  const std::string name(61, 'n');
+  ExpectViolated(JudgeName("l3 " + name),
+                 "L3 interface name " + name +
+                     " is too long (maximum length: 60 characters)");
+}
+
+TEST_F(L3RuleTest, AllowsANameOfOneByte) { ExpectHolds(JudgeName("l3 -")); }
+
+TEST_F(L3RuleTest, RefusesAnEmptyName) {
+  ExpectViolated(
+      JudgeName("l3 "),
+      "L3 interface name  is too short (minimum length: 1 character)");
+}
+
+TEST_F(L3RuleTest, RefusesAnEmptyKeyThatWasRead) {
+  Store(Data("l3", "", {}));
+  ReadInterfaces(kIpv4);
+  ExpectViolated(
+      rules_.ValidateInterfaceL3(config_),
+      "L3 interface name  is too short (minimum length: 1 character)");
+}
+
+TEST_F(L3RuleTest, TellsALongNameWithInvalidCharactersAsTooLong) {
+  const std::string name(61, '.');
+  ExpectViolated(JudgeName("l3 " + name),
+                 "L3 interface name " + name +
+                     " is too long (maximum length: 60 characters)");
+}
+
+TEST_F(L3RuleTest, AllowsLettersDigitsHyphenAndUnderscoreAndNoOtherByte) {
+  const std::string allowed =
+      "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_";
+  for (int byte = 1; byte < 256; ++byte) {
+    const std::string name = "x" + std::string(1, static_cast<char>(byte));
+    Config config;
+    config.intf_by_type(kL3)->MergeConfigAndInsert(
+        Record("l3 " + name, "global", {}));
+    ValidateConfig rules;
+    const bool is_allowed = allowed.find(name[1]) != std::string::npos;
+    EXPECT_EQ(rules.ValidateInterfaceL3(config), is_allowed ? 0 : -1) << byte;
+    EXPECT_EQ(
+        rules.error_text(),
+        is_allowed ? "" : "L3 interface name " + name + kInvalidCharacters);
+  }
+}
+
+TEST_F(L3RuleTest, SplitsANameAtItsFirstBlank) {
+  ExpectViolated(JudgeName("a b c"),
+                 std::string("L3 interface name b c") + kInvalidCharacters);
+}
+
+TEST_F(L3RuleTest, TakesANameWithoutBlankWhole) {
+  ExpectHolds(JudgeName("core1"));
+  ExpectViolated(JudgeName("core.2"),
+                 std::string("L3 interface name core.2") + kInvalidCharacters);
+}
+
+TEST_F(L3RuleTest, TellsTheFirstNameThatFails) {
+  Add(kL3, Record("l3 right", "global", {}));
+  Add(kL3, Record("l3 a.b", "global", {}));
+  ExpectViolated(JudgeName("l3 "),
+                 std::string("L3 interface name a.b") + kInvalidCharacters);
+}
+
+// ---- Next hops -------------------------------------------------------------
+
+class NextHopRuleTest : public ValidateConfigTest {
+ protected:
+  int Judge() { return rules_.ValidateStaticRouteNextHop(config_); }
+  // Both conflict with an address of the interface.
+  void StoreConflictOfBothFamilies() {
+    Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+    Store(Route("20.0.0.0", 16, "10.0.0.1"));
+    Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+  }
+};
+
+constexpr char kIpv4Conflict[] =
+    "l3 a ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 next-hop "
+    "10.0.0.1 cannot have address conflict.";
+constexpr char kIpv6Conflict[] =
+    "l3 a ipv6 address 2001:db8::1/64 and static route 2001:db8:5::/48 "
+    "next-hop 2001:db8::1 cannot have address conflict.";
+
+TEST_F(NextHopRuleTest, HoldsWithoutRoutes) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(NextHopRuleTest, RefusesAnIpv4NextHopWhenIpv4WasRead) {
+  StoreConflictOfBothFamilies();
+  Read(kIpv4);
+  ExpectViolated(Judge(), kIpv4Conflict);
+}
+
+TEST_F(NextHopRuleTest, RefusesAnIpv6NextHopWhenOnlyIpv6WasRead) {
+  StoreConflictOfBothFamilies();
+  Read(kIpv6);
+  ExpectViolated(Judge(), kIpv6Conflict);
+}
+
+// Once the IPv4 routes are read, only they are examined.
+TEST_F(NextHopRuleTest, PassesOverIpv6NextHopsWhenBothWereRead) {
+  Store(Data("l3", "a", {"10.0.0.2/24"}, {"2001:db8::1/64"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+  Read(kIpv6);
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(NextHopRuleTest, HoldsWhenNoRouteWasRead) {
+  StoreConflictOfBothFamilies();
+  ReadInterfaces(kIpv4);
+  ReadInterfaces(kIpv6);
+  ExpectHolds(Judge());
+}
+
+TEST_F(NextHopRuleTest, GoesByManagementThenL3ThenLoopback) {
+  Store(Data("loopback", "c", {"10.0.0.3/32"}));
+  Store(Data("l3", "b", {"10.0.0.2/24"}));
+  Store(Data("mgmt", "a", {"10.0.0.1/24"}));
+  for (const char* next_hop : {"10.0.0.3", "10.0.0.2", "10.0.0.1"}) {
+    Store(Route("20.0.0.0", 16, next_hop));
+  }
+  Read(kIpv4);
+  ExpectViolated(Judge(),
+                 "mgmt a ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
+                 "next-hop 10.0.0.1 cannot have address conflict.");
+}
+
+TEST_F(NextHopRuleTest, GoesByL3BeforeLoopback) {
+  Store(Data("loopback", "c", {"10.0.0.3/32"}));
+  Store(Data("l3", "b", {"10.0.0.2/24"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.3"));
+  Store(Route("30.0.0.0", 16, "10.0.0.2"));
+  Read(kIpv4);
+  ExpectViolated(Judge(),
+                 "l3 b ipv4 address 10.0.0.2/24 and static route 30.0.0.0/16 "
+                 "next-hop 10.0.0.2 cannot have address conflict.");
+}
+
+TEST_F(NextHopRuleTest, LetsARouteOfAnotherVrfUseTheAddress) {
+  StoreVrfName(fake, 1, "red");
+  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.1", 1));
+  Store(Route("2001:db8:5::", 48, "2001:db8::1", 1));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+  ExpectHolds(JudgeIpv6(kL3));
+}
+
+TEST_F(NextHopRuleTest, RefusesARouteOfTheInterfacesOwnVrf) {
+  StoreVrfName(fake, 1, "red");
+  Store(InVrf(Data("l3", "a", {"10.0.0.1/24"}), "red"));
+  Store(Route("20.0.0.0", 16, "10.0.0.1", 1));
+  Read(kIpv4);
+  ExpectViolated(Judge(), kIpv4Conflict);
+}
+
+// Unlike the overlap of addresses, routes know no common space.
+TEST_F(NextHopRuleTest, TellsTheGlobalFromTheManagementVrf) {
+  Store(InVrf(Data("mgmt", "a", {"10.0.0.1/24"}), "mgmt"));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(NextHopRuleTest, LetsARouteUseANeighbourInTheSubnet) {
+  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
+  Store(Route("20.0.0.0", 16, "10.0.0.2"));
+  Store(Route("2001:db8:5::", 48, "2001:db8::2"));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+  ExpectHolds(JudgeIpv6(kL3));
+}
+
+TEST_F(NextHopRuleTest, TellsTheFirstAddressOfTheListAndTheFirstRouteRead) {
+  Store(Data("l3", "a", {"10.9.0.1/24", "10.0.0.1/24", "10.0.0.2/24"}));
+  Store(Route("10.7.0.0", 16, "10.0.0.2"));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  Store(Route("10.8.0.0", 16, "10.0.0.1"));
+  Read(kIpv4);
+  ExpectViolated(Judge(), kIpv4Conflict);
+}
+
+// ---- The limit -------------------------------------------------------------
+
+struct LimitCase {
+  unsigned ipv4;
+  unsigned ipv6;
+  bool holds;
+};
+
+class LimitRuleTest : public ValidateConfigTest,
+                      public ::testing::WithParamInterface<LimitCase> {
+ protected:
+  void StoreRoutes(unsigned ipv4, unsigned ipv6) {
+    StoreMany(Route("20.0.0.0", 16, "10.0.0.1"), ipv4);
+    StoreMany(Route("2001:db8:5::", 48, "2001:db8::1"), ipv6);
+  }
+};
+
+// The counts are those of the whole table whichever family is read.
+TEST_P(LimitRuleTest, CountsAnIpv6RouteTwiceUpTo1000) {
+  const auto& [ipv4, ipv6, holds] = GetParam();
+  StoreRoutes(ipv4, ipv6);
+  const std::string counts = "IPv4 static routes = " + std::to_string(ipv4) +
+                             "; IPv6 static routes = " + std::to_string(ipv6) +
+                             ";";
+  for (const auto family : {kIpv4, kIpv6}) {
+    const std::size_t lines_before = fake.log_lines().size();
+    Config config;
+    config.set_sock(FakePlatform::kSocket);
+    config.set_confd_trans(fake.tctx());
+    config.ReadStaticRouteConfig(family);
+    ValidateConfig rules;
+    EXPECT_EQ(rules.ValidateStaticRouteLimit(config), holds ? 0 : -1);
+    EXPECT_EQ(rules.error_text(), holds ? "" : kLimitText);
+
+    ASSERT_EQ(fake.log_lines().size(), lines_before + (holds ? 0 : 1));
+    if (holds) continue;
+    EXPECT_EQ(fake.log_lines().back().format,
+              "The maximum number of available static routes was exceeded! "
+              "IPv4 static routes = %u; IPv6 static routes = %u;");
+    EXPECT_EQ(fake.log_lines().back().text,
+              "The maximum number of available static routes was exceeded! " +
+                  counts);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Counts, LimitRuleTest,
+    ::testing::Values(LimitCase{0, 0, true}, LimitCase{1000, 0, true},
+                      LimitCase{1001, 0, false}, LimitCase{0, 500, true},
+                      LimitCase{0, 501, false}, LimitCase{998, 1, true},
+                      LimitCase{999, 1, false}, LimitCase{1, 500, false}),
+    [](const auto& limit_case) {
+      return std::to_string(limit_case.param.ipv4) + "And" +
+             std::to_string(limit_case.param.ipv6);
+    });
+
+// ---- Black holes -----------------------------------------------------------
+
+class BlackHoleRuleTest : public ValidateConfigTest {
+ protected:
+  int Judge() { return rules_.ValidateRouteBlackHole(config_); }
+  void StoreIpv4Conflict() {
+    Store(Route("20.0.0.0", 16, "0.0.0.0"));
+    Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  }
+  void StoreIpv6Conflict() {
+    Store(Route("2001:db8:5::", 48, "::"));
+    Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+  }
+};
+
+constexpr char kIpv4BlackHole[] =
+    "Prefix 20.0.0.0/16 cannot be black-hole and have next-hop at the same "
+    "time";
+constexpr char kIpv6BlackHole[] =
+    "Prefix 2001:db8:5::/48 cannot be black-hole and have next-hop at the same "
+    "time";
+
+TEST_F(BlackHoleRuleTest, RefusesAnIpv4PrefixThatIsBoth) {
+  StoreIpv4Conflict();
+  Read(kIpv4);
+  ExpectViolated(Judge(), kIpv4BlackHole);
+}
+
+TEST_F(BlackHoleRuleTest, RefusesAnIpv6PrefixWhenOnlyIpv6WasRead) {
+  StoreIpv4Conflict();
+  StoreIpv6Conflict();
+  Read(kIpv6);
+  ExpectViolated(Judge(), kIpv6BlackHole);
+}
+
+// Once the IPv4 routes are read, only they are examined.
+TEST_F(BlackHoleRuleTest, PassesOverIpv6PrefixesWhenBothWereRead) {
+  StoreIpv6Conflict();
+  Read(kIpv6);
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(BlackHoleRuleTest, HoldsWhenNoRouteWasRead) {
+  StoreIpv4Conflict();
+  StoreIpv6Conflict();
+  ReadInterfaces(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(BlackHoleRuleTest, HoldsForABlackHoleAlone) {
+  Store(Route("20.0.0.0", 16, "0.0.0.0"));
+  Store(Route("20.0.0.0", 16, "0.0.0.0"));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(BlackHoleRuleTest, HoldsForPrefixesThatDifferInLengthOrHostBits) {
+  Store(Route("20.0.0.0", 16, "0.0.0.0"));
+  Store(Route("20.0.0.0", 24, "10.0.0.1"));
+  Store(Route("20.0.0.1", 16, "10.0.0.1"));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+TEST_F(BlackHoleRuleTest, HoldsForOnePrefixInTwoVrfs) {
+  StoreVrfName(fake, 1, "red");
+  Store(Route("20.0.0.0", 16, "0.0.0.0", 1));
+  Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  Read(kIpv4);
+  ExpectHolds(Judge());
+}
+
+// By VRF name first: "global" before "red" though the address is higher.
+TEST_F(BlackHoleRuleTest, TellsTheFirstByVrfAndPrefix) {
+  StoreVrfName(fake, 1, "red");
+  for (const char* next_hop : {"0.0.0.0", "10.0.0.1"}) {
+    Store(Route("9.0.0.0", 8, next_hop, 1));
+    Store(Route("30.0.0.0", 16, next_hop));
+    Store(Route("20.0.0.0", 16, next_hop));
+  }
+  Read(kIpv4);
+  ExpectViolated(Judge(), kIpv4BlackHole);
+}
+
+// ---- The three rules of static routes together -----------------------------
+
+class StaticRouteRulesTest : public ValidateConfigTest {
+ protected:
+  int Judge() {
+    Read(kIpv4);
+    return rules_.ValidateStaticRoute(config_);
+  }
+  void StoreNextHopConflict() {
+    Store(Data("l3", "a", {"10.0.0.1/24"}));
+    Store(Route("20.0.0.0", 16, "10.0.0.1"));
+  }
+  void StoreTooMany() { StoreMany(Route("30.0.0.0", 16, "10.9.9.9"), 1001); }
+  void StoreBlackHole() {
+    Store(Route("20.0.0.0", 16, "0.0.0.0"));
+    Store(Route("20.0.0.0", 16, "10.0.0.9"));
+  }
+};
+
+TEST_F(StaticRouteRulesTest, HoldWithoutRoutesAndLogNothing) {
+  ExpectHolds(Judge());
+  EXPECT_TRUE(fake.log_lines().empty());
+}
+
+TEST_F(StaticRouteRulesTest, TellANextHopThatIsTheOnlyViolation) {
+  StoreNextHopConflict();
+  ExpectViolated(Judge(), kIpv4Conflict);
+}
+
+TEST_F(StaticRouteRulesTest, TellALimitThatIsTheOnlyViolation) {
+  StoreTooMany();
+  ExpectViolated(Judge(), kLimitText);
+}
+
+TEST_F(StaticRouteRulesTest, TellABlackHoleThatIsTheOnlyViolation) {
+  StoreBlackHole();
+  ExpectViolated(Judge(), kIpv4BlackHole);
+}
+
+TEST_F(StaticRouteRulesTest, TellTheLimitRatherThanANextHop) {
+  StoreNextHopConflict();
+  StoreTooMany();
+  ExpectViolated(Judge(), kLimitText);
+}
+
+TEST_F(StaticRouteRulesTest, TellABlackHoleRatherThanANextHop) {
+  StoreNextHopConflict();
+  StoreBlackHole();
+  ExpectViolated(Judge(), kIpv4BlackHole);
+}
+
+TEST_F(StaticRouteRulesTest, TellABlackHoleOfAllThreeAndLogTheLimit) {
+  StoreNextHopConflict();
+  StoreTooMany();
+  StoreBlackHole();
+  ExpectViolated(Judge(), kIpv4BlackHole);
+  EXPECT_EQ(fake.log_lines().size(), 1U);
+}
+
+// ---- Output interfaces -----------------------------------------------------
+
+class OutputInterfaceRuleTest : public ValidateConfigTest {
+ protected:
+  int Judge(ConfigAddrFamily family = kIpv4) {
+    Read(family);
+    return rules_.ValidateStaticRouteOutputIntf(config_);
+  }
+  static InterfaceData OnVlan(InterfaceData data, std::int32_t vlan) {
+    data.vlan = vlan;
+    return data;
+  }
+};
+
+constexpr char kUsed[] =
+    " is being used by a static route. Lower-layer-if cannot be removed from "
+    "this interface";
+
+TEST_F(OutputInterfaceRuleTest, RefusesAnL3WithoutVlanThatARouteNames) {
+  Store(Data("l3", "100", {}));
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
+  ExpectViolated(Judge(), std::string("l3 100") + kUsed);
+}
+
+TEST_F(OutputInterfaceRuleTest, RefusesItForAnIpv6Route) {
+  Store(Data("l3", "100", {}));
+  Store(Through(Route("2001:db8:5::", 48, "2001:db8::1"), "l3-100"));
+  ExpectViolated(Judge(kIpv6), std::string("l3 100") + kUsed);
+}
+
+TEST_F(OutputInterfaceRuleTest, TakesVlanZeroForNone) {
+  Store(OnVlan(Data("l3", "100", {}), 0));
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
+  ExpectViolated(Judge(), std::string("l3 100") + kUsed);
+}
+
+TEST_F(OutputInterfaceRuleTest, HoldsForAnL3OnAVlan) {
+  Store(OnVlan(Data("l3", "100", {}), 7));
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
+  ExpectHolds(Judge());
+}
+
+TEST_F(OutputInterfaceRuleTest, HoldsForAnInterfaceThatNoRouteNames) {
+  Store(Data("l3", "100", {}));
+  Store(Data("l3", "1", {}));
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-10"));
+  Store(Route("30.0.0.0", 16, "10.0.0.1"));
+  ExpectHolds(Judge());
+}
+
+TEST_F(OutputInterfaceRuleTest, PassesOverABlackHole) {
+  Store(Data("l3", "100", {}));
+  Store(Through(Route("20.0.0.0", 16, "0.0.0.0"), "l3-100"));
+  ExpectHolds(Judge());
+}
+
+TEST_F(OutputInterfaceRuleTest, PassesOverARouteOfAFamilyThatWasNotRead) {
+  Store(Data("l3", "100", {}));
+  Store(Through(Route("2001:db8:5::", 48, "2001:db8::1"), "l3-100"));
+  ExpectHolds(Judge(kIpv4));
+}
+
+TEST_F(OutputInterfaceRuleTest, GoesByManagementThenL3ThenLoopback) {
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "lo-1"));
+  Store(Through(Route("30.0.0.0", 16, "10.0.0.1"), "l3-1"));
+  Store(Through(Route("40.0.0.0", 16, "10.0.0.1"), "mg-1"));
+  Add(kLoopback, Record("lo 1", "global", {}));
+  ExpectViolated(Judge(), std::string("lo 1") + kUsed);
+  Add(kL3, Record("l3 1", "global", {}));
+  ExpectViolated(Judge(), std::string("l3 1") + kUsed);
+  Add(kMgmt, Record("mg 1", "global", {}));
+  ExpectViolated(Judge(), std::string("mg 1") + kUsed);
+}
+
+TEST_F(OutputInterfaceRuleTest, TellsTheFirstInterfaceOfAKind) {
+  Store(Data("l3", "2", {}));
+  Store(Data("l3", "1", {}));
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-1"));
+  Store(Through(Route("30.0.0.0", 16, "10.0.0.1"), "l3-2"));
+  ExpectViolated(Judge(), std::string("l3 2") + kUsed);
+}
+
+}  // namespace
+}  // namespace ipav::testing

@@ -45,11 +45,11 @@ class StaticRoute {
 template <typename Mask, typename Addr>
 class StaticRouteOf : public StaticRoute {
  public:
-  StaticRouteOf(std::string intf_name, std::string vrf_name,
-                const Mask& network, const Addr& next_hop)
+  StaticRouteOf(std::string intf_name, std::string vrf_name, Mask network,
+                Addr next_hop)
       : StaticRoute(std::move(intf_name), std::move(vrf_name)),
-        network_(network),
-        next_hop_(next_hop) {}
+        network_(std::move(network)),
+        next_hop_(std::move(next_hop)) {}
 
   const Mask& network() const override { return network_; }
   const Addr& next_hop() const override { return next_hop_; }

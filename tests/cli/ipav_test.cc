@@ -340,6 +340,23 @@ TEST_F(IpavTest, AnExceptionOfThePluginEndsWithStatus3) {
       << result.out;
 }
 
+// The reader of static routes rewrites the third character of such a name.
+TEST_F(IpavTest, AnExceptionOfAReaderEndsWithStatus3AndNamesThePoint) {
+  const std::string file =
+      Branch({{"<interface-name>l3-core-a<", "<interface-name>x<"}});
+  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.out,
+            file +
+                ": not judged, the plug-in failed (1 of 6 validation calls "
+                "made)\n"
+                "the plug-in threw an exception: basic_string::replace: __pos "
+                "(which is 2) > this->size() (which is 1)\n"
+                "  validation point: ipv4_addr_validation\n"
+                "  data path: /config/interface/l3\n");
+  EXPECT_EQ(result.err, "");
+}
+
 TEST_F(IpavTest, TheGravestStatusOfSeveralCandidatesIsReturned) {
   const std::string accepted = kRunning;
   const std::string refused = kBranch + "ra-min-without-max.xml";

@@ -49,8 +49,9 @@ std::vector<Row> ReadRows() {
   std::ifstream file(IPAV_EXAMPLES "/README.md");
   std::string folder;
   for (std::string line; std::getline(file, line);) {
-    if (line.rfind("## ", 0) == 0)
+    if (line.rfind("## ", 0) == 0) {
       folder = line.substr(3, line.find(' ', 3) - 3);
+    }
     if (line.rfind("| `", 0) != 0) continue;
     const std::vector<std::string> cells = Cells(line);
     if (cells.size() != 4) continue;

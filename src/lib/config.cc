@@ -9,8 +9,9 @@
 #include <utility>
 
 #include "internal/assertion.h"
-#include "internal/ipapp_tags.h"
 #include "internal/maapi_owners.h"
+#include "internal/maapi_reads.h"
+#include "internal/model_tags.h"
 #include "static_route_config.h"
 
 namespace ip_application::config_valid {
@@ -20,6 +21,9 @@ namespace {
 using internal::ElemValue;
 using internal::MaapiCursor;
 using internal::RequireType;
+
+// Of a printed key, with its NUL.
+constexpr std::size_t kKeyTextSize = 256;
 
 constexpr char kGlobalVrf[] = "global";
 constexpr char kVrfConfigPath[] =
@@ -54,42 +58,8 @@ constexpr internal::AssertionSite kPathEndsInNode = {
     "ip_application::config_valid::Config::intf_type_from_confd_path("
     "confd_hkeypath_t*)"};
 
-// What the two families differ in where they are read alike.
-struct Ipv4Reads {
-  using Prefix = confd_ipv4_prefix;
-  static constexpr auto kGet = maapi_get_ipv4_and_plen_elem;
-  static const auto& AddressOf(const Prefix& prefix) {
-    return prefix.ip.s_addr;
-  }
-};
-struct Ipv6Reads {
-  using Prefix = confd_ipv6_prefix;
-  static constexpr auto kGet = maapi_get_ipv6_and_plen_elem;
-  static const auto& AddressOf(const Prefix& prefix) { return prefix.ip6; }
-};
-
-// Reads an address-with-prefix-length leaf; unspecified where there is none.
-template <typename Reads, typename Mask>
-Mask ReadMask(int sock, int thandle, const std::string& path) {
-  Mask mask;
-  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return mask;
-
-  typename Reads::Prefix prefix{};
-  if (Reads::kGet(sock, thandle, &prefix, "%s", path.c_str()) == CONFD_OK) {
-    mask.set_addr(Reads::AddressOf(prefix));
-    mask.set_prefix_len(prefix.len);
-  }
-  return mask;
-}
-
 std::string EntryPath(const std::string& list, const std::string& key) {
   return list + "{" + key + "}";
-}
-
-std::string PrintKey(const confd_value_t& key) {
-  char text[256] = "";
-  static_cast<void>(confd_pp_value(text, sizeof(text), &key));
-  return text;
 }
 
 // The octets of a C_BINARY in their order, cut or filled with zeros.
@@ -135,14 +105,12 @@ void GenericConfig::ReadConfigIfNeeded(ConfigAddrFamily family) {
 
 nettypes::IPv4AddrMask GenericConfig::get_ipv4_addr_mask(
     const std::string& path) const {
-  return ReadMask<Ipv4Reads, nettypes::IPv4AddrMask>(sock_, trans_->thandle,
-                                                     path);
+  return internal::ReadIpv4Mask(sock_, trans_->thandle, path);
 }
 
 nettypes::IPv6AddrMask GenericConfig::get_ipv6_addr_mask(
     const std::string& path) const {
-  return ReadMask<Ipv6Reads, nettypes::IPv6AddrMask>(sock_, trans_->thandle,
-                                                     path);
+  return internal::ReadIpv6Mask(sock_, trans_->thandle, path);
 }
 
 limid_t GenericConfig::get_intf_lim_id(const std::string& path) const {
@@ -177,16 +145,7 @@ std::string GenericConfig::get_vrf_name(const std::string& path) const {
 
 std::list<std::string> GenericConfig::get_key_list(
     const std::string& path) const {
-  std::list<std::string> keys;
-  if (maapi_exists(sock_, trans_->thandle, "%s", path.c_str()) != 1) {
-    return keys;
-  }
-
-  MaapiCursor cursor(sock_, trans_->thandle, path);
-  for (const maapi_cursor& row : cursor) {
-    keys.push_back(PrintKey(row.keys[0]));
-  }
-  return keys;
+  return internal::ReadFirstKeys<kKeyTextSize>(sock_, trans_->thandle, path);
 }
 
 std::list<std::vector<std::string>> GenericConfig::get_key_list(
@@ -200,7 +159,7 @@ std::list<std::vector<std::string>> GenericConfig::get_key_list(
   for (const maapi_cursor& row : cursor) {
     std::vector<std::string>& keys = rows.emplace_back();
     for (unsigned int i = 0; i < key_count; ++i) {
-      keys.push_back(PrintKey(row.keys[i]));
+      keys.push_back(internal::PrintKey<kKeyTextSize>(row.keys[i]));
     }
   }
   return rows;

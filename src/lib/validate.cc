@@ -4,9 +4,9 @@
 
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 
 #include "config.h"
+#include "internal/callback_steps.h"
 #include "internal/report.h"
 #include "validate_config.h"
 #include "validate_nd_ra.h"
@@ -18,6 +18,8 @@ using ip_application::config_valid::ValidateConfig;
 using ip_application::config_valid::internal::kAccept;
 using ip_application::config_valid::internal::kInvalidInterface;
 using ip_application::config_valid::internal::kReject;
+using ip_application::config_valid::internal::ReadInterfaces;
+using ip_application::config_valid::internal::Report;
 
 namespace {
 
@@ -51,21 +53,6 @@ const ValidationPoint* FindValidationPoint(const char* opaque) {
     }
   }
   return nullptr;
-}
-
-void ReadInterfaces(Config& config, ConfigAddrFamily family,
-                    std::initializer_list<InterfaceType> kinds) {
-  for (const InterfaceType kind : kinds) {
-    config.intf_by_type(kind)->ReadConfigIfNeeded(family);
-  }
-}
-
-// Turns a rule's result into the answer. The text goes through "%s": it may
-// hold a "%" that somebody typed.
-int32_t Report(confd_trans_ctx* tctx, int result, const ValidateConfig& rules) {
-  if (result == 0) return kAccept;
-  confd_trans_seterr(tctx, "%s", rules.error_text().c_str());
-  return kReject;
 }
 
 // Judges the addresses of one family.

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "internal/assertion.h"
-#include "internal/ipapp_tags.h"
+#include "internal/model_tags.h"
 #include "internal/report.h"
 #include "validate_logger.h"
 

@@ -1,0 +1,48 @@
+// Reads of the transaction by path that the snapshot's readers and the VRF walk
+// share. What is missing or cannot be read is the default.
+#ifndef IPAV_SRC_LIB_INTERNAL_MAAPI_READS_H_
+#define IPAV_SRC_LIB_INTERNAL_MAAPI_READS_H_
+
+#include <confd_maapi.h>
+#include <nettypes/ipv4.h>
+#include <nettypes/ipv6.h>
+
+#include <cstddef>
+#include <list>
+#include <string>
+
+#include "internal/maapi_owners.h"
+
+namespace ip_application::config_valid::internal {
+
+// An address-with-prefix-length leaf. Default: 0.0.0.0/0, ::/0.
+nettypes::IPv4AddrMask ReadIpv4Mask(int sock, int thandle,
+                                    const std::string& path);
+nettypes::IPv6AddrMask ReadIpv6Mask(int sock, int thandle,
+                                    const std::string& path);
+
+// A key as text of at most `kSize` - 1 bytes.
+template <std::size_t kSize>
+std::string PrintKey(const confd_value_t& key) {
+  char text[kSize] = "";
+  static_cast<void>(confd_pp_value(text, sizeof(text), &key));
+  return text;
+}
+
+// First key of each entry of a list, in the order of the database.
+template <std::size_t kSize>
+std::list<std::string> ReadFirstKeys(int sock, int thandle,
+                                     const std::string& path) {
+  std::list<std::string> keys;
+  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return keys;
+
+  MaapiCursor cursor(sock, thandle, path);
+  for (const maapi_cursor& row : cursor) {
+    keys.push_back(PrintKey<kSize>(row.keys[0]));
+  }
+  return keys;
+}
+
+}  // namespace ip_application::config_valid::internal
+
+#endif  // IPAV_SRC_LIB_INTERNAL_MAAPI_READS_H_

@@ -36,10 +36,10 @@ int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 // slot.
 int32_t lib_finish(void** context);
 
-// Callbacks. Each reads what it needs of the snapshot, if it was not read
-// before, runs one rule, and sets the rule's text on the transaction where it
-// is violated. `maapi_socket` and `newval` are not used: the snapshot is bound
-// already. Return 0 to accept, -1 to refuse.
+// Callbacks. But for the last one, each reads what it needs of the snapshot, if
+// it was not read before, runs one rule, and sets the rule's text on the
+// transaction where it is violated. `maapi_socket` and `newval` are not used
+// then: the snapshot is bound already. Return 0 to accept, -1 to refuse.
 
 // Number and names of the l3 interfaces.
 int32_t validate_intf_l3_name(int32_t maapi_socket, confd_trans_ctx* tctx,
@@ -54,6 +54,34 @@ int32_t validate_ipv4_addr(int32_t maapi_socket, confd_trans_ctx* tctx,
 int32_t validate_ipv6_addr(int32_t maapi_socket, confd_trans_ctx* tctx,
                            confd_hkeypath_t* keypath, confd_value_t* newval,
                            ip_application::config_valid::Config& config);
+
+// Static routes against the addresses of the interfaces, their number and their
+// black holes. One family is read, and the IPv6 routes are examined only in a
+// snapshot that has not read the IPv4 ones.
+int32_t validate_ipv4_addr_route(int32_t maapi_socket, confd_trans_ctx* tctx,
+                                 confd_hkeypath_t* keypath,
+                                 confd_value_t* newval,
+                                 ip_application::config_valid::Config& config);
+int32_t validate_ipv6_addr_route(int32_t maapi_socket, confd_trans_ctx* tctx,
+                                 confd_hkeypath_t* keypath,
+                                 confd_value_t* newval,
+                                 ip_application::config_valid::Config& config);
+
+// Lower-layer interfaces of the output interfaces of static routes.
+int32_t validate_route_l3_intf(int32_t maapi_socket, confd_trans_ctx* tctx,
+                               confd_hkeypath_t* keypath, confd_value_t* newval,
+                               ip_application::config_valid::Config& config);
+
+// IPv4 addresses against those that OSPFv2 knows.
+int32_t validate_ipv4_addr_cross_prot(
+    int32_t maapi_socket, confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+    confd_value_t* newval, ip_application::config_valid::Config& config);
+
+// The VLAN of an l3 interface against OSPFv3: the answer of
+// validate_lower_layer_cross_ospfv3(). The snapshot is not used.
+int32_t validate_lower_layer_cross_prot(
+    int32_t maapi_socket, confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+    confd_value_t* newval, ip_application::config_valid::Config& config);
 
 }  // extern "C"
 

@@ -69,6 +69,18 @@ class ValidateConfig {
   // loopback and management interfaces are, too.
   int ValidateStaticRouteOutputIntf(const Config& config);
 
+  // The IPv4 addresses that OSPFv2 knows of an interface are all that it has.
+  // The l3 interfaces are judged before the loopbacks.
+  int ValidateOspfv2(const Config& config);
+  bool ValidateOspfv2CrossIfL3(const L3Config& l3, const Ospfv2Config& ospf);
+  bool ValidateOspfv2CrossIfLo(const LoConfig& lo, const Ospfv2Config& ospf);
+
+  // An interface is in the VRF of its OSPFv2 process. The l3 interfaces are
+  // judged before the loopbacks.
+  int ValidateOspfv2Vrf(const Config& config);
+  bool ValidateOspfv2CrossIfL3Vrf(const L3Config& l3, const Ospfv2Config& ospf);
+  bool ValidateOspfv2CrossIfLoVrf(const LoConfig& lo, const Ospfv2Config& ospf);
+
  private:
   template <typename Family>
   int ValidateInterfaceAddresses(const Config& config, InterfaceType type);
@@ -82,6 +94,14 @@ class ValidateConfig {
   template <typename Family>
   bool MatchesNextHop(const Interface& interface,
                       const StaticRouteConfig& routes);
+
+  // One rule over every assignment and the interface that it is of.
+  using OspfRule = bool (ValidateConfig::*)(const OspfIf& ospf_if,
+                                            const Interface& interface);
+  bool EveryAssignmentHolds(const InterfaceConfig& interfaces,
+                            const Ospfv2Config& ospf, OspfRule rule);
+  bool HasAddressesOf(const OspfIf& ospf_if, const Interface& interface);
+  bool IsInVrfOf(const OspfIf& ospf_if, const Interface& interface);
 
   bool NameIsValid(const std::string& name);
 

@@ -6,13 +6,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string>
 #include <utility>
 
+#include "internal/address_text.h"
 #include "internal/assertion.h"
 #include "internal/maapi_owners.h"
 #include "internal/maapi_reads.h"
 #include "internal/model_tags.h"
 #include "static_route_config.h"
+#include "validate_logger.h"
 
 namespace ip_application::config_valid {
 
@@ -24,6 +27,15 @@ using internal::RequireType;
 
 // Of a printed key, with its NUL.
 constexpr std::size_t kKeyTextSize = 256;
+
+// Keys of a row of the OSPFv2 interface table.
+enum OspfRowKey {
+  kOspfCompoundId = 0,
+  kOspfArea = 1,       // dotted
+  kOspfInterface = 2,  // kind, hyphen, name
+  kOspfAddress = 3,    // dotted
+  kOspfRowKeys = 4
+};
 
 constexpr char kGlobalVrf[] = "global";
 constexpr char kVrfConfigPath[] =
@@ -340,8 +352,103 @@ void MgmtConfig::ReadConfig(ConfigAddrFamily family) {
                           &MgmtConfig::ReadOnlyAddress, false});
 }
 
-// No validation point asks for OSPFv2 assignments yet, so this reads nothing.
-void Ospfv2Config::ReadConfig(ConfigAddrFamily /*family*/) {}
+OspfIf::OspfIf(std::uint32_t process_id, std::string vrf_name,
+               nettypes::IPv4Addr area, std::string intf_name,
+               std::list<nettypes::IPv4AddrMask> addresses)
+    : process_id_(process_id),
+      vrf_name_(std::move(vrf_name)),
+      area_(std::move(area)),
+      intf_name_(std::move(intf_name)),
+      addresses_(std::move(addresses)) {}
+
+bool OspfIf::IsSameAssignment(const OspfIf& other) const {
+  return intf_name_ == other.intf_name_ && process_id_ == other.process_id_ &&
+         vrf_name_ == other.vrf_name_;
+}
+
+void OspfIf::AddAddress(const nettypes::IPv4AddrMask& address) {
+  addresses_.push_back(address);
+}
+
+void Ospfv2Config::ReadConfig(ConfigAddrFamily family) {
+  if (family != ConfigAddrFamily::kIpv4) return;
+  for (const auto& keys : get_key_list(interface_path_, kOspfRowKeys)) {
+    ReadRow(keys);
+  }
+}
+
+void Ospfv2Config::ReadRow(const std::vector<std::string>& keys) {
+  std::string intf_name = keys[kOspfInterface];  // "l3-core1"
+  const std::size_t hyphen = intf_name.find('-');
+  if (hyphen == std::string::npos) return;
+
+  const auto compound_id =
+      static_cast<unsigned int>(std::stoul(keys[kOspfCompoundId]));
+  const nettypes::IPv4Addr area = internal::ParseIpv4(keys[kOspfArea]);
+  const nettypes::IPv4Addr address = internal::ParseIpv4(keys[kOspfAddress]);
+  const std::uint8_t prefix_len =
+      GetIpv4Netmask(compound_id, area, intf_name, address);
+  intf_name.replace(hyphen, 1, " ");
+  const std::uint32_t process_id = GetProcessIdFromCompoundId(compound_id);
+  MergeConfigAndInsert({process_id,
+                        GetVrfName(compound_id),
+                        area,
+                        intf_name,
+                        {{address.to_uint32(), prefix_len}}});
+}
+
+void Ospfv2Config::MergeConfigAndInsert(const OspfIf& ospf_if) {
+  const auto found = std::find_if(
+      interfaces_.begin(), interfaces_.end(),
+      [&](const auto& known) { return known->IsSameAssignment(ospf_if); });
+  if (found == interfaces_.end()) {
+    interfaces_.push_back(std::make_shared<OspfIf>(ospf_if));
+  } else if (!ospf_if.addresses().empty()) {
+    (*found)->AddAddress(ospf_if.addresses().front());
+  }
+}
+
+std::uint8_t Ospfv2Config::GetIpv4Netmask(
+    unsigned int compound_id, const nettypes::IPv4Addr& area,
+    const std::string& intf_key, const nettypes::IPv4Addr& address) const {
+  std::uint8_t prefix_len = 0;
+  if (maapi_get_u_int8_elem(sock(), confd_trans()->thandle, &prefix_len,
+                            "%s{%u %s %s %s}/ospf-pm-ip-netmask",
+                            interface_path_.c_str(), compound_id,
+                            area.to_string().c_str(), intf_key.c_str(),
+                            address.to_string().c_str()) != CONFD_OK) {
+    // It says process and means the compound identifier.
+    ValidateLogger::Log("Failed to get IPv4 netmask from process ID %u!",
+                        compound_id);
+    return 0;
+  }
+  return prefix_len;
+}
+
+std::uint32_t Ospfv2Config::GetProcessIdFromCompoundId(
+    unsigned int compound_id) const {
+  std::uint32_t process_id = 0;
+  if (maapi_get_u_int32_elem(sock(), confd_trans()->thandle, &process_id,
+                             "%s{%u}/proc_id", process_path_.c_str(),
+                             compound_id) != CONFD_OK) {
+    ValidateLogger::Log("Failed to get process ID from compound ID %u!",
+                        compound_id);
+    return 0;
+  }
+  return process_id;
+}
+
+std::string Ospfv2Config::GetVrfName(unsigned int compound_id) const {
+  char name[256] = "";
+  if (maapi_get_str_elem(sock(), confd_trans()->thandle, name, sizeof(name),
+                         "%s{%u}/vrf_name", process_path_.c_str(),
+                         compound_id) != CONFD_OK) {
+    ValidateLogger::Log("Failed to get VRF name from compound ID %u!",
+                        compound_id);
+    return "";
+  }
+  return name;
+}
 
 Config::Config()
     : static_route_(std::make_unique<StaticRouteConfig>()),

@@ -9,6 +9,8 @@
 #include "internal/callback_steps.h"
 #include "internal/report.h"
 #include "validate_config.h"
+#include "validate_intf_vrf.h"
+#include "validate_ip_addr_cross_ospf.h"
 #include "validate_nd_ra.h"
 
 using ip_application::config_valid::Config;
@@ -37,10 +39,16 @@ struct ValidationPoint {
 // In search order.
 constexpr ValidationPoint kValidationPoints[] = {
     {validate_intf_l3_name, "intf_l3_name_validation"},
+    {validate_intf_vrf, "intf_vrf_validation"},
     {validate_ipv4_addr, "ipv4_addr_validation"},
+    {validate_ipv4_addr_cross_prot, "ipv4_addr_prot_cross_validation"},
+    {validate_ipv4_addr_route, "ipv4_addr_route_validation"},
     {validate_ipv6_addr, "ipv6_addr_validation"},
+    {validate_ipv6_addr_route, "ipv6_addr_route_validation"},
     {validate_ipv6_nd_ra_interval, "validate_ipv6_nd_ra_interval"},
     {validate_ipv6_nd_ra_lifetime, "validate_ipv6_nd_ra_lifetime"},
+    {validate_route_l3_intf, "static_route_l3_intf_validation"},
+    {validate_lower_layer_cross_prot, "lower_layer_prot_cross_validation"},
 };
 
 // The first row whose name begins the opaque text, or null. A prefix test by
@@ -74,6 +82,18 @@ int32_t ValidateAddresses(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 
   ValidateConfig rules;
   return Report(tctx, (rules.*rule)(config, kind), rules);
+}
+
+// Judges the static routes, with the interfaces of one family.
+int32_t ValidateRoutes(confd_trans_ctx* tctx, ConfigAddrFamily family,
+                       Config& config) {
+  ReadInterfaces(
+      config, family,
+      {InterfaceType::kL3, InterfaceType::kMgmt, InterfaceType::kLoopback});
+  config.ReadStaticRouteConfig(family);
+
+  ValidateConfig rules;
+  return Report(tctx, rules.ValidateStaticRoute(config), rules);
 }
 
 }  // namespace
@@ -140,4 +160,53 @@ int32_t validate_ipv6_addr(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
                            Config& config) {
   return ValidateAddresses(tctx, keypath, config, ConfigAddrFamily::kIpv6,
                            &ValidateConfig::ValidateInterfaceIPv6);
+}
+
+int32_t validate_ipv4_addr_route(int32_t /*maapi_socket*/,
+                                 confd_trans_ctx* tctx,
+                                 confd_hkeypath_t* /*keypath*/,
+                                 confd_value_t* /*newval*/, Config& config) {
+  return ValidateRoutes(tctx, ConfigAddrFamily::kIpv4, config);
+}
+
+int32_t validate_ipv6_addr_route(int32_t /*maapi_socket*/,
+                                 confd_trans_ctx* tctx,
+                                 confd_hkeypath_t* /*keypath*/,
+                                 confd_value_t* /*newval*/, Config& config) {
+  return ValidateRoutes(tctx, ConfigAddrFamily::kIpv6, config);
+}
+
+int32_t validate_route_l3_intf(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
+                               confd_hkeypath_t* /*keypath*/,
+                               confd_value_t* /*newval*/, Config& config) {
+  // An interface has the same lower layer in both families, a route has not
+  // the same output interface.
+  ReadInterfaces(config, ConfigAddrFamily::kIpv4, {InterfaceType::kL3});
+  config.ReadStaticRouteConfig(ConfigAddrFamily::kIpv4);
+  config.ReadStaticRouteConfig(ConfigAddrFamily::kIpv6);
+
+  ValidateConfig rules;
+  return Report(tctx, rules.ValidateStaticRouteOutputIntf(config), rules);
+}
+
+int32_t validate_ipv4_addr_cross_prot(int32_t /*maapi_socket*/,
+                                      confd_trans_ctx* tctx,
+                                      confd_hkeypath_t* /*keypath*/,
+                                      confd_value_t* /*newval*/,
+                                      Config& config) {
+  // No management interfaces: OSPF does not run on them.
+  ReadInterfaces(config, ConfigAddrFamily::kIpv4,
+                 {InterfaceType::kL3, InterfaceType::kLoopback});
+  config.ospfv2_config().ReadConfigIfNeeded(ConfigAddrFamily::kIpv4);
+
+  ValidateConfig rules;
+  return Report(tctx, rules.ValidateOspfv2(config), rules);
+}
+
+int32_t validate_lower_layer_cross_prot(int32_t maapi_socket,
+                                        confd_trans_ctx* tctx,
+                                        confd_hkeypath_t* keypath,
+                                        confd_value_t* newval,
+                                        Config& /*config*/) {
+  return validate_lower_layer_cross_ospfv3(maapi_socket, tctx, keypath, newval);
 }

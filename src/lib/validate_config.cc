@@ -69,6 +69,26 @@ bool ShareAddressSpace(const Interface& a, const Interface& b) {
          (IsGlobalOrMgmt(a.vrf_name) && IsGlobalOrMgmt(b.vrf_name));
 }
 
+using Masks = std::list<nettypes::IPv4AddrMask>;
+
+// The first of the masks, by address and prefix length, that is not among the
+// others; null when all are.
+const nettypes::IPv4AddrMask* FirstNotIn(const Masks& others,
+                                         const Masks& masks) {
+  const auto found =
+      std::find_if(masks.begin(), masks.end(), [&](const auto& mask) {
+        return std::find(others.begin(), others.end(), mask) == others.end();
+      });
+  return found == masks.end() ? nullptr : &*found;
+}
+
+// The area as a number and dotted, as both are in use: "area 1 (0.0.0.1)".
+std::string ProcessText(const OspfIf& ospf_if) {
+  return Unsigned(ospf_if.process_id()) + " vrf " + ospf_if.vrf_name() +
+         " area " + Unsigned(ospf_if.area().to_uint32()) + " (" +
+         ospf_if.area().to_string() + ")";
+}
+
 // The part of a record's name that the operator typed.
 std::string NamePart(const std::string& name) {
   const std::size_t blank = name.find(' ');
@@ -335,6 +355,89 @@ int ValidateConfig::ValidateStaticRouteOutputIntf(const Config& config) {
     }
   }
   return kHolds;
+}
+
+int ValidateConfig::ValidateOspfv2(const Config& config) {
+  const Ospfv2Config& ospf = config.ospfv2_config();
+  return ValidateOspfv2CrossIfL3(config.l3_config(), ospf) &&
+                 ValidateOspfv2CrossIfLo(config.lo_config(), ospf)
+             ? kHolds
+             : kViolated;
+}
+
+bool ValidateConfig::ValidateOspfv2CrossIfL3(const L3Config& l3,
+                                             const Ospfv2Config& ospf) {
+  return EveryAssignmentHolds(l3, ospf, &ValidateConfig::HasAddressesOf);
+}
+
+bool ValidateConfig::ValidateOspfv2CrossIfLo(const LoConfig& lo,
+                                             const Ospfv2Config& ospf) {
+  return EveryAssignmentHolds(lo, ospf, &ValidateConfig::HasAddressesOf);
+}
+
+int ValidateConfig::ValidateOspfv2Vrf(const Config& config) {
+  const Ospfv2Config& ospf = config.ospfv2_config();
+  return ValidateOspfv2CrossIfL3Vrf(config.l3_config(), ospf) &&
+                 ValidateOspfv2CrossIfLoVrf(config.lo_config(), ospf)
+             ? kHolds
+             : kViolated;
+}
+
+bool ValidateConfig::ValidateOspfv2CrossIfL3Vrf(const L3Config& l3,
+                                                const Ospfv2Config& ospf) {
+  return EveryAssignmentHolds(l3, ospf, &ValidateConfig::IsInVrfOf);
+}
+
+bool ValidateConfig::ValidateOspfv2CrossIfLoVrf(const LoConfig& lo,
+                                                const Ospfv2Config& ospf) {
+  return EveryAssignmentHolds(lo, ospf, &ValidateConfig::IsInVrfOf);
+}
+
+// An assignment whose interface is gone, and an interface without one, hold.
+bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
+                                          const Ospfv2Config& ospf,
+                                          OspfRule rule) {
+  for (const auto& ospf_if : ospf.interfaces()) {
+    for (const Interface& interface : interfaces.interfaces()) {
+      if (interface.name == ospf_if->intf_name() &&
+          !(this->*rule)(*ospf_if, interface)) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
+                                    const Interface& interface) {
+  const Masks& known = ospf_if.addresses();
+  // 1. None that OSPF knows may be missing.
+  if (const auto* missing = FirstNotIn(interface.ipv4, known)) {
+    error_text_ =
+        missing->to_string() +
+        " cannot be modified nor deleted, it is assigned to router ospf " +
+        ProcessText(ospf_if);
+    return false;
+  }
+  // 2. None may be there that OSPF does not know.
+  if (known.size() >= interface.ipv4.size()) return true;
+  if (const auto* added = FirstNotIn(known, interface.ipv4)) {
+    error_text_ =
+        added->to_string() +
+        " cannot be added after interface is assigned to router ospf " +
+        ProcessText(ospf_if);
+    return false;
+  }
+  return true;
+}
+
+bool ValidateConfig::IsInVrfOf(const OspfIf& ospf_if,
+                               const Interface& interface) {
+  if (interface.vrf_name == ospf_if.vrf_name()) return true;
+  error_text_ = interface.name + " vrf " + interface.vrf_name +
+                " and router ospf " + Unsigned(ospf_if.process_id()) + " vrf " +
+                ospf_if.vrf_name() + " cannot be associated with divergent VRF";
+  return false;
 }
 
 }  // namespace ip_application::config_valid

@@ -14,10 +14,17 @@ TEST(ExportedSymbolsTest, AreTheEntryPointsAndTheCallbacks) {
       "lib_init",
       "validate",
       "validate_intf_l3_name",
+      "validate_intf_vrf",
       "validate_ipv4_addr",
+      "validate_ipv4_addr_cross_prot",
+      "validate_ipv4_addr_route",
       "validate_ipv6_addr",
+      "validate_ipv6_addr_route",
       "validate_ipv6_nd_ra_interval",
       "validate_ipv6_nd_ra_lifetime",
+      "validate_lower_layer_cross_ospfv3",
+      "validate_lower_layer_cross_prot",
+      "validate_route_l3_intf",
   };
   std::vector<std::string> names;
   for (const auto& symbol : DynamicSymbols("--defined-only")) {

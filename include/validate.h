@@ -12,7 +12,7 @@
 
 #include "config.h"
 
-// The library hides every symbol but these.
+// The library hides every symbol that no such block shows.
 #pragma GCC visibility push(default)
 
 extern "C" {

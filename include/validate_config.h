@@ -69,7 +69,8 @@ class ValidateConfig {
   // loopback and management interfaces are, too.
   int ValidateStaticRouteOutputIntf(const Config& config);
 
-  // The IPv4 addresses that OSPFv2 knows of an interface are all that it has.
+  // The IPv4 addresses of an interface are those that each of its OSPFv2
+  // processes knows.
   // The l3 interfaces are judged before the loopbacks.
   int ValidateOspfv2(const Config& config);
   bool ValidateOspfv2CrossIfL3(const L3Config& l3, const Ospfv2Config& ospf);

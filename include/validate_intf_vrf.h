@@ -35,9 +35,9 @@ class ValidateIntfVrf {
   // transaction.
   int32_t RunValidation();
 
-  // Reads of the transaction for subclasses that need more than the change;
-  // none does today. As those of the snapshot's readers, but for the longer
-  // texts: a key is cut at 8191 bytes.
+  // Reads of the transaction for walks that need more than the change; none of
+  // those below does. As the ones of the snapshot's readers, but a key is cut
+  // at 8191 bytes.
   nettypes::IPv4AddrMask get_ipv4_addr_mask(const std::string& path) const;
   std::list<std::string> get_key_list(const std::string& path) const;
 

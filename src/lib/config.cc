@@ -29,13 +29,11 @@ using internal::RequireType;
 constexpr std::size_t kKeyTextSize = 256;
 
 // Keys of a row of the OSPFv2 interface table.
-enum OspfRowKey {
-  kOspfCompoundId = 0,
-  kOspfArea = 1,       // dotted
-  kOspfInterface = 2,  // kind, hyphen, name
-  kOspfAddress = 3,    // dotted
-  kOspfRowKeys = 4
-};
+constexpr unsigned kOspfCompoundId = 0;
+constexpr unsigned kOspfArea = 1;       // dotted
+constexpr unsigned kOspfInterface = 2;  // kind, hyphen, name
+constexpr unsigned kOspfAddress = 3;    // dotted
+constexpr unsigned kOspfRowKeys = 4;
 
 constexpr char kGlobalVrf[] = "global";
 constexpr char kVrfConfigPath[] =
@@ -382,6 +380,7 @@ void Ospfv2Config::ReadRow(const std::vector<std::string>& keys) {
   const std::size_t hyphen = intf_name.find('-');
   if (hyphen == std::string::npos) return;
 
+  // On the target an unsigned long has the 32 bits of the table's number.
   const auto compound_id =
       static_cast<unsigned int>(std::stoul(keys[kOspfCompoundId]));
   const nettypes::IPv4Addr area = internal::ParseIpv4(keys[kOspfArea]);

@@ -11,6 +11,7 @@ namespace {
 
 using internal::ElemValue;
 using internal::MaapiCursor;
+using internal::PathFormat;
 using internal::RequireType;
 
 // Keys of a row of the table, by their place in the cursor. The fifth one, the
@@ -62,7 +63,7 @@ bool Find(const std::map<Key, std::shared_ptr<StaticRoute>>& routes,
 void StaticRouteConfig::ReadConfig(ConfigAddrFamily family) {
   ipv4_.count = 0;
   ipv6_.count = 0;
-  MaapiCursor cursor(sock(), confd_trans()->thandle, kTablePath);
+  MaapiCursor cursor(sock(), confd_trans()->thandle, PathFormat{kTablePath});
   for (const maapi_cursor& row : cursor) {
     const confd_value_t* keys = row.keys;
     RequireType(keys[kNetworkAddrType], C_ENUM_VALUE, kAddrTypeIsEnum);

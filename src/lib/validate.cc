@@ -17,10 +17,9 @@ using ip_application::config_valid::Config;
 using ip_application::config_valid::ConfigAddrFamily;
 using ip_application::config_valid::InterfaceType;
 using ip_application::config_valid::ValidateConfig;
-using ip_application::config_valid::internal::kAccept;
 using ip_application::config_valid::internal::kInvalidInterface;
 using ip_application::config_valid::internal::kReject;
-using ip_application::config_valid::internal::ReadInterfaces;
+using ip_application::config_valid::internal::ReadInterfacesIfNeeded;
 using ip_application::config_valid::internal::Report;
 
 namespace {
@@ -75,7 +74,7 @@ int32_t ValidateAddresses(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
   }
 
   // All kinds: an address is compared with those of every other interface.
-  ReadInterfaces(
+  ReadInterfacesIfNeeded(
       config, family,
       {InterfaceType::kL3, InterfaceType::kLoopback, InterfaceType::kMgmt});
   config.ReadStaticRouteConfig(family);
@@ -87,7 +86,7 @@ int32_t ValidateAddresses(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 // Judges the static routes, with the interfaces of one family.
 int32_t ValidateRoutes(confd_trans_ctx* tctx, ConfigAddrFamily family,
                        Config& config) {
-  ReadInterfaces(
+  ReadInterfacesIfNeeded(
       config, family,
       {InterfaceType::kL3, InterfaceType::kMgmt, InterfaceType::kLoopback});
   config.ReadStaticRouteConfig(family);
@@ -143,7 +142,7 @@ int32_t lib_finish(void** context) {
 int32_t validate_intf_l3_name(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
                               confd_hkeypath_t* /*keypath*/,
                               confd_value_t* /*newval*/, Config& config) {
-  ReadInterfaces(config, ConfigAddrFamily::kIpv4, {InterfaceType::kL3});
+  ReadInterfacesIfNeeded(config, ConfigAddrFamily::kIpv4, {InterfaceType::kL3});
   ValidateConfig rules;
   return Report(tctx, rules.ValidateInterfaceL3(config), rules);
 }
@@ -179,9 +178,8 @@ int32_t validate_ipv6_addr_route(int32_t /*maapi_socket*/,
 int32_t validate_route_l3_intf(int32_t /*maapi_socket*/, confd_trans_ctx* tctx,
                                confd_hkeypath_t* /*keypath*/,
                                confd_value_t* /*newval*/, Config& config) {
-  // An interface has the same lower layer in both families, a route has not
-  // the same output interface.
-  ReadInterfaces(config, ConfigAddrFamily::kIpv4, {InterfaceType::kL3});
+  // The VLAN belongs to no family, but routes of both name the interface.
+  ReadInterfacesIfNeeded(config, ConfigAddrFamily::kIpv4, {InterfaceType::kL3});
   config.ReadStaticRouteConfig(ConfigAddrFamily::kIpv4);
   config.ReadStaticRouteConfig(ConfigAddrFamily::kIpv6);
 
@@ -195,8 +193,8 @@ int32_t validate_ipv4_addr_cross_prot(int32_t /*maapi_socket*/,
                                       confd_value_t* /*newval*/,
                                       Config& config) {
   // No management interfaces: OSPF does not run on them.
-  ReadInterfaces(config, ConfigAddrFamily::kIpv4,
-                 {InterfaceType::kL3, InterfaceType::kLoopback});
+  ReadInterfacesIfNeeded(config, ConfigAddrFamily::kIpv4,
+                         {InterfaceType::kL3, InterfaceType::kLoopback});
   config.ospfv2_config().ReadConfigIfNeeded(ConfigAddrFamily::kIpv4);
 
   ValidateConfig rules;

@@ -96,7 +96,7 @@ ValidateIntfVrf::ValidateIntfVrf(int32_t maapi_socket, confd_trans_ctx* tctx,
     : maapi_socket_(maapi_socket), tctx_(tctx), path_(std::move(path)) {}
 
 int32_t ValidateIntfVrf::RunValidation() {
-  // Whether the walk itself succeeded says nothing that the text does not.
+  // A walk that fails found nothing to refuse: its answer is not looked at.
   static_cast<void>(maapi_keypath_diff_iterate(
       maapi_socket_, tctx_->thandle, IterateWalk, 0, this, path_.c_str()));
   if (error_text_.empty()) return internal::kAccept;
@@ -204,7 +204,7 @@ int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
                           Config& config) {
   // 1. What the rules judge.
   const InterfaceType kind = Config::intf_type_from_confd_path(keypath);
-  internal::ReadInterfaces(
+  internal::ReadInterfacesIfNeeded(
       config, ConfigAddrFamily::kIpv4,
       {InterfaceType::kL3, InterfaceType::kLoopback, InterfaceType::kMgmt});
   config.ReadStaticRouteConfig(ConfigAddrFamily::kIpv4);
@@ -212,13 +212,11 @@ int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
 
   // 2. The rules.
   ValidateConfig rules;
-  if (kind != InterfaceType::kNone &&
-      rules.ValidateInterfaceIPv4(config, kind) != 0) {
-    return internal::Report(tctx, -1, rules);
-  }
-  if (rules.ValidateOspfv2Vrf(config) != 0) {
-    return internal::Report(tctx, -1, rules);
-  }
+  int result = kind == InterfaceType::kNone
+                   ? 0
+                   : rules.ValidateInterfaceIPv4(config, kind);
+  if (result == 0) result = rules.ValidateOspfv2Vrf(config);
+  if (result != 0) return internal::Report(tctx, result, rules);
 
   // 3. The walk, where the key path asks for one.
   const std::unique_ptr<ValidateIntfVrf> walk =

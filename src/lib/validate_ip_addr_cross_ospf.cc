@@ -20,8 +20,8 @@ namespace ip_application::config_valid {
 
 namespace {
 
-using internal::AssertionSite;
 using internal::MaapiCursor;
+using internal::PathFormat;
 using internal::RequireType;
 
 constexpr char kOspfv3Table[] = "/internal/ospfv3-interface-l3";
@@ -33,7 +33,9 @@ constexpr char kFunction[] =
     "confd_hkeypath_t*, confd_value_t*)";
 
 // Keys of a row of the OSPFv3 interface table.
-enum RowKey { kRouter = 0, kArea = 1, kInterface = 2 };
+constexpr int kRouter = 0;
+constexpr int kArea = 1;
+constexpr int kInterface = 2;
 
 // A row's area as text.
 struct AreaText {
@@ -59,6 +61,7 @@ bool ReadRunningVlan(confd_trans_ctx* tctx, const confd_value_t& name,
                        internal::TextOf(name).c_str()) != CONFD_ERR;
 }
 
+// What the service does not give stays 0.
 std::uint32_t IfIndexOfVlan(std::int32_t vlan) {
   limid_t limid = 0;
   std::uint32_t ifindex = 0;
@@ -75,7 +78,9 @@ std::uint32_t IfIndexOfRow(int sock, int thandle, const maapi_cursor& mc_intf,
       keys[kArea], C_IPV4,
       {"(&mc_intf.keys[1])->type == C_IPV4", kSource, __LINE__, kFunction});
   const in_addr address = CONFD_GET_IPV4(&keys[kArea]);
-  inet_ntop(AF_INET, &address, area->dotted, sizeof(area->dotted));
+  // The buffer has room for any address, so it cannot fail.
+  static_cast<void>(
+      inet_ntop(AF_INET, &address, area->dotted, sizeof(area->dotted)));
   RequireType(
       keys[kRouter], C_UINT32,
       {"(&mc_intf.keys[0])->type == C_UINT32", kSource, __LINE__, kFunction});
@@ -94,7 +99,7 @@ std::uint32_t IfIndexOfRow(int sock, int thandle, const maapi_cursor& mc_intf,
 // Whether a row of the table has the index of the old VLAN's interface; the
 // first one that does decides the text.
 bool RefuseIfAssigned(int sock, confd_trans_ctx* tctx, std::int32_t old_vlan) {
-  MaapiCursor cursor(sock, tctx->thandle, kOspfv3Table);
+  MaapiCursor cursor(sock, tctx->thandle, PathFormat{kOspfv3Table});
   auto row = cursor.begin();
   const std::uint32_t target = IfIndexOfVlan(old_vlan);
   for (; row != cursor.end(); ++row) {

@@ -4,8 +4,8 @@
 
 namespace ip_application::config_valid::internal {
 
-void ReadInterfaces(Config& config, ConfigAddrFamily family,
-                    std::initializer_list<InterfaceType> kinds) {
+void ReadInterfacesIfNeeded(Config& config, ConfigAddrFamily family,
+                            std::initializer_list<InterfaceType> kinds) {
   for (const InterfaceType kind : kinds) {
     config.intf_by_type(kind)->ReadConfigIfNeeded(family);
   }

@@ -13,8 +13,8 @@
 namespace ip_application::config_valid::internal {
 
 // Has the interface readers of these kinds read a family, in that order.
-void ReadInterfaces(Config& config, ConfigAddrFamily family,
-                    std::initializer_list<InterfaceType> kinds);
+void ReadInterfacesIfNeeded(Config& config, ConfigAddrFamily family,
+                            std::initializer_list<InterfaceType> kinds);
 
 // Turns a rule's result into the answer: kAccept or kReject. A violated rule's
 // text is set on the transaction.

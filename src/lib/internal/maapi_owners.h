@@ -10,6 +10,11 @@
 
 namespace ip_application::config_valid::internal {
 
+// A path that holds no conversion and may be a format: never one with a key.
+struct PathFormat {
+  const char* text;
+};
+
 // The entries of a list, once: `for (const maapi_cursor& row : cursor)`. The
 // keys of a row are replaced by the next one. A list that cannot be walked has
 // no entries.
@@ -20,9 +25,9 @@ class MaapiCursor {
     static_cast<void>(
         maapi_init_cursor(sock, thandle, &cursor_, "%s", path.c_str()));
   }
-  // Opens with a path that holds no conversion, as the format itself.
-  MaapiCursor(int sock, int thandle, const char* path) {
-    static_cast<void>(maapi_init_cursor(sock, thandle, &cursor_, path));
+  // Opens with the path as the format itself.
+  MaapiCursor(int sock, int thandle, PathFormat path) {
+    static_cast<void>(maapi_init_cursor(sock, thandle, &cursor_, path.text));
   }
   ~MaapiCursor() { maapi_destroy_cursor(&cursor_); }
   MaapiCursor(const MaapiCursor&) = delete;

@@ -146,4 +146,62 @@ void StoreVrfName(FakePlatform& platform, std::uint32_t index,
   platform.SetValue(list + "{" + std::to_string(index) + "}/vname", Text(name));
 }
 
+// ---- OSPFv2 ----------------------------------------------------------------
+
+std::vector<Value> OspfRow::keys() const {
+  return {Uint32(compound_id), Text(area), Text(interface), Text(address)};
+}
+
+std::string OspfRow::prefix_len_path() const {
+  Path path = {
+      {"internal", {}}, {"ospf-interface-l3", {}}, {"ospf-pm-ip-netmask", {}}};
+  for (const Value& key : keys()) path[1].keys.push_back(key.KeyText());
+  return PathText(path);
+}
+
+void OspfRow::StoreIn(FakePlatform& platform) const {
+  platform.AddEntry("/internal/ospf-interface-l3", keys());
+  if (prefix_len) platform.SetValue(prefix_len_path(), Uint8(*prefix_len));
+}
+
+std::string OspfProcess::proc_id_path() const {
+  return "/internal/ospf-index-to-proc-id{" + std::to_string(compound_id) +
+         "}/proc_id";
+}
+
+std::string OspfProcess::vrf_name_path() const {
+  return "/internal/ospf-index-to-proc-id{" + std::to_string(compound_id) +
+         "}/vrf_name";
+}
+
+void OspfProcess::StoreIn(FakePlatform& platform) const {
+  platform.AddEntry("/internal/ospf-index-to-proc-id", {Uint32(compound_id)});
+  if (proc_id) platform.SetValue(proc_id_path(), Uint32(*proc_id));
+  if (vrf_name) platform.SetValue(vrf_name_path(), Text(*vrf_name));
+}
+
+// ---- OSPFv3 ----------------------------------------------------------------
+
+std::vector<Value> Ospfv3Row::keys() const {
+  return {Uint32(router), Ipv4(area), Text(interface)};
+}
+
+std::string Ospfv3Row::entry() const {
+  Path path = {{"internal", {}}, {"ospfv3-interface-l3", {}}};
+  for (const Value& key : keys()) path[1].keys.push_back(key.KeyText());
+  return PathText(path);
+}
+
+std::string Ospfv3Row::if_index_path() const {
+  return entry() + "/ospfv3-pm-if-index";
+}
+
+void Ospfv3Row::StoreIn(FakePlatform& platform) const {
+  platform.AddEntry("/internal/ospfv3-interface-l3", keys());
+  if (if_index) platform.SetValue(if_index_path(), Uint32(*if_index));
+  if (if_name) {
+    platform.SetValue(entry() + "/ospfv3-pm-if-name", Text(*if_name));
+  }
+}
+
 }  // namespace ipav::testing

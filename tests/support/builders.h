@@ -85,6 +85,47 @@ struct StaticRouteRow {
 void StoreVrfName(FakePlatform& platform, std::uint32_t index,
                   const std::string& name);
 
+// One row of the routing side's table of OSPFv2 interface addresses: by
+// default that OSPFv2 knows the address of the default interface, in the
+// default process.
+struct OspfRow {
+  std::uint32_t compound_id = 7;
+  std::string area = "0.0.0.1";
+  std::string interface = "l3-core1";
+  std::string address = "10.1.1.1";
+  std::optional<std::uint8_t> prefix_len = 24;
+
+  std::vector<Value> keys() const;
+  std::string prefix_len_path() const;
+  void StoreIn(FakePlatform& platform) const;
+};
+
+// What a compound identifier stands for: an OSPFv2 process in a VRF.
+struct OspfProcess {
+  std::uint32_t compound_id = 7;
+  std::optional<std::uint32_t> proc_id = 10;
+  std::optional<std::string> vrf_name = "global";
+
+  std::string proc_id_path() const;
+  std::string vrf_name_path() const;
+  void StoreIn(FakePlatform& platform) const;
+};
+
+// One row of the routing side's table of OSPFv3 interfaces: by default that the
+// default interface is on VLAN 10, whose index the fake platform makes 1010.
+struct Ospfv3Row {
+  std::uint32_t router = 1;
+  std::string area = "0.0.0.1";
+  std::string interface = "l3-core1";
+  std::optional<std::uint32_t> if_index = 1010;
+  std::optional<std::string> if_name = "l3-core1";
+
+  std::vector<Value> keys() const;
+  std::string entry() const;  // path text, ends in a brace
+  std::string if_index_path() const;
+  void StoreIn(FakePlatform& platform) const;
+};
+
 }  // namespace ipav::testing
 
 #endif  // IPAV_TESTS_SUPPORT_BUILDERS_H_

@@ -44,7 +44,8 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
   va_start(args, fmt);
   const auto text = FormatPath(fmt, args);
   va_end(args);
-  if (Fake().RecordAndFail({"cdb_get_int32", text.value_or(fmt), sock})) {
+  if (Fake().RecordAndFail(
+          {"cdb_get_int32", text.value_or(fmt), sock, -1, fmt})) {
     FakePlatform::Fail(CONFD_ERR_PROTOUSAGE, "failed on demand");
     return Fake().failure_code();
   }

@@ -1,0 +1,242 @@
+// Fixture of the tests of callbacks over the snapshot: a plug-in between
+// lib_init() and lib_finish(), called as the host calls it; and a small
+// configuration with the calls that it takes to read it.
+#ifndef IPAV_TESTS_SUPPORT_CALLBACK_TEST_H_
+#define IPAV_TESTS_SUPPORT_CALLBACK_TEST_H_
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "builders.h"
+#include "config.h"
+#include "plugin_test.h"
+#include "validate.h"
+#include "validate_logger.h"
+
+namespace ipav::testing {
+
+using Texts = std::vector<std::string>;
+
+inline Texts Joined(std::initializer_list<Texts> parts) {
+  Texts joined;
+  for (const Texts& part : parts) {
+    joined.insert(joined.end(), part.begin(), part.end());
+  }
+  return joined;
+}
+
+// The key path of a validation point on a whole list of interfaces.
+inline KeyPath InterfaceListPath(const std::string& kind) {
+  KeyPath path;
+  path.Node("config").Node("interface").Node(kind);
+  return path;
+}
+
+inline InterfaceData L3Interface(const std::string& name,
+                                 const std::string& ipv4) {
+  InterfaceData data;
+  data.name = name;
+  data.ipv4 = ipv4;
+  return data;
+}
+
+inline InterfaceData MgmtInterface(const std::string& name,
+                                   const std::string& ipv4) {
+  InterfaceData data = L3Interface(name, ipv4);
+  data.kind = "mgmt";
+  return data;
+}
+
+inline InterfaceData LoopbackInterface(const std::string& name,
+                                       const Texts& ipv4) {
+  InterfaceData data;
+  data.kind = "loopback";
+  data.name = name;
+  data.ipv4_list = ipv4;
+  return data;
+}
+
+class CallbackTest : public PluginTest {
+ protected:
+  using Config = ip_application::config_valid::Config;
+
+  void SetUp() override {
+    // The logger asks for the host's log once per process: before the records
+    // of any test begin.
+    ip_application::config_valid::ValidateLogger::instance();
+    PluginTest::SetUp();
+    StartSnapshot();
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(lib_finish(&context_), 0);
+    PluginTest::TearDown();
+  }
+
+  Config& config() { return *static_cast<Config*>(context_); }
+
+  // One that has read nothing, in place of the one there is.
+  void StartSnapshot() {
+    EXPECT_EQ(lib_finish(&context_), 0);
+    ASSERT_EQ(lib_init(&context_), 0);
+    fake.set_lib_context(context_);
+  }
+
+  // For a callback that is not called through validate().
+  void BindSnapshot() {
+    config().set_sock(FakePlatform::kSocket);
+    config().set_confd_trans(fake.tctx());
+  }
+
+  int32_t Validate(const std::string& opaque, KeyPath path) {
+    fake.ForgetCalls();
+    fake.set_opaque(opaque);
+    return validate(fake.tctx(), path.get(), &newval_);
+  }
+
+  // The calls behind the look-up of socket and context.
+  Texts Reads() {
+    const Texts calls = fake.CallTexts();
+    EXPECT_GE(calls.size(), 2U);
+    EXPECT_EQ(calls[0], "hostd_maapi_socket_get()");
+    EXPECT_EQ(calls[1], "get_lib_context(ip_app_validation)");
+    return {calls.begin() + 2, calls.end()};
+  }
+
+  // The last call of all, "" when there is none.
+  std::string LastCall() {
+    return fake.calls().empty() ? "" : fake.calls().back().text();
+  }
+
+  // Those of Reads() whose text has a piece.
+  Texts ReadsWith(const std::string& piece) {
+    Texts found;
+    for (const std::string& call : Reads()) {
+      if (call.find(piece) != std::string::npos) found.push_back(call);
+    }
+    return found;
+  }
+
+ private:
+  void* context_ = nullptr;
+  confd_value_t newval_ = Nothing().Borrow();
+};
+
+// ---- A small configuration -------------------------------------------------
+
+// One interface of each kind, an IPv4 route through none of their addresses,
+// and the address of core1 in OSPFv2: what every rule accepts.
+inline void StoreSmallConfiguration(FakePlatform& platform) {
+  InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
+  l3.ipv6 = {"2001:db8::1/64"};
+  l3.StoreIn(platform);
+  MgmtInterface("9", "10.2.2.2/24").StoreIn(platform);
+  LoopbackInterface("1", {}).StoreIn(platform);
+  StaticRouteRow{}.StoreIn(platform);
+  OspfProcess{}.StoreIn(platform);
+  OspfRow{}.StoreIn(platform);
+}
+
+// The calls of its readers, for the family named.
+
+// Of a list with one entry, up to its key.
+inline Texts KeyReads(const std::string& list, const std::string& plain_list,
+                      const std::string& key) {
+  return {"maapi_exists(" + list + ")",
+          "maapi_init_cursor(" + list + ")",
+          "maapi_get_next(" + plain_list + ")",
+          "confd_pp_value(" + key + ")",
+          "maapi_get_next(" + plain_list + ")",
+          "maapi_destroy_cursor(" + plain_list + ")"};
+}
+
+inline Texts InterfaceKeyReads(const std::string& kind,
+                               const std::string& key) {
+  return KeyReads("/config/interface/ipapp:" + kind,
+                  "/config/interface/" + kind, key);
+}
+
+inline Texts L3Ipv4Reads() {
+  const std::string entry = "/config/interface/ipapp:l3{core1}";
+  return Joined({InterfaceKeyReads("l3", "core1"),
+                 {"maapi_exists(" + entry + "/ipv4/address/ip)",
+                  "maapi_get_ipv4_and_plen_elem(" + entry + "/ipv4/address/ip)",
+                  "maapi_exists(" + entry + "/ipv4/address/secondary)",
+                  "maapi_exists(" + entry + "/lower-layer-if/vlan)",
+                  "maapi_exists(" + entry + "/vrf)"}});
+}
+
+inline Texts L3Ipv6Reads() {
+  const std::string entry = "/config/interface/ipapp:l3{core1}";
+  const std::string ip = entry + "/ipv6/address{2001:db8::1/64}/ip";
+  return Joined(
+      {InterfaceKeyReads("l3", "core1"),
+       KeyReads(entry + "/ipv6/address",
+                "/config/interface/l3{core1}/ipv6/address", "2001:db8::1/64"),
+       {"maapi_exists(" + ip + ")", "maapi_get_ipv6_and_plen_elem(" + ip + ")",
+        "maapi_exists(" + entry + "/lower-layer-if/vlan)",
+        "maapi_exists(" + entry + "/vrf)"}});
+}
+
+inline Texts MgmtIpv4Reads() {
+  const std::string entry = "/config/interface/ipapp:mgmt{9}";
+  return Joined({InterfaceKeyReads("mgmt", "9"),
+                 {"maapi_exists(" + entry + "/ipv4/address/ip)",
+                  "maapi_get_ipv4_and_plen_elem(" + entry + "/ipv4/address/ip)",
+                  "maapi_exists(" + entry + "/vrf)"}});
+}
+
+inline Texts MgmtIpv6Reads() {
+  const std::string entry = "/config/interface/ipapp:mgmt{9}";
+  return Joined({InterfaceKeyReads("mgmt", "9"),
+                 {"maapi_exists(" + entry + "/ipv6/address)",
+                  "maapi_exists(" + entry + "/vrf)"}});
+}
+
+inline Texts LoopbackReads(const std::string& family) {
+  const std::string entry = "/config/interface/ipapp:loopback{1}";
+  return Joined({InterfaceKeyReads("loopback", "1"),
+                 {"maapi_exists(" + entry + "/" + family + "/address)",
+                  "maapi_exists(" + entry + "/vrf)"}});
+}
+
+// The whole table is read for either family.
+inline Texts RouteReads() {
+  const std::string table = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
+  const std::string vrf_names =
+      "/vorplex-internal:internal/vorplex-internal:vrf-config/indexTOstring";
+  const std::string names =
+      "/rtmStaticRtEntry-global{ 0 0a:01:00:00 24 c0:a8:01:01 }";
+  return {"maapi_init_cursor(" + table + ")",
+          "maapi_get_next(" + table + ")",
+          "IdVrfFromComponent(0)",
+          "maapi_exists(" + vrf_names + "{0}/vname)",
+          "maapi_exists(" + names + "/interface-name)",
+          "maapi_get_next(" + table + ")",
+          "maapi_destroy_cursor(" + table + ")"};
+}
+
+inline Texts OspfReads() {
+  const std::string table = "/internal/ospf-interface-l3";
+  return {"maapi_exists(" + table + ")",
+          "maapi_init_cursor(" + table + ")",
+          "maapi_get_next(" + table + ")",
+          "confd_pp_value(7)",
+          "confd_pp_value(0.0.0.1)",
+          "confd_pp_value(l3-core1)",
+          "confd_pp_value(10.1.1.1)",
+          "maapi_get_next(" + table + ")",
+          "maapi_destroy_cursor(" + table + ")",
+          "maapi_get_u_int8_elem(" + table +
+              "{7 0.0.0.1 l3-core1 10.1.1.1}/ospf-pm-ip-netmask)",
+          "maapi_get_u_int32_elem(/internal/ospf-index-to-proc-id{7}/proc_id)",
+          "maapi_get_str_elem(/internal/ospf-index-to-proc-id{7}/vrf_name)"};
+}
+
+}  // namespace ipav::testing
+
+#endif  // IPAV_TESTS_SUPPORT_CALLBACK_TEST_H_

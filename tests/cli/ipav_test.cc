@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,6 +23,26 @@ namespace fs = std::filesystem;
 
 const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
 const std::string kRunning = kBranch + "running.xml";
+
+// The validation points by their opaque texts.
+constexpr char kL3Name[] = "intf_l3_name_validation";
+constexpr char kVrf[] = "intf_vrf_validation";
+constexpr char kIpv4[] = "ipv4_addr_validation";
+constexpr char kIpv4Ospf[] = "ipv4_addr_prot_cross_validation";
+constexpr char kIpv4Route[] = "ipv4_addr_route_validation";
+constexpr char kIpv6[] = "ipv6_addr_validation";
+constexpr char kIpv6Route[] = "ipv6_addr_route_validation";
+constexpr char kOutput[] = "static_route_l3_intf_validation";
+constexpr char kVlan[] = "lower_layer_prot_cross_validation";
+constexpr char kInterval[] = "validate_ipv6_nd_ra_interval";
+constexpr char kLifetime[] = "validate_ipv6_nd_ra_lifetime";
+
+// Nodes that carry them.
+constexpr char kRoutes[] = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
+constexpr char kL3[] = "/config/interface/l3";
+constexpr char kLoopback[] = "/config/interface/loopback";
+constexpr char kMgmt[] = "/config/interface/mgmt";
+constexpr char kOspf[] = "/internal/ospf-interface-l3";
 
 ProcessResult Ipav(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), IPAV_PROGRAM);
@@ -81,15 +102,18 @@ class IpavTest : public ::testing::Test {
     return Write("candidate.xml", text);
   }
 
-  // The "N of M" of an accepted commit of these edits to the branch router.
-  std::string CallsOf(const std::vector<Edit>& edits) const {
-    const std::string file = Branch(edits);
-    const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-    const std::string before = file + ": accepted (";
-    EXPECT_EQ(result.out.substr(0, before.size()), before) << result.out;
-    const std::size_t end = result.out.find(" validation calls made)");
-    EXPECT_NE(end, std::string::npos) << result.out;
-    return result.out.substr(before.size(), end - before.size());
+  // The answers of an accepted commit of these edits to the branch router, as
+  // `--all` lists them.
+  std::string AnswersOf(const std::vector<Edit>& edits) const {
+    return AnswersOf(Branch(edits));
+  }
+  static std::string AnswersOf(const std::string& file) {
+    const ProcessResult result =
+        Ipav({"check", "--all", "--running", kRunning, file});
+    EXPECT_EQ(result.status, 0);
+    const std::string verdict = file + ": accepted (";
+    EXPECT_EQ(result.out.substr(0, verdict.size()), verdict) << result.out;
+    return result.out.substr(result.out.find('\n') + 1);
   }
 
   fs::path folder_;
@@ -99,6 +123,26 @@ std::string Interface(const std::string& inner) {
   return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
          "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>\n" +
          inner + "\n</l3></interface></config>\n";
+}
+
+std::string Place(const std::string& point, const std::string& path) {
+  return "  validation point: " + point + "\n  data path: " + path + "\n";
+}
+
+// What `--all` lists of points of one node that accept, in that order.
+std::string Accepted(const std::string& path,
+                     const std::vector<std::string>& points) {
+  std::string text;
+  for (const std::string& point : points) {
+    text += "(accepted)\n" + Place(point, path);
+  }
+  return text;
+}
+
+// What it lists of a point whose reader meets a text that is no address.
+std::string NoAddress(const std::string& path, const std::string& point) {
+  return "the plug-in threw an exception: Invalid argument\n" +
+         Place(point, path);
 }
 
 TEST_F(IpavTest, AnAcceptedCandidateEndsWithStatus0) {
@@ -124,9 +168,19 @@ TEST_F(IpavTest, ARefusalEndsWithStatus1AndPrintsTextPointAndPath) {
 }
 
 TEST_F(IpavTest, WithoutARunningConfigurationEverythingIsNew) {
-  const ProcessResult result = Ipav({"check", kRunning});
-  EXPECT_EQ(result.status, 0) << result.out;
-  EXPECT_EQ(result.out.find("(0 of 0"), std::string::npos) << result.out;
+  for (const std::string& file :
+       {kRunning, std::string(IPAV_EXAMPLES "/campus-core/running.json")}) {
+    const ProcessResult result = Ipav({"check", "--all", file});
+    EXPECT_EQ(result.status, 0) << result.out;
+    for (const char* point :
+         {kL3Name, kVrf, kIpv4, kIpv4Ospf, kIpv4Route, kIpv6, kIpv6Route,
+          kOutput, kVlan, kInterval, kLifetime}) {
+      EXPECT_NE(
+          result.out.find("\n  validation point: " + std::string(point) + "\n"),
+          std::string::npos)
+          << file << ": " << point;
+    }
+  }
 }
 
 TEST_F(IpavTest, AnUnchangedConfigurationRunsNoPoint) {
@@ -145,62 +199,171 @@ std::string WithTimers(int max_interval, int min_interval) {
 }
 
 TEST_F(IpavTest, WhatNoRuleReadsRunsNoPoint) {
-  EXPECT_EQ(CallsOf({{"Printers", "All printers"}}), "0 of 0");
-  EXPECT_EQ(CallsOf({{"<mtu>9000</mtu>", "<mtu>9216</mtu>"}}), "0 of 0");
-  EXPECT_EQ(CallsOf({{"<vlan>401</vlan>", "<vlan>499</vlan>"}}), "0 of 0");
-  EXPECT_EQ(CallsOf({{"<enabled>false", "<enabled>true"}}), "0 of 0");
+  EXPECT_EQ(AnswersOf({{"Printers", "All printers"}}), "");
+  EXPECT_EQ(AnswersOf({{"Anycast resolver", "Resolver"}}), "");
+  EXPECT_EQ(AnswersOf({{"<mtu>9000</mtu>", "<mtu>9216</mtu>"}}), "");
+  EXPECT_EQ(AnswersOf({{"<enabled>false", "<enabled>true"}}), "");
+}
+
+TEST_F(IpavTest, OspfV3AloneRunsNoPoint) {
+  // Its rules judge a change of the interface, not one of OSPFv3.
+  EXPECT_EQ(AnswersOf({{"<ospfv3-pm-if-index>1201<", "<ospfv3-pm-if-index>1<"},
+                       {"<ospfv3-pm-if-name>l3-core-a<",
+                        "<ospfv3-pm-if-name>l3-cctv<"}}),
+            "");
 }
 
 TEST_F(IpavTest, TimersRunNoAddressPoint) {
   EXPECT_EQ(
-      CallsOf({{"<lifetime>1800</lifetime>", "<lifetime>2400</lifetime>"}}),
-      "2 of 2");
+      AnswersOf({{"<lifetime>1800</lifetime>", "<lifetime>2400</lifetime>"}}),
+      Accepted("/config/interface/l3{users-floor-1}/ipv6/nd/ra",
+               {kInterval, kLifetime}));
 }
 
-TEST_F(IpavTest, AnAddressRunsThePointOfItsKindAndFamily) {
-  EXPECT_EQ(CallsOf({{"10.12.50.1/24", "10.12.50.4/24"}}), "1 of 1");
-  EXPECT_EQ(CallsOf({{"10.255.0.53/32", "10.255.0.54/32"}}), "1 of 1");
-  EXPECT_EQ(CallsOf({{"172.31.112.2/28", "172.31.112.4/28"}}), "1 of 1");
-  EXPECT_EQ(CallsOf({{"2001:db8:12:401::1/64", "2001:db8:12:401::4/64"}}),
-            "1 of 1");
-  EXPECT_EQ(CallsOf({{"2001:db8:ffff::53/128", "2001:db8:ffff::54/128"}}),
-            "1 of 1");
-  EXPECT_EQ(CallsOf({{"2001:db8:12:ff01::2/64", "2001:db8:12:ff01::4/64"}}),
-            "1 of 1");
+TEST_F(IpavTest, AnIpv4AddressRunsTheAddressOspfAndRoutePointsOfItsKind) {
+  EXPECT_EQ(AnswersOf({{"10.12.50.1/24", "10.12.50.4/24"}}),
+            Accepted(kL3, {kIpv4, kIpv4Ospf, kIpv4Route}));
+  EXPECT_EQ(AnswersOf({{"<ip>10.12.50.1/24</ip>",
+                        "<ip>10.12.50.1/24</ip><secondary>"
+                        "<ip>10.12.49.1/24</ip></secondary>"}}),
+            Accepted(kL3, {kIpv4, kIpv4Ospf, kIpv4Route}));
+  EXPECT_EQ(AnswersOf({{"10.255.0.53/32", "10.255.0.54/32"}}),
+            Accepted(kLoopback, {kIpv4, kIpv4Ospf, kIpv4Route}));
+  // OSPF does not run on management ports.
+  EXPECT_EQ(AnswersOf({{"172.31.112.2/28", "172.31.112.4/28"}}),
+            Accepted(kMgmt, {kIpv4, kIpv4Route}));
 }
 
-TEST_F(IpavTest, AVrfRunsTheAddressPointsOfItsKind) {
-  EXPECT_EQ(CallsOf({{"<vrf>payment</vrf>", "<vrf>shops</vrf>"}}), "2 of 2");
+TEST_F(IpavTest, AnIpv6AddressRunsTheAddressAndRoutePointsOfItsKind) {
+  EXPECT_EQ(AnswersOf({{"2001:db8:12:401::1/64", "2001:db8:12:401::4/64"}}),
+            Accepted(kL3, {kIpv6, kIpv6Route}));
+  EXPECT_EQ(AnswersOf({{"2001:db8:ffff::53/128", "2001:db8:ffff::54/128"}}),
+            Accepted(kLoopback, {kIpv6, kIpv6Route}));
+  EXPECT_EQ(AnswersOf({{"2001:db8:12:ff01::2/64", "2001:db8:12:ff01::4/64"}}),
+            Accepted(kMgmt, {kIpv6, kIpv6Route}));
 }
 
-TEST_F(IpavTest, ANewOrRemovedInterfaceRunsThePointsOfItsKind) {
+TEST_F(IpavTest, AVrfRunsTheVrfAddressAndRoutePointsOfItsKind) {
+  const std::vector<std::string> points = {kVrf, kIpv4, kIpv4Route, kIpv6,
+                                           kIpv6Route};
+  const std::string portal = "Landing page of the guest network</description>";
+  EXPECT_EQ(AnswersOf({{"<vrf>payment</vrf>", "<vrf>shops</vrf>"}}),
+            Accepted(kL3, points));
+  EXPECT_EQ(AnswersOf({{portal + "\n      <vrf>guest</vrf>", portal}}),
+            Accepted(kLoopback, points));
+  EXPECT_EQ(AnswersOf({{"<vrf>mgmt</vrf>", "<vrf>console</vrf>"}}),
+            Accepted(kMgmt, points));
+}
+
+TEST_F(IpavTest, AVlanRunsTheOutputPointAndTheVlanPointOfItsInterface) {
+  const std::string expected =
+      Accepted(kL3, {kOutput}) +
+      Accepted("/config/interface/l3{printers}/lower-layer-if", {kVlan});
+  EXPECT_EQ(AnswersOf({{"<vlan>401</vlan>", "<vlan>499</vlan>"}}), expected);
+  EXPECT_EQ(AnswersOf({{"<vlan>401</vlan>", ""}}), expected);
+}
+
+TEST_F(IpavTest, ANewOrRemovedL3RunsThePointsOfItsKindAndTheVrfPointOfOspf) {
   const std::string l3 = "<l3 xmlns=\"urn:vorplex:ipapp\">";
-  const std::string loopback = "<loopback xmlns=\"urn:vorplex:ipapp\">";
-  EXPECT_EQ(CallsOf({{l3, l3 + "<name>new</name></l3>" + l3}}), "3 of 3");
-  EXPECT_EQ(CallsOf({{loopback,
-                      loopback + "<name>new</name></loopback>" + loopback}}),
-            "2 of 2");
+  const std::string expected =
+      Accepted(kL3, {kL3Name, kIpv4, kIpv4Ospf, kIpv4Route, kIpv6, kIpv6Route,
+                     kOutput}) +
+      Accepted(kOspf, {kVrf});
+  EXPECT_EQ(AnswersOf({{l3, l3 + "<name>new</name></l3>" + l3}}), expected);
+
   const std::string text = ReadFile(kRunning);
   const std::size_t name = text.find("<name>spare-1</name>");
   const std::size_t begin = text.rfind(l3, name);
   const std::size_t end = text.find("</l3>", name) + 5;
-  EXPECT_EQ(CallsOf({{text.substr(begin, end - begin), ""}}), "3 of 3");
+  EXPECT_EQ(AnswersOf({{text.substr(begin, end - begin), ""}}), expected);
 }
 
-TEST_F(IpavTest, ARouteOrTheNameOfAVrfRunsTheAddressPointsOfAllKinds) {
-  EXPECT_EQ(CallsOf({{"<rtmStaticRtNextHop>0a:0c:8c:01<",
-                      "<rtmStaticRtNextHop>0a:0c:8c:03<"}}),
-            "6 of 6");
+TEST_F(IpavTest, ANewL3WithVrfAndVlanRunsTheirPointsToo) {
+  const std::string l3 = "<l3 xmlns=\"urn:vorplex:ipapp\">";
+  EXPECT_EQ(AnswersOf({{l3, l3 +
+                                "<name>new</name><vrf>lab</vrf><lower-layer-if>"
+                                "<vlan>500</vlan></lower-layer-if></l3>" +
+                                l3}}),
+            Accepted(kL3, {kL3Name, kVrf, kIpv4, kIpv4Ospf, kIpv4Route, kIpv6,
+                           kIpv6Route, kOutput}) +
+                Accepted("/config/interface/l3{new}/lower-layer-if", {kVlan}) +
+                Accepted(kOspf, {kVrf}));
+}
+
+TEST_F(IpavTest, ANewLoopbackOrManagementPortRunsThePointsOfItsKind) {
+  const std::string loopback = "<loopback xmlns=\"urn:vorplex:ipapp\">";
+  const std::string mgmt = "<mgmt xmlns=\"urn:vorplex:ipapp\">";
   EXPECT_EQ(
-      CallsOf({{"<interface-name>l3-core-a<", "<interface-name>l3-core-b<"}}),
-      "6 of 6");
-  EXPECT_EQ(CallsOf({{"<vname>payment</vname>", "<vname>shops</vname>"}}),
-            "6 of 6");
+      AnswersOf(
+          {{loopback, loopback + "<name>new</name></loopback>" + loopback}}),
+      Accepted(kLoopback, {kIpv4, kIpv4Ospf, kIpv4Route, kIpv6, kIpv6Route}) +
+          Accepted(kOspf, {kVrf}));
+  EXPECT_EQ(AnswersOf({{mgmt, mgmt +
+                                  "<name>new</name><ipv4><address>"
+                                  "<ip>172.31.113.2/28</ip></address></ipv4>"
+                                  "</mgmt>" +
+                                  mgmt}}),
+            Accepted(kMgmt, {kIpv4, kIpv4Route, kIpv6, kIpv6Route}));
+}
+
+// The address points of all kinds, which a change of the routes runs.
+std::string AllAddressPoints() {
+  std::string text;
+  for (const char* list : {kL3, kLoopback, kMgmt}) {
+    text += Accepted(list, {kIpv4, kIpv6});
+  }
+  return text;
+}
+
+TEST_F(IpavTest, ARouteRunsTheRoutePointsIpv6FirstAndAllAddressPoints) {
+  EXPECT_EQ(AnswersOf({{"<rtmStaticRtNextHop>0a:0c:8c:01<",
+                        "<rtmStaticRtNextHop>0a:0c:8c:03<"}}),
+            Accepted(kRoutes, {kIpv6Route, kIpv4Route, kOutput}) +
+                AllAddressPoints());
+}
+
+TEST_F(IpavTest, AnOutputInterfaceRunsTheOutputPointAndAllAddressPoints) {
+  EXPECT_EQ(
+      AnswersOf({{"<interface-name>l3-core-a<", "<interface-name>l3-core-b<"}}),
+      Accepted(kRoutes, {kOutput}) + AllAddressPoints());
+}
+
+TEST_F(IpavTest, TheNameOfAVrfRunsTheRoutePointsAndAllAddressPoints) {
+  EXPECT_EQ(AnswersOf({{"<vname>payment</vname>", "<vname>shops</vname>"}}),
+            Accepted(kRoutes, {kIpv6Route, kIpv4Route}) + AllAddressPoints());
+}
+
+TEST_F(IpavTest, AnOspfEntryOrProcessRunsTheAddressAndVrfPointsOfOspf) {
+  const std::string expected = Accepted(kOspf, {kIpv4Ospf, kVrf});
+  EXPECT_EQ(AnswersOf({{"<area>0.0.0.12<", "<area>0.0.0.13<"}}), expected);
+  EXPECT_EQ(AnswersOf({{"<proc_id>20<", "<proc_id>21<"}}), expected);
+}
+
+TEST_F(IpavTest, TheVrfOfAnOspfInstanceRunsAVrfPointOfItsOwn) {
+  const std::string netmask = "<ospf-pm-ip-netmask>30</ospf-pm-ip-netmask>";
+  EXPECT_EQ(
+      AnswersOf({{netmask, netmask + "<ospf-pm><instance><vrf-name>global"
+                                     "</vrf-name></instance></ospf-pm>"}}),
+      Accepted(kOspf, {kIpv4Ospf, kVrf}) +
+          Accepted(std::string(kOspf) + "{10 0.0.0.0 l3-wan-mpls-1 192.0.2.18}"
+                                        "/ospf-pm/instance/vrf-name",
+                   {kVrf}));
+}
+
+TEST_F(IpavTest, ACommitRunsRoutesFirstThenInterfacesThenOspf) {
+  EXPECT_EQ(AnswersOf(kBranch + "link-end-swapped-with-route.xml"),
+            Accepted(kRoutes, {kIpv6Route, kIpv4Route, kOutput}) +
+                Accepted(kL3, {kIpv4, kIpv4Ospf, kIpv4Route, kIpv6}) +
+                Accepted(kLoopback, {kIpv4, kIpv6}) +
+                Accepted(kMgmt, {kIpv4, kIpv6}) +
+                Accepted(kOspf, {kIpv4Ospf, kVrf}));
 }
 
 TEST_F(IpavTest, AnUnspecifiedAddressIsAWarningAndNoRefusal) {
   const std::string file =
-      Branch({{"<ip>10.12.41.1/24</ip>", "<ip>0.0.0.0/24</ip>"},
+      Branch({{"<ip>10.12.50.1/24</ip>",
+               "<ip>10.12.50.1/24</ip><secondary><ip>0.0.0.0/24</ip>"
+               "</secondary>"},
               {"<ip>172.31.112.2/28</ip>", "<ip>0.0.0.0/0</ip>"},
               {"<ip>2001:db8:12:ff01::2/64</ip>", "<ip>::/64</ip>"}});
   const ProcessResult result = Ipav({"check", "--running", kRunning, file});
@@ -208,7 +371,7 @@ TEST_F(IpavTest, AnUnspecifiedAddressIsAWarningAndNoRefusal) {
   // A family is read once for all points of a commit, so it warns once.
   EXPECT_EQ(result.out,
             file +
-                ": accepted (3 of 3 validation calls made)\n"
+                ": accepted (7 of 7 validation calls made)\n"
                 "  warning: Unspecified IPv4 address for key '0.0.0.0/24'\n"
                 "  warning: Unspecified IPv4 address for key 'eth1'\n"
                 "  warning: Unspecified IPv6 address for key '::/64'\n");
@@ -220,7 +383,7 @@ TEST_F(IpavTest, AnUnspecifiedPrimaryAddressOfL3IsNoWarning) {
       Branch({{"<ip>10.12.50.1/24</ip>", "<ip>0.0.0.0/24</ip>"}});
   const ProcessResult result = Ipav({"check", "--running", kRunning, file});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, file + ": accepted (1 of 1 validation calls made)\n");
+  EXPECT_EQ(result.out, file + ": accepted (3 of 3 validation calls made)\n");
 }
 
 TEST_F(IpavTest, AnAddressPointOnAnUnknownKindIsRefused) {
@@ -348,12 +511,48 @@ TEST_F(IpavTest, AnExceptionOfAReaderEndsWithStatus3AndNamesThePoint) {
   EXPECT_EQ(result.status, 3);
   EXPECT_EQ(result.out,
             file +
-                ": not judged, the plug-in failed (1 of 6 validation calls "
+                ": not judged, the plug-in failed (1 of 7 validation calls "
                 "made)\n"
                 "the plug-in threw an exception: basic_string::replace: __pos "
-                "(which is 2) > this->size() (which is 1)\n"
-                "  validation point: ipv4_addr_validation\n"
-                "  data path: /config/interface/l3\n");
+                "(which is 2) > this->size() (which is 1)\n" +
+                Place(kOutput, kRoutes));
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(IpavTest, OspfTextThatIsNoAddressEndsWithStatus3AndNamesThePoint) {
+  const std::vector<Edit> edits = {
+      {"<area>0.0.0.12</area>", "<area>12</area>"},
+      {"<area>0.0.0.12</area>", "<area/>"},
+      {"<address>10.12.41.1</address>", "<address>10.12.41.1/24</address>"},
+      {"<address>10.255.12.1</address>", "<address>2001:db8::1</address>"}};
+  for (const Edit& edit : edits) {
+    SCOPED_TRACE(edit.second);
+    const std::string file = Branch({edit});
+    const ProcessResult result = Ipav({"check", "--running", kRunning, file});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out,
+              file +
+                  ": not judged, the plug-in failed (1 of 2 validation calls "
+                  "made)\n" +
+                  NoAddress(kOspf, kIpv4Ospf));
+    EXPECT_EQ(result.err, "");
+  }
+}
+
+TEST_F(IpavTest, WithAllThePointsBehindAnExceptionStillAnswer) {
+  const std::string file = Branch({{"<area>0.0.0.12</area>", "<area>12</area>"},
+                                   {"10.12.50.1/24", "10.12.50.4/24"}});
+  const ProcessResult result =
+      Ipav({"check", "--all", "--running", kRunning, file});
+  EXPECT_EQ(result.status, 3);
+  // A read that ended with an exception is tried again by the next point.
+  EXPECT_EQ(result.out,
+            file +
+                ": not judged, the plug-in failed (5 of 5 validation calls "
+                "made)\n" +
+                Accepted(kL3, {kIpv4}) + NoAddress(kL3, kIpv4Ospf) +
+                Accepted(kL3, {kIpv4Route}) + NoAddress(kOspf, kIpv4Ospf) +
+                NoAddress(kOspf, kVrf));
   EXPECT_EQ(result.err, "");
 }
 
@@ -370,7 +569,7 @@ TEST_F(IpavTest, TheGravestStatusOfSeveralCandidatesIsReturned) {
 std::string UseSite(const std::string& path, const std::string& opaque,
                     bool call_once,
                     const std::vector<std::string>& dependencies) {
-  std::string text = "/config/interface/" + path +
+  std::string text = path +
                      "\n  point: ip_app_validation\n  opaque: " + opaque +
                      "\n  call-once: " + (call_once ? "true" : "false") + "\n";
   for (const std::string& dependency : dependencies) {
@@ -388,26 +587,64 @@ std::string AddressSite(const std::string& list, const std::string& opaque,
                   "/vorplex-internal:internal/vorplex-internal:vrf-config"});
 }
 
-std::string AddressSites(const std::string& list) {
-  return AddressSite(list, "ipv4_addr_validation", "ipv4") +
-         AddressSite(list, "ipv6_addr_validation", "ipv6/address");
+// Of an interface list, without names and output interfaces: VRFs, then
+// addresses of one family after the other.
+std::string ListSites(const std::string& list, bool with_ospf) {
+  return UseSite(list, kVrf, true, {"vrf"}) + AddressSite(list, kIpv4, "ipv4") +
+         (with_ospf ? UseSite(list, kIpv4Ospf, true, {"name", "ipv4"}) : "") +
+         UseSite(list, kIpv4Route, true, {"name", "vrf", "ipv4"}) +
+         AddressSite(list, kIpv6, "ipv6/address") +
+         UseSite(list, kIpv6Route, true, {"name", "vrf", "ipv6/address"});
 }
 
 std::string TimerSites(const std::string& list) {
   const std::string path = list + "/ipv6/nd/ra";
-  return UseSite(path, "validate_ipv6_nd_ra_interval", false, {"."}) +
-         UseSite(path, "validate_ipv6_nd_ra_lifetime", false, {"."});
+  return UseSite(path, kInterval, false, {"."}) +
+         UseSite(path, kLifetime, false, {"."});
+}
+
+std::string RouteSites() {
+  return UseSite(kRoutes, kIpv6Route, true, {".", "/internal/vrf-config"}) +
+         UseSite(kRoutes, kIpv4Route, true, {".", "/internal/vrf-config"}) +
+         UseSite(kRoutes, kOutput, true, {".", "/rtmStaticRtEntry-global"});
+}
+
+std::string L3Sites() {
+  return UseSite(kL3, kL3Name, true, {"name"}) + ListSites(kL3, true) +
+         UseSite(kL3, kOutput, true, {"name", "lower-layer-if"}) +
+         UseSite(std::string(kL3) + "/lower-layer-if", kVlan, false, {"."}) +
+         TimerSites(kL3);
+}
+
+std::string OspfSites() {
+  return UseSite(kOspf, kIpv4Ospf, true, {".", "../ospf-index-to-proc-id"}) +
+         UseSite(kOspf, kVrf, true,
+                 {".", "../ospf-index-to-proc-id", "/config/interface/l3/name",
+                  "/config/interface/loopback/name"}) +
+         UseSite(std::string(kOspf) + "/ospf-pm/instance/vrf-name", kVrf, false,
+                 {"."});
 }
 
 TEST_F(IpavTest, PointsListsTheUseSitesInTheOrderOfACommit) {
   const ProcessResult result = Ipav({"points"});
   EXPECT_EQ(result.status, 0);
-  // Of each kind names, then addresses, then timers.
-  EXPECT_EQ(result.out,
-            UseSite("l3", "intf_l3_name_validation", true, {"name"}) +
-                AddressSites("l3") + TimerSites("l3") +
-                AddressSites("loopback") + AddressSites("mgmt") +
-                TimerSites("mgmt"));
+  EXPECT_EQ(result.out, RouteSites() + L3Sites() + ListSites(kLoopback, true) +
+                            ListSites(kMgmt, false) + TimerSites(kMgmt) +
+                            OspfSites());
+}
+
+TEST_F(IpavTest, PointsListsElevenDistinctOpaqueTexts) {
+  const std::string text = Ipav({"points"}).out;
+  const std::string label = "  opaque: ";
+  std::set<std::string> opaques;
+  for (std::size_t at = text.find(label); at != std::string::npos;
+       at = text.find(label, at + 1)) {
+    const std::size_t begin = at + label.size();
+    opaques.insert(text.substr(begin, text.find('\n', begin) - begin));
+  }
+  EXPECT_EQ(opaques, (std::set<std::string>{
+                         kL3Name, kVrf, kIpv4, kIpv4Ospf, kIpv4Route, kIpv6,
+                         kIpv6Route, kOutput, kVlan, kInterval, kLifetime}));
 }
 
 TEST_F(IpavTest, HelpShowsExamplesAndEndsWithStatus0) {

@@ -64,14 +64,28 @@ TEST_P(ExportTest, IsFoundByItsPlainName) {
   EXPECT_NE(dlsym(library.get(), GetParam()), nullptr) << dlerror();
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, ExportTest,
+std::string NameOf(const ::testing::TestParamInfo<const char*>& name) {
+  return name.param;
+}
+
+INSTANTIATE_TEST_SUITE_P(EntryPoints, ExportTest,
                          ::testing::Values("lib_init", "get_validation_point",
-                                           "validate", "lib_finish",
-                                           "validate_ipv6_nd_ra_interval",
-                                           "validate_ipv6_nd_ra_lifetime"),
-                         [](const auto& name) {
-                           return std::string(name.param);
-                         });
+                                           "validate", "lib_finish"),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(
+    Callbacks, ExportTest,
+    ::testing::Values("validate_intf_l3_name", "validate_intf_vrf",
+                      "validate_ipv4_addr", "validate_ipv4_addr_cross_prot",
+                      "validate_ipv4_addr_route", "validate_ipv6_addr",
+                      "validate_ipv6_addr_route",
+                      "validate_ipv6_nd_ra_interval",
+                      "validate_ipv6_nd_ra_lifetime", "validate_route_l3_intf",
+                      "validate_lower_layer_cross_prot"),
+    NameOf);
+// The check that the last callback forwards to.
+INSTANTIATE_TEST_SUITE_P(Checks, ExportTest,
+                         ::testing::Values("validate_lower_layer_cross_ospfv3"),
+                         NameOf);
 
 // The library between lib_init() and lib_finish().
 class LoadedPluginTest : public PluginTest {

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <string>
 #include <vector>
@@ -31,6 +32,9 @@ using Texts = std::vector<std::string>;
 
 constexpr char kLeaf[] = "/config/interface/ipapp:mgmt/leaf";
 constexpr char kList[] = "/config/interface/ipapp:l3";
+
+// What a read answers that failed, the last one when the daemon is gone.
+constexpr int kFailedReads[] = {CONFD_ERR, CONFD_EOF};
 
 // Opens the reads to the tests.
 class Access : public GenericConfig {
@@ -183,11 +187,20 @@ TEST_F(ConfigAccessTest, AVlanWhoseExistenceCannotBeToldGivesZero) {
   ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")"});
 }
 
+// The value is given back also when the read of it failed.
 TEST_F(ConfigAccessTest, AnUnreadableVlanGivesZeroWithoutTheService) {
   fake.FailReads(kLeaf);
   EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U);
-  for (const Call& call : fake.calls()) {
-    EXPECT_NE(call.name, "limid_l3_vlan_from_components");
+  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
+               "maapi_get_elem(" + std::string(kLeaf) + ")",
+               "confd_free_value()"});
+}
+
+TEST_F(ConfigAccessTest, AVlanIsReadWhenTheAnswerIsZeroOnly) {
+  fake.SetValue(kLeaf, Int32(100));
+  for (const int answer : kFailedReads) {
+    fake.FailCall(2, answer);
+    EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U) << answer;
   }
 }
 
@@ -252,6 +265,14 @@ TEST_F(ConfigAccessTest, AVrfLeafThatCannotBeReadIsTheEmptyNameNotGlobal) {
   ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
                "maapi_get_elem(" + std::string(kLeaf) + ")",
                "confd_free_value()"});
+}
+
+TEST_F(ConfigAccessTest, AVrfNameIsReadWhenTheAnswerIsZeroOnly) {
+  fake.SetValue(kLeaf, Text("red"));
+  for (const int answer : kFailedReads) {
+    fake.FailCall(2, answer);
+    EXPECT_EQ(access.get_vrf_name(kLeaf), "") << answer;
+  }
 }
 
 TEST_F(ConfigAccessTest, StopsForAVrfNameThatIsNoText) {
@@ -666,11 +687,25 @@ TEST_F(ConfigAccessTest, AVrfNameWhoseExistenceCannotBeToldStaysGlobal) {
   EXPECT_EQ(fake.calls().size(), 2U);
 }
 
-// Unlike the name in a leaf "vrf", which is then empty.
+// Unlike the name in a leaf "vrf", which is then empty. The value is given back
+// also when the read of it failed.
 TEST_F(ConfigAccessTest, ANameOfAVrfThatCannotBeReadStaysGlobal) {
   StoreVrfName(fake, 7, "red");
   fake.FailReads("/internal/vrf-config/indexTOstring{7}/vname");
   EXPECT_EQ(VrfOf(Uint32(7)), "global");
+  const std::string path =
+      "/vorplex-internal:internal/vorplex-internal:vrf-config/"
+      "indexTOstring{7}/vname";
+  ExpectCalls({"IdVrfFromComponent(7)", "maapi_exists(" + path + ")",
+               "maapi_get_elem(" + path + ")", "confd_free_value()"});
+}
+
+TEST_F(ConfigAccessTest, TheNameOfAVrfIsReadWhenTheAnswerIsZeroOnly) {
+  StoreVrfName(fake, 7, "red");
+  for (const int answer : kFailedReads) {
+    fake.FailCall(3, answer);
+    EXPECT_EQ(VrfOf(Uint32(7)), "global") << answer;
+  }
 }
 
 TEST_F(ConfigAccessTest, StopsForANameOfAVrfThatIsNoText) {
@@ -683,6 +718,89 @@ TEST_F(ConfigAccessTest, StopsForANameOfAVrfThatIsNoText) {
   fake.SetValue("/internal/vrf-config/indexTOstring{7}/vname", Int32(1));
   EXPECT_EXIT(VrfOf(Uint32(7)), ::testing::KilledBySignal(SIGABRT), report);
 }
+
+// ---- What says that an element exists ---------------------------------------
+
+// A read that makes something of an element which is there, and what it makes
+// of none.
+struct ExistsCase {
+  std::string name;
+  unsigned number_of_exists;  // among the calls of the read
+  std::function<void(FakePlatform&)> store;
+  std::function<std::string(const Access&)> read;  // as a text
+  std::string some;
+  std::string none;
+};
+
+// Of a list.
+std::string CountText(std::size_t count) { return std::to_string(count); }
+
+std::vector<ExistsCase> LeafCases() {
+  const auto stored = [](const Value& value) {
+    return [value](FakePlatform& platform) { platform.SetValue(kLeaf, value); };
+  };
+  return {{"Ipv4Address", 1, stored(Ipv4Plen("10.1.2.3/24")),
+           [](const Access& reads) {
+             return reads.get_ipv4_addr_mask(kLeaf).to_string();
+           },
+           "10.1.2.3/24", "0.0.0.0/0"},
+          {"Ipv6Address", 1, stored(Ipv6Plen("2001:db8::1/64")),
+           [](const Access& reads) {
+             return reads.get_ipv6_addr_mask(kLeaf).to_string();
+           },
+           "2001:db8::1/64", "::/0"},
+          {"Identifier", 1, stored(Int32(100)),
+           [](const Access& reads) {
+             return std::to_string(reads.get_intf_lim_id(kLeaf));
+           },
+           "16777316", "0"},
+          {"VrfName", 1, stored(Text("red")),
+           [](const Access& reads) { return reads.get_vrf_name(kLeaf); }, "red",
+           "global"},
+          {"VrfNameOfAnIdentifier", 2,
+           [](FakePlatform& platform) { StoreVrfName(platform, 7, "red"); },
+           [](const Access& reads) {
+             return reads.get_vrf_name_from_id(Uint32(7).Borrow());
+           },
+           "red", "global"}};
+}
+
+std::vector<ExistsCase> ListCases() {
+  const auto store = [](FakePlatform& platform) {
+    platform.AddEntry(kList, {Text("a"), Text("b")});
+  };
+  return {{"FirstKeys", 1, store,
+           [](const Access& reads) {
+             return CountText(reads.get_key_list(kList).size());
+           },
+           "1", "0"},
+          {"SeveralKeys", 1, store,
+           [](const Access& reads) {
+             return CountText(reads.get_key_list(kList, 2).size());
+           },
+           "1", "0"}};
+}
+
+class ExistsTest : public ConfigAccessTest,
+                   public ::testing::WithParamInterface<ExistsCase> {};
+
+// No answer but 1 does, nor one above it.
+TEST_P(ExistsTest, OneIsTheOnlyAnswerThatSaysSo) {
+  GetParam().store(fake);
+  EXPECT_EQ(GetParam().read(access), GetParam().some);
+  for (const int answer : {2, CONFD_ERR, CONFD_EOF}) {
+    fake.ForgetCalls();
+    fake.FailCall(GetParam().number_of_exists, answer);
+    EXPECT_EQ(GetParam().read(access), GetParam().none) << answer;
+    ASSERT_EQ(fake.calls().size(), GetParam().number_of_exists);
+    EXPECT_EQ(fake.calls().back().name, "maapi_exists");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Leaves, ExistsTest, ::testing::ValuesIn(LeafCases()),
+                         [](const auto& exists) { return exists.param.name; });
+INSTANTIATE_TEST_SUITE_P(Lists, ExistsTest, ::testing::ValuesIn(ListCases()),
+                         [](const auto& exists) { return exists.param.name; });
 
 // ---- Octets as text ---------------------------------------------------------
 

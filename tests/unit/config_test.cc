@@ -241,6 +241,15 @@ TEST_F(ConfigTest, FindsTheReaderOfEachKind) {
   EXPECT_EQ(loopback->type(), InterfaceType::kLoopback);
 }
 
+TEST_F(ConfigTest, LooksAtManagementThenL3ThenLoopback) {
+  const Config config;
+  EXPECT_EQ(config.interface_configs(),
+            (std::vector<InterfaceConfig*>{
+                config.intf_by_type(InterfaceType::kMgmt),
+                config.intf_by_type(InterfaceType::kL3),
+                config.intf_by_type(InterfaceType::kLoopback)}));
+}
+
 TEST_F(ConfigTest, FindsTheSameReaderEveryTime) {
   const Config config;
   EXPECT_EQ(config.intf_by_type(InterfaceType::kL3),

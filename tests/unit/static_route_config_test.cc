@@ -97,6 +97,13 @@ class StaticRouteConfigTest : public PluginTest {
     return route;
   }
 
+  // The name of a row's output interface as the cursor's position gives it.
+  std::string NameOf(const std::vector<Value>& keys) const {
+    maapi_cursor cursor{};
+    for (const Value& key : keys) cursor.keys[cursor.n++] = key.Borrow();
+    return reader.GetIntfNameFromRoute(cursor);
+  }
+
   Route BlackHole4() const {
     Route route;
     const bool found = reader.CheckBlackHoleIpv4(route);
@@ -660,6 +667,33 @@ TEST_F(StaticRouteConfigTest, GivesBackTheValueOfANameThatCannotBeRead) {
   EXPECT_EQ(given_back, 1);
 }
 
+TEST_F(StaticRouteConfigTest, ANameIsReadWhenTheAnswerIsZeroOnly) {
+  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
+  row.StoreIn(fake);
+  for (const int answer : {CONFD_ERR, CONFD_EOF}) {
+    fake.ForgetCalls();
+    fake.FailCall(2, answer);
+    EXPECT_EQ(NameOf(row.keys()), "") << answer;
+    ASSERT_EQ(fake.calls().size(), 3U);
+    EXPECT_EQ(fake.calls()[1].name, "maapi_get_elem");
+    EXPECT_EQ(fake.calls()[2].text(), "confd_free_value()");
+  }
+}
+
+// No answer but 1 says that it is there, nor one above it.
+TEST_F(StaticRouteConfigTest, ANameIsThereWhenTheAnswerIsOneOnly) {
+  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
+  row.StoreIn(fake);
+  EXPECT_EQ(NameOf(row.keys()), "et 1");
+  for (const int answer : {2, CONFD_ERR, CONFD_EOF}) {
+    fake.ForgetCalls();
+    fake.FailCall(1, answer);
+    EXPECT_EQ(NameOf(row.keys()), "") << answer;
+    ASSERT_EQ(fake.calls().size(), 1U);
+    EXPECT_EQ(fake.calls()[0].name, "maapi_exists");
+  }
+}
+
 TEST_F(StaticRouteConfigTest, ANameWhoseExistenceCannotBeToldIsEmpty) {
   const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
   row.StoreIn(fake);
@@ -670,15 +704,7 @@ TEST_F(StaticRouteConfigTest, ANameWhoseExistenceCannotBeToldIsEmpty) {
 
 // ---- The path of that name --------------------------------------------------
 
-class NamePathTest : public StaticRouteConfigTest {
- protected:
-  // The row's name as the cursor's position gives it.
-  std::string NameOf(const std::vector<Value>& keys) {
-    maapi_cursor cursor{};
-    for (const Value& key : keys) cursor.keys[cursor.n++] = key.Borrow();
-    return reader.GetIntfNameFromRoute(cursor);
-  }
-};
+using NamePathTest = StaticRouteConfigTest;
 
 TEST_F(NamePathTest, IsMadeOfTheRowsKeys) {
   EXPECT_EQ(NameOf(Row(0, "10.1.0.0", 24, "192.168.1.1").keys()), "");

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -20,6 +23,7 @@ using ip_application::config_valid::Config;
 using ip_application::config_valid::ConfigAddrFamily;
 using ip_application::config_valid::Interface;
 using ip_application::config_valid::InterfaceType;
+using ip_application::config_valid::StaticRoute;
 using ip_application::config_valid::ValidateConfig;
 
 using Texts = std::vector<std::string>;
@@ -130,6 +134,89 @@ class ValidateConfigTest : public PluginTest {
   Config config_;
   ValidateConfig rules_;
 };
+
+// ---- Either family ---------------------------------------------------------
+
+// Runs a test once for each family, with addresses in the same places: those of
+// an interface in the subnets 10.<n>.0.0/24 and 2001:db8:<n>::/64, and routes
+// to the networks 20.<n>.0.0/16 and 2001:db9:<n>::/48. The numbers start at 1.
+class FamilyTest : public ValidateConfigTest,
+                   public ::testing::WithParamInterface<ConfigAddrFamily> {
+ protected:
+  static bool IsIpv4() { return GetParam() == kIpv4; }
+
+  static std::string Address(int subnet, int host) {
+    const std::string n = std::to_string(subnet);
+    const std::string h = std::to_string(host);
+    return IsIpv4() ? "10." + n + ".0." + h : "2001:db8:" + n + "::" + h;
+  }
+  static std::string Mask(int subnet, int host) {
+    return Address(subnet, host) + (IsIpv4() ? "/24" : "/64");
+  }
+  static std::string Network(int number) {
+    const std::string n = std::to_string(number);
+    return IsIpv4() ? "20." + n + ".0.0/16" : "2001:db9:" + n + "::/48";
+  }
+  static StaticRouteRow RouteTo(int number, const std::string& next_hop) {
+    const std::string network = Network(number);
+    return Route(network.substr(0, network.find('/')), IsIpv4() ? 16 : 48,
+                 next_hop);
+  }
+  static StaticRouteRow BlackHoleTo(int number) {
+    return RouteTo(number, IsIpv4() ? "0.0.0.0" : "::");
+  }
+
+  static Interface RecordWith(const std::string& name, const std::string& vrf,
+                              const Texts& masks) {
+    return IsIpv4() ? Record(name, vrf, masks) : Record(name, vrf, {}, masks);
+  }
+  static InterfaceData DataWith(const std::string& kind,
+                                const std::string& name, const Texts& masks) {
+    return IsIpv4() ? Data(kind, name, masks) : Data(kind, name, {}, masks);
+  }
+
+  int JudgeAddresses(InterfaceType type) {
+    return IsIpv4() ? JudgeIpv4(type) : JudgeIpv6(type);
+  }
+
+  // The texts. That of an overlap names the VRFs in IPv4 only.
+  static std::string DuplicateText(const std::string& name,
+                                   const std::string& address) {
+    return name + " has duplicated " + (IsIpv4() ? "IPv4" : "IPv6") +
+           " address " + address;
+  }
+  static std::string OverlapSide(const Interface& record,
+                                 const std::string& mask) {
+    return IsIpv4() ? record.name + " vrf " + record.vrf_name +
+                          " ipv4 address " + mask
+                    : record.name + " ipv6 address " + mask;
+  }
+  static std::string OverlapText(const Interface& first,
+                                 const std::string& first_mask,
+                                 const Interface& second,
+                                 const std::string& second_mask) {
+    return OverlapSide(first, first_mask) + " overlaps with " +
+           OverlapSide(second, second_mask) + ".";
+  }
+  static std::string NextHopText(const std::string& name, int subnet, int host,
+                                 int network) {
+    return name + (IsIpv4() ? " ipv4 address " : " ipv6 address ") +
+           Mask(subnet, host) + " and static route " + Network(network) +
+           " next-hop " + Address(subnet, host) +
+           " cannot have address conflict.";
+  }
+  static std::string BlackHoleText(int network) {
+    return "Prefix " + Network(network) +
+           " cannot be black-hole and have next-hop at the same time";
+  }
+};
+
+const auto kFamilies = ::testing::Values(kIpv4, kIpv6);
+
+std::string FamilyName(
+    const ::testing::TestParamInfo<ConfigAddrFamily>& family) {
+  return family.param == kIpv4 ? "Ipv4" : "Ipv6";
+}
 
 // ---- The error text --------------------------------------------------------
 
@@ -243,15 +330,6 @@ TEST(DuplicateTest, OtherAddressesOfOneSubnetAreNone) {
   EXPECT_EQ(rules.error_text(), "");
 }
 
-TEST(DuplicateTest, TheEarliestAddressThatComesAgainIsTold) {
-  ValidateConfig rules;
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
-      Record("l3 a", "global",
-             {"10.0.0.9/24", "10.0.0.1/24", "10.0.0.2/24", "10.0.0.2/24",
-              "10.0.0.1/24"})));
-  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv4 address 10.0.0.1");
-}
-
 TEST(DuplicateTest, EachFamilyIsComparedForItself) {
   const Interface both = Record("l3 a", "global", {"10.0.0.1/24"},
                                 {"2001:db8::1/64", "2001:db8::1/64"});
@@ -259,6 +337,21 @@ TEST(DuplicateTest, EachFamilyIsComparedForItself) {
   EXPECT_FALSE(rules.InterfaceHasDuplicateIpv4(both));
   EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(both));
 }
+
+class DuplicateOrderTest : public FamilyTest {};
+
+TEST_P(DuplicateOrderTest, TheEarliestAddressThatComesAgainIsTold) {
+  // Neither the one that is met again first, nor the last one.
+  const Interface record =
+      RecordWith("l3 a", "global",
+                 {Mask(1, 9), Mask(1, 1), Mask(1, 2), Mask(1, 3), Mask(1, 2),
+                  Mask(1, 1), Mask(1, 3)});
+  EXPECT_TRUE(IsIpv4() ? rules_.InterfaceHasDuplicateIpv4(record)
+                       : rules_.InterfaceHasDuplicateIpv6(record));
+  EXPECT_EQ(rules_.error_text(), DuplicateText("l3 a", Address(1, 1)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, DuplicateOrderTest, kFamilies, FamilyName);
 
 // ---- Overlap of two interfaces ---------------------------------------------
 
@@ -318,16 +411,6 @@ INSTANTIATE_TEST_SUITE_P(
                       VrfCase{"UnreadableAndGlobal", "", "global", false}),
     [](const auto& vrf_case) { return vrf_case.param.name; });
 
-TEST(OverlapTest, TheFirstPairInTheOrderOfTheListsIsTold) {
-  ValidateConfig rules;
-  EXPECT_TRUE(rules.InterfaceIPv4Overlap(
-      Record("l3 a", "red", {"10.9.0.1/24", "10.1.0.1/24", "10.2.0.1/24"}),
-      Record("l3 b", "red", {"10.2.0.2/24", "10.1.0.2/24", "10.1.0.3/24"})));
-  EXPECT_EQ(rules.error_text(),
-            "l3 a vrf red ipv4 address 10.1.0.1/24 overlaps with l3 b vrf red "
-            "ipv4 address 10.1.0.2/24.");
-}
-
 TEST(OverlapTest, NeighbouringPrefixesDoNotOverlap) {
   ValidateConfig rules;
   EXPECT_FALSE(
@@ -350,6 +433,20 @@ TEST(OverlapTest, AnInterfaceWithoutAddressesOverlapsWithNothing) {
   EXPECT_FALSE(rules.InterfaceIPv6Overlap(none, some));
   EXPECT_EQ(rules.error_text(), "");
 }
+
+class OverlapOrderTest : public FamilyTest {};
+
+TEST_P(OverlapOrderTest, TheFirstPairInTheOrderOfTheListsIsTold) {
+  const Interface a =
+      RecordWith("l3 a", "red", {Mask(9, 1), Mask(1, 1), Mask(2, 1)});
+  const Interface b =
+      RecordWith("l3 b", "red", {Mask(2, 2), Mask(1, 2), Mask(1, 3)});
+  EXPECT_TRUE(IsIpv4() ? rules_.InterfaceIPv4Overlap(a, b)
+                       : rules_.InterfaceIPv6Overlap(a, b));
+  EXPECT_EQ(rules_.error_text(), OverlapText(a, Mask(1, 1), b, Mask(1, 2)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, OverlapOrderTest, kFamilies, FamilyName);
 
 // ---- Overlap of a kind with the others -------------------------------------
 
@@ -402,26 +499,6 @@ TEST_F(KindOverlapTest, TwoOtherKindsAreNotCompared) {
   EXPECT_EQ(rules_.error_text(), "");
 }
 
-TEST_F(KindOverlapTest, ManagementComesBeforeLoopback) {
-  Add(kL3, Record("l3 a", "global", {"10.0.0.1/24"}));
-  Add(kLoopback, Record("loopback b", "global", {"10.0.0.2/32"}));
-  Add(kMgmt, Record("mgmt c", "mgmt", {"10.0.0.3/24"}));
-  EXPECT_TRUE(Ipv4Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with mgmt c vrf "
-            "mgmt ipv4 address 10.0.0.3/24.");
-}
-
-TEST_F(KindOverlapTest, L3ComesBeforeLoopback) {
-  Add(kMgmt, Record("mgmt c", "mgmt", {"10.0.0.3/24"}));
-  Add(kLoopback, Record("loopback b", "global", {"10.0.0.2/32"}));
-  Add(kL3, Record("l3 a", "global", {"10.0.0.1/24"}));
-  EXPECT_TRUE(Ipv4Overlaps(kMgmt));
-  EXPECT_EQ(rules_.error_text(),
-            "mgmt c vrf mgmt ipv4 address 10.0.0.3/24 overlaps with l3 a vrf "
-            "global ipv4 address 10.0.0.1/24.");
-}
-
 TEST_F(KindOverlapTest, TheOtherKindsFirstInterfaceDecidesThePair) {
   Add(kL3, Record("l3 a", "red", {"10.2.0.1/24"}, {"2001:db8:0:2::1/64"}));
   Add(kL3, Record("l3 b", "red", {"10.1.0.1/24"}, {"2001:db8:0:1::1/64"}));
@@ -438,6 +515,49 @@ TEST_F(KindOverlapTest, TheOtherKindsFirstInterfaceDecidesThePair) {
             "l3 b ipv6 address 2001:db8:0:1::1/64 overlaps with loopback x "
             "ipv6 address 2001:db8:0:1::2/128.");
 }
+
+class KindOrderTest : public FamilyTest {
+ protected:
+  bool Overlaps(InterfaceType type) {
+    const auto& changed = *config_.intf_by_type(type);
+    const auto& all = config_.interface_configs();
+    return IsIpv4() ? rules_.InterfaceIPv4Overlap(changed, all)
+                    : rules_.InterfaceIPv6Overlap(changed, all);
+  }
+
+  const Interface l3_ = RecordWith("l3 a", "global", {Mask(1, 1)});
+  const Interface loopback_ = RecordWith("loopback b", "global", {Mask(1, 2)});
+  const Interface mgmt_ = RecordWith("mgmt c", "mgmt", {Mask(1, 3)});
+};
+
+TEST_P(KindOrderTest, ManagementComesBeforeLoopback) {
+  Add(kL3, l3_);
+  Add(kLoopback, loopback_);
+  Add(kMgmt, mgmt_);
+  EXPECT_TRUE(Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            OverlapText(l3_, Mask(1, 1), mgmt_, Mask(1, 3)));
+}
+
+TEST_P(KindOrderTest, L3ComesBeforeLoopback) {
+  Add(kMgmt, mgmt_);
+  Add(kLoopback, loopback_);
+  Add(kL3, l3_);
+  EXPECT_TRUE(Overlaps(kMgmt));
+  EXPECT_EQ(rules_.error_text(),
+            OverlapText(mgmt_, Mask(1, 3), l3_, Mask(1, 1)));
+}
+
+TEST_P(KindOrderTest, ManagementComesBeforeL3) {
+  Add(kLoopback, loopback_);
+  Add(kL3, l3_);
+  Add(kMgmt, mgmt_);
+  EXPECT_TRUE(Overlaps(kLoopback));
+  EXPECT_EQ(rules_.error_text(),
+            OverlapText(loopback_, Mask(1, 2), mgmt_, Mask(1, 3)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, KindOrderTest, kFamilies, FamilyName);
 
 // ---- All rules of the addresses of a kind ----------------------------------
 
@@ -525,15 +645,6 @@ TEST_F(AddressRulesTest, NameTheEarlierOfTwoInterfacesOfAKindFirst) {
   ExpectViolated(JudgeIpv6(kL3),
                  "l3 z ipv6 address 2001:db8::9/64 overlaps with l3 a ipv6 "
                  "address 2001:db8::1/64.");
-}
-
-TEST_F(AddressRulesTest, CompareTheFirstInterfaceWithAllLaterOnes) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}));
-  Store(Data("l3", "b", {"10.1.0.1/24"}));
-  Store(Data("l3", "c", {"10.1.0.2/24", "10.0.0.2/24"}));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 c "
-                 "vrf global ipv4 address 10.0.0.2/24.");
 }
 
 TEST_F(AddressRulesTest, LetOtherVrfsUseTheSameSubnet) {
@@ -634,6 +745,36 @@ TEST_F(AddressRulesTest, FinishTheKindBeforeTheOtherKinds) {
                  "2001:db8:5::/48 next-hop 2001:db8:1::1 cannot have address "
                  "conflict.");
 }
+
+class AddressOrderTest : public FamilyTest {};
+
+TEST_P(AddressOrderTest, FinishesAnInterfaceBeforeTheNextOne) {
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(DataWith("l3", "b", {Mask(2, 1), Mask(2, 1)}));
+  Store(RouteTo(1, Address(1, 1)));
+  ExpectViolated(JudgeAddresses(kL3), NextHopText("l3 a", 1, 1, 1));
+}
+
+TEST_P(AddressOrderTest, ComparesWithALaterInterfaceBeforeJudgingThatOne) {
+  const Interface a = RecordWith("l3 a", "global", {});
+  const Interface b = RecordWith("l3 b", "global", {});
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(DataWith("l3", "b", {Mask(1, 2), Mask(1, 2)}));
+  ExpectViolated(JudgeAddresses(kL3),
+                 OverlapText(a, Mask(1, 1), b, Mask(1, 2)));
+}
+
+TEST_P(AddressOrderTest, ComparesTheFirstInterfaceWithAllLaterOnes) {
+  const Interface a = RecordWith("l3 a", "global", {});
+  const Interface c = RecordWith("l3 c", "global", {});
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(DataWith("l3", "b", {Mask(2, 1)}));
+  Store(DataWith("l3", "c", {Mask(2, 2), Mask(1, 2)}));
+  ExpectViolated(JudgeAddresses(kL3),
+                 OverlapText(a, Mask(1, 1), c, Mask(1, 2)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, AddressOrderTest, kFamilies, FamilyName);
 
 // ---- Number and names of the l3 interfaces ---------------------------------
 
@@ -823,30 +964,6 @@ TEST_F(NextHopRuleTest, HoldsWhenNoRouteWasRead) {
   ExpectHolds(Judge());
 }
 
-TEST_F(NextHopRuleTest, GoesByManagementThenL3ThenLoopback) {
-  Store(Data("loopback", "c", {"10.0.0.3/32"}));
-  Store(Data("l3", "b", {"10.0.0.2/24"}));
-  Store(Data("mgmt", "a", {"10.0.0.1/24"}));
-  for (const char* next_hop : {"10.0.0.3", "10.0.0.2", "10.0.0.1"}) {
-    Store(Route("20.0.0.0", 16, next_hop));
-  }
-  Read(kIpv4);
-  ExpectViolated(Judge(),
-                 "mgmt a ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
-                 "next-hop 10.0.0.1 cannot have address conflict.");
-}
-
-TEST_F(NextHopRuleTest, GoesByL3BeforeLoopback) {
-  Store(Data("loopback", "c", {"10.0.0.3/32"}));
-  Store(Data("l3", "b", {"10.0.0.2/24"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.3"));
-  Store(Route("30.0.0.0", 16, "10.0.0.2"));
-  Read(kIpv4);
-  ExpectViolated(Judge(),
-                 "l3 b ipv4 address 10.0.0.2/24 and static route 30.0.0.0/16 "
-                 "next-hop 10.0.0.2 cannot have address conflict.");
-}
-
 TEST_F(NextHopRuleTest, LetsARouteOfAnotherVrfUseTheAddress) {
   StoreVrfName(fake, 1, "red");
   Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
@@ -882,14 +999,94 @@ TEST_F(NextHopRuleTest, LetsARouteUseANeighbourInTheSubnet) {
   ExpectHolds(JudgeIpv6(kL3));
 }
 
-TEST_F(NextHopRuleTest, TellsTheFirstAddressOfTheListAndTheFirstRouteRead) {
-  Store(Data("l3", "a", {"10.9.0.1/24", "10.0.0.1/24", "10.0.0.2/24"}));
-  Store(Route("10.7.0.0", 16, "10.0.0.2"));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  Store(Route("10.8.0.0", 16, "10.0.0.1"));
-  Read(kIpv4);
-  ExpectViolated(Judge(), kIpv4Conflict);
+class NextHopOrderTest : public FamilyTest {
+ protected:
+  // Reads no other family.
+  int Judge() {
+    Read(GetParam());
+    return rules_.ValidateStaticRouteNextHop(config_);
+  }
+};
+
+TEST_P(NextHopOrderTest, GoesByManagementThenL3ThenLoopback) {
+  Store(DataWith("loopback", "c", {Mask(1, 3)}));
+  Store(DataWith("l3", "b", {Mask(1, 2)}));
+  Store(DataWith("mgmt", "a", {Mask(1, 1)}));
+  for (const int host : {3, 2, 1}) Store(RouteTo(1, Address(1, host)));
+  ExpectViolated(Judge(), NextHopText("mgmt a", 1, 1, 1));
 }
+
+TEST_P(NextHopOrderTest, GoesByL3BeforeLoopback) {
+  Store(DataWith("loopback", "c", {Mask(1, 3)}));
+  Store(DataWith("l3", "b", {Mask(1, 2)}));
+  Store(RouteTo(1, Address(1, 3)));
+  Store(RouteTo(2, Address(1, 2)));
+  ExpectViolated(Judge(), NextHopText("l3 b", 1, 2, 2));
+}
+
+TEST_P(NextHopOrderTest, TellsTheFirstInterfaceOfAKind) {
+  Store(DataWith("l3", "b", {Mask(1, 2)}));
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(RouteTo(1, Address(1, 1)));
+  Store(RouteTo(2, Address(1, 2)));
+  ExpectViolated(Judge(), NextHopText("l3 b", 1, 2, 2));
+}
+
+TEST_P(NextHopOrderTest, TellsTheFirstAddressOfTheListAndTheFirstRouteRead) {
+  Store(DataWith("l3", "a", {Mask(9, 1), Mask(1, 1), Mask(1, 2)}));
+  Store(RouteTo(3, Address(1, 2)));
+  Store(RouteTo(2, Address(1, 1)));
+  Store(RouteTo(1, Address(1, 1)));
+  ExpectViolated(Judge(), NextHopText("l3 a", 1, 1, 2));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, NextHopOrderTest, kFamilies, FamilyName);
+
+// ---- The next hops that one interface has for addresses --------------------
+
+class NextHopMatchTest : public FamilyTest {
+ protected:
+  void SetUp() override {
+    FamilyTest::SetUp();
+    Store(Route("20.0.0.0", 16, "10.0.0.1"));
+    Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+    config_.ReadStaticRouteConfig(kIpv4);
+    config_.ReadStaticRouteConfig(kIpv6);
+  }
+
+  bool Matches(const Interface& record) {
+    const auto& routes = config_.static_route_config();
+    return IsIpv4()
+               ? rules_.InterfaceIPv4MatchStaticRouteNextHop(record, routes)
+               : rules_.InterfaceIPv6MatchStaticRouteNextHop(record, routes);
+  }
+};
+
+TEST_P(NextHopMatchTest, TellsTheAddressThatIsANextHop) {
+  EXPECT_TRUE(
+      Matches(Record("l3 a", "global", {"10.0.0.1/24"}, {"2001:db8::1/64"})));
+  EXPECT_EQ(rules_.error_text(), IsIpv4() ? kIpv4Conflict : kIpv6Conflict);
+}
+
+TEST_P(NextHopMatchTest, LeavesTheTextAloneWithoutSuchAnAddress) {
+  EXPECT_FALSE(Matches(Record("l3 a", "global", {})));
+  EXPECT_FALSE(
+      Matches(Record("l3 a", "global", {"10.0.0.2/24"}, {"2001:db8::2/64"})));
+  EXPECT_FALSE(
+      Matches(Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"})));
+  EXPECT_EQ(rules_.error_text(), "");
+}
+
+TEST_P(NextHopMatchTest, LooksAtItsOwnFamilyOnly) {
+  const Interface ipv4_conflict =
+      Record("l3 a", "global", {"10.0.0.1/24"}, {"2001:db8::2/64"});
+  const Interface ipv6_conflict =
+      Record("l3 a", "global", {"10.0.0.2/24"}, {"2001:db8::1/64"});
+  EXPECT_FALSE(Matches(IsIpv4() ? ipv6_conflict : ipv4_conflict));
+  EXPECT_EQ(rules_.error_text(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, NextHopMatchTest, kFamilies, FamilyName);
 
 // ---- The limit -------------------------------------------------------------
 
@@ -1034,62 +1231,121 @@ TEST_F(BlackHoleRuleTest, TellsTheFirstByVrfAndPrefix) {
 
 // ---- The three rules of static routes together -----------------------------
 
-class StaticRouteRulesTest : public ValidateConfigTest {
+class StaticRouteRulesTest : public FamilyTest {
  protected:
+  // Reads no other family.
   int Judge() {
-    Read(kIpv4);
+    Read(GetParam());
     return rules_.ValidateStaticRoute(config_);
   }
   void StoreNextHopConflict() {
-    Store(Data("l3", "a", {"10.0.0.1/24"}));
-    Store(Route("20.0.0.0", 16, "10.0.0.1"));
+    Store(DataWith("l3", "a", {Mask(1, 1)}));
+    Store(RouteTo(1, Address(1, 1)));
   }
-  void StoreTooMany() { StoreMany(Route("30.0.0.0", 16, "10.9.9.9"), 1001); }
+  void StoreTooMany() {
+    StoreMany(RouteTo(3, Address(9, 9)), IsIpv4() ? 1001 : 501);
+  }
   void StoreBlackHole() {
-    Store(Route("20.0.0.0", 16, "0.0.0.0"));
-    Store(Route("20.0.0.0", 16, "10.0.0.9"));
+    Store(BlackHoleTo(2));
+    Store(RouteTo(2, Address(9, 8)));
   }
 };
 
-TEST_F(StaticRouteRulesTest, HoldWithoutRoutesAndLogNothing) {
+TEST_P(StaticRouteRulesTest, HoldWithoutRoutesAndLogNothing) {
   ExpectHolds(Judge());
   EXPECT_TRUE(fake.log_lines().empty());
 }
 
-TEST_F(StaticRouteRulesTest, TellANextHopThatIsTheOnlyViolation) {
+TEST_P(StaticRouteRulesTest, TellANextHopThatIsTheOnlyViolation) {
   StoreNextHopConflict();
-  ExpectViolated(Judge(), kIpv4Conflict);
+  ExpectViolated(Judge(), NextHopText("l3 a", 1, 1, 1));
 }
 
-TEST_F(StaticRouteRulesTest, TellALimitThatIsTheOnlyViolation) {
+TEST_P(StaticRouteRulesTest, TellALimitThatIsTheOnlyViolation) {
   StoreTooMany();
   ExpectViolated(Judge(), kLimitText);
 }
 
-TEST_F(StaticRouteRulesTest, TellABlackHoleThatIsTheOnlyViolation) {
+TEST_P(StaticRouteRulesTest, TellABlackHoleThatIsTheOnlyViolation) {
   StoreBlackHole();
-  ExpectViolated(Judge(), kIpv4BlackHole);
+  ExpectViolated(Judge(), BlackHoleText(2));
 }
 
-TEST_F(StaticRouteRulesTest, TellTheLimitRatherThanANextHop) {
+TEST_P(StaticRouteRulesTest, TellTheLimitRatherThanANextHop) {
   StoreNextHopConflict();
   StoreTooMany();
   ExpectViolated(Judge(), kLimitText);
 }
 
-TEST_F(StaticRouteRulesTest, TellABlackHoleRatherThanANextHop) {
+TEST_P(StaticRouteRulesTest, TellABlackHoleRatherThanANextHop) {
   StoreNextHopConflict();
   StoreBlackHole();
-  ExpectViolated(Judge(), kIpv4BlackHole);
+  ExpectViolated(Judge(), BlackHoleText(2));
 }
 
-TEST_F(StaticRouteRulesTest, TellABlackHoleOfAllThreeAndLogTheLimit) {
-  StoreNextHopConflict();
+TEST_P(StaticRouteRulesTest, TellABlackHoleRatherThanTheLimitWhichIsLogged) {
   StoreTooMany();
   StoreBlackHole();
-  ExpectViolated(Judge(), kIpv4BlackHole);
+  ExpectViolated(Judge(), BlackHoleText(2));
   EXPECT_EQ(fake.log_lines().size(), 1U);
 }
+
+TEST_P(StaticRouteRulesTest, TellABlackHoleOfAllThreeAndLogTheLimit) {
+  StoreNextHopConflict();
+  StoreTooMany();
+  StoreBlackHole();
+  ExpectViolated(Judge(), BlackHoleText(2));
+  EXPECT_EQ(fake.log_lines().size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, StaticRouteRulesTest, kFamilies, FamilyName);
+
+// ---- Routes of a read that did not end -------------------------------------
+
+// What was filed before the exception stays, but the family is not read: its
+// routes do not count yet.
+class PartlyReadTest : public FamilyTest {
+ protected:
+  void SetUp() override {
+    FamilyTest::SetUp();
+    Store(DataWith("l3", "a", {Mask(1, 1)}));
+    ReadInterfaces(GetParam());
+  }
+
+  // The last row's output interface has a name that is too short.
+  void ReadUpToAnException() {
+    Store(Through(RouteTo(9, Address(9, 9)), "x"));
+    EXPECT_THROW(config_.ReadStaticRouteConfig(GetParam()), std::out_of_range);
+  }
+};
+
+TEST_P(PartlyReadTest, ANextHopHolds) {
+  Store(RouteTo(1, Address(1, 1)));
+  ReadUpToAnException();
+  ExpectHolds(rules_.ValidateStaticRouteNextHop(config_));
+
+  // It is there all the same.
+  const Interface& record = config_.intf_by_type(kL3)->interfaces().at(0);
+  const auto& routes = config_.static_route_config();
+  EXPECT_TRUE(
+      IsIpv4() ? rules_.InterfaceIPv4MatchStaticRouteNextHop(record, routes)
+               : rules_.InterfaceIPv6MatchStaticRouteNextHop(record, routes));
+}
+
+TEST_P(PartlyReadTest, ABlackHoleHolds) {
+  Store(BlackHoleTo(1));
+  Store(RouteTo(1, Address(1, 2)));
+  ReadUpToAnException();
+  ExpectHolds(rules_.ValidateRouteBlackHole(config_));
+
+  // It is there all the same.
+  const auto& routes = config_.static_route_config();
+  std::shared_ptr<StaticRoute> route;
+  EXPECT_TRUE(IsIpv4() ? routes.CheckBlackHoleIpv4(route)
+                       : routes.CheckBlackHoleIpv6(route));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, PartlyReadTest, kFamilies, FamilyName);
 
 // ---- Output interfaces -----------------------------------------------------
 
@@ -1172,6 +1428,31 @@ TEST_F(OutputInterfaceRuleTest, TellsTheFirstInterfaceOfAKind) {
   Store(Through(Route("30.0.0.0", 16, "10.0.0.1"), "l3-2"));
   ExpectViolated(Judge(), std::string("l3 2") + kUsed);
 }
+
+// No lower-layer interface: all four octets of the identifier are zero.
+class IdentifierTest : public OutputInterfaceRuleTest,
+                       public ::testing::WithParamInterface<limid_t> {};
+
+TEST_P(IdentifierTest, IsNoneWhenItIsZeroOnly) {
+  Interface record = Record("l3 100", "global", {});
+  record.lim_id = GetParam();
+  Add(kL3, record);
+  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
+  if (GetParam() == 0) {
+    ExpectViolated(Judge(),
+                   "l3 100 is being used by a static route. Lower-layer-if "
+                   "cannot be removed from this interface");
+  } else {
+    ExpectHolds(Judge());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Octets, IdentifierTest,
+                         ::testing::Values(0U, 1U, 0x100U, 0x10000U,
+                                           0x01000000U),
+                         [](const auto& id) {
+                           return std::to_string(id.param);
+                         });
 
 }  // namespace
 }  // namespace ipav::testing

@@ -72,14 +72,16 @@ class NdRaTest : public PluginTest {
     return LifetimeOf(config.keypath());
   }
 
-  int32_t IntervalOf(KeyPath path) {
+  int32_t IntervalOf(KeyPath path) { return IntervalOf(path.get()); }
+  int32_t IntervalOf(confd_hkeypath_t* path) {
     return validate_ipv6_nd_ra_interval(FakePlatform::kSocket, fake.tctx(),
-                                        path.get(), nullptr, snapshot_);
+                                        path, nullptr, snapshot_);
   }
 
-  int32_t LifetimeOf(KeyPath path) {
+  int32_t LifetimeOf(KeyPath path) { return LifetimeOf(path.get()); }
+  int32_t LifetimeOf(confd_hkeypath_t* path) {
     return validate_ipv6_nd_ra_lifetime(FakePlatform::kSocket, fake.tctx(),
-                                        path.get(), nullptr, snapshot_);
+                                        path, nullptr, snapshot_);
   }
 
   void ExpectAccepted(int32_t verdict) {
@@ -221,6 +223,28 @@ TEST_F(NdRaTest, AFailingExistenceTestCountsAsAbsent) {
   fake.FailExists(std::string(kL3) + "min-interval");
   fake.FailExists(std::string(kL3) + "lifetime");
   ExpectAccepted(IntervalOf(config_.keypath()));
+  ExpectAccepted(LifetimeOf(config_.keypath()));
+  EXPECT_EQ(fake.log_lines().size(), 2U);
+}
+
+// One is the only answer that says that a timer exists: not one above it.
+TEST_F(NdRaTest, AnAnswerAboveOneCountsAsAbsentForTheMaximum) {
+  config_.min_interval.reset();
+  config_.lifetime.reset();
+  config_.StoreIn(fake);
+  fake.FailCall(1, 2);
+  ExpectAccepted(IntervalOf(config_.keypath()));
+  fake.FailCall(1, 2);
+  ExpectAccepted(LifetimeOf(config_.keypath()));
+  EXPECT_EQ(fake.log_lines().size(), 2U);
+}
+
+TEST_F(NdRaTest, AnAnswerAboveOneCountsAsAbsentForTheOtherTimer) {
+  config_.max_interval.reset();
+  config_.StoreIn(fake);
+  fake.FailCall(2, 2);
+  ExpectAccepted(IntervalOf(config_.keypath()));
+  fake.FailCall(2, 2);
   ExpectAccepted(LifetimeOf(config_.keypath()));
   EXPECT_EQ(fake.log_lines().size(), 2U);
 }
@@ -557,6 +581,26 @@ INSTANTIATE_TEST_SUITE_P(Names, UnusualNameTest,
                                            "br\xc3\xbc"
                                            "cke",
                                            std::string(200, 'x')));
+
+// A key ends at its size: what lies behind it in the buffer is not its own.
+TEST_F(NdRaTest, ANameEndsAtTheSizeOfItsBuffer) {
+  config_.min_interval = 451;
+  config_.lifetime = 600;
+  config_.StoreIn(fake);
+  RaConfig longer;
+  longer.name = "core12";
+  longer.StoreIn(fake);
+  KeyPath path = longer.keypath();
+  confd_hkeypath_t* cut = path.get();
+  cut->v[3][0].val.buf.size = 5;
+  ExpectRefused(IntervalOf(cut), kMinimumTooLong);
+  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "max-interval"),
+                                     Read(std::string(kL3) + "min-interval"),
+                                     Seterr(kMinimumTooLong)}));
+  EXPECT_EQ(LifetimeOf(cut), -1);
+  EXPECT_EQ(fake.error_text(), kLifetimeTooShort);
+}
 
 // Unquoted, such a name is two keys, which no interface has.
 TEST_F(NdRaTest, ANameWithABlankHasNoTimers) {

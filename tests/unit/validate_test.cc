@@ -13,6 +13,8 @@
 #include "config.h"
 #include "plugin_test.h"
 #include "static_route_config.h"
+#include "validate_intf_vrf.h"
+#include "validate_nd_ra.h"
 
 namespace ipav::testing {
 namespace {
@@ -34,8 +36,7 @@ class ValidateTest : public PluginTest {
  protected:
   void SetUp() override {
     PluginTest::SetUp();
-    ASSERT_EQ(lib_init(&context_), 0);
-    fake.set_lib_context(context_);
+    StartSnapshot();
   }
 
   void TearDown() override {
@@ -44,6 +45,13 @@ class ValidateTest : public PluginTest {
   }
 
   Config& config() { return *static_cast<Config*>(context_); }
+
+  // One that has read nothing, in place of the one there is.
+  void StartSnapshot() {
+    EXPECT_EQ(lib_finish(&context_), 0);
+    ASSERT_EQ(lib_init(&context_), 0);
+    fake.set_lib_context(context_);
+  }
 
   // Calls the entry point for the timers of an interface.
   int32_t Validate(const std::string& opaque) {
@@ -243,18 +251,28 @@ TEST_F(ValidateTest, KeepsWhatTheSnapshotHasReadFromCallToCall) {
 
 // ---- validate: dispatch ----------------------------------------------------
 
-// A name of the table, and a configuration that only this callback refuses, so
-// that the text tells which one ran.
+using Callback = int32_t(int32_t, confd_trans_ctx*, confd_hkeypath_t*,
+                         confd_value_t*, Config&);
+
+// A name of the table, its callback, and a configuration that only this
+// callback refuses, so that the text tells which one ran.
 struct NameCase {
   std::string name;
+  Callback* callback;
   KeyPath keypath;
   std::function<void(FakePlatform&)> store;
   std::string text;
 };
 
-KeyPath L3ListPath() {
+// Stores each of some builders.
+template <typename... Data>
+std::function<void(FakePlatform&)> Stored(const Data&... data) {
+  return [=](FakePlatform& platform) { (data.StoreIn(platform), ...); };
+}
+
+KeyPath ListPath(const std::string& kind) {
   KeyPath path;
-  path.Node("config").Node("interface").Node("l3");
+  path.Node("config").Node("interface").Node(kind);
   return path;
 }
 
@@ -265,17 +283,74 @@ std::vector<NameCase> InterfaceCases() {
   network.ipv4 = "10.1.1.0/24";
   InterfaceData duplicate;
   duplicate.ipv6 = {"2001:db8::1/64", "2001:db8::1/48"};
-  const auto stored = [](const InterfaceData& data) {
-    return [data](FakePlatform& platform) { data.StoreIn(platform); };
-  };
-  return {{"intf_l3_name_validation", L3ListPath(), stored(dotted),
-           "L3 interface name core.1 contains invalid characters (allowed "
-           "characters: 0-9, a-z, A-Z, _, -)"},
-          {"ipv4_addr_validation", L3ListPath(), stored(network),
-           "l3 core1 ipv4 address 10.1.1.0/24 cannot be configured as network "
-           "address."},
-          {"ipv6_addr_validation", L3ListPath(), stored(duplicate),
-           "l3 core1 has duplicated IPv6 address 2001:db8::1"}};
+  return {
+      {"intf_l3_name_validation", validate_intf_l3_name, ListPath("l3"),
+       Stored(dotted),
+       "L3 interface name core.1 contains invalid characters (allowed "
+       "characters: 0-9, a-z, A-Z, _, -)"},
+      {"ipv4_addr_validation", validate_ipv4_addr, ListPath("l3"),
+       Stored(network),
+       "l3 core1 ipv4 address 10.1.1.0/24 cannot be configured as network "
+       "address."},
+      {"ipv6_addr_validation", validate_ipv6_addr, ListPath("l3"),
+       Stored(duplicate), "l3 core1 has duplicated IPv6 address 2001:db8::1"}};
+}
+
+// A black hole to a prefix that has a next hop as well.
+std::function<void(FakePlatform&)> StoredBlackHole(
+    const std::string& destination, const std::string& unspecified,
+    const std::string& next_hop) {
+  StaticRouteRow black_hole;
+  black_hole.destination = destination;
+  black_hole.next_hop = unspecified;
+  StaticRouteRow route = black_hole;
+  route.next_hop = next_hop;
+  return Stored(black_hole, route);
+}
+
+std::vector<NameCase> RouteCases() {
+  StaticRouteRow through_core1;
+  through_core1.interface_name = "l3-core1";
+  return {{"ipv4_addr_route_validation", validate_ipv4_addr_route,
+           ListPath("l3"), StoredBlackHole("10.1.0.0", "0.0.0.0", "10.9.9.9"),
+           "Prefix 10.1.0.0/24 cannot be black-hole and have next-hop at the "
+           "same time"},
+          {"ipv6_addr_route_validation", validate_ipv6_addr_route,
+           ListPath("l3"), StoredBlackHole("2001:d00::", "::", "2001:db8::9"),
+           "Prefix 2001:d00::/24 cannot be black-hole and have next-hop at the "
+           "same time"},
+          {"static_route_l3_intf_validation", validate_route_l3_intf,
+           ListPath("l3"), Stored(InterfaceData{}, through_core1),
+           "l3 core1 is being used by a static route. Lower-layer-if cannot be "
+           "removed from this interface"}};
+}
+
+std::vector<NameCase> OspfCases() {
+  InterfaceData red;
+  red.vrf = "red";
+  OspfRow other_address;
+  other_address.address = "10.1.1.2";
+  KeyPath lower_layer = ListPath("l3");
+  lower_layer.Key(Text("core1")).Node("lower-layer-if");
+  // The VRF's key path is of a kind whose addresses nothing is wrong with.
+  return {
+      {"intf_vrf_validation", validate_intf_vrf, ListPath("loopback"),
+       Stored(red, OspfProcess{}, OspfRow{}),
+       "l3 core1 vrf red and router ospf 10 vrf global cannot be "
+       "associated with divergent VRF"},
+      {"ipv4_addr_prot_cross_validation", validate_ipv4_addr_cross_prot,
+       ListPath("l3"), Stored(InterfaceData{}, OspfProcess{}, other_address),
+       "10.1.1.2/24 cannot be modified nor deleted, it is assigned to "
+       "router ospf 10 vrf global area 1 (0.0.0.1)"},
+      {"lower_layer_prot_cross_validation", validate_lower_layer_cross_prot,
+       lower_layer,
+       [](FakePlatform& platform) {
+         Ospfv3Row{}.StoreIn(platform);
+         platform.SetRunning("/config/interface/l3{core1}/lower-layer-if/vlan",
+                             Int32(10));
+       },
+       "vlan 10 cannot be changed, it is assigned to router ospfv3 1 area "
+       "1 (0.0.0.1)"}};
 }
 
 std::vector<NameCase> TimerCases() {
@@ -283,22 +358,27 @@ std::vector<NameCase> TimerCases() {
   long_minimum.min_interval = 451;
   RaConfig short_lifetime;
   short_lifetime.lifetime = 600;
-  const auto stored = [](const RaConfig& timers) {
-    return [timers](FakePlatform& platform) { timers.StoreIn(platform); };
-  };
-  return {{"validate_ipv6_nd_ra_interval", RaConfig{}.keypath(),
-           stored(long_minimum),
+  return {{"validate_ipv6_nd_ra_interval", validate_ipv6_nd_ra_interval,
+           RaConfig{}.keypath(), Stored(long_minimum),
            "Minimum interval must be no greater than maximum interval * 0.75"},
-          {"validate_ipv6_nd_ra_lifetime", RaConfig{}.keypath(),
-           stored(short_lifetime),
+          {"validate_ipv6_nd_ra_lifetime", validate_ipv6_nd_ra_lifetime,
+           RaConfig{}.keypath(), Stored(short_lifetime),
            "Lifetime must be greater than maximum router advertisement "
            "interval"}};
 }
 
+// All eleven.
 std::vector<NameCase> NameCases() {
-  std::vector<NameCase> cases = InterfaceCases();
-  for (NameCase& timers : TimerCases()) cases.push_back(timers);
+  std::vector<NameCase> cases;
+  for (const auto& part :
+       {InterfaceCases(), RouteCases(), OspfCases(), TimerCases()}) {
+    cases.insert(cases.end(), part.begin(), part.end());
+  }
   return cases;
+}
+
+TEST(NameCasesTest, AreThoseOfAllElevenRows) {
+  EXPECT_EQ(NameCases().size(), 11U);
 }
 
 class DispatchTest : public ValidateTest,
@@ -328,6 +408,7 @@ TEST_P(DispatchTest, RunsNoOtherCallback) {
   GetParam().store(fake);
   for (const NameCase& other : NameCases()) {
     if (other.name == GetParam().name) continue;
+    StartSnapshot();
     keypath_ = other.keypath;
     EXPECT_EQ(Validate(other.name), 0) << other.name;
   }
@@ -341,18 +422,36 @@ TEST_P(DispatchTest, TakesAnOpaqueTextThatOnlyBeginsWithTheName) {
   EXPECT_EQ(fake.error_text(), GetParam().text);
 }
 
-TEST_P(DispatchTest, DoesNothingAfterTheCallback) {
+TEST_P(DispatchTest, DoesNothingBesidesItsLookUpsAndTheCallback) {
   GetParam().store(fake);
   EXPECT_EQ(Validate(GetParam().name), -1);
-  ASSERT_FALSE(fake.calls().empty());
-  EXPECT_EQ(fake.calls().back().text(),
-            "confd_trans_seterr(" + GetParam().text + ")");
+  const std::vector<std::string> calls = fake.CallTexts();
+
+  StartSnapshot();
+  config().set_sock(FakePlatform::kSocket);
+  config().set_confd_trans(fake.tctx());
+  fake.ForgetCalls();
+  EXPECT_EQ(GetParam().callback(FakePlatform::kSocket, fake.tctx(),
+                                keypath_.get(), &newval_, config()),
+            -1);
+  std::vector<std::string> expected = {"hostd_maapi_socket_get()",
+                                       "get_lib_context(ip_app_validation)"};
+  for (const std::string& call : fake.CallTexts()) expected.push_back(call);
+  EXPECT_EQ(calls, expected);
 }
 
-TEST_P(DispatchTest, RefusesANameThatIsCutShort) {
+// No name begins with another name.
+TEST_P(DispatchTest, RefusesEveryBeginningOfTheNameWithoutAText) {
   GetParam().store(fake);
   const std::string& name = GetParam().name;
-  EXPECT_EQ(Validate(name.substr(0, name.size() - 1)), -1);
+  for (std::size_t size = 0; size < name.size(); ++size) {
+    fake.ForgetCalls();
+    EXPECT_EQ(Validate(name.substr(0, size)), -1) << size;
+    EXPECT_EQ(fake.CallTexts(), (std::vector<std::string>{
+                                    "hostd_maapi_socket_get()",
+                                    "get_lib_context(ip_app_validation)",
+                                }));
+  }
   ExpectNoError();
 }
 

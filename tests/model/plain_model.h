@@ -7,80 +7,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "configuration.h"
+
 namespace ipav::model {
-
-// ---- The configuration -----------------------------------------------------
-
-using Octets = std::vector<std::uint8_t>;  // in network order
-
-struct Prefix {
-  Octets address;
-  std::int32_t length = 0;
-};
-
-bool operator==(const Prefix& a, const Prefix& b);
-
-// "10.0.0.1", "10.0.0.1/24".
-std::string AddressText(const Octets& address);
-std::string PrefixText(const Prefix& prefix);
-
-// A leaf that does not exist, that exists but cannot be read (no text), or that
-// has a text.
-struct TextLeaf {
-  bool exists = false;
-  std::optional<std::string> text;
-};
-
-struct AddressEntry {
-  std::string key;
-  std::optional<Prefix> ip;
-};
-
-struct InterfaceEntry {
-  std::string key;
-  TextLeaf vrf;
-  std::optional<std::int32_t> vlan;  // of an l3
-  std::optional<Prefix> primary;     // of an l3 or mgmt
-  std::vector<AddressEntry> ipv4;    // secondaries of an l3; of a loopback
-  std::vector<AddressEntry> ipv6;
-};
-
-struct RouteRow {
-  std::uint32_t vrf = 0;
-  std::int32_t type = 1;
-  Octets destination;
-  std::int32_t length = 0;
-  Octets next_hop;
-  unsigned times = 1;  // how many rows of that kind follow each other
-};
-
-// Output interface of the routes with these values.
-struct OutputRow {
-  std::uint32_t vrf = 0;
-  Octets destination;
-  std::int32_t length = 0;
-  Octets next_hop;
-  std::string interface_name;
-};
-
-struct VrfIndexRow {
-  std::uint32_t index = 0;
-  TextLeaf name;
-};
-
-// What one transaction shows. Keys are unique within their list.
-struct Configuration {
-  std::vector<InterfaceEntry> l3;
-  std::vector<InterfaceEntry> loopback;
-  std::vector<InterfaceEntry> mgmt;
-  std::vector<RouteRow> routes;
-  std::vector<OutputRow> outputs;
-  std::vector<VrfIndexRow> vrfs;
-};
 
 // ---- Calls and answers -----------------------------------------------------
 
@@ -95,26 +29,37 @@ enum class Action : std::uint8_t {
   kMerge,  // records of both families into those of the l3 interfaces
 };
 
-// The list that the key path of the call names.
-enum class Target : std::uint8_t { kL3, kLoopback, kMgmt, kOther, kNothing };
-
 struct Call {
   Action action = Action::kValidate;
   std::string opaque;
-  Target target = Target::kL3;
+  Place place;                  // of the validation point
   int family = 4;               // of kReadRoutes
   std::size_t transaction = 0;  // whose configuration is current
+};
+
+// What can leave a call.
+enum class Exception : std::uint8_t {
+  kNone,
+  kShortName,       // of an output interface
+  kNoNumber,        // a compound identifier that is none
+  kNumberTooLarge,  // ... that no number can hold
+  kNoAddress,       // an area or address that is none
 };
 
 struct Answer {
   int verdict = 0;
   std::optional<std::string> text;
-  bool out_of_range = false;  // left by that exception; verdict says nothing
+  std::string format;  // that a call of the entry point set the text by
+  Exception exception = Exception::kNone;  // of any, verdict says nothing
   std::vector<std::string> faults;
   std::vector<std::string> log;
 };
 
 bool operator==(const Answer& a, const Answer& b);
+
+// For the report of a counterexample.
+std::ostream& operator<<(std::ostream& out, const Call& call);
+std::ostream& operator<<(std::ostream& out, const Answer& answer);
 
 // ---- The model -------------------------------------------------------------
 
@@ -142,15 +87,32 @@ class PlainModel {
     Octets next_hop;
     std::string output;
   };
+  // An interface in an OSPFv2 process.
+  struct Assignment {
+    std::string interface_name;
+    std::uint32_t process_id = 0;
+    std::string vrf;
+    Octets area;
+    std::vector<Prefix> addresses;
+  };
 
+  // plain_model.cc: the calls.
   void Validate(const Call& call);
   void ValidateNames();
-  void ValidateAddresses(Target target, int family);
-  bool AddressesHold(const Reader& changed, int family);
+  void ValidateAddresses(const Place& place, int family);
+  void ValidateRoutes(int family);
+  void ValidateOutputs();
+  void ValidateOspfAddresses();
+  void ValidateVrfs(const Place& place);
+  // Of a rule: false, with its text noted.
+  bool Refuse(const std::string& text);
+  // Turns what the rule found into the answer.
+  void Report(bool holds);
+  // The answer by a text of the callback's own.
+  void Reject(const std::string& format, const std::string& text);
 
-  // False when the read was left by the exception.
-  bool ReadRoutes(int family);
-  bool ReadRows(int family);
+  // plain_model_readers.cc: what is read, once for a family. A read that an
+  // exception leaves notes it in the answer and is false.
   void ReadL3(int family);
   void ReadLoopback(int family);
   void ReadMgmt(int family);
@@ -160,25 +122,50 @@ class PlainModel {
   void ReportMissing(const std::string& family_word, const std::string& key);
   void MergeL3s();
   static void Merge(const Record& record, Reader* reader);
+  bool ReadRoutes(int family);
+  bool ReadRows(int family);
   std::string VrfOfId(std::uint32_t id) const;
   std::string OutputOf(const RouteRow& row, bool* too_short) const;
+  const Reader* ReaderOf(const std::string& list) const;
+  std::vector<const Reader*> AllReaders() const { return {&mgmt_, &l3_, &lo_}; }
 
+  // plain_model_rules.cc: interfaces and static routes.
+  bool NamesHold();
+  bool AddressesHold(const Reader& changed, int family);
   bool IsUsable(const Record& record);
   bool HasDuplicate(const Record& record, int family);
   bool Overlap(const Record& a, const Record& b, int family);
   bool IsNextHop(const Record& record, int family);
-
+  static const std::vector<Prefix>& AddressesOf(const Record& record,
+                                                int family);
   bool RouteRules();
   bool NextHopRule();
   bool LimitRule();
   bool BlackHoleRule();
   bool OutputRule();
 
-  std::vector<const Reader*> AllReaders() const { return {&mgmt_, &l3_, &lo_}; }
-  const Reader* ReaderOf(Target target) const;
-  static const std::vector<Prefix>& AddressesOf(const Record& record,
-                                                int family);
-  bool Refuse(const std::string& text);
+  // plain_model_ospf.cc: OSPFv2 and OSPFv3.
+  bool ReadOspf();
+  bool ReadOspfRow(const Ospfv2Row& row);
+  std::int32_t LengthOf(std::uint32_t compound_id, const Octets& area,
+                        const std::string& interface_key,
+                        const Octets& address);
+  std::uint32_t ProcessOf(std::uint32_t compound_id);
+  std::string VrfOfProcess(std::uint32_t compound_id);
+  void MergeAssignment(const Assignment& assignment);
+  bool OspfAddressesHold(const Reader& reader);
+  bool OspfAddressesHold(const Assignment& assignment, const Record& record);
+  bool OspfVrfsHold(const Reader& reader);
+  bool ChangedVrfsHold(const Place& place);
+  bool IsInOspfv3(const std::string& name) const;
+  void ValidateVlan(const Place& place);
+
+  // plain_model_timers.cc
+  enum class Timer : std::uint8_t { kMinInterval, kLifetime };
+  void ValidateTimers(const Place& place, Timer other);
+  void JudgeMinInterval(std::uint16_t max, const Leaf<std::uint16_t>& min);
+  void JudgeLifetime(std::uint16_t max, const Leaf<std::uint16_t>& lifetime);
+  RaTimers TimersOf(const std::string& list, const std::string& key) const;
 
   Reader l3_;
   Reader lo_;
@@ -192,11 +179,17 @@ class PlainModel {
   bool ipv4_routes_read_ = false;
   bool ipv6_routes_read_ = false;
 
+  std::vector<Assignment> assignments_;
+  bool ospf_read_ = false;
+
   // Of the call that runs.
   const Configuration* current_ = nullptr;
   std::string rule_text_;
   Answer answer_;
 };
+
+// Counted from the leaf end, as validation points do; nothing past the root.
+std::string ElementOf(const Place& place, std::size_t from_leaf);
 
 }  // namespace ipav::model
 

@@ -1,11 +1,12 @@
 #include "plugin_life.h"
 
-#include <algorithm>
+#include <boost/system/system_error.hpp>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
 #include "config.h"
+#include "fake_configuration.h"
 #include "fake_platform.h"
 #include "validate.h"
 #include "validate_config.h"
@@ -21,112 +22,14 @@ using ip_application::config_valid::InterfaceType;
 using ip_application::config_valid::ValidateConfig;
 using testing::Fake;
 using testing::FakePlatform;
-using testing::KeyPath;
-using testing::Value;
 
-constexpr char kInterfaces[] = "/config/interface/";
-constexpr char kRouteTable[] = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
-constexpr char kOutputTable[] = "/rtmStaticRtEntry-global";
-constexpr char kVrfTable[] = "/internal/vrf-config/indexTOstring";
-
-// ---- The configuration on the fake -----------------------------------------
-
-Value ValueOf(const Prefix& prefix) {
-  confd_value_t value{};
-  const auto length = static_cast<std::uint8_t>(prefix.length);
-  const auto* octets = prefix.address.data();
-  if (prefix.address.size() == 4) {
-    value.type = C_IPV4_AND_PLEN;
-    std::memcpy(&value.val.ipv4prefix.ip, octets, 4);
-    value.val.ipv4prefix.len = length;
-  } else {
-    value.type = C_IPV6_AND_PLEN;
-    std::memcpy(&value.val.ipv6prefix.ip6, octets, 16);
-    value.val.ipv6prefix.len = length;
-  }
-  return Value(value);
-}
-
-Value ValueOf(const Octets& octets) {
-  return testing::Binary(std::string(octets.begin(), octets.end()));
-}
-
-void Store(const std::string& path, const TextLeaf& leaf) {
-  if (!leaf.exists) return;
-  if (leaf.text) {
-    Fake().SetValue(path, testing::Text(*leaf.text));
-  } else {
-    Fake().FailReads(path);
-  }
-}
-
-void Store(const std::string& list, const std::vector<AddressEntry>& entries) {
-  for (const AddressEntry& entry : entries) {
-    Fake().AddEntry(list, {testing::Text(entry.key)});
-    if (!entry.ip) continue;
-    Fake().SetValue(list + "{" + entry.key + "}/ip", ValueOf(*entry.ip));
-  }
-}
-
-void Store(const std::string& kind, const InterfaceEntry& entry) {
-  const std::string list = kInterfaces + kind;
-  Fake().AddEntry(list, {testing::Text(entry.key)});
-  const std::string path = list + "{" + entry.key + "}";
-  Store(path + "/vrf", entry.vrf);
-  if (entry.vlan) {
-    Fake().SetValue(path + "/lower-layer-if/vlan", testing::Int32(*entry.vlan));
-  }
-  if (entry.primary) {
-    Fake().SetValue(path + "/ipv4/address/ip", ValueOf(*entry.primary));
-  }
-  Store(path + (kind == "l3" ? "/ipv4/address/secondary" : "/ipv4/address"),
-        entry.ipv4);
-  Store(path + "/ipv6/address", entry.ipv6);
-}
-
-void Store(const RouteRow& row) {
-  const Value next_hop_type = testing::Enum(1);  // nobody reads it
-  for (unsigned i = 0; i < row.times; ++i) {
-    Fake().AddEntry(kRouteTable,
-                    {testing::Uint32(row.vrf), testing::Enum(row.type),
-                     ValueOf(row.destination), testing::Int32(row.length),
-                     next_hop_type, ValueOf(row.next_hop)});
-  }
-}
-
-void Store(const OutputRow& row) {
-  // A negative length stands in the path as the unsigned number.
-  const std::vector<Value> keys = {
-      testing::Uint32(row.vrf), ValueOf(row.destination),
-      testing::Uint32(static_cast<std::uint32_t>(row.length)),
-      ValueOf(row.next_hop)};
-  Fake().AddEntry(kOutputTable, keys);
-  std::string path = std::string(kOutputTable) + "{";
-  for (const Value& key : keys) path += key.KeyText() + ' ';
-  Fake().SetValue(path + "}/interface-name", testing::Text(row.interface_name));
-}
-
-void Store(const VrfIndexRow& row) {
-  Fake().AddEntry(kVrfTable, {testing::Uint32(row.index)});
-  Store(std::string(kVrfTable) + "{" + std::to_string(row.index) + "}/vname",
-        row.name);
-}
-
-// ---- Calls -----------------------------------------------------------------
-
-KeyPath KeyPathOf(Target target) {
-  constexpr const char* kNodes[] = {"l3", "loopback", "mgmt", "ospf"};
-  KeyPath path;
-  if (target == Target::kNothing) return path;
-  path.Node("config").Node("interface");
-  path.Node(kNodes[static_cast<std::size_t>(target)]);
-  return path;
-}
+// No open transaction has it.
+constexpr int kClosed = -1;
 
 int Validate(const Call& call, confd_trans_ctx* tctx) {
   std::string opaque = call.opaque;
   tctx->validate_opaque = opaque.data();
-  KeyPath keypath = KeyPathOf(call.target);
+  testing::KeyPath keypath = KeyPathOf(call.place);
   confd_value_t newval{};
   newval.type = C_NOEXISTS;
   return validate(tctx, keypath.get(), &newval);
@@ -195,6 +98,30 @@ Answer Judge(const Call& call, const Configuration& configuration,
   return answer;
 }
 
+// The same, also when an exception leaves the call.
+Answer JudgeAndCatch(const Call& call, const Configuration& configuration,
+                     confd_trans_ctx* tctx, Config* config) {
+  const auto left_by = [](Exception exception) {
+    Answer answer;
+    answer.exception = exception;
+    return answer;
+  };
+  const auto is_of_number = [](const std::exception& error) {
+    return std::strcmp(error.what(), "stoul") == 0;
+  };
+  try {
+    return Judge(call, configuration, tctx, config);
+  } catch (const std::invalid_argument& error) {
+    if (!is_of_number(error)) throw;
+    return left_by(Exception::kNoNumber);
+  } catch (const std::out_of_range& error) {
+    return left_by(is_of_number(error) ? Exception::kNumberTooLarge
+                                       : Exception::kShortName);
+  } catch (const boost::system::system_error&) {
+    return left_by(Exception::kNoAddress);
+  }
+}
+
 }  // namespace
 
 PluginLife::PluginLife(const std::vector<Configuration>& transactions)
@@ -211,13 +138,7 @@ PluginLife::~PluginLife() {
 void PluginLife::Show(std::size_t transaction) {
   Fake().Reset();
   Fake().set_lib_context(context_);
-  const Configuration& configuration = transactions_[transaction];
-  for (const auto& entry : configuration.l3) Store("l3", entry);
-  for (const auto& entry : configuration.loopback) Store("loopback", entry);
-  for (const auto& entry : configuration.mgmt) Store("mgmt", entry);
-  for (const auto& row : configuration.routes) Store(row);
-  for (const auto& row : configuration.outputs) Store(row);
-  for (const auto& row : configuration.vrfs) Store(row);
+  ShowOnFake(transactions_[transaction]);
   shown_ = transaction;
 }
 
@@ -227,22 +148,16 @@ Answer PluginLife::Run(const Call& call) {
   const std::size_t faults_before = Fake().faults().size();
   const std::size_t lines_before = Fake().log_lines().size();
 
-  // Of this call only: a reader that kept the context of another call would
-  // use one that is gone.
-  confd_trans_ctx tctx = *Fake().tctx();
-  Answer answer;
-  try {
-    answer = Judge(call, transactions_[call.transaction], &tctx,
-                   static_cast<Config*>(context_));
-  } catch (const std::out_of_range&) {
-    answer.out_of_range = true;
-  }
+  confd_trans_ctx& tctx = contexts_.emplace_back(*Fake().tctx());
+  Answer answer = JudgeAndCatch(call, transactions_[call.transaction], &tctx,
+                                static_cast<Config*>(context_));
+  tctx.thandle = kClosed;
 
   for (std::size_t i = errors_before; i < Fake().errors().size(); ++i) {
     const auto& error = Fake().errors()[i];
-    is_clean_ = is_clean_ && !answer.text && error.tctx == &tctx &&
-                error.format == "%s";
+    is_clean_ = is_clean_ && !answer.text && error.tctx == &tctx;
     answer.text = error.text;
+    answer.format = error.format;
   }
   for (std::size_t i = faults_before; i < Fake().faults().size(); ++i) {
     answer.faults.push_back(Fake().faults()[i].message);
@@ -251,7 +166,8 @@ Answer PluginLife::Run(const Call& call) {
     answer.log.push_back(Fake().log_lines()[i].text);
   }
   is_clean_ = is_clean_ && Fake().open_cursors() == 0 &&
-              Fake().unfreed_values() == 0 && Fake().misuses().empty();
+              Fake().unfreed_values() == 0 && Fake().open_cdb_sessions() == 0 &&
+              Fake().misuses().empty();
   return answer;
 }
 

@@ -2,6 +2,9 @@
 #ifndef IPAV_TESTS_MODEL_PLUGIN_LIFE_H_
 #define IPAV_TESTS_MODEL_PLUGIN_LIFE_H_
 
+#include <confd_lib.h>
+
+#include <list>
 #include <optional>
 #include <vector>
 
@@ -28,6 +31,9 @@ class PluginLife {
 
   const std::vector<Configuration>& transactions_;
   std::optional<std::size_t> shown_;
+  // One for each call. They stay, closed, so that a reader that kept the one of
+  // another call reads nothing.
+  std::list<confd_trans_ctx> contexts_;
   void* context_ = nullptr;
   bool is_clean_ = true;
 };

@@ -1,5 +1,5 @@
-// Random lives of the library: small configurations in which few addresses,
-// names and VRFs meet often, and calls that change between them.
+// Random lives of the library: one or two configurations, and calls that change
+// between them.
 #ifndef IPAV_TESTS_MODEL_SCENARIO_H_
 #define IPAV_TESTS_MODEL_SCENARIO_H_
 
@@ -21,9 +21,6 @@ struct Scenario {
 rc::Gen<Scenario> AnyScenario();
 
 // For the report of a counterexample.
-std::ostream& operator<<(std::ostream& out, const Call& call);
-std::ostream& operator<<(std::ostream& out, const Answer& answer);
-std::ostream& operator<<(std::ostream& out, const Configuration& configuration);
 std::ostream& operator<<(std::ostream& out, const Scenario& scenario);
 
 }  // namespace ipav::model

@@ -1,0 +1,19 @@
+// A configuration of the model on the fake platform.
+#ifndef IPAV_TESTS_MODEL_FAKE_CONFIGURATION_H_
+#define IPAV_TESTS_MODEL_FAKE_CONFIGURATION_H_
+
+#include "builders.h"
+#include "configuration.h"
+#include "value.h"
+
+namespace ipav::model {
+
+testing::Value ValueOf(const Prefix& prefix);
+testing::KeyPath KeyPathOf(const Place& place);
+
+// On a fake that shows nothing yet.
+void ShowOnFake(const Configuration& configuration);
+
+}  // namespace ipav::model
+
+#endif  // IPAV_TESTS_MODEL_FAKE_CONFIGURATION_H_

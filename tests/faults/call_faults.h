@@ -1,0 +1,59 @@
+// The ways in which a call of the platform fails, and what each comes to: the
+// configuration that the plug-in then sees, in the words of the plain model.
+#ifndef IPAV_TESTS_FAULTS_CALL_FAULTS_H_
+#define IPAV_TESTS_FAULTS_CALL_FAULTS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fake_platform.h"
+#include "plain_model.h"
+#include "scenarios.h"
+
+namespace ipav::faults {
+
+using Calls = std::vector<testing::Call>;
+
+// What a failure comes to.
+enum class Effect : std::uint8_t {
+  kNoSocket,         // the call is refused without a word
+  kNoContext,        // the call is refused with the one text for it
+  kNone,             // nobody looks at the answer, or it says nothing
+  kAbsent,           // the node does not exist, or the list has no entries
+  kUnreadable,       // the leaf exists and has no value
+  kCut,              // the list ends
+  kNoRunningVlan,    // the interface had no VLAN
+  kRunningVlanZero,  // ... or one that is no VLAN
+  kNoIdentifier,     // no interface is on that VLAN
+  kNoIndex,          // ... or it has no index
+  kNotInOspfv3,      // the interface that is asked for
+  kNoChanges,        // of the transaction
+};
+
+struct Way {
+  const char* call;
+  const char* words;
+  int result;  // of the call
+  Effect effect;
+};
+
+// Those of a call, by name. A call that cannot report a failure has none.
+std::vector<Way> WaysToFail(const std::string& call);
+std::set<std::string> CallsThatCanFail();
+bool CannotFail(const std::string& call);
+
+// What the plain model answers when call `at` of those that the plug-in makes
+// fails in that way; and what to a second call without a fault, in that life.
+struct Expectation {
+  model::Answer answer;
+  model::Answer second;
+};
+Expectation Expect(const Scenario& scenario, const Calls& calls, std::size_t at,
+                   const Way& way);
+
+}  // namespace ipav::faults
+
+#endif  // IPAV_TESTS_FAULTS_CALL_FAULTS_H_

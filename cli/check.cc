@@ -1,5 +1,6 @@
 #include "check.h"
 
+#include <confd_lib.h>
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include "commit/commit.h"
 #include "datastore/data_tree.h"
 #include "datastore/model.h"
+#include "reading_time.h"
 
 namespace ipav::cli {
 
@@ -48,16 +50,23 @@ void PrintPlace(const std::string& point, const std::string& path) {
   fmt::print("  validation point: {}\n  data path: {}\n", point, path);
 }
 
-// The operator's text stands alone on its line, as the plug-in set it.
+// The operator's text stands alone on its line, byte for byte as the plug-in
+// set it, also where it is no UTF-8 or has more than one line.
 void PrintAnswer(const Answer& answer) {
   if (answer.exception.has_value()) {
     fmt::print("the plug-in threw an exception: {}\n", *answer.exception);
-  } else if (answer.result == 0) {
+  } else if (answer.result == CONFD_OK) {
     fmt::print("(accepted)\n");
+  } else if (Accepts(answer)) {
+    fmt::print("(accepted with a warning)\n{}\n",
+               answer.text.value_or("(without a text)"));
   } else {
     fmt::print("{}\n", answer.text.value_or("(refused without a text)"));
   }
   PrintPlace(answer.opaque, answer.path);
+  if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
+    fmt::print("  result: {}, taken for a refusal\n", answer.result);
+  }
 }
 
 void PrintFailure(const Outcome& outcome) {
@@ -94,13 +103,22 @@ void PrintReport(const std::string& file, const Outcome& outcome,
   fmt::print("{}: {} ({} of {} validation calls made)\n", file,
              WordOf(outcome.verdict), outcome.answers.size(), outcome.planned);
   for (const Answer& answer : outcome.answers) {
-    const bool accepted = answer.result == 0 && !answer.exception.has_value();
-    if (!accepted || options.all) PrintAnswer(answer);
+    const bool silent = answer.result == CONFD_OK && !answer.exception;
+    if (!silent || options.all) PrintAnswer(answer);
   }
   if (!outcome.failure.empty()) PrintFailure(outcome);
   PrintLines("the plug-in wrote", outcome.output);
   for (const std::string& fault : outcome.faults) PrintLines("warning", fault);
+  for (const std::string& what : outcome.left_open) {
+    fmt::print("  warning: the plug-in left {} open\n", what);
+  }
   if (options.verbose) PrintDetails(outcome);
+}
+
+DataTree Read(const Model& model, const std::string& file,
+              const CheckOptions& options) {
+  const ReadingTime time(file, options.time_limit);
+  return DataTree::FromFile(model, file, options.max_input_size);
 }
 
 }  // namespace
@@ -109,17 +127,18 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
   const Model model(locations.yang_dir, locations.yang_extension);
   const DataTree running = options.running.empty()
                                ? DataTree::Empty(model)
-                               : DataTree::FromFile(model, options.running);
+                               : Read(model, options.running, options);
   // All of them first: bad input is told of before any verdict.
   std::vector<DataTree> candidates;
   for (const std::string& file : options.candidates) {
-    candidates.push_back(DataTree::FromFile(model, file));
+    candidates.push_back(Read(model, file, options));
   }
 
   ExitStatus worst = kAccepted;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    const Outcome outcome = commit::RunCommit(running, candidates[i],
-                                              {locations.plugin, options.all});
+    const Outcome outcome =
+        commit::RunCommit(running, candidates[i],
+                          {locations.plugin, options.all, options.time_limit});
     PrintReport(options.candidates[i], outcome, options);
     worst = std::max(worst, StatusOf(outcome.verdict));
   }

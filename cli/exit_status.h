@@ -8,7 +8,7 @@ enum ExitStatus {
   kAccepted = 0,
   kRefused = 1,       // by a validation point
   kBadInput = 2,      // a file or the command line is wrong
-  kPluginFailed = 3,  // the plug-in died or threw
+  kPluginFailed = 3,  // the plug-in died, threw, or was too slow
 };
 
 }  // namespace ipav::cli

@@ -2,8 +2,11 @@
 // configuration daemon.
 
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
 
 #include "check.h"
 #include "exit_status.h"
@@ -23,7 +26,36 @@ constexpr char kExamples[] =
     "  ipav points\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
-    "wrong, 3 the plug-in died.";
+    "wrong, 3 the plug-in died, threw or did not answer in time.";
+
+// More would not fit the milliseconds of poll(2), or the address space of the
+// smallest machine.
+constexpr unsigned kMaxSeconds = 1000000;
+constexpr unsigned kMaxMebibytes = 2047;
+
+struct Limits {
+  unsigned seconds = 60;
+  unsigned mebibytes = ipav::datastore::kMaxInputSize >> 20;
+
+  void ApplyTo(CheckOptions* options) const {
+    options->time_limit = std::chrono::seconds(seconds);
+    options->max_input_size = std::size_t{mebibytes} << 20;
+  }
+};
+
+void AddLimitOptions(CLI::App* check, Limits* limits) {
+  check
+      ->add_option("--timeout", limits->seconds,
+                   "Seconds to read a configuration, and for the plug-in to "
+                   "judge a candidate (0: no limit)")
+      ->capture_default_str()
+      ->check(CLI::Range(0U, kMaxSeconds));
+  check
+      ->add_option("--max-input-size", limits->mebibytes,
+                   "Largest configuration to read, in MiB")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxMebibytes));
+}
 
 void AddLocationOptions(CLI::App* app, Locations* locations) {
   app->add_option("--plugin", locations->plugin, "Validation plug-in to run")
@@ -35,6 +67,7 @@ void AddLocationOptions(CLI::App* app, Locations* locations) {
 int Run(int argc, char** argv) {
   Locations locations = ipav::cli::FindLocations();
   CheckOptions options;
+  Limits limits;
   CLI::App app("Judges IP configurations as a router would before a commit.",
                "ipav");
   app.footer(kExamples);
@@ -48,6 +81,7 @@ int Run(int argc, char** argv) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options.verbose,
                   "Show debug lines and platform calls");
+  AddLimitOptions(check, &limits);
   check
       ->add_option("candidate", options.candidates,
                    "Configurations to judge, XML or JSON")
@@ -63,6 +97,7 @@ int Run(int argc, char** argv) {
   } catch (const CLI::Success& success) {
     return app.exit(success);  // --help and --version
   }
+  limits.ApplyTo(&options);
   if (check->parsed()) return ipav::cli::Check(locations, options);
   if (points->parsed()) return ipav::cli::ListPoints(locations);
   throw CLI::RequiredError("A subcommand");
@@ -72,7 +107,12 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    return Run(argc, argv);
+    const int status = Run(argc, argv);
+    // A report that nobody can read must not look like an acceptance.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+      throw std::runtime_error("the report cannot be written");
+    }
+    return status;
   } catch (const std::exception& error) {
     static_cast<void>(std::fprintf(stderr, "ipav: %s\n", error.what()));
     return ipav::cli::kBadInput;

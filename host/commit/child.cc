@@ -2,11 +2,10 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -16,33 +15,23 @@
 #include <system_error>
 #include <utility>
 
+#include "base/file_descriptor.h"
+#include "commit/warden.h"
+
 namespace ipav::commit {
 
 namespace {
 
-std::system_error SystemError(const char* call) {
-  return {errno, std::generic_category(), call};
+using base::FileDescriptor;
+using base::TimeLimit;
+
+std::system_error SystemError(int error, const char* call) {
+  return {error, std::generic_category(), call};
 }
 
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd = -1) : fd_(fd) {}
-  ~FileDescriptor() { Close(); }
-  FileDescriptor(FileDescriptor&& other) noexcept
-      : fd_(std::exchange(other.fd_, -1)) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(FileDescriptor&&) = delete;
-
-  int get() const { return fd_; }
-  void Close() {
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
-  }
-
- private:
-  int fd_;
-};
+std::system_error SystemError(const char* call) {
+  return SystemError(errno, call);
+}
 
 struct Pipe {
   FileDescriptor read_end;
@@ -106,68 +95,114 @@ class Decoder {
   std::size_t at_ = 0;
 };
 
-// What `body` throws must not go on as a second host: hence noexcept.
-[[noreturn]] void RunChild(
-    pid_t parent, const Pipe& line, const Pipe& output,
-    const std::function<void(const Reporter&)>& body) noexcept {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(1);  // it went before the line above
-  const rlimit no_core{0, 0};
-  setrlimit(RLIMIT_CORE, &no_core);
-  dup2(output.write_end.get(), STDOUT_FILENO);
-  dup2(output.write_end.get(), STDERR_FILENO);
-  // What is printed is out, also when a crash follows.
+// What runs between the host and the child.
+struct Lines {
+  Pipe messages;
+  Pipe output;
+  Pipe leash;  // the host closes it to have the child killed
+  Pipe end;    // of the child: the warden's message
+};
+
+// Leaves a process the ends that are not the other's.
+void KeepHostEnds(Lines* lines) {
+  lines->messages.write_end.Close();
+  lines->output.write_end.Close();
+  lines->leash.read_end.Close();
+  lines->end.write_end.Close();
+}
+
+void KeepChildEnds(Lines* lines) {
+  lines->messages.read_end.Close();
+  lines->output.read_end.Close();
+  lines->leash.write_end.Close();
+  lines->end.read_end.Close();
+}
+
+// What the child writes goes to the host, also what it prints before a crash.
+void RedirectOutput(const FileDescriptor& output) {
+  dup2(output.get(), STDOUT_FILENO);
+  dup2(output.get(), STDERR_FILENO);
   static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));
-
-  body(Reporter(line.write_end.get()));
-  // Not exit(): what is registered for the end of the program is the parent's.
-  static_cast<void>(std::fflush(nullptr));
-  _exit(0);
 }
 
-// How often to look whether the child has ended, in milliseconds.
-constexpr int kLookAfterChild = 50;
+// One of the pipes that the host reads.
+struct Inlet {
+  const FileDescriptor& pipe;
+  std::size_t max_size;
+  std::string bytes;
+};
 
-// Whether the child has ended, by waitpid(2) with these options.
-bool HasEnded(pid_t child, int options, int* wait_status) {
-  for (;;) {
-    const pid_t ended = waitpid(child, wait_status, options);
-    if (ended >= 0) return ended == child;
-    if (errno != EINTR) throw SystemError("waitpid");
-  }
-}
-
-// Takes what a pipe holds; closes the entry at its end.
-void ReadSome(pollfd* pipe, std::string* bytes) {
-  if (pipe->fd < 0 || pipe->revents == 0) return;
+// Takes what a pipe holds, as far as there is room; closes the entry at its
+// end.
+void ReadSome(pollfd* entry, Inlet* inlet) {
+  if (entry->fd < 0 || entry->revents == 0) return;
   std::array<char, 65536> buffer{};
-  const ssize_t count = read(pipe->fd, buffer.data(), buffer.size());
+  const ssize_t count = read(entry->fd, buffer.data(), buffer.size());
   if (count > 0) {
-    bytes->append(buffer.data(), static_cast<std::size_t>(count));
+    const std::size_t room = inlet->max_size - inlet->bytes.size();
+    inlet->bytes.append(buffer.data(),
+                        std::min(room, static_cast<std::size_t>(count)));
   } else if (count == 0 || errno != EINTR) {
-    pipe->fd = -1;
+    entry->fd = -1;
   }
 }
 
-// Reads both pipes until the child has closed them, or has ended and left them
-// open to a process of its own. Returns the child's status.
-int Drain(pid_t child, int line, int output, std::string* line_bytes,
-          std::string* output_bytes) {
-  std::array<pollfd, 2> open = {{{line, POLLIN, 0}, {output, POLLIN, 0}}};
-  int wait_status = 0;
-  bool ended = false;
-  while (open[0].fd >= 0 || open[1].fd >= 0) {
-    const int ready =
-        poll(open.data(), open.size(), ended ? 0 : kLookAfterChild);
-    if (ready < 0 && errno != EINTR) throw SystemError("poll");
-    if (ready < 0) continue;
-    if (ready == 0 && ended) break;
-    if (ready == 0) ended = HasEnded(child, WNOHANG, &wait_status);
-    ReadSome(&open.front(), line_bytes);
-    ReadSome(&open.back(), output_bytes);
+struct Received {
+  std::string messages;
+  std::string output;
+  std::string end;
+  bool too_much;  // more than there is room for
+};
+
+// Reads all pipes until the warden has ended; it may leave them open to a
+// process that it could not end.
+Received Receive(Lines* lines) {
+  std::array<Inlet, 3> inlets = {{{lines->messages.read_end, kMaxMessages, ""},
+                                  {lines->output.read_end, kMaxOutput, ""},
+                                  {lines->end.read_end, sizeof(ChildEnd), ""}}};
+  std::array<pollfd, 3> open{};
+  for (std::size_t i = 0; i < open.size(); ++i) {
+    open.at(i) = {inlets.at(i).pipe.get(), POLLIN, 0};
   }
-  if (!ended) HasEnded(child, 0, &wait_status);
+  const auto is_open = [](const pollfd& entry) { return entry.fd >= 0; };
+  bool too_much = false;
+  while (std::any_of(open.begin(), open.end(), is_open)) {
+    const bool ended = !is_open(open.back());
+    const int ready = poll(open.data(), open.size(), ended ? 0 : -1);
+    if (ready < 0 && errno != EINTR) throw SystemError("poll");
+    if (ready == 0) break;
+    for (std::size_t i = 0; ready > 0 && i < open.size(); ++i) {
+      ReadSome(&open.at(i), &inlets.at(i));
+    }
+    too_much = inlets[0].bytes.size() == kMaxMessages ||
+               inlets[1].bytes.size() == kMaxOutput;
+    if (too_much) lines->leash.write_end.Close();
+  }
+  return {std::move(inlets[0].bytes), std::move(inlets[1].bytes),
+          std::move(inlets[2].bytes), too_much};
+}
+
+// Waits for the warden. Returns its status, which stands for the child's where
+// the warden was killed and told nothing.
+int WaitFor(pid_t warden) {
+  int wait_status = SIGKILL;
+  while (waitpid(warden, &wait_status, 0) < 0 && errno == EINTR) {
+  }
   return wait_status;
+}
+
+ChildEnd EndOf(const std::string& bytes, int status_of_warden) {
+  ChildEnd end{0, status_of_warden, false};
+  if (bytes.size() == sizeof(end)) {
+    std::memcpy(&end, bytes.data(), sizeof(end));
+  }
+  if (end.error != 0) throw SystemError(end.error, "fork");
+  return end;
+}
+
+Stopped WhyStopped(const Received& received, const ChildEnd& end) {
+  if (received.too_much) return Stopped::kOutputLimit;
+  return end.timed_out ? Stopped::kTimeLimit : Stopped::kNot;
 }
 
 }  // namespace
@@ -186,24 +221,31 @@ void Reporter::Send(const Message& message) const {
   }
 }
 
-ChildReport RunInChild(const std::function<void(const Reporter&)>& body) {
-  Pipe line = MakePipe();
-  Pipe output = MakePipe();
+ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
+                       TimeLimit limit) {
+  Lines lines = {MakePipe(), MakePipe(), MakePipe(), MakePipe()};
   // Else the child would print once more what is still in our buffers.
   static_cast<void>(std::fflush(nullptr));
-  const pid_t parent = getpid();
-  const pid_t child = fork();
-  if (child < 0) throw SystemError("fork");
-  if (child == 0) RunChild(parent, line, output, body);
+  const pid_t warden = fork();
+  if (warden < 0) throw SystemError("fork");
+  if (warden == 0) {
+    KeepChildEnds(&lines);
+    BecomeWarden(lines.leash.read_end.get(), lines.end.write_end.get(), limit,
+                 [&] {
+                   RedirectOutput(lines.output.write_end);
+                   body(Reporter(lines.messages.write_end.get()));
+                   static_cast<void>(std::fflush(nullptr));
+                 });
+  }
 
-  line.write_end.Close();
-  output.write_end.Close();
-  ChildReport report{};
-  std::string bytes;
-  report.wait_status = Drain(child, line.read_end.get(), output.read_end.get(),
-                             &bytes, &report.output);
-
-  Decoder decoder(bytes);
+  KeepHostEnds(&lines);
+  Received received = Receive(&lines);
+  const ChildEnd end = EndOf(received.end, WaitFor(warden));
+  ChildReport report{{},
+                     std::move(received.output),
+                     end.wait_status,
+                     WhyStopped(received, end)};
+  Decoder decoder(received.messages);
   for (Message message{}; decoder.Next(&message);) {
     report.messages.push_back(message);
   }

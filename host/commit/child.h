@@ -3,9 +3,12 @@
 #ifndef IPAV_HOST_COMMIT_CHILD_H_
 #define IPAV_HOST_COMMIT_CHILD_H_
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "base/time_limit.h"
 
 namespace ipav::commit {
 
@@ -26,16 +29,32 @@ class Reporter {
   int fd_;
 };
 
+// What the host keeps of one child, so that one that writes for ever does not
+// take all memory.
+constexpr std::size_t kMaxOutput = std::size_t{64} << 20;
+constexpr std::size_t kMaxMessages = std::size_t{256} << 20;
+
+// Why the child was killed, if it was.
+enum class Stopped {
+  kNot,
+  kTimeLimit,
+  kOutputLimit,  // it wrote, or sent, more than the host keeps
+};
+
 struct ChildReport {
   std::vector<Message> messages;  // whole ones, in order
   std::string output;             // standard output and standard error
   int wait_status;                // as of waitpid(2)
+  Stopped stopped;
 };
 
-// Forks, runs `body` in the child and waits for its end. The child exits with
-// status 0 when `body` returns; it leaves no core file, and dies with its
-// parent. Throws std::system_error when no child can be made.
-ChildReport RunInChild(const std::function<void(const Reporter&)>& body);
+// Forks, runs `body` in the child and waits for its end, for `limit` at most;
+// then the child is killed. It exits with status 0 when `body` returns. It
+// leaves no core file and no process: what it made is killed with it, and both
+// when the host dies. It reads nothing from standard input. Throws
+// std::system_error when no child can be made.
+ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
+                       base::TimeLimit limit = base::kNoTimeLimit);
 
 }  // namespace ipav::commit
 

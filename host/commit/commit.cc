@@ -26,6 +26,7 @@ using plugin::PluginError;
 // Messages of the child, with their texts.
 constexpr char kNoPlugin = 'P';    // why
 constexpr char kInitFailed = 'I';  // why
+constexpr char kEnters = 'S';      // where it is now, outside of points
 constexpr char kPlanned = 'N';     // number of calls
 constexpr char kBegins = 'B';      // point, path
 constexpr char kAnswered = 'A';    // result, then the error text if any
@@ -33,8 +34,14 @@ constexpr char kThrew = 'T';       // what
 constexpr char kFault = 'F';       // message
 constexpr char kDebugLine = 'D';   // line
 constexpr char kCalls = 'C';       // name, number
+constexpr char kLeftOpen = 'O';    // what, number
 constexpr char kFailed = 'X';      // why
 constexpr char kFinished = 'E';
+
+// A warning is for the operator to think about, and no refusal.
+bool IsAccepting(std::int32_t result) {
+  return result == CONFD_OK || result == CONFD_VALIDATION_WARN;
+}
 
 // What was thrown, for a catch (...) block.
 std::string WhatWasThrown() {
@@ -107,15 +114,18 @@ class Validation {
       if (!Call(call) && !all) break;
     }
     Finish();
+    ReportLeftOpen();
     for (const auto& [name, count] : session_.calls()) {
       reporter_.Send({kCalls, {std::string(name), std::to_string(count)}});
     }
     reporter_.Send({kFinished, {}});
+    reporter_.Send({kEnters, {"while it was unloaded"}});
   }
 
  private:
   bool Init() {
     std::string reason = "lib_init failed";
+    reporter_.Send({kEnters, {"in lib_init"}});
     try {
       if (plugin_.Init(slot_) == 0) return true;
     } catch (...) {
@@ -126,6 +136,7 @@ class Validation {
   }
 
   void Finish() {
+    reporter_.Send({kEnters, {"in lib_finish"}});
     try {
       static_cast<void>(plugin_.Finish(slot_));  // always 0, by the interface
     } catch (...) {
@@ -133,7 +144,19 @@ class Validation {
     }
   }
 
-  // Whether the point accepts.
+  // The daemon would pay for these until its end.
+  void ReportLeftOpen() {
+    const std::size_t cursors = session_.open_cursors();
+    const std::size_t sessions = session_.open_cdb_sessions();
+    if (cursors > 0) {
+      reporter_.Send({kLeftOpen, {"cursor", std::to_string(cursors)}});
+    }
+    if (sessions > 0) {
+      reporter_.Send({kLeftOpen, {"CDB session", std::to_string(sessions)}});
+    }
+  }
+
+  // Whether the commit goes on.
   bool Call(const PointCall& call) {
     const datastore::UseSite& site = *call.site;
     reporter_.Send({kBegins, {site.opaque, PathOf(call)}});
@@ -153,7 +176,7 @@ class Validation {
       const std::optional<std::string> text = session_.TakeErrorText();
       if (text.has_value()) answer.texts.push_back(*text);
       reporter_.Send(answer);
-      return result == 0;
+      return IsAccepting(result);
     } catch (...) {
       reporter_.Send({kThrew, {WhatWasThrown()}});
       return false;
@@ -184,12 +207,15 @@ std::vector<PointCall> PlanFor(const std::string& validation_set,
 // Collects the child's messages.
 class OutcomeReader {
  public:
+  explicit OutcomeReader(base::TimeLimit time_limit)
+      : time_limit_(time_limit) {}
+
   Outcome Read(const ChildReport& report) {
     for (const Message& message : report.messages) Take(message);
     outcome_.output = report.output;
     // A crash behind the last message is one as well.
     if (!finished_ || report.wait_status != 0) {
-      Fail(HowItEnded(report.wait_status));
+      Fail(HowItEnded(report) + where_);
     }
     outcome_.verdict = JudgeAnswers();
     return outcome_;
@@ -205,10 +231,15 @@ class OutcomeReader {
         outcome_.failure = texts[0];
         finished_ = true;
         break;
+      case kEnters:
+        where_ = ", " + texts[0];
+        break;
       case kPlanned:
+        where_.clear();
         outcome_.planned = std::stoul(texts[0]);
         break;
       case kBegins:
+        where_.clear();
         running_ = true;
         current_ = {texts[0], texts[1], 0, std::nullopt, std::nullopt};
         break;
@@ -234,6 +265,10 @@ class OutcomeReader {
       case kCalls:
         outcome_.calls[texts[0]] = std::stoull(texts[1]);
         break;
+      case kLeftOpen:
+        outcome_.left_open.push_back(texts[1] + " " + texts[0] +
+                                     (texts[1] == "1" ? "" : "s"));
+        break;
       case kFinished:
         finished_ = true;
         break;
@@ -254,7 +289,14 @@ class OutcomeReader {
     outcome_.failed_path = current_.path;
   }
 
-  static std::string HowItEnded(int wait_status) {
+  std::string HowItEnded(const ChildReport& report) const {
+    if (report.stopped == Stopped::kTimeLimit) {
+      return "did not answer within " + base::InWords(time_limit_);
+    }
+    if (report.stopped == Stopped::kOutputLimit) {
+      return "wrote without end, and was stopped";
+    }
+    const int wait_status = report.wait_status;
     if (WIFSIGNALED(wait_status)) {
       return std::string("killed by signal: ") +
              strsignal(WTERMSIG(wait_status));
@@ -268,27 +310,36 @@ class OutcomeReader {
     Verdict verdict = Verdict::kAccepted;
     for (const Answer& answer : outcome_.answers) {
       if (answer.exception.has_value()) return Verdict::kPluginFailed;
-      if (answer.result != 0) verdict = Verdict::kRefused;
+      if (!Accepts(answer)) verdict = Verdict::kRefused;
     }
     return verdict;
   }
 
+  base::TimeLimit time_limit_;
   Outcome outcome_;
   Answer current_;
+  std::string where_;      // outside of points
   bool running_ = false;   // within a point
   bool finished_ = false;  // the child got to its end
 };
 
 }  // namespace
 
+bool Accepts(const Answer& answer) {
+  return !answer.exception.has_value() && IsAccepting(answer.result);
+}
+
 Outcome RunCommit(const DataTree& running, const DataTree& candidate,
                   const Options& options) {
   const Diff diff(running, candidate);
-  const ChildReport report = RunInChild([&](const Reporter& reporter) {
+  const auto validate = [&](const Reporter& reporter) {
     try {
+      reporter.Send({kEnters, {"while it was loaded"}});
       const Plugin plugin(options.plugin);
-      const std::vector<PointCall> plan =
-          PlanFor(plugin.ValidationPoint(), candidate, diff);
+      reporter.Send({kEnters, {"in get_validation_point"}});
+      const std::string point = plugin.ValidationPoint();
+      reporter.Send({kEnters, {"while its calls were planned"}});
+      const std::vector<PointCall> plan = PlanFor(point, candidate, diff);
       reporter.Send({kPlanned, {std::to_string(plan.size())}});
       Validation(plugin, running, candidate, diff, reporter)
           .Run(plan, options.all);
@@ -297,8 +348,9 @@ Outcome RunCommit(const DataTree& running, const DataTree& candidate,
     } catch (...) {
       reporter.Send({kFailed, {WhatWasThrown()}});
     }
-  });
-  return OutcomeReader().Read(report);
+  };
+  const ChildReport report = RunInChild(validate, options.time_limit);
+  return OutcomeReader(options.time_limit).Read(report);
 }
 
 }  // namespace ipav::commit

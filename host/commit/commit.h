@@ -10,23 +10,28 @@
 #include <string>
 #include <vector>
 
+#include "base/time_limit.h"
 #include "datastore/data_tree.h"
 
 namespace ipav::commit {
 
 struct Options {
-  std::string plugin;  // file
-  bool all = false;    // go on behind a refusal
+  std::string plugin;                               // file
+  bool all = false;                                 // go on behind a refusal
+  base::TimeLimit time_limit = base::kNoTimeLimit;  // of the whole commit
 };
 
 // What a validation point said of one node.
 struct Answer {
   std::string opaque;  // name of the point
   std::string path;
-  std::int32_t result = 0;               // of the callback: 0 accepts
+  std::int32_t result = 0;               // of the callback
   std::optional<std::string> text;       // error text that it set, if any
   std::optional<std::string> exception;  // what it threw instead, if it did
 };
+
+// Whether the commit goes on behind it, as it does behind a warning.
+bool Accepts(const Answer& answer);
 
 enum class Verdict { kAccepted, kRefused, kPluginFailed };
 
@@ -35,20 +40,22 @@ struct Outcome {
   std::vector<Answer> answers;  // of the points that ran, in their order
   std::size_t planned = 0;      // calls that the commit asks for
   // Why the plug-in failed other than in an answer, and at which point; the
-  // point is empty outside of one.
+  // point is empty outside of one, and the reason then tells where.
   std::string failure;
   std::string failed_point;
   std::string failed_path;
   std::string output;  // what the plug-in wrote, which it should not
   std::vector<std::string> faults;
+  std::vector<std::string> left_open;  // what its end found: "2 cursors"
   std::vector<std::string> debug_lines;
   std::map<std::string, std::uint64_t> calls;  // of the platform, by name
 };
 
 // Runs the validation points that the changes ask for, in a child process,
 // between one lib_init() and one lib_finish(): the snapshot of a plug-in never
-// outlives a commit. The first refusal ends it. Both trees are of one model.
-// Throws plugin::PluginError when the file is no plug-in.
+// outlives a commit. The first refusal ends it, and so does its time limit.
+// Both trees are of one model. Throws plugin::PluginError when the file is no
+// plug-in.
 Outcome RunCommit(const datastore::DataTree& running,
                   const datastore::DataTree& candidate, const Options& options);
 

@@ -212,6 +212,7 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
     session.CountCall("maapi_init_cursor");
     const confd::Target list = confd::ResolveList(session, fmt, args);
     mc->impl = new confd::CursorState{list.node};
+    session.CountOpenCursor();
     return CONFD_OK;
   });
   va_end(args);
@@ -257,6 +258,7 @@ int maapi_get_next(maapi_cursor* mc) {
 void maapi_destroy_cursor(maapi_cursor* mc) {
   confd::Session* session = confd::Session::Current();
   if (session != nullptr) session->CountCall(__func__);
+  if (session != nullptr && mc->impl != nullptr) session->CountClosedCursor();
   FreeKeys(mc);
   delete static_cast<confd::CursorState*>(mc->impl);
   mc->impl = nullptr;

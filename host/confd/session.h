@@ -5,6 +5,7 @@
 
 #include <confd_lib.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -47,6 +48,11 @@ class Session {
   void CloseCdb(int socket);
   std::size_t open_cdb_sessions() const { return cdb_sockets_.size(); }
 
+  // Cursors of MAAPI that were made and not destroyed.
+  void CountOpenCursor() { ++open_cursors_; }
+  void CountClosedCursor() { --open_cursors_; }
+  std::size_t open_cursors() const { return open_cursors_; }
+
   // Text of confd_trans_seterr(), until it is taken.
   void set_error_text(std::string text) { error_text_ = std::move(text); }
   std::optional<std::string> TakeErrorText();
@@ -65,6 +71,7 @@ class Session {
   confd_trans_ctx context_;
   std::set<int> cdb_sockets_;
   int next_cdb_socket_;
+  std::size_t open_cursors_ = 0;
   std::optional<std::string> error_text_;
   std::map<std::string_view, std::uint64_t> calls_;
 };

@@ -6,11 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
-#include <system_error>
 #include <unordered_set>
 #include <vector>
 
@@ -20,32 +16,12 @@ namespace ipav::datastore {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 // Below this many entries a walk is faster than making an index.
 constexpr std::size_t kWalkedEntries = 8;
 
 // Stands between keys in an index; YANG text cannot contain it (RFC 7950,
 // section 14: yang-string).
 constexpr char kKeySeparator = '\0';
-
-std::string ReadWhole(const std::string& path) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (!fs::exists(status)) {
-    throw InputError(path, error ? error.message() : "no such file");
-  }
-  if (fs::is_directory(status)) {
-    throw InputError(path, "is a directory, not a file");
-  }
-
-  std::ifstream file(path, std::ios::binary);
-  std::string text{std::istreambuf_iterator<char>(file), {}};
-  if (!file) {
-    throw InputError(path, std::generic_category().message(errno));
-  }
-  return text;
-}
 
 constexpr char kBlanks[] = " \t\r\n";
 
@@ -78,6 +54,24 @@ void RefuseNul(const std::string& text, const std::string& path) {
   throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
 }
 
+// Control characters but tab and line ends, U+FFFE and U+FFFF are in no XML
+// text (XML 1.0, section 2.2).
+bool IsNoXmlCharacter(const std::string& text, std::size_t place) {
+  const auto c = static_cast<unsigned char>(text[place]);
+  if (c < ' ') return c != '\t' && c != '\n' && c != '\r';
+  return c == 0xef && (text.compare(place, 3, "\xef\xbf\xbe") == 0 ||
+                       text.compare(place, 3, "\xef\xbf\xbf") == 0);
+}
+
+// libyang lets them pass inside of CDATA.
+void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
+  for (std::size_t place = 0; place < text.size(); ++place) {
+    if (!IsNoXmlCharacter(text, place)) continue;
+    throw InputError(path, LinesBefore(text, place) + 1,
+                     "contains a character that is in no XML text");
+  }
+}
+
 // Where the text is no UTF-8 (RFC 3629); its size when it is.
 std::size_t EndOfUtf8(const std::string& text) {
   iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
@@ -102,10 +96,39 @@ void RefuseOtherEncodings(const std::string& text, const std::string& path) {
   throw InputError(path, LinesBefore(text, end) + 1, "is not UTF-8");
 }
 
-// libyang takes JSON that ends too early, and ignores what follows its end.
+// Hears where arrays and objects of a JSON text begin.
+class JsonNesting {
+ public:
+  // The next one, inside of `depth` others.
+  void Begin(std::size_t depth, bool is_array) {
+    arrays_around_.resize(depth);
+    const std::size_t around = depth > 0 ? arrays_around_.back() : 0;
+    arrays_around_.push_back(is_array ? around + 1 : 0);
+    deepest_ = std::max(deepest_, arrays_around_.back());
+  }
+
+  // How many arrays stand in each other with no object in between.
+  std::size_t deepest_arrays() const { return deepest_; }
+
+ private:
+  std::vector<std::size_t> arrays_around_;  // of each that is open, and itself
+  std::size_t deepest_ = 0;
+};
+
+// YANG data has no more than a leaf-list of empty values: [[null]].
+constexpr std::size_t kMaxArraysInArrays = 2;
+
+// libyang takes JSON that ends too early, ignores what follows its end, and
+// dies of three arrays in each other.
 void RefuseBadJson(const std::string& text, const std::string& path) {
   using nlohmann::json;
-  const auto keep_nothing = [](int, json::parse_event_t, json&) {
+  using Event = json::parse_event_t;
+  JsonNesting nesting;
+  const auto keep_nothing = [&](int depth, Event event, json&) {
+    if (event == Event::object_start || event == Event::array_start) {
+      nesting.Begin(static_cast<std::size_t>(depth),
+                    event == Event::array_start);
+    }
     return false;
   };
   try {
@@ -116,6 +139,13 @@ void RefuseBadJson(const std::string& text, const std::string& path) {
     const std::size_t place = std::min(error.byte, text.size());
     throw InputError(path, LinesBefore(text, place) + 1,
                      what.substr(what.find(": ") + 2));
+  } catch (const json::out_of_range& error) {
+    // "[...] number overflow parsing '1e999'", which tells no place
+    const std::string what = error.what();
+    throw InputError(path, what.substr(what.find("] ") + 2));
+  }
+  if (nesting.deepest_arrays() > kMaxArraysInArrays) {
+    throw InputError(path, "JSON arrays are nested deeper than YANG data are");
   }
 }
 
@@ -196,12 +226,14 @@ const lyd_node* Walk(const lyd_node* entry,
 
 }  // namespace
 
-DataTree DataTree::FromFile(const Model& model, const std::string& path) {
-  const std::string text = ReadWhole(path);
+DataTree DataTree::FromFile(const Model& model, const std::string& path,
+                            std::size_t max_size) {
+  const std::string text = ReadInput(path, max_size);
   const std::size_t start = StartOf(text, path);
   const LYD_FORMAT format = FormatOf(text, start, path);
   RefuseNul(text, path);
   RefuseOtherEncodings(text, path);
+  if (format == LYD_XML) RefuseNoXmlCharacters(text, path);
   if (format == LYD_JSON) RefuseBadJson(text, path);
 
   DataTree result(model);

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "datastore/input_file.h"
 #include "datastore/model.h"
 
 namespace ipav::datastore {
@@ -19,8 +20,10 @@ namespace ipav::datastore {
 class DataTree {
  public:
   // Reads a file of YANG data, XML (RFC 7950) or JSON (RFC 7951), told apart by
-  // their first character. Throws InputError.
-  static DataTree FromFile(const Model& model, const std::string& path);
+  // their first character. Throws InputError, also for more than `max_size`
+  // bytes.
+  static DataTree FromFile(const Model& model, const std::string& path,
+                           std::size_t max_size = kMaxInputSize);
   static DataTree Empty(const Model& model);
 
   const Model& model() const { return *model_; }

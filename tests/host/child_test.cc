@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -12,6 +13,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -22,10 +24,14 @@
 namespace {
 
 using host_test::Contains;
+using ipav::base::TimeLimit;
 using ipav::commit::ChildReport;
+using ipav::commit::kMaxMessages;
+using ipav::commit::kMaxOutput;
 using ipav::commit::Message;
 using ipav::commit::Reporter;
 using ipav::commit::RunInChild;
+using ipav::commit::Stopped;
 
 using Texts = std::vector<std::string>;
 
@@ -333,6 +339,263 @@ TEST(Child, WorksForAHostWithoutStandardFiles) {
   close(verdict[0]);
   EXPECT_EQ(waitpid(host, nullptr, 0), host);
   EXPECT_EQ(answer, 'y');
+}
+
+// --- Limits
+
+// Deaf to all that can be ignored.
+[[noreturn]] void Hang() {
+  for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGALRM}) {
+    static_cast<void>(std::signal(number, SIG_IGN));
+  }
+  for (;;) pause();
+}
+
+TEST(ChildLimit, KillsItWhenItsTimeIsOver) {
+  const auto start = std::chrono::steady_clock::now();
+  const ChildReport report = RunInChild(
+      [](const Reporter& reporter) {
+        reporter.Send({'m', {"last words"}});
+        Hang();
+      },
+      TimeLimit(200));
+  const auto passed = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(passed, std::chrono::milliseconds(200));
+  EXPECT_LT(passed, std::chrono::seconds(5));
+  EXPECT_EQ(report.stopped, Stopped::kTimeLimit);
+  ASSERT_TRUE(WIFSIGNALED(report.wait_status));
+  EXPECT_EQ(WTERMSIG(report.wait_status), SIGKILL);
+  ExpectOneMessage(report, {"last words"});
+}
+
+TEST(ChildLimit, LeavesOneInTimeAlone) {
+  const ChildReport report =
+      RunInChild([](const Reporter&) { usleep(100000); }, TimeLimit(60000));
+  EXPECT_EQ(report.stopped, Stopped::kNot);
+  EXPECT_EQ(report.wait_status, 0);
+}
+
+TEST(ChildLimit, IsNoneUnlessGiven) {
+  const ChildReport report =
+      RunInChild([](const Reporter&) { usleep(300000); });
+  EXPECT_EQ(report.stopped, Stopped::kNot);
+  EXPECT_EQ(report.wait_status, 0);
+}
+
+// Processor time of this process and of all that it waited for.
+std::chrono::microseconds ProcessorTime() {
+  std::chrono::microseconds sum{0};
+  for (const auto who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+    rusage usage{};
+    getrusage(who, &usage);
+    for (const timeval& time : {usage.ru_utime, usage.ru_stime}) {
+      sum += std::chrono::seconds(time.tv_sec) +
+             std::chrono::microseconds(time.tv_usec);
+    }
+  }
+  return sum;
+}
+
+TEST(ChildLimit, IsWaitedForWithoutWork) {
+  const std::chrono::microseconds before = ProcessorTime();
+  const ChildReport report =
+      RunInChild([](const Reporter&) { Hang(); }, TimeLimit(2000));
+  EXPECT_EQ(report.stopped, Stopped::kTimeLimit);
+  EXPECT_LT(ProcessorTime() - before, std::chrono::milliseconds(500));
+}
+
+TEST(ChildLimit, StopsOneThatPrintsForEver) {
+  const std::string line(1 << 16, 'x');
+  const ChildReport report = RunInChild([&](const Reporter&) {
+    for (;;) std::puts(line.c_str());
+  });
+  EXPECT_EQ(report.stopped, Stopped::kOutputLimit);
+  EXPECT_EQ(report.output.size(), kMaxOutput);
+  EXPECT_EQ(report.output.rfind(line + "\n" + line, 0), 0U);
+}
+
+TEST(ChildLimit, StopsOneThatSendsForEver) {
+  const std::string text(1 << 20, 'x');
+  const ChildReport report = RunInChild([&](const Reporter& reporter) {
+    for (;;) reporter.Send({'m', {text}});
+  });
+  EXPECT_EQ(report.stopped, Stopped::kOutputLimit);
+  // The last one was cut off.
+  EXPECT_EQ(report.messages.size(), (kMaxMessages >> 20) - 1);
+}
+
+// --- Nothing is left
+
+// A pipe's ends; closed where they are no longer needed.
+struct Line {
+  int read_end;
+  int write_end;
+};
+
+Line MakeLine() {
+  int fds[2];
+  EXPECT_EQ(pipe(fds), 0);
+  return {fds[0], fds[1]};
+}
+
+// Every process that holds the write end has ended: what the pipe tells, also
+// of those whose number nobody knows.
+testing::AssertionResult AllHoldersGone(const Line& line) {
+  close(line.write_end);
+  pollfd entry{line.read_end, POLLIN, 0};
+  char byte = 0;
+  for (;;) {
+    if (poll(&entry, 1, 10000) == 0) {
+      return testing::AssertionFailure() << "a process is left";
+    }
+    if (read(line.read_end, &byte, 1) == 0) break;
+  }
+  close(line.read_end);
+  return testing::AssertionSuccess();
+}
+
+bool IsAlive(pid_t process) { return kill(process, 0) == 0; }
+
+// In a child: a process of its own that goes on for ever, and tells its number.
+void Spawn(const Reporter& reporter, bool leaves_group) {
+  if (fork() != 0) return;
+  if (leaves_group) setsid();
+  if (leaves_group && fork() != 0) _exit(0);
+  reporter.Send({'p', {std::to_string(getpid())}});
+  Hang();
+}
+
+void ExpectAllGone(const ChildReport& report, std::size_t count) {
+  ASSERT_EQ(report.messages.size(), count);
+  for (const Message& message : report.messages) {
+    EXPECT_FALSE(IsAlive(std::stoi(message.texts.at(0))));
+  }
+}
+
+TEST(ChildOfChild, EndsWithAChildThatReturns) {
+  ExpectAllGone(RunInChild([](const Reporter& reporter) {
+                  Spawn(reporter, false);
+                  Spawn(reporter, true);
+                  usleep(300000);  // both have told their numbers
+                }),
+                2);
+}
+
+TEST(ChildOfChild, EndsWithAChildThatCrashes) {
+  ExpectAllGone(RunInChild([](const Reporter& reporter) {
+                  Spawn(reporter, false);
+                  Spawn(reporter, true);
+                  usleep(300000);
+                  std::abort();
+                }),
+                2);
+}
+
+TEST(ChildOfChild, EndsWithAChildWhoseTimeIsOver) {
+  ExpectAllGone(RunInChild(
+                    [](const Reporter& reporter) {
+                      Spawn(reporter, false);
+                      Spawn(reporter, true);
+                      Hang();
+                    },
+                    TimeLimit(500)),
+                2);
+}
+
+TEST(Child, HasNothingToReadAndTakesNothingFromItsParent) {
+  const Line line = MakeLine();
+  ASSERT_EQ(write(line.write_end, "ab", 2), 2);
+  const int before = dup(STDIN_FILENO);
+  dup2(line.read_end, STDIN_FILENO);
+  const ChildReport report = RunInChild([](const Reporter& reporter) {
+    char byte = 0;
+    reporter.Send({'m', {std::to_string(read(STDIN_FILENO, &byte, 1))}});
+  });
+  char byte = 0;
+  EXPECT_EQ(read(STDIN_FILENO, &byte, 1), 1);
+  EXPECT_EQ(byte, 'a');
+  dup2(before, STDIN_FILENO);
+  for (const int fd : {before, line.read_end, line.write_end}) close(fd);
+  ExpectOneMessage(report, {"0"});
+}
+
+TEST(Child, HearsTheSignalsThatItsParentHears) {
+  ExpectOneMessage(RunInChild([](const Reporter& reporter) {
+                     sigset_t mask;
+                     sigprocmask(SIG_BLOCK, nullptr, &mask);
+                     const bool blocked = sigismember(&mask, SIGCHLD) == 1;
+                     reporter.Send({'m', {blocked ? "deaf" : "hears"}});
+                   }),
+                   {"hears"});
+}
+
+// The exit status of a forked host that runs `body`.
+template <typename Body>
+int StatusOfHost(const Body& body) {
+  const pid_t host = fork();
+  if (host == 0) _exit(body() ? 0 : 1);
+  int status = -1;
+  EXPECT_EQ(waitpid(host, &status, 0), host);
+  return status;
+}
+
+TEST(Child, IsJudgedAlsoWhereTheHostIgnoresItsChildren) {
+  EXPECT_EQ(StatusOfHost([] {
+              static_cast<void>(std::signal(SIGCHLD, SIG_IGN));
+              const ChildReport report =
+                  RunInChild([](const Reporter&) { _exit(7); });
+              return WIFEXITED(report.wait_status) &&
+                     WEXITSTATUS(report.wait_status) == 7;
+            }),
+            0);
+}
+
+TEST(Child, ThatKillsItsParentIsReportedAndEnds) {
+  const Line line = MakeLine();
+  const ChildReport report = RunInChild([&](const Reporter&) {
+    kill(getppid(), SIGKILL);
+    Hang();
+  });
+  ASSERT_TRUE(WIFSIGNALED(report.wait_status));
+  EXPECT_EQ(WTERMSIG(report.wait_status), SIGKILL);
+  EXPECT_TRUE(AllHoldersGone(line));
+}
+
+TEST(Child, AndAllThatItMadeEndWithAHostThatIsKilled) {
+  for (const int number : {SIGKILL, SIGTERM, SIGINT, SIGSEGV}) {
+    SCOPED_TRACE(strsignal(number));
+    const Line line = MakeLine();
+    const pid_t host = fork();
+    if (host == 0) {
+      RunInChild([&](const Reporter& reporter) {
+        Spawn(reporter, false);
+        Spawn(reporter, true);
+        static_cast<void>(write(line.write_end, "x", 1) == 1);
+        Hang();
+      });
+      _exit(0);
+    }
+    char byte = 0;
+    ASSERT_EQ(read(line.read_end, &byte, 1), 1);
+    kill(host, number);
+    ASSERT_EQ(waitpid(host, nullptr, 0), host);
+    EXPECT_TRUE(AllHoldersGone(line));
+  }
+}
+
+TEST(Child, EndsWithAHostThatIsKilledAtAnyMoment) {
+  for (int i = 0; i < 100; ++i) {
+    const Line line = MakeLine();
+    const pid_t host = fork();
+    if (host == 0) {
+      RunInChild([&](const Reporter&) { Hang(); });
+      _exit(0);
+    }
+    usleep(static_cast<useconds_t>(i) * 50);
+    kill(host, SIGKILL);
+    ASSERT_EQ(waitpid(host, nullptr, 0), host);
+    ASSERT_TRUE(AllHoldersGone(line)) << i;
+  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <vector>
@@ -427,6 +428,166 @@ TEST(Misbehaving, HostGoesOnBehindEveryCrash) {
     EXPECT_EQ(RunOpaques({opaque}).verdict, Verdict::kPluginFailed) << opaque;
   }
   EXPECT_EQ(RunOpaques({"accept"}).verdict, Verdict::kAccepted);
+}
+
+// --- Plug-ins that hang, leave things behind, or answer oddly
+
+constexpr ipav::base::TimeLimit kShortTime(300);
+
+Outcome RunWild(const Texts& deeds, bool all = false) {
+  const TestModel model(BodyOf(deeds));
+  const DataTree running = model.Tree("");
+  return Commit(running, model.Tree(DataOf(deeds)),
+                {PluginFile("runs_wild"), all, std::chrono::seconds(20)});
+}
+
+Outcome RunBriefly(const std::string& plugin, const std::string& deed) {
+  const TestModel model(BodyOf({deed}));
+  return Commit(model.Tree(""), model.Tree(DataOf({deed})),
+                {PluginFile(plugin), false, kShortTime});
+}
+
+TEST(Misbehaving, HangingPointIsReportedWithItsTimeLimit) {
+  for (const char* deed : {"hang", "spin", "spawn-and-hang"}) {
+    const Outcome outcome = RunBriefly("runs_wild", deed);
+    ExpectFailureAtPoint(outcome, deed);
+    EXPECT_EQ(outcome.failure, "did not answer within 0.3 seconds");
+  }
+}
+
+TEST(Misbehaving, HangOutsideOfAPointIsReportedWithItsPlace) {
+  const std::map<std::string, std::string> places = {
+      {"hangs_on_load", "while it was loaded"},
+      {"hangs_in_name", "in get_validation_point"},
+      {"hangs_in_init", "in lib_init"},
+      {"hangs_in_finish", "in lib_finish"},
+      {"hangs_on_unload", "while it was unloaded"}};
+  for (const auto& [plugin, place] : places) {
+    const Outcome outcome = RunBriefly(plugin, "accept");
+    ExpectFailureOutsideOfPoints(outcome);
+    EXPECT_EQ(outcome.failure, "did not answer within 0.3 seconds, " + place);
+  }
+}
+
+TEST(Misbehaving, AnswersBeforeAHangAreKept) {
+  const TestModel model(BodyOf({"warn-silently", "hang"}));
+  const Outcome outcome =
+      Commit(model.Tree(""), model.Tree(DataOf({"warn-silently", "hang"})),
+             {PluginFile("runs_wild"), false, kShortTime});
+  EXPECT_EQ(outcome.verdict, Verdict::kPluginFailed);
+  EXPECT_EQ(AnsweredOf(outcome), Texts{"warn-silently /top/p0"});
+  EXPECT_EQ(outcome.planned, 2U);
+  EXPECT_EQ(outcome.failed_point, "hang");
+  EXPECT_EQ(outcome.failed_path, "/top/p1");
+}
+
+TEST(Misbehaving, CrashOutsideOfAPointIsReportedWithItsPlace) {
+  EXPECT_EQ(RunPlugin("aborts_in_init").failure,
+            "killed by signal: Aborted, in lib_init");
+  EXPECT_EQ(RunPlugin("aborts_in_finish").failure,
+            "killed by signal: Aborted, in lib_finish");
+  const Outcome outcome = RunPlugin("aborts_on_unload");
+  ExpectFailureOutsideOfPoints(outcome);
+  EXPECT_EQ(outcome.failure,
+            "killed by signal: Aborted, while it was unloaded");
+  EXPECT_EQ(AnsweredOf(outcome), Texts{"accept /top/p0"});
+}
+
+TEST(Misbehaving, ExitWithoutCeremonyIsReported) {
+  const Outcome outcome = RunWild({"_exit"});
+  ExpectFailureAtPoint(outcome, "_exit");
+  EXPECT_EQ(outcome.failure, "ended the process with status 0");
+}
+
+TEST(Misbehaving, StackOverflowIsReported) {
+  const Outcome outcome = RunWild({"overflow-stack"});
+  ExpectFailureAtPoint(outcome, "overflow-stack");
+  EXPECT_EQ(outcome.failure, "killed by signal: Segmentation fault");
+}
+
+TEST(Misbehaving, ProcessesLeftBehindChangeNoVerdict) {
+  const Outcome outcome = RunWild({"spawn-and-return"});
+  EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
+  EXPECT_EQ(AnsweredOf(outcome), Texts{"spawn-and-return /top/p0"});
+}
+
+TEST(Misbehaving, EndOfItsWardenIsReported) {
+  const Outcome outcome = RunWild({"kill-parent"});
+  ExpectFailureAtPoint(outcome, "kill-parent");
+  EXPECT_EQ(outcome.failure, "killed by signal: Killed");
+}
+
+TEST(Misbehaving, EndlessOutputIsCutOffAndReported) {
+  for (const char* deed : {"write-for-ever", "report-for-ever"}) {
+    const Outcome outcome = RunWild({deed});
+    ExpectFailureAtPoint(outcome, deed);
+    EXPECT_EQ(outcome.failure, "wrote without end, and was stopped");
+  }
+}
+
+TEST(Misbehaving, ClosedFilesOfTheHostAreReported) {
+  const Outcome outcome = RunWild({"close-files"});
+  ExpectFailureAtPoint(outcome, "close-files");
+}
+
+TEST(CommitRun, GivesThePluginNothingToRead) {
+  EXPECT_EQ(RunWild({"read-input"}).verdict, Verdict::kAccepted);
+}
+
+Outcome RunWithRows(const std::string& deed) {
+  const TestModel model(
+      "container top { list row { key k; leaf k { type string; } } "
+      "leaf p0 { type string; tailf:validate test_set { tailf:opaque \"" +
+      deed + "\"; tailf:dependency \".\"; } } }");
+  return Commit(model.Tree(""),
+                model.Tree("<top NS><row><k>a</k></row><p0>x</p0></top>"),
+                {PluginFile("runs_wild"), false});
+}
+
+TEST(Misbehaving, CursorsAndCdbSessionsLeftOpenAreCountedAndRefuseNothing) {
+  const Outcome outcome = RunWithRows("leave-open");
+  EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
+  EXPECT_EQ(outcome.left_open, (Texts{"2 cursors", "1 CDB session"}));
+  ExpectNoFailure(outcome);
+}
+
+TEST(CommitRun, FindsNothingLeftOpenWhereAllIsClosed) {
+  const Outcome outcome = RunWithRows("close-all");
+  EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
+  EXPECT_EQ(outcome.calls.at("maapi_init_cursor"), 1U);
+  EXPECT_TRUE(outcome.left_open.empty());
+}
+
+TEST(CommitRun, KeepsALongText) {
+  EXPECT_EQ(RunWild({"refuse-at-length"}).answers.at(0).text,
+            std::string(1000000, 'x'));
+}
+
+TEST(CommitRun, KeepsATextThatIsNoUtf8) {
+  EXPECT_EQ(RunWild({"refuse-in-odd-bytes"}).answers.at(0).text,
+            "one\ntwo\r\n\n\ttab {} %s\x1b[31mred\x07\xff\xc3( "
+            "\xed\xa0\x80");
+}
+
+TEST(CommitRun, GoesOnBehindAWarning) {
+  const Outcome outcome = RunWild({"warn", "warn-silently"});
+  EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
+  ASSERT_EQ(outcome.answers.size(), 2U);
+  EXPECT_EQ(outcome.answers[0].result, CONFD_VALIDATION_WARN);
+  EXPECT_EQ(outcome.answers[0].text, "think again");
+  EXPECT_EQ(outcome.answers[1].result, CONFD_VALIDATION_WARN);
+  EXPECT_FALSE(outcome.answers[1].text.has_value());
+  EXPECT_TRUE(Accepts(outcome.answers[0]));
+}
+
+TEST(CommitRun, IsRefusedByOneOfSeveralAnswersBehindAWarning) {
+  const Outcome outcome = RunWild({"warn", "return-1", "return--2"}, true);
+  EXPECT_EQ(outcome.verdict, Verdict::kRefused);
+  ASSERT_EQ(outcome.answers.size(), 3U);
+  EXPECT_EQ(outcome.answers[1].result, 1);
+  EXPECT_EQ(outcome.answers[2].result, -2);
+  EXPECT_FALSE(Accepts(outcome.answers[1]));
+  EXPECT_FALSE(Accepts(outcome.answers[2]));
 }
 
 // --- Plug-ins that misbehave outside of a point

@@ -1,10 +1,33 @@
 // Accepts everything. A definition takes one entry point away or makes one
 // misbehave.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
 #include "entry_points.h"
+
+namespace {
+
+[[maybe_unused, noreturn]] void Hang() {
+  for (;;) pause();
+}
+
+// Its life is that of the loaded file.
+struct Resident {
+#if defined(HANGS_ON_LOAD)
+  Resident() { Hang(); }
+#elif defined(HANGS_ON_UNLOAD)
+  ~Resident() { Hang(); }
+#elif defined(ABORTS_ON_UNLOAD)
+  ~Resident() { std::abort(); }
+#endif
+};
+
+[[maybe_unused]] const Resident kResident{};
+
+}  // namespace
 
 #ifndef LACKS_LIB_INIT
 int32_t lib_init(void** /*context*/) {
@@ -16,6 +39,8 @@ int32_t lib_init(void** /*context*/) {
   throw 42;
 #elif defined(ABORTS_IN_INIT)
   std::abort();
+#elif defined(HANGS_IN_INIT)
+  Hang();
 #else
   return 0;
 #endif
@@ -38,6 +63,10 @@ int32_t get_validation_point(char* buffer, size_t size) {
   static_cast<void>(buffer);
   static_cast<void>(size);
   throw std::runtime_error("no name today");
+#elif defined(HANGS_IN_NAME)
+  static_cast<void>(buffer);
+  static_cast<void>(size);
+  Hang();
 #else
   std::snprintf(buffer, size, "test_set");
   return 0;
@@ -58,6 +87,8 @@ int32_t lib_finish(void** /*context*/) {
   throw std::runtime_error("nothing to free");
 #elif defined(ABORTS_IN_FINISH)
   std::abort();
+#elif defined(HANGS_IN_FINISH)
+  Hang();
 #else
   return 0;
 #endif

@@ -1,0 +1,170 @@
+// Row texts of the OSPFv2 interface table, through its reader and both rules.
+//
+// Legal: verdict 0, or -1 with one text of the point; and the exception of the
+// first row that is wrong, std::invalid_argument or std::out_of_range of
+// "stoul" or boost::system::system_error, as told by the C library's strtoul()
+// and inet_pton(). No assertion. The reader keeps one address of each row in
+// front of that one.
+//
+// Input: a row per line; separated by tabs compound identifier, area, interface
+// and address, and, where the netmask can be read, a fifth part: its length is
+// the netmask.
+
+#include <arpa/inet.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "builders.h"
+#include "fake_platform.h"
+#include "support/byte_reader.h"
+#include "support/finding.h"
+#include "support/plugin_life.h"
+#include "support/target.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using testing::Fake;
+
+constexpr std::size_t kMaxRows = 32;
+constexpr char kTable[] = "/internal/ospf-interface-l3";
+
+// The parts of a row as texts of the daemon.
+struct Row {
+  std::vector<std::string> keys;
+  bool has_netmask;
+  std::uint8_t netmask;
+};
+
+Row RowOf(const std::string& line) {
+  std::vector<std::string> parts = Split(line, '\t');
+  const bool has_netmask = parts.size() > 4;
+  const auto netmask =
+      static_cast<std::uint8_t>(has_netmask ? parts[4].size() : 0);
+  parts.resize(4);
+  return {parts, has_netmask, netmask};
+}
+
+void StoreRow(const Row& row) {
+  std::vector<testing::Value> keys;
+  for (const std::string& key : row.keys) keys.push_back(testing::Text(key));
+  Fake().AddEntry(kTable, keys);
+  if (!row.has_netmask) return;
+  const testing::Path leaf = {{"internal", {}},
+                              {"ospf-interface-l3", row.keys},
+                              {"ospf-pm-ip-netmask", {}}};
+  Fake().SetValue(testing::PathText(leaf), testing::Uint8(row.netmask));
+}
+
+// What the interfaces and processes of most rows are.
+void StoreRest() {
+  testing::InterfaceData l3;
+  l3.ipv4_list = {"10.1.2.1/24"};
+  l3.StoreIn(Fake());
+  testing::InterfaceData loopback;
+  loopback.kind = "loopback";
+  loopback.name = "0";
+  loopback.vrf = "red";
+  loopback.ipv4_list = {"10.0.0.1/32"};
+  loopback.StoreIn(Fake());
+  testing::OspfProcess().StoreIn(Fake());
+  testing::OspfProcess red;
+  red.compound_id = 8;
+  red.vrf_name = "red";
+  red.StoreIn(Fake());
+}
+
+// A key as the reader prints it: no NUL, and no more than its buffer holds.
+std::string Printed(const std::string& key) {
+  constexpr std::size_t kLongest = 255;
+  return UpToNul(key).substr(0, kLongest);
+}
+
+bool IsAddress(const std::string& text) {
+  in_addr address{};
+  return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+// How reading the row ends.
+Ending EndingOf(const Row& row) {
+  const std::string number = Printed(row.keys[0]);
+  char* end = nullptr;
+  errno = 0;
+  static_cast<void>(std::strtoul(number.c_str(), &end, 10));
+  if (end == number.c_str()) return Ending::kNoNumber;
+  if (errno == ERANGE) return Ending::kNumberTooLarge;
+  const bool has_addresses =
+      IsAddress(Printed(row.keys[1])) && IsAddress(Printed(row.keys[3]));
+  return has_addresses ? Ending::kAccepted : Ending::kNoAddress;
+}
+
+struct Expected {
+  Ending ending = Ending::kAccepted;  // or a refusal
+  std::size_t addresses = 0;
+};
+
+Expected ExpectedOf(const std::vector<Row>& rows) {
+  Expected expected;
+  for (const Row& row : rows) {
+    if (Printed(row.keys[2]).find('-') == std::string::npos) continue;
+    expected.ending = EndingOf(row);
+    if (expected.ending != Ending::kAccepted) break;
+    ++expected.addresses;
+  }
+  return expected;
+}
+
+void RequireExpected(const Outcome& outcome, const Expected& expected) {
+  const bool is_judged =
+      outcome.ending == Ending::kRefused || outcome.ending == Ending::kAccepted;
+  const Ending ending = is_judged ? Ending::kAccepted : outcome.ending;
+  Require(ending == expected.ending, "another exception than the row's");
+}
+
+std::size_t AddressesOf(const PluginLife& life) {
+  std::size_t addresses = 0;
+  for (const auto& ospf_if : life.snapshot().ospfv2_config().interfaces()) {
+    addresses += ospf_if->addresses().size();
+  }
+  return addresses;
+}
+
+// Twice: a read that an exception ended is repeated by the next call.
+void Judge(const std::string& point, testing::KeyPath keypath,
+           const Expected& expected) {
+  PluginLife life(kNoCause);
+  Fake().set_opaque(point);
+  confd_value_t newval = testing::Nothing().Borrow();
+  RequireExpected(life.Validate(Fake().tctx(), keypath.get(), &newval),
+                  expected);
+  Require(AddressesOf(life) == expected.addresses, "rows lost or invented");
+  RequireExpected(life.Validate(Fake().tctx(), keypath.get(), &newval),
+                  expected);
+}
+
+}  // namespace
+
+}  // namespace ipav::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ipav::fuzz::StartPlatform();
+  ipav::fuzz::StoreRest();
+  std::vector<ipav::fuzz::Row> rows;
+  for (const std::string& line : ipav::fuzz::LinesOf(data, size)) {
+    rows.push_back(ipav::fuzz::RowOf(line));
+    ipav::fuzz::StoreRow(rows.back());
+    if (rows.size() == ipav::fuzz::kMaxRows) break;
+  }
+
+  const ipav::fuzz::Expected expected = ipav::fuzz::ExpectedOf(rows);
+  ipav::testing::KeyPath table;
+  table.Node("internal").Node("ospf-interface-l3");
+  ipav::fuzz::Judge("ipv4_addr_prot_cross_validation", table, expected);
+  ipav::fuzz::Judge("intf_vrf_validation", table, expected);
+  return 0;
+}

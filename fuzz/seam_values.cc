@@ -1,0 +1,83 @@
+// Any typed values and rows behind the seam - wrong types, empty octets, long
+// texts, texts with NUL, negative and huge prefix lengths - and calls that
+// fail, for all eleven validation points.
+//
+// Legal: verdict 0 or -1, with one text of the point; the assertions on the
+// type of what the platform hands out: keys, leaves, changes, and the elements
+// of a key path, as an interface's key may have any type; the exceptions of the
+// OSPFv2 table's texts and of a short output interface name. A snapshot lives
+// on behind an exception, and ends with an assertion.
+//
+// Input: steps (any_platform.h). One number behind them calls a validation
+// point between two steps: a byte for which one. At the end all points are
+// called, each on a fresh snapshot.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "fake_platform.h"
+#include "support/any_platform.h"
+#include "support/byte_reader.h"
+#include "support/plugin_life.h"
+#include "support/target.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using testing::Fake;
+
+constexpr int kMaxSteps = 48;
+
+std::unique_ptr<PluginLife> NewLife() {
+  return std::make_unique<PluginLife>(Cause::kKeyPath | Cause::kStoredValue |
+                                      Cause::kChange);
+}
+
+// An assertion ends the life, and the next one begins.
+void Call(const AnyPlatform& platform, const std::string& point,
+          std::unique_ptr<PluginLife>* life) {
+  Fake().set_opaque(point);
+  testing::KeyPath keypath = platform.KeyPathOf(point);
+  confd_value_t newval = testing::Nothing().Borrow();
+  const Outcome outcome =
+      (*life)->Validate(Fake().tctx(), keypath.get(), &newval);
+  if (outcome.ending != Ending::kAssertion) return;
+  life->reset();  // ahead of the next: the platform keeps one context
+  *life = NewLife();
+}
+
+void CallAll(const AnyPlatform& platform) {
+  for (const std::string& point : ValidationPoints()) {
+    std::unique_ptr<PluginLife> life = NewLife();
+    Call(platform, point, &life);
+  }
+}
+
+void TakeSteps(ByteReader* in, AnyPlatform* platform) {
+  std::unique_ptr<PluginLife> life = NewLife();
+  for (int i = 0; i < kMaxSteps && !in->AtEnd(); ++i) {
+    const std::size_t step = in->Below(AnyPlatform::kSteps + 1);
+    if (step < AnyPlatform::kSteps) {
+      platform->TakeStep(step);
+    } else {
+      const auto& points = ValidationPoints();
+      Call(*platform, points[in->Below(points.size())], &life);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace ipav::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ipav::fuzz::StartPlatform();
+  ipav::fuzz::ByteReader in(data, size);
+  ipav::fuzz::AnyPlatform platform(&in);
+  ipav::fuzz::TakeSteps(&in, &platform);
+  ipav::fuzz::CallAll(platform);
+  return 0;
+}

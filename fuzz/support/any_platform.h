@@ -1,0 +1,87 @@
+// What the platform hands out, from an input's bytes: rows and leaves of any
+// type, changes, and calls that fail.
+//
+// An input is a list of steps; of each a byte for its kind, in the order of the
+// functions below, and what that kind takes. A zero byte stands for the usual
+// everywhere, so that few bytes make a configuration that the rules judge.
+#ifndef IPAV_FUZZ_SUPPORT_ANY_PLATFORM_H_
+#define IPAV_FUZZ_SUPPORT_ANY_PLATFORM_H_
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "builders.h"
+#include "path_text.h"
+#include "support/byte_reader.h"
+#include "value.h"
+
+namespace ipav::fuzz {
+
+class AnyPlatform {
+ public:
+  static constexpr std::size_t kSteps = 14;
+
+  // Fills the fake platform, which must be empty. Borrows the input.
+  explicit AnyPlatform(ByteReader* in) : in_(in) {}
+
+  // Step number 0 to kSteps - 1.
+  void TakeStep(std::size_t number);
+
+  // The key path that the daemon makes for a validation point, of the interface
+  // that the steps are at.
+  testing::KeyPath KeyPathOf(const std::string& point) const;
+
+ private:
+  // An interface, at which the steps are from now on: kind, key.
+  void Interface();
+  // A leaf of the interface: which one, value.
+  void InterfaceLeaf();
+  // A row of one of its lists of addresses: which list, key, value.
+  void AddressRow();
+  // A static route: six keys.
+  void RouteRow();
+  // The output interface of the last route: name.
+  void RouteInterface();
+  // The name of a VRF: index, name.
+  void VrfName();
+  // An OSPFv2 interface: four keys, netmask. A process: identifier, number,
+  // VRF. An OSPFv3 interface: three keys, interface index.
+  void OspfRow();
+  void OspfProcess();
+  void Ospfv3Row();
+  // The VLAN of the interface in the running configuration: value.
+  void RunningVlan();
+  // The answer to the XPath that looks for the interface in OSPFv3: a text.
+  void XpathAnswer();
+  // A change: key of the interface, leaf, operation, and the new value or, with
+  // an odd byte in front, none.
+  void Change();
+  // A call to come fails: which one, and with what result.
+  void FailCall();
+  // The last leaf cannot be read, or its existence not be told: a byte.
+  void FailLeaf();
+
+  testing::Value Take(const std::vector<testing::Value>& usual);
+  // One row of a list, with as many keys as `usual` has; with an odd byte in
+  // front of a list's first row, that list has another number of them.
+  std::vector<testing::Value> TakeRow(
+      const std::string& list,
+      const std::vector<std::vector<testing::Value>>& usual);
+  void SetLeaf(const testing::Path& path, const std::string& leaf,
+               const testing::Value& value);
+  testing::Path InterfacePath() const;
+
+  ByteReader* in_;
+  std::string kind_ = "l3";
+  testing::Value key_ = testing::Text("core1");
+  bool has_interface_ = false;
+  std::vector<testing::Value> route_;
+  std::string last_leaf_;
+  std::map<std::string, std::size_t> key_counts_;  // by list
+};
+
+}  // namespace ipav::fuzz
+
+#endif  // IPAV_FUZZ_SUPPORT_ANY_PLATFORM_H_

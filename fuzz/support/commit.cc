@@ -1,0 +1,115 @@
+#include "support/commit.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commit/plan.h"
+#include "confd/path.h"
+#include "confd/session.h"
+#include "confd/value.h"
+#include "datastore/diff.h"
+#include "datastore/libyang_error.h"
+#include "services/framework.h"
+#include "support/finding.h"
+#include "support/outcome.h"
+#include "validate.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using commit::PointCall;
+using datastore::Change;
+using datastore::DataTree;
+using datastore::Diff;
+
+constexpr char kValidationSet[] = "ip_app_validation";
+
+// Every change names a node of the right configuration, and something changed
+// in it or below.
+void RequireSound(const std::vector<Change>& changes) {
+  for (const Change& change : changes) {
+    Require(change.before != nullptr || change.after != nullptr,
+            "a change of no node");
+    for (const lyd_node* node : {change.before, change.after}) {
+      Require(node == nullptr || node->schema == change.schema,
+              "a change of another node");
+    }
+    const bool is_leaf =
+        (change.schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
+    const bool is_in_both = change.before != nullptr && change.after != nullptr;
+    Require(is_leaf || !is_in_both || !change.children.empty(),
+            "a change of nothing");
+    RequireSound(change.children);
+  }
+}
+
+// The path that an operator reads leads to the node.
+void RequirePathLeadsTo(const DataTree& tree, const PointCall& call) {
+  const confd::Target target =
+      confd::Resolve(tree, confd::ParsePath(commit::PathOf(call)));
+  Require(target.schema == call.site->node, "a path of another node");
+  Require(call.instance == nullptr || target.node == call.instance,
+          "a path of another entry");
+}
+
+confd::Keypath KeypathOf(const datastore::Model& model, const PointCall& call) {
+  return call.instance != nullptr
+             ? confd::KeypathOf(model, call.instance)
+             : confd::KeypathOf(model, call.parent, *call.site->node);
+}
+
+// One life of the plug-in over one transaction.
+class Life {
+ public:
+  Life(const DataTree& running, const DataTree& candidate, const Diff& diff)
+      : session_(running, candidate, diff) {
+    hostd_.maapi_socket = confd::Session::maapi_socket();
+    hostd_.instance = &instance_;
+    session_.context().v_opaque = &contexts_;
+    session_.context().vcb_opaque = &hostd_;
+    lib_init(contexts_.Slot(kValidationSet));
+  }
+  ~Life() { lib_finish(contexts_.Slot(kValidationSet)); }
+  Life(const Life&) = delete;
+  Life& operator=(const Life&) = delete;
+
+  void Call(const PointCall& call) {
+    const confd::Keypath keypath = KeypathOf(session_.model(), call);
+    confd_value_t newval = confd::TagValue(session_.model(), *call.site->node);
+    std::string opaque = call.site->opaque;
+    session_.context().validate_opaque = opaque.data();
+
+    const Outcome outcome =
+        CallValidate(&session_.context(), keypath.get(), &newval, kNoCause);
+    const std::optional<std::string> text = session_.TakeErrorText();
+    Require(text.has_value() == (outcome.ending == Ending::kRefused),
+            "a refusal without a text, or the other way round");
+    if (text.has_value()) RequireKnownText(opaque, *text);
+    Require(session_.open_cdb_sessions() == 0, "a CDB session stays open");
+  }
+
+ private:
+  confd::Session session_;
+  HostdInterface instance_;
+  hostd hostd_;
+  services::LibraryContexts contexts_;
+};
+
+}  // namespace
+
+void JudgeCommit(const DataTree& running, const DataTree& candidate) {
+  const Diff diff(running, candidate);
+  RequireSound(diff.top());
+  Life life(running, candidate, diff);
+  for (const PointCall& call : commit::PlanCalls(candidate, diff)) {
+    RequirePathLeadsTo(candidate, call);
+    life.Call(call);
+  }
+  // What an XPath that does not hold recorded.
+  datastore::ClearErrors(candidate.model().context());
+}
+
+}  // namespace ipav::fuzz

@@ -1,0 +1,91 @@
+#include "support/config_text.h"
+
+#include <libyang/libyang.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "datastore/data_tree.h"
+#include "datastore/diff.h"
+#include "support/commit.h"
+#include "support/configurations.h"
+#include "support/finding.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using datastore::Change;
+using datastore::DataTree;
+using datastore::Diff;
+
+struct FreeDeleter {
+  void operator()(char* text) const { std::free(text); }
+};
+
+// Nothing for a tree without a node that says more than its default.
+std::string Print(const DataTree& tree, LYD_FORMAT format) {
+  char* printed = nullptr;
+  const LY_ERR error = lyd_print_mem(&printed, tree.FirstChild(nullptr), format,
+                                     LYD_PRINT_WITHSIBLINGS);
+  const std::unique_ptr<char, FreeDeleter> owned(printed);
+  Require(error == LY_SUCCESS, "a configuration that cannot be printed");
+  return printed == nullptr ? "" : printed;
+}
+
+void RequireReadsBack(const DataTree& tree, LYD_FORMAT format) {
+  const std::string text = Print(tree, format);
+  if (text.empty()) return;
+  const std::optional<DataTree> again = ReadConfiguration(text);
+  Require(again.has_value(), "a printed configuration is refused");
+  Require(Diff(tree, *again).top().empty(), "a printed configuration differs");
+}
+
+// Every entry of a list is the one that its keys find.
+void RequireEntriesAreFound(const DataTree& tree, const lyd_node* parent) {
+  for (const lyd_node* node = tree.FirstChild(parent); node != nullptr;
+       node = node->next) {
+    if (node->schema->nodetype == LYS_LIST) {
+      const lyd_node* found =
+          tree.FindEntry(parent, *node->schema, datastore::KeysOf(node));
+      Require(found == node, "keys that find another entry");
+    }
+    if (lyd_child(node) != nullptr) RequireEntriesAreFound(tree, node);
+  }
+}
+
+std::size_t CountChanges(const std::vector<Change>& changes) {
+  std::size_t count = changes.size();
+  for (const Change& change : changes) count += CountChanges(change.children);
+  return count;
+}
+
+// There are as many changes as there are back.
+void RequireSameWayBack(const DataTree& from, const DataTree& to) {
+  Require(
+      CountChanges(Diff(from, to).top()) == CountChanges(Diff(to, from).top()),
+      "another number of changes back");
+}
+
+}  // namespace
+
+void JudgeText(const std::string& text) {
+  const std::optional<DataTree> tree = ReadConfiguration(text);
+  if (!tree) return;
+  Require(Diff(*tree, *tree).top().empty(),
+          "a configuration differs from itself");
+  RequireEntriesAreFound(*tree, nullptr);
+  RequireSameWayBack(SmallConfiguration(), *tree);
+  RequireReadsBack(*tree, LYD_XML);
+  RequireReadsBack(*tree, LYD_JSON);
+
+  static const DataTree kEmpty = DataTree::Empty(ProjectModel());
+  JudgeCommit(kEmpty, *tree);
+  JudgeCommit(SmallConfiguration(), *tree);
+  JudgeCommit(*tree, SmallConfiguration());
+}
+
+}  // namespace ipav::fuzz

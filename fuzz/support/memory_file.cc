@@ -1,0 +1,25 @@
+#include "support/memory_file.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "support/finding.h"
+
+namespace ipav::fuzz {
+
+MemoryFile::MemoryFile()
+    : descriptor_(memfd_create("input", MFD_CLOEXEC)),
+      path_("/proc/self/fd/" + std::to_string(descriptor_)) {
+  Require(descriptor_ >= 0, "no file in memory");
+}
+
+MemoryFile::~MemoryFile() { close(descriptor_); }
+
+void MemoryFile::Write(const std::string& text) const {
+  Require(ftruncate(descriptor_, 0) == 0, "a file that cannot be emptied");
+  const ssize_t written = pwrite(descriptor_, text.data(), text.size(), 0);
+  Require(written == static_cast<ssize_t>(text.size()),
+          "a file that cannot be written");
+}
+
+}  // namespace ipav::fuzz

@@ -1,0 +1,47 @@
+// How a call of the plug-in's validate() may end, on whichever platform.
+#ifndef IPAV_FUZZ_SUPPORT_OUTCOME_H_
+#define IPAV_FUZZ_SUPPORT_OUTCOME_H_
+
+#include <confd_lib.h>
+
+#include <string>
+#include <vector>
+
+#include "support/assertions.h"
+
+namespace ipav::fuzz {
+
+// The legal exceptions are those of the OSPFv2 table's texts and of a short
+// output interface name; nothing in the plug-in catches them.
+enum class Ending {
+  kAccepted,
+  kRefused,
+  kAssertion,
+  kNoNumber,        // std::invalid_argument of "stoul"
+  kNumberTooLarge,  // std::out_of_range of "stoul"
+  kNoAddress,       // boost::system::system_error
+  kShortName,       // std::out_of_range of a string's replace()
+};
+
+struct Outcome {
+  Ending ending;
+  std::string expression;  // of the assertion
+};
+
+// The names that an opaque text may begin with, in the order of the table.
+const std::vector<std::string>& ValidationPoints();
+
+// The validation point that an opaque text means; "" for none.
+std::string PointOf(const char* opaque);
+
+// Calls validate(). A result other than 0 and -1, an exception that is not
+// legal and an assertion of another cause are findings.
+Outcome CallValidate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+                     confd_value_t* newval, Causes legal);
+
+// A text that this validation point never sets is a finding.
+void RequireKnownText(const std::string& point, const std::string& text);
+
+}  // namespace ipav::fuzz
+
+#endif  // IPAV_FUZZ_SUPPORT_OUTCOME_H_

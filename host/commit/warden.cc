@@ -1,0 +1,149 @@
+#include "commit/warden.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <vector>
+
+namespace ipav::commit {
+
+namespace {
+
+// Makes the ends of children readable from a file. Returns it; `before` is the
+// signal mask as it was.
+int OpenChildSignals(sigset_t* before) {
+  // Where the host's caller ignored it, the system would keep no status.
+  static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
+  sigset_t child_signal;
+  sigemptyset(&child_signal);
+  sigaddset(&child_signal, SIGCHLD);
+  sigprocmask(SIG_BLOCK, &child_signal, before);
+  return signalfd(-1, &child_signal, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+// What a plug-in reads from standard input is nothing, and not what the host's
+// caller had for the host.
+void ReadFromNothing() {
+  const int nothing = open("/dev/null", O_RDONLY);
+  if (nothing == STDIN_FILENO) return;
+  dup2(nothing, STDIN_FILENO);
+  close(nothing);
+}
+
+// What `body` throws must not go on as a second host: hence noexcept.
+[[noreturn]] void RunChild(pid_t warden, const sigset_t& mask,
+                           const std::function<void()>& body) noexcept {
+  // A group that it shares with its own children, and with nobody else.
+  setpgid(0, 0);
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != warden) _exit(1);  // it went before the line above
+  sigprocmask(SIG_SETMASK, &mask, nullptr);
+  const rlimit no_core{0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+  ReadFromNothing();
+  body();
+  _exit(0);
+}
+
+// Whether the child has ended. It stays a zombie, so that its number and that
+// of its group are nobody else's.
+bool HasEnded(pid_t child) {
+  siginfo_t info{};
+  const int options = WEXITED | WNOHANG | WNOWAIT;
+  return waitid(P_PID, static_cast<id_t>(child), &info, options) == 0 &&
+         info.si_pid == child;
+}
+
+void Discard(int child_signals) {
+  signalfd_siginfo signal{};
+  while (read(child_signals, &signal, sizeof(signal)) > 0) {
+  }
+}
+
+enum class Awaited { kEnd, kLeash, kTimeOver };
+
+Awaited Await(pid_t child, int child_signals, int leash,
+              base::TimeLimit limit) {
+  const base::Countdown countdown(limit);
+  std::array<pollfd, 2> open = {
+      {{child_signals, POLLIN, 0}, {leash, POLLIN, 0}}};
+  while (!HasEnded(child)) {
+    const int ready = poll(open.data(), open.size(), countdown.ForPoll());
+    if (ready == 0) return Awaited::kTimeOver;
+    if (ready < 0 && errno != EINTR) return Awaited::kLeash;
+    if (ready > 0 && open.back().revents != 0) return Awaited::kLeash;
+    Discard(child_signals);
+  }
+  return Awaited::kEnd;
+}
+
+// Processes whose parent is this one.
+std::vector<pid_t> Children() {
+  std::ifstream file("/proc/thread-self/children");
+  std::vector<pid_t> children;
+  for (pid_t child = 0; file >> child;) children.push_back(child);
+  return children;
+}
+
+// Ends what left the child's group and has become ours with its parent's end.
+// Each that ends may leave us others.
+void EndOrphans() {
+  for (;;) {
+    const std::vector<pid_t> children = Children();
+    for (const pid_t child : children) kill(child, SIGKILL);
+    // Without a list there is nothing to wait for but what has ended already.
+    const int options = children.empty() ? WNOHANG : 0;
+    const pid_t ended = waitpid(-1, nullptr, options);
+    if (ended == 0 || (ended < 0 && errno != EINTR)) return;
+  }
+}
+
+// Ends the child and what it made. Returns its status.
+int EndAll(pid_t child) {
+  kill(child, SIGKILL);  // it may not be in its group yet
+  kill(-child, SIGKILL);
+  int wait_status = 0;
+  while (waitpid(child, &wait_status, 0) < 0 && errno == EINTR) {
+  }
+  EndOrphans();
+  return wait_status;
+}
+
+// A host that is gone needs no answer, so that its success does not count.
+[[noreturn]] void Report(int end, const ChildEnd& message) {
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  static_cast<void>(write(end, &message, sizeof(message)) == 0);
+  _exit(0);
+}
+
+}  // namespace
+
+void BecomeWarden(int leash, int end, base::TimeLimit limit,
+                  const std::function<void()>& body) noexcept {
+  setsid();  // what a terminal signals to its jobs is the host's to hear
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  sigset_t mask;
+  const int child_signals = OpenChildSignals(&mask);
+  const pid_t warden = getpid();
+  const pid_t child = fork();
+  if (child < 0) Report(end, {errno, 0, false});
+  if (child == 0) {
+    for (const int fd : {leash, end, child_signals}) close(fd);
+    RunChild(warden, mask, body);
+  }
+  const bool timed_out =
+      Await(child, child_signals, leash, limit) == Awaited::kTimeOver;
+  Report(end, {0, EndAll(child), timed_out});
+}
+
+}  // namespace ipav::commit

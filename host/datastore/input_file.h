@@ -1,0 +1,23 @@
+// The text of a file that somebody handed in, which may be a device without an
+// end.
+#ifndef IPAV_HOST_DATASTORE_INPUT_FILE_H_
+#define IPAV_HOST_DATASTORE_INPUT_FILE_H_
+
+#include <cstddef>
+#include <string>
+
+#include "datastore/input_error.h"
+
+namespace ipav::datastore {
+
+// In bytes. A tree takes up to 70 times the memory of its text, as a list of
+// bare names does.
+constexpr std::size_t kMaxInputSize = std::size_t{64} << 20;
+
+// Throws InputError. What is larger than `max_size` is refused unread, where it
+// tells its size.
+std::string ReadInput(const std::string& path, std::size_t max_size);
+
+}  // namespace ipav::datastore
+
+#endif  // IPAV_HOST_DATASTORE_INPUT_FILE_H_

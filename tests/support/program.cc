@@ -1,0 +1,140 @@
+#include "program.h"
+
+#include <fcntl.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace ipav::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kCannotRun = 127;
+
+std::string Contents(const fs::path& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+void WriteTo(const std::string& file, int number) {
+  const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  if (fd < 0 || dup2(fd, number) < 0) _exit(kCannotRun);
+  close(fd);
+}
+
+// A crash on purpose must not fill the disk.
+void LeaveNoCore() {
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+}
+
+void Enter(const Surroundings& surroundings) {
+  for (const auto& [name, value] : surroundings.environment) {
+    setenv(name.c_str(), value.c_str(), 1);
+  }
+  if (!surroundings.folder.empty() && chdir(surroundings.folder.c_str()) != 0) {
+    _exit(kCannotRun);
+  }
+  if (!surroundings.obeys_permissions) return;
+  prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+  prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+}
+
+[[noreturn]] void Execute(const std::vector<std::string>& command) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command) {
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  }
+  arguments.push_back(nullptr);
+  execv(arguments[0], arguments.data());
+  _exit(kCannotRun);
+}
+
+bool IsZombie(const fs::path& process) {
+  // "PID (NAME) STATE ...", and a name may hold anything.
+  const std::string stat = Contents(process / "stat");
+  const std::size_t name_end = stat.rfind(") ");
+  return name_end == std::string::npos || stat[name_end + 2] == 'Z';
+}
+
+bool HasVariable(const fs::path& process, const std::string& variable) {
+  const std::string environment =
+      std::string(1, '\0') + Contents(process / "environ");
+  return environment.find(std::string(1, '\0') + variable +
+                          std::string(1, '\0')) != std::string::npos;
+}
+
+}  // namespace
+
+Program::Program(const std::vector<std::string>& command,
+                 const std::string& folder, const Surroundings& surroundings)
+    : out_file_(folder + "/program.out"),
+      err_file_(folder + "/program.err"),
+      process_(fork()) {
+  if (process_ < 0) throw std::runtime_error("fork failed");
+  if (process_ > 0) return;
+  WriteTo(out_file_, STDOUT_FILENO);
+  WriteTo(err_file_, STDERR_FILENO);
+  LeaveNoCore();
+  setpgid(0, 0);
+  Enter(surroundings);
+  Execute(command);
+}
+
+Program::~Program() {
+  if (process_ < 0) return;
+  kill(process_, SIGKILL);
+  waitpid(process_, nullptr, 0);
+}
+
+void Program::Signal(int number) const { kill(process_, number); }
+
+void Program::SignalGroup(int number) const { kill(-process_, number); }
+
+ProgramResult Program::Wait() {
+  int status = 0;
+  rusage usage{};
+  while (wait4(process_, &status, 0, &usage) < 0) {
+    if (errno != EINTR) throw std::runtime_error("wait4 failed");
+  }
+  process_ = -1;
+  const int exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (exit_status == kCannotRun) throw std::runtime_error("cannot run");
+  return {exit_status, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+          Contents(out_file_), Contents(err_file_),
+          static_cast<std::size_t>(usage.ru_maxrss) * 1024};
+}
+
+std::vector<pid_t> ProcessesWith(const std::string& name,
+                                 const std::string& value) {
+  std::vector<pid_t> found;
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    const std::string number = entry.path().filename();
+    if (!std::all_of(number.begin(), number.end(),
+                     [](unsigned char c) { return std::isdigit(c) != 0; })) {
+      continue;
+    }
+    if (HasVariable(entry.path(), name + "=" + value) &&
+        !IsZombie(entry.path())) {
+      found.push_back(std::stoi(number));
+    }
+  }
+  return found;
+}
+
+}  // namespace ipav::testing

@@ -12,11 +12,13 @@
 #include "plugin/plugin.h"
 
 // A sanitizer must not step in between a plug-in's crash and the host.
-// The name is the sanitizer's. NOLINTBEGIN(bugprone-reserved-identifier)
+// The names are the sanitizers'. NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
   return "handle_segv=0:handle_abort=0:allow_user_segv_handler=1";
 }
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() { return "handle_segv=0"; }
 // NOLINTEND(bugprone-reserved-identifier)
 
 namespace {

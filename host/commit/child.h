@@ -51,8 +51,9 @@ struct ChildReport {
 // Forks, runs `body` in the child and waits for its end, for `limit` at most;
 // then the child is killed. It exits with status 0 when `body` returns. It
 // leaves no core file and no process: what it made is killed with it, and both
-// when the host dies. It reads nothing from standard input. Throws
-// std::system_error when no child can be made.
+// when the host dies. It reads nothing from standard input. One at a time in a
+// process, whatever its threads. Throws std::system_error when no child can be
+// made.
 ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
                        base::TimeLimit limit = base::kNoTimeLimit);
 

@@ -1,0 +1,302 @@
+// What the rules, the readers and whole callbacks cost, on networks of any
+// size. A name is WHAT/SHAPE/VARIANT/SIZE; variants of one measurement stand
+// beside each other in one run:
+//   indexed   the plug-in
+//   plain     the same by a plain walk, as far as one ends in a minute
+//   replay    the callback's platform calls with nothing around them
+// The sizes are interfaces of four addresses, static routes or OSPFv2 rows.
+// report.py turns the JSON output into tables.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <functional>
+#include <list>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "config.h"
+#include "network.h"
+#include "plain_walk.h"
+#include "platform.h"
+#include "validate_config.h"
+
+namespace {
+
+std::size_t allocations = 0;
+
+}  // namespace
+
+// Counted, to report them per interface.
+void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+
+namespace ipav::bench {
+
+namespace {
+
+using benchmark::State;
+using ip_application::config_valid::InterfaceType;
+using ip_application::config_valid::L3Config;
+using ip_application::config_valid::Ospfv2Config;
+using ip_application::config_valid::ValidateConfig;
+
+constexpr int kInterfaceCounts[] = {10, 100, 256, 1000, 4000, 16000, 64000};
+constexpr int kRouteCounts[] = {10, 100, 1000, 10000, 100000};
+constexpr int kOspfRowCounts[] = {16, 160, 1600, 16000};
+
+// Beyond, a plain walk takes minutes.
+constexpr int kMostPlainInterfaces = 16000;
+
+using Body = std::function<void(State&)>;
+
+void Register(const std::string& what, const std::string& variant, int size,
+              const Body& body) {
+  const std::string name = what + "/" + variant + "/" + std::to_string(size);
+  auto* registered = benchmark::RegisterBenchmark(
+      name.c_str(), [body](State& state) { body(state); });
+  registered->Unit(benchmark::kMicrosecond);
+  // One walk of seconds is enough.
+  if (variant == "plain" && size >= 4000) registered->Iterations(1);
+}
+
+// The variants must answer alike, or a comparison says nothing.
+void Require(bool condition, const std::string& what) {
+  if (!condition) throw std::logic_error("wrong answer: " + what);
+}
+
+// Everything read that the rules want.
+std::unique_ptr<Life> ReadLife(const Network& network) {
+  Store(network);
+  auto life = std::make_unique<Life>();
+  life->Validate("ipv" + std::to_string(network.family) + "_addr_validation");
+  if (network.in_ospf) life->Validate("ipv4_addr_prot_cross_validation");
+  return life;
+}
+
+std::string Addresses(const Config& config, int family) {
+  ValidateConfig rules;
+  const auto rule = family == 4 ? &ValidateConfig::ValidateInterfaceIPv4
+                                : &ValidateConfig::ValidateInterfaceIPv6;
+  static_cast<void>((rules.*rule)(config, InterfaceType::kL3));
+  return rules.error_text();
+}
+
+// ---- The rule for addresses ------------------------------------------------
+
+void RegisterAddresses(const std::string& what, const Network& network) {
+  const bool is_clean = network.conflict == Conflict::kNone;
+  Register(what, "indexed", network.interfaces, [=](State& state) {
+    const auto life = ReadLife(network);
+    const std::string answer = Addresses(life->config(), network.family);
+    Require(answer.empty() == is_clean, what);
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(Addresses(life->config(), network.family));
+    }
+  });
+  if (network.interfaces > kMostPlainInterfaces) return;
+  Register(what, "plain", network.interfaces, [=](State& state) {
+    const auto life = ReadLife(network);
+    std::string answer;
+    for (auto _ : state) {
+      answer = PlainAddresses(life->config(), network.family);
+    }
+    Require(answer == Addresses(life->config(), network.family), what);
+  });
+}
+
+void RegisterAllAddresses() {
+  const std::pair<const char*, Conflict> conflicts[] = {
+      {"clean", Conflict::kNone},
+      {"conflict at the start", Conflict::kStart},
+      {"conflict in the middle", Conflict::kMiddle},
+      {"conflict at the end", Conflict::kEnd},
+      {"conflict with the last loopback", Conflict::kOtherKind},
+  };
+  for (const int family : {4, 6}) {
+    for (const int vrfs : {1, 16}) {
+      for (const auto& [text, conflict] : conflicts) {
+        for (const int interfaces : kInterfaceCounts) {
+          const std::string what = "rule IPv" + std::to_string(family) +
+                                   " addresses/" + std::to_string(vrfs) +
+                                   " VRF, " + text;
+          RegisterAddresses(what, {interfaces, family, vrfs, conflict});
+        }
+      }
+    }
+  }
+}
+
+// ---- OSPFv2 ----------------------------------------------------------------
+
+Network OspfNetwork(int rows) {
+  Network network;
+  const int l3s = rows / kAddressesEach;
+  network.interfaces = l3s + (l3s < 14 ? 1 : l3s / 7);  // and loopbacks
+  network.in_ospf = true;
+  return network;
+}
+
+void RegisterOspf(const std::string& what, int rows,
+                  int (ValidateConfig::*rule)(const Config&),
+                  bool (*plain)(const Config&)) {
+  Register(what, "indexed", rows, [=](State& state) {
+    const auto life = ReadLife(OspfNetwork(rows));
+    for (auto _ : state) {
+      ValidateConfig rules;
+      Require((rules.*rule)(life->config()) == 0, what);
+    }
+  });
+  Register(what, "plain", rows, [=](State& state) {
+    const auto life = ReadLife(OspfNetwork(rows));
+    for (auto _ : state) Require(plain(life->config()), what);
+  });
+}
+
+// ---- Merges ----------------------------------------------------------------
+
+std::vector<Interface> Records(int count) {
+  std::vector<Interface> records(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) {
+    Interface& record = records[static_cast<std::size_t>(i)];
+    record.name = "l3 port-" + std::to_string(i);
+    record.vrf_name = "global";
+  }
+  return records;
+}
+
+std::vector<OspfIf> OspfRecords(int rows) {
+  std::vector<OspfIf> records;
+  for (int i = 0; i < rows; ++i) {
+    const std::string name = "l3 port-" + std::to_string(i / kAddressesEach);
+    records.push_back(
+        {1, "global", {}, name, {{static_cast<unsigned>(i), 24}}});
+  }
+  return records;
+}
+
+// Both families' reads, as far as the records go.
+void RegisterMerge(int count) {
+  const std::string what = "merge of interfaces/two reads";
+  Register(what, "indexed", count, [=](State& state) {
+    const std::vector<Interface> records = Records(count);
+    for (auto _ : state) {
+      L3Config reader;
+      for (const auto& record : records) reader.MergeConfigAndInsert(record);
+      for (const auto& record : records) reader.MergeConfigAndInsert(record);
+    }
+  });
+  if (count > kMostPlainInterfaces) return;
+  Register(what, "plain", count, [=](State& state) {
+    const std::vector<Interface> records = Records(count);
+    for (auto _ : state) {
+      std::vector<Interface> merged;
+      for (const auto& record : records) PlainMerge(record, &merged);
+      for (const auto& record : records) PlainMerge(record, &merged);
+    }
+  });
+}
+
+void RegisterOspfMerge(int rows) {
+  const std::string what = "merge of OSPFv2 rows/4 each";
+  Register(what, "indexed", rows, [=](State& state) {
+    const std::vector<OspfIf> records = OspfRecords(rows);
+    for (auto _ : state) {
+      Ospfv2Config reader;
+      for (const auto& record : records) reader.MergeConfigAndInsert(record);
+    }
+  });
+  Register(what, "plain", rows, [=](State& state) {
+    const std::vector<OspfIf> records = OspfRecords(rows);
+    for (auto _ : state) {
+      std::list<std::shared_ptr<OspfIf>> merged;
+      for (const auto& record : records) PlainMerge(record, &merged);
+    }
+  });
+}
+
+// ---- Whole callbacks -------------------------------------------------------
+
+void RegisterCallback(const std::string& what, const std::string& point,
+                      int size, const Network& network) {
+  Register(what, "indexed", size, [=](State& state) {
+    Store(network);
+    std::size_t before = 0;
+    for (auto _ : state) {
+      before = allocations;
+      Life life;
+      benchmark::DoNotOptimize(life.Validate(point));
+    }
+    state.counters["allocations each"] =
+        static_cast<double>(allocations - before) / size;
+  });
+  Register(what, "replay", size, [=](State& state) {
+    Store(network);
+    Trace trace;
+    TraceCallsTo(&trace);
+    static_cast<void>(Life().Validate(point));
+    TraceCallsTo(nullptr);
+    for (auto _ : state) trace.Replay();
+    state.counters["calls each"] = static_cast<double>(trace.size()) / size;
+  });
+}
+
+void RegisterCallbacks() {
+  for (const int interfaces : kInterfaceCounts) {
+    for (const int family : {4, 6}) {
+      const std::string text = std::to_string(family);
+      RegisterCallback("callback ipv" + text + "_addr/1 VRF, clean",
+                       "ipv" + text + "_addr_validation", interfaces,
+                       {interfaces, family});
+      RegisterCallback("callback ipv" + text + "_addr/16 VRF, clean",
+                       "ipv" + text + "_addr_validation", interfaces,
+                       {interfaces, family, 16});
+    }
+  }
+  for (const int routes : kRouteCounts) {
+    Network network;
+    network.routes = routes;
+    RegisterCallback("callback ipv4_addr_route/10 interfaces",
+                     "ipv4_addr_route_validation", routes, network);
+  }
+  for (const int rows : kOspfRowCounts) {
+    RegisterCallback("callback ipv4_addr_cross_prot/4 rows each",
+                     "ipv4_addr_prot_cross_validation", rows,
+                     OspfNetwork(rows));
+  }
+}
+
+void RegisterAll() {
+  RegisterAllAddresses();
+  for (const int rows : kOspfRowCounts) {
+    RegisterOspf("rule OSPFv2 addresses/4 rows each", rows,
+                 &ValidateConfig::ValidateOspfv2, PlainOspfAddresses);
+    RegisterOspf("rule OSPFv2 VRFs/4 rows each", rows,
+                 &ValidateConfig::ValidateOspfv2Vrf, PlainOspfVrfs);
+    RegisterOspfMerge(rows);
+  }
+  for (const int count : kInterfaceCounts) RegisterMerge(count);
+  RegisterCallbacks();
+}
+
+}  // namespace
+
+}  // namespace ipav::bench
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  ipav::bench::RegisterAll();
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

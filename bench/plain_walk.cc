@@ -1,0 +1,182 @@
+#include "plain_walk.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "static_route_config.h"
+
+namespace ipav::bench {
+
+namespace {
+
+using ip_application::config_valid::InterfaceConfig;
+using ip_application::config_valid::InterfaceType;
+using ip_application::config_valid::RouteKey;
+using ip_application::config_valid::StaticRoute;
+using ip_application::config_valid::StaticRouteConfig;
+using nettypes::IPv4AddrMask;
+
+struct Ipv4 {
+  using Addr = nettypes::IPv4Addr;
+  static constexpr char kWord[] = " ipv4 address ";
+  static const auto& AddressesOf(const Interface& i) { return i.ipv4; }
+  static std::string VrfOf(const Interface& i) { return " vrf " + i.vrf_name; }
+};
+struct Ipv6 {
+  using Addr = nettypes::IPv6Addr;
+  static constexpr char kWord[] = " ipv6 address ";
+  static const auto& AddressesOf(const Interface& i) { return i.ipv6; }
+  static std::string VrfOf(const Interface& /*i*/) { return ""; }
+};
+
+bool IsGlobalOrMgmt(const std::string& vrf) {
+  return vrf == "global" || vrf == "mgmt";
+}
+
+template <typename Family>
+bool Overlap(const Interface& first, const Interface& second,
+             std::string* text) {
+  if (first.vrf_name != second.vrf_name &&
+      !(IsGlobalOrMgmt(first.vrf_name) && IsGlobalOrMgmt(second.vrf_name))) {
+    return false;
+  }
+  for (const auto& a : Family::AddressesOf(first)) {
+    for (const auto& b : Family::AddressesOf(second)) {
+      if (!a.Overlap(b)) continue;
+      *text = first.name + Family::VrfOf(first) + Family::kWord +
+              a.to_string() + " overlaps with " + second.name +
+              Family::VrfOf(second) + Family::kWord + b.to_string() + ".";
+      return true;
+    }
+  }
+  return false;
+}
+
+bool IsUsable(const IPv4AddrMask& mask) {
+  return mask.prefix_len() > 30 ||
+         !(mask.IsNetworkAddress() || mask.IsBroadcastAddress());
+}
+
+template <typename Family>
+bool HasDuplicate(const Interface& interface) {
+  const auto& masks = Family::AddressesOf(interface);
+  for (auto it = masks.begin(); it != masks.end(); ++it) {
+    for (auto later = std::next(it); later != masks.end(); ++later) {
+      if (later->addr() == it->addr()) return true;
+    }
+  }
+  return false;
+}
+
+template <typename Family>
+bool IsNextHop(const Interface& interface, const StaticRouteConfig& routes) {
+  for (const auto& mask : Family::AddressesOf(interface)) {
+    const RouteKey<typename Family::Addr> key = {interface.vrf_name,
+                                                 mask.addr()};
+    std::shared_ptr<StaticRoute> route;
+    if (routes.FindNextHop(key, route)) return true;
+  }
+  return false;
+}
+
+// Violations that no measured network has are told without their words.
+template <typename Family>
+std::string Addresses(const Config& config, const InterfaceConfig& changed) {
+  std::string text;
+  const std::vector<Interface>& interfaces = changed.interfaces();
+  for (auto it = interfaces.begin(); it != interfaces.end(); ++it) {
+    if constexpr (std::is_same_v<Family, Ipv4>) {
+      if (!std::all_of(it->ipv4.begin(), it->ipv4.end(), IsUsable)) {
+        return "unusable";
+      }
+    }
+    if (HasDuplicate<Family>(*it)) return "duplicate";
+    for (auto later = std::next(it); later != interfaces.end(); ++later) {
+      if (Overlap<Family>(*it, *later, &text)) return text;
+    }
+    if (IsNextHop<Family>(*it, config.static_route_config())) return "next hop";
+  }
+  for (const InterfaceConfig* others : config.interface_configs()) {
+    if (others->type() == changed.type()) continue;
+    for (const Interface& other : others->interfaces()) {
+      for (const Interface& interface : interfaces) {
+        if (Overlap<Family>(interface, other, &text)) return text;
+      }
+    }
+  }
+  return "";
+}
+
+using Masks = std::list<IPv4AddrMask>;
+
+bool AllIn(const Masks& others, const Masks& masks) {
+  return std::all_of(masks.begin(), masks.end(), [&](const auto& mask) {
+    return std::find(others.begin(), others.end(), mask) != others.end();
+  });
+}
+
+bool HasAddressesOf(const OspfIf& ospf_if, const Interface& interface) {
+  const Masks& known = ospf_if.addresses();
+  return AllIn(interface.ipv4, known) &&
+         (known.size() >= interface.ipv4.size() ||
+          AllIn(known, interface.ipv4));
+}
+
+template <typename Rule>
+bool EveryAssignmentHolds(const Config& config, Rule rule) {
+  for (const auto type : {InterfaceType::kL3, InterfaceType::kLoopback}) {
+    for (const auto& ospf_if : config.ospfv2_config().interfaces()) {
+      for (const auto& interface : config.intf_by_type(type)->interfaces()) {
+        if (interface.name == ospf_if->intf_name() &&
+            !rule(*ospf_if, interface)) {
+          return false;
+        }
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string PlainAddresses(const Config& config, int family) {
+  const InterfaceConfig& l3 = *config.intf_by_type(InterfaceType::kL3);
+  return family == 4 ? Addresses<Ipv4>(config, l3)
+                     : Addresses<Ipv6>(config, l3);
+}
+
+bool PlainOspfAddresses(const Config& config) {
+  return EveryAssignmentHolds(config, HasAddressesOf);
+}
+
+bool PlainOspfVrfs(const Config& config) {
+  return EveryAssignmentHolds(
+      config, [](const OspfIf& ospf_if, const Interface& interface) {
+        return ospf_if.vrf_name() == interface.vrf_name;
+      });
+}
+
+void PlainMerge(const Interface& interface, std::vector<Interface>* records) {
+  for (Interface& known : *records) {
+    if (known.name != interface.name) continue;
+    if (known.ipv4.empty() && !interface.ipv4.empty()) {
+      known.ipv4 = interface.ipv4;
+    } else if (known.ipv6.empty() && !interface.ipv6.empty()) {
+      known.ipv6 = interface.ipv6;
+    }
+    return;
+  }
+  records->push_back(interface);
+}
+
+void PlainMerge(const OspfIf& ospf_if,
+                std::list<std::shared_ptr<OspfIf>>* records) {
+  for (const auto& known : *records) {
+    if (!known->IsSameAssignment(ospf_if)) continue;
+    known->AddAddress(ospf_if.addresses().front());
+    return;
+  }
+  records->push_back(std::make_shared<OspfIf>(ospf_if));
+}
+
+}  // namespace ipav::bench

@@ -1,0 +1,107 @@
+// The smallest platform that the plug-in can run on: a tree of nodes, one hash
+// look-up for each step of a path and for the keys of an entry, as a platform
+// must find a leaf by its path; nothing recorded. What the plug-in adds to its
+// platform calls can be measured on it, as little else is in the way.
+//
+// One per process. The keys of an entry are looked up as they are written.
+#ifndef IPAV_BENCH_PLATFORM_H_
+#define IPAV_BENCH_PLATFORM_H_
+
+#include <confd_lib.h>
+#include <confd_maapi.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace ipav::bench {
+
+class Platform {
+ public:
+  using Row = std::vector<confd_value_t>;  // keys of an entry
+
+  // Values of text borrow it from Keep().
+  void SetLeaf(const std::string& path, const confd_value_t& value);
+  void AddRow(const std::string& list, const Row& keys);
+  const char* Keep(std::string text);
+  void Clear();
+
+  // A step's name is looked up without its prefix, an entry below its list.
+  struct Node {
+    std::unordered_map<std::string_view, std::unique_ptr<Node>> children;
+    std::optional<confd_value_t> value;  // of a leaf
+    std::vector<Row> rows;               // of a list
+  };
+  const Node* Find(const char* path) const;
+
+  void set_context(void* context) { context_ = context; }
+  void* context() const { return context_; }
+
+ private:
+  Node& Make(const std::string& path);
+
+  Node root_;
+  std::deque<std::string> texts_;
+  void* context_ = nullptr;
+};
+
+Platform& ThePlatform();
+
+confd_value_t TextValue(const std::string& text);  // kept by the platform
+confd_value_t Int32Value(std::int32_t number);
+confd_value_t Uint32Value(std::uint32_t number);
+confd_value_t EnumValue(std::int32_t number);
+confd_value_t OctetsValue(const std::string& octets);
+
+// ---- The same calls again --------------------------------------------------
+
+// A call of the platform with its path as text, so that it can be made again
+// with nothing around it.
+struct TracedCall {
+  enum class Kind : std::uint8_t {
+    kExists,
+    kGetElem,
+    kFreeValue,
+    kIpv4Mask,
+    kIpv6Mask,
+    kUint8,
+    kUint32,
+    kText,
+    kInitCursor,
+    kNext,
+    kDestroyCursor,
+    kPrint,
+    kOther,  // calls that read nothing
+  };
+  Kind kind;
+  std::size_t path = 0;      // of the text in the trace
+  confd_value_t value = {};  // of kPrint
+};
+
+class Trace {
+ public:
+  void Add(TracedCall::Kind kind, const char* path = "");
+  void AddPrint(const confd_value_t& value);
+
+  // Makes the calls again, in their order.
+  void Replay() const;
+
+  std::size_t size() const { return calls_.size(); }
+
+ private:
+  std::vector<TracedCall> calls_;
+  std::vector<char> texts_;  // NUL-terminated, one behind the other
+};
+
+// Has every call added to `trace`; null for none.
+void TraceCallsTo(Trace* trace);
+
+}  // namespace ipav::bench
+
+#endif  // IPAV_BENCH_PLATFORM_H_

@@ -8,6 +8,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "internal/overlap_search.h"
 #include "internal/report.h"
 #include "validate_logger.h"
 
@@ -59,16 +60,6 @@ struct Ipv6 {
 
 std::string Unsigned(std::size_t number) { return std::to_string(number); }
 
-// The two VRFs that are one address space by design.
-bool IsGlobalOrMgmt(const std::string& vrf_name) {
-  return vrf_name == "global" || vrf_name == "mgmt";
-}
-
-bool ShareAddressSpace(const Interface& a, const Interface& b) {
-  return a.vrf_name == b.vrf_name ||
-         (IsGlobalOrMgmt(a.vrf_name) && IsGlobalOrMgmt(b.vrf_name));
-}
-
 using Masks = std::list<nettypes::IPv4AddrMask>;
 
 // The first of the masks, by address and prefix length, that is not among the
@@ -119,22 +110,25 @@ int ValidateConfig::ValidateInterfaceAddresses(const Config& config,
   // An interface passes all its tests before the next one is taken up, and all
   // of the kind pass before the other kinds are looked at.
   const std::vector<Interface>& interfaces = changed->interfaces();
-  for (auto it = interfaces.begin(); it != interfaces.end(); ++it) {
-    if (std::is_same_v<Family, Ipv4> && !InterfaceIPv4IsValid(*it)) {
+  internal::OverlapSearch<typename Family::Mask> overlaps(
+      *changed, config.interface_configs());
+  for (std::size_t i = 0; i < interfaces.size(); ++i) {
+    const Interface& interface = interfaces[i];
+    if (std::is_same_v<Family, Ipv4> && !InterfaceIPv4IsValid(interface)) {
       return kViolated;  // every IPv6 address can be one of a host
     }
-    if (HasDuplicate<Family>(*it)) return kViolated;
-    const bool overlaps = std::any_of(
-        std::next(it), interfaces.end(),
-        [&](const auto& later) { return Overlap<Family>(*it, later); });
-    if (overlaps) return kViolated;
-    if (MatchesNextHop<Family>(*it, config.static_route_config())) {
+    if (HasDuplicate<Family>(interface)) return kViolated;
+    if (const Interface* later = overlaps.FirstBehind(i)) {
+      static_cast<void>(Overlap<Family>(interface, *later));  // for its text
+      return kViolated;
+    }
+    if (MatchesNextHop<Family>(interface, config.static_route_config())) {
       return kViolated;
     }
   }
-  return OverlapWithOtherKinds<Family>(*changed, config.interface_configs())
-             ? kViolated
-             : kHolds;
+  const auto [other, interface] = overlaps.FirstOfOtherKinds();
+  return other != nullptr && Overlap<Family>(*interface, *other) ? kViolated
+                                                                 : kHolds;
 }
 
 bool ValidateConfig::InterfaceIPv4IsValid(const Interface& interface) {
@@ -187,18 +181,14 @@ bool ValidateConfig::InterfaceIPv6Overlap(const Interface& first,
 
 template <typename Family>
 bool ValidateConfig::Overlap(const Interface& first, const Interface& second) {
-  if (!ShareAddressSpace(first, second)) return false;
-  for (const auto& a : Family::AddressesOf(first)) {
-    for (const auto& b : Family::AddressesOf(second)) {
-      if (!a.Overlap(b)) continue;
-      error_text_ = first.name + Family::VrfOf(first) + Family::kAddressWord +
-                    a.to_string() + " overlaps with " + second.name +
-                    Family::VrfOf(second) + Family::kAddressWord +
-                    b.to_string() + ".";
-      return true;
-    }
-  }
-  return false;
+  const auto [a, b] =
+      internal::FirstOverlap<typename Family::Mask>(first, second);
+  if (a == nullptr) return false;
+  error_text_ = first.name + Family::VrfOf(first) + Family::kAddressWord +
+                a->to_string() + " overlaps with " + second.name +
+                Family::VrfOf(second) + Family::kAddressWord + b->to_string() +
+                ".";
+  return true;
 }
 
 bool ValidateConfig::InterfaceIPv4Overlap(
@@ -214,17 +204,10 @@ bool ValidateConfig::InterfaceIPv6Overlap(
 template <typename Family>
 bool ValidateConfig::OverlapWithOtherKinds(
     const InterfaceConfig& changed, const std::vector<InterfaceConfig*>& all) {
-  for (const InterfaceConfig* others : all) {
-    if (others->type() == changed.type()) continue;
-    // The other kind's interfaces outside: the first of them that overlaps is
-    // the one that is named.
-    for (const Interface& other : others->interfaces()) {
-      for (const Interface& interface : changed.interfaces()) {
-        if (Overlap<Family>(interface, other)) return true;
-      }
-    }
-  }
-  return false;
+  const auto [other, interface] =
+      internal::OverlapSearch<typename Family::Mask>(changed, all)
+          .FirstOfOtherKinds();
+  return other != nullptr && Overlap<Family>(*interface, *other);
 }
 
 int ValidateConfig::ValidateInterfaceL3(const Config& config) {

@@ -1,0 +1,230 @@
+#include "internal/overlap_search.h"
+
+#include <algorithm>
+#include <iterator>
+#include <list>
+
+#include "internal/address_spaces.h"
+#include "internal/prefix_sweep.h"
+
+namespace ip_application::config_valid::internal {
+
+namespace {
+
+// Up to so many prefixes are compared one by one with any number of others.
+constexpr std::size_t kFewPrefixes = 16;
+
+// Up to so many interfaces each look for a partner of their own.
+constexpr std::size_t kFewInterfaces = 16;
+
+using Interfaces = std::vector<Interface>;
+
+template <typename Mask>
+const std::list<Mask>& AddressesOf(const Interface& interface);
+template <>
+const std::list<nettypes::IPv4AddrMask>& AddressesOf(
+    const Interface& interface) {
+  return interface.ipv4;
+}
+template <>
+const std::list<nettypes::IPv6AddrMask>& AddressesOf(
+    const Interface& interface) {
+  return interface.ipv6;
+}
+
+template <typename Mask>
+std::size_t CountPrefixes(const Interfaces& interfaces) {
+  std::size_t count = 0;
+  for (const Interface& interface : interfaces) {
+    count += AddressesOf<Mask>(interface).size();
+  }
+  return count;
+}
+
+template <typename Mask>
+const Mask* FirstOverlapping(const Mask& mask, const std::list<Mask>& others) {
+  const auto found =
+      std::find_if(others.begin(), others.end(),
+                   [&](const Mask& other) { return mask.Overlap(other); });
+  return found == others.end() ? nullptr : &*found;
+}
+
+// The first of `masks` that overlaps with one of `others`, or null.
+template <typename Mask>
+const Mask* FirstOverlapping(const std::list<Mask>& masks,
+                             const std::list<Mask>& others) {
+  if (std::min(masks.size(), others.size()) <= kFewPrefixes) {
+    const auto found =
+        std::find_if(masks.begin(), masks.end(), [&](const Mask& mask) {
+          return FirstOverlapping(mask, others) != nullptr;
+        });
+    return found == masks.end() ? nullptr : &*found;
+  }
+
+  PrefixSweep<Mask> sweep;
+  sweep.Reserve(masks.size() + others.size());
+  for (const Mask& other : others) sweep.Add(other, 0, 0);
+  std::uint32_t position = 0;
+  for (const Mask& mask : masks) sweep.AddOther(mask, 0, position++);
+  const std::uint32_t first = sweep.LowestOverlapping().other;
+  if (first == PrefixSweep<Mask>::kNone) return nullptr;
+  return &*std::next(masks.begin(), first);
+}
+
+// Whether the two interfaces overlap.
+template <typename Mask>
+bool Overlap(const Interface& a, const Interface& b) {
+  return ShareAddressSpace(a.vrf_name, b.vrf_name) &&
+         FirstOverlapping(AddressesOf<Mask>(a), AddressesOf<Mask>(b)) !=
+             nullptr;
+}
+
+// The first interface from that position on that overlaps with `interface`, or
+// null.
+template <typename Mask>
+const Interface* FirstOverlapping(const Interface& interface,
+                                  const Interfaces& interfaces,
+                                  std::size_t from) {
+  if (AddressesOf<Mask>(interface).size() <= kFewPrefixes) {
+    for (std::size_t i = from; i < interfaces.size(); ++i) {
+      if (Overlap<Mask>(interface, interfaces[i])) return &interfaces[i];
+    }
+    return nullptr;
+  }
+
+  PrefixSweep<Mask> sweep;
+  for (const Mask& mask : AddressesOf<Mask>(interface)) sweep.Add(mask, 0, 0);
+  for (std::size_t i = from; i < interfaces.size(); ++i) {
+    if (!ShareAddressSpace(interface.vrf_name, interfaces[i].vrf_name)) {
+      continue;
+    }
+    for (const Mask& mask : AddressesOf<Mask>(interfaces[i])) {
+      sweep.AddOther(mask, 0, static_cast<std::uint32_t>(i));
+    }
+  }
+  const std::uint32_t first = sweep.LowestOverlapping().other;
+  return first == PrefixSweep<Mask>::kNone ? nullptr : &interfaces[first];
+}
+
+}  // namespace
+
+template <typename Mask>
+std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
+                                                 const Interface& second) {
+  if (!ShareAddressSpace(first.vrf_name, second.vrf_name)) return {};
+  const std::list<Mask>& others = AddressesOf<Mask>(second);
+  const Mask* mask = FirstOverlapping(AddressesOf<Mask>(first), others);
+  if (mask == nullptr) return {};
+  return {mask, FirstOverlapping(*mask, others)};
+}
+
+template <typename Mask>
+OverlapSearch<Mask>::OverlapSearch(const InterfaceConfig& changed,
+                                   const std::vector<InterfaceConfig*>& all)
+    : interfaces_(changed.interfaces()) {
+  for (const InterfaceConfig* reader : all) {
+    if (reader->type() == changed.type()) continue;
+    others_.push_back(&reader->interfaces());
+  }
+}
+
+template <typename Mask>
+const Interface* OverlapSearch<Mask>::FirstBehind(std::size_t position) {
+  // The first interface before anything is sorted: a violation that it has
+  // needs none of that.
+  if (position > 0 && interfaces_.size() > kFewInterfaces) {
+    SweepOnce();
+    if (position != first_in_overlap_) return nullptr;
+  }
+  return FirstOverlapping<Mask>(interfaces_[position], interfaces_,
+                                position + 1);
+}
+
+template <typename Mask>
+std::pair<const Interface*, const Interface*>
+OverlapSearch<Mask>::FirstOfOtherKinds() {
+  const Interface* other = FirstOther();
+  if (other == nullptr) return {};
+  return {other, FirstOverlapping<Mask>(*other, interfaces_, 0)};
+}
+
+template <typename Mask>
+const Interface* OverlapSearch<Mask>::FirstOther() {
+  if (!is_swept_ && HasFewPrefixes()) return FirstOtherByPairs();
+  SweepOnce();
+  std::size_t position = first_other_;
+  for (const Interfaces* others : others_) {
+    if (position < others->size()) return &(*others)[position];
+    position -= others->size();
+  }
+  return nullptr;
+}
+
+template <typename Mask>
+bool OverlapSearch<Mask>::HasFewPrefixes() const {
+  std::size_t other_count = 0;
+  for (const Interfaces* others : others_) {
+    other_count += CountPrefixes<Mask>(*others);
+  }
+  return std::min(CountPrefixes<Mask>(interfaces_), other_count) <=
+         kFewPrefixes;
+}
+
+template <typename Mask>
+const Interface* OverlapSearch<Mask>::FirstOtherByPairs() const {
+  for (const Interfaces* others : others_) {
+    for (const Interface& other : *others) {
+      for (const Interface& interface : interfaces_) {
+        if (Overlap<Mask>(interface, other)) return &other;
+      }
+    }
+  }
+  return nullptr;
+}
+
+template <typename Mask>
+void OverlapSearch<Mask>::SweepOnce() {
+  if (is_swept_) return;
+  std::size_t count = CountPrefixes<Mask>(interfaces_);
+  for (const Interfaces* others : others_) {
+    count += CountPrefixes<Mask>(*others);
+  }
+
+  PrefixSweep<Mask> sweep;
+  sweep.Reserve(count);
+  AddressSpaces spaces;
+  std::uint32_t rank = 0;
+  for (const Interface& interface : interfaces_) {
+    const std::uint32_t space = spaces.NumberOf(interface.vrf_name);
+    for (const Mask& mask : AddressesOf<Mask>(interface)) {
+      sweep.Add(mask, space, rank);
+    }
+    ++rank;
+  }
+  rank = 0;
+  for (const Interfaces* others : others_) {
+    for (const Interface& other : *others) {
+      const std::uint32_t space = spaces.NumberOf(other.vrf_name);
+      for (const Mask& mask : AddressesOf<Mask>(other)) {
+        sweep.AddOther(mask, space, rank);
+      }
+      ++rank;
+    }
+  }
+  const auto lowest = sweep.LowestOverlapping();
+  first_in_overlap_ = lowest.rank;
+  first_other_ = lowest.other;
+  is_swept_ = true;
+}
+
+using nettypes::IPv4AddrMask;
+using nettypes::IPv6AddrMask;
+
+template std::pair<const IPv4AddrMask*, const IPv4AddrMask*> FirstOverlap(
+    const Interface& first, const Interface& second);
+template std::pair<const IPv6AddrMask*, const IPv6AddrMask*> FirstOverlap(
+    const Interface& first, const Interface& second);
+template class OverlapSearch<IPv4AddrMask>;
+template class OverlapSearch<IPv6AddrMask>;
+
+}  // namespace ip_application::config_valid::internal

@@ -1,0 +1,202 @@
+#include "internal/prefix_sweep.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ip_application::config_valid::internal {
+
+namespace {
+
+constexpr std::uint32_t kWordBits = 64;
+constexpr std::uint32_t kDigitBits = 8;
+constexpr std::size_t kDigits = 1U << kDigitBits;
+
+std::array<std::uint64_t, 1> WordsOf(std::uint32_t space,
+                                     const nettypes::IPv4AddrMask& mask) {
+  return {std::uint64_t{space} << 32U | mask.addr().to_uint32()};
+}
+
+std::uint64_t BigEndian(const std::uint8_t* octets) {
+  std::uint64_t number = 0;
+  for (int i = 0; i < 8; ++i) number = number << 8U | octets[i];
+  return number;
+}
+
+std::array<std::uint64_t, 3> WordsOf(std::uint32_t space,
+                                     const nettypes::IPv6AddrMask& mask) {
+  const std::uint8_t* octets = mask.addr().addr().s6_addr;
+  return {space, BigEndian(octets), BigEndian(octets + 8)};
+}
+
+// Those bits of the word at an index that are among the first `length` bits of
+// all words.
+std::uint64_t LeadingBits(std::size_t index, std::uint32_t length) {
+  const auto before = static_cast<std::uint32_t>(index) * kWordBits;
+  if (length <= before) return 0;
+  if (length >= before + kWordBits) return UINT64_MAX;
+  return UINT64_MAX << (before + kWordBits - length);
+}
+
+// Whether the first prefix, which stands in front of the other, contains it.
+template <typename Prefix>
+bool Contains(const Prefix& first, const Prefix& other) {
+  for (std::size_t i = 0; i < first.first.size(); ++i) {
+    const std::uint64_t differing = first.first[i] ^ other.first[i];
+    if ((differing & LeadingBits(i, first.length)) != 0) return false;
+  }
+  return true;
+}
+
+// One pass of a radix sort: by the digit that `digit_of` gives, and otherwise
+// in the order that they have. `sorted` is as long as `prefixes`.
+template <typename Prefix, typename DigitOf>
+void SortByDigit(DigitOf digit_of, std::vector<Prefix>* prefixes,
+                 std::vector<Prefix>* sorted) {
+  std::array<std::uint32_t, kDigits> ends{};
+  const auto digit = [&](const Prefix& prefix) {
+    return static_cast<std::size_t>(digit_of(prefix));
+  };
+  for (const Prefix& prefix : *prefixes) ++ends[digit(prefix)];
+  std::uint32_t begin = 0;
+  for (std::uint32_t& end : ends) begin += std::exchange(end, begin);
+  for (const Prefix& prefix : *prefixes) {
+    (*sorted)[ends[digit(prefix)]++] = prefix;
+  }
+  prefixes->swap(*sorted);
+}
+
+// The lowest rank, and the lowest one but for it.
+class LowestTwo {
+ public:
+  void Add(std::uint32_t rank) {
+    if (rank < first_) {
+      second_ = std::exchange(first_, rank);
+    } else if (rank != first_) {
+      second_ = std::min(second_, rank);
+    }
+  }
+
+  // The lowest of those that are not `rank`; UINT32_MAX for none.
+  std::uint32_t BesidesOf(std::uint32_t rank) const {
+    return rank == first_ ? second_ : first_;
+  }
+  bool empty() const { return first_ == UINT32_MAX; }
+
+ private:
+  std::uint32_t first_ = UINT32_MAX;
+  std::uint32_t second_ = UINT32_MAX;
+};
+
+}  // namespace
+
+// The prefixes that contain the one at hand, the shortest first.
+template <typename Mask>
+class PrefixSweep<Mask>::Chain {
+ public:
+  // Takes up the next prefix in order, and what it overlaps with into `lowest`.
+  void Add(const Prefix& prefix, Lowest* lowest) {
+    while (depth_ > 0 && !Contains(*links_[depth_ - 1].prefix, prefix)) {
+      --depth_;
+    }
+    const bool is_top = depth_ == 0;
+    Link link = is_top ? Link() : links_[depth_ - 1];
+    Compare(prefix, link, lowest);
+
+    if (prefix.is_other) {
+      link.other = std::min(link.other, prefix.rank);
+    } else {
+      link.ranks.Add(prefix.rank);
+    }
+    // One that is equal to the last link becomes part of it.
+    if (is_top || link.prefix->length != prefix.length) ++depth_;
+    link.prefix = &prefix;
+    links_[depth_ - 1] = link;
+  }
+
+ private:
+  struct Link {
+    const Prefix* prefix = nullptr;
+    // Of it and all above it.
+    LowestTwo ranks;
+    std::uint32_t other = kNone;
+  };
+
+  static void Compare(const Prefix& prefix, const Link& above, Lowest* lowest) {
+    if (prefix.is_other) {
+      if (above.ranks.empty()) return;
+      lowest->other = std::min(lowest->other, prefix.rank);
+      return;
+    }
+    lowest->other = std::min(lowest->other, above.other);
+    const std::uint32_t rank = above.ranks.BesidesOf(prefix.rank);
+    if (rank == kNone) return;
+    lowest->rank = std::min({lowest->rank, rank, prefix.rank});
+  }
+
+  Link links_[Mask::kMaxPrefixLen + 1];
+  std::size_t depth_ = 0;
+};
+
+template <typename Mask>
+void PrefixSweep<Mask>::Add(const Mask& mask, std::uint32_t space,
+                            std::uint32_t rank, bool is_other) {
+  const std::int32_t length =
+      SpaceAndAddress<Mask>::kSpaceBits +
+      std::clamp<std::int32_t>(mask.prefix_len(), 0, Mask::kMaxPrefixLen);
+  Prefix prefix = {WordsOf(space, mask), rank,
+                   static_cast<std::uint16_t>(length), is_other};
+  for (std::size_t i = 0; i < prefix.first.size(); ++i) {
+    prefix.first[i] &= LeadingBits(i, prefix.length);
+  }
+  prefixes_.push_back(prefix);
+}
+
+// From the least digit, the length, to the greatest; a digit that all prefixes
+// have in common takes no pass.
+template <typename Mask>
+void PrefixSweep<Mask>::Sort() {
+  if (prefixes_.empty()) return;
+  const Prefix one = prefixes_.front();
+  std::uint32_t lengths = 0;
+  auto words = one.first;
+  words.fill(0);
+  for (const Prefix& prefix : prefixes_) {
+    lengths |= std::uint32_t{prefix.length} ^ one.length;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+      words[i] |= prefix.first[i] ^ one.first[i];
+    }
+  }
+
+  std::vector<Prefix> sorted(prefixes_.size());
+  if (lengths != 0) {
+    SortByDigit(
+        [](const Prefix& prefix) {
+          return prefix.length - SpaceAndAddress<Mask>::kSpaceBits;
+        },
+        &prefixes_, &sorted);
+  }
+  for (std::size_t i = words.size(); i-- > 0;) {
+    for (std::uint32_t bit = 0; bit < kWordBits; bit += kDigitBits) {
+      if ((words[i] >> bit) % kDigits == 0) continue;
+      SortByDigit(
+          [=](const Prefix& prefix) {
+            return (prefix.first[i] >> bit) % kDigits;
+          },
+          &prefixes_, &sorted);
+    }
+  }
+}
+
+template <typename Mask>
+auto PrefixSweep<Mask>::LowestOverlapping() -> Lowest {
+  Sort();
+  Chain chain;
+  Lowest lowest;
+  for (const Prefix& prefix : prefixes_) chain.Add(prefix, &lowest);
+  return lowest;
+}
+
+template class PrefixSweep<nettypes::IPv4AddrMask>;
+template class PrefixSweep<nettypes::IPv6AddrMask>;
+
+}  // namespace ip_application::config_valid::internal

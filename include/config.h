@@ -23,6 +23,10 @@ namespace ip_application::config_valid {
 
 class StaticRouteConfig;
 
+namespace internal {
+class HashIndex;
+}
+
 enum class ConfigAddrFamily : std::int32_t { kIpv4 = 4, kIpv6 = 6 };
 
 enum class InterfaceType : std::int32_t {
@@ -134,15 +138,21 @@ struct Interface {
 // interface; the second one is merged into the first by name.
 class InterfaceConfig : public GenericConfig {
  public:
+  ~InterfaceConfig() override;
+
   InterfaceType type() const { return type_; }
 
   // In the order in which the names were first met.
   const std::vector<Interface>& interfaces() const { return interfaces_; }
 
+  // The record of that name, or null.
+  const Interface* FindByName(const std::string& name) const;
+
   // Appends a record, or gives the addresses of one family to the record of
   // that name if it has none of that family yet; at most one family a call,
   // IPv4 before IPv6. Nothing else of a record ever changes.
   void MergeConfigAndInsert(const Interface& interface);
+  void MergeConfigAndInsert(Interface&& interface);
 
  protected:
   // Where the interfaces of a kind lie and what they have.
@@ -155,7 +165,7 @@ class InterfaceConfig : public GenericConfig {
     bool has_vlan;
   };
 
-  explicit InterfaceConfig(InterfaceType type) : type_(type) {}
+  explicit InterfaceConfig(InterfaceType type);
 
   void ReadInterfaces(ConfigAddrFamily family, const Layout& layout);
 
@@ -169,8 +179,11 @@ class InterfaceConfig : public GenericConfig {
                        Interface* interface) const;
 
  private:
+  void Append(Interface&& interface);
+
   std::vector<Interface> interfaces_;
   InterfaceType type_;
+  std::unique_ptr<internal::HashIndex> by_name_;  // empty while there are few
 };
 
 class L3Config : public InterfaceConfig {
@@ -231,6 +244,9 @@ class OspfIf {
 // Reader of the OSPFv2 interface assignments, which are IPv4 only.
 class Ospfv2Config : public GenericConfig {
  public:
+  Ospfv2Config();
+  ~Ospfv2Config() override;
+
   // In the order in which the assignments were first met.
   const std::list<std::shared_ptr<OspfIf>>& interfaces() const {
     return interfaces_;
@@ -258,8 +274,14 @@ class Ospfv2Config : public GenericConfig {
   // that is none. The records of the rows before stay.
   void ReadConfig(ConfigAddrFamily family) override;
   void ReadRow(const std::vector<std::string>& keys);
+  OspfIf* FindSame(const OspfIf& ospf_if) const;
+  void Append(const OspfIf& ospf_if);
 
   std::list<std::shared_ptr<OspfIf>> interfaces_;
+  // The same records; and where they are by interface, process and VRF, empty
+  // while there are few.
+  std::vector<OspfIf*> records_;
+  std::unique_ptr<internal::HashIndex> by_assignment_;
   const std::string interface_path_ = "/internal/ospf-interface-l3";
   const std::string process_path_ = "/internal/ospf-index-to-proc-id";
 };

@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <utility>
 
 #include "internal/address_text.h"
 #include "internal/assertion.h"
+#include "internal/hash_index.h"
 #include "internal/maapi_owners.h"
 #include "internal/maapi_reads.h"
 #include "internal/model_tags.h"
@@ -22,6 +24,7 @@ namespace ip_application::config_valid {
 namespace {
 
 using internal::ElemValue;
+using internal::HashIndex;
 using internal::MaapiCursor;
 using internal::RequireType;
 
@@ -70,6 +73,15 @@ constexpr internal::AssertionSite kPathEndsInNode = {
 
 std::string EntryPath(const std::string& list, const std::string& key) {
   return list + "{" + key + "}";
+}
+
+// Of what makes two rows one assignment.
+std::size_t HashOfAssignment(const OspfIf& ospf_if) {
+  constexpr std::size_t kFactor = 31;
+  const std::hash<std::string> hash;
+  return (hash(ospf_if.intf_name()) * kFactor + hash(ospf_if.vrf_name())) *
+             kFactor +
+         ospf_if.process_id();
 }
 
 // The octets of a C_BINARY in their order, cut or filled with zeros.
@@ -272,16 +284,53 @@ std::string GenericConfig::get_hex_from_bin(const confd_value_t& value) const {
   return text;
 }
 
+InterfaceConfig::InterfaceConfig(InterfaceType type)
+    : type_(type), by_name_(std::make_unique<HashIndex>()) {}
+
+InterfaceConfig::~InterfaceConfig() = default;
+
+const Interface* InterfaceConfig::FindByName(const std::string& name) const {
+  const auto is_wanted = [&](const Interface& interface) {
+    return interface.name == name;
+  };
+  if (interfaces_.size() <= HashIndex::kFew) {
+    const auto found =
+        std::find_if(interfaces_.begin(), interfaces_.end(), is_wanted);
+    return found == interfaces_.end() ? nullptr : &*found;
+  }
+  const std::uint32_t position = by_name_->Find(
+      std::hash<std::string>()(name),
+      [&](auto candidate) { return is_wanted(interfaces_[candidate]); });
+  return position == HashIndex::kNone ? nullptr : &interfaces_[position];
+}
+
 void InterfaceConfig::MergeConfigAndInsert(const Interface& interface) {
-  const auto found = std::find_if(
-      interfaces_.begin(), interfaces_.end(),
-      [&](const Interface& known) { return known.name == interface.name; });
-  if (found == interfaces_.end()) {
-    interfaces_.push_back(interface);
-  } else if (found->ipv4.empty() && !interface.ipv4.empty()) {
-    found->ipv4 = interface.ipv4;  // and no look at the IPv6 addresses
-  } else if (found->ipv6.empty() && !interface.ipv6.empty()) {
-    found->ipv6 = interface.ipv6;
+  MergeConfigAndInsert(Interface(interface));
+}
+
+void InterfaceConfig::MergeConfigAndInsert(Interface&& interface) {
+  const Interface* found = FindByName(interface.name);
+  if (found == nullptr) {
+    Append(std::move(interface));
+    return;
+  }
+  auto& known =
+      interfaces_[static_cast<std::size_t>(found - interfaces_.data())];
+  if (known.ipv4.empty() && !interface.ipv4.empty()) {
+    known.ipv4 = std::move(interface.ipv4);  // no look at the IPv6 addresses
+  } else if (known.ipv6.empty() && !interface.ipv6.empty()) {
+    known.ipv6 = std::move(interface.ipv6);
+  }
+}
+
+void InterfaceConfig::Append(Interface&& interface) {
+  const bool is_indexed = interfaces_.size() >= HashIndex::kFew;
+  // Ahead of the record: it is indexed or it is not there.
+  if (is_indexed) by_name_->Reserve(interfaces_.size() + 1);
+  interfaces_.push_back(std::move(interface));
+  if (!is_indexed) return;
+  for (std::size_t i = by_name_->size(); i < interfaces_.size(); ++i) {
+    by_name_->Add(std::hash<std::string>()(interfaces_[i].name));
   }
 }
 
@@ -301,7 +350,7 @@ void InterfaceConfig::ReadInterfaces(ConfigAddrFamily family,
     }
     interface.vrf_name = get_vrf_name(entry + "/vrf");
     interface.name = layout.kind_word + key;
-    MergeConfigAndInsert(interface);
+    MergeConfigAndInsert(std::move(interface));
   }
 }
 
@@ -359,6 +408,10 @@ OspfIf::OspfIf(std::uint32_t process_id, std::string vrf_name,
       intf_name_(std::move(intf_name)),
       addresses_(std::move(addresses)) {}
 
+Ospfv2Config::Ospfv2Config() : by_assignment_(std::make_unique<HashIndex>()) {}
+
+Ospfv2Config::~Ospfv2Config() = default;
+
 bool OspfIf::IsSameAssignment(const OspfIf& other) const {
   return intf_name_ == other.intf_name_ && process_id_ == other.process_id_ &&
          vrf_name_ == other.vrf_name_;
@@ -397,13 +450,39 @@ void Ospfv2Config::ReadRow(const std::vector<std::string>& keys) {
 }
 
 void Ospfv2Config::MergeConfigAndInsert(const OspfIf& ospf_if) {
-  const auto found = std::find_if(
-      interfaces_.begin(), interfaces_.end(),
-      [&](const auto& known) { return known->IsSameAssignment(ospf_if); });
-  if (found == interfaces_.end()) {
-    interfaces_.push_back(std::make_shared<OspfIf>(ospf_if));
+  OspfIf* known = FindSame(ospf_if);
+  if (known == nullptr) {
+    Append(ospf_if);
   } else if (!ospf_if.addresses().empty()) {
-    (*found)->AddAddress(ospf_if.addresses().front());
+    known->AddAddress(ospf_if.addresses().front());
+  }
+}
+
+OspfIf* Ospfv2Config::FindSame(const OspfIf& ospf_if) const {
+  if (records_.size() <= HashIndex::kFew) {
+    const auto found = std::find_if(
+        records_.begin(), records_.end(),
+        [&](const OspfIf* known) { return known->IsSameAssignment(ospf_if); });
+    return found == records_.end() ? nullptr : *found;
+  }
+  const std::uint32_t position =
+      by_assignment_->Find(HashOfAssignment(ospf_if), [&](auto candidate) {
+        return records_[candidate]->IsSameAssignment(ospf_if);
+      });
+  return position == HashIndex::kNone ? nullptr : records_[position];
+}
+
+void Ospfv2Config::Append(const OspfIf& ospf_if) {
+  const bool is_indexed = records_.size() >= HashIndex::kFew;
+  // What can fail first: a record is known everywhere or nowhere.
+  std::list<std::shared_ptr<OspfIf>> record;
+  record.push_back(std::make_shared<OspfIf>(ospf_if));
+  if (is_indexed) by_assignment_->Reserve(records_.size() + 1);
+  records_.push_back(record.back().get());
+  interfaces_.splice(interfaces_.end(), record);
+  if (!is_indexed) return;
+  for (std::size_t i = by_assignment_->size(); i < records_.size(); ++i) {
+    by_assignment_->Add(HashOfAssignment(*records_[i]));
   }
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "internal/mask_lists.h"
 #include "internal/overlap_search.h"
 #include "internal/report.h"
 #include "validate_logger.h"
@@ -61,17 +62,6 @@ struct Ipv6 {
 std::string Unsigned(std::size_t number) { return std::to_string(number); }
 
 using Masks = std::list<nettypes::IPv4AddrMask>;
-
-// The first of the masks, by address and prefix length, that is not among the
-// others; null when all are.
-const nettypes::IPv4AddrMask* FirstNotIn(const Masks& others,
-                                         const Masks& masks) {
-  const auto found =
-      std::find_if(masks.begin(), masks.end(), [&](const auto& mask) {
-        return std::find(others.begin(), others.end(), mask) == others.end();
-      });
-  return found == masks.end() ? nullptr : &*found;
-}
 
 // The area as a number and dotted, as both are in use: "area 1 (0.0.0.1)".
 std::string ProcessText(const OspfIf& ospf_if) {
@@ -155,18 +145,12 @@ bool ValidateConfig::InterfaceHasDuplicateIpv6(const Interface& interface) {
 
 template <typename Family>
 bool ValidateConfig::HasDuplicate(const Interface& interface) {
-  const auto& masks = Family::AddressesOf(interface);
-  for (auto it = masks.begin(); it != masks.end(); ++it) {
-    const auto& address = it->addr();
-    const bool again =
-        std::any_of(std::next(it), masks.end(),
-                    [&](const auto& later) { return later.addr() == address; });
-    if (!again) continue;
-    error_text_ =
-        interface.name + Family::kDuplicateWords + address.to_string();
-    return true;
-  }
-  return false;
+  const auto* repeated =
+      internal::FirstRepeatedAddress(Family::AddressesOf(interface));
+  if (repeated == nullptr) return false;
+  error_text_ =
+      interface.name + Family::kDuplicateWords + repeated->addr().to_string();
+  return true;
 }
 
 bool ValidateConfig::InterfaceIPv4Overlap(const Interface& first,
@@ -381,11 +365,10 @@ bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
                                           const Ospfv2Config& ospf,
                                           OspfRule rule) {
   for (const auto& ospf_if : ospf.interfaces()) {
-    for (const Interface& interface : interfaces.interfaces()) {
-      if (interface.name == ospf_if->intf_name() &&
-          !(this->*rule)(*ospf_if, interface)) {
-        return false;
-      }
+    // Names are unique among the interfaces of a kind.
+    const Interface* interface = interfaces.FindByName(ospf_if->intf_name());
+    if (interface != nullptr && !(this->*rule)(*ospf_if, *interface)) {
+      return false;
     }
   }
   return true;
@@ -395,7 +378,7 @@ bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
                                     const Interface& interface) {
   const Masks& known = ospf_if.addresses();
   // 1. None that OSPF knows may be missing.
-  if (const auto* missing = FirstNotIn(interface.ipv4, known)) {
+  if (const auto* missing = internal::FirstNotIn(interface.ipv4, known)) {
     error_text_ =
         missing->to_string() +
         " cannot be modified nor deleted, it is assigned to router ospf " +
@@ -404,7 +387,7 @@ bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
   }
   // 2. None may be there that OSPF does not know.
   if (known.size() >= interface.ipv4.size()) return true;
-  if (const auto* added = FirstNotIn(known, interface.ipv4)) {
+  if (const auto* added = internal::FirstNotIn(known, interface.ipv4)) {
     error_text_ =
         added->to_string() +
         " cannot be added after interface is assigned to router ospf " +

@@ -8,17 +8,7 @@ namespace {
 
 constexpr std::uint32_t kGlobalAndMgmt = 0;
 
-bool IsGlobalOrMgmt(const std::string& vrf_name) {
-  return vrf_name == "global" || vrf_name == "mgmt";
-}
-
 }  // namespace
-
-bool ShareAddressSpace(const std::string& vrf_name,
-                       const std::string& other_vrf_name) {
-  return vrf_name == other_vrf_name ||
-         (IsGlobalOrMgmt(vrf_name) && IsGlobalOrMgmt(other_vrf_name));
-}
 
 std::uint32_t AddressSpaces::NumberOf(const std::string& vrf_name) {
   if (last_name_ == nullptr || vrf_name != *last_name_) {
@@ -35,7 +25,7 @@ std::uint32_t AddressSpaces::FindOrAdd(const std::string& vrf_name) {
       index_.Find(hash, [&](auto at) { return *names_[at] == vrf_name; });
   if (found != HashIndex::kNone) return found + 1;
 
-  index_.Reserve();
+  index_.Reserve(index_.size() + 1);
   names_.push_back(&vrf_name);
   index_.Add(hash);
   return static_cast<std::uint32_t>(names_.size());

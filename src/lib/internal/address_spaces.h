@@ -11,16 +11,28 @@
 
 namespace ip_application::config_valid::internal {
 
-// Whether addresses in the two VRFs can be in conflict: in one VRF, and in the
-// global and the management VRF, which are one address space by design.
-bool ShareAddressSpace(const std::string& vrf_name,
-                       const std::string& other_vrf_name);
+// The global and the management VRF are one address space by design.
+inline bool IsGlobalOrMgmt(const std::string& vrf_name) {
+  return vrf_name == "global" || vrf_name == "mgmt";
+}
+
+// Whether addresses in the two VRFs can be in conflict.
+inline bool ShareAddressSpace(const std::string& vrf_name,
+                              const std::string& other_vrf_name) {
+  return vrf_name == other_vrf_name ||
+         (IsGlobalOrMgmt(vrf_name) && IsGlobalOrMgmt(other_vrf_name));
+}
 
 // Two VRFs get one number exactly when they share an address space.
 class AddressSpaces {
  public:
   // The name is borrowed for the life of the object.
   std::uint32_t NumberOf(const std::string& vrf_name);
+
+  // No number is above it.
+  std::uint32_t highest() const {
+    return static_cast<std::uint32_t>(names_.size());
+  }
 
  private:
   std::uint32_t FindOrAdd(const std::string& vrf_name);

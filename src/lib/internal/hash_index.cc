@@ -1,5 +1,7 @@
 #include "internal/hash_index.h"
 
+#include <algorithm>
+
 namespace ip_application::config_valid::internal {
 
 namespace {
@@ -8,9 +10,12 @@ constexpr std::size_t kFirstSlots = 32;
 
 }  // namespace
 
-void HashIndex::Reserve() {
-  if ((std::size_t{size_} + 1) * 2 <= slots_.size()) return;
-  std::vector<Slot> larger(slots_.empty() ? kFirstSlots : slots_.size() * 2);
+void HashIndex::Reserve(std::size_t count) {
+  std::size_t wanted = std::max(slots_.size(), kFirstSlots);
+  while (wanted < count * 2) wanted *= 2;
+  if (wanted == slots_.size()) return;
+
+  std::vector<Slot> larger(wanted);
   for (const Slot& slot : slots_) {
     if (slot.position != kNone) Insert(slot, &larger);
   }

@@ -18,6 +18,9 @@ class HashIndex {
  public:
   static constexpr std::uint32_t kNone = UINT32_MAX;
 
+  // Up to so many records are walked in less time than a key is hashed.
+  static constexpr std::size_t kFew = 16;
+
   // Position of the record of that hash for which `is_wanted(position)` holds,
   // or kNone.
   template <typename IsWanted>
@@ -33,8 +36,10 @@ class HashIndex {
     }
   }
 
-  // Makes room for one more record, so that its Add() cannot fail.
-  void Reserve();
+  std::size_t size() const { return size_; }
+
+  // Makes room for so many records, so that an Add() of them cannot fail.
+  void Reserve(std::size_t count);
 
   // Adds the next record: the first one's position is 0. Its key must not be
   // there yet.

@@ -6,6 +6,7 @@
 
 #include "internal/address_spaces.h"
 #include "internal/prefix_sweep.h"
+#include "internal/radix_pass.h"
 
 namespace ip_application::config_valid::internal {
 
@@ -63,20 +64,24 @@ const Mask* FirstOverlapping(const std::list<Mask>& masks,
 
   PrefixSweep<Mask> sweep;
   sweep.Reserve(masks.size() + others.size());
-  for (const Mask& other : others) sweep.Add(other, 0, 0);
+  for (const Mask& other : others) sweep.Add(other, 0);
   std::uint32_t position = 0;
-  for (const Mask& mask : masks) sweep.AddOther(mask, 0, position++);
-  const std::uint32_t first = sweep.LowestOverlapping().other;
+  for (const Mask& mask : masks) sweep.AddOther(mask, position++);
+  const std::uint32_t first = sweep.TakeLowest().other;
   if (first == PrefixSweep<Mask>::kNone) return nullptr;
   return &*std::next(masks.begin(), first);
 }
 
-// Whether the two interfaces overlap.
+// Whether the two interfaces, of which one has few prefixes, overlap.
 template <typename Mask>
-bool Overlap(const Interface& a, const Interface& b) {
-  return ShareAddressSpace(a.vrf_name, b.vrf_name) &&
-         FirstOverlapping(AddressesOf<Mask>(a), AddressesOf<Mask>(b)) !=
-             nullptr;
+bool OverlapByPairs(const Interface& a, const Interface& b) {
+  if (!ShareAddressSpace(a.vrf_name, b.vrf_name)) return false;
+  for (const Mask& mask : AddressesOf<Mask>(a)) {
+    for (const Mask& other : AddressesOf<Mask>(b)) {
+      if (mask.Overlap(other)) return true;
+    }
+  }
+  return false;
 }
 
 // The first interface from that position on that overlaps with `interface`, or
@@ -87,22 +92,22 @@ const Interface* FirstOverlapping(const Interface& interface,
                                   std::size_t from) {
   if (AddressesOf<Mask>(interface).size() <= kFewPrefixes) {
     for (std::size_t i = from; i < interfaces.size(); ++i) {
-      if (Overlap<Mask>(interface, interfaces[i])) return &interfaces[i];
+      if (OverlapByPairs<Mask>(interface, interfaces[i])) return &interfaces[i];
     }
     return nullptr;
   }
 
   PrefixSweep<Mask> sweep;
-  for (const Mask& mask : AddressesOf<Mask>(interface)) sweep.Add(mask, 0, 0);
+  for (const Mask& mask : AddressesOf<Mask>(interface)) sweep.Add(mask, 0);
   for (std::size_t i = from; i < interfaces.size(); ++i) {
     if (!ShareAddressSpace(interface.vrf_name, interfaces[i].vrf_name)) {
       continue;
     }
     for (const Mask& mask : AddressesOf<Mask>(interfaces[i])) {
-      sweep.AddOther(mask, 0, static_cast<std::uint32_t>(i));
+      sweep.AddOther(mask, static_cast<std::uint32_t>(i));
     }
   }
-  const std::uint32_t first = sweep.LowestOverlapping().other;
+  const std::uint32_t first = sweep.TakeLowest().other;
   return first == PrefixSweep<Mask>::kNone ? nullptr : &interfaces[first];
 }
 
@@ -122,6 +127,7 @@ template <typename Mask>
 OverlapSearch<Mask>::OverlapSearch(const InterfaceConfig& changed,
                                    const std::vector<InterfaceConfig*>& all)
     : interfaces_(changed.interfaces()) {
+  others_.reserve(all.size());
   for (const InterfaceConfig* reader : all) {
     if (reader->type() == changed.type()) continue;
     others_.push_back(&reader->interfaces());
@@ -143,21 +149,17 @@ const Interface* OverlapSearch<Mask>::FirstBehind(std::size_t position) {
 template <typename Mask>
 std::pair<const Interface*, const Interface*>
 OverlapSearch<Mask>::FirstOfOtherKinds() {
-  const Interface* other = FirstOther();
-  if (other == nullptr) return {};
-  return {other, FirstOverlapping<Mask>(*other, interfaces_, 0)};
-}
-
-template <typename Mask>
-const Interface* OverlapSearch<Mask>::FirstOther() {
   if (!is_swept_ && HasFewPrefixes()) return FirstOtherByPairs();
   SweepOnce();
   std::size_t position = first_other_;
   for (const Interfaces* others : others_) {
-    if (position < others->size()) return &(*others)[position];
+    if (position < others->size()) {
+      const Interface& other = (*others)[position];
+      return {&other, FirstOverlapping<Mask>(other, interfaces_, 0)};
+    }
     position -= others->size();
   }
-  return nullptr;
+  return {};
 }
 
 template <typename Mask>
@@ -171,50 +173,79 @@ bool OverlapSearch<Mask>::HasFewPrefixes() const {
 }
 
 template <typename Mask>
-const Interface* OverlapSearch<Mask>::FirstOtherByPairs() const {
+std::pair<const Interface*, const Interface*>
+OverlapSearch<Mask>::FirstOtherByPairs() const {
   for (const Interfaces* others : others_) {
     for (const Interface& other : *others) {
       for (const Interface& interface : interfaces_) {
-        if (Overlap<Mask>(interface, other)) return &other;
+        if (OverlapByPairs<Mask>(interface, other)) return {&other, &interface};
       }
     }
   }
-  return nullptr;
+  return {};
 }
 
+// Each address space in turn, so that the memory for it is that of the largest.
 template <typename Mask>
 void OverlapSearch<Mask>::SweepOnce() {
   if (is_swept_) return;
-  std::size_t count = CountPrefixes<Mask>(interfaces_);
-  for (const Interfaces* others : others_) {
-    count += CountPrefixes<Mask>(*others);
-  }
-
   PrefixSweep<Mask> sweep;
-  sweep.Reserve(count);
-  AddressSpaces spaces;
-  std::uint32_t rank = 0;
-  for (const Interface& interface : interfaces_) {
-    const std::uint32_t space = spaces.NumberOf(interface.vrf_name);
-    for (const Mask& mask : AddressesOf<Mask>(interface)) {
-      sweep.Add(mask, space, rank);
+  const std::vector<Member> members = MembersBySpace();
+  for (auto it = members.begin(); it != members.end();) {
+    const std::uint32_t space = it->space;
+    const auto end = std::find_if(it, members.end(), [=](const Member& member) {
+      return member.space != space;
+    });
+    std::size_t count = 0;
+    std::for_each(it, end, [&](const Member& member) {
+      count += AddressesOf<Mask>(*member.interface).size();
+    });
+    sweep.Reserve(count);
+    for (; it != end; ++it) {
+      for (const Mask& mask : AddressesOf<Mask>(*it->interface)) {
+        if (it->is_other) {
+          sweep.AddOther(mask, it->rank);
+        } else {
+          sweep.Add(mask, it->rank);
+        }
+      }
     }
-    ++rank;
+    const auto lowest = sweep.TakeLowest();
+    first_in_overlap_ = std::min(first_in_overlap_, lowest.rank);
+    first_other_ = std::min(first_other_, lowest.other);
   }
+  is_swept_ = true;
+}
+
+template <typename Mask>
+auto OverlapSearch<Mask>::MembersBySpace() const -> std::vector<Member> {
+  std::size_t count = interfaces_.size();
+  for (const Interfaces* others : others_) count += others->size();
+
+  std::vector<Member> members;
+  members.reserve(count);
+  AddressSpaces spaces;
+  const auto add = [&](const Interface& interface, std::uint32_t rank,
+                       bool is_other) {
+    members.push_back(
+        {&interface, rank, spaces.NumberOf(interface.vrf_name), is_other});
+  };
+  std::uint32_t rank = 0;
+  for (const Interface& interface : interfaces_) add(interface, rank++, false);
   rank = 0;
   for (const Interfaces* others : others_) {
-    for (const Interface& other : *others) {
-      const std::uint32_t space = spaces.NumberOf(other.vrf_name);
-      for (const Mask& mask : AddressesOf<Mask>(other)) {
-        sweep.AddOther(mask, space, rank);
-      }
-      ++rank;
-    }
+    for (const Interface& other : *others) add(other, rank++, true);
   }
-  const auto lowest = sweep.LowestOverlapping();
-  first_in_overlap_ = lowest.rank;
-  first_other_ = lowest.other;
-  is_swept_ = true;
+
+  std::vector<Member> spare;
+  std::uint32_t bit = 0;
+  for (auto left = spaces.highest(); left != 0; left /= kDigits) {
+    SortByDigit(
+        [=](const Member& member) { return (member.space >> bit) % kDigits; },
+        &members, &spare);
+    bit += kDigitBits;
+  }
+  return members;
 }
 
 using nettypes::IPv4AddrMask;

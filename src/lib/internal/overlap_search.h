@@ -46,10 +46,17 @@ class OverlapSearch {
   std::pair<const Interface*, const Interface*> FirstOfOtherKinds();
 
  private:
-  const Interface* FirstOther();
-  const Interface* FirstOtherByPairs() const;
+  struct Member {
+    const Interface* interface;
+    std::uint32_t rank;
+    std::uint32_t space;
+    bool is_other;
+  };
+
+  std::pair<const Interface*, const Interface*> FirstOtherByPairs() const;
   bool HasFewPrefixes() const;
   void SweepOnce();
+  std::vector<Member> MembersBySpace() const;
 
   const std::vector<Interface>& interfaces_;
   std::vector<const std::vector<Interface>*> others_;  // by reader
@@ -57,8 +64,8 @@ class OverlapSearch {
   // Known once they are needed; ranks are positions, those of the others by
   // reader and position.
   bool is_swept_ = false;
-  std::uint32_t first_in_overlap_ = 0;
-  std::uint32_t first_other_ = 0;
+  std::uint32_t first_in_overlap_ = UINT32_MAX;
+  std::uint32_t first_other_ = UINT32_MAX;
 };
 
 }  // namespace ip_application::config_valid::internal

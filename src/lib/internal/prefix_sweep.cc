@@ -1,19 +1,21 @@
 #include "internal/prefix_sweep.h"
 
 #include <algorithm>
+#include <iterator>
+#include <limits>
 #include <utility>
+
+#include "internal/radix_pass.h"
 
 namespace ip_application::config_valid::internal {
 
 namespace {
 
-constexpr std::uint32_t kWordBits = 64;
-constexpr std::uint32_t kDigitBits = 8;
-constexpr std::size_t kDigits = 1U << kDigitBits;
+// So many prefixes are sorted by insertion in less time than by passes.
+constexpr std::size_t kFew = 24;
 
-std::array<std::uint64_t, 1> WordsOf(std::uint32_t space,
-                                     const nettypes::IPv4AddrMask& mask) {
-  return {std::uint64_t{space} << 32U | mask.addr().to_uint32()};
+std::array<std::uint32_t, 1> WordsOf(const nettypes::IPv4AddrMask& mask) {
+  return {mask.addr().to_uint32()};
 }
 
 std::uint64_t BigEndian(const std::uint8_t* octets) {
@@ -22,47 +24,33 @@ std::uint64_t BigEndian(const std::uint8_t* octets) {
   return number;
 }
 
-std::array<std::uint64_t, 3> WordsOf(std::uint32_t space,
-                                     const nettypes::IPv6AddrMask& mask) {
+std::array<std::uint64_t, 2> WordsOf(const nettypes::IPv6AddrMask& mask) {
   const std::uint8_t* octets = mask.addr().addr().s6_addr;
-  return {space, BigEndian(octets), BigEndian(octets + 8)};
+  return {BigEndian(octets), BigEndian(octets + 8)};
 }
+
+template <typename Word>
+constexpr std::uint32_t kBitsOf = std::numeric_limits<Word>::digits;
 
 // Those bits of the word at an index that are among the first `length` bits of
 // all words.
-std::uint64_t LeadingBits(std::size_t index, std::uint32_t length) {
-  const auto before = static_cast<std::uint32_t>(index) * kWordBits;
+template <typename Word>
+Word LeadingBits(std::size_t index, std::uint32_t length) {
+  const auto before = static_cast<std::uint32_t>(index) * kBitsOf<Word>;
   if (length <= before) return 0;
-  if (length >= before + kWordBits) return UINT64_MAX;
-  return UINT64_MAX << (before + kWordBits - length);
+  if (length >= before + kBitsOf<Word>) return std::numeric_limits<Word>::max();
+  return std::numeric_limits<Word>::max() << (before + kBitsOf<Word> - length);
 }
 
 // Whether the first prefix, which stands in front of the other, contains it.
 template <typename Prefix>
 bool Contains(const Prefix& first, const Prefix& other) {
+  using Word = typename decltype(first.first)::value_type;
   for (std::size_t i = 0; i < first.first.size(); ++i) {
-    const std::uint64_t differing = first.first[i] ^ other.first[i];
-    if ((differing & LeadingBits(i, first.length)) != 0) return false;
+    const Word differing = first.first[i] ^ other.first[i];
+    if ((differing & LeadingBits<Word>(i, first.length)) != 0) return false;
   }
   return true;
-}
-
-// One pass of a radix sort: by the digit that `digit_of` gives, and otherwise
-// in the order that they have. `sorted` is as long as `prefixes`.
-template <typename Prefix, typename DigitOf>
-void SortByDigit(DigitOf digit_of, std::vector<Prefix>* prefixes,
-                 std::vector<Prefix>* sorted) {
-  std::array<std::uint32_t, kDigits> ends{};
-  const auto digit = [&](const Prefix& prefix) {
-    return static_cast<std::size_t>(digit_of(prefix));
-  };
-  for (const Prefix& prefix : *prefixes) ++ends[digit(prefix)];
-  std::uint32_t begin = 0;
-  for (std::uint32_t& end : ends) begin += std::exchange(end, begin);
-  for (const Prefix& prefix : *prefixes) {
-    (*sorted)[ends[digit(prefix)]++] = prefix;
-  }
-  prefixes->swap(*sorted);
 }
 
 // The lowest rank, and the lowest one but for it.
@@ -138,28 +126,42 @@ class PrefixSweep<Mask>::Chain {
 };
 
 template <typename Mask>
-void PrefixSweep<Mask>::Add(const Mask& mask, std::uint32_t space,
-                            std::uint32_t rank, bool is_other) {
+void PrefixSweep<Mask>::Add(const Mask& mask, std::uint32_t rank,
+                            bool is_other) {
+  using Word = typename AddressWords<Mask>::Type::value_type;
   const std::int32_t length =
-      SpaceAndAddress<Mask>::kSpaceBits +
       std::clamp<std::int32_t>(mask.prefix_len(), 0, Mask::kMaxPrefixLen);
-  Prefix prefix = {WordsOf(space, mask), rank,
-                   static_cast<std::uint16_t>(length), is_other};
+  Prefix prefix = {WordsOf(mask), rank, static_cast<std::uint8_t>(length),
+                   is_other};
   for (std::size_t i = 0; i < prefix.first.size(); ++i) {
-    prefix.first[i] &= LeadingBits(i, prefix.length);
+    prefix.first[i] &= LeadingBits<Word>(i, prefix.length);
   }
   prefixes_.push_back(prefix);
+}
+
+template <typename Mask>
+void PrefixSweep<Mask>::Sort() {
+  if (prefixes_.size() > kFew) {
+    SortByDigits();
+    return;
+  }
+  const auto less = [](const Prefix& a, const Prefix& b) {
+    return a.first != b.first ? a.first < b.first : a.length < b.length;
+  };
+  for (auto it = prefixes_.begin(); it != prefixes_.end(); ++it) {
+    std::rotate(std::upper_bound(prefixes_.begin(), it, *it, less), it,
+                std::next(it));
+  }
 }
 
 // From the least digit, the length, to the greatest; a digit that all prefixes
 // have in common takes no pass.
 template <typename Mask>
-void PrefixSweep<Mask>::Sort() {
-  if (prefixes_.empty()) return;
+void PrefixSweep<Mask>::SortByDigits() {
+  using Word = typename AddressWords<Mask>::Type::value_type;
   const Prefix one = prefixes_.front();
   std::uint32_t lengths = 0;
-  auto words = one.first;
-  words.fill(0);
+  typename AddressWords<Mask>::Type words{};
   for (const Prefix& prefix : prefixes_) {
     lengths |= std::uint32_t{prefix.length} ^ one.length;
     for (std::size_t i = 0; i < words.size(); ++i) {
@@ -167,32 +169,29 @@ void PrefixSweep<Mask>::Sort() {
     }
   }
 
-  std::vector<Prefix> sorted(prefixes_.size());
   if (lengths != 0) {
-    SortByDigit(
-        [](const Prefix& prefix) {
-          return prefix.length - SpaceAndAddress<Mask>::kSpaceBits;
-        },
-        &prefixes_, &sorted);
+    SortByDigit([](const Prefix& prefix) { return prefix.length; }, &prefixes_,
+                &spare_);
   }
   for (std::size_t i = words.size(); i-- > 0;) {
-    for (std::uint32_t bit = 0; bit < kWordBits; bit += kDigitBits) {
+    for (std::uint32_t bit = 0; bit < kBitsOf<Word>; bit += kDigitBits) {
       if ((words[i] >> bit) % kDigits == 0) continue;
       SortByDigit(
           [=](const Prefix& prefix) {
-            return (prefix.first[i] >> bit) % kDigits;
+            return static_cast<std::size_t>((prefix.first[i] >> bit) % kDigits);
           },
-          &prefixes_, &sorted);
+          &prefixes_, &spare_);
     }
   }
 }
 
 template <typename Mask>
-auto PrefixSweep<Mask>::LowestOverlapping() -> Lowest {
+auto PrefixSweep<Mask>::TakeLowest() -> Lowest {
   Sort();
   Chain chain;
   Lowest lowest;
   for (const Prefix& prefix : prefixes_) chain.Add(prefix, &lowest);
+  prefixes_.clear();
   return lowest;
 }
 

@@ -21,58 +21,53 @@
 
 namespace ip_application::config_valid::internal {
 
-// The number of an address space and an address in it, as one big-endian
-// number of 64-bit words.
+// An address as one big-endian number of words.
 template <typename Mask>
-struct SpaceAndAddress;
+struct AddressWords;
 template <>
-struct SpaceAndAddress<nettypes::IPv4AddrMask> {
-  static constexpr std::int32_t kSpaceBits = 32;
-  using Words = std::array<std::uint64_t, 1>;
+struct AddressWords<nettypes::IPv4AddrMask> {
+  using Type = std::array<std::uint32_t, 1>;
 };
 template <>
-struct SpaceAndAddress<nettypes::IPv6AddrMask> {
-  static constexpr std::int32_t kSpaceBits = 64;
-  using Words = std::array<std::uint64_t, 3>;
+struct AddressWords<nettypes::IPv6AddrMask> {
+  using Type = std::array<std::uint64_t, 2>;
 };
 
 // The prefixes of interfaces of one kind, and of others that they are compared
-// with. Each has the rank of its interface. A length that no prefix has counts
-// as nettypes counts it. Used once: add all, then ask.
+// with, in one address space. Each has the rank of its interface. A length that
+// no prefix has counts as nettypes counts it.
 template <typename Mask>
 class PrefixSweep {
  public:
   static constexpr std::uint32_t kNone = UINT32_MAX;
 
   void Reserve(std::size_t count) { prefixes_.reserve(count); }
-  void Add(const Mask& mask, std::uint32_t space, std::uint32_t rank) {
-    Add(mask, space, rank, false);
-  }
-  void AddOther(const Mask& mask, std::uint32_t space, std::uint32_t rank) {
-    Add(mask, space, rank, true);
-  }
+  void Add(const Mask& mask, std::uint32_t rank) { Add(mask, rank, false); }
+  void AddOther(const Mask& mask, std::uint32_t rank) { Add(mask, rank, true); }
 
-  // The lowest ranks in an overlap within an address space; kNone for none.
+  // The lowest ranks in an overlap; kNone for none.
   struct Lowest {
     std::uint32_t rank = kNone;   // with one of the kind, of another rank
     std::uint32_t other = kNone;  // of another one, with one of the kind
   };
-  Lowest LowestOverlapping();
+  // ... and forgets all prefixes.
+  Lowest TakeLowest();
 
  private:
   struct Prefix {
-    typename SpaceAndAddress<Mask>::Words first;
+    typename AddressWords<Mask>::Type first;
     std::uint32_t rank;
-    std::uint16_t length;  // with the bits of the space
+    std::uint8_t length;
     bool is_other;
   };
   class Chain;
 
-  void Add(const Mask& mask, std::uint32_t space, std::uint32_t rank,
-           bool is_other);
+  void Add(const Mask& mask, std::uint32_t rank, bool is_other);
   void Sort();
+  void SortByDigits();
 
   std::vector<Prefix> prefixes_;
+  std::vector<Prefix> spare_;
 };
 
 }  // namespace ip_application::config_valid::internal

@@ -24,8 +24,10 @@ namespace ip_application::config_valid {
 class StaticRouteConfig;
 
 namespace internal {
+class EntryPaths;
 class HashIndex;
-}
+class KeyTexts;
+}  // namespace internal
 
 enum class ConfigAddrFamily : std::int32_t { kIpv4 = 4, kIpv6 = 6 };
 
@@ -108,7 +110,11 @@ class GenericConfig {
   // Tells the host's fault service of an address that is missing where one must
   // be.
   struct FaultSite;
-  static void ReportUnspecified(const FaultSite& site, const std::string& key);
+  static void ReportUnspecified(const FaultSite& site, const char* key);
+
+  // As get_key_list(), the keys of all entries in one piece of memory.
+  internal::KeyTexts ReadKeys(const std::string& path,
+                              unsigned int key_count) const;
 
  private:
   template <typename Mask>
@@ -159,8 +165,8 @@ class InterfaceConfig : public GenericConfig {
   struct Layout {
     const char* path;       // of the list
     const char* kind_word;  // with its blank
-    void (InterfaceConfig::*read_ipv4)(const std::string& entry,
-                                       const std::string& key,
+    void (InterfaceConfig::*read_ipv4)(const char* key,
+                                       internal::EntryPaths* paths,
                                        Interface* interface) const;
     bool has_vlan;
   };
@@ -169,13 +175,13 @@ class InterfaceConfig : public GenericConfig {
 
   void ReadInterfaces(ConfigAddrFamily family, const Layout& layout);
 
-  // The IPv4 addresses below an entry of the list, by the layout of a kind.
-  void ReadPrimaryAndSecondaries(const std::string& entry,
-                                 const std::string& key,
+  // The IPv4 addresses below the entry that `paths` is in, by the layout of a
+  // kind.
+  void ReadPrimaryAndSecondaries(const char* key, internal::EntryPaths* paths,
                                  Interface* interface) const;
-  void ReadOnlyAddress(const std::string& entry, const std::string& key,
+  void ReadOnlyAddress(const char* key, internal::EntryPaths* paths,
                        Interface* interface) const;
-  void ReadAddressList(const std::string& entry, const std::string& key,
+  void ReadAddressList(const char* key, internal::EntryPaths* paths,
                        Interface* interface) const;
 
  private:

@@ -16,6 +16,7 @@
 #include "internal/maapi_owners.h"
 #include "internal/maapi_reads.h"
 #include "internal/model_tags.h"
+#include "internal/path_buffer.h"
 #include "static_route_config.h"
 #include "validate_logger.h"
 
@@ -24,6 +25,7 @@ namespace ip_application::config_valid {
 namespace {
 
 using internal::ElemValue;
+using internal::EntryPaths;
 using internal::HashIndex;
 using internal::MaapiCursor;
 using internal::RequireType;
@@ -71,10 +73,6 @@ constexpr internal::AssertionSite kPathEndsInNode = {
     "ip_application::config_valid::Config::intf_type_from_confd_path("
     "confd_hkeypath_t*)"};
 
-std::string EntryPath(const std::string& list, const std::string& key) {
-  return list + "{" + key + "}";
-}
-
 // Of what makes two rows one assignment.
 std::size_t HashOfAssignment(const OspfIf& ospf_if) {
   constexpr std::size_t kFactor = 31;
@@ -104,12 +102,11 @@ struct GenericConfig::FaultSite {
   int line;
 };
 
-void GenericConfig::ReportUnspecified(const FaultSite& site,
-                                      const std::string& key) {
+void GenericConfig::ReportUnspecified(const FaultSite& site, const char* key) {
   char message[350];
   static_cast<void>(std::snprintf(message, sizeof(message),
                                   "Unspecified %s address for key '%s'",
-                                  site.family, key.c_str()));
+                                  site.family, key));
   hostmw_gen_fault(0, site.function, kSource, site.line, message);
 }
 
@@ -170,6 +167,12 @@ std::list<std::string> GenericConfig::get_key_list(
   return internal::ReadFirstKeys<kKeyTextSize>(sock_, trans_->thandle, path);
 }
 
+internal::KeyTexts GenericConfig::ReadKeys(const std::string& path,
+                                           unsigned int key_count) const {
+  return internal::ReadKeyTexts<kKeyTextSize>(sock_, trans_->thandle, path,
+                                              key_count);
+}
+
 std::list<std::vector<std::string>> GenericConfig::get_key_list(
     const std::string& path, unsigned int key_count) const {
   std::list<std::vector<std::string>> rows;
@@ -207,8 +210,11 @@ std::list<Mask> GenericConfig::ReadMaskList(
     Mask (GenericConfig::*read)(const std::string&) const,
     const FaultSite& site) const {
   std::list<Mask> masks;
-  for (const std::string& key : get_key_list(path)) {
-    const Mask mask = (this->*read)(EntryPath(path, key) + "/ip");
+  const internal::KeyTexts keys = ReadKeys(path, 1);
+  EntryPaths paths(path);
+  for (const char* key : keys) {
+    paths.Enter(key);
+    const Mask mask = (this->*read)(paths.Below("/ip"));
     if (mask.IsUnspecified()) {
       ReportUnspecified(site, key);
     } else {
@@ -253,8 +259,10 @@ std::string GenericConfig::get_vrf_name_from_id(
   if (value.type != C_UINT32) return kGlobalVrf;
 
   const std::uint32_t index = IdVrfFromComponent(CONFD_GET_UINT32(&value));
-  const std::string path = std::string(kVrfConfigPath) + "/indexTOstring{" +
-                           std::to_string(index) + "}/vname";
+  std::string path;
+  path.reserve(sizeof(kVrfConfigPath) + 32);
+  path.append(kVrfConfigPath).append("/indexTOstring{");
+  path.append(std::to_string(index)).append("}/vname");
   // The path holds no conversion: it is the format itself.
   if (maapi_exists(sock_, trans_->thandle, path.c_str()) != 1) {
     return kGlobalVrf;
@@ -275,6 +283,7 @@ std::string GenericConfig::get_hex_from_bin(const confd_value_t& value) const {
   const unsigned char* octets = CONFD_GET_BINARY_PTR(&value);
   const unsigned int size = CONFD_GET_BINARY_SIZE(&value);
   std::string text;
+  text.reserve(std::size_t{size} * 3);
   // The first octet whatever the size: the daemon ends every value with a NUL.
   for (unsigned int i = 0; i == 0 || i < size; ++i) {
     if (i > 0) text += ':';
@@ -337,40 +346,42 @@ void InterfaceConfig::Append(Interface&& interface) {
 void InterfaceConfig::ReadInterfaces(ConfigAddrFamily family,
                                      const Layout& layout) {
   const std::string path = layout.path;
-  for (const std::string& key : get_key_list(path)) {
-    const std::string entry = EntryPath(path, key);
+  const internal::KeyTexts keys = ReadKeys(path, 1);
+  EntryPaths paths(path);
+  for (const char* key : keys) {
+    paths.Enter(key);
     Interface interface;
     if (family == ConfigAddrFamily::kIpv4) {
-      (this->*layout.read_ipv4)(entry, key, &interface);
+      (this->*layout.read_ipv4)(key, &paths, &interface);
     } else if (family == ConfigAddrFamily::kIpv6) {
-      interface.ipv6 = get_intf_ipv6_addr_mask_list(entry + "/ipv6/address");
+      interface.ipv6 =
+          get_intf_ipv6_addr_mask_list(paths.Below("/ipv6/address"));
     }
     if (layout.has_vlan) {
-      interface.lim_id = get_intf_lim_id(entry + "/lower-layer-if/vlan");
+      interface.lim_id = get_intf_lim_id(paths.Below("/lower-layer-if/vlan"));
     }
-    interface.vrf_name = get_vrf_name(entry + "/vrf");
-    interface.name = layout.kind_word + key;
+    interface.vrf_name = get_vrf_name(paths.Below("/vrf"));
+    interface.name.append(layout.kind_word).append(key);
     MergeConfigAndInsert(std::move(interface));
   }
 }
 
 // An l3 interface without a primary address is common, and no fault.
-void InterfaceConfig::ReadPrimaryAndSecondaries(const std::string& entry,
-                                                const std::string& /*key*/,
+void InterfaceConfig::ReadPrimaryAndSecondaries(const char* /*key*/,
+                                                EntryPaths* paths,
                                                 Interface* interface) const {
   const nettypes::IPv4AddrMask primary =
-      get_ipv4_addr_mask(entry + "/ipv4/address/ip");
+      get_ipv4_addr_mask(paths->Below("/ipv4/address/ip"));
   if (!primary.IsUnspecified()) interface->ipv4.push_back(primary);
   interface->ipv4.splice(
       interface->ipv4.end(),
-      get_intf_ipv4_addr_mask_list(entry + "/ipv4/address/secondary"));
+      get_intf_ipv4_addr_mask_list(paths->Below("/ipv4/address/secondary")));
 }
 
-void InterfaceConfig::ReadOnlyAddress(const std::string& entry,
-                                      const std::string& key,
+void InterfaceConfig::ReadOnlyAddress(const char* key, EntryPaths* paths,
                                       Interface* interface) const {
   const nettypes::IPv4AddrMask address =
-      get_ipv4_addr_mask(entry + "/ipv4/address/ip");
+      get_ipv4_addr_mask(paths->Below("/ipv4/address/ip"));
   if (address.IsUnspecified()) {
     ReportUnspecified({"IPv4", "ReadConfig", 475}, key);
   } else {
@@ -378,10 +389,9 @@ void InterfaceConfig::ReadOnlyAddress(const std::string& entry,
   }
 }
 
-void InterfaceConfig::ReadAddressList(const std::string& entry,
-                                      const std::string& /*key*/,
+void InterfaceConfig::ReadAddressList(const char* /*key*/, EntryPaths* paths,
                                       Interface* interface) const {
-  interface->ipv4 = get_intf_ipv4_addr_mask_list(entry + "/ipv4/address");
+  interface->ipv4 = get_intf_ipv4_addr_mask_list(paths->Below("/ipv4/address"));
 }
 
 void L3Config::ReadConfig(ConfigAddrFamily family) {
@@ -423,7 +433,14 @@ void OspfIf::AddAddress(const nettypes::IPv4AddrMask& address) {
 
 void Ospfv2Config::ReadConfig(ConfigAddrFamily family) {
   if (family != ConfigAddrFamily::kIpv4) return;
-  for (const auto& keys : get_key_list(interface_path_, kOspfRowKeys)) {
+  const internal::KeyTexts texts = ReadKeys(interface_path_, kOspfRowKeys);
+  std::vector<std::string> keys(kOspfRowKeys);
+  auto text = texts.begin();
+  while (text != texts.end()) {
+    for (std::string& key : keys) {
+      key = *text;
+      ++text;
+    }
     ReadRow(keys);
   }
 }

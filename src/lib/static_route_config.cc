@@ -29,6 +29,9 @@ enum AddrType { kIpv4Type = 1, kIpv6Type = 2 };
 
 constexpr char kTablePath[] = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
 
+// Of the path of an output interface, but for the addresses.
+constexpr std::size_t kOutputPathSize = 72;
+
 constexpr char kSource[] = "src/lib/static_route_config";
 constexpr char kFunction[] =
     "std::__cxx11::string ip_application::config_valid::StaticRouteConfig::"
@@ -56,6 +59,14 @@ bool Find(const std::map<Key, std::shared_ptr<StaticRoute>>& routes,
   if (found == routes.end()) return false;
   *route = found->second;
   return true;
+}
+
+// Keeps the first route of a key. Rows come in the order of their keys for the
+// most part, so the end is tried first.
+template <typename Key>
+void Insert(Key key, const std::shared_ptr<StaticRoute>& route,
+            std::map<Key, std::shared_ptr<StaticRoute>>* routes) {
+  routes->try_emplace(routes->end(), std::move(key), route);
 }
 
 }  // namespace
@@ -94,14 +105,14 @@ void StaticRouteConfig::File(std::string intf_name, std::string vrf_name,
                              Routes<Mask, Addr>* routes) {
   const auto route = std::make_shared<StaticRouteOf<Mask, Addr>>(
       std::move(intf_name), std::move(vrf_name), network, next_hop);
-  const RouteKey<Mask> prefix = {route->vrf_name(), network};
+  const std::string& vrf = route->vrf_name();
+  RouteKey<Mask> prefix = {vrf, network};
   if (next_hop.is_unspecified()) {
-    routes->black_holes.emplace(prefix, route);
+    Insert(std::move(prefix), route, &routes->black_holes);
     return;
   }
-  routes->by_prefix.emplace(prefix, route);
-  routes->by_next_hop.emplace(RouteKey<Addr>{route->vrf_name(), next_hop},
-                              route);
+  Insert(std::move(prefix), route, &routes->by_prefix);
+  Insert(RouteKey<Addr>{vrf, next_hop}, route, &routes->by_next_hop);
   output_interfaces_.insert(route->intf_name());
 }
 
@@ -111,12 +122,17 @@ std::string StaticRouteConfig::GetIntfNameFromRoute(
   const std::string next_hop = get_hex_from_bin(cursor.keys[kNextHopAddr]);
   RequireType(cursor.keys[kNetworkPrefixLen], C_INT32, kPrefixLenIsInt32);
   RequireType(cursor.keys[kFteIndex], C_UINT32, kFteIndexIsUint32);
-  const std::string path =
-      "/rtmStaticRtEntry-global{ " +
-      std::to_string(CONFD_GET_UINT32(&cursor.keys[kFteIndex])) + " " +
-      network + " " +
-      Unsigned(CONFD_GET_INT32(&cursor.keys[kNetworkPrefixLen])) + " " +
-      next_hop + " }/interface-name";
+  std::string path;
+  path.reserve(kOutputPathSize + network.size() + next_hop.size());
+  path.append("/rtmStaticRtEntry-global{ ")
+      .append(std::to_string(CONFD_GET_UINT32(&cursor.keys[kFteIndex])))
+      .append(" ")
+      .append(network)
+      .append(" ")
+      .append(Unsigned(CONFD_GET_INT32(&cursor.keys[kNetworkPrefixLen])))
+      .append(" ")
+      .append(next_hop)
+      .append(" }/interface-name");
 
   // The path holds no conversion: it is the format itself.
   const int thandle = confd_trans()->thandle;

@@ -8,6 +8,7 @@
 #include <nettypes/ipv6.h>
 
 #include <cstddef>
+#include <cstring>
 #include <list>
 #include <string>
 
@@ -29,18 +30,61 @@ std::string PrintKey(const confd_value_t& key) {
   return text;
 }
 
-// First key of each entry of a list, in the order of the database.
+// Texts of keys in one piece of memory, in their order. No text holds a NUL.
+class KeyTexts {
+ public:
+  void Add(const char* key) { texts_.append(key, std::strlen(key) + 1); }
+
+  // `for (const char* key : keys)`.
+  class Iterator {
+   public:
+    explicit Iterator(const char* at) : at_(at) {}
+    const char* operator*() const { return at_; }
+    Iterator& operator++() {
+      at_ += std::strlen(at_) + 1;
+      return *this;
+    }
+    bool operator!=(const Iterator& other) const { return at_ != other.at_; }
+
+   private:
+    const char* at_;
+  };
+
+  Iterator begin() const { return Iterator(texts_.data()); }
+  Iterator end() const { return Iterator(texts_.data() + texts_.size()); }
+
+ private:
+  std::string texts_;  // each with its NUL
+};
+
+// The first keys of each entry of a list, in the order of the database, each as
+// text of at most `kSize` - 1 bytes.
 template <std::size_t kSize>
-std::list<std::string> ReadFirstKeys(int sock, int thandle,
-                                     const std::string& path) {
-  std::list<std::string> keys;
+KeyTexts ReadKeyTexts(int sock, int thandle, const std::string& path,
+                      unsigned int key_count) {
+  KeyTexts keys;
   if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return keys;
 
   MaapiCursor cursor(sock, thandle, path);
   for (const maapi_cursor& row : cursor) {
-    keys.push_back(PrintKey<kSize>(row.keys[0]));
+    for (unsigned int i = 0; i < key_count; ++i) {
+      char text[kSize];
+      text[0] = '\0';  // what a key that cannot be printed gives
+      static_cast<void>(confd_pp_value(text, sizeof(text), &row.keys[i]));
+      keys.Add(text);
+    }
   }
   return keys;
+}
+
+// The first key of each entry as a text of its own.
+template <std::size_t kSize>
+std::list<std::string> ReadFirstKeys(int sock, int thandle,
+                                     const std::string& path) {
+  const KeyTexts keys = ReadKeyTexts<kSize>(sock, thandle, path, 1);
+  std::list<std::string> texts;
+  for (const char* key : keys) texts.emplace_back(key);
+  return texts;
 }
 
 }  // namespace ip_application::config_valid::internal

@@ -293,9 +293,9 @@ bool ValidateConfig::InterfaceIPv6MatchStaticRouteNextHop(
 template <typename Family>
 bool ValidateConfig::MatchesNextHop(const Interface& interface,
                                     const StaticRouteConfig& routes) {
+  RouteKey<typename Family::Addr> key = {interface.vrf_name, {}};
   for (const auto& mask : Family::AddressesOf(interface)) {
-    const RouteKey<typename Family::Addr> key = {interface.vrf_name,
-                                                 mask.addr()};
+    key.addr = mask.addr();
     std::shared_ptr<StaticRoute> route;
     if (!routes.FindNextHop(key, route)) continue;
     error_text_ = interface.name + Family::kAddressWord + mask.to_string() +

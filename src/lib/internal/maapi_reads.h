@@ -33,7 +33,10 @@ std::string PrintKey(const confd_value_t& key) {
 // Texts of keys in one piece of memory, in their order. No text holds a NUL.
 class KeyTexts {
  public:
-  void Add(const char* key) { texts_.append(key, std::strlen(key) + 1); }
+  void Add(const char* key) {
+    if (texts_.empty()) texts_.reserve(kUsualSize);
+    texts_.append(key, std::strlen(key) + 1);
+  }
 
   // `for (const char* key : keys)`.
   class Iterator {
@@ -54,6 +57,9 @@ class KeyTexts {
   Iterator end() const { return Iterator(texts_.data() + texts_.size()); }
 
  private:
+  // Some addresses of one interface.
+  static constexpr std::size_t kUsualSize = 96;
+
   std::string texts_;  // each with its NUL
 };
 

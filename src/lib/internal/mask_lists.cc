@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
-#include <utility>
 #include <vector>
+
+#include "internal/hash_index.h"
+#include "internal/prefix_sweep.h"
 
 namespace ip_application::config_valid::internal {
 
@@ -26,32 +29,21 @@ const Mask* FirstRepeatedByPairs(const std::list<Mask>& masks) {
   return nullptr;
 }
 
-// Sorted by address and then by place in the list, the first of some equal ones
-// stands in front of another.
+// As prefixes of one address each, equal addresses are what overlaps.
 template <typename Mask>
 const Mask* FirstRepeated(const std::list<Mask>& masks) {
   if (masks.size() <= kFew) return FirstRepeatedByPairs(masks);
 
-  using Place = std::pair<const Mask*, std::size_t>;
-  std::vector<Place> places;
-  places.reserve(masks.size());
-  for (const Mask& mask : masks) places.emplace_back(&mask, places.size());
-  std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
-    if (a.first->addr() != b.first->addr()) {
-      return a.first->addr() < b.first->addr();
-    }
-    return a.second < b.second;
-  });
-
-  Place first = {nullptr, masks.size()};
-  for (std::size_t i = 1; i < places.size(); ++i) {
-    const Place& place = places[i - 1];
-    if (place.first->addr() == places[i].first->addr() &&
-        place.second < first.second) {
-      first = place;
-    }
+  PrefixSweep<Mask> sweep;
+  sweep.Reserve(masks.size());
+  std::uint32_t position = 0;
+  for (Mask mask : masks) {
+    mask.set_prefix_len(Mask::kMaxPrefixLen);
+    sweep.Add(mask, position++);
   }
-  return first.first;
+  const std::uint32_t first = sweep.TakeLowest().rank;
+  if (first == PrefixSweep<Mask>::kNone) return nullptr;
+  return &*std::next(masks.begin(), static_cast<std::ptrdiff_t>(first));
 }
 
 // Whether an address is among those of a list.
@@ -59,20 +51,33 @@ class Membership {
  public:
   explicit Membership(const std::list<IPv4AddrMask>& masks) : masks_(masks) {
     if (masks.size() <= kFew) return;
-    sorted_.assign(masks.begin(), masks.end());
-    std::sort(sorted_.begin(), sorted_.end());
+    index_.Reserve(masks.size());
+    records_.reserve(masks.size());
+    for (const IPv4AddrMask& mask : masks) {
+      records_.push_back(&mask);
+      index_.Add(HashOf(mask));
+    }
   }
 
   bool Has(const IPv4AddrMask& mask) const {
-    if (sorted_.empty()) {
+    if (records_.empty()) {
       return std::find(masks_.begin(), masks_.end(), mask) != masks_.end();
     }
-    return std::binary_search(sorted_.begin(), sorted_.end(), mask);
+    return index_.Find(HashOf(mask), [&](auto position) {
+      return *records_[position] == mask;
+    }) != HashIndex::kNone;
   }
 
  private:
+  // Neighbouring addresses are far apart (Fibonacci hashing).
+  static std::size_t HashOf(const IPv4AddrMask& mask) {
+    const std::uint32_t mixed = mask.addr().to_uint32() * 2654435769U;
+    return mixed ^ mixed >> 16U ^ static_cast<std::uint32_t>(mask.prefix_len());
+  }
+
   const std::list<IPv4AddrMask>& masks_;
-  std::vector<IPv4AddrMask> sorted_;  // empty where there are few
+  HashIndex index_;
+  std::vector<const IPv4AddrMask*> records_;  // empty where there are few
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // Questions to the addresses of one interface, answered without comparing each
-// with each: a list is sorted by address, n log n, unless it is so short that
-// the comparisons cost less.
+// with each: by the sweep over prefixes and by hash, both linear. A list so
+// short that the comparisons cost less is compared.
 #ifndef IPAV_SRC_LIB_INTERNAL_MASK_LISTS_H_
 #define IPAV_SRC_LIB_INTERNAL_MASK_LISTS_H_
 

@@ -69,7 +69,7 @@ const Mask* FirstOverlapping(const std::list<Mask>& masks,
   for (const Mask& mask : masks) sweep.AddOther(mask, position++);
   const std::uint32_t first = sweep.TakeLowest().other;
   if (first == PrefixSweep<Mask>::kNone) return nullptr;
-  return &*std::next(masks.begin(), first);
+  return &*std::next(masks.begin(), static_cast<std::ptrdiff_t>(first));
 }
 
 // Whether the two interfaces, of which one has few prefixes, overlap.
@@ -123,15 +123,44 @@ std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
   return {mask, FirstOverlapping(*mask, others)};
 }
 
-template <typename Mask>
-OverlapSearch<Mask>::OverlapSearch(const InterfaceConfig& changed,
-                                   const std::vector<InterfaceConfig*>& all)
+OverlapSides::OverlapSides(const InterfaceConfig& changed,
+                           const std::vector<InterfaceConfig*>& all)
     : interfaces_(changed.interfaces()) {
   others_.reserve(all.size());
   for (const InterfaceConfig* reader : all) {
     if (reader->type() == changed.type()) continue;
     others_.push_back(&reader->interfaces());
   }
+}
+
+auto OverlapSides::MembersBySpace() const -> std::vector<Member> {
+  std::size_t count = interfaces_.size();
+  for (const Interfaces* others : others_) count += others->size();
+
+  std::vector<Member> members;
+  members.reserve(count);
+  AddressSpaces spaces;
+  const auto add = [&](const Interface& interface, std::uint32_t rank,
+                       bool is_other) {
+    members.push_back(
+        {&interface, rank, spaces.NumberOf(interface.vrf_name), is_other});
+  };
+  std::uint32_t rank = 0;
+  for (const Interface& interface : interfaces_) add(interface, rank++, false);
+  rank = 0;
+  for (const Interfaces* others : others_) {
+    for (const Interface& other : *others) add(other, rank++, true);
+  }
+
+  std::vector<Member> spare;
+  std::uint32_t bit = 0;
+  for (auto left = spaces.highest(); left != 0; left /= kDigits) {
+    SortByDigit(
+        [=](const Member& member) { return (member.space >> bit) % kDigits; },
+        &members, &spare);
+    bit += kDigitBits;
+  }
+  return members;
 }
 
 template <typename Mask>
@@ -203,11 +232,7 @@ void OverlapSearch<Mask>::SweepOnce() {
     sweep.Reserve(count);
     for (; it != end; ++it) {
       for (const Mask& mask : AddressesOf<Mask>(*it->interface)) {
-        if (it->is_other) {
-          sweep.AddOther(mask, it->rank);
-        } else {
-          sweep.Add(mask, it->rank);
-        }
+        sweep.Add(mask, it->rank, it->is_other);
       }
     }
     const auto lowest = sweep.TakeLowest();
@@ -215,37 +240,6 @@ void OverlapSearch<Mask>::SweepOnce() {
     first_other_ = std::min(first_other_, lowest.other);
   }
   is_swept_ = true;
-}
-
-template <typename Mask>
-auto OverlapSearch<Mask>::MembersBySpace() const -> std::vector<Member> {
-  std::size_t count = interfaces_.size();
-  for (const Interfaces* others : others_) count += others->size();
-
-  std::vector<Member> members;
-  members.reserve(count);
-  AddressSpaces spaces;
-  const auto add = [&](const Interface& interface, std::uint32_t rank,
-                       bool is_other) {
-    members.push_back(
-        {&interface, rank, spaces.NumberOf(interface.vrf_name), is_other});
-  };
-  std::uint32_t rank = 0;
-  for (const Interface& interface : interfaces_) add(interface, rank++, false);
-  rank = 0;
-  for (const Interfaces* others : others_) {
-    for (const Interface& other : *others) add(other, rank++, true);
-  }
-
-  std::vector<Member> spare;
-  std::uint32_t bit = 0;
-  for (auto left = spaces.highest(); left != 0; left /= kDigits) {
-    SortByDigit(
-        [=](const Member& member) { return (member.space >> bit) % kDigits; },
-        &members, &spare);
-    bit += kDigitBits;
-  }
-  return members;
 }
 
 using nettypes::IPv4AddrMask;

@@ -27,13 +27,35 @@ template <typename Mask>
 std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
                                                  const Interface& second);
 
+// The interfaces of one kind and those of the other kinds; borrowed.
+class OverlapSides {
+ protected:
+  struct Member {
+    const Interface* interface;
+    std::uint32_t rank;  // position; of others by reader and position
+    std::uint32_t space;
+    bool is_other;
+  };
+
+  OverlapSides(const InterfaceConfig& changed,
+               const std::vector<InterfaceConfig*>& all);
+  ~OverlapSides() = default;
+
+  // All interfaces, those of one address space together.
+  std::vector<Member> MembersBySpace() const;
+
+  const std::vector<Interface>& interfaces_;
+  std::vector<const std::vector<Interface>*> others_;  // by reader
+};
+
 // Overlaps of the interfaces of one kind with each other and with those of the
-// other kinds; the readers are borrowed.
+// other kinds.
 template <typename Mask>
-class OverlapSearch {
+class OverlapSearch : private OverlapSides {
  public:
   OverlapSearch(const InterfaceConfig& changed,
-                const std::vector<InterfaceConfig*>& all);
+                const std::vector<InterfaceConfig*>& all)
+      : OverlapSides(changed, all) {}
 
   // The first interface of the kind, behind that one, that overlaps with it, or
   // null. To be asked in the order of the interfaces and no more behind an
@@ -46,23 +68,11 @@ class OverlapSearch {
   std::pair<const Interface*, const Interface*> FirstOfOtherKinds();
 
  private:
-  struct Member {
-    const Interface* interface;
-    std::uint32_t rank;
-    std::uint32_t space;
-    bool is_other;
-  };
-
   std::pair<const Interface*, const Interface*> FirstOtherByPairs() const;
   bool HasFewPrefixes() const;
   void SweepOnce();
-  std::vector<Member> MembersBySpace() const;
 
-  const std::vector<Interface>& interfaces_;
-  std::vector<const std::vector<Interface>*> others_;  // by reader
-
-  // Known once they are needed; ranks are positions, those of the others by
-  // reader and position.
+  // The lowest ranks, known once they are needed.
   bool is_swept_ = false;
   std::uint32_t first_in_overlap_ = UINT32_MAX;
   std::uint32_t first_other_ = UINT32_MAX;

@@ -1,7 +1,6 @@
 #include "internal/prefix_sweep.h"
 
 #include <algorithm>
-#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -51,6 +50,14 @@ bool Contains(const Prefix& first, const Prefix& other) {
     if ((differing & LeadingBits<Word>(i, first.length)) != 0) return false;
   }
   return true;
+}
+
+template <typename Prefix>
+bool IsBefore(const Prefix& a, const Prefix& b) {
+  for (std::size_t i = 0; i < a.first.size(); ++i) {
+    if (a.first[i] != b.first[i]) return a.first[i] < b.first[i];
+  }
+  return a.length < b.length;
 }
 
 // The lowest rank, and the lowest one but for it.
@@ -126,6 +133,17 @@ class PrefixSweep<Mask>::Chain {
 };
 
 template <typename Mask>
+PrefixSweep<Mask>::PrefixSweep() = default;
+
+template <typename Mask>
+PrefixSweep<Mask>::~PrefixSweep() = default;
+
+template <typename Mask>
+void PrefixSweep<Mask>::Reserve(std::size_t count) {
+  prefixes_.reserve(count);
+}
+
+template <typename Mask>
 void PrefixSweep<Mask>::Add(const Mask& mask, std::uint32_t rank,
                             bool is_other) {
   using Word = typename AddressWords<Mask>::Type::value_type;
@@ -145,12 +163,13 @@ void PrefixSweep<Mask>::Sort() {
     SortByDigits();
     return;
   }
-  const auto less = [](const Prefix& a, const Prefix& b) {
-    return a.first != b.first ? a.first < b.first : a.length < b.length;
-  };
-  for (auto it = prefixes_.begin(); it != prefixes_.end(); ++it) {
-    std::rotate(std::upper_bound(prefixes_.begin(), it, *it, less), it,
-                std::next(it));
+  for (std::size_t i = 1; i < prefixes_.size(); ++i) {
+    const Prefix prefix = prefixes_[i];
+    std::size_t at = i;
+    for (; at > 0 && IsBefore(prefix, prefixes_[at - 1]); --at) {
+      prefixes_[at] = prefixes_[at - 1];
+    }
+    prefixes_[at] = prefix;
   }
 }
 
@@ -169,18 +188,17 @@ void PrefixSweep<Mask>::SortByDigits() {
     }
   }
 
-  if (lengths != 0) {
-    SortByDigit([](const Prefix& prefix) { return prefix.length; }, &prefixes_,
-                &spare_);
-  }
-  for (std::size_t i = words.size(); i-- > 0;) {
+  // The length as a word behind the others.
+  for (std::size_t i = words.size() + 1; i-- > 0;) {
+    const bool is_length = i == words.size();
+    const Word differing = is_length ? lengths : words[i];
     for (std::uint32_t bit = 0; bit < kBitsOf<Word>; bit += kDigitBits) {
-      if ((words[i] >> bit) % kDigits == 0) continue;
-      SortByDigit(
-          [=](const Prefix& prefix) {
-            return static_cast<std::size_t>((prefix.first[i] >> bit) % kDigits);
-          },
-          &prefixes_, &spare_);
+      if ((differing >> bit) % kDigits == 0) continue;
+      const auto digit = [=](const Prefix& prefix) {
+        const Word word = is_length ? prefix.length : prefix.first[i];
+        return static_cast<std::size_t>((word >> bit) % kDigits);
+      };
+      SortByDigit(digit, &prefixes_, &spare_);
     }
   }
 }

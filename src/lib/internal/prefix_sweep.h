@@ -41,8 +41,14 @@ class PrefixSweep {
  public:
   static constexpr std::uint32_t kNone = UINT32_MAX;
 
-  void Reserve(std::size_t count) { prefixes_.reserve(count); }
-  void Add(const Mask& mask, std::uint32_t rank) { Add(mask, rank, false); }
+  // Not inline, as every caller would hold the code.
+  PrefixSweep();
+  ~PrefixSweep();
+  PrefixSweep(const PrefixSweep&) = delete;
+  PrefixSweep& operator=(const PrefixSweep&) = delete;
+
+  void Reserve(std::size_t count);
+  void Add(const Mask& mask, std::uint32_t rank, bool is_other = false);
   void AddOther(const Mask& mask, std::uint32_t rank) { Add(mask, rank, true); }
 
   // The lowest ranks in an overlap; kNone for none.
@@ -62,7 +68,6 @@ class PrefixSweep {
   };
   class Chain;
 
-  void Add(const Mask& mask, std::uint32_t rank, bool is_other);
   void Sort();
   void SortByDigits();
 

@@ -1,10 +1,11 @@
 // Which interfaces overlap, as a walk over all pairs would find them first,
 // without that walk.
 //
-// A sweep over all prefixes (prefix_sweep.h) tells the one interface of which a
-// partner has to be looked for, or that there is none: n log n. Where one side
-// has few prefixes each is compared with all of the other side, which is
-// quicker than any index and as good as linear.
+// One sweep over the prefixes of each address space (prefix_sweep.h) tells the
+// interface of which a partner has to be looked for, or that there is none: a
+// constant number of passes over all prefixes. Where one side has few prefixes
+// each is compared with all of the other side, which is quicker than any index
+// and linear as well.
 #ifndef IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
 #define IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
 

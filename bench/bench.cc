@@ -188,12 +188,16 @@ std::vector<OspfIf> OspfRecords(int rows) {
 // Both families' reads, as far as the records go.
 void RegisterMerge(int count) {
   const std::string what = "merge of interfaces/two reads";
+  const auto merge = [](const std::vector<Interface>& records,
+                        L3Config* reader) {
+    for (const auto& record : records) reader->MergeConfigAndInsert(record);
+  };
   Register(what, "indexed", count, [=](State& state) {
     const std::vector<Interface> records = Records(count);
     for (auto _ : state) {
       L3Config reader;
-      for (const auto& record : records) reader.MergeConfigAndInsert(record);
-      for (const auto& record : records) reader.MergeConfigAndInsert(record);
+      merge(records, &reader);
+      merge(records, &reader);
     }
   });
   if (count > kMostPlainInterfaces) return;

@@ -113,7 +113,9 @@ class Builder {
       const confd_value_t address = AddressOf(interface, k);
       const std::string key = AddressText(address);
       ThePlatform().AddRow(list, {TextValue(key)});
-      ThePlatform().SetLeaf(list + "{" + key + "}/ip", address);
+      std::string leaf = list;
+      leaf.append("{").append(key).append("}/ip");
+      ThePlatform().SetLeaf(leaf, address);
     }
   }
 

@@ -79,32 +79,41 @@ bool IsNextHop(const Interface& interface, const StaticRouteConfig& routes) {
   return false;
 }
 
+template <typename Family>
+std::string WithOtherKinds(const Config& config,
+                           const InterfaceConfig& changed) {
+  std::string text;
+  for (const InterfaceConfig* others : config.interface_configs()) {
+    if (others->type() == changed.type()) continue;
+    for (const Interface& other : others->interfaces()) {
+      for (const Interface& interface : changed.interfaces()) {
+        if (Overlap<Family>(interface, other, &text)) return text;
+      }
+    }
+  }
+  return "";
+}
+
+template <typename Family>
+bool AllUsable(const Interface& interface) {
+  return std::is_same_v<Family, Ipv6> ||
+         std::all_of(interface.ipv4.begin(), interface.ipv4.end(), IsUsable);
+}
+
 // Violations that no measured network has are told without their words.
 template <typename Family>
 std::string Addresses(const Config& config, const InterfaceConfig& changed) {
   std::string text;
   const std::vector<Interface>& interfaces = changed.interfaces();
   for (auto it = interfaces.begin(); it != interfaces.end(); ++it) {
-    if constexpr (std::is_same_v<Family, Ipv4>) {
-      if (!std::all_of(it->ipv4.begin(), it->ipv4.end(), IsUsable)) {
-        return "unusable";
-      }
-    }
+    if (!AllUsable<Family>(*it)) return "unusable";
     if (HasDuplicate<Family>(*it)) return "duplicate";
     for (auto later = std::next(it); later != interfaces.end(); ++later) {
       if (Overlap<Family>(*it, *later, &text)) return text;
     }
     if (IsNextHop<Family>(*it, config.static_route_config())) return "next hop";
   }
-  for (const InterfaceConfig* others : config.interface_configs()) {
-    if (others->type() == changed.type()) continue;
-    for (const Interface& other : others->interfaces()) {
-      for (const Interface& interface : interfaces) {
-        if (Overlap<Family>(interface, other, &text)) return text;
-      }
-    }
-  }
-  return "";
+  return WithOtherKinds<Family>(config, changed);
 }
 
 using Masks = std::list<IPv4AddrMask>;

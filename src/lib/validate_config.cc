@@ -364,14 +364,13 @@ bool ValidateConfig::ValidateOspfv2CrossIfLoVrf(const LoConfig& lo,
 bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
                                           const Ospfv2Config& ospf,
                                           OspfRule rule) {
-  for (const auto& ospf_if : ospf.interfaces()) {
-    // Names are unique among the interfaces of a kind.
-    const Interface* interface = interfaces.FindByName(ospf_if->intf_name());
-    if (interface != nullptr && !(this->*rule)(*ospf_if, *interface)) {
-      return false;
-    }
-  }
-  return true;
+  const auto& assignments = ospf.interfaces();
+  return std::all_of(
+      assignments.begin(), assignments.end(), [&](const auto& ospf_if) {
+        // Names are unique among the interfaces of a kind.
+        const auto* interface = interfaces.FindByName(ospf_if->intf_name());
+        return interface == nullptr || (this->*rule)(*ospf_if, *interface);
+      });
 }
 
 bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,

@@ -52,16 +52,8 @@ const Mask* FirstOverlapping(const Mask& mask, const std::list<Mask>& others) {
 
 // The first of `masks` that overlaps with one of `others`, or null.
 template <typename Mask>
-const Mask* FirstOverlapping(const std::list<Mask>& masks,
-                             const std::list<Mask>& others) {
-  if (std::min(masks.size(), others.size()) <= kFewPrefixes) {
-    const auto found =
-        std::find_if(masks.begin(), masks.end(), [&](const Mask& mask) {
-          return FirstOverlapping(mask, others) != nullptr;
-        });
-    return found == masks.end() ? nullptr : &*found;
-  }
-
+const Mask* FirstBySweep(const std::list<Mask>& masks,
+                         const std::list<Mask>& others) {
   PrefixSweep<Mask> sweep;
   sweep.Reserve(masks.size() + others.size());
   for (const Mask& other : others) sweep.Add(other, 0);
@@ -72,16 +64,23 @@ const Mask* FirstOverlapping(const std::list<Mask>& masks,
   return &*std::next(masks.begin(), static_cast<std::ptrdiff_t>(first));
 }
 
+// The first pair in the order of both lists; null where there is none.
+template <typename Mask>
+std::pair<const Mask*, const Mask*> FirstPair(const std::list<Mask>& masks,
+                                              const std::list<Mask>& others) {
+  for (const Mask& mask : masks) {
+    for (const Mask& other : others) {
+      if (mask.Overlap(other)) return {&mask, &other};
+    }
+  }
+  return {};
+}
+
 // Whether the two interfaces, of which one has few prefixes, overlap.
 template <typename Mask>
 bool OverlapByPairs(const Interface& a, const Interface& b) {
-  if (!ShareAddressSpace(a.vrf_name, b.vrf_name)) return false;
-  for (const Mask& mask : AddressesOf<Mask>(a)) {
-    for (const Mask& other : AddressesOf<Mask>(b)) {
-      if (mask.Overlap(other)) return true;
-    }
-  }
-  return false;
+  return ShareAddressSpace(a.vrf_name, b.vrf_name) &&
+         FirstPair(AddressesOf<Mask>(a), AddressesOf<Mask>(b)).first != nullptr;
 }
 
 // The first interface from that position on that overlaps with `interface`, or
@@ -117,18 +116,21 @@ template <typename Mask>
 std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
                                                  const Interface& second) {
   if (!ShareAddressSpace(first.vrf_name, second.vrf_name)) return {};
+  const std::list<Mask>& masks = AddressesOf<Mask>(first);
   const std::list<Mask>& others = AddressesOf<Mask>(second);
-  const Mask* mask = FirstOverlapping(AddressesOf<Mask>(first), others);
+  if (std::min(masks.size(), others.size()) <= kFewPrefixes) {
+    return FirstPair(masks, others);
+  }
+  const Mask* mask = FirstBySweep(masks, others);
   if (mask == nullptr) return {};
   return {mask, FirstOverlapping(*mask, others)};
 }
 
-OverlapSides::OverlapSides(const InterfaceConfig& changed,
-                           const std::vector<InterfaceConfig*>& all)
-    : interfaces_(changed.interfaces()) {
-  others_.reserve(all.size());
-  for (const InterfaceConfig* reader : all) {
-    if (reader->type() == changed.type()) continue;
+void OverlapSides::CollectOthers() {
+  if (!others_.empty()) return;
+  others_.reserve(all_.size());
+  for (const InterfaceConfig* reader : all_) {
+    if (reader->type() == type_) continue;
     others_.push_back(&reader->interfaces());
   }
 }
@@ -178,6 +180,7 @@ const Interface* OverlapSearch<Mask>::FirstBehind(std::size_t position) {
 template <typename Mask>
 std::pair<const Interface*, const Interface*>
 OverlapSearch<Mask>::FirstOfOtherKinds() {
+  CollectOthers();
   if (!is_swept_ && HasFewPrefixes()) return FirstOtherByPairs();
   SweepOnce();
   std::size_t position = first_other_;
@@ -218,6 +221,7 @@ OverlapSearch<Mask>::FirstOtherByPairs() const {
 template <typename Mask>
 void OverlapSearch<Mask>::SweepOnce() {
   if (is_swept_) return;
+  CollectOthers();
   PrefixSweep<Mask> sweep;
   const std::vector<Member> members = MembersBySpace();
   for (auto it = members.begin(); it != members.end();) {

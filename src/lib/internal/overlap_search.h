@@ -39,14 +39,22 @@ class OverlapSides {
   };
 
   OverlapSides(const InterfaceConfig& changed,
-               const std::vector<InterfaceConfig*>& all);
+               const std::vector<InterfaceConfig*>& all)
+      : interfaces_(changed.interfaces()), type_(changed.type()), all_(all) {}
   ~OverlapSides() = default;
+
+  // Fills others_: late, as a violation found before needs none of that.
+  void CollectOthers();
 
   // All interfaces, those of one address space together.
   std::vector<Member> MembersBySpace() const;
 
   const std::vector<Interface>& interfaces_;
   std::vector<const std::vector<Interface>*> others_;  // by reader
+
+ private:
+  InterfaceType type_;
+  const std::vector<InterfaceConfig*>& all_;
 };
 
 // Overlaps of the interfaces of one kind with each other and with those of the

@@ -25,7 +25,7 @@ const std::vector<std::string>& Names() {
                                                  "\xc3\xa4",
                                                  "RED",
                                                  std::string(1, 0),
-                                                 "red\0",
+                                                 std::string("red") + '\0',
                                                  std::string(300, 'x')};
   return names;
 }

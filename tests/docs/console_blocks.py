@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""Runs the console blocks of a document and compares what they print.
+
+  console_blocks.py --bin DIR --examples DIR [--update] DOCUMENT
+
+A block of the kind "console" holds commands behind "$ ", continued behind
+"> ", and what each prints, standard output and standard error as they come. A
+line "..." stands for any lines. All blocks of a document run in one shell, one
+behind the other, in a folder of their own with a copy of the examples; a block
+below the line "<!-- not run -->" is left out. --update writes the real output
+into the document, to be looked at before it is committed.
+"""
+
+import argparse
+import difflib
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+NOT_RUN = "<!-- not run -->"
+ANY_LINES = "..."
+
+
+class Command:
+    def __init__(self, line):
+        self.line = line  # number of its first line, from 0
+        self.text = []
+        self.expected = []
+        self.end = line  # behind its expected output
+
+
+def commands_of(lines):
+    """The commands of a document, in their order."""
+    commands = []
+    inside = False
+    last_text = ""
+    for number, line in enumerate(lines):
+        if not inside:
+            inside = line == "```console" and last_text != NOT_RUN
+            if line.strip():
+                last_text = line
+            continue
+        if line == "```":
+            inside = False
+            last_text = line
+        elif line.startswith("$ "):
+            commands.append(Command(number))
+            commands[-1].text.append(line[2:])
+        elif line.startswith("> ") and not commands[-1].expected:
+            commands[-1].text.append(line[2:])
+        else:
+            commands[-1].expected.append(line)
+        if inside and commands:
+            commands[-1].end = number + 1
+    return commands
+
+
+def run(commands, arguments):
+    """What each command prints, as lines."""
+    with tempfile.TemporaryDirectory() as folder:
+        work = os.path.join(folder, "work")
+        shutil.copytree(arguments.examples, os.path.join(work, "examples"))
+        script = []
+        for number, command in enumerate(commands):
+            script += [
+                f"exec >{folder}/{number} 2>&1",
+                # The status that the command before left.
+                "(exit ${status:-0})",
+                *command.text,
+                "status=$?",
+            ]
+        environment = dict(os.environ, LC_ALL="C.UTF-8", HOME=work)
+        path = os.path.abspath(arguments.bin)
+        environment["PATH"] = path + ":" + environment["PATH"]
+        subprocess.run(
+            ["bash", "-c", "\n".join(script)],
+            cwd=work,
+            env=environment,
+            stdin=subprocess.DEVNULL,
+            timeout=100,
+            check=False,
+        )
+        return [
+            read_lines(os.path.join(folder, str(number)))
+            for number in range(len(commands))
+        ]
+
+
+def read_lines(path):
+    if not os.path.exists(path):
+        return ["(not run: the shell ended before)"]
+    with open(path, encoding="utf-8") as file:
+        return file.read().splitlines()
+
+
+def matches(expected, printed):
+    pattern = "".join(
+        "(?:.*\n)*?" if line == ANY_LINES else re.escape(line) + "\n"
+        for line in expected
+    )
+    return re.fullmatch(pattern, "".join(line + "\n" for line in printed))
+
+
+def update(path, lines, commands, outputs):
+    for command, printed in reversed(list(zip(commands, outputs))):
+        if ANY_LINES not in command.expected:
+            begin = command.line + len(command.text)
+            lines[begin : command.end] = printed
+    with open(path, "w", encoding="utf-8") as file:
+        file.write("\n".join(lines) + "\n")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--bin", required=True, help="folder of ipav")
+    parser.add_argument("--examples", required=True)
+    parser.add_argument("--update", action="store_true")
+    parser.add_argument("document")
+    arguments = parser.parse_args()
+
+    lines = read_lines(arguments.document)
+    commands = commands_of(lines)
+    if not commands:
+        sys.exit(f"{arguments.document}: no command to run")
+    outputs = run(commands, arguments)
+    if arguments.update:
+        update(arguments.document, lines, commands, outputs)
+        return
+
+    failed = 0
+    for command, printed in zip(commands, outputs):
+        if matches(command.expected, printed):
+            continue
+        failed += 1
+        print(f"{arguments.document}:{command.line + 1}: {command.text[0]}")
+        print(
+            "\n".join(
+                difflib.unified_diff(
+                    command.expected, printed, "document", "printed", lineterm=""
+                )
+            )
+        )
+    print(f"{len(commands)} commands, {failed} that print something else")
+    sys.exit(1 if failed else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -209,6 +209,36 @@ TEST(BadDataFile, ListInPlaceOfAnObjectIsRefused) {
   ErrorOfFile("data.json", "[" + JsonL3With("\"mtu\": 1500") + "]");
 }
 
+TEST(BadDataFile, JsonNumberThatNoNumberHoldsIsNamedWithTheFile) {
+  for (const char* number : {"1e999", "-1e999", "1e99999999999"}) {
+    const std::string error =
+        ErrorOfFile("data.json", JsonL3With(std::string("\"mtu\": ") + number));
+    EXPECT_TRUE(Contains(error, number)) << error;
+    EXPECT_TRUE(Contains(error, "number overflow")) << error;
+  }
+}
+
+TEST(BadDataFile, CharacterOfNoXmlTextTellsItsLineAlsoInsideCdata) {
+  for (const std::string character : {"\x01", "\x08", "\x0b", "\x0c", "\x1f",
+                                      "\xef\xbf\xbe", "\xef\xbf\xbf"}) {
+    for (const std::string& leaf :
+         {"<vrf><![CDATA[r" + character + "d]]></vrf>",
+          "<vrf>r" + character + "d</vrf>"}) {
+      EXPECT_EQ(ErrorOfFile("data.xml", L3With(leaf)),
+                "data.xml:5: contains a character that is in no XML text");
+    }
+  }
+}
+
+TEST(DataFile, MayHoldTheCharactersBesideThoseOfNoXmlText) {
+  for (const std::string character : {"\t", "\x7f", "\xc2\x80", "\xee\xbf\xbf",
+                                      "\xef\xbf\xbd", "\xf0\x90\x80\x80"}) {
+    EXPECT_NE(NodeAt(Read(L3With("<vrf><![CDATA[r" + character + "d]]></vrf>")),
+                     "/config/interface/l3{a}/vrf"),
+              nullptr);
+  }
+}
+
 // --- Data that the model does not have
 
 TEST(BadData, UnknownNodeTellsItsLineAndName) {

@@ -7,10 +7,12 @@
 #include <cstddef>
 #include <vector>
 
+#include "base/stopwatch.h"
 #include "commit/commit.h"
 #include "datastore/data_tree.h"
 #include "datastore/model.h"
 #include "reading_time.h"
+#include "timing.h"
 
 namespace ipav::cli {
 
@@ -117,14 +119,22 @@ void PrintReport(const std::string& file, const Outcome& outcome,
 
 DataTree Read(const Model& model, const std::string& file,
               const CheckOptions& options) {
-  const ReadingTime time(file, options.time_limit);
-  return DataTree::FromFile(model, file, options.max_input_size);
+  datastore::ReadingTimes times;
+  DataTree tree = [&] {
+    const ReadingTime limit(file, options.time_limit);
+    return DataTree::FromFile(model, file, options.max_input_size, &times);
+  }();
+  if (options.timing) PrintTimes(file, times);
+  return tree;
 }
 
 }  // namespace
 
 ExitStatus Check(const Locations& locations, const CheckOptions& options) {
+  base::Stopwatch total;
+  base::Stopwatch watch;
   const Model model(locations.yang_dir, locations.yang_extension);
+  if (options.timing) PrintTime("data model", watch.Lap());
   const DataTree running = options.running.empty()
                                ? DataTree::Empty(model)
                                : Read(model, options.running, options);
@@ -140,8 +150,10 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
         commit::RunCommit(running, candidates[i],
                           {locations.plugin, options.all, options.time_limit});
     PrintReport(options.candidates[i], outcome, options);
+    if (options.timing) PrintTimes(options.candidates[i], outcome.times);
     worst = std::max(worst, StatusOf(outcome.verdict));
   }
+  if (options.timing) PrintTime("total", total.Lap());
   return worst;
 }
 

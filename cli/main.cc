@@ -81,6 +81,8 @@ int Run(int argc, char** argv) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options.verbose,
                   "Show debug lines and platform calls");
+  check->add_flag("--timing", options.timing,
+                  "Show where the time went, on standard error");
   AddLimitOptions(check, &limits);
   check
       ->add_option("candidate", options.candidates,

@@ -2,10 +2,12 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <string_view>
 
+#include "base/stopwatch.h"
 #include "commit/child.h"
 #include "commit/plan.h"
 #include "confd/session.h"
@@ -36,11 +38,19 @@ constexpr char kDebugLine = 'D';   // line
 constexpr char kCalls = 'C';       // name, number
 constexpr char kLeftOpen = 'O';    // what, number
 constexpr char kFailed = 'X';      // why
+constexpr char kTook = 'L';        // loading, planning, points
+constexpr char kPointTook = 'M';   // point, calls, platform calls, time
 constexpr char kFinished = 'E';
 
 // A warning is for the operator to think about, and no refusal.
 bool IsAccepting(std::int32_t result) {
   return result == CONFD_OK || result == CONFD_VALIDATION_WARN;
+}
+
+// A time on the line, in nanoseconds.
+std::string Encode(base::Duration time) { return std::to_string(time.count()); }
+base::Duration Decode(const std::string& text) {
+  return base::Duration(std::stoll(text));
 }
 
 // What was thrown, for a catch (...) block.
@@ -111,10 +121,16 @@ class Validation {
   void Run(const std::vector<PointCall>& plan, bool all) {
     if (!Init()) return;
     for (const PointCall& call : plan) {
-      if (!Call(call) && !all) break;
+      if (!TimedCall(call) && !all) break;
     }
     Finish();
     ReportLeftOpen();
+    for (const PointTimes& point : times_) {
+      reporter_.Send(
+          {kPointTook,
+           {point.opaque, std::to_string(point.calls),
+            std::to_string(point.platform_calls), Encode(point.time)}});
+    }
     for (const auto& [name, count] : session_.calls()) {
       reporter_.Send({kCalls, {std::string(name), std::to_string(count)}});
     }
@@ -156,6 +172,27 @@ class Validation {
     }
   }
 
+  bool TimedCall(const PointCall& call) {
+    PointTimes& times = TimesOf(call.site->opaque);
+    const std::uint64_t platform_calls = session_.call_count();
+    base::Stopwatch watch;
+    const bool goes_on = Call(call);
+    times.time += watch.Lap();
+    times.platform_calls += session_.call_count() - platform_calls;
+    ++times.calls;
+    return goes_on;
+  }
+
+  // There are about a dozen; mostly it is the last one.
+  PointTimes& TimesOf(const std::string& opaque) {
+    const auto found = std::find_if(
+        times_.rbegin(), times_.rend(),
+        [&](const PointTimes& times) { return times.opaque == opaque; });
+    if (found != times_.rend()) return *found;
+    times_.push_back({opaque, 0, 0, {}});
+    return times_.back();
+  }
+
   // Whether the commit goes on.
   bool Call(const PointCall& call) {
     const datastore::UseSite& site = *call.site;
@@ -192,6 +229,7 @@ class Validation {
   services::LibraryContexts contexts_;
   void** slot_;
   std::string opaque_;  // of the running call
+  std::vector<PointTimes> times_;
 };
 
 // The plan without the use sites of other validation sets.
@@ -269,6 +307,16 @@ class OutcomeReader {
         outcome_.left_open.push_back(texts[1] + " " + texts[0] +
                                      (texts[1] == "1" ? "" : "s"));
         break;
+      case kTook:
+        outcome_.times.loading = Decode(texts[0]);
+        outcome_.times.planning = Decode(texts[1]);
+        outcome_.times.points = Decode(texts[2]);
+        break;
+      case kPointTook:
+        outcome_.times.of_points.push_back({texts[0], std::stoull(texts[1]),
+                                            std::stoull(texts[2]),
+                                            Decode(texts[3])});
+        break;
       case kFinished:
         finished_ = true;
         break;
@@ -323,6 +371,34 @@ class OutcomeReader {
   bool finished_ = false;  // the child got to its end
 };
 
+// The whole of what the child does.
+void RunLife(const DataTree& running, const DataTree& candidate,
+             const Diff& diff, const Options& options,
+             const Reporter& reporter) {
+  try {
+    base::Stopwatch watch;
+    reporter.Send({kEnters, {"while it was loaded"}});
+    const Plugin plugin(options.plugin);
+    reporter.Send({kEnters, {"in get_validation_point"}});
+    const std::string point = plugin.ValidationPoint();
+    const base::Duration loading = watch.Lap();
+
+    reporter.Send({kEnters, {"while its calls were planned"}});
+    const std::vector<PointCall> plan = PlanFor(point, candidate, diff);
+    reporter.Send({kPlanned, {std::to_string(plan.size())}});
+    const base::Duration planning = watch.Lap();
+
+    Validation(plugin, running, candidate, diff, reporter)
+        .Run(plan, options.all);
+    reporter.Send(
+        {kTook, {Encode(loading), Encode(planning), Encode(watch.Lap())}});
+  } catch (const PluginError& error) {
+    reporter.Send({kNoPlugin, {error.what()}});
+  } catch (...) {
+    reporter.Send({kFailed, {WhatWasThrown()}});
+  }
+}
+
 }  // namespace
 
 bool Accepts(const Answer& answer) {
@@ -331,26 +407,17 @@ bool Accepts(const Answer& answer) {
 
 Outcome RunCommit(const DataTree& running, const DataTree& candidate,
                   const Options& options) {
+  base::Stopwatch watch;
   const Diff diff(running, candidate);
+  const base::Duration diff_time = watch.Lap();
   const auto validate = [&](const Reporter& reporter) {
-    try {
-      reporter.Send({kEnters, {"while it was loaded"}});
-      const Plugin plugin(options.plugin);
-      reporter.Send({kEnters, {"in get_validation_point"}});
-      const std::string point = plugin.ValidationPoint();
-      reporter.Send({kEnters, {"while its calls were planned"}});
-      const std::vector<PointCall> plan = PlanFor(point, candidate, diff);
-      reporter.Send({kPlanned, {std::to_string(plan.size())}});
-      Validation(plugin, running, candidate, diff, reporter)
-          .Run(plan, options.all);
-    } catch (const PluginError& error) {
-      reporter.Send({kNoPlugin, {error.what()}});
-    } catch (...) {
-      reporter.Send({kFailed, {WhatWasThrown()}});
-    }
+    RunLife(running, candidate, diff, options, reporter);
   };
   const ChildReport report = RunInChild(validate, options.time_limit);
-  return OutcomeReader(options.time_limit).Read(report);
+  Outcome outcome = OutcomeReader(options.time_limit).Read(report);
+  outcome.times.diff = diff_time;
+  outcome.times.child = watch.Lap();
+  return outcome;
 }
 
 }  // namespace ipav::commit

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/stopwatch.h"
 #include "base/time_limit.h"
 #include "datastore/data_tree.h"
 
@@ -33,6 +34,26 @@ struct Answer {
 // Whether the commit goes on behind it, as it does behind a warning.
 bool Accepts(const Answer& answer);
 
+// All calls of one validation point, whatever they said.
+struct PointTimes {
+  std::string opaque;
+  std::uint64_t calls = 0;
+  std::uint64_t platform_calls = 0;  // that the point made
+  base::Duration time{};
+};
+
+// Where the time of a commit went. What a child that failed did not come to
+// tell is zero, or missing.
+struct CommitTimes {
+  base::Duration diff{};
+  base::Duration child{};             // the process, from its start to its end;
+                                      // of this time:
+  base::Duration loading{};           //   the plug-in
+  base::Duration planning{};          //   which points run, and for what
+  base::Duration points{};            //   from lib_init to lib_finish
+  std::vector<PointTimes> of_points;  // each, in the order of their first call
+};
+
 enum class Verdict { kAccepted, kRefused, kPluginFailed };
 
 struct Outcome {
@@ -49,6 +70,7 @@ struct Outcome {
   std::vector<std::string> left_open;  // what its end found: "2 cursors"
   std::vector<std::string> debug_lines;
   std::map<std::string, std::uint64_t> calls;  // of the platform, by name
+  CommitTimes times;
 };
 
 // Runs the validation points that the changes ask for, in a child process,

@@ -15,7 +15,7 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
   va_start(args, fmt);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfCdbSocket(sock);
-    session.CountCall("cdb_get_int32");
+    session.CountCall(confd::PlatformCall::kCdbGetInt32);
     *rval = confd::ReadLeaf(session.running(), C_INT32, fmt, args)->val.i32;
     return CONFD_OK;
   });

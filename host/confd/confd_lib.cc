@@ -106,7 +106,7 @@ char* confd_lasterr(void) { return ipav::confd::g_last_error.data(); }
 void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
   ipav::confd::Session* session = ipav::confd::Session::Current();
   if (session == nullptr || tctx != &session->context()) return;
-  session->CountCall(__func__);
+  session->CountCall(ipav::confd::PlatformCall::kSetError);
 
   va_list args;
   va_start(args, fmt);
@@ -122,7 +122,8 @@ void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
 
 int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
   ipav::confd::Session* session = ipav::confd::Session::Current();
-  if (session != nullptr) session->CountCall(__func__);
+  if (session != nullptr)
+    session->CountCall(ipav::confd::PlatformCall::kPrintValue);
 
   const std::string text = ipav::confd::Print(*v);
   if (bufsiz > 0) {

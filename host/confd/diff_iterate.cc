@@ -145,7 +145,7 @@ int maapi_keypath_diff_iterate(
   std::exception_ptr thrown;
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall("maapi_keypath_diff_iterate");
+    session.CountCall(confd::PlatformCall::kDiffIterate);
     const confd::Walk walk(session, confd::FormatPath(fmtpath, args), iter,
                            initstate);
     thrown = walk.Run(session.diff().top());

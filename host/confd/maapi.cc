@@ -37,7 +37,7 @@ Target ResolveList(const Session& session, const char* format, va_list args) {
 
 // The body of every typed read: a leaf of that type, handed to `take`.
 template <typename Take>
-int TypedRead(const char* call, int sock, int thandle, confd_vtype type,
+int TypedRead(PlatformCall call, int sock, int thandle, confd_vtype type,
               const char* format, va_list args, const Take& take) {
   return Guarded([&] {
     Session& session = Session::OfTransaction(sock, thandle);
@@ -80,7 +80,7 @@ int maapi_exists(int sock, int thandle, const char* fmt, ...) {
   va_start(args, fmt);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall("maapi_exists");
+    session.CountCall(confd::PlatformCall::kExists);
     return confd::ResolveFormat(session, fmt, args).node != nullptr ? 1 : 0;
   });
   va_end(args);
@@ -92,7 +92,7 @@ int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
   va_start(args, fmt);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall("maapi_num_instances");
+    session.CountCall(confd::PlatformCall::kNumInstances);
     const confd::Target list = confd::ResolveList(session, fmt, args);
     int count = 0;
     for (const lyd_node* entry = list.node; entry != nullptr;
@@ -111,7 +111,7 @@ int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
   va_start(args, fmt);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall("maapi_get_elem");
+    session.CountCall(confd::PlatformCall::kGetElem);
     *v = confd::ReadLeaf(session.candidate(), fmt, args).Release();
     return CONFD_OK;
   });
@@ -124,7 +124,8 @@ int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
   va_list args;
   va_start(args, fmt);
   const int result = confd::TypedRead(
-      __func__, sock, thandle, C_BUF, fmt, args, [&](const auto& value) {
+      confd::PlatformCall::kGetString, sock, thandle, C_BUF, fmt, args,
+      [&](const auto& value) {
         const confd_buf_t& text = value.val.buf;
         if (n < 1 || text.size >= static_cast<unsigned>(n)) {
           throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "buffer too small");
@@ -139,9 +140,9 @@ int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
                          ...) {
   va_list args;
   va_start(args, fmt);
-  const int result =
-      confd::TypedRead(__func__, sock, thandle, C_INT32, fmt, args,
-                       [&](const auto& value) { *rval = value.val.i32; });
+  const int result = confd::TypedRead(
+      confd::PlatformCall::kGetInt32, sock, thandle, C_INT32, fmt, args,
+      [&](const auto& value) { *rval = value.val.i32; });
   va_end(args);
   return result;
 }
@@ -150,9 +151,9 @@ int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
                           ...) {
   va_list args;
   va_start(args, fmt);
-  const int result =
-      confd::TypedRead(__func__, sock, thandle, C_UINT8, fmt, args,
-                       [&](const auto& value) { *rval = value.val.u8; });
+  const int result = confd::TypedRead(
+      confd::PlatformCall::kGetUint8, sock, thandle, C_UINT8, fmt, args,
+      [&](const auto& value) { *rval = value.val.u8; });
   va_end(args);
   return result;
 }
@@ -161,9 +162,9 @@ int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
                            const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const int result =
-      confd::TypedRead(__func__, sock, thandle, C_UINT16, fmt, args,
-                       [&](const auto& value) { *rval = value.val.u16; });
+  const int result = confd::TypedRead(
+      confd::PlatformCall::kGetUint16, sock, thandle, C_UINT16, fmt, args,
+      [&](const auto& value) { *rval = value.val.u16; });
   va_end(args);
   return result;
 }
@@ -172,9 +173,9 @@ int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
                            const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const int result =
-      confd::TypedRead(__func__, sock, thandle, C_UINT32, fmt, args,
-                       [&](const auto& value) { *rval = value.val.u32; });
+  const int result = confd::TypedRead(
+      confd::PlatformCall::kGetUint32, sock, thandle, C_UINT32, fmt, args,
+      [&](const auto& value) { *rval = value.val.u32; });
   va_end(args);
   return result;
 }
@@ -184,8 +185,8 @@ int maapi_get_ipv4_and_plen_elem(int sock, int thandle, confd_ipv4_prefix* rval,
   va_list args;
   va_start(args, fmt);
   const int result = confd::TypedRead(
-      __func__, sock, thandle, C_IPV4_AND_PLEN, fmt, args,
-      [&](const auto& value) { *rval = value.val.ipv4prefix; });
+      confd::PlatformCall::kGetIpv4AndPlen, sock, thandle, C_IPV4_AND_PLEN, fmt,
+      args, [&](const auto& value) { *rval = value.val.ipv4prefix; });
   va_end(args);
   return result;
 }
@@ -195,8 +196,8 @@ int maapi_get_ipv6_and_plen_elem(int sock, int thandle, confd_ipv6_prefix* rval,
   va_list args;
   va_start(args, fmt);
   const int result = confd::TypedRead(
-      __func__, sock, thandle, C_IPV6_AND_PLEN, fmt, args,
-      [&](const auto& value) { *rval = value.val.ipv6prefix; });
+      confd::PlatformCall::kGetIpv6AndPlen, sock, thandle, C_IPV6_AND_PLEN, fmt,
+      args, [&](const auto& value) { *rval = value.val.ipv6prefix; });
   va_end(args);
   return result;
 }
@@ -209,7 +210,7 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
   va_start(args, fmt);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall("maapi_init_cursor");
+    session.CountCall(confd::PlatformCall::kInitCursor);
     const confd::Target list = confd::ResolveList(session, fmt, args);
     mc->impl = new confd::CursorState{list.node};
     session.CountOpenCursor();
@@ -247,7 +248,7 @@ int maapi_get_next(maapi_cursor* mc) {
       throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "cursor is not open");
     }
     confd::Session* session = confd::Session::Current();
-    if (session != nullptr) session->CountCall("maapi_get_next");
+    if (session != nullptr) session->CountCall(confd::PlatformCall::kGetNext);
     if (state->next == nullptr) return CONFD_OK;
     TakeKeys(*state->next, mc);
     state->next = ipav::datastore::NextEntry(state->next);
@@ -257,7 +258,8 @@ int maapi_get_next(maapi_cursor* mc) {
 
 void maapi_destroy_cursor(maapi_cursor* mc) {
   confd::Session* session = confd::Session::Current();
-  if (session != nullptr) session->CountCall(__func__);
+  if (session != nullptr)
+    session->CountCall(confd::PlatformCall::kDestroyCursor);
   if (session != nullptr && mc->impl != nullptr) session->CountClosedCursor();
   FreeKeys(mc);
   delete static_cast<confd::CursorState*>(mc->impl);
@@ -271,7 +273,7 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
   va_start(args, fmtpath);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall("maapi_xpath_eval_expr");
+    session.CountCall(confd::PlatformCall::kEvaluateXPath);
     const confd::Target at = confd::ResolveFormat(session, fmtpath, args);
     if (at.node == nullptr) {
       throw confd::ConfdError(CONFD_ERR_NOEXISTS, "no such context node");

@@ -5,6 +5,7 @@
 
 #include <confd_lib.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -13,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "confd/platform_call.h"
 #include "datastore/data_tree.h"
 #include "datastore/diff.h"
 
@@ -57,12 +59,14 @@ class Session {
   void set_error_text(std::string text) { error_text_ = std::move(text); }
   std::optional<std::string> TakeErrorText();
 
-  // How often each call of the daemon's interface was made. A name is a
-  // literal.
-  void CountCall(std::string_view name) { ++calls_[name]; }
-  const std::map<std::string_view, std::uint64_t>& calls() const {
-    return calls_;
+  // How often each call of the daemon's interface was made, by name; without
+  // those that were not.
+  void CountCall(PlatformCall call) {
+    ++calls_.at(static_cast<std::size_t>(call));
+    ++call_count_;
   }
+  std::map<std::string_view, std::uint64_t> calls() const;
+  std::uint64_t call_count() const { return call_count_; }  // of all together
 
  private:
   const datastore::DataTree& running_;
@@ -73,7 +77,8 @@ class Session {
   int next_cdb_socket_;
   std::size_t open_cursors_ = 0;
   std::optional<std::string> error_text_;
-  std::map<std::string_view, std::uint64_t> calls_;
+  std::array<std::uint64_t, kPlatformCallNames.size()> calls_{};
+  std::uint64_t call_count_ = 0;
 };
 
 }  // namespace ipav::confd

@@ -227,7 +227,10 @@ const lyd_node* Walk(const lyd_node* entry,
 }  // namespace
 
 DataTree DataTree::FromFile(const Model& model, const std::string& path,
-                            std::size_t max_size) {
+                            std::size_t max_size, ReadingTimes* times) {
+  base::Stopwatch watch;
+  ReadingTimes ignored;
+  if (times == nullptr) times = &ignored;
   const std::string text = ReadInput(path, max_size);
   const std::size_t start = StartOf(text, path);
   const LYD_FORMAT format = FormatOf(text, start, path);
@@ -235,18 +238,46 @@ DataTree DataTree::FromFile(const Model& model, const std::string& path,
   RefuseOtherEncodings(text, path);
   if (format == LYD_XML) RefuseNoXmlCharacters(text, path);
   if (format == LYD_JSON) RefuseBadJson(text, path);
+  times->text = watch.Lap();
 
   DataTree result(model);
-  lyd_node* tree = nullptr;
-  ClearErrors(model.context());
-  const LY_ERR error = lyd_parse_data_mem(model.context(), text.c_str() + start,
-                                          format, LYD_PARSE_STRICT, 0, &tree);
-  result.tree_.reset(tree);
-  if (error != LY_SUCCESS) {
-    throw FirstError(model.context(), path, LinesBefore(text, start));
+  if (!result.Parse(text.c_str() + start, format)) {
+    throw result.ErrorOf(text, start, format, path);
   }
-  RefuseDuplicates(tree, path);
+  times->parse = watch.Lap();
+  if (!result.Validate()) {
+    throw result.ErrorOf(text, start, format, path);
+  }
+  RefuseDuplicates(result.tree_.get(), path);
+  times->validation = watch.Lap();
   return result;
+}
+
+bool DataTree::Parse(const char* text, LYD_FORMAT format) {
+  lyd_node* tree = nullptr;
+  ClearErrors(model_->context());
+  const LY_ERR error =
+      lyd_parse_data_mem(model_->context(), text, format,
+                         LYD_PARSE_STRICT | LYD_PARSE_ONLY, 0, &tree);
+  tree_.reset(tree);
+  return error == LY_SUCCESS;
+}
+
+bool DataTree::Validate() {
+  lyd_node* tree = tree_.release();
+  const LY_ERR error = lyd_validate_all(&tree, model_->context(), 0, nullptr);
+  tree_.reset(tree);
+  return error == LY_SUCCESS;
+}
+
+InputError DataTree::ErrorOf(const std::string& text, std::size_t start,
+                             LYD_FORMAT format, const std::string& path) {
+  lyd_node* tree = nullptr;
+  ClearErrors(model_->context());
+  static_cast<void>(lyd_parse_data_mem(model_->context(), text.c_str() + start,
+                                       format, LYD_PARSE_STRICT, 0, &tree));
+  tree_.reset(tree);
+  return FirstError(model_->context(), path, LinesBefore(text, start));
 }
 
 DataTree DataTree::Empty(const Model& model) {

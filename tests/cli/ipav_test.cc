@@ -8,7 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -745,6 +748,111 @@ TEST_F(IpavTest, AModelThatCannotBeLoadedIsNamed) {
         "  leaf a { type nothing; }\n}\n");
   ExpectBadInput(Ipav({"points", "--yang", folder_}),
                  "ipav: " + (folder_ / "broken.yang").string() + ":");
+}
+
+// The lines of --timing by what they are about: the number of milliseconds, and
+// the counts of calls and of platform calls for a point.
+struct TimingLine {
+  double milliseconds = 0;
+  unsigned long calls = 0;
+  unsigned long platform_calls = 0;
+};
+
+std::map<std::string, TimingLine> TimingLines(const std::string& text) {
+  static const std::regex kLine(
+      "timing: (.*): (?:([0-9]+) calls?, ([0-9]+) platform calls, )?"
+      "([0-9]+\\.[0-9]{3}) ms");
+  std::map<std::string, TimingLine> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    std::smatch match;
+    EXPECT_TRUE(std::regex_match(line, match, kLine)) << line;
+    if (match.empty()) continue;
+    TimingLine read{std::stod(match[4])};
+    if (match[2].matched) {
+      read.calls = std::stoul(match[2]);
+      read.platform_calls = std::stoul(match[3]);
+    }
+    EXPECT_TRUE(lines.emplace(match[1], read).second) << line;
+  }
+  return lines;
+}
+
+double Sum(const std::map<std::string, TimingLine>& lines,
+           const std::vector<std::string>& names) {
+  double sum = 0;
+  for (const std::string& name : names) {
+    EXPECT_EQ(lines.count(name), 1U) << name;
+    if (lines.count(name) == 1) sum += lines.at(name).milliseconds;
+  }
+  return sum;
+}
+
+// Rounding of the lines that are summed.
+constexpr double kRounding = 0.01;
+
+TEST_F(IpavTest, TimingLeavesTheReportAsItIs) {
+  const std::string file = kBranch + "ra-min-above-three-quarters.xml";
+  const ProcessResult without = Ipav({"check", "--running", kRunning, file});
+  const ProcessResult with =
+      Ipav({"check", "--timing", "--running", kRunning, file});
+  EXPECT_EQ(with.status, without.status);
+  EXPECT_EQ(with.out, without.out);
+  EXPECT_EQ(without.err, "");
+  EXPECT_NE(with.err, "");
+}
+
+TEST_F(IpavTest, TimingTellsOfEachPartNoMoreThanOfTheWhole) {
+  const std::string file = kBranch + "ra-timers-tuned.xml";
+  const std::map<std::string, TimingLine> lines =
+      TimingLines(Ipav({"check", "--timing", "--running", kRunning, file}).err);
+  const std::string child = file + ":   ";
+  const double in_child =
+      Sum(lines, {child + "plug-in loaded", child + "calls planned",
+                  child + "points, with lib_init and lib_finish"});
+  EXPECT_LE(in_child,
+            lines.at(file + ": child process").milliseconds + kRounding);
+  const double parts = Sum(lines, {"data model", file + ": text",
+                                   file + ": parse", file + ": YANG validation",
+                                   file + ": diff", file + ": child process"});
+  EXPECT_GT(parts, 0);
+  EXPECT_LE(parts, lines.at("total").milliseconds + kRounding);
+}
+
+TEST_F(IpavTest, TimingCountsTheCallsOfEachPoint) {
+  const std::string file = kBranch + "ra-timers-tuned.xml";
+  const ProcessResult result =
+      Ipav({"check", "--timing", "--verbose", "--running", kRunning, file});
+  const std::map<std::string, TimingLine> lines = TimingLines(result.err);
+  unsigned long calls = 0;
+  unsigned long platform_calls = 0;
+  double points = 0;
+  for (const auto& [what, line] : lines) {
+    calls += line.calls;
+    platform_calls += line.platform_calls;
+    if (line.calls > 0) points += line.milliseconds;
+  }
+  EXPECT_EQ(lines.count(file + ": " + kInterval), 1U);
+  EXPECT_EQ(lines.count(file + ": " + kLifetime), 1U);
+  EXPECT_NE(result.out.find("(" + std::to_string(calls) + " of "),
+            std::string::npos)
+      << result.out;
+  EXPECT_NE(result.out.find(
+                "  platform calls: " + std::to_string(platform_calls) + "\n"),
+            std::string::npos)
+      << result.out;
+  const std::string all = file + ":   points, with lib_init and lib_finish";
+  ASSERT_EQ(lines.count(all), 1U);
+  EXPECT_LE(points, lines.at(all).milliseconds + kRounding);
+}
+
+TEST_F(IpavTest, TimingOfAPluginThatDiesIsThatOfTheHost) {
+  const std::string file = kBranch + "ra-timers-tuned.xml";
+  const ProcessResult result =
+      Ipav({"check", "--timing", "--plugin", IPAV_THROWING_PLUGIN, "--running",
+            kRunning, file});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(TimingLines(result.err).count("total"), 1U) << result.err;
 }
 
 TEST_F(IpavTest, NothingIsWrittenBesideTheInput) {

@@ -1,0 +1,30 @@
+// How long something took, on the clock that nobody sets.
+#ifndef IPAV_HOST_BASE_STOPWATCH_H_
+#define IPAV_HOST_BASE_STOPWATCH_H_
+
+#include <chrono>
+
+namespace ipav::base {
+
+using Duration = std::chrono::nanoseconds;
+
+class Stopwatch {
+ public:
+  Stopwatch() : start_(Clock::now()) {}
+
+  // Since it was made, or since the last lap.
+  Duration Lap() {
+    const Clock::time_point start = start_;
+    start_ = Clock::now();
+    return std::chrono::duration_cast<Duration>(start_ - start);
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  Clock::time_point start_;
+};
+
+}  // namespace ipav::base
+
+#endif  // IPAV_HOST_BASE_STOPWATCH_H_

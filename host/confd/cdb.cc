@@ -5,6 +5,7 @@
 #include <cstdarg>
 
 #include "confd/confd_error.h"
+#include "confd/path.h"
 #include "confd/read.h"
 #include "confd/session.h"
 
@@ -16,7 +17,9 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfCdbSocket(sock);
     session.CountCall(confd::PlatformCall::kCdbGetInt32);
-    *rval = confd::ReadLeaf(session.running(), C_INT32, fmt, args)->val.i32;
+    const confd::Target leaf = confd::Resolve(
+        session.running(), confd::ParsePath(confd::FormatPath(fmt, args)));
+    *rval = confd::ReadLeaf(leaf, C_INT32)->val.i32;
     return CONFD_OK;
   });
   va_end(args);

@@ -22,12 +22,12 @@ struct CursorState {
   const lyd_node* next;
 };
 
-Target ResolveFormat(const Session& session, const char* format, va_list args) {
-  return Resolve(session.candidate(), ParsePath(FormatPath(format, args)));
+Target ResolveFormat(Session& session, const char* format, va_list args) {
+  return session.candidate_paths().Find(FormatPath(format, args));
 }
 
 // The list that a path names, without keys.
-Target ResolveList(const Session& session, const char* format, va_list args) {
+Target ResolveList(Session& session, const char* format, va_list args) {
   const Target target = ResolveFormat(session, format, args);
   if (target.schema->nodetype != LYS_LIST || target.has_keys) {
     throw ConfdError(CONFD_ERR_BADPATH, "not the path of a list");
@@ -42,7 +42,7 @@ int TypedRead(PlatformCall call, int sock, int thandle, confd_vtype type,
   return Guarded([&] {
     Session& session = Session::OfTransaction(sock, thandle);
     session.CountCall(call);
-    take(*ReadLeaf(session.candidate(), type, format, args));
+    take(*ReadLeaf(ResolveFormat(session, format, args), type));
     return CONFD_OK;
   });
 }
@@ -112,7 +112,7 @@ int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
     session.CountCall(confd::PlatformCall::kGetElem);
-    *v = confd::ReadLeaf(session.candidate(), fmt, args).Release();
+    *v = confd::ReadLeaf(confd::ResolveFormat(session, fmt, args)).Release();
     return CONFD_OK;
   });
   va_end(args);

@@ -1,6 +1,7 @@
 #include "confd/path.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -87,33 +88,6 @@ class PathReader {
   std::size_t at_ = 0;
 };
 
-// The entry with these keys. A key may be written in another form than the
-// configuration's, 007 for 7.
-const lyd_node* FindEntry(const DataTree& tree, const lyd_node* parent,
-                          const lysc_node& list,
-                          const std::vector<std::string>& keys) {
-  const lyd_node* entry = tree.FindEntry(parent, list, keys);
-  if (entry != nullptr) return entry;
-
-  std::vector<std::string> canonical;
-  const lysc_node* leaf = lysc_node_child(&list);
-  for (const std::string& key : keys) {
-    canonical.push_back(datastore::CanonicalText(*leaf, key));
-    leaf = leaf->next;
-  }
-  if (canonical == keys) return nullptr;
-  return tree.FindEntry(parent, list, canonical);
-}
-
-std::size_t KeyCount(const lysc_node& list) {
-  std::size_t count = 0;
-  for (const lysc_node* leaf = lysc_node_child(&list);
-       leaf != nullptr && lysc_is_key(leaf); leaf = leaf->next) {
-    ++count;
-  }
-  return count;
-}
-
 std::string PrintKey(const std::string& key) {
   if (!key.empty() && key.find_first_of(" {}\"\\") == std::string::npos) {
     return key;
@@ -140,11 +114,11 @@ std::string PrintKeys(const lyd_node* entry) {
 std::string FormatPath(const char* format, va_list args) {
   if (format == nullptr) throw BadPath("null format");
   std::string path;
-  for (const char* c = format; *c != '\0'; ++c) {
-    if (*c != '%') {
-      path += *c;
-      continue;
-    }
+  for (const char* c = format;; ++c) {
+    const std::size_t plain = std::strcspn(c, "%");
+    path.append(c, plain);
+    c += plain;
+    if (*c == '\0') return path;
     switch (*++c) {
       case 's': {
         const char* text = va_arg(args, const char*);
@@ -162,7 +136,22 @@ std::string FormatPath(const char* format, va_list args) {
         throw BadPath(std::string("only %s, %d and %u may stand in ") + format);
     }
   }
-  return path;
+}
+
+const lyd_node* FindEntry(const DataTree& tree, const lyd_node* parent,
+                          const lysc_node& list, const std::string_view* keys,
+                          std::size_t count) {
+  const lyd_node* entry = tree.FindEntry(parent, list, keys, count);
+  if (entry != nullptr) return entry;
+
+  std::vector<std::string> canonical;
+  bool as_written = true;
+  const lysc_node* leaf = lysc_node_child(&list);
+  for (std::size_t i = 0; i < count; ++i, leaf = leaf->next) {
+    canonical.push_back(datastore::CanonicalText(*leaf, std::string(keys[i])));
+    as_written = as_written && canonical.back() == keys[i];
+  }
+  return as_written ? nullptr : tree.FindEntry(parent, list, canonical);
 }
 
 std::vector<PathStep> ParsePath(const std::string& path) {
@@ -181,7 +170,8 @@ std::vector<const lysc_node*> ResolveSchema(const Model& model,
                                            : " is unknown to the model"));
     }
     if (!step.keys.empty() &&
-        (node->nodetype != LYS_LIST || step.keys.size() != KeyCount(*node))) {
+        (node->nodetype != LYS_LIST ||
+         step.keys.size() != Model::FactsOf(*node).key_count)) {
       throw BadPath("wrong number of keys for " + step.name);
     }
     nodes.push_back(node);
@@ -199,9 +189,11 @@ Target Resolve(const DataTree& tree, const std::vector<PathStep>& path) {
       target.parent = nullptr;  // absent with its parent
     } else {
       target.parent = target.node;
-      target.node = path[i].keys.empty() ? tree.Find(target.parent, *nodes[i])
-                                         : FindEntry(tree, target.parent,
-                                                     *nodes[i], path[i].keys);
+      const std::vector<std::string_view> keys(path[i].keys.begin(),
+                                               path[i].keys.end());
+      target.node = keys.empty() ? tree.Find(target.parent, *nodes[i])
+                                 : FindEntry(tree, target.parent, *nodes[i],
+                                             keys.data(), keys.size());
     }
     target.schema = nodes[i];
     target.has_keys = !path[i].keys.empty();

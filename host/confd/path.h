@@ -6,7 +6,9 @@
 #include <libyang/libyang.h>
 
 #include <cstdarg>
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "datastore/data_tree.h"
@@ -40,6 +42,12 @@ std::vector<PathStep> ParsePath(const std::string& path);
 // error.
 Target Resolve(const datastore::DataTree& tree,
                const std::vector<PathStep>& path);
+
+// The entry of a list with these keys, in whatever form they are written: 007
+// for 7. Null when there is none.
+const lyd_node* FindEntry(const datastore::DataTree& tree,
+                          const lyd_node* parent, const lysc_node& list,
+                          const std::string_view* keys, std::size_t count);
 
 // The nodes of the model that the steps name. Throws as Resolve() does.
 std::vector<const lysc_node*> ResolveSchema(const datastore::Model& model,

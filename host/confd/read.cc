@@ -1,15 +1,10 @@
 #include "confd/read.h"
 
-#include <utility>
-
 #include "confd/confd_error.h"
-#include "confd/path.h"
 
 namespace ipav::confd {
 
-OwnedValue ReadLeaf(const datastore::DataTree& tree, const char* format,
-                    va_list args) {
-  const Target target = Resolve(tree, ParsePath(FormatPath(format, args)));
+OwnedValue ReadLeaf(const Target& target) {
   if (target.schema->nodetype != LYS_LEAF) {
     throw ConfdError(CONFD_ERR_BADPATH, "not the path of a leaf");
   }
@@ -19,9 +14,8 @@ OwnedValue ReadLeaf(const datastore::DataTree& tree, const char* format,
   return ValueOf(*target.node);
 }
 
-OwnedValue ReadLeaf(const datastore::DataTree& tree, confd_vtype type,
-                    const char* format, va_list args) {
-  OwnedValue value = ReadLeaf(tree, format, args);
+OwnedValue ReadLeaf(const Target& target, confd_vtype type) {
+  OwnedValue value = ReadLeaf(target);
   if (value->type != type) {
     throw ConfdError(CONFD_ERR_BADTYPE, "element has another type");
   }

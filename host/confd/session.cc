@@ -24,6 +24,7 @@ Session::Session(const datastore::DataTree& running,
     : running_(running),
       candidate_(candidate),
       diff_(diff),
+      candidate_paths_(candidate),
       context_{},
       next_cdb_socket_(kFirstCdbSocket) {
   if (g_session != nullptr) {

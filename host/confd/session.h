@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "confd/path_memo.h"
 #include "confd/platform_call.h"
 #include "datastore/data_tree.h"
 #include "datastore/diff.h"
@@ -38,6 +39,7 @@ class Session {
   const datastore::DataTree& running() const { return running_; }
   const datastore::DataTree& candidate() const { return candidate_; }
   const datastore::Diff& diff() const { return diff_; }
+  PathMemo& candidate_paths() { return candidate_paths_; }
   const datastore::Model& model() const { return candidate_.model(); }
 
   // Given to the plug-in with each call; the opaque pointers are the caller's
@@ -72,6 +74,7 @@ class Session {
   const datastore::DataTree& running_;
   const datastore::DataTree& candidate_;
   const datastore::Diff& diff_;
+  PathMemo candidate_paths_;
   confd_trans_ctx context_;
   std::set<int> cdb_sockets_;
   int next_cdb_socket_;

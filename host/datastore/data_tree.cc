@@ -2,10 +2,14 @@
 
 #include <arpa/inet.h>
 #include <iconv.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <unordered_set>
 #include <vector>
@@ -18,6 +22,9 @@ namespace {
 
 // Below this many entries a walk is faster than making an index.
 constexpr std::size_t kWalkedEntries = 8;
+
+// As many children are walked before libyang's hash is asked.
+constexpr std::size_t kWalkedChildren = 16;
 
 // Stands between keys in an index; YANG text cannot contain it (RFC 7950,
 // section 14: yang-string).
@@ -47,6 +54,37 @@ LYD_FORMAT FormatOf(const std::string& text, std::size_t start,
   throw InputError(path, LinesBefore(text, start) + 1, "neither XML nor JSON");
 }
 
+// Whether these are ASCII without control characters but tab and line ends, as
+// nearly all of every text is.
+bool ArePlain(const char* begin, const char* end) {
+  // In bytes and without a branch, so that the compiler takes many at a time.
+  std::uint8_t odd = 0;
+  for (; begin != end; ++begin) {
+    const auto c = static_cast<std::uint8_t>(*begin);
+    const auto no_text = static_cast<std::uint8_t>(
+        static_cast<std::uint8_t>(c - ' ') >= 0x80 - ' ');
+    const auto no_blank =
+        static_cast<std::uint8_t>(c != '\n' && c != '\t' && c != '\r');
+    odd |= static_cast<std::uint8_t>(no_text & no_blank);
+  }
+  return odd == 0;
+}
+
+// The first place from `place` on that is not plain; the text's size where
+// there is none.
+std::size_t NextOddity(const std::string& text, std::size_t place) {
+  constexpr std::size_t kBlock = 256;
+  const char* data = text.data();
+  while (place + kBlock <= text.size() &&
+         ArePlain(data + place, data + place + kBlock)) {
+    place += kBlock;
+  }
+  while (place < text.size() && ArePlain(data + place, data + place + 1)) {
+    ++place;
+  }
+  return place;
+}
+
 // libyang takes NUL for the end of the text and would drop what follows.
 void RefuseNul(const std::string& text, const std::string& path) {
   const std::size_t nul = text.find('\0');
@@ -65,7 +103,8 @@ bool IsNoXmlCharacter(const std::string& text, std::size_t place) {
 
 // libyang lets them pass inside of CDATA.
 void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
-  for (std::size_t place = 0; place < text.size(); ++place) {
+  for (std::size_t place = NextOddity(text, 0); place < text.size();
+       place = NextOddity(text, place + 1)) {
     if (!IsNoXmlCharacter(text, place)) continue;
     throw InputError(path, LinesBefore(text, place) + 1,
                      "contains a character that is in no XML text");
@@ -74,10 +113,12 @@ void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
 
 // Where the text is no UTF-8 (RFC 3629); its size when it is.
 std::size_t EndOfUtf8(const std::string& text) {
+  const std::size_t start = NextOddity(text, 0);
+  if (start == text.size()) return start;
   iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
   std::vector<char> scratch(65536);
-  char* in = const_cast<char*>(text.data());  // not written to
-  std::size_t in_left = text.size();
+  char* in = const_cast<char*>(text.data()) + start;  // not written to
+  std::size_t in_left = text.size() - start;
   bool more = true;
   while (more && in_left > 0) {
     char* out = scratch.data();
@@ -171,8 +212,8 @@ std::string CanonicalPrefix(int family, const std::string& text) {
 
 // `text` in the form that all texts of one value share, for the value types
 // that libyang holds for plain strings.
-std::string ByValueType(const lysc_node& leaf, std::string text) {
-  switch (ValueTypeOf(*reinterpret_cast<const lysc_node_leaf&>(leaf).type)) {
+std::string ByValueType(confd_vtype type, std::string text) {
+  switch (type) {
     case C_BINARY:
       return LowerCase(std::move(text));
     case C_IPV4_AND_PLEN:
@@ -184,6 +225,10 @@ std::string ByValueType(const lysc_node& leaf, std::string text) {
   }
 }
 
+confd_vtype TypeOf(const lysc_node& leaf) {
+  return Model::FactsOf(leaf).value_type;
+}
+
 std::string Join(const std::vector<std::string>& keys) {
   std::string joined;
   for (const std::string& key : keys) {
@@ -193,20 +238,45 @@ std::string Join(const std::vector<std::string>& keys) {
   return joined;
 }
 
-// libyang tells keys apart by their text, also those that are one value.
-void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
-  const lysc_node* list = nullptr;
-  std::unordered_set<std::string> keys;
-  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
-    if (node->schema != list) keys.clear();
-    list = node->schema;
-    if (node->schema->nodetype == LYS_LIST &&
-        !keys.insert(Join(KeysOf(node))).second) {
-      throw InputError(path, std::string("Duplicate instance of \"") +
-                                 list->name + "\", its keys in another form.");
-    }
-    RefuseDuplicates(lyd_child(node), path);
+bool IsSamePrefix(int family, const std::string& a, const std::string& b) {
+  const std::size_t slash_a = a.find('/');
+  const std::size_t slash_b = b.find('/');
+  in6_addr address_a{};
+  in6_addr address_b{};
+  if (slash_a == std::string::npos || slash_b == std::string::npos ||
+      inet_pton(family, a.substr(0, slash_a).c_str(), &address_a) != 1 ||
+      inet_pton(family, b.substr(0, slash_b).c_str(), &address_b) != 1) {
+    return a == b;
   }
+  return std::memcmp(&address_a, &address_b, sizeof(address_a)) == 0 &&
+         a.compare(slash_a, a.npos, b, slash_b, b.npos) == 0;
+}
+
+// Whether two texts of a type are one value.
+bool IsSameValue(confd_vtype type, const char* a, const char* b) {
+  switch (type) {
+    case C_BINARY:
+      return strcasecmp(a, b) == 0;
+    case C_IPV4_AND_PLEN:
+      return IsSamePrefix(AF_INET, a, b);
+    case C_IPV6_AND_PLEN:
+      return IsSamePrefix(AF_INET6, a, b);
+    default:
+      return std::strcmp(a, b) == 0;
+  }
+}
+
+bool HaveSameKeys(const lyd_node* a, const lyd_node* b) {
+  const lyd_node* key = lyd_child(a);
+  const lyd_node* other = lyd_child(b);
+  for (; key != nullptr && lysc_is_key(key->schema);
+       key = key->next, other = other->next) {
+    if (!IsSameValue(TypeOf(*key->schema), lyd_get_value(key),
+                     lyd_get_value(other))) {
+      return false;
+    }
+  }
+  return true;
 }
 
 bool IsSmall(const lyd_node* first_entry) {
@@ -218,10 +288,90 @@ bool IsSmall(const lyd_node* first_entry) {
   return false;
 }
 
-const lyd_node* Walk(const lyd_node* entry,
-                     const std::vector<std::string>& keys) {
-  while (entry != nullptr && KeysOf(entry) != keys) entry = NextEntry(entry);
-  return entry;
+// The entry behind the first one of a list that has the keys of one before it;
+// null for none.
+const lyd_node* FindDuplicate(const lyd_node* first_entry) {
+  if (IsSmall(first_entry)) {
+    for (const lyd_node* a = first_entry; a != nullptr; a = NextEntry(a)) {
+      for (const lyd_node* b = NextEntry(a); b != nullptr; b = NextEntry(b)) {
+        if (HaveSameKeys(a, b)) return b;
+      }
+    }
+    return nullptr;
+  }
+  std::unordered_set<std::string> keys;
+  for (const lyd_node* entry = first_entry; entry != nullptr;
+       entry = NextEntry(entry)) {
+    if (!keys.insert(Join(KeysOf(entry))).second) return entry;
+  }
+  return nullptr;
+}
+
+bool HasKeyOfManyForms(const lysc_node& list) {
+  const lysc_node* key = lysc_node_child(&list);
+  while (key != nullptr && lysc_is_key(key) && !HasManyForms(TypeOf(*key))) {
+    key = key->next;
+  }
+  return key != nullptr && lysc_is_key(key);
+}
+
+// libyang tells keys apart by their text, also those that are one value.
+void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
+  const lysc_node* list = nullptr;
+  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+    if (!Model::FactsOf(*node->schema).has_keys_of_many_forms) continue;
+    const bool is_first = node->schema != list;
+    list = node->schema;
+    if (is_first && list->nodetype == LYS_LIST && HasKeyOfManyForms(*list) &&
+        FindDuplicate(node) != nullptr) {
+      throw InputError(path, std::string("Duplicate instance of \"") +
+                                 list->name + "\", its keys in another form.");
+    }
+    RefuseDuplicates(lyd_child(node), path);
+  }
+}
+
+// Calls `take` with the text of each key in its one form, until it is false.
+template <typename Take>
+void ForEachKey(const lyd_node* entry, const Take& take) {
+  bool goes_on = true;
+  for (const lyd_node* key = lyd_child(entry);
+       goes_on && key != nullptr && lysc_is_key(key->schema); key = key->next) {
+    const confd_vtype type = TypeOf(*key->schema);
+    goes_on = HasManyForms(type) ? take(ByValueType(type, lyd_get_value(key)))
+                                 : take(lyd_get_value(key));
+  }
+}
+
+bool HasKeys(const lyd_node* entry, const std::string_view* keys,
+             std::size_t count) {
+  std::size_t equal = 0;
+  ForEachKey(entry, [&](std::string_view key) {
+    if (equal == count || key != keys[equal]) return false;
+    ++equal;
+    return true;
+  });
+  return equal == count && equal == Model::FactsOf(*entry->schema).key_count;
+}
+
+std::size_t Mix(std::size_t hash, std::string_view key) {
+  constexpr std::size_t kOdd = 31;
+  return hash * kOdd + std::hash<std::string_view>()(key);
+}
+
+std::size_t HashOf(const std::string_view* keys, std::size_t count) {
+  std::size_t hash = 0;
+  for (std::size_t i = 0; i < count; ++i) hash = Mix(hash, keys[i]);
+  return hash;
+}
+
+std::size_t HashOf(const lyd_node* entry) {
+  std::size_t hash = 0;
+  ForEachKey(entry, [&](std::string_view key) {
+    hash = Mix(hash, key);
+    return true;
+  });
+  return hash;
 }
 
 }  // namespace
@@ -298,10 +448,15 @@ const lyd_node* DataTree::FirstChild(const lyd_node* parent) const {
 
 const lyd_node* DataTree::Find(const lyd_node* parent,
                                const lysc_node& schema) const {
+  // Most nodes have few children: a walk is faster than libyang's hash.
+  const lyd_node* node = FirstChild(parent);
+  for (std::size_t i = 0; i < kWalkedChildren; ++i) {
+    if (node == nullptr || node->schema == &schema) return node;
+    node = node->next;
+  }
   lyd_node* found = nullptr;
-  const lyd_node* siblings = FirstChild(parent);
-  if (siblings == nullptr || lyd_find_sibling_val(siblings, &schema, nullptr, 0,
-                                                  &found) != LY_SUCCESS) {
+  if (lyd_find_sibling_val(FirstChild(parent), &schema, nullptr, 0, &found) !=
+      LY_SUCCESS) {
     return nullptr;
   }
   return found;
@@ -310,13 +465,48 @@ const lyd_node* DataTree::Find(const lyd_node* parent,
 const lyd_node* DataTree::FindEntry(
     const lyd_node* parent, const lysc_node& list,
     const std::vector<std::string>& keys) const {
-  const lyd_node* first = Find(parent, list);
-  if (first == nullptr) return nullptr;
-  if (IsSmall(first)) return Walk(first, keys);
+  const std::vector<std::string_view> views(keys.begin(), keys.end());
+  return FindEntry(parent, list, views.data(), views.size());
+}
 
-  const ListIndex& index = IndexOf(first);
-  const auto found = index.find(Join(keys));
-  return found == index.end() ? nullptr : found->second;
+const lyd_node* DataTree::FindEntry(const lyd_node* parent,
+                                    const lysc_node& list,
+                                    const std::string_view* keys,
+                                    std::size_t count) const {
+  // 1. Near the last one: who walks a list asks for one entry after another.
+  const lyd_node* entry = last_entry_;
+  if (entry != nullptr && entry->schema == &list &&
+      lyd_parent(entry) == parent) {
+    if (HasKeys(entry, keys, count)) return entry;
+    entry = NextEntry(entry);
+    if (entry != nullptr && HasKeys(entry, keys, count)) {
+      return last_entry_ = entry;
+    }
+  }
+
+  // 2. Anywhere.
+  entry = Find(parent, list);
+  if (entry == nullptr) return nullptr;
+  if (IsSmall(entry)) {
+    while (entry != nullptr && !HasKeys(entry, keys, count)) {
+      entry = NextEntry(entry);
+    }
+  } else {
+    entry = FindInIndex(entry, keys, count);
+  }
+  if (entry != nullptr) last_entry_ = entry;
+  return entry;
+}
+
+const lyd_node* DataTree::FindInIndex(const lyd_node* first_entry,
+                                      const std::string_view* keys,
+                                      std::size_t count) const {
+  const auto [begin, end] =
+      IndexOf(first_entry).equal_range(HashOf(keys, count));
+  const auto found = std::find_if(begin, end, [&](const auto& slot) {
+    return HasKeys(slot.second, keys, count);
+  });
+  return found == end ? nullptr : found->second;
 }
 
 const DataTree::ListIndex& DataTree::IndexOf(
@@ -325,7 +515,7 @@ const DataTree::ListIndex& DataTree::IndexOf(
   if (is_new) {
     for (const lyd_node* entry = first_entry; entry != nullptr;
          entry = NextEntry(entry)) {
-      slot->second.emplace(Join(KeysOf(entry)), entry);
+      slot->second.emplace(HashOf(entry), entry);
     }
   }
   return slot->second;
@@ -351,7 +541,7 @@ std::vector<std::string> KeysOf(const lyd_node* entry) {
   std::vector<std::string> keys;
   for (const lyd_node* key = lyd_child(entry);
        key != nullptr && lysc_is_key(key->schema); key = key->next) {
-    keys.push_back(ByValueType(*key->schema, lyd_get_value(key)));
+    keys.push_back(ByValueType(TypeOf(*key->schema), lyd_get_value(key)));
   }
   return keys;
 }
@@ -363,7 +553,7 @@ std::string CanonicalText(const lysc_node& leaf, const std::string& text) {
                          nullptr, &canonical) != LY_SUCCESS) {
     return text;
   }
-  std::string result = ByValueType(leaf, canonical);
+  std::string result = ByValueType(TypeOf(leaf), canonical);
   lydict_remove(context, canonical);
   return result;
 }

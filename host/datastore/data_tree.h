@@ -45,9 +45,13 @@ class DataTree {
   const lyd_node* Find(const lyd_node* parent, const lysc_node& schema) const;
 
   // The entry of a list with these keys, as text in the order of the model;
-  // null when there is none.
+  // null when there is none. Quickest for the entry that was found last, and
+  // for the next one.
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
                             const std::vector<std::string>& keys) const;
+  const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
+                            const std::string_view* keys,
+                            std::size_t count) const;
 
   // Entries of a list in document order.
   std::vector<const lyd_node*> Entries(const lyd_node* parent,
@@ -58,8 +62,8 @@ class DataTree {
     void operator()(lyd_node* tree) const { lyd_free_all(tree); }
   };
 
-  // The entries of one large list by the text of their keys.
-  using ListIndex = std::unordered_map<std::string, const lyd_node*>;
+  // The entries of one large list by the hash of their keys.
+  using ListIndex = std::unordered_multimap<std::size_t, const lyd_node*>;
 
   explicit DataTree(const Model& model) : model_(&model) {}
 
@@ -72,10 +76,14 @@ class DataTree {
   InputError ErrorOf(const std::string& text, std::size_t start,
                      LYD_FORMAT format, const std::string& path);
 
+  const lyd_node* FindInIndex(const lyd_node* first_entry,
+                              const std::string_view* keys,
+                              std::size_t count) const;
   const ListIndex& IndexOf(const lyd_node* first_entry) const;
 
   const Model* model_;
   std::unique_ptr<lyd_node, TreeDeleter> tree_;
+  mutable const lyd_node* last_entry_ = nullptr;  // that was found by its keys
   // Made when a list is first looked into by key; by its first entry.
   mutable std::unordered_map<const lyd_node*, ListIndex> indexes_;
 };

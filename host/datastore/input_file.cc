@@ -4,9 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
-#include <vector>
 
 #include "base/file_descriptor.h"
 
@@ -15,6 +15,9 @@ namespace ipav::datastore {
 namespace {
 
 using base::FileDescriptor;
+
+// For what does not tell its size.
+constexpr std::size_t kLeastRoom = 65536;
 
 InputError SystemError(const std::string& path) {
   return {path, std::generic_category().message(errno)};
@@ -41,12 +44,13 @@ std::size_t SizeOf(const FileDescriptor& file, const std::string& path) {
   return S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
-// Appends what there is. False at the end.
+// Puts what there is at `used`, where there is room for it. False at the end.
 bool ReadSome(const FileDescriptor& file, const std::string& path,
-              std::vector<char>* buffer, std::string* text) {
-  const ssize_t count = read(file.get(), buffer->data(), buffer->size());
+              std::string* text, std::size_t* used) {
+  const ssize_t count =
+      read(file.get(), text->data() + *used, text->size() - *used);
   if (count < 0 && errno != EINTR) throw SystemError(path);
-  if (count > 0) text->append(buffer->data(), static_cast<std::size_t>(count));
+  if (count > 0) *used += static_cast<std::size_t>(count);
   return count != 0;
 }
 
@@ -57,12 +61,14 @@ std::string ReadInput(const std::string& path, std::size_t max_size) {
   const std::size_t size = SizeOf(file, path);
   if (size > max_size) throw TooLarge(path, max_size);
 
-  std::string text;
-  text.reserve(size);
-  std::vector<char> buffer(65536);
-  while (ReadSome(file, path, &buffer, &text)) {
-    if (text.size() > max_size) throw TooLarge(path, max_size);
+  // One byte more than there should be, to see the end without growing.
+  std::string text(size + 1, '\0');
+  std::size_t used = 0;
+  while (ReadSome(file, path, &text, &used)) {
+    if (used > max_size) throw TooLarge(path, max_size);
+    if (used == text.size()) text.resize(std::max(2 * used, kLeastRoom));
   }
+  text.resize(used);
   return text;
 }
 

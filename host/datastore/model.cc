@@ -178,19 +178,29 @@ Dependency Resolve(const Model& model, const lysc_node& from,
   return dependency;
 }
 
-// Appends the children of a node, or the top nodes of a module, that are called
-// `name` and belong to the module of that prefix, if one is given.
+// Adds the children of a node, or the top nodes of a module.
 void CollectChildren(const lysc_node* parent, const lysc_module* top,
-                     std::string_view prefix, std::string_view name,
-                     std::vector<const lysc_node*>* found) {
+                     NodeFacts* facts) {
   const lysc_node* node = nullptr;
   while ((node = lys_getnext(node, parent, top, 0)) != nullptr) {
-    const lys_module& module = *node->module;
-    if (name == node->name &&
-        (prefix.empty() || prefix == module.prefix || prefix == module.name)) {
-      found->push_back(node);
-    }
+    facts->children[node->name].push_back(node);
   }
+}
+
+NodeFacts* MutableFacts(const lysc_node& node) {
+  return static_cast<NodeFacts*>(node.priv);
+}
+
+// Tells a list of its keys, and all around it as well. Its children are done.
+void MarkKeys(const lysc_node* node) {
+  if (node->parent == nullptr) return;
+  NodeFacts* parent = MutableFacts(*node->parent);
+  if (parent == nullptr) return;  // in or out of an operation: holds no data
+  const NodeFacts* facts = MutableFacts(*node);
+  parent->has_keys_of_many_forms |= facts->has_keys_of_many_forms;
+  if (!lysc_is_key(node)) return;
+  ++parent->key_count;
+  parent->has_keys_of_many_forms |= HasManyForms(facts->value_type);
 }
 
 confd_vtype TypeOfPlugin(const lysc_type& type) {
@@ -225,6 +235,7 @@ Model::Model(std::string yang_dir, const std::string& extension_plugin)
 
   const std::vector<const lysc_node*> nodes = NodesOf(modules_);
   NumberTags(nodes);
+  FindFacts(nodes);
   FindUseSites(nodes);
 }
 
@@ -296,6 +307,30 @@ void Model::NumberTags(const std::vector<const lysc_node*>& nodes) {
   }
 }
 
+void Model::FindFacts(const std::vector<const lysc_node*>& nodes) {
+  for (const lys_module* module : modules_) {
+    CollectChildren(nullptr, module->compiled, &root_);
+  }
+  for (const lysc_node* node : nodes) {
+    NodeFacts& facts = facts_.emplace_back();
+    // libyang leaves this member to its user.
+    const_cast<lysc_node*>(node)->priv = &facts;
+    facts.tag = {tag_of_name_.at(node->name),
+                 number_of_module_.at(node->module)};
+    if ((node->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
+      // The members of both that are asked for lie at the same place.
+      facts.value_type =
+          ValueTypeOf(*reinterpret_cast<const lysc_node_leaf&>(*node).type);
+    } else {
+      CollectChildren(node, nullptr, &facts);
+    }
+  }
+  // Children stand behind their parents: from the last to the first.
+  for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
+    MarkKeys(*node);
+  }
+}
+
 void Model::FindUseSites(const std::vector<const lysc_node*>& nodes) {
   for (const lysc_node* node : nodes) {
     LY_ARRAY_COUNT_TYPE i = 0;
@@ -333,9 +368,7 @@ void Model::AddUseSite(const lysc_node& node,
   use_sites_.push_back(std::move(site));
 }
 
-xml_tag Model::TagOf(const lysc_node& node) const {
-  return {tag_of_name_.at(node.name), number_of_module_.at(node.module)};
-}
+xml_tag Model::TagOf(const lysc_node& node) const { return FactsOf(node).tag; }
 
 const std::string* Model::NameOfTag(std::uint32_t tag) const {
   const auto found = name_of_tag_.find(tag);
@@ -346,16 +379,21 @@ const lysc_node* Model::FindChild(const lysc_node* parent,
                                   std::string_view prefix,
                                   std::string_view name,
                                   bool* ambiguous) const {
-  std::vector<const lysc_node*> found;
-  if (parent != nullptr) {
-    CollectChildren(parent, nullptr, prefix, name, &found);
-  } else {
-    for (const lys_module* module : modules_) {
-      CollectChildren(nullptr, module->compiled, prefix, name, &found);
+  const NodeFacts& facts = parent == nullptr ? root_ : FactsOf(*parent);
+  const lysc_node* found = nullptr;
+  std::size_t count = 0;
+  const auto children = facts.children.find(name);
+  if (children != facts.children.end()) {
+    for (const lysc_node* child : children->second) {
+      const lys_module& module = *child->module;
+      if (prefix.empty() || prefix == module.prefix || prefix == module.name) {
+        found = child;
+        ++count;
+      }
     }
   }
-  if (ambiguous != nullptr) *ambiguous = found.size() > 1;
-  return found.size() == 1 ? found.front() : nullptr;
+  if (ambiguous != nullptr) *ambiguous = count > 1;
+  return count == 1 ? found : nullptr;
 }
 
 confd_vtype ValueTypeOf(const lysc_type& type) {
@@ -397,6 +435,10 @@ confd_vtype ValueTypeOf(const lysc_type& type) {
     default:
       return C_NOEXISTS;
   }
+}
+
+bool HasManyForms(confd_vtype type) {
+  return type == C_BINARY || type == C_IPV4_AND_PLEN || type == C_IPV6_AND_PLEN;
 }
 
 std::string SchemaPath(const lysc_node& node) {

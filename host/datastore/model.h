@@ -9,6 +9,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -39,6 +41,17 @@ struct UseSite {
   std::vector<Dependency> dependencies;  // none: runs at every commit
 };
 
+// What the host asks of a node time and again, found once.
+struct NodeFacts {
+  xml_tag tag{};
+  confd_vtype value_type = C_NOEXISTS;  // of a leaf
+  std::size_t key_count = 0;            // of a list
+  // Whether the node holds, or is, a list with keys of which one value has
+  // several texts that libyang tells apart.
+  bool has_keys_of_many_forms = false;
+  std::map<std::string_view, std::vector<const lysc_node*>> children;
+};
+
 class Model {
  public:
   // Loads every module of `yang_dir`; what they import may also lie in its
@@ -49,6 +62,11 @@ class Model {
   Model& operator=(const Model&) = delete;
 
   ly_ctx* context() const { return context_.get(); }
+
+  // Of a node of any model.
+  static const NodeFacts& FactsOf(const lysc_node& node) {
+    return *static_cast<const NodeFacts*>(node.priv);
+  }
 
   // By priority, and in the order of the model where it is equal.
   const std::vector<UseSite>& use_sites() const { return use_sites_; }
@@ -75,6 +93,7 @@ class Model {
   void OpenContext(const std::string& extension_plugin);
   void LoadModules();
   void NumberTags(const std::vector<const lysc_node*>& nodes);
+  void FindFacts(const std::vector<const lysc_node*>& nodes);
   void FindUseSites(const std::vector<const lysc_node*>& nodes);
   void AddUseSite(const lysc_node& node, const lysc_ext_instance& extension);
 
@@ -85,11 +104,17 @@ class Model {
   std::unordered_map<std::string, std::uint32_t> tag_of_name_;
   std::unordered_map<std::uint32_t, std::string> name_of_tag_;
   std::unordered_map<const lys_module*, std::uint32_t> number_of_module_;
+  std::deque<NodeFacts> facts_;  // libyang's nodes point to theirs
+  NodeFacts root_;               // nothing but children
 };
 
 // The daemon's type for values of a YANG type; C_NOEXISTS for one that this
 // host does not carry.
 confd_vtype ValueTypeOf(const lysc_type& type);
+
+// Whether one value of the type has several texts that libyang, which holds it
+// for a string, tells apart.
+bool HasManyForms(confd_vtype type);
 
 // Path of a schema node from the root, without prefixes and keys.
 std::string SchemaPath(const lysc_node& node);

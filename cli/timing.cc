@@ -32,7 +32,6 @@ void PrintTimes(const std::string& file, const datastore::ReadingTimes& times) {
 }
 
 void PrintTimes(const std::string& file, const commit::CommitTimes& times) {
-  PrintTime(file + ": diff", times.diff);
   PrintTime(file + ": child process", times.child);
   PrintTime(file + ":   plug-in loaded", times.loading);
   PrintTime(file + ":   calls planned", times.planning);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <string_view>
 
 #include "base/stopwatch.h"
@@ -101,14 +102,21 @@ confd::OwnedValue NewValue(const datastore::Model& model,
   return confd::OwnedValue(confd::TagValue(model, node));
 }
 
+// What a commit is about.
+struct Configurations {
+  std::function<const DataTree&()> running;
+  const DataTree& candidate;
+  const Diff& diff;
+};
+
 // The child's part: one life of the plug-in over one transaction.
 class Validation {
  public:
-  Validation(const Plugin& plugin, const DataTree& running,
-             const DataTree& candidate, const Diff& diff,
+  Validation(const Plugin& plugin, const Configurations& configurations,
              const Reporter& reporter)
       : plugin_(plugin),
-        session_(running, candidate, diff),
+        session_(configurations.running, configurations.candidate,
+                 configurations.diff),
         reporter_(reporter),
         listener_(reporter),
         slot_(contexts_.Slot(plugin.ValidationPoint())) {
@@ -372,8 +380,7 @@ class OutcomeReader {
 };
 
 // The whole of what the child does.
-void RunLife(const DataTree& running, const DataTree& candidate,
-             const Diff& diff, const Options& options,
+void RunLife(const Configurations& configurations, const Options& options,
              const Reporter& reporter) {
   try {
     base::Stopwatch watch;
@@ -384,12 +391,12 @@ void RunLife(const DataTree& running, const DataTree& candidate,
     const base::Duration loading = watch.Lap();
 
     reporter.Send({kEnters, {"while its calls were planned"}});
-    const std::vector<PointCall> plan = PlanFor(point, candidate, diff);
+    const std::vector<PointCall> plan =
+        PlanFor(point, configurations.candidate, configurations.diff);
     reporter.Send({kPlanned, {std::to_string(plan.size())}});
     const base::Duration planning = watch.Lap();
 
-    Validation(plugin, running, candidate, diff, reporter)
-        .Run(plan, options.all);
+    Validation(plugin, configurations, reporter).Run(plan, options.all);
     reporter.Send(
         {kTook, {Encode(loading), Encode(planning), Encode(watch.Lap())}});
   } catch (const PluginError& error) {
@@ -397,6 +404,17 @@ void RunLife(const DataTree& running, const DataTree& candidate,
   } catch (...) {
     reporter.Send({kFailed, {WhatWasThrown()}});
   }
+}
+
+Outcome Judge(const Configurations& configurations, const Options& options) {
+  base::Stopwatch watch;
+  const auto validate = [&](const Reporter& reporter) {
+    RunLife(configurations, options, reporter);
+  };
+  const ChildReport report = RunInChild(validate, options.time_limit);
+  Outcome outcome = OutcomeReader(options.time_limit).Read(report);
+  outcome.times.child = watch.Lap();
+  return outcome;
 }
 
 }  // namespace
@@ -407,17 +425,17 @@ bool Accepts(const Answer& answer) {
 
 Outcome RunCommit(const DataTree& running, const DataTree& candidate,
                   const Options& options) {
-  base::Stopwatch watch;
   const Diff diff(running, candidate);
-  const base::Duration diff_time = watch.Lap();
-  const auto validate = [&](const Reporter& reporter) {
-    RunLife(running, candidate, diff, options, reporter);
-  };
-  const ChildReport report = RunInChild(validate, options.time_limit);
-  Outcome outcome = OutcomeReader(options.time_limit).Read(report);
-  outcome.times.diff = diff_time;
-  outcome.times.child = watch.Lap();
-  return outcome;
+  return Judge(
+      {[&running]() -> const DataTree& { return running; }, candidate, diff},
+      options);
+}
+
+Outcome RunCommit(const datastore::Transaction& transaction,
+                  const Options& options) {
+  return Judge({[&]() -> const DataTree& { return transaction.running(); },
+                transaction.candidate(), transaction.diff()},
+               options);
 }
 
 }  // namespace ipav::commit

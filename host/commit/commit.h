@@ -13,6 +13,7 @@
 #include "base/stopwatch.h"
 #include "base/time_limit.h"
 #include "datastore/data_tree.h"
+#include "datastore/transaction.h"
 
 namespace ipav::commit {
 
@@ -45,9 +46,8 @@ struct PointTimes {
 // Where the time of a commit went. What a child that failed did not come to
 // tell is zero, or missing.
 struct CommitTimes {
-  base::Duration diff{};
-  base::Duration child{};             // the process, from its start to its end;
-                                      // of this time:
+  // The process, from its start to its end; of this time:
+  base::Duration child{};
   base::Duration loading{};           //   the plug-in
   base::Duration planning{};          //   which points run, and for what
   base::Duration points{};            //   from lib_init to lib_finish
@@ -78,6 +78,8 @@ struct Outcome {
 // outlives a commit. The first refusal ends it, and so does its time limit.
 // Both trees are of one model. Throws plugin::PluginError when the file is no
 // plug-in.
+Outcome RunCommit(const datastore::Transaction& transaction,
+                  const Options& options);
 Outcome RunCommit(const datastore::DataTree& running,
                   const datastore::DataTree& candidate, const Options& options);
 

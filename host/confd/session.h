@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -23,7 +24,10 @@ namespace ipav::confd {
 
 class Session {
  public:
-  // Borrows its arguments. The diff is that of the two trees.
+  // Borrows its arguments. The diff is that of the two trees; the running one
+  // may be made only when it is asked for.
+  Session(std::function<const datastore::DataTree&()> running,
+          const datastore::DataTree& candidate, const datastore::Diff& diff);
   Session(const datastore::DataTree& running,
           const datastore::DataTree& candidate, const datastore::Diff& diff);
   ~Session();
@@ -36,7 +40,7 @@ class Session {
   static Session& OfCdbSocket(int socket);
   static Session* Current();  // null when none is open
 
-  const datastore::DataTree& running() const { return running_; }
+  const datastore::DataTree& running() const { return running_(); }
   const datastore::DataTree& candidate() const { return candidate_; }
   const datastore::Diff& diff() const { return diff_; }
   PathMemo& candidate_paths() { return candidate_paths_; }
@@ -71,7 +75,7 @@ class Session {
   std::uint64_t call_count() const { return call_count_; }  // of all together
 
  private:
-  const datastore::DataTree& running_;
+  const std::function<const datastore::DataTree&()> running_;
   const datastore::DataTree& candidate_;
   const datastore::Diff& diff_;
   PathMemo candidate_paths_;

@@ -1,16 +1,12 @@
 #include "datastore/data_tree.h"
 
 #include <arpa/inet.h>
-#include <iconv.h>
 #include <strings.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
-#include <cstdint>
 #include <cstring>
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <unordered_set>
 #include <vector>
 
@@ -29,166 +25,6 @@ constexpr std::size_t kWalkedChildren = 16;
 // Stands between keys in an index; YANG text cannot contain it (RFC 7950,
 // section 14: yang-string).
 constexpr char kKeySeparator = '\0';
-
-constexpr char kBlanks[] = " \t\r\n";
-
-// Newlines in front of a place.
-unsigned long LinesBefore(const std::string& text, std::size_t place) {
-  return static_cast<unsigned long>(
-      std::count(text.data(), text.data() + place, '\n'));
-}
-
-// Where the text starts behind a byte order mark and blanks, which libyang
-// either refuses or counts twice.
-std::size_t StartOf(const std::string& text, const std::string& path) {
-  const std::size_t mark = text.rfind("\xef\xbb\xbf", 0) == 0 ? 3 : 0;
-  const std::size_t start = text.find_first_not_of(kBlanks, mark);
-  if (start == std::string::npos) throw InputError(path, "is empty");
-  return start;
-}
-
-LYD_FORMAT FormatOf(const std::string& text, std::size_t start,
-                    const std::string& path) {
-  if (text[start] == '<') return LYD_XML;
-  if (text[start] == '{' || text[start] == '[') return LYD_JSON;
-  throw InputError(path, LinesBefore(text, start) + 1, "neither XML nor JSON");
-}
-
-// Whether these are ASCII without control characters but tab and line ends, as
-// nearly all of every text is.
-bool ArePlain(const char* begin, const char* end) {
-  // In bytes and without a branch, so that the compiler takes many at a time.
-  std::uint8_t odd = 0;
-  for (; begin != end; ++begin) {
-    const auto c = static_cast<std::uint8_t>(*begin);
-    const auto no_text = static_cast<std::uint8_t>(
-        static_cast<std::uint8_t>(c - ' ') >= 0x80 - ' ');
-    const auto no_blank =
-        static_cast<std::uint8_t>(c != '\n' && c != '\t' && c != '\r');
-    odd |= static_cast<std::uint8_t>(no_text & no_blank);
-  }
-  return odd == 0;
-}
-
-// The first place from `place` on that is not plain; the text's size where
-// there is none.
-std::size_t NextOddity(const std::string& text, std::size_t place) {
-  constexpr std::size_t kBlock = 256;
-  const char* data = text.data();
-  while (place + kBlock <= text.size() &&
-         ArePlain(data + place, data + place + kBlock)) {
-    place += kBlock;
-  }
-  while (place < text.size() && ArePlain(data + place, data + place + 1)) {
-    ++place;
-  }
-  return place;
-}
-
-// libyang takes NUL for the end of the text and would drop what follows.
-void RefuseNul(const std::string& text, const std::string& path) {
-  const std::size_t nul = text.find('\0');
-  if (nul == std::string::npos) return;
-  throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
-}
-
-// Control characters but tab and line ends, U+FFFE and U+FFFF are in no XML
-// text (XML 1.0, section 2.2).
-bool IsNoXmlCharacter(const std::string& text, std::size_t place) {
-  const auto c = static_cast<unsigned char>(text[place]);
-  if (c < ' ') return c != '\t' && c != '\n' && c != '\r';
-  return c == 0xef && (text.compare(place, 3, "\xef\xbf\xbe") == 0 ||
-                       text.compare(place, 3, "\xef\xbf\xbf") == 0);
-}
-
-// libyang lets them pass inside of CDATA.
-void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
-  for (std::size_t place = NextOddity(text, 0); place < text.size();
-       place = NextOddity(text, place + 1)) {
-    if (!IsNoXmlCharacter(text, place)) continue;
-    throw InputError(path, LinesBefore(text, place) + 1,
-                     "contains a character that is in no XML text");
-  }
-}
-
-// Where the text is no UTF-8 (RFC 3629); its size when it is.
-std::size_t EndOfUtf8(const std::string& text) {
-  const std::size_t start = NextOddity(text, 0);
-  if (start == text.size()) return start;
-  iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
-  std::vector<char> scratch(65536);
-  char* in = const_cast<char*>(text.data()) + start;  // not written to
-  std::size_t in_left = text.size() - start;
-  bool more = true;
-  while (more && in_left > 0) {
-    char* out = scratch.data();
-    std::size_t out_left = scratch.size();
-    const std::size_t result =
-        iconv(conversion, &in, &in_left, &out, &out_left);
-    more = result != static_cast<std::size_t>(-1) || errno == E2BIG;
-  }
-  iconv_close(conversion);
-  return text.size() - in_left;
-}
-
-void RefuseOtherEncodings(const std::string& text, const std::string& path) {
-  const std::size_t end = EndOfUtf8(text);
-  if (end == text.size()) return;
-  throw InputError(path, LinesBefore(text, end) + 1, "is not UTF-8");
-}
-
-// Hears where arrays and objects of a JSON text begin.
-class JsonNesting {
- public:
-  // The next one, inside of `depth` others.
-  void Begin(std::size_t depth, bool is_array) {
-    arrays_around_.resize(depth);
-    const std::size_t around = depth > 0 ? arrays_around_.back() : 0;
-    arrays_around_.push_back(is_array ? around + 1 : 0);
-    deepest_ = std::max(deepest_, arrays_around_.back());
-  }
-
-  // How many arrays stand in each other with no object in between.
-  std::size_t deepest_arrays() const { return deepest_; }
-
- private:
-  std::vector<std::size_t> arrays_around_;  // of each that is open, and itself
-  std::size_t deepest_ = 0;
-};
-
-// YANG data has no more than a leaf-list of empty values: [[null]].
-constexpr std::size_t kMaxArraysInArrays = 2;
-
-// libyang takes JSON that ends too early, ignores what follows its end, and
-// dies of three arrays in each other.
-void RefuseBadJson(const std::string& text, const std::string& path) {
-  using nlohmann::json;
-  using Event = json::parse_event_t;
-  JsonNesting nesting;
-  const auto keep_nothing = [&](int depth, Event event, json&) {
-    if (event == Event::object_start || event == Event::array_start) {
-      nesting.Begin(static_cast<std::size_t>(depth),
-                    event == Event::array_start);
-    }
-    return false;
-  };
-  try {
-    const json nothing = json::parse(text, keep_nothing);
-  } catch (const json::parse_error& error) {
-    // "[...] parse error at line L, column C: reason"
-    const std::string what = error.what();
-    const std::size_t place = std::min(error.byte, text.size());
-    throw InputError(path, LinesBefore(text, place) + 1,
-                     what.substr(what.find(": ") + 2));
-  } catch (const json::out_of_range& error) {
-    // "[...] number overflow parsing '1e999'", which tells no place
-    const std::string what = error.what();
-    throw InputError(path, what.substr(what.find("] ") + 2));
-  }
-  if (nesting.deepest_arrays() > kMaxArraysInArrays) {
-    throw InputError(path, "JSON arrays are nested deeper than YANG data are");
-  }
-}
 
 std::string LowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
@@ -290,7 +126,7 @@ bool IsSmall(const lyd_node* first_entry) {
 
 // The entry behind the first one of a list that has the keys of one before it;
 // null for none.
-const lyd_node* FindDuplicate(const lyd_node* first_entry) {
+const lyd_node* FindDuplicateEntry(const lyd_node* first_entry) {
   if (IsSmall(first_entry)) {
     for (const lyd_node* a = first_entry; a != nullptr; a = NextEntry(a)) {
       for (const lyd_node* b = NextEntry(a); b != nullptr; b = NextEntry(b)) {
@@ -315,20 +151,30 @@ bool HasKeyOfManyForms(const lysc_node& list) {
   return key != nullptr && lysc_is_key(key);
 }
 
-// libyang tells keys apart by their text, also those that are one value.
-void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
+// An entry with the keys of one before it; null for none. libyang tells keys
+// apart by their text, also those that are one value.
+const lyd_node* FindDuplicate(const lyd_node* siblings) {
   const lysc_node* list = nullptr;
   for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
     if (!Model::FactsOf(*node->schema).has_keys_of_many_forms) continue;
     const bool is_first = node->schema != list;
     list = node->schema;
-    if (is_first && list->nodetype == LYS_LIST && HasKeyOfManyForms(*list) &&
-        FindDuplicate(node) != nullptr) {
-      throw InputError(path, std::string("Duplicate instance of \"") +
-                                 list->name + "\", its keys in another form.");
+    const lyd_node* duplicate = nullptr;
+    if (is_first && list->nodetype == LYS_LIST && HasKeyOfManyForms(*list)) {
+      duplicate = FindDuplicateEntry(node);
     }
-    RefuseDuplicates(lyd_child(node), path);
+    if (duplicate == nullptr) duplicate = FindDuplicate(lyd_child(node));
+    if (duplicate != nullptr) return duplicate;
   }
+  return nullptr;
+}
+
+void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
+  const lyd_node* duplicate = FindDuplicate(siblings);
+  if (duplicate == nullptr) return;
+  throw InputError(path, std::string("Duplicate instance of \"") +
+                             duplicate->schema->name +
+                             "\", its keys in another form.");
 }
 
 // Calls `take` with the text of each key in its one form, until it is false.
@@ -377,30 +223,35 @@ std::size_t HashOf(const lyd_node* entry) {
 }  // namespace
 
 DataTree DataTree::FromFile(const Model& model, const std::string& path,
-                            std::size_t max_size, ReadingTimes* times) {
-  base::Stopwatch watch;
-  ReadingTimes ignored;
-  if (times == nullptr) times = &ignored;
-  const std::string text = ReadInput(path, max_size);
-  const std::size_t start = StartOf(text, path);
-  const LYD_FORMAT format = FormatOf(text, start, path);
-  RefuseNul(text, path);
-  RefuseOtherEncodings(text, path);
-  if (format == LYD_XML) RefuseNoXmlCharacters(text, path);
-  if (format == LYD_JSON) RefuseBadJson(text, path);
-  times->text = watch.Lap();
+                            std::size_t max_size) {
+  return FromText(model, ReadText(path, max_size));
+}
 
+DataTree DataTree::FromText(const Model& model, const InputText& text,
+                            ReadingTimes* times) {
+  base::Stopwatch watch;
   DataTree result(model);
-  if (!result.Parse(text.c_str() + start, format)) {
-    throw result.ErrorOf(text, start, format, path);
+  const bool is_parsed = result.Parse(text.data().data(), text.format);
+  const base::Duration parse = watch.Lap();
+  if (!is_parsed || !result.Validate()) throw result.ErrorOf(text);
+  RefuseDuplicates(result.tree_.get(), text.path);
+  if (times != nullptr) {
+    times->parse = parse;
+    times->validation = watch.Lap();
   }
-  times->parse = watch.Lap();
-  if (!result.Validate()) {
-    throw result.ErrorOf(text, start, format, path);
-  }
-  RefuseDuplicates(result.tree_.get(), path);
-  times->validation = watch.Lap();
   return result;
+}
+
+std::optional<DataTree> DataTree::FromPart(const Model& model,
+                                           const std::string& text) {
+  DataTree result(model);
+  if (text.empty()) return result;
+  if (!result.Parse(text.c_str(), LYD_XML)) return std::nullopt;
+  return result;
+}
+
+bool DataTree::Complete() {
+  return Validate() && FindDuplicate(tree_.get()) == nullptr;
 }
 
 bool DataTree::Parse(const char* text, LYD_FORMAT format) {
@@ -420,14 +271,17 @@ bool DataTree::Validate() {
   return error == LY_SUCCESS;
 }
 
-InputError DataTree::ErrorOf(const std::string& text, std::size_t start,
-                             LYD_FORMAT format, const std::string& path) {
+InputError DataTree::ErrorOf(const InputText& text) {
   lyd_node* tree = nullptr;
   ClearErrors(model_->context());
-  static_cast<void>(lyd_parse_data_mem(model_->context(), text.c_str() + start,
-                                       format, LYD_PARSE_STRICT, 0, &tree));
+  static_cast<void>(lyd_parse_data_mem(model_->context(), text.data().data(),
+                                       text.format, LYD_PARSE_STRICT, 0,
+                                       &tree));
   tree_.reset(tree);
-  return FirstError(model_->context(), path, LinesBefore(text, start));
+  const std::string_view skipped(text.bytes.data(), text.start);
+  return FirstError(model_->context(), text.path,
+                    static_cast<unsigned long>(
+                        std::count(skipped.begin(), skipped.end(), '\n')));
 }
 
 DataTree DataTree::Empty(const Model& model) {

@@ -7,13 +7,16 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "base/stopwatch.h"
+#include "datastore/input_error.h"
 #include "datastore/input_file.h"
+#include "datastore/input_text.h"
 #include "datastore/model.h"
 
 namespace ipav::datastore {
@@ -27,12 +30,21 @@ struct ReadingTimes {
 
 class DataTree {
  public:
-  // Reads a file of YANG data, XML (RFC 7950) or JSON (RFC 7951), told apart by
-  // their first character. Throws InputError, also for more than `max_size`
-  // bytes. `times`, if given, gets the time that it took.
-  static DataTree FromFile(const Model& model, const std::string& path,
-                           std::size_t max_size = kMaxInputSize,
+  // A text that the model accepts. Throws InputError. `times`, if given, gets
+  // the time that it took.
+  static DataTree FromText(const Model& model, const InputText& text,
                            ReadingTimes* times = nullptr);
+  // The same for a file, also for more than `max_size` bytes.
+  static DataTree FromFile(const Model& model, const std::string& path,
+                           std::size_t max_size = kMaxInputSize);
+
+  // Just what stands in a piece of XML; nothing where it is none, or no data of
+  // the model. Complete() adds defaults and plain containers, and is false
+  // where the model refuses what is there.
+  static std::optional<DataTree> FromPart(const Model& model,
+                                          const std::string& text);
+  bool Complete();
+
   static DataTree Empty(const Model& model);
 
   const Model& model() const { return *model_; }
@@ -73,8 +85,7 @@ class DataTree {
 
   // Why one of them failed. libyang knows the line of what the model refuses
   // only where it does both at once.
-  InputError ErrorOf(const std::string& text, std::size_t start,
-                     LYD_FORMAT format, const std::string& path);
+  InputError ErrorOf(const InputText& text);
 
   const lyd_node* FindInIndex(const lyd_node* first_entry,
                               const std::string_view* keys,

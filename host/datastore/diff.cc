@@ -7,20 +7,14 @@ namespace ipav::datastore {
 
 namespace {
 
-// The node of `tree` under `parent` that is the same instance as `node`.
-const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
-                            const lyd_node& node) {
-  if (node.schema->nodetype == LYS_LIST) {
-    return tree.FindEntry(parent, *node.schema, KeysOf(&node));
+// Replaces the nodes of a part of the candidate by those of the whole of it.
+void MoveToWhole(const DataTree& candidate, const lyd_node* parent,
+                 std::vector<Change>* changes) {
+  for (Change& change : *changes) {
+    if (change.after == nullptr) continue;
+    change.after = Counterpart(candidate, parent, *change.after);
+    MoveToWhole(candidate, change.after, &change.children);
   }
-  if (node.schema->nodetype == LYS_LEAFLIST) {
-    for (const lyd_node* other = tree.Find(parent, *node.schema);
-         other != nullptr; other = NextEntry(other)) {
-      if (lyd_compare_single(&node, other, 0) == LY_SUCCESS) return other;
-    }
-    return nullptr;
-  }
-  return tree.Find(parent, *node.schema);
 }
 
 class Comparison {
@@ -83,9 +77,36 @@ class Comparison {
 
 }  // namespace
 
+const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
+                            const lyd_node& node) {
+  if (node.schema->nodetype == LYS_LIST) {
+    return tree.FindEntry(parent, *node.schema, KeysOf(&node));
+  }
+  if (node.schema->nodetype == LYS_LEAFLIST) {
+    for (const lyd_node* other = tree.Find(parent, *node.schema);
+         other != nullptr; other = NextEntry(other)) {
+      if (lyd_compare_single(&node, other, 0) == LY_SUCCESS) return other;
+    }
+    return nullptr;
+  }
+  return tree.Find(parent, *node.schema);
+}
+
 Diff::Diff(const DataTree& running, const DataTree& candidate)
     : top_(Comparison(running, candidate)
                .Children(nullptr, nullptr, true, true)) {
+  IndexChanges();
+}
+
+Diff::Diff(const DataTree& running_part, const DataTree& candidate_part,
+           const DataTree& candidate)
+    : top_(Comparison(running_part, candidate_part)
+               .Children(nullptr, nullptr, true, true)) {
+  MoveToWhole(candidate, nullptr, &top_);
+  IndexChanges();
+}
+
+void Diff::IndexChanges() {
   // Addresses are final only now that no vector grows any more.
   std::vector<const std::vector<Change>*> open = {&top_};
   while (!open.empty()) {

@@ -25,9 +25,19 @@ struct Change {
   std::vector<Change> children;
 };
 
+// The node of `tree` under `parent` (null: the top) that is the same instance
+// as `node`; null when there is none.
+const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
+                            const lyd_node& node);
+
 class Diff {
  public:
   Diff(const DataTree& running, const DataTree& candidate);
+
+  // The same from parts of both that hold all that is not the same. The changes
+  // then tell of nodes of the whole candidate, and the part of it may go.
+  Diff(const DataTree& running_part, const DataTree& candidate_part,
+       const DataTree& candidate);
   Diff(const Diff&) = delete;
   Diff& operator=(const Diff&) = delete;
 
@@ -38,6 +48,8 @@ class Diff {
   const Change* Of(const lyd_node* candidate_node) const;
 
  private:
+  void IndexChanges();
+
   std::vector<Change> top_;
   std::unordered_map<const lyd_node*, const Change*> by_candidate_node_;
 };

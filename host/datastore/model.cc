@@ -187,6 +187,41 @@ void CollectChildren(const lysc_node* parent, const lysc_module* top,
   }
 }
 
+bool DependsOnOthers(const lysc_type& type) {
+  if (type.basetype == LY_TYPE_LEAFREF || type.basetype == LY_TYPE_INST) {
+    return true;
+  }
+  if (type.basetype != LY_TYPE_UNION) return false;
+  const auto& members = reinterpret_cast<const lysc_type_union&>(type).types;
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(members, i) {
+    if (DependsOnOthers(*members[i])) return true;
+  }
+  return false;
+}
+
+// Whether nothing that the model says of a node takes another one to judge.
+bool IsJudgedAlone(const lysc_node* node) {
+  constexpr std::uint16_t kPlain =
+      LYS_CONTAINER | LYS_LIST | LYS_LEAF | LYS_LEAFLIST;
+  if (lysc_is_key(node) || (node->flags & LYS_CONFIG_R) != 0) return true;
+  if ((node->nodetype & kPlain) == 0 || (node->flags & LYS_MAND_TRUE) != 0 ||
+      lysc_node_musts(node) != nullptr || lysc_node_when(node) != nullptr) {
+    return false;
+  }
+  if (node->nodetype == LYS_LIST) {
+    const auto& list = *reinterpret_cast<const lysc_node_list*>(node);
+    return list.uniques == nullptr && list.min == 0 && list.max == UINT32_MAX &&
+           (list.flags & LYS_KEYLESS) == 0;
+  }
+  if (node->nodetype == LYS_LEAFLIST) {
+    const auto& list = *reinterpret_cast<const lysc_node_leaflist*>(node);
+    if (list.min != 0 || list.max != UINT32_MAX) return false;
+  }
+  return node->nodetype == LYS_CONTAINER ||
+         !DependsOnOthers(*reinterpret_cast<const lysc_node_leaf*>(node)->type);
+}
+
 NodeFacts* MutableFacts(const lysc_node& node) {
   return static_cast<NodeFacts*>(node.priv);
 }
@@ -312,6 +347,7 @@ void Model::FindFacts(const std::vector<const lysc_node*>& nodes) {
     CollectChildren(nullptr, module->compiled, &root_);
   }
   for (const lysc_node* node : nodes) {
+    judges_nodes_alone_ = judges_nodes_alone_ && IsJudgedAlone(node);
     NodeFacts& facts = facts_.emplace_back();
     // libyang leaves this member to its user.
     const_cast<lysc_node*>(node)->priv = &facts;

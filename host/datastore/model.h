@@ -68,6 +68,11 @@ class Model {
     return *static_cast<const NodeFacts*>(node.priv);
   }
 
+  // Whether what it says of a node of the configuration never depends on
+  // another, other than that there is none of the same keys: no must, no when,
+  // no leafref, no unique, no mandatory nodes, no choices.
+  bool judges_nodes_alone() const { return judges_nodes_alone_; }
+
   // By priority, and in the order of the model where it is equal.
   const std::vector<UseSite>& use_sites() const { return use_sites_; }
 
@@ -105,7 +110,8 @@ class Model {
   std::unordered_map<std::uint32_t, std::string> name_of_tag_;
   std::unordered_map<const lys_module*, std::uint32_t> number_of_module_;
   std::deque<NodeFacts> facts_;  // libyang's nodes point to theirs
-  NodeFacts root_;               // nothing but children
+  bool judges_nodes_alone_ = true;
+  NodeFacts root_;  // nothing but children
 };
 
 // The daemon's type for values of a YANG type; C_NOEXISTS for one that this

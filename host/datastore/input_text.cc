@@ -1,0 +1,191 @@
+#include "datastore/input_text.h"
+
+#include <iconv.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "datastore/input_error.h"
+#include "datastore/input_file.h"
+
+namespace ipav::datastore {
+
+namespace {
+
+constexpr char kBlanks[] = " \t\r\n";
+
+// Newlines in front of a place.
+unsigned long LinesBefore(const std::string& text, std::size_t place) {
+  return static_cast<unsigned long>(
+      std::count(text.data(), text.data() + place, '\n'));
+}
+
+// Where the text starts behind a byte order mark and blanks, which libyang
+// either refuses or counts twice.
+std::size_t StartOf(const std::string& text, const std::string& path) {
+  const std::size_t mark = text.rfind("\xef\xbb\xbf", 0) == 0 ? 3 : 0;
+  const std::size_t start = text.find_first_not_of(kBlanks, mark);
+  if (start == std::string::npos) throw InputError(path, "is empty");
+  return start;
+}
+
+LYD_FORMAT FormatOf(const std::string& text, std::size_t start,
+                    const std::string& path) {
+  if (text[start] == '<') return LYD_XML;
+  if (text[start] == '{' || text[start] == '[') return LYD_JSON;
+  throw InputError(path, LinesBefore(text, start) + 1, "neither XML nor JSON");
+}
+
+// Whether these are ASCII without control characters but tab and line ends, as
+// nearly all of every text is.
+bool ArePlain(const char* begin, const char* end) {
+  // In bytes and without a branch, so that the compiler takes many at a time.
+  std::uint8_t odd = 0;
+  for (; begin != end; ++begin) {
+    const auto c = static_cast<std::uint8_t>(*begin);
+    const auto no_text = static_cast<std::uint8_t>(
+        static_cast<std::uint8_t>(c - ' ') >= 0x80 - ' ');
+    const auto no_blank =
+        static_cast<std::uint8_t>(c != '\n' && c != '\t' && c != '\r');
+    odd |= static_cast<std::uint8_t>(no_text & no_blank);
+  }
+  return odd == 0;
+}
+
+// The first place from `place` on that is not plain; the text's size where
+// there is none.
+std::size_t NextOddity(const std::string& text, std::size_t place) {
+  constexpr std::size_t kBlock = 256;
+  const char* data = text.data();
+  while (place + kBlock <= text.size() &&
+         ArePlain(data + place, data + place + kBlock)) {
+    place += kBlock;
+  }
+  while (place < text.size() && ArePlain(data + place, data + place + 1)) {
+    ++place;
+  }
+  return place;
+}
+
+// libyang takes NUL for the end of the text and would drop what follows.
+void RefuseNul(const std::string& text, const std::string& path) {
+  const std::size_t nul = text.find('\0');
+  if (nul == std::string::npos) return;
+  throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
+}
+
+// Control characters but tab and line ends, U+FFFE and U+FFFF are in no XML
+// text (XML 1.0, section 2.2).
+bool IsNoXmlCharacter(const std::string& text, std::size_t place) {
+  const auto c = static_cast<unsigned char>(text[place]);
+  if (c < ' ') return c != '\t' && c != '\n' && c != '\r';
+  return c == 0xef && (text.compare(place, 3, "\xef\xbf\xbe") == 0 ||
+                       text.compare(place, 3, "\xef\xbf\xbf") == 0);
+}
+
+// libyang lets them pass inside of CDATA.
+void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
+  for (std::size_t place = NextOddity(text, 0); place < text.size();
+       place = NextOddity(text, place + 1)) {
+    if (!IsNoXmlCharacter(text, place)) continue;
+    throw InputError(path, LinesBefore(text, place) + 1,
+                     "contains a character that is in no XML text");
+  }
+}
+
+// Where the text is no UTF-8 (RFC 3629); its size when it is.
+std::size_t EndOfUtf8(const std::string& text) {
+  const std::size_t start = NextOddity(text, 0);
+  if (start == text.size()) return start;
+  iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
+  std::vector<char> scratch(65536);
+  char* in = const_cast<char*>(text.data()) + start;  // not written to
+  std::size_t in_left = text.size() - start;
+  bool more = true;
+  while (more && in_left > 0) {
+    char* out = scratch.data();
+    std::size_t out_left = scratch.size();
+    const std::size_t result =
+        iconv(conversion, &in, &in_left, &out, &out_left);
+    more = result != static_cast<std::size_t>(-1) || errno == E2BIG;
+  }
+  iconv_close(conversion);
+  return text.size() - in_left;
+}
+
+void RefuseOtherEncodings(const std::string& text, const std::string& path) {
+  const std::size_t end = EndOfUtf8(text);
+  if (end == text.size()) return;
+  throw InputError(path, LinesBefore(text, end) + 1, "is not UTF-8");
+}
+
+// Hears where arrays and objects of a JSON text begin.
+class JsonNesting {
+ public:
+  // The next one, inside of `depth` others.
+  void Begin(std::size_t depth, bool is_array) {
+    arrays_around_.resize(depth);
+    const std::size_t around = depth > 0 ? arrays_around_.back() : 0;
+    arrays_around_.push_back(is_array ? around + 1 : 0);
+    deepest_ = std::max(deepest_, arrays_around_.back());
+  }
+
+  // How many arrays stand in each other with no object in between.
+  std::size_t deepest_arrays() const { return deepest_; }
+
+ private:
+  std::vector<std::size_t> arrays_around_;  // of each that is open, and itself
+  std::size_t deepest_ = 0;
+};
+
+// YANG data has no more than a leaf-list of empty values: [[null]].
+constexpr std::size_t kMaxArraysInArrays = 2;
+
+// libyang takes JSON that ends too early, ignores what follows its end, and
+// dies of three arrays in each other.
+void RefuseBadJson(const std::string& text, const std::string& path) {
+  using nlohmann::json;
+  using Event = json::parse_event_t;
+  JsonNesting nesting;
+  const auto keep_nothing = [&](int depth, Event event, json&) {
+    if (event == Event::object_start || event == Event::array_start) {
+      nesting.Begin(static_cast<std::size_t>(depth),
+                    event == Event::array_start);
+    }
+    return false;
+  };
+  try {
+    const json nothing = json::parse(text, keep_nothing);
+  } catch (const json::parse_error& error) {
+    // "[...] parse error at line L, column C: reason"
+    const std::string what = error.what();
+    const std::size_t place = std::min(error.byte, text.size());
+    throw InputError(path, LinesBefore(text, place) + 1,
+                     what.substr(what.find(": ") + 2));
+  } catch (const json::out_of_range& error) {
+    // "[...] number overflow parsing '1e999'", which tells no place
+    const std::string what = error.what();
+    throw InputError(path, what.substr(what.find("] ") + 2));
+  }
+  if (nesting.deepest_arrays() > kMaxArraysInArrays) {
+    throw InputError(path, "JSON arrays are nested deeper than YANG data are");
+  }
+}
+
+}  // namespace
+
+InputText ReadText(const std::string& path, std::size_t max_size) {
+  InputText text{path, ReadInput(path, max_size), 0, LYD_UNKNOWN};
+  text.start = StartOf(text.bytes, path);
+  text.format = FormatOf(text.bytes, text.start, path);
+  RefuseNul(text.bytes, path);
+  RefuseOtherEncodings(text.bytes, path);
+  if (text.format == LYD_XML) RefuseNoXmlCharacters(text.bytes, path);
+  if (text.format == LYD_JSON) RefuseBadJson(text.bytes, path);
+  return text;
+}
+
+}  // namespace ipav::datastore

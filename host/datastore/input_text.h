@@ -1,0 +1,31 @@
+// The text of one configuration, as far as it can be judged without a model.
+#ifndef IPAV_HOST_DATASTORE_INPUT_TEXT_H_
+#define IPAV_HOST_DATASTORE_INPUT_TEXT_H_
+
+#include <libyang/libyang.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ipav::datastore {
+
+struct InputText {
+  std::string path;       // for error messages
+  std::string bytes;      // of the file
+  std::size_t start = 0;  // behind a byte order mark and blanks
+  LYD_FORMAT format = LYD_UNKNOWN;
+
+  std::string_view data() const {
+    return std::string_view(bytes).substr(start);
+  }
+};
+
+// Reads a file of XML (RFC 7950) or JSON (RFC 7951), told apart by their first
+// character. Throws InputError for more than `max_size` bytes and for what is
+// no such text whatever the model.
+InputText ReadText(const std::string& path, std::size_t max_size);
+
+}  // namespace ipav::datastore
+
+#endif  // IPAV_HOST_DATASTORE_INPUT_TEXT_H_

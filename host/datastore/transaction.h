@@ -1,0 +1,68 @@
+// A candidate beside the running configuration that it is to replace, and what
+// it changes.
+#ifndef IPAV_HOST_DATASTORE_TRANSACTION_H_
+#define IPAV_HOST_DATASTORE_TRANSACTION_H_
+
+#include <optional>
+
+#include "datastore/data_tree.h"
+#include "datastore/diff.h"
+#include "datastore/input_text.h"
+#include "datastore/model.h"
+
+namespace ipav::datastore {
+
+// The running configuration: a text that is made into a tree when somebody
+// asks for all of it. To tell what a candidate changes takes less, mostly.
+class Running {
+ public:
+  // Nothing is configured yet.
+  explicit Running(const Model& model) : model_(model) {}
+  Running(const Model& model, InputText text)
+      : model_(model), text_(std::move(text)) {}
+
+  const Model& model() const { return model_; }
+  const std::optional<InputText>& text() const { return text_; }
+
+  // Whether Tree() has it at hand.
+  bool has_tree() const { return tree_.has_value(); }
+
+  // Throws InputError where the model refuses the text.
+  const DataTree& Tree() const;
+
+  // Of the reading, as far as it was done.
+  const ReadingTimes& times() const { return times_; }
+
+ private:
+  const Model& model_;
+  std::optional<InputText> text_;
+  mutable std::optional<DataTree> tree_;
+  mutable ReadingTimes times_;
+};
+
+// Neither copied nor moved: the changes point into it.
+class Transaction {
+ public:
+  // The candidate is the tree of that text. Throws InputError for a running
+  // configuration that the model refuses. Borrows `running`.
+  Transaction(const Running& running, DataTree candidate,
+              const InputText& text);
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+
+  const DataTree& running() const { return running_.Tree(); }
+  const DataTree& candidate() const { return candidate_; }
+  const Diff& diff() const { return *diff_; }
+
+ private:
+  bool CompareTexts(const InputText& text);
+
+  const Running& running_;
+  const DataTree candidate_;
+  std::optional<DataTree> running_part_;  // what the candidate does not share
+  std::optional<Diff> diff_;
+};
+
+}  // namespace ipav::datastore
+
+#endif  // IPAV_HOST_DATASTORE_TRANSACTION_H_

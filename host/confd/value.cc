@@ -55,8 +55,28 @@ void ParsePrefix(int family, const std::string& text, void* address,
       static_cast<std::uint8_t>(std::strtoul(&text[slash + 1], nullptr, 10));
 }
 
-void SetInteger(const lyd_value& from, confd_value_t* value) {
+// The type of the value, which is the leaf's own but for a union's member.
+confd_vtype TypeOf(const lyd_node& leaf, const lyd_value& value) {
+  const auto& own = reinterpret_cast<const lyd_node_term&>(leaf).value;
+  return &own == &value && own.realtype->basetype != LY_TYPE_LEAFREF
+             ? datastore::Model::FactsOf(*leaf.schema).value_type
+             : datastore::ValueTypeOf(*value.realtype);
+}
+
+// Whether a value is made from its text.
+bool HasText(confd_vtype type) {
+  return type == C_BUF || type == C_BINARY || type == C_IPV4 ||
+         type == C_IPV6 || type == C_IPV4_AND_PLEN || type == C_IPV6_AND_PLEN;
+}
+
+void SetNumber(const lyd_value& from, confd_value_t* value) {
   switch (value->type) {
+    case C_BOOL:
+      value->val.boolean = from.boolean != 0 ? 1 : 0;
+      break;
+    case C_ENUM_VALUE:
+      value->val.enumvalue = from.enum_item->value;
+      break;
     case C_INT8:
       value->val.i8 = from.int8;
       break;
@@ -148,21 +168,19 @@ confd_value_t OwnedValue::Release() {
 
 OwnedValue ValueOf(const lyd_node& leaf) {
   const lyd_value& from = RealValue(leaf);
-  const std::string text = lyd_value_get_canonical(LYD_CTX(&leaf), &from);
   confd_value_t value = NoValue();
-  value.type = datastore::ValueTypeOf(*from.realtype);
+  value.type = TypeOf(leaf, from);
+  if (!HasText(value.type)) {
+    SetNumber(from, &value);
+    return OwnedValue(value);
+  }
+  const std::string text = lyd_value_get_canonical(LYD_CTX(&leaf), &from);
   switch (value.type) {
     case C_BUF:
       value.val.buf = HeapBuffer(text);
       break;
     case C_BINARY:
       value.val.buf = HeapBuffer(Octets(text));
-      break;
-    case C_BOOL:
-      value.val.boolean = from.boolean != 0 ? 1 : 0;
-      break;
-    case C_ENUM_VALUE:
-      value.val.enumvalue = from.enum_item->value;
       break;
     case C_IPV4:
       ParseAddress(AF_INET, text, &value.val.ip);
@@ -179,7 +197,6 @@ OwnedValue ValueOf(const lyd_node& leaf) {
                   &value.val.ipv6prefix.len);
       break;
     default:
-      SetInteger(from, &value);
       break;
   }
   return OwnedValue(value);

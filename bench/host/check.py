@@ -1,0 +1,165 @@
+#!/usr/bin/env python3
+"""`ipav check` of one changed address beside `yanglint` over the same data.
+
+check.py IPAV [--sizes 256,1000,...] [--runs N] [--format xml|json]
+
+Each row is one size. ipav reads a running configuration and a candidate, judges
+the one against the other and answers; yanglint reads, validates and forgets the
+candidate, against the same modules. They run in turns; the figures are medians
+of the wall clock and of the processor's time, and the largest peak of memory.
+
+On a busy machine the processor's time is the one to look at. "both files" is
+the ratio of that time to that of yanglint over both files one after another.
+
+Two measures of memory, as ipav runs the plug-in in a process of its own:
+"one" is the resident set of the largest process, which counts pages that it
+shares with its parent; "all" is the proportional set of all processes together,
+sampled in a run of its own that is not timed.
+"""
+
+import argparse
+import json
+import os
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+import generate
+
+SIZES = "256,1000,10000,100000"
+
+
+def yanglint(yang, files):
+    modules = sorted(
+        os.path.join(yang, name)
+        for name in os.listdir(yang)
+        if name.endswith(".yang")
+    )
+    path = ["-p", yang, "-p", os.path.join(yang, "stubs")]
+    return ["yanglint", "-t", "config", *path, *modules, *files]
+
+
+def run(command):
+    """Seconds on the clock, seconds of processor, peak MiB."""
+    begin = time.monotonic()
+    process = subprocess.Popen(
+        command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT
+    )
+    output = process.stdout.read()
+    _, status, usage = os.wait4(process.pid, 0)
+    seconds = time.monotonic() - begin
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"{' '.join(command)}\n{output.decode()}")
+    return seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
+
+
+def family(pid):
+    """A process and all that descend from it."""
+    yield pid
+    try:
+        with open(f"/proc/{pid}/task/{pid}/children", encoding="ascii") as file:
+            for child in file.read().split():
+                yield from family(int(child))
+    except OSError:
+        pass  # it ended meanwhile
+
+
+def proportional(pid):
+    """MiB of a process, a page of n processes being an n-th of each."""
+    try:
+        with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as file:
+            for line in file:
+                if line.startswith("Pss:"):
+                    return int(line.split()[1]) / 1024
+    except OSError:
+        pass
+    return 0.0
+
+
+def sampled_peak(command):
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    peak = 0.0
+    while process.poll() is None:
+        peak = max(peak, sum(proportional(p) for p in family(process.pid)))
+        time.sleep(0.002)
+    return peak
+
+
+def measure(commands, runs):
+    """{name: seconds, cpu, one, all} of commands that run in turns."""
+    taken = {name: [] for name in commands}
+    for _ in range(runs):
+        for name, command in commands.items():
+            taken[name].append(run(command))
+    return {
+        name: {
+            "seconds": statistics.median(t[0] for t in taken[name]),
+            "cpu": statistics.median(t[1] for t in taken[name]),
+            "one": max(t[2] for t in taken[name]),
+            "all": sampled_peak(command),
+        }
+        for name, command in commands.items()
+    }
+
+
+HEAD = [
+    "interfaces", "ipav, s", "yanglint, s", "ratio",
+    "ipav, CPU s", "yanglint, CPU s", "ratio", "both files",
+    "ipav, MiB", "yanglint, MiB", "ratio", "all, ratio",
+]  # fmt: skip
+
+
+def row(size, figures):
+    ours, other = figures["ipav"], figures["yanglint"]
+    both = figures["yanglint, both files"]
+    ratios = {what: ours[what] / other[what] for what in ours}
+    return [
+        str(size),
+        f"{ours['seconds']:.3f}",
+        f"{other['seconds']:.3f}",
+        f"{ratios['seconds']:.2f}",
+        f"{ours['cpu']:.3f}",
+        f"{other['cpu']:.3f}",
+        f"{ratios['cpu']:.2f}",
+        f"{ours['cpu'] / both['cpu']:.2f}",
+        f"{ours['one']:.1f}",
+        f"{other['one']:.1f}",
+        f"{ratios['one']:.2f}",
+        f"{ratios['all']:.2f}",
+    ]
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("ipav")
+    parser.add_argument("--sizes", default=SIZES)
+    parser.add_argument("--runs", type=int, default=5)
+    parser.add_argument("--format", choices=["xml", "json"], default="xml")
+    parser.add_argument("--out", help="JSON file for the figures")
+    options = parser.parse_args()
+    here = os.path.dirname(os.path.abspath(__file__))
+    yang = os.path.join(here, "..", "..", "yang")
+
+    print("| " + " | ".join(HEAD) + " |")
+    print("|" + " ---: |" * len(HEAD))
+    result = {}
+    for size in map(int, options.sizes.split(",")):
+        with tempfile.TemporaryDirectory() as folder:
+            files = generate.generate(size, folder, options.format)
+            commands = {
+                "ipav": [options.ipav, "check", "--running", *files],
+                "yanglint": yanglint(yang, files[1:]),
+                "yanglint, both files": yanglint(yang, files),
+            }
+            result[size] = measure(commands, options.runs)
+        print("| " + " | ".join(row(size, result[size])) + " |", flush=True)
+    if options.out:
+        with open(options.out, "w", encoding="utf-8") as file:
+            json.dump(result, file, indent=2)
+
+
+if __name__ == "__main__":
+    main()

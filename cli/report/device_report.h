@@ -2,6 +2,7 @@
 #ifndef IPAV_CLI_REPORT_DEVICE_REPORT_H_
 #define IPAV_CLI_REPORT_DEVICE_REPORT_H_
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,9 @@
 namespace ipav::cli::report {
 
 struct DeviceReport {
-  std::string running;    // file; empty: nothing was configured
-  std::string candidate;  // file
+  std::size_t number = 0;  // in the list of all devices, from 1; 0: in none
+  std::string running;     // file; empty: nothing was configured
+  std::string candidate;   // file
   ExitStatus status = kAccepted;
   std::string input_error;  // of kBadInput: one line, FILE:LINE: reason
   commit::Outcome outcome;  // of all others

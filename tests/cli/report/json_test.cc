@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <cstddef>
 #include <exception>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -20,10 +18,8 @@ namespace {
 using cli::report::DeviceReport;
 using cli::report::FromJson;
 using cli::report::Json;
-using cli::report::JsonWriter;
 using cli::report::ReadReport;
 using cli::report::ReportFromJson;
-using cli::report::Run;
 using cli::report::Shard;
 using cli::report::ToJson;
 using commit::Answer;
@@ -156,26 +152,12 @@ TEST(JsonReport, OfSomethingElseIsRefused) {
   EXPECT_THROW(FromJson(Json::array()), std::exception);
 }
 
-// What a writer writes of these devices.
-std::string Written(const std::vector<DeviceReport>& devices, Run run) {
-  char* buffer = nullptr;
-  std::size_t size = 0;
-  std::FILE* out = open_memstream(&buffer, &size);
-  JsonWriter writer(out, run);
-  writer.Begin();
-  for (const DeviceReport& device : devices) {
-    writer.Add(device);
-    run.summary.Add(device.status);
-  }
-  writer.End();
-  std::fclose(out);
-  const std::unique_ptr<char, decltype(&std::free)> owner(buffer, &std::free);
-  return {buffer, size};
-}
+constexpr auto kJson = cli::report::Format::kJson;
 
 TEST(JsonReport, OfARunIsReadBack) {
   const std::vector<DeviceReport> devices = SampleReports();
-  const ReadReport report = ReportFromJson(Json::parse(Written(devices, {})));
+  const ReadReport report =
+      ReportFromJson(Json::parse(Written(kJson, devices)));
   ASSERT_EQ(report.devices.size(), devices.size());
   for (std::size_t i = 0; i < devices.size(); ++i) {
     ExpectEqual(report.devices[i], devices[i]);
@@ -193,7 +175,8 @@ TEST(JsonReport, OfAnEmptyShardIsReadBack) {
   cli::report::Run run;
   run.shard = Shard{3, 4};
   run.list_size = 2;
-  const ReadReport report = ReportFromJson(Json::parse(Written({}, run)));
+  const ReadReport report =
+      ReportFromJson(Json::parse(Written(kJson, {}, run)));
   EXPECT_TRUE(report.devices.empty());
   ASSERT_TRUE(report.run.shard.has_value());
   EXPECT_EQ(report.run.shard->number, 3U);
@@ -202,7 +185,7 @@ TEST(JsonReport, OfAnEmptyShardIsReadBack) {
 }
 
 TEST(JsonReport, HasOneLineForEachDevice) {
-  const std::string text = Written(SampleReports(), {});
+  const std::string text = Written(kJson, SampleReports());
   EXPECT_NE(text.find("\"devices\": [\n{\"candidate\":\"a.xml\","),
             std::string::npos);
   EXPECT_NE(text.find("},\n{\"number\":7,\"candidate\":\"b.xml\","),

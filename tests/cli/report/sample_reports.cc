@@ -1,6 +1,9 @@
 #include "sample_reports.h"
 
-#include <utility>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 namespace ipav::testing {
 
@@ -69,7 +72,7 @@ DeviceReport Refused(const std::string& candidate) {
   finding.culprits = {
       {"address", "/config/interface/l3{a}/ipv4/address/ip", "10.0.0.1/24",
        Novelty::kAdded,
-       Place{candidate, 4, 16, 11, "  \xc3\xa4 <ip>    10.0.0.1/24</ip>"}},
+       Place{candidate, 4, 13, 11, "  \xc3\xa4 <ip>    10.0.0.1/24</ip>"}},
       {"overlaps with", "/config/interface/l3{b}/ipv4/address/ip",
        "10.0.0.2/24", Novelty::kUnchanged,
        Place{candidate, 9, 5, 11, "<ip>10.0.0.2/24</ip>"}}};
@@ -115,6 +118,26 @@ DeviceReport Odd() {
 std::vector<DeviceReport> SampleReports() {
   return {Accepted("a.xml"), Refused("b.xml"), BadInput("c.xml"),
           PluginFailed("d.xml"), Odd()};
+}
+
+std::string Written(cli::report::Format format,
+                    const std::vector<DeviceReport>& devices,
+                    cli::report::Run run) {
+  char* buffer = nullptr;
+  std::size_t size = 0;
+  std::FILE* out = open_memstream(&buffer, &size);
+  {
+    const auto writer = MakeWriter(format, out, run, {});
+    writer->Begin();
+    for (const DeviceReport& device : devices) {
+      run.summary.Add(device.status);
+      writer->Add(device);
+    }
+    writer->End();
+  }
+  std::fclose(out);
+  const std::unique_ptr<char, decltype(&std::free)> owner(buffer, &std::free);
+  return {buffer, size};
 }
 
 }  // namespace ipav::testing

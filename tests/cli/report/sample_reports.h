@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "report/device_report.h"
+#include "report/formats.h"
+#include "report/run.h"
 
 namespace ipav::testing {
 
@@ -30,6 +32,11 @@ cli::report::DeviceReport Odd();
 
 // One of each of the above.
 std::vector<cli::report::DeviceReport> SampleReports();
+
+// What the writer of a format writes of these devices.
+std::string Written(cli::report::Format format,
+                    const std::vector<cli::report::DeviceReport>& devices,
+                    cli::report::Run run = {});
 
 }  // namespace ipav::testing
 

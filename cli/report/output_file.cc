@@ -5,11 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace ipav::cli::report {
@@ -35,9 +34,12 @@ mode_t NewMode() {
 }  // namespace
 
 void OutputFile::Fail(int error) const {
-  if (path_.empty()) throw std::runtime_error("the report cannot be written");
-  throw std::runtime_error(
-      path_ + ": the report cannot be written: " + std::strerror(error));
+  std::string text = path_.empty() ? "" : path_ + ": ";
+  text += "the report cannot be written";
+  if (!path_.empty() && error != 0) {
+    text += ": " + std::generic_category().message(error);
+  }
+  throw std::runtime_error(text);
 }
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 
 #include "report/summary.h"
 
@@ -20,6 +21,9 @@ struct Run {
   std::optional<Shard> shard;
   std::size_t list_size = 0;  // devices of all shards together
 };
+
+// Its summary, and whose it is.
+std::string InWords(const Run& run);
 
 }  // namespace ipav::cli::report
 

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,23 +12,29 @@
 #include "datastore/input_file.h"
 #include "exit_status.h"
 #include "locations.h"
+#include "report/report_output.h"
+#include "report/run.h"
 
 namespace ipav::cli {
 
 struct CheckOptions {
   std::string running;  // file; empty: nothing is configured yet
-  std::vector<std::string> candidates;
-  bool all = false;      // list the answer of every point
+  std::vector<std::string> candidates;  // files, and folders of them
+  bool all = false;                     // list the answer of every point
   bool verbose = false;  // debug lines and platform calls as well
   bool timing = false;   // where the time went, on standard error
   // How long the reading of a configuration may take, and the validation of a
   // candidate.
   base::TimeLimit time_limit = std::chrono::seconds(60);
   std::size_t max_input_size = datastore::kMaxInputSize;  // bytes of each
+  report::ReportOptions report;
+  std::size_t jobs = 0;                // at a time; 0: as many as processors
+  std::optional<report::Shard> shard;  // which devices of the list
+  bool quiet = false;                  // no progress line
 };
 
-// Prints a report for each candidate. Returns the gravest status of all. Throws
-// datastore::InputError and plugin::PluginError.
+// Writes a report on each candidate. Returns the gravest status of all. Throws
+// datastore::InputError, plugin::PluginError and std::runtime_error.
 ExitStatus Check(const Locations& locations, const CheckOptions& options);
 
 }  // namespace ipav::cli

@@ -2,15 +2,14 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <utility>
 
 #include "exit_status.h"
 
 namespace ipav::cli {
 
-ReadingTime::ReadingTime(std::string file, base::TimeLimit limit)
-    : file_(std::move(file)), limit_(limit) {
+ReadingTime::ReadingTime(std::string file, base::TimeLimit limit, Over over)
+    : file_(std::move(file)), limit_(limit), over_(std::move(over)) {
   if (limit_ != base::kNoTimeLimit) watch_ = std::thread([this] { Watch(); });
 }
 
@@ -27,8 +26,7 @@ ReadingTime::~ReadingTime() {
 void ReadingTime::Watch() {
   std::unique_lock<std::mutex> lock(mutex_);
   if (ended_.wait_for(lock, limit_, [this] { return has_ended_; })) return;
-  static_cast<void>(std::fprintf(stderr, "ipav: %s: not read within %s\n",
-                                 file_.c_str(), base::InWords(limit_).c_str()));
+  over_(file_ + ": not read within " + base::InWords(limit_));
   // Not exit(): the reader still runs, on what exit() would take away.
   _exit(kBadInput);
 }

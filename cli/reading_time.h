@@ -5,6 +5,7 @@
 #define IPAV_CLI_READING_TIME_H_
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -13,11 +14,14 @@
 
 namespace ipav::cli {
 
-// Runs while it lives. When it is over, the program ends with status 2 and one
-// line that names the file: there is no way to call the YANG library back.
+// Runs while it lives. When it is over, the process ends with status 2: there
+// is no way to call the YANG library back.
 class ReadingTime {
  public:
-  ReadingTime(std::string file, base::TimeLimit limit);
+  // Hears before that, in a thread of its own, one line that names the file.
+  using Over = std::function<void(const std::string& line)>;
+
+  ReadingTime(std::string file, base::TimeLimit limit, Over over);
   ~ReadingTime();
   ReadingTime(const ReadingTime&) = delete;
   ReadingTime& operator=(const ReadingTime&) = delete;
@@ -27,6 +31,7 @@ class ReadingTime {
 
   const std::string file_;
   const base::TimeLimit limit_;
+  const Over over_;
   std::mutex mutex_;
   std::condition_variable ended_;
   bool has_ended_ = false;

@@ -4,7 +4,9 @@
 #define IPAV_HOST_DATASTORE_TRANSACTION_H_
 
 #include <optional>
+#include <utility>
 
+#include "base/stopwatch.h"
 #include "datastore/data_tree.h"
 #include "datastore/diff.h"
 #include "datastore/input_text.h"
@@ -18,8 +20,11 @@ class Running {
  public:
   // Nothing is configured yet.
   explicit Running(const Model& model) : model_(model) {}
-  Running(const Model& model, InputText text)
-      : model_(model), text_(std::move(text)) {}
+  // `reading` is the time that it took to get the text.
+  Running(const Model& model, InputText text, base::Duration reading = {})
+      : model_(model), text_(std::move(text)) {
+    times_.text = reading;
+  }
 
   const Model& model() const { return model_; }
   const std::optional<InputText>& text() const { return text_; }

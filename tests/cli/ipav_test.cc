@@ -424,10 +424,17 @@ TEST_F(IpavTest, ARefusedCandidateDoesNotSpoilTheCorrectedOne) {
                 corrected + ": accepted (2 of 2 validation calls made)\n");
 }
 
-TEST_F(IpavTest, ABadCandidateBehindAGoodOneIsToldOfBeforeAnyVerdict) {
+TEST_F(IpavTest, ABadCandidateIsOneResultAmongTheOthers) {
   const std::string bad = Write("bad.xml", Interface("<frob/>"));
-  ExpectBadInput(Ipav({"check", "--running", kRunning, kRunning, bad}),
-                 "ipav: " + bad + ":3: Node \"frob\" not found");
+  const ProcessResult result =
+      Ipav({"check", "--running", kRunning, bad, kRunning});
+  EXPECT_EQ(result.status, 2);  // the gravest of all
+  const std::string expected =
+      bad + ": not judged, bad input\n  " + bad + ":3: Node \"frob\" not found";
+  EXPECT_EQ(result.out.substr(0, expected.size()), expected);
+  EXPECT_EQ(result.out.substr(result.out.find('\n', expected.size()) + 1),
+            kRunning + ": accepted (0 of 0 validation calls made)\n");
+  EXPECT_EQ(result.err, "");
 }
 
 TEST_F(IpavTest, AllListsTheAnswerOfEveryPointBehindARefusal) {
@@ -675,9 +682,8 @@ TEST_F(IpavTest, AFileThatCannotBeReadIsNamed) {
   ExpectBadInput(Ipav({"check", folder_ / "none.xml"}),
                  "ipav: " + (folder_ / "none.xml").string() +
                      ": No such file or directory\n");
-  ExpectBadInput(
-      Ipav({"check", folder_}),
-      "ipav: " + folder_.string() + ": is a directory, not a file\n");
+  ExpectBadInput(Ipav({"check", folder_}),
+                 "ipav: " + folder_.string() + ": holds no configuration\n");
 }
 
 TEST_F(IpavTest, AFileThatIsNoConfigurationIsNamedWithItsLine) {

@@ -769,8 +769,11 @@ TEST_F(Robustness, APipeWithAWriterIsRead) {
 }
 
 TEST_F(Robustness, WhatIsNoFileIsNamedWithTheReason) {
-  ExpectBadInput(Check({folder_ / "in"}), "ipav: " + (folder_ / "in").string() +
-                                              ": is a directory, not a file\n");
+  const std::string folder = folder_ / "in";
+  ExpectBadInput(Check({folder}),
+                 "ipav: " + folder + ": holds no configuration\n");
+  ExpectBadInput(Check({"--running", folder, "/dev/null"}),
+                 "ipav: " + folder + ": is a directory, not a file\n");
   ExpectBadInput(Check({"/dev/null"}), "ipav: /dev/null: is empty\n");
   ExpectBadInput(Check({"/proc/self/mem"}),
                  "ipav: /proc/self/mem: Input/output error\n");

@@ -1,0 +1,101 @@
+#include "fleet/fleet.h"
+
+#include <sched.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+#include <string>
+
+#include "fleet/pool.h"
+#include "fleet/progress.h"
+#include "plugin/plugin.h"
+#include "report/json.h"
+
+namespace ipav::cli::fleet {
+
+namespace {
+
+using report::DeviceReport;
+using report::Json;
+
+// What a device's process sends home is one of these.
+constexpr char kReport[] = "report";
+constexpr char kNoPlugin[] = "noPlugin";  // which no other device has either
+
+// Those that this program may use.
+std::size_t Processors() {
+  cpu_set_t processors;
+  CPU_ZERO(&processors);
+  if (sched_getaffinity(0, sizeof(processors), &processors) != 0) return 1;
+  return static_cast<std::size_t>(std::max(CPU_COUNT(&processors), 1));
+}
+
+void SendReport(const Sender& sender, const DeviceReport& report) {
+  sender.Send(Json({{kReport, report::ToJson(report)}}).dump());
+}
+
+// In the device's process. Returns its exit status.
+int JudgeDevice(const Judge& judge, const Device& device,
+                const Sender& sender) {
+  try {
+    const DeviceReport report = judge(
+        device, [&](const DeviceReport& late) { SendReport(sender, late); });
+    SendReport(sender, report);
+    return report.status;
+  } catch (const plugin::PluginError& error) {
+    sender.Send(Json({{kNoPlugin, error.what()}}).dump());
+    return kBadInput;
+  } catch (const std::exception& error) {
+    SendReport(sender, Failed(device, error.what()));
+    return kPluginFailed;
+  }
+}
+
+std::string HowItEnded(const Pool::Result& result) {
+  if (result.timed_out) return "it took several times its time limit";
+  if (WIFSIGNALED(result.wait_status)) {
+    return std::string("killed by signal: ") +
+           strsignal(WTERMSIG(result.wait_status));
+  }
+  return "it ended with status " +
+         std::to_string(WEXITSTATUS(result.wait_status));
+}
+
+// A process that was killed may have sent half of a report.
+DeviceReport ReportOf(const Device& device, const Pool::Result& result) {
+  const Json message = Json::parse(result.text, nullptr, false);
+  if (message.is_discarded()) {
+    return Failed(device,
+                  "the device's process gave no report, " + HowItEnded(result));
+  }
+  if (message.contains(kNoPlugin)) {
+    throw std::runtime_error(message.at(kNoPlugin).get<std::string>());
+  }
+  return report::FromJson(message.at(kReport));
+}
+
+}  // namespace
+
+void JudgeFleet(const Judge& judge, const std::vector<Device>& devices,
+                const FleetOptions& options,
+                const std::function<void(const DeviceReport&)>& take) {
+  // Two readings, a commit, and all the rest.
+  constexpr int kTimeLimits = 4;
+  Progress progress(devices.size(), options.shows_progress);
+  const auto job = [&](std::size_t number, const Sender& sender) {
+    return JudgeDevice(judge, devices[number], sender);
+  };
+  const std::size_t jobs = options.jobs > 0 ? options.jobs : Processors();
+  Pool pool(devices.size(), {jobs, options.time_limit * kTimeLimits}, job,
+            &progress);
+  for (const Device& device : devices) {
+    const DeviceReport report = ReportOf(device, pool.Next());
+    progress.Clear();
+    take(report);
+  }
+}
+
+}  // namespace ipav::cli::fleet

@@ -1,0 +1,45 @@
+// How far a fleet is, in one line of a terminal that it rewrites.
+#ifndef IPAV_CLI_FLEET_PROGRESS_H_
+#define IPAV_CLI_FLEET_PROGRESS_H_
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+#include "fleet/pool.h"
+#include "report/summary.h"
+
+namespace ipav::cli::fleet {
+
+// "312 of 1000 devices, 4 refused, 52 per second, 13 s left"
+std::string InWords(const report::Summary& ended, std::size_t count,
+                    std::chrono::duration<double> passed);
+
+class Progress : public Pool::Listener {
+ public:
+  // On standard error, if that is a terminal and `is_wanted`.
+  Progress(std::size_t count, bool is_wanted);
+  ~Progress() override { Clear(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void OnEnd(int wait_status) override;
+  void OnWait() override;
+
+  // Makes room for a line of the report, which may go to the same terminal.
+  void Clear();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  const std::size_t count_;
+  const bool is_shown_;
+  const Clock::time_point start_ = Clock::now();
+  Clock::time_point drawn_;
+  bool is_drawn_ = false;
+  report::Summary ended_;
+};
+
+}  // namespace ipav::cli::fleet
+
+#endif  // IPAV_CLI_FLEET_PROGRESS_H_

@@ -1,0 +1,205 @@
+#include "judge.h"
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "base/stopwatch.h"
+#include "commit/commit.h"
+#include "datastore/data_tree.h"
+#include "datastore/input_error.h"
+#include "datastore/input_text.h"
+#include "reading_time.h"
+#include "timing.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using commit::Answer;
+using commit::Outcome;
+using commit::Verdict;
+using datastore::DataTree;
+using datastore::InputError;
+using datastore::InputText;
+using datastore::Model;
+using datastore::ReadingTimes;
+using datastore::Running;
+using datastore::Transaction;
+using findings::Finding;
+using report::DeviceReport;
+
+ExitStatus StatusOf(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::kAccepted:
+      return kAccepted;
+    case Verdict::kRefused:
+      return kRefused;
+    case Verdict::kPluginFailed:
+      break;
+  }
+  return kPluginFailed;
+}
+
+// One for each refusal.
+std::vector<Finding> FindingsOf(const Outcome& outcome) {
+  std::vector<Finding> findings;
+  for (const Answer& answer : outcome.answers) {
+    if (Accepts(answer) || answer.exception) continue;
+    Finding finding;
+    finding.text = answer.text.value_or("");
+    finding.point = answer.opaque;
+    finding.path = answer.path;
+    findings.push_back(std::move(finding));
+  }
+  return findings;
+}
+
+// Leaves something to the end of the process, which judges one device and ends:
+// to take large configurations apart node by node takes a fifth of the time of
+// reading them.
+template <typename T>
+T& KeepToTheEnd(std::unique_ptr<T> kept) {
+  static auto& all = *new std::vector<std::unique_ptr<T>>;
+  all.push_back(std::move(kept));
+  return *all.back();
+}
+
+Running ReadRunning(const Model& model, const std::string& file,
+                    const CheckOptions& options) {
+  base::Stopwatch watch;
+  InputText text = datastore::ReadText(file, options.max_input_size);
+  return Running(model, std::move(text), watch.Lap());
+}
+
+// What of the reading may come late, when somebody needs all of it.
+base::Duration TreeTime(const Running& running) {
+  return running.times().parse + running.times().validation;
+}
+
+struct Candidate {
+  InputText text;
+  DataTree tree;
+};
+
+Candidate ReadCandidate(const Model& model, const std::string& file,
+                        const CheckOptions& options,
+                        const ReadingTime::Over& over, ReadingTimes* times) {
+  const ReadingTime limit(file, options.time_limit, over);
+  base::Stopwatch watch;
+  InputText text = datastore::ReadText(file, options.max_input_size);
+  times->text = watch.Lap();
+  DataTree tree = DataTree::FromText(model, text, times);
+  return {std::move(text), std::move(tree)};
+}
+
+DeviceReport ReportOn(const Device& device) {
+  DeviceReport report;
+  report.number = device.number;
+  report.candidate = device.candidate;
+  report.running = device.running;
+  return report;
+}
+
+}  // namespace
+
+DeviceReport BadInput(const Device& device, const std::string& error) {
+  DeviceReport report = ReportOn(device);
+  report.status = kBadInput;
+  report.input_error = error;
+  return report;
+}
+
+DeviceReport Failed(const Device& device, const std::string& reason) {
+  DeviceReport report = ReportOn(device);
+  report.status = kPluginFailed;
+  report.outcome.verdict = Verdict::kPluginFailed;
+  report.outcome.failure = reason;
+  return report;
+}
+
+Running ReadInTime(const Model& model, const std::string& file,
+                   const CheckOptions& options) {
+  const ReadingTime limit(
+      file, options.time_limit, [](const std::string& line) {
+        static_cast<void>(std::fprintf(stderr, "ipav: %s\n", line.c_str()));
+      });
+  Running running = ReadRunning(model, file, options);
+  static_cast<void>(running.Tree());
+  return running;
+}
+
+DeviceReport Judge::Commit(const Device& device,
+                           const TimeOver& time_over) const {
+  if (device.running == running_.file) {
+    return Commit(device, running_.configuration, time_over);
+  }
+  const auto read = [&] {
+    const ReadingTime limit(
+        device.running, options_.time_limit,
+        [&](const std::string& line) { time_over(BadInput(device, line)); });
+    return std::make_unique<const Running>(
+        ReadRunning(model_, device.running, options_));
+  };
+  return Commit(device, KeepToTheEnd(read()), time_over);
+}
+
+DeviceReport Judge::Commit(const Device& device, const Running& running,
+                           const TimeOver& time_over) const {
+  const auto over = [&](const std::string& line) {
+    time_over(BadInput(device, line));
+  };
+  // 1. The candidate. Where both files are wrong, the first one is told of.
+  ReadingTimes times;
+  std::optional<Candidate> candidate;
+  try {
+    candidate = ReadCandidate(model_, device.candidate, options_, over, &times);
+  } catch (const InputError&) {
+    const ReadingTime limit(device.running, options_.time_limit, over);
+    static_cast<void>(running.Tree());
+    throw;
+  }
+  // 2. What it changes.
+  base::Stopwatch watch;
+  const base::Duration before = TreeTime(running);
+  const auto compare = [&] {
+    const ReadingTime limit(device.running, options_.time_limit, over);
+    return std::make_unique<const Transaction>(
+        running, std::move(candidate->tree), candidate->text);
+  };
+  const Transaction& transaction = KeepToTheEnd(compare());
+  const base::Duration diff = watch.Lap() - (TreeTime(running) - before);
+  // 3. What the plug-in says of that.
+  DeviceReport report = ReportOn(device);
+  report.outcome = commit::RunCommit(
+      transaction, {locations_.plugin, options_.all, options_.time_limit});
+  report.status = StatusOf(report.outcome.verdict);
+  report.findings = FindingsOf(report.outcome);
+  if (options_.timing) {
+    PrintTimes(device.candidate, times);
+    PrintTime(device.candidate + ": diff", diff);
+    if (!device.running.empty()) PrintTimes(device.running, running.times());
+    PrintTimes(device.candidate, report.outcome.times);
+  }
+  return report;
+}
+
+DeviceReport Judge::operator()(const Device& device,
+                               const TimeOver& time_over) const {
+  const auto start = std::chrono::steady_clock::now();
+  if (!device.problem.empty()) return BadInput(device, device.problem);
+  try {
+    DeviceReport report = Commit(device, time_over);
+    const std::chrono::duration<double> time =
+        std::chrono::steady_clock::now() - start;
+    if (options_.timing) report.seconds = time.count();
+    return report;
+  } catch (const InputError& error) {
+    return BadInput(device, error.what());
+  }
+}
+
+}  // namespace ipav::cli

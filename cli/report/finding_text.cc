@@ -1,0 +1,61 @@
+#include "report/finding_text.h"
+
+#include <fmt/core.h>
+
+namespace ipav::cli::report {
+
+namespace {
+
+using findings::Culprit;
+using findings::Finding;
+using findings::Novelty;
+
+const char* WordOf(Novelty novelty) {
+  switch (novelty) {
+    case Novelty::kAdded:
+      return "added";
+    case Novelty::kChanged:
+      return "changed";
+    case Novelty::kRemoved:
+      return "removed";
+    case Novelty::kUnchanged:
+      break;
+  }
+  return "unchanged";
+}
+
+}  // namespace
+
+std::string TextOf(const Finding& finding) {
+  return finding.text.empty() ? "(refused without a text)" : finding.text;
+}
+
+std::string LinkOf(const Finding& finding) {
+  return finding.anchor.empty() ? "" : "docs/messages.md#" + finding.anchor;
+}
+
+std::string InWords(const Culprit& culprit) {
+  std::string text;
+  if (culprit.place) {
+    text = fmt::format("{}:{}:{}: ", culprit.place->file, culprit.place->line,
+                       culprit.place->column);
+  }
+  text += culprit.role + " " + culprit.path;
+  if (!culprit.value.empty()) text += " " + culprit.value;
+  return text + " (" + WordOf(culprit.novelty) + ")";
+}
+
+std::string InWords(const Finding& finding) {
+  std::string text = fmt::format("{}\nvalidation point: {}\ndata path: {}\n",
+                                 TextOf(finding), finding.point, finding.path);
+  for (const Culprit& culprit : finding.culprits) {
+    text += InWords(culprit) + "\n";
+  }
+  for (const std::string& line :
+       {finding.note, finding.advice, LinkOf(finding)}) {
+    if (!line.empty()) text += line + "\n";
+  }
+  return text;
+}
+
+}  // namespace ipav::cli::report

@@ -1,0 +1,28 @@
+// The formats by their names on the command line.
+#ifndef IPAV_CLI_REPORT_FORMATS_H_
+#define IPAV_CLI_REPORT_FORMATS_H_
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "report/run.h"
+#include "report/text.h"
+#include "report/writer.h"
+
+namespace ipav::cli::report {
+
+enum class Format : std::uint8_t { kText, kJson, kSarif, kJunit };
+
+const std::map<std::string, Format>& FormatsByName();
+
+// `out` and `run` are borrowed. The run is read at the report's end, and is to
+// know all devices then; its shard is known at the beginning.
+std::unique_ptr<Writer> MakeWriter(Format format, std::FILE* out,
+                                   const Run& run, const TextOptions& text);
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_FORMATS_H_

@@ -1,0 +1,31 @@
+// The report as JUnit XML, which CI systems show as tests: a suite for each
+// device, a case for each validation call that was made.
+#ifndef IPAV_CLI_REPORT_JUNIT_H_
+#define IPAV_CLI_REPORT_JUNIT_H_
+
+#include <cstdio>
+#include <memory>
+
+#include "report/writer.h"
+
+struct _xmlTextWriter;
+
+namespace ipav::cli::report {
+
+class JunitWriter : public Writer {
+ public:
+  explicit JunitWriter(std::FILE* out);  // borrowed
+  void Begin() override;
+  void Add(const DeviceReport& device) override;
+  void End() override;
+
+ private:
+  struct Deleter {
+    void operator()(_xmlTextWriter* xml) const;
+  };
+  std::unique_ptr<_xmlTextWriter, Deleter> xml_;
+};
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_JUNIT_H_

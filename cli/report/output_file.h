@@ -1,0 +1,46 @@
+// Where a report goes: standard output, or a file that is there whole or not at
+// all.
+#ifndef IPAV_CLI_REPORT_OUTPUT_FILE_H_
+#define IPAV_CLI_REPORT_OUTPUT_FILE_H_
+
+#include <sys/types.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace ipav::cli::report {
+
+class OutputFile {
+ public:
+  // `path` is empty for standard output. What is no regular file, as a pipe or
+  // /dev/stdout, is written to as it is; any other is replaced at the end by a
+  // new file of its folder, which has no name before: a program that is killed
+  // leaves none. Throws std::runtime_error when that cannot be.
+  explicit OutputFile(std::string path);
+  ~OutputFile();  // without Commit(), the file stays as it was
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  std::FILE* stream() const { return stream_; }
+
+  // Throws std::runtime_error when something could not be written so far.
+  void Check() const;
+
+  // Once, behind the last byte. Throws std::runtime_error.
+  void Commit();
+
+ private:
+  void OpenBesideTarget();
+  void NameBesideTarget();
+  [[noreturn]] void Fail(int error) const;
+
+  std::string path_;       // as it was named
+  std::string target_;     // to be replaced; empty: written to as it is
+  std::string temporary_;  // beside it; empty: the new file has no name yet
+  std::FILE* stream_ = stdout;
+};
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_OUTPUT_FILE_H_

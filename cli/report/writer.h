@@ -1,0 +1,21 @@
+// A format of reports. Devices are written as they come, so that a fleet needs
+// no more memory than one device.
+#ifndef IPAV_CLI_REPORT_WRITER_H_
+#define IPAV_CLI_REPORT_WRITER_H_
+
+#include "report/device_report.h"
+
+namespace ipav::cli::report {
+
+class Writer {
+ public:
+  virtual ~Writer() = default;
+  virtual void Begin() {}
+  virtual void Add(const DeviceReport& device) = 0;
+  // Once, behind the last device.
+  virtual void End() {}
+};
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_WRITER_H_

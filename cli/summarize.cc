@@ -1,0 +1,180 @@
+#include "summarize.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+#include "report/json.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using report::DeviceReport;
+using report::Json;
+using report::ReadReport;
+using report::Run;
+using report::Summary;
+
+struct Part {
+  std::string file;
+  ReadReport report;
+};
+
+// One line of what a library says, which may be several.
+std::string FirstLine(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
+
+ReadReport Read(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw std::runtime_error(std::strerror(errno));
+  try {
+    return report::ReportFromJson(Json::parse(stream));
+  } catch (const std::exception& error) {
+    throw std::runtime_error("no whole report of ipav: " +
+                             FirstLine(error.what()));
+  }
+}
+
+// Collects parts, and what is wrong with them.
+class Parts {
+ public:
+  void Add(const std::string& file) {
+    try {
+      Part part{file, Read(file)};
+      CheckSummary(part.report);
+      if (!CheckShard(part)) return;
+      CheckDevices(part);
+      AddSummary(part.report.run.summary);
+      parts_.push_back(std::move(part));
+    } catch (const std::runtime_error& error) {
+      Tell(file + ": " + error.what());
+    }
+  }
+
+  // Once, behind the last one.
+  void CheckShardsAreComplete() {
+    if (parts_.empty() || !shards_.has_value()) return;
+    for (std::size_t number = 1; number <= shards_->of; ++number) {
+      if (file_of_shard_.count(number) == 0) {
+        Tell(fmt::format("shard {} of {} is missing", number, shards_->of));
+      }
+    }
+  }
+
+  // Devices in the order of their list; of runs without shards, as they come.
+  std::vector<DeviceReport> TakeDevices() {
+    std::vector<DeviceReport> devices;
+    for (Part& part : parts_) {
+      for (DeviceReport& device : part.report.devices) {
+        if (!shards_) device.number = devices.size() + 1;
+        devices.push_back(std::move(device));
+      }
+    }
+    if (shards_) {
+      std::stable_sort(devices.begin(), devices.end(),
+                       [](const DeviceReport& a, const DeviceReport& b) {
+                         return a.number < b.number;
+                       });
+    }
+    return devices;
+  }
+
+  const Summary& summary() const { return summary_; }
+
+ private:
+  void Tell(const std::string& problem) {
+    summary_.Raise(kBadInput);
+    static_cast<void>(std::fprintf(stderr, "ipav: %s\n", problem.c_str()));
+  }
+
+  void AddSummary(const Summary& summary) {
+    for (const ExitStatus status :
+         {kAccepted, kRefused, kBadInput, kPluginFailed}) {
+      summary_.Add(status, summary.Of(status));
+    }
+    summary_.Raise(summary.gravest());
+  }
+
+  void CheckSummary(const ReadReport& report) {
+    Summary listed;
+    for (const DeviceReport& device : report.devices) {
+      listed.Add(device.status);
+    }
+    // Accepted ones need not be listed.
+    const Summary& told = report.run.summary;
+    const auto differs = [&](ExitStatus status) {
+      return told.Of(status) != listed.Of(status);
+    };
+    if (differs(kRefused) || differs(kBadInput) || differs(kPluginFailed) ||
+        told.Of(kAccepted) < listed.Of(kAccepted)) {
+      throw std::runtime_error("its summary is not that of its devices");
+    }
+  }
+
+  void CheckDevices(const Part& part) {
+    for (const DeviceReport& device : part.report.devices) {
+      const auto [entry, is_new] =
+          file_of_device_.emplace(device.candidate, part.file);
+      // A run is free to judge a device twice.
+      if (is_new || entry->second == part.file) continue;
+      Tell(device.candidate + " is in " + entry->second + " and in " +
+           part.file);
+    }
+  }
+
+  // Whether the part belongs to the others, and is none of them once more.
+  bool CheckShard(const Part& part) {
+    const Run& run = part.report.run;
+    if (parts_.empty()) {
+      shards_ = run.shard;
+      list_size_ = run.list_size;
+    }
+    if (!run.shard && !shards_) return true;
+    if (!run.shard || !shards_ || run.shard->of != shards_->of ||
+        run.list_size != list_size_) {
+      throw std::runtime_error("is of another run than " + parts_.front().file);
+    }
+    const auto [entry, is_new] =
+        file_of_shard_.emplace(run.shard->number, part.file);
+    if (!is_new) {
+      Tell(fmt::format("shard {} of {} is in {} and in {}", run.shard->number,
+                       run.shard->of, entry->second, part.file));
+    }
+    return is_new;
+  }
+
+  std::vector<Part> parts_;
+  std::optional<report::Shard> shards_;  // of the first; its number means none
+  std::size_t list_size_ = 0;
+  std::map<std::size_t, std::string> file_of_shard_;
+  std::map<std::string, std::string> file_of_device_;
+  Summary summary_;
+};
+
+}  // namespace
+
+ExitStatus Summarize(const SummarizeOptions& options) {
+  Parts parts;
+  for (const std::string& file : options.results) parts.Add(file);
+  parts.CheckShardsAreComplete();
+
+  Run run;
+  run.summary = parts.summary();
+  report::ReportOutput output(options.report, {}, &run);
+  for (const DeviceReport& device : parts.TakeDevices()) output.List(device);
+  output.End(true);
+  return run.summary.gravest();
+}
+
+}  // namespace ipav::cli

@@ -1,0 +1,55 @@
+// What a refusal is about: which nodes of the data, where they are written, and
+// what to do.
+#ifndef IPAV_HOST_FINDINGS_FINDING_H_
+#define IPAV_HOST_FINDINGS_FINDING_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ipav::findings {
+
+// Where a node is written.
+struct Place {
+  std::string file;         // as it was named
+  std::size_t line = 0;     // from 1
+  std::size_t column = 0;   // from 1, in characters (not bytes) of the line
+  std::size_t length = 0;   // characters to mark from there, at least 1
+  std::string source_line;  // the whole line, without its end
+};
+
+// What the transaction did to a node.
+enum class Novelty : std::uint8_t { kUnchanged, kAdded, kChanged, kRemoved };
+
+// A node that a refusal is about. A removed one is in the running configuration
+// only, any other in the candidate.
+struct Culprit {
+  std::string role;   // what it is in the refusal: "address", "overlaps with"
+  std::string path;   // data path, from the root
+  std::string value;  // as it is written canonically; empty without one
+  Novelty novelty = Novelty::kUnchanged;
+  std::optional<Place> place;  // none where the file does not show it
+};
+
+struct Finding {
+  std::string text;   // the operator's, byte for byte
+  std::string point;  // name of the validation point
+  std::string path;   // data path of the node that it judged
+
+  // Of the message: a stable identifier as in "interface-overlap", its title,
+  // its advice, and its heading in docs/messages.md. Empty for a text that
+  // nobody knows.
+  std::string rule;
+  std::string title;
+  std::string advice;
+  std::string anchor;
+
+  std::vector<Culprit> culprits;  // in the order of the text
+  std::string note;  // why culprits are missing; empty when they are all there
+};
+
+}  // namespace ipav::findings
+
+#endif  // IPAV_HOST_FINDINGS_FINDING_H_

@@ -1,0 +1,153 @@
+#include "devices_fixture.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace ipav::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ModelText() {
+  std::string text =
+      "module m { yang-version 1.1; namespace \"urn:m\"; prefix m;\n"
+      "import tailf-common { prefix tailf; }\ncontainer top {\n";
+  for (const char* deed : {"hang", "spawn-and-hang", "spawn-and-crash", "warn",
+                           "refuse-in-odd-bytes", "refuse-at-length"}) {
+    text += "leaf " + std::string(deed) +
+            " { type string; tailf:validate test_set { tailf:opaque " + deed +
+            "; tailf:dependency \".\"; } }\n";
+  }
+  return text + "leaf nothing { type string; }\n} }\n";
+}
+
+std::string WithMinInterval(int seconds) {
+  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
+         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><nd><ra>\n"
+         "<max-interval>200</max-interval><min-interval>" +
+         std::to_string(seconds) +
+         "</min-interval><lifetime>1800</lifetime>\n"
+         "</ra></nd></ipv6></l3></interface></config>\n";
+}
+
+pid_t ParentOf(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string stat;
+  std::getline(file, stat);
+  const std::size_t name_end = stat.rfind(") ");
+  if (name_end == std::string::npos) return 0;
+  std::istringstream rest(stat.substr(name_end + 2));
+  char state = 0;
+  pid_t parent = 0;
+  rest >> state >> parent;
+  return parent;
+}
+
+}  // namespace
+
+void DevicesTest::SetUp() {
+  std::string name = fs::temp_directory_path() / "ipav-devices-XXXXXX";
+  ASSERT_NE(mkdtemp(name.data()), nullptr);
+  folder_ = name;
+  for (const char* part : {"in", "yang", "output"}) {
+    fs::create_directory(folder_ / part);
+  }
+  fs::copy(IPAV_YANG "/ipav-extensions.yang", folder_ / "yang");
+  fs::copy(IPAV_YANG "/stubs", folder_ / "yang/stubs");
+  std::ofstream(folder_ / "yang/m.yang") << ModelText();
+}
+
+void DevicesTest::TearDown() { fs::remove_all(folder_); }
+
+std::string DevicesTest::Write(const std::string& name,
+                               const std::string& text) const {
+  const fs::path path = folder_ / "in" / name;
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
+}
+
+std::string DevicesTest::WriteAccepted(const std::string& name) const {
+  return Write(name, WithMinInterval(150));
+}
+
+std::string DevicesTest::WriteRefused(const std::string& name) const {
+  return Write(name, WithMinInterval(151));
+}
+
+std::string DevicesTest::WriteBad(const std::string& name) const {
+  return Write(name, "interface l3 a\n");
+}
+
+std::string DevicesTest::WriteDeed(const std::string& name,
+                                   const std::string& deed) const {
+  return Write(name,
+               "<top xmlns=\"urn:m\"><" + deed + ">x</" + deed + "></top>\n");
+}
+
+Program DevicesTest::Start(std::vector<std::string> arguments) const {
+  arguments.insert(arguments.begin(), IPAV_PROGRAM);
+  return {arguments,
+          folder_ / "output",
+          {{{"IPAV_TEST_MARK", mark()}}, folder_, obeys_permissions_}};
+}
+
+ProgramResult DevicesTest::Ipav(
+    const std::vector<std::string>& arguments) const {
+  return Start(arguments).Wait();
+}
+
+std::vector<std::string> DevicesTest::Wild(
+    const std::vector<std::string>& more) const {
+  std::vector<std::string> arguments = {"check", "--yang", folder_ / "yang",
+                                        "--plugin",
+                                        IPAV_TEST_PLUGINS "/runs_wild.so"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+std::string DevicesTest::Contents(const std::string& file) {
+  std::ostringstream text;
+  text << std::ifstream(file, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+std::size_t DevicesTest::AwaitProcesses(std::size_t count) const {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + std::chrono::seconds(10);
+  for (;;) {
+    const std::size_t found = ProcessesWith("IPAV_TEST_MARK", mark()).size();
+    if (found == count || Clock::now() > deadline) return found;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
+
+std::vector<pid_t> DevicesTest::DeviceProcesses() const {
+  std::vector<pid_t> children;
+  for (const pid_t process : ProcessesWith("IPAV_TEST_MARK", mark())) {
+    const pid_t parent = ParentOf(process);
+    if (ParentOf(parent) == getpid()) children.push_back(process);
+  }
+  return children;
+}
+
+std::string AcceptedLine(const std::string& file) {
+  return file + ": accepted (10 of 10 validation calls made)\n";
+}
+
+std::string RefusedLines(const std::string& file, int made, int planned) {
+  return file + ": refused (" + std::to_string(made) + " of " +
+         std::to_string(planned) +
+         " validation calls made)\n"
+         "Minimum interval must be no greater than maximum interval * 0.75\n"
+         "  validation point: validate_ipv6_nd_ra_interval\n"
+         "  data path: /config/interface/l3{a}/ipv6/nd/ra\n";
+}
+
+}  // namespace ipav::testing

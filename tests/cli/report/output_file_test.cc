@@ -1,0 +1,130 @@
+// A report's file is there whole or not at all.
+#include "report/output_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace ipav::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+using cli::report::OutputFile;
+
+class OutputFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = fs::temp_directory_path() / "ipav-output-XXXXXX";
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    folder_ = name;
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  std::string Write(const std::string& name, const std::string& text) const {
+    std::ofstream(folder_ / name) << text;
+    return folder_ / name;
+  }
+  static std::string Contents(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+  }
+  std::ptrdiff_t Files() const {
+    return std::distance(fs::directory_iterator(folder_), {});
+  }
+  // What is said where it cannot be opened, or committed.
+  static std::string Error(const std::string& file) {
+    try {
+      OutputFile output(file);
+      std::fputs("report\n", output.stream());
+      output.Commit();
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "";
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(OutputFileTest, ANewFileIsThereWhenItIsWhole) {
+  const std::string file = folder_ / "report.json";
+  OutputFile output(file);
+  std::fputs("report\n", output.stream());
+  std::fflush(output.stream());
+  EXPECT_EQ(Files(), 0);
+  output.Commit();
+  EXPECT_EQ(Contents(file), "report\n");
+  EXPECT_EQ(Files(), 1);
+}
+
+TEST_F(OutputFileTest, AnOldFileIsReplacedAndKeepsItsPermissions) {
+  const std::string file = Write("report.json", "a longer old report\n");
+  fs::permissions(file, fs::perms(0640));
+  EXPECT_EQ(Error(file), "");
+  EXPECT_EQ(Contents(file), "report\n");
+  EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
+  EXPECT_EQ(Files(), 1);
+}
+
+TEST_F(OutputFileTest, ANewFileHasThePermissionsOfAnyOther) {
+  const mode_t before = umask(027);
+  EXPECT_EQ(Error(folder_ / "report.json"), "");
+  umask(before);
+  EXPECT_EQ(fs::status(folder_ / "report.json").permissions(), fs::perms(0640));
+}
+
+TEST_F(OutputFileTest, WithoutItsEndNothingChanges) {
+  const std::string file = Write("report.json", "old\n");
+  {
+    const OutputFile output(file);
+    std::fputs("half a rep", output.stream());
+  }
+  EXPECT_EQ(Contents(file), "old\n");
+  EXPECT_EQ(Files(), 1);
+}
+
+TEST_F(OutputFileTest, ALinkStaysALink) {
+  const std::string file = Write("report.json", "old\n");
+  fs::create_symlink("report.json", folder_ / "latest");
+  EXPECT_EQ(Error(folder_ / "latest"), "");
+  EXPECT_TRUE(fs::is_symlink(folder_ / "latest"));
+  EXPECT_EQ(Contents(file), "report\n");
+}
+
+TEST_F(OutputFileTest, ADeviceIsWrittenToAndNotReplaced) {
+  EXPECT_EQ(Error("/dev/null"), "");
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(OutputFileTest, AFullDiskIsTold) {
+  EXPECT_EQ(Error("/dev/full"),
+            "/dev/full: the report cannot be written: No space left on device");
+  EXPECT_TRUE(fs::is_character_file("/dev/full"));
+}
+
+TEST_F(OutputFileTest, AFolderThatIsNotThereIsTold) {
+  const std::string file = folder_ / "none/report.json";
+  EXPECT_EQ(Error(file), file +
+                             ": the report cannot be written: No such file or "
+                             "directory");
+}
+
+TEST_F(OutputFileTest, AFolderIsNoFile) {
+  EXPECT_EQ(Error(folder_), folder_.string() +
+                                ": the report cannot be written: Is a "
+                                "directory");
+}
+
+}  // namespace
+
+}  // namespace ipav::testing

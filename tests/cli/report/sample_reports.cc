@@ -1,0 +1,143 @@
+#include "sample_reports.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace ipav::testing {
+
+namespace {
+
+using cli::report::DeviceReport;
+using commit::Answer;
+using commit::Verdict;
+using findings::Culprit;
+using findings::Finding;
+using findings::Novelty;
+using findings::Place;
+
+constexpr char kL3[] = "/config/interface/l3";
+constexpr char kPoint[] = "ipv4_addr_validation";
+
+Answer Yes(const std::string& point) {
+  return {point, kL3, 0, std::nullopt, std::nullopt};
+}
+
+Answer No(const std::string& text) {
+  return {kPoint, kL3, -1, text, std::nullopt};
+}
+
+}  // namespace
+
+DeviceReport Accepted(const std::string& candidate) {
+  DeviceReport report;
+  report.candidate = candidate;
+  report.outcome.answers = {Yes("intf_l3_name_validation"), Yes(kPoint)};
+  report.outcome.planned = 2;
+  report.outcome.calls = {{"maapi_exists", 7}, {"maapi_get_elem", 40}};
+  return report;
+}
+
+DeviceReport BadInput(const std::string& candidate) {
+  DeviceReport report;
+  report.candidate = candidate;
+  report.running = "running.xml";
+  report.status = cli::kBadInput;
+  report.input_error = candidate + ":3: Node \"frob\" not found";
+  return report;
+}
+
+DeviceReport Refused(const std::string& candidate) {
+  DeviceReport report;
+  report.number = 7;
+  report.candidate = candidate;
+  report.running = "running.xml";
+  report.seconds = 0.25;
+  report.status = cli::kRefused;
+  report.outcome.verdict = Verdict::kRefused;
+  const std::string text =
+      "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b vrf global "
+      "ipv4 address 10.0.0.2/24.";
+  report.outcome.answers = {Yes("intf_l3_name_validation"), No(text)};
+  report.outcome.planned = 5;
+  Finding finding;
+  finding.text = text;
+  finding.point = kPoint;
+  finding.path = kL3;
+  finding.rule = "interface-overlap";
+  finding.title = "Overlap";
+  finding.advice = "Change one of them.";
+  finding.anchor = "overlap";
+  finding.culprits = {
+      {"address", "/config/interface/l3{a}/ipv4/address/ip", "10.0.0.1/24",
+       Novelty::kAdded,
+       Place{candidate, 4, 13, 11, "  \xc3\xa4 <ip>    10.0.0.1/24</ip>"}},
+      {"overlaps with", "/config/interface/l3{b}/ipv4/address/ip",
+       "10.0.0.2/24", Novelty::kUnchanged,
+       Place{candidate, 9, 5, 11, "<ip>10.0.0.2/24</ip>"}}};
+  report.findings = {finding};
+  return report;
+}
+
+DeviceReport PluginFailed(const std::string& candidate) {
+  DeviceReport report;
+  report.candidate = candidate;
+  report.status = cli::kPluginFailed;
+  report.outcome.verdict = Verdict::kPluginFailed;
+  report.outcome.answers = {{"warns", kL3, -3, "think again", std::nullopt},
+                            {"throws", kL3, 0, std::nullopt, "Invalid input"}};
+  report.outcome.planned = 4;
+  report.outcome.failure = "killed by signal: Aborted";
+  report.outcome.failed_point = kPoint;
+  report.outcome.failed_path = kL3;
+  report.outcome.output = "validate.cc:7: Assertion `x' failed.\n";
+  report.outcome.faults = {"out of sockets", "again"};
+  report.outcome.left_open = {"2 cursors"};
+  report.outcome.debug_lines = {"There is no path"};
+  return report;
+}
+
+DeviceReport Odd() {
+  DeviceReport report = Refused(kOddBytes + ".xml");
+  report.running = kOddBytes;
+  report.outcome.answers = {{kOddBytes, kOddBytes, -1, kOddBytes, std::nullopt},
+                            {kPoint, kL3, 1, std::nullopt, kOddBytes}};
+  report.outcome.output = kOddBytes;
+  report.outcome.faults = {kOddBytes};
+  report.outcome.debug_lines = {"", kOddBytes};
+  Finding& finding = report.findings.front();
+  finding.text = kOddBytes;
+  finding.path = kOddBytes;
+  finding.culprits.front().value = kOddBytes;
+  finding.culprits.front().place->source_line = kOddBytes;
+  finding.note = kOddBytes;
+  return report;
+}
+
+std::vector<DeviceReport> SampleReports() {
+  return {Accepted("a.xml"), Refused("b.xml"), BadInput("c.xml"),
+          PluginFailed("d.xml"), Odd()};
+}
+
+std::string Written(cli::report::Format format,
+                    const std::vector<DeviceReport>& devices,
+                    cli::report::Run run) {
+  char* buffer = nullptr;
+  std::size_t size = 0;
+  std::FILE* out = open_memstream(&buffer, &size);
+  {
+    const auto writer = MakeWriter(format, out, run, {});
+    writer->Begin();
+    for (const DeviceReport& device : devices) {
+      run.summary.Add(device.status);
+      writer->Add(device);
+    }
+    writer->End();
+  }
+  std::fclose(out);
+  const std::unique_ptr<char, decltype(&std::free)> owner(buffer, &std::free);
+  return {buffer, size};
+}
+
+}  // namespace ipav::testing

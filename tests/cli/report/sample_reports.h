@@ -1,0 +1,43 @@
+// Reports on devices with everything in them that a report can have.
+#ifndef IPAV_TESTS_CLI_REPORT_SAMPLE_REPORTS_H_
+#define IPAV_TESTS_CLI_REPORT_SAMPLE_REPORTS_H_
+
+#include <string>
+#include <vector>
+
+#include "report/device_report.h"
+#include "report/formats.h"
+#include "report/run.h"
+
+namespace ipav::testing {
+
+// Bytes that are no UTF-8, and control characters.
+inline const std::string kOddBytes(
+    "one\ntwo\r\ttab {} [x] <&\"'> \x1b[31mred\x07\0\xff\xc3( \xed\xa0\x80 "
+    "\xc3\xa9 \xef\xbf\xbe",
+    50);
+
+cli::report::DeviceReport Accepted(const std::string& candidate);
+cli::report::DeviceReport BadInput(const std::string& candidate);
+
+// Two prefixes that overlap: one on line 4 that was added, one on line 9 that
+// was there before, both in `candidate`.
+cli::report::DeviceReport Refused(const std::string& candidate);
+
+// In a point, after one that had warned and one that threw.
+cli::report::DeviceReport PluginFailed(const std::string& candidate);
+
+// Odd bytes wherever a plug-in, a file or its name may have them.
+cli::report::DeviceReport Odd();
+
+// One of each of the above.
+std::vector<cli::report::DeviceReport> SampleReports();
+
+// What the writer of a format writes of these devices.
+std::string Written(cli::report::Format format,
+                    const std::vector<cli::report::DeviceReport>& devices,
+                    cli::report::Run run = {});
+
+}  // namespace ipav::testing
+
+#endif  // IPAV_TESTS_CLI_REPORT_SAMPLE_REPORTS_H_

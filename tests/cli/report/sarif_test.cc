@@ -1,0 +1,233 @@
+// Reports as SARIF 2.1.0.
+#include "report/sarif.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "report/json.h"
+#include "sample_reports.h"
+
+namespace ipav::testing {
+
+namespace {
+
+using cli::report::DeviceReport;
+using cli::report::Format;
+using cli::report::Json;
+using findings::Culprit;
+using findings::Novelty;
+
+Json RunOf(const std::vector<DeviceReport>& devices) {
+  const Json log = Json::parse(Written(Format::kSarif, devices));
+  EXPECT_EQ(log.at("version"), "2.1.0");
+  EXPECT_EQ(log.at("runs").size(), 1U);
+  return log.at("runs").at(0);
+}
+
+Json ResultOf(const DeviceReport& device) {
+  return RunOf({device}).at("results").at(0);
+}
+
+TEST(SarifReport, OfARefusalNamesRuleTextAndPlaces) {
+  const Json result = ResultOf(Refused("router/candidate.xml"));
+  EXPECT_EQ(result.at("ruleId"), "interface-overlap");
+  EXPECT_EQ(result.at("level"), "error");
+  EXPECT_EQ(result.at("message").at("text"),
+            "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b vrf "
+            "global ipv4 address 10.0.0.2/24.");
+  const Json expected = Json::parse(R"({
+    "physicalLocation": {
+      "artifactLocation": {"uri": "router/candidate.xml"},
+      "region": {"startLine": 4, "startColumn": 13, "endColumn": 24,
+                 "snippet": {"text": "10.0.0.1/24"}},
+      "contextRegion": {
+        "startLine": 4,
+        "snippet": {"text": "  ä <ip>    10.0.0.1/24</ip>"}}},
+    "logicalLocations": [
+      {"fullyQualifiedName": "/config/interface/l3{a}/ipv4/address/ip",
+       "kind": "member"}],
+    "message": {"text": "address 10.0.0.1/24"}})");
+  ASSERT_EQ(result.at("locations").size(), 1U);
+  EXPECT_EQ(result.at("locations").at(0), expected)
+      << result.at("locations").dump(2);
+}
+
+TEST(SarifReport, NamesFurtherCulpritsAsRelatedPlaces) {
+  const Json related = ResultOf(Refused("a.xml")).at("relatedLocations");
+  ASSERT_EQ(related.size(), 1U);
+  EXPECT_EQ(related.at(0).at("id"), 1);
+  EXPECT_EQ(related.at(0).at("physicalLocation").at("region").at("startLine"),
+            9);
+  EXPECT_EQ(related.at(0).at("message").at("text"),
+            "overlaps with 10.0.0.2/24");
+}
+
+TEST(SarifReport, LeadsToTheCulpritThatTheCandidateTouched) {
+  DeviceReport device = Refused("a.xml");
+  std::vector<Culprit>& culprits = device.findings.front().culprits;
+  std::swap(culprits[0], culprits[1]);
+  const Json result = ResultOf(device);
+  const auto line = [&](const char* member) {
+    return result.at(member)
+        .at(0)
+        .at("physicalLocation")
+        .at("region")
+        .at("startLine");
+  };
+  EXPECT_EQ(line("locations"), 4);
+  EXPECT_EQ(line("relatedLocations"), 9);
+}
+
+TEST(SarifReport, WithoutAPlaceLeadsToTheFile) {
+  DeviceReport device = Refused("a.xml");
+  device.findings.front().culprits.clear();
+  const Json locations = ResultOf(device).at("locations");
+  EXPECT_EQ(locations.at(0).at("physicalLocation"),
+            Json::parse(R"({"artifactLocation": {"uri": "a.xml"}})"));
+  EXPECT_EQ(
+      locations.at(0).at("logicalLocations").at(0).at("fullyQualifiedName"),
+      "/config/interface/l3");
+}
+
+TEST(SarifReport, TellsWhetherTheRunningConfigurationHasTheFindingToo) {
+  DeviceReport device = Refused("a.xml");
+  EXPECT_EQ(ResultOf(device).at("baselineState"), "new");
+  device.findings.front().culprits[0].novelty = Novelty::kUnchanged;
+  EXPECT_EQ(ResultOf(device).at("baselineState"), "unchanged");
+  device.running.clear();
+  EXPECT_FALSE(ResultOf(device).contains("baselineState"));
+}
+
+TEST(SarifReport, FingerprintsStayWhenLinesMoveAndDifferBetweenFindings) {
+  const auto fingerprint = [](const DeviceReport& device) {
+    return ResultOf(device).at("partialFingerprints").at("ipavFinding/v1");
+  };
+  const DeviceReport device = Refused("a.xml");
+  DeviceReport moved = device;
+  moved.findings.front().culprits[0].place->line = 400;
+  EXPECT_EQ(fingerprint(moved), fingerprint(device));
+  DeviceReport other = device;
+  other.findings.front().culprits[1].path = "/config/interface/l3{c}";
+  EXPECT_NE(fingerprint(other), fingerprint(device));
+  EXPECT_NE(fingerprint(Refused("b.xml")), fingerprint(device));
+}
+
+TEST(SarifReport, ListsARuleOnceWithItsHelp) {
+  DeviceReport unknown = Refused("c.xml");
+  unknown.findings.front().rule.clear();
+  const Json run = RunOf({Refused("a.xml"), unknown, Refused("b.xml")});
+  const Json& rules = run.at("tool").at("driver").at("rules");
+  ASSERT_EQ(rules.size(), 2U);
+  EXPECT_EQ(rules.at(0).at("id"), "interface-overlap");
+  EXPECT_EQ(rules.at(0).at("shortDescription").at("text"), "Overlap");
+  EXPECT_EQ(rules.at(0).at("help").at("text"),
+            "Change one of them.\ndocs/messages.md#overlap");
+  EXPECT_EQ(rules.at(0).at("help").at("markdown"),
+            "Change one of them.\n\n"
+            "[docs/messages.md#overlap](docs/messages.md#overlap)");
+  // A text that nobody knows goes by its validation point.
+  EXPECT_EQ(rules.at(1).at("id"), "ipv4_addr_validation");
+  for (const auto& [place, index] : {std::pair(0, 0), {1, 1}, {2, 0}}) {
+    EXPECT_EQ(
+        run.at("results").at(static_cast<std::size_t>(place)).at("ruleIndex"),
+        index);
+  }
+}
+
+TEST(SarifReport, AWarningIsAResultOfThatLevel) {
+  const Json run = RunOf({PluginFailed("a.xml")});
+  ASSERT_EQ(run.at("results").size(), 1U);
+  EXPECT_EQ(run.at("results").at(0).at("level"), "warning");
+  EXPECT_EQ(run.at("results").at(0).at("ruleId"), "warns");
+  EXPECT_EQ(run.at("results").at(0).at("message").at("text"), "think again");
+}
+
+TEST(SarifReport, BadInputIsANotificationWithItsLine) {
+  const Json run = RunOf({BadInput("a.xml")});
+  EXPECT_TRUE(run.at("results").empty());
+  const Json& invocation = run.at("invocations").at(0);
+  EXPECT_EQ(invocation.at("executionSuccessful"), false);
+  EXPECT_EQ(invocation.at("exitCode"), 2);
+  EXPECT_EQ(invocation.at("toolExecutionNotifications"), Json::parse(R"([{
+    "descriptor": {"id": "bad-input"}, "level": "error",
+    "message": {"text": "a.xml:3: Node \"frob\" not found"},
+    "locations": [{"physicalLocation": {
+      "artifactLocation": {"uri": "a.xml"}, "region": {"startLine": 3}}}]}])"));
+}
+
+TEST(SarifReport, BadInputOfTheRunningConfigurationIsShownThere) {
+  DeviceReport device = BadInput("a.xml");
+  device.input_error = "running.xml:12: contains a NUL byte";
+  const Json notification = RunOf({device})
+                                .at("invocations")
+                                .at(0)
+                                .at("toolExecutionNotifications")
+                                .at(0);
+  const Json& place = notification.at("locations").at(0).at("physicalLocation");
+  EXPECT_EQ(place.at("artifactLocation").at("uri"), "running.xml");
+  EXPECT_EQ(place.at("region").at("startLine"), 12);
+}
+
+TEST(SarifReport, AFailedPlugInIsANotificationForEachReason) {
+  const Json invocation =
+      RunOf({PluginFailed("a.xml")}).at("invocations").at(0);
+  EXPECT_EQ(invocation.at("executionSuccessful"), false);
+  EXPECT_EQ(invocation.at("exitCode"), 3);
+  const Json& notifications = invocation.at("toolExecutionNotifications");
+  ASSERT_EQ(notifications.size(), 2U);
+  EXPECT_EQ(notifications.at(0).at("message").at("text"),
+            "the plug-in failed: killed by signal: Aborted");
+  EXPECT_EQ(notifications.at(1).at("message").at("text"),
+            "the plug-in threw an exception: Invalid input");
+}
+
+TEST(SarifReport, WithAVerdictForEveryDeviceIsOfASuccessfulExecution) {
+  const Json accepted = RunOf({Accepted("a.xml")}).at("invocations").at(0);
+  EXPECT_EQ(accepted.at("executionSuccessful"), true);
+  EXPECT_EQ(accepted.at("exitCode"), 0);
+  const Json refused = RunOf({Refused("a.xml")}).at("invocations").at(0);
+  EXPECT_EQ(refused.at("executionSuccessful"), true);
+  EXPECT_EQ(refused.at("exitCode"), 1);
+  EXPECT_TRUE(refused.at("toolExecutionNotifications").empty());
+}
+
+TEST(SarifReport, EscapesWhatAMessageTakesForPlaceholdersAndLinks) {
+  DeviceReport device = Refused("a.xml");
+  std::string& text = device.findings.front().text;
+  text = "l3{a} [1]";
+  EXPECT_EQ(ResultOf(device).at("message").at("text"), "l3{{a}} [1]");
+  text = "[here](0)";
+  EXPECT_EQ(ResultOf(device).at("message").at("text"), "\\[here\\](0)");
+  EXPECT_EQ(ResultOf(device).at("properties").at("text"), text);
+  text.clear();
+  EXPECT_EQ(ResultOf(device).at("message").at("text"),
+            "(refused without a text)");
+}
+
+TEST(SarifReport, NamesFilesByUris) {
+  const auto uri = [](const std::string& file) {
+    DeviceReport device = Refused(file);
+    return ResultOf(device)
+        .at("locations")
+        .at(0)
+        .at("physicalLocation")
+        .at("artifactLocation")
+        .at("uri");
+  };
+  EXPECT_EQ(uri("/srv/a b/c#d.xml"), "file:///srv/a%20b/c%23d.xml");
+  EXPECT_EQ(uri("x:y%z\xff.xml"), "x%3Ay%25z%FF.xml");
+  EXPECT_EQ(uri("../r-1/candidate_2.json"), "../r-1/candidate_2.json");
+}
+
+TEST(SarifReport, KeepsTheBytesOfAnOddText) {
+  const Json properties = ResultOf(Odd()).at("properties");
+  EXPECT_EQ(properties.at("textHex").get<std::string>().substr(0, 16),
+            "6f6e650a74776f0d");
+}
+
+}  // namespace
+
+}  // namespace ipav::testing

@@ -228,7 +228,11 @@ const lyd_node* Walk(const lyd_node* entry,
 
 DataTree DataTree::FromFile(const Model& model, const std::string& path,
                             std::size_t max_size) {
-  const std::string text = ReadInput(path, max_size);
+  return FromText(model, path, ReadInput(path, max_size));
+}
+
+DataTree DataTree::FromText(const Model& model, const std::string& path,
+                            const std::string& text) {
   const std::size_t start = StartOf(text, path);
   const LYD_FORMAT format = FormatOf(text, start, path);
   RefuseNul(text, path);

@@ -24,6 +24,9 @@ class DataTree {
   // bytes.
   static DataTree FromFile(const Model& model, const std::string& path,
                            std::size_t max_size = kMaxInputSize);
+  // The same for the text of that file, which somebody has read already.
+  static DataTree FromText(const Model& model, const std::string& path,
+                           const std::string& text);
   static DataTree Empty(const Model& model);
 
   const Model& model() const { return *model_; }

@@ -1,8 +1,5 @@
 #include "check.h"
 
-#include <confd_lib.h>
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <vector>
@@ -11,13 +8,13 @@
 #include "datastore/data_tree.h"
 #include "datastore/model.h"
 #include "reading_time.h"
+#include "report/device_report.h"
+#include "report/text.h"
 
 namespace ipav::cli {
 
 namespace {
 
-using commit::Answer;
-using commit::Outcome;
 using commit::Verdict;
 using datastore::DataTree;
 using datastore::Model;
@@ -32,87 +29,6 @@ ExitStatus StatusOf(Verdict verdict) {
       break;
   }
   return kPluginFailed;
-}
-
-const char* WordOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kAccepted:
-      return "accepted";
-    case Verdict::kRefused:
-      return "refused";
-    case Verdict::kPluginFailed:
-      break;
-  }
-  return "not judged, the plug-in failed";
-}
-
-void PrintPlace(const std::string& point, const std::string& path) {
-  fmt::print("  validation point: {}\n  data path: {}\n", point, path);
-}
-
-// The operator's text stands alone on its line, byte for byte as the plug-in
-// set it, also where it is no UTF-8 or has more than one line.
-void PrintAnswer(const Answer& answer) {
-  if (answer.exception.has_value()) {
-    fmt::print("the plug-in threw an exception: {}\n", *answer.exception);
-  } else if (answer.result == CONFD_OK) {
-    fmt::print("(accepted)\n");
-  } else if (Accepts(answer)) {
-    fmt::print("(accepted with a warning)\n{}\n",
-               answer.text.value_or("(without a text)"));
-  } else {
-    fmt::print("{}\n", answer.text.value_or("(refused without a text)"));
-  }
-  PrintPlace(answer.opaque, answer.path);
-  if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
-    fmt::print("  result: {}, taken for a refusal\n", answer.result);
-  }
-}
-
-void PrintFailure(const Outcome& outcome) {
-  fmt::print("the plug-in failed: {}\n", outcome.failure);
-  if (!outcome.failed_path.empty()) {
-    PrintPlace(outcome.failed_point, outcome.failed_path);
-  }
-}
-
-// Each line of a text behind a label.
-void PrintLines(const char* label, const std::string& text) {
-  std::size_t begin = 0;
-  while (begin < text.size()) {
-    const std::size_t end = std::min(text.find('\n', begin), text.size());
-    fmt::print("  {}: {}\n", label, text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-}
-
-void PrintDetails(const Outcome& outcome) {
-  for (const std::string& line : outcome.debug_lines) {
-    PrintLines("debug", line);
-  }
-  std::uint64_t total = 0;
-  for (const auto& [name, count] : outcome.calls) {
-    fmt::print("  platform call: {} {}\n", name, count);
-    total += count;
-  }
-  fmt::print("  platform calls: {}\n", total);
-}
-
-void PrintReport(const std::string& file, const Outcome& outcome,
-                 const CheckOptions& options) {
-  fmt::print("{}: {} ({} of {} validation calls made)\n", file,
-             WordOf(outcome.verdict), outcome.answers.size(), outcome.planned);
-  for (const Answer& answer : outcome.answers) {
-    const bool silent = answer.result == CONFD_OK && !answer.exception;
-    if (!silent || options.all) PrintAnswer(answer);
-  }
-  if (!outcome.failure.empty()) PrintFailure(outcome);
-  PrintLines("the plug-in wrote", outcome.output);
-  for (const std::string& fault : outcome.faults) PrintLines("warning", fault);
-  for (const std::string& what : outcome.left_open) {
-    fmt::print("  warning: the plug-in left {} open\n", what);
-  }
-  if (options.verbose) PrintDetails(outcome);
 }
 
 DataTree Read(const Model& model, const std::string& file,
@@ -134,13 +50,18 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
     candidates.push_back(Read(model, file, options));
   }
 
+  report::TextWriter writer({options.all, options.verbose});
   ExitStatus worst = kAccepted;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    const Outcome outcome =
+    report::DeviceReport device;
+    device.running = options.running;
+    device.candidate = options.candidates[i];
+    device.outcome =
         commit::RunCommit(running, candidates[i],
                           {locations.plugin, options.all, options.time_limit});
-    PrintReport(options.candidates[i], outcome, options);
-    worst = std::max(worst, StatusOf(outcome.verdict));
+    device.status = StatusOf(device.outcome.verdict);
+    writer.Add(device);
+    worst = std::max(worst, device.status);
   }
   return worst;
 }

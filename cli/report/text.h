@@ -1,0 +1,26 @@
+// The report for people.
+#ifndef IPAV_CLI_REPORT_TEXT_H_
+#define IPAV_CLI_REPORT_TEXT_H_
+
+#include "report/writer.h"
+
+namespace ipav::cli::report {
+
+struct TextOptions {
+  bool all = false;      // the answer of every point
+  bool verbose = false;  // debug lines and platform calls as well
+};
+
+// Writes to standard output.
+class TextWriter : public Writer {
+ public:
+  explicit TextWriter(const TextOptions& options) : options_(options) {}
+  void Add(const DeviceReport& device) override;
+
+ private:
+  TextOptions options_;
+};
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_TEXT_H_

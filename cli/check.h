@@ -17,8 +17,9 @@ namespace ipav::cli {
 struct CheckOptions {
   std::string running;  // file; empty: nothing is configured yet
   std::vector<std::string> candidates;
-  bool all = false;      // list the answer of every point
-  bool verbose = false;  // debug lines and platform calls as well
+  bool all = false;            // list the answer of every point
+  bool verbose = false;        // debug lines and platform calls as well
+  std::string color = "auto";  // or always, never
   // How long the reading of a configuration may take, and the validation of a
   // candidate.
   base::TimeLimit time_limit = std::chrono::seconds(60);

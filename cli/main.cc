@@ -81,6 +81,12 @@ int Run(int argc, char** argv) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options.verbose,
                   "Show debug lines and platform calls");
+  check
+      ->add_option("--color", options.color,
+                   "Colours: auto (on a terminal, unless NO_COLOR is set), "
+                   "always, never")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"auto", "always", "never"}));
   AddLimitOptions(check, &limits);
   check
       ->add_option("candidate", options.candidates,

@@ -1,14 +1,20 @@
 #include "report/text.h"
 
 #include <confd_lib.h>
+#include <fmt/color.h>
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "commit/commit.h"
+#include "findings/finder.h"
+#include "findings/finding.h"
+#include "report/source_lines.h"
 
 namespace ipav::cli::report {
 
@@ -17,6 +23,10 @@ namespace {
 using commit::Answer;
 using commit::Outcome;
 using commit::Verdict;
+using findings::Culprit;
+using findings::Finding;
+using findings::Novelty;
+using findings::Place;
 
 const char* WordOf(Verdict verdict) {
   switch (verdict) {
@@ -30,75 +40,168 @@ const char* WordOf(Verdict verdict) {
   return "not judged, the plug-in failed";
 }
 
-void PrintPlace(const std::string& point, const std::string& path) {
-  fmt::print("  validation point: {}\n  data path: {}\n", point, path);
+const char* WordOf(Novelty novelty) {
+  switch (novelty) {
+    case Novelty::kUnchanged:
+      return "unchanged";
+    case Novelty::kAdded:
+      return "added";
+    case Novelty::kChanged:
+      return "changed";
+    case Novelty::kRemoved:
+      break;
+  }
+  return "removed";
 }
 
-// The operator's text stands alone on its line, byte for byte as the plug-in
-// set it, also where it is no UTF-8 or has more than one line.
-void PrintAnswer(const Answer& answer) {
-  if (answer.exception.has_value()) {
-    fmt::print("the plug-in threw an exception: {}\n", *answer.exception);
-  } else if (answer.result == CONFD_OK) {
-    fmt::print("(accepted)\n");
-  } else if (Accepts(answer)) {
-    fmt::print("(accepted with a warning)\n{}\n",
-               answer.text.value_or("(without a text)"));
-  } else {
-    fmt::print("{}\n", answer.text.value_or("(refused without a text)"));
-  }
-  PrintPlace(answer.opaque, answer.path);
-  if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
-    fmt::print("  result: {}, taken for a refusal\n", answer.result);
-  }
-}
-
-void PrintFailure(const Outcome& outcome) {
-  fmt::print("the plug-in failed: {}\n", outcome.failure);
-  if (!outcome.failed_path.empty()) {
-    PrintPlace(outcome.failed_point, outcome.failed_path);
-  }
-}
-
-// Each line of a text behind a label.
-void PrintLines(const char* label, const std::string& text) {
+// Each line of a text.
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
   std::size_t begin = 0;
   while (begin < text.size()) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
-    fmt::print("  {}: {}\n", label, text.substr(begin, end - begin));
+    lines.push_back(text.substr(begin, end - begin));
     begin = end + 1;
   }
+  return lines;
 }
 
-void PrintDetails(const Outcome& outcome) {
-  for (const std::string& line : outcome.debug_lines) {
-    PrintLines("debug", line);
+// Prints the report of one device.
+class Printer {
+ public:
+  explicit Printer(const TextOptions& options) : options_(options) {}
+
+  void Print(const DeviceReport& device) {
+    const Outcome& outcome = device.outcome;
+    PrintVerdict(device);
+    auto finding = device.findings.begin();
+    for (const Answer& answer : outcome.answers) {
+      const bool silent = answer.result == CONFD_OK && !answer.exception;
+      if (!silent || options_.all) PrintAnswer(answer);
+      if (findings::IsRefusal(answer) && finding != device.findings.end()) {
+        PrintFinding(*finding++);
+      }
+    }
+    if (!outcome.failure.empty()) PrintFailure(outcome);
+    PrintLines("the plug-in wrote", outcome.output);
+    for (const std::string& fault : outcome.faults) {
+      PrintLines("warning", fault);
+    }
+    for (const std::string& what : outcome.left_open) {
+      Print("  warning: the plug-in left {} open\n", what);
+    }
+    if (options_.verbose) PrintDetails(outcome);
   }
-  std::uint64_t total = 0;
-  for (const auto& [name, count] : outcome.calls) {
-    fmt::print("  platform call: {} {}\n", name, count);
-    total += count;
+
+ private:
+  template <typename... Arguments>
+  void Print(fmt::format_string<Arguments...> format,
+             Arguments&&... arguments) const {
+    fmt::print(options_.out, format, std::forward<Arguments>(arguments)...);
   }
-  fmt::print("  platform calls: {}\n", total);
-}
+
+  // The text in that style, or as it is.
+  std::string Styled(fmt::text_style style, const std::string& text) const {
+    return options_.color ? fmt::format(style, "{}", text) : text;
+  }
+
+  void PrintVerdict(const DeviceReport& device) const {
+    const Outcome& outcome = device.outcome;
+    const bool accepted = outcome.verdict == Verdict::kAccepted;
+    const fmt::text_style style =
+        fmt::emphasis::bold |
+        fg(accepted ? fmt::terminal_color::green : fmt::terminal_color::red);
+    Print("{}: {} ({} of {} validation calls made)\n", device.candidate,
+          Styled(style, WordOf(outcome.verdict)), outcome.answers.size(),
+          outcome.planned);
+  }
+
+  void PrintPlace(const std::string& point, const std::string& path) const {
+    Print("  validation point: {}\n  data path: {}\n", point, path);
+  }
+
+  // The operator's text stands alone on its line, byte for byte as the plug-in
+  // set it, also where it is no UTF-8 or has more than one line.
+  void PrintAnswer(const Answer& answer) const {
+    if (answer.exception.has_value()) {
+      Print("the plug-in threw an exception: {}\n", *answer.exception);
+    } else if (answer.result == CONFD_OK) {
+      Print("(accepted)\n");
+    } else if (Accepts(answer)) {
+      Print("(accepted with a warning)\n{}\n",
+            answer.text.value_or("(without a text)"));
+    } else {
+      Print("{}\n", Styled(fmt::emphasis::bold,
+                           answer.text.value_or("(refused without a text)")));
+    }
+    PrintPlace(answer.opaque, answer.path);
+    if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
+      Print("  result: {}, taken for a refusal\n", answer.result);
+    }
+  }
+
+  void PrintFinding(const Finding& finding) const {
+    for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
+    if (!finding.note.empty()) Print("  note: {}\n", Harmless(finding.note));
+    if (finding.rule.empty()) return;
+    Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
+          finding.anchor);
+  }
+
+  void PrintCulprit(const Culprit& culprit) const {
+    const std::string role = Harmless(culprit.role);
+    const char* novelty = WordOf(culprit.novelty);
+    if (!culprit.place) {
+      Print("  {}: {}, {}\n", Harmless(culprit.path), role, novelty);
+      return;
+    }
+    const Place& place = *culprit.place;
+    Print("  {}: {}, {}\n",
+          Styled(fmt::emphasis::bold,
+                 fmt::format("{}:{}:{}", place.file, place.line, place.column)),
+          role, novelty);
+    const ShownLine line = ShowLine(place);
+    const bool is_new = culprit.novelty != Novelty::kUnchanged;
+    const fmt::text_style style =
+        fmt::emphasis::bold |
+        fg(is_new ? fmt::terminal_color::red : fmt::terminal_color::cyan);
+    Print("  {:>5} | {}\n  {:>5} | {:{}}{}\n", place.line, line.text, "", "",
+          line.indent, Styled(style, "^" + std::string(line.length - 1, '~')));
+  }
+
+  void PrintFailure(const Outcome& outcome) const {
+    Print("the plug-in failed: {}\n", outcome.failure);
+    if (!outcome.failed_path.empty()) {
+      PrintPlace(outcome.failed_point, outcome.failed_path);
+    }
+  }
+
+  // Each line of a text behind a label.
+  void PrintLines(const char* label, const std::string& text) const {
+    for (const std::string& line : LinesOf(text)) {
+      Print("  {}: {}\n", label, line);
+    }
+  }
+
+  void PrintDetails(const Outcome& outcome) const {
+    for (const std::string& line : outcome.debug_lines) {
+      PrintLines("debug", line);
+    }
+    std::uint64_t total = 0;
+    for (const auto& [name, count] : outcome.calls) {
+      Print("  platform call: {} {}\n", name, count);
+      total += count;
+    }
+    Print("  platform calls: {}\n", total);
+  }
+
+  const TextOptions& options_;
+};
 
 }  // namespace
 
 void TextWriter::Add(const DeviceReport& device) {
-  const Outcome& outcome = device.outcome;
-  fmt::print("{}: {} ({} of {} validation calls made)\n", device.candidate,
-             WordOf(outcome.verdict), outcome.answers.size(), outcome.planned);
-  for (const Answer& answer : outcome.answers) {
-    const bool silent = answer.result == CONFD_OK && !answer.exception;
-    if (!silent || options_.all) PrintAnswer(answer);
-  }
-  if (!outcome.failure.empty()) PrintFailure(outcome);
-  PrintLines("the plug-in wrote", outcome.output);
-  for (const std::string& fault : outcome.faults) PrintLines("warning", fault);
-  for (const std::string& what : outcome.left_open) {
-    fmt::print("  warning: the plug-in left {} open\n", what);
-  }
-  if (options_.verbose) PrintDetails(outcome);
+  Printer(options_).Print(device);
 }
 
 }  // namespace ipav::cli::report

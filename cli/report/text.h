@@ -2,6 +2,8 @@
 #ifndef IPAV_CLI_REPORT_TEXT_H_
 #define IPAV_CLI_REPORT_TEXT_H_
 
+#include <cstdio>
+
 #include "report/writer.h"
 
 namespace ipav::cli::report {
@@ -9,9 +11,10 @@ namespace ipav::cli::report {
 struct TextOptions {
   bool all = false;      // the answer of every point
   bool verbose = false;  // debug lines and platform calls as well
+  bool color = false;
+  std::FILE* out = stdout;
 };
 
-// Writes to standard output.
 class TextWriter : public Writer {
  public:
   explicit TextWriter(const TextOptions& options) : options_(options) {}

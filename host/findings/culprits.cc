@@ -10,11 +10,8 @@ namespace ipav::findings {
 
 namespace {
 
-Evidence NoNode(const Case& refusal) {
-  return Evidence::None(
-      "the text names no node of the configuration; it was "
-      "told at " +
-      (refusal.path.empty() ? "no node" : refusal.path));
+Evidence NoNode(const Case& /*refusal*/) {
+  return Evidence::None("the text names no node of the configuration");
 }
 
 using Investigator = Evidence (*)(const Case&);

@@ -45,9 +45,12 @@ void SuspectChangedVrf(const Case& refusal, const lyd_node* interface,
 Evidence NumberOfL3(const Case& refusal) {
   const std::vector<const lyd_node*> interfaces = L3Of(refusal.candidate);
   if (std::to_string(interfaces.size()) != refusal.Field("count")) return {};
-  Evidence evidence{true, {}, refusal.Field("count") + " l3 interfaces"};
+  Evidence evidence{true,
+                    {},
+                    refusal.Field("count") +
+                        " l3 interfaces, there is room for " +
+                        refusal.Field("limit")};
   NameNew(refusal, interfaces, "new interface", &evidence);
-  if (evidence.suspects.size() == interfaces.size()) evidence.note.clear();
   return evidence;
 }
 

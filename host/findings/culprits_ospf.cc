@@ -206,6 +206,13 @@ void SuspectProcessVrf(const Case& refusal, const Assignment& assignment,
                    assignment.compound_id;
 }
 
+// Where the text is filled with what the table of processes lacks.
+void NoteMissingProcess(const Assignment& assignment, Evidence* evidence) {
+  if (assignment.process_entry != nullptr || !evidence->note.empty()) return;
+  evidence->note =
+      "the table of processes lacks compound-id " + assignment.compound_id;
+}
+
 std::string NumberOfArea(const std::string& area) {
   in_addr address{};
   static_cast<void>(inet_pton(AF_INET, area.c_str(), &address));
@@ -266,6 +273,7 @@ Evidence OspfAddressRemoved(const Case& refusal) {
     const bool by_length =
         evidence.suspects.back().role == "address of the interface";
     SuspectRow(refusal, *row, by_length, &evidence);
+    NoteMissingProcess(assignment, &evidence);
   }
   evidence.bears_out = count > 0;
   if (count > 1) evidence.note = std::to_string(count) + kFits;
@@ -293,6 +301,7 @@ Evidence OspfAddressAdded(const Case& refusal) {
         {"assigned to OSPFv2",
          InterfaceLeafOf(refusal, assignment.rows.front())});
     SuspectRemovedRow(refusal, assignment, prefix, &evidence);
+    NoteMissingProcess(assignment, &evidence);
   }
   evidence.bears_out = count > 0;
   if (count > 1) evidence.note = std::to_string(count) + kFits;

@@ -94,8 +94,10 @@ void SuspectChangedVrfName(const Case& refusal, const Route& route,
     return;
   }
   const lyd_node* before = VrfEntryOf(refusal.running, route);
-  if (before != nullptr) {
-    evidence->suspects.push_back({"VRF of the route", before, true});
+  const lyd_node* name =
+      before == nullptr ? nullptr : refusal.running.At(before, {"vname"});
+  if (name != nullptr) {
+    evidence->suspects.push_back({"VRF of the route", name, true});
   }
 }
 

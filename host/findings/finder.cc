@@ -54,7 +54,8 @@ class Finder::Search {
   void Complete(const commit::Answer& answer, Finding* finding) {
     const std::vector<Reading> readings = ReadText(finding->text);
     if (readings.empty()) {
-      finding->note = "the text is no known message";
+      finding->note =
+          "no text of docs/messages.md: the nodes concerned are not known";
       return;
     }
     Describe(*readings.front().message, finding);
@@ -119,7 +120,7 @@ Finding Finder::Explain(const commit::Answer& answer) {
   finding.point = answer.opaque;
   finding.path = answer.path;
   if (!answer.text) {
-    finding.note = "the validation point gave no text";
+    finding.note = "without a text, the nodes concerned are not known";
     return finding;
   }
   if (search_ == nullptr) {

@@ -163,12 +163,12 @@ void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
 // The row, at its prefix length where it is that which differs.
 void SuspectRow(const Case& refusal, const OspfRow& row, bool by_length,
                 Evidence* evidence) {
-  const lyd_node* length =
-      refusal.candidate.At(row.entry, {"ospf-pm-ip-netmask"});
-  if (by_length && length != nullptr) {
-    evidence->suspects.push_back({"prefix length known to OSPFv2", length});
-    return;
+  const std::size_t known = evidence->suspects.size();
+  if (by_length) {
+    SuspectLeaf(refusal, row.entry, "ospf-pm-ip-netmask",
+                "prefix length known to OSPFv2", true, evidence);
   }
+  if (evidence->suspects.size() > known) return;
   const lyd_node* address = refusal.candidate.At(row.entry, {"address"});
   evidence->suspects.push_back(
       {"known to OSPFv2", address == nullptr ? row.entry : address});
@@ -196,12 +196,18 @@ void SuspectRemovedRow(const Case& refusal, const Assignment& assignment,
 // The VRF of the process, or why there is none.
 void SuspectProcessVrf(const Case& refusal, const Assignment& assignment,
                        Evidence* evidence) {
-  const std::size_t before = evidence->suspects.size();
+  constexpr char kRole[] = "VRF of the process";
+  const std::size_t known = evidence->suspects.size();
   if (assignment.process_entry != nullptr) {
-    SuspectLeaf(refusal, assignment.process_entry, "vrf_name",
-                "VRF of the process", true, evidence);
+    SuspectLeaf(refusal, assignment.process_entry, "vrf_name", kRole, true,
+                evidence);
+  } else if (const lyd_node* before = refusal.running.Entry(
+                 refusal.running.At(nullptr, {"internal"}),
+                 "ospf-index-to-proc-id", {assignment.compound_id})) {
+    const lyd_node* vrf = refusal.running.At(before, {"vrf_name"});
+    if (vrf != nullptr) evidence->suspects.push_back({kRole, vrf, true});
   }
-  if (evidence->suspects.size() > before) return;
+  if (evidence->suspects.size() > known) return;
   evidence->note = "the table of processes names no VRF for compound-id " +
                    assignment.compound_id;
 }

@@ -194,6 +194,10 @@ Evidence BlackHole(const Case& refusal) {
     evidence.suspects.push_back(
         {"next hop", NextHopLeaf(refusal.candidate, *pair.with_next_hop)});
     SuspectChangedVrfName(refusal, *pair.black_hole, &evidence);
+    if (pair.black_hole->keys[kVrfIndex] !=
+        pair.with_next_hop->keys[kVrfIndex]) {
+      SuspectChangedVrfName(refusal, *pair.with_next_hop, &evidence);
+    }
   }
   evidence.bears_out = count > 0;
   if (count > 1) {
@@ -231,8 +235,11 @@ Evidence OutputWithoutVlan(const Case& refusal) {
     if (output == nullptr) continue;
     const lyd_node* leaf = refusal.candidate.At(output, {"interface-name"});
     if (leaf == nullptr || !IsOutputOf(TextOf(leaf), name)) continue;
-    if (++count <= kMaxNamed) {
-      evidence.suspects.push_back({"output interface of a route", leaf});
+    if (++count > kMaxNamed) continue;
+    evidence.suspects.push_back({"output interface of a route", leaf});
+    if (refusal.IsNew(route.entry)) {
+      evidence.suspects.push_back(
+          {"new route", NextHopLeaf(refusal.candidate, route)});
     }
   }
   if (count == 0) return {};

@@ -165,8 +165,10 @@ class Printer {
     const fmt::text_style style =
         fmt::emphasis::bold |
         fg(is_new ? fmt::terminal_color::red : fmt::terminal_color::cyan);
-    Print("  {:>5} | {}\n  {:>5} | {:{}}{}\n", place.line, line.text, "", "",
-          line.indent, Styled(style, "^" + std::string(line.length - 1, '~')));
+    const std::string number = fmt::format("{:>5}", place.line);
+    Print("  {} | {}\n  {:{}} | {:{}}{}\n", number, line.text, "",
+          number.size(), "", line.indent,
+          Styled(style, "^" + std::string(line.length - 1, '~')));
   }
 
   void PrintFailure(const Outcome& outcome) const {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -103,8 +104,14 @@ class JsonReader {
   bool boolean(bool /*value*/) { return Literal(); }
   bool number_integer(number_integer_t /*value*/) { return Literal(); }
   bool number_unsigned(number_unsigned_t /*value*/) { return Literal(); }
-  bool number_float(number_float_t /*value*/, const string_t& /*text*/) {
-    return Literal();
+  // An integer may be written with an exponent.
+  bool number_float(number_float_t value, const string_t& /*text*/) {
+    constexpr number_float_t kLargest = 9e15;  // all below are exact
+    if (std::nearbyint(value) != value || std::abs(value) > kLargest) {
+      return Literal();
+    }
+    return Value(tokens_.Take(),
+                 std::to_string(static_cast<std::int64_t>(value)));
   }
   bool binary(const binary_t& /*value*/) { return false; }  // not in JSON texts
   bool parse_error(std::size_t /*place*/, const std::string& /*token*/,

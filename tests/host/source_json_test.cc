@@ -102,6 +102,15 @@ TEST(SourceJsonTest, KeysThatAreNumbersAreFound) {
             "4:19:\"l3-a\"");
 }
 
+TEST(SourceJsonTest, KeysThatAreNumbersAreFoundInAnyForm) {
+  const Written text(
+      "{\"vorplex-internal:internal\": {\"vrf-config\": {\"indexTOstring\": [\n"
+      "{\"index\": 7e1, \"vname\": \"a\"},\n"
+      "{\"index\": 80, \"vname\": \"b\"}]}}}");
+  EXPECT_EQ(text.Place("/internal/vrf-config/indexTOstring{70}"), "2:11:7e1");
+  EXPECT_EQ(text.Place("/internal/vrf-config/indexTOstring{80}"), "3:11:80");
+}
+
 TEST(SourceJsonTest, MetadataIsPassedOver) {
   const Written text = Interface(
       "\"@\": {\"yang:insert\": \"last\"},\n"

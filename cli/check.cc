@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/stopwatch.h"
+#include "color.h"
 #include "datastore/model.h"
 #include "datastore/transaction.h"
 #include "fleet/devices.h"
@@ -72,7 +73,11 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
   run.shard = options.shard;
   if (run.shard) devices = fleet::PartOf(devices, *run.shard);
 
-  ReportOutput output(options.report, {options.all, options.verbose}, &run);
+  std::FILE* terminal = options.report.output.empty() ? stdout : nullptr;
+  ReportOutput output(
+      options.report,
+      {options.all, options.verbose, WantsColor(options.color, terminal)},
+      &run);
   // Left to the end of the program, as what is read by it.
   base::Stopwatch watch;
   static const Model& model =

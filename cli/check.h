@@ -22,6 +22,7 @@ struct CheckOptions {
   std::vector<std::string> candidates;  // files, and folders of them
   bool all = false;                     // list the answer of every point
   bool verbose = false;  // debug lines and platform calls as well
+  std::string color = "auto";  // or always, never
   bool timing = false;   // where the time went, on standard error
   // How long the reading of a configuration may take, and the validation of a
   // candidate.

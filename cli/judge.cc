@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -12,14 +13,15 @@
 #include "datastore/data_tree.h"
 #include "datastore/input_error.h"
 #include "datastore/input_text.h"
+#include "findings/finder.h"
 #include "reading_time.h"
+#include "source/source_text.h"
 #include "timing.h"
 
 namespace ipav::cli {
 
 namespace {
 
-using commit::Answer;
 using commit::Outcome;
 using commit::Verdict;
 using datastore::DataTree;
@@ -29,7 +31,6 @@ using datastore::Model;
 using datastore::ReadingTimes;
 using datastore::Running;
 using datastore::Transaction;
-using findings::Finding;
 using report::DeviceReport;
 
 ExitStatus StatusOf(Verdict verdict) {
@@ -42,20 +43,6 @@ ExitStatus StatusOf(Verdict verdict) {
       break;
   }
   return kPluginFailed;
-}
-
-// One for each refusal.
-std::vector<Finding> FindingsOf(const Outcome& outcome) {
-  std::vector<Finding> findings;
-  for (const Answer& answer : outcome.answers) {
-    if (Accepts(answer) || answer.exception) continue;
-    Finding finding;
-    finding.text = answer.text.value_or("");
-    finding.point = answer.opaque;
-    finding.path = answer.path;
-    findings.push_back(std::move(finding));
-  }
-  return findings;
 }
 
 // Leaves something to the end of the process, which judges one device and ends:
@@ -94,6 +81,22 @@ Candidate ReadCandidate(const Model& model, const std::string& file,
   times->text = watch.Lap();
   DataTree tree = DataTree::FromText(model, text, times);
   return {std::move(text), std::move(tree)};
+}
+
+// What the refusals are about. All of the running configuration is read for
+// them, as far as it was not.
+std::vector<findings::Finding> FindingsOf(const DeviceReport& report,
+                                          const Running& running,
+                                          const Transaction& transaction,
+                                          const InputText& candidate) {
+  if (report.status != kRefused) return {};
+  const std::optional<InputText>& text = running.text();
+  const source::SourceText before(text ? std::string_view(text->bytes) : "");
+  const source::SourceText after(candidate.bytes);
+  findings::Finder finder(
+      {&transaction.running(), report.running, text ? &before : nullptr},
+      {&transaction.candidate(), report.candidate, &after});
+  return finder.ExplainAll(report.outcome);
 }
 
 DeviceReport ReportOn(const Device& device) {
@@ -177,7 +180,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   report.outcome = commit::RunCommit(
       transaction, {locations_.plugin, options_.all, options_.time_limit});
   report.status = StatusOf(report.outcome.verdict);
-  report.findings = FindingsOf(report.outcome);
+  report.findings = FindingsOf(report, running, transaction, candidate->text);
   if (options_.timing) {
     PrintTimes(device.candidate, times);
     PrintTime(device.candidate + ": diff", diff);

@@ -142,6 +142,12 @@ CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
   check->add_flag("--timing", options->timing,
                   "Show where the time went, on standard error, and add the "
                   "seconds of each device to json and junit");
+  check
+      ->add_option("--color", options->color,
+                   "Colours: auto (on a terminal, unless NO_COLOR is set), "
+                   "always, never")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"auto", "always", "never"}));
   AddLimitOptions(check, limits);
   AddReportOptions(check, &options->report);
   AddFleetOptions(check, options);

@@ -112,13 +112,17 @@ Json ToJson(const Place& place) {
   json["column"] = place.column;
   json["length"] = place.length;
   PutText(&json, "sourceLine", place.source_line);
+  json["skipped"] = place.skipped;
   return json;
 }
 
 Place PlaceOf(const Json& json) {
-  return {TextOf(json, "file"), json.at("line").get<std::size_t>(),
+  return {TextOf(json, "file"),
+          json.at("line").get<std::size_t>(),
           json.at("column").get<std::size_t>(),
-          json.at("length").get<std::size_t>(), TextOf(json, "sourceLine")};
+          json.at("length").get<std::size_t>(),
+          TextOf(json, "sourceLine"),
+          json.at("skipped").get<std::size_t>()};
 }
 
 Json ToJson(const Culprit& culprit) {

@@ -80,9 +80,9 @@ std::size_t PlaceOfCharacter(const std::string& text, std::size_t number) {
 
 std::string Marked(const Place& place) {
   const std::string line = ToUtf8(place.source_line);
-  const std::size_t begin = PlaceOfCharacter(line, place.column - 1);
-  const std::size_t end =
-      PlaceOfCharacter(line, place.column - 1 + place.length);
+  const std::size_t first = place.column - 1 - place.skipped;
+  const std::size_t begin = PlaceOfCharacter(line, first);
+  const std::size_t end = PlaceOfCharacter(line, first + place.length);
   return line.substr(begin, end - begin);
 }
 

@@ -1,10 +1,20 @@
 #include "report/text.h"
 
 #include <confd_lib.h>
+#include <fmt/color.h>
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "commit/commit.h"
+#include "findings/finder.h"
+#include "findings/finding.h"
+#include "report/source_lines.h"
 
 namespace ipav::cli::report {
 
@@ -12,6 +22,10 @@ namespace {
 
 using commit::Answer;
 using commit::Outcome;
+using findings::Culprit;
+using findings::Finding;
+using findings::Novelty;
+using findings::Place;
 
 const char* WordOf(ExitStatus status) {
   switch (status) {
@@ -27,85 +41,181 @@ const char* WordOf(ExitStatus status) {
   return "not judged, the plug-in failed";
 }
 
-}  // namespace
-
-void TextWriter::AddPlace(const std::string& point, const std::string& path) {
-  fmt::print(out_, "  validation point: {}\n  data path: {}\n", point, path);
+const char* WordOf(Novelty novelty) {
+  switch (novelty) {
+    case Novelty::kUnchanged:
+      return "unchanged";
+    case Novelty::kAdded:
+      return "added";
+    case Novelty::kChanged:
+      return "changed";
+    case Novelty::kRemoved:
+      break;
+  }
+  return "removed";
 }
 
-// The operator's text stands alone on its line, byte for byte as the plug-in
-// set it, also where it is no UTF-8 or has more than one line.
-void TextWriter::AddAnswer(const Answer& answer) {
-  if (answer.exception.has_value()) {
-    fmt::print(out_, "the plug-in threw an exception: {}\n", *answer.exception);
-  } else if (answer.result == CONFD_OK) {
-    fmt::print(out_, "(accepted)\n");
-  } else if (Accepts(answer)) {
-    fmt::print(out_, "(accepted with a warning)\n{}\n",
-               answer.text.value_or("(without a text)"));
-  } else {
-    fmt::print(out_, "{}\n", answer.text.value_or("(refused without a text)"));
-  }
-  AddPlace(answer.opaque, answer.path);
-  if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
-    fmt::print(out_, "  result: {}, taken for a refusal\n", answer.result);
-  }
-}
-
-void TextWriter::AddFailure(const Outcome& outcome) {
-  fmt::print(out_, "the plug-in failed: {}\n", outcome.failure);
-  if (!outcome.failed_path.empty()) {
-    AddPlace(outcome.failed_point, outcome.failed_path);
-  }
-}
-
-// Each line of a text behind a label.
-void TextWriter::AddLines(const char* label, const std::string& text) {
+// Each line of a text.
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
   std::size_t begin = 0;
   while (begin < text.size()) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
-    fmt::print(out_, "  {}: {}\n", label, text.substr(begin, end - begin));
+    lines.push_back(text.substr(begin, end - begin));
     begin = end + 1;
   }
+  return lines;
 }
 
-void TextWriter::AddDetails(const Outcome& outcome) {
-  for (const std::string& line : outcome.debug_lines) {
-    AddLines("debug", line);
-  }
-  std::uint64_t total = 0;
-  for (const auto& [name, count] : outcome.calls) {
-    fmt::print(out_, "  platform call: {} {}\n", name, count);
-    total += count;
-  }
-  fmt::print(out_, "  platform calls: {}\n", total);
-}
+// Prints the report of one device.
+class Printer {
+ public:
+  Printer(std::FILE* out, const TextOptions& options)
+      : out_(out), options_(options) {}
 
-void TextWriter::AddOutcome(const DeviceReport& device) {
-  const Outcome& outcome = device.outcome;
-  fmt::print(out_, "{}: {} ({} of {} validation calls made)\n",
-             device.candidate, WordOf(device.status), outcome.answers.size(),
-             outcome.planned);
-  for (const Answer& answer : outcome.answers) {
-    const bool silent = answer.result == CONFD_OK && !answer.exception;
-    if (!silent || options_.all) AddAnswer(answer);
+  void Print(const DeviceReport& device) {
+    const Outcome& outcome = device.outcome;
+    if (device.status == kBadInput) return PrintBadInput(device);
+    PrintVerdict(device);
+    auto finding = device.findings.begin();
+    for (const Answer& answer : outcome.answers) {
+      const bool silent = answer.result == CONFD_OK && !answer.exception;
+      if (!silent || options_.all) PrintAnswer(answer);
+      if (findings::IsRefusal(answer) && finding != device.findings.end()) {
+        PrintFinding(*finding++);
+      }
+    }
+    if (!outcome.failure.empty()) PrintFailure(outcome);
+    PrintLines("the plug-in wrote", outcome.output);
+    for (const std::string& fault : outcome.faults) {
+      PrintLines("warning", fault);
+    }
+    for (const std::string& what : outcome.left_open) {
+      Print("  warning: the plug-in left {} open\n", what);
+    }
+    if (options_.verbose) PrintDetails(outcome);
   }
-  if (!outcome.failure.empty()) AddFailure(outcome);
-  AddLines("the plug-in wrote", outcome.output);
-  for (const std::string& fault : outcome.faults) AddLines("warning", fault);
-  for (const std::string& what : outcome.left_open) {
-    fmt::print(out_, "  warning: the plug-in left {} open\n", what);
+
+ private:
+  template <typename... Arguments>
+  void Print(fmt::format_string<Arguments...> format,
+             Arguments&&... arguments) const {
+    fmt::print(out_, format, std::forward<Arguments>(arguments)...);
   }
-  if (options_.verbose) AddDetails(outcome);
-}
+
+  // The text in that style, or as it is.
+  std::string Styled(fmt::text_style style, const std::string& text) const {
+    return options_.color ? fmt::format(style, "{}", text) : text;
+  }
+
+  std::string StyledVerdict(const DeviceReport& device) const {
+    const bool accepted = device.status == kAccepted;
+    const fmt::text_style style =
+        fmt::emphasis::bold |
+        fg(accepted ? fmt::terminal_color::green : fmt::terminal_color::red);
+    return Styled(style, WordOf(device.status));
+  }
+
+  void PrintBadInput(const DeviceReport& device) const {
+    Print("{}: {}\n  {}\n", device.candidate, StyledVerdict(device),
+          device.input_error);
+  }
+
+  void PrintVerdict(const DeviceReport& device) const {
+    const Outcome& outcome = device.outcome;
+    Print("{}: {} ({} of {} validation calls made)\n", device.candidate,
+          StyledVerdict(device), outcome.answers.size(), outcome.planned);
+  }
+
+  void PrintPlace(const std::string& point, const std::string& path) const {
+    Print("  validation point: {}\n  data path: {}\n", point, path);
+  }
+
+  // The operator's text stands alone on its line, byte for byte as the plug-in
+  // set it, also where it is no UTF-8 or has more than one line.
+  void PrintAnswer(const Answer& answer) const {
+    if (answer.exception.has_value()) {
+      Print("the plug-in threw an exception: {}\n", *answer.exception);
+    } else if (answer.result == CONFD_OK) {
+      Print("(accepted)\n");
+    } else if (Accepts(answer)) {
+      Print("(accepted with a warning)\n{}\n",
+            answer.text.value_or("(without a text)"));
+    } else {
+      Print("{}\n", Styled(fmt::emphasis::bold,
+                           answer.text.value_or("(refused without a text)")));
+    }
+    PrintPlace(answer.opaque, answer.path);
+    if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
+      Print("  result: {}, taken for a refusal\n", answer.result);
+    }
+  }
+
+  void PrintFinding(const Finding& finding) const {
+    for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
+    if (!finding.note.empty()) Print("  note: {}\n", Harmless(finding.note));
+    if (finding.rule.empty()) return;
+    Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
+          finding.anchor);
+  }
+
+  void PrintCulprit(const Culprit& culprit) const {
+    const std::string role = Harmless(culprit.role);
+    const char* novelty = WordOf(culprit.novelty);
+    if (!culprit.place) {
+      Print("  {}: {}, {}\n", Harmless(culprit.path), role, novelty);
+      return;
+    }
+    const Place& place = *culprit.place;
+    Print("  {}: {}, {}\n",
+          Styled(fmt::emphasis::bold,
+                 fmt::format("{}:{}:{}", place.file, place.line, place.column)),
+          role, novelty);
+    const ShownLine line = ShowLine(place);
+    const bool is_new = culprit.novelty != Novelty::kUnchanged;
+    const fmt::text_style style =
+        fmt::emphasis::bold |
+        fg(is_new ? fmt::terminal_color::red : fmt::terminal_color::cyan);
+    const std::string number = fmt::format("{:>5}", place.line);
+    Print("  {} | {}\n  {:{}} | {:{}}{}\n", number, line.text, "",
+          number.size(), "", line.indent,
+          Styled(style, "^" + std::string(line.length - 1, '~')));
+  }
+
+  void PrintFailure(const Outcome& outcome) const {
+    Print("the plug-in failed: {}\n", outcome.failure);
+    if (!outcome.failed_path.empty()) {
+      PrintPlace(outcome.failed_point, outcome.failed_path);
+    }
+  }
+
+  // Each line of a text behind a label.
+  void PrintLines(const char* label, const std::string& text) const {
+    for (const std::string& line : LinesOf(text)) {
+      Print("  {}: {}\n", label, line);
+    }
+  }
+
+  void PrintDetails(const Outcome& outcome) const {
+    for (const std::string& line : outcome.debug_lines) {
+      PrintLines("debug", line);
+    }
+    std::uint64_t total = 0;
+    for (const auto& [name, count] : outcome.calls) {
+      Print("  platform call: {} {}\n", name, count);
+      total += count;
+    }
+    Print("  platform calls: {}\n", total);
+  }
+
+  std::FILE* out_;
+  const TextOptions& options_;
+};
+
+}  // namespace
 
 void TextWriter::Add(const DeviceReport& device) {
-  if (device.status != kBadInput) {
-    AddOutcome(device);
-    return;
-  }
-  fmt::print(out_, "{}: {}\n  {}\n", device.candidate, WordOf(device.status),
-             device.input_error);
+  Printer(out_, options_).Print(device);
 }
 
 }  // namespace ipav::cli::report

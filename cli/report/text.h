@@ -1,4 +1,4 @@
-// The report for people at a terminal.
+// The report for people.
 #ifndef IPAV_CLI_REPORT_TEXT_H_
 #define IPAV_CLI_REPORT_TEXT_H_
 
@@ -9,8 +9,9 @@
 namespace ipav::cli::report {
 
 struct TextOptions {
-  bool all = false;      // list the answer of every point
+  bool all = false;      // the answer of every point
   bool verbose = false;  // debug lines and platform calls as well
+  bool color = false;
 };
 
 class TextWriter : public Writer {
@@ -20,13 +21,6 @@ class TextWriter : public Writer {
   void Add(const DeviceReport& device) override;
 
  private:
-  void AddOutcome(const DeviceReport& device);
-  void AddAnswer(const commit::Answer& answer);
-  void AddFailure(const commit::Outcome& outcome);
-  void AddPlace(const std::string& point, const std::string& path);
-  void AddLines(const char* label, const std::string& text);
-  void AddDetails(const commit::Outcome& outcome);
-
   std::FILE* out_;  // borrowed
   TextOptions options_;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commit/plan.h"
@@ -76,7 +77,8 @@ class Life {
   Life(const Life&) = delete;
   Life& operator=(const Life&) = delete;
 
-  void Call(const PointCall& call) {
+  // The text of a refusal.
+  std::optional<std::string> Call(const PointCall& call) {
     const confd::Keypath keypath = KeypathOf(session_.model(), call);
     confd_value_t newval = confd::TagValue(session_.model(), *call.site->node);
     std::string opaque = call.site->opaque;
@@ -89,6 +91,7 @@ class Life {
             "a refusal without a text, or the other way round");
     if (text.has_value()) RequireKnownText(opaque, *text);
     Require(session_.open_cdb_sessions() == 0, "a CDB session stays open");
+    return text;
   }
 
  private:
@@ -100,16 +103,22 @@ class Life {
 
 }  // namespace
 
-void JudgeCommit(const DataTree& running, const DataTree& candidate) {
+std::vector<commit::Answer> JudgeCommit(const DataTree& running,
+                                        const DataTree& candidate) {
   const Diff diff(running, candidate);
   RequireSound(diff.top());
   Life life(running, candidate, diff);
+  std::vector<commit::Answer> refusals;
   for (const PointCall& call : commit::PlanCalls(candidate, diff)) {
     RequirePathLeadsTo(candidate, call);
-    life.Call(call);
+    std::optional<std::string> text = life.Call(call);
+    if (!text) continue;
+    refusals.push_back({call.site->opaque, commit::PathOf(call), -1,
+                        std::move(text), std::nullopt});
   }
   // What an XPath that does not hold recorded.
   datastore::ClearErrors(candidate.model().context());
+  return refusals;
 }
 
 }  // namespace ipav::fuzz

@@ -8,8 +8,12 @@
 #include <optional>
 #include <vector>
 
+#include "commit/commit.h"
 #include "datastore/data_tree.h"
 #include "datastore/diff.h"
+#include "findings/finder.h"
+#include "findings/finding.h"
+#include "source/source_text.h"
 #include "support/commit.h"
 #include "support/configurations.h"
 #include "support/finding.h"
@@ -70,6 +74,35 @@ void RequireSameWayBack(const DataTree& from, const DataTree& to) {
       "another number of changes back");
 }
 
+// Each node that the text gives has a place in it.
+void RequirePlaces(const source::SourceText& source, const lyd_node* node) {
+  for (; node != nullptr; node = node->next) {
+    const std::optional<source::Mark> mark = source.MarkOf(node);
+    Require(mark.has_value() || (node->flags & LYD_DEFAULT) != 0,
+            "a node without a place");
+    if (mark) {
+      Require(mark->line >= 1 && mark->length >= 1, "a place of nothing");
+      Require(mark->column > mark->skipped &&
+                  mark->column - mark->skipped <= mark->source_line.size() + 1,
+              "a place outside of its line");
+    }
+    RequirePlaces(source, lyd_child(node));
+  }
+}
+
+// A commit, and a finding of each of its refusals.
+void JudgeAndExplain(const findings::Configuration& running,
+                     const findings::Configuration& candidate) {
+  findings::Finder finder(running, candidate);
+  for (const commit::Answer& refusal :
+       JudgeCommit(*running.tree, *candidate.tree)) {
+    const findings::Finding finding = finder.Explain(refusal);
+    Require(!finding.rule.empty(), "a text that no message has");
+    Require(!finding.culprits.empty() || !finding.note.empty(),
+            "a finding of nothing");
+  }
+}
+
 }  // namespace
 
 void JudgeText(const std::string& text) {
@@ -82,10 +115,19 @@ void JudgeText(const std::string& text) {
   RequireReadsBack(*tree, LYD_XML);
   RequireReadsBack(*tree, LYD_JSON);
 
+  const source::SourceText source(text);
+  RequirePlaces(source, tree->FirstChild(nullptr));
+
   static const DataTree kEmpty = DataTree::Empty(ProjectModel());
-  JudgeCommit(kEmpty, *tree);
-  JudgeCommit(SmallConfiguration(), *tree);
-  JudgeCommit(*tree, SmallConfiguration());
+  static const std::string kSmallText = SmallConfigurationText();
+  static const source::SourceText kSmallSource(kSmallText);
+  const findings::Configuration empty{&kEmpty, "", nullptr};
+  const findings::Configuration small{&SmallConfiguration(), "small",
+                                      &kSmallSource};
+  const findings::Configuration judged{&*tree, "text", &source};
+  JudgeAndExplain(empty, judged);
+  JudgeAndExplain(small, judged);
+  JudgeAndExplain(judged, small);
 }
 
 }  // namespace ipav::fuzz

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <utility>
 #include <vector>
 
 #include "datastore/input_error.h"
@@ -177,8 +178,8 @@ void RefuseBadJson(const std::string& text, const std::string& path) {
 
 }  // namespace
 
-InputText ReadText(const std::string& path, std::size_t max_size) {
-  InputText text{path, ReadInput(path, max_size), 0, LYD_UNKNOWN};
+InputText CheckText(const std::string& path, std::string bytes) {
+  InputText text{path, std::move(bytes), 0, LYD_UNKNOWN};
   text.start = StartOf(text.bytes, path);
   text.format = FormatOf(text.bytes, text.start, path);
   RefuseNul(text.bytes, path);
@@ -186,6 +187,10 @@ InputText ReadText(const std::string& path, std::size_t max_size) {
   if (text.format == LYD_XML) RefuseNoXmlCharacters(text.bytes, path);
   if (text.format == LYD_JSON) RefuseBadJson(text.bytes, path);
   return text;
+}
+
+InputText ReadText(const std::string& path, std::size_t max_size) {
+  return CheckText(path, ReadInput(path, max_size));
 }
 
 }  // namespace ipav::datastore

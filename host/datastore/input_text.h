@@ -21,9 +21,12 @@ struct InputText {
   }
 };
 
-// Reads a file of XML (RFC 7950) or JSON (RFC 7951), told apart by their first
-// character. Throws InputError for more than `max_size` bytes and for what is
-// no such text whatever the model.
+// The bytes of that file, XML (RFC 7950) or JSON (RFC 7951), told apart by
+// their first character. Throws InputError for what is no such text whatever
+// the model.
+InputText CheckText(const std::string& path, std::string bytes);
+
+// The same for a file, also for more than `max_size` bytes.
 InputText ReadText(const std::string& path, std::size_t max_size);
 
 }  // namespace ipav::datastore

@@ -18,6 +18,8 @@ struct Place {
   std::size_t column = 0;   // from 1, in characters (not bytes) of the line
   std::size_t length = 0;   // characters to mark from there, at least 1
   std::string source_line;  // the whole line, without its end
+  // Of a line too long to keep, source_line is only what is around the place.
+  std::size_t skipped = 0;  // characters of the line in front of source_line
 };
 
 // What the transaction did to a node.

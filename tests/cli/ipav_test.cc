@@ -166,7 +166,20 @@ TEST_F(IpavTest, ARefusalEndsWithStatus1AndPrintsTextPointAndPath) {
                 "Lifetime must be greater than maximum router advertisement "
                 "interval\n"
                 "  validation point: validate_ipv6_nd_ra_lifetime\n"
-                "  data path: /config/interface/l3{printers}/ipv6/nd/ra\n");
+                "  data path: /config/interface/l3{printers}/ipv6/nd/ra\n"
+                "  " +
+                file +
+                ":470:23: lifetime, changed\n"
+                "    470 |             <lifetime>600</lifetime>\n"
+                "        |                       ^~~\n"
+                "  " +
+                file +
+                ":468:27: max-interval, unchanged\n"
+                "    468 |             <max-interval>600</max-interval>\n"
+                "        |                           ^~~\n"
+                "  what to do: Raise lifetime above max-interval, or set it to "
+                "0 for a router that is no default router.\n"
+                "  see docs/messages.md#router-lifetime\n");
   EXPECT_EQ(result.err, "");
 }
 
@@ -402,7 +415,12 @@ TEST_F(IpavTest, AnAddressPointOnAnUnknownKindIsRefused) {
     expected +=
         "invalid interface being handled by IP-App validation\n"
         "  validation point: " +
-        std::string(point) + "\n  data path: /tunnel\n";
+        std::string(point) +
+        "\n  data path: /tunnel\n"
+        "  note: the text names no node of the configuration\n"
+        "  what to do: Put the data model right: this validation point sits "
+        "where it can judge no interface.\n"
+        "  see docs/messages.md#an-interface-that-is-not-judged\n";
   }
   EXPECT_EQ(result.out, expected);
 }
@@ -420,7 +438,22 @@ TEST_F(IpavTest, ARefusedCandidateDoesNotSpoilTheCorrectedOne) {
                 "Minimum interval must be no greater than maximum interval * "
                 "0.75\n"
                 "  validation point: validate_ipv6_nd_ra_interval\n"
-                "  data path: /config/interface/l3{a}/ipv6/nd/ra\n" +
+                "  data path: /config/interface/l3{a}/ipv6/nd/ra\n"
+                "  " +
+                refused +
+                ":3:61: min-interval, changed\n"
+                "      3 | ...nterval>200</max-interval><min-interval>151"
+                "</min-interval><lifetime>1800</lifetime></ra></nd></i...\n"
+                "        |                                            ^~~\n"
+                "  " +
+                refused +
+                ":3:29: max-interval, unchanged\n"
+                "      3 | <ipv6><nd><ra><max-interval>200</max-interval>"
+                "<min-interval>151</min-interval><lifetime>1800</li...\n"
+                "        |                             ^~~\n"
+                "  what to do: Lower min-interval to at most three quarters of "
+                "max-interval, or raise max-interval.\n"
+                "  see docs/messages.md#minimum-interval\n" +
                 corrected + ": accepted (2 of 2 validation calls made)\n");
 }
 

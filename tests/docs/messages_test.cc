@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "messages_document.h"
 
 namespace ipav::testing {
 
@@ -27,39 +26,6 @@ const std::set<std::string>& NeverShownByACase() {
       "Lib context is null!",
   };
   return texts;
-}
-
-std::string Read(const fs::path& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// ---- The document ----------------------------------------------------------
-
-struct Message {
-  std::string section;
-  std::string text;  // with <placeholders>
-};
-
-// The lines of the blocks of texts.
-std::vector<Message> ReadMessages() {
-  std::vector<Message> messages;
-  std::istringstream document(Read(IPAV_ROOT "/docs/messages.md"));
-  std::string section;
-  bool in_block = false;
-  for (std::string line; std::getline(document, line);) {
-    if (line.rfind("## ", 0) == 0) section = line.substr(3);
-    if (line.rfind("```", 0) == 0) {
-      in_block = !in_block;
-    } else if (in_block) {
-      messages.push_back({section, line});
-    }
-  }
-  return messages;
-}
-
-bool IsForOperators(const Message& message) {
-  return message.section != "Warnings" && message.section != "Debug lines";
 }
 
 bool IsNumber(const std::string& word) {
@@ -103,7 +69,7 @@ bool EndsWith(const std::string& text, const std::string& end) {
 }
 
 // Whether the text is the message with something, maybe nothing, filled in.
-bool Matches(const Message& message, const std::string& text) {
+bool Matches(const DocumentedText& message, const std::string& text) {
   const std::vector<std::string> pieces = PiecesOf(message.text);
   if (pieces.size() == 1) return text == pieces.front();
   if (text.rfind(pieces.front(), 0) != 0) return false;
@@ -215,25 +181,11 @@ std::ptrdiff_t TextsWith(const std::string& piece) {
                        });
 }
 
-// ---- The cases -------------------------------------------------------------
-
-// What the refused cases expect, without the newline at the end.
-std::vector<std::string> ExpectedTexts() {
-  std::vector<std::string> texts;
-  for (const auto& file :
-       fs::recursive_directory_iterator(IPAV_ROOT "/tests/e2e")) {
-    if (file.path().filename() != "expect.txt") continue;
-    texts.push_back(Read(file.path()));
-    texts.back().pop_back();
-  }
-  return texts;
-}
-
 // ---- Tests -----------------------------------------------------------------
 
 TEST(MessagesTest, EachTextStandsInOneSourceLine) {
   ASSERT_GE(ReadMessages().size(), 30U);
-  for (const Message& message : ReadMessages()) {
+  for (const DocumentedText& message : ReadMessages()) {
     const std::vector<std::string> pieces = PiecesOf(message.text);
     const std::string& longest = *std::max_element(
         pieces.begin(), pieces.end(),
@@ -259,7 +211,7 @@ TEST(MessagesTest, NoTextOfTheSourcesIsMissing) {
 }
 
 TEST(MessagesTest, EachExpectedTextOfACaseIsOneOfTheDocument) {
-  const std::vector<Message> messages = ReadMessages();
+  const std::vector<DocumentedText> messages = ReadMessages();
   for (const std::string& text : ExpectedTexts()) {
     const auto count =
         std::count_if(messages.begin(), messages.end(), [&](const auto& one) {
@@ -271,7 +223,7 @@ TEST(MessagesTest, EachExpectedTextOfACaseIsOneOfTheDocument) {
 
 TEST(MessagesTest, EachTextForOperatorsIsShownByACase) {
   const std::vector<std::string> texts = ExpectedTexts();
-  for (const Message& message : ReadMessages()) {
+  for (const DocumentedText& message : ReadMessages()) {
     if (!IsForOperators(message) ||
         NeverShownByACase().count(message.text) != 0) {
       continue;

@@ -156,7 +156,7 @@ auto OverlapSides::MembersBySpace() const -> std::vector<Member> {
 
   std::vector<Member> spare;
   std::uint32_t bit = 0;
-  for (auto left = spaces.highest(); left != 0; left /= kDigits) {
+  for (auto left = spaces.highest(); left != 0; left >>= kDigitBits) {
     SortByDigit(
         [=](const Member& member) { return (member.space >> bit) % kDigits; },
         &members, &spare);

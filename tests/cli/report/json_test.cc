@@ -52,7 +52,7 @@ void ExpectEqual(const Outcome& actual, const Outcome& expected) {
 
 auto Fields(const Place& place) {
   return std::tie(place.file, place.line, place.column, place.length,
-                  place.source_line);
+                  place.source_line, place.skipped);
 }
 
 void ExpectEqual(const Culprit& actual, const Culprit& expected) {

@@ -111,6 +111,7 @@ DeviceReport Odd() {
   finding.path = kOddBytes;
   finding.culprits.front().value = kOddBytes;
   finding.culprits.front().place->source_line = kOddBytes;
+  finding.culprits.front().place->skipped = 7;
   finding.note = kOddBytes;
   return report;
 }

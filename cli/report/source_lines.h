@@ -1,0 +1,28 @@
+// Lines of a configuration as a report shows them: short, and with nothing in
+// them that a terminal would obey.
+#ifndef IPAV_CLI_REPORT_SOURCE_LINES_H_
+#define IPAV_CLI_REPORT_SOURCE_LINES_H_
+
+#include <cstddef>
+#include <string>
+
+#include "findings/finding.h"
+
+namespace ipav::cli::report {
+
+struct ShownLine {
+  std::string text;
+  std::size_t indent = 0;  // characters of it in front of the mark
+  std::size_t length = 1;  // characters of it that are marked
+};
+
+// What is left out of a long line is shown as "...".
+ShownLine ShowLine(const findings::Place& place);
+
+// The text with each control character, and each that turns the direction of
+// writing, as an escape like \x1b.
+std::string Harmless(const std::string& text);
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_SOURCE_LINES_H_

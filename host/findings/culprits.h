@@ -1,0 +1,97 @@
+// Which nodes a text is about. The text gives names and numbers, the data
+// decide: a reading that they do not bear out leads nowhere, and where more
+// than one node fits, that is told and not guessed.
+#ifndef IPAV_HOST_FINDINGS_CULPRITS_H_
+#define IPAV_HOST_FINDINGS_CULPRITS_H_
+
+#include <libyang/libyang.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "datastore/diff.h"
+#include "findings/catalogue.h"
+#include "findings/data_view.h"
+
+namespace ipav::findings {
+
+// Of nodes of one role, as of new routes, only so many are named.
+constexpr std::size_t kMaxNamed = 5;
+
+// A refusal, and where to look.
+struct Case {
+  const DataView& running;
+  const DataView& candidate;
+  const datastore::Diff& diff;
+  const std::string& path;  // of the node that was judged
+  const Reading& reading;
+
+  const std::string& Field(const char* name) const {
+    return reading.fields.at(name);
+  }
+  bool IsNew(const lyd_node* candidate_node) const;
+  bool IsUnchanged(const lyd_node* candidate_node) const;
+};
+
+// A node of the candidate, or one of the running configuration that is no more.
+struct Suspect {
+  std::string role;
+  const lyd_node* node;
+  bool is_removed = false;
+};
+
+struct Evidence {
+  bool bears_out = false;  // whether the data show what the text says
+  std::vector<Suspect> suspects;
+  std::string note;  // what is missing among them, or why there are none
+
+  static Evidence None(std::string why) { return {false, {}, std::move(why)}; }
+};
+
+// What the data show of one reading of a text.
+Evidence Investigate(const Case& refusal);
+
+// ---- By subject ------------------------------------------------------------
+
+Evidence NumberOfL3(const Case& refusal);
+Evidence NameOfL3(const Case& refusal);
+
+Evidence OneAddress(const Case& refusal);
+Evidence AddressTwice(const Case& refusal);
+Evidence Overlap(const Case& refusal);
+
+Evidence NextHopIsOwn(const Case& refusal);
+Evidence TooManyRoutes(const Case& refusal);
+Evidence BlackHole(const Case& refusal);
+Evidence OutputWithoutVlan(const Case& refusal);
+
+Evidence OspfAddressRemoved(const Case& refusal);
+Evidence OspfAddressAdded(const Case& refusal);
+Evidence OspfVrfDiffers(const Case& refusal);
+Evidence Ospfv3VrfSet(const Case& refusal);
+Evidence Ospfv3VlanChanged(const Case& refusal);
+
+Evidence MinInterval(const Case& refusal);
+Evidence RouterLifetime(const Case& refusal);
+Evidence TimerMissing(const Case& refusal);
+
+// ---- What they share -------------------------------------------------------
+
+// Names the new ones among the nodes, as far as there is room; the note says
+// how many there are beyond.
+void NameNew(const Case& refusal, const std::vector<const lyd_node*>& nodes,
+             const char* role, Evidence* evidence);
+
+// The leaf of that name, removed or there; an absent one is no suspect.
+void SuspectLeaf(const Case& refusal, const lyd_node* candidate_parent,
+                 const char* leaf, const std::string& role, bool even_unchanged,
+                 Evidence* evidence);
+
+// The node of the running configuration that is the same instance as this one
+// of the candidate; null where there is none.
+const lyd_node* InRunning(const Case& refusal, const lyd_node* candidate_node);
+
+}  // namespace ipav::findings
+
+#endif  // IPAV_HOST_FINDINGS_CULPRITS_H_

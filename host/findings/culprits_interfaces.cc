@@ -1,0 +1,136 @@
+// Culprits among the interfaces: their number, names and addresses.
+
+#include <string>
+#include <vector>
+
+#include "findings/culprits.h"
+
+namespace ipav::findings {
+
+namespace {
+
+// A longer name reaches a text cut.
+constexpr std::size_t kLongestToldName = 255;
+
+const char* FamilyOf(const Case& refusal) {
+  const std::string& pattern =
+      refusal.reading.message->patterns[refusal.reading.pattern];
+  return pattern.find("pv6") == std::string::npos &&
+                 pattern.find("Pv6") == std::string::npos
+             ? "ipv4"
+             : "ipv6";
+}
+
+std::vector<const lyd_node*> L3Of(const DataView& view) {
+  const lyd_node* interfaces = view.At(nullptr, {"config", "interface"});
+  if (interfaces == nullptr) return {};
+  return view.Entries(interfaces, "l3");
+}
+
+// Whether a text tells the name so.
+bool IsToldAs(const std::string& name, const std::string& told) {
+  return name == told || (told.size() == kLongestToldName &&
+                          name.compare(0, kLongestToldName, told) == 0);
+}
+
+// The VRF, where the commit touched it: an address that stayed is in conflict
+// for that.
+void SuspectChangedVrf(const Case& refusal, const lyd_node* interface,
+                       const std::string& name, Evidence* evidence) {
+  SuspectLeaf(refusal, interface, "vrf", "VRF of " + name, false, evidence);
+}
+
+}  // namespace
+
+Evidence NumberOfL3(const Case& refusal) {
+  const std::vector<const lyd_node*> interfaces = L3Of(refusal.candidate);
+  if (std::to_string(interfaces.size()) != refusal.Field("count")) return {};
+  Evidence evidence{true,
+                    {},
+                    refusal.Field("count") +
+                        " l3 interfaces, there is room for " +
+                        refusal.Field("limit")};
+  NameNew(refusal, interfaces, "new interface", &evidence);
+  return evidence;
+}
+
+Evidence NameOfL3(const Case& refusal) {
+  for (const lyd_node* interface : L3Of(refusal.candidate)) {
+    const lyd_node* name = refusal.candidate.At(interface, {"name"});
+    if (!IsToldAs(TextOf(name), refusal.Field("name"))) continue;
+    return {true, {{"name", name}}, ""};
+  }
+  return {};
+}
+
+Evidence OneAddress(const Case& refusal) {
+  const std::string& name = refusal.Field("interface");
+  const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
+  if (interface == nullptr) return {};
+  const lyd_node* address = FindAddress(
+      refusal.candidate, interface, FamilyOf(refusal), refusal.Field("prefix"));
+  if (address == nullptr) return {};
+  return {true, {{"address", address}}, ""};
+}
+
+Evidence AddressTwice(const Case& refusal) {
+  const lyd_node* interface =
+      FindInterface(refusal.candidate, SplitName(refusal.Field("interface")));
+  if (interface == nullptr) return {};
+  Evidence evidence;
+  std::size_t count = 0;
+  for (const lyd_node* leaf :
+       AddressesOf(refusal.candidate, interface, FamilyOf(refusal))) {
+    if (WithoutLength(TextOf(leaf)) != refusal.Field("address")) continue;
+    if (++count > kMaxNamed) continue;
+    evidence.suspects.push_back(
+        {count == 1 ? "address" : "same address", leaf});
+  }
+  if (count < 2) return {};
+  evidence.bears_out = true;
+  if (count > kMaxNamed) {
+    evidence.note = "the interface has the address " + std::to_string(count) +
+                    " times; the first " + std::to_string(kMaxNamed) +
+                    " are listed";
+  }
+  return evidence;
+}
+
+Evidence Overlap(const Case& refusal) {
+  struct Side {
+    const char* role;
+    const char* interface_field;
+    const char* vrf_field;
+    const char* prefix_field;
+    const lyd_node* interface;
+    std::string vrf;
+  };
+  Side sides[] = {{"address", "interface", "vrf", "prefix", nullptr, ""},
+                  {"overlaps with", "other-interface", "other-vrf",
+                   "other-prefix", nullptr, ""}};
+  const char* family = FamilyOf(refusal);
+  const bool has_vrfs = refusal.reading.fields.count("vrf") != 0;
+
+  Evidence evidence;
+  for (Side& side : sides) {
+    const InterfaceName name = SplitName(refusal.Field(side.interface_field));
+    side.interface = FindInterface(refusal.candidate, name);
+    if (side.interface == nullptr) return {};
+    side.vrf = VrfOf(refusal.candidate, side.interface);
+    if (has_vrfs && side.vrf != refusal.Field(side.vrf_field)) return {};
+    const lyd_node* address =
+        FindAddress(refusal.candidate, side.interface, family,
+                    refusal.Field(side.prefix_field));
+    if (address == nullptr) return {};
+    evidence.suspects.push_back({side.role, address});
+  }
+  if (!ShareAddressSpace(sides[0].vrf, sides[1].vrf)) return {};
+  evidence.bears_out = true;
+  for (const Side& side : sides) {
+    SuspectChangedVrf(refusal, side.interface,
+                      refusal.Field(side.interface_field), &evidence);
+  }
+  return evidence;
+}
+
+}  // namespace ipav::findings

@@ -1,0 +1,380 @@
+// Culprits between interfaces and the tables of OSPFv2 and OSPFv3.
+
+#include <arpa/inet.h>
+#include <ids/limid.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "confd/path.h"
+#include "findings/culprits.h"
+
+namespace ipav::findings {
+
+namespace {
+
+constexpr char kFits[] = " interfaces fit the text, which names none";
+
+// Keys of a row of the OSPFv2 table, and of the OSPFv3 table.
+enum OspfKey : std::size_t {
+  kCompoundId = 0,
+  kArea = 1,
+  kInterface = 2,
+  kAddress = 3,
+  kOspfKeys = 4
+};
+enum Ospfv3Key : std::size_t { kRouter = 0, kOspfv3Area = 1, kOspfv3Keys = 3 };
+
+struct OspfRow {
+  const lyd_node* entry;
+  std::string address;
+  std::string prefix;
+};
+
+// One interface in one process, as the rules see it: all its rows.
+struct Assignment {
+  InterfaceName interface;
+  std::string process;
+  std::string vrf;
+  std::string area;               // of the first row
+  const lyd_node* process_entry;  // null: the table lacks it
+  std::string compound_id;        // of the first row
+  std::vector<OspfRow> rows;
+};
+
+std::string Dotted(const std::string& address) {
+  in_addr number{};
+  char printed[INET_ADDRSTRLEN] = "";
+  if (inet_pton(AF_INET, address.c_str(), &number) != 1 ||
+      inet_ntop(AF_INET, &number, printed, sizeof(printed)) == nullptr) {
+    return address;
+  }
+  return printed;
+}
+
+// Rows with the same one are one assignment.
+std::string KeyOf(const Assignment& assignment) {
+  std::string key = assignment.interface.kind;
+  for (const std::string& part :
+       {assignment.interface.name, assignment.process, assignment.vrf}) {
+    key.append(1, '\0').append(part);  // which no YANG text has
+  }
+  return key;
+}
+
+// The assignment of one row; without rows where its interface has no kind.
+Assignment AssignmentOf(const DataView& view, const lyd_node* entry) {
+  const std::vector<std::string> keys = datastore::KeysOf(entry);
+  if (keys.size() != kOspfKeys ||
+      keys[kInterface].find('-') == std::string::npos) {
+    return {};
+  }
+  Assignment assignment;
+  assignment.interface = SplitName(keys[kInterface], '-');
+  assignment.compound_id = keys[kCompoundId];
+  assignment.area = Dotted(keys[kArea]);
+  assignment.process_entry =
+      view.Entry(view.At(nullptr, {"internal"}), "ospf-index-to-proc-id",
+                 {keys[kCompoundId]});
+  // What the table lacks reads as 0 and as nothing.
+  const lyd_node* process =
+      assignment.process_entry == nullptr
+          ? nullptr
+          : view.At(assignment.process_entry, {"proc_id"});
+  assignment.process = process == nullptr ? "0" : TextOf(process);
+  if (assignment.process_entry != nullptr) {
+    assignment.vrf = TextOf(view.At(assignment.process_entry, {"vrf_name"}));
+  }
+  const lyd_node* length = view.At(entry, {"ospf-pm-ip-netmask"});
+  const std::string address = Dotted(keys[kAddress]);
+  assignment.rows.push_back(
+      {entry, address,
+       address + "/" + (length == nullptr ? "0" : TextOf(length))});
+  return assignment;
+}
+
+std::vector<Assignment> AssignmentsOf(const DataView& view) {
+  std::vector<Assignment> all;
+  std::unordered_map<std::string, std::size_t> positions;
+  const lyd_node* internal = view.At(nullptr, {"internal"});
+  if (internal == nullptr) return all;
+  for (const lyd_node* entry : view.Entries(internal, "ospf-interface-l3")) {
+    Assignment assignment = AssignmentOf(view, entry);
+    if (assignment.rows.empty()) continue;
+    const auto [known, is_new] =
+        positions.try_emplace(KeyOf(assignment), all.size());
+    if (is_new) {
+      all.push_back(std::move(assignment));
+    } else {
+      all[known->second].rows.push_back(assignment.rows.front());
+    }
+  }
+  return all;
+}
+
+const OspfRow* FindRow(const Assignment& assignment,
+                       const std::string& prefix) {
+  for (const OspfRow& row : assignment.rows) {
+    if (row.prefix == prefix) return &row;
+  }
+  return nullptr;
+}
+
+// Whether a text with process, VRF and area means that assignment.
+bool IsTold(const Case& refusal, const Assignment& assignment) {
+  return assignment.process == refusal.Field("process") &&
+         assignment.vrf == refusal.Field("vrf") &&
+         assignment.area == refusal.Field("area");
+}
+
+// What became of an address that OSPFv2 knows on that interface.
+void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
+                           const OspfRow& row, Evidence* evidence) {
+  // 1. It has another prefix length.
+  for (const lyd_node* leaf :
+       AddressesOf(refusal.candidate, interface, "ipv4")) {
+    if (WithoutLength(TextOf(leaf)) != row.address) continue;
+    evidence->suspects.push_back({"address of the interface", leaf});
+    return;
+  }
+  // 2. It was there before: another one stands in its place, or none.
+  const lyd_node* before = InRunning(refusal, interface);
+  const lyd_node* leaf =
+      before == nullptr
+          ? nullptr
+          : FindAddress(refusal.running, before, "ipv4", row.prefix);
+  if (leaf == nullptr) {
+    evidence->suspects.push_back({"interface without the address", interface});
+    return;
+  }
+  const lyd_node* primary =
+      refusal.candidate.At(interface, {"ipv4", "address", "ip"});
+  if (primary != nullptr && !lysc_is_key(leaf->schema)) {
+    evidence->suspects.push_back({"address in its place", primary});
+  } else {
+    evidence->suspects.push_back({"address", leaf, true});
+  }
+}
+
+// The row, at its prefix length where it is that which differs.
+void SuspectRow(const Case& refusal, const OspfRow& row, bool by_length,
+                Evidence* evidence) {
+  const std::size_t known = evidence->suspects.size();
+  if (by_length) {
+    SuspectLeaf(refusal, row.entry, "ospf-pm-ip-netmask",
+                "prefix length known to OSPFv2", true, evidence);
+  }
+  if (evidence->suspects.size() > known) return;
+  const lyd_node* address = refusal.candidate.At(row.entry, {"address"});
+  evidence->suspects.push_back(
+      {"known to OSPFv2", address == nullptr ? row.entry : address});
+}
+
+const lyd_node* InterfaceLeafOf(const Case& refusal, const OspfRow& row) {
+  const lyd_node* leaf = refusal.candidate.At(row.entry, {"interface"});
+  return leaf == nullptr ? row.entry : leaf;
+}
+
+// The row of the running configuration that knew the address, if it is gone.
+void SuspectRemovedRow(const Case& refusal, const Assignment& assignment,
+                       const std::string& prefix, Evidence* evidence) {
+  for (const Assignment& before : AssignmentsOf(refusal.running)) {
+    const OspfRow* row =
+        KeyOf(before) == KeyOf(assignment) ? FindRow(before, prefix) : nullptr;
+    if (row == nullptr) continue;
+    const lyd_node* address = refusal.running.At(row->entry, {"address"});
+    if (refusal.candidate.AtPath(confd::PrintPath(row->entry)) == nullptr) {
+      evidence->suspects.push_back({"removed from OSPFv2", address, true});
+    }
+  }
+}
+
+// The VRF of the process, or why there is none.
+void SuspectProcessVrf(const Case& refusal, const Assignment& assignment,
+                       Evidence* evidence) {
+  constexpr char kRole[] = "VRF of the process";
+  const std::size_t known = evidence->suspects.size();
+  if (assignment.process_entry != nullptr) {
+    SuspectLeaf(refusal, assignment.process_entry, "vrf_name", kRole, true,
+                evidence);
+  } else if (const lyd_node* before = refusal.running.Entry(
+                 refusal.running.At(nullptr, {"internal"}),
+                 "ospf-index-to-proc-id", {assignment.compound_id})) {
+    const lyd_node* vrf = refusal.running.At(before, {"vrf_name"});
+    if (vrf != nullptr) evidence->suspects.push_back({kRole, vrf, true});
+  }
+  if (evidence->suspects.size() > known) return;
+  evidence->note = "the table of processes names no VRF for compound-id " +
+                   assignment.compound_id;
+}
+
+// Where the text is filled with what the table of processes lacks.
+void NoteMissingProcess(const Assignment& assignment, Evidence* evidence) {
+  if (assignment.process_entry != nullptr || !evidence->note.empty()) return;
+  evidence->note =
+      "the table of processes lacks compound-id " + assignment.compound_id;
+}
+
+std::string NumberOfArea(const std::string& area) {
+  in_addr address{};
+  static_cast<void>(inet_pton(AF_INET, area.c_str(), &address));
+  return std::to_string(ntohl(address.s_addr));
+}
+
+std::uint32_t IfIndexOf(const std::string& vlan) {
+  limid_t limid = 0;
+  std::uint32_t ifindex = 0;
+  static_cast<void>(limid_l3_vlan_from_components(
+      &limid,
+      static_cast<std::int32_t>(std::strtol(vlan.c_str(), nullptr, 10))));
+  static_cast<void>(limid_to_ifindex(limid, &ifindex));
+  return ifindex;
+}
+
+// "4294967295" as texts print it: -1.
+std::string Signed(const std::string& number) {
+  return std::to_string(static_cast<std::int32_t>(
+      static_cast<std::uint32_t>(std::strtoul(number.c_str(), nullptr, 10))));
+}
+
+std::vector<const lyd_node*> Ospfv3RowsOf(const DataView& view) {
+  const lyd_node* internal = view.At(nullptr, {"internal"});
+  if (internal == nullptr) return {};
+  return view.Entries(internal, "ospfv3-interface-l3");
+}
+
+// Whether a row has the index of that VLAN, and the router and area told.
+bool IsRowOfVlan(const Case& refusal, const lyd_node* row) {
+  const std::vector<std::string> keys = datastore::KeysOf(row);
+  if (keys.size() != kOspfv3Keys) return false;
+  const lyd_node* index = refusal.candidate.At(row, {"ospfv3-pm-if-index"});
+  const std::string told = index == nullptr ? "0" : TextOf(index);
+  return told == std::to_string(IfIndexOf(refusal.Field("vlan"))) &&
+         Signed(keys[kRouter]) == refusal.Field("router") &&
+         keys[kOspfv3Area] == refusal.Field("area") &&
+         NumberOfArea(keys[kOspfv3Area]) == refusal.Field("number");
+}
+
+}  // namespace
+
+Evidence OspfAddressRemoved(const Case& refusal) {
+  Evidence evidence;
+  std::size_t count = 0;
+  for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
+    if (!IsTold(refusal, assignment)) continue;
+    const OspfRow* row = FindRow(assignment, refusal.Field("prefix"));
+    const lyd_node* interface =
+        FindInterface(refusal.candidate, assignment.interface);
+    if (row == nullptr || interface == nullptr ||
+        FindAddress(refusal.candidate, interface, "ipv4", row->prefix) !=
+            nullptr) {
+      continue;
+    }
+    if (++count > kMaxNamed) continue;
+    SuspectMissingAddress(refusal, interface, *row, &evidence);
+    const bool by_length =
+        evidence.suspects.back().role == "address of the interface";
+    SuspectRow(refusal, *row, by_length, &evidence);
+    NoteMissingProcess(assignment, &evidence);
+  }
+  evidence.bears_out = count > 0;
+  if (count > 1) evidence.note = std::to_string(count) + kFits;
+  return evidence;
+}
+
+Evidence OspfAddressAdded(const Case& refusal) {
+  const std::string& prefix = refusal.Field("prefix");
+  Evidence evidence;
+  std::size_t count = 0;
+  for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
+    if (!IsTold(refusal, assignment) ||
+        FindRow(assignment, prefix) != nullptr) {
+      continue;
+    }
+    const lyd_node* interface =
+        FindInterface(refusal.candidate, assignment.interface);
+    const lyd_node* address =
+        interface == nullptr
+            ? nullptr
+            : FindAddress(refusal.candidate, interface, "ipv4", prefix);
+    if (address == nullptr || ++count > kMaxNamed) continue;
+    evidence.suspects.push_back({"address", address});
+    evidence.suspects.push_back(
+        {"assigned to OSPFv2",
+         InterfaceLeafOf(refusal, assignment.rows.front())});
+    SuspectRemovedRow(refusal, assignment, prefix, &evidence);
+    NoteMissingProcess(assignment, &evidence);
+  }
+  evidence.bears_out = count > 0;
+  if (count > 1) evidence.note = std::to_string(count) + kFits;
+  return evidence;
+}
+
+Evidence OspfVrfDiffers(const Case& refusal) {
+  const InterfaceName name = SplitName(refusal.Field("interface"));
+  const lyd_node* interface = FindInterface(refusal.candidate, name);
+  if (interface == nullptr ||
+      VrfOf(refusal.candidate, interface) != refusal.Field("vrf")) {
+    return {};
+  }
+  for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
+    if (assignment.interface.kind != name.kind ||
+        assignment.interface.name != name.name ||
+        assignment.process != refusal.Field("process") ||
+        assignment.vrf != refusal.Field("process-vrf")) {
+      continue;
+    }
+    Evidence evidence{true, {}, ""};
+    SuspectLeaf(refusal, interface, "vrf", "VRF of the interface", true,
+                &evidence);
+    if (evidence.suspects.empty()) {
+      evidence.suspects.push_back({"interface without VRF", interface});
+    }
+    evidence.suspects.push_back(
+        {"assigned to OSPFv2",
+         InterfaceLeafOf(refusal, assignment.rows.front())});
+    SuspectProcessVrf(refusal, assignment, &evidence);
+    return evidence;
+  }
+  return {};
+}
+
+Evidence Ospfv3VrfSet(const Case& refusal) {
+  const InterfaceName name = SplitName(refusal.Field("interface"));
+  const lyd_node* interface = FindInterface(refusal.candidate, name);
+  const lyd_node* vrf =
+      interface == nullptr ? nullptr : refusal.candidate.At(interface, {"vrf"});
+  if (vrf == nullptr || refusal.IsUnchanged(vrf)) return {};
+  for (const lyd_node* row : Ospfv3RowsOf(refusal.candidate)) {
+    const lyd_node* leaf = refusal.candidate.At(row, {"ospfv3-pm-if-name"});
+    if (leaf == nullptr || TextOf(leaf) != name.kind + "-" + name.name) {
+      continue;
+    }
+    return {true, {{"VRF", vrf}, {"interface in OSPFv3", leaf}}, ""};
+  }
+  return {};
+}
+
+Evidence Ospfv3VlanChanged(const Case& refusal) {
+  const lyd_node* lower = refusal.candidate.AtPath(refusal.path);
+  const lyd_node* before = refusal.running.AtPath(refusal.path);
+  if (lower == nullptr || before == nullptr) return {};
+  const lyd_node* old_vlan = refusal.running.At(before, {"vlan"});
+  if (TextOf(old_vlan) != refusal.Field("vlan")) return {};
+  for (const lyd_node* row : Ospfv3RowsOf(refusal.candidate)) {
+    if (!IsRowOfVlan(refusal, row)) continue;
+    Evidence evidence{true, {}, ""};
+    SuspectLeaf(refusal, lower, "vlan", "VLAN", true, &evidence);
+    const lyd_node* index = refusal.candidate.At(row, {"ospfv3-pm-if-index"});
+    evidence.suspects.push_back(
+        {"interface in OSPFv3", index == nullptr ? row : index});
+    return evidence;
+  }
+  return {};
+}
+
+}  // namespace ipav::findings

@@ -1,0 +1,255 @@
+// Culprits among the static routes.
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "findings/culprits.h"
+
+namespace ipav::findings {
+
+namespace {
+
+// Keys of a route in the order of the table.
+enum RouteKey : std::size_t {
+  kVrfIndex = 0,
+  kType = 1,
+  kDestination = 2,
+  kLength = 3,
+  kNextHop = 5,
+  kRouteKeys = 6
+};
+
+constexpr std::size_t kRoom = 1000;
+constexpr std::size_t kRoomOfIpv6 = 2;
+
+// The address of "0a:01:00:00", cut or filled with zeros to its family's size.
+std::string AddressOfOctets(const std::string& text, int family) {
+  unsigned char octets[sizeof(in6_addr)] = {};
+  for (std::size_t i = 0; i < sizeof(octets) && 3 * i + 2 <= text.size(); ++i) {
+    const char* begin = text.data() + 3 * i;
+    static_cast<void>(std::from_chars(begin, begin + 2, octets[i], 16));
+  }
+  char printed[INET6_ADDRSTRLEN] = "";
+  static_cast<void>(inet_ntop(family, octets, printed, sizeof(printed)));
+  return printed;
+}
+
+struct Route {
+  const lyd_node* entry;
+  std::vector<std::string> keys;
+  std::string next_hop;
+
+  bool IsIpv4() const { return keys[kType] == "ipv4"; }
+  bool IsBlackHole() const { return next_hop == (IsIpv4() ? "0.0.0.0" : "::"); }
+  int Family() const { return IsIpv4() ? AF_INET : AF_INET6; }
+  std::string Prefix() const {
+    return AddressOfOctets(keys[kDestination], Family()) + "/" + keys[kLength];
+  }
+};
+
+// In the order of the table, those of the two families.
+std::vector<Route> RoutesOf(const DataView& view) {
+  std::vector<Route> routes;
+  const lyd_node* table = view.At(nullptr, {"DC-RTM-MIB", "rtmStaticRtTable"});
+  if (table == nullptr) return routes;
+  for (const lyd_node* entry : view.Entries(table, "rtmStaticRtEntry")) {
+    Route route{entry, datastore::KeysOf(entry), ""};
+    if (route.keys.size() != kRouteKeys) continue;
+    if (!route.IsIpv4() && route.keys[kType] != "ipv6") continue;
+    route.next_hop = AddressOfOctets(route.keys[kNextHop], route.Family());
+    routes.push_back(std::move(route));
+  }
+  return routes;
+}
+
+const lyd_node* VrfEntryOf(const DataView& view, const Route& route) {
+  const lyd_node* table = view.At(nullptr, {"internal", "vrf-config"});
+  if (table == nullptr) return nullptr;
+  return view.Entry(table, "indexTOstring", {route.keys[kVrfIndex]});
+}
+
+std::string VrfOfRoute(const DataView& view, const Route& route) {
+  const lyd_node* entry = VrfEntryOf(view, route);
+  const lyd_node* name = entry == nullptr ? nullptr : view.At(entry, {"vname"});
+  return name == nullptr ? "global" : TextOf(name);
+}
+
+const lyd_node* NextHopLeaf(const DataView& view, const Route& route) {
+  const lyd_node* leaf = view.At(route.entry, {"rtmStaticRtNextHop"});
+  return leaf == nullptr ? route.entry : leaf;
+}
+
+// The name of the route's VRF, where the commit touched it.
+void SuspectChangedVrfName(const Case& refusal, const Route& route,
+                           Evidence* evidence) {
+  const lyd_node* entry = VrfEntryOf(refusal.candidate, route);
+  if (entry != nullptr) {
+    SuspectLeaf(refusal, entry, "vname", "VRF of the route", false, evidence);
+    return;
+  }
+  const lyd_node* before = VrfEntryOf(refusal.running, route);
+  const lyd_node* name =
+      before == nullptr ? nullptr : refusal.running.At(before, {"vname"});
+  if (name != nullptr) {
+    evidence->suspects.push_back({"VRF of the route", name, true});
+  }
+}
+
+// The entry that names the route's output interface, null when there is none.
+const lyd_node* OutputOf(const DataView& view, const Route& route) {
+  return view.Entry(nullptr, "rtmStaticRtEntry-global",
+                    {route.keys[kVrfIndex], route.keys[kDestination],
+                     route.keys[kLength], route.keys[kNextHop]});
+}
+
+// As the rules read it: the third character stands for the blank.
+bool IsOutputOf(const std::string& output, const std::string& interface) {
+  std::string name = output;
+  if (name.size() > 2) name[2] = ' ';
+  return name == interface;
+}
+
+}  // namespace
+
+Evidence NextHopIsOwn(const Case& refusal) {
+  const std::string& name = refusal.Field("interface");
+  const bool is_ipv4 = refusal.reading.pattern == 0;
+  const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
+  if (interface == nullptr) return {};
+  const lyd_node* address =
+      FindAddress(refusal.candidate, interface, is_ipv4 ? "ipv4" : "ipv6",
+                  refusal.Field("prefix"));
+  if (address == nullptr) return {};
+
+  const std::string vrf = VrfOf(refusal.candidate, interface);
+  for (const Route& route : RoutesOf(refusal.candidate)) {
+    if (route.IsIpv4() != is_ipv4 ||
+        route.next_hop != refusal.Field("address") ||
+        route.Prefix() != refusal.Field("route-prefix") ||
+        VrfOfRoute(refusal.candidate, route) != vrf) {
+      continue;
+    }
+    Evidence evidence{true,
+                      {{"address", address},
+                       {"next hop", NextHopLeaf(refusal.candidate, route)}},
+                      ""};
+    SuspectLeaf(refusal, interface, "vrf", "VRF of " + name, false, &evidence);
+    SuspectChangedVrfName(refusal, route, &evidence);
+    return evidence;
+  }
+  return {};
+}
+
+Evidence TooManyRoutes(const Case& refusal) {
+  const std::vector<Route> routes = RoutesOf(refusal.candidate);
+  const auto ipv4 = static_cast<std::size_t>(
+      std::count_if(routes.begin(), routes.end(),
+                    [](const Route& route) { return route.IsIpv4(); }));
+  const std::size_t ipv6 = routes.size() - ipv4;
+  const std::size_t taken = ipv4 + kRoomOfIpv6 * ipv6;
+  if (taken <= kRoom) return {};
+
+  Evidence evidence{true,
+                    {},
+                    std::to_string(ipv4) + " IPv4 and " + std::to_string(ipv6) +
+                        " IPv6 routes take the room of " +
+                        std::to_string(taken) + ", there is room for " +
+                        std::to_string(kRoom)};
+  std::vector<const lyd_node*> entries;
+  entries.reserve(routes.size());
+  for (const Route& route : routes) entries.push_back(route.entry);
+  NameNew(refusal, entries, "new route", &evidence);
+  return evidence;
+}
+
+Evidence BlackHole(const Case& refusal) {
+  struct Pair {
+    const Route* black_hole = nullptr;
+    const Route* with_next_hop = nullptr;
+  };
+  const std::vector<Route> routes = RoutesOf(refusal.candidate);
+  std::map<std::string, Pair> by_vrf;
+  for (const Route& route : routes) {
+    if (route.Prefix() != refusal.Field("prefix")) continue;
+    Pair& pair = by_vrf[VrfOfRoute(refusal.candidate, route)];
+    const Route*& side =
+        route.IsBlackHole() ? pair.black_hole : pair.with_next_hop;
+    if (side == nullptr) side = &route;
+  }
+
+  // The text names no VRF: each in which the prefix is both is a culprit.
+  Evidence evidence;
+  std::size_t count = 0;
+  for (const auto& [vrf, pair] : by_vrf) {
+    if (pair.black_hole == nullptr || pair.with_next_hop == nullptr) continue;
+    if (++count > kMaxNamed) continue;
+    evidence.suspects.push_back(
+        {"black hole", NextHopLeaf(refusal.candidate, *pair.black_hole)});
+    evidence.suspects.push_back(
+        {"next hop", NextHopLeaf(refusal.candidate, *pair.with_next_hop)});
+    SuspectChangedVrfName(refusal, *pair.black_hole, &evidence);
+    if (pair.black_hole->keys[kVrfIndex] !=
+        pair.with_next_hop->keys[kVrfIndex]) {
+      SuspectChangedVrfName(refusal, *pair.with_next_hop, &evidence);
+    }
+  }
+  evidence.bears_out = count > 0;
+  if (count > 1) {
+    evidence.note = "the text names no VRF, and " + std::to_string(count) +
+                    " VRFs have the prefix twice";
+    if (count > kMaxNamed) {
+      evidence.note += "; " + std::to_string(kMaxNamed) + " are listed";
+    }
+  }
+  return evidence;
+}
+
+Evidence OutputWithoutVlan(const Case& refusal) {
+  const std::string& name = refusal.Field("interface");
+  const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
+  if (interface == nullptr) return {};
+
+  // 1. The VLAN: removed, of a number that is none, or never there.
+  Evidence evidence;
+  const lyd_node* lower = refusal.candidate.At(interface, {"lower-layer-if"});
+  if (lower != nullptr) {
+    const lyd_node* vlan = refusal.candidate.At(lower, {"vlan"});
+    if (vlan != nullptr && TextOf(vlan) != "0") return {};
+    SuspectLeaf(refusal, lower, "vlan", "VLAN", true, &evidence);
+  }
+  if (evidence.suspects.empty()) {
+    evidence.suspects.push_back({"interface without VLAN", interface});
+  }
+
+  // 2. The routes through it.
+  std::size_t count = 0;
+  for (const Route& route : RoutesOf(refusal.candidate)) {
+    if (route.IsBlackHole()) continue;
+    const lyd_node* output = OutputOf(refusal.candidate, route);
+    if (output == nullptr) continue;
+    const lyd_node* leaf = refusal.candidate.At(output, {"interface-name"});
+    if (leaf == nullptr || !IsOutputOf(TextOf(leaf), name)) continue;
+    if (++count > kMaxNamed) continue;
+    evidence.suspects.push_back({"output interface of a route", leaf});
+    if (refusal.IsNew(route.entry)) {
+      evidence.suspects.push_back(
+          {"new route", NextHopLeaf(refusal.candidate, route)});
+    }
+  }
+  if (count == 0) return {};
+  evidence.bears_out = true;
+  if (count > kMaxNamed) {
+    evidence.note = std::to_string(count - kMaxNamed) + " of the " +
+                    std::to_string(count) +
+                    " routes through the interface are not listed";
+  }
+  return evidence;
+}
+
+}  // namespace ipav::findings

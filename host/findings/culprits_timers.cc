@@ -1,0 +1,74 @@
+// Culprits among the timers of router advertisements.
+
+#include <cstdlib>
+#include <string>
+
+#include "findings/culprits.h"
+
+namespace ipav::findings {
+
+namespace {
+
+constexpr char kMax[] = "max-interval";
+constexpr char kMin[] = "min-interval";
+constexpr char kLifetime[] = "lifetime";
+
+// Of a timer that was read.
+unsigned long Seconds(const lyd_node* leaf) {
+  return std::strtoul(TextOf(leaf).c_str(), nullptr, 10);
+}
+
+struct Timers {
+  const lyd_node* container;
+  const lyd_node* first;  // the one that is judged
+  const lyd_node* max;
+};
+
+Timers TimersOf(const Case& refusal, const char* first) {
+  const lyd_node* container = refusal.candidate.AtPath(refusal.path);
+  if (container == nullptr) return {};
+  return {container, refusal.candidate.At(container, {first}),
+          refusal.candidate.At(container, {kMax})};
+}
+
+}  // namespace
+
+Evidence MinInterval(const Case& refusal) {
+  const Timers timers = TimersOf(refusal, kMin);
+  if (timers.first == nullptr || timers.max == nullptr) return {};
+  if (4 * Seconds(timers.first) <= 3 * Seconds(timers.max)) return {};
+  return {true, {{kMin, timers.first}, {kMax, timers.max}}, ""};
+}
+
+Evidence RouterLifetime(const Case& refusal) {
+  const Timers timers = TimersOf(refusal, kLifetime);
+  if (timers.first == nullptr || timers.max == nullptr) return {};
+  const unsigned long lifetime = Seconds(timers.first);
+  if (lifetime == 0 || lifetime > Seconds(timers.max)) return {};
+  return {true, {{kLifetime, timers.first}, {kMax, timers.max}}, ""};
+}
+
+Evidence TimerMissing(const Case& refusal) {
+  const char* const by_pattern[] = {kMax, kMin, kLifetime};
+  const char* missing = by_pattern[refusal.reading.pattern];
+  const lyd_node* container = refusal.candidate.AtPath(refusal.path);
+  if (container == nullptr ||
+      refusal.candidate.At(container, {missing}) != nullptr) {
+    return {};
+  }
+  Evidence evidence{true, {}, ""};
+  // 1. It was removed, or was never there.
+  SuspectLeaf(refusal, container, missing, missing, true, &evidence);
+  if (evidence.suspects.empty()) {
+    evidence.note = std::string(missing) + " is in neither configuration";
+  }
+  // 2. Those that need it.
+  for (const char* other : by_pattern) {
+    if (other == missing) continue;
+    const lyd_node* leaf = refusal.candidate.At(container, {other});
+    if (leaf != nullptr) evidence.suspects.push_back({other, leaf});
+  }
+  return evidence;
+}
+
+}  // namespace ipav::findings

@@ -1,0 +1,112 @@
+#include "findings/data_view.h"
+
+#include <algorithm>
+
+#include "confd/confd_error.h"
+#include "confd/path.h"
+#include "datastore/model.h"
+
+namespace ipav::findings {
+
+const lysc_node* DataView::SchemaOf(const lyd_node* parent,
+                                    const char* name) const {
+  return tree_->model().FindChild(parent == nullptr ? nullptr : parent->schema,
+                                  "", name);
+}
+
+const lyd_node* DataView::At(const lyd_node* from,
+                             std::initializer_list<const char*> names) const {
+  const lyd_node* node = from;
+  for (const char* name : names) {
+    const lysc_node* schema = SchemaOf(node, name);
+    node = schema == nullptr ? nullptr : tree_->Find(node, *schema);
+    if (node == nullptr) return nullptr;
+  }
+  return node;
+}
+
+std::vector<const lyd_node*> DataView::Entries(const lyd_node* parent,
+                                               const char* list) const {
+  const lysc_node* schema = SchemaOf(parent, list);
+  if (schema == nullptr) return {};
+  return tree_->Entries(parent, *schema);
+}
+
+const lyd_node* DataView::Entry(const lyd_node* parent, const char* list,
+                                const std::vector<std::string>& keys) const {
+  const lysc_node* schema = SchemaOf(parent, list);
+  if (schema == nullptr || schema->nodetype != LYS_LIST) return nullptr;
+  return tree_->FindEntry(parent, *schema, keys);
+}
+
+const lyd_node* DataView::AtPath(const std::string& path) const {
+  try {
+    return confd::Resolve(*tree_, confd::ParsePath(path)).node;
+  } catch (const confd::ConfdError&) {
+    return nullptr;  // a path of another data model
+  }
+}
+
+std::string TextOf(const lyd_node* leaf) {
+  if (leaf == nullptr ||
+      (leaf->schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) == 0) {
+    return "";
+  }
+  return datastore::CanonicalText(*leaf->schema, lyd_get_value(leaf));
+}
+
+InterfaceName SplitName(const std::string& text, char separator) {
+  const std::size_t end = std::min(text.find(separator), text.size());
+  return {text.substr(0, end), end < text.size() ? text.substr(end + 1) : ""};
+}
+
+const lyd_node* FindInterface(const DataView& view, const InterfaceName& name) {
+  const lyd_node* interfaces = view.At(nullptr, {"config", "interface"});
+  if (interfaces == nullptr) return nullptr;
+  return view.Entry(interfaces, name.kind.c_str(), {name.name});
+}
+
+std::string VrfOf(const DataView& view, const lyd_node* interface) {
+  const lyd_node* vrf = view.At(interface, {"vrf"});
+  return vrf == nullptr ? "global" : TextOf(vrf);
+}
+
+std::vector<const lyd_node*> AddressesOf(const DataView& view,
+                                         const lyd_node* interface,
+                                         const char* family) {
+  std::vector<const lyd_node*> leaves;
+  const auto add = [&](const lyd_node* parent) {
+    const lyd_node* ip = view.At(parent, {"ip"});
+    if (ip != nullptr) leaves.push_back(ip);
+  };
+  const lyd_node* container = view.At(interface, {family});
+  if (container == nullptr) return leaves;
+  // A list of them, or a container of the primary one and the others.
+  for (const lyd_node* address : view.Entries(container, "address")) {
+    add(address);
+    if (address->schema->nodetype == LYS_LIST) continue;
+    for (const lyd_node* other : view.Entries(address, "secondary")) add(other);
+  }
+  return leaves;
+}
+
+const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
+                            const char* family, const std::string& prefix) {
+  for (const lyd_node* leaf : AddressesOf(view, interface, family)) {
+    if (TextOf(leaf) == prefix) return leaf;
+  }
+  return nullptr;
+}
+
+bool ShareAddressSpace(const std::string& vrf, const std::string& other) {
+  const auto is_common = [](const std::string& name) {
+    return name == "global" || name == "mgmt";
+  };
+  return vrf == other || (is_common(vrf) && is_common(other));
+}
+
+std::string WithoutLength(const std::string& prefix) {
+  return prefix.substr(0, prefix.find('/'));
+}
+
+}  // namespace ipav::findings

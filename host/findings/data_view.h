@@ -1,0 +1,75 @@
+// One configuration by the names of its nodes, for those who look for what a
+// text is about. A name that the data model does not have is an absent node.
+#ifndef IPAV_HOST_FINDINGS_DATA_VIEW_H_
+#define IPAV_HOST_FINDINGS_DATA_VIEW_H_
+
+#include <libyang/libyang.h>
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "datastore/data_tree.h"
+
+namespace ipav::findings {
+
+class DataView {
+ public:
+  explicit DataView(const datastore::DataTree& tree) : tree_(&tree) {}
+
+  // The only instance under `from` (null: the root) at the end of the names;
+  // null when there is none.
+  const lyd_node* At(const lyd_node* from,
+                     std::initializer_list<const char*> names) const;
+
+  std::vector<const lyd_node*> Entries(const lyd_node* parent,
+                                       const char* list) const;
+  const lyd_node* Entry(const lyd_node* parent, const char* list,
+                        const std::vector<std::string>& keys) const;
+
+  // What a path of ipav's own leads to, null where that is nothing.
+  const lyd_node* AtPath(const std::string& path) const;
+
+ private:
+  const lysc_node* SchemaOf(const lyd_node* parent, const char* name) const;
+
+  const datastore::DataTree* tree_;
+};
+
+// Canonical text of a leaf, "" for anything else or for null.
+std::string TextOf(const lyd_node* leaf);
+
+// ---- Interfaces ------------------------------------------------------------
+
+struct InterfaceName {
+  std::string kind;  // l3, loopback, mgmt
+  std::string name;
+};
+
+// "l3 core1" as texts name an interface; with '-' for the blank, as tables do.
+InterfaceName SplitName(const std::string& text, char separator = ' ');
+
+// The entry of an interface, null when there is none.
+const lyd_node* FindInterface(const DataView& view, const InterfaceName& name);
+
+// Its VRF: "global" where it names none.
+std::string VrfOf(const DataView& view, const lyd_node* interface);
+
+// The leaves of its addresses, the primary one first. `family` is ipv4 or ipv6.
+std::vector<const lyd_node*> AddressesOf(const DataView& view,
+                                         const lyd_node* interface,
+                                         const char* family);
+
+// The leaf of that address with its prefix length, null when there is none.
+const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
+                            const char* family, const std::string& prefix);
+
+// Whether addresses in the two VRFs can be in conflict.
+bool ShareAddressSpace(const std::string& vrf, const std::string& other);
+
+// "10.1.1.1" of "10.1.1.1/24".
+std::string WithoutLength(const std::string& prefix);
+
+}  // namespace ipav::findings
+
+#endif  // IPAV_HOST_FINDINGS_DATA_VIEW_H_

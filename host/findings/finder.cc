@@ -1,0 +1,143 @@
+#include "findings/finder.h"
+
+#include <optional>
+#include <utility>
+
+#include "confd/path.h"
+#include "datastore/diff.h"
+#include "datastore/libyang_error.h"
+#include "findings/catalogue.h"
+#include "findings/culprits.h"
+#include "findings/data_view.h"
+
+namespace ipav::findings {
+
+namespace {
+
+bool IsSame(const Evidence& a, const Evidence& b) {
+  if (a.suspects.size() != b.suspects.size()) return false;
+  for (std::size_t i = 0; i < a.suspects.size(); ++i) {
+    if (a.suspects[i].node != b.suspects[i].node) return false;
+  }
+  return true;
+}
+
+void Describe(const Message& message, Finding* finding) {
+  finding->rule = message.rule;
+  finding->title = message.title;
+  finding->advice = message.advice;
+  finding->anchor = message.anchor;
+}
+
+std::optional<Place> PlaceOf(const Configuration& configuration,
+                             const lyd_node* node) {
+  if (configuration.source == nullptr) return std::nullopt;
+  std::optional<source::Mark> mark = configuration.source->MarkOf(node);
+  if (!mark) return std::nullopt;
+  return Place{
+      configuration.file,           mark->line,   mark->column, mark->length,
+      std::move(mark->source_line), mark->skipped};
+}
+
+}  // namespace
+
+// The two configurations side by side.
+class Finder::Search {
+ public:
+  Search(const Configuration& running, const Configuration& candidate)
+      : running_(running),
+        candidate_(candidate),
+        running_view_(*running.tree),
+        candidate_view_(*candidate.tree),
+        diff_(*running.tree, *candidate.tree) {}
+
+  void Complete(const commit::Answer& answer, Finding* finding) {
+    const std::vector<Reading> readings = ReadText(finding->text);
+    if (readings.empty()) {
+      finding->note =
+          "no text of docs/messages.md: the nodes concerned are not known";
+      return;
+    }
+    Describe(*readings.front().message, finding);
+
+    // The data tell which reading is meant.
+    std::optional<Evidence> borne_out;
+    for (const Reading& reading : readings) {
+      Evidence evidence = Investigate(
+          {running_view_, candidate_view_, diff_, answer.path, reading});
+      if (!evidence.bears_out) {
+        if (finding->note.empty()) finding->note = evidence.note;
+      } else if (!borne_out) {
+        Describe(*reading.message, finding);
+        borne_out = std::move(evidence);
+      } else if (!IsSame(*borne_out, evidence)) {
+        finding->note =
+            "the text can be read in several ways, and the configuration has "
+            "nodes for more than one";
+        return;
+      }
+    }
+    if (borne_out) Take(*borne_out, finding);
+  }
+
+ private:
+  void Take(const Evidence& evidence, Finding* finding) const {
+    finding->note = evidence.note;
+    for (const Suspect& suspect : evidence.suspects) {
+      const Configuration& side = suspect.is_removed ? running_ : candidate_;
+      finding->culprits.push_back({suspect.role, confd::PrintPath(suspect.node),
+                                   TextOf(suspect.node), NoveltyOf(suspect),
+                                   PlaceOf(side, suspect.node)});
+    }
+  }
+
+  Novelty NoveltyOf(const Suspect& suspect) const {
+    if (suspect.is_removed) return Novelty::kRemoved;
+    const datastore::Change* change = diff_.Of(suspect.node);
+    if (change == nullptr) return Novelty::kUnchanged;
+    return change->before == nullptr ? Novelty::kAdded : Novelty::kChanged;
+  }
+
+  const Configuration& running_;
+  const Configuration& candidate_;
+  DataView running_view_;
+  DataView candidate_view_;
+  datastore::Diff diff_;
+};
+
+bool IsRefusal(const commit::Answer& answer) {
+  return !answer.exception && !commit::Accepts(answer);
+}
+
+Finder::Finder(Configuration running, Configuration candidate)
+    : running_(std::move(running)), candidate_(std::move(candidate)) {}
+
+Finder::~Finder() = default;
+
+Finding Finder::Explain(const commit::Answer& answer) {
+  Finding finding;
+  finding.text = answer.text.value_or("");
+  finding.point = answer.opaque;
+  finding.path = answer.path;
+  if (!answer.text) {
+    finding.note = "without a text, the nodes concerned are not known";
+    return finding;
+  }
+  if (search_ == nullptr) {
+    search_ = std::make_unique<Search>(running_, candidate_);
+  }
+  search_->Complete(answer, &finding);
+  // What a value of another type records.
+  datastore::ClearErrors(candidate_.tree->model().context());
+  return finding;
+}
+
+std::vector<Finding> Finder::ExplainAll(const commit::Outcome& outcome) {
+  std::vector<Finding> findings;
+  for (const commit::Answer& answer : outcome.answers) {
+    if (IsRefusal(answer)) findings.push_back(Explain(answer));
+  }
+  return findings;
+}
+
+}  // namespace ipav::findings

@@ -1,0 +1,176 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "source/source_tree.h"
+
+namespace ipav::source {
+
+namespace {
+
+// The tokens of a JSON text, one after the other. What stands between them
+// tells nothing of their places.
+class Tokens {
+ public:
+  Tokens(std::string_view text, std::size_t start) : text_(text), at_(start) {}
+
+  Span Take() {
+    constexpr char kBetween[] = " \t\r\n,:";
+    Span token;
+    token.begin = std::min(text_.find_first_not_of(kBetween, at_), Size());
+    token.end = token.begin == Size() ? Size() : EndOf(token.begin);
+    at_ = token.end;
+    return token;
+  }
+
+  std::string_view TextOf(Span token) const {
+    return text_.substr(token.begin, token.end - token.begin);
+  }
+
+ private:
+  std::size_t Size() const { return text_.size(); }
+
+  std::size_t EndOf(std::size_t begin) const {
+    switch (text_[begin]) {
+      case '"':
+        return EndOfString(begin);
+      case '{':
+      case '}':
+      case '[':
+      case ']':
+        return begin + 1;
+      default:
+        return std::min(text_.find_first_of(" \t\r\n,:]}", begin), Size());
+    }
+  }
+
+  std::size_t EndOfString(std::size_t begin) const {
+    std::size_t at = begin + 1;
+    while (at < Size() && text_[at] != '"') at += text_[at] == '\\' ? 2U : 1U;
+    return std::min(at + 1, Size());
+  }
+
+  std::string_view text_;
+  std::size_t at_;
+};
+
+// Hears the values of the text, each together with its token.
+class JsonReader {
+ public:
+  using number_integer_t = nlohmann::json::number_integer_t;
+  using number_unsigned_t = nlohmann::json::number_unsigned_t;
+  using number_float_t = nlohmann::json::number_float_t;
+  using string_t = nlohmann::json::string_t;
+  using binary_t = nlohmann::json::binary_t;
+
+  JsonReader(std::string_view text, std::size_t start, SourceTree* tree)
+      : tokens_(text, start), tree_(tree) {}
+
+  bool start_object(std::size_t /*size*/) {
+    const Span brace = tokens_.Take();
+    open_.push_back({open_.empty() ? SourceTree::kRoot : Add(brace), false});
+    return true;
+  }
+  bool key(const string_t& name) {
+    tokens_.Take();
+    const std::size_t colon = name.find(':');
+    if (colon == std::string::npos) {
+      module_ = open_.back().node == SourceTree::kRoot
+                    ? tree_->NumberOf("")
+                    : tree_->ModuleOf(open_.back().node);
+      name_ = tree_->NumberOf(name);
+    } else {
+      module_ = tree_->NumberOf(std::string_view(name).substr(0, colon));
+      name_ = tree_->NumberOf(std::string_view(name).substr(colon + 1));
+    }
+    return true;
+  }
+  bool end_object() { return Close(); }
+
+  // Each element of an array is an instance of the array's member.
+  bool start_array(std::size_t /*size*/) {
+    tokens_.Take();
+    if (open_.empty()) return false;  // no YANG data
+    open_.push_back({open_.back().node, true, module_, name_});
+    return true;
+  }
+  bool end_array() { return Close(); }
+
+  bool string(const string_t& value) { return Value(tokens_.Take(), value); }
+  bool null() { return Literal(); }
+  bool boolean(bool /*value*/) { return Literal(); }
+  bool number_integer(number_integer_t /*value*/) { return Literal(); }
+  bool number_unsigned(number_unsigned_t /*value*/) { return Literal(); }
+  // An integer may be written with an exponent.
+  bool number_float(number_float_t value, const string_t& /*text*/) {
+    constexpr number_float_t kLargest = 9e15;  // all below are exact
+    if (std::nearbyint(value) != value || std::abs(value) > kLargest) {
+      return Literal();
+    }
+    return Value(tokens_.Take(),
+                 std::to_string(static_cast<std::int64_t>(value)));
+  }
+  bool binary(const binary_t& /*value*/) { return false; }  // not in JSON texts
+  bool parse_error(std::size_t /*place*/, const std::string& /*token*/,
+                   const nlohmann::json::exception& /*error*/) {
+    return false;
+  }
+
+ private:
+  struct Open {
+    SourceTree::Node node;  // of an array: the one around it
+    bool is_array;
+    std::uint32_t module = 0;
+    std::uint32_t name = 0;
+  };
+
+  SourceTree::Node Add(Span token) {
+    const Open& around = open_.back();
+    return around.is_array
+               ? tree_->Add(around.node, around.module, around.name, token)
+               : tree_->Add(around.node, module_, name_, token);
+  }
+
+  bool Value(Span token, std::string_view value) {
+    if (open_.empty()) return false;
+    tree_->SetValue(Add(token), value);
+    return true;
+  }
+
+  bool Literal() {
+    const Span token = tokens_.Take();
+    return Value(token, tokens_.TextOf(token));
+  }
+
+  bool Close() {
+    tokens_.Take();
+    const bool was_array = open_.back().is_array;
+    const Open closed = open_.back();
+    open_.pop_back();
+    if (was_array) {
+      module_ = closed.module;
+      name_ = closed.name;
+    }
+    return true;
+  }
+
+  Tokens tokens_;
+  SourceTree* tree_;
+  std::vector<Open> open_;
+  std::uint32_t module_ = 0;  // of the member whose value follows
+  std::uint32_t name_ = 0;
+};
+
+}  // namespace
+
+void ReadJson(std::string_view text, std::size_t start, SourceTree* tree) {
+  JsonReader reader(text, start, tree);
+  const std::string_view json = text.substr(start);
+  static_cast<void>(
+      nlohmann::json::sax_parse(json.begin(), json.end(), &reader));
+}
+
+}  // namespace ipav::source

@@ -1,0 +1,49 @@
+// Where the nodes of a configuration are written. The YANG library keeps no
+// places, so the text is read a second time: when the first place is asked for,
+// and never for a configuration that nobody complains of.
+#ifndef IPAV_HOST_SOURCE_SOURCE_TEXT_H_
+#define IPAV_HOST_SOURCE_SOURCE_TEXT_H_
+
+#include <libyang/libyang.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace ipav::source {
+
+struct Mark {
+  std::size_t line = 0;    // from 1
+  std::size_t column = 0;  // from 1, in characters of the line
+  std::size_t length = 0;  // characters of that line to mark, at least 1
+  // The line without its end; of a long one only what is around the place, and
+  // how many characters were left out in front.
+  std::string source_line;
+  std::size_t skipped = 0;
+};
+
+class SourceText {
+ public:
+  // XML or JSON as DataTree reads it. The text is borrowed.
+  explicit SourceText(std::string_view text);
+  ~SourceText();
+  SourceText(const SourceText&) = delete;
+  SourceText& operator=(const SourceText&) = delete;
+
+  // The place of a node of the tree that was read from the text: a leaf's
+  // value, the first key of an entry, the beginning of anything else. None for
+  // a node that the text does not have, such as a default value.
+  std::optional<Mark> MarkOf(const lyd_node* node) const;
+
+ private:
+  class Places;
+
+  std::string_view text_;
+  mutable std::unique_ptr<Places> places_;
+};
+
+}  // namespace ipav::source
+
+#endif  // IPAV_HOST_SOURCE_SOURCE_TEXT_H_

@@ -1,0 +1,77 @@
+// The nodes of a configuration's text and where each is written, whatever its
+// format. Held small: a text may have millions of them.
+#ifndef IPAV_HOST_SOURCE_SOURCE_TREE_H_
+#define IPAV_HOST_SOURCE_SOURCE_TREE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace ipav::source {
+
+// Bytes of the text.
+struct Span {
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+
+class SourceTree {
+ public:
+  using Node = std::uint32_t;
+  static constexpr Node kRoot = 0;
+  static constexpr Node kNone = UINT32_MAX;
+
+  SourceTree() : items_(1) {}
+
+  // Number of a name, the same one for the same text.
+  std::uint32_t NumberOf(std::string_view name);
+  // The same, kNone for a name that the text does not have.
+  std::uint32_t FindNumber(const std::string& name) const;
+
+  // A new last child. `module` is the number of a namespace or module name.
+  Node Add(Node parent, std::uint32_t module, std::uint32_t name, Span span);
+  void SetSpan(Node node, Span span);
+  void SetValue(Node node, std::string_view value);
+
+  Node FirstChild(Node node) const { return items_[node].first_child; }
+  Node Next(Node node) const { return items_[node].next; }
+  std::uint32_t ModuleOf(Node node) const { return items_[node].module; }
+  std::uint32_t NameOf(Node node) const { return items_[node].name; }
+
+  // What to mark: a leaf's value, the beginning of anything else.
+  Span SpanOf(Node node) const {
+    return {items_[node].begin, items_[node].end};
+  }
+  // Of a leaf, without the escapes of the format.
+  std::string_view ValueOf(Node node) const;
+
+ private:
+  struct Item {
+    Node first_child = kNone;
+    Node last_child = kNone;
+    Node next = kNone;
+    std::uint32_t module = kNone;
+    std::uint32_t name = kNone;
+    std::uint32_t begin = 0;
+    std::uint32_t end = 0;
+    std::uint32_t value_begin = 0;
+    std::uint32_t value_size = 0;
+  };
+
+  std::vector<Item> items_;
+  std::string values_;
+  std::unordered_map<std::string, std::uint32_t> numbers_;
+};
+
+// Fill the tree from a text without byte order mark and leading blanks, which
+// begins at `start`. What is no XML or no JSON ends it early; nothing outside
+// of the text is ever read.
+void ReadXml(std::string_view text, std::size_t start, SourceTree* tree);
+void ReadJson(std::string_view text, std::size_t start, SourceTree* tree);
+
+}  // namespace ipav::source
+
+#endif  // IPAV_HOST_SOURCE_SOURCE_TREE_H_

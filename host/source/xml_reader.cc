@@ -1,0 +1,221 @@
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "source/source_tree.h"
+
+namespace ipav::source {
+
+namespace {
+
+constexpr char kBlanks[] = " \t\r\n";
+
+// YANG data may have several elements at the top, an XML document has one: all
+// of the text stands in an element of ours.
+constexpr std::string_view kOpening = "<data>";
+constexpr std::string_view kEnding = "</data>";
+
+bool StandsAt(std::string_view text, std::size_t at, std::string_view what) {
+  return text.compare(at, what.size(), what) == 0;
+}
+
+// Behind the next `mark`, or `end`.
+std::size_t Behind(std::string_view text, std::size_t at, std::size_t end,
+                   std::string_view mark) {
+  const std::size_t found = text.find(mark, at);
+  return found == std::string_view::npos ? end
+                                         : std::min(found + mark.size(), end);
+}
+
+// Behind the blanks, comments and processing instructions ahead of a value.
+std::size_t SkipToValue(std::string_view text, Span content) {
+  std::size_t at = content.begin;
+  while (at < content.end) {
+    if (StandsAt(text, at, "<!--")) {
+      at = Behind(text, at, content.end, "-->");
+    } else if (StandsAt(text, at, "<?")) {
+      at = Behind(text, at, content.end, "?>");
+    } else if (std::strchr(kBlanks, text[at]) != nullptr) {
+      ++at;
+    } else {
+      break;
+    }
+  }
+  return at;
+}
+
+// The value between the tags of a leaf; empty where there is none.
+Span ValueIn(std::string_view text, Span content) {
+  constexpr std::string_view kCdata = "<![CDATA[";
+  Span value{SkipToValue(text, content), content.end};
+  if (value.begin == value.end) return content;  // blanks are a value, too
+  if (StandsAt(text, value.begin, kCdata)) {
+    value.begin += kCdata.size();
+    value.end = std::min(text.find("]]>", value.begin), content.end);
+    return value;
+  }
+  value.end = std::min(text.find('<', value.begin), content.end);
+  while (value.end > value.begin &&
+         std::strchr(kBlanks, text[value.end - 1]) != nullptr) {
+    --value.end;
+  }
+  return value;
+}
+
+std::string_view View(const xmlChar* text) {
+  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+// Hears the elements of the text.
+class XmlReader {
+ public:
+  XmlReader(std::string_view text, std::size_t start, SourceTree* tree)
+      : text_(text), start_(start), tree_(tree) {
+    // A declaration may stand at the very start only, which ours takes.
+    if (StandsAt(text_, start_, "<?xml")) {
+      start_ = Behind(text_, start_, text_.size(), "?>");
+    }
+  }
+
+  void Run() {
+    xmlSAXHandler handler{};
+    handler.initialized = XML_SAX2_MAGIC;
+    handler.startElementNs = Start;
+    handler.endElementNs = End;
+    handler.characters = Characters;
+    handler.ignorableWhitespace = Characters;
+    handler.cdataBlock = Characters;
+    handler.internalSubset = RefuseDoctype;
+    handler.serror = [](void*, xmlErrorPtr) {};  // the tree ends there
+    const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> context(
+        xmlCreateIOParserCtxt(&handler, this, Give, nullptr, this,
+                              XML_CHAR_ENCODING_NONE),
+        xmlFreeParserCtxt);
+    if (context == nullptr) return;
+    context_ = context.get();
+    xmlCtxtUseOptions(context_,
+                      XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_IGNORE_ENC);
+    static_cast<void>(xmlParseDocument(context_));
+  }
+
+ private:
+  struct Open {
+    SourceTree::Node node;
+    Span tag;
+    bool has_children;
+  };
+
+  // The next bytes for the parser.
+  static int Give(void* self, char* buffer, int size) {
+    auto* reader = static_cast<XmlReader*>(self);
+    const std::string_view text =
+        reader->text_.substr(std::min(reader->start_, reader->text_.size()));
+    const std::string_view parts[] = {kOpening, text, kEnding};
+    std::size_t skipped = reader->given_;
+    for (const std::string_view part : parts) {
+      if (skipped < part.size()) {
+        const std::size_t count = part.copy(
+            buffer, static_cast<std::size_t>(std::max(size, 0)), skipped);
+        reader->given_ += count;
+        return static_cast<int>(count);
+      }
+      skipped -= part.size();
+    }
+    return 0;
+  }
+
+  static void Start(void* self, const xmlChar* name, const xmlChar* prefix,
+                    const xmlChar* uri, int /*namespace_count*/,
+                    const xmlChar** /*namespaces*/, int /*attribute_count*/,
+                    int /*default_count*/, const xmlChar** /*attributes*/) {
+    static_cast<XmlReader*>(self)->StartElement(View(name), View(prefix),
+                                                View(uri));
+  }
+  static void End(void* self, const xmlChar* /*name*/,
+                  const xmlChar* /*prefix*/, const xmlChar* /*uri*/) {
+    static_cast<XmlReader*>(self)->EndElement();
+  }
+  static void Characters(void* self, const xmlChar* characters, int size) {
+    static_cast<XmlReader*>(self)->value_.append(
+        reinterpret_cast<const char*>(characters),
+        static_cast<std::size_t>(size));
+  }
+  static void RefuseDoctype(void* self, const xmlChar* /*name*/,
+                            const xmlChar* /*external*/,
+                            const xmlChar* /*system*/) {
+    xmlStopParser(static_cast<XmlReader*>(self)->context_);
+  }
+
+  // Where the parser is in the text.
+  std::size_t Place() const {
+    const xmlParserInput& input = *context_->input;
+    const std::size_t given =
+        input.consumed + static_cast<std::size_t>(input.cur - input.base);
+    return std::min(given + start_ - kOpening.size(), text_.size());
+  }
+
+  // The parser stands at the end of the start tag, in front of > or />.
+  void StartElement(std::string_view name, std::string_view prefix,
+                    std::string_view uri) {
+    value_.clear();
+    if (open_.empty()) {
+      open_.push_back({SourceTree::kRoot, {}, true});  // ours
+      return;
+    }
+    open_.back().has_children = true;
+    const std::size_t at = Place();
+    const Span tag{text_.rfind('<', at), text_.find('>', at) + 1};
+    if (!IsTagOf(tag, name, prefix)) {
+      xmlStopParser(context_);
+      return;
+    }
+    const SourceTree::Node node = tree_->Add(
+        open_.back().node, tree_->NumberOf(uri), tree_->NumberOf(name), tag);
+    open_.push_back({node, tag, false});
+  }
+
+  // The parser stands behind the end tag, or behind the /> of an empty element.
+  void EndElement() {
+    if (open_.empty()) return;
+    const Open element = open_.back();
+    open_.pop_back();
+    if (element.has_children) return;
+    tree_->SetValue(element.node, value_);
+    const std::size_t end = text_.rfind('<', Place() - 1);
+    if (end == std::string_view::npos || end <= element.tag.begin) return;
+    const Span value = ValueIn(text_, {element.tag.end, end});
+    if (value.begin < value.end) tree_->SetSpan(element.node, value);
+  }
+
+  // No place at all rather than a wrong one.
+  bool IsTagOf(Span tag, std::string_view name, std::string_view prefix) const {
+    if (tag.begin == std::string_view::npos || tag.end == 0) return false;
+    std::size_t at = tag.begin + 1;
+    if (!prefix.empty()) {
+      if (!StandsAt(text_, at, prefix)) return false;
+      at += prefix.size() + 1;
+    }
+    return at < text_.size() && StandsAt(text_, at, name);
+  }
+
+  std::string_view text_;
+  std::size_t start_;
+  SourceTree* tree_;
+  xmlParserCtxtPtr context_ = nullptr;
+  std::size_t given_ = 0;
+  std::vector<Open> open_;
+  std::string value_;
+};
+
+}  // namespace
+
+void ReadXml(std::string_view text, std::size_t start, SourceTree* tree) {
+  XmlReader(text, start, tree).Run();
+}
+
+}  // namespace ipav::source

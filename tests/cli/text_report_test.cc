@@ -1,0 +1,281 @@
+// The report for people: what it shows of the nodes of a refusal, and how.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "report/device_report.h"
+#include "report/source_lines.h"
+#include "report/text.h"
+#include "run_process.h"
+
+namespace ipav::cli::report {
+
+namespace {
+
+namespace fs = std::filesystem;
+using findings::Culprit;
+using findings::Finding;
+using findings::Novelty;
+using findings::Place;
+
+const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
+
+// ---- Lines of a configuration ----------------------------------------------
+
+// The line as it is shown, and below it the mark.
+std::string Shown(const Place& place) {
+  const ShownLine line = ShowLine(place);
+  return line.text + "\n" + std::string(line.indent, ' ') +
+         std::string(line.length, '^');
+}
+
+Place PlaceIn(const std::string& line, std::size_t column, std::size_t length) {
+  return {"file", 1, column, length, line, 0};
+}
+
+TEST(ShowLineTest, AShortLineIsShownAsItIs) {
+  EXPECT_EQ(Shown(PlaceIn("  <ip>10.1.1.1/24</ip>", 7, 11)),
+            "  <ip>10.1.1.1/24</ip>\n"
+            "      ^^^^^^^^^^^");
+  EXPECT_EQ(Shown(PlaceIn("", 1, 1)), "\n^");
+}
+
+TEST(ShowLineTest, ATabTakesOneCharacter) {
+  EXPECT_EQ(Shown(PlaceIn("\t\t<a>\t1</a>", 7, 1)), "  <a> 1</a>\n      ^");
+}
+
+TEST(ShowLineTest, LettersOfManyBytesTakeOneCharacter) {
+  EXPECT_EQ(Shown(PlaceIn("\xc3\xbc\xf0\x9f\x98\x80 \xe2\x82\xac!", 4, 1)),
+            "\xc3\xbc\xf0\x9f\x98\x80 \xe2\x82\xac!\n   ^");
+}
+
+TEST(ShowLineTest, WhatATerminalWouldObeyIsEscaped) {
+  // Escape, delete, the control sequence introducer, right-to-left override.
+  EXPECT_EQ(Shown(PlaceIn("a\x1b[31m\x7f\xc2\x9b\xe2\x80\xae\rz", 11, 1)),
+            "a\\x1b[31m\\x7f\\x9b\\u202e\\x0dz\n" + std::string(27, ' ') + "^");
+  EXPECT_EQ(Shown(PlaceIn("a\x1bz", 2, 1)), "a\\x1bz\n ^^^^");
+}
+
+TEST(ShowLineTest, ALongLineIsCutAroundTheMark) {
+  const std::string a(60, 'a');
+  const std::string b(200, 'b');
+  EXPECT_EQ(Shown(PlaceIn(a + "X" + b, 61, 1)),
+            "..." + std::string(40, 'a') + "X" + std::string(55, 'b') +
+                "...\n" + std::string(43, ' ') + "^");
+  EXPECT_EQ(Shown(PlaceIn("X" + b, 1, 1)),
+            "X" + std::string(95, 'b') + "...\n^");
+  EXPECT_EQ(Shown(PlaceIn(a + a + "X", 121, 1)),
+            "..." + std::string(40, 'a') + "X\n" + std::string(43, ' ') + "^");
+}
+
+TEST(ShowLineTest, AMarkLongerThanTheScreenEndsWithTheLine) {
+  const std::string shown = Shown(PlaceIn(std::string(300, 'x'), 1, 300));
+  EXPECT_EQ(shown, std::string(96, 'x') + "...\n" + std::string(96, '^'));
+}
+
+TEST(ShowLineTest, ALineThatWasCutAlreadySaysSo) {
+  Place place = PlaceIn("abXcd", 5003, 1);
+  place.skipped = 5000;
+  EXPECT_EQ(Shown(place), "...abXcd\n     ^");
+}
+
+// ---- The report ------------------------------------------------------------
+
+DeviceReport RefusedDevice() {
+  DeviceReport device;
+  device.candidate = "candidate.xml";
+  device.status = kRefused;
+  device.outcome.verdict = commit::Verdict::kRefused;
+  device.outcome.planned = 3;
+  commit::Answer answer;
+  answer.opaque = "ipv4_addr_validation";
+  answer.path = "/config/interface/l3";
+  answer.result = -1;
+  answer.text = "no";
+  device.outcome.answers = {answer};
+
+  Finding finding;
+  finding.text = "no";
+  finding.rule = "interface-overlap";
+  finding.advice = "Change one of them.";
+  finding.anchor = "overlap";
+  finding.culprits = {
+      {"address", "/a", "10.1.1.1/24", Novelty::kAdded,
+       Place{"candidate.xml", 14, 7, 11, "  <ip>10.1.1.1/24</ip>", 0}},
+      {"overlaps with", "/b", "", Novelty::kUnchanged, std::nullopt},
+      {"VRF", "/c", "red", Novelty::kRemoved,
+       Place{"running.xml", 123456, 1, 3, "red", 0}}};
+  finding.note = "one more \x1b[31m";
+  device.findings = {finding};
+  return device;
+}
+
+std::string Print(const DeviceReport& device, const TextOptions& options) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(),
+                                                             std::fclose);
+  TextWriter(file.get(), options).Add(device);
+  std::rewind(file.get());
+  std::string text(100000, '\0');
+  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  return text;
+}
+
+constexpr char kReport[] =
+    "candidate.xml: refused (1 of 3 validation calls made)\n"
+    "no\n"
+    "  validation point: ipv4_addr_validation\n"
+    "  data path: /config/interface/l3\n"
+    "  candidate.xml:14:7: address, added\n"
+    "     14 |   <ip>10.1.1.1/24</ip>\n"
+    "        |       ^~~~~~~~~~~\n"
+    "  /b: overlaps with, unchanged\n"
+    "  running.xml:123456:1: VRF, removed\n"
+    "  123456 | red\n"
+    "         | ^~~\n"
+    "  note: one more \\x1b[31m\n"
+    "  what to do: Change one of them.\n"
+    "  see docs/messages.md#overlap\n";
+
+TEST(TextReportTest, TheNodesOfARefusalStandBehindItsPath) {
+  EXPECT_EQ(Print(RefusedDevice(), {}), kReport);
+}
+
+TEST(TextReportTest, AFindingWithoutARuleHasItsNoteAlone) {
+  DeviceReport device = RefusedDevice();
+  device.findings.front() = Finding();
+  device.findings.front().note = "nothing is known";
+  EXPECT_EQ(Print(device, {}),
+            "candidate.xml: refused (1 of 3 validation calls made)\n"
+            "no\n"
+            "  validation point: ipv4_addr_validation\n"
+            "  data path: /config/interface/l3\n"
+            "  note: nothing is known\n");
+}
+
+TEST(TextReportTest, AnAcceptedAnswerTakesNoFindingOfARefusal) {
+  DeviceReport device = RefusedDevice();
+  commit::Answer accepted;
+  accepted.opaque = "intf_l3_name_validation";
+  device.outcome.answers.insert(device.outcome.answers.begin(), accepted);
+  TextOptions options;
+  options.all = true;
+  const std::string text = Print(device, options);
+  EXPECT_NE(text.find("(accepted)\n  validation point: "
+                      "intf_l3_name_validation\n  data path: \nno\n"),
+            std::string::npos)
+      << text;
+}
+
+TEST(TextReportTest, ColoursChangeNothingElse) {
+  TextOptions options;
+  options.color = true;
+  const std::string text = Print(RefusedDevice(), options);
+  EXPECT_NE(text.find("\x1b["), std::string::npos);
+  EXPECT_EQ(std::regex_replace(text, std::regex("\x1b\\[[0-9;]*m"), ""),
+            kReport);
+}
+
+// ---- The program -----------------------------------------------------------
+
+using ipav::testing::ProcessResult;
+using ipav::testing::RunProcess;
+
+std::vector<std::string> CheckRefused(const std::vector<std::string>& options) {
+  std::vector<std::string> command = {"/usr/bin/env",
+                                      "TERM=xterm",
+                                      IPAV_PROGRAM,
+                                      "check",
+                                      "--running",
+                                      kBranch + "running.xml",
+                                      kBranch + "address-is-network.xml"};
+  command.insert(command.begin() + 4, options.begin(), options.end());
+  return command;
+}
+
+bool HasColor(const std::string& text) {
+  return text.find("\x1b[") != std::string::npos;
+}
+
+TEST(ColorTest, APipeHasNoneUnlessTheyAreAskedFor) {
+  EXPECT_FALSE(HasColor(RunProcess(CheckRefused({})).out));
+  EXPECT_FALSE(HasColor(RunProcess(CheckRefused({"--color", "never"})).out));
+  EXPECT_TRUE(HasColor(RunProcess(CheckRefused({"--color", "always"})).out));
+}
+
+TEST(ColorTest, AnotherWordIsRefused) {
+  const ProcessResult result = RunProcess(CheckRefused({"--color", "red"}));
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+}
+
+// The same on a terminal, in that environment.
+std::string OnTerminal(const std::string& environment) {
+  std::string command = "env " + environment;
+  for (const std::string& word : CheckRefused({})) command += " " + word;
+  return RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"}).out;
+}
+
+TEST(ColorTest, ATerminalHasThemUnlessItKnowsNoneOrTheUserWantsNone) {
+  const std::string plain = "address-is-network.xml: refused (";
+  EXPECT_TRUE(HasColor(OnTerminal("-u NO_COLOR")));
+  EXPECT_TRUE(HasColor(OnTerminal("NO_COLOR=")));
+  EXPECT_FALSE(HasColor(OnTerminal("NO_COLOR=1")));
+  EXPECT_NE(OnTerminal("NO_COLOR=1").find(plain), std::string::npos);
+}
+
+TEST(ColorTest, ADumbTerminalHasNone) {
+  const std::string command =
+      "env -u NO_COLOR TERM=dumb " IPAV_PROGRAM " check --running " + kBranch +
+      "running.xml " + kBranch + "address-is-network.xml";
+  const std::string text =
+      RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"}).out;
+  EXPECT_NE(text.find("address-is-network.xml: refused ("), std::string::npos);
+  EXPECT_FALSE(HasColor(text));
+}
+
+TEST(TextReportTest, TheFilesOfACommitMayBePipes) {
+  const ProcessResult result = RunProcess(
+      {"/bin/bash", "-c",
+       IPAV_PROGRAM " check --running <(cat " + kBranch +
+           "running.xml) <(cat " + kBranch + "address-is-network.xml)"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(std::regex_search(
+      result.out,
+      std::regex("\n  /dev/fd/[0-9]+:[0-9]+:[0-9]+: address, changed\n"
+                 " +[0-9]+ \\| +<ip>10.12.50.0/24</ip>\n")))
+      << result.out;
+}
+
+TEST(TextReportTest, ANameThatWouldTurnTheTerminalIsShownEscaped) {
+  std::string folder = (fs::temp_directory_path() / "report-test-XXXXXX");
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  const std::string file = folder + "/candidate.xml";
+  std::ofstream(file) << "<config xmlns=\"urn:vorplex:config\"><interface>\n"
+                         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\xc2\x9b"
+                         "31m</name>\n</l3></interface></config>";
+  const ProcessResult result = RunProcess({IPAV_PROGRAM, "check", file});
+  fs::remove_all(folder);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.out.find(
+                ":2:37: name, added\n"
+                "      2 | <l3 xmlns=\"urn:vorplex:ipapp\"><name>a\\x9b31m"
+                "</name>\n"
+                "        |                                     ^~~~~~~~\n"),
+            std::string::npos)
+      << result.out;
+}
+
+}  // namespace
+
+}  // namespace ipav::cli::report

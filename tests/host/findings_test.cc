@@ -1,0 +1,518 @@
+// Findings of real refusals: the end-to-end cases through the real plug-in.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "commit/commit.h"
+#include "datastore/data_tree.h"
+#include "datastore/input_file.h"
+#include "findings/catalogue.h"
+#include "findings/finder.h"
+#include "findings/finding.h"
+#include "findings_table.h"
+#include "fixtures.h"
+#include "source/source_text.h"
+
+namespace ipav::findings {
+
+namespace {
+
+namespace fs = std::filesystem;
+using commit::Answer;
+using datastore::DataTree;
+using host_test::ProjectModel;
+
+const std::string kCases = IPAV_CASES "/";
+
+// A file and its text, for what a finding shows of it.
+class File {
+ public:
+  explicit File(const fs::path& path)
+      : File(path.filename(), datastore::ReadInput(path, 1U << 26)) {}
+  File(std::string name, std::string text)
+      : name_(std::move(name)),
+        text_(std::move(text)),
+        tree_(DataTree::FromText(ProjectModel(),
+                                 datastore::CheckText(name_, text_))),
+        source_(text_) {}
+
+  const DataTree& tree() const { return tree_; }
+  Configuration configuration() const { return {&tree_, name_, &source_}; }
+
+ private:
+  std::string name_;
+  std::string text_;
+  DataTree tree_;
+  source::SourceText source_;
+};
+
+File FileOf(const fs::path& folder, const std::string& stem) {
+  const fs::path xml = folder / (stem + ".xml");
+  return File(fs::exists(xml) ? xml : folder / (stem + ".json"));
+}
+
+// The findings of a commit, judged by the real plug-in.
+std::vector<Finding> FindingsOf(const File& running, const File& candidate,
+                                bool all = false) {
+  const commit::Outcome outcome = commit::RunCommit(
+      running.tree(), candidate.tree(), {IPAV_PLUGIN, all, base::kNoTimeLimit});
+  return Finder(running.configuration(), candidate.configuration())
+      .ExplainAll(outcome);
+}
+
+// The only finding of a case.
+Finding FindingOf(const fs::path& folder) {
+  const std::vector<Finding> findings =
+      FindingsOf(FileOf(folder, "running"), FileOf(folder, "candidate"));
+  EXPECT_EQ(findings.size(), 1U) << folder;
+  return findings.empty() ? Finding() : findings.front();
+}
+
+const char* WordOf(Novelty novelty) {
+  constexpr const char* kWords[] = {"unchanged", "added", "changed", "removed"};
+  return kWords[static_cast<std::size_t>(novelty)];
+}
+
+// The marked part of the line, by characters.
+std::string MarkedIn(const Place& place) {
+  std::string marked;
+  std::size_t character = place.skipped;
+  for (const char c : place.source_line) {
+    if ((static_cast<unsigned char>(c) & 0xc0) != 0x80) ++character;
+    if (character >= place.column && character < place.column + place.length) {
+      marked += c;
+    }
+  }
+  return marked;
+}
+
+// "ROLE, NOVELTY PATH FILE:LINE MARKED".
+std::string Written(const Culprit& culprit) {
+  std::string text =
+      culprit.role + ", " + WordOf(culprit.novelty) + " " + culprit.path + " ";
+  if (!culprit.place) return text + "nowhere";
+  return text + culprit.place->file + ":" +
+         std::to_string(culprit.place->line) + " " + MarkedIn(*culprit.place);
+}
+
+std::vector<std::string> Written(const Finding& finding) {
+  std::vector<std::string> lines;
+  for (const Culprit& culprit : finding.culprits) {
+    lines.push_back(Written(culprit));
+  }
+  if (!finding.note.empty()) lines.push_back("note: " + finding.note);
+  return lines;
+}
+
+// ---- One case of each message ----------------------------------------------
+
+TEST(FindingsTest, EachMessageIsTracedToItsNodes) {
+  for (const Expectation& expected : Expectations()) {
+    SCOPED_TRACE(expected.folder);
+    const Finding finding = FindingOf(kCases + expected.folder);
+    EXPECT_EQ(finding.rule, expected.rule);
+    EXPECT_EQ(Written(finding), expected.culprits);
+  }
+}
+
+TEST(FindingsTest, EachMessageOfAConfigurationIsTracedInTheTable) {
+  std::set<std::string> traced = {"interface-not-judged", "plugin-not-started"};
+  for (const Expectation& expected : Expectations()) {
+    traced.insert(expected.rule);
+  }
+  for (const Message& message : Messages()) {
+    EXPECT_EQ(traced.count(message.rule), 1U) << message.rule;
+  }
+}
+
+TEST(FindingsTest, AFindingHasWhatTheMessageSays) {
+  const Finding finding =
+      FindingOf(kCases + "ipv4_addr_validation/l3-slash24-network");
+  const Message& message = *FindMessage("address-is-network");
+  EXPECT_EQ(finding.text,
+            "l3 users ipv4 address 10.20.10.0/24 cannot be configured as "
+            "network address.");
+  EXPECT_EQ(finding.point, "ipv4_addr_validation");
+  EXPECT_EQ(finding.path, "/config/interface/l3");
+  EXPECT_EQ(finding.title, message.title);
+  EXPECT_EQ(finding.advice, message.advice);
+  EXPECT_EQ(finding.anchor, message.anchor);
+  ASSERT_EQ(finding.culprits.size(), 1U);
+  EXPECT_EQ(finding.culprits.front().value, "10.20.10.0/24");
+}
+
+// ---- All cases -------------------------------------------------------------
+
+std::vector<fs::path> RefusedCases() {
+  std::vector<fs::path> folders;
+  for (const auto& file : fs::recursive_directory_iterator(kCases)) {
+    if (file.path().filename() == "expect.txt") {
+      folders.push_back(file.path().parent_path());
+    }
+  }
+  std::sort(folders.begin(), folders.end());
+  return folders;
+}
+
+// Nodes that a finding of the rule has in any case, whatever the commit did.
+std::size_t FewestCulprits(const std::string& rule) {
+  const std::map<std::string, std::size_t> fewest = {
+      {"l3-too-many", 0},          {"route-too-many", 0},
+      {"l3-name-too-long", 1},     {"l3-name-too-short", 1},
+      {"l3-name-characters", 1},   {"address-is-network", 1},
+      {"address-is-broadcast", 1}, {"ra-timer-missing", 1}};
+  const auto found = fewest.find(rule);
+  return found == fewest.end() ? 2 : found->second;
+}
+
+// A value of the file is the node's, in quotes or not and in any spelling.
+void ExpectPlaceShowsValue(const Culprit& culprit) {
+  ASSERT_TRUE(culprit.place.has_value()) << culprit.path;
+  const Place& place = *culprit.place;
+  EXPECT_GE(place.line, 1U);
+  EXPECT_GE(place.column, 1U);
+  EXPECT_GE(place.length, 1U);
+  std::string marked = MarkedIn(place);
+  if (culprit.value.empty() || culprit.value.find(':') != std::string::npos) {
+    return;
+  }
+  if (marked.front() == '"') marked = marked.substr(1, marked.size() - 2);
+  EXPECT_EQ(marked, culprit.value) << culprit.path;
+}
+
+bool IsTouched(const Finding& finding) {
+  return std::any_of(finding.culprits.begin(), finding.culprits.end(),
+                     [](const Culprit& culprit) {
+                       return culprit.novelty != Novelty::kUnchanged;
+                     });
+}
+
+// Whether the commit did nothing to what is wrong: the fault was there before.
+bool IsStanding(const fs::path& folder) {
+  const std::set<std::string> others = {
+      "l3-259-interfaces-two-removed", "route-removed-1002-to-1001",
+      "l3-unchanged-min-beside-changed-lifetime",
+      "l3-unchanged-lifetime-beside-changed-min"};
+  const std::string name = folder.filename();
+  return name.find("standing") != std::string::npos || others.count(name) != 0;
+}
+
+TEST(FindingsTest, EachRefusedCaseHasItsNodesOrSaysWhyNot) {
+  std::size_t with_culprits = 0;
+  std::size_t touched = 0;
+  const std::vector<fs::path> folders = RefusedCases();
+  for (const fs::path& folder : folders) {
+    SCOPED_TRACE(folder);
+    const Finding finding = FindingOf(folder);
+    ASSERT_NE(finding.rule, "");
+    EXPECT_GE(finding.culprits.size(), FewestCulprits(finding.rule));
+    EXPECT_TRUE(!finding.culprits.empty() || !finding.note.empty());
+    for (const Culprit& culprit : finding.culprits) {
+      ExpectPlaceShowsValue(culprit);
+    }
+    if (!finding.culprits.empty()) ++with_culprits;
+    if (IsTouched(finding)) {
+      ++touched;
+    } else {
+      EXPECT_TRUE(IsStanding(folder));
+    }
+  }
+  std::cout << with_culprits << " of " << folders.size()
+            << " refusals are traced to nodes, " << touched
+            << " to one that the commit touched\n";
+  // Where the number of interfaces or routes is the fault and none is new.
+  EXPECT_EQ(folders.size() - with_culprits, 4U);
+}
+
+// ---- What the data do not bear out -----------------------------------------
+
+const File& SmallRouter() {
+  static const File file("small.xml", R"(
+<config xmlns="urn:vorplex:config"><interface>
+  <l3 xmlns="urn:vorplex:ipapp"><name>a</name>
+    <ipv4><address><ip>10.0.0.1/24</ip></address></ipv4></l3>
+  <l3 xmlns="urn:vorplex:ipapp"><name>b</name><vrf>red</vrf>
+    <ipv4><address><ip>10.0.0.2/24</ip></address></ipv4></l3>
+  <mgmt xmlns="urn:vorplex:ipapp"><name>a vrf b</name><vrf>c</vrf></mgmt>
+</interface></config>)");
+  return file;
+}
+
+Finding Explain(std::optional<std::string> text,
+                const std::string& path = "/config/interface/l3") {
+  static const DataTree kEmpty = DataTree::Empty(ProjectModel());
+  Answer answer;
+  answer.opaque = "ipv4_addr_validation";
+  answer.path = path;
+  answer.result = -1;
+  answer.text = std::move(text);
+  return Finder({&kEmpty, "", nullptr}, SmallRouter().configuration())
+      .Explain(answer);
+}
+
+TEST(FindingsTest, AnAddressThatTheInterfaceDoesNotHaveIsNoCulprit) {
+  const Finding finding = Explain(
+      "l3 a ipv4 address 10.0.0.0/24 cannot be configured as network address.");
+  EXPECT_EQ(finding.rule, "address-is-network");
+  EXPECT_TRUE(finding.culprits.empty());
+  EXPECT_EQ(finding.note,
+            "the configuration does not show what the text names");
+}
+
+TEST(FindingsTest, AnOverlapOfTwoVrfsIsNoneInTheData) {
+  const Finding finding = Explain(
+      "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b vrf global "
+      "ipv4 address 10.0.0.2/24.");
+  EXPECT_EQ(finding.rule, "interface-overlap");
+  EXPECT_TRUE(finding.culprits.empty());
+  EXPECT_NE(finding.note, "");
+}
+
+TEST(FindingsTest, NoTextOfTheOtherMessagesLeadsToANodeHere) {
+  for (const Message& message : Messages()) {
+    for (const std::string& pattern : message.patterns) {
+      std::string text = pattern;
+      const std::map<std::string, std::string> values = {
+          {"interface", "l3 a"},   {"prefix", "10.9.9.9/24"},
+          {"address", "10.9.9.9"}, {"area", "0.0.0.0"},
+          {"vrf", "global"},       {"name", "c"}};
+      for (std::size_t open = text.find('<'); open != std::string::npos;
+           open = text.find('<')) {
+        const std::size_t close = text.find('>');
+        std::string field = text.substr(open + 1, close - open - 1);
+        field = field.substr(field.rfind('-') + 1);
+        const auto value = values.find(field);
+        text.replace(open, close - open + 1,
+                     value == values.end() ? "7" : value->second);
+      }
+      const Finding finding = Explain(text);
+      EXPECT_EQ(finding.rule, message.rule) << text;
+      EXPECT_TRUE(finding.culprits.empty()) << text;
+      EXPECT_NE(finding.note, "") << text;
+    }
+  }
+}
+
+TEST(FindingsTest, ATextThatNobodyKnowsHasNoRule) {
+  for (const char* text : {"", "no", "l3 a", "\xff\n\x1b"}) {
+    const Finding finding = Explain(text);
+    EXPECT_EQ(finding.text, text);
+    EXPECT_EQ(finding.rule, "");
+    EXPECT_EQ(finding.advice, "");
+    EXPECT_TRUE(finding.culprits.empty());
+    EXPECT_EQ(finding.note,
+              "no text of docs/messages.md: the nodes concerned are not known");
+  }
+  EXPECT_EQ(Explain(std::nullopt).note,
+            "without a text, the nodes concerned are not known");
+}
+
+TEST(FindingsTest, APathOfAnotherModelLeadsNowhere) {
+  for (const char* path : {"", "/", "/frob", "/config{", "/config/interface/l3",
+                           "/config/interface/l3{a}", "config"}) {
+    const Finding finding = Explain(
+        "Minimum interval must be no greater than maximum interval * 0.75",
+        path);
+    EXPECT_EQ(finding.rule, "ra-min-interval");
+    EXPECT_TRUE(finding.culprits.empty());
+    EXPECT_NE(finding.note, "");
+  }
+}
+
+TEST(FindingsTest, TheDataTellWhichReadingOfANameIsMeant) {
+  const File file("odd.xml", R"(
+<config xmlns="urn:vorplex:config"><interface>
+  <loopback xmlns="urn:vorplex:ipapp"><name>a vrf b</name><vrf>c</vrf>
+  </loopback></interface></config>
+<internal xmlns="urn:vorplex:internal">
+  <ospf-interface-l3><compound-id>1</compound-id><area>0.0.0.0</area>
+    <interface>loopback-a vrf b</interface><address>10.0.0.1</address>
+  </ospf-interface-l3>
+  <ospf-index-to-proc-id><compound-id>1</compound-id><proc_id>7</proc_id>
+    <vrf_name>d</vrf_name></ospf-index-to-proc-id></internal>)");
+  const DataTree empty = DataTree::Empty(ProjectModel());
+  Answer answer;
+  answer.result = -1;
+  answer.text =
+      "loopback a vrf b vrf c and router ospf 7 vrf d cannot be associated "
+      "with divergent VRF";
+  const Finding finding =
+      Finder({&empty, "", nullptr}, file.configuration()).Explain(answer);
+  EXPECT_EQ(finding.rule, "ospf-vrf-differs");
+  EXPECT_EQ(
+      Written(finding),
+      (std::vector<std::string>{
+          "VRF of the interface, added /config/interface/loopback{\"a vrf b\"}"
+          "/vrf odd.xml:3 c",
+          "assigned to OSPFv2, added /internal/ospf-interface-l3{1 0.0.0.0 "
+          "\"loopback-a vrf b\" 10.0.0.1}/interface odd.xml:7 loopback-a vrf b",
+          "VRF of the process, added /internal/ospf-index-to-proc-id{1}"
+          "/vrf_name odd.xml:10 d"}));
+}
+
+TEST(FindingsTest, ReadingsThatTheDataBothBearOutAreNotChosenFrom) {
+  const File file("odd.xml", R"(
+<config xmlns="urn:vorplex:config"><interface>
+  <loopback xmlns="urn:vorplex:ipapp"><name>a vrf b</name><vrf>c</vrf>
+  </loopback>
+  <loopback xmlns="urn:vorplex:ipapp"><name>a</name><vrf>b vrf c</vrf>
+  </loopback></interface></config>
+<internal xmlns="urn:vorplex:internal">
+  <ospf-interface-l3><compound-id>1</compound-id><area>0.0.0.0</area>
+    <interface>loopback-a vrf b</interface><address>10.0.0.1</address>
+  </ospf-interface-l3>
+  <ospf-interface-l3><compound-id>1</compound-id><area>0.0.0.0</area>
+    <interface>loopback-a</interface><address>10.0.0.1</address>
+  </ospf-interface-l3></internal>)");
+  const DataTree empty = DataTree::Empty(ProjectModel());
+  Answer answer;
+  answer.result = -1;
+  answer.text =
+      "loopback a vrf b vrf c and router ospf 0 vrf  cannot be associated with "
+      "divergent VRF";
+  const Finding finding =
+      Finder({&empty, "", nullptr}, file.configuration()).Explain(answer);
+  EXPECT_EQ(finding.rule, "ospf-vrf-differs");
+  EXPECT_TRUE(finding.culprits.empty());
+  EXPECT_EQ(finding.note,
+            "the text can be read in several ways, and the configuration has "
+            "nodes for more than one");
+}
+
+TEST(FindingsTest, EachVrfThatHasABlackHoleAndANextHopIsNamed) {
+  std::string routes;
+  for (const char* vrf : {"1", "2"}) {
+    for (const char* next_hop : {"00:00:00:00", "0a:00:00:09"}) {
+      routes += std::string("<rtmStaticRtEntry><rtmStaticRtFteIndex>") + vrf +
+                "</rtmStaticRtFteIndex><rtmStaticRtDestType>ipv4"
+                "</rtmStaticRtDestType><rtmStaticRtDest>0a:01:00:00"
+                "</rtmStaticRtDest><rtmStaticRtDestPfxLen>16"
+                "</rtmStaticRtDestPfxLen><rtmStaticRtNextHopType>ipv4"
+                "</rtmStaticRtNextHopType>\n<rtmStaticRtNextHop>" +
+                next_hop + "</rtmStaticRtNextHop></rtmStaticRtEntry>";
+    }
+  }
+  const File file(
+      "routes.xml",
+      "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>" +
+          routes +
+          "</rtmStaticRtTable></DC-RTM-MIB>"
+          "<internal xmlns=\"urn:vorplex:internal\"><vrf-config>"
+          "<indexTOstring><index>2</index><vname>red</vname></indexTOstring>"
+          "</vrf-config></internal>");
+  const File nothing("nothing.xml", "<config xmlns=\"urn:vorplex:config\"/>");
+  const std::vector<Finding> findings = FindingsOf(nothing, file);
+  ASSERT_EQ(findings.size(), 1U);
+  const std::vector<std::string> written = Written(findings.front());
+  ASSERT_EQ(written.size(), 6U);  // both routes of both, the name of red, note
+  EXPECT_EQ(written.back(),
+            "note: the text names no VRF, and 2 VRFs have the prefix twice");
+}
+
+TEST(FindingsTest, AllListsAFindingForEachRefusal) {
+  const fs::path folder =
+      kCases + "ipv4_addr_validation/l3-both-families-wrong";
+  const std::vector<Finding> findings =
+      FindingsOf(FileOf(folder, "running"), FileOf(folder, "candidate"), true);
+  ASSERT_EQ(findings.size(), 2U);
+  EXPECT_EQ(findings[0].point, "ipv4_addr_validation");
+  EXPECT_EQ(findings[1].point, "ipv6_addr_validation");
+  for (const Finding& finding : findings) {
+    EXPECT_FALSE(finding.culprits.empty());
+  }
+}
+
+TEST(FindingsTest, ANameThatReachesTheTextCutIsFound) {
+  const std::string name(300, 'n');
+  const File file("long.xml",
+                  "<config xmlns=\"urn:vorplex:config\"><interface>"
+                  "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" +
+                      name + "</name></l3></interface></config>");
+  const File nothing("nothing.xml", "<config xmlns=\"urn:vorplex:config\"/>");
+  const std::vector<Finding> findings = FindingsOf(nothing, file);
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(findings.front().rule, "l3-name-too-long");
+  ASSERT_EQ(findings.front().culprits.size(), 1U);
+  EXPECT_EQ(findings.front().culprits.front().value, name);
+}
+
+// An l3 interface of two addresses, in OSPFv2 with those.
+File InterfaceInOspf(const std::string& name,
+                     const std::vector<std::string>& known) {
+  std::string rows;
+  for (const std::string& address : known) {
+    rows +=
+        "<ospf-interface-l3><compound-id>1</compound-id><area>0.0.0.0"
+        "</area><interface>l3-a</interface><address>" +
+        address +
+        "</address>\n<ospf-pm-ip-netmask>24</ospf-pm-ip-netmask>"
+        "</ospf-interface-l3>\n";
+  }
+  return File(name, R"(
+<config xmlns="urn:vorplex:config"><interface>
+  <l3 xmlns="urn:vorplex:ipapp"><name>a</name><ipv4><address>
+    <ip>10.0.0.1/24</ip><secondary><ip>10.0.1.1/24</ip></secondary>
+  </address></ipv4></l3></interface></config>
+<internal xmlns="urn:vorplex:internal">
+)" + rows + R"(
+  <ospf-index-to-proc-id><compound-id>1</compound-id><proc_id>7</proc_id>
+    <vrf_name>global</vrf_name></ospf-index-to-proc-id></internal>)");
+}
+
+TEST(FindingsTest, ARemovedRowOfOspfIsShownBesideTheAddressThatStays) {
+  const File running = InterfaceInOspf("running.xml", {"10.0.0.1", "10.0.1.1"});
+  const File candidate = InterfaceInOspf("candidate.xml", {"10.0.0.1"});
+  const std::vector<Finding> findings = FindingsOf(running, candidate);
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(findings.front().rule, "ospf-address-added");
+  EXPECT_EQ(Written(findings.front()),
+            (std::vector<std::string>{
+                "address, unchanged /config/interface/l3{a}/ipv4/address/"
+                "secondary{10.0.1.1/24}/ip candidate.xml:4 10.0.1.1/24",
+                "assigned to OSPFv2, unchanged /internal/ospf-interface-l3{1 "
+                "0.0.0.0 l3-a 10.0.0.1}/interface candidate.xml:7 l3-a",
+                "removed from OSPFv2, removed /internal/ospf-interface-l3{1 "
+                "0.0.0.0 l3-a 10.0.1.1}/address running.xml:9 10.0.1.1"}));
+}
+
+// A commit of many refusals: each is traced without a walk over all nodes.
+TEST(FindingsTest, ThousandsOfFindingsTakeNoSquareOfTheirNumber) {
+  constexpr int kCount = 4000;
+  std::string text = "<config xmlns=\"urn:vorplex:config\"><interface>";
+  for (int i = 0; i < kCount; ++i) {
+    text += "<mgmt xmlns=\"urn:vorplex:ipapp\"><name>m" + std::to_string(i) +
+            "</name><ipv6><nd><ra><max-interval>4</max-interval>"
+            "<min-interval>4</min-interval></ra></nd></ipv6></mgmt>";
+  }
+  const File file("many.xml", text + "</interface></config>");
+  const DataTree empty = DataTree::Empty(ProjectModel());
+  Finder finder({&empty, "", nullptr}, file.configuration());
+  Answer answer;
+  answer.result = -1;
+  answer.text =
+      "Minimum interval must be no greater than maximum interval * 0.75";
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < kCount; ++i) {
+    answer.path =
+        "/config/interface/mgmt{m" + std::to_string(i) + "}/ipv6/nd/ra";
+    ASSERT_EQ(finder.Explain(answer).culprits.size(), 2U);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+}
+
+}  // namespace
+
+}  // namespace ipav::findings

@@ -411,7 +411,7 @@ class ShardTest : public DevicesTest {
   // The JSON report of one part, in a file.
   std::string Part(int number, int of,
                    const std::vector<std::string>& more = {}) const {
-    const std::string file =
+    std::string file =
         folder_ / (std::to_string(number) + "-" + std::to_string(of) + ".json");
     std::vector<std::string> arguments =
         Check({"--format", "json", "--output", file, "--shard",

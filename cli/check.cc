@@ -1,7 +1,10 @@
 #include "check.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <string>
+#include <system_error>
 #include <vector>
 
 #include "base/stopwatch.h"
@@ -32,10 +35,12 @@ bool IsFleet(const CheckOptions& options) {
   if (options.jobs > 0 || options.shard || options.report.failed_only) {
     return true;
   }
-  for (const std::string& name : options.candidates) {
-    if (std::filesystem::is_directory(name)) return true;
-  }
-  return false;
+  const auto is_folder = [](const std::string& name) {
+    std::error_code error;
+    return std::filesystem::is_directory(name, error);
+  };
+  return std::any_of(options.candidates.begin(), options.candidates.end(),
+                     is_folder);
 }
 
 // For one device there is nobody to share it with: it reads its own, and can

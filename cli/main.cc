@@ -105,7 +105,7 @@ Shard ParseShard(const std::string& text) {
 }
 
 void AddFleetOptions(CLI::App* check, CheckOptions* options) {
-  constexpr unsigned kMaxJobs = 1024;
+  constexpr unsigned kMaxJobs = 256;  // two files each, of the usual 1024
   check
       ->add_option("-j,--jobs", options->jobs,
                    "Devices to judge at a time (default: as many as "

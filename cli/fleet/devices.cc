@@ -1,5 +1,7 @@
 #include "fleet/devices.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -69,8 +71,8 @@ class Collector {
       const fs::path file = folder / (name + ending);
       if (!Exists(file) || IsFolder(file)) continue;
       if (!found.empty()) {
-        *problem =
-            folder.string() + ": holds " + name + ".xml and " + name + ".json";
+        *problem = fmt::format("{}: holds {}.xml and {}.json", folder.string(),
+                               name, name);
       }
       found = file;
     }

@@ -47,7 +47,10 @@ Pool::Pool(std::size_t count, const PoolOptions& options, Job job,
     : count_(count),
       options_(options),
       job_(std::move(job)),
-      listener_(listener) {}
+      listener_(listener) {
+  // Where the caller ignored it, the system would keep no status.
+  static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
+}
 
 Pool::~Pool() {
   for (const Worker& worker : workers_) kill(worker.process, SIGKILL);
@@ -80,12 +83,14 @@ void Pool::StartMore() {
   }
 }
 
-// False when there is no process to be had until another one ends.
+// False when there is no pipe or process to be had until another one ends.
 bool Pool::Start(std::size_t number) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw SystemError("pipe");
+  const bool has_pipe = pipe2(ends.data(), O_CLOEXEC) == 0;
+  if (!has_pipe && !workers_.empty()) return false;
+  if (!has_pipe) throw SystemError("pipe");
   FileDescriptor read_end(ends[0]);
-  const FileDescriptor write_end(ends[1]);
+  FileDescriptor write_end(ends[1]);
   fcntl(read_end.get(), F_SETFL, O_NONBLOCK);
   // Else the process would print once more what is still in our buffers.
   static_cast<void>(std::fflush(nullptr));
@@ -95,6 +100,7 @@ bool Pool::Start(std::size_t number) {
   if (process < 0) throw SystemError("fork");
   if (process == 0) RunJob(number, write_end.get(), parent);
 
+  write_end.Close();  // and there is a file for the next line
   FileDescriptor end(pidfd_open(process, 0));
   const int error = errno;
   workers_.push_back({number,

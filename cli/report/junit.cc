@@ -1,7 +1,6 @@
 #include "report/junit.h"
 
 #include <fmt/core.h>
-#include <libxml/xmlwriter.h>
 
 #include <cstddef>
 #include <new>
@@ -169,7 +168,7 @@ int WriteTo(void* out, const char* text, int size) {
 
 }  // namespace
 
-void JunitWriter::Deleter::operator()(_xmlTextWriter* xml) const {
+void JunitWriter::Deleter::operator()(xmlTextWriter* xml) const {
   xmlFreeTextWriter(xml);
 }
 

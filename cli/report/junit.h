@@ -3,12 +3,12 @@
 #ifndef IPAV_CLI_REPORT_JUNIT_H_
 #define IPAV_CLI_REPORT_JUNIT_H_
 
+#include <libxml/xmlwriter.h>
+
 #include <cstdio>
 #include <memory>
 
 #include "report/writer.h"
-
-struct _xmlTextWriter;
 
 namespace ipav::cli::report {
 
@@ -21,9 +21,9 @@ class JunitWriter : public Writer {
 
  private:
   struct Deleter {
-    void operator()(_xmlTextWriter* xml) const;
+    void operator()(xmlTextWriter* xml) const;
   };
-  std::unique_ptr<_xmlTextWriter, Deleter> xml_;
+  std::unique_ptr<xmlTextWriter, Deleter> xml_;
 };
 
 }  // namespace ipav::cli::report

@@ -121,8 +121,9 @@ std::uint64_t Fingerprint(std::string_view text) {
   constexpr std::uint64_t kOffset = 14695981039346656037U;  // FNV-1a
   constexpr std::uint64_t kPrime = 1099511628211U;
   std::uint64_t hash = kOffset;
-  for (const char c : text)
+  for (const char c : text) {
     hash = (hash ^ static_cast<unsigned char>(c)) * kPrime;
+  }
   return hash;
 }
 

@@ -15,7 +15,7 @@ std::string InWords(const Summary& summary) {
 }
 
 std::string InWords(const Run& run) {
-  const std::string text = InWords(run.summary);
+  std::string text = InWords(run.summary);
   if (!run.shard) return text;
   return fmt::format("shard {} of {} of {} devices, {}", run.shard->number,
                      run.shard->of, run.list_size, text);

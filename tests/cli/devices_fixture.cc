@@ -105,9 +105,9 @@ ProgramResult DevicesTest::Ipav(
 
 std::vector<std::string> DevicesTest::Wild(
     const std::vector<std::string>& more) const {
+  const std::string plugin = IPAV_TEST_PLUGINS "/runs_wild.so";
   std::vector<std::string> arguments = {"check", "--yang", folder_ / "yang",
-                                        "--plugin",
-                                        IPAV_TEST_PLUGINS "/runs_wild.so"};
+                                        "--plugin", plugin};
   arguments.insert(arguments.end(), more.begin(), more.end());
   return arguments;
 }

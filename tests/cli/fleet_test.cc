@@ -216,6 +216,34 @@ TEST_F(FleetTest, ACrashAndAnInputThatNeverEndsAreResultsAmongTheOthers) {
   EXPECT_EQ(AwaitProcesses(0), 0U);
 }
 
+TEST_F(FleetTest, ACallerThatIgnoresTheEndOfItsChildrenChangesNothing) {
+  const std::string file = WriteAccepted("fleet/a.xml");
+  Program program({"/bin/bash", "-c", "trap '' CHLD; exec \"$@\"", "bash",
+                   IPAV_PROGRAM, "check", in() + "/fleet"},
+                  folder_ / "output");
+  const ProgramResult result = program.Wait();
+  EXPECT_EQ(result.out,
+            AcceptedLine(file) +
+                "1 device: 1 accepted, 0 refused, 0 bad input, 0 failed\n");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
+  std::string expected;
+  for (int i = 0; i < 30; ++i) {
+    const std::string name = "fleet/" + std::to_string(10 + i) + ".xml";
+    expected += NothingLine(WriteDeed(name, "nothing"));
+  }
+  std::vector<std::string> command = {
+      "/bin/sh", "-c", "ulimit -n 40; exec \"$@\"", "sh", IPAV_PROGRAM};
+  const auto check = Wild({"-j", "30", in() + "/fleet"});
+  command.insert(command.end(), check.begin(), check.end());
+  const ProgramResult result = Program(command, folder_ / "output").Wait();
+  EXPECT_EQ(
+      result.out,
+      expected + "30 devices: 30 accepted, 0 refused, 0 bad input, 0 failed\n");
+}
+
 TEST_F(FleetTest, ARunningConfigurationOfADeviceThatIsBadIsBadInputOfIt) {
   const std::string candidate = WriteAccepted("fleet/a/candidate.xml");
   const std::string bad = WriteBad("fleet/a/running.xml");
@@ -248,6 +276,28 @@ TEST_F(FleetTest, AFileThatIsNoPlugInEndsTheRunOnce) {
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
   }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+// With a sanitizer, its own memory would be measured.
+TEST_F(FleetTest, MemoryDoesNotGrowWithTheNumberOfDevices) {
+  const auto peak = [&](int devices) {
+    const std::string folder = std::to_string(devices);
+    for (int i = 0; i < devices; ++i) {
+      WriteRefused(folder + "/" + std::to_string(i) + ".xml");
+    }
+    const ProgramResult result =
+        Ipav({"check", "--format", "json", in() + "/" + folder});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(json::parse(result.out).at("devices").size(),
+              static_cast<std::size_t>(devices));
+    return result.peak_memory;
+  };
+  const std::size_t few = peak(20);
+  EXPECT_LT(peak(200), few + (std::size_t{1} << 20));
+}
+
+#endif
 
 // --- Its end
 
@@ -361,7 +411,7 @@ class ShardTest : public DevicesTest {
   // The JSON report of one part, in a file.
   std::string Part(int number, int of,
                    const std::vector<std::string>& more = {}) const {
-    const std::string file =
+    std::string file =
         folder_ / (std::to_string(number) + "-" + std::to_string(of) + ".json");
     std::vector<std::string> arguments =
         Check({"--format", "json", "--output", file, "--shard",

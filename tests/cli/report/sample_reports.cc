@@ -12,7 +12,6 @@ namespace {
 using cli::report::DeviceReport;
 using commit::Answer;
 using commit::Verdict;
-using findings::Culprit;
 using findings::Finding;
 using findings::Novelty;
 using findings::Place;

@@ -1,5 +1,7 @@
 #include "check.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -25,9 +27,12 @@ using datastore::Running;
 using report::DeviceReport;
 using report::ReportOutput;
 
+LastWords OnStandardError(const DeviceReport& device) {
+  return {STDERR_FILENO, "ipav: " + device.input_error + "\n"};
+}
+
 void TellOnStandardError(const DeviceReport& device) {
-  static_cast<void>(
-      std::fprintf(stderr, "ipav: %s\n", device.input_error.c_str()));
+  static_cast<void>(std::fputs(OnStandardError(device).bytes.c_str(), stderr));
 }
 
 // Whether somebody thinks of devices rather than of files.
@@ -56,7 +61,7 @@ SharedRunning ReadShared(const Model& model, std::size_t devices,
 // In this process, with nothing but a line on standard error for bad input.
 ExitStatus CheckOne(const Judge& judge, const Device& device,
                     ReportOutput* output) {
-  const DeviceReport report = judge(device, TellOnStandardError);
+  const DeviceReport report = judge(device, OnStandardError);
   if (report.status == kBadInput) {
     TellOnStandardError(report);
   } else {

@@ -21,9 +21,9 @@ struct CheckOptions {
   std::string running;  // file; empty: nothing is configured yet
   std::vector<std::string> candidates;  // files, and folders of them
   bool all = false;                     // list the answer of every point
-  bool verbose = false;  // debug lines and platform calls as well
+  bool verbose = false;        // debug lines and platform calls as well
   std::string color = "auto";  // or always, never
-  bool timing = false;   // where the time went, on standard error
+  bool timing = false;         // where the time went, on standard error
   // How long the reading of a configuration may take, and the validation of a
   // candidate.
   base::TimeLimit time_limit = std::chrono::seconds(60);

@@ -73,9 +73,9 @@ struct Candidate {
 };
 
 Candidate ReadCandidate(const Model& model, const std::string& file,
-                        const CheckOptions& options,
-                        const ReadingTime::Over& over, ReadingTimes* times) {
-  const ReadingTime limit(file, options.time_limit, over);
+                        const CheckOptions& options, LastWords late,
+                        ReadingTimes* times) {
+  const ReadingTime limit(options.time_limit, std::move(late));
   base::Stopwatch watch;
   InputText text = datastore::ReadText(file, options.max_input_size);
   times->text = watch.Lap();
@@ -126,10 +126,7 @@ DeviceReport Failed(const Device& device, const std::string& reason) {
 
 Running ReadInTime(const Model& model, const std::string& file,
                    const CheckOptions& options) {
-  const ReadingTime limit(
-      file, options.time_limit, [](const std::string& line) {
-        static_cast<void>(std::fprintf(stderr, "ipav: %s\n", line.c_str()));
-      });
+  const ReadingTime limit(file, options.time_limit);
   Running running = ReadRunning(model, file, options);
   static_cast<void>(running.Tree());
   return running;
@@ -142,8 +139,9 @@ DeviceReport Judge::Commit(const Device& device,
   }
   const auto read = [&] {
     const ReadingTime limit(
-        device.running, options_.time_limit,
-        [&](const std::string& line) { time_over(BadInput(device, line)); });
+        options_.time_limit,
+        time_over(BadInput(
+            device, NotReadWithin(device.running, options_.time_limit))));
     return std::make_unique<const Running>(
         ReadRunning(model_, device.running, options_));
   };
@@ -152,16 +150,18 @@ DeviceReport Judge::Commit(const Device& device,
 
 DeviceReport Judge::Commit(const Device& device, const Running& running,
                            const TimeOver& time_over) const {
-  const auto over = [&](const std::string& line) {
-    time_over(BadInput(device, line));
+  const auto late = [&](const std::string& file) {
+    return time_over(
+        BadInput(device, NotReadWithin(file, options_.time_limit)));
   };
   // 1. The candidate. Where both files are wrong, the first one is told of.
   ReadingTimes times;
   std::optional<Candidate> candidate;
   try {
-    candidate = ReadCandidate(model_, device.candidate, options_, over, &times);
+    candidate = ReadCandidate(model_, device.candidate, options_,
+                              late(device.candidate), &times);
   } catch (const InputError&) {
-    const ReadingTime limit(device.running, options_.time_limit, over);
+    const ReadingTime limit(options_.time_limit, late(device.running));
     static_cast<void>(running.Tree());
     throw;
   }
@@ -169,7 +169,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   base::Stopwatch watch;
   const base::Duration before = TreeTime(running);
   const auto compare = [&] {
-    const ReadingTime limit(device.running, options_.time_limit, over);
+    const ReadingTime limit(options_.time_limit, late(device.running));
     return std::make_unique<const Transaction>(
         running, std::move(candidate->tree), candidate->text);
   };

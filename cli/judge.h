@@ -11,6 +11,7 @@
 #include "datastore/model.h"
 #include "datastore/transaction.h"
 #include "locations.h"
+#include "reading_time.h"
 #include "report/device_report.h"
 
 namespace ipav::cli {
@@ -40,8 +41,9 @@ class Judge {
         locations_(locations),
         options_(options) {}
 
-  // Hears of a configuration that is not read in time; does not return.
-  using TimeOver = std::function<void(const report::DeviceReport&)>;
+  // How the process tells of a configuration that is not read in time, with
+  // which it ends.
+  using TimeOver = std::function<LastWords(const report::DeviceReport&)>;
 
   // Throws plugin::PluginError.
   report::DeviceReport operator()(const Device& device,

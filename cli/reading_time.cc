@@ -1,34 +1,76 @@
 #include "reading_time.h"
 
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <utility>
 
 #include "exit_status.h"
 
 namespace ipav::cli {
 
-ReadingTime::ReadingTime(std::string file, base::TimeLimit limit, Over over)
-    : file_(std::move(file)), limit_(limit), over_(std::move(over)) {
-  if (limit_ != base::kNoTimeLimit) watch_ = std::thread([this] { Watch(); });
+namespace {
+
+// Made beforehand: a signal handler may neither allocate nor print.
+LastWords& Words() {
+  static auto& words = *new LastWords;
+  return words;
+}
+const LastWords* g_words = nullptr;
+
+extern "C" void EndReading(int /*signal*/) {
+  // Whether or not somebody reads it, this is the end. Not exit(): the reader
+  // still runs, on what exit() would take away.
+  static_cast<void>(
+      write(g_words->fd, g_words->bytes.data(), g_words->bytes.size()) == 0);
+  _exit(kBadInput);
+}
+
+void SetTimer(base::TimeLimit limit) {
+  using std::chrono::microseconds;
+  using std::chrono::seconds;
+  const auto whole = std::chrono::duration_cast<seconds>(limit);
+  itimerval timer{};
+  timer.it_value.tv_sec = whole.count();
+  timer.it_value.tv_usec = microseconds(limit - whole).count();
+  setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+// The program's caller may have had the signal blocked.
+void LetThrough(int signal) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, signal);
+  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+}  // namespace
+
+std::string NotReadWithin(const std::string& file, base::TimeLimit limit) {
+  return file + ": not read within " + base::InWords(limit);
+}
+
+ReadingTime::ReadingTime(const std::string& file, base::TimeLimit limit)
+    : ReadingTime(limit, {STDERR_FILENO,
+                          "ipav: " + NotReadWithin(file, limit) + "\n"}) {}
+
+ReadingTime::ReadingTime(base::TimeLimit limit, LastWords words)
+    : is_limited_(limit != base::kNoTimeLimit) {
+  if (!is_limited_) return;
+  Words() = std::move(words);
+  g_words = &Words();
+  struct sigaction action {};
+  action.sa_handler = EndReading;
+  sigaction(SIGALRM, &action, &before_);
+  LetThrough(SIGALRM);
+  SetTimer(limit);
 }
 
 ReadingTime::~ReadingTime() {
-  if (!watch_.joinable()) return;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    has_ended_ = true;
-  }
-  ended_.notify_one();
-  watch_.join();
-}
-
-void ReadingTime::Watch() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  if (ended_.wait_for(lock, limit_, [this] { return has_ended_; })) return;
-  over_(file_ + ": not read within " + base::InWords(limit_));
-  // Not exit(): the reader still runs, on what exit() would take away.
-  _exit(kBadInput);
+  if (!is_limited_) return;
+  SetTimer(base::kNoTimeLimit);
+  sigaction(SIGALRM, &before_, nullptr);
 }
 
 }  // namespace ipav::cli

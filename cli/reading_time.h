@@ -4,38 +4,39 @@
 #ifndef IPAV_CLI_READING_TIME_H_
 #define IPAV_CLI_READING_TIME_H_
 
-#include <condition_variable>
-#include <functional>
-#include <mutex>
+#include <csignal>
 #include <string>
-#include <thread>
 
 #include "base/time_limit.h"
 
 namespace ipav::cli {
 
-// Runs while it lives. When it is over, the process ends with status 2: there
-// is no way to call the YANG library back.
+// What a process leaves behind when its time is over.
+struct LastWords {
+  int fd;
+  std::string bytes;
+};
+
+// The reason of an input error.
+std::string NotReadWithin(const std::string& file, base::TimeLimit limit);
+
+// Runs while it lives, one at a time. When it is over, the process ends with
+// status 2 and its last words: there is no way to call the YANG library back.
+//
+// A signal and no thread: with a second thread, be it asleep, every lock of
+// every allocation and of the YANG library's dictionary takes its full price.
 class ReadingTime {
  public:
-  // Hears before that, in a thread of its own, one line that names the file.
-  using Over = std::function<void(const std::string& line)>;
-
-  ReadingTime(std::string file, base::TimeLimit limit, Over over);
+  // One line on standard error, which names the file.
+  ReadingTime(const std::string& file, base::TimeLimit limit);
+  ReadingTime(base::TimeLimit limit, LastWords words);
   ~ReadingTime();
   ReadingTime(const ReadingTime&) = delete;
   ReadingTime& operator=(const ReadingTime&) = delete;
 
  private:
-  void Watch();
-
-  const std::string file_;
-  const base::TimeLimit limit_;
-  const Over over_;
-  std::mutex mutex_;
-  std::condition_variable ended_;
-  bool has_ended_ = false;
-  std::thread watch_;
+  const bool is_limited_;
+  struct sigaction before_ {};
 };
 
 }  // namespace ipav::cli

@@ -33,23 +33,25 @@ std::size_t Processors() {
   return static_cast<std::size_t>(std::max(CPU_COUNT(&processors), 1));
 }
 
-void SendReport(const Sender& sender, const DeviceReport& report) {
-  sender.Send(Json({{kReport, report::ToJson(report)}}).dump());
+std::string MessageOf(const DeviceReport& report) {
+  return Json({{kReport, report::ToJson(report)}}).dump();
 }
 
 // In the device's process. Returns its exit status.
 int JudgeDevice(const Judge& judge, const Device& device,
                 const Sender& sender) {
   try {
-    const DeviceReport report = judge(
-        device, [&](const DeviceReport& late) { SendReport(sender, late); });
-    SendReport(sender, report);
+    const auto late = [&](const DeviceReport& report) -> LastWords {
+      return {sender.fd(), MessageOf(report)};
+    };
+    const DeviceReport report = judge(device, late);
+    sender.Send(MessageOf(report));
     return report.status;
   } catch (const plugin::PluginError& error) {
     sender.Send(Json({{kNoPlugin, error.what()}}).dump());
     return kBadInput;
   } catch (const std::exception& error) {
-    SendReport(sender, Failed(device, error.what()));
+    sender.Send(MessageOf(Failed(device, error.what())));
     return kPluginFailed;
   }
 }

@@ -25,6 +25,7 @@ class Sender {
  public:
   explicit Sender(int fd) : fd_(fd) {}
   void Send(const std::string& text) const;
+  int fd() const { return fd_; }
 
  private:
   int fd_;

@@ -61,7 +61,8 @@ void AddLimitOptions(CLI::App* check, Limits* limits) {
       ->check(CLI::Range(0U, kMaxSeconds));
   check
       ->add_option("--max-input-size", limits->mebibytes,
-                   "Largest configuration to read, in MiB")
+                   "Largest configuration to read, in MiB; it takes up to 70 "
+                   "times its size in memory")
       ->capture_default_str()
       ->check(CLI::Range(1U, kMaxMebibytes));
 }

@@ -141,13 +141,24 @@ std::string AcceptedLine(const std::string& file) {
   return file + ": accepted (10 of 10 validation calls made)\n";
 }
 
-std::string RefusedLines(const std::string& file, int made, int planned) {
+std::string RefusedLines(const std::string& file, int made, int planned,
+                         const std::string& min, const std::string& max) {
+  const std::string line =
+      "      3 | <max-interval>200</max-interval><min-interval>151"
+      "</min-interval><lifetime>1800</lifetime>\n        | ";
   return file + ": refused (" + std::to_string(made) + " of " +
          std::to_string(planned) +
          " validation calls made)\n"
          "Minimum interval must be no greater than maximum interval * 0.75\n"
          "  validation point: validate_ipv6_nd_ra_interval\n"
-         "  data path: /config/interface/l3{a}/ipv6/nd/ra\n";
+         "  data path: /config/interface/l3{a}/ipv6/nd/ra\n  " +
+         file + ":3:47: min-interval, " + min + "\n" + line +
+         std::string(46, ' ') + "^~~\n  " + file + ":3:15: max-interval, " +
+         max + "\n" + line + std::string(14, ' ') +
+         "^~~\n"
+         "  what to do: Lower min-interval to at most three quarters of "
+         "max-interval, or raise max-interval.\n"
+         "  see docs/messages.md#minimum-interval\n";
 }
 
 }  // namespace ipav::testing

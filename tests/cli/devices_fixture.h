@@ -53,8 +53,10 @@ class DevicesTest : public ::testing::Test {
 // Lines of the text report on such a device; its calls, as when nothing was
 // configured.
 std::string AcceptedLine(const std::string& file);
+// What the commit did to the two timers is told with their places.
 std::string RefusedLines(const std::string& file, int made = 8,
-                         int planned = 10);
+                         int planned = 10, const std::string& min = "added",
+                         const std::string& max = "added");
 
 }  // namespace ipav::testing
 

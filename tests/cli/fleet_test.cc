@@ -63,7 +63,8 @@ TEST_F(FleetTest,
   const std::string fleet = in() + "/fleet";
   const ProgramResult result = Ipav({"check", "--running", shared, fleet});
   EXPECT_EQ(result.out, NothingLine(fleet + "/a/candidate.xml") +
-                            RefusedLines(fleet + "/b/candidate.xml", 1, 2) +
+                            RefusedLines(fleet + "/b/candidate.xml", 1, 2,
+                                         "changed", "unchanged") +
                             "2 devices: 1 accepted, 1 refused, 0 bad input, "
                             "0 failed\n");
   EXPECT_EQ(result.status, 1);

@@ -9,9 +9,9 @@
 #include <stdexcept>
 
 #include "check.h"
+#include "commands/points.h"
 #include "exit_status.h"
 #include "locations.h"
-#include "points.h"
 
 namespace {
 

@@ -7,8 +7,11 @@
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <string>
 
 #include "check.h"
+#include "commands/convert.h"
+#include "commands/diff.h"
 #include "commands/points.h"
 #include "exit_status.h"
 #include "locations.h"
@@ -16,7 +19,10 @@
 namespace {
 
 using ipav::cli::CheckOptions;
+using ipav::cli::ConvertOptions;
+using ipav::cli::DiffOptions;
 using ipav::cli::Locations;
+using ipav::cli::ReadingLimits;
 
 constexpr char kExamples[] =
     "Examples:\n"
@@ -24,6 +30,8 @@ constexpr char kExamples[] =
     "  ipav check --running running.json --all a.json b.json\n"
     "  ipav check --verbose first-configuration.xml\n"
     "  ipav points\n"
+    "  ipav diff running.xml candidate.xml\n"
+    "  ipav convert candidate.xml --output candidate.json\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
@@ -41,27 +49,106 @@ struct Limits {
     options->time_limit = std::chrono::seconds(seconds);
     options->max_input_size = std::size_t{mebibytes} << 20;
   }
+  void ApplyTo(ReadingLimits* reading) const {
+    reading->time = std::chrono::seconds(seconds);
+    reading->size = std::size_t{mebibytes} << 20;
+  }
 };
 
-void AddLimitOptions(CLI::App* check, Limits* limits) {
-  check
+void AddLimitOptions(CLI::App* command, const char* of_what, Limits* limits) {
+  command
       ->add_option("--timeout", limits->seconds,
-                   "Seconds to read a configuration, and for the plug-in to "
-                   "judge a candidate (0: no limit)")
+                   std::string("Seconds to ") + of_what + " (0: no limit)")
       ->capture_default_str()
       ->check(CLI::Range(0U, kMaxSeconds));
-  check
+  command
       ->add_option("--max-input-size", limits->mebibytes,
                    "Largest configuration to read, in MiB")
       ->capture_default_str()
       ->check(CLI::Range(1U, kMaxMebibytes));
 }
 
+constexpr char kReading[] = "read a configuration";
+constexpr char kReadingAndJudging[] =
+    "read a configuration, and for the plug-in to judge a candidate";
+
 void AddLocationOptions(CLI::App* app, Locations* locations) {
   app->add_option("--plugin", locations->plugin, "Validation plug-in to run")
       ->capture_default_str();
   app->add_option("--yang", locations->yang_dir, "Folder of the data model")
       ->capture_default_str();
+}
+
+void AddYangOption(CLI::App* command, Locations* locations) {
+  command->add_option("--yang", locations->yang_dir, "Folder of the data model")
+      ->capture_default_str();
+}
+
+constexpr char kDiffNotes[] =
+    "A line begins with + for what is added, - for what is deleted, ~ for a\n"
+    "changed value. An added or deleted list entry is one line with the "
+    "number\n"
+    "of its leaves; --full lists these, too. Then come the calls that a "
+    "commit\n"
+    "makes, in its order, each with the nodes that changed and fire it.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav diff running.xml candidate.xml\n"
+    "  ipav diff --format json running.json candidate.json\n"
+    "\n"
+    "Exit status: 0 both could be read, changed or not; 2 one could not.";
+
+CLI::App* AddDiff(CLI::App* app, Locations* locations, Limits* limits,
+                  DiffOptions* options) {
+  CLI::App* diff = app->add_subcommand(
+      "diff", "Show what a candidate changes and which points that fires");
+  diff->footer(kDiffNotes);
+  diff->add_option("running", options->running,
+                   "Running configuration, XML or JSON")
+      ->required();
+  diff->add_option("candidate", options->candidate,
+                   "Configuration to compare, XML or JSON")
+      ->required();
+  diff->add_flag("--full", options->full,
+                 "List the leaves of added and deleted list entries, too");
+  diff->add_option("--format", options->format, "text or json")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"text", "json"}));
+  AddLimitOptions(diff, kReading, limits);
+  AddYangOption(diff, locations);
+  return diff;
+}
+
+constexpr char kConvertNotes[] =
+    "The data stays as it is: the order of list entries, and what is written\n"
+    "though it is the default. Lost are comments, blanks between elements, "
+    "XML\n"
+    "prefixes and the form of a value that has several, such as 007 for 7.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav convert candidate.xml\n"
+    "  ipav convert candidate.json --to xml --output candidate.xml\n"
+    "\n"
+    "Exit status: 0 converted; 2 the file cannot be read or written.";
+
+CLI::App* AddConvert(CLI::App* app, Locations* locations, Limits* limits,
+                     ConvertOptions* options) {
+  CLI::App* convert = app->add_subcommand(
+      "convert", "Write a configuration in the other format, XML or JSON");
+  convert->footer(kConvertNotes);
+  convert
+      ->add_option("file", options->file,
+                   "Configuration to convert, XML or JSON")
+      ->required();
+  convert
+      ->add_option("--to", options->to,
+                   "xml or json (default: what the file is not)")
+      ->check(CLI::IsMember({"xml", "json"}));
+  convert->add_option("--output", options->output,
+                      "File to write (default: standard output)");
+  AddLimitOptions(convert, kReading, limits);
+  AddYangOption(convert, locations);
+  return convert;
 }
 
 int Run(int argc, char** argv) {
@@ -81,7 +168,7 @@ int Run(int argc, char** argv) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options.verbose,
                   "Show debug lines and platform calls");
-  AddLimitOptions(check, &limits);
+  AddLimitOptions(check, kReadingAndJudging, &limits);
   check
       ->add_option("candidate", options.candidates,
                    "Configurations to judge, XML or JSON")
@@ -92,6 +179,12 @@ int Run(int argc, char** argv) {
       "points", "List the use sites of validation points in the model");
   AddLocationOptions(points, &locations);
 
+  DiffOptions diff_options;
+  const CLI::App* diff = AddDiff(&app, &locations, &limits, &diff_options);
+  ConvertOptions convert_options;
+  const CLI::App* convert =
+      AddConvert(&app, &locations, &limits, &convert_options);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {
@@ -100,6 +193,10 @@ int Run(int argc, char** argv) {
   limits.ApplyTo(&options);
   if (check->parsed()) return ipav::cli::Check(locations, options);
   if (points->parsed()) return ipav::cli::ListPoints(locations);
+  limits.ApplyTo(&diff_options.limits);
+  if (diff->parsed()) return ipav::cli::PrintDiff(locations, diff_options);
+  limits.ApplyTo(&convert_options.limits);
+  if (convert->parsed()) return ipav::cli::Convert(locations, convert_options);
   throw CLI::RequiredError("A subcommand");
 }
 

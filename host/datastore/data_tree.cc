@@ -237,6 +237,7 @@ DataTree DataTree::FromFile(const Model& model, const std::string& path,
   if (format == LYD_JSON) RefuseBadJson(text, path);
 
   DataTree result(model);
+  result.format_ = format;
   lyd_node* tree = nullptr;
   ClearErrors(model.context());
   const LY_ERR error = lyd_parse_data_mem(model.context(), text.c_str() + start,

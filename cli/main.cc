@@ -12,6 +12,7 @@
 #include "check.h"
 #include "commands/convert.h"
 #include "commands/diff.h"
+#include "commands/new.h"
 #include "commands/points.h"
 #include "exit_status.h"
 #include "locations.h"
@@ -22,6 +23,7 @@ using ipav::cli::CheckOptions;
 using ipav::cli::ConvertOptions;
 using ipav::cli::DiffOptions;
 using ipav::cli::Locations;
+using ipav::cli::NewOptions;
 using ipav::cli::ReadingLimits;
 
 constexpr char kExamples[] =
@@ -32,6 +34,7 @@ constexpr char kExamples[] =
     "  ipav points\n"
     "  ipav diff running.xml candidate.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
+    "  ipav new > router.xml\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
@@ -151,6 +154,26 @@ CLI::App* AddConvert(CLI::App* app, Locations* locations, Limits* limits,
   return convert;
 }
 
+constexpr char kNewNotes[] =
+    "The configuration is accepted as it is. In XML a comment stands beside\n"
+    "what a validation point looks at.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav new > router.xml && ipav check router.xml\n"
+    "  ipav new --format json > router.json";
+
+CLI::App* AddNew(CLI::App* app, NewOptions* options) {
+  CLI::App* command =
+      app->add_subcommand("new", "Print a first configuration to change");
+  command->footer(kNewNotes);
+  command
+      ->add_option("--format", options->format,
+                   "xml, with comments, or json, which has none")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"xml", "json"}));
+  return command;
+}
+
 int Run(int argc, char** argv) {
   Locations locations = ipav::cli::FindLocations();
   CheckOptions options;
@@ -184,6 +207,8 @@ int Run(int argc, char** argv) {
   ConvertOptions convert_options;
   const CLI::App* convert =
       AddConvert(&app, &locations, &limits, &convert_options);
+  NewOptions new_options;
+  const CLI::App* new_command = AddNew(&app, &new_options);
 
   try {
     app.parse(argc, argv);
@@ -197,6 +222,9 @@ int Run(int argc, char** argv) {
   if (diff->parsed()) return ipav::cli::PrintDiff(locations, diff_options);
   limits.ApplyTo(&convert_options.limits);
   if (convert->parsed()) return ipav::cli::Convert(locations, convert_options);
+  if (new_command->parsed()) {
+    return ipav::cli::PrintNew(locations, new_options);
+  }
   throw CLI::RequiredError("A subcommand");
 }
 

@@ -11,6 +11,7 @@
 #include "datastore/data_tree.h"
 #include "datastore/model.h"
 #include "reading_time.h"
+#include "trace.h"
 
 namespace ipav::cli {
 
@@ -115,6 +116,19 @@ void PrintReport(const std::string& file, const Outcome& outcome,
   if (options.verbose) PrintDetails(outcome);
 }
 
+Outcome Judge(const DataTree& running, const DataTree& candidate,
+              const std::string& file, const commit::Options& options,
+              bool trace) {
+  if (!trace) return commit::RunCommit(running, candidate, options);
+  TraceWriter writer;
+  commit::Options traced = options;
+  traced.tracer = &writer;
+  writer.BeginFile(file);
+  Outcome outcome = commit::RunCommit(running, candidate, traced);
+  writer.EndFile();
+  return outcome;
+}
+
 DataTree Read(const Model& model, const std::string& file,
               const CheckOptions& options) {
   const ReadingTime time(file, options.time_limit);
@@ -136,9 +150,9 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
 
   ExitStatus worst = kAccepted;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    const Outcome outcome =
-        commit::RunCommit(running, candidates[i],
-                          {locations.plugin, options.all, options.time_limit});
+    const Outcome outcome = Judge(
+        running, candidates[i], options.candidates[i],
+        {locations.plugin, options.all, options.time_limit}, options.trace);
     PrintReport(options.candidates[i], outcome, options);
     worst = std::max(worst, StatusOf(outcome.verdict));
   }

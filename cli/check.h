@@ -19,6 +19,7 @@ struct CheckOptions {
   std::vector<std::string> candidates;
   bool all = false;      // list the answer of every point
   bool verbose = false;  // debug lines and platform calls as well
+  bool trace = false;    // every platform call on standard error
   // How long the reading of a configuration may take, and the validation of a
   // candidate.
   base::TimeLimit time_limit = std::chrono::seconds(60);

@@ -31,6 +31,7 @@ constexpr char kExamples[] =
     "  ipav check --running running.xml candidate.xml\n"
     "  ipav check --running running.json --all a.json b.json\n"
     "  ipav check --verbose first-configuration.xml\n"
+    "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "  ipav points\n"
     "  ipav diff running.xml candidate.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
@@ -191,6 +192,9 @@ int Run(int argc, char** argv) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options.verbose,
                   "Show debug lines and platform calls");
+  check->add_flag("--trace", options.trace,
+                  "Write every platform call with its answer and its time to "
+                  "standard error");
   AddLimitOptions(check, kReadingAndJudging, &limits);
   check
       ->add_option("candidate", options.candidates,

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/time_limit.h"
+#include "confd/tracer.h"
 #include "datastore/data_tree.h"
 
 namespace ipav::commit {
@@ -19,6 +20,8 @@ struct Options {
   std::string plugin;                               // file
   bool all = false;                                 // go on behind a refusal
   base::TimeLimit time_limit = base::kNoTimeLimit;  // of the whole commit
+  // Hears of every platform call, in the child process. Borrowed; may be null.
+  confd::Tracer* tracer = nullptr;
 };
 
 // What a validation point said of one node.

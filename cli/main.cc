@@ -12,6 +12,7 @@
 #include "check.h"
 #include "commands/convert.h"
 #include "commands/diff.h"
+#include "commands/explain.h"
 #include "commands/new.h"
 #include "commands/points.h"
 #include "exit_status.h"
@@ -22,6 +23,7 @@ namespace {
 using ipav::cli::CheckOptions;
 using ipav::cli::ConvertOptions;
 using ipav::cli::DiffOptions;
+using ipav::cli::ExplainOptions;
 using ipav::cli::Locations;
 using ipav::cli::NewOptions;
 using ipav::cli::ReadingLimits;
@@ -33,6 +35,7 @@ constexpr char kExamples[] =
     "  ipav check --verbose first-configuration.xml\n"
     "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "  ipav points\n"
+    "  ipav explain ipv4_addr_validation\n"
     "  ipav diff running.xml candidate.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
     "  ipav new > router.xml\n"
@@ -155,6 +158,31 @@ CLI::App* AddConvert(CLI::App* app, Locations* locations, Limits* limits,
   return convert;
 }
 
+constexpr char kExplainNotes[] =
+    "A text is the one that an operator saw, interfaces and addresses filled\n"
+    "in. Without a topic, the validation points and rules are listed.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav explain ipv4_addr_validation\n"
+    "  ipav explain overlap\n"
+    "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
+    "  ipav check --running running.xml candidate.xml | ipav explain -\n"
+    "\n"
+    "Exit status: 0 explained, 2 a topic is unknown.";
+
+CLI::App* AddExplain(CLI::App* app, Locations* locations,
+                     ExplainOptions* options) {
+  CLI::App* explain = app->add_subcommand(
+      "explain", "Explain a validation point, a rule or a text");
+  explain->footer(kExplainNotes);
+  explain->add_option(
+      "topic", options->topics,
+      "Name of a point or a rule, or a text; '-' for texts from standard "
+      "input, one a line, such as the output of ipav check");
+  AddYangOption(explain, locations);
+  return explain;
+}
+
 constexpr char kNewNotes[] =
     "The configuration is accepted as it is. In XML a comment stands beside\n"
     "what a validation point looks at.\n"
@@ -208,6 +236,8 @@ int Run(int argc, char** argv) {
 
   DiffOptions diff_options;
   const CLI::App* diff = AddDiff(&app, &locations, &limits, &diff_options);
+  ExplainOptions explain_options;
+  const CLI::App* explain = AddExplain(&app, &locations, &explain_options);
   ConvertOptions convert_options;
   const CLI::App* convert =
       AddConvert(&app, &locations, &limits, &convert_options);
@@ -224,6 +254,7 @@ int Run(int argc, char** argv) {
   if (points->parsed()) return ipav::cli::ListPoints(locations);
   limits.ApplyTo(&diff_options.limits);
   if (diff->parsed()) return ipav::cli::PrintDiff(locations, diff_options);
+  if (explain->parsed()) return ipav::cli::Explain(locations, explain_options);
   limits.ApplyTo(&convert_options.limits);
   if (convert->parsed()) return ipav::cli::Convert(locations, convert_options);
   if (new_command->parsed()) {

@@ -91,6 +91,20 @@ void AddYangOption(CLI::App* command, Locations* locations) {
       ->capture_default_str();
 }
 
+constexpr char kCheckNotes[] =
+    "Examples:\n"
+    "  ipav check --running running.xml candidate.xml\n"
+    "  ipav check --running running.xml --all candidate.xml\n"
+    "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
+    "\n"
+    "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
+    "wrong, 3 the plug-in died, threw or did not answer in time.";
+
+constexpr char kPointsNotes[] =
+    "Examples:\n"
+    "  ipav points\n"
+    "  ipav points --yang my-model";
+
 constexpr char kDiffNotes[] =
     "A line begins with + for what is added, - for what is deleted, ~ for a\n"
     "changed value. An added or deleted list entry is one line with the "
@@ -223,6 +237,7 @@ int Run(int argc, char** argv) {
   check->add_flag("--trace", options.trace,
                   "Write every platform call with its answer and its time to "
                   "standard error");
+  check->footer(kCheckNotes);
   AddLimitOptions(check, kReadingAndJudging, &limits);
   check
       ->add_option("candidate", options.candidates,
@@ -232,6 +247,7 @@ int Run(int argc, char** argv) {
 
   CLI::App* points = app.add_subcommand(
       "points", "List the use sites of validation points in the model");
+  points->footer(kPointsNotes);
   AddLocationOptions(points, &locations);
 
   DiffOptions diff_options;

@@ -30,8 +30,9 @@ bool IsLeaf(const lysc_node& schema) {
 
 bool IsDefault(const lyd_node& node) { return (node.flags & LYD_DEFAULT) != 0; }
 
-const lyd_node& NodeOf(const Change& change) {
-  return change.after != nullptr ? *change.after : *change.before;
+// Never null: what is in neither configuration is no change.
+const lyd_node* NodeOf(const Change& change) {
+  return change.after != nullptr ? change.after : change.before;
 }
 
 bool IsOneSided(const Change& change) {
@@ -46,7 +47,7 @@ bool IsKey(const Change& change) {
 // What nobody wrote: it comes and goes with its parent.
 bool IsImplicit(const Change& change) {
   return IsLeaf(*change.schema) && IsOneSided(change) &&
-         IsDefault(NodeOf(change));
+         IsDefault(*NodeOf(change));
 }
 
 // How many leaves somebody wrote at or below a change.
@@ -123,7 +124,7 @@ std::string ValueText(const lyd_node& leaf) {
 
 void PrintLine(const Line& line) {
   const Change& change = *line.change;
-  fmt::print("{} {}", SignOf(change), confd::PrintPath(&NodeOf(change)));
+  fmt::print("{} {}", SignOf(change), confd::PrintPath(NodeOf(change)));
   if (line.leaves.value_or(0) != 0) {
     fmt::print(" ({} {})", *line.leaves, *line.leaves == 1 ? "leaf" : "leaves");
   } else if (IsLeaf(*change.schema)) {
@@ -188,7 +189,7 @@ void PrintText(const Diff& diff, const std::vector<Line>& lines,
 ordered_json JsonOf(const Line& line) {
   const Change& change = *line.change;
   ordered_json json = {{"change", WordOf(change)},
-                       {"path", confd::PrintPath(&NodeOf(change))}};
+                       {"path", confd::PrintPath(NodeOf(change))}};
   if (line.leaves.has_value()) json["leaves"] = *line.leaves;
   if (!IsLeaf(*change.schema)) return json;
   if (change.before != nullptr) json["old"] = lyd_get_value(change.before);

@@ -51,25 +51,31 @@ bool Fits(const std::string& gap, const std::string& filled) {
           filled.find_first_not_of(kDigits) == std::string::npos);
 }
 
-// What fills the gaps of a text, each as short as it can be; none where the
-// text is another one.
+// Where a piece behind a gap is in a text, from a place on: the last one at the
+// end, any other as early as it can be.
+std::size_t PlaceOf(const std::string& fixed, bool is_last,
+                    const std::string& text, std::size_t from) {
+  if (!is_last) return text.find(fixed, from);
+  if (fixed.size() > text.size() - from) return std::string::npos;
+  const std::size_t place = text.size() - fixed.size();
+  return text.compare(place, fixed.size(), fixed) == 0 ? place
+                                                       : std::string::npos;
+}
+
+// What fills the gaps of a text; none where the text is another one.
 std::optional<std::vector<std::string>> Fill(const std::vector<Piece>& pieces,
                                              const std::string& text) {
-  if (text.rfind(pieces.front().fixed, 0) != 0) return std::nullopt;
+  const std::string& first = pieces.front().fixed;
+  if (text.rfind(first, 0) != 0) return std::nullopt;
   std::vector<std::string> filled;
-  std::size_t at = pieces.front().fixed.size();
+  std::size_t at = first.size();
   for (std::size_t i = 1; i < pieces.size(); ++i) {
     const std::string& fixed = pieces[i].fixed;
-    const bool is_last = i + 1 == pieces.size();
-    const std::size_t found = is_last && fixed.size() > text.size() - at
-                                  ? std::string::npos
-                              : is_last ? text.rfind(fixed)
-                                        : text.find(fixed, at);
-    if (found == std::string::npos || found < at) return std::nullopt;
-    if (is_last && found + fixed.size() != text.size()) return std::nullopt;
-    filled.push_back(text.substr(at, found - at));
+    const std::size_t place = PlaceOf(fixed, i + 1 == pieces.size(), text, at);
+    if (place == std::string::npos) return std::nullopt;
+    filled.push_back(text.substr(at, place - at));
     if (!Fits(pieces[i - 1].gap, filled.back())) return std::nullopt;
-    at = found + fixed.size();
+    at = place + fixed.size();
   }
   if (at != text.size()) return std::nullopt;
   return filled;

@@ -124,8 +124,9 @@ int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
     return CONFD_OK;
   });
   va_end(args);
-  if (trace.is_on())
-    trace.set_answer(result == CONFD_OK ? confd::TraceText(*v) : "");
+  if (trace.is_on() && result == CONFD_OK) {
+    trace.set_answer(confd::TraceText(*v));
+  }
   return trace.End(result);
 }
 
@@ -307,6 +308,8 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
     return CONFD_OK;
   });
   va_end(args);
-  if (trace.is_on() && *res != nullptr) trace.set_answer(confd::Quoted(*res));
+  if (trace.is_on() && *res != nullptr) {
+    trace.set_answer(confd::Quoted(*res));
+  }
   return trace.End(result);
 }

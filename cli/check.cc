@@ -101,14 +101,15 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
     if (options.timing) PrintTime("total", total.Lap());
     return status;
   }
-  fleet::JudgeFleet(judge, devices,
-                    {options.jobs, options.time_limit, !options.quiet},
-                    [&](const DeviceReport& device) {
-                      if (is_one && device.status == kBadInput) {
-                        TellOnStandardError(device);
-                      }
-                      output.Add(device);
-                    });
+  fleet::JudgeFleet(
+      judge, devices,
+      {options.trace ? 1 : options.jobs, options.time_limit, !options.quiet},
+      [&](const DeviceReport& device) {
+        if (is_one && device.status == kBadInput) {
+          TellOnStandardError(device);
+        }
+        output.Add(device);
+      });
   output.End(is_fleet);
   if (options.timing) PrintTime("total", total.Lap());
   return run.summary.gravest();

@@ -24,6 +24,7 @@ struct CheckOptions {
   bool verbose = false;        // debug lines and platform calls as well
   std::string color = "auto";  // or always, never
   bool timing = false;         // where the time went, on standard error
+  bool trace = false;          // every platform call on standard error
   // How long the reading of a configuration may take, and the validation of a
   // candidate.
   base::TimeLimit time_limit = std::chrono::seconds(60);

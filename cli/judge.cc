@@ -17,6 +17,7 @@
 #include "reading_time.h"
 #include "source/source_text.h"
 #include "timing.h"
+#include "trace.h"
 
 namespace ipav::cli {
 
@@ -81,6 +82,18 @@ Candidate ReadCandidate(const Model& model, const std::string& file,
   times->text = watch.Lap();
   DataTree tree = DataTree::FromText(model, text, times);
   return {std::move(text), std::move(tree)};
+}
+
+commit::Outcome RunCommit(const Transaction& transaction,
+                          const std::string& file, commit::Options options,
+                          bool trace) {
+  if (!trace) return commit::RunCommit(transaction, options);
+  TraceWriter writer;
+  options.tracer = &writer;
+  writer.BeginFile(file);
+  commit::Outcome outcome = commit::RunCommit(transaction, options);
+  writer.EndFile();
+  return outcome;
 }
 
 // What the refusals are about. All of the running configuration is read for
@@ -177,8 +190,9 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   const base::Duration diff = watch.Lap() - (TreeTime(running) - before);
   // 3. What the plug-in says of that.
   DeviceReport report = ReportOn(device);
-  report.outcome = commit::RunCommit(
-      transaction, {locations_.plugin, options_.all, options_.time_limit});
+  report.outcome = RunCommit(
+      transaction, device.candidate,
+      {locations_.plugin, options_.all, options_.time_limit}, options_.trace);
   report.status = StatusOf(report.outcome.verdict);
   report.findings = FindingsOf(report, running, transaction, candidate->text);
   if (options_.timing) {

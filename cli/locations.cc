@@ -13,8 +13,10 @@ Locations FindLocations() {
   if (!fs::exists(libraries / "libip_app_validation.so")) {
     libraries = prefix / "lib";
   }
-  return {libraries / "libip_app_validation.so", prefix / "share/ipav/yang",
-          libraries / "libipav_yang_extension.so"};
+  const fs::path data = prefix / "share/ipav";
+  return {libraries / "libip_app_validation.so", data / "yang",
+          libraries / "libipav_yang_extension.so", data / "messages.md",
+          data / "starter.xml"};
 }
 
 }  // namespace ipav::cli

@@ -10,15 +10,24 @@
 #include <string>
 
 #include "check.h"
+#include "commands/convert.h"
+#include "commands/diff.h"
+#include "commands/explain.h"
+#include "commands/new.h"
+#include "commands/points.h"
+#include "commands/summarize.h"
 #include "exit_status.h"
 #include "locations.h"
-#include "points.h"
-#include "summarize.h"
 
 namespace {
 
 using ipav::cli::CheckOptions;
+using ipav::cli::ConvertOptions;
+using ipav::cli::DiffOptions;
+using ipav::cli::ExplainOptions;
 using ipav::cli::Locations;
+using ipav::cli::NewOptions;
+using ipav::cli::ReadingLimits;
 using ipav::cli::SummarizeOptions;
 using ipav::cli::report::Format;
 using ipav::cli::report::ReportOptions;
@@ -32,7 +41,12 @@ constexpr char kExamples[] =
     "  ipav check --failed-only -j 8 devices/\n"
     "  ipav check --format json --output 2.json --shard 2/4 devices/\n"
     "  ipav summarize 1.json 2.json 3.json 4.json\n"
+    "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "  ipav points\n"
+    "  ipav explain ipv4_addr_validation\n"
+    "  ipav diff running.xml candidate.xml\n"
+    "  ipav convert candidate.xml --output candidate.json\n"
+    "  ipav new > router.xml\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
@@ -50,16 +64,19 @@ struct Limits {
     options->time_limit = std::chrono::seconds(seconds);
     options->max_input_size = std::size_t{mebibytes} << 20;
   }
+  void ApplyTo(ReadingLimits* reading) const {
+    reading->time = std::chrono::seconds(seconds);
+    reading->size = std::size_t{mebibytes} << 20;
+  }
 };
 
-void AddLimitOptions(CLI::App* check, Limits* limits) {
-  check
+void AddLimitOptions(CLI::App* command, const char* of_what, Limits* limits) {
+  command
       ->add_option("--timeout", limits->seconds,
-                   "Seconds to read a configuration, and for the plug-in to "
-                   "judge a candidate (0: no limit)")
+                   std::string("Seconds to ") + of_what + " (0: no limit)")
       ->capture_default_str()
       ->check(CLI::Range(0U, kMaxSeconds));
-  check
+  command
       ->add_option("--max-input-size", limits->mebibytes,
                    "Largest configuration to read, in MiB; it takes up to 70 "
                    "times its size in memory")
@@ -123,6 +140,9 @@ void AddFleetOptions(CLI::App* check, CheckOptions* options) {
   check->add_flag("-q,--quiet", options->quiet,
                   "No progress line on the terminal");
 }
+constexpr char kReading[] = "read a configuration";
+constexpr char kReadingAndJudging[] =
+    "read a configuration, and for the plug-in to judge a candidate";
 
 void AddLocationOptions(CLI::App* app, Locations* locations) {
   app->add_option("--plugin", locations->plugin, "Validation plug-in to run")
@@ -130,6 +150,15 @@ void AddLocationOptions(CLI::App* app, Locations* locations) {
   app->add_option("--yang", locations->yang_dir, "Folder of the data model")
       ->capture_default_str();
 }
+
+constexpr char kCheckNotes[] =
+    "Examples:\n"
+    "  ipav check --running running.xml candidate.xml\n"
+    "  ipav check --running running.xml --all candidate.xml\n"
+    "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
+    "\n"
+    "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
+    "wrong, 3 the plug-in died, threw or did not answer in time.";
 
 CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
   CLI::App* check = app->add_subcommand(
@@ -140,6 +169,10 @@ CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options->verbose,
                   "Show debug lines and platform calls");
+  check->add_flag("--trace", options->trace,
+                  "Write every platform call with its answer and its time to "
+                  "standard error, of one device at a time");
+  check->footer(kCheckNotes);
   check->add_flag("--timing", options->timing,
                   "Show where the time went, on standard error, and add the "
                   "seconds of each device to json and junit");
@@ -149,7 +182,7 @@ CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
                    "always, never")
       ->capture_default_str()
       ->check(CLI::IsMember({"auto", "always", "never"}));
-  AddLimitOptions(check, limits);
+  AddLimitOptions(check, kReadingAndJudging, limits);
   AddReportOptions(check, &options->report);
   AddFleetOptions(check, options);
   check
@@ -165,6 +198,128 @@ CLI::App* AddSummarize(CLI::App* app, SummarizeOptions* options) {
   AddReportOptions(summarize, &options->report);
   summarize->add_option("result", options->results, "JSON reports")->required();
   return summarize;
+}
+
+void AddYangOption(CLI::App* command, Locations* locations) {
+  command->add_option("--yang", locations->yang_dir, "Folder of the data model")
+      ->capture_default_str();
+}
+
+constexpr char kPointsNotes[] =
+    "Examples:\n"
+    "  ipav points\n"
+    "  ipav points --yang my-model";
+
+constexpr char kDiffNotes[] =
+    "A line begins with + for what is added, - for what is deleted, ~ for a\n"
+    "changed value. An added or deleted list entry is one line with the "
+    "number\n"
+    "of its leaves; --full lists these, too. Then come the calls that a "
+    "commit\n"
+    "makes, in its order, each with the nodes that changed and fire it.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav diff running.xml candidate.xml\n"
+    "  ipav diff --format json running.json candidate.json\n"
+    "\n"
+    "Exit status: 0 both could be read, changed or not; 2 one could not.";
+
+CLI::App* AddDiff(CLI::App* app, Locations* locations, Limits* limits,
+                  DiffOptions* options) {
+  CLI::App* diff = app->add_subcommand(
+      "diff", "Show what a candidate changes and which points that fires");
+  diff->footer(kDiffNotes);
+  diff->add_option("running", options->running,
+                   "Running configuration, XML or JSON")
+      ->required();
+  diff->add_option("candidate", options->candidate,
+                   "Configuration to compare, XML or JSON")
+      ->required();
+  diff->add_flag("--full", options->full,
+                 "List the leaves of added and deleted list entries, too");
+  diff->add_option("--format", options->format, "text or json")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"text", "json"}));
+  AddLimitOptions(diff, kReading, limits);
+  AddYangOption(diff, locations);
+  return diff;
+}
+
+constexpr char kConvertNotes[] =
+    "The data stays as it is: the order of list entries, and what is written\n"
+    "though it is the default. Lost are comments, blanks between elements, "
+    "XML\n"
+    "prefixes and the form of a value that has several, such as 007 for 7.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav convert candidate.xml\n"
+    "  ipav convert candidate.json --to xml --output candidate.xml\n"
+    "\n"
+    "Exit status: 0 converted; 2 the file cannot be read or written.";
+
+CLI::App* AddConvert(CLI::App* app, Locations* locations, Limits* limits,
+                     ConvertOptions* options) {
+  CLI::App* convert = app->add_subcommand(
+      "convert", "Write a configuration in the other format, XML or JSON");
+  convert->footer(kConvertNotes);
+  convert
+      ->add_option("file", options->file,
+                   "Configuration to convert, XML or JSON")
+      ->required();
+  convert
+      ->add_option("--to", options->to,
+                   "xml or json (default: what the file is not)")
+      ->check(CLI::IsMember({"xml", "json"}));
+  convert->add_option("--output", options->output,
+                      "File to write (default: standard output)");
+  AddLimitOptions(convert, kReading, limits);
+  AddYangOption(convert, locations);
+  return convert;
+}
+
+constexpr char kExplainNotes[] =
+    "A text is the one that an operator saw, interfaces and addresses filled\n"
+    "in. Without a topic, the validation points and rules are listed.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav explain ipv4_addr_validation\n"
+    "  ipav explain overlap\n"
+    "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
+    "  ipav check --running running.xml candidate.xml | ipav explain -\n"
+    "\n"
+    "Exit status: 0 explained, 2 a topic is unknown.";
+
+CLI::App* AddExplain(CLI::App* app, Locations* locations,
+                     ExplainOptions* options) {
+  CLI::App* explain = app->add_subcommand(
+      "explain", "Explain a validation point, a rule or a text");
+  explain->footer(kExplainNotes);
+  explain->add_option(
+      "topic", options->topics,
+      "Name of a point or a rule, or a text; '-' for texts from standard "
+      "input, one a line, such as the output of ipav check");
+  AddYangOption(explain, locations);
+  return explain;
+}
+
+constexpr char kNewNotes[] =
+    "The configuration is accepted as it is. In XML a comment stands beside\n"
+    "what a validation point looks at.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav new > router.xml && ipav check router.xml\n"
+    "  ipav new --format json > router.json";
+
+CLI::App* AddNew(CLI::App* app, NewOptions* options) {
+  CLI::App* command =
+      app->add_subcommand("new", "Print a first configuration to change");
+  command->footer(kNewNotes);
+  command
+      ->add_option("--format", options->format,
+                   "xml, with comments, or json, which has none")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"xml", "json"}));
+  return command;
 }
 
 int Run(int argc, char** argv) {
@@ -184,7 +339,18 @@ int Run(int argc, char** argv) {
 
   CLI::App* points = app.add_subcommand(
       "points", "List the use sites of validation points in the model");
+  points->footer(kPointsNotes);
   AddLocationOptions(points, &locations);
+
+  DiffOptions diff_options;
+  const CLI::App* diff = AddDiff(&app, &locations, &limits, &diff_options);
+  ExplainOptions explain_options;
+  const CLI::App* explain = AddExplain(&app, &locations, &explain_options);
+  ConvertOptions convert_options;
+  const CLI::App* convert =
+      AddConvert(&app, &locations, &limits, &convert_options);
+  NewOptions new_options;
+  const CLI::App* new_command = AddNew(&app, &new_options);
 
   try {
     app.parse(argc, argv);
@@ -195,6 +361,14 @@ int Run(int argc, char** argv) {
   if (check->parsed()) return ipav::cli::Check(locations, options);
   if (summarize->parsed()) return ipav::cli::Summarize(summarize_options);
   if (points->parsed()) return ipav::cli::ListPoints(locations);
+  limits.ApplyTo(&diff_options.limits);
+  if (diff->parsed()) return ipav::cli::PrintDiff(locations, diff_options);
+  if (explain->parsed()) return ipav::cli::Explain(locations, explain_options);
+  limits.ApplyTo(&convert_options.limits);
+  if (convert->parsed()) return ipav::cli::Convert(locations, convert_options);
+  if (new_command->parsed()) {
+    return ipav::cli::PrintNew(locations, new_options);
+  }
   throw CLI::RequiredError("A subcommand");
 }
 

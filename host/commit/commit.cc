@@ -12,6 +12,7 @@
 #include "commit/child.h"
 #include "commit/plan.h"
 #include "confd/session.h"
+#include "confd/tracer.h"
 #include "confd/value.h"
 #include "datastore/diff.h"
 #include "plugin/plugin.h"
@@ -62,6 +63,22 @@ std::string WhatWasThrown() {
     return error.what();
   } catch (...) {
     return "not a std::exception";
+  }
+}
+
+// Runs a call of the plug-in within a span of the trace.
+template <typename Call>
+std::int32_t InSpan(const std::string& what, const Call& call) {
+  confd::TraceSpan span;
+  if (!span.is_on()) return call();
+  span.Begin(what);
+  try {
+    const std::int32_t result = call();
+    span.End(std::to_string(result));
+    return result;
+  } catch (...) {
+    span.End("threw: " + WhatWasThrown());
+    throw;
   }
 }
 
@@ -151,7 +168,9 @@ class Validation {
     std::string reason = "lib_init failed";
     reporter_.Send({kEnters, {"in lib_init"}});
     try {
-      if (plugin_.Init(slot_) == 0) return true;
+      if (InSpan("lib_init", [&] { return plugin_.Init(slot_); }) == 0) {
+        return true;
+      }
     } catch (...) {
       reason = "lib_init threw: " + WhatWasThrown();
     }
@@ -162,7 +181,9 @@ class Validation {
   void Finish() {
     reporter_.Send({kEnters, {"in lib_finish"}});
     try {
-      static_cast<void>(plugin_.Finish(slot_));  // always 0, by the interface
+      // Always 0, by the interface.
+      static_cast<void>(
+          InSpan("lib_finish", [&] { return plugin_.Finish(slot_); }));
     } catch (...) {
       reporter_.Send({kFailed, {"lib_finish threw: " + WhatWasThrown()}});
     }
@@ -215,8 +236,9 @@ class Validation {
     session_.context().validate_opaque =
         site.has_opaque ? opaque_.data() : nullptr;
     try {
-      const std::int32_t result =
-          plugin_.Validate(&session_.context(), keypath.get(), &newval);
+      const std::int32_t result = InSpan(site.opaque + " " + PathOf(call), [&] {
+        return plugin_.Validate(&session_.context(), keypath.get(), &newval);
+      });
       Message answer{kAnswered, {std::to_string(result)}};
       const std::optional<std::string> text = session_.TakeErrorText();
       if (text.has_value()) answer.texts.push_back(*text);
@@ -382,6 +404,7 @@ class OutcomeReader {
 // The whole of what the child does.
 void RunLife(const Configurations& configurations, const Options& options,
              const Reporter& reporter) {
+  confd::SetTracer(options.tracer);
   try {
     base::Stopwatch watch;
     reporter.Send({kEnters, {"while it was loaded"}});

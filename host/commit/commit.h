@@ -12,6 +12,7 @@
 
 #include "base/stopwatch.h"
 #include "base/time_limit.h"
+#include "confd/tracer.h"
 #include "datastore/data_tree.h"
 #include "datastore/transaction.h"
 
@@ -21,6 +22,8 @@ struct Options {
   std::string plugin;                               // file
   bool all = false;                                 // go on behind a refusal
   base::TimeLimit time_limit = base::kNoTimeLimit;  // of the whole commit
+  // Hears of every platform call, in the child process. Borrowed; may be null.
+  confd::Tracer* tracer = nullptr;
 };
 
 // What a validation point said of one node.

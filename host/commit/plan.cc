@@ -79,13 +79,15 @@ bool Changed(const Diff& diff, const PointCall& call,
   return ChangedFrom(diff, from, steps);
 }
 
+// A leaf depends on itself without saying so.
+bool IsChangedLeaf(const Diff& diff, const PointCall& call) {
+  return call.site->node->nodetype == LYS_LEAF &&
+         diff.Of(call.instance) != nullptr;
+}
+
 bool Runs(const Diff& diff, const PointCall& call) {
   const UseSite& site = *call.site;
-  if (site.dependencies.empty()) return true;
-  // A leaf depends on itself without saying so.
-  if (site.node->nodetype == LYS_LEAF && diff.Of(call.instance) != nullptr) {
-    return true;
-  }
+  if (site.dependencies.empty() || IsChangedLeaf(diff, call)) return true;
   return std::any_of(site.dependencies.begin(), site.dependencies.end(),
                      [&](const Dependency& dependency) {
                        return Changed(diff, call, dependency);
@@ -117,6 +119,18 @@ std::vector<PointCall> PlanCalls(const DataTree& candidate, const Diff& diff) {
     }
   }
   return plan;
+}
+
+Cause CauseOf(const Diff& diff, const PointCall& call) {
+  Cause cause;
+  for (const Dependency& dependency : call.site->dependencies) {
+    if (Changed(diff, call, dependency)) {
+      cause.dependencies.push_back(&dependency);
+    }
+  }
+  cause.by_itself =
+      !call.site->dependencies.empty() && IsChangedLeaf(diff, call);
+  return cause;
 }
 
 std::string PathOf(const PointCall& call) {

@@ -27,6 +27,15 @@ struct PointCall {
 std::vector<PointCall> PlanCalls(const datastore::DataTree& candidate,
                                  const datastore::Diff& diff);
 
+// Why a planned call runs: those of its dependencies in which something
+// changed. A leaf that changed itself is in `by_itself`. Neither for a point
+// that runs at every commit.
+struct Cause {
+  std::vector<const datastore::Dependency*> dependencies;
+  bool by_itself = false;
+};
+Cause CauseOf(const datastore::Diff& diff, const PointCall& call);
+
 // Path of the node that a call is about, as an operator writes it.
 std::string PathOf(const PointCall& call);
 

@@ -8,12 +8,14 @@
 #include "confd/path.h"
 #include "confd/read.h"
 #include "confd/session.h"
+#include "confd/tracer.h"
 
 namespace confd = ipav::confd;
 
 int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
+  confd::CallTrace trace(__func__, fmt, args);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfCdbSocket(sock);
     session.CountCall(confd::PlatformCall::kCdbGetInt32);
@@ -23,5 +25,6 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
     return CONFD_OK;
   });
   va_end(args);
-  return result;
+  if (trace.is_on()) trace.set_answer(std::to_string(*rval));
+  return trace.End(result);
 }

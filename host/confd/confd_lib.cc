@@ -13,6 +13,8 @@
 
 #include "confd/confd_error.h"
 #include "confd/session.h"
+#include "confd/tracer.h"
+#include "confd/value.h"
 
 int confd_errno = 0;
 
@@ -45,7 +47,9 @@ std::string PrintTag(const xml_tag& tag) {
   return name != nullptr ? *name : "tag<" + std::to_string(tag.tag) + ">";
 }
 
-std::string Print(const confd_value_t& value) {
+}  // namespace
+
+std::string PrintValue(const confd_value_t& value) {
   const auto& val = value.val;
   switch (value.type) {
     case C_XMLTAG:
@@ -92,8 +96,6 @@ std::string Print(const confd_value_t& value) {
   return "type<" + std::to_string(value.type) + ">";
 }
 
-}  // namespace
-
 void SetLastError(int code, const char* reason) {
   confd_errno = code;
   g_last_error = reason;
@@ -117,7 +119,9 @@ void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
   std::vector<char> text(static_cast<std::size_t>(std::max(length, 0)) + 1);
   static_cast<void>(std::vsnprintf(text.data(), text.size(), fmt, again));
   va_end(again);
+  ipav::confd::CallTrace trace(__func__, text.data());
   session->set_error_text(text.data());
+  trace.End();
 }
 
 int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
@@ -125,7 +129,10 @@ int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
   if (session != nullptr)
     session->CountCall(ipav::confd::PlatformCall::kPrintValue);
 
-  const std::string text = ipav::confd::Print(*v);
+  const std::string text = ipav::confd::PrintValue(*v);
+  ipav::confd::CallTrace trace(__func__);
+  if (trace.is_on()) trace.set_answer(ipav::confd::Quoted(text));
+  trace.End();
   if (bufsiz > 0) {
     const std::size_t room = static_cast<std::size_t>(bufsiz) - 1;
     const std::size_t length = std::min(text.size(), room);

@@ -10,6 +10,7 @@
 #include "confd/confd_error.h"
 #include "confd/path.h"
 #include "confd/session.h"
+#include "confd/tracer.h"
 #include "confd/value.h"
 
 namespace ipav::confd {
@@ -46,6 +47,22 @@ std::optional<confd_iter_op> Operation(const Change& change) {
   if (change.after == nullptr) return MOP_DELETED;
   if (schema.nodetype == LYS_LIST) return MOP_MODIFIED;
   return std::nullopt;
+}
+
+// A change as a trace shows it.
+std::string Description(confd_iter_op operation, const lyd_node* node,
+                        const confd_value_t& value) {
+  const std::string path = PrintPath(node);
+  switch (operation) {
+    case MOP_CREATED:
+      return "created: " + path;
+    case MOP_DELETED:
+      return "deleted: " + path;
+    case MOP_VALUE_SET:
+      return "set: " + path + " = " + TraceText(value);
+    default:
+      return "modified: " + path;
+  }
 }
 
 class Walk {
@@ -98,6 +115,9 @@ class Walk {
     const OwnedValue value = is_set ? ValueOf(*node) : OwnedValue(NoValue());
     confd_value_t borrowed = *value;
     confd_value_t* newv = is_set ? &borrowed : nullptr;
+    if (Tracer* tracer = CurrentTracer()) {
+      tracer->Note(Description(operation, node, *value));
+    }
     switch (Call(keypath.get(), operation, newv)) {
       case ITER_STOP:
         throw WalkStopped{nullptr};
@@ -142,6 +162,7 @@ int maapi_keypath_diff_iterate(
     int /*flags*/, void* initstate, const char* fmtpath, ...) {
   va_list args;
   va_start(args, fmtpath);
+  confd::CallTrace trace(__func__, fmtpath, args);
   std::exception_ptr thrown;
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
@@ -152,6 +173,8 @@ int maapi_keypath_diff_iterate(
     return CONFD_OK;
   });
   va_end(args);
+  if (trace.is_on() && thrown != nullptr) trace.set_answer("an exception");
+  trace.End(result);
   if (thrown != nullptr) std::rethrow_exception(thrown);
   return result;
 }

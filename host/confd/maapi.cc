@@ -11,6 +11,7 @@
 #include "confd/path.h"
 #include "confd/read.h"
 #include "confd/session.h"
+#include "confd/tracer.h"
 #include "confd/value.h"
 
 namespace ipav::confd {
@@ -39,12 +40,18 @@ Target ResolveList(Session& session, const char* format, va_list args) {
 template <typename Take>
 int TypedRead(PlatformCall call, int sock, int thandle, confd_vtype type,
               const char* format, va_list args, const Take& take) {
-  return Guarded([&] {
+  CallTrace trace(kPlatformCallNames[static_cast<std::size_t>(call)], format,
+                  args);
+  const int result = Guarded([&] {
     Session& session = Session::OfTransaction(sock, thandle);
     session.CountCall(call);
-    take(*ReadLeaf(ResolveFormat(session, format, args), type));
+    const OwnedValue value =
+        ReadLeaf(ResolveFormat(session, format, args), type);
+    take(*value);
+    if (trace.is_on()) trace.set_answer(TraceText(*value));
     return CONFD_OK;
   });
+  return trace.End(result);
 }
 
 // String value of an XPath result: the text of its first node.
@@ -78,18 +85,20 @@ namespace confd = ipav::confd;
 int maapi_exists(int sock, int thandle, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
+  confd::CallTrace trace(__func__, fmt, args);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
     session.CountCall(confd::PlatformCall::kExists);
     return confd::ResolveFormat(session, fmt, args).node != nullptr ? 1 : 0;
   });
   va_end(args);
-  return result;
+  return trace.End(result);
 }
 
 int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
+  confd::CallTrace trace(__func__, fmt, args);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
     session.CountCall(confd::PlatformCall::kNumInstances);
@@ -102,13 +111,14 @@ int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
     return count;
   });
   va_end(args);
-  return result;
+  return trace.End(result);
 }
 
 int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
                    ...) {
   va_list args;
   va_start(args, fmt);
+  confd::CallTrace trace(__func__, fmt, args);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
     session.CountCall(confd::PlatformCall::kGetElem);
@@ -116,7 +126,10 @@ int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
     return CONFD_OK;
   });
   va_end(args);
-  return result;
+  if (trace.is_on() && result == CONFD_OK) {
+    trace.set_answer(confd::TraceText(*v));
+  }
+  return trace.End(result);
 }
 
 int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
@@ -208,6 +221,7 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
   mc->impl = nullptr;
   va_list args;
   va_start(args, fmt);
+  confd::CallTrace trace(__func__, fmt, args);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
     session.CountCall(confd::PlatformCall::kInitCursor);
@@ -217,7 +231,7 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
     return CONFD_OK;
   });
   va_end(args);
-  return result;
+  return trace.End(result);
 }
 
 namespace {
@@ -238,11 +252,21 @@ void TakeKeys(const lyd_node& entry, maapi_cursor* mc) {
   }
 }
 
+std::string KeysText(const maapi_cursor& mc) {
+  if (mc.n == 0) return "no more";
+  std::string text;
+  for (int i = 0; i < mc.n; ++i) {
+    text += (i == 0 ? "{" : " ") + confd::TraceText(mc.keys[i]);
+  }
+  return text + "}";
+}
+
 }  // namespace
 
 int maapi_get_next(maapi_cursor* mc) {
   FreeKeys(mc);
-  return confd::Guarded([&] {
+  confd::CallTrace trace(__func__);
+  const int result = confd::Guarded([&] {
     auto* state = static_cast<confd::CursorState*>(mc->impl);
     if (state == nullptr) {
       throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "cursor is not open");
@@ -254,9 +278,12 @@ int maapi_get_next(maapi_cursor* mc) {
     state->next = ipav::datastore::NextEntry(state->next);
     return CONFD_OK;
   });
+  if (trace.is_on()) trace.set_answer(KeysText(*mc));
+  return trace.End(result);
 }
 
 void maapi_destroy_cursor(maapi_cursor* mc) {
+  confd::CallTrace trace(__func__);
   confd::Session* session = confd::Session::Current();
   if (session != nullptr)
     session->CountCall(confd::PlatformCall::kDestroyCursor);
@@ -264,6 +291,7 @@ void maapi_destroy_cursor(maapi_cursor* mc) {
   FreeKeys(mc);
   delete static_cast<confd::CursorState*>(mc->impl);
   mc->impl = nullptr;
+  trace.End();
 }
 
 int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
@@ -271,6 +299,7 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
   *res = nullptr;
   va_list args;
   va_start(args, fmtpath);
+  confd::CallTrace trace(__func__, fmtpath, args, expr);
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
     session.CountCall(confd::PlatformCall::kEvaluateXPath);
@@ -283,5 +312,8 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
     return CONFD_OK;
   });
   va_end(args);
-  return result;
+  if (trace.is_on() && *res != nullptr) {
+    trace.set_answer(confd::Quoted(*res));
+  }
+  return trace.End(result);
 }

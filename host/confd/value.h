@@ -6,6 +6,7 @@
 #include <libyang/libyang.h>
 
 #include <memory>
+#include <string>
 
 #include "datastore/model.h"
 
@@ -37,6 +38,9 @@ OwnedValue ValueOf(const lyd_node& leaf);
 
 // A node of the model as a value.
 confd_value_t TagValue(const datastore::Model& model, const lysc_node& node);
+
+// A value as text, as confd_pp_value() prints it.
+std::string PrintValue(const confd_value_t& value);
 
 // A value that nobody holds; what it held must have been freed or given away.
 confd_value_t NoValue();

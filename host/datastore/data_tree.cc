@@ -231,6 +231,7 @@ DataTree DataTree::FromText(const Model& model, const InputText& text,
                             ReadingTimes* times) {
   base::Stopwatch watch;
   DataTree result(model);
+  result.format_ = text.format;
   const bool is_parsed = result.Parse(text.data().data(), text.format);
   const base::Duration parse = watch.Lap();
   if (!is_parsed || !result.Validate()) throw result.ErrorOf(text);

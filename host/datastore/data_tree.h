@@ -49,6 +49,9 @@ class DataTree {
 
   const Model& model() const { return *model_; }
 
+  // That of the file; LYD_UNKNOWN where there was none.
+  LYD_FORMAT format() const { return format_; }
+
   // First child of a node, or first top node for null; null when there is none.
   const lyd_node* FirstChild(const lyd_node* parent) const;
 
@@ -93,6 +96,7 @@ class DataTree {
   const ListIndex& IndexOf(const lyd_node* first_entry) const;
 
   const Model* model_;
+  LYD_FORMAT format_ = LYD_UNKNOWN;
   std::unique_ptr<lyd_node, TreeDeleter> tree_;
   mutable const lyd_node* last_entry_ = nullptr;  // that was found by its keys
   // Made when a list is first looked into by key; by its first entry.

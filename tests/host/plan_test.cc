@@ -320,4 +320,50 @@ TEST(PlanOrder, OfInstancesInNestedListsIsThatOfTheDocument) {
             (Calls{"m /c/l{2}/m{z}", "m /c/l{2}/m{a}", "m /c/l{1}/m{b}"}));
 }
 
+// --- Causes
+
+// "OPAQUE: DEPENDENCY..." of each call, "itself" for a changed leaf.
+Calls CausesOf(const TestModel& model, const std::string& before,
+               const std::string& after) {
+  const DataTree running = model.Tree(before);
+  const DataTree candidate = model.Tree(after);
+  const Diff diff(running, candidate);
+  Calls causes;
+  for (const PointCall& call : PlanCalls(candidate, diff)) {
+    const ipav::commit::Cause cause = ipav::commit::CauseOf(diff, call);
+    std::string text = call.site->opaque + ":";
+    if (cause.by_itself) text += " itself";
+    for (const auto* dependency : cause.dependencies) {
+      text += " " + dependency->text;
+    }
+    causes.push_back(text);
+  }
+  return causes;
+}
+
+TEST(PlanCause, IsEachDependencyWithAChangeAndNoOther) {
+  const TestModel model(ListWith(
+      Point("some", DependsOn("v") + DependsOn("k") + DependsOn("../other"))));
+  const std::string before = C("<other>x</other>" + L("1", "<v>a</v>"));
+  EXPECT_EQ(CausesOf(model, before, C("<other>y</other>" + L("1"))),
+            Calls{"some: v ../other"});
+  EXPECT_EQ(CausesOf(model, "", C(L("1"))), Calls{"some: k"});
+}
+
+TEST(PlanCause, OfALeafIsItselfWhereItChanged) {
+  const TestModel model("container c { leaf a { type string; " +
+                        Point("leaf", DependsOn("../b")) +
+                        "} leaf b { type string; } }");
+  EXPECT_EQ(CausesOf(model, C("<a>1</a>"), C("<a>2</a>")),
+            Calls{"leaf: itself"});
+  EXPECT_EQ(CausesOf(model, C("<a>1</a>"), C("<a>1</a><b>x</b>")),
+            Calls{"leaf: ../b"});
+}
+
+TEST(PlanCause, OfAPointThatAlwaysRunsIsNone) {
+  const TestModel model("container c { leaf a { type string; " +
+                        Point("leaf", "") + "} }");
+  EXPECT_EQ(CausesOf(model, C("<a>1</a>"), C("<a>2</a>")), Calls{"leaf:"});
+}
+
 }  // namespace

@@ -1,6 +1,6 @@
 // ipav points: the use sites of validation points in the data model.
-#ifndef IPAV_CLI_POINTS_H_
-#define IPAV_CLI_POINTS_H_
+#ifndef IPAV_CLI_COMMANDS_POINTS_H_
+#define IPAV_CLI_COMMANDS_POINTS_H_
 
 #include "exit_status.h"
 #include "locations.h"
@@ -13,4 +13,4 @@ ExitStatus ListPoints(const Locations& locations);
 
 }  // namespace ipav::cli
 
-#endif  // IPAV_CLI_POINTS_H_
+#endif  // IPAV_CLI_COMMANDS_POINTS_H_

@@ -1,6 +1,6 @@
 // ipav summarize: one report of the JSON reports of several runs.
-#ifndef IPAV_CLI_SUMMARIZE_H_
-#define IPAV_CLI_SUMMARIZE_H_
+#ifndef IPAV_CLI_COMMANDS_SUMMARIZE_H_
+#define IPAV_CLI_COMMANDS_SUMMARIZE_H_
 
 #include <string>
 #include <vector>
@@ -23,4 +23,4 @@ ExitStatus Summarize(const SummarizeOptions& options);
 
 }  // namespace ipav::cli
 
-#endif  // IPAV_CLI_SUMMARIZE_H_
+#endif  // IPAV_CLI_COMMANDS_SUMMARIZE_H_

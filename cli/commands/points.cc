@@ -1,4 +1,4 @@
-#include "points.h"
+#include "commands/points.h"
 
 #include <fmt/core.h>
 

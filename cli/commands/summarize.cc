@@ -1,4 +1,4 @@
-#include "summarize.h"
+#include "commands/summarize.h"
 
 #include <fmt/core.h>
 

@@ -1,0 +1,338 @@
+#include "commands/explain.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <iterator>
+#include <optional>
+#include <sstream>
+
+#include "datastore/input_file.h"
+#include "datastore/model.h"
+#include "messages/document.h"
+#include "messages/match.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using messages::Block;
+using messages::Match;
+using messages::Section;
+
+constexpr char kPoints[] = "Validation points";
+constexpr std::size_t kColumns = 78;
+
+bool IsPoint(const Section& section) { return section.parent == kPoints; }
+
+// A section about texts: a rule, or texts that no rule tells.
+bool IsMessage(const Section& section) {
+  return !messages::TextsOf(section).empty();
+}
+
+const Section* Find(const std::vector<Section>& document,
+                    const std::string& anchor) {
+  const auto found = std::find_if(
+      document.begin(), document.end(),
+      [&](const Section& section) { return section.anchor == anchor; });
+  return found == document.end() ? nullptr : &*found;
+}
+
+// ---- Print -----------------------------------------------------------------
+
+// A paragraph, its first line behind `first` and the others behind as many
+// blanks.
+void PrintWrapped(const std::string& first, const std::string& text) {
+  const std::string indent(first.size(), ' ');
+  std::string line = first;
+  bool is_empty = true;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (!is_empty && line.size() + 1 + word.size() > kColumns) {
+      fmt::print("{}\n", line);
+      line = indent;
+      is_empty = true;
+    }
+    line += (is_empty ? "" : " ") + word;
+    is_empty = false;
+  }
+  fmt::print("{}\n", line);
+}
+
+void PrintTexts(const std::string& indent,
+                const std::vector<std::string>& texts) {
+  for (const std::string& text : texts) fmt::print("{}{}\n", indent, text);
+}
+
+void PrintBlock(const Block& block) {
+  if (block.kind == Block::Kind::kTexts) {
+    PrintTexts("  ", block.lines);
+    return;
+  }
+  const std::string text = messages::Plain(block.text);
+  if (block.kind == Block::Kind::kItem) {
+    const std::size_t number = text.find(' ') + 1;
+    PrintWrapped("  " + text.substr(0, number), text.substr(number));
+  } else {
+    PrintWrapped("  ", text);
+  }
+}
+
+// Paragraphs apart, the items of a list together.
+void PrintBlocks(const Section& section) {
+  Block::Kind last = Block::Kind::kParagraph;
+  for (const Block& block : section.blocks) {
+    const bool goes_on =
+        block.kind == Block::Kind::kItem && last == Block::Kind::kItem;
+    if (!goes_on) fmt::print("\n");
+    PrintBlock(block);
+    last = block.kind;
+  }
+}
+
+// ---- A rule or a text ------------------------------------------------------
+
+// The points whose tests lead to a section.
+std::vector<std::string> PointsOf(const std::vector<Section>& document,
+                                  const Section& message) {
+  std::vector<std::string> points;
+  for (const Section& section : document) {
+    if (!IsPoint(section)) continue;
+    const std::vector<std::string> links = messages::LinksOf(section);
+    if (std::find(links.begin(), links.end(), message.anchor) != links.end()) {
+      points.push_back(section.title);
+    }
+  }
+  return points;
+}
+
+std::string Join(const std::vector<std::string>& texts) {
+  std::string joined;
+  for (const std::string& text : texts) {
+    joined += (joined.empty() ? "" : ", ") + text;
+  }
+  return joined;
+}
+
+void PrintMessage(const std::vector<Section>& document,
+                  const Section& section) {
+  fmt::print("{} ({})\n", section.title, section.anchor);
+  PrintBlocks(section);
+  const std::vector<std::string> points = PointsOf(document, section);
+  fmt::print("\n");
+  if (!points.empty()) PrintWrapped("  Told by: ", Join(points));
+  fmt::print("  See also: docs/messages.md#{}\n", section.anchor);
+}
+
+void PrintMatch(const std::vector<Section>& document, const Match& match,
+                const std::string& text) {
+  fmt::print("{}\n\n", text);
+  for (const auto& [placeholder, filled] : match.filled_in) {
+    fmt::print("  {} is {}\n", placeholder, filled.empty() ? "empty" : filled);
+  }
+  if (!match.filled_in.empty()) fmt::print("\n");
+  PrintMessage(document, *match.section);
+}
+
+// ---- A point ---------------------------------------------------------------
+
+// Of a section's texts, a point does not tell those with such a word.
+struct Exception {
+  const char* point;  // or what its name begins with
+  const char* word;   // in lower case
+};
+constexpr Exception kExceptions[] = {
+    {"ipv4_addr_", "ipv6 "},
+    {"ipv6_addr_", "ipv4 "},
+    {"intf_vrf_validation", "ipv6 "},
+    {"validate_ipv6_nd_ra_interval", "lifetime"},
+    {"validate_ipv6_nd_ra_lifetime", "minimum"},
+};
+
+bool CanTell(const std::string& point, std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
+    return static_cast<char>(std::tolower(c));
+  });
+  return std::none_of(std::begin(kExceptions), std::end(kExceptions),
+                      [&](const Exception& exception) {
+                        return point.rfind(exception.point, 0) == 0 &&
+                               text.find(exception.word) != std::string::npos;
+                      });
+}
+
+void PrintToldTexts(const std::vector<Section>& document,
+                    const Section& point) {
+  fmt::print("\nTexts\n");
+  for (const std::string& anchor : messages::LinksOf(point)) {
+    const Section* section = Find(document, anchor);
+    if (section == nullptr) continue;
+    fmt::print("\n  {} ({})\n", section->title, anchor);
+    for (const std::string& text : messages::TextsOf(*section)) {
+      if (CanTell(point.title, text)) fmt::print("    {}\n", text);
+    }
+    for (const Block& block : section->blocks) {
+      if (IsWhy(block)) PrintWrapped("    ", messages::Plain(block.text));
+    }
+  }
+}
+
+// The nodes that a dependency names, from the root.
+std::string PathOf(const datastore::UseSite& site,
+                   const datastore::Dependency& dependency) {
+  if (!dependency.steps.empty()) {
+    return datastore::SchemaPath(*dependency.steps.back());
+  }
+  const lysc_node* node = site.node;
+  for (std::size_t i = 0; i < dependency.ups && node != nullptr; ++i) {
+    node = lysc_data_parent(node);
+  }
+  return node == nullptr ? "/" : datastore::SchemaPath(*node);
+}
+
+void PrintUseSites(const datastore::Model& model, const Section& point) {
+  fmt::print("\nWhere the data model has it, and what runs it\n");
+  for (const datastore::UseSite& site : model.use_sites()) {
+    // A use site may append to the name.
+    if (site.opaque.rfind(point.title, 0) != 0) continue;
+    fmt::print("\n  {}, {}\n", site.path,
+               site.call_once ? "once for the list" : "for each");
+    if (site.dependencies.empty()) fmt::print("    every commit\n");
+    for (const datastore::Dependency& dependency : site.dependencies) {
+      fmt::print("    a change in {}\n", PathOf(site, dependency));
+    }
+  }
+}
+
+// ---- Topics ----------------------------------------------------------------
+
+void PrintList(const std::vector<Section>& document) {
+  fmt::print("Validation points\n");
+  for (const Section& section : document) {
+    if (!IsPoint(section) || section.blocks.empty()) continue;
+    const std::string text = messages::Plain(section.blocks.front().text);
+    fmt::print("  {}\n", section.title);
+    const std::size_t end = std::min(text.find(". "), text.size() - 1);
+    PrintWrapped("    ", text.substr(0, end + 1));
+  }
+  fmt::print("\nRules\n");
+  for (const Section& section : document) {
+    if (!IsMessage(section)) continue;
+    fmt::print("  {:<38}{}\n", section.anchor, section.title);
+  }
+}
+
+// What a topic is; none of both for an unknown one.
+struct Topic {
+  const Section* section = nullptr;  // a point or a rule
+  std::optional<Match> match;        // a text
+};
+
+Topic FindTopic(const std::vector<Section>& document, const std::string& name) {
+  const Section* section = Find(document, name);
+  if (section != nullptr && (IsPoint(*section) || IsMessage(*section))) {
+    return {section, std::nullopt};
+  }
+  return {nullptr, messages::FindText(document, name)};
+}
+
+// All names that a topic may have.
+std::vector<std::string> NamesOf(const std::vector<Section>& document) {
+  std::vector<std::string> names;
+  for (const Section& section : document) {
+    if (IsPoint(section) || IsMessage(section)) names.push_back(section.anchor);
+    for (const std::string& text : messages::TextsOf(section)) {
+      names.push_back(text);
+    }
+  }
+  return names;
+}
+
+void ReportUnknown(const std::vector<Section>& document,
+                   const std::string& name) {
+  constexpr std::size_t kSuggestions = 3;
+  std::string line = "ipav: no validation point, rule or text: " + name;
+  std::string separator = " (nearest: ";
+  for (const std::string& near :
+       messages::MostAlike(NamesOf(document), name, kSuggestions)) {
+    line += separator + near;
+    separator = "; ";
+  }
+  if (separator == "; ") line += ")";
+  static_cast<void>(std::fprintf(stderr, "%s\n", line.c_str()));
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() &&
+         text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// A line of `ipav check` that is no operator's text.
+bool IsOfReport(const std::string& line) {
+  return line.empty() || line[0] == ' ' || line[0] == '(' ||
+         EndsWith(line, " validation calls made)");
+}
+
+void AddLines(const std::string& text, bool is_report,
+              std::vector<std::string>* names) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const bool is_text = is_report ? !IsOfReport(line) : !line.empty();
+    if (is_text) names->push_back(line);
+  }
+}
+
+std::vector<std::string> NamesOf(const ExplainOptions& options) {
+  std::vector<std::string> names;
+  for (const std::string& topic : options.topics) {
+    if (topic == "-") {
+      AddLines(datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize),
+               true, &names);
+    } else {
+      AddLines(topic, false, &names);
+    }
+  }
+  return names;
+}
+
+void PrintTopic(const Locations& locations,
+                const std::vector<Section>& document, const Topic& topic,
+                const std::string& name) {
+  if (topic.match.has_value()) {
+    PrintMatch(document, *topic.match, name);
+  } else if (IsPoint(*topic.section)) {
+    const datastore::Model model(locations.yang_dir, locations.yang_extension);
+    fmt::print("{}\n", topic.section->title);
+    PrintBlocks(*topic.section);
+    PrintToldTexts(document, *topic.section);
+    PrintUseSites(model, *topic.section);
+  } else {
+    PrintMessage(document, *topic.section);
+  }
+}
+
+}  // namespace
+
+ExitStatus Explain(const Locations& locations, const ExplainOptions& options) {
+  const std::vector<Section> document =
+      messages::ReadDocument(locations.messages);
+  if (options.topics.empty()) PrintList(document);
+
+  ExitStatus status = kAccepted;
+  bool is_first = true;
+  for (const std::string& name : NamesOf(options)) {
+    const Topic topic = FindTopic(document, name);
+    if (topic.section == nullptr && !topic.match.has_value()) {
+      ReportUnknown(document, name);
+      status = kBadInput;
+      continue;
+    }
+    if (!is_first) fmt::print("\n{}\n\n", std::string(kColumns, '-'));
+    is_first = false;
+    PrintTopic(locations, document, topic, name);
+  }
+  return status;
+}
+
+}  // namespace ipav::cli

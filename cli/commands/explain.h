@@ -1,0 +1,26 @@
+// ipav explain: what a validation point tests, or what a text means, from
+// docs/messages.md and the data model.
+#ifndef IPAV_CLI_COMMANDS_EXPLAIN_H_
+#define IPAV_CLI_COMMANDS_EXPLAIN_H_
+
+#include <string>
+#include <vector>
+
+#include "exit_status.h"
+#include "locations.h"
+
+namespace ipav::cli {
+
+struct ExplainOptions {
+  // Names of points, rules, texts; "-": texts from standard input. None: the
+  // list of points and rules.
+  std::vector<std::string> topics;
+};
+
+// kBadInput where a topic is unknown; the others are explained all the same.
+// Throws datastore::InputError.
+ExitStatus Explain(const Locations& locations, const ExplainOptions& options);
+
+}  // namespace ipav::cli
+
+#endif  // IPAV_CLI_COMMANDS_EXPLAIN_H_

@@ -1,0 +1,14 @@
+#include "read_tree.h"
+
+#include "reading_time.h"
+
+namespace ipav::cli {
+
+datastore::DataTree ReadTree(const datastore::Model& model,
+                             const std::string& file,
+                             const ReadingLimits& limits) {
+  const ReadingTime time(file, limits.time);
+  return datastore::DataTree::FromFile(model, file, limits.size);
+}
+
+}  // namespace ipav::cli

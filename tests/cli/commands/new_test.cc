@@ -1,0 +1,203 @@
+// ipav new: the configuration is accepted, and what its comments say holds.
+
+#include "fixture.h"
+
+namespace ipav::testing {
+
+namespace {
+
+using Edit = std::pair<std::string, std::string>;
+
+class NewTest : public CommandTest {
+ protected:
+  void SetUp() override {
+    CommandTest::SetUp();
+    text_ = OutputOf({"new"});
+    file_ = Write("new.xml", text_);
+  }
+
+  // The configuration with what stands behind a place replaced.
+  std::string Edited(const std::string& comment,
+                     const std::vector<Edit>& edits) const {
+    std::string text = text_;
+    const std::size_t place = text.find(comment);
+    EXPECT_NE(place, std::string::npos) << comment;
+    for (const auto& [from, to] : edits) {
+      const std::size_t at = text.find(from, place);
+      EXPECT_NE(at, std::string::npos) << from;
+      if (at != std::string::npos) text.replace(at, from.size(), to);
+    }
+    return Write("edited.xml", text);
+  }
+
+  // A comment, an edit behind it, and what a router says to that; "" when it
+  // accepts.
+  void ExpectAnswer(const std::string& comment, const std::vector<Edit>& edits,
+                    const std::string& answer) const {
+    SCOPED_TRACE(comment);
+    ExpectAnswerAfter("", Edited(comment, edits), answer);
+  }
+
+  // The same for a change of the starter itself.
+  void ExpectAnswerToChange(const std::string& comment,
+                            const std::vector<Edit>& edits,
+                            const std::string& answer) const {
+    SCOPED_TRACE(comment);
+    ExpectAnswerAfter(file_, Edited(comment, edits), answer);
+  }
+
+  static void ExpectAnswerAfter(const std::string& running,
+                                const std::string& candidate,
+                                const std::string& answer) {
+    std::vector<std::string> arguments = {"check", candidate};
+    if (!running.empty()) {
+      arguments.insert(arguments.end(), {"--running", running});
+    }
+    const ProcessResult result = Ipav(arguments);
+    EXPECT_EQ(result.status, answer.empty() ? 0 : 1) << result.out;
+    const std::size_t line = result.out.find('\n') + 1;
+    EXPECT_EQ(result.out.substr(line, result.out.find('\n', line) - line),
+              answer);
+  }
+
+  std::string text_;
+  std::string file_;
+};
+
+TEST_F(NewTest, IsAcceptedInBothFormats) {
+  const std::string json =
+      Write("new.json", OutputOf({"new", "--format", "json"}));
+  EXPECT_EQ(OutputOf({"check", file_}),
+            file_ + ": accepted (28 of 28 validation calls made)\n");
+  EXPECT_EQ(OutputOf({"check", json}),
+            json + ": accepted (28 of 28 validation calls made)\n");
+  EXPECT_EQ(OutputOf({"diff", file_, json}),
+            "no changes\n\nno validation calls\n");
+}
+
+TEST_F(NewTest, HasEveryKindOfConfigurationWithAComment) {
+  for (const char* element :
+       {"<l3 ", "<loopback ", "<mgmt ", "<vrf>", "<secondary>", "<ra>",
+        "<vrf-config>", "<ospf-index-to-proc-id>", "<ospf-interface-l3>",
+        "<ospfv3-interface-l3>", "<rtmStaticRtEntry>",
+        "<rtmStaticRtEntry-global "}) {
+    EXPECT_NE(text_.find(element), std::string::npos) << element;
+  }
+  const std::string comment = "<!-- ";
+  unsigned comments = 0;
+  for (std::size_t at = text_.find(comment); at != std::string::npos;
+       at = text_.find(comment, at + 1)) {
+    const std::string line = text_.substr(at, text_.find('\n', at) - at);
+    EXPECT_EQ(line.substr(line.size() - 4), " -->") << line;
+    ++comments;
+  }
+  EXPECT_EQ(comments, 22U);
+}
+
+TEST_F(NewTest, FitsATerminalOf80Columns) {
+  std::size_t begin = 0;
+  for (std::size_t end = text_.find('\n'); end != std::string::npos;
+       begin = end + 1, end = text_.find('\n', begin)) {
+    EXPECT_LE(end - begin, 80U) << text_.substr(begin, end - begin);
+  }
+}
+
+TEST_F(NewTest, CommentsOnInterfacesHold) {
+  const std::string longest(60, 'x');
+  ExpectAnswer("At most 256 such", {{">users<", ">" + longest + "<"}}, "");
+  ExpectAnswer("At most 256 such", {{">users<", ">" + longest + "x<"}},
+               "L3 interface name " + longest +
+                   "x is too long (maximum length: 60 characters)");
+  ExpectAnswer("At most 256 such", {{">users<", ">a.b<"}},
+               "L3 interface name a.b contains invalid characters (allowed "
+               "characters: 0-9, a-z, A-Z, _, -)");
+  ExpectAnswer("A host's address", {{">10.1.10.1/24<", ">10.1.10.0/24<"}},
+               "l3 users ipv4 address 10.1.10.0/24 cannot be configured as "
+               "network address.");
+  ExpectAnswer("A host's address", {{">10.1.10.1/24<", ">10.1.10.255/24<"}},
+               "l3 users ipv4 address 10.1.10.255/24 cannot be configured as "
+               "broadcast address.");
+  ExpectAnswer("Another one of the same link",
+               {{">10.1.11.1/24<", ">10.1.10.1/25<"}},
+               "l3 users has duplicated IPv4 address 10.1.10.1");
+  ExpectAnswer("Subnets of two interfaces",
+               {{"<name>0</name>",
+                 "<name>0</name><ipv6><address><ip>2001:db8:1:10::9/128</ip>"
+                 "</address></ipv6>"}},
+               "l3 users ipv6 address 2001:db8:1:10::1/64 overlaps with "
+               "loopback 0 ipv6 address 2001:db8:1:10::9/128.");
+  ExpectAnswer("A /31 has two", {{">192.0.2.0/31<", ">192.0.2.0/30<"}},
+               "l3 uplink ipv4 address 192.0.2.0/30 cannot be configured as "
+               "network address.");
+  ExpectAnswer("In a VRF of its own", {{"<vrf>guest</vrf>", ""}},
+               "l3 users vrf global ipv4 address 10.1.10.1/24 overlaps with "
+               "l3 guests vrf global ipv4 address 10.1.10.1/24.");
+  ExpectAnswer(
+      "A loopback: all",
+      {{"</address>", "</address><address><ip>198.51.100.2/32</ip></address>"}},
+      "");
+  ExpectAnswer("A management port", {{">172.16.0.2/24<", ">10.1.10.2/24<"}},
+               "l3 users vrf global ipv4 address 10.1.10.1/24 overlaps with "
+               "mgmt eth0 vrf mgmt ipv4 address 10.1.10.2/24.");
+}
+
+TEST_F(NewTest, CommentsOnTimersHold) {
+  ExpectAnswer("Router advertisements",
+               {{"<max-interval>600</max-interval>", ""}},
+               "fail to get maximum router advertisement interval value");
+  ExpectAnswer("At most three quarters", {{">200<", ">450<"}}, "");
+  ExpectAnswer(
+      "At most three quarters", {{">200<", ">451<"}},
+      "Minimum interval must be no greater than maximum interval * 0.75");
+  ExpectAnswer("0, or greater", {{">1800<", ">0<"}}, "");
+  ExpectAnswer("0, or greater", {{">1800<", ">601<"}}, "");
+  ExpectAnswer(
+      "0, or greater", {{">1800<", ">600<"}},
+      "Lifetime must be greater than maximum router advertisement interval");
+}
+
+TEST_F(NewTest, CommentsOnOspfHold) {
+  ExpectAnswerToChange("While OSPFv3 uses", {{">20<", ">21<"}},
+                       "vlan 20 cannot be changed, it is assigned to router "
+                       "ospfv3 1 area 0 (0.0.0.0)");
+  ExpectAnswerToChange("While OSPFv3 uses",
+                       {{">20<", ">21<"}, {">1020<", ">1021<"}}, "");
+  ExpectAnswer("An OSPFv2 process", {{">global<", ">guest<"}},
+               "l3 uplink vrf global and router ospf 1 vrf guest cannot be "
+               "associated with divergent VRF");
+  ExpectAnswer("An interface in OSPFv2", {{">192.0.2.0<", ">192.0.2.9<"}},
+               "192.0.2.9/31 cannot be modified nor deleted, it is assigned "
+               "to router ospf 1 vrf global area 0 (0.0.0.0)");
+}
+
+TEST_F(NewTest, CommentsOnRoutesHold) {
+  ExpectAnswer("The number by which routes name", {{">guest<", ">red<"}}, "");
+  // In guest, 10.1.10.1 is an own address; in the VRF of number 3, which has no
+  // row, it is one of global.
+  for (const auto& [number, name] : {Edit{"2", "guests"}, Edit{"3", "users"}}) {
+    ExpectAnswer("0.0.0.0/0 through",
+                 {{"Index>0<", "Index>" + number + "<"},
+                  {">c0:00:02:01<", ">0a:01:0a:01<"}},
+                 "l3 " + name +
+                     " ipv4 address 10.1.10.1/24 and static route 0.0.0.0/0 "
+                     "next-hop 10.1.10.1 cannot have address conflict.");
+  }
+  ExpectAnswer("10.0.0.0/8 into a black hole",
+               {{"<rtmStaticRtEntry>",
+                 "<rtmStaticRtEntry><rtmStaticRtFteIndex>0"
+                 "</rtmStaticRtFteIndex><rtmStaticRtDestType>ipv4"
+                 "</rtmStaticRtDestType><rtmStaticRtDest>0a:00:00:00"
+                 "</rtmStaticRtDest><rtmStaticRtDestPfxLen>8"
+                 "</rtmStaticRtDestPfxLen><rtmStaticRtNextHopType>ipv4"
+                 "</rtmStaticRtNextHopType><rtmStaticRtNextHop>c0:00:02:01"
+                 "</rtmStaticRtNextHop></rtmStaticRtEntry><rtmStaticRtEntry>"}},
+               "Prefix 10.0.0.0/8 cannot be black-hole and have next-hop at "
+               "the same time");
+  ExpectAnswer("An uplink in OSPFv2", {{"<vlan>20</vlan>", ""}},
+               "l3 uplink is being used by a static route. Lower-layer-if "
+               "cannot be removed from this interface");
+}
+
+}  // namespace
+
+}  // namespace ipav::testing

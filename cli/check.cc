@@ -5,12 +5,17 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "commit/commit.h"
 #include "datastore/data_tree.h"
+#include "datastore/diff.h"
 #include "datastore/model.h"
+#include "findings/finding.h"
 #include "reading_time.h"
+#include "report/html.h"
 
 namespace ipav::cli {
 
@@ -115,6 +120,26 @@ void PrintReport(const std::string& file, const Outcome& outcome,
   if (options.verbose) PrintDetails(outcome);
 }
 
+std::vector<findings::Finding> FindingsOf(const Outcome& outcome) {
+  std::vector<findings::Finding> findings;
+  for (const Answer& answer : outcome.answers) {
+    if (Accepts(answer) || answer.exception.has_value()) continue;
+    findings::Finding finding;
+    finding.text = answer.text.value_or("(refused without a text)");
+    finding.point = answer.opaque;
+    finding.path = answer.path;
+    findings.push_back(std::move(finding));
+  }
+  return findings;
+}
+
+void AddToPage(const DataTree& running, const DataTree& candidate,
+               const report::DeviceReport& device, report::HtmlWriter* page) {
+  const datastore::Diff diff(running, candidate);
+  page->Add(device, {view::ListChanges(diff),
+                     view::PlanOf(running, candidate, device.findings)});
+}
+
 DataTree Read(const Model& model, const std::string& file,
               const CheckOptions& options) {
   const ReadingTime time(file, options.time_limit);
@@ -124,6 +149,10 @@ DataTree Read(const Model& model, const std::string& file,
 }  // namespace
 
 ExitStatus Check(const Locations& locations, const CheckOptions& options) {
+  std::unique_ptr<report::HtmlWriter> page;
+  if (!options.page.empty()) {
+    page = std::make_unique<report::HtmlWriter>(options.page);
+  }
   const Model model(locations.yang_dir, locations.yang_extension);
   const DataTree running = options.running.empty()
                                ? DataTree::Empty(model)
@@ -140,8 +169,18 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
         commit::RunCommit(running, candidates[i],
                           {locations.plugin, options.all, options.time_limit});
     PrintReport(options.candidates[i], outcome, options);
-    worst = std::max(worst, StatusOf(outcome.verdict));
+    const ExitStatus status = StatusOf(outcome.verdict);
+    worst = std::max(worst, status);
+    if (page == nullptr) continue;
+    report::DeviceReport device;
+    device.running = options.running;
+    device.candidate = options.candidates[i];
+    device.status = status;
+    device.findings = FindingsOf(outcome);
+    device.outcome = outcome;
+    AddToPage(running, candidates[i], device, page.get());
   }
+  if (page != nullptr) page->End();
   return worst;
 }
 

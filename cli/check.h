@@ -17,6 +17,7 @@ namespace ipav::cli {
 struct CheckOptions {
   std::string running;  // file; empty: nothing is configured yet
   std::vector<std::string> candidates;
+  std::string page;      // file of the report to be looked at; empty: none
   bool all = false;      // list the answer of every point
   bool verbose = false;  // debug lines and platform calls as well
   // How long the reading of a configuration may take, and the validation of a
@@ -26,7 +27,7 @@ struct CheckOptions {
 };
 
 // Prints a report for each candidate. Returns the gravest status of all. Throws
-// datastore::InputError and plugin::PluginError.
+// datastore::InputError, plugin::PluginError and report::WriteError.
 ExitStatus Check(const Locations& locations, const CheckOptions& options);
 
 }  // namespace ipav::cli

@@ -22,6 +22,7 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  ipav check --running running.xml candidate.xml\n"
     "  ipav check --running running.json --all a.json b.json\n"
+    "  ipav check --running running.xml --report page.html candidate.xml\n"
     "  ipav check --verbose first-configuration.xml\n"
     "  ipav points\n"
     "\n"
@@ -81,6 +82,10 @@ int Run(int argc, char** argv) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options.verbose,
                   "Show debug lines and platform calls");
+  check
+      ->add_option("--report", options.page,
+                   "Write a page to look at as well, to that file (HTML)")
+      ->type_name("FILE");
   AddLimitOptions(check, &limits);
   check
       ->add_option("candidate", options.candidates,

@@ -68,14 +68,14 @@ HtmlWriter::HtmlWriter(std::string file) : file_(std::move(file)) {
 }
 
 void HtmlWriter::Add(const DeviceReport& device) {
-  Add(device, DeviceSection(device, nullptr, devices_ + 1));
+  AddSection(device, DeviceSection(device, nullptr, devices_ + 1));
 }
 
 void HtmlWriter::Add(const DeviceReport& device, const DeviceView& view) {
-  Add(device, DeviceSection(device, &view, devices_ + 1));
+  AddSection(device, DeviceSection(device, &view, devices_ + 1));
 }
 
-void HtmlWriter::Add(const DeviceReport& device, const Html& section) {
+void HtmlWriter::AddSection(const DeviceReport& device, const Html& section) {
   ++devices_;
   ++by_status_[device.status];
   last_ = device.candidate;

@@ -29,7 +29,7 @@ class HtmlWriter : public Writer {
   void Add(const DeviceReport& device, const DeviceView& view);
   // Of a section that was made elsewhere, with the number of devices before it
   // and itself.
-  void Add(const DeviceReport& device, const Html& section);
+  void AddSection(const DeviceReport& device, const Html& section);
 
   // Throws WriteError.
   void End() override;

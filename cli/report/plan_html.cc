@@ -25,6 +25,9 @@ using view::Space;
 constexpr std::size_t kOpenPrefixes = 16;
 constexpr std::size_t kChangedBlocks = 12;
 
+// Conflicts beyond that have to be asked for.
+constexpr std::size_t kShownConflicts = 40;
+
 // Spaces that nothing happens in, beyond the first.
 constexpr std::size_t kQuietSpaces = 8;
 
@@ -162,6 +165,26 @@ void AddRowBar(const Prefix& prefix, const Network& network, Html* html) {
   html->Markup(" height=\"100%\" /></svg>");
 }
 
+// --- Conflicts
+
+// Prefixes in conflict that lie in one another.
+struct Conflict {
+  Network network;
+  std::vector<std::size_t> rows;
+};
+
+std::vector<Conflict> ConflictsOf(const Space& space) {
+  std::vector<Conflict> conflicts;
+  for (const Block& nest : NestsOf(space)) {
+    Conflict conflict{nest.network, {}};
+    for (std::size_t i = nest.begin; i < nest.end; ++i) {
+      if (space.prefixes[i].InConflict()) conflict.rows.push_back(i);
+    }
+    if (!conflict.rows.empty()) conflicts.push_back(std::move(conflict));
+  }
+  return conflicts;
+}
+
 // --- Rows
 
 // Draws the spaces of one device.
@@ -175,6 +198,7 @@ class PlanWriter {
   void AddSpaces(const std::vector<const Space*>& spaces);
   void AddSpace(const Space& space);
   void AddFacts(const Totals& totals);
+  void AddConflict(const Space& space, const Conflict& conflict);
   void AddConflicts(const Space& space);
   void AddChanges(const Space& space, const std::vector<Block>& blocks);
   void AddBands(const Space& space, const std::vector<Block>& blocks);
@@ -186,7 +210,7 @@ class PlanWriter {
   void AddRow(const Space& space, const Prefix& prefix, const Network& network,
               bool with_anchors);
   void AddBadges(const Prefix& prefix);
-  void AddAnchor(const Prefix& prefix);
+  void AddAnchors(const Prefix& prefix);
   void AddConflictText(const Space& space, const Prefix& prefix);
 
   const std::string id_;
@@ -195,13 +219,12 @@ class PlanWriter {
   std::set<std::size_t> anchored_;  // findings that have their row
 };
 
-// One row is what a finding leads to: the first that it names.
-void PlanWriter::AddAnchor(const Prefix& prefix) {
+// What a finding leads to is in the first row that it names.
+void PlanWriter::AddAnchors(const Prefix& prefix) {
   for (const std::size_t finding : prefix.findings) {
     if (!anchored_.insert(finding).second) continue;
-    html_.Markup(" id=\"").Text(id_).Markup("-f").Number(finding + 1);
-    html_.Markup("-plan\"");
-    return;
+    html_.Markup("<span id=\"").Text(id_).Markup("-f").Number(finding + 1);
+    html_.Markup("-plan\"></span>");
   }
 }
 
@@ -239,9 +262,9 @@ void PlanWriter::AddBadges(const Prefix& prefix) {
 
 void PlanWriter::AddRow(const Space& space, const Prefix& prefix,
                         const Network& network, bool with_anchors) {
-  html_.Markup("<tr");
-  if (with_anchors) AddAnchor(prefix);
-  html_.Markup("><th scope=\"row\">").Text(prefix.text);
+  html_.Markup("<tr><th scope=\"row\">");
+  if (with_anchors) AddAnchors(prefix);
+  html_.Text(prefix.text);
   html_.Markup("</th><td>").Text(OwnerOf(prefix));
   AddBadges(prefix);
   if (with_anchors) AddConflictText(space, prefix);
@@ -279,19 +302,27 @@ void PlanWriter::AddFacts(const Totals& totals) {
   }
 }
 
+void PlanWriter::AddConflict(const Space& space, const Conflict& conflict) {
+  html_.Markup("<div class=\"clash\"><h5>Conflict in ");
+  html_.Text(view::TextOf(conflict.network)).Markup("</h5>\n");
+  AddTable(space, conflict.rows, conflict.network, true);
+  html_.Markup("</div>\n");
+}
+
 // Those that are in conflict, apart from the many that are not.
 void PlanWriter::AddConflicts(const Space& space) {
-  for (const Block& nest : NestsOf(space)) {
-    std::vector<std::size_t> rows;
-    for (std::size_t i = nest.begin; i < nest.end; ++i) {
-      if (space.prefixes[i].InConflict()) rows.push_back(i);
-    }
-    if (rows.empty()) continue;
-    html_.Markup("<div class=\"clash\"><h5>Conflict in ");
-    html_.Text(view::TextOf(nest.network)).Markup("</h5>\n");
-    AddTable(space, rows, nest.network, true);
-    html_.Markup("</div>\n");
+  const std::vector<Conflict> conflicts = ConflictsOf(space);
+  const std::size_t shown = std::min(conflicts.size(), kShownConflicts);
+  for (std::size_t i = 0; i < shown; ++i) AddConflict(space, conflicts[i]);
+  if (shown == conflicts.size()) return;
+  html_.Markup("<details class=\"more\"><summary>");
+  html_.Text(
+      Count(conflicts.size() - shown, "more conflict", "more conflicts"));
+  html_.Markup("</summary>\n");
+  for (std::size_t i = shown; i < conflicts.size(); ++i) {
+    AddConflict(space, conflicts[i]);
   }
+  html_.Markup("</details>\n");
 }
 
 // And what changed without being in conflict. A small space is open anyway.

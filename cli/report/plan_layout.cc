@@ -20,8 +20,8 @@ struct Scale {
 constexpr Scale kIpv4Scale = {8, 24};
 constexpr Scale kIpv6Scale = {32, 64};
 
-// Two halves are far apart when either fills less than 1/16 of the picture, or
-// when the one with most of the prefixes does.
+// Two halves are far apart when the one with more prefixes fills less than 1/16
+// of the picture.
 constexpr unsigned kFarBits = 4;
 
 // Of more nests than that, none is cut off with only a few others: so many
@@ -77,7 +77,6 @@ class Cutter {
                    std::size_t end) const {
     const unsigned lower = CoverOf(begin, middle).length - cover.length;
     const unsigned upper = CoverOf(middle, end).length - cover.length;
-    if (std::min(lower, upper) > kFarBits) return true;
     return (middle - begin >= end - middle ? lower : upper) > kFarBits;
   }
 

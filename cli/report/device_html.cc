@@ -97,6 +97,9 @@ void AddSourceLine(const Place& place, Html* html) {
   const std::string_view marked = rest.substr(0, SizeOf(rest, place.length));
   std::string_view after = rest.substr(marked.size());
 
+  // The column is told; indentation takes room that a narrow window lacks.
+  before.remove_prefix(
+      std::min(before.find_first_not_of(" \t"), before.size()));
   const std::size_t left = CharactersOf(before);
   const bool cut = left > kCharactersAround;
   if (cut) before.remove_prefix(SizeOf(before, left - kCharactersAround));

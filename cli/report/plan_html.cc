@@ -122,7 +122,8 @@ void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
   AddState(prefix, html);
   html->Markup("\" width=\"100%\" height=\"100%\" />");
   html->Markup("</svg>");
-  if (!has_room || extent.size < kNamedShare) return;
+  // Names over the hatching of conflicts cannot be read.
+  if (!has_room || prefix.InConflict() || extent.size < kNamedShare) return;
   // A picture of its own, so that a name ends where its bar does.
   html->Markup("<svg class=\"name");
   AddState(prefix, html);
@@ -139,9 +140,11 @@ bool IsOnTop(const Space& space, const Block& block, std::size_t i) {
                                                space.prefixes[i + 1].network);
 }
 
+// Those in conflict last, so that no neighbour covers the edge of a narrow one.
 void AddStrip(const Space& space, const Block& block, Html* html) {
   html->Markup("<svg class=\"strip\" role=\"img\" aria-label=\"");
   html->Text("Map of " + view::TextOf(block.network)).Markup("\">");
+  Html in_conflict;
   std::vector<const Network*> around;
   for (std::size_t i = block.begin; i < block.end; ++i) {
     const Prefix& prefix = space.prefixes[i];
@@ -149,10 +152,10 @@ void AddStrip(const Space& space, const Block& block, Html* html) {
       around.pop_back();
     }
     AddBar(prefix, block.network, around.size(), IsOnTop(space, block, i),
-           html);
+           prefix.InConflict() ? &in_conflict : html);
     around.push_back(&prefix.network);
   }
-  html->Markup("</svg>");
+  html->Add(in_conflict).Markup("</svg>");
 }
 
 // The bar of a row: the row itself says what it is.
@@ -278,11 +281,13 @@ void PlanWriter::AddTable(const Space& space,
                           const Network& network, bool with_anchors) {
   html_.Markup("<table class=\"plan\"><caption class=\"unseen\">Prefixes in ");
   html_.Text(view::TextOf(network)).Markup(" of ").Text(space.name);
-  html_.Markup("</caption><thead class=\"unseen\"><tr>");
-  html_.Markup("<th scope=\"col\">Prefix</th>");
-  html_.Markup("<th scope=\"col\">Interface and state</th>");
-  html_.Markup("<th scope=\"col\">Position in the block</th></tr></thead>");
-  html_.Markup("<tbody>\n");
+  html_.Markup(
+      "</caption><colgroup><col class=\"prefix\" /><col />"
+      "<col class=\"place\" /></colgroup><thead><tr>"
+      "<th scope=\"col\"><span class=\"unseen\">Prefix</span></th>"
+      "<th scope=\"col\"><span class=\"unseen\">Interface and state</span>"
+      "</th><th scope=\"col\"><span class=\"unseen\">Position in the block"
+      "</span></th></tr></thead>\n<tbody>\n");
   for (const std::size_t row : rows) {
     AddRow(space, space.prefixes[row], network, with_anchors);
   }

@@ -20,14 +20,17 @@ struct Scale {
 constexpr Scale kIpv4Scale = {8, 24};
 constexpr Scale kIpv6Scale = {32, 64};
 
-// Two halves are far apart when the one with more prefixes fills less than 1/16
-// of the picture.
+// Two halves are far apart when the one with more nests fills less than 1/16 of
+// the picture.
 constexpr unsigned kFarBits = 4;
 
-// Of more nests than that, none is cut off with only a few others: so many
-// pictures of little would be harder to read than one that is not to scale.
-constexpr std::size_t kManyNests = 96;
-constexpr std::size_t kFewNests = 8;
+// What is far apart is cut where so many nests get a better picture: of a few
+// nests, each may have its own; of many, so many pictures would be harder to
+// read than one that is not to scale.
+std::size_t WorthAPicture(std::size_t nests) {
+  if (nests <= 16) return 1;
+  return nests <= 96 ? 4 : 8;
+}
 
 const Scale& ScaleOf(Family family) {
   return family == Family::kIpv4 ? kIpv4Scale : kIpv6Scale;
@@ -37,54 +40,61 @@ bool BitAt(const Network& network, unsigned place) {
   return (network.first[place / 8] & (0x80U >> (place % 8))) != 0;
 }
 
-// Nests, and how they are joined into blocks.
-class Cutter {
+// Joins the nests of one family, neighbours first, as far as their picture
+// stays readable.
+class Joiner {
  public:
-  explicit Cutter(const std::vector<Block>& nests) : nests_(nests) {}
-
-  // Cuts nests_[begin, end), which are of one family.
-  void Cut(std::size_t begin, std::size_t end) {
-    const Network cover = CoverOf(begin, end);
-    if (end - begin == 1) return Emit(cover, begin, end);
-    // They are apart: each is longer than their cover, and by the next bit some
-    // are in its lower half, some in its upper.
-    std::size_t middle = begin + 1;
-    while (!BitAt(nests_[middle].network, cover.length)) ++middle;
-    if (!MustCut(cover, begin, middle, end)) return Emit(cover, begin, end);
-    Cut(begin, middle);
-    Cut(middle, end);
+  Joiner(const std::vector<Block>& nests, std::size_t begin, std::size_t end)
+      : nests_(nests), worth_(WorthAPicture(end - begin)) {
+    Join(begin, end);
   }
 
   std::vector<Block> blocks;
 
  private:
-  Network CoverOf(std::size_t begin, std::size_t end) const {
-    return view::CoverOf(nests_[begin].network, nests_[end - 1].network);
+  // Appends the blocks of nests_[begin, end). True when they are one.
+  bool Join(std::size_t begin, std::size_t end) {
+    const Block whole = BlockOf(begin, end);
+    if (end - begin == 1) {
+      blocks.push_back(whole);
+      return true;
+    }
+    // They are apart: each is longer than what contains all, and by the next
+    // bit some are in its lower half, some in its upper.
+    std::size_t middle = begin + 1;
+    while (!BitAt(nests_[middle].network, whole.network.length)) ++middle;
+    const bool lower_is_one = Join(begin, middle);
+    const bool upper_is_one = Join(middle, end);
+    if (!lower_is_one || !upper_is_one ||
+        IsUnreadable(whole, begin, middle, end)) {
+      return false;
+    }
+    blocks.pop_back();
+    blocks.back() = whole;
+    return true;
   }
 
-  bool MustCut(const Network& cover, std::size_t begin, std::size_t middle,
-               std::size_t end) const {
-    const Scale& scale = ScaleOf(cover.family);
-    if (cover.length < scale.widest) return true;
-    if (nests_[end - 1].end - nests_[begin].begin > kMaxBlockSize) return true;
-    if (cover.length >= scale.together) return false;
-    const std::size_t fewest = std::min(middle - begin, end - middle);
-    if (nests_.size() > kManyNests && fewest < kFewNests) return false;
-    return AreFarApart(cover, begin, middle, end);
+  bool IsUnreadable(const Block& whole, std::size_t begin, std::size_t middle,
+                    std::size_t end) const {
+    const unsigned length = whole.network.length;
+    const Scale& scale = ScaleOf(whole.network.family);
+    if (length < scale.widest) return true;
+    if (whole.end - whole.begin > kMaxBlockSize) return true;
+    if (length >= scale.together) return false;
+    const bool lower_is_more = middle - begin >= end - middle;
+    const Block more =
+        lower_is_more ? BlockOf(begin, middle) : BlockOf(middle, end);
+    return more.network.length > length + kFarBits &&
+           std::max(middle - begin, end - middle) >= worth_;
   }
 
-  bool AreFarApart(const Network& cover, std::size_t begin, std::size_t middle,
-                   std::size_t end) const {
-    const unsigned lower = CoverOf(begin, middle).length - cover.length;
-    const unsigned upper = CoverOf(middle, end).length - cover.length;
-    return (middle - begin >= end - middle ? lower : upper) > kFarBits;
-  }
-
-  void Emit(const Network& cover, std::size_t begin, std::size_t end) {
-    blocks.push_back({cover, nests_[begin].begin, nests_[end - 1].end});
+  Block BlockOf(std::size_t begin, std::size_t end) const {
+    return {view::CoverOf(nests_[begin].network, nests_[end - 1].network),
+            nests_[begin].begin, nests_[end - 1].end};
   }
 
   const std::vector<Block>& nests_;
+  const std::size_t worth_;
 };
 
 }  // namespace
@@ -103,17 +113,18 @@ std::vector<Block> NestsOf(const Space& space) {
 
 std::vector<Block> BlocksOf(const Space& space) {
   const std::vector<Block> nests = NestsOf(space);
-  Cutter cutter(nests);
+  std::vector<Block> blocks;
   std::size_t begin = 0;
   for (std::size_t end = 1; end <= nests.size(); ++end) {
     if (end < nests.size() &&
         nests[end].network.family == nests[begin].network.family) {
       continue;
     }
-    cutter.Cut(begin, end);
+    const Joiner joiner(nests, begin, end);
+    blocks.insert(blocks.end(), joiner.blocks.begin(), joiner.blocks.end());
     begin = end;
   }
-  return cutter.blocks;
+  return blocks;
 }
 
 Extent ExtentOf(const Network& inner, const Network& outer) {

@@ -164,7 +164,7 @@ TEST(Page, ShowsBothSidesWithTheirSourceLinesMarked) {
   EXPECT_EQ(tree.Texts("//li[@class='side']/p[@class='file']"),
             (Texts{"candidate.xml:7:9", "candidate.xml:19:5"}));
   EXPECT_EQ(tree.Texts("//pre/code"),
-            (Texts{"    <ip>10.0.0.1/24</ip>", "<ip>10.0.0.129/25</ip>"}));
+            (Texts{"<ip>10.0.0.1/24</ip>", "<ip>10.0.0.129/25</ip>"}));
   EXPECT_EQ(tree.Texts("//pre//mark"), (Texts{"10.0.0.1/24", "10.0.0.129/25"}));
 }
 

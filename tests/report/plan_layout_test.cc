@@ -112,6 +112,20 @@ TEST(BlocksOf, KeepsAPictureReadableHoweverManyThereAre) {
   }
 }
 
+// Four sites that lie as evenly as they are small.
+TEST(BlocksOf, DrawsLumpsEachToItsScale) {
+  Texts texts;
+  for (const char* site : {"0", "1", "2", "3"}) {
+    for (int i = 0; i < 8; ++i) {
+      texts.push_back(std::string("2001:db8:") + site + ":" +
+                      std::to_string(i) + "::/64");
+    }
+  }
+  EXPECT_EQ(Describe(BlocksOf(SpaceOf(texts))),
+            (Texts{"2001:db8::/61: 8", "2001:db8:1::/61: 8",
+                   "2001:db8:2::/61: 8", "2001:db8:3::/61: 8"}));
+}
+
 TEST(BlocksOf, CutsNoThousandPicturesOfOnePrefix) {
   Texts texts;
   for (int i = 0; i < 1000; ++i) {  // far from each other

@@ -121,7 +121,7 @@ void AddPlace(const Place& place, Html* html) {
 }
 
 void AddSide(const Culprit& culprit, Html* html) {
-  html->Markup("<li class=\"side\"><p class=\"role\"><strong>");
+  html->Markup(R"(<li class="side"><p class="role"><strong>)");
   html->Text(culprit.role.empty() ? "node" : culprit.role);
   html->Markup("</strong> ");
   if (!culprit.value.empty()) {
@@ -154,9 +154,9 @@ bool NamesAnAddress(const DeviceView* view, std::size_t finding) {
 
 void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
                 Html* html) {
-  html->Markup("<article class=\"finding\" id=\"").Text(id);
+  html->Markup(R"(<article class="finding" id=")").Text(id);
   html->Markup("\" aria-labelledby=\"").Text(id).Markup("-text\">\n");
-  html->Markup("<h4 class=\"text\" id=\"").Text(id).Markup("-text\">");
+  html->Markup(R"(<h4 class="text" id=")").Text(id).Markup("-text\">");
   html->Text(finding.text).Markup("</h4>\n");
   if (!finding.culprits.empty()) {
     html->Markup("<ul class=\"sides\">\n");
@@ -332,7 +332,7 @@ Html DeviceSection(const DeviceReport& device, const DeviceView* view,
                    std::size_t number) {
   const std::string id = "d" + std::to_string(number);
   Html html;
-  html.Markup("<section class=\"device\" id=\"").Text(id);
+  html.Markup(R"(<section class="device" id=")").Text(id);
   html.Markup("\" aria-labelledby=\"").Text(id).Markup("-name\">\n");
   AddHead(device, id, &html);
   if (device.status == kBadInput) {

@@ -43,7 +43,7 @@ const char* WordOf(std::size_t status) {
 }
 
 void AddListRow(const DeviceReport& device, std::size_t number, Html* html) {
-  html->Markup("<tr><th scope=\"row\"><a href=\"#d").Number(number);
+  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(number);
   html->Markup("\">").Text(device.candidate).Markup("</a></th><td>");
   AddVerdict(device.status, html);
   html->Markup("</td><td>");
@@ -115,7 +115,7 @@ Html HtmlWriter::Head() const {
   html.Text(": " + verdicts + ".").Markup("</p>\n</header>\n");
   if (is_one) return html;
   html.Markup("<nav aria-label=\"Candidates\">\n<table class=\"list\">");
-  html.Markup("<thead><tr><th scope=\"col\">Candidate</th><th scope=\"col\">");
+  html.Markup(R"(<thead><tr><th scope="col">Candidate</th><th scope="col">)");
   html.Markup("Verdict</th><th scope=\"col\">First finding</th></tr></thead>");
   html.Markup("\n<tbody>\n").Add(list_).Markup("</tbody></table>\n</nav>\n");
   return html;

@@ -117,10 +117,10 @@ void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
   html->Markup("<svg");
   AddExtent(extent, html);
   html->Markup(" y=\"").Number(y).Markup("\" height=\"").Number(height);
-  html->Markup("\" overflow=\"visible\"><title>").Text(NameOf(prefix));
+  html->Markup(R"(" overflow="visible"><title>)").Text(NameOf(prefix));
   html->Markup("</title><rect class=\"bar");
   AddState(prefix, html);
-  html->Markup("\" width=\"100%\" height=\"100%\" />");
+  html->Markup(R"(" width="100%" height="100%" />)");
   html->Markup("</svg>");
   // Names over the hatching of conflicts cannot be read.
   if (!has_room || prefix.InConflict() || extent.size < kNamedShare) return;
@@ -129,8 +129,8 @@ void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
   AddState(prefix, html);
   html->Markup("\"");
   AddExtent(extent, html);
-  html->Markup(" height=\"100%\" aria-hidden=\"true\">");
-  html->Markup("<text x=\"6\" y=\"20\">").Text(prefix.interface);
+  html->Markup(R"( height="100%" aria-hidden="true">)");
+  html->Markup(R"(<text x="6" y="20">)").Text(prefix.interface);
   html->Markup("</text></svg>");
 }
 
@@ -142,7 +142,7 @@ bool IsOnTop(const Space& space, const Block& block, std::size_t i) {
 
 // Those in conflict last, so that no neighbour covers the edge of a narrow one.
 void AddStrip(const Space& space, const Block& block, Html* html) {
-  html->Markup("<svg class=\"strip\" role=\"img\" aria-label=\"");
+  html->Markup(R"(<svg class="strip" role="img" aria-label=")");
   html->Text("Map of " + view::TextOf(block.network)).Markup("\">");
   Html in_conflict;
   std::vector<const Network*> around;
@@ -161,7 +161,7 @@ void AddStrip(const Space& space, const Block& block, Html* html) {
 // The bar of a row: the row itself says what it is.
 void AddRowBar(const Prefix& prefix, const Network& network, Html* html) {
   const Extent extent = ExtentOf(prefix.network, network);
-  html->Markup("<svg class=\"track\" aria-hidden=\"true\"><rect class=\"bar");
+  html->Markup(R"(<svg class="track" aria-hidden="true"><rect class="bar)");
   AddState(prefix, html);
   html->Markup("\"");
   AddExtent(extent, html);
@@ -244,7 +244,7 @@ void PlanWriter::AddConflictText(const Space& space, const Prefix& prefix) {
     html_.Markup(" ").Text(with.text).Markup("</span>");
   }
   for (const std::size_t finding : prefix.findings) {
-    html_.Markup("<a class=\"why\" href=\"#").Text(id_).Markup("-f");
+    html_.Markup(R"(<a class="why" href="#)").Text(id_).Markup("-f");
     html_.Number(finding + 1).Markup("\">named by finding ");
     html_.Number(finding + 1).Markup("</a>");
   }
@@ -279,7 +279,7 @@ void PlanWriter::AddRow(const Space& space, const Prefix& prefix,
 void PlanWriter::AddTable(const Space& space,
                           const std::vector<std::size_t>& rows,
                           const Network& network, bool with_anchors) {
-  html_.Markup("<table class=\"plan\"><caption class=\"unseen\">Prefixes in ");
+  html_.Markup(R"(<table class="plan"><caption class="unseen">Prefixes in )");
   html_.Text(view::TextOf(network)).Markup(" of ").Text(space.name);
   html_.Markup(
       "</caption><colgroup><col class=\"prefix\" /><col />"
@@ -359,7 +359,7 @@ void PlanWriter::AddChanges(const Space& space,
 
 // A block of one prefix needs neither scale nor table.
 void PlanWriter::AddSingle(const Prefix& prefix) {
-  html_.Markup("<div class=\"block\"><span class=\"network\">");
+  html_.Markup(R"(<div class="block"><span class="network">)");
   html_.Text(prefix.text).Markup("</span> ").Text(OwnerOf(prefix));
   AddBadges(prefix);
   AddRowBar(prefix, prefix.network, &html_);
@@ -418,7 +418,7 @@ void PlanWriter::AddBands(const Space& space,
 void PlanWriter::AddSpace(const Space& space) {
   const Totals totals = TotalsOf(space);
   ++spaces_;
-  html_.Markup("<section class=\"space\" aria-labelledby=\"").Text(id_);
+  html_.Markup(R"(<section class="space" aria-labelledby=")").Text(id_);
   html_.Markup("-s").Number(spaces_).Markup("\">\n<h4 id=\"").Text(id_);
   html_.Markup("-s").Number(spaces_).Markup("\">").Text(space.name);
   html_.Markup("</h4>\n<p class=\"facts\">");

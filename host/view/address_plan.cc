@@ -72,7 +72,8 @@ std::optional<Network> ReadNetwork(Family family, const std::string& text) {
 }
 
 std::string_view AddressOf(const Prefix& prefix) {
-  return std::string_view(prefix.text).substr(0, prefix.text.find('/'));
+  const std::string_view text = prefix.text;
+  return text.substr(0, text.find('/'));
 }
 
 std::optional<Family> FamilyOf(const lysc_node& schema) {

@@ -13,8 +13,8 @@ namespace {
 using datastore::Change;
 using findings::Novelty;
 
-bool IsLeaf(const lyd_node& node) {
-  return (node.schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
+bool IsLeaf(const lysc_node& schema) {
+  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
 }
 
 bool IsImplicit(const lyd_node& node) {
@@ -34,19 +34,19 @@ void ListLeaves(const lyd_node& node, std::size_t root,
   for (; child != nullptr; child = child->next) {
     if (lysc_is_key(child->schema) || IsImplicit(*child)) continue;
     const std::size_t size = lines->size();
-    if (!IsLeaf(*child)) ListLeaves(*child, root, lines);
+    if (!IsLeaf(*child->schema)) ListLeaves(*child, root, lines);
     // An entry of nothing but keys is something, a plain container is not.
     const bool says_more = lines->size() > size;
     if (says_more || IsPlainContainer(*child->schema)) continue;
     std::string line = confd::PrintPath(child).substr(root + 1);
-    if (IsLeaf(*child)) line += std::string(" ") + lyd_get_value(child);
+    if (IsLeaf(*child->schema)) line += std::string(" ") + lyd_get_value(child);
     lines->push_back(std::move(line));
   }
 }
 
 std::vector<std::string> ContentOf(const lyd_node* node) {
   if (node == nullptr) return {};
-  if (IsLeaf(*node)) return {lyd_get_value(node)};
+  if (IsLeaf(*node->schema)) return {lyd_get_value(node)};
   std::vector<std::string> lines;
   ListLeaves(*node, confd::PrintPath(node).size(), &lines);
   return lines;
@@ -61,13 +61,14 @@ Novelty NoveltyOf(const Change& change) {
 void Append(const std::vector<Change>& changes,
             std::vector<ChangeLine>* lines) {
   for (const Change& change : changes) {
-    const lyd_node* node =
-        change.after != nullptr ? change.after : change.before;
     const bool in_both = change.before != nullptr && change.after != nullptr;
-    if (!IsLeaf(*node) && (in_both || IsPlainContainer(*change.schema))) {
+    if (!IsLeaf(*change.schema) &&
+        (in_both || IsPlainContainer(*change.schema))) {
       Append(change.children, lines);
       continue;
     }
+    const lyd_node* node =
+        change.after != nullptr ? change.after : change.before;
     if (!in_both && IsImplicit(*node)) continue;
     lines->push_back({NoveltyOf(change), confd::PrintPath(node),
                       ContentOf(change.before), ContentOf(change.after)});

@@ -15,11 +15,9 @@ namespace {
 using host_test::ProjectModel;
 using host_test::TempDir;
 using ipav::datastore::DataTree;
-using ipav::findings::Culprit;
 using ipav::findings::Finding;
 using ipav::findings::Novelty;
 using ipav::view::AddressPlan;
-using ipav::view::Family;
 using ipav::view::PlanOf;
 using ipav::view::Prefix;
 using ipav::view::Space;
@@ -181,7 +179,7 @@ TEST(AddressPlan, KnowsTheFindingsThatNameAnAddress) {
 
 // Every pair of the plan against plain arithmetic on numbers.
 TEST(AddressPlan, MarksExactlyThosePrefixesThatArithmeticFindsInConflict) {
-  std::mt19937 random(1);
+  std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): repeatable
   const auto below = [&](unsigned n) {
     return static_cast<unsigned>(random() % n);
   };

@@ -37,8 +37,11 @@ TEST(Escaped, ShowsControlCharactersBySymbol) {
 }
 
 TEST(Escaped, ShowsWhatTurnsTheDirectionOfWritingByNumber) {
-  EXPECT_EQ(Escaped("a\u202eb"), "a[U+202E]b");
-  EXPECT_EQ(Escaped("\u2066\u200f\u061c"), "[U+2066][U+200F][U+061C]");
+  EXPECT_EQ(Escaped("a\xe2\x80\xae"
+                    "b"),
+            "a[U+202E]b");
+  EXPECT_EQ(Escaped("\xe2\x81\xa6\xe2\x80\x8f\xd8\x9c"),
+            "[U+2066][U+200F][U+061C]");
 }
 
 TEST(Escaped, ReplacesBytesThatAreNoUtf8) {

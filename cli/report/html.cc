@@ -1,6 +1,5 @@
 #include "report/html.h"
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -36,11 +35,9 @@ void Copy(std::FILE* from, std::FILE* to) {
   }
 }
 
-const char* WordOf(std::size_t status) {
-  constexpr std::array<const char*, 4> kWords = {"accepted", "refused",
-                                                 "not read", "not judged"};
-  return kWords[status];
-}
+// By ExitStatus.
+constexpr const char* kVerdicts[] = {"accepted", "refused", "not read",
+                                     "not judged"};
 
 void AddListRow(const DeviceReport& device, std::size_t number, Html* html) {
   html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(number);
@@ -89,7 +86,7 @@ Html HtmlWriter::Head() const {
   for (std::size_t status = 0; status < 4; ++status) {
     if (by_status_[status] == 0) continue;
     verdicts += (verdicts.empty() ? "" : ", ") +
-                std::to_string(by_status_[status]) + " " + WordOf(status);
+                std::to_string(by_status_[status]) + " " + kVerdicts[status];
   }
   const bool is_one = devices_ == 1;
   Html html;

@@ -235,9 +235,8 @@ std::string SpaceOf(const std::string& vrf) {
 std::vector<Space> SplitBySpace(std::vector<Prefix> prefixes) {
   std::map<std::pair<bool, std::string>, std::vector<Prefix>> by_vrf;
   for (Prefix& prefix : prefixes) {
-    std::string vrf = SpaceOf(prefix.vrf);
-    const bool is_other = vrf != "global";
-    by_vrf[{is_other, std::move(vrf)}].push_back(std::move(prefix));
+    const std::string vrf = SpaceOf(prefix.vrf);
+    by_vrf[{vrf != "global", vrf}].push_back(std::move(prefix));
   }
   std::vector<Space> spaces;
   for (auto& [key, members] : by_vrf) {

@@ -17,8 +17,8 @@ bool IsLeaf(const lysc_node& schema) {
   return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
 }
 
-bool IsImplicit(const lyd_node& node) {
-  return (node.flags & LYD_DEFAULT) != 0;
+bool IsImplicit(const lyd_node* node) {
+  return node != nullptr && (node->flags & LYD_DEFAULT) != 0;
 }
 
 // Exists with its parent and says nothing of its own.
@@ -32,7 +32,7 @@ void ListLeaves(const lyd_node& node, std::size_t root,
                 std::vector<std::string>* lines) {
   const lyd_node* child = lyd_child(&node);
   for (; child != nullptr; child = child->next) {
-    if (lysc_is_key(child->schema) || IsImplicit(*child)) continue;
+    if (lysc_is_key(child->schema) || IsImplicit(child)) continue;
     const std::size_t size = lines->size();
     if (!IsLeaf(*child->schema)) ListLeaves(*child, root, lines);
     // An entry of nothing but keys is something, a plain container is not.
@@ -69,7 +69,7 @@ void Append(const std::vector<Change>& changes,
     }
     const lyd_node* node =
         change.after != nullptr ? change.after : change.before;
-    if (!in_both && IsImplicit(*node)) continue;
+    if (!in_both && IsImplicit(node)) continue;
     lines->push_back({NoveltyOf(change), confd::PrintPath(node),
                       ContentOf(change.before), ContentOf(change.after)});
   }

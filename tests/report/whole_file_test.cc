@@ -21,6 +21,9 @@ using ipav::cli::report::ExpectWritable;
 using ipav::cli::report::WriteError;
 using ipav::cli::report::WriteWhole;
 
+constexpr auto kOwnersAndGroups =
+    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+
 std::string Read(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
@@ -56,10 +59,10 @@ TEST(WriteWhole, MakesTheFileAndNothingElse) {
 TEST(WriteWhole, ReplacesAFileAndKeepsItsPermissions) {
   const TempDir folder;
   const std::string path = folder.Write("page.html", "old and longer");
-  fs::permissions(path, fs::perms(0640));
+  fs::permissions(path, kOwnersAndGroups);
   Write(path, "new");
   EXPECT_EQ(Read(path), "new");
-  EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
+  EXPECT_EQ(fs::status(path).permissions(), kOwnersAndGroups);
 }
 
 TEST(WriteWhole, GivesANewFileThePermissionsOfAnyNewFile) {
@@ -68,7 +71,7 @@ TEST(WriteWhole, GivesANewFileThePermissionsOfAnyNewFile) {
   Write(folder.path() + "/page.html", "new");
   umask(mask);
   EXPECT_EQ(fs::status(folder.path() + "/page.html").permissions(),
-            fs::perms(0640));
+            kOwnersAndGroups);
 }
 
 TEST(WriteWhole, LeavesWhatWasThereWhenTheWriterFails) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -16,6 +17,8 @@
 #include "fleet/devices.h"
 #include "fleet/fleet.h"
 #include "judge.h"
+#include "report/device_html.h"
+#include "report/html.h"
 #include "timing.h"
 
 namespace ipav::cli {
@@ -58,15 +61,45 @@ SharedRunning ReadShared(const Model& model, std::size_t devices,
   return {options.running, ReadInTime(model, options.running, options)};
 }
 
+// The page to look at, where one is wanted.
+class Page {
+ public:
+  explicit Page(const CheckOptions& options)
+      : failed_only_(options.report.failed_only) {
+    if (options.page.empty()) return;
+    writer_ = std::make_unique<report::HtmlWriter>(options.page);
+  }
+
+  void Add(const DeviceReport& device) {
+    if (writer_ == nullptr) return;
+    if (failed_only_ && device.status == kAccepted) return;
+    writer_->AddSection(
+        device, device.number,
+        device.page_section.empty()
+            ? report::DeviceSection(device, nullptr, device.number).str()
+            : device.page_section);
+  }
+
+  void End() {
+    if (writer_ != nullptr) writer_->End();
+  }
+
+ private:
+  const bool failed_only_;
+  std::unique_ptr<report::HtmlWriter> writer_;
+};
+
 // In this process, with nothing but a line on standard error for bad input.
 ExitStatus CheckOne(const Judge& judge, const Device& device,
-                    ReportOutput* output) {
+                    ReportOutput* output, Page* page) {
   const DeviceReport report = judge(device, OnStandardError);
   if (report.status == kBadInput) {
     TellOnStandardError(report);
   } else {
     output->Add(report);
     output->End(false);
+    page->Add(report);
+    page->End();
   }
   return report.status;
 }
@@ -88,6 +121,7 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
       options.report,
       {options.all, options.verbose, WantsColor(options.color, terminal)},
       &run);
+  Page page(options);
   // Left to the end of the program, as what is read by it.
   base::Stopwatch watch;
   static const Model& model =
@@ -97,7 +131,7 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
   const Judge judge(model, running, locations, options);
   const bool is_one = run.list_size == 1 && !is_fleet;
   if (is_one && output.is_plain()) {
-    const ExitStatus status = CheckOne(judge, devices.front(), &output);
+    const ExitStatus status = CheckOne(judge, devices.front(), &output, &page);
     if (options.timing) PrintTime("total", total.Lap());
     return status;
   }

@@ -20,7 +20,8 @@ namespace ipav::cli {
 struct CheckOptions {
   std::string running;  // file; empty: nothing is configured yet
   std::vector<std::string> candidates;  // files, and folders of them
-  bool all = false;                     // list the answer of every point
+  std::string page;            // file of the page to look at; empty: none
+  bool all = false;            // list the answer of every point
   bool verbose = false;        // debug lines and platform calls as well
   std::string color = "auto";  // or always, never
   bool timing = false;         // where the time went, on standard error

@@ -15,6 +15,8 @@
 #include "datastore/input_text.h"
 #include "findings/finder.h"
 #include "reading_time.h"
+#include "report/device_html.h"
+#include "report/device_view.h"
 #include "source/source_text.h"
 #include "timing.h"
 #include "trace.h"
@@ -195,6 +197,14 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
       {locations_.plugin, options_.all, options_.time_limit}, options_.trace);
   report.status = StatusOf(report.outcome.verdict);
   report.findings = FindingsOf(report, running, transaction, candidate->text);
+  if (!options_.page.empty()) {
+    const report::DeviceView view = {
+        view::ListChanges(transaction.diff()),
+        view::PlanOf(transaction.running(), transaction.candidate(),
+                     report.findings)};
+    report.page_section =
+        report::DeviceSection(report, &view, device.number).str();
+  }
   if (options_.timing) {
     PrintTimes(device.candidate, times);
     PrintTime(device.candidate + ": diff", diff);

@@ -37,6 +37,7 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  ipav check --running running.xml candidate.xml\n"
     "  ipav check --running running.json --all a.json b.json\n"
+    "  ipav check --running running.xml --report page.html candidate.xml\n"
     "  ipav check --verbose first-configuration.xml\n"
     "  ipav check --failed-only -j 8 devices/\n"
     "  ipav check --format json --output 2.json --shard 2/4 devices/\n"
@@ -169,6 +170,10 @@ CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options->verbose,
                   "Show debug lines and platform calls");
+  check
+      ->add_option("--report", options->page,
+                   "Write a page to look at as well, to that file (HTML)")
+      ->type_name("FILE");
   check->add_flag("--trace", options->trace,
                   "Write every platform call with its answer and its time to "
                   "standard error, of one device at a time");

@@ -23,6 +23,7 @@ using report::Json;
 
 // What a device's process sends home is one of these.
 constexpr char kReport[] = "report";
+constexpr char kPageSection[] = "pageSection";  // beside it
 constexpr char kNoPlugin[] = "noPlugin";  // which no other device has either
 
 // Those that this program may use.
@@ -34,7 +35,9 @@ std::size_t Processors() {
 }
 
 std::string MessageOf(const DeviceReport& report) {
-  return Json({{kReport, report::ToJson(report)}}).dump();
+  return Json({{kReport, report::ToJson(report)},
+               {kPageSection, report.page_section}})
+      .dump();
 }
 
 // In the device's process. Returns its exit status.
@@ -76,7 +79,9 @@ DeviceReport ReportOf(const Device& device, const Pool::Result& result) {
   if (message.contains(kNoPlugin)) {
     throw std::runtime_error(message.at(kNoPlugin).get<std::string>());
   }
-  return report::FromJson(message.at(kReport));
+  DeviceReport report = report::FromJson(message.at(kReport));
+  report.page_section = message.at(kPageSection).get<std::string>();
+  return report;
 }
 
 }  // namespace

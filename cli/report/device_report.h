@@ -20,7 +20,10 @@ struct DeviceReport {
   std::string input_error;  // of kBadInput: one line, FILE:LINE: reason
   commit::Outcome outcome;  // of all others
   std::vector<findings::Finding> findings;  // refusals, in their order
-  double seconds = 0;                       // from reading to verdict
+  // Of the page to look at, made where both configurations are at hand; empty
+  // where nobody asked for one, or there was no commit.
+  std::string page_section;
+  double seconds = 0;  // from reading to verdict
 };
 
 }  // namespace ipav::cli::report

@@ -1,0 +1,23 @@
+// The part of the page that is one device's.
+#ifndef IPAV_CLI_REPORT_DEVICE_HTML_H_
+#define IPAV_CLI_REPORT_DEVICE_HTML_H_
+
+#include <cstddef>
+
+#include "report/device_report.h"
+#include "report/device_view.h"
+#include "report/html_text.h"
+
+namespace ipav::cli::report {
+
+// A section with the identifier "d" + `number`, which begins all others in it.
+// `view` is null where the configurations could not be read.
+Html DeviceSection(const DeviceReport& device, const DeviceView* view,
+                   std::size_t number);
+
+// "<span>refused</span>", coloured.
+void AddVerdict(ExitStatus status, Html* html);
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_DEVICE_HTML_H_

@@ -1,0 +1,58 @@
+// One page of all devices, which needs nothing but itself: no script, no style,
+// font or image from elsewhere, and the browser is told to ask for none.
+#ifndef IPAV_CLI_REPORT_HTML_H_
+#define IPAV_CLI_REPORT_HTML_H_
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "report/device_html.h"
+#include "report/device_report.h"
+#include "report/device_view.h"
+#include "report/html_text.h"
+#include "report/writer.h"
+
+namespace ipav::cli::report {
+
+// The devices wait in a file without a name, so that a fleet needs no more
+// memory than one device; what is kept of each is its line in the list.
+class HtmlWriter : public Writer {
+ public:
+  // The page is written to that file, by End() and at once. Throws WriteError
+  // where it can be seen now that this will fail.
+  explicit HtmlWriter(std::string file);
+
+  // Without what changed and without a plan.
+  void Add(const DeviceReport& device) override;
+  void Add(const DeviceReport& device, const DeviceView& view);
+  // With a section that was made elsewhere, under a number that no other has.
+  void AddSection(const DeviceReport& device, std::size_t number,
+                  const std::string& section);
+
+  // Throws WriteError.
+  void End() override;
+
+  const std::string& file() const { return file_; }
+
+ private:
+  struct FileCloser {
+    void operator()(std::FILE* file) const {
+      static_cast<void>(std::fclose(file));
+    }
+  };
+
+  Html Head() const;
+
+  const std::string file_;
+  std::unique_ptr<std::FILE, FileCloser> sections_;
+  Html list_;  // rows
+  std::size_t devices_ = 0;
+  std::size_t by_status_[4] = {0, 0, 0, 0};
+  std::string last_;  // candidate
+};
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_HTML_H_

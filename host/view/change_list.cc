@@ -1,0 +1,86 @@
+#include "view/change_list.h"
+
+#include <libyang/libyang.h>
+
+#include <utility>
+
+#include "confd/path.h"
+
+namespace ipav::view {
+
+namespace {
+
+using datastore::Change;
+using findings::Novelty;
+
+bool IsLeaf(const lysc_node& schema) {
+  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
+}
+
+bool IsImplicit(const lyd_node* node) {
+  return node != nullptr && (node->flags & LYD_DEFAULT) != 0;
+}
+
+// Exists with its parent and says nothing of its own.
+bool IsPlainContainer(const lysc_node& schema) {
+  return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
+}
+
+// The leaves below `node`; their paths from `root`, which has a path of that
+// size.
+void ListLeaves(const lyd_node& node, std::size_t root,
+                std::vector<std::string>* lines) {
+  const lyd_node* child = lyd_child(&node);
+  for (; child != nullptr; child = child->next) {
+    if (lysc_is_key(child->schema) || IsImplicit(child)) continue;
+    const std::size_t size = lines->size();
+    if (!IsLeaf(*child->schema)) ListLeaves(*child, root, lines);
+    // An entry of nothing but keys is something, a plain container is not.
+    const bool says_more = lines->size() > size;
+    if (says_more || IsPlainContainer(*child->schema)) continue;
+    std::string line = confd::PrintPath(child).substr(root + 1);
+    if (IsLeaf(*child->schema)) line += std::string(" ") + lyd_get_value(child);
+    lines->push_back(std::move(line));
+  }
+}
+
+std::vector<std::string> ContentOf(const lyd_node* node) {
+  if (node == nullptr) return {};
+  if (IsLeaf(*node->schema)) return {lyd_get_value(node)};
+  std::vector<std::string> lines;
+  ListLeaves(*node, confd::PrintPath(node).size(), &lines);
+  return lines;
+}
+
+Novelty NoveltyOf(const Change& change) {
+  if (change.before == nullptr) return Novelty::kAdded;
+  if (change.after == nullptr) return Novelty::kRemoved;
+  return Novelty::kChanged;
+}
+
+void Append(const std::vector<Change>& changes,
+            std::vector<ChangeLine>* lines) {
+  for (const Change& change : changes) {
+    const bool in_both = change.before != nullptr && change.after != nullptr;
+    if (!IsLeaf(*change.schema) &&
+        (in_both || IsPlainContainer(*change.schema))) {
+      Append(change.children, lines);
+      continue;
+    }
+    const lyd_node* node =
+        change.after != nullptr ? change.after : change.before;
+    if (!in_both && IsImplicit(node)) continue;
+    lines->push_back({NoveltyOf(change), confd::PrintPath(node),
+                      ContentOf(change.before), ContentOf(change.after)});
+  }
+}
+
+}  // namespace
+
+std::vector<ChangeLine> ListChanges(const datastore::Diff& diff) {
+  std::vector<ChangeLine> lines;
+  Append(diff.top(), &lines);
+  return lines;
+}
+
+}  // namespace ipav::view

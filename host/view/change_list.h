@@ -1,0 +1,29 @@
+// What a transaction changes, as a list to be read.
+#ifndef IPAV_HOST_VIEW_CHANGE_LIST_H_
+#define IPAV_HOST_VIEW_CHANGE_LIST_H_
+
+#include <string>
+#include <vector>
+
+#include "datastore/diff.h"
+#include "findings/finding.h"
+
+namespace ipav::view {
+
+// A leaf with another value, or the uppermost node that was added or removed.
+struct ChangeLine {
+  findings::Novelty novelty = findings::Novelty::kChanged;
+  std::string path;
+  // What stood and what stands there: the value of a leaf, or the leaves below
+  // a list entry or container, one "PATH VALUE" each. Keys are left out, since
+  // the path has them, and so are defaults that nobody wrote.
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+};
+
+// In the order of the diff.
+std::vector<ChangeLine> ListChanges(const datastore::Diff& diff);
+
+}  // namespace ipav::view
+
+#endif  // IPAV_HOST_VIEW_CHANGE_LIST_H_

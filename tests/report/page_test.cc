@@ -1,0 +1,445 @@
+// The page of handmade reports.
+
+#include <confd_lib.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "datastore/diff.h"
+#include "fixtures.h"
+#include "page_tree.h"
+#include "report/html.h"
+#include "report/whole_file.h"
+#include "view/address_plan.h"
+#include "view/change_list.h"
+
+namespace {
+
+using host_test::ProjectModel;
+using host_test::TempDir;
+using ipav::cli::kAccepted;
+using ipav::cli::kBadInput;
+using ipav::cli::kPluginFailed;
+using ipav::cli::kRefused;
+using ipav::cli::report::DeviceReport;
+using ipav::cli::report::DeviceView;
+using ipav::cli::report::HtmlWriter;
+using ipav::datastore::DataTree;
+using ipav::datastore::Diff;
+using ipav::findings::Culprit;
+using ipav::findings::Finding;
+using ipav::findings::Novelty;
+using ipav::findings::Place;
+using ipav::testing::FlawsOf;
+using ipav::testing::PageTree;
+
+using Texts = std::vector<std::string>;
+
+constexpr char kIntruderPath[] =
+    "/config/interface/l3{intruder}/ipv4/address/ip";
+
+Culprit MakeCulprit(const std::string& role, const std::string& path,
+                    const std::string& value, Novelty novelty,
+                    const Place& place) {
+  Culprit culprit;
+  culprit.role = role;
+  culprit.path = path;
+  culprit.value = value;
+  culprit.novelty = novelty;
+  culprit.place = place;
+  return culprit;
+}
+
+Finding Overlap() {
+  Finding finding;
+  finding.text = "l3 office overlaps with l3 intruder.";
+  finding.point = "ipv4_addr_validation";
+  finding.path = "/config/interface/l3";
+  finding.rule = "interface-overlap";
+  finding.title = "Interfaces overlap";
+  finding.advice = "Give one of them another subnet.";
+  finding.anchor = "interfaces-overlap";
+  finding.culprits = {
+      MakeCulprit("address", "/config/interface/l3{office}/ipv4/address/ip",
+                  "10.0.0.1/24", Novelty::kUnchanged,
+                  {"candidate.xml", 7, 9, 11, "    <ip>10.0.0.1/24</ip>"}),
+      MakeCulprit("overlaps with", kIntruderPath, "10.0.0.129/25",
+                  Novelty::kAdded,
+                  {"candidate.xml", 19, 5, 13, "<ip>10.0.0.129/25</ip>"})};
+  return finding;
+}
+
+DeviceReport Refused(std::vector<Finding> findings) {
+  DeviceReport device;
+  device.running = "running.xml";
+  device.candidate = "candidate.xml";
+  device.status = kRefused;
+  device.outcome.planned = 3;
+  device.outcome.answers.resize(2);
+  device.findings = std::move(findings);
+  return device;
+}
+
+DataTree Tree(const std::string& interfaces) {
+  if (interfaces.empty()) return DataTree::Empty(ProjectModel());
+  const TempDir files;
+  return DataTree::FromFile(
+      ProjectModel(),
+      files.Write("data.xml",
+                  "<config xmlns=\"urn:vorplex:config\"><interface>" +
+                      interfaces + "</interface></config>"));
+}
+
+std::string L3(const std::string& name, const std::string& ip,
+               const std::string& more = "") {
+  return "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" + name + "</name>" + more +
+         "<ipv4><address><ip>" + ip + "</ip></address></ipv4></l3>";
+}
+
+DeviceView View(const std::string& running, const std::string& candidate,
+                const std::vector<Finding>& findings) {
+  const DataTree before = Tree(running);
+  const DataTree after = Tree(candidate);
+  return {ipav::view::ListChanges(Diff(before, after)),
+          ipav::view::PlanOf(before, after, findings)};
+}
+
+DeviceView OverlapView() {
+  const std::string office = L3("office", "10.0.0.1/24");
+  return View(office + L3("old", "10.9.0.1/24"),
+              office + L3("intruder", "10.0.0.129/25"), {Overlap()});
+}
+
+template <typename Fill>
+std::string PageOf(const Fill& fill) {
+  const TempDir folder;
+  HtmlWriter writer(folder.path() + "/page.html");
+  writer.Begin();
+  fill(&writer);
+  writer.End();
+  std::ifstream file(writer.file(), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string PageOf(const DeviceReport& device, const DeviceView& view) {
+  return PageOf([&](HtmlWriter* writer) { writer->Add(device, view); });
+}
+
+std::string OverlapPage() {
+  return PageOf(Refused({Overlap()}), OverlapView());
+}
+
+bool Has(const Texts& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+// --- Findings
+
+TEST(Page, IsFlawless) { EXPECT_EQ(FlawsOf(OverlapPage()), Texts{}); }
+
+TEST(Page, ShowsTheTextVerbatimAndWhatToDo) {
+  const PageTree tree(OverlapPage());
+  EXPECT_EQ(tree.Texts("//article/h4"),
+            Texts{"l3 office overlaps with l3 intruder."});
+  EXPECT_EQ(tree.Texts("//article/dl/dd"),
+            (Texts{"Give one of them another subnet.", "Interfaces overlap",
+                   "ipv4_addr_validation", "/config/interface/l3",
+                   "docs/messages.md#interfaces-overlap"}));
+}
+
+TEST(Page, ShowsBothSidesWithTheirSourceLinesMarked) {
+  const PageTree tree(OverlapPage());
+  EXPECT_EQ(tree.Texts("//li[@class='side']//strong"),
+            (Texts{"address", "overlaps with"}));
+  EXPECT_EQ(tree.Texts("//li[@class='side']//code[@class='value']"),
+            (Texts{"10.0.0.1/24", "10.0.0.129/25"}));
+  EXPECT_EQ(tree.Texts("//li[@class='side']//span[starts-with(@class,"
+                       "'badge')]"),
+            (Texts{"unchanged", "added"}));
+  EXPECT_EQ(tree.Texts("//li[@class='side']/p[@class='file']"),
+            (Texts{"candidate.xml:7:9", "candidate.xml:19:5"}));
+  EXPECT_EQ(tree.Texts("//pre/code"),
+            (Texts{"<ip>10.0.0.1/24</ip>", "<ip>10.0.0.129/25</ip>"}));
+  EXPECT_EQ(tree.Texts("//pre//mark"), (Texts{"10.0.0.1/24", "10.0.0.129/25"}));
+}
+
+TEST(Page, MarksCharactersNotBytes) {
+  Finding finding = Overlap();
+  finding.culprits[0].place = {"c.xml", 1, 4, 2, "Zür東京 x"};
+  const PageTree tree(PageOf(Refused({finding}), {}));
+  EXPECT_EQ(tree.Texts("//mark")[0], "東京");
+}
+
+TEST(Page, SurvivesAPlaceOutsideOfItsLine) {
+  Finding finding = Overlap();
+  finding.culprits[0].place = {"c.xml", 1, 400, 20, "short"};
+  finding.culprits[1].place = {"c.xml", 1, 0, 20, "short"};
+  const std::string page = PageOf(Refused({finding}), {});
+  EXPECT_EQ(FlawsOf(page), Texts{});
+  const PageTree tree(page);
+  EXPECT_EQ(tree.Texts("//pre/code"), (Texts{"short", "short"}));
+  EXPECT_EQ(tree.Texts("//mark"), (Texts{"", "short"}));
+}
+
+TEST(Page, CutsALineWithoutAnEndAroundTheMark) {
+  Finding finding = Overlap();
+  const std::string line =
+      std::string(5000, 'a') + "MARK" + std::string(5000, 'b');
+  finding.culprits[0].place = {"c.json", 1, 5001, 4, line};
+  const PageTree tree(PageOf(Refused({finding}), {}));
+  EXPECT_EQ(tree.Texts("//pre/code")[0],
+            "…" + std::string(80, 'a') + "MARK" + std::string(80, 'b') + "…");
+}
+
+TEST(Page, SaysWhyCulpritsAreMissing) {
+  Finding finding = Overlap();
+  finding.culprits.clear();
+  finding.note = "Not found in the data.";
+  const PageTree tree(PageOf(Refused({finding}), {}));
+  EXPECT_EQ(tree.Texts("//p[@class='note']"), Texts{"Not found in the data."});
+}
+
+TEST(Page, LeadsFromAFindingToItsAddressAndBack) {
+  const PageTree tree(OverlapPage());
+  EXPECT_EQ(tree.Texts("//article//a/@href"), Texts{"#d1-f1-plan"});
+  EXPECT_EQ(tree.Texts("//tr[.//@id='d1-f1-plan']/th"), Texts{"10.0.0.1/24"});
+  EXPECT_EQ(tree.Texts("//tr//a/@href"), (Texts{"#d1-f1", "#d1-f1"}));
+}
+
+TEST(Page, GivesEachOfTwoFindingsOfOneAddressItsWayToIt) {
+  const std::string page =
+      PageOf(Refused({Overlap(), Overlap()}),
+             View("", L3("office", "10.0.0.1/24"), {Overlap(), Overlap()}));
+  EXPECT_EQ(FlawsOf(page), Texts{});
+  EXPECT_EQ(PageTree(page).Texts("//article//a/@href"),
+            (Texts{"#d1-f1-plan", "#d1-f2-plan"}));
+}
+
+// --- Changes
+
+TEST(Page, ListsWhatChangedWithItsValues) {
+  const PageTree tree(OverlapPage());
+  EXPECT_EQ(
+      tree.Texts("//table[@class='changes']/tbody//code"),
+      (Texts{"/config/interface/l3{intruder}", "/config/interface/l3{old}"}));
+  EXPECT_EQ(tree.Texts("//table[@class='changes']/tbody//ins"),
+            Texts{"ipv4/address/ip 10.0.0.129/25"});
+  EXPECT_EQ(tree.Texts("//table[@class='changes']/tbody//del"),
+            Texts{"ipv4/address/ip 10.9.0.1/24"});
+}
+
+TEST(Page, SaysThatNothingChanged) {
+  const PageTree tree(PageOf(Refused({}), {}));
+  EXPECT_TRUE(Has(tree.Texts("//h3/following-sibling::p"), "Nothing."));
+}
+
+TEST(Page, ClosesALongListOfChanges) {
+  std::string all;
+  for (int i = 0; i < 40; ++i) {
+    all += L3("i" + std::to_string(i), "10.0." + std::to_string(i) + ".1/24");
+  }
+  const PageTree tree(PageOf(Refused({}), View("", all, {})));
+  EXPECT_EQ(tree.Texts("//details[.//table[@class='changes']]/summary"),
+            Texts{"40 changes"});
+}
+
+// --- The plan
+
+TEST(Page, OpensConflictsBeforeEverythingElseInTheSpace) {
+  const PageTree tree(OverlapPage());
+  EXPECT_EQ(tree.Texts("//section[@class='space']/*[3]/h5"),
+            Texts{"Conflict in 10.0.0.0/24"});
+  EXPECT_EQ(tree.Count("//div[@class='clash']//ancestor::details"), 0U);
+  EXPECT_EQ(tree.Texts("//div[@class='clash']//tbody/tr/th"),
+            (Texts{"10.0.0.1/24", "10.0.0.129/25"}));
+  EXPECT_EQ(tree.Texts("//div[@class='clash']//span[@class='why']"),
+            (Texts{"overlaps with l3 intruder 10.0.0.129/25",
+                   "overlaps with l3 office 10.0.0.1/24"}));
+}
+
+TEST(Page, DrawsAPrefixWhereItLiesInItsBlock) {
+  const PageTree tree(OverlapPage());
+  const std::string row = "//div[@class='clash']//tr[th='10.0.0.129/25']//rect";
+  EXPECT_EQ(tree.Texts(row + "/@x"), Texts{"50%"});
+  EXPECT_EQ(tree.Texts(row + "/@width"), Texts{"50%"});
+  EXPECT_EQ(tree.Texts(row + "/@class"), Texts{"bar conflict new"});
+}
+
+TEST(Page, ShowsARemovedAddressWhereItWas) {
+  const PageTree tree(OverlapPage());
+  EXPECT_EQ(tree.Texts("//div[@class='block' and contains(., '10.9.0.1/24')]"
+                       "//span[@class='badge removed']"),
+            Texts{"removed"});
+}
+
+TEST(Page, SaysThatNoInterfaceHasAnAddress) {
+  const std::string page = PageOf(Refused({}), {});
+  EXPECT_NE(page.find("No interface has an address."), std::string::npos);
+}
+
+TEST(Page, PutsSpacesInConflictFirstAndManyQuietOnesAway) {
+  std::string all;
+  for (int i = 0; i < 30; ++i) {
+    const std::string number = std::to_string(i);
+    all += L3("i" + number, "10.0.0.1/24", "<vrf>v" + number + "</vrf>");
+  }
+  all += L3("z", "10.0.0.2/24", "<vrf>v7</vrf>");
+  const PageTree tree(PageOf(Refused({}), View(all, all, {})));
+  EXPECT_EQ(tree.Texts("//section[@class='space']/h4")[0], "VRF v7");
+  EXPECT_EQ(tree.Count("//section[@class='space']"), 30U);
+  EXPECT_EQ(tree.Texts("//details[section]/summary"),
+            Texts{"21 more address spaces without conflict or change"});
+}
+
+TEST(Page, ShowsTheFirstConflictsOfVeryManyAndAllWhenAsked) {
+  std::string all;
+  for (int i = 0; i < 60; ++i) {
+    const std::string net = "10.0." + std::to_string(i);
+    all += L3("a" + std::to_string(i), net + ".1/24");
+    all += L3("b" + std::to_string(i), net + ".2/24");
+  }
+  const PageTree tree(PageOf(Refused({}), View(all, all, {})));
+  EXPECT_EQ(tree.Count("//section/div[@class='clash']"), 40U);
+  EXPECT_EQ(tree.Texts("//details[div[@class='clash']]/summary"),
+            Texts{"20 more conflicts"});
+}
+
+// --- Devices
+
+TEST(Page, HasALineAndASectionForEachDevice) {
+  DeviceReport accepted;
+  accepted.candidate = "good.xml";
+  DeviceReport unread;
+  unread.candidate = "bad.xml";
+  unread.status = kBadInput;
+  unread.input_error = "bad.xml:3: reason";
+  DeviceReport dead;
+  dead.candidate = "deadly.xml";
+  dead.status = kPluginFailed;
+  dead.outcome.failure = "it was ended by signal 6";
+  dead.outcome.failed_point = "intf_vrf_validation";
+  dead.outcome.failed_path = "/config/interface/l3";
+  const std::string page = PageOf([&](HtmlWriter* writer) {
+    writer->Add(Refused({Overlap(), Overlap()}), OverlapView());
+    writer->Add(accepted, {});
+    writer->Add(unread);
+    writer->Add(dead);
+  });
+  EXPECT_EQ(FlawsOf(page), Texts{});
+  const PageTree tree(page);
+  EXPECT_EQ(tree.Texts("//nav//a"),
+            (Texts{"candidate.xml", "good.xml", "bad.xml", "deadly.xml"}));
+  EXPECT_EQ(tree.Texts("//nav//a/@href"), (Texts{"#d1", "#d2", "#d3", "#d4"}));
+  EXPECT_EQ(tree.Texts("//nav//td[2]"),
+            (Texts{"l3 office overlaps with l3 intruder. and 1 more", "",
+                   "bad.xml:3: reason", "it was ended by signal 6"}));
+  EXPECT_EQ(tree.Texts("//section/h2/span"),
+            (Texts{"refused", "accepted", "not read", "not judged"}));
+  EXPECT_EQ(tree.Texts("//header/p"),
+            Texts{"4 candidates: 1 accepted, 1 refused, 1 not read, 1 not "
+                  "judged."});
+  EXPECT_EQ(tree.Texts("//section[@id='d3']/p[@class='text']"),
+            Texts{"bad.xml:3: reason"});
+  EXPECT_EQ(tree.Texts("//section[@id='d4']//dd"),
+            (Texts{"intf_vrf_validation", "/config/interface/l3"}));
+}
+
+TEST(Page, OfOneDeviceHasNoList) {
+  EXPECT_EQ(PageTree(OverlapPage()).Count("//nav"), 0U);
+}
+
+TEST(Page, ListsWarningsAndFaults) {
+  DeviceReport device;
+  device.candidate = "c.xml";
+  ipav::commit::Answer warning;
+  warning.opaque = "intf_vrf_validation";
+  warning.path = "/config/interface/l3";
+  warning.result = CONFD_VALIDATION_WARN;
+  warning.text = "mind the gap";
+  device.outcome.answers = {warning};
+  device.outcome.faults = {"a fault"};
+  device.outcome.left_open = {"2 cursors"};
+  device.outcome.output = "chatter";
+  const PageTree tree(PageOf(device, {}));
+  EXPECT_EQ(tree.Texts("//ul[@class='warnings']/li"),
+            (Texts{"mind the gap intf_vrf_validation /config/interface/l3",
+                   "a fault", "The plug-in left 2 cursors open.",
+                   "The plug-in wrote: chatter"}));
+}
+
+// --- Hostile texts
+
+TEST(Page, LetsNothingOfTheDataBecomeMarkup) {
+  const std::string hostile =
+      "\"'><script src=//x.example/a.js></script><svg onload=alert(1)>&amp;"
+      "</style></title><!--";
+  Finding finding = Overlap();
+  for (std::string* text :
+       {&finding.text, &finding.point, &finding.path, &finding.title,
+        &finding.advice, &finding.anchor, &finding.note,
+        &finding.culprits[0].role, &finding.culprits[0].path,
+        &finding.culprits[0].value, &finding.culprits[0].place->file,
+        &finding.culprits[0].place->source_line}) {
+    *text = hostile;
+  }
+  DeviceReport device = Refused({finding});
+  device.running = device.candidate = hostile;
+  device.outcome.faults = {hostile};
+  device.outcome.output = hostile;
+  device.outcome.left_open = {hostile};
+  std::string name = hostile;  // as XML data
+  for (std::size_t at = 0; (at = name.find('&', at)) != std::string::npos;
+       at += 5) {
+    name.replace(at, 1, "&amp;");
+  }
+  for (std::size_t at = 0; (at = name.find('<', at)) != std::string::npos;) {
+    name.replace(at, 1, "&lt;");
+  }
+  const std::string vrf = "<vrf>" + name + "</vrf>";
+  const DeviceView view =
+      View("", L3(name, "10.0.0.1/24", vrf) + L3("b", "10.0.0.2/24", vrf), {});
+  const std::string page = PageOf(device, view);
+  EXPECT_EQ(FlawsOf(page), Texts{});
+  EXPECT_EQ(page.find("<script"), std::string::npos);
+  const PageTree tree(page);
+  EXPECT_EQ(tree.Texts("//h4[@class='text']"), Texts{hostile});
+  EXPECT_EQ(tree.Texts("//section[@class='space']/h4"),
+            Texts{"VRF " + hostile});
+  EXPECT_TRUE(Has(tree.Texts("//div[@class='clash']//td/text()"),
+                  "l3 " + hostile + " "));
+}
+
+TEST(Page, ShowsATextThatIsNoUtf8) {
+  Finding finding = Overlap();
+  finding.text = std::string("bad \xff\x00 byte", 11);
+  const std::string page = PageOf(Refused({finding}), {});
+  EXPECT_EQ(FlawsOf(page), Texts{});
+  EXPECT_EQ(PageTree(page).Texts("//h4[@class='text']"),
+            Texts{"bad \ufffd\u2400 byte"});
+}
+
+// --- The file
+
+TEST(Page, IsTheSameEachTime) { EXPECT_EQ(OverlapPage(), OverlapPage()); }
+
+TEST(Page, IsNotThereBeforeItsEnd) {
+  const TempDir folder;
+  const std::string path = folder.path() + "/page.html";
+  HtmlWriter writer(path);
+  writer.Add(Refused({Overlap()}), OverlapView());
+  EXPECT_FALSE(std::ifstream(path).good());
+  writer.End();
+  EXPECT_TRUE(std::ifstream(path).good());
+}
+
+TEST(Page, RefusesAFileThatCannotBeWrittenAtOnce) {
+  EXPECT_THROW(HtmlWriter("/nowhere/at/all.html"),
+               ipav::cli::report::WriteError);
+}
+
+}  // namespace

@@ -1,0 +1,153 @@
+// `ipav check --report` as its users meet it.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "generated.h"
+#include "page_tree.h"
+#include "run_process.h"
+
+namespace ipav::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Texts = std::vector<std::string>;
+
+const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
+const std::string kCampus = IPAV_EXAMPLES "/campus-core/";
+
+class ReportOption : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = fs::temp_directory_path() / "report-test-XXXXXX";
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    folder_ = name;
+    page_ = folder_ + "/page.html";
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  std::string Write(const std::string& name, const std::string& text) const {
+    std::ofstream(folder_ + "/" + name, std::ios::binary) << text;
+    return folder_ + "/" + name;
+  }
+
+  ProcessResult Check(Texts arguments) const {
+    const Texts begin = {IPAV_PROGRAM, "check", "--report", page_};
+    arguments.insert(arguments.begin(), begin.begin(), begin.end());
+    return RunProcess(arguments);
+  }
+
+  std::string Page() const {
+    std::ifstream file(page_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  std::string folder_;
+  std::string page_;
+};
+
+TEST_F(ReportOption, AddsAPageToTheOutputAndChangesNothingElse) {
+  const Texts files = {"--running", kBranch + "running.xml",
+                       kBranch + "office-overlaps-management.xml"};
+  const ProcessResult with = Check(files);
+  Texts plain = {IPAV_PROGRAM, "check"};
+  plain.insert(plain.end(), files.begin(), files.end());
+  const ProcessResult without = RunProcess(plain);
+  EXPECT_EQ(with.status, 1);
+  EXPECT_EQ(with.out, without.out);
+  EXPECT_EQ(with.err, "");
+  EXPECT_EQ(FlawsOf(Page()), Texts{});
+  const PageTree tree(Page());
+  EXPECT_EQ(tree.Texts("//h4[@class='text']"),
+            Texts{"l3 meeting-rooms vrf global ipv4 address 172.31.12.129/25 "
+                  "overlaps with mgmt eth0 vrf mgmt ipv4 address "
+                  "172.31.12.2/24."});
+  EXPECT_EQ(tree.Texts("//div[@class='clash']//tbody//th"),
+            (Texts{"172.31.12.2/24", "172.31.12.129/25"}));
+  EXPECT_EQ(tree.Texts("//table[@class='changes']/tbody//code"),
+            Texts{"/config/interface/l3{meeting-rooms}/ipv4/address/"
+                  "secondary{172.31.12.129/25}"});
+}
+
+TEST_F(ReportOption, PutsAllCandidatesOnOnePage) {
+  const ProcessResult result = Check(
+      {"--all", "--running", kCampus + "running.json",
+       kCampus + "ra-several-wrong-at-once.json", kCampus + "botany-added.json",
+       kCampus + "staff-admin-address-removed-under-ospf.json"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(FlawsOf(Page()), Texts{});
+  const PageTree tree(Page());
+  EXPECT_EQ(tree.Texts("//nav//td[1]"),
+            (Texts{"refused", "accepted", "refused"}));
+  EXPECT_EQ(tree.Count("//section[@id='d1']//article"), 5U);
+}
+
+TEST_F(ReportOption, JudgesAFirstConfiguration) {
+  EXPECT_EQ(Check({kBranch + "running.xml"}).status, 0);
+  const PageTree tree(Page());
+  EXPECT_EQ(tree.Texts("//head/title"),
+            Texts{kBranch + "running.xml: 1 accepted"});
+  EXPECT_NE(Page().find("Judged as a first configuration."), std::string::npos);
+  EXPECT_NE(Page().find("since nothing was configured"), std::string::npos);
+}
+
+class SizedReport : public ReportOption,
+                    public ::testing::WithParamInterface<std::size_t> {};
+
+TEST_P(SizedReport, HoldsEveryPrefixOnceInItsPlanAndFirstTheConflict) {
+  const std::size_t prefixes = GetParam();
+  const std::string running = Write("running.xml", Configuration(prefixes));
+  EXPECT_EQ(Check({"--running", running,
+                   Write("candidate.xml", WithIntruder(prefixes))})
+                .status,
+            1);
+  EXPECT_EQ(FlawsOf(Page()), Texts{});
+  const PageTree tree(Page());
+  EXPECT_EQ(tree.Count("//details[contains(@class, 'block')]//tbody/tr") +
+                tree.Count("//div[@class='block']"),
+            prefixes + 1);
+  EXPECT_EQ(tree.Texts("//div[@class='clash']//tbody//th"),
+            (Texts{"10.0.0.1/24", "10.0.0.129/25"}));
+  EXPECT_LT(Page().size(), 60000 + prefixes * 700);
+}
+
+INSTANTIATE_TEST_SUITE_P(Prefixes, SizedReport,
+                         ::testing::Values(3, 300, 3000));
+
+// --- What is not written
+
+TEST_F(ReportOption, IsNotWrittenWhereAnInputIsBad) {
+  const std::string old = Write("page.html", "old");
+  const ProcessResult result = Check({folder_ + "/missing.xml"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(Page(), "old");
+}
+
+TEST_F(ReportOption, EndsWithStatus2WhereItCannotBeWritten) {
+  page_ = folder_ + "/no/page.html";
+  const ProcessResult result =
+      Check({"--running", kBranch + "running.xml", kBranch + "running.xml"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "ipav: " + page_ + ": No such file or directory\n");
+}
+
+TEST_F(ReportOption, LeavesADeviceAlone) {
+  page_ = "/dev/null";
+  EXPECT_EQ(Check({kBranch + "running.xml"}).err,
+            "ipav: /dev/null: is no regular file\n");
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+}  // namespace
+
+}  // namespace ipav::testing

@@ -143,8 +143,10 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
           TellOnStandardError(device);
         }
         output.Add(device);
+        page.Add(device);
       });
   output.End(is_fleet);
+  page.End();
   if (options.timing) PrintTime("total", total.Lap());
   return run.summary.gravest();
 }

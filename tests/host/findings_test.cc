@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -489,13 +489,18 @@ TEST(FindingsTest, ARemovedRowOfOspfIsShownBesideTheAddressThatStays) {
 }
 
 // A commit of many refusals: each is traced without a walk over all nodes.
-TEST(FindingsTest, ThousandsOfFindingsTakeNoSquareOfTheirNumber) {
-  constexpr int kCount = 4000;
+// Of this process, whatever else the machine does.
+double ProcessorSeconds() {
+  return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+// What it takes to find the nodes of so many refusals.
+double SecondsFor(int count) {
   std::string text = "<config xmlns=\"urn:vorplex:config\"><interface>";
-  for (int i = 0; i < kCount; ++i) {
+  for (int i = 0; i < count; ++i) {
     text += "<mgmt xmlns=\"urn:vorplex:ipapp\"><name>m" + std::to_string(i) +
             "</name><ipv6><nd><ra><max-interval>4</max-interval>"
-            "<min-interval>4</min-interval></ra></nd></ipv6></mgmt>";
+            "<min-interval>4</min-interval></ra></nd></ipv6></mgmt>\n";
   }
   const File file("many.xml", text + "</interface></config>");
   const DataTree empty = DataTree::Empty(ProjectModel());
@@ -504,13 +509,19 @@ TEST(FindingsTest, ThousandsOfFindingsTakeNoSquareOfTheirNumber) {
   answer.result = -1;
   answer.text =
       "Minimum interval must be no greater than maximum interval * 0.75";
-  const auto begin = std::chrono::steady_clock::now();
-  for (int i = 0; i < kCount; ++i) {
+  const double begin = ProcessorSeconds();
+  for (int i = 0; i < count; ++i) {
     answer.path =
         "/config/interface/mgmt{m" + std::to_string(i) + "}/ipv6/nd/ra";
-    ASSERT_EQ(finder.Explain(answer).culprits.size(), 2U);
+    EXPECT_EQ(finder.Explain(answer).culprits.size(), 2U);
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+  return ProcessorSeconds() - begin;
+}
+
+TEST(FindingsTest, FourTimesTheFindingsTakeNoSquareOfTheirNumber) {
+  constexpr int kCount = 500;
+  // Four times is linear, sixteen times the square.
+  EXPECT_LT(SecondsFor(4 * kCount), 10 * SecondsFor(kCount));
 }
 
 }  // namespace

@@ -337,21 +337,25 @@ class OutcomeReader {
         outcome_.left_open.push_back(texts[1] + " " + texts[0] +
                                      (texts[1] == "1" ? "" : "s"));
         break;
-      case kTook:
-        outcome_.times.loading = Decode(texts[0]);
-        outcome_.times.planning = Decode(texts[1]);
-        outcome_.times.points = Decode(texts[2]);
-        break;
-      case kPointTook:
-        outcome_.times.of_points.push_back({texts[0], std::stoull(texts[1]),
-                                            std::stoull(texts[2]),
-                                            Decode(texts[3])});
-        break;
       case kFinished:
         finished_ = true;
         break;
       default:
+        TakeTimes(message);
         break;
+    }
+  }
+
+  void TakeTimes(const Message& message) {
+    const std::vector<std::string>& texts = message.texts;
+    CommitTimes& times = outcome_.times;
+    if (message.kind == kTook) {
+      times.loading = Decode(texts[0]);
+      times.planning = Decode(texts[1]);
+      times.points = Decode(texts[2]);
+    } else if (message.kind == kPointTook) {
+      times.of_points.push_back({texts[0], std::stoull(texts[1]),
+                                 std::stoull(texts[2]), Decode(texts[3])});
     }
   }
 

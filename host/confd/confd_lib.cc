@@ -126,8 +126,9 @@ void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
 
 int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
   ipav::confd::Session* session = ipav::confd::Session::Current();
-  if (session != nullptr)
+  if (session != nullptr) {
     session->CountCall(ipav::confd::PlatformCall::kPrintValue);
+  }
 
   const std::string text = ipav::confd::PrintValue(*v);
   ipav::confd::CallTrace trace(__func__);

@@ -285,8 +285,9 @@ int maapi_get_next(maapi_cursor* mc) {
 void maapi_destroy_cursor(maapi_cursor* mc) {
   confd::CallTrace trace(__func__);
   confd::Session* session = confd::Session::Current();
-  if (session != nullptr)
+  if (session != nullptr) {
     session->CountCall(confd::PlatformCall::kDestroyCursor);
+  }
   if (session != nullptr && mc->impl != nullptr) session->CountClosedCursor();
   FreeKeys(mc);
   delete static_cast<confd::CursorState*>(mc->impl);

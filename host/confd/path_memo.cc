@@ -19,6 +19,16 @@ bool SplitKeys(std::string_view text, std::vector<std::string_view>* keys) {
   return !keys->empty();
 }
 
+// The child of that name, which may have a prefix; null where there is none, or
+// more than one.
+const lysc_node* ChildOf(const datastore::Model& model, const lysc_node* parent,
+                         std::string_view name) {
+  const std::size_t colon = name.find(':');
+  if (colon == std::string_view::npos) return model.FindChild(parent, "", name);
+  if (colon == 0) return nullptr;
+  return model.FindChild(parent, name.substr(0, colon), name.substr(colon + 1));
+}
+
 }  // namespace
 
 Target PathMemo::Find(const std::string& path) {
@@ -58,46 +68,44 @@ bool PathMemo::ReadStep(std::string_view path) {
                           before.schema->nodetype == LYS_LIST;
   if (path[begin] != '/' || below_list) return false;
 
-  // 1. The name, and the node of the model that has it.
-  std::size_t end = std::min(path.find_first_of("/{", begin + 1), path.size());
-  std::string_view name = path.substr(begin + 1, end - begin - 1);
-  std::string_view prefix;
-  const std::size_t colon = name.find(':');
-  if (colon == 0) return false;
-  if (colon != std::string_view::npos) {
-    prefix = name.substr(0, colon);
-    name.remove_prefix(colon + 1);
-  }
-  Target target;
-  target.schema = tree_.model().FindChild(before.schema, prefix, name);
-  if (target.schema == nullptr) return false;
+  Step step{std::min(path.find_first_of("/{", begin + 1), path.size()), {}};
+  const std::string_view name = path.substr(begin + 1, step.end - begin - 1);
+  step.target.schema = ChildOf(tree_.model(), before.schema, name);
+  if (step.target.schema == nullptr || !ReadKeys(path, &step)) return false;
 
-  // 2. The keys.
-  keys_.clear();
-  if (end < path.size() && path[end] == '{') {
-    const std::size_t close = path.find('}', end);
-    if (close == std::string_view::npos ||
-        target.schema->nodetype != LYS_LIST ||
-        !SplitKeys(path.substr(end + 1, close - end - 1), &keys_) ||
-        keys_.size() != datastore::Model::FactsOf(*target.schema).key_count) {
-      return false;
-    }
-    end = close + 1;
-    if (end < path.size() && path[end] != '/') return false;
-    target.has_keys = true;
-  }
-
-  // 3. The instance; what is below an absent node is absent, too.
+  // What is below an absent node is absent, too.
   if (steps_.empty() || before.node != nullptr) {
-    target.parent = before.node;
-    target.node = target.has_keys
-                      ? FindEntry(tree_, target.parent, *target.schema,
-                                  keys_.data(), keys_.size())
-                      : tree_.Find(target.parent, *target.schema);
+    step.target.parent = before.node;
+    FindNode(&step.target);
   }
-  steps_.push_back({end, target});
+  steps_.push_back(step);
   ++steps_read_;
   return true;
+}
+
+// Reads the keys of a step, if it has any. False where they are not those of a
+// list, or take a closer look.
+bool PathMemo::ReadKeys(std::string_view path, Step* step) {
+  keys_.clear();
+  if (step->end == path.size() || path[step->end] != '{') return true;
+  const lysc_node& node = *step->target.schema;
+  const std::size_t begin = step->end + 1;
+  const std::size_t close = path.find('}', begin);
+  if (close == std::string_view::npos || node.nodetype != LYS_LIST) {
+    return false;
+  }
+  step->end = close + 1;
+  step->target.has_keys = true;
+  return SplitKeys(path.substr(begin, close - begin), &keys_) &&
+         keys_.size() == datastore::Model::FactsOf(node).key_count &&
+         (step->end == path.size() || path[step->end] == '/');
+}
+
+void PathMemo::FindNode(Target* target) const {
+  target->node = target->has_keys
+                     ? FindEntry(tree_, target->parent, *target->schema,
+                                 keys_.data(), keys_.size())
+                     : tree_.Find(target->parent, *target->schema);
 }
 
 }  // namespace ipav::confd

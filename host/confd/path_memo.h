@@ -33,6 +33,8 @@ class PathMemo {
 
   void Forget(std::string_view path);
   bool ReadStep(std::string_view path);
+  bool ReadKeys(std::string_view path, Step* step);
+  void FindNode(Target* target) const;
 
   const datastore::DataTree& tree_;
   std::string path_;                    // of the steps

@@ -85,7 +85,7 @@ bool IsSamePrefix(int family, const std::string& a, const std::string& b) {
     return a == b;
   }
   return std::memcmp(&address_a, &address_b, sizeof(address_a)) == 0 &&
-         a.compare(slash_a, a.npos, b, slash_b, b.npos) == 0;
+         a.substr(slash_a) == b.substr(slash_b);
 }
 
 // Whether two texts of a type are one value.

@@ -17,7 +17,7 @@ struct InputText {
   LYD_FORMAT format = LYD_UNKNOWN;
 
   std::string_view data() const {
-    return std::string_view(bytes).substr(start);
+    return std::string_view{bytes}.substr(start);
   }
 };
 

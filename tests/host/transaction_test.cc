@@ -123,6 +123,7 @@ TEST(TransactionOfExamples, ChangesAreThoseOfTheWholeTrees) {
     ++files;
     const std::string candidate = ReadFile(entry.path());
     compared += ExpectSame(ProjectModel(), running, candidate) ? 1 : 0;
+    // And the way back. NOLINTNEXTLINE(readability-suspicious-call-argument)
     compared += ExpectSame(ProjectModel(), candidate, running) ? 1 : 0;
     if (HasFailure()) FAIL() << entry.path();
   }
@@ -229,6 +230,7 @@ std::string Join(const Lines& lines) {
 TEST(TransactionOfAnyTexts, SaysWhatTheWholeTreesSay) {
   const TestModel model(kBody);
   ASSERT_TRUE(model->judges_nodes_alone());
+  // The same cases in every run. NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp)
   std::mt19937 random(6);
   int compared = 0;
   int refused = 0;

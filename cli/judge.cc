@@ -25,7 +25,6 @@ namespace ipav::cli {
 
 namespace {
 
-using commit::Outcome;
 using commit::Verdict;
 using datastore::DataTree;
 using datastore::InputError;
@@ -106,7 +105,9 @@ std::vector<findings::Finding> FindingsOf(const DeviceReport& report,
                                           const InputText& candidate) {
   if (report.status != kRefused) return {};
   const std::optional<InputText>& text = running.text();
-  const source::SourceText before(text ? std::string_view(text->bytes) : "");
+  std::string_view running_bytes;
+  if (text.has_value()) running_bytes = text->bytes;
+  const source::SourceText before(running_bytes);
   const source::SourceText after(candidate.bytes);
   findings::Finder finder(
       {&transaction.running(), report.running, text ? &before : nullptr},

@@ -1,7 +1,7 @@
 // The report for people: what it shows of the nodes of a refusal, and how.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): POSIX
 #include <unistd.h>
 
 #include <cstddef>
@@ -24,7 +24,6 @@ namespace ipav::cli::report {
 namespace {
 
 namespace fs = std::filesystem;
-using findings::Culprit;
 using findings::Finding;
 using findings::Novelty;
 using findings::Place;

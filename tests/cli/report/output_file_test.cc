@@ -69,7 +69,7 @@ TEST_F(OutputFileTest, ANewFileIsThereWhenItIsWhole) {
 
 TEST_F(OutputFileTest, AnOldFileIsReplacedAndKeepsItsPermissions) {
   const std::string file = Write("report.json", "a longer old report\n");
-  fs::permissions(file, fs::perms(0640));
+  fs::permissions(file, static_cast<fs::perms>(0640));
   EXPECT_EQ(Error(file), "");
   EXPECT_EQ(Contents(file), "report\n");
   EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));

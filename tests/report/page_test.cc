@@ -22,7 +22,6 @@ namespace {
 
 using host_test::ProjectModel;
 using host_test::TempDir;
-using ipav::cli::kAccepted;
 using ipav::cli::kBadInput;
 using ipav::cli::kPluginFailed;
 using ipav::cli::kRefused;

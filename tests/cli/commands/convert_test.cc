@@ -23,7 +23,7 @@ class ConvertTest : public CommandTest {
   // The file after the conversion of this one.
   std::string Converted(const std::string& file, const std::string& name,
                         const std::vector<std::string>& options = {}) const {
-    const std::string output = folder_ / name;
+    std::string output = folder_ / name;
     std::vector<std::string> arguments = {"convert", file, "--output", output};
     arguments.insert(arguments.end(), options.begin(), options.end());
     EXPECT_EQ(OutputOf(arguments), "");

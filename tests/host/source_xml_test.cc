@@ -202,9 +202,8 @@ TEST(SourceXmlTest, EveryNodeOfOneNameIsToldFromTheOthers) {
 TEST(SourceXmlTest, ATextThatIsNoXmlHasThePlacesInFrontOfTheFault) {
   for (const char* text :
        {"<", "<a", "<a><b", "</a>", "<a></b>",
-        "<!DOCTYPE a [<!ENTITY b \"c\">]>"
-        "<a>&b;</a>",
-        "<a>&b;</a>", "<a x='1' x='2'/>", "<p:a/>", "<a>]]></a>", "<?xml",
+        "<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>", "<a>&b;</a>",
+        "<a x='1' x='2'/>", "<p:a/>", "<a>]]></a>", "<?xml",
         "<?xml?><?xml?><a/>", "<a/></data><b/>", "\xff\xfe<\0a"}) {
     SourceTree tree;
     ReadXml(text, 0, &tree);  // and reads nothing outside of it

@@ -5,7 +5,7 @@ namespace ipav::findings {
 namespace {
 
 // A table, however long.
-// NOLINTBEGIN(readability-function-size)
+// NOLINTBEGIN(readability-function-size,bugprone-suspicious-missing-comma)
 void AddInterfaces(std::vector<Expectation>* all) {
   all->insert(
       all->end(),
@@ -459,7 +459,7 @@ void AddTimers(std::vector<Expectation>* all) {
             "candidate.json:70 200"}},
       });
 }
-// NOLINTEND(readability-function-size)
+// NOLINTEND(readability-function-size,bugprone-suspicious-missing-comma)
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "report/finding_text.h"
 #include "report/plan_html.h"
 
 namespace ipav::cli::report {
@@ -26,20 +27,6 @@ constexpr std::size_t kShownChanges = 25;
 // Characters of a source line that are shown on either side of the mark: a
 // configuration may be one line.
 constexpr std::size_t kCharactersAround = 80;
-
-const char* WordOf(Novelty novelty) {
-  switch (novelty) {
-    case Novelty::kAdded:
-      return "added";
-    case Novelty::kChanged:
-      return "changed";
-    case Novelty::kRemoved:
-      return "removed";
-    case Novelty::kUnchanged:
-      break;
-  }
-  return "unchanged";
-}
 
 void AddNovelty(Novelty novelty, Html* html) {
   switch (novelty) {

@@ -4,8 +4,6 @@
 
 namespace ipav::cli::report {
 
-namespace {
-
 using findings::Culprit;
 using findings::Finding;
 using findings::Novelty;
@@ -23,8 +21,6 @@ const char* WordOf(Novelty novelty) {
   }
   return "unchanged";
 }
-
-}  // namespace
 
 std::string TextOf(const Finding& finding) {
   return finding.text.empty() ? "(refused without a text)" : finding.text;

@@ -8,6 +8,9 @@
 
 namespace ipav::cli::report {
 
+// "added", "changed", "removed", "unchanged".
+const char* WordOf(findings::Novelty novelty);
+
 // The operator's text, or words for a refusal without one.
 std::string TextOf(const findings::Finding& finding);
 

@@ -14,6 +14,7 @@
 #include "commit/commit.h"
 #include "findings/finder.h"
 #include "findings/finding.h"
+#include "report/finding_text.h"
 #include "report/source_lines.h"
 
 namespace ipav::cli::report {
@@ -27,7 +28,7 @@ using findings::Finding;
 using findings::Novelty;
 using findings::Place;
 
-const char* WordOf(ExitStatus status) {
+const char* VerdictOf(ExitStatus status) {
   switch (status) {
     case kAccepted:
       return "accepted";
@@ -39,20 +40,6 @@ const char* WordOf(ExitStatus status) {
       break;
   }
   return "not judged, the plug-in failed";
-}
-
-const char* WordOf(Novelty novelty) {
-  switch (novelty) {
-    case Novelty::kUnchanged:
-      return "unchanged";
-    case Novelty::kAdded:
-      return "added";
-    case Novelty::kChanged:
-      return "changed";
-    case Novelty::kRemoved:
-      break;
-  }
-  return "removed";
 }
 
 // Each line of a text.
@@ -113,7 +100,7 @@ class Printer {
     const fmt::text_style style =
         fmt::emphasis::bold |
         fg(accepted ? fmt::terminal_color::green : fmt::terminal_color::red);
-    return Styled(style, WordOf(device.status));
+    return Styled(style, VerdictOf(device.status));
   }
 
   void PrintBadInput(const DeviceReport& device) const {

@@ -168,26 +168,40 @@ Evidence TooManyRoutes(const Case& refusal) {
   return evidence;
 }
 
-Evidence BlackHole(const Case& refusal) {
-  struct Pair {
-    const Route* black_hole = nullptr;
-    const Route* with_next_hop = nullptr;
-  };
-  const std::vector<Route> routes = RoutesOf(refusal.candidate);
-  std::map<std::string, Pair> by_vrf;
+// A route of a prefix that is a black hole, and one that has a next hop.
+struct BlackHoleAndNextHop {
+  const Route* black_hole = nullptr;
+  const Route* with_next_hop = nullptr;
+
+  bool IsBoth() const {
+    return black_hole != nullptr && with_next_hop != nullptr;
+  }
+};
+
+// The first of each kind with the prefix, by the name of the VRF.
+std::map<std::string, BlackHoleAndNextHop> RoutesByVrf(
+    const Case& refusal, const std::vector<Route>& routes,
+    const std::string& prefix) {
+  std::map<std::string, BlackHoleAndNextHop> by_vrf;
   for (const Route& route : routes) {
-    if (route.Prefix() != refusal.Field("prefix")) continue;
-    Pair& pair = by_vrf[VrfOfRoute(refusal.candidate, route)];
+    if (route.Prefix() != prefix) continue;
+    BlackHoleAndNextHop& pair = by_vrf[VrfOfRoute(refusal.candidate, route)];
     const Route*& side =
         route.IsBlackHole() ? pair.black_hole : pair.with_next_hop;
     if (side == nullptr) side = &route;
   }
+  return by_vrf;
+}
+
+Evidence BlackHole(const Case& refusal) {
+  const std::vector<Route> routes = RoutesOf(refusal.candidate);
 
   // The text names no VRF: each in which the prefix is both is a culprit.
   Evidence evidence;
   std::size_t count = 0;
-  for (const auto& [vrf, pair] : by_vrf) {
-    if (pair.black_hole == nullptr || pair.with_next_hop == nullptr) continue;
+  for (const auto& [vrf, pair] :
+       RoutesByVrf(refusal, routes, refusal.Field("prefix"))) {
+    if (!pair.IsBoth()) continue;
     if (++count > kMaxNamed) continue;
     evidence.suspects.push_back(
         {"black hole", NextHopLeaf(refusal.candidate, *pair.black_hole)});

@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace ipav::bench {
@@ -25,23 +27,26 @@ constexpr int kTransaction = 1;
 
 Trace* current_trace = nullptr;
 
-void Note(Kind kind, const char* path = "") {
-  if (current_trace != nullptr) current_trace->Add(kind, path);
+void Note(Kind kind) {
+  if (current_trace != nullptr) current_trace->Add(kind);
 }
 
-// The path of a call. That of "%s" is the argument itself.
-const char* PathOf(const char* format, va_list args) {
-  static char text[1024];
-  if (std::strcmp(format, "%s") == 0) return va_arg(args, const char*);
-  static_cast<void>(std::vsnprintf(text, sizeof(text), format, args));
-  return text;
+// The node of the path that a call gives, or null.
+const Platform::Node* FindNode(Kind kind, const char* format, va_list args) {
+  if (current_trace != nullptr) {
+    va_list copy;
+    va_copy(copy, args);
+    current_trace->AddWithPath(kind, format, copy);
+    va_end(copy);
+  }
+  char path[1024];
+  static_cast<void>(std::vsnprintf(path, sizeof(path), format, args));
+  return ThePlatform().Find(path);
 }
 
 // The leaf of a typed read, or null.
 const confd_value_t* Read(Kind kind, const char* format, va_list args) {
-  const char* path = PathOf(format, args);
-  Note(kind, path);
-  const Platform::Node* node = ThePlatform().Find(path);
+  const Platform::Node* node = FindNode(kind, format, args);
   return node != nullptr && node->value ? &*node->value : nullptr;
 }
 
@@ -162,13 +167,32 @@ confd_value_t EnumValue(std::int32_t number) {
   return value;
 }
 
-void Trace::Add(Kind kind, const char* path) {
-  calls_.push_back({kind, texts_.size(), {}});
-  texts_.insert(texts_.end(), path, path + std::strlen(path) + 1);
-}
+void Trace::Add(Kind kind) { calls_.push_back({kind, {}, {}}); }
 
 void Trace::AddPrint(const confd_value_t& value) {
-  calls_.push_back({Kind::kPrint, 0, value});
+  calls_.push_back({Kind::kPrint, {}, value});
+}
+
+void Trace::AddWithPath(Kind kind, const char* format, va_list args) {
+  TracedPath path;
+  path.format = Keep(format);
+  std::size_t texts = 0;
+  for (const char* at = format; (at = std::strchr(at, '%')) != nullptr; ++at) {
+    if (std::strncmp(at, "%u", 2) == 0 && texts == 1) {
+      path.number = va_arg(args, unsigned);
+    } else if (std::strncmp(at, "%s", 2) == 0 && texts < path.texts.size()) {
+      path.texts[texts++] = Keep(va_arg(args, const char*));
+    } else {
+      throw std::logic_error(std::string("path format: ") + format);
+    }
+  }
+  calls_.push_back({kind, path, {}});
+}
+
+std::size_t Trace::Keep(const char* text) {
+  const std::size_t at = texts_.size();
+  texts_.insert(texts_.end(), text, text + std::strlen(text) + 1);
+  return at;
 }
 
 void Trace::Replay() const {
@@ -181,34 +205,33 @@ void Trace::Replay() const {
   char text[256];
   constexpr int kSize = sizeof(text);
   for (const TracedCall& call : calls_) {
-    const char* path = texts_.data() + call.path;
     switch (call.kind) {
       case Kind::kExists:
-        maapi_exists(kSocket, kTransaction, "%s", path);
+        MakeAgain(call.path, maapi_exists);
         break;
       case Kind::kGetElem:
-        maapi_get_elem(kSocket, kTransaction, &value, "%s", path);
+        MakeAgain(call.path, maapi_get_elem, &value);
         break;
       case Kind::kFreeValue:
         confd_free_value(&value);
         break;
       case Kind::kIpv4Mask:
-        maapi_get_ipv4_and_plen_elem(kSocket, kTransaction, &ipv4, "%s", path);
+        MakeAgain(call.path, maapi_get_ipv4_and_plen_elem, &ipv4);
         break;
       case Kind::kIpv6Mask:
-        maapi_get_ipv6_and_plen_elem(kSocket, kTransaction, &ipv6, "%s", path);
+        MakeAgain(call.path, maapi_get_ipv6_and_plen_elem, &ipv6);
         break;
       case Kind::kUint8:
-        maapi_get_u_int8_elem(kSocket, kTransaction, &u8, "%s", path);
+        MakeAgain(call.path, maapi_get_u_int8_elem, &u8);
         break;
       case Kind::kUint32:
-        maapi_get_u_int32_elem(kSocket, kTransaction, &u32, "%s", path);
+        MakeAgain(call.path, maapi_get_u_int32_elem, &u32);
         break;
       case Kind::kText:
-        maapi_get_str_elem(kSocket, kTransaction, text, kSize, "%s", path);
+        MakeAgain(call.path, maapi_get_str_elem, text, kSize);
         break;
       case Kind::kInitCursor:
-        maapi_init_cursor(kSocket, kTransaction, &cursor, "%s", path);
+        MakeAgain(call.path, maapi_init_cursor, &cursor);
         break;
       case Kind::kNext:
         maapi_get_next(&cursor);
@@ -225,13 +248,22 @@ void Trace::Replay() const {
   }
 }
 
+// A format takes as many of the arguments as it has conversions.
+template <typename Call, typename... Out>
+void Trace::MakeAgain(const TracedPath& path, Call call, Out... out) const {
+  const char* texts = texts_.data();
+  call(kSocket, kTransaction, out..., texts + path.format,
+       texts + path.texts[0], path.number, texts + path.texts[1],
+       texts + path.texts[2], texts + path.texts[3]);
+}
+
 void TraceCallsTo(Trace* trace) { current_trace = trace; }
 
 }  // namespace ipav::bench
 
 using ipav::bench::current_trace;
+using ipav::bench::FindNode;
 using ipav::bench::Note;
-using ipav::bench::PathOf;
 using ipav::bench::Platform;
 using ipav::bench::Read;
 using ipav::bench::ThePlatform;
@@ -273,10 +305,8 @@ void confd_free_value(confd_value_t* v) {
 int maapi_exists(int /*sock*/, int /*thandle*/, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const char* path = PathOf(fmt, args);
+  const Platform::Node* node = FindNode(Kind::kExists, fmt, args);
   va_end(args);
-  Note(Kind::kExists, path);
-  const Platform::Node* node = ThePlatform().Find(path);
   return node != nullptr && (node->value || !node->rows.empty()) ? 1 : 0;
 }
 
@@ -373,10 +403,8 @@ int maapi_init_cursor(int /*sock*/, int /*thandle*/, maapi_cursor* /*mc*/,
                       const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const char* path = PathOf(fmt, args);
+  const Platform::Node* node = FindNode(Kind::kInitCursor, fmt, args);
   va_end(args);
-  Note(Kind::kInitCursor, path);
-  const Platform::Node* node = ThePlatform().Find(path);
   walk = {node == nullptr ? nullptr : &node->rows, 0};
   return walk.rows == nullptr ? CONFD_ERR : CONFD_OK;
 }

@@ -7,13 +7,17 @@
 #include <hostmw/vlog.h>
 #include <ids/limid.h>
 #include <ids/vrf_id.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace ipav::bench {
@@ -31,6 +35,45 @@ void Note(Kind kind) {
   if (current_trace != nullptr) current_trace->Add(kind);
 }
 
+// Answers every octet with itself, in a thread.
+class Echo {
+ public:
+  Echo() {
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) != 0) {
+      throw std::runtime_error("no socket pair");
+    }
+    thread_ = std::thread([end = ends_[1]] {
+      char octet = 0;
+      while (read(end, &octet, 1) == 1 && write(end, &octet, 1) == 1) continue;
+    });
+  }
+  ~Echo() {
+    shutdown(ends_[0], SHUT_RDWR);
+    thread_.join();
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Echo(const Echo&) = delete;
+  Echo& operator=(const Echo&) = delete;
+
+  void RoundTrip() const {
+    char octet = 0;
+    if (write(ends_[0], &octet, 1) != 1 || read(ends_[0], &octet, 1) != 1) {
+      throw std::runtime_error("no echo");
+    }
+  }
+
+ private:
+  int ends_[2] = {-1, -1};
+  std::thread thread_;
+};
+
+std::unique_ptr<Echo> echo;  // null where nothing is asked
+
+void AskDaemon() {
+  if (echo != nullptr) echo->RoundTrip();
+}
+
 // The node of the path that a call gives, or null.
 const Platform::Node* FindNode(Kind kind, const char* format, va_list args) {
   if (current_trace != nullptr) {
@@ -39,6 +82,7 @@ const Platform::Node* FindNode(Kind kind, const char* format, va_list args) {
     current_trace->AddWithPath(kind, format, copy);
     va_end(copy);
   }
+  AskDaemon();
   char path[1024];
   static_cast<void>(std::vsnprintf(path, sizeof(path), format, args));
   return ThePlatform().Find(path);
@@ -100,6 +144,10 @@ void Platform::SetLeaf(const std::string& path, const confd_value_t& value) {
 
 void Platform::AddRow(const std::string& list, const Row& keys) {
   Make(list).rows.push_back(keys);
+}
+
+void Platform::set_round_trips(bool round_trips) {
+  echo = round_trips ? std::make_unique<Echo>() : nullptr;
 }
 
 void Platform::Clear() {
@@ -261,6 +309,7 @@ void TraceCallsTo(Trace* trace) { current_trace = trace; }
 
 }  // namespace ipav::bench
 
+using ipav::bench::AskDaemon;
 using ipav::bench::current_trace;
 using ipav::bench::FindNode;
 using ipav::bench::Note;
@@ -411,6 +460,7 @@ int maapi_init_cursor(int /*sock*/, int /*thandle*/, maapi_cursor* /*mc*/,
 
 int maapi_get_next(maapi_cursor* mc) {
   Note(Kind::kNext);
+  AskDaemon();
   mc->n = 0;
   if (walk.rows == nullptr || walk.next == walk.rows->size()) return CONFD_OK;
   for (const confd_value_t& key : (*walk.rows)[walk.next++]) {

@@ -42,6 +42,10 @@ class Platform {
   };
   const Node* Find(const char* path) const;
 
+  // Whether a call that reads waits for an answer from another thread over a
+  // local socket first, as it does for that of a daemon.
+  void set_round_trips(bool round_trips);
+
   void set_context(void* context) { context_ = context; }
   void* context() const { return context_; }
 

@@ -9,37 +9,19 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <functional>
 #include <list>
 #include <memory>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "allocations.h"
 #include "config.h"
 #include "network.h"
 #include "plain_walk.h"
 #include "platform.h"
 #include "validate_config.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-// Counted, to report them per interface.
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 namespace ipav::bench {
 
@@ -60,14 +42,20 @@ constexpr int kMostPlainInterfaces = 16000;
 
 using Body = std::function<void(State&)>;
 
-void Register(const std::string& what, const std::string& variant, int size,
-              const Body& body) {
+// For walks that take seconds.
+void RunOnce(benchmark::internal::Benchmark* registered) {
+  registered->Iterations(1)->Repetitions(1);
+}
+
+benchmark::internal::Benchmark* Register(const std::string& what,
+                                         const std::string& variant, int size,
+                                         const Body& body) {
   const std::string name = what + "/" + variant + "/" + std::to_string(size);
   auto* registered = benchmark::RegisterBenchmark(
       name.c_str(), [body](State& state) { body(state); });
   registered->Unit(benchmark::kMicrosecond);
-  // One walk of seconds is enough.
-  if (variant == "plain" && size >= 4000) registered->Iterations(1);
+  if (size >= 16000) registered->Repetitions(3);
+  return registered;
 }
 
 // The variants must answer alike, or a comparison says nothing.
@@ -111,7 +99,7 @@ void RegisterAddresses(const std::string& what, const Network& network) {
     }
   });
   if (network.interfaces > kMostPlainInterfaces) return;
-  Register(what, "plain", network.interfaces, [=](State& state) {
+  auto* plain = Register(what, "plain", network.interfaces, [=](State& state) {
     const auto life = ReadLife(network);
     std::string answer;
     for (auto _ : state) {
@@ -119,6 +107,8 @@ void RegisterAddresses(const std::string& what, const Network& network) {
     }
     Require(answer == Addresses(life->config(), network.family), what);
   });
+  const bool walks_far = network.conflict != Conflict::kStart;
+  if (walks_far && network.interfaces >= 16000) RunOnce(plain);
 }
 
 void RegisterAllAddresses() {
@@ -237,25 +227,51 @@ void RegisterOspfMerge(int rows) {
 
 // ---- Whole callbacks -------------------------------------------------------
 
+Trace TraceOf(const Network& network, const std::string& point) {
+  Store(network);
+  Trace trace;
+  TraceCallsTo(&trace);
+  static_cast<void>(Life().Validate(point));
+  TraceCallsTo(nullptr);
+  return trace;
+}
+
+// The same with a round trip for each call, as a real daemon costs at least.
+void RegisterRoundTrips(const std::string& what, const std::string& point,
+                        int size, const Network& network) {
+  const auto in_round_trips = [=](State& state, auto body) {
+    Store(network);
+    ThePlatform().set_round_trips(true);
+    for (auto _ : state) body();
+    ThePlatform().set_round_trips(false);
+  };
+  Register(what, "indexed", size, [=](State& state) {
+    in_round_trips(state, [&] {
+      Life life;
+      benchmark::DoNotOptimize(life.Validate(point));
+    });
+  });
+  Register(what, "replay", size, [=](State& state) {
+    const Trace trace = TraceOf(network, point);
+    in_round_trips(state, [&] { trace.Replay(); });
+  });
+}
+
 void RegisterCallback(const std::string& what, const std::string& point,
                       int size, const Network& network) {
   Register(what, "indexed", size, [=](State& state) {
     Store(network);
     std::size_t before = 0;
     for (auto _ : state) {
-      before = allocations;
+      before = Allocations();
       Life life;
       benchmark::DoNotOptimize(life.Validate(point));
     }
     state.counters["allocations each"] =
-        static_cast<double>(allocations - before) / size;
+        static_cast<double>(Allocations() - before) / size;
   });
   Register(what, "replay", size, [=](State& state) {
-    Store(network);
-    Trace trace;
-    TraceCallsTo(&trace);
-    static_cast<void>(Life().Validate(point));
-    TraceCallsTo(nullptr);
+    const Trace trace = TraceOf(network, point);
     for (auto _ : state) trace.Replay();
     state.counters["calls each"] = static_cast<double>(trace.size()) / size;
   });
@@ -286,6 +302,21 @@ void RegisterCallbacks() {
   }
 }
 
+void RegisterAllRoundTrips() {
+  RegisterRoundTrips("callback ipv4_addr/a socket round trip for each call",
+                     "ipv4_addr_validation", 256, {256, 4});
+  RegisterRoundTrips("callback ipv6_addr/a socket round trip for each call",
+                     "ipv6_addr_validation", 256, {256, 6});
+  Network network;
+  network.routes = 1000;
+  RegisterRoundTrips(
+      "callback ipv4_addr_route/a socket round trip for each call",
+      "ipv4_addr_route_validation", network.routes, network);
+  RegisterRoundTrips(
+      "callback ipv4_addr_cross_prot/a socket round trip for each call",
+      "ipv4_addr_prot_cross_validation", 1600, OspfNetwork(1600));
+}
+
 void RegisterAll() {
   RegisterAllAddresses();
   for (const int rows : kOspfRowCounts) {
@@ -297,6 +328,7 @@ void RegisterAll() {
   }
   for (const int count : kInterfaceCounts) RegisterMerge(count);
   RegisterCallbacks();
+  RegisterAllRoundTrips();
 }
 
 }  // namespace

@@ -7,11 +7,17 @@
 #include <hostmw/vlog.h>
 #include <ids/limid.h>
 #include <ids/vrf_id.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
 #include <utility>
 
 namespace ipav::bench {
@@ -25,23 +31,66 @@ constexpr int kTransaction = 1;
 
 Trace* current_trace = nullptr;
 
-void Note(Kind kind, const char* path = "") {
-  if (current_trace != nullptr) current_trace->Add(kind, path);
+void Note(Kind kind) {
+  if (current_trace != nullptr) current_trace->Add(kind);
 }
 
-// The path of a call. That of "%s" is the argument itself.
-const char* PathOf(const char* format, va_list args) {
-  static char text[1024];
-  if (std::strcmp(format, "%s") == 0) return va_arg(args, const char*);
-  static_cast<void>(std::vsnprintf(text, sizeof(text), format, args));
-  return text;
+// Answers every octet with itself, in a thread.
+class Echo {
+ public:
+  Echo() {
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) != 0) {
+      throw std::runtime_error("no socket pair");
+    }
+    thread_ = std::thread([end = ends_[1]] {
+      char octet = 0;
+      while (read(end, &octet, 1) == 1 && write(end, &octet, 1) == 1) continue;
+    });
+  }
+  ~Echo() {
+    shutdown(ends_[0], SHUT_RDWR);
+    thread_.join();
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Echo(const Echo&) = delete;
+  Echo& operator=(const Echo&) = delete;
+
+  void RoundTrip() const {
+    char octet = 0;
+    if (write(ends_[0], &octet, 1) != 1 || read(ends_[0], &octet, 1) != 1) {
+      throw std::runtime_error("no echo");
+    }
+  }
+
+ private:
+  int ends_[2] = {-1, -1};
+  std::thread thread_;
+};
+
+std::unique_ptr<Echo> echo;  // null where nothing is asked
+
+void AskDaemon() {
+  if (echo != nullptr) echo->RoundTrip();
+}
+
+// The node of the path that a call gives, or null.
+const Platform::Node* FindNode(Kind kind, const char* format, va_list args) {
+  if (current_trace != nullptr) {
+    va_list copy;
+    va_copy(copy, args);
+    current_trace->AddWithPath(kind, format, copy);
+    va_end(copy);
+  }
+  AskDaemon();
+  char path[1024];
+  static_cast<void>(std::vsnprintf(path, sizeof(path), format, args));
+  return ThePlatform().Find(path);
 }
 
 // The leaf of a typed read, or null.
 const confd_value_t* Read(Kind kind, const char* format, va_list args) {
-  const char* path = PathOf(format, args);
-  Note(kind, path);
-  const Platform::Node* node = ThePlatform().Find(path);
+  const Platform::Node* node = FindNode(kind, format, args);
   return node != nullptr && node->value ? &*node->value : nullptr;
 }
 
@@ -95,6 +144,10 @@ void Platform::SetLeaf(const std::string& path, const confd_value_t& value) {
 
 void Platform::AddRow(const std::string& list, const Row& keys) {
   Make(list).rows.push_back(keys);
+}
+
+void Platform::set_round_trips(bool round_trips) {
+  echo = round_trips ? std::make_unique<Echo>() : nullptr;
 }
 
 void Platform::Clear() {
@@ -162,13 +215,32 @@ confd_value_t EnumValue(std::int32_t number) {
   return value;
 }
 
-void Trace::Add(Kind kind, const char* path) {
-  calls_.push_back({kind, texts_.size(), {}});
-  texts_.insert(texts_.end(), path, path + std::strlen(path) + 1);
-}
+void Trace::Add(Kind kind) { calls_.push_back({kind, {}, {}}); }
 
 void Trace::AddPrint(const confd_value_t& value) {
-  calls_.push_back({Kind::kPrint, 0, value});
+  calls_.push_back({Kind::kPrint, {}, value});
+}
+
+void Trace::AddWithPath(Kind kind, const char* format, va_list args) {
+  TracedPath path;
+  path.format = Keep(format);
+  std::size_t texts = 0;
+  for (const char* at = format; (at = std::strchr(at, '%')) != nullptr; ++at) {
+    if (std::strncmp(at, "%u", 2) == 0 && texts == 1) {
+      path.number = va_arg(args, unsigned);
+    } else if (std::strncmp(at, "%s", 2) == 0 && texts < path.texts.size()) {
+      path.texts[texts++] = Keep(va_arg(args, const char*));
+    } else {
+      throw std::logic_error(std::string("path format: ") + format);
+    }
+  }
+  calls_.push_back({kind, path, {}});
+}
+
+std::size_t Trace::Keep(const char* text) {
+  const std::size_t at = texts_.size();
+  texts_.insert(texts_.end(), text, text + std::strlen(text) + 1);
+  return at;
 }
 
 void Trace::Replay() const {
@@ -181,34 +253,33 @@ void Trace::Replay() const {
   char text[256];
   constexpr int kSize = sizeof(text);
   for (const TracedCall& call : calls_) {
-    const char* path = texts_.data() + call.path;
     switch (call.kind) {
       case Kind::kExists:
-        maapi_exists(kSocket, kTransaction, "%s", path);
+        MakeAgain(call.path, maapi_exists);
         break;
       case Kind::kGetElem:
-        maapi_get_elem(kSocket, kTransaction, &value, "%s", path);
+        MakeAgain(call.path, maapi_get_elem, &value);
         break;
       case Kind::kFreeValue:
         confd_free_value(&value);
         break;
       case Kind::kIpv4Mask:
-        maapi_get_ipv4_and_plen_elem(kSocket, kTransaction, &ipv4, "%s", path);
+        MakeAgain(call.path, maapi_get_ipv4_and_plen_elem, &ipv4);
         break;
       case Kind::kIpv6Mask:
-        maapi_get_ipv6_and_plen_elem(kSocket, kTransaction, &ipv6, "%s", path);
+        MakeAgain(call.path, maapi_get_ipv6_and_plen_elem, &ipv6);
         break;
       case Kind::kUint8:
-        maapi_get_u_int8_elem(kSocket, kTransaction, &u8, "%s", path);
+        MakeAgain(call.path, maapi_get_u_int8_elem, &u8);
         break;
       case Kind::kUint32:
-        maapi_get_u_int32_elem(kSocket, kTransaction, &u32, "%s", path);
+        MakeAgain(call.path, maapi_get_u_int32_elem, &u32);
         break;
       case Kind::kText:
-        maapi_get_str_elem(kSocket, kTransaction, text, kSize, "%s", path);
+        MakeAgain(call.path, maapi_get_str_elem, text, kSize);
         break;
       case Kind::kInitCursor:
-        maapi_init_cursor(kSocket, kTransaction, &cursor, "%s", path);
+        MakeAgain(call.path, maapi_init_cursor, &cursor);
         break;
       case Kind::kNext:
         maapi_get_next(&cursor);
@@ -225,13 +296,23 @@ void Trace::Replay() const {
   }
 }
 
+// A format takes as many of the arguments as it has conversions.
+template <typename Call, typename... Out>
+void Trace::MakeAgain(const TracedPath& path, Call call, Out... out) const {
+  const char* texts = texts_.data();
+  call(kSocket, kTransaction, out..., texts + path.format,
+       texts + path.texts[0], path.number, texts + path.texts[1],
+       texts + path.texts[2], texts + path.texts[3]);
+}
+
 void TraceCallsTo(Trace* trace) { current_trace = trace; }
 
 }  // namespace ipav::bench
 
+using ipav::bench::AskDaemon;
 using ipav::bench::current_trace;
+using ipav::bench::FindNode;
 using ipav::bench::Note;
-using ipav::bench::PathOf;
 using ipav::bench::Platform;
 using ipav::bench::Read;
 using ipav::bench::ThePlatform;
@@ -273,10 +354,8 @@ void confd_free_value(confd_value_t* v) {
 int maapi_exists(int /*sock*/, int /*thandle*/, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const char* path = PathOf(fmt, args);
+  const Platform::Node* node = FindNode(Kind::kExists, fmt, args);
   va_end(args);
-  Note(Kind::kExists, path);
-  const Platform::Node* node = ThePlatform().Find(path);
   return node != nullptr && (node->value || !node->rows.empty()) ? 1 : 0;
 }
 
@@ -373,16 +452,15 @@ int maapi_init_cursor(int /*sock*/, int /*thandle*/, maapi_cursor* /*mc*/,
                       const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const char* path = PathOf(fmt, args);
+  const Platform::Node* node = FindNode(Kind::kInitCursor, fmt, args);
   va_end(args);
-  Note(Kind::kInitCursor, path);
-  const Platform::Node* node = ThePlatform().Find(path);
   walk = {node == nullptr ? nullptr : &node->rows, 0};
   return walk.rows == nullptr ? CONFD_ERR : CONFD_OK;
 }
 
 int maapi_get_next(maapi_cursor* mc) {
   Note(Kind::kNext);
+  AskDaemon();
   mc->n = 0;
   if (walk.rows == nullptr || walk.next == walk.rows->size()) return CONFD_OK;
   for (const confd_value_t& key : (*walk.rows)[walk.next++]) {

@@ -10,6 +10,8 @@
 #include <confd_lib.h>
 #include <confd_maapi.h>
 
+#include <array>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -40,6 +42,10 @@ class Platform {
   };
   const Node* Find(const char* path) const;
 
+  // Whether a call that reads waits for an answer from another thread over a
+  // local socket first, as it does for that of a daemon.
+  void set_round_trips(bool round_trips);
+
   void set_context(void* context) { context_ = context; }
   void* context() const { return context_; }
 
@@ -61,8 +67,16 @@ confd_value_t OctetsValue(const std::string& octets);
 
 // ---- The same calls again --------------------------------------------------
 
-// A call of the platform with its path as text, so that it can be made again
-// with nothing around it.
+// The path of a call as it was given: the format and, in this order as far as
+// the format has conversions, a text, a number and texts. Each text is where
+// the trace has it.
+struct TracedPath {
+  std::size_t format = 0;
+  std::array<std::size_t, 4> texts{};
+  unsigned number = 0;  // behind the first text
+};
+
+// A call of the platform, so that it can be made again with nothing around it.
 struct TracedCall {
   enum class Kind : std::uint8_t {
     kExists,
@@ -80,13 +94,14 @@ struct TracedCall {
     kOther,  // calls that read nothing
   };
   Kind kind;
-  std::size_t path = 0;      // of the text in the trace
+  TracedPath path;
   confd_value_t value = {};  // of kPrint
 };
 
 class Trace {
  public:
-  void Add(TracedCall::Kind kind, const char* path = "");
+  void Add(TracedCall::Kind kind);
+  void AddWithPath(TracedCall::Kind kind, const char* format, va_list args);
   void AddPrint(const confd_value_t& value);
 
   // Makes the calls again, in their order.
@@ -95,6 +110,11 @@ class Trace {
   std::size_t size() const { return calls_.size(); }
 
  private:
+  std::size_t Keep(const char* text);
+
+  template <typename Call, typename... Out>
+  void MakeAgain(const TracedPath& path, Call call, Out... out) const;
+
   std::vector<TracedCall> calls_;
   std::vector<char> texts_;  // NUL-terminated, one behind the other
 };

@@ -24,9 +24,9 @@ namespace ip_application::config_valid {
 class StaticRouteConfig;
 
 namespace internal {
-class EntryPaths;
 class HashIndex;
 class KeyTexts;
+struct ReadBuffers;
 }  // namespace internal
 
 enum class ConfigAddrFamily : std::int32_t { kIpv4 = 4, kIpv6 = 6 };
@@ -106,6 +106,8 @@ class GenericConfig {
   // "0a:ff" for the octets 0x0a 0xff of a C_BINARY; empty for another type. Of
   // no octets at all it is the terminating NUL's "00".
   std::string get_hex_from_bin(const confd_value_t& value) const;
+  // ... behind a text.
+  static void AppendHex(const confd_value_t& value, std::string* text);
 
   // Tells the host's fault service of an address that is missing where one must
   // be.
@@ -113,15 +115,22 @@ class GenericConfig {
   static void ReportUnspecified(const FaultSite& site, const char* key);
 
   // As get_key_list(), the keys of all entries in one piece of memory.
-  internal::KeyTexts ReadKeys(const std::string& path,
-                              unsigned int key_count) const;
+  void ReadKeys(const std::string& path, unsigned int key_count,
+                internal::KeyTexts* keys) const;
+
+  // As get_intf_ipv4_addr_mask_list() and its twin, in memory of the caller.
+  std::list<nettypes::IPv4AddrMask> ReadIpv4List(
+      const std::string& path, internal::ReadBuffers* buffers) const;
+  std::list<nettypes::IPv6AddrMask> ReadIpv6List(
+      const std::string& path, internal::ReadBuffers* buffers) const;
 
  private:
   template <typename Mask>
   std::list<Mask> ReadMaskList(const std::string& path,
                                Mask (GenericConfig::*read)(const std::string&)
                                    const,
-                               const FaultSite& site) const;
+                               const FaultSite& site,
+                               internal::ReadBuffers* buffers) const;
 
   virtual void ReadConfig(ConfigAddrFamily family) = 0;
 
@@ -166,7 +175,7 @@ class InterfaceConfig : public GenericConfig {
     const char* path;       // of the list
     const char* kind_word;  // with its blank
     void (InterfaceConfig::*read_ipv4)(const char* key,
-                                       internal::EntryPaths* paths,
+                                       internal::ReadBuffers* buffers,
                                        Interface* interface) const;
     bool has_vlan;
   };
@@ -175,21 +184,25 @@ class InterfaceConfig : public GenericConfig {
 
   void ReadInterfaces(ConfigAddrFamily family, const Layout& layout);
 
-  // The IPv4 addresses below the entry that `paths` is in, by the layout of a
-  // kind.
-  void ReadPrimaryAndSecondaries(const char* key, internal::EntryPaths* paths,
+  // The IPv4 addresses below the entry that the paths of `buffers` are in, by
+  // the layout of a kind.
+  void ReadPrimaryAndSecondaries(const char* key,
+                                 internal::ReadBuffers* buffers,
                                  Interface* interface) const;
-  void ReadOnlyAddress(const char* key, internal::EntryPaths* paths,
+  void ReadOnlyAddress(const char* key, internal::ReadBuffers* buffers,
                        Interface* interface) const;
-  void ReadAddressList(const char* key, internal::EntryPaths* paths,
+  void ReadAddressList(const char* key, internal::ReadBuffers* buffers,
                        Interface* interface) const;
 
  private:
-  void Append(Interface&& interface);
+  template <typename Record>
+  void Merge(Record&& interface);
+  template <typename Record>
+  void Append(Record&& interface);
 
   std::vector<Interface> interfaces_;
   InterfaceType type_;
-  std::unique_ptr<internal::HashIndex> by_name_;  // empty while there are few
+  std::unique_ptr<internal::HashIndex> by_name_;  // null while there are few
 };
 
 class L3Config : public InterfaceConfig {
@@ -284,8 +297,8 @@ class Ospfv2Config : public GenericConfig {
   void Append(const OspfIf& ospf_if);
 
   std::list<std::shared_ptr<OspfIf>> interfaces_;
-  // The same records; and where they are by interface, process and VRF, empty
-  // while there are few.
+  // The same records, and where they are by interface, process and VRF; neither
+  // is there while there are few.
   std::vector<OspfIf*> records_;
   std::unique_ptr<internal::HashIndex> by_assignment_;
   const std::string interface_path_ = "/internal/ospf-interface-l3";

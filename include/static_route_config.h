@@ -117,6 +117,10 @@ class StaticRouteConfig : public GenericConfig {
 
   void ReadConfig(ConfigAddrFamily family) override;
 
+  // As GetIntfNameFromRoute(); `path` is memory for the path.
+  std::string ReadOutputName(const maapi_cursor& cursor,
+                             std::string* path) const;
+
   template <typename Mask, typename Addr>
   void File(std::string intf_name, std::string vrf_name, const Mask& network,
             const Addr& next_hop, Routes<Mask, Addr>* routes);

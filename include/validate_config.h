@@ -89,6 +89,10 @@ class ValidateConfig {
   bool HasDuplicate(const Interface& interface);
   template <typename Family>
   bool Overlap(const Interface& first, const Interface& second);
+  // The text of an overlap of two addresses.
+  template <typename Family, typename Pair>
+  void TellOverlap(const Interface& first, const Interface& second,
+                   const Pair& masks);
   template <typename Family>
   bool OverlapWithOtherKinds(const InterfaceConfig& changed,
                              const std::vector<InterfaceConfig*>& all);

@@ -37,7 +37,9 @@ class IPv4Addr : public NetAddr {
   uint32_t number_ = 0;
 };
 
-bool operator==(const IPv4Addr& a, const IPv4Addr& b);
+inline bool operator==(const IPv4Addr& a, const IPv4Addr& b) {
+  return a.to_uint32() == b.to_uint32();
+}
 bool operator!=(const IPv4Addr& a, const IPv4Addr& b);
 // By to_uint32(), so 9.0.0.0 comes before 10.0.0.0 on every machine.
 bool operator<(const IPv4Addr& a, const IPv4Addr& b);
@@ -93,7 +95,9 @@ class IPv4AddrMask : public NetAddr {
 };
 
 // Of what is stored: 10.0.0.1/24 equals neither 10.0.0.2/24 nor 10.0.0.1/25.
-bool operator==(const IPv4AddrMask& a, const IPv4AddrMask& b);
+inline bool operator==(const IPv4AddrMask& a, const IPv4AddrMask& b) {
+  return a.addr() == b.addr() && a.prefix_len() == b.prefix_len();
+}
 bool operator!=(const IPv4AddrMask& a, const IPv4AddrMask& b);
 // By address and then by prefix length, the shorter one first.
 bool operator<(const IPv4AddrMask& a, const IPv4AddrMask& b);

@@ -5,8 +5,10 @@
 #include <ids/vrf_id.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -28,6 +30,7 @@ using internal::ElemValue;
 using internal::EntryPaths;
 using internal::HashIndex;
 using internal::MaapiCursor;
+using internal::ReadBuffers;
 using internal::RequireType;
 
 // Of a printed key, with its NUL.
@@ -41,8 +44,12 @@ constexpr unsigned kOspfAddress = 3;    // dotted
 constexpr unsigned kOspfRowKeys = 4;
 
 constexpr char kGlobalVrf[] = "global";
-constexpr char kVrfConfigPath[] =
-    "/vorplex-internal:internal/vorplex-internal:vrf-config";
+
+// The name of a VRF, around its number.
+constexpr char kVrfOfId[] =
+    "/vorplex-internal:internal/vorplex-internal:vrf-config/indexTOstring{";
+constexpr char kVrfNameLeaf[] = "}/vname";
+constexpr std::size_t kMostDigits = 10;
 
 // The source file that assertions and faults name.
 constexpr char kSource[] = "src/lib/config.cc";
@@ -82,6 +89,12 @@ std::size_t HashOfAssignment(const OspfIf& ospf_if) {
          ospf_if.process_id();
 }
 
+// Has room in the index for so many records, whether or not it is there yet.
+void ReserveIn(std::unique_ptr<HashIndex>* index, std::size_t count) {
+  if (*index == nullptr) *index = std::make_unique<HashIndex>();
+  (*index)->Reserve(count);
+}
+
 // The octets of a C_BINARY in their order, cut or filled with zeros.
 template <typename Address>
 Address OctetsOf(const confd_value_t& value) {
@@ -94,6 +107,13 @@ Address OctetsOf(const confd_value_t& value) {
 }
 
 }  // namespace
+
+// Memory for the reads of one interface after the other.
+struct internal::ReadBuffers {
+  EntryPaths interface;  // of the one at hand
+  EntryPaths address;    // of the entry of an address list at hand
+  KeyTexts address_keys;
+};
 
 // Where the host's fault log knows a report to come from.
 struct GenericConfig::FaultSite {
@@ -167,10 +187,10 @@ std::list<std::string> GenericConfig::get_key_list(
   return internal::ReadFirstKeys<kKeyTextSize>(sock_, trans_->thandle, path);
 }
 
-internal::KeyTexts GenericConfig::ReadKeys(const std::string& path,
-                                           unsigned int key_count) const {
-  return internal::ReadKeyTexts<kKeyTextSize>(sock_, trans_->thandle, path,
-                                              key_count);
+void GenericConfig::ReadKeys(const std::string& path, unsigned int key_count,
+                             internal::KeyTexts* keys) const {
+  internal::ReadKeyTexts<kKeyTextSize>(sock_, trans_->thandle, path, key_count,
+                                       keys);
 }
 
 std::list<std::vector<std::string>> GenericConfig::get_key_list(
@@ -192,27 +212,40 @@ std::list<std::vector<std::string>> GenericConfig::get_key_list(
 
 std::list<nettypes::IPv4AddrMask> GenericConfig::get_intf_ipv4_addr_mask_list(
     const std::string& path) const {
-  return ReadMaskList<nettypes::IPv4AddrMask>(
-      path, &GenericConfig::get_ipv4_addr_mask,
-      {"IPv4", "get_intf_ipv4_addr_mask_list", 133});
+  ReadBuffers buffers;
+  return ReadIpv4List(path, &buffers);
 }
 
 std::list<nettypes::IPv6AddrMask> GenericConfig::get_intf_ipv6_addr_mask_list(
     const std::string& path) const {
+  ReadBuffers buffers;
+  return ReadIpv6List(path, &buffers);
+}
+
+std::list<nettypes::IPv4AddrMask> GenericConfig::ReadIpv4List(
+    const std::string& path, ReadBuffers* buffers) const {
+  return ReadMaskList<nettypes::IPv4AddrMask>(
+      path, &GenericConfig::get_ipv4_addr_mask,
+      {"IPv4", "get_intf_ipv4_addr_mask_list", 133}, buffers);
+}
+
+std::list<nettypes::IPv6AddrMask> GenericConfig::ReadIpv6List(
+    const std::string& path, ReadBuffers* buffers) const {
   return ReadMaskList<nettypes::IPv6AddrMask>(
       path, &GenericConfig::get_ipv6_addr_mask,
-      {"IPv6", "get_intf_ipv6_addr_mask_list", 208});
+      {"IPv6", "get_intf_ipv6_addr_mask_list", 208}, buffers);
 }
 
 template <typename Mask>
 std::list<Mask> GenericConfig::ReadMaskList(
     const std::string& path,
     Mask (GenericConfig::*read)(const std::string&) const,
-    const FaultSite& site) const {
+    const FaultSite& site, ReadBuffers* buffers) const {
   std::list<Mask> masks;
-  const internal::KeyTexts keys = ReadKeys(path, 1);
-  EntryPaths paths(path);
-  for (const char* key : keys) {
+  EntryPaths& paths = buffers->address;
+  ReadKeys(path, 1, &buffers->address_keys);
+  paths.Start(path);
+  for (const char* key : buffers->address_keys) {
     paths.Enter(key);
     const Mask mask = (this->*read)(paths.Below("/ip"));
     if (mask.IsUnspecified()) {
@@ -259,17 +292,16 @@ std::string GenericConfig::get_vrf_name_from_id(
   if (value.type != C_UINT32) return kGlobalVrf;
 
   const std::uint32_t index = IdVrfFromComponent(CONFD_GET_UINT32(&value));
-  std::string path;
-  path.reserve(sizeof(kVrfConfigPath) + 32);
-  path.append(kVrfConfigPath).append("/indexTOstring{");
-  path.append(std::to_string(index)).append("}/vname");
+  // Asked for every route, so not in memory of its own.
+  char path[sizeof(kVrfOfId) + kMostDigits + sizeof(kVrfNameLeaf)];
+  char* end = std::copy_n(kVrfOfId, sizeof(kVrfOfId) - 1, path);
+  end = std::to_chars(end, end + kMostDigits, index).ptr;
+  std::copy_n(kVrfNameLeaf, sizeof(kVrfNameLeaf), end);
   // The path holds no conversion: it is the format itself.
-  if (maapi_exists(sock_, trans_->thandle, path.c_str()) != 1) {
-    return kGlobalVrf;
-  }
+  if (maapi_exists(sock_, trans_->thandle, path) != 1) return kGlobalVrf;
+
   ElemValue name;
-  if (maapi_get_elem(sock_, trans_->thandle, name.get(), path.c_str()) !=
-      CONFD_OK) {
+  if (maapi_get_elem(sock_, trans_->thandle, name.get(), path) != CONFD_OK) {
     return kGlobalVrf;
   }
   RequireType(*name, C_BUF, kVrfOfIdIsText);
@@ -277,24 +309,28 @@ std::string GenericConfig::get_vrf_name_from_id(
 }
 
 std::string GenericConfig::get_hex_from_bin(const confd_value_t& value) const {
-  if (value.type != C_BINARY) return "";
+  std::string text;
+  AppendHex(value, &text);
+  return text;
+}
+
+void GenericConfig::AppendHex(const confd_value_t& value, std::string* text) {
+  if (value.type != C_BINARY) return;
 
   constexpr char kDigits[] = "0123456789abcdef";
   const unsigned char* octets = CONFD_GET_BINARY_PTR(&value);
   const unsigned int size = CONFD_GET_BINARY_SIZE(&value);
-  std::string text;
-  text.reserve(std::size_t{size} * 3);
   // The first octet whatever the size: the daemon ends every value with a NUL.
-  for (unsigned int i = 0; i == 0 || i < size; ++i) {
-    if (i > 0) text += ':';
-    text += kDigits[octets[i] >> 4];
-    text += kDigits[octets[i] & 0x0f];
+  const std::size_t count = std::max(size, 1U);
+  std::size_t at = text->size();
+  text->resize(at + count * 3 - 1, ':');
+  for (std::size_t i = 0; i < count; ++i, ++at) {
+    (*text)[at++] = kDigits[octets[i] >> 4];
+    (*text)[at++] = kDigits[octets[i] & 0x0f];
   }
-  return text;
 }
 
-InterfaceConfig::InterfaceConfig(InterfaceType type)
-    : type_(type), by_name_(std::make_unique<HashIndex>()) {}
+InterfaceConfig::InterfaceConfig(InterfaceType type) : type_(type) {}
 
 InterfaceConfig::~InterfaceConfig() = default;
 
@@ -314,29 +350,37 @@ const Interface* InterfaceConfig::FindByName(const std::string& name) const {
 }
 
 void InterfaceConfig::MergeConfigAndInsert(const Interface& interface) {
-  MergeConfigAndInsert(Interface(interface));
+  Merge(interface);
 }
 
 void InterfaceConfig::MergeConfigAndInsert(Interface&& interface) {
+  Merge(std::move(interface));
+}
+
+// Takes from the record what it needs, by copy or by move.
+template <typename Record>
+void InterfaceConfig::Merge(Record&& interface) {
   const Interface* found = FindByName(interface.name);
   if (found == nullptr) {
-    Append(std::move(interface));
+    Append(std::forward<Record>(interface));
     return;
   }
   auto& known =
       interfaces_[static_cast<std::size_t>(found - interfaces_.data())];
   if (known.ipv4.empty() && !interface.ipv4.empty()) {
-    known.ipv4 = std::move(interface.ipv4);  // no look at the IPv6 addresses
+    // No look at the IPv6 addresses.
+    known.ipv4 = std::forward<Record>(interface).ipv4;
   } else if (known.ipv6.empty() && !interface.ipv6.empty()) {
-    known.ipv6 = std::move(interface.ipv6);
+    known.ipv6 = std::forward<Record>(interface).ipv6;
   }
 }
 
-void InterfaceConfig::Append(Interface&& interface) {
+template <typename Record>
+void InterfaceConfig::Append(Record&& interface) {
   const bool is_indexed = interfaces_.size() >= HashIndex::kFew;
   // Ahead of the record: it is indexed or it is not there.
-  if (is_indexed) by_name_->Reserve(interfaces_.size() + 1);
-  interfaces_.push_back(std::move(interface));
+  if (is_indexed) ReserveIn(&by_name_, interfaces_.size() + 1);
+  interfaces_.push_back(std::forward<Record>(interface));
   if (!is_indexed) return;
   for (std::size_t i = by_name_->size(); i < interfaces_.size(); ++i) {
     by_name_->Add(std::hash<std::string>()(interfaces_[i].name));
@@ -346,16 +390,19 @@ void InterfaceConfig::Append(Interface&& interface) {
 void InterfaceConfig::ReadInterfaces(ConfigAddrFamily family,
                                      const Layout& layout) {
   const std::string path = layout.path;
-  const internal::KeyTexts keys = ReadKeys(path, 1);
-  EntryPaths paths(path);
+  internal::KeyTexts keys;
+  ReadKeys(path, 1, &keys);
+  interfaces_.reserve(keys.size());
+  ReadBuffers buffers;
+  EntryPaths& paths = buffers.interface;
+  paths.Start(path);
   for (const char* key : keys) {
     paths.Enter(key);
     Interface interface;
     if (family == ConfigAddrFamily::kIpv4) {
-      (this->*layout.read_ipv4)(key, &paths, &interface);
+      (this->*layout.read_ipv4)(key, &buffers, &interface);
     } else if (family == ConfigAddrFamily::kIpv6) {
-      interface.ipv6 =
-          get_intf_ipv6_addr_mask_list(paths.Below("/ipv6/address"));
+      interface.ipv6 = ReadIpv6List(paths.Below("/ipv6/address"), &buffers);
     }
     if (layout.has_vlan) {
       interface.lim_id = get_intf_lim_id(paths.Below("/lower-layer-if/vlan"));
@@ -368,20 +415,21 @@ void InterfaceConfig::ReadInterfaces(ConfigAddrFamily family,
 
 // An l3 interface without a primary address is common, and no fault.
 void InterfaceConfig::ReadPrimaryAndSecondaries(const char* /*key*/,
-                                                EntryPaths* paths,
+                                                ReadBuffers* buffers,
                                                 Interface* interface) const {
   const nettypes::IPv4AddrMask primary =
-      get_ipv4_addr_mask(paths->Below("/ipv4/address/ip"));
+      get_ipv4_addr_mask(buffers->interface.Below("/ipv4/address/ip"));
   if (!primary.IsUnspecified()) interface->ipv4.push_back(primary);
   interface->ipv4.splice(
       interface->ipv4.end(),
-      get_intf_ipv4_addr_mask_list(paths->Below("/ipv4/address/secondary")));
+      ReadIpv4List(buffers->interface.Below("/ipv4/address/secondary"),
+                   buffers));
 }
 
-void InterfaceConfig::ReadOnlyAddress(const char* key, EntryPaths* paths,
+void InterfaceConfig::ReadOnlyAddress(const char* key, ReadBuffers* buffers,
                                       Interface* interface) const {
   const nettypes::IPv4AddrMask address =
-      get_ipv4_addr_mask(paths->Below("/ipv4/address/ip"));
+      get_ipv4_addr_mask(buffers->interface.Below("/ipv4/address/ip"));
   if (address.IsUnspecified()) {
     ReportUnspecified({"IPv4", "ReadConfig", 475}, key);
   } else {
@@ -389,9 +437,10 @@ void InterfaceConfig::ReadOnlyAddress(const char* key, EntryPaths* paths,
   }
 }
 
-void InterfaceConfig::ReadAddressList(const char* /*key*/, EntryPaths* paths,
+void InterfaceConfig::ReadAddressList(const char* /*key*/, ReadBuffers* buffers,
                                       Interface* interface) const {
-  interface->ipv4 = get_intf_ipv4_addr_mask_list(paths->Below("/ipv4/address"));
+  interface->ipv4 =
+      ReadIpv4List(buffers->interface.Below("/ipv4/address"), buffers);
 }
 
 void L3Config::ReadConfig(ConfigAddrFamily family) {
@@ -418,7 +467,7 @@ OspfIf::OspfIf(std::uint32_t process_id, std::string vrf_name,
       intf_name_(std::move(intf_name)),
       addresses_(std::move(addresses)) {}
 
-Ospfv2Config::Ospfv2Config() : by_assignment_(std::make_unique<HashIndex>()) {}
+Ospfv2Config::Ospfv2Config() = default;
 
 Ospfv2Config::~Ospfv2Config() = default;
 
@@ -433,7 +482,8 @@ void OspfIf::AddAddress(const nettypes::IPv4AddrMask& address) {
 
 void Ospfv2Config::ReadConfig(ConfigAddrFamily family) {
   if (family != ConfigAddrFamily::kIpv4) return;
-  const internal::KeyTexts texts = ReadKeys(interface_path_, kOspfRowKeys);
+  internal::KeyTexts texts;
+  ReadKeys(interface_path_, kOspfRowKeys, &texts);
   std::vector<std::string> keys(kOspfRowKeys);
   auto text = texts.begin();
   while (text != texts.end()) {
@@ -476,11 +526,11 @@ void Ospfv2Config::MergeConfigAndInsert(const OspfIf& ospf_if) {
 }
 
 OspfIf* Ospfv2Config::FindSame(const OspfIf& ospf_if) const {
-  if (records_.size() <= HashIndex::kFew) {
+  if (interfaces_.size() <= HashIndex::kFew) {
     const auto found = std::find_if(
-        records_.begin(), records_.end(),
-        [&](const OspfIf* known) { return known->IsSameAssignment(ospf_if); });
-    return found == records_.end() ? nullptr : *found;
+        interfaces_.begin(), interfaces_.end(),
+        [&](const auto& known) { return known->IsSameAssignment(ospf_if); });
+    return found == interfaces_.end() ? nullptr : found->get();
   }
   const std::uint32_t position =
       by_assignment_->Find(HashOfAssignment(ospf_if), [&](auto candidate) {
@@ -490,16 +540,21 @@ OspfIf* Ospfv2Config::FindSame(const OspfIf& ospf_if) const {
 }
 
 void Ospfv2Config::Append(const OspfIf& ospf_if) {
-  const bool is_indexed = records_.size() >= HashIndex::kFew;
+  const std::size_t count = interfaces_.size() + 1;
+  const bool is_indexed = count > HashIndex::kFew;
   // What can fail first: a record is known everywhere or nowhere.
-  std::list<std::shared_ptr<OspfIf>> record;
-  record.push_back(std::make_shared<OspfIf>(ospf_if));
-  if (is_indexed) by_assignment_->Reserve(records_.size() + 1);
-  records_.push_back(record.back().get());
-  interfaces_.splice(interfaces_.end(), record);
+  if (is_indexed) {
+    ReserveIn(&by_assignment_, count);
+    records_.resize(count);
+  }
+  interfaces_.push_back(std::make_shared<OspfIf>(ospf_if));
   if (!is_indexed) return;
-  for (std::size_t i = by_assignment_->size(); i < records_.size(); ++i) {
-    by_assignment_->Add(HashOfAssignment(*records_[i]));
+  const std::size_t known = by_assignment_->size();
+  auto record =
+      std::prev(interfaces_.end(), static_cast<std::ptrdiff_t>(count - known));
+  for (std::size_t i = known; i < count; ++i, ++record) {
+    records_[i] = record->get();
+    by_assignment_->Add(HashOfAssignment(**record));
   }
 }
 

@@ -1,6 +1,8 @@
 #include "static_route_config.h"
 
 #include <algorithm>
+#include <charconv>
+#include <iterator>
 
 #include "internal/assertion.h"
 #include "internal/maapi_owners.h"
@@ -29,9 +31,6 @@ enum AddrType { kIpv4Type = 1, kIpv6Type = 2 };
 
 constexpr char kTablePath[] = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
 
-// Of the path of an output interface, but for the addresses.
-constexpr std::size_t kOutputPathSize = 72;
-
 constexpr char kSource[] = "src/lib/static_route_config";
 constexpr char kFunction[] =
     "std::__cxx11::string ip_application::config_valid::StaticRouteConfig::"
@@ -47,9 +46,11 @@ constexpr internal::AssertionSite kFteIndexIsUint32 = {
 constexpr internal::AssertionSite kIntfNameIsText = {
     "(&l3_intf_name)->type == C_BUF", kSource, 105, kFunction};
 
-// As "%u" prints it: a negative number comes out as a large one.
-std::string Unsigned(std::int32_t number) {
-  return std::to_string(static_cast<std::uint32_t>(number));
+// As "%u" prints it.
+void AppendNumber(std::uint32_t number, std::string* text) {
+  char digits[10];
+  text->append(digits,
+               std::to_chars(std::begin(digits), std::end(digits), number).ptr);
 }
 
 template <typename Key>
@@ -75,13 +76,14 @@ void StaticRouteConfig::ReadConfig(ConfigAddrFamily family) {
   ipv4_.count = 0;
   ipv6_.count = 0;
   MaapiCursor cursor(sock(), confd_trans()->thandle, PathFormat{kTablePath});
+  std::string path;  // of the row at hand
   for (const maapi_cursor& row : cursor) {
     const confd_value_t* keys = row.keys;
     RequireType(keys[kNetworkAddrType], C_ENUM_VALUE, kAddrTypeIsEnum);
     const std::int32_t type = CONFD_GET_ENUM_VALUE(&keys[kNetworkAddrType]);
     // Read for every row, also for those that are not filed.
     std::string vrf_name = get_vrf_name_from_id(keys[kFteIndex]);
-    std::string intf_name = GetIntfNameFromRoute(row);
+    std::string intf_name = ReadOutputName(row, &path);
 
     if (type == kIpv4Type) {
       ++ipv4_.count;
@@ -118,27 +120,33 @@ void StaticRouteConfig::File(std::string intf_name, std::string vrf_name,
 
 std::string StaticRouteConfig::GetIntfNameFromRoute(
     const maapi_cursor& cursor) const {
-  const std::string network = get_hex_from_bin(cursor.keys[kNetworkAddr]);
-  const std::string next_hop = get_hex_from_bin(cursor.keys[kNextHopAddr]);
-  RequireType(cursor.keys[kNetworkPrefixLen], C_INT32, kPrefixLenIsInt32);
-  RequireType(cursor.keys[kFteIndex], C_UINT32, kFteIndexIsUint32);
   std::string path;
-  path.reserve(kOutputPathSize + network.size() + next_hop.size());
-  path.append("/rtmStaticRtEntry-global{ ")
-      .append(std::to_string(CONFD_GET_UINT32(&cursor.keys[kFteIndex])))
-      .append(" ")
-      .append(network)
-      .append(" ")
-      .append(Unsigned(CONFD_GET_INT32(&cursor.keys[kNetworkPrefixLen])))
-      .append(" ")
-      .append(next_hop)
-      .append(" }/interface-name");
+  return ReadOutputName(cursor, &path);
+}
+
+std::string StaticRouteConfig::ReadOutputName(const maapi_cursor& cursor,
+                                              std::string* path) const {
+  const confd_value_t* keys = cursor.keys;
+  RequireType(keys[kNetworkPrefixLen], C_INT32, kPrefixLenIsInt32);
+  RequireType(keys[kFteIndex], C_UINT32, kFteIndexIsUint32);
+  path->assign("/rtmStaticRtEntry-global{ ");
+  AppendNumber(CONFD_GET_UINT32(&keys[kFteIndex]), path);
+  path->push_back(' ');
+  AppendHex(keys[kNetworkAddr], path);
+  path->push_back(' ');
+  // A negative length comes out as a large number.
+  AppendNumber(
+      static_cast<std::uint32_t>(CONFD_GET_INT32(&keys[kNetworkPrefixLen])),
+      path);
+  path->push_back(' ');
+  AppendHex(keys[kNextHopAddr], path);
+  path->append(" }/interface-name");
 
   // The path holds no conversion: it is the format itself.
   const int thandle = confd_trans()->thandle;
-  if (maapi_exists(sock(), thandle, path.c_str()) != 1) return "";
+  if (maapi_exists(sock(), thandle, path->c_str()) != 1) return "";
   ElemValue l3_intf_name;
-  if (maapi_get_elem(sock(), thandle, l3_intf_name.get(), path.c_str()) !=
+  if (maapi_get_elem(sock(), thandle, l3_intf_name.get(), path->c_str()) !=
       CONFD_OK) {
     return "";
   }

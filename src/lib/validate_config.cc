@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <iterator>
 #include <list>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 
 #include "internal/mask_lists.h"
@@ -63,11 +65,21 @@ std::string Unsigned(std::size_t number) { return std::to_string(number); }
 
 using Masks = std::list<nettypes::IPv4AddrMask>;
 
+// The parts in one piece of memory.
+std::string Joined(std::initializer_list<std::string_view> parts) {
+  std::size_t size = 0;
+  for (const std::string_view part : parts) size += part.size();
+  std::string text;
+  text.reserve(size);
+  for (const std::string_view part : parts) text.append(part);
+  return text;
+}
+
 // The area as a number and dotted, as both are in use: "area 1 (0.0.0.1)".
 std::string ProcessText(const OspfIf& ospf_if) {
-  return Unsigned(ospf_if.process_id()) + " vrf " + ospf_if.vrf_name() +
-         " area " + Unsigned(ospf_if.area().to_uint32()) + " (" +
-         ospf_if.area().to_string() + ")";
+  return Joined({Unsigned(ospf_if.process_id()), " vrf ", ospf_if.vrf_name(),
+                 " area ", Unsigned(ospf_if.area().to_uint32()), " (",
+                 ospf_if.area().to_string(), ")"});
 }
 
 // The part of a record's name that the operator typed.
@@ -108,8 +120,9 @@ int ValidateConfig::ValidateInterfaceAddresses(const Config& config,
       return kViolated;  // every IPv6 address can be one of a host
     }
     if (HasDuplicate<Family>(interface)) return kViolated;
-    if (const Interface* later = overlaps.FirstBehind(i)) {
-      static_cast<void>(Overlap<Family>(interface, *later));  // for its text
+    const auto [later, masks] = overlaps.FirstBehind(i);
+    if (later != nullptr) {
+      TellOverlap<Family>(interface, *later, masks);
       return kViolated;
     }
     if (MatchesNextHop<Family>(interface, config.static_route_config())) {
@@ -127,9 +140,10 @@ bool ValidateConfig::InterfaceIPv4IsValid(const Interface& interface) {
 
     const bool is_network = mask.IsNetworkAddress();
     if (!is_network && !mask.IsBroadcastAddress()) continue;
-    error_text_ = interface.name + Ipv4::kAddressWord + mask.to_string() +
-                  (is_network ? " cannot be configured as network address."
-                              : " cannot be configured as broadcast address.");
+    error_text_ =
+        Joined({interface.name, Ipv4::kAddressWord, mask.to_string(),
+                is_network ? " cannot be configured as network address."
+                           : " cannot be configured as broadcast address."});
     return false;
   }
   return true;
@@ -148,8 +162,8 @@ bool ValidateConfig::HasDuplicate(const Interface& interface) {
   const auto* repeated =
       internal::FirstRepeatedAddress(Family::AddressesOf(interface));
   if (repeated == nullptr) return false;
-  error_text_ =
-      interface.name + Family::kDuplicateWords + repeated->addr().to_string();
+  error_text_ = Joined(
+      {interface.name, Family::kDuplicateWords, repeated->addr().to_string()});
   return true;
 }
 
@@ -165,14 +179,20 @@ bool ValidateConfig::InterfaceIPv6Overlap(const Interface& first,
 
 template <typename Family>
 bool ValidateConfig::Overlap(const Interface& first, const Interface& second) {
-  const auto [a, b] =
+  const auto masks =
       internal::FirstOverlap<typename Family::Mask>(first, second);
-  if (a == nullptr) return false;
-  error_text_ = first.name + Family::VrfOf(first) + Family::kAddressWord +
-                a->to_string() + " overlaps with " + second.name +
-                Family::VrfOf(second) + Family::kAddressWord + b->to_string() +
-                ".";
+  if (masks.first == nullptr) return false;
+  TellOverlap<Family>(first, second, masks);
   return true;
+}
+
+template <typename Family, typename Pair>
+void ValidateConfig::TellOverlap(const Interface& first,
+                                 const Interface& second, const Pair& masks) {
+  error_text_ = Joined({first.name, Family::VrfOf(first), Family::kAddressWord,
+                        masks.first->to_string(), " overlaps with ",
+                        second.name, Family::VrfOf(second),
+                        Family::kAddressWord, masks.second->to_string(), "."});
 }
 
 bool ValidateConfig::InterfaceIPv4Overlap(
@@ -198,9 +218,9 @@ int ValidateConfig::ValidateInterfaceL3(const Config& config) {
   const std::vector<Interface>& interfaces =
       config.intf_by_type(InterfaceType::kL3)->interfaces();
   if (interfaces.size() > kMaxL3Interfaces) {
-    error_text_ = "too many 'interface l3', " + Unsigned(interfaces.size()) +
-                  " configured, at most " + Unsigned(kMaxL3Interfaces) +
-                  " must be configured";
+    error_text_ = Joined({"too many 'interface l3', ",
+                          Unsigned(interfaces.size()), " configured, at most ",
+                          Unsigned(kMaxL3Interfaces), " must be configured"});
     return kViolated;
   }
   const bool valid = std::all_of(interfaces.begin(), interfaces.end(),
@@ -214,11 +234,11 @@ int ValidateConfig::ValidateInterfaceL3(const Config& config) {
 bool ValidateConfig::NameIsValid(const std::string& name) {
   std::string fault;
   if (name.size() > kMaxNameLength) {
-    fault = " is too long (maximum length: " + Unsigned(kMaxNameLength) +
-            " characters)";
+    fault = Joined({" is too long (maximum length: ", Unsigned(kMaxNameLength),
+                    " characters)"});
   } else if (name.size() < kMinNameLength) {
-    fault = " is too short (minimum length: " + Unsigned(kMinNameLength) +
-            " character)";
+    fault = Joined({" is too short (minimum length: ", Unsigned(kMinNameLength),
+                    " character)"});
   } else if (name.find_first_not_of(kNameCharacters) != std::string::npos) {
     fault =
         " contains invalid characters (allowed characters: 0-9, a-z, A-Z, _, "
@@ -226,7 +246,7 @@ bool ValidateConfig::NameIsValid(const std::string& name) {
   } else {
     return true;
   }
-  error_text_ = "L3 interface name " + name + fault;
+  error_text_ = Joined({"L3 interface name ", name, fault});
   return false;
 }
 
@@ -275,8 +295,9 @@ int ValidateConfig::ValidateRouteBlackHole(const Config& config) {
                                               routes.CheckBlackHoleIpv6(route);
   if (!found) return kHolds;
 
-  error_text_ = "Prefix " + route->network().to_string() +
-                " cannot be black-hole and have next-hop at the same time";
+  error_text_ =
+      Joined({"Prefix ", route->network().to_string(),
+              " cannot be black-hole and have next-hop at the same time"});
   return kViolated;
 }
 
@@ -298,10 +319,10 @@ bool ValidateConfig::MatchesNextHop(const Interface& interface,
     key.addr = mask.addr();
     std::shared_ptr<StaticRoute> route;
     if (!routes.FindNextHop(key, route)) continue;
-    error_text_ = interface.name + Family::kAddressWord + mask.to_string() +
-                  " and static route " + route->network().to_string() +
-                  " next-hop " + route->next_hop().to_string() +
-                  " cannot have address conflict.";
+    error_text_ = Joined(
+        {interface.name, Family::kAddressWord, mask.to_string(),
+         " and static route ", route->network().to_string(), " next-hop ",
+         route->next_hop().to_string(), " cannot have address conflict."});
     return true;
   }
   return false;
@@ -315,9 +336,10 @@ int ValidateConfig::ValidateStaticRouteOutputIntf(const Config& config) {
           !routes.FindOutputInterface(interface.name)) {
         continue;
       }
-      error_text_ = interface.name +
-                    " is being used by a static route. Lower-layer-if cannot "
-                    "be removed from this interface";
+      error_text_ =
+          Joined({interface.name,
+                  " is being used by a static route. Lower-layer-if cannot be "
+                  "removed from this interface"});
       return kViolated;
     }
   }
@@ -379,18 +401,19 @@ bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
   // 1. None that OSPF knows may be missing.
   if (const auto* missing = internal::FirstNotIn(interface.ipv4, known)) {
     error_text_ =
-        missing->to_string() +
-        " cannot be modified nor deleted, it is assigned to router ospf " +
-        ProcessText(ospf_if);
+        Joined({missing->to_string(),
+                " cannot be modified nor deleted, it is assigned to router "
+                "ospf ",
+                ProcessText(ospf_if)});
     return false;
   }
   // 2. None may be there that OSPF does not know.
   if (known.size() >= interface.ipv4.size()) return true;
   if (const auto* added = internal::FirstNotIn(known, interface.ipv4)) {
     error_text_ =
-        added->to_string() +
-        " cannot be added after interface is assigned to router ospf " +
-        ProcessText(ospf_if);
+        Joined({added->to_string(),
+                " cannot be added after interface is assigned to router ospf ",
+                ProcessText(ospf_if)});
     return false;
   }
   return true;
@@ -399,9 +422,10 @@ bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
 bool ValidateConfig::IsInVrfOf(const OspfIf& ospf_if,
                                const Interface& interface) {
   if (interface.vrf_name == ospf_if.vrf_name()) return true;
-  error_text_ = interface.name + " vrf " + interface.vrf_name +
-                " and router ospf " + Unsigned(ospf_if.process_id()) + " vrf " +
-                ospf_if.vrf_name() + " cannot be associated with divergent VRF";
+  error_text_ =
+      Joined({interface.name, " vrf ", interface.vrf_name, " and router ospf ",
+              Unsigned(ospf_if.process_id()), " vrf ", ospf_if.vrf_name(),
+              " cannot be associated with divergent VRF"});
   return false;
 }
 

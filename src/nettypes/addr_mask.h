@@ -33,7 +33,8 @@ bool LessMask(const Mask& a, const Mask& b) {
 
 template <typename Mask>
 std::string MaskText(const Mask& mask) {
-  return mask.addr().to_string() + "/" + std::to_string(mask.prefix_len());
+  return mask.addr().to_string().append("/").append(
+      std::to_string(mask.prefix_len()));
 }
 
 }  // namespace nettypes::internal

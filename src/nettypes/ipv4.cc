@@ -1,6 +1,8 @@
 #include <arpa/inet.h>
 #include <nettypes/ipv4.h>
 
+#include <charconv>
+
 #include "addr_mask.h"
 
 namespace nettypes {
@@ -20,15 +22,14 @@ void IPv4Addr::set_addr(uint32_t network_order) {
 }
 
 std::string IPv4Addr::to_string() const {
-  const in_addr address = {htonl(number_)};
-  char text[INET_ADDRSTRLEN] = "";
-  // Fails for an unknown family or a short buffer only.
-  static_cast<void>(inet_ntop(AF_INET, &address, text, sizeof text));
-  return text;
-}
-
-bool operator==(const IPv4Addr& a, const IPv4Addr& b) {
-  return a.to_uint32() == b.to_uint32();
+  constexpr int kMostDigits = 3;
+  char text[INET_ADDRSTRLEN];
+  char* end = text;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    end = std::to_chars(end, end + kMostDigits, number_ >> shift & 0xffU).ptr;
+    *end++ = '.';
+  }
+  return {text, end - 1};  // without the last dot
 }
 
 bool operator!=(const IPv4Addr& a, const IPv4Addr& b) { return !(a == b); }
@@ -60,10 +61,6 @@ bool IPv4AddrMask::IsBroadcastAddress() const {
 
 std::string IPv4AddrMask::to_string() const {
   return internal::MaskText(*this);
-}
-
-bool operator==(const IPv4AddrMask& a, const IPv4AddrMask& b) {
-  return internal::EqualMasks(a, b);
 }
 
 bool operator!=(const IPv4AddrMask& a, const IPv4AddrMask& b) {

@@ -8,6 +8,8 @@ namespace {
 
 constexpr std::uint32_t kGlobalAndMgmt = 0;
 
+constexpr std::size_t kUsualNames = 16;
+
 }  // namespace
 
 std::uint32_t AddressSpaces::NumberOf(const std::string& vrf_name) {
@@ -26,6 +28,7 @@ std::uint32_t AddressSpaces::FindOrAdd(const std::string& vrf_name) {
   if (found != HashIndex::kNone) return found + 1;
 
   index_.Reserve(index_.size() + 1);
+  if (names_.empty()) names_.reserve(kUsualNames);
   names_.push_back(&vrf_name);
   index_.Add(hash);
   return static_cast<std::uint32_t>(names_.size());

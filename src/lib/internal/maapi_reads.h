@@ -33,10 +33,15 @@ std::string PrintKey(const confd_value_t& key) {
 // Texts of keys in one piece of memory, in their order. No text holds a NUL.
 class KeyTexts {
  public:
-  void Add(const char* key) {
-    if (texts_.empty()) texts_.reserve(kUsualSize);
-    texts_.append(key, std::strlen(key) + 1);
+  void Clear() {
+    texts_.clear();
+    count_ = 0;
   }
+  void Add(const char* key) {
+    texts_.append(key, std::strlen(key) + 1);
+    ++count_;
+  }
+  std::size_t size() const { return count_; }
 
   // `for (const char* key : keys)`.
   class Iterator {
@@ -57,19 +62,17 @@ class KeyTexts {
   Iterator end() const { return Iterator(texts_.data() + texts_.size()); }
 
  private:
-  // Some addresses of one interface.
-  static constexpr std::size_t kUsualSize = 96;
-
   std::string texts_;  // each with its NUL
+  std::size_t count_ = 0;
 };
 
 // The first keys of each entry of a list, in the order of the database, each as
-// text of at most `kSize` - 1 bytes.
+// text of at most `kSize` - 1 bytes, in place of what `keys` held.
 template <std::size_t kSize>
-KeyTexts ReadKeyTexts(int sock, int thandle, const std::string& path,
-                      unsigned int key_count) {
-  KeyTexts keys;
-  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return keys;
+void ReadKeyTexts(int sock, int thandle, const std::string& path,
+                  unsigned int key_count, KeyTexts* keys) {
+  keys->Clear();
+  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return;
 
   MaapiCursor cursor(sock, thandle, path);
   for (const maapi_cursor& row : cursor) {
@@ -77,17 +80,17 @@ KeyTexts ReadKeyTexts(int sock, int thandle, const std::string& path,
       char text[kSize];
       text[0] = '\0';  // what a key that cannot be printed gives
       static_cast<void>(confd_pp_value(text, sizeof(text), &row.keys[i]));
-      keys.Add(text);
+      keys->Add(text);
     }
   }
-  return keys;
 }
 
 // The first key of each entry as a text of its own.
 template <std::size_t kSize>
 std::list<std::string> ReadFirstKeys(int sock, int thandle,
                                      const std::string& path) {
-  const KeyTexts keys = ReadKeyTexts<kSize>(sock, thandle, path, 1);
+  KeyTexts keys;
+  ReadKeyTexts<kSize>(sock, thandle, path, 1, &keys);
   std::list<std::string> texts;
   for (const char* key : keys) texts.emplace_back(key);
   return texts;

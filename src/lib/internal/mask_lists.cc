@@ -49,8 +49,7 @@ const Mask* FirstRepeated(const std::list<Mask>& masks) {
 // Whether an address is among those of a list.
 class Membership {
  public:
-  explicit Membership(const std::list<IPv4AddrMask>& masks) : masks_(masks) {
-    if (masks.size() <= kFew) return;
+  explicit Membership(const std::list<IPv4AddrMask>& masks) {
     index_.Reserve(masks.size());
     records_.reserve(masks.size());
     for (const IPv4AddrMask& mask : masks) {
@@ -60,9 +59,6 @@ class Membership {
   }
 
   bool Has(const IPv4AddrMask& mask) const {
-    if (records_.empty()) {
-      return std::find(masks_.begin(), masks_.end(), mask) != masks_.end();
-    }
     return index_.Find(HashOf(mask), [&](auto position) {
       return *records_[position] == mask;
     }) != HashIndex::kNone;
@@ -75,10 +71,17 @@ class Membership {
     return mixed ^ mixed >> 16U ^ static_cast<std::uint32_t>(mask.prefix_len());
   }
 
-  const std::list<IPv4AddrMask>& masks_;
   HashIndex index_;
-  std::vector<const IPv4AddrMask*> records_;  // empty where there are few
+  std::vector<const IPv4AddrMask*> records_;
 };
+
+// The first mask for which `has` does not hold, or null.
+template <typename Has>
+const IPv4AddrMask* FirstWithout(const std::list<IPv4AddrMask>& masks,
+                                 Has has) {
+  const auto found = std::find_if_not(masks.begin(), masks.end(), has);
+  return found == masks.end() ? nullptr : &*found;
+}
 
 }  // namespace
 
@@ -92,11 +95,14 @@ const IPv6AddrMask* FirstRepeatedAddress(const std::list<IPv6AddrMask>& masks) {
 
 const IPv4AddrMask* FirstNotIn(const std::list<IPv4AddrMask>& others,
                                const std::list<IPv4AddrMask>& masks) {
+  if (others.size() <= kFew) {
+    return FirstWithout(masks, [&](const IPv4AddrMask& mask) {
+      return std::find(others.begin(), others.end(), mask) != others.end();
+    });
+  }
   const Membership membership(others);
-  const auto found =
-      std::find_if(masks.begin(), masks.end(),
-                   [&](const auto& mask) { return !membership.Has(mask); });
-  return found == masks.end() ? nullptr : &*found;
+  return FirstWithout(
+      masks, [&](const IPv4AddrMask& mask) { return membership.Has(mask); });
 }
 
 }  // namespace ip_application::config_valid::internal

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kFewPrefixes = 16;
 
 // Up to so many interfaces each look for a partner of their own.
-constexpr std::size_t kFewInterfaces = 16;
+constexpr std::size_t kFewInterfaces = 4;
 
 using Interfaces = std::vector<Interface>;
 
@@ -76,29 +76,31 @@ std::pair<const Mask*, const Mask*> FirstPair(const std::list<Mask>& masks,
   return {};
 }
 
-// Whether the two interfaces, of which one has few prefixes, overlap.
+// The first pair of two interfaces of which one has few prefixes.
 template <typename Mask>
-bool OverlapByPairs(const Interface& a, const Interface& b) {
-  return ShareAddressSpace(a.vrf_name, b.vrf_name) &&
-         FirstPair(AddressesOf<Mask>(a), AddressesOf<Mask>(b)).first != nullptr;
+std::pair<const Mask*, const Mask*> FirstPair(const Interface& a,
+                                              const Interface& b) {
+  if (!ShareAddressSpace(a.vrf_name, b.vrf_name)) return {};
+  return FirstPair(AddressesOf<Mask>(a), AddressesOf<Mask>(b));
 }
 
-// The first interface from that position on that overlaps with `interface`, or
-// null.
+// The first interface from one position on, and before another one, that
+// overlaps with `interface`.
 template <typename Mask>
-const Interface* FirstOverlapping(const Interface& interface,
-                                  const Interfaces& interfaces,
-                                  std::size_t from) {
+OverlapWith<Mask> FirstOverlapping(const Interface& interface,
+                                   const Interfaces& interfaces,
+                                   std::size_t from, std::size_t to) {
   if (AddressesOf<Mask>(interface).size() <= kFewPrefixes) {
-    for (std::size_t i = from; i < interfaces.size(); ++i) {
-      if (OverlapByPairs<Mask>(interface, interfaces[i])) return &interfaces[i];
+    for (std::size_t i = from; i < to; ++i) {
+      const auto masks = FirstPair<Mask>(interface, interfaces[i]);
+      if (masks.first != nullptr) return {&interfaces[i], masks};
     }
-    return nullptr;
+    return {};
   }
 
   PrefixSweep<Mask> sweep;
   for (const Mask& mask : AddressesOf<Mask>(interface)) sweep.Add(mask, 0);
-  for (std::size_t i = from; i < interfaces.size(); ++i) {
+  for (std::size_t i = from; i < to; ++i) {
     if (!ShareAddressSpace(interface.vrf_name, interfaces[i].vrf_name)) {
       continue;
     }
@@ -107,7 +109,8 @@ const Interface* FirstOverlapping(const Interface& interface,
     }
   }
   const std::uint32_t first = sweep.TakeLowest().other;
-  return first == PrefixSweep<Mask>::kNone ? nullptr : &interfaces[first];
+  if (first == PrefixSweep<Mask>::kNone) return {};
+  return {&interfaces[first], FirstOverlap<Mask>(interface, interfaces[first])};
 }
 
 }  // namespace
@@ -154,6 +157,12 @@ auto OverlapSides::MembersBySpace() const -> std::vector<Member> {
     for (const Interface& other : *others) add(other, rank++, true);
   }
 
+  if (members.size() <= kFewToSort) {
+    SortByInsertion(
+        [](const Member& a, const Member& b) { return a.space < b.space; },
+        &members);
+    return members;
+  }
   std::vector<Member> spare;
   std::uint32_t bit = 0;
   for (auto left = spaces.highest(); left != 0; left >>= kDigitBits) {
@@ -166,15 +175,20 @@ auto OverlapSides::MembersBySpace() const -> std::vector<Member> {
 }
 
 template <typename Mask>
-const Interface* OverlapSearch<Mask>::FirstBehind(std::size_t position) {
-  // The first interface before anything is sorted: a violation that it has
-  // needs none of that.
-  if (position > 0 && interfaces_.size() > kFewInterfaces) {
+OverlapWith<Mask> OverlapSearch<Mask>::FirstBehind(std::size_t position) {
+  const Interface& interface = interfaces_[position];
+  const std::size_t count = interfaces_.size();
+  if (count > kFewInterfaces) {
+    // A violation among the first ones needs nothing sorted.
+    if (position == 0) {
+      const OverlapWith<Mask> near =
+          FirstOverlapping<Mask>(interface, interfaces_, 1, kFewInterfaces);
+      if (near.interface != nullptr) return near;
+    }
     SweepOnce();
-    if (position != first_in_overlap_) return nullptr;
+    if (position != first_in_overlap_) return {};
   }
-  return FirstOverlapping<Mask>(interfaces_[position], interfaces_,
-                                position + 1);
+  return FirstOverlapping<Mask>(interface, interfaces_, position + 1, count);
 }
 
 template <typename Mask>
@@ -187,7 +201,9 @@ OverlapSearch<Mask>::FirstOfOtherKinds() {
   for (const Interfaces* others : others_) {
     if (position < others->size()) {
       const Interface& other = (*others)[position];
-      return {&other, FirstOverlapping<Mask>(other, interfaces_, 0)};
+      return {&other,
+              FirstOverlapping<Mask>(other, interfaces_, 0, interfaces_.size())
+                  .interface};
     }
     position -= others->size();
   }
@@ -210,7 +226,9 @@ OverlapSearch<Mask>::FirstOtherByPairs() const {
   for (const Interfaces* others : others_) {
     for (const Interface& other : *others) {
       for (const Interface& interface : interfaces_) {
-        if (OverlapByPairs<Mask>(interface, other)) return {&other, &interface};
+        if (FirstPair<Mask>(interface, other).first != nullptr) {
+          return {&other, &interface};
+        }
       }
     }
   }

@@ -28,6 +28,14 @@ template <typename Mask>
 std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
                                                  const Interface& second);
 
+// An interface that overlaps with the one asked for, and FirstOverlap() of that
+// one with it; null where there is none.
+template <typename Mask>
+struct OverlapWith {
+  const Interface* interface = nullptr;
+  std::pair<const Mask*, const Mask*> masks;
+};
+
 // The interfaces of one kind and those of the other kinds; borrowed.
 class OverlapSides {
  protected:
@@ -66,10 +74,9 @@ class OverlapSearch : private OverlapSides {
                 const std::vector<InterfaceConfig*>& all)
       : OverlapSides(changed, all) {}
 
-  // The first interface of the kind, behind that one, that overlaps with it, or
-  // null. To be asked in the order of the interfaces and no more behind an
-  // overlap.
-  const Interface* FirstBehind(std::size_t position);
+  // The first interface of the kind, behind that one, that overlaps with it. To
+  // be asked in the order of the interfaces and no more behind an overlap.
+  OverlapWith<Mask> FirstBehind(std::size_t position);
 
   // The first interface of another kind, in the order of the readers, that
   // overlaps with one of the kind; and the first one of these that it overlaps

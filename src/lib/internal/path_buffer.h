@@ -11,10 +11,11 @@ namespace ip_application::config_valid::internal {
 // next one is asked for.
 class EntryPaths {
  public:
-  explicit EntryPaths(const std::string& list) {
+  // Takes up a list, and gives up the one before.
+  void Start(const std::string& list) {
     // Room for a key and a leaf in most cases.
     text_.reserve(list.size() + 64);
-    text_.append(list).push_back('{');
+    text_.assign(list).push_back('{');
     key_at_ = text_.size();
   }
 

@@ -10,9 +10,6 @@ namespace ip_application::config_valid::internal {
 
 namespace {
 
-// So many prefixes are sorted by insertion in less time than by passes.
-constexpr std::size_t kFew = 24;
-
 std::array<std::uint32_t, 1> WordsOf(const nettypes::IPv4AddrMask& mask) {
   return {mask.addr().to_uint32()};
 }
@@ -60,26 +57,25 @@ bool IsBefore(const Prefix& a, const Prefix& b) {
   return a.length < b.length;
 }
 
-// The lowest rank, and the lowest one but for it.
-class LowestTwo {
- public:
+// The lowest rank, and the lowest one but for it; UINT32_MAX for none. Without
+// a constructor, so that an array of them costs nothing.
+struct LowestTwo {
   void Add(std::uint32_t rank) {
-    if (rank < first_) {
-      second_ = std::exchange(first_, rank);
-    } else if (rank != first_) {
-      second_ = std::min(second_, rank);
+    if (rank < lowest) {
+      second = std::exchange(lowest, rank);
+    } else if (rank != lowest) {
+      second = std::min(second, rank);
     }
   }
 
-  // The lowest of those that are not `rank`; UINT32_MAX for none.
+  // The lowest of those that are not `rank`.
   std::uint32_t BesidesOf(std::uint32_t rank) const {
-    return rank == first_ ? second_ : first_;
+    return rank == lowest ? second : lowest;
   }
-  bool empty() const { return first_ == UINT32_MAX; }
+  bool empty() const { return lowest == UINT32_MAX; }
 
- private:
-  std::uint32_t first_ = UINT32_MAX;
-  std::uint32_t second_ = UINT32_MAX;
+  std::uint32_t lowest;
+  std::uint32_t second;
 };
 
 }  // namespace
@@ -94,7 +90,7 @@ class PrefixSweep<Mask>::Chain {
       --depth_;
     }
     const bool is_top = depth_ == 0;
-    Link link = is_top ? Link() : links_[depth_ - 1];
+    Link link = is_top ? kNoLink : links_[depth_ - 1];
     Compare(prefix, link, lowest);
 
     if (prefix.is_other) {
@@ -110,11 +106,12 @@ class PrefixSweep<Mask>::Chain {
 
  private:
   struct Link {
-    const Prefix* prefix = nullptr;
+    const Prefix* prefix;
     // Of it and all above it.
     LowestTwo ranks;
-    std::uint32_t other = kNone;
+    std::uint32_t other;
   };
+  static constexpr Link kNoLink = {nullptr, {kNone, kNone}, kNone};
 
   static void Compare(const Prefix& prefix, const Link& above, Lowest* lowest) {
     if (prefix.is_other) {
@@ -128,6 +125,8 @@ class PrefixSweep<Mask>::Chain {
     lowest->rank = std::min({lowest->rank, rank, prefix.rank});
   }
 
+  // Left as it is until a link is put there: there is a chain for each address
+  // space, and most are short.
   Link links_[Mask::kMaxPrefixLen + 1];
   std::size_t depth_ = 0;
 };
@@ -159,17 +158,10 @@ void PrefixSweep<Mask>::Add(const Mask& mask, std::uint32_t rank,
 
 template <typename Mask>
 void PrefixSweep<Mask>::Sort() {
-  if (prefixes_.size() > kFew) {
+  if (prefixes_.size() > kFewToSort) {
     SortByDigits();
-    return;
-  }
-  for (std::size_t i = 1; i < prefixes_.size(); ++i) {
-    const Prefix prefix = prefixes_[i];
-    std::size_t at = i;
-    for (; at > 0 && IsBefore(prefix, prefixes_[at - 1]); --at) {
-      prefixes_[at] = prefixes_[at - 1];
-    }
-    prefixes_[at] = prefix;
+  } else {
+    SortByInsertion(IsBefore<Prefix>, &prefixes_);
   }
 }
 

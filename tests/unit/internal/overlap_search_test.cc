@@ -173,10 +173,12 @@ void CompareOnce(const Shape& shape, Random& random, Found* found) {
   OverlapSearch<Mask> search(changed, all);
   for (std::size_t i = 0; i < interfaces.size(); ++i) {
     const Interface* expected = WalkBehind<Mask>(interfaces, i);
-    ASSERT_EQ(search.FirstBehind(i), expected);
+    const OverlapWith<Mask> found_behind = search.FirstBehind(i);
+    ASSERT_EQ(found_behind.interface, expected);
     if (expected == nullptr) continue;
-    ASSERT_EQ(FirstOverlap<Mask>(interfaces[i], *expected),
-              WalkPair<Mask>(interfaces[i], *expected));
+    const auto pair = WalkPair<Mask>(interfaces[i], *expected);
+    ASSERT_EQ(found_behind.masks, pair);
+    ASSERT_EQ(FirstOverlap<Mask>(interfaces[i], *expected), pair);
     ++found->behind;
     break;
   }

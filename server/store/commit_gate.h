@@ -1,0 +1,60 @@
+// The one road into the running configuration: the model's own tests, and then
+// the commit engine, as ipav check runs it. Every door leads through it.
+#ifndef IPAV_SERVER_STORE_COMMIT_GATE_H_
+#define IPAV_SERVER_STORE_COMMIT_GATE_H_
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/time_limit.h"
+#include "datastore/data_tree.h"
+#include "datastore/model.h"
+#include "store/edit_config.h"
+#include "store/rpc_error.h"
+
+namespace ipav::store {
+
+// A configuration that may have several owners; nobody changes it.
+using Configuration = std::shared_ptr<const datastore::DataTree>;
+
+struct GateOptions {
+  std::string plugin;                               // file
+  base::TimeLimit time_limit = base::kNoTimeLimit;  // of the plug-in
+};
+
+// What came of one configuration: `configuration`, or else `error`.
+struct Judgement {
+  Configuration configuration;
+  std::optional<RpcError> error;
+};
+
+class CommitGate {
+ public:
+  // The model is borrowed.
+  CommitGate(const datastore::Model& model, GateOptions options)
+      : model_(model), options_(std::move(options)) {}
+
+  // Only what the model says of the configuration.
+  Judgement Complete(Nodes nodes) const;
+
+  // That, and what the plug-in says of it in place of `running`. The plug-in
+  // runs in a child process of this one, which is over when it returns; what
+  // becomes of it is a refusal. A refusal is operation-failed with the text of
+  // the validation point, its name as app_tag, and its data path.
+  Judgement Judge(const datastore::DataTree& running, Nodes nodes) const;
+
+  // The same for what Complete() accepted.
+  std::optional<RpcError> Judge(const datastore::DataTree& running,
+                                const datastore::DataTree& candidate) const;
+
+  const datastore::Model& model() const { return model_; }
+
+ private:
+  const datastore::Model& model_;
+  GateOptions options_;
+};
+
+}  // namespace ipav::store
+
+#endif  // IPAV_SERVER_STORE_COMMIT_GATE_H_

@@ -1,0 +1,57 @@
+// Why an operation was refused, as an rpc-error of RFC 6241 (section 4.3) tells
+// it. Its severity is always error.
+#ifndef IPAV_SERVER_STORE_RPC_ERROR_H_
+#define IPAV_SERVER_STORE_RPC_ERROR_H_
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ipav::store {
+
+enum class ErrorType : std::uint8_t {
+  kTransport,
+  kRpc,
+  kProtocol,
+  kApplication
+};
+
+// The tags of RFC 6241 (appendix A) that operations on datastores have.
+enum class ErrorTag : std::uint8_t {
+  kInUse,
+  kInvalidValue,
+  kMissingAttribute,
+  kBadAttribute,
+  kUnknownAttribute,
+  kMissingElement,
+  kBadElement,
+  kUnknownElement,
+  kUnknownNamespace,
+  kLockDenied,
+  kDataExists,
+  kDataMissing,
+  kOperationNotSupported,
+  kOperationFailed
+};
+
+// As it is written: "in-use".
+const char* NameOf(ErrorTag tag);
+
+struct RpcError {
+  ErrorType type = ErrorType::kApplication;
+  ErrorTag tag = ErrorTag::kOperationFailed;
+  std::string app_tag;  // empty: none
+  // Of the node, as libyang writes paths: "/module:top/list[key='a']/leaf",
+  // each name with its module where it is not that of its parent. Empty: none.
+  std::string path;
+  std::string message;
+  // Names and texts of the elements of error-info: "session-id" for
+  // kLockDenied, "bad-attribute", "bad-element" and "bad-namespace" for the
+  // tags that ask for them.
+  std::vector<std::pair<std::string, std::string>> info;
+};
+
+}  // namespace ipav::store
+
+#endif  // IPAV_SERVER_STORE_RPC_ERROR_H_

@@ -14,9 +14,15 @@ class FileDescriptor {
   ~FileDescriptor() { Close(); }
   FileDescriptor(FileDescriptor&& other) noexcept
       : fd_(std::exchange(other.fd_, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    if (this != &other) {
+      Close();
+      fd_ = std::exchange(other.fd_, -1);
+    }
+    return *this;
+  }
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(FileDescriptor&&) = delete;
 
   int get() const { return fd_; }  // -1: closed
   void Close() {

@@ -1,0 +1,54 @@
+#include "transport/authorized_keys.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace ipav::transport {
+
+namespace {
+
+// Null for what is no key.
+Key ParseLine(const std::string& line) {
+  std::istringstream words(line);
+  std::string type;
+  std::string base64;
+  words >> type >> base64;
+  ssh_key key = nullptr;
+  const int result = ssh_pki_import_pubkey_base64(
+      base64.c_str(), ssh_key_type_from_name(type.c_str()), &key);
+  return Key(result == SSH_OK ? key : nullptr);
+}
+
+}  // namespace
+
+AuthorizedKeys AuthorizedKeys::FromFile(const std::string& path) {
+  std::ifstream file(path);
+  if (!file) {
+    throw std::runtime_error(path + ": " +
+                             std::generic_category().message(errno));
+  }
+  AuthorizedKeys keys;
+  std::string line;
+  for (unsigned long number = 1; std::getline(file, line); ++number) {
+    const std::size_t start = line.find_first_not_of(" \t\r");
+    if (start == std::string::npos || line[start] == '#') continue;
+    keys.keys_.push_back(ParseLine(line));
+    if (keys.keys_.back() == nullptr) {
+      throw std::runtime_error(path + ":" + std::to_string(number) +
+                               ": not TYPE and BASE64 of a public key");
+    }
+  }
+  return keys;
+}
+
+bool AuthorizedKeys::Has(ssh_key key) const {
+  return std::any_of(keys_.begin(), keys_.end(), [key](const Key& known) {
+    return ssh_key_cmp(known.get(), key, SSH_KEY_CMP_PUBLIC) == 0;
+  });
+}
+
+}  // namespace ipav::transport

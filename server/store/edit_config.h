@@ -46,18 +46,22 @@ struct EditRules {
   bool allows_operations = true;  // attributes "operation" and "insert"
 };
 
-// Applies an edit to `nodes`, which need not be all that the model asks for,
-// before or after. `edit` is the content of the element config, in XML: no or
-// several top elements, with their namespaces. Default values and plain
-// containers are added to the result, marked as libyang marks them; a node that
-// is a default only does not exist to create and delete.
-//
-// Returns what is wrong, in the order of the edit: none, or with kUndo one
-// error, and then `nodes` are as they were. Throws nothing but std::bad_alloc.
-// Keeps nothing of its arguments; any thread, one at a time for a model.
-std::vector<RpcError> EditConfig(const datastore::Model& model,
-                                 const std::string& edit,
-                                 const EditRules& rules, Nodes* nodes);
+// What an edit makes of a configuration, and what is wrong with it, in the
+// order of the edit. With kUndo there is one error at most, and then no nodes.
+struct Edited {
+  Nodes nodes;
+  std::vector<RpcError> errors;
+};
+
+// Applies an edit to a copy of `base` (null: no nodes), which need not be all
+// that the model asks for; neither need the result. `edit` is the content of
+// the element config, in XML: no or several top elements, with their
+// namespaces. Default values and plain containers are added to the result,
+// marked as libyang marks them; a node that is there by default only does not
+// exist to create and delete. A key of which one value has several texts gets
+// the text that all of them share. Throws nothing but std::bad_alloc.
+Edited EditConfig(const datastore::Model& model, const lyd_node* base,
+                  const std::string& edit, const EditRules& rules);
 
 }  // namespace ipav::store
 

@@ -21,6 +21,7 @@ namespace ipav::store {
 // what() is one line: "FILE: reason".
 class StateError : public std::runtime_error {
  public:
+  explicit StateError(const std::string& line) : std::runtime_error(line) {}
   StateError(const std::string& file, const std::string& reason)
       : std::runtime_error(file + ": " + reason) {}
 };
@@ -45,9 +46,9 @@ class StateFolder {
  public:
   // Makes the folder where there is none, for its owner only, and locks it
   // until it is destroyed or its process ends, however it ends; a process that
-  // is forked or started meanwhile does not hold the lock. Throws StateError,
-  // also where another server has the lock. `calls`, borrowed, may be null: the
-  // system's.
+  // is forked or started meanwhile does not hold the lock. No other thread
+  // forks while a folder is made or destroyed. Throws StateError, also where
+  // another server has the lock. `calls`, borrowed, may be null: the system's.
   explicit StateFolder(const std::string& path, FileCalls* calls = nullptr);
   ~StateFolder();
   StateFolder(const StateFolder&) = delete;
@@ -82,13 +83,16 @@ class StateFolder {
  private:
   void Lock();
   void Replace(const std::string& name, const std::string& text, bool sync);
+  bool WriteFile(const std::string& file, const std::string& bytes, bool sync);
+  void Unlink(const std::string& name);
   void SyncFolder();
 
   std::string path_;
   FileCalls own_calls_;
   FileCalls* calls_;
-  int folder_ = -1;
-  int lock_ = -1;
+  bool is_made_;
+  base::FileDescriptor folder_;
+  base::FileDescriptor lock_;
 };
 
 }  // namespace ipav::store

@@ -14,9 +14,12 @@ Locations FindLocations() {
     libraries = prefix / "lib";
   }
   const fs::path data = prefix / "share/ipav";
-  return {libraries / "libip_app_validation.so", data / "yang",
-          libraries / "libipav_yang_extension.so", data / "messages.md",
-          data / "starter.xml"};
+  return {libraries / "libip_app_validation.so",
+          data / "yang",
+          libraries / "libipav_yang_extension.so",
+          data / "messages.md",
+          data / "starter.xml",
+          data / "netconf"};
 }
 
 }  // namespace ipav::cli

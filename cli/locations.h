@@ -8,11 +8,12 @@
 namespace ipav::cli {
 
 struct Locations {
-  std::string plugin;          // libip_app_validation.so
-  std::string yang_dir;        // the data model
-  std::string yang_extension;  // plug-in of the YANG library
-  std::string messages;        // docs/messages.md
-  std::string starter;         // a first configuration
+  std::string plugin;            // libip_app_validation.so
+  std::string yang_dir;          // the data model
+  std::string yang_extension;    // plug-in of the YANG library
+  std::string messages;          // docs/messages.md
+  std::string starter;           // a first configuration
+  std::string netconf_yang_dir;  // the modules of NETCONF itself
 };
 
 Locations FindLocations();

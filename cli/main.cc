@@ -10,11 +10,13 @@
 #include <string>
 
 #include "check.h"
+#include "commands/commit.h"
 #include "commands/convert.h"
 #include "commands/diff.h"
 #include "commands/explain.h"
 #include "commands/new.h"
 #include "commands/points.h"
+#include "commands/serve.h"
 #include "commands/summarize.h"
 #include "exit_status.h"
 #include "locations.h"
@@ -22,12 +24,14 @@
 namespace {
 
 using ipav::cli::CheckOptions;
+using ipav::cli::CommitOptions;
 using ipav::cli::ConvertOptions;
 using ipav::cli::DiffOptions;
 using ipav::cli::ExplainOptions;
 using ipav::cli::Locations;
 using ipav::cli::NewOptions;
 using ipav::cli::ReadingLimits;
+using ipav::cli::ServeOptions;
 using ipav::cli::SummarizeOptions;
 using ipav::cli::report::Format;
 using ipav::cli::report::ReportOptions;
@@ -48,6 +52,8 @@ constexpr char kExamples[] =
     "  ipav diff running.xml candidate.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
     "  ipav new > router.xml\n"
+    "  ipav serve --state /var/lib/ipav --ssh 8300\n"
+    "  ipav commit --to /var/lib/ipav/netconf.sock router.xml\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
@@ -327,6 +333,129 @@ CLI::App* AddNew(CLI::App* app, NewOptions* options) {
   return command;
 }
 
+constexpr char kServeNotes[] =
+    "The UNIX socket is netconf.sock in the state folder. SSH takes public "
+    "keys\n"
+    "only. SIGTERM ends the server, SIGHUP reads the authorized keys again.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav serve --state /var/lib/ipav\n"
+    "  ipav serve --state demo --ssh 8300 --authorized-keys "
+    "~/.ssh/id_ed25519.pub\n"
+    "\n"
+    "Exit status: 0 ended by a signal, or by --once; 2 it cannot serve.";
+
+// What the command line has as plain numbers.
+struct ServeNumbers {
+  unsigned timeout = 60;
+  unsigned hello_timeout = 20;
+  unsigned idle_timeout = 600;
+  unsigned max_message = 16;
+
+  void ApplyTo(ServeOptions* options) const {
+    options->time_limit = std::chrono::seconds(timeout);
+    options->limits.hello = std::chrono::seconds(hello_timeout);
+    options->limits.idle = std::chrono::seconds(idle_timeout);
+    options->limits.max_message = std::size_t{max_message} << 20;
+  }
+};
+
+void AddServeLimits(CLI::App* serve, ServeOptions* options,
+                    ServeNumbers* numbers) {
+  constexpr unsigned kMaxSessions = 1000;
+  serve
+      ->add_option("--timeout", numbers->timeout,
+                   "Seconds for the plug-in to judge a commit (0: no limit)")
+      ->capture_default_str()
+      ->check(CLI::Range(0U, kMaxSeconds));
+  serve
+      ->add_option("--max-sessions", options->max_sessions,
+                   "Sessions at a time")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxSessions));
+  serve
+      ->add_option("--max-message-size", numbers->max_message,
+                   "Largest message to take, in MiB")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxMebibytes));
+  serve
+      ->add_option("--hello-timeout", numbers->hello_timeout,
+                   "Seconds for a client to log in and say hello")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxSeconds));
+  serve
+      ->add_option("--idle-timeout", numbers->idle_timeout,
+                   "Seconds that a session may be silent (0: no limit)")
+      ->capture_default_str()
+      ->check(CLI::Range(0U, kMaxSeconds));
+}
+
+CLI::App* AddServe(CLI::App* app, Locations* locations, ServeOptions* options,
+                   ServeNumbers* numbers) {
+  CLI::App* serve =
+      app->add_subcommand("serve", "Serve the embedded host over NETCONF");
+  serve->footer(kServeNotes);
+  serve
+      ->add_option("--state", options->state,
+                   "Folder of the datastores, made where it is not there")
+      ->required()
+      ->type_name("DIR");
+  CLI::Option* ssh = serve
+                         ->add_option("--ssh", options->ssh_port,
+                                      "Listen for SSH on that port (0: any)")
+                         ->type_name("PORT");
+  serve
+      ->add_option("--listen", options->address,
+                   "IP address to listen on for SSH")
+      ->capture_default_str()
+      ->needs(ssh)
+      ->type_name("ADDR");
+  serve
+      ->add_option("--authorized-keys", options->authorized_keys,
+                   "Public keys that may log in (default: authorized_keys in "
+                   "the state folder)")
+      ->needs(ssh)
+      ->type_name("FILE");
+  serve->add_flag("--once", options->once, "End with the first session");
+  AddServeLimits(serve, options, numbers);
+  AddLocationOptions(serve, locations);
+  return serve;
+}
+
+constexpr char kCommitNotes[] =
+    "The file becomes the whole running configuration of the server.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav commit --to /var/lib/ipav/netconf.sock router.xml\n"
+    "  ipav commit --to demo/netconf.sock --validate router.json\n"
+    "\n"
+    "Exit status: 0 accepted, 1 refused, 2 the file or the command line is\n"
+    "wrong, or there is no server, 3 the plug-in died, threw or did not answer "
+    "in\n"
+    "time.";
+
+CLI::App* AddCommit(CLI::App* app, Locations* locations, Limits* limits,
+                    CommitOptions* options) {
+  CLI::App* commit = app->add_subcommand(
+      "commit", "Commit a configuration on a running ipav serve");
+  commit->footer(kCommitNotes);
+  commit->add_option("--to", options->server, "UNIX socket of the server")
+      ->required()
+      ->type_name("SOCKET");
+  commit->add_flag("--validate", options->validate,
+                   "Ask whether it would be accepted, and change nothing");
+  commit
+      ->add_option("file", options->file,
+                   "Configuration to commit, XML or JSON")
+      ->required();
+  AddLimitOptions(commit,
+                  "read a configuration, and for each answer of the "
+                  "server",
+                  limits);
+  AddYangOption(commit, locations);
+  return commit;
+}
+
 int Run(int argc, char** argv) {
   Locations locations = ipav::cli::FindLocations();
   CheckOptions options;
@@ -356,6 +485,13 @@ int Run(int argc, char** argv) {
       AddConvert(&app, &locations, &limits, &convert_options);
   NewOptions new_options;
   const CLI::App* new_command = AddNew(&app, &new_options);
+  ServeOptions serve_options;
+  ServeNumbers serve_numbers;
+  const CLI::App* serve =
+      AddServe(&app, &locations, &serve_options, &serve_numbers);
+  CommitOptions commit_options;
+  const CLI::App* commit =
+      AddCommit(&app, &locations, &limits, &commit_options);
 
   try {
     app.parse(argc, argv);
@@ -374,6 +510,10 @@ int Run(int argc, char** argv) {
   if (new_command->parsed()) {
     return ipav::cli::PrintNew(locations, new_options);
   }
+  serve_numbers.ApplyTo(&serve_options);
+  if (serve->parsed()) return ipav::cli::Serve(locations, serve_options);
+  limits.ApplyTo(&commit_options.limits);
+  if (commit->parsed()) return ipav::cli::CommitTo(locations, commit_options);
   throw CLI::RequiredError("A subcommand");
 }
 

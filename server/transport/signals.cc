@@ -15,8 +15,15 @@ namespace {
 
 // A handler has no other way to know.
 volatile std::sig_atomic_t g_write_end = -1;
+pid_t g_owner = 0;
 
 void Tell(int number) {
+  // A child that was forked, and means to live as children do.
+  if (getpid() != g_owner) {
+    static_cast<void>(std::signal(number, SIG_DFL));
+    static_cast<void>(std::raise(number));
+    return;
+  }
   const int error = errno;
   const auto byte = static_cast<char>(number);
   // A full pipe has enough to tell of.
@@ -46,6 +53,7 @@ Signals::Signals(std::vector<int> numbers)
 Signals::Signals(std::vector<int> numbers, const std::array<int, 2>& fds)
     : numbers_(std::move(numbers)), read_end_(fds[0]), write_end_(fds[1]) {
   g_write_end = fds[1];
+  g_owner = getpid();
   for (const int number : numbers_) Handle(number, Tell);
 }
 

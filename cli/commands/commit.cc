@@ -1,0 +1,91 @@
+#include "commands/commit.h"
+
+#include <fmt/core.h>
+#include <libyang/libyang.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
+#include <stdexcept>
+
+#include "datastore/model.h"
+#include "netconf_client.h"
+
+namespace ipav::cli {
+
+namespace {
+
+constexpr char kPluginFailure[] = "the plug-in failed: ";
+
+// As XML without a declaration, for the middle of a message.
+std::string ReadAsXml(const Locations& locations,
+                      const CommitOptions& options) {
+  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+  const datastore::DataTree tree =
+      ReadTree(model, options.file, options.limits);
+  char* text = nullptr;
+  constexpr std::uint32_t kOptions =
+      LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT;
+  if (tree.FirstChild(nullptr) != nullptr &&
+      lyd_print_mem(&text, tree.FirstChild(nullptr), LYD_XML, kOptions) !=
+          LY_SUCCESS) {
+    throw std::runtime_error(options.file + ": cannot be written as XML");
+  }
+  std::string printed = text == nullptr ? "" : text;
+  std::free(text);  // NOLINT: it comes from malloc()
+  return printed;
+}
+
+// An operation that never asks a validation point.
+void Expect(const std::string& server,
+            const std::optional<OperationError>& error) {
+  if (!error.has_value()) return;
+  throw std::runtime_error(server + ": " + error->tag + ": " + error->message);
+}
+
+// As ipav check tells of it.
+ExitStatus Report(const std::string& file,
+                  const std::optional<OperationError>& error) {
+  if (!error.has_value()) {
+    fmt::print("{}: accepted\n", file);
+    return kAccepted;
+  }
+  const bool has_failed = error->message.rfind(kPluginFailure, 0) == 0;
+  fmt::print("{}: {}\n{}\n", file, has_failed ? "plug-in failed" : "refused",
+             error->message);
+  if (!error->app_tag.empty()) {
+    fmt::print("  validation point: {}\n", error->app_tag);
+  }
+  if (!error->path.empty()) fmt::print("  data path: {}\n", error->path);
+  return has_failed ? kPluginFailed : kRefused;
+}
+
+}  // namespace
+
+ExitStatus CommitTo(const Locations& locations, const CommitOptions& options) {
+  // 1. The configuration, wrong as it may be.
+  const std::string config =
+      "<source><config>" + ReadAsXml(locations, options) + "</config></source>";
+
+  // 2. The question, or the change. A session that ends before its commit
+  // leaves a candidate that it had locked as it was.
+  NetconfClient client(options.server, options.limits.time);
+  std::optional<OperationError> error;
+  if (options.validate) {
+    error = client.Call("<validate>" + config + "</validate>");
+  } else {
+    Expect(options.server,
+           client.Call("<lock><target><candidate/></target></lock>"));
+    Expect(options.server,
+           client.Call("<copy-config><target><candidate/></target>" + config +
+                       "</copy-config>"));
+    error = client.Call("<commit/>");
+  }
+  const ExitStatus status = Report(options.file, error);
+
+  // 3. The end.
+  Expect(options.server, client.Call("<close-session/>"));
+  return status;
+}
+
+}  // namespace ipav::cli

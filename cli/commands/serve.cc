@@ -1,0 +1,69 @@
+#include "commands/serve.h"
+
+#include <csignal>
+
+#include "datastore/model.h"
+#include "netconf/server.h"
+#include "store/commit_gate.h"
+#include "store/datastores.h"
+#include "store/state_folder.h"
+#include "transport/doorman.h"
+#include "transport/log.h"
+#include "transport/notify.h"
+#include "transport/signals.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using transport::Log;
+using transport::Severity;
+
+// Strangers, who have not logged in, beside the sessions that there may be.
+constexpr std::size_t kMaxStrangers = 8;
+
+transport::DoormanOptions DoorOf(const ServeOptions& options) {
+  transport::DoormanOptions door;
+  door.unix_socket = options.state + "/netconf.sock";
+  door.max_clients = options.max_sessions + kMaxStrangers;
+  door.limits = options.limits;
+  if (!options.ssh_port.has_value()) return door;
+  door.ssh.emplace();
+  door.ssh->address = options.address;
+  door.ssh->port = *options.ssh_port;
+  door.ssh->host_key = options.state + "/ssh_host_ecdsa_key";
+  door.ssh->authorized_keys = options.authorized_keys.empty()
+                                  ? options.state + "/authorized_keys"
+                                  : options.authorized_keys;
+  return door;
+}
+
+}  // namespace
+
+ExitStatus Serve(const Locations& locations, const ServeOptions& options) {
+  // 1. The doors, before there is anything that their process could inherit.
+  store::StateFolder folder(options.state);
+  transport::Doorman doorman(DoorOf(options));
+  const transport::Signals signals({SIGTERM, SIGINT, SIGHUP, SIGCHLD});
+
+  // 2. The datastores: who connects meanwhile, waits.
+  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+  const store::CommitGate gate(model, {locations.plugin, options.time_limit});
+  store::Datastores datastores(gate, &folder);
+
+  // 3. Sessions, to the end.
+  netconf::Server server(
+      model, {locations.netconf_yang_dir, options.max_sessions, options.once},
+      &datastores, &doorman);
+  Log(Severity::kNotice, "listening on " + options.state + "/netconf.sock");
+  if (!doorman.ssh_name().empty()) {
+    Log(Severity::kNotice, "listening for SSH on " + doorman.ssh_name());
+  }
+  transport::Notify("READY=1");
+  server.Run(signals);
+  transport::Notify("STOPPING=1");
+  Log(Severity::kNotice, "ended");
+  return kAccepted;
+}
+
+}  // namespace ipav::cli

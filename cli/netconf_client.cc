@@ -1,0 +1,143 @@
+#include "netconf_client.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <system_error>
+
+#include "transport/hello.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using transport::Frame;
+using transport::Framing;
+
+constexpr char kNamespace[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
+
+// An answer to what this client asks is short.
+constexpr std::size_t kMaxReply = std::size_t{1} << 20;
+
+struct DocumentDeleter {
+  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
+
+std::string_view Text(const xmlChar* text) {
+  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+// The child element of that name; null where there is none.
+const xmlNode* Child(const xmlNode* parent, std::string_view name) {
+  const xmlNode* child = parent == nullptr ? nullptr : parent->children;
+  while (child != nullptr &&
+         (child->type != XML_ELEMENT_NODE || Text(child->name) != name)) {
+    child = child->next;
+  }
+  return child;
+}
+
+std::string TextOfChild(const xmlNode& parent, std::string_view name) {
+  const xmlNode* child = Child(&parent, name);
+  if (child == nullptr) return "";
+  xmlChar* content = xmlNodeGetContent(child);
+  std::string text(Text(content));
+  xmlFree(content);
+  return text;
+}
+
+base::FileDescriptor Connect(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address.sun_path)) {
+    throw ConnectionError(path + ": the path is too long for a socket");
+  }
+  path.copy(static_cast<char*>(address.sun_path), path.size());
+  base::FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (connect(fd.get(), reinterpret_cast<const sockaddr*>(&address),
+              sizeof(address)) != 0) {
+    throw ConnectionError(path + ": " + std::generic_category().message(errno));
+  }
+  return fd;
+}
+
+}  // namespace
+
+NetconfClient::NetconfClient(const std::string& socket, base::TimeLimit limit)
+    : socket_(socket),
+      limit_(limit),
+      connection_(Connect(socket)),
+      deframer_(kMaxReply) {
+  Send(Frame(Framing::kEndOfMessage, transport::ClientHello()));
+  if (Receive().find(":base:1.1<") == std::string::npos) {
+    throw Error("no NETCONF 1.1 server");
+  }
+  deframer_.set_framing(Framing::kChunked);
+}
+
+ConnectionError NetconfClient::Error(const std::string& reason) const {
+  return ConnectionError(socket_ + ": " + reason);
+}
+
+void NetconfClient::Send(const std::string& bytes) {
+  std::string_view rest = bytes;
+  while (!rest.empty()) {
+    const ssize_t sent =
+        send(connection_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR) continue;
+    if (sent <= 0) throw Error("the server ended the session");
+    rest.remove_prefix(static_cast<std::size_t>(sent));
+  }
+}
+
+std::string NetconfClient::Receive() {
+  const base::Countdown countdown(limit_);
+  while (true) {
+    if (auto message = deframer_.Next()) return *message;
+    pollfd wait{connection_.get(), POLLIN, 0};
+    const int ready = poll(&wait, 1, countdown.ForPoll());
+    if (ready == 0) {
+      throw Error("no answer within " + base::InWords(limit_));
+    }
+    std::array<char, 4096> bytes{};
+    const ssize_t got =
+        ready < 0 ? -1 : recv(connection_.get(), bytes.data(), bytes.size(), 0);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) throw Error("the server ended the session");
+    deframer_.Add({bytes.data(), static_cast<std::size_t>(got)});
+  }
+}
+
+std::optional<OperationError> NetconfClient::Call(
+    const std::string& operation) {
+  // 1. One at a time: the answer needs no number to be known by.
+  Send(Frame(Framing::kChunked, std::string("<rpc message-id=\"1\" xmlns=\"") +
+                                    kNamespace + "\">" + operation + "</rpc>"));
+  const std::string reply = Receive();
+  // 2. What it says.
+  const Document document(xmlReadMemory(
+      reply.data(), static_cast<int>(reply.size()), "reply", nullptr,
+      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  const xmlNode* root =
+      document == nullptr ? nullptr : xmlDocGetRootElement(document.get());
+  if (root == nullptr || Text(root->name) != "rpc-reply") {
+    throw Error("no answer of a NETCONF server");
+  }
+  const xmlNode* error = Child(root, "rpc-error");
+  if (error == nullptr) return std::nullopt;
+  return OperationError{
+      TextOfChild(*error, "error-tag"), TextOfChild(*error, "error-app-tag"),
+      TextOfChild(*error, "error-path"), TextOfChild(*error, "error-message")};
+}
+
+}  // namespace ipav::cli

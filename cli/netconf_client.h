@@ -1,0 +1,51 @@
+// A NETCONF session with ipav serve over its UNIX socket.
+#ifndef IPAV_CLI_NETCONF_CLIENT_H_
+#define IPAV_CLI_NETCONF_CLIENT_H_
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "base/file_descriptor.h"
+#include "base/time_limit.h"
+#include "transport/framing.h"
+
+namespace ipav::cli {
+
+// The server is not there, does not answer in time, or is no NETCONF server.
+class ConnectionError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// An rpc-error; empty where it has no such element.
+struct OperationError {
+  std::string tag;
+  std::string app_tag;
+  std::string path;
+  std::string message;
+};
+
+class NetconfClient {
+ public:
+  // Greets the server. `limit` is how long each answer may take. Everything
+  // here throws ConnectionError.
+  NetconfClient(const std::string& socket, base::TimeLimit limit);
+
+  // Sends the element of an operation. Returns the first error of the answer.
+  std::optional<OperationError> Call(const std::string& operation);
+
+ private:
+  void Send(const std::string& bytes);
+  std::string Receive();
+  ConnectionError Error(const std::string& reason) const;
+
+  const std::string socket_;
+  const base::TimeLimit limit_;
+  base::FileDescriptor connection_;
+  transport::Deframer deframer_;
+};
+
+}  // namespace ipav::cli
+
+#endif  // IPAV_CLI_NETCONF_CLIENT_H_

@@ -1,0 +1,98 @@
+#include "netconf/call.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+namespace ipav::netconf {
+
+namespace {
+
+using store::Datastore;
+
+std::string Print(const lyd_node* tree, std::uint32_t options) {
+  if (tree == nullptr) return "";
+  char* text = nullptr;
+  if (lyd_print_mem(&text, tree, LYD_XML,
+                    options | LYD_PRINT_SHRINK | LYD_PRINT_WITHSIBLINGS) !=
+      LY_SUCCESS) {
+    throw std::runtime_error("data cannot be written");
+  }
+  std::string printed = text == nullptr ? "" : text;
+  std::free(text);  // NOLINT: it comes from malloc()
+  return printed;
+}
+
+// What of the default values a copy of a datastore is to have.
+std::uint32_t PrintOptions(NC_WD_MODE defaults) {
+  switch (defaults) {
+    case NC_WD_ALL:
+      return LYD_PRINT_WD_ALL;
+    case NC_WD_TRIM:
+      return LYD_PRINT_WD_TRIM;
+    default:
+      return LYD_PRINT_WD_EXPLICIT;
+  }
+}
+
+}  // namespace
+
+const lyd_node* Find(const lyd_node& parent, const char* name) {
+  const lyd_node* child = nullptr;
+  LY_LIST_FOR(lyd_child(&parent), child) {
+    if (child->schema != nullptr &&
+        std::string_view(child->schema->name) == name) {
+      return child;
+    }
+  }
+  return nullptr;
+}
+
+std::optional<std::string> Text(const Call& call, const char* leaf) {
+  const lyd_node* node = Find(call.rpc, leaf);
+  if (node == nullptr) return std::nullopt;
+  return lyd_get_value(node);
+}
+
+Datastore DatastoreIn(const Call& call, const char* container) {
+  const lyd_node* choice = Find(call.rpc, container);
+  if (choice == nullptr) throw std::runtime_error("no datastore is named");
+  if (Find(*choice, "candidate") != nullptr) return Datastore::kCandidate;
+  if (Find(*choice, "startup") != nullptr) return Datastore::kStartup;
+  if (Find(*choice, "running") == nullptr) {
+    throw std::runtime_error("no datastore is named");
+  }
+  return Datastore::kRunning;
+}
+
+std::string ConfigIn(const lyd_node& config) {
+  const auto& any = reinterpret_cast<const lyd_node_any&>(config);
+  if (any.value_type == LYD_ANYDATA_DATATREE) {
+    // An empty container may carry the edit that it is about.
+    return Print(any.value.tree, LYD_PRINT_WD_ALL | LYD_PRINT_KEEPEMPTYCONT);
+  }
+  return any.value.str == nullptr ? "" : any.value.str;
+}
+
+store::Source SourceOf(const Call& call) {
+  const lyd_node* source = Find(call.rpc, "source");
+  const lyd_node* config =
+      source == nullptr ? nullptr : Find(*source, "config");
+  if (config != nullptr) return store::InlineConfig{ConfigIn(*config)};
+  const Datastore datastore = DatastoreIn(call, "source");
+  const NC_WD_MODE defaults = DefaultsOf(call);
+  if (defaults != NC_WD_ALL && defaults != NC_WD_TRIM) return datastore;
+  return store::InlineConfig{Print(call.environment.datastores.Tree(datastore),
+                                   PrintOptions(defaults))};
+}
+
+NC_WD_MODE DefaultsOf(const Call& call) {
+  const std::string mode = Text(call, "with-defaults").value_or("explicit");
+  if (mode == "report-all") return NC_WD_ALL;
+  if (mode == "report-all-tagged") return NC_WD_ALL_TAG;
+  if (mode == "trim") return NC_WD_TRIM;
+  return NC_WD_EXPLICIT;
+}
+
+}  // namespace ipav::netconf

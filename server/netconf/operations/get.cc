@@ -1,0 +1,28 @@
+#include <utility>
+
+#include "netconf/filter.h"
+#include "netconf/monitoring.h"
+#include "netconf/operations.h"
+#include "netconf/selection.h"
+
+namespace ipav::netconf {
+
+Reply GetConfig(const Call& call) {
+  const Filter filter(call.rpc);
+  if (const auto problem = filter.Problem()) return Refuse(call.rpc, *problem);
+  const lyd_node* tree =
+      call.environment.datastores.Tree(DatastoreIn(call, "source"));
+  return Data(call.rpc, filter.Apply(tree), DefaultsOf(call));
+}
+
+Reply Get(const Call& call) {
+  const Filter filter(call.rpc);
+  if (const auto problem = filter.Problem()) return Refuse(call.rpc, *problem);
+  const lyd_node* running =
+      call.environment.datastores.Tree(store::Datastore::kRunning);
+  const store::Nodes state = StateData(call.environment);
+  store::Nodes data = Join(filter.Apply(running), filter.Apply(state.get()));
+  return Data(call.rpc, std::move(data), DefaultsOf(call));
+}
+
+}  // namespace ipav::netconf

@@ -251,6 +251,12 @@ std::optional<DataTree> DataTree::FromPart(const Model& model,
   return result;
 }
 
+DataTree DataTree::FromNodes(const Model& model, lyd_node* nodes) {
+  DataTree result(model);
+  result.tree_.reset(nodes);
+  return result;
+}
+
 bool DataTree::Complete() {
   return Validate() && FindDuplicate(tree_.get()) == nullptr;
 }

@@ -45,6 +45,10 @@ class DataTree {
                                           const std::string& text);
   bool Complete();
 
+  // Just these nodes, of which the first is the first of all; the tree owns
+  // them. Null: none. Complete() does the rest.
+  static DataTree FromNodes(const Model& model, lyd_node* nodes);
+
   static DataTree Empty(const Model& model);
 
   const Model& model() const { return *model_; }

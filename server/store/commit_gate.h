@@ -6,11 +6,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/time_limit.h"
 #include "datastore/data_tree.h"
 #include "datastore/model.h"
-#include "store/edit_config.h"
+#include "store/nodes.h"
 #include "store/rpc_error.h"
 
 namespace ipav::store {
@@ -35,18 +36,20 @@ class CommitGate {
   CommitGate(const datastore::Model& model, GateOptions options)
       : model_(model), options_(std::move(options)) {}
 
-  // Only what the model says of the configuration.
+  // Only what the model says of the configuration. It gets what is there by
+  // default.
   Judgement Complete(Nodes nodes) const;
 
-  // That, and what the plug-in says of it in place of `running`. The plug-in
-  // runs in a child process of this one, which is over when it returns; what
-  // becomes of it is a refusal. A refusal is operation-failed with the text of
-  // the validation point, its name as app_tag, and its data path.
-  Judgement Judge(const datastore::DataTree& running, Nodes nodes) const;
+  // That, and what the plug-in says of it in place of `running` (null: nothing
+  // is configured). The plug-in runs in a child process of this one, which is
+  // over when it returns; what becomes of it is a refusal. A refusal is
+  // operation-failed with the text of the validation point, its name as
+  // app_tag, and its data path.
+  Judgement Judge(const Configuration& running, Nodes nodes) const;
 
-  // The same for what Complete() accepted.
-  std::optional<RpcError> Judge(const datastore::DataTree& running,
-                                const datastore::DataTree& candidate) const;
+  // The same for what Complete() has accepted.
+  std::optional<RpcError> Judge(const Configuration& running,
+                                const Configuration& candidate) const;
 
   const datastore::Model& model() const { return model_; }
 

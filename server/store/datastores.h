@@ -149,8 +149,31 @@ class Datastores {
 
   const datastore::Model& model() const { return gate_.model(); }
 
+  Result CheckLock(SessionId session, Datastore datastore) const;
+  Result CheckPending(SessionId session,
+                      const std::optional<std::string>& persist_id) const;
+  Result TakeSource(const Source& source, Nodes* nodes) const;
+  bool IsCandidateChanged() const;
+
+  Result SetEdited(const EditRequest& request, Nodes nodes);
+  Result CommitForNow(SessionId session, const CommitRequest& request,
+                      const Configuration& configuration);
+  Result CommitForGood(const Configuration& configuration);
+  Result TakeBack();
+  void TakeBackFor(const std::string& reason);
+  void ForgetRollback();
+  void Release(Datastore datastore);
+
+  static Result Store(const std::function<void()>& body);
+  Result SetCandidate(Nodes nodes);
+  Result DropCandidate();
+  Result SetStartup(const Judgement& judgement);
+  Result SetRunning(const Configuration& configuration,
+                    const std::vector<std::string>& old_files);
+  void WriteAll();
+
   CommitGate gate_;
-  StateFolder* folder_;
+  StateFolder& folder_;
   std::function<TimePoint()> now_;
   Configuration running_;
   Configuration startup_;           // null: there is none

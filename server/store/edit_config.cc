@@ -1,7 +1,7 @@
 #include "store/edit_config.h"
 
 #include <map>
-#include <new>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -500,16 +500,6 @@ Edited Failure(ErrorTag tag, const std::string& message) {
 }
 
 }  // namespace
-
-Nodes Copy(const lyd_node* nodes) {
-  lyd_node* copy = nullptr;
-  if (nodes != nullptr &&
-      lyd_dup_siblings(nodes, nullptr, LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
-                       &copy) != LY_SUCCESS) {
-    throw std::bad_alloc();
-  }
-  return Nodes(copy);
-}
 
 Edited EditConfig(const Model& model, const lyd_node* base,
                   const std::string& edit, const EditRules& rules) {

@@ -6,25 +6,14 @@
 #include <libyang/libyang.h>
 
 #include <cstdint>
-#include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "datastore/model.h"
+#include "store/nodes.h"
 #include "store/rpc_error.h"
 
 namespace ipav::store {
-
-struct NodesDeleter {
-  void operator()(lyd_node* nodes) const { lyd_free_all(nodes); }
-};
-
-// Top nodes of a configuration, owned by their first one. Null: no nodes.
-using Nodes = std::unique_ptr<lyd_node, NodesDeleter>;
-
-// A copy of all top nodes.
-Nodes Copy(const lyd_node* nodes);
 
 enum class Operation : std::uint8_t {
   kMerge,

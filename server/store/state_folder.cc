@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
@@ -17,6 +18,7 @@
 #include <mutex>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "datastore/input_file.h"
@@ -29,6 +31,9 @@ using base::FileDescriptor;
 
 constexpr unsigned kOwnFolder = 0700;
 constexpr unsigned kOwnFile = 0600;
+
+// How the first line of a file begins.
+constexpr std::string_view kMark = "<!-- ipav datastore: ";
 
 std::string ErrorText() { return std::generic_category().message(errno); }
 
@@ -63,11 +68,10 @@ std::uint64_t Checksum(std::string_view text) {
 
 std::string FirstLine(const std::string& text) {
   std::array<char, 128> line{};
-  static_cast<void>(std::snprintf(
-      line.data(), line.size(),
-      "<!-- ipav datastore: %zu bytes, checksum %016" PRIx64 " -->\n",
-      text.size(), Checksum(text)));
-  return line.data();
+  static_cast<void>(std::snprintf(line.data(), line.size(),
+                                  "%zu bytes, checksum %016" PRIx64 " -->\n",
+                                  text.size(), Checksum(text)));
+  return std::string(kMark) + line.data();
 }
 
 FileDescriptor OpenFolder(const std::string& path) {
@@ -96,6 +100,18 @@ std::string OwnerOf(int lock) {
   const ssize_t count = pread(lock, pid.data(), pid.size() - 1, 0);
   const long number = count > 0 ? std::strtol(pid.data(), nullptr, 10) : 0;
   return number > 0 ? ", process " + std::to_string(number) : "";
+}
+
+// A child of a server just killed may not have come to closing its lock, and a
+// server that ends needs a moment. False with errno set.
+bool LocksInTime(int lock) {
+  constexpr int kTries = 10;
+  constexpr std::chrono::milliseconds kPause(50);
+  for (int i = 1; flock(lock, LOCK_EX | LOCK_NB) != 0; ++i) {
+    if (errno != EWOULDBLOCK || i == kTries) return false;
+    std::this_thread::sleep_for(kPause);
+  }
+  return true;
 }
 
 void WriteOwner(int lock) {
@@ -146,7 +162,7 @@ StateFolder::~StateFolder() {
 }
 
 void StateFolder::Lock() {
-  if (flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
+  if (!LocksInTime(lock_.get())) {
     throw StateError(path_,
                      errno == EWOULDBLOCK
                          ? "is in use by another server" + OwnerOf(lock_.get())
@@ -160,33 +176,40 @@ std::string StateFolder::FileOf(const std::string& name) const {
   return path_ + "/" + name;
 }
 
-std::optional<std::string> StateFolder::Read(const std::string& name) const {
-  // 1. The bytes.
-  const std::string file = FileOf(name);
+std::optional<std::string> StateFolder::ReadBytes(
+    const std::string& file) const {
   struct stat status {};
   if (lstat(file.c_str(), &status) != 0) {
     if (errno == ENOENT) return std::nullopt;
     throw StateError(file, "cannot be read: " + ErrorText());
   }
   if (!S_ISREG(status.st_mode)) throw StateError(file, "is no regular file");
-  std::string bytes;
   try {
-    bytes = datastore::ReadInput(file, std::numeric_limits<int>::max());
+    return datastore::ReadInput(file, std::numeric_limits<int>::max());
   } catch (const datastore::InputError& error) {
     throw StateError(error.what());
   }
+}
 
-  // 2. Whether they are those that were written.
-  const std::size_t end = bytes.find('\n');
-  const std::string text =
-      end == std::string::npos ? "" : bytes.substr(end + 1);
-  if (end == std::string::npos ||
-      bytes.compare(0, end + 1, FirstLine(text)) != 0) {
-    throw StateError(file,
-                     "is damaged, or was changed by hand: its first line does "
-                     "not match the rest");
+std::optional<std::string> StateFolder::Read(const std::string& name) const {
+  const std::optional<std::string> bytes = ReadBytes(FileOf(name));
+  if (!bytes.has_value()) return std::nullopt;
+  const std::size_t end = bytes->find('\n');
+  if (end != std::string::npos) {
+    std::string text = bytes->substr(end + 1);
+    if (bytes->compare(0, end + 1, FirstLine(text)) == 0) return text;
   }
-  return text;
+  throw StateError(FileOf(name),
+                   "is damaged, or was changed by hand: its first line does "
+                   "not match the rest");
+}
+
+std::optional<std::string> StateFolder::ReadOfAnyone(
+    const std::string& name) const {
+  std::optional<std::string> bytes = ReadBytes(FileOf(name));
+  const bool is_ours =
+      bytes.has_value() && bytes->compare(0, kMark.size(), kMark) == 0;
+  return is_ours ? Read(name) : bytes;
 }
 
 void StateFolder::Write(const std::string& name, const std::string& text) {
@@ -196,9 +219,9 @@ void StateFolder::Write(const std::string& name, const std::string& text) {
 
 void StateFolder::WriteAndRemove(const std::string& name,
                                  const std::string& text,
-                                 const std::string& old_name) {
+                                 const std::vector<std::string>& old_names) {
   Replace(name, text, true);
-  Unlink(old_name);
+  for (const std::string& old_name : old_names) Unlink(old_name);
   SyncFolder();
 }
 

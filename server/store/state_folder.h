@@ -13,6 +13,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "base/file_descriptor.h"
 
@@ -63,15 +64,19 @@ class StateFolder {
   // that cannot be read or is not what Write() wrote.
   std::optional<std::string> Read(const std::string& name) const;
 
+  // The same, but a file without such a first line is taken as it is: somebody
+  // else wrote it.
+  std::optional<std::string> ReadOfAnyone(const std::string& name) const;
+
   // On the disk when it returns. Throws StateError, and then Read() still gives
   // the old text (or, where the folder itself could not be brought to the disk
   // behind the renaming, the new one).
   void Write(const std::string& name, const std::string& text);
 
-  // The same, and the file `old_name`, if there is one, is removed before the
-  // folder is brought to the disk.
+  // The same, and then the files `old_names`, as far as they are there, are
+  // removed, in their order, before the folder is brought to the disk.
   void WriteAndRemove(const std::string& name, const std::string& text,
-                      const std::string& old_name);
+                      const std::vector<std::string>& old_names);
 
   // Whole after the end of the process, but on the disk only in time.
   void WriteLazily(const std::string& name, const std::string& text);
@@ -82,6 +87,7 @@ class StateFolder {
 
  private:
   void Lock();
+  std::optional<std::string> ReadBytes(const std::string& file) const;
   void Replace(const std::string& name, const std::string& text, bool sync);
   bool WriteFile(const std::string& file, const std::string& bytes, bool sync);
   void Unlink(const std::string& name);

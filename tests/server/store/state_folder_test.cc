@@ -110,7 +110,7 @@ TEST_F(StateFolderTest, RemovedFilesAreGoneAndNeedNotBeThere) {
 TEST_F(StateFolderTest, OneFileReplacesAnother) {
   StateFolder folder(path());
   folder.Write("candidate.xml", "<a/>");
-  folder.WriteAndRemove("running.xml", "<b/>", "candidate.xml");
+  folder.WriteAndRemove("running.xml", "<b/>", {"candidate.xml"});
   EXPECT_EQ(folder.Read("running.xml"), "<b/>");
   EXPECT_EQ(folder.Read("candidate.xml"), std::nullopt);
 }
@@ -155,6 +155,20 @@ TEST_F(StateFolderTest, AFileCutOffAnywhereIsNoticed) {
   }
   std::ofstream(file, std::ios::binary) << bytes << "\n";
   StateErrorOf([&] { static_cast<void>(folder.Read("running.xml")); });
+}
+
+TEST_F(StateFolderTest, AFileOfSomebodyElseIsReadWhereThatIsAllowed) {
+  StateFolder folder(path());
+  const std::string file = folder.FileOf("startup.xml");
+  EXPECT_EQ(folder.ReadOfAnyone("startup.xml"), std::nullopt);
+  std::ofstream(file, std::ios::binary) << "<a/>\n";
+  EXPECT_EQ(folder.ReadOfAnyone("startup.xml"), "<a/>\n");
+  StateErrorOf([&] { static_cast<void>(folder.Read("startup.xml")); });
+  folder.Write("startup.xml", "<b/>");
+  EXPECT_EQ(folder.ReadOfAnyone("startup.xml"), "<b/>");
+  const std::string bytes = BytesOf(file);
+  std::ofstream(file, std::ios::binary) << bytes.substr(0, bytes.size() - 1);
+  StateErrorOf([&] { static_cast<void>(folder.ReadOfAnyone("startup.xml")); });
 }
 
 TEST_F(StateFolderTest, WhatIsNoFileIsRefused) {
@@ -321,7 +335,7 @@ std::vector<Change> Changes() {
           {"WriteLazily",
            [](StateFolder* f) { f->WriteLazily("running.xml", "<new/>"); }},
           {"WriteAndRemove", [](StateFolder* f) {
-             f->WriteAndRemove("running.xml", "<new/>", "candidate.xml");
+             f->WriteAndRemove("running.xml", "<new/>", {"candidate.xml"});
            }}};
 }
 
@@ -441,7 +455,7 @@ TEST_F(StateFolderTest, AFileIsOnTheDiskBeforeItIsRenamedAndItsFolderAfter) {
   folder.Write("running.xml", "<a/>");
   EXPECT_EQ(calls.notes, "open write sync-file rename sync-folder ");
   calls.notes.clear();
-  folder.WriteAndRemove("running.xml", "<a/>", "candidate.xml");
+  folder.WriteAndRemove("running.xml", "<a/>", {"candidate.xml"});
   EXPECT_EQ(calls.notes, "open write sync-file rename unlink sync-folder ");
   calls.notes.clear();
   folder.Remove("running.xml");

@@ -55,14 +55,21 @@ std::optional<std::string> Text(const Call& call, const char* leaf) {
   return lyd_get_value(node);
 }
 
+Refusal MissingElement(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kMissingElement,
+                  "",
+                  "",
+                  "The operation needs an element " + name + ".",
+                  {{"bad-element", name}}});
+}
+
 Datastore DatastoreIn(const Call& call, const char* container) {
   const lyd_node* choice = Find(call.rpc, container);
-  if (choice == nullptr) throw std::runtime_error("no datastore is named");
+  if (choice == nullptr) throw MissingElement(container);
   if (Find(*choice, "candidate") != nullptr) return Datastore::kCandidate;
   if (Find(*choice, "startup") != nullptr) return Datastore::kStartup;
-  if (Find(*choice, "running") == nullptr) {
-    throw std::runtime_error("no datastore is named");
-  }
+  if (Find(*choice, "running") == nullptr) throw MissingElement("running");
   return Datastore::kRunning;
 }
 
@@ -90,9 +97,15 @@ store::Source SourceOf(const Call& call) {
 NC_WD_MODE DefaultsOf(const Call& call) {
   const std::string mode = Text(call, "with-defaults").value_or("explicit");
   if (mode == "report-all") return NC_WD_ALL;
-  if (mode == "report-all-tagged") return NC_WD_ALL_TAG;
   if (mode == "trim") return NC_WD_TRIM;
-  return NC_WD_EXPLICIT;
+  if (mode == "explicit") return NC_WD_EXPLICIT;
+  // The library tags in a namespace that is not RFC 6243's.
+  throw Refusal({store::ErrorType::kProtocol,
+                 store::ErrorTag::kInvalidValue,
+                 "",
+                 "",
+                 "with-defaults " + mode + " is not supported.",
+                 {}});
 }
 
 }  // namespace ipav::netconf

@@ -35,17 +35,21 @@ const lyd_node* Find(const lyd_node& parent, const char* name);
 // The value of a leaf of the input; no value where it is not given.
 std::optional<std::string> Text(const Call& call, const char* leaf);
 
-// The datastore named by the container "source" or "target".
+// For a part that the model asks for, but the library does not.
+Refusal MissingElement(const std::string& name);
+
+// The datastore named by the container "source" or "target". Throws Refusal.
 store::Datastore DatastoreIn(const Call& call, const char* container);
 
 // The same, or the configuration in its element config. The with-defaults of
-// the operation says which default values a datastore gives.
+// the operation says which default values a datastore gives. Throws Refusal.
 store::Source SourceOf(const Call& call);
 
 // The content of an element config, in XML.
 std::string ConfigIn(const lyd_node& config);
 
 // What the operation says of default values; "explicit" where it says nothing.
+// Throws Refusal for what is not announced.
 NC_WD_MODE DefaultsOf(const Call& call);
 
 }  // namespace ipav::netconf

@@ -28,6 +28,8 @@ nc_server_reply* Run(lyd_node* rpc, nc_session* handle) noexcept {
     auto& environment = *static_cast<Environment*>(nc_session_get_data(handle));
     Session& session = *environment.sessions.Find(handle);
     return kOperation({*rpc, session, environment}).release();
+  } catch (const Refusal& refusal) {
+    return Refuse(*rpc, refusal.error()).release();
   } catch (const std::exception& error) {
     transport::Log(transport::Severity::kError, error.what());
     return Refuse(*rpc, Failure(error.what())).release();

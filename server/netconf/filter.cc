@@ -4,6 +4,7 @@
 #include <memory>
 #include <string_view>
 
+#include "netconf/reply.h"
 #include "netconf/selection.h"
 #include "netconf/subtree_filter.h"
 
@@ -13,7 +14,6 @@ namespace {
 
 using store::ErrorTag;
 using store::ErrorType;
-using store::RpcError;
 
 struct SetDeleter {
   void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
@@ -51,30 +51,30 @@ Filter::Filter(const lyd_node& rpc) : context_(LYD_CTX(&rpc)) {
   is_xpath_ = Attribute(*filter, "ietf-netconf:type") == "xpath";
   xpath_ = Attribute(*filter, "ietf-netconf:select");
   subtree_ = ElementsOf(*filter);
+  if (is_xpath_) CheckXPath();
 }
 
-std::optional<RpcError> Filter::Problem() const {
-  if (!is_xpath_) return std::nullopt;
+void Filter::CheckXPath() const {
   if (!xpath_.has_value()) {
-    return RpcError{ErrorType::kProtocol,
-                    ErrorTag::kMissingAttribute,
-                    "",
-                    "",
-                    "A filter of type xpath needs the attribute select.",
-                    {{"bad-attribute", "select"}, {"bad-element", "filter"}}};
+    throw Refusal({ErrorType::kProtocol,
+                   ErrorTag::kMissingAttribute,
+                   "",
+                   "",
+                   "A filter of type xpath needs the attribute select.",
+                   {{"bad-attribute", "select"}, {"bad-element", "filter"}}});
   }
   ly_set* found = nullptr;
   const LY_ERR result =
       lys_find_xpath(context_, nullptr, xpath_->c_str(), 0, &found);
   const NodeSet owner(found);
-  if (result == LY_SUCCESS) return std::nullopt;
-  return RpcError{
-      ErrorType::kProtocol,
-      ErrorTag::kInvalidValue,
-      "",
-      "",
-      "The attribute select is no path into the data model: " + *xpath_,
-      {}};
+  if (result == LY_SUCCESS) return;
+  throw Refusal(
+      {ErrorType::kProtocol,
+       ErrorTag::kInvalidValue,
+       "",
+       "",
+       "The attribute select is no path into the data model: " + *xpath_,
+       {}});
 }
 
 store::Nodes Filter::Apply(const lyd_node* tree) const {

@@ -8,24 +8,22 @@
 #include <string>
 
 #include "store/edit_config.h"
-#include "store/rpc_error.h"
 
 namespace ipav::netconf {
 
 class Filter {
  public:
   // The one in the input of the operation, which is borrowed; without one all
-  // is selected.
+  // is selected. Throws Refusal for what is none.
   explicit Filter(const lyd_node& rpc);
-
-  // What is wrong with it, if anything is.
-  std::optional<store::RpcError> Problem() const;
 
   // What it selects among `tree` (null: nothing is there) and its siblings, as
   // nodes of the operation's context. Throws std::runtime_error.
   store::Nodes Apply(const lyd_node* tree) const;
 
  private:
+  void CheckXPath() const;
+
   const ly_ctx* context_;
   bool is_there_ = false;
   bool is_xpath_ = false;

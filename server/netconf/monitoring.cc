@@ -55,7 +55,9 @@ std::string InIso8601(std::time_t time) {
 }
 
 void AddCapabilities(ly_ctx* context, Writer* writer) {
-  const char** capabilities = nc_server_get_cpblts(context);
+  // As in the hello, which leaves out modules of YANG 1.1.
+  const char** capabilities =
+      nc_server_get_cpblts_version(context, LYS_VERSION_1_0);
   for (const char** capability = capabilities;
        capability != nullptr && *capability != nullptr; ++capability) {
     writer->Add(kState + "/capabilities/capability", *capability);

@@ -5,9 +5,11 @@
 #include <libyang/libyang.h>
 #include <nc_server.h>
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "store/edit_config.h"
@@ -19,6 +21,18 @@ struct ReplyDeleter {
   void operator()(nc_server_reply* reply) const { nc_server_reply_free(reply); }
 };
 using Reply = std::unique_ptr<nc_server_reply, ReplyDeleter>;
+
+// What an operation throws that cannot be done.
+class Refusal : public std::exception {
+ public:
+  explicit Refusal(store::RpcError error) : error_(std::move(error)) {}
+
+  const store::RpcError& error() const { return error_; }
+  const char* what() const noexcept override { return error_.message.c_str(); }
+
+ private:
+  store::RpcError error_;
+};
 
 Reply Ok();
 

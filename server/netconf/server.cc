@@ -39,9 +39,9 @@ void StartLibrary(ly_ctx* context) {
   if (nc_server_init(context) != 0) {
     throw std::runtime_error("the NETCONF library does not start");
   }
-  constexpr int kAlsoSupported =
-      NC_WD_ALL | NC_WD_ALL_TAG | NC_WD_TRIM;
-  nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, kAlsoSupported);
+  // Besides, report-all and trim: the library takes the numbers of the modes for
+  // bits, and finds both in that of report-all.
+  nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL);
   nc_server_set_content_id_clb(CopyContentId, context, nullptr);
 }
 

@@ -36,14 +36,7 @@ Reply EditConfig(const Call& call) {
              {{"continue-on-error", ErrorOption::kContinue},
               {"rollback-on-error", ErrorOption::kRollback}});
   const lyd_node* config = Find(call.rpc, "config");
-  if (config == nullptr) {
-    return Refuse(call.rpc, {store::ErrorType::kProtocol,
-                             store::ErrorTag::kMissingElement,
-                             "",
-                             "",
-                             "edit-config needs an element config.",
-                             {{"bad-element", "config"}}});
-  }
+  if (config == nullptr) throw MissingElement("config");
   request.config = ConfigIn(*config);
   return Answer(call.rpc,
                 call.environment.datastores.Edit(call.session.id(), request));

@@ -9,7 +9,6 @@ namespace ipav::netconf {
 
 Reply GetConfig(const Call& call) {
   const Filter filter(call.rpc);
-  if (const auto problem = filter.Problem()) return Refuse(call.rpc, *problem);
   const lyd_node* tree =
       call.environment.datastores.Tree(DatastoreIn(call, "source"));
   return Data(call.rpc, filter.Apply(tree), DefaultsOf(call));
@@ -17,7 +16,6 @@ Reply GetConfig(const Call& call) {
 
 Reply Get(const Call& call) {
   const Filter filter(call.rpc);
-  if (const auto problem = filter.Problem()) return Refuse(call.rpc, *problem);
   const lyd_node* running =
       call.environment.datastores.Tree(store::Datastore::kRunning);
   const store::Nodes state = StateData(call.environment);

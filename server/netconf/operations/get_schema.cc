@@ -1,5 +1,7 @@
 #include <cstdint>
 #include <cstdlib>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "netconf/operations.h"
@@ -12,7 +14,6 @@ namespace {
 
 using store::ErrorTag;
 using store::ErrorType;
-using store::RpcError;
 
 // The modules of that name and, if not empty, revision.
 std::vector<const lys_module*> FindModules(const ly_ctx* context,
@@ -42,40 +43,44 @@ std::string Print(const lys_module& module, LYS_OUTFORMAT format) {
 }
 
 // RFC 6022, section 3.1.
-RpcError NoModule(const std::string& reason) {
-  return {ErrorType::kApplication, ErrorTag::kInvalidValue, "", "", reason, {}};
+Refusal NoModule(const std::string& reason) {
+  return Refusal(
+      {ErrorType::kApplication, ErrorTag::kInvalidValue, "", "", reason, {}});
 }
 
-RpcError TooManyModules(const std::string& reason) {
-  return {ErrorType::kApplication,
-          ErrorTag::kOperationFailed,
-          "data-not-unique",
-          "",
-          reason,
-          {}};
+Refusal TooManyModules(const std::string& reason) {
+  return Refusal({ErrorType::kApplication,
+                  ErrorTag::kOperationFailed,
+                  "data-not-unique",
+                  "",
+                  reason,
+                  {}});
+}
+
+// YANG where the client does not say.
+LYS_OUTFORMAT FormatOf(const Call& call) {
+  const std::string identity = Text(call, "format").value_or("yang");
+  const std::string format = identity.substr(identity.rfind(':') + 1);
+  if (format == "yang") return LYS_OUT_YANG;
+  if (format == "yin") return LYS_OUT_YIN;
+  throw NoModule("Modules are there as yang and yin.");
 }
 
 }  // namespace
 
 Reply GetSchema(const Call& call) {
-  const std::string name = Text(call, "identifier").value_or("");
-  const std::string format = Text(call, "format").value_or("yang");
-  const bool is_yin = format.find("yin") != std::string::npos;
-  if (!is_yin && format.find("yang") == std::string::npos) {
-    return Refuse(call.rpc, NoModule("Modules are there as yang and yin."));
-  }
-  const auto modules = FindModules(call.environment.context, name,
+  const auto name = Text(call, "identifier");
+  if (!name.has_value()) throw MissingElement("identifier");
+  const LYS_OUTFORMAT format = FormatOf(call);
+  const auto modules = FindModules(call.environment.context, *name,
                                    Text(call, "version").value_or(""));
   if (modules.empty()) {
-    return Refuse(call.rpc,
-                  NoModule("There is no module " + name + " of that version."));
+    throw NoModule("There is no module " + *name + " of that version.");
   }
   if (modules.size() > 1) {
-    return Refuse(call.rpc, TooManyModules("There are several versions of " +
-                                           name + "."));
+    throw TooManyModules("There are several versions of " + *name + ".");
   }
-  return DataText(call.rpc,
-                  Print(*modules.front(), is_yin ? LYS_OUT_YIN : LYS_OUT_YANG));
+  return DataText(call.rpc, Print(*modules.front(), format));
 }
 
 }  // namespace ipav::netconf

@@ -6,13 +6,13 @@ namespace ipav::netconf {
 
 namespace {
 
-store::RpcError NoSuchSession(const std::string& reason) {
-  return {store::ErrorType::kProtocol,
-          store::ErrorTag::kInvalidValue,
-          "",
-          "",
-          reason,
-          {}};
+Refusal NoSuchSession(const std::string& reason) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kInvalidValue,
+                  "",
+                  "",
+                  reason,
+                  {}});
 }
 
 }  // namespace
@@ -23,17 +23,16 @@ Reply CloseSession(const Call& call) {
 }
 
 Reply KillSession(const Call& call) {
-  const std::string text = Text(call, "session-id").value_or("");
+  const auto text = Text(call, "session-id");
+  if (!text.has_value()) throw MissingElement("session-id");
   const auto id =
-      static_cast<store::SessionId>(std::strtoul(text.c_str(), nullptr, 10));
+      static_cast<store::SessionId>(std::strtoul(text->c_str(), nullptr, 10));
   if (id == call.session.id()) {
-    return Refuse(call.rpc,
-                  NoSuchSession("A session closes itself with close-session."));
+    throw NoSuchSession("A session closes itself with close-session.");
   }
   Session* other = call.environment.sessions.Find(id);
-  if (other == nullptr) {
-    return Refuse(call.rpc, NoSuchSession("There is no session " + text + "."));
-  }
+  if (other == nullptr)
+    throw NoSuchSession("There is no session " + *text + ".");
   other->Kill(call.session.id());
   return Ok();
 }

@@ -1,0 +1,110 @@
+"""ipav commit: statuses and texts as of ipav check."""
+
+import json
+import subprocess
+import unittest
+
+from served import IPAV, PATIENCE, TEST_PLUGINS, ServerTest, config, l3
+
+GET = "<get-config><source><running/></source></get-config>"
+
+
+class CommitCommandTest(ServerTest):
+    def setUp(self):
+        super().setUp()
+        self.file = self.folder / "candidate.xml"
+
+    def write(self, content):
+        self.file.write_text(content)
+        return str(self.file)
+
+    def commit(self, server, *arguments):
+        """Its status, its output, and what it says on standard error."""
+        socket = server if isinstance(server, str) else server.socket
+        result = subprocess.run(
+            [IPAV, "commit", "--to", socket, *arguments],
+            capture_output=True, text=True, timeout=PATIENCE)
+        return result.returncode, result.stdout, result.stderr
+
+    def running(self, server):
+        return self.names(self.raw(server).rpc(GET))
+
+    def test_makes_the_file_the_whole_configuration(self):
+        server = self.serve()
+        for name in ["a", "b"]:
+            path = self.write(config(l3(name, "10.0.0.1/24")))
+            self.assertEqual(self.commit(server, path),
+                             (0, f"{path}: accepted\n", ""))
+            self.assertEqual(self.running(server), [name])
+
+    def test_takes_json(self):
+        server = self.serve()
+        self.file = self.folder / "candidate.json"
+        path = self.write(json.dumps({"vorplex-config:config": {
+            "interface": {"ipapp:l3": [{"name": "a"}]}}}))
+        self.assertEqual(self.commit(server, path)[0], 0)
+        self.assertEqual(self.running(server), ["a"])
+
+    def test_takes_an_empty_configuration(self):
+        server = self.serve()
+        self.commit(server, self.write(config(l3("a", "10.0.0.1/24"))))
+        self.assertEqual(self.commit(server, self.write(config()))[0], 0)
+        self.assertEqual(self.running(server), [])
+
+    def test_tells_of_a_refusal_and_leaves_nothing_behind(self):
+        server = self.serve()
+        path = self.write(config(l3("a", "10.0.0.0/24")))
+        for options in [[], ["--validate"]]:
+            self.assertEqual(
+                self.commit(server, *options, path),
+                (1, f"{path}: refused\n"
+                 "l3 a ipv4 address 10.0.0.0/24 cannot be configured as "
+                 "network address.\n"
+                 "  validation point: ipv4_addr_validation\n"
+                 "  data path: /vorplex-config:config/interface/ipapp:l3\n",
+                 ""))
+        client = self.raw(server)
+        for datastore in ["running", "candidate"]:
+            reply = client.rpc("<get-config><source>"
+                               f"<{datastore}/></source></get-config>")
+            self.assertEqual(self.names(reply), [])
+
+    def test_changes_nothing_where_it_only_validates(self):
+        server = self.serve()
+        path = self.write(config(l3("a", "10.0.0.1/24")))
+        self.assertEqual(self.commit(server, "--validate", path),
+                         (0, f"{path}: accepted\n", ""))
+        self.assertEqual(self.running(server), [])
+
+    def test_tells_of_a_plugin_that_fails(self):
+        server = self.serve("--plugin", f"{TEST_PLUGINS}/aborts_in_init.so")
+        path = self.write(config(l3("a", "10.0.0.1/24")))
+        status, out, _ = self.commit(server, path)
+        self.assertEqual(status, 3)
+        self.assertTrue(out.startswith(f"{path}: plug-in failed\n"), out)
+
+    def test_tells_of_a_file_that_is_wrong(self):
+        server = self.serve()
+        path = self.write(config(l3("a", "10.0.0.1/33")))
+        status, out, error = self.commit(server, path)
+        self.assertEqual((status, out), (2, ""))
+        self.assertTrue(error.startswith(f"ipav: {path}:1: "), error)
+        self.assertEqual(self.commit(server, "/none")[0], 2)
+
+    def test_tells_of_a_server_that_is_not_there(self):
+        path = self.write(config())
+        self.assertEqual(
+            self.commit(str(self.folder / "none"), path),
+            (2, "", f"ipav: {self.folder}/none: No such file or directory\n"))
+
+    def test_tells_who_has_the_lock(self):
+        server = self.serve()
+        other = self.raw(server)
+        self.assert_ok(other.rpc("<lock><target><candidate/></target></lock>"))
+        status, _, error = self.commit(server, self.write(config()))
+        self.assertEqual(status, 2)
+        self.assertIn("lock-denied", error)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,646 @@
+"""Every operation, and what it refuses, over the UNIX socket."""
+
+import time
+import unittest
+from xml.etree.ElementTree import tostring
+
+from served import CONFIG, IPAPP, NETCONF, ServerTest, config, l3
+
+MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
+DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
+
+A = l3("a", "10.0.0.1/24")
+B = l3("b", "10.0.1.1/24")
+NETWORK = l3("c", "10.0.2.0/24")
+NETWORK_TEXT = ("l3 c ipv4 address 10.0.2.0/24 cannot be configured as network"
+                " address.")
+
+
+def edit(target, content, options=""):
+    return (f"<edit-config><target><{target}/></target>{options}"
+            f"<config>{content}</config></edit-config>")
+
+
+def copy(source, target):
+    inner = source if source.startswith("<") else f"<{source}/>"
+    return (f"<copy-config><target><{target}/></target>"
+            f"<source>{inner}</source></copy-config>")
+
+
+def get_config(source="running", more=""):
+    return (f"<get-config><source><{source}/></source>{more}</get-config>")
+
+
+def lock(target, what="lock"):
+    return f"<{what}><target><{target}/></target></{what}>"
+
+
+class OperationsTest(ServerTest):
+    def setUp(self):
+        super().setUp()
+        self.server = self.serve()
+        self.client = self.raw(self.server)
+
+    def ok(self, operation):
+        self.assert_ok(self.client.rpc(operation))
+
+    def refused(self, operation, tag, kind=None):
+        return self.assert_refused(self.client.rpc(operation), tag, kind)
+
+    def running(self, *interfaces):
+        self.ok(edit("candidate", config(*interfaces)))
+        self.ok("<commit/>")
+
+    def names_in(self, datastore):
+        return self.names(self.client.rpc(get_config(datastore)))
+
+
+class GetConfigTest(OperationsTest):
+    def test_gives_nothing_where_nothing_is_configured(self):
+        reply = self.client.rpc(get_config())
+        self.assertEqual(len(reply), 1)
+        self.assertEqual(reply[0].tag, f"{{{NETCONF}}}data")
+        self.assertEqual(len(reply[0]), 0)
+
+    def test_gives_each_datastore_its_own(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B)))
+        self.ok(copy("running", "startup"))
+        self.assertEqual(self.names_in("running"), ["a"])
+        self.assertEqual(self.names_in("candidate"), ["a", "b"])
+        self.assertEqual(self.names_in("startup"), ["a"])
+
+    def subtree(self, content):
+        return self.client.rpc(
+            get_config(more=f'<filter type="subtree">{content}</filter>'))
+
+    def test_selects_subtrees(self):
+        self.running(A, B)
+        within = (f'<config xmlns="{CONFIG}"><interface>%s</interface>'
+                  "</config>")
+        l3_of = f'<l3 xmlns="{IPAPP}">%s</l3>'
+        for content, names, addresses in [
+                (within % "", ["a", "b"], 2),
+                (within % (l3_of % ""), ["a", "b"], 2),
+                (within % (l3_of % "<name/>"), ["a", "b"], 0),
+                (within % (l3_of % "<name>b</name>"), ["b"], 1),
+                (within % (l3_of % "<name> b </name>"), ["b"], 1),
+                (within % (l3_of % "<name>b</name><vrf/>"), ["b"], 0),
+                (within % (l3_of % "<name>b</name><ipv4/>"), ["b"], 1),
+                (within % (l3_of % "<name>a</name>" +
+                           l3_of % "<name>b</name><ipv4/>"), ["a", "b"], 2),
+                (within % (l3_of % "<name>x</name>"), [], 0),
+                ('<config xmlns=""/>', ["a", "b"], 2),
+                ('<config xmlns="urn:other"/>', [], 0),
+                ("", [], 0)]:
+            with self.subTest(content):
+                reply = self.subtree(content)
+                self.assertEqual(self.names(reply), names)
+                self.assertEqual(
+                    len(list(reply.iter(f"{{{IPAPP}}}ip"))), addresses)
+
+    def xpath(self, expression):
+        return self.client.rpc(get_config(more=(
+            f'<filter type="xpath" xmlns:c="{CONFIG}" xmlns:i="{IPAPP}"'
+            f' select="{expression}"/>')))
+
+    def test_selects_by_xpath(self):
+        self.running(A, B)
+        for expression, names, addresses in [
+                ("/c:config/c:interface/i:l3[i:name='b']", ["b"], 1),
+                ("/c:config/c:interface/i:l3/i:name", ["a", "b"], 0),
+                ("c:config/c:interface/i:l3[i:name='a']", ["a"], 1),
+                ("//i:ip[. = '10.0.1.1/24']", ["b"], 1),
+                ("/c:config/c:interface/i:l3[i:name='x']", [], 0)]:
+            with self.subTest(expression):
+                reply = self.xpath(expression)
+                self.assertEqual(self.names(reply), names)
+                self.assertEqual(
+                    len(list(reply.iter(f"{{{IPAPP}}}ip"))), addresses)
+
+    def test_refuses_what_is_no_xpath(self):
+        for expression in ["/c:config[", "///", "x:y", ""]:
+            with self.subTest(expression):
+                self.error(self.xpath(expression))
+
+    def test_refuses_an_xpath_filter_without_one(self):
+        error = self.client.rpc(get_config(more='<filter type="xpath"/>'))
+        self.assert_refused(error, "missing-attribute", "protocol")
+
+    def with_defaults(self, mode):
+        reply = self.client.rpc(get_config(more=(
+            f'<with-defaults xmlns="{DEFAULTS}">{mode}</with-defaults>')))
+        return [(value.text, value.attrib)
+                for value in reply.iter(f"{{{IPAPP}}}enabled")]
+
+    def test_gives_default_values_as_asked(self):
+        self.running(A, l3("b", "10.0.1.1/24", "<enabled>true</enabled>"))
+        self.assertEqual(self.with_defaults("explicit"), [("true", {})])
+        self.assertEqual(self.with_defaults("trim"), [])
+        self.assertEqual(self.with_defaults("report-all"),
+                         [("true", {}), ("true", {})])
+        reply = self.client.rpc(get_config())
+        self.assertEqual(len(list(reply.iter(f"{{{IPAPP}}}enabled"))), 1)
+
+    def test_refuses_a_mode_of_defaults_that_is_not_announced(self):
+        reply = self.client.rpc(get_config(more=(
+            f'<with-defaults xmlns="{DEFAULTS}">report-all-tagged'
+            "</with-defaults>")))
+        self.assert_refused(reply, "invalid-value", "protocol")
+
+
+class GetTest(OperationsTest):
+    def get(self, content):
+        return self.client.rpc(
+            f'<get><filter type="subtree">{content}</filter></get>')
+
+    def test_gives_configuration_and_state(self):
+        self.running(A)
+        reply = self.client.rpc("<get/>")
+        self.assertEqual(self.names(reply), ["a"])
+        names = [child.tag for child in reply[0]]
+        self.assertIn(f"{{{MONITORING}}}netconf-state", names)
+        self.assertIn(
+            "{urn:ietf:params:xml:ns:yang:ietf-yang-library}yang-library",
+            names)
+
+    def state(self, part):
+        reply = self.get(f'<netconf-state xmlns="{MONITORING}">{part}'
+                         "</netconf-state>")
+        self.assertEqual(len(reply[0]), 1)
+        return reply[0][0][0]
+
+    def values(self, parent, name):
+        return [node.text for node in parent.iter(f"{{{MONITORING}}}{name}")]
+
+    def test_tells_of_sessions(self):
+        other = self.raw(self.server)
+        self.assert_ok(other.rpc(lock("running")))
+        other.rpc("<commit><confirmed/>")  # malformed: a bad RPC
+        sessions = self.state("<sessions/>")
+        self.assertEqual(self.values(sessions, "session-id"), ["1", "2"])
+        self.assertEqual(self.values(sessions, "in-rpcs"), ["0", "1"])
+        self.assertEqual(self.values(sessions, "in-bad-rpcs"), ["0", "1"])
+        datastores = self.state("<datastores/>")
+        self.assertEqual(self.values(datastores, "name"),
+                         ["running", "candidate", "startup"])
+        self.assertEqual(self.values(datastores, "locked-by-session"), ["2"])
+
+    def test_tells_of_capabilities_as_its_hello_does(self):
+        capabilities = self.values(self.state("<capabilities/>"), "capability")
+        for capability in capabilities:
+            self.assertIn(capability.replace("&", "&amp;"), self.client.hello)
+        self.assertEqual(len(capabilities),
+                         self.client.hello.count("<capability>"))
+
+    def test_tells_of_schemas_that_get_schema_gives(self):
+        schemas = self.state("<schemas/>")
+        names = set(self.values(schemas, "identifier"))
+        self.assertIn("ipapp", names)
+        for schema in schemas:
+            part = {child.tag.split("}")[1]: child.text for child in schema}
+            reply = self.client.rpc(
+                f'<get-schema xmlns="{MONITORING}">'
+                f"<identifier>{part['identifier']}</identifier>"
+                f"<version>{part['version'] or ''}</version>"
+                f"<format>{part['format'].split(':')[-1]}</format>"
+                "</get-schema>")
+            self.assertIn(part["identifier"], reply[0].text or "")
+
+    def test_selects_state_by_xpath(self):
+        reply = self.client.rpc(
+            f'<get><filter type="xpath" xmlns:m="{MONITORING}"'
+            ' select="/m:netconf-state/m:datastores"/></get>')
+        self.assertEqual(self.values(reply, "name"),
+                         ["running", "candidate", "startup"])
+        self.assertEqual(self.values(reply, "capability"), [])
+
+
+class GetSchemaTest(OperationsTest):
+    def get_schema(self, *parts):
+        return self.client.rpc(f'<get-schema xmlns="{MONITORING}">' +
+                               "".join(parts) + "</get-schema>")
+
+    def test_gives_a_module_again_and_again(self):
+        for _ in range(5):
+            reply = self.get_schema("<identifier>ipapp</identifier>")
+            text = reply[0].text
+            self.assertTrue(text.startswith("module ipapp {"))
+            self.assertTrue(text.rstrip().endswith("}"))
+            self.assertIn("list l3", text)
+
+    def test_gives_yin(self):
+        reply = self.get_schema("<identifier>ipapp</identifier>",
+                                "<format>yin</format>")
+        self.assertIn("<module name=\"ipapp\"", reply[0].text)
+
+    def test_refuses_what_is_not_there(self):
+        for parts in [("<identifier>none</identifier>",),
+                      ("<identifier>ipapp</identifier>",
+                       "<version>1970-01-01</version>"),
+                      ("<identifier>ipapp</identifier>",
+                       "<format>xsd</format>")]:
+            with self.subTest(parts):
+                self.assert_refused(self.get_schema(*parts), "invalid-value",
+                                    "application")
+
+
+class EditConfigTest(OperationsTest):
+    def test_merges_into_the_candidate_alone(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B)))
+        self.assertEqual(self.names_in("candidate"), ["a", "b"])
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def test_does_each_operation(self):
+        self.running(A)
+        for operation, interface, names in [
+                ("create", "b", ["a", "b"]), ("merge", "c", ["a", "b", "c"]),
+                ("delete", "b", ["a", "c"]), ("remove", "x", ["a", "c"]),
+                ("remove", "c", ["a"]), ("replace", "d", ["a", "d"])]:
+            with self.subTest(operation):
+                self.ok(edit("candidate",
+                             config(l3(interface, operation=operation))))
+                self.assertEqual(self.names_in("candidate"), names)
+
+    def test_replaces_all_by_default_operation(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B),
+                     "<default-operation>replace</default-operation>"))
+        self.assertEqual(self.names_in("candidate"), ["b"])
+
+    def test_does_nothing_by_itself_where_the_default_is_none(self):
+        self.running(A)
+        self.ok(edit("candidate", config(l3("a", operation="delete")),
+                     "<default-operation>none</default-operation>"))
+        self.assertEqual(self.names_in("candidate"), [])
+
+    def test_refuses_to_create_what_is_there(self):
+        self.running(A)
+        error = self.refused(
+            edit("candidate", config(l3("a", operation="create"))),
+            "data-exists", "application")
+        self.assertIn("l3[name='a']", error["error-path"])
+
+    def test_refuses_to_delete_what_is_not_there(self):
+        error = self.refused(
+            edit("candidate", config(B, l3("x", operation="delete"))),
+            "data-missing", "application")
+        self.assertIn("l3[name='x']", error["error-path"])
+        self.assertEqual(self.names_in("candidate"), [])
+
+    def test_refuses_what_the_model_does_not_know(self):
+        self.refused(edit("candidate", f'<config xmlns="{CONFIG}"><x/>'
+                          "</config>"), "unknown-element")
+        self.refused(edit("candidate", '<x xmlns="urn:x"/>'),
+                     "unknown-namespace")
+        self.refused(edit("candidate",
+                          config(l3("a", "10.0.0.1/33"))), "invalid-value")
+        self.error(self.client.rpc(
+            edit("candidate", config(l3("a", operation="increase")))))
+        self.assertEqual(self.names_in("candidate"), [])
+
+    def test_keeps_nothing_of_an_edit_with_an_error(self):
+        self.refused(
+            edit("candidate", config(B, l3("x", operation="delete")),
+                 "<error-option>rollback-on-error</error-option>"),
+            "data-missing")
+        self.assertEqual(self.names_in("candidate"), [])
+
+    def test_goes_on_behind_an_error_where_asked_to(self):
+        reply = self.client.rpc(
+            edit("candidate",
+                 config(l3("x", operation="delete"), B,
+                        l3("y", operation="delete")),
+                 "<error-option>continue-on-error</error-option>"))
+        self.assertEqual(len(reply), 2)
+        self.assertEqual(self.names_in("candidate"), ["b"])
+
+    def test_tests_first_where_asked_to(self):
+        test = "<test-option>test-then-set</test-option>"
+        error = self.refused(edit("candidate", config(NETWORK), test),
+                             "operation-failed", "application")
+        self.assertEqual(error["error-message"], NETWORK_TEXT)
+        self.assertEqual(self.names_in("candidate"), [])
+        self.ok(edit("candidate", config(A), test))
+        self.assertEqual(self.names_in("candidate"), ["a"])
+
+    def test_only_tests_where_asked_to(self):
+        self.ok(edit("candidate", config(A),
+                     "<test-option>test-only</test-option>"))
+        self.assertEqual(self.names_in("candidate"), [])
+
+    def test_tests_an_edit_of_running_always(self):
+        error = self.refused(edit("running", config(NETWORK)),
+                             "operation-failed", "application")
+        self.assertEqual(error["error-message"], NETWORK_TEXT)
+        self.assertEqual(self.names_in("running"), [])
+        self.ok(edit("running", config(A)))
+        self.assertEqual(self.names_in("running"), ["a"])
+
+
+class CopyConfigTest(OperationsTest):
+    def test_copies_a_datastore(self):
+        self.running(A)
+        self.ok(copy("running", "startup"))
+        self.ok(edit("candidate", config(B)))
+        self.ok(copy("startup", "candidate"))
+        self.assertEqual(self.names_in("candidate"), ["a"])
+
+    def test_copies_what_the_client_sends(self):
+        self.running(A)
+        self.ok(copy(f"<config>{config(B)}</config>", "candidate"))
+        self.assertEqual(self.names_in("candidate"), ["b"])
+
+    def test_lets_nothing_bad_into_running(self):
+        self.running(A)
+        error = self.refused(
+            copy(f"<config>{config(NETWORK)}</config>", "running"),
+            "operation-failed", "application")
+        self.assertEqual(error["error-message"], NETWORK_TEXT)
+        self.ok(edit("candidate", config(NETWORK)))
+        self.refused(copy("candidate", "running"), "operation-failed")
+        self.assertEqual(self.names_in("running"), ["a"])
+        self.ok(copy(f"<config>{config(B)}</config>", "running"))
+        self.assertEqual(self.names_in("running"), ["b"])
+
+    def test_makes_defaults_explicit_where_asked_to(self):
+        self.running(A)
+        self.ok("<copy-config><target><startup/></target><source><running/>"
+                f'</source><with-defaults xmlns="{DEFAULTS}">report-all'
+                "</with-defaults></copy-config>")
+        reply = self.client.rpc(get_config("startup"))
+        self.assertEqual(len(list(reply.iter(f"{{{IPAPP}}}enabled"))), 1)
+
+
+class DeleteConfigTest(OperationsTest):
+    def test_empties_startup(self):
+        self.running(A)
+        self.ok(copy("running", "startup"))
+        self.ok("<delete-config><target><startup/></target></delete-config>")
+        self.assertEqual(self.names_in("startup"), [])
+
+    def test_of_running_is_refused(self):
+        self.running(A)
+        for target in ["running", "candidate"]:
+            with self.subTest(target):
+                self.error(self.client.rpc(
+                    f"<delete-config><target><{target}/></target>"
+                    "</delete-config>"))
+                self.assertEqual(self.names_in(target), ["a"])
+
+
+class CommitTest(OperationsTest):
+    def test_refuses_with_text_path_and_point_and_takes_the_correction(self):
+        self.ok(edit("candidate", config(A, NETWORK)))
+        error = self.refused("<commit/>", "operation-failed", "application")
+        self.assertEqual(list(error), ["error-type", "error-tag",
+                                       "error-severity", "error-app-tag",
+                                       "error-path", "error-message"])
+        self.assertEqual(error["error-severity"], "error")
+        self.assertEqual(error["error-app-tag"], "ipv4_addr_validation")
+        self.assertEqual(error["error-message"], NETWORK_TEXT)
+        self.assertEqual(error["error-path"],
+                         "/vorplex-config:config/interface/ipapp:l3")
+        self.assertEqual(self.names_in("running"), [])
+        self.ok(edit("candidate", config(l3("c", "10.0.2.1/24"))))
+        self.ok("<commit/>")
+        self.assertEqual(self.names_in("running"), ["a", "c"])
+
+    def test_is_what_a_restart_finds(self):
+        self.running(A)
+        self.assertEqual(self.server.stop(), 0)
+        self.client = self.raw(self.serve())
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def test_is_what_is_found_behind_a_kill(self):
+        self.running(A)
+        self.server.process.kill()
+        self.server.process.wait()
+        self.client = self.raw(self.serve())
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def confirmed(self, more=""):
+        return f"<commit><confirmed/>{more}</commit>"
+
+    def test_is_taken_back_when_nobody_confirms_it(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B)))
+        self.ok(self.confirmed("<confirm-timeout>1</confirm-timeout>"))
+        self.assertEqual(self.names_in("running"), ["a", "b"])
+        self.server.wait_for_log("confirm")
+        end = time.monotonic() + 10
+        while self.names_in("running") != ["a"] and time.monotonic() < end:
+            time.sleep(0.05)
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def test_stays_when_it_is_confirmed(self):
+        self.ok(edit("candidate", config(A)))
+        self.ok(self.confirmed("<confirm-timeout>1</confirm-timeout>"))
+        self.ok("<commit/>")
+        time.sleep(1.5)
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def test_is_cancelled(self):
+        self.ok(edit("candidate", config(A)))
+        self.ok(self.confirmed())
+        self.ok("<cancel-commit/>")
+        self.assertEqual(self.names_in("running"), [])
+        self.refused("<cancel-commit/>", "operation-failed")
+
+    def test_is_taken_back_when_its_session_ends(self):
+        self.ok(edit("candidate", config(A)))
+        self.ok(self.confirmed())
+        self.ok("<close-session/>")
+        self.client = self.raw(self.server)
+        self.assertEqual(self.names_in("running"), [])
+
+    def test_that_is_persistent_is_confirmed_by_another_session(self):
+        self.ok(edit("candidate", config(A)))
+        self.ok(self.confirmed("<persist>me</persist>"))
+        self.ok("<close-session/>")
+        self.client = self.raw(self.server)
+        self.assertEqual(self.names_in("running"), ["a"])
+        self.refused("<commit><persist-id>you</persist-id></commit>",
+                     "invalid-value")
+        self.ok("<commit><persist-id>me</persist-id></commit>")
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def test_that_is_persistent_is_cancelled_by_another_session(self):
+        self.ok(edit("candidate", config(A)))
+        self.ok(self.confirmed("<persist>me</persist>"))
+        other = self.raw(self.server)
+        self.assert_refused(other.rpc("<cancel-commit/>"), "invalid-value")
+        self.assert_ok(other.rpc(
+            "<cancel-commit><persist-id>me</persist-id></cancel-commit>"))
+        self.assertEqual(self.names_in("running"), [])
+
+
+class ValidateTest(OperationsTest):
+    def validate(self, source):
+        return f"<validate><source>{source}</source></validate>"
+
+    def test_accepts_and_refuses_as_a_commit_does(self):
+        self.ok(edit("candidate", config(A)))
+        self.ok(self.validate("<candidate/>"))
+        self.ok(edit("candidate", config(NETWORK)))
+        error = self.refused(self.validate("<candidate/>"),
+                             "operation-failed", "application")
+        self.assertEqual(error["error-message"], NETWORK_TEXT)
+        self.assertEqual(error["error-app-tag"], "ipv4_addr_validation")
+
+    def test_judges_what_the_client_sends(self):
+        self.ok(self.validate(f"<config>{config(A)}</config>"))
+        self.refused(self.validate(f"<config>{config(NETWORK)}</config>"),
+                     "operation-failed")
+        self.assertEqual(self.names_in("candidate"), [])
+
+
+class DiscardChangesTest(OperationsTest):
+    def test_makes_the_candidate_running_again(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B)))
+        self.ok("<discard-changes/>")
+        self.assertEqual(self.names_in("candidate"), ["a"])
+
+
+class LockTest(OperationsTest):
+    def setUp(self):
+        super().setUp()
+        self.other = self.raw(self.server)
+
+    def test_keeps_other_sessions_out(self):
+        self.ok(lock("candidate"))
+        for operation in [lock("candidate"), edit("candidate", config(A)),
+                          "<discard-changes/>"]:
+            with self.subTest(operation):
+                reply = self.other.rpc(operation)
+                tag = "lock-denied" if "lock" in operation else "in-use"
+                self.assert_refused(reply, tag)
+        self.ok(edit("candidate", config(A)))
+        self.ok("<commit/>")
+
+    def test_names_the_session_that_has_it(self):
+        self.ok(lock("running"))
+        reply = self.other.rpc(lock("running"))
+        self.assert_refused(reply, "lock-denied", "protocol")
+        self.assertEqual(
+            [node.text for node in reply.iter(f"{{{NETCONF}}}session-id")],
+            ["1"])
+
+    def test_ends_with_unlock_and_with_its_session(self):
+        self.ok(lock("running"))
+        self.ok(lock("running", "unlock"))
+        self.assert_ok(self.other.rpc(lock("running")))
+        self.assert_ok(self.other.rpc("<close-session/>"))
+        self.ok(lock("running"))
+
+    def test_ends_with_a_connection_that_breaks(self):
+        self.assert_ok(self.other.rpc(lock("running")))
+        self.other.close()
+        self.server.wait_for_log("session 2 was cut off")
+        self.ok(lock("running"))
+
+    def test_of_others_is_not_given_back(self):
+        self.ok(lock("running"))
+        error = self.error(self.other.rpc(lock("running", "unlock")))
+        self.assertIn(error["error-tag"], ["operation-failed", "lock-denied"])
+
+
+class SessionTest(OperationsTest):
+    def test_ends_when_it_is_closed(self):
+        self.ok("<close-session/>")
+        self.assertTrue(self.client.is_dropped())
+
+    def test_is_killed_by_another_and_loses_its_locks(self):
+        other = self.raw(self.server)
+        self.assert_ok(other.rpc(lock("running")))
+        self.ok("<kill-session><session-id>2</session-id></kill-session>")
+        self.assertTrue(other.is_dropped())
+        self.ok(lock("running"))
+
+    def test_is_not_killed_by_itself(self):
+        self.refused("<kill-session><session-id>1</session-id></kill-session>",
+                     "invalid-value", "protocol")
+
+    def test_that_is_not_there_is_not_killed(self):
+        self.refused("<kill-session><session-id>9</session-id></kill-session>",
+                     "invalid-value", "protocol")
+
+    def test_takes_several_requests_at_once(self):
+        for number in range(1, 21):
+            self.client.send_message(
+                f'<rpc message-id="{number}" xmlns="{NETCONF}">'
+                "<get-config><source><running/></source></get-config></rpc>")
+        for number in range(1, 21):
+            self.assertIn(f'message-id="{number}"', self.client.receive())
+
+    def test_of_netconf_1_0_has_all_of_it_too(self):
+        old = self.raw(self.server, version="1.0")
+        self.assert_ok(old.rpc(edit("candidate", config(A))))
+        self.assert_ok(old.rpc("<commit/>"))
+        self.assertEqual(self.names(old.rpc(get_config())), ["a"])
+        self.assert_ok(old.rpc("<close-session/>"))
+        self.assertTrue(old.is_dropped())
+
+
+class WrongRequestTest(OperationsTest):
+    def test_of_an_unknown_operation_is_refused(self):
+        self.error(self.client.rpc('<reboot xmlns="urn:x"/>'))
+        self.assertEqual(self.names_in("running"), [])
+
+    def test_without_a_target_is_refused(self):
+        for operation in ["<get-config/>", "<lock/>",
+                          "<get-config><source/></get-config>",
+                          "<edit-config><config/></edit-config>",
+                          "<edit-config><target><candidate/></target>"
+                          "</edit-config>", "<kill-session/>", "<validate/>",
+                          "<copy-config><target><running/></target>"
+                          "</copy-config>",
+                          f'<get-schema xmlns="{MONITORING}"/>']:
+            with self.subTest(operation):
+                self.error(self.client.rpc(operation))
+        self.assertEqual(self.names_in("running"), [])
+
+    def test_that_is_no_xml_is_refused(self):
+        self.client.send_message("<rpc")
+        self.assertIn("malformed-message", self.client.receive())
+
+    def test_of_an_url_which_is_not_announced_is_refused(self):
+        self.error(self.client.rpc(
+            "<copy-config><target><url>file:///tmp/x</url></target>"
+            "<source><running/></source></copy-config>"))
+
+
+class CapabilitiesTest(OperationsTest):
+    """What is announced is what the tests above have seen to work."""
+
+    BASE = "urn:ietf:params:netconf:capability:"
+
+    def test_are_exactly_those_that_work(self):
+        capabilities = sorted(
+            text.split("</capability>")[0].replace("&amp;", "&")
+            for text in self.client.hello.split("<capability>")[1:])
+        announced = [text for text in capabilities
+                     if text.startswith("urn:ietf:params:netconf:")]
+        library = [text for text in announced if "yang-library" in text]
+        self.assertEqual(len(library), 1)
+        self.assertRegex(library[0], "yang-library:1.1[?]"
+                         "revision=2019-01-04&content-id=[0-9]+$")
+        announced.remove(library[0])
+        self.assertEqual(announced, [
+            "urn:ietf:params:netconf:base:1.0",
+            "urn:ietf:params:netconf:base:1.1",
+            self.BASE + "candidate:1.0",
+            self.BASE + "confirmed-commit:1.1",
+            self.BASE + "rollback-on-error:1.0",
+            self.BASE + "startup:1.0",
+            self.BASE + "validate:1.1",
+            self.BASE + "with-defaults:1.0?basic-mode=explicit&also-supported="
+            "report-all,trim",
+            self.BASE + "writable-running:1.0",
+            self.BASE + "xpath:1.0"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,211 @@
+"""Clients that do wrong are refused or dropped; others go on working."""
+
+import socket
+import subprocess
+import time
+import unittest
+
+from served import HELLO, NETCONF, PATIENCE, TEST_PLUGINS, ServerTest
+from served import config, l3
+
+GET = "<get-config><source><running/></source></get-config>"
+
+
+class RobustnessTest(ServerTest):
+    """Each with a second client, which must not be kept waiting."""
+
+    def start(self, *options):
+        self.server = self.serve(*options)
+        self.second = self.raw(self.server)
+        self.addCleanup(self.assert_second_works)
+
+    def assert_second_works(self):
+        """At once, and the session that it had from the start."""
+        begin = time.monotonic()
+        reply = self.second.rpc(GET)
+        self.assertEqual(len(reply), 1)
+        self.assertTrue(reply[0].tag.endswith("data"))
+        self.assertLess(time.monotonic() - begin, 5)
+        self.assertIsNone(self.server.process.poll())
+
+    def test_drops_malformed_framing(self):
+        self.start()
+        for sent in [b"<rpc/>]]>]]>", b"\n#0\n", b"\n#-1\n", b"\n#4x\n<rpc",
+                     b"\n##\n", b"\n#99999999999\n", b"\x00\xff\xfe" * 100,
+                     b"\n#4\n<rpc\n#04\n"]:
+            with self.subTest(sent):
+                client = self.raw(self.server)
+                client.send(sent)
+                self.assertTrue(client.is_dropped())
+                self.assert_second_works()
+
+    def test_drops_what_does_not_begin_with_a_hello(self):
+        self.start()
+        for sent in [b"GET / HTTP/1.1\r\n\r\n]]>]]>", b"]]>]]>",
+                     f'<rpc message-id="1" xmlns="{NETCONF}"><get/></rpc>'
+                     "]]>]]>".encode(),
+                     (HELLO % "9.9").encode() + b"]]>]]>"]:
+            with self.subTest(sent):
+                client = self.raw(self.server, greet=False)
+                client.send(sent)
+                self.assertTrue(client.is_dropped())
+                self.assert_second_works()
+
+    def test_drops_an_oversized_message_before_it_comes(self):
+        self.start("--max-message-size", "1")
+        client = self.raw(self.server)
+        client.send(b"\n#1048577\n")
+        self.assertTrue(client.is_dropped())
+        self.server.wait_for_log("a message of more than 1048576 bytes")
+
+    def test_drops_an_endless_message(self):
+        self.start("--max-message-size", "1")
+        client = self.raw(self.server)
+        sent = 0
+        with self.assertRaises(ConnectionError):
+            while sent < 100 << 20:
+                client.send(b"\n#1000\n" + b"x" * 1000)
+                sent += 1000
+        self.assertLess(sent, 3 << 20)
+
+    def test_drops_an_endless_hello(self):
+        self.start()
+        client = self.raw(self.server, greet=False)
+        with self.assertRaises(ConnectionError):
+            for _ in range(10000):
+                client.send(b"<!-- -->" * 1000)
+
+    def test_takes_a_message_of_the_largest_size(self):
+        self.start("--max-message-size", "1")
+        client = self.raw(self.server)
+        operation = (f'<rpc message-id="1" xmlns="{NETCONF}">{GET}</rpc>')
+        padding = "<!--" + "x" * ((1 << 20) - len(operation) - 7) + "-->"
+        client.send_message(operation + padding)
+        self.assertIn("<data", client.receive())
+
+    def test_drops_a_client_that_says_nothing(self):
+        self.start("--hello-timeout", "1")
+        client = self.raw(self.server, greet=False)
+        self.assertTrue(client.is_dropped())
+        self.server.wait_for_log("no hello in time")
+
+    def test_drops_a_session_that_is_silent_for_too_long(self):
+        self.server = self.serve("--idle-timeout", "1")
+        client = self.raw(self.server)
+        begin = time.monotonic()
+        self.assertTrue(client.is_dropped())
+        self.assertGreater(time.monotonic() - begin, 0.9)
+        self.second = self.raw(self.server)
+        self.assert_second_works()
+
+    def test_drops_a_client_that_sends_byte_by_byte(self):
+        self.server = self.serve("--idle-timeout", "1")
+        client = self.raw(self.server)
+        client.send(b"\n#100000\n")
+        begin = time.monotonic()
+        with self.assertRaises(ConnectionError):
+            while time.monotonic() - begin < PATIENCE:
+                client.send(b"x")
+                time.sleep(0.05)
+                second = self.raw(self.server)
+                self.assertTrue(second.rpc(GET)[0].tag.endswith("data"))
+                second.close()
+
+    def test_drops_a_client_that_reads_nothing(self):
+        self.server = self.serve("--idle-timeout", "1")
+        self.second = self.raw(self.server)
+        many = config(*[l3(f"i{i}", f"10.{i}.0.1/24") for i in range(200)])
+        self.assert_ok(self.second.rpc(
+            "<edit-config><target><running/></target>"
+            f"<config>{many}</config></edit-config>"))
+        client = self.raw(self.server)
+        client.socket.settimeout(1)
+        try:
+            for number in range(500):
+                client.send_message(f'<rpc message-id="{number}" '
+                                    f'xmlns="{NETCONF}">{GET}</rpc>')
+                if number % 100 == 0:
+                    self.assertEqual(len(self.names(self.second.rpc(GET))),
+                                     200)
+        except OSError:
+            pass  # dropped already, or kept waiting since it reads nothing
+        end = time.monotonic() + PATIENCE
+        while "too long" not in self.server.log():
+            self.assertLess(time.monotonic(), end, self.server.log())
+            self.second.rpc(GET)
+            time.sleep(0.1)
+
+    def test_refuses_more_sessions_than_there_may_be(self):
+        self.start("--max-sessions", "3")
+        others = [self.raw(self.server), self.raw(self.server)]
+        refused = self.raw(self.server, greet=False)
+        self.assertTrue(refused.is_dropped())
+        self.assertEqual(refused.bytes, b"")
+        self.assert_ok(others[0].rpc("<close-session/>"))
+        self.server.wait_for_log("session 2 ended")
+        self.assert_second_works()
+        again = self.raw(self.server)
+        self.assertEqual(len(again.rpc(GET)), 1)
+
+    def test_outlives_a_crowd_that_connects_and_goes(self):
+        self.start("--max-sessions", "4")
+        for _ in range(200):
+            client = socket.socket(socket.AF_UNIX)
+            client.connect(self.server.socket)
+            client.close()
+        end = time.monotonic() + PATIENCE
+        while time.monotonic() < end:
+            try:
+                again = self.raw(self.server)
+                break
+            except (EOFError, ConnectionError):
+                time.sleep(0.05)
+        self.assertEqual(len(again.rpc(GET)), 1)
+
+    def test_answers_xml_that_is_no_request(self):
+        self.start()
+        client = self.raw(self.server)
+        for sent in ["<rpc", "text", "<rpc/>", "<!DOCTYPE x []><x/>",
+                     f'<rpc xmlns="{NETCONF}"/>',
+                     f'<rpc message-id="1" xmlns="{NETCONF}"/>',
+                     f'<hello xmlns="{NETCONF}"/>']:
+            with self.subTest(sent):
+                client = self.raw(self.server)
+                client.send_message(sent)
+                try:
+                    self.assertIn("rpc-error", client.receive())
+                except EOFError:
+                    pass  # the session ended, which is an answer as well
+                self.assert_second_works()
+
+
+class FailingPluginTest(ServerTest):
+    """A plug-in that dies or hangs refuses the commit; the server stays."""
+
+    def commit_with(self, plugin, *options):
+        server = self.serve("--plugin", f"{TEST_PLUGINS}/{plugin}.so",
+                            *options)
+        client = self.raw(server)
+        self.assert_ok(client.rpc(
+            "<edit-config><target><candidate/></target>"
+            f"<config>{config(l3('a', '10.0.0.1/24'))}</config>"
+            "</edit-config>"))
+        error = self.assert_refused(client.rpc("<commit/>"),
+                                    "operation-failed", "application")
+        self.assertEqual(self.names(client.rpc(GET)), [])
+        self.assertIsNone(server.process.poll())
+        return error["error-message"]
+
+    def test_that_aborts_refuses_the_commit(self):
+        self.assertIn("plug-in", self.commit_with("aborts_in_init"))
+
+    def test_that_throws_refuses_the_commit(self):
+        self.assertIn("plug-in", self.commit_with("throws_in_init"))
+
+    def test_that_hangs_refuses_the_commit(self):
+        self.assertIn("plug-in", self.commit_with("hangs_in_init",
+                                                  "--timeout", "1"))
+
+
+if __name__ == "__main__":
+    unittest.main()

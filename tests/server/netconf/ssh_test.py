@@ -1,0 +1,213 @@
+"""The server over SSH, with ncclient."""
+
+import os
+import pathlib
+import signal
+import socket
+import stat
+import subprocess
+import time
+import unittest
+
+import paramiko
+from ncclient.operations import RPCError
+from ncclient.transport.errors import AuthenticationError, SSHError
+
+from served import IPAV, PATIENCE, ServerTest, config, l3
+
+NETWORK = config(l3("a", "10.0.0.0/24"))
+RIGHT = config(l3("a", "10.0.0.1/24"))
+
+
+def whole(content):
+    return f"<config>{content}</config>"
+
+
+class SshTest(ServerTest):
+    def test_serves_an_edit_a_refusal_a_correction_and_a_restart(self):
+        server = self.serve_ssh()
+        session = self.connect(server)
+        session.edit_config(target="candidate", config=whole(NETWORK))
+        with self.assertRaises(RPCError) as refusal:
+            session.commit()
+        self.assertEqual(refusal.exception.tag, "operation-failed")
+        self.assertEqual(refusal.exception.type, "application")
+        self.assertEqual(refusal.exception.app_tag, "ipv4_addr_validation")
+        self.assertEqual(refusal.exception.path.strip(),
+                         "/vorplex-config:config/interface/ipapp:l3")
+        self.assertEqual(
+            refusal.exception.message,
+            "l3 a ipv4 address 10.0.0.0/24 cannot be configured as network"
+            " address.")
+        session.edit_config(target="candidate", config=whole(RIGHT))
+        session.commit()
+        self.assertIn("10.0.0.1/24", session.get_config("running").data_xml)
+        session.close_session()
+        self.assertEqual(server.stop(), 0)
+        again = self.connect(self.serve("--ssh", "0", "--authorized-keys",
+                                        str(self.authorized)))
+        self.assertIn("10.0.0.1/24", again.get_config("running").data_xml)
+
+    def test_does_what_ncclient_asks_for(self):
+        session = self.connect(self.serve_ssh())
+        with session.locked("candidate"):
+            session.edit_config(target="candidate", config=whole(RIGHT))
+            session.validate("candidate")
+            session.commit(confirmed=True, timeout="60")
+            session.commit()
+        session.copy_config(source="running", target="startup")
+        session.delete_config(target="startup")
+        session.discard_changes()
+        self.assertIn("list l3", session.get_schema("ipapp").data)
+        self.assertIn("netconf-state", session.get().data_xml)
+
+    def test_serves_two_sessions_side_by_side(self):
+        server = self.serve_ssh()
+        one = self.connect(server)
+        other = self.connect(server)
+        one.lock("candidate")
+        with self.assertRaises(RPCError) as refusal:
+            other.lock("candidate")
+        self.assertEqual(refusal.exception.tag, "lock-denied")
+        other.kill_session(one.session_id)
+        other.lock("candidate")
+
+    def test_carries_ten_thousand_interfaces(self):
+        session = self.connect(self.serve_ssh())
+        many = config(*[l3(f"i{i}", None, f"<mtu>{1280 + i % 8000}</mtu>")
+                        for i in range(10000)])
+        session.edit_config(target="candidate", config=whole(many))
+        reply = session.get_config("candidate").data_xml
+        self.assertEqual(reply.count("<mtu>"), 10000)
+
+    def test_lets_no_unknown_key_in(self):
+        server = self.serve_ssh()
+        session = self.connect(server)
+        other, _ = self.make_key("other")
+        with self.assertRaises(AuthenticationError):
+            self.connect(server, key=other)
+        self.assertIn("<data", session.get_config("running").data_xml)
+        server.wait_for_log("none of its keys is authorized")
+
+    def test_takes_no_password(self):
+        server = self.serve_ssh()
+        transport = paramiko.Transport(("127.0.0.1", server.port))
+        self.addCleanup(transport.close)
+        transport.start_client(timeout=PATIENCE)
+        with self.assertRaises(paramiko.BadAuthenticationType) as refusal:
+            transport.auth_password("root", "")
+        self.assertEqual(refusal.exception.allowed_types, ["publickey"])
+
+    def channel(self, server):
+        transport = paramiko.Transport(("127.0.0.1", server.port))
+        self.addCleanup(transport.close)
+        transport.connect(
+            username="operator",
+            pkey=paramiko.ECDSAKey.from_private_key_file(self.key))
+        channel = transport.open_session()
+        channel.settimeout(PATIENCE)
+        return channel
+
+    def test_gives_no_shell_and_no_other_subsystem(self):
+        server = self.serve_ssh()
+        for ask in [lambda channel: channel.invoke_shell(),
+                    lambda channel: channel.exec_command("id"),
+                    lambda channel: channel.invoke_subsystem("sftp")]:
+            with self.assertRaises(paramiko.SSHException):
+                ask(self.channel(server))
+
+    def test_forwards_no_port(self):
+        server = self.serve_ssh()
+        channel = self.channel(server)
+        with self.assertRaises(paramiko.ChannelException):
+            channel.get_transport().open_channel(
+                "direct-tcpip", ("127.0.0.1", server.port), ("127.0.0.1", 0))
+
+    def test_drops_a_client_that_does_not_log_in(self):
+        server = self.serve_ssh("--hello-timeout", "1")
+        session = self.connect(server)
+        silent = socket.create_connection(("127.0.0.1", server.port))
+        self.addCleanup(silent.close)
+        silent.settimeout(PATIENCE)
+        self.assertIn("<data", session.get_config("running").data_xml)
+        while silent.recv(1000):
+            pass
+        server.wait_for_log("no login in time")
+        self.assertIn("<data", session.get_config("running").data_xml)
+
+    def test_drops_what_is_no_ssh(self):
+        server = self.serve_ssh()
+        other = socket.create_connection(("127.0.0.1", server.port))
+        self.addCleanup(other.close)
+        other.settimeout(PATIENCE)
+        other.sendall(b"GET / HTTP/1.1\r\n\r\n" * 1000)
+        try:
+            while other.recv(1000):
+                pass
+        except ConnectionError:
+            pass
+        self.assertIn("<data", self.connect(server).get_config(
+            "running").data_xml)
+
+    def test_keeps_its_host_key_for_itself_and_for_ever(self):
+        server = self.serve_ssh()
+        key = self.folder / "state" / "ssh_host_ecdsa_key"
+        self.assertEqual(stat.S_IMODE(key.stat().st_mode), 0o600)
+        before = key.read_bytes()
+        shown = paramiko.Transport(("127.0.0.1", server.port))
+        self.addCleanup(shown.close)
+        shown.start_client(timeout=PATIENCE)
+        public = (self.folder / "state" / "ssh_host_ecdsa_key.pub").read_text()
+        self.assertEqual(public.split()[1],
+                         shown.get_remote_server_key().get_base64())
+        server.stop()
+        self.serve("--ssh", "0", "--authorized-keys", str(self.authorized))
+        self.assertEqual(key.read_bytes(), before)
+
+    def test_reads_the_keys_again_when_it_is_told_to(self):
+        server = self.serve_ssh()
+        key, line = self.make_key("new")
+        with self.assertRaises(AuthenticationError):
+            self.connect(server, key=key)
+        self.authorized.write_text(line)
+        server.process.send_signal(signal.SIGHUP)
+        server.wait_for_log("authorized keys read again: 1")
+        self.connect(server, key=key)
+        with self.assertRaises(AuthenticationError):
+            self.connect(server)
+
+    def test_keeps_the_keys_where_the_file_is_no_good(self):
+        server = self.serve_ssh()
+        self.authorized.write_text("nonsense\n")
+        server.process.send_signal(signal.SIGHUP)
+        server.wait_for_log("the authorized keys stay as they were")
+        self.connect(server)
+
+    def test_listens_on_loopback_alone(self):
+        server = self.serve_ssh()
+        listening = subprocess.run(
+            ["/usr/bin/python3", "-c", "print(open('/proc/net/tcp').read())"],
+            capture_output=True, text=True, check=True).stdout
+        port = f":{server.port:04X} "
+        addresses = [line.split()[1] for line in listening.splitlines()
+                     if port in line.split("  ")[0] + line[:40]
+                     and line.split()[3] == "0A"]
+        self.assertEqual(addresses, [f"0100007F:{server.port:04X}"])
+
+    def test_listens_elsewhere_where_it_is_told_to(self):
+        server = self.serve_ssh("--listen", "127.0.0.2")
+        self.assertIn(f"listening for SSH on 127.0.0.2:{server.port}",
+                      server.log())
+        with self.assertRaises(ConnectionRefusedError):
+            socket.create_connection(("127.0.0.1", server.port))
+
+    def test_does_not_start_without_keys(self):
+        result = subprocess.run(
+            [IPAV, "serve", "--state", str(self.folder / "state"), "--ssh",
+             "0"], capture_output=True, text=True, timeout=PATIENCE)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("authorized_keys: No such file", result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "report/bytes.h"
+#include "base/bytes.h"
 
 namespace ipav::cli::report {
 
@@ -41,9 +41,9 @@ Enum FromName(const std::array<const char*, 4>& names,
 // A text that is no UTF-8 has its exact bytes beside it, in a member of its own
 // name and "Hex".
 void PutText(Json* object, const std::string& name, const std::string& text) {
-  const std::string readable = ToUtf8(text);
+  const std::string readable = base::ToUtf8(text);
   (*object)[name] = readable;
-  if (readable != text) (*object)[name + "Hex"] = ToHex(text);
+  if (readable != text) (*object)[name + "Hex"] = base::ToHex(text);
 }
 
 void PutUnlessEmpty(Json* object, const std::string& name,
@@ -53,7 +53,7 @@ void PutUnlessEmpty(Json* object, const std::string& name,
 
 std::string TextOf(const Json& object, const std::string& name) {
   const auto hex = object.find(name + "Hex");
-  return hex != object.end() ? FromHex(hex->get<std::string>())
+  return hex != object.end() ? base::FromHex(hex->get<std::string>())
                              : object.at(name).get<std::string>();
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "report/bytes.h"
+#include "base/bytes.h"
 #include "report/finding_text.h"
 
 namespace ipav::cli::report {
@@ -101,10 +101,11 @@ class Elements {
   void Start(const char* name) { xmlTextWriterStartElement(xml_, Xml(name)); }
   void End() { xmlTextWriterEndElement(xml_); }
   void Attribute(const char* name, const std::string& value) {
-    xmlTextWriterWriteAttribute(xml_, Xml(name), Xml(ToXmlText(value).c_str()));
+    xmlTextWriterWriteAttribute(xml_, Xml(name),
+                                Xml(base::ToXmlText(value).c_str()));
   }
   void Text(const std::string& text) {
-    xmlTextWriterWriteString(xml_, Xml(ToXmlText(text).c_str()));
+    xmlTextWriterWriteString(xml_, Xml(base::ToXmlText(text).c_str()));
   }
   void Property(const char* name, const std::string& value) {
     Start("property");

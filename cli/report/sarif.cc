@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-#include "report/bytes.h"
+#include "base/bytes.h"
 #include "report/finding_text.h"
 
 namespace ipav::cli::report {
@@ -36,7 +36,7 @@ constexpr char kPluginId[] = "plug-in-failed";
 // A message's braces are placeholders unless doubled, and "[a](b)" is a link
 // unless its brackets are escaped (SARIF 2.1.0, sections 3.11.5 and 3.11.6).
 Json Message(const std::string& text) {
-  const std::string readable = ToUtf8(text);
+  const std::string readable = base::ToUtf8(text);
   const bool has_links = readable.find("](") != std::string::npos;
   std::string escaped;
   for (const char c : readable) {
@@ -79,7 +79,7 @@ std::size_t PlaceOfCharacter(const std::string& text, std::size_t number) {
 }
 
 std::string Marked(const Place& place) {
-  const std::string line = ToUtf8(place.source_line);
+  const std::string line = base::ToUtf8(place.source_line);
   const std::size_t first = place.column - 1 - place.skipped;
   const std::size_t begin = PlaceOfCharacter(line, first);
   const std::size_t end = PlaceOfCharacter(line, first + place.length);
@@ -95,11 +95,11 @@ Json PhysicalLocation(const Place& place) {
             {"snippet", {{"text", Marked(place)}}}}},
           {"contextRegion",
            {{"startLine", place.line},
-            {"snippet", {{"text", ToUtf8(place.source_line)}}}}}};
+            {"snippet", {{"text", base::ToUtf8(place.source_line)}}}}}};
 }
 
 Json LogicalLocations(const std::string& path) {
-  const Json location = {{"fullyQualifiedName", ToUtf8(path)},
+  const Json location = {{"fullyQualifiedName", base::ToUtf8(path)},
                          {"kind", "member"}};
   return Json::array({location});
 }
@@ -142,7 +142,7 @@ const std::string& RuleIdOf(const Finding& finding) {
 
 // What to do, and where it is explained.
 Json HelpOf(const Finding& finding) {
-  std::string text = ToUtf8(finding.advice);
+  std::string text = base::ToUtf8(finding.advice);
   std::string markdown = text;
   const std::string link = LinkOf(finding);
   if (!link.empty()) {
@@ -153,9 +153,9 @@ Json HelpOf(const Finding& finding) {
 }
 
 Json RuleOf(const Finding& finding) {
-  Json rule = {{"id", ToUtf8(RuleIdOf(finding))}};
+  Json rule = {{"id", base::ToUtf8(RuleIdOf(finding))}};
   if (!finding.title.empty()) {
-    rule["shortDescription"] = {{"text", ToUtf8(finding.title)}};
+    rule["shortDescription"] = {{"text", base::ToUtf8(finding.title)}};
   }
   if (!finding.advice.empty()) rule["help"] = HelpOf(finding);
   rule["defaultConfiguration"] = {{"level", "error"}};
@@ -228,18 +228,18 @@ void PutLocations(const DeviceReport& device, const Finding& finding,
 
 // The exact text and what the message has no room for.
 Json PropertiesOf(const Finding& finding) {
-  Json properties = {{"text", ToUtf8(finding.text)}};
-  if (ToUtf8(finding.text) != finding.text) {
-    properties["textHex"] = ToHex(finding.text);
+  Json properties = {{"text", base::ToUtf8(finding.text)}};
+  if (base::ToUtf8(finding.text) != finding.text) {
+    properties["textHex"] = base::ToHex(finding.text);
   }
-  properties["validationPoint"] = ToUtf8(finding.point);
-  properties["dataPath"] = ToUtf8(finding.path);
-  if (!finding.note.empty()) properties["note"] = ToUtf8(finding.note);
+  properties["validationPoint"] = base::ToUtf8(finding.point);
+  properties["dataPath"] = base::ToUtf8(finding.path);
+  if (!finding.note.empty()) properties["note"] = base::ToUtf8(finding.note);
   return properties;
 }
 
 Json ResultOf(const DeviceReport& device, const Finding& finding) {
-  Json result = {{"ruleId", ToUtf8(RuleIdOf(finding))},
+  Json result = {{"ruleId", base::ToUtf8(RuleIdOf(finding))},
                  {"level", "error"},
                  {"message", Message(TextOf(finding))}};
   PutLocations(device, finding, &result);

@@ -1,12 +1,10 @@
-#include "report/bytes.h"
-
-#include <fmt/core.h>
+#include "base/bytes.h"
 
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-namespace ipav::cli::report {
+namespace ipav::base {
 
 namespace {
 
@@ -30,6 +28,11 @@ bool IsNoncharacter(const std::string& text, std::size_t place) {
          text.compare(place, kNoncharacterSize, "\xef\xbf\xbf") == 0;
 }
 
+std::string HexDigits(unsigned char byte) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  return {kDigits[byte / kHexBase], kDigits[byte % kHexBase]};
+}
+
 }  // namespace
 
 std::string ToUtf8(const std::string& bytes) {
@@ -47,7 +50,7 @@ std::string ToXmlText(const std::string& bytes) {
       text += kReplacement;
       place += kNoncharacterSize;
     } else {
-      text += IsControl(byte) ? fmt::format("\\x{:02x}", byte)
+      text += IsControl(byte) ? "\\x" + HexDigits(byte)
                               : std::string(1, utf8[place]);
       ++place;
     }
@@ -58,7 +61,7 @@ std::string ToXmlText(const std::string& bytes) {
 std::string ToHex(const std::string& bytes) {
   std::string hex;
   for (const char c : bytes) {
-    hex += fmt::format("{:02x}", static_cast<unsigned char>(c));
+    hex += HexDigits(static_cast<unsigned char>(c));
   }
   return hex;
 }
@@ -75,4 +78,4 @@ std::string FromHex(const std::string& hex) {
   return bytes;
 }
 
-}  // namespace ipav::cli::report
+}  // namespace ipav::base

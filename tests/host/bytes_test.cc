@@ -1,11 +1,11 @@
-#include "report/bytes.h"
+#include "base/bytes.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
 
-namespace ipav::cli::report {
+namespace ipav::base {
 
 namespace {
 
@@ -52,4 +52,4 @@ TEST(Bytes, WhatIsNoHexIsRefused) {
 
 }  // namespace
 
-}  // namespace ipav::cli::report
+}  // namespace ipav::base

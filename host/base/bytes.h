@@ -1,10 +1,10 @@
 // Texts of any bytes, as a plug-in may set them, for formats that hold UTF-8.
-#ifndef IPAV_CLI_REPORT_BYTES_H_
-#define IPAV_CLI_REPORT_BYTES_H_
+#ifndef IPAV_HOST_BASE_BYTES_H_
+#define IPAV_HOST_BASE_BYTES_H_
 
 #include <string>
 
-namespace ipav::cli::report {
+namespace ipav::base {
 
 // The text itself where it is UTF-8; else U+FFFD stands for what is not.
 std::string ToUtf8(const std::string& bytes);
@@ -17,6 +17,6 @@ std::string ToXmlText(const std::string& bytes);
 std::string ToHex(const std::string& bytes);
 std::string FromHex(const std::string& hex);
 
-}  // namespace ipav::cli::report
+}  // namespace ipav::base
 
-#endif  // IPAV_CLI_REPORT_BYTES_H_
+#endif  // IPAV_HOST_BASE_BYTES_H_

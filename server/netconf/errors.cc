@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "base/bytes.h"
+
 namespace ipav::netconf {
 
 namespace {
@@ -151,11 +153,13 @@ lyd_node* OperationFailed(const ly_ctx* context, NC_ERR_TYPE type) {
 lyd_node* ToTree(const ly_ctx* context, const RpcError& error) {
   lyd_node* tree = WithItsTag(context, error);
   // In the order of the elements, since they come out as they are set.
-  if (!error.app_tag.empty()) nc_err_set_app_tag(tree, error.app_tag.c_str());
-  if (!error.path.empty()) nc_err_set_path(tree, error.path.c_str());
-  if (!error.message.empty()) {
-    nc_err_set_msg(tree, error.message.c_str(), "en");
-  }
+  // A plug-in's text may have bytes that XML cannot carry.
+  const std::string app_tag = base::ToXmlText(error.app_tag);
+  const std::string path = base::ToXmlText(error.path);
+  const std::string message = base::ToXmlText(error.message);
+  if (!app_tag.empty()) nc_err_set_app_tag(tree, app_tag.c_str());
+  if (!path.empty()) nc_err_set_path(tree, path.c_str());
+  if (!message.empty()) nc_err_set_msg(tree, message.c_str(), "en");
   return tree;
 }
 

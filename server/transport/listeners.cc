@@ -18,7 +18,7 @@ namespace ipav::transport {
 
 namespace {
 
-constexpr int kBacklog = 16;
+constexpr int kBacklog = 128;
 
 std::runtime_error ListenError(const std::string& where,
                                const std::string& reason) {

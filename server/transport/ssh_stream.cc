@@ -125,13 +125,13 @@ int SshStream::OnSubsystem(ssh_session /*session*/, ssh_channel /*channel*/,
 }
 
 short SshStream::Events(bool reads, bool writes) const {
-  const int flags = ssh_get_poll_flags(session_.get());
-  short events = 0;
-  // Whether more may be written is told by the client.
-  if (reads || writes) events = POLLIN;
-  if ((flags & SSH_WRITE_PENDING) != 0) {
-    events = static_cast<short>(events | POLLOUT);
-  }
+  // Room in the client's window is told by the client; where there is some, the
+  // socket's room counts.
+  const bool is_pending =
+      (ssh_get_poll_flags(session_.get()) & SSH_WRITE_PENDING) != 0;
+  const bool has_room = writes && ssh_channel_window_size(channel_) > 0;
+  short events = reads || writes ? POLLIN : 0;
+  if (is_pending || has_room) events = static_cast<short>(events | POLLOUT);
   return events;
 }
 

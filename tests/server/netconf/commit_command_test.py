@@ -4,7 +4,8 @@ import json
 import subprocess
 import unittest
 
-from served import IPAV, PATIENCE, TEST_PLUGINS, ServerTest, config, l3
+from served import (IPAV, PATIENCE, TEST_PLUGINS, ServerTest, config, l3,
+                    wild_model)
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -77,10 +78,12 @@ class CommitCommandTest(ServerTest):
         self.assertEqual(self.running(server), [])
 
     def test_tells_of_a_plugin_that_fails(self):
-        server = self.serve("--plugin", f"{TEST_PLUGINS}/aborts_in_init.so")
-        path = self.write(config(l3("a", "10.0.0.1/24")))
-        status, out, _ = self.commit(server, path)
-        self.assertEqual(status, 3)
+        model = wild_model(self.folder)
+        server = self.serve("--plugin", f"{TEST_PLUGINS}/runs_wild.so",
+                            "--yang", model)
+        path = self.write('<top xmlns="urn:m"><_exit>x</_exit></top>')
+        status, out, _ = self.commit(server, "--yang", model, path)
+        self.assertEqual(status, 3, out)
         self.assertTrue(out.startswith(f"{path}: plug-in failed\n"), out)
 
     def test_tells_of_a_file_that_is_wrong(self):

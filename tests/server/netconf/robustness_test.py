@@ -1,12 +1,11 @@
 """Clients that do wrong are refused or dropped; others go on working."""
 
 import socket
-import subprocess
 import time
 import unittest
 
-from served import HELLO, NETCONF, PATIENCE, TEST_PLUGINS, ServerTest
-from served import config, l3
+from served import (HELLO, NETCONF, PATIENCE, TEST_PLUGINS, ServerTest,
+                    config, l3, wild_model)
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -158,7 +157,7 @@ class RobustnessTest(ServerTest):
             try:
                 again = self.raw(self.server)
                 break
-            except (EOFError, ConnectionError):
+            except (EOFError, OSError):
                 time.sleep(0.05)
         self.assertEqual(len(again.rpc(GET)), 1)
 
@@ -182,29 +181,49 @@ class RobustnessTest(ServerTest):
 class FailingPluginTest(ServerTest):
     """A plug-in that dies or hangs refuses the commit; the server stays."""
 
-    def commit_with(self, plugin, *options):
-        server = self.serve("--plugin", f"{TEST_PLUGINS}/{plugin}.so",
-                            *options)
-        client = self.raw(server)
-        self.assert_ok(client.rpc(
-            "<edit-config><target><candidate/></target>"
-            f"<config>{config(l3('a', '10.0.0.1/24'))}</config>"
+    def setUp(self):
+        super().setUp()
+        self.server = self.serve("--plugin", f"{TEST_PLUGINS}/runs_wild.so",
+                                 "--yang", wild_model(self.folder),
+                                 "--timeout", "1")
+        self.client = self.raw(self.server)
+
+    def commit(self, leaf):
+        self.assert_ok(self.client.rpc(
+            "<edit-config><target><candidate/></target><default-operation>"
+            "replace</default-operation><config>"
+            f'<top xmlns="urn:m"><{leaf}>x</{leaf}></top></config>'
             "</edit-config>"))
-        error = self.assert_refused(client.rpc("<commit/>"),
-                                    "operation-failed", "application")
-        self.assertEqual(self.names(client.rpc(GET)), [])
-        self.assertIsNone(server.process.poll())
-        return error["error-message"]
+        return self.client.rpc("<commit/>")
 
-    def test_that_aborts_refuses_the_commit(self):
-        self.assertIn("plug-in", self.commit_with("aborts_in_init"))
+    def test_refuses_the_commit_and_takes_the_next_one(self):
+        for deed in ["_exit", "hang", "overflow-stack", "kill-parent",
+                     "spawn-and-crash"]:
+            with self.subTest(deed):
+                error = self.assert_refused(self.commit(deed),
+                                            "operation-failed", "application")
+                self.assertIn("the plug-in failed: ", error["error-message"])
+                self.assertEqual(error["error-app-tag"], deed)
+                self.assertEqual(error["error-path"], f"/m:top/{deed}")
+                self.assertEqual(len(self.client.rpc(GET)[0]), 0)
+        self.assert_ok(self.commit("nothing"))
+        self.assertEqual(len(self.client.rpc(GET)[0]), 1)
 
-    def test_that_throws_refuses_the_commit(self):
-        self.assertIn("plug-in", self.commit_with("throws_in_init"))
+    def test_may_close_all_files_that_it_finds(self):
+        self.commit("close-files")
+        self.assert_ok(self.commit("nothing"))
 
-    def test_that_hangs_refuses_the_commit(self):
-        self.assertIn("plug-in", self.commit_with("hangs_in_init",
-                                                  "--timeout", "1"))
+    def test_may_say_what_xml_cannot_carry(self):
+        error = self.assert_refused(self.commit("refuse-in-odd-bytes"),
+                                    "operation-failed")
+        self.assertEqual(error["error-message"],
+                         "one\ntwo\\x0d\n\n\ttab {} %s\\x1b[31mred\\x07"
+                         "\ufffd\ufffd( \ufffd\ufffd\ufffd")
+
+    def test_may_say_much(self):
+        error = self.assert_refused(self.commit("refuse-at-length"),
+                                    "operation-failed")
+        self.assertGreater(len(error["error-message"]), 1000)
 
 
 if __name__ == "__main__":

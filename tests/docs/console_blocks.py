@@ -49,7 +49,7 @@ def commands_of(lines):
         elif line.startswith("$ "):
             commands.append(Command(number))
             commands[-1].text.append(line[2:])
-        elif line.startswith("> ") and not commands[-1].expected:
+        elif (line + " ").startswith("> ") and not commands[-1].expected:
             commands[-1].text.append(line[2:])
         else:
             commands[-1].expected.append(line)

@@ -138,7 +138,7 @@ Result Datastores::SetEdited(const EditRequest& request, Nodes nodes) {
   }
   return request.target == Datastore::kCandidate
              ? SetCandidate(std::move(nodes))
-             : SetRunning(judgement.configuration, {});
+             : SetRunning(judgement.configuration, StaleFiles());
 }
 
 Result Datastores::CopyConfig(SessionId session, const Source& source,
@@ -159,14 +159,17 @@ Result Datastores::CopyConfig(SessionId session, const Source& source,
       return from != nullptr && *from == Datastore::kRunning
                  ? DropCandidate()
                  : SetCandidate(std::move(nodes));
-    case Datastore::kStartup:
-      return SetStartup(gate_.Complete(std::move(nodes)));
+    case Datastore::kStartup: {
+      const Judgement complete = gate_.Complete(std::move(nodes));
+      return complete.error.has_value() ? complete.error
+                                        : SetStartup(complete.configuration);
+    }
     case Datastore::kRunning:
       break;
   }
   const Judgement judgement = gate_.Judge(running_, std::move(nodes));
   if (judgement.error.has_value()) return judgement.error;
-  return SetRunning(judgement.configuration, {});
+  return SetRunning(judgement.configuration, StaleFiles());
 }
 
 // The nodes of a source, which are then the caller's.
@@ -195,10 +198,7 @@ Result Datastores::DeleteConfig(SessionId session, Datastore target) {
     return MakeError(ErrorTag::kDataMissing,
                      "there is no startup configuration");
   }
-  return Store([&] {
-    folder_.Remove(kStartupFile);
-    startup_.reset();
-  });
+  return SetStartup({});
 }
 
 Result Datastores::Validate(const Source& source) const {
@@ -270,9 +270,12 @@ Result Datastores::CommitForNow(SessionId session, const CommitRequest& request,
     if (!pending.persist.has_value()) pending.persist = pending_->persist;
   } else {
     pending.before = running_;
-    const Result error =
+    Result error =
         Store([&] { folder_.Write(kRollbackFile, TextOf(TopOf(running_))); });
-    if (error.has_value()) return error;
+    if (error.has_value()) {
+      ForgetRollback();
+      return error;
+    }
   }
   Result error = SetRunning(configuration, {kCandidateFile});
   if (error.has_value()) {
@@ -418,6 +421,13 @@ bool Datastores::IsCandidateChanged() const {
                               LYD_COMPARE_FULL_RECURSION) != LY_SUCCESS;
 }
 
+// What a failing disk may have left of an earlier operation, and what must not
+// undo a later one.
+std::vector<std::string> Datastores::StaleFiles() const {
+  if (pending_.has_value()) return {};
+  return {kRollbackFile};
+}
+
 // Runs what writes to the folder.
 Result Datastores::Store(const std::function<void()>& body) {
   try {
@@ -443,19 +453,32 @@ Result Datastores::DropCandidate() {
   });
 }
 
-Result Datastores::SetStartup(const Judgement& judgement) {
-  if (judgement.error.has_value()) return judgement.error;
-  return Store([&] {
-    folder_.Write(kStartupFile, TextOf(TopOf(judgement.configuration)));
-    startup_ = judgement.configuration;
-  });
+// Null: there is none from now on.
+Result Datastores::SetStartup(const Configuration& configuration) {
+  Result error = Store([&] { WriteStartup(configuration); });
+  if (error.has_value()) {
+    // As for running: it must be what is told.
+    const Result undone = Store([&] { WriteStartup(startup_); });
+    if (undone.has_value()) notices_.push_back(undone->message);
+    return error;
+  }
+  startup_ = configuration;
+  return std::nullopt;
+}
+
+void Datastores::WriteStartup(const Configuration& configuration) {
+  if (configuration == nullptr) {
+    folder_.Remove(kStartupFile);
+  } else {
+    folder_.Write(kStartupFile, TextOf(TopOf(configuration)));
+  }
 }
 
 // What the gate has accepted becomes running, on the disk first; `old_files`
 // go with the change.
 Result Datastores::SetRunning(const Configuration& configuration,
                               const std::vector<std::string>& old_files) {
-  const Result error = Store([&] {
+  Result error = Store([&] {
     folder_.WriteAndRemove(kRunningFile, TextOf(TopOf(configuration)),
                            old_files);
   });

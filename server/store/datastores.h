@@ -167,9 +167,11 @@ class Datastores {
   static Result Store(const std::function<void()>& body);
   Result SetCandidate(Nodes nodes);
   Result DropCandidate();
-  Result SetStartup(const Judgement& judgement);
+  Result SetStartup(const Configuration& configuration);
+  void WriteStartup(const Configuration& configuration);
   Result SetRunning(const Configuration& configuration,
                     const std::vector<std::string>& old_files);
+  std::vector<std::string> StaleFiles() const;
   void WriteAll();
 
   CommitGate gate_;

@@ -77,12 +77,11 @@ TEST(CommitGate, JudgesOnlyWhatChanges) {
 }
 
 TEST(CommitGate, RefusesWhenThePluginDies) {
-  const RpcError error = ErrorOf("<top NS><null>x</null></top>");
-  EXPECT_EQ(error.message,
-            "the plug-in failed: killed by signal: Segmentation fault");
+  const RpcError error = ErrorOf("<top NS><die>x</die></top>");
+  EXPECT_EQ(error.message, "the plug-in failed: killed by signal: Aborted");
   EXPECT_EQ(error.tag, ErrorTag::kOperationFailed);
-  EXPECT_EQ(error.app_tag, "null");
-  EXPECT_EQ(error.path, "/m:top/null");
+  EXPECT_EQ(error.app_tag, "print-and-abort");
+  EXPECT_EQ(error.path, "/m:top/die");
 }
 
 TEST(CommitGate, RefusesWhenThePluginHangs) {

@@ -40,7 +40,7 @@ constexpr int kInterfaces = 60;
 
 int Setting(const char* name, int by_default) {
   const char* text = std::getenv(name);
-  return text == nullptr ? by_default : std::atoi(text);
+  return text == nullptr ? by_default : std::stoi(text);
 }
 
 // Every interface has the number in its description.
@@ -175,7 +175,7 @@ class Victim {
     std::size_t at = 0;
     for (std::size_t end = 0; (end = text_.find('\n', at)) != std::string::npos;
          at = end + 1) {
-      const int number = std::atoi(text_.c_str() + at + 1);
+      const int number = std::stoi(text_.substr(at + 1));
       if (text_[at] == 'b') said->begun = number;
       if (text_[at] == 'd') said->done = number;
     }

@@ -44,8 +44,8 @@ inline const host_test::TestModel& SmallModel() {
       leaf hang { type string;
         tailf:validate test_set { tailf:opaque "hang";
                                   tailf:dependency "."; } }
-      leaf null { type string;
-        tailf:validate test_set { tailf:opaque "null";
+      leaf die { type string;
+        tailf:validate test_set { tailf:opaque "print-and-abort";
                                   tailf:dependency "."; } }
       leaf throw { type string;
         tailf:validate test_set { tailf:opaque "throw";

@@ -121,7 +121,7 @@ std::string NetconfClient::Receive() {
 std::optional<OperationError> NetconfClient::Call(
     const std::string& operation) {
   // 1. One at a time: the answer needs no number to be known by.
-  Send(Frame(Framing::kChunked, std::string("<rpc message-id=\"1\" xmlns=\"") +
+  Send(Frame(Framing::kChunked, std::string(R"(<rpc message-id="1" xmlns=")") +
                                     kNamespace + "\">" + operation + "</rpc>"));
   const std::string reply = Receive();
   // 2. What it says.

@@ -44,14 +44,15 @@ class Writer {
   store::Nodes nodes_;
 };
 
-const std::string kState = "/ietf-netconf-monitoring:netconf-state";
+constexpr char kState[] = "/ietf-netconf-monitoring:netconf-state";
 
 std::string InIso8601(std::time_t time) {
   std::tm parts{};
-  gmtime_r(&time, &parts);
+  if (gmtime_r(&time, &parts) == nullptr) return "";
   std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text.data();
+  const std::size_t size =
+      std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return {text.data(), size};
 }
 
 void AddCapabilities(ly_ctx* context, Writer* writer) {
@@ -60,7 +61,7 @@ void AddCapabilities(ly_ctx* context, Writer* writer) {
       nc_server_get_cpblts_version(context, LYS_VERSION_1_0);
   for (const char** capability = capabilities;
        capability != nullptr && *capability != nullptr; ++capability) {
-    writer->Add(kState + "/capabilities/capability", *capability);
+    writer->Add(std::string(kState) + "/capabilities/capability", *capability);
     lydict_remove(context, *capability);
   }
   std::free(capabilities);  // NOLINT: it comes from malloc()
@@ -69,7 +70,8 @@ void AddCapabilities(ly_ctx* context, Writer* writer) {
 void AddDatastores(const store::Datastores& datastores, Writer* writer) {
   for (const Datastore datastore :
        {Datastore::kRunning, Datastore::kCandidate, Datastore::kStartup}) {
-    const std::string path = kState + "/datastores/datastore[name='" +
+    const std::string path = std::string(kState) +
+                             "/datastores/datastore[name='" +
                              store::NameOf(datastore) + "']";
     writer->Add(path, "");
     const auto& lock = datastores.LockOf(datastore);
@@ -86,7 +88,7 @@ void AddSchemas(const ly_ctx* context, Writer* writer) {
   while (const lys_module* module = ly_ctx_get_module_iter(context, &index)) {
     for (const char* format : {"yang", "yin"}) {
       const std::string path =
-          kState + "/schemas/schema[identifier='" + module->name +
+          std::string(kState) + "/schemas/schema[identifier='" + module->name +
           "'][version='" +
           (module->revision == nullptr ? "" : module->revision) +
           "'][format='" + format + "']";
@@ -107,7 +109,8 @@ void AddCounters(const std::string& path, const Counters& counters,
 void AddSessions(const Sessions& sessions, Writer* writer) {
   for (const auto& session : sessions.all()) {
     const transport::Introduction& client = session->client();
-    const std::string path = kState + "/sessions/session[session-id='" +
+    const std::string path = std::string(kState) +
+                             "/sessions/session[session-id='" +
                              std::to_string(session->id()) + "']";
     writer->Add(path + "/transport", client.transport == "unix"
                                          ? "ipav-netconf:netconf-unix"
@@ -136,7 +139,7 @@ store::Nodes StateData(const Environment& environment) {
   AddDatastores(environment.datastores, &writer);
   AddSchemas(environment.context, &writer);
   AddSessions(environment.sessions, &writer);
-  const std::string statistics = kState + "/statistics";
+  const std::string statistics = std::string(kState) + "/statistics";
   writer.Add(statistics + "/netconf-start-time", InIso8601(environment.start));
   AddCounters(statistics, environment.counters, &writer);
   return Join(writer.Take(), YangLibrary(environment.context));

@@ -39,8 +39,8 @@ void StartLibrary(ly_ctx* context) {
   if (nc_server_init(context) != 0) {
     throw std::runtime_error("the NETCONF library does not start");
   }
-  // Besides, report-all and trim: the library takes the numbers of the modes for
-  // bits, and finds both in that of report-all.
+  // Besides, report-all and trim: the library takes the numbers of the modes
+  // for bits, and finds both in that of report-all.
   nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL);
   nc_server_set_content_id_clb(CopyContentId, context, nullptr);
 }

@@ -1,6 +1,7 @@
 #include "netconf/subtree_filter.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -68,36 +69,53 @@ std::vector<const lyd_node*> Matches(const lyd_node& node,
   return matches;
 }
 
+// The children of `node` that the content matches among `parts` select; no
+// value where one of these meets none.
+std::optional<std::vector<const lyd_node*>> AllMatches(
+    const lyd_node& node, const std::vector<const lyd_node*>& parts) {
+  std::vector<const lyd_node*> all;
+  for (const lyd_node* part : parts) {
+    if (!IsContentMatch(*part)) continue;
+    const std::vector<const lyd_node*> matches = Matches(node, *part);
+    if (matches.empty()) return std::nullopt;
+    all.insert(all.end(), matches.begin(), matches.end());
+  }
+  return all;
+}
+
+void SelectAmong(const lyd_node* first, const lyd_node& filter,
+                 Selection* selection);
+
 // What `filter` selects of `node`, which it names.
 void SelectIn(const lyd_node& node, const lyd_node& filter,
               Selection* selection) {
-  // 1. All of it, or one value.
-  const std::vector<const lyd_node*> parts = Siblings(lyd_child(&filter));
-  if (parts.empty()) {
-    const std::string_view text = TextOf(filter);
-    if (text.empty() || HasValue(node, text)) selection->Add(&node);
-    return;
-  }
+  // 1. One value, or all of it.
+  const lyd_node* first = lyd_child(&filter);
+  const std::string_view text = TextOf(filter);
+  if (first == nullptr && !text.empty() && !HasValue(node, text)) return;
+  if (first == nullptr) return selection->Add(&node);
+
   // 2. Nothing, unless each content match meets a child.
-  std::vector<const lyd_node*> selected;
-  bool has_others = false;
-  for (const lyd_node* part : parts) {
-    if (!IsContentMatch(*part)) {
-      has_others = true;
-      continue;
-    }
-    const std::vector<const lyd_node*> matches = Matches(node, *part);
-    if (matches.empty()) return;
-    selected.insert(selected.end(), matches.begin(), matches.end());
+  const std::vector<const lyd_node*> parts = Siblings(first);
+  const auto matches = AllMatches(node, parts);
+  if (!matches.has_value()) return;
+
+  // 3. All of it again, or these children and what the other elements ask for.
+  if (std::all_of(parts.begin(), parts.end(),
+                  [](const auto* part) { return IsContentMatch(*part); })) {
+    return selection->Add(&node);
   }
-  // 3. All of it again, or what the other elements ask for.
-  if (!has_others) selected = {&node};
-  for (const lyd_node* child : selected) selection->Add(child);
+  for (const lyd_node* child : *matches) selection->Add(child);
   for (const lyd_node* part : parts) {
-    if (IsContentMatch(*part)) continue;
-    for (const lyd_node* child : Siblings(lyd_child(&node))) {
-      if (Names(*part, *child)) SelectIn(*child, *part, selection);
-    }
+    if (!IsContentMatch(*part)) SelectAmong(lyd_child(&node), *part, selection);
+  }
+}
+
+// What `filter` selects among a node and its siblings.
+void SelectAmong(const lyd_node* first, const lyd_node& filter,
+                 Selection* selection) {
+  for (const lyd_node* node : Siblings(first)) {
+    if (Names(filter, *node)) SelectIn(*node, filter, selection);
   }
 }
 
@@ -106,9 +124,7 @@ void SelectIn(const lyd_node& node, const lyd_node& filter,
 void SelectSubtrees(const lyd_node* tree, const lyd_node* filter,
                     Selection* selection) {
   for (const lyd_node* element : Siblings(filter)) {
-    for (const lyd_node* node : Siblings(tree)) {
-      if (Names(*element, *node)) SelectIn(*node, *element, selection);
-    }
+    SelectAmong(tree, *element, selection);
   }
 }
 

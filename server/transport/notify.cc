@@ -21,8 +21,8 @@ void Notify(const std::string& state) {
   if (path.size() >= sizeof(address.sun_path)) return;
   char* place = static_cast<char*>(address.sun_path);
   path.copy(place, path.size());
-  if (path.front() == '@')
-    *place = '\0';  // no file, but a name of the kernel's
+  // Begins a name of the kernel's, in place of a file's.
+  if (path.front() == '@') *place = '\0';
   const auto size =
       static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
 

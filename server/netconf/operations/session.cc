@@ -31,8 +31,9 @@ Reply KillSession(const Call& call) {
     throw NoSuchSession("A session closes itself with close-session.");
   }
   Session* other = call.environment.sessions.Find(id);
-  if (other == nullptr)
+  if (other == nullptr) {
     throw NoSuchSession("There is no session " + *text + ".");
+  }
   other->Kill(call.session.id());
   return Ok();
 }

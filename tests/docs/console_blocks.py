@@ -63,7 +63,8 @@ def run(commands, arguments):
     with tempfile.TemporaryDirectory() as folder:
         work = os.path.join(folder, "work")
         shutil.copytree(arguments.examples, os.path.join(work, "examples"))
-        script = []
+        # What a document leaves running, ends with it.
+        script = ["trap 'kill $(jobs -p) 2>/dev/null' EXIT"]
         for number, command in enumerate(commands):
             script += [
                 f"exec >{folder}/{number} 2>&1",

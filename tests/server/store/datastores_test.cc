@@ -851,8 +851,8 @@ TEST_F(AtStart, APluginThatDiesIsToldOf) {
 
 // The disk.
 
-// Fails once, at its n-th call from now on.
-class OneFailure : public ipav::store::FileCalls {
+// Fails at its n-th call from now on, and at the next ones of so many.
+class Failures : public ipav::store::FileCalls {
  public:
   int Open(const char* path, int flags, unsigned mode) override {
     return Fails() ? -1 : FileCalls::Open(path, flags, mode);
@@ -868,17 +868,23 @@ class OneFailure : public ipav::store::FileCalls {
     return Fails() ? -1 : FileCalls::Unlink(path);
   }
 
-  void FailAt(int number) { left_ = number; }
-  bool has_failed() const { return left_ < 0; }
+  void FailAt(int number, int times = 1) {
+    first_ = calls_ + number;
+    times_ = times;
+  }
+  bool has_failed() const { return calls_ > first_; }
 
  private:
   bool Fails() {
-    if (left_ < 0 || left_-- > 0) return false;
+    const int number = calls_++;
+    if (number < first_ || number >= first_ + times_) return false;
     errno = ENOSPC;
     return true;
   }
 
-  int left_ = -1;
+  int calls_ = 0;
+  int first_ = 0;
+  int times_ = 0;
 };
 
 // What a failing disk must not make different from what is told.
@@ -900,9 +906,23 @@ std::vector<Deed> Deeds() {
            [](Server* s) { return (*s)->Commit(kMine); }},
           {"cancel-commit", commit_for_now,
            [](Server* s) { return (*s)->CancelCommit(kMine); }},
-          {"copy-config", edit, [](Server* s) {
+          {"copy-config", edit,
+           [](Server* s) {
              return (*s)->CopyConfig(kMine, Datastore::kCandidate,
                                      Datastore::kRunning);
+           }},
+          {"copy-config to startup", edit,
+           [](Server* s) {
+             return (*s)->CopyConfig(kMine, Datastore::kRunning,
+                                     Datastore::kStartup);
+           }},
+          {"delete-config",
+           [](Server* s) {
+             EXPECT_TRUE(Succeeds((*s)->CopyConfig(kMine, Datastore::kRunning,
+                                                   Datastore::kStartup)));
+           },
+           [](Server* s) {
+             return (*s)->DeleteConfig(kMine, Datastore::kStartup);
            }}};
 }
 
@@ -910,7 +930,7 @@ TEST(AFailingDisk, LeavesWhatWasToldToTheClient) {
   for (const Deed& deed : Deeds()) {
     int failures = 0;
     for (int number = 0;; ++number) {
-      OneFailure calls;
+      Failures calls;
       Server server("obeys_opaque", &calls);
       server.Commit(kOne);
       deed.before(&server);
@@ -927,7 +947,7 @@ TEST(AFailingDisk, LeavesWhatWasToldToTheClient) {
       ++failures;
       const std::string where =
           std::string(deed.name) + ", call " + std::to_string(number);
-      calls.FailAt(-1);
+      calls.FailAt(0, 0);
       if (error.has_value()) {
         EXPECT_TRUE(FailsWith(error, ErrorTag::kOperationFailed,
                               "No space left on device"))
@@ -952,13 +972,18 @@ TEST(AFailingDisk, LeavesWhatWasToldToTheClient) {
 TEST(AFailingDisk, LeavesNothingThatUndoesALaterOperation) {
   CommitRequest confirmed;
   confirmed.confirmed = true;
-  for (int number = 0; number < 12; ++number) {
-    OneFailure calls;
+  for (int number = 0; number < 24; ++number) {
+    Failures calls;
     Server server("obeys_opaque", &calls);
     server.Commit(kOne);
     server.Edit(kTwo);
-    calls.FailAt(number);
-    if (!(*server).Commit(kMine, confirmed).has_value()) continue;
+    calls.FailAt(number / 2, number % 2 == 0 ? 1 : 100);
+    const Result error = server->Commit(kMine, confirmed);
+    calls.FailAt(0, 0);
+    if (!error.has_value()) continue;
+    if (number % 2 == 0) {
+      EXPECT_FALSE(server.Has("rollback.xml"));
+    }
     EXPECT_TRUE(Succeeds(
         server->CopyConfig(kMine, InlineConfig{Xml("<top NS><a>3</a></top>")},
                            Datastore::kRunning)));
@@ -968,7 +993,7 @@ TEST(AFailingDisk, LeavesNothingThatUndoesALaterOperation) {
 }
 
 TEST(AFailingDisk, LeavesTheCandidateAsItWas) {
-  OneFailure calls;
+  Failures calls;
   Server server("obeys_opaque", &calls);
   server.Edit(kOne);
   calls.FailAt(1);

@@ -405,6 +405,9 @@ TEST_F(EditConfigTest, NoneMakesNoContainerOnItsWay) {
                               Default(Operation::kNone));
   ASSERT_TRUE(edited.errors.empty());
   EXPECT_EQ(Print(edited.nodes.get()), "<top><c1>1</c1></top>");
+  lyd_node* other_case = nullptr;
+  EXPECT_NE(lyd_find_path(edited.nodes.get(), "/m:top/c2", 0, &other_case),
+            LY_SUCCESS);
 }
 
 TEST_F(EditConfigTest, AnOperationHoldsForWhatIsBelowUntilAnotherOne) {

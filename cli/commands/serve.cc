@@ -44,7 +44,9 @@ ExitStatus Serve(const Locations& locations, const ServeOptions& options) {
   // 1. The doors, before there is anything that their process could inherit.
   store::StateFolder folder(options.state);
   transport::Doorman doorman(DoorOf(options));
-  const transport::Signals signals({SIGTERM, SIGINT, SIGHUP, SIGCHLD});
+  // SIGPIPE to hear of it, which is no end: a client may be gone before it is
+  // greeted, and so may be whoever reads the log.
+  const transport::Signals signals({SIGTERM, SIGINT, SIGHUP, SIGCHLD, SIGPIPE});
 
   // 2. The datastores: who connects meanwhile, waits.
   const datastore::Model model(locations.yang_dir, locations.yang_extension);

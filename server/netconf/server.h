@@ -32,8 +32,8 @@ class Server {
   Server& operator=(const Server&) = delete;
 
   // Serves until SIGTERM or SIGINT, or, with `once`, the end of a session.
-  // `signals` catches these, SIGHUP and SIGCHLD. Throws std::runtime_error when
-  // no client can come any more.
+  // `signals` catches these, SIGHUP, SIGCHLD and SIGPIPE. Throws
+  // std::runtime_error when no client can come any more.
   void Run(const transport::Signals& signals);
 
  private:

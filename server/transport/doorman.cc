@@ -139,6 +139,8 @@ class Door {
         keys_(std::move(keys)) {}
 
   [[noreturn]] void Run() {
+    // Whoever reads the log may be gone.
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     while (true) {
       std::array<pollfd, 3> fds{{{signals_.fd(), POLLIN, 0},
                                  {unix_.get(), POLLIN, 0},

@@ -1,5 +1,6 @@
 """Clients that do wrong are refused or dropped; others go on working."""
 
+import signal
 import socket
 import time
 import unittest
@@ -148,10 +149,13 @@ class RobustnessTest(ServerTest):
 
     def test_outlives_a_crowd_that_connects_and_goes(self):
         self.start("--max-sessions", "4")
-        for _ in range(200):
+        # Many, as it takes one that goes within a greeting.
+        for number in range(2000):
             client = socket.socket(socket.AF_UNIX)
             client.connect(self.server.socket)
             client.close()
+            if number % 10 == 0:
+                time.sleep(0.005)
         end = time.monotonic() + PATIENCE
         while time.monotonic() < end:
             try:
@@ -160,6 +164,17 @@ class RobustnessTest(ServerTest):
             except (EOFError, OSError):
                 time.sleep(0.05)
         self.assertEqual(len(again.rpc(GET)), 1)
+
+    def test_outlives_clients_that_are_gone_before_it_greets_them(self):
+        self.start()
+        self.server.process.send_signal(signal.SIGSTOP)
+        for _ in range(10):
+            client = socket.socket(socket.AF_UNIX)
+            client.connect(self.server.socket)
+            client.close()
+        time.sleep(0.5)
+        self.server.process.send_signal(signal.SIGCONT)
+        self.server.wait_for_log("a session cannot be made")
 
     def test_answers_xml_that_is_no_request(self):
         self.start()

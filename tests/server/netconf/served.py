@@ -111,7 +111,11 @@ class RawClient:
     def __init__(self, path, version="1.1", greet=True):
         self.socket = socket.socket(socket.AF_UNIX)
         self.socket.settimeout(PATIENCE)
-        self.socket.connect(path)
+        try:
+            self.socket.connect(path)
+        except OSError:
+            self.socket.close()
+            raise
         self.bytes = b""
         self.version = version
         self.number = 0

@@ -84,6 +84,23 @@ class ServiceTest(ServerTest):
                 server.stop()
                 self.assertEqual(manager.recv(1000), b"STOPPING=1")
 
+    def test_outlives_the_reader_of_its_log(self):
+        state = self.folder / "state"
+        process = subprocess.Popen(
+            [IPAV, "serve", "--state", str(state)], stderr=subprocess.PIPE)
+        self.addCleanup(process.wait, PATIENCE)
+        self.addCleanup(process.terminate)
+        process.stderr.readline()
+        process.stderr.close()
+        for _ in range(3):
+            client = RawClient(str(state / "netconf.sock"))
+            client.send(b"no framing")  # to be told of
+            self.assertTrue(client.is_dropped())
+            client.close()
+        client = RawClient(str(state / "netconf.sock"))
+        self.addCleanup(client.close)
+        self.assertEqual(len(client.rpc(GET)), 1)
+
     def test_logs_severities_for_journald(self):
         server = self.serve(environment={"JOURNAL_STREAM": "8:1"})
         self.assertTrue(server.log().startswith("<5>ipav serve: "),

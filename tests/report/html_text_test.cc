@@ -36,6 +36,8 @@ TEST(Escaped, ShowsControlCharactersBySymbol) {
   EXPECT_EQ(Escaped("\xc2\x85"), "\ufffd");  // U+0085
 }
 
+// Texts as they are meant to mislead.
+// NOLINTBEGIN(misc-misleading-bidirectional)
 TEST(Escaped, ShowsWhatTurnsTheDirectionOfWritingByNumber) {
   EXPECT_EQ(Escaped("a\xe2\x80\xae"
                     "b"),
@@ -43,6 +45,7 @@ TEST(Escaped, ShowsWhatTurnsTheDirectionOfWritingByNumber) {
   EXPECT_EQ(Escaped("\xe2\x81\xa6\xe2\x80\x8f\xd8\x9c"),
             "[U+2066][U+200F][U+061C]");
 }
+// NOLINTEND(misc-misleading-bidirectional)
 
 TEST(Escaped, ReplacesBytesThatAreNoUtf8) {
   EXPECT_EQ(Escaped("a\xff"

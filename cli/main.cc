@@ -284,11 +284,13 @@ CLI::App* AddConvert(CLI::App* app, Locations* locations, Limits* limits,
 
 constexpr char kExplainNotes[] =
     "A text is the one that an operator saw, interfaces and addresses filled\n"
-    "in. Without a topic, the validation points and rules are listed.\n"
+    "in; a rule is named by its heading or as findings and SARIF name it.\n"
+    "Without a topic, the validation points and rules are listed.\n"
     "\n"
     "Examples:\n"
     "  ipav explain ipv4_addr_validation\n"
     "  ipav explain overlap\n"
+    "  ipav explain interface-overlap\n"
     "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
     "  ipav check --running running.xml candidate.xml | ipav explain -\n"
     "\n"

@@ -197,10 +197,17 @@ CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
   return check;
 }
 
+constexpr char kSummarizeNotes[] =
+    "Examples:\n"
+    "  ipav summarize 1.json 2.json 3.json 4.json\n"
+    "  ipav summarize --failed-only --format junit --output all.xml "
+    "results/*.json";
+
 CLI::App* AddSummarize(CLI::App* app, SummarizeOptions* options) {
   CLI::App* summarize = app->add_subcommand(
       "summarize", "Make one report of the JSON reports of several runs");
   AddReportOptions(summarize, &options->report);
+  summarize->footer(kSummarizeNotes);
   summarize->add_option("result", options->results, "JSON reports")->required();
   return summarize;
 }

@@ -30,15 +30,32 @@ IPAV = re.compile(r"\bipav ([a-z]+)((?:\\\n(?:> )?|[^|`\n])*)")
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
 
 
-def documents_of(root):
-    """Every Markdown file, relative to the root."""
+def files_of(root):
+    """Every file, relative to the root: those that git keeps, or all."""
+    git = subprocess.run(
+        ["git", f"--git-dir={root}/.git", f"--work-tree={root}", "ls-files"],
+        stdout=subprocess.PIPE,
+        stderr=subprocess.DEVNULL,
+        text=True,
+        check=False,
+    )
+    if git.returncode == 0:
+        return git.stdout.splitlines()
     found = []
     for folder, folders, files in os.walk(root):
         folders[:] = [f for f in folders if f[0] != "." and f != "build"]
-        for name in files:
-            if name.endswith(".md"):
-                found.append(os.path.relpath(os.path.join(folder, name), root))
-    return sorted(found)
+        paths = [os.path.join(folder, name) for name in files]
+        found += [os.path.relpath(path, root) for path in paths]
+    return found
+
+
+def documents_of(root):
+    """Every Markdown file, relative to the root."""
+    return sorted(
+        name
+        for name in files_of(root)
+        if name.endswith(".md") and os.path.exists(os.path.join(root, name))
+    )
 
 
 def faults_of_blocks(name, lines, is_run):
@@ -90,9 +107,9 @@ def faults_of_table(root):
         if not os.path.exists(os.path.join(root, path)):
             yield f"README.md: the table has {path}, which is not there"
     tops = {path.split("/")[0] for path in paths}
-    for name in sorted(os.listdir(root)):
-        is_folder = os.path.isdir(os.path.join(root, name))
-        if is_folder and name[0] != "." and name not in tops | {"build"}:
+    there = {name.split("/")[0] for name in files_of(root) if "/" in name}
+    for name in sorted(there - tops):
+        if name[0] != ".":
             yield f"README.md: the table lacks {name}/"
     for name in documents_of(root):
         if name.startswith("docs/") and name not in paths:

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """What check_documents.py finds, in small clones made for it."""
 import pathlib
+import subprocess
 import tempfile
 import unittest
 
@@ -126,7 +127,19 @@ class CheckDocumentsTest(unittest.TestCase):
     # ---- The table ---------------------------------------------------------
 
     def test_the_table_has_every_folder(self):
-        (self.root / "host").mkdir()
+        self.write("host/main.cc", "")
+        self.assertEqual(self.faults(), ["README.md: the table lacks host/"])
+
+    def test_what_git_does_not_keep_is_left_alone(self):
+        self.write("host/main.cc", "")
+        self.write("notes/README.md", COMMAND)
+        self.assertEqual(len(self.faults()), 3)
+        (self.root / ".git").rmdir()
+        git = ["git", "-C", str(self.root)]
+        subprocess.run(git + ["init", "-q"], check=True)
+        subprocess.run(git + ["add", "README.md", "dev", "docs"], check=True)
+        self.assertEqual(self.faults(), [])
+        subprocess.run(git + ["add", "host"], check=True)
         self.assertEqual(self.faults(), ["README.md: the table lacks host/"])
 
     def test_the_table_has_every_page(self):

@@ -197,10 +197,17 @@ CLI::App* AddCheck(CLI::App* app, CheckOptions* options, Limits* limits) {
   return check;
 }
 
+constexpr char kSummarizeNotes[] =
+    "Examples:\n"
+    "  ipav summarize 1.json 2.json 3.json 4.json\n"
+    "  ipav summarize --failed-only --format junit --output all.xml "
+    "results/*.json";
+
 CLI::App* AddSummarize(CLI::App* app, SummarizeOptions* options) {
   CLI::App* summarize = app->add_subcommand(
       "summarize", "Make one report of the JSON reports of several runs");
   AddReportOptions(summarize, &options->report);
+  summarize->footer(kSummarizeNotes);
   summarize->add_option("result", options->results, "JSON reports")->required();
   return summarize;
 }
@@ -284,11 +291,13 @@ CLI::App* AddConvert(CLI::App* app, Locations* locations, Limits* limits,
 
 constexpr char kExplainNotes[] =
     "A text is the one that an operator saw, interfaces and addresses filled\n"
-    "in. Without a topic, the validation points and rules are listed.\n"
+    "in; a rule is named by its heading or as findings and SARIF name it.\n"
+    "Without a topic, the validation points and rules are listed.\n"
     "\n"
     "Examples:\n"
     "  ipav explain ipv4_addr_validation\n"
     "  ipav explain overlap\n"
+    "  ipav explain interface-overlap\n"
     "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
     "  ipav check --running running.xml candidate.xml | ipav explain -\n"
     "\n"

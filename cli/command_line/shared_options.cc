@@ -1,0 +1,90 @@
+#include "command_line/shared_options.h"
+
+#include <CLI/Error.hpp>
+#include <CLI/Validators.hpp>
+#include <chrono>
+#include <cstddef>
+#include <utility>
+
+namespace ipav::cli::command_line {
+
+namespace {
+
+// More would not fit the milliseconds of poll(2), or the address space of the
+// smallest machine.
+constexpr unsigned kMaxSeconds = 1000000;
+constexpr unsigned kMaxMebibytes = 2047;
+
+report::Format ParseFormat(const std::string& name) {
+  const auto& formats = report::FormatsByName();
+  const auto found = formats.find(name);
+  if (found == formats.end()) {
+    throw CLI::ValidationError("--format",
+                               name + " is not text, json, sarif or junit");
+  }
+  return found->second;
+}
+
+}  // namespace
+
+CLI::Option* AddChoice(CLI::App* command, const std::string& name,
+                       std::string* value, std::vector<std::string> words,
+                       const std::string& description) {
+  CLI::Option* option = command->add_option(name, *value, description);
+  if (!value->empty()) option->capture_default_str();
+  return option->check(CLI::IsMember(std::move(words)));
+}
+
+void Limits::ApplyTo(CheckOptions* options) const {
+  options->time_limit = std::chrono::seconds(seconds);
+  options->max_input_size = std::size_t{mebibytes} << 20;
+}
+
+void Limits::ApplyTo(ReadingLimits* reading) const {
+  reading->time = std::chrono::seconds(seconds);
+  reading->size = std::size_t{mebibytes} << 20;
+}
+
+void AddLimits(CLI::App* command, const std::string& of_what, Limits* limits) {
+  command
+      ->add_option("--timeout", limits->seconds,
+                   "Seconds to " + of_what + " (0: no limit)")
+      ->capture_default_str()
+      ->check(CLI::Range(0U, kMaxSeconds));
+  command
+      ->add_option("--max-input-size", limits->mebibytes,
+                   "Largest configuration to read, in MiB; it takes up to 70 "
+                   "times its size in memory")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxMebibytes));
+}
+
+void AddYang(CLI::App* command, Locations* locations) {
+  command->add_option("--yang", locations->yang_dir, "Folder of the data model")
+      ->capture_default_str();
+}
+
+void AddPluginAndYang(CLI::App* command, Locations* locations) {
+  command
+      ->add_option("--plugin", locations->plugin, "Validation plug-in to run")
+      ->capture_default_str();
+  AddYang(command, locations);
+}
+
+void AddReport(CLI::App* command, report::ReportOptions* options) {
+  command
+      ->add_option_function<std::string>(
+          "--format",
+          [options](const std::string& name) {
+            options->format = ParseFormat(name);
+          },
+          "Report as text, json, sarif or junit (default: text)")
+      ->type_name("FORMAT");
+  command->add_option("--output", options->output,
+                      "File for the report, replaced when it is whole "
+                      "(default: standard output)");
+  command->add_flag("--failed-only", options->failed_only,
+                    "List no device that was accepted");
+}
+
+}  // namespace ipav::cli::command_line

@@ -49,6 +49,7 @@ int Run(int argc, char** argv) {
       command_line::AddExplain(&app, locations),
       command_line::AddConvert(&app, locations),
       command_line::AddNew(&app, locations),
+      command_line::AddCompletion(&app, locations),
   };
 
   try {

@@ -11,6 +11,7 @@
 #include "check.h"
 #include "command_line/command.h"
 #include "command_line/shared_options.h"
+#include "command_line/types.h"
 #include "commands/summarize.h"
 
 namespace ipav::cli::command_line {
@@ -27,8 +28,10 @@ constexpr char kNotes[] =
     "wrong, 3 the plug-in died, threw or did not answer in time.";
 
 void AddOutput(CLI::App* check, CheckOptions* options) {
-  check->add_option("--running", options->running,
-                    "Running configuration, XML or JSON (default: empty)");
+  check
+      ->add_option("--running", options->running,
+                   "Running configuration, XML or JSON (default: empty)")
+      ->type_name(kFile);
   check->add_flag("--all", options->all,
                   "Run every validation point and list its answer");
   check->add_flag("-v,--verbose", options->verbose,
@@ -36,7 +39,7 @@ void AddOutput(CLI::App* check, CheckOptions* options) {
   check
       ->add_option("--report", options->page,
                    "Write a page to look at as well, to that file (HTML)")
-      ->type_name("FILE");
+      ->type_name(kFile);
   check->add_flag("--trace", options->trace,
                   "Write every platform call with its answer and its time to "
                   "standard error, of one device at a time");
@@ -101,6 +104,7 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   check
       ->add_option("candidate", values->options.candidates,
                    "Configurations to judge, XML or JSON, or folders of them")
+      ->type_name(kFile)
       ->required();
   AddPluginAndYang(check, &values->locations);
   return {check, [values] {
@@ -114,7 +118,9 @@ Command AddSummarize(CLI::App* app) {
   CLI::App* summarize = app->add_subcommand(
       "summarize", "Make one report of the JSON reports of several runs");
   AddReport(summarize, &options->report);
-  summarize->add_option("result", options->results, "JSON reports")->required();
+  summarize->add_option("result", options->results, "JSON reports")
+      ->type_name(kFile)
+      ->required();
   return {summarize, [options] { return Summarize(*options); }};
 }
 

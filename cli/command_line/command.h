@@ -25,6 +25,7 @@ Command AddDiff(CLI::App* app, const Locations& locations);
 Command AddExplain(CLI::App* app, const Locations& locations);
 Command AddConvert(CLI::App* app, const Locations& locations);
 Command AddNew(CLI::App* app, const Locations& locations);
+Command AddCompletion(CLI::App* app, const Locations& locations);
 
 }  // namespace ipav::cli::command_line
 

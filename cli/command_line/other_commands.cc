@@ -2,9 +2,12 @@
 
 #include <CLI/App.hpp>
 #include <memory>
+#include <string>
 
 #include "command_line/command.h"
 #include "command_line/shared_options.h"
+#include "command_line/types.h"
+#include "commands/completion.h"
 #include "commands/convert.h"
 #include "commands/diff.h"
 #include "commands/explain.h"
@@ -68,6 +71,15 @@ constexpr char kNewNotes[] =
     "  ipav new > router.xml && ipav check router.xml\n"
     "  ipav new --format json > router.json";
 
+constexpr char kCompletionNotes[] =
+    "A package has put the scripts in their places. Without one, in the\n"
+    "start file of the shell:\n"
+    "\n"
+    "Examples:\n"
+    "  source <(ipav completion bash)\n"
+    "  source <(ipav completion zsh)\n"
+    "  ipav completion fish | source";
+
 // What the options of one subcommand write into.
 template <typename Options>
 struct Values {
@@ -101,9 +113,11 @@ Command AddDiff(CLI::App* app, const Locations& locations) {
   diff->footer(kDiffNotes);
   diff->add_option("running", options.running,
                    "Running configuration, XML or JSON")
+      ->type_name(kFile)
       ->required();
   diff->add_option("candidate", options.candidate,
                    "Configuration to compare, XML or JSON")
+      ->type_name(kFile)
       ->required();
   diff->add_flag("--full", options.full,
                  "List the leaves of added and deleted list entries, too");
@@ -122,10 +136,12 @@ Command AddExplain(CLI::App* app, const Locations& locations) {
   CLI::App* explain = app->add_subcommand(
       "explain", "Explain a validation point, a rule or a text");
   explain->footer(kExplainNotes);
-  explain->add_option(
-      "topic", values->options.topics,
-      "Name of a point or a rule, or a text; '-' for texts from standard "
-      "input, one a line, such as the output of ipav check");
+  explain
+      ->add_option(
+          "topic", values->options.topics,
+          "Name of a point or a rule, or a text; '-' for texts from standard "
+          "input, one a line, such as the output of ipav check")
+      ->type_name(kTopic);
   AddYang(explain, &values->locations);
   return {explain,
           [values] { return Explain(values->locations, values->options); }};
@@ -140,11 +156,14 @@ Command AddConvert(CLI::App* app, const Locations& locations) {
   convert
       ->add_option("file", options.file,
                    "Configuration to convert, XML or JSON")
+      ->type_name(kFile)
       ->required();
   AddChoice(convert, "--to", &options.to, {"xml", "json"},
             "xml or json (default: what the file is not)");
-  convert->add_option("--output", options.output,
-                      "File to write (default: standard output)");
+  convert
+      ->add_option("--output", options.output,
+                   "File to write (default: standard output)")
+      ->type_name(kFile);
   AddLimits(convert, kReading, &values->limits);
   AddYang(convert, &values->locations);
   return {convert, [values] {
@@ -162,6 +181,17 @@ Command AddNew(CLI::App* app, const Locations& locations) {
             "xml, with comments, or json, which has none");
   return {command,
           [values] { return PrintNew(values->locations, values->options); }};
+}
+
+Command AddCompletion(CLI::App* app, const Locations& locations) {
+  const auto shell = std::make_shared<std::string>();
+  CLI::App* command = app->add_subcommand(
+      "completion", "Print the script by which a shell completes ipav");
+  command->footer(kCompletionNotes);
+  AddChoice(command, "shell", shell.get(), {"bash", "zsh", "fish"},
+            "Shell that the script is for")
+      ->required();
+  return {command, [=] { return PrintCompletion(locations, *app, *shell); }};
 }
 
 }  // namespace ipav::cli::command_line

@@ -1,10 +1,11 @@
 #include "command_line/shared_options.h"
 
-#include <CLI/Error.hpp>
 #include <CLI/Validators.hpp>
 #include <chrono>
 #include <cstddef>
 #include <utility>
+
+#include "command_line/types.h"
 
 namespace ipav::cli::command_line {
 
@@ -15,14 +16,13 @@ namespace {
 constexpr unsigned kMaxSeconds = 1000000;
 constexpr unsigned kMaxMebibytes = 2047;
 
-report::Format ParseFormat(const std::string& name) {
-  const auto& formats = report::FormatsByName();
-  const auto found = formats.find(name);
-  if (found == formats.end()) {
-    throw CLI::ValidationError("--format",
-                               name + " is not text, json, sarif or junit");
-  }
-  return found->second;
+// As CLI::IsMember, with a text of its own.
+CLI::Validator IsFormat() {
+  const auto why_not = [](const std::string& name) -> std::string {
+    if (report::FormatsByName().count(name) > 0) return "";
+    return name + " is not text, json, sarif or junit";
+  };
+  return {why_not, "{text,json,sarif,junit}", "format"};
 }
 
 }  // namespace
@@ -61,12 +61,14 @@ void AddLimits(CLI::App* command, const std::string& of_what, Limits* limits) {
 
 void AddYang(CLI::App* command, Locations* locations) {
   command->add_option("--yang", locations->yang_dir, "Folder of the data model")
+      ->type_name(kFolder)
       ->capture_default_str();
 }
 
 void AddPluginAndYang(CLI::App* command, Locations* locations) {
   command
       ->add_option("--plugin", locations->plugin, "Validation plug-in to run")
+      ->type_name(kFile)
       ->capture_default_str();
   AddYang(command, locations);
 }
@@ -76,13 +78,16 @@ void AddReport(CLI::App* command, report::ReportOptions* options) {
       ->add_option_function<std::string>(
           "--format",
           [options](const std::string& name) {
-            options->format = ParseFormat(name);
+            options->format = report::FormatsByName().at(name);
           },
           "Report as text, json, sarif or junit (default: text)")
-      ->type_name("FORMAT");
-  command->add_option("--output", options->output,
-                      "File for the report, replaced when it is whole "
-                      "(default: standard output)");
+      ->type_name("TEXT")
+      ->check(IsFormat());
+  command
+      ->add_option("--output", options->output,
+                   "File for the report, replaced when it is whole "
+                   "(default: standard output)")
+      ->type_name(kFile);
   command->add_flag("--failed-only", options->failed_only,
                     "List no device that was accepted");
 }

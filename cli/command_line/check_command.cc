@@ -45,7 +45,7 @@ void AddOutput(CLI::App* check, CheckOptions* options) {
                   "standard error, of one device at a time");
   check->add_flag("--timing", options->timing,
                   "Show where the time went, on standard error, and add the "
-                  "seconds of each device to json and junit");
+                  "times of each device to json, its seconds to junit");
   AddChoice(check, "--color", &options->color, {"auto", "always", "never"},
             "Colours: auto (on a terminal, unless NO_COLOR is set), always, "
             "never");

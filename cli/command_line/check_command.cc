@@ -27,6 +27,13 @@ constexpr char kNotes[] =
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
 
+constexpr char kSummarizeNotes[] =
+    "Examples:\n"
+    "  ipav summarize 1.json 2.json 3.json 4.json\n"
+    "  ipav summarize --format junit --output all.xml results/*.json\n"
+    "\n"
+    "Exit status: that of the gravest result; 2 where one is missing or wrong.";
+
 void AddOutput(CLI::App* check, CheckOptions* options) {
   check
       ->add_option("--running", options->running,
@@ -106,7 +113,12 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
                    "Configurations to judge, XML or JSON, or folders of them")
       ->type_name(kFile)
       ->required();
-  AddPluginAndYang(check, &values->locations);
+  check
+      ->add_option("--plugin", values->locations.plugin,
+                   "Validation plug-in to run")
+      ->type_name(kFile)
+      ->capture_default_str();
+  AddYang(check, &values->locations);
   return {check, [values] {
             values->limits.ApplyTo(&values->options);
             return Check(values->locations, values->options);
@@ -117,6 +129,7 @@ Command AddSummarize(CLI::App* app) {
   const auto options = std::make_shared<SummarizeOptions>();
   CLI::App* summarize = app->add_subcommand(
       "summarize", "Make one report of the JSON reports of several runs");
+  summarize->footer(kSummarizeNotes);
   AddReport(summarize, &options->report);
   summarize->add_option("result", options->results, "JSON reports")
       ->type_name(kFile)

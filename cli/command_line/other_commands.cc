@@ -101,7 +101,7 @@ Command AddPoints(CLI::App* app, const Locations& locations) {
   CLI::App* points = app->add_subcommand(
       "points", "List the use sites of validation points in the model");
   points->footer(kPointsNotes);
-  AddPluginAndYang(points, values.get());
+  AddYang(points, values.get());
   return {points, [values] { return ListPoints(*values); }};
 }
 

@@ -65,14 +65,6 @@ void AddYang(CLI::App* command, Locations* locations) {
       ->capture_default_str();
 }
 
-void AddPluginAndYang(CLI::App* command, Locations* locations) {
-  command
-      ->add_option("--plugin", locations->plugin, "Validation plug-in to run")
-      ->type_name(kFile)
-      ->capture_default_str();
-  AddYang(command, locations);
-}
-
 void AddReport(CLI::App* command, report::ReportOptions* options) {
   command
       ->add_option_function<std::string>(

@@ -32,7 +32,6 @@ struct Limits {
 void AddLimits(CLI::App* command, const std::string& of_what, Limits* limits);
 
 void AddYang(CLI::App* command, Locations* locations);
-void AddPluginAndYang(CLI::App* command, Locations* locations);
 
 // --format, --output and --failed-only.
 void AddReport(CLI::App* command, report::ReportOptions* options);

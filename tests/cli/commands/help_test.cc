@@ -10,7 +10,8 @@ class HelpTest : public ::testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Commands, HelpTest,
                          ::testing::Values("check", "completion", "convert",
-                                           "diff", "explain", "new", "points"),
+                                           "diff", "explain", "new", "points",
+                                           "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(HelpTest, HasExamplesAndTheReadmeNamesTheCommand) {

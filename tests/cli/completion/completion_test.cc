@@ -250,6 +250,138 @@ TEST_P(Completion, InTheBuildIsWhatTheProgramPrints) {
             ReadFile(script_));
 }
 
+// --- The manual
+
+// Options of an item or of the synopsis: "Fl j , Fl -jobs Ar number".
+Words FlagsOf(const std::string& line) {
+  static const std::regex kFlag("Fl ([-a-z]+)");
+  Words flags;
+  for (std::sregex_iterator match(line.begin(), line.end(), kFlag), end;
+       match != end; ++match) {
+    flags.push_back("-" + (*match)[1].str());
+  }
+  return flags;
+}
+
+// Of each command, "" for the program: the options in its items or, where
+// `is_synopsis`, in its lines of the synopsis.
+std::map<std::string, WordSet> OptionsInManual(bool is_synopsis) {
+  std::map<std::string, WordSet> options;
+  std::string section;
+  std::string command;
+  for (const std::string& line :
+       LinesOf(ReadFile(IPAV_ROOT "/packaging/man/ipav.1"))) {
+    if (BeginsWith(line, ".Sh ")) section = line.substr(4);
+    if (BeginsWith(line, ".Sh ") || line == ".Nm") command = "";
+    if (BeginsWith(line, is_synopsis ? ".Cm " : ".Ss ")) {
+      command = line.substr(4);
+      if (is_synopsis ? section == "SYNOPSIS" : section == "COMMANDS") {
+        options[command];
+      }
+    }
+    const bool is_option =
+        is_synopsis ? section == "SYNOPSIS"
+                    : BeginsWith(line, ".It Fl ") &&
+                          (section == "COMMANDS" || section == "OPTIONS");
+    if (!is_option) continue;
+    for (const std::string& flag : FlagsOf(line)) options[command].insert(flag);
+  }
+  return options;
+}
+
+TEST(Manual, HasTheOptionsOfEachSubcommandAndNoOther) {
+  std::map<std::string, WordSet> expected = {{"", OptionsInHelp("")}};
+  for (const std::string& command : Commands()) {
+    expected[command] = OptionsInHelp(command);
+    EXPECT_EQ(expected[command].erase("--help"), 1U) << command;
+    EXPECT_EQ(expected[command].erase("-h"), 1U) << command;
+  }
+  EXPECT_EQ(OptionsInManual(false), expected);
+}
+
+// Of options with two names the shorter one.
+TEST(Manual, HasEachOptionInItsSynopsisAsWell) {
+  const std::map<std::string, WordSet> items = OptionsInManual(false);
+  std::map<std::string, WordSet> synopsis = OptionsInManual(true);
+  ASSERT_EQ(synopsis.size(), items.size());
+  for (const auto& [command, options] : items) {
+    WordSet expected = options;
+    if (command.empty()) expected.erase("-h");
+    if (command == "check") {
+      for (const char* name : {"--jobs", "--quiet", "--verbose"}) {
+        EXPECT_EQ(expected.erase(name), 1U) << name;
+      }
+    }
+    EXPECT_EQ(synopsis[command], expected) << command;
+  }
+}
+
+// "--format" of check -> {"json", ...}; in the help as "--format TEXT:{...}",
+// in the manual as ".It Fl -format Cm text | json".
+std::map<std::string, WordSet> ChoicesIn(const std::string& text,
+                                         const std::regex& item,
+                                         const std::string& separator) {
+  std::map<std::string, WordSet> choices;
+  for (const std::string& line : LinesOf(text)) {
+    std::smatch match;
+    if (!std::regex_search(line, match, item)) continue;
+    std::string words = match[2];
+    for (std::size_t end = 0; end != std::string::npos;) {
+      end = words.find(separator);
+      choices["--" + match[1].str()].insert(words.substr(0, end));
+      if (end != std::string::npos) words.erase(0, end + separator.size());
+    }
+  }
+  return choices;
+}
+
+TEST(Manual, HasTheChoicesOfEachOption) {
+  const std::string manual = ReadFile(IPAV_ROOT "/packaging/man/ipav.1");
+  const std::regex in_help("^  --([-a-z]+) [A-Z]+:\\{([a-z,]+)\\}");
+  const std::regex in_manual("^\\.It Fl -([-a-z]+) Cm ([a-z |]+)$");
+  std::size_t count = 0;
+  for (const std::string& command : Commands()) {
+    const std::size_t begin = manual.find("\n.Ss " + command + "\n");
+    ASSERT_NE(begin, std::string::npos) << command;
+    const std::size_t end = std::min(manual.find("\n.Ss ", begin + 1),
+                                     manual.find("\n.Sh ", begin + 1));
+    const auto choices = ChoicesIn(OutputOf({command, "--help"}), in_help, ",");
+    EXPECT_EQ(ChoicesIn(manual.substr(begin, end - begin), in_manual, " | "),
+              choices)
+        << command;
+    count += choices.size();
+  }
+  EXPECT_GT(count, 4U);
+}
+
+class ManualPage : public ::testing::TestWithParam<const char*> {
+ protected:
+  // What a program that reads the page complains of.
+  static std::string ComplaintsOf(Words command) {
+    command.push_back(std::string(IPAV_ROOT "/packaging/man/") + GetParam());
+    const ProcessResult result = RunProcess(command);
+    // mandoc prints them on standard output.
+    return result.err + (command[1] == "-Tlint" ? result.out : "");
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Pages, ManualPage,
+                         ::testing::Values("ipav.1", "ip_app_validation.7"),
+                         [](const auto& page) {
+                           const std::string name = page.param;
+                           return name.substr(0, name.find('.'));
+                         });
+
+TEST_P(ManualPage, IsRenderedWithoutAWarning) {
+  if (std::string(IPAV_MAN).empty()) GTEST_SKIP() << "no man";
+  EXPECT_EQ(ComplaintsOf({IPAV_MAN, "--warnings", "-l"}), "");
+}
+
+TEST_P(ManualPage, IsGoodMdocToItsOtherReaderToo) {
+  if (std::string(IPAV_MANDOC).empty()) GTEST_SKIP() << "no mandoc";
+  EXPECT_EQ(ComplaintsOf({IPAV_MANDOC, "-Tlint", "-Wwarning"}), "");
+}
+
 TEST(CompletionCommand, RefusesAShellThatItDoesNotKnow) {
   const ProcessResult result = Ipav({"completion", "tcsh"});
   EXPECT_EQ(result.status, 2);

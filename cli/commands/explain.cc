@@ -33,6 +33,10 @@ bool IsMessage(const Section& section) {
   return !messages::TextsOf(section).empty();
 }
 
+bool IsTopic(const Section& section) {
+  return IsPoint(section) || IsMessage(section);
+}
+
 const Section* Find(const std::vector<Section>& document,
                     const std::string& anchor) {
   const auto found = std::find_if(
@@ -235,7 +239,7 @@ Topic FindTopic(const std::vector<Section>& document, const std::string& name) {
   const findings::Message* rule = findings::FindMessage(name);
   const Section* section =
       Find(document, rule == nullptr ? name : rule->anchor);
-  if (section != nullptr && (IsPoint(*section) || IsMessage(*section))) {
+  if (section != nullptr && IsTopic(*section)) {
     return {section, std::nullopt};
   }
   return {nullptr, messages::FindText(document, name)};
@@ -245,7 +249,7 @@ Topic FindTopic(const std::vector<Section>& document, const std::string& name) {
 std::vector<std::string> NamesOf(const std::vector<Section>& document) {
   std::vector<std::string> names;
   for (const Section& section : document) {
-    if (IsPoint(section) || IsMessage(section)) names.push_back(section.anchor);
+    if (IsTopic(section)) names.push_back(section.anchor);
     for (const std::string& text : messages::TextsOf(section)) {
       names.push_back(text);
     }
@@ -393,6 +397,14 @@ ExitStatus Explain(const Locations& locations, const ExplainOptions& options) {
     PrintTopic(locations, document, topic, name);
   }
   return status;
+}
+
+std::vector<std::string> TopicNames(const Locations& locations) {
+  std::vector<std::string> names;
+  for (const Section& section : messages::ReadDocument(locations.messages)) {
+    if (IsTopic(section)) names.push_back(section.anchor);
+  }
+  return names;
 }
 
 }  // namespace ipav::cli

@@ -95,4 +95,11 @@ TEST(Count, NamesOneAndMany) {
   EXPECT_EQ(Count(2, "prefix", "prefixes"), "2 prefixes");
 }
 
+TEST(Html, LetsAPathGoOnInTheNextLineInFrontOfANode) {
+  EXPECT_EQ(Html().Path("/config/l3{a&b}/ip{10.0.0.1/24}/x").str(),
+            "/config<wbr />/l3{a&amp;b}<wbr />/ip{10.0.0.1/24}<wbr />/x");
+  EXPECT_EQ(Html().Path("point").str(), "point");
+  EXPECT_EQ(Html().Path("").str(), "");
+}
+
 }  // namespace

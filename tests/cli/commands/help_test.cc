@@ -9,8 +9,8 @@ namespace {
 class HelpTest : public ::testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Commands, HelpTest,
-                         ::testing::Values("check", "convert", "diff",
-                                           "explain", "new", "points",
+                         ::testing::Values("check", "completion", "convert",
+                                           "diff", "explain", "new", "points",
                                            "summarize"),
                          [](const auto& command) { return command.param; });
 

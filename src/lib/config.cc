@@ -29,7 +29,6 @@ namespace {
 using internal::ElemValue;
 using internal::EntryPaths;
 using internal::HashIndex;
-using internal::MaapiCursor;
 using internal::ReadBuffers;
 using internal::RequireType;
 

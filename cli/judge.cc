@@ -207,10 +207,9 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
         report::DeviceSection(report, &view, device.number).str();
   }
   if (options_.timing) {
-    PrintTimes(device.candidate, times);
-    PrintTime(device.candidate + ": diff", diff);
-    if (!device.running.empty()) PrintTimes(device.running, running.times());
-    PrintTimes(device.candidate, report.outcome.times);
+    report.times = report::Times{times, std::nullopt, diff};
+    if (!device.running.empty()) report.times->running = running.times();
+    PrintTimes(report);
   }
   return report;
 }

@@ -11,6 +11,12 @@ namespace {
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
+void PrintTimes(const std::string& file, const datastore::ReadingTimes& times) {
+  PrintTime(file + ": text", times.text);
+  PrintTime(file + ": parse", times.parse);
+  PrintTime(file + ": YANG validation", times.validation);
+}
+
 void PrintPoint(const std::string& file, const commit::PointTimes& point) {
   fmt::print(stderr,
              "timing: {}: {}: {} call{}, {} platform calls, {:.3f} ms\n", file,
@@ -25,18 +31,17 @@ void PrintTime(const std::string& what, base::Duration time) {
              Milliseconds(time).count());
 }
 
-void PrintTimes(const std::string& file, const datastore::ReadingTimes& times) {
-  PrintTime(file + ": text", times.text);
-  PrintTime(file + ": parse", times.parse);
-  PrintTime(file + ": YANG validation", times.validation);
-}
-
-void PrintTimes(const std::string& file, const commit::CommitTimes& times) {
-  PrintTime(file + ": child process", times.child);
-  PrintTime(file + ":   plug-in loaded", times.loading);
-  PrintTime(file + ":   calls planned", times.planning);
-  PrintTime(file + ":   points, with lib_init and lib_finish", times.points);
-  for (const commit::PointTimes& point : times.of_points) {
+void PrintTimes(const report::DeviceReport& device) {
+  const std::string& file = device.candidate;
+  PrintTimes(file, device.times->candidate);
+  PrintTime(file + ": diff", device.times->diff);
+  if (device.times->running) PrintTimes(device.running, *device.times->running);
+  const commit::CommitTimes& commit = device.outcome.times;
+  PrintTime(file + ": child process", commit.child);
+  PrintTime(file + ":   plug-in loaded", commit.loading);
+  PrintTime(file + ":   calls planned", commit.planning);
+  PrintTime(file + ":   points, with lib_init and lib_finish", commit.points);
+  for (const commit::PointTimes& point : commit.of_points) {
     PrintPoint(file, point);
   }
 }

@@ -6,17 +6,15 @@
 #include <string>
 
 #include "base/stopwatch.h"
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
+#include "report/device_report.h"
 
 namespace ipav::cli {
 
 // One line, "timing: WHAT: 1.234 ms".
 void PrintTime(const std::string& what, base::Duration time);
 
-// A line for each part, in the order in which they were done.
-void PrintTimes(const std::string& file, const datastore::ReadingTimes& times);
-void PrintTimes(const std::string& file, const commit::CommitTimes& times);
+// A line for each part, of a device that has times.
+void PrintTimes(const report::DeviceReport& device);
 
 }  // namespace ipav::cli
 

@@ -297,12 +297,12 @@ class Ospfv2Config : public GenericConfig {
   void Append(const OspfIf& ospf_if);
 
   std::list<std::shared_ptr<OspfIf>> interfaces_;
-  // The same records, and where they are by interface, process and VRF; neither
-  // is there while there are few.
-  std::vector<OspfIf*> records_;
-  std::unique_ptr<internal::HashIndex> by_assignment_;
   const std::string interface_path_ = "/internal/ospf-interface-l3";
   const std::string process_path_ = "/internal/ospf-index-to-proc-id";
+  // The records again, and where they are by interface, process and VRF;
+  // neither is there while there are few.
+  std::vector<OspfIf*> records_;
+  std::unique_ptr<internal::HashIndex> by_assignment_;
 };
 
 // The snapshot: five readers that share socket and transaction.

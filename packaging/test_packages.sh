@@ -88,13 +88,20 @@ expect 0 sh -c 'g++ -std=c++17 $(pkg-config --cflags ip_app_validation) \
   -fsyntax-only /host/host.cc && test -f \
   "$(pkg-config --variable=plugin ip_app_validation)"'
 
-# 4. The manuals are well formed.
+# 4. bash completes, and the others find their scripts.
+expect 0 bash -c 'source /usr/share/bash-completion/completions/ipav &&
+  COMP_WORDS=(ipav ex) COMP_CWORD=1 && _ipav && echo "${COMPREPLY[@]}"'
+has "explain"
+expect 0 test -s /usr/share/zsh/vendor-completions/_ipav
+expect 0 test -s /usr/share/fish/vendor_completions.d/ipav.fish
+
+# 5. The manuals are well formed.
 for page in 'ipav.1' 'ip_app_validation.7'; do
   expect 0 sh -c "man --warnings -l /usr/share/man/man${page##*.}/$page* 2>&1 \
     >/dev/null | tee /dev/stderr | grep -q . && exit 1 || exit 0"
 done
 
-# 5. They leave nothing behind.
+# 6. They leave nothing behind.
 expect 0 apt-get purge -qq -y ipav libip-app-validation libip-app-validation-dev
 expect 1 sh -c "find /usr -name '*ip_app_validation*' -o -name '*ipav*' | grep ."
 

@@ -1,14 +1,13 @@
 #include "commands/convert.h"
 
-#include <fmt/core.h>
-
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 
 #include "datastore/model.h"
+#include "report/output_file.h"
 
 namespace ipav::cli {
 
@@ -59,24 +58,16 @@ std::string WithEscapedReturns(const std::string& xml) {
   return text;
 }
 
-void Write(const std::string& file, const std::string& text) {
-  std::ofstream out(file, std::ios::binary);
-  out << text;
-  out.close();
-  if (!out) throw std::runtime_error(file + ": cannot be written");
-}
-
 }  // namespace
 
 ExitStatus Convert(const Locations& locations, const ConvertOptions& options) {
   const datastore::Model model(locations.yang_dir, locations.yang_extension);
   const auto tree = ReadTree(model, options.file, options.limits);
   const std::string text = PrintTree(tree, TargetOf(options, tree.format()));
-  if (options.output.empty()) {
-    fmt::print("{}", text);
-  } else {
-    Write(options.output, text);
-  }
+
+  report::OutputFile output(options.output, "configuration");
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), output.stream()));
+  output.Commit();
   return kAccepted;
 }
 

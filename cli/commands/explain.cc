@@ -11,6 +11,7 @@
 
 #include "datastore/input_file.h"
 #include "datastore/model.h"
+#include "findings/catalogue.h"
 #include "messages/document.h"
 #include "messages/match.h"
 
@@ -30,6 +31,10 @@ bool IsPoint(const Section& section) { return section.parent == kPoints; }
 // A section about texts: a rule, or texts that no rule tells.
 bool IsMessage(const Section& section) {
   return !messages::TextsOf(section).empty();
+}
+
+bool IsTopic(const Section& section) {
+  return IsPoint(section) || IsMessage(section);
 }
 
 const Section* Find(const std::vector<Section>& document,
@@ -229,9 +234,12 @@ struct Topic {
   std::optional<Match> match;        // a text
 };
 
+// A rule is named by its heading, or by the identifier that findings have.
 Topic FindTopic(const std::vector<Section>& document, const std::string& name) {
-  const Section* section = Find(document, name);
-  if (section != nullptr && (IsPoint(*section) || IsMessage(*section))) {
+  const findings::Message* rule = findings::FindMessage(name);
+  const Section* section =
+      Find(document, rule == nullptr ? name : rule->anchor);
+  if (section != nullptr && IsTopic(*section)) {
     return {section, std::nullopt};
   }
   return {nullptr, messages::FindText(document, name)};
@@ -241,21 +249,39 @@ Topic FindTopic(const std::vector<Section>& document, const std::string& name) {
 std::vector<std::string> NamesOf(const std::vector<Section>& document) {
   std::vector<std::string> names;
   for (const Section& section : document) {
-    if (IsPoint(section) || IsMessage(section)) names.push_back(section.anchor);
+    if (IsTopic(section)) names.push_back(section.anchor);
     for (const std::string& text : messages::TextsOf(section)) {
       names.push_back(text);
     }
   }
+  for (const findings::Message& rule : findings::Messages()) {
+    names.push_back(rule.rule);
+  }
   return names;
+}
+
+// The names most alike, of a rule's two names only one.
+std::vector<std::string> Nearest(const std::vector<Section>& document,
+                                 const std::string& name) {
+  constexpr std::size_t kSuggestions = 3;
+  const std::vector<std::string> alike =
+      messages::MostAlike(NamesOf(document), name, 2 * kSuggestions);
+  std::vector<std::string> nearest;
+  for (const std::string& one : alike) {
+    const findings::Message* rule = findings::FindMessage(one);
+    const bool is_there =
+        rule != nullptr &&
+        std::find(alike.begin(), alike.end(), rule->anchor) != alike.end();
+    if (!is_there && nearest.size() < kSuggestions) nearest.push_back(one);
+  }
+  return nearest;
 }
 
 void ReportUnknown(const std::vector<Section>& document,
                    const std::string& name) {
-  constexpr std::size_t kSuggestions = 3;
   std::string line = "ipav: no validation point, rule or text: " + name;
   std::string separator = " (nearest: ";
-  for (const std::string& near :
-       messages::MostAlike(NamesOf(document), name, kSuggestions)) {
+  for (const std::string& near : Nearest(document, name)) {
     line += separator + near;
     separator = "; ";
   }
@@ -268,18 +294,56 @@ bool EndsWith(const std::string& text, const std::string& end) {
          text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
+bool StartsWith(const std::string& text, const std::string& beginning) {
+  return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+// As a fleet's report ends.
+bool IsSummary(const std::string& line) {
+  return line.find(" accepted, ") != std::string::npos &&
+         line.find(" refused, ") != std::string::npos &&
+         EndsWith(line, " failed");
+}
+
 // A line of `ipav check` that is no operator's text.
 bool IsOfReport(const std::string& line) {
   return line.empty() || line[0] == ' ' || line[0] == '(' ||
-         EndsWith(line, " validation calls made)");
+         EndsWith(line, " validation calls made)") ||
+         EndsWith(line, ": not judged, bad input") ||
+         StartsWith(line, "the plug-in failed: ") ||
+         StartsWith(line, "the plug-in threw an exception: ") ||
+         IsSummary(line);
 }
 
-void AddLines(const std::string& text, bool is_report,
-              std::vector<std::string>* names) {
+// Without colours, and without what pasting adds at the end.
+std::string Unadorned(const std::string& line) {
+  std::string plain;
+  std::size_t begin = 0;
+  for (std::size_t escape = line.find("\x1b["); escape != std::string::npos;
+       escape = line.find("\x1b[", begin)) {
+    plain += line.substr(begin, escape - begin);
+    begin = line.find_first_not_of("0123456789;", escape + 2);
+    if (begin == std::string::npos) return plain;
+    if (line[begin] == 'm') ++begin;
+  }
+  plain += line.substr(begin);
+  plain.erase(plain.find_last_not_of(" \t\r") + 1);
+  return plain;
+}
+
+void AddTextsOfReport(const std::string& report,
+                      std::vector<std::string>* names) {
+  std::istringstream lines(report);
+  for (std::string line; std::getline(lines, line);) {
+    const std::string plain = Unadorned(line);
+    if (!IsOfReport(plain)) names->push_back(plain);
+  }
+}
+
+void AddLines(const std::string& text, std::vector<std::string>* names) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    const bool is_text = is_report ? !IsOfReport(line) : !line.empty();
-    if (is_text) names->push_back(line);
+    if (!line.empty()) names->push_back(line);
   }
 }
 
@@ -287,10 +351,10 @@ std::vector<std::string> NamesOf(const ExplainOptions& options) {
   std::vector<std::string> names;
   for (const std::string& topic : options.topics) {
     if (topic == "-") {
-      AddLines(datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize),
-               true, &names);
+      AddTextsOfReport(
+          datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize), &names);
     } else {
-      AddLines(topic, false, &names);
+      AddLines(topic, &names);
     }
   }
   return names;
@@ -333,6 +397,14 @@ ExitStatus Explain(const Locations& locations, const ExplainOptions& options) {
     PrintTopic(locations, document, topic, name);
   }
   return status;
+}
+
+std::vector<std::string> TopicNames(const Locations& locations) {
+  std::vector<std::string> names;
+  for (const Section& section : messages::ReadDocument(locations.messages)) {
+    if (IsTopic(section)) names.push_back(section.anchor);
+  }
+  return names;
 }
 
 }  // namespace ipav::cli

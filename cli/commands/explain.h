@@ -21,6 +21,9 @@ struct ExplainOptions {
 // Throws datastore::InputError.
 ExitStatus Explain(const Locations& locations, const ExplainOptions& options);
 
+// The names of all points and rules. Throws datastore::InputError.
+std::vector<std::string> TopicNames(const Locations& locations);
+
 }  // namespace ipav::cli
 
 #endif  // IPAV_CLI_COMMANDS_EXPLAIN_H_

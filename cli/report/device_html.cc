@@ -52,7 +52,7 @@ void AddRow(const char* name, std::string_view value, Html* html) {
 
 void AddCodeRow(const char* name, std::string_view value, Html* html) {
   if (value.empty()) return;
-  html->Markup("<dt>").Text(name).Markup("</dt><dd><code>").Text(value);
+  html->Markup("<dt>").Text(name).Markup("</dt><dd><code>").Path(value);
   html->Markup("</code></dd>\n");
 }
 
@@ -116,7 +116,7 @@ void AddSide(const Culprit& culprit, Html* html) {
     html->Markup("</code> ");
   }
   AddNovelty(culprit.novelty, html);
-  html->Markup("</p>\n<p class=\"path\"><code>").Text(culprit.path);
+  html->Markup("</p>\n<p class=\"path\"><code>").Path(culprit.path);
   html->Markup("</code></p>\n");
   if (culprit.place.has_value()) {
     AddPlace(*culprit.place, html);
@@ -184,7 +184,7 @@ void AddFindings(const DeviceReport& device, const DeviceView* view,
 void AddWarning(const Answer& answer, Html* html) {
   html->Markup("<li>").Text(answer.text.value_or("(without a text)"));
   html->Markup(" <code>").Text(answer.opaque).Markup("</code> <code>");
-  html->Text(answer.path).Markup("</code></li>\n");
+  html->Path(answer.path).Markup("</code></li>\n");
 }
 
 void AddRemarks(const commit::Outcome& outcome, Html* html) {
@@ -248,7 +248,7 @@ void AddChangeTable(const std::vector<ChangeLine>& changes, Html* html) {
   for (const ChangeLine& change : changes) {
     html->Markup("<tr><th scope=\"row\">");
     AddNovelty(change.novelty, html);
-    html->Markup(" <code>").Text(change.path).Markup("</code></th><td>");
+    html->Markup(" <code>").Path(change.path).Markup("</code></th><td>");
     AddValues(change, html);
     html->Markup("</td></tr>\n");
   }

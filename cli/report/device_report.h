@@ -3,14 +3,25 @@
 #define IPAV_CLI_REPORT_DEVICE_REPORT_H_
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "base/stopwatch.h"
 #include "commit/commit.h"
+#include "datastore/data_tree.h"
 #include "exit_status.h"
 #include "findings/finding.h"
 
 namespace ipav::cli::report {
+
+// Where the time in front of the commit went; of the commit, its outcome tells.
+struct Times {
+  datastore::ReadingTimes candidate;
+  // Of one that devices share, this is its one reading.
+  std::optional<datastore::ReadingTimes> running;
+  base::Duration diff{};
+};
 
 struct DeviceReport {
   std::size_t number = 0;  // in the list of all devices, from 1; 0: in none
@@ -23,7 +34,10 @@ struct DeviceReport {
   // Of the page to look at, made where both configurations are at hand; empty
   // where nobody asked for one, or there was no commit.
   std::string page_section;
-  double seconds = 0;  // from reading to verdict
+  // Where somebody asked: from reading to verdict, and in parts where there was
+  // a commit.
+  double seconds = 0;
+  std::optional<Times> times;
 };
 
 }  // namespace ipav::cli::report

@@ -1,11 +1,11 @@
 #include "report/html.h"
 
 #include <cerrno>
-#include <cstring>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "report/page_style.h"
-#include "report/whole_file.h"
 
 namespace ipav::cli::report {
 
@@ -58,10 +58,12 @@ void AddListRow(const DeviceReport& device, std::size_t number, Html* html) {
 
 }  // namespace
 
-HtmlWriter::HtmlWriter(std::string file) : file_(std::move(file)) {
-  ExpectWritable(file_);
-  sections_.reset(std::tmpfile());
-  if (sections_ == nullptr) throw WriteError(file_, std::strerror(errno));
+HtmlWriter::HtmlWriter(std::string file)
+    : output_(std::move(file)), sections_(std::tmpfile()) {
+  if (sections_ == nullptr) {
+    throw std::system_error(errno, std::generic_category(),
+                            "sections of a page");
+  }
 }
 
 void HtmlWriter::Add(const DeviceReport& device) {
@@ -122,18 +124,17 @@ Html HtmlWriter::Head() const {
 }
 
 void HtmlWriter::End() {
-  WriteWhole(file_, [this](std::FILE* file) {
-    Write(Head().str(), file);
-    Write("<main id=\"main\">\n", file);
-    std::rewind(sections_.get());
-    Copy(sections_.get(), file);
-    Write("</main>\n<footer><p>Written by ipav " IPAV_VERSION
-          ".</p></footer>\n</body>\n</html>\n",
-          file);
-    if (std::ferror(sections_.get()) != 0) {
-      throw WriteError(file_, "its sections cannot be kept");
-    }
-  });
+  Write(Head().str(), output_.stream());
+  Write("<main id=\"main\">\n", output_.stream());
+  std::rewind(sections_.get());
+  Copy(sections_.get(), output_.stream());
+  Write("</main>\n<footer><p>Written by ipav " IPAV_VERSION
+        ".</p></footer>\n</body>\n</html>\n",
+        output_.stream());
+  if (std::ferror(sections_.get()) != 0) {
+    throw std::runtime_error("sections of a page cannot be kept");
+  }
+  output_.Commit();
 }
 
 }  // namespace ipav::cli::report

@@ -12,6 +12,7 @@
 #include "report/device_report.h"
 #include "report/device_view.h"
 #include "report/html_text.h"
+#include "report/output_file.h"
 #include "report/writer.h"
 
 namespace ipav::cli::report {
@@ -20,8 +21,8 @@ namespace ipav::cli::report {
 // memory than one device; what is kept of each is its line in the list.
 class HtmlWriter : public Writer {
  public:
-  // The page is written to that file, by End() and at once. Throws WriteError
-  // where it can be seen now that this will fail.
+  // Where the page goes, as of OutputFile. Throws std::runtime_error where it
+  // can be seen now that this will fail.
   explicit HtmlWriter(std::string file);
 
   // Without what changed and without a plan.
@@ -31,10 +32,8 @@ class HtmlWriter : public Writer {
   void AddSection(const DeviceReport& device, std::size_t number,
                   const std::string& section);
 
-  // Throws WriteError.
+  // Throws std::runtime_error when the page cannot be written.
   void End() override;
-
-  const std::string& file() const { return file_; }
 
  private:
   struct FileCloser {
@@ -45,7 +44,7 @@ class HtmlWriter : public Writer {
 
   Html Head() const;
 
-  const std::string file_;
+  OutputFile output_;
   std::unique_ptr<std::FILE, FileCloser> sections_;
   Html list_;  // rows
   std::size_t devices_ = 0;

@@ -128,6 +128,19 @@ Html& Html::Text(std::string_view text) {
   return *this;
 }
 
+Html& Html::Path(std::string_view path) {
+  std::size_t begin = 0;
+  int keys = 0;  // a slash in them is one of a prefix
+  for (std::size_t i = 1; i < path.size(); ++i) {
+    if (path[i] == '{') ++keys;
+    if (path[i] == '}') --keys;
+    if (path[i] != '/' || keys != 0) continue;
+    Text(path.substr(begin, i - begin)).Markup("<wbr />");
+    begin = i;
+  }
+  return Text(path.substr(begin));
+}
+
 Html& Html::Number(std::size_t number) {
   page_ += std::to_string(number);
   return *this;

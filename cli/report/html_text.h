@@ -24,6 +24,9 @@ class Html {
 
   // For the content of elements and for attributes in quotes.
   Html& Text(std::string_view text);
+  // The same for a data path, which may go on in the next line in front of each
+  // node; of elements only.
+  Html& Path(std::string_view path);
   Html& Number(std::size_t number);
   // Of 1, as a percentage: "12.5%".
   Html& Share(double share);

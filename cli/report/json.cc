@@ -6,7 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "base/bytes.h"
+#include "report/json_text.h"
+#include "report/json_times.h"
 
 namespace ipav::cli::report {
 
@@ -36,35 +37,6 @@ Enum FromName(const std::array<const char*, 4>& names,
     if (names.at(i) == name) return static_cast<Enum>(i);
   }
   throw std::runtime_error("unknown word \"" + name + "\"");
-}
-
-// A text that is no UTF-8 has its exact bytes beside it, in a member of its own
-// name and "Hex".
-void PutText(Json* object, const std::string& name, const std::string& text) {
-  const std::string readable = base::ToUtf8(text);
-  (*object)[name] = readable;
-  if (readable != text) (*object)[name + "Hex"] = base::ToHex(text);
-}
-
-void PutUnlessEmpty(Json* object, const std::string& name,
-                    const std::string& text) {
-  if (!text.empty()) PutText(object, name, text);
-}
-
-std::string TextOf(const Json& object, const std::string& name) {
-  const auto hex = object.find(name + "Hex");
-  return hex != object.end() ? base::FromHex(hex->get<std::string>())
-                             : object.at(name).get<std::string>();
-}
-
-std::string TextOrEmpty(const Json& object, const std::string& name) {
-  return object.contains(name) ? TextOf(object, name) : "";
-}
-
-std::optional<std::string> OptionalText(const Json& object,
-                                        const std::string& name) {
-  if (!object.contains(name)) return std::nullopt;
-  return TextOf(object, name);
 }
 
 // Lines are objects of a text each, so that each may have its bytes.
@@ -264,6 +236,7 @@ Json ToJson(const DeviceReport& device) {
   PutUnlessEmpty(&json, "running", device.running);
   json["verdict"] = kVerdicts.at(static_cast<std::size_t>(device.status));
   if (device.seconds > 0) json["seconds"] = device.seconds;
+  if (device.times) json["times"] = TimesToJson(device);
   if (device.status == kBadInput) {
     PutText(&json, "inputError", device.input_error);
     return json;
@@ -293,6 +266,7 @@ DeviceReport FromJson(const Json& json) {
   }
   device.outcome = OutcomeOf(json);
   device.outcome.verdict = VerdictOf(device.status);
+  if (json.contains("times")) TimesFromJson(json.at("times"), &device);
   return device;
 }
 

@@ -4,15 +4,13 @@
 #define IPAV_CLI_REPORT_JSON_H_
 
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "report/device_report.h"
+#include "report/json_text.h"
 #include "report/run.h"
 #include "report/writer.h"
 
 namespace ipav::cli::report {
-
-using Json = nlohmann::ordered_json;  // members in the order of the schema
 
 // Time taken is in the report of those alone that have it.
 Json ToJson(const DeviceReport& device);

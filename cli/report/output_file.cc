@@ -35,14 +35,15 @@ mode_t NewMode() {
 
 void OutputFile::Fail(int error) const {
   std::string text = path_.empty() ? "" : path_ + ": ";
-  text += "the report cannot be written";
+  text.append("the ").append(what_).append(" cannot be written");
   if (!path_.empty() && error != 0) {
     text += ": " + std::generic_category().message(error);
   }
   throw std::runtime_error(text);
 }
 
-OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
+OutputFile::OutputFile(std::string path, const char* what)
+    : path_(std::move(path)), what_(what) {
   if (path_.empty()) return;
   struct stat status {};
   const bool exists = stat(path_.c_str(), &status) == 0;

@@ -1,5 +1,5 @@
-// Where a report goes: standard output, or a file that is there whole or not at
-// all.
+// Where a report or a configuration goes: standard output, or a file that is
+// there whole or not at all.
 #ifndef IPAV_CLI_REPORT_OUTPUT_FILE_H_
 #define IPAV_CLI_REPORT_OUTPUT_FILE_H_
 
@@ -16,8 +16,9 @@ class OutputFile {
   // `path` is empty for standard output. What is no regular file, as a pipe or
   // /dev/stdout, is written to as it is; any other is replaced at the end by a
   // new file of its folder, which has no name before: a program that is killed
-  // leaves none. Throws std::runtime_error when that cannot be.
-  explicit OutputFile(std::string path);
+  // leaves none. Throws std::runtime_error when that cannot be, which says so
+  // of `what`.
+  explicit OutputFile(std::string path, const char* what = "report");
   ~OutputFile();  // without Commit(), the file stays as it was
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -35,7 +36,8 @@ class OutputFile {
   void NameBesideTarget();
   [[noreturn]] void Fail(int error) const;
 
-  std::string path_;       // as it was named
+  std::string path_;  // as it was named
+  const char* what_;
   std::string target_;     // to be replaced; empty: written to as it is
   std::string temporary_;  // beside it; empty: the new file has no name yet
   std::FILE* stream_ = stdout;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -27,6 +28,10 @@ constexpr std::size_t kChangedBlocks = 12;
 
 // Conflicts beyond that have to be asked for.
 constexpr std::size_t kShownConflicts = 40;
+
+// And so do prefixes of one conflict, and what one of them overlaps with.
+constexpr std::size_t kShownRows = 12;
+constexpr std::size_t kShownOverlaps = 4;
 
 // Spaces that nothing happens in, beyond the first.
 constexpr std::size_t kQuietSpaces = 8;
@@ -124,14 +129,11 @@ void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
   html->Markup("</svg>");
   // Names over the hatching of conflicts cannot be read.
   if (!has_room || prefix.InConflict() || extent.size < kNamedShare) return;
-  // A picture of its own, so that a name ends where its bar does.
-  html->Markup("<svg class=\"name");
-  AddState(prefix, html);
-  html->Markup("\"");
+  // No text of the picture, which would not know where its bar ends.
+  html->Markup("<foreignObject class=\"name\"");
   AddExtent(extent, html);
-  html->Markup(R"( height="100%" aria-hidden="true">)");
-  html->Markup(R"(<text x="6" y="20">)").Text(prefix.interface);
-  html->Markup("</text></svg>");
+  html->Markup(R"( height="100%" aria-hidden="true"><div>)");
+  html->Text(prefix.interface).Markup("</div></foreignObject>");
 }
 
 // Whether nothing is drawn on top of the prefix.
@@ -188,6 +190,23 @@ std::vector<Conflict> ConflictsOf(const Space& space) {
   return conflicts;
 }
 
+// Splits rows into those to show and those to ask for, both in their order:
+// what a finding names or the change brought goes before the others.
+std::pair<std::vector<std::size_t>, std::vector<std::size_t>> SplitRows(
+    const Space& space, const std::vector<std::size_t>& rows) {
+  std::vector<std::size_t> shown = rows;
+  std::stable_partition(shown.begin(), shown.end(), [&](std::size_t row) {
+    const Prefix& prefix = space.prefixes[row];
+    return !prefix.findings.empty() || prefix.novelty != Novelty::kUnchanged;
+  });
+  if (shown.size() > kShownRows) shown.resize(kShownRows);
+  std::sort(shown.begin(), shown.end());
+  std::vector<std::size_t> left;
+  std::set_difference(rows.begin(), rows.end(), shown.begin(), shown.end(),
+                      std::back_inserter(left));
+  return {shown, left};
+}
+
 // --- Rows
 
 // Draws the spaces of one device.
@@ -232,16 +251,16 @@ void PlanWriter::AddAnchors(const Prefix& prefix) {
 }
 
 void PlanWriter::AddConflictText(const Space& space, const Prefix& prefix) {
-  for (const std::size_t other : prefix.overlaps) {
-    if (&other - prefix.overlaps.data() == 3) {
-      html_.Markup("<span class=\"why\">and ");
-      html_.Text(Count(prefix.overlaps.size() - 3, "other", "others"));
-      html_.Markup("</span>");
-      break;
-    }
-    const Prefix& with = space.prefixes[other];
+  const std::size_t shown = std::min(prefix.overlaps.size(), kShownOverlaps);
+  for (std::size_t i = 0; i < shown; ++i) {
+    const Prefix& with = space.prefixes[prefix.overlaps[i]];
     html_.Markup("<span class=\"why\">overlaps with ").Text(OwnerOf(with));
     html_.Markup(" ").Text(with.text).Markup("</span>");
+  }
+  if (shown < prefix.overlaps.size()) {
+    html_.Markup("<span class=\"why\">and with ");
+    html_.Text(Count(prefix.overlaps.size() - shown, "other", "others"));
+    html_.Markup("</span>");
   }
   for (const std::size_t finding : prefix.findings) {
     html_.Markup(R"(<a class="why" href="#)").Text(id_).Markup("-f");
@@ -310,7 +329,15 @@ void PlanWriter::AddFacts(const Totals& totals) {
 void PlanWriter::AddConflict(const Space& space, const Conflict& conflict) {
   html_.Markup("<div class=\"clash\"><h5>Conflict in ");
   html_.Text(view::TextOf(conflict.network)).Markup("</h5>\n");
-  AddTable(space, conflict.rows, conflict.network, true);
+  const auto [shown, left] = SplitRows(space, conflict.rows);
+  AddTable(space, shown, conflict.network, true);
+  if (!left.empty()) {
+    html_.Markup("<details class=\"more\"><summary>");
+    html_.Text(Count(left.size(), "more prefix", "more prefixes"));
+    html_.Markup(" of this conflict</summary>\n");
+    AddTable(space, left, conflict.network, true);
+    html_.Markup("</details>\n");
+  }
   html_.Markup("</div>\n");
 }
 

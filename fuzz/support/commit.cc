@@ -86,7 +86,7 @@ class Life {
 
     const Outcome outcome =
         CallValidate(&session_.context(), keypath.get(), &newval, kNoCause);
-    const std::optional<std::string> text = session_.TakeErrorText();
+    std::optional<std::string> text = session_.TakeErrorText();
     Require(text.has_value() == (outcome.ending == Ending::kRefused),
             "a refusal without a text, or the other way round");
     if (text.has_value()) RequireKnownText(opaque, *text);

@@ -224,32 +224,48 @@ Evidence BlackHole(const Case& refusal) {
   return evidence;
 }
 
+// The leaf with the name of the route's output interface, if it names this
+// one; nullptr otherwise.
+const lyd_node* OutputNameLeaf(const Case& refusal, const Route& route,
+                               const std::string& interface) {
+  if (route.IsBlackHole()) return nullptr;
+  const lyd_node* output = OutputOf(refusal.candidate, route);
+  if (output == nullptr) return nullptr;
+  const lyd_node* leaf = refusal.candidate.At(output, {"interface-name"});
+  if (leaf == nullptr || !IsOutputOf(TextOf(leaf), interface)) return nullptr;
+  return leaf;
+}
+
+// The VLAN of the interface: removed, of a number that is none, or never there.
+// False if there is one.
+bool SuspectVlan(const Case& refusal, const lyd_node* interface,
+                 Evidence* evidence) {
+  const lyd_node* lower = refusal.candidate.At(interface, {"lower-layer-if"});
+  if (lower != nullptr) {
+    const lyd_node* vlan = refusal.candidate.At(lower, {"vlan"});
+    if (vlan != nullptr && TextOf(vlan) != "0") return false;
+    SuspectLeaf(refusal, lower, "vlan", "VLAN", true, evidence);
+  }
+  if (evidence->suspects.empty()) {
+    evidence->suspects.push_back({"interface without VLAN", interface});
+  }
+  return true;
+}
+
 Evidence OutputWithoutVlan(const Case& refusal) {
   const std::string& name = refusal.Field("interface");
   const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
   if (interface == nullptr) return {};
 
-  // 1. The VLAN: removed, of a number that is none, or never there.
+  // 1. The VLAN.
   Evidence evidence;
-  const lyd_node* lower = refusal.candidate.At(interface, {"lower-layer-if"});
-  if (lower != nullptr) {
-    const lyd_node* vlan = refusal.candidate.At(lower, {"vlan"});
-    if (vlan != nullptr && TextOf(vlan) != "0") return {};
-    SuspectLeaf(refusal, lower, "vlan", "VLAN", true, &evidence);
-  }
-  if (evidence.suspects.empty()) {
-    evidence.suspects.push_back({"interface without VLAN", interface});
-  }
+  if (!SuspectVlan(refusal, interface, &evidence)) return {};
 
-  // 2. The routes through it.
+  // 2. The routes through the interface.
   std::size_t count = 0;
   for (const Route& route : RoutesOf(refusal.candidate)) {
-    if (route.IsBlackHole()) continue;
-    const lyd_node* output = OutputOf(refusal.candidate, route);
-    if (output == nullptr) continue;
-    const lyd_node* leaf = refusal.candidate.At(output, {"interface-name"});
-    if (leaf == nullptr || !IsOutputOf(TextOf(leaf), name)) continue;
-    if (++count > kMaxNamed) continue;
+    const lyd_node* leaf = OutputNameLeaf(refusal, route, name);
+    if (leaf == nullptr || ++count > kMaxNamed) continue;
     evidence.suspects.push_back({"output interface of a route", leaf});
     if (refusal.IsNew(route.entry)) {
       evidence.suspects.push_back(

@@ -83,8 +83,8 @@ class JsonReader {
                     : tree_->ModuleOf(open_.back().node);
       name_ = tree_->NumberOf(name);
     } else {
-      module_ = tree_->NumberOf(std::string_view(name).substr(0, colon));
-      name_ = tree_->NumberOf(std::string_view(name).substr(colon + 1));
+      module_ = tree_->NumberOf(std::string_view{name}.substr(0, colon));
+      name_ = tree_->NumberOf(std::string_view{name}.substr(colon + 1));
     }
     return true;
   }

@@ -37,7 +37,7 @@ void SourceTree::SetValue(Node node, std::string_view value) {
 }
 
 std::string_view SourceTree::ValueOf(Node node) const {
-  return std::string_view(values_).substr(items_[node].value_begin,
+  return std::string_view{values_}.substr(items_[node].value_begin,
                                           items_[node].value_size);
 }
 

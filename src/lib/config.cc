@@ -29,7 +29,6 @@ namespace {
 using internal::ElemValue;
 using internal::EntryPaths;
 using internal::HashIndex;
-using internal::MaapiCursor;
 using internal::ReadBuffers;
 using internal::RequireType;
 
@@ -196,17 +195,13 @@ void GenericConfig::ReadKeys(const std::string& path, unsigned int key_count,
 std::list<std::vector<std::string>> GenericConfig::get_key_list(
     const std::string& path, unsigned int key_count) const {
   std::list<std::vector<std::string>> rows;
-  if (maapi_exists(sock_, trans_->thandle, "%s", path.c_str()) != 1) {
-    return rows;
-  }
-
-  MaapiCursor cursor(sock_, trans_->thandle, path);
-  for (const maapi_cursor& row : cursor) {
-    std::vector<std::string>& keys = rows.emplace_back();
-    for (unsigned int i = 0; i < key_count; ++i) {
-      keys.push_back(internal::PrintKey<kKeyTextSize>(row.keys[i]));
-    }
-  }
+  internal::ForEachEntry(
+      sock_, trans_->thandle, path, [&](const maapi_cursor& row) {
+        std::vector<std::string>& keys = rows.emplace_back();
+        for (unsigned int i = 0; i < key_count; ++i) {
+          keys.emplace_back(internal::KeyText<kKeyTextSize>(row.keys[i]).text);
+        }
+      });
   return rows;
 }
 

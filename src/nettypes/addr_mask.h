@@ -21,11 +21,6 @@ int32_t ShorterPrefixLen(const Mask& a, const Mask& b) {
 }
 
 template <typename Mask>
-bool EqualMasks(const Mask& a, const Mask& b) {
-  return a.addr() == b.addr() && a.prefix_len() == b.prefix_len();
-}
-
-template <typename Mask>
 bool LessMask(const Mask& a, const Mask& b) {
   if (a.addr() != b.addr()) return a.addr() < b.addr();
   return a.prefix_len() < b.prefix_len();

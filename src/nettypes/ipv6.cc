@@ -59,7 +59,7 @@ std::string IPv6AddrMask::to_string() const {
 }
 
 bool operator==(const IPv6AddrMask& a, const IPv6AddrMask& b) {
-  return internal::EqualMasks(a, b);
+  return a.addr() == b.addr() && a.prefix_len() == b.prefix_len();
 }
 
 bool operator!=(const IPv6AddrMask& a, const IPv6AddrMask& b) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -141,6 +144,7 @@ TEST_F(FormatsTest, TheBytesOfAnOddTextAreInTheJsonReport) {
 TEST_F(FormatsTest, TimesAreInTheReportWhenAskedForAlone) {
   const std::string file = WriteAccepted("a.xml");
   EXPECT_FALSE(JsonOf(file, 0).contains("seconds"));
+  EXPECT_FALSE(JsonOf(file, 0).contains("times"));
   const ProgramResult result =
       Ipav({"check", "--timing", "--format", "json", file});
   const double time = DeviceOf(result, 0).at("seconds");
@@ -148,6 +152,53 @@ TEST_F(FormatsTest, TimesAreInTheReportWhenAskedForAlone) {
   EXPECT_LT(time, 60);
   ExpectIn(Ipav({"check", "--timing", "--format", "junit", file}).out,
            " time=\"");
+}
+
+TEST_F(FormatsTest, TimesOfEachPartAreThoseOfStandardError) {
+  const std::string running = WriteAccepted("running.xml");
+  const std::string file = WriteRefused("a.xml");
+  const ProgramResult result = Ipav(
+      {"check", "--timing", "--format", "json", "--running", running, file});
+  const json device = DeviceOf(result, 1);
+  const json& times = device.at("times");
+  const auto expect_told = [&](const std::string& what, const json& seconds) {
+    // As whole nanoseconds, which both were made of: else they could be
+    // rounded to either side.
+    const std::chrono::nanoseconds time(
+        std::llround(seconds.get<double>() * 1e9));
+    const std::chrono::duration<double, std::milli> milliseconds(time);
+    char line[256];
+    std::snprintf(line, sizeof(line), "timing: %s%.3f ms\n", what.c_str(),
+                  milliseconds.count());
+    ExpectIn(result.err, line);
+  };
+  expect_told(file + ": parse: ", times.at("candidate").at("parse"));
+  expect_told(running + ": text: ", times.at("running").at("text"));
+  expect_told(file + ": diff: ", times.at("diff"));
+  const json& commit = times.at("commit");
+  expect_told(file + ": child process: ", commit.at("child"));
+  ASSERT_FALSE(commit.at("ofPoints").empty());
+  const json& point = commit.at("ofPoints").at(0);
+  expect_told(file + ": " + point.at("point").get<std::string>() + ": " +
+                  std::to_string(point.at("calls").get<int>()) + " call" +
+                  (point.at("calls") == 1 ? "" : "s") + ", " +
+                  std::to_string(point.at("platformCalls").get<int>()) +
+                  " platform calls, ",
+              point.at("time"));
+  EXPECT_LE(commit.at("points"), commit.at("child"));
+  EXPECT_LE(commit.at("child"), device.at("seconds"));
+}
+
+TEST_F(FormatsTest, TimesSurviveASummary) {
+  const std::string result = folder_ / "1.json";
+  const std::string files[] = {WriteAccepted("a.xml"), WriteRefused("b.xml")};
+  Ipav({"check", "--timing", "--format", "json", "--output", result, "-j", "2",
+        files[0], files[1]});
+  const json before = json::parse(Contents(result));
+  const json after =
+      json::parse(Ipav({"summarize", "--format", "json", result}).out);
+  EXPECT_TRUE(before.at("devices").at(1).contains("times"));
+  EXPECT_EQ(after.at("devices"), before.at("devices"));
 }
 
 TEST_F(FormatsTest, TheSameInputGivesTheSameReport) {

@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Runs the console blocks of a document and compares what they print.
 
-  console_blocks.py --bin DIR --examples DIR [--update] DOCUMENT
+  console_blocks.py --bin DIR --root DIR [--update] DOCUMENT
 
 A block of the kind "console" holds commands behind "$ ", continued behind
 "> ", and what each prints, standard output and standard error as they come. A
 line "..." stands for any lines. All blocks of a document run in one shell, one
-behind the other, in a folder of their own with a copy of the examples; a block
-below the line "<!-- not run -->" is left out. --update writes the real output
+behind the other, in a folder of their own that looks like a clone in which
+"./dev build" was run; its name is printed as that of CLONE. A block below the
+line "<!-- not run: REASON -->" is left out. --update writes the real output
 into the document, to be looked at before it is committed.
 """
 
@@ -20,8 +21,14 @@ import subprocess
 import sys
 import tempfile
 
-NOT_RUN = "<!-- not run -->"
+import document
+
 ANY_LINES = "..."
+CLONE = "/home/you/ip-app-validation"
+
+# Where a build was made and all packages are there, these do nothing: so dev
+# can be run in the folder.
+TOOLS = {"cmake": "", "dpkg-query": "echo installed"}
 
 
 class Command:
@@ -35,34 +42,54 @@ class Command:
 def commands_of(lines):
     """The commands of a document, in their order."""
     commands = []
-    inside = False
-    last_text = ""
-    for number, line in enumerate(lines):
-        if not inside:
-            inside = line == "```console" and last_text != NOT_RUN
-            if line.strip():
-                last_text = line
-            continue
-        if line == "```":
-            inside = False
-            last_text = line
-        elif line.startswith("$ "):
+    for block in document.blocks_of(lines):
+        if block.kind == "console" and not block.why_not_run():
+            commands += commands_of_block(block)
+    return commands
+
+
+def commands_of_block(block):
+    commands = []
+    for number, line in enumerate(block.lines, block.begin):
+        if line.startswith("$ "):
             commands.append(Command(number))
             commands[-1].text.append(line[2:])
-        elif (line + " ").startswith("> ") and not commands[-1].expected:
+        elif not commands:
+            sys.exit(f"line {number + 1}: no command stands above this output")
+        elif re.match("> |>$", line) and not commands[-1].expected:
             commands[-1].text.append(line[2:])
         else:
             commands[-1].expected.append(line)
-        if inside and commands:
-            commands[-1].end = number + 1
+        commands[-1].end = number + 1
     return commands
+
+
+def make_clone(work, arguments):
+    root, binaries = map(os.path.abspath, (arguments.root, arguments.bin))
+    shutil.copytree(os.path.join(root, "examples"), f"{work}/examples")
+    shutil.copy(os.path.join(root, "dev"), work)
+    for name in ["bench", "docs"]:
+        os.symlink(os.path.join(root, name), f"{work}/{name}")
+    os.makedirs(f"{work}/build/dev")
+    os.symlink(binaries, f"{work}/build/dev/bin")
+
+
+def make_tools(folder):
+    os.mkdir(folder)
+    for name, command in TOOLS.items():
+        path = os.path.join(folder, name)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(f"#!/bin/sh\n{command}\n")
+        os.chmod(path, 0o755)
 
 
 def run(commands, arguments):
     """What each command prints, as lines."""
     with tempfile.TemporaryDirectory() as folder:
+        folder = os.path.realpath(folder)
         work = os.path.join(folder, "work")
-        shutil.copytree(arguments.examples, os.path.join(work, "examples"))
+        make_clone(work, arguments)
+        make_tools(f"{folder}/tools")
         # What a document leaves running, ends with it.
         script = ["trap 'kill $(jobs -p) 2>/dev/null' EXIT"]
         for number, command in enumerate(commands):
@@ -73,28 +100,26 @@ def run(commands, arguments):
                 *command.text,
                 "status=$?",
             ]
-        environment = dict(os.environ, LC_ALL="C.UTF-8", HOME=work)
-        path = os.path.abspath(arguments.bin)
-        environment["PATH"] = path + ":" + environment["PATH"]
+        path = f"{folder}/tools:{work}/build/dev/bin:" + os.environ["PATH"]
         subprocess.run(
             ["bash", "-c", "\n".join(script)],
             cwd=work,
-            env=environment,
+            env=dict(os.environ, LC_ALL="C.UTF-8", HOME=work, PATH=path),
             stdin=subprocess.DEVNULL,
             timeout=100,
             check=False,
         )
         return [
-            read_lines(os.path.join(folder, str(number)))
+            read_output(f"{folder}/{number}", work)
             for number in range(len(commands))
         ]
 
 
-def read_lines(path):
+def read_output(path, work):
     if not os.path.exists(path):
         return ["(not run: the shell ended before)"]
     with open(path, encoding="utf-8") as file:
-        return file.read().splitlines()
+        return file.read().replace(work, CLONE).splitlines()
 
 
 def matches(expected, printed):
@@ -117,12 +142,12 @@ def update(path, lines, commands, outputs):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--bin", required=True, help="folder of ipav")
-    parser.add_argument("--examples", required=True)
+    parser.add_argument("--root", required=True, help="the clone")
     parser.add_argument("--update", action="store_true")
     parser.add_argument("document")
     arguments = parser.parse_args()
 
-    lines = read_lines(arguments.document)
+    lines = document.read_lines(arguments.document)
     commands = commands_of(lines)
     if not commands:
         sys.exit(f"{arguments.document}: no command to run")

@@ -60,6 +60,19 @@ class Written {
   ipav::source::SourceText source_;
 };
 
+// One interface "a", whose name ends line 2, with that behind its name.
+inline std::string XmlInterface(const std::string& inner) {
+  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
+         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>\n" +
+         inner + "</l3></interface></config>\n";
+}
+
+inline std::string JsonInterface(const std::string& members) {
+  return "{\"vorplex-config:config\": {\"interface\": {\n"
+         "\"ipapp:l3\": [{\"name\": \"a\",\n" +
+         members + "}]}}}\n";
+}
+
 }  // namespace host_test
 
 #endif  // TESTS_HOST_SOURCE_FIXTURES_H_

@@ -13,26 +13,8 @@ namespace {
 
 using host_test::Written;
 
-// One interface "a" with those members behind its name, which ends line 2.
 Written Interface(const std::string& members) {
-  return Written(
-      "{\"vorplex-config:config\": {\"interface\": {\n"
-      "\"ipapp:l3\": [{\"name\": \"a\",\n" +
-      members + "}]}}}\n");
-}
-
-TEST(SourceJsonTest, ALeafIsMarkedAtItsValue) {
-  const Written text =
-      Interface("  \"ipv4\": {\"address\": {\n    \"ip\": \"10.1.1.1/24\"}}");
-  EXPECT_EQ(text.Place("/config/interface/l3{a}/ipv4/address/ip"),
-            "4:11:\"10.1.1.1/24\"");
-}
-
-TEST(SourceJsonTest, AnEntryIsMarkedAtItsFirstKeyAndAContainerAtItsBrace) {
-  const Written text = Interface("\"vrf\": \"red\"");
-  EXPECT_EQ(text.Place("/config/interface/l3{a}"), "2:23:\"a\"");
-  EXPECT_EQ(text.Place("/config/interface"), "1:41:{");
-  EXPECT_EQ(text.Place("/config"), "1:27:{");
+  return Written(host_test::JsonInterface(members));
 }
 
 TEST(SourceJsonTest, NumbersEndWhereTheyEnd) {
@@ -54,27 +36,6 @@ TEST(SourceJsonTest, WordsAreValues) {
   EXPECT_EQ(
       Interface("\"enabled\": false").Place("/config/interface/l3{a}/enabled"),
       "3:12:false");
-}
-
-TEST(SourceJsonTest, KeysAndNamesAreFoundBehindTheirEscapes) {
-  const Written text(
-      "{\"vorplex-config\\u003aconfig\": {\"interface\": {\"ipapp:mgmt\": [\n"
-      "{\"name\": \"a\\\"b\\\\\", \"vrf\": \"\\\"}\"},\n"
-      "{\"name\": \"\\u00fc\", \"vr\\u0066\": \"x\"}]}}}");
-  EXPECT_EQ(text.Place("/config/interface/mgmt{\"a\\\"b\\\\\"}/vrf"),
-            "2:27:\"\\\"}\"");
-  EXPECT_EQ(text.Place("/config/interface/mgmt{\xc3\xbc}/vrf"), "3:32:\"x\"");
-}
-
-TEST(SourceJsonTest, MembersOfOneNameBelongToTheirOwnEntry) {
-  const Written text(
-      "{\"vorplex-config:config\": {\"interface\": {\"ipapp:l3\": [\n"
-      "{\"name\": \"a\", \"vrf\": \"x\"}, {\"vrf\": \"y\", \"name\": \"b\"}],\n"
-      "\"ipapp:loopback\": [{\"name\": \"a\", \"vrf\": \"z\"}]}}}");
-  EXPECT_EQ(text.Place("/config/interface/l3{a}/vrf"), "2:22:\"x\"");
-  EXPECT_EQ(text.Place("/config/interface/l3{b}/vrf"), "2:36:\"y\"");
-  EXPECT_EQ(text.Place("/config/interface/l3{b}"), "2:49:\"b\"");
-  EXPECT_EQ(text.Place("/config/interface/loopback{a}/vrf"), "3:41:\"z\"");
 }
 
 TEST(SourceJsonTest, ArraysMayStandInObjectsOfArrays) {
@@ -125,42 +86,6 @@ TEST(SourceJsonTest, LinesColumnsAndByteOrderMarksAreThoseOfCharacters) {
       "\"\xc3\xbc\xf0\x9f\x98\x80\", \"vrf\": \"red\"}]}}}\r\n");
   EXPECT_EQ(text.Place("/config/interface/l3{a}/vrf"), "3:57:\"red\"");
   EXPECT_EQ(text.MarkOf("/config/interface/l3{a}/description")->length, 4U);
-}
-
-TEST(SourceJsonTest, ATextOnOneLineIsShownAroundThePlace) {
-  std::string entries;
-  for (int i = 0; i < 1000; ++i) {
-    entries += (i == 0 ? "" : ",") + std::string("{\"name\":\"if") +
-               std::to_string(i) + "\",\"vrf\":\"v" + std::to_string(i) + "\"}";
-  }
-  const Written text(
-      "{\"vorplex-config:config\":{\"interface\":{\"ipapp:l3\":[" + entries +
-      "]}}}");
-  const Mark mark = *text.MarkOf("/config/interface/l3{if777}/vrf");
-  EXPECT_EQ(mark.line, 1U);
-  EXPECT_EQ(Written::MarkedIn(mark), "\"v777\"");
-  EXPECT_LT(mark.source_line.size(), 2000U);
-}
-
-TEST(SourceJsonTest, WhatTheTextDoesNotHaveHasNoPlace) {
-  const Written text = Interface("\"vrf\": \"red\"");
-  EXPECT_EQ(text.Place("/config/interface/l3{a}/enabled"), "");  // a default
-  EXPECT_EQ(text.Place("/internal/vrf-config"), "");
-}
-
-TEST(SourceJsonTest, ATextThatIsNoJsonHasThePlacesInFrontOfTheFault) {
-  for (const char* text :
-       {"{", "[", "[1]", "{\"", "{\"a", "{\"a\\", "{\"a\":", "{\"a\":[[[1]]]",
-        "1", "{}}", "\"\\", "{\"a\":1e9"}) {
-    SourceTree tree;
-    ReadJson(text, 0, &tree);  // and reads nothing outside of it
-  }
-  SourceTree tree;
-  ReadJson("{\"a:b\": 1, \"c", 0, &tree);
-  const SourceTree::Node first = tree.FirstChild(SourceTree::kRoot);
-  ASSERT_NE(first, SourceTree::kNone);
-  EXPECT_EQ(tree.ValueOf(first), "1");
-  EXPECT_EQ(tree.Next(first), SourceTree::kNone);
 }
 
 }  // namespace

@@ -165,7 +165,8 @@ TEST_P(Screenshot, IsTakenInLightAndDarkWithoutAComplaint) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Windows, Screenshot,
-                         ::testing::Values(Window{3, 390}, Window{300, 1280},
+                         ::testing::Values(Window{3, 390}, Window{100, 800},
+                                           Window{300, 1280},
                                            Window{3000, 2000}));
 
 // --- What the browser made of it
@@ -201,10 +202,10 @@ TEST_F(Browser, FitsIntoANarrowWindow) {
       Write("frame.html",
             "<html><head><title>?</title></head><body><script>"
             "onmessage = event => { document.title = event.data; };</script>"
-            "<iframe src=\"probe.html\" width=\"390\" height=\"900\" "
+            "<iframe src=\"probe.html\" width=\"360\" height=\"900\" "
             "frameborder=\"0\"></iframe></body></html>");
   const ProcessResult browser = Open(frame, 1280, Scheme::kLight, "--dump-dom");
-  EXPECT_NE(browser.out.find("<title>390 390</title>"), std::string::npos)
+  EXPECT_NE(browser.out.find("<title>360 360</title>"), std::string::npos)
       << browser.out.substr(0, 2000);
 }
 

@@ -36,6 +36,8 @@ TEST(Escaped, ShowsControlCharactersBySymbol) {
   EXPECT_EQ(Escaped("\xc2\x85"), "\ufffd");  // U+0085
 }
 
+// Texts as they are meant to mislead.
+// NOLINTBEGIN(misc-misleading-bidirectional)
 TEST(Escaped, ShowsWhatTurnsTheDirectionOfWritingByNumber) {
   EXPECT_EQ(Escaped("a\xe2\x80\xae"
                     "b"),
@@ -43,6 +45,7 @@ TEST(Escaped, ShowsWhatTurnsTheDirectionOfWritingByNumber) {
   EXPECT_EQ(Escaped("\xe2\x81\xa6\xe2\x80\x8f\xd8\x9c"),
             "[U+2066][U+200F][U+061C]");
 }
+// NOLINTEND(misc-misleading-bidirectional)
 
 TEST(Escaped, ReplacesBytesThatAreNoUtf8) {
   EXPECT_EQ(Escaped("a\xff"
@@ -90,6 +93,13 @@ TEST(Count, NamesOneAndMany) {
   EXPECT_EQ(Count(0, "prefix", "prefixes"), "0 prefixes");
   EXPECT_EQ(Count(1, "prefix", "prefixes"), "1 prefix");
   EXPECT_EQ(Count(2, "prefix", "prefixes"), "2 prefixes");
+}
+
+TEST(Html, LetsAPathGoOnInTheNextLineInFrontOfANode) {
+  EXPECT_EQ(Html().Path("/config/l3{a&b}/ip{10.0.0.1/24}/x").str(),
+            "/config<wbr />/l3{a&amp;b}<wbr />/ip{10.0.0.1/24}<wbr />/x");
+  EXPECT_EQ(Html().Path("point").str(), "point");
+  EXPECT_EQ(Html().Path("").str(), "");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,7 +15,6 @@
 #include "fixtures.h"
 #include "page_tree.h"
 #include "report/html.h"
-#include "report/whole_file.h"
 #include "view/address_plan.h"
 #include "view/change_list.h"
 
@@ -117,11 +117,12 @@ DeviceView OverlapView() {
 template <typename Fill>
 std::string PageOf(const Fill& fill) {
   const TempDir folder;
-  HtmlWriter writer(folder.path() + "/page.html");
+  const std::string path = folder.path() + "/page.html";
+  HtmlWriter writer(path);
   writer.Begin();
   fill(&writer);
   writer.End();
-  std::ifstream file(writer.file(), std::ios::binary);
+  std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -308,6 +309,39 @@ TEST(Page, ShowsTheFirstConflictsOfVeryManyAndAllWhenAsked) {
             Texts{"20 more conflicts"});
 }
 
+// A prefix around so many others, of which the last is new.
+PageTree WidePage(int others) {
+  std::string all = L3("wide", "10.1.0.1/16");
+  for (int i = 0; i < others - 1; ++i) {
+    all +=
+        L3("i" + std::to_string(i), "10.1." + std::to_string(i + 1) + ".1/24");
+  }
+  return PageTree(
+      PageOf(Refused({}), View(all, all + L3("last", "10.1.200.1/24"), {})));
+}
+
+TEST(Page, TellsHowManyMoreAPrefixOverlapsWith) {
+  const std::string why =
+      "//div[@class='clash']//tr[th='10.1.0.1/16']//span[@class='why']";
+  EXPECT_EQ(WidePage(4).Texts(why + "[4]"),
+            Texts{"overlaps with l3 last 10.1.200.1/24"});
+  EXPECT_EQ(WidePage(4).Count(why), 4U);
+  EXPECT_EQ(WidePage(5).Texts(why + "[5]"), Texts{"and with 1 other"});
+  EXPECT_EQ(WidePage(60).Texts(why + "[5]"), Texts{"and with 56 others"});
+}
+
+TEST(Page, ShowsWhatChangedOfALargeConflictAndAllOfItWhenAsked) {
+  const PageTree wide = WidePage(60);
+  const Texts shown = wide.Texts("//div[@class='clash']/table//tbody//th");
+  EXPECT_EQ(shown.size(), 12U);
+  EXPECT_EQ(shown.front(), "10.1.0.1/16");
+  EXPECT_EQ(shown.back(), "10.1.200.1/24");
+  EXPECT_EQ(wide.Texts("//div[@class='clash']/details/summary"),
+            Texts{"49 more prefixes of this conflict"});
+  EXPECT_EQ(wide.Count("//div[@class='clash']/details//tbody/tr"), 49U);
+  EXPECT_EQ(WidePage(11).Count("//div[@class='clash']/details"), 0U);
+}
+
 // --- Devices
 
 TEST(Page, HasALineAndASectionForEachDevice) {
@@ -437,8 +471,7 @@ TEST(Page, IsNotThereBeforeItsEnd) {
 }
 
 TEST(Page, RefusesAFileThatCannotBeWrittenAtOnce) {
-  EXPECT_THROW(HtmlWriter("/nowhere/at/all.html"),
-               ipav::cli::report::WriteError);
+  EXPECT_THROW(HtmlWriter("/nowhere/at/all.html"), std::runtime_error);
 }
 
 }  // namespace

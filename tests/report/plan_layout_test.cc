@@ -34,7 +34,7 @@ Network N(const std::string& text) {
   return network;
 }
 
-Space SpaceOf(std::vector<std::string> texts) {
+Space SpaceOf(const std::vector<std::string>& texts) {
   Space space;
   for (const std::string& text : texts) {
     space.prefixes.emplace_back();

@@ -24,10 +24,21 @@ nettypes::IPv6AddrMask ReadIpv6Mask(int sock, int thandle,
 
 // A key as text of at most `kSize` - 1 bytes.
 template <std::size_t kSize>
-std::string PrintKey(const confd_value_t& key) {
-  char text[kSize] = "";
-  static_cast<void>(confd_pp_value(text, sizeof(text), &key));
-  return text;
+struct KeyText {
+  explicit KeyText(const confd_value_t& key) {
+    text[0] = '\0';  // what a key that cannot be printed gives
+    static_cast<void>(confd_pp_value(text, sizeof(text), &key));
+  }
+  char text[kSize];
+};
+
+// Calls `visit` with each entry of a list, in the order of the database.
+template <typename Visit>
+void ForEachEntry(int sock, int thandle, const std::string& path, Visit visit) {
+  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return;
+
+  MaapiCursor cursor(sock, thandle, path);
+  for (const maapi_cursor& row : cursor) visit(row);
 }
 
 // Texts of keys in one piece of memory, in their order. No text holds a NUL.
@@ -72,17 +83,11 @@ template <std::size_t kSize>
 void ReadKeyTexts(int sock, int thandle, const std::string& path,
                   unsigned int key_count, KeyTexts* keys) {
   keys->Clear();
-  if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return;
-
-  MaapiCursor cursor(sock, thandle, path);
-  for (const maapi_cursor& row : cursor) {
+  ForEachEntry(sock, thandle, path, [&](const maapi_cursor& row) {
     for (unsigned int i = 0; i < key_count; ++i) {
-      char text[kSize];
-      text[0] = '\0';  // what a key that cannot be printed gives
-      static_cast<void>(confd_pp_value(text, sizeof(text), &row.keys[i]));
-      keys->Add(text);
+      keys->Add(KeyText<kSize>(row.keys[i]).text);
     }
-  }
+  });
 }
 
 // The first key of each entry as a text of its own.

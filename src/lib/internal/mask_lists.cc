@@ -53,6 +53,7 @@ class Membership {
     index_.Reserve(masks.size());
     records_.reserve(masks.size());
     for (const IPv4AddrMask& mask : masks) {
+      if (Has(mask)) continue;
       records_.push_back(&mask);
       index_.Add(HashOf(mask));
     }

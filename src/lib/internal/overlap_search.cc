@@ -33,6 +33,16 @@ const std::list<nettypes::IPv6AddrMask>& AddressesOf(
   return interface.ipv6;
 }
 
+// Borrowed, in their order.
+template <typename Mask>
+std::vector<const Interface*> WithAddresses(const Interfaces& interfaces) {
+  std::vector<const Interface*> some;
+  for (const Interface& interface : interfaces) {
+    if (!AddressesOf<Mask>(interface).empty()) some.push_back(&interface);
+  }
+  return some;
+}
+
 template <typename Mask>
 std::size_t CountPrefixes(const Interfaces& interfaces) {
   std::size_t count = 0;
@@ -76,14 +86,6 @@ std::pair<const Mask*, const Mask*> FirstPair(const std::list<Mask>& masks,
   return {};
 }
 
-// The first pair of two interfaces of which one has few prefixes.
-template <typename Mask>
-std::pair<const Mask*, const Mask*> FirstPair(const Interface& a,
-                                              const Interface& b) {
-  if (!ShareAddressSpace(a.vrf_name, b.vrf_name)) return {};
-  return FirstPair(AddressesOf<Mask>(a), AddressesOf<Mask>(b));
-}
-
 // The first interface from one position on, and before another one, that
 // overlaps with `interface`.
 template <typename Mask>
@@ -92,7 +94,7 @@ OverlapWith<Mask> FirstOverlapping(const Interface& interface,
                                    std::size_t from, std::size_t to) {
   if (AddressesOf<Mask>(interface).size() <= kFewPrefixes) {
     for (std::size_t i = from; i < to; ++i) {
-      const auto masks = FirstPair<Mask>(interface, interfaces[i]);
+      const auto masks = FirstOverlap<Mask>(interface, interfaces[i]);
       if (masks.first != nullptr) return {&interfaces[i], masks};
     }
     return {};
@@ -223,11 +225,13 @@ bool OverlapSearch<Mask>::HasFewPrefixes() const {
 template <typename Mask>
 std::pair<const Interface*, const Interface*>
 OverlapSearch<Mask>::FirstOtherByPairs() const {
+  const auto interfaces = WithAddresses<Mask>(interfaces_);
   for (const Interfaces* others : others_) {
     for (const Interface& other : *others) {
-      for (const Interface& interface : interfaces_) {
-        if (FirstPair<Mask>(interface, other).first != nullptr) {
-          return {&other, &interface};
+      if (AddressesOf<Mask>(other).empty()) continue;
+      for (const Interface* interface : interfaces) {
+        if (FirstOverlap<Mask>(*interface, other).first != nullptr) {
+          return {&other, interface};
         }
       }
     }

@@ -5,9 +5,9 @@
 // prefix stand in front of it and contain each other: a chain with at most one
 // link per prefix length. One sweep in that order keeps the chain of the
 // prefix at hand, and each link knows the lowest ranks of itself and all above.
-// That is one step per prefix; and the order takes one pass per octet in which
-// prefixes differ, in twice the memory, and no comparisons, whose cost would
-// grow with the number and the disorder of the prefixes.
+// That is one step per prefix; and the order of more than a few takes one pass
+// per octet in which prefixes differ, in twice the memory, and no comparisons,
+// whose cost would grow with the number and the disorder of the prefixes.
 #ifndef IPAV_SRC_LIB_INTERNAL_PREFIX_SWEEP_H_
 #define IPAV_SRC_LIB_INTERNAL_PREFIX_SWEEP_H_
 

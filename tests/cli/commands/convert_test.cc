@@ -205,11 +205,12 @@ TEST_F(ConvertTest, SaysThatTheOutputCannotBeWritten) {
       Ipav({"convert", kRunning, "--output", folder_ / "no/such"});
   EXPECT_EQ(missing.status, 2);
   EXPECT_EQ(missing.err, "ipav: " + (folder_ / "no/such").string() +
-                             ": cannot be written\n");
+                             ": the configuration cannot be written: No such "
+                             "file or directory\n");
   const ProcessResult full =
       Ipav({"convert", kRunning, "--output", "/dev/full"});
   EXPECT_EQ(full.status, 2);
-  EXPECT_EQ(full.err, "ipav: /dev/full: cannot be written\n");
+  EXPECT_EQ(full.err, "ipav: /dev/full: the configuration cannot be written\n");
 }
 
 TEST_F(ConvertTest, RefusesAnUnknownFormat) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "findings/catalogue.h"
 #include "fixture.h"
 
 namespace ipav::testing {
@@ -115,6 +116,101 @@ TEST_F(ExplainTest, ReadsWhatCheckPrints) {
             "network address.\n"
             "\n  <interface> is l3 printers\n  <prefix> is 10.12.50.0/24\n\n" +
                 std::string(kNetworkAddress));
+}
+
+// What `explain -` prints of a report, which is all known.
+std::string ExplainedReport(const std::string& file) {
+  const ProcessResult result =
+      RunProcess({"/bin/sh", "-c", IPAV_PROGRAM " explain - < " + file});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  return result.out;
+}
+
+TEST_F(ExplainTest, ReadsAReportAsATerminalShowsIt) {
+  const ProcessResult report =
+      Ipav({"check", "--all", "--verbose", "--color", "always", "--running",
+            kRunning, kBranch + "address-is-network.xml"});
+  const std::string of_network = ExplainedReport(Write("report", report.out));
+  EXPECT_EQ(of_network.find("l3 printers ipv4 address 10.12.50.0/24 cannot be "
+                            "configured as network address.\n\n"),
+            0U)
+      << of_network;
+  EXPECT_EQ(of_network.find("\n---"), std::string::npos);
+}
+
+TEST_F(ExplainTest, LeavesOutAllOfAReportButTheTexts) {
+  const std::string text = kText;
+  const std::string report =
+      "a/candidate.xml: accepted (3 of 3 validation calls made)\n"
+      "b.xml: refused (1 of 3 validation calls made)\r\n" +
+      text +
+      " \r\n"
+      "  validation point: ipv4_addr_validation\r\n"
+      "  data path: /config/interface/l3\n"
+      "  b.xml:459:15: address, changed\n"
+      "    459 |           <ip>10.0.0.0/24</ip>\n"
+      "        |               ^~~~~~~~~~~\n"
+      "  note: several readings\n"
+      "  what to do: Take an address.\n"
+      "  see docs/messages.md#network-address\n"
+      "(refused without a text)\n"
+      "c.xml: not judged, bad input\n"
+      "  c.xml:1: no element\n"
+      "d.xml: not judged, the plug-in failed (0 of 3 validation calls made)\n"
+      "the plug-in failed: ended by signal 6\n"
+      "the plug-in threw an exception: stoul\n"
+      "shard 1 of 2 of 9 devices, 5 devices: 1 accepted, 2 refused, 1 bad "
+      "input, 1 failed\n";
+  EXPECT_EQ(ExplainedReport(Write("report", report)), ExplainedText());
+}
+
+TEST_F(ExplainTest, ReadsTheReportOfAFleet) {
+  const std::string folder = folder_;
+  fs::create_directories(folder_ / "fleet" / "a");
+  fs::copy_file(kRunning, folder_ / "fleet" / "a" / "running.xml");
+  fs::copy_file(kBranch + "address-is-network.xml",
+                folder_ / "fleet" / "a" / "candidate.xml");
+  fs::copy_file(kRunning, folder_ / "fleet" / "b.xml");
+  static_cast<void>(Write("fleet/c.xml", "<config"));
+  const ProcessResult report = Ipav({"check", folder + "/fleet"});
+  ASSERT_EQ(report.status, 2);
+  ASSERT_NE(report.out.find("3 devices: "), std::string::npos) << report.out;
+  const std::string explained = ExplainedReport(Write("report", report.out));
+  EXPECT_EQ(explained.find("l3 printers ipv4 address 10.12.50.0/24 "), 0U);
+  EXPECT_EQ(explained.find(kLine), std::string::npos) << explained;
+}
+
+TEST_F(ExplainTest, TellsOfATextInAReportThatItDoesNotKnow) {
+  const ProcessResult result = RunProcess(
+      {"/bin/sh", "-c", "printf 'xyzzy\n' | " IPAV_PROGRAM " explain -"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "ipav: no validation point, rule or text: xyzzy\n");
+}
+
+TEST_F(ExplainTest, KnowsARuleAsFindingsNameIt) {
+  EXPECT_EQ(OutputOf({"explain", "address-is-network"}), kNetworkAddress);
+  for (const findings::Message& rule : findings::Messages()) {
+    EXPECT_EQ(OutputOf({"explain", rule.rule}),
+              OutputOf({"explain", rule.anchor}))
+        << rule.rule;
+  }
+}
+
+TEST_F(ExplainTest, NoRuleIsNamedAsTheHeadingOfAnotherOne) {
+  for (const findings::Message& rule : findings::Messages()) {
+    for (const findings::Message& other : findings::Messages()) {
+      EXPECT_TRUE(rule.rule != other.anchor || &rule == &other) << rule.rule;
+    }
+  }
+}
+
+TEST_F(ExplainTest, SuggestsARuleAsFindingsNameIt) {
+  const ProcessResult result = Ipav({"explain", "ospf-vrf-difers"});
+  EXPECT_EQ(result.err.find("ipav: no validation point, rule or text: "
+                            "ospf-vrf-difers (nearest: ospf-vrf-differs"),
+            0U)
+      << result.err;
 }
 
 TEST_F(ExplainTest, ListsPointsAndRulesWithoutATopic) {

@@ -9,8 +9,9 @@ namespace {
 class HelpTest : public ::testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Commands, HelpTest,
-                         ::testing::Values("check", "commit", "convert", "diff",
-                                           "explain", "new", "points", "serve"),
+                         ::testing::Values("check", "commit", "completion",
+                                           "convert", "diff", "explain", "new",
+                                           "points", "serve", "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(HelpTest, HasExamplesAndTheReadmeNamesTheCommand) {

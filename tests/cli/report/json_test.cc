@@ -23,7 +23,9 @@ using cli::report::ReportFromJson;
 using cli::report::Shard;
 using cli::report::ToJson;
 using commit::Answer;
+using commit::CommitTimes;
 using commit::Outcome;
+using datastore::ReadingTimes;
 using findings::Culprit;
 using findings::Finding;
 using findings::Place;
@@ -79,6 +81,27 @@ void ExpectEqual(const Finding& actual, const Finding& expected) {
   }
 }
 
+void ExpectEqual(const ReadingTimes& actual, const ReadingTimes& expected) {
+  EXPECT_EQ(actual.text, expected.text);
+  EXPECT_EQ(actual.parse, expected.parse);
+  EXPECT_EQ(actual.validation, expected.validation);
+}
+
+void ExpectEqual(const CommitTimes& actual, const CommitTimes& expected) {
+  EXPECT_EQ(actual.child, expected.child);
+  EXPECT_EQ(actual.loading, expected.loading);
+  EXPECT_EQ(actual.planning, expected.planning);
+  EXPECT_EQ(actual.points, expected.points);
+  ASSERT_EQ(actual.of_points.size(), expected.of_points.size());
+  for (std::size_t i = 0; i < actual.of_points.size(); ++i) {
+    const commit::PointTimes& point = expected.of_points[i];
+    EXPECT_EQ(actual.of_points[i].opaque, point.opaque);
+    EXPECT_EQ(actual.of_points[i].calls, point.calls);
+    EXPECT_EQ(actual.of_points[i].platform_calls, point.platform_calls);
+    EXPECT_EQ(actual.of_points[i].time, point.time);
+  }
+}
+
 void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
   EXPECT_EQ(actual.number, expected.number);
   EXPECT_EQ(actual.running, expected.running);
@@ -86,6 +109,17 @@ void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
   EXPECT_EQ(actual.status, expected.status);
   EXPECT_EQ(actual.input_error, expected.input_error);
   EXPECT_EQ(actual.seconds, expected.seconds);
+  ASSERT_EQ(actual.times.has_value(), expected.times.has_value());
+  if (expected.times) {
+    ExpectEqual(actual.times->candidate, expected.times->candidate);
+    ASSERT_EQ(actual.times->running.has_value(),
+              expected.times->running.has_value());
+    if (expected.times->running) {
+      ExpectEqual(*actual.times->running, *expected.times->running);
+    }
+    EXPECT_EQ(actual.times->diff, expected.times->diff);
+    ExpectEqual(actual.outcome.times, expected.outcome.times);
+  }
   ExpectEqual(actual.outcome, expected.outcome);
   ASSERT_EQ(actual.findings.size(), expected.findings.size());
   for (std::size_t i = 0; i < actual.findings.size(); ++i) {
@@ -128,8 +162,8 @@ TEST(JsonReport, AnOddTextIsReadableAndHasItsBytesBesideIt) {
 TEST(JsonReport, WhatADeviceDoesNotHaveIsAbsent) {
   const Json json = ToJson(Accepted("a.xml"));
   for (const char* name :
-       {"number", "running", "seconds", "inputError", "failure", "pluginOutput",
-        "faults", "leftOpen", "debugLines"}) {
+       {"number", "running", "seconds", "times", "inputError", "failure",
+        "pluginOutput", "faults", "leftOpen", "debugLines"}) {
     EXPECT_FALSE(json.contains(name)) << name;
   }
   EXPECT_EQ(json.at("findings"), Json::array());

@@ -1,5 +1,6 @@
 #include "sample_reports.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +16,7 @@ using commit::Verdict;
 using findings::Finding;
 using findings::Novelty;
 using findings::Place;
+using namespace std::chrono_literals;
 
 constexpr char kL3[] = "/config/interface/l3";
 constexpr char kPoint[] = "ipv4_addr_validation";
@@ -25,6 +27,12 @@ Answer Yes(const std::string& point) {
 
 Answer No(const std::string& text) {
   return {kPoint, kL3, -1, text, std::nullopt};
+}
+
+cli::report::Times Timed(commit::CommitTimes* commit) {
+  *commit = {120ms, 1ms, 7us, 90ms, {{kPoint, 2, 33, 80ms}, {"x", 1, 0, 1ns}}};
+  const datastore::ReadingTimes running = {1ns, 0ns, 123456789ns};
+  return {{3ms, 4ms, 5ms}, running, 60us};
 }
 
 }  // namespace
@@ -53,6 +61,7 @@ DeviceReport Refused(const std::string& candidate) {
   report.candidate = candidate;
   report.running = "running.xml";
   report.seconds = 0.25;
+  report.times = Timed(&report.outcome.times);
   report.status = cli::kRefused;
   report.outcome.verdict = Verdict::kRefused;
   const std::string text =

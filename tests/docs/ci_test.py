@@ -1,0 +1,255 @@
+#!/usr/bin/env python3
+"""Runs the jobs of docs/ci.md: ci_test.py DOCUMENT IPAV EXAMPLES CHECK_SARIF
+
+Each job has what its system requires of it, and its commands run as they stand
+in a repository that is laid out as the document says. Only apt-get is played:
+it looks whether the packages are there that it shall install.
+"""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree
+
+import yaml
+
+import document
+
+DOCUMENT, IPAV, EXAMPLES, CHECK_SARIF = sys.argv[1:5]
+
+APT_GET = """#!/bin/sh
+[ "$1" = update ] && exit
+[ "$1" = install ] || exit 100
+for argument; do
+  case $argument in
+    ./*) [ -f "$argument" ] || exit 100; echo "installed: $argument" ;;
+  esac
+done
+"""
+
+# An accepted and a refused change of each example.
+CHANGES = {
+    ".xml": ("branch-router", "address-is-host.xml", "address-is-network.xml"),
+    ".json": ("campus-core", "ra-timers-tuned.json",
+              "ra-lifetime-one-above-max.json"),
+}
+REFUSED = ".xml"
+RULE = "address-is-network"
+TEXT = ("l3 printers ipv4 address 10.12.50.0/24 cannot be configured as "
+        "network address.")
+
+
+def examples():
+    blocks = document.blocks_of(document.read_lines(DOCUMENT))
+    return {block.example(): "\n".join(block.lines) + "\n"
+            for block in blocks if block.example()}
+
+
+def lay_out(folder, refused):
+    """The repository of the document, with a refused change or without."""
+    place = folder
+    for line in examples()["layout"].splitlines():
+        if line.endswith("/") and not line.startswith(" "):
+            place = folder / line
+            place.mkdir()
+            continue
+        path = place / line.strip()
+        path.parent.mkdir(exist_ok=True)
+        if path.suffix == ".deb":
+            path.write_bytes(b"")
+            continue
+        example, good, bad = CHANGES[path.suffix]
+        is_bad = refused and path.suffix == REFUSED
+        name = path.name
+        if path.stem == "candidate":
+            name = bad if is_bad else good
+        shutil.copy(pathlib.Path(EXAMPLES) / example / name, path)
+
+
+class JobTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.repository = pathlib.Path(place.name) / "repository"
+        self.repository.mkdir()
+        tools = pathlib.Path(place.name) / "tools"
+        tools.mkdir()
+        (tools / "apt-get").write_text(APT_GET, encoding="utf-8")
+        (tools / "apt-get").chmod(0o755)
+        self.path = f"{tools}:{pathlib.Path(IPAV).parent}:{os.environ['PATH']}"
+
+    def run_commands(self, commands):
+        """As both systems do in a container: the first failure ends it."""
+        return subprocess.run(
+            ["sh", "-e", "-c", commands], cwd=self.repository, check=False,
+            env={**os.environ, "PATH": self.path}, text=True,
+            stdout=subprocess.PIPE)
+
+
+class DocumentTest(JobTest):
+    def test_the_document_has_these_examples(self):
+        self.assertEqual(examples().keys(), {"layout", "github", "gitlab"})
+
+    def test_the_layout_has_devices_of_both_formats_and_the_packages(self):
+        lay_out(self.repository, refused=False)
+        found = {path.suffix for path in self.repository.rglob("candidate.*")}
+        self.assertEqual(found, set(CHANGES))
+        version = subprocess.run([IPAV, "--version"], check=True, text=True,
+                                 stdout=subprocess.PIPE).stdout.strip()
+        packages = self.repository / "packages"
+        self.assertEqual(
+            {path.name for path in packages.iterdir()},
+            {f"{name}_{version}_amd64.deb"
+             for name in ("ipav", "libip-app-validation")})
+
+
+class GithubTest(JobTest):
+    def setUp(self):
+        super().setUp()
+        self.workflow = yaml.safe_load(examples()["github"])
+        (self.job,) = self.workflow["jobs"].values()
+
+    def install_and_judge(self):
+        """Each step that is a script, until one fails."""
+        for step in self.job["steps"]:
+            if "run" not in step:
+                continue
+            result = self.run_commands(step["run"])
+            if result.returncode != 0:
+                break
+        return result
+
+    def sarif(self):
+        path = self.repository / self.upload()["with"]["sarif_file"]
+        return json.loads(path.read_text(encoding="utf-8"))
+
+    def upload(self):
+        (step,) = [step for step in self.job["steps"]
+                   if "upload-sarif@" in step.get("uses", "")]
+        return step
+
+    def test_has_the_keys_of_a_workflow(self):
+        # For YAML 1.1 the key "on" is a boolean.
+        self.assertEqual(self.workflow.keys(),
+                         {"name", True, "permissions", "jobs"})
+        self.assertEqual(self.workflow[True], ["pull_request"])
+        self.assertEqual(self.job["runs-on"], "ubuntu-latest")
+        self.assertLessEqual(self.job.keys(),
+                             {"runs-on", "container", "steps"})
+
+    def test_has_the_keys_of_steps(self):
+        for step in self.job["steps"]:
+            self.assertEqual(("run" in step) + ("uses" in step), 1, step)
+            self.assertLessEqual(step.keys(),
+                                 {"name", "if", "run", "uses", "with"})
+        uses = [step["uses"] for step in self.job["steps"] if "uses" in step]
+        for action in uses:
+            self.assertRegex(action, r"^[\w-]+(/[\w-]+)+@v\d+$")
+        self.assertTrue(uses[0].startswith("actions/checkout@"))
+
+    def test_may_upload_findings_also_behind_a_refusal(self):
+        self.assertEqual(self.workflow["permissions"]["contents"], "read")
+        self.assertEqual(self.workflow["permissions"]["security-events"],
+                         "write")
+        self.assertEqual(self.upload()["if"], "always()")
+        self.assertIs(self.upload(), self.job["steps"][-1])
+
+    def test_installs_both_packages(self):
+        lay_out(self.repository, refused=False)
+        (script,) = [step["run"] for step in self.job["steps"]
+                     if "apt-get" in step.get("run", "")]
+        result = self.run_commands(script)
+        self.assertEqual(result.returncode, 0)
+        self.assertEqual(result.stdout.count("installed: ./packages/"), 2)
+
+    def test_is_green_where_all_changes_are_accepted(self):
+        lay_out(self.repository, refused=False)
+        self.assertEqual(self.install_and_judge().returncode, 0)
+        self.assertEqual(self.sarif()["runs"][0]["results"], [])
+
+    def test_shows_a_refusal_at_its_line_and_fails(self):
+        lay_out(self.repository, refused=True)
+        self.assertEqual(self.install_and_judge().returncode, 1)
+        (result,) = self.sarif()["runs"][0]["results"]
+        self.assertEqual(result["ruleId"], RULE)
+        self.assertEqual(result["message"]["text"], TEXT)
+        place = result["locations"][0]["physicalLocation"]
+        file = self.repository / place["artifactLocation"]["uri"]
+        line = place["region"]["startLine"]
+        text = file.read_text(encoding="utf-8").splitlines()[line - 1]
+        self.assertIn("<ip>10.12.50.0/24</ip>", text)
+
+    def test_the_findings_have_the_structure_of_sarif(self):
+        lay_out(self.repository, refused=True)
+        self.install_and_judge()
+        log = self.repository / self.upload()["with"]["sarif_file"]
+        check = subprocess.run([sys.executable, CHECK_SARIF, "cat", log],
+                               check=False)
+        self.assertEqual(check.returncode, 0)
+
+    def test_a_file_that_is_none_fails_and_is_shown(self):
+        lay_out(self.repository, refused=False)
+        broken = next(self.repository.rglob("candidate.xml"))
+        broken.write_text("<config", encoding="utf-8")
+        self.assertEqual(self.install_and_judge().returncode, 2)
+        (invocation,) = self.sarif()["runs"][0]["invocations"]
+        (told,) = invocation["toolExecutionNotifications"]
+        self.assertEqual(told["descriptor"]["id"], "bad-input")
+
+
+class GitlabTest(JobTest):
+    def setUp(self):
+        super().setUp()
+        (self.job,) = yaml.safe_load(examples()["gitlab"]).values()
+
+    def install_and_judge(self):
+        return self.run_commands(
+            "\n".join(self.job["before_script"] + self.job["script"]))
+
+    def failures(self):
+        path = self.repository / self.job["artifacts"]["reports"]["junit"]
+        return xml.etree.ElementTree.parse(path).findall(".//failure")
+
+    def test_has_the_keys_of_a_job(self):
+        self.assertEqual(self.job.keys(),
+                         {"image", "before_script", "script", "artifacts"})
+        for command in self.job["before_script"] + self.job["script"]:
+            self.assertIsInstance(command, str)
+        artifacts = self.job["artifacts"]
+        self.assertEqual(artifacts.keys(), {"when", "paths", "reports"})
+        self.assertEqual(artifacts["when"], "always")
+        self.assertEqual(artifacts["reports"].keys(), {"junit"})
+
+    def test_installs_both_packages(self):
+        lay_out(self.repository, refused=False)
+        result = self.run_commands("\n".join(self.job["before_script"]))
+        self.assertEqual(result.returncode, 0)
+        self.assertEqual(result.stdout.count("installed: ./packages/"), 2)
+
+    def test_is_green_where_all_changes_are_accepted(self):
+        lay_out(self.repository, refused=False)
+        self.assertEqual(self.install_and_judge().returncode, 0)
+        self.assertEqual(self.failures(), [])
+
+    def test_lists_a_refusal_and_fails(self):
+        lay_out(self.repository, refused=True)
+        self.assertEqual(self.install_and_judge().returncode, 1)
+        (failure,) = self.failures()
+        self.assertEqual(failure.get("message"), TEXT)
+
+    def test_keeps_a_page_with_the_refusal(self):
+        lay_out(self.repository, refused=True)
+        self.install_and_judge()
+        for path in self.job["artifacts"]["paths"]:
+            page = (self.repository / path).read_text(encoding="utf-8")
+            self.assertIn(TEXT, page)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

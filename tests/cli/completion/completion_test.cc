@@ -152,7 +152,8 @@ TEST_P(Completion, ScriptHasNoErrorOfSyntax) {
 TEST_P(Completion, OffersTheSubcommandsFirst) {
   const Words commands = Commands();
   EXPECT_EQ(Offers({"ipav", ""}), WordSet(commands.begin(), commands.end()));
-  EXPECT_EQ(Offers({"ipav", "co"}), (WordSet{"commit", "completion", "convert"}));
+  EXPECT_EQ(Offers({"ipav", "co"}),
+            (WordSet{"commit", "completion", "convert"}));
 }
 
 TEST_P(Completion, OffersTheOptionsOfTheProgramAndOfEachSubcommand) {

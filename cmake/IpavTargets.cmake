@@ -8,9 +8,12 @@ target_compile_options(ipav_build_flags INTERFACE
     -Wold-style-cast>
   $<$<BOOL:${IPAV_WERROR}>:-Werror>)
 if(IPAV_SANITIZE)
+  # GCC cannot follow what is initialized through the sanitizers' own code, and
+  # tells so of the headers of the C++ library.
   target_compile_options(ipav_build_flags INTERFACE
     -fsanitize=${IPAV_SANITIZE} -fno-sanitize-recover=all
-    -fno-omit-frame-pointer)
+    -fno-omit-frame-pointer
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(ipav_build_flags INTERFACE -fsanitize=${IPAV_SANITIZE})
 endif()
 if(IPAV_COVERAGE)

@@ -19,6 +19,7 @@
 #include "judge.h"
 #include "report/device_html.h"
 #include "report/html.h"
+#include "report/output_file.h"
 #include "timing.h"
 
 namespace ipav::cli {
@@ -49,6 +50,20 @@ bool IsFleet(const CheckOptions& options) {
   };
   return std::any_of(options.candidates.begin(), options.candidates.end(),
                      is_folder);
+}
+
+// What a report would replace is often what somebody meant to read.
+void RefuseToReplaceInputs(const CheckOptions& options,
+                           const std::vector<Device>& devices) {
+  if (options.report.output.empty() && options.page.empty()) return;
+  std::vector<std::string> inputs = {options.running};
+  for (const Device& device : devices) {
+    inputs.push_back(device.candidate);
+    inputs.push_back(device.running);
+  }
+  report::RefuseToReplace(options.page, inputs);
+  inputs.push_back(options.page);
+  report::RefuseToReplace(options.report.output, inputs);
 }
 
 // For one device there is nobody to share it with: it reads its own, and can
@@ -112,6 +127,7 @@ ExitStatus Check(const Locations& locations, const CheckOptions& options) {
   report::Run run;
   std::vector<Device> devices =
       fleet::FindDevices(options.candidates, options.running);
+  RefuseToReplaceInputs(options, devices);
   run.list_size = devices.size();
   run.shard = options.shard;
   if (run.shard) devices = fleet::PartOf(devices, *run.shard);

@@ -41,6 +41,8 @@ int Run(int argc, char** argv) {
                "ipav");
   app.footer(kNotes);
   app.set_version_flag("--version", IPAV_VERSION);
+  // Behind a subcommand, the name of another one is a file or a topic.
+  app.require_subcommand(0, 1);
 
   const ipav::cli::Locations locations = ipav::cli::FindLocations();
   const std::vector<command_line::Command> commands = {

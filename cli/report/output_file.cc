@@ -33,6 +33,25 @@ mode_t NewMode() {
 
 }  // namespace
 
+void RefuseToReplace(const std::string& output,
+                     const std::vector<std::string>& others) {
+  std::error_code error;
+  if (output.empty() || (std::filesystem::exists(output, error) &&
+                         !std::filesystem::is_regular_file(output, error))) {
+    return;
+  }
+  const std::string target = BehindLinks(output);
+  for (const std::string& other : others) {
+    if (other.empty()) continue;
+    if (BehindLinks(other) != target &&
+        !std::filesystem::equivalent(other, output, error)) {
+      continue;
+    }
+    throw std::runtime_error(output + ": would be replaced, and is needed as " +
+                             other);
+  }
+}
+
 void OutputFile::Fail(int error) const {
   std::string text = path_.empty() ? "" : path_ + ": ";
   text.append("the ").append(what_).append(" cannot be written");

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace ipav::cli::report {
 
@@ -42,6 +43,12 @@ class OutputFile {
   std::string temporary_;  // beside it; empty: the new file has no name yet
   std::FILE* stream_ = stdout;
 };
+
+// Throws std::runtime_error where the file of an output is one that is read, or
+// that of another output; by what names does not matter. Empty is no file, and
+// what is no regular file has room for all.
+void RefuseToReplace(const std::string& output,
+                     const std::vector<std::string>& others);
 
 }  // namespace ipav::cli::report
 

@@ -284,6 +284,26 @@ TEST_F(FormatsTest, AFolderThatMustNotBeWrittenIsToldBeforeAnythingIsJudged) {
   EXPECT_EQ(Contents(output), "old\n");
 }
 
+TEST_F(FormatsTest, NoInputIsReplacedByAReport) {
+  const std::string file = WriteAccepted("a.xml");
+  const std::string text = Contents(file);
+  for (const char* option : {"--output", "--report"}) {
+    const ProgramResult result = Ipav({"check", option, file, file});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "ipav: " + file +
+                              ": would be replaced, and is needed as " + file +
+                              "\n");
+  }
+  const std::string page = in() + "/page";
+  EXPECT_EQ(Ipav({"check", "--output", page, "--report", page, file}).status,
+            2);
+  EXPECT_EQ(Ipav({"check", "--running", file, "--output", file,
+                  WriteAccepted("b.xml")})
+                .status,
+            2);
+  EXPECT_EQ(Contents(file), text);
+}
+
 TEST_F(FormatsTest, WithoutAReportTheOldFileStays) {
   const std::string output = Write("report.json", "old\n");
   const std::string plugin = Write("text.so", "no library\n");

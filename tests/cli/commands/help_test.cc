@@ -27,6 +27,31 @@ TEST_P(HelpTest, HasExamplesAndTheReadmeNamesTheCommand) {
             std::string::npos);
 }
 
+class CommandNameTest : public CommandTest,
+                        public ::testing::WithParamInterface<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(Commands, CommandNameTest,
+                         ::testing::Values("check", "commit", "completion",
+                                           "convert", "diff", "explain", "new",
+                                           "points", "serve", "summarize"),
+                         [](const auto& command) { return command.param; });
+
+TEST_P(CommandNameTest, IsAFileOrATopicBehindAnotherCommand) {
+  const std::string name = GetParam();
+  Write(name, ReadFile(kBranch + "address-is-network.xml"));
+  const std::string there = "cd " + folder_.string() + " && " IPAV_PROGRAM " ";
+  const ProcessResult check =
+      RunProcess({"/bin/sh", "-c", there + "check " + kRunning + " " + name});
+  EXPECT_EQ(check.status, 1) << check.err;
+  EXPECT_NE(check.out.find("\n" + name + ": refused"), std::string::npos)
+      << check.out;
+
+  const ProcessResult explain = Ipav({"explain", name});
+  EXPECT_EQ(explain.status, 2);
+  EXPECT_EQ(explain.out, "");
+  EXPECT_EQ(explain.err.find("ipav: " + name), 0U) << explain.err;
+}
+
 }  // namespace
 
 }  // namespace ipav::testing

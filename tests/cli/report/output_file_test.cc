@@ -12,6 +12,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace ipav::testing {
 
@@ -123,6 +124,43 @@ TEST_F(OutputFileTest, AFolderIsNoFile) {
   EXPECT_EQ(Error(folder_), folder_.string() +
                                 ": the report cannot be written: Is a "
                                 "directory");
+}
+
+std::string WhyNotReplaced(const std::string& output,
+                           const std::vector<std::string>& others) {
+  try {
+    cli::report::RefuseToReplace(output, others);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST_F(OutputFileTest, ThatIsReadIsRefusedByWhateverName) {
+  const std::string file = Write("running.xml", "<config/>");
+  const std::string link = folder_ / "link.xml";
+  const std::string hard = folder_ / "hard.xml";
+  fs::create_symlink(file, link);
+  fs::create_hard_link(file, hard);
+  for (const std::string& name :
+       {file, link, hard, (folder_ / "./running.xml").string()}) {
+    EXPECT_EQ(WhyNotReplaced(name, {"", "other.xml", file}),
+              name + ": would be replaced, and is needed as " + file);
+  }
+}
+
+TEST_F(OutputFileTest, OfTwoReportsIsRefusedThoughItIsNew) {
+  const std::string file = folder_ / "new";
+  EXPECT_EQ(WhyNotReplaced(file, {file}),
+            file + ": would be replaced, and is needed as " + file);
+}
+
+TEST_F(OutputFileTest, ThatNobodyReadsMayBeReplaced) {
+  const std::string file = Write("report.json", "old");
+  EXPECT_EQ(WhyNotReplaced(file, {"", Write("running.xml", ""), "missing"}),
+            "");
+  EXPECT_EQ(WhyNotReplaced("", {""}), "");
+  EXPECT_EQ(WhyNotReplaced("/dev/null", {"/dev/null"}), "");
 }
 
 }  // namespace

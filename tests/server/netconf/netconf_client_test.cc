@@ -53,7 +53,10 @@ class NetconfClientTest : public ::testing::Test {
     ASSERT_NE(mkdtemp(name.data()), nullptr);
     folder_ = name;
     nc_client_init();
-    nc_client_set_schema_searchpath(IPAV_NETCONF_YANG);
+    // A copy: what the client fetches, it puts beside them.
+    const fs::path modules = folder_ / "yang";
+    fs::copy(IPAV_NETCONF_YANG, modules);
+    nc_client_set_schema_searchpath(modules.c_str());
     StartServer();
     Connect();
     ASSERT_NE(session_, nullptr);

@@ -49,7 +49,9 @@ TEST_P(CommandNameTest, IsAFileOrATopicBehindAnotherCommand) {
   const ProcessResult explain = Ipav({"explain", name});
   EXPECT_EQ(explain.status, 2);
   EXPECT_EQ(explain.out, "");
-  EXPECT_EQ(explain.err.find("ipav: " + name), 0U) << explain.err;
+  EXPECT_EQ(
+      explain.err.find("ipav: no validation point, rule or text: " + name), 0U)
+      << explain.err;
 }
 
 }  // namespace

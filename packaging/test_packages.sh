@@ -58,6 +58,17 @@ expect 1 ipav check --running $branch/running.xml \
 has "l3 printers ipv4 address 10.12.50.0/24 cannot be configured as network"
 expect 0 ipav points
 has "point: ip_app_validation"
+expect 0 ipav explain overlap
+has "overlaps with"
+expect 0 sh -c 'ipav new >/new.xml && ipav convert /new.xml --output /new.json'
+expect 0 ipav check --report /page.html /new.json
+expect 0 test -s /page.html
+expect 0 ipav diff $branch/running.xml $branch/ra-timers-tuned.xml
+has "validate_ipv6_nd_ra_interval"
+expect 0 sh -c 'ipav serve --state /state --once 2>/serve.log &
+  until grep -q listening /serve.log; do sleep 0.1; done
+  ipav commit --to /state/netconf.sock /new.xml && wait'
+has "/new.xml: accepted"
 
 # 3. A host of somebody's own builds against the headers.
 expect 0 sh -c "$install g++ cmake make pkg-config man-db"

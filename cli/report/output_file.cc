@@ -47,8 +47,9 @@ void RefuseToReplace(const std::string& output,
         !std::filesystem::equivalent(other, output, error)) {
       continue;
     }
-    throw std::runtime_error(output + ": would be replaced, and is needed as " +
-                             other);
+    std::string text = output;
+    text.append(": would be replaced, and is needed as ").append(other);
+    throw std::runtime_error(text);
   }
 }
 

@@ -230,6 +230,9 @@ TEST_F(FleetTest, ACallerThatIgnoresTheEndOfItsChildrenChangesNothing) {
 }
 
 TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "UBSan opens a pipe to look at an object";
+#endif
   std::string expected;
   for (int i = 0; i < 30; ++i) {
     const std::string name = "fleet/" + std::to_string(10 + i) + ".xml";

@@ -211,7 +211,8 @@ TEST(AddressPlan, MarksExactlyThosePrefixesThatArithmeticFindsInConflict) {
         }
       }
     }
-    for (const Prefix& prefix : Plan(all, all).spaces[0].prefixes) {
+    const AddressPlan plan = Plan(all, all);
+    for (const Prefix& prefix : plan.spaces[0].prefixes) {
       const auto row =
           std::find_if(rows.begin(), rows.end(), [&](const Row& candidate) {
             return candidate.interface == prefix.interface;

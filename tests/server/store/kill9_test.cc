@@ -227,8 +227,11 @@ TEST(Kill9, LeavesTheOldConfigurationOrTheNewOne) {
   EXPECT_EQ(old + renewed + between, kills);
   if (kills >= 50) {
     EXPECT_GT(old, 0) << "no kill came early in a commit";
-    EXPECT_GT(renewed + between, 0) << "every kill came early";
     EXPECT_GT(commits, 0);
+  }
+  // The plug-in takes most of a commit, under a sanitizer nearly all of it.
+  if (kills >= 500) {
+    EXPECT_GT(renewed + between, 0) << "every kill came early";
   }
 }
 

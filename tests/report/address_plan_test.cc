@@ -8,15 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "fixtures.h"
+#include "interfaces_tree.h"
 
 namespace {
 
-using host_test::ProjectModel;
-using host_test::TempDir;
-using ipav::datastore::DataTree;
 using ipav::findings::Finding;
 using ipav::findings::Novelty;
+using ipav::testing::Tree;
 using ipav::view::AddressPlan;
 using ipav::view::PlanOf;
 using ipav::view::Prefix;
@@ -43,16 +41,6 @@ std::string L3(const std::string& name, const std::string& vrf,
   if (!vrf.empty()) text += "<vrf>" + vrf + "</vrf>";
   if (!ipv4.empty()) text += "<ipv4><address>" + ipv4 + "</address></ipv4>";
   return text + "<ipv6>" + ipv6 + "</ipv6></l3>";
-}
-
-DataTree Tree(const std::string& interfaces) {
-  if (interfaces.empty()) return DataTree::Empty(ProjectModel());
-  const TempDir files;
-  return DataTree::FromFile(
-      ProjectModel(),
-      files.Write("data.xml",
-                  "<config xmlns=\"urn:vorplex:config\"><interface>" +
-                      interfaces + "</interface></config>"));
 }
 
 AddressPlan Plan(const std::string& running, const std::string& candidate,

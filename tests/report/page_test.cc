@@ -13,6 +13,7 @@
 
 #include "datastore/diff.h"
 #include "fixtures.h"
+#include "interfaces_tree.h"
 #include "page_tree.h"
 #include "report/html.h"
 #include "view/address_plan.h"
@@ -20,7 +21,6 @@
 
 namespace {
 
-using host_test::ProjectModel;
 using host_test::TempDir;
 using ipav::cli::kBadInput;
 using ipav::cli::kPluginFailed;
@@ -36,6 +36,7 @@ using ipav::findings::Novelty;
 using ipav::findings::Place;
 using ipav::testing::FlawsOf;
 using ipav::testing::PageTree;
+using ipav::testing::Tree;
 
 using Texts = std::vector<std::string>;
 
@@ -82,16 +83,6 @@ DeviceReport Refused(std::vector<Finding> findings) {
   device.outcome.answers.resize(2);
   device.findings = std::move(findings);
   return device;
-}
-
-DataTree Tree(const std::string& interfaces) {
-  if (interfaces.empty()) return DataTree::Empty(ProjectModel());
-  const TempDir files;
-  return DataTree::FromFile(
-      ProjectModel(),
-      files.Write("data.xml",
-                  "<config xmlns=\"urn:vorplex:config\"><interface>" +
-                      interfaces + "</interface></config>"));
 }
 
 std::string L3(const std::string& name, const std::string& ip,

@@ -1,0 +1,25 @@
+// Trees of interfaces that a test writes down.
+#ifndef IPAV_TESTS_REPORT_INTERFACES_TREE_H_
+#define IPAV_TESTS_REPORT_INTERFACES_TREE_H_
+
+#include <string>
+
+#include "datastore/data_tree.h"
+#include "fixtures.h"
+
+namespace ipav::testing {
+
+// Of the elements of `interface`, in XML; empty for nothing configured.
+inline datastore::DataTree Tree(const std::string& interfaces) {
+  const datastore::Model& model = host_test::ProjectModel();
+  if (interfaces.empty()) return datastore::DataTree::Empty(model);
+  const host_test::TempDir files;
+  return datastore::DataTree::FromFile(
+      model, files.Write("data.xml",
+                         "<config xmlns=\"urn:vorplex:config\"><interface>" +
+                             interfaces + "</interface></config>"));
+}
+
+}  // namespace ipav::testing
+
+#endif  // IPAV_TESTS_REPORT_INTERFACES_TREE_H_

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "command_line/command.h"
@@ -36,6 +37,15 @@ constexpr char kNotes[] =
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
 
+// What is wrong with a command line, and where to read how one is written.
+std::runtime_error WithHelp(const CLI::App& app, const CLI::Error& error) {
+  const std::vector<CLI::App*> commands = app.get_subcommands();
+  const std::string command =
+      commands.empty() ? "" : commands.front()->get_name() + " ";
+  return std::runtime_error(std::string(error.what()) + " (see ipav " +
+                            command + "--help)");
+}
+
 int Run(int argc, char** argv) {
   CLI::App app("Judges IP configurations as a router would before a commit.",
                "ipav");
@@ -62,11 +72,13 @@ int Run(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {
     return app.exit(success);  // --help and --version
+  } catch (const CLI::ParseError& error) {
+    throw WithHelp(app, error);
   }
   for (const command_line::Command& command : commands) {
     if (command.app->parsed()) return command.run();
   }
-  throw CLI::RequiredError("A subcommand");
+  throw WithHelp(app, CLI::RequiredError("A command"));
 }
 
 }  // namespace

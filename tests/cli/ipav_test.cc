@@ -701,14 +701,15 @@ TEST_F(IpavTest, HelpShowsExamplesAndEndsWithStatus0) {
 }
 
 TEST_F(IpavTest, AWrongCommandLineIsOneLineOnStandardError) {
-  ExpectBadInput(Ipav({}), "ipav: A subcommand is required\n");
+  ExpectBadInput(Ipav({}), "ipav: A command is required (see ipav --help)\n");
   ExpectBadInput(Ipav({"frobnicate"}),
                  "ipav: The following argument was not expected: "
-                 "frobnicate\n");
-  ExpectBadInput(Ipav({"check"}), "ipav: candidate is required\n");
+                 "frobnicate (see ipav --help)\n");
+  ExpectBadInput(Ipav({"check"}),
+                 "ipav: candidate is required (see ipav check --help)\n");
   ExpectBadInput(Ipav({"check", "--frobnicate", kRunning}),
                  "ipav: The following argument was not expected: "
-                 "--frobnicate\n");
+                 "--frobnicate (see ipav check --help)\n");
 }
 
 TEST_F(IpavTest, AFileThatCannotBeReadIsNamed) {

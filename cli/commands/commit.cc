@@ -7,8 +7,10 @@
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 #include "datastore/model.h"
+#include "findings/catalogue.h"
 #include "netconf_client.h"
 
 namespace ipav::cli {
@@ -43,6 +45,15 @@ void Expect(const std::string& server,
   throw std::runtime_error(server + ": " + error->tag + ": " + error->message);
 }
 
+// Of a refusal that docs/messages.md knows.
+void PrintAdvice(const std::string& text) {
+  const std::vector<findings::Reading> readings = findings::ReadText(text);
+  if (readings.empty()) return;
+  const findings::Message& message = *readings.front().message;
+  fmt::print("  what to do: {}\n  see docs/messages.md#{}\n", message.advice,
+             message.anchor);
+}
+
 // As ipav check tells of it.
 ExitStatus Report(const std::string& file,
                   const std::optional<OperationError>& error) {
@@ -57,6 +68,7 @@ ExitStatus Report(const std::string& file,
     fmt::print("  validation point: {}\n", error->app_tag);
   }
   if (!error->path.empty()) fmt::print("  data path: {}\n", error->path);
+  PrintAdvice(error->message);
   return has_failed ? kPluginFailed : kRefused;
 }
 

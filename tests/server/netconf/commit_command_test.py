@@ -62,7 +62,10 @@ class CommitCommandTest(ServerTest):
                  "l3 a ipv4 address 10.0.0.0/24 cannot be configured as "
                  "network address.\n"
                  "  validation point: ipv4_addr_validation\n"
-                 "  data path: /vorplex-config:config/interface/ipapp:l3\n",
+                 "  data path: /vorplex-config:config/interface/ipapp:l3\n"
+                 "  what to do: Take an address of the subnet that a host may "
+                 "have, such as the next one.\n"
+                 "  see docs/messages.md#network-address\n",
                  ""))
         client = self.raw(server)
         for datastore in ["running", "candidate"]:

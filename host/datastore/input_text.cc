@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -97,6 +98,44 @@ void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
   }
 }
 
+// Behind the tag, comment, processing instruction or CDATA section that begins
+// at a place; the text's size for one without an end.
+std::size_t BehindMarkup(std::string_view text, std::size_t place) {
+  const auto behind = [&](std::string_view mark) {
+    const std::size_t end = text.find(mark, place);
+    return end == std::string_view::npos ? text.size() : end + mark.size();
+  };
+  const auto begins_with = [&](std::string_view mark) {
+    return text.compare(place, mark.size(), mark) == 0;
+  };
+  if (begins_with("<!--")) return behind("-->");
+  if (begins_with("<![CDATA[")) return behind("]]>");
+  if (begins_with("<?")) return behind("?>");
+  // The values of attributes may have a bracket.
+  while (place < text.size() && text[place] != '>') {
+    const char c = text[place++];
+    if (c == '"' || c == '\'') place = behind({&c, 1});
+  }
+  return std::min(place + 1, text.size());
+}
+
+// The end of a CDATA section is nothing that a value may have, but libyang
+// takes it for one (XML 1.0, section 2.4).
+void RefuseStrayEndOfCdata(const std::string& text, const std::string& path) {
+  constexpr char kEnd[] = "]]>";
+  std::size_t place = 0;
+  std::size_t end = text.find(kEnd);
+  while (end != std::string::npos) {
+    const std::size_t markup = std::min(text.find('<', place), text.size());
+    if (end < markup) {
+      throw InputError(path, LinesBefore(text, end) + 1,
+                       "contains ]]> outside of a CDATA section");
+    }
+    place = BehindMarkup(text, markup);
+    if (end < place) end = text.find(kEnd, place);
+  }
+}
+
 // Where the text is no UTF-8 (RFC 3629); its size when it is.
 std::size_t EndOfUtf8(const std::string& text) {
   const std::size_t start = NextOddity(text, 0);
@@ -184,7 +223,10 @@ InputText CheckText(const std::string& path, std::string bytes) {
   text.format = FormatOf(text.bytes, text.start, path);
   RefuseNul(text.bytes, path);
   RefuseOtherEncodings(text.bytes, path);
-  if (text.format == LYD_XML) RefuseNoXmlCharacters(text.bytes, path);
+  if (text.format == LYD_XML) {
+    RefuseNoXmlCharacters(text.bytes, path);
+    RefuseStrayEndOfCdata(text.bytes, path);
+  }
   if (text.format == LYD_JSON) RefuseBadJson(text.bytes, path);
   return text;
 }

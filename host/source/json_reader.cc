@@ -77,15 +77,16 @@ class JsonReader {
   bool key(const string_t& name) {
     tokens_.Take();
     const std::size_t colon = name.find(':');
-    if (colon == std::string::npos) {
+    // libyang takes an empty one for that of the node around, too.
+    if (colon == std::string::npos || colon == 0) {
       module_ = open_.back().node == SourceTree::kRoot
                     ? tree_->NumberOf("")
                     : tree_->ModuleOf(open_.back().node);
-      name_ = tree_->NumberOf(name);
     } else {
       module_ = tree_->NumberOf(std::string_view{name}.substr(0, colon));
-      name_ = tree_->NumberOf(std::string_view{name}.substr(colon + 1));
     }
+    const std::size_t local = colon == std::string::npos ? 0 : colon + 1;
+    name_ = tree_->NumberOf(std::string_view{name}.substr(local));
     return true;
   }
   bool end_object() { return Close(); }

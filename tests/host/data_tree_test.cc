@@ -239,6 +239,30 @@ TEST(DataFile, MayHoldTheCharactersBesideThoseOfNoXmlText) {
   }
 }
 
+TEST(BadDataFile, EndOfCdataOutsideOfCdataTellsItsLine) {
+  for (const std::string leaf :
+       {"<vrf>r]]>d</vrf>", "<vrf>]]></vrf>", "<vrf><![CDATA[r]]>]]></vrf>",
+        "<vrf>red</vrf>]]>", "<!-- it's -->]]><vrf>red</vrf>",
+        "<vrf a=\"'\">]]></vrf>"}) {
+    EXPECT_EQ(ErrorOfFile("data.xml", L3With(leaf)),
+              "data.xml:5: contains ]]> outside of a CDATA section")
+        << leaf;
+  }
+}
+
+TEST(DataFile, MayHoldTheEndOfCdataWhereItEndsNothing) {
+  for (const std::string markup :
+       {"<!-- ]]> -->", "<? ]]> ?>", "<!-- ' --><!-- ]]> ' -->"}) {
+    EXPECT_NE(NodeAt(Read(L3With(markup + "<vrf>red</vrf>")),
+                     "/config/interface/l3{a}/vrf"),
+              nullptr)
+        << markup;
+  }
+  EXPECT_NE(NodeAt(Read(L3With("<vrf><![CDATA[<red>]]></vrf>")),
+                   "/config/interface/l3{a}/vrf"),
+            nullptr);
+}
+
 // --- Data that the model does not have
 
 TEST(BadData, UnknownNodeTellsItsLineAndName) {

@@ -38,6 +38,13 @@ TEST(SourceJsonTest, WordsAreValues) {
       "3:12:false");
 }
 
+TEST(SourceJsonTest, AnEmptyModuleIsThatOfTheNodeAround) {
+  const Written text =
+      Interface("\":ipv4\": {\"address\": {\n\":ip\": \"10.1.1.1/24\"}}");
+  EXPECT_EQ(text.Place("/config/interface/l3{a}/ipv4/address/ip"),
+            "4:8:\"10.1.1.1/24\"");
+}
+
 TEST(SourceJsonTest, ArraysMayStandInObjectsOfArrays) {
   const Written text = Interface(
       "\"ipv4\": {\"address\": {\"secondary\": [ {\"ip\": \"10.0.0.1/24\"},\n"

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "datastore/libyang_error.h"
+#include "datastore/well_formed.h"
 
 namespace ipav::datastore {
 
@@ -233,6 +234,7 @@ DataTree DataTree::FromText(const Model& model, const InputText& text,
   DataTree result(model);
   result.format_ = text.format;
   const bool is_parsed = result.Parse(text.data().data(), text.format);
+  if (is_parsed) RequireWellFormed(text);
   const base::Duration parse = watch.Lap();
   if (!is_parsed || !result.Validate()) throw result.ErrorOf(text);
   RefuseDuplicates(result.tree_.get(), text.path);

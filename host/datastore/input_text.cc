@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <nlohmann/json.hpp>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -77,63 +76,6 @@ void RefuseNul(const std::string& text, const std::string& path) {
   const std::size_t nul = text.find('\0');
   if (nul == std::string::npos) return;
   throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
-}
-
-// Control characters but tab and line ends, U+FFFE and U+FFFF are in no XML
-// text (XML 1.0, section 2.2).
-bool IsNoXmlCharacter(const std::string& text, std::size_t place) {
-  const auto c = static_cast<unsigned char>(text[place]);
-  if (c < ' ') return c != '\t' && c != '\n' && c != '\r';
-  return c == 0xef && (text.compare(place, 3, "\xef\xbf\xbe") == 0 ||
-                       text.compare(place, 3, "\xef\xbf\xbf") == 0);
-}
-
-// libyang lets them pass inside of CDATA.
-void RefuseNoXmlCharacters(const std::string& text, const std::string& path) {
-  for (std::size_t place = NextOddity(text, 0); place < text.size();
-       place = NextOddity(text, place + 1)) {
-    if (!IsNoXmlCharacter(text, place)) continue;
-    throw InputError(path, LinesBefore(text, place) + 1,
-                     "contains a character that is in no XML text");
-  }
-}
-
-// Behind the tag, comment, processing instruction or CDATA section that begins
-// at a place; the text's size for one without an end.
-std::size_t BehindMarkup(std::string_view text, std::size_t place) {
-  const auto behind = [&](std::string_view mark) {
-    const std::size_t end = text.find(mark, place);
-    return end == std::string_view::npos ? text.size() : end + mark.size();
-  };
-  const auto begins_with = [&](std::string_view mark) {
-    return text.compare(place, mark.size(), mark) == 0;
-  };
-  if (begins_with("<!--")) return behind("-->");
-  if (begins_with("<![CDATA[")) return behind("]]>");
-  if (begins_with("<?")) return behind("?>");
-  // The values of attributes may have a bracket.
-  while (place < text.size() && text[place] != '>') {
-    const char c = text[place++];
-    if (c == '"' || c == '\'') place = behind({&c, 1});
-  }
-  return std::min(place + 1, text.size());
-}
-
-// The end of a CDATA section is nothing that a value may have, but libyang
-// takes it for one (XML 1.0, section 2.4).
-void RefuseStrayEndOfCdata(const std::string& text, const std::string& path) {
-  constexpr char kEnd[] = "]]>";
-  std::size_t place = 0;
-  std::size_t end = text.find(kEnd);
-  while (end != std::string::npos) {
-    const std::size_t markup = std::min(text.find('<', place), text.size());
-    if (end < markup) {
-      throw InputError(path, LinesBefore(text, end) + 1,
-                       "contains ]]> outside of a CDATA section");
-    }
-    place = BehindMarkup(text, markup);
-    if (end < place) end = text.find(kEnd, place);
-  }
 }
 
 // Where the text is no UTF-8 (RFC 3629); its size when it is.
@@ -223,10 +165,6 @@ InputText CheckText(const std::string& path, std::string bytes) {
   text.format = FormatOf(text.bytes, text.start, path);
   RefuseNul(text.bytes, path);
   RefuseOtherEncodings(text.bytes, path);
-  if (text.format == LYD_XML) {
-    RefuseNoXmlCharacters(text.bytes, path);
-    RefuseStrayEndOfCdata(text.bytes, path);
-  }
   if (text.format == LYD_JSON) RefuseBadJson(text.bytes, path);
   return text;
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/stopwatch.h"
+#include "datastore/well_formed.h"
 #include "datastore/xml_difference.h"
 
 namespace ipav::datastore {
@@ -71,6 +72,7 @@ bool Transaction::CompareTexts(const InputText& text) {
       !running_part_->Complete() || !part->Complete()) {
     return false;
   }
+  RequireWellFormed(*before);
   diff_.emplace(*running_part_, *part, candidate_);
   return true;
 }

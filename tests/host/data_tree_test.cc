@@ -218,15 +218,19 @@ TEST(BadDataFile, JsonNumberThatNoNumberHoldsIsNamedWithTheFile) {
   }
 }
 
+// What the XML parser says, behind that.
+constexpr char kNoXmlInLine5[] = "data.xml:5: no well-formed XML: ";
+
 TEST(BadDataFile, CharacterOfNoXmlTextTellsItsLineAlsoInsideCdata) {
   for (const std::string character : {"\x01", "\x08", "\x0b", "\x0c", "\x1f",
                                       "\xef\xbf\xbe", "\xef\xbf\xbf"}) {
-    for (const std::string& leaf :
-         {"<vrf><![CDATA[r" + character + "d]]></vrf>",
-          "<vrf>r" + character + "d</vrf>"}) {
-      EXPECT_EQ(ErrorOfFile("data.xml", L3With(leaf)),
-                "data.xml:5: contains a character that is in no XML text");
-    }
+    const std::string in_cdata = ErrorOfFile(
+        "data.xml", L3With("<vrf><![CDATA[r" + character + "d]]></vrf>"));
+    EXPECT_TRUE(StartsWith(in_cdata, kNoXmlInLine5)) << in_cdata;
+    EXPECT_EQ(in_cdata.find('\n'), std::string::npos) << in_cdata;
+    const std::string plain =
+        ErrorOfFile("data.xml", L3With("<vrf>r" + character + "d</vrf>"));
+    EXPECT_TRUE(StartsWith(plain, "data.xml:5: ")) << plain;
   }
 }
 
@@ -239,20 +243,32 @@ TEST(DataFile, MayHoldTheCharactersBesideThoseOfNoXmlText) {
   }
 }
 
-TEST(BadDataFile, EndOfCdataOutsideOfCdataTellsItsLine) {
+TEST(BadDataFile, XmlThatOnlySomeParsersTakeTellsItsLine) {
   for (const std::string leaf :
-       {"<vrf>r]]>d</vrf>", "<vrf>]]></vrf>", "<vrf><![CDATA[r]]>]]></vrf>",
-        "<vrf>red</vrf>]]>", "<!-- it's -->]]><vrf>red</vrf>",
-        "<vrf a=\"'\">]]></vrf>"}) {
-    EXPECT_EQ(ErrorOfFile("data.xml", L3With(leaf)),
-              "data.xml:5: contains ]]> outside of a CDATA section")
-        << leaf;
+       {"<vrf>r]]>d</vrf>", "<vrf><![CDATA[r]]>]]></vrf>",
+        "<!-- <!-- --><vrf>red</vrf>", "<? ?><vrf>red</vrf>",
+        "<?xml version=\"1.0\"?><vrf>red</vrf>"}) {
+    const std::string error = ErrorOfFile("data.xml", L3With(leaf));
+    EXPECT_TRUE(StartsWith(error, kNoXmlInLine5)) << leaf << ": " << error;
+  }
+}
+
+TEST(BadDataFile, LinesOfXmlThatIsNoneAreThoseOfTheFile) {
+  for (const std::string before :
+       {"", "\n", "\xef\xbb\xbf\n \n", "<?xml version=\"1.0\"\n?>\n",
+        "<!-- ]]>\n -->"}) {
+    const auto line = 5 + std::count(before.begin(), before.end(), '\n');
+    const std::string start =
+        "data.xml:" + std::to_string(line) + ": no well-formed XML: ";
+    const std::string error =
+        ErrorOfFile("data.xml", before + L3With("<vrf>]]></vrf>"));
+    EXPECT_TRUE(StartsWith(error, start)) << before << ": " << error;
   }
 }
 
 TEST(DataFile, MayHoldTheEndOfCdataWhereItEndsNothing) {
   for (const std::string markup :
-       {"<!-- ]]> -->", "<? ]]> ?>", "<!-- ' --><!-- ]]> ' -->"}) {
+       {"<!-- ]]> -->", "<?p ]]> ?>", "<!-- ' --><!-- ]]> ' -->"}) {
     EXPECT_NE(NodeAt(Read(L3With(markup + "<vrf>red</vrf>")),
                      "/config/interface/l3{a}/vrf"),
               nullptr)

@@ -190,6 +190,7 @@ void Edit(std::mt19937* random, Lines* lines) {
       "<b>2</b>",
       "<b>256</b>",
       "<!-- a comment -->",
+      "<!-- <!-- -->",
       "<ll><![CDATA[v<1]]></ll>",
       "<frob/>",
       "text",

@@ -1,0 +1,90 @@
+#include "datastore/well_formed.h"
+
+#include <libxml/parser.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "datastore/input_error.h"
+
+namespace ipav::datastore {
+
+namespace {
+
+// Behind an XML declaration, which can only stand at the very start.
+std::size_t BehindDeclaration(const InputText& text) {
+  const std::string& bytes = text.bytes;
+  if (bytes.compare(text.start, 5, "<?xml") != 0) return text.start;
+  const std::size_t end = bytes.find("?>", text.start);
+  return end == std::string::npos ? bytes.size() : end + 2;
+}
+
+// Hears a text piece by piece, and only whether it is well-formed XML.
+class XmlListener {
+ public:
+  XmlListener() {
+    xmlSAXHandler handler{};
+    handler.initialized = XML_SAX2_MAGIC;
+    handler.serror = [](void*, xmlErrorPtr) {};
+    parser_.reset(
+        xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, nullptr));
+    if (parser_ == nullptr) throw std::bad_alloc();
+    xmlCtxtUseOptions(parser_.get(),
+                      XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_IGNORE_ENC);
+  }
+
+  // False behind what no XML text has.
+  bool Hear(std::string_view piece, bool is_last = false) {
+    constexpr std::size_t kMost = std::size_t{1} << 20;
+    for (std::size_t at = 0; at < piece.size(); at += kMost) {
+      const std::string_view part = piece.substr(at, kMost);
+      const bool ends = is_last && at + part.size() == piece.size();
+      static_cast<void>(xmlParseChunk(parser_.get(), part.data(),
+                                      static_cast<int>(part.size()),
+                                      ends ? 1 : 0));
+      if (parser_->wellFormed == 0) return false;
+    }
+    return true;
+  }
+
+  const xmlError* error() const { return xmlCtxtGetLastError(parser_.get()); }
+
+ private:
+  struct Deleter {
+    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
+  };
+
+  std::unique_ptr<xmlParserCtxt, Deleter> parser_;
+};
+
+}  // namespace
+
+void RequireWellFormed(const InputText& text) {
+  if (text.format != LYD_XML) return;
+  // 1. YANG data may have several elements at the top, an XML document has one.
+  const std::size_t start = BehindDeclaration(text);
+  XmlListener listener;
+  if (listener.Hear("<data>") &&
+      listener.Hear(std::string_view{text.bytes}.substr(start)) &&
+      listener.Hear("</data>", true)) {
+    return;
+  }
+  // 2. What is wrong, in one line.
+  const xmlError* error = listener.error();
+  std::string reason = "no well-formed XML";
+  auto line = static_cast<unsigned long>(
+      std::count(text.bytes.data(), text.bytes.data() + start, '\n'));
+  if (error != nullptr && error->message != nullptr) {
+    const std::string_view message = error->message;
+    reason += ": ";
+    reason += message.substr(0, message.find('\n'));
+    line += static_cast<unsigned long>(error->line);
+  }
+  throw InputError(text.path, line, reason);
+}
+
+}  // namespace ipav::datastore

@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 
+#include "transport/element.h"
 #include "transport/hello.h"
 
 namespace ipav::transport {
@@ -25,6 +26,10 @@ constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 constexpr milliseconds kFarewell = std::chrono::seconds(5);
 
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
+
+// What the server answers with malformed-message, as it should an XML without
+// an element, which its library does not survive.
+constexpr std::string_view kMalformed = "<";
 
 }  // namespace
 
@@ -119,7 +124,8 @@ void Guard::ReadClient() {
 void Guard::FromClient(std::string_view message) {
   Restart();
   if (framing_.has_value()) {
-    to_server_ += Frame(Framing::kChunked, message);
+    to_server_ += Frame(Framing::kChunked,
+                        MayHaveElement(message) ? message : kMalformed);
     ++unanswered_;
     return;
   }
@@ -166,7 +172,8 @@ void Guard::WriteClient() {
 void Guard::WriteServer() {
   const std::optional<std::size_t> gone = server_.Write(to_server_);
   if (!gone.has_value()) {
-    server_ended_ = true;
+    // It has ended the session, and may have answered before: its end is where
+    // nothing more can be read.
     to_server_.clear();
     return;
   }

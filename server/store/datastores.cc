@@ -312,27 +312,34 @@ Result Datastores::CancelCommit(SessionId session,
   return TakeBack();
 }
 
+// As at a start: rules on changes would forbid many a way back.
+Result Datastores::JudgeWayBack() const {
+  return gate_.Judge(nullptr, pending_->before);
+}
+
 // Running is as it was before the confirmed commit, or, with an error, not.
 Result Datastores::TakeBack() {
-  // As at a start: rules on changes would forbid many a way back.
-  Result error = gate_.Judge(nullptr, pending_->before);
-  if (error.has_value()) return error;
-  error = SetRunning(pending_->before, {kRollbackFile});
+  if (Result error = JudgeWayBack()) return error;
+  Result error = SetRunning(pending_->before, {kRollbackFile});
   if (!error.has_value()) pending_.reset();
   return error;
 }
 
 // The same where there is nobody to tell. It is over then, in any case.
 void Datastores::TakeBackFor(const std::string& reason) {
-  const Result error = TakeBack();
-  if (!error.has_value()) {
-    notices_.push_back(kCommitIs + ("is taken back: " + reason));
+  if (const Result error = JudgeWayBack()) {
+    notices_.push_back(kCommitIs + ("stays, although " + reason + ": ") +
+                       error->message);
+    ForgetRollback();
+    pending_.reset();
     return;
   }
-  notices_.push_back(kCommitIs + ("stays, although " + reason + ": ") +
-                     error->message);
-  ForgetRollback();
+  const Result error = SetRunning(pending_->before, {kRollbackFile});
+  // A disk that fails keeps what to go back to, for the next start to do so.
+  running_ = pending_->before;
   pending_.reset();
+  notices_.push_back(kCommitIs + ("is taken back: " + reason));
+  if (error.has_value()) notices_.push_back(error->message);
 }
 
 Result Datastores::DiscardChanges(SessionId session) {

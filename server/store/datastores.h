@@ -159,6 +159,7 @@ class Datastores {
   Result CommitForNow(SessionId session, const CommitRequest& request,
                       const Configuration& configuration);
   Result CommitForGood(const Configuration& configuration);
+  Result JudgeWayBack() const;
   Result TakeBack();
   void TakeBackFor(const std::string& reason);
   void ForgetRollback();

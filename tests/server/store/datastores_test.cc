@@ -992,6 +992,49 @@ TEST(AFailingDisk, LeavesNothingThatUndoesALaterOperation) {
   }
 }
 
+TEST(AFailingDisk, DoesNotMakeAConfirmedCommitStay) {
+  for (const int times : {1, 100}) {
+    for (int number = 0;; ++number) {
+      Failures calls;
+      Server server("obeys_opaque", &calls);
+      server.Commit(kOne);
+      server.CommitForNow(kTwo);
+      static_cast<void>(server->TakeNotices());
+      server.Pass(seconds(600));
+      calls.FailAt(number, times);
+      server->CheckTime();
+      if (!calls.has_failed()) {
+        EXPECT_GE(number, 2);
+        break;
+      }
+      const std::string where =
+          "call " + std::to_string(number) + " of " + std::to_string(times);
+      calls.FailAt(0, 0);
+      EXPECT_EQ(server.running(), "<top><a>1</a></top>") << where;
+      EXPECT_FALSE(server->Deadline().has_value()) << where;
+      EXPECT_TRUE(Contains(NoticesOf(&server), "is taken back")) << where;
+      server.Restart();
+      EXPECT_EQ(server.running(), "<top><a>1</a></top>") << where;
+    }
+  }
+}
+
+TEST(AFailingDisk, ThatLetAConfirmedCommitEndLosesNoLaterOne) {
+  for (int number = 0; number < 6; ++number) {
+    Failures calls;
+    Server server("obeys_opaque", &calls);
+    server.Commit(kOne);
+    server.CommitForNow(kTwo);
+    server.Pass(seconds(600));
+    calls.FailAt(number, 100);
+    server->CheckTime();
+    calls.FailAt(0, 0);
+    server.Commit("<top NS><a>3</a></top>");
+    server.Restart();
+    EXPECT_EQ(server.running(), "<top><a>3</a></top>") << "call " << number;
+  }
+}
+
 TEST(AFailingDisk, LeavesTheCandidateAsItWas) {
   Failures calls;
   Server server("obeys_opaque", &calls);

@@ -735,12 +735,15 @@ TEST_F(AtStart, ADamagedFileIsRefusedAndLeftAsItIs) {
   EXPECT_TRUE(Succeeds(
       server_->CopyConfig(kMine, Datastore::kRunning, Datastore::kStartup)));
   server_.CommitForNow(kTwo);
-  for (const char* name : {"running.xml", "startup.xml", "rollback.xml"}) {
+  for (const char* name :
+       {"running.xml", "startup.xml", "rollback.xml", "version"}) {
     const std::string file = FileOf(name);
     fs::copy_file(file, file + ".kept");
     Damage(name);
     const auto size = fs::file_size(file);
-    EXPECT_TRUE(Contains(StartErrorOf(&server_), file + ": is damaged"));
+    const std::string error = StartErrorOf(&server_);
+    EXPECT_TRUE(Contains(error, file + ": is damaged"));
+    EXPECT_TRUE(Contains(error, "; put a copy of it back, or"));
     EXPECT_EQ(fs::file_size(file), size);
     fs::rename(file + ".kept", file);
   }
@@ -793,15 +796,45 @@ TEST_F(AtStart, AStartupWrittenByHandIsTaken) {
              "<top NS>\n  <a>hand</a>\n</top>\n");
   server_.Start();
   EXPECT_EQ(server_.running(), "<top><a>hand</a></top>");
+  server_.Stop();
+  fs::remove(FileOf("running.xml"));
+  std::ofstream(FileOf("startup.xml"))
+      << Xml("\xef\xbb\xbf<top NS><a>marked</a></top>");
+  server_.Start();
+  EXPECT_EQ(server_.running(), "<top><a>marked</a></top>");
+}
+
+TEST_F(AtStart, AStartupThatMayHaveLostItsContentEmptiesNothing) {
+  server_.Commit(kOne);
+  server_.Stop();
+  fs::remove(FileOf("running.xml"));
+  for (const char* text : {"", "\n"}) {
+    std::ofstream(FileOf("startup.xml")) << text;
+    EXPECT_EQ(StartErrorOf(&server_),
+              FileOf("startup.xml") +
+                  ": is damaged: it is empty; put a copy of it back, or move "
+                  "it away");
+  }
+  EXPECT_FALSE(fs::exists(FileOf("running.xml")));
+}
+
+TEST_F(AtStart, AStartupOfNothingIsTaken) {
+  server_.Commit(kOne);
+  EXPECT_TRUE(Succeeds(
+      server_->CopyConfig(kMine, InlineConfig{}, Datastore::kStartup)));
+  server_.Stop();
+  fs::remove(FileOf("running.xml"));
+  server_.Start();
+  EXPECT_EQ(server_.running(), "");
 }
 
 TEST_F(AtStart, AStartupThatIsNoConfigurationIsRefused) {
   server_.Stop();
-  for (const char* text :
-       {"", "<top", "{}", "<top xmlns=\"urn:m\"><x/></top>"}) {
+  for (const char* text : {"<top", "{}", "<top xmlns=\"urn:m\"><x/></top>"}) {
     std::ofstream(FileOf("startup.xml")) << text;
-    if (*text == '\0') continue;  // nothing configured, which is a choice
-    EXPECT_TRUE(Contains(StartErrorOf(&server_), "startup.xml: is refused: "));
+    const std::string error = StartErrorOf(&server_);
+    EXPECT_TRUE(Contains(error, "startup.xml: is refused: "));
+    EXPECT_TRUE(Contains(error, "put a copy of it back, or move it away"));
   }
 }
 
@@ -815,8 +848,8 @@ TEST_F(AtStart, ARunningThatIsRefusedIsNotLoaded) {
   EXPECT_EQ(StartErrorOf(&server_),
             FileOf("running.xml") +
                 ": is refused: refused for a reason. (refuse, at "
-                "/m:top/refuse); to start with another configuration, move it "
-                "away and put that in " +
+                "/m:top/refuse); put a copy of it back, or, to start with "
+                "another configuration, move it away and put that in " +
                 FileOf("startup.xml"));
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <set>
 #include <stdexcept>
 #include <string_view>
 
@@ -36,6 +37,15 @@ std::uint32_t PrintOptions(NC_WD_MODE defaults) {
   }
 }
 
+Refusal OneTooMany(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kBadElement,
+                  "",
+                  "",
+                  "One of this kind is there already.",
+                  {{"bad-element", name}}});
+}
+
 }  // namespace
 
 const lyd_node* Find(const lyd_node& parent, const char* name) {
@@ -62,6 +72,24 @@ Refusal MissingElement(const std::string& name) {
                   "",
                   "The operation needs an element " + name + ".",
                   {{"bad-element", name}}});
+}
+
+void CheckParts(const lyd_node& rpc) {
+  std::set<const lysc_node*> met;  // nodes, and choices between them
+  const lyd_node* child = nullptr;
+  LY_LIST_FOR(lyd_child(&rpc), child) {
+    if (child->schema == nullptr) continue;
+    bool is_new = met.insert(child->schema).second;
+    for (const lysc_node* node = child->schema->parent;
+         node != nullptr && (node->nodetype & (LYS_CHOICE | LYS_CASE)) != 0;
+         node = node->parent) {
+      if (node->nodetype == LYS_CHOICE && !met.insert(node).second) {
+        is_new = false;
+      }
+    }
+    if (!is_new) throw OneTooMany(child->schema->name);
+    CheckParts(*child);
+  }
 }
 
 Datastore DatastoreIn(const Call& call, const char* container) {

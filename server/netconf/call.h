@@ -38,6 +38,10 @@ std::optional<std::string> Text(const Call& call, const char* leaf);
 // For a part that the model asks for, but the library does not.
 Refusal MissingElement(const std::string& name);
 
+// Throws Refusal for an input with a part twice, or with two cases of a choice,
+// which the library lets through: nobody could tell which one is meant.
+void CheckParts(const lyd_node& rpc);
+
 // The datastore named by the container "source" or "target". Throws Refusal.
 store::Datastore DatastoreIn(const Call& call, const char* container);
 

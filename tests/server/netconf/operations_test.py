@@ -602,6 +602,27 @@ class WrongRequestTest(OperationsTest):
                 self.error(self.client.rpc(operation))
         self.assertEqual(self.names_in("running"), [])
 
+    def test_that_is_ambiguous_is_refused(self):
+        self.running(l3("kept", "10.0.0.1/24"))
+        both = "<running/><candidate/>"
+        for operation in [
+                f"<get-config><source>{both}</source></get-config>",
+                get_config(more="<source><candidate/></source>"),
+                get_config(more="<filter/><filter/>"),
+                f"<edit-config><target>{both}</target><default-operation>"
+                "replace</default-operation><config/></edit-config>",
+                edit("candidate", "", "<test-option>set</test-option>"
+                     "<test-option>test-only</test-option>"),
+                "<copy-config><target><running/></target><source><startup/>"
+                "<config/></source></copy-config>",
+                "<validate><source><candidate/><candidate/></source>"
+                "</validate>",
+                "<commit><confirmed/><confirm-timeout>1</confirm-timeout>"
+                "<confirm-timeout>2</confirm-timeout></commit>"]:
+            with self.subTest(operation):
+                self.refused(operation, "bad-element", "protocol")
+        self.assertEqual(self.names_in("running"), ["kept"])
+
     def test_that_is_no_xml_is_refused(self):
         self.client.send_message("<rpc")
         self.assertIn("malformed-message", self.client.receive())

@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 
+#include "transport/attributes.h"
 #include "transport/element.h"
 #include "transport/hello.h"
 
@@ -124,8 +125,9 @@ void Guard::ReadClient() {
 void Guard::FromClient(std::string_view message) {
   Restart();
   if (framing_.has_value()) {
-    to_server_ += Frame(Framing::kChunked,
-                        MayHaveElement(message) ? message : kMalformed);
+    to_server_ += MayHaveElement(message)
+                      ? Frame(Framing::kChunked, MarkAttributes(message))
+                      : Frame(Framing::kChunked, kMalformed);
     ++unanswered_;
     return;
   }

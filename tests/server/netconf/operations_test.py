@@ -300,6 +300,18 @@ class EditConfigTest(OperationsTest):
             edit("candidate", config(l3("a", operation="increase")))))
         self.assertEqual(self.names_in("candidate"), [])
 
+    def test_refuses_an_attribute_without_a_namespace(self):
+        self.running(l3("kept", "10.0.0.1/24"))
+        for attribute in ["operation", "insert", "anything"]:
+            with self.subTest(attribute):
+                content = config(f'<l3 xmlns="{IPAPP}" {attribute}="delete">'
+                                 "<name>kept</name></l3>")
+                error = self.refused(edit("candidate", content),
+                                     "operation-failed")
+                self.assertIn("no-namespace", error["error-message"])
+        self.ok("<commit/>")
+        self.assertEqual(self.names_in("running"), ["kept"])
+
     def test_keeps_nothing_of_an_edit_with_an_error(self):
         self.refused(
             edit("candidate", config(B, l3("x", operation="delete")),

@@ -13,6 +13,8 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kEndOfName = " \t\r\n=/>";
 
+constexpr std::string_view kPrefix = "no-namespace-of-";
+
 // What begins with a '<', and is no start tag, with its end.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kOthers =
     {{{"<!--", "-->"},
@@ -25,12 +27,12 @@ class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
 
-  // Where attributes begin that are to be marked.
-  std::vector<std::size_t> Run() {
+  // The names that are to be marked, as parts of the text.
+  std::vector<std::string_view> Run() {
     for (GoTo(text_.find('<')); !AtEnd(); GoTo(text_.find('<', at_))) {
       if (!SkipOther()) ReadTag();
     }
-    return std::move(places_);
+    return std::move(names_);
   }
 
  private:
@@ -44,13 +46,14 @@ class Scanner {
   }
 
   bool SkipOther() {
-    for (const auto& [begin, end] : kOthers) {
-      if (text_.substr(at_, begin.size()) != begin) continue;
-      at_ += begin.size();
-      GoBehind(end);
-      return true;
-    }
-    return false;
+    const auto* other =
+        std::find_if(kOthers.begin(), kOthers.end(), [this](const auto& each) {
+          return text_.substr(at_, each.first.size()) == each.first;
+        });
+    if (other == kOthers.end()) return false;
+    at_ += other->first.size();
+    GoBehind(other->second);
+    return true;
   }
 
   std::string_view ReadName() {
@@ -71,7 +74,6 @@ class Scanner {
   // False at the end of the tag, and where it is none.
   bool ReadAttribute(bool is_marked) {
     GoTo(text_.find_first_not_of(kBlanks, at_));
-    const std::size_t start = at_;
     const std::string_view name = ReadName();
     if (name.empty()) return false;
     GoTo(text_.find_first_not_of(" \t\r\n=", at_));
@@ -81,7 +83,7 @@ class Scanner {
     GoBehind(quote);
     if (is_marked && name != "xmlns" &&
         name.find(':') == std::string_view::npos) {
-      places_.push_back(start);
+      names_.push_back(name);
     }
     return true;
   }
@@ -89,7 +91,7 @@ class Scanner {
   std::string_view text_;
   std::size_t at_ = 0;
   bool has_root_ = false;
-  std::vector<std::size_t> places_;
+  std::vector<std::string_view> names_;
 };
 
 }  // namespace
@@ -97,8 +99,10 @@ class Scanner {
 std::string MarkAttributes(std::string_view message) {
   std::string marked;
   std::size_t done = 0;
-  for (const std::size_t place : Scanner(message).Run()) {
-    marked.append(message.substr(done, place - done)).append(kNoNamespace);
+  for (const std::string_view name : Scanner(message).Run()) {
+    const auto place = static_cast<std::size_t>(name.data() - message.data());
+    marked.append(message.substr(done, place - done));
+    marked.append(kPrefix).append(name).append(1, ':');
     done = place;
   }
   return marked.append(message.substr(done));

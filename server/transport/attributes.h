@@ -8,13 +8,10 @@
 
 namespace ipav::transport {
 
-// A prefix that nobody declares, so that the library refuses an attribute with
-// it, by its name.
-inline constexpr std::string_view kNoNamespace = "no-namespace:";
-
-// A message with that prefix before each attribute that has none, but those of
-// its root and of elements "filter", and declarations of namespaces. What is no
-// XML stays as wrong as it is.
+// A message in which these have a prefix that nobody declares, so that the
+// library refuses them: "no-namespace-of-NAME:NAME". Not those of its root and
+// of elements "filter", and no declarations of namespaces. What is no XML stays
+// as wrong as it is.
 std::string MarkAttributes(std::string_view message);
 
 }  // namespace ipav::transport

@@ -308,7 +308,8 @@ class EditConfigTest(OperationsTest):
                                  "<name>kept</name></l3>")
                 error = self.refused(edit("candidate", content),
                                      "operation-failed")
-                self.assertIn("no-namespace", error["error-message"])
+                self.assertIn(f"no-namespace-of-{attribute}",
+                              error["error-message"])
         self.ok("<commit/>")
         self.assertEqual(self.names_in("running"), ["kept"])
 

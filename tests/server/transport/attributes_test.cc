@@ -13,13 +13,15 @@ void ExpectUnchanged(const std::string& text) {
 
 TEST(AttributesTest, AreMarkedWhereTheyHaveNoNamespace) {
   EXPECT_EQ(MarkAttributes("<rpc><a operation=\"delete\"/></rpc>"),
-            "<rpc><a no-namespace:operation=\"delete\"/></rpc>");
-  EXPECT_EQ(MarkAttributes("<rpc><a\n b = 'c'\td='>'  >e='f'</a></rpc>"),
-            "<rpc><a\n no-namespace:b = 'c'\tno-namespace:d='>'  >e='f'</a>"
-            "</rpc>");
-  EXPECT_EQ(MarkAttributes("<rpc><a x:b='c'e='\"'><f g=''/></a></rpc>"),
-            "<rpc><a x:b='c'no-namespace:e='\"'><f no-namespace:g=''/></a>"
-            "</rpc>");
+            "<rpc><a no-namespace-of-operation:operation=\"delete\"/></rpc>");
+  EXPECT_EQ(
+      MarkAttributes("<rpc><a\n b = 'c'\td='>'  >e='f'</a></rpc>"),
+      "<rpc><a\n no-namespace-of-b:b = 'c'\tno-namespace-of-d:d='>'  >e='f'</a>"
+      "</rpc>");
+  EXPECT_EQ(
+      MarkAttributes("<rpc><a x:b='c'e='\"'><f g=''/></a></rpc>"),
+      "<rpc><a x:b='c'no-namespace-of-e:e='\"'><f no-namespace-of-g:g=''/></a>"
+      "</rpc>");
 }
 
 TEST(AttributesTest, OfTheRequestAreTheClients) {
@@ -52,7 +54,7 @@ TEST(AttributesTest, OfWhatIsNoXmlMayBeAnything) {
                            "<rpc><a / b", "<rpc><!--", "<rpc></", "text"}) {
     ExpectUnchanged(text);
   }
-  EXPECT_EQ(MarkAttributes("<rpc><a b='"), "<rpc><a no-namespace:b='");
+  EXPECT_EQ(MarkAttributes("<rpc><a b='"), "<rpc><a no-namespace-of-b:b='");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 
+#include "base/bytes.h"
 #include "transport/attributes.h"
 #include "transport/element.h"
 #include "transport/hello.h"
@@ -156,7 +157,12 @@ void Guard::FromServer(std::string_view message) {
     return;
   }
   Restart();
-  to_client_ += Frame(framing_.value_or(Framing::kChunked), message);
+  const Framing framing = framing_.value_or(Framing::kChunked);
+  // The library cuts what it quotes of a message, at times within a character.
+  const bool has_error = message.find("<rpc-error") != std::string_view::npos;
+  to_client_ += has_error
+                    ? Frame(framing, base::ToXmlText(std::string(message)))
+                    : Frame(framing, message);
   if (unanswered_ > 0) --unanswered_;
 }
 

@@ -126,6 +126,17 @@ TEST_F(GuardTest, KeepsAMessageWithoutAnElementFromTheServer) {
   EXPECT_EQ(reason_.get(), "");
 }
 
+TEST_F(GuardTest, GivesNoErrorThatIsNoXml) {
+  Start({});
+  Greet(kOldHello);
+  Send(client_, "<rpc>]]>]]>");
+  ExpectReceived(server_, "\n#5\n<rpc>\n##\n");
+  Send(server_, Frame(Framing::kChunked, "<rpc-error>ab\xc3</rpc-error>\n"));
+  ExpectReceived(client_, "<rpc-error>ab\xef\xbf\xbd</rpc-error>\n]]>]]>");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
 TEST_F(GuardTest, CarriesWhatIsMuchLargerThanABuffer) {
   Start({});
   Greet(ClientHello());

@@ -46,6 +46,15 @@ Refusal OneTooMany(const std::string& name) {
                   {{"bad-element", name}}});
 }
 
+Refusal UnknownAttribute(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kUnknownAttribute,
+                  "",
+                  "",
+                  "An element config has no attribute " + name + ".",
+                  {{"bad-attribute", name}, {"bad-element", "config"}}});
+}
+
 }  // namespace
 
 const lyd_node* Find(const lyd_node& parent, const char* name) {
@@ -102,6 +111,8 @@ Datastore DatastoreIn(const Call& call, const char* container) {
 }
 
 std::string ConfigIn(const lyd_node& config) {
+  // An operation is one of an element in it.
+  if (config.meta != nullptr) throw UnknownAttribute(config.meta->name);
   const auto& any = reinterpret_cast<const lyd_node_any&>(config);
   if (any.value_type == LYD_ANYDATA_DATATREE) {
     // An empty container may carry the edit that it is about.

@@ -49,7 +49,7 @@ store::Datastore DatastoreIn(const Call& call, const char* container);
 // the operation says which default values a datastore gives. Throws Refusal.
 store::Source SourceOf(const Call& call);
 
-// The content of an element config, in XML.
+// The content of an element config, in XML. Throws Refusal.
 std::string ConfigIn(const lyd_node& config);
 
 // What the operation says of default values; "explicit" where it says nothing.

@@ -64,10 +64,9 @@ class Scanner {
 
   void ReadTag() {
     ++at_;  // the '<'
-    const std::string_view name = ReadName();
+    ReadName();
     const bool is_root = !std::exchange(has_root_, true);
-    const bool is_filter = name.substr(name.find(':') + 1) == "filter";
-    while (ReadAttribute(!is_root && !is_filter)) {
+    while (ReadAttribute(!is_root)) {
     }
   }
 
@@ -81,8 +80,7 @@ class Scanner {
     if (quote != "\"" && quote != "'") return false;
     ++at_;
     GoBehind(quote);
-    if (is_marked && name != "xmlns" &&
-        name.find(':') == std::string_view::npos) {
+    if (is_marked && (name == "operation" || name == "insert")) {
       names_.push_back(name);
     }
     return true;

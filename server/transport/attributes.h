@@ -1,5 +1,5 @@
-// Attributes without a namespace, which the YANG library passes over in what it
-// has no model of: an operation="delete" in an edit would be taken for none.
+// Attributes "operation" and "insert" without a namespace. The YANG library
+// passes over what has none: an edit with operation="delete" would be a merge.
 #ifndef IPAV_SERVER_TRANSPORT_ATTRIBUTES_H_
 #define IPAV_SERVER_TRANSPORT_ATTRIBUTES_H_
 
@@ -9,9 +9,8 @@
 namespace ipav::transport {
 
 // A message in which these have a prefix that nobody declares, so that the
-// library refuses them: "no-namespace-of-NAME:NAME". Not those of its root and
-// of elements "filter", and no declarations of namespaces. What is no XML stays
-// as wrong as it is.
+// library refuses them: "no-namespace-of-NAME:NAME". Not those of its root,
+// whose attributes are the client's. What is no XML stays as wrong as it is.
 std::string MarkAttributes(std::string_view message);
 
 }  // namespace ipav::transport

@@ -14,36 +14,37 @@ void ExpectUnchanged(const std::string& text) {
 TEST(AttributesTest, AreMarkedWhereTheyHaveNoNamespace) {
   EXPECT_EQ(MarkAttributes("<rpc><a operation=\"delete\"/></rpc>"),
             "<rpc><a no-namespace-of-operation:operation=\"delete\"/></rpc>");
-  EXPECT_EQ(
-      MarkAttributes("<rpc><a\n b = 'c'\td='>'  >e='f'</a></rpc>"),
-      "<rpc><a\n no-namespace-of-b:b = 'c'\tno-namespace-of-d:d='>'  >e='f'</a>"
-      "</rpc>");
-  EXPECT_EQ(
-      MarkAttributes("<rpc><a x:b='c'e='\"'><f g=''/></a></rpc>"),
-      "<rpc><a x:b='c'no-namespace-of-e:e='\"'><f no-namespace-of-g:g=''/></a>"
-      "</rpc>");
+  EXPECT_EQ(MarkAttributes("<rpc><a\n b = 'c'\tinsert='>'  >operation='f'</a>"
+                           "</rpc>"),
+            "<rpc><a\n b = 'c'\tno-namespace-of-insert:insert='>'  >"
+            "operation='f'</a></rpc>");
+  EXPECT_EQ(MarkAttributes("<rpc><a x:b='c'insert = '\"'><f operation=''/></a>"
+                           "</rpc>"),
+            "<rpc><a x:b='c'no-namespace-of-insert:insert = '\"'>"
+            "<f no-namespace-of-operation:operation=''/></a></rpc>");
 }
 
 TEST(AttributesTest, OfTheRequestAreTheClients) {
-  ExpectUnchanged("<?xml version='1.0'?><rpc message-id='1' user='a'/>");
-  ExpectUnchanged("<!-- <a b='c'/> --><nc:rpc message-id='1'/>");
+  ExpectUnchanged("<?xml version='1.0'?><rpc operation='1' insert='a'/>");
+  ExpectUnchanged("<!-- <a b='c'/> --><nc:rpc operation='1'/>");
 }
 
-TEST(AttributesTest, OfAFilterAreItsType) {
+TEST(AttributesTest, WithANamespaceAreWhatTheySay) {
+  ExpectUnchanged("<rpc><a nc:operation='delete' yang:insert='first'/></rpc>");
+}
+
+TEST(AttributesTest, OfOtherNamesAreNobodys) {
   ExpectUnchanged("<rpc><get><filter type='xpath' select='/a'/></get></rpc>");
-  ExpectUnchanged("<rpc><x:filter type='subtree'/></rpc>");
-}
-
-TEST(AttributesTest, OfANamespaceAreNoneToMark) {
-  ExpectUnchanged("<rpc><a xmlns='urn:a' xmlns:b='urn:b' b:c='d'/></rpc>");
-  ExpectUnchanged("<rpc><a xml:lang='en'/></rpc>");
+  ExpectUnchanged(
+      "<rpc><a xmlns='urn:a' xmlns:b='urn:b' b:c='d' e='f'/></rpc>");
 }
 
 TEST(AttributesTest, AreNotWhatOnlyLooksLikeThem) {
   for (const char* text :
-       {"<rpc><!-- <a b='c'/> --></rpc>", "<rpc><![CDATA[<a b='c'/>]]></rpc>",
-        "<rpc><?a b='c'?></rpc>", "<rpc></rpc a='b'>", "<rpc>a='b'</rpc>",
-        "<rpc x='<a b=\"c\">'/>", "<!DOCTYPE a b='c'><rpc/>"}) {
+       {"<rpc><!-- <a insert='c'/> --></rpc>",
+        "<rpc><![CDATA[<a insert='c'/>]]></rpc>", "<rpc><?a insert='c'?></rpc>",
+        "<rpc></rpc insert='b'>", "<rpc>insert='b'</rpc>",
+        "<rpc x='<a insert=\"c\">'/>", "<!DOCTYPE a insert='c'><rpc/>"}) {
     ExpectUnchanged(text);
   }
 }
@@ -54,7 +55,8 @@ TEST(AttributesTest, OfWhatIsNoXmlMayBeAnything) {
                            "<rpc><a / b", "<rpc><!--", "<rpc></", "text"}) {
     ExpectUnchanged(text);
   }
-  EXPECT_EQ(MarkAttributes("<rpc><a b='"), "<rpc><a no-namespace-of-b:b='");
+  EXPECT_EQ(MarkAttributes("<rpc><a insert='"),
+            "<rpc><a no-namespace-of-insert:insert='");
 }
 
 }  // namespace

@@ -130,7 +130,8 @@ store::Source SourceOf(const Call& call) {
   const NC_WD_MODE defaults = DefaultsOf(call);
   if (defaults != NC_WD_ALL && defaults != NC_WD_TRIM) return datastore;
   return store::InlineConfig{Print(call.environment.datastores.Tree(datastore),
-                                   PrintOptions(defaults))};
+                                   PrintOptions(defaults)),
+                             datastore};
 }
 
 NC_WD_MODE DefaultsOf(const Call& call) {

@@ -397,6 +397,18 @@ class CopyConfigTest(OperationsTest):
         reply = self.client.rpc(get_config("startup"))
         self.assertEqual(len(list(reply.iter(f"{{{IPAPP}}}enabled"))), 1)
 
+    def test_of_nothing_empties_nothing_whatever_the_defaults(self):
+        self.running(A)
+        for mode in ["explicit", "report-all", "trim"]:
+            defaults = (f'<with-defaults xmlns="{DEFAULTS}">{mode}'
+                        "</with-defaults></copy-config>")
+            with self.subTest(mode):
+                self.refused(copy("startup", "running").replace(
+                    "</copy-config>", defaults), "data-missing")
+                self.refused(copy("running", "running").replace(
+                    "</copy-config>", defaults), "invalid-value")
+        self.assertEqual(self.names_in("running"), ["a"])
+
 
 class DeleteConfigTest(OperationsTest):
     def test_empties_startup(self):

@@ -295,6 +295,24 @@ TEST(Datastores, AConfigurationIsCopiedAsAWhole) {
   }
 }
 
+TEST(CopyConfig, OfACopyIsOneOfItsDatastore) {
+  Server server;
+  server.Commit(kOne);
+  EXPECT_TRUE(
+      FailsWith(server->CopyConfig(kMine, InlineConfig{"", Datastore::kStartup},
+                                   Datastore::kRunning),
+                ErrorTag::kDataMissing, "no startup"));
+  EXPECT_TRUE(
+      FailsWith(server->CopyConfig(kMine, InlineConfig{"", Datastore::kRunning},
+                                   Datastore::kRunning),
+                ErrorTag::kInvalidValue, "running is source and target"));
+  EXPECT_EQ(server.running(), "<top><a>1</a></top>");
+  EXPECT_TRUE(Succeeds(
+      server->CopyConfig(kMine, InlineConfig{Xml(kTwo), Datastore::kRunning},
+                         Datastore::kCandidate)));
+  EXPECT_EQ(server.candidate(), "<top><a>2</a></top>");
+}
+
 TEST(Datastores, WhatIsNoConfigurationIsNotCopied) {
   Server server;
   for (const Datastore target :

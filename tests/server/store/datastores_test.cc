@@ -295,7 +295,7 @@ TEST(Datastores, AConfigurationIsCopiedAsAWhole) {
   }
 }
 
-TEST(CopyConfig, OfACopyIsOneOfItsDatastore) {
+TEST(Datastores, ACopyOfOneWithOtherDefaultsIsOneOfIt) {
   Server server;
   server.Commit(kOne);
   EXPECT_TRUE(

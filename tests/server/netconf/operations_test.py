@@ -2,9 +2,10 @@
 
 import time
 import unittest
-from xml.etree.ElementTree import tostring
+from xml.etree import ElementTree
 
-from served import CONFIG, IPAPP, NETCONF, ServerTest, config, l3
+from served import (CONFIG, IPAPP, NETCONF, TEST_PLUGINS, ServerTest, config,
+                    l3, model_of)
 
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
@@ -364,7 +365,146 @@ class EditConfigTest(OperationsTest):
         self.assertEqual(self.names_in("running"), ["a"])
 
 
+MODEL = """
+  container top {
+    list first { key "k"; ordered-by user; leaf k { type string; }
+                 leaf v { type string; } }
+    list second { key "a b"; leaf a { type string; } leaf b { type int8; } }
+    leaf-list values { type string; ordered-by user; }
+    leaf-list numbers { type int8; }
+    choice way { leaf by-air { type string; } leaf by-sea { type string; }
+                 container by-land { leaf wheels { type uint8; } } }
+    container there { presence "it is there"; }
+    leaf state { config false; type string; }
+    anydata anything;
+  }
+"""
+
+
+class EditOfAnyModelTest(ServerTest):
+    """Edits that the configuration of interfaces has no room for."""
+
+    def setUp(self):
+        super().setUp()
+        self.server = self.serve("--plugin", f"{TEST_PLUGINS}/obeys_opaque.so",
+                                 "--yang", model_of(self.folder, MODEL))
+        self.client = self.raw(self.server)
+
+    def edit(self, content):
+        return self.client.rpc(edit(
+            "candidate", f'<top xmlns="urn:m" xmlns:m="urn:m" '
+            f'xmlns:nc="{NETCONF}" xmlns:yang="urn:ietf:params:xml:ns:yang:1">'
+            f"{content}</top>"))
+
+    def ok(self, content):
+        self.assert_ok(self.edit(content))
+
+    def texts(self, *names):
+        """Of the elements of these names, in their order."""
+        reply = self.client.rpc(get_config("candidate"))
+        return [part.text for part in reply.iter()
+                if part.tag in [f"{{urn:m}}{name}" for name in names]]
+
+    def test_puts_entries_where_they_are_wanted(self):
+        self.ok("<first><k>a</k></first><first><k>b</k></first>")
+        self.ok('<first yang:insert="first"><k>c</k></first>')
+        self.ok('<first yang:insert="last"><k>a</k></first>')
+        self.assertEqual(self.texts("k"), ["c", "b", "a"])
+        self.ok("<first yang:insert=\"before\" yang:key=\"[m:k='a']\">"
+                "<k>d</k></first>")
+        self.ok("<first yang:insert=\"after\" yang:key=\"[m:k='c']\">"
+                "<k>a</k></first>")
+        self.assertEqual(self.texts("k"), ["c", "a", "b", "d"])
+        self.ok("<values>a</values><values>b</values>"
+                '<values yang:insert="before" yang:value="b">c</values>')
+        self.assertEqual(self.texts("values"), ["a", "c", "b"])
+
+    def test_refuses_a_place_that_is_none(self):
+        self.ok("<first><k>a</k></first><numbers>1</numbers>")
+        for content, tag in [
+                ("<first yang:insert=\"after\" yang:key=\"[m:k='x']\">"
+                 "<k>b</k></first>", "bad-attribute"),
+                ('<first yang:insert="after"><k>b</k></first>',
+                 "missing-attribute"),
+                ("<first yang:insert=\"first\" yang:key=\"[m:k='a']\">"
+                 "<k>b</k></first>", "unknown-attribute"),
+                ('<values yang:insert="after" yang:value="x">b</values>',
+                 "bad-attribute"),
+                ('<numbers yang:insert="first">2</numbers>',
+                 "unknown-attribute")]:
+            with self.subTest(content):
+                error = self.assert_refused(self.edit(content), tag)
+                self.assertEqual(error.get("error-app-tag"),
+                                 "missing-instance"
+                                 if tag == "bad-attribute" else None)
+        self.assertEqual(self.texts("k", "numbers", "values"), ["a", "1"])
+
+    def test_knows_entries_by_all_their_keys(self):
+        self.ok("<second><b>1</b><a>x</a></second><second><a>x</a><b>2</b>"
+                "</second>")
+        self.assert_refused(self.edit("<second><a>x</a></second>"),
+                            "missing-element")
+        self.assert_refused(
+            self.edit('<second><a nc:operation="delete">x</a><b>1</b>'
+                      "</second>"), "unknown-attribute")
+        self.ok('<second nc:operation="delete"><a>x</a><b>+1</b></second>')
+        self.assertEqual(self.texts("b"), ["2"])
+
+    def test_keeps_one_case_of_a_choice(self):
+        self.ok("<by-air>a</by-air>")
+        self.ok("<by-land><wheels>4</wheels></by-land>")
+        self.assertEqual(self.texts("by-air", "by-sea", "wheels"), ["4"])
+        self.assert_refused(
+            self.edit("<by-air>a</by-air><by-sea>b</by-sea>"), "bad-element")
+        self.ok('<by-land nc:operation="remove"/><by-sea>b</by-sea>')
+        self.assertEqual(self.texts("by-air", "by-sea", "wheels"), ["b"])
+
+    def test_counts_values_once(self):
+        self.ok("<numbers>1</numbers><numbers>+1</numbers>")
+        for operation, number, tag in [("create", 1, "data-exists"),
+                                       ("delete", 2, "data-missing")]:
+            error = self.assert_refused(self.edit(
+                f'<numbers nc:operation="{operation}">{number}</numbers>'),
+                tag)
+            self.assertEqual(error["error-path"],
+                             f"/m:top/numbers[.='{number}']")
+        self.assert_refused(self.edit("<numbers>x</numbers>"),
+                            "invalid-value")
+        self.assertEqual(self.texts("numbers"), ["1"])
+
+    def test_tells_presence_from_state(self):
+        self.ok("<there/>")
+        self.assertEqual(self.texts("there"), [None])
+        self.assert_refused(self.edit('<there nc:operation="create"/>'),
+                            "data-exists")
+        self.ok('<there nc:operation="delete"/>')
+        self.assert_refused(self.edit('<there nc:operation="delete"/>'),
+                            "data-missing")
+        self.assert_refused(self.edit("<state>x</state>"), "unknown-element")
+
+    def test_keeps_anything_with_its_attributes(self):
+        self.ok('<anything><x xmlns="urn:x" y="z">text</x></anything>')
+        reply = self.client.rpc(get_config("candidate"))
+        [kept] = reply.iter("{urn:x}x")
+        self.assertEqual((kept.get("y"), kept.text), ("z", "text"))
+
+
 class CopyConfigTest(OperationsTest):
+    def test_copies_every_datastore_to_every_other(self):
+        names = ["running", "candidate", "startup"]
+        for source in names:
+            for to in names:
+                if source == to:
+                    self.refused(copy(source, to), "invalid-value")
+                    continue
+                with self.subTest(source=source, to=to):
+                    for number, name in enumerate(names):
+                        self.ok(copy("<config>" + config(l3(
+                            name, f"10.0.{number}.1/24")) + "</config>", name))
+                    self.ok(copy(source, to))
+                    self.assertEqual(self.names_in(to), [source])
+                    self.assertEqual(self.names_in(source), [source])
+
     def test_copies_a_datastore(self):
         self.running(A)
         self.ok(copy("running", "startup"))
@@ -478,6 +618,17 @@ class CommitTest(OperationsTest):
         time.sleep(1.5)
         self.assertEqual(self.names_in("running"), ["a"])
 
+    def test_has_its_time_again_with_a_second_one(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B)))
+        self.ok(self.confirmed("<confirm-timeout>2</confirm-timeout>"))
+        self.ok(edit("candidate", config(l3("c"))))
+        self.ok(self.confirmed("<confirm-timeout>600</confirm-timeout>"))
+        time.sleep(2.2)
+        self.assertEqual(self.names_in("running"), ["a", "b", "c"])
+        self.ok("<cancel-commit/>")
+        self.assertEqual(self.names_in("running"), ["a"])
+
     def test_is_cancelled(self):
         self.ok(edit("candidate", config(A)))
         self.ok(self.confirmed())
@@ -578,6 +729,16 @@ class LockTest(OperationsTest):
         self.server.wait_for_log("session 2 was cut off")
         self.ok(lock("running"))
 
+    def test_of_a_candidate_with_changes_is_denied(self):
+        self.ok(edit("candidate", config(A)))
+        for client in [self.client, self.other]:
+            reply = client.rpc(lock("candidate"))
+            self.assert_refused(reply, "lock-denied", "protocol")
+            self.assertEqual([part.text for part in reply.iter()
+                              if part.tag.endswith("session-id")], ["0"])
+        self.ok("<discard-changes/>")
+        self.ok(lock("candidate"))
+
     def test_of_others_is_not_given_back(self):
         self.ok(lock("running"))
         error = self.error(self.other.rpc(lock("running", "unlock")))
@@ -659,6 +820,19 @@ class WrongRequestTest(OperationsTest):
             with self.subTest(operation):
                 self.refused(operation, "bad-element", "protocol")
         self.assertEqual(self.names_in("running"), ["kept"])
+
+    def test_gets_its_attributes_back(self):
+        self.client.send_message(
+            f'<rpc xmlns="{NETCONF}" message-id="a &lt;&quot; b" '
+            'xmlns:x="urn:x" x:user="me" plain="1">'
+            "<get-config/></rpc>")
+        reply = ElementTree.fromstring(self.client.receive())
+        self.assertEqual(reply.attrib, {"message-id": 'a <" b', "plain": "1",
+                                        "{urn:x}user": "me"})
+        self.client.send_message(f'<rpc xmlns="{NETCONF}">{get_config()}</rpc>')
+        reply = ElementTree.fromstring(self.client.receive())
+        self.assertEqual(reply.attrib, {})
+        self.assertEqual(len(reply), 1)
 
     def test_that_is_no_xml_is_refused(self):
         self.client.send_message("<rpc")

@@ -50,21 +50,26 @@ def config(*interfaces):
             "</interface></config>")
 
 
-def wild_model(folder):
-    """A model for the plug-in runs_wild, which does what a leaf is named."""
+def model_of(folder, body):
+    """A folder of YANG with the module m of that body."""
     yang = pathlib.Path(folder) / "yang"
     shutil.copytree(ROOT / "yang/stubs", yang / "stubs")
     shutil.copy(ROOT / "yang/ipav-extensions.yang", yang)
+    (yang / "m.yang").write_text(
+        'module m { yang-version 1.1; namespace "urn:m"; prefix m;'
+        f"import tailf-common {{ prefix tailf; }} {body} }}")
+    return str(yang)
+
+
+def wild_model(folder):
+    """A model for the plug-in runs_wild, which does what a leaf is named."""
     deeds = ["_exit", "hang", "overflow-stack", "kill-parent", "close-files",
              "spawn-and-crash", "refuse-in-odd-bytes", "refuse-at-length"]
     leaves = "".join(
         f"leaf {deed} {{ type string; tailf:validate test_set {{ "
         f'tailf:opaque {deed}; tailf:dependency "."; }} }}' for deed in deeds)
-    (yang / "m.yang").write_text(
-        'module m { yang-version 1.1; namespace "urn:m"; prefix m;'
-        "import tailf-common { prefix tailf; } container top {"
-        f"{leaves} leaf nothing {{ type string; }} }} }}")
-    return str(yang)
+    return model_of(folder, f"container top {{ {leaves} "
+                    "leaf nothing { type string; } }")
 
 
 class Server:

@@ -11,7 +11,7 @@ import paramiko
 from ncclient.operations import RPCError
 from ncclient.transport.errors import AuthenticationError, SSHError
 
-from served import IPAV, NETCONF, PATIENCE, ServerTest, config, l3
+from served import HELLO, IPAV, NETCONF, PATIENCE, ServerTest, config, l3
 
 NETWORK = config(l3("a", "10.0.0.0/24"))
 RIGHT = config(l3("a", "10.0.0.1/24"))
@@ -96,15 +96,32 @@ class SshTest(ServerTest):
             transport.auth_password("root", "")
         self.assertEqual(refusal.exception.allowed_types, ["publickey"])
 
-    def channel(self, server):
+    def channel(self, server, user="operator"):
         transport = paramiko.Transport(("127.0.0.1", server.port))
         self.addCleanup(transport.close)
         transport.connect(
-            username="operator",
+            username=user,
             pkey=paramiko.ECDSAKey.from_private_key_file(self.key))
         channel = transport.open_session()
         channel.settimeout(PATIENCE)
         return channel
+
+    def test_shows_any_name_of_a_user_to_others(self):
+        server = self.serve_ssh()
+        other = self.raw(server)
+        for user, shown in [("a<&b", "a<&b"), ("a\x01\n\x7fb", "a\\x01\n\\x7fb"),
+                            ("\ufffe", "\ufffd"), ("x" * 2000, "x" * 128),
+                            ("x" + "\u00e9" * 100,
+                             "x" + "\u00e9" * 63 + "\ufffd")]:
+            with self.subTest(user):
+                channel = self.channel(server, user)
+                channel.invoke_subsystem("netconf")
+                channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
+                self.assertIn(b"<hello", channel.recv(65536))
+                reply = other.rpc("<get/>")
+                users = [part.text for part in reply.iter()
+                         if part.tag.endswith("}username")]
+                self.assertEqual(users[-1], shown)
 
     def test_gives_no_shell_and_no_other_subsystem(self):
         server = self.serve_ssh()

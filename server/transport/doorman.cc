@@ -91,8 +91,8 @@ class Client {
   }
 
   void ServeSsh(FileDescriptor socket, const AuthorizedKeys& keys) {
-    const std::string host = NameOfPeer(socket.get());
-    name_ = "SSH client " + host;
+    const std::string host = HostOfPeer(socket.get());
+    name_ = "SSH client " + NameOfPeer(socket.get());
     // The login waits in the library: the end of its time is the end of the
     // process.
     const auto seconds =
@@ -100,8 +100,7 @@ class Client {
     alarm(static_cast<unsigned>(seconds.count()));
     SshStream stream(std::move(socket), options_.ssh->host_key, keys);
     alarm(0);
-    Carry(&stream, Introduce("netconf-ssh", ToName(stream.user()),
-                             host.substr(0, host.rfind(':'))));
+    Carry(&stream, Introduce("netconf-ssh", ToName(stream.user()), host));
   }
 
   const std::string& name() const { return name_; }

@@ -21,6 +21,15 @@ def whole(content):
     return f'<nc:config xmlns:nc="{NETCONF}">{content}</nc:config>'
 
 
+def has_ipv6():
+    with socket.socket(socket.AF_INET6) as probe:
+        try:
+            probe.bind(("::1", 0))
+        except OSError:
+            return False
+    return True
+
+
 class SshTest(ServerTest):
     def test_serves_an_edit_a_refusal_a_correction_and_a_restart(self):
         server = self.serve_ssh()
@@ -96,8 +105,9 @@ class SshTest(ServerTest):
             transport.auth_password("root", "")
         self.assertEqual(refusal.exception.allowed_types, ["publickey"])
 
-    def channel(self, server, user="operator"):
-        transport = paramiko.Transport(("127.0.0.1", server.port))
+    def channel(self, server, user="operator", address="127.0.0.1"):
+        transport = paramiko.Transport(
+            socket.create_connection((address, server.port)))
         self.addCleanup(transport.close)
         transport.connect(
             username=user,
@@ -216,6 +226,25 @@ class SshTest(ServerTest):
                       server.log())
         with self.assertRaises(ConnectionRefusedError):
             socket.create_connection(("127.0.0.1", server.port))
+
+    def test_tells_from_where_its_clients_come(self):
+        for listen, address, host in [("127.0.0.1", "127.0.0.1", "127.0.0.1"),
+                                      ("::1", "::1", "::1"),
+                                      ("::", "127.0.0.1",
+                                       "::ffff:127.0.0.1")]:
+            with self.subTest(listen):
+                if ":" in listen and not has_ipv6():
+                    self.skipTest("no IPv6 on this machine")
+                server = self.serve_ssh("--listen", listen)
+                other = self.raw(server)
+                channel = self.channel(server, address=address)
+                channel.invoke_subsystem("netconf")
+                channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
+                self.assertIn(b"<hello", channel.recv(65536))
+                hosts = [part.text for part in other.rpc("<get/>").iter()
+                         if part.tag.endswith("}source-host")]
+                self.assertEqual(hosts, [host])
+                self.assertEqual(server.stop(), 0)
 
     def test_does_not_start_without_keys(self):
         result = subprocess.run(

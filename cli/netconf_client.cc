@@ -89,12 +89,27 @@ ConnectionError NetconfClient::Error(const std::string& reason) const {
   return ConnectionError(socket_ + ": " + reason);
 }
 
+// False when the time is over.
+bool NetconfClient::WaitFor(short events, const base::Countdown& countdown) {
+  pollfd wait{connection_.get(), events, 0};
+  int ready = 0;
+  do {
+    ready = poll(&wait, 1, countdown.ForPoll());
+  } while (ready < 0 && errno == EINTR);
+  if (ready < 0) throw Error(std::generic_category().message(errno));
+  return ready > 0;
+}
+
 void NetconfClient::Send(const std::string& bytes) {
+  const base::Countdown countdown(limit_);
   std::string_view rest = bytes;
   while (!rest.empty()) {
-    const ssize_t sent =
-        send(connection_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
-    if (sent < 0 && errno == EINTR) continue;
+    if (!WaitFor(POLLOUT, countdown)) {
+      throw Error("takes nothing within " + base::InWords(limit_));
+    }
+    const ssize_t sent = send(connection_.get(), rest.data(), rest.size(),
+                              MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (sent <= 0) throw Error("the server ended the session");
     rest.remove_prefix(static_cast<std::size_t>(sent));
   }
@@ -104,14 +119,11 @@ std::string NetconfClient::Receive() {
   const base::Countdown countdown(limit_);
   while (true) {
     if (auto message = deframer_.Next()) return *message;
-    pollfd wait{connection_.get(), POLLIN, 0};
-    const int ready = poll(&wait, 1, countdown.ForPoll());
-    if (ready == 0) {
+    if (!WaitFor(POLLIN, countdown)) {
       throw Error("no answer within " + base::InWords(limit_));
     }
     std::array<char, 4096> bytes{};
-    const ssize_t got =
-        ready < 0 ? -1 : recv(connection_.get(), bytes.data(), bytes.size(), 0);
+    const ssize_t got = recv(connection_.get(), bytes.data(), bytes.size(), 0);
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) throw Error("the server ended the session");
     deframer_.Add({bytes.data(), static_cast<std::size_t>(got)});

@@ -28,14 +28,15 @@ struct OperationError {
 
 class NetconfClient {
  public:
-  // Greets the server. `limit` is how long each answer may take. Everything
-  // here throws ConnectionError.
+  // Greets the server. `limit` is how long each request may take, and each
+  // answer. Everything here throws ConnectionError.
   NetconfClient(const std::string& socket, base::TimeLimit limit);
 
   // Sends the element of an operation. Returns the first error of the answer.
   std::optional<OperationError> Call(const std::string& operation);
 
  private:
+  bool WaitFor(short events, const base::Countdown& countdown);
   void Send(const std::string& bytes);
   std::string Receive();
   ConnectionError Error(const std::string& reason) const;

@@ -1,5 +1,8 @@
 #include "commands/serve.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 
 #include "datastore/model.h"
@@ -38,9 +41,18 @@ transport::DoormanOptions DoorOf(const ServeOptions& options) {
   return door;
 }
 
+// Where standard files are closed, files of the server's would take their
+// places, and a log would be written into them.
+void FillStandardFiles() {
+  int file = open("/dev/null", O_RDWR);
+  while (file >= 0 && file <= STDERR_FILENO) file = dup(file);
+  if (file >= 0) close(file);
+}
+
 }  // namespace
 
 ExitStatus Serve(const Locations& locations, const ServeOptions& options) {
+  FillStandardFiles();
   // 1. The doors, before there is anything that their process could inherit.
   store::StateFolder folder(options.state);
   transport::Doorman doorman(DoorOf(options));

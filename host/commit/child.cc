@@ -192,7 +192,7 @@ int WaitFor(pid_t warden) {
 }
 
 ChildEnd EndOf(const std::string& bytes, int status_of_warden) {
-  ChildEnd end{0, status_of_warden, false};
+  ChildEnd end{0, status_of_warden, 0};
   if (bytes.size() == sizeof(end)) {
     std::memcpy(&end, bytes.data(), sizeof(end));
   }
@@ -202,7 +202,7 @@ ChildEnd EndOf(const std::string& bytes, int status_of_warden) {
 
 Stopped WhyStopped(const Received& received, const ChildEnd& end) {
   if (received.too_much) return Stopped::kOutputLimit;
-  return end.timed_out ? Stopped::kTimeLimit : Stopped::kNot;
+  return end.timed_out != 0 ? Stopped::kTimeLimit : Stopped::kNot;
 }
 
 }  // namespace

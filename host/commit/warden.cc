@@ -136,14 +136,14 @@ void BecomeWarden(int leash, int end, base::TimeLimit limit,
   const int child_signals = OpenChildSignals(&mask);
   const pid_t warden = getpid();
   const pid_t child = fork();
-  if (child < 0) Report(end, {errno, 0, false});
+  if (child < 0) Report(end, {errno, 0, 0});
   if (child == 0) {
     for (const int fd : {leash, end, child_signals}) close(fd);
     RunChild(warden, mask, body);
   }
   const bool timed_out =
       Await(child, child_signals, leash, limit) == Awaited::kTimeOver;
-  Report(end, {0, EndAll(child), timed_out});
+  Report(end, {0, EndAll(child), timed_out ? 1 : 0});
 }
 
 }  // namespace ipav::commit

@@ -15,10 +15,11 @@
 namespace ipav::commit {
 
 // How the child ended, in one piece over a pipe: both ends are one program.
+// Numbers of one size leave no gaps, whose bytes would be anything.
 struct ChildEnd {
   int error;        // errno where no child could be made, else 0
   int wait_status;  // as of waitpid(2)
-  bool timed_out;   // it was killed since its time was over
+  int timed_out;    // 1: it was killed since its time was over
 };
 
 // The rest of a process just forked. `body` runs in a child of its own, which

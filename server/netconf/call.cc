@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <set>
 #include <stdexcept>
 #include <string_view>
 
@@ -36,6 +37,24 @@ std::uint32_t PrintOptions(NC_WD_MODE defaults) {
   }
 }
 
+Refusal OneTooMany(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kBadElement,
+                  "",
+                  "",
+                  "One of this kind is there already.",
+                  {{"bad-element", name}}});
+}
+
+Refusal UnknownAttribute(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kUnknownAttribute,
+                  "",
+                  "",
+                  "An element config has no attribute " + name + ".",
+                  {{"bad-attribute", name}, {"bad-element", "config"}}});
+}
+
 }  // namespace
 
 const lyd_node* Find(const lyd_node& parent, const char* name) {
@@ -64,6 +83,24 @@ Refusal MissingElement(const std::string& name) {
                   {{"bad-element", name}}});
 }
 
+void CheckParts(const lyd_node& rpc) {
+  std::set<const lysc_node*> met;  // nodes, and choices between them
+  const lyd_node* child = nullptr;
+  LY_LIST_FOR(lyd_child(&rpc), child) {
+    if (child->schema == nullptr) continue;
+    bool is_new = met.insert(child->schema).second;
+    for (const lysc_node* node = child->schema->parent;
+         node != nullptr && (node->nodetype & (LYS_CHOICE | LYS_CASE)) != 0;
+         node = node->parent) {
+      if (node->nodetype == LYS_CHOICE && !met.insert(node).second) {
+        is_new = false;
+      }
+    }
+    if (!is_new) throw OneTooMany(child->schema->name);
+    CheckParts(*child);
+  }
+}
+
 Datastore DatastoreIn(const Call& call, const char* container) {
   const lyd_node* choice = Find(call.rpc, container);
   if (choice == nullptr) throw MissingElement(container);
@@ -74,6 +111,8 @@ Datastore DatastoreIn(const Call& call, const char* container) {
 }
 
 std::string ConfigIn(const lyd_node& config) {
+  // An operation is one of an element in it.
+  if (config.meta != nullptr) throw UnknownAttribute(config.meta->name);
   const auto& any = reinterpret_cast<const lyd_node_any&>(config);
   if (any.value_type == LYD_ANYDATA_DATATREE) {
     // An empty container may carry the edit that it is about.
@@ -91,7 +130,8 @@ store::Source SourceOf(const Call& call) {
   const NC_WD_MODE defaults = DefaultsOf(call);
   if (defaults != NC_WD_ALL && defaults != NC_WD_TRIM) return datastore;
   return store::InlineConfig{Print(call.environment.datastores.Tree(datastore),
-                                   PrintOptions(defaults))};
+                                   PrintOptions(defaults)),
+                             datastore};
 }
 
 NC_WD_MODE DefaultsOf(const Call& call) {

@@ -38,6 +38,10 @@ std::optional<std::string> Text(const Call& call, const char* leaf);
 // For a part that the model asks for, but the library does not.
 Refusal MissingElement(const std::string& name);
 
+// Throws Refusal for an input with a part twice, or with two cases of a choice,
+// which the library lets through: nobody could tell which one is meant.
+void CheckParts(const lyd_node& rpc);
+
 // The datastore named by the container "source" or "target". Throws Refusal.
 store::Datastore DatastoreIn(const Call& call, const char* container);
 
@@ -45,7 +49,7 @@ store::Datastore DatastoreIn(const Call& call, const char* container);
 // the operation says which default values a datastore gives. Throws Refusal.
 store::Source SourceOf(const Call& call);
 
-// The content of an element config, in XML.
+// The content of an element config, in XML. Throws Refusal.
 std::string ConfigIn(const lyd_node& config);
 
 // What the operation says of default values; "explicit" where it says nothing.

@@ -25,6 +25,7 @@ store::RpcError Failure(const std::string& reason) {
 template <Reply (*kOperation)(const Call&)>
 nc_server_reply* Run(lyd_node* rpc, nc_session* handle) noexcept {
   try {
+    CheckParts(*rpc);
     auto& environment = *static_cast<Environment*>(nc_session_get_data(handle));
     Session& session = *environment.sessions.Find(handle);
     return kOperation({*rpc, session, environment}).release();

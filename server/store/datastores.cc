@@ -45,6 +45,18 @@ const lyd_node* TopOf(const Configuration& configuration) {
                                   : configuration->FirstChild(nullptr);
 }
 
+// The datastore that a client named as a source.
+std::optional<Datastore> NamedIn(const Source& source) {
+  const auto* config = std::get_if<InlineConfig>(&source);
+  return config != nullptr ? config->copy_of : std::get<Datastore>(source);
+}
+
+// And not with other default values.
+bool IsRunningAsItIs(const Source& source) {
+  const auto* datastore = std::get_if<Datastore>(&source);
+  return datastore != nullptr && *datastore == Datastore::kRunning;
+}
+
 // The content of an element config that is no edit.
 Edited ParseInline(const datastore::Model& model, const InlineConfig& config) {
   EditRules rules;
@@ -144,8 +156,7 @@ Result Datastores::SetEdited(const EditRequest& request, Nodes nodes) {
 Result Datastores::CopyConfig(SessionId session, const Source& source,
                               Datastore target) {
   // 1. From where to where.
-  const Datastore* from = std::get_if<Datastore>(&source);
-  if (from != nullptr && *from == target) {
+  if (NamedIn(source) == target) {
     return MakeError(ErrorTag::kInvalidValue,
                      std::string(NameOf(target)) + " is source and target");
   }
@@ -156,9 +167,8 @@ Result Datastores::CopyConfig(SessionId session, const Source& source,
   if (Result error = TakeSource(source, &nodes)) return error;
   switch (target) {
     case Datastore::kCandidate:
-      return from != nullptr && *from == Datastore::kRunning
-                 ? DropCandidate()
-                 : SetCandidate(std::move(nodes));
+      return IsRunningAsItIs(source) ? DropCandidate()
+                                     : SetCandidate(std::move(nodes));
     case Datastore::kStartup: {
       const Judgement complete = gate_.Complete(std::move(nodes));
       return complete.error.has_value() ? complete.error
@@ -174,18 +184,17 @@ Result Datastores::CopyConfig(SessionId session, const Source& source,
 
 // The nodes of a source, which are then the caller's.
 Result Datastores::TakeSource(const Source& source, Nodes* nodes) const {
+  if (NamedIn(source) == Datastore::kStartup && startup_ == nullptr) {
+    return MakeError(ErrorTag::kDataMissing,
+                     "there is no startup configuration");
+  }
   if (const auto* config = std::get_if<InlineConfig>(&source)) {
     Edited parsed = ParseInline(model(), *config);
     if (!parsed.errors.empty()) return parsed.errors[0];
     *nodes = std::move(parsed.nodes);
     return std::nullopt;
   }
-  const Datastore datastore = std::get<Datastore>(source);
-  if (datastore == Datastore::kStartup && startup_ == nullptr) {
-    return MakeError(ErrorTag::kDataMissing,
-                     "there is no startup configuration");
-  }
-  *nodes = Copy(Tree(datastore));
+  *nodes = Copy(Tree(std::get<Datastore>(source)));
   return std::nullopt;
 }
 
@@ -312,27 +321,34 @@ Result Datastores::CancelCommit(SessionId session,
   return TakeBack();
 }
 
+// As at a start: rules on changes would forbid many a way back.
+Result Datastores::JudgeWayBack() const {
+  return gate_.Judge(nullptr, pending_->before);
+}
+
 // Running is as it was before the confirmed commit, or, with an error, not.
 Result Datastores::TakeBack() {
-  // As at a start: rules on changes would forbid many a way back.
-  Result error = gate_.Judge(nullptr, pending_->before);
-  if (error.has_value()) return error;
-  error = SetRunning(pending_->before, {kRollbackFile});
+  if (Result error = JudgeWayBack()) return error;
+  Result error = SetRunning(pending_->before, {kRollbackFile});
   if (!error.has_value()) pending_.reset();
   return error;
 }
 
 // The same where there is nobody to tell. It is over then, in any case.
 void Datastores::TakeBackFor(const std::string& reason) {
-  const Result error = TakeBack();
-  if (!error.has_value()) {
-    notices_.push_back(kCommitIs + ("is taken back: " + reason));
+  if (const Result error = JudgeWayBack()) {
+    notices_.push_back(kCommitIs + ("stays, although " + reason + ": ") +
+                       error->message);
+    ForgetRollback();
+    pending_.reset();
     return;
   }
-  notices_.push_back(kCommitIs + ("stays, although " + reason + ": ") +
-                     error->message);
-  ForgetRollback();
+  const Result error = SetRunning(pending_->before, {kRollbackFile});
+  // A disk that fails keeps what to go back to, for the next start to do so.
+  running_ = pending_->before;
   pending_.reset();
+  notices_.push_back(kCommitIs + ("is taken back: " + reason));
+  if (error.has_value()) notices_.push_back(error->message);
 }
 
 Result Datastores::DiscardChanges(SessionId session) {

@@ -45,6 +45,8 @@ const char* NameOf(Datastore datastore);
 // The content of an element config, in XML.
 struct InlineConfig {
   std::string xml;
+  // What a client named where it is a copy, say with default values.
+  std::optional<Datastore> copy_of = std::nullopt;
 };
 
 using Source = std::variant<Datastore, InlineConfig>;
@@ -159,6 +161,7 @@ class Datastores {
   Result CommitForNow(SessionId session, const CommitRequest& request,
                       const Configuration& configuration);
   Result CommitForGood(const Configuration& configuration);
+  Result JudgeWayBack() const;
   Result TakeBack();
   void TakeBackFor(const std::string& reason);
   void ForgetRollback();

@@ -22,11 +22,12 @@ std::string InWords(const RpcError& error) {
 // What stands before the elements of a file that somebody wrote.
 std::string WithoutDeclaration(const std::string& text) {
   const std::size_t begin = text.find_first_not_of("\xef\xbb\xbf \t\r\n");
-  if (begin == std::string::npos || text.compare(begin, 5, "<?xml") != 0) {
-    return text;
-  }
-  const std::size_t end = text.find("?>", begin);
-  return end == std::string::npos ? text : text.substr(end + 2);
+  if (begin == std::string::npos) return "";
+  const std::string rest = text.substr(begin);
+  const std::size_t end = rest.find("?>");
+  const bool has_declaration = rest.compare(0, 5, "<?xml") == 0;
+  return has_declaration && end != std::string::npos ? rest.substr(end + 2)
+                                                     : rest;
 }
 
 class Loader {
@@ -37,9 +38,9 @@ class Loader {
   Loaded Run() {
     // 1. All files, before anything is changed.
     CheckVersion();
-    const std::optional<std::string> rollback = folder_.Read(kRollbackFile);
-    const std::optional<std::string> running = folder_.Read(kRunningFile);
-    std::optional<std::string> startup = folder_.ReadOfAnyone(kStartupFile);
+    const std::optional<std::string> rollback = Read(kRollbackFile);
+    const std::optional<std::string> running = Read(kRunningFile);
+    const std::optional<std::string> startup = ReadStartup();
     if (startup.has_value()) {
       loaded_.startup = Complete(kStartupFile, WithoutDeclaration(*startup));
     }
@@ -64,11 +65,42 @@ class Loader {
   }
 
   void CheckVersion() {
-    const std::optional<std::string> version = folder_.Read(kVersionFile);
+    const std::optional<std::string> version = Read(kVersionFile);
     is_known_ = version.has_value();
     if (is_known_ && *version != kVersion) {
       throw StateError(folder_.FileOf(kVersionFile),
                        "is of a later ipav, which has another format");
+    }
+  }
+
+  // What an operator can do about a file that is no good.
+  std::string WayOut(const std::string& name) const {
+    const std::string startup = folder_.FileOf(kStartupFile);
+    if (name == kRunningFile) {
+      return "; put a copy of it back, or, to start with another "
+             "configuration, move it away and put that in " +
+             startup;
+    }
+    if (name == kRollbackFile) {
+      return "; put a copy of it back, or, to keep the confirmed commit that "
+             "it would undo, move it away";
+    }
+    return "; put a copy of it back, or move it away";
+  }
+
+  std::optional<std::string> Read(const std::string& name) const {
+    try {
+      return folder_.Read(name);
+    } catch (const StateError& error) {
+      throw StateError(error.what() + WayOut(name));
+    }
+  }
+
+  std::optional<std::string> ReadStartup() const {
+    try {
+      return folder_.ReadOfAnyone(kStartupFile);
+    } catch (const StateError& error) {
+      throw StateError(error.what() + WayOut(kStartupFile));
     }
   }
 
@@ -89,7 +121,8 @@ class Loader {
 
   [[noreturn]] void Refuse(const std::string& name,
                            const RpcError& error) const {
-    throw StateError(folder_.FileOf(name), "is refused: " + InWords(error));
+    throw StateError(folder_.FileOf(name),
+                     "is refused: " + InWords(error) + WayOut(name));
   }
 
   // Whether running is now what it was before a confirmed commit.
@@ -115,12 +148,7 @@ class Loader {
   void UseRunning(const std::string& text) {
     loaded_.running = Complete(kRunningFile, text);
     const std::optional<RpcError> error = gate_.Judge(nullptr, loaded_.running);
-    if (!error.has_value()) return;
-    throw StateError(folder_.FileOf(kRunningFile),
-                     "is refused: " + InWords(*error) +
-                         "; to start with another configuration, move it away "
-                         "and put that in " +
-                         folder_.FileOf(kStartupFile));
+    if (error.has_value()) Refuse(kRunningFile, *error);
   }
 
   // Of startup, or for a new folder of nothing.

@@ -207,9 +207,13 @@ std::optional<std::string> StateFolder::Read(const std::string& name) const {
 std::optional<std::string> StateFolder::ReadOfAnyone(
     const std::string& name) const {
   std::optional<std::string> bytes = ReadBytes(FileOf(name));
-  const bool is_ours =
-      bytes.has_value() && bytes->compare(0, kMark.size(), kMark) == 0;
-  return is_ours ? Read(name) : bytes;
+  if (!bytes.has_value()) return std::nullopt;
+  if (bytes->compare(0, kMark.size(), kMark) == 0) return Read(name);
+  // More likely cut off than written by somebody.
+  if (bytes->find_first_not_of(" \t\r\n") == std::string::npos) {
+    throw StateError(FileOf(name), "is damaged: it is empty");
+  }
+  return bytes;
 }
 
 void StateFolder::Write(const std::string& name, const std::string& text) {

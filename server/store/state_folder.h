@@ -64,8 +64,8 @@ class StateFolder {
   // that cannot be read or is not what Write() wrote.
   std::optional<std::string> Read(const std::string& name) const;
 
-  // The same, but a file without such a first line is taken as it is: somebody
-  // else wrote it.
+  // The same, but a file without such a first line is taken as it is, unless
+  // nothing is in it: somebody else wrote it.
   std::optional<std::string> ReadOfAnyone(const std::string& name) const;
 
   // On the disk when it returns. Throws StateError, and then Read() still gives

@@ -1,5 +1,7 @@
 #include "transport/authorized_keys.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
@@ -23,14 +25,29 @@ Key ParseLine(const std::string& line) {
   return Key(result == SSH_OK ? key : nullptr);
 }
 
+std::runtime_error FileError(const std::string& path) {
+  return std::runtime_error(path + ": " +
+                            std::generic_category().message(errno));
+}
+
+// Whoever may write the file may let himself in.
+void CheckFile(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) throw FileError(path);
+  if (!S_ISREG(status.st_mode)) {
+    throw std::runtime_error(path + ": no regular file");
+  }
+  if ((status.st_mode & S_IWOTH) != 0) {
+    throw std::runtime_error(path + ": anybody may write it; chmod o-w it");
+  }
+}
+
 }  // namespace
 
 AuthorizedKeys AuthorizedKeys::FromFile(const std::string& path) {
+  CheckFile(path);
   std::ifstream file(path);
-  if (!file) {
-    throw std::runtime_error(path + ": " +
-                             std::generic_category().message(errno));
-  }
+  if (!file) throw FileError(path);
   AuthorizedKeys keys;
   std::string line;
   for (unsigned long number = 1; std::getline(file, line); ++number) {

@@ -21,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/bytes.h"
 #include "transport/authorized_keys.h"
 #include "transport/framing.h"
 #include "transport/hello.h"
@@ -69,6 +70,12 @@ std::string UserOf(int socket) {
   return entry == nullptr ? std::to_string(peer.uid) : entry->pw_name;
 }
 
+// Any name may be given for a key, and it is shown to all sessions.
+std::string ToName(const std::string& user) {
+  constexpr std::size_t kMaxUser = 128;
+  return base::ToXmlText(user.substr(0, kMaxUser));
+}
+
 // One client from its connection on, in the guard's process.
 class Client {
  public:
@@ -84,8 +91,8 @@ class Client {
   }
 
   void ServeSsh(FileDescriptor socket, const AuthorizedKeys& keys) {
-    const std::string host = NameOfPeer(socket.get());
-    name_ = "SSH client " + host;
+    const std::string host = HostOfPeer(socket.get());
+    name_ = "SSH client " + NameOfPeer(socket.get());
     // The login waits in the library: the end of its time is the end of the
     // process.
     const auto seconds =
@@ -93,8 +100,7 @@ class Client {
     alarm(static_cast<unsigned>(seconds.count()));
     SshStream stream(std::move(socket), options_.ssh->host_key, keys);
     alarm(0);
-    Carry(&stream, Introduce("netconf-ssh", stream.user(),
-                             host.substr(0, host.rfind(':'))));
+    Carry(&stream, Introduce("netconf-ssh", ToName(stream.user()), host));
   }
 
   const std::string& name() const { return name_; }

@@ -6,6 +6,9 @@
 #include <array>
 #include <limits>
 
+#include "base/bytes.h"
+#include "transport/attributes.h"
+#include "transport/element.h"
 #include "transport/hello.h"
 
 namespace ipav::transport {
@@ -25,6 +28,10 @@ constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 constexpr milliseconds kFarewell = std::chrono::seconds(5);
 
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
+
+// What the server answers with malformed-message, as it should an XML without
+// an element, which its library does not survive.
+constexpr std::string_view kMalformed = "<";
 
 }  // namespace
 
@@ -119,7 +126,9 @@ void Guard::ReadClient() {
 void Guard::FromClient(std::string_view message) {
   Restart();
   if (framing_.has_value()) {
-    to_server_ += Frame(Framing::kChunked, message);
+    to_server_ += MayHaveElement(message)
+                      ? Frame(Framing::kChunked, MarkAttributes(message))
+                      : Frame(Framing::kChunked, kMalformed);
     ++unanswered_;
     return;
   }
@@ -148,7 +157,12 @@ void Guard::FromServer(std::string_view message) {
     return;
   }
   Restart();
-  to_client_ += Frame(framing_.value_or(Framing::kChunked), message);
+  const Framing framing = framing_.value_or(Framing::kChunked);
+  // The library cuts what it quotes of a message, at times within a character.
+  const bool has_error = message.find("<rpc-error") != std::string_view::npos;
+  to_client_ += has_error
+                    ? Frame(framing, base::ToXmlText(std::string(message)))
+                    : Frame(framing, message);
   if (unanswered_ > 0) --unanswered_;
 }
 
@@ -166,7 +180,8 @@ void Guard::WriteClient() {
 void Guard::WriteServer() {
   const std::optional<std::size_t> gone = server_.Write(to_server_);
   if (!gone.has_value()) {
-    server_ended_ = true;
+    // It has ended the session, and may have answered before: its end is where
+    // nothing more can be read.
     to_server_.clear();
     return;
   }

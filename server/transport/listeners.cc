@@ -33,18 +33,31 @@ struct AddressDeleter {
   void operator()(addrinfo* address) const { freeaddrinfo(address); }
 };
 
-// Numbers, of a socket of the internet families.
-std::string InNumbers(const sockaddr_storage& address, socklen_t size) {
+// An end of a connection of the internet families, in numbers.
+struct End {
+  std::string host = "?";
+  std::string port = "?";
+};
+
+using Asker = int (*)(int, sockaddr*, socklen_t*);
+
+End EndOf(int fd, Asker ask) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof(address);
+  auto* asked = reinterpret_cast<sockaddr*>(&address);
   std::array<char, NI_MAXHOST> host{};
   std::array<char, NI_MAXSERV> port{};
-  if (getnameinfo(reinterpret_cast<const sockaddr*>(&address), size,
-                  host.data(), host.size(), port.data(), port.size(),
-                  NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
-    return "?";
+  if (ask(fd, asked, &size) != 0 ||
+      getnameinfo(asked, size, host.data(), host.size(), port.data(),
+                  port.size(), NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+    return {};
   }
-  const bool is_ipv6 = address.ss_family == AF_INET6;
-  return (is_ipv6 ? "[" : "") + std::string(host.data()) +
-         (is_ipv6 ? "]:" : ":") + port.data();
+  return {host.data(), port.data()};
+}
+
+std::string InOne(const End& end) {
+  const bool is_ipv6 = end.host.find(':') != std::string::npos;
+  return (is_ipv6 ? "[" + end.host + "]" : end.host) + ":" + end.port;
 }
 
 }  // namespace
@@ -93,22 +106,10 @@ base::FileDescriptor ListenTcp(const std::string& address, std::uint16_t port) {
   return fd;
 }
 
-std::string NameOfSocket(int fd) {
-  sockaddr_storage address{};
-  socklen_t size = sizeof(address);
-  if (getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    return "?";
-  }
-  return InNumbers(address, size);
-}
+std::string NameOfSocket(int fd) { return InOne(EndOf(fd, getsockname)); }
 
-std::string NameOfPeer(int fd) {
-  sockaddr_storage address{};
-  socklen_t size = sizeof(address);
-  if (getpeername(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    return "?";
-  }
-  return InNumbers(address, size);
-}
+std::string NameOfPeer(int fd) { return InOne(EndOf(fd, getpeername)); }
+
+std::string HostOfPeer(int fd) { return EndOf(fd, getpeername).host; }
 
 }  // namespace ipav::transport

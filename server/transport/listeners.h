@@ -20,6 +20,9 @@ base::FileDescriptor ListenTcp(const std::string& address, std::uint16_t port);
 std::string NameOfSocket(int fd);
 std::string NameOfPeer(int fd);
 
+// "127.0.0.1", "::1".
+std::string HostOfPeer(int fd);
+
 }  // namespace ipav::transport
 
 #endif  // IPAV_SERVER_TRANSPORT_LISTENERS_H_

@@ -1,10 +1,12 @@
 """ipav commit: statuses and texts as of ipav check."""
 
 import json
+import socket
 import subprocess
+import threading
 import unittest
 
-from served import (IPAV, PATIENCE, TEST_PLUGINS, ServerTest, config, l3,
+from served import (HELLO, IPAV, PATIENCE, TEST_PLUGINS, ServerTest, config, l3,
                     wild_model)
 
 GET = "<get-config><source><running/></source></get-config>"
@@ -21,9 +23,9 @@ class CommitCommandTest(ServerTest):
 
     def commit(self, server, *arguments):
         """Its status, its output, and what it says on standard error."""
-        socket = server if isinstance(server, str) else server.socket
+        path = server if isinstance(server, str) else server.socket
         result = subprocess.run(
-            [IPAV, "commit", "--to", socket, *arguments],
+            [IPAV, "commit", "--to", path, *arguments],
             capture_output=True, text=True, timeout=PATIENCE)
         return result.returncode, result.stdout, result.stderr
 
@@ -102,6 +104,36 @@ class CommitCommandTest(ServerTest):
         self.assertEqual(
             self.commit(str(self.folder / "none"), path),
             (2, "", f"ipav: {self.folder}/none: No such file or directory\n"))
+
+    def test_does_not_wait_for_ever_for_an_answer(self):
+        path = str(self.folder / "deaf.sock")
+        with socket.socket(socket.AF_UNIX) as deaf:
+            deaf.bind(path)
+            deaf.listen()
+            self.assertEqual(
+                self.commit(path, "--timeout", "1", self.write(config())),
+                (2, "", f"ipav: {path}: no answer within 1 second\n"))
+
+    def test_does_not_wait_for_ever_to_be_heard(self):
+        path = str(self.folder / "deaf.sock")
+        many = config(*[l3(f"i{number}") for number in range(20000)])
+        connections = []
+
+        def greet(listener):
+            connections.append(listener.accept()[0])
+            connections[0].sendall((HELLO % "1.1").encode() + b"]]>]]>")
+
+        with socket.socket(socket.AF_UNIX) as deaf:
+            deaf.bind(path)
+            deaf.listen()
+            greeter = threading.Thread(target=greet, args=[deaf])
+            greeter.start()
+            self.assertEqual(
+                self.commit(path, "--timeout", "3", "--validate",
+                            self.write(many)),
+                (2, "", f"ipav: {path}: takes nothing within 3 seconds\n"))
+            greeter.join()
+        connections[0].close()
 
     def test_tells_who_has_the_lock(self):
         server = self.serve()

@@ -2,9 +2,10 @@
 
 import time
 import unittest
-from xml.etree.ElementTree import tostring
+from xml.etree import ElementTree
 
-from served import CONFIG, IPAPP, NETCONF, ServerTest, config, l3
+from served import (CONFIG, IPAPP, NETCONF, TEST_PLUGINS, ServerTest, config,
+                    l3, model_of)
 
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
@@ -300,6 +301,31 @@ class EditConfigTest(OperationsTest):
             edit("candidate", config(l3("a", operation="increase")))))
         self.assertEqual(self.names_in("candidate"), [])
 
+    def test_refuses_an_attribute_without_a_namespace(self):
+        self.running(l3("kept", "10.0.0.1/24"))
+        for attribute in ["operation", "insert"]:
+            with self.subTest(attribute):
+                content = config(f'<l3 xmlns="{IPAPP}" {attribute}="delete">'
+                                 "<name>kept</name></l3>")
+                error = self.refused(edit("candidate", content),
+                                     "operation-failed")
+                self.assertIn(f"no-namespace-of-{attribute}",
+                              error["error-message"])
+        self.ok("<commit/>")
+        self.assertEqual(self.names_in("running"), ["kept"])
+
+    def test_has_no_operation_of_the_whole(self):
+        self.running(l3("kept", "10.0.0.1/24"))
+        mark = f'<config xmlns:nc="{NETCONF}" nc:operation="replace"/>'
+        for operation in [
+                f"<edit-config><target><running/></target>{mark}"
+                "</edit-config>",
+                copy(mark, "running"), f"<validate><source>{mark}</source>"
+                "</validate>"]:
+            with self.subTest(operation):
+                self.refused(operation, "unknown-attribute", "protocol")
+        self.assertEqual(self.names_in("running"), ["kept"])
+
     def test_keeps_nothing_of_an_edit_with_an_error(self):
         self.refused(
             edit("candidate", config(B, l3("x", operation="delete")),
@@ -339,7 +365,146 @@ class EditConfigTest(OperationsTest):
         self.assertEqual(self.names_in("running"), ["a"])
 
 
+MODEL = """
+  container top {
+    list first { key "k"; ordered-by user; leaf k { type string; }
+                 leaf v { type string; } }
+    list second { key "a b"; leaf a { type string; } leaf b { type int8; } }
+    leaf-list values { type string; ordered-by user; }
+    leaf-list numbers { type int8; }
+    choice way { leaf by-air { type string; } leaf by-sea { type string; }
+                 container by-land { leaf wheels { type uint8; } } }
+    container there { presence "it is there"; }
+    leaf state { config false; type string; }
+    anydata anything;
+  }
+"""
+
+
+class EditOfAnyModelTest(ServerTest):
+    """Edits that the configuration of interfaces has no room for."""
+
+    def setUp(self):
+        super().setUp()
+        self.server = self.serve("--plugin", f"{TEST_PLUGINS}/obeys_opaque.so",
+                                 "--yang", model_of(self.folder, MODEL))
+        self.client = self.raw(self.server)
+
+    def edit(self, content):
+        return self.client.rpc(edit(
+            "candidate", f'<top xmlns="urn:m" xmlns:m="urn:m" '
+            f'xmlns:nc="{NETCONF}" xmlns:yang="urn:ietf:params:xml:ns:yang:1">'
+            f"{content}</top>"))
+
+    def ok(self, content):
+        self.assert_ok(self.edit(content))
+
+    def texts(self, *names):
+        """Of the elements of these names, in their order."""
+        reply = self.client.rpc(get_config("candidate"))
+        return [part.text for part in reply.iter()
+                if part.tag in [f"{{urn:m}}{name}" for name in names]]
+
+    def test_puts_entries_where_they_are_wanted(self):
+        self.ok("<first><k>a</k></first><first><k>b</k></first>")
+        self.ok('<first yang:insert="first"><k>c</k></first>')
+        self.ok('<first yang:insert="last"><k>a</k></first>')
+        self.assertEqual(self.texts("k"), ["c", "b", "a"])
+        self.ok("<first yang:insert=\"before\" yang:key=\"[m:k='a']\">"
+                "<k>d</k></first>")
+        self.ok("<first yang:insert=\"after\" yang:key=\"[m:k='c']\">"
+                "<k>a</k></first>")
+        self.assertEqual(self.texts("k"), ["c", "a", "b", "d"])
+        self.ok("<values>a</values><values>b</values>"
+                '<values yang:insert="before" yang:value="b">c</values>')
+        self.assertEqual(self.texts("values"), ["a", "c", "b"])
+
+    def test_refuses_a_place_that_is_none(self):
+        self.ok("<first><k>a</k></first><numbers>1</numbers>")
+        for content, tag in [
+                ("<first yang:insert=\"after\" yang:key=\"[m:k='x']\">"
+                 "<k>b</k></first>", "bad-attribute"),
+                ('<first yang:insert="after"><k>b</k></first>',
+                 "missing-attribute"),
+                ("<first yang:insert=\"first\" yang:key=\"[m:k='a']\">"
+                 "<k>b</k></first>", "unknown-attribute"),
+                ('<values yang:insert="after" yang:value="x">b</values>',
+                 "bad-attribute"),
+                ('<numbers yang:insert="first">2</numbers>',
+                 "unknown-attribute")]:
+            with self.subTest(content):
+                error = self.assert_refused(self.edit(content), tag)
+                self.assertEqual(error.get("error-app-tag"),
+                                 "missing-instance"
+                                 if tag == "bad-attribute" else None)
+        self.assertEqual(self.texts("k", "numbers", "values"), ["a", "1"])
+
+    def test_knows_entries_by_all_their_keys(self):
+        self.ok("<second><b>1</b><a>x</a></second><second><a>x</a><b>2</b>"
+                "</second>")
+        self.assert_refused(self.edit("<second><a>x</a></second>"),
+                            "missing-element")
+        self.assert_refused(
+            self.edit('<second><a nc:operation="delete">x</a><b>1</b>'
+                      "</second>"), "unknown-attribute")
+        self.ok('<second nc:operation="delete"><a>x</a><b>+1</b></second>')
+        self.assertEqual(self.texts("b"), ["2"])
+
+    def test_keeps_one_case_of_a_choice(self):
+        self.ok("<by-air>a</by-air>")
+        self.ok("<by-land><wheels>4</wheels></by-land>")
+        self.assertEqual(self.texts("by-air", "by-sea", "wheels"), ["4"])
+        self.assert_refused(
+            self.edit("<by-air>a</by-air><by-sea>b</by-sea>"), "bad-element")
+        self.ok('<by-land nc:operation="remove"/><by-sea>b</by-sea>')
+        self.assertEqual(self.texts("by-air", "by-sea", "wheels"), ["b"])
+
+    def test_counts_values_once(self):
+        self.ok("<numbers>1</numbers><numbers>+1</numbers>")
+        for operation, number, tag in [("create", 1, "data-exists"),
+                                       ("delete", 2, "data-missing")]:
+            error = self.assert_refused(self.edit(
+                f'<numbers nc:operation="{operation}">{number}</numbers>'),
+                tag)
+            self.assertEqual(error["error-path"],
+                             f"/m:top/numbers[.='{number}']")
+        self.assert_refused(self.edit("<numbers>x</numbers>"),
+                            "invalid-value")
+        self.assertEqual(self.texts("numbers"), ["1"])
+
+    def test_tells_presence_from_state(self):
+        self.ok("<there/>")
+        self.assertEqual(self.texts("there"), [None])
+        self.assert_refused(self.edit('<there nc:operation="create"/>'),
+                            "data-exists")
+        self.ok('<there nc:operation="delete"/>')
+        self.assert_refused(self.edit('<there nc:operation="delete"/>'),
+                            "data-missing")
+        self.assert_refused(self.edit("<state>x</state>"), "unknown-element")
+
+    def test_keeps_anything_with_its_attributes(self):
+        self.ok('<anything><x xmlns="urn:x" y="z">text</x></anything>')
+        reply = self.client.rpc(get_config("candidate"))
+        [kept] = reply.iter("{urn:x}x")
+        self.assertEqual((kept.get("y"), kept.text), ("z", "text"))
+
+
 class CopyConfigTest(OperationsTest):
+    def test_copies_every_datastore_to_every_other(self):
+        names = ["running", "candidate", "startup"]
+        for source in names:
+            for to in names:
+                if source == to:
+                    self.refused(copy(source, to), "invalid-value")
+                    continue
+                with self.subTest(source=source, to=to):
+                    for number, name in enumerate(names):
+                        self.ok(copy("<config>" + config(l3(
+                            name, f"10.0.{number}.1/24")) + "</config>", name))
+                    self.ok(copy(source, to))
+                    self.assertEqual(self.names_in(to), [source])
+                    self.assertEqual(self.names_in(source), [source])
+
     def test_copies_a_datastore(self):
         self.running(A)
         self.ok(copy("running", "startup"))
@@ -371,6 +536,18 @@ class CopyConfigTest(OperationsTest):
                 "</with-defaults></copy-config>")
         reply = self.client.rpc(get_config("startup"))
         self.assertEqual(len(list(reply.iter(f"{{{IPAPP}}}enabled"))), 1)
+
+    def test_of_nothing_empties_nothing_whatever_the_defaults(self):
+        self.running(A)
+        for mode in ["explicit", "report-all", "trim"]:
+            defaults = (f'<with-defaults xmlns="{DEFAULTS}">{mode}'
+                        "</with-defaults></copy-config>")
+            with self.subTest(mode):
+                self.refused(copy("startup", "running").replace(
+                    "</copy-config>", defaults), "data-missing")
+                self.refused(copy("running", "running").replace(
+                    "</copy-config>", defaults), "invalid-value")
+        self.assertEqual(self.names_in("running"), ["a"])
 
 
 class DeleteConfigTest(OperationsTest):
@@ -439,6 +616,17 @@ class CommitTest(OperationsTest):
         self.ok(self.confirmed("<confirm-timeout>1</confirm-timeout>"))
         self.ok("<commit/>")
         time.sleep(1.5)
+        self.assertEqual(self.names_in("running"), ["a"])
+
+    def test_has_its_time_again_with_a_second_one(self):
+        self.running(A)
+        self.ok(edit("candidate", config(B)))
+        self.ok(self.confirmed("<confirm-timeout>2</confirm-timeout>"))
+        self.ok(edit("candidate", config(l3("c"))))
+        self.ok(self.confirmed("<confirm-timeout>600</confirm-timeout>"))
+        time.sleep(2.2)
+        self.assertEqual(self.names_in("running"), ["a", "b", "c"])
+        self.ok("<cancel-commit/>")
         self.assertEqual(self.names_in("running"), ["a"])
 
     def test_is_cancelled(self):
@@ -541,6 +729,16 @@ class LockTest(OperationsTest):
         self.server.wait_for_log("session 2 was cut off")
         self.ok(lock("running"))
 
+    def test_of_a_candidate_with_changes_is_denied(self):
+        self.ok(edit("candidate", config(A)))
+        for client in [self.client, self.other]:
+            reply = client.rpc(lock("candidate"))
+            self.assert_refused(reply, "lock-denied", "protocol")
+            self.assertEqual([part.text for part in reply.iter()
+                              if part.tag.endswith("session-id")], ["0"])
+        self.ok("<discard-changes/>")
+        self.ok(lock("candidate"))
+
     def test_of_others_is_not_given_back(self):
         self.ok(lock("running"))
         error = self.error(self.other.rpc(lock("running", "unlock")))
@@ -602,9 +800,49 @@ class WrongRequestTest(OperationsTest):
                 self.error(self.client.rpc(operation))
         self.assertEqual(self.names_in("running"), [])
 
+    def test_that_is_ambiguous_is_refused(self):
+        self.running(l3("kept", "10.0.0.1/24"))
+        both = "<running/><candidate/>"
+        for operation in [
+                f"<get-config><source>{both}</source></get-config>",
+                get_config(more="<source><candidate/></source>"),
+                get_config(more="<filter/><filter/>"),
+                f"<edit-config><target>{both}</target><default-operation>"
+                "replace</default-operation><config/></edit-config>",
+                edit("candidate", "", "<test-option>set</test-option>"
+                     "<test-option>test-only</test-option>"),
+                "<copy-config><target><running/></target><source><startup/>"
+                "<config/></source></copy-config>",
+                "<validate><source><candidate/><candidate/></source>"
+                "</validate>",
+                "<commit><confirmed/><confirm-timeout>1</confirm-timeout>"
+                "<confirm-timeout>2</confirm-timeout></commit>"]:
+            with self.subTest(operation):
+                self.refused(operation, "bad-element", "protocol")
+        self.assertEqual(self.names_in("running"), ["kept"])
+
+    def test_gets_its_attributes_back(self):
+        self.client.send_message(
+            f'<rpc xmlns="{NETCONF}" message-id="a &lt;&quot; b" '
+            'xmlns:x="urn:x" x:user="me" plain="1">'
+            "<get-config/></rpc>")
+        reply = ElementTree.fromstring(self.client.receive())
+        self.assertEqual(reply.attrib, {"message-id": 'a <" b', "plain": "1",
+                                        "{urn:x}user": "me"})
+        self.client.send_message(f'<rpc xmlns="{NETCONF}">{get_config()}</rpc>')
+        reply = ElementTree.fromstring(self.client.receive())
+        self.assertEqual(reply.attrib, {})
+        self.assertEqual(len(reply), 1)
+
     def test_that_is_no_xml_is_refused(self):
         self.client.send_message("<rpc")
         self.assertIn("malformed-message", self.client.receive())
+
+    def test_is_quoted_in_whole_characters(self):
+        for text in ["\u00e9" * 20, "a" + "\u00e9" * 20]:
+            error = self.error(self.client.rpc(
+                f'<get><filter xmlns:c="urn:c"/{text}</get>'))
+            self.assertIn("\u00e9" * 8, error["error-message"])
 
     def test_of_an_url_which_is_not_announced_is_refused(self):
         self.error(self.client.rpc(

@@ -193,6 +193,23 @@ class RobustnessTest(ServerTest):
                 self.assert_second_works()
 
 
+    def test_answers_a_message_without_an_element(self):
+        self.start()
+        for version in ["1.0", "1.1"]:
+            for sent in [" ", "\n\n", "<!-- nothing -->", "<?xml version='1.0'?>",
+                         "\0", f'\0<rpc message-id="1" xmlns="{NETCONF}"/>']:
+                with self.subTest(version=version, sent=sent):
+                    client = self.raw(self.server, version=version)
+                    client.send_message(sent)
+                    self.assertIn("malformed-message", client.receive())
+                    self.assertEqual(len(client.rpc(GET)), 1)
+                    client.close()
+        old = self.raw(self.server, version="1.0")
+        old.send_message("")
+        self.assertIn("malformed-message", old.receive())
+        self.assertEqual(len(old.rpc(GET)), 1)
+
+
 class FailingPluginTest(ServerTest):
     """A plug-in that dies or hangs refuses the commit; the server stays."""
 

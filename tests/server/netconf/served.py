@@ -50,27 +50,32 @@ def config(*interfaces):
             "</interface></config>")
 
 
-def wild_model(folder):
-    """A model for the plug-in runs_wild, which does what a leaf is named."""
+def model_of(folder, body):
+    """A folder of YANG with the module m of that body."""
     yang = pathlib.Path(folder) / "yang"
     shutil.copytree(ROOT / "yang/stubs", yang / "stubs")
     shutil.copy(ROOT / "yang/ipav-extensions.yang", yang)
+    (yang / "m.yang").write_text(
+        'module m { yang-version 1.1; namespace "urn:m"; prefix m;'
+        f"import tailf-common {{ prefix tailf; }} {body} }}")
+    return str(yang)
+
+
+def wild_model(folder):
+    """A model for the plug-in runs_wild, which does what a leaf is named."""
     deeds = ["_exit", "hang", "overflow-stack", "kill-parent", "close-files",
              "spawn-and-crash", "refuse-in-odd-bytes", "refuse-at-length"]
     leaves = "".join(
         f"leaf {deed} {{ type string; tailf:validate test_set {{ "
         f'tailf:opaque {deed}; tailf:dependency "."; }} }}' for deed in deeds)
-    (yang / "m.yang").write_text(
-        'module m { yang-version 1.1; namespace "urn:m"; prefix m;'
-        "import tailf-common { prefix tailf; } container top {"
-        f"{leaves} leaf nothing {{ type string; }} }} }}")
-    return str(yang)
+    return model_of(folder, f"container top {{ {leaves} "
+                    "leaf nothing { type string; } }")
 
 
 class Server:
-    """ipav serve, started; ends with the test."""
+    """ipav serve, started, by a program `under` it; ends with the test."""
 
-    def __init__(self, folder, *options, environment=None):
+    def __init__(self, folder, *options, environment=None, under=()):
         self.folder = pathlib.Path(folder)
         self.socket = str(self.folder / "netconf.sock")
         self.port = None
@@ -79,7 +84,7 @@ class Server:
             if self.log_file.exists() else 0
         with open(self.log_file, "ab") as log:
             self.process = subprocess.Popen(
-                [IPAV, "serve", "--state", str(folder), *options],
+                [*under, IPAV, "serve", "--state", str(folder), *options],
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                 env={**os.environ, **(environment or {})})
         wanted = "listening for SSH on" if "--ssh" in options \
@@ -209,13 +214,13 @@ class ServerTest(unittest.TestCase):
         key.write_private_key_file(str(path))
         return str(path), f"{key.get_name()} {key.get_base64()}\n"
 
-    def serve_ssh(self, *options):
+    def serve_ssh(self, *options, **more):
         """A server for SSH, and the file of a key that it knows."""
         self.key, line = self.make_key()
         self.authorized = self.folder / "authorized_keys"
         self.authorized.write_text(line)
         return self.serve("--ssh", "0", "--authorized-keys",
-                          str(self.authorized), *options)
+                          str(self.authorized), *options, **more)
 
     def connect(self, server, key=None, **more):
         """An ncclient session over SSH."""

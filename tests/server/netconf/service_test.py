@@ -101,6 +101,27 @@ class ServiceTest(ServerTest):
         self.addCleanup(client.close)
         self.assertEqual(len(client.rpc(GET)), 1)
 
+    def test_keeps_its_files_apart_from_closed_standard_ones(self):
+        server = subprocess.Popen(
+            ["/bin/sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh", IPAV, "serve",
+             "--state", str(self.folder / "state")])
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        end = time.monotonic() + PATIENCE
+        client = None
+        while client is None and time.monotonic() < end:
+            try:
+                client = RawClient(str(self.folder / "state/netconf.sock"))
+            except OSError:
+                time.sleep(0.01)
+        self.addCleanup(client.close)
+        files = f"/proc/{server.pid}/fd"
+        self.assertEqual([os.readlink(f"{files}/{number}")
+                          for number in range(3)], ["/dev/null"] * 3)
+        self.assert_ok(client.rpc("<commit/>"))
+        self.assertEqual((self.folder / "state" / "lock").read_text(),
+                         f"{server.pid}\n")
+
     def test_logs_severities_for_journald(self):
         server = self.serve(environment={"JOURNAL_STREAM": "8:1"})
         self.assertTrue(server.log().startswith("<5>ipav serve: "),

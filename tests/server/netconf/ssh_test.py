@@ -11,7 +11,7 @@ import paramiko
 from ncclient.operations import RPCError
 from ncclient.transport.errors import AuthenticationError, SSHError
 
-from served import IPAV, NETCONF, PATIENCE, ServerTest, config, l3
+from served import HELLO, IPAV, NETCONF, PATIENCE, ServerTest, config, l3
 
 NETWORK = config(l3("a", "10.0.0.0/24"))
 RIGHT = config(l3("a", "10.0.0.1/24"))
@@ -19,6 +19,15 @@ RIGHT = config(l3("a", "10.0.0.1/24"))
 
 def whole(content):
     return f'<nc:config xmlns:nc="{NETCONF}">{content}</nc:config>'
+
+
+def has_ipv6():
+    with socket.socket(socket.AF_INET6) as probe:
+        try:
+            probe.bind(("::1", 0))
+        except OSError:
+            return False
+    return True
 
 
 class SshTest(ServerTest):
@@ -96,15 +105,33 @@ class SshTest(ServerTest):
             transport.auth_password("root", "")
         self.assertEqual(refusal.exception.allowed_types, ["publickey"])
 
-    def channel(self, server):
-        transport = paramiko.Transport(("127.0.0.1", server.port))
+    def channel(self, server, user="operator", address="127.0.0.1"):
+        transport = paramiko.Transport(
+            socket.create_connection((address, server.port)))
         self.addCleanup(transport.close)
         transport.connect(
-            username="operator",
+            username=user,
             pkey=paramiko.ECDSAKey.from_private_key_file(self.key))
         channel = transport.open_session()
         channel.settimeout(PATIENCE)
         return channel
+
+    def test_shows_any_name_of_a_user_to_others(self):
+        server = self.serve_ssh()
+        other = self.raw(server)
+        for user, shown in [("a<&b", "a<&b"), ("a\x01\n\x7fb", "a\\x01\n\\x7fb"),
+                            ("\ufffe", "\ufffd"), ("x" * 2000, "x" * 128),
+                            ("x" + "\u00e9" * 100,
+                             "x" + "\u00e9" * 63 + "\ufffd")]:
+            with self.subTest(user):
+                channel = self.channel(server, user)
+                channel.invoke_subsystem("netconf")
+                channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
+                self.assertIn(b"<hello", channel.recv(65536))
+                reply = other.rpc("<get/>")
+                users = [part.text for part in reply.iter()
+                         if part.tag.endswith("}username")]
+                self.assertEqual(users[-1], shown)
 
     def test_gives_no_shell_and_no_other_subsystem(self):
         server = self.serve_ssh()
@@ -199,6 +226,25 @@ class SshTest(ServerTest):
                       server.log())
         with self.assertRaises(ConnectionRefusedError):
             socket.create_connection(("127.0.0.1", server.port))
+
+    def test_tells_from_where_its_clients_come(self):
+        for listen, address, host in [("127.0.0.1", "127.0.0.1", "127.0.0.1"),
+                                      ("::1", "::1", "::1"),
+                                      ("::", "127.0.0.1",
+                                       "::ffff:127.0.0.1")]:
+            with self.subTest(listen):
+                if ":" in listen and not has_ipv6():
+                    self.skipTest("no IPv6 on this machine")
+                server = self.serve_ssh("--listen", listen)
+                other = self.raw(server)
+                channel = self.channel(server, address=address)
+                channel.invoke_subsystem("netconf")
+                channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
+                self.assertIn(b"<hello", channel.recv(65536))
+                hosts = [part.text for part in other.rpc("<get/>").iter()
+                         if part.tag.endswith("}source-host")]
+                self.assertEqual(hosts, [host])
+                self.assertEqual(server.stop(), 0)
 
     def test_does_not_start_without_keys(self):
         result = subprocess.run(

@@ -295,6 +295,24 @@ TEST(Datastores, AConfigurationIsCopiedAsAWhole) {
   }
 }
 
+TEST(Datastores, ACopyOfOneWithOtherDefaultsIsOneOfIt) {
+  Server server;
+  server.Commit(kOne);
+  EXPECT_TRUE(
+      FailsWith(server->CopyConfig(kMine, InlineConfig{"", Datastore::kStartup},
+                                   Datastore::kRunning),
+                ErrorTag::kDataMissing, "no startup"));
+  EXPECT_TRUE(
+      FailsWith(server->CopyConfig(kMine, InlineConfig{"", Datastore::kRunning},
+                                   Datastore::kRunning),
+                ErrorTag::kInvalidValue, "running is source and target"));
+  EXPECT_EQ(server.running(), "<top><a>1</a></top>");
+  EXPECT_TRUE(Succeeds(
+      server->CopyConfig(kMine, InlineConfig{Xml(kTwo), Datastore::kRunning},
+                         Datastore::kCandidate)));
+  EXPECT_EQ(server.candidate(), "<top><a>2</a></top>");
+}
+
 TEST(Datastores, WhatIsNoConfigurationIsNotCopied) {
   Server server;
   for (const Datastore target :
@@ -735,12 +753,15 @@ TEST_F(AtStart, ADamagedFileIsRefusedAndLeftAsItIs) {
   EXPECT_TRUE(Succeeds(
       server_->CopyConfig(kMine, Datastore::kRunning, Datastore::kStartup)));
   server_.CommitForNow(kTwo);
-  for (const char* name : {"running.xml", "startup.xml", "rollback.xml"}) {
+  for (const char* name :
+       {"running.xml", "startup.xml", "rollback.xml", "version"}) {
     const std::string file = FileOf(name);
     fs::copy_file(file, file + ".kept");
     Damage(name);
     const auto size = fs::file_size(file);
-    EXPECT_TRUE(Contains(StartErrorOf(&server_), file + ": is damaged"));
+    const std::string error = StartErrorOf(&server_);
+    EXPECT_TRUE(Contains(error, file + ": is damaged"));
+    EXPECT_TRUE(Contains(error, "; put a copy of it back, or"));
     EXPECT_EQ(fs::file_size(file), size);
     fs::rename(file + ".kept", file);
   }
@@ -793,15 +814,45 @@ TEST_F(AtStart, AStartupWrittenByHandIsTaken) {
              "<top NS>\n  <a>hand</a>\n</top>\n");
   server_.Start();
   EXPECT_EQ(server_.running(), "<top><a>hand</a></top>");
+  server_.Stop();
+  fs::remove(FileOf("running.xml"));
+  std::ofstream(FileOf("startup.xml"))
+      << Xml("\xef\xbb\xbf<top NS><a>marked</a></top>");
+  server_.Start();
+  EXPECT_EQ(server_.running(), "<top><a>marked</a></top>");
+}
+
+TEST_F(AtStart, AStartupThatMayHaveLostItsContentEmptiesNothing) {
+  server_.Commit(kOne);
+  server_.Stop();
+  fs::remove(FileOf("running.xml"));
+  for (const char* text : {"", "\n"}) {
+    std::ofstream(FileOf("startup.xml")) << text;
+    EXPECT_EQ(StartErrorOf(&server_),
+              FileOf("startup.xml") +
+                  ": is damaged: it is empty; put a copy of it back, or move "
+                  "it away");
+  }
+  EXPECT_FALSE(fs::exists(FileOf("running.xml")));
+}
+
+TEST_F(AtStart, AStartupOfNothingIsTaken) {
+  server_.Commit(kOne);
+  EXPECT_TRUE(Succeeds(
+      server_->CopyConfig(kMine, InlineConfig{}, Datastore::kStartup)));
+  server_.Stop();
+  fs::remove(FileOf("running.xml"));
+  server_.Start();
+  EXPECT_EQ(server_.running(), "");
 }
 
 TEST_F(AtStart, AStartupThatIsNoConfigurationIsRefused) {
   server_.Stop();
-  for (const char* text :
-       {"", "<top", "{}", "<top xmlns=\"urn:m\"><x/></top>"}) {
+  for (const char* text : {"<top", "{}", "<top xmlns=\"urn:m\"><x/></top>"}) {
     std::ofstream(FileOf("startup.xml")) << text;
-    if (*text == '\0') continue;  // nothing configured, which is a choice
-    EXPECT_TRUE(Contains(StartErrorOf(&server_), "startup.xml: is refused: "));
+    const std::string error = StartErrorOf(&server_);
+    EXPECT_TRUE(Contains(error, "startup.xml: is refused: "));
+    EXPECT_TRUE(Contains(error, "put a copy of it back, or move it away"));
   }
 }
 
@@ -815,8 +866,8 @@ TEST_F(AtStart, ARunningThatIsRefusedIsNotLoaded) {
   EXPECT_EQ(StartErrorOf(&server_),
             FileOf("running.xml") +
                 ": is refused: refused for a reason. (refuse, at "
-                "/m:top/refuse); to start with another configuration, move it "
-                "away and put that in " +
+                "/m:top/refuse); put a copy of it back, or, to start with "
+                "another configuration, move it away and put that in " +
                 FileOf("startup.xml"));
 }
 
@@ -987,6 +1038,49 @@ TEST(AFailingDisk, LeavesNothingThatUndoesALaterOperation) {
     EXPECT_TRUE(Succeeds(
         server->CopyConfig(kMine, InlineConfig{Xml("<top NS><a>3</a></top>")},
                            Datastore::kRunning)));
+    server.Restart();
+    EXPECT_EQ(server.running(), "<top><a>3</a></top>") << "call " << number;
+  }
+}
+
+TEST(AFailingDisk, DoesNotMakeAConfirmedCommitStay) {
+  for (const int times : {1, 100}) {
+    for (int number = 0;; ++number) {
+      Failures calls;
+      Server server("obeys_opaque", &calls);
+      server.Commit(kOne);
+      server.CommitForNow(kTwo);
+      static_cast<void>(server->TakeNotices());
+      server.Pass(seconds(600));
+      calls.FailAt(number, times);
+      server->CheckTime();
+      if (!calls.has_failed()) {
+        EXPECT_GE(number, 2);
+        break;
+      }
+      const std::string where =
+          "call " + std::to_string(number) + " of " + std::to_string(times);
+      calls.FailAt(0, 0);
+      EXPECT_EQ(server.running(), "<top><a>1</a></top>") << where;
+      EXPECT_FALSE(server->Deadline().has_value()) << where;
+      EXPECT_TRUE(Contains(NoticesOf(&server), "is taken back")) << where;
+      server.Restart();
+      EXPECT_EQ(server.running(), "<top><a>1</a></top>") << where;
+    }
+  }
+}
+
+TEST(AFailingDisk, ThatLetAConfirmedCommitEndLosesNoLaterOne) {
+  for (int number = 0; number < 6; ++number) {
+    Failures calls;
+    Server server("obeys_opaque", &calls);
+    server.Commit(kOne);
+    server.CommitForNow(kTwo);
+    server.Pass(seconds(600));
+    calls.FailAt(number, 100);
+    server->CheckTime();
+    calls.FailAt(0, 0);
+    server.Commit("<top NS><a>3</a></top>");
     server.Restart();
     EXPECT_EQ(server.running(), "<top><a>3</a></top>") << "call " << number;
   }

@@ -89,5 +89,18 @@ TEST_F(AuthorizedKeysTest, NamesAFileThatIsNotThere) {
                std::runtime_error);
 }
 
+TEST_F(AuthorizedKeysTest, AreInNoFolder) {
+  EXPECT_THROW(AuthorizedKeys::FromFile(folder_), std::runtime_error);
+}
+
+TEST_F(AuthorizedKeysTest, AreNotThoseOfAnybody) {
+  const std::filesystem::path path = Write(LineOf(known_.get()) + "\n");
+  using std::filesystem::perms;
+  std::filesystem::permissions(path, perms::owner_all | perms::others_read);
+  EXPECT_EQ(AuthorizedKeys::FromFile(path).size(), 1U);
+  std::filesystem::permissions(path, perms::owner_all | perms::others_write);
+  EXPECT_THROW(AuthorizedKeys::FromFile(path), std::runtime_error);
+}
+
 }  // namespace
 }  // namespace ipav::transport

@@ -117,6 +117,26 @@ TEST_F(GuardTest, TranslatesForAClientOfNetconf10) {
   EXPECT_EQ(reason_.get(), "");
 }
 
+TEST_F(GuardTest, KeepsAMessageWithoutAnElementFromTheServer) {
+  Start({});
+  Greet(kOldHello);
+  Send(client_, "]]>]]><!-- nothing -->]]>]]><rpc/>]]>]]>");
+  ExpectReceived(server_, "\n#1\n<\n##\n\n#1\n<\n##\n\n#6\n<rpc/>\n##\n");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(GuardTest, GivesNoErrorThatIsNoXml) {
+  Start({});
+  Greet(kOldHello);
+  Send(client_, "<rpc>]]>]]>");
+  ExpectReceived(server_, "\n#5\n<rpc>\n##\n");
+  Send(server_, Frame(Framing::kChunked, "<rpc-error>ab\xc3</rpc-error>\n"));
+  ExpectReceived(client_, "<rpc-error>ab\xef\xbf\xbd</rpc-error>\n]]>]]>");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
 TEST_F(GuardTest, CarriesWhatIsMuchLargerThanABuffer) {
   Start({});
   Greet(ClientHello());
@@ -141,6 +161,19 @@ TEST_F(GuardTest, GivesTheLastReplyBeforeItEndsWithTheServer) {
   server_.Close();
   ExpectReceived(client_, reply);
   EXPECT_EQ(Receive(client_, 1), "");
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(GuardTest, GivesTheLastReplyOfAServerThatHearsNoMore) {
+  Start({});
+  Greet(ClientHello());
+  ASSERT_EQ(shutdown(server_.get(), SHUT_RD), 0);
+  Send(client_, Frame(Framing::kChunked, "<get/>"));
+  EXPECT_EQ(reason_.wait_for(milliseconds(100)), std::future_status::timeout);
+  const std::string reply = Frame(Framing::kChunked, "<ok>");
+  Send(server_, reply);
+  server_.Close();
+  ExpectReceived(client_, reply);
   EXPECT_EQ(reason_.get(), "");
 }
 

@@ -1,0 +1,208 @@
+"""All operations of a server under valgrind, which finds nothing wrong.
+
+Nothing is suppressed: the libraries are used as they bear it.
+"""
+
+import os
+import unittest
+
+from served import CONFIG, IPAPP, NETCONF, ServerTest, config, l3
+
+DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
+MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
+
+GOOD = config(l3("a", "10.0.0.1/24"), l3("b", "10.0.1.1/24"))
+BAD = config(l3("c", "10.0.2.0/24"))  # the address of a network
+
+
+def target(name):
+    return f"<target><{name}/></target>"
+
+
+def source(name):
+    inner = name if name.startswith("<") else f"<{name}/>"
+    return f"<source>{inner}</source>"
+
+
+def edit(content, options="", datastore="candidate"):
+    return (f"<edit-config>{target(datastore)}{options}"
+            f"<config>{content}</config></edit-config>")
+
+
+def get_config(more="", datastore="running"):
+    return f"<get-config>{source(datastore)}{more}</get-config>"
+
+
+def defaults(mode):
+    return f'<with-defaults xmlns="{DEFAULTS}">{mode}</with-defaults>'
+
+
+def xpath(expression):
+    return (f'<filter type="xpath" xmlns:c="{CONFIG}" xmlns:i="{IPAPP}" '
+            f'select="{expression}"/>')
+
+
+def get_schema(name, more=""):
+    return (f'<get-schema xmlns="{MONITORING}"><identifier>{name}</identifier>'
+            f"{more}</get-schema>")
+
+
+# Each with what its reply has: an element, or the tag of an error.
+OPERATIONS = [
+    (edit(GOOD), "ok"),
+    ("<validate>" + source("candidate") + "</validate>", "ok"),
+    ("<commit/>", "ok"),
+    # Every operation and option of an edit, and every error.
+    (edit(config(l3("a", operation="create"))), "data-exists"),
+    (edit(config(l3("d", operation="delete"))), "data-missing"),
+    (edit(config(l3("d", operation="remove"))), "ok"),
+    (edit(config(l3("d", operation="create"), l3("d", operation="delete"))),
+     "ok"),
+    (edit(config(l3("a", "10.0.0.2/24", operation="replace"))), "ok"),
+    (edit(GOOD, "<default-operation>none</default-operation>"), "ok"),
+    (edit(GOOD, "<default-operation>replace</default-operation>"), "ok"),
+    (edit(config(l3("d", operation="delete"), l3("e")),
+          "<error-option>continue-on-error</error-option>"), "data-missing"),
+    (edit(config(l3("d", operation="delete"), l3("f")),
+          "<error-option>rollback-on-error</error-option>"), "data-missing"),
+    (edit(BAD, "<test-option>test-then-set</test-option>"),
+     "operation-failed"),
+    (edit(BAD, "<test-option>test-only</test-option>"), "operation-failed"),
+    (edit("<x/>"), "unknown-namespace"),
+    (edit(config("<x/>")), "unknown-element"),
+    (edit(config(f'<l3 xmlns="{IPAPP}"/>')), "missing-element"),
+    (edit(config(l3("a", "10.0.0.1/99"))), "invalid-value"),
+    (edit("text"), "bad-element"),
+    (edit(GOOD, datastore="startup"), "operation-failed"),
+    (edit(GOOD, datastore="running"), "ok"),
+    (edit(BAD, datastore="running"), "operation-failed"),
+    ("<discard-changes/>", "ok"),
+    # What is read, and how.
+    ("<get/>", "data"),
+    ('<get><filter type="subtree"><netconf-state '
+     f'xmlns="{MONITORING}"><sessions/></netconf-state></filter></get>',
+     "data"),
+    (get_config(), "data"),
+    (get_config(datastore="startup"), "data"),
+    (get_config(f"<filter>{config(l3('a'))}</filter>"), "data"),
+    (get_config("<filter/>"), "data"),
+    (get_config(xpath("/c:config/c:interface/i:l3[i:name='b']/i:ipv4")),
+     "data"),
+    (get_config(xpath("1 + 1")), "data"),
+    (get_config(xpath("[[")), "operation-failed"),
+    (get_config('<filter type="xpath"/>'), "missing-attribute"),
+    *[(get_config(defaults(mode)), answer) for mode, answer in
+      [("report-all", "data"), ("trim", "data"), ("explicit", "data"),
+       ("report-all-tagged", "invalid-value")]],
+    *[(get_schema("ietf-netconf"), "data")] * 3,
+    (get_schema("vorplex-config", "<format>yin</format>"), "data"),
+    (get_schema("none"), "invalid-value"),
+    # Whole datastores.
+    (f"<copy-config>{target('startup')}{source('running')}</copy-config>",
+     "ok"),
+    (f"<copy-config>{target('candidate')}{source('startup')}</copy-config>",
+     "ok"),
+    (f"<copy-config>{target('running')}"
+     f"{source('<config>' + BAD + '</config>')}</copy-config>",
+     "operation-failed"),
+    (f"<copy-config>{target('running')}{source('running')}</copy-config>",
+     "invalid-value"),
+    (f"<copy-config>{target('startup')}{source('running')}"
+     f"{defaults('report-all')}</copy-config>", "ok"),
+    (f"<delete-config>{target('startup')}</delete-config>", "ok"),
+    (f"<delete-config>{target('running')}</delete-config>",
+     "operation-failed"),
+    (f"<validate>{source('<config>' + BAD + '</config>')}</validate>",
+     "operation-failed"),
+    (f"<validate>{source('startup')}</validate>", "data-missing"),
+    # Locks, and commits for now.
+    (f"<lock>{target('running')}</lock>", "ok"),
+    (f"<lock>{target('running')}</lock>", "lock-denied"),
+    (f"<unlock>{target('running')}</unlock>", "ok"),
+    (f"<unlock>{target('running')}</unlock>", "operation-failed"),
+    (edit(config(l3("g"))), "ok"),
+    ("<commit><confirmed/><persist>p</persist></commit>", "ok"),
+    ("<commit/>", "invalid-value"),
+    ("<cancel-commit><persist-id>p</persist-id></cancel-commit>", "ok"),
+    ("<commit><confirmed/></commit>", "ok"),
+    ("<cancel-commit/>", "ok"),
+    ("<cancel-commit/>", "operation-failed"),
+    (edit(BAD), "ok"),
+    ("<commit/>", "operation-failed"),
+    # What is no operation.
+    ("<kill-session><session-id>99</session-id></kill-session>",
+     "invalid-value"),
+    ("<reboot/>", "operation-failed"),
+    ("", "operation-failed"),
+    ("<get-config/>", "missing-element"),
+    ("<get-config><source><running/><candidate/></source></get-config>",
+     "bad-element"),
+]
+
+MESSAGES = ["<rpc", "text", " ", "\0", "<!DOCTYPE x []><x/>",
+            f'<rpc xmlns="{NETCONF}"><get-config/></rpc>',
+            "<rpc>" + "<a>" * 1000]
+
+
+class MemoryTest(ServerTest):
+    """The server, its plug-in's processes, and those that meet clients."""
+
+    def setUp(self):
+        super().setUp()
+        valgrind = [
+            os.environ.get("IPAV_VALGRIND", "valgrind"), "--quiet",
+            "--leak-check=full", "--show-leak-kinds=definite,indirect",
+            "--num-callers=40",
+            f"--log-file={self.folder}/valgrind.%p"]
+        self.server = self.serve_ssh(under=valgrind)
+
+    def call_all(self, client):
+        for operation, answer in OPERATIONS:
+            with self.subTest(operation):
+                reply = client.rpc(operation)
+                elements = [part.tag.rsplit("}", 1)[-1] for part in reply]
+                tags = [part.text for part in reply.iter()
+                        if part.tag.endswith("error-tag")]
+                self.assertIn(answer, elements + tags)
+
+    def assert_nothing_found(self):
+        """By any process that there was, in all of its life."""
+        logs = list(self.folder.glob("valgrind.*"))
+        self.assertGreater(len(logs), 20)
+        for log in logs:
+            self.assertEqual(log.read_text(), "", log.name)
+
+    def test_is_used_rightly_and_given_back(self):
+        # 1. All operations, twice, in both framings.
+        for version in ["1.1", "1.0"]:
+            client = self.raw(self.server, version=version)
+            self.call_all(client)
+            for message in MESSAGES:
+                client.send_message(message)
+                self.assertIn("rpc-error", client.receive())
+            self.assert_ok(client.rpc("<discard-changes/>"))
+
+        # 2. Sessions that end in each way.
+        victim = self.raw(self.server)
+        self.assert_ok(victim.rpc(f"<lock>{target('candidate')}</lock>"))
+        number = victim.hello.split("<session-id>")[1].split("<")[0]
+        self.assert_ok(client.rpc(
+            f"<kill-session><session-id>{number}</session-id>"
+            "</kill-session>"))
+        self.assertTrue(victim.is_dropped())
+        self.raw(self.server).send(b"\n#x\n")
+        self.raw(self.server).close()
+        self.raw(self.server, greet=False).send(b"]]>]]>")
+        self.assert_ok(self.raw(self.server).rpc("<close-session/>"))
+        with self.connect(self.server) as session:
+            session.get_config("running")
+
+        # 3. The end, with a session and a confirmed commit that are not over.
+        self.assert_ok(client.rpc(edit(config(l3("h")))))
+        self.assert_ok(client.rpc("<commit><confirmed/></commit>"))
+        self.assertEqual(self.server.stop(), 0, self.server.log())
+        self.assert_nothing_found()
+
+
+if __name__ == "__main__":
+    unittest.main()

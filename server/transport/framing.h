@@ -16,6 +16,7 @@ enum class Framing {
   kChunked,       // NETCONF 1.1: "\n#LENGTH\n" before a chunk, "\n##\n" last
 };
 
+// Chunks cannot carry an empty message.
 std::string Frame(Framing framing, std::string_view message);
 
 // What came is no framing, or is too long. Nobody knows where the next message

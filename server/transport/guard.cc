@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "transport/hello.h"
+#include "transport/request.h"
 
 namespace ipav::transport {
 
@@ -119,7 +120,7 @@ void Guard::ReadClient() {
 void Guard::FromClient(std::string_view message) {
   Restart();
   if (framing_.has_value()) {
-    to_server_ += Frame(Framing::kChunked, message);
+    to_server_ += FrameRequest(message);
     ++unanswered_;
     return;
   }

@@ -4,6 +4,7 @@ import signal
 import socket
 import time
 import unittest
+import xml.etree.ElementTree as ElementTree
 
 from served import (HELLO, NETCONF, PATIENCE, TEST_PLUGINS, ServerTest,
                     config, l3, wild_model)
@@ -37,6 +38,23 @@ class RobustnessTest(ServerTest):
                 client = self.raw(self.server)
                 client.send(sent)
                 self.assertTrue(client.is_dropped())
+                self.assert_second_works()
+
+    def test_answers_messages_that_are_no_xml(self):
+        self.start()
+        rpc = f'<rpc xmlns="{NETCONF}" message-id="%s">{GET}</rpc>'
+        for sent in ["", " ", "\0", "\0<rpc/>", "<!-- -->", "<!--", "<?a b?>",
+                     "<?xml version='1.0'?>", "\ufeff", "\ufeff <!---->", "<",
+                     "</rpc>", "<!DOCTYPE rpc>", "<![CDATA[<rpc/>]]", "text",
+                     rpc % '1" message-id="2', rpc % "<", rpc % "\1",
+                     rpc % "\udcff", rpc % "&a;"]:
+            with self.subTest(sent):
+                client = self.raw(self.server, version="1.0")
+                client.send(sent.encode(errors="surrogateescape") + b"]]>]]>")
+                self.assert_refused(
+                    ElementTree.fromstring(client.receive()),
+                    "malformed-message", "rpc")
+                client.close()
                 self.assert_second_works()
 
     def test_drops_what_does_not_begin_with_a_hello(self):

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "datastore/libyang_error.h"
 #include "transport/log.h"
 
 namespace ipav::netconf {
@@ -44,6 +45,8 @@ void Service::Poll() {
     const int events = nc_ps_poll(sessions_.poll_set(), 0, &handle);
     if ((events & (NC_PSPOLL_TIMEOUT | NC_PSPOLL_NOSESSIONS)) != 0) return;
     has_more_ = true;
+    // The library records what is wrong with messages, and never forgets it.
+    datastore::ClearErrors(environment_.context);
     Session* session = sessions_.Find(handle);
     if (session == nullptr) return;
     Count(session, events);

@@ -1,5 +1,7 @@
 """Clients that do wrong are refused or dropped; others go on working."""
 
+import pathlib
+import re
 import signal
 import socket
 import time
@@ -56,6 +58,23 @@ class RobustnessTest(ServerTest):
                     "malformed-message", "rpc")
                 client.close()
                 self.assert_second_works()
+
+    def test_forgets_what_was_wrong_with_messages(self):
+        self.start()
+        status = pathlib.Path(f"/proc/{self.server.process.pid}/status")
+
+        def memory():
+            return int(re.search(r"VmRSS:\s+(\d+) kB",
+                                 status.read_text()).group(1))
+
+        client = self.raw(self.server)
+        wrong = ("<kill-session><session-id>" + "x" * (1 << 20) +
+                 "</session-id></kill-session>")
+        client.rpc(wrong)
+        before = memory()
+        for _ in range(50):
+            self.assert_refused(client.rpc(wrong), "operation-failed")
+        self.assertLess(memory() - before, 20 << 10)
 
     def test_drops_what_does_not_begin_with_a_hello(self):
         self.start()

@@ -42,7 +42,9 @@ class Deframer {
   std::optional<std::string> Next();
 
   // Whether part of a message came that Next() did not give.
-  bool has_part() const { return !rest().empty() || !message_.empty(); }
+  bool has_part() const {
+    return !rest().empty() || !message_.empty() || chunk_left_ > 0;
+  }
 
  private:
   std::optional<std::string> NextByMark();

@@ -19,7 +19,10 @@ bool MayBeginName(char c) {
   return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-bool IsMark(char c) { return c == '(' || c == ')' || c == '\'' || c == '@'; }
+// Of a value that is not in quotes.
+bool IsEnd(char c) {
+  return c == '(' || c == ')' || c == '\'' || c == '@' || c == ' ' || c == '\n';
+}
 
 // Any bytes as a text that XML can hold.
 std::string Escape(const std::string& text) {
@@ -59,8 +62,7 @@ class Expander {
       CloseTag();
       if (!open_.empty()) Leave();
     } else if (c == '\'') {
-      CloseTag();
-      xml_ += Escape(TakeText());
+      AddText(Escape(TakeValue()));
     } else if (c == '@') {
       TakeAttribute();
     }
@@ -72,17 +74,15 @@ class Expander {
     return text_.substr(begin, at_ - begin);
   }
 
-  std::string TakeText() {
-    const std::size_t begin = at_;
-    while (at_ < text_.size() && !IsMark(text_[at_])) ++at_;
-    return text_.substr(begin, at_ - begin);
-  }
-
   std::string TakeValue() {
-    if (at_ == text_.size() || text_[at_] != '"') return TakeText();
-    const std::size_t begin = at_ + 1;
-    const std::size_t end = std::min(text_.find('"', begin), text_.size());
-    at_ = std::min(end + 1, text_.size());
+    const bool is_quoted = at_ < text_.size() && text_[at_] == '"';
+    const std::size_t begin = is_quoted ? at_ + 1 : at_;
+    std::size_t end = begin;
+    while (end < text_.size() &&
+           (is_quoted ? text_[end] != '"' : !IsEnd(text_[end]))) {
+      ++end;
+    }
+    at_ = std::min(is_quoted ? end + 1 : end, text_.size());
     return text_.substr(begin, end - begin);
   }
 
@@ -115,6 +115,17 @@ class Expander {
     if (tag_.empty()) return;
     xml_ += ">";
     open_.push_back(tag_);
+    tag_.clear();
+  }
+
+  // Of the element whose start tag is open, which ends there, or between
+  // others.
+  void AddText(const std::string& text) {
+    if (tag_.empty()) {
+      xml_ += text;
+      return;
+    }
+    xml_ += ">" + text + "</" + tag_ + ">";
     tag_.clear();
   }
 

@@ -1,9 +1,9 @@
 // XML in short, so that an input is well formed whatever a mutation does to it:
-// "lock(target(running))". A name begins an element, a bracket what is in it;
-// what follows an apostrophe is text, what follows "@name=", in quotes or not,
-// the value of an attribute of the element before. Brackets that are missing
-// are there, those too many are not. All else, such as blanks and line ends,
-// separates.
+// "lock(target(running))". A name begins an element; what stands in brackets is
+// in it. What follows an apostrophe is the text of the element before, or text
+// between elements; what follows "@name=" is the value of an attribute. Both
+// end with a blank or a mark, or are in quotes. Brackets that are missing are
+// there, those too many are not; all else separates.
 #ifndef IPAV_FUZZ_SUPPORT_SHORT_XML_H_
 #define IPAV_FUZZ_SUPPORT_SHORT_XML_H_
 

@@ -105,10 +105,10 @@ std::string Print(const lyd_node* nodes, std::uint32_t options) {
   return text == nullptr ? "" : text;
 }
 
-// With what is there by default, and empty containers.
+// With what is there by default; an empty container means nothing.
 std::string AllOf(const Nodes& nodes) {
-  return Print(nodes.get(), LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK |
-                                LYD_PRINT_WD_ALL | LYD_PRINT_KEEPEMPTYCONT) +
+  return Print(nodes.get(),
+               LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL) +
          "\n" + store::TextOf(nodes.get());
 }
 
@@ -147,6 +147,7 @@ Edit EditOf(const std::string& line) {
       edit.replaces_all = true;
     }
   }
+  if (edit.replaces_all) edit.rules.on_error = OnError::kUndo;
   edit.text = line.substr(std::min(blank + 1, line.size()));
   if (edit.text.empty() || edit.text[0] != '<') {
     edit.text = FromShortXml(edit.text, Names());

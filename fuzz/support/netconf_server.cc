@@ -19,9 +19,6 @@ using store::Datastore;
 
 constexpr std::size_t kMaxSessions = 3;
 
-constexpr Datastore kAll[] = {Datastore::kRunning, Datastore::kCandidate,
-                              Datastore::kStartup};
-
 ly_ctx* Context() {
   static const netconf::MessageContext kContext =
       netconf::MakeMessageContext(ProjectModel(), IPAV_FUZZ_NETCONF_YANG_DIR);
@@ -48,7 +45,7 @@ NetconfServer::NetconfServer() {
   store::StateFolder(folder_.path())
       .Write("startup.xml", SmallConfigurationText());
   Start();
-  first_ = Datastores();
+  first_ = texts_;
 }
 
 NetconfServer::~NetconfServer() { Stop(); }
@@ -67,6 +64,7 @@ void NetconfServer::Start() {
   trusts_ = false;
   service_ = std::make_unique<netconf::Service>(context, datastores_.get(),
                                                 kMaxSessions);
+  Check();
 }
 
 void NetconfServer::Stop() {
@@ -102,11 +100,13 @@ NetconfClient& NetconfServer::Client(std::size_t number) {
   return client;
 }
 
-NetconfServer::Texts NetconfServer::Datastores() const {
-  Texts texts;
-  for (const Datastore datastore : kAll) {
-    texts.push_back(store::TextOf(datastores_->Tree(datastore)));
-  }
+// Running, candidate and startup.
+NetconfServer::Texts NetconfServer::Print() const {
+  const lyd_node* running = datastores_->Tree(Datastore::kRunning);
+  const lyd_node* candidate = datastores_->Tree(Datastore::kCandidate);
+  Texts texts{store::TextOf(running)};
+  texts.push_back(candidate == running ? texts[0] : store::TextOf(candidate));
+  texts.push_back(store::TextOf(datastores_->Tree(Datastore::kStartup)));
   return texts;
 }
 
@@ -117,9 +117,8 @@ void NetconfServer::Poll() {
 }
 
 void NetconfServer::Check() {
-  const std::string running =
-      store::TextOf(datastores_->Tree(Datastore::kRunning));
-  Require(accepted_.count(running) != 0, "running was accepted by nobody");
+  texts_ = Print();
+  Require(accepted_.count(texts_[0]) != 0, "running was accepted by nobody");
   Require(ly_err_first(Context()) == nullptr, "errors pile up");
   static_cast<void>(datastores_->TakeNotices());
 }
@@ -127,7 +126,7 @@ void NetconfServer::Check() {
 void NetconfServer::Receive(std::size_t client, std::string message) {
   NetconfClient& sender = Client(client);
   InsertSessions(clients_, &message);
-  const Texts before = Datastores();
+  const Texts before = texts_;
   const std::size_t sessions = service_->sessions().all().size();
   const std::uint32_t errors = service_->counters().out_rpc_errors;
   static_cast<void>(sender.Send(message));
@@ -136,10 +135,10 @@ void NetconfServer::Receive(std::size_t client, std::string message) {
   // A session that ends may take back what it had changed.
   const bool is_same_session = service_->sessions().all().size() == sessions;
   const bool may_go_on = message.find("continue-on-error") != std::string::npos;
-  if (is_refused && is_same_session && !may_go_on) {
-    Require(Datastores() == before, "a refused operation changes something");
-  }
   Check();
+  if (is_refused && is_same_session && !may_go_on) {
+    Require(texts_ == before, "a refused operation changes something");
+  }
 }
 
 void NetconfServer::CutOff(std::size_t client) {
@@ -162,14 +161,11 @@ void NetconfServer::Restart() {
   Stop();
   // What waits for its confirmation is taken back.
   const bool is_pending = datastores_->Deadline().has_value();
-  const Texts before = Datastores();
+  const Texts before = Print();
   datastores_.reset();
   state_.reset();
   Start();
-  if (!is_pending) {
-    Require(Datastores() == before, "a start finds something else");
-  }
-  Check();
+  if (!is_pending) Require(texts_ == before, "a start finds something else");
 }
 
 }  // namespace ipav::fuzz

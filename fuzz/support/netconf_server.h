@@ -43,7 +43,7 @@ class NetconfServer {
   void Restart();
 
   // Whether any datastore is other than at the first start.
-  bool has_changed() const { return Datastores() != first_; }
+  bool has_changed() const { return texts_ != first_; }
 
  private:
   using Texts = std::vector<std::string>;
@@ -55,13 +55,14 @@ class NetconfServer {
   NetconfClient& Client(std::size_t number);
   void Poll();
   void Check();
-  Texts Datastores() const;
+  Texts Print() const;
 
   TemporaryFolder folder_;
   bool trusts_ = false;  // what was running before is
   std::set<std::string> accepted_;
   store::TimePoint now_{};
   Texts first_;
+  Texts texts_;  // behind the last step
   std::unique_ptr<store::StateFolder> state_;
   std::unique_ptr<store::Datastores> datastores_;
   std::unique_ptr<netconf::Service> service_;

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
+
+#include "transport/framing.h"
 
 namespace ipav::transport {
 namespace {
@@ -66,6 +69,19 @@ TEST(LargeRequestTest, GoesAsItIs) {
   while (message.size() < 12U << 20) message += "<a b=\"c\">text</a>";
   message += "</rpc>";
   EXPECT_GT(FrameRequest(message).size(), message.size());
+}
+
+std::string Nested(std::size_t depth) {
+  std::string message;
+  for (std::size_t i = 0; i < depth; ++i) message += "<a>";
+  for (std::size_t i = 0; i < depth; ++i) message += "</a>";
+  return message;
+}
+
+TEST(DeepRequestTest, GoesAsItIsToADepthOf256AndIsMalformedFarBeyond) {
+  EXPECT_EQ(FrameRequest(Nested(256)), Frame(Framing::kChunked, Nested(256)));
+  EXPECT_EQ(FrameRequest(Nested(300)), "\n#1\n<\n##\n");
+  EXPECT_EQ(FrameRequest(Nested(1000000)), "\n#1\n<\n##\n");
 }
 
 }  // namespace

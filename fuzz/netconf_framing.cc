@@ -387,7 +387,7 @@ void CheckIntroduction(const Input& input) {
               "a connection that is not open");
     } else {
       Require(count == 0 || std::count(bytes.begin(), bytes.end(), '\0') < 3 ||
-                  bytes.size() > 3 * 513,
+                  bytes.size() > std::size_t{3} * 513,
               "an introduction that is not seen");
     }
   }

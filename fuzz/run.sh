@@ -43,7 +43,7 @@ run() {
 
 status=0
 mkdir -p "$build/findings"
-printf '%-14s %12s %8s %8s %9s\n' target executions exec/s corpus findings
+printf '%-16s %12s %8s %8s %9s\n' target executions exec/s corpus findings
 for target in "${targets[@]}"; do
   mkdir -p "$build/corpus/$target"
   log=$build/$target.log
@@ -51,7 +51,7 @@ for target in "${targets[@]}"; do
   run "$target" "$log" || findings=1
   # A corpus grows while it is read: what is kept of both folders.
   corpus=$(sed -n 's/.* corp: \([0-9]*\)\/.*/\1/p' "$log" | tail -1)
-  printf '%-14s %12s %8s %8s %9s\n' "$target" \
+  printf '%-16s %12s %8s %8s %9s\n' "$target" \
     "$(stat number_of_executed_units "$log")" \
     "$(stat average_exec_per_sec "$log")" "$corpus" "$findings"
   if [ $findings -ne 0 ]; then

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <string>
 
-#include "netconf/call.h"
+#include "netconf/library.h"
 #include "netconf/message_context.h"
-#include "netconf/session.h"
+#include "netconf/service.h"
 #include "store/datastores.h"
 #include "transport/doorman.h"
 #include "transport/signals.h"
@@ -27,7 +27,7 @@ class Server {
   // arguments are borrowed. Throws std::runtime_error.
   Server(const datastore::Model& model, const ServerOptions& options,
          store::Datastores* datastores, transport::Doorman* doorman);
-  ~Server();
+  ~Server() = default;
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
@@ -42,17 +42,14 @@ class Server {
   int TimeToWait() const;
   void HandleSignals(const transport::Signals& signals);
   void LetIn();
-  void PollSessions();
-  void Count(Session* session, int events);
-  void End(Session* session, bool is_orderly);
   void LogNotices();
 
-  const ServerOptions options_;
+  const bool once_;
   const MessageContext context_;
+  const Library library_;
+  store::Datastores& datastores_;
   transport::Doorman& doorman_;
-  Sessions sessions_;
-  Environment environment_;
-  bool has_more_ = false;  // sessions that poll(2) does not tell of
+  Service service_;
   bool is_over_ = false;
 };
 

@@ -104,8 +104,11 @@ std::optional<RpcError> CommitGate::Judge(
                  candidate);
   }
   try {
-    const Outcome outcome = commit::RunCommit(
-        *running, *candidate, {options_.plugin, false, options_.time_limit});
+    const Outcome outcome =
+        options_.engine != nullptr
+            ? options_.engine(*running, *candidate)
+            : commit::RunCommit(*running, *candidate,
+                                {options_.plugin, false, options_.time_limit});
     if (outcome.verdict == Verdict::kAccepted) return std::nullopt;
     return ErrorOf(model_, outcome);
   } catch (const plugin::PluginError& error) {

@@ -3,12 +3,14 @@
 #ifndef IPAV_SERVER_STORE_COMMIT_GATE_H_
 #define IPAV_SERVER_STORE_COMMIT_GATE_H_
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "base/time_limit.h"
+#include "commit/commit.h"
 #include "datastore/data_tree.h"
 #include "datastore/model.h"
 #include "store/nodes.h"
@@ -19,9 +21,14 @@ namespace ipav::store {
 // A configuration that may have several owners; nobody changes it.
 using Configuration = std::shared_ptr<const datastore::DataTree>;
 
+// Judges a candidate against running. Throws what commit::RunCommit() does.
+using CommitEngine = std::function<commit::Outcome(
+    const datastore::DataTree& running, const datastore::DataTree& candidate)>;
+
 struct GateOptions {
   std::string plugin;                               // file
   base::TimeLimit time_limit = base::kNoTimeLimit;  // of the plug-in
+  CommitEngine engine = nullptr;  // null: the plug-in, in a child process
 };
 
 // What came of one configuration: `configuration`, or else `error`.

@@ -492,11 +492,13 @@ class Editor {
   std::vector<RpcError> errors_;
 };
 
-Edited Failure(ErrorTag tag, const std::string& message) {
+// Of the whole edit, which then is what is left out.
+Edited Failure(const lyd_node* base, const EditRules& rules, ErrorTag tag,
+               const std::string& message) {
   RpcError error;
   error.tag = tag;
   error.message = message;
-  return {nullptr, {error}};
+  return {Copy(rules.on_error == OnError::kContinue ? base : nullptr), {error}};
 }
 
 }  // namespace
@@ -506,7 +508,7 @@ Edited EditConfig(const Model& model, const lyd_node* base,
   // 1. The text.
   const EditXml xml(edit);
   if (xml.config() == nullptr) {
-    return Failure(ErrorTag::kInvalidValue,
+    return Failure(base, rules, ErrorTag::kInvalidValue,
                    "the configuration is no XML: " + xml.error());
   }
   // 2. What it changes. A replacement replaces all that there is.
@@ -520,7 +522,8 @@ Edited EditConfig(const Model& model, const lyd_node* base,
   }
   // 3. What comes with that.
   if (!tree.AddDefaults(model.context())) {
-    return Failure(ErrorTag::kOperationFailed, LibraryError(model.context()));
+    return Failure(base, rules, ErrorTag::kOperationFailed,
+                   LibraryError(model.context()));
   }
   return {tree.Take(), std::move(errors)};
 }

@@ -16,6 +16,7 @@ enum class Framing {
   kChunked,       // NETCONF 1.1: "\n#LENGTH\n" before a chunk, "\n##\n" last
 };
 
+// Chunks cannot carry an empty message.
 std::string Frame(Framing framing, std::string_view message);
 
 // What came is no framing, or is too long. Nobody knows where the next message
@@ -41,7 +42,9 @@ class Deframer {
   std::optional<std::string> Next();
 
   // Whether part of a message came that Next() did not give.
-  bool has_part() const { return !rest().empty() || !message_.empty(); }
+  bool has_part() const {
+    return !rest().empty() || !message_.empty() || chunk_left_ > 0;
+  }
 
  private:
   std::optional<std::string> NextByMark();

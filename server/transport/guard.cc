@@ -7,9 +7,8 @@
 #include <limits>
 
 #include "base/bytes.h"
-#include "transport/attributes.h"
-#include "transport/element.h"
 #include "transport/hello.h"
+#include "transport/request.h"
 
 namespace ipav::transport {
 
@@ -28,10 +27,6 @@ constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 constexpr milliseconds kFarewell = std::chrono::seconds(5);
 
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
-
-// What the server answers with malformed-message, as it should an XML without
-// an element, which its library does not survive.
-constexpr std::string_view kMalformed = "<";
 
 }  // namespace
 
@@ -126,9 +121,7 @@ void Guard::ReadClient() {
 void Guard::FromClient(std::string_view message) {
   Restart();
   if (framing_.has_value()) {
-    to_server_ += MayHaveElement(message)
-                      ? Frame(Framing::kChunked, MarkAttributes(message))
-                      : Frame(Framing::kChunked, kMalformed);
+    to_server_ += FrameRequest(message);
     ++unanswered_;
     return;
   }

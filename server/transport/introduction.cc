@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace ipav::transport {
 
@@ -30,6 +31,25 @@ std::optional<std::array<std::string, kTexts>> Split(const std::string& bytes) {
     start = end + 1;
   }
   return texts;
+}
+
+// All that came with a message: whoever sends more than one must not leave
+// them open here.
+std::vector<base::FileDescriptor> DescriptorsOf(msghdr* message) {
+  std::vector<base::FileDescriptor> descriptors;
+  for (cmsghdr* header = CMSG_FIRSTHDR(message); header != nullptr;
+       header = CMSG_NXTHDR(message, header)) {
+    if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
+      continue;
+    }
+    const std::size_t size = header->cmsg_len - CMSG_LEN(0);
+    for (std::size_t at = 0; at + sizeof(int) <= size; at += sizeof(int)) {
+      int fd = -1;
+      std::memcpy(&fd, CMSG_DATA(header) + at, sizeof(fd));
+      descriptors.emplace_back(fd);
+    }
+  }
+  return descriptors;
 }
 
 }  // namespace
@@ -71,17 +91,14 @@ std::optional<Introduction> ReceiveIntroduction(int control) {
   message.msg_controllen = ancillary.size();
   const ssize_t got =
       recvmsg(control, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-  const cmsghdr* header = got <= 0 ? nullptr : CMSG_FIRSTHDR(&message);
-  if (header == nullptr || header->cmsg_type != SCM_RIGHTS) return std::nullopt;
-  int fd = -1;
-  std::memcpy(&fd, CMSG_DATA(header), sizeof(fd));
-  base::FileDescriptor connection(fd);
+  if (got < 0) return std::nullopt;
+  std::vector<base::FileDescriptor> connections = DescriptorsOf(&message);
   bytes.resize(static_cast<std::size_t>(got));
   auto texts = Split(bytes);
-  if (!texts.has_value()) return std::nullopt;
+  if (connections.empty() || !texts.has_value()) return std::nullopt;
   auto& [transport, user, host] = *texts;
   return Introduction{std::move(transport), std::move(user), std::move(host),
-                      std::move(connection)};
+                      std::move(connections.front())};
 }
 
 }  // namespace ipav::transport

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -10,11 +11,15 @@
 
 namespace {
 
+using ipav::commit::Outcome;
+using ipav::commit::Verdict;
 using ipav::store::CommitGate;
 using ipav::store::EditConfig;
 using ipav::store::ErrorTag;
 using ipav::store::ErrorType;
+using ipav::store::GateOptions;
 using ipav::store::Judgement;
+using ipav::store::Nodes;
 using ipav::store::RpcError;
 using store_test::PluginFile;
 using store_test::SmallModel;
@@ -74,6 +79,23 @@ TEST(CommitGate, RefusesWithoutATextAllTheSame) {
 TEST(CommitGate, JudgesOnlyWhatChanges) {
   const std::string config = "<top NS><refuse>x</refuse></top>";
   EXPECT_FALSE(Judge(config, "obeys_opaque", config).error.has_value());
+}
+
+TEST(CommitGate, AsksTheEngineThatItIsGivenAndNoPlugin) {
+  Outcome outcome;
+  GateOptions options;
+  options.plugin = "no such file";
+  options.engine = [&outcome](const auto&, const auto&) { return outcome; };
+  const CommitGate gate(*SmallModel(), options);
+  EXPECT_FALSE(gate.Judge(nullptr, Nodes()).error.has_value());
+
+  outcome.verdict = Verdict::kRefused;
+  outcome.answers = {{"point", "/top", -1, "a text", std::nullopt}};
+  const auto error = gate.Judge(nullptr, Nodes()).error;
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(error->message, "a text");
+  EXPECT_EQ(error->app_tag, "point");
+  EXPECT_EQ(error->path, "/m:top");
 }
 
 TEST(CommitGate, RefusesWhenThePluginDies) {

@@ -636,6 +636,19 @@ TEST_F(EditConfigTest, TextAndElementsStandOnlyWhereTheyCan) {
                "/m:top/a");
 }
 
+TEST_F(EditConfigTest, WhatIsNoXmlIsLeftOutAsAWhole) {
+  const Nodes base = Base("<top NS><a>1</a></top>");
+  for (const Operation operation : {Operation::kMerge, Operation::kReplace}) {
+    EditRules rules;
+    rules.on_error = OnError::kContinue;
+    rules.default_operation = operation;
+    const Edited edited = Apply(base, "<top NS>", rules);
+    ASSERT_EQ(edited.errors.size(), 1U);
+    EXPECT_EQ(edited.errors[0].tag, ErrorTag::kInvalidValue);
+    EXPECT_EQ(Print(edited.nodes.get()), "<top><a>1</a></top>");
+  }
+}
+
 TEST_F(EditConfigTest, WhatIsNoXmlIsRefused) {
   for (const char* text :
        {"<top", "<top NS>", "</config><config>", "<!DOCTYPE a><top NS/>",

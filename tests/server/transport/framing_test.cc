@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -91,6 +92,18 @@ TEST(FramingTest, TakesTheLargestMessageAndNoLargerOne) {
   EXPECT_THROW(MessagesIn(Framing::kEndOfMessage,
                           Frame(Framing::kEndOfMessage, largest + "x")),
                FramingError);
+}
+
+TEST(FramingTest, KnowsThatPartOfAMessageCame) {
+  for (const char* part :
+       {"\n", "\n#4", "\n#4\n", "\n#4\n<", "\n#4\n<a/>", "\n#4\n<a/>\n##"}) {
+    Deframer deframer(kMax);
+    deframer.set_framing(Framing::kChunked);
+    EXPECT_FALSE(deframer.has_part());
+    deframer.Add(part);
+    EXPECT_EQ(deframer.Next(), std::nullopt) << part;
+    EXPECT_TRUE(deframer.has_part()) << part;
+  }
 }
 
 TEST(FramingTest, RefusesALargeChunkBeforeItComes) {

@@ -98,8 +98,8 @@ constexpr char kOldHello[] =
 TEST_F(GuardTest, CarriesMessagesOfBothSides) {
   Start({});
   Greet(ClientHello());
-  Send(client_, "\n#1\n<\n#4\nrpc>\n##\n");
-  ExpectReceived(server_, "\n#5\n<rpc>\n##\n");
+  Send(client_, "\n#1\n<\n#5\nrpc/>\n##\n");
+  ExpectReceived(server_, "\n#6\n<rpc/>\n##\n");
   Send(server_, "\n#7\n<reply/\n#1\n>\n##\n");
   ExpectReceived(client_, "\n#8\n<reply/>\n##\n");
   client_.Close();
@@ -109,15 +109,15 @@ TEST_F(GuardTest, CarriesMessagesOfBothSides) {
 TEST_F(GuardTest, TranslatesForAClientOfNetconf10) {
   Start({});
   Greet(kOldHello);
-  Send(client_, "<rpc>]]>]]>");
-  ExpectReceived(server_, "\n#5\n<rpc>\n##\n");
+  Send(client_, "<rpc/>]]>]]>");
+  ExpectReceived(server_, "\n#6\n<rpc/>\n##\n");
   Send(server_, "\n#7\n<reply>\n##\n");
   ExpectReceived(client_, "<reply>]]>]]>");
   client_.Close();
   EXPECT_EQ(reason_.get(), "");
 }
 
-TEST_F(GuardTest, KeepsAMessageWithoutAnElementFromTheServer) {
+TEST_F(GuardTest, SaysThatAMessageIsMalformedByAShortOne) {
   Start({});
   Greet(kOldHello);
   Send(client_, "]]>]]><!-- nothing -->]]>]]><rpc/>]]>]]>");
@@ -140,7 +140,8 @@ TEST_F(GuardTest, GivesNoErrorThatIsNoXml) {
 TEST_F(GuardTest, CarriesWhatIsMuchLargerThanABuffer) {
   Start({});
   Greet(ClientHello());
-  const std::string message(3000000, 'x');
+  const std::string message =
+      "<rpc>" + std::string(3000000, 'x') + "</rpc>";
   const std::string framed = Frame(Framing::kChunked, message);
   std::thread sender([&] { Send(client_, framed); });
   EXPECT_TRUE(Receive(server_, framed.size()) == framed);
@@ -155,7 +156,7 @@ TEST_F(GuardTest, CarriesWhatIsMuchLargerThanABuffer) {
 TEST_F(GuardTest, GivesTheLastReplyBeforeItEndsWithTheServer) {
   Start({});
   Greet(ClientHello());
-  Send(client_, Frame(Framing::kChunked, "<close-session>"));
+  Send(client_, Frame(Framing::kChunked, "<close-session/>"));
   const std::string reply = Frame(Framing::kChunked, "<ok>");
   Send(server_, reply);
   server_.Close();

@@ -1,0 +1,307 @@
+// Edits of NETCONF clients, one after the other, on a configuration that has
+// nodes of every kind.
+//
+// Legal: one error, and no nodes; or a configuration. With continue-on-error a
+// configuration, and the errors of what was left out. What was edited stays as
+// it was; an error has a tag with what that asks for, a message, and an
+// absolute path or none. The configuration's own text merged into it, replacing
+// it, as an edit of nothing, and as a configuration of its own makes no other;
+// created in an empty one it is the same; where it is, it cannot be created;
+// removed or deleted it leaves an empty one, from which it cannot be deleted,
+// and removed without effect. An edit that only merges has no effect when it
+// comes again. The data model accepts the configuration exactly when it accepts
+// its text, unless there is anydata or anyxml.
+//
+// Input: lines of options, a blank and an edit. Options: "r" or "n" for the
+// default operations replace and none, "c" for continue-on-error, "i" for a
+// configuration without operations, in place of all that is there. An edit is
+// XML, or the same in short (support/short_xml.h).
+
+#include "store/edit_config.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "datastore/data_tree.h"
+#include "datastore/input_error.h"
+#include "datastore/libyang_error.h"
+#include "datastore/model.h"
+#include "store/commit_gate.h"
+#include "store/nodes.h"
+#include "support/byte_reader.h"
+#include "support/finding.h"
+#include "support/memory_file.h"
+#include "support/netconf_reply.h"
+#include "support/short_xml.h"
+#include "support/target.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using datastore::DataTree;
+using datastore::InputError;
+using datastore::Model;
+using store::Edited;
+using store::EditRules;
+using store::ErrorTag;
+using store::Nodes;
+using store::OnError;
+using store::Operation;
+
+constexpr char kStart[] =
+    "top(text'hello number'9 flag'true pet'dog either'auto first'one value'3 "
+    "value'1 step'up step'down usual'c "
+    "entry(name'one serial's1 inner(x'x) pair(a'1 b'true c'c)) "
+    "entry(name'two serial's2 level'2) "
+    "rule(number'20 action'stop) rule(number'10 action'go) "
+    "present(needed'yes) a1'way) "
+    "alone'alone many'm1 many'm2 element(name'e text't)";
+
+const Model& KindsModel() {
+  static const Model kModel(IPAV_FUZZ_KINDS_DIR, IPAV_FUZZ_YANG_EXTENSION);
+  return kModel;
+}
+
+// An element at the top, with all that the attributes of an edit need.
+std::string TopElement(const std::string& name) {
+  return name +
+         " xmlns=\"urn:kinds\" xmlns:k=\"urn:kinds\" "
+         "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+         "xmlns:y=\"urn:ietf:params:xml:ns:yang:1\" "
+         "xmlns:wd=\"urn:ietf:params:xml:ns:netconf:default:1.0\"";
+}
+
+const ShortNames& Names() {
+  static const ShortNames kNames = {{{"top", TopElement("top")},
+                                     {"alone", TopElement("alone")},
+                                     {"many", TopElement("many")},
+                                     {"element", TopElement("element")}},
+                                    {{"operation", "nc:operation"},
+                                     {"insert", "y:insert"},
+                                     {"key", "y:key"},
+                                     {"value", "y:value"},
+                                     {"default", "wd:default"}}};
+  return kNames;
+}
+
+// ---- Texts of configurations -----------------------------------------------
+
+std::string Print(const lyd_node* nodes, std::uint32_t options) {
+  struct Free {
+    void operator()(char* text) const { std::free(text); }
+  };
+  if (nodes == nullptr) return "";
+  char* text = nullptr;
+  Require(lyd_print_mem(&text, nodes, LYD_XML, options) == LY_SUCCESS,
+          "nodes that cannot be printed");
+  const std::unique_ptr<char, Free> owner(text);
+  return text == nullptr ? "" : text;
+}
+
+// With what is there by default; an empty container means nothing.
+std::string AllOf(const Nodes& nodes) {
+  return Print(nodes.get(),
+               LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL) +
+         "\n" + store::TextOf(nodes.get());
+}
+
+// Each top node with an operation.
+std::string WithOperation(const Nodes& nodes, const std::string& operation) {
+  std::string text;
+  for (const lyd_node* node = nodes.get(); node != nullptr; node = node->next) {
+    std::string one = Print(node, LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT);
+    if (one.empty()) continue;
+    one.insert(one.find_first_of(" />"),
+               " xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+               "nc:operation=\"" +
+                   operation + "\"");
+    text += one;
+  }
+  return text;
+}
+
+// ---- Edits -----------------------------------------------------------------
+
+struct Edit {
+  EditRules rules;
+  bool replaces_all = false;
+  std::string text;
+};
+
+Edit EditOf(const std::string& line) {
+  const std::size_t blank = std::min(line.find(' '), line.size());
+  Edit edit;
+  for (const char option : line.substr(0, blank)) {
+    if (option == 'r') edit.rules.default_operation = Operation::kReplace;
+    if (option == 'n') edit.rules.default_operation = Operation::kNone;
+    if (option == 'c') edit.rules.on_error = OnError::kContinue;
+    if (option == 'i') {
+      edit.rules.allows_operations = false;
+      edit.replaces_all = true;
+    }
+  }
+  if (edit.replaces_all) edit.rules.on_error = OnError::kUndo;
+  edit.text = line.substr(std::min(blank + 1, line.size()));
+  if (edit.text.empty() || edit.text[0] != '<') {
+    edit.text = FromShortXml(edit.text, Names());
+  }
+  return edit;
+}
+
+EditRules RulesOf(Operation default_operation) {
+  EditRules rules;
+  rules.default_operation = default_operation;
+  return rules;
+}
+
+// An edit that has no errors.
+Nodes Succeed(const Nodes& base, const std::string& text,
+              const EditRules& rules) {
+  Edited edited = store::EditConfig(KindsModel(), base.get(), text, rules);
+  if (!edited.errors.empty()) {
+    Finding("an edit that must succeed: " + edited.errors[0].message + " at " +
+            edited.errors[0].path + "\n" + text);
+  }
+  return std::move(edited.nodes);
+}
+
+void RequireEqual(const Nodes& one, const Nodes& other, const char* what) {
+  const std::string text = AllOf(one);
+  const std::string other_text = AllOf(other);
+  if (text != other_text) {
+    Finding(std::string(what) + "\n" + text + "\n" + other_text);
+  }
+}
+
+void RequireError(const Nodes& base, const std::string& text, ErrorTag tag) {
+  const Edited edited = store::EditConfig(KindsModel(), base.get(), text, {});
+  Require(edited.errors.size() == 1 && edited.errors[0].tag == tag,
+          "an error of another kind");
+}
+
+// The text of a configuration, as an edit of it.
+void RequireOwnTextChangesNothing(const Nodes& nodes) {
+  const std::string text = store::TextOf(nodes.get());
+  RequireEqual(nodes, Succeed(nodes, text, RulesOf(Operation::kMerge)),
+               "merged with itself");
+  RequireEqual(nodes, Succeed(nodes, text, RulesOf(Operation::kReplace)),
+               "replaced by itself");
+  RequireEqual(nodes, Succeed(nodes, text, RulesOf(Operation::kNone)),
+               "edited by its own text without an operation");
+  EditRules plain;
+  plain.allows_operations = false;
+  RequireEqual(nodes, Succeed(nullptr, text, plain), "read from its own text");
+}
+
+void RequireComesAndGoes(const Nodes& nodes) {
+  const Nodes empty = Succeed(nullptr, "", {});
+  const std::string created = WithOperation(nodes, "create");
+  RequireEqual(nodes, Succeed(empty, created, {}), "created");
+  RequireEqual(empty, Succeed(nodes, WithOperation(nodes, "remove"), {}),
+               "removed");
+  RequireEqual(empty, Succeed(nodes, WithOperation(nodes, "delete"), {}),
+               "deleted");
+  RequireEqual(empty, Succeed(empty, WithOperation(nodes, "remove"), {}),
+               "removed where it is not");
+  if (created.empty()) return;
+  RequireError(nodes, created, ErrorTag::kDataExists);
+  RequireError(empty, WithOperation(nodes, "delete"), ErrorTag::kDataMissing);
+}
+
+// Whether the data model accepts a text, read as ipav check reads files.
+bool Accepts(const std::string& text) {
+  if (text.find_first_not_of(" \n") == std::string::npos) {
+    return store::CommitGate(KindsModel(), {}).Complete(nullptr).error ==
+           std::nullopt;
+  }
+  static const MemoryFile kFile;
+  kFile.Write(text);
+  try {
+    static_cast<void>(DataTree::FromFile(KindsModel(), kFile.path()));
+    return true;
+  } catch (const InputError&) {
+    return false;
+  }
+}
+
+void RequireSameJudgement(const Nodes& nodes) {
+  const std::string text = store::TextOf(nodes.get());
+  // libyang reads less in a file than it takes from an edit.
+  const bool has_any = text.find("<any") != std::string::npos ||
+                       text.find("<xml") != std::string::npos;
+  if (has_any) return;
+  const store::Judgement judgement =
+      store::CommitGate(KindsModel(), {}).Complete(store::Copy(nodes.get()));
+  const bool is_accepted = !judgement.error.has_value();
+  if (is_accepted != Accepts(text)) {
+    Finding("judged otherwise than its text: " +
+            (is_accepted ? "accepted" : judgement.error->message) + "\n" +
+            text);
+  }
+  if (!is_accepted) RequireLegalError(*judgement.error);
+}
+
+// Whether an edit says nothing but what is to be there.
+bool OnlyMerges(const Edit& edit) {
+  return edit.rules.default_operation == Operation::kMerge &&
+         edit.text.find("operation=") == std::string::npos &&
+         edit.text.find("insert=") == std::string::npos &&
+         edit.text.find("default=") == std::string::npos;
+}
+
+void RequireErrors(const Edited& edited, OnError on_error) {
+  for (const store::RpcError& error : edited.errors) {
+    RequireLegalError(error);
+    Require(!error.message.empty(), "an error without a message");
+    Require(error.path.empty() || error.path[0] == '/',
+            "a path that is not absolute");
+  }
+  if (on_error == OnError::kContinue) return;
+  Require(edited.errors.size() <= 1, "errors behind the first one");
+  Require(edited.errors.empty() || edited.nodes == nullptr, "an edit in part");
+}
+
+// What an edit leaves of a configuration.
+Nodes Apply(const Edit& edit, Nodes nodes) {
+  const std::string before = AllOf(nodes);
+  Edited edited =
+      store::EditConfig(KindsModel(), edit.replaces_all ? nullptr : nodes.get(),
+                        edit.text, edit.rules);
+  Require(AllOf(nodes) == before, "an edit of its base");
+  RequireErrors(edited, edit.rules.on_error);
+  if (!edited.errors.empty() && edit.rules.on_error == OnError::kUndo) {
+    return nodes;
+  }
+  RequireOwnTextChangesNothing(edited.nodes);
+  RequireComesAndGoes(edited.nodes);
+  RequireSameJudgement(edited.nodes);
+  if (edited.errors.empty() && OnlyMerges(edit)) {
+    RequireEqual(edited.nodes, Succeed(edited.nodes, edit.text, edit.rules),
+                 "merged again");
+  }
+  return std::move(edited.nodes);
+}
+
+void ApplyAll(const std::vector<std::string>& lines) {
+  datastore::ClearErrors(KindsModel().context());
+  Nodes nodes = Succeed(nullptr, FromShortXml(kStart, Names()), {});
+  for (const std::string& line : lines) {
+    nodes = Apply(EditOf(line), std::move(nodes));
+  }
+}
+
+}  // namespace
+
+}  // namespace ipav::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ipav::fuzz::ApplyAll(ipav::fuzz::LinesOf(data, size));
+  return 0;
+}

@@ -1,0 +1,411 @@
+// Streams of bytes, in any pieces, through what takes them apart into messages
+// of NETCONF: the framings alone, and with a client's hello before them the
+// process that stands between client and server; and how that process brings
+// its client to the server.
+//
+// Legal: the messages, in their order, that a plain reader finds in the stream
+// as a whole, and a refusal where it finds what is no framing or too large,
+// whatever the pieces; at no time more memory than a few messages of the
+// largest size take. The server gets the same messages in chunks, or those
+// before a refusal as far as they were sent on; the client gets what the server
+// sent, in the framing of its hello. An introduction is the first three texts
+// of its bytes, or none, and keeps no more than its connection open.
+//
+// Input: a line, and the stream behind it. The line: "marks", "chunks", "guard"
+// or "introduction"; the largest size of a message; how often the stream is
+// repeated; the sizes of the pieces, over and over. Of an introduction the
+// second word is the number of descriptors that go with it.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/file_descriptor.h"
+#include "support/allocations.h"
+#include "support/finding.h"
+#include "support/plain_framing.h"
+#include "support/target.h"
+#include "transport/byte_stream.h"
+#include "transport/framing.h"
+#include "transport/guard.h"
+#include "transport/hello.h"
+#include "transport/introduction.h"
+#include "transport/request.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using base::FileDescriptor;
+using transport::ByteStream;
+using transport::Deframer;
+using transport::Frame;
+using transport::Framing;
+using transport::FramingError;
+
+constexpr std::size_t kMaxLimit = 100000;
+constexpr std::size_t kMaxRepeats = 100;
+constexpr std::size_t kMaxStream = std::size_t{1} << 20;
+constexpr std::size_t kMaxHello = std::size_t{64} << 10;
+
+struct Input {
+  std::string mode;
+  std::size_t limit = 0;
+  std::vector<std::size_t> pieces;
+  std::string stream;
+};
+
+Input InputOf(const std::string& text) {
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  std::istringstream words(text.substr(0, end));
+  Input input;
+  std::size_t repeats = 0;
+  words >> input.mode >> input.limit >> repeats;
+  input.limit = std::min(input.limit, kMaxLimit);
+  for (std::size_t size = 0; words >> size;) {
+    input.pieces.push_back(std::clamp(size, std::size_t{1}, kMaxStream));
+  }
+  if (input.pieces.empty()) input.pieces = {kMaxStream};
+  const std::string stream = text.substr(std::min(end + 1, text.size()));
+  repeats = std::clamp(repeats, std::size_t{1}, kMaxRepeats);
+  for (std::size_t i = 0; i < repeats && input.stream.size() < kMaxStream;
+       ++i) {
+    input.stream += stream;
+  }
+  return input;
+}
+
+// A stream in the pieces of an input.
+class Pieces {
+ public:
+  explicit Pieces(const Input& input) : input_(input) {}
+
+  // None at the end.
+  std::optional<std::string> Next() {
+    if (at_ >= input_.stream.size()) return std::nullopt;
+    const std::size_t size = input_.pieces[number_++ % input_.pieces.size()];
+    const std::string piece = input_.stream.substr(at_, size);
+    at_ += size;
+    return piece;
+  }
+
+ private:
+  const Input& input_;
+  std::size_t at_ = 0;
+  std::size_t number_ = 0;
+};
+
+// ---- The framings ----------------------------------------------------------
+
+void RequireSame(const Deframed& found, const Deframed& expected) {
+  Require(found.messages == expected.messages, "other messages");
+  Require(found.is_refused == expected.is_refused,
+          "a stream refused or taken wrongly");
+  Require(found.is_refused || found.has_part == expected.has_part,
+          "an end within a message, or not");
+}
+
+Deframed InPieces(const Input& input, Framing framing) {
+  Deframer deframer(input.limit);
+  deframer.set_framing(framing);
+  Deframed result;
+  Pieces pieces(input);
+  try {
+    while (const auto piece = pieces.Next()) {
+      deframer.Add(*piece);
+      while (auto message = deframer.Next()) {
+        result.messages.push_back(*std::move(message));
+      }
+    }
+  } catch (const FramingError&) {
+    result.is_refused = true;
+  }
+  result.has_part = deframer.has_part();
+  return result;
+}
+
+// What the reader takes besides the messages that it gives.
+void RequireLittleMemory(const Input& input, Framing framing) {
+  const std::size_t largest =
+      *std::max_element(input.pieces.begin(), input.pieces.end());
+  Pieces pieces(input);
+  Deframer deframer(input.limit);
+  deframer.set_framing(framing);
+  const AllocationPeak peak;
+  try {
+    while (const auto piece = pieces.Next()) {
+      deframer.Add(*piece);
+      while (deframer.Next().has_value()) {
+      }
+    }
+  } catch (const FramingError&) {
+    // As it should be, or the comparison says so.
+  }
+  constexpr std::size_t kCopies = 8;
+  constexpr std::size_t kBesides = 4096;
+  Require(peak.bytes() <=
+              kCopies * (input.limit + std::min(largest, input.stream.size())) +
+                  kBesides,
+          "more memory than messages may take");
+}
+
+void CheckFraming(const Input& input, Framing framing) {
+  const Deframed expected = framing == Framing::kChunked
+                                ? PlainOfChunks(input.stream, input.limit)
+                                : PlainByMark(input.stream, input.limit);
+  RequireSame(InPieces(input, framing), expected);
+  RequireLittleMemory(input, framing);
+  for (const std::string& message : expected.messages) {
+    if (message.empty()) continue;
+    Input again{"", message.size(), {1}, Frame(framing, message)};
+    // A message of chunks may hold a mark.
+    const Deframed read = InPieces(again, framing);
+    Require(!read.is_refused && read.messages.size() == 1 &&
+                read.messages[0] == message,
+            "a message that is not read back");
+  }
+}
+
+// ---- The process between client and server ---------------------------------
+
+// Always ready, so that nothing is waited for.
+class ReadyStream : public ByteStream {
+ public:
+  ReadyStream() : fd_(eventfd(1, EFD_CLOEXEC)) {}
+
+  int fd() const override { return fd_.get(); }
+  short Events(bool reads, bool writes) const override {
+    return static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0));
+  }
+
+ private:
+  FileDescriptor fd_;
+};
+
+class Client : public ReadyStream {
+ public:
+  explicit Client(const Input& input) : pieces_(input), sizes_(input.pieces) {}
+
+  std::optional<std::string> Read() override { return pieces_.Next(); }
+
+  std::optional<std::size_t> Write(std::string_view bytes) override {
+    const std::size_t size =
+        std::min(bytes.size(), sizes_[number_++ % sizes_.size()]);
+    received_ += bytes.substr(0, size);
+    return size;
+  }
+
+  const std::string& received() const { return received_; }
+
+ private:
+  Pieces pieces_;
+  const std::vector<std::size_t>& sizes_;
+  std::size_t number_ = 0;
+  std::string received_;
+};
+
+constexpr char kServerHello[] = "<hello/>";
+
+// What the server says to its message of that number.
+std::string Reply(std::size_t number) {
+  return "<rpc-reply>" + std::to_string(number) + "</rpc-reply>";
+}
+
+// Answers each message that it has whole.
+class Server : public ReadyStream {
+ public:
+  std::optional<std::string> Read() override {
+    return std::exchange(to_send_, {});
+  }
+
+  std::optional<std::size_t> Write(std::string_view bytes) override {
+    received_ += bytes;
+    const std::size_t whole =
+        PlainOfChunks(received_, std::string::npos).messages.size();
+    for (; answered_ < whole; ++answered_) {
+      to_send_ += Frame(Framing::kChunked, Reply(answered_));
+    }
+    return bytes.size();
+  }
+
+  Deframed received() const {
+    return PlainOfChunks(received_, std::string::npos);
+  }
+
+ private:
+  std::string to_send_ = Frame(Framing::kEndOfMessage, kServerHello);
+  std::string received_;
+  std::size_t answered_ = 0;
+};
+
+struct Session {
+  std::optional<Framing> framing;  // none: there was no hello
+  Deframed stream;                 // behind the hello
+};
+
+// What a plain reader makes of all that a client sends.
+Session PlainSession(const Input& input) {
+  Session session;
+  const Deframed hello = PlainByMark(input.stream, kMaxHello, 1);
+  if (hello.messages.empty()) {
+    session.stream = hello;
+    return session;
+  }
+  try {
+    session.framing = transport::FramingAfter(hello.messages[0]);
+  } catch (const transport::HelloError&) {
+    session.stream.is_refused = true;
+    return session;
+  }
+  const std::string rest = input.stream.substr(hello.end);
+  session.stream = session.framing == Framing::kChunked
+                       ? PlainOfChunks(rest, input.limit)
+                       : PlainByMark(rest, input.limit);
+  return session;
+}
+
+// The server gets messages that the client sent, and nothing else.
+void RequireSentOn(const Deframed& received, const Deframed& sent) {
+  Require(!received.is_refused && (!received.has_part || sent.is_refused),
+          "no framing towards the server");
+  Require(
+      received.messages.size() <= sent.messages.size() &&
+          (sent.is_refused || received.messages.size() == sent.messages.size()),
+      "another number of messages for the server");
+  for (std::size_t i = 0; i < received.messages.size(); ++i) {
+    const Deframed expected = PlainOfChunks(
+        transport::FrameRequest(sent.messages[i]), std::string::npos);
+    Require(expected.messages.size() == 1 &&
+                received.messages[i] == expected.messages[0],
+            "another message for the server");
+  }
+}
+
+void RequireAnswers(const std::string& received,
+                    const std::optional<Framing>& framing) {
+  const Deframed hello = PlainByMark(received, std::string::npos - 10, 1);
+  Require(hello.messages.empty() || hello.messages[0] == kServerHello,
+          "another hello of the server");
+  if (hello.messages.empty()) return;
+  const std::string rest = received.substr(hello.end);
+  Require(framing.has_value() || rest.empty(), "answers before a hello");
+  const Deframed replies = framing == Framing::kChunked
+                               ? PlainOfChunks(rest, std::string::npos)
+                               : PlainByMark(rest, std::string::npos - 10);
+  Require(!replies.is_refused, "no framing towards the client");
+  for (std::size_t i = 0; i < replies.messages.size(); ++i) {
+    Require(replies.messages[i] == Reply(i), "another reply");
+  }
+}
+
+void CheckGuard(const Input& input) {
+  const Session expected = PlainSession(input);
+  Client client(input);
+  Server server;
+  transport::Limits limits;
+  limits.max_message = input.limit;
+  limits.idle = base::kNoTimeLimit;
+  const std::string reason = transport::Guard(&client, &server, limits).Run();
+  Require(reason.empty() ==
+              !(expected.stream.is_refused || expected.stream.has_part),
+          "a client dropped, or not");
+  const Deframed sent = expected.framing ? expected.stream : Deframed{};
+  Deframed bounded = sent;
+  bounded.is_refused = expected.stream.is_refused;
+  RequireSentOn(server.received(), bounded);
+  RequireAnswers(client.received(), expected.framing);
+}
+
+// ---- Introductions ---------------------------------------------------------
+
+constexpr std::size_t kMaxDescriptors = 4;
+
+std::size_t OpenDescriptors() {
+  constexpr int kMany = 64;
+  std::size_t open = 0;
+  for (int fd = 0; fd < kMany; ++fd) {
+    if (fcntl(fd, F_GETFD) >= 0) ++open;
+  }
+  return open;
+}
+
+void SendWithDescriptors(int socket, std::string bytes, std::size_t count) {
+  iovec part{bytes.data(), bytes.size()};
+  std::array<int, kMaxDescriptors> descriptors{};
+  descriptors.fill(STDERR_FILENO);
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(descriptors))>
+      ancillary{};
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  if (count > 0) {
+    message.msg_control = ancillary.data();
+    message.msg_controllen = CMSG_SPACE(count * sizeof(int));
+    cmsghdr* header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(count * sizeof(int));
+    std::memcpy(CMSG_DATA(header), descriptors.data(), count * sizeof(int));
+  }
+  Require(sendmsg(socket, &message, MSG_NOSIGNAL) >= 0,
+          "an introduction that cannot be sent");
+}
+
+void CheckIntroduction(const Input& input) {
+  std::array<int, 2> ends{};
+  Require(
+      socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0,
+      "no connection");
+  const FileDescriptor client(ends[0]);
+  const FileDescriptor server(ends[1]);
+  constexpr std::size_t kMaxBytes = 4096;
+  const std::string bytes = input.stream.substr(0, kMaxBytes);
+  const std::size_t count = std::min(input.limit, kMaxDescriptors);
+  SendWithDescriptors(client.get(), bytes, count);
+  const std::size_t before = OpenDescriptors();
+  {
+    const auto introduction = transport::ReceiveIntroduction(server.get());
+    if (introduction.has_value()) {
+      Require(count > 0, "a connection out of nowhere");
+      const std::string texts = introduction->transport + '\0' +
+                                introduction->user + '\0' + introduction->host +
+                                '\0';
+      Require(bytes.rfind(texts, 0) == 0, "another introduction");
+      Require(fcntl(introduction->connection.get(), F_GETFD) >= 0,
+              "a connection that is not open");
+    } else {
+      Require(count == 0 || std::count(bytes.begin(), bytes.end(), '\0') < 3 ||
+                  bytes.size() > std::size_t{3} * 513,
+              "an introduction that is not seen");
+    }
+  }
+  Require(OpenDescriptors() == before, "descriptors that stay open");
+}
+
+void Check(const Input& input) {
+  if (input.mode == "marks") CheckFraming(input, Framing::kEndOfMessage);
+  if (input.mode == "chunks") CheckFraming(input, Framing::kChunked);
+  if (input.mode == "guard") CheckGuard(input);
+  if (input.mode == "introduction") CheckIntroduction(input);
+}
+
+}  // namespace
+
+}  // namespace ipav::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ipav::fuzz::Check(ipav::fuzz::InputOf(std::string(data, data + size)));
+  return 0;
+}

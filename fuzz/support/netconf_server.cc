@@ -1,0 +1,171 @@
+#include "support/netconf_server.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "datastore/libyang_error.h"
+#include "netconf/library.h"
+#include "netconf/message_context.h"
+#include "support/commit.h"
+#include "support/configurations.h"
+#include "support/finding.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using store::Datastore;
+
+constexpr std::size_t kMaxSessions = 3;
+
+ly_ctx* Context() {
+  static const netconf::MessageContext kContext =
+      netconf::MakeMessageContext(ProjectModel(), IPAV_FUZZ_NETCONF_YANG_DIR);
+  static const netconf::Library kLibrary(kContext.get());
+  return kContext.get();
+}
+
+// "$1" stands for the number of the first client's session, and so on: numbers
+// of sessions depend on the inputs before.
+void InsertSessions(const std::map<std::size_t, NetconfClient>& clients,
+                    std::string* message) {
+  for (const auto& [number, client] : clients) {
+    const std::string mark = "$" + std::to_string(number);
+    for (std::size_t at = 0;
+         (at = message->find(mark, at)) != std::string::npos;) {
+      message->replace(at, mark.size(), std::to_string(client.session));
+    }
+  }
+}
+
+}  // namespace
+
+NetconfServer::NetconfServer() {
+  store::StateFolder(folder_.path())
+      .Write("startup.xml", SmallConfigurationText());
+  Start();
+  first_ = texts_;
+}
+
+NetconfServer::~NetconfServer() { Stop(); }
+
+void NetconfServer::Start() {
+  store::GateOptions options;
+  options.engine = [this](const auto& running, const auto& candidate) {
+    return Judge(running, candidate);
+  };
+  ly_ctx* context = Context();
+  state_ = std::make_unique<store::StateFolder>(folder_.path());
+  trusts_ = true;
+  datastores_ = std::make_unique<store::Datastores>(
+      store::CommitGate(ProjectModel(), options), state_.get(),
+      [this] { return now_; });
+  trusts_ = false;
+  service_ = std::make_unique<netconf::Service>(context, datastores_.get(),
+                                                kMaxSessions);
+  Check();
+}
+
+void NetconfServer::Stop() {
+  service_->EndAll();
+  for (auto& [number, client] : clients_) client.CheckReplies();
+  clients_.clear();
+  service_.reset();
+}
+
+// What the plug-in says of it, in this process.
+commit::Outcome NetconfServer::Judge(const datastore::DataTree& running,
+                                     const datastore::DataTree& candidate) {
+  commit::Outcome outcome;
+  if (!trusts_) outcome.answers = JudgeCommit(running, candidate);
+  if (outcome.answers.empty()) {
+    accepted_.insert(store::TextOf(candidate.FirstChild(nullptr)));
+  } else {
+    outcome.verdict = commit::Verdict::kRefused;
+  }
+  return outcome;
+}
+
+NetconfClient& NetconfServer::Client(std::size_t number) {
+  const auto [entry, is_new] = clients_.try_emplace(number);
+  NetconfClient& client = entry->second;
+  if (!is_new) return client;
+  service_->LetIn({"unix", "fuzz", "", client.TakeServerEnd()});
+  Require(service_->sessions().all().size() <= kMaxSessions,
+          "too many sessions");
+  if (!service_->sessions().all().empty()) {
+    client.session = service_->sessions().all().back()->id();
+  }
+  return client;
+}
+
+// Running, candidate and startup.
+NetconfServer::Texts NetconfServer::Print() const {
+  const lyd_node* running = datastores_->Tree(Datastore::kRunning);
+  const lyd_node* candidate = datastores_->Tree(Datastore::kCandidate);
+  Texts texts{store::TextOf(running)};
+  texts.push_back(candidate == running ? texts[0] : store::TextOf(candidate));
+  texts.push_back(store::TextOf(datastores_->Tree(Datastore::kStartup)));
+  return texts;
+}
+
+void NetconfServer::Poll() {
+  do {
+    service_->Poll();
+  } while (service_->has_more());
+}
+
+void NetconfServer::Check() {
+  texts_ = Print();
+  Require(accepted_.count(texts_[0]) != 0, "running was accepted by nobody");
+  Require(ly_err_first(Context()) == nullptr, "errors pile up");
+  static_cast<void>(datastores_->TakeNotices());
+}
+
+void NetconfServer::Receive(std::size_t client, std::string message) {
+  NetconfClient& sender = Client(client);
+  InsertSessions(clients_, &message);
+  const Texts before = texts_;
+  const std::size_t sessions = service_->sessions().all().size();
+  const std::uint32_t errors = service_->counters().out_rpc_errors;
+  static_cast<void>(sender.Send(message));
+  Poll();
+  const bool is_refused = service_->counters().out_rpc_errors != errors;
+  // A session that ends may take back what it had changed.
+  const bool is_same_session = service_->sessions().all().size() == sessions;
+  const bool may_go_on = message.find("continue-on-error") != std::string::npos;
+  Check();
+  if (is_refused && is_same_session && !may_go_on) {
+    Require(texts_ == before, "a refused operation changes something");
+  }
+}
+
+void NetconfServer::CutOff(std::size_t client) {
+  const auto found = clients_.find(client);
+  if (found == clients_.end()) return;
+  found->second.Leave();
+  Poll();
+  found->second.CheckReplies();
+  clients_.erase(found);
+  Check();
+}
+
+void NetconfServer::PassTime(std::chrono::seconds time) {
+  now_ += time;
+  datastores_->CheckTime();
+  Check();
+}
+
+void NetconfServer::Restart() {
+  Stop();
+  // What waits for its confirmation is taken back.
+  const bool is_pending = datastores_->Deadline().has_value();
+  const Texts before = Print();
+  datastores_.reset();
+  state_.reset();
+  Start();
+  if (!is_pending) Require(texts_ == before, "a start finds something else");
+}
+
+}  // namespace ipav::fuzz

@@ -18,12 +18,11 @@ class Filter {
   explicit Filter(const lyd_node& rpc);
 
   // What it selects among `tree` (null: nothing is there) and its siblings, as
-  // nodes of the operation's context. Throws std::runtime_error.
+  // nodes of the operation's context. Throws Refusal for an expression that is
+  // no path, or takes too long, and std::runtime_error.
   store::Nodes Apply(const lyd_node* tree) const;
 
  private:
-  void CheckXPath() const;
-
   const ly_ctx* context_;
   bool is_there_ = false;
   bool is_xpath_ = false;

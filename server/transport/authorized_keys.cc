@@ -34,10 +34,10 @@ std::runtime_error FileError(const std::string& path) {
 void CheckFile(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) throw FileError(path);
-  if (!S_ISREG(status.st_mode)) {
-    throw std::runtime_error(path + ": no regular file");
+  if (S_ISDIR(status.st_mode)) {
+    throw std::runtime_error(path + ": is a folder");
   }
-  if ((status.st_mode & S_IWOTH) != 0) {
+  if (S_ISREG(status.st_mode) && (status.st_mode & S_IWOTH) != 0) {
     throw std::runtime_error(path + ": anybody may write it; chmod o-w it");
   }
 }

@@ -100,10 +100,13 @@ class GetConfigTest(OperationsTest):
                 self.assertEqual(
                     len(list(reply.iter(f"{{{IPAPP}}}ip"))), addresses)
 
+    @staticmethod
+    def xpath_filter(expression):
+        return (f'<filter type="xpath" xmlns:c="{CONFIG}" xmlns:i="{IPAPP}"'
+                f' select="{expression}"/>')
+
     def xpath(self, expression):
-        return self.client.rpc(get_config(more=(
-            f'<filter type="xpath" xmlns:c="{CONFIG}" xmlns:i="{IPAPP}"'
-            f' select="{expression}"/>')))
+        return self.client.rpc(get_config(more=self.xpath_filter(expression)))
 
     def test_selects_by_xpath(self):
         self.running(A, B)
@@ -118,6 +121,17 @@ class GetConfigTest(OperationsTest):
                 self.assertEqual(self.names(reply), names)
                 self.assertEqual(
                     len(list(reply.iter(f"{{{IPAPP}}}ip"))), addresses)
+
+    def test_does_not_follow_an_xpath_for_ever(self):
+        self.running(*[l3(f"i{i}", f"10.0.{i}.1/24") for i in range(200)])
+        nested = "//*[count(//*[count(//*[count(//*) > 1]) > 1]) > 1]"
+        begin = time.monotonic()
+        for operation in [get_config(more=self.xpath_filter(nested)),
+                          f"<get>{self.xpath_filter(nested)}</get>"]:
+            error = self.refused(operation, "operation-failed")
+            self.assertIn("more than 5 seconds", error["error-message"])
+        self.assertLess(time.monotonic() - begin, 20)
+        self.assertEqual(len(self.names_in("running")), 200)
 
     def test_refuses_what_is_no_xpath(self):
         for expression in ["/c:config[", "///", "x:y", ""]:

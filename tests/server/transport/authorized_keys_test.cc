@@ -89,6 +89,10 @@ TEST_F(AuthorizedKeysTest, NamesAFileThatIsNotThere) {
                std::runtime_error);
 }
 
+TEST_F(AuthorizedKeysTest, AreNoneInTheFileOfNothing) {
+  EXPECT_EQ(AuthorizedKeys::FromFile("/dev/null").size(), 0U);
+}
+
 TEST_F(AuthorizedKeysTest, AreInNoFolder) {
   EXPECT_THROW(AuthorizedKeys::FromFile(folder_), std::runtime_error);
 }

@@ -1,6 +1,7 @@
 #include "support/memory_file.h"
 
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "support/finding.h"
@@ -11,6 +12,8 @@ MemoryFile::MemoryFile()
     : descriptor_(memfd_create("input", MFD_CLOEXEC)),
       path_("/proc/self/fd/" + std::to_string(descriptor_)) {
   Require(descriptor_ >= 0, "no file in memory");
+  // As a file of somebody: some readers refuse what anybody may write.
+  Require(fchmod(descriptor_, S_IRUSR | S_IWUSR) == 0, "a file for anybody");
 }
 
 MemoryFile::~MemoryFile() { close(descriptor_); }

@@ -129,8 +129,8 @@ TEST_F(GuardTest, SaysThatAMessageIsMalformedByAShortOne) {
 TEST_F(GuardTest, GivesNoErrorThatIsNoXml) {
   Start({});
   Greet(kOldHello);
-  Send(client_, "<rpc>]]>]]>");
-  ExpectReceived(server_, "\n#5\n<rpc>\n##\n");
+  Send(client_, "<rpc/>]]>]]>");
+  ExpectReceived(server_, "\n#6\n<rpc/>\n##\n");
   Send(server_, Frame(Framing::kChunked, "<rpc-error>ab\xc3</rpc-error>\n"));
   ExpectReceived(client_, "<rpc-error>ab\xef\xbf\xbd</rpc-error>\n]]>]]>");
   client_.Close();
@@ -140,8 +140,7 @@ TEST_F(GuardTest, GivesNoErrorThatIsNoXml) {
 TEST_F(GuardTest, CarriesWhatIsMuchLargerThanABuffer) {
   Start({});
   Greet(ClientHello());
-  const std::string message =
-      "<rpc>" + std::string(3000000, 'x') + "</rpc>";
+  const std::string message = "<rpc>" + std::string(3000000, 'x') + "</rpc>";
   const std::string framed = Frame(Framing::kChunked, message);
   std::thread sender([&] { Send(client_, framed); });
   EXPECT_TRUE(Receive(server_, framed.size()) == framed);

@@ -112,19 +112,28 @@ std::string AllOf(const Nodes& nodes) {
          "\n" + store::TextOf(nodes.get());
 }
 
-// Each top node with an operation.
-std::string WithOperation(const Nodes& nodes, const std::string& operation) {
-  std::string text;
+// Each top node that is more than what is there by default, with an operation.
+std::vector<std::string> EachWithOperation(const Nodes& nodes,
+                                           const std::string& operation) {
+  std::vector<std::string> texts;
   for (const lyd_node* node = nodes.get(); node != nullptr; node = node->next) {
-    std::string one = Print(node, LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT);
-    if (one.empty()) continue;
-    one.insert(one.find_first_of(" />"),
-               " xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
-               "nc:operation=\"" +
-                   operation + "\"");
-    text += one;
+    std::string text = Print(node, LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT);
+    if (text.empty()) continue;
+    text.insert(text.find_first_of(" />"),
+                " xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+                "nc:operation=\"" +
+                    operation + "\"");
+    texts.push_back(text);
   }
-  return text;
+  return texts;
+}
+
+std::string WithOperation(const Nodes& nodes, const std::string& operation) {
+  std::string all;
+  for (const std::string& text : EachWithOperation(nodes, operation)) {
+    all += text;
+  }
+  return all;
 }
 
 // ---- Edits -----------------------------------------------------------------
@@ -202,17 +211,20 @@ void RequireOwnTextChangesNothing(const Nodes& nodes) {
 
 void RequireComesAndGoes(const Nodes& nodes) {
   const Nodes empty = Succeed(nullptr, "", {});
-  const std::string created = WithOperation(nodes, "create");
-  RequireEqual(nodes, Succeed(empty, created, {}), "created");
+  RequireEqual(nodes, Succeed(empty, WithOperation(nodes, "create"), {}),
+               "created");
   RequireEqual(empty, Succeed(nodes, WithOperation(nodes, "remove"), {}),
                "removed");
   RequireEqual(empty, Succeed(nodes, WithOperation(nodes, "delete"), {}),
                "deleted");
   RequireEqual(empty, Succeed(empty, WithOperation(nodes, "remove"), {}),
                "removed where it is not");
-  if (created.empty()) return;
-  RequireError(nodes, created, ErrorTag::kDataExists);
-  RequireError(empty, WithOperation(nodes, "delete"), ErrorTag::kDataMissing);
+  for (const std::string& text : EachWithOperation(nodes, "create")) {
+    RequireError(nodes, text, ErrorTag::kDataExists);
+  }
+  for (const std::string& text : EachWithOperation(nodes, "delete")) {
+    RequireError(empty, text, ErrorTag::kDataMissing);
+  }
 }
 
 // Whether the data model accepts a text, read as ipav check reads files.

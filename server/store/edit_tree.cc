@@ -245,7 +245,22 @@ void EditTree::MoveAfter(lyd_node* entry, lyd_node* other) {
   static_cast<void>(lyd_insert_after(other, entry));
 }
 
+void EditTree::RemoveConditionalDefaults(lyd_node* parent) {
+  lyd_node* next = nullptr;
+  for (lyd_node* node = First(parent); node != nullptr; node = next) {
+    next = node->next;
+    if ((node->flags & LYD_DEFAULT) != 0 &&
+        lysc_has_when(node->schema) != nullptr) {
+      Remove(node);
+    } else {
+      RemoveConditionalDefaults(node);
+    }
+  }
+}
+
 bool EditTree::AddDefaults(const ly_ctx* context) {
+  // libyang adds what a "when" allows, but leaves what it no longer does.
+  RemoveConditionalDefaults(nullptr);
   lyd_node* nodes = nodes_.release();
   TakeForConfigured(nodes);
   const LY_ERR error =

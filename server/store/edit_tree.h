@@ -55,7 +55,8 @@ class EditTree {
   void MoveBefore(lyd_node* entry, lyd_node* other);
   void MoveAfter(lyd_node* entry, lyd_node* other);
 
-  // Adds what is there by default. False where libyang cannot tell.
+  // Adds what is there by default, and takes away what no longer is. False
+  // where libyang cannot tell.
   bool AddDefaults(const ly_ctx* context);
 
   Nodes Take() { return std::move(nodes_); }
@@ -66,6 +67,7 @@ class EditTree {
   void Unlink(lyd_node* node);
   lyd_node* NewEntry(lyd_node* parent, const lysc_node& list,
                      const std::vector<std::string>& keys);
+  void RemoveConditionalDefaults(lyd_node* parent);
   void RemoveCase(lyd_node* parent, const lysc_node& branch);
 
   Nodes nodes_;

@@ -53,6 +53,8 @@ constexpr const char* kBody = R"(
       leaf c3 { type string; }
     }
     anydata any;
+    leaf w { when "../a = 'w'"; type string; default "dw"; }
+    container wc { when "../a = 'w'"; leaf x { type string; default "dx"; } }
   }
   list tl { key "k"; leaf k { type string; } leaf v { type string; } }
   leaf single { type string; }
@@ -445,6 +447,21 @@ TEST_F(EditConfigTest, AChoiceWithinACaseKeepsWhatIsBesideIt) {
   EXPECT_EQ(
       After("<top NS><c1>1</c1><d1>3</d1></top>", "<top NS><d2>4</d2></top>"),
       "<top><c1>1</c1><d2>4</d2></top>");
+}
+
+TEST_F(EditConfigTest, AConditionalDefaultComesAndGoesWithItsCondition) {
+  const auto find = [](const Nodes& nodes, const char* path) {
+    lyd_node* found = nullptr;
+    return lyd_find_path(nodes.get(), path, 0, &found) == LY_SUCCESS;
+  };
+  const Nodes without = Base("<top NS><a>1</a></top>");
+  EXPECT_FALSE(find(without, "/m:top/w"));
+  const Nodes with = Apply(without, "<top NS><a>w</a></top>").nodes;
+  EXPECT_TRUE(find(with, "/m:top/w"));
+  EXPECT_TRUE(find(with, "/m:top/wc/x"));
+  const Nodes again = Apply(with, "<top NS><a>2</a></top>").nodes;
+  EXPECT_FALSE(find(again, "/m:top/w"));
+  EXPECT_FALSE(find(again, "/m:top/wc"));
 }
 
 TEST_F(EditConfigTest, TheDefaultCaseReturnsWithItsDefaultsAndGoesWithThem) {

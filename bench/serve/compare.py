@@ -13,8 +13,10 @@ of the candidate that changes the address of one interface, and its commit, then
 the next server. netconfd is there three times, with the model
 bench-interfaces.yang: without a rule, with a must and with a unique that refuse
 an address that another interface has. That each refuses what it should, and
-nothing else, is tried first. A server that has worked for S seconds at a size
-takes no more turns.
+nothing else, is tried first. ipav is there a second time with its state in
+memory: netconfd leaves it to the system when its file comes to the disk, ipav
+waits for it. A server that has worked for S seconds at a size takes no more
+turns.
 
 ssh: through OpenSSH's client, and its server for netconfd, on loopback. local:
 ipav's UNIX socket, and netconf-subsystem on netconfd's: one process between
@@ -54,6 +56,8 @@ NETCONFD = "/usr/sbin/netconfd"
 SUBSYSTEM = "/usr/sbin/netconf-subsystem"
 SSHD = "/usr/sbin/sshd"
 
+HELLO_SECONDS = 0.5
+IN_MEMORY = "/dev/shm"  # files that no disk has
 MOST_L3 = 256  # interfaces of kind l3 that ipav's network element takes
 
 
@@ -74,15 +78,14 @@ class Ipav:
     """ipav serve with the plug-in. What is more than the l3 interfaces that
     there may be is loopbacks."""
 
-    name = "ipav serve"
-
-    def __init__(self, options, folder, keys):
+    def __init__(self, name, options, folder, keys):
+        self.name = name
         self.keys = keys
         more = (
             ["--ssh", "0", "--authorized-keys", keys.authorized] if keys else []
         )
-        self.state = folder / "state"
-        log = folder / "ipav.log"
+        self.state = folder / name
+        log = folder / f"{name}.log"
         self.server = netconf.serve(options.ipav, self.state, log, *more)
 
     def connect(self):
@@ -164,15 +167,19 @@ class Netconfd:
 
     def connect(self):
         if self.keys:
-            return netconf.connect_command(self.keys.client(self.port))
-        return netconf.connect_command(
-            self.subsystem().split(),
+            session = netconf.connect_command(self.keys.client(self.port))
+        else:
             # What sshd tells of the connection.
-            {
+            environment = {
                 "SSH_CONNECTION": f"127.0.0.1 1 127.0.0.1 {self.port}",
                 "USER": getpass.getuser(),
-            },
-        )
+            }
+            session = netconf.connect_command(
+                self.subsystem().split(), environment
+            )
+        # A request that reaches netconfd together with the hello has no answer.
+        time.sleep(HELLO_SECONDS)
+        return session
 
     @staticmethod
     def config(addresses):
@@ -318,10 +325,19 @@ def print_row(cells):
     print("| " + " | ".join(cells) + " |", flush=True)
 
 
+@contextlib.contextmanager
+def scratch(where=None):
+    with tempfile.TemporaryDirectory(prefix="ipav-compare-", dir=where) as name:
+        yield pathlib.Path(name)
+
+
 def measure(options, size, folder, keys):
     with contextlib.ExitStack() as stack:
-        servers = [Ipav(options, folder, keys)]
-        stack.callback(servers[0].stop)
+        servers = [Ipav("ipav serve", options, folder, keys)]
+        stack.callback(servers[-1].stop)
+        memory = stack.enter_context(scratch(IN_MEMORY))
+        servers.append(Ipav("ipav serve, no disk", options, memory, keys))
+        stack.callback(servers[-1].stop)
         for i, name in enumerate(PEERS):
             servers.append(Netconfd(name, folder / f"netconfd-{i}", keys))
             stack.callback(servers[-1].stop)
@@ -367,8 +383,7 @@ def main():
     print_row(HEAD)
     print_row(["---:", "---"] + ["---:"] * (len(HEAD) - 2))
     for size in map(int, options.sizes.split(",")):
-        with tempfile.TemporaryDirectory(prefix="ipav-compare-") as name:
-            folder = pathlib.Path(name)
+        with scratch() as folder:
             keys = Keys(folder) if options.transport == "ssh" else None
             measure(options, size, folder, keys)
     print(

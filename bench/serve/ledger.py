@@ -64,7 +64,7 @@ class Pair:
         ]
 
     def edit(self, serial, address=""):
-        """To a serial number; `address` is a new one of the second interface."""
+        """To a serial number; `address` is new for the second interface."""
         tokens = (
             f'<secondary nc:operation="delete"><ip>'
             f"{self.token(self.committed)}</ip></secondary>"

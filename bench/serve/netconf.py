@@ -104,7 +104,8 @@ def connect_command(command, environment=None):
             process.wait()
             messages.seek(0)
             text = messages.read().decode(errors="replace")
-            raise RuntimeError(f"{' '.join(command)}: {error} {text}") from error
+            text = f"{' '.join(command)}: {error} {text}"
+            raise RuntimeError(text) from error
 
 
 def is_ok(reply):

@@ -49,7 +49,8 @@ class LoadTest(unittest.TestCase):
             body(*arguments)
 
     def test_four_clients_at_once_lose_nothing(self):
-        run = self.make_run("--seconds", "3", "--commits", "200")
+        run = self.make_run("--seconds", "3", "--commits", "200",
+                            "--growth", "0")
         with contextlib.redirect_stdout(io.StringIO()) as output:
             status = load.execute(run)
         self.assertEqual((run.violations, status), ([], 0))

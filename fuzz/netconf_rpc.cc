@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "support/finding.h"
@@ -93,14 +94,17 @@ void Do(const std::string& step, NetconfServer* server) {
 }
 
 void DoAll(const std::string& input) {
-  NetconfServer server;
+  // Kept as long as it is as new.
+  static auto server = std::make_unique<NetconfServer>();
   std::size_t at = 0;
   while (at <= input.size()) {
     const std::size_t end = std::min(input.find(kMark, at), input.size());
-    Do(input.substr(at, end - at), &server);
+    Do(input.substr(at, end - at), server.get());
     at = end + sizeof(kMark) - 1;
   }
-  if (server.has_changed()) server.Restart();
+  if (server->IsAsNew()) return;
+  server->Restart();
+  server = std::make_unique<NetconfServer>();
 }
 
 }  // namespace

@@ -46,9 +46,10 @@ NetconfServer::NetconfServer() {
       .Write("startup.xml", SmallConfigurationText());
   Start();
   first_ = texts_;
+  has_changed_ = false;
 }
 
-NetconfServer::~NetconfServer() { Stop(); }
+NetconfServer::~NetconfServer() { EndSessions(); }
 
 void NetconfServer::Start() {
   store::GateOptions options;
@@ -67,11 +68,18 @@ void NetconfServer::Start() {
   Check();
 }
 
-void NetconfServer::Stop() {
+void NetconfServer::EndSessions() {
   service_->EndAll();
   for (auto& [number, client] : clients_) client.CheckReplies();
   clients_.clear();
-  service_.reset();
+}
+
+bool NetconfServer::IsAsNew() {
+  EndSessions();
+  Check();
+  if (has_changed_ || datastores_->Deadline().has_value()) return false;
+  accepted_ = {first_[0]};
+  return true;
 }
 
 // What the plug-in says of it, in this process.
@@ -118,6 +126,7 @@ void NetconfServer::Poll() {
 
 void NetconfServer::Check() {
   texts_ = Print();
+  has_changed_ = has_changed_ || texts_ != first_;
   Require(accepted_.count(texts_[0]) != 0, "running was accepted by nobody");
   Require(ly_err_first(Context()) == nullptr, "errors pile up");
   static_cast<void>(datastores_->TakeNotices());
@@ -158,10 +167,11 @@ void NetconfServer::PassTime(std::chrono::seconds time) {
 }
 
 void NetconfServer::Restart() {
-  Stop();
+  EndSessions();
   // What waits for its confirmation is taken back.
   const bool is_pending = datastores_->Deadline().has_value();
   const Texts before = Print();
+  service_.reset();
   datastores_.reset();
   state_.reset();
   Start();

@@ -42,14 +42,15 @@ class NetconfServer {
   // The end of the server, and another start, which finds what there was.
   void Restart();
 
-  // Whether any datastore is other than at the first start.
-  bool has_changed() const { return texts_ != first_; }
+  // Ends all sessions. Whether the server then is as at its first start, and
+  // has been all the time.
+  bool IsAsNew();
 
  private:
   using Texts = std::vector<std::string>;
 
   void Start();
-  void Stop();
+  void EndSessions();
   commit::Outcome Judge(const datastore::DataTree& running,
                         const datastore::DataTree& candidate);
   NetconfClient& Client(std::size_t number);
@@ -62,7 +63,8 @@ class NetconfServer {
   std::set<std::string> accepted_;
   store::TimePoint now_{};
   Texts first_;
-  Texts texts_;  // behind the last step
+  Texts texts_;               // behind the last step
+  bool has_changed_ = false;  // behind any step
   std::unique_ptr<store::StateFolder> state_;
   std::unique_ptr<store::Datastores> datastores_;
   std::unique_ptr<netconf::Service> service_;

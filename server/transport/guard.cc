@@ -121,7 +121,7 @@ void Guard::ReadClient() {
 void Guard::FromClient(std::string_view message) {
   Restart();
   if (framing_.has_value()) {
-    to_server_ += FrameRequest(message);
+    to_server_.Add(FrameRequest(message));
     ++unanswered_;
     return;
   }
@@ -146,39 +146,39 @@ void Guard::FromServer(std::string_view message) {
   if (!has_server_hello_) {
     has_server_hello_ = true;
     from_server_.set_framing(Framing::kChunked);
-    to_client_ += Frame(Framing::kEndOfMessage, message);
+    to_client_.Add(Frame(Framing::kEndOfMessage, message));
     return;
   }
   Restart();
   const Framing framing = framing_.value_or(Framing::kChunked);
   // The library cuts what it quotes of a message, at times within a character.
   const bool has_error = message.find("<rpc-error") != std::string_view::npos;
-  to_client_ += has_error
-                    ? Frame(framing, base::ToXmlText(std::string(message)))
-                    : Frame(framing, message);
+  to_client_.Add(has_error
+                     ? Frame(framing, base::ToXmlText(std::string(message)))
+                     : Frame(framing, message));
   if (unanswered_ > 0) --unanswered_;
 }
 
 void Guard::WriteClient() {
-  const std::optional<std::size_t> gone = client_.Write(to_client_);
+  const std::optional<std::size_t> gone = client_.Write(to_client_.rest());
   if (!gone.has_value()) {
     client_ended_ = true;
-    to_client_.clear();
+    to_client_.Clear();
     return;
   }
   if (*gone > 0 && framing_.has_value()) Restart();
-  to_client_.erase(0, *gone);
+  to_client_.Drop(*gone);
 }
 
 void Guard::WriteServer() {
-  const std::optional<std::size_t> gone = server_.Write(to_server_);
+  const std::optional<std::size_t> gone = server_.Write(to_server_.rest());
   if (!gone.has_value()) {
     // It has ended the session, and may have answered before: its end is where
     // nothing more can be read.
-    to_server_.clear();
+    to_server_.Clear();
     return;
   }
-  to_server_.erase(0, *gone);
+  to_server_.Drop(*gone);
 }
 
 }  // namespace ipav::transport

@@ -14,6 +14,7 @@
 #include "base/time_limit.h"
 #include "transport/byte_stream.h"
 #include "transport/framing.h"
+#include "transport/outbox.h"
 
 namespace ipav::transport {
 
@@ -54,8 +55,8 @@ class Guard {
   const Limits limits_;
   Deframer from_client_;
   Deframer from_server_;
-  std::string to_client_;
-  std::string to_server_;
+  Outbox to_client_;
+  Outbox to_server_;
   // Of what the client gets; known when its hello has come.
   std::optional<Framing> framing_;
   bool has_server_hello_ = false;

@@ -1,0 +1,44 @@
+// Bytes on their way out.
+#ifndef IPAV_SERVER_TRANSPORT_OUTBOX_H_
+#define IPAV_SERVER_TRANSPORT_OUTBOX_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ipav::transport {
+
+class Outbox {
+ public:
+  bool empty() const { return size() == 0; }
+  std::size_t size() const { return bytes_.size() - gone_; }
+
+  // Valid until the next change.
+  std::string_view rest() const {
+    return std::string_view{bytes_}.substr(gone_);
+  }
+
+  void Add(std::string_view bytes) { bytes_.append(bytes); }
+
+  // So many of the first bytes went. What is left is moved when it is the
+  // smaller part: a byte is moved once at most, on average.
+  void Drop(std::size_t count) {
+    gone_ += count;
+    if (gone_ < bytes_.size() / 2) return;
+    bytes_.erase(0, gone_);
+    gone_ = 0;
+  }
+
+  void Clear() {
+    bytes_.clear();
+    gone_ = 0;
+  }
+
+ private:
+  std::string bytes_;
+  std::size_t gone_ = 0;  // of them
+};
+
+}  // namespace ipav::transport
+
+#endif  // IPAV_SERVER_TRANSPORT_OUTBOX_H_

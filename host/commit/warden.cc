@@ -31,24 +31,6 @@ int OpenChildSignals(sigset_t* before) {
   return signalfd(-1, &child_signal, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-bool HasTerminal() {
-  const int terminal = open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC);
-  if (terminal < 0) return false;
-  close(terminal);
-  return true;
-}
-
-// What a terminal signals to its jobs is the host's to hear. Where there is
-// none, as in a service, a group will do: the scheduler, too, takes a session
-// for one (autogroup), and lets a new one wait for those of a busy machine.
-void LeaveJob() {
-  if (HasTerminal()) {
-    setsid();
-  } else {
-    setpgid(0, 0);
-  }
-}
-
 // What a plug-in reads from standard input is nothing, and not what the host's
 // caller had for the host.
 void ReadFromNothing() {
@@ -148,7 +130,7 @@ int EndAll(pid_t child) {
 
 void BecomeWarden(int leash, int end, base::TimeLimit limit,
                   const std::function<void()>& body) noexcept {
-  LeaveJob();
+  setsid();  // what a terminal signals to its jobs is the host's to hear
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   sigset_t mask;
   const int child_signals = OpenChildSignals(&mask);

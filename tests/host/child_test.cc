@@ -539,46 +539,6 @@ int StatusOfHost(const Body& body) {
   return status;
 }
 
-// What a child finds of a terminal, and whether it is of its host's job.
-void TellOfTerminal(const Reporter& reporter, pid_t group_of_host) {
-  const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY);
-  const bool is_of_job =
-      getpgid(getppid()) == group_of_host || getpgrp() == group_of_host;
-  reporter.Send({'m',
-                 {terminal >= 0 ? "terminal" : "no terminal",
-                  is_of_job ? "of the job" : "no job"}});
-}
-
-bool IsWithoutTerminalAndJob() {
-  const pid_t group = getpgrp();
-  const ChildReport report = RunInChild(
-      [&](const Reporter& reporter) { TellOfTerminal(reporter, group); });
-  return report.messages.size() == 1 &&
-         report.messages[0].texts == Texts{"no terminal", "no job"};
-}
-
-TEST(Child, IsOfNoJobOfAHostWithoutATerminal) {
-  EXPECT_EQ(StatusOfHost([] {
-              setsid();
-              return IsWithoutTerminalAndJob();
-            }),
-            0);
-}
-
-TEST(Child, IsOfNoJobAndHasNoTerminalOfAHostWithOne) {
-  const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  ASSERT_GE(master, 0);
-  ASSERT_EQ(grantpt(master) + unlockpt(master), 0);
-  const std::string terminal = ptsname(master);
-  EXPECT_EQ(StatusOfHost([&] {
-              setsid();
-              return open(terminal.c_str(), O_RDWR) >= 0 &&
-                     open("/dev/tty", O_RDWR) >= 0 && IsWithoutTerminalAndJob();
-            }),
-            0);
-  close(master);
-}
-
 TEST(Child, IsJudgedAlsoWhereTheHostIgnoresItsChildren) {
   EXPECT_EQ(StatusOfHost([] {
               static_cast<void>(std::signal(SIGCHLD, SIG_IGN));

@@ -129,8 +129,7 @@ TEST_F(GuardTest, SaysThatAMessageIsMalformedByAShortOne) {
 TEST_F(GuardTest, CarriesWhatIsMuchLargerThanABuffer) {
   Start({});
   Greet(ClientHello());
-  const std::string message =
-      "<rpc>" + std::string(3000000, 'x') + "</rpc>";
+  const std::string message = "<rpc>" + std::string(3000000, 'x') + "</rpc>";
   const std::string framed = Frame(Framing::kChunked, message);
   std::thread sender([&] { Send(client_, framed); });
   EXPECT_TRUE(Receive(server_, framed.size()) == framed);

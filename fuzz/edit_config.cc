@@ -291,6 +291,8 @@ Nodes Apply(const Edit& edit, Nodes nodes) {
   if (!edited.errors.empty() && edit.rules.on_error == OnError::kUndo) {
     return nodes;
   }
+  // What was judged is not judged again.
+  if (AllOf(edited.nodes) == before) return nodes;
   RequireOwnTextChangesNothing(edited.nodes);
   RequireComesAndGoes(edited.nodes);
   RequireSameJudgement(edited.nodes);
@@ -303,7 +305,9 @@ Nodes Apply(const Edit& edit, Nodes nodes) {
 
 void ApplyAll(const std::vector<std::string>& lines) {
   datastore::ClearErrors(KindsModel().context());
-  Nodes nodes = Succeed(nullptr, FromShortXml(kStart, Names()), {});
+  static const Nodes kFirst =
+      Succeed(nullptr, FromShortXml(kStart, Names()), {});
+  Nodes nodes = store::Copy(kFirst.get());
   for (const std::string& line : lines) {
     nodes = Apply(EditOf(line), std::move(nodes));
   }

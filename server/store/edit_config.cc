@@ -49,6 +49,19 @@ std::string LibraryError(const ly_ctx* context) {
   return error == nullptr ? "is no value of its type" : error->msg;
 }
 
+// Whether text stands beside elements in any element below. libyang refuses
+// most of that, and loses the memory of what it has read.
+bool HasMixedElements(const xmlNode* element) {
+  for (const xmlNode* child = FirstElement(element); child != nullptr;
+       child = NextElement(child)) {
+    const bool has_elements = FirstElement(child) != nullptr;
+    if (has_elements && (HasMixedContent(child) || HasMixedElements(child))) {
+      return true;
+    }
+  }
+  return false;
+}
+
 // Keys of a list entry that an attribute names: "[p:name='a'][p:unit='0']".
 std::vector<std::string> KeysOfAnchor(const lysc_node& list,
                                       const std::string& text) {
@@ -432,10 +445,21 @@ class Editor {
     lyd_node* node = tree_.Find(item.parent, item.schema);
     if (!IsPossible(item, node != nullptr)) return;
     if (item.operation == Operation::kNone) return;
+    if (IsRemoval(item.operation)) return RemoveIfThere(node);
+    const auto refuse = [&](const std::string& reason) {
+      RefuseElement(ErrorTag::kInvalidValue, PathOf(item.parent, item.schema),
+                    item.schema.name, reason);
+    };
+    if (HasMixedContent(item.element) || HasMixedElements(item.element)) {
+      return refuse("has text beside elements");
+    }
     RemoveIfThere(node);
-    if (IsRemoval(item.operation)) return;
     tree_.RemoveRivals(item.parent, item.schema);
-    tree_.AddAny(item.parent, item.schema, InnerXml(item.element));
+    datastore::ClearErrors(model_.context());
+    if (tree_.AddAny(item.parent, item.schema, InnerXml(item.element)) ==
+        nullptr) {
+      refuse(LibraryError(model_.context()));
+    }
   }
 
   // Moves an entry to where the edit wants it.

@@ -653,6 +653,18 @@ TEST_F(EditConfigTest, TextAndElementsStandOnlyWhereTheyCan) {
                "/m:top/a");
 }
 
+TEST_F(EditConfigTest, TextBesideElementsIsNoAnydata) {
+  for (const char* text : {"text", "<b xmlns=\"urn:x\"/>text",
+                           "<b xmlns=\"urn:x\"/><c xmlns=\"urn:x\"><d><e/>text"
+                           "</d></c>"}) {
+    const RpcError error =
+        ErrorOf("<top NS><any><b xmlns=\"urn:x\">1</b></any></top>",
+                std::string("<top NS><any>") + text + "</any></top>");
+    EXPECT_ERROR(error, ErrorTag::kInvalidValue, "/m:top/any");
+    EXPECT_EQ(InfoOf(error, "bad-element"), "any");
+  }
+}
+
 TEST_F(EditConfigTest, WhatIsNoXmlIsLeftOutAsAWhole) {
   const Nodes base = Base("<top NS><a>1</a></top>");
   for (const Operation operation : {Operation::kMerge, Operation::kReplace}) {

@@ -175,12 +175,20 @@ lyd_node* EditTree::AddTerm(lyd_node* parent, const lysc_node& schema,
 
 lyd_node* EditTree::AddAny(lyd_node* parent, const lysc_node& schema,
                            const std::string& xml) {
+  // As part of a document: lyd_new_any() does not give back what it has read of
+  // a value that it refuses.
+  const std::string name = std::string("any:") + schema.name;
+  const std::string text = "<" + name + " xmlns:any=\"" + schema.module->ns +
+                           "\">" + xml + "</" + name + ">";
+  ly_in* input = nullptr;
+  if (ly_in_new_memory(text.c_str(), &input) != LY_SUCCESS) return nullptr;
   lyd_node* node = nullptr;
-  if (lyd_new_any(parent, schema.module, schema.name, xml.c_str(), 0,
-                  LYD_ANYDATA_XML, 0, &node) != LY_SUCCESS) {
-    return nullptr;
-  }
-  return parent != nullptr ? node : Insert(nullptr, node);
+  const LY_ERR error =
+      lyd_parse_data(schema.module->ctx, parent, input, LYD_XML,
+                     LYD_PARSE_ONLY | LYD_PARSE_STRICT, 0, &node);
+  ly_in_free(input, 0);
+  if (error != LY_SUCCESS) return nullptr;
+  return parent != nullptr ? Find(parent, schema) : Insert(nullptr, node);
 }
 
 void EditTree::Remove(lyd_node* node) {

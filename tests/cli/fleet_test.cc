@@ -466,8 +466,9 @@ TEST_F(ShardTest, APartThatIsNoneIsAnErrorOfTheCommandLine) {
     const ProgramResult result = Ipav(Check({"--shard", shard}));
     EXPECT_EQ(result.status, 2) << shard;
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "ipav: --shard: " + std::string(shard) +
-                              " is not I/N, 1/N to N/N\n");
+    EXPECT_EQ(result.err,
+              "ipav: --shard: " + std::string(shard) +
+                  " is not I/N, 1/N to N/N (see ipav check --help)\n");
   }
 }
 

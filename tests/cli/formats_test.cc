@@ -216,7 +216,7 @@ TEST_F(FormatsTest, AFormatThatIsNoneIsAnErrorOfTheCommandLine) {
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err,
             "ipav: --format: yaml is not text, json, sarif or "
-            "junit\n");
+            "junit (see ipav check --help)\n");
 }
 
 // --- Files

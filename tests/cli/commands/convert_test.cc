@@ -216,7 +216,8 @@ TEST_F(ConvertTest, SaysThatTheOutputCannotBeWritten) {
 TEST_F(ConvertTest, RefusesAnUnknownFormat) {
   const ProcessResult result = Ipav({"convert", "--to", "yaml", kRunning});
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "ipav: --to: yaml not in {xml,json}\n");
+  EXPECT_EQ(result.err,
+            "ipav: --to: yaml not in {xml,json} (see ipav convert --help)\n");
 }
 
 }  // namespace

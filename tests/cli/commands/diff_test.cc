@@ -204,7 +204,8 @@ TEST_F(DiffTest, RefusesAnUnknownFormat) {
   const ProcessResult result =
       Ipav({"diff", "--format", "yaml", kRunning, kRunning});
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "ipav: --format: yaml not in {text,json}\n");
+  EXPECT_EQ(result.err,
+            "ipav: --format: yaml not in {text,json} (see ipav diff --help)\n");
 }
 
 }  // namespace

@@ -387,7 +387,9 @@ TEST(CompletionCommand, RefusesAShellThatItDoesNotKnow) {
   const ProcessResult result = Ipav({"completion", "tcsh"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "ipav: shell: tcsh not in {bash,zsh,fish}\n");
+  EXPECT_EQ(result.err,
+            "ipav: shell: tcsh not in {bash,zsh,fish} (see ipav completion "
+            "--help)\n");
 }
 
 }  // namespace

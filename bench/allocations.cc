@@ -1,4 +1,4 @@
-#include "allocations.h"
+#include "bench/allocations.h"
 
 #include <cstdlib>
 #include <new>

@@ -16,12 +16,12 @@
 #include <string>
 #include <vector>
 
-#include "allocations.h"
-#include "config.h"
-#include "network.h"
-#include "plain_walk.h"
-#include "platform.h"
-#include "validate_config.h"
+#include "bench/allocations.h"
+#include "bench/network.h"
+#include "bench/plain_walk.h"
+#include "bench/platform.h"
+#include "include/config.h"
+#include "include/validate_config.h"
 
 namespace ipav::bench {
 

@@ -1,4 +1,4 @@
-#include "network.h"
+#include "bench/network.h"
 
 #include <arpa/inet.h>
 
@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform.h"
-#include "validate.h"
+#include "bench/platform.h"
+#include "include/validate.h"
 
 namespace ipav::bench {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "config.h"
+#include "include/config.h"
 
 namespace ipav::bench {
 

@@ -1,9 +1,9 @@
-#include "plain_walk.h"
+#include "bench/plain_walk.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "static_route_config.h"
+#include "include/static_route_config.h"
 
 namespace ipav::bench {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "config.h"
+#include "include/config.h"
 
 namespace ipav::bench {
 

@@ -1,4 +1,4 @@
-#include "platform.h"
+#include "bench/platform.h"
 
 #include <confd_cdb.h>
 #include <hostd/cdb_session.h>

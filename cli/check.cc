@@ -1,4 +1,4 @@
-#include "check.h"
+#include "cli/check.h"
 
 #include <unistd.h>
 
@@ -10,17 +10,17 @@
 #include <system_error>
 #include <vector>
 
-#include "base/stopwatch.h"
-#include "color.h"
-#include "datastore/model.h"
-#include "datastore/transaction.h"
-#include "fleet/devices.h"
-#include "fleet/fleet.h"
-#include "judge.h"
-#include "report/device_html.h"
-#include "report/html.h"
-#include "report/output_file.h"
-#include "timing.h"
+#include "cli/color.h"
+#include "cli/fleet/devices.h"
+#include "cli/fleet/fleet.h"
+#include "cli/judge.h"
+#include "cli/report/device_html.h"
+#include "cli/report/html.h"
+#include "cli/report/output_file.h"
+#include "cli/timing.h"
+#include "host/base/stopwatch.h"
+#include "host/datastore/model.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::cli {
 

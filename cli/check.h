@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "base/time_limit.h"
-#include "datastore/input_file.h"
-#include "exit_status.h"
-#include "locations.h"
-#include "report/report_output.h"
-#include "report/run.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
+#include "cli/report/report_output.h"
+#include "cli/report/run.h"
+#include "host/base/time_limit.h"
+#include "host/datastore/input_file.h"
 
 namespace ipav::cli {
 

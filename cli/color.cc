@@ -1,4 +1,4 @@
-#include "color.h"
+#include "cli/color.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "judge.h"
+#include "cli/judge.h"
 
 #include <chrono>
 #include <cstdio>
@@ -8,18 +8,18 @@
 #include <utility>
 #include <vector>
 
-#include "base/stopwatch.h"
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
-#include "datastore/input_error.h"
-#include "datastore/input_text.h"
-#include "findings/finder.h"
-#include "reading_time.h"
-#include "report/device_html.h"
-#include "report/device_view.h"
-#include "source/source_text.h"
-#include "timing.h"
-#include "trace.h"
+#include "cli/reading_time.h"
+#include "cli/report/device_html.h"
+#include "cli/report/device_view.h"
+#include "cli/timing.h"
+#include "cli/trace.h"
+#include "host/base/stopwatch.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_text.h"
+#include "host/findings/finder.h"
+#include "host/source/source_text.h"
 
 namespace ipav::cli {
 

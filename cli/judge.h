@@ -7,12 +7,12 @@
 #include <functional>
 #include <string>
 
-#include "check.h"
-#include "datastore/model.h"
-#include "datastore/transaction.h"
-#include "locations.h"
-#include "reading_time.h"
-#include "report/device_report.h"
+#include "cli/check.h"
+#include "cli/locations.h"
+#include "cli/reading_time.h"
+#include "cli/report/device_report.h"
+#include "host/datastore/model.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::cli {
 

@@ -1,4 +1,4 @@
-#include "locations.h"
+#include "cli/locations.h"
 
 #include <filesystem>
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "command_line/command.h"
-#include "exit_status.h"
-#include "locations.h"
+#include "cli/command_line/command.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
 
 namespace {
 

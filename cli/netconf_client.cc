@@ -1,4 +1,4 @@
-#include "netconf_client.h"
+#include "cli/netconf_client.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -14,7 +14,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "transport/hello.h"
+#include "ipavd/transport/hello.h"
 
 namespace ipav::cli {
 

@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "base/file_descriptor.h"
-#include "base/time_limit.h"
-#include "transport/framing.h"
+#include "host/base/file_descriptor.h"
+#include "host/base/time_limit.h"
+#include "ipavd/transport/framing.h"
 
 namespace ipav::cli {
 

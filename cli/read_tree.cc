@@ -1,6 +1,6 @@
-#include "read_tree.h"
+#include "cli/read_tree.h"
 
-#include "reading_time.h"
+#include "cli/reading_time.h"
 
 namespace ipav::cli {
 

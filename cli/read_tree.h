@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <string>
 
-#include "base/time_limit.h"
-#include "datastore/data_tree.h"
+#include "host/base/time_limit.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::cli {
 

@@ -1,4 +1,4 @@
-#include "reading_time.h"
+#include "cli/reading_time.h"
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <chrono>
 #include <utility>
 
-#include "exit_status.h"
+#include "cli/exit_status.h"
 
 namespace ipav::cli {
 

@@ -7,7 +7,7 @@
 #include <csignal>
 #include <string>
 
-#include "base/time_limit.h"
+#include "host/base/time_limit.h"
 
 namespace ipav::cli {
 

@@ -1,4 +1,4 @@
-#include "timing.h"
+#include "cli/timing.h"
 
 #include <fmt/core.h>
 

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "base/stopwatch.h"
-#include "report/device_report.h"
+#include "cli/report/device_report.h"
+#include "host/base/stopwatch.h"
 
 namespace ipav::cli {
 

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <string>
 
-#include "base/file_descriptor.h"
-#include "confd/tracer.h"
+#include "host/base/file_descriptor.h"
+#include "host/confd/tracer.h"
 
 namespace ipav::cli {
 

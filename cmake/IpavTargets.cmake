@@ -2,6 +2,8 @@
 
 add_library(ipav_build_flags INTERFACE)
 target_compile_features(ipav_build_flags INTERFACE cxx_std_17)
+# Sources include each other by their path from here.
+target_include_directories(ipav_build_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(ipav_build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual

@@ -10,7 +10,7 @@
 // Input: lines; each is read as an address and as a prefix of either family,
 // and compared with the line in front.
 
-#include "internal/address_text.h"
+#include "src/lib/internal/address_text.h"
 
 #include <arpa/inet.h>
 #include <confd_maapi.h>
@@ -27,12 +27,12 @@
 #include <string>
 #include <vector>
 
-#include "confd/session.h"
-#include "datastore/diff.h"
-#include "support/byte_reader.h"
-#include "support/configurations.h"
-#include "support/finding.h"
-#include "support/target.h"
+#include "fuzz/support/byte_reader.h"
+#include "fuzz/support/configurations.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/target.h"
+#include "host/confd/session.h"
+#include "host/datastore/diff.h"
 
 namespace ipav::fuzz {
 

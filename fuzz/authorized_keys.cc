@@ -7,7 +7,7 @@
 //
 // Input: the file.
 
-#include "transport/authorized_keys.h"
+#include "ipavd/transport/authorized_keys.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "support/byte_reader.h"
-#include "support/finding.h"
-#include "support/memory_file.h"
-#include "support/target.h"
+#include "fuzz/support/byte_reader.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/memory_file.h"
+#include "fuzz/support/target.h"
 
 namespace ipav::fuzz {
 

@@ -10,8 +10,8 @@
 
 #include <string>
 
-#include "support/config_text.h"
-#include "support/target.h"
+#include "fuzz/support/config_text.h"
+#include "fuzz/support/target.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   ipav::fuzz::JudgeText(std::string(data, data + size));

@@ -17,7 +17,7 @@
 // configuration without operations, in place of all that is there. An edit is
 // XML, or the same in short (support/short_xml.h).
 
-#include "store/edit_config.h"
+#include "ipavd/store/edit_config.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -28,18 +28,18 @@
 #include <utility>
 #include <vector>
 
-#include "datastore/data_tree.h"
-#include "datastore/input_error.h"
-#include "datastore/libyang_error.h"
-#include "datastore/model.h"
-#include "store/commit_gate.h"
-#include "store/nodes.h"
-#include "support/byte_reader.h"
-#include "support/finding.h"
-#include "support/memory_file.h"
-#include "support/netconf_reply.h"
-#include "support/short_xml.h"
-#include "support/target.h"
+#include "fuzz/support/byte_reader.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/memory_file.h"
+#include "fuzz/support/netconf_reply.h"
+#include "fuzz/support/short_xml.h"
+#include "fuzz/support/target.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/libyang_error.h"
+#include "host/datastore/model.h"
+#include "ipavd/store/commit_gate.h"
+#include "ipavd/store/nodes.h"
 
 namespace ipav::fuzz {
 

@@ -32,17 +32,17 @@
 #include <string_view>
 #include <vector>
 
-#include "base/file_descriptor.h"
-#include "support/allocations.h"
-#include "support/finding.h"
-#include "support/plain_framing.h"
-#include "support/target.h"
-#include "transport/byte_stream.h"
-#include "transport/framing.h"
-#include "transport/guard.h"
-#include "transport/hello.h"
-#include "transport/introduction.h"
-#include "transport/request.h"
+#include "fuzz/support/allocations.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/plain_framing.h"
+#include "fuzz/support/target.h"
+#include "host/base/file_descriptor.h"
+#include "ipavd/transport/byte_stream.h"
+#include "ipavd/transport/framing.h"
+#include "ipavd/transport/guard.h"
+#include "ipavd/transport/hello.h"
+#include "ipavd/transport/introduction.h"
+#include "ipavd/transport/request.h"
 
 namespace ipav::fuzz {
 

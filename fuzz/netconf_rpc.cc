@@ -23,10 +23,10 @@
 #include <memory>
 #include <string>
 
-#include "support/finding.h"
-#include "support/netconf_server.h"
-#include "support/short_xml.h"
-#include "support/target.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/netconf_server.h"
+#include "fuzz/support/short_xml.h"
+#include "fuzz/support/target.h"
 
 namespace ipav::fuzz {
 

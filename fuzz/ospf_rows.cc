@@ -18,12 +18,12 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "fake_platform.h"
-#include "support/byte_reader.h"
-#include "support/finding.h"
-#include "support/plugin_life.h"
-#include "support/target.h"
+#include "fuzz/support/byte_reader.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/plugin_life.h"
+#include "fuzz/support/target.h"
+#include "tests/support/builders.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::fuzz {
 

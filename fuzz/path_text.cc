@@ -26,15 +26,15 @@
 #include <string>
 #include <vector>
 
-#include "confd/confd_error.h"
-#include "confd/path.h"
-#include "confd/session.h"
-#include "datastore/diff.h"
-#include "datastore/libyang_error.h"
-#include "support/byte_reader.h"
-#include "support/configurations.h"
-#include "support/finding.h"
-#include "support/target.h"
+#include "fuzz/support/byte_reader.h"
+#include "fuzz/support/configurations.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/target.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "host/confd/session.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/libyang_error.h"
 
 namespace ipav::fuzz {
 

@@ -17,11 +17,11 @@
 #include <memory>
 #include <string>
 
-#include "fake_platform.h"
-#include "support/any_platform.h"
-#include "support/byte_reader.h"
-#include "support/plugin_life.h"
-#include "support/target.h"
+#include "fuzz/support/any_platform.h"
+#include "fuzz/support/byte_reader.h"
+#include "fuzz/support/plugin_life.h"
+#include "fuzz/support/target.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::fuzz {
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <utility>
 
-#include "config.h"
+#include "include/config.h"
 
 namespace ip_application::config_valid {
 

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "config.h"
+#include "include/config.h"
 
 // The library hides every symbol that no such block shows.
 #pragma GCC visibility push(default)

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "config.h"
-#include "static_route_config.h"
+#include "include/config.h"
+#include "include/static_route_config.h"
 
 namespace ip_application::config_valid {
 

@@ -10,7 +10,7 @@
 #include <list>
 #include <string>
 
-#include "config.h"
+#include "include/config.h"
 
 // One walk over the changes below a path. Made for one validation; a subclass
 // judges each change and ends the walk at the first that must be refused.

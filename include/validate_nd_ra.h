@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "config.h"
+#include "include/config.h"
 
 #pragma GCC visibility push(default)
 

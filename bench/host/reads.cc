@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "confd/session.h"
-#include "datastore/data_tree.h"
-#include "datastore/diff.h"
-#include "datastore/model.h"
+#include "host/confd/session.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/model.h"
 
 namespace ipav::bench {
 

@@ -8,11 +8,11 @@
 #include <memory>
 #include <string>
 
-#include "check.h"
-#include "command_line/command.h"
-#include "command_line/shared_options.h"
-#include "command_line/types.h"
-#include "commands/summarize.h"
+#include "cli/check.h"
+#include "cli/command_line/command.h"
+#include "cli/command_line/shared_options.h"
+#include "cli/command_line/types.h"
+#include "cli/commands/summarize.h"
 
 namespace ipav::cli::command_line {
 

@@ -4,15 +4,15 @@
 #include <memory>
 #include <string>
 
-#include "command_line/command.h"
-#include "command_line/shared_options.h"
-#include "command_line/types.h"
-#include "commands/completion.h"
-#include "commands/convert.h"
-#include "commands/diff.h"
-#include "commands/explain.h"
-#include "commands/new.h"
-#include "commands/points.h"
+#include "cli/command_line/command.h"
+#include "cli/command_line/shared_options.h"
+#include "cli/command_line/types.h"
+#include "cli/commands/completion.h"
+#include "cli/commands/convert.h"
+#include "cli/commands/diff.h"
+#include "cli/commands/explain.h"
+#include "cli/commands/new.h"
+#include "cli/commands/points.h"
 
 namespace ipav::cli::command_line {
 

@@ -7,11 +7,11 @@
 #include <cstddef>
 #include <memory>
 
-#include "command_line/command.h"
-#include "command_line/shared_options.h"
-#include "command_line/types.h"
-#include "commands/commit.h"
-#include "commands/serve.h"
+#include "cli/command_line/command.h"
+#include "cli/command_line/shared_options.h"
+#include "cli/command_line/types.h"
+#include "cli/commands/commit.h"
+#include "cli/commands/serve.h"
 
 namespace ipav::cli::command_line {
 

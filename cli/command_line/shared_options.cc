@@ -1,11 +1,11 @@
-#include "command_line/shared_options.h"
+#include "cli/command_line/shared_options.h"
 
 #include <CLI/Validators.hpp>
 #include <chrono>
 #include <cstddef>
 #include <utility>
 
-#include "command_line/types.h"
+#include "cli/command_line/types.h"
 
 namespace ipav::cli::command_line {
 

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "check.h"
-#include "datastore/input_file.h"
-#include "locations.h"
-#include "read_tree.h"
-#include "report/report_output.h"
+#include "cli/check.h"
+#include "cli/locations.h"
+#include "cli/read_tree.h"
+#include "cli/report/report_output.h"
+#include "host/datastore/input_file.h"
 
 namespace ipav::cli::command_line {
 

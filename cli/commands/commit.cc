@@ -1,4 +1,4 @@
-#include "commands/commit.h"
+#include "cli/commands/commit.h"
 
 #include <fmt/core.h>
 #include <libyang/libyang.h>
@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "datastore/model.h"
-#include "findings/catalogue.h"
-#include "netconf_client.h"
+#include "cli/netconf_client.h"
+#include "host/datastore/model.h"
+#include "host/findings/catalogue.h"
 
 namespace ipav::cli {
 

@@ -1,11 +1,11 @@
-#include "commands/completion.h"
+#include "cli/commands/completion.h"
 
 #include <fmt/core.h>
 
-#include "command_line/types.h"
-#include "commands/explain.h"
-#include "completion/scripts.h"
-#include "completion/syntax.h"
+#include "cli/command_line/types.h"
+#include "cli/commands/explain.h"
+#include "cli/completion/scripts.h"
+#include "cli/completion/syntax.h"
 
 namespace ipav::cli {
 

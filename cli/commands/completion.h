@@ -5,8 +5,8 @@
 #include <CLI/App.hpp>
 #include <string>
 
-#include "exit_status.h"
-#include "locations.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
 
 namespace ipav::cli {
 

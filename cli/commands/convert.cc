@@ -1,4 +1,4 @@
-#include "commands/convert.h"
+#include "cli/commands/convert.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -6,8 +6,8 @@
 #include <memory>
 #include <stdexcept>
 
-#include "datastore/model.h"
-#include "report/output_file.h"
+#include "cli/report/output_file.h"
+#include "host/datastore/model.h"
 
 namespace ipav::cli {
 

@@ -6,10 +6,10 @@
 
 #include <string>
 
-#include "datastore/data_tree.h"
-#include "exit_status.h"
-#include "locations.h"
-#include "read_tree.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
+#include "cli/read_tree.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::cli {
 

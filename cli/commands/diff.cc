@@ -1,4 +1,4 @@
-#include "commands/diff.h"
+#include "cli/commands/diff.h"
 
 #include <fmt/core.h>
 
@@ -8,10 +8,10 @@
 #include <optional>
 #include <vector>
 
-#include "commit/plan.h"
-#include "confd/path.h"
-#include "datastore/diff.h"
-#include "datastore/model.h"
+#include "host/commit/plan.h"
+#include "host/confd/path.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/model.h"
 
 namespace ipav::cli {
 

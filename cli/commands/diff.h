@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "exit_status.h"
-#include "locations.h"
-#include "read_tree.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
+#include "cli/read_tree.h"
 
 namespace ipav::cli {
 

@@ -1,4 +1,4 @@
-#include "commands/explain.h"
+#include "cli/commands/explain.h"
 
 #include <fmt/core.h>
 
@@ -9,11 +9,11 @@
 #include <optional>
 #include <sstream>
 
-#include "datastore/input_file.h"
-#include "datastore/model.h"
-#include "findings/catalogue.h"
-#include "messages/document.h"
-#include "messages/match.h"
+#include "cli/messages/document.h"
+#include "cli/messages/match.h"
+#include "host/datastore/input_file.h"
+#include "host/datastore/model.h"
+#include "host/findings/catalogue.h"
 
 namespace ipav::cli {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "exit_status.h"
-#include "locations.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
 
 namespace ipav::cli {
 

@@ -1,11 +1,11 @@
-#include "commands/new.h"
+#include "cli/commands/new.h"
 
 #include <fmt/core.h>
 
-#include "commands/convert.h"
-#include "datastore/data_tree.h"
-#include "datastore/input_file.h"
-#include "datastore/model.h"
+#include "cli/commands/convert.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/input_file.h"
+#include "host/datastore/model.h"
 
 namespace ipav::cli {
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "exit_status.h"
-#include "locations.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
 
 namespace ipav::cli {
 

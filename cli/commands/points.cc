@@ -1,8 +1,8 @@
-#include "commands/points.h"
+#include "cli/commands/points.h"
 
 #include <fmt/core.h>
 
-#include "datastore/model.h"
+#include "host/datastore/model.h"
 
 namespace ipav::cli {
 

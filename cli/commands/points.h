@@ -2,8 +2,8 @@
 #ifndef IPAV_CLI_COMMANDS_POINTS_H_
 #define IPAV_CLI_COMMANDS_POINTS_H_
 
-#include "exit_status.h"
-#include "locations.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
 
 namespace ipav::cli {
 

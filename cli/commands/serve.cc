@@ -1,19 +1,19 @@
-#include "commands/serve.h"
+#include "cli/commands/serve.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
 
-#include "datastore/model.h"
-#include "netconf/server.h"
-#include "store/commit_gate.h"
-#include "store/datastores.h"
-#include "store/state_folder.h"
-#include "transport/doorman.h"
-#include "transport/log.h"
-#include "transport/notify.h"
-#include "transport/signals.h"
+#include "host/datastore/model.h"
+#include "ipavd/netconf/server.h"
+#include "ipavd/store/commit_gate.h"
+#include "ipavd/store/datastores.h"
+#include "ipavd/store/state_folder.h"
+#include "ipavd/transport/doorman.h"
+#include "ipavd/transport/log.h"
+#include "ipavd/transport/notify.h"
+#include "ipavd/transport/signals.h"
 
 namespace ipav::cli {
 

@@ -8,10 +8,10 @@
 #include <optional>
 #include <string>
 
-#include "base/time_limit.h"
-#include "exit_status.h"
-#include "locations.h"
-#include "transport/guard.h"
+#include "cli/exit_status.h"
+#include "cli/locations.h"
+#include "host/base/time_limit.h"
+#include "ipavd/transport/guard.h"
 
 namespace ipav::cli {
 

@@ -1,4 +1,4 @@
-#include "commands/summarize.h"
+#include "cli/commands/summarize.h"
 
 #include <fmt/core.h>
 
@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "report/json.h"
+#include "cli/report/json.h"
 
 namespace ipav::cli {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "exit_status.h"
-#include "report/report_output.h"
+#include "cli/exit_status.h"
+#include "cli/report/report_output.h"
 
 namespace ipav::cli {
 

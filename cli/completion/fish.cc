@@ -1,7 +1,7 @@
 #include <fmt/core.h>
 #include <fmt/ranges.h>
 
-#include "completion/scripts.h"
+#include "cli/completion/scripts.h"
 
 namespace ipav::cli::completion {
 

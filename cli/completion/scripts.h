@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "completion/syntax.h"
+#include "cli/completion/syntax.h"
 
 namespace ipav::cli::completion {
 

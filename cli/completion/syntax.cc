@@ -1,9 +1,9 @@
-#include "completion/syntax.h"
+#include "cli/completion/syntax.h"
 
 #include <CLI/StringTools.hpp>
 #include <stdexcept>
 
-#include "command_line/types.h"
+#include "cli/command_line/types.h"
 
 namespace ipav::cli::completion {
 

@@ -1,4 +1,4 @@
-#include "fleet/devices.h"
+#include "cli/fleet/devices.h"
 
 #include <fmt/core.h>
 
@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "datastore/input_error.h"
+#include "host/datastore/input_error.h"
 
 namespace ipav::cli::fleet {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "judge.h"
-#include "report/run.h"
+#include "cli/judge.h"
+#include "cli/report/run.h"
 
 namespace ipav::cli::fleet {
 

@@ -1,4 +1,4 @@
-#include "fleet/fleet.h"
+#include "cli/fleet/fleet.h"
 
 #include <sched.h>
 #include <sys/wait.h>
@@ -9,10 +9,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "fleet/pool.h"
-#include "fleet/progress.h"
-#include "plugin/plugin.h"
-#include "report/json.h"
+#include "cli/fleet/pool.h"
+#include "cli/fleet/progress.h"
+#include "cli/report/json.h"
+#include "host/plugin/plugin.h"
 
 namespace ipav::cli::fleet {
 

@@ -7,9 +7,9 @@
 #include <functional>
 #include <vector>
 
-#include "base/time_limit.h"
-#include "judge.h"
-#include "report/device_report.h"
+#include "cli/judge.h"
+#include "cli/report/device_report.h"
+#include "host/base/time_limit.h"
 
 namespace ipav::cli::fleet {
 

@@ -1,4 +1,4 @@
-#include "fleet/pool.h"
+#include "cli/fleet/pool.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>

@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/file_descriptor.h"
-#include "base/time_limit.h"
+#include "host/base/file_descriptor.h"
+#include "host/base/time_limit.h"
 
 namespace ipav::cli::fleet {
 

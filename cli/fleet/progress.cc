@@ -1,4 +1,4 @@
-#include "fleet/progress.h"
+#include "cli/fleet/progress.h"
 
 #include <fmt/core.h>
 #include <sys/wait.h>

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <string>
 
-#include "fleet/pool.h"
-#include "report/summary.h"
+#include "cli/fleet/pool.h"
+#include "cli/report/summary.h"
 
 namespace ipav::cli::fleet {
 

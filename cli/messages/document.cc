@@ -1,10 +1,10 @@
-#include "messages/document.h"
+#include "cli/messages/document.h"
 
 #include <algorithm>
 #include <cctype>
 #include <sstream>
 
-#include "datastore/input_file.h"
+#include "host/datastore/input_file.h"
 
 namespace ipav::cli::messages {
 

@@ -1,4 +1,4 @@
-#include "messages/match.h"
+#include "cli/messages/match.h"
 
 #include <algorithm>
 #include <cctype>

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "messages/document.h"
+#include "cli/messages/document.h"
 
 namespace ipav::cli::messages {
 

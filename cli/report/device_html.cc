@@ -1,4 +1,4 @@
-#include "report/device_html.h"
+#include "cli/report/device_html.h"
 
 #include <confd_lib.h>
 
@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "report/finding_text.h"
-#include "report/plan_html.h"
+#include "cli/report/finding_text.h"
+#include "cli/report/plan_html.h"
 
 namespace ipav::cli::report {
 

@@ -4,9 +4,9 @@
 
 #include <cstddef>
 
-#include "report/device_report.h"
-#include "report/device_view.h"
-#include "report/html_text.h"
+#include "cli/report/device_report.h"
+#include "cli/report/device_view.h"
+#include "cli/report/html_text.h"
 
 namespace ipav::cli::report {
 

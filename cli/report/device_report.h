@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "base/stopwatch.h"
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
-#include "exit_status.h"
-#include "findings/finding.h"
+#include "cli/exit_status.h"
+#include "host/base/stopwatch.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/findings/finding.h"
 
 namespace ipav::cli::report {
 

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "view/address_plan.h"
-#include "view/change_list.h"
+#include "host/view/address_plan.h"
+#include "host/view/change_list.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/finding_text.h"
+#include "cli/report/finding_text.h"
 
 #include <fmt/core.h>
 

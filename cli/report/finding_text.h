@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "findings/finding.h"
+#include "host/findings/finding.h"
 
 namespace ipav::cli::report {
 

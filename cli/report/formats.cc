@@ -1,8 +1,8 @@
-#include "report/formats.h"
+#include "cli/report/formats.h"
 
-#include "report/json.h"
-#include "report/junit.h"
-#include "report/sarif.h"
+#include "cli/report/json.h"
+#include "cli/report/junit.h"
+#include "cli/report/sarif.h"
 
 namespace ipav::cli::report {
 

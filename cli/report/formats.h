@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "report/run.h"
-#include "report/text.h"
-#include "report/writer.h"
+#include "cli/report/run.h"
+#include "cli/report/text.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

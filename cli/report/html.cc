@@ -1,11 +1,11 @@
-#include "report/html.h"
+#include "cli/report/html.h"
 
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
-#include "report/page_style.h"
+#include "cli/report/page_style.h"
 
 namespace ipav::cli::report {
 

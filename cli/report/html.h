@@ -8,12 +8,12 @@
 #include <memory>
 #include <string>
 
-#include "report/device_html.h"
-#include "report/device_report.h"
-#include "report/device_view.h"
-#include "report/html_text.h"
-#include "report/output_file.h"
-#include "report/writer.h"
+#include "cli/report/device_html.h"
+#include "cli/report/device_report.h"
+#include "cli/report/device_view.h"
+#include "cli/report/html_text.h"
+#include "cli/report/output_file.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/html_text.h"
+#include "cli/report/html_text.h"
 
 #include <fmt/core.h>
 

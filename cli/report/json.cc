@@ -1,4 +1,4 @@
-#include "report/json.h"
+#include "cli/report/json.h"
 
 #include <fmt/core.h>
 
@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "report/json_text.h"
-#include "report/json_times.h"
+#include "cli/report/json_text.h"
+#include "cli/report/json_times.h"
 
 namespace ipav::cli::report {
 

@@ -5,10 +5,10 @@
 
 #include <cstdio>
 
-#include "report/device_report.h"
-#include "report/json_text.h"
-#include "report/run.h"
-#include "report/writer.h"
+#include "cli/report/device_report.h"
+#include "cli/report/json_text.h"
+#include "cli/report/run.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

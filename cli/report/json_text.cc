@@ -1,6 +1,6 @@
-#include "report/json_text.h"
+#include "cli/report/json_text.h"
 
-#include "base/bytes.h"
+#include "host/base/bytes.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/json_times.h"
+#include "cli/report/json_times.h"
 
 #include <chrono>
 #include <cmath>

@@ -2,8 +2,8 @@
 #ifndef IPAV_CLI_REPORT_JSON_TIMES_H_
 #define IPAV_CLI_REPORT_JSON_TIMES_H_
 
-#include "report/device_report.h"
-#include "report/json_text.h"
+#include "cli/report/device_report.h"
+#include "cli/report/json_text.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/junit.h"
+#include "cli/report/junit.h"
 
 #include <fmt/core.h>
 
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "base/bytes.h"
-#include "report/finding_text.h"
+#include "cli/report/finding_text.h"
+#include "host/base/bytes.h"
 
 namespace ipav::cli::report {
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "report/writer.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

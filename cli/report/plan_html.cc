@@ -1,4 +1,4 @@
-#include "report/plan_html.h"
+#include "cli/report/plan_html.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "findings/finding.h"
-#include "report/plan_layout.h"
+#include "cli/report/plan_layout.h"
+#include "host/findings/finding.h"
 
 namespace ipav::cli::report {
 

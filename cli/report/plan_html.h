@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "report/html_text.h"
-#include "view/address_plan.h"
+#include "cli/report/html_text.h"
+#include "host/view/address_plan.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/plan_layout.h"
+#include "cli/report/plan_layout.h"
 
 #include <algorithm>
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "view/address_plan.h"
+#include "host/view/address_plan.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/report_output.h"
+#include "cli/report/report_output.h"
 
 #include <fmt/core.h>
 

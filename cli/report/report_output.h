@@ -5,12 +5,12 @@
 #include <memory>
 #include <string>
 
-#include "report/device_report.h"
-#include "report/formats.h"
-#include "report/output_file.h"
-#include "report/run.h"
-#include "report/text.h"
-#include "report/writer.h"
+#include "cli/report/device_report.h"
+#include "cli/report/formats.h"
+#include "cli/report/output_file.h"
+#include "cli/report/run.h"
+#include "cli/report/text.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

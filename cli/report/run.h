@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "report/summary.h"
+#include "cli/report/summary.h"
 
 namespace ipav::cli::report {
 

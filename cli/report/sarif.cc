@@ -1,4 +1,4 @@
-#include "report/sarif.h"
+#include "cli/report/sarif.h"
 
 #include <fmt/core.h>
 #include <libxml/uri.h>
@@ -11,8 +11,8 @@
 #include <string_view>
 #include <utility>
 
-#include "base/bytes.h"
-#include "report/finding_text.h"
+#include "cli/report/finding_text.h"
+#include "host/base/bytes.h"
 
 namespace ipav::cli::report {
 

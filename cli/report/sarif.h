@@ -8,9 +8,9 @@
 #include <map>
 #include <string>
 
-#include "report/json.h"
-#include "report/run.h"
-#include "report/writer.h"
+#include "cli/report/json.h"
+#include "cli/report/run.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

@@ -1,4 +1,4 @@
-#include "report/source_lines.h"
+#include "cli/report/source_lines.h"
 
 #include <fmt/core.h>
 

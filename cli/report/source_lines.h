@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "findings/finding.h"
+#include "host/findings/finding.h"
 
 namespace ipav::cli::report {
 

@@ -1,8 +1,8 @@
-#include "report/summary.h"
+#include "cli/report/summary.h"
 
 #include <fmt/core.h>
 
-#include "report/run.h"
+#include "cli/report/run.h"
 
 namespace ipav::cli::report {
 

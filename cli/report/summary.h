@@ -8,7 +8,7 @@
 #include <numeric>
 #include <string>
 
-#include "exit_status.h"
+#include "cli/exit_status.h"
 
 namespace ipav::cli::report {
 

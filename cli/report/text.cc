@@ -1,4 +1,4 @@
-#include "report/text.h"
+#include "cli/report/text.h"
 
 #include <confd_lib.h>
 #include <fmt/color.h>
@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "commit/commit.h"
-#include "findings/finder.h"
-#include "findings/finding.h"
-#include "report/finding_text.h"
-#include "report/source_lines.h"
+#include "cli/report/finding_text.h"
+#include "cli/report/source_lines.h"
+#include "host/commit/commit.h"
+#include "host/findings/finder.h"
+#include "host/findings/finding.h"
 
 namespace ipav::cli::report {
 

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "report/writer.h"
+#include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 

@@ -3,7 +3,7 @@
 #ifndef IPAV_CLI_REPORT_WRITER_H_
 #define IPAV_CLI_REPORT_WRITER_H_
 
-#include "report/device_report.h"
+#include "cli/report/device_report.h"
 
 namespace ipav::cli::report {
 

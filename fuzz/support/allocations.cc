@@ -1,4 +1,4 @@
-#include "support/allocations.h"
+#include "fuzz/support/allocations.h"
 
 #include <malloc.h>
 

@@ -1,11 +1,11 @@
-#include "support/any_platform.h"
+#include "fuzz/support/any_platform.h"
 
 #include <iterator>
 #include <optional>
 #include <utility>
 
-#include "fake_platform.h"
-#include "support/any_value.h"
+#include "fuzz/support/any_value.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::fuzz {
 

@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "path_text.h"
-#include "support/byte_reader.h"
-#include "value.h"
+#include "fuzz/support/byte_reader.h"
+#include "tests/support/builders.h"
+#include "tests/support/path_text.h"
+#include "tests/support/value.h"
 
 namespace ipav::fuzz {
 

@@ -1,4 +1,4 @@
-#include "support/any_value.h"
+#include "fuzz/support/any_value.h"
 
 #include <cstring>
 #include <string>

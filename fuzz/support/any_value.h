@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "support/byte_reader.h"
-#include "value.h"
+#include "fuzz/support/byte_reader.h"
+#include "tests/support/value.h"
 
 namespace ipav::fuzz {
 

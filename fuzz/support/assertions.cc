@@ -1,11 +1,11 @@
 // Includes nothing that declares the C library's assertion failure: it does so
 // without exceptions, and this one throws.
 
-#include "support/assertions.h"
+#include "fuzz/support/assertions.h"
 
 #include <string>
 
-#include "support/finding.h"
+#include "fuzz/support/finding.h"
 
 namespace ipav::fuzz {
 

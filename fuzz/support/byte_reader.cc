@@ -1,4 +1,4 @@
-#include "support/byte_reader.h"
+#include "fuzz/support/byte_reader.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "support/commit.h"
+#include "fuzz/support/commit.h"
 
 #include <algorithm>
 #include <optional>
@@ -6,16 +6,16 @@
 #include <utility>
 #include <vector>
 
-#include "commit/plan.h"
-#include "confd/path.h"
-#include "confd/session.h"
-#include "confd/value.h"
-#include "datastore/diff.h"
-#include "datastore/libyang_error.h"
-#include "services/framework.h"
-#include "support/finding.h"
-#include "support/outcome.h"
-#include "validate.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/outcome.h"
+#include "host/commit/plan.h"
+#include "host/confd/path.h"
+#include "host/confd/session.h"
+#include "host/confd/value.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/libyang_error.h"
+#include "host/services/framework.h"
+#include "include/validate.h"
 
 namespace ipav::fuzz {
 

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::fuzz {
 

@@ -1,4 +1,4 @@
-#include "support/config_text.h"
+#include "fuzz/support/config_text.h"
 
 #include <libyang/libyang.h>
 
@@ -10,15 +10,15 @@
 #include <string>
 #include <vector>
 
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
-#include "datastore/diff.h"
-#include "findings/finder.h"
-#include "findings/finding.h"
-#include "source/source_text.h"
-#include "support/commit.h"
-#include "support/configurations.h"
-#include "support/finding.h"
+#include "fuzz/support/commit.h"
+#include "fuzz/support/configurations.h"
+#include "fuzz/support/finding.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
+#include "host/findings/finder.h"
+#include "host/findings/finding.h"
+#include "host/source/source_text.h"
 
 namespace ipav::fuzz {
 

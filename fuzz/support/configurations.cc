@@ -1,9 +1,9 @@
-#include "support/configurations.h"
+#include "fuzz/support/configurations.h"
 
-#include "datastore/input_error.h"
-#include "datastore/libyang_error.h"
-#include "support/finding.h"
-#include "support/memory_file.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/memory_file.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/libyang_error.h"
 
 namespace ipav::fuzz {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "datastore/data_tree.h"
-#include "datastore/model.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/model.h"
 
 namespace ipav::fuzz {
 

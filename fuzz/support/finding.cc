@@ -1,4 +1,4 @@
-#include "support/finding.h"
+#include "fuzz/support/finding.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "support/finding.h"
-#include "support/outcome.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/outcome.h"
 
 namespace ipav::fuzz {
 

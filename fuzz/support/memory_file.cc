@@ -1,10 +1,10 @@
-#include "support/memory_file.h"
+#include "fuzz/support/memory_file.h"
 
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "support/finding.h"
+#include "fuzz/support/finding.h"
 
 namespace ipav::fuzz {
 

@@ -1,4 +1,4 @@
-#include "support/netconf_client.h"
+#include "fuzz/support/netconf_client.h"
 
 #include <sys/socket.h>
 
@@ -6,11 +6,11 @@
 #include <limits>
 #include <optional>
 
-#include "support/finding.h"
-#include "support/netconf_reply.h"
-#include "transport/framing.h"
-#include "transport/hello.h"
-#include "transport/request.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/netconf_reply.h"
+#include "ipavd/transport/framing.h"
+#include "ipavd/transport/hello.h"
+#include "ipavd/transport/request.h"
 
 namespace ipav::fuzz {
 

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "base/file_descriptor.h"
+#include "host/base/file_descriptor.h"
 
 namespace ipav::fuzz {
 

@@ -1,4 +1,4 @@
-#include "support/netconf_reply.h"
+#include "fuzz/support/netconf_reply.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/finding.h"
+#include "fuzz/support/finding.h"
 
 namespace ipav::fuzz {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "store/rpc_error.h"
+#include "ipavd/store/rpc_error.h"
 
 namespace ipav::fuzz {
 

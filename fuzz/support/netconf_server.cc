@@ -1,15 +1,15 @@
-#include "support/netconf_server.h"
+#include "fuzz/support/netconf_server.h"
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
-#include "datastore/libyang_error.h"
-#include "netconf/library.h"
-#include "netconf/message_context.h"
-#include "support/commit.h"
-#include "support/configurations.h"
-#include "support/finding.h"
+#include "fuzz/support/commit.h"
+#include "fuzz/support/configurations.h"
+#include "fuzz/support/finding.h"
+#include "host/datastore/libyang_error.h"
+#include "ipavd/netconf/library.h"
+#include "ipavd/netconf/message_context.h"
 
 namespace ipav::fuzz {
 

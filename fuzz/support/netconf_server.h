@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "netconf/service.h"
-#include "store/datastores.h"
-#include "store/state_folder.h"
-#include "support/netconf_client.h"
-#include "support/temporary_folder.h"
+#include "fuzz/support/netconf_client.h"
+#include "fuzz/support/temporary_folder.h"
+#include "ipavd/netconf/service.h"
+#include "ipavd/store/datastores.h"
+#include "ipavd/store/state_folder.h"
 
 namespace ipav::fuzz {
 

@@ -1,11 +1,11 @@
-#include "support/outcome.h"
+#include "fuzz/support/outcome.h"
 
 #include <boost/system/system_error.hpp>
 #include <cstring>
 #include <stdexcept>
 
-#include "support/finding.h"
-#include "validate.h"
+#include "fuzz/support/finding.h"
+#include "include/validate.h"
 
 namespace ipav::fuzz {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/assertions.h"
+#include "fuzz/support/assertions.h"
 
 namespace ipav::fuzz {
 

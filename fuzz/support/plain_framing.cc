@@ -1,4 +1,4 @@
-#include "support/plain_framing.h"
+#include "fuzz/support/plain_framing.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,12 +1,12 @@
-#include "support/plugin_life.h"
+#include "fuzz/support/plugin_life.h"
 
 #include <string>
 #include <vector>
 
-#include "fake_platform.h"
-#include "support/finding.h"
-#include "validate.h"
-#include "validate_logger.h"
+#include "fuzz/support/finding.h"
+#include "include/validate.h"
+#include "include/validate_logger.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::fuzz {
 

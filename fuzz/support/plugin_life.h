@@ -6,8 +6,8 @@
 
 #include <confd_lib.h>
 
-#include "config.h"
-#include "support/outcome.h"
+#include "fuzz/support/outcome.h"
+#include "include/config.h"
 
 namespace ipav::fuzz {
 

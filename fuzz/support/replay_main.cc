@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "support/target.h"
+#include "fuzz/support/target.h"
 
 namespace {
 

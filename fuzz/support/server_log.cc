@@ -1,8 +1,8 @@
 // The server's log, in the place of the one that writes to standard error.
 #include <string>
 
-#include "support/finding.h"
-#include "transport/log.h"
+#include "fuzz/support/finding.h"
+#include "ipavd/transport/log.h"
 
 namespace ipav::transport {
 

@@ -1,4 +1,4 @@
-#include "support/short_xml.h"
+#include "fuzz/support/short_xml.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,10 +1,10 @@
-#include "support/temporary_folder.h"
+#include "fuzz/support/temporary_folder.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
-#include "support/finding.h"
+#include "fuzz/support/finding.h"
 
 namespace ipav::fuzz {
 

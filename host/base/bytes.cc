@@ -1,4 +1,4 @@
-#include "base/bytes.h"
+#include "host/base/bytes.h"
 
 #include <cstddef>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "base/time_limit.h"
+#include "host/base/time_limit.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,4 +1,4 @@
-#include "commit/child.h"
+#include "host/commit/child.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -15,8 +15,8 @@
 #include <system_error>
 #include <utility>
 
-#include "base/file_descriptor.h"
-#include "commit/warden.h"
+#include "host/base/file_descriptor.h"
+#include "host/commit/warden.h"
 
 namespace ipav::commit {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "base/time_limit.h"
+#include "host/base/time_limit.h"
 
 namespace ipav::commit {
 

@@ -1,4 +1,4 @@
-#include "commit/commit.h"
+#include "host/commit/commit.h"
 
 #include <sys/wait.h>
 
@@ -8,15 +8,15 @@
 #include <functional>
 #include <string_view>
 
-#include "base/stopwatch.h"
-#include "commit/child.h"
-#include "commit/plan.h"
-#include "confd/session.h"
-#include "confd/tracer.h"
-#include "confd/value.h"
-#include "datastore/diff.h"
-#include "plugin/plugin.h"
-#include "services/framework.h"
+#include "host/base/stopwatch.h"
+#include "host/commit/child.h"
+#include "host/commit/plan.h"
+#include "host/confd/session.h"
+#include "host/confd/tracer.h"
+#include "host/confd/value.h"
+#include "host/datastore/diff.h"
+#include "host/plugin/plugin.h"
+#include "host/services/framework.h"
 
 namespace ipav::commit {
 

@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "base/stopwatch.h"
-#include "base/time_limit.h"
-#include "confd/tracer.h"
-#include "datastore/data_tree.h"
-#include "datastore/transaction.h"
+#include "host/base/stopwatch.h"
+#include "host/base/time_limit.h"
+#include "host/confd/tracer.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::commit {
 

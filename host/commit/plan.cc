@@ -1,8 +1,8 @@
-#include "commit/plan.h"
+#include "host/commit/plan.h"
 
 #include <algorithm>
 
-#include "confd/path.h"
+#include "host/confd/path.h"
 
 namespace ipav::commit {
 

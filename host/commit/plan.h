@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "datastore/data_tree.h"
-#include "datastore/diff.h"
-#include "datastore/model.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/model.h"
 
 namespace ipav::commit {
 

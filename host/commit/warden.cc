@@ -1,4 +1,4 @@
-#include "commit/warden.h"
+#include "host/commit/warden.h"
 
 #include <fcntl.h>
 #include <poll.h>

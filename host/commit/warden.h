@@ -10,7 +10,7 @@
 
 #include <functional>
 
-#include "base/time_limit.h"
+#include "host/base/time_limit.h"
 
 namespace ipav::commit {
 

@@ -4,11 +4,11 @@
 
 #include <cstdarg>
 
-#include "confd/confd_error.h"
-#include "confd/path.h"
-#include "confd/read.h"
-#include "confd/session.h"
-#include "confd/tracer.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "host/confd/read.h"
+#include "host/confd/session.h"
+#include "host/confd/tracer.h"
 
 namespace confd = ipav::confd;
 

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "confd/confd_error.h"
-#include "confd/session.h"
-#include "confd/tracer.h"
-#include "confd/value.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/session.h"
+#include "host/confd/tracer.h"
+#include "host/confd/value.h"
 
 int confd_errno = 0;
 

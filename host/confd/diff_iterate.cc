@@ -7,11 +7,11 @@
 #include <optional>
 #include <vector>
 
-#include "confd/confd_error.h"
-#include "confd/path.h"
-#include "confd/session.h"
-#include "confd/tracer.h"
-#include "confd/value.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "host/confd/session.h"
+#include "host/confd/tracer.h"
+#include "host/confd/value.h"
 
 namespace ipav::confd {
 

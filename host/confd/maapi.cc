@@ -7,12 +7,12 @@
 #include <cstring>
 #include <memory>
 
-#include "confd/confd_error.h"
-#include "confd/path.h"
-#include "confd/read.h"
-#include "confd/session.h"
-#include "confd/tracer.h"
-#include "confd/value.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "host/confd/read.h"
+#include "host/confd/session.h"
+#include "host/confd/tracer.h"
+#include "host/confd/value.h"
 
 namespace ipav::confd {
 

@@ -1,11 +1,11 @@
-#include "confd/path.h"
+#include "host/confd/path.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
 
-#include "confd/confd_error.h"
+#include "host/confd/confd_error.h"
 
 namespace ipav::confd {
 

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "datastore/data_tree.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::confd {
 

@@ -1,4 +1,4 @@
-#include "confd/path_memo.h"
+#include "host/confd/path_memo.h"
 
 #include <algorithm>
 

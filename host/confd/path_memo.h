@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "confd/path.h"
-#include "datastore/data_tree.h"
+#include "host/confd/path.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::confd {
 

@@ -1,6 +1,6 @@
-#include "confd/read.h"
+#include "host/confd/read.h"
 
-#include "confd/confd_error.h"
+#include "host/confd/confd_error.h"
 
 namespace ipav::confd {
 

@@ -4,8 +4,8 @@
 
 #include <confd_lib.h>
 
-#include "confd/path.h"
-#include "confd/value.h"
+#include "host/confd/path.h"
+#include "host/confd/value.h"
 
 namespace ipav::confd {
 

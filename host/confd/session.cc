@@ -1,8 +1,8 @@
-#include "confd/session.h"
+#include "host/confd/session.h"
 
 #include <utility>
 
-#include "confd/confd_error.h"
+#include "host/confd/confd_error.h"
 
 namespace ipav::confd {
 

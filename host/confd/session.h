@@ -15,10 +15,10 @@
 #include <string>
 #include <string_view>
 
-#include "confd/path_memo.h"
-#include "confd/platform_call.h"
-#include "datastore/data_tree.h"
-#include "datastore/diff.h"
+#include "host/confd/path_memo.h"
+#include "host/confd/platform_call.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
 
 namespace ipav::confd {
 

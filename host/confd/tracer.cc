@@ -1,11 +1,11 @@
-#include "confd/tracer.h"
+#include "host/confd/tracer.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include "confd/confd_error.h"
-#include "confd/path.h"
-#include "confd/value.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "host/confd/value.h"
 
 namespace ipav::confd {
 

@@ -1,4 +1,4 @@
-#include "confd/value.h"
+#include "host/confd/value.h"
 
 #include <arpa/inet.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "confd/confd_error.h"
+#include "host/confd/confd_error.h"
 
 namespace ipav::confd {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "datastore/model.h"
+#include "host/datastore/model.h"
 
 namespace ipav::confd {
 

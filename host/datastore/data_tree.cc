@@ -1,4 +1,4 @@
-#include "datastore/data_tree.h"
+#include "host/datastore/data_tree.h"
 
 #include <arpa/inet.h>
 #include <strings.h>
@@ -10,8 +10,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "datastore/libyang_error.h"
-#include "datastore/well_formed.h"
+#include "host/datastore/libyang_error.h"
+#include "host/datastore/well_formed.h"
 
 namespace ipav::datastore {
 

@@ -13,11 +13,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "base/stopwatch.h"
-#include "datastore/input_error.h"
-#include "datastore/input_file.h"
-#include "datastore/input_text.h"
-#include "datastore/model.h"
+#include "host/base/stopwatch.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_file.h"
+#include "host/datastore/input_text.h"
+#include "host/datastore/model.h"
 
 namespace ipav::datastore {
 

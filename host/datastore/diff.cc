@@ -1,4 +1,4 @@
-#include "datastore/diff.h"
+#include "host/datastore/diff.h"
 
 #include <cstring>
 #include <utility>

@@ -12,7 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "datastore/data_tree.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::datastore {
 

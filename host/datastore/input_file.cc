@@ -1,4 +1,4 @@
-#include "datastore/input_file.h"
+#include "host/datastore/input_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "base/file_descriptor.h"
+#include "host/base/file_descriptor.h"
 
 namespace ipav::datastore {
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "datastore/input_error.h"
+#include "host/datastore/input_error.h"
 
 namespace ipav::datastore {
 

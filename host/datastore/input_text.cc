@@ -1,4 +1,4 @@
-#include "datastore/input_text.h"
+#include "host/datastore/input_text.h"
 
 #include <iconv.h>
 
@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "datastore/input_error.h"
-#include "datastore/input_file.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_file.h"
 
 namespace ipav::datastore {
 

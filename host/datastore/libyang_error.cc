@@ -1,4 +1,4 @@
-#include "datastore/libyang_error.h"
+#include "host/datastore/libyang_error.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "datastore/input_error.h"
+#include "host/datastore/input_error.h"
 
 namespace ipav::datastore {
 

@@ -1,4 +1,4 @@
-#include "datastore/model.h"
+#include "host/datastore/model.h"
 
 #include <libyang/plugins_types.h>
 
@@ -9,8 +9,8 @@
 #include <iterator>
 #include <utility>
 
-#include "datastore/libyang_error.h"
-#include "datastore/validate_statement.h"
+#include "host/datastore/libyang_error.h"
+#include "host/datastore/validate_statement.h"
 
 namespace ipav::datastore {
 

@@ -1,10 +1,10 @@
-#include "datastore/transaction.h"
+#include "host/datastore/transaction.h"
 
 #include <utility>
 
-#include "base/stopwatch.h"
-#include "datastore/well_formed.h"
-#include "datastore/xml_difference.h"
+#include "host/base/stopwatch.h"
+#include "host/datastore/well_formed.h"
+#include "host/datastore/xml_difference.h"
 
 namespace ipav::datastore {
 

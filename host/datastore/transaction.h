@@ -6,11 +6,11 @@
 #include <optional>
 #include <utility>
 
-#include "base/stopwatch.h"
-#include "datastore/data_tree.h"
-#include "datastore/diff.h"
-#include "datastore/input_text.h"
-#include "datastore/model.h"
+#include "host/base/stopwatch.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/input_text.h"
+#include "host/datastore/model.h"
 
 namespace ipav::datastore {
 

@@ -1,4 +1,4 @@
-#include "datastore/well_formed.h"
+#include "host/datastore/well_formed.h"
 
 #include <libxml/parser.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "datastore/input_error.h"
+#include "host/datastore/input_error.h"
 
 namespace ipav::datastore {
 

@@ -1,7 +1,7 @@
 #ifndef IPAV_HOST_DATASTORE_WELL_FORMED_H_
 #define IPAV_HOST_DATASTORE_WELL_FORMED_H_
 
-#include "datastore/input_text.h"
+#include "host/datastore/input_text.h"
 
 namespace ipav::datastore {
 

@@ -1,4 +1,4 @@
-#include "datastore/xml_difference.h"
+#include "host/datastore/xml_difference.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "datastore/model.h"
+#include "host/datastore/model.h"
 
 namespace ipav::datastore {
 

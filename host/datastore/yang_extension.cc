@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "datastore/validate_statement.h"
+#include "host/datastore/validate_statement.h"
 
 namespace {
 

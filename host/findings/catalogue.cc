@@ -1,4 +1,4 @@
-#include "findings/catalogue.h"
+#include "host/findings/catalogue.h"
 
 #include <algorithm>
 #include <string_view>

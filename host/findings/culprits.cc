@@ -1,10 +1,10 @@
-#include "findings/culprits.h"
+#include "host/findings/culprits.h"
 
 #include <algorithm>
 #include <map>
 #include <utility>
 
-#include "confd/path.h"
+#include "host/confd/path.h"
 
 namespace ipav::findings {
 

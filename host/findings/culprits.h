@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "datastore/diff.h"
-#include "findings/catalogue.h"
-#include "findings/data_view.h"
+#include "host/datastore/diff.h"
+#include "host/findings/catalogue.h"
+#include "host/findings/data_view.h"
 
 namespace ipav::findings {
 

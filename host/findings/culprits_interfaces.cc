@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "findings/culprits.h"
+#include "host/findings/culprits.h"
 
 namespace ipav::findings {
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "confd/path.h"
-#include "findings/culprits.h"
+#include "host/confd/path.h"
+#include "host/findings/culprits.h"
 
 namespace ipav::findings {
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "findings/culprits.h"
+#include "host/findings/culprits.h"
 
 namespace ipav::findings {
 

@@ -1,10 +1,10 @@
-#include "findings/data_view.h"
+#include "host/findings/data_view.h"
 
 #include <algorithm>
 
-#include "confd/confd_error.h"
-#include "confd/path.h"
-#include "datastore/model.h"
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "host/datastore/model.h"
 
 namespace ipav::findings {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "datastore/data_tree.h"
+#include "host/datastore/data_tree.h"
 
 namespace ipav::findings {
 

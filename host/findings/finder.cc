@@ -1,14 +1,14 @@
-#include "findings/finder.h"
+#include "host/findings/finder.h"
 
 #include <optional>
 #include <utility>
 
-#include "confd/path.h"
-#include "datastore/diff.h"
-#include "datastore/libyang_error.h"
-#include "findings/catalogue.h"
-#include "findings/culprits.h"
-#include "findings/data_view.h"
+#include "host/confd/path.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/libyang_error.h"
+#include "host/findings/catalogue.h"
+#include "host/findings/culprits.h"
+#include "host/findings/data_view.h"
 
 namespace ipav::findings {
 

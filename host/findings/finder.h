@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
-#include "findings/finding.h"
-#include "source/source_text.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/findings/finding.h"
+#include "host/source/source_text.h"
 
 namespace ipav::findings {
 

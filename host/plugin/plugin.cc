@@ -1,4 +1,4 @@
-#include "plugin/plugin.h"
+#include "host/plugin/plugin.h"
 
 #include <dlfcn.h>
 

@@ -1,4 +1,4 @@
-#include "services/framework.h"
+#include "host/services/framework.h"
 
 #include <hostd/cdb_session.h>
 #include <hostmw/fault.h>
@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "confd/session.h"
-#include "confd/tracer.h"
+#include "host/confd/session.h"
+#include "host/confd/tracer.h"
 
 namespace ipav::services {
 

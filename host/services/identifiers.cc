@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "confd/tracer.h"
+#include "host/confd/tracer.h"
 
 namespace {
 

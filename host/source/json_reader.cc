@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "source/source_tree.h"
+#include "host/source/source_tree.h"
 
 namespace ipav::source {
 

@@ -1,4 +1,4 @@
-#include "source/source_text.h"
+#include "host/source/source_text.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "datastore/data_tree.h"
-#include "source/source_tree.h"
+#include "host/datastore/data_tree.h"
+#include "host/source/source_tree.h"
 
 namespace ipav::source {
 

@@ -1,4 +1,4 @@
-#include "source/source_tree.h"
+#include "host/source/source_tree.h"
 
 namespace ipav::source {
 

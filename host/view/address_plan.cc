@@ -1,4 +1,4 @@
-#include "view/address_plan.h"
+#include "host/view/address_plan.h"
 
 #include <arpa/inet.h>
 #include <confd_lib.h>
@@ -12,8 +12,8 @@
 #include <tuple>
 #include <utility>
 
-#include "confd/path.h"
-#include "datastore/model.h"
+#include "host/confd/path.h"
+#include "host/datastore/model.h"
 
 namespace ipav::view {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "datastore/data_tree.h"
-#include "findings/finding.h"
+#include "host/datastore/data_tree.h"
+#include "host/findings/finding.h"
 
 namespace ipav::view {
 

@@ -1,10 +1,10 @@
-#include "view/change_list.h"
+#include "host/view/change_list.h"
 
 #include <libyang/libyang.h>
 
 #include <utility>
 
-#include "confd/path.h"
+#include "host/confd/path.h"
 
 namespace ipav::view {
 

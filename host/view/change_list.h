@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "datastore/diff.h"
-#include "findings/finding.h"
+#include "host/datastore/diff.h"
+#include "host/findings/finding.h"
 
 namespace ipav::view {
 

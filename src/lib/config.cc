@@ -1,4 +1,4 @@
-#include "config.h"
+#include "include/config.h"
 
 #include <confd_maapi.h>
 #include <hostmw/fault.h>
@@ -12,15 +12,15 @@
 #include <string>
 #include <utility>
 
-#include "internal/address_text.h"
-#include "internal/assertion.h"
-#include "internal/hash_index.h"
-#include "internal/maapi_owners.h"
-#include "internal/maapi_reads.h"
-#include "internal/model_tags.h"
-#include "internal/path_buffer.h"
-#include "static_route_config.h"
-#include "validate_logger.h"
+#include "include/static_route_config.h"
+#include "include/validate_logger.h"
+#include "src/lib/internal/address_text.h"
+#include "src/lib/internal/assertion.h"
+#include "src/lib/internal/hash_index.h"
+#include "src/lib/internal/maapi_owners.h"
+#include "src/lib/internal/maapi_reads.h"
+#include "src/lib/internal/model_tags.h"
+#include "src/lib/internal/path_buffer.h"
 
 namespace ip_application::config_valid {
 

@@ -1,11 +1,11 @@
-#include "static_route_config.h"
+#include "include/static_route_config.h"
 
 #include <algorithm>
 #include <charconv>
 #include <iterator>
 
-#include "internal/assertion.h"
-#include "internal/maapi_owners.h"
+#include "src/lib/internal/assertion.h"
+#include "src/lib/internal/maapi_owners.h"
 
 namespace ip_application::config_valid {
 

@@ -1,17 +1,17 @@
-#include "validate.h"
+#include "include/validate.h"
 
 #include <hostd/hostd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "config.h"
-#include "internal/callback_steps.h"
-#include "internal/report.h"
-#include "validate_config.h"
-#include "validate_intf_vrf.h"
-#include "validate_ip_addr_cross_ospf.h"
-#include "validate_nd_ra.h"
+#include "include/config.h"
+#include "include/validate_config.h"
+#include "include/validate_intf_vrf.h"
+#include "include/validate_ip_addr_cross_ospf.h"
+#include "include/validate_nd_ra.h"
+#include "src/lib/internal/callback_steps.h"
+#include "src/lib/internal/report.h"
 
 using ip_application::config_valid::Config;
 using ip_application::config_valid::ConfigAddrFamily;

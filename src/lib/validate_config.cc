@@ -1,4 +1,4 @@
-#include "validate_config.h"
+#include "include/validate_config.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -10,10 +10,10 @@
 #include <string_view>
 #include <type_traits>
 
-#include "internal/mask_lists.h"
-#include "internal/overlap_search.h"
-#include "internal/report.h"
-#include "validate_logger.h"
+#include "include/validate_logger.h"
+#include "src/lib/internal/mask_lists.h"
+#include "src/lib/internal/overlap_search.h"
+#include "src/lib/internal/report.h"
 
 namespace ip_application::config_valid {
 

@@ -1,17 +1,17 @@
-#include "validate_intf_vrf.h"
+#include "include/validate_intf_vrf.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
 
-#include "internal/assertion.h"
-#include "internal/callback_steps.h"
-#include "internal/maapi_owners.h"
-#include "internal/maapi_reads.h"
-#include "internal/model_tags.h"
-#include "internal/report.h"
-#include "validate_config.h"
+#include "include/validate_config.h"
+#include "src/lib/internal/assertion.h"
+#include "src/lib/internal/callback_steps.h"
+#include "src/lib/internal/maapi_owners.h"
+#include "src/lib/internal/maapi_reads.h"
+#include "src/lib/internal/model_tags.h"
+#include "src/lib/internal/report.h"
 
 namespace internal = ip_application::config_valid::internal;
 

@@ -1,7 +1,7 @@
 // OSPFv3 knows an interface by the index of its VLAN interface. The VLAN that
 // counts is the running one: what is asked for may already be another.
 
-#include "validate_ip_addr_cross_ospf.h"
+#include "include/validate_ip_addr_cross_ospf.h"
 
 #include <arpa/inet.h>
 #include <confd_cdb.h>
@@ -11,10 +11,10 @@
 
 #include <string>
 
-#include "internal/address_text.h"
-#include "internal/assertion.h"
-#include "internal/maapi_owners.h"
-#include "internal/report.h"
+#include "src/lib/internal/address_text.h"
+#include "src/lib/internal/assertion.h"
+#include "src/lib/internal/maapi_owners.h"
+#include "src/lib/internal/report.h"
 
 namespace ip_application::config_valid {
 

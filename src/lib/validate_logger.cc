@@ -1,4 +1,4 @@
-#include "validate_logger.h"
+#include "include/validate_logger.h"
 
 #include <hostmw/vlog.h>
 

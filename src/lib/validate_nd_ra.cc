@@ -2,17 +2,17 @@
 // interval is bounded by the maximum, and a router lifetime outlasts it. Read
 // straight from the transaction; the snapshot is not used.
 
-#include "validate_nd_ra.h"
+#include "include/validate_nd_ra.h"
 
 #include <confd_maapi.h>
 
 #include <cstdint>
 #include <string>
 
-#include "internal/assertion.h"
-#include "internal/model_tags.h"
-#include "internal/report.h"
-#include "validate_logger.h"
+#include "include/validate_logger.h"
+#include "src/lib/internal/assertion.h"
+#include "src/lib/internal/model_tags.h"
+#include "src/lib/internal/report.h"
 
 namespace ip_application::config_valid {
 

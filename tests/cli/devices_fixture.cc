@@ -1,4 +1,4 @@
-#include "devices_fixture.h"
+#include "tests/cli/devices_fixture.h"
 
 #include <unistd.h>
 

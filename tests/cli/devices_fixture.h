@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "program.h"
+#include "tests/support/program.h"
 
 namespace ipav::testing {
 

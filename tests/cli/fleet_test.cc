@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "devices_fixture.h"
+#include "tests/cli/devices_fixture.h"
 
 namespace ipav::testing {
 

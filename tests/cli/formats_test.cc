@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "devices_fixture.h"
+#include "tests/cli/devices_fixture.h"
 
 namespace ipav::testing {
 

@@ -23,7 +23,7 @@
 #include <thread>
 #include <vector>
 
-#include "program.h"
+#include "tests/support/program.h"
 
 namespace ipav::testing {
 

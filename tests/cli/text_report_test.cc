@@ -14,10 +14,10 @@
 #include <utility>
 #include <vector>
 
-#include "report/device_report.h"
-#include "report/source_lines.h"
-#include "report/text.h"
-#include "run_process.h"
+#include "cli/report/device_report.h"
+#include "cli/report/source_lines.h"
+#include "cli/report/text.h"
+#include "tests/support/run_process.h"
 
 namespace ipav::cli::report {
 

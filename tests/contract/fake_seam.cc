@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "fake_platform.h"
-#include "seam_under_test.h"
+#include "tests/contract/seam_under_test.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::testing {
 

@@ -1,11 +1,11 @@
 // The embedded host's stand-in, opened on the contract's two files.
 
-#include "confd/session.h"
-#include "datastore/data_tree.h"
-#include "datastore/diff.h"
-#include "datastore/model.h"
-#include "seam_under_test.h"
-#include "services/framework.h"
+#include "host/confd/session.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/model.h"
+#include "host/services/framework.h"
+#include "tests/contract/seam_under_test.h"
 
 namespace ipav::testing {
 

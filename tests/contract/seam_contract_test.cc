@@ -23,8 +23,8 @@
 #include <string>
 #include <vector>
 
-#include "seam_under_test.h"
-#include "value.h"
+#include "tests/contract/seam_under_test.h"
+#include "tests/support/value.h"
 
 namespace ipav::testing {
 namespace {

@@ -1,6 +1,6 @@
 // The table of messages against docs/messages.md and the end-to-end cases.
 
-#include "findings/catalogue.h"
+#include "host/findings/catalogue.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "messages_document.h"
+#include "tests/docs/messages_document.h"
 
 namespace ipav::findings {
 

@@ -1,4 +1,4 @@
-#include "messages_document.h"
+#include "tests/docs/messages_document.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,4 +1,4 @@
-#include "allocations.h"
+#include "tests/faults/allocations.h"
 
 #include <cstdlib>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "call_faults.h"
+#include "tests/faults/call_faults.h"
 
 #include <algorithm>
 #include <array>
@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "path_text.h"
-#include "platform_border.h"
+#include "tests/faults/platform_border.h"
+#include "tests/support/path_text.h"
 
 namespace ipav::faults {
 

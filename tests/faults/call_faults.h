@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "fake_platform.h"
-#include "plain_model.h"
-#include "scenarios.h"
+#include "tests/faults/scenarios.h"
+#include "tests/model/plain_model.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::faults {
 

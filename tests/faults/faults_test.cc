@@ -18,15 +18,15 @@
 #include <string>
 #include <vector>
 
-#include "allocations.h"
-#include "call_faults.h"
-#include "config.h"
-#include "fake_platform.h"
-#include "plain_model.h"
-#include "platform_border.h"
-#include "plugin_life.h"
-#include "scenarios.h"
-#include "validate_logger.h"
+#include "include/config.h"
+#include "include/validate_logger.h"
+#include "tests/faults/allocations.h"
+#include "tests/faults/call_faults.h"
+#include "tests/faults/platform_border.h"
+#include "tests/faults/scenarios.h"
+#include "tests/model/plain_model.h"
+#include "tests/model/plugin_life.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::faults {
 

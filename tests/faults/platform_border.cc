@@ -3,7 +3,7 @@
 // Also between the host and the plug-in: what a host does of an exception that
 // leaves the entry point.
 
-#include "platform_border.h"
+#include "tests/faults/platform_border.h"
 
 #include <confd_cdb.h>
 #include <confd_lib.h>
@@ -21,10 +21,10 @@
 #include <new>
 #include <string>
 
-#include "allocations.h"
-#include "fake_platform.h"
-#include "path_text.h"
-#include "validate.h"
+#include "include/validate.h"
+#include "tests/faults/allocations.h"
+#include "tests/support/fake_platform.h"
+#include "tests/support/path_text.h"
 
 using ipav::faults::kFindsNothing;
 using ipav::faults::Side;

@@ -1,4 +1,4 @@
-#include "scenarios.h"
+#include "tests/faults/scenarios.h"
 
 #include <arpa/inet.h>
 

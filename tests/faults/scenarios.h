@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "configuration.h"
-#include "plain_model.h"
+#include "tests/model/configuration.h"
+#include "tests/model/plain_model.h"
 
 namespace ipav::faults {
 

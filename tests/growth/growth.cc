@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "network.h"
+#include "bench/network.h"
 
 namespace ipav::bench {
 namespace {

@@ -1,4 +1,4 @@
-#include "base/bytes.h"
+#include "host/base/bytes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "commit/child.h"
+#include "host/commit/child.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

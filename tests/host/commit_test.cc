@@ -1,4 +1,4 @@
-#include "commit/commit.h"
+#include "host/commit/commit.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "fixtures.h"
-#include "plugin/plugin.h"
+#include "host/plugin/plugin.h"
+#include "tests/host/fixtures.h"
 
 // A sanitizer must not step in between a plug-in's crash and the host.
 // The names are the sanitizers'. NOLINTBEGIN(bugprone-reserved-identifier)

@@ -1,4 +1,4 @@
-#include "datastore/data_tree.h"
+#include "host/datastore/data_tree.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

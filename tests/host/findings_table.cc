@@ -1,4 +1,4 @@
-#include "findings_table.h"
+#include "tests/host/findings_table.h"
 
 namespace ipav::findings {
 

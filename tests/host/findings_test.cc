@@ -16,15 +16,15 @@
 #include <utility>
 #include <vector>
 
-#include "commit/commit.h"
-#include "datastore/data_tree.h"
-#include "datastore/input_file.h"
-#include "findings/catalogue.h"
-#include "findings/finder.h"
-#include "findings/finding.h"
-#include "findings_table.h"
-#include "fixtures.h"
-#include "source/source_text.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/input_file.h"
+#include "host/findings/catalogue.h"
+#include "host/findings/finder.h"
+#include "host/findings/finding.h"
+#include "host/source/source_text.h"
+#include "tests/host/findings_table.h"
+#include "tests/host/fixtures.h"
 
 namespace ipav::findings {
 

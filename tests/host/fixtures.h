@@ -14,10 +14,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "confd/path.h"
-#include "datastore/data_tree.h"
-#include "datastore/input_error.h"
-#include "datastore/model.h"
+#include "host/confd/path.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/model.h"
 
 namespace host_test {
 

@@ -1,4 +1,4 @@
-#include "datastore/input_file.h"
+#include "host/datastore/input_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

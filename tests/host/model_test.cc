@@ -1,4 +1,4 @@
-#include "datastore/model.h"
+#include "host/datastore/model.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "confd/path_memo.h"
+#include "host/confd/path_memo.h"
 
 #include <confd_lib.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "confd/confd_error.h"
-#include "fixtures.h"
+#include "host/confd/confd_error.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "confd/path.h"
+#include "host/confd/path.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "confd/confd_error.h"
-#include "fixtures.h"
+#include "host/confd/confd_error.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "commit/plan.h"
+#include "host/commit/plan.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "plugin/plugin.h"
+#include "host/plugin/plugin.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "confd/session.h"
+#include "host/confd/session.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>
@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "confd/confd_error.h"
-#include "fixtures.h"
-#include "services/framework.h"
+#include "host/confd/confd_error.h"
+#include "host/services/framework.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

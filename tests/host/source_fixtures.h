@@ -9,9 +9,9 @@
 #include <string>
 #include <utility>
 
-#include "datastore/data_tree.h"
-#include "fixtures.h"
-#include "source/source_text.h"
+#include "host/datastore/data_tree.h"
+#include "host/source/source_text.h"
+#include "tests/host/fixtures.h"
 
 namespace host_test {
 

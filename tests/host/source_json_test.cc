@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "source/source_tree.h"
-#include "source_fixtures.h"
+#include "host/source/source_tree.h"
+#include "tests/host/source_fixtures.h"
 
 namespace ipav::source {
 

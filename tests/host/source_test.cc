@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "source/source_tree.h"
-#include "source_fixtures.h"
+#include "host/source/source_tree.h"
+#include "tests/host/source_fixtures.h"
 
 namespace ipav::source {
 

@@ -5,8 +5,8 @@
 #include <chrono>
 #include <string>
 
-#include "source/source_tree.h"
-#include "source_fixtures.h"
+#include "host/source/source_tree.h"
+#include "tests/host/source_fixtures.h"
 
 namespace ipav::source {
 

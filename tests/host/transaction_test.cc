@@ -1,4 +1,4 @@
-#include "datastore/transaction.h"
+#include "host/datastore/transaction.h"
 
 #include <gtest/gtest.h>
 
@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "confd/path.h"
-#include "datastore/input_error.h"
-#include "datastore/xml_difference.h"
-#include "fixtures.h"
+#include "host/confd/path.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/xml_difference.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "confd/value.h"
+#include "host/confd/value.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "confd/confd_error.h"
-#include "fixtures.h"
+#include "host/confd/confd_error.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

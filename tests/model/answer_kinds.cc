@@ -1,4 +1,4 @@
-#include "answer_kinds.h"
+#include "tests/model/answer_kinds.h"
 
 #include <algorithm>
 #include <ostream>

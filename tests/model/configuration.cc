@@ -1,4 +1,4 @@
-#include "configuration.h"
+#include "tests/model/configuration.h"
 
 #include <arpa/inet.h>
 

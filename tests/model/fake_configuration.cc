@@ -1,12 +1,12 @@
-#include "fake_configuration.h"
+#include "tests/model/fake_configuration.h"
 
 #include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "fake_platform.h"
-#include "path_text.h"
+#include "tests/support/fake_platform.h"
+#include "tests/support/path_text.h"
 
 namespace ipav::model {
 

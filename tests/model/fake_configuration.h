@@ -2,9 +2,9 @@
 #ifndef IPAV_TESTS_MODEL_FAKE_CONFIGURATION_H_
 #define IPAV_TESTS_MODEL_FAKE_CONFIGURATION_H_
 
-#include "builders.h"
-#include "configuration.h"
-#include "value.h"
+#include "tests/model/configuration.h"
+#include "tests/support/builders.h"
+#include "tests/support/value.h"
 
 namespace ipav::model {
 

@@ -1,4 +1,4 @@
-#include "plain_model.h"
+#include "tests/model/plain_model.h"
 
 #include <array>
 #include <ostream>

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "configuration.h"
+#include "tests/model/configuration.h"
 
 namespace ipav::model {
 

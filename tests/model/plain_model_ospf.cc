@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "plain_model.h"
+#include "tests/model/plain_model.h"
 
 namespace ipav::model {
 

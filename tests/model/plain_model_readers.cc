@@ -1,7 +1,7 @@
 // Reading into the model: what each of the plug-in's readers makes of the
 // configuration.
 
-#include "plain_model.h"
+#include "tests/model/plain_model.h"
 
 namespace ipav::model {
 

@@ -1,6 +1,6 @@
 // The model's rules of the router-advertisement timers.
 
-#include "plain_model.h"
+#include "tests/model/plain_model.h"
 
 namespace ipav::model {
 

@@ -1,15 +1,15 @@
-#include "plugin_life.h"
+#include "tests/model/plugin_life.h"
 
 #include <boost/system/system_error.hpp>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
-#include "config.h"
-#include "fake_configuration.h"
-#include "fake_platform.h"
-#include "validate.h"
-#include "validate_config.h"
+#include "include/config.h"
+#include "include/validate.h"
+#include "include/validate_config.h"
+#include "tests/model/fake_configuration.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::model {
 

@@ -1,4 +1,4 @@
-#include "pools.h"
+#include "tests/model/pools.h"
 
 namespace ipav::model {
 

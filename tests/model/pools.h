@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "configuration.h"
+#include "tests/model/configuration.h"
 
 namespace ipav::model {
 

@@ -1,12 +1,12 @@
-#include "random_configuration.h"
+#include "tests/model/random_configuration.h"
 
 #include <algorithm>
 #include <string>
 #include <tuple>
 #include <utility>
 
-#include "pools.h"
-#include "random_ospf.h"
+#include "tests/model/pools.h"
+#include "tests/model/random_ospf.h"
 
 namespace ipav::model {
 

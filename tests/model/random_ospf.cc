@@ -1,11 +1,11 @@
-#include "random_ospf.h"
+#include "tests/model/random_ospf.h"
 
 #include <algorithm>
 #include <string>
 #include <tuple>
 #include <utility>
 
-#include "pools.h"
+#include "tests/model/pools.h"
 
 namespace ipav::model {
 

@@ -4,7 +4,7 @@
 
 #include <rapidcheck.h>
 
-#include "configuration.h"
+#include "tests/model/configuration.h"
 
 namespace ipav::model {
 

@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "answer_kinds.h"
-#include "plain_model.h"
-#include "plugin_life.h"
-#include "scenario.h"
+#include "tests/model/answer_kinds.h"
+#include "tests/model/plain_model.h"
+#include "tests/model/plugin_life.h"
+#include "tests/model/scenario.h"
 
 namespace ipav::model {
 namespace {

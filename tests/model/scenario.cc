@@ -1,13 +1,13 @@
-#include "scenario.h"
+#include "tests/model/scenario.h"
 
 #include <algorithm>
 #include <ostream>
 #include <string>
 #include <utility>
 
-#include "pools.h"
-#include "random_configuration.h"
-#include "random_ospf.h"
+#include "tests/model/pools.h"
+#include "tests/model/random_configuration.h"
+#include "tests/model/random_ospf.h"
 
 namespace ipav::model {
 

@@ -8,7 +8,7 @@
 #include <iosfwd>
 #include <vector>
 
-#include "plain_model.h"
+#include "tests/model/plain_model.h"
 
 namespace ipav::model {
 

@@ -1,4 +1,4 @@
-#include "dynamic_symbols.h"
+#include "tests/plugin/dynamic_symbols.h"
 
 #include <array>
 #include <cstdio>

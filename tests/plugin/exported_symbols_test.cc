@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "dynamic_symbols.h"
+#include "tests/plugin/dynamic_symbols.h"
 
 namespace {
 

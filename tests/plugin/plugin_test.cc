@@ -1,6 +1,6 @@
 // libip_app_validation.so loaded as a host loads it.
 
-#include "plugin_test.h"
+#include "tests/support/plugin_test.h"
 
 #include <confd_lib.h>
 #include <dlfcn.h>
@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
+#include "tests/support/builders.h"
 
 namespace ipav::testing {
 namespace {

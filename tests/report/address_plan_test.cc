@@ -1,4 +1,4 @@
-#include "view/address_plan.h"
+#include "host/view/address_plan.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "interfaces_tree.h"
+#include "tests/report/interfaces_tree.h"
 
 namespace {
 

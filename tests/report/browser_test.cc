@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "generated.h"
-#include "run_process.h"
+#include "tests/report/generated.h"
+#include "tests/support/run_process.h"
 
 namespace ipav::testing {
 

@@ -1,11 +1,11 @@
-#include "view/change_list.h"
+#include "host/view/change_list.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "fixtures.h"
+#include "tests/host/fixtures.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "generated.h"
+#include "tests/report/generated.h"
 
 namespace ipav::testing {
 

@@ -1,10 +1,10 @@
-#include "report/html_text.h"
+#include "cli/report/html_text.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "page_tree.h"
+#include "tests/report/page_tree.h"
 
 namespace {
 

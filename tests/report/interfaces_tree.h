@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "datastore/data_tree.h"
-#include "fixtures.h"
+#include "host/datastore/data_tree.h"
+#include "tests/host/fixtures.h"
 
 namespace ipav::testing {
 

@@ -11,13 +11,13 @@
 #include <utility>
 #include <vector>
 
-#include "datastore/diff.h"
-#include "fixtures.h"
-#include "interfaces_tree.h"
-#include "page_tree.h"
-#include "report/html.h"
-#include "view/address_plan.h"
-#include "view/change_list.h"
+#include "cli/report/html.h"
+#include "host/datastore/diff.h"
+#include "host/view/address_plan.h"
+#include "host/view/change_list.h"
+#include "tests/host/fixtures.h"
+#include "tests/report/interfaces_tree.h"
+#include "tests/report/page_tree.h"
 
 namespace {
 

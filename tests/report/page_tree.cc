@@ -1,4 +1,4 @@
-#include "page_tree.h"
+#include "tests/report/page_tree.h"
 
 #include <libxml/parser.h>
 #include <libxml/xpath.h>

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "generated.h"
-#include "page_tree.h"
-#include "run_process.h"
+#include "tests/report/generated.h"
+#include "tests/report/page_tree.h"
+#include "tests/support/run_process.h"
 
 namespace ipav::testing {
 

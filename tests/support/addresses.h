@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "value.h"
+#include "tests/support/value.h"
 
 namespace ipav::testing {
 

@@ -1,10 +1,10 @@
-#include "builders.h"
+#include "tests/support/builders.h"
 
 #include <cstddef>
 #include <utility>
 
-#include "fake_platform.h"
-#include "path_text.h"
+#include "tests/support/fake_platform.h"
+#include "tests/support/path_text.h"
 
 namespace ipav::testing {
 

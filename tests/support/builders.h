@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "value.h"
+#include "tests/support/value.h"
 
 namespace ipav::testing {
 

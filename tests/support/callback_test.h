@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "config.h"
-#include "plugin_test.h"
-#include "validate.h"
-#include "validate_logger.h"
+#include "include/config.h"
+#include "include/validate.h"
+#include "include/validate_logger.h"
+#include "tests/support/builders.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 

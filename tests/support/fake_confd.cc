@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string>
 
-#include "fake_platform.h"
+#include "tests/support/fake_platform.h"
 
 using ipav::testing::Fake;
 using ipav::testing::FakePlatform;

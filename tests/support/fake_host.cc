@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include "fake_platform.h"
+#include "tests/support/fake_platform.h"
 
 using ipav::testing::Fake;
 using ipav::testing::FormatText;

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "fake_platform.h"
+#include "tests/support/fake_platform.h"
 
 using ipav::testing::Change;
 using ipav::testing::Fake;

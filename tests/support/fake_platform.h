@@ -25,9 +25,9 @@
 #include <utility>
 #include <vector>
 
-#include "builders.h"
-#include "path_text.h"
-#include "value.h"
+#include "tests/support/builders.h"
+#include "tests/support/path_text.h"
+#include "tests/support/value.h"
 
 namespace ipav::testing {
 

@@ -1,6 +1,6 @@
 // The fake itself: what the contract suite cannot ask of a real platform.
 
-#include "fake_platform.h"
+#include "tests/support/fake_platform.h"
 
 #include <confd_maapi.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "path_text.h"
+#include "tests/support/path_text.h"
 
 #include <algorithm>
 #include <cctype>

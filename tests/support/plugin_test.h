@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "fake_platform.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::testing {
 

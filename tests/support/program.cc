@@ -1,4 +1,4 @@
-#include "program.h"
+#include "tests/support/program.h"
 
 #include <fcntl.h>
 #include <linux/capability.h>

@@ -1,4 +1,4 @@
-#include "value.h"
+#include "tests/support/value.h"
 
 #include <arpa/inet.h>
 

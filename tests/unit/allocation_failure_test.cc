@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "validate.h"
+#include "include/validate.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "config.h"
+#include "include/config.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "builders.h"
-#include "plugin_test.h"
-#include "static_route_config.h"
+#include "include/static_route_config.h"
+#include "tests/support/builders.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

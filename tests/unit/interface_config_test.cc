@@ -9,11 +9,11 @@
 #include <type_traits>
 #include <vector>
 
-#include "addresses.h"
-#include "builders.h"
-#include "config.h"
-#include "death_text.h"
-#include "plugin_test.h"
+#include "include/config.h"
+#include "tests/support/addresses.h"
+#include "tests/support/builders.h"
+#include "tests/support/death_text.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
-#include "addresses.h"
-#include "builders.h"
-#include "config.h"
-#include "plugin_test.h"
-#include "validate_logger.h"
+#include "include/config.h"
+#include "include/validate_logger.h"
+#include "tests/support/addresses.h"
+#include "tests/support/builders.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

@@ -1,6 +1,6 @@
 // The reader of the static routes, and what it answers the rules.
 
-#include "static_route_config.h"
+#include "include/static_route_config.h"
 
 #include <gtest/gtest.h>
 
@@ -13,10 +13,10 @@
 #include <type_traits>
 #include <vector>
 
-#include "addresses.h"
-#include "builders.h"
-#include "death_text.h"
-#include "plugin_test.h"
+#include "tests/support/addresses.h"
+#include "tests/support/builders.h"
+#include "tests/support/death_text.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

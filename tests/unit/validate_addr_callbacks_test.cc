@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "config.h"
-#include "death_text.h"
-#include "plugin_test.h"
-#include "validate.h"
+#include "include/config.h"
+#include "include/validate.h"
+#include "tests/support/builders.h"
+#include "tests/support/death_text.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

@@ -1,6 +1,6 @@
 // The rules, on a snapshot that was read from the fake platform, or on records
 // of their own where a rule takes some.
-#include "validate_config.h"
+#include "include/validate_config.h"
 
 #include <gtest/gtest.h>
 
@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "addresses.h"
-#include "builders.h"
-#include "config.h"
-#include "plugin_test.h"
-#include "static_route_config.h"
+#include "include/config.h"
+#include "include/static_route_config.h"
+#include "tests/support/addresses.h"
+#include "tests/support/builders.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

@@ -1,4 +1,4 @@
-#include "validate_intf_vrf.h"
+#include "include/validate_intf_vrf.h"
 
 #include <gtest/gtest.h>
 
@@ -12,11 +12,11 @@
 #include <type_traits>
 #include <vector>
 
-#include "addresses.h"
-#include "builders.h"
-#include "callback_test.h"
-#include "death_text.h"
-#include "plugin_test.h"
+#include "tests/support/addresses.h"
+#include "tests/support/builders.h"
+#include "tests/support/callback_test.h"
+#include "tests/support/death_text.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

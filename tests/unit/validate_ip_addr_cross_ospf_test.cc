@@ -1,4 +1,4 @@
-#include "validate_ip_addr_cross_ospf.h"
+#include "include/validate_ip_addr_cross_ospf.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +12,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "builders.h"
-#include "death_text.h"
-#include "plugin_test.h"
+#include "tests/support/builders.h"
+#include "tests/support/death_text.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

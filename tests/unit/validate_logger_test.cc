@@ -1,7 +1,7 @@
 // There is one logger per process, so that every body runs in a child process
 // of its own and reports what the host saw on standard error.
 
-#include "validate_logger.h"
+#include "include/validate_logger.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 #include <string>
 #include <thread>
 
-#include "death_text.h"
-#include "fake_platform.h"
+#include "tests/support/death_text.h"
+#include "tests/support/fake_platform.h"
 
 namespace ipav::testing {
 namespace {

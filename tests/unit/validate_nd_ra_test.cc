@@ -1,4 +1,4 @@
-#include "validate_nd_ra.h"
+#include "include/validate_nd_ra.h"
 
 #include <gtest/gtest.h>
 
@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "config.h"
-#include "plugin_test.h"
-#include "validate_logger.h"
+#include "include/config.h"
+#include "include/validate_logger.h"
+#include "tests/support/builders.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

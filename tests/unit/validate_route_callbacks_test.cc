@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "callback_test.h"
-#include "config.h"
-#include "plugin_test.h"
-#include "static_route_config.h"
-#include "validate.h"
-#include "validate_ip_addr_cross_ospf.h"
+#include "include/config.h"
+#include "include/static_route_config.h"
+#include "include/validate.h"
+#include "include/validate_ip_addr_cross_ospf.h"
+#include "tests/support/builders.h"
+#include "tests/support/callback_test.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

@@ -1,4 +1,4 @@
-#include "validate.h"
+#include "include/validate.h"
 
 #include <gtest/gtest.h>
 
@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "builders.h"
-#include "config.h"
-#include "plugin_test.h"
-#include "static_route_config.h"
-#include "validate_intf_vrf.h"
-#include "validate_nd_ra.h"
+#include "include/config.h"
+#include "include/static_route_config.h"
+#include "include/validate_intf_vrf.h"
+#include "include/validate_nd_ra.h"
+#include "tests/support/builders.h"
+#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {

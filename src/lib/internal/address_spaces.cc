@@ -1,4 +1,4 @@
-#include "internal/address_spaces.h"
+#include "src/lib/internal/address_spaces.h"
 
 #include <functional>
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "internal/hash_index.h"
+#include "src/lib/internal/hash_index.h"
 
 namespace ip_application::config_valid::internal {
 

@@ -1,4 +1,4 @@
-#include "internal/address_text.h"
+#include "src/lib/internal/address_text.h"
 
 #include <arpa/inet.h>
 

@@ -1,4 +1,4 @@
-#include "internal/assertion.h"
+#include "src/lib/internal/assertion.h"
 
 // <cassert> declares the failure function only where assertions are on, and
 // the C library allows it to be included anew with another setting.

@@ -1,6 +1,6 @@
-#include "internal/callback_steps.h"
+#include "src/lib/internal/callback_steps.h"
 
-#include "internal/report.h"
+#include "src/lib/internal/report.h"
 
 namespace ip_application::config_valid::internal {
 

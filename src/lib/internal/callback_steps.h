@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <initializer_list>
 
-#include "config.h"
-#include "validate_config.h"
+#include "include/config.h"
+#include "include/validate_config.h"
 
 namespace ip_application::config_valid::internal {
 

@@ -1,4 +1,4 @@
-#include "internal/hash_index.h"
+#include "src/lib/internal/hash_index.h"
 
 #include <algorithm>
 

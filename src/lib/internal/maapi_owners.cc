@@ -1,4 +1,4 @@
-#include "internal/maapi_owners.h"
+#include "src/lib/internal/maapi_owners.h"
 
 #include <cstring>
 

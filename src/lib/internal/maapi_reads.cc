@@ -1,4 +1,4 @@
-#include "internal/maapi_reads.h"
+#include "src/lib/internal/maapi_reads.h"
 
 namespace ip_application::config_valid::internal {
 

@@ -12,7 +12,7 @@
 #include <list>
 #include <string>
 
-#include "internal/maapi_owners.h"
+#include "src/lib/internal/maapi_owners.h"
 
 namespace ip_application::config_valid::internal {
 

@@ -1,4 +1,4 @@
-#include "internal/mask_lists.h"
+#include "src/lib/internal/mask_lists.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,8 +6,8 @@
 #include <iterator>
 #include <vector>
 
-#include "internal/hash_index.h"
-#include "internal/prefix_sweep.h"
+#include "src/lib/internal/hash_index.h"
+#include "src/lib/internal/prefix_sweep.h"
 
 namespace ip_application::config_valid::internal {
 

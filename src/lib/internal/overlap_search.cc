@@ -1,12 +1,12 @@
-#include "internal/overlap_search.h"
+#include "src/lib/internal/overlap_search.h"
 
 #include <algorithm>
 #include <iterator>
 #include <list>
 
-#include "internal/address_spaces.h"
-#include "internal/prefix_sweep.h"
-#include "internal/radix_pass.h"
+#include "src/lib/internal/address_spaces.h"
+#include "src/lib/internal/prefix_sweep.h"
+#include "src/lib/internal/radix_pass.h"
 
 namespace ip_application::config_valid::internal {
 

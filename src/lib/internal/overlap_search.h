@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "config.h"
+#include "include/config.h"
 
 namespace ip_application::config_valid::internal {
 

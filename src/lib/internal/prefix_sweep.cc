@@ -1,10 +1,10 @@
-#include "internal/prefix_sweep.h"
+#include "src/lib/internal/prefix_sweep.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "internal/radix_pass.h"
+#include "src/lib/internal/radix_pass.h"
 
 namespace ip_application::config_valid::internal {
 

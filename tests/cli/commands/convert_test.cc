@@ -1,14 +1,14 @@
 // ipav convert: nothing of a configuration is lost on the way to the other
 // format and back.
 
-#include "commands/convert.h"
+#include "cli/commands/convert.h"
 
 #include <algorithm>
 
-#include "datastore/diff.h"
-#include "datastore/input_error.h"
-#include "datastore/model.h"
-#include "fixture.h"
+#include "host/datastore/diff.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/model.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "fixture.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

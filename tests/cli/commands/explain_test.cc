@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <set>
 
-#include "findings/catalogue.h"
-#include "fixture.h"
+#include "host/findings/catalogue.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

@@ -1,6 +1,6 @@
 // What README.md says of the commands.
 
-#include "fixture.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

@@ -1,6 +1,6 @@
 // ipav new: the configuration is accepted, and what its comments say holds.
 
-#include "fixture.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

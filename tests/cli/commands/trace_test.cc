@@ -2,7 +2,7 @@
 
 #include <regex>
 
-#include "fixture.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

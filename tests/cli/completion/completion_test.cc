@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "../commands/fixture.h"
+#include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
 

@@ -1,5 +1,5 @@
 // Reports as JSON, and read back.
-#include "report/json.h"
+#include "cli/report/json.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "sample_reports.h"
+#include "tests/cli/report/sample_reports.h"
 
 namespace ipav::testing {
 

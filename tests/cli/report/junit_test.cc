@@ -1,5 +1,5 @@
 // Reports as JUnit XML, read back with a reader of XML.
-#include "report/junit.h"
+#include "cli/report/junit.h"
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "sample_reports.h"
+#include "tests/cli/report/sample_reports.h"
 
 namespace ipav::testing {
 

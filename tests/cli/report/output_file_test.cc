@@ -1,5 +1,5 @@
 // A report's file is there whole or not at all.
-#include "report/output_file.h"
+#include "cli/report/output_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "sample_reports.h"
+#include "tests/cli/report/sample_reports.h"
 
 #include <chrono>
 #include <cstddef>

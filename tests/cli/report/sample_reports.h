@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "report/device_report.h"
-#include "report/formats.h"
-#include "report/run.h"
+#include "cli/report/device_report.h"
+#include "cli/report/formats.h"
+#include "cli/report/run.h"
 
 namespace ipav::testing {
 

@@ -1,5 +1,5 @@
 // Reports as SARIF 2.1.0.
-#include "report/sarif.h"
+#include "cli/report/sarif.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "report/json.h"
-#include "sample_reports.h"
+#include "cli/report/json.h"
+#include "tests/cli/report/sample_reports.h"
 
 namespace ipav::testing {
 

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <string>
 
-#include "sample_reports.h"
+#include "tests/cli/report/sample_reports.h"
 
 int main(int argc, char** argv) {
   try {

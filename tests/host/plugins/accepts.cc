@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "entry_points.h"
+#include "tests/host/plugins/entry_points.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "entry_points.h"
+#include "tests/host/plugins/entry_points.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "entry_points.h"
+#include "tests/host/plugins/entry_points.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include <map>
 #include <string>
 
-#include "entry_points.h"
+#include "tests/host/plugins/entry_points.h"
 
 namespace {
 

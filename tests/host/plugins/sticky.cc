@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "entry_points.h"
+#include "tests/host/plugins/entry_points.h"
 
 namespace {
 

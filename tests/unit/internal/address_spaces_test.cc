@@ -1,6 +1,6 @@
 // Which VRFs share an address space.
 
-#include "internal/address_spaces.h"
+#include "src/lib/internal/address_spaces.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Positions by hash: what the readers merge by.
 
-#include "internal/hash_index.h"
+#include "src/lib/internal/hash_index.h"
 
 #include <gtest/gtest.h>
 

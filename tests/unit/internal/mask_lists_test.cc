@@ -1,7 +1,7 @@
 // Questions to the addresses of one interface: short lists and long ones, which
 // are answered in different ways, answer alike.
 
-#include "internal/mask_lists.h"
+#include "src/lib/internal/mask_lists.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // thousands of random sets from one interface to many, of few and of many
 // prefixes: the walk's first pair is the one to be found.
 
-#include "internal/overlap_search.h"
+#include "src/lib/internal/overlap_search.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "config.h"
-#include "internal/prefix_sweep.h"
+#include "include/config.h"
+#include "src/lib/internal/prefix_sweep.h"
 
 namespace ip_application::config_valid::internal {
 namespace {

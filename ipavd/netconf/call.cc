@@ -1,0 +1,151 @@
+#include "ipavd/netconf/call.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+
+namespace ipav::netconf {
+
+namespace {
+
+using store::Datastore;
+
+std::string Print(const lyd_node* tree, std::uint32_t options) {
+  if (tree == nullptr) return "";
+  char* text = nullptr;
+  if (lyd_print_mem(&text, tree, LYD_XML,
+                    options | LYD_PRINT_SHRINK | LYD_PRINT_WITHSIBLINGS) !=
+      LY_SUCCESS) {
+    throw std::runtime_error("data cannot be written");
+  }
+  std::string printed = text == nullptr ? "" : text;
+  std::free(text);  // NOLINT: it comes from malloc()
+  return printed;
+}
+
+// What of the default values a copy of a datastore is to have.
+std::uint32_t PrintOptions(NC_WD_MODE defaults) {
+  switch (defaults) {
+    case NC_WD_ALL:
+      return LYD_PRINT_WD_ALL;
+    case NC_WD_TRIM:
+      return LYD_PRINT_WD_TRIM;
+    default:
+      return LYD_PRINT_WD_EXPLICIT;
+  }
+}
+
+Refusal OneTooMany(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kBadElement,
+                  "",
+                  "",
+                  "One of this kind is there already.",
+                  {{"bad-element", name}}});
+}
+
+Refusal UnknownAttribute(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kUnknownAttribute,
+                  "",
+                  "",
+                  "An element config has no attribute " + name + ".",
+                  {{"bad-attribute", name}, {"bad-element", "config"}}});
+}
+
+}  // namespace
+
+const lyd_node* Find(const lyd_node& parent, const char* name) {
+  const lyd_node* child = nullptr;
+  LY_LIST_FOR(lyd_child(&parent), child) {
+    if (child->schema != nullptr &&
+        std::string_view(child->schema->name) == name) {
+      return child;
+    }
+  }
+  return nullptr;
+}
+
+std::optional<std::string> Text(const Call& call, const char* leaf) {
+  const lyd_node* node = Find(call.rpc, leaf);
+  if (node == nullptr) return std::nullopt;
+  return lyd_get_value(node);
+}
+
+Refusal MissingElement(const std::string& name) {
+  return Refusal({store::ErrorType::kProtocol,
+                  store::ErrorTag::kMissingElement,
+                  "",
+                  "",
+                  "The operation needs an element " + name + ".",
+                  {{"bad-element", name}}});
+}
+
+void CheckParts(const lyd_node& rpc) {
+  std::set<const lysc_node*> met;  // nodes, and choices between them
+  const lyd_node* child = nullptr;
+  LY_LIST_FOR(lyd_child(&rpc), child) {
+    if (child->schema == nullptr) continue;
+    bool is_new = met.insert(child->schema).second;
+    for (const lysc_node* node = child->schema->parent;
+         node != nullptr && (node->nodetype & (LYS_CHOICE | LYS_CASE)) != 0;
+         node = node->parent) {
+      if (node->nodetype == LYS_CHOICE && !met.insert(node).second) {
+        is_new = false;
+      }
+    }
+    if (!is_new) throw OneTooMany(child->schema->name);
+    CheckParts(*child);
+  }
+}
+
+Datastore DatastoreIn(const Call& call, const char* container) {
+  const lyd_node* choice = Find(call.rpc, container);
+  if (choice == nullptr) throw MissingElement(container);
+  if (Find(*choice, "candidate") != nullptr) return Datastore::kCandidate;
+  if (Find(*choice, "startup") != nullptr) return Datastore::kStartup;
+  if (Find(*choice, "running") == nullptr) throw MissingElement("running");
+  return Datastore::kRunning;
+}
+
+std::string ConfigIn(const lyd_node& config) {
+  // An operation is one of an element in it.
+  if (config.meta != nullptr) throw UnknownAttribute(config.meta->name);
+  const auto& any = reinterpret_cast<const lyd_node_any&>(config);
+  if (any.value_type == LYD_ANYDATA_DATATREE) {
+    // An empty container may carry the edit that it is about.
+    return Print(any.value.tree, LYD_PRINT_WD_ALL | LYD_PRINT_KEEPEMPTYCONT);
+  }
+  return any.value.str == nullptr ? "" : any.value.str;
+}
+
+store::Source SourceOf(const Call& call) {
+  const lyd_node* source = Find(call.rpc, "source");
+  const lyd_node* config =
+      source == nullptr ? nullptr : Find(*source, "config");
+  if (config != nullptr) return store::InlineConfig{ConfigIn(*config)};
+  const Datastore datastore = DatastoreIn(call, "source");
+  const NC_WD_MODE defaults = DefaultsOf(call);
+  if (defaults != NC_WD_ALL && defaults != NC_WD_TRIM) return datastore;
+  return store::InlineConfig{Print(call.environment.datastores.Tree(datastore),
+                                   PrintOptions(defaults)),
+                             datastore};
+}
+
+NC_WD_MODE DefaultsOf(const Call& call) {
+  const std::string mode = Text(call, "with-defaults").value_or("explicit");
+  if (mode == "report-all") return NC_WD_ALL;
+  if (mode == "trim") return NC_WD_TRIM;
+  if (mode == "explicit") return NC_WD_EXPLICIT;
+  // The library tags in a namespace that is not RFC 6243's.
+  throw Refusal({store::ErrorType::kProtocol,
+                 store::ErrorTag::kInvalidValue,
+                 "",
+                 "",
+                 "with-defaults " + mode + " is not supported.",
+                 {}});
+}
+
+}  // namespace ipav::netconf

@@ -1,0 +1,178 @@
+#include "ipavd/netconf/filter.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string_view>
+#include <unordered_set>
+
+#include "host/base/time_limit.h"
+#include "host/commit/child.h"
+#include "ipavd/netconf/reply.h"
+#include "ipavd/netconf/selection.h"
+#include "ipavd/netconf/subtree_filter.h"
+
+namespace ipav::netconf {
+
+namespace {
+
+using store::ErrorTag;
+using store::ErrorType;
+
+struct SetDeleter {
+  void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
+};
+using NodeSet = std::unique_ptr<ly_set, SetDeleter>;
+
+const lyd_node* FindFilter(const lyd_node& rpc) {
+  const lyd_node* child = nullptr;
+  LY_LIST_FOR(lyd_child(&rpc), child) {
+    if (child->schema != nullptr &&
+        std::string_view(child->schema->name) == "filter") {
+      return child;
+    }
+  }
+  return nullptr;
+}
+
+std::optional<std::string> Attribute(const lyd_node& node, const char* name) {
+  const lyd_meta* meta = lyd_find_meta(node.meta, nullptr, name);
+  if (meta == nullptr) return std::nullopt;
+  return lyd_get_meta_value(meta);
+}
+
+// A few nested predicates take for ever, and other sessions wait so long.
+constexpr base::TimeLimit kXPathTime = std::chrono::seconds(5);
+
+constexpr char kSelected = '1';
+constexpr char kOther = '0';
+
+// All nodes of a tree, each before those below it.
+template <typename Visit>
+void ForEach(const lyd_node* first, const Visit& visit) {
+  for (; first != nullptr; first = first->next) {
+    visit(first);
+    ForEach(lyd_child(first), visit);
+  }
+}
+
+// A character for each node: whether the expression selects it. What is no set
+// of nodes, or of another tree's, selects none.
+std::string Marks(const lyd_node* tree, const std::string& xpath) {
+  if (tree == nullptr) return "";
+  ly_set* found = nullptr;
+  const LY_ERR result =
+      lyd_find_xpath3(nullptr, tree, xpath.c_str(), nullptr, &found);
+  const NodeSet owner(found);
+  std::unordered_set<const lyd_node*> selected;
+  for (std::uint32_t i = 0; result == LY_SUCCESS && i < found->count; ++i) {
+    selected.insert(found->dnodes[i]);
+  }
+  std::string marks;
+  ForEach(tree, [&](const lyd_node* node) {
+    marks += selected.count(node) != 0 ? kSelected : kOther;
+  });
+  return marks;
+}
+
+bool IsPath(const ly_ctx* context, const std::string& xpath) {
+  ly_set* found = nullptr;
+  const LY_ERR result =
+      lys_find_xpath(context, nullptr, xpath.c_str(), 0, &found);
+  const NodeSet owner(found);
+  return result == LY_SUCCESS;
+}
+
+Refusal NoPath(const std::string& xpath) {
+  return Refusal(
+      {ErrorType::kProtocol,
+       ErrorTag::kInvalidValue,
+       "",
+       "",
+       "The attribute select is no path into the data model: " + xpath,
+       {}});
+}
+
+Refusal TooSlow() {
+  return Refusal({ErrorType::kApplication,
+                  ErrorTag::kOperationFailed,
+                  "",
+                  "",
+                  "The attribute select takes more than " +
+                      base::InWords(kXPathTime) + ".",
+                  {}});
+}
+
+// Marks() from a child process, which does not take for ever.
+std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
+                        const std::string& xpath) {
+  constexpr char kPath = 'p';
+  constexpr char kNoPath = 'n';
+  const commit::ChildReport report = commit::RunInChild(
+      [&](const commit::Reporter& reporter) {
+        if (IsPath(context, xpath)) {
+          reporter.Send({kPath, {Marks(tree, xpath)}});
+        } else {
+          reporter.Send({kNoPath, {}});
+        }
+      },
+      kXPathTime);
+  if (report.stopped == commit::Stopped::kTimeLimit) throw TooSlow();
+  if (report.messages.empty()) {
+    throw std::runtime_error("the attribute select cannot be followed");
+  }
+  if (report.messages[0].kind == kNoPath) throw NoPath(xpath);
+  return report.messages[0].texts.at(0);
+}
+
+void SelectByXPath(const ly_ctx* context, const lyd_node* tree,
+                   const std::string& xpath, Selection* selection) {
+  const std::string marks = MarksInTime(context, tree, xpath);
+  std::size_t place = 0;
+  ForEach(tree, [&](const lyd_node* node) {
+    if (marks.at(place++) == kSelected) selection->Add(node);
+  });
+}
+
+Refusal NoSelect() {
+  return Refusal({ErrorType::kProtocol,
+                  ErrorTag::kMissingAttribute,
+                  "",
+                  "",
+                  "A filter of type xpath needs the attribute select.",
+                  {{"bad-attribute", "select"}, {"bad-element", "filter"}}});
+}
+
+const lyd_node* ElementsOf(const lyd_node& any) {
+  const auto& node = reinterpret_cast<const lyd_node_any&>(any);
+  return node.value_type == LYD_ANYDATA_DATATREE ? node.value.tree : nullptr;
+}
+
+}  // namespace
+
+Filter::Filter(const lyd_node& rpc) : context_(LYD_CTX(&rpc)) {
+  const lyd_node* filter = FindFilter(rpc);
+  if (filter == nullptr) return;
+  is_there_ = true;
+  is_xpath_ = Attribute(*filter, "ietf-netconf:type") == "xpath";
+  xpath_ = Attribute(*filter, "ietf-netconf:select");
+  subtree_ = ElementsOf(*filter);
+  if (is_xpath_ && !xpath_.has_value()) throw NoSelect();
+}
+
+store::Nodes Filter::Apply(const lyd_node* tree) const {
+  Selection selection;
+  if (!is_there_) {
+    for (const lyd_node* node = tree; node != nullptr; node = node->next) {
+      selection.Add(node);
+    }
+  } else if (is_xpath_) {
+    SelectByXPath(context_, tree, *xpath_, &selection);
+  } else {
+    SelectSubtrees(tree, subtree_, &selection);
+  }
+  return selection.Copy(tree, context_);
+}
+
+}  // namespace ipav::netconf

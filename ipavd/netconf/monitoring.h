@@ -1,0 +1,16 @@
+// What the server tells of itself: /netconf-state (RFC 6022) and the YANG
+// library (RFC 8525).
+#ifndef IPAV_SERVER_NETCONF_MONITORING_H_
+#define IPAV_SERVER_NETCONF_MONITORING_H_
+
+#include "ipavd/netconf/call.h"
+#include "ipavd/store/edit_config.h"
+
+namespace ipav::netconf {
+
+// Nodes of the context of messages. Throws std::runtime_error.
+store::Nodes StateData(const Environment& environment);
+
+}  // namespace ipav::netconf
+
+#endif  // IPAV_SERVER_NETCONF_MONITORING_H_

@@ -1,0 +1,61 @@
+#include <map>
+#include <string>
+
+#include "ipavd/netconf/operations.h"
+
+namespace ipav::netconf {
+
+namespace {
+
+using store::EditRequest;
+using store::ErrorOption;
+using store::Operation;
+using store::TestOption;
+
+// The value of a leaf that the model restricts to those of the table.
+template <typename T>
+T Choice(const Call& call, const char* leaf, T otherwise,
+         const std::map<std::string, T>& values) {
+  const auto found = values.find(Text(call, leaf).value_or(""));
+  return found == values.end() ? otherwise : found->second;
+}
+
+}  // namespace
+
+Reply EditConfig(const Call& call) {
+  EditRequest request;
+  request.target = DatastoreIn(call, "target");
+  request.default_operation =
+      Choice(call, "default-operation", Operation::kMerge,
+             {{"replace", Operation::kReplace}, {"none", Operation::kNone}});
+  request.test_option = Choice(call, "test-option", TestOption::kSet,
+                               {{"test-then-set", TestOption::kTestThenSet},
+                                {"test-only", TestOption::kTestOnly}});
+  request.error_option =
+      Choice(call, "error-option", ErrorOption::kStop,
+             {{"continue-on-error", ErrorOption::kContinue},
+              {"rollback-on-error", ErrorOption::kRollback}});
+  const lyd_node* config = Find(call.rpc, "config");
+  if (config == nullptr) throw MissingElement("config");
+  request.config = ConfigIn(*config);
+  return Answer(call.rpc,
+                call.environment.datastores.Edit(call.session.id(), request));
+}
+
+Reply CopyConfig(const Call& call) {
+  return Answer(call.rpc, call.environment.datastores.CopyConfig(
+                              call.session.id(), SourceOf(call),
+                              DatastoreIn(call, "target")));
+}
+
+Reply DeleteConfig(const Call& call) {
+  return Answer(call.rpc, call.environment.datastores.DeleteConfig(
+                              call.session.id(), DatastoreIn(call, "target")));
+}
+
+Reply DiscardChanges(const Call& call) {
+  return Answer(call.rpc,
+                call.environment.datastores.DiscardChanges(call.session.id()));
+}
+
+}  // namespace ipav::netconf

@@ -1,0 +1,53 @@
+// Answers to operations.
+#ifndef IPAV_SERVER_NETCONF_REPLY_H_
+#define IPAV_SERVER_NETCONF_REPLY_H_
+
+#include <libyang/libyang.h>
+#include <nc_server.h>
+
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ipavd/store/edit_config.h"
+#include "ipavd/store/rpc_error.h"
+
+namespace ipav::netconf {
+
+struct ReplyDeleter {
+  void operator()(nc_server_reply* reply) const { nc_server_reply_free(reply); }
+};
+using Reply = std::unique_ptr<nc_server_reply, ReplyDeleter>;
+
+// What an operation throws that cannot be done.
+class Refusal : public std::exception {
+ public:
+  explicit Refusal(store::RpcError error) : error_(std::move(error)) {}
+
+  const store::RpcError& error() const { return error_; }
+  const char* what() const noexcept override { return error_.message.c_str(); }
+
+ private:
+  store::RpcError error_;
+};
+
+Reply Ok();
+
+// Element "data" with these nodes, of the same context as `rpc`.
+Reply Data(const lyd_node& rpc, store::Nodes nodes, NC_WD_MODE defaults);
+
+// The same with a text.
+Reply DataText(const lyd_node& rpc, const std::string& text);
+
+Reply Refuse(const lyd_node& rpc, const store::RpcError& error);
+
+// Ok() where there is none.
+Reply Answer(const lyd_node& rpc, const std::optional<store::RpcError>& error);
+Reply Answer(const lyd_node& rpc, const std::vector<store::RpcError>& errors);
+
+}  // namespace ipav::netconf
+
+#endif  // IPAV_SERVER_NETCONF_REPLY_H_

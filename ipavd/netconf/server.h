@@ -1,0 +1,58 @@
+// A NETCONF server: sessions of clients over datastores. One thread, which
+// waits for no client; only a commit, for its plug-in, is waited for.
+#ifndef IPAV_SERVER_NETCONF_SERVER_H_
+#define IPAV_SERVER_NETCONF_SERVER_H_
+
+#include <cstddef>
+#include <string>
+
+#include "ipavd/netconf/library.h"
+#include "ipavd/netconf/message_context.h"
+#include "ipavd/netconf/service.h"
+#include "ipavd/store/datastores.h"
+#include "ipavd/transport/doorman.h"
+#include "ipavd/transport/signals.h"
+
+namespace ipav::netconf {
+
+struct ServerOptions {
+  std::string yang_dir;  // of NETCONF's own modules
+  std::size_t max_sessions = 0;
+  bool once = false;  // ends with its first session
+};
+
+class Server {
+ public:
+  // One in a process, since the NETCONF library has one state for all. All
+  // arguments are borrowed. Throws std::runtime_error.
+  Server(const datastore::Model& model, const ServerOptions& options,
+         store::Datastores* datastores, transport::Doorman* doorman);
+  ~Server() = default;
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  // Serves until SIGTERM or SIGINT, or, with `once`, the end of a session.
+  // `signals` catches these, SIGHUP, SIGCHLD and SIGPIPE. Throws
+  // std::runtime_error when no client can come any more.
+  void Run(const transport::Signals& signals);
+
+ private:
+  // What Run() waits for, and does then.
+  void Wait(const transport::Signals& signals);
+  int TimeToWait() const;
+  void HandleSignals(const transport::Signals& signals);
+  void LetIn();
+  void LogNotices();
+
+  const bool once_;
+  const MessageContext context_;
+  const Library library_;
+  store::Datastores& datastores_;
+  transport::Doorman& doorman_;
+  Service service_;
+  bool is_over_ = false;
+};
+
+}  // namespace ipav::netconf
+
+#endif  // IPAV_SERVER_NETCONF_SERVER_H_

@@ -1,0 +1,80 @@
+#include "ipavd/netconf/service.h"
+
+#include <nc_server.h>
+
+#include <ctime>
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "host/datastore/libyang_error.h"
+#include "ipavd/transport/log.h"
+
+namespace ipav::netconf {
+
+using transport::Log;
+using transport::Severity;
+
+Service::Service(ly_ctx* context, store::Datastores* datastores,
+                 std::size_t max_sessions)
+    : max_sessions_(max_sessions),
+      environment_{context, *datastores, sessions_, std::time(nullptr), {}} {}
+
+void Service::LetIn(transport::Introduction client) {
+  const std::string name = client.transport + " " + client.user +
+                           (client.host.empty() ? "" : "@" + client.host);
+  if (sessions_.all().size() >= max_sessions_) {
+    Log(Severity::kWarning, "session of " + name + " refused: there are " +
+                                std::to_string(max_sessions_));
+    return;
+  }
+  try {
+    const Session& session = sessions_.Add(std::move(client), &environment_);
+    Log(Severity::kInfo,
+        "session " + std::to_string(session.id()) + " began: " + name);
+  } catch (const std::exception& error) {
+    Log(Severity::kWarning, name + ": " + error.what());
+  }
+}
+
+void Service::Poll() {
+  has_more_ = false;
+  // Each at most once, so that none keeps clients and signals waiting.
+  for (std::size_t i = sessions_.all().size(); i > 0; --i) {
+    nc_session* handle = nullptr;
+    const int events = nc_ps_poll(sessions_.poll_set(), 0, &handle);
+    if ((events & (NC_PSPOLL_TIMEOUT | NC_PSPOLL_NOSESSIONS)) != 0) return;
+    has_more_ = true;
+    // The library records what is wrong with messages, and never forgets it.
+    datastore::ClearErrors(environment_.context);
+    Session* session = sessions_.Find(handle);
+    if (session == nullptr) return;
+    Count(session, events);
+    if ((events & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
+      End(session, (events & NC_PSPOLL_SESSION_ERROR) == 0);
+    }
+  }
+}
+
+void Service::EndAll() {
+  while (!sessions_.all().empty()) End(sessions_.all().back().get(), true);
+}
+
+void Service::Count(Session* session, int events) {
+  for (Counters* counters : {&session->counters, &environment_.counters}) {
+    if ((events & NC_PSPOLL_RPC) != 0) ++counters->in_rpcs;
+    if ((events & NC_PSPOLL_BAD_RPC) != 0) ++counters->in_bad_rpcs;
+    if ((events & NC_PSPOLL_REPLY_ERROR) != 0) ++counters->out_rpc_errors;
+  }
+}
+
+void Service::End(Session* session, bool is_orderly) {
+  const store::SessionId id = session->id();
+  sessions_.Remove(*session);
+  environment_.datastores.SessionEnded(id);
+  Log(Severity::kInfo, "session " + std::to_string(id) +
+                           (is_orderly ? " ended" : " was cut off"));
+  has_ended_ = true;
+}
+
+}  // namespace ipav::netconf

@@ -1,0 +1,70 @@
+// The one road into the running configuration: the model's own tests, and then
+// the commit engine, as ipav check runs it. Every door leads through it.
+#ifndef IPAV_SERVER_STORE_COMMIT_GATE_H_
+#define IPAV_SERVER_STORE_COMMIT_GATE_H_
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "host/base/time_limit.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/model.h"
+#include "ipavd/store/nodes.h"
+#include "ipavd/store/rpc_error.h"
+
+namespace ipav::store {
+
+// A configuration that may have several owners; nobody changes it.
+using Configuration = std::shared_ptr<const datastore::DataTree>;
+
+// Judges a candidate against running. Throws what commit::RunCommit() does.
+using CommitEngine = std::function<commit::Outcome(
+    const datastore::DataTree& running, const datastore::DataTree& candidate)>;
+
+struct GateOptions {
+  std::string plugin;                               // file
+  base::TimeLimit time_limit = base::kNoTimeLimit;  // of the plug-in
+  CommitEngine engine = nullptr;  // null: the plug-in, in a child process
+};
+
+// What came of one configuration: `configuration`, or else `error`.
+struct Judgement {
+  Configuration configuration;
+  std::optional<RpcError> error;
+};
+
+class CommitGate {
+ public:
+  // The model is borrowed.
+  CommitGate(const datastore::Model& model, GateOptions options)
+      : model_(model), options_(std::move(options)) {}
+
+  // Only what the model says of the configuration. It gets what is there by
+  // default.
+  Judgement Complete(Nodes nodes) const;
+
+  // That, and what the plug-in says of it in place of `running` (null: nothing
+  // is configured). The plug-in runs in a child process of this one, which is
+  // over when it returns; what becomes of it is a refusal. A refusal is
+  // operation-failed with the text of the validation point, its name as
+  // app_tag, and its data path.
+  Judgement Judge(const Configuration& running, Nodes nodes) const;
+
+  // The same for what Complete() has accepted.
+  std::optional<RpcError> Judge(const Configuration& running,
+                                const Configuration& candidate) const;
+
+  const datastore::Model& model() const { return model_; }
+
+ private:
+  const datastore::Model& model_;
+  GateOptions options_;
+};
+
+}  // namespace ipav::store
+
+#endif  // IPAV_SERVER_STORE_COMMIT_GATE_H_

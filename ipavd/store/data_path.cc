@@ -1,0 +1,72 @@
+#include "ipavd/store/data_path.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
+#include "ipavd/store/edit_tree.h"
+
+namespace ipav::store {
+
+namespace {
+
+// A text in XPath; it has no way to write one with both quotes.
+std::string Quote(const std::string& text) {
+  const char quote = text.find('\'') == std::string::npos ? '\'' : '"';
+  return quote + text + quote;
+}
+
+std::string StepTo(const lysc_node* parent, const lysc_node& node,
+                   const std::vector<std::string>& keys) {
+  std::string step = "/";
+  if (parent == nullptr || parent->module != node.module) {
+    step += std::string(node.module->name) + ":";
+  }
+  step += node.name;
+  if (keys.empty()) return step;
+  if (node.nodetype == LYS_LEAFLIST) return step + "[.=" + Quote(keys[0]) + "]";
+  const std::vector<const lysc_node*> leaves = KeysOf(node);
+  for (std::size_t i = 0; i < leaves.size() && i < keys.size(); ++i) {
+    step += std::string("[") + leaves[i]->name + "=" + Quote(keys[i]) + "]";
+  }
+  return step;
+}
+
+}  // namespace
+
+std::string PathOf(const lyd_node* node) {
+  if (node == nullptr) return "";
+  struct Free {
+    void operator()(char* text) const { std::free(text); }
+  };
+  const std::unique_ptr<char, Free> text(
+      lyd_path(node, LYD_PATH_STD, nullptr, 0));
+  return text == nullptr ? "" : text.get();
+}
+
+std::string PathOf(const lyd_node* parent, const lysc_node& child,
+                   const std::vector<std::string>& keys) {
+  return PathOf(parent) +
+         StepTo(parent == nullptr ? nullptr : parent->schema, child, keys);
+}
+
+std::string PathOf(const datastore::Model& model, const std::string& text) {
+  try {
+    const std::vector<confd::PathStep> steps = confd::ParsePath(text);
+    const std::vector<const lysc_node*> nodes =
+        confd::ResolveSchema(model, steps);
+    std::string path;
+    const lysc_node* parent = nullptr;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+      path += StepTo(parent, *nodes[i], steps[i].keys);
+      parent = nodes[i];
+    }
+    return path;
+  } catch (const confd::ConfdError&) {
+    return "";
+  }
+}
+
+}  // namespace ipav::store

@@ -1,0 +1,140 @@
+#include "ipavd/store/edit_attributes.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "ipavd/store/edit_xml.h"
+
+namespace ipav::store {
+
+namespace {
+
+constexpr const char* kNetconf = "urn:ietf:params:xml:ns:netconf:base:1.0";
+constexpr const char* kYang = "urn:ietf:params:xml:ns:yang:1";
+constexpr const char* kDefaults = "urn:ietf:params:xml:ns:netconf:default:1.0";
+
+template <typename Value, std::size_t kCount>
+std::optional<Value> ValueNamed(
+    const std::array<std::pair<std::string_view, Value>, kCount>& names,
+    std::string_view name) {
+  for (const auto& [known, value] : names) {
+    if (known == name) return value;
+  }
+  return std::nullopt;
+}
+
+std::optional<Operation> OperationNamed(std::string_view name) {
+  static constexpr std::array<std::pair<std::string_view, Operation>, 5>
+      kNames = {{{"merge", Operation::kMerge},
+                 {"replace", Operation::kReplace},
+                 {"create", Operation::kCreate},
+                 {"delete", Operation::kDelete},
+                 {"remove", Operation::kRemove}}};
+  return ValueNamed(kNames, name);
+}
+
+std::optional<Insertion> InsertionNamed(std::string_view name) {
+  static constexpr std::array<std::pair<std::string_view, Insertion>, 4>
+      kNames = {{{"first", Insertion::kFirst},
+                 {"last", Insertion::kLast},
+                 {"before", Insertion::kBefore},
+                 {"after", Insertion::kAfter}}};
+  return ValueNamed(kNames, name);
+}
+
+std::optional<bool> BooleanNamed(std::string_view name) {
+  static constexpr std::array<std::pair<std::string_view, bool>, 4> kNames = {
+      {{"true", true}, {"1", true}, {"false", false}, {"0", false}}};
+  return ValueNamed(kNames, name);
+}
+
+RpcError AttributeError(ErrorTag tag, const xmlNode* element,
+                        const std::string& attribute,
+                        const std::string& message) {
+  RpcError error;
+  error.tag = tag;
+  error.message = message;
+  error.info = {{"bad-attribute", attribute}, {"bad-element", NameOf(element)}};
+  return error;
+}
+
+class AttributeReader {
+ public:
+  AttributeReader(const xmlNode* element, const AttributeRules& rules,
+                  EditAttributes* attributes)
+      : element_(element), rules_(rules), attributes_(*attributes) {}
+
+  std::optional<RpcError> ReadAll() {
+    for (const xmlAttr* attribute = element_->properties; attribute != nullptr;
+         attribute = attribute->next) {
+      std::optional<RpcError> error = Read(attribute);
+      if (error.has_value()) return error;
+    }
+    return CheckAnchor();
+  }
+
+ private:
+  std::optional<RpcError> Read(const xmlAttr* attribute) {
+    const std::string space = NamespaceOf(attribute);
+    const std::string name = NameOf(attribute);
+    const std::string value = ValueOf(attribute);
+    if (space == kNetconf && name == "operation" && rules_.operation) {
+      return Keep(OperationNamed(value), name, value, &attributes_.operation);
+    }
+    if (space == kYang && name == "insert" && rules_.insert) {
+      return Keep(InsertionNamed(value), name, value, &attributes_.insert);
+    }
+    if (space == kYang && name == rules_.anchor_name && rules_.insert) {
+      attributes_.anchor = value;
+      return std::nullopt;
+    }
+    if (space == kDefaults && name == "default" && rules_.is_default) {
+      return Keep(BooleanNamed(value), name, value, &attributes_.is_default);
+    }
+    return AttributeError(ErrorTag::kUnknownAttribute, element_, name,
+                          "there is no attribute \"" + name + "\" here");
+  }
+
+  template <typename Value, typename Kept>
+  std::optional<RpcError> Keep(const std::optional<Value>& value,
+                               const std::string& name, const std::string& text,
+                               Kept* kept) const {
+    if (!value.has_value()) {
+      return AttributeError(
+          ErrorTag::kBadAttribute, element_, name,
+          "\"" + text + "\" is no value of the attribute \"" + name + "\"");
+    }
+    *kept = *value;
+    return std::nullopt;
+  }
+
+  // An anchor where there must be one, and only there.
+  std::optional<RpcError> CheckAnchor() const {
+    const bool needs_anchor = attributes_.insert == Insertion::kBefore ||
+                              attributes_.insert == Insertion::kAfter;
+    if (needs_anchor == attributes_.anchor.has_value()) return std::nullopt;
+    const std::string name = rules_.anchor_name;
+    if (needs_anchor) {
+      return AttributeError(ErrorTag::kMissingAttribute, element_, name,
+                            "the attribute \"" + name + "\" is missing");
+    }
+    return AttributeError(
+        ErrorTag::kUnknownAttribute, element_, name,
+        "the attribute \"" + name + "\" is for insert before and after only");
+  }
+
+  const xmlNode* element_;
+  const AttributeRules& rules_;
+  EditAttributes& attributes_;
+};
+
+}  // namespace
+
+std::optional<RpcError> ReadAttributes(const xmlNode* element,
+                                       const AttributeRules& rules,
+                                       EditAttributes* attributes) {
+  return AttributeReader(element, rules, attributes).ReadAll();
+}
+
+}  // namespace ipav::store

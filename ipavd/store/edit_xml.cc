@@ -1,0 +1,130 @@
+#include "ipavd/store/edit_xml.h"
+
+#include <libxml/parser.h>
+
+#include <climits>
+#include <new>
+
+namespace ipav::store {
+
+namespace {
+
+constexpr const char* kBlanks = " \t\r\n";
+
+const char* Chars(const xmlChar* text) {
+  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+const xmlChar* XmlChars(const std::string& text) {
+  return reinterpret_cast<const xmlChar*>(text.c_str());
+}
+
+// A text that libxml2 has allocated.
+std::string Take(xmlChar* text) {
+  std::string result = Chars(text);
+  xmlFree(text);
+  return result;
+}
+
+const xmlNode* ElementFrom(const xmlNode* node) {
+  while (node != nullptr && node->type != XML_ELEMENT_NODE) node = node->next;
+  return node;
+}
+
+std::string ErrorOf(xmlParserCtxt* parser) {
+  const xmlError* error = xmlCtxtGetLastError(parser);
+  if (error == nullptr || error->message == nullptr) return "is no XML";
+  std::string message = error->message;
+  message.erase(message.find_last_not_of(kBlanks) + 1);
+  return message + " (line " + std::to_string(error->line) + ")";
+}
+
+std::string Print(xmlDoc* document, xmlNode* node) {
+  xmlBuffer* buffer = xmlBufferCreate();
+  xmlNodeDump(buffer, document, node, 0, 0);
+  std::string text = Chars(xmlBufferContent(buffer));
+  xmlBufferFree(buffer);
+  return text;
+}
+
+}  // namespace
+
+EditXml::EditXml(const std::string& content) {
+  // No document type can stand within an element: no entities to expand.
+  const std::string text = "<config>" + content + "</config>";
+  if (text.size() > INT_MAX) {
+    error_ = "is too large";
+    return;
+  }
+  xmlParserCtxt* parser = xmlNewParserCtxt();
+  if (parser == nullptr) throw std::bad_alloc();
+  document_.reset(xmlCtxtReadMemory(
+      parser, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
+      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
+          XML_PARSE_NOCDATA));
+  // A namespace that is not declared is told of, yet the document is made.
+  if (document_ == nullptr || parser->nsWellFormed == 0) {
+    error_ = ErrorOf(parser);
+  } else {
+    config_ = xmlDocGetRootElement(document_.get());
+  }
+  xmlFreeParserCtxt(parser);
+}
+
+const xmlNode* FirstElement(const xmlNode* parent) {
+  return ElementFrom(parent->children);
+}
+
+const xmlNode* NextElement(const xmlNode* element) {
+  return ElementFrom(element->next);
+}
+
+std::string NameOf(const xmlNode* element) { return Chars(element->name); }
+
+std::string NamespaceOf(const xmlNode* element) {
+  return element->ns == nullptr ? "" : Chars(element->ns->href);
+}
+
+std::string NamespaceOf(const xmlAttr* attribute) {
+  return attribute->ns == nullptr ? "" : Chars(attribute->ns->href);
+}
+
+std::string NameOf(const xmlAttr* attribute) { return Chars(attribute->name); }
+
+std::string ValueOf(const xmlAttr* attribute) {
+  return Take(xmlNodeListGetString(attribute->doc, attribute->children, 1));
+}
+
+std::string TextOf(const xmlNode* element) {
+  return Take(xmlNodeGetContent(element));
+}
+
+bool HasMixedContent(const xmlNode* element) {
+  for (const xmlNode* node = element->children; node != nullptr;
+       node = node->next) {
+    if (node->type != XML_TEXT_NODE) continue;
+    const std::string text = Chars(node->content);
+    if (text.find_first_not_of(kBlanks) != std::string::npos) return true;
+  }
+  return false;
+}
+
+std::string NamespaceOf(const xmlNode* element, const std::string& prefix) {
+  const xmlNs* found = xmlSearchNs(element->doc, const_cast<xmlNode*>(element),
+                                   prefix.empty() ? nullptr : XmlChars(prefix));
+  return found == nullptr ? "" : Chars(found->href);
+}
+
+std::string InnerXml(const xmlNode* element) {
+  std::string text;
+  for (xmlNode* node = element->children; node != nullptr; node = node->next) {
+    xmlNode* copy = xmlDocCopyNode(node, element->doc, 1);
+    // A copy declares the namespaces that it uses itself.
+    xmlReconciliateNs(element->doc, copy);
+    text += Print(element->doc, copy);
+    xmlFreeNode(copy);
+  }
+  return text;
+}
+
+}  // namespace ipav::store

@@ -1,0 +1,33 @@
+#include "ipavd/store/nodes.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace ipav::store {
+
+Nodes Copy(const lyd_node* nodes) {
+  lyd_node* copy = nullptr;
+  if (nodes != nullptr &&
+      lyd_dup_siblings(nodes, nullptr, LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
+                       &copy) != LY_SUCCESS) {
+    throw std::bad_alloc();
+  }
+  return Nodes(copy);
+}
+
+std::string TextOf(const lyd_node* nodes) {
+  struct Free {
+    void operator()(char* text) const { std::free(text); }
+  };
+  if (nodes == nullptr) return "";
+  char* text = nullptr;
+  if (lyd_print_mem(&text, nodes, LYD_XML,
+                    LYD_PRINT_WITHSIBLINGS | LYD_PRINT_WD_EXPLICIT) !=
+      LY_SUCCESS) {
+    throw std::bad_alloc();
+  }
+  const std::unique_ptr<char, Free> owner(text);
+  return text == nullptr ? "" : text;
+}
+
+}  // namespace ipav::store

@@ -1,0 +1,71 @@
+#include "ipavd/transport/authorized_keys.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace ipav::transport {
+
+namespace {
+
+// Null for what is no key.
+Key ParseLine(const std::string& line) {
+  std::istringstream words(line);
+  std::string type;
+  std::string base64;
+  words >> type >> base64;
+  ssh_key key = nullptr;
+  const int result = ssh_pki_import_pubkey_base64(
+      base64.c_str(), ssh_key_type_from_name(type.c_str()), &key);
+  return Key(result == SSH_OK ? key : nullptr);
+}
+
+std::runtime_error FileError(const std::string& path) {
+  return std::runtime_error(path + ": " +
+                            std::generic_category().message(errno));
+}
+
+// Whoever may write the file may let himself in.
+void CheckFile(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) throw FileError(path);
+  if (S_ISDIR(status.st_mode)) {
+    throw std::runtime_error(path + ": is a folder");
+  }
+  if (S_ISREG(status.st_mode) && (status.st_mode & S_IWOTH) != 0) {
+    throw std::runtime_error(path + ": anybody may write it; chmod o-w it");
+  }
+}
+
+}  // namespace
+
+AuthorizedKeys AuthorizedKeys::FromFile(const std::string& path) {
+  CheckFile(path);
+  std::ifstream file(path);
+  if (!file) throw FileError(path);
+  AuthorizedKeys keys;
+  std::string line;
+  for (unsigned long number = 1; std::getline(file, line); ++number) {
+    const std::size_t start = line.find_first_not_of(" \t\r");
+    if (start == std::string::npos || line[start] == '#') continue;
+    keys.keys_.push_back(ParseLine(line));
+    if (keys.keys_.back() == nullptr) {
+      throw std::runtime_error(path + ":" + std::to_string(number) +
+                               ": not TYPE and BASE64 of a public key");
+    }
+  }
+  return keys;
+}
+
+bool AuthorizedKeys::Has(ssh_key key) const {
+  return std::any_of(keys_.begin(), keys_.end(), [key](const Key& known) {
+    return ssh_key_cmp(known.get(), key, SSH_KEY_CMP_PUBLIC) == 0;
+  });
+}
+
+}  // namespace ipav::transport

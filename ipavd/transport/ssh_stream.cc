@@ -1,0 +1,165 @@
+#include "ipavd/transport/ssh_stream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <stdexcept>
+#include <utility>
+
+namespace ipav::transport {
+
+namespace {
+
+// As many as sshd(8) takes by default.
+constexpr unsigned kMaxRefusedKeys = 6;
+
+constexpr int kFarewellMilliseconds = 2000;
+
+struct BindDeleter {
+  void operator()(ssh_bind bind) const { ssh_bind_free(bind); }
+};
+
+struct EventDeleter {
+  void operator()(ssh_event event) const { ssh_event_free(event); }
+};
+
+}  // namespace
+
+SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
+                     const AuthorizedKeys& keys)
+    : keys_(&keys), session_(ssh_new()) {
+  ssh_set_log_level(SSH_LOG_NOLOG);
+  // 1. The connection takes the key, and the socket with it.
+  const std::unique_ptr<ssh_bind_struct, BindDeleter> bind(ssh_bind_new());
+  const bool no_files = false;
+  ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_PROCESS_CONFIG, &no_files);
+  ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_HOSTKEY, host_key.c_str());
+  const int fd = fcntl(socket.get(), F_DUPFD_CLOEXEC, 0);
+  if (fd < 0 || ssh_bind_accept_fd(bind.get(), session_.get(), fd) != SSH_OK) {
+    throw std::runtime_error("no SSH connection: " +
+                             std::string(ssh_get_error(bind.get())));
+  }
+  // 2. The client's key, and what it wants.
+  SetCallbacks();
+  Serve();
+  ssh_set_blocking(session_.get(), 0);
+  keys_ = nullptr;
+}
+
+SshStream::~SshStream() {
+  // What is under way may be the reply to a close-session.
+  ssh_set_blocking(session_.get(), 1);
+  ssh_blocking_flush(session_.get(), kFarewellMilliseconds);
+  if (channel_ != nullptr) {
+    ssh_channel_send_eof(channel_);
+    ssh_channel_close(channel_);
+  }
+  ssh_disconnect(session_.get());
+}
+
+void SshStream::SetCallbacks() {
+  ssh_callbacks_init(&server_callbacks_);
+  server_callbacks_.userdata = this;
+  server_callbacks_.auth_pubkey_function = OnKey;
+  server_callbacks_.channel_open_request_session_function = OnOpen;
+  ssh_set_server_callbacks(session_.get(), &server_callbacks_);
+  ssh_callbacks_init(&channel_callbacks_);
+  channel_callbacks_.userdata = this;
+  channel_callbacks_.channel_subsystem_request_function = OnSubsystem;
+  ssh_set_auth_methods(session_.get(), SSH_AUTH_METHOD_PUBLICKEY);
+}
+
+void SshStream::Serve() {
+  if (ssh_handle_key_exchange(session_.get()) != SSH_OK) {
+    throw std::runtime_error("no SSH: " +
+                             std::string(ssh_get_error(session_.get())));
+  }
+  const std::unique_ptr<ssh_event_struct, EventDeleter> event(ssh_event_new());
+  ssh_event_add_session(event.get(), session_.get());
+  while (!has_subsystem_) {
+    const bool is_alive = ssh_event_dopoll(event.get(), -1) != SSH_ERROR &&
+                          ssh_is_connected(session_.get()) == 1;
+    if (!is_alive || refused_keys_ > kMaxRefusedKeys) {
+      throw std::runtime_error(is_known_ ? "did not ask for netconf"
+                               : refused_keys_ > 0
+                                   ? "none of its keys is authorized"
+                                   : "did not log in");
+    }
+  }
+  ssh_event_remove_session(event.get(), session_.get());
+}
+
+int SshStream::OnKey(ssh_session /*session*/, const char* user, ssh_key key,
+                     char state, void* userdata) {
+  auto& stream = *static_cast<SshStream*>(userdata);
+  if (stream.keys_ == nullptr || !stream.keys_->Has(key)) {
+    ++stream.refused_keys_;
+    return SSH_AUTH_DENIED;
+  }
+  // The client asks first, without a signature, whether the key would do.
+  if (state == SSH_PUBLICKEY_STATE_NONE) return SSH_AUTH_SUCCESS;
+  if (state != SSH_PUBLICKEY_STATE_VALID) return SSH_AUTH_DENIED;
+  stream.user_ = user;
+  stream.is_known_ = true;
+  return SSH_AUTH_SUCCESS;
+}
+
+ssh_channel SshStream::OnOpen(ssh_session session, void* userdata) {
+  auto& stream = *static_cast<SshStream*>(userdata);
+  // One connection, one session.
+  if (!stream.is_known_ || stream.channel_ != nullptr) return nullptr;
+  stream.channel_ = ssh_channel_new(session);
+  ssh_set_channel_callbacks(stream.channel_, &stream.channel_callbacks_);
+  return stream.channel_;
+}
+
+int SshStream::OnSubsystem(ssh_session /*session*/, ssh_channel /*channel*/,
+                           const char* name, void* userdata) {
+  auto& stream = *static_cast<SshStream*>(userdata);
+  if (std::string_view(name) != "netconf") return 1;
+  stream.has_subsystem_ = true;
+  return 0;
+}
+
+short SshStream::Events(bool reads, bool writes) const {
+  // Room in the client's window is told by the client; where there is some, the
+  // socket's room counts.
+  const bool is_pending =
+      (ssh_get_poll_flags(session_.get()) & SSH_WRITE_PENDING) != 0;
+  const bool has_room = writes && ssh_channel_window_size(channel_) > 0;
+  short events = reads || writes ? POLLIN : 0;
+  if (is_pending || has_room) events = static_cast<short>(events | POLLOUT);
+  return events;
+}
+
+bool SshStream::has_more() {
+  const int there = ssh_channel_poll(channel_, 0);
+  return there > 0 || there == SSH_EOF || there == SSH_ERROR;
+}
+
+std::optional<std::string> SshStream::Read() {
+  std::string bytes(kReadSize, '\0');
+  const int got = ssh_channel_read_nonblocking(
+      channel_, bytes.data(), static_cast<std::uint32_t>(bytes.size()), 0);
+  const bool is_over = ssh_channel_is_eof(channel_) != 0 ||
+                       ssh_channel_is_open(channel_) == 0 ||
+                       ssh_is_connected(session_.get()) == 0;
+  if (got < 0 && got != SSH_AGAIN) return std::nullopt;
+  if (got <= 0) return is_over ? std::nullopt : std::optional<std::string>("");
+  bytes.resize(static_cast<std::size_t>(got));
+  return bytes;
+}
+
+std::optional<std::size_t> SshStream::Write(std::string_view bytes) {
+  const auto size =
+      static_cast<std::uint32_t>(std::min(bytes.size(), kReadSize));
+  const int sent = ssh_channel_write(channel_, bytes.data(), size);
+  if (sent == SSH_AGAIN) return 0;
+  if (sent < 0 || ssh_is_connected(session_.get()) == 0) return std::nullopt;
+  return static_cast<std::size_t>(sent);
+}
+
+}  // namespace ipav::transport

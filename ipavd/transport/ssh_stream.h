@@ -1,0 +1,66 @@
+// The subsystem "netconf" of an SSH connection (RFC 6242), as a byte stream.
+#ifndef IPAV_SERVER_TRANSPORT_SSH_STREAM_H_
+#define IPAV_SERVER_TRANSPORT_SSH_STREAM_H_
+
+#include <libssh/callbacks.h>
+#include <libssh/libssh.h>
+#include <libssh/server.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "host/base/file_descriptor.h"
+#include "ipavd/transport/authorized_keys.h"
+#include "ipavd/transport/byte_stream.h"
+
+namespace ipav::transport {
+
+class SshStream : public ByteStream {
+ public:
+  // Waits, as long as the client takes, for one of the keys and for the
+  // subsystem. Throws std::runtime_error for a client that fails. The keys are
+  // borrowed for so long.
+  SshStream(base::FileDescriptor socket, const std::string& host_key,
+            const AuthorizedKeys& keys);
+  ~SshStream() override;
+
+  // As whom the client logged in.
+  const std::string& user() const { return user_; }
+
+  int fd() const override { return ssh_get_fd(session_.get()); }
+  short Events(bool reads, bool writes) const override;
+  bool has_more() override;
+  std::optional<std::string> Read() override;
+  std::optional<std::size_t> Write(std::string_view bytes) override;
+
+ private:
+  struct SessionDeleter {
+    void operator()(ssh_session session) const { ssh_free(session); }
+  };
+
+  void SetCallbacks();
+  void Serve();
+
+  // What libssh calls, with this as `userdata`.
+  static int OnKey(ssh_session session, const char* user, ssh_key key,
+                   char state, void* userdata);
+  static int OnSubsystem(ssh_session session, ssh_channel channel,
+                         const char* name, void* userdata);
+  static ssh_channel OnOpen(ssh_session session, void* userdata);
+
+  const AuthorizedKeys* keys_;
+  std::unique_ptr<ssh_session_struct, SessionDeleter> session_;
+  ssh_channel channel_ = nullptr;  // belongs to the session
+  ssh_server_callbacks_struct server_callbacks_{};
+  ssh_channel_callbacks_struct channel_callbacks_{};
+  std::string user_;
+  unsigned refused_keys_ = 0;
+  bool is_known_ = false;  // a key was right
+  bool has_subsystem_ = false;
+};
+
+}  // namespace ipav::transport
+
+#endif  // IPAV_SERVER_TRANSPORT_SSH_STREAM_H_

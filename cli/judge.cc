@@ -18,8 +18,8 @@
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/input_text.h"
-#include "host/findings/finder.h"
 #include "host/source/source_text.h"
+#include "messages/finder.h"
 
 namespace ipav::cli {
 
@@ -99,7 +99,7 @@ commit::Outcome RunCommit(const Transaction& transaction,
 
 // What the refusals are about. All of the running configuration is read for
 // them, as far as it was not.
-std::vector<findings::Finding> FindingsOf(const DeviceReport& report,
+std::vector<messages::Finding> FindingsOf(const DeviceReport& report,
                                           const Running& running,
                                           const Transaction& transaction,
                                           const InputText& candidate) {
@@ -109,7 +109,7 @@ std::vector<findings::Finding> FindingsOf(const DeviceReport& report,
   if (text.has_value()) running_bytes = text->bytes;
   const source::SourceText before(running_bytes);
   const source::SourceText after(candidate.bytes);
-  findings::Finder finder(
+  messages::Finder finder(
       {&transaction.running(), report.running, text ? &before : nullptr},
       {&transaction.candidate(), report.candidate, &after});
   return finder.ExplainAll(report.outcome);
@@ -202,7 +202,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
     const report::DeviceView view = {
         view::ListChanges(transaction.diff()),
         view::PlanOf(transaction.running(), transaction.candidate(),
-                     report.findings)};
+                     messages::CulpritPaths(report.findings))};
     report.page_section =
         report::DeviceSection(report, &view, device.number).str();
   }

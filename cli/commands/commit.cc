@@ -11,7 +11,7 @@
 
 #include "cli/netconf_client.h"
 #include "host/datastore/model.h"
-#include "host/findings/catalogue.h"
+#include "messages/catalogue.h"
 
 namespace ipav::cli {
 
@@ -47,9 +47,9 @@ void Expect(const std::string& server,
 
 // Of a refusal that docs/messages.md knows.
 void PrintAdvice(const std::string& text) {
-  const std::vector<findings::Reading> readings = findings::ReadText(text);
+  const std::vector<messages::Reading> readings = messages::ReadText(text);
   if (readings.empty()) return;
-  const findings::Message& message = *readings.front().message;
+  const messages::Message& message = *readings.front().message;
   fmt::print("  what to do: {}\n  see docs/messages.md#{}\n", message.advice,
              message.anchor);
 }

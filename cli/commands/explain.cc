@@ -9,11 +9,11 @@
 #include <optional>
 #include <sstream>
 
-#include "cli/messages/document.h"
-#include "cli/messages/match.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
-#include "host/findings/catalogue.h"
+#include "messages/catalogue.h"
+#include "messages/document.h"
+#include "messages/match.h"
 
 namespace ipav::cli {
 
@@ -236,7 +236,7 @@ struct Topic {
 
 // A rule is named by its heading, or by the identifier that findings have.
 Topic FindTopic(const std::vector<Section>& document, const std::string& name) {
-  const findings::Message* rule = findings::FindMessage(name);
+  const messages::Message* rule = messages::FindMessage(name);
   const Section* section =
       Find(document, rule == nullptr ? name : rule->anchor);
   if (section != nullptr && IsTopic(*section)) {
@@ -254,7 +254,7 @@ std::vector<std::string> NamesOf(const std::vector<Section>& document) {
       names.push_back(text);
     }
   }
-  for (const findings::Message& rule : findings::Messages()) {
+  for (const messages::Message& rule : messages::Messages()) {
     names.push_back(rule.rule);
   }
   return names;
@@ -268,7 +268,7 @@ std::vector<std::string> Nearest(const std::vector<Section>& document,
       messages::MostAlike(NamesOf(document), name, 2 * kSuggestions);
   std::vector<std::string> nearest;
   for (const std::string& one : alike) {
-    const findings::Message* rule = findings::FindMessage(one);
+    const messages::Message* rule = messages::FindMessage(one);
     const bool is_there =
         rule != nullptr &&
         std::find(alike.begin(), alike.end(), rule->anchor) != alike.end();

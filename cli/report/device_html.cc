@@ -15,10 +15,10 @@ namespace ipav::cli::report {
 namespace {
 
 using commit::Answer;
-using findings::Culprit;
-using findings::Finding;
-using findings::Novelty;
-using findings::Place;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
 using view::ChangeLine;
 
 // Changes that are shown without being asked for.

@@ -11,7 +11,7 @@
 #include "host/base/stopwatch.h"
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
-#include "host/findings/finding.h"
+#include "messages/finding.h"
 
 namespace ipav::cli::report {
 
@@ -30,7 +30,7 @@ struct DeviceReport {
   ExitStatus status = kAccepted;
   std::string input_error;  // of kBadInput: one line, FILE:LINE: reason
   commit::Outcome outcome;  // of all others
-  std::vector<findings::Finding> findings;  // refusals, in their order
+  std::vector<messages::Finding> findings;  // refusals, in their order
   // Of the page to look at, made where both configurations are at hand; empty
   // where nobody asked for one, or there was no commit.
   std::string page_section;

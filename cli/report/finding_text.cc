@@ -4,9 +4,9 @@
 
 namespace ipav::cli::report {
 
-using findings::Culprit;
-using findings::Finding;
-using findings::Novelty;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
 
 const char* WordOf(Novelty novelty) {
   switch (novelty) {

@@ -4,24 +4,24 @@
 
 #include <string>
 
-#include "host/findings/finding.h"
+#include "messages/finding.h"
 
 namespace ipav::cli::report {
 
 // "added", "changed", "removed", "unchanged".
-const char* WordOf(findings::Novelty novelty);
+const char* WordOf(datastore::Novelty novelty);
 
 // The operator's text, or words for a refusal without one.
-std::string TextOf(const findings::Finding& finding);
+std::string TextOf(const messages::Finding& finding);
 
 // "FILE:LINE:COLUMN: address /config/... 10.0.0.1/24 (added)"
-std::string InWords(const findings::Culprit& culprit);
+std::string InWords(const messages::Culprit& culprit);
 
 // Heading in the list of messages, empty for a text that is not in it.
-std::string LinkOf(const findings::Finding& finding);
+std::string LinkOf(const messages::Finding& finding);
 
 // All of it, in lines.
-std::string InWords(const findings::Finding& finding);
+std::string InWords(const messages::Finding& finding);
 
 }  // namespace ipav::cli::report
 

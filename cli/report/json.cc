@@ -16,10 +16,10 @@ namespace {
 using commit::Answer;
 using commit::Outcome;
 using commit::Verdict;
-using findings::Culprit;
-using findings::Finding;
-using findings::Novelty;
-using findings::Place;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
 
 constexpr char kFormat[] = "ipav report";
 constexpr int kVersion = 1;

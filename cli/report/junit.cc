@@ -16,7 +16,7 @@ namespace {
 
 using commit::Answer;
 using commit::Outcome;
-using findings::Finding;
+using messages::Finding;
 
 const xmlChar* Xml(const char* text) {
   return reinterpret_cast<const xmlChar*>(text);

@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "cli/report/plan_layout.h"
-#include "host/findings/finding.h"
+#include "messages/finding.h"
 
 namespace ipav::cli::report {
 
 namespace {
 
-using findings::Novelty;
+using datastore::Novelty;
 using view::AddressPlan;
 using view::Family;
 using view::Network;

@@ -20,10 +20,10 @@ namespace {
 
 using commit::Answer;
 using commit::Outcome;
-using findings::Culprit;
-using findings::Finding;
-using findings::Novelty;
-using findings::Place;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
 
 constexpr char kSchema[] =
     "https://docs.oasis-open.org/sarif/sarif/v2.1.0/os/schemas/"

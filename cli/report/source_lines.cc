@@ -76,7 +76,7 @@ std::string Harmless(const std::string& text) {
   return result;
 }
 
-ShownLine ShowLine(const findings::Place& place) {
+ShownLine ShowLine(const messages::Place& place) {
   const std::vector<std::string_view> characters =
       CharactersOf(place.source_line);
   const std::size_t mark =

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "host/findings/finding.h"
+#include "messages/finding.h"
 
 namespace ipav::cli::report {
 
@@ -17,7 +17,7 @@ struct ShownLine {
 };
 
 // What is left out of a long line is shown as "...".
-ShownLine ShowLine(const findings::Place& place);
+ShownLine ShowLine(const messages::Place& place);
 
 // The text with each control character, and each that turns the direction of
 // writing, as an escape like \x1b.

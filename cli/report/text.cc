@@ -14,8 +14,8 @@
 #include "cli/report/finding_text.h"
 #include "cli/report/source_lines.h"
 #include "host/commit/commit.h"
-#include "host/findings/finder.h"
-#include "host/findings/finding.h"
+#include "messages/finder.h"
+#include "messages/finding.h"
 
 namespace ipav::cli::report {
 
@@ -23,10 +23,10 @@ namespace {
 
 using commit::Answer;
 using commit::Outcome;
-using findings::Culprit;
-using findings::Finding;
-using findings::Novelty;
-using findings::Place;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
 
 const char* VerdictOf(ExitStatus status) {
   switch (status) {
@@ -68,7 +68,7 @@ class Printer {
     for (const Answer& answer : outcome.answers) {
       const bool silent = answer.result == CONFD_OK && !answer.exception;
       if (!silent || options_.all) PrintAnswer(answer);
-      if (findings::IsRefusal(answer) && finding != device.findings.end()) {
+      if (messages::IsRefusal(answer) && finding != device.findings.end()) {
         PrintFinding(*finding++);
       }
     }

@@ -16,9 +16,9 @@
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/diff.h"
-#include "host/findings/finder.h"
-#include "host/findings/finding.h"
 #include "host/source/source_text.h"
+#include "messages/finder.h"
+#include "messages/finding.h"
 
 namespace ipav::fuzz {
 
@@ -104,12 +104,12 @@ void RequirePlaces(const source::SourceText& source, const lyd_node* node) {
 }
 
 // A commit, and a finding of each of its refusals.
-void JudgeAndExplain(const findings::Configuration& running,
-                     const findings::Configuration& candidate) {
-  findings::Finder finder(running, candidate);
+void JudgeAndExplain(const messages::Configuration& running,
+                     const messages::Configuration& candidate) {
+  messages::Finder finder(running, candidate);
   for (const commit::Answer& refusal :
        JudgeCommit(*running.tree, *candidate.tree)) {
-    const findings::Finding finding = finder.Explain(refusal);
+    const messages::Finding finding = finder.Explain(refusal);
     Require(!finding.rule.empty(), "a text that no message has");
     Require(!finding.culprits.empty() || !finding.note.empty(),
             "a finding of nothing");
@@ -134,10 +134,10 @@ void JudgeText(const std::string& text) {
   static const DataTree kEmpty = DataTree::Empty(ProjectModel());
   static const std::string kSmallText = SmallConfigurationText();
   static const source::SourceText kSmallSource(kSmallText);
-  const findings::Configuration empty{&kEmpty, "", nullptr};
-  const findings::Configuration small{&SmallConfiguration(), "small",
+  const messages::Configuration empty{&kEmpty, "", nullptr};
+  const messages::Configuration small{&SmallConfiguration(), "small",
                                       &kSmallSource};
-  const findings::Configuration judged{&*tree, "text", &source};
+  const messages::Configuration judged{&*tree, "text", &source};
   JudgeAndExplain(empty, judged);
   JudgeAndExplain(small, judged);
   JudgeAndExplain(judged, small);

@@ -21,8 +21,7 @@ namespace {
 
 using datastore::DataTree;
 using datastore::Model;
-using findings::Finding;
-using findings::Novelty;
+using datastore::Novelty;
 
 constexpr unsigned kBitsOfOctet = 8;
 
@@ -211,15 +210,14 @@ void FindOverlaps(std::vector<Prefix>* prefixes) {
 
 using FindingsByPath = std::map<std::string, std::vector<std::size_t>>;
 
-// A culprit may be the list entry that is an address, or its key.
-FindingsByPath CulpritsOf(const std::vector<Finding>& findings) {
+// A finding may name the list entry that is an address, or its key.
+FindingsByPath ByPath(const std::vector<std::vector<std::string>>& findings) {
   FindingsByPath by_path;
   for (std::size_t i = 0; i < findings.size(); ++i) {
-    for (const findings::Culprit& culprit : findings[i].culprits) {
-      const std::string parent =
-          culprit.path.substr(0, culprit.path.rfind('/'));
-      for (const std::string& path : {culprit.path, parent}) {
-        std::vector<std::size_t>& numbers = by_path[path];
+    for (const std::string& path : findings[i]) {
+      const std::string parent = path.substr(0, path.rfind('/'));
+      for (const std::string& named : {path, parent}) {
+        std::vector<std::size_t>& numbers = by_path[named];
         if (numbers.empty() || numbers.back() != i) numbers.push_back(i);
       }
     }
@@ -279,10 +277,10 @@ std::string TextOf(const Network& network) {
 }
 
 AddressPlan PlanOf(const DataTree& running, const DataTree& candidate,
-                   const std::vector<Finding>& findings) {
+                   const std::vector<std::vector<std::string>>& findings) {
   std::vector<Prefix> prefixes = Reader().Read(candidate);
   CompareWith(Reader().Read(running), &prefixes);
-  const FindingsByPath by_path = CulpritsOf(findings);
+  const FindingsByPath by_path = ByPath(findings);
   for (Prefix& prefix : prefixes) {
     const auto named = by_path.find(prefix.path);
     if (named != by_path.end()) prefix.findings = named->second;

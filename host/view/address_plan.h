@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "host/datastore/data_tree.h"
-#include "host/findings/finding.h"
+#include "host/datastore/novelty.h"
 
 namespace ipav::view {
 
@@ -53,7 +53,7 @@ struct Prefix {
 
   // Against the running configuration. A removed one is no longer there and
   // overlaps with nothing; of a changed one, `before` tells what it was.
-  findings::Novelty novelty = findings::Novelty::kUnchanged;
+  datastore::Novelty novelty = datastore::Novelty::kUnchanged;
   std::string before;
 
   // Which others of its space it may not stand beside: of those that contain
@@ -76,11 +76,12 @@ struct AddressPlan {
   std::vector<Space> spaces;  // that of global first, the others by name
 };
 
-// The plan of the candidate, and what it removes. A finding names an address by
-// the path of one of its culprits.
+// The plan of the candidate, and what it removes. `findings` has, per finding,
+// the data paths of the nodes that it names; an address is one of them when its
+// leaf or its list entry is.
 AddressPlan PlanOf(const datastore::DataTree& running,
                    const datastore::DataTree& candidate,
-                   const std::vector<findings::Finding>& findings);
+                   const std::vector<std::vector<std::string>>& findings);
 
 }  // namespace ipav::view
 

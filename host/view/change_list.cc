@@ -11,7 +11,7 @@ namespace ipav::view {
 namespace {
 
 using datastore::Change;
-using findings::Novelty;
+using datastore::Novelty;
 
 bool IsLeaf(const lysc_node& schema) {
   return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;

@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "host/datastore/diff.h"
-#include "host/findings/finding.h"
+#include "host/datastore/novelty.h"
 
 namespace ipav::view {
 
 // A leaf with another value, or the uppermost node that was added or removed.
 struct ChangeLine {
-  findings::Novelty novelty = findings::Novelty::kChanged;
+  datastore::Novelty novelty = datastore::Novelty::kChanged;
   std::string path;
   // What stood and what stands there: the value of a leaf, or the leaves below
   // a list entry or container, one "PATH VALUE" each. Keys are left out, since

@@ -24,9 +24,9 @@ namespace ipav::cli::report {
 namespace {
 
 namespace fs = std::filesystem;
-using findings::Finding;
-using findings::Novelty;
-using findings::Place;
+using datastore::Novelty;
+using messages::Finding;
+using messages::Place;
 
 const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
 

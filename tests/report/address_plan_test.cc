@@ -12,8 +12,7 @@
 
 namespace {
 
-using ipav::findings::Finding;
-using ipav::findings::Novelty;
+using ipav::datastore::Novelty;
 using ipav::testing::Tree;
 using ipav::view::AddressPlan;
 using ipav::view::PlanOf;
@@ -44,7 +43,7 @@ std::string L3(const std::string& name, const std::string& vrf,
 }
 
 AddressPlan Plan(const std::string& running, const std::string& candidate,
-                 const std::vector<Finding>& findings = {}) {
+                 const std::vector<Texts>& findings = {}) {
   return PlanOf(Tree(running), Tree(candidate), findings);
 }
 
@@ -148,14 +147,11 @@ TEST(AddressPlan, SetsARemovedAddressInConflictWithNothing) {
 TEST(AddressPlan, KnowsTheFindingsThatNameAnAddress) {
   const std::string all = L3("a", "", {"10.0.0.1/24", "10.0.1.1/24"}) +
                           L3("b", "", {"2001:db8::1/64", "2001:db8:1::1/64"});
-  std::vector<Finding> findings(3);
-  findings[0].culprits.resize(1);
-  findings[0].culprits[0].path = "/config/interface/l3{a}/ipv4/address/ip";
-  findings[2].culprits.resize(2);
-  findings[2].culprits[0].path =
-      "/config/interface/l3{a}/ipv4/address/secondary{10.0.1.1/24}";
-  findings[2].culprits[1].path =
-      "/config/interface/l3{b}/ipv6/address{2001:db8::1/64}/ip";
+  const std::vector<Texts> findings = {
+      {"/config/interface/l3{a}/ipv4/address/ip"},
+      {},
+      {"/config/interface/l3{a}/ipv4/address/secondary{10.0.1.1/24}",
+       "/config/interface/l3{b}/ipv6/address{2001:db8::1/64}/ip"}};
   const AddressPlan plan = Plan(all, all, findings);
   std::vector<std::vector<std::size_t>> named;
   for (const Prefix& prefix : plan.spaces[0].prefixes) {

@@ -12,7 +12,7 @@ namespace {
 using host_test::TestModel;
 using ipav::datastore::DataTree;
 using ipav::datastore::Diff;
-using ipav::findings::Novelty;
+using ipav::datastore::Novelty;
 using ipav::view::ChangeLine;
 using ipav::view::ListChanges;
 

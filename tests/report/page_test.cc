@@ -30,10 +30,10 @@ using ipav::cli::report::DeviceView;
 using ipav::cli::report::HtmlWriter;
 using ipav::datastore::DataTree;
 using ipav::datastore::Diff;
-using ipav::findings::Culprit;
-using ipav::findings::Finding;
-using ipav::findings::Novelty;
-using ipav::findings::Place;
+using ipav::datastore::Novelty;
+using ipav::messages::Culprit;
+using ipav::messages::Finding;
+using ipav::messages::Place;
 using ipav::testing::FlawsOf;
 using ipav::testing::PageTree;
 using ipav::testing::Tree;
@@ -96,7 +96,8 @@ DeviceView View(const std::string& running, const std::string& candidate,
   const DataTree before = Tree(running);
   const DataTree after = Tree(candidate);
   return {ipav::view::ListChanges(Diff(before, after)),
-          ipav::view::PlanOf(before, after, findings)};
+          ipav::view::PlanOf(before, after,
+                             ipav::messages::CulpritPaths(findings))};
 }
 
 DeviceView OverlapView() {

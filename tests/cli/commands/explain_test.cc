@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "host/findings/catalogue.h"
+#include "messages/catalogue.h"
 #include "tests/cli/commands/fixture.h"
 
 namespace ipav::testing {
@@ -190,7 +190,7 @@ TEST_F(ExplainTest, TellsOfATextInAReportThatItDoesNotKnow) {
 
 TEST_F(ExplainTest, KnowsARuleAsFindingsNameIt) {
   EXPECT_EQ(OutputOf({"explain", "address-is-network"}), kNetworkAddress);
-  for (const findings::Message& rule : findings::Messages()) {
+  for (const messages::Message& rule : messages::Messages()) {
     EXPECT_EQ(OutputOf({"explain", rule.rule}),
               OutputOf({"explain", rule.anchor}))
         << rule.rule;
@@ -198,8 +198,8 @@ TEST_F(ExplainTest, KnowsARuleAsFindingsNameIt) {
 }
 
 TEST_F(ExplainTest, NoRuleIsNamedAsTheHeadingOfAnotherOne) {
-  for (const findings::Message& rule : findings::Messages()) {
-    for (const findings::Message& other : findings::Messages()) {
+  for (const messages::Message& rule : messages::Messages()) {
+    for (const messages::Message& other : messages::Messages()) {
       EXPECT_TRUE(rule.rule != other.anchor || &rule == &other) << rule.rule;
     }
   }

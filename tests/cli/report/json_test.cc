@@ -26,9 +26,9 @@ using commit::Answer;
 using commit::CommitTimes;
 using commit::Outcome;
 using datastore::ReadingTimes;
-using findings::Culprit;
-using findings::Finding;
-using findings::Place;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
 
 auto Fields(const Answer& answer) {
   return std::tie(answer.opaque, answer.path, answer.result, answer.text,
@@ -136,7 +136,7 @@ TEST(JsonReport, OfADeviceIsReadBackWithNothingLost) {
 }
 
 TEST(JsonReport, EveryNoveltyIsReadBack) {
-  using findings::Novelty;
+  using datastore::Novelty;
   for (const Novelty novelty : {Novelty::kUnchanged, Novelty::kAdded,
                                 Novelty::kChanged, Novelty::kRemoved}) {
     DeviceReport device = Refused("a.xml");

@@ -13,9 +13,9 @@ namespace {
 using cli::report::DeviceReport;
 using commit::Answer;
 using commit::Verdict;
-using findings::Finding;
-using findings::Novelty;
-using findings::Place;
+using datastore::Novelty;
+using messages::Finding;
+using messages::Place;
 using namespace std::chrono_literals;
 
 constexpr char kL3[] = "/config/interface/l3";

@@ -17,8 +17,8 @@ namespace {
 using cli::report::DeviceReport;
 using cli::report::Format;
 using cli::report::Json;
-using findings::Culprit;
-using findings::Novelty;
+using datastore::Novelty;
+using messages::Culprit;
 
 Json RunOf(const std::vector<DeviceReport>& devices) {
   const Json log = Json::parse(Written(Format::kSarif, devices));

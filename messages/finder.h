@@ -1,7 +1,7 @@
 // Makes findings of refusals: what the text means, which nodes it is about and
 // where they are written.
-#ifndef IPAV_HOST_FINDINGS_FINDER_H_
-#define IPAV_HOST_FINDINGS_FINDER_H_
+#ifndef IPAV_MESSAGES_FINDER_H_
+#define IPAV_MESSAGES_FINDER_H_
 
 #include <memory>
 #include <string>
@@ -9,10 +9,10 @@
 
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
-#include "host/findings/finding.h"
 #include "host/source/source_text.h"
+#include "messages/finding.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 // One of the two configurations of a commit. All is borrowed.
 struct Configuration {
@@ -46,6 +46,6 @@ class Finder {
 // Whether there is a finding of that answer.
 bool IsRefusal(const commit::Answer& answer);
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages
 
-#endif  // IPAV_HOST_FINDINGS_FINDER_H_
+#endif  // IPAV_MESSAGES_FINDER_H_

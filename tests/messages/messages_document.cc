@@ -1,4 +1,4 @@
-#include "tests/docs/messages_document.h"
+#include "tests/messages/messages_document.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,15 +1,16 @@
 // What a refusal is about: which nodes of the data, where they are written, and
 // what to do.
-#ifndef IPAV_HOST_FINDINGS_FINDING_H_
-#define IPAV_HOST_FINDINGS_FINDING_H_
+#ifndef IPAV_MESSAGES_FINDING_H_
+#define IPAV_MESSAGES_FINDING_H_
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace ipav::findings {
+#include "host/datastore/novelty.h"
+
+namespace ipav::messages {
 
 // Where a node is written.
 struct Place {
@@ -22,16 +23,13 @@ struct Place {
   std::size_t skipped = 0;  // characters of the line in front of source_line
 };
 
-// What the transaction did to a node.
-enum class Novelty : std::uint8_t { kUnchanged, kAdded, kChanged, kRemoved };
-
 // A node that a refusal is about. A removed one is in the running configuration
 // only, any other in the candidate.
 struct Culprit {
   std::string role;   // what it is in the refusal: "address", "overlaps with"
   std::string path;   // data path, from the root
   std::string value;  // as it is written canonically; empty without one
-  Novelty novelty = Novelty::kUnchanged;
+  datastore::Novelty novelty = datastore::Novelty::kUnchanged;
   std::optional<Place> place;  // none where the file does not show it
 };
 
@@ -52,6 +50,10 @@ struct Finding {
   std::string note;  // why culprits are missing; empty when they are all there
 };
 
-}  // namespace ipav::findings
+// The data paths of the nodes that each finding names.
+std::vector<std::vector<std::string>> CulpritPaths(
+    const std::vector<Finding>& findings);
 
-#endif  // IPAV_HOST_FINDINGS_FINDING_H_
+}  // namespace ipav::messages
+
+#endif  // IPAV_MESSAGES_FINDING_H_

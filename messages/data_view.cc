@@ -1,4 +1,4 @@
-#include "host/findings/data_view.h"
+#include "messages/data_view.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "host/confd/path.h"
 #include "host/datastore/model.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 const lysc_node* DataView::SchemaOf(const lyd_node* parent,
                                     const char* name) const {
@@ -109,4 +109,4 @@ std::string WithoutLength(const std::string& prefix) {
   return prefix.substr(0, prefix.find('/'));
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

@@ -1,6 +1,6 @@
 // Which documented text a text is, and what was filled in.
-#ifndef IPAV_CLI_MESSAGES_MATCH_H_
-#define IPAV_CLI_MESSAGES_MATCH_H_
+#ifndef IPAV_MESSAGES_MATCH_H_
+#define IPAV_MESSAGES_MATCH_H_
 
 #include <cstddef>
 #include <optional>
@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "cli/messages/document.h"
+#include "messages/document.h"
 
-namespace ipav::cli::messages {
+namespace ipav::messages {
 
 struct Match {
   const Section* section;
@@ -29,6 +29,6 @@ std::optional<Match> FindText(const std::vector<Section>& document,
 std::vector<std::string> MostAlike(const std::vector<std::string>& names,
                                    const std::string& text, std::size_t count);
 
-}  // namespace ipav::cli::messages
+}  // namespace ipav::messages
 
-#endif  // IPAV_CLI_MESSAGES_MATCH_H_
+#endif  // IPAV_MESSAGES_MATCH_H_

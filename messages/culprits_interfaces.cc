@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "host/findings/culprits.h"
+#include "messages/culprits.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -133,4 +133,4 @@ Evidence Overlap(const Case& refusal) {
   return evidence;
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

@@ -1,4 +1,4 @@
-#include "host/findings/culprits.h"
+#include "messages/culprits.h"
 
 #include <algorithm>
 #include <map>
@@ -6,7 +6,7 @@
 
 #include "host/confd/path.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -100,4 +100,4 @@ void SuspectLeaf(const Case& refusal, const lyd_node* candidate_parent,
   if (before != nullptr) evidence->suspects.push_back({role, before, true});
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

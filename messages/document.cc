@@ -1,4 +1,4 @@
-#include "cli/messages/document.h"
+#include "messages/document.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,7 +6,7 @@
 
 #include "host/datastore/input_file.h"
 
-namespace ipav::cli::messages {
+namespace ipav::messages {
 
 namespace {
 
@@ -147,4 +147,4 @@ std::string Plain(const std::string& markdown) {
   return text;
 }
 
-}  // namespace ipav::cli::messages
+}  // namespace ipav::messages

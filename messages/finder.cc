@@ -1,4 +1,4 @@
-#include "host/findings/finder.h"
+#include "messages/finder.h"
 
 #include <optional>
 #include <utility>
@@ -6,13 +6,15 @@
 #include "host/confd/path.h"
 #include "host/datastore/diff.h"
 #include "host/datastore/libyang_error.h"
-#include "host/findings/catalogue.h"
-#include "host/findings/culprits.h"
-#include "host/findings/data_view.h"
+#include "messages/catalogue.h"
+#include "messages/culprits.h"
+#include "messages/data_view.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
+
+using datastore::Novelty;
 
 bool IsSame(const Evidence& a, const Evidence& b) {
   if (a.suspects.size() != b.suspects.size()) return false;
@@ -105,6 +107,17 @@ class Finder::Search {
   datastore::Diff diff_;
 };
 
+std::vector<std::vector<std::string>> CulpritPaths(
+    const std::vector<Finding>& findings) {
+  std::vector<std::vector<std::string>> paths(findings.size());
+  for (std::size_t i = 0; i < findings.size(); ++i) {
+    for (const Culprit& culprit : findings[i].culprits) {
+      paths[i].push_back(culprit.path);
+    }
+  }
+  return paths;
+}
+
 bool IsRefusal(const commit::Answer& answer) {
   return !answer.exception && !commit::Accepts(answer);
 }
@@ -140,4 +153,4 @@ std::vector<Finding> Finder::ExplainAll(const commit::Outcome& outcome) {
   return findings;
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

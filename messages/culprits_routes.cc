@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "host/findings/culprits.h"
+#include "messages/culprits.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -282,4 +282,4 @@ Evidence OutputWithoutVlan(const Case& refusal) {
   return evidence;
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

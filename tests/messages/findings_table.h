@@ -1,11 +1,11 @@
 // One case or more of each message, and what its finding must say.
-#ifndef TESTS_HOST_FINDINGS_TABLE_H_
-#define TESTS_HOST_FINDINGS_TABLE_H_
+#ifndef TESTS_MESSAGES_FINDINGS_TABLE_H_
+#define TESTS_MESSAGES_FINDINGS_TABLE_H_
 
 #include <string>
 #include <vector>
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 struct Expectation {
   std::string folder;  // of the case
@@ -16,6 +16,6 @@ struct Expectation {
 
 const std::vector<Expectation>& Expectations();
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages
 
-#endif  // TESTS_HOST_FINDINGS_TABLE_H_
+#endif  // TESTS_MESSAGES_FINDINGS_TABLE_H_

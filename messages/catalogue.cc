@@ -1,9 +1,9 @@
-#include "host/findings/catalogue.h"
+#include "messages/catalogue.h"
 
 #include <algorithm>
 #include <string_view>
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -380,4 +380,4 @@ std::vector<Reading> ReadText(const std::string& text) {
   return readings;
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

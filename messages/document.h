@@ -1,14 +1,14 @@
 // docs/messages.md as data: its sections and what they are made of, for a
 // terminal. The document is written for people; what this reads of it is the
 // Markdown that it uses.
-#ifndef IPAV_CLI_MESSAGES_DOCUMENT_H_
-#define IPAV_CLI_MESSAGES_DOCUMENT_H_
+#ifndef IPAV_MESSAGES_DOCUMENT_H_
+#define IPAV_MESSAGES_DOCUMENT_H_
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-namespace ipav::cli::messages {
+namespace ipav::messages {
 
 // A paragraph, an item of a numbered list, or a block of texts.
 struct Block {
@@ -40,6 +40,6 @@ bool IsWhy(const Block& block);
 // Markdown without its marks.
 std::string Plain(const std::string& markdown);
 
-}  // namespace ipav::cli::messages
+}  // namespace ipav::messages
 
-#endif  // IPAV_CLI_MESSAGES_DOCUMENT_H_
+#endif  // IPAV_MESSAGES_DOCUMENT_H_

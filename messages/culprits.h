@@ -1,8 +1,8 @@
 // Which nodes a text is about. The text gives names and numbers, the data
 // decide: a reading that they do not bear out leads nowhere, and where more
 // than one node fits, that is told and not guessed.
-#ifndef IPAV_HOST_FINDINGS_CULPRITS_H_
-#define IPAV_HOST_FINDINGS_CULPRITS_H_
+#ifndef IPAV_MESSAGES_CULPRITS_H_
+#define IPAV_MESSAGES_CULPRITS_H_
 
 #include <libyang/libyang.h>
 
@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "host/datastore/diff.h"
-#include "host/findings/catalogue.h"
-#include "host/findings/data_view.h"
+#include "messages/catalogue.h"
+#include "messages/data_view.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 // Of nodes of one role, as of new routes, only so many are named.
 constexpr std::size_t kMaxNamed = 5;
@@ -92,6 +92,6 @@ void SuspectLeaf(const Case& refusal, const lyd_node* candidate_parent,
 // of the candidate; null where there is none.
 const lyd_node* InRunning(const Case& refusal, const lyd_node* candidate_node);
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages
 
-#endif  // IPAV_HOST_FINDINGS_CULPRITS_H_
+#endif  // IPAV_MESSAGES_CULPRITS_H_

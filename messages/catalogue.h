@@ -4,15 +4,15 @@
 // A text alone does not always tell what was filled in, for an interface may be
 // named as oddly as "a vrf b". So there can be several readings; the data tell
 // which of them is meant.
-#ifndef IPAV_HOST_FINDINGS_CATALOGUE_H_
-#define IPAV_HOST_FINDINGS_CATALOGUE_H_
+#ifndef IPAV_MESSAGES_CATALOGUE_H_
+#define IPAV_MESSAGES_CATALOGUE_H_
 
 #include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 struct Message {
   std::string rule;    // stable identifier
@@ -41,6 +41,6 @@ struct Reading {
 // more than 16.
 std::vector<Reading> ReadText(const std::string& text);
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages
 
-#endif  // IPAV_HOST_FINDINGS_CATALOGUE_H_
+#endif  // IPAV_MESSAGES_CATALOGUE_H_

@@ -1,7 +1,7 @@
 // One configuration by the names of its nodes, for those who look for what a
 // text is about. A name that the data model does not have is an absent node.
-#ifndef IPAV_HOST_FINDINGS_DATA_VIEW_H_
-#define IPAV_HOST_FINDINGS_DATA_VIEW_H_
+#ifndef IPAV_MESSAGES_DATA_VIEW_H_
+#define IPAV_MESSAGES_DATA_VIEW_H_
 
 #include <libyang/libyang.h>
 
@@ -11,7 +11,7 @@
 
 #include "host/datastore/data_tree.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 class DataView {
  public:
@@ -70,6 +70,6 @@ bool ShareAddressSpace(const std::string& vrf, const std::string& other);
 // "10.1.1.1" of "10.1.1.1/24".
 std::string WithoutLength(const std::string& prefix);
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages
 
-#endif  // IPAV_HOST_FINDINGS_DATA_VIEW_H_
+#endif  // IPAV_MESSAGES_DATA_VIEW_H_

@@ -1,11 +1,11 @@
-#include "cli/messages/match.h"
+#include "messages/match.h"
 
 #include <algorithm>
 #include <cctype>
 #include <set>
 #include <string_view>
 
-namespace ipav::cli::messages {
+namespace ipav::messages {
 
 namespace {
 
@@ -169,4 +169,4 @@ std::vector<std::string> MostAlike(const std::vector<std::string>& names,
   return best;
 }
 
-}  // namespace ipav::cli::messages
+}  // namespace ipav::messages

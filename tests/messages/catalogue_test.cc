@@ -1,6 +1,6 @@
 // The table of messages against docs/messages.md and the end-to-end cases.
 
-#include "host/findings/catalogue.h"
+#include "messages/catalogue.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/docs/messages_document.h"
+#include "tests/messages/messages_document.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -213,4 +213,4 @@ TEST(CatalogueTest, EndsItsSearchInANameOfManyReadings) {
 
 }  // namespace
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

@@ -1,7 +1,7 @@
 // docs/messages.md, taken apart, and the texts that the end-to-end cases
 // expect.
-#ifndef TESTS_DOCS_MESSAGES_DOCUMENT_H_
-#define TESTS_DOCS_MESSAGES_DOCUMENT_H_
+#ifndef TESTS_MESSAGES_MESSAGES_DOCUMENT_H_
+#define TESTS_MESSAGES_MESSAGES_DOCUMENT_H_
 
 #include <filesystem>
 #include <string>
@@ -30,4 +30,4 @@ std::vector<std::string> ExpectedTexts();
 
 }  // namespace ipav::testing
 
-#endif  // TESTS_DOCS_MESSAGES_DOCUMENT_H_
+#endif  // TESTS_MESSAGES_MESSAGES_DOCUMENT_H_

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "host/confd/path.h"
-#include "host/findings/culprits.h"
+#include "messages/culprits.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -377,4 +377,4 @@ Evidence Ospfv3VlanChanged(const Case& refusal) {
   return {};
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

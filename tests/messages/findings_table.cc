@@ -1,6 +1,6 @@
-#include "tests/host/findings_table.h"
+#include "tests/messages/findings_table.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -475,4 +475,4 @@ const std::vector<Expectation>& Expectations() {
   return expectations;
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

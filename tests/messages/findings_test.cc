@@ -19,20 +19,21 @@
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_file.h"
-#include "host/findings/catalogue.h"
-#include "host/findings/finder.h"
-#include "host/findings/finding.h"
 #include "host/source/source_text.h"
-#include "tests/host/findings_table.h"
+#include "messages/catalogue.h"
+#include "messages/finder.h"
+#include "messages/finding.h"
 #include "tests/host/fixtures.h"
+#include "tests/messages/findings_table.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
 namespace fs = std::filesystem;
 using commit::Answer;
 using datastore::DataTree;
+using datastore::Novelty;
 using host_test::ProjectModel;
 
 const std::string kCases = IPAV_CASES "/";
@@ -526,4 +527,4 @@ TEST(FindingsTest, FourTimesTheFindingsTakeNoSquareOfTheirNumber) {
 
 }  // namespace
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "host/findings/culprits.h"
+#include "messages/culprits.h"
 
-namespace ipav::findings {
+namespace ipav::messages {
 
 namespace {
 
@@ -71,4 +71,4 @@ Evidence TimerMissing(const Case& refusal) {
   return evidence;
 }
 
-}  // namespace ipav::findings
+}  // namespace ipav::messages

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/docs/messages_document.h"
+#include "tests/messages/messages_document.h"
 
 namespace ipav::testing {
 

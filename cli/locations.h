@@ -1,5 +1,4 @@
-// Where the parts of the product lie: found from the program's own file, so
-// that a build tree and an installation work alike from any folder.
+// Where the files are that ipav needs.
 #ifndef IPAV_CLI_LOCATIONS_H_
 #define IPAV_CLI_LOCATIONS_H_
 
@@ -8,12 +7,11 @@
 namespace ipav::cli {
 
 struct Locations {
-  std::string plugin;            // libip_app_validation.so
-  std::string yang_dir;          // the data model
-  std::string yang_extension;    // plug-in of the YANG library
-  std::string messages;          // docs/messages.md
-  std::string starter;           // a first configuration
-  std::string netconf_yang_dir;  // the modules of NETCONF itself
+  std::string plugin;          // libip_app_validation.so
+  std::string yang_dir;        // the data model
+  std::string yang_extension;  // plug-in of the YANG library
+  std::string messages;        // docs/messages.md
+  std::string starter;         // a first configuration
 };
 
 Locations FindLocations();

@@ -31,8 +31,7 @@ constexpr char kNotes[] =
     "  ipav diff running.xml candidate.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
     "  ipav new > router.xml\n"
-    "  ipav serve --state /var/lib/ipav --ssh 8300\n"
-    "  ipav commit --to /var/lib/ipav/netconf.sock router.xml\n"
+    "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
@@ -63,7 +62,6 @@ int Run(int argc, char** argv) {
       command_line::AddExplain(&app, locations),
       command_line::AddConvert(&app, locations),
       command_line::AddNew(&app, locations),
-      command_line::AddServe(&app, locations),
       command_line::AddCommit(&app, locations),
       command_line::AddCompletion(&app, locations),
   };

@@ -14,14 +14,14 @@
 #include <string_view>
 #include <system_error>
 
-#include "ipavd/transport/hello.h"
+#include "netconf/hello.h"
 
 namespace ipav::cli {
 
 namespace {
 
-using transport::Frame;
-using transport::Framing;
+using netconf::Frame;
+using netconf::Framing;
 
 constexpr char kNamespace[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
@@ -78,7 +78,7 @@ NetconfClient::NetconfClient(const std::string& socket, base::TimeLimit limit)
       limit_(limit),
       connection_(Connect(socket)),
       deframer_(kMaxReply) {
-  Send(Frame(Framing::kEndOfMessage, transport::ClientHello()));
+  Send(Frame(Framing::kEndOfMessage, netconf::ClientHello()));
   if (Receive().find(":base:1.1<") == std::string::npos) {
     throw Error("no NETCONF 1.1 server");
   }

@@ -1,4 +1,4 @@
-// A NETCONF session with ipav serve over its UNIX socket.
+// A NETCONF session with ipavd over its UNIX socket.
 #ifndef IPAV_CLI_NETCONF_CLIENT_H_
 #define IPAV_CLI_NETCONF_CLIENT_H_
 
@@ -8,7 +8,7 @@
 
 #include "host/base/file_descriptor.h"
 #include "host/base/time_limit.h"
-#include "ipavd/transport/framing.h"
+#include "netconf/framing.h"
 
 namespace ipav::cli {
 
@@ -44,7 +44,7 @@ class NetconfClient {
   const std::string socket_;
   const base::TimeLimit limit_;
   base::FileDescriptor connection_;
-  transport::Deframer deframer_;
+  netconf::Deframer deframer_;
 };
 
 }  // namespace ipav::cli

@@ -38,22 +38,22 @@
 #include "fuzz/support/target.h"
 #include "host/base/file_descriptor.h"
 #include "ipavd/transport/byte_stream.h"
-#include "ipavd/transport/framing.h"
 #include "ipavd/transport/guard.h"
-#include "ipavd/transport/hello.h"
 #include "ipavd/transport/introduction.h"
 #include "ipavd/transport/request.h"
+#include "netconf/framing.h"
+#include "netconf/hello.h"
 
 namespace ipav::fuzz {
 
 namespace {
 
 using base::FileDescriptor;
+using netconf::Deframer;
+using netconf::Frame;
+using netconf::Framing;
+using netconf::FramingError;
 using transport::ByteStream;
-using transport::Deframer;
-using transport::Frame;
-using transport::Framing;
-using transport::FramingError;
 
 constexpr std::size_t kMaxLimit = 100000;
 constexpr std::size_t kMaxRepeats = 100;
@@ -272,8 +272,8 @@ Session PlainSession(const Input& input) {
     return session;
   }
   try {
-    session.framing = transport::FramingAfter(hello.messages[0]);
-  } catch (const transport::HelloError&) {
+    session.framing = netconf::FramingAfter(hello.messages[0]);
+  } catch (const netconf::HelloError&) {
     session.stream.is_refused = true;
     return session;
   }

@@ -65,7 +65,7 @@ expect 0 ipav check --report /page.html /new.json
 expect 0 test -s /page.html
 expect 0 ipav diff $branch/running.xml $branch/ra-timers-tuned.xml
 has "validate_ipv6_nd_ra_interval"
-expect 0 sh -c 'ipav serve --state /state --once 2>/serve.log &
+expect 0 sh -c 'ipavd --state /state --once 2>/serve.log &
   until grep -q listening /serve.log; do sleep 0.1; done
   ipav commit --to /state/netconf.sock /new.xml && wait'
 has "/new.xml: accepted"
@@ -103,17 +103,19 @@ expect 0 sh -c 'g++ -std=c++17 $(pkg-config --cflags ip_app_validation) \
 expect 0 bash -c 'source /usr/share/bash-completion/completions/ipav &&
   COMP_WORDS=(ipav ex) COMP_CWORD=1 && _ipav && echo "${COMPREPLY[@]}"'
 has "explain"
-expect 0 test -s /usr/share/zsh/vendor-completions/_ipav
-expect 0 test -s /usr/share/fish/vendor_completions.d/ipav.fish
+for script in bash-completion/completions/ipavd zsh/vendor-completions/_ipav{,d} \
+  fish/vendor_completions.d/ipav{,d}.fish; do
+  expect 0 test -s /usr/share/$script
+done
 
 # 5. The manuals are well formed.
-for page in 'ipav.1' 'ip_app_validation.7'; do
+for page in 'ipav.1' 'ipavd.8' 'ip_app_validation.7'; do
   expect 0 sh -c "man --warnings -l /usr/share/man/man${page##*.}/$page* 2>&1 \
     >/dev/null | tee /dev/stderr | grep -q . && exit 1 || exit 0"
 done
 
 # 6. They leave nothing behind.
-expect 0 apt-get purge -qq -y ipav libip-app-validation libip-app-validation-dev
+expect 0 apt-get purge -qq -y ipav ipavd libip-app-validation libip-app-validation-dev
 expect 1 sh -c "find /usr -name '*ip_app_validation*' -o -name '*ipav*' | grep ."
 
 echo "packages: installed, used and removed on a clean Debian 12"

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""`ipav serve` beside Debian's netconfd, with as many interfaces.
+"""`ipavd` beside Debian's netconfd, with as many interfaces.
 
-compare.py IPAV [--sizes 10,100,1000] [--rounds N] [--seconds S]
+compare.py IPAVD [--sizes 10,100,1000] [--rounds N] [--seconds S]
            [--transport ssh|local]
 
 Needs netconfd, and for SSH openssh-server, which nothing else here does:
@@ -75,7 +75,7 @@ def address_of(place, host=1):
 
 
 class Ipav:
-    """ipav serve with the plug-in. What is more than the l3 interfaces that
+    """ipavd with the plug-in. What is more than the l3 interfaces that
     there may be is loopbacks."""
 
     def __init__(self, name, options, folder, keys):
@@ -86,7 +86,7 @@ class Ipav:
         )
         self.state = folder / name
         log = folder / f"{name}.log"
-        self.server = netconf.serve(options.ipav, self.state, log, *more)
+        self.server = netconf.serve(options.ipavd, self.state, log, *more)
 
     def connect(self):
         if not self.keys:
@@ -333,10 +333,10 @@ def scratch(where=None):
 
 def measure(options, size, folder, keys):
     with contextlib.ExitStack() as stack:
-        servers = [Ipav("ipav serve", options, folder, keys)]
+        servers = [Ipav("ipavd", options, folder, keys)]
         stack.callback(servers[-1].stop)
         memory = stack.enter_context(scratch(IN_MEMORY))
-        servers.append(Ipav("ipav serve, no disk", options, memory, keys))
+        servers.append(Ipav("ipavd, no disk", options, memory, keys))
         stack.callback(servers[-1].stop)
         for i, name in enumerate(PEERS):
             servers.append(Netconfd(name, folder / f"netconfd-{i}", keys))
@@ -367,7 +367,7 @@ def main():
     parser = argparse.ArgumentParser(
         description=__doc__, formatter_class=argparse.RawTextHelpFormatter
     )
-    parser.add_argument("ipav")
+    parser.add_argument("ipavd")
     parser.add_argument("--sizes", default="10,100,1000")
     parser.add_argument("--rounds", type=int, default=300)
     parser.add_argument("--seconds", type=float, default=60)

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Clients that edit and commit at once, and a ledger of what must be there.
 
-load.py IPAV [--seconds S] [--commits N] [--clients C] [--interfaces I] ...
+load.py IPAVD [--seconds S] [--commits N] [--clients C] [--interfaces I] ...
 
-Starts `ipav serve` and lets the clients work until both the time is over and
+Starts `ipavd` and lets the clients work until both the time is over and
 the commits are made. Each commits, under the lock of the candidate, changes of
 interfaces of its own, every tenth of them one that a rule must refuse. All of
 these are violations, which end the run with exit status 1:
@@ -188,7 +188,7 @@ class Run:
         )
 
     def start_server(self):
-        self.server = serve(self.options.ipav, self.state, self.log)
+        self.server = serve(self.options.ipavd, self.state, self.log)
 
     def connect(self):
         return connect_unix(self.state / "netconf.sock")
@@ -389,7 +389,7 @@ def parse(arguments):
     parser = argparse.ArgumentParser(
         description=__doc__, formatter_class=argparse.RawTextHelpFormatter
     )
-    parser.add_argument("ipav")
+    parser.add_argument("ipavd")
     parser.add_argument("--seconds", type=float, default=300)
     parser.add_argument("--commits", type=int, default=10000)
     parser.add_argument("--clients", type=int, default=4)

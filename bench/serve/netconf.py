@@ -164,9 +164,9 @@ class Process:
             return self.process.wait()
 
 
-def serve(ipav, state, log, *options):
-    """ipav serve, which accepts clients."""
-    server = Process([ipav, "serve", "--state", str(state), *options], log)
+def serve(ipavd, state, log, *options):
+    """ipavd, which accepts clients."""
+    server = Process([ipavd, "--state", str(state), *options], log)
     server.wait_for_log(
         "listening for SSH on" if "--ssh" in options else "listening on"
     )

@@ -25,7 +25,6 @@ Command AddDiff(CLI::App* app, const Locations& locations);
 Command AddExplain(CLI::App* app, const Locations& locations);
 Command AddConvert(CLI::App* app, const Locations& locations);
 Command AddNew(CLI::App* app, const Locations& locations);
-Command AddServe(CLI::App* app, const Locations& locations);
 Command AddCommit(CLI::App* app, const Locations& locations);
 Command AddCompletion(CLI::App* app, const Locations& locations);
 

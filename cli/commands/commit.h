@@ -1,4 +1,4 @@
-// ipav commit: commits a configuration on a running ipav serve.
+// ipav commit: commits a configuration on a running ipavd.
 #ifndef IPAV_CLI_COMMANDS_COMMIT_H_
 #define IPAV_CLI_COMMANDS_COMMIT_H_
 

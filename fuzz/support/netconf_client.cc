@@ -8,14 +8,14 @@
 
 #include "fuzz/support/finding.h"
 #include "fuzz/support/netconf_reply.h"
-#include "ipavd/transport/framing.h"
-#include "ipavd/transport/hello.h"
 #include "ipavd/transport/request.h"
+#include "netconf/framing.h"
+#include "netconf/hello.h"
 
 namespace ipav::fuzz {
 
-using transport::Deframer;
-using transport::Framing;
+using netconf::Deframer;
+using netconf::Framing;
 
 NetconfClient::NetconfClient() {
   std::array<int, 2> ends{};
@@ -24,7 +24,7 @@ NetconfClient::NetconfClient() {
   end_ = base::FileDescriptor(ends[0]);
   server_end_ = base::FileDescriptor(ends[1]);
   const std::string hello =
-      Frame(Framing::kEndOfMessage, transport::ClientHello());
+      Frame(Framing::kEndOfMessage, netconf::ClientHello());
   Require(send(end_.get(), hello.data(), hello.size(), MSG_NOSIGNAL) ==
               static_cast<ssize_t>(hello.size()),
           "a hello that cannot be sent");
@@ -67,7 +67,7 @@ void NetconfClient::CheckReplies() {
     }
     Require(!deframer.has_part(), "a reply without an end");
     Require(replies <= sent_, "more replies than messages");
-  } catch (const transport::FramingError& error) {
+  } catch (const netconf::FramingError& error) {
     Finding(std::string("replies in no framing: ") + error.what());
   }
 }

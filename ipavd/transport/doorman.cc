@@ -23,8 +23,6 @@
 
 #include "host/base/bytes.h"
 #include "ipavd/transport/authorized_keys.h"
-#include "ipavd/transport/framing.h"
-#include "ipavd/transport/hello.h"
 #include "ipavd/transport/host_key.h"
 #include "ipavd/transport/introduction.h"
 #include "ipavd/transport/listeners.h"
@@ -32,10 +30,16 @@
 #include "ipavd/transport/signals.h"
 #include "ipavd/transport/socket_stream.h"
 #include "ipavd/transport/ssh_stream.h"
+#include "netconf/framing.h"
+#include "netconf/hello.h"
 
 namespace ipav::transport {
 
 namespace {
+
+using netconf::ClientHello;
+using netconf::Frame;
+using netconf::Framing;
 
 using base::FileDescriptor;
 

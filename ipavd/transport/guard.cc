@@ -7,12 +7,18 @@
 #include <limits>
 
 #include "host/base/bytes.h"
-#include "ipavd/transport/hello.h"
 #include "ipavd/transport/request.h"
+#include "netconf/hello.h"
 
 namespace ipav::transport {
 
 namespace {
+
+using netconf::Frame;
+using netconf::Framing;
+using netconf::FramingAfter;
+using netconf::FramingError;
+using netconf::HelloError;
 
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;

@@ -13,8 +13,8 @@
 
 #include "host/base/time_limit.h"
 #include "ipavd/transport/byte_stream.h"
-#include "ipavd/transport/framing.h"
 #include "ipavd/transport/outbox.h"
+#include "netconf/framing.h"
 
 namespace ipav::transport {
 
@@ -53,12 +53,12 @@ class Guard {
   ByteStream& client_;
   ByteStream& server_;
   const Limits limits_;
-  Deframer from_client_;
-  Deframer from_server_;
+  netconf::Deframer from_client_;
+  netconf::Deframer from_server_;
   Outbox to_client_;
   Outbox to_server_;
   // Of what the client gets; known when its hello has come.
-  std::optional<Framing> framing_;
+  std::optional<netconf::Framing> framing_;
   bool has_server_hello_ = false;
   std::size_t unanswered_ = 0;  // messages that the server has
   bool client_ended_ = false;

@@ -11,7 +11,7 @@ void Log(Severity severity, const std::string& text) {
   if (std::getenv("JOURNAL_STREAM") != nullptr) {
     line = "<" + std::to_string(static_cast<int>(severity)) + ">";
   }
-  line += "ipav serve: ";
+  line += "ipavd: ";
   for (const char c : text) {
     const bool is_control = static_cast<unsigned char>(c) < ' ' || c == '\x7f';
     line += is_control ? '?' : c;

@@ -7,11 +7,14 @@
 #include <memory>
 
 #include "ipavd/transport/attributes.h"
-#include "ipavd/transport/framing.h"
+#include "netconf/framing.h"
 
 namespace ipav::transport {
 
 namespace {
+
+using netconf::Frame;
+using netconf::Framing;
 
 constexpr std::string_view kMalformed = "<";
 

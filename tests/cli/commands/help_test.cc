@@ -11,7 +11,7 @@ class HelpTest : public ::testing::TestWithParam<const char*> {};
 INSTANTIATE_TEST_SUITE_P(Commands, HelpTest,
                          ::testing::Values("check", "commit", "completion",
                                            "convert", "diff", "explain", "new",
-                                           "points", "serve", "summarize"),
+                                           "points", "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(HelpTest, HasExamplesAndTheReadmeNamesTheCommand) {
@@ -33,7 +33,7 @@ class CommandNameTest : public CommandTest,
 INSTANTIATE_TEST_SUITE_P(Commands, CommandNameTest,
                          ::testing::Values("check", "commit", "completion",
                                            "convert", "diff", "explain", "new",
-                                           "points", "serve", "summarize"),
+                                           "points", "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(CommandNameTest, IsAFileOrATopicBehindAnotherCommand) {

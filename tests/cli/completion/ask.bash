@@ -3,9 +3,9 @@
 # it has read the script. Words are those of readline: "=" is one of its own.
 source "$1" || exit 1
 shift
-completer=$(complete -p ipav) || exit 1
+completer=$(complete -p "$1") || exit 1
 completer=${completer#*-F }
 COMP_WORDS=("$@")
 COMP_CWORD=$(($# - 1))
-"${completer%% *}" ipav "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
+"${completer%% *}" "$1" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
 printf '%s\n' "${COMPREPLY[@]}"

@@ -5,7 +5,7 @@ zmodload zsh/zpty || exit 1
 script=$1
 shift
 folder=$(mktemp -d)
-cp $script $folder/_ipav
+cp $script $folder/_$1
 
 cat >$folder/asked.zsh <<'Z'
 fpath=($folder $fpath)

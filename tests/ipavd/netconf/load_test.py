@@ -10,7 +10,7 @@ import sys
 import tempfile
 import unittest
 
-from served import IPAV, ROOT
+from served import IPAVD, ROOT
 
 sys.path.insert(0, str(ROOT / "bench/serve"))
 
@@ -25,7 +25,7 @@ class LoadTest(unittest.TestCase):
         self.run_ = None
 
     def make_run(self, *arguments):
-        options = load.parse([IPAV, "--interfaces", "32", *arguments])
+        options = load.parse([IPAVD, "--interfaces", "32", *arguments])
         self.run_ = load.Run(options, self.folder)
         return self.run_
 

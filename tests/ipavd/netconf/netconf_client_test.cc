@@ -76,7 +76,7 @@ class NetconfClientTest : public ::testing::Test {
     const std::string state = folder_ / "state";
     server_ = fork();
     if (server_ == 0) {
-      execl(IPAV_PROGRAM, IPAV_PROGRAM, "serve", "--state", state.c_str(),
+      execl(IPAVD_PROGRAM, IPAVD_PROGRAM, "--state", state.c_str(),
             static_cast<char*>(nullptr));
       _exit(EXIT_FAILURE);
     }

@@ -17,6 +17,7 @@ from ncclient import manager
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 IPAV = os.environ.get("IPAV_PROGRAM", str(ROOT / "build/dev/bin/ipav"))
+IPAVD = os.environ.get("IPAVD_PROGRAM", str(ROOT / "build/dev/bin/ipavd"))
 TEST_PLUGINS = os.environ.get(
     "IPAV_TEST_PLUGINS", str(ROOT / "build/dev/tests/host/plugins"))
 
@@ -73,7 +74,7 @@ def wild_model(folder):
 
 
 class Server:
-    """ipav serve, started, by a program `under` it; ends with the test."""
+    """ipavd, started, by a program `under` it; ends with the test."""
 
     def __init__(self, folder, *options, environment=None, under=()):
         self.folder = pathlib.Path(folder)
@@ -84,7 +85,7 @@ class Server:
             if self.log_file.exists() else 0
         with open(self.log_file, "ab") as log:
             self.process = subprocess.Popen(
-                [*under, IPAV, "serve", "--state", str(folder), *options],
+                [*under, IPAVD, "--state", str(folder), *options],
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                 env={**os.environ, **(environment or {})})
         wanted = "listening for SSH on" if "--ssh" in options \

@@ -8,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from served import IPAV, PATIENCE, RawClient, ServerTest, config, l3
+from served import IPAVD, PATIENCE, RawClient, ServerTest, config, l3
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -17,7 +17,7 @@ class ServiceTest(ServerTest):
     def run_again(self, *options):
         """A second server in the same folder, to its end."""
         return subprocess.run(
-            [IPAV, "serve", "--state", str(self.folder / "state"), *options],
+            [IPAVD, "--state", str(self.folder / "state"), *options],
             capture_output=True, text=True, timeout=PATIENCE)
 
     def test_lets_only_its_owner_use_the_socket(self):
@@ -87,7 +87,7 @@ class ServiceTest(ServerTest):
     def test_outlives_the_reader_of_its_log(self):
         state = self.folder / "state"
         process = subprocess.Popen(
-            [IPAV, "serve", "--state", str(state)], stderr=subprocess.PIPE)
+            [IPAVD, "--state", str(state)], stderr=subprocess.PIPE)
         self.addCleanup(process.wait, PATIENCE)
         self.addCleanup(process.terminate)
         process.stderr.readline()
@@ -103,7 +103,7 @@ class ServiceTest(ServerTest):
 
     def test_keeps_its_files_apart_from_closed_standard_ones(self):
         server = subprocess.Popen(
-            ["/bin/sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh", IPAV, "serve",
+            ["/bin/sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh", IPAVD,
              "--state", str(self.folder / "state")])
         self.addCleanup(server.wait)
         self.addCleanup(server.kill)
@@ -124,7 +124,7 @@ class ServiceTest(ServerTest):
 
     def test_logs_severities_for_journald(self):
         server = self.serve(environment={"JOURNAL_STREAM": "8:1"})
-        self.assertTrue(server.log().startswith("<5>ipav serve: "),
+        self.assertTrue(server.log().startswith("<5>ipavd: "),
                         server.log())
         server.stop()
         self.assertNotIn("<5>", self.serve().log())

@@ -11,7 +11,7 @@ import paramiko
 from ncclient.operations import RPCError
 from ncclient.transport.errors import AuthenticationError, SSHError
 
-from served import HELLO, IPAV, NETCONF, PATIENCE, ServerTest, config, l3
+from served import HELLO, IPAVD, NETCONF, PATIENCE, ServerTest, config, l3
 
 NETWORK = config(l3("a", "10.0.0.0/24"))
 RIGHT = config(l3("a", "10.0.0.1/24"))
@@ -248,7 +248,7 @@ class SshTest(ServerTest):
 
     def test_does_not_start_without_keys(self):
         result = subprocess.run(
-            [IPAV, "serve", "--state", str(self.folder / "state"), "--ssh",
+            [IPAVD, "--state", str(self.folder / "state"), "--ssh",
              "0"], capture_output=True, text=True, timeout=PATIENCE)
         self.assertEqual(result.returncode, 2)
         self.assertIn("authorized_keys: No such file", result.stderr)

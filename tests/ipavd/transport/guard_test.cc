@@ -13,11 +13,15 @@
 #include <utility>
 
 #include "host/base/file_descriptor.h"
-#include "ipavd/transport/hello.h"
 #include "ipavd/transport/socket_stream.h"
+#include "netconf/hello.h"
 
 namespace ipav::transport {
 namespace {
+
+using netconf::ClientHello;
+using netconf::Frame;
+using netconf::Framing;
 
 using base::FileDescriptor;
 using std::chrono::milliseconds;

@@ -5,10 +5,13 @@
 #include <cstddef>
 #include <string>
 
-#include "ipavd/transport/framing.h"
+#include "netconf/framing.h"
 
 namespace ipav::transport {
 namespace {
+
+using netconf::Frame;
+using netconf::Framing;
 
 class RequestTest : public ::testing::TestWithParam<const char*> {};
 

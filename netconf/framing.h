@@ -1,7 +1,7 @@
 // Messages out of a stream of bytes and back, as RFC 6242 frames them, whatever
 // the stream is carried by.
-#ifndef IPAV_SERVER_TRANSPORT_FRAMING_H_
-#define IPAV_SERVER_TRANSPORT_FRAMING_H_
+#ifndef IPAV_NETCONF_FRAMING_H_
+#define IPAV_NETCONF_FRAMING_H_
 
 #include <cstddef>
 #include <optional>
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace ipav::transport {
+namespace ipav::netconf {
 
 enum class Framing {
   kEndOfMessage,  // NETCONF 1.0, and every hello: "]]>]]>" behind a message
@@ -68,6 +68,6 @@ class Deframer {
   bool is_whole_ = false;       // the end of chunks came
 };
 
-}  // namespace ipav::transport
+}  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_TRANSPORT_FRAMING_H_
+#endif  // IPAV_NETCONF_FRAMING_H_

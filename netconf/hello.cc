@@ -1,4 +1,4 @@
-#include "ipavd/transport/hello.h"
+#include "netconf/hello.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -7,7 +7,7 @@
 #include <memory>
 #include <set>
 
-namespace ipav::transport {
+namespace ipav::netconf {
 
 namespace {
 
@@ -85,4 +85,4 @@ std::string ClientHello() {
          "</capability></capabilities></hello>";
 }
 
-}  // namespace ipav::transport
+}  // namespace ipav::netconf

@@ -1,4 +1,4 @@
-#include "ipavd/transport/framing.h"
+#include "netconf/framing.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-namespace ipav::transport {
+namespace ipav::netconf {
 
 namespace {
 
@@ -123,4 +123,4 @@ bool Deframer::ReadHeader() {
   return true;
 }
 
-}  // namespace ipav::transport
+}  // namespace ipav::netconf

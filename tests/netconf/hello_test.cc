@@ -1,10 +1,10 @@
-#include "ipavd/transport/hello.h"
+#include "netconf/hello.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace ipav::transport {
+namespace ipav::netconf {
 namespace {
 
 constexpr char kBase10[] =
@@ -68,4 +68,4 @@ TEST(HelloTest, WithEntitiesIsRefused) {
 }
 
 }  // namespace
-}  // namespace ipav::transport
+}  // namespace ipav::netconf

@@ -1,4 +1,4 @@
-#include "ipavd/transport/framing.h"
+#include "netconf/framing.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace ipav::transport {
+namespace ipav::netconf {
 namespace {
 
 constexpr std::size_t kMax = 100;
@@ -119,4 +119,4 @@ TEST(FramingTest, RefusesAMessageWithoutAnEndOnceItIsTooLarge) {
 }
 
 }  // namespace
-}  // namespace ipav::transport
+}  // namespace ipav::netconf

@@ -1,4 +1,4 @@
-#include "cli/commands/serve.h"
+#include "ipavd/serve.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,7 +15,7 @@
 #include "ipavd/transport/notify.h"
 #include "ipavd/transport/signals.h"
 
-namespace ipav::cli {
+namespace ipav::server {
 
 namespace {
 
@@ -51,7 +51,7 @@ void FillStandardFiles() {
 
 }  // namespace
 
-ExitStatus Serve(const Locations& locations, const ServeOptions& options) {
+void Serve(const ServeOptions& options) {
   FillStandardFiles();
   // 1. The doors, before there is anything that their process could inherit.
   store::StateFolder folder(options.state);
@@ -61,13 +61,13 @@ ExitStatus Serve(const Locations& locations, const ServeOptions& options) {
   const transport::Signals signals({SIGTERM, SIGINT, SIGHUP, SIGCHLD, SIGPIPE});
 
   // 2. The datastores: who connects meanwhile, waits.
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
-  const store::CommitGate gate(model, {locations.plugin, options.time_limit});
+  const datastore::Model model(options.yang_dir, options.yang_extension);
+  const store::CommitGate gate(model, {options.plugin, options.time_limit});
   store::Datastores datastores(gate, &folder);
 
   // 3. Sessions, to the end.
   netconf::Server server(
-      model, {locations.netconf_yang_dir, options.max_sessions, options.once},
+      model, {options.netconf_yang_dir, options.max_sessions, options.once},
       &datastores, &doorman);
   Log(Severity::kNotice, "listening on " + options.state + "/netconf.sock");
   if (!doorman.ssh_name().empty()) {
@@ -77,7 +77,6 @@ ExitStatus Serve(const Locations& locations, const ServeOptions& options) {
   server.Run(signals);
   transport::Notify("STOPPING=1");
   Log(Severity::kNotice, "ended");
-  return kAccepted;
 }
 
-}  // namespace ipav::cli
+}  // namespace ipav::server

@@ -1,14 +1,14 @@
 // The hello of a NETCONF client (RFC 6241, section 8.1).
-#ifndef IPAV_SERVER_TRANSPORT_HELLO_H_
-#define IPAV_SERVER_TRANSPORT_HELLO_H_
+#ifndef IPAV_NETCONF_HELLO_H_
+#define IPAV_NETCONF_HELLO_H_
 
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "ipavd/transport/framing.h"
+#include "netconf/framing.h"
 
-namespace ipav::transport {
+namespace ipav::netconf {
 
 class HelloError : public std::runtime_error {
  public:
@@ -22,6 +22,6 @@ Framing FramingAfter(std::string_view hello);
 // A hello of a client of NETCONF 1.1.
 std::string ClientHello();
 
-}  // namespace ipav::transport
+}  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_TRANSPORT_HELLO_H_
+#endif  // IPAV_NETCONF_HELLO_H_

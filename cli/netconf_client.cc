@@ -10,10 +10,10 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
+#include "host/base/c_ptr.h"
 #include "netconf/hello.h"
 
 namespace ipav::cli {
@@ -28,10 +28,7 @@ constexpr char kNamespace[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
 // An answer to what this client asks is short.
 constexpr std::size_t kMaxReply = std::size_t{1} << 20;
 
-struct DocumentDeleter {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
+using Document = base::CPtr<xmlDoc, xmlFreeDoc>;
 
 std::string_view Text(const xmlChar* text) {
   return text == nullptr ? "" : reinterpret_cast<const char*>(text);

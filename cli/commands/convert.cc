@@ -2,20 +2,15 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <stdexcept>
 
 #include "cli/report/output_file.h"
+#include "host/base/c_ptr.h"
 #include "host/datastore/model.h"
 
 namespace ipav::cli {
 
 namespace {
-
-struct FreeDeleter {
-  void operator()(char* text) const { std::free(text); }
-};
 
 LYD_FORMAT TargetOf(const ConvertOptions& options, LYD_FORMAT source) {
   if (options.to.empty()) return source == LYD_XML ? LYD_JSON : LYD_XML;
@@ -26,7 +21,7 @@ std::string Print(const lyd_node* node, LYD_FORMAT format,
                   std::uint32_t options) {
   char* printed = nullptr;
   const LY_ERR error = lyd_print_mem(&printed, node, format, options);
-  const std::unique_ptr<char, FreeDeleter> owned(printed);
+  const base::CText owned(printed);
   if (error != LY_SUCCESS) {
     throw std::runtime_error("the configuration cannot be printed");
   }

@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "host/base/utf8.h"
 #include "host/commit/plan.h"
 #include "host/confd/path.h"
 #include "host/datastore/diff.h"
@@ -109,12 +110,10 @@ char SignOf(const Change& change) {
 // A value as it stands on its line; in quotes where it would not be seen whole,
 // or would be more than text to a terminal.
 std::string Printable(const std::string& value) {
-  const bool is_plain =
-      !value.empty() && value.front() != ' ' && value.back() != ' ' &&
-      value.front() != '"' &&
-      std::none_of(value.begin(), value.end(),
-                   [](unsigned char c) { return c < ' ' || c == 0x7f; });
-  return is_plain ? value : ordered_json(value).dump();
+  const bool is_plain = !value.empty() && value.front() != ' ' &&
+                        value.back() != ' ' && value.front() != '"' &&
+                        base::IsPrintable(value);
+  return is_plain ? value : base::Quoted(value);
 }
 
 std::string ValueText(const lyd_node& leaf) {

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "cli/report/device_html.h"
@@ -14,6 +13,7 @@
 #include "cli/report/html_text.h"
 #include "cli/report/output_file.h"
 #include "cli/report/writer.h"
+#include "host/base/c_ptr.h"
 
 namespace ipav::cli::report {
 
@@ -36,16 +36,10 @@ class HtmlWriter : public Writer {
   void End() override;
 
  private:
-  struct FileCloser {
-    void operator()(std::FILE* file) const {
-      static_cast<void>(std::fclose(file));
-    }
-  };
-
   Html Head() const;
 
   OutputFile output_;
-  std::unique_ptr<std::FILE, FileCloser> sections_;
+  base::CPtr<std::FILE, std::fclose> sections_;
   Html list_;  // rows
   std::size_t devices_ = 0;
   std::size_t by_status_[4] = {0, 0, 0, 0};

@@ -2,57 +2,11 @@
 
 #include <fmt/core.h>
 
-#include <cstdint>
+#include "host/base/utf8.h"
 
 namespace ipav::cli::report {
 
 namespace {
-
-constexpr char kReplacement[] = "\xef\xbf\xbd";  // U+FFFD
-
-struct Character {
-  char32_t number = 0;
-  std::size_t size = 0;  // 0: the text begins with no UTF-8
-};
-
-std::uint8_t ByteAt(std::string_view text, std::size_t place) {
-  return static_cast<std::uint8_t>(text[place]);
-}
-
-// What the first byte of a character tells: its size and bits of its number.
-Character Begin(std::uint8_t byte) {
-  if (byte < 0x80) return {byte, 1};
-  if (byte >= 0xc2 && byte < 0xe0) return {byte & 0x1fU, 2};
-  if (byte >= 0xe0 && byte < 0xf0) return {byte & 0x0fU, 3};
-  if (byte >= 0xf0 && byte < 0xf5) return {byte & 0x07U, 4};
-  return {};
-}
-
-// In its shortest form, no half of a UTF-16 pair, and none behind the last one
-// (RFC 3629).
-bool IsNumberOfSize(char32_t number, std::size_t size) {
-  if (size == 3) return number >= 0x800 && (number & ~0x7ffU) != 0xd800;
-  if (size == 4) return number >= 0x10000 && number <= 0x10ffff;
-  return true;
-}
-
-Character FirstCharacter(std::string_view text) {
-  Character character = Begin(ByteAt(text, 0));
-  if (character.size > text.size()) return {};
-  for (std::size_t i = 1; i < character.size; ++i) {
-    const std::uint8_t byte = ByteAt(text, i);
-    if ((byte & 0xc0U) != 0x80) return {};
-    character.number = character.number << 6U | (byte & 0x3fU);
-  }
-  return IsNumberOfSize(character.number, character.size) ? character
-                                                          : Character();
-}
-
-bool TurnsDirection(char32_t number) {
-  return number == 0x061c || number == 0x200e || number == 0x200f ||
-         (number >= 0x202a && number <= 0x202e) ||
-         (number >= 0x2066 && number <= 0x2069);
-}
 
 // U+0080 to U+009F are controls without a symbol; U+FFFE and U+FFFF are in no
 // text.
@@ -87,10 +41,10 @@ std::string Replacement(char32_t number) {
       break;
   }
   if (number < 0x20 || number == 0x7f) return SymbolOfControl(number);
-  if (TurnsDirection(number)) {
+  if (base::ChangesDirection(number)) {
     return fmt::format("[U+{:04X}]", static_cast<unsigned>(number));
   }
-  return IsUnshowable(number) ? kReplacement : "";
+  return IsUnshowable(number) ? base::kReplacementCharacter : "";
 }
 
 }  // namespace
@@ -99,11 +53,11 @@ std::string Escaped(std::string_view text) {
   std::string escaped;
   escaped.reserve(text.size());
   while (!text.empty()) {
-    const Character character = FirstCharacter(text);
-    const std::size_t size = character.size == 0 ? 1 : character.size;
-    const std::string replacement = character.size == 0
-                                        ? std::string(kReplacement)
-                                        : Replacement(character.number);
+    const base::Utf8Character character = base::FirstCharacter(text);
+    const std::size_t size = character.size;
+    const std::string replacement = character.is_valid
+                                        ? Replacement(character.number)
+                                        : base::kReplacementCharacter;
     if (replacement.empty()) {
       escaped += text.substr(0, size);
     } else {
@@ -115,8 +69,7 @@ std::string Escaped(std::string_view text) {
 }
 
 std::size_t CharacterSize(std::string_view text) {
-  const std::size_t size = FirstCharacter(text).size;
-  return size == 0 ? 1 : size;
+  return base::FirstCharacter(text).size;
 }
 
 std::string Count(std::size_t number, const char* one, const char* many) {

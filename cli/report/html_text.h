@@ -45,8 +45,8 @@ class Html {
 // their numbers, bytes that are no UTF-8 by U+FFFD.
 std::string Escaped(std::string_view text);
 
-// Bytes of the character that a non-empty text begins with; 1 where it begins
-// with a byte that is no UTF-8.
+// Bytes of the character that a non-empty text begins with; where they are
+// not UTF-8, those that are replaced as one.
 std::size_t CharacterSize(std::string_view text);
 
 // "1 prefix", "3 prefixes".

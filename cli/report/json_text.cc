@@ -1,6 +1,7 @@
 #include "cli/report/json_text.h"
 
 #include "host/base/bytes.h"
+#include "host/base/utf8.h"
 
 namespace ipav::cli::report {
 

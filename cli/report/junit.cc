@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cli/report/finding_text.h"
-#include "host/base/bytes.h"
+#include "host/base/utf8.h"
 
 namespace ipav::cli::report {
 
@@ -168,10 +168,6 @@ int WriteTo(void* out, const char* text, int size) {
 }
 
 }  // namespace
-
-void JunitWriter::Deleter::operator()(xmlTextWriter* xml) const {
-  xmlFreeTextWriter(xml);
-}
 
 JunitWriter::JunitWriter(std::FILE* out)
     : xml_(xmlNewTextWriter(

@@ -6,9 +6,9 @@
 #include <libxml/xmlwriter.h>
 
 #include <cstdio>
-#include <memory>
 
 #include "cli/report/writer.h"
+#include "host/base/c_ptr.h"
 
 namespace ipav::cli::report {
 
@@ -20,10 +20,7 @@ class JunitWriter : public Writer {
   void End() override;
 
  private:
-  struct Deleter {
-    void operator()(xmlTextWriter* xml) const;
-  };
-  std::unique_ptr<xmlTextWriter, Deleter> xml_;
+  base::CPtr<xmlTextWriter, xmlFreeTextWriter> xml_;
 };
 
 }  // namespace ipav::cli::report

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -13,6 +12,8 @@
 
 #include "cli/report/finding_text.h"
 #include "host/base/bytes.h"
+#include "host/base/c_ptr.h"
+#include "host/base/utf8.h"
 
 namespace ipav::cli::report {
 
@@ -47,12 +48,12 @@ Json Message(const std::string& text) {
   return {{"text", escaped}};
 }
 
+// xmlFree is a macro or a variable.
+void FreeXmlText(xmlChar* text) { xmlFree(text); }
+
 // A file name as a URI reference: relative names stay relative.
 std::string UriOf(const std::string& file) {
-  struct Free {
-    void operator()(xmlChar* text) const { xmlFree(text); }
-  };
-  const std::unique_ptr<xmlChar, Free> escaped(
+  const base::CPtr<xmlChar, FreeXmlText> escaped(
       xmlURIEscapeStr(reinterpret_cast<const xmlChar*>(file.c_str()),
                       reinterpret_cast<const xmlChar*>("/")));
   if (escaped == nullptr) throw std::bad_alloc();
@@ -68,11 +69,7 @@ std::size_t PlaceOfCharacter(const std::string& text, std::size_t number) {
   std::size_t place = 0;
   while (place < text.size() && number > 0) {
     ++place;
-    const auto is_continued = [&] {
-      return place < text.size() &&
-             (static_cast<unsigned char>(text[place]) & 0xc0U) == 0x80U;
-    };
-    while (is_continued()) ++place;
+    while (place < text.size() && base::IsContinuation(text[place])) ++place;
     --number;
   }
   return place;

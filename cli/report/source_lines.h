@@ -19,10 +19,6 @@ struct ShownLine {
 // What is left out of a long line is shown as "...".
 ShownLine ShowLine(const messages::Place& place);
 
-// The text with each control character, and each that turns the direction of
-// writing, as an escape like \x1b.
-std::string Harmless(const std::string& text);
-
 }  // namespace ipav::cli::report
 
 #endif  // IPAV_CLI_REPORT_SOURCE_LINES_H_

@@ -13,6 +13,7 @@
 
 #include "cli/report/finding_text.h"
 #include "cli/report/source_lines.h"
+#include "host/base/utf8.h"
 #include "host/commit/commit.h"
 #include "messages/finder.h"
 #include "messages/finding.h"
@@ -140,17 +141,18 @@ class Printer {
 
   void PrintFinding(const Finding& finding) const {
     for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
-    if (!finding.note.empty()) Print("  note: {}\n", Harmless(finding.note));
+    if (!finding.note.empty())
+      Print("  note: {}\n", base::Printable(finding.note));
     if (finding.rule.empty()) return;
     Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
           finding.anchor);
   }
 
   void PrintCulprit(const Culprit& culprit) const {
-    const std::string role = Harmless(culprit.role);
+    const std::string role = base::Printable(culprit.role);
     const char* novelty = WordOf(culprit.novelty);
     if (!culprit.place) {
-      Print("  {}: {}, {}\n", Harmless(culprit.path), role, novelty);
+      Print("  {}: {}, {}\n", base::Printable(culprit.path), role, novelty);
       return;
     }
     const Place& place = *culprit.place;

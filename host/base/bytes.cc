@@ -1,32 +1,13 @@
 #include "host/base/bytes.h"
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace ipav::base {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr int kHexBase = 16;
-constexpr unsigned char kDelete = 0x7f;
-constexpr char kReplacement[] = "\xef\xbf\xbd";  // U+FFFD
-
-// Control characters but tab and line end; a carriage return would be read back
-// as a line end.
-bool IsControl(unsigned char c) {
-  return (c < ' ' && c != '\t' && c != '\n') || c == kDelete;
-}
-
-// U+FFFE and U+FFFF are characters of Unicode, but not of XML.
-constexpr std::size_t kNoncharacterSize = 3;
-
-bool IsNoncharacter(const std::string& text, std::size_t place) {
-  return text.compare(place, kNoncharacterSize, "\xef\xbf\xbe") == 0 ||
-         text.compare(place, kNoncharacterSize, "\xef\xbf\xbf") == 0;
-}
 
 std::string HexDigits(unsigned char byte) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -34,29 +15,6 @@ std::string HexDigits(unsigned char byte) {
 }
 
 }  // namespace
-
-std::string ToUtf8(const std::string& bytes) {
-  const std::string quoted =
-      json(bytes).dump(-1, ' ', false, json::error_handler_t::replace);
-  return json::parse(quoted).get<std::string>();
-}
-
-std::string ToXmlText(const std::string& bytes) {
-  const std::string utf8 = ToUtf8(bytes);
-  std::string text;
-  for (std::size_t place = 0; place < utf8.size();) {
-    const auto byte = static_cast<unsigned char>(utf8[place]);
-    if (IsNoncharacter(utf8, place)) {
-      text += kReplacement;
-      place += kNoncharacterSize;
-    } else {
-      text += IsControl(byte) ? "\\x" + HexDigits(byte)
-                              : std::string(1, utf8[place]);
-      ++place;
-    }
-  }
-  return text;
-}
 
 std::string ToHex(const std::string& bytes) {
   std::string hex;

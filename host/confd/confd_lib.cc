@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/utf8.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
@@ -132,7 +133,7 @@ int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
 
   const std::string text = ipav::confd::PrintValue(*v);
   ipav::confd::CallTrace trace(__func__);
-  if (trace.is_on()) trace.set_answer(ipav::confd::Quoted(text));
+  if (trace.is_on()) trace.set_answer(ipav::base::Quoted(text));
   trace.End();
   if (bufsiz > 0) {
     const std::size_t room = static_cast<std::size_t>(bufsiz) - 1;

@@ -5,14 +5,15 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
+#include "host/base/utf8.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
 #include "host/confd/read.h"
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
 #include "host/confd/value.h"
+#include "host/datastore/libyang_ptr.h"
 
 namespace ipav::confd {
 
@@ -61,14 +62,10 @@ std::string StringValue(const ly_set& nodes) {
   return text == nullptr ? "" : text;
 }
 
-struct SetDeleter {
-  void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
-};
-
 std::string EvaluateXPath(const lyd_node& context, const char* expression) {
   ly_set* result = nullptr;
   const LY_ERR error = lyd_find_xpath(&context, expression, &result);
-  const std::unique_ptr<ly_set, SetDeleter> nodes(result);
+  const datastore::NodeSet nodes(result);
   if (error != LY_SUCCESS || nodes == nullptr) {
     throw ConfdError(CONFD_ERR_XPATH,
                      std::string("not an XPath of nodes: ") + expression);
@@ -314,7 +311,7 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
   });
   va_end(args);
   if (trace.is_on() && *res != nullptr) {
-    trace.set_answer(confd::Quoted(*res));
+    trace.set_answer(ipav::base::Quoted(*res));
   }
   return trace.End(result);
 }

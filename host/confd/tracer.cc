@@ -1,8 +1,6 @@
 #include "host/confd/tracer.h"
 
-#include <algorithm>
-#include <cstdio>
-
+#include "host/base/utf8.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
 #include "host/confd/value.h"
@@ -12,39 +10,6 @@ namespace ipav::confd {
 namespace {
 
 Tracer* g_tracer = nullptr;
-
-bool IsPrintable(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= ' ' && byte != 0x7f;
-}
-
-bool IsPlain(char c) { return IsPrintable(c) && c != '"' && c != '\\'; }
-
-std::string Escaped(char c) {
-  switch (c) {
-    case '"':
-    case '\\':
-      return {'\\', c};
-    case '\n':
-      return "\\n";
-    case '\t':
-      return "\\t";
-    default:
-      break;
-  }
-  if (IsPrintable(c)) return std::string(1, c);
-  char text[5];
-  static_cast<void>(std::snprintf(text, sizeof(text), "\\x%02x",
-                                  static_cast<unsigned char>(c)));
-  return text;
-}
-
-std::string EscapedAll(const std::string& text) {
-  if (std::all_of(text.begin(), text.end(), IsPlain)) return text;
-  std::string result;
-  for (const char c : text) result += Escaped(c);
-  return result;
-}
 
 // The path itself, or its format where that is refused.
 std::string PathText(const char* format, va_list args) {
@@ -79,17 +44,16 @@ void TraceSpan::End(const std::string& answer) {
 void CallTrace::BeginWithPath(const char* call, const char* format,
                               va_list args, const char* first) {
   std::string arguments;
-  if (first != nullptr) arguments = Quoted(first) + ", ";
+  if (first != nullptr) arguments = base::Quoted(first) + ", ";
   // Without quotes: it has its own where a key needs them.
   const std::string path = PathText(format, args);
-  const bool is_plain = std::all_of(path.begin(), path.end(), IsPrintable);
-  arguments += is_plain ? path : Quoted(path);
+  arguments += base::IsPrintable(path) ? path : base::Quoted(path);
   span_.Begin(std::string(call) + "(" + arguments + ")");
 }
 
 void CallTrace::BeginWithText(const char* call, const char* text) {
   span_.Begin(std::string(call) + "(" +
-              (text == nullptr ? "null" : Quoted(text)) + ")");
+              (text == nullptr ? "null" : base::Quoted(text)) + ")");
 }
 
 void CallTrace::BeginWithNumber(const char* call, long long number) {
@@ -99,19 +63,15 @@ void CallTrace::BeginWithNumber(const char* call, long long number) {
 void CallTrace::EndWithResult(int result) {
   if (result == CONFD_ERR) {
     span_.End("error " + std::to_string(confd_errno) + ", " +
-              EscapedAll(confd_lasterr()));
+              base::Escaped(confd_lasterr()));
   } else {
     span_.End(answer_.empty() ? std::to_string(result) : answer_);
   }
 }
 
-std::string Quoted(const std::string& text) {
-  return '"' + EscapedAll(text) + '"';
-}
-
 std::string TraceText(const confd_value_t& value) {
   const std::string text = PrintValue(value);
-  if (value.type == C_BUF || value.type == C_STR) return Quoted(text);
+  if (value.type == C_BUF || value.type == C_STR) return base::Quoted(text);
   return text.empty() ? "(empty)" : text;
 }
 

@@ -89,9 +89,6 @@ class CallTrace {
   std::string answer_;
 };
 
-// A text in quotes, on one line and of printable characters alone.
-std::string Quoted(const std::string& text);
-
 // A value as a trace shows it: a text in quotes.
 std::string TraceText(const confd_value_t& value);
 

@@ -223,7 +223,7 @@ Keypath KeypathOf(const datastore::Model& model, const lyd_node* parent,
   return keypath;
 }
 
-void KeypathDeleter::operator()(confd_hkeypath_t* keypath) const {
+void FreeKeypath(confd_hkeypath_t* keypath) {
   for (int i = 0; i < keypath->len; ++i) {
     for (confd_value_t* key = keypath->v[i]; key->type != C_NOEXISTS; ++key) {
       confd_free_value(key);

@@ -5,9 +5,9 @@
 #include <confd_lib.h>
 #include <libyang/libyang.h>
 
-#include <memory>
 #include <string>
 
+#include "host/base/c_ptr.h"
 #include "host/datastore/model.h"
 
 namespace ipav::confd {
@@ -45,10 +45,8 @@ std::string PrintValue(const confd_value_t& value);
 // A value that nobody holds; what it held must have been freed or given away.
 confd_value_t NoValue();
 
-struct KeypathDeleter {
-  void operator()(confd_hkeypath_t* keypath) const;
-};
-using Keypath = std::unique_ptr<confd_hkeypath_t, KeypathDeleter>;
+void FreeKeypath(confd_hkeypath_t* keypath);
+using Keypath = base::CPtr<confd_hkeypath_t, FreeKeypath>;
 
 // Key path of a data node; of a node that has no instance below that parent
 // (null: the root). Throws ConfdError when it is too deep.

@@ -6,7 +6,6 @@
 #include <libyang/libyang.h>
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 #include "host/datastore/input_error.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/input_text.h"
+#include "host/datastore/libyang_ptr.h"
 #include "host/datastore/model.h"
 
 namespace ipav::datastore {
@@ -77,10 +77,6 @@ class DataTree {
                                        const lysc_node& list) const;
 
  private:
-  struct TreeDeleter {
-    void operator()(lyd_node* tree) const { lyd_free_all(tree); }
-  };
-
   // The entries of one large list by the hash of their keys.
   using ListIndex = std::unordered_multimap<std::size_t, const lyd_node*>;
 
@@ -101,7 +97,7 @@ class DataTree {
 
   const Model* model_;
   LYD_FORMAT format_ = LYD_UNKNOWN;
-  std::unique_ptr<lyd_node, TreeDeleter> tree_;
+  Nodes tree_;
   mutable const lyd_node* last_entry_ = nullptr;  // that was found by its keys
   // Made when a list is first looked into by key; by its first entry.
   mutable std::unordered_map<const lyd_node*, ListIndex> indexes_;

@@ -1,14 +1,11 @@
 #include "host/datastore/input_text.h"
 
-#include <iconv.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
+#include "host/base/utf8.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/input_file.h"
 
@@ -40,37 +37,6 @@ LYD_FORMAT FormatOf(const std::string& text, std::size_t start,
   throw InputError(path, LinesBefore(text, start) + 1, "neither XML nor JSON");
 }
 
-// Whether these are ASCII without control characters but tab and line ends, as
-// nearly all of every text is.
-bool ArePlain(const char* begin, const char* end) {
-  // In bytes and without a branch, so that the compiler takes many at a time.
-  std::uint8_t odd = 0;
-  for (; begin != end; ++begin) {
-    const auto c = static_cast<std::uint8_t>(*begin);
-    const auto no_text = static_cast<std::uint8_t>(
-        static_cast<std::uint8_t>(c - ' ') >= 0x80 - ' ');
-    const auto no_blank =
-        static_cast<std::uint8_t>(c != '\n' && c != '\t' && c != '\r');
-    odd |= static_cast<std::uint8_t>(no_text & no_blank);
-  }
-  return odd == 0;
-}
-
-// The first place from `place` on that is not plain; the text's size where
-// there is none.
-std::size_t NextOddity(const std::string& text, std::size_t place) {
-  constexpr std::size_t kBlock = 256;
-  const char* data = text.data();
-  while (place + kBlock <= text.size() &&
-         ArePlain(data + place, data + place + kBlock)) {
-    place += kBlock;
-  }
-  while (place < text.size() && ArePlain(data + place, data + place + 1)) {
-    ++place;
-  }
-  return place;
-}
-
 // libyang takes NUL for the end of the text and would drop what follows.
 void RefuseNul(const std::string& text, const std::string& path) {
   const std::size_t nul = text.find('\0');
@@ -78,28 +44,8 @@ void RefuseNul(const std::string& text, const std::string& path) {
   throw InputError(path, LinesBefore(text, nul) + 1, "contains a NUL byte");
 }
 
-// Where the text is no UTF-8 (RFC 3629); its size when it is.
-std::size_t EndOfUtf8(const std::string& text) {
-  const std::size_t start = NextOddity(text, 0);
-  if (start == text.size()) return start;
-  iconv_t conversion = iconv_open("UTF-32LE", "UTF-8");
-  std::vector<char> scratch(65536);
-  char* in = const_cast<char*>(text.data()) + start;  // not written to
-  std::size_t in_left = text.size() - start;
-  bool more = true;
-  while (more && in_left > 0) {
-    char* out = scratch.data();
-    std::size_t out_left = scratch.size();
-    const std::size_t result =
-        iconv(conversion, &in, &in_left, &out, &out_left);
-    more = result != static_cast<std::size_t>(-1) || errno == E2BIG;
-  }
-  iconv_close(conversion);
-  return text.size() - in_left;
-}
-
 void RefuseOtherEncodings(const std::string& text, const std::string& path) {
-  const std::size_t end = EndOfUtf8(text);
+  const std::size_t end = base::ValidUtf8Size(text);
   if (end == text.size()) return;
   throw InputError(path, LinesBefore(text, end) + 1, "is not UTF-8");
 }

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
 
+#include "host/base/c_ptr.h"
 #include "host/datastore/input_error.h"
 
 namespace ipav::datastore {
@@ -54,11 +54,7 @@ class XmlListener {
   const xmlError* error() const { return xmlCtxtGetLastError(parser_.get()); }
 
  private:
-  struct Deleter {
-    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
-  };
-
-  std::unique_ptr<xmlParserCtxt, Deleter> parser_;
+  base::CPtr<xmlParserCtxt, xmlFreeParserCtxt> parser_;
 };
 
 }  // namespace

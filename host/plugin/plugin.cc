@@ -1,7 +1,5 @@
 #include "host/plugin/plugin.h"
 
-#include <dlfcn.h>
-
 #include <filesystem>
 
 namespace ipav::plugin {
@@ -17,8 +15,6 @@ void* Open(const std::string& path) {
 }
 
 }  // namespace
-
-void Plugin::Closer::operator()(void* handle) const { dlclose(handle); }
 
 Plugin::Plugin(const std::string& path) : path_(path), handle_(Open(path)) {
   if (handle_ == nullptr) throw PluginError(dlerror());

@@ -4,12 +4,14 @@
 #define IPAV_HOST_PLUGIN_PLUGIN_H_
 
 #include <confd_lib.h>
+#include <dlfcn.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <stdexcept>
 #include <string>
+
+#include "host/base/c_ptr.h"
 
 namespace ipav::plugin {
 
@@ -37,15 +39,11 @@ class Plugin {
   std::int32_t Finish(void** context) const { return finish_(context); }
 
  private:
-  struct Closer {
-    void operator()(void* handle) const;
-  };
-
   template <typename Function>
   Function* Find(const char* name) const;
 
   std::string path_;
-  std::unique_ptr<void, Closer> handle_;
+  base::CPtr<void, dlclose> handle_;
   std::int32_t (*init_)(void**);
   std::int32_t (*get_validation_point_)(char*, std::size_t);
   std::int32_t (*validate_)(confd_trans_ctx*, confd_hkeypath_t*,

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/utf8.h"
 #include "host/datastore/data_tree.h"
 #include "host/source/source_tree.h"
 
@@ -23,18 +24,9 @@ constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 constexpr std::size_t kLongLine = 1024;
 constexpr std::size_t kShownAround = 256;
 
-bool IsCharacterStart(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
-}
-
-std::size_t CountCharacters(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), IsCharacterStart));
-}
-
 // The place, moved to the nearest start of a character in front of it.
 std::size_t AtCharacter(std::string_view text, std::size_t at) {
-  while (at > 0 && at < text.size() && !IsCharacterStart(text[at])) --at;
+  while (at > 0 && at < text.size() && base::IsContinuation(text[at])) --at;
   return at;
 }
 
@@ -61,7 +53,7 @@ class Lines {
     mark.line = static_cast<std::size_t>(next - begins_.begin());
     mark.column = CharactersTo(begin, span.begin) + 1;
     span.end = std::max(std::min(span.end, line.end), span.begin);
-    mark.length = std::max<std::size_t>(CountCharacters(TextOf(span)), 1);
+    mark.length = std::max<std::size_t>(base::CountCharacters(TextOf(span)), 1);
     Show(line, span, &mark);
     return mark;
   }
@@ -79,7 +71,7 @@ class Lines {
       counted_to_ = line;
       count_ = 0;
     }
-    count_ += CountCharacters(TextOf({counted_to_, place}));
+    count_ += base::CountCharacters(TextOf({counted_to_, place}));
     counted_to_ = place;
     return count_;
   }
@@ -92,8 +84,8 @@ class Lines {
       if (span.begin - line.begin > kShownAround) {
         line.begin = AtCharacter(text_, span.begin - kShownAround);
       }
-      mark->skipped =
-          mark->column - 1 - CountCharacters(TextOf({line.begin, span.begin}));
+      mark->skipped = mark->column - 1 -
+                      base::CountCharacters(TextOf({line.begin, span.begin}));
     }
     mark->source_line = TextOf(line);
   }

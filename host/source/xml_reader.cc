@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "host/base/c_ptr.h"
 #include "host/source/source_tree.h"
 
 namespace ipav::source {
@@ -92,10 +92,9 @@ class XmlReader {
     handler.cdataBlock = Characters;
     handler.internalSubset = RefuseDoctype;
     handler.serror = [](void*, xmlErrorPtr) {};  // the tree ends there
-    const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> context(
+    const base::CPtr<xmlParserCtxt, xmlFreeParserCtxt> context(
         xmlCreateIOParserCtxt(&handler, this, Give, nullptr, this,
-                              XML_CHAR_ENCODING_NONE),
-        xmlFreeParserCtxt);
+                              XML_CHAR_ENCODING_NONE));
     if (context == nullptr) return;
     context_ = context.get();
     xmlCtxtUseOptions(context_,

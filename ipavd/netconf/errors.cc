@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "host/base/bytes.h"
+#include "host/base/utf8.h"
 
 namespace ipav::netconf {
 

@@ -21,7 +21,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/base/bytes.h"
+#include "host/base/utf8.h"
 #include "ipavd/transport/authorized_keys.h"
 #include "ipavd/transport/host_key.h"
 #include "ipavd/transport/introduction.h"

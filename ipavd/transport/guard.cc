@@ -6,7 +6,7 @@
 #include <array>
 #include <limits>
 
-#include "host/base/bytes.h"
+#include "host/base/utf8.h"
 #include "ipavd/transport/request.h"
 #include "netconf/hello.h"
 

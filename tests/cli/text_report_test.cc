@@ -64,6 +64,7 @@ TEST(ShowLineTest, WhatATerminalWouldObeyIsEscaped) {
   EXPECT_EQ(Shown(PlaceIn("a\x1b[31m\x7f\xc2\x9b\xe2\x80\xae\rz", 11, 1)),
             "a\\x1b[31m\\x7f\\x9b\\u202e\\x0dz\n" + std::string(27, ' ') + "^");
   EXPECT_EQ(Shown(PlaceIn("a\x1bz", 2, 1)), "a\\x1bz\n ^^^^");
+  EXPECT_EQ(Shown(PlaceIn("\xd8\x9cz", 2, 1)), "\\u061cz\n      ^");
 }
 
 TEST(ShowLineTest, ALongLineIsCutAroundTheMark) {

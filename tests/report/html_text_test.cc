@@ -55,9 +55,9 @@ TEST(Escaped, ReplacesBytesThatAreNoUtf8) {
   EXPECT_EQ(Escaped("\xe0\x80\xbc"), "\ufffd\ufffd\ufffd");  // a longer one
   EXPECT_EQ(Escaped("\xed\xa0\x80"), "\ufffd\ufffd\ufffd");  // U+D800
   EXPECT_EQ(Escaped("\xf4\x90\x80\x80"), "\ufffd\ufffd\ufffd\ufffd");
-  EXPECT_EQ(Escaped("\xe2\x82"), "\ufffd\ufffd");  // cut off
-  EXPECT_EQ(Escaped("\xe2<"), "\ufffd&lt;");       // not swallowed
-  EXPECT_EQ(Escaped("\xef\xbf\xbf"), "\ufffd");    // U+FFFF is no character
+  EXPECT_EQ(Escaped("\xe2\x82"), "\ufffd");      // cut off
+  EXPECT_EQ(Escaped("\xe2<"), "\ufffd&lt;");     // not swallowed
+  EXPECT_EQ(Escaped("\xef\xbf\xbf"), "\ufffd");  // U+FFFF is no character
 }
 
 TEST(Escaped, IsTextForAParserWhateverTheBytes) {

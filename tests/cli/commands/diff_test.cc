@@ -94,6 +94,10 @@ TEST_F(DiffTest, QuotesAValueThatIsMoreThanALineOfText) {
   EXPECT_EQ(ChangesOf(R"({"name": "a", "description": " x"})",
                       R"({"name": "a", "description": "x\ny"})"),
             "~ /config/interface/l3{a}/description: \" x\" -> \"x\\ny\"\n");
+  EXPECT_EQ(ChangesOf(R"({"name": "a", "description": "x\u009b31m"})",
+                      R"({"name": "a", "description": "x\u202ey"})"),
+            "~ /config/interface/l3{a}/description: \"x\\x9b31m\" -> "
+            "\"x\\u202ey\"\n");
 }
 
 TEST_F(DiffTest, SaysThatNothingChanged) {

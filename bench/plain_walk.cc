@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "include/static_route_config.h"
+#include "nettypes/address_space.h"
 
 namespace ipav::bench {
 
@@ -29,15 +30,10 @@ struct Ipv6 {
   static std::string VrfOf(const Interface& /*i*/) { return ""; }
 };
 
-bool IsGlobalOrMgmt(const std::string& vrf) {
-  return vrf == "global" || vrf == "mgmt";
-}
-
 template <typename Family>
 bool Overlap(const Interface& first, const Interface& second,
              std::string* text) {
-  if (first.vrf_name != second.vrf_name &&
-      !(IsGlobalOrMgmt(first.vrf_name) && IsGlobalOrMgmt(second.vrf_name))) {
+  if (!nettypes::ShareAddressSpace(first.vrf_name, second.vrf_name)) {
     return false;
   }
   for (const auto& a : Family::AddressesOf(first)) {
@@ -181,7 +177,11 @@ void PlainMerge(const Interface& interface, std::vector<Interface>* records) {
 void PlainMerge(const OspfIf& ospf_if,
                 std::list<std::shared_ptr<OspfIf>>* records) {
   for (const auto& known : *records) {
-    if (!known->IsSameAssignment(ospf_if)) continue;
+    if (known->intf_name() != ospf_if.intf_name() ||
+        known->process_id() != ospf_if.process_id() ||
+        known->vrf_name() != ospf_if.vrf_name()) {
+      continue;
+    }
     known->AddAddress(ospf_if.addresses().front());
     return;
   }

@@ -15,7 +15,7 @@
 #include <string>
 #include <utility>
 
-#include "include/config.h"
+#include "include/generic_config.h"
 
 namespace ip_application::config_valid {
 
@@ -116,10 +116,6 @@ class StaticRouteConfig : public GenericConfig {
   };
 
   void ReadConfig(ConfigAddrFamily family) override;
-
-  // As GetIntfNameFromRoute(); `path` is memory for the path.
-  std::string ReadOutputName(const maapi_cursor& cursor,
-                             std::string* path) const;
 
   template <typename Mask, typename Addr>
   void File(std::string intf_name, std::string vrf_name, const Mask& network,

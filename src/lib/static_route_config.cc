@@ -1,10 +1,9 @@
 #include "include/static_route_config.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iterator>
 
 #include "src/lib/internal/assertion.h"
+#include "src/lib/internal/joined.h"
 #include "src/lib/internal/maapi_owners.h"
 
 namespace ip_application::config_valid {
@@ -46,13 +45,6 @@ constexpr internal::AssertionSite kFteIndexIsUint32 = {
 constexpr internal::AssertionSite kIntfNameIsText = {
     "(&l3_intf_name)->type == C_BUF", kSource, 105, kFunction};
 
-// As "%u" prints it.
-void AppendNumber(std::uint32_t number, std::string* text) {
-  char digits[10];
-  text->append(digits,
-               std::to_chars(std::begin(digits), std::end(digits), number).ptr);
-}
-
 template <typename Key>
 bool Find(const std::map<Key, std::shared_ptr<StaticRoute>>& routes,
           const Key& key, std::shared_ptr<StaticRoute>* route) {
@@ -62,28 +54,19 @@ bool Find(const std::map<Key, std::shared_ptr<StaticRoute>>& routes,
   return true;
 }
 
-// Keeps the first route of a key. Rows come in the order of their keys for the
-// most part, so the end is tried first.
-template <typename Key>
-void Insert(Key key, const std::shared_ptr<StaticRoute>& route,
-            std::map<Key, std::shared_ptr<StaticRoute>>* routes) {
-  routes->try_emplace(routes->end(), std::move(key), route);
-}
-
 }  // namespace
 
 void StaticRouteConfig::ReadConfig(ConfigAddrFamily family) {
   ipv4_.count = 0;
   ipv6_.count = 0;
   MaapiCursor cursor(sock(), confd_trans()->thandle, PathFormat{kTablePath});
-  std::string path;  // of the row at hand
   for (const maapi_cursor& row : cursor) {
     const confd_value_t* keys = row.keys;
     RequireType(keys[kNetworkAddrType], C_ENUM_VALUE, kAddrTypeIsEnum);
     const std::int32_t type = CONFD_GET_ENUM_VALUE(&keys[kNetworkAddrType]);
     // Read for every row, also for those that are not filed.
     std::string vrf_name = get_vrf_name_from_id(keys[kFteIndex]);
-    std::string intf_name = ReadOutputName(row, &path);
+    std::string intf_name = GetIntfNameFromRoute(row);
 
     if (type == kIpv4Type) {
       ++ipv4_.count;
@@ -107,46 +90,37 @@ void StaticRouteConfig::File(std::string intf_name, std::string vrf_name,
                              Routes<Mask, Addr>* routes) {
   const auto route = std::make_shared<StaticRouteOf<Mask, Addr>>(
       std::move(intf_name), std::move(vrf_name), network, next_hop);
+  // Each map keeps the first route of a key.
   const std::string& vrf = route->vrf_name();
-  RouteKey<Mask> prefix = {vrf, network};
+  const RouteKey<Mask> prefix = {vrf, network};
   if (next_hop.is_unspecified()) {
-    Insert(std::move(prefix), route, &routes->black_holes);
+    routes->black_holes.emplace(prefix, route);
     return;
   }
-  Insert(std::move(prefix), route, &routes->by_prefix);
-  Insert(RouteKey<Addr>{vrf, next_hop}, route, &routes->by_next_hop);
+  routes->by_prefix.emplace(prefix, route);
+  routes->by_next_hop.emplace(RouteKey<Addr>{vrf, next_hop}, route);
   output_interfaces_.insert(route->intf_name());
 }
 
 std::string StaticRouteConfig::GetIntfNameFromRoute(
     const maapi_cursor& cursor) const {
-  std::string path;
-  return ReadOutputName(cursor, &path);
-}
-
-std::string StaticRouteConfig::ReadOutputName(const maapi_cursor& cursor,
-                                              std::string* path) const {
   const confd_value_t* keys = cursor.keys;
   RequireType(keys[kNetworkPrefixLen], C_INT32, kPrefixLenIsInt32);
   RequireType(keys[kFteIndex], C_UINT32, kFteIndexIsUint32);
-  path->assign("/rtmStaticRtEntry-global{ ");
-  AppendNumber(CONFD_GET_UINT32(&keys[kFteIndex]), path);
-  path->push_back(' ');
-  AppendHex(keys[kNetworkAddr], path);
-  path->push_back(' ');
   // A negative length comes out as a large number.
-  AppendNumber(
-      static_cast<std::uint32_t>(CONFD_GET_INT32(&keys[kNetworkPrefixLen])),
-      path);
-  path->push_back(' ');
-  AppendHex(keys[kNextHopAddr], path);
-  path->append(" }/interface-name");
+  const auto prefix_len =
+      static_cast<std::uint32_t>(CONFD_GET_INT32(&keys[kNetworkPrefixLen]));
+  const std::string path = internal::Joined(
+      {"/rtmStaticRtEntry-global{ ",
+       std::to_string(CONFD_GET_UINT32(&keys[kFteIndex])), " ",
+       get_hex_from_bin(keys[kNetworkAddr]), " ", std::to_string(prefix_len),
+       " ", get_hex_from_bin(keys[kNextHopAddr]), " }/interface-name"});
 
   // The path holds no conversion: it is the format itself.
   const int thandle = confd_trans()->thandle;
-  if (maapi_exists(sock(), thandle, path->c_str()) != 1) return "";
+  if (maapi_exists(sock(), thandle, path.c_str()) != 1) return "";
   ElemValue l3_intf_name;
-  if (maapi_get_elem(sock(), thandle, l3_intf_name.get(), path->c_str()) !=
+  if (maapi_get_elem(sock(), thandle, l3_intf_name.get(), path.c_str()) !=
       CONFD_OK) {
     return "";
   }

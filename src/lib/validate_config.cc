@@ -7,11 +7,12 @@
 #include <iterator>
 #include <list>
 #include <memory>
+#include <set>
 #include <string_view>
 #include <type_traits>
 
 #include "include/validate_logger.h"
-#include "src/lib/internal/mask_lists.h"
+#include "src/lib/internal/joined.h"
 #include "src/lib/internal/overlap_search.h"
 #include "src/lib/internal/report.h"
 
@@ -41,9 +42,6 @@ struct Ipv4 {
   using Mask = nettypes::IPv4AddrMask;
   static constexpr char kAddressWord[] = " ipv4 address ";
   static constexpr char kDuplicateWords[] = " has duplicated IPv4 address ";
-  static const std::list<Mask>& AddressesOf(const Interface& interface) {
-    return interface.ipv4;
-  }
   // An overlap is told with the VRFs.
   static std::string VrfOf(const Interface& interface) {
     return " vrf " + interface.vrf_name;
@@ -54,25 +52,43 @@ struct Ipv6 {
   using Mask = nettypes::IPv6AddrMask;
   static constexpr char kAddressWord[] = " ipv6 address ";
   static constexpr char kDuplicateWords[] = " has duplicated IPv6 address ";
-  static const std::list<Mask>& AddressesOf(const Interface& interface) {
-    return interface.ipv6;
-  }
   // An overlap is told without the VRFs.
   static std::string VrfOf(const Interface& /*interface*/) { return ""; }
 };
 
 std::string Unsigned(std::size_t number) { return std::to_string(number); }
 
-using Masks = std::list<nettypes::IPv4AddrMask>;
+using internal::AddressesOf;
+using internal::InterfaceRefs;
+using internal::Joined;
 
-// The parts in one piece of memory.
-std::string Joined(std::initializer_list<std::string_view> parts) {
-  std::size_t size = 0;
-  for (const std::string_view part : parts) size += part.size();
-  std::string text;
-  text.reserve(size);
-  for (const std::string_view part : parts) text.append(part);
-  return text;
+InterfaceRefs RefsTo(const std::vector<Interface>& interfaces) {
+  InterfaceRefs refs;
+  for (const Interface& interface : interfaces) refs.push_back(&interface);
+  return refs;
+}
+
+// The interfaces of all readers of another kind, in the order of the readers.
+InterfaceRefs OtherKinds(const InterfaceConfig& changed,
+                         const std::vector<InterfaceConfig*>& all) {
+  InterfaceRefs refs;
+  for (const InterfaceConfig* reader : all) {
+    if (reader->type() == changed.type()) continue;
+    for (const Interface& other : reader->interfaces()) refs.push_back(&other);
+  }
+  return refs;
+}
+
+// The first of the masks, by address and prefix length, that is not among the
+// others; null when all are.
+const nettypes::IPv4AddrMask* FirstNotIn(
+    const std::list<nettypes::IPv4AddrMask>& others,
+    const std::list<nettypes::IPv4AddrMask>& masks) {
+  const std::set<nettypes::IPv4AddrMask> known(others.begin(), others.end());
+  for (const nettypes::IPv4AddrMask& mask : masks) {
+    if (known.count(mask) == 0) return &mask;
+  }
+  return nullptr;
 }
 
 // The area as a number and dotted, as both are in use: "area 1 (0.0.0.1)".
@@ -111,27 +127,27 @@ int ValidateConfig::ValidateInterfaceAddresses(const Config& config,
 
   // An interface passes all its tests before the next one is taken up, and all
   // of the kind pass before the other kinds are looked at.
-  const std::vector<Interface>& interfaces = changed->interfaces();
-  internal::OverlapSearch<typename Family::Mask> overlaps(
-      *changed, config.interface_configs());
-  for (std::size_t i = 0; i < interfaces.size(); ++i) {
-    const Interface& interface = interfaces[i];
+  const InterfaceRefs interfaces = RefsTo(changed->interfaces());
+  const internal::FirstOverlaps overlaps =
+      internal::FindOverlaps<typename Family::Mask>(
+          interfaces, OtherKinds(*changed, config.interface_configs()));
+  for (auto it = interfaces.begin(); it != interfaces.end(); ++it) {
+    const Interface& interface = **it;
     if (std::is_same_v<Family, Ipv4> && !InterfaceIPv4IsValid(interface)) {
       return kViolated;  // every IPv6 address can be one of a host
     }
     if (HasDuplicate<Family>(interface)) return kViolated;
-    const auto [later, masks] = overlaps.FirstBehind(i);
-    if (later != nullptr) {
-      TellOverlap<Family>(interface, *later, masks);
+    if (&interface == overlaps.of_kind &&
+        OverlapsWithLater<Family>(interface,
+                                  {std::next(it), interfaces.end()})) {
       return kViolated;
     }
     if (MatchesNextHop<Family>(interface, config.static_route_config())) {
       return kViolated;
     }
   }
-  const auto [other, interface] = overlaps.FirstOfOtherKinds();
-  return other != nullptr && Overlap<Family>(*interface, *other) ? kViolated
-                                                                 : kHolds;
+  return OverlapsWithOther<Family>(interfaces, overlaps.of_other) ? kViolated
+                                                                  : kHolds;
 }
 
 bool ValidateConfig::InterfaceIPv4IsValid(const Interface& interface) {
@@ -159,8 +175,8 @@ bool ValidateConfig::InterfaceHasDuplicateIpv6(const Interface& interface) {
 
 template <typename Family>
 bool ValidateConfig::HasDuplicate(const Interface& interface) {
-  const auto* repeated =
-      internal::FirstRepeatedAddress(Family::AddressesOf(interface));
+  const auto* repeated = internal::FirstRepeatedAddress(
+      AddressesOf<typename Family::Mask>(interface));
   if (repeated == nullptr) return false;
   error_text_ = Joined(
       {interface.name, Family::kDuplicateWords, repeated->addr().to_string()});
@@ -179,20 +195,33 @@ bool ValidateConfig::InterfaceIPv6Overlap(const Interface& first,
 
 template <typename Family>
 bool ValidateConfig::Overlap(const Interface& first, const Interface& second) {
-  const auto masks =
+  const auto [mask, other] =
       internal::FirstOverlap<typename Family::Mask>(first, second);
-  if (masks.first == nullptr) return false;
-  TellOverlap<Family>(first, second, masks);
+  if (mask == nullptr) return false;
+  error_text_ = Joined({first.name, Family::VrfOf(first), Family::kAddressWord,
+                        mask->to_string(), " overlaps with ", second.name,
+                        Family::VrfOf(second), Family::kAddressWord,
+                        other->to_string(), "."});
   return true;
 }
 
-template <typename Family, typename Pair>
-void ValidateConfig::TellOverlap(const Interface& first,
-                                 const Interface& second, const Pair& masks) {
-  error_text_ = Joined({first.name, Family::VrfOf(first), Family::kAddressWord,
-                        masks.first->to_string(), " overlaps with ",
-                        second.name, Family::VrfOf(second),
-                        Family::kAddressWord, masks.second->to_string(), "."});
+template <typename Family>
+bool ValidateConfig::OverlapsWithLater(const Interface& interface,
+                                       const InterfaceRefs& later) {
+  const Interface* other =
+      internal::FindOverlaps<typename Family::Mask>({&interface}, later)
+          .of_other;
+  return other != nullptr && Overlap<Family>(interface, *other);
+}
+
+template <typename Family>
+bool ValidateConfig::OverlapsWithOther(const InterfaceRefs& interfaces,
+                                       const Interface* other) {
+  if (other == nullptr) return false;
+  const Interface* interface =
+      internal::FindOverlaps<typename Family::Mask>({other}, interfaces)
+          .of_other;
+  return interface != nullptr && Overlap<Family>(*interface, *other);
 }
 
 bool ValidateConfig::InterfaceIPv4Overlap(
@@ -208,10 +237,11 @@ bool ValidateConfig::InterfaceIPv6Overlap(
 template <typename Family>
 bool ValidateConfig::OverlapWithOtherKinds(
     const InterfaceConfig& changed, const std::vector<InterfaceConfig*>& all) {
-  const auto [other, interface] =
-      internal::OverlapSearch<typename Family::Mask>(changed, all)
-          .FirstOfOtherKinds();
-  return other != nullptr && Overlap<Family>(*interface, *other);
+  const InterfaceRefs interfaces = RefsTo(changed.interfaces());
+  return OverlapsWithOther<Family>(
+      interfaces, internal::FindOverlaps<typename Family::Mask>(
+                      interfaces, OtherKinds(changed, all))
+                      .of_other);
 }
 
 int ValidateConfig::ValidateInterfaceL3(const Config& config) {
@@ -315,7 +345,7 @@ template <typename Family>
 bool ValidateConfig::MatchesNextHop(const Interface& interface,
                                     const StaticRouteConfig& routes) {
   RouteKey<typename Family::Addr> key = {interface.vrf_name, {}};
-  for (const auto& mask : Family::AddressesOf(interface)) {
+  for (const auto& mask : AddressesOf<typename Family::Mask>(interface)) {
     key.addr = mask.addr();
     std::shared_ptr<StaticRoute> route;
     if (!routes.FindNextHop(key, route)) continue;
@@ -397,9 +427,9 @@ bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
 
 bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
                                     const Interface& interface) {
-  const Masks& known = ospf_if.addresses();
+  const std::list<nettypes::IPv4AddrMask>& known = ospf_if.addresses();
   // 1. None that OSPF knows may be missing.
-  if (const auto* missing = internal::FirstNotIn(interface.ipv4, known)) {
+  if (const auto* missing = FirstNotIn(interface.ipv4, known)) {
     error_text_ =
         Joined({missing->to_string(),
                 " cannot be modified nor deleted, it is assigned to router "
@@ -409,7 +439,7 @@ bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
   }
   // 2. None may be there that OSPF does not know.
   if (known.size() >= interface.ipv4.size()) return true;
-  if (const auto* added = internal::FirstNotIn(known, interface.ipv4)) {
+  if (const auto* added = FirstNotIn(known, interface.ipv4)) {
     error_text_ =
         Joined({added->to_string(),
                 " cannot be added after interface is assigned to router ospf ",

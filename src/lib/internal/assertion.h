@@ -7,6 +7,10 @@
 
 namespace ip_application::config_valid::internal {
 
+// The source file that the assertions and faults of the snapshot's readers
+// name, whichever source they are in: whoever reads the reports knows it.
+inline constexpr char kConfigSource[] = "src/lib/config.cc";
+
 // What the report of a failed assertion names, word for word.
 struct AssertionSite {
   const char* expression;

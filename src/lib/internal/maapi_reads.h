@@ -8,7 +8,6 @@
 #include <nettypes/ipv6.h>
 
 #include <cstddef>
-#include <cstring>
 #include <list>
 #include <string>
 
@@ -24,13 +23,11 @@ nettypes::IPv6AddrMask ReadIpv6Mask(int sock, int thandle,
 
 // A key as text of at most `kSize` - 1 bytes.
 template <std::size_t kSize>
-struct KeyText {
-  explicit KeyText(const confd_value_t& key) {
-    text[0] = '\0';  // what a key that cannot be printed gives
-    static_cast<void>(confd_pp_value(text, sizeof(text), &key));
-  }
-  char text[kSize];
-};
+std::string KeyText(const confd_value_t& key) {
+  char text[kSize] = "";  // what a key that cannot be printed gives
+  static_cast<void>(confd_pp_value(text, sizeof(text), &key));
+  return text;
+}
 
 // Calls `visit` with each entry of a list, in the order of the database.
 template <typename Visit>
@@ -41,64 +38,16 @@ void ForEachEntry(int sock, int thandle, const std::string& path, Visit visit) {
   for (const maapi_cursor& row : cursor) visit(row);
 }
 
-// Texts of keys in one piece of memory, in their order. No text holds a NUL.
-class KeyTexts {
- public:
-  void Clear() {
-    texts_.clear();
-    count_ = 0;
-  }
-  void Add(const char* key) {
-    texts_.append(key, std::strlen(key) + 1);
-    ++count_;
-  }
-  std::size_t size() const { return count_; }
-
-  // `for (const char* key : keys)`.
-  class Iterator {
-   public:
-    explicit Iterator(const char* at) : at_(at) {}
-    const char* operator*() const { return at_; }
-    Iterator& operator++() {
-      at_ += std::strlen(at_) + 1;
-      return *this;
-    }
-    bool operator!=(const Iterator& other) const { return at_ != other.at_; }
-
-   private:
-    const char* at_;
-  };
-
-  Iterator begin() const { return Iterator(texts_.data()); }
-  Iterator end() const { return Iterator(texts_.data() + texts_.size()); }
-
- private:
-  std::string texts_;  // each with its NUL
-  std::size_t count_ = 0;
-};
-
-// The first keys of each entry of a list, in the order of the database, each as
-// text of at most `kSize` - 1 bytes, in place of what `keys` held.
-template <std::size_t kSize>
-void ReadKeyTexts(int sock, int thandle, const std::string& path,
-                  unsigned int key_count, KeyTexts* keys) {
-  keys->Clear();
-  ForEachEntry(sock, thandle, path, [&](const maapi_cursor& row) {
-    for (unsigned int i = 0; i < key_count; ++i) {
-      keys->Add(KeyText<kSize>(row.keys[i]).text);
-    }
-  });
-}
-
-// The first key of each entry as a text of its own.
+// The first key of each entry of a list, in the order of the database, each as
+// text of at most `kSize` - 1 bytes.
 template <std::size_t kSize>
 std::list<std::string> ReadFirstKeys(int sock, int thandle,
                                      const std::string& path) {
-  KeyTexts keys;
-  ReadKeyTexts<kSize>(sock, thandle, path, 1, &keys);
-  std::list<std::string> texts;
-  for (const char* key : keys) texts.emplace_back(key);
-  return texts;
+  std::list<std::string> keys;
+  ForEachEntry(sock, thandle, path, [&](const maapi_cursor& row) {
+    keys.push_back(KeyText<kSize>(row.keys[0]));
+  });
+  return keys;
 }
 
 }  // namespace ip_application::config_valid::internal

@@ -1,20 +1,17 @@
-// The search for overlapping interfaces against a walk over all pairs, on
-// thousands of random sets from one interface to many, of few and of many
-// prefixes: the walk's first pair is the one to be found.
+// The search for overlapping interfaces finds the pair that a walk over all
+// pairs finds first, on random sets of few and of many interfaces and prefixes.
 
 #include "src/lib/internal/overlap_search.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <iterator>
 #include <list>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "include/config.h"
-#include "src/lib/internal/prefix_sweep.h"
 
 namespace ip_application::config_valid::internal {
 namespace {
@@ -152,13 +149,41 @@ std::pair<const Interface*, const Interface*> WalkKinds(
 
 // ---- The comparison --------------------------------------------------------
 
-// How often something was found, as a generator that finds nothing, or always
+// How often something was found: a generator that finds nothing, or always
 // something, compares nothing.
 struct Found {
-  unsigned behind = 0;
+  unsigned of_one_kind = 0;
   unsigned of_other_kinds = 0;
   unsigned nothing = 0;
 };
+
+InterfaceRefs RefsFrom(const std::vector<Interface>& interfaces,
+                       std::size_t first) {
+  InterfaceRefs refs;
+  for (std::size_t i = first; i < interfaces.size(); ++i) {
+    refs.push_back(&interfaces[i]);
+  }
+  return refs;
+}
+
+template <typename Mask>
+void CompareOneKind(const std::vector<Interface>& interfaces, Found* found) {
+  const Interface* first =
+      FindOverlaps<Mask>(RefsFrom(interfaces, 0), {}).of_kind;
+  for (std::size_t i = 0; i < interfaces.size(); ++i) {
+    const Interface* later = WalkBehind<Mask>(interfaces, i);
+    ASSERT_EQ(FindOverlaps<Mask>({&interfaces[i]}, RefsFrom(interfaces, i + 1))
+                  .of_other,
+              later);
+    if (later == nullptr) continue;
+    ASSERT_EQ(first, &interfaces[i]);
+    ASSERT_EQ(FirstOverlap<Mask>(interfaces[i], *later),
+              WalkPair<Mask>(interfaces[i], *later));
+    ++found->of_one_kind;
+    return;
+  }
+  ASSERT_EQ(first, nullptr);
+}
 
 template <typename Mask>
 void CompareOnce(const Shape& shape, Random& random, Found* found) {
@@ -168,117 +193,74 @@ void CompareOnce(const Shape& shape, Random& random, Found* found) {
   const std::vector<InterfaceConfig*> all = {&mgmt, &l3, &lo};
   for (InterfaceConfig* reader : all) Fill<Mask>(shape, random, reader);
   const InterfaceConfig& changed = *all[random.Below(3)];
-  const std::vector<Interface>& interfaces = changed.interfaces();
+  ASSERT_NO_FATAL_FAILURE(CompareOneKind<Mask>(changed.interfaces(), found));
 
-  OverlapSearch<Mask> search(changed, all);
-  for (std::size_t i = 0; i < interfaces.size(); ++i) {
-    const Interface* expected = WalkBehind<Mask>(interfaces, i);
-    const OverlapWith<Mask> found_behind = search.FirstBehind(i);
-    ASSERT_EQ(found_behind.interface, expected);
-    if (expected == nullptr) continue;
-    const auto pair = WalkPair<Mask>(interfaces[i], *expected);
-    ASSERT_EQ(found_behind.masks, pair);
-    ASSERT_EQ(FirstOverlap<Mask>(interfaces[i], *expected), pair);
-    ++found->behind;
-    break;
+  const auto [other, interface] = WalkKinds<Mask>(changed, all);
+  InterfaceRefs others;
+  for (const InterfaceConfig* reader : all) {
+    if (reader->type() == changed.type()) continue;
+    const InterfaceRefs refs = RefsFrom(reader->interfaces(), 0);
+    others.insert(others.end(), refs.begin(), refs.end());
   }
-
-  const auto expected = WalkKinds<Mask>(changed, all);
-  ASSERT_EQ(search.FirstOfOtherKinds(), expected);
-  // ... and where nobody asked for the kind's own overlaps before.
-  ASSERT_EQ(OverlapSearch<Mask>(changed, all).FirstOfOtherKinds(), expected);
-  ++(expected.first == nullptr ? found->nothing : found->of_other_kinds);
-  if (expected.first == nullptr) return;
-  ASSERT_EQ(FirstOverlap<Mask>(*expected.second, *expected.first),
-            WalkPair<Mask>(*expected.second, *expected.first));
+  const InterfaceRefs interfaces = RefsFrom(changed.interfaces(), 0);
+  ASSERT_EQ(FindOverlaps<Mask>(interfaces, others).of_other, other);
+  ASSERT_EQ(FindOverlaps<Mask>(interfaces, others).of_kind,
+            FindOverlaps<Mask>(interfaces, {}).of_kind);
+  ++(other == nullptr ? found->nothing : found->of_other_kinds);
+  if (other == nullptr) return;
+  ASSERT_EQ(FindOverlaps<Mask>({other}, interfaces).of_other, interface);
+  ASSERT_EQ(FirstOverlap<Mask>(*interface, *other),
+            WalkPair<Mask>(*interface, *other));
 }
 
-class OverlapSearchTest : public ::testing::TestWithParam<Shape> {
- protected:
-  template <typename Mask>
-  void Compare() {
+template <typename Mask>
+class OverlapSearchTest : public ::testing::Test {};
+using BothFamilies = ::testing::Types<IPv4AddrMask, IPv6AddrMask>;
+TYPED_TEST_SUITE(OverlapSearchTest, BothFamilies);
+
+TYPED_TEST(OverlapSearchTest, FindsThePairThatAWalkOverAllPairsFindsFirst) {
+  const Shape shapes[] = {{"a few", 4, 3, 8, 0, 3},
+                          {"many of one address", 60, 1, 14, 0, 2},
+                          {"many of some addresses", 40, 4, 16, 0, 3},
+                          {"a few of many addresses", 3, 60, 16, 0, 2},
+                          {"nested prefixes", 20, 3, 20, 0, 14}};
+  for (const Shape& shape : shapes) {
+    SCOPED_TRACE(shape.name);
     Random random(1);
     Found found;
     for (int i = 0; i < 400; ++i) {
-      ASSERT_NO_FATAL_FAILURE(CompareOnce<Mask>(GetParam(), random, &found))
+      ASSERT_NO_FATAL_FAILURE(CompareOnce<TypeParam>(shape, random, &found))
           << "set " << i;
     }
-    EXPECT_GT(found.behind, 0U);
+    EXPECT_GT(found.of_one_kind, 0U);
     EXPECT_GT(found.of_other_kinds, 0U);
     EXPECT_GT(found.nothing, 0U);
   }
-};
-
-TEST_P(OverlapSearchTest, FindsTheIPv4PairThatAWalkOverAllFindsFirst) {
-  Compare<IPv4AddrMask>();
 }
 
-TEST_P(OverlapSearchTest, FindsTheIPv6PairThatAWalkOverAllFindsFirst) {
-  Compare<IPv6AddrMask>();
+TYPED_TEST(OverlapSearchTest, NothingOverlapsWithNothing) {
+  EXPECT_EQ(FindOverlaps<TypeParam>({}, {}).of_kind, nullptr);
+  EXPECT_EQ(FindOverlaps<TypeParam>({}, {}).of_other, nullptr);
+  EXPECT_EQ(FirstRepeatedAddress(std::list<TypeParam>()), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Shapes, OverlapSearchTest,
-    ::testing::Values(Shape{"AFew", 4, 3, 8, 0, 3},
-                      Shape{"ManyOfOneAddress", 60, 1, 14, 0, 2},
-                      Shape{"ManyOfSomeAddresses", 40, 4, 16, 0, 3},
-                      Shape{"AFewOfManyAddresses", 3, 60, 16, 0, 2},
-                      Shape{"SomeOfManyAddresses", 24, 40, 20, 0, 2},
-                      Shape{"NestedPrefixes", 20, 3, 20, 0, 14}),
-    [](const auto& shape) { return std::string(shape.param.name); });
-
-// ---- The sweep alone -------------------------------------------------------
-
-TEST(PrefixSweepTest, NothingOverlapsWithNothing) {
-  PrefixSweep<IPv4AddrMask> sweep;
-  EXPECT_EQ(sweep.TakeLowest().rank, sweep.kNone);
-  EXPECT_EQ(sweep.TakeLowest().other, sweep.kNone);
-}
-
-TEST(PrefixSweepTest, PrefixesOfOneRankAreNotCompared) {
-  PrefixSweep<IPv4AddrMask> sweep;
-  sweep.Add({0x0a000001, 24}, 3);
-  sweep.Add({0x0a000002, 24}, 3);
-  EXPECT_EQ(sweep.TakeLowest().rank, sweep.kNone);
-}
-
-TEST(PrefixSweepTest, AShorterPrefixFarInFrontContainsALaterOne) {
-  PrefixSweep<IPv4AddrMask> sweep;
-  sweep.Add({0x0a000001, 8}, 5);
-  sweep.Add({0x0a000101, 24}, 5);
-  sweep.Add({0x0a000201, 24}, 5);
-  sweep.Add({0x0aff0001, 32}, 9);
-  EXPECT_EQ(sweep.TakeLowest().rank, 5U);
-}
-
-TEST(PrefixSweepTest, OthersAreNotComparedWithEachOther) {
-  PrefixSweep<IPv4AddrMask> sweep;
-  sweep.AddOther({0x0a000001, 24}, 0);
-  sweep.AddOther({0x0a000002, 24}, 1);
-  EXPECT_EQ(sweep.TakeLowest().other, sweep.kNone);
-  sweep.AddOther({0x0a000001, 24}, 4);
-  sweep.AddOther({0x0a000002, 24}, 1);
-  sweep.Add({0x0a000003, 32}, 0);
-  EXPECT_EQ(sweep.TakeLowest().other, 1U);
-}
-
-TEST(PrefixSweepTest, LengthZeroContainsEverything) {
-  PrefixSweep<IPv6AddrMask> sweep;
-  in6_addr high{};
-  high.s6_addr[0] = 0xff;
-  sweep.Add({high, 0}, 7);
-  sweep.Add({in6_addr{}, 128}, 8);
-  EXPECT_EQ(sweep.TakeLowest().rank, 7U);
-}
-
-TEST(PrefixSweepTest, ALengthThatNoPrefixHasCountsAsTheNearest) {
-  PrefixSweep<IPv4AddrMask> sweep;
-  sweep.Add({0xffffffff, -1}, 1);
-  sweep.Add({0x00000000, 200}, 2);
-  EXPECT_EQ(sweep.TakeLowest().rank, 1U);
-  sweep.Add({0x00000001, 33}, 1);
-  sweep.Add({0x00000000, 200}, 2);
-  EXPECT_EQ(sweep.TakeLowest().rank, sweep.kNone);
+TYPED_TEST(OverlapSearchTest, TheFirstRepeatedAddressInListOrderIsGiven) {
+  for (const std::uint32_t fillers : {0U, 14U, 500U}) {
+    std::list<TypeParam> masks;
+    const auto add = [&](std::uint32_t bits, std::int32_t length) {
+      masks.push_back(Family<TypeParam>::Make(bits * 4, length));
+    };
+    for (std::uint32_t i = 0; i < fillers; ++i) {
+      add(1000 + i * 7919 % 1009, 24);
+    }
+    add(9, 24);  // its repetition is the last one
+    const TypeParam* wanted = &masks.back();
+    add(3, 24);
+    EXPECT_EQ(FirstRepeatedAddress(masks), nullptr) << fillers;
+    add(3, 25);
+    add(9, 26);
+    EXPECT_EQ(FirstRepeatedAddress(masks), wanted) << fillers;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,108 @@
+// Readers of the interfaces: one class for each kind.
+#ifndef IPAV_INTERFACE_CONFIG_H_
+#define IPAV_INTERFACE_CONFIG_H_
+
+#include <ids/limid.h>
+#include <nettypes/ipv4.h>
+#include <nettypes/ipv6.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "include/generic_config.h"
+
+namespace ip_application::config_valid {
+
+enum class InterfaceType : std::int32_t {
+  kMgmt = 0,
+  kL3 = 1,
+  kLoopback = 2,
+  kNone = 3,  // no interface kind
+};
+
+// One interface, as its reader found it.
+struct Interface {
+  std::string name;  // kind word, blank, list key: "l3 core1"
+  std::list<nettypes::IPv4AddrMask> ipv4;  // of an l3 the primary one first
+  std::list<nettypes::IPv6AddrMask> ipv6;
+  std::string vrf_name;
+  limid_t lim_id = 0;  // 0: no lower-layer VLAN
+};
+
+// Reader of the interfaces of one kind. Each family's read gives one record per
+// interface; the second one is merged into the first by name.
+class InterfaceConfig : public GenericConfig {
+ public:
+  InterfaceType type() const { return type_; }
+
+  // In the order in which the names were first met.
+  const std::vector<Interface>& interfaces() const { return interfaces_; }
+
+  // The record of that name, or null.
+  const Interface* FindByName(const std::string& name) const;
+
+  // Appends a record, or gives the addresses of one family to the record of
+  // that name if it has none of that family yet; at most one family a call,
+  // IPv4 before IPv6. Nothing else of a record ever changes.
+  void MergeConfigAndInsert(const Interface& interface);
+
+ protected:
+  // Where the interfaces of a kind lie and what they have.
+  struct Layout {
+    const char* path;       // of the list
+    const char* kind_word;  // with its blank
+    std::list<nettypes::IPv4AddrMask> (InterfaceConfig::*read_ipv4)(
+        const std::string& entry, const std::string& key) const;
+    bool has_vlan;
+  };
+
+  explicit InterfaceConfig(InterfaceType type) : type_(type) {}
+
+  void ReadInterfaces(ConfigAddrFamily family, const Layout& layout);
+
+  // The IPv4 addresses below a list entry, by the layout of a kind. `entry` is
+  // its path, `key` its key.
+  std::list<nettypes::IPv4AddrMask> ReadPrimaryAndSecondaries(
+      const std::string& entry, const std::string& key) const;
+  std::list<nettypes::IPv4AddrMask> ReadOnlyAddress(
+      const std::string& entry, const std::string& key) const;
+  std::list<nettypes::IPv4AddrMask> ReadAddressList(
+      const std::string& entry, const std::string& key) const;
+
+ private:
+  std::vector<Interface> interfaces_;
+  InterfaceType type_;
+  std::map<std::string, std::size_t> by_name_;  // position + 1; 0: not there
+};
+
+class L3Config : public InterfaceConfig {
+ public:
+  L3Config() : InterfaceConfig(InterfaceType::kL3) {}
+
+ private:
+  void ReadConfig(ConfigAddrFamily family) override;
+};
+
+class LoConfig : public InterfaceConfig {
+ public:
+  LoConfig() : InterfaceConfig(InterfaceType::kLoopback) {}
+
+ private:
+  void ReadConfig(ConfigAddrFamily family) override;
+};
+
+class MgmtConfig : public InterfaceConfig {
+ public:
+  MgmtConfig() : InterfaceConfig(InterfaceType::kMgmt) {}
+
+ private:
+  void ReadConfig(ConfigAddrFamily family) override;
+};
+
+}  // namespace ip_application::config_valid
+
+#endif  // IPAV_INTERFACE_CONFIG_H_

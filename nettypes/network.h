@@ -1,0 +1,42 @@
+// The addresses of a prefix as one block, the same type for both families.
+#ifndef NETTYPES_NETWORK_H_
+#define NETTYPES_NETWORK_H_
+
+#include <nettypes/ipv4.h>
+#include <nettypes/ipv6.h>
+
+#include <cstdint>
+
+namespace nettypes {
+
+// The first address of a prefix, as a number of 128 bits, and the prefix
+// length. An IPv4 address is the upper 32 bits. Blocks of the two families must
+// not be mixed.
+struct Network {
+  std::uint64_t high = 0;
+  std::uint64_t low = 0;
+  std::uint32_t length = 0;
+};
+
+// The block that the prefix is in; the host bits are cleared. A length that no
+// prefix has counts as Overlap() counts it.
+Network NetworkOf(const IPv4AddrMask& prefix);
+Network NetworkOf(const IPv6AddrMask& prefix);
+
+// Whether every address of the second block is in the first one. Two blocks
+// have an address in common only if one contains the other.
+bool Contains(const Network& outer, const Network& inner);
+
+inline bool operator==(const Network& a, const Network& b) {
+  return a.high == b.high && a.low == b.low && a.length == b.length;
+}
+// By first address, then by length: a block comes before all that it contains.
+inline bool operator<(const Network& a, const Network& b) {
+  if (a.high != b.high) return a.high < b.high;
+  if (a.low != b.low) return a.low < b.low;
+  return a.length < b.length;
+}
+
+}  // namespace nettypes
+
+#endif  // NETTYPES_NETWORK_H_

@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <iterator>
-#include <list>
 #include <memory>
-#include <set>
 #include <string_view>
 #include <type_traits>
 
@@ -20,8 +17,8 @@ namespace ip_application::config_valid {
 
 namespace {
 
-constexpr int kHolds = 0;
-constexpr int kViolated = -1;
+using internal::kHolds;
+using internal::kViolated;
 
 // Limits of the element.
 constexpr std::uint32_t kMaxRouteWeight = 1000;
@@ -77,25 +74,6 @@ InterfaceRefs OtherKinds(const InterfaceConfig& changed,
     for (const Interface& other : reader->interfaces()) refs.push_back(&other);
   }
   return refs;
-}
-
-// The first of the masks, by address and prefix length, that is not among the
-// others; null when all are.
-const nettypes::IPv4AddrMask* FirstNotIn(
-    const std::list<nettypes::IPv4AddrMask>& others,
-    const std::list<nettypes::IPv4AddrMask>& masks) {
-  const std::set<nettypes::IPv4AddrMask> known(others.begin(), others.end());
-  for (const nettypes::IPv4AddrMask& mask : masks) {
-    if (known.count(mask) == 0) return &mask;
-  }
-  return nullptr;
-}
-
-// The area as a number and dotted, as both are in use: "area 1 (0.0.0.1)".
-std::string ProcessText(const OspfIf& ospf_if) {
-  return Joined({Unsigned(ospf_if.process_id()), " vrf ", ospf_if.vrf_name(),
-                 " area ", Unsigned(ospf_if.area().to_uint32()), " (",
-                 ospf_if.area().to_string(), ")"});
 }
 
 // The part of a record's name that the operator typed.
@@ -374,89 +352,6 @@ int ValidateConfig::ValidateStaticRouteOutputIntf(const Config& config) {
     }
   }
   return kHolds;
-}
-
-int ValidateConfig::ValidateOspfv2(const Config& config) {
-  const Ospfv2Config& ospf = config.ospfv2_config();
-  return ValidateOspfv2CrossIfL3(config.l3_config(), ospf) &&
-                 ValidateOspfv2CrossIfLo(config.lo_config(), ospf)
-             ? kHolds
-             : kViolated;
-}
-
-bool ValidateConfig::ValidateOspfv2CrossIfL3(const L3Config& l3,
-                                             const Ospfv2Config& ospf) {
-  return EveryAssignmentHolds(l3, ospf, &ValidateConfig::HasAddressesOf);
-}
-
-bool ValidateConfig::ValidateOspfv2CrossIfLo(const LoConfig& lo,
-                                             const Ospfv2Config& ospf) {
-  return EveryAssignmentHolds(lo, ospf, &ValidateConfig::HasAddressesOf);
-}
-
-int ValidateConfig::ValidateOspfv2Vrf(const Config& config) {
-  const Ospfv2Config& ospf = config.ospfv2_config();
-  return ValidateOspfv2CrossIfL3Vrf(config.l3_config(), ospf) &&
-                 ValidateOspfv2CrossIfLoVrf(config.lo_config(), ospf)
-             ? kHolds
-             : kViolated;
-}
-
-bool ValidateConfig::ValidateOspfv2CrossIfL3Vrf(const L3Config& l3,
-                                                const Ospfv2Config& ospf) {
-  return EveryAssignmentHolds(l3, ospf, &ValidateConfig::IsInVrfOf);
-}
-
-bool ValidateConfig::ValidateOspfv2CrossIfLoVrf(const LoConfig& lo,
-                                                const Ospfv2Config& ospf) {
-  return EveryAssignmentHolds(lo, ospf, &ValidateConfig::IsInVrfOf);
-}
-
-// An assignment whose interface is gone, and an interface without one, hold.
-bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
-                                          const Ospfv2Config& ospf,
-                                          OspfRule rule) {
-  const auto& assignments = ospf.interfaces();
-  return std::all_of(
-      assignments.begin(), assignments.end(), [&](const auto& ospf_if) {
-        // Names are unique among the interfaces of a kind.
-        const auto* interface = interfaces.FindByName(ospf_if->intf_name());
-        return interface == nullptr || (this->*rule)(*ospf_if, *interface);
-      });
-}
-
-bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
-                                    const Interface& interface) {
-  const std::list<nettypes::IPv4AddrMask>& known = ospf_if.addresses();
-  // 1. None that OSPF knows may be missing.
-  if (const auto* missing = FirstNotIn(interface.ipv4, known)) {
-    error_text_ =
-        Joined({missing->to_string(),
-                " cannot be modified nor deleted, it is assigned to router "
-                "ospf ",
-                ProcessText(ospf_if)});
-    return false;
-  }
-  // 2. None may be there that OSPF does not know.
-  if (known.size() >= interface.ipv4.size()) return true;
-  if (const auto* added = FirstNotIn(known, interface.ipv4)) {
-    error_text_ =
-        Joined({added->to_string(),
-                " cannot be added after interface is assigned to router ospf ",
-                ProcessText(ospf_if)});
-    return false;
-  }
-  return true;
-}
-
-bool ValidateConfig::IsInVrfOf(const OspfIf& ospf_if,
-                               const Interface& interface) {
-  if (interface.vrf_name == ospf_if.vrf_name()) return true;
-  error_text_ =
-      Joined({interface.name, " vrf ", interface.vrf_name, " and router ospf ",
-              Unsigned(ospf_if.process_id()), " vrf ", ospf_if.vrf_name(),
-              " cannot be associated with divergent VRF"});
-  return false;
 }
 
 }  // namespace ip_application::config_valid

@@ -1,10 +1,13 @@
-// What a callback answers.
+// What a rule returns and what a callback answers.
 #ifndef IPAV_SRC_LIB_INTERNAL_REPORT_H_
 #define IPAV_SRC_LIB_INTERNAL_REPORT_H_
 
 #include <cstdint>
 
 namespace ip_application::config_valid::internal {
+
+inline constexpr int kHolds = 0;
+inline constexpr int kViolated = -1;
 
 inline constexpr std::int32_t kAccept = 0;
 inline constexpr std::int32_t kReject = -1;

@@ -1,0 +1,1 @@
+// Empty: the precompiled headers of the tests need a source.

@@ -8,13 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/command_line/command.h"
+#include "cli/command.h"
 #include "cli/exit_status.h"
 #include "cli/locations.h"
 
 namespace {
-
-namespace command_line = ipav::cli::command_line;
 
 constexpr char kNotes[] =
     "Examples:\n"
@@ -54,16 +52,16 @@ int Run(int argc, char** argv) {
   app.require_subcommand(0, 1);
 
   const ipav::cli::Locations locations = ipav::cli::FindLocations();
-  const std::vector<command_line::Command> commands = {
-      command_line::AddCheck(&app, locations),
-      command_line::AddSummarize(&app),
-      command_line::AddPoints(&app, locations),
-      command_line::AddDiff(&app, locations),
-      command_line::AddExplain(&app, locations),
-      command_line::AddConvert(&app, locations),
-      command_line::AddNew(&app, locations),
-      command_line::AddCommit(&app, locations),
-      command_line::AddCompletion(&app, locations),
+  const std::vector<ipav::cli::Command> commands = {
+      ipav::cli::AddCheck(&app, locations),
+      ipav::cli::AddSummarize(&app, locations),
+      ipav::cli::AddPoints(&app, locations),
+      ipav::cli::AddDiff(&app, locations),
+      ipav::cli::AddExplain(&app, locations),
+      ipav::cli::AddConvert(&app, locations),
+      ipav::cli::AddNew(&app, locations),
+      ipav::cli::AddCommit(&app, locations),
+      ipav::cli::AddCompletion(&app, locations),
   };
 
   try {
@@ -73,7 +71,7 @@ int Run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     throw WithHelp(app, error);
   }
-  for (const command_line::Command& command : commands) {
+  for (const ipav::cli::Command& command : commands) {
     if (command.app->parsed()) return command.run();
   }
   throw WithHelp(app, CLI::RequiredError("A command"));

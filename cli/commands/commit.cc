@@ -1,15 +1,20 @@
-#include "cli/commands/commit.h"
+// ipav commit: commits a configuration on a running ipavd.
 
 #include <fmt/core.h>
 #include <libyang/libyang.h>
 
+#include <CLI/App.hpp>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/netconf_client.h"
+#include "cli/options.h"
 #include "host/datastore/model.h"
 #include "messages/catalogue.h"
 
@@ -17,12 +22,32 @@ namespace ipav::cli {
 
 namespace {
 
+constexpr char kNotes[] =
+    "The file becomes the whole running configuration of the server.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
+    "  ipav commit --to demo/netconf.sock --validate router.json\n"
+    "\n"
+    "Exit status: 0 accepted, 1 refused, 2 the file or the command line is\n"
+    "wrong, or there is no server, 3 the plug-in died, threw or did not answer "
+    "in\n"
+    "time.";
+
+struct CommitOptions {
+  Locations locations;
+  std::string server;     // UNIX socket
+  std::string file;       // the configuration, XML or JSON
+  bool validate = false;  // ask only, change nothing
+  ReadingLimits limits;   // `time` is also that of each answer
+};
+
 constexpr char kPluginFailure[] = "the plug-in failed: ";
 
 // As XML without a declaration, for the middle of a message.
-std::string ReadAsXml(const Locations& locations,
-                      const CommitOptions& options) {
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+std::string ReadAsXml(const CommitOptions& options) {
+  const datastore::Model model(options.locations.yang_dir,
+                               options.locations.yang_extension);
   const datastore::DataTree tree =
       ReadTree(model, options.file, options.limits);
   char* text = nullptr;
@@ -72,12 +97,11 @@ ExitStatus Report(const std::string& file,
   return has_failed ? kPluginFailed : kRefused;
 }
 
-}  // namespace
-
-ExitStatus CommitTo(const Locations& locations, const CommitOptions& options) {
+// Makes the file the whole running configuration, and prints the outcome.
+ExitStatus Commit(const CommitOptions& options) {
   // 1. The configuration, wrong as it may be.
   const std::string config =
-      "<source><config>" + ReadAsXml(locations, options) + "</config></source>";
+      "<source><config>" + ReadAsXml(options) + "</config></source>";
 
   // 2. The question, or the change. A session that ends before its commit
   // leaves a candidate that it had locked as it was.
@@ -98,6 +122,27 @@ ExitStatus CommitTo(const Locations& locations, const CommitOptions& options) {
   // 3. The end.
   Expect(options.server, client.Call("<close-session/>"));
   return status;
+}
+
+}  // namespace
+
+Command AddCommit(CLI::App* app, const Locations& locations) {
+  const auto options = std::make_shared<CommitOptions>();
+  options->locations = locations;
+  CLI::App* command = app->add_subcommand(
+      "commit", "Commit a configuration on a running ipavd");
+  command->footer(kNotes);
+  AddFile(command, "--to", "UNIX socket of the server", &options->server)
+      ->required();
+  command->add_flag("--validate", options->validate,
+                    "Ask whether it would be accepted, and change nothing");
+  AddFile(command, "file", "Configuration to commit, XML or JSON",
+          &options->file)
+      ->required();
+  AddLimits(command, "read a configuration, and for each answer of the server",
+            &options->limits);
+  AddYang(command, &options->locations);
+  return {command, [options] { return Commit(*options); }};
 }
 
 }  // namespace ipav::cli

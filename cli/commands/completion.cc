@@ -1,15 +1,30 @@
-#include "cli/commands/completion.h"
+// ipav completion: prints the script by which a shell completes the command
+// line.
 
 #include <fmt/core.h>
 
-#include "cli/command_line/types.h"
+#include <CLI/App.hpp>
+#include <memory>
+#include <string>
+
+#include "cli/command.h"
 #include "cli/commands/explain.h"
 #include "cli/completion/scripts.h"
 #include "cli/completion/syntax.h"
+#include "cli/options.h"
 
 namespace ipav::cli {
 
 namespace {
+
+constexpr char kNotes[] =
+    "A package has put the scripts in their places. Without one, in the\n"
+    "start file of the shell:\n"
+    "\n"
+    "Examples:\n"
+    "  source <(ipav completion bash)\n"
+    "  source <(ipav completion zsh)\n"
+    "  ipav completion fish | source";
 
 std::string ScriptOf(const completion::Syntax& syntax,
                      const std::string& shell) {
@@ -20,12 +35,20 @@ std::string ScriptOf(const completion::Syntax& syntax,
 
 }  // namespace
 
-ExitStatus PrintCompletion(const Locations& locations, const CLI::App& app,
-                           const std::string& shell) {
-  const completion::Syntax syntax = completion::SyntaxOf(
-      app, {{command_line::kTopic, TopicNames(locations)}});
-  fmt::print("{}", ScriptOf(syntax, shell));
-  return kAccepted;
+Command AddCompletion(CLI::App* app, const Locations& locations) {
+  const auto shell = std::make_shared<std::string>();
+  CLI::App* command = app->add_subcommand(
+      "completion", "Print the script by which a shell completes ipav");
+  command->footer(kNotes);
+  AddChoice(command, "shell", {"bash", "zsh", "fish"},
+            "Shell that the script is for", shell.get())
+      ->required();
+  return {command, [=] {
+            const completion::Syntax syntax =
+                completion::SyntaxOf(*app, {{kTopic, TopicNames(locations)}});
+            fmt::print("{}", ScriptOf(syntax, *shell));
+            return kAccepted;
+          }};
 }
 
 }  // namespace ipav::cli

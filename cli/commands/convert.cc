@@ -1,62 +1,50 @@
-#include "cli/commands/convert.h"
+// ipav convert: writes a configuration in the other of its two formats.
 
-#include <cstdint>
+#include <libyang/libyang.h>
+
+#include <CLI/App.hpp>
 #include <cstdio>
-#include <stdexcept>
+#include <memory>
+#include <string>
 
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/print_tree.h"
 #include "cli/report/output_file.h"
-#include "host/base/c_ptr.h"
 #include "host/datastore/model.h"
 
 namespace ipav::cli {
 
 namespace {
 
+constexpr char kNotes[] =
+    "The data stays as it is: the order of list entries, and what is written\n"
+    "though it is the default. Lost are comments, blanks between elements, "
+    "XML\n"
+    "prefixes and the form of a value that has several, such as 007 for 7.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav convert candidate.xml\n"
+    "  ipav convert candidate.json --to xml --output candidate.xml\n"
+    "\n"
+    "Exit status: 0 converted; 2 the file cannot be read or written.";
+
+struct ConvertOptions {
+  Locations locations;
+  std::string file;
+  std::string to;      // xml or json; empty: the format that the file is not in
+  std::string output;  // file; empty: standard output
+  ReadingLimits limits;
+};
+
 LYD_FORMAT TargetOf(const ConvertOptions& options, LYD_FORMAT source) {
   if (options.to.empty()) return source == LYD_XML ? LYD_JSON : LYD_XML;
   return options.to == "xml" ? LYD_XML : LYD_JSON;
 }
 
-std::string Print(const lyd_node* node, LYD_FORMAT format,
-                  std::uint32_t options) {
-  char* printed = nullptr;
-  const LY_ERR error = lyd_print_mem(&printed, node, format, options);
-  const base::CText owned(printed);
-  if (error != LY_SUCCESS) {
-    throw std::runtime_error("the configuration cannot be printed");
-  }
-  return printed == nullptr ? "" : printed;
-}
-
-// No element at all is no XML: an empty configuration is empty containers.
-std::string PrintEmptyContainers(const datastore::DataTree& tree) {
-  std::string text;
-  for (const lyd_node* node = tree.FirstChild(nullptr); node != nullptr;
-       node = node->next) {
-    const bool is_state = (node->schema->flags & LYS_CONFIG_R) != 0;
-    if (!is_state) text += Print(node, LYD_XML, LYD_PRINT_KEEPEMPTYCONT);
-  }
-  return text;
-}
-
-// A reader of XML takes a bare carriage return for the end of a line (XML 1.0,
-// section 2.11), and libyang prints it bare.
-std::string WithEscapedReturns(const std::string& xml) {
-  std::string text;
-  for (const char c : xml) {
-    if (c == '\r') {
-      text += "&#xD;";
-    } else {
-      text += c;
-    }
-  }
-  return text;
-}
-
-}  // namespace
-
-ExitStatus Convert(const Locations& locations, const ConvertOptions& options) {
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+ExitStatus Convert(const ConvertOptions& options) {
+  const datastore::Model model(options.locations.yang_dir,
+                               options.locations.yang_extension);
   const auto tree = ReadTree(model, options.file, options.limits);
   const std::string text = PrintTree(tree, TargetOf(options, tree.format()));
 
@@ -66,12 +54,24 @@ ExitStatus Convert(const Locations& locations, const ConvertOptions& options) {
   return kAccepted;
 }
 
-std::string PrintTree(const datastore::DataTree& tree, LYD_FORMAT format) {
-  std::string text =
-      Print(tree.FirstChild(nullptr), format, LYD_PRINT_WITHSIBLINGS);
-  if (format != LYD_XML) return text;
-  if (text.empty()) text = PrintEmptyContainers(tree);
-  return WithEscapedReturns(text);
+}  // namespace
+
+Command AddConvert(CLI::App* app, const Locations& locations) {
+  const auto options = std::make_shared<ConvertOptions>();
+  options->locations = locations;
+  CLI::App* command = app->add_subcommand(
+      "convert", "Write a configuration in the other format, XML or JSON");
+  command->footer(kNotes);
+  AddFile(command, "file", "Configuration to convert, XML or JSON",
+          &options->file)
+      ->required();
+  AddChoice(command, "--to", {"xml", "json"},
+            "xml or json (default: what the file is not)", &options->to);
+  AddFile(command, "--output", "File to write (default: standard output)",
+          &options->output);
+  AddLimits(command, "read a configuration", &options->limits);
+  AddYang(command, &options->locations);
+  return {command, [options] { return Convert(*options); }};
 }
 
 }  // namespace ipav::cli

@@ -1,17 +1,24 @@
-#include "cli/commands/diff.h"
+// ipav diff: shows what a candidate changes, and which validation points that
+// fires.
+
+#include "host/datastore/diff.h"
 
 #include <fmt/core.h>
 
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include "cli/command.h"
+#include "cli/options.h"
 #include "host/base/utf8.h"
 #include "host/commit/plan.h"
 #include "host/confd/path.h"
-#include "host/datastore/diff.h"
 #include "host/datastore/model.h"
 
 namespace ipav::cli {
@@ -25,13 +32,36 @@ using datastore::Dependency;
 using datastore::Diff;
 using nlohmann::ordered_json;
 
+constexpr char kNotes[] =
+    "A line begins with + for what is added, - for what is deleted, ~ for a\n"
+    "changed value. An added or deleted list entry is one line with the "
+    "number\n"
+    "of its leaves; --full lists these, too. Then come the calls that a "
+    "commit\n"
+    "makes, in its order, each with the nodes that changed and fire it.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav diff running.xml candidate.xml\n"
+    "  ipav diff --format json running.json candidate.json\n"
+    "\n"
+    "Exit status: 0 both could be read, changed or not; 2 one could not.";
+
+struct DiffOptions {
+  Locations locations;
+  std::string running;
+  std::string candidate;
+  bool full = false;  // list the leaves of added and deleted list entries, too
+  std::string format = "text";  // or json
+  ReadingLimits limits;
+};
+
 bool IsLeaf(const lysc_node& schema) {
   return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
 }
 
 bool IsDefault(const lyd_node& node) { return (node.flags & LYD_DEFAULT) != 0; }
 
-// Never null: what is in neither configuration is no change.
+// Never null: each change is in at least one of the configurations.
 const lyd_node* NodeOf(const Change& change) {
   return change.after != nullptr ? change.after : change.before;
 }
@@ -45,13 +75,13 @@ bool IsKey(const Change& change) {
   return lysc_is_key(schema);
 }
 
-// What nobody wrote: it comes and goes with its parent.
+// A default value, which is created and deleted with its parent.
 bool IsImplicit(const Change& change) {
   return IsLeaf(*change.schema) && IsOneSided(change) &&
          IsDefault(*NodeOf(change));
 }
 
-// How many leaves somebody wrote at or below a change.
+// Number of leaves at or below a change that are written in a file.
 std::size_t CountLeaves(const Change& change) {
   if (IsLeaf(*change.schema)) return IsImplicit(change) ? 0 : 1;
   std::size_t count = 0;
@@ -59,7 +89,7 @@ std::size_t CountLeaves(const Change& change) {
   return count;
 }
 
-// The same below a list entry: its own keys stand in its path already.
+// The same below a list entry, without its keys, which its path shows.
 std::size_t CountLeavesOf(const Change& entry) {
   const auto keys =
       std::count_if(entry.children.begin(), entry.children.end(), IsKey);
@@ -107,8 +137,8 @@ char SignOf(const Change& change) {
   return change.after == nullptr ? '-' : '~';
 }
 
-// A value as it stands on its line; in quotes where it would not be seen whole,
-// or would be more than text to a terminal.
+// A value in a line of text; in quotes where its ends would not be seen, or
+// where a terminal would interpret it.
 std::string Printable(const std::string& value) {
   const bool is_plain = !value.empty() && value.front() != ' ' &&
                         value.back() != ' ' && value.front() != '"' &&
@@ -137,7 +167,7 @@ void PrintLine(const Line& line) {
   fmt::print("\n");
 }
 
-// The nodes that a dependency names, from the root, without keys.
+// The schema path of the nodes that a dependency names.
 std::string PathOf(const PointCall& call, const Dependency& dependency) {
   if (!dependency.steps.empty()) {
     return datastore::SchemaPath(*dependency.steps.back());
@@ -149,8 +179,7 @@ std::string PathOf(const PointCall& call, const Dependency& dependency) {
   return node == nullptr ? "/" : datastore::SchemaPath(*node);
 }
 
-// What changed, for which a call is made; nothing for one that every commit
-// makes.
+// The changed nodes that fire a call; none for a call that every commit makes.
 std::vector<std::string> CausesOf(const Diff& diff, const PointCall& call) {
   const Cause cause = commit::CauseOf(diff, call);
   std::vector<std::string> paths;
@@ -209,15 +238,14 @@ void PrintJson(const DiffOptions& options, const Diff& diff,
                              {"path", commit::PathOf(call)},
                              {"changed", CausesOf(diff, call)}});
   }
-  // The name of a file may be no UTF-8.
+  // The name of a file need not be UTF-8.
   fmt::print("{}\n",
              json.dump(2, ' ', false, ordered_json::error_handler_t::replace));
 }
 
-}  // namespace
-
-ExitStatus PrintDiff(const Locations& locations, const DiffOptions& options) {
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+ExitStatus PrintDiff(const DiffOptions& options) {
+  const datastore::Model model(options.locations.yang_dir,
+                               options.locations.yang_extension);
   const auto running = ReadTree(model, options.running, options.limits);
   const auto candidate = ReadTree(model, options.candidate, options.limits);
 
@@ -230,6 +258,29 @@ ExitStatus PrintDiff(const Locations& locations, const DiffOptions& options) {
     PrintText(diff, lines, calls);
   }
   return kAccepted;
+}
+
+}  // namespace
+
+Command AddDiff(CLI::App* app, const Locations& locations) {
+  const auto options = std::make_shared<DiffOptions>();
+  options->locations = locations;
+  CLI::App* command = app->add_subcommand(
+      "diff", "Show what a candidate changes and which points that fires");
+  command->footer(kNotes);
+  AddFile(command, "running", "Running configuration, XML or JSON",
+          &options->running)
+      ->required();
+  AddFile(command, "candidate", "Configuration to compare, XML or JSON",
+          &options->candidate)
+      ->required();
+  command->add_flag("--full", options->full,
+                    "List the leaves of added and deleted list entries, too");
+  AddChoice(command, "--format", {"text", "json"}, "text or json",
+            &options->format);
+  AddLimits(command, "read a configuration", &options->limits);
+  AddYang(command, &options->locations);
+  return {command, [options] { return PrintDiff(*options); }};
 }
 
 }  // namespace ipav::cli

@@ -2,13 +2,17 @@
 
 #include <fmt/core.h>
 
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <sstream>
 
+#include "cli/command.h"
+#include "cli/options.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
 #include "messages/catalogue.h"
@@ -18,6 +22,20 @@
 namespace ipav::cli {
 
 namespace {
+
+constexpr char kNotes[] =
+    "A text is the one that an operator saw, interfaces and addresses filled\n"
+    "in; a rule is named by its heading or as findings and SARIF name it.\n"
+    "Without a topic, the validation points and rules are listed.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav explain ipv4_addr_validation\n"
+    "  ipav explain overlap\n"
+    "  ipav explain interface-overlap\n"
+    "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
+    "  ipav check --running running.xml candidate.xml | ipav explain -\n"
+    "\n"
+    "Exit status: 0 explained, 2 a topic is unknown.";
 
 using messages::Block;
 using messages::Match;
@@ -405,6 +423,26 @@ std::vector<std::string> TopicNames(const Locations& locations) {
     if (IsTopic(section)) names.push_back(section.anchor);
   }
   return names;
+}
+
+Command AddExplain(CLI::App* app, const Locations& locations) {
+  struct Values {
+    Locations locations;
+    ExplainOptions options;
+  };
+  const auto values = std::make_shared<Values>(Values{locations, {}});
+  CLI::App* command = app->add_subcommand(
+      "explain", "Explain a validation point, a rule or a text");
+  command->footer(kNotes);
+  command
+      ->add_option(
+          "topic", values->options.topics,
+          "Name of a point or a rule, or a text; '-' for texts from standard "
+          "input, one a line, such as the output of ipav check")
+      ->type_name(kTopic);
+  AddYang(command, &values->locations);
+  return {command,
+          [values] { return Explain(values->locations, values->options); }};
 }
 
 }  // namespace ipav::cli

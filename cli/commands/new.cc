@@ -1,8 +1,14 @@
-#include "cli/commands/new.h"
+// ipav new: prints a first configuration.
 
 #include <fmt/core.h>
 
-#include "cli/commands/convert.h"
+#include <CLI/App.hpp>
+#include <memory>
+#include <string>
+
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/print_tree.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
@@ -11,22 +17,38 @@ namespace ipav::cli {
 
 namespace {
 
-using datastore::DataTree;
-using datastore::Model;
+constexpr char kNotes[] =
+    "The configuration is accepted as it is. In XML a comment stands beside\n"
+    "what a validation point looks at.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav new > router.xml && ipav check router.xml\n"
+    "  ipav new --format json > router.json";
 
-std::string AsJson(const Locations& locations) {
-  const Model model(locations.yang_dir, locations.yang_extension);
-  return PrintTree(DataTree::FromFile(model, locations.starter), LYD_JSON);
+std::string StarterAsJson(const Locations& locations) {
+  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+  return PrintTree(datastore::DataTree::FromFile(model, locations.starter),
+                   LYD_JSON);
+}
+
+ExitStatus PrintNew(const Locations& locations, const std::string& format) {
+  fmt::print("{}", format == "json"
+                       ? StarterAsJson(locations)
+                       : datastore::ReadInput(locations.starter,
+                                              datastore::kMaxInputSize));
+  return kAccepted;
 }
 
 }  // namespace
 
-ExitStatus PrintNew(const Locations& locations, const NewOptions& options) {
-  fmt::print("{}", options.format == "json"
-                       ? AsJson(locations)
-                       : datastore::ReadInput(locations.starter,
-                                              datastore::kMaxInputSize));
-  return kAccepted;
+Command AddNew(CLI::App* app, const Locations& locations) {
+  const auto format = std::make_shared<std::string>("xml");
+  CLI::App* command =
+      app->add_subcommand("new", "Print a first configuration to change");
+  command->footer(kNotes);
+  AddChoice(command, "--format", {"xml", "json"},
+            "xml, with comments, or json, which has none", format.get());
+  return {command, [=] { return PrintNew(locations, *format); }};
 }
 
 }  // namespace ipav::cli

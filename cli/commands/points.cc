@@ -1,12 +1,25 @@
-#include "cli/commands/points.h"
+// ipav points: lists where the data model uses validation points.
 
 #include <fmt/core.h>
 
+#include <CLI/App.hpp>
+#include <memory>
+
+#include "cli/command.h"
+#include "cli/options.h"
 #include "host/datastore/model.h"
 
 namespace ipav::cli {
 
-ExitStatus ListPoints(const Locations& locations) {
+namespace {
+
+constexpr char kNotes[] =
+    "Examples:\n"
+    "  ipav points\n"
+    "  ipav points --yang my-model";
+
+// In the order in which a commit runs them.
+ExitStatus PrintPoints(const Locations& locations) {
   const datastore::Model model(locations.yang_dir, locations.yang_extension);
   for (const datastore::UseSite& site : model.use_sites()) {
     fmt::print("{}\n  point: {}\n  opaque: {}\n  call-once: {}\n", site.path,
@@ -21,6 +34,17 @@ ExitStatus ListPoints(const Locations& locations) {
     }
   }
   return kAccepted;
+}
+
+}  // namespace
+
+Command AddPoints(CLI::App* app, const Locations& locations) {
+  const auto values = std::make_shared<Locations>(locations);
+  CLI::App* command = app->add_subcommand(
+      "points", "List the use sites of validation points in the model");
+  command->footer(kNotes);
+  AddYang(command, values.get());
+  return {command, [values] { return PrintPoints(*values); }};
 }
 
 }  // namespace ipav::cli

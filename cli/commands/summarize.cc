@@ -1,7 +1,8 @@
-#include "cli/commands/summarize.h"
+// ipav summarize: makes one report of the JSON reports of several runs.
 
 #include <fmt/core.h>
 
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -10,10 +11,16 @@
 #include <exception>
 #include <fstream>
 #include <map>
+#include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
-#include "cli/report/json.h"
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/report/json/json.h"
 
 namespace ipav::cli {
 
@@ -25,12 +32,25 @@ using report::ReadReport;
 using report::Run;
 using report::Summary;
 
+constexpr char kNotes[] =
+    "Examples:\n"
+    "  ipav summarize 1.json 2.json 3.json 4.json\n"
+    "  ipav summarize --failed-only --format junit --output all.xml "
+    "results/*.json\n"
+    "\n"
+    "Exit status: that of the gravest result; 2 where one is missing or wrong.";
+
+struct SummarizeOptions {
+  std::vector<std::string> results;  // files
+  report::ReportOptions report;
+};
+
 struct Part {
   std::string file;
   ReadReport report;
 };
 
-// One line of what a library says, which may be several.
+// The first line of a library's error text.
 std::string FirstLine(const std::string& text) {
   return text.substr(0, text.find('\n'));
 }
@@ -46,7 +66,7 @@ ReadReport Read(const std::string& file) {
   }
 }
 
-// Collects parts, and what is wrong with them.
+// Collects the reports of all parts, and prints what is wrong with them.
 class Parts {
  public:
   void Add(const std::string& file) {
@@ -58,21 +78,23 @@ class Parts {
       AddSummary(part.report.run.summary);
       parts_.push_back(std::move(part));
     } catch (const std::runtime_error& error) {
-      Tell(file + ": " + error.what());
+      PrintProblem(file + ": " + error.what());
     }
   }
 
-  // Once, behind the last one.
+  // To be called once, after the last part.
   void CheckShardsAreComplete() {
     if (parts_.empty() || !shards_.has_value()) return;
     for (std::size_t number = 1; number <= shards_->of; ++number) {
       if (file_of_shard_.count(number) == 0) {
-        Tell(fmt::format("shard {} of {} is missing", number, shards_->of));
+        PrintProblem(
+            fmt::format("shard {} of {} is missing", number, shards_->of));
       }
     }
   }
 
-  // Devices in the order of their list; of runs without shards, as they come.
+  // Devices of shards in the order of their numbers; of runs without shards, in
+  // the order of the files.
   std::vector<DeviceReport> TakeDevices() {
     std::vector<DeviceReport> devices;
     for (Part& part : parts_) {
@@ -93,7 +115,7 @@ class Parts {
   const Summary& summary() const { return summary_; }
 
  private:
-  void Tell(const std::string& problem) {
+  void PrintProblem(const std::string& problem) {
     summary_.Raise(kBadInput);
     static_cast<void>(std::fprintf(stderr, "ipav: %s\n", problem.c_str()));
   }
@@ -111,7 +133,7 @@ class Parts {
     for (const DeviceReport& device : report.devices) {
       listed.Add(device.status);
     }
-    // Accepted ones need not be listed.
+    // Accepted devices need not be listed.
     const Summary& told = report.run.summary;
     const auto differs = [&](ExitStatus status) {
       return told.Of(status) != listed.Of(status);
@@ -126,14 +148,14 @@ class Parts {
     for (const DeviceReport& device : part.report.devices) {
       const auto [entry, is_new] =
           file_of_device_.emplace(device.candidate, part.file);
-      // A run is free to judge a device twice.
+      // One run may judge a device twice.
       if (is_new || entry->second == part.file) continue;
-      Tell(device.candidate + " is in " + entry->second + " and in " +
-           part.file);
+      PrintProblem(device.candidate + " is in " + entry->second + " and in " +
+                   part.file);
     }
   }
 
-  // Whether the part belongs to the others, and is none of them once more.
+  // Whether the part is a new shard. Throws when it is of another run.
   bool CheckShard(const Part& part) {
     const Run& run = part.report.run;
     if (parts_.empty()) {
@@ -148,22 +170,23 @@ class Parts {
     const auto [entry, is_new] =
         file_of_shard_.emplace(run.shard->number, part.file);
     if (!is_new) {
-      Tell(fmt::format("shard {} of {} is in {} and in {}", run.shard->number,
-                       run.shard->of, entry->second, part.file));
+      PrintProblem(fmt::format("shard {} of {} is in {} and in {}",
+                               run.shard->number, run.shard->of, entry->second,
+                               part.file));
     }
     return is_new;
   }
 
   std::vector<Part> parts_;
-  std::optional<report::Shard> shards_;  // of the first; its number means none
+  std::optional<report::Shard> shards_;  // of the first part; `of` alone counts
   std::size_t list_size_ = 0;
   std::map<std::size_t, std::string> file_of_shard_;
   std::map<std::string, std::string> file_of_device_;
   Summary summary_;
 };
 
-}  // namespace
-
+// Writes the report that one run over all devices would have written. Prints
+// what is wrong with the results, such as a missing shard, to standard error.
 ExitStatus Summarize(const SummarizeOptions& options) {
   Parts parts;
   for (const std::string& file : options.results) parts.Add(file);
@@ -171,10 +194,24 @@ ExitStatus Summarize(const SummarizeOptions& options) {
 
   Run run;
   run.summary = parts.summary();
-  report::ReportOutput output(options.report, {}, &run);
+  report::ReportOutput output(options.report, &run);
   for (const DeviceReport& device : parts.TakeDevices()) output.List(device);
   output.End(true);
   return run.summary.gravest();
+}
+
+}  // namespace
+
+Command AddSummarize(CLI::App* app, const Locations& /*locations*/) {
+  const auto options = std::make_shared<SummarizeOptions>();
+  CLI::App* command = app->add_subcommand(
+      "summarize", "Make one report of the JSON reports of several runs");
+  command->footer(kNotes);
+  AddReport(command, &options->report);
+  command->add_option("result", options->results, "JSON reports")
+      ->type_name(kFile)
+      ->required();
+  return {command, [options] { return Summarize(*options); }};
 }
 
 }  // namespace ipav::cli

@@ -3,7 +3,7 @@
 #include <CLI/StringTools.hpp>
 #include <stdexcept>
 
-#include "cli/command_line/types.h"
+#include "cli/options.h"
 
 namespace ipav::cli::completion {
 
@@ -27,9 +27,9 @@ Value ValueOf(const CLI::Option& option,
   Value value;
   value.name = type.substr(0, colon);
   const auto known = words_of.find(value.name);
-  if (value.name == command_line::kFile) {
+  if (value.name == kFile) {
     value.kind = Value::Kind::kFile;
-  } else if (value.name == command_line::kFolder) {
+  } else if (value.name == kFolder) {
     value.kind = Value::Kind::kFolder;
   } else if (known != words_of.end()) {
     value.kind = Value::Kind::kWord;

@@ -1,8 +1,8 @@
 #include "cli/report/formats.h"
 
-#include "cli/report/json.h"
-#include "cli/report/junit.h"
-#include "cli/report/sarif.h"
+#include "cli/report/json/json.h"
+#include "cli/report/junit/junit.h"
+#include "cli/report/sarif/sarif.h"
 
 namespace ipav::cli::report {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "cli/report/run.h"
-#include "cli/report/text.h"
+#include "cli/report/text/text.h"
 #include "cli/report/writer.h"
 
 namespace ipav::cli::report {

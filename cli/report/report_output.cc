@@ -4,14 +4,25 @@
 
 #include <cstdio>
 
+#include "cli/report/text/color.h"
+
 namespace ipav::cli::report {
 
-ReportOutput::ReportOutput(const ReportOptions& options,
-                           const TextOptions& text, Run* run)
+namespace {
+
+TextOptions TextOptionsOf(const ReportOptions& options) {
+  std::FILE* terminal = options.output.empty() ? stdout : nullptr;
+  return {options.all, options.verbose, WantsColor(options.color, terminal)};
+}
+
+}  // namespace
+
+ReportOutput::ReportOutput(const ReportOptions& options, Run* run)
     : options_(options),
       run_(run),
       file_(options.output),
-      writer_(MakeWriter(options.format, file_.stream(), *run, text)) {}
+      writer_(MakeWriter(options.format, file_.stream(), *run,
+                         TextOptionsOf(options))) {}
 
 bool ReportOutput::is_plain() const {
   return options_.format == Format::kText && options_.output.empty();
@@ -31,7 +42,7 @@ void ReportOutput::List(const DeviceReport& device) {
   BeginOnce();
   if (options_.failed_only && device.status == kAccepted) return;
   writer_->Add(device);
-  // Whoever reads a pipe sees each device when it is done.
+  // The reader of a pipe sees each device as soon as it is done.
   static_cast<void>(std::fflush(file_.stream()));
   file_.Check();
 }

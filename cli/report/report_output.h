@@ -1,4 +1,4 @@
-// A report on its way out: the format, the file, and the run that it is about.
+// Writes the report of a run in its format to its file.
 #ifndef IPAV_CLI_REPORT_REPORT_OUTPUT_H_
 #define IPAV_CLI_REPORT_REPORT_OUTPUT_H_
 
@@ -9,32 +9,36 @@
 #include "cli/report/formats.h"
 #include "cli/report/output_file.h"
 #include "cli/report/run.h"
-#include "cli/report/text.h"
 #include "cli/report/writer.h"
 
 namespace ipav::cli::report {
 
-// Which report, and where it goes.
 struct ReportOptions {
   Format format = Format::kText;
   std::string output;        // file; empty: standard output
   bool failed_only = false;  // lists no device that was accepted
+
+  // Of the text format alone.
+  bool all = false;             // the answer of every point
+  bool verbose = false;         // debug lines and platform calls as well
+  std::string color = "never";  // or always, auto
 };
 
 class ReportOutput {
  public:
-  // The run is borrowed; its summary counts the devices. Throws
-  // std::runtime_error for a file that cannot be.
-  ReportOutput(const ReportOptions& options, const TextOptions& text, Run* run);
+  // The run is borrowed. Throws std::runtime_error when the file cannot be
+  // created.
+  ReportOutput(const ReportOptions& options, Run* run);
 
-  // Text on standard output.
+  // Whether the report is text on standard output.
   bool is_plain() const;
 
   // Each throws std::runtime_error when the report cannot be written. Nothing
-  // is written before the first of them.
-  void Add(const DeviceReport& device);
-  void List(const DeviceReport& device);  // one that is counted already
-  void End(bool has_summary);             // once; a text's last line, if wanted
+  // is written before the first call.
+  void Add(const DeviceReport& device);   // counts it in the run's summary
+  void List(const DeviceReport& device);  // does not: it is counted already
+  // Once, at the end. A text report ends with the summary if that is wanted.
+  void End(bool has_summary);
 
  private:
   void BeginOnce();

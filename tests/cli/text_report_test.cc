@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "cli/report/device_report.h"
-#include "cli/report/source_lines.h"
-#include "cli/report/text.h"
+#include "cli/report/text/source_lines.h"
+#include "cli/report/text/text.h"
 #include "tests/support/run_process.h"
 
 namespace ipav::cli::report {

@@ -1,4 +1,4 @@
-#include "cli/report/html_text.h"
+#include "cli/report/html/html_text.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/report/html.h"
+#include "cli/report/html/html.h"
 #include "host/datastore/diff.h"
 #include "host/view/address_plan.h"
 #include "host/view/change_list.h"

@@ -1,4 +1,4 @@
-#include "cli/report/plan_layout.h"
+#include "cli/report/html/plan_layout.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,9 @@
 // ipav convert: nothing of a configuration is lost on the way to the other
 // format and back.
 
-#include "cli/commands/convert.h"
-
 #include <algorithm>
 
+#include "cli/print_tree.h"
 #include "host/datastore/diff.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/model.h"

@@ -1,5 +1,5 @@
 // Reports as JSON, and read back.
-#include "cli/report/json.h"
+#include "cli/report/json/json.h"
 
 #include <gtest/gtest.h>
 

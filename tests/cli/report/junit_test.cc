@@ -1,5 +1,5 @@
 // Reports as JUnit XML, read back with a reader of XML.
-#include "cli/report/junit.h"
+#include "cli/report/junit/junit.h"
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>

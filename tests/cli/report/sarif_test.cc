@@ -1,5 +1,5 @@
 // Reports as SARIF 2.1.0.
-#include "cli/report/sarif.h"
+#include "cli/report/sarif/sarif.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/report/json.h"
+#include "cli/report/json/json.h"
 #include "tests/cli/report/sample_reports.h"
 
 namespace ipav::testing {

@@ -1,0 +1,37 @@
+// The devices that a command line names.
+#ifndef IPAV_CLI_CHECK_DEVICES_H_
+#define IPAV_CLI_CHECK_DEVICES_H_
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "cli/report/run.h"
+
+namespace ipav::cli::check {
+
+// A configuration to judge.
+struct Device {
+  std::size_t number = 1;  // in the list of all devices, from 1
+  std::string candidate;
+  std::string running;  // file; empty: nothing is configured yet
+  // Why the device cannot be judged, known before anything is read; else empty.
+  std::string problem;
+};
+
+// The devices of files and folders, numbered in their order. A file is a
+// device. So is a folder that holds candidate.xml or candidate.json; its own
+// running.xml or running.json replaces `running`. In any other folder, every
+// file that ends in .xml or .json and every folder is taken, in the order of
+// their names, except those that begin with a dot; no folder is taken twice.
+// Throws datastore::InputError for a folder without a device.
+std::vector<Device> FindDevices(const std::vector<std::string>& names,
+                                const std::string& running);
+
+// The devices of one shard.
+std::vector<Device> PartOf(const std::vector<Device>& devices,
+                           const report::Shard& shard);
+
+}  // namespace ipav::cli::check
+
+#endif  // IPAV_CLI_CHECK_DEVICES_H_

@@ -1,0 +1,33 @@
+// Judges many devices, several at a time, each in a process of its own: a
+// device that hangs or crashes does not affect the others.
+#ifndef IPAV_CLI_CHECK_FLEET_H_
+#define IPAV_CLI_CHECK_FLEET_H_
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+#include "cli/check/judge.h"
+#include "cli/report/device_report.h"
+#include "host/base/time_limit.h"
+
+namespace ipav::cli::check {
+
+struct FleetOptions {
+  std::size_t jobs = 0;  // at a time; 0: one for each processor
+  // For one reading and for one commit. Two readings, a commit and the rest
+  // together may take four times as long.
+  base::TimeLimit time_limit = base::kNoTimeLimit;
+  bool is_quiet = false;  // no progress line, even on a terminal
+};
+
+// Calls `take` with the reports in the order of the devices. Throws
+// std::runtime_error when the plug-in cannot be loaded, or no process can be
+// created.
+void JudgeFleet(const Judge& judge, const std::vector<Device>& devices,
+                const FleetOptions& options,
+                const std::function<void(const report::DeviceReport&)>& take);
+
+}  // namespace ipav::cli::check
+
+#endif  // IPAV_CLI_CHECK_FLEET_H_

@@ -1,0 +1,231 @@
+#include "cli/check/judge.h"
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cli/check/timing.h"
+#include "cli/check/trace.h"
+#include "cli/report/html/device_html.h"
+#include "cli/report/html/device_view.h"
+#include "host/base/stopwatch.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_text.h"
+#include "host/source/source_text.h"
+#include "messages/finder.h"
+
+namespace ipav::cli::check {
+
+namespace {
+
+using commit::Verdict;
+using datastore::DataTree;
+using datastore::InputError;
+using datastore::InputText;
+using datastore::Model;
+using datastore::ReadingTimes;
+using datastore::Running;
+using datastore::Transaction;
+using report::DeviceReport;
+
+ExitStatus StatusOf(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::kAccepted:
+      return kAccepted;
+    case Verdict::kRefused:
+      return kRefused;
+    case Verdict::kPluginFailed:
+      break;
+  }
+  return kPluginFailed;
+}
+
+// Leaked on purpose: the process judges one device and exits. Freeing a large
+// configuration node by node takes a fifth of the time of reading it.
+template <typename T>
+T& KeepUntilExit(std::unique_ptr<T> kept) {
+  static auto& all = *new std::vector<std::unique_ptr<T>>;
+  all.push_back(std::move(kept));
+  return *all.back();
+}
+
+Running ReadRunning(const Model& model, const std::string& file,
+                    std::size_t max_size) {
+  base::Stopwatch watch;
+  InputText text = datastore::ReadText(file, max_size);
+  return Running(model, std::move(text), watch.Lap());
+}
+
+// Time spent on the tree so far. It is parsed when it is first needed, which
+// may be during the comparison.
+base::Duration TreeTime(const Running& running) {
+  return running.times().parse + running.times().validation;
+}
+
+struct Candidate {
+  InputText text;
+  DataTree tree;
+};
+
+Candidate ReadCandidate(const Model& model, const std::string& file,
+                        const ReadingLimits& limits, LastWords late,
+                        ReadingTimes* times) {
+  const ReadingTime limit(limits.time, std::move(late));
+  base::Stopwatch watch;
+  InputText text = datastore::ReadText(file, limits.size);
+  times->text = watch.Lap();
+  DataTree tree = DataTree::FromText(model, text, times);
+  return {std::move(text), std::move(tree)};
+}
+
+commit::Outcome RunCommit(const Transaction& transaction,
+                          const std::string& file, commit::Options options,
+                          bool trace) {
+  if (!trace) return commit::RunCommit(transaction, options);
+  TraceWriter writer;
+  options.tracer = &writer;
+  writer.BeginFile(file);
+  commit::Outcome outcome = commit::RunCommit(transaction, options);
+  writer.EndFile();
+  return outcome;
+}
+
+// The nodes that each refusal is about. This needs the whole running
+// configuration, so it parses what was not parsed yet.
+std::vector<messages::Finding> FindingsOf(const DeviceReport& report,
+                                          const Running& running,
+                                          const Transaction& transaction,
+                                          const InputText& candidate) {
+  if (report.status != kRefused) return {};
+  const std::optional<InputText>& text = running.text();
+  std::string_view running_bytes;
+  if (text.has_value()) running_bytes = text->bytes;
+  const source::SourceText before(running_bytes);
+  const source::SourceText after(candidate.bytes);
+  messages::Finder finder(
+      {&transaction.running(), report.running, text ? &before : nullptr},
+      {&transaction.candidate(), report.candidate, &after});
+  return finder.ExplainAll(report.outcome);
+}
+
+DeviceReport ReportOn(const Device& device) {
+  DeviceReport report;
+  report.number = device.number;
+  report.candidate = device.candidate;
+  report.running = device.running;
+  return report;
+}
+
+DeviceReport BadInput(const Device& device, const std::string& error) {
+  DeviceReport report = ReportOn(device);
+  report.status = kBadInput;
+  report.input_error = error;
+  return report;
+}
+
+}  // namespace
+
+DeviceReport Failed(const Device& device, const std::string& reason) {
+  DeviceReport report = ReportOn(device);
+  report.status = kPluginFailed;
+  report.outcome.verdict = Verdict::kPluginFailed;
+  report.outcome.failure = reason;
+  return report;
+}
+
+Running ReadInTime(const Model& model, const std::string& file,
+                   const ReadingLimits& limits) {
+  const ReadingTime limit(file, limits.time);
+  Running running = ReadRunning(model, file, limits.size);
+  static_cast<void>(running.Tree());
+  return running;
+}
+
+DeviceReport Judge::Commit(const Device& device,
+                           const TimeOver& time_over) const {
+  if (device.running == running_.file) {
+    return Commit(device, running_.configuration, time_over);
+  }
+  const auto read = [&] {
+    const base::TimeLimit time = options_.limits.time;
+    const ReadingTime limit(
+        time, time_over(BadInput(device, NotReadWithin(device.running, time))));
+    return std::make_unique<const Running>(
+        ReadRunning(model_, device.running, options_.limits.size));
+  };
+  return Commit(device, KeepUntilExit(read()), time_over);
+}
+
+DeviceReport Judge::Commit(const Device& device, const Running& running,
+                           const TimeOver& time_over) const {
+  const auto late = [&](const std::string& file) {
+    return time_over(
+        BadInput(device, NotReadWithin(file, options_.limits.time)));
+  };
+  // 1. Read the candidate. Where both files are wrong, the error is that of the
+  // running configuration.
+  ReadingTimes times;
+  std::optional<Candidate> candidate;
+  try {
+    candidate = ReadCandidate(model_, device.candidate, options_.limits,
+                              late(device.candidate), &times);
+  } catch (const InputError&) {
+    const ReadingTime limit(options_.limits.time, late(device.running));
+    static_cast<void>(running.Tree());
+    throw;
+  }
+  // 2. Compare it with the running configuration.
+  base::Stopwatch watch;
+  const base::Duration before = TreeTime(running);
+  const auto compare = [&] {
+    const ReadingTime limit(options_.limits.time, late(device.running));
+    return std::make_unique<const Transaction>(
+        running, std::move(candidate->tree), candidate->text);
+  };
+  const Transaction& transaction = KeepUntilExit(compare());
+  const base::Duration diff = watch.Lap() - (TreeTime(running) - before);
+  // 3. Run the plug-in's validation points.
+  DeviceReport report = ReportOn(device);
+  report.outcome = RunCommit(
+      transaction, device.candidate,
+      {options_.plugin, options_.all, options_.limits.time}, options_.trace);
+  report.status = StatusOf(report.outcome.verdict);
+  report.findings = FindingsOf(report, running, transaction, candidate->text);
+  if (options_.page) {
+    const report::DeviceView view = {
+        view::ListChanges(transaction.diff()),
+        view::PlanOf(transaction.running(), transaction.candidate(),
+                     messages::CulpritPaths(report.findings))};
+    report.page_section =
+        report::DeviceSection(report, &view, device.number).str();
+  }
+  if (options_.timing) {
+    report.times = report::Times{times, std::nullopt, diff};
+    if (!device.running.empty()) report.times->running = running.times();
+    PrintTimes(report);
+  }
+  return report;
+}
+
+DeviceReport Judge::operator()(const Device& device,
+                               const TimeOver& time_over) const {
+  const auto start = std::chrono::steady_clock::now();
+  if (!device.problem.empty()) return BadInput(device, device.problem);
+  try {
+    DeviceReport report = Commit(device, time_over);
+    const std::chrono::duration<double> time =
+        std::chrono::steady_clock::now() - start;
+    if (options_.timing) report.seconds = time.count();
+    return report;
+  } catch (const InputError& error) {
+    return BadInput(device, error.what());
+  }
+}
+
+}  // namespace ipav::cli::check

@@ -1,0 +1,62 @@
+#include "cli/check/progress.h"
+
+#include <fmt/core.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+
+namespace ipav::cli::check {
+
+namespace {
+
+// Moves to the start of the line and erases it.
+constexpr char kClearLine[] = "\r\x1b[K";
+
+ExitStatus StatusOf(int wait_status) {
+  if (!WIFEXITED(wait_status)) return kPluginFailed;
+  const int status = WEXITSTATUS(wait_status);
+  return status > kPluginFailed ? kPluginFailed
+                                : static_cast<ExitStatus>(status);
+}
+
+}  // namespace
+
+std::string InWords(const report::Summary& ended, std::size_t count,
+                    std::chrono::duration<double> passed) {
+  const std::size_t done = ended.devices();
+  std::string text = fmt::format("{} of {} devices, {} refused", done, count,
+                                 ended.Of(kRefused));
+  const std::size_t failed = ended.Of(kBadInput) + ended.Of(kPluginFailed);
+  if (failed > 0) text += fmt::format(", {} not judged", failed);
+  if (done == 0 || passed.count() <= 0) return text;
+  const double rate = static_cast<double>(done) / passed.count();
+  const double left = static_cast<double>(count - done) / rate;
+  return text + fmt::format(", {:.3g} per second, {:.0f} s left", rate,
+                            std::ceil(left));
+}
+
+Progress::Progress(std::size_t count, bool is_wanted)
+    : count_(count), is_shown_(is_wanted && isatty(STDERR_FILENO) == 1) {}
+
+void Progress::OnEnd(int wait_status) { ended_.Add(StatusOf(wait_status)); }
+
+void Progress::OnWait() {
+  constexpr std::chrono::milliseconds kBetweenDrawings{100};
+  const Clock::time_point now = Clock::now();
+  if (!is_shown_ || (is_drawn_ && now - drawn_ < kBetweenDrawings)) return;
+  fmt::print(stderr, "{}{}", kClearLine, InWords(ended_, count_, now - start_));
+  static_cast<void>(std::fflush(stderr));
+  drawn_ = now;
+  is_drawn_ = true;
+}
+
+void Progress::Clear() {
+  if (!is_drawn_) return;
+  fmt::print(stderr, "{}", kClearLine);
+  static_cast<void>(std::fflush(stderr));
+  is_drawn_ = false;
+}
+
+}  // namespace ipav::cli::check

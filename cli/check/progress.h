@@ -1,0 +1,45 @@
+// The progress of a fleet, in one line of a terminal that is redrawn.
+#ifndef IPAV_CLI_CHECK_PROGRESS_H_
+#define IPAV_CLI_CHECK_PROGRESS_H_
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+#include "cli/check/pool.h"
+#include "cli/report/run.h"
+
+namespace ipav::cli::check {
+
+// "312 of 1000 devices, 4 refused, 52 per second, 13 s left"
+std::string InWords(const report::Summary& ended, std::size_t count,
+                    std::chrono::duration<double> passed);
+
+class Progress : public Pool::Listener {
+ public:
+  // On standard error, if that is a terminal and `is_wanted`.
+  Progress(std::size_t count, bool is_wanted);
+  ~Progress() override { Clear(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void OnEnd(int wait_status) override;
+  void OnWait() override;
+
+  // Removes the line, because the report may go to the same terminal.
+  void Clear();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  const std::size_t count_;
+  const bool is_shown_;
+  const Clock::time_point start_ = Clock::now();
+  Clock::time_point drawn_;
+  bool is_drawn_ = false;
+  report::Summary ended_;
+};
+
+}  // namespace ipav::cli::check
+
+#endif  // IPAV_CLI_CHECK_PROGRESS_H_

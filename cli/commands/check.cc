@@ -1,0 +1,297 @@
+// ipav check: judges candidates against a running configuration.
+
+#include <unistd.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Error.hpp>
+#include <CLI/TypeTools.hpp>
+#include <CLI/Validators.hpp>
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "cli/check/devices.h"
+#include "cli/check/fleet.h"
+#include "cli/check/judge.h"
+#include "cli/check/timing.h"
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/report/html/device_html.h"
+#include "cli/report/html/html.h"
+#include "cli/report/output_file.h"
+#include "cli/report/report_output.h"
+#include "cli/report/run.h"
+#include "host/base/stopwatch.h"
+#include "host/datastore/model.h"
+#include "host/datastore/transaction.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using check::Device;
+using check::Judge;
+using check::SharedRunning;
+using datastore::Model;
+using datastore::Running;
+using report::DeviceReport;
+using report::ReportOutput;
+
+constexpr char kNotes[] =
+    "Examples:\n"
+    "  ipav check --running running.xml candidate.xml\n"
+    "  ipav check --running running.xml --all candidate.xml\n"
+    "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
+    "\n"
+    "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
+    "wrong, 3 the plug-in died, threw or did not answer in time.";
+
+struct CheckOptions {
+  Locations locations;
+  std::string running;  // file; empty: nothing is configured yet
+  std::vector<std::string> candidates;  // files, and folders of them
+  std::optional<report::Shard> shard;   // which of the devices; all without
+  check::JudgeOptions judge;
+  check::FleetOptions fleet;
+  report::ReportOptions report;
+  std::string page;  // file of the HTML page; empty: none
+};
+
+// --- Options
+
+void AddOutput(CLI::App* command, CheckOptions* options) {
+  command->add_flag("--all", options->judge.all,
+                    "Run every validation point and list its answer");
+  command->add_flag("-v,--verbose", options->report.verbose,
+                    "Show debug lines and platform calls");
+  AddFile(command, "--report", "Write an HTML page as well, to that file",
+          &options->page);
+  command->add_flag("--trace", options->judge.trace,
+                    "Write every platform call with its answer and its time to "
+                    "standard error, of one device at a time");
+  command->add_flag("--timing", options->judge.timing,
+                    "Show where the time went, on standard error, and add the "
+                    "times of each device to json, its seconds to junit");
+  options->report.color = "auto";
+  AddChoice(command, "--color", {"auto", "always", "never"},
+            "Colours: auto (on a terminal, unless NO_COLOR is set), always, "
+            "never",
+            &options->report.color);
+}
+
+// "I/N", where I is of 1 to N.
+report::Shard ParseShard(const std::string& text) {
+  report::Shard shard{0, 0};
+  const std::size_t slash = text.find('/');
+  if (slash == std::string::npos ||
+      !CLI::detail::lexical_cast(text.substr(0, slash), shard.number) ||
+      !CLI::detail::lexical_cast(text.substr(slash + 1), shard.of) ||
+      shard.number < 1 || shard.number > shard.of) {
+    throw CLI::ValidationError("--shard", text + " is not I/N, 1/N to N/N");
+  }
+  return shard;
+}
+
+void AddFleet(CLI::App* command, CheckOptions* options) {
+  constexpr unsigned kMaxJobs = 256;  // two files each, of the usual 1024
+  command
+      ->add_option("-j,--jobs", options->fleet.jobs,
+                   "Devices to judge at a time (default: as many as "
+                   "processors)")
+      ->check(CLI::Range(1U, kMaxJobs));
+  const auto set_shard = [options](const std::string& text) {
+    options->shard = ParseShard(text);
+  };
+  command
+      ->add_option_function<std::string>(
+          "--shard", set_shard,
+          "Judge every N-th device of the list alone, from the I-th on")
+      ->type_name("I/N");
+  command->add_flag("-q,--quiet", options->fleet.is_quiet,
+                    "No progress line on the terminal");
+}
+
+// --- Inputs
+
+// Whether the report is one of a fleet, which ends with a summary.
+bool IsFleet(const CheckOptions& options) {
+  if (options.fleet.jobs > 0 || options.shard || options.report.failed_only) {
+    return true;
+  }
+  const auto is_folder = [](const std::string& name) {
+    std::error_code error;
+    return std::filesystem::is_directory(name, error);
+  };
+  return std::any_of(options.candidates.begin(), options.candidates.end(),
+                     is_folder);
+}
+
+// An output must not replace an input or another output.
+void RefuseToReplaceInputs(const CheckOptions& options,
+                           const std::vector<Device>& devices) {
+  if (options.report.output.empty() && options.page.empty()) return;
+  std::vector<std::string> inputs = {options.running};
+  for (const Device& device : devices) {
+    inputs.push_back(device.candidate);
+    inputs.push_back(device.running);
+  }
+  report::RefuseToReplace(options.page, inputs);
+  inputs.push_back(options.page);
+  report::RefuseToReplace(options.report.output, inputs);
+}
+
+// A single device reads its running configuration itself, so that its report
+// can say what is wrong with it.
+SharedRunning ReadShared(const Model& model, std::size_t devices,
+                         const CheckOptions& options) {
+  if (options.running.empty() || devices == 1) {
+    return {"", Running(model)};
+  }
+  return {options.running,
+          check::ReadInTime(model, options.running, options.judge.limits)};
+}
+
+// --- Outputs
+
+LastWords OnStandardError(const DeviceReport& device) {
+  return {STDERR_FILENO, "ipav: " + device.input_error + "\n"};
+}
+
+void PrintInputError(const DeviceReport& device) {
+  static_cast<void>(std::fputs(OnStandardError(device).bytes.c_str(), stderr));
+}
+
+// The HTML page, if one is wanted.
+class Page {
+ public:
+  explicit Page(const CheckOptions& options)
+      : failed_only_(options.report.failed_only) {
+    if (options.page.empty()) return;
+    writer_ = std::make_unique<report::HtmlWriter>(options.page);
+  }
+
+  void Add(const DeviceReport& device) {
+    if (writer_ == nullptr) return;
+    if (failed_only_ && device.status == kAccepted) return;
+    writer_->AddSection(
+        device, device.number,
+        device.page_section.empty()
+            ? report::DeviceSection(device, nullptr, device.number).str()
+            : device.page_section);
+  }
+
+  void End() {
+    if (writer_ != nullptr) writer_->End();
+  }
+
+ private:
+  const bool failed_only_;
+  std::unique_ptr<report::HtmlWriter> writer_;
+};
+
+// --- The command
+
+// Judges in this process. An input error is a line on standard error alone.
+ExitStatus CheckOne(const Judge& judge, const Device& device,
+                    ReportOutput* output, Page* page) {
+  const DeviceReport report = judge(device, OnStandardError);
+  if (report.status == kBadInput) {
+    PrintInputError(report);
+  } else {
+    output->Add(report);
+    output->End(false);
+    page->Add(report);
+    page->End();
+  }
+  return report.status;
+}
+
+ExitStatus Check(const CheckOptions& options) {
+  base::Stopwatch total;
+  // 1. The devices, and the outputs.
+  const bool is_fleet = IsFleet(options);
+  std::vector<Device> devices =
+      check::FindDevices(options.candidates, options.running);
+  RefuseToReplaceInputs(options, devices);
+  report::Run run;
+  run.list_size = devices.size();
+  run.shard = options.shard;
+  if (run.shard) devices = check::PartOf(devices, *run.shard);
+  ReportOutput output(options.report, &run);
+  Page page(options);
+
+  // 2. What the devices share. The model is leaked on purpose: the process
+  // exits next.
+  base::Stopwatch watch;
+  static const Model& model =
+      *new Model(options.locations.yang_dir, options.locations.yang_extension);
+  if (options.judge.timing) check::PrintTime("data model", watch.Lap());
+  const SharedRunning running = ReadShared(model, devices.size(), options);
+  const Judge judge(model, running, options.judge);
+
+  // 3. The devices: a single one in this process, others in processes of their
+  // own.
+  const bool is_one = run.list_size == 1 && !is_fleet;
+  ExitStatus status = kAccepted;
+  if (is_one && output.is_plain()) {
+    status = CheckOne(judge, devices.front(), &output, &page);
+  } else {
+    check::FleetOptions fleet = options.fleet;
+    if (options.judge.trace) fleet.jobs = 1;  // else the calls would be mixed
+    check::JudgeFleet(judge, devices, fleet, [&](const DeviceReport& device) {
+      if (is_one && device.status == kBadInput) {
+        PrintInputError(device);
+      }
+      output.Add(device);
+      page.Add(device);
+    });
+    output.End(is_fleet);
+    page.End();
+    status = run.summary.gravest();
+  }
+  if (options.judge.timing) check::PrintTime("total", total.Lap());
+  return status;
+}
+
+}  // namespace
+
+Command AddCheck(CLI::App* app, const Locations& locations) {
+  const auto options = std::make_shared<CheckOptions>();
+  options->locations = locations;
+  CLI::App* command = app->add_subcommand(
+      "check", "Judge candidates against a running configuration");
+  command->footer(kNotes);
+  AddFile(command, "--running",
+          "Running configuration, XML or JSON (default: empty)",
+          &options->running);
+  AddOutput(command, options.get());
+  AddLimits(command,
+            "read a configuration, and for the plug-in to judge a candidate",
+            &options->judge.limits);
+  AddReport(command, &options->report);
+  AddFleet(command, options.get());
+  command
+      ->add_option("candidate", options->candidates,
+                   "Configurations to judge, XML or JSON, or folders of them")
+      ->type_name(kFile)
+      ->required();
+  AddFile(command, "--plugin", "Validation plug-in to run",
+          &options->locations.plugin)
+      ->capture_default_str();
+  AddYang(command, &options->locations);
+  return {command, [options] {
+            options->judge.plugin = options->locations.plugin;
+            options->judge.page = !options->page.empty();
+            options->report.all = options->judge.all;
+            options->fleet.time_limit = options->judge.limits.time;
+            return Check(*options);
+          }};
+}
+
+}  // namespace ipav::cli

@@ -1,0 +1,82 @@
+#include "cli/options.h"
+
+#include <CLI/Validators.hpp>
+#include <chrono>
+#include <cstddef>
+#include <utility>
+
+namespace ipav::cli {
+
+namespace {
+
+// As CLI::IsMember, with a shorter error text.
+CLI::Validator IsFormat() {
+  const auto why_not = [](const std::string& name) -> std::string {
+    if (report::FormatsByName().count(name) > 0) return "";
+    return name + " is not text, json, sarif or junit";
+  };
+  return {why_not, "{text,json,sarif,junit}", "format"};
+}
+
+}  // namespace
+
+CLI::Option* AddChoice(CLI::App* command, const std::string& name,
+                       std::vector<std::string> words,
+                       const std::string& description, std::string* value) {
+  CLI::Option* option = command->add_option(name, *value, description);
+  if (!value->empty()) option->capture_default_str();
+  return option->check(CLI::IsMember(std::move(words)));
+}
+
+CLI::Option* AddFile(CLI::App* command, const std::string& name,
+                     const std::string& description, std::string* file) {
+  return command->add_option(name, *file, description)->type_name(kFile);
+}
+
+void AddLimits(CLI::App* command, const std::string& of_what,
+               ReadingLimits* limits) {
+  const auto set_time = [limits](unsigned seconds) {
+    limits->time = std::chrono::seconds(seconds);
+  };
+  const auto set_size = [limits](unsigned mebibytes) {
+    limits->size = std::size_t{mebibytes} << 20;
+  };
+  command
+      ->add_option_function<unsigned>(
+          "--timeout", set_time, "Seconds to " + of_what + " (0: no limit)")
+      ->default_str(std::to_string(limits->time / std::chrono::seconds(1)))
+      ->check(CLI::Range(0U, kMaxSeconds));
+  command
+      ->add_option_function<unsigned>(
+          "--max-input-size", set_size,
+          "Largest configuration to read, in MiB; it takes up to 70 times its "
+          "size in memory")
+      ->default_str(std::to_string(limits->size >> 20))
+      ->check(CLI::Range(1U, kMaxMebibytes));
+}
+
+void AddYang(CLI::App* command, Locations* locations) {
+  command->add_option("--yang", locations->yang_dir, "Folder of the data model")
+      ->type_name(kFolder)
+      ->capture_default_str();
+}
+
+void AddReport(CLI::App* command, report::ReportOptions* options) {
+  const auto set_format = [options](const std::string& name) {
+    options->format = report::FormatsByName().at(name);
+  };
+  command
+      ->add_option_function<std::string>(
+          "--format", set_format,
+          "Report as text, json, sarif or junit (default: text)")
+      ->type_name("TEXT")
+      ->check(IsFormat());
+  AddFile(command, "--output",
+          "File for the report, replaced when it is whole (default: standard "
+          "output)",
+          &options->output);
+  command->add_flag("--failed-only", options->failed_only,
+                    "List no device that was accepted");
+}
+
+}  // namespace ipav::cli

@@ -1,0 +1,341 @@
+#include "cli/report/html/device_html.h"
+
+#include <confd_lib.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/report/finding_text.h"
+#include "cli/report/html/plan_html.h"
+
+namespace ipav::cli::report {
+
+namespace {
+
+using commit::Answer;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
+using view::ChangeLine;
+
+// Changes that are shown without being asked for.
+constexpr std::size_t kShownChanges = 25;
+
+// Characters of a source line that are shown on either side of the mark: a
+// configuration may be one line.
+constexpr std::size_t kCharactersAround = 80;
+
+void AddNovelty(Novelty novelty, Html* html) {
+  switch (novelty) {
+    case Novelty::kUnchanged:
+      html->Markup("<span class=\"badge\">");
+      break;
+    case Novelty::kRemoved:
+      html->Markup("<span class=\"badge removed\">");
+      break;
+    case Novelty::kAdded:
+    case Novelty::kChanged:
+      html->Markup("<span class=\"badge new\">");
+      break;
+  }
+  html->Text(WordOf(novelty)).Markup("</span>");
+}
+
+void AddRow(const char* name, std::string_view value, Html* html) {
+  if (value.empty()) return;
+  html->Markup("<dt>").Text(name).Markup("</dt><dd>").Text(value);
+  html->Markup("</dd>\n");
+}
+
+void AddCodeRow(const char* name, std::string_view value, Html* html) {
+  if (value.empty()) return;
+  html->Markup("<dt>").Text(name).Markup("</dt><dd><code>").Path(value);
+  html->Markup("</code></dd>\n");
+}
+
+// --- Source lines
+
+// Bytes of the first `characters` of a text, or all that it has.
+std::size_t SizeOf(std::string_view text, std::size_t characters) {
+  std::size_t size = 0;
+  for (; characters > 0 && size < text.size(); --characters) {
+    size += CharacterSize(text.substr(size));
+  }
+  return std::min(size, text.size());
+}
+
+std::size_t CharactersOf(std::string_view text) {
+  std::size_t characters = 0;
+  for (; !text.empty(); ++characters) {
+    text.remove_prefix(std::min(CharacterSize(text), text.size()));
+  }
+  return characters;
+}
+
+void AddSourceLine(const Place& place, Html* html) {
+  const std::string_view line = place.source_line;
+  const std::size_t begin =
+      SizeOf(line, std::max<std::size_t>(place.column, 1) - 1);
+  std::string_view before = line.substr(0, begin);
+  const std::string_view rest = line.substr(begin);
+  const std::string_view marked = rest.substr(0, SizeOf(rest, place.length));
+  std::string_view after = rest.substr(marked.size());
+
+  // The column is told; indentation takes room that a narrow window lacks.
+  before.remove_prefix(
+      std::min(before.find_first_not_of(" \t"), before.size()));
+  const std::size_t left = CharactersOf(before);
+  const bool cut = left > kCharactersAround;
+  if (cut) before.remove_prefix(SizeOf(before, left - kCharactersAround));
+  const std::string_view shown =
+      after.substr(0, SizeOf(after, kCharactersAround));
+  html->Markup("<pre><span class=\"line\">").Number(place.line);
+  html->Markup("</span><code>").Text(cut ? "…" : "").Text(before);
+  html->Markup("<mark>").Text(marked).Markup("</mark>").Text(shown);
+  html->Text(shown.size() < after.size() ? "…" : "");
+  html->Markup("</code></pre>\n");
+}
+
+// --- Findings
+
+void AddPlace(const Place& place, Html* html) {
+  html->Markup("<p class=\"file\">").Text(place.file).Markup(":");
+  html->Number(place.line).Markup(":").Number(place.column).Markup("</p>\n");
+  AddSourceLine(place, html);
+}
+
+void AddSide(const Culprit& culprit, Html* html) {
+  html->Markup(R"(<li class="side"><p class="role"><strong>)");
+  html->Text(culprit.role.empty() ? "node" : culprit.role);
+  html->Markup("</strong> ");
+  if (!culprit.value.empty()) {
+    html->Markup("<code class=\"value\">").Text(culprit.value);
+    html->Markup("</code> ");
+  }
+  AddNovelty(culprit.novelty, html);
+  html->Markup("</p>\n<p class=\"path\"><code>").Path(culprit.path);
+  html->Markup("</code></p>\n");
+  if (culprit.place.has_value()) {
+    AddPlace(*culprit.place, html);
+  } else {
+    html->Markup("<p class=\"file\">Not written in a file of its own.</p>\n");
+  }
+  html->Markup("</li>\n");
+}
+
+bool NamesAnAddress(const DeviceView* view, std::size_t finding) {
+  if (view == nullptr) return false;
+  for (const view::Space& space : view->plan.spaces) {
+    for (const view::Prefix& prefix : space.prefixes) {
+      if (std::find(prefix.findings.begin(), prefix.findings.end(), finding) !=
+          prefix.findings.end()) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
+                Html* html) {
+  html->Markup(R"(<article class="finding" id=")").Text(id);
+  html->Markup("\" aria-labelledby=\"").Text(id).Markup("-text\">\n");
+  html->Markup(R"(<h4 class="text" id=")").Text(id).Markup("-text\">");
+  html->Text(finding.text).Markup("</h4>\n");
+  if (!finding.culprits.empty()) {
+    html->Markup("<ul class=\"sides\">\n");
+    for (const Culprit& culprit : finding.culprits) AddSide(culprit, html);
+    html->Markup("</ul>\n");
+  }
+  if (!finding.note.empty()) {
+    html->Markup("<p class=\"note\">").Text(finding.note).Markup("</p>\n");
+  }
+  html->Markup("<dl>\n");
+  AddRow("What to do", finding.advice, html);
+  AddRow("Rule", finding.title, html);
+  AddCodeRow("Validation point", finding.point, html);
+  AddCodeRow("Data path", finding.path, html);
+  if (!finding.anchor.empty()) {
+    AddCodeRow("Read more", "docs/messages.md#" + finding.anchor, html);
+  }
+  html->Markup("</dl>\n");
+  if (in_plan) {
+    html->Markup("<p><a href=\"#").Text(id);
+    html->Markup("-plan\">Show in the address plan</a></p>\n");
+  }
+  html->Markup("</article>\n");
+}
+
+void AddFindings(const DeviceReport& device, const DeviceView* view,
+                 const std::string& id, Html* html) {
+  if (device.findings.empty()) return;
+  html->Markup("<h3>Findings</h3>\n");
+  for (std::size_t i = 0; i < device.findings.size(); ++i) {
+    AddFinding(device.findings[i], id + "-f" + std::to_string(i + 1),
+               NamesAnAddress(view, i), html);
+  }
+}
+
+// --- What else was said
+
+void AddWarning(const Answer& answer, Html* html) {
+  html->Markup("<li>").Text(answer.text.value_or("(without a text)"));
+  html->Markup(" <code>").Text(answer.opaque).Markup("</code> <code>");
+  html->Path(answer.path).Markup("</code></li>\n");
+}
+
+void AddRemarks(const commit::Outcome& outcome, Html* html) {
+  Html items;
+  for (const Answer& answer : outcome.answers) {
+    const bool warns = Accepts(answer) && answer.result != CONFD_OK;
+    if (warns) AddWarning(answer, &items);
+  }
+  for (const std::string& fault : outcome.faults) {
+    items.Markup("<li>").Text(fault).Markup("</li>\n");
+  }
+  for (const std::string& what : outcome.left_open) {
+    items.Markup("<li>The plug-in left ").Text(what);
+    items.Markup(" open.</li>\n");
+  }
+  if (!outcome.output.empty()) {
+    items.Markup("<li>The plug-in wrote: ").Text(outcome.output);
+    items.Markup("</li>\n");
+  }
+  if (items.size() == 0) return;
+  html->Markup("<h3>Warnings</h3>\n<ul class=\"warnings\">\n").Add(items);
+  html->Markup("</ul>\n");
+}
+
+void AddFailure(const commit::Outcome& outcome, Html* html) {
+  html->Markup("<h3>Failure of the plug-in</h3>\n");
+  for (const Answer& answer : outcome.answers) {
+    if (!answer.exception.has_value()) continue;
+    html->Markup("<p class=\"text\">").Text(*answer.exception);
+    html->Markup("</p>\n<dl>\n");
+    AddCodeRow("Validation point", answer.opaque, html);
+    AddCodeRow("Data path", answer.path, html);
+    html->Markup("</dl>\n");
+  }
+  if (outcome.failure.empty()) return;
+  html->Markup("<p class=\"text\">").Text(outcome.failure);
+  html->Markup("</p>\n<dl>\n");
+  AddCodeRow("Validation point", outcome.failed_point, html);
+  AddCodeRow("Data path", outcome.failed_path, html);
+  html->Markup("</dl>\n");
+}
+
+// --- Changes
+
+void AddValues(const ChangeLine& change, Html* html) {
+  for (const std::string& value : change.before) {
+    html->Markup("<del>").Text(value).Markup("</del>");
+  }
+  for (const std::string& value : change.after) {
+    html->Markup("<ins>").Text(value).Markup("</ins>");
+  }
+}
+
+void AddChangeTable(const std::vector<ChangeLine>& changes, Html* html) {
+  html->Markup(
+      "<table class=\"changes\"><caption class=\"unseen\">Changes from the "
+      "running configuration to the candidate</caption><thead><tr>"
+      "<th scope=\"col\">Node</th><th scope=\"col\">Values, "
+      "<del>running</del> and <ins>candidate</ins></th></tr></thead>\n<tbody>"
+      "\n");
+  for (const ChangeLine& change : changes) {
+    html->Markup("<tr><th scope=\"row\">");
+    AddNovelty(change.novelty, html);
+    html->Markup(" <code>").Path(change.path).Markup("</code></th><td>");
+    AddValues(change, html);
+    html->Markup("</td></tr>\n");
+  }
+  html->Markup("</tbody></table>\n");
+}
+
+void AddChanges(const DeviceReport& device,
+                const std::vector<ChangeLine>& changes, Html* html) {
+  html->Markup("<h3>What changed</h3>\n");
+  if (changes.empty()) {
+    html->Markup("<p>Nothing.</p>\n");
+    return;
+  }
+  const std::string count = Count(changes.size(), "change", "changes");
+  const bool is_first = device.running.empty();
+  if (!is_first && changes.size() <= kShownChanges) {
+    AddChangeTable(changes, html);
+    return;
+  }
+  html->Markup("<details class=\"more\"><summary>").Text(count);
+  if (is_first) html->Markup(", since nothing was configured");
+  html->Markup("</summary>\n");
+  AddChangeTable(changes, html);
+  html->Markup("</details>\n");
+}
+
+// --- The device
+
+void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
+  html->Markup("<h2 id=\"").Text(id).Markup("-name\">");
+  AddVerdict(device.status, html);
+  html->Markup(" ").Text(device.candidate).Markup("</h2>\n");
+  html->Markup("<p class=\"facts\">");
+  if (device.running.empty()) {
+    html->Markup("Judged as a first configuration.");
+  } else {
+    html->Markup("Judged against <code>").Text(device.running);
+    html->Markup("</code>.");
+  }
+  if (device.status != kBadInput) {
+    html->Markup(" ").Number(device.outcome.answers.size());
+    html->Markup(" of ").Number(device.outcome.planned);
+    html->Markup(" validation calls made.");
+  }
+  html->Markup("</p>\n");
+}
+
+}  // namespace
+
+void AddVerdict(ExitStatus status, Html* html) {
+  switch (status) {
+    case kAccepted:
+      html->Markup("<span class=\"verdict accepted\">accepted</span>");
+      return;
+    case kRefused:
+      html->Markup("<span class=\"verdict refused\">refused</span>");
+      return;
+    case kBadInput:
+      html->Markup("<span class=\"verdict failed\">not read</span>");
+      return;
+    case kPluginFailed:
+      html->Markup("<span class=\"verdict failed\">not judged</span>");
+      return;
+  }
+}
+
+Html DeviceSection(const DeviceReport& device, const DeviceView* view,
+                   std::size_t number) {
+  const std::string id = "d" + std::to_string(number);
+  Html html;
+  html.Markup(R"(<section class="device" id=")").Text(id);
+  html.Markup("\" aria-labelledby=\"").Text(id).Markup("-name\">\n");
+  AddHead(device, id, &html);
+  if (device.status == kBadInput) {
+    html.Markup("<p class=\"text\">").Text(device.input_error);
+    html.Markup("</p>\n");
+  }
+  if (device.status == kPluginFailed) AddFailure(device.outcome, &html);
+  AddFindings(device, view, id, &html);
+  AddRemarks(device.outcome, &html);
+  if (view != nullptr) {
+    AddChanges(device, view->changes, &html);
+    html.Markup("<h3>Address plan</h3>\n");
+    AddPlan(view->plan, id, &html);
+  }
+  html.Markup("</section>\n");
+  return html;
+}
+
+}  // namespace ipav::cli::report

@@ -1,0 +1,140 @@
+#include "cli/report/html/html.h"
+
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "cli/report/html/page_style.h"
+
+namespace ipav::cli::report {
+
+namespace {
+
+constexpr std::size_t kChunk = 65536;  // bytes
+
+// What bars in conflict are filled with.
+constexpr char kHatch[] =
+    "<svg class=\"patterns\" aria-hidden=\"true\"><defs>"
+    "<pattern id=\"hatch\" width=\"7\" height=\"7\" "
+    "patternUnits=\"userSpaceOnUse\" patternTransform=\"rotate(45)\">"
+    "<rect class=\"hatch-ground\" width=\"7\" height=\"7\" />"
+    "<line class=\"hatch-line\" x1=\"1\" x2=\"1\" y2=\"7\" /></pattern>"
+    "</defs></svg>\n";
+
+void Write(const std::string& text, std::FILE* file) {
+  // The file remembers an error until it is flushed.
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), file));
+}
+
+void Copy(std::FILE* from, std::FILE* to) {
+  std::string chunk(kChunk, '\0');
+  for (std::size_t size = kChunk; size == kChunk;) {
+    size = std::fread(chunk.data(), 1, kChunk, from);
+    Write(chunk.substr(0, size), to);
+  }
+}
+
+// By ExitStatus.
+constexpr const char* kVerdicts[] = {"accepted", "refused", "not read",
+                                     "not judged"};
+
+void AddListRow(const DeviceReport& device, std::size_t number, Html* html) {
+  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(number);
+  html->Markup("\">").Text(device.candidate).Markup("</a></th><td>");
+  AddVerdict(device.status, html);
+  html->Markup("</td><td>");
+  if (!device.findings.empty()) {
+    html->Text(device.findings.front().text);
+  } else {
+    html->Text(device.input_error).Text(device.outcome.failure);
+  }
+  if (device.findings.size() > 1) {
+    html->Markup(" <span class=\"count\">and ");
+    html->Number(device.findings.size() - 1).Markup(" more</span>");
+  }
+  html->Markup("</td></tr>\n");
+}
+
+}  // namespace
+
+HtmlWriter::HtmlWriter(std::string file)
+    : output_(std::move(file)), sections_(std::tmpfile()) {
+  if (sections_ == nullptr) {
+    throw std::system_error(errno, std::generic_category(),
+                            "sections of a page");
+  }
+}
+
+void HtmlWriter::Add(const DeviceReport& device) {
+  const std::size_t number = devices_ + 1;
+  AddSection(device, number, DeviceSection(device, nullptr, number).str());
+}
+
+void HtmlWriter::Add(const DeviceReport& device, const DeviceView& view) {
+  const std::size_t number = devices_ + 1;
+  AddSection(device, number, DeviceSection(device, &view, number).str());
+}
+
+void HtmlWriter::AddSection(const DeviceReport& device, std::size_t number,
+                            const std::string& section) {
+  ++devices_;
+  ++by_status_[device.status];
+  last_ = device.candidate;
+  AddListRow(device, number, &list_);
+  Write(section, sections_.get());
+}
+
+// Well-formed as XML too, so that any parser can tell a broken page.
+Html HtmlWriter::Head() const {
+  std::string verdicts;
+  for (std::size_t status = 0; status < 4; ++status) {
+    if (by_status_[status] == 0) continue;
+    verdicts += (verdicts.empty() ? "" : ", ") +
+                std::to_string(by_status_[status]) + " " + kVerdicts[status];
+  }
+  const bool is_one = devices_ == 1;
+  Html html;
+  html.Markup(
+      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n"
+      "<meta charset=\"utf-8\" />\n"
+      "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src "
+      "'none'; style-src 'unsafe-inline'; base-uri 'none'; form-action "
+      "'none'\" />\n"
+      "<meta name=\"viewport\" content=\"width=device-width, "
+      "initial-scale=1\" />\n"
+      "<meta name=\"color-scheme\" content=\"light dark\" />\n"
+      "<meta name=\"generator\" content=\"ipav " IPAV_VERSION
+      "\" />\n"
+      "<title>");
+  html.Text(is_one ? last_ : Count(devices_, "candidate", "candidates"));
+  html.Text(": " + verdicts).Markup("</title>\n<style>\n");
+  html.Markup(kPageStyle);
+  html.Markup("</style>\n</head>\n<body>\n<a class=\"skip\" href=\"#main\">");
+  html.Markup("Skip to the results</a>\n").Markup(kHatch);
+  html.Markup("<header>\n<h1>Validation report</h1>");
+  html.Markup("\n<p>").Text(Count(devices_, "candidate", "candidates"));
+  html.Text(": " + verdicts + ".").Markup("</p>\n</header>\n");
+  if (is_one) return html;
+  html.Markup("<nav aria-label=\"Candidates\">\n<table class=\"list\">");
+  html.Markup(R"(<thead><tr><th scope="col">Candidate</th><th scope="col">)");
+  html.Markup("Verdict</th><th scope=\"col\">First finding</th></tr></thead>");
+  html.Markup("\n<tbody>\n").Add(list_).Markup("</tbody></table>\n</nav>\n");
+  return html;
+}
+
+void HtmlWriter::End() {
+  Write(Head().str(), output_.stream());
+  Write("<main id=\"main\">\n", output_.stream());
+  std::rewind(sections_.get());
+  Copy(sections_.get(), output_.stream());
+  Write("</main>\n<footer><p>Written by ipav " IPAV_VERSION
+        ".</p></footer>\n</body>\n</html>\n",
+        output_.stream());
+  if (std::ferror(sections_.get()) != 0) {
+    throw std::runtime_error("sections of a page cannot be kept");
+  }
+  output_.Commit();
+}
+
+}  // namespace ipav::cli::report

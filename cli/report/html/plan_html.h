@@ -1,0 +1,20 @@
+// The address plan as a picture that is also its table: blocks of addresses in
+// their order, each a row of bars to scale that opens into one row per prefix.
+#ifndef IPAV_CLI_REPORT_HTML_PLAN_HTML_H_
+#define IPAV_CLI_REPORT_HTML_PLAN_HTML_H_
+
+#include <string>
+
+#include "cli/report/html/html_text.h"
+#include "host/view/address_plan.h"
+
+namespace ipav::cli::report {
+
+// `id` begins all identifiers of the device on the page. Those of its findings
+// are `id` + "-f" + a number from 1; where an address is named by one, its row
+// has that with "-plan" behind it.
+void AddPlan(const view::AddressPlan& plan, const std::string& id, Html* html);
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_HTML_PLAN_HTML_H_

@@ -1,0 +1,314 @@
+#include "cli/report/json/json.h"
+
+#include <fmt/core.h>
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+#include "cli/report/json/json_text.h"
+#include "cli/report/json/json_times.h"
+
+namespace ipav::cli::report {
+
+namespace {
+
+using commit::Answer;
+using commit::Outcome;
+using commit::Verdict;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
+
+constexpr char kFormat[] = "ipav report";
+constexpr int kVersion = 1;
+
+// Names of enumerators by their numbers.
+constexpr std::array<const char*, 4> kVerdicts = {"accepted", "refused",
+                                                  "badInput", "pluginFailed"};
+constexpr std::array<const char*, 4> kNovelties = {"unchanged", "added",
+                                                   "changed", "removed"};
+
+template <typename Enum>
+Enum FromName(const std::array<const char*, 4>& names,
+              const std::string& name) {
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names.at(i) == name) return static_cast<Enum>(i);
+  }
+  throw std::runtime_error("unknown word \"" + name + "\"");
+}
+
+// Lines are objects of a text each, so that each may have its bytes.
+void PutLines(Json* object, const std::string& name,
+              const std::vector<std::string>& lines) {
+  if (lines.empty()) return;
+  Json& array = (*object)[name] = Json::array();
+  for (const std::string& line : lines) {
+    Json entry = Json::object();
+    PutText(&entry, "text", line);
+    array.push_back(std::move(entry));
+  }
+}
+
+std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
+  std::vector<std::string> lines;
+  if (!object.contains(name)) return lines;
+  for (const Json& entry : object.at(name)) {
+    lines.push_back(TextOf(entry, "text"));
+  }
+  return lines;
+}
+
+Json ToJson(const Answer& answer) {
+  Json json = Json::object();
+  PutText(&json, "point", answer.opaque);
+  PutText(&json, "path", answer.path);
+  json["accepted"] = Accepts(answer);
+  json["result"] = answer.result;
+  if (answer.text) PutText(&json, "text", *answer.text);
+  if (answer.exception) PutText(&json, "exception", *answer.exception);
+  return json;
+}
+
+Answer AnswerOf(const Json& json) {
+  return {TextOf(json, "point"), TextOf(json, "path"),
+          json.at("result").get<std::int32_t>(), OptionalText(json, "text"),
+          OptionalText(json, "exception")};
+}
+
+Json ToJson(const Place& place) {
+  Json json = Json::object();
+  PutText(&json, "file", place.file);
+  json["line"] = place.line;
+  json["column"] = place.column;
+  json["length"] = place.length;
+  PutText(&json, "sourceLine", place.source_line);
+  json["skipped"] = place.skipped;
+  return json;
+}
+
+Place PlaceOf(const Json& json) {
+  return {TextOf(json, "file"),
+          json.at("line").get<std::size_t>(),
+          json.at("column").get<std::size_t>(),
+          json.at("length").get<std::size_t>(),
+          TextOf(json, "sourceLine"),
+          json.at("skipped").get<std::size_t>()};
+}
+
+Json ToJson(const Culprit& culprit) {
+  Json json = Json::object();
+  PutText(&json, "role", culprit.role);
+  PutText(&json, "path", culprit.path);
+  PutUnlessEmpty(&json, "value", culprit.value);
+  json["novelty"] = kNovelties.at(static_cast<std::size_t>(culprit.novelty));
+  if (culprit.place) json["place"] = ToJson(*culprit.place);
+  return json;
+}
+
+Culprit CulpritOf(const Json& json) {
+  Culprit culprit{
+      TextOf(json, "role"), TextOf(json, "path"), TextOrEmpty(json, "value"),
+      FromName<Novelty>(kNovelties, json.at("novelty").get<std::string>()),
+      std::nullopt};
+  if (json.contains("place")) culprit.place = PlaceOf(json.at("place"));
+  return culprit;
+}
+
+Json ToJson(const Finding& finding) {
+  Json json = Json::object();
+  PutText(&json, "text", finding.text);
+  PutText(&json, "point", finding.point);
+  PutText(&json, "path", finding.path);
+  PutUnlessEmpty(&json, "rule", finding.rule);
+  PutUnlessEmpty(&json, "title", finding.title);
+  PutUnlessEmpty(&json, "advice", finding.advice);
+  PutUnlessEmpty(&json, "anchor", finding.anchor);
+  Json& culprits = json["culprits"] = Json::array();
+  for (const Culprit& culprit : finding.culprits) {
+    culprits.push_back(ToJson(culprit));
+  }
+  PutUnlessEmpty(&json, "note", finding.note);
+  return json;
+}
+
+Finding FindingOf(const Json& json) {
+  Finding finding{TextOf(json, "text"),        TextOf(json, "point"),
+                  TextOf(json, "path"),        TextOrEmpty(json, "rule"),
+                  TextOrEmpty(json, "title"),  TextOrEmpty(json, "advice"),
+                  TextOrEmpty(json, "anchor"), {},
+                  TextOrEmpty(json, "note")};
+  for (const Json& culprit : json.at("culprits")) {
+    finding.culprits.push_back(CulpritOf(culprit));
+  }
+  return finding;
+}
+
+void PutFailure(Json* json, const Outcome& outcome) {
+  if (outcome.failure.empty()) return;
+  Json& failure = (*json)["failure"] = Json::object();
+  PutText(&failure, "reason", outcome.failure);
+  if (outcome.failed_path.empty()) return;
+  PutText(&failure, "point", outcome.failed_point);
+  PutText(&failure, "path", outcome.failed_path);
+}
+
+void PutOutcome(Json* json, const Outcome& outcome) {
+  (*json)["validationCalls"] = {{"planned", outcome.planned},
+                                {"made", outcome.answers.size()}};
+  Json& answers = (*json)["answers"] = Json::array();
+  for (const Answer& answer : outcome.answers) {
+    answers.push_back(ToJson(answer));
+  }
+  PutFailure(json, outcome);
+  PutUnlessEmpty(json, "pluginOutput", outcome.output);
+  PutLines(json, "faults", outcome.faults);
+  PutLines(json, "leftOpen", outcome.left_open);
+  PutLines(json, "debugLines", outcome.debug_lines);
+  Json& calls = (*json)["platformCalls"] = Json::object();
+  for (const auto& [name, count] : outcome.calls) calls[name] = count;
+}
+
+Verdict VerdictOf(ExitStatus status) {
+  switch (status) {
+    case kRefused:
+      return Verdict::kRefused;
+    case kPluginFailed:
+      return Verdict::kPluginFailed;
+    case kAccepted:
+    case kBadInput:
+      break;
+  }
+  return Verdict::kAccepted;
+}
+
+Outcome OutcomeOf(const Json& json) {
+  Outcome outcome;
+  for (const Json& answer : json.at("answers")) {
+    outcome.answers.push_back(AnswerOf(answer));
+  }
+  outcome.planned = json.at("validationCalls").at("planned").get<std::size_t>();
+  if (json.contains("failure")) {
+    const Json& failure = json.at("failure");
+    outcome.failure = TextOf(failure, "reason");
+    outcome.failed_point = TextOrEmpty(failure, "point");
+    outcome.failed_path = TextOrEmpty(failure, "path");
+  }
+  outcome.output = TextOrEmpty(json, "pluginOutput");
+  outcome.faults = LinesOf(json, "faults");
+  outcome.left_open = LinesOf(json, "leftOpen");
+  outcome.debug_lines = LinesOf(json, "debugLines");
+  for (const auto& [name, count] : json.at("platformCalls").items()) {
+    outcome.calls[name] = count.get<std::uint64_t>();
+  }
+  return outcome;
+}
+
+// The number of devices of each verdict, and of all.
+Json ToJson(const Summary& summary) {
+  Json json = {{"devices", summary.devices()}};
+  for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
+    json[kVerdicts.at(i)] = summary.Of(static_cast<ExitStatus>(i));
+  }
+  json["status"] = static_cast<int>(summary.gravest());
+  return json;
+}
+
+Summary SummaryOf(const Json& json) {
+  Summary summary;
+  for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
+    summary.Add(static_cast<ExitStatus>(i),
+                json.at(kVerdicts.at(i)).get<std::size_t>());
+  }
+  const auto status = json.at("status").get<std::size_t>();
+  if (status >= kVerdicts.size()) throw std::runtime_error("unknown status");
+  summary.Raise(static_cast<ExitStatus>(status));
+  return summary;
+}
+
+}  // namespace
+
+Json ToJson(const DeviceReport& device) {
+  Json json = Json::object();
+  if (device.number > 0) json["number"] = device.number;
+  PutText(&json, "candidate", device.candidate);
+  PutUnlessEmpty(&json, "running", device.running);
+  json["verdict"] = kVerdicts.at(static_cast<std::size_t>(device.status));
+  if (device.seconds > 0) json["seconds"] = device.seconds;
+  if (device.times) json["times"] = TimesToJson(device);
+  if (device.status == kBadInput) {
+    PutText(&json, "inputError", device.input_error);
+    return json;
+  }
+  Json& findings = json["findings"] = Json::array();
+  for (const Finding& finding : device.findings) {
+    findings.push_back(ToJson(finding));
+  }
+  PutOutcome(&json, device.outcome);
+  return json;
+}
+
+DeviceReport FromJson(const Json& json) {
+  DeviceReport device;
+  device.number = json.value("number", std::size_t{0});
+  device.candidate = TextOf(json, "candidate");
+  device.running = TextOrEmpty(json, "running");
+  device.status =
+      FromName<ExitStatus>(kVerdicts, json.at("verdict").get<std::string>());
+  device.seconds = json.value("seconds", 0.0);
+  if (device.status == kBadInput) {
+    device.input_error = TextOf(json, "inputError");
+    return device;
+  }
+  for (const Json& finding : json.at("findings")) {
+    device.findings.push_back(FindingOf(finding));
+  }
+  device.outcome = OutcomeOf(json);
+  device.outcome.verdict = VerdictOf(device.status);
+  if (json.contains("times")) TimesFromJson(json.at("times"), &device);
+  return device;
+}
+
+ReadReport ReportFromJson(const Json& json) {
+  if (json.at("format") != kFormat || json.at("version") != kVersion) {
+    throw std::runtime_error("of another format or version");
+  }
+  ReadReport report;
+  report.run.summary = SummaryOf(json.at("summary"));
+  report.run.list_size = report.run.summary.devices();
+  if (json.contains("shard")) {
+    const Json& shard = json.at("shard");
+    report.run.shard = {shard.at("number").get<std::size_t>(),
+                        shard.at("of").get<std::size_t>()};
+    report.run.list_size = shard.at("listSize").get<std::size_t>();
+  }
+  for (const Json& device : json.at("devices")) {
+    report.devices.push_back(FromJson(device));
+  }
+  return report;
+}
+
+void JsonWriter::Begin() {
+  const Json tool = {{"name", "ipav"}, {"version", IPAV_VERSION}};
+  fmt::print(out_, "{{\n\"format\": {},\n\"version\": {},\n\"tool\": {},\n",
+             Json(kFormat).dump(), kVersion, tool.dump());
+  if (run_.shard) {
+    const Json shard = {{"number", run_.shard->number},
+                        {"of", run_.shard->of},
+                        {"listSize", run_.list_size}};
+    fmt::print(out_, "\"shard\": {},\n", shard.dump());
+  }
+  fmt::print(out_, "\"devices\": [");
+}
+
+void JsonWriter::Add(const DeviceReport& device) {
+  fmt::print(out_, "{}\n{}", is_first_ ? "" : ",", ToJson(device).dump());
+  is_first_ = false;
+}
+
+void JsonWriter::End() {
+  fmt::print(out_, "\n],\n\"summary\": {}\n}}\n", ToJson(run_.summary).dump());
+}
+
+}  // namespace ipav::cli::report

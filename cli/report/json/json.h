@@ -1,0 +1,45 @@
+// The report as JSON, by the schema in docs/report.schema.json. What it says of
+// a device is all that is known of it, so that it can be read back.
+#ifndef IPAV_CLI_REPORT_JSON_JSON_H_
+#define IPAV_CLI_REPORT_JSON_JSON_H_
+
+#include <cstdio>
+
+#include "cli/report/device_report.h"
+#include "cli/report/json/json_text.h"
+#include "cli/report/run.h"
+#include "cli/report/writer.h"
+
+namespace ipav::cli::report {
+
+// Time taken is in the report of those alone that have it.
+Json ToJson(const DeviceReport& device);
+
+// Throws std::exception for what ToJson() did not make.
+DeviceReport FromJson(const Json& json);
+
+// A report as it was read back; of the devices those that are listed.
+struct ReadReport {
+  Run run;
+  std::vector<DeviceReport> devices;
+};
+ReadReport ReportFromJson(const Json& json);
+
+// One line for each device.
+class JsonWriter : public Writer {
+ public:
+  // Both are borrowed; the run is read at the end, its shard at the beginning.
+  JsonWriter(std::FILE* out, const Run& run) : out_(out), run_(run) {}
+  void Begin() override;
+  void Add(const DeviceReport& device) override;
+  void End() override;
+
+ private:
+  std::FILE* out_;
+  const Run& run_;
+  bool is_first_ = true;
+};
+
+}  // namespace ipav::cli::report
+
+#endif  // IPAV_CLI_REPORT_JSON_JSON_H_

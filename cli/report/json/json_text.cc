@@ -1,0 +1,35 @@
+#include "cli/report/json/json_text.h"
+
+#include "host/base/bytes.h"
+#include "host/base/utf8.h"
+
+namespace ipav::cli::report {
+
+void PutText(Json* object, const std::string& name, const std::string& text) {
+  const std::string readable = base::ToUtf8(text);
+  (*object)[name] = readable;
+  if (readable != text) (*object)[name + "Hex"] = base::ToHex(text);
+}
+
+void PutUnlessEmpty(Json* object, const std::string& name,
+                    const std::string& text) {
+  if (!text.empty()) PutText(object, name, text);
+}
+
+std::string TextOf(const Json& object, const std::string& name) {
+  const auto hex = object.find(name + "Hex");
+  return hex != object.end() ? base::FromHex(hex->get<std::string>())
+                             : object.at(name).get<std::string>();
+}
+
+std::string TextOrEmpty(const Json& object, const std::string& name) {
+  return object.contains(name) ? TextOf(object, name) : "";
+}
+
+std::optional<std::string> OptionalText(const Json& object,
+                                        const std::string& name) {
+  if (!object.contains(name)) return std::nullopt;
+  return TextOf(object, name);
+}
+
+}  // namespace ipav::cli::report

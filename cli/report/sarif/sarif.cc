@@ -1,0 +1,364 @@
+#include "cli/report/sarif/sarif.h"
+
+#include <fmt/core.h>
+#include <libxml/uri.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "cli/report/finding_text.h"
+#include "host/base/bytes.h"
+#include "host/base/c_ptr.h"
+#include "host/base/utf8.h"
+
+namespace ipav::cli::report {
+
+namespace {
+
+using commit::Answer;
+using commit::Outcome;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
+
+constexpr char kSchema[] =
+    "https://docs.oasis-open.org/sarif/sarif/v2.1.0/os/schemas/"
+    "sarif-schema-2.1.0.json";
+
+// Identifiers of notifications.
+constexpr char kInputId[] = "bad-input";
+constexpr char kPluginId[] = "plug-in-failed";
+
+// A message's braces are placeholders unless doubled, and "[a](b)" is a link
+// unless its brackets are escaped (SARIF 2.1.0, sections 3.11.5 and 3.11.6).
+Json Message(const std::string& text) {
+  const std::string readable = base::ToUtf8(text);
+  const bool has_links = readable.find("](") != std::string::npos;
+  std::string escaped;
+  for (const char c : readable) {
+    if (c == '{' || c == '}') escaped += c;
+    if (has_links && (c == '[' || c == ']')) escaped += '\\';
+    escaped += c;
+  }
+  return {{"text", escaped}};
+}
+
+// xmlFree is a macro or a variable.
+void FreeXmlText(xmlChar* text) { xmlFree(text); }
+
+// A file name as a URI reference: relative names stay relative.
+std::string UriOf(const std::string& file) {
+  const base::CPtr<xmlChar, FreeXmlText> escaped(
+      xmlURIEscapeStr(reinterpret_cast<const xmlChar*>(file.c_str()),
+                      reinterpret_cast<const xmlChar*>("/")));
+  if (escaped == nullptr) throw std::bad_alloc();
+  const std::string uri = reinterpret_cast<const char*>(escaped.get());
+  return uri.rfind('/', 0) == 0 ? "file://" + uri : uri;
+}
+
+Json Artifact(const std::string& file) { return {{"uri", UriOf(file)}}; }
+
+// Where the n-th character (not byte) of UTF-8 begins; its end when it has
+// fewer.
+std::size_t PlaceOfCharacter(const std::string& text, std::size_t number) {
+  std::size_t place = 0;
+  while (place < text.size() && number > 0) {
+    ++place;
+    while (place < text.size() && base::IsContinuation(text[place])) ++place;
+    --number;
+  }
+  return place;
+}
+
+std::string Marked(const Place& place) {
+  const std::string line = base::ToUtf8(place.source_line);
+  const std::size_t first = place.column - 1 - place.skipped;
+  const std::size_t begin = PlaceOfCharacter(line, first);
+  const std::size_t end = PlaceOfCharacter(line, first + place.length);
+  return line.substr(begin, end - begin);
+}
+
+Json PhysicalLocation(const Place& place) {
+  return {{"artifactLocation", Artifact(place.file)},
+          {"region",
+           {{"startLine", place.line},
+            {"startColumn", place.column},
+            {"endColumn", place.column + place.length},
+            {"snippet", {{"text", Marked(place)}}}}},
+          {"contextRegion",
+           {{"startLine", place.line},
+            {"snippet", {{"text", base::ToUtf8(place.source_line)}}}}}};
+}
+
+Json LogicalLocations(const std::string& path) {
+  const Json location = {{"fullyQualifiedName", base::ToUtf8(path)},
+                         {"kind", "member"}};
+  return Json::array({location});
+}
+
+// Without a place at least the file is known.
+Json LocationOf(const Culprit& culprit, const std::string& file) {
+  const Json physical = culprit.place
+                            ? PhysicalLocation(*culprit.place)
+                            : Json({{"artifactLocation", Artifact(file)}});
+  std::string text = culprit.role;
+  if (!culprit.value.empty()) text += " " + culprit.value;
+  return {{"physicalLocation", physical},
+          {"logicalLocations", LogicalLocations(culprit.path)},
+          {"message", Message(text)}};
+}
+
+// The same on every machine and in every version of the program.
+std::uint64_t Fingerprint(std::string_view text) {
+  constexpr std::uint64_t kOffset = 14695981039346656037U;  // FNV-1a
+  constexpr std::uint64_t kPrime = 1099511628211U;
+  std::uint64_t hash = kOffset;
+  for (const char c : text) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * kPrime;
+  }
+  return hash;
+}
+
+// What stays when lines above a finding come and go.
+std::string FingerprintOf(const Finding& finding, const std::string& file) {
+  std::string text =
+      file + '\n' + finding.rule + '\n' + finding.text + '\n' + finding.path;
+  for (const Culprit& culprit : finding.culprits) text += '\n' + culprit.path;
+  return fmt::format("{:016x}", Fingerprint(text));
+}
+
+// Identifier of the rule: of a text that nobody knows, the validation point.
+const std::string& RuleIdOf(const Finding& finding) {
+  return finding.rule.empty() ? finding.point : finding.rule;
+}
+
+// What to do, and where it is explained.
+Json HelpOf(const Finding& finding) {
+  std::string text = base::ToUtf8(finding.advice);
+  std::string markdown = text;
+  const std::string link = LinkOf(finding);
+  if (!link.empty()) {
+    text += "\n" + link;
+    markdown += "\n\n[" + link + "](" + link + ")";
+  }
+  return {{"text", text}, {"markdown", markdown}};
+}
+
+Json RuleOf(const Finding& finding) {
+  Json rule = {{"id", base::ToUtf8(RuleIdOf(finding))}};
+  if (!finding.title.empty()) {
+    rule["shortDescription"] = {{"text", base::ToUtf8(finding.title)}};
+  }
+  if (!finding.advice.empty()) rule["help"] = HelpOf(finding);
+  rule["defaultConfiguration"] = {{"level", "error"}};
+  return rule;
+}
+
+// New is what a culprit that was touched makes; where none was, the running
+// configuration has it already.
+std::optional<std::string> BaselineState(const DeviceReport& device,
+                                         const Finding& finding) {
+  if (device.running.empty() || finding.culprits.empty()) return std::nullopt;
+  const bool is_old =
+      std::all_of(finding.culprits.begin(), finding.culprits.end(),
+                  [](const Culprit& culprit) {
+                    return culprit.novelty == Novelty::kUnchanged;
+                  });
+  return is_old ? "unchanged" : "new";
+}
+
+// Which culprit a reader is led to: the first that the candidate touched and
+// that is written somewhere.
+std::size_t MainCulprit(const Finding& finding) {
+  const auto& culprits = finding.culprits;
+  const auto find = [&](const auto& wanted) {
+    return std::find_if(culprits.begin(), culprits.end(), wanted);
+  };
+  auto found = find([](const Culprit& culprit) {
+    return culprit.place && culprit.novelty != Novelty::kUnchanged;
+  });
+  if (found == culprits.end()) {
+    found = find([](const Culprit& c) { return c.place.has_value(); });
+  }
+  if (found == culprits.end()) found = culprits.begin();
+  return static_cast<std::size_t>(found - culprits.begin());
+}
+
+// Of the file alone, or of a line of it.
+Json LocationOf(const std::string& file, std::size_t line = 0) {
+  Json physical = {{"artifactLocation", Artifact(file)}};
+  if (line > 0) physical["region"] = {{"startLine", line}};
+  return {{"physicalLocation", physical}};
+}
+
+Json LocationOf(const std::string& file, const std::string& path) {
+  Json location = LocationOf(file);
+  if (!path.empty()) location["logicalLocations"] = LogicalLocations(path);
+  return location;
+}
+
+void PutLocations(const DeviceReport& device, const Finding& finding,
+                  Json* result) {
+  if (finding.culprits.empty()) {
+    (*result)["locations"] =
+        Json::array({LocationOf(device.candidate, finding.path)});
+    return;
+  }
+  const std::size_t main = MainCulprit(finding);
+  Json related = Json::array();
+  for (std::size_t i = 0; i < finding.culprits.size(); ++i) {
+    Json location = LocationOf(finding.culprits[i], device.candidate);
+    if (i == main) {
+      (*result)["locations"] = Json::array({std::move(location)});
+    } else {
+      location["id"] = related.size() + 1;
+      related.push_back(std::move(location));
+    }
+  }
+  if (!related.empty()) (*result)["relatedLocations"] = related;
+}
+
+// The exact text and what the message has no room for.
+Json PropertiesOf(const Finding& finding) {
+  Json properties = {{"text", base::ToUtf8(finding.text)}};
+  if (base::ToUtf8(finding.text) != finding.text) {
+    properties["textHex"] = base::ToHex(finding.text);
+  }
+  properties["validationPoint"] = base::ToUtf8(finding.point);
+  properties["dataPath"] = base::ToUtf8(finding.path);
+  if (!finding.note.empty()) properties["note"] = base::ToUtf8(finding.note);
+  return properties;
+}
+
+Json ResultOf(const DeviceReport& device, const Finding& finding) {
+  Json result = {{"ruleId", base::ToUtf8(RuleIdOf(finding))},
+                 {"level", "error"},
+                 {"message", Message(TextOf(finding))}};
+  PutLocations(device, finding, &result);
+  result["partialFingerprints"] = {
+      {"ipavFinding/v1", FingerprintOf(finding, device.candidate)}};
+  const auto state = BaselineState(device, finding);
+  if (state) result["baselineState"] = *state;
+  result["properties"] = PropertiesOf(finding);
+  return result;
+}
+
+// The line in "FILE:LINE: reason", 0 where none is told.
+std::size_t LineOf(const std::string& error, const std::string& file) {
+  if (file.empty() || error.rfind(file + ":", 0) != 0) return 0;
+  const std::size_t begin = file.size() + 1;
+  const std::size_t end = error.find_first_not_of("0123456789", begin);
+  constexpr std::size_t kMaxDigits = 9;  // of any line, and it fits a number
+  if (end == begin || end == std::string::npos || error[end] != ':' ||
+      end - begin > kMaxDigits) {
+    return 0;
+  }
+  return std::stoul(error.substr(begin, end - begin));
+}
+
+Json LocationOfInputError(const DeviceReport& device) {
+  const std::string& error = device.input_error;
+  const std::size_t line = LineOf(error, device.running);
+  return line > 0
+             ? LocationOf(device.running, line)
+             : LocationOf(device.candidate, LineOf(error, device.candidate));
+}
+
+Json Notification(const char* id, const std::string& text, Json location) {
+  return {{"descriptor", {{"id", id}}},
+          {"level", "error"},
+          {"message", Message(text)},
+          {"locations", Json::array({std::move(location)})}};
+}
+
+Json Driver(const Json& rules) {
+  const Json notifications = {
+      {{"id", kInputId},
+       {"shortDescription", {{"text", "A configuration that is none"}}}},
+      {{"id", kPluginId},
+       {"shortDescription", {{"text", "The plug-in gave no verdict"}}}}};
+  return {{"name", "ipav"},
+          {"version", IPAV_VERSION},
+          {"rules", rules},
+          {"notifications", notifications}};
+}
+
+}  // namespace
+
+void SarifWriter::Begin() {
+  fmt::print(out_,
+             "{{\n\"$schema\": {},\n\"version\": \"2.1.0\",\n\"runs\": [{{\n"
+             "\"columnKind\": \"unicodeCodePoints\",\n\"results\": [",
+             Json(kSchema).dump());
+}
+
+void SarifWriter::AddResult(Json result, Json rule) {
+  const std::string id = rule.at("id");
+  const auto [entry, is_new] = index_.emplace(id, rules_.size());
+  if (is_new) rules_.push_back(std::move(rule));
+  result["ruleIndex"] = entry->second;
+  fmt::print(out_, "{}\n{}", is_first_ ? "" : ",", result.dump());
+  is_first_ = false;
+}
+
+void SarifWriter::AddFindings(const DeviceReport& device) {
+  for (const Finding& finding : device.findings) {
+    AddResult(ResultOf(device, finding), RuleOf(finding));
+  }
+}
+
+void SarifWriter::AddWarnings(const DeviceReport& device) {
+  for (const Answer& answer : device.outcome.answers) {
+    if (!Accepts(answer) || answer.result == 0) continue;
+    Finding finding;
+    finding.text = answer.text.value_or("(a warning without a text)");
+    finding.point = answer.opaque;
+    finding.path = answer.path;
+    Json result = ResultOf(device, finding);
+    result["level"] = "warning";
+    AddResult(std::move(result), RuleOf(finding));
+  }
+}
+
+void SarifWriter::NotifyOfFailures(const DeviceReport& device) {
+  const auto notify = [&](const std::string& text, const std::string& path) {
+    notifications_.push_back(
+        Notification(kPluginId, text, LocationOf(device.candidate, path)));
+  };
+  const Outcome& outcome = device.outcome;
+  if (!outcome.failure.empty()) {
+    notify("the plug-in failed: " + outcome.failure, outcome.failed_path);
+  }
+  for (const Answer& answer : outcome.answers) {
+    if (!answer.exception) continue;
+    notify("the plug-in threw an exception: " + *answer.exception, answer.path);
+  }
+}
+
+void SarifWriter::Add(const DeviceReport& device) {
+  if (device.status == kBadInput) {
+    notifications_.push_back(Notification(kInputId, device.input_error,
+                                          LocationOfInputError(device)));
+    return;
+  }
+  AddFindings(device);
+  AddWarnings(device);
+  NotifyOfFailures(device);
+}
+
+void SarifWriter::End() {
+  const ExitStatus status = run_.summary.gravest();
+  const bool is_judged = status == kAccepted || status == kRefused;
+  const Json invocation = {{"executionSuccessful", is_judged},
+                           {"exitCode", static_cast<int>(status)},
+                           {"toolExecutionNotifications", notifications_}};
+  fmt::print(out_, "\n],\n\"tool\": {},\n\"invocations\": [{}]\n}}]\n}}\n",
+             Json({{"driver", Driver(rules_)}}).dump(), invocation.dump());
+}
+
+}  // namespace ipav::cli::report

@@ -1,0 +1,210 @@
+#include "cli/report/text/text.h"
+
+#include <confd_lib.h>
+#include <fmt/color.h>
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/report/finding_text.h"
+#include "cli/report/text/source_lines.h"
+#include "host/base/utf8.h"
+#include "host/commit/commit.h"
+#include "messages/finder.h"
+#include "messages/finding.h"
+
+namespace ipav::cli::report {
+
+namespace {
+
+using commit::Answer;
+using commit::Outcome;
+using datastore::Novelty;
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
+
+const char* VerdictOf(ExitStatus status) {
+  switch (status) {
+    case kAccepted:
+      return "accepted";
+    case kRefused:
+      return "refused";
+    case kBadInput:
+      return "not judged, bad input";
+    case kPluginFailed:
+      break;
+  }
+  return "not judged, the plug-in failed";
+}
+
+// Each line of a text.
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::size_t begin = 0;
+  while (begin < text.size()) {
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    lines.push_back(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return lines;
+}
+
+// Prints the report of one device.
+class Printer {
+ public:
+  Printer(std::FILE* out, const TextOptions& options)
+      : out_(out), options_(options) {}
+
+  void Print(const DeviceReport& device) {
+    const Outcome& outcome = device.outcome;
+    if (device.status == kBadInput) return PrintBadInput(device);
+    PrintVerdict(device);
+    auto finding = device.findings.begin();
+    for (const Answer& answer : outcome.answers) {
+      const bool silent = answer.result == CONFD_OK && !answer.exception;
+      if (!silent || options_.all) PrintAnswer(answer);
+      if (messages::IsRefusal(answer) && finding != device.findings.end()) {
+        PrintFinding(*finding++);
+      }
+    }
+    if (!outcome.failure.empty()) PrintFailure(outcome);
+    PrintLines("the plug-in wrote", outcome.output);
+    for (const std::string& fault : outcome.faults) {
+      PrintLines("warning", fault);
+    }
+    for (const std::string& what : outcome.left_open) {
+      Print("  warning: the plug-in left {} open\n", what);
+    }
+    if (options_.verbose) PrintDetails(outcome);
+  }
+
+ private:
+  template <typename... Arguments>
+  void Print(fmt::format_string<Arguments...> format,
+             Arguments&&... arguments) const {
+    fmt::print(out_, format, std::forward<Arguments>(arguments)...);
+  }
+
+  // The text in that style, or as it is.
+  std::string Styled(fmt::text_style style, const std::string& text) const {
+    return options_.color ? fmt::format(style, "{}", text) : text;
+  }
+
+  std::string StyledVerdict(const DeviceReport& device) const {
+    const bool accepted = device.status == kAccepted;
+    const fmt::text_style style =
+        fmt::emphasis::bold |
+        fg(accepted ? fmt::terminal_color::green : fmt::terminal_color::red);
+    return Styled(style, VerdictOf(device.status));
+  }
+
+  void PrintBadInput(const DeviceReport& device) const {
+    Print("{}: {}\n  {}\n", device.candidate, StyledVerdict(device),
+          device.input_error);
+  }
+
+  void PrintVerdict(const DeviceReport& device) const {
+    const Outcome& outcome = device.outcome;
+    Print("{}: {} ({} of {} validation calls made)\n", device.candidate,
+          StyledVerdict(device), outcome.answers.size(), outcome.planned);
+  }
+
+  void PrintPlace(const std::string& point, const std::string& path) const {
+    Print("  validation point: {}\n  data path: {}\n", point, path);
+  }
+
+  // The operator's text stands alone on its line, byte for byte as the plug-in
+  // set it, also where it is no UTF-8 or has more than one line.
+  void PrintAnswer(const Answer& answer) const {
+    if (answer.exception.has_value()) {
+      Print("the plug-in threw an exception: {}\n", *answer.exception);
+    } else if (answer.result == CONFD_OK) {
+      Print("(accepted)\n");
+    } else if (Accepts(answer)) {
+      Print("(accepted with a warning)\n{}\n",
+            answer.text.value_or("(without a text)"));
+    } else {
+      Print("{}\n", Styled(fmt::emphasis::bold,
+                           answer.text.value_or("(refused without a text)")));
+    }
+    PrintPlace(answer.opaque, answer.path);
+    if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
+      Print("  result: {}, taken for a refusal\n", answer.result);
+    }
+  }
+
+  void PrintFinding(const Finding& finding) const {
+    for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
+    if (!finding.note.empty())
+      Print("  note: {}\n", base::Printable(finding.note));
+    if (finding.rule.empty()) return;
+    Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
+          finding.anchor);
+  }
+
+  void PrintCulprit(const Culprit& culprit) const {
+    const std::string role = base::Printable(culprit.role);
+    const char* novelty = WordOf(culprit.novelty);
+    if (!culprit.place) {
+      Print("  {}: {}, {}\n", base::Printable(culprit.path), role, novelty);
+      return;
+    }
+    const Place& place = *culprit.place;
+    Print("  {}: {}, {}\n",
+          Styled(fmt::emphasis::bold,
+                 fmt::format("{}:{}:{}", place.file, place.line, place.column)),
+          role, novelty);
+    const ShownLine line = ShowLine(place);
+    const bool is_new = culprit.novelty != Novelty::kUnchanged;
+    const fmt::text_style style =
+        fmt::emphasis::bold |
+        fg(is_new ? fmt::terminal_color::red : fmt::terminal_color::cyan);
+    const std::string number = fmt::format("{:>5}", place.line);
+    Print("  {} | {}\n  {:{}} | {:{}}{}\n", number, line.text, "",
+          number.size(), "", line.indent,
+          Styled(style, "^" + std::string(line.length - 1, '~')));
+  }
+
+  void PrintFailure(const Outcome& outcome) const {
+    Print("the plug-in failed: {}\n", outcome.failure);
+    if (!outcome.failed_path.empty()) {
+      PrintPlace(outcome.failed_point, outcome.failed_path);
+    }
+  }
+
+  // Each line of a text behind a label.
+  void PrintLines(const char* label, const std::string& text) const {
+    for (const std::string& line : LinesOf(text)) {
+      Print("  {}: {}\n", label, line);
+    }
+  }
+
+  void PrintDetails(const Outcome& outcome) const {
+    for (const std::string& line : outcome.debug_lines) {
+      PrintLines("debug", line);
+    }
+    std::uint64_t total = 0;
+    for (const auto& [name, count] : outcome.calls) {
+      Print("  platform call: {} {}\n", name, count);
+      total += count;
+    }
+    Print("  platform calls: {}\n", total);
+  }
+
+  std::FILE* out_;
+  const TextOptions& options_;
+};
+
+}  // namespace
+
+void TextWriter::Add(const DeviceReport& device) {
+  Printer(out_, options_).Print(device);
+}
+
+}  // namespace ipav::cli::report

@@ -121,12 +121,17 @@ def patched(name, text, hunks):
     return "".join(result + lines[done:])
 
 
-def configurations(case):
-    """The texts of the two configurations of POINT/CASE, by file name."""
+def patch_of(case):
+    """The text of the case.patch of POINT/CASE."""
     file = CASES / case / "case.patch"
     if not file.is_file():
         raise CaseError("there is no case.patch")
-    comment, *sections = SECTION.split(file.read_text("utf-8"))
+    return file.read_text("utf-8")
+
+
+def configurations(patch):
+    """The texts of the two configurations of a case.patch, by file name."""
+    comment, *sections = SECTION.split(patch)
     texts = {base.name: base.read_text("utf-8") for base in BASES.iterdir()}
     names = []
     for old, new, hunks in zip(*(sections[i::3] for i in range(3))):
@@ -156,7 +161,7 @@ def find_cases(point="*"):
 def write(folder, case):
     """Writes the two configurations of a case; returns the files."""
     try:
-        texts = configurations(case)
+        texts = configurations(patch_of(case))
     except (OSError, UnicodeDecodeError) as error:
         raise CaseError(error) from error
     target = pathlib.Path(folder, case)
@@ -183,17 +188,21 @@ def section(old, old_text, new, new_text):
     return f"--- {old}\n+++ {new}\n" + (hunks[1] + hunks[2])[1:]
 
 
-def save(folder, case):
-    """Writes the case.patch of the configurations in FOLDER/POINT/CASE."""
-    candidate = next(pathlib.Path(folder, case).glob("candidate.*"))
+def make_patch(folder, case):
+    """The case.patch of the configurations in FOLDER/POINT/CASE."""
+    candidate = next(pathlib.Path(folder, case).glob("candidate.*"), None)
+    if candidate is None:
+        raise CaseError(f"there is no candidate in {folder}")
     running = candidate.with_stem("running")
     texts = [folded(file.read_text("utf-8")) for file in (running, candidate)]
     comment = ""
-    if (CASES / case / "case.patch").exists():
-        comment = SECTION.split((CASES / case / "case.patch").read_text())[0]
     if running.suffix == ".xml":
-        first_line, texts[1] = texts[1].split("\n", 1)
-        comment = COMMENT.fullmatch(first_line + "\n")[1] + "\n\n"
+        if not COMMENT.match(texts[1]):
+            raise CaseError("the candidate must begin with a line of comment")
+        comment = COMMENT.match(texts[1])[1] + "\n\n"
+        texts[1] = COMMENT.sub("", texts[1], 1)
+    elif (CASES / case).exists():
+        comment = SECTION.split(patch_of(case))[0]
     to_running = min(
         (section(base.name, base.read_text("utf-8"), running.name, texts[0])
          for base in sorted(BASES.glob("*" + running.suffix))), key=len)
@@ -202,7 +211,12 @@ def save(folder, case):
     if hunks:
         patch += to_running
         base = running.name
-    patch += section(base, texts[0], candidate.name, texts[1])
+    return patch + section(base, texts[0], candidate.name, texts[1])
+
+
+def save(folder, case):
+    """Writes the case.patch of the configurations in FOLDER/POINT/CASE."""
+    patch = make_patch(folder, case)
     (CASES / case).mkdir(parents=True, exist_ok=True)
     (CASES / case / "case.patch").write_text(patch, "utf-8")
 

@@ -19,7 +19,8 @@ import subprocess
 import sys
 
 sys.dont_write_bytecode = True
-from cases import BASES, CASES, CaseError, find_cases, write
+from cases import (BASES, CASES, CaseError, configurations, find_cases,
+                   make_patch, patch_of, write)
 
 FEWEST_CASES = 731
 FILES = {"case.patch", "expect.txt", "findings.txt"}
@@ -134,11 +135,20 @@ def judge(ipav, folder, point):
     devices = {pathlib.Path(device["candidate"]).parent.name: device
                for device in json.loads(report.read_text("utf-8"))["devices"]}
     plain = run(folder, ipav, "summarize", report)[1]
+    plain = re.sub(r"\d+ devices?: .*\n\Z", "", plain)
     plains = {}
     for name, device in reversed(devices.items()):
         plain, line, rest = plain.rpartition(device["candidate"] + ": ")
         plains[name] = line + rest
     return devices, plains, status, printed
+
+
+def save_faults(folder, point, faults):
+    """Whether saving the first right case would change it."""
+    case = next((f"{point}/{name}" for name in faults if not faults[name]), "")
+    if case and configurations(make_patch(folder, case)) != (
+            configurations(patch_of(case))):
+        yield f"cases.py save changes {case}"
 
 
 def point_faults(ipav, folder, devices, plains, outcome):
@@ -182,7 +192,9 @@ def test_point(ipav, folder, point):
         print(f"{'FAILED' if wrong else 'ok'} {point}/{name}")
         print("".join(f"  {fault}\n" for fault in wrong), end="")
         failed += bool(wrong)
-    for fault in point_faults(ipav, folder, devices, plains, tuple(outcome)):
+    for fault in [
+            *point_faults(ipav, folder, devices, plains, tuple(outcome)),
+            *save_faults(folder, point, faults)]:
         print(f"FAILED {point}\n  {fault}")
         failed += 1
     print(f"{len(faults)} cases, {failed} failed")

@@ -15,23 +15,21 @@
 #include "tests/support/builders.h"
 #include "tests/support/death_text.h"
 #include "tests/support/plugin_test.h"
+#include "tests/unit/families.h"
 
 namespace ipav::testing {
 namespace {
 
 using ip_application::config_valid::ConfigAddrFamily;
 using ip_application::config_valid::GenericConfig;
-using nettypes::IPv4Addr;
-using nettypes::IPv4AddrMask;
-using nettypes::IPv6Addr;
-using nettypes::IPv6AddrMask;
-
 using Keys = std::list<std::string>;
 using KeyRows = std::list<std::vector<std::string>>;
 using Texts = std::vector<std::string>;
 
 constexpr char kLeaf[] = "/config/interface/ipapp:mgmt/leaf";
-constexpr char kList[] = "/config/interface/ipapp:l3";
+constexpr char kVrfOfIdPath[] =
+    "/vorplex-internal:internal/vorplex-internal:vrf-config/indexTOstring{7}/"
+    "vname";
 
 // What a read answers that failed, the last one when the daemon is gone.
 constexpr int kFailedReads[] = {CONFD_ERR, CONFD_EOF};
@@ -77,95 +75,161 @@ class ConfigAccessTest : public PluginTest {
     EXPECT_EQ(fault.message, message);
   }
 
-  // Of the conversions of values.
-  static IPv4Addr Ipv4Of(const Access& reads, const Value& value) {
-    return reads.get_ipv4_addr(value.Borrow());
-  }
-  static IPv6Addr Ipv6Of(const Access& reads, const Value& value) {
-    return reads.get_ipv6_addr(value.Borrow());
-  }
   std::string HexOf(const Value& value) {
     return access.get_hex_from_bin(value.Borrow());
   }
   std::string VrfOf(const Value& value) {
     return access.get_vrf_name_from_id(value.Borrow());
   }
-  IPv4AddrMask Mask4Of(const Value& addr, const Value& prefix) {
-    return access.get_ipv4_addr_mask(addr.Borrow(), prefix.Borrow());
-  }
-  IPv6AddrMask Mask6Of(const Value& addr, const Value& prefix) {
-    return access.get_ipv6_addr_mask(addr.Borrow(), prefix.Borrow());
-  }
-
   Access access;
 };
 
-// ---- An IPv4 or IPv6 address with its prefix length -------------------------
+// ---- One element ------------------------------------------------------------
 
-TEST_F(ConfigAccessTest, ReadsAnIpv4AddressWithItsPrefixLength) {
-  fake.SetValue(kLeaf, Ipv4Plen("10.1.2.3/24"));
-  const IPv4AddrMask mask = access.get_ipv4_addr_mask(kLeaf);
-  EXPECT_EQ(mask, IPv4AddrMask(0x0a010203, 24));
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
-               "maapi_get_ipv4_and_plen_elem(" + std::string(kLeaf) + ")"});
+// The read of one element: the calls that it takes, and what it makes of the
+// element, of none, and of one that cannot be read.
+struct LeafCase {
+  std::string name;
+  std::string path;
+  std::function<void(FakePlatform&)> store;
+  std::function<std::string(const Access&)> read;  // as a text
+  std::string some;
+  std::string none;
+  std::string unreadable;
+  Texts before;  // the calls before the element is asked for
+  std::string get;
+  Texts after;     // those that follow a read,
+  bool has_value;  // which is of a value to be given back
+};
+
+std::vector<LeafCase> LeafCases() {
+  const auto stored = [](const Value& value) {
+    return [value](FakePlatform& platform) { platform.SetValue(kLeaf, value); };
+  };
+  return {{"Ipv4Address",
+           kLeaf,
+           stored(Ipv4Plen("10.1.2.3/24")),
+           [](const Access& reads) {
+             return reads.get_ipv4_addr_mask(kLeaf).to_string();
+           },
+           "10.1.2.3/24",
+           "0.0.0.0/0",
+           "0.0.0.0/0",
+           {},
+           "maapi_get_ipv4_and_plen_elem",
+           {},
+           false},
+          {"Ipv6Address",
+           kLeaf,
+           stored(Ipv6Plen("2001:db8::1/128")),
+           [](const Access& reads) {
+             return reads.get_ipv6_addr_mask(kLeaf).to_string();
+           },
+           "2001:db8::1/128",
+           "::/0",
+           "::/0",
+           {},
+           "maapi_get_ipv6_and_plen_elem",
+           {},
+           false},
+          {"Identifier",
+           kLeaf,
+           stored(Int32(100)),
+           [](const Access& reads) {
+             return std::to_string(reads.get_intf_lim_id(kLeaf));
+           },
+           std::to_string(0x01000064U),
+           "0",
+           "0",
+           {},
+           "maapi_get_elem",
+           {"limid_l3_vlan_from_components(100)", "confd_free_value(100)"},
+           true},
+          {"VrfName",
+           kLeaf,
+           stored(Text("red")),
+           [](const Access& reads) { return reads.get_vrf_name(kLeaf); },
+           "red",
+           "global",
+           "",  // not "global": the interface has a VRF
+           {},
+           "maapi_get_elem",
+           {"confd_free_value(red)"},
+           true},
+          {"VrfNameOfAnIdentifier",
+           kVrfOfIdPath,
+           [](FakePlatform& platform) { StoreVrfName(platform, 7, "red"); },
+           [](const Access& reads) {
+             return reads.get_vrf_name_from_id(Uint32(7).Borrow());
+           },
+           "red",
+           "global",
+           "global",
+           {"IdVrfFromComponent(7)"},
+           "maapi_get_elem",
+           {"confd_free_value(red)"},
+           true}};
 }
 
-TEST_F(ConfigAccessTest, ReadsAnIpv6AddressWithItsPrefixLength) {
-  fake.SetValue(kLeaf, Ipv6Plen("2001:db8::1/64"));
-  EXPECT_EQ(access.get_ipv6_addr_mask(kLeaf).to_string(), "2001:db8::1/64");
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
-               "maapi_get_ipv6_and_plen_elem(" + std::string(kLeaf) + ")"});
+class LeafTest : public ConfigAccessTest,
+                 public ::testing::WithParamInterface<LeafCase> {
+ protected:
+  // The calls of the read up to the question whether the element exists.
+  static Texts Question() {
+    Texts calls = GetParam().before;
+    calls.push_back("maapi_exists(" + GetParam().path + ")");
+    return calls;
+  }
+  static Texts Read(const Texts& after) {
+    Texts calls = Question();
+    calls.push_back(GetParam().get + "(" + GetParam().path + ")");
+    calls.insert(calls.end(), after.begin(), after.end());
+    return calls;
+  }
+  std::string ReadText() { return GetParam().read(access); }
+};
+
+TEST_P(LeafTest, IsReadWhereItExists) {
+  GetParam().store(fake);
+  EXPECT_EQ(ReadText(), GetParam().some);
+  ExpectCalls(Read(GetParam().after));
 }
 
-TEST_F(ConfigAccessTest, ReadsTheLongestPrefixes) {
-  fake.SetValue("/a", Ipv4Plen("255.255.255.255/32"));
-  fake.SetValue("/b", Ipv6Plen("ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/128"));
-  EXPECT_EQ(access.get_ipv4_addr_mask("/a").to_string(), "255.255.255.255/32");
-  EXPECT_EQ(access.get_ipv6_addr_mask("/b").to_string(),
-            "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/128");
+TEST_P(LeafTest, IsTheDefaultWhereItIsMissing) {
+  EXPECT_EQ(ReadText(), GetParam().none);
+  ExpectCalls(Question());
 }
 
-TEST_F(ConfigAccessTest, AnAbsentAddressIsTheDefaultAfterOneCall) {
-  EXPECT_EQ(access.get_ipv4_addr_mask(kLeaf), IPv4AddrMask());
-  EXPECT_EQ(access.get_ipv6_addr_mask(kLeaf), IPv6AddrMask());
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
-               "maapi_exists(" + std::string(kLeaf) + ")"});
+TEST_P(LeafTest, ExistsWhenTheAnswerIsOneOnly) {
+  GetParam().store(fake);
+  for (const int answer : {2, CONFD_ERR, CONFD_EOF}) {
+    fake.ForgetCalls();
+    fake.FailCall(static_cast<unsigned>(Question().size()), answer);
+    EXPECT_EQ(ReadText(), GetParam().none) << answer;
+    ExpectCalls(Question());
+  }
 }
 
-TEST_F(ConfigAccessTest, AnAddressWhoseExistenceCannotBeToldIsTheDefault) {
-  fake.SetValue("/a", Ipv4Plen("10.1.2.3/24"));
-  fake.SetValue("/b", Ipv6Plen("2001:db8::1/64"));
-  fake.FailExists("/a");
-  fake.FailExists("/b");
-  EXPECT_EQ(access.get_ipv4_addr_mask("/a"), IPv4AddrMask());
-  EXPECT_EQ(access.get_ipv6_addr_mask("/b"), IPv6AddrMask());
-  ExpectCalls({"maapi_exists(/a)", "maapi_exists(/b)"});
+// The value is given back also when the read of it failed.
+TEST_P(LeafTest, IsReadWhenTheAnswerIsZeroOnly) {
+  GetParam().store(fake);
+  for (const int answer : kFailedReads) {
+    fake.ForgetCalls();
+    fake.FailCall(static_cast<unsigned>(Question().size() + 1), answer);
+    EXPECT_EQ(ReadText(), GetParam().unreadable) << answer;
+    ExpectCalls(
+        Read(GetParam().has_value ? Texts{"confd_free_value()"} : Texts{}));
+  }
 }
 
-TEST_F(ConfigAccessTest, AnUnreadableAddressIsTheDefault) {
-  fake.FailReads(kLeaf);
-  EXPECT_EQ(access.get_ipv4_addr_mask(kLeaf), IPv4AddrMask());
-  EXPECT_EQ(access.get_ipv6_addr_mask(kLeaf), IPv6AddrMask());
-  EXPECT_EQ(fake.calls().size(), 4U);
-}
+INSTANTIATE_TEST_SUITE_P(Leaves, LeafTest, ::testing::ValuesIn(LeafCases()),
+                         [](const auto& leaf) { return leaf.param.name; });
 
 TEST_F(ConfigAccessTest, AnAddressOfTheOtherFamilyIsTheDefault) {
   fake.SetValue("/a", Ipv4Plen("10.1.2.3/24"));
   fake.SetValue("/b", Ipv6Plen("2001:db8::1/64"));
-  EXPECT_EQ(access.get_ipv4_addr_mask("/b"), IPv4AddrMask());
-  EXPECT_EQ(access.get_ipv6_addr_mask("/a"), IPv6AddrMask());
-}
-
-// ---- The identifier of an interface -----------------------------------------
-
-TEST_F(ConfigAccessTest, MakesAnIdentifierFromTheVlan) {
-  fake.SetValue(kLeaf, Int32(100));
-  EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0x01000064U);
-  const Texts calls = fake.CallTexts();
-  ASSERT_GE(calls.size(), 3U);
-  EXPECT_EQ(calls[0], "maapi_exists(" + std::string(kLeaf) + ")");
-  EXPECT_EQ(calls[1], "maapi_get_elem(" + std::string(kLeaf) + ")");
-  EXPECT_EQ(calls[2], "limid_l3_vlan_from_components(100)");
+  EXPECT_EQ(access.get_ipv4_addr_mask("/b"), Mask4("0.0.0.0/0"));
+  EXPECT_EQ(access.get_ipv6_addr_mask("/a"), Mask6("::/0"));
 }
 
 TEST_F(ConfigAccessTest, PassesOnANegativeVlanAsItIs) {
@@ -173,35 +237,6 @@ TEST_F(ConfigAccessTest, PassesOnANegativeVlanAsItIs) {
   static_cast<void>(access.get_intf_lim_id(kLeaf));  // the service's answer
   ASSERT_GE(fake.calls().size(), 3U);
   EXPECT_EQ(fake.calls()[2].text(), "limid_l3_vlan_from_components(-1)");
-}
-
-TEST_F(ConfigAccessTest, AnAbsentVlanGivesZeroAfterOneCall) {
-  EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U);
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")"});
-}
-
-TEST_F(ConfigAccessTest, AVlanWhoseExistenceCannotBeToldGivesZero) {
-  fake.SetValue(kLeaf, Int32(100));
-  fake.FailExists(kLeaf);
-  EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U);
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")"});
-}
-
-// The value is given back also when the read of it failed.
-TEST_F(ConfigAccessTest, AnUnreadableVlanGivesZeroWithoutTheService) {
-  fake.FailReads(kLeaf);
-  EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U);
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
-               "maapi_get_elem(" + std::string(kLeaf) + ")",
-               "confd_free_value()"});
-}
-
-TEST_F(ConfigAccessTest, AVlanIsReadWhenTheAnswerIsZeroOnly) {
-  fake.SetValue(kLeaf, Int32(100));
-  for (const int answer : kFailedReads) {
-    fake.FailCall(2, answer);
-    EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U) << answer;
-  }
 }
 
 TEST_F(ConfigAccessTest, AFailingIdentifierServiceGivesZero) {
@@ -224,16 +259,6 @@ TEST_F(ConfigAccessTest, StopsForAVlanThatIsNoInt32) {
   }
 }
 
-// ---- The name of a VRF ------------------------------------------------------
-
-TEST_F(ConfigAccessTest, ReadsAVrfName) {
-  fake.SetValue(kLeaf, Text("red"));
-  EXPECT_EQ(access.get_vrf_name(kLeaf), "red");
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
-               "maapi_get_elem(" + std::string(kLeaf) + ")",
-               "confd_free_value(red)"});
-}
-
 TEST_F(ConfigAccessTest, AVrfNameEndsAtItsFirstNul) {
   fake.SetValue(kLeaf, Text(std::string("red\0blue", 8)));
   EXPECT_EQ(access.get_vrf_name(kLeaf), "red");
@@ -244,35 +269,6 @@ TEST_F(ConfigAccessTest, AVrfNameCanBeEmptyOrLong) {
   fake.SetValue("/long", Text(std::string(1000, 'v')));
   EXPECT_EQ(access.get_vrf_name("/empty"), "");
   EXPECT_EQ(access.get_vrf_name("/long"), std::string(1000, 'v'));
-}
-
-TEST_F(ConfigAccessTest, WithoutAVrfLeafTheNameIsGlobal) {
-  EXPECT_EQ(access.get_vrf_name(kLeaf), "global");
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")"});
-}
-
-TEST_F(ConfigAccessTest, AVrfLeafWhoseExistenceCannotBeToldIsGlobal) {
-  fake.SetValue(kLeaf, Text("red"));
-  fake.FailExists(kLeaf);
-  EXPECT_EQ(access.get_vrf_name(kLeaf), "global");
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")"});
-}
-
-// The value is given back also when the read of it failed.
-TEST_F(ConfigAccessTest, AVrfLeafThatCannotBeReadIsTheEmptyNameNotGlobal) {
-  fake.FailReads(kLeaf);
-  EXPECT_EQ(access.get_vrf_name(kLeaf), "");
-  ExpectCalls({"maapi_exists(" + std::string(kLeaf) + ")",
-               "maapi_get_elem(" + std::string(kLeaf) + ")",
-               "confd_free_value()"});
-}
-
-TEST_F(ConfigAccessTest, AVrfNameIsReadWhenTheAnswerIsZeroOnly) {
-  fake.SetValue(kLeaf, Text("red"));
-  for (const int answer : kFailedReads) {
-    fake.FailCall(2, answer);
-    EXPECT_EQ(access.get_vrf_name(kLeaf), "") << answer;
-  }
 }
 
 TEST_F(ConfigAccessTest, StopsForAVrfNameThatIsNoText) {
@@ -328,39 +324,54 @@ TEST_F(ConfigAccessTest, PrintsAKeyOfAnyType) {
       (KeyRows{{"4294967295", "2001:db8::1", "10.1.1.1/24", "fe80::1/10"}}));
 }
 
-TEST_F(ConfigAccessTest, AnAbsentListHasNoKeysAndOpensNoCursor) {
-  EXPECT_TRUE(access.get_key_list(kList).empty());
-  EXPECT_TRUE(access.get_key_list(kList, 2).empty());
-  ExpectCalls({"maapi_exists(" + std::string(kList) + ")",
-               "maapi_exists(" + std::string(kList) + ")"});
-}
+// Each way to list keys.
+constexpr unsigned kFirstOnly = 0;
+class KeyListTest : public ConfigAccessTest,
+                    public ::testing::WithParamInterface<unsigned> {
+ protected:
+  std::size_t CountKeys() {
+    return GetParam() == kFirstOnly
+               ? access.get_key_list("/list").size()
+               : access.get_key_list("/list", GetParam()).size();
+  }
+};
 
-TEST_F(ConfigAccessTest, AListWhoseExistenceCannotBeToldHasNoKeys) {
+TEST_P(KeyListTest, ExistsWhenTheAnswerIsOneOnly) {
+  EXPECT_EQ(CountKeys(), 0U);
+  ExpectCalls({"maapi_exists(/list)"});
   fake.AddEntry("/list", {Text("a"), Text("b")});
-  fake.FailExists("/list");
-  EXPECT_TRUE(access.get_key_list("/list").empty());
-  EXPECT_TRUE(access.get_key_list("/list", 2).empty());
-  ExpectCalls({"maapi_exists(/list)", "maapi_exists(/list)"});
+  EXPECT_EQ(CountKeys(), 1U);
+  for (const int answer : {2, CONFD_ERR, CONFD_EOF}) {
+    fake.ForgetCalls();
+    fake.FailCall(1, answer);
+    EXPECT_EQ(CountKeys(), 0U) << answer;
+    ExpectCalls({"maapi_exists(/list)"});
+  }
 }
 
-TEST_F(ConfigAccessTest, AListWithoutEntriesGivesItsCursorBack) {
+TEST_P(KeyListTest, WithoutEntriesGivesItsCursorBack) {
   fake.SetContainer("/list");
-  const Texts walk = {"maapi_exists(/list)", "maapi_init_cursor(/list)",
-                      "maapi_get_next(/list)", "maapi_destroy_cursor(/list)"};
-  EXPECT_TRUE(access.get_key_list("/list").empty());
-  ExpectCalls(walk);
-  fake.ForgetCalls();
-  EXPECT_TRUE(access.get_key_list("/list", 2).empty());
-  ExpectCalls(walk);
+  EXPECT_EQ(CountKeys(), 0U);
+  ExpectCalls({"maapi_exists(/list)", "maapi_init_cursor(/list)",
+               "maapi_get_next(/list)", "maapi_destroy_cursor(/list)"});
 }
 
-TEST_F(ConfigAccessTest, ACursorThatCannotBeOpenedHasNoKeys) {
-  fake.AddEntry("/list", {Text("a")});
+TEST_P(KeyListTest, HasNoKeysWhereTheCursorCannotBeOpened) {
+  fake.AddEntry("/list", {Text("a"), Text("b")});
   fake.FailCall(2);
-  EXPECT_TRUE(access.get_key_list("/list").empty());
-  fake.FailCall(2);
-  EXPECT_TRUE(access.get_key_list("/list", 1).empty());
+  EXPECT_EQ(CountKeys(), 0U);
 }
+
+TEST_P(KeyListTest, AnExceptionLeavesNoCursorOpen) {
+  fake.AddEntry("/list", {Text("a"), Text("b")});
+  for (const unsigned number : {2U, 3U, 4U, 5U}) {
+    fake.ThrowAtCall(number);
+    EXPECT_THROW(CountKeys(), FakeCallError) << number;
+    EXPECT_EQ(fake.open_cursors(), 0U) << number;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, KeyListTest, ::testing::Values(kFirstOnly, 2U));
 
 // Nobody looks at the result of the advance: the walk ends as no key is there.
 TEST_F(ConfigAccessTest, ACursorThatCannotAdvanceEndsTheWalk) {
@@ -385,131 +396,191 @@ TEST_F(ConfigAccessTest, CutsAKeyThatIsLongerThan255Characters) {
                      {"a", "b"}}));
 }
 
-// ---- Address lists ----------------------------------------------------------
+// ---- Addresses of either family ---------------------------------------------
 
-TEST_F(ConfigAccessTest, ReadsTheIpv4AddressOfEachEntry) {
-  fake.AddEntry("/list", {Ipv4Plen("10.2.0.1/16")});
-  fake.SetValue("/list{10.2.0.1/16}/ip", Ipv4Plen("10.2.0.1/16"));
-  fake.AddEntry("/list", {Ipv4Plen("10.1.0.1/16")});
-  fake.SetValue("/list{10.1.0.1/16}/ip", Ipv4Plen("10.1.0.1/16"));
-  EXPECT_EQ(
-      access.get_intf_ipv4_addr_mask_list("/list"),
-      (std::list<IPv4AddrMask>{Mask4("10.2.0.1/16"), Mask4("10.1.0.1/16")}));
-  ExpectCalls({"maapi_exists(/list)", "maapi_init_cursor(/list)",
-               "maapi_get_next(/list)", "confd_pp_value(10.2.0.1/16)",
-               "maapi_get_next(/list)", "confd_pp_value(10.1.0.1/16)",
-               "maapi_get_next(/list)", "maapi_destroy_cursor(/list)",
-               "maapi_exists(/list{10.2.0.1/16}/ip)",
-               "maapi_get_ipv4_and_plen_elem(/list{10.2.0.1/16}/ip)",
-               "maapi_exists(/list{10.1.0.1/16}/ip)",
-               "maapi_get_ipv4_and_plen_elem(/list{10.1.0.1/16}/ip)"});
-  EXPECT_TRUE(fake.faults().empty());
+template <typename Family>
+class AddressReadTest : public ConfigAccessTest {
+ protected:
+  using Addr = typename Family::Addr;
+  using Mask = typename Family::Mask;
+  static constexpr bool kIsIpv4 = std::is_same_v<Family, Ipv4Family>;
+  static constexpr std::size_t kSize = kIsIpv4 ? 4 : 16;
+
+  // 10.1.2.<host> or 2001:db8::<host>.
+  static std::string Text(int host) {
+    return (kIsIpv4 ? "10.1.2." : "2001:db8::") + std::to_string(host);
+  }
+  static std::string Prefix(int host) { return Text(host) + "/32"; }
+  static Value Octets(int host) { return OctetsOf(Text(host)); }
+
+  std::list<Mask> List() {
+    if constexpr (kIsIpv4) return access.get_intf_ipv4_addr_mask_list("/list");
+    if constexpr (!kIsIpv4) return access.get_intf_ipv6_addr_mask_list("/list");
+  }
+  Addr AddrOf(const Value& value) {
+    if constexpr (kIsIpv4) return access.get_ipv4_addr(value.Borrow());
+    if constexpr (!kIsIpv4) return access.get_ipv6_addr(value.Borrow());
+  }
+  Mask MaskOf(const Value& address, const Value& length) {
+    const confd_value_t a = address.Borrow();
+    const confd_value_t l = length.Borrow();
+    if constexpr (kIsIpv4) return access.get_ipv4_addr_mask(a, l);
+    if constexpr (!kIsIpv4) return access.get_ipv6_addr_mask(a, l);
+  }
+
+  static std::string FaultText(const std::string& key) {
+    return std::string("Unspecified ") + Family::kName + " address for key '" +
+           key + "'";
+  }
+  void ExpectFault(const std::string& key) {
+    ExpectOneFault(kIsIpv4 ? "get_intf_ipv4_addr_mask_list"
+                           : "get_intf_ipv6_addr_mask_list",
+                   kIsIpv4 ? 133 : 208, FaultText(key));
+  }
+};
+TYPED_TEST_SUITE(AddressReadTest, BothFamilies, FamilyNames);
+
+TYPED_TEST(AddressReadTest, ReadsTheAddressOfEachEntry) {
+  for (const int host : {2, 1}) {
+    const Value address = TypeParam::Stored(this->Prefix(host));
+    this->fake.AddEntry("/list", {address});
+    this->fake.SetValue("/list{" + this->Prefix(host) + "}/ip", address);
+  }
+  const std::string two = this->Prefix(2);
+  const std::string one = this->Prefix(1);
+  EXPECT_EQ(this->List(), (std::list<typename TypeParam::Mask>{
+                              TypeParam::MaskOf(two), TypeParam::MaskOf(one)}));
+  const std::string get = this->kIsIpv4 ? "maapi_get_ipv4_and_plen_elem"
+                                        : "maapi_get_ipv6_and_plen_elem";
+  this->ExpectCalls(
+      {"maapi_exists(/list)", "maapi_init_cursor(/list)",
+       "maapi_get_next(/list)", "confd_pp_value(" + two + ")",
+       "maapi_get_next(/list)", "confd_pp_value(" + one + ")",
+       "maapi_get_next(/list)", "maapi_destroy_cursor(/list)",
+       "maapi_exists(/list{" + two + "}/ip)", get + "(/list{" + two + "}/ip)",
+       "maapi_exists(/list{" + one + "}/ip)", get + "(/list{" + one + "}/ip)"});
+  EXPECT_TRUE(this->fake.faults().empty());
 }
 
-TEST_F(ConfigAccessTest, ReadsTheIpv6AddressOfEachEntry) {
-  fake.AddEntry("/list", {Ipv6Plen("2001:db8::2/64")});
-  fake.SetValue("/list{2001:db8::2/64}/ip", Ipv6Plen("2001:db8::2/64"));
-  fake.AddEntry("/list", {Ipv6Plen("2001:db8::1/64")});
-  fake.SetValue("/list{2001:db8::1/64}/ip", Ipv6Plen("2001:db8::1/64"));
-  EXPECT_EQ(access.get_intf_ipv6_addr_mask_list("/list"),
-            (std::list<IPv6AddrMask>{Mask6("2001:db8::2/64"),
-                                     Mask6("2001:db8::1/64")}));
-  ExpectCalls({"maapi_exists(/list)", "maapi_init_cursor(/list)",
-               "maapi_get_next(/list)", "confd_pp_value(2001:db8::2/64)",
-               "maapi_get_next(/list)", "confd_pp_value(2001:db8::1/64)",
-               "maapi_get_next(/list)", "maapi_destroy_cursor(/list)",
-               "maapi_exists(/list{2001:db8::2/64}/ip)",
-               "maapi_get_ipv6_and_plen_elem(/list{2001:db8::2/64}/ip)",
-               "maapi_exists(/list{2001:db8::1/64}/ip)",
-               "maapi_get_ipv6_and_plen_elem(/list{2001:db8::1/64}/ip)"});
-  EXPECT_TRUE(fake.faults().empty());
+TYPED_TEST(AddressReadTest, AnAbsentListHasNoAddresses) {
+  EXPECT_TRUE(this->List().empty());
+  this->ExpectCalls({"maapi_exists(/list)"});
 }
 
-TEST_F(ConfigAccessTest, AnAbsentListHasNoAddresses) {
-  EXPECT_TRUE(access.get_intf_ipv4_addr_mask_list("/list").empty());
-  EXPECT_TRUE(access.get_intf_ipv6_addr_mask_list("/list").empty());
-  ExpectCalls({"maapi_exists(/list)", "maapi_exists(/list)"});
+TYPED_TEST(AddressReadTest, ReportsAnEntryWithoutAddressAndGoesOn) {
+  this->fake.AddEntry("/list", {::ipav::testing::Text("none")});
+  this->fake.AddEntry("/list", {::ipav::testing::Text("some")});
+  this->fake.SetValue("/list{some}/ip", TypeParam::Stored(this->Prefix(1)));
+  EXPECT_EQ(this->List().size(), 1U);
+  this->ExpectFault("none");
 }
 
-TEST_F(ConfigAccessTest, ReportsAnEntryWithoutIpv4AddressAndGoesOn) {
-  fake.AddEntry("/list", {Text("none")});
-  fake.AddEntry("/list", {Text("some")});
-  fake.SetValue("/list{some}/ip", Ipv4Plen("10.1.0.1/16"));
-  EXPECT_EQ(access.get_intf_ipv4_addr_mask_list("/list"),
-            std::list<IPv4AddrMask>{Mask4("10.1.0.1/16")});
-  ExpectOneFault("get_intf_ipv4_addr_mask_list", 133,
-                 "Unspecified IPv4 address for key 'none'");
+TYPED_TEST(AddressReadTest, ReportsAnAddressThatIsThereAndUnspecified) {
+  const std::string key = std::string(TypeParam::kUnspecified) + "/8";
+  this->fake.AddEntry("/list", {TypeParam::Stored(key)});
+  this->fake.SetValue("/list{" + key + "}/ip", TypeParam::Stored(key));
+  EXPECT_TRUE(this->List().empty());
+  this->ExpectFault(key);
 }
 
-TEST_F(ConfigAccessTest, ReportsAnEntryWithoutIpv6AddressAndGoesOn) {
-  fake.AddEntry("/list", {Text("none")});
-  fake.AddEntry("/list", {Text("some")});
-  fake.SetValue("/list{some}/ip", Ipv6Plen("2001:db8::1/64"));
-  EXPECT_EQ(access.get_intf_ipv6_addr_mask_list("/list"),
-            std::list<IPv6AddrMask>{Mask6("2001:db8::1/64")});
-  ExpectOneFault("get_intf_ipv6_addr_mask_list", 208,
-                 "Unspecified IPv6 address for key 'none'");
-}
-
-TEST_F(ConfigAccessTest, ReportsAnAddressThatIsThereAndUnspecified) {
-  fake.AddEntry("/four", {Ipv4Plen("0.0.0.0/8")});
-  fake.SetValue("/four{0.0.0.0/8}/ip", Ipv4Plen("0.0.0.0/8"));
-  EXPECT_TRUE(access.get_intf_ipv4_addr_mask_list("/four").empty());
-  ExpectOneFault("get_intf_ipv4_addr_mask_list", 133,
-                 "Unspecified IPv4 address for key '0.0.0.0/8'");
-}
-
-TEST_F(ConfigAccessTest, ReportsAnIpv6AddressThatIsThereAndUnspecified) {
-  fake.AddEntry("/six", {Ipv6Plen("::/64")});
-  fake.SetValue("/six{::/64}/ip", Ipv6Plen("::/64"));
-  EXPECT_TRUE(access.get_intf_ipv6_addr_mask_list("/six").empty());
-  ExpectOneFault("get_intf_ipv6_addr_mask_list", 208,
-                 "Unspecified IPv6 address for key '::/64'");
-}
-
-TEST_F(ConfigAccessTest, ReportsAnAddressThatCannotBeRead) {
-  fake.AddEntry("/list", {Text("a")});
-  fake.FailReads("/list{a}/ip");
-  EXPECT_TRUE(access.get_intf_ipv4_addr_mask_list("/list").empty());
-  ExpectOneFault("get_intf_ipv4_addr_mask_list", 133,
-                 "Unspecified IPv4 address for key 'a'");
-}
-
-TEST_F(ConfigAccessTest, ReportsEachMissingAddressOfAList) {
-  fake.AddEntry("/list", {Text("b")});
-  fake.AddEntry("/list", {Text("a")});
-  EXPECT_TRUE(access.get_intf_ipv6_addr_mask_list("/list").empty());
-  ASSERT_EQ(fake.faults().size(), 2U);
-  EXPECT_EQ(fake.faults()[0].message, "Unspecified IPv6 address for key 'b'");
-  EXPECT_EQ(fake.faults()[1].message, "Unspecified IPv6 address for key 'a'");
+TYPED_TEST(AddressReadTest, ReportsEachAddressThatIsMissingOrUnreadable) {
+  this->fake.AddEntry("/list", {::ipav::testing::Text("b")});
+  this->fake.AddEntry("/list", {::ipav::testing::Text("a")});
+  this->fake.FailReads("/list{a}/ip");
+  EXPECT_TRUE(this->List().empty());
+  ASSERT_EQ(this->fake.faults().size(), 2U);
+  EXPECT_EQ(this->fake.faults()[0].message, this->FaultText("b"));
+  EXPECT_EQ(this->fake.faults()[1].message, this->FaultText("a"));
 }
 
 // The report's buffer has room for 349 characters. No key reaches it: a key of
-// a list has 255 at the most, and the text around it 35.
-TEST_F(ConfigAccessTest, ReportsTheLongestKeyInFull) {
-  fake.AddEntry("/list", {Text(std::string(255, 'k'))});
-  EXPECT_TRUE(access.get_intf_ipv4_addr_mask_list("/list").empty());
-  ExpectOneFault(
-      "get_intf_ipv4_addr_mask_list", 133,
-      "Unspecified IPv4 address for key '" + std::string(255, 'k') + "'");
-}
-
-// The entry is looked for under the key as it was cut.
-TEST_F(ConfigAccessTest, DoesNotFindTheAddressOfAKeyThatWasCut) {
+// a list has 255 at the most, and the text around it 35. The entry of a longer
+// key is looked for under the key as it was cut.
+TYPED_TEST(AddressReadTest, ReportsALongKeyAsItWasCut) {
   const std::string key(300, 'k');
-  fake.AddEntry("/list", {Text(key)});
-  fake.SetValue("/list{" + key + "}/ip", Ipv6Plen("2001:db8::1/64"));
-  EXPECT_TRUE(access.get_intf_ipv6_addr_mask_list("/list").empty());
-  ExpectOneFault(
-      "get_intf_ipv6_addr_mask_list", 208,
-      "Unspecified IPv6 address for key '" + std::string(255, 'k') + "'");
+  this->fake.AddEntry("/list", {::ipav::testing::Text(key)});
+  this->fake.SetValue("/list{" + key + "}/ip",
+                      TypeParam::Stored(this->Prefix(1)));
+  EXPECT_TRUE(this->List().empty());
+  this->ExpectFault(std::string(255, 'k'));
 }
 
-TEST_F(ConfigAccessTest, ReportsAKeyThatLooksLikeAFormat) {
-  fake.AddEntry("/list", {Text("%s%n%d")});
-  EXPECT_TRUE(access.get_intf_ipv4_addr_mask_list("/list").empty());
-  ExpectOneFault("get_intf_ipv4_addr_mask_list", 133,
-                 "Unspecified IPv4 address for key '%s%n%d'");
+TYPED_TEST(AddressReadTest, ReportsAKeyThatLooksLikeAFormat) {
+  this->fake.AddEntry("/list", {::ipav::testing::Text("%s%n%d")});
+  EXPECT_TRUE(this->List().empty());
+  this->ExpectFault("%s%n%d");
+}
+
+TYPED_TEST(AddressReadTest, AnExceptionOfTheFaultServicePassesOn) {
+  this->fake.AddEntry("/list", {::ipav::testing::Text("a")});
+  this->fake.ThrowAtCall(8);
+  EXPECT_THROW(this->List(), FakeCallError);
+  EXPECT_EQ(this->fake.CallTexts().back(),
+            "hostmw_gen_fault(" + this->FaultText("a") + ")");
+}
+
+TYPED_TEST(AddressReadTest, TakesAsManyOctetsAsAnAddressHas) {
+  EXPECT_EQ(this->AddrOf(this->Octets(3)), TypeParam::AddrOf(this->Text(3)));
+  EXPECT_TRUE(this->AddrOf(OctetsOf(TypeParam::kUnspecified)).is_unspecified());
+  EXPECT_EQ(this->AddrOf(Binary(std::string(300, '\x01'))),
+            this->AddrOf(Binary(std::string(this->kSize, '\x01'))));
+  EXPECT_TRUE(this->fake.calls().empty());
+}
+
+TYPED_TEST(AddressReadTest, OctetsThatAreMissingAreZero) {
+  for (std::size_t size = 0; size < this->kSize; ++size) {
+    const std::string some(size, '\x0a');
+    const std::string zeros(this->kSize - size, '\0');
+    EXPECT_EQ(this->AddrOf(Binary(some)), this->AddrOf(Binary(some + zeros)))
+        << size;
+  }
+}
+
+TYPED_TEST(AddressReadTest, AnyOtherTypeIsTheUnspecifiedAddress) {
+  const Value others[] = {::ipav::testing::Text("abcdefghabcdefgh"),
+                          Ipv4("10.1.2.3"),
+                          Ipv4Plen("10.1.2.3/24"),
+                          Ipv6("2001:db8::1"),
+                          Ipv6Plen("2001:db8::1/64"),
+                          Uint32(1),
+                          Nothing()};
+  for (const Value& other : others) {
+    EXPECT_TRUE(this->AddrOf(other).is_unspecified()) << other.type();
+    EXPECT_EQ(this->MaskOf(other, Int32(24)), typename TypeParam::Mask())
+        << other.type();
+  }
+}
+
+// That a prefix length is a C_INT32 is asserted behind the test for the same:
+// there is no value for which that assertion fails.
+TYPED_TEST(AddressReadTest, MakesAPrefixOfAnAddressAndAnyLength) {
+  for (const std::int32_t length :
+       {-2147483647 - 1, -1, 0, 24, 33, 129, 256, 2147483647}) {
+    const auto mask = this->MaskOf(this->Octets(3), Int32(length));
+    EXPECT_EQ(mask.addr(), TypeParam::AddrOf(this->Text(3)));
+    EXPECT_EQ(mask.prefix_len(), length);
+  }
+  EXPECT_TRUE(this->fake.calls().empty());
+}
+
+TYPED_TEST(AddressReadTest, WithoutAnInt32LengthThePrefixIsTheDefault) {
+  const Value others[] = {Uint32(24), Uint8(24), ::ipav::testing::Text("24"),
+                          Nothing()};
+  for (const Value& other : others) {
+    EXPECT_EQ(this->MaskOf(this->Octets(3), other), typename TypeParam::Mask())
+        << other.type();
+  }
+}
+
+TEST_F(ConfigAccessTest, OctetsAreInNetworkOrder) {
+  EXPECT_EQ(access.get_ipv4_addr(Octets("0a:01:02:03").Borrow()).to_uint32(),
+            0x0a010203U);
+  EXPECT_EQ(access
+                .get_ipv6_addr(
+                    Octets("20:01:0d:b8:00:01:00:02:00:03:00:04:00:05:00:06")
+                        .Borrow())
+                .to_string(),
+            "2001:db8:1:2:3:4:5:6");
 }
 
 // ---- How paths are passed ---------------------------------------------------
@@ -530,114 +601,10 @@ TEST_F(ConfigAccessTest, PassesEveryPathAsTheArgumentOfAFormat) {
   EXPECT_EQ(access.get_key_list(entry + "list"), Keys{"%u"});
   EXPECT_EQ(access.get_key_list(entry + "list", 1), KeyRows{{"%u"}});
   EXPECT_EQ(access.get_intf_ipv4_addr_mask_list(entry + "list"),
-            std::list<IPv4AddrMask>{Mask4("10.1.2.4/24")});
+            std::list<nettypes::IPv4AddrMask>{Mask4("10.1.2.4/24")});
   for (const Call& call : fake.calls()) {
     if (call.format.empty()) continue;
     EXPECT_EQ(call.format, "%s") << call.text();
-  }
-}
-
-// ---- Addresses from octets --------------------------------------------------
-
-TEST_F(ConfigAccessTest, TakesFourOctetsAsAnIpv4Address) {
-  EXPECT_EQ(Ipv4Of(access, Octets("0a:01:02:03")).to_uint32(), 0x0a010203U);
-  EXPECT_EQ(Ipv4Of(access, Octets("ff:ff:ff:fe")).to_string(),
-            "255.255.255.254");
-  EXPECT_TRUE(Ipv4Of(access, Octets("00:00:00:00")).is_unspecified());
-  EXPECT_TRUE(fake.calls().empty());
-}
-
-TEST_F(ConfigAccessTest, TakesTheFirstFourOctetsOfMore) {
-  EXPECT_EQ(Ipv4Of(access, Octets("0a:01:02:03:ff")), Addr4("10.1.2.3"));
-  EXPECT_EQ(Ipv4Of(access, Binary(std::string(300, '\x01'))), Addr4("1.1.1.1"));
-}
-
-TEST_F(ConfigAccessTest, OctetsMissingInAnIpv4AddressAreZero) {
-  EXPECT_EQ(Ipv4Of(access, Octets("0a:01:02")), Addr4("10.1.2.0"));
-  EXPECT_EQ(Ipv4Of(access, Octets("0a")), Addr4("10.0.0.0"));
-  EXPECT_EQ(Ipv4Of(access, Binary("")), IPv4Addr());
-}
-
-TEST_F(ConfigAccessTest, AnyOtherTypeIsTheUnspecifiedIpv4Address) {
-  const Value others[] = {Text("abcd"), Ipv4("10.1.2.3"),
-                          Ipv4Plen("10.1.2.3/24"), Uint32(1), Nothing()};
-  for (const Value& other : others) {
-    EXPECT_EQ(Ipv4Of(access, other), IPv4Addr()) << other.type();
-  }
-}
-
-TEST_F(ConfigAccessTest, TakesSixteenOctetsAsAnIpv6Address) {
-  EXPECT_EQ(
-      Ipv6Of(access, Octets("20:01:0d:b8:00:01:00:02:00:03:00:04:00:05:00:06")),
-      Addr6("2001:db8:1:2:3:4:5:6"));
-  EXPECT_TRUE(Ipv6Of(access, OctetsOf("::")).is_unspecified());
-  EXPECT_TRUE(fake.calls().empty());
-}
-
-TEST_F(ConfigAccessTest, TakesTheFirstSixteenOctetsOfMore) {
-  EXPECT_EQ(
-      Ipv6Of(access,
-             Octets("20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:01:ff")),
-      Addr6("2001:db8::1"));
-  EXPECT_EQ(Ipv6Of(access, Binary(std::string(300, '\x01'))),
-            Addr6("101:101:101:101:101:101:101:101"));
-}
-
-TEST_F(ConfigAccessTest, OctetsMissingInAnIpv6AddressAreZero) {
-  EXPECT_EQ(Ipv6Of(access, Octets("20:01:0d:b8")), Addr6("2001:db8::"));
-  EXPECT_EQ(
-      Ipv6Of(access, Octets("20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:0a")),
-      Addr6("2001:db8::a00"));
-  EXPECT_EQ(Ipv6Of(access, Binary("")), IPv6Addr());
-}
-
-TEST_F(ConfigAccessTest, AnyOtherTypeIsTheUnspecifiedIpv6Address) {
-  const Value others[] = {Text("abcdefghabcdefgh"), Ipv6("2001:db8::1"),
-                          Ipv6Plen("2001:db8::1/64"), Uint32(1), Nothing()};
-  for (const Value& other : others) {
-    EXPECT_EQ(Ipv6Of(access, other), IPv6Addr()) << other.type();
-  }
-}
-
-// ---- Prefixes from octets and a length --------------------------------------
-//
-// That a prefix length is a C_INT32 is asserted behind the test for the same:
-// there is no value for which that assertion fails.
-
-TEST_F(ConfigAccessTest, MakesAPrefixOfAnAddressAndALength) {
-  EXPECT_EQ(Mask4Of(Octets("0a:01:02:03"), Int32(24)),
-            IPv4AddrMask(0x0a010203, 24));
-  EXPECT_EQ(Mask6Of(OctetsOf("2001:db8::1"), Int32(64)),
-            Mask6("2001:db8::1/64"));
-  EXPECT_TRUE(fake.calls().empty());
-}
-
-TEST_F(ConfigAccessTest, KeepsAPrefixLengthThatNoPrefixHas) {
-  for (const std::int32_t length :
-       {-2147483647 - 1, -1, 0, 33, 129, 256, 2147483647}) {
-    EXPECT_EQ(Mask4Of(Octets("0a:01:02:03"), Int32(length)).prefix_len(),
-              length);
-    EXPECT_EQ(Mask6Of(OctetsOf("2001:db8::1"), Int32(length)).prefix_len(),
-              length);
-  }
-}
-
-TEST_F(ConfigAccessTest, WithoutOctetsThePrefixIsTheDefault) {
-  const Value others[] = {Text("abcd"), Ipv4("10.1.2.3"), Ipv6("2001:db8::1"),
-                          Nothing()};
-  for (const Value& other : others) {
-    EXPECT_EQ(Mask4Of(other, Int32(24)), IPv4AddrMask()) << other.type();
-    EXPECT_EQ(Mask6Of(other, Int32(24)), IPv6AddrMask()) << other.type();
-  }
-}
-
-TEST_F(ConfigAccessTest, WithoutAnInt32LengthThePrefixIsTheDefault) {
-  const Value others[] = {Uint32(24), Uint8(24), Text("24"), Nothing()};
-  for (const Value& other : others) {
-    EXPECT_EQ(Mask4Of(Octets("0a:01:02:03"), other), IPv4AddrMask())
-        << other.type();
-    EXPECT_EQ(Mask6Of(OctetsOf("2001:db8::1"), other), IPv6AddrMask())
-        << other.type();
   }
 }
 
@@ -673,41 +640,6 @@ TEST_F(ConfigAccessTest, AVrfIdentifierOfAnotherTypeIsGlobalWithoutAnyCall) {
   ExpectCalls({});
 }
 
-TEST_F(ConfigAccessTest, AVrfWithoutANameIsGlobal) {
-  EXPECT_EQ(VrfOf(Uint32(7)), "global");
-  ExpectCalls({"IdVrfFromComponent(7)",
-               "maapi_exists(/vorplex-internal:internal/vorplex-internal:"
-               "vrf-config/indexTOstring{7}/vname)"});
-}
-
-TEST_F(ConfigAccessTest, AVrfNameWhoseExistenceCannotBeToldStaysGlobal) {
-  StoreVrfName(fake, 7, "red");
-  fake.FailExists("/internal/vrf-config/indexTOstring{7}/vname");
-  EXPECT_EQ(VrfOf(Uint32(7)), "global");
-  EXPECT_EQ(fake.calls().size(), 2U);
-}
-
-// Unlike the name in a leaf "vrf", which is then empty. The value is given back
-// also when the read of it failed.
-TEST_F(ConfigAccessTest, ANameOfAVrfThatCannotBeReadStaysGlobal) {
-  StoreVrfName(fake, 7, "red");
-  fake.FailReads("/internal/vrf-config/indexTOstring{7}/vname");
-  EXPECT_EQ(VrfOf(Uint32(7)), "global");
-  const std::string path =
-      "/vorplex-internal:internal/vorplex-internal:vrf-config/"
-      "indexTOstring{7}/vname";
-  ExpectCalls({"IdVrfFromComponent(7)", "maapi_exists(" + path + ")",
-               "maapi_get_elem(" + path + ")", "confd_free_value()"});
-}
-
-TEST_F(ConfigAccessTest, TheNameOfAVrfIsReadWhenTheAnswerIsZeroOnly) {
-  StoreVrfName(fake, 7, "red");
-  for (const int answer : kFailedReads) {
-    fake.FailCall(3, answer);
-    EXPECT_EQ(VrfOf(Uint32(7)), "global") << answer;
-  }
-}
-
 TEST_F(ConfigAccessTest, StopsForANameOfAVrfThatIsNoText) {
   const std::string report = ReportOf(
       {"src/lib/config.cc", "303",
@@ -718,89 +650,6 @@ TEST_F(ConfigAccessTest, StopsForANameOfAVrfThatIsNoText) {
   fake.SetValue("/internal/vrf-config/indexTOstring{7}/vname", Int32(1));
   EXPECT_EXIT(VrfOf(Uint32(7)), ::testing::KilledBySignal(SIGABRT), report);
 }
-
-// ---- What says that an element exists ---------------------------------------
-
-// A read that makes something of an element which is there, and what it makes
-// of none.
-struct ExistsCase {
-  std::string name;
-  unsigned number_of_exists;  // among the calls of the read
-  std::function<void(FakePlatform&)> store;
-  std::function<std::string(const Access&)> read;  // as a text
-  std::string some;
-  std::string none;
-};
-
-// Of a list.
-std::string CountText(std::size_t count) { return std::to_string(count); }
-
-std::vector<ExistsCase> LeafCases() {
-  const auto stored = [](const Value& value) {
-    return [value](FakePlatform& platform) { platform.SetValue(kLeaf, value); };
-  };
-  return {{"Ipv4Address", 1, stored(Ipv4Plen("10.1.2.3/24")),
-           [](const Access& reads) {
-             return reads.get_ipv4_addr_mask(kLeaf).to_string();
-           },
-           "10.1.2.3/24", "0.0.0.0/0"},
-          {"Ipv6Address", 1, stored(Ipv6Plen("2001:db8::1/64")),
-           [](const Access& reads) {
-             return reads.get_ipv6_addr_mask(kLeaf).to_string();
-           },
-           "2001:db8::1/64", "::/0"},
-          {"Identifier", 1, stored(Int32(100)),
-           [](const Access& reads) {
-             return std::to_string(reads.get_intf_lim_id(kLeaf));
-           },
-           "16777316", "0"},
-          {"VrfName", 1, stored(Text("red")),
-           [](const Access& reads) { return reads.get_vrf_name(kLeaf); }, "red",
-           "global"},
-          {"VrfNameOfAnIdentifier", 2,
-           [](FakePlatform& platform) { StoreVrfName(platform, 7, "red"); },
-           [](const Access& reads) {
-             return reads.get_vrf_name_from_id(Uint32(7).Borrow());
-           },
-           "red", "global"}};
-}
-
-std::vector<ExistsCase> ListCases() {
-  const auto store = [](FakePlatform& platform) {
-    platform.AddEntry(kList, {Text("a"), Text("b")});
-  };
-  return {{"FirstKeys", 1, store,
-           [](const Access& reads) {
-             return CountText(reads.get_key_list(kList).size());
-           },
-           "1", "0"},
-          {"SeveralKeys", 1, store,
-           [](const Access& reads) {
-             return CountText(reads.get_key_list(kList, 2).size());
-           },
-           "1", "0"}};
-}
-
-class ExistsTest : public ConfigAccessTest,
-                   public ::testing::WithParamInterface<ExistsCase> {};
-
-// No answer but 1 does, nor one above it.
-TEST_P(ExistsTest, OneIsTheOnlyAnswerThatSaysSo) {
-  GetParam().store(fake);
-  EXPECT_EQ(GetParam().read(access), GetParam().some);
-  for (const int answer : {2, CONFD_ERR, CONFD_EOF}) {
-    fake.ForgetCalls();
-    fake.FailCall(GetParam().number_of_exists, answer);
-    EXPECT_EQ(GetParam().read(access), GetParam().none) << answer;
-    ASSERT_EQ(fake.calls().size(), GetParam().number_of_exists);
-    EXPECT_EQ(fake.calls().back().name, "maapi_exists");
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Leaves, ExistsTest, ::testing::ValuesIn(LeafCases()),
-                         [](const auto& exists) { return exists.param.name; });
-INSTANTIATE_TEST_SUITE_P(Lists, ExistsTest, ::testing::ValuesIn(ListCases()),
-                         [](const auto& exists) { return exists.param.name; });
 
 // ---- Octets as text ---------------------------------------------------------
 
@@ -845,28 +694,6 @@ TEST_F(ConfigAccessTest, PrintsAnyOtherTypeAsTheEmptyText) {
   for (const Value& other : others) {
     EXPECT_EQ(HexOf(other), "") << other.type();
   }
-}
-
-// ---- An exception in the middle ---------------------------------------------
-
-TEST_F(ConfigAccessTest, AnExceptionLeavesNothingOpen) {
-  fake.AddEntry("/list", {Text("a")});
-  for (const unsigned number : {2U, 3U, 4U, 5U}) {
-    fake.ThrowAtCall(number);
-    EXPECT_THROW(access.get_key_list("/list"), FakeCallError) << number;
-    EXPECT_EQ(fake.open_cursors(), 0U) << number;
-    fake.ThrowAtCall(number);
-    EXPECT_THROW(access.get_key_list("/list", 1), FakeCallError) << number;
-    EXPECT_EQ(fake.open_cursors(), 0U) << number;
-  }
-}
-
-TEST_F(ConfigAccessTest, AnExceptionOfTheFaultServicePassesOn) {
-  fake.AddEntry("/list", {Text("a")});
-  fake.ThrowAtCall(8);
-  EXPECT_THROW(access.get_intf_ipv4_addr_mask_list("/list"), FakeCallError);
-  EXPECT_EQ(fake.CallTexts().back(),
-            "hostmw_gen_fault(Unspecified IPv4 address for key 'a')");
 }
 
 }  // namespace

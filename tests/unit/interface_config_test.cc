@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdint>
 #include <list>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -29,7 +30,6 @@ using nettypes::IPv4AddrMask;
 using nettypes::IPv6AddrMask;
 
 using Masks4 = std::list<IPv4AddrMask>;
-using Masks6 = std::list<IPv6AddrMask>;
 using Texts = std::vector<std::string>;
 
 // No caller can ask a reader for any other family: the gate in front of the
@@ -155,188 +155,115 @@ TEST_F(InterfaceConfigTest, AListThatCannotBeReadHasNoInterfaces) {
   EXPECT_TRUE(l3.ipv4_read());
 }
 
-// ---- l3 ---------------------------------------------------------------------
+// ---- What is read of an interface -------------------------------------------
 
-TEST_F(InterfaceConfigTest, L3HasItsPrimaryAddressFirst) {
-  InterfaceData data = L3("core1");
-  data.ipv4 = "10.3.0.1/16";
-  data.ipv4_list = {"10.2.0.1/16", "10.1.0.1/16"};
-  data.StoreIn(fake);
-  EXPECT_EQ(Read(l3, kIpv4).ipv4,
-            (Masks4{Mask4("10.3.0.1/16"), Mask4("10.2.0.1/16"),
-                    Mask4("10.1.0.1/16")}));
-  EXPECT_TRUE(l3.interfaces()[0].ipv6.empty());
-  ExpectNoFault();
+struct ReadCase {
+  std::string name;
+  InterfaceData data;
+  ConfigAddrFamily family;
+  std::string record;  // as a text, behind the kind and the name
+  // Below the entry: a list entry without an address, a leaf that cannot be
+  // read.
+  std::string empty_entry;
+  std::string unreadable;
+  std::string fault;  // the function that reports a missing address
+};
+
+InterfaceData With(InterfaceData data, const std::optional<std::string>& ipv4,
+                   const Texts& ipv4_list, const Texts& ipv6 = {}) {
+  data.ipv4 = ipv4;
+  data.ipv4_list = ipv4_list;
+  data.ipv6 = ipv6;
+  return data;
 }
 
-TEST_F(InterfaceConfigTest, L3WithoutPrimaryHasItsSecondariesAndNoFault) {
-  InterfaceData data = L3("core1");
-  data.ipv4.reset();
-  data.ipv4_list = {"10.2.0.1/16", "10.1.0.1/16"};
-  data.StoreIn(fake);
-  EXPECT_EQ(Read(l3, kIpv4).ipv4,
-            (Masks4{Mask4("10.2.0.1/16"), Mask4("10.1.0.1/16")}));
-  ExpectNoFault();
-}
-
-TEST_F(InterfaceConfigTest, L3LeavesAnUnspecifiedPrimaryOutSilently) {
-  InterfaceData data = L3("core1");
-  data.ipv4 = "0.0.0.0/24";
-  data.StoreIn(fake);
-  EXPECT_TRUE(Read(l3, kIpv4).ipv4.empty());
-  ExpectNoFault();
-}
-
-TEST_F(InterfaceConfigTest, L3LeavesAnUnreadablePrimaryOutSilently) {
-  InterfaceData data = L3("core1");
-  data.StoreIn(fake);
-  fake.FailReads(data.entry() + "/ipv4/address/ip");
-  EXPECT_TRUE(Read(l3, kIpv4).ipv4.empty());
-  ExpectNoFault();
-}
-
-TEST_F(InterfaceConfigTest, L3ReportsASecondaryWithoutAddress) {
-  InterfaceData data = L3("core1");
-  data.StoreIn(fake);
-  fake.AddEntry(data.ipv4_path(), {Text("second")});
-  EXPECT_EQ(Read(l3, kIpv4).ipv4, Masks4{Mask4("10.1.1.1/24")});
-  ExpectOneFault("get_intf_ipv4_addr_mask_list", 133,
-                 "Unspecified IPv4 address for key 'second'");
-}
-
-TEST_F(InterfaceConfigTest, L3ReportsAnIpv6EntryWithoutAddress) {
-  InterfaceData data = L3("core1");
-  data.ipv6 = {"2001:db8::1/64"};
-  data.StoreIn(fake);
-  fake.AddEntry(data.ipv6_path(), {Text("sixth")});
-  EXPECT_EQ(Read(l3, kIpv6).ipv6, Masks6{Mask6("2001:db8::1/64")});
-  ExpectOneFault("get_intf_ipv6_addr_mask_list", 208,
-                 "Unspecified IPv6 address for key 'sixth'");
-}
-
-TEST_F(InterfaceConfigTest, L3HasItsVrfAndAnIdentifierByItsVlan) {
-  InterfaceData data = L3("core1");
+InterfaceData InRedOnVlan100(InterfaceData data) {
   data.vrf = "red";
-  data.vlan = 100;
+  data.vlan = 100;  // the model has none but of an l3
+  return data;
+}
+
+std::vector<ReadCase> ReadCases() {
+  const auto none = std::nullopt;
+  const std::string global = ": vrf global, id 0";
+  const std::string lists = "get_intf_ipv4_addr_mask_list";
+  const std::string list6 = "get_intf_ipv6_addr_mask_list";
+  const Texts two4 = {"10.2.0.1/16", "10.1.0.1/16"};
+  const std::string both4 = ", 10.2.0.1/16, 10.1.0.1/16";
+  const Texts two6 = {"2001:db8::2/64", "2001:db8::1/64"};
+  const std::string both6 = ", 2001:db8::2/64, 2001:db8::1/64";
+  const std::string ip = "/ipv4/address/ip";
+  const std::string second = "/ipv4/address/secondary";
+  std::vector<ReadCase> cases = {
+      {"PrimaryFirst", With(L3("a"), "10.3.0.1/16", two4, two6), kIpv4,
+       global + ", 10.3.0.1/16" + both4, "", "", ""},
+      {"SecondariesOnly", With(L3("a"), none, two4), kIpv4, global + both4, "",
+       "", ""},
+      {"UnspecifiedPrimary", With(L3("a"), "0.0.0.0/24", {}), kIpv4, global, "",
+       "", ""},
+      {"UnreadablePrimary", L3("a"), kIpv4, global, "", ip, ""},
+      {"SecondaryWithoutAddress", L3("a"), kIpv4, global + ", 10.1.1.1/24",
+       second, "", lists},
+      {"UnreadableVrf", L3("a"), kIpv4, ": vrf , id 0, 10.1.1.1/24", "", "/vrf",
+       ""},
+      {"VrfAndVlan", InRedOnVlan100(L3("a")), kIpv4,
+       ": vrf red, id 16777316, 10.1.1.1/24", "", "", ""},
+      {"OneList", InRedOnVlan100(With(Loopback("a"), none, two4, two6)), kIpv4,
+       ": vrf red, id 0" + both4, "", "", ""},
+      {"EntryWithoutAddress", Loopback("a"), kIpv4, global, "/ipv4/address", "",
+       lists},
+      {"OneAddress", InRedOnVlan100(With(Mgmt("a"), "10.1.1.1/24", {}, two6)),
+       kIpv4, ": vrf red, id 0, 10.1.1.1/24", "", "", ""},
+      {"NoAddress", With(Mgmt("a"), none, {}), kIpv4, global, "", "",
+       "ReadConfig"},
+      {"UnspecifiedAddress", With(Mgmt("a"), "0.0.0.0/8", {}), kIpv4, global,
+       "", "", "ReadConfig"},
+      {"UnreadableAddress", Mgmt("a"), kIpv4, global, "", ip, "ReadConfig"}};
+  for (const InterfaceData& data : {L3("a"), Loopback("a"), Mgmt("a")}) {
+    cases.push_back({"Ipv6List", With(data, "10.1.1.1/24", {}, two6), kIpv6,
+                     global + both6, "", "", ""});
+    cases.push_back(
+        {"NoIpv6List", With(data, none, {}), kIpv6, global, "", "", ""});
+    cases.push_back({"Ipv6EntryWithoutAddress", With(data, none, {}, two6),
+                     kIpv6, global + both6, "/ipv6/address", "", list6});
+  }
+  cases.push_back({"NoIpv4List", Loopback("a"), kIpv4, global, "", "", ""});
+  return cases;
+}
+
+class InterfaceReadTest : public InterfaceConfigTest,
+                          public ::testing::WithParamInterface<ReadCase> {
+ protected:
+  InterfaceConfig& Reader() {
+    if (GetParam().data.kind == "l3") return l3;
+    return GetParam().data.kind == "mgmt" ? static_cast<InterfaceConfig&>(mgmt)
+                                          : loopback;
+  }
+};
+
+TEST_P(InterfaceReadTest, GivesARecordAndReportsAddressesThatAreMissing) {
+  const auto& [name, data, family, record, empty_entry, unreadable, fault] =
+      GetParam();
   data.StoreIn(fake);
-  const Interface& interface = Read(l3, kIpv4);
-  EXPECT_EQ(interface.name, "l3 core1");
-  EXPECT_EQ(interface.vrf_name, "red");
-  EXPECT_EQ(interface.lim_id, 0x01000064U);
+  if (!empty_entry.empty()) {
+    fake.AddEntry(data.entry() + empty_entry, {Text("empty")});
+  }
+  if (!unreadable.empty()) fake.FailReads(data.entry() + unreadable);
+  EXPECT_EQ(TextOf(Read(Reader(), family)), data.kind + " a" + record);
+  if (fault.empty()) return ExpectNoFault();
+  const bool is_list = fault != "ReadConfig";
+  const int line = is_list ? (family == kIpv4 ? 133 : 208) : 475;
+  ExpectOneFault(fault, line,
+                 std::string("Unspecified ") +
+                     (family == kIpv4 ? "IPv4" : "IPv6") +
+                     " address for key '" + (is_list ? "empty" : "a") + "'");
 }
 
-TEST_F(InterfaceConfigTest, L3WithoutVrfAndVlanIsGlobalAndHasNoIdentifier) {
-  L3("core1").StoreIn(fake);
-  const Interface& interface = Read(l3, kIpv6);
-  EXPECT_EQ(interface.vrf_name, "global");
-  EXPECT_EQ(interface.lim_id, 0U);
-}
-
-TEST_F(InterfaceConfigTest, AVrfThatCannotBeReadIsTheEmptyName) {
-  const InterfaceData data = L3("core1");
-  data.StoreIn(fake);
-  fake.FailReads(data.entry() + "/vrf");
-  EXPECT_EQ(Read(l3, kIpv4).vrf_name, "");
-}
-
-// ---- loopback ---------------------------------------------------------------
-
-TEST_F(InterfaceConfigTest, LoopbackHasAListOfIpv4Addresses) {
-  InterfaceData data = Loopback("lo1");
-  data.ipv4_list = {"10.9.0.2/32", "10.9.0.1/32"};
-  data.vrf = "red";
-  data.StoreIn(fake);
-  const Interface& interface = Read(loopback, kIpv4);
-  EXPECT_EQ(interface.name, "loopback lo1");
-  EXPECT_EQ(interface.ipv4,
-            (Masks4{Mask4("10.9.0.2/32"), Mask4("10.9.0.1/32")}));
-  EXPECT_TRUE(interface.ipv6.empty());
-  EXPECT_EQ(interface.vrf_name, "red");
-}
-
-TEST_F(InterfaceConfigTest, LoopbackHasAListOfIpv6Addresses) {
-  InterfaceData data = Loopback("lo1");
-  data.ipv6 = {"2001:db8::2/128", "2001:db8::1/128"};
-  data.StoreIn(fake);
-  const Interface& interface = Read(loopback, kIpv6);
-  EXPECT_EQ(interface.ipv6,
-            (Masks6{Mask6("2001:db8::2/128"), Mask6("2001:db8::1/128")}));
-  EXPECT_TRUE(interface.ipv4.empty());
-  EXPECT_EQ(interface.vrf_name, "global");
-}
-
-TEST_F(InterfaceConfigTest, LoopbackWithoutAddressesIsNoFault) {
-  Loopback("lo1").StoreIn(fake);
-  EXPECT_TRUE(Read(loopback, kIpv4).ipv4.empty());
-  EXPECT_TRUE(Read(loopback, kIpv6).ipv6.empty());
-  ExpectNoFault();
-}
-
-TEST_F(InterfaceConfigTest, LoopbackReportsAnEntryWithoutAddress) {
-  const InterfaceData data = Loopback("lo1");
-  data.StoreIn(fake);
-  fake.AddEntry(data.ipv4_path(), {Text("first")});
-  EXPECT_TRUE(Read(loopback, kIpv4).ipv4.empty());
-  ExpectOneFault("get_intf_ipv4_addr_mask_list", 133,
-                 "Unspecified IPv4 address for key 'first'");
-}
-
-// ---- mgmt -------------------------------------------------------------------
-
-TEST_F(InterfaceConfigTest, MgmtHasOneIpv4Address) {
-  InterfaceData data = Mgmt("eth0");
-  data.vrf = "mgmt";
-  data.StoreIn(fake);
-  const Interface& interface = Read(mgmt, kIpv4);
-  EXPECT_EQ(interface.name, "mgmt eth0");
-  EXPECT_EQ(interface.ipv4, Masks4{Mask4("10.1.1.1/24")});
-  EXPECT_TRUE(interface.ipv6.empty());
-  EXPECT_EQ(interface.vrf_name, "mgmt");
-  ExpectNoFault();
-}
-
-TEST_F(InterfaceConfigTest, MgmtHasAListOfIpv6Addresses) {
-  InterfaceData data = Mgmt("eth0");
-  data.ipv6 = {"2001:db8::2/64", "2001:db8::1/64"};
-  data.StoreIn(fake);
-  const Interface& interface = Read(mgmt, kIpv6);
-  EXPECT_EQ(interface.ipv6,
-            (Masks6{Mask6("2001:db8::2/64"), Mask6("2001:db8::1/64")}));
-  EXPECT_TRUE(interface.ipv4.empty());
-  EXPECT_EQ(interface.vrf_name, "global");
-}
-
-TEST_F(InterfaceConfigTest, MgmtReportsThatItHasNoIpv4Address) {
-  InterfaceData data = Mgmt("eth0");
-  data.ipv4.reset();
-  data.StoreIn(fake);
-  EXPECT_TRUE(Read(mgmt, kIpv4).ipv4.empty());
-  ExpectOneFault("ReadConfig", 475, "Unspecified IPv4 address for key 'eth0'");
-}
-
-TEST_F(InterfaceConfigTest, MgmtReportsAnUnspecifiedIpv4Address) {
-  InterfaceData data = Mgmt("eth0");
-  data.ipv4 = "0.0.0.0/8";
-  data.StoreIn(fake);
-  EXPECT_TRUE(Read(mgmt, kIpv4).ipv4.empty());
-  ExpectOneFault("ReadConfig", 475, "Unspecified IPv4 address for key 'eth0'");
-}
-
-TEST_F(InterfaceConfigTest, MgmtReportsAnIpv4AddressThatCannotBeRead) {
-  const InterfaceData data = Mgmt("eth0");
-  data.StoreIn(fake);
-  fake.FailReads(data.entry() + "/ipv4/address/ip");
-  EXPECT_TRUE(Read(mgmt, kIpv4).ipv4.empty());
-  ExpectOneFault("ReadConfig", 475, "Unspecified IPv4 address for key 'eth0'");
-}
-
-TEST_F(InterfaceConfigTest, MgmtWithoutIpv4AddressIsNoFaultOfTheIpv6Read) {
-  InterfaceData data = Mgmt("eth0");
-  data.ipv4.reset();
-  data.StoreIn(fake);
-  Read(mgmt, kIpv6);
-  ExpectNoFault();
-}
+INSTANTIATE_TEST_SUITE_P(Interfaces, InterfaceReadTest,
+                         ::testing::ValuesIn(ReadCases()),
+                         [](const auto& read) {
+                           return read.param.data.kind + read.param.name;
+                         });
 
 // Its longest key is far below the room for the report's 349 characters.
 TEST_F(InterfaceConfigTest, MgmtReportsTheLongestKeyInFull) {
@@ -618,83 +545,82 @@ class InterfaceCallsTest : public InterfaceConfigTest {
   }
 };
 
-TEST_F(InterfaceCallsTest, OfAnL3sIpv4Addresses) {
-  InterfaceData data = L3("core1");
-  data.ipv4_list = {"10.1.2.1/24", "10.1.3.1/24"};
-  data.ipv6 = {"2001:db8::1/64"};
-  data.vlan = 100;
-  data.vrf = "red";
-  data.StoreIn(fake);
-  l3.ReadConfigIfNeeded(kIpv4);
-  const std::string list = "/config/interface/ipapp:l3";
-  const std::string entry = "/config/interface/ipapp:l3{core1}";
-  const std::string second = entry + "/ipv4/address/secondary";
-  const std::string walk = "/config/interface/l3{core1}/ipv4/address/secondary";
-  EXPECT_EQ(
-      Calls(),
-      (Texts{"maapi_exists(" + list + ")",
-             "maapi_init_cursor(" + list + ")",
-             "maapi_get_next(/config/interface/l3)",
-             "confd_pp_value(core1)",
-             "maapi_get_next(/config/interface/l3)",
-             "maapi_destroy_cursor(/config/interface/l3)",
-             "maapi_exists(" + entry + "/ipv4/address/ip)",
-             "maapi_get_ipv4_and_plen_elem(" + entry + "/ipv4/address/ip)",
-             "maapi_exists(" + second + ")",
-             "maapi_init_cursor(" + second + ")",
-             "maapi_get_next(" + walk + ")",
-             "confd_pp_value(10.1.2.1/24)",
-             "maapi_get_next(" + walk + ")",
-             "confd_pp_value(10.1.3.1/24)",
-             "maapi_get_next(" + walk + ")",
-             "maapi_destroy_cursor(" + walk + ")",
-             "maapi_exists(" + second + "{10.1.2.1/24}/ip)",
-             "maapi_get_ipv4_and_plen_elem(" + second + "{10.1.2.1/24}/ip)",
-             "maapi_exists(" + second + "{10.1.3.1/24}/ip)",
-             "maapi_get_ipv4_and_plen_elem(" + second + "{10.1.3.1/24}/ip)",
-             "maapi_exists(" + entry + "/lower-layer-if/vlan)",
-             "maapi_get_elem(" + entry + "/lower-layer-if/vlan)",
-             "limid_l3_vlan_from_components(100)",
-             "maapi_exists(" + entry + "/vrf)",
-             "maapi_get_elem(" + entry + "/vrf)",
-             "confd_free_value(red)"}));
-  ExpectPathsAreArguments();
+// The calls of a walk over a list: the path that opens it, the path that the
+// daemon gives it, and its keys.
+Texts WalkCalls(const std::string& path, const std::string& walked,
+                const Texts& keys) {
+  Texts calls = {"maapi_exists(" + path + ")",
+                 "maapi_init_cursor(" + path + ")"};
+  for (const std::string& key : keys) {
+    calls.push_back("maapi_get_next(" + walked + ")");
+    calls.push_back("confd_pp_value(" + key + ")");
+  }
+  calls.push_back("maapi_get_next(" + walked + ")");
+  calls.push_back("maapi_destroy_cursor(" + walked + ")");
+  return calls;
 }
 
-TEST_F(InterfaceCallsTest, OfAnL3sIpv6Addresses) {
-  InterfaceData data = L3("core1");
-  data.ipv4_list = {"10.1.2.1/24"};
-  data.ipv6 = {"2001:db8::1/64"};
-  data.vlan = 100;
-  data.vrf = "red";
-  data.StoreIn(fake);
-  l3.ReadConfigIfNeeded(kIpv6);
-  const std::string list = "/config/interface/ipapp:l3";
-  const std::string entry = "/config/interface/ipapp:l3{core1}";
-  const std::string sixth = entry + "/ipv6/address";
-  const std::string walk = "/config/interface/l3{core1}/ipv6/address";
-  EXPECT_EQ(Calls(), (Texts{"maapi_exists(" + list + ")",
-                            "maapi_init_cursor(" + list + ")",
-                            "maapi_get_next(/config/interface/l3)",
-                            "confd_pp_value(core1)",
-                            "maapi_get_next(/config/interface/l3)",
-                            "maapi_destroy_cursor(/config/interface/l3)",
-                            "maapi_exists(" + sixth + ")",
-                            "maapi_init_cursor(" + sixth + ")",
-                            "maapi_get_next(" + walk + ")",
-                            "confd_pp_value(2001:db8::1/64)",
-                            "maapi_get_next(" + walk + ")",
-                            "maapi_destroy_cursor(" + walk + ")",
-                            "maapi_exists(" + sixth + "{2001:db8::1/64}/ip)",
-                            "maapi_get_ipv6_and_plen_elem(" + sixth +
-                                "{2001:db8::1/64}/ip)",
-                            "maapi_exists(" + entry + "/lower-layer-if/vlan)",
-                            "maapi_get_elem(" + entry + "/lower-layer-if/vlan)",
-                            "limid_l3_vlan_from_components(100)",
-                            "maapi_exists(" + entry + "/vrf)",
-                            "maapi_get_elem(" + entry + "/vrf)",
-                            "confd_free_value(red)"}));
-  ExpectPathsAreArguments();
+void Append(const Texts& more, Texts* calls) {
+  calls->insert(calls->end(), more.begin(), more.end());
+}
+
+// Everything that the model has for a kind is there.
+TEST_F(InterfaceCallsTest, AreInTheOrderOfTheReadForEachKindAndFamily) {
+  const struct {
+    InterfaceConfig* reader;
+    InterfaceData data;
+    bool has_primary;
+    std::string ipv4_list;  // below the entry
+  } kinds[] = {
+      {&l3, With(L3("a"), "10.1.1.1/24", {"10.1.2.1/24", "10.1.3.1/24"}), true,
+       "/ipv4/address/secondary"},
+      {&loopback, With(Loopback("a"), std::nullopt, {"10.9.0.1/32"}), false,
+       "/ipv4/address"},
+      {&mgmt, With(Mgmt("a"), "10.1.1.1/24", {}), true, ""}};
+  for (const auto& [reader, plain, has_primary, ipv4_list] : kinds) {
+    InterfaceData data = plain;
+    data.ipv6 = {"2001:db8::1/64"};
+    data.vrf = "red";
+    if (data.kind == "l3") data.vlan = 100;
+    data.StoreIn(fake);
+    const std::string list = "/config/interface/ipapp:" + data.kind;
+    const std::string walked = "/config/interface/" + data.kind;
+    const std::string entry = list + "{a}";
+    for (const ConfigAddrFamily family : {kIpv4, kIpv6}) {
+      const bool is_ipv4 = family == kIpv4;
+      const std::string get = is_ipv4 ? "maapi_get_ipv4_and_plen_elem("
+                                      : "maapi_get_ipv6_and_plen_elem(";
+      Texts calls = WalkCalls(list, walked, {"a"});
+      if (is_ipv4 && has_primary) {
+        Append({"maapi_exists(" + entry + "/ipv4/address/ip)",
+                get + entry + "/ipv4/address/ip)"},
+               &calls);
+      }
+      const std::string below = is_ipv4 ? ipv4_list : "/ipv6/address";
+      const Texts keys = is_ipv4 ? data.ipv4_list : data.ipv6;
+      if (!below.empty()) {
+        Append(WalkCalls(entry + below, walked + "{a}" + below, keys), &calls);
+        for (const std::string& key : keys) {
+          const std::string ip = entry + below + "{" + key + "}/ip)";
+          Append({"maapi_exists(" + ip, get + ip}, &calls);
+        }
+      }
+      if (data.kind == "l3") {
+        Append({"maapi_exists(" + entry + "/lower-layer-if/vlan)",
+                "maapi_get_elem(" + entry + "/lower-layer-if/vlan)",
+                "limid_l3_vlan_from_components(100)"},
+               &calls);
+      }
+      Append({"maapi_exists(" + entry + "/vrf)",
+              "maapi_get_elem(" + entry + "/vrf)", "confd_free_value(red)"},
+             &calls);
+
+      fake.ForgetCalls();
+      reader->ReadConfigIfNeeded(family);
+      EXPECT_EQ(Calls(), calls);
+      ExpectPathsAreArguments();
+    }
+  }
 }
 
 TEST_F(InterfaceCallsTest, OfAnL3WithNothingButItsName) {
@@ -703,17 +629,13 @@ TEST_F(InterfaceCallsTest, OfAnL3WithNothingButItsName) {
   data.StoreIn(fake);
   l3.ReadConfigIfNeeded(kIpv4);
   const std::string entry = "/config/interface/ipapp:l3{core1}";
-  EXPECT_EQ(
-      Calls(),
-      (Texts{"maapi_exists(/config/interface/ipapp:l3)",
-             "maapi_init_cursor(/config/interface/ipapp:l3)",
-             "maapi_get_next(/config/interface/l3)", "confd_pp_value(core1)",
-             "maapi_get_next(/config/interface/l3)",
-             "maapi_destroy_cursor(/config/interface/l3)",
-             "maapi_exists(" + entry + "/ipv4/address/ip)",
-             "maapi_exists(" + entry + "/ipv4/address/secondary)",
-             "maapi_exists(" + entry + "/lower-layer-if/vlan)",
-             "maapi_exists(" + entry + "/vrf)"}));
+  Texts calls = WalkCalls("/config/interface/ipapp:l3", "/config/interface/l3",
+                          {"core1"});
+  for (const char* below : {"/ipv4/address/ip", "/ipv4/address/secondary",
+                            "/lower-layer-if/vlan", "/vrf"}) {
+    calls.push_back("maapi_exists(" + entry + below + ")");
+  }
+  EXPECT_EQ(Calls(), calls);
 }
 
 // All names are read before the first interface is looked into.
@@ -722,110 +644,14 @@ TEST_F(InterfaceCallsTest, OfTwoL3sAreOneWalkAndThenOneInterfaceAfterAnother) {
   L3("a").StoreIn(fake);
   l3.ReadConfigIfNeeded(kIpv6);
   const std::string list = "/config/interface/ipapp:l3";
-  EXPECT_EQ(
-      Calls(),
-      (Texts{"maapi_exists(" + list + ")", "maapi_init_cursor(" + list + ")",
-             "maapi_get_next(/config/interface/l3)", "confd_pp_value(b)",
-             "maapi_get_next(/config/interface/l3)", "confd_pp_value(a)",
-             "maapi_get_next(/config/interface/l3)",
-             "maapi_destroy_cursor(/config/interface/l3)",
-             "maapi_exists(" + list + "{b}/ipv6/address)",
-             "maapi_exists(" + list + "{b}/lower-layer-if/vlan)",
-             "maapi_exists(" + list + "{b}/vrf)",
-             "maapi_exists(" + list + "{a}/ipv6/address)",
-             "maapi_exists(" + list + "{a}/lower-layer-if/vlan)",
-             "maapi_exists(" + list + "{a}/vrf)"}));
-}
-
-TEST_F(InterfaceCallsTest, OfALoopback) {
-  InterfaceData data = Loopback("lo1");
-  data.ipv4_list = {"10.9.0.1/32"};
-  data.ipv6 = {"2001:db8::1/128"};
-  data.vrf = "red";
-  data.StoreIn(fake);
-  const std::string list = "/config/interface/ipapp:loopback";
-  const std::string entry = "/config/interface/ipapp:loopback{lo1}";
-  const Texts names = {"maapi_exists(" + list + ")",
-                       "maapi_init_cursor(" + list + ")",
-                       "maapi_get_next(/config/interface/loopback)",
-                       "confd_pp_value(lo1)",
-                       "maapi_get_next(/config/interface/loopback)",
-                       "maapi_destroy_cursor(/config/interface/loopback)"};
-  const Texts vrf = {"maapi_exists(" + entry + "/vrf)",
-                     "maapi_get_elem(" + entry + "/vrf)",
-                     "confd_free_value(red)"};
-  const struct {
-    ConfigAddrFamily family;
-    std::string below;
-    std::string key;
-    std::string read;
-  } families[] = {
-      {kIpv4, "/ipv4/address", "10.9.0.1/32", "maapi_get_ipv4_and_plen_elem("},
-      {kIpv6, "/ipv6/address", "2001:db8::1/128",
-       "maapi_get_ipv6_and_plen_elem("}};
-  for (const auto& family : families) {
-    const std::string walk = "/config/interface/loopback{lo1}" + family.below;
-    const std::string ip = entry + family.below + "{" + family.key + "}/ip)";
-    Texts expected = names;
-    for (const std::string& call :
-         {"maapi_exists(" + entry + family.below + ")",
-          "maapi_init_cursor(" + entry + family.below + ")",
-          "maapi_get_next(" + walk + ")", "confd_pp_value(" + family.key + ")",
-          "maapi_get_next(" + walk + ")", "maapi_destroy_cursor(" + walk + ")",
-          "maapi_exists(" + ip, family.read + ip}) {
-      expected.push_back(call);
+  Texts calls = WalkCalls(list, "/config/interface/l3", {"b", "a"});
+  for (const char* entry : {"{b}", "{a}"}) {
+    for (const char* below :
+         {"/ipv6/address", "/lower-layer-if/vlan", "/vrf"}) {
+      calls.push_back("maapi_exists(" + list + entry + below + ")");
     }
-    expected.insert(expected.end(), vrf.begin(), vrf.end());
-    fake.ForgetCalls();
-    loopback.ReadConfigIfNeeded(family.family);
-    EXPECT_EQ(Calls(), expected);
-    ExpectPathsAreArguments();
   }
-}
-
-TEST_F(InterfaceCallsTest, OfAManagementInterfacesIpv4Address) {
-  InterfaceData data = Mgmt("eth0");
-  data.vrf = "red";
-  data.StoreIn(fake);
-  mgmt.ReadConfigIfNeeded(kIpv4);
-  const std::string entry = "/config/interface/ipapp:mgmt{eth0}";
-  EXPECT_EQ(
-      Calls(),
-      (Texts{"maapi_exists(/config/interface/ipapp:mgmt)",
-             "maapi_init_cursor(/config/interface/ipapp:mgmt)",
-             "maapi_get_next(/config/interface/mgmt)", "confd_pp_value(eth0)",
-             "maapi_get_next(/config/interface/mgmt)",
-             "maapi_destroy_cursor(/config/interface/mgmt)",
-             "maapi_exists(" + entry + "/ipv4/address/ip)",
-             "maapi_get_ipv4_and_plen_elem(" + entry + "/ipv4/address/ip)",
-             "maapi_exists(" + entry + "/vrf)",
-             "maapi_get_elem(" + entry + "/vrf)", "confd_free_value(red)"}));
-  ExpectPathsAreArguments();
-}
-
-TEST_F(InterfaceCallsTest, OfAManagementInterfacesIpv6Addresses) {
-  InterfaceData data = Mgmt("eth0");
-  data.ipv6 = {"2001:db8::1/64"};
-  data.StoreIn(fake);
-  mgmt.ReadConfigIfNeeded(kIpv6);
-  const std::string entry = "/config/interface/ipapp:mgmt{eth0}";
-  const std::string sixth = entry + "/ipv6/address";
-  const std::string walk = "/config/interface/mgmt{eth0}/ipv6/address";
-  EXPECT_EQ(
-      Calls(),
-      (Texts{"maapi_exists(/config/interface/ipapp:mgmt)",
-             "maapi_init_cursor(/config/interface/ipapp:mgmt)",
-             "maapi_get_next(/config/interface/mgmt)", "confd_pp_value(eth0)",
-             "maapi_get_next(/config/interface/mgmt)",
-             "maapi_destroy_cursor(/config/interface/mgmt)",
-             "maapi_exists(" + sixth + ")", "maapi_init_cursor(" + sixth + ")",
-             "maapi_get_next(" + walk + ")", "confd_pp_value(2001:db8::1/64)",
-             "maapi_get_next(" + walk + ")",
-             "maapi_destroy_cursor(" + walk + ")",
-             "maapi_exists(" + sixth + "{2001:db8::1/64}/ip)",
-             "maapi_get_ipv6_and_plen_elem(" + sixth + "{2001:db8::1/64}/ip)",
-             "maapi_exists(" + entry + "/vrf)"}));
-  ExpectPathsAreArguments();
+  EXPECT_EQ(Calls(), calls);
 }
 
 TEST_F(InterfaceCallsTest, OfAReportComeBeforeTheVrf) {

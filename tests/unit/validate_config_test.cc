@@ -297,39 +297,6 @@ TEST(HostAddressTest, AnInterfaceWithoutAddressesIsValid) {
 
 // ---- Duplicates ------------------------------------------------------------
 
-TEST(DuplicateTest, AnIpv4AddressTwiceIsTold) {
-  ValidateConfig rules;
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
-      Record("l3 a", "global", {"10.0.0.1/24", "10.0.0.1/24"})));
-  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv4 address 10.0.0.1");
-}
-
-TEST(DuplicateTest, AnIpv6AddressTwiceIsTold) {
-  ValidateConfig rules;
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(
-      Record("l3 a", "global", {}, {"2001:db8::1/64", "2001:db8::1/64"})));
-  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv6 address 2001:db8::1");
-}
-
-TEST(DuplicateTest, PrefixLengthsDoNotTellAddressesApart) {
-  ValidateConfig rules;
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
-      Record("l3 a", "global", {"10.0.0.1/24", "10.0.0.1/16"})));
-  EXPECT_EQ(rules.error_text(), "l3 a has duplicated IPv4 address 10.0.0.1");
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(
-      Record("l3 b", "global", {}, {"2001:db8::1/64", "2001:db8::1/128"})));
-  EXPECT_EQ(rules.error_text(), "l3 b has duplicated IPv6 address 2001:db8::1");
-}
-
-TEST(DuplicateTest, OtherAddressesOfOneSubnetAreNone) {
-  ValidateConfig rules;
-  EXPECT_FALSE(rules.InterfaceHasDuplicateIpv4(
-      Record("l3 a", "global", {"10.0.0.1/24", "10.0.0.2/24"})));
-  EXPECT_FALSE(rules.InterfaceHasDuplicateIpv6(
-      Record("l3 a", "global", {}, {"2001:db8::1/64", "2001:db8::2/64"})));
-  EXPECT_EQ(rules.error_text(), "");
-}
-
 TEST(DuplicateTest, EachFamilyIsComparedForItself) {
   const Interface both = Record("l3 a", "global", {"10.0.0.1/24"},
                                 {"2001:db8::1/64", "2001:db8::1/64"});
@@ -338,16 +305,26 @@ TEST(DuplicateTest, EachFamilyIsComparedForItself) {
   EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(both));
 }
 
-class DuplicateOrderTest : public FamilyTest {};
+class DuplicateOrderTest : public FamilyTest {
+ protected:
+  bool HasDuplicate(const Texts& masks) {
+    const Interface record = RecordWith("l3 a", "global", masks);
+    return IsIpv4() ? rules_.InterfaceHasDuplicateIpv4(record)
+                    : rules_.InterfaceHasDuplicateIpv6(record);
+  }
+};
+
+TEST_P(DuplicateOrderTest, PrefixLengthsDoNotTellAddressesApart) {
+  EXPECT_FALSE(HasDuplicate({Mask(1, 1), Mask(1, 2)}));
+  EXPECT_EQ(rules_.error_text(), "");
+  EXPECT_TRUE(HasDuplicate({Mask(1, 1), Address(1, 1) + "/16"}));
+  EXPECT_EQ(rules_.error_text(), DuplicateText("l3 a", Address(1, 1)));
+}
 
 TEST_P(DuplicateOrderTest, TheEarliestAddressThatComesAgainIsTold) {
   // Neither the one that is met again first, nor the last one.
-  const Interface record =
-      RecordWith("l3 a", "global",
-                 {Mask(1, 9), Mask(1, 1), Mask(1, 2), Mask(1, 3), Mask(1, 2),
-                  Mask(1, 1), Mask(1, 3)});
-  EXPECT_TRUE(IsIpv4() ? rules_.InterfaceHasDuplicateIpv4(record)
-                       : rules_.InterfaceHasDuplicateIpv6(record));
+  EXPECT_TRUE(HasDuplicate({Mask(1, 9), Mask(1, 1), Mask(1, 2), Mask(1, 3),
+                            Mask(1, 2), Mask(1, 1), Mask(1, 3)}));
   EXPECT_EQ(rules_.error_text(), DuplicateText("l3 a", Address(1, 1)));
 }
 
@@ -450,72 +427,6 @@ INSTANTIATE_TEST_SUITE_P(Families, OverlapOrderTest, kFamilies, FamilyName);
 
 // ---- Overlap of a kind with the others -------------------------------------
 
-class KindOverlapTest : public ValidateConfigTest {
- protected:
-  bool Ipv4Overlaps(InterfaceType type) {
-    return rules_.InterfaceIPv4Overlap(*config_.intf_by_type(type),
-                                       config_.interface_configs());
-  }
-  bool Ipv6Overlaps(InterfaceType type) {
-    return rules_.InterfaceIPv6Overlap(*config_.intf_by_type(type),
-                                       config_.interface_configs());
-  }
-};
-
-TEST_F(KindOverlapTest, TheChangedKindIsNamedFirstWhateverTheOrder) {
-  Add(kL3, Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Add(kLoopback,
-      Record("loopback b", "red", {"10.0.0.2/32"}, {"2001:db8::2/128"}));
-  EXPECT_TRUE(Ipv4Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            "l3 a vrf red ipv4 address 10.0.0.1/24 overlaps with loopback b "
-            "vrf red ipv4 address 10.0.0.2/32.");
-  EXPECT_TRUE(Ipv4Overlaps(kLoopback));
-  EXPECT_EQ(rules_.error_text(),
-            "loopback b vrf red ipv4 address 10.0.0.2/32 overlaps with l3 a "
-            "vrf red ipv4 address 10.0.0.1/24.");
-  EXPECT_TRUE(Ipv6Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            "l3 a ipv6 address 2001:db8::1/64 overlaps with loopback b ipv6 "
-            "address 2001:db8::2/128.");
-  EXPECT_TRUE(Ipv6Overlaps(kLoopback));
-  EXPECT_EQ(rules_.error_text(),
-            "loopback b ipv6 address 2001:db8::2/128 overlaps with l3 a ipv6 "
-            "address 2001:db8::1/64.");
-}
-
-TEST_F(KindOverlapTest, InterfacesOfTheChangedKindAreNotCompared) {
-  Add(kL3, Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Add(kL3, Record("l3 b", "red", {"10.0.0.2/24"}, {"2001:db8::2/64"}));
-  EXPECT_FALSE(Ipv4Overlaps(kL3));
-  EXPECT_FALSE(Ipv6Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(), "");
-}
-
-TEST_F(KindOverlapTest, TwoOtherKindsAreNotCompared) {
-  Add(kLoopback, Record("loopback a", "red", {"10.0.0.1/24"}));
-  Add(kMgmt, Record("mgmt b", "red", {"10.0.0.2/24"}));
-  EXPECT_FALSE(Ipv4Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(), "");
-}
-
-TEST_F(KindOverlapTest, TheOtherKindsFirstInterfaceDecidesThePair) {
-  Add(kL3, Record("l3 a", "red", {"10.2.0.1/24"}, {"2001:db8:0:2::1/64"}));
-  Add(kL3, Record("l3 b", "red", {"10.1.0.1/24"}, {"2001:db8:0:1::1/64"}));
-  Add(kLoopback,
-      Record("loopback x", "red", {"10.1.0.2/32"}, {"2001:db8:0:1::2/128"}));
-  Add(kLoopback,
-      Record("loopback y", "red", {"10.2.0.2/32"}, {"2001:db8:0:2::2/128"}));
-  EXPECT_TRUE(Ipv4Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            "l3 b vrf red ipv4 address 10.1.0.1/24 overlaps with loopback x "
-            "vrf red ipv4 address 10.1.0.2/32.");
-  EXPECT_TRUE(Ipv6Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            "l3 b ipv6 address 2001:db8:0:1::1/64 overlaps with loopback x "
-            "ipv6 address 2001:db8:0:1::2/128.");
-}
-
 class KindOrderTest : public FamilyTest {
  protected:
   bool Overlaps(InterfaceType type) {
@@ -529,6 +440,38 @@ class KindOrderTest : public FamilyTest {
   const Interface loopback_ = RecordWith("loopback b", "global", {Mask(1, 2)});
   const Interface mgmt_ = RecordWith("mgmt c", "mgmt", {Mask(1, 3)});
 };
+
+TEST_P(KindOrderTest, TheChangedKindIsNamedFirstWhateverTheOrder) {
+  Add(kL3, l3_);
+  Add(kLoopback, loopback_);
+  EXPECT_TRUE(Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(),
+            OverlapText(l3_, Mask(1, 1), loopback_, Mask(1, 2)));
+  EXPECT_TRUE(Overlaps(kLoopback));
+  EXPECT_EQ(rules_.error_text(),
+            OverlapText(loopback_, Mask(1, 2), l3_, Mask(1, 1)));
+}
+
+TEST_P(KindOrderTest, InterfacesOfOneKindAndOfTwoOtherKindsAreNotCompared) {
+  Add(kLoopback, loopback_);
+  Add(kMgmt, mgmt_);
+  EXPECT_FALSE(Overlaps(kL3));
+  Add(kL3, RecordWith("l3 a", "red", {Mask(1, 1)}));
+  Add(kL3, RecordWith("l3 b", "red", {Mask(1, 2)}));
+  EXPECT_FALSE(Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(), "");
+}
+
+TEST_P(KindOrderTest, TheOtherKindsFirstInterfaceDecidesThePair) {
+  const Interface b = RecordWith("l3 b", "red", {Mask(1, 1)});
+  const Interface x = RecordWith("loopback x", "red", {Mask(1, 2)});
+  Add(kL3, RecordWith("l3 a", "red", {Mask(2, 1)}));
+  Add(kL3, b);
+  Add(kLoopback, x);
+  Add(kLoopback, RecordWith("loopback y", "red", {Mask(2, 2)}));
+  EXPECT_TRUE(Overlaps(kL3));
+  EXPECT_EQ(rules_.error_text(), OverlapText(b, Mask(1, 1), x, Mask(1, 2)));
+}
 
 TEST_P(KindOrderTest, ManagementComesBeforeLoopback) {
   Add(kL3, l3_);
@@ -621,67 +564,75 @@ TEST_F(AddressRulesTest, TakeEveryIpv6AddressForOneOfAHost) {
   ExpectHolds(JudgeIpv6(kL3));
 }
 
-TEST_F(AddressRulesTest, LetPrefixesOfOneInterfaceOverlap) {
-  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.2/24"},
-             {"2001:db8::1/64", "2001:db8::2/64"}));
-  ExpectHolds(JudgeIpv4(kL3));
-  ExpectHolds(JudgeIpv6(kL3));
+class AddressFamilyTest : public FamilyTest {
+ protected:
+  static Interface Named(const std::string& name,
+                         const std::string& vrf = "global") {
+    return Record(name, vrf, {});
+  }
+};
+
+TEST_P(AddressFamilyTest, LetsPrefixesOfOneInterfaceOverlap) {
+  Store(DataWith("l3", "a", {Mask(1, 1), Mask(1, 2)}));
+  ExpectHolds(JudgeAddresses(kL3));
 }
 
-TEST_F(AddressRulesTest, RefuseADuplicateOfPrimaryAndSecondary) {
-  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.1/16"},
-             {"2001:db8::1/64", "2001:db8::1/48"}));
-  ExpectViolated(JudgeIpv4(kL3), "l3 a has duplicated IPv4 address 10.0.0.1");
-  ExpectViolated(JudgeIpv6(kL3),
-                 "l3 a has duplicated IPv6 address 2001:db8::1");
+TEST_P(AddressFamilyTest, NamesTheEarlierOfTwoInterfacesOfAKindFirst) {
+  Store(DataWith("l3", "z", {Mask(1, 9)}));
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  ExpectViolated(JudgeAddresses(kL3), OverlapText(Named("l3 z"), Mask(1, 9),
+                                                  Named("l3 a"), Mask(1, 1)));
 }
 
-TEST_F(AddressRulesTest, NameTheEarlierOfTwoInterfacesOfAKindFirst) {
-  Store(Data("l3", "z", {"10.0.0.9/24"}, {"2001:db8::9/64"}));
-  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 z vrf global ipv4 address 10.0.0.9/24 overlaps with l3 a "
-                 "vrf global ipv4 address 10.0.0.1/24.");
-  ExpectViolated(JudgeIpv6(kL3),
-                 "l3 z ipv6 address 2001:db8::9/64 overlaps with l3 a ipv6 "
-                 "address 2001:db8::1/64.");
+TEST_P(AddressFamilyTest, LetsOtherVrfsUseTheSameSubnet) {
+  Store(InVrf(DataWith("l3", "a", {Mask(1, 1)}), "red"));
+  Store(InVrf(DataWith("loopback", "b", {Mask(1, 2)}), "blue"));
+  ExpectHolds(JudgeAddresses(kL3));
 }
 
-TEST_F(AddressRulesTest, LetOtherVrfsUseTheSameSubnet) {
-  Store(InVrf(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}), "red"));
-  Store(InVrf(Data("loopback", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}),
-              "blue"));
-  ExpectHolds(JudgeIpv4(kL3));
-  ExpectHolds(JudgeIpv6(kL3));
+TEST_P(AddressFamilyTest, TakesTheGlobalAndTheManagementVrfForOneSpace) {
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(InVrf(DataWith("mgmt", "b", {Mask(1, 2)}), "mgmt"));
+  const Interface a = Named("l3 a");
+  const Interface b = Named("mgmt b", "mgmt");
+  ExpectViolated(JudgeAddresses(kL3),
+                 OverlapText(a, Mask(1, 1), b, Mask(1, 2)));
+  ExpectViolated(JudgeAddresses(kMgmt),
+                 OverlapText(b, Mask(1, 2), a, Mask(1, 1)));
 }
 
-TEST_F(AddressRulesTest, TakeTheGlobalAndTheManagementVrfForOneSpace) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Store(InVrf(Data("mgmt", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}), "mgmt"));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with mgmt "
-                 "b vrf mgmt ipv4 address 10.0.0.2/24.");
-  ExpectViolated(JudgeIpv6(kMgmt),
-                 "mgmt b ipv6 address 2001:db8::2/64 overlaps with l3 a ipv6 "
-                 "address 2001:db8::1/64.");
+TEST_P(AddressFamilyTest, RefusesAnAddressThatIsANextHop) {
+  Store(DataWith("loopback", "100", {Mask(1, 1)}));
+  Store(RouteTo(1, Address(1, 1)));
+  ExpectViolated(JudgeAddresses(kLoopback),
+                 NextHopText("loopback 100", 1, 1, 1));
 }
 
-TEST_F(AddressRulesTest, RefuseAnIpv4AddressThatIsANextHop) {
-  Store(Data("l3", "100", {"10.0.0.1/24"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 100 ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
-                 "next-hop 10.0.0.1 cannot have address conflict.");
+// The order of the tests: duplicates, overlaps of the kind, next hops, the
+// other kinds.
+TEST_P(AddressFamilyTest, TestsDuplicatesBeforeOverlaps) {
+  Store(DataWith("l3", "a", {Mask(1, 1), Mask(1, 1)}));
+  Store(DataWith("l3", "b", {Mask(1, 2)}));
+  ExpectViolated(JudgeAddresses(kL3), DuplicateText("l3 a", Address(1, 1)));
 }
 
-TEST_F(AddressRulesTest, RefuseAnIpv6AddressThatIsANextHop) {
-  Store(Data("loopback", "1", {}, {"2001:db8::1/128"}));
-  Store(Route("2001:db8:5::", 48, "2001:db8::1"));
-  ExpectViolated(JudgeIpv6(kLoopback),
-                 "loopback 1 ipv6 address 2001:db8::1/128 and static route "
-                 "2001:db8:5::/48 next-hop 2001:db8::1 cannot have address "
-                 "conflict.");
+TEST_P(AddressFamilyTest, TestsOverlapsOfAKindBeforeNextHops) {
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(DataWith("l3", "b", {Mask(1, 2)}));
+  Store(RouteTo(1, Address(1, 1)));
+  ExpectViolated(JudgeAddresses(kL3), OverlapText(Named("l3 a"), Mask(1, 1),
+                                                  Named("l3 b"), Mask(1, 2)));
 }
+
+TEST_P(AddressFamilyTest, FinishesTheKindBeforeTheOtherKinds) {
+  Store(DataWith("l3", "a", {Mask(1, 1)}));
+  Store(DataWith("l3", "b", {Mask(2, 1)}));
+  Store(DataWith("loopback", "c", {Mask(1, 2)}));
+  Store(RouteTo(1, Address(2, 1)));
+  ExpectViolated(JudgeAddresses(kL3), NextHopText("l3 b", 2, 1, 1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, AddressFamilyTest, kFamilies, FamilyName);
 
 // ---- The order of the tests ------------------------------------------------
 
@@ -690,28 +641,6 @@ TEST_F(AddressRulesTest, TestTheValidityBeforeDuplicates) {
   ExpectViolated(JudgeIpv4(kL3),
                  "l3 a ipv4 address 10.9.0.0/24 cannot be configured as "
                  "network address.");
-}
-
-TEST_F(AddressRulesTest, TestDuplicatesBeforeOverlaps) {
-  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.1/16"},
-             {"2001:db8::1/64", "2001:db8::1/48"}));
-  Store(Data("l3", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}));
-  ExpectViolated(JudgeIpv4(kL3), "l3 a has duplicated IPv4 address 10.0.0.1");
-  ExpectViolated(JudgeIpv6(kL3),
-                 "l3 a has duplicated IPv6 address 2001:db8::1");
-}
-
-TEST_F(AddressRulesTest, TestOverlapsOfAKindBeforeNextHops) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Store(Data("l3", "b", {"10.0.0.2/24"}, {"2001:db8::2/64"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  Store(Route("2001:db8:5::", 48, "2001:db8::1"));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
-                 "vrf global ipv4 address 10.0.0.2/24.");
-  ExpectViolated(JudgeIpv6(kL3),
-                 "l3 a ipv6 address 2001:db8::1/64 overlaps with l3 b ipv6 "
-                 "address 2001:db8::2/64.");
 }
 
 TEST_F(AddressRulesTest, FinishAnInterfaceBeforeTheNextOne) {
@@ -729,21 +658,6 @@ TEST_F(AddressRulesTest, CompareWithALaterInterfaceBeforeJudgingThatOne) {
   ExpectViolated(JudgeIpv4(kL3),
                  "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
                  "vrf global ipv4 address 10.0.0.0/24.");
-}
-
-TEST_F(AddressRulesTest, FinishTheKindBeforeTheOtherKinds) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Store(Data("l3", "b", {"10.1.0.1/24"}, {"2001:db8:1::1/64"}));
-  Store(Data("loopback", "c", {"10.0.0.2/32"}, {"2001:db8::2/128"}));
-  Store(Route("20.0.0.0", 16, "10.1.0.1"));
-  Store(Route("2001:db8:5::", 48, "2001:db8:1::1"));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 b ipv4 address 10.1.0.1/24 and static route 20.0.0.0/16 "
-                 "next-hop 10.1.0.1 cannot have address conflict.");
-  ExpectViolated(JudgeIpv6(kL3),
-                 "l3 b ipv6 address 2001:db8:1::1/64 and static route "
-                 "2001:db8:5::/48 next-hop 2001:db8:1::1 cannot have address "
-                 "conflict.");
 }
 
 class AddressOrderTest : public FamilyTest {};
@@ -798,30 +712,18 @@ TEST_F(L3RuleTest, HoldsWithoutInterfaces) {
   ExpectHolds(rules_.ValidateInterfaceL3(config_));
 }
 
-TEST_F(L3RuleTest, Allows256Interfaces) {
-  AddL3s(256);
+// Before it looks at names.
+TEST_F(L3RuleTest, AllowsUpTo256InterfacesAndTellsHowManyThereAre) {
+  AddL3s(255);
+  Add(kL3, Record("l3 last", "global", {}));
   ExpectHolds(rules_.ValidateInterfaceL3(config_));
-}
-
-TEST_F(L3RuleTest, Refuses257Interfaces) {
-  AddL3s(257);
+  Add(kL3, Record("l3 a.b", "global", {}));
   ExpectViolated(rules_.ValidateInterfaceL3(config_),
                  "too many 'interface l3', 257 configured, at most 256 must be "
                  "configured");
-}
-
-TEST_F(L3RuleTest, TellsHowManyThereAre) {
-  AddL3s(300);
+  AddL3s(298);
   ExpectViolated(rules_.ValidateInterfaceL3(config_),
                  "too many 'interface l3', 300 configured, at most 256 must be "
-                 "configured");
-}
-
-TEST_F(L3RuleTest, CountsBeforeItLooksAtNames) {
-  Add(kL3, Record("l3 a.b", "global", {}));
-  AddL3s(256);
-  ExpectViolated(rules_.ValidateInterfaceL3(config_),
-                 "too many 'interface l3', 257 configured, at most 256 must be "
                  "configured");
 }
 
@@ -840,23 +742,34 @@ TEST_F(L3RuleTest, JudgesTheNamesThatWereRead) {
                  std::string("L3 interface name core.1") + kInvalidCharacters);
 }
 
-TEST_F(L3RuleTest, AllowsANameOf60Bytes) {
-  ExpectHolds(JudgeName("l3 " + std::string(60, 'n')));
-}
-
-TEST_F(L3RuleTest, RefusesANameOf61Bytes) {
-  const std::string name(61, 'n');
-  ExpectViolated(JudgeName("l3 " + name),
-                 "L3 interface name " + name +
-                     " is too long (maximum length: 60 characters)");
-}
-
-TEST_F(L3RuleTest, AllowsANameOfOneByte) { ExpectHolds(JudgeName("l3 -")); }
-
-TEST_F(L3RuleTest, RefusesAnEmptyName) {
-  ExpectViolated(
-      JudgeName("l3 "),
-      "L3 interface name  is too short (minimum length: 1 character)");
+// The name is what follows the first blank, or all.
+TEST_F(L3RuleTest, LimitsTheLengthBeforeTheCharactersOfAName) {
+  constexpr char kTooLong[] = " is too long (maximum length: 60 characters)";
+  constexpr char kTooShort[] = " is too short (minimum length: 1 character)";
+  const std::string longest(60, 'n');
+  const std::string dots(61, '.');
+  const struct {
+    std::string record;
+    std::string name;
+    std::string fault;
+  } cases[] = {{"l3 " + longest, longest, ""},
+               {"l3 " + longest + "n", longest + "n", kTooLong},
+               {"l3 " + dots, dots, kTooLong},
+               {"l3 -", "-", ""},
+               {"l3 ", "", kTooShort},
+               {"a b c", "b c", kInvalidCharacters},
+               {"core1", "core1", ""},
+               {"core.2", "core.2", kInvalidCharacters}};
+  for (const auto& [record, name, fault] : cases) {
+    Config config;
+    config.intf_by_type(kL3)->MergeConfigAndInsert(
+        Record(record, "global", {}));
+    ValidateConfig rules;
+    EXPECT_EQ(rules.ValidateInterfaceL3(config), fault.empty() ? 0 : -1)
+        << record;
+    EXPECT_EQ(rules.error_text(),
+              fault.empty() ? "" : "L3 interface name " + name + fault);
+  }
 }
 
 TEST_F(L3RuleTest, RefusesAnEmptyKeyThatWasRead) {
@@ -865,13 +778,6 @@ TEST_F(L3RuleTest, RefusesAnEmptyKeyThatWasRead) {
   ExpectViolated(
       rules_.ValidateInterfaceL3(config_),
       "L3 interface name  is too short (minimum length: 1 character)");
-}
-
-TEST_F(L3RuleTest, TellsALongNameWithInvalidCharactersAsTooLong) {
-  const std::string name(61, '.');
-  ExpectViolated(JudgeName("l3 " + name),
-                 "L3 interface name " + name +
-                     " is too long (maximum length: 60 characters)");
 }
 
 TEST_F(L3RuleTest, AllowsLettersDigitsHyphenAndUnderscoreAndNoOtherByte) {
@@ -889,17 +795,6 @@ TEST_F(L3RuleTest, AllowsLettersDigitsHyphenAndUnderscoreAndNoOtherByte) {
         rules.error_text(),
         is_allowed ? "" : "L3 interface name " + name + kInvalidCharacters);
   }
-}
-
-TEST_F(L3RuleTest, SplitsANameAtItsFirstBlank) {
-  ExpectViolated(JudgeName("a b c"),
-                 std::string("L3 interface name b c") + kInvalidCharacters);
-}
-
-TEST_F(L3RuleTest, TakesANameWithoutBlankWhole) {
-  ExpectHolds(JudgeName("core1"));
-  ExpectViolated(JudgeName("core.2"),
-                 std::string("L3 interface name core.2") + kInvalidCharacters);
 }
 
 TEST_F(L3RuleTest, TellsTheFirstNameThatFails) {
@@ -1256,46 +1151,32 @@ TEST_P(StaticRouteRulesTest, HoldWithoutRoutesAndLogNothing) {
   EXPECT_TRUE(fake.log_lines().empty());
 }
 
-TEST_P(StaticRouteRulesTest, TellANextHopThatIsTheOnlyViolation) {
-  StoreNextHopConflict();
-  ExpectViolated(Judge(), NextHopText("l3 a", 1, 1, 1));
-}
-
-TEST_P(StaticRouteRulesTest, TellALimitThatIsTheOnlyViolation) {
-  StoreTooMany();
-  ExpectViolated(Judge(), kLimitText);
-}
-
-TEST_P(StaticRouteRulesTest, TellABlackHoleThatIsTheOnlyViolation) {
-  StoreBlackHole();
-  ExpectViolated(Judge(), BlackHoleText(2));
-}
-
-TEST_P(StaticRouteRulesTest, TellTheLimitRatherThanANextHop) {
-  StoreNextHopConflict();
-  StoreTooMany();
-  ExpectViolated(Judge(), kLimitText);
-}
-
-TEST_P(StaticRouteRulesTest, TellABlackHoleRatherThanANextHop) {
-  StoreNextHopConflict();
-  StoreBlackHole();
-  ExpectViolated(Judge(), BlackHoleText(2));
-}
-
-TEST_P(StaticRouteRulesTest, TellABlackHoleRatherThanTheLimitWhichIsLogged) {
-  StoreTooMany();
-  StoreBlackHole();
-  ExpectViolated(Judge(), BlackHoleText(2));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
-}
-
-TEST_P(StaticRouteRulesTest, TellABlackHoleOfAllThreeAndLogTheLimit) {
-  StoreNextHopConflict();
-  StoreTooMany();
-  StoreBlackHole();
-  ExpectViolated(Judge(), BlackHoleText(2));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
+// All three run: a limit that is exceeded is logged whatever else is wrong.
+TEST_P(StaticRouteRulesTest, TellABlackHoleBeforeTheLimitBeforeANextHop) {
+  for (unsigned wrong = 1; wrong < 8; ++wrong) {
+    SCOPED_TRACE(wrong);
+    const bool has_next_hop = (wrong & 1U) != 0;
+    const bool has_too_many = (wrong & 2U) != 0;
+    const bool has_black_hole = (wrong & 4U) != 0;
+    fake.Reset();
+    if (has_next_hop) StoreNextHopConflict();
+    if (has_too_many) StoreTooMany();
+    if (has_black_hole) StoreBlackHole();
+    Config config;
+    config.set_sock(FakePlatform::kSocket);
+    config.set_confd_trans(fake.tctx());
+    for (const auto type : {kL3, kLoopback, kMgmt}) {
+      config.intf_by_type(type)->ReadConfigIfNeeded(GetParam());
+    }
+    config.ReadStaticRouteConfig(GetParam());
+    ValidateConfig rules;
+    EXPECT_EQ(rules.ValidateStaticRoute(config), -1);
+    EXPECT_EQ(rules.error_text(), has_black_hole ? BlackHoleText(2)
+                                  : has_too_many
+                                      ? kLimitText
+                                      : NextHopText("l3 a", 1, 1, 1));
+    EXPECT_EQ(fake.log_lines().size(), has_too_many ? 1U : 0U);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, StaticRouteRulesTest, kFamilies, FamilyName);

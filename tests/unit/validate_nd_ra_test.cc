@@ -101,243 +101,157 @@ class NdRaTest : public PluginTest {
   Config snapshot_;
 };
 
-// ---- Valid timers, and the calls that it takes to see it -------------------
+// ---- Either rule, by the timer that it judges against the maximum ----------
 
-TEST_F(NdRaTest, IntervalAcceptsTheValidConfiguration) {
-  ExpectAccepted(Interval(config_));
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
-                                     Read(std::string(kL3) + "max-interval"),
-                                     Read(std::string(kL3) + "min-interval")}));
-}
+struct Rule {
+  std::string name;
+  std::string leaf;
+  std::optional<std::uint16_t> RaConfig::*timer;
+  std::optional<std::uint16_t> RaConfig::*timer_of_the_other_rule;
+  const char* unreadable;
+};
 
-TEST_F(NdRaTest, LifetimeAcceptsTheValidConfiguration) {
-  ExpectAccepted(Lifetime(config_));
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
-                                     Read(std::string(kL3) + "max-interval"),
-                                     Read(std::string(kL3) + "lifetime")}));
-}
+class NdRaRuleTest : public NdRaTest,
+                     public ::testing::WithParamInterface<Rule> {
+ protected:
+  int32_t Judge() {
+    config_.StoreIn(fake);
+    return JudgePath(config_.keypath());
+  }
+  int32_t JudgePath(const KeyPath& path) {
+    return GetParam().leaf == "lifetime" ? LifetimeOf(path) : IntervalOf(path);
+  }
 
-TEST_F(NdRaTest, IntervalReadsTheTimersOfAManagementInterfaceFromItsList) {
-  config_.kind = "mgmt";
-  ExpectAccepted(Interval(config_));
-  EXPECT_EQ(fake.CallTexts(),
-            (Texts{Exists(std::string(kMgmt) + "max-interval"),
-                   Read(std::string(kMgmt) + "max-interval"),
-                   Read(std::string(kMgmt) + "min-interval")}));
-}
+  void RemoveMaximum() { config_.max_interval.reset(); }
+  void RemoveTimer() { (config_.*GetParam().timer).reset(); }
+  std::string MaxPath() const { return config_.container() + "max-interval"; }
+  std::string TimerPath() const {
+    return config_.container() + GetParam().leaf;
+  }
+  void ExpectCalls(const Texts& calls) { EXPECT_EQ(fake.CallTexts(), calls); }
+};
 
-TEST_F(NdRaTest, LifetimeOfAManagementInterfaceReadsTheMaximumOnly) {
-  config_.kind = "mgmt";
-  ExpectAccepted(Lifetime(config_));
-  EXPECT_EQ(fake.CallTexts(),
-            (Texts{Exists(std::string(kMgmt) + "max-interval"),
-                   Read(std::string(kMgmt) + "max-interval")}));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Rules, NdRaRuleTest,
+    ::testing::Values(Rule{"Interval", "min-interval", &RaConfig::min_interval,
+                           &RaConfig::lifetime, kNoMinimum},
+                      Rule{"Lifetime", "lifetime", &RaConfig::lifetime,
+                           &RaConfig::min_interval, kNoLifetime}),
+    [](const auto& rule) { return rule.param.name; });
 
-TEST_F(NdRaTest, ReadsThroughTheSocketAndTheTransactionOfTheCall) {
-  ExpectAccepted(Interval(config_));
+TEST_P(NdRaRuleTest, AcceptsTheValidConfigurationWithThreeCalls) {
+  ExpectAccepted(Judge());
+  ExpectCalls({Exists(MaxPath()), Read(MaxPath()), Read(TimerPath())});
+  EXPECT_TRUE(fake.log_lines().empty());
   for (const Call& call : fake.calls()) {
     EXPECT_EQ(call.sock, FakePlatform::kSocket) << call.text();
     EXPECT_EQ(call.thandle, FakePlatform::kTransaction) << call.text();
   }
 }
 
-// ---- The kind of the interface ---------------------------------------------
+TEST_P(NdRaRuleTest, ReadsTheTimersOfAManagementInterfaceFromItsList) {
+  config_.kind = "mgmt";
+  ExpectAccepted(Judge());
+  Texts calls = {Exists(std::string(kMgmt) + "max-interval"),
+                 Read(std::string(kMgmt) + "max-interval")};
+  // Its lifetime is not judged.
+  if (GetParam().leaf != "lifetime") calls.push_back(Read(TimerPath()));
+  ExpectCalls(calls);
+}
 
-TEST_F(NdRaTest, RefusesALoopbackWithoutAnyRead) {
+TEST_P(NdRaRuleTest, RefusesAnyOtherListWithoutAnyRead) {
   config_.kind = "loopback";
-  ExpectRefused(Interval(config_), kInvalidInterface);
-  EXPECT_EQ(fake.CallTexts(), Texts{Seterr(kInvalidInterface)});
+  ExpectRefused(Judge(), kInvalidInterface);
+  ExpectCalls({Seterr(kInvalidInterface)});
+  for (const std::uint32_t tag : {0x213f1a7bU, 0x1412343eU}) {
+    fake.Reset();
+    ExpectRefused(JudgePath(RaConfig{}.keypath().Replace(4, Tag(tag))),
+                  kInvalidInterface);
+  }
 }
 
-TEST_F(NdRaTest, RefusesTheLifetimeOfALoopbackWithoutAnyRead) {
-  config_.kind = "loopback";
-  ExpectRefused(Lifetime(config_), kInvalidInterface);
-  EXPECT_EQ(fake.CallTexts(), Texts{Seterr(kInvalidInterface)});
+TEST_P(NdRaRuleTest, AcceptsAndLogsWhenNeitherTimerExists) {
+  for (const char* kind : {"l3", "mgmt"}) {
+    fake.Reset();
+    config_.kind = kind;
+    RemoveMaximum();
+    RemoveTimer();
+    config_.*GetParam().timer_of_the_other_rule = 1;
+    ExpectAccepted(Judge());
+    const std::string line = NoPathLine(MaxPath(), TimerPath());
+    ExpectCalls({Exists(MaxPath()), Exists(TimerPath()),
+                 "hostmw_vlog_debug(" + line + ")"});
+    ASSERT_EQ(fake.log_lines().size(), 1U);
+    EXPECT_EQ(fake.log_lines()[0].text, line);
+    EXPECT_EQ(fake.log_lines()[0].format,
+              "There is no path for '%s' and '%s'. Skipping validation ...");
+    EXPECT_EQ(fake.log_lines()[0].handle, fake.log_handle());
+  }
 }
 
-TEST_F(NdRaTest, RefusesAnyOtherList) {
-  const KeyPath path = config_.keypath().Replace(4, Tag(0x213f1a7b));
-  ExpectRefused(IntervalOf(path), kInvalidInterface);
-}
-
-TEST_F(NdRaTest, RefusesTheLifetimeInAnyOtherList) {
-  const KeyPath path = config_.keypath().Replace(4, Tag(0x1412343e));
-  ExpectRefused(LifetimeOf(path), kInvalidInterface);
-}
-
-// ---- Neither timer exists --------------------------------------------------
-
-TEST_F(NdRaTest, IntervalAcceptsAndLogsWhenNeitherIntervalExists) {
-  config_.max_interval.reset();
-  config_.min_interval.reset();
-  ExpectAccepted(Interval(config_));
-
-  const std::string max_path = std::string(kL3) + "max-interval";
-  const std::string min_path = std::string(kL3) + "min-interval";
-  const std::string line = NoPathLine(max_path, min_path);
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(max_path), Exists(min_path),
-                                     "hostmw_vlog_debug(" + line + ")"}));
-  ASSERT_EQ(fake.log_lines().size(), 1U);
-  EXPECT_EQ(fake.log_lines()[0].text, line);
-  EXPECT_EQ(fake.log_lines()[0].format,
-            "There is no path for '%s' and '%s'. Skipping validation ...");
-  EXPECT_EQ(fake.log_lines()[0].handle, fake.log_handle());
-}
-
-TEST_F(NdRaTest, LifetimeAcceptsAndLogsWhenNeitherTimerExists) {
-  config_.max_interval.reset();
-  config_.lifetime.reset();
-  ExpectAccepted(Lifetime(config_));
-
-  const std::string max_path = std::string(kL3) + "max-interval";
-  const std::string lifetime_path = std::string(kL3) + "lifetime";
-  const std::string line = NoPathLine(max_path, lifetime_path);
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(max_path), Exists(lifetime_path),
-                                     "hostmw_vlog_debug(" + line + ")"}));
-  ASSERT_EQ(fake.log_lines().size(), 1U);
-  EXPECT_EQ(fake.log_lines()[0].format,
-            "There is no path for '%s' and '%s'. Skipping validation ...");
-}
-
-TEST_F(NdRaTest, ManagementInterfacesLogTheirOwnPaths) {
-  RaConfig empty;
-  empty.kind = "mgmt";
-  empty.max_interval.reset();
-  empty.min_interval.reset();
-  empty.lifetime.reset();
-  ExpectAccepted(Interval(empty));
-  ExpectAccepted(Lifetime(empty));
-  ASSERT_EQ(fake.log_lines().size(), 2U);
-  EXPECT_EQ(fake.log_lines()[0].text,
-            NoPathLine(std::string(kMgmt) + "max-interval",
-                       std::string(kMgmt) + "min-interval"));
-  EXPECT_EQ(fake.log_lines()[1].text,
-            NoPathLine(std::string(kMgmt) + "max-interval",
-                       std::string(kMgmt) + "lifetime"));
-}
-
-TEST_F(NdRaTest, AFailingExistenceTestCountsAsAbsent) {
+TEST_P(NdRaRuleTest, AFailingExistenceTestCountsAsAbsent) {
   config_.StoreIn(fake);
-  fake.FailExists(std::string(kL3) + "max-interval");
-  fake.FailExists(std::string(kL3) + "min-interval");
-  fake.FailExists(std::string(kL3) + "lifetime");
-  ExpectAccepted(IntervalOf(config_.keypath()));
-  ExpectAccepted(LifetimeOf(config_.keypath()));
-  EXPECT_EQ(fake.log_lines().size(), 2U);
+  fake.FailExists(MaxPath());
+  fake.FailExists(TimerPath());
+  ExpectAccepted(JudgePath(config_.keypath()));
+  EXPECT_EQ(fake.log_lines().size(), 1U);
 }
 
 // One is the only answer that says that a timer exists: not one above it.
-TEST_F(NdRaTest, AnAnswerAboveOneCountsAsAbsentForTheMaximum) {
-  config_.min_interval.reset();
-  config_.lifetime.reset();
+TEST_P(NdRaRuleTest, AnAnswerAboveOneCountsAsAbsentForEitherTimer) {
+  RemoveTimer();
   config_.StoreIn(fake);
   fake.FailCall(1, 2);
-  ExpectAccepted(IntervalOf(config_.keypath()));
-  fake.FailCall(1, 2);
-  ExpectAccepted(LifetimeOf(config_.keypath()));
-  EXPECT_EQ(fake.log_lines().size(), 2U);
-}
+  ExpectAccepted(JudgePath(config_.keypath()));
+  EXPECT_EQ(fake.log_lines().size(), 1U);
 
-TEST_F(NdRaTest, AnAnswerAboveOneCountsAsAbsentForTheOtherTimer) {
-  config_.max_interval.reset();
+  fake.Reset();
+  config_ = RaConfig();
+  RemoveMaximum();
   config_.StoreIn(fake);
   fake.FailCall(2, 2);
-  ExpectAccepted(IntervalOf(config_.keypath()));
-  fake.FailCall(2, 2);
-  ExpectAccepted(LifetimeOf(config_.keypath()));
-  EXPECT_EQ(fake.log_lines().size(), 2U);
+  ExpectAccepted(JudgePath(config_.keypath()));
+  EXPECT_EQ(fake.log_lines().size(), 1U);
 }
 
-TEST_F(NdRaTest, LogsNothingWhenEitherTimerExists) {
-  ExpectAccepted(Interval(config_));
-  ExpectAccepted(Lifetime(config_));
-  EXPECT_TRUE(fake.log_lines().empty());
-}
-
-// ---- The maximum interval cannot be read -----------------------------------
-
-TEST_F(NdRaTest, IntervalRefusesAMinimumWithoutAMaximum) {
-  config_.max_interval.reset();
-  ExpectRefused(Interval(config_), kNoMaximum);
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
-                                     Exists(std::string(kL3) + "min-interval"),
-                                     Read(std::string(kL3) + "max-interval"),
-                                     Seterr(kNoMaximum)}));
-}
-
-TEST_F(NdRaTest, LifetimeRefusesALifetimeWithoutAMaximum) {
-  config_.max_interval.reset();
-  ExpectRefused(Lifetime(config_), kNoMaximum);
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
-                                     Exists(std::string(kL3) + "lifetime"),
-                                     Read(std::string(kL3) + "max-interval"),
-                                     Seterr(kNoMaximum)}));
-}
-
-TEST_F(NdRaTest, LifetimeOfAManagementInterfaceNeedsAReadableMaximumToo) {
+TEST_P(NdRaRuleTest, RefusesATimerWithoutAMaximum) {
+  RemoveMaximum();
+  ExpectRefused(Judge(), kNoMaximum);
+  ExpectCalls({Exists(MaxPath()), Exists(TimerPath()), Read(MaxPath()),
+               Seterr(kNoMaximum)});
+  fake.Reset();
   config_.kind = "mgmt";
-  config_.max_interval.reset();
-  ExpectRefused(Lifetime(config_), kNoMaximum);
+  ExpectRefused(Judge(), kNoMaximum);
 }
 
-TEST_F(NdRaTest, IntervalIgnoresTheLifetimeWhenItLooksForTimers) {
-  config_.max_interval.reset();
-  config_.min_interval.reset();
-  config_.lifetime = 1;
-  ExpectAccepted(Interval(config_));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
-}
-
-TEST_F(NdRaTest, LifetimeIgnoresTheMinimumWhenItLooksForTimers) {
-  config_.max_interval.reset();
-  config_.lifetime.reset();
-  ExpectAccepted(Lifetime(config_));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
-}
-
-TEST_F(NdRaTest, RefusesAMaximumThatExistsButCannotBeRead) {
+TEST_P(NdRaRuleTest, RefusesAMaximumThatCannotBeReadOrIsOfAnotherType) {
   config_.StoreIn(fake);
-  fake.FailReads(std::string(kL3) + "max-interval");
-  ExpectRefused(IntervalOf(config_.keypath()), kNoMaximum);
-}
-
-TEST_F(NdRaTest, LifetimeRefusesAMaximumThatExistsButCannotBeRead) {
+  fake.SetValue(MaxPath(), Uint32(600));
+  ExpectRefused(JudgePath(config_.keypath()), kNoMaximum);
+  fake.Reset();
   config_.StoreIn(fake);
-  fake.FailReads(std::string(kL3) + "max-interval");
-  ExpectRefused(LifetimeOf(config_.keypath()), kNoMaximum);
+  fake.FailReads(MaxPath());
+  ExpectRefused(JudgePath(config_.keypath()), kNoMaximum);
 }
 
-TEST_F(NdRaTest, RefusesAMaximumOfAnotherType) {
+TEST_P(NdRaRuleTest, RefusesAMaximumWithoutTheTimer) {
+  RemoveTimer();
+  ExpectRefused(Judge(), GetParam().unreadable);
+  ExpectCalls({Exists(MaxPath()), Read(MaxPath()), Read(TimerPath()),
+               Seterr(GetParam().unreadable)});
+}
+
+TEST_P(NdRaRuleTest, RefusesATimerThatCannotBeReadOrIsOfAnotherType) {
+  for (const Value& value : {Int32(200), Text("1800")}) {
+    fake.Reset();
+    config_.StoreIn(fake);
+    fake.SetValue(TimerPath(), value);
+    ExpectRefused(JudgePath(config_.keypath()), GetParam().unreadable);
+  }
+  fake.Reset();
   config_.StoreIn(fake);
-  fake.SetValue(std::string(kL3) + "max-interval", Uint32(600));
-  ExpectRefused(IntervalOf(config_.keypath()), kNoMaximum);
-}
-
-TEST_F(NdRaTest, LifetimeRefusesAMaximumOfAnotherType) {
-  config_.StoreIn(fake);
-  fake.SetValue(std::string(kL3) + "max-interval", Uint32(600));
-  ExpectRefused(LifetimeOf(config_.keypath()), kNoMaximum);
-}
-
-// ---- The other timer cannot be read ----------------------------------------
-
-TEST_F(NdRaTest, IntervalRefusesAMaximumWithoutAMinimum) {
-  config_.min_interval.reset();
-  ExpectRefused(Interval(config_), kNoMinimum);
-  EXPECT_EQ(fake.CallTexts(), (Texts{Exists(std::string(kL3) + "max-interval"),
-                                     Read(std::string(kL3) + "max-interval"),
-                                     Read(std::string(kL3) + "min-interval"),
-                                     Seterr(kNoMinimum)}));
-}
-
-TEST_F(NdRaTest, LifetimeRefusesAMaximumWithoutALifetime) {
-  config_.lifetime.reset();
-  ExpectRefused(Lifetime(config_), kNoLifetime);
-  EXPECT_EQ(fake.CallTexts(),
-            (Texts{Exists(std::string(kL3) + "max-interval"),
-                   Read(std::string(kL3) + "max-interval"),
-                   Read(std::string(kL3) + "lifetime"), Seterr(kNoLifetime)}));
+  fake.FailReads(TimerPath());
+  ExpectRefused(JudgePath(config_.keypath()), GetParam().unreadable);
 }
 
 TEST_F(NdRaTest, IntervalRefusesAManagementInterfaceWithoutAMinimum) {
@@ -346,41 +260,14 @@ TEST_F(NdRaTest, IntervalRefusesAManagementInterfaceWithoutAMinimum) {
   ExpectRefused(Interval(config_), kNoMinimum);
 }
 
-TEST_F(NdRaTest, LifetimeOfAManagementInterfaceMayBeAbsent) {
+TEST_F(NdRaTest, LifetimeOfAManagementInterfaceMayBeAbsentOrUnreadable) {
   config_.kind = "mgmt";
   config_.lifetime.reset();
   ExpectAccepted(Lifetime(config_));
-}
-
-TEST_F(NdRaTest, LifetimeOfAManagementInterfaceMayBeUnreadable) {
-  config_.kind = "mgmt";
+  config_.lifetime = 1;
   config_.StoreIn(fake);
   fake.FailReads(std::string(kMgmt) + "lifetime");
   ExpectAccepted(LifetimeOf(config_.keypath()));
-}
-
-TEST_F(NdRaTest, RefusesAMinimumThatExistsButCannotBeRead) {
-  config_.StoreIn(fake);
-  fake.FailReads(std::string(kL3) + "min-interval");
-  ExpectRefused(IntervalOf(config_.keypath()), kNoMinimum);
-}
-
-TEST_F(NdRaTest, RefusesAMinimumOfAnotherType) {
-  config_.StoreIn(fake);
-  fake.SetValue(std::string(kL3) + "min-interval", Int32(200));
-  ExpectRefused(IntervalOf(config_.keypath()), kNoMinimum);
-}
-
-TEST_F(NdRaTest, RefusesALifetimeThatExistsButCannotBeRead) {
-  config_.StoreIn(fake);
-  fake.FailReads(std::string(kL3) + "lifetime");
-  ExpectRefused(LifetimeOf(config_.keypath()), kNoLifetime);
-}
-
-TEST_F(NdRaTest, RefusesALifetimeOfAnotherType) {
-  config_.StoreIn(fake);
-  fake.SetValue(std::string(kL3) + "lifetime", Text("1800"));
-  ExpectRefused(LifetimeOf(config_.keypath()), kNoLifetime);
 }
 
 // ---- A failure of each call, also when the daemon has closed the socket ----

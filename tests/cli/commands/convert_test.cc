@@ -2,6 +2,7 @@
 // format and back.
 
 #include <algorithm>
+#include <set>
 
 #include "cli/print_tree.h"
 #include "host/datastore/diff.h"
@@ -117,9 +118,11 @@ TEST_P(ConvertAll, RoundTripChangesNothing) {
     folder = folder_ / point;
   }
   unsigned converted = 0;
+  static std::set<std::string> known;  // many running configurations are equal
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     const fs::path& file = entry.path();
     if (file.extension() != ".xml" && file.extension() != ".json") continue;
+    if (!known.insert(ReadFile(file)).second) continue;
     SCOPED_TRACE(file);
     const DataTree tree = DataTree::FromFile(model, file);
     const LYD_FORMAT other = tree.format() == LYD_XML ? LYD_JSON : LYD_XML;

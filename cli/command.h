@@ -27,7 +27,7 @@ Command AddExplain(CLI::App* app, const Locations& locations);
 Command AddConvert(CLI::App* app, const Locations& locations);
 Command AddNew(CLI::App* app, const Locations& locations);
 Command AddCommit(CLI::App* app, const Locations& locations);
-Command AddCompletion(CLI::App* app, const Locations& locations);
+Command AddCompletion(CLI::App* app);
 
 }  // namespace ipav::cli
 

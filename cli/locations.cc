@@ -8,7 +8,7 @@ Locations FindLocations() {
   const base::Installation found = base::FindInstallation();
   const std::string data = found.share + "/ipav";
   return {found.plugin, data + "/yang", found.yang_extension,
-          data + "/messages.md", data + "/starter.xml"};
+          data + "/starter.xml"};
 }
 
 }  // namespace ipav::cli

@@ -10,7 +10,6 @@ struct Locations {
   std::string plugin;          // libip_app_validation.so
   std::string yang_dir;        // the data model
   std::string yang_extension;  // plug-in of the YANG library
-  std::string messages;        // docs/messages.md
   std::string starter;         // a first configuration
 };
 

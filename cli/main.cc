@@ -61,7 +61,7 @@ int Run(int argc, char** argv) {
       ipav::cli::AddConvert(&app, locations),
       ipav::cli::AddNew(&app, locations),
       ipav::cli::AddCommit(&app, locations),
-      ipav::cli::AddCompletion(&app, locations),
+      ipav::cli::AddCompletion(&app),
   };
 
   try {

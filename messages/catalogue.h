@@ -1,45 +1,54 @@
-// The messages of docs/messages.md as a table: what identifies each, what to do
-// about it, and how its text is read back.
-//
-// A text alone does not always tell what was filled in, for an interface may be
-// named as oddly as "a vrf b". So there can be several readings; the data tell
-// which of them is meant.
+// The catalogue of messages: what identifies each, what it means, what to do
+// about it, and which validation points report it. Compiled in from
+// catalogue.toml.
 #ifndef IPAV_MESSAGES_CATALOGUE_H_
 #define IPAV_MESSAGES_CATALOGUE_H_
 
-#include <cstddef>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace ipav::messages {
 
+// One text of a message, with <fields>. Within a text no field has the name of
+// another.
+struct Text {
+  std::string key;      // which of the message's texts; "" where it has one
+  std::string pattern;  // with <limit> for a number that the element limits
+  std::string shown;    // as documents show it, with that number
+  std::vector<std::string> points;  // names of those that report it
+};
+
+// Texts for people are plain, one paragraph a string.
 struct Message {
-  std::string rule;    // stable identifier
+  std::string rule;    // stable identifier, as in "interface-overlap"
   std::string title;   // heading in docs/messages.md
   std::string anchor;  // of that heading
-  std::string advice;
-  std::vector<std::string> points;  // that tell it
-  // Its texts. <field> stands for what is filled in; the last word of its name
-  // says what that can be, as in <other-vrf>.
-  std::vector<std::string> patterns;
+  std::vector<Text> texts;
+  std::vector<std::string> about;  // what provokes it
+  std::string advice;              // what to do; empty where nothing is refused
+  std::vector<std::string> why;    // what is surprising about it
+  bool refuses = true;             // otherwise its texts go to a log
 };
 
-// In the order of the document.
+struct Point {
+  std::string name;
+  std::string about;
+  std::vector<std::string> steps;    // what it tests, in this order
+  std::vector<std::string> reports;  // rules of its messages, in this order
+};
+
+// In the order of docs/messages.md.
 const std::vector<Message>& Messages();
+const std::vector<Point>& Points();
 
-// The message of that identifier, null where there is none.
-const Message* FindMessage(const std::string& rule);
+// By its rule or its anchor; null when there is none.
+const Message* FindMessage(const std::string& name);
+const Point* FindPoint(const std::string& name);
 
-struct Reading {
-  const Message* message;
-  std::size_t pattern;  // which of the message's
-  std::map<std::string, std::string> fields;
-};
+// Names of the points that report one of the message's texts.
+std::vector<std::string> PointsOf(const Message& message);
 
-// The readings of an operator's text: none for one that no point tells, and no
-// more than 16.
-std::vector<Reading> ReadText(const std::string& text);
+bool Reports(const Point& point, const Text& text);
 
 }  // namespace ipav::messages
 

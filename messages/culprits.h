@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "host/datastore/diff.h"
-#include "messages/catalogue.h"
 #include "messages/data_view.h"
+#include "messages/match.h"
 
 namespace ipav::messages {
 
@@ -27,8 +27,12 @@ struct Case {
   const std::string& path;  // of the node that was judged
   const Reading& reading;
 
+  // "ipv4" or "ipv6", as the text is about.
+  const char* Family() const {
+    return reading.text->key == "ipv6" ? "ipv6" : "ipv4";
+  }
   const std::string& Field(const char* name) const {
-    return reading.fields.at(name);
+    return reading.Field(name);
   }
   bool IsNew(const lyd_node* candidate_node) const;
   bool IsUnchanged(const lyd_node* candidate_node) const;

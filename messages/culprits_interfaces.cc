@@ -1,5 +1,7 @@
 // Culprits among the interfaces: their number, names and addresses.
 
+#include <nettypes/address_space.h>
+
 #include <string>
 #include <vector>
 
@@ -11,15 +13,6 @@ namespace {
 
 // A longer name reaches a text cut.
 constexpr std::size_t kLongestToldName = 255;
-
-const char* FamilyOf(const Case& refusal) {
-  const std::string& pattern =
-      refusal.reading.message->patterns[refusal.reading.pattern];
-  return pattern.find("pv6") == std::string::npos &&
-                 pattern.find("Pv6") == std::string::npos
-             ? "ipv4"
-             : "ipv6";
-}
 
 std::vector<const lyd_node*> L3Of(const DataView& view) {
   const lyd_node* interfaces = view.At(nullptr, {"config", "interface"});
@@ -68,7 +61,7 @@ Evidence OneAddress(const Case& refusal) {
   const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
   if (interface == nullptr) return {};
   const lyd_node* address = FindAddress(
-      refusal.candidate, interface, FamilyOf(refusal), refusal.Field("prefix"));
+      refusal.candidate, interface, refusal.Family(), refusal.Field("prefix"));
   if (address == nullptr) return {};
   return {true, {{"address", address}}, ""};
 }
@@ -80,7 +73,7 @@ Evidence AddressTwice(const Case& refusal) {
   Evidence evidence;
   std::size_t count = 0;
   for (const lyd_node* leaf :
-       AddressesOf(refusal.candidate, interface, FamilyOf(refusal))) {
+       AddressesOf(refusal.candidate, interface, refusal.Family())) {
     if (WithoutLength(TextOf(leaf)) != refusal.Field("address")) continue;
     if (++count > kMaxNamed) continue;
     evidence.suspects.push_back(
@@ -108,8 +101,8 @@ Evidence Overlap(const Case& refusal) {
   Side sides[] = {{"address", "interface", "vrf", "prefix", nullptr, ""},
                   {"overlaps with", "other-interface", "other-vrf",
                    "other-prefix", nullptr, ""}};
-  const char* family = FamilyOf(refusal);
-  const bool has_vrfs = refusal.reading.fields.count("vrf") != 0;
+  const char* family = refusal.Family();
+  const bool has_vrfs = refusal.reading.HasField("vrf");
 
   Evidence evidence;
   for (Side& side : sides) {
@@ -124,7 +117,7 @@ Evidence Overlap(const Case& refusal) {
     if (address == nullptr) return {};
     evidence.suspects.push_back({side.role, address});
   }
-  if (!ShareAddressSpace(sides[0].vrf, sides[1].vrf)) return {};
+  if (!nettypes::ShareAddressSpace(sides[0].vrf, sides[1].vrf)) return {};
   evidence.bears_out = true;
   for (const Side& side : sides) {
     SuspectChangedVrf(refusal, side.interface,

@@ -119,12 +119,11 @@ bool IsOutputOf(const std::string& output, const std::string& interface) {
 
 Evidence NextHopIsOwn(const Case& refusal) {
   const std::string& name = refusal.Field("interface");
-  const bool is_ipv4 = refusal.reading.pattern == 0;
+  const bool is_ipv4 = refusal.Family() == std::string("ipv4");
   const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
   if (interface == nullptr) return {};
-  const lyd_node* address =
-      FindAddress(refusal.candidate, interface, is_ipv4 ? "ipv4" : "ipv6",
-                  refusal.Field("prefix"));
+  const lyd_node* address = FindAddress(
+      refusal.candidate, interface, refusal.Family(), refusal.Field("prefix"));
   if (address == nullptr) return {};
 
   const std::string vrf = VrfOf(refusal.candidate, interface);

@@ -49,22 +49,21 @@ Evidence RouterLifetime(const Case& refusal) {
 }
 
 Evidence TimerMissing(const Case& refusal) {
-  const char* const by_pattern[] = {kMax, kMin, kLifetime};
-  const char* missing = by_pattern[refusal.reading.pattern];
+  const std::string& missing = refusal.reading.text->key;
   const lyd_node* container = refusal.candidate.AtPath(refusal.path);
   if (container == nullptr ||
-      refusal.candidate.At(container, {missing}) != nullptr) {
+      refusal.candidate.At(container, {missing.c_str()}) != nullptr) {
     return {};
   }
   Evidence evidence{true, {}, ""};
   // 1. It was removed, or was never there.
-  SuspectLeaf(refusal, container, missing, missing, true, &evidence);
+  SuspectLeaf(refusal, container, missing.c_str(), missing, true, &evidence);
   if (evidence.suspects.empty()) {
-    evidence.note = std::string(missing) + " is in neither configuration";
+    evidence.note = missing + " is in neither configuration";
   }
   // 2. Those that need it.
-  for (const char* other : by_pattern) {
-    if (other == missing) continue;
+  for (const char* other : {kMax, kMin, kLifetime}) {
+    if (missing == other) continue;
     const lyd_node* leaf = refusal.candidate.At(container, {other});
     if (leaf != nullptr) evidence.suspects.push_back({other, leaf});
   }

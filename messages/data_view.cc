@@ -98,13 +98,6 @@ const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
   return nullptr;
 }
 
-bool ShareAddressSpace(const std::string& vrf, const std::string& other) {
-  const auto is_common = [](const std::string& name) {
-    return name == "global" || name == "mgmt";
-  };
-  return vrf == other || (is_common(vrf) && is_common(other));
-}
-
 std::string WithoutLength(const std::string& prefix) {
   return prefix.substr(0, prefix.find('/'));
 }

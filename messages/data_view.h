@@ -64,9 +64,6 @@ std::vector<const lyd_node*> AddressesOf(const DataView& view,
 const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
                             const char* family, const std::string& prefix);
 
-// Whether addresses in the two VRFs can be in conflict.
-bool ShareAddressSpace(const std::string& vrf, const std::string& other);
-
 // "10.1.1.1" of "10.1.1.1/24".
 std::string WithoutLength(const std::string& prefix);
 

@@ -6,9 +6,9 @@
 #include "host/confd/path.h"
 #include "host/datastore/diff.h"
 #include "host/datastore/libyang_error.h"
-#include "messages/catalogue.h"
 #include "messages/culprits.h"
 #include "messages/data_view.h"
+#include "messages/match.h"
 
 namespace ipav::messages {
 

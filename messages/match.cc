@@ -1,172 +1,193 @@
 #include "messages/match.h"
 
 #include <algorithm>
-#include <cctype>
-#include <set>
+#include <cstddef>
 #include <string_view>
 
 namespace ipav::messages {
 
 namespace {
 
-constexpr char kDigits[] = "0123456789";
+constexpr std::size_t kMaxReadings = 16;
 
-// A documented text, taken apart: a fixed piece, and the gap behind it.
-struct Piece {
-  std::string fixed;
-  std::string gap;  // name of a placeholder, or kNumber; empty at the end
+// Positions that are tried before the search is given up: a hostile name must
+// not cost more than its finding is worth.
+constexpr std::size_t kMaxTrials = 10000;
+
+bool StartsWith(std::string_view text, std::string_view beginning) {
+  return text.substr(0, beginning.size()) == beginning;
+}
+
+bool HasOnly(std::string_view text, std::string_view characters) {
+  return !text.empty() &&
+         text.find_first_not_of(characters) == std::string_view::npos;
+}
+
+// Whether the plug-in can have filled the text into a field of that name. What
+// an operator names can be anything.
+bool CanHold(std::string_view field, std::string_view text) {
+  const std::size_t hyphen = field.rfind('-');  // <other-prefix> is a <prefix>
+  if (hyphen != std::string_view::npos) field.remove_prefix(hyphen + 1);
+  if (field == "name" || field == "vrf") return true;
+  if (field == "interface") {
+    return StartsWith(text, "l3 ") || StartsWith(text, "loopback ") ||
+           StartsWith(text, "mgmt ");
+  }
+  if (field == "prefix") {
+    return HasOnly(text, "0123456789abcdefABCDEF.:/-") &&
+           text.find('/') != std::string_view::npos;
+  }
+  if (field == "address" || field == "area") {
+    return HasOnly(text, "0123456789abcdefABCDEF.:");
+  }
+  return HasOnly(StartsWith(text, "-") ? text.substr(1) : text, "0123456789");
+}
+
+// A pattern taken apart: literals[0] names[0] literals[1] ... literals[n].
+struct Pieces {
+  explicit Pieces(std::string_view pattern) {
+    std::size_t begin = 0;
+    for (std::size_t open = pattern.find('<'); open != std::string_view::npos;
+         open = pattern.find('<', begin)) {
+      const std::size_t close = pattern.find('>', open);
+      literals.push_back(pattern.substr(begin, open - begin));
+      names.push_back(pattern.substr(open + 1, close - open - 1));
+      begin = close + 1;
+    }
+    literals.push_back(pattern.substr(begin));
+  }
+
+  std::size_t LiteralSize() const {
+    std::size_t size = 0;
+    for (const std::string_view literal : literals) size += literal.size();
+    return size;
+  }
+
+  std::vector<std::string_view> literals;
+  std::vector<std::string_view> names;
 };
-constexpr char kNumber[] = "0";
 
-// Where the next gap is: its first character and the one behind it.
-std::pair<std::size_t, std::size_t> NextGap(const std::string& pattern,
-                                            std::size_t from) {
-  for (std::size_t at = from; at < pattern.size(); ++at) {
-    if (pattern[at] == '<') return {at, pattern.find('>', at) + 1};
-    const bool begins_word = at == 0 || pattern[at - 1] == ' ';
-    const std::size_t end =
-        std::min(pattern.find_first_not_of(kDigits, at), pattern.size());
-    const bool ends_word = end == pattern.size() || pattern[end] == ' ';
-    if (end > at && begins_word && ends_word) return {at, end};
+// Finds every way to fill the fields of one pattern.
+class Search {
+ public:
+  Search(std::string_view text, std::string_view pattern, Fields fields)
+      : text_(text), pieces_(pattern), fields_(fields) {}
+
+  std::vector<std::vector<std::string_view>> Run() {
+    if (!StartsWith(text_, pieces_.literals.front())) return {};
+    const std::size_t at = pieces_.literals.front().size();
+    if (!pieces_.names.empty()) {
+      Fill(at);
+    } else if (at == text_.size()) {
+      found_.emplace_back();
+    }
+    return found_;
   }
-  return {pattern.size(), pattern.size()};
-}
 
-std::vector<Piece> TakeApart(const std::string& pattern) {
-  std::vector<Piece> pieces;
-  std::size_t at = 0;
-  for (;;) {
-    const auto [begin, end] = NextGap(pattern, at);
-    std::string gap = pattern.substr(begin, end - begin);
-    if (!gap.empty() && gap[0] != '<') gap = kNumber;
-    pieces.push_back({pattern.substr(at, begin - at), gap});
-    if (gap.empty()) return pieces;
-    at = end;
-  }
-}
+  const std::vector<std::string_view>& names() const { return pieces_.names; }
 
-bool Fits(const std::string& gap, const std::string& filled) {
-  return gap != kNumber ||
-         (!filled.empty() &&
-          filled.find_first_not_of(kDigits) == std::string::npos);
-}
-
-// Where a piece behind a gap is in a text, from a place on: the last one at the
-// end, any other as early as it can be.
-std::size_t PlaceOf(const std::string& fixed, bool is_last,
-                    const std::string& text, std::size_t from) {
-  if (!is_last) return text.find(fixed, from);
-  if (fixed.size() > text.size() - from) return std::string::npos;
-  const std::size_t place = text.size() - fixed.size();
-  return text.compare(place, fixed.size(), fixed) == 0 ? place
-                                                       : std::string::npos;
-}
-
-// What fills the gaps of a text; none where the text is another one.
-std::optional<std::vector<std::string>> Fill(const std::vector<Piece>& pieces,
-                                             const std::string& text) {
-  const std::string& first = pieces.front().fixed;
-  if (text.rfind(first, 0) != 0) return std::nullopt;
-  std::vector<std::string> filled;
-  std::size_t at = first.size();
-  for (std::size_t i = 1; i < pieces.size(); ++i) {
-    const std::string& fixed = pieces[i].fixed;
-    const std::size_t place = PlaceOf(fixed, i + 1 == pieces.size(), text, at);
-    if (place == std::string::npos) return std::nullopt;
-    filled.push_back(text.substr(at, place - at));
-    if (!Fits(pieces[i - 1].gap, filled.back())) return std::nullopt;
-    at = place + fixed.size();
-  }
-  if (at != text.size()) return std::nullopt;
-  return filled;
-}
-
-std::size_t FixedSize(const std::vector<Piece>& pieces) {
-  std::size_t size = 0;
-  for (const Piece& piece : pieces) size += piece.fixed.size();
-  return size;
-}
-
-Match MakeMatch(const Section& section, const std::string& pattern,
-                const std::vector<Piece>& pieces,
-                const std::vector<std::string>& filled) {
-  Match match{&section, pattern, {}};
-  for (std::size_t i = 0; i < filled.size(); ++i) {
-    if (pieces[i].gap != kNumber) {
-      match.filled_in.emplace_back(pieces[i].gap, filled[i]);
+ private:
+  // Fills the next field, which begins there.
+  void Fill(std::size_t begin) {
+    const std::size_t field = filled_.size();
+    const std::string_view literal = pieces_.literals[field + 1];
+    if (field + 1 == pieces_.names.size()) {
+      if (text_.size() < begin + literal.size()) return;
+      const std::size_t end = text_.size() - literal.size();
+      if (text_.substr(end) == literal) Take(begin, end);
+      return;
+    }
+    for (std::size_t end = text_.find(literal, begin);
+         end != std::string_view::npos && trials_ < kMaxTrials;
+         end = text_.find(literal, end + 1)) {
+      Take(begin, end);
     }
   }
-  return match;
+
+  void Take(std::size_t begin, std::size_t end) {
+    ++trials_;
+    const std::size_t field = filled_.size();
+    const std::string_view value = text_.substr(begin, end - begin);
+    if (fields_ == Fields::kAsPrinted &&
+        !CanHold(pieces_.names[field], value)) {
+      return;
+    }
+    filled_.push_back(value);
+    if (filled_.size() == pieces_.names.size()) {
+      if (found_.size() < kMaxReadings) found_.push_back(filled_);
+    } else {
+      Fill(end + pieces_.literals[field + 1].size());
+    }
+    filled_.pop_back();
+  }
+
+  std::string_view text_;
+  Pieces pieces_;
+  Fields fields_;
+  std::size_t trials_ = 0;
+  std::vector<std::string_view> filled_;
+  std::vector<std::vector<std::string_view>> found_;
+};
+
+void ReadAs(const Message& message, const Text& text,
+            const std::string& printed, Fields fields,
+            std::vector<Reading>* readings) {
+  Search search(printed, text.pattern, fields);
+  for (const std::vector<std::string_view>& values : search.Run()) {
+    Reading reading{&message, &text, {}};
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      reading.fields.emplace_back(search.names()[i], values[i]);
+    }
+    readings->push_back(std::move(reading));
+  }
 }
 
-// Letters and digits in runs of three, of words with a blank around them.
-std::set<std::string> TrigramsOf(const std::string& text) {
-  std::string words = " ";
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool is_word = std::isalnum(byte) != 0;
-    if (is_word) {
-      words += static_cast<char>(std::tolower(byte));
-    } else if (words.back() != ' ') {
-      words += ' ';
+std::vector<Reading> ReadAll(const std::string& text, Fields fields,
+                             bool with_logs) {
+  std::vector<Reading> readings;
+  for (const Message& message : Messages()) {
+    if (!message.refuses && !with_logs) continue;
+    for (const Text& one : message.texts) {
+      ReadAs(message, one, text, fields, &readings);
     }
   }
-  if (words.back() != ' ') words += ' ';
-  std::set<std::string> trigrams;
-  for (std::size_t i = 0; i + 3 <= words.size(); ++i) {
-    trigrams.insert(words.substr(i, 3));
-  }
-  return trigrams;
+  return readings;
 }
 
-// From 0 to 1.
-double Likeness(const std::set<std::string>& a,
-                const std::set<std::string>& b) {
-  if (a.empty() || b.empty()) return 0;
-  const auto common = std::count_if(
-      a.begin(), a.end(), [&](const auto& one) { return b.count(one) != 0; });
-  return 2.0 * static_cast<double>(common) /
-         static_cast<double>(a.size() + b.size());
+std::size_t LiteralSize(const Reading& reading) {
+  return Pieces(reading.text->pattern).LiteralSize();
 }
 
 }  // namespace
 
-std::optional<Match> FindText(const std::vector<Section>& document,
-                              const std::string& text) {
-  std::optional<Match> best;
-  std::size_t best_size = 0;
-  for (const Section& section : document) {
-    for (const std::string& pattern : TextsOf(section)) {
-      const std::vector<Piece> pieces = TakeApart(pattern);
-      const auto filled = Fill(pieces, text);
-      const std::size_t size = FixedSize(pieces);
-      if (!filled.has_value() || (best.has_value() && size <= best_size)) {
-        continue;
-      }
-      best = MakeMatch(section, pattern, pieces, *filled);
-      best_size = size;
-    }
-  }
-  return best;
+bool Reading::HasField(const std::string& name) const {
+  return std::any_of(fields.begin(), fields.end(),
+                     [&](const auto& field) { return field.first == name; });
 }
 
-std::vector<std::string> MostAlike(const std::vector<std::string>& names,
-                                   const std::string& text, std::size_t count) {
-  constexpr double kLittle = 0.3;
-  const std::set<std::string> wanted = TrigramsOf(text);
-  std::vector<std::pair<double, std::string>> rated;
-  for (const std::string& name : names) {
-    const double likeness = Likeness(wanted, TrigramsOf(name));
-    if (likeness > kLittle) rated.emplace_back(-likeness, name);
-  }
-  std::stable_sort(
-      rated.begin(), rated.end(),
-      [](const auto& a, const auto& b) { return a.first < b.first; });
-  std::vector<std::string> best;
-  for (const auto& one : rated) {
-    if (best.size() < count) best.push_back(one.second);
-  }
-  return best;
+const std::string& Reading::Field(const std::string& name) const {
+  return std::find_if(fields.begin(), fields.end(),
+                      [&](const auto& field) { return field.first == name; })
+      ->second;
+}
+
+std::vector<Reading> ReadText(const std::string& text, Fields fields) {
+  return ReadAll(text, fields, false);
+}
+
+std::vector<Reading> BestReadings(const std::string& text) {
+  std::vector<Reading> readings = ReadAll(text, Fields::kAsPrinted, false);
+  if (readings.empty()) readings = ReadAll(text, Fields::kAnything, true);
+  if (readings.empty()) return {};
+  const Reading best = *std::max_element(
+      readings.begin(), readings.end(), [](const Reading& a, const Reading& b) {
+        return LiteralSize(a) < LiteralSize(b);
+      });
+  readings.erase(
+      std::remove_if(readings.begin(), readings.end(),
+                     [&](const Reading& one) { return one.text != best.text; }),
+      readings.end());
+  return readings;
 }
 
 }  // namespace ipav::messages

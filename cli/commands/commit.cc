@@ -16,7 +16,7 @@
 #include "cli/netconf_client.h"
 #include "cli/options.h"
 #include "host/datastore/model.h"
-#include "messages/catalogue.h"
+#include "messages/match.h"
 
 namespace ipav::cli {
 
@@ -70,9 +70,9 @@ void Expect(const std::string& server,
   throw std::runtime_error(server + ": " + error->tag + ": " + error->message);
 }
 
-// Of a refusal that docs/messages.md knows.
+// Prints nothing for a text that the catalogue does not know.
 void PrintAdvice(const std::string& text) {
-  const std::vector<messages::Reading> readings = messages::ReadText(text);
+  const std::vector<messages::Reading> readings = messages::BestReadings(text);
   if (readings.empty()) return;
   const messages::Message& message = *readings.front().message;
   fmt::print("  what to do: {}\n  see docs/messages.md#{}\n", message.advice,

@@ -35,7 +35,7 @@ std::string ScriptOf(const completion::Syntax& syntax,
 
 }  // namespace
 
-Command AddCompletion(CLI::App* app, const Locations& locations) {
+Command AddCompletion(CLI::App* app) {
   const auto shell = std::make_shared<std::string>();
   CLI::App* command = app->add_subcommand(
       "completion", "Print the script by which a shell completes ipav");
@@ -45,7 +45,7 @@ Command AddCompletion(CLI::App* app, const Locations& locations) {
       ->required();
   return {command, [=] {
             const completion::Syntax syntax =
-                completion::SyntaxOf(*app, {{kTopic, TopicNames(locations)}});
+                completion::SyntaxOf(*app, {{kTopic, TopicNames()}});
             fmt::print("{}", ScriptOf(syntax, *shell));
             return kAccepted;
           }};

@@ -178,7 +178,7 @@ TEST_F(IpavTest, ARefusalEndsWithStatus1AndPrintsTextPointAndPath) {
                 "    468 |             <max-interval>600</max-interval>\n"
                 "        |                           ^~~\n"
                 "  what to do: Raise lifetime above max-interval, or set it to "
-                "0 for a router that is no default router.\n"
+                "0 for a router that is not a default router.\n"
                 "  see docs/messages.md#router-lifetime\n");
   EXPECT_EQ(result.err, "");
 }
@@ -418,8 +418,8 @@ TEST_F(IpavTest, AnAddressPointOnAnUnknownKindIsRefused) {
         std::string(point) +
         "\n  data path: /tunnel\n"
         "  note: the text names no node of the configuration\n"
-        "  what to do: Put the data model right: this validation point sits "
-        "where it can judge no interface.\n"
+        "  what to do: Correct the data model: this validation point sits "
+        "where it cannot check any interface.\n"
         "  see docs/messages.md#an-interface-that-is-not-judged\n";
   }
   EXPECT_EQ(result.out, expected);

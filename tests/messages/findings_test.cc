@@ -108,6 +108,7 @@ TEST(FindingsTest, EachMessageOfAConfigurationHasACaseWithItsFinding) {
     traced.insert(rule);
   }
   for (const Message& message : Messages()) {
+    if (!message.refuses) continue;
     EXPECT_EQ(traced.count(message.rule), 1U) << message.rule;
   }
 }
@@ -187,13 +188,13 @@ TEST(FindingsTest, AnOverlapOfTwoVrfsIsNoneInTheData) {
 }
 
 TEST(FindingsTest, NoTextOfTheOtherMessagesLeadsToANodeHere) {
+  const std::map<std::string, std::string> values = {
+      {"interface", "l3 a"}, {"prefix", "10.9.9.9/24"}, {"address", "10.9.9.9"},
+      {"area", "0.0.0.0"},   {"vrf", "global"},         {"name", "c"}};
   for (const Message& message : Messages()) {
-    for (const std::string& pattern : message.patterns) {
-      std::string text = pattern;
-      const std::map<std::string, std::string> values = {
-          {"interface", "l3 a"},   {"prefix", "10.9.9.9/24"},
-          {"address", "10.9.9.9"}, {"area", "0.0.0.0"},
-          {"vrf", "global"},       {"name", "c"}};
+    if (!message.refuses) continue;
+    for (const Text& one : message.texts) {
+      std::string text = one.pattern;
       for (std::size_t open = text.find('<'); open != std::string::npos;
            open = text.find('<')) {
         const std::size_t close = text.find('>');
@@ -335,6 +336,34 @@ TEST(FindingsTest, AllListsAFindingForEachRefusal) {
   for (const Finding& finding : findings) {
     EXPECT_FALSE(finding.culprits.empty());
   }
+}
+
+// The IPv6 point examines IPv4 where an earlier point has read its routes: that
+// point has refused the same conflict, so it takes --all to see it.
+TEST(FindingsTest, TheIpv6RoutesPointReportsANextHopOfIpv4) {
+  const std::string route = R"(
+<DC-RTM-MIB xmlns="urn:vorplex:dc-rtm-mib"><rtmStaticRtTable>
+  <rtmStaticRtEntry><rtmStaticRtFteIndex>0</rtmStaticRtFteIndex>
+    <rtmStaticRtDestType>ipv4</rtmStaticRtDestType>
+    <rtmStaticRtDest>00:00:00:00</rtmStaticRtDest>
+    <rtmStaticRtDestPfxLen>0</rtmStaticRtDestPfxLen>
+    <rtmStaticRtNextHopType>ipv4</rtmStaticRtNextHopType>
+    <rtmStaticRtNextHop>0a:00:00:01</rtmStaticRtNextHop></rtmStaticRtEntry>
+</rtmStaticRtTable></DC-RTM-MIB>)";
+  const File running("running.xml", route);
+  const File candidate("candidate.xml", R"(
+<config xmlns="urn:vorplex:config"><interface>
+  <l3 xmlns="urn:vorplex:ipapp"><name>a</name>
+    <ipv4><address><ip>10.0.0.1/24</ip></address></ipv4></l3>
+</interface></config>)" + route);
+  std::set<std::string> points;
+  for (const Finding& finding : FindingsOf(running, candidate, true)) {
+    EXPECT_EQ(finding.text,
+              "l3 a ipv4 address 10.0.0.1/24 and static route 0.0.0.0/0 "
+              "next-hop 10.0.0.1 cannot have address conflict.");
+    points.insert(finding.point);
+  }
+  EXPECT_EQ(points.count("ipv6_addr_route_validation"), 1U);
 }
 
 TEST(FindingsTest, ANameThatReachesTheTextCutIsFound) {

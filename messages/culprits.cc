@@ -59,7 +59,7 @@ Evidence Investigate(const Case& refusal) {
   const auto found = Investigators().find(refusal.reading.message->rule);
   if (found == Investigators().end()) return NoNode(refusal);
   Evidence evidence = found->second(refusal);
-  if (!evidence.bears_out && evidence.note.empty()) {
+  if (!evidence.confirms && evidence.note.empty()) {
     evidence.note = "the configuration does not show what the text names";
   }
   return evidence;

@@ -1,6 +1,6 @@
-// Which nodes a text is about. The text gives names and numbers, the data
-// decide: a reading that they do not bear out leads nowhere, and where more
-// than one node fits, that is told and not guessed.
+// Which nodes a text is about. The text gives names and numbers, and the data
+// decide: a reading that they do not confirm is dropped, and where more than
+// one node fits, the note says so instead of a guess.
 #ifndef IPAV_MESSAGES_CULPRITS_H_
 #define IPAV_MESSAGES_CULPRITS_H_
 
@@ -16,7 +16,7 @@
 
 namespace ipav::messages {
 
-// Of nodes of one role, as of new routes, only so many are named.
+// At most so many nodes of one role (as new routes) are named.
 constexpr std::size_t kMaxNamed = 5;
 
 // A refusal, and where to look.
@@ -38,7 +38,7 @@ struct Case {
   bool IsUnchanged(const lyd_node* candidate_node) const;
 };
 
-// A node of the candidate, or one of the running configuration that is no more.
+// A node of the candidate, or a removed one of the running configuration.
 struct Suspect {
   std::string role;
   const lyd_node* node;
@@ -46,14 +46,14 @@ struct Suspect {
 };
 
 struct Evidence {
-  bool bears_out = false;  // whether the data show what the text says
+  bool confirms = false;  // the data show what the text says
   std::vector<Suspect> suspects;
   std::string note;  // what is missing among them, or why there are none
 
   static Evidence None(std::string why) { return {false, {}, std::move(why)}; }
 };
 
-// What the data show of one reading of a text.
+// What the data show for one reading of a text.
 Evidence Investigate(const Case& refusal);
 
 // ---- By subject ------------------------------------------------------------
@@ -82,12 +82,13 @@ Evidence TimerMissing(const Case& refusal);
 
 // ---- What they share -------------------------------------------------------
 
-// Names the new ones among the nodes, as far as there is room; the note says
-// how many there are beyond.
+// Names the new ones among the nodes, at most kMaxNamed; the note says how many
+// more there are.
 void NameNew(const Case& refusal, const std::vector<const lyd_node*>& nodes,
              const char* role, Evidence* evidence);
 
-// The leaf of that name, removed or there; an absent one is no suspect.
+// Adds the leaf of that name, as it is or as it was removed; nothing where
+// neither configuration has it.
 void SuspectLeaf(const Case& refusal, const lyd_node* candidate_parent,
                  const char* leaf, const std::string& role, bool even_unchanged,
                  Evidence* evidence);

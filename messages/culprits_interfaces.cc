@@ -11,8 +11,8 @@ namespace ipav::messages {
 
 namespace {
 
-// A longer name reaches a text cut.
-constexpr std::size_t kLongestToldName = 255;
+// The plug-in cuts a longer name.
+constexpr std::size_t kLongestReportedName = 255;
 
 std::vector<const lyd_node*> L3Of(const DataView& view) {
   const lyd_node* interfaces = view.At(nullptr, {"config", "interface"});
@@ -20,14 +20,15 @@ std::vector<const lyd_node*> L3Of(const DataView& view) {
   return view.Entries(interfaces, "l3");
 }
 
-// Whether a text tells the name so.
-bool IsToldAs(const std::string& name, const std::string& told) {
-  return name == told || (told.size() == kLongestToldName &&
-                          name.compare(0, kLongestToldName, told) == 0);
+// Whether a text that names `reported` can mean the name.
+bool IsReportedAs(const std::string& name, const std::string& reported) {
+  return name == reported ||
+         (reported.size() == kLongestReportedName &&
+          name.compare(0, kLongestReportedName, reported) == 0);
 }
 
-// The VRF, where the commit touched it: an address that stayed is in conflict
-// for that.
+// Adds the VRF where the commit changed it: it can bring an unchanged address
+// into conflict.
 void SuspectChangedVrf(const Case& refusal, const lyd_node* interface,
                        const std::string& name, Evidence* evidence) {
   SuspectLeaf(refusal, interface, "vrf", "VRF of " + name, false, evidence);
@@ -50,7 +51,7 @@ Evidence NumberOfL3(const Case& refusal) {
 Evidence NameOfL3(const Case& refusal) {
   for (const lyd_node* interface : L3Of(refusal.candidate)) {
     const lyd_node* name = refusal.candidate.At(interface, {"name"});
-    if (!IsToldAs(TextOf(name), refusal.Field("name"))) continue;
+    if (!IsReportedAs(TextOf(name), refusal.Field("name"))) continue;
     return {true, {{"name", name}}, ""};
   }
   return {};
@@ -80,7 +81,7 @@ Evidence AddressTwice(const Case& refusal) {
         {count == 1 ? "address" : "same address", leaf});
   }
   if (count < 2) return {};
-  evidence.bears_out = true;
+  evidence.confirms = true;
   if (count > kMaxNamed) {
     evidence.note = "the interface has the address " + std::to_string(count) +
                     " times; the first " + std::to_string(kMaxNamed) +
@@ -118,7 +119,7 @@ Evidence Overlap(const Case& refusal) {
     evidence.suspects.push_back({side.role, address});
   }
   if (!nettypes::ShareAddressSpace(sides[0].vrf, sides[1].vrf)) return {};
-  evidence.bears_out = true;
+  evidence.confirms = true;
   for (const Side& side : sides) {
     SuspectChangedVrf(refusal, side.interface,
                       refusal.Field(side.interface_field), &evidence);

@@ -56,7 +56,7 @@ std::string Dotted(const std::string& address) {
   return printed;
 }
 
-// Rows with the same one are one assignment.
+// Rows with the same key are one assignment.
 std::string KeyOf(const Assignment& assignment) {
   std::string key = assignment.interface.kind;
   for (const std::string& part :
@@ -66,7 +66,7 @@ std::string KeyOf(const Assignment& assignment) {
   return key;
 }
 
-// The assignment of one row; without rows where its interface has no kind.
+// The assignment of one row; it has no rows where the interface has no kind.
 Assignment AssignmentOf(const DataView& view, const lyd_node* entry) {
   const std::vector<std::string> keys = datastore::KeysOf(entry);
   if (keys.size() != kOspfKeys ||
@@ -80,7 +80,7 @@ Assignment AssignmentOf(const DataView& view, const lyd_node* entry) {
   assignment.process_entry =
       view.Entry(view.At(nullptr, {"internal"}), "ospf-index-to-proc-id",
                  {keys[kCompoundId]});
-  // What the table lacks reads as 0 and as nothing.
+  // The plug-in reads 0 and an empty VRF where the table lacks the process.
   const lyd_node* process =
       assignment.process_entry == nullptr
           ? nullptr
@@ -124,14 +124,14 @@ const OspfRow* FindRow(const Assignment& assignment,
   return nullptr;
 }
 
-// Whether a text with process, VRF and area means that assignment.
-bool IsTold(const Case& refusal, const Assignment& assignment) {
+// Whether the process, VRF and area of the text are those of the assignment.
+bool IsMeant(const Case& refusal, const Assignment& assignment) {
   return assignment.process == refusal.Field("process") &&
          assignment.vrf == refusal.Field("vrf") &&
          assignment.area == refusal.Field("area");
 }
 
-// What became of an address that OSPFv2 knows on that interface.
+// Adds what the interface has instead of an address that OSPFv2 knows.
 void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
                            const OspfRow& row, Evidence* evidence) {
   // 1. It has another prefix length.
@@ -160,7 +160,7 @@ void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
   }
 }
 
-// The row, at its prefix length where it is that which differs.
+// Adds the row: its prefix length where only that differs, or its address.
 void SuspectRow(const Case& refusal, const OspfRow& row, bool by_length,
                 Evidence* evidence) {
   const std::size_t known = evidence->suspects.size();
@@ -179,7 +179,7 @@ const lyd_node* InterfaceLeafOf(const Case& refusal, const OspfRow& row) {
   return leaf == nullptr ? row.entry : leaf;
 }
 
-// The row of the running configuration that knew the address, if it is gone.
+// Adds the row that knew the address, if the commit removed it.
 void SuspectRemovedRow(const Case& refusal, const Assignment& assignment,
                        const std::string& prefix, Evidence* evidence) {
   for (const Assignment& before : AssignmentsOf(refusal.running)) {
@@ -193,7 +193,7 @@ void SuspectRemovedRow(const Case& refusal, const Assignment& assignment,
   }
 }
 
-// The VRF of the process, or why there is none.
+// Adds the VRF of the process, or a note that it has none.
 void SuspectProcessVrf(const Case& refusal, const Assignment& assignment,
                        Evidence* evidence) {
   constexpr char kRole[] = "VRF of the process";
@@ -212,7 +212,7 @@ void SuspectProcessVrf(const Case& refusal, const Assignment& assignment,
                    assignment.compound_id;
 }
 
-// Where the text is filled with what the table of processes lacks.
+// Notes that the process of the text is missing in the table of processes.
 void NoteMissingProcess(const Assignment& assignment, Evidence* evidence) {
   if (assignment.process_entry != nullptr || !evidence->note.empty()) return;
   evidence->note =
@@ -235,7 +235,7 @@ std::uint32_t IfIndexOf(const std::string& vlan) {
   return ifindex;
 }
 
-// "4294967295" as texts print it: -1.
+// The number as texts print it: "4294967295" is "-1".
 std::string Signed(const std::string& number) {
   return std::to_string(static_cast<std::int32_t>(
       static_cast<std::uint32_t>(std::strtoul(number.c_str(), nullptr, 10))));
@@ -247,13 +247,14 @@ std::vector<const lyd_node*> Ospfv3RowsOf(const DataView& view) {
   return view.Entries(internal, "ospfv3-interface-l3");
 }
 
-// Whether a row has the index of that VLAN, and the router and area told.
+// Whether a row has the index of that VLAN, and the router and area of the
+// text.
 bool IsRowOfVlan(const Case& refusal, const lyd_node* row) {
   const std::vector<std::string> keys = datastore::KeysOf(row);
   if (keys.size() != kOspfv3Keys) return false;
   const lyd_node* index = refusal.candidate.At(row, {"ospfv3-pm-if-index"});
-  const std::string told = index == nullptr ? "0" : TextOf(index);
-  return told == std::to_string(IfIndexOf(refusal.Field("vlan"))) &&
+  const std::string known = index == nullptr ? "0" : TextOf(index);
+  return known == std::to_string(IfIndexOf(refusal.Field("vlan"))) &&
          Signed(keys[kRouter]) == refusal.Field("router") &&
          keys[kOspfv3Area] == refusal.Field("area") &&
          NumberOfArea(keys[kOspfv3Area]) == refusal.Field("number");
@@ -265,7 +266,7 @@ Evidence OspfAddressRemoved(const Case& refusal) {
   Evidence evidence;
   std::size_t count = 0;
   for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
-    if (!IsTold(refusal, assignment)) continue;
+    if (!IsMeant(refusal, assignment)) continue;
     const OspfRow* row = FindRow(assignment, refusal.Field("prefix"));
     const lyd_node* interface =
         FindInterface(refusal.candidate, assignment.interface);
@@ -281,7 +282,7 @@ Evidence OspfAddressRemoved(const Case& refusal) {
     SuspectRow(refusal, *row, by_length, &evidence);
     NoteMissingProcess(assignment, &evidence);
   }
-  evidence.bears_out = count > 0;
+  evidence.confirms = count > 0;
   if (count > 1) evidence.note = std::to_string(count) + kFits;
   return evidence;
 }
@@ -291,7 +292,7 @@ Evidence OspfAddressAdded(const Case& refusal) {
   Evidence evidence;
   std::size_t count = 0;
   for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
-    if (!IsTold(refusal, assignment) ||
+    if (!IsMeant(refusal, assignment) ||
         FindRow(assignment, prefix) != nullptr) {
       continue;
     }
@@ -309,7 +310,7 @@ Evidence OspfAddressAdded(const Case& refusal) {
     SuspectRemovedRow(refusal, assignment, prefix, &evidence);
     NoteMissingProcess(assignment, &evidence);
   }
-  evidence.bears_out = count > 0;
+  evidence.confirms = count > 0;
   if (count > 1) evidence.note = std::to_string(count) + kFits;
   return evidence;
 }

@@ -212,7 +212,7 @@ Evidence BlackHole(const Case& refusal) {
       SuspectChangedVrfName(refusal, *pair.with_next_hop, &evidence);
     }
   }
-  evidence.bears_out = count > 0;
+  evidence.confirms = count > 0;
   if (count > 1) {
     evidence.note = "the text names no VRF, and " + std::to_string(count) +
                     " VRFs have the prefix twice";
@@ -272,7 +272,7 @@ Evidence OutputWithoutVlan(const Case& refusal) {
     }
   }
   if (count == 0) return {};
-  evidence.bears_out = true;
+  evidence.confirms = true;
   if (count > kMaxNamed) {
     evidence.note = std::to_string(count - kMaxNamed) + " of the " +
                     std::to_string(count) +

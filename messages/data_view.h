@@ -1,5 +1,5 @@
-// One configuration by the names of its nodes, for those who look for what a
-// text is about. A name that the data model does not have is an absent node.
+// Reads one configuration by the names of its nodes. A name that the data model
+// does not have is an absent node. The tree is borrowed.
 #ifndef IPAV_MESSAGES_DATA_VIEW_H_
 #define IPAV_MESSAGES_DATA_VIEW_H_
 
@@ -27,7 +27,8 @@ class DataView {
   const lyd_node* Entry(const lyd_node* parent, const char* list,
                         const std::vector<std::string>& keys) const;
 
-  // What a path of ipav's own leads to, null where that is nothing.
+  // The node at a path as confd::PrintPath() writes it; null when there is
+  // none.
   const lyd_node* AtPath(const std::string& path) const;
 
  private:
@@ -36,7 +37,7 @@ class DataView {
   const datastore::DataTree* tree_;
 };
 
-// Canonical text of a leaf, "" for anything else or for null.
+// The canonical value of a leaf; "" for any other node and for null.
 std::string TextOf(const lyd_node* leaf);
 
 // ---- Interfaces ------------------------------------------------------------
@@ -46,7 +47,7 @@ struct InterfaceName {
   std::string name;
 };
 
-// "l3 core1" as texts name an interface; with '-' for the blank, as tables do.
+// Splits "l3 core1", as texts name an interface, or "l3-core1", as tables do.
 InterfaceName SplitName(const std::string& text, char separator = ' ');
 
 // The entry of an interface, null when there is none.

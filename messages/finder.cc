@@ -63,23 +63,23 @@ class Finder::Search {
     Describe(*readings.front().message, finding);
 
     // The data tell which reading is meant.
-    std::optional<Evidence> borne_out;
+    std::optional<Evidence> confirmed;
     for (const Reading& reading : readings) {
       Evidence evidence = Investigate(
           {running_view_, candidate_view_, diff_, answer.path, reading});
-      if (!evidence.bears_out) {
+      if (!evidence.confirms) {
         if (finding->note.empty()) finding->note = evidence.note;
-      } else if (!borne_out) {
+      } else if (!confirmed) {
         Describe(*reading.message, finding);
-        borne_out = std::move(evidence);
-      } else if (!IsSame(*borne_out, evidence)) {
+        confirmed = std::move(evidence);
+      } else if (!IsSame(*confirmed, evidence)) {
         finding->note =
             "the text can be read in several ways, and the configuration has "
             "nodes for more than one";
         return;
       }
     }
-    if (borne_out) Take(*borne_out, finding);
+    if (confirmed) Take(*confirmed, finding);
   }
 
  private:

@@ -18,10 +18,10 @@ namespace ipav::messages {
 struct Configuration {
   const datastore::DataTree* tree;
   std::string file;                  // as it was named
-  const source::SourceText* source;  // null: of no file
+  const source::SourceText* source;  // null: not read from a file
 };
 
-// Costs nothing before the first refusal.
+// Compares the two configurations at the first refusal, not before.
 class Finder {
  public:
   Finder(Configuration running, Configuration candidate);
@@ -29,10 +29,11 @@ class Finder {
   Finder(const Finder&) = delete;
   Finder& operator=(const Finder&) = delete;
 
-  // Of an answer that is no acceptance.
+  // The finding for an answer that is a refusal.
   Finding Explain(const commit::Answer& answer);
 
-  // Of each refusal among the answers, in their order. An exception is none.
+  // A finding for each refusal among the answers, in their order. An exception
+  // is not a refusal.
   std::vector<Finding> ExplainAll(const commit::Outcome& outcome);
 
  private:
@@ -43,7 +44,7 @@ class Finder {
   std::unique_ptr<Search> search_;
 };
 
-// Whether there is a finding of that answer.
+// Whether ExplainAll() has a finding for that answer.
 bool IsRefusal(const commit::Answer& answer);
 
 }  // namespace ipav::messages

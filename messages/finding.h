@@ -19,8 +19,8 @@ struct Place {
   std::size_t column = 0;   // from 1, in characters (not bytes) of the line
   std::size_t length = 0;   // characters to mark from there, at least 1
   std::string source_line;  // the whole line, without its end
-  // Of a line too long to keep, source_line is only what is around the place.
-  std::size_t skipped = 0;  // characters of the line in front of source_line
+  // source_line is only the part around the place where a line is too long.
+  std::size_t skipped = 0;  // characters of the line before source_line
 };
 
 // A node that a refusal is about. A removed one is in the running configuration
@@ -28,7 +28,7 @@ struct Place {
 struct Culprit {
   std::string role;   // what it is in the refusal: "address", "overlaps with"
   std::string path;   // data path, from the root
-  std::string value;  // as it is written canonically; empty without one
+  std::string value;  // of a leaf, in canonical form; empty for other nodes
   datastore::Novelty novelty = datastore::Novelty::kUnchanged;
   std::optional<Place> place;  // none where the file does not show it
 };
@@ -38,9 +38,9 @@ struct Finding {
   std::string point;  // name of the validation point
   std::string path;   // data path of the node that it judged
 
-  // Of the message: a stable identifier as in "interface-overlap", its title,
-  // its advice, and its heading in docs/messages.md. Empty for a text that
-  // nobody knows.
+  // From the catalogue: a stable identifier such as "interface-overlap", the
+  // title, the advice, and the anchor in docs/messages.md. Empty for a text
+  // that the catalogue does not have.
   std::string rule;
   std::string title;
   std::string advice;

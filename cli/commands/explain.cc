@@ -3,7 +3,7 @@
 
 #include "cli/commands/explain.h"
 
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <CLI/App.hpp>
 #include <algorithm>
@@ -41,24 +41,10 @@ constexpr char kNotes[] =
     "\n"
     "Exit status: 0 explained, 2 a topic is unknown.";
 
-struct ExplainOptions {
-  // Names of points, rules, texts; "-": texts from standard input. None: the
-  // list of points and rules.
-  std::vector<std::string> topics;
-};
-
 using messages::Message;
 using messages::Point;
 using messages::Reading;
 using messages::Text;
-
-std::string Join(const std::vector<std::string>& texts) {
-  std::string joined;
-  for (const std::string& text : texts) {
-    joined += (joined.empty() ? "" : ", ") + text;
-  }
-  return joined;
-}
 
 // ---- A message or a text ---------------------------------------------------
 
@@ -73,7 +59,8 @@ void PrintMessage(const Message& message) {
 
   fmt::print("\n");
   const std::vector<std::string> points = messages::PointsOf(message);
-  if (!points.empty()) PrintWrapped("  Reported by: ", Join(points));
+  if (!points.empty())
+    PrintWrapped("  Reported by: ", fmt::format("{}", fmt::join(points, ", ")));
   fmt::print("  See also: docs/messages.md#{}\n", message.anchor);
 }
 
@@ -88,11 +75,7 @@ std::string ValuesOf(const std::string& field,
       values.push_back(shown);
     }
   }
-  std::string joined;
-  for (const std::string& value : values) {
-    joined += (joined.empty() ? "" : ", or ") + value;
-  }
-  return joined;
+  return fmt::format("{}", fmt::join(values, ", or "));
 }
 
 // A text with what is filled in. All readings are of one text.
@@ -207,13 +190,11 @@ std::vector<std::string> Nearest(const std::string& name) {
 }
 
 void ReportUnknown(const std::string& name) {
+  const std::vector<std::string> nearest = Nearest(name);
   std::string line = "ipav: no validation point, rule or text: " + name;
-  std::string separator = " (nearest: ";
-  for (const std::string& near : Nearest(name)) {
-    line += separator + near;
-    separator = "; ";
+  if (!nearest.empty()) {
+    line += fmt::format(" (nearest: {})", fmt::join(nearest, "; "));
   }
-  if (separator == "; ") line += ")";
   static_cast<void>(std::fprintf(stderr, "%s\n", line.c_str()));
 }
 
@@ -224,9 +205,10 @@ void AddLines(const std::string& text, std::vector<std::string>* names) {
   }
 }
 
-std::vector<std::string> NamesOf(const ExplainOptions& options) {
+// A topic "-" stands for the texts of standard input.
+std::vector<std::string> NamesOf(const std::vector<std::string>& topics) {
   std::vector<std::string> names;
-  for (const std::string& topic : options.topics) {
+  for (const std::string& topic : topics) {
     if (topic == "-") {
       const std::vector<std::string> texts = TextsOfReport(
           datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize));
@@ -253,13 +235,15 @@ std::function<void()> PrinterOf(const Locations& locations,
       [readings = std::move(readings), name] { PrintReadings(readings, name); };
 }
 
-// kBadInput where a topic is unknown; the others are explained all the same.
-ExitStatus Explain(const Locations& locations, const ExplainOptions& options) {
-  if (options.topics.empty()) PrintList();
+// Without topics, lists the names. kBadInput where a topic is unknown; the
+// others are explained all the same.
+ExitStatus Explain(const Locations& locations,
+                   const std::vector<std::string>& topics) {
+  if (topics.empty()) PrintList();
 
   ExitStatus status = kAccepted;
   bool is_first = true;
-  for (const std::string& name : NamesOf(options)) {
+  for (const std::string& name : NamesOf(topics)) {
     const std::function<void()> print = PrinterOf(locations, name);
     if (print == nullptr) {
       ReportUnknown(name);
@@ -287,7 +271,7 @@ std::vector<std::string> TopicNames() {
 Command AddExplain(CLI::App* app, const Locations& locations) {
   struct Values {
     Locations locations;
-    ExplainOptions options;
+    std::vector<std::string> topics;
   };
   const auto values = std::make_shared<Values>(Values{locations, {}});
   CLI::App* command = app->add_subcommand(
@@ -295,13 +279,13 @@ Command AddExplain(CLI::App* app, const Locations& locations) {
   command->footer(kNotes);
   command
       ->add_option(
-          "topic", values->options.topics,
+          "topic", values->topics,
           "Name of a point or a rule, or a text; '-' for texts from standard "
           "input, one a line, such as the output of ipav check")
       ->type_name(kTopic);
   AddYang(command, &values->locations);
   return {command,
-          [values] { return Explain(values->locations, values->options); }};
+          [values] { return Explain(values->locations, values->topics); }};
 }
 
 }  // namespace ipav::cli

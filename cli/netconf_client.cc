@@ -1,20 +1,17 @@
 #include "cli/netconf_client.h"
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstddef>
 #include <string_view>
 #include <system_error>
 
-#include "host/base/c_ptr.h"
 #include "netconf/hello.h"
+#include "netconf/xml.h"
 
 namespace ipav::cli {
 
@@ -28,29 +25,18 @@ constexpr char kNamespace[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
 // An answer to what this client asks is short.
 constexpr std::size_t kMaxReply = std::size_t{1} << 20;
 
-using Document = base::CPtr<xmlDoc, xmlFreeDoc>;
-
-std::string_view Text(const xmlChar* text) {
-  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
-}
-
 // The child element of that name; null where there is none.
 const xmlNode* Child(const xmlNode* parent, std::string_view name) {
-  const xmlNode* child = parent == nullptr ? nullptr : parent->children;
-  while (child != nullptr &&
-         (child->type != XML_ELEMENT_NODE || Text(child->name) != name)) {
-    child = child->next;
+  const xmlNode* child = netconf::FirstElement(parent);
+  while (child != nullptr && netconf::ToView(child->name) != name) {
+    child = netconf::NextElement(child);
   }
   return child;
 }
 
 std::string TextOfChild(const xmlNode& parent, std::string_view name) {
   const xmlNode* child = Child(&parent, name);
-  if (child == nullptr) return "";
-  xmlChar* content = xmlNodeGetContent(child);
-  std::string text(Text(content));
-  xmlFree(content);
-  return text;
+  return child == nullptr ? "" : netconf::ContentOf(child);
 }
 
 base::FileDescriptor Connect(const std::string& path) {
@@ -134,12 +120,9 @@ std::optional<OperationError> NetconfClient::Call(
                                     kNamespace + "\">" + operation + "</rpc>"));
   const std::string reply = Receive();
   // 2. What it says.
-  const Document document(xmlReadMemory(
-      reply.data(), static_cast<int>(reply.size()), "reply", nullptr,
-      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-  const xmlNode* root =
-      document == nullptr ? nullptr : xmlDocGetRootElement(document.get());
-  if (root == nullptr || Text(root->name) != "rpc-reply") {
+  const netconf::XmlDocument document = netconf::ParseXml(reply);
+  const xmlNode* root = netconf::RootOf(document);
+  if (root == nullptr || netconf::ToView(root->name) != "rpc-reply") {
     throw Error("no answer of a NETCONF server");
   }
   const xmlNode* error = Child(root, "rpc-error");

@@ -8,12 +8,12 @@
 // whatever the pieces; at no time more memory than a few messages of the
 // largest size take. The server gets the same messages in chunks, or those
 // before a refusal as far as they were sent on; the client gets what the server
-// sent, in the framing of its hello. An introduction is the first three texts
-// of its bytes, or none, and keeps no more than its connection open.
+// sent, in the framing of its hello. A passed connection is the first three
+// texts of its bytes, or none, and keeps no more than its connection open.
 //
-// Input: a line, and the stream behind it. The line: "marks", "chunks", "guard"
-// or "introduction"; the largest size of a message; how often the stream is
-// repeated; the sizes of the pieces, over and over. Of an introduction the
+// Input: a line, and the stream behind it. The line: "marks", "chunks", "relay"
+// or "passing"; the largest size of a message; how often the stream is
+// repeated; the sizes of the pieces, over and over. Of a passed connection the
 // second word is the number of descriptors that go with it.
 
 #include <fcntl.h>
@@ -38,8 +38,8 @@
 #include "fuzz/support/target.h"
 #include "host/base/file_descriptor.h"
 #include "ipavd/transport/byte_stream.h"
-#include "ipavd/transport/guard.h"
-#include "ipavd/transport/introduction.h"
+#include "ipavd/transport/descriptor_passing.h"
+#include "ipavd/transport/relay.h"
 #include "ipavd/transport/request.h"
 #include "netconf/framing.h"
 #include "netconf/hello.h"
@@ -311,14 +311,14 @@ void RequireAnswers(const std::string& received, std::size_t answered,
   Require(expected.rfind(received, 0) == 0, "other answers for the client");
 }
 
-void CheckGuard(const Input& input) {
+void CheckRelay(const Input& input) {
   const Session expected = PlainSession(input);
   Client client(input);
   Server server;
   transport::Limits limits;
   limits.max_message = input.limit;
   limits.idle = base::kNoTimeLimit;
-  const std::string reason = transport::Guard(&client, &server, limits).Run();
+  const std::string reason = transport::Relay(&client, &server, limits).Run();
   Require(reason.empty() ==
               !(expected.stream.is_refused || expected.stream.has_part),
           "a client dropped, or not");
@@ -329,7 +329,7 @@ void CheckGuard(const Input& input) {
   RequireAnswers(client.received(), server.answered(), expected.framing);
 }
 
-// ---- Introductions ---------------------------------------------------------
+// ---- Descriptor passing ----------------------------------------------------
 
 constexpr std::size_t kMaxDescriptors = 4;
 
@@ -361,10 +361,10 @@ void SendWithDescriptors(int socket, std::string bytes, std::size_t count) {
     std::memcpy(CMSG_DATA(header), descriptors.data(), count * sizeof(int));
   }
   Require(sendmsg(socket, &message, MSG_NOSIGNAL) >= 0,
-          "an introduction that cannot be sent");
+          "a connection that cannot be sent");
 }
 
-void CheckIntroduction(const Input& input) {
+void CheckPassing(const Input& input) {
   std::array<int, 2> ends{};
   Require(
       socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0,
@@ -377,19 +377,18 @@ void CheckIntroduction(const Input& input) {
   SendWithDescriptors(client.get(), bytes, count);
   const std::size_t before = OpenDescriptors();
   {
-    const auto introduction = transport::ReceiveIntroduction(server.get());
-    if (introduction.has_value()) {
+    const auto passed = transport::ReceiveConnection(server.get());
+    if (passed.has_value()) {
       Require(count > 0, "a connection out of nowhere");
-      const std::string texts = introduction->transport + '\0' +
-                                introduction->user + '\0' + introduction->host +
-                                '\0';
-      Require(bytes.rfind(texts, 0) == 0, "another introduction");
-      Require(fcntl(introduction->connection.get(), F_GETFD) >= 0,
+      const std::string texts =
+          passed->transport + '\0' + passed->user + '\0' + passed->host + '\0';
+      Require(bytes.rfind(texts, 0) == 0, "another connection");
+      Require(fcntl(passed->connection.get(), F_GETFD) >= 0,
               "a connection that is not open");
     } else {
       Require(count == 0 || std::count(bytes.begin(), bytes.end(), '\0') < 3 ||
                   bytes.size() > std::size_t{3} * 513,
-              "an introduction that is not seen");
+              "a connection that is not seen");
     }
   }
   Require(OpenDescriptors() == before, "descriptors that stay open");
@@ -398,8 +397,8 @@ void CheckIntroduction(const Input& input) {
 void Check(const Input& input) {
   if (input.mode == "marks") CheckFraming(input, Framing::kEndOfMessage);
   if (input.mode == "chunks") CheckFraming(input, Framing::kChunked);
-  if (input.mode == "guard") CheckGuard(input);
-  if (input.mode == "introduction") CheckIntroduction(input);
+  if (input.mode == "relay") CheckRelay(input);
+  if (input.mode == "passing") CheckPassing(input);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/base/time_limit.h"
-#include "ipavd/transport/guard.h"
+#include "ipavd/transport/relay.h"
 
 namespace ipav::server {
 

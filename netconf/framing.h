@@ -1,5 +1,5 @@
-// Messages out of a stream of bytes and back, as RFC 6242 frames them, whatever
-// the stream is carried by.
+// Splits a stream of bytes into messages, and frames messages, as RFC 6242
+// says. It does not matter what carries the stream.
 #ifndef IPAV_NETCONF_FRAMING_H_
 #define IPAV_NETCONF_FRAMING_H_
 
@@ -12,36 +12,36 @@
 namespace ipav::netconf {
 
 enum class Framing {
-  kEndOfMessage,  // NETCONF 1.0, and every hello: "]]>]]>" behind a message
+  kEndOfMessage,  // NETCONF 1.0, and every hello: "]]>]]>" after a message
   kChunked,       // NETCONF 1.1: "\n#LENGTH\n" before a chunk, "\n##\n" last
 };
 
 // Chunks cannot carry an empty message.
 std::string Frame(Framing framing, std::string_view message);
 
-// What came is no framing, or is too long. Nobody knows where the next message
-// begins: the stream is of no more use.
+// The framing is wrong, or a message is too long. The stream cannot be used any
+// more, since it is unknown where the next message begins.
 class FramingError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Takes bytes as they come and gives whole messages.
+// Turns bytes, in pieces of any size, into whole messages.
 class Deframer {
  public:
-  // No message may be larger than that.
+  // No message may be larger than `max_message` bytes.
   explicit Deframer(std::size_t max_message) : max_message_(max_message) {}
 
-  // Of what was not yet given by Next().
+  // They hold for all bytes that Next() has not returned yet.
   void set_framing(Framing framing) { framing_ = framing; }
   void set_max_message(std::size_t size) { max_message_ = size; }
 
   void Add(std::string_view bytes);
 
-  // The next message, if it came in whole. Throws FramingError.
+  // The next message, if all of it is there. Throws FramingError.
   std::optional<std::string> Next();
 
-  // Whether part of a message came that Next() did not give.
+  // Whether there are bytes of a message that is not complete.
   bool has_part() const {
     return !rest().empty() || !message_.empty() || chunk_left_ > 0;
   }
@@ -52,7 +52,7 @@ class Deframer {
   bool ReadHeader();
   void CheckSize(std::size_t size) const;
 
-  // What of the bytes is not yet part of a message.
+  // The bytes that are not part of a message yet.
   std::string_view rest() const {
     return std::string_view{bytes_}.substr(taken_);
   }
@@ -61,11 +61,11 @@ class Deframer {
   Framing framing_ = Framing::kEndOfMessage;
   std::size_t max_message_;
   std::string bytes_;
-  std::size_t taken_ = 0;       // of them
-  std::size_t searched_ = 0;    // of the rest, for a mark
+  std::size_t taken_ = 0;       // bytes that are used up
+  std::size_t searched_ = 0;    // bytes of the rest without a mark
   std::string message_;         // its chunks so far
-  std::size_t chunk_left_ = 0;  // bytes of the chunk that are to come
-  bool is_whole_ = false;       // the end of chunks came
+  std::size_t chunk_left_ = 0;  // bytes of the chunk that are still missing
+  bool is_whole_ = false;       // the end of the chunks is there
 };
 
 }  // namespace ipav::netconf

@@ -1,11 +1,8 @@
 #include "netconf/hello.h"
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
-#include <climits>
-#include <memory>
 #include <set>
+
+#include "netconf/xml.h"
 
 namespace ipav::netconf {
 
@@ -15,50 +12,29 @@ constexpr char kNamespace[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
 constexpr char kBase10[] = "urn:ietf:params:netconf:base:1.0";
 constexpr char kBase11[] = "urn:ietf:params:netconf:base:1.1";
 
-struct DocumentDeleter {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
-
-std::string_view Text(const xmlChar* text) {
-  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
-}
-
 bool Is(const xmlNode& node, std::string_view name) {
-  return node.type == XML_ELEMENT_NODE && Text(node.name) == name &&
-         node.ns != nullptr && Text(node.ns->href) == kNamespace;
+  return ToView(node.name) == name && node.ns != nullptr &&
+         ToView(node.ns->href) == kNamespace;
 }
 
-std::string ContentOf(const xmlNode& node) {
-  xmlChar* content = xmlNodeGetContent(&node);
-  std::string text(Text(content));
-  xmlFree(content);
+std::string Trimmed(const std::string& text) {
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   if (first == std::string::npos) return "";
   return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
 }
 
-Document Parse(std::string_view text) {
-  if (text.size() > INT_MAX) return nullptr;
-  Document document(xmlReadMemory(
-      text.data(), static_cast<int>(text.size()), "hello", nullptr,
-      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-  // A client has no use for entities, and others only for harm.
-  if (document != nullptr && document->intSubset != nullptr) return nullptr;
-  return document;
-}
-
 std::set<std::string> CapabilitiesIn(const xmlNode& hello) {
   std::set<std::string> capabilities;
-  for (const xmlNode* part = hello.children; part != nullptr;
-       part = part->next) {
+  for (const xmlNode* part = FirstElement(&hello); part != nullptr;
+       part = NextElement(part)) {
     if (Is(*part, "session-id")) {
       throw HelloError("the hello of a client has a session-id");
     }
     if (!Is(*part, "capabilities")) continue;
-    for (const xmlNode* node = part->children; node != nullptr;
-         node = node->next) {
-      if (Is(*node, "capability")) capabilities.insert(ContentOf(*node));
+    for (const xmlNode* node = FirstElement(part); node != nullptr;
+         node = NextElement(node)) {
+      if (Is(*node, "capability"))
+        capabilities.insert(Trimmed(ContentOf(node)));
     }
   }
   return capabilities;
@@ -67,12 +43,14 @@ std::set<std::string> CapabilitiesIn(const xmlNode& hello) {
 }  // namespace
 
 Framing FramingAfter(std::string_view hello) {
-  const Document document = Parse(hello);
-  const xmlNode* root =
-      document == nullptr ? nullptr : xmlDocGetRootElement(document.get());
-  if (root == nullptr || !Is(*root, "hello")) {
+  // 1. A hello without a document type: entities only do harm here.
+  const XmlDocument document = ParseXml(hello);
+  const xmlNode* root = RootOf(document);
+  if (root == nullptr || document->intSubset != nullptr ||
+      !Is(*root, "hello")) {
     throw HelloError("the first message is no hello");
   }
+  // 2. The newest version that both sides have.
   const std::set<std::string> capabilities = CapabilitiesIn(*root);
   if (capabilities.count(kBase11) != 0) return Framing::kChunked;
   if (capabilities.count(kBase10) != 0) return Framing::kEndOfMessage;

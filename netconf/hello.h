@@ -15,11 +15,12 @@ class HelloError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The framing of all that follows, from what the client can. Throws HelloError
-// for what is no hello of a client, or has no version in common with us.
+// Returns the framing of everything after the hello of a client. Throws
+// HelloError when it is not a client's hello, or names no version that we
+// speak.
 Framing FramingAfter(std::string_view hello);
 
-// A hello of a client of NETCONF 1.1.
+// The hello that a client of NETCONF 1.1 sends.
 std::string ClientHello();
 
 }  // namespace ipav::netconf

@@ -99,7 +99,7 @@ NetconfClient& NetconfServer::Client(std::size_t number) {
   const auto [entry, is_new] = clients_.try_emplace(number);
   NetconfClient& client = entry->second;
   if (!is_new) return client;
-  service_->LetIn({"unix", "fuzz", "", client.TakeServerEnd()});
+  service_->AddSession({"unix", "fuzz", "", client.TakeServerEnd()});
   Require(service_->sessions().all().size() <= kMaxSessions,
           "too many sessions");
   if (!service_->sessions().all().empty()) {

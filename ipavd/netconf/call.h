@@ -1,6 +1,6 @@
 // One operation that a client asks for, and what is there to do it with.
-#ifndef IPAV_SERVER_NETCONF_CALL_H_
-#define IPAV_SERVER_NETCONF_CALL_H_
+#ifndef IPAV_IPAVD_NETCONF_CALL_H_
+#define IPAV_IPAVD_NETCONF_CALL_H_
 
 #include <libyang/libyang.h>
 
@@ -58,4 +58,4 @@ NC_WD_MODE DefaultsOf(const Call& call);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_CALL_H_
+#endif  // IPAV_IPAVD_NETCONF_CALL_H_

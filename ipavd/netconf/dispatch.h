@@ -1,6 +1,6 @@
 // Which function does which operation.
-#ifndef IPAV_SERVER_NETCONF_DISPATCH_H_
-#define IPAV_SERVER_NETCONF_DISPATCH_H_
+#ifndef IPAV_IPAVD_NETCONF_DISPATCH_H_
+#define IPAV_IPAVD_NETCONF_DISPATCH_H_
 
 #include "ipavd/netconf/call.h"
 
@@ -13,4 +13,4 @@ void RegisterOperations(const ly_ctx* context);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_DISPATCH_H_
+#endif  // IPAV_IPAVD_NETCONF_DISPATCH_H_

@@ -1,8 +1,8 @@
 // rpc-errors as the NETCONF library has them. It takes what a tag asks for as
 // variable arguments, and a missing one ends the process: hence one function
 // for each tag, which asks for it by name.
-#ifndef IPAV_SERVER_NETCONF_ERRORS_H_
-#define IPAV_SERVER_NETCONF_ERRORS_H_
+#ifndef IPAV_IPAVD_NETCONF_ERRORS_H_
+#define IPAV_IPAVD_NETCONF_ERRORS_H_
 
 #include <libyang/libyang.h>
 #include <nc_server.h>
@@ -46,4 +46,4 @@ lyd_node* ToTree(const ly_ctx* context, const store::RpcError& error);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_ERRORS_H_
+#endif  // IPAV_IPAVD_NETCONF_ERRORS_H_

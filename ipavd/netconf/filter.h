@@ -1,6 +1,6 @@
 // The filter of get and get-config (RFC 6241, sections 6 and 8.9).
-#ifndef IPAV_SERVER_NETCONF_FILTER_H_
-#define IPAV_SERVER_NETCONF_FILTER_H_
+#ifndef IPAV_IPAVD_NETCONF_FILTER_H_
+#define IPAV_IPAVD_NETCONF_FILTER_H_
 
 #include <libyang/libyang.h>
 
@@ -32,4 +32,4 @@ class Filter {
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_FILTER_H_
+#endif  // IPAV_IPAVD_NETCONF_FILTER_H_

@@ -1,6 +1,6 @@
 // The NETCONF library, which has one state for the whole process.
-#ifndef IPAV_SERVER_NETCONF_LIBRARY_H_
-#define IPAV_SERVER_NETCONF_LIBRARY_H_
+#ifndef IPAV_IPAVD_NETCONF_LIBRARY_H_
+#define IPAV_IPAVD_NETCONF_LIBRARY_H_
 
 #include <libyang/libyang.h>
 
@@ -18,4 +18,4 @@ class Library {
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_LIBRARY_H_
+#endif  // IPAV_IPAVD_NETCONF_LIBRARY_H_

@@ -2,8 +2,8 @@
 // Apart from the model's own context, since the NETCONF library keeps functions
 // where the host keeps what it knows of a node, and since the plug-in must see
 // the same model here as in ipav check.
-#ifndef IPAV_SERVER_NETCONF_MESSAGE_CONTEXT_H_
-#define IPAV_SERVER_NETCONF_MESSAGE_CONTEXT_H_
+#ifndef IPAV_IPAVD_NETCONF_MESSAGE_CONTEXT_H_
+#define IPAV_IPAVD_NETCONF_MESSAGE_CONTEXT_H_
 
 #include <libyang/libyang.h>
 
@@ -29,4 +29,4 @@ std::string ContentId(const ly_ctx* context);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_MESSAGE_CONTEXT_H_
+#endif  // IPAV_IPAVD_NETCONF_MESSAGE_CONTEXT_H_

@@ -108,7 +108,7 @@ void AddCounters(const std::string& path, const Counters& counters,
 
 void AddSessions(const Sessions& sessions, Writer* writer) {
   for (const auto& session : sessions.all()) {
-    const transport::Introduction& client = session->client();
+    const transport::PassedConnection& client = session->client();
     const std::string path = std::string(kState) +
                              "/sessions/session[session-id='" +
                              std::to_string(session->id()) + "']";

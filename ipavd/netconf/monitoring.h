@@ -1,7 +1,7 @@
 // What the server tells of itself: /netconf-state (RFC 6022) and the YANG
 // library (RFC 8525).
-#ifndef IPAV_SERVER_NETCONF_MONITORING_H_
-#define IPAV_SERVER_NETCONF_MONITORING_H_
+#ifndef IPAV_IPAVD_NETCONF_MONITORING_H_
+#define IPAV_IPAVD_NETCONF_MONITORING_H_
 
 #include "ipavd/netconf/call.h"
 #include "ipavd/store/edit_config.h"
@@ -13,4 +13,4 @@ store::Nodes StateData(const Environment& environment);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_MONITORING_H_
+#endif  // IPAV_IPAVD_NETCONF_MONITORING_H_

@@ -1,6 +1,6 @@
 // The operations of the server, each a function of its name.
-#ifndef IPAV_SERVER_NETCONF_OPERATIONS_H_
-#define IPAV_SERVER_NETCONF_OPERATIONS_H_
+#ifndef IPAV_IPAVD_NETCONF_OPERATIONS_H_
+#define IPAV_IPAVD_NETCONF_OPERATIONS_H_
 
 #include "ipavd/netconf/call.h"
 #include "ipavd/netconf/reply.h"
@@ -35,4 +35,4 @@ Reply GetSchema(const Call& call);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_OPERATIONS_H_
+#endif  // IPAV_IPAVD_NETCONF_OPERATIONS_H_

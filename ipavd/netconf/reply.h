@@ -1,6 +1,6 @@
 // Answers to operations.
-#ifndef IPAV_SERVER_NETCONF_REPLY_H_
-#define IPAV_SERVER_NETCONF_REPLY_H_
+#ifndef IPAV_IPAVD_NETCONF_REPLY_H_
+#define IPAV_IPAVD_NETCONF_REPLY_H_
 
 #include <libyang/libyang.h>
 #include <nc_server.h>
@@ -50,4 +50,4 @@ Reply Answer(const lyd_node& rpc, const std::vector<store::RpcError>& errors);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_REPLY_H_
+#endif  // IPAV_IPAVD_NETCONF_REPLY_H_

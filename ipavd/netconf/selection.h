@@ -1,6 +1,6 @@
 // Some nodes of a tree, and a copy of them.
-#ifndef IPAV_SERVER_NETCONF_SELECTION_H_
-#define IPAV_SERVER_NETCONF_SELECTION_H_
+#ifndef IPAV_IPAVD_NETCONF_SELECTION_H_
+#define IPAV_IPAVD_NETCONF_SELECTION_H_
 
 #include <libyang/libyang.h>
 
@@ -32,4 +32,4 @@ store::Nodes Join(store::Nodes nodes, store::Nodes others);
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_SELECTION_H_
+#endif  // IPAV_IPAVD_NETCONF_SELECTION_H_

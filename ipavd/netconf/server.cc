@@ -22,12 +22,12 @@ using transport::Severity;
 }  // namespace
 
 Server::Server(const datastore::Model& model, const ServerOptions& options,
-               store::Datastores* datastores, transport::Doorman* doorman)
+               store::Datastores* datastores, transport::Acceptor* acceptor)
     : once_(options.once),
       context_(MakeMessageContext(model, options.yang_dir)),
       library_(context_.get()),
       datastores_(*datastores),
-      doorman_(*doorman),
+      acceptor_(*acceptor),
       service_(context_.get(), datastores, options.max_sessions) {}
 
 void Server::Run(const transport::Signals& signals) {
@@ -37,7 +37,7 @@ void Server::Run(const transport::Signals& signals) {
     HandleSignals(signals);
     if (is_over_) break;
     datastores_.CheckTime();
-    LetIn();
+    AcceptClient();
     service_.Poll();
     if (once_ && service_.has_ended()) is_over_ = true;
     LogNotices();
@@ -48,7 +48,7 @@ void Server::Run(const transport::Signals& signals) {
 
 void Server::Wait(const transport::Signals& signals) {
   std::vector<pollfd> fds{{signals.fd(), POLLIN, 0},
-                          {doorman_.control(), POLLIN, 0}};
+                          {acceptor_.control(), POLLIN, 0}};
   for (const auto& session : service_.sessions().all()) {
     fds.push_back({session->fd(), POLLIN, 0});
   }
@@ -69,16 +69,16 @@ int Server::TimeToWait() const {
 void Server::HandleSignals(const transport::Signals& signals) {
   for (const int number : signals.Take()) {
     if (number == SIGTERM || number == SIGINT) is_over_ = true;
-    if (number == SIGHUP) doorman_.Reload();
+    if (number == SIGHUP) acceptor_.Reload();
   }
-  if (!is_over_ && !doorman_.is_alive()) {
+  if (!is_over_ && !acceptor_.is_alive()) {
     throw std::runtime_error("the process that lets clients in has ended");
   }
 }
 
-void Server::LetIn() {
-  auto client = transport::ReceiveIntroduction(doorman_.control());
-  if (client.has_value()) service_.LetIn(*std::move(client));
+void Server::AcceptClient() {
+  auto client = transport::ReceiveConnection(acceptor_.control());
+  if (client.has_value()) service_.AddSession(*std::move(client));
 }
 
 void Server::LogNotices() {

@@ -1,7 +1,7 @@
 // A NETCONF server: sessions of clients over datastores. One thread, which
 // waits for no client; only a commit, for its plug-in, is waited for.
-#ifndef IPAV_SERVER_NETCONF_SERVER_H_
-#define IPAV_SERVER_NETCONF_SERVER_H_
+#ifndef IPAV_IPAVD_NETCONF_SERVER_H_
+#define IPAV_IPAVD_NETCONF_SERVER_H_
 
 #include <cstddef>
 #include <string>
@@ -10,7 +10,7 @@
 #include "ipavd/netconf/message_context.h"
 #include "ipavd/netconf/service.h"
 #include "ipavd/store/datastores.h"
-#include "ipavd/transport/doorman.h"
+#include "ipavd/transport/acceptor.h"
 #include "ipavd/transport/signals.h"
 
 namespace ipav::netconf {
@@ -26,7 +26,7 @@ class Server {
   // One in a process, since the NETCONF library has one state for all. All
   // arguments are borrowed. Throws std::runtime_error.
   Server(const datastore::Model& model, const ServerOptions& options,
-         store::Datastores* datastores, transport::Doorman* doorman);
+         store::Datastores* datastores, transport::Acceptor* acceptor);
   ~Server() = default;
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -41,18 +41,18 @@ class Server {
   void Wait(const transport::Signals& signals);
   int TimeToWait() const;
   void HandleSignals(const transport::Signals& signals);
-  void LetIn();
+  void AcceptClient();
   void LogNotices();
 
   const bool once_;
   const MessageContext context_;
   const Library library_;
   store::Datastores& datastores_;
-  transport::Doorman& doorman_;
+  transport::Acceptor& acceptor_;
   Service service_;
   bool is_over_ = false;
 };
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_SERVER_H_
+#endif  // IPAV_IPAVD_NETCONF_SERVER_H_

@@ -20,7 +20,7 @@ Service::Service(ly_ctx* context, store::Datastores* datastores,
     : max_sessions_(max_sessions),
       environment_{context, *datastores, sessions_, std::time(nullptr), {}} {}
 
-void Service::LetIn(transport::Introduction client) {
+void Service::AddSession(transport::PassedConnection client) {
   const std::string name = client.transport + " " + client.user +
                            (client.host.empty() ? "" : "@" + client.host);
   if (sessions_.all().size() >= max_sessions_) {

@@ -1,7 +1,7 @@
 // All sessions of a server over its datastores, whoever brings the clients and
 // waits for them. A Library must be there.
-#ifndef IPAV_SERVER_NETCONF_SERVICE_H_
-#define IPAV_SERVER_NETCONF_SERVICE_H_
+#ifndef IPAV_IPAVD_NETCONF_SERVICE_H_
+#define IPAV_IPAVD_NETCONF_SERVICE_H_
 
 #include <libyang/libyang.h>
 
@@ -10,7 +10,7 @@
 #include "ipavd/netconf/call.h"
 #include "ipavd/netconf/session.h"
 #include "ipavd/store/datastores.h"
-#include "ipavd/transport/introduction.h"
+#include "ipavd/transport/descriptor_passing.h"
 
 namespace ipav::netconf {
 
@@ -25,7 +25,7 @@ class Service {
 
   // Begins a session, whose client has sent its hello. The log tells of one
   // that is refused.
-  void LetIn(transport::Introduction client);
+  void AddSession(transport::PassedConnection client);
 
   // Answers what has come, at most one message of each session. Waits for none.
   void Poll();
@@ -56,4 +56,4 @@ class Service {
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_SERVICE_H_
+#endif  // IPAV_IPAVD_NETCONF_SERVICE_H_

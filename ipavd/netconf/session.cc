@@ -6,7 +6,7 @@
 
 namespace ipav::netconf {
 
-Session::Session(transport::Introduction client, void* data)
+Session::Session(transport::PassedConnection client, void* data)
     : client_(std::move(client)), login_time_(std::time(nullptr)) {
   // The hello of a client is there already: nothing is waited for.
   if (nc_accept_inout(fd(), fd(), client_.user.c_str(), &handle_) !=
@@ -35,7 +35,7 @@ Sessions::~Sessions() {
   nc_ps_free(poll_set_);
 }
 
-Session& Sessions::Add(transport::Introduction client, void* data) {
+Session& Sessions::Add(transport::PassedConnection client, void* data) {
   auto session = std::make_unique<Session>(std::move(client), data);
   if (nc_ps_add_session(poll_set_, session->handle()) != 0) {
     throw std::runtime_error("a session cannot be kept");

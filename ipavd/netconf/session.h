@@ -1,6 +1,6 @@
 // One client's session, and all there are.
-#ifndef IPAV_SERVER_NETCONF_SESSION_H_
-#define IPAV_SERVER_NETCONF_SESSION_H_
+#ifndef IPAV_IPAVD_NETCONF_SESSION_H_
+#define IPAV_IPAVD_NETCONF_SESSION_H_
 
 #include <nc_server.h>
 
@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ipavd/store/datastores.h"
-#include "ipavd/transport/introduction.h"
+#include "ipavd/transport/descriptor_passing.h"
 
 namespace ipav::netconf {
 
@@ -27,7 +27,7 @@ class Session {
  public:
   // The greeting of a client that was introduced. Throws std::runtime_error.
   // Borrowed as long as the session: the data of the library's session.
-  Session(transport::Introduction client, void* data);
+  Session(transport::PassedConnection client, void* data);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -35,7 +35,7 @@ class Session {
   store::SessionId id() const { return nc_session_get_id(handle_); }
   int fd() const { return client_.connection.get(); }
   nc_session* handle() const { return handle_; }
-  const transport::Introduction& client() const { return client_; }
+  const transport::PassedConnection& client() const { return client_; }
   std::time_t login_time() const { return login_time_; }
 
   // From the next poll on it is over, with an answer under way before.
@@ -45,7 +45,7 @@ class Session {
   Counters counters;
 
  private:
-  transport::Introduction client_;
+  transport::PassedConnection client_;
   nc_session* handle_ = nullptr;
   std::time_t login_time_;
 };
@@ -58,7 +58,7 @@ class Sessions {
   Sessions& operator=(const Sessions&) = delete;
 
   // Throws std::runtime_error where there is no greeting.
-  Session& Add(transport::Introduction client, void* data);
+  Session& Add(transport::PassedConnection client, void* data);
 
   // Null where there is none.
   Session* Find(store::SessionId id) const;
@@ -76,4 +76,4 @@ class Sessions {
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_SESSION_H_
+#endif  // IPAV_IPAVD_NETCONF_SESSION_H_

@@ -1,6 +1,6 @@
 // Subtree filtering (RFC 6241, section 6).
-#ifndef IPAV_SERVER_NETCONF_SUBTREE_FILTER_H_
-#define IPAV_SERVER_NETCONF_SUBTREE_FILTER_H_
+#ifndef IPAV_IPAVD_NETCONF_SUBTREE_FILTER_H_
+#define IPAV_IPAVD_NETCONF_SUBTREE_FILTER_H_
 
 #include <libyang/libyang.h>
 
@@ -15,4 +15,4 @@ void SelectSubtrees(const lyd_node* tree, const lyd_node* filter,
 
 }  // namespace ipav::netconf
 
-#endif  // IPAV_SERVER_NETCONF_SUBTREE_FILTER_H_
+#endif  // IPAV_IPAVD_NETCONF_SUBTREE_FILTER_H_

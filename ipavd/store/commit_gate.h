@@ -1,7 +1,7 @@
 // The one road into the running configuration: the model's own tests, and then
 // the commit engine, as ipav check runs it. Every door leads through it.
-#ifndef IPAV_SERVER_STORE_COMMIT_GATE_H_
-#define IPAV_SERVER_STORE_COMMIT_GATE_H_
+#ifndef IPAV_IPAVD_STORE_COMMIT_GATE_H_
+#define IPAV_IPAVD_STORE_COMMIT_GATE_H_
 
 #include <functional>
 #include <memory>
@@ -67,4 +67,4 @@ class CommitGate {
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_COMMIT_GATE_H_
+#endif  // IPAV_IPAVD_STORE_COMMIT_GATE_H_

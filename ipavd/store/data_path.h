@@ -1,7 +1,7 @@
 // Paths of data nodes, as error-path has them: libyang's, with the names of
 // modules for prefixes.
-#ifndef IPAV_SERVER_STORE_DATA_PATH_H_
-#define IPAV_SERVER_STORE_DATA_PATH_H_
+#ifndef IPAV_IPAVD_STORE_DATA_PATH_H_
+#define IPAV_IPAVD_STORE_DATA_PATH_H_
 
 #include <libyang/libyang.h>
 
@@ -25,4 +25,4 @@ std::string PathOf(const datastore::Model& model, const std::string& text);
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_DATA_PATH_H_
+#endif  // IPAV_IPAVD_STORE_DATA_PATH_H_

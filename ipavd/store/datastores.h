@@ -9,8 +9,8 @@
 //
 // Nothing gets into running but through the commit gate. One thread at a time.
 // The model and the folder are borrowed.
-#ifndef IPAV_SERVER_STORE_DATASTORES_H_
-#define IPAV_SERVER_STORE_DATASTORES_H_
+#ifndef IPAV_IPAVD_STORE_DATASTORES_H_
+#define IPAV_IPAVD_STORE_DATASTORES_H_
 
 #include <libyang/libyang.h>
 
@@ -190,4 +190,4 @@ class Datastores {
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_DATASTORES_H_
+#endif  // IPAV_IPAVD_STORE_DATASTORES_H_

@@ -1,6 +1,6 @@
 // The attributes of one element of an edit.
-#ifndef IPAV_SERVER_STORE_EDIT_ATTRIBUTES_H_
-#define IPAV_SERVER_STORE_EDIT_ATTRIBUTES_H_
+#ifndef IPAV_IPAVD_STORE_EDIT_ATTRIBUTES_H_
+#define IPAV_IPAVD_STORE_EDIT_ATTRIBUTES_H_
 
 #include <libxml/tree.h>
 
@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "ipavd/store/edit_config.h"
+#include "ipavd/store/edit_operation.h"
 #include "ipavd/store/rpc_error.h"
 
 namespace ipav::store {
@@ -19,10 +19,10 @@ struct EditAttributes {
   std::optional<Operation> operation;
   std::optional<Insertion> insert;    // lists ordered by the user
   std::optional<std::string> anchor;  // for kBefore and kAfter: key or value
-  bool is_default = false;            // RFC 6243: it is there by default only
+  bool is_default = false;            // RFC 6243: the default value
 };
 
-// What kind of node the element is.
+// Which attributes the element may have.
 struct AttributeRules {
   bool operation = true;
   bool insert = false;  // and "value", or for a list "key"
@@ -30,11 +30,11 @@ struct AttributeRules {
   bool is_default = false;  // a leaf with a default value
 };
 
-// Reads them all. The error, if any, has no path yet.
+// Reads all attributes. The error, if any, has no path yet.
 std::optional<RpcError> ReadAttributes(const xmlNode* element,
                                        const AttributeRules& rules,
                                        EditAttributes* attributes);
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_EDIT_ATTRIBUTES_H_
+#endif  // IPAV_IPAVD_STORE_EDIT_ATTRIBUTES_H_

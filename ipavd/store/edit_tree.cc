@@ -8,7 +8,7 @@ namespace ipav::store {
 
 namespace {
 
-// Lists have one to three keys; none has more than this.
+// Far more keys than any list has.
 constexpr std::size_t kMaxKeys = 16;
 
 const lysc_node* DataParentOf(const lysc_node* schema) {
@@ -25,8 +25,9 @@ bool IsWithin(const lysc_node* schema, const lysc_node& branch) {
   return schema != nullptr;
 }
 
-// libyang adds nothing to a plain container that it made itself and that is
-// there by default; what an edit took from it would stay away.
+// Clears the default marks of plain containers. libyang adds no default nodes
+// to a container with that mark, so that one which an edit deleted there would
+// stay away.
 void TakeForConfigured(lyd_node* siblings) {
   for (lyd_node* node = siblings; node != nullptr; node = node->next) {
     if (IsPlainContainer(*node->schema)) {
@@ -100,7 +101,8 @@ lyd_node* EditTree::FindValue(lyd_node* parent, const lysc_node& leaf_list,
   return found;
 }
 
-// An entry that is in no tree. libyang makes it below its parent only.
+// Makes an entry that is not part of the tree. libyang can only make it below
+// its parent.
 lyd_node* EditTree::NewEntry(lyd_node* parent, const lysc_node& list,
                              const std::vector<std::string>& keys) {
   std::array<const char*, kMaxKeys> text{};
@@ -108,7 +110,7 @@ lyd_node* EditTree::NewEntry(lyd_node* parent, const lysc_node& list,
   std::transform(keys.begin(), keys.end(), text.begin(),
                  [](const std::string& key) { return key.c_str(); });
   lyd_node* entry = nullptr;
-  // It takes as many of them as the list has keys.
+  // lyd_new_list() reads as many arguments as the list has keys.
   if (lyd_new_list(parent, list.module, list.name, 0, &entry, text[0], text[1],
                    text[2], text[3], text[4], text[5], text[6], text[7],
                    text[8], text[9], text[10], text[11], text[12], text[13],
@@ -175,8 +177,8 @@ lyd_node* EditTree::AddTerm(lyd_node* parent, const lysc_node& schema,
 
 lyd_node* EditTree::AddAny(lyd_node* parent, const lysc_node& schema,
                            const std::string& xml) {
-  // As part of a document: lyd_new_any() does not give back what it has read of
-  // a value that it refuses.
+  // Parsed as part of a document, since lyd_new_any() leaks memory when it
+  // refuses a value.
   const std::string name = std::string("any:") + schema.name;
   const std::string text = "<" + name + " xmlns:any=\"" + schema.module->ns +
                            "\">" + xml + "</" + name + ">";
@@ -214,7 +216,7 @@ void EditTree::RemoveCase(lyd_node* parent, const lysc_node& branch) {
 }
 
 void EditTree::RemoveRivals(lyd_node* parent, const lysc_node& schema) {
-  // 1. Cases, of all choices between the node and its parent.
+  // 1. The other cases of all choices between the node and its parent.
   const lysc_node* end = DataParentOf(&schema);
   for (const lysc_node* node = schema.parent; node != end;
        node = node->parent) {
@@ -267,7 +269,8 @@ void EditTree::RemoveConditionalDefaults(lyd_node* parent) {
 }
 
 bool EditTree::AddDefaults(const ly_ctx* context) {
-  // libyang adds what a "when" allows, but leaves what it no longer does.
+  // libyang adds default nodes whose "when" is true, but keeps those whose
+  // "when" has become false.
   RemoveConditionalDefaults(nullptr);
   lyd_node* nodes = nodes_.release();
   TakeForConfigured(nodes);

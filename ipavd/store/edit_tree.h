@@ -1,16 +1,17 @@
-// The configuration that an edit changes, node by node: what is there, and what
-// must go with what comes. It judges no operation.
+// The configuration that an edit changes: finds, adds, removes and moves nodes.
+// It does not check operations.
 //
-// Nodes are libyang's and belong to the tree. A parent of null is the top.
-#ifndef IPAV_SERVER_STORE_EDIT_TREE_H_
-#define IPAV_SERVER_STORE_EDIT_TREE_H_
+// Nodes belong to the tree. A null parent means the top.
+#ifndef IPAV_IPAVD_STORE_EDIT_TREE_H_
+#define IPAV_IPAVD_STORE_EDIT_TREE_H_
 
 #include <libyang/libyang.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "ipavd/store/edit_config.h"
+#include "ipavd/store/nodes.h"
 
 namespace ipav::store {
 
@@ -18,10 +19,10 @@ class EditTree {
  public:
   explicit EditTree(Nodes nodes) : nodes_(std::move(nodes)) {}
 
-  // The only instance of a node that is no entry; null when there is none.
+  // The instance of a container or leaf; null when there is none.
   lyd_node* Find(lyd_node* parent, const lysc_node& schema) const;
 
-  // The entry of a list with these keys, in the order of the model.
+  // The list entry with these keys, which are in the order of the model.
   lyd_node* FindEntry(lyd_node* parent, const lysc_node& list,
                       const std::vector<std::string>& keys);
 
@@ -29,7 +30,7 @@ class EditTree {
   lyd_node* FindValue(lyd_node* parent, const lysc_node& leaf_list,
                       const std::string& value) const;
 
-  // New nodes. Null where libyang refuses them, as for a value of another type.
+  // Add a node. Null when libyang refuses it, such as a value of a wrong type.
   lyd_node* AddContainer(lyd_node* parent, const lysc_node& schema);
   lyd_node* AddEntry(lyd_node* parent, const lysc_node& list,
                      const std::vector<std::string>& keys);
@@ -40,11 +41,11 @@ class EditTree {
 
   void Remove(lyd_node* node);
 
-  // All in a container or an entry but its keys.
+  // Removes everything in a container or list entry except the keys.
   void RemoveChildren(lyd_node* node);
 
-  // What cannot be beside an instance of that node: nodes of other cases, and
-  // the default entries of a leaf-list.
+  // Removes what cannot be there together with an instance of that node: nodes
+  // of other cases, and default entries of a leaf-list.
   void RemoveRivals(lyd_node* parent, const lysc_node& schema);
 
   // First instance of a list or leaf-list.
@@ -55,8 +56,8 @@ class EditTree {
   void MoveBefore(lyd_node* entry, lyd_node* other);
   void MoveAfter(lyd_node* entry, lyd_node* other);
 
-  // Adds what is there by default, and takes away what no longer is. False
-  // where libyang cannot tell.
+  // Adds default nodes, and removes those whose "when" is no longer true. False
+  // when libyang fails.
   bool AddDefaults(const ly_ctx* context);
 
   Nodes Take() { return std::move(nodes_); }
@@ -73,7 +74,7 @@ class EditTree {
   Nodes nodes_;
 };
 
-// Whether a node is more than what is there by default.
+// Whether a node was set, or has such a node below it.
 bool IsConfigured(const lyd_node* node);
 
 bool IsPlainContainer(const lysc_node& schema);
@@ -83,4 +84,4 @@ std::vector<const lysc_node*> KeysOf(const lysc_node& list);
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_EDIT_TREE_H_
+#endif  // IPAV_IPAVD_STORE_EDIT_TREE_H_

@@ -11,24 +11,12 @@ namespace {
 
 constexpr const char* kBlanks = " \t\r\n";
 
-const char* Chars(const xmlChar* text) {
-  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+std::string Text(const xmlChar* text) {
+  return std::string(netconf::ToView(text));
 }
 
 const xmlChar* XmlChars(const std::string& text) {
   return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-
-// A text that libxml2 has allocated.
-std::string Take(xmlChar* text) {
-  std::string result = Chars(text);
-  xmlFree(text);
-  return result;
-}
-
-const xmlNode* ElementFrom(const xmlNode* node) {
-  while (node != nullptr && node->type != XML_ELEMENT_NODE) node = node->next;
-  return node;
 }
 
 std::string ErrorOf(xmlParserCtxt* parser) {
@@ -42,7 +30,7 @@ std::string ErrorOf(xmlParserCtxt* parser) {
 std::string Print(xmlDoc* document, xmlNode* node) {
   xmlBuffer* buffer = xmlBufferCreate();
   xmlNodeDump(buffer, document, node, 0, 0);
-  std::string text = Chars(xmlBufferContent(buffer));
+  std::string text = Text(xmlBufferContent(buffer));
   xmlBufferFree(buffer);
   return text;
 }
@@ -50,7 +38,7 @@ std::string Print(xmlDoc* document, xmlNode* node) {
 }  // namespace
 
 EditXml::EditXml(const std::string& content) {
-  // No document type can stand within an element: no entities to expand.
+  // Inside an element there cannot be a document type, hence no entities.
   const std::string text = "<config>" + content + "</config>";
   if (text.size() > INT_MAX) {
     error_ = "is too large";
@@ -62,7 +50,7 @@ EditXml::EditXml(const std::string& content) {
       parser, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
       XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
           XML_PARSE_NOCDATA));
-  // A namespace that is not declared is told of, yet the document is made.
+  // libxml2 makes a document although a prefix is not declared.
   if (document_ == nullptr || parser->nsWellFormed == 0) {
     error_ = ErrorOf(parser);
   } else {
@@ -71,39 +59,28 @@ EditXml::EditXml(const std::string& content) {
   xmlFreeParserCtxt(parser);
 }
 
-const xmlNode* FirstElement(const xmlNode* parent) {
-  return ElementFrom(parent->children);
-}
-
-const xmlNode* NextElement(const xmlNode* element) {
-  return ElementFrom(element->next);
-}
-
-std::string NameOf(const xmlNode* element) { return Chars(element->name); }
+std::string NameOf(const xmlNode* element) { return Text(element->name); }
 
 std::string NamespaceOf(const xmlNode* element) {
-  return element->ns == nullptr ? "" : Chars(element->ns->href);
+  return element->ns == nullptr ? "" : Text(element->ns->href);
 }
 
 std::string NamespaceOf(const xmlAttr* attribute) {
-  return attribute->ns == nullptr ? "" : Chars(attribute->ns->href);
+  return attribute->ns == nullptr ? "" : Text(attribute->ns->href);
 }
 
-std::string NameOf(const xmlAttr* attribute) { return Chars(attribute->name); }
+std::string NameOf(const xmlAttr* attribute) { return Text(attribute->name); }
 
 std::string ValueOf(const xmlAttr* attribute) {
-  return Take(xmlNodeListGetString(attribute->doc, attribute->children, 1));
-}
-
-std::string TextOf(const xmlNode* element) {
-  return Take(xmlNodeGetContent(element));
+  return netconf::TakeText(
+      xmlNodeListGetString(attribute->doc, attribute->children, 1));
 }
 
 bool HasMixedContent(const xmlNode* element) {
   for (const xmlNode* node = element->children; node != nullptr;
        node = node->next) {
     if (node->type != XML_TEXT_NODE) continue;
-    const std::string text = Chars(node->content);
+    const std::string text = Text(node->content);
     if (text.find_first_not_of(kBlanks) != std::string::npos) return true;
   }
   return false;
@@ -112,7 +89,7 @@ bool HasMixedContent(const xmlNode* element) {
 std::string NamespaceOf(const xmlNode* element, const std::string& prefix) {
   const xmlNs* found = xmlSearchNs(element->doc, const_cast<xmlNode*>(element),
                                    prefix.empty() ? nullptr : XmlChars(prefix));
-  return found == nullptr ? "" : Chars(found->href);
+  return found == nullptr ? "" : Text(found->href);
 }
 
 std::string InnerXml(const xmlNode* element) {

@@ -1,6 +1,6 @@
 // What a server finds in its state folder when it starts.
-#ifndef IPAV_SERVER_STORE_LOAD_H_
-#define IPAV_SERVER_STORE_LOAD_H_
+#ifndef IPAV_IPAVD_STORE_LOAD_H_
+#define IPAV_IPAVD_STORE_LOAD_H_
 
 #include <optional>
 #include <string>
@@ -40,4 +40,4 @@ Loaded Load(const CommitGate& gate, StateFolder* folder);
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_LOAD_H_
+#endif  // IPAV_IPAVD_STORE_LOAD_H_

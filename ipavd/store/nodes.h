@@ -1,6 +1,6 @@
 // The top nodes of a configuration, as libyang has them.
-#ifndef IPAV_SERVER_STORE_NODES_H_
-#define IPAV_SERVER_STORE_NODES_H_
+#ifndef IPAV_IPAVD_STORE_NODES_H_
+#define IPAV_IPAVD_STORE_NODES_H_
 
 #include <libyang/libyang.h>
 
@@ -24,4 +24,4 @@ std::string TextOf(const lyd_node* nodes);
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_NODES_H_
+#endif  // IPAV_IPAVD_STORE_NODES_H_

@@ -1,7 +1,7 @@
 // Why an operation was refused, as an rpc-error of RFC 6241 (section 4.3) tells
 // it. Its severity is always error.
-#ifndef IPAV_SERVER_STORE_RPC_ERROR_H_
-#define IPAV_SERVER_STORE_RPC_ERROR_H_
+#ifndef IPAV_IPAVD_STORE_RPC_ERROR_H_
+#define IPAV_IPAVD_STORE_RPC_ERROR_H_
 
 #include <cstdint>
 #include <string>
@@ -54,4 +54,4 @@ struct RpcError {
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_RPC_ERROR_H_
+#endif  // IPAV_IPAVD_STORE_RPC_ERROR_H_

@@ -6,8 +6,8 @@
 // stops, the file is the old or the new one, whole. Its first line has the size
 // and a checksum of the rest, and is an XML comment, so that a file that was
 // cut off, or changed by others, is never taken for a configuration.
-#ifndef IPAV_SERVER_STORE_STATE_FOLDER_H_
-#define IPAV_SERVER_STORE_STATE_FOLDER_H_
+#ifndef IPAV_IPAVD_STORE_STATE_FOLDER_H_
+#define IPAV_IPAVD_STORE_STATE_FOLDER_H_
 
 #include <cstddef>
 #include <optional>
@@ -103,4 +103,4 @@ class StateFolder {
 
 }  // namespace ipav::store
 
-#endif  // IPAV_SERVER_STORE_STATE_FOLDER_H_
+#endif  // IPAV_IPAVD_STORE_STATE_FOLDER_H_

@@ -13,7 +13,7 @@ namespace ipav::transport {
 
 namespace {
 
-// Null for what is no key.
+// Null for a line without a key.
 Key ParseLine(const std::string& line) {
   std::istringstream words(line);
   std::string type;
@@ -30,7 +30,7 @@ std::runtime_error FileError(const std::string& path) {
                             std::generic_category().message(errno));
 }
 
-// Whoever may write the file may let himself in.
+// A user who may write the file could log in.
 void CheckFile(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) throw FileError(path);

@@ -1,6 +1,6 @@
-// The public keys that may log in, from a file as sshd(8) has it.
-#ifndef IPAV_SERVER_TRANSPORT_AUTHORIZED_KEYS_H_
-#define IPAV_SERVER_TRANSPORT_AUTHORIZED_KEYS_H_
+// The public keys that may log in, read from a file in the format of sshd(8).
+#ifndef IPAV_IPAVD_TRANSPORT_AUTHORIZED_KEYS_H_
+#define IPAV_IPAVD_TRANSPORT_AUTHORIZED_KEYS_H_
 
 #include <libssh/libssh.h>
 
@@ -17,9 +17,9 @@ using Key = std::unique_ptr<ssh_key_struct, KeyDeleter>;
 
 class AuthorizedKeys {
  public:
-  // One key a line: TYPE BASE64 [COMMENT]. Options before a key would promise
-  // what nobody keeps, and are refused like all that is no key. Throws
-  // std::runtime_error with file and line.
+  // One key per line: TYPE BASE64 [COMMENT]. A line with options is refused,
+  // since this server does not implement them, as is a line without a key.
+  // Throws std::runtime_error with file and line.
   static AuthorizedKeys FromFile(const std::string& path);
 
   bool Has(ssh_key key) const;
@@ -31,4 +31,4 @@ class AuthorizedKeys {
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_AUTHORIZED_KEYS_H_
+#endif  // IPAV_IPAVD_TRANSPORT_AUTHORIZED_KEYS_H_

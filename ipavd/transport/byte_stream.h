@@ -1,6 +1,6 @@
-// A connection to a client, as a stream of bytes that never waits.
-#ifndef IPAV_SERVER_TRANSPORT_BYTE_STREAM_H_
-#define IPAV_SERVER_TRANSPORT_BYTE_STREAM_H_
+// A connection, as a non-blocking stream of bytes.
+#ifndef IPAV_IPAVD_TRANSPORT_BYTE_STREAM_H_
+#define IPAV_IPAVD_TRANSPORT_BYTE_STREAM_H_
 
 #include <cstddef>
 #include <optional>
@@ -18,22 +18,23 @@ class ByteStream {
 
   virtual int fd() const = 0;
 
-  // What to wait for with poll(2), for somebody who wants to read or write.
+  // The events of poll(2) to wait for in order to read or write.
   virtual short Events(bool reads, bool writes) const = 0;
 
-  // Whether something is there to read that poll(2) does not tell of.
+  // Whether there are bytes to read that poll(2) does not report.
   virtual bool has_more() { return false; }
 
-  // What is there, some 64 KiB at most, maybe nothing; no value at the end.
+  // The bytes that are there, at most kReadSize, maybe none; no value at the
+  // end of the stream.
   virtual std::optional<std::string> Read() = 0;
 
-  // How much of it went; no value where nobody reads any more.
+  // Returns how many bytes were sent; no value when the other side has gone.
   virtual std::optional<std::size_t> Write(std::string_view bytes) = 0;
 };
 
-// What one Read() gives at most.
+// Most bytes that one Read() returns.
 constexpr std::size_t kReadSize = std::size_t{64} << 10;
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_BYTE_STREAM_H_
+#endif  // IPAV_IPAVD_TRANSPORT_BYTE_STREAM_H_

@@ -22,7 +22,8 @@ std::runtime_error FileError(const std::string& path) {
                             std::generic_category().message(errno));
 }
 
-// Whole or not at all: a key that was cut off would keep the server down.
+// Writes the whole file or nothing: a truncated key would keep the server from
+// starting.
 void WriteFile(const std::string& path, const std::string& text, mode_t mode) {
   const std::string draft = path + ".new";
   static_cast<void>(unlink(draft.c_str()));

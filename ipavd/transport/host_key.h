@@ -1,16 +1,16 @@
-// The key by which clients know this server.
-#ifndef IPAV_SERVER_TRANSPORT_HOST_KEY_H_
-#define IPAV_SERVER_TRANSPORT_HOST_KEY_H_
+// The key that identifies this server to SSH clients.
+#ifndef IPAV_IPAVD_TRANSPORT_HOST_KEY_H_
+#define IPAV_IPAVD_TRANSPORT_HOST_KEY_H_
 
 #include <string>
 
 namespace ipav::transport {
 
-// Makes an ECDSA key (P-256) in that file, which only its owner may read, if
-// there is none; the public key goes beside it, in `path`.pub. Throws
-// std::runtime_error, also for a file that is no key or that others may read.
+// If the file does not exist, generates an ECDSA key (P-256) in it, readable by
+// its owner only, and writes the public key to `path`.pub. Throws
+// std::runtime_error, also when the file is not a key or others may read it.
 void EnsureHostKey(const std::string& path);
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_HOST_KEY_H_
+#endif  // IPAV_IPAVD_TRANSPORT_HOST_KEY_H_

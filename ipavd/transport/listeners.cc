@@ -33,7 +33,7 @@ struct AddressDeleter {
   void operator()(addrinfo* address) const { freeaddrinfo(address); }
 };
 
-// An end of a connection of the internet families, in numbers.
+// One end of a TCP connection, as numbers.
 struct End {
   std::string host = "?";
   std::string port = "?";
@@ -73,7 +73,7 @@ base::FileDescriptor ListenUnix(const std::string& path) {
   base::FileDescriptor fd(
       socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (unlink(path.c_str()) != 0 && errno != ENOENT) throw ListenError(path);
-  // Never open to others, not even between two calls.
+  // It must not be open to others at any time, not even before a chmod().
   const mode_t mask = umask(0177);
   const int bound = bind(fd.get(), reinterpret_cast<const sockaddr*>(&address),
                          sizeof(address));
@@ -83,7 +83,7 @@ base::FileDescriptor ListenUnix(const std::string& path) {
 }
 
 base::FileDescriptor ListenTcp(const std::string& address, std::uint16_t port) {
-  // 1. What is meant.
+  // 1. The address.
   const std::string where = address + " port " + std::to_string(port);
   addrinfo hints{};
   hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
@@ -94,7 +94,8 @@ base::FileDescriptor ListenTcp(const std::string& address, std::uint16_t port) {
   if (error != 0) throw ListenError(where, "not an IP address");
   const std::unique_ptr<addrinfo, AddressDeleter> found(list);
 
-  // 2. A server that is started anew must not wait for old connections.
+  // 2. The socket. SO_REUSEADDR: a restarted server need not wait until old
+  // connections have timed out.
   base::FileDescriptor fd(
       socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int on = 1;

@@ -17,7 +17,7 @@ void Log(Severity severity, const std::string& text) {
     line += is_control ? '?' : c;
   }
   line += '\n';
-  // Nobody is left to tell of a failure.
+  // A failure cannot be reported anywhere.
   if (write(STDERR_FILENO, line.data(), line.size()) < 0) return;
 }
 

@@ -1,6 +1,6 @@
-// What the server tells its operator, line by line, on standard error.
-#ifndef IPAV_SERVER_TRANSPORT_LOG_H_
-#define IPAV_SERVER_TRANSPORT_LOG_H_
+// The log of the server, on standard error.
+#ifndef IPAV_IPAVD_TRANSPORT_LOG_H_
+#define IPAV_IPAVD_TRANSPORT_LOG_H_
 
 #include <string>
 
@@ -9,11 +9,11 @@ namespace ipav::transport {
 // Numbers of syslog(3).
 enum class Severity { kError = 3, kWarning = 4, kNotice = 5, kInfo = 6 };
 
-// One line, written in one piece. What clients can name is made harmless: no
-// control characters. For journald, which says so in the environment
-// (JOURNAL_STREAM), it begins with its severity.
+// Writes one line. Control characters become "?", since clients choose parts of
+// the text. The line begins with its severity when journald reads it, which
+// sets JOURNAL_STREAM in the environment.
 void Log(Severity severity, const std::string& text);
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_LOG_H_
+#endif  // IPAV_IPAVD_TRANSPORT_LOG_H_

@@ -21,7 +21,7 @@ void Notify(const std::string& state) {
   if (path.size() >= sizeof(address.sun_path)) return;
   char* place = static_cast<char*>(address.sun_path);
   path.copy(place, path.size());
-  // Begins a name of the kernel's, in place of a file's.
+  // An abstract socket address begins with a null byte.
   if (path.front() == '@') *place = '\0';
   const auto size =
       static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());

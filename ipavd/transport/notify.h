@@ -1,15 +1,15 @@
-// What a service manager is told (sd_notify(3)).
-#ifndef IPAV_SERVER_TRANSPORT_NOTIFY_H_
-#define IPAV_SERVER_TRANSPORT_NOTIFY_H_
+// Reports to the service manager, as sd_notify(3) does.
+#ifndef IPAV_IPAVD_TRANSPORT_NOTIFY_H_
+#define IPAV_IPAVD_TRANSPORT_NOTIFY_H_
 
 #include <string>
 
 namespace ipav::transport {
 
-// "READY=1", say, to the socket that the environment names (NOTIFY_SOCKET);
-// nothing where it names none.
+// Sends a state such as "READY=1" to the socket that NOTIFY_SOCKET names; does
+// nothing without that variable.
 void Notify(const std::string& state);
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_NOTIFY_H_
+#endif  // IPAV_IPAVD_TRANSPORT_NOTIFY_H_

@@ -1,6 +1,6 @@
-// Bytes on their way out.
-#ifndef IPAV_SERVER_TRANSPORT_OUTBOX_H_
-#define IPAV_SERVER_TRANSPORT_OUTBOX_H_
+// Bytes that wait to be sent.
+#ifndef IPAV_IPAVD_TRANSPORT_OUTBOX_H_
+#define IPAV_IPAVD_TRANSPORT_OUTBOX_H_
 
 #include <cstddef>
 #include <string>
@@ -20,8 +20,8 @@ class Outbox {
 
   void Add(std::string_view bytes) { bytes_.append(bytes); }
 
-  // So many of the first bytes went. What is left is moved when it is the
-  // smaller part: a byte is moved once at most, on average.
+  // The first `count` bytes were sent. The rest is moved to the front when it
+  // is the smaller part, so that a byte is moved once at most, on average.
   void Drop(std::size_t count) {
     gone_ += count;
     if (gone_ < bytes_.size() / 2) return;
@@ -36,9 +36,9 @@ class Outbox {
 
  private:
   std::string bytes_;
-  std::size_t gone_ = 0;  // of them
+  std::size_t gone_ = 0;  // bytes that were sent
 };
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_OUTBOX_H_
+#endif  // IPAV_IPAVD_TRANSPORT_OUTBOX_H_

@@ -6,8 +6,8 @@
 #include <climits>
 #include <memory>
 
-#include "ipavd/transport/attributes.h"
 #include "netconf/framing.h"
+#include "netconf/xml.h"
 
 namespace ipav::transport {
 
@@ -15,15 +15,29 @@ namespace {
 
 using netconf::Frame;
 using netconf::Framing;
+using netconf::XmlDocument;
 
 constexpr std::string_view kMalformed = "<";
+constexpr std::string_view kPrefix = "no-namespace-of-";
 
 struct ParserDeleter {
   void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
 };
 using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
 
-// A message may declare none (RFC 6241, section 3).
+bool IsToMark(const xmlChar* name, bool has_prefix) {
+  const std::string_view text = netconf::ToView(name);
+  return !has_prefix && (text == "operation" || text == "insert");
+}
+
+// What is known of a message after its parsing. libxml2 gives it to the
+// handlers as the private data of the parser.
+struct Facts {
+  bool has_root = false;
+  bool has_attribute_to_mark = false;
+};
+
+// A message must not have a document type (RFC 6241, section 3).
 void RefuseDocumentType(void* parser, const xmlChar* /*name*/,
                         const xmlChar* /*external_id*/,
                         const xmlChar* /*system_id*/) {
@@ -32,8 +46,25 @@ void RefuseDocumentType(void* parser, const xmlChar* /*name*/,
   context->wellFormed = 0;
 }
 
-// Whether the message is one element of XML, in UTF-8. Makes no tree of it.
-bool IsWellFormed(std::string_view message) {
+void LookAtAttributes(void* parser, const xmlChar* /*name*/,
+                      const xmlChar* /*prefix*/, const xmlChar* /*space*/,
+                      int /*namespaces*/, const xmlChar** /*declared*/,
+                      int count, int /*defaulted*/,
+                      const xmlChar** attributes) {
+  constexpr int kParts = 5;  // name, prefix, namespace, begin and end of value
+  auto& facts =
+      *static_cast<Facts*>(static_cast<xmlParserCtxt*>(parser)->_private);
+  // The attributes of the root are the client's own.
+  for (int i = 0; facts.has_root && i < count; ++i, attributes += kParts) {
+    if (IsToMark(attributes[0], attributes[1] != nullptr)) {
+      facts.has_attribute_to_mark = true;
+    }
+  }
+  facts.has_root = true;
+}
+
+// Whether the message is one element of XML, in UTF-8. Builds no tree.
+bool IsWellFormed(std::string_view message, Facts* facts) {
   if (message.size() > INT_MAX ||
       message.find('\0') != std::string_view::npos) {
     return false;
@@ -42,20 +73,54 @@ bool IsWellFormed(std::string_view message) {
   if (parser == nullptr) return false;
   xmlSAXHandler& handlers = *parser->sax;
   handlers = {};
-  handlers.initialized = XML_SAX2_MAGIC;  // it looks at namespaces
+  handlers.initialized = XML_SAX2_MAGIC;  // checks namespaces
   handlers.internalSubset = RefuseDocumentType;
+  handlers.startElementNs = LookAtAttributes;
+  parser->_private = facts;
   xmlCtxtReadMemory(parser.get(), message.data(),
                     static_cast<int>(message.size()), nullptr, "UTF-8",
                     XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
   return parser->wellFormed != 0 && parser->nsWellFormed != 0;
 }
 
+void MarkAttributesBelow(const xmlNode* parent) {
+  for (const xmlNode* element = netconf::FirstElement(parent);
+       element != nullptr; element = netconf::NextElement(element)) {
+    for (xmlAttr* each = element->properties; each != nullptr;
+         each = each->next) {
+      if (!IsToMark(each->name, each->ns != nullptr)) continue;
+      const std::string name(netconf::ToView(each->name));
+      const std::string marked = std::string(kPrefix) + name + ":" + name;
+      xmlNodeSetName(reinterpret_cast<xmlNode*>(each),
+                     reinterpret_cast<const xmlChar*>(marked.c_str()));
+    }
+    MarkAttributesBelow(element);
+  }
+}
+
+// A well-formed message with such attributes, written anew.
+std::string MarkAttributes(std::string_view message) {
+  const XmlDocument document = netconf::ParseXml(message, "UTF-8");
+  xmlNode* root = netconf::RootOf(document);
+  if (root == nullptr) return std::string(kMalformed);
+  MarkAttributesBelow(root);
+  xmlBuffer* buffer = xmlBufferCreate();
+  xmlNodeDump(buffer, document.get(), root, 0, 0);
+  std::string marked(netconf::ToView(xmlBufferContent(buffer)));
+  xmlBufferFree(buffer);
+  return marked;
+}
+
 }  // namespace
 
 std::string FrameRequest(std::string_view message) {
-  return IsWellFormed(message)
+  Facts facts;
+  if (!IsWellFormed(message, &facts)) {
+    return Frame(Framing::kChunked, kMalformed);
+  }
+  return facts.has_attribute_to_mark
              ? Frame(Framing::kChunked, MarkAttributes(message))
-             : Frame(Framing::kChunked, kMalformed);
+             : Frame(Framing::kChunked, message);
 }
 
 }  // namespace ipav::transport

@@ -1,18 +1,25 @@
-// A client's message on its way to the server.
-#ifndef IPAV_SERVER_TRANSPORT_REQUEST_H_
-#define IPAV_SERVER_TRANSPORT_REQUEST_H_
+// Prepares a client's message for the server. Its NETCONF library takes input
+// that is not XML for XML: it crashes on a comment alone, and quotes broken
+// attributes in its reply.
+#ifndef IPAV_IPAVD_TRANSPORT_REQUEST_H_
+#define IPAV_IPAVD_TRANSPORT_REQUEST_H_
 
 #include <string>
 #include <string_view>
 
 namespace ipav::transport {
 
-// The message in a chunk; in the place of what is no well-formed XML, something
-// short that is answered as malformed. The server's NETCONF library takes more
-// for XML: a comment alone, which it does not survive, and attributes that make
-// its reply unreadable.
+// Returns the message as one chunk. A message that is not well-formed XML in
+// UTF-8, or has a document type, is replaced by "<", which the server answers
+// as malformed.
+//
+// Below the root element, attributes "operation" and "insert" without a
+// namespace get a prefix that is not declared
+// ("no-namespace-of-insert:insert"), so that the YANG library refuses them. It
+// would ignore them otherwise: an edit with operation="delete" would be a
+// merge.
 std::string FrameRequest(std::string_view message);
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_REQUEST_H_
+#endif  // IPAV_IPAVD_TRANSPORT_REQUEST_H_

@@ -13,12 +13,12 @@ namespace ipav::transport {
 
 namespace {
 
-// A handler has no other way to know.
+// A signal handler can only use globals.
 volatile std::sig_atomic_t g_write_end = -1;
 pid_t g_owner = 0;
 
 void Tell(int number) {
-  // A child that was forked, and means to live as children do.
+  // This is a forked child: the default action.
   if (getpid() != g_owner) {
     static_cast<void>(std::signal(number, SIG_DFL));
     static_cast<void>(std::raise(number));
@@ -26,7 +26,7 @@ void Tell(int number) {
   }
   const int error = errno;
   const auto byte = static_cast<char>(number);
-  // A full pipe has enough to tell of.
+  // A full pipe wakes the reader as well.
   if (write(g_write_end, &byte, 1) < 0) errno = error;
 }
 

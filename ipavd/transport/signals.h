@@ -1,6 +1,6 @@
-// Signals as bytes in a pipe, for loops around poll(2).
-#ifndef IPAV_SERVER_TRANSPORT_SIGNALS_H_
-#define IPAV_SERVER_TRANSPORT_SIGNALS_H_
+// Signals as bytes in a pipe, for loops with poll(2).
+#ifndef IPAV_IPAVD_TRANSPORT_SIGNALS_H_
+#define IPAV_IPAVD_TRANSPORT_SIGNALS_H_
 
 #include <array>
 #include <vector>
@@ -9,19 +9,19 @@
 
 namespace ipav::transport {
 
-// One in a process.
+// A process has at most one.
 class Signals {
  public:
   // Catches these from now on. Throws std::system_error.
   explicit Signals(std::vector<int> numbers);
-  // Gives them their default meaning, as a child that was forked must at once.
+  // Restores the default actions. A forked child must do so at once.
   ~Signals();
   Signals(const Signals&) = delete;
   Signals& operator=(const Signals&) = delete;
 
   int fd() const { return read_end_.get(); }
 
-  // Those that came since, in their order.
+  // The signals since the last call, in their order.
   std::vector<int> Take() const;
 
  private:
@@ -34,4 +34,4 @@ class Signals {
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_SIGNALS_H_
+#endif  // IPAV_IPAVD_TRANSPORT_SIGNALS_H_

@@ -1,6 +1,6 @@
 // A byte stream that is a socket.
-#ifndef IPAV_SERVER_TRANSPORT_SOCKET_STREAM_H_
-#define IPAV_SERVER_TRANSPORT_SOCKET_STREAM_H_
+#ifndef IPAV_IPAVD_TRANSPORT_SOCKET_STREAM_H_
+#define IPAV_IPAVD_TRANSPORT_SOCKET_STREAM_H_
 
 #include <utility>
 
@@ -25,4 +25,4 @@ class SocketStream : public ByteStream {
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_SOCKET_STREAM_H_
+#endif  // IPAV_IPAVD_TRANSPORT_SOCKET_STREAM_H_

@@ -13,10 +13,10 @@ namespace ipav::transport {
 
 namespace {
 
-// As many as sshd(8) takes by default.
+// The default of sshd(8).
 constexpr unsigned kMaxRefusedKeys = 6;
 
-constexpr int kFarewellMilliseconds = 2000;
+constexpr int kFlushMilliseconds = 2000;
 
 struct BindDeleter {
   void operator()(ssh_bind bind) const { ssh_bind_free(bind); }
@@ -32,7 +32,7 @@ SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
                      const AuthorizedKeys& keys)
     : keys_(&keys), session_(ssh_new()) {
   ssh_set_log_level(SSH_LOG_NOLOG);
-  // 1. The connection takes the key, and the socket with it.
+  // 1. The connection, which takes the host key and the socket.
   const std::unique_ptr<ssh_bind_struct, BindDeleter> bind(ssh_bind_new());
   const bool no_files = false;
   ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_PROCESS_CONFIG, &no_files);
@@ -42,7 +42,7 @@ SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
     throw std::runtime_error("no SSH connection: " +
                              std::string(ssh_get_error(bind.get())));
   }
-  // 2. The client's key, and what it wants.
+  // 2. The login and the request for the subsystem.
   SetCallbacks();
   Serve();
   ssh_set_blocking(session_.get(), 0);
@@ -50,9 +50,9 @@ SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
 }
 
 SshStream::~SshStream() {
-  // What is under way may be the reply to a close-session.
+  // Unsent bytes may be the reply to a close-session.
   ssh_set_blocking(session_.get(), 1);
-  ssh_blocking_flush(session_.get(), kFarewellMilliseconds);
+  ssh_blocking_flush(session_.get(), kFlushMilliseconds);
   if (channel_ != nullptr) {
     ssh_channel_send_eof(channel_);
     ssh_channel_close(channel_);
@@ -99,7 +99,7 @@ int SshStream::OnKey(ssh_session /*session*/, const char* user, ssh_key key,
     ++stream.refused_keys_;
     return SSH_AUTH_DENIED;
   }
-  // The client asks first, without a signature, whether the key would do.
+  // A client first asks, without a signature, whether the key is accepted.
   if (state == SSH_PUBLICKEY_STATE_NONE) return SSH_AUTH_SUCCESS;
   if (state != SSH_PUBLICKEY_STATE_VALID) return SSH_AUTH_DENIED;
   stream.user_ = user;
@@ -109,7 +109,7 @@ int SshStream::OnKey(ssh_session /*session*/, const char* user, ssh_key key,
 
 ssh_channel SshStream::OnOpen(ssh_session session, void* userdata) {
   auto& stream = *static_cast<SshStream*>(userdata);
-  // One connection, one session.
+  // One session per connection.
   if (!stream.is_known_ || stream.channel_ != nullptr) return nullptr;
   stream.channel_ = ssh_channel_new(session);
   ssh_set_channel_callbacks(stream.channel_, &stream.channel_callbacks_);
@@ -125,8 +125,8 @@ int SshStream::OnSubsystem(ssh_session /*session*/, ssh_channel /*channel*/,
 }
 
 short SshStream::Events(bool reads, bool writes) const {
-  // Room in the client's window is told by the client; where there is some, the
-  // socket's room counts.
+  // While the client's SSH window is full, only its window message helps; after
+  // that, only room in the socket.
   const bool is_pending =
       (ssh_get_poll_flags(session_.get()) & SSH_WRITE_PENDING) != 0;
   const bool has_room = writes && ssh_channel_window_size(channel_) > 0;

@@ -1,6 +1,6 @@
 // The subsystem "netconf" of an SSH connection (RFC 6242), as a byte stream.
-#ifndef IPAV_SERVER_TRANSPORT_SSH_STREAM_H_
-#define IPAV_SERVER_TRANSPORT_SSH_STREAM_H_
+#ifndef IPAV_IPAVD_TRANSPORT_SSH_STREAM_H_
+#define IPAV_IPAVD_TRANSPORT_SSH_STREAM_H_
 
 #include <libssh/callbacks.h>
 #include <libssh/libssh.h>
@@ -19,14 +19,14 @@ namespace ipav::transport {
 
 class SshStream : public ByteStream {
  public:
-  // Waits, as long as the client takes, for one of the keys and for the
-  // subsystem. Throws std::runtime_error for a client that fails. The keys are
-  // borrowed for so long.
+  // Waits until the client has logged in with one of the keys and has asked for
+  // the subsystem. Throws std::runtime_error when it fails. The keys are
+  // borrowed during the call.
   SshStream(base::FileDescriptor socket, const std::string& host_key,
             const AuthorizedKeys& keys);
   ~SshStream() override;
 
-  // As whom the client logged in.
+  // The name that the client logged in with.
   const std::string& user() const { return user_; }
 
   int fd() const override { return ssh_get_fd(session_.get()); }
@@ -43,7 +43,7 @@ class SshStream : public ByteStream {
   void SetCallbacks();
   void Serve();
 
-  // What libssh calls, with this as `userdata`.
+  // Callbacks of libssh; `userdata` is this object.
   static int OnKey(ssh_session session, const char* user, ssh_key key,
                    char state, void* userdata);
   static int OnSubsystem(ssh_session session, ssh_channel channel,
@@ -57,10 +57,10 @@ class SshStream : public ByteStream {
   ssh_channel_callbacks_struct channel_callbacks_{};
   std::string user_;
   unsigned refused_keys_ = 0;
-  bool is_known_ = false;  // a key was right
+  bool is_known_ = false;  // logged in
   bool has_subsystem_ = false;
 };
 
 }  // namespace ipav::transport
 
-#endif  // IPAV_SERVER_TRANSPORT_SSH_STREAM_H_
+#endif  // IPAV_IPAVD_TRANSPORT_SSH_STREAM_H_

@@ -44,7 +44,7 @@ class Committer:
             pass
 
     def commit(self, number):
-        """By one door or another."""
+        """With one operation or another."""
         if number % 7 == 0:
             self.edit("running", number)
             self.ok("<discard-changes/>")

@@ -28,7 +28,16 @@ INSTANTIATE_TEST_SUITE_P(
                       "<!-- <? --><?a --?><!----><rpc/><!-- -->",
                       "<a:rpc xmlns:a=\"urn:a\" a:b=\"1\" b=\"2\"/>",
                       "<rpc><![CDATA[<&]]>&lt;&#x41;\xf0\x90\x80\x80</rpc>",
-                      "<\xc3\xa4/>"));
+                      "<\xc3\xa4/>",
+                      // Attributes of the root belong to the client; others
+                      // have a namespace, another name, or are none.
+                      "<?xml version='1.0'?><rpc operation='1' insert='a'/>",
+                      "<rpc xmlns:nc='n'><a nc:operation='delete' "
+                      "nc:insert='first'/></rpc>",
+                      "<rpc><filter type='xpath' select='/a'/></rpc>",
+                      "<rpc x='&lt;a insert=\"c\">'><!-- <a insert='c'/> -->"
+                      "<![CDATA[<a insert='c'/>]]><?a insert='c'?>insert='b'"
+                      "</rpc>"));
 
 class NoRequestTest : public ::testing::TestWithParam<std::string> {};
 
@@ -66,6 +75,34 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values("<!DOCTYPE rpc>", "<!DOCTYPE rpc><rpc/>",
                       "<!DOCTYPE rpc SYSTEM \"/etc/passwd\"><rpc/>",
                       "<!DOCTYPE rpc [<!ENTITY a \"b\">]><rpc>&a;</rpc>"));
+
+struct Marked {
+  const char* message;
+  const char* expected;
+};
+
+class MarkedRequestTest : public ::testing::TestWithParam<Marked> {};
+
+TEST_P(MarkedRequestTest, HasAPrefixForAttributesWithoutANamespace) {
+  EXPECT_EQ(FrameRequest(GetParam().message),
+            Frame(Framing::kChunked, GetParam().expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Xml, MarkedRequestTest,
+    ::testing::Values(
+        Marked{"<rpc><a operation=\"delete\"/></rpc>",
+               "<rpc><a no-namespace-of-operation:operation=\"delete\"/>"
+               "</rpc>"},
+        Marked{"<?xml version='1.0' encoding='ISO-8859-1'?><rpc operation='1'>"
+               "<a\n b = 'c'\tinsert='>'  >operation='\xc3\xa4'</a></rpc>",
+               "<rpc operation=\"1\"><a b=\"c\" no-namespace-of-insert:insert="
+               "\"&gt;\">operation='\xc3\xa4'</a></rpc>"},
+        Marked{"<rpc xmlns='u' xmlns:x='v'><x:a x:insert='c' insert='\"'>"
+               "<![CDATA[&]]><f operation=''/></x:a></rpc>",
+               "<rpc xmlns=\"u\" xmlns:x=\"v\"><x:a x:insert=\"c\" "
+               "no-namespace-of-insert:insert=\"&quot;\"><![CDATA[&]]><f "
+               "no-namespace-of-operation:operation=\"\"/></x:a></rpc>"}));
 
 TEST(LargeRequestTest, GoesAsItIs) {
   std::string message = "<rpc>";

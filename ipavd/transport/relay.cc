@@ -1,0 +1,190 @@
+#include "ipavd/transport/relay.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "host/base/utf8.h"
+#include "ipavd/transport/request.h"
+#include "netconf/hello.h"
+
+namespace ipav::transport {
+
+namespace {
+
+using netconf::Frame;
+using netconf::Framing;
+using netconf::FramingAfter;
+using netconf::FramingError;
+using netconf::HelloError;
+
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr std::size_t kMaxHello = std::size_t{64} << 10;
+
+// Bytes of replies that the client has not read.
+constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
+
+// For the last replies of a server that has ended the session.
+constexpr milliseconds kLastReplies = std::chrono::seconds(5);
+
+constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
+
+}  // namespace
+
+Relay::Relay(ByteStream* client, ByteStream* server, const Limits& limits)
+    : client_(*client),
+      server_(*server),
+      limits_(limits),
+      from_client_(kMaxHello),
+      from_server_(std::numeric_limits<std::size_t>::max()),
+      last_sign_(steady_clock::now()) {}
+
+void Relay::Restart() { last_sign_ = steady_clock::now(); }
+
+std::string Relay::Run() {
+  try {
+    while (!is_over()) {
+      if (!Wait()) {
+        return framing_ ? "nothing came or went for too long"
+                        : "no hello in time";
+      }
+      if (to_client_.size() > kMaxUnread) return "does not read its replies";
+    }
+  } catch (const FramingError& error) {
+    return error.what();
+  } catch (const HelloError& error) {
+    return error.what();
+  }
+  const bool in_message = client_ended_ && from_client_.has_part();
+  return in_message ? "ended within a message" : "";
+}
+
+bool Relay::is_over() const {
+  if (server_ended_) return client_ended_ || to_client_.empty();
+  return client_ended_ && to_server_.empty();
+}
+
+// Milliseconds for poll(2).
+int Relay::TimeLeft() const {
+  milliseconds limit = limits_.idle;
+  if (server_ended_) {
+    limit = kLastReplies;
+  } else if (!framing_) {
+    limit = limits_.hello;
+  } else if (unanswered_ > 0 || limit == base::kNoTimeLimit) {
+    return -1;
+  }
+  const auto gone =
+      duration_cast<milliseconds>(steady_clock::now() - last_sign_);
+  return static_cast<int>(std::max(limit - gone, milliseconds(0)).count());
+}
+
+bool Relay::Wait() {
+  // 1. Wait. The client is not read while the server has not taken everything,
+  // nor after the server has ended the session.
+  const bool hears_client = to_server_.empty() && !server_ended_;
+  const bool has_more = hears_client && client_.has_more();
+  std::array<pollfd, 2> fds{
+      {{client_ended_ ? -1 : client_.fd(),
+        client_.Events(hears_client, !to_client_.empty()), 0},
+       {server_ended_ ? -1 : server_.fd(),
+        server_.Events(true, !to_server_.empty()), 0}}};
+  if (poll(fds.data(), fds.size(), has_more ? 0 : TimeLeft()) == 0 &&
+      !has_more) {
+    return false;
+  }
+
+  // 2. Handle all events. A client that has gone may have left data to read.
+  const int client = fds[0].revents;
+  const int server = fds[1].revents;
+  if ((server & (POLLIN | kGone)) != 0) ReadServer();
+  if (has_more || (hears_client && (client & POLLIN) != 0) ||
+      (client & kGone) != 0) {
+    ReadClient();
+  }
+  if (!to_server_.empty()) WriteServer();
+  if (!to_client_.empty()) WriteClient();
+  // A client that sends byte by byte runs into the limit as well.
+  return TimeLeft() != 0;
+}
+
+void Relay::ReadClient() {
+  const std::optional<std::string> bytes = client_.Read();
+  if (!bytes.has_value()) {
+    client_ended_ = true;
+    return;
+  }
+  if (server_ended_) return;
+  from_client_.Add(*bytes);
+  while (const auto message = from_client_.Next()) FromClient(*message);
+}
+
+void Relay::FromClient(std::string_view message) {
+  Restart();
+  if (framing_.has_value()) {
+    to_server_.Add(FrameRequest(message));
+    ++unanswered_;
+    return;
+  }
+  // The server has received a hello of ours instead.
+  framing_ = FramingAfter(message);
+  from_client_.set_framing(*framing_);
+  from_client_.set_max_message(limits_.max_message);
+}
+
+void Relay::ReadServer() {
+  const std::optional<std::string> bytes = server_.Read();
+  if (!bytes.has_value()) {
+    server_ended_ = true;
+    Restart();
+    return;
+  }
+  from_server_.Add(*bytes);
+  while (const auto message = from_server_.Next()) FromServer(*message);
+}
+
+void Relay::FromServer(std::string_view message) {
+  if (!has_server_hello_) {
+    has_server_hello_ = true;
+    from_server_.set_framing(Framing::kChunked);
+    to_client_.Add(Frame(Framing::kEndOfMessage, message));
+    return;
+  }
+  Restart();
+  const Framing framing = framing_.value_or(Framing::kChunked);
+  // The library may cut the text that it quotes within a character.
+  const bool has_error = message.find("<rpc-error") != std::string_view::npos;
+  to_client_.Add(has_error
+                     ? Frame(framing, base::ToXmlText(std::string(message)))
+                     : Frame(framing, message));
+  if (unanswered_ > 0) --unanswered_;
+}
+
+void Relay::WriteClient() {
+  const std::optional<std::size_t> gone = client_.Write(to_client_.rest());
+  if (!gone.has_value()) {
+    client_ended_ = true;
+    to_client_.Clear();
+    return;
+  }
+  if (*gone > 0 && framing_.has_value()) Restart();
+  to_client_.Drop(*gone);
+}
+
+void Relay::WriteServer() {
+  const std::optional<std::size_t> gone = server_.Write(to_server_.rest());
+  if (!gone.has_value()) {
+    // The server has ended the session, but may have answered before. Reading
+    // finds its end.
+    to_server_.Clear();
+    return;
+  }
+  to_server_.Drop(*gone);
+}
+
+}  // namespace ipav::transport

@@ -1,0 +1,72 @@
+// Relays messages between one client and the server, in a process of its own.
+// It passes whole messages of limited size only, so that the server never waits
+// for a client. A client that breaks the rules loses its connection; others do
+// not notice.
+#ifndef IPAV_IPAVD_TRANSPORT_RELAY_H_
+#define IPAV_IPAVD_TRANSPORT_RELAY_H_
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "host/base/time_limit.h"
+#include "ipavd/transport/byte_stream.h"
+#include "ipavd/transport/outbox.h"
+#include "netconf/framing.h"
+
+namespace ipav::transport {
+
+struct Limits {
+  std::size_t max_message = std::size_t{16} << 20;  // bytes
+  // From the connection to the hello of the client, including the login.
+  base::TimeLimit hello = std::chrono::seconds(20);
+  // Without a whole message in either direction.
+  base::TimeLimit idle = std::chrono::seconds(600);  // 0: no limit
+};
+
+class Relay {
+ public:
+  // Borrows both streams. The server speaks NETCONF 1.1 after its hello, and
+  // has received a hello of ours.
+  Relay(ByteStream* client, ByteStream* server, const Limits& limits);
+
+  // Relays until either side ends. Returns why the client was dropped; empty
+  // when it was not.
+  std::string Run();
+
+ private:
+  // Waits for the next event and handles it. False when the time is over.
+  bool Wait();
+  int TimeLeft() const;
+  void ReadClient();
+  void ReadServer();
+  void WriteClient();
+  void WriteServer();
+  void FromClient(std::string_view message);
+  void FromServer(std::string_view message);
+  void Restart();
+
+  bool is_over() const;
+
+  ByteStream& client_;
+  ByteStream& server_;
+  const Limits limits_;
+  netconf::Deframer from_client_;
+  netconf::Deframer from_server_;
+  Outbox to_client_;
+  Outbox to_server_;
+  // Framing of the client, known after its hello.
+  std::optional<netconf::Framing> framing_;
+  bool has_server_hello_ = false;
+  std::size_t unanswered_ = 0;  // messages that the server has not answered yet
+  bool client_ended_ = false;
+  bool server_ended_ = false;
+  std::chrono::steady_clock::time_point
+      last_sign_;  // when the client was last heard
+};
+
+}  // namespace ipav::transport
+
+#endif  // IPAV_IPAVD_TRANSPORT_RELAY_H_

@@ -1,0 +1,109 @@
+#include "ipavd/transport/descriptor_passing.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "host/base/file_descriptor.h"
+
+namespace ipav::transport {
+namespace {
+
+using base::FileDescriptor;
+
+class DescriptorPassingTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);
+    relay_ = FileDescriptor(ends[0]);
+    server_ = FileDescriptor(ends[1]);
+  }
+
+  // Bytes, and so many descriptors with them.
+  void Send(std::string bytes, std::size_t count) const {
+    std::array<int, 2> descriptors{STDERR_FILENO, STDERR_FILENO};
+    ASSERT_LE(count, descriptors.size());
+    iovec part{bytes.data(), bytes.size()};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(descriptors))>
+        ancillary{};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (count > 0) {
+      message.msg_control = ancillary.data();
+      message.msg_controllen = CMSG_SPACE(count * sizeof(int));
+      cmsghdr* header = CMSG_FIRSTHDR(&message);
+      header->cmsg_level = SOL_SOCKET;
+      header->cmsg_type = SCM_RIGHTS;
+      header->cmsg_len = CMSG_LEN(count * sizeof(int));
+      std::memcpy(CMSG_DATA(header), descriptors.data(), count * sizeof(int));
+    }
+    ASSERT_GE(sendmsg(relay_.get(), &message, 0), 0);
+  }
+
+  static int OpenDescriptors() {
+    int open = 0;
+    for (int fd = 0; fd < 256; ++fd) {
+      if (fcntl(fd, F_GETFD) >= 0) ++open;
+    }
+    return open;
+  }
+
+  FileDescriptor relay_;
+  FileDescriptor server_;
+};
+
+TEST_F(DescriptorPassingTest, BringsItsTextsAndItsConnection) {
+  std::array<int, 2> pipe_ends{};
+  ASSERT_EQ(pipe(pipe_ends.data()), 0);
+  const FileDescriptor reading(pipe_ends[0]);
+  SendConnection(relay_.get(), {"netconf-ssh", "op", "127.0.0.1",
+                                FileDescriptor(pipe_ends[1])});
+  const auto passed = ReceiveConnection(server_.get());
+  ASSERT_TRUE(passed.has_value());
+  EXPECT_EQ(passed->transport, "netconf-ssh");
+  EXPECT_EQ(passed->user, "op");
+  EXPECT_EQ(passed->host, "127.0.0.1");
+  ASSERT_EQ(write(passed->connection.get(), "x", 1), 1);
+  char byte = 0;
+  EXPECT_EQ(read(reading.get(), &byte, 1), 1);
+  EXPECT_EQ(byte, 'x');
+}
+
+TEST_F(DescriptorPassingTest, IsNoneWhereNothingCame) {
+  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
+}
+
+TEST_F(DescriptorPassingTest, IsNoneWithoutThreeTextsOrAConnection) {
+  const std::string texts("unix\0root\0\0", 11);
+  const int before = OpenDescriptors();
+  Send("", 1);
+  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
+  Send(texts.substr(0, 10), 1);
+  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
+  Send(texts, 0);
+  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
+  EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(DescriptorPassingTest, LeavesOpenNoMoreThanItsConnection) {
+  const int before = OpenDescriptors();
+  Send(std::string("unix\0root\0\0", 11), 2);
+  {
+    const auto passed = ReceiveConnection(server_.get());
+    EXPECT_TRUE(passed.has_value());
+    EXPECT_EQ(OpenDescriptors(), before + 1);
+  }
+  EXPECT_EQ(OpenDescriptors(), before);
+}
+
+}  // namespace
+}  // namespace ipav::transport

@@ -1,0 +1,277 @@
+#include "ipavd/transport/relay.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "host/base/file_descriptor.h"
+#include "ipavd/transport/socket_stream.h"
+#include "netconf/hello.h"
+
+namespace ipav::transport {
+namespace {
+
+using netconf::ClientHello;
+using netconf::Frame;
+using netconf::Framing;
+
+using base::FileDescriptor;
+using std::chrono::milliseconds;
+
+constexpr char kServerHello[] = "<hello/>";
+
+// A relay with a client and a server that the test plays.
+class RelayTest : public ::testing::Test {
+ protected:
+  void Start(const Limits& limits) {
+    reason_ = std::async(std::launch::async, [this, limits] {
+      SocketStream client(std::move(relays_client_));
+      SocketStream server(std::move(relays_server_));
+      return Relay(&client, &server, limits).Run();
+    });
+  }
+
+  void SetUp() override {
+    Connect(&client_, &relays_client_);
+    Connect(&server_, &relays_server_);
+  }
+
+  static void Connect(FileDescriptor* one, FileDescriptor* other) {
+    std::array<int, 2> fds{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fds.data()), 0);
+    *one = FileDescriptor(fds[0]);
+    *other = FileDescriptor(fds[1]);
+  }
+
+  static void Send(const FileDescriptor& to, const std::string& bytes) {
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+      const ssize_t count = send(to.get(), bytes.data() + sent,
+                                 bytes.size() - sent, MSG_NOSIGNAL);
+      if (count <= 0) return;
+      sent += static_cast<std::size_t>(count);
+    }
+  }
+
+  // What comes, up to that many bytes, or to the end.
+  static std::string Receive(const FileDescriptor& from, std::size_t size) {
+    std::string bytes;
+    while (bytes.size() < size) {
+      std::array<char, 4096> part{};
+      const ssize_t count = recv(from.get(), part.data(),
+                                 std::min(part.size(), size - bytes.size()), 0);
+      if (count <= 0) break;
+      bytes.append(part.data(), static_cast<std::size_t>(count));
+    }
+    return bytes;
+  }
+
+  static void ExpectReceived(const FileDescriptor& from,
+                             const std::string& bytes) {
+    EXPECT_EQ(Receive(from, bytes.size()), bytes);
+  }
+
+  // Hellos of both sides.
+  void Greet(const std::string& client_hello) {
+    const std::string hello = Frame(Framing::kEndOfMessage, kServerHello);
+    Send(server_, hello);
+    ExpectReceived(client_, hello);
+    Send(client_, Frame(Framing::kEndOfMessage, client_hello));
+  }
+
+  FileDescriptor client_;
+  FileDescriptor server_;
+  FileDescriptor relays_client_;
+  FileDescriptor relays_server_;
+  std::future<std::string> reason_;
+};
+
+constexpr char kOldHello[] =
+    "<hello xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"><capabilities>"
+    "<capability>urn:ietf:params:netconf:base:1.0</capability>"
+    "</capabilities></hello>";
+
+TEST_F(RelayTest, CarriesMessagesOfBothSides) {
+  Start({});
+  Greet(ClientHello());
+  Send(client_, "\n#1\n<\n#5\nrpc/>\n##\n");
+  ExpectReceived(server_, "\n#6\n<rpc/>\n##\n");
+  Send(server_, "\n#7\n<reply/\n#1\n>\n##\n");
+  ExpectReceived(client_, "\n#8\n<reply/>\n##\n");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, TranslatesForAClientOfNetconf10) {
+  Start({});
+  Greet(kOldHello);
+  Send(client_, "<rpc/>]]>]]>");
+  ExpectReceived(server_, "\n#6\n<rpc/>\n##\n");
+  Send(server_, "\n#7\n<reply>\n##\n");
+  ExpectReceived(client_, "<reply>]]>]]>");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, SaysThatAMessageIsMalformedByAShortOne) {
+  Start({});
+  Greet(kOldHello);
+  Send(client_, "]]>]]><!-- nothing -->]]>]]><rpc/>]]>]]>");
+  ExpectReceived(server_, "\n#1\n<\n##\n\n#1\n<\n##\n\n#6\n<rpc/>\n##\n");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, GivesNoErrorThatIsNoXml) {
+  Start({});
+  Greet(kOldHello);
+  Send(client_, "<rpc/>]]>]]>");
+  ExpectReceived(server_, "\n#6\n<rpc/>\n##\n");
+  Send(server_, Frame(Framing::kChunked, "<rpc-error>ab\xc3</rpc-error>\n"));
+  ExpectReceived(client_, "<rpc-error>ab\xef\xbf\xbd</rpc-error>\n]]>]]>");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, CarriesWhatIsMuchLargerThanABuffer) {
+  Start({});
+  Greet(ClientHello());
+  const std::string message = "<rpc>" + std::string(3000000, 'x') + "</rpc>";
+  const std::string framed = Frame(Framing::kChunked, message);
+  std::thread sender([&] { Send(client_, framed); });
+  EXPECT_TRUE(Receive(server_, framed.size()) == framed);
+  sender.join();
+  sender = std::thread([&] { Send(server_, framed); });
+  EXPECT_TRUE(Receive(client_, framed.size()) == framed);
+  sender.join();
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, GivesTheLastReplyBeforeItEndsWithTheServer) {
+  Start({});
+  Greet(ClientHello());
+  Send(client_, Frame(Framing::kChunked, "<close-session/>"));
+  const std::string reply = Frame(Framing::kChunked, "<ok>");
+  Send(server_, reply);
+  server_.Close();
+  ExpectReceived(client_, reply);
+  EXPECT_EQ(Receive(client_, 1), "");
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, GivesTheLastReplyOfAServerThatHearsNoMore) {
+  Start({});
+  Greet(ClientHello());
+  ASSERT_EQ(shutdown(server_.get(), SHUT_RD), 0);
+  Send(client_, Frame(Framing::kChunked, "<get/>"));
+  EXPECT_EQ(reason_.wait_for(milliseconds(100)), std::future_status::timeout);
+  const std::string reply = Frame(Framing::kChunked, "<ok>");
+  Send(server_, reply);
+  server_.Close();
+  ExpectReceived(client_, reply);
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, TellsOfAClientThatEndsWithinAMessage) {
+  Start({});
+  Greet(ClientHello());
+  Send(client_, "\n#100\n<rpc");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "ended within a message");
+}
+
+TEST_F(RelayTest, DropsAClientThatSaysNoHelloInTime) {
+  Limits limits;
+  limits.hello = milliseconds(50);
+  Start(limits);
+  EXPECT_EQ(reason_.get(), "no hello in time");
+}
+
+TEST_F(RelayTest, DropsAClientThatSaysItsHelloTooSlowly) {
+  Limits limits;
+  limits.hello = milliseconds(100);
+  Start(limits);
+  for (int i = 0; i < 100; ++i) {
+    Send(client_, "<");
+    if (reason_.wait_for(milliseconds(5)) == std::future_status::ready) break;
+  }
+  EXPECT_EQ(reason_.get(), "no hello in time");
+}
+
+TEST_F(RelayTest, DropsASilentClient) {
+  Limits limits;
+  limits.idle = milliseconds(50);
+  Start(limits);
+  Greet(ClientHello());
+  EXPECT_EQ(reason_.get(), "nothing came or went for too long");
+}
+
+TEST_F(RelayTest, DropsAClientThatSendsAMessageTooSlowly) {
+  Limits limits;
+  limits.idle = milliseconds(100);
+  Start(limits);
+  Greet(ClientHello());
+  Send(client_, "\n#100000\n");
+  for (int i = 0; i < 100; ++i) {
+    Send(client_, "<");
+    if (reason_.wait_for(milliseconds(5)) == std::future_status::ready) break;
+  }
+  EXPECT_EQ(reason_.get(), "nothing came or went for too long");
+}
+
+TEST_F(RelayTest, DropsAClientThatDoesNotReadItsReplies) {
+  Limits limits;
+  limits.idle = milliseconds(100);
+  Start(limits);
+  Greet(ClientHello());
+  Send(client_, Frame(Framing::kChunked, "<get/>"));
+  Send(server_, Frame(Framing::kChunked, std::string(5000000, 'x')));
+  EXPECT_EQ(reason_.get(), "nothing came or went for too long");
+}
+
+TEST_F(RelayTest, WaitsForTheServerAsLongAsItTakes) {
+  Limits limits;
+  limits.idle = milliseconds(50);
+  Start(limits);
+  Greet(ClientHello());
+  Send(client_, Frame(Framing::kChunked, "<commit/>"));
+  EXPECT_EQ(reason_.wait_for(milliseconds(300)), std::future_status::timeout);
+  const std::string reply = Frame(Framing::kChunked, "<ok>");
+  Send(server_, reply);
+  ExpectReceived(client_, reply);
+  EXPECT_EQ(reason_.get(), "nothing came or went for too long");
+}
+
+TEST_F(RelayTest, DropsAClientWithAMessageThatIsTooLarge) {
+  Limits limits;
+  limits.max_message = 1000;
+  Start(limits);
+  Greet(ClientHello());
+  Send(client_, "\n#1001\n");
+  EXPECT_EQ(reason_.get(), "a message of more than 1000 bytes");
+}
+
+TEST_F(RelayTest, DropsAClientWithAHelloWithoutAnEnd) {
+  Start({});
+  Send(client_, std::string(100000, ' '));
+  EXPECT_EQ(reason_.get(), "a message of more than 65536 bytes");
+}
+
+TEST_F(RelayTest, DropsAClientWhoseFramingIsWrong) {
+  Start({});
+  Greet(ClientHello());
+  Send(client_, "<rpc/>]]>]]>");
+  EXPECT_EQ(reason_.get(), "no chunk where one must begin");
+}
+
+}  // namespace
+}  // namespace ipav::transport

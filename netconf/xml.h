@@ -4,16 +4,14 @@
 
 #include <libxml/tree.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
 
+#include "host/base/c_ptr.h"
+
 namespace ipav::netconf {
 
-struct XmlDocumentDeleter {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentDeleter>;
+using XmlDocument = base::CPtr<xmlDoc, xmlFreeDoc>;
 
 // Null when the text is not well-formed. Loads nothing from outside. A null
 // `encoding` means the one that the text declares, UTF-8 by default.

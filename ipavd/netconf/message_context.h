@@ -10,14 +10,12 @@
 #include <memory>
 #include <string>
 
+#include "host/base/c_ptr.h"
 #include "host/datastore/model.h"
 
 namespace ipav::netconf {
 
-struct ContextDeleter {
-  void operator()(ly_ctx* context) const { ly_ctx_destroy(context); }
-};
-using MessageContext = std::unique_ptr<ly_ctx, ContextDeleter>;
+using MessageContext = base::CPtr<ly_ctx, ly_ctx_destroy>;
 
 // `yang_dir` has the modules of NETCONF. The model must live longer. Throws
 // datastore::InputError.

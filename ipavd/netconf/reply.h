@@ -12,15 +12,13 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/c_ptr.h"
 #include "ipavd/store/edit_config.h"
 #include "ipavd/store/rpc_error.h"
 
 namespace ipav::netconf {
 
-struct ReplyDeleter {
-  void operator()(nc_server_reply* reply) const { nc_server_reply_free(reply); }
-};
-using Reply = std::unique_ptr<nc_server_reply, ReplyDeleter>;
+using Reply = base::CPtr<nc_server_reply, nc_server_reply_free>;
 
 // What an operation throws that cannot be done.
 class Refusal : public std::exception {

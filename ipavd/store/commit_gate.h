@@ -1,5 +1,5 @@
-// The one road into the running configuration: the model's own tests, and then
-// the commit engine, as ipav check runs it. Every door leads through it.
+// Judges what is to become running: the tests of the data model first, and then
+// the commit engine, as ipav check runs it. Nothing becomes running without it.
 #ifndef IPAV_IPAVD_STORE_COMMIT_GATE_H_
 #define IPAV_IPAVD_STORE_COMMIT_GATE_H_
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "host/base/c_ptr.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
 #include "ipavd/store/edit_tree.h"
@@ -38,11 +39,7 @@ std::string StepTo(const lysc_node* parent, const lysc_node& node,
 
 std::string PathOf(const lyd_node* node) {
   if (node == nullptr) return "";
-  struct Free {
-    void operator()(char* text) const { std::free(text); }
-  };
-  const std::unique_ptr<char, Free> text(
-      lyd_path(node, LYD_PATH_STD, nullptr, 0));
+  const base::CText text(lyd_path(node, LYD_PATH_STD, nullptr, 0));
   return text == nullptr ? "" : text.get();
 }
 

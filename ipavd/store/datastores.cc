@@ -40,24 +40,19 @@ RpcError NotSupported(const std::string& message) {
 
 std::string Quote(const std::string& text) { return "\"" + text + "\""; }
 
-const lyd_node* TopOf(const Configuration& configuration) {
-  return configuration == nullptr ? nullptr
-                                  : configuration->FirstChild(nullptr);
-}
-
-// The datastore that a client named as a source.
+// The datastore that a client named as the source.
 std::optional<Datastore> NamedIn(const Source& source) {
   const auto* config = std::get_if<InlineConfig>(&source);
   return config != nullptr ? config->copy_of : std::get<Datastore>(source);
 }
 
-// And not with other default values.
+// Whether the source is running, and not a copy with default values.
 bool IsRunningAsItIs(const Source& source) {
   const auto* datastore = std::get_if<Datastore>(&source);
   return datastore != nullptr && *datastore == Datastore::kRunning;
 }
 
-// The content of an element config that is no edit.
+// Parses the content of an element config that is not an edit.
 Edited ParseInline(const datastore::Model& model, const InlineConfig& config) {
   EditRules rules;
   rules.allows_operations = false;
@@ -66,42 +61,19 @@ Edited ParseInline(const datastore::Model& model, const InlineConfig& config) {
 
 }  // namespace
 
-const char* NameOf(Datastore datastore) {
-  switch (datastore) {
-    case Datastore::kRunning:
-      return "running";
-    case Datastore::kCandidate:
-      return "candidate";
-    case Datastore::kStartup:
-      break;
-  }
-  return "startup";
-}
-
 Datastores::Datastores(CommitGate gate, StateFolder* folder,
                        std::function<TimePoint()> now)
-    : gate_(std::move(gate)), folder_(*folder), now_(std::move(now)) {
+    : gate_(std::move(gate)),
+      now_(std::move(now)),
+      configurations_(Load(gate_, folder), folder) {
   if (now_ == nullptr) now_ = std::chrono::steady_clock::now;
-  Loaded loaded = Load(gate_, folder);
-  running_ = std::move(loaded.running);
-  startup_ = std::move(loaded.startup);
-  candidate_ = std::move(loaded.candidate);
-  notices_ = std::move(loaded.notices);
 }
 
 const lyd_node* Datastores::Tree(Datastore datastore) const {
-  switch (datastore) {
-    case Datastore::kCandidate:
-      return candidate_.has_value() ? candidate_->get() : TopOf(running_);
-    case Datastore::kStartup:
-      return TopOf(startup_);
-    case Datastore::kRunning:
-      break;
-  }
-  return TopOf(running_);
+  return configurations_.Tree(datastore);
 }
 
-// Whether a session must leave a datastore alone.
+// An error when another session has locked the datastore.
 Result Datastores::CheckLock(SessionId session, Datastore datastore) const {
   const std::optional<LockState>& lock = LockOf(datastore);
   if (!lock.has_value() || lock->session == session) return std::nullopt;
@@ -112,7 +84,7 @@ Result Datastores::CheckLock(SessionId session, Datastore datastore) const {
 
 std::vector<RpcError> Datastores::Edit(SessionId session,
                                        const EditRequest& request) {
-  // 1. Whether it may be edited at all.
+  // 1. Whether it may be edited.
   if (request.target == Datastore::kStartup) {
     return {NotSupported("startup is not edited, but copied to")};
   }
@@ -130,61 +102,66 @@ std::vector<RpcError> Datastores::Edit(SessionId session,
     return edited.errors;
   }
 
-  // 3. What it leaves.
+  // 3. The result.
   if (Result error = SetEdited(request, std::move(edited.nodes))) {
     edited.errors.push_back(*std::move(error));
   }
   return edited.errors;
 }
 
-// Tests and sets what an edit leaves, as far as the request asks for either.
+// Tests and sets the result of an edit, as the request says.
 Result Datastores::SetEdited(const EditRequest& request, Nodes nodes) {
   if (request.target == Datastore::kCandidate &&
       request.test_option == TestOption::kSet) {
-    return SetCandidate(std::move(nodes));
+    return configurations_.SetCandidate(std::move(nodes));
   }
-  const Judgement judgement = gate_.Judge(running_, Copy(nodes.get()));
+  const Judgement judgement =
+      gate_.Judge(configurations_.running(), Copy(nodes.get()));
   if (judgement.error.has_value() ||
       request.test_option == TestOption::kTestOnly) {
     return judgement.error;
   }
   return request.target == Datastore::kCandidate
-             ? SetCandidate(std::move(nodes))
-             : SetRunning(judgement.configuration, StaleFiles());
+             ? configurations_.SetCandidate(std::move(nodes))
+             : configurations_.SetRunning(judgement.configuration);
 }
 
 Result Datastores::CopyConfig(SessionId session, const Source& source,
                               Datastore target) {
-  // 1. From where to where.
+  // 1. Source and target.
   if (NamedIn(source) == target) {
     return MakeError(ErrorTag::kInvalidValue,
                      std::string(NameOf(target)) + " is source and target");
   }
   if (Result error = CheckLock(session, target)) return error;
 
-  // 2. What.
+  // 2. The configuration.
   Nodes nodes;
   if (Result error = TakeSource(source, &nodes)) return error;
   switch (target) {
     case Datastore::kCandidate:
-      return IsRunningAsItIs(source) ? DropCandidate()
-                                     : SetCandidate(std::move(nodes));
+      return IsRunningAsItIs(source)
+                 ? configurations_.DropCandidate()
+                 : configurations_.SetCandidate(std::move(nodes));
     case Datastore::kStartup: {
       const Judgement complete = gate_.Complete(std::move(nodes));
-      return complete.error.has_value() ? complete.error
-                                        : SetStartup(complete.configuration);
+      return complete.error.has_value()
+                 ? complete.error
+                 : configurations_.SetStartup(complete.configuration);
     }
     case Datastore::kRunning:
       break;
   }
-  const Judgement judgement = gate_.Judge(running_, std::move(nodes));
+  const Judgement judgement =
+      gate_.Judge(configurations_.running(), std::move(nodes));
   if (judgement.error.has_value()) return judgement.error;
-  return SetRunning(judgement.configuration, StaleFiles());
+  return configurations_.SetRunning(judgement.configuration);
 }
 
-// The nodes of a source, which are then the caller's.
+// Copies the nodes of a source.
 Result Datastores::TakeSource(const Source& source, Nodes* nodes) const {
-  if (NamedIn(source) == Datastore::kStartup && startup_ == nullptr) {
+  if (NamedIn(source) == Datastore::kStartup &&
+      !configurations_.has_startup()) {
     return MakeError(ErrorTag::kDataMissing,
                      "there is no startup configuration");
   }
@@ -203,25 +180,27 @@ Result Datastores::DeleteConfig(SessionId session, Datastore target) {
     return NotSupported(std::string(NameOf(target)) + " cannot be deleted");
   }
   if (Result error = CheckLock(session, target)) return error;
-  if (startup_ == nullptr) {
+  if (!configurations_.has_startup()) {
     return MakeError(ErrorTag::kDataMissing,
                      "there is no startup configuration");
   }
-  return SetStartup({});
+  return configurations_.SetStartup({});
 }
 
 Result Datastores::Validate(const Source& source) const {
   Nodes nodes;
   if (Result error = TakeSource(source, &nodes)) return error;
-  // Running and startup are what the next start loads, with nothing before it.
+  // The next start loads running and startup, when nothing is configured yet.
   const auto* datastore = std::get_if<Datastore>(&source);
   const bool is_loaded =
       datastore != nullptr && *datastore != Datastore::kCandidate;
-  return gate_.Judge(is_loaded ? nullptr : running_, std::move(nodes)).error;
+  return gate_
+      .Judge(is_loaded ? nullptr : configurations_.running(), std::move(nodes))
+      .error;
 }
 
 Result Datastores::Commit(SessionId session, const CommitRequest& request) {
-  // 1. Whether the session may.
+  // 1. Whether the session may commit.
   for (const Datastore used : {Datastore::kRunning, Datastore::kCandidate}) {
     if (Result error = CheckLock(session, used)) return error;
   }
@@ -233,7 +212,7 @@ Result Datastores::Commit(SessionId session, const CommitRequest& request) {
 
   // 2. The gate.
   const Judgement judgement =
-      gate_.Judge(running_, Copy(Tree(Datastore::kCandidate)));
+      gate_.Judge(configurations_.running(), Copy(Tree(Datastore::kCandidate)));
   if (judgement.error.has_value()) return judgement.error;
 
   // 3. Running.
@@ -242,7 +221,8 @@ Result Datastores::Commit(SessionId session, const CommitRequest& request) {
              : CommitForGood(judgement.configuration);
 }
 
-// Whether a session may confirm, follow up or cancel what waits, if anything.
+// An error when the session may not confirm, follow up or cancel the confirmed
+// commit that waits, if any.
 Result Datastores::CheckPending(
     SessionId session, const std::optional<std::string>& persist_id) const {
   if (!pending_.has_value()) {
@@ -269,46 +249,19 @@ Result Datastores::CheckPending(
 
 Result Datastores::CommitForNow(SessionId session, const CommitRequest& request,
                                 const Configuration& configuration) {
-  // The way back comes first: whenever the server ends, it is there.
-  Pending pending;
-  pending.session = session;
-  pending.persist = request.persist;
-  pending.deadline = now_() + request.timeout;
-  if (pending_.has_value()) {
-    pending.before = pending_->before;
-    if (!pending.persist.has_value()) pending.persist = pending_->persist;
-  } else {
-    pending.before = running_;
-    Result error =
-        Store([&] { folder_.Write(kRollbackFile, TextOf(TopOf(running_))); });
-    if (error.has_value()) {
-      ForgetRollback();
-      return error;
-    }
+  Pending pending{session, request.persist, now_() + request.timeout};
+  if (pending_.has_value() && !pending.persist.has_value()) {
+    pending.persist = pending_->persist;
   }
-  Result error = SetRunning(configuration, {kCandidateFile});
-  if (error.has_value()) {
-    if (!pending_.has_value()) ForgetRollback();
-    return error;
-  }
-  candidate_.reset();
-  pending_ = std::move(pending);
-  return std::nullopt;
-}
-
-// Nothing is to be taken back, since nothing was done.
-void Datastores::ForgetRollback() {
-  const Result error = Store([&] { folder_.Remove(kRollbackFile); });
-  if (error.has_value()) notices_.push_back(error->message);
+  Result error = configurations_.CommitForNow(configuration);
+  if (!error.has_value()) pending_ = std::move(pending);
+  return error;
 }
 
 Result Datastores::CommitForGood(const Configuration& configuration) {
-  if (!candidate_.has_value() && !pending_.has_value()) return std::nullopt;
-  Result error = SetRunning(configuration, {kRollbackFile, kCandidateFile});
-  if (error.has_value()) return error;
-  candidate_.reset();
-  pending_.reset();
-  return std::nullopt;
+  Result error = configurations_.Commit(configuration);
+  if (!error.has_value()) pending_.reset();
+  return error;
 }
 
 Result Datastores::CancelCommit(SessionId session,
@@ -318,42 +271,40 @@ Result Datastores::CancelCommit(SessionId session,
   }
   if (Result error = CheckLock(session, Datastore::kRunning)) return error;
   if (Result error = CheckPending(session, persist_id)) return error;
-  return TakeBack();
+  return RollBack();
 }
 
-// As at a start: rules on changes would forbid many a way back.
-Result Datastores::JudgeWayBack() const {
-  return gate_.Judge(nullptr, pending_->before);
+// As at a start, where nothing was configured before: rules about changes would
+// refuse many rollbacks.
+Result Datastores::JudgeRollback() const {
+  return gate_.Judge(nullptr, configurations_.rollback());
 }
 
-// Running is as it was before the confirmed commit, or, with an error, not.
-Result Datastores::TakeBack() {
-  if (Result error = JudgeWayBack()) return error;
-  Result error = SetRunning(pending_->before, {kRollbackFile});
+// Ends a confirmed commit. With an error, it waits on.
+Result Datastores::RollBack() {
+  if (Result error = JudgeRollback()) return error;
+  Result error = configurations_.RollBack();
   if (!error.has_value()) pending_.reset();
   return error;
 }
 
-// The same where there is nobody to tell. It is over then, in any case.
-void Datastores::TakeBackFor(const std::string& reason) {
-  if (const Result error = JudgeWayBack()) {
-    notices_.push_back(kCommitIs + ("stays, although " + reason + ": ") +
-                       error->message);
-    ForgetRollback();
-    pending_.reset();
+// The same when no client can be told of an error. It ends in any case.
+void Datastores::RollBackFor(const std::string& reason) {
+  pending_.reset();
+  if (const Result error = JudgeRollback()) {
+    configurations_.AddNotice(kCommitIs + ("stays, although " + reason + ": ") +
+                              error->message);
+    configurations_.ForgetRollback();
     return;
   }
-  const Result error = SetRunning(pending_->before, {kRollbackFile});
-  // A disk that fails keeps what to go back to, for the next start to do so.
-  running_ = pending_->before;
-  pending_.reset();
-  notices_.push_back(kCommitIs + ("is taken back: " + reason));
-  if (error.has_value()) notices_.push_back(error->message);
+  const Result error = configurations_.RollBackAnyway();
+  configurations_.AddNotice(kCommitIs + ("is taken back: " + reason));
+  if (error.has_value()) configurations_.AddNotice(error->message);
 }
 
 Result Datastores::DiscardChanges(SessionId session) {
   if (Result error = CheckLock(session, Datastore::kCandidate)) return error;
-  return DropCandidate();
+  return configurations_.DropCandidate();
 }
 
 Result Datastores::Lock(SessionId session, Datastore datastore) {
@@ -363,7 +314,8 @@ Result Datastores::Lock(SessionId session, Datastore datastore) {
                                          " is locked by session " +
                                          std::to_string(lock->session));
   }
-  if (datastore == Datastore::kCandidate && IsCandidateChanged()) {
+  if (datastore == Datastore::kCandidate &&
+      configurations_.IsCandidateChanged()) {
     return LockDenied(
         0, "candidate has changes that are neither committed nor discarded");
   }
@@ -391,8 +343,8 @@ void Datastores::Release(Datastore datastore) {
   locks_.at(IndexOf(datastore)).reset();
   // RFC 6241, section 8.3.5.2.
   if (datastore != Datastore::kCandidate) return;
-  const Result error = DropCandidate();
-  if (error.has_value()) notices_.push_back(error->message);
+  const Result error = configurations_.DropCandidate();
+  if (error.has_value()) configurations_.AddNotice(error->message);
 }
 
 void Datastores::SessionEnded(SessionId session) {
@@ -400,7 +352,7 @@ void Datastores::SessionEnded(SessionId session) {
     if (pending_->persist.has_value()) {
       pending_->session = 0;
     } else {
-      TakeBackFor("session " + std::to_string(session) + " ended");
+      RollBackFor("session " + std::to_string(session) + " ended");
     }
   }
   for (const Datastore datastore :
@@ -422,102 +374,12 @@ std::optional<TimePoint> Datastores::Deadline() const {
 
 void Datastores::CheckTime() {
   if (pending_.has_value() && now_() >= pending_->deadline) {
-    TakeBackFor("it was not confirmed in time");
+    RollBackFor("it was not confirmed in time");
   }
 }
 
 std::vector<std::string> Datastores::TakeNotices() {
-  return std::exchange(notices_, {});
-}
-
-// Whether the candidate is more than a copy of running.
-bool Datastores::IsCandidateChanged() const {
-  return candidate_.has_value() &&
-         lyd_compare_siblings(candidate_->get(), TopOf(running_),
-                              LYD_COMPARE_FULL_RECURSION) != LY_SUCCESS;
-}
-
-// What a failing disk may have left of an earlier operation, and what must not
-// undo a later one.
-std::vector<std::string> Datastores::StaleFiles() const {
-  if (pending_.has_value()) return {};
-  return {kRollbackFile};
-}
-
-// Runs what writes to the folder.
-Result Datastores::Store(const std::function<void()>& body) {
-  try {
-    body();
-    return std::nullopt;
-  } catch (const StateError& error) {
-    return Failed(error.what());
-  }
-}
-
-Result Datastores::SetCandidate(Nodes nodes) {
-  return Store([&] {
-    folder_.WriteLazily(kCandidateFile, TextOf(nodes.get()));
-    candidate_ = std::move(nodes);
-  });
-}
-
-Result Datastores::DropCandidate() {
-  if (!candidate_.has_value()) return std::nullopt;
-  return Store([&] {
-    folder_.Remove(kCandidateFile);
-    candidate_.reset();
-  });
-}
-
-// Null: there is none from now on.
-Result Datastores::SetStartup(const Configuration& configuration) {
-  Result error = Store([&] { WriteStartup(configuration); });
-  if (error.has_value()) {
-    // As for running: it must be what is told.
-    const Result undone = Store([&] { WriteStartup(startup_); });
-    if (undone.has_value()) notices_.push_back(undone->message);
-    return error;
-  }
-  startup_ = configuration;
-  return std::nullopt;
-}
-
-void Datastores::WriteStartup(const Configuration& configuration) {
-  if (configuration == nullptr) {
-    folder_.Remove(kStartupFile);
-  } else {
-    folder_.Write(kStartupFile, TextOf(TopOf(configuration)));
-  }
-}
-
-// What the gate has accepted becomes running, on the disk first; `old_files`
-// go with the change.
-Result Datastores::SetRunning(const Configuration& configuration,
-                              const std::vector<std::string>& old_files) {
-  Result error = Store([&] {
-    folder_.WriteAndRemove(kRunningFile, TextOf(TopOf(configuration)),
-                           old_files);
-  });
-  if (!error.has_value()) {
-    running_ = configuration;
-    return std::nullopt;
-  }
-  // Nobody knows how far it came. What is told must be what the next start
-  // finds.
-  const Result undone = Store([&] { WriteAll(); });
-  if (undone.has_value()) notices_.push_back(undone->message);
-  return error;
-}
-
-// All that may have been changed, as it is in memory.
-void Datastores::WriteAll() {
-  if (pending_.has_value()) {
-    folder_.Write(kRollbackFile, TextOf(TopOf(pending_->before)));
-  }
-  folder_.Write(kRunningFile, TextOf(TopOf(running_)));
-  if (candidate_.has_value()) {
-    folder_.WriteLazily(kCandidateFile, TextOf(candidate_->get()));
-  }
+  return configurations_.TakeNotices();
 }
 
 }  // namespace ipav::store

@@ -1,6 +1,5 @@
 #include "ipavd/store/nodes.h"
 
-#include <cstdlib>
 #include <new>
 
 namespace ipav::store {
@@ -16,9 +15,6 @@ Nodes Copy(const lyd_node* nodes) {
 }
 
 std::string TextOf(const lyd_node* nodes) {
-  struct Free {
-    void operator()(char* text) const { std::free(text); }
-  };
   if (nodes == nullptr) return "";
   char* text = nullptr;
   if (lyd_print_mem(&text, nodes, LYD_XML,
@@ -26,7 +22,7 @@ std::string TextOf(const lyd_node* nodes) {
       LY_SUCCESS) {
     throw std::bad_alloc();
   }
-  const std::unique_ptr<char, Free> owner(text);
+  const base::CText owner(text);
   return text == nullptr ? "" : text;
 }
 

@@ -1,20 +1,17 @@
-// The top nodes of a configuration, as libyang has them.
+// The top nodes of a configuration.
 #ifndef IPAV_IPAVD_STORE_NODES_H_
 #define IPAV_IPAVD_STORE_NODES_H_
 
 #include <libyang/libyang.h>
 
-#include <memory>
 #include <string>
+
+#include "host/base/c_ptr.h"
 
 namespace ipav::store {
 
-struct NodesDeleter {
-  void operator()(lyd_node* nodes) const { lyd_free_all(nodes); }
-};
-
-// Owned by the first of them. Null: no nodes.
-using Nodes = std::unique_ptr<lyd_node, NodesDeleter>;
+// Owns all of them, by the first one. Null: no nodes.
+using Nodes = base::CPtr<lyd_node, lyd_free_all>;
 
 // A copy of all top nodes. Throws std::bad_alloc.
 Nodes Copy(const lyd_node* nodes);

@@ -4,16 +4,14 @@
 
 #include <libssh/libssh.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "host/base/c_ptr.h"
+
 namespace ipav::transport {
 
-struct KeyDeleter {
-  void operator()(ssh_key key) const { ssh_key_free(key); }
-};
-using Key = std::unique_ptr<ssh_key_struct, KeyDeleter>;
+using Key = base::CPtr<ssh_key_struct, ssh_key_free>;
 
 class AuthorizedKeys {
  public:

@@ -9,10 +9,11 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+
+#include "host/base/c_ptr.h"
 
 namespace ipav::transport {
 
@@ -29,9 +30,7 @@ std::runtime_error ListenError(const std::string& where) {
   return ListenError(where, std::generic_category().message(errno));
 }
 
-struct AddressDeleter {
-  void operator()(addrinfo* address) const { freeaddrinfo(address); }
-};
+using Addresses = base::CPtr<addrinfo, freeaddrinfo>;
 
 // One end of a TCP connection, as numbers.
 struct End {
@@ -92,7 +91,7 @@ base::FileDescriptor ListenTcp(const std::string& address, std::uint16_t port) {
   const int error =
       getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &list);
   if (error != 0) throw ListenError(where, "not an IP address");
-  const std::unique_ptr<addrinfo, AddressDeleter> found(list);
+  const Addresses found(list);
 
   // 2. The socket. SO_REUSEADDR: a restarted server need not wait until old
   // connections have timed out.

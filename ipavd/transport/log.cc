@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+#include "host/base/utf8.h"
+
 namespace ipav::transport {
 
 void Log(Severity severity, const std::string& text) {
@@ -11,12 +13,7 @@ void Log(Severity severity, const std::string& text) {
   if (std::getenv("JOURNAL_STREAM") != nullptr) {
     line = "<" + std::to_string(static_cast<int>(severity)) + ">";
   }
-  line += "ipavd: ";
-  for (const char c : text) {
-    const bool is_control = static_cast<unsigned char>(c) < ' ' || c == '\x7f';
-    line += is_control ? '?' : c;
-  }
-  line += '\n';
+  line += "ipavd: " + base::Printable(text) + "\n";
   // A failure cannot be reported anywhere.
   if (write(STDERR_FILENO, line.data(), line.size()) < 0) return;
 }

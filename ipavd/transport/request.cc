@@ -4,8 +4,8 @@
 #include <libxml/xmlerror.h>
 
 #include <climits>
-#include <memory>
 
+#include "host/base/c_ptr.h"
 #include "netconf/framing.h"
 #include "netconf/xml.h"
 
@@ -20,10 +20,7 @@ using netconf::XmlDocument;
 constexpr std::string_view kMalformed = "<";
 constexpr std::string_view kPrefix = "no-namespace-of-";
 
-struct ParserDeleter {
-  void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
-};
-using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
+using Parser = base::CPtr<xmlParserCtxt, xmlFreeParserCtxt>;
 
 bool IsToMark(const xmlChar* name, bool has_prefix) {
   const std::string_view text = netconf::ToView(name);

@@ -18,13 +18,8 @@ constexpr unsigned kMaxRefusedKeys = 6;
 
 constexpr int kFlushMilliseconds = 2000;
 
-struct BindDeleter {
-  void operator()(ssh_bind bind) const { ssh_bind_free(bind); }
-};
-
-struct EventDeleter {
-  void operator()(ssh_event event) const { ssh_event_free(event); }
-};
+using Bind = base::CPtr<ssh_bind_struct, ssh_bind_free>;
+using Event = base::CPtr<ssh_event_struct, ssh_event_free>;
 
 }  // namespace
 
@@ -33,7 +28,7 @@ SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
     : keys_(&keys), session_(ssh_new()) {
   ssh_set_log_level(SSH_LOG_NOLOG);
   // 1. The connection, which takes the host key and the socket.
-  const std::unique_ptr<ssh_bind_struct, BindDeleter> bind(ssh_bind_new());
+  const Bind bind(ssh_bind_new());
   const bool no_files = false;
   ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_PROCESS_CONFIG, &no_files);
   ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_HOSTKEY, host_key.c_str());
@@ -77,7 +72,7 @@ void SshStream::Serve() {
     throw std::runtime_error("no SSH: " +
                              std::string(ssh_get_error(session_.get())));
   }
-  const std::unique_ptr<ssh_event_struct, EventDeleter> event(ssh_event_new());
+  const Event event(ssh_event_new());
   ssh_event_add_session(event.get(), session_.get());
   while (!has_subsystem_) {
     const bool is_alive = ssh_event_dopoll(event.get(), -1) != SSH_ERROR &&

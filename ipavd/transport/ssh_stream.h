@@ -6,7 +6,6 @@
 #include <libssh/libssh.h>
 #include <libssh/server.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,10 +35,6 @@ class SshStream : public ByteStream {
   std::optional<std::size_t> Write(std::string_view bytes) override;
 
  private:
-  struct SessionDeleter {
-    void operator()(ssh_session session) const { ssh_free(session); }
-  };
-
   void SetCallbacks();
   void Serve();
 
@@ -51,7 +46,7 @@ class SshStream : public ByteStream {
   static ssh_channel OnOpen(ssh_session session, void* userdata);
 
   const AuthorizedKeys* keys_;
-  std::unique_ptr<ssh_session_struct, SessionDeleter> session_;
+  base::CPtr<ssh_session_struct, ssh_free> session_;
   ssh_channel channel_ = nullptr;  // belongs to the session
   ssh_server_callbacks_struct server_callbacks_{};
   ssh_channel_callbacks_struct channel_callbacks_{};

@@ -1,5 +1,6 @@
-// Every door into the running configuration says what ipav check says, of every
-// example of the branch router, and lets nothing in that is refused.
+// Every operation that changes or validates running gives the verdict of ipav
+// check, for every example of the branch router, and a refused configuration
+// never becomes running.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -156,22 +157,95 @@ void ExpectPathIsThere(const Result& error, const Datastores& datastores) {
   ly_set_free(nodes, nullptr);
 }
 
-// A door: takes a configuration into running, or says why not.
-using Door = std::function<Result(Router*, const std::string&)>;
+// Takes a configuration into running, or says why not.
+struct Way {
+  const char* name;
+  bool only_validates;
+  std::function<Result(Router*, const std::string&)> take;
+};
 
-void ExpectDoorSaysWhatCheckSays(const Door& door, bool only_says = false) {
+Result ReplaceBy(Router* router, const std::string& xml,
+                 const EditRequest& what) {
+  EditRequest request = what;
+  request.default_operation = Operation::kReplace;
+  request.config = xml;
+  const std::vector<RpcError> errors = (*router)->Edit(1, request);
+  return errors.empty() ? Result() : Result(errors[0]);
+}
+
+const std::vector<Way>& Ways() {
+  static const std::vector<Way> kAll = {
+      {"commit", false,
+       [](Router* router, const std::string& xml) {
+         SetCandidate(router, xml);
+         Result error = (*router)->Commit(1);
+         ExpectPathIsThere(error, *router->operator->());
+         return error;
+       }},
+      {"confirmed commit", false,
+       [](Router* router, const std::string& xml) {
+         SetCandidate(router, xml);
+         CommitRequest request;
+         request.confirmed = true;
+         return (*router)->Commit(1, request);
+       }},
+      {"validate of the candidate", true,
+       [](Router* router, const std::string& xml) {
+         SetCandidate(router, xml);
+         return (*router)->Validate(Datastore::kCandidate);
+       }},
+      {"validate of a configuration", true,
+       [](Router* router, const std::string& xml) {
+         return (*router)->Validate(InlineConfig{xml});
+       }},
+      {"copy of a configuration", false,
+       [](Router* router, const std::string& xml) {
+         return (*router)->CopyConfig(1, InlineConfig{xml},
+                                      Datastore::kRunning);
+       }},
+      {"copy of the candidate", false,
+       [](Router* router, const std::string& xml) {
+         SetCandidate(router, xml);
+         return (*router)->CopyConfig(1, Datastore::kCandidate,
+                                      Datastore::kRunning);
+       }},
+      {"copy of startup", false,
+       [](Router* router, const std::string& xml) {
+         EXPECT_EQ(InWords((*router)->CopyConfig(1, InlineConfig{xml},
+                                                 Datastore::kStartup)),
+                   "");
+         return (*router)->CopyConfig(1, Datastore::kStartup,
+                                      Datastore::kRunning);
+       }},
+      {"edit of running", false,
+       [](Router* router, const std::string& xml) {
+         EditRequest request;
+         request.target = Datastore::kRunning;
+         return ReplaceBy(router, xml, request);
+       }},
+      {"test of an edit", true,
+       [](Router* router, const std::string& xml) {
+         EditRequest request;
+         request.test_option = TestOption::kTestOnly;
+         return ReplaceBy(router, xml, request);
+       }},
+  };
+  return kAll;
+}
+
+void ExpectVerdictOfCheck(const Way& way) {
   Router router;
   const std::string running = router.running();
   std::size_t refused = 0;
   for (const Example& example : Examples()) {
     SCOPED_TRACE(example.name);
-    const Result error = door(&router, example.xml);
+    const Result error = way.take(&router, example.xml);
     EXPECT_EQ(InWords(error), example.refusal);
     if (error.has_value()) ++refused;
-    const bool is_in = !error.has_value() && !only_says;
+    const bool is_in = !error.has_value() && !way.only_validates;
     EXPECT_EQ(router.running(), is_in ? example.xml : running);
     if (!is_in) continue;
-    // Back to where the next one starts, by a door that is not judged.
+    // The next example starts from the same configuration again.
     router.Stop();
     fs::remove_all(router.path());
     fs::create_directory(router.path());
@@ -181,90 +255,14 @@ void ExpectDoorSaysWhatCheckSays(const Door& door, bool only_says = false) {
   EXPECT_EQ(refused, 27U);
 }
 
-TEST(Doors, CommitSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    SetCandidate(router, xml);
-    Result error = (*router)->Commit(1);
-    ExpectPathIsThere(error, *router->operator->());
-    return error;
-  });
+TEST(VerdictTest, OfEachOperationIsThatOfCheck) {
+  for (const Way& way : Ways()) {
+    SCOPED_TRACE(way.name);
+    ExpectVerdictOfCheck(way);
+  }
 }
 
-TEST(Doors, ConfirmedCommitSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    SetCandidate(router, xml);
-    CommitRequest request;
-    request.confirmed = true;
-    return (*router)->Commit(1, request);
-  });
-}
-
-TEST(Doors, ValidateOfTheCandidateSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays(
-      [](Router* router, const std::string& xml) {
-        SetCandidate(router, xml);
-        return (*router)->Validate(Datastore::kCandidate);
-      },
-      true);
-}
-
-TEST(Doors, ValidateOfAConfigurationSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays(
-      [](Router* router, const std::string& xml) {
-        return (*router)->Validate(InlineConfig{xml});
-      },
-      true);
-}
-
-TEST(Doors, ACopyOfAConfigurationToRunningSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    return (*router)->CopyConfig(1, InlineConfig{xml}, Datastore::kRunning);
-  });
-}
-
-TEST(Doors, ACopyOfTheCandidateToRunningSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    SetCandidate(router, xml);
-    return (*router)->CopyConfig(1, Datastore::kCandidate, Datastore::kRunning);
-  });
-}
-
-TEST(Doors, ACopyOfStartupToRunningSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    EXPECT_EQ(InWords((*router)->CopyConfig(1, InlineConfig{xml},
-                                            Datastore::kStartup)),
-              "");
-    return (*router)->CopyConfig(1, Datastore::kStartup, Datastore::kRunning);
-  });
-}
-
-TEST(Doors, AnEditOfRunningSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    EditRequest request;
-    request.target = Datastore::kRunning;
-    request.default_operation = Operation::kReplace;
-    request.config = xml;
-    const std::vector<RpcError> errors = (*router)->Edit(1, request);
-    return errors.empty() ? Result() : Result(errors[0]);
-  });
-}
-
-TEST(Doors, ATestOfAnEditSaysWhatCheckSays) {
-  ExpectDoorSaysWhatCheckSays(
-      [](Router* router, const std::string& xml) {
-        EditRequest request;
-        request.test_option = TestOption::kTestOnly;
-        request.default_operation = Operation::kReplace;
-        request.config = xml;
-        const std::vector<RpcError> errors = (*router)->Edit(1, request);
-        return errors.empty() ? Result() : Result(errors[0]);
-      },
-      true);
-}
-
-// Loading, which is a change from nothing.
-
-// What a start says; empty: it starts.
+// What a start says; empty: it succeeds.
 std::string StartErrorOf(Router* router) {
   try {
     router->Start();
@@ -274,55 +272,46 @@ std::string StartErrorOf(Router* router) {
   }
 }
 
-void ExpectLoadingSaysWhatCheckSays(
-    const std::function<void(Router*, const std::string&)>& put) {
-  Router router;
-  std::size_t refused = 0;
-  for (const Example& example : Examples()) {
-    SCOPED_TRACE(example.name);
-    put(&router, example.xml);
-    const std::string error = StartErrorOf(&router);
-    if (example.refusal_of_all.empty()) {
-      ASSERT_EQ(error, "");
-      EXPECT_EQ(router.running(), example.xml);
-      continue;
-    }
-    ++refused;
-    const std::string& refusal = example.refusal_of_all;
-    EXPECT_TRUE(host_test::Contains(
-        error, "is refused: " + refusal.substr(refusal.find(": ") + 2)));
-  }
-  EXPECT_EQ(refused, 25U);
-}
-
-TEST(Doors, TheLoadOfRunningSaysWhatCheckSaysOfAll) {
-  ExpectLoadingSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    router->Stop();
-    StateFolder(router->path()).Write("running.xml", xml);
-  });
-}
-
-TEST(Doors, TheLoadOfStartupSaysWhatCheckSaysOfAll) {
-  ExpectLoadingSaysWhatCheckSays([](Router* router, const std::string& xml) {
-    router->Stop();
-    StateFolder folder(router->path());
-    folder.Remove("running.xml");
-    folder.Write("startup.xml", xml);
-  });
-}
-
-// The way back from a confirmed commit. It is bad where the plug-in is another
-// one than it was.
-
-class WayBack : public testing::Test {
- protected:
-  // A plug-in of another validation set has no say in this model.
-  WayBack() : router_(std::string(IPAV_TEST_PLUGINS) + "/obeys_opaque.so") {
+// Loading is a change from nothing.
+TEST(VerdictTest, OfAStartIsThatOfCheckWithoutARunningConfiguration) {
+  for (const bool has_running : {true, false}) {
+    SCOPED_TRACE(has_running ? "running.xml" : "startup.xml");
+    Router router;
+    std::size_t refused = 0;
     for (const Example& example : Examples()) {
-      if (example.name == "ra-min-above-three-quarters.xml") {
-        bad_ = example.xml;
+      SCOPED_TRACE(example.name);
+      router.Stop();
+      {
+        StateFolder folder(router.path());
+        if (!has_running) folder.Remove("running.xml");
+        folder.Write(has_running ? "running.xml" : "startup.xml", example.xml);
       }
+      const std::string error = StartErrorOf(&router);
+      if (example.refusal_of_all.empty()) {
+        ASSERT_EQ(error, "");
+        EXPECT_EQ(router.running(), example.xml);
+        continue;
+      }
+      ++refused;
+      const std::string& refusal = example.refusal_of_all;
+      EXPECT_TRUE(host_test::Contains(
+          error, "is refused: " + refusal.substr(refusal.find(": ") + 2)));
     }
+    EXPECT_EQ(refused, 25U);
+  }
+}
+
+// A rollback is judged as well: it is refused when the plug-in has been
+// replaced by a stricter one.
+class RollbackTest : public testing::Test {
+ protected:
+  // obeys_opaque knows none of the validation points of this model.
+  RollbackTest()
+      : router_(std::string(IPAV_TEST_PLUGINS) + "/obeys_opaque.so") {
+    const DataTree bad = DataTree::FromFile(
+        ProjectModel(),
+        std::string(kExamples) + "ra-min-above-three-quarters.xml");
+    bad_ = TextOf(bad.FirstChild(nullptr));
     good_ = router_.running();
     SetCandidate(&router_, bad_);
     EXPECT_EQ(InWords(router_->Commit(1)), "");
@@ -345,12 +334,12 @@ class WayBack : public testing::Test {
   std::string good_;
 };
 
-TEST_F(WayBack, IsTakenWithThePluginThatAcceptedIt) {
+TEST_F(RollbackTest, SucceedsWithThePluginThatAcceptedIt) {
   EXPECT_EQ(InWords(router_->CancelCommit(1)), "");
   EXPECT_EQ(router_.running(), bad_);
 }
 
-TEST_F(WayBack, IsClosedToACancelledCommit) {
+TEST_F(RollbackTest, IsRefusedToCancelCommit) {
   router_.UsePlugin(IPAV_PLUGIN);
   const Result error = router_->CancelCommit(1);
   EXPECT_EQ(InWords(error),
@@ -360,7 +349,7 @@ TEST_F(WayBack, IsClosedToACancelledCommit) {
   ExpectItStays();
 }
 
-TEST_F(WayBack, IsClosedWhenTheTimeIsOver) {
+TEST_F(RollbackTest, IsRefusedWhenTheTimeIsOver) {
   router_.UsePlugin(IPAV_PLUGIN);
   router_.Pass(std::chrono::seconds(600));
   router_->CheckTime();
@@ -373,13 +362,13 @@ TEST_F(WayBack, IsClosedWhenTheTimeIsOver) {
   ExpectItStays();
 }
 
-TEST_F(WayBack, IsClosedWhenTheSessionEnds) {
+TEST_F(RollbackTest, IsRefusedWhenTheSessionEnds) {
   router_.UsePlugin(IPAV_PLUGIN);
   router_->SessionEnded(1);
   ExpectItStays();
 }
 
-TEST_F(WayBack, IsClosedToARestart) {
+TEST_F(RollbackTest, IsRefusedAtARestart) {
   router_.UsePlugin(IPAV_PLUGIN);
   router_.Start();
   ExpectItStays();

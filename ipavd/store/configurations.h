@@ -1,0 +1,102 @@
+// The configurations of one server, in memory and in its state folder:
+// running.xml, startup.xml, candidate.xml while the candidate differs from
+// running, and rollback.xml while a confirmed commit waits for its
+// confirmation.
+//
+// A change that returns no error is on the disk; only the candidate may be lost
+// when the power fails. After an error everything is as before. It does not
+// check what becomes running.
+#ifndef IPAV_IPAVD_STORE_CONFIGURATIONS_H_
+#define IPAV_IPAVD_STORE_CONFIGURATIONS_H_
+
+#include <libyang/libyang.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ipavd/store/commit_gate.h"
+#include "ipavd/store/load.h"
+#include "ipavd/store/nodes.h"
+#include "ipavd/store/rpc_error.h"
+#include "ipavd/store/state_folder.h"
+
+namespace ipav::store {
+
+enum class Datastore : std::uint8_t { kRunning, kCandidate, kStartup };
+
+// As in get-config: "running".
+const char* NameOf(Datastore datastore);
+
+using Result = std::optional<RpcError>;  // none: success
+
+class Configurations {
+ public:
+  // The folder is borrowed.
+  Configurations(Loaded loaded, StateFolder* folder);
+
+  // Top nodes, with default nodes marked as such; null for none. Valid until
+  // the next change.
+  const lyd_node* Tree(Datastore datastore) const;
+
+  const Configuration& running() const { return running_; }
+  bool has_startup() const { return startup_ != nullptr; }
+
+  // The running configuration before a confirmed commit that waits; null when
+  // none waits.
+  const Configuration& rollback() const { return rollback_; }
+
+  // Whether candidate differs from running.
+  bool IsCandidateChanged() const;
+
+  Result SetCandidate(Nodes nodes);
+  Result DropCandidate();  // it is running again
+
+  // Null deletes it.
+  Result SetStartup(const Configuration& configuration);
+
+  // Replaces running. The candidate stays.
+  Result SetRunning(const Configuration& configuration);
+
+  // Commits the candidate: for good, which confirms a commit that waits, or
+  // until RollBack().
+  Result Commit(const Configuration& configuration);
+  Result CommitForNow(const Configuration& configuration);
+
+  // Ends a confirmed commit that waits: running is the rollback configuration
+  // again.
+  Result RollBack();
+
+  // The same in memory even when it returns an error. Then the next start rolls
+  // back on the disk.
+  Result RollBackAnyway();
+
+  // Ends a confirmed commit that waits, and keeps running as it is.
+  void ForgetRollback();
+
+  // Messages for the operator, one line each: those since the last call.
+  void AddNotice(const std::string& line) { notices_.push_back(line); }
+  std::vector<std::string> TakeNotices();
+
+ private:
+  static Result Store(const std::function<void()>& body);
+  Result WriteRunning(const Configuration& configuration,
+                      const std::vector<std::string>& old_files);
+  void WriteStartup(const Configuration& configuration);
+  void WriteAll();
+  void RemoveRollbackFile();
+  void NoteError(const Result& error);
+
+  StateFolder& folder_;
+  Configuration running_;
+  Configuration startup_;           // null: there is none
+  Configuration rollback_;          // null: no confirmed commit waits
+  std::optional<Nodes> candidate_;  // none: it is running
+  std::vector<std::string> notices_;
+};
+
+}  // namespace ipav::store
+
+#endif  // IPAV_IPAVD_STORE_CONFIGURATIONS_H_

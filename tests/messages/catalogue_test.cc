@@ -363,10 +363,11 @@ TEST(MatchTest, TheBestReadingIsThatWithMostInCommon) {
     const std::vector<Reading> readings = BestReadings(text);
     return readings.empty() ? "" : readings.front().message->rule;
   };
-  // Both are possible; the name of the interface is the rest.
-  EXPECT_EQ(rule_of("l3 a is configured in OSPFv3 and cannot be associated "
-                    "with a VRF has duplicated IPv4 address 10.0.0.1"),
-            "address-twice");
+  // A duplicated address or a broadcast address, of no known kind.
+  EXPECT_EQ(rule_of("bridge x has duplicated IPv4 address ipv4 address "
+                    "10.0.0.255/24 cannot be configured as broadcast "
+                    "address."),
+            "address-is-broadcast");
   // As a person may have typed it.
   EXPECT_EQ(rule_of("<interface> has duplicated IPv4 address <address>"),
             "address-twice");

@@ -1,11 +1,14 @@
 """Every operation, and what it refuses, over the UNIX socket."""
 
+import pathlib
+import shutil
+import tempfile
 import time
 import unittest
 from xml.etree import ElementTree
 
-from served import (CONFIG, IPAPP, NETCONF, TEST_PLUGINS, ServerTest, config,
-                    l3, model_of)
+from served import (CONFIG, IPAPP, NETCONF, TEST_PLUGINS, RawClient, Server,
+                    ServerTest, config, l3, model_of)
 
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
@@ -39,8 +42,11 @@ def lock(target, what="lock"):
 class OperationsTest(ServerTest):
     def setUp(self):
         super().setUp()
-        self.server = self.serve()
+        self.server = self.start()
         self.client = self.raw(self.server)
+
+    def start(self):
+        return self.serve()
 
     def ok(self, operation):
         self.assert_ok(self.client.rpc(operation))
@@ -56,7 +62,31 @@ class OperationsTest(ServerTest):
         return self.names(self.client.rpc(get_config(datastore)))
 
 
-class GetConfigTest(OperationsTest):
+class SharedOperationsTest(OperationsTest):
+    """The tests of a class share one server, which each finds empty."""
+
+    shared = None
+
+    def start(self):
+        if self.shared is None:
+            folder = pathlib.Path(tempfile.mkdtemp(prefix="ipav-shared-"))
+            self.addClassCleanup(shutil.rmtree, folder)
+            type(self).shared = Server(folder / "state")
+            self.addClassCleanup(self.shared.stop)
+        else:
+            self.empty(RawClient(self.shared.socket))
+        return self.shared
+
+    def empty(self, client):
+        empty = copy("<config/>", "candidate")
+        client.rpc("<delete-config><target><startup/></target>"
+                   "</delete-config>")
+        for operation in [empty, "<commit/>", "<close-session/>"]:
+            self.assert_ok(client.rpc(operation))
+        client.close()
+
+
+class GetConfigTest(SharedOperationsTest):
     def test_gives_nothing_where_nothing_is_configured(self):
         reply = self.client.rpc(get_config())
         self.assertEqual(len(reply), 1)
@@ -231,7 +261,7 @@ class GetTest(OperationsTest):
         self.assertEqual(self.values(reply, "capability"), [])
 
 
-class GetSchemaTest(OperationsTest):
+class GetSchemaTest(SharedOperationsTest):
     def get_schema(self, *parts):
         return self.client.rpc(f'<get-schema xmlns="{MONITORING}">' +
                                "".join(parts) + "</get-schema>")
@@ -260,7 +290,7 @@ class GetSchemaTest(OperationsTest):
                                     "application")
 
 
-class EditConfigTest(OperationsTest):
+class EditConfigTest(SharedOperationsTest):
     def test_merges_into_the_candidate_alone(self):
         self.running(A)
         self.ok(edit("candidate", config(B)))
@@ -503,7 +533,7 @@ class EditOfAnyModelTest(ServerTest):
         self.assertEqual((kept.get("y"), kept.text), ("z", "text"))
 
 
-class CopyConfigTest(OperationsTest):
+class CopyConfigTest(SharedOperationsTest):
     def test_copies_every_datastore_to_every_other(self):
         names = ["running", "candidate", "startup"]
         for source in names:
@@ -564,7 +594,7 @@ class CopyConfigTest(OperationsTest):
         self.assertEqual(self.names_in("running"), ["a"])
 
 
-class DeleteConfigTest(OperationsTest):
+class DeleteConfigTest(SharedOperationsTest):
     def test_empties_startup(self):
         self.running(A)
         self.ok(copy("running", "startup"))
@@ -678,7 +708,7 @@ class CommitTest(OperationsTest):
         self.assertEqual(self.names_in("running"), [])
 
 
-class ValidateTest(OperationsTest):
+class ValidateTest(SharedOperationsTest):
     def validate(self, source):
         return f"<validate><source>{source}</source></validate>"
 
@@ -698,7 +728,7 @@ class ValidateTest(OperationsTest):
         self.assertEqual(self.names_in("candidate"), [])
 
 
-class DiscardChangesTest(OperationsTest):
+class DiscardChangesTest(SharedOperationsTest):
     def test_makes_the_candidate_running_again(self):
         self.running(A)
         self.ok(edit("candidate", config(B)))
@@ -796,7 +826,7 @@ class SessionTest(OperationsTest):
         self.assertTrue(old.is_dropped())
 
 
-class WrongRequestTest(OperationsTest):
+class WrongRequestTest(SharedOperationsTest):
     def test_of_an_unknown_operation_is_refused(self):
         self.error(self.client.rpc('<reboot xmlns="urn:x"/>'))
         self.assertEqual(self.names_in("running"), [])
@@ -858,7 +888,7 @@ class WrongRequestTest(OperationsTest):
             "<source><running/></source></copy-config>"))
 
 
-class CapabilitiesTest(OperationsTest):
+class CapabilitiesTest(SharedOperationsTest):
     """What is announced is what the tests above have seen to work."""
 
     BASE = "urn:ietf:params:netconf:capability:"

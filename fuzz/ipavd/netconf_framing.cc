@@ -32,9 +32,9 @@
 #include <string_view>
 #include <vector>
 
-#include "fuzz/support/allocations.h"
+#include "fuzz/ipavd/allocations.h"
+#include "fuzz/ipavd/plain_framing.h"
 #include "fuzz/support/finding.h"
-#include "fuzz/support/plain_framing.h"
 #include "fuzz/support/target.h"
 #include "host/base/file_descriptor.h"
 #include "ipavd/transport/byte_stream.h"

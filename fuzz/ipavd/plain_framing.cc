@@ -1,4 +1,4 @@
-#include "fuzz/support/plain_framing.h"
+#include "fuzz/ipavd/plain_framing.h"
 
 #include <algorithm>
 #include <cstdint>

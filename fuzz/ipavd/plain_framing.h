@@ -1,7 +1,7 @@
 // Framing of NETCONF (RFC 6242) in a stream that is there as a whole, which the
 // reader of streams that come in pieces is held against.
-#ifndef IPAV_FUZZ_SUPPORT_PLAIN_FRAMING_H_
-#define IPAV_FUZZ_SUPPORT_PLAIN_FRAMING_H_
+#ifndef IPAV_FUZZ_IPAVD_PLAIN_FRAMING_H_
+#define IPAV_FUZZ_IPAVD_PLAIN_FRAMING_H_
 
 #include <cstddef>
 #include <string>
@@ -27,4 +27,4 @@ Deframed PlainOfChunks(const std::string& stream, std::size_t limit);
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_PLAIN_FRAMING_H_
+#endif  // IPAV_FUZZ_IPAVD_PLAIN_FRAMING_H_

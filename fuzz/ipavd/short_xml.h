@@ -4,8 +4,8 @@
 // between elements; what follows "@name=" is the value of an attribute. Both
 // end with a blank or a mark, or are in quotes. Brackets that are missing are
 // there, those too many are not; all else separates.
-#ifndef IPAV_FUZZ_SUPPORT_SHORT_XML_H_
-#define IPAV_FUZZ_SUPPORT_SHORT_XML_H_
+#ifndef IPAV_FUZZ_IPAVD_SHORT_XML_H_
+#define IPAV_FUZZ_IPAVD_SHORT_XML_H_
 
 #include <map>
 #include <string>
@@ -24,4 +24,4 @@ std::string FromShortXml(const std::string& text, const ShortNames& names);
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_SHORT_XML_H_
+#endif  // IPAV_FUZZ_IPAVD_SHORT_XML_H_

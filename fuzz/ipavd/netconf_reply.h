@@ -1,6 +1,6 @@
 // What an answer of the NETCONF server may be.
-#ifndef IPAV_FUZZ_SUPPORT_NETCONF_REPLY_H_
-#define IPAV_FUZZ_SUPPORT_NETCONF_REPLY_H_
+#ifndef IPAV_FUZZ_IPAVD_NETCONF_REPLY_H_
+#define IPAV_FUZZ_IPAVD_NETCONF_REPLY_H_
 
 #include <string>
 
@@ -18,4 +18,4 @@ void RequireLegalError(const store::RpcError& error);
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_NETCONF_REPLY_H_
+#endif  // IPAV_FUZZ_IPAVD_NETCONF_REPLY_H_

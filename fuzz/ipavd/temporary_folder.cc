@@ -1,4 +1,4 @@
-#include "fuzz/support/temporary_folder.h"
+#include "fuzz/ipavd/temporary_folder.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // A client of the NETCONF server in this process: its end of a connection, and
 // what it is told.
-#ifndef IPAV_FUZZ_SUPPORT_NETCONF_CLIENT_H_
-#define IPAV_FUZZ_SUPPORT_NETCONF_CLIENT_H_
+#ifndef IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_
+#define IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_
 
 #include <cstddef>
 #include <string>
@@ -51,4 +51,4 @@ class NetconfClient {
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_NETCONF_CLIENT_H_
+#endif  // IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_

@@ -1,4 +1,4 @@
-#include "fuzz/support/netconf_client.h"
+#include "fuzz/ipavd/netconf_client.h"
 
 #include <sys/socket.h>
 
@@ -6,8 +6,8 @@
 #include <limits>
 #include <optional>
 
+#include "fuzz/ipavd/netconf_reply.h"
 #include "fuzz/support/finding.h"
-#include "fuzz/support/netconf_reply.h"
 #include "ipavd/transport/request.h"
 #include "netconf/framing.h"
 #include "netconf/hello.h"

@@ -1,4 +1,4 @@
-#include "fuzz/support/netconf_reply.h"
+#include "fuzz/ipavd/netconf_reply.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

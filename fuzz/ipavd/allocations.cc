@@ -1,4 +1,4 @@
-#include "fuzz/support/allocations.h"
+#include "fuzz/ipavd/allocations.h"
 
 #include <malloc.h>
 

@@ -1,7 +1,7 @@
 // How much memory the process takes, by operator new alone. Linked in, it
 // replaces the operators of the whole program.
-#ifndef IPAV_FUZZ_SUPPORT_ALLOCATIONS_H_
-#define IPAV_FUZZ_SUPPORT_ALLOCATIONS_H_
+#ifndef IPAV_FUZZ_IPAVD_ALLOCATIONS_H_
+#define IPAV_FUZZ_IPAVD_ALLOCATIONS_H_
 
 #include <cstddef>
 
@@ -21,4 +21,4 @@ class AllocationPeak {
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_ALLOCATIONS_H_
+#endif  // IPAV_FUZZ_IPAVD_ALLOCATIONS_H_

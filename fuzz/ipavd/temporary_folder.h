@@ -1,7 +1,7 @@
 // A folder in memory, where the system has such a file system, that goes with
 // the object.
-#ifndef IPAV_FUZZ_SUPPORT_TEMPORARY_FOLDER_H_
-#define IPAV_FUZZ_SUPPORT_TEMPORARY_FOLDER_H_
+#ifndef IPAV_FUZZ_IPAVD_TEMPORARY_FOLDER_H_
+#define IPAV_FUZZ_IPAVD_TEMPORARY_FOLDER_H_
 
 #include <string>
 
@@ -22,4 +22,4 @@ class TemporaryFolder {
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_TEMPORARY_FOLDER_H_
+#endif  // IPAV_FUZZ_IPAVD_TEMPORARY_FOLDER_H_

@@ -1,4 +1,4 @@
-#include "fuzz/support/netconf_server.h"
+#include "fuzz/ipavd/netconf_server.h"
 
 #include <algorithm>
 #include <string_view>

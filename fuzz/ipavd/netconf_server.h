@@ -2,8 +2,8 @@
 // sessions, operations, and datastores in a folder in memory, over the
 // project's own data model. It begins with the small configuration, running and
 // as startup.
-#ifndef IPAV_FUZZ_SUPPORT_NETCONF_SERVER_H_
-#define IPAV_FUZZ_SUPPORT_NETCONF_SERVER_H_
+#ifndef IPAV_FUZZ_IPAVD_NETCONF_SERVER_H_
+#define IPAV_FUZZ_IPAVD_NETCONF_SERVER_H_
 
 #include <chrono>
 #include <cstddef>
@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/support/netconf_client.h"
-#include "fuzz/support/temporary_folder.h"
+#include "fuzz/ipavd/netconf_client.h"
+#include "fuzz/ipavd/temporary_folder.h"
 #include "ipavd/netconf/service.h"
 #include "ipavd/store/datastores.h"
 #include "ipavd/store/state_folder.h"
@@ -73,4 +73,4 @@ class NetconfServer {
 
 }  // namespace ipav::fuzz
 
-#endif  // IPAV_FUZZ_SUPPORT_NETCONF_SERVER_H_
+#endif  // IPAV_FUZZ_IPAVD_NETCONF_SERVER_H_

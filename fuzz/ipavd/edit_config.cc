@@ -28,11 +28,11 @@
 #include <utility>
 #include <vector>
 
+#include "fuzz/ipavd/netconf_reply.h"
+#include "fuzz/ipavd/short_xml.h"
 #include "fuzz/support/byte_reader.h"
 #include "fuzz/support/finding.h"
 #include "fuzz/support/memory_file.h"
-#include "fuzz/support/netconf_reply.h"
-#include "fuzz/support/short_xml.h"
 #include "fuzz/support/target.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_error.h"

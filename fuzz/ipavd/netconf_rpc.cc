@@ -23,9 +23,9 @@
 #include <memory>
 #include <string>
 
+#include "fuzz/ipavd/netconf_server.h"
+#include "fuzz/ipavd/short_xml.h"
 #include "fuzz/support/finding.h"
-#include "fuzz/support/netconf_server.h"
-#include "fuzz/support/short_xml.h"
 #include "fuzz/support/target.h"
 
 namespace ipav::fuzz {

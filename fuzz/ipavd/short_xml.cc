@@ -1,4 +1,4 @@
-#include "fuzz/support/short_xml.h"
+#include "fuzz/ipavd/short_xml.h"
 
 #include <algorithm>
 #include <cctype>

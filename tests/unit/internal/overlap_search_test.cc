@@ -216,7 +216,7 @@ void CompareOnce(const Shape& shape, Random& random, Found* found) {
 template <typename Mask>
 class OverlapSearchTest : public ::testing::Test {};
 using BothFamilies = ::testing::Types<IPv4AddrMask, IPv6AddrMask>;
-TYPED_TEST_SUITE(OverlapSearchTest, BothFamilies);
+TYPED_TEST_SUITE(OverlapSearchTest, BothFamilies, );
 
 TYPED_TEST(OverlapSearchTest, FindsThePairThatAWalkOverAllPairsFindsFirst) {
   const Shape shapes[] = {{"a few", 4, 3, 8, 0, 3},

@@ -1,0 +1,71 @@
+#!/usr/bin/env python3
+"""structure.py: which folder includes which, and how long a file may be.
+
+Prints each include that points the wrong way and each file that is too long;
+the exit status is 1 when there is one.
+"""
+
+import pathlib
+import re
+import sys
+
+# What the sources of a folder may include besides their own folder.
+MAY_INCLUDE = {
+    "nettypes": set(),
+    "include": {"nettypes"},
+    "src": {"include", "nettypes"},
+    "host": {"nettypes"},
+    "netconf": {"host", "nettypes"},
+    "messages": {"host", "nettypes"},
+    "cli": {"messages", "netconf", "host", "nettypes"},
+    "ipavd": {"messages", "netconf", "host", "nettypes"},
+}
+MOST_LINES = 400
+# Longer than that today. The list may only shrink.
+TOO_LONG = {
+    "cli/commands/explain.cc",
+    "cli/report/html/plan_html.cc",
+    "host/commit/commit.cc",
+    "host/datastore/data_tree.cc",
+    "host/datastore/model.cc",
+    "ipavd/store/datastores.cc",
+    "ipavd/store/edit_config.cc",
+}
+INCLUDE = re.compile(r'\s*#\s*include\s+"([^"]+)"')
+
+
+def wrong_includes(folder, lines):
+    """(line number, header) of what FOLDER may not include."""
+    allowed = MAY_INCLUDE[folder] | {folder}
+    for number, line in enumerate(lines, 1):
+        found = INCLUDE.match(line)
+        if found and found[1].split("/")[0] not in allowed:
+            yield number, found[1]
+
+
+def findings(root):
+    for folder in MAY_INCLUDE:
+        for path in sorted((root / folder).rglob("*.*")):
+            if path.suffix not in (".cc", ".h", ".c", ".in"):
+                continue
+            name = str(path.relative_to(root))
+            lines = path.read_text(encoding="utf-8").splitlines()
+            for number, header in wrong_includes(folder, lines):
+                yield f"{name}:{number}: {folder}/ may not include {header}"
+            if len(lines) > MOST_LINES and name not in TOO_LONG:
+                yield f"{name}: {len(lines)} lines, more than {MOST_LINES}"
+            if len(lines) <= MOST_LINES and name in TOO_LONG:
+                yield f"{name}: take it off the list of {__file__}"
+    for name in sorted(TOO_LONG):
+        if not (root / name).exists():
+            yield f"{name}: not there, take it off the list of {__file__}"
+
+
+def main():
+    found = list(findings(pathlib.Path(__file__).resolve().parent.parent))
+    print(*found, sep="\n", end="\n" if found else "")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,64 @@
+#!/usr/bin/env python3
+"""tidy.py BUILD: clang-tidy on every source of a configured build folder.
+
+Takes the commands of BUILD/compile_commands.json, compiles nothing, and prints
+what clang and clang-tidy find; the exit status is 1 when they find anything. A
+source that several targets compile is read once, the test plug-ins once for
+each set of definitions.
+"""
+
+import concurrent.futures
+import json
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+
+
+def arguments(entry):
+    """What clang-tidy needs of a compiler's command."""
+    words = shlex.split(entry["command"])[1:]
+    at = words.index("-o")
+    return [word for word in words[:at] + words[at + 2:]
+            if word not in ("-c", entry["file"])]
+
+
+def to_read(entries):
+    """(source, arguments), the largest sources first."""
+    chosen = {}
+    for entry in entries:
+        source = entry["file"]
+        words = arguments(entry)
+        variant = ()
+        if "/plugins/" in source:
+            variant = tuple(word for word in words if word.startswith("-D")
+                            and not word.endswith("_EXPORTS"))
+        chosen.setdefault((source, variant), words)
+    pairs = [(source, words) for (source, _), words in chosen.items()]
+    return sorted(pairs, key=lambda pair: -os.path.getsize(pair[0]))
+
+
+def findings(build, source, words):
+    """What clang-tidy prints, or an empty text."""
+    run = subprocess.run(["clang-tidy", "--quiet", source, "--", *words],
+                         cwd=build, capture_output=True, text=True,
+                         check=False)
+    return run.stdout + run.stderr if run.returncode else ""
+
+
+def main():
+    build = pathlib.Path(sys.argv[1])
+    text = (build / "compile_commands.json").read_text(encoding="utf-8")
+    work = to_read(json.loads(text))
+    found = 0
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        for printed in pool.map(lambda pair: findings(build, *pair), work):
+            found += bool(printed)
+            print(printed, end="", flush=True)
+    print(f"clang-tidy: {len(work)} sources, {found} with findings")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -4,7 +4,7 @@
 Takes the commands of BUILD/compile_commands.json, compiles nothing, and prints
 what clang and clang-tidy find; the exit status is 1 when they find anything. A
 source that several targets compile is read once, the test plug-ins once for
-each set of definitions.
+each set of definitions; sources that a build makes are not read.
 """
 
 import concurrent.futures
@@ -24,11 +24,13 @@ def arguments(entry):
             if word not in ("-c", entry["file"])]
 
 
-def to_read(entries):
+def to_read(build, entries):
     """(source, arguments), the largest sources first."""
     chosen = {}
     for entry in entries:
         source = entry["file"]
+        if build in pathlib.Path(source).parents:
+            continue
         words = arguments(entry)
         variant = ()
         if "/plugins/" in source:
@@ -48,9 +50,9 @@ def findings(build, source, words):
 
 
 def main():
-    build = pathlib.Path(sys.argv[1])
+    build = pathlib.Path(sys.argv[1]).resolve()
     text = (build / "compile_commands.json").read_text(encoding="utf-8")
-    work = to_read(json.loads(text))
+    work = to_read(build, json.loads(text))
     found = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         for printed in pool.map(lambda pair: findings(build, *pair), work):

@@ -14,34 +14,15 @@ Evidence NoNode(const Case& /*refusal*/) {
   return Evidence::None("the text names no node of the configuration");
 }
 
-using Investigator = Evidence (*)(const Case&);
-
-const std::map<std::string, Investigator>& Investigators() {
-  static const std::map<std::string, Investigator> investigators = {
-      {"l3-too-many", NumberOfL3},
-      {"l3-name-too-long", NameOfL3},
-      {"l3-name-too-short", NameOfL3},
-      {"l3-name-characters", NameOfL3},
-      {"address-is-network", OneAddress},
-      {"address-is-broadcast", OneAddress},
-      {"address-twice", AddressTwice},
-      {"interface-overlap", Overlap},
-      {"interface-not-judged", NoNode},
-      {"route-next-hop-is-own", NextHopIsOwn},
-      {"route-too-many", TooManyRoutes},
-      {"route-black-hole-and-next-hop", BlackHole},
-      {"route-output-without-vlan", OutputWithoutVlan},
-      {"ospf-address-removed", OspfAddressRemoved},
-      {"ospf-address-added", OspfAddressAdded},
-      {"ospf-vrf-differs", OspfVrfDiffers},
-      {"ospfv3-vrf-set", Ospfv3VrfSet},
-      {"ospfv3-vlan-changed", Ospfv3VlanChanged},
-      {"ra-min-interval", MinInterval},
-      {"ra-lifetime", RouterLifetime},
-      {"ra-timer-missing", TimerMissing},
-      {"plugin-not-started", NoNode},
-  };
-  return investigators;
+const Investigators& AllInvestigators() {
+  static const Investigators all = [] {
+    Investigators joined = InterfaceCulprits();
+    joined.merge(OspfCulprits());
+    joined.merge(RouteCulprits());
+    joined.merge(TimerCulprits());
+    return joined;
+  }();
+  return all;
 }
 
 }  // namespace
@@ -56,8 +37,8 @@ bool Case::IsUnchanged(const lyd_node* candidate_node) const {
 }
 
 Evidence Investigate(const Case& refusal) {
-  const auto found = Investigators().find(refusal.reading.message->rule);
-  if (found == Investigators().end()) return NoNode(refusal);
+  const auto found = AllInvestigators().find(refusal.reading.message->rule);
+  if (found == AllInvestigators().end()) return NoNode(refusal);
   Evidence evidence = found->second(refusal);
   if (!evidence.confirms && evidence.note.empty()) {
     evidence.note = "the configuration does not show what the text names";

@@ -7,6 +7,7 @@
 #include <libyang/libyang.h>
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -58,27 +59,13 @@ Evidence Investigate(const Case& refusal);
 
 // ---- By subject ------------------------------------------------------------
 
-Evidence NumberOfL3(const Case& refusal);
-Evidence NameOfL3(const Case& refusal);
+// What looks up the nodes of a refusal, by the id of its message.
+using Investigators = std::map<std::string, Evidence (*)(const Case&)>;
 
-Evidence OneAddress(const Case& refusal);
-Evidence AddressTwice(const Case& refusal);
-Evidence Overlap(const Case& refusal);
-
-Evidence NextHopIsOwn(const Case& refusal);
-Evidence TooManyRoutes(const Case& refusal);
-Evidence BlackHole(const Case& refusal);
-Evidence OutputWithoutVlan(const Case& refusal);
-
-Evidence OspfAddressRemoved(const Case& refusal);
-Evidence OspfAddressAdded(const Case& refusal);
-Evidence OspfVrfDiffers(const Case& refusal);
-Evidence Ospfv3VrfSet(const Case& refusal);
-Evidence Ospfv3VlanChanged(const Case& refusal);
-
-Evidence MinInterval(const Case& refusal);
-Evidence RouterLifetime(const Case& refusal);
-Evidence TimerMissing(const Case& refusal);
+Investigators InterfaceCulprits();
+Investigators OspfCulprits();
+Investigators RouteCulprits();
+Investigators TimerCulprits();
 
 // ---- What they share -------------------------------------------------------
 

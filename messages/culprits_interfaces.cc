@@ -34,8 +34,6 @@ void SuspectChangedVrf(const Case& refusal, const lyd_node* interface,
   SuspectLeaf(refusal, interface, "vrf", "VRF of " + name, false, evidence);
 }
 
-}  // namespace
-
 Evidence NumberOfL3(const Case& refusal) {
   const std::vector<const lyd_node*> interfaces = L3Of(refusal.candidate);
   if (std::to_string(interfaces.size()) != refusal.Field("count")) return {};
@@ -125,6 +123,17 @@ Evidence Overlap(const Case& refusal) {
                       refusal.Field(side.interface_field), &evidence);
   }
   return evidence;
+}
+
+}  // namespace
+
+Investigators InterfaceCulprits() {
+  return {
+      {"l3-too-many", NumberOfL3},        {"l3-name-too-long", NameOfL3},
+      {"l3-name-too-short", NameOfL3},    {"l3-name-characters", NameOfL3},
+      {"address-is-network", OneAddress}, {"address-is-broadcast", OneAddress},
+      {"address-twice", AddressTwice},    {"interface-overlap", Overlap},
+  };
 }
 
 }  // namespace ipav::messages

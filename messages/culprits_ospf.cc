@@ -260,8 +260,6 @@ bool IsRowOfVlan(const Case& refusal, const lyd_node* row) {
          NumberOfArea(keys[kOspfv3Area]) == refusal.Field("number");
 }
 
-}  // namespace
-
 Evidence OspfAddressRemoved(const Case& refusal) {
   Evidence evidence;
   std::size_t count = 0;
@@ -376,6 +374,18 @@ Evidence Ospfv3VlanChanged(const Case& refusal) {
     return evidence;
   }
   return {};
+}
+
+}  // namespace
+
+Investigators OspfCulprits() {
+  return {
+      {"ospf-address-removed", OspfAddressRemoved},
+      {"ospf-address-added", OspfAddressAdded},
+      {"ospf-vrf-differs", OspfVrfDiffers},
+      {"ospfv3-vrf-set", Ospfv3VrfSet},
+      {"ospfv3-vlan-changed", Ospfv3VlanChanged},
+  };
 }
 
 }  // namespace ipav::messages

@@ -115,8 +115,6 @@ bool IsOutputOf(const std::string& output, const std::string& interface) {
   return name == interface;
 }
 
-}  // namespace
-
 Evidence NextHopIsOwn(const Case& refusal) {
   const std::string& name = refusal.Field("interface");
   const bool is_ipv4 = refusal.Family() == std::string("ipv4");
@@ -279,6 +277,17 @@ Evidence OutputWithoutVlan(const Case& refusal) {
                     " routes through the interface are not listed";
   }
   return evidence;
+}
+
+}  // namespace
+
+Investigators RouteCulprits() {
+  return {
+      {"route-next-hop-is-own", NextHopIsOwn},
+      {"route-too-many", TooManyRoutes},
+      {"route-black-hole-and-next-hop", BlackHole},
+      {"route-output-without-vlan", OutputWithoutVlan},
+  };
 }
 
 }  // namespace ipav::messages

@@ -31,8 +31,6 @@ Timers TimersOf(const Case& refusal, const char* first) {
           refusal.candidate.At(container, {kMax})};
 }
 
-}  // namespace
-
 Evidence MinInterval(const Case& refusal) {
   const Timers timers = TimersOf(refusal, kMin);
   if (timers.first == nullptr || timers.max == nullptr) return {};
@@ -68,6 +66,16 @@ Evidence TimerMissing(const Case& refusal) {
     if (leaf != nullptr) evidence.suspects.push_back({other, leaf});
   }
   return evidence;
+}
+
+}  // namespace
+
+Investigators TimerCulprits() {
+  return {
+      {"ra-min-interval", MinInterval},
+      {"ra-lifetime", RouterLifetime},
+      {"ra-timer-missing", TimerMissing},
+  };
 }
 
 }  // namespace ipav::messages

@@ -11,6 +11,7 @@
 #include "cli/command.h"
 #include "cli/exit_status.h"
 #include "cli/locations.h"
+#include "host/base/utf8.h"
 
 namespace {
 
@@ -88,7 +89,8 @@ int main(int argc, char** argv) {
     }
     return status;
   } catch (const std::exception& error) {
-    static_cast<void>(std::fprintf(stderr, "ipav: %s\n", error.what()));
+    static_cast<void>(std::fprintf(
+        stderr, "ipav: %s\n", ipav::base::Printable(error.what()).c_str()));
     return ipav::cli::kBadInput;
   }
 }

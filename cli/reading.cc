@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cli/exit_status.h"
+#include "host/base/utf8.h"
 
 namespace ipav::cli {
 
@@ -52,8 +53,10 @@ std::string NotReadWithin(const std::string& file, base::TimeLimit limit) {
 }
 
 ReadingTime::ReadingTime(const std::string& file, base::TimeLimit limit)
-    : ReadingTime(limit, {STDERR_FILENO,
-                          "ipav: " + NotReadWithin(file, limit) + "\n"}) {}
+    : ReadingTime(
+          limit,
+          {STDERR_FILENO,
+           "ipav: " + base::Printable(NotReadWithin(file, limit)) + "\n"}) {}
 
 ReadingTime::ReadingTime(base::TimeLimit limit, LastWords words)
     : is_limited_(limit != base::kNoTimeLimit) {

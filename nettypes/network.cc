@@ -49,4 +49,18 @@ bool Contains(const Network& outer, const Network& inner) {
          ((outer.low ^ inner.low) & LowMask(outer.length)) == 0;
 }
 
+Network CoverOf(const Network& a, const Network& b) {
+  Network cover = a;
+  while (!Contains(cover, b)) --cover.length;
+  cover.high &= LeadingBits(cover.length);
+  cover.low &= LowMask(cover.length);
+  return cover;
+}
+
+bool BitAt(const Network& network, std::uint32_t number) {
+  const bool is_high = number < kWordBits;
+  const std::uint64_t word = is_high ? network.high : network.low;
+  return (word >> (kWordBits - 1 - number % kWordBits) & 1U) != 0;
+}
+
 }  // namespace nettypes

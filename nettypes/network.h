@@ -27,6 +27,12 @@ Network NetworkOf(const IPv6AddrMask& prefix);
 // have an address in common only if one contains the other.
 bool Contains(const Network& outer, const Network& inner);
 
+// The smallest block that contains both.
+Network CoverOf(const Network& a, const Network& b);
+
+// A bit of the first address; the most significant one is number 0.
+bool BitAt(const Network& network, std::uint32_t number);
+
 inline bool operator==(const Network& a, const Network& b) {
   return a.high == b.high && a.low == b.low && a.length == b.length;
 }

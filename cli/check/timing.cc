@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cstdio>
 
+#include "host/base/utf8.h"
+
 namespace ipav::cli::check {
 
 namespace {
@@ -19,15 +21,16 @@ void PrintTimes(const std::string& file, const datastore::ReadingTimes& times) {
 
 void PrintPoint(const std::string& file, const commit::PointTimes& point) {
   fmt::print(stderr,
-             "timing: {}: {}: {} call{}, {} platform calls, {:.3f} ms\n", file,
-             point.opaque, point.calls, point.calls == 1 ? "" : "s",
-             point.platform_calls, Milliseconds(point.time).count());
+             "timing: {}: {}: {} call{}, {} platform calls, {:.3f} ms\n",
+             base::Printable(file), base::Printable(point.opaque), point.calls,
+             point.calls == 1 ? "" : "s", point.platform_calls,
+             Milliseconds(point.time).count());
 }
 
 }  // namespace
 
 void PrintTime(const std::string& what, base::Duration time) {
-  fmt::print(stderr, "timing: {}: {:.3f} ms\n", what,
+  fmt::print(stderr, "timing: {}: {:.3f} ms\n", base::Printable(what),
              Milliseconds(time).count());
 }
 

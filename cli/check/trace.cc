@@ -9,6 +9,8 @@
 #include <ctime>
 #include <system_error>
 
+#include "host/base/utf8.h"
+
 namespace ipav::cli::check {
 
 namespace {
@@ -50,7 +52,7 @@ TraceWriter::TraceWriter()
 void TraceWriter::BeginFile(const std::string& file) {
   depth_ = 1;
   is_open_ = false;
-  Write("trace of " + file);
+  Write("trace of " + base::Printable(file));
 }
 
 void TraceWriter::EndFile() { Write("\n"); }

@@ -28,6 +28,7 @@
 #include "cli/report/report_output.h"
 #include "cli/report/run.h"
 #include "host/base/stopwatch.h"
+#include "host/base/utf8.h"
 #include "host/datastore/model.h"
 #include "host/datastore/transaction.h"
 
@@ -160,7 +161,7 @@ SharedRunning ReadShared(const Model& model, std::size_t devices,
 // --- Outputs
 
 LastWords OnStandardError(const DeviceReport& device) {
-  return {STDERR_FILENO, "ipav: " + device.input_error + "\n"};
+  return {STDERR_FILENO, "ipav: " + base::Printable(device.input_error) + "\n"};
 }
 
 void PrintInputError(const DeviceReport& device) {

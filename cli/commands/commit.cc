@@ -15,6 +15,8 @@
 #include "cli/command.h"
 #include "cli/netconf_client.h"
 #include "cli/options.h"
+#include "cli/report/text/terminal.h"
+#include "host/base/utf8.h"
 #include "host/datastore/model.h"
 #include "messages/match.h"
 
@@ -83,16 +85,18 @@ void PrintAdvice(const std::string& text) {
 ExitStatus Report(const std::string& file,
                   const std::optional<OperationError>& error) {
   if (!error.has_value()) {
-    fmt::print("{}: accepted\n", file);
+    fmt::print("{}: accepted\n", base::Printable(file));
     return kAccepted;
   }
   const bool has_failed = error->message.rfind(kPluginFailure, 0) == 0;
-  fmt::print("{}: {}\n{}\n", file, has_failed ? "plug-in failed" : "refused",
-             error->message);
+  fmt::print("{}: {}\n{}\n", base::Printable(file),
+             has_failed ? "plug-in failed" : "refused",
+             report::OperatorText(error->message, stdout));
   if (!error->app_tag.empty()) {
-    fmt::print("  validation point: {}\n", error->app_tag);
+    fmt::print("  validation point: {}\n", base::Printable(error->app_tag));
   }
-  if (!error->path.empty()) fmt::print("  data path: {}\n", error->path);
+  if (!error->path.empty())
+    fmt::print("  data path: {}\n", base::Printable(error->path));
   PrintAdvice(error->message);
   return has_failed ? kPluginFailed : kRefused;
 }

@@ -139,7 +139,7 @@ char SignOf(const Change& change) {
 
 // A value in a line of text; in quotes where its ends would not be seen, or
 // where a terminal would interpret it.
-std::string Printable(const std::string& value) {
+std::string QuotedIfNeeded(const std::string& value) {
   const bool is_plain = !value.empty() && value.front() != ' ' &&
                         value.back() != ' ' && value.front() != '"' &&
                         base::IsPrintable(value);
@@ -147,13 +147,14 @@ std::string Printable(const std::string& value) {
 }
 
 std::string ValueText(const lyd_node& leaf) {
-  return Printable(lyd_get_value(&leaf)) +
+  return QuotedIfNeeded(lyd_get_value(&leaf)) +
          (IsDefault(leaf) ? " (default)" : "");
 }
 
 void PrintLine(const Line& line) {
   const Change& change = *line.change;
-  fmt::print("{} {}", SignOf(change), confd::PrintPath(NodeOf(change)));
+  fmt::print("{} {}", SignOf(change),
+             base::Printable(confd::PrintPath(NodeOf(change))));
   if (line.leaves.value_or(0) != 0) {
     fmt::print(" ({} {})", *line.leaves, *line.leaves == 1 ? "leaf" : "leaves");
   } else if (IsLeaf(*change.schema)) {
@@ -205,7 +206,7 @@ void PrintText(const Diff& diff, const std::vector<Line>& lines,
   fmt::print("\n{}\n", Counted(calls.size(), "validation call"));
   for (const PointCall& call : calls) {
     fmt::print("{}\n  data path: {}\n", call.site->opaque,
-               commit::PathOf(call));
+               base::Printable(commit::PathOf(call)));
     const std::vector<std::string> causes = CausesOf(diff, call);
     if (causes.empty()) fmt::print("  runs at every commit\n");
     for (const std::string& cause : causes) {

@@ -18,6 +18,7 @@
 #include "cli/options.h"
 #include "cli/similar_names.h"
 #include "cli/wrapped_text.h"
+#include "host/base/utf8.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
 #include "messages/catalogue.h"
@@ -195,7 +196,8 @@ void ReportUnknown(const std::string& name) {
   if (!nearest.empty()) {
     line += fmt::format(" (nearest: {})", fmt::join(nearest, "; "));
   }
-  static_cast<void>(std::fprintf(stderr, "%s\n", line.c_str()));
+  static_cast<void>(
+      std::fprintf(stderr, "%s\n", base::Printable(line).c_str()));
 }
 
 void AddLines(const std::string& text, std::vector<std::string>* names) {

@@ -21,6 +21,7 @@
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/report/json/json.h"
+#include "host/base/utf8.h"
 
 namespace ipav::cli {
 
@@ -117,7 +118,8 @@ class Parts {
  private:
   void PrintProblem(const std::string& problem) {
     summary_.Raise(kBadInput);
-    static_cast<void>(std::fprintf(stderr, "ipav: %s\n", problem.c_str()));
+    static_cast<void>(
+        std::fprintf(stderr, "ipav: %s\n", base::Printable(problem).c_str()));
   }
 
   void AddSummary(const Summary& summary) {

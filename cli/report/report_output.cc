@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "cli/report/text/color.h"
+#include "cli/report/text/terminal.h"
 
 namespace ipav::cli::report {
 

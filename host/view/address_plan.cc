@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <confd_lib.h>
+#include <endian.h>
 #include <libyang/libyang.h>
 
 #include <algorithm>
@@ -14,6 +15,9 @@
 
 #include "host/confd/path.h"
 #include "host/datastore/model.h"
+#include "nettypes/address_space.h"
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace ipav::view {
 
@@ -23,69 +27,16 @@ using datastore::DataTree;
 using datastore::Model;
 using datastore::Novelty;
 
-constexpr unsigned kBitsOfOctet = 8;
-
-int AddressFamily(Family family) {
-  return family == Family::kIpv4 ? AF_INET : AF_INET6;
-}
-
-// Clears what is behind the first `length` bits.
-void ClearHostBits(AddressOctets* octets, unsigned length) {
-  for (unsigned i = 0; i < octets->size(); ++i) {
-    const unsigned before = i * kBitsOfOctet;
-    const unsigned kept =
-        length <= before ? 0 : std::min(length - before, kBitsOfOctet);
-    (*octets)[i] &= static_cast<std::uint8_t>(0xff00U >> kept);
-  }
-}
-
-// Length of what both have in common, of all bits.
-unsigned CommonBits(const AddressOctets& a, const AddressOctets& b) {
-  unsigned bits = 0;
-  for (std::size_t i = 0; i < a.size(); ++i, bits += kBitsOfOctet) {
-    unsigned difference = a[i] ^ static_cast<unsigned>(b[i]);
-    if (difference == 0) continue;
-    for (; (difference & 0x80U) == 0; difference <<= 1U) ++bits;
-    return bits;
-  }
-  return bits;
-}
-
-// "address/length"; none where it is no such text.
-std::optional<Network> ReadNetwork(Family family, const std::string& text) {
-  const std::size_t slash = text.find('/');
-  if (slash == std::string::npos) return std::nullopt;
-  Network network;
-  network.family = family;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] =
-      std::from_chars(text.data() + slash + 1, end, network.length);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  if (network.length > WidthOf(family)) return std::nullopt;
-  if (inet_pton(AddressFamily(family), text.substr(0, slash).c_str(),
-                network.first.data()) != 1) {
-    return std::nullopt;
-  }
-  ClearHostBits(&network.first, network.length);
-  return network;
-}
-
 std::string_view AddressOf(const Prefix& prefix) {
   const std::string_view text = prefix.text;
   return text.substr(0, text.find('/'));
 }
 
-std::optional<Family> FamilyOf(const lysc_node& schema) {
-  if (schema.nodetype != LYS_LEAF) return std::nullopt;
+bool IsAddressWithLength(const lysc_node& schema) {
+  if (schema.nodetype != LYS_LEAF) return false;
   const auto& leaf = reinterpret_cast<const lysc_node_leaf&>(schema);
-  switch (datastore::ValueTypeOf(*leaf.type)) {
-    case C_IPV4_AND_PLEN:
-      return Family::kIpv4;
-    case C_IPV6_AND_PLEN:
-      return Family::kIpv6;
-    default:
-      return std::nullopt;
-  }
+  const confd_vtype type = datastore::ValueTypeOf(*leaf.type);
+  return type == C_IPV4_AND_PLEN || type == C_IPV6_AND_PLEN;
 }
 
 // --- Reading a configuration
@@ -126,19 +77,18 @@ class Reader {
   void ReadBelow(const lyd_node& parent) {
     const lyd_node* node = lyd_child(&parent);
     for (; node != nullptr; node = node->next) {
-      const std::optional<Family> family = FamilyOf(*node->schema);
-      if (family.has_value()) {
-        Add(*family, *node);
+      if (IsAddressWithLength(*node->schema)) {
+        Add(*node);
       } else {
         ReadBelow(*node);
       }
     }
   }
 
-  void Add(Family family, const lyd_node& leaf) {
+  void Add(const lyd_node& leaf) {
     Prefix prefix;
     prefix.text = lyd_get_value(&leaf);
-    const std::optional<Network> network = ReadNetwork(family, prefix.text);
+    const std::optional<Network> network = ParseNetwork(prefix.text);
     if (!network.has_value()) return;
     prefix.network = *network;
     prefix.interface = interface_;
@@ -225,15 +175,10 @@ FindingsByPath ByPath(const std::vector<std::vector<std::string>>& findings) {
   return by_path;
 }
 
-// The global and the management VRF are one address space by design.
-std::string SpaceOf(const std::string& vrf) {
-  return vrf == "mgmt" ? "global" : vrf;
-}
-
 std::vector<Space> SplitBySpace(std::vector<Prefix> prefixes) {
   std::map<std::pair<bool, std::string>, std::vector<Prefix>> by_vrf;
   for (Prefix& prefix : prefixes) {
-    const std::string vrf = SpaceOf(prefix.vrf);
+    const std::string vrf(nettypes::AddressSpaceOf(prefix.vrf));
     by_vrf[{vrf != "global", vrf}].push_back(std::move(prefix));
   }
   std::vector<Space> spaces;
@@ -248,32 +193,55 @@ std::vector<Space> SplitBySpace(std::vector<Prefix> prefixes) {
 }  // namespace
 
 bool operator==(const Network& a, const Network& b) {
-  return std::tie(a.family, a.first, a.length) ==
-         std::tie(b.family, b.first, b.length);
+  return a.family == b.family && a.block == b.block;
 }
 
 bool operator<(const Network& a, const Network& b) {
-  return std::tie(a.family, a.first, a.length) <
-         std::tie(b.family, b.first, b.length);
+  return std::tie(a.family, a.block) < std::tie(b.family, b.block);
 }
 
 bool Contains(const Network& outer, const Network& inner) {
-  return outer.family == inner.family && outer.length <= inner.length &&
-         CommonBits(outer.first, inner.first) >= outer.length;
+  return outer.family == inner.family &&
+         nettypes::Contains(outer.block, inner.block);
 }
 
 Network CoverOf(const Network& a, const Network& b) {
-  Network cover = a;
-  cover.length = std::min({a.length, b.length, CommonBits(a.first, b.first)});
-  ClearHostBits(&cover.first, cover.length);
-  return cover;
+  return {a.family, nettypes::CoverOf(a.block, b.block)};
 }
 
 std::string TextOf(const Network& network) {
+  const nettypes::Network& block = network.block;
+  const std::uint64_t words[] = {htobe64(block.high), htobe64(block.low)};
   char text[INET6_ADDRSTRLEN] = "";
-  inet_ntop(AddressFamily(network.family), network.first.data(), text,
+  inet_ntop(network.family == Family::kIpv4 ? AF_INET : AF_INET6, words, text,
             sizeof(text));
-  return std::string(text) + '/' + std::to_string(network.length);
+  return std::string(text) + '/' + std::to_string(block.length);
+}
+
+std::optional<Network> ParseNetwork(const std::string& text) {
+  const std::size_t slash = text.find('/');
+  if (slash == std::string::npos) return std::nullopt;
+  const std::string address = text.substr(0, slash);
+  const char* end = text.data() + text.size();
+  int length = 0;
+  const auto [stop, error] =
+      std::from_chars(text.data() + slash + 1, end, length);
+  if (error != std::errc() || stop != end || length < 0) return std::nullopt;
+  in_addr ipv4{};
+  if (inet_pton(AF_INET, address.c_str(), &ipv4) == 1) {
+    nettypes::IPv4AddrMask mask;
+    mask.set_addr(ipv4.s_addr);
+    mask.set_prefix_len(length);
+    if (length > nettypes::IPv4AddrMask::kMaxPrefixLen) return std::nullopt;
+    return Network{Family::kIpv4, nettypes::NetworkOf(mask)};
+  }
+  in6_addr ipv6{};
+  if (inet_pton(AF_INET6, address.c_str(), &ipv6) != 1 ||
+      length > nettypes::IPv6AddrMask::kMaxPrefixLen) {
+    return std::nullopt;
+  }
+  return Network{Family::kIpv6,
+                 nettypes::NetworkOf(nettypes::IPv6AddrMask(ipv6, length))};
 }
 
 AddressPlan PlanOf(const DataTree& running, const DataTree& candidate,

@@ -517,6 +517,7 @@ TEST_F(ShardTest, APartThatIsThereTwiceIsToldAndCountedOnce) {
   EXPECT_NE(result.out.find("10 devices: 7 accepted, 2 refused, 1 bad input"),
             std::string::npos)
       << result.out;
+  EXPECT_EQ(result.out.find(": accepted ("), std::string::npos);
 }
 
 TEST_F(ShardTest, PartsOfDifferentRunsAreNotMixed) {

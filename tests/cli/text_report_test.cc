@@ -10,12 +10,14 @@
 #include <fstream>
 #include <memory>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "cli/report/device_report.h"
 #include "cli/report/text/source_lines.h"
+#include "cli/report/text/terminal.h"
 #include "cli/report/text/text.h"
 #include "tests/support/run_process.h"
 
@@ -234,6 +236,21 @@ TEST(ColorTest, ATerminalHasThemUnlessItKnowsNoneOrTheUserWantsNone) {
   EXPECT_NE(OnTerminal("NO_COLOR=1").find(plain), std::string::npos);
 }
 
+TEST(ColorTest, AFileHasNoneThoughTheProgramIsOnATerminal) {
+  const std::string file =
+      fs::temp_directory_path() / ("ipav-color-" + std::to_string(getpid()));
+  std::string command = "env -u NO_COLOR";
+  for (const std::string& word : CheckRefused({"--output", file})) {
+    command += " " + word;
+  }
+  RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"});
+  std::ostringstream text;
+  text << std::ifstream(file).rdbuf();
+  fs::remove(file);
+  EXPECT_NE(text.str().find(": refused ("), std::string::npos);
+  EXPECT_FALSE(HasColor(text.str()));
+}
+
 TEST(ColorTest, ADumbTerminalHasNone) {
   const std::string command =
       "env -u NO_COLOR TERM=dumb " IPAV_PROGRAM " check --running " + kBranch +
@@ -255,6 +272,57 @@ TEST(TextReportTest, TheFilesOfACommitMayBePipes) {
       std::regex("\n  /dev/fd/[0-9]+:[0-9]+:[0-9]+: address, changed\n"
                  " +[0-9]+ \\| +<ip>10.12.50.0/24</ip>\n")))
       << result.out;
+}
+
+TEST(PrintableLinesTest, EscapesWhatATerminalInterpretsAndKeepsLineEnds) {
+  const std::vector<std::pair<std::string, std::string>> kTexts = {
+      {"", ""},
+      {"plain \xc3\xa9\n\ntext\n", "plain \xc3\xa9\n\ntext\n"},
+      {"\x1b[31m\x07\t\r\n", "\\x1b[31m\\x07\\x09\\x0d\n"},
+      {"\x7f", "\\x7f"},
+      {"\xc2\x80 \xc2\x9b \xc2\xa0", "\\x80 \\x9b \xc2\xa0"},
+      {"\xd8\x9c", "\\u061c"},
+      {"\xe2\x80\x8e \xe2\x80\x8f", "\\u200e \\u200f"},
+      {"\xe2\x80\xaa \xe2\x80\xae", "\\u202a \\u202e"},
+      {"\xe2\x81\xa6 \xe2\x81\xa9", "\\u2066 \\u2069"},
+      {"\xff \xc3(", "\\xff \\xc3("}};
+  for (const auto& [text, shown] : kTexts) {
+    EXPECT_EQ(PrintableLines(text), shown);
+  }
+}
+
+TEST(OperatorTextTest, IsVerbatimInAFile) {
+  const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::tmpfile(),
+                                                                &std::fclose);
+  EXPECT_EQ(OperatorText("\x1b[31m\xff\n", file.get()), "\x1b[31m\xff\n");
+}
+
+TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
+  std::string folder = (fs::temp_directory_path() / "report-test-XXXXXX");
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  const std::string name = folder + "/\x1b[31m\xe2\x80\xae.xml";
+  const std::string missing = name + ".xml";
+  fs::copy(kBranch + "running.xml", name);
+  const std::vector<std::vector<std::string>> commands = {
+      {"check", "--timing", "--trace", name},
+      {"check", name, missing},
+      {"check", missing},
+      {"check", "--plugin", name, name},
+      {"check", "--output", folder + "/no/\x1b[31m\xe2\x80\xae", name},
+      {"diff", name, missing},
+      {"convert", missing},
+      {"summarize", name},
+      {"explain", missing}};
+  for (std::vector<std::string> command : commands) {
+    SCOPED_TRACE(command[0] + " " + command[1]);
+    command.insert(command.begin(), IPAV_PROGRAM);
+    const ProcessResult result = RunProcess(command);
+    const std::string all = result.out + result.err;
+    EXPECT_NE(all.find("\\x1b[31m\\u202e"), std::string::npos) << all;
+    EXPECT_EQ(all.find('\x1b'), std::string::npos) << all;
+    EXPECT_EQ(all.find("\xe2\x80\xae"), std::string::npos) << all;
+  }
+  fs::remove_all(folder);
 }
 
 TEST(TextReportTest, ANameThatWouldTurnTheTerminalIsShownEscaped) {

@@ -1,6 +1,5 @@
 #include "cli/report/html/plan_layout.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,22 +15,12 @@ using ipav::cli::report::ExtentOf;
 using ipav::cli::report::kMaxBlockSize;
 using ipav::cli::report::NestsOf;
 using ipav::view::Contains;
-using ipav::view::Family;
 using ipav::view::Network;
 using ipav::view::Space;
 using ipav::view::TextOf;
 
-// Of a text without host bits.
 Network N(const std::string& text) {
-  Network network;
-  const std::size_t slash = text.find('/');
-  const bool is_ipv6 = text.find(':') != std::string::npos;
-  network.family = is_ipv6 ? Family::kIpv6 : Family::kIpv4;
-  network.length = static_cast<unsigned>(std::stoul(text.substr(slash + 1)));
-  EXPECT_EQ(inet_pton(is_ipv6 ? AF_INET6 : AF_INET,
-                      text.substr(0, slash).c_str(), network.first.data()),
-            1);
-  return network;
+  return ipav::view::ParseNetwork(text).value();
 }
 
 Space SpaceOf(const std::vector<std::string>& texts) {

@@ -100,6 +100,20 @@ TEST_F(ReportOption, JudgesAFirstConfiguration) {
   EXPECT_NE(Page().find("since nothing was configured"), std::string::npos);
 }
 
+TEST_F(ReportOption, WithFailedOnlyHasTheRefusedCandidatesAlone) {
+  const std::string accepted = kCampus + "botany-added.json";
+  const std::string refused = kCampus + "ra-several-wrong-at-once.json";
+  EXPECT_EQ(Check({"--failed-only", "--running", kCampus + "running.json",
+                   accepted, refused, accepted, refused})
+                .status,
+            1);
+  EXPECT_EQ(FlawsOf(Page()), Texts{});
+  const PageTree tree(Page());
+  EXPECT_EQ(tree.Texts("//nav//th/a"), (Texts{refused, refused}));
+  EXPECT_EQ(tree.Texts("//nav//th/a/@href"), (Texts{"#d2", "#d4"}));
+  EXPECT_EQ(tree.Count("//section[@id='d2' or @id='d4']"), 2U);
+}
+
 class SizedReport : public ReportOption,
                     public ::testing::WithParamInterface<std::size_t> {};
 

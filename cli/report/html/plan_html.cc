@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/report/html/plan_bars.h"
 #include "cli/report/html/plan_layout.h"
 #include "messages/finding.h"
 
@@ -36,14 +37,6 @@ constexpr std::size_t kShownOverlaps = 4;
 // Spaces that nothing happens in, beyond the first.
 constexpr std::size_t kQuietSpaces = 8;
 
-// A bar of at least that share of its block has room for its name.
-constexpr double kNamedShare = 0.24;
-
-// Pixels: the picture of a block, and how much lower what lies in another is.
-constexpr std::size_t kStripHeight = 32;
-constexpr std::size_t kStepOfDepth = 6;
-constexpr std::size_t kMaxDepth = 3;
-
 struct Totals {
   std::size_t of_family[2] = {0, 0};
   std::size_t conflicts = 0;
@@ -59,115 +52,6 @@ Totals TotalsOf(const Space& space, std::size_t begin, std::size_t end) {
     if (prefix.novelty != Novelty::kUnchanged) ++totals.changes;
   }
   return totals;
-}
-
-Totals TotalsOf(const Space& space) {
-  return TotalsOf(space, 0, space.prefixes.size());
-}
-
-std::string ChangeText(const Prefix& prefix) {
-  switch (prefix.novelty) {
-    case Novelty::kAdded:
-      return "new";
-    case Novelty::kRemoved:
-      return "removed";
-    case Novelty::kChanged:
-      return "changed, was " + prefix.before;
-    case Novelty::kUnchanged:
-      break;
-  }
-  return "";
-}
-
-std::string OwnerOf(const Prefix& prefix) {
-  // Only of this space are there two names.
-  return prefix.vrf == "mgmt" ? prefix.interface + " (VRF mgmt)"
-                              : prefix.interface;
-}
-
-// What the mouse pointer is told of a bar.
-std::string NameOf(const Prefix& prefix) {
-  std::string name = prefix.text + " " + OwnerOf(prefix);
-  const std::string change = ChangeText(prefix);
-  if (!change.empty()) name += ", " + change;
-  if (prefix.InConflict()) name += ", in conflict";
-  return name;
-}
-
-// --- Bars
-
-// As classes.
-void AddState(const Prefix& prefix, Html* html) {
-  if (prefix.InConflict()) html->Markup(" conflict");
-  if (prefix.novelty == Novelty::kRemoved) {
-    html->Markup(" removed");
-  } else if (prefix.novelty != Novelty::kUnchanged) {
-    html->Markup(" new");
-  }
-}
-
-void AddExtent(const Extent& extent, Html* html) {
-  // Half a pixel of a wide window, so that the smallest is no less than seen.
-  html->Markup(" x=\"").Share(extent.begin);
-  html->Markup("\" width=\"").Share(std::max(extent.size, 0.0005));
-  html->Markup("\"");
-}
-
-// One prefix in the picture of a block; `depth` others are around it.
-void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
-            bool has_room, Html* html) {
-  const Extent extent = ExtentOf(prefix.network, block);
-  const std::size_t y = std::min(depth, kMaxDepth) * kStepOfDepth;
-  const std::size_t height = kStripHeight - y;
-  html->Markup("<svg");
-  AddExtent(extent, html);
-  html->Markup(" y=\"").Number(y).Markup("\" height=\"").Number(height);
-  html->Markup(R"(" overflow="visible"><title>)").Text(NameOf(prefix));
-  html->Markup("</title><rect class=\"bar");
-  AddState(prefix, html);
-  html->Markup(R"(" width="100%" height="100%" />)");
-  html->Markup("</svg>");
-  // Names over the hatching of conflicts cannot be read.
-  if (!has_room || prefix.InConflict() || extent.size < kNamedShare) return;
-  // No text of the picture, which would not know where its bar ends.
-  html->Markup("<foreignObject class=\"name\"");
-  AddExtent(extent, html);
-  html->Markup(R"( height="100%" aria-hidden="true"><div>)");
-  html->Text(prefix.interface).Markup("</div></foreignObject>");
-}
-
-// Whether nothing is drawn on top of the prefix.
-bool IsOnTop(const Space& space, const Block& block, std::size_t i) {
-  return i + 1 == block.end || !view::Contains(space.prefixes[i].network,
-                                               space.prefixes[i + 1].network);
-}
-
-// Those in conflict last, so that no neighbour covers the edge of a narrow one.
-void AddStrip(const Space& space, const Block& block, Html* html) {
-  html->Markup(R"(<svg class="strip" role="img" aria-label=")");
-  html->Text("Map of " + view::TextOf(block.network)).Markup("\">");
-  Html in_conflict;
-  std::vector<const Network*> around;
-  for (std::size_t i = block.begin; i < block.end; ++i) {
-    const Prefix& prefix = space.prefixes[i];
-    while (!around.empty() && !view::Contains(*around.back(), prefix.network)) {
-      around.pop_back();
-    }
-    AddBar(prefix, block.network, around.size(), IsOnTop(space, block, i),
-           prefix.InConflict() ? &in_conflict : html);
-    around.push_back(&prefix.network);
-  }
-  html->Add(in_conflict).Markup("</svg>");
-}
-
-// The bar of a row: the row itself says what it is.
-void AddRowBar(const Prefix& prefix, const Network& network, Html* html) {
-  const Extent extent = ExtentOf(prefix.network, network);
-  html->Markup(R"(<svg class="track" aria-hidden="true"><rect class="bar)");
-  AddState(prefix, html);
-  html->Markup("\"");
-  AddExtent(extent, html);
-  html->Markup(" height=\"100%\" /></svg>");
 }
 
 // --- Conflicts
@@ -443,7 +327,7 @@ void PlanWriter::AddBands(const Space& space,
 // --- Spaces
 
 void PlanWriter::AddSpace(const Space& space) {
-  const Totals totals = TotalsOf(space);
+  const Totals totals = TotalsOf(space, 0, space.prefixes.size());
   ++spaces_;
   html_.Markup(R"(<section class="space" aria-labelledby=")").Text(id_);
   html_.Markup("-s").Number(spaces_).Markup("\">\n<h4 id=\"").Text(id_);
@@ -470,7 +354,7 @@ void PlanWriter::Add(const AddressPlan& plan) {
   std::vector<const Space*> quiet;
   std::vector<const Space*> more;
   for (const Space& space : plan.spaces) {
-    const Totals totals = TotalsOf(space);
+    const Totals totals = TotalsOf(space, 0, space.prefixes.size());
     if (totals.conflicts > 0) {
       in_conflict.push_back(&space);
     } else if (totals.changes > 0) {

@@ -36,10 +36,6 @@ const Scale& ScaleOf(Family family) {
   return family == Family::kIpv4 ? kIpv4Scale : kIpv6Scale;
 }
 
-bool BitAt(const Network& network, unsigned place) {
-  return (network.first[place / 8] & (0x80U >> (place % 8))) != 0;
-}
-
 // Joins the nests of one family, neighbours first, as far as their picture
 // stays readable.
 class Joiner {
@@ -62,7 +58,8 @@ class Joiner {
     // They are apart: each is longer than what contains all, and by the next
     // bit some are in its lower half, some in its upper.
     std::size_t middle = begin + 1;
-    while (!BitAt(nests_[middle].network, whole.network.length)) ++middle;
+    while (!BitAt(nests_[middle].network.block, whole.network.block.length))
+      ++middle;
     const bool lower_is_one = Join(begin, middle);
     const bool upper_is_one = Join(middle, end);
     if (!lower_is_one || !upper_is_one ||
@@ -76,7 +73,7 @@ class Joiner {
 
   bool IsUnreadable(const Block& whole, std::size_t begin, std::size_t middle,
                     std::size_t end) const {
-    const unsigned length = whole.network.length;
+    const unsigned length = whole.network.block.length;
     const Scale& scale = ScaleOf(whole.network.family);
     if (length < scale.widest) return true;
     if (whole.end - whole.begin > kMaxBlockSize) return true;
@@ -84,7 +81,7 @@ class Joiner {
     const bool lower_is_more = middle - begin >= end - middle;
     const Block more =
         lower_is_more ? BlockOf(begin, middle) : BlockOf(middle, end);
-    return more.network.length > length + kFarBits &&
+    return more.network.block.length > length + kFarBits &&
            std::max(middle - begin, end - middle) >= worth_;
   }
 
@@ -129,9 +126,9 @@ std::vector<Block> BlocksOf(const Space& space) {
 
 Extent ExtentOf(const Network& inner, const Network& outer) {
   Extent extent;
-  for (unsigned place = outer.length; place < inner.length; ++place) {
+  for (unsigned bit = outer.block.length; bit < inner.block.length; ++bit) {
     extent.size /= 2;
-    if (BitAt(inner, place)) extent.begin += extent.size;
+    if (BitAt(inner.block, bit)) extent.begin += extent.size;
   }
   return extent;
 }

@@ -13,6 +13,7 @@
 
 #include "cli/report/finding_text.h"
 #include "cli/report/text/source_lines.h"
+#include "cli/report/text/terminal.h"
 #include "host/base/utf8.h"
 #include "host/commit/commit.h"
 #include "messages/finder.h"
@@ -105,33 +106,35 @@ class Printer {
   }
 
   void PrintBadInput(const DeviceReport& device) const {
-    Print("{}: {}\n  {}\n", device.candidate, StyledVerdict(device),
-          device.input_error);
+    Print("{}: {}\n  {}\n", base::Printable(device.candidate),
+          StyledVerdict(device), base::Printable(device.input_error));
   }
 
   void PrintVerdict(const DeviceReport& device) const {
     const Outcome& outcome = device.outcome;
-    Print("{}: {} ({} of {} validation calls made)\n", device.candidate,
-          StyledVerdict(device), outcome.answers.size(), outcome.planned);
+    Print("{}: {} ({} of {} validation calls made)\n",
+          base::Printable(device.candidate), StyledVerdict(device),
+          outcome.answers.size(), outcome.planned);
   }
 
   void PrintPlace(const std::string& point, const std::string& path) const {
-    Print("  validation point: {}\n  data path: {}\n", point, path);
+    Print("  validation point: {}\n  data path: {}\n", base::Printable(point),
+          base::Printable(path));
   }
 
-  // The operator's text stands alone on its line, byte for byte as the plug-in
-  // set it, also where it is no UTF-8 or has more than one line.
+  // The operator's text has lines of its own.
   void PrintAnswer(const Answer& answer) const {
     if (answer.exception.has_value()) {
-      Print("the plug-in threw an exception: {}\n", *answer.exception);
+      Print("the plug-in threw an exception: {}\n",
+            PrintableLines(*answer.exception));
     } else if (answer.result == CONFD_OK) {
       Print("(accepted)\n");
     } else if (Accepts(answer)) {
       Print("(accepted with a warning)\n{}\n",
-            answer.text.value_or("(without a text)"));
+            OperatorText(answer.text.value_or("(without a text)"), out_));
     } else {
-      Print("{}\n", Styled(fmt::emphasis::bold,
-                           answer.text.value_or("(refused without a text)")));
+      const std::string text = answer.text.value_or("(refused without a text)");
+      Print("{}\n", Styled(fmt::emphasis::bold, OperatorText(text, out_)));
     }
     PrintPlace(answer.opaque, answer.path);
     if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
@@ -141,8 +144,9 @@ class Printer {
 
   void PrintFinding(const Finding& finding) const {
     for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
-    if (!finding.note.empty())
+    if (!finding.note.empty()) {
       Print("  note: {}\n", base::Printable(finding.note));
+    }
     if (finding.rule.empty()) return;
     Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
           finding.anchor);
@@ -158,7 +162,8 @@ class Printer {
     const Place& place = *culprit.place;
     Print("  {}: {}, {}\n",
           Styled(fmt::emphasis::bold,
-                 fmt::format("{}:{}:{}", place.file, place.line, place.column)),
+                 fmt::format("{}:{}:{}", base::Printable(place.file),
+                             place.line, place.column)),
           role, novelty);
     const ShownLine line = ShowLine(place);
     const bool is_new = culprit.novelty != Novelty::kUnchanged;
@@ -172,7 +177,7 @@ class Printer {
   }
 
   void PrintFailure(const Outcome& outcome) const {
-    Print("the plug-in failed: {}\n", outcome.failure);
+    Print("the plug-in failed: {}\n", PrintableLines(outcome.failure));
     if (!outcome.failed_path.empty()) {
       PrintPlace(outcome.failed_point, outcome.failed_path);
     }
@@ -181,7 +186,7 @@ class Printer {
   // Each line of a text behind a label.
   void PrintLines(const char* label, const std::string& text) const {
     for (const std::string& line : LinesOf(text)) {
-      Print("  {}: {}\n", label, line);
+      Print("  {}: {}\n", label, base::Printable(line));
     }
   }
 

@@ -1,4 +1,6 @@
-// What README.md says of the commands.
+// What all commands have in common.
+
+#include <sys/stat.h>
 
 #include "tests/cli/commands/fixture.h"
 
@@ -6,15 +8,16 @@ namespace ipav::testing {
 
 namespace {
 
-class HelpTest : public ::testing::TestWithParam<const char*> {};
+class CommandsTest : public CommandTest,
+                     public ::testing::WithParamInterface<const char*> {};
 
-INSTANTIATE_TEST_SUITE_P(Commands, HelpTest,
+INSTANTIATE_TEST_SUITE_P(Commands, CommandsTest,
                          ::testing::Values("check", "commit", "completion",
                                            "convert", "diff", "explain", "new",
                                            "points", "summarize"),
                          [](const auto& command) { return command.param; });
 
-TEST_P(HelpTest, HasExamplesAndTheReadmeNamesTheCommand) {
+TEST_P(CommandsTest, HasExamplesAndTheReadmeNamesTheCommand) {
   const std::string command = GetParam();
   const std::string help = OutputOf({command, "--help"});
   const std::size_t examples = help.find("\nExamples:\n  ");
@@ -27,16 +30,7 @@ TEST_P(HelpTest, HasExamplesAndTheReadmeNamesTheCommand) {
             std::string::npos);
 }
 
-class CommandNameTest : public CommandTest,
-                        public ::testing::WithParamInterface<const char*> {};
-
-INSTANTIATE_TEST_SUITE_P(Commands, CommandNameTest,
-                         ::testing::Values("check", "commit", "completion",
-                                           "convert", "diff", "explain", "new",
-                                           "points", "summarize"),
-                         [](const auto& command) { return command.param; });
-
-TEST_P(CommandNameTest, IsAFileOrATopicBehindAnotherCommand) {
+TEST_P(CommandsTest, IsAFileOrATopicBehindAnotherCommand) {
   const std::string name = GetParam();
   Write(name, ReadFile(kBranch + "address-is-network.xml"));
   const std::string there = "cd " + folder_.string() + " && " IPAV_PROGRAM " ";
@@ -52,6 +46,31 @@ TEST_P(CommandNameTest, IsAFileOrATopicBehindAnotherCommand) {
   EXPECT_EQ(
       explain.err.find("ipav: no validation point, rule or text: " + name), 0U)
       << explain.err;
+}
+
+TEST_F(CommandTest, ReadingHasTheLimitsOfTheOptions) {
+  const std::string large = Write("large.xml", std::string(2 << 20, ' '));
+  const std::string pipe = folder_ / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  const std::vector<std::vector<std::string>> commands = {
+      {"check"},
+      {"convert"},
+      {"diff", kRunning},
+      {"commit", "--to", folder_ / "socket"}};
+  for (std::vector<std::string> command : commands) {
+    const auto error = [&](const std::vector<std::string>& more) {
+      std::vector<std::string> arguments = command;
+      arguments.insert(arguments.end(), more.begin(), more.end());
+      const ProcessResult result = Ipav(arguments);
+      EXPECT_EQ(result.status, 2);
+      return result.err;
+    };
+    EXPECT_EQ(
+        error({"--max-input-size", "1", large}),
+        "ipav: " + large + ": is larger than the limit of 1048576 bytes\n");
+    EXPECT_EQ(error({"--timeout", "1", pipe}),
+              "ipav: " + pipe + ": not read within 1 second\n");
+  }
 }
 
 }  // namespace

@@ -89,13 +89,9 @@ class ValidateConfig {
   bool HasDuplicate(const Interface& interface);
   template <typename Family>
   bool Overlap(const Interface& first, const Interface& second);
-  // With the first one of those that come after it.
-  template <typename Family>
-  bool OverlapsWithLater(const Interface& interface,
-                         const std::vector<const Interface*>& later);
   // The first of the interfaces with the other one, which may be null.
   template <typename Family>
-  bool OverlapsWithOther(const std::vector<const Interface*>& interfaces,
+  bool OverlapsWithOther(const std::vector<Interface>& interfaces,
                          const Interface* other);
   template <typename Family>
   bool OverlapWithOtherKinds(const InterfaceConfig& changed,

@@ -61,6 +61,7 @@ using internal::Joined;
 
 InterfaceRefs RefsTo(const std::vector<Interface>& interfaces) {
   InterfaceRefs refs;
+  refs.reserve(interfaces.size());
   for (const Interface& interface : interfaces) refs.push_back(&interface);
   return refs;
 }
@@ -105,22 +106,22 @@ int ValidateConfig::ValidateInterfaceAddresses(const Config& config,
 
   // An interface passes all its tests before the next one is taken up, and all
   // of the kind pass before the other kinds are looked at.
-  const InterfaceRefs interfaces = RefsTo(changed->interfaces());
+  const std::vector<Interface>& interfaces = changed->interfaces();
   const internal::FirstOverlaps overlaps =
       internal::FindOverlaps<typename Family::Mask>(
-          interfaces, OtherKinds(*changed, config.interface_configs()));
+          RefsTo(interfaces), OtherKinds(*changed, config.interface_configs()));
   for (auto it = interfaces.begin(); it != interfaces.end(); ++it) {
-    const Interface& interface = **it;
-    if (std::is_same_v<Family, Ipv4> && !InterfaceIPv4IsValid(interface)) {
+    if (std::is_same_v<Family, Ipv4> && !InterfaceIPv4IsValid(*it)) {
       return kViolated;  // every IPv6 address can be one of a host
     }
-    if (HasDuplicate<Family>(interface)) return kViolated;
-    if (&interface == overlaps.of_kind &&
-        OverlapsWithLater<Family>(interface,
-                                  {std::next(it), interfaces.end()})) {
+    if (HasDuplicate<Family>(*it)) return kViolated;
+    if (&*it == overlaps.of_kind &&
+        std::any_of(std::next(it), interfaces.end(), [&](const auto& later) {
+          return Overlap<Family>(*it, later);
+        })) {
       return kViolated;
     }
-    if (MatchesNextHop<Family>(interface, config.static_route_config())) {
+    if (MatchesNextHop<Family>(*it, config.static_route_config())) {
       return kViolated;
     }
   }
@@ -184,22 +185,13 @@ bool ValidateConfig::Overlap(const Interface& first, const Interface& second) {
 }
 
 template <typename Family>
-bool ValidateConfig::OverlapsWithLater(const Interface& interface,
-                                       const InterfaceRefs& later) {
-  const Interface* other =
-      internal::FindOverlaps<typename Family::Mask>({&interface}, later)
-          .of_other;
-  return other != nullptr && Overlap<Family>(interface, *other);
-}
-
-template <typename Family>
-bool ValidateConfig::OverlapsWithOther(const InterfaceRefs& interfaces,
+bool ValidateConfig::OverlapsWithOther(const std::vector<Interface>& interfaces,
                                        const Interface* other) {
-  if (other == nullptr) return false;
-  const Interface* interface =
-      internal::FindOverlaps<typename Family::Mask>({other}, interfaces)
-          .of_other;
-  return interface != nullptr && Overlap<Family>(*interface, *other);
+  return other != nullptr &&
+         std::any_of(interfaces.begin(), interfaces.end(),
+                     [&](const Interface& interface) {
+                       return Overlap<Family>(interface, *other);
+                     });
 }
 
 bool ValidateConfig::InterfaceIPv4Overlap(
@@ -215,11 +207,10 @@ bool ValidateConfig::InterfaceIPv6Overlap(
 template <typename Family>
 bool ValidateConfig::OverlapWithOtherKinds(
     const InterfaceConfig& changed, const std::vector<InterfaceConfig*>& all) {
-  const InterfaceRefs interfaces = RefsTo(changed.interfaces());
-  return OverlapsWithOther<Family>(
-      interfaces, internal::FindOverlaps<typename Family::Mask>(
-                      interfaces, OtherKinds(changed, all))
-                      .of_other);
+  const internal::FirstOverlaps overlaps =
+      internal::FindOverlaps<typename Family::Mask>(
+          RefsTo(changed.interfaces()), OtherKinds(changed, all));
+  return OverlapsWithOther<Family>(changed.interfaces(), overlaps.of_other);
 }
 
 int ValidateConfig::ValidateInterfaceL3(const Config& config) {

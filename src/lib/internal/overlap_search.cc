@@ -40,12 +40,6 @@ const Interface* At(std::uint32_t rank, const InterfaceRefs& interfaces) {
   return rank == PrefixSweep::kNone ? nullptr : interfaces[rank];
 }
 
-template <typename Mask>
-const Mask* At(std::uint32_t rank, const std::list<Mask>& masks) {
-  if (rank == PrefixSweep::kNone) return nullptr;
-  return &*std::next(masks.begin(), static_cast<std::ptrdiff_t>(rank));
-}
-
 }  // namespace
 
 template <>
@@ -78,19 +72,12 @@ std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
                                                  const Interface& second) {
   if (!nettypes::ShareAddressSpace(first.vrf_name, second.vrf_name)) return {};
 
-  const std::list<Mask>& masks = AddressesOf<Mask>(first);
-  const std::list<Mask>& others = AddressesOf<Mask>(second);
-  PrefixSweep sweep;
-  for (const Mask& other : others) sweep.Add(NetworkOf(other), 0);
-  std::uint32_t rank = 0;
-  for (const Mask& mask : masks) sweep.Add(NetworkOf(mask), rank++, true);
-  const Mask* mask = At(sweep.FindLowest().other, masks);
-  if (mask == nullptr) return {};
-
-  return {mask,
-          &*std::find_if(others.begin(), others.end(), [&](const Mask& other) {
-            return mask->Overlap(other);
-          })};
+  for (const Mask& mask : AddressesOf<Mask>(first)) {
+    for (const Mask& other : AddressesOf<Mask>(second)) {
+      if (mask.Overlap(other)) return {&mask, &other};
+    }
+  }
+  return {};
 }
 
 template <typename Mask>
@@ -103,7 +90,9 @@ const Mask* FirstRepeatedAddress(const std::list<Mask>& masks) {
     mask.set_prefix_len(Mask::kMaxPrefixLen);
     sweep.Add(NetworkOf(mask), rank++);
   }
-  return At(sweep.FindLowest().rank, masks);
+  const std::uint32_t first = sweep.FindLowest().rank;
+  if (first == PrefixSweep::kNone) return nullptr;
+  return &*std::next(masks.begin(), static_cast<std::ptrdiff_t>(first));
 }
 
 template FirstOverlaps FindOverlaps<IPv4AddrMask>(const InterfaceRefs&,

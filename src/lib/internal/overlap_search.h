@@ -1,6 +1,6 @@
 // Which interfaces overlap first, in the order in which a walk over all pairs
-// would find them. One sweep over the prefixes (prefix_sweep.h) answers each
-// question. `Mask` decides the family.
+// would find them. One sweep over the prefixes (prefix_sweep.h) tells, so that
+// only these are compared with others one by one. `Mask` decides the family.
 #ifndef IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
 #define IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
 

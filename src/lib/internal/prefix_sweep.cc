@@ -17,7 +17,11 @@ struct Link {
   std::uint32_t second = kNone;
   std::uint32_t other = kNone;  // the lowest of the other side
 
-  void Add(std::uint32_t rank) {
+  // Compares a prefix of the first side with all of the link, and adds it.
+  void Add(std::uint32_t rank, PrefixSweep::Lowest* found) {
+    const std::uint32_t with = rank == lowest ? second : lowest;
+    if (with != kNone) found->rank = std::min({found->rank, with, rank});
+    found->other = std::min(found->other, other);
     if (rank < lowest) {
       second = std::exchange(lowest, rank);
     } else if (rank != lowest) {
@@ -25,8 +29,10 @@ struct Link {
     }
   }
 
-  std::uint32_t LowestBut(std::uint32_t rank) const {
-    return rank == lowest ? second : lowest;
+  // The same for one of the other side.
+  void AddOther(std::uint32_t rank, PrefixSweep::Lowest* found) {
+    if (lowest != kNone) found->other = std::min(found->other, rank);
+    other = std::min(other, rank);
   }
 };
 
@@ -47,16 +53,10 @@ PrefixSweep::Lowest PrefixSweep::FindLowest() {
     Link link = chain.empty() ? Link() : chain.back();
 
     // 2. The prefix overlaps with all of the chain.
-    if (!prefix.is_other) {
-      const std::uint32_t rank = link.LowestBut(prefix.rank);
-      if (rank != kNone) found.rank = std::min({found.rank, rank, prefix.rank});
-      found.other = std::min(found.other, link.other);
-      link.Add(prefix.rank);
+    if (prefix.is_other) {
+      link.AddOther(prefix.rank, &found);
     } else {
-      if (link.lowest != kNone) {
-        found.other = std::min(found.other, prefix.rank);
-      }
-      link.other = std::min(link.other, prefix.rank);
+      link.Add(prefix.rank, &found);
     }
 
     // 3. It becomes the last link; one that is equal to the last replaces it.

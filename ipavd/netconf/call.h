@@ -1,4 +1,4 @@
-// One operation that a client asks for, and what is there to do it with.
+// One operation that a client calls, and what it works on.
 #ifndef IPAV_IPAVD_NETCONF_CALL_H_
 #define IPAV_IPAVD_NETCONF_CALL_H_
 
@@ -14,13 +14,13 @@
 
 namespace ipav::netconf {
 
-// All of it is borrowed, and lives as long as the server.
+// Everything is borrowed, and lives as long as the server.
 struct Environment {
   ly_ctx* context;  // of messages
   store::Datastores& datastores;
   Sessions& sessions;
   std::time_t start;
-  Counters counters;  // of all sessions that there were
+  Counters counters;  // of all sessions, ended ones included
 };
 
 struct Call {
@@ -29,17 +29,17 @@ struct Call {
   Environment& environment;
 };
 
-// A part of the operation's input; null where it is not given.
+// A node of the input of the operation; null if it is not given.
 const lyd_node* Find(const lyd_node& parent, const char* name);
 
-// The value of a leaf of the input; no value where it is not given.
+// The value of a leaf of the input; no value if it is not given.
 std::optional<std::string> Text(const Call& call, const char* leaf);
 
-// For a part that the model asks for, but the library does not.
+// For a mandatory node that the library does not check.
 Refusal MissingElement(const std::string& name);
 
-// Throws Refusal for an input with a part twice, or with two cases of a choice,
-// which the library lets through: nobody could tell which one is meant.
+// Throws Refusal if the input has a node twice, or two cases of a choice. The
+// library accepts both, although the request is ambiguous.
 void CheckParts(const lyd_node& rpc);
 
 // The datastore named by the container "source" or "target". Throws Refusal.
@@ -52,8 +52,8 @@ store::Source SourceOf(const Call& call);
 // The content of an element config, in XML. Throws Refusal.
 std::string ConfigIn(const lyd_node& config);
 
-// What the operation says of default values; "explicit" where it says nothing.
-// Throws Refusal for what is not announced.
+// The with-defaults mode of the operation; "explicit" if it names none. Throws
+// Refusal for a mode that the server does not announce.
 NC_WD_MODE DefaultsOf(const Call& call);
 
 }  // namespace ipav::netconf

@@ -1,4 +1,4 @@
-// Which function does which operation.
+// Registers the functions of the operations.
 #ifndef IPAV_IPAVD_NETCONF_DISPATCH_H_
 #define IPAV_IPAVD_NETCONF_DISPATCH_H_
 
@@ -6,8 +6,8 @@
 
 namespace ipav::netconf {
 
-// Lets the library call our functions, and nothing for operations that are not
-// ours. Before nc_server_init(). The data of each session is then an
+// Makes the library call our functions, and none for other operations. Must be
+// called before nc_server_init(). The data of each session must be an
 // Environment.
 void RegisterOperations(const ly_ctx* context);
 

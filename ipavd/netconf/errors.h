@@ -1,6 +1,6 @@
-// rpc-errors as the NETCONF library has them. It takes what a tag asks for as
-// variable arguments, and a missing one ends the process: hence one function
-// for each tag, which asks for it by name.
+// Makes rpc-errors of the NETCONF library. The library takes the details of a
+// tag as variable arguments, and a missing one crashes the process. Hence there
+// is one function per tag, with named parameters.
 #ifndef IPAV_IPAVD_NETCONF_ERRORS_H_
 #define IPAV_IPAVD_NETCONF_ERRORS_H_
 
@@ -14,7 +14,7 @@
 
 namespace ipav::netconf {
 
-// Each is a tree that its caller owns.
+// The caller owns each tree.
 lyd_node* InUse(const ly_ctx* context, NC_ERR_TYPE type);
 lyd_node* InvalidValue(const ly_ctx* context, NC_ERR_TYPE type);
 lyd_node* MissingAttribute(const ly_ctx* context, NC_ERR_TYPE type,
@@ -41,7 +41,7 @@ lyd_node* DataMissing(const ly_ctx* context);
 lyd_node* OperationNotSupported(const ly_ctx* context, NC_ERR_TYPE type);
 lyd_node* OperationFailed(const ly_ctx* context, NC_ERR_TYPE type);
 
-// Any error of the datastores, with its texts.
+// An error of the datastores, with all its texts.
 lyd_node* ToTree(const ly_ctx* context, const store::RpcError& error);
 
 }  // namespace ipav::netconf

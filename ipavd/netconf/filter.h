@@ -13,20 +13,20 @@ namespace ipav::netconf {
 
 class Filter {
  public:
-  // The one in the input of the operation, which is borrowed; without one all
-  // is selected. Throws Refusal for what is none.
+  // The filter in the input of the operation, which is borrowed. Without a
+  // filter, everything is selected. Throws Refusal for a wrong filter.
   explicit Filter(const lyd_node& rpc);
 
-  // What it selects among `tree` (null: nothing is there) and its siblings, as
-  // nodes of the operation's context. Throws Refusal for an expression that is
-  // no path, or takes too long, and std::runtime_error.
+  // The selected nodes of `tree` (null: no nodes) and its siblings, copied to
+  // the context of the operation. Throws Refusal for an expression that is not
+  // a path, or takes too long, and std::runtime_error.
   store::Nodes Apply(const lyd_node* tree) const;
 
  private:
   const ly_ctx* context_;
   bool is_there_ = false;
   bool is_xpath_ = false;
-  std::optional<std::string> xpath_;   // with names of modules for prefixes
+  std::optional<std::string> xpath_;   // with module names as prefixes
   const lyd_node* subtree_ = nullptr;  // null: it has no elements
 };
 

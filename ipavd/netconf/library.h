@@ -1,4 +1,4 @@
-// The NETCONF library, which has one state for the whole process.
+// Starts and stops the NETCONF library, which has global state.
 #ifndef IPAV_IPAVD_NETCONF_LIBRARY_H_
 #define IPAV_IPAVD_NETCONF_LIBRARY_H_
 
@@ -8,8 +8,8 @@ namespace ipav::netconf {
 
 class Library {
  public:
-  // Starts it, with our operations. One at a time. The context, of messages, is
-  // borrowed. Throws std::runtime_error.
+  // At most one at a time. Borrows the message context. Throws
+  // std::runtime_error.
   explicit Library(ly_ctx* context);
   ~Library();
   Library(const Library&) = delete;

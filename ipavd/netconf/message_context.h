@@ -1,13 +1,12 @@
-// The YANG modules of messages: the data model beside those of NETCONF itself.
-// Apart from the model's own context, since the NETCONF library keeps functions
-// where the host keeps what it knows of a node, and since the plug-in must see
-// the same model here as in ipav check.
+// The YANG modules of messages: the data model and the modules of NETCONF. It
+// is not the context of the model, because the NETCONF library keeps its
+// callbacks where the host keeps its data about a node, and because the plug-in
+// must see the same model as in ipav check.
 #ifndef IPAV_IPAVD_NETCONF_MESSAGE_CONTEXT_H_
 #define IPAV_IPAVD_NETCONF_MESSAGE_CONTEXT_H_
 
 #include <libyang/libyang.h>
 
-#include <memory>
 #include <string>
 
 #include "host/base/c_ptr.h"
@@ -22,7 +21,7 @@ using MessageContext = base::CPtr<ly_ctx, ly_ctx_destroy>;
 MessageContext MakeMessageContext(const datastore::Model& model,
                                   const std::string& yang_dir);
 
-// Changes when the modules do.
+// An identifier that changes whenever the modules change.
 std::string ContentId(const ly_ctx* context);
 
 }  // namespace ipav::netconf

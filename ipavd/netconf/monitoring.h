@@ -1,5 +1,5 @@
-// What the server tells of itself: /netconf-state (RFC 6022) and the YANG
-// library (RFC 8525).
+// The state data of the server: /netconf-state (RFC 6022) and the YANG library
+// (RFC 8525).
 #ifndef IPAV_IPAVD_NETCONF_MONITORING_H_
 #define IPAV_IPAVD_NETCONF_MONITORING_H_
 
@@ -8,7 +8,7 @@
 
 namespace ipav::netconf {
 
-// Nodes of the context of messages. Throws std::runtime_error.
+// Nodes of the message context. Throws std::runtime_error.
 store::Nodes StateData(const Environment& environment);
 
 }  // namespace ipav::netconf

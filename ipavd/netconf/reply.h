@@ -1,4 +1,4 @@
-// Answers to operations.
+// Replies to operations.
 #ifndef IPAV_IPAVD_NETCONF_REPLY_H_
 #define IPAV_IPAVD_NETCONF_REPLY_H_
 
@@ -6,7 +6,6 @@
 #include <nc_server.h>
 
 #include <exception>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,7 +19,7 @@ namespace ipav::netconf {
 
 using Reply = base::CPtr<nc_server_reply, nc_server_reply_free>;
 
-// What an operation throws that cannot be done.
+// Thrown by an operation that cannot be done.
 class Refusal : public std::exception {
  public:
   explicit Refusal(store::RpcError error) : error_(std::move(error)) {}
@@ -34,15 +33,15 @@ class Refusal : public std::exception {
 
 Reply Ok();
 
-// Element "data" with these nodes, of the same context as `rpc`.
+// An element "data" with these nodes, which have the context of `rpc`.
 Reply Data(const lyd_node& rpc, store::Nodes nodes, NC_WD_MODE defaults);
 
-// The same with a text.
+// An element "data" with a text.
 Reply DataText(const lyd_node& rpc, const std::string& text);
 
 Reply Refuse(const lyd_node& rpc, const store::RpcError& error);
 
-// Ok() where there is none.
+// Ok() if there is no error.
 Reply Answer(const lyd_node& rpc, const std::optional<store::RpcError>& error);
 Reply Answer(const lyd_node& rpc, const std::vector<store::RpcError>& errors);
 

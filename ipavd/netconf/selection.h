@@ -1,4 +1,4 @@
-// Some nodes of a tree, and a copy of them.
+// Collects nodes of a tree, and copies them.
 #ifndef IPAV_IPAVD_NETCONF_SELECTION_H_
 #define IPAV_IPAVD_NETCONF_SELECTION_H_
 
@@ -12,11 +12,11 @@ namespace ipav::netconf {
 
 class Selection {
  public:
-  // A node with all below it, in all that is around it.
+  // Selects a node, everything below it, and its ancestors.
   void Add(const lyd_node* node);
 
-  // The selected nodes among `tree` and its siblings, as nodes of that context,
-  // which has the same modules. Entries of lists have their keys. Throws
+  // Copies the selected nodes of `tree` and its siblings to `context`, which
+  // has the same modules. List entries keep their keys. Throws
   // std::runtime_error.
   store::Nodes Copy(const lyd_node* tree, const ly_ctx* context) const;
 
@@ -24,10 +24,11 @@ class Selection {
   void CopyChildren(const lyd_node* from, const ly_ctx* context,
                     lyd_node* to) const;
 
-  std::unordered_map<const lyd_node*, bool> nodes_;  // whether with all below
+  std::unordered_map<const lyd_node*, bool>
+      nodes_;  // whether with everything below
 };
 
-// Both side by side. Either may be null.
+// Makes both siblings. Either may be null.
 store::Nodes Join(store::Nodes nodes, store::Nodes others);
 
 }  // namespace ipav::netconf

@@ -1,5 +1,5 @@
-// A NETCONF server: sessions of clients over datastores. One thread, which
-// waits for no client; only a commit, for its plug-in, is waited for.
+// A NETCONF server: sessions of clients over datastores. It has one thread,
+// which never waits for a client, only for the plug-in during a commit.
 #ifndef IPAV_IPAVD_NETCONF_SERVER_H_
 #define IPAV_IPAVD_NETCONF_SERVER_H_
 
@@ -16,14 +16,14 @@
 namespace ipav::netconf {
 
 struct ServerOptions {
-  std::string yang_dir;  // of NETCONF's own modules
+  std::string yang_dir;  // the modules of NETCONF
   std::size_t max_sessions = 0;
   bool once = false;  // ends with its first session
 };
 
 class Server {
  public:
-  // One in a process, since the NETCONF library has one state for all. All
+  // A process has at most one, since the NETCONF library has global state. All
   // arguments are borrowed. Throws std::runtime_error.
   Server(const datastore::Model& model, const ServerOptions& options,
          store::Datastores* datastores, transport::Acceptor* acceptor);
@@ -33,11 +33,11 @@ class Server {
 
   // Serves until SIGTERM or SIGINT, or, with `once`, the end of a session.
   // `signals` catches these, SIGHUP, SIGCHLD and SIGPIPE. Throws
-  // std::runtime_error when no client can come any more.
+  // std::runtime_error when the acceptor has died.
   void Run(const transport::Signals& signals);
 
  private:
-  // What Run() waits for, and does then.
+  // One step of Run(): waits, then handles what has happened.
   void Wait(const transport::Signals& signals);
   int TimeToWait() const;
   void HandleSignals(const transport::Signals& signals);

@@ -1,5 +1,5 @@
-// All sessions of a server over its datastores, whoever brings the clients and
-// waits for them. A Library must be there.
+// All sessions of a server and its datastores. The caller brings the clients
+// and waits for their messages. A Library must exist.
 #ifndef IPAV_IPAVD_NETCONF_SERVICE_H_
 #define IPAV_IPAVD_NETCONF_SERVICE_H_
 
@@ -16,31 +16,30 @@ namespace ipav::netconf {
 
 class Service {
  public:
-  // The context, of messages, and the datastores are borrowed.
+  // Borrows the message context and the datastores.
   Service(ly_ctx* context, store::Datastores* datastores,
           std::size_t max_sessions);
   ~Service() = default;
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
 
-  // Begins a session, whose client has sent its hello. The log tells of one
-  // that is refused.
+  // Starts a session with a client that has sent its hello. Logs a refusal.
   void AddSession(transport::PassedConnection client);
 
-  // Answers what has come, at most one message of each session. Waits for none.
+  // Answers at most one message of each session. Does not wait.
   void Poll();
 
   void EndAll();
 
   const Sessions& sessions() const { return sessions_; }
 
-  // Whether there may be messages that poll(2) does not tell of.
+  // Whether there may be messages that poll(2) does not report.
   bool has_more() const { return has_more_; }
 
   // Whether a session has ended.
   bool has_ended() const { return has_ended_; }
 
-  // Of all sessions that there were.
+  // Totals of all sessions, ended ones included.
   const Counters& counters() const { return environment_.counters; }
 
  private:

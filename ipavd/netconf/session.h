@@ -1,4 +1,4 @@
-// One client's session, and all there are.
+// The session of one client, and the list of all sessions.
 #ifndef IPAV_IPAVD_NETCONF_SESSION_H_
 #define IPAV_IPAVD_NETCONF_SESSION_H_
 
@@ -16,7 +16,7 @@
 
 namespace ipav::netconf {
 
-// What RFC 6022 counts, of a session or of all.
+// The counters of RFC 6022, of one session or of all.
 struct Counters {
   std::uint32_t in_rpcs = 0;
   std::uint32_t in_bad_rpcs = 0;
@@ -25,8 +25,9 @@ struct Counters {
 
 class Session {
  public:
-  // The greeting of a client that was introduced. Throws std::runtime_error.
-  // Borrowed as long as the session: the data of the library's session.
+  // Exchanges hellos with the client. Throws std::runtime_error. `data` is
+  // given to the callbacks of the library, and borrowed as long as the session
+  // lives.
   Session(transport::PassedConnection client, void* data);
   ~Session();
   Session(const Session&) = delete;
@@ -38,7 +39,7 @@ class Session {
   const transport::PassedConnection& client() const { return client_; }
   std::time_t login_time() const { return login_time_; }
 
-  // From the next poll on it is over, with an answer under way before.
+  // The session ends at the next poll, after its reply was sent.
   void Close();
   void Kill(store::SessionId by);
 
@@ -57,10 +58,10 @@ class Sessions {
   Sessions(const Sessions&) = delete;
   Sessions& operator=(const Sessions&) = delete;
 
-  // Throws std::runtime_error where there is no greeting.
+  // Throws std::runtime_error when the exchange of hellos fails.
   Session& Add(transport::PassedConnection client, void* data);
 
-  // Null where there is none.
+  // Null if there is no such session.
   Session* Find(store::SessionId id) const;
   Session* Find(const nc_session* handle) const;
 

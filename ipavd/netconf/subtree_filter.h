@@ -8,8 +8,8 @@
 
 namespace ipav::netconf {
 
-// Adds what the elements `filter`, the first of siblings, select among `tree`
-// and its siblings. Either may be null.
+// Adds the nodes of `tree` and its siblings that the elements `filter` and its
+// siblings select. Either may be null.
 void SelectSubtrees(const lyd_node* tree, const lyd_node* filter,
                     Selection* selection);
 

@@ -18,7 +18,7 @@
 
 namespace ipav::store {
 
-// A configuration that may have several owners; nobody changes it.
+// A configuration. It is shared, and never changed.
 using Configuration = std::shared_ptr<const datastore::DataTree>;
 
 // Judges a candidate against running. Throws what commit::RunCommit() does.
@@ -31,7 +31,7 @@ struct GateOptions {
   CommitEngine engine = nullptr;  // null: the plug-in, in a child process
 };
 
-// What came of one configuration: `configuration`, or else `error`.
+// Either `configuration` or `error`.
 struct Judgement {
   Configuration configuration;
   std::optional<RpcError> error;
@@ -43,18 +43,18 @@ class CommitGate {
   CommitGate(const datastore::Model& model, GateOptions options)
       : model_(model), options_(std::move(options)) {}
 
-  // Only what the model says of the configuration. It gets what is there by
-  // default.
+  // Checks the configuration against the data model only, and adds default
+  // nodes.
   Judgement Complete(Nodes nodes) const;
 
-  // That, and what the plug-in says of it in place of `running` (null: nothing
-  // is configured). The plug-in runs in a child process of this one, which is
-  // over when it returns; what becomes of it is a refusal. A refusal is
-  // operation-failed with the text of the validation point, its name as
-  // app_tag, and its data path.
+  // The same, and asks the plug-in about the change from `running` (null: an
+  // empty configuration). The plug-in runs in a child process, which has ended
+  // when the function returns; its crash is a refusal. A refusal is
+  // operation-failed with the text of the validation point, the name of the
+  // point as app_tag, and the data path.
   Judgement Judge(const Configuration& running, Nodes nodes) const;
 
-  // The same for what Complete() has accepted.
+  // Asks the plug-in about a configuration that Complete() has accepted.
   std::optional<RpcError> Judge(const Configuration& running,
                                 const Configuration& candidate) const;
 

@@ -1,8 +1,6 @@
 #include "ipavd/store/data_path.h"
 
 #include <cstddef>
-#include <cstdlib>
-#include <memory>
 
 #include "host/base/c_ptr.h"
 #include "host/confd/confd_error.h"

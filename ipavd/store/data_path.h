@@ -1,5 +1,5 @@
-// Paths of data nodes, as error-path has them: libyang's, with the names of
-// modules for prefixes.
+// Paths of data nodes for error-path, as libyang writes them: with module names
+// as prefixes.
 #ifndef IPAV_IPAVD_STORE_DATA_PATH_H_
 #define IPAV_IPAVD_STORE_DATA_PATH_H_
 
@@ -12,15 +12,16 @@
 
 namespace ipav::store {
 
-// Empty for null.
+// The path of a node; empty for null.
 std::string PathOf(const lyd_node* node);
 
-// Of a child that may not be there. `keys` of an entry; none: the whole list.
+// The path of a child that need not exist. `keys` are those of a list entry;
+// none means the whole list.
 std::string PathOf(const lyd_node* parent, const lysc_node& child,
                    const std::vector<std::string>& keys = {});
 
-// The path of an operator's text, as the commit engine tells it:
-// "/config/interface/l3{users}". Empty where it is none.
+// The path for a data path of the commit engine, "/config/interface/l3{users}".
+// Empty if the text is not such a path.
 std::string PathOf(const datastore::Model& model, const std::string& text);
 
 }  // namespace ipav::store

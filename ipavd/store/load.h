@@ -1,4 +1,4 @@
-// What a server finds in its state folder when it starts.
+// Loads the state folder when a server starts.
 #ifndef IPAV_IPAVD_STORE_LOAD_H_
 #define IPAV_IPAVD_STORE_LOAD_H_
 
@@ -18,8 +18,8 @@ inline constexpr const char* kStartupFile = "startup.xml";
 inline constexpr const char* kCandidateFile = "candidate.xml";
 // The running configuration before a confirmed commit that is not confirmed.
 inline constexpr const char* kRollbackFile = "rollback.xml";
-// There since the folder first had a running configuration: one that has none
-// then has lost it.
+// Exists since the folder first had a running configuration. If running.xml is
+// missing then, it was lost.
 inline constexpr const char* kVersionFile = "version";
 
 struct Loaded {
@@ -29,13 +29,13 @@ struct Loaded {
   std::vector<std::string> notices;
 };
 
-// Where a confirmed commit was not confirmed, running is what was before it;
-// where there is no running.xml, it is startup.xml, and on the first start
-// nothing. All that becomes running goes through the gate, as a change from
-// nothing configured, and is on the disk when it returns.
+// Running is rollback.xml if a confirmed commit was not confirmed; else
+// running.xml; if that is missing, startup.xml; and empty on the first start.
+// It goes through the gate, as a change from an empty configuration, and is on
+// the disk when the function returns.
 //
-// Throws StateError where a file is damaged, or missing, or refused, and then
-// has written nothing but what it had accepted. A candidate is given up then.
+// Throws StateError if a file is damaged, missing or refused, and then has
+// written only what it had accepted. A damaged candidate is given up.
 Loaded Load(const CommitGate& gate, StateFolder* folder);
 
 }  // namespace ipav::store

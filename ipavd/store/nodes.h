@@ -16,7 +16,7 @@ using Nodes = base::CPtr<lyd_node, lyd_free_all>;
 // A copy of all top nodes. Throws std::bad_alloc.
 Nodes Copy(const lyd_node* nodes);
 
-// All of them as XML, without what is there by default. Throws std::bad_alloc.
+// All nodes as XML, without default nodes. Throws std::bad_alloc.
 std::string TextOf(const lyd_node* nodes);
 
 }  // namespace ipav::store

@@ -1,5 +1,5 @@
-// Why an operation was refused, as an rpc-error of RFC 6241 (section 4.3) tells
-// it. Its severity is always error.
+// Why an operation was refused: an rpc-error of RFC 6241 (section 4.3) with the
+// severity "error".
 #ifndef IPAV_IPAVD_STORE_RPC_ERROR_H_
 #define IPAV_IPAVD_STORE_RPC_ERROR_H_
 
@@ -17,7 +17,7 @@ enum class ErrorType : std::uint8_t {
   kApplication
 };
 
-// The tags of RFC 6241 (appendix A) that operations on datastores have.
+// The tags of RFC 6241 (appendix A) that operations on datastores use.
 enum class ErrorTag : std::uint8_t {
   kInUse,
   kInvalidValue,

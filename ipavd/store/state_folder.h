@@ -1,11 +1,11 @@
-// The folder that a server keeps its datastores in: files that are read and
-// written whole, and a lock that keeps a second server out.
+// The folder of a server's datastores: files that are read and written as a
+// whole, and a lock that keeps a second server out.
 //
-// A file is written under another name, brought to the disk, and renamed, and
-// its folder is brought to the disk, too: whenever the process or the machine
-// stops, the file is the old or the new one, whole. Its first line has the size
-// and a checksum of the rest, and is an XML comment, so that a file that was
-// cut off, or changed by others, is never taken for a configuration.
+// A file is written under another name, synchronised and renamed, and then its
+// folder is synchronised. Whenever the process or the machine stops, the file
+// is complete, old or new. Its first line is an XML comment with the size and a
+// checksum of the rest, so that a truncated or edited file is never taken for a
+// configuration.
 #ifndef IPAV_IPAVD_STORE_STATE_FOLDER_H_
 #define IPAV_IPAVD_STORE_STATE_FOLDER_H_
 
@@ -28,7 +28,7 @@ class StateError : public std::runtime_error {
 };
 
 // The system calls that change the folder, each as in its manual page. Tests
-// put others in their place.
+// replace them.
 class FileCalls {
  public:
   FileCalls() = default;
@@ -45,11 +45,11 @@ class FileCalls {
 
 class StateFolder {
  public:
-  // Makes the folder where there is none, for its owner only, and locks it
-  // until it is destroyed or its process ends, however it ends; a process that
-  // is forked or started meanwhile does not hold the lock. No other thread
-  // forks while a folder is made or destroyed. Throws StateError, also where
-  // another server has the lock. `calls`, borrowed, may be null: the system's.
+  // Creates the folder if it does not exist, for its owner only, and locks it
+  // until the object is destroyed or the process ends. Child processes do not
+  // hold the lock; no other thread may fork while a folder is constructed or
+  // destroyed. Throws StateError, also if another server has the lock. `calls`
+  // is borrowed; null means the system calls.
   explicit StateFolder(const std::string& path, FileCalls* calls = nullptr);
   ~StateFolder();
   StateFolder(const StateFolder&) = delete;
@@ -60,28 +60,28 @@ class StateFolder {
   // The file of that name, for messages.
   std::string FileOf(const std::string& name) const;
 
-  // The text of a file; none where there is no file. Throws StateError for one
-  // that cannot be read or is not what Write() wrote.
+  // The text of a file; none if it does not exist. Throws StateError if it
+  // cannot be read or is not what Write() wrote.
   std::optional<std::string> Read(const std::string& name) const;
 
-  // The same, but a file without such a first line is taken as it is, unless
-  // nothing is in it: somebody else wrote it.
+  // The same, but also accepts a file without the first line, which somebody
+  // else wrote, unless it is empty.
   std::optional<std::string> ReadOfAnyone(const std::string& name) const;
 
-  // On the disk when it returns. Throws StateError, and then Read() still gives
-  // the old text (or, where the folder itself could not be brought to the disk
-  // behind the renaming, the new one).
+  // The text is on the disk when it returns. Throws StateError; then Read()
+  // still returns the old text, or the new one if only the folder could not be
+  // synchronised after the renaming.
   void Write(const std::string& name, const std::string& text);
 
-  // The same, and then the files `old_names`, as far as they are there, are
-  // removed, in their order, before the folder is brought to the disk.
+  // The same, and then removes the files `old_names` that exist, in their
+  // order, before the folder is synchronised.
   void WriteAndRemove(const std::string& name, const std::string& text,
                       const std::vector<std::string>& old_names);
 
-  // Whole after the end of the process, but on the disk only in time.
+  // The file survives the end of the process, but is synchronised later.
   void WriteLazily(const std::string& name, const std::string& text);
 
-  // On the disk when it returns; a file that is not there is none to remove.
+  // The removal is on the disk when it returns. A missing file is not an error.
   // Throws StateError.
   void Remove(const std::string& name);
 

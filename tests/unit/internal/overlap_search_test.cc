@@ -238,6 +238,20 @@ TYPED_TEST(OverlapSearchTest, FindsThePairThatAWalkOverAllPairsFindsFirst) {
   }
 }
 
+TYPED_TEST(OverlapSearchTest, TheFirstOfTwoThatContainAPrefixIsGiven) {
+  constexpr std::int32_t kBits = Family<TypeParam>::kBits;
+  Interface shorter;
+  Interface longer;
+  Interface inside;
+  Family<TypeParam>::Of(shorter) = {Family<TypeParam>::Make(0, kBits - 8)};
+  Family<TypeParam>::Of(longer) = {Family<TypeParam>::Make(0, kBits - 4)};
+  Family<TypeParam>::Of(inside) = {Family<TypeParam>::Make(0, kBits)};
+  EXPECT_EQ(FindOverlaps<TypeParam>({&inside}, {&shorter, &longer}).of_other,
+            &shorter);
+  EXPECT_EQ(FindOverlaps<TypeParam>({&inside}, {&longer, &shorter}).of_other,
+            &longer);
+}
+
 TYPED_TEST(OverlapSearchTest, NothingOverlapsWithNothing) {
   EXPECT_EQ(FindOverlaps<TypeParam>({}, {}).of_kind, nullptr);
   EXPECT_EQ(FindOverlaps<TypeParam>({}, {}).of_other, nullptr);

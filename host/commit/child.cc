@@ -125,6 +125,9 @@ void RedirectOutput(const FileDescriptor& output) {
   static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));
 }
 
+// A pipe holds no more.
+constexpr std::size_t kReadSize = 65536;
+
 // One of the pipes that the host reads.
 struct Inlet {
   const FileDescriptor& pipe;
@@ -134,13 +137,12 @@ struct Inlet {
 
 // Takes what a pipe holds, as far as there is room; closes the entry at its
 // end.
-void ReadSome(pollfd* entry, Inlet* inlet) {
+void ReadSome(pollfd* entry, Inlet* inlet, std::string* buffer) {
   if (entry->fd < 0 || entry->revents == 0) return;
-  std::array<char, 65536> buffer{};
-  const ssize_t count = read(entry->fd, buffer.data(), buffer.size());
+  const ssize_t count = read(entry->fd, buffer->data(), buffer->size());
   if (count > 0) {
     const std::size_t room = inlet->max_size - inlet->bytes.size();
-    inlet->bytes.append(buffer.data(),
+    inlet->bytes.append(buffer->data(),
                         std::min(room, static_cast<std::size_t>(count)));
   } else if (count == 0 || errno != EINTR) {
     entry->fd = -1;
@@ -165,6 +167,7 @@ Received Receive(Lines* lines) {
     open.at(i) = {inlets.at(i).pipe.get(), POLLIN, 0};
   }
   const auto is_open = [](const pollfd& entry) { return entry.fd >= 0; };
+  std::string buffer(kReadSize, '\0');
   bool too_much = false;
   while (std::any_of(open.begin(), open.end(), is_open)) {
     const bool ended = !is_open(open.back());
@@ -172,7 +175,7 @@ Received Receive(Lines* lines) {
     if (ready < 0 && errno != EINTR) throw SystemError("poll");
     if (ready == 0) break;
     for (std::size_t i = 0; ready > 0 && i < open.size(); ++i) {
-      ReadSome(&open.at(i), &inlets.at(i));
+      ReadSome(&open.at(i), &inlets.at(i), &buffer);
     }
     too_much = inlets[0].bytes.size() == kMaxMessages ||
                inlets[1].bytes.size() == kMaxOutput;
@@ -207,13 +210,18 @@ Stopped WhyStopped(const Received& received, const ChildEnd& end) {
 
 }  // namespace
 
-void Reporter::Send(const Message& message) const {
-  std::string bytes(1, message.kind);
-  bytes += Encode(message.texts.size());
+void Reporter::Hold(const Message& message) const {
+  held_ += message.kind;
+  held_ += Encode(message.texts.size());
   for (const std::string& text : message.texts) {
-    bytes += Encode(text.size());
-    bytes += text;
+    held_ += Encode(text.size());
+    held_ += text;
   }
+}
+
+void Reporter::Send(const Message& message) const {
+  Hold(message);
+  const std::string bytes = std::exchange(held_, {});
   for (std::size_t sent = 0; sent < bytes.size();) {
     const ssize_t count = write(fd_, bytes.data() + sent, bytes.size() - sent);
     if (count < 0 && errno != EINTR) return;  // the parent is gone

@@ -18,15 +18,22 @@ struct Message {
   std::vector<std::string> texts;
 };
 
-// The child's end of the line. Each message is with the parent when Send()
-// returns, whatever becomes of the child afterwards.
+// The child's end of the line.
 class Reporter {
  public:
   explicit Reporter(int fd) : fd_(fd) {}
+
+  // Sends the message, after all that were held. They have reached the parent
+  // when this returns, whatever becomes of the child afterwards.
   void Send(const Message& message) const;
+
+  // Keeps the message for the next Send(): every write wakes the parent. Only
+  // for messages after which no foreign code runs before that.
+  void Hold(const Message& message) const;
 
  private:
   int fd_;
+  mutable std::string held_;
 };
 
 // What the host keeps of one child, so that one that writes for ever does not

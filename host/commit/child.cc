@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "host/base/file_descriptor.h"
-#include "host/commit/warden.h"
+#include "host/commit/supervisor.h"
 
 namespace ipav::commit {
 
@@ -99,22 +99,22 @@ class Decoder {
 struct Lines {
   Pipe messages;
   Pipe output;
-  Pipe leash;  // the host closes it to have the child killed
-  Pipe end;    // of the child: the warden's message
+  Pipe lifeline;  // the host closes it to have the child killed
+  Pipe end;       // of the child: the supervisor's message
 };
 
 // Leaves a process the ends that are not the other's.
 void KeepHostEnds(Lines* lines) {
   lines->messages.write_end.Close();
   lines->output.write_end.Close();
-  lines->leash.read_end.Close();
+  lines->lifeline.read_end.Close();
   lines->end.write_end.Close();
 }
 
 void KeepChildEnds(Lines* lines) {
   lines->messages.read_end.Close();
   lines->output.read_end.Close();
-  lines->leash.write_end.Close();
+  lines->lifeline.write_end.Close();
   lines->end.read_end.Close();
 }
 
@@ -156,7 +156,7 @@ struct Received {
   bool too_much;  // more than there is room for
 };
 
-// Reads all pipes until the warden has ended; it may leave them open to a
+// Reads all pipes until the supervisor has ended; it may leave them open to a
 // process that it could not end.
 Received Receive(Lines* lines) {
   std::array<Inlet, 3> inlets = {{{lines->messages.read_end, kMaxMessages, ""},
@@ -179,23 +179,23 @@ Received Receive(Lines* lines) {
     }
     too_much = inlets[0].bytes.size() == kMaxMessages ||
                inlets[1].bytes.size() == kMaxOutput;
-    if (too_much) lines->leash.write_end.Close();
+    if (too_much) lines->lifeline.write_end.Close();
   }
   return {std::move(inlets[0].bytes), std::move(inlets[1].bytes),
           std::move(inlets[2].bytes), too_much};
 }
 
-// Waits for the warden. Returns its status, which stands for the child's where
-// the warden was killed and told nothing.
-int WaitFor(pid_t warden) {
+// Waits for the supervisor. Returns its status, which stands for the child's
+// where the supervisor was killed and told nothing.
+int WaitFor(pid_t supervisor) {
   int wait_status = SIGKILL;
-  while (waitpid(warden, &wait_status, 0) < 0 && errno == EINTR) {
+  while (waitpid(supervisor, &wait_status, 0) < 0 && errno == EINTR) {
   }
   return wait_status;
 }
 
-ChildEnd EndOf(const std::string& bytes, int status_of_warden) {
-  ChildEnd end{0, status_of_warden, 0};
+ChildEnd EndOf(const std::string& bytes, int status_of_supervisor) {
+  ChildEnd end{0, status_of_supervisor, 0};
   if (bytes.size() == sizeof(end)) {
     std::memcpy(&end, bytes.data(), sizeof(end));
   }
@@ -234,21 +234,21 @@ ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
   Lines lines = {MakePipe(), MakePipe(), MakePipe(), MakePipe()};
   // Else the child would print once more what is still in our buffers.
   static_cast<void>(std::fflush(nullptr));
-  const pid_t warden = fork();
-  if (warden < 0) throw SystemError("fork");
-  if (warden == 0) {
+  const pid_t supervisor = fork();
+  if (supervisor < 0) throw SystemError("fork");
+  if (supervisor == 0) {
     KeepChildEnds(&lines);
-    BecomeWarden(lines.leash.read_end.get(), lines.end.write_end.get(), limit,
-                 [&] {
-                   RedirectOutput(lines.output.write_end);
-                   body(Reporter(lines.messages.write_end.get()));
-                   static_cast<void>(std::fflush(nullptr));
-                 });
+    BecomeSupervisor(lines.lifeline.read_end.get(), lines.end.write_end.get(),
+                     limit, [&] {
+                       RedirectOutput(lines.output.write_end);
+                       body(Reporter(lines.messages.write_end.get()));
+                       static_cast<void>(std::fflush(nullptr));
+                     });
   }
 
   KeepHostEnds(&lines);
   Received received = Receive(&lines);
-  const ChildEnd end = EndOf(received.end, WaitFor(warden));
+  const ChildEnd end = EndOf(received.end, WaitFor(supervisor));
   ChildReport report{{},
                      std::move(received.output),
                      end.wait_status,

@@ -18,7 +18,7 @@ struct Message {
   std::vector<std::string> texts;
 };
 
-// The child's end of the line.
+// The child's end of the pipe for messages.
 class Reporter {
  public:
   explicit Reporter(int fd) : fd_(fd) {}
@@ -36,8 +36,8 @@ class Reporter {
   mutable std::string held_;
 };
 
-// What the host keeps of one child, so that one that writes for ever does not
-// take all memory.
+// The host keeps no more of one child's output and messages, so that a child
+// that writes forever does not use all memory.
 constexpr std::size_t kMaxOutput = std::size_t{64} << 20;
 constexpr std::size_t kMaxMessages = std::size_t{256} << 20;
 
@@ -55,12 +55,12 @@ struct ChildReport {
   Stopped stopped;
 };
 
-// Forks, runs `body` in the child and waits for its end, for `limit` at most;
-// then the child is killed. It exits with status 0 when `body` returns. It
-// leaves no core file and no process: what it made is killed with it, and both
-// when the host dies. It reads nothing from standard input. One at a time in a
-// process, whatever its threads. Throws std::system_error when no child can be
-// made.
+// Forks, runs `body` in the child and waits until the child ends. It is killed
+// after `limit`. It exits with status 0 when `body` returns. It writes no core
+// file and reads nothing from standard input. The processes that it makes are
+// killed when it ends, and all of them when the host ends. One call at a time
+// in a process, whatever its threads. Throws std::system_error if fork(2)
+// fails.
 ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
                        base::TimeLimit limit = base::kNoTimeLimit);
 

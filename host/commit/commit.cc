@@ -1,15 +1,14 @@
 #include "host/commit/commit.h"
 
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstring>
 #include <exception>
 #include <functional>
 #include <string_view>
 
 #include "host/base/stopwatch.h"
 #include "host/commit/child.h"
+#include "host/commit/child_messages.h"
+#include "host/commit/outcome_reader.h"
 #include "host/commit/plan.h"
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
@@ -27,32 +26,9 @@ using datastore::Diff;
 using plugin::Plugin;
 using plugin::PluginError;
 
-// Messages of the child, with their texts.
-constexpr char kNoPlugin = 'P';    // why
-constexpr char kInitFailed = 'I';  // why
-constexpr char kEnters = 'S';      // where it is now, outside of points
-constexpr char kPlanned = 'N';     // number of calls
-constexpr char kBegins = 'B';      // point, path
-constexpr char kAnswered = 'A';    // result, then the error text if any
-constexpr char kThrew = 'T';       // what
-constexpr char kFault = 'F';       // message
-constexpr char kDebugLine = 'D';   // line
-constexpr char kCalls = 'C';       // name, number
-constexpr char kLeftOpen = 'O';    // what, number
-constexpr char kFailed = 'X';      // why
-constexpr char kTook = 'L';        // loading, planning, points
-constexpr char kPointTook = 'M';   // point, calls, platform calls, time
-constexpr char kFinished = 'E';
-
 // A warning is for the operator to think about, and no refusal.
 bool IsAccepting(std::int32_t result) {
   return result == CONFD_OK || result == CONFD_VALIDATION_WARN;
-}
-
-// A time on the line, in nanoseconds.
-std::string Encode(base::Duration time) { return std::to_string(time.count()); }
-base::Duration Decode(const std::string& text) {
-  return base::Duration(std::stoll(text));
 }
 
 // What was thrown, for a catch (...) block.
@@ -272,139 +248,6 @@ std::vector<PointCall> PlanFor(const std::string& validation_set,
   return plan;
 }
 
-// Collects the child's messages.
-class OutcomeReader {
- public:
-  explicit OutcomeReader(base::TimeLimit time_limit)
-      : time_limit_(time_limit) {}
-
-  Outcome Read(const ChildReport& report) {
-    for (const Message& message : report.messages) Take(message);
-    outcome_.output = report.output;
-    // A crash behind the last message is one as well.
-    if (!finished_ || report.wait_status != 0) {
-      Fail(HowItEnded(report) + where_);
-    }
-    outcome_.verdict = JudgeAnswers();
-    return outcome_;
-  }
-
- private:
-  void Take(const Message& message) {
-    const std::vector<std::string>& texts = message.texts;
-    switch (message.kind) {
-      case kNoPlugin:
-        throw PluginError(texts[0]);
-      case kInitFailed:
-        outcome_.failure = texts[0];
-        finished_ = true;
-        break;
-      case kEnters:
-        where_ = ", " + texts[0];
-        break;
-      case kPlanned:
-        where_.clear();
-        outcome_.planned = std::stoul(texts[0]);
-        break;
-      case kBegins:
-        where_.clear();
-        running_ = true;
-        current_ = {texts[0], texts[1], 0, std::nullopt, std::nullopt};
-        break;
-      case kAnswered:
-        current_.result = std::stoi(texts[0]);
-        if (texts.size() > 1) current_.text = texts[1];
-        TakeAnswer();
-        break;
-      case kThrew:
-        current_.exception = texts[0];
-        TakeAnswer();
-        break;
-      case kFailed:
-        Fail(texts[0]);
-        finished_ = true;
-        break;
-      case kFault:
-        outcome_.faults.push_back(texts[0]);
-        break;
-      case kDebugLine:
-        outcome_.debug_lines.push_back(texts[0]);
-        break;
-      case kCalls:
-        outcome_.calls[texts[0]] = std::stoull(texts[1]);
-        break;
-      case kLeftOpen:
-        outcome_.left_open.push_back(texts[1] + " " + texts[0] +
-                                     (texts[1] == "1" ? "" : "s"));
-        break;
-      case kFinished:
-        finished_ = true;
-        break;
-      default:
-        TakeTimes(message);
-        break;
-    }
-  }
-
-  void TakeTimes(const Message& message) {
-    const std::vector<std::string>& texts = message.texts;
-    CommitTimes& times = outcome_.times;
-    if (message.kind == kTook) {
-      times.loading = Decode(texts[0]);
-      times.planning = Decode(texts[1]);
-      times.points = Decode(texts[2]);
-    } else if (message.kind == kPointTook) {
-      times.of_points.push_back({texts[0], std::stoull(texts[1]),
-                                 std::stoull(texts[2]), Decode(texts[3])});
-    }
-  }
-
-  void TakeAnswer() {
-    running_ = false;
-    outcome_.answers.push_back(current_);
-  }
-
-  void Fail(const std::string& reason) {
-    outcome_.failure = reason;
-    if (!running_) return;
-    outcome_.failed_point = current_.opaque;
-    outcome_.failed_path = current_.path;
-  }
-
-  std::string HowItEnded(const ChildReport& report) const {
-    if (report.stopped == Stopped::kTimeLimit) {
-      return "did not answer within " + base::InWords(time_limit_);
-    }
-    if (report.stopped == Stopped::kOutputLimit) {
-      return "wrote without end, and was stopped";
-    }
-    const int wait_status = report.wait_status;
-    if (WIFSIGNALED(wait_status)) {
-      return std::string("killed by signal: ") +
-             strsignal(WTERMSIG(wait_status));
-    }
-    return "ended the process with status " +
-           std::to_string(WEXITSTATUS(wait_status));
-  }
-
-  Verdict JudgeAnswers() const {
-    if (!outcome_.failure.empty()) return Verdict::kPluginFailed;
-    Verdict verdict = Verdict::kAccepted;
-    for (const Answer& answer : outcome_.answers) {
-      if (answer.exception.has_value()) return Verdict::kPluginFailed;
-      if (!Accepts(answer)) verdict = Verdict::kRefused;
-    }
-    return verdict;
-  }
-
-  base::TimeLimit time_limit_;
-  Outcome outcome_;
-  Answer current_;
-  std::string where_;      // outside of points
-  bool running_ = false;   // within a point
-  bool finished_ = false;  // the child got to its end
-};
-
 // The whole of what the child does.
 void RunLife(const Configurations& configurations, const Options& options,
              const Reporter& reporter) {
@@ -439,7 +282,7 @@ Outcome Judge(const Configurations& configurations, const Options& options) {
     RunLife(configurations, options, reporter);
   };
   const ChildReport report = RunInChild(validate, options.time_limit);
-  Outcome outcome = OutcomeReader(options.time_limit).Read(report);
+  Outcome outcome = ReadOutcome(report, options.time_limit);
   outcome.times.child = watch.Lap();
   return outcome;
 }

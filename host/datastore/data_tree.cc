@@ -1,15 +1,13 @@
 #include "host/datastore/data_tree.h"
 
 #include <arpa/inet.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cstring>
 #include <functional>
-#include <unordered_set>
 #include <vector>
 
+#include "host/datastore/duplicates.h"
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/well_formed.h"
 
@@ -22,10 +20,6 @@ constexpr std::size_t kWalkedEntries = 8;
 
 // As many children are walked before libyang's hash is asked.
 constexpr std::size_t kWalkedChildren = 16;
-
-// Stands between keys in an index; YANG text cannot contain it (RFC 7950,
-// section 14: yang-string).
-constexpr char kKeySeparator = '\0';
 
 std::string LowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
@@ -66,56 +60,6 @@ confd_vtype TypeOf(const lysc_node& leaf) {
   return Model::FactsOf(leaf).value_type;
 }
 
-std::string Join(const std::vector<std::string>& keys) {
-  std::string joined;
-  for (const std::string& key : keys) {
-    joined += key;
-    joined += kKeySeparator;
-  }
-  return joined;
-}
-
-bool IsSamePrefix(int family, const std::string& a, const std::string& b) {
-  const std::size_t slash_a = a.find('/');
-  const std::size_t slash_b = b.find('/');
-  in6_addr address_a{};
-  in6_addr address_b{};
-  if (slash_a == std::string::npos || slash_b == std::string::npos ||
-      inet_pton(family, a.substr(0, slash_a).c_str(), &address_a) != 1 ||
-      inet_pton(family, b.substr(0, slash_b).c_str(), &address_b) != 1) {
-    return a == b;
-  }
-  return std::memcmp(&address_a, &address_b, sizeof(address_a)) == 0 &&
-         a.substr(slash_a) == b.substr(slash_b);
-}
-
-// Whether two texts of a type are one value.
-bool IsSameValue(confd_vtype type, const char* a, const char* b) {
-  switch (type) {
-    case C_BINARY:
-      return strcasecmp(a, b) == 0;
-    case C_IPV4_AND_PLEN:
-      return IsSamePrefix(AF_INET, a, b);
-    case C_IPV6_AND_PLEN:
-      return IsSamePrefix(AF_INET6, a, b);
-    default:
-      return std::strcmp(a, b) == 0;
-  }
-}
-
-bool HaveSameKeys(const lyd_node* a, const lyd_node* b) {
-  const lyd_node* key = lyd_child(a);
-  const lyd_node* other = lyd_child(b);
-  for (; key != nullptr && lysc_is_key(key->schema);
-       key = key->next, other = other->next) {
-    if (!IsSameValue(TypeOf(*key->schema), lyd_get_value(key),
-                     lyd_get_value(other))) {
-      return false;
-    }
-  }
-  return true;
-}
-
 bool IsSmall(const lyd_node* first_entry) {
   const lyd_node* entry = first_entry;
   for (std::size_t i = 0; i < kWalkedEntries; ++i) {
@@ -123,59 +67,6 @@ bool IsSmall(const lyd_node* first_entry) {
     if (entry == nullptr) return true;
   }
   return false;
-}
-
-// The entry behind the first one of a list that has the keys of one before it;
-// null for none.
-const lyd_node* FindDuplicateEntry(const lyd_node* first_entry) {
-  if (IsSmall(first_entry)) {
-    for (const lyd_node* a = first_entry; a != nullptr; a = NextEntry(a)) {
-      for (const lyd_node* b = NextEntry(a); b != nullptr; b = NextEntry(b)) {
-        if (HaveSameKeys(a, b)) return b;
-      }
-    }
-    return nullptr;
-  }
-  std::unordered_set<std::string> keys;
-  for (const lyd_node* entry = first_entry; entry != nullptr;
-       entry = NextEntry(entry)) {
-    if (!keys.insert(Join(KeysOf(entry))).second) return entry;
-  }
-  return nullptr;
-}
-
-bool HasKeyOfManyForms(const lysc_node& list) {
-  const lysc_node* key = lysc_node_child(&list);
-  while (key != nullptr && lysc_is_key(key) && !HasManyForms(TypeOf(*key))) {
-    key = key->next;
-  }
-  return key != nullptr && lysc_is_key(key);
-}
-
-// An entry with the keys of one before it; null for none. libyang tells keys
-// apart by their text, also those that are one value.
-const lyd_node* FindDuplicate(const lyd_node* siblings) {
-  const lysc_node* list = nullptr;
-  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
-    if (!Model::FactsOf(*node->schema).has_keys_of_many_forms) continue;
-    const bool is_first = node->schema != list;
-    list = node->schema;
-    const lyd_node* duplicate = nullptr;
-    if (is_first && list->nodetype == LYS_LIST && HasKeyOfManyForms(*list)) {
-      duplicate = FindDuplicateEntry(node);
-    }
-    if (duplicate == nullptr) duplicate = FindDuplicate(lyd_child(node));
-    if (duplicate != nullptr) return duplicate;
-  }
-  return nullptr;
-}
-
-void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
-  const lyd_node* duplicate = FindDuplicate(siblings);
-  if (duplicate == nullptr) return;
-  throw InputError(path, std::string("Duplicate instance of \"") +
-                             duplicate->schema->name +
-                             "\", its keys in another form.");
 }
 
 // Calls `take` with the text of each key in its one form, until it is false.

@@ -1,7 +1,5 @@
 #include "host/datastore/model.h"
 
-#include <libyang/plugins_types.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -9,8 +7,9 @@
 #include <iterator>
 #include <utility>
 
+#include "host/datastore/extension.h"
 #include "host/datastore/libyang_error.h"
-#include "host/datastore/validate_statement.h"
+#include "host/datastore/use_site.h"
 
 namespace ipav::datastore {
 
@@ -18,29 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kOwnExtensions[] = "ipav-extensions";
-constexpr char kPlatformExtensions[] = "tailf-common";
-
 // libyang keeps plug-ins added by hand as long as a context lives, whichever;
 // adding one twice would make it run twice.
 int g_contexts = 0;
 std::string g_extension_plugin;
-
-bool Is(const lysc_ext_instance& extension, const char* module,
-        const char* name) {
-  const lysc_ext& definition = *extension.def;
-  return std::strcmp(definition.name, name) == 0 &&
-         std::strcmp(definition.module->name, module) == 0;
-}
-
-const lysc_ext_instance* FindExtension(const lysc_ext_instance* extensions,
-                                       const char* module, const char* name) {
-  LY_ARRAY_COUNT_TYPE i = 0;
-  LY_ARRAY_FOR(extensions, i) {
-    if (Is(extensions[i], module, name)) return &extensions[i];
-  }
-  return nullptr;
-}
 
 // Names of the modules in the folder, sorted, so that the order of the use
 // sites does not depend on the file system.
@@ -116,68 +96,6 @@ std::uint32_t TagNumber(std::string_view text) {
   return error == std::errc() && stop == end ? number : 0;
 }
 
-// Splits a path at its slashes; an absolute one begins with an empty step.
-std::vector<std::string> Steps(const std::string& path) {
-  std::vector<std::string> steps(1);
-  for (const char c : path) {
-    if (c == '/') {
-      steps.emplace_back();
-    } else {
-      steps.back() += c;
-    }
-  }
-  return steps;
-}
-
-// One ".." of a path, from `*node` to its parent (null: the root); false where
-// there is none, or behind a name.
-bool StepUp(const lysc_node** node, Dependency* dependency) {
-  if (*node == nullptr || !dependency->steps.empty()) return false;
-  *node = lysc_data_parent(*node);
-  ++dependency->ups;
-  return true;
-}
-
-// One name of a path, from `*node` to its child; false where it names none.
-// Without a prefix a child of the module `own` goes first.
-bool StepDown(const Model& model, const lys_module& own,
-              const std::string& step, const lysc_node** node,
-              Dependency* dependency) {
-  const lysc_node* parent = *node;
-  const std::size_t colon = step.find(':');
-  if (colon != std::string::npos) {
-    *node =
-        model.FindChild(parent, step.substr(0, colon), step.substr(colon + 1));
-  } else {
-    *node = model.FindChild(parent, own.name, step);
-    if (*node == nullptr) *node = model.FindChild(parent, "", step);
-  }
-  dependency->steps.push_back(*node);
-  return *node != nullptr;
-}
-
-// Resolves a path of `tailf:dependency`: "." and ".." first, then names.
-Dependency Resolve(const Model& model, const lysc_node& from,
-                   const std::string& text, const std::string& where) {
-  Dependency dependency;
-  dependency.text = text;
-  dependency.absolute = text.front() == '/';
-  const lysc_node* node = dependency.absolute ? nullptr : &from;
-  // "a//b" is any b below a: no one node.
-  bool known = text.find("//") == std::string::npos;
-  for (const std::string& step : Steps(text)) {
-    if (known && (step.empty() || step == ".")) continue;
-    known = known && (step == ".." ? StepUp(&node, &dependency)
-                                   : StepDown(model, *from.module, step, &node,
-                                              &dependency));
-    if (!known) {
-      throw InputError(where, "dependency " + text + " of " + SchemaPath(from) +
-                                  " names no node");
-    }
-  }
-  return dependency;
-}
-
 // Adds the children of a node, or the top nodes of a module.
 void CollectChildren(const lysc_node* parent, const lysc_module* top,
                      NodeFacts* facts) {
@@ -236,23 +154,6 @@ void MarkKeys(const lysc_node* node) {
   if (!lysc_is_key(node)) return;
   ++parent->key_count;
   parent->has_keys_of_many_forms |= HasManyForms(facts->value_type);
-}
-
-confd_vtype TypeOfPlugin(const lysc_type& type) {
-  const std::string_view id = type.plugin == nullptr ? "" : type.plugin->id;
-  // The daemon has types of their own for these, which are not carried here.
-  for (const char* other : {"ipv4-prefix", "ipv6-prefix", "date-and-time"}) {
-    if (id.find(other) != std::string_view::npos) return C_NOEXISTS;
-  }
-  if (id.find("ipv4-address") != std::string_view::npos &&
-      id.find("prefix") == std::string_view::npos) {
-    return C_IPV4;
-  }
-  if (id.find("ipv6-address") != std::string_view::npos &&
-      id.find("prefix") == std::string_view::npos) {
-    return C_IPV6;
-  }
-  return C_BUF;
 }
 
 }  // namespace
@@ -371,8 +272,9 @@ void Model::FindUseSites(const std::vector<const lysc_node*>& nodes) {
   for (const lysc_node* node : nodes) {
     LY_ARRAY_COUNT_TYPE i = 0;
     LY_ARRAY_FOR(node->exts, i) {
-      if (Is(node->exts[i], kPlatformExtensions, "validate")) {
-        AddUseSite(*node, node->exts[i]);
+      if (IsExtension(node->exts[i], kPlatformExtensions, "validate")) {
+        use_sites_.push_back(
+            MakeUseSite(*this, *node, node->exts[i], yang_dir_));
       }
     }
   }
@@ -380,28 +282,6 @@ void Model::FindUseSites(const std::vector<const lysc_node*>& nodes) {
                    [](const UseSite& a, const UseSite& b) {
                      return a.priority < b.priority;
                    });
-}
-
-void Model::AddUseSite(const lysc_node& node,
-                       const lysc_ext_instance& extension) {
-  const auto& statement =
-      *static_cast<const ValidateStatement*>(extension.compiled);
-  UseSite site;
-  site.point = extension.argument;
-  site.opaque = statement.opaque;
-  site.has_opaque = statement.has_opaque;
-  site.node = &node;
-  site.path = SchemaPath(node);
-  site.call_once = statement.call_once;
-  site.priority = statement.priority;
-  if (site.call_once && node.nodetype != LYS_LIST) {
-    throw InputError(yang_dir_,
-                     "call-once of " + site.path + ", which is no list");
-  }
-  for (const std::string& text : statement.dependencies) {
-    site.dependencies.push_back(Resolve(*this, node, text, yang_dir_));
-  }
-  use_sites_.push_back(std::move(site));
 }
 
 xml_tag Model::TagOf(const lysc_node& node) const { return FactsOf(node).tag; }
@@ -430,51 +310,6 @@ const lysc_node* Model::FindChild(const lysc_node* parent,
   }
   if (ambiguous != nullptr) *ambiguous = count > 1;
   return count == 1 ? found : nullptr;
-}
-
-confd_vtype ValueTypeOf(const lysc_type& type) {
-  const lysc_ext_instance* given =
-      FindExtension(type.exts, kOwnExtensions, "value-type");
-  if (given != nullptr) {
-    const std::string_view name = given->argument;
-    if (name == "C_IPV4_AND_PLEN") return C_IPV4_AND_PLEN;
-    if (name == "C_IPV6_AND_PLEN") return C_IPV6_AND_PLEN;
-    if (name == "C_BINARY") return C_BINARY;
-    return C_NOEXISTS;
-  }
-  switch (type.basetype) {
-    case LY_TYPE_STRING:
-      return TypeOfPlugin(type);
-    case LY_TYPE_INT8:
-      return C_INT8;
-    case LY_TYPE_INT16:
-      return C_INT16;
-    case LY_TYPE_INT32:
-      return C_INT32;
-    case LY_TYPE_INT64:
-      return C_INT64;
-    case LY_TYPE_UINT8:
-      return C_UINT8;
-    case LY_TYPE_UINT16:
-      return C_UINT16;
-    case LY_TYPE_UINT32:
-      return C_UINT32;
-    case LY_TYPE_UINT64:
-      return C_UINT64;
-    case LY_TYPE_BOOL:
-      return C_BOOL;
-    case LY_TYPE_ENUM:
-      return C_ENUM_VALUE;
-    case LY_TYPE_LEAFREF:
-      return ValueTypeOf(
-          *reinterpret_cast<const lysc_type_leafref&>(type).realtype);
-    default:
-      return C_NOEXISTS;
-  }
-}
-
-bool HasManyForms(confd_vtype type) {
-  return type == C_BINARY || type == C_IPV4_AND_PLEN || type == C_IPV6_AND_PLEN;
 }
 
 std::string SchemaPath(const lysc_node& node) {

@@ -17,6 +17,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/datastore/value_type.h"
+
 namespace ipav::datastore {
 
 // A location path that a validation point depends on. It leads from the point's
@@ -100,7 +102,6 @@ class Model {
   void NumberTags(const std::vector<const lysc_node*>& nodes);
   void FindFacts(const std::vector<const lysc_node*>& nodes);
   void FindUseSites(const std::vector<const lysc_node*>& nodes);
-  void AddUseSite(const lysc_node& node, const lysc_ext_instance& extension);
 
   std::string yang_dir_;
   std::unique_ptr<ly_ctx, ContextDeleter> context_;
@@ -113,14 +114,6 @@ class Model {
   bool judges_nodes_alone_ = true;
   NodeFacts root_;  // nothing but children
 };
-
-// The daemon's type for values of a YANG type; C_NOEXISTS for one that this
-// host does not carry.
-confd_vtype ValueTypeOf(const lysc_type& type);
-
-// Whether one value of the type has several texts that libyang, which holds it
-// for a string, tells apart.
-bool HasManyForms(confd_vtype type);
 
 // Path of a schema node from the root, without prefixes and keys.
 std::string SchemaPath(const lysc_node& node);

@@ -306,7 +306,7 @@ TEST_P(RobustnessKilled, ByASignalItLeavesNoProcessNoFileAndItsInputs) {
   const std::string before = ReadFile(running) + ReadFile(candidate);
   Program program = StartWild({"--running", running, candidate});
   WaitUntilStarted();
-  // The program, its warden, the plug-in, and two processes of its own.
+  // The program, its supervisor, the plug-in, and two processes of its own.
   EXPECT_EQ(CountProcesses([](std::size_t count) { return count == 5; }), 5U);
 
   program.Signal(GetParam());
@@ -458,7 +458,7 @@ TEST_F(Robustness, APluginThatWritesForEverIsStopped) {
   ExpectPeakBelow(result, 512 * kMiB);
 }
 
-TEST_F(Robustness, APluginThatTakesItsHostsFilesOrItsWardenIsReported) {
+TEST_F(Robustness, APluginThatTakesItsHostsFilesOrItsSupervisorIsReported) {
   const std::string closes = DataThat("close-files");
   EXPECT_EQ(
       CheckWild({closes}).out,

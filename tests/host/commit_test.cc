@@ -513,7 +513,7 @@ TEST(Misbehaving, ProcessesLeftBehindChangeNoVerdict) {
   EXPECT_EQ(AnsweredOf(outcome), Texts{"spawn-and-return /top/p0"});
 }
 
-TEST(Misbehaving, EndOfItsWardenIsReported) {
+TEST(Misbehaving, EndOfItsSupervisorIsReported) {
   const Outcome outcome = RunWild({"kill-parent"});
   ExpectFailureAtPoint(outcome, "kill-parent");
   EXPECT_EQ(outcome.failure, "killed by signal: Killed");

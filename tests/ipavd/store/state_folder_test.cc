@@ -263,21 +263,21 @@ TEST_F(StateFolderTest, TheLockGoesWithAProcessThatIsKilled) {
 // Of a server that is killed, and so cannot unlock anything.
 TEST_F(StateFolderTest, AChildThatOutlivesTheServerDoesNotKeepTheLock) {
   int ready[2];
-  int leash[2];
+  int lifeline[2];
   ASSERT_EQ(pipe(ready), 0);
-  ASSERT_EQ(pipe(leash), 0);
+  ASSERT_EQ(pipe(lifeline), 0);
   char byte = 0;
   const int status = InChild([&] {
     StateFolder folder(path());
     if (fork() != 0) raise(SIGKILL);
-    close(leash[1]);
+    close(lifeline[1]);
     static_cast<void>(write(ready[1], &byte, 1) == 1);
-    static_cast<void>(read(leash[0], &byte, 1) == 0);  // until the test's end
+    static_cast<void>(read(lifeline[0], &byte, 1) == 0);  // until the test's end
   });
   ASSERT_TRUE(WIFSIGNALED(status));
   ASSERT_EQ(read(ready[0], &byte, 1), 1);
   { StateFolder folder(path()); }
-  for (const int fd : {ready[0], ready[1], leash[0], leash[1]}) close(fd);
+  for (const int fd : {ready[0], ready[1], lifeline[0], lifeline[1]}) close(fd);
 }
 
 TEST_F(StateFolderTest, AChildThatEndsDoesNotTakeTheLockAway) {

@@ -1,4 +1,4 @@
-#include "host/commit/warden.h"
+#include "host/commit/supervisor.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -41,12 +41,12 @@ void ReadFromNothing() {
 }
 
 // What `body` throws must not go on as a second host: hence noexcept.
-[[noreturn]] void RunChild(pid_t warden, const sigset_t& mask,
+[[noreturn]] void RunChild(pid_t supervisor, const sigset_t& mask,
                            const std::function<void()>& body) noexcept {
   // A group that it shares with its own children, and with nobody else.
   setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != warden) _exit(1);  // it went before the line above
+  if (getppid() != supervisor) _exit(1);  // it went before the line above
   sigprocmask(SIG_SETMASK, &mask, nullptr);
   const rlimit no_core{0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
@@ -70,18 +70,18 @@ void Discard(int child_signals) {
   }
 }
 
-enum class Awaited { kEnd, kLeash, kTimeOver };
+enum class Awaited { kEnd, kLifeline, kTimeOver };
 
-Awaited Await(pid_t child, int child_signals, int leash,
+Awaited Await(pid_t child, int child_signals, int lifeline,
               base::TimeLimit limit) {
   const base::Countdown countdown(limit);
   std::array<pollfd, 2> open = {
-      {{child_signals, POLLIN, 0}, {leash, POLLIN, 0}}};
+      {{child_signals, POLLIN, 0}, {lifeline, POLLIN, 0}}};
   while (!HasEnded(child)) {
     const int ready = poll(open.data(), open.size(), countdown.ForPoll());
     if (ready == 0) return Awaited::kTimeOver;
-    if (ready < 0 && errno != EINTR) return Awaited::kLeash;
-    if (ready > 0 && open.back().revents != 0) return Awaited::kLeash;
+    if (ready < 0 && errno != EINTR) return Awaited::kLifeline;
+    if (ready > 0 && open.back().revents != 0) return Awaited::kLifeline;
     Discard(child_signals);
   }
   return Awaited::kEnd;
@@ -128,21 +128,21 @@ int EndAll(pid_t child) {
 
 }  // namespace
 
-void BecomeWarden(int leash, int end, base::TimeLimit limit,
-                  const std::function<void()>& body) noexcept {
+void BecomeSupervisor(int lifeline, int end, base::TimeLimit limit,
+                      const std::function<void()>& body) noexcept {
   setsid();  // what a terminal signals to its jobs is the host's to hear
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   sigset_t mask;
   const int child_signals = OpenChildSignals(&mask);
-  const pid_t warden = getpid();
+  const pid_t supervisor = getpid();
   const pid_t child = fork();
   if (child < 0) Report(end, {errno, 0, 0});
   if (child == 0) {
-    for (const int fd : {leash, end, child_signals}) close(fd);
-    RunChild(warden, mask, body);
+    for (const int fd : {lifeline, end, child_signals}) close(fd);
+    RunChild(supervisor, mask, body);
   }
   const bool timed_out =
-      Await(child, child_signals, leash, limit) == Awaited::kTimeOver;
+      Await(child, child_signals, lifeline, limit) == Awaited::kTimeOver;
   Report(end, {0, EndAll(child), timed_out ? 1 : 0});
 }
 

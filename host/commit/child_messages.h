@@ -1,0 +1,38 @@
+// The messages that the child of a commit sends to the host: one letter, and
+// the texts that follow it.
+#ifndef IPAV_HOST_COMMIT_CHILD_MESSAGES_H_
+#define IPAV_HOST_COMMIT_CHILD_MESSAGES_H_
+
+#include <string>
+
+#include "host/base/stopwatch.h"
+
+namespace ipav::commit {
+
+inline constexpr char kNoPlugin = 'P';    // why
+inline constexpr char kInitFailed = 'I';  // why
+inline constexpr char kEnters = 'S';      // where it is now, outside of points
+inline constexpr char kPlanned = 'N';     // number of calls
+inline constexpr char kBegins = 'B';      // point, path
+inline constexpr char kAnswered = 'A';    // result, then the error text if any
+inline constexpr char kThrew = 'T';       // what
+inline constexpr char kFault = 'F';       // message
+inline constexpr char kDebugLine = 'D';   // line
+inline constexpr char kCalls = 'C';       // name, number
+inline constexpr char kLeftOpen = 'O';    // what, number
+inline constexpr char kFailed = 'X';      // why
+inline constexpr char kTook = 'L';        // loading, planning, points
+inline constexpr char kPointTook = 'M';   // point, calls, platform calls, time
+inline constexpr char kFinished = 'E';
+
+// Times are sent in nanoseconds.
+inline std::string Encode(base::Duration time) {
+  return std::to_string(time.count());
+}
+inline base::Duration Decode(const std::string& text) {
+  return base::Duration(std::stoll(text));
+}
+
+}  // namespace ipav::commit
+
+#endif  // IPAV_HOST_COMMIT_CHILD_MESSAGES_H_

@@ -2,7 +2,6 @@
 
 #include <libyang/plugins_types.h>
 
-#include <cstring>
 #include <string_view>
 
 #include "host/datastore/extension.h"

@@ -159,7 +159,8 @@ TEST_F(FleetTest, NoMoreDevicesThanAskedForAreJudgedAtATime) {
     WriteDeed("fleet/" + std::string(name) + ".xml", "hang");
   }
   Program program = Start(Wild({"-j", "3", in() + "/fleet"}));
-  // The program, and of each device its process, its supervisor and the plug-in.
+  // The program, and of each device its process, its supervisor and the
+  // plug-in.
   EXPECT_EQ(AwaitProcesses(10), 10U);
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   EXPECT_EQ(DeviceProcesses().size(), 3U);
@@ -314,7 +315,8 @@ TEST_P(FleetKilled, ByASignalLeavesNoProcess) {
   }
   for (const bool to_job : {false, true}) {
     Program program = Start(Wild({"-j", "4", in() + "/fleet"}));
-    // Of each device its process, its supervisor, the plug-in and two of its own.
+    // Of each device its process, its supervisor, the plug-in and two of its
+    // own.
     ASSERT_EQ(AwaitProcesses(21), 21U);
     if (to_job) {
       program.SignalGroup(GetParam());  // as a terminal does

@@ -272,7 +272,8 @@ TEST_F(StateFolderTest, AChildThatOutlivesTheServerDoesNotKeepTheLock) {
     if (fork() != 0) raise(SIGKILL);
     close(lifeline[1]);
     static_cast<void>(write(ready[1], &byte, 1) == 1);
-    static_cast<void>(read(lifeline[0], &byte, 1) == 0);  // until the test's end
+    static_cast<void>(read(lifeline[0], &byte, 1) ==
+                      0);  // until the test's end
   });
   ASSERT_TRUE(WIFSIGNALED(status));
   ASSERT_EQ(read(ready[0], &byte, 1), 1);

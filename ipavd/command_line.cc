@@ -32,8 +32,8 @@ constexpr char kNotes[] =
 // A number of at least `least`, given to `set`; `now` is its default.
 void AddNumber(CLI::App* app, const std::string& name,
                const std::string& description, unsigned now, unsigned least,
-               unsigned most, std::function<void(unsigned)> set) {
-  app->add_option_function<unsigned>(name, std::move(set), description)
+               unsigned most, const std::function<void(unsigned)>& set) {
+  app->add_option_function<unsigned>(name, set, description)
       ->default_str(std::to_string(now))
       ->check(CLI::Range(least, most));
 }

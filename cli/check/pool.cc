@@ -67,7 +67,8 @@ Pool::Result Pool::Next() {
   }
   auto entry = results_.extract(next_++);
   held_ -= entry.mapped().text.size();
-  return std::move(entry.mapped());
+  Result result = std::move(entry.mapped());
+  return result;
 }
 
 // There is always room for the result that Next() waits for.

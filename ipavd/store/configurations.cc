@@ -25,7 +25,7 @@ const char* NameOf(Datastore datastore) {
   return "startup";
 }
 
-Configurations::Configurations(Loaded loaded, StateFolder* folder)
+Configurations::Configurations(Loaded&& loaded, StateFolder* folder)
     : folder_(*folder),
       running_(std::move(loaded.running)),
       startup_(std::move(loaded.startup)),

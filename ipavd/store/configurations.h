@@ -34,8 +34,8 @@ using Result = std::optional<RpcError>;  // none: success
 
 class Configurations {
  public:
-  // The folder is borrowed.
-  Configurations(Loaded loaded, StateFolder* folder);
+  // Takes what was loaded; the folder is borrowed.
+  Configurations(Loaded&& loaded, StateFolder* folder);
 
   // Top nodes, with default nodes marked as such; null for none. Valid until
   // the next change.

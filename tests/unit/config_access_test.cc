@@ -102,6 +102,8 @@ struct LeafCase {
   bool has_value;  // which is of a value to be given back
 };
 
+// A table, however long.
+// NOLINTNEXTLINE(readability-function-size)
 std::vector<LeafCase> LeafCases() {
   const auto stored = [](const Value& value) {
     return [value](FakePlatform& platform) { platform.SetValue(kLeaf, value); };

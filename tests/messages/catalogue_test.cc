@@ -309,12 +309,12 @@ std::string Duplicate(const std::string& name) {
 }
 
 TEST(MatchTest, ReadsNamesThatLookLikeTexts) {
+  constexpr char kWholeText[] =
+      "l3 b ipv4 address 10.0.0.0/24 cannot be configured as network address.";
   for (const std::string name :
        {"", " ", "a vrf b", "x overlaps with y", "{}", "<interface>", "büro 漢",
         "a\nb{c}", "\xff", "has duplicated IPv4 address 10.0.0.2",
-        "a has duplicated IPv6 address ::1",
-        "l3 b ipv4 address 10.0.0.0/24 cannot be configured as network "
-        "address."}) {
+        "a has duplicated IPv6 address ::1", kWholeText}) {
     const std::vector<Field> fields = FieldsOf(Duplicate(name));
     ASSERT_EQ(fields.size(), 2U) << name;
     EXPECT_EQ(fields[0], Field("interface", "mgmt " + name));

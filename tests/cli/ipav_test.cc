@@ -632,11 +632,24 @@ TEST_F(IpavTest, PointsListsTheUseSitesInTheOrderOfACommit) {
 }
 
 TEST_F(IpavTest, HelpShowsExamplesAndEndsWithStatus0) {
-  for (const char* option : {"--help", "-h"}) {
-    const ProcessResult result = Ipav({option});
+  const std::vector<std::pair<std::vector<std::string>, const char*>> examples =
+      {{{"--help"}, "ipav check --running running.xml candidate.xml"},
+       {{"-h"}, "ipav check --running running.xml candidate.xml"},
+       {{"check", "-h"}, "ipav check "},
+       {{"commit", "-h"}, "ipav commit "},
+       {{"completion", "-h"}, "source <(ipav completion bash)"},
+       {{"convert", "-h"}, "ipav convert "},
+       {{"diff", "-h"}, "ipav diff "},
+       {{"explain", "-h"}, "ipav explain overlap"},
+       {{"new", "-h"}, "ipav new "},
+       {{"points", "-h"}, "ipav points"},
+       {{"summarize", "-h"}, "ipav summarize "}};
+  for (const auto& [arguments, example] : examples) {
+    const ProcessResult result = Ipav(arguments);
     EXPECT_EQ(result.status, 0);
-    EXPECT_NE(result.out.find("ipav check --running running.xml candidate.xml"),
-              std::string::npos);
+    const std::size_t at = result.out.find("\nExamples:\n");
+    ASSERT_NE(at, std::string::npos) << arguments.front();
+    EXPECT_NE(result.out.find(example, at), std::string::npos);
     EXPECT_EQ(result.err, "");
   }
 }

@@ -79,16 +79,23 @@ TEST_F(ReportOption, AddsAPageToTheOutputAndChangesNothingElse) {
 }
 
 TEST_F(ReportOption, PutsAllCandidatesOnOnePage) {
-  const ProcessResult result = Check(
-      {"--all", "--running", kCampus + "running.json",
-       kCampus + "ra-several-wrong-at-once.json", kCampus + "botany-added.json",
-       kCampus + "staff-admin-address-removed-under-ospf.json"});
-  EXPECT_EQ(result.status, 1);
+  Texts arguments = {"--all",
+                     "--running",
+                     kCampus + "running.json",
+                     kCampus + "ra-several-wrong-at-once.json",
+                     kCampus + "botany-added.json",
+                     kCampus + "staff-admin-address-removed-under-ospf.json"};
+  EXPECT_EQ(Check(arguments).status, 1);
   EXPECT_EQ(FlawsOf(Page()), Texts{});
   const PageTree tree(Page());
   EXPECT_EQ(tree.Texts("//nav//td[1]"),
             (Texts{"refused", "accepted", "refused"}));
   EXPECT_EQ(tree.Count("//section[@id='d1']//article"), 5U);
+
+  arguments.push_back("--failed-only");
+  EXPECT_EQ(Check(arguments).status, 1);
+  EXPECT_EQ(PageTree(Page()).Texts("//nav//td[1]"),
+            (Texts{"refused", "refused"}));
 }
 
 TEST_F(ReportOption, JudgesAFirstConfiguration) {

@@ -435,10 +435,12 @@ TEST(Locks, KeepOthersFromChangingADatastore) {
 
 TEST(Locks, OfEitherDatastoreKeepOthersFromACommit) {
   for (const Datastore locked : {Datastore::kRunning, Datastore::kCandidate}) {
-    Server server;
-    EXPECT_TRUE(Succeeds(server->Lock(kMine, locked)));
-    EXPECT_TRUE(FailsWith(server->Commit(kOther), ErrorTag::kInUse,
-                          "is locked by session 1"));
+    for (const SessionId other : {kMine, kOther + 1}) {
+      Server server;
+      EXPECT_TRUE(Succeeds(server->Lock(kOther, locked)));
+      EXPECT_TRUE(FailsWith(server->Commit(other), ErrorTag::kInUse,
+                            "is locked by session 2"));
+    }
   }
 }
 

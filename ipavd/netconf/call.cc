@@ -25,7 +25,7 @@ std::string Print(const lyd_node* tree, std::uint32_t options) {
   return printed;
 }
 
-// What of the default values a copy of a datastore is to have.
+// Which default values a copy of a datastore contains.
 std::uint32_t PrintOptions(NC_WD_MODE defaults) {
   switch (defaults) {
     case NC_WD_ALL:
@@ -84,7 +84,7 @@ Refusal MissingElement(const std::string& name) {
 }
 
 void CheckParts(const lyd_node& rpc) {
-  std::set<const lysc_node*> met;  // nodes, and choices between them
+  std::set<const lysc_node*> met;  // nodes, and the choices above them
   const lyd_node* child = nullptr;
   LY_LIST_FOR(lyd_child(&rpc), child) {
     if (child->schema == nullptr) continue;
@@ -111,11 +111,11 @@ Datastore DatastoreIn(const Call& call, const char* container) {
 }
 
 std::string ConfigIn(const lyd_node& config) {
-  // An operation is one of an element in it.
+  // The attribute "operation" belongs to the elements in config.
   if (config.meta != nullptr) throw UnknownAttribute(config.meta->name);
   const auto& any = reinterpret_cast<const lyd_node_any&>(config);
   if (any.value_type == LYD_ANYDATA_DATATREE) {
-    // An empty container may carry the edit that it is about.
+    // An empty container may have the attribute "operation".
     return Print(any.value.tree, LYD_PRINT_WD_ALL | LYD_PRINT_KEEPEMPTYCONT);
   }
   return any.value.str == nullptr ? "" : any.value.str;
@@ -139,7 +139,8 @@ NC_WD_MODE DefaultsOf(const Call& call) {
   if (mode == "report-all") return NC_WD_ALL;
   if (mode == "trim") return NC_WD_TRIM;
   if (mode == "explicit") return NC_WD_EXPLICIT;
-  // The library tags in a namespace that is not RFC 6243's.
+  // report-all-tagged is not supported: the library's tags are not in the
+  // namespace of RFC 6243.
   throw Refusal({store::ErrorType::kProtocol,
                  store::ErrorTag::kInvalidValue,
                  "",

@@ -67,7 +67,7 @@ void RegisterOperations(const ly_ctx* context) {
     if (node == nullptr) {
       throw std::runtime_error(std::string(row.path) + ": no such operation");
     }
-    // The library keeps its callback in the member for the user's data.
+    // The library keeps its callback in the member for user data.
     const_cast<lysc_node*>(node)->priv = reinterpret_cast<void*>(row.run);
   }
 }

@@ -26,7 +26,7 @@ NC_ERR_TYPE TypeOf(ErrorType type) {
   return NC_ERR_TYPE_APP;
 }
 
-// An element of error-info; empty where the error has none of that name.
+// An element of error-info; empty if the error has none of that name.
 std::string Info(const RpcError& error, const std::string& name) {
   for (const auto& [key, text] : error.info) {
     if (key == name) return text;
@@ -152,8 +152,8 @@ lyd_node* OperationFailed(const ly_ctx* context, NC_ERR_TYPE type) {
 
 lyd_node* ToTree(const ly_ctx* context, const RpcError& error) {
   lyd_node* tree = WithItsTag(context, error);
-  // In the order of the elements, since they come out as they are set.
-  // A plug-in's text may have bytes that XML cannot carry.
+  // Set in the order that the reply must have. A plug-in's text may have bytes
+  // that XML does not allow.
   const std::string app_tag = base::ToXmlText(error.app_tag);
   const std::string path = base::ToXmlText(error.path);
   const std::string message = base::ToXmlText(error.message);

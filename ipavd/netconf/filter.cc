@@ -42,13 +42,14 @@ std::optional<std::string> Attribute(const lyd_node& node, const char* name) {
   return lyd_get_meta_value(meta);
 }
 
-// A few nested predicates take for ever, and other sessions wait so long.
+// A few nested predicates may run without end, and other sessions wait
+// meanwhile.
 constexpr base::TimeLimit kXPathTime = std::chrono::seconds(5);
 
 constexpr char kSelected = '1';
 constexpr char kOther = '0';
 
-// All nodes of a tree, each before those below it.
+// Visits all nodes of a tree, parents first.
 template <typename Visit>
 void ForEach(const lyd_node* first, const Visit& visit) {
   for (; first != nullptr; first = first->next) {
@@ -57,8 +58,8 @@ void ForEach(const lyd_node* first, const Visit& visit) {
   }
 }
 
-// A character for each node: whether the expression selects it. What is no set
-// of nodes, or of another tree's, selects none.
+// A character for each node: whether the expression selects it. A result that
+// is not a node set, or has nodes of another tree, selects none.
 std::string Marks(const lyd_node* tree, const std::string& xpath) {
   if (tree == nullptr) return "";
   ly_set* found = nullptr;
@@ -104,7 +105,7 @@ Refusal TooSlow() {
                   {}});
 }
 
-// Marks() from a child process, which does not take for ever.
+// Marks() in a child process, which is killed after the time limit.
 std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
                         const std::string& xpath) {
   constexpr char kPath = 'p';

@@ -12,7 +12,7 @@ namespace ipav::netconf {
 
 namespace {
 
-// What the library has to say, which is of no use without its sources.
+// Ignores the library's log, which is of no use without its sources.
 void Ignore(const nc_session* /*session*/, NC_VERB_LEVEL /*level*/,
             const char* /*text*/) {}
 
@@ -28,8 +28,8 @@ Library::Library(ly_ctx* context) {
   if (nc_server_init(context) != 0) {
     throw std::runtime_error("the NETCONF library does not start");
   }
-  // Besides, report-all and trim: the library takes the numbers of the modes
-  // for bits, and finds both in that of report-all.
+  // Also announces report-all and trim: the library uses the numbers of the
+  // modes as bits, and the number of report-all contains both.
   nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL);
   nc_server_set_content_id_clb(CopyContentId, context, nullptr);
 }

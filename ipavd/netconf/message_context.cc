@@ -13,7 +13,7 @@ namespace {
 
 using datastore::InputError;
 
-// Each is announced, and each works.
+// The server announces and implements each of them.
 constexpr std::array kNetconfFeatures{"writable-running",
                                       "candidate",
                                       "confirmed-commit",
@@ -40,7 +40,7 @@ void LoadNetconf(ly_ctx* context, const std::string& yang_dir) {
   }
 }
 
-// What the model implements, from the same folders.
+// Loads the modules that the model implements, from the same folders.
 void LoadModel(ly_ctx* context, const datastore::Model& model) {
   const char* const* folders = ly_ctx_get_searchdirs(model.context());
   for (; folders != nullptr && *folders != nullptr; ++folders) {

@@ -16,8 +16,8 @@ namespace {
 
 using store::Datastore;
 
-// Nodes of one module, by their paths. Empty values are left out where the
-// model has no use for them.
+// Adds nodes of one module by their paths. Empty values are left out if the
+// model does not allow them.
 class Writer {
  public:
   explicit Writer(const ly_ctx* context) : context_(context) {}
@@ -56,7 +56,7 @@ std::string InIso8601(std::time_t time) {
 }
 
 void AddCapabilities(ly_ctx* context, Writer* writer) {
-  // As in the hello, which leaves out modules of YANG 1.1.
+  // The same as in the hello, which leaves out modules of YANG 1.1.
   const char** capabilities =
       nc_server_get_cpblts_version(context, LYS_VERSION_1_0);
   for (const char** capability = capabilities;

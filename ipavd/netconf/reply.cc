@@ -28,7 +28,7 @@ Reply Ok() { return Reply(nc_server_reply_ok()); }
 
 Reply Data(const lyd_node& rpc, store::Nodes nodes, NC_WD_MODE defaults) {
   Reply reply = WithData(rpc, nodes.get(), LYD_ANYDATA_DATATREE, defaults);
-  static_cast<void>(nodes.release());  // they are the reply's now
+  static_cast<void>(nodes.release());  // the reply owns them now
   return reply;
 }
 

@@ -8,7 +8,8 @@ namespace ipav::netconf {
 
 namespace {
 
-// Whether a value is a default is told to the client, or not, as it asks for.
+// The copy keeps the flag for default values: the client chooses whether they
+// are reported.
 lyd_node* Duplicate(const lyd_node* node, const ly_ctx* context, bool is_whole,
                     lyd_node* parent) {
   const std::uint32_t options =

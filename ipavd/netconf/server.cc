@@ -55,7 +55,7 @@ void Server::Wait(const transport::Signals& signals) {
   poll(fds.data(), fds.size(), service_.has_more() ? 0 : TimeToWait());
 }
 
-// To the next confirmed commit that is taken back, in milliseconds.
+// Milliseconds until the next confirmed commit is rolled back; -1: none waits.
 int Server::TimeToWait() const {
   using std::chrono::milliseconds;
   const auto deadline = datastores_.Deadline();

@@ -39,13 +39,14 @@ void Service::AddSession(transport::PassedConnection client) {
 
 void Service::Poll() {
   has_more_ = false;
-  // Each at most once, so that none keeps clients and signals waiting.
+  // At most one message of each session, so that no session delays other
+  // clients and signals.
   for (std::size_t i = sessions_.all().size(); i > 0; --i) {
     nc_session* handle = nullptr;
     const int events = nc_ps_poll(sessions_.poll_set(), 0, &handle);
     if ((events & (NC_PSPOLL_TIMEOUT | NC_PSPOLL_NOSESSIONS)) != 0) return;
     has_more_ = true;
-    // The library records what is wrong with messages, and never forgets it.
+    // The library records errors in messages, and never removes them.
     datastore::ClearErrors(environment_.context);
     Session* session = sessions_.Find(handle);
     if (session == nullptr) return;

@@ -8,7 +8,7 @@ namespace ipav::netconf {
 
 Session::Session(transport::PassedConnection client, void* data)
     : client_(std::move(client)), login_time_(std::time(nullptr)) {
-  // The hello of a client is there already: nothing is waited for.
+  // The hello of the client has already arrived: this does not wait.
   if (nc_accept_inout(fd(), fd(), client_.user.c_str(), &handle_) !=
       NC_MSG_HELLO) {
     throw std::runtime_error("a session cannot be made");

@@ -17,7 +17,8 @@ std::string_view View(const char* text) {
   return text == nullptr ? std::string_view() : text;
 }
 
-// The text of an element, less the blanks around it, which do not count.
+// The text of an element without the blanks around it, which are not
+// significant.
 std::string_view TextOf(const lyd_node& filter) {
   const std::string_view text = View(
       filter.schema == nullptr ? Opaque(filter).value : lyd_get_value(&filter));
@@ -26,7 +27,7 @@ std::string_view TextOf(const lyd_node& filter) {
   return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
 }
 
-// Whether the element may select the node, whatever is below either.
+// Whether the element may select the node, without looking below either.
 bool Names(const lyd_node& filter, const lyd_node& node) {
   const lysc_node& schema = *node.schema;
   if (filter.schema != nullptr) {
@@ -35,7 +36,7 @@ bool Names(const lyd_node& filter, const lyd_node& node) {
   }
   const lyd_node_opaq& element = Opaque(filter);
   const std::string_view space = View(element.name.module_ns);
-  // No configuration has attributes to match.
+  // A configuration has no attributes, so an attribute never matches.
   return element.attr == nullptr && View(element.name.name) == schema.name &&
          (space.empty() || space == schema.module->ns);
 }
@@ -56,7 +57,7 @@ std::vector<const lyd_node*> Siblings(const lyd_node* first) {
   return nodes;
 }
 
-// The children of `node` that a content match selects.
+// The children of `node` that a content match node selects.
 std::vector<const lyd_node*> Matches(const lyd_node& node,
                                      const lyd_node& content_match) {
   std::vector<const lyd_node*> matches;
@@ -69,8 +70,8 @@ std::vector<const lyd_node*> Matches(const lyd_node& node,
   return matches;
 }
 
-// The children of `node` that the content matches among `parts` select; no
-// value where one of these meets none.
+// The children of `node` that the content match nodes among `parts` select; no
+// value if one of these selects none.
 std::optional<std::vector<const lyd_node*>> AllMatches(
     const lyd_node& node, const std::vector<const lyd_node*>& parts) {
   std::vector<const lyd_node*> all;
@@ -86,21 +87,22 @@ std::optional<std::vector<const lyd_node*>> AllMatches(
 void SelectAmong(const lyd_node* first, const lyd_node& filter,
                  Selection* selection);
 
-// What `filter` selects of `node`, which it names.
+// Adds what `filter` selects of `node`, which it names.
 void SelectIn(const lyd_node& node, const lyd_node& filter,
               Selection* selection) {
-  // 1. One value, or all of it.
+  // 1. An element without children selects one value, or the whole node.
   const lyd_node* first = lyd_child(&filter);
   const std::string_view text = TextOf(filter);
   if (first == nullptr && !text.empty() && !HasValue(node, text)) return;
   if (first == nullptr) return selection->Add(&node);
 
-  // 2. Nothing, unless each content match meets a child.
+  // 2. Nothing is selected unless each content match node selects a child.
   const std::vector<const lyd_node*> parts = Siblings(first);
   const auto matches = AllMatches(node, parts);
   if (!matches.has_value()) return;
 
-  // 3. All of it again, or these children and what the other elements ask for.
+  // 3. Without other elements the whole node is selected, else these children
+  // and what the other elements select.
   if (std::all_of(parts.begin(), parts.end(),
                   [](const auto* part) { return IsContentMatch(*part); })) {
     return selection->Add(&node);
@@ -111,7 +113,7 @@ void SelectIn(const lyd_node& node, const lyd_node& filter,
   }
 }
 
-// What `filter` selects among a node and its siblings.
+// Adds what `filter` selects among a node and its siblings.
 void SelectAmong(const lyd_node* first, const lyd_node& filter,
                  Selection* selection) {
   for (const lyd_node* node : Siblings(first)) {

@@ -19,7 +19,7 @@ std::string InWords(const RpcError& error) {
   return where.empty() ? error.message : error.message + " (" + where + ")";
 }
 
-// What stands before the elements of a file that somebody wrote.
+// Removes byte order mark, blanks and XML declaration from the start of a file.
 std::string WithoutDeclaration(const std::string& text) {
   const std::size_t begin = text.find_first_not_of("\xef\xbb\xbf \t\r\n");
   if (begin == std::string::npos) return "";
@@ -36,7 +36,7 @@ class Loader {
       : gate_(gate), folder_(*folder) {}
 
   Loaded Run() {
-    // 1. All files, before anything is changed.
+    // 1. Read all files before any of them is changed.
     CheckVersion();
     const std::optional<std::string> rollback = Read(kRollbackFile);
     const std::optional<std::string> running = Read(kRunningFile);
@@ -44,7 +44,7 @@ class Loader {
     if (startup.has_value()) {
       loaded_.startup = Complete(kStartupFile, WithoutDeclaration(*startup));
     }
-    // 2. Running, of what there is.
+    // 2. Load running from the files that exist.
     if (!TakeBack(rollback)) {
       if (running.has_value()) {
         UseRunning(*running);
@@ -53,7 +53,7 @@ class Loader {
       }
     }
     if (rollback.has_value()) folder_.Remove(kRollbackFile);
-    // 3. The rest.
+    // 3. Load the candidate, and mark the folder.
     ReadCandidate();
     if (!is_known_) folder_.Write(kVersionFile, kVersion);
     return std::move(loaded_);
@@ -73,7 +73,7 @@ class Loader {
     }
   }
 
-  // What an operator can do about a file that is no good.
+  // What an operator can do about a damaged file.
   std::string WayOut(const std::string& name) const {
     const std::string startup = folder_.FileOf(kStartupFile);
     if (name == kRunningFile) {
@@ -125,7 +125,7 @@ class Loader {
                      "is refused: " + InWords(error) + WayOut(name));
   }
 
-  // Whether running is now what it was before a confirmed commit.
+  // Restores running from before a confirmed commit. False if it did not.
   bool TakeBack(const std::optional<std::string>& rollback) {
     if (!rollback.has_value()) return false;
     Configuration before = Complete(kRollbackFile, *rollback);
@@ -151,7 +151,7 @@ class Loader {
     if (error.has_value()) Refuse(kRunningFile, *error);
   }
 
-  // Of startup, or for a new folder of nothing.
+  // Makes running from startup; in a new folder without startup it is empty.
   void MakeRunning() {
     const bool is_new = !is_known_ && loaded_.startup == nullptr;
     if (loaded_.startup == nullptr && !is_new) {
@@ -171,7 +171,7 @@ class Loader {
                                 : "was not there; it is startup.xml now");
   }
 
-  // Nobody was promised that it is kept.
+  // A damaged candidate is discarded: it is not guaranteed to be kept.
   void ReadCandidate() {
     try {
       const std::optional<std::string> text = folder_.Read(kCandidateFile);

@@ -37,8 +37,8 @@ constexpr std::string_view kMark = "<!-- ipav datastore: ";
 
 std::string ErrorText() { return std::generic_category().message(errno); }
 
-// The locks of this process. A child of it has them no longer: else one that
-// outlives the server would keep the next one out.
+// The locks of this process. A child closes them: a child that outlived the
+// server would otherwise block the next server.
 std::vector<int>& Locks() {
   static auto& locks = *new std::vector<int>;
   return locks;
@@ -55,7 +55,7 @@ void KeepFromChildren(int lock) {
   Locks().push_back(lock);
 }
 
-// FNV-1a: each byte that is another one makes another sum.
+// FNV-1a: changing one byte always changes the sum.
 std::uint64_t Checksum(std::string_view text) {
   constexpr std::uint64_t kStart = 0xcbf29ce484222325;
   constexpr std::uint64_t kPrime = 0x100000001b3;
@@ -87,14 +87,14 @@ std::string ParentOf(const std::string& path) {
   return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
-// 0, or -1 as a system call does.
+// Returns 0, or -1 like a system call.
 int MakeFolder(const std::string& path) {
   if (mkdir(path.c_str(), kOwnFolder) != 0) return errno == EEXIST ? 0 : -1;
   const FileDescriptor parent = OpenFolder(ParentOf(path));
   return parent.get() < 0 ? -1 : fsync(parent.get());
 }
 
-// Whom a lock says that it belongs to.
+// The process that wrote its number into the lock file.
 std::string OwnerOf(int lock) {
   std::array<char, 32> pid{};
   const ssize_t count = pread(lock, pid.data(), pid.size() - 1, 0);
@@ -102,8 +102,9 @@ std::string OwnerOf(int lock) {
   return number > 0 ? ", process " + std::to_string(number) : "";
 }
 
-// A child of a server just killed may not have come to closing its lock, and a
-// server that ends needs a moment. False with errno set.
+// Retries for a short time: a child of a killed server may not have closed its
+// copy of the lock yet, and another server may be about to end. False with
+// errno set.
 bool LocksInTime(int lock) {
   constexpr int kTries = 10;
   constexpr std::chrono::milliseconds kPause(50);
@@ -157,7 +158,7 @@ StateFolder::~StateFolder() {
   std::vector<int>& locks = Locks();
   locks.erase(std::remove(locks.begin(), locks.end(), lock_.get()),
               locks.end());
-  // Also for a child that has not come to closing it.
+  // Also unlocks it in a child that has not closed its copy yet.
   static_cast<void>(flock(lock_.get(), LOCK_UN));
 }
 
@@ -209,7 +210,7 @@ std::optional<std::string> StateFolder::ReadOfAnyone(
   std::optional<std::string> bytes = ReadBytes(FileOf(name));
   if (!bytes.has_value()) return std::nullopt;
   if (bytes->compare(0, kMark.size(), kMark) == 0) return Read(name);
-  // More likely cut off than written by somebody.
+  // An empty file was more likely truncated than written on purpose.
   if (bytes->find_first_not_of(" \t\r\n") == std::string::npos) {
     throw StateError(FileOf(name), "is damaged: it is empty");
   }
@@ -248,7 +249,8 @@ void StateFolder::Replace(const std::string& name, const std::string& text,
     return;
   }
   const std::string reason = ErrorText();
-  static_cast<void>(calls_->Unlink(other.c_str()));  // room for the next try
+  // Frees the space for the next try.
+  static_cast<void>(calls_->Unlink(other.c_str()));
   throw StateError(file, "cannot be written: " + reason);
 }
 

@@ -20,7 +20,7 @@ namespace ipav::transport {
 
 struct Limits {
   std::size_t max_message = std::size_t{16} << 20;  // bytes
-  // From the connection to the hello of the client, including the login.
+  // For the login, and then for the hello of the client.
   base::TimeLimit hello = std::chrono::seconds(20);
   // Without a whole message in either direction.
   base::TimeLimit idle = std::chrono::seconds(600);  // 0: no limit

@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/host/fixtures.h"
@@ -25,6 +26,8 @@ using ipav::datastore::Dependency;
 using ipav::datastore::Model;
 using ipav::datastore::UseSite;
 
+using Texts = std::vector<std::string>;
+
 std::string LoadError(const ModelFolder& folder) {
   return InputErrorOf([&] { folder.Load(); });
 }
@@ -34,8 +37,8 @@ std::string LoadErrorOf(const std::string& body) {
 }
 
 // "OPAQUE PATH" of every use site in the model's order.
-std::vector<std::string> SitesOf(const Model& model) {
-  std::vector<std::string> sites;
+Texts SitesOf(const Model& model) {
+  Texts sites;
   for (const UseSite& site : model.use_sites()) {
     sites.push_back(site.opaque + " " + site.path);
   }
@@ -46,16 +49,21 @@ std::string Validate(const std::string& opaque) {
   return "tailf:validate \"test_set\" { tailf:opaque \"" + opaque + "\"; }";
 }
 
+// A leaf with a validation point of these substatements.
+std::string LeafWithPoint(const std::string& name,
+                          const std::string& substatements) {
+  return "leaf " + name + " { type string; tailf:validate test_set { " +
+         substatements + " } }";
+}
+
 // The only dependency of the only use site.
 Dependency DependencyOf(const Model& model) {
   return model.use_sites().at(0).dependencies.at(0);
 }
 
 std::string LeafWithDependency(const std::string& path) {
-  return "leaf a { type string; } container c { leaf x { type string; } "
-         "leaf y { type string; tailf:validate \"test_set\" { "
-         "tailf:dependency \"" +
-         path + "\"; } } }";
+  return "leaf a { type string; } container c { leaf x { type string; } " +
+         LeafWithPoint("y", "tailf:dependency \"" + path + "\";") + " }";
 }
 
 // --- Loading
@@ -66,45 +74,39 @@ TEST(ModelLoading, ProjectsOwnModelLoads) {
   EXPECT_FALSE(model.use_sites().empty());
 }
 
-TEST(ModelLoading, MissingFolderIsAnInputErrorThatNamesIt) {
+TEST(ModelLoading, WhatCannotBeLoadedIsAnInputErrorThatNamesIt) {
+  const auto expect_named = [](const std::string& folder,
+                               const std::string& plugin,
+                               const std::string& name) {
+    EXPECT_TRUE(StartsWith(InputErrorOf([&] { Model(folder, plugin); }), name));
+  };
   const TempDir dir;
   const std::string missing = dir.path() + "/nowhere";
-  EXPECT_TRUE(StartsWith(InputErrorOf([&] { Model(missing, IPAV_EXTENSION); }),
-                         missing));
+  expect_named(missing, IPAV_EXTENSION, missing);
+  const std::string file = dir.Write("README.md", "no module");
+  expect_named(file, IPAV_EXTENSION, file);
+  expect_named(dir.path(), IPAV_EXTENSION, dir.path());
+
+  ModelFolder folder;
+  folder.Add("m", "leaf a { type string; }");
+  const std::string plugin = "/nowhere/plugin.so";
+  expect_named(folder.path(), plugin, plugin);
+  expect_named(folder.path(), file, file);
+  const TestModel other("leaf a { type string; }");  // has loaded the right one
+  expect_named(folder.path(), plugin, plugin);
 }
 
-TEST(ModelLoading, FileInPlaceOfAFolderIsAnInputErrorThatNamesIt) {
-  const TempDir dir;
-  const std::string file = dir.Write("file", "text");
-  EXPECT_TRUE(
-      StartsWith(InputErrorOf([&] { Model(file, IPAV_EXTENSION); }), file));
-}
-
-TEST(ModelLoading, FolderWithoutModulesIsAnInputErrorThatNamesIt) {
-  const TempDir dir;
-  dir.Write("README.md", "no module");
-  EXPECT_TRUE(StartsWith(
-      InputErrorOf([&] { Model(dir.path(), IPAV_EXTENSION); }), dir.path()));
-}
-
-TEST(ModelLoading, FolderWithAColonInItsNameLoads) {
-  const TempDir dir;
-  const std::string folder = dir.path() + "/a:b";
-  std::filesystem::create_directory(folder);
-  dir.Write("a:b/m.yang",
-            "module m { namespace \"urn:m\"; prefix m; "
-            "leaf a { type string; } }");
-  const Model model(folder, IPAV_EXTENSION);
-  EXPECT_NE(model.FindChild(nullptr, "", "a"), nullptr);
-}
-
-TEST(ModelLoading, ModuleFileNamedWithItsRevisionLoads) {
-  const TempDir dir;
-  dir.Write("m@2024-01-01.yang",
-            "module m { namespace \"urn:m\"; prefix m; "
-            "revision 2024-01-01; leaf a { type string; } }");
-  const Model model(dir.path(), IPAV_EXTENSION);
-  EXPECT_NE(model.FindChild(nullptr, "", "a"), nullptr);
+TEST(ModelLoading, FolderMayHaveAColonAndModuleFileItsRevisionInItsName) {
+  for (const std::string name : {"/a:b/m.yang", "/c/m@2024-01-01.yang"}) {
+    const TempDir dir;
+    const std::string folder = dir.path() + name.substr(0, name.rfind('/'));
+    std::filesystem::create_directory(folder);
+    dir.Write(name.substr(1),
+              "module m { namespace \"urn:m\"; prefix m; "
+              "revision 2024-01-01; leaf a { type string; } }");
+    const Model model(folder, IPAV_EXTENSION);
+    EXPECT_NE(model.FindChild(nullptr, "", "a"), nullptr) << name;
+  }
 }
 
 TEST(ModelLoading, SyntaxErrorNamesFileAndLine) {
@@ -126,22 +128,17 @@ TEST(ModelLoading, SyntaxErrorOfAnImportedModuleNamesTheImportedFile) {
   EXPECT_TRUE(StartsWith(LoadError(folder), folder.path() + "/z.yang:7: "));
 }
 
-TEST(ModelLoading, UnknownImportIsAnInputErrorThatNamesFileAndImport) {
-  ModelFolder folder;
-  folder.AddText("m",
-                 "module m {\n  namespace \"urn:m\";\n  prefix m;\n"
-                 "  import not-there { prefix n; }\n}\n");
-  const std::string error = LoadError(folder);
-  EXPECT_TRUE(StartsWith(error, folder.path() + "/m.yang"));
-  EXPECT_TRUE(Contains(error, "not-there"));
-}
-
-TEST(ModelLoading, UnknownTypeIsAnInputErrorThatNamesFileAndType) {
-  ModelFolder folder;
-  folder.Add("m", "leaf a { type no-such-type; }");
-  const std::string error = LoadError(folder);
-  EXPECT_TRUE(StartsWith(error, folder.path() + "/m.yang"));
-  EXPECT_TRUE(Contains(error, "no-such-type"));
+TEST(ModelLoading, UnknownImportOrTypeIsAnInputErrorThatNamesFileAndName) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"import not-there { prefix n; }", "not-there"},
+      {"leaf a { type no-such-type; }", "no-such-type"}};
+  for (const auto& [body, name] : cases) {
+    ModelFolder folder;
+    folder.Add("m", body);
+    const std::string error = LoadError(folder);
+    EXPECT_TRUE(StartsWith(error, folder.path() + "/m.yang"));
+    EXPECT_TRUE(Contains(error, name));
+  }
 }
 
 TEST(ModelLoading, ImportedModuleMayLieInTheFolderStubs) {
@@ -155,96 +152,76 @@ TEST(ModelLoading, ErrorIsOneLine) {
             std::string::npos);
 }
 
-TEST(ModelLoading, MissingExtensionPluginIsAnInputErrorThatNamesIt) {
-  ModelFolder folder;
-  folder.Add("m", "leaf a { type string; }");
-  EXPECT_TRUE(StartsWith(
-      InputErrorOf([&] { Model(folder.path(), "/nowhere/plugin.so"); }),
-      "/nowhere/plugin.so"));
-}
-
-TEST(ModelLoading, TextFileIsNoExtensionPlugin) {
-  ModelFolder folder;
-  folder.Add("m", "leaf a { type string; }");
-  const TempDir dir;
-  const std::string file = dir.Write("plugin.so", "just a text");
-  EXPECT_TRUE(
-      StartsWith(InputErrorOf([&] { Model(folder.path(), file); }), file));
-}
-
-TEST(ModelLoading, WrongExtensionPluginShowsWhileAnotherModelIsAlive) {
-  const TestModel other("leaf a { type string; }");
-  ModelFolder folder;
-  folder.Add("m", "leaf a { type string; }");
-  EXPECT_TRUE(StartsWith(
-      InputErrorOf([&] { Model(folder.path(), "/nowhere/plugin.so"); }),
-      "/nowhere/plugin.so"));
-}
-
 TEST(ModelLoading, FailureLeavesTheNextModelWithItsExtensionPlugin) {
   LoadErrorOf("leaf a { typo string; }");
   ModelFolder folder;
   folder.Add("m", "leaf a { type string; " + Validate("one") + " }");
   InputErrorOf([&] { Model(folder.path(), "/nowhere/plugin.so"); });
-  EXPECT_EQ(SitesOf(*folder.Load()), std::vector<std::string>{"one /a"});
-}
-
-TEST(ModelLoading, ExtensionPluginAppliesToModelsOneAfterAnother) {
-  const std::string body = "leaf a { type string; " + Validate("one") + " }";
-  for (int i = 0; i < 3; ++i) {
-    const TestModel model(body);
-    EXPECT_EQ(SitesOf(*model), std::vector<std::string>{"one /a"});
-  }
+  EXPECT_EQ(SitesOf(*folder.Load()), Texts{"one /a"});
 }
 
 TEST(ModelLoading, ExtensionPluginAppliesToModelsAliveAtOnce) {
   const std::string body = "leaf a { type string; " + Validate("one") + " }";
   auto first = std::make_unique<TestModel>(body);
   const TestModel second(body);
-  EXPECT_EQ(SitesOf(*second), std::vector<std::string>{"one /a"});
+  EXPECT_EQ(SitesOf(*second), Texts{"one /a"});
   first.reset();
   const TestModel third(body);
-  EXPECT_EQ(SitesOf(*second), std::vector<std::string>{"one /a"});
-  EXPECT_EQ(SitesOf(*third), std::vector<std::string>{"one /a"});
+  EXPECT_EQ(SitesOf(*second), Texts{"one /a"});
+  EXPECT_EQ(SitesOf(*third), Texts{"one /a"});
 }
 
 // --- Use sites
 
-TEST(UseSites, AreFoundOnContainerListAndLeaf) {
-  const TestModel model("container c { " + Validate("of-container") +
-                        " list l { key k; " + Validate("of-list") +
-                        " leaf k { type string; } leaf v { type string; " +
-                        Validate("of-leaf") + " } } }");
-  EXPECT_EQ(SitesOf(*model),
-            (std::vector<std::string>{"of-container /c", "of-list /c/l",
-                                      "of-leaf /c/l/v"}));
-}
-
-TEST(UseSites, OfAGroupingAreFoundAtEachOfItsUses) {
-  const TestModel model("grouping g { leaf v { type string; " +
-                        Validate("shared") +
-                        " } } container a { uses g; } container b { uses g; }");
-  EXPECT_EQ(SitesOf(*model),
-            (std::vector<std::string>{"shared /a/v", "shared /b/v"}));
-}
-
-TEST(UseSites, OfAnAugmentAreFoundInItsTarget) {
-  ModelFolder folder;
-  folder.Add("m", "container c { }");
-  folder.Add("n",
-             "import m { prefix m; } augment \"/m:c\" { leaf v { "
-             "type string; " +
-                 Validate("augmented") + " } }");
-  EXPECT_EQ(SitesOf(*folder.Load()),
-            std::vector<std::string>{"augmented /c/v"});
-}
-
-TEST(UseSites, OfADeviationAreFoundInItsTarget) {
-  ModelFolder folder;
-  folder.Add("m", "container c { leaf v { type string; } }");
-  folder.Add("n", "import m { prefix m; } deviation \"/m:c/m:v\" { " +
-                      Validate("deviated") + " deviate add { units \"s\"; } }");
-  EXPECT_EQ(SitesOf(*folder.Load()), std::vector<std::string>{"deviated /c/v"});
+TEST(UseSites, AreFoundInTheOrderOfTheModel) {
+  const struct {
+    std::string body;
+    std::string second;  // the body of a second module, n
+    Texts sites;
+  } cases[] = {
+      {"container c { " + Validate("of-container") + " list l { key k; " +
+           Validate("of-list") + " leaf k { type string; } " +
+           LeafWithPoint("v", "tailf:opaque of-leaf;") + " } }",
+       "",
+       {"of-container /c", "of-list /c/l", "of-leaf /c/l/v"}},
+      // At each use of a grouping.
+      {"grouping g { " + LeafWithPoint("v", "tailf:opaque shared;") +
+           " } container a { uses g; } container b { uses g; }",
+       "",
+       {"shared /a/v", "shared /b/v"}},
+      // In the target of an augment and of a deviation.
+      {"container c { }",
+       "import m { prefix m; } augment \"/m:c\" { " +
+           LeafWithPoint("v", "tailf:opaque augmented;") + " }",
+       {"augmented /c/v"}},
+      {"container c { leaf v { type string; } }",
+       "import m { prefix m; } deviation \"/m:c/m:v\" { " +
+           Validate("deviated") + " deviate add { units \"s\"; } }",
+       {"deviated /c/v"}},
+      // In a choice, with the path of their data node.
+      {"container c { choice d { case e { " +
+           LeafWithPoint("v", "tailf:opaque chosen;") + " } } }",
+       "",
+       {"chosen /c/v"}},
+      // Several of one node.
+      {"container c { " + Validate("z") + Validate("a") + Validate("m") + " }",
+       "",
+       {"z /c", "a /c", "m /c"}},
+      // By priority first.
+      {LeafWithPoint("d", "tailf:opaque d; tailf:priority 10;") +
+           LeafWithPoint("c", "tailf:opaque c;") +
+           LeafWithPoint("b", "tailf:opaque b; tailf:priority -1;") +
+           LeafWithPoint("a", "tailf:opaque a;") +
+           LeafWithPoint("e", "tailf:opaque e; tailf:priority 10;") +
+           LeafWithPoint("f", "tailf:opaque f; tailf:priority 0;"),
+       "",
+       {"b /b", "c /c", "a /a", "f /f", "d /d", "e /e"}}};
+  for (const auto& one : cases) {
+    ModelFolder folder;
+    folder.Add("m", one.body);
+    if (!one.second.empty()) folder.Add("n", one.second);
+    EXPECT_EQ(SitesOf(*folder.Load()), one.sites) << one.body;
+  }
 }
 
 TEST(UseSites, OfADeviationResolvePrefixesOfTheDeviatingModule) {
@@ -262,35 +239,17 @@ TEST(UseSites, OfADeviationResolvePrefixesOfTheDeviatingModule) {
             std::vector<const lysc_node*>{&SchemaAt(*model, "/c/w")});
 }
 
-TEST(UseSites, InAChoiceHaveThePathOfTheirDataNode) {
-  const TestModel model(
-      "container c { choice d { case e { leaf v { "
-      "type string; " +
-      Validate("chosen") + " } } } }");
-  EXPECT_EQ(SitesOf(*model), std::vector<std::string>{"chosen /c/v"});
-}
-
-TEST(UseSites, OfOneNodeKeepTheirOrder) {
-  const TestModel model("container c { " + Validate("z") + Validate("a") +
-                        Validate("m") + " }");
-  EXPECT_EQ(SitesOf(*model),
-            (std::vector<std::string>{"z /c", "a /c", "m /c"}));
-}
-
 TEST(UseSites, OfTheProjectStandInTheOrderOfTheInterfaceKinds) {
-  const std::string interval = "validate_ipv6_nd_ra_interval ";
-  const std::string lifetime = "validate_ipv6_nd_ra_lifetime ";
-  const std::vector<std::string> sites = SitesOf(ProjectModel());
-  const std::vector<std::string> expected = {
-      interval + "/config/interface/l3/ipv6/nd/ra",
-      lifetime + "/config/interface/l3/ipv6/nd/ra",
-      interval + "/config/interface/mgmt/ipv6/nd/ra",
-      lifetime + "/config/interface/mgmt/ipv6/nd/ra"};
-  std::vector<std::string> timers;
-  for (const std::string& site : sites) {
+  Texts timers;
+  for (const std::string& site : SitesOf(ProjectModel())) {
     if (site.find("_nd_ra_") != std::string::npos) timers.push_back(site);
   }
-  EXPECT_EQ(timers, expected);
+  const std::string interval = "validate_ipv6_nd_ra_interval ";
+  const std::string lifetime = "validate_ipv6_nd_ra_lifetime ";
+  EXPECT_EQ(timers, (Texts{interval + "/config/interface/l3/ipv6/nd/ra",
+                           lifetime + "/config/interface/l3/ipv6/nd/ra",
+                           interval + "/config/interface/mgmt/ipv6/nd/ra",
+                           lifetime + "/config/interface/mgmt/ipv6/nd/ra"}));
 }
 
 TEST(UseSites, WithoutSubstatementsHaveTheDefaults) {
@@ -319,16 +278,11 @@ TEST(UseSites, CarryTheirSubstatements) {
   EXPECT_EQ(site.dependencies.size(), 2U);
 }
 
-TEST(UseSites, TellAnEmptyOpaqueTextFromNone) {
-  const TestModel model("leaf a { type string; " + Validate("") + " }");
+TEST(UseSites, MayHaveAnEmptyOpaqueTextAndACallOnceOfFalse) {
+  const TestModel model(
+      LeafWithPoint("a", "tailf:opaque \"\"; tailf:call-once \"false\";"));
   EXPECT_TRUE(model->use_sites().at(0).has_opaque);
   EXPECT_EQ(model->use_sites().at(0).opaque, "");
-}
-
-TEST(UseSites, CallOnceMayBeFalse) {
-  const TestModel model(
-      "leaf a { type string; tailf:validate test_set { "
-      "tailf:call-once \"false\"; } }");
   EXPECT_FALSE(model->use_sites().at(0).call_once);
 }
 
@@ -355,106 +309,86 @@ TEST(UseSites, AreFoundUnderAnyPrefixOfTheirModule) {
                  "module m { namespace \"urn:m\"; prefix m; "
                  "import tailf-common { prefix t; } leaf a { type string; "
                  "t:validate test_set { t:opaque \"text\"; } } }");
-  EXPECT_EQ(SitesOf(*folder.Load()), std::vector<std::string>{"text /a"});
-}
-
-TEST(UseSites, RunByPriorityAndThenInTheOrderOfTheModel) {
-  const auto leaf = [](const std::string& name, const std::string& priority) {
-    return "leaf " + name + " { type string; tailf:validate test_set { " +
-           "tailf:opaque " + name + "; " + priority + " } }";
-  };
-  const TestModel model(leaf("d", "tailf:priority 10;") + leaf("c", "") +
-                        leaf("b", "tailf:priority -1;") + leaf("a", "") +
-                        leaf("e", "tailf:priority 10;") +
-                        leaf("f", "tailf:priority 0;"));
-  EXPECT_EQ(SitesOf(*model),
-            (std::vector<std::string>{"b /b", "c /c", "a /a", "f /f", "d /d",
-                                      "e /e"}));
+  EXPECT_EQ(SitesOf(*folder.Load()), Texts{"text /a"});
 }
 
 // --- Bad annotations
 
-TEST(BadAnnotation, CallOnceThatIsNeitherTrueNorFalseIsRefused) {
-  const std::string error = LoadErrorOf(
-      "list l { key k; leaf k { type string; } tailf:validate "
-      "test_set { tailf:call-once \"yes\"; } }");
-  EXPECT_TRUE(Contains(error, "yes"));
-  EXPECT_TRUE(Contains(error, "call-once"));
-}
-
-TEST(BadAnnotation, PriorityThatIsNoNumberIsRefused) {
+TEST(BadAnnotation, IsRefusedByItsName) {
+  struct Case {
+    std::string body;
+    Texts parts;  // of the error
+  };
+  std::vector<Case> cases = {
+      {"list l { key k; leaf k { type string; } tailf:validate test_set { "
+       "tailf:call-once \"yes\"; } }",
+       {"yes", "call-once"}},
+      {"container c { " + LeafWithPoint("a", "tailf:call-once \"true\";") +
+           " }",
+       {"/c/a", "call-once"}},
+      {LeafWithDependency("/c//x"), {"dependency"}},
+      {LeafWithDependency("../zz:x"), {"zz:x", "dependency"}},
+      // Two tag numbers for one name, and one for two.
+      {"leaf a { type string; ipav:tag-number \"0x5\"; } container "
+       "c { leaf a { type string; ipav:tag-number \"0x6\"; } }",
+       {"tag-number", "/c/a"}},
+      {"leaf a { type string; ipav:tag-number \"0x5\"; } "
+       "leaf b { type string; ipav:tag-number \"0x5\"; }",
+       {"tag-number", "/b"}}};
   for (const std::string priority : {"high", "1x", "", "1.5", "99999999999"}) {
-    const std::string error = LoadErrorOf(
-        "leaf a { type string; tailf:validate test_set { tailf:priority \"" +
-        priority + "\"; } }");
-    EXPECT_TRUE(Contains(error, "priority")) << priority;
+    cases.push_back({LeafWithPoint("a", "tailf:priority \"" + priority + "\";"),
+                     {"priority"}});
   }
-}
-
-TEST(BadAnnotation, CallOnceOfALeafIsRefused) {
-  const std::string error = LoadErrorOf(
-      "container c { leaf a { type string; tailf:validate "
-      "test_set { tailf:call-once \"true\"; } } }");
-  EXPECT_TRUE(Contains(error, "/c/a"));
-  EXPECT_TRUE(Contains(error, "call-once"));
-}
-
-TEST(BadAnnotation, DependencyThatNamesNoNodeIsRefused) {
   for (const std::string path : {"../z", "/z", "/c/z", "../x/z", "z", "x[1]",
                                  "../../../a", "/..", "", "../x/../y"}) {
-    const std::string error = LoadErrorOf(LeafWithDependency(path));
-    EXPECT_TRUE(Contains(error, "dependency")) << path;
-    EXPECT_TRUE(Contains(error, path));
+    cases.push_back({LeafWithDependency(path), {"dependency", path}});
   }
-}
-
-TEST(BadAnnotation, DependencyOnAnyDescendantIsRefused) {
-  EXPECT_TRUE(Contains(LoadErrorOf(LeafWithDependency("/c//x")), "dependency"));
-}
-
-TEST(BadAnnotation, DependencyWithAnUnknownPrefixIsRefused) {
-  const std::string error = LoadErrorOf(LeafWithDependency("../zz:x"));
-  EXPECT_TRUE(Contains(error, "zz:x"));
-  EXPECT_TRUE(Contains(error, "dependency"));
+  for (const std::string number :
+       {"0x0", "zz", "0x", "0x12zz", "0x100000001", "12", "-0x1"}) {
+    cases.push_back(
+        {"leaf a { type string; ipav:tag-number \"" + number + "\"; }",
+         {"tag-number"}});
+  }
+  for (const auto& [body, parts] : cases) {
+    const std::string error = LoadErrorOf(body);
+    for (const std::string& part : parts) {
+      EXPECT_TRUE(Contains(error, part)) << body;
+    }
+  }
 }
 
 // --- Dependencies
 
-TEST(Dependencies, DotIsTheNodeItself) {
-  const TestModel model(LeafWithDependency("."));
-  const Dependency dependency = DependencyOf(*model);
-  EXPECT_FALSE(dependency.absolute);
-  EXPECT_EQ(dependency.ups, 0U);
-  EXPECT_TRUE(dependency.steps.empty());
-}
-
-TEST(Dependencies, DotDotIsTheParent) {
-  const TestModel model(LeafWithDependency(".."));
-  const Dependency dependency = DependencyOf(*model);
-  EXPECT_FALSE(dependency.absolute);
-  EXPECT_EQ(dependency.ups, 1U);
-  EXPECT_TRUE(dependency.steps.empty());
-}
-
 TEST(Dependencies, LeadUpAndThenDown) {
-  const TestModel model(LeafWithDependency("../x"));
-  const Dependency dependency = DependencyOf(*model);
-  EXPECT_EQ(dependency.text, "../x");
-  EXPECT_EQ(dependency.ups, 1U);
-  EXPECT_EQ(dependency.steps,
-            std::vector<const lysc_node*>{&SchemaAt(*model, "/c/x")});
-}
-
-TEST(Dependencies, MayLeadDownFromTheNode) {
-  const TestModel model(
-      "container c { tailf:validate test_set { "
-      "tailf:dependency \"d/x\"; } container d { "
-      "leaf x { type string; } } }");
-  const Dependency dependency = DependencyOf(*model);
-  EXPECT_EQ(dependency.ups, 0U);
-  EXPECT_EQ(dependency.steps,
-            (std::vector<const lysc_node*>{&SchemaAt(*model, "/c/d"),
-                                           &SchemaAt(*model, "/c/d/x")}));
+  const struct {
+    std::string body;
+    std::string text;
+    bool absolute;
+    unsigned ups;
+    Texts steps;
+  } cases[] = {
+      {LeafWithDependency("."), ".", false, 0, {}},
+      {LeafWithDependency(".."), "..", false, 1, {}},
+      {LeafWithDependency("../x"), "../x", false, 1, {"/c/x"}},
+      {"container c { tailf:validate test_set { tailf:dependency \"d/x\"; } "
+       "container d { leaf x { type string; } } }",
+       "d/x",
+       false,
+       0,
+       {"/c/d", "/c/d/x"}},
+      {LeafWithDependency("/m:c/x"), "/m:c/x", true, 0, {"/c", "/c/x"}},
+      {LeafWithDependency("../../a"), "../../a", false, 2, {"/a"}}};
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.text);
+    const TestModel model(one.body);
+    const Dependency dependency = DependencyOf(*model);
+    EXPECT_EQ(dependency.text, one.text);
+    EXPECT_EQ(dependency.absolute, one.absolute);
+    EXPECT_EQ(dependency.ups, one.ups);
+    std::vector<const lysc_node*> steps;
+    for (const auto& path : one.steps) steps.push_back(&SchemaAt(*model, path));
+    EXPECT_EQ(dependency.steps, steps);
+  }
 }
 
 TEST(Dependencies, ReplacePrefixesByModuleNames) {
@@ -473,23 +407,6 @@ TEST(Dependencies, ReplacePrefixesByModuleNames) {
   EXPECT_EQ(dependency.steps,
             (std::vector<const lysc_node*>{&SchemaAt(*model, "/q/b"),
                                            &SchemaAt(*model, "/q/b/c")}));
-}
-
-TEST(Dependencies, MayBeAbsolute) {
-  const TestModel model(LeafWithDependency("/m:c/x"));
-  const Dependency dependency = DependencyOf(*model);
-  EXPECT_TRUE(dependency.absolute);
-  EXPECT_EQ(dependency.ups, 0U);
-  EXPECT_EQ(dependency.steps,
-            (std::vector<const lysc_node*>{&SchemaAt(*model, "/c"),
-                                           &SchemaAt(*model, "/c/x")}));
-}
-
-TEST(Dependencies, MayLeadOverTheRoot) {
-  const TestModel model(LeafWithDependency("../../a"));
-  const Dependency dependency = DependencyOf(*model);
-  EXPECT_EQ(dependency.steps,
-            std::vector<const lysc_node*>{&SchemaAt(*model, "/a")});
 }
 
 TEST(Dependencies, WithoutPrefixPreferTheOwnModule) {
@@ -563,33 +480,6 @@ TEST(TagNumbers, TellTheModulesApart) {
   EXPECT_NE(ns("/config"), ns("/internal"));
 }
 
-TEST(TagNumbers, TwoForOneNameAreRefused) {
-  const std::string error = LoadErrorOf(
-      "leaf a { type string; ipav:tag-number \"0x5\"; } container "
-      "c { leaf a { type string; ipav:tag-number \"0x6\"; } }");
-  EXPECT_TRUE(Contains(error, "tag-number"));
-  EXPECT_TRUE(Contains(error, "/c/a"));
-}
-
-TEST(TagNumbers, OneForTwoNamesIsRefused) {
-  const std::string error = LoadErrorOf(
-      "leaf a { type string; ipav:tag-number \"0x5\"; } "
-      "leaf b { type string; ipav:tag-number \"0x5\"; }");
-  EXPECT_TRUE(Contains(error, "tag-number"));
-  EXPECT_TRUE(Contains(error, "/b"));
-}
-
-TEST(TagNumbers, MustBeHexadecimalStartWith0xAndFitIntoThirtyTwoBits) {
-  for (const std::string number :
-       {"0x0", "zz", "0x", "0x12zz", "0x100000001", "12", "-0x1"}) {
-    EXPECT_TRUE(
-        Contains(LoadErrorOf("leaf a { type string; ipav:tag-number \"" +
-                             number + "\"; }"),
-                 "tag-number"))
-        << number;
-  }
-}
-
 // --- Value types
 
 confd_vtype TypeOf(const std::string& type) {
@@ -602,43 +492,35 @@ confd_vtype TypeOf(const std::string& type) {
 }
 
 TEST(ValueTypes, FollowTheYangTypeThroughTypedefs) {
-  EXPECT_EQ(TypeOf("string;"), C_BUF);
-  EXPECT_EQ(TypeOf("int8;"), C_INT8);
-  EXPECT_EQ(TypeOf("int16;"), C_INT16);
-  EXPECT_EQ(TypeOf("int32;"), C_INT32);
-  EXPECT_EQ(TypeOf("int64;"), C_INT64);
-  EXPECT_EQ(TypeOf("uint8;"), C_UINT8);
-  EXPECT_EQ(TypeOf("uint16;"), C_UINT16);
-  EXPECT_EQ(TypeOf("uint32;"), C_UINT32);
-  EXPECT_EQ(TypeOf("uint64;"), C_UINT64);
-  EXPECT_EQ(TypeOf("boolean;"), C_BOOL);
-  EXPECT_EQ(TypeOf("enumeration { enum x; }"), C_ENUM_VALUE);
-  EXPECT_EQ(TypeOf("int32 { range \"1..4\"; }"), C_INT32);
-}
-
-TEST(ValueTypes, KnowAddresses) {
-  EXPECT_EQ(TypeOf("inet:ipv4-address;"), C_IPV4);
-  EXPECT_EQ(TypeOf("inet:ipv6-address;"), C_IPV6);
-  EXPECT_EQ(TypeOf("inet:ipv4-address-no-zone;"), C_IPV4);
-  EXPECT_EQ(TypeOf("inet:ipv6-address-no-zone;"), C_IPV6);
-}
-
-TEST(ValueTypes, KnowTheDaemonsOwnTypes) {
-  EXPECT_EQ(TypeOf("tailf:ipv4-address-and-prefix-length;"), C_IPV4_AND_PLEN);
-  EXPECT_EQ(TypeOf("tailf:ipv6-address-and-prefix-length;"), C_IPV6_AND_PLEN);
-  EXPECT_EQ(TypeOf("tailf:hex-list;"), C_BINARY);
-  EXPECT_EQ(TypeOf("inet:port-number;"), C_UINT16);
-}
-
-TEST(ValueTypes, OfALeafrefIsThatOfItsTarget) {
-  EXPECT_EQ(TypeOf("leafref { path \"/m:t\"; } } leaf t { type uint8;"),
-            C_UINT8);
-}
-
-TEST(ValueTypes, AreNoneForWhatTheHostDoesNotCarry) {
-  EXPECT_EQ(TypeOf("decimal64 { fraction-digits 2; }"), C_NOEXISTS);
-  EXPECT_EQ(TypeOf("bits { bit x; }"), C_NOEXISTS);
-  EXPECT_EQ(TypeOf("instance-identifier;"), C_NOEXISTS);
+  const std::pair<const char*, confd_vtype> cases[] = {
+      {"string;", C_BUF},
+      {"int8;", C_INT8},
+      {"int16;", C_INT16},
+      {"int32;", C_INT32},
+      {"int64;", C_INT64},
+      {"uint8;", C_UINT8},
+      {"uint16;", C_UINT16},
+      {"uint32;", C_UINT32},
+      {"uint64;", C_UINT64},
+      {"boolean;", C_BOOL},
+      {"enumeration { enum x; }", C_ENUM_VALUE},
+      {"int32 { range \"1..4\"; }", C_INT32},
+      {"inet:port-number;", C_UINT16},
+      {"inet:ipv4-address;", C_IPV4},
+      {"inet:ipv6-address;", C_IPV6},
+      {"inet:ipv4-address-no-zone;", C_IPV4},
+      {"inet:ipv6-address-no-zone;", C_IPV6},
+      {"tailf:ipv4-address-and-prefix-length;", C_IPV4_AND_PLEN},
+      {"tailf:ipv6-address-and-prefix-length;", C_IPV6_AND_PLEN},
+      {"tailf:hex-list;", C_BINARY},
+      {"leafref { path \"/m:t\"; } } leaf t { type uint8;", C_UINT8},
+      // What the host does not carry.
+      {"decimal64 { fraction-digits 2; }", C_NOEXISTS},
+      {"bits { bit x; }", C_NOEXISTS},
+      {"instance-identifier;", C_NOEXISTS}};
+  for (const auto& [type, expected] : cases) {
+    EXPECT_EQ(TypeOf(type), expected) << type;
+  }
 }
 
 // The daemon has types of their own for these, which the seam does not have.

@@ -1,4 +1,4 @@
-// How long something may take, on the clock that nobody sets.
+// How long something may take, on the monotonic clock.
 #ifndef IPAV_HOST_BASE_TIME_LIMIT_H_
 #define IPAV_HOST_BASE_TIME_LIMIT_H_
 

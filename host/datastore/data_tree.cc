@@ -18,7 +18,7 @@ namespace {
 // Below this many entries a walk is faster than making an index.
 constexpr std::size_t kWalkedEntries = 8;
 
-// As many children are walked before libyang's hash is asked.
+// This many children are compared before libyang's hash table is used.
 constexpr std::size_t kWalkedChildren = 16;
 
 std::string LowerCase(std::string text) {
@@ -42,7 +42,7 @@ std::string CanonicalPrefix(int family, const std::string& text) {
 }
 
 // `text` in the form that all texts of one value share, for the value types
-// that libyang holds for plain strings.
+// that are plain strings for libyang.
 std::string ByValueType(confd_vtype type, std::string text) {
   switch (type) {
     case C_BINARY:
@@ -69,7 +69,7 @@ bool IsSmall(const lyd_node* first_entry) {
   return false;
 }
 
-// Calls `take` with the text of each key in its one form, until it is false.
+// Calls `take` with the canonical text of each key, until it returns false.
 template <typename Take>
 void ForEachKey(const lyd_node* entry, const Take& take) {
   bool goes_on = true;
@@ -202,7 +202,7 @@ const lyd_node* DataTree::FirstChild(const lyd_node* parent) const {
 
 const lyd_node* DataTree::Find(const lyd_node* parent,
                                const lysc_node& schema) const {
-  // Most nodes have few children: a walk is faster than libyang's hash.
+  // Most nodes have few children: a walk is faster than libyang's hash table.
   const lyd_node* node = FirstChild(parent);
   for (std::size_t i = 0; i < kWalkedChildren; ++i) {
     if (node == nullptr || node->schema == &schema) return node;
@@ -227,7 +227,7 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
                                     const lysc_node& list,
                                     const std::string_view* keys,
                                     std::size_t count) const {
-  // 1. Near the last one: who walks a list asks for one entry after another.
+  // 1. Look near the last one: callers often read one entry after another.
   const lyd_node* entry = last_entry_;
   if (entry != nullptr && entry->schema == &list &&
       lyd_parent(entry) == parent) {
@@ -238,7 +238,7 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
     }
   }
 
-  // 2. Anywhere.
+  // 2. Look anywhere.
   entry = Find(parent, list);
   if (entry == nullptr) return nullptr;
   if (IsSmall(entry)) {
@@ -286,7 +286,7 @@ std::vector<const lyd_node*> DataTree::Entries(const lyd_node* parent,
 }
 
 const lyd_node* NextEntry(const lyd_node* entry) {
-  // Entries of one list stand together among their siblings.
+  // The entries of one list are adjacent among their siblings.
   const lyd_node* next = entry->next;
   return next != nullptr && next->schema == entry->schema ? next : nullptr;
 }

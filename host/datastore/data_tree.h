@@ -23,49 +23,49 @@ namespace ipav::datastore {
 
 // Where the time of reading a file went.
 struct ReadingTimes {
-  base::Duration text{};        // the file itself, and what is no data at all
+  base::Duration text{};        // reading, and checks without model
   base::Duration parse{};       // text to nodes
-  base::Duration validation{};  // by the data model
+  base::Duration validation{};  // with the data model
 };
 
 class DataTree {
  public:
-  // A text that the model accepts. Throws InputError. `times`, if given, gets
-  // the time that it took.
+  // Reads a text. Throws InputError if the model refuses it. `times`, if given,
+  // receives the time that it took.
   static DataTree FromText(const Model& model, const InputText& text,
                            ReadingTimes* times = nullptr);
   // The same for a file, also for more than `max_size` bytes.
   static DataTree FromFile(const Model& model, const std::string& path,
                            std::size_t max_size = kMaxInputSize);
 
-  // Just what stands in a piece of XML; nothing where it is none, or no data of
-  // the model. Complete() adds defaults and plain containers, and is false
-  // where the model refuses what is there.
+  // Reads only the nodes in a piece of XML; nothing if it is not XML or not
+  // data of the model. Complete() adds defaults and plain containers, and
+  // returns false if the model refuses the nodes.
   static std::optional<DataTree> FromPart(const Model& model,
                                           const std::string& text);
   bool Complete();
 
-  // Just these nodes, of which the first is the first of all; the tree owns
-  // them. Null: none. Complete() does the rest.
+  // Takes over these nodes, given by the first of all siblings; null: no nodes.
+  // Call Complete() before use.
   static DataTree FromNodes(const Model& model, lyd_node* nodes);
 
   static DataTree Empty(const Model& model);
 
   const Model& model() const { return *model_; }
 
-  // That of the file; LYD_UNKNOWN where there was none.
+  // The format of the file; LYD_UNKNOWN if there was none.
   LYD_FORMAT format() const { return format_; }
 
-  // First child of a node, or first top node for null; null when there is none.
+  // First child of a node, or first top node for null; null if there is none.
   const lyd_node* FirstChild(const lyd_node* parent) const;
 
   // The only instance of a container or leaf under `parent` (null: at the top),
-  // or the first entry of a list; null when there is none.
+  // or the first entry of a list; null if there is none.
   const lyd_node* Find(const lyd_node* parent, const lysc_node& schema) const;
 
   // The entry of a list with these keys, as text in the order of the model;
-  // null when there is none. Quickest for the entry that was found last, and
-  // for the next one.
+  // null if there is none. Fastest for the entry that was found last, and for
+  // the next one.
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
                             const std::vector<std::string>& keys) const;
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
@@ -82,12 +82,12 @@ class DataTree {
 
   explicit DataTree(const Model& model) : model_(&model) {}
 
-  // The two steps of reading; false where the text or the data are no good.
+  // The two steps of reading; false if the text or the data are invalid.
   bool Parse(const char* text, LYD_FORMAT format);
   bool Validate();
 
-  // Why one of them failed. libyang knows the line of what the model refuses
-  // only where it does both at once.
+  // Why one of them failed. libyang knows the line of an invalid node only if
+  // it does both steps at once.
   InputError ErrorOf(const InputText& text);
 
   const lyd_node* FindInIndex(const lyd_node* first_entry,
@@ -98,20 +98,20 @@ class DataTree {
   const Model* model_;
   LYD_FORMAT format_ = LYD_UNKNOWN;
   Nodes tree_;
-  mutable const lyd_node* last_entry_ = nullptr;  // that was found by its keys
-  // Made when a list is first looked into by key; by its first entry.
+  mutable const lyd_node* last_entry_ = nullptr;  // found by its keys
+  // By the first entry of a list; made at the first look-up by key.
   mutable std::unordered_map<const lyd_node*, ListIndex> indexes_;
 };
 
-// The next entry of the list, or null behind the last one.
+// The next entry of the list, or null after the last one.
 const lyd_node* NextEntry(const lyd_node* entry);
 
-// Texts of an entry's keys in the order of the model, in the one form that
-// FindEntry() compares.
+// Canonical texts of an entry's keys in the order of the model, as FindEntry()
+// compares them.
 std::vector<std::string> KeysOf(const lyd_node* entry);
 
-// `text` as the value of `leaf` is written canonically; unchanged where it is
-// no value of that leaf.
+// The canonical form of `text` as a value of `leaf`; unchanged if it is not a
+// value of that leaf.
 std::string CanonicalText(const lysc_node& leaf, const std::string& text);
 
 }  // namespace ipav::datastore

@@ -50,7 +50,7 @@ class Comparison {
     Change change{schema, before, after, {}};
     const bool in_both = before != nullptr && after != nullptr;
     if ((schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
-      // Keys of one entry are equal, if in two forms.
+      // Keys of one entry are equal, even if their texts differ.
       if (in_both && (lysc_is_key(schema) ||
                       lyd_compare_single(before, after, 0) == LY_SUCCESS)) {
         return;
@@ -58,7 +58,7 @@ class Comparison {
     } else {
       change.children =
           Children(before, after, before != nullptr, after != nullptr);
-      // A plain container is nothing of its own: it exists with its parent.
+      // A plain container is not a change: it exists with its parent.
       if (change.children.empty() && (in_both || IsPlainContainer(*schema))) {
         return;
       }
@@ -107,7 +107,7 @@ Diff::Diff(const DataTree& running_part, const DataTree& candidate_part,
 }
 
 void Diff::IndexChanges() {
-  // Addresses are final only now that no vector grows any more.
+  // Only now are the addresses final: no vector grows any more.
   std::vector<const std::vector<Change>*> open = {&top_};
   while (!open.empty()) {
     const std::vector<Change>& changes = *open.back();

@@ -1,9 +1,9 @@
-// What a transaction changes: the running configuration against the candidate,
-// as a tree of the changed nodes only. Found in one pass over both trees, which
-// must outlive it.
+// The difference between the running configuration and the candidate, as a tree
+// of the changed nodes only. Made in one pass over both trees, which must
+// outlive it.
 //
-// Entries of lists ordered by the user are matched by key; their moves are not
-// seen.
+// Entries of lists ordered by the user are matched by key; moves are not
+// detected.
 #ifndef IPAV_HOST_DATASTORE_DIFF_H_
 #define IPAV_HOST_DATASTORE_DIFF_H_
 
@@ -26,7 +26,7 @@ struct Change {
 };
 
 // The node of `tree` under `parent` (null: the top) that is the same instance
-// as `node`; null when there is none.
+// as `node`; null if there is none.
 const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
                             const lyd_node& node);
 
@@ -34,8 +34,8 @@ class Diff {
  public:
   Diff(const DataTree& running, const DataTree& candidate);
 
-  // The same from parts of both that hold all that is not the same. The changes
-  // then tell of nodes of the whole candidate, and the part of it may go.
+  // The same, from parts of both that hold everything that differs. The changes
+  // point to nodes of the whole candidate, so that its part may be destroyed.
   Diff(const DataTree& running_part, const DataTree& candidate_part,
        const DataTree& candidate);
   Diff(const Diff&) = delete;
@@ -43,7 +43,7 @@ class Diff {
 
   const std::vector<Change>& top() const { return top_; }
 
-  // The change at or below that node of the candidate; null when it is the same
+  // The change at or below that node of the candidate; null if it is the same
   // in both.
   const Change* Of(const lyd_node* candidate_node) const;
 

@@ -48,7 +48,7 @@ bool IsSamePrefix(int family, const std::string& a, const std::string& b) {
          a.substr(slash_a) == b.substr(slash_b);
 }
 
-// Whether two texts of a type are one value.
+// Whether two texts of a type are the same value.
 bool IsSameValue(confd_vtype type, const char* a, const char* b) {
   switch (type) {
     case C_BINARY:

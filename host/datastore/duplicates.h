@@ -1,5 +1,6 @@
-// List entries that are the same although libyang tells them apart: it compares
-// keys as texts, and one value may have several texts (fe80::1/64, FE80::1/64).
+// Finds list entries that are equal although libyang distinguishes them: it
+// compares keys as texts, and one value may have several texts (fe80::1/64,
+// FE80::1/64).
 #ifndef IPAV_HOST_DATASTORE_DUPLICATES_H_
 #define IPAV_HOST_DATASTORE_DUPLICATES_H_
 

@@ -17,7 +17,7 @@ inline bool IsExtension(const lysc_ext_instance& extension,
   return name == definition.name && module == definition.module->name;
 }
 
-// The first one of that name; null if there is none.
+// The first extension of that name; null if there is none.
 inline const lysc_ext_instance* FindExtension(
     const lysc_ext_instance* extensions, std::string_view module,
     std::string_view name) {

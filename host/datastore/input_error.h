@@ -1,4 +1,4 @@
-// What is wrong with a file that somebody handed in.
+// Error in an input file.
 #ifndef IPAV_HOST_DATASTORE_INPUT_ERROR_H_
 #define IPAV_HOST_DATASTORE_INPUT_ERROR_H_
 
@@ -7,7 +7,7 @@
 
 namespace ipav::datastore {
 
-// what() is one line: "FILE:LINE: reason", or "FILE: reason" where no line is
+// what() is one line: "FILE:LINE: reason", or "FILE: reason" if no line is
 // known.
 class InputError : public std::runtime_error {
  public:

@@ -16,7 +16,7 @@ namespace {
 
 using base::FileDescriptor;
 
-// For what does not tell its size.
+// The first buffer for a file without a known size.
 constexpr std::size_t kLeastRoom = 65536;
 
 InputError SystemError(const std::string& path) {
@@ -34,7 +34,7 @@ FileDescriptor Open(const std::string& path) {
   return file;
 }
 
-// The size of the file; 0 of what has none.
+// The size of the file; 0 if it has none, such as a pipe.
 std::size_t SizeOf(const FileDescriptor& file, const std::string& path) {
   struct stat status {};
   if (fstat(file.get(), &status) != 0) throw SystemError(path);
@@ -44,7 +44,7 @@ std::size_t SizeOf(const FileDescriptor& file, const std::string& path) {
   return S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
-// Puts what there is at `used`, where there is room for it. False at the end.
+// Reads into the free space after `used`. False at the end of the file.
 bool ReadSome(const FileDescriptor& file, const std::string& path,
               std::string* text, std::size_t* used) {
   const ssize_t count =
@@ -61,7 +61,7 @@ std::string ReadInput(const std::string& path, std::size_t max_size) {
   const std::size_t size = SizeOf(file, path);
   if (size > max_size) throw TooLarge(path, max_size);
 
-  // One byte more than there should be, to see the end without growing.
+  // One byte more than the size, to notice the end without growing.
   std::string text(size + 1, '\0');
   std::size_t used = 0;
   while (ReadSome(file, path, &text, &used)) {

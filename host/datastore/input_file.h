@@ -1,5 +1,4 @@
-// The text of a file that somebody handed in, which may be a device without an
-// end.
+// Reads an input file, which may be a device without an end.
 #ifndef IPAV_HOST_DATASTORE_INPUT_FILE_H_
 #define IPAV_HOST_DATASTORE_INPUT_FILE_H_
 
@@ -10,12 +9,12 @@
 
 namespace ipav::datastore {
 
-// In bytes. A tree takes up to 70 times the memory of its text, as a list of
-// bare names does.
+// In bytes. A tree takes up to 70 times the memory of its text (worst case: a
+// list of names only).
 constexpr std::size_t kMaxInputSize = std::size_t{64} << 20;
 
-// Throws InputError. What is larger than `max_size` is refused unread, where it
-// tells its size.
+// Throws InputError. A file larger than `max_size` is refused without reading
+// it if its size is known.
 std::string ReadInput(const std::string& path, std::size_t max_size);
 
 }  // namespace ipav::datastore

@@ -15,13 +15,13 @@ namespace {
 
 constexpr char kBlanks[] = " \t\r\n";
 
-// Newlines in front of a place.
+// Number of newlines before a position.
 unsigned long LinesBefore(const std::string& text, std::size_t place) {
   return static_cast<unsigned long>(
       std::count(text.data(), text.data() + place, '\n'));
 }
 
-// Where the text starts behind a byte order mark and blanks, which libyang
+// Where the text starts after a byte order mark and blanks, which libyang
 // either refuses or counts twice.
 std::size_t StartOf(const std::string& text, const std::string& path) {
   const std::size_t mark = text.rfind("\xef\xbb\xbf", 0) == 0 ? 3 : 0;
@@ -37,7 +37,7 @@ LYD_FORMAT FormatOf(const std::string& text, std::size_t start,
   throw InputError(path, LinesBefore(text, start) + 1, "neither XML nor JSON");
 }
 
-// libyang takes NUL for the end of the text and would drop what follows.
+// For libyang, NUL ends the text: it would ignore the rest.
 void RefuseNul(const std::string& text, const std::string& path) {
   const std::size_t nul = text.find('\0');
   if (nul == std::string::npos) return;
@@ -50,10 +50,10 @@ void RefuseOtherEncodings(const std::string& text, const std::string& path) {
   throw InputError(path, LinesBefore(text, end) + 1, "is not UTF-8");
 }
 
-// Hears where arrays and objects of a JSON text begin.
+// Counts the nested arrays of a JSON text.
 class JsonNesting {
  public:
-  // The next one, inside of `depth` others.
+  // An array or object begins, inside of `depth` others.
   void Begin(std::size_t depth, bool is_array) {
     arrays_around_.resize(depth);
     const std::size_t around = depth > 0 ? arrays_around_.back() : 0;
@@ -61,19 +61,19 @@ class JsonNesting {
     deepest_ = std::max(deepest_, arrays_around_.back());
   }
 
-  // How many arrays stand in each other with no object in between.
+  // How many arrays are nested without an object in between.
   std::size_t deepest_arrays() const { return deepest_; }
 
  private:
-  std::vector<std::size_t> arrays_around_;  // of each that is open, and itself
+  std::vector<std::size_t> arrays_around_;  // per open one, with itself
   std::size_t deepest_ = 0;
 };
 
-// YANG data has no more than a leaf-list of empty values: [[null]].
+// The deepest nesting in YANG data is a leaf-list of empty values: [[null]].
 constexpr std::size_t kMaxArraysInArrays = 2;
 
-// libyang takes JSON that ends too early, ignores what follows its end, and
-// dies of three arrays in each other.
+// libyang accepts JSON that ends too early, ignores text after its end, and
+// crashes on three nested arrays.
 void RefuseBadJson(const std::string& text, const std::string& path) {
   using nlohmann::json;
   using Event = json::parse_event_t;

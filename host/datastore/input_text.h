@@ -1,4 +1,4 @@
-// The text of one configuration, as far as it can be judged without a model.
+// The text of one configuration, and the checks of it that need no model.
 #ifndef IPAV_HOST_DATASTORE_INPUT_TEXT_H_
 #define IPAV_HOST_DATASTORE_INPUT_TEXT_H_
 
@@ -13,7 +13,7 @@ namespace ipav::datastore {
 struct InputText {
   std::string path;       // for error messages
   std::string bytes;      // of the file
-  std::size_t start = 0;  // behind a byte order mark and blanks
+  std::size_t start = 0;  // after a byte order mark and blanks
   LYD_FORMAT format = LYD_UNKNOWN;
 
   std::string_view data() const {
@@ -21,9 +21,8 @@ struct InputText {
   }
 };
 
-// The bytes of that file, XML (RFC 7950) or JSON (RFC 7951), told apart by
-// their first character. Throws InputError for what is no such text whatever
-// the model.
+// The bytes of that file, XML (RFC 7950) or JSON (RFC 7951), distinguished by
+// their first character. Throws InputError if the text is invalid in any model.
 InputText CheckText(const std::string& path, std::string bytes);
 
 // The same for a file, also for more than `max_size` bytes.

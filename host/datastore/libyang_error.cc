@@ -8,14 +8,14 @@ namespace ipav::datastore {
 
 namespace {
 
-// libyang tells place and line in one sentence, `Data location "/a:b", line
+// libyang reports path and line in one sentence, `Data location "/a:b", line
 // number 4.` or `Line number 1.`; either may be missing.
 struct Place {
   std::string path;
   unsigned long line = 0;  // 0: not known
 };
 
-// What stands between two marks; empty where they are not there.
+// The text between two marks; empty if they are missing.
 std::string Between(const std::string& text, const std::string& before,
                     char after) {
   const std::size_t mark = text.find(before);
@@ -24,7 +24,7 @@ std::string Between(const std::string& text, const std::string& before,
   return text.substr(begin, text.find(after, begin) - begin);
 }
 
-// The same on one line: messages quote the input.
+// The text on one line: messages quote the input.
 std::string OneLine(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; },
@@ -49,7 +49,7 @@ InputError FirstError(const ly_ctx* context, const std::string& file,
   const ly_err_item* error = ly_err_first(context);
   if (error == nullptr) return {file, "unknown error of the YANG library"};
 
-  // The line is worth more than the path, which libyang 2.1 gets wrong for
+  // The line is more useful than the path, which is wrong in libyang 2.1 for
   // duplicate entries.
   const Place place = PlaceOf(*error);
   const std::string reason = OneLine(error->msg);

@@ -1,4 +1,4 @@
-// libyang's error record, as one of ours.
+// Converts libyang's error record to an InputError.
 #ifndef IPAV_HOST_DATASTORE_LIBYANG_ERROR_H_
 #define IPAV_HOST_DATASTORE_LIBYANG_ERROR_H_
 
@@ -10,9 +10,9 @@
 
 namespace ipav::datastore {
 
-// The first error that libyang recorded since the last ClearErrors(): the one
-// that the others follow from. The text that libyang was given began
-// `skipped_lines` behind the start of the file.
+// The first error that libyang recorded since the last ClearErrors(); the
+// others are its consequences. libyang's text began `skipped_lines` after the
+// start of the file.
 InputError FirstError(const ly_ctx* context, const std::string& file,
                       unsigned long skipped_lines = 0);
 

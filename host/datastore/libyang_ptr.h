@@ -1,4 +1,4 @@
-// Owners of what libyang allocates.
+// Owners of libyang's allocations.
 #ifndef IPAV_HOST_DATASTORE_LIBYANG_PTR_H_
 #define IPAV_HOST_DATASTORE_LIBYANG_PTR_H_
 

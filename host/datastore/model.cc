@@ -16,8 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// libyang keeps plug-ins added by hand as long as a context lives, whichever;
-// adding one twice would make it run twice.
+// libyang keeps an added plug-in as long as any context lives; a plug-in that
+// is added twice runs twice.
 int g_contexts = 0;
 std::string g_extension_plugin;
 
@@ -40,7 +40,7 @@ std::vector<std::string> ModuleNames(const std::string& yang_dir) {
 }
 
 // The module that could not be parsed while `name` was loaded: it or one that
-// it imports. libyang says so behind the error itself.
+// it imports. libyang records this after the error itself.
 std::string FailedModule(const ly_ctx* context, const std::string& name) {
   const std::string before = "Parsing module \"";
   for (const ly_err_item* error = ly_err_first(context); error != nullptr;
@@ -64,7 +64,7 @@ LY_ERR Append(lysc_node* node, void* nodes, ly_bool* /*skip_children*/) {
   return LY_SUCCESS;
 }
 
-// The modules whose nodes may hold data, in the order of loading.
+// The modules with nodes that may hold data, in the order of loading.
 std::vector<const lys_module*> ImplementedModules(const ly_ctx* context) {
   std::vector<const lys_module*> modules;
   std::uint32_t index = 0;
@@ -76,7 +76,7 @@ std::vector<const lys_module*> ImplementedModules(const ly_ctx* context) {
   return modules;
 }
 
-// Every node of the model in its order, parents first.
+// Every node of the model in the model's order, parents first.
 std::vector<const lysc_node*> NodesOf(
     const std::vector<const lys_module*>& modules) {
   std::vector<const lysc_node*> nodes;
@@ -86,7 +86,7 @@ std::vector<const lysc_node*> NodesOf(
   return nodes;
 }
 
-// The number of a text like 0x1412343f; 0 for what is none.
+// The number of a text like 0x1412343f; 0 for any other text.
 std::uint32_t TagNumber(std::string_view text) {
   if (text.substr(0, 2) != "0x") return 0;
   std::uint32_t number = 0;
@@ -117,7 +117,7 @@ bool DependsOnOthers(const lysc_type& type) {
   return false;
 }
 
-// Whether nothing that the model says of a node takes another one to judge.
+// Whether the node can be validated without looking at other nodes.
 bool IsJudgedAlone(const lysc_node* node) {
   constexpr std::uint16_t kPlain =
       LYS_CONTAINER | LYS_LIST | LYS_LEAF | LYS_LEAFLIST;
@@ -143,11 +143,13 @@ NodeFacts* MutableFacts(const lysc_node& node) {
   return static_cast<NodeFacts*>(node.priv);
 }
 
-// Tells a list of its keys, and all around it as well. Its children are done.
+// Records in the parent what is known of the node: whether it is a key, and
+// keys with several texts at or below it. The children of the node must be
+// done.
 void MarkKeys(const lysc_node* node) {
   if (node->parent == nullptr) return;
   NodeFacts* parent = MutableFacts(*node->parent);
-  if (parent == nullptr) return;  // in or out of an operation: holds no data
+  if (parent == nullptr) return;  // of an operation: no data
   const NodeFacts* facts = MutableFacts(*node);
   parent->has_keys_of_many_forms |= facts->has_keys_of_many_forms;
   if (!lysc_is_key(node)) return;
@@ -211,7 +213,7 @@ void Model::LoadModules() {
 }
 
 void Model::NumberTags(const std::vector<const lysc_node*>& nodes) {
-  // 1. The numbers that the model gives.
+  // 1. Use the numbers that the model gives.
   for (const lysc_node* node : nodes) {
     const lysc_ext_instance* given =
         FindExtension(node->exts, kOwnExtensions, "tag-number");
@@ -228,7 +230,7 @@ void Model::NumberTags(const std::vector<const lysc_node*>& nodes) {
     }
   }
 
-  // 2. The host's own for all others.
+  // 2. Give all others a number of the host.
   std::uint32_t next = 1;
   for (const lysc_node* node : nodes) {
     if (tag_of_name_.count(node->name) != 0) continue;
@@ -249,19 +251,20 @@ void Model::FindFacts(const std::vector<const lysc_node*>& nodes) {
   for (const lysc_node* node : nodes) {
     judges_nodes_alone_ = judges_nodes_alone_ && IsJudgedAlone(node);
     NodeFacts& facts = facts_.emplace_back();
-    // libyang leaves this member to its user.
+    // This member is for the user of libyang.
     const_cast<lysc_node*>(node)->priv = &facts;
     facts.tag = {tag_of_name_.at(node->name),
                  number_of_module_.at(node->module)};
     if ((node->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
-      // The members of both that are asked for lie at the same place.
+      // The members that are read have the same offset in both structures.
       facts.value_type =
           ValueTypeOf(*reinterpret_cast<const lysc_node_leaf&>(*node).type);
     } else {
       CollectChildren(node, nullptr, &facts);
     }
   }
-  // Children stand behind their parents: from the last to the first.
+  // Children come after their parents in `nodes`: go from the last to the
+  // first.
   for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
     MarkKeys(*node);
   }

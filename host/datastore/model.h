@@ -1,6 +1,6 @@
-// The data model: the YANG modules of a folder, and what their annotations say
-// of validation points, tag numbers and value types. Immutable once loaded;
-// data trees point into it and must not outlive it.
+// The data model: the YANG modules of a folder, with their annotations on
+// validation points, tag numbers and value types. Immutable once loaded; data
+// trees point into it and must not outlive it.
 #ifndef IPAV_HOST_DATASTORE_MODEL_H_
 #define IPAV_HOST_DATASTORE_MODEL_H_
 
@@ -43,20 +43,20 @@ struct UseSite {
   std::vector<Dependency> dependencies;  // none: runs at every commit
 };
 
-// What the host asks of a node time and again, found once.
+// Facts about a node that the host often needs, found once.
 struct NodeFacts {
   xml_tag tag{};
   confd_vtype value_type = C_NOEXISTS;  // of a leaf
   std::size_t key_count = 0;            // of a list
-  // Whether the node holds, or is, a list with keys of which one value has
-  // several texts that libyang tells apart.
+  // Whether the node holds, or is, a list with a key that may have several
+  // texts for one value; libyang distinguishes these.
   bool has_keys_of_many_forms = false;
   std::map<std::string_view, std::vector<const lysc_node*>> children;
 };
 
 class Model {
  public:
-  // Loads every module of `yang_dir`; what they import may also lie in its
+  // Loads every module of `yang_dir`; imported modules may also be in its
   // folder stubs. `extension_plugin` is the libyang plug-in that compiles
   // `tailf:validate`. Throws InputError.
   Model(std::string yang_dir, const std::string& extension_plugin);
@@ -65,29 +65,29 @@ class Model {
 
   ly_ctx* context() const { return context_.get(); }
 
-  // Of a node of any model.
+  // The facts about a node of any model.
   static const NodeFacts& FactsOf(const lysc_node& node) {
     return *static_cast<const NodeFacts*>(node.priv);
   }
 
-  // Whether what it says of a node of the configuration never depends on
-  // another, other than that there is none of the same keys: no must, no when,
-  // no leafref, no unique, no mandatory nodes, no choices.
+  // Whether the validity of a configuration node never depends on another node,
+  // except that keys are unique: no must, no when, no leafref, no unique, no
+  // mandatory nodes, no choices.
   bool judges_nodes_alone() const { return judges_nodes_alone_; }
 
-  // By priority, and in the order of the model where it is equal.
+  // By priority, then in the order of the model.
   const std::vector<UseSite>& use_sites() const { return use_sites_; }
 
-  // Number of a node's name and of its module; the model's own where it gives
-  // one, else the host's.
+  // Number of a node's name and of its module: that of the model if it gives
+  // one, else that of the host.
   xml_tag TagOf(const lysc_node& node) const;
 
   // Name of a tag number, null for an unknown one.
   const std::string* NameOfTag(std::uint32_t tag) const;
 
   // The child (of the root: null) of that name. `prefix`, a module's prefix or
-  // name, may be empty where only one module has such a child. Null when there
-  // is none; `ambiguous` tells whether that is for too many.
+  // name, may be empty if only one module has such a child. Null if there is
+  // none, or several; `ambiguous` is true if there are several.
   const lysc_node* FindChild(const lysc_node* parent, std::string_view prefix,
                              std::string_view name,
                              bool* ambiguous = nullptr) const;
@@ -105,14 +105,14 @@ class Model {
 
   std::string yang_dir_;
   std::unique_ptr<ly_ctx, ContextDeleter> context_;
-  std::vector<const lys_module*> modules_;  // those that may hold data
+  std::vector<const lys_module*> modules_;  // that may hold data
   std::vector<UseSite> use_sites_;
   std::unordered_map<std::string, std::uint32_t> tag_of_name_;
   std::unordered_map<std::uint32_t, std::string> name_of_tag_;
   std::unordered_map<const lys_module*, std::uint32_t> number_of_module_;
   std::deque<NodeFacts> facts_;  // libyang's nodes point to theirs
   bool judges_nodes_alone_ = true;
-  NodeFacts root_;  // nothing but children
+  NodeFacts root_;  // only its children are used
 };
 
 // Path of a schema node from the root, without prefixes and keys.

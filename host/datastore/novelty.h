@@ -1,4 +1,4 @@
-// What a transaction did to a node.
+// How a transaction changed a node.
 #ifndef IPAV_HOST_DATASTORE_NOVELTY_H_
 #define IPAV_HOST_DATASTORE_NOVELTY_H_
 

@@ -66,7 +66,7 @@ class Scanner {
     return Skip(">");
   }
 
-  // With one attribute there is no second one of the same name.
+  // A single attribute cannot have a duplicate name.
   bool SkipStartTag() {
     const std::string_view name = SkipName();
     if (name.empty()) return false;
@@ -97,7 +97,7 @@ class Scanner {
     return true;
   }
 
-  // Whether there were any.
+  // Skips blanks. Whether there were any.
   bool SkipBlanks() {
     const std::size_t begin = at_;
     at_ = std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size());

@@ -10,9 +10,10 @@ namespace ipav::datastore {
 
 namespace {
 
-// Whether the nodes of a part of one configuration are in the other only where
-// its part has them, too. Else the first configuration has them twice: once in
-// what both share. State data, of which a model may say more, are never sound.
+// Whether each node of a part of one configuration is in the other
+// configuration only if it is also in the part of the other. Otherwise the
+// first configuration has the node twice: also in the shared part. False for
+// state data, which may have further constraints.
 bool AreOnce(const DataTree& part, const lyd_node* parent,
              const DataTree& other_part, const lyd_node* other_parent,
              const DataTree& other, const lyd_node* whole_parent) {
@@ -47,13 +48,13 @@ Transaction::Transaction(const Running& running, DataTree candidate,
   if (!CompareTexts(text)) diff_.emplace(running_.Tree(), candidate_);
 }
 
-// Finds the changes in the parts of the texts that are not the same. False
-// where that is not enough to know them, or to know that the running
-// configuration is right.
+// Finds the changes by comparing the parts of the texts that differ. False if
+// this does not suffice to find them, or to know that the running configuration
+// is valid.
 //
-// What both texts share the model has accepted in the candidate. What only the
-// running configuration has is judged here, by a model that judges each node
-// alone, and must not be in the shared part once more.
+// The model has accepted the shared part in the candidate. The rest of the
+// running configuration is validated here. This requires a model in which each
+// node can be validated alone, and nodes that are not also in the shared part.
 bool Transaction::CompareTexts(const InputText& text) {
   const Model& model = running_.model();
   const std::optional<InputText>& before = running_.text();

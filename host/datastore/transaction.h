@@ -1,5 +1,5 @@
-// A candidate beside the running configuration that it is to replace, and what
-// it changes.
+// A candidate, the running configuration that it would replace, and the
+// difference.
 #ifndef IPAV_HOST_DATASTORE_TRANSACTION_H_
 #define IPAV_HOST_DATASTORE_TRANSACTION_H_
 
@@ -14,11 +14,11 @@
 
 namespace ipav::datastore {
 
-// The running configuration: a text that is made into a tree when somebody
-// asks for all of it. To tell what a candidate changes takes less, mostly.
+// The running configuration: a text that is made into a tree only when the
+// whole tree is needed. Finding the changes of a candidate mostly needs less.
 class Running {
  public:
-  // Nothing is configured yet.
+  // An empty configuration.
   explicit Running(const Model& model) : model_(model) {}
   // `reading` is the time that it took to get the text.
   Running(const Model& model, InputText text, base::Duration reading = {})
@@ -29,13 +29,13 @@ class Running {
   const Model& model() const { return model_; }
   const std::optional<InputText>& text() const { return text_; }
 
-  // Whether Tree() has it at hand.
+  // Whether the tree is made already.
   bool has_tree() const { return tree_.has_value(); }
 
-  // Throws InputError where the model refuses the text.
+  // Throws InputError if the model refuses the text.
   const DataTree& Tree() const;
 
-  // Of the reading, as far as it was done.
+  // Times of the reading, as far as it was done.
   const ReadingTimes& times() const { return times_; }
 
  private:
@@ -48,8 +48,8 @@ class Running {
 // Neither copied nor moved: the changes point into it.
 class Transaction {
  public:
-  // The candidate is the tree of that text. Throws InputError for a running
-  // configuration that the model refuses. Borrows `running`.
+  // The candidate is the tree of that text. Throws InputError if the model
+  // refuses the running configuration. Borrows `running`.
   Transaction(const Running& running, DataTree candidate,
               const InputText& text);
   Transaction(const Transaction&) = delete;
@@ -64,7 +64,7 @@ class Transaction {
 
   const Running& running_;
   const DataTree candidate_;
-  std::optional<DataTree> running_part_;  // what the candidate does not share
+  std::optional<DataTree> running_part_;  // without the shared part
   std::optional<Diff> diff_;
 };
 

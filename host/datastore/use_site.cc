@@ -23,8 +23,8 @@ std::vector<std::string> Steps(const std::string& path) {
   return steps;
 }
 
-// One ".." of a path, from `*node` to its parent (null: the root); false where
-// there is none, or behind a name.
+// One ".." of a path, from `*node` to its parent (null: the root); false if
+// there is no parent, or after a name.
 bool StepUp(const lysc_node** node, Dependency* dependency) {
   if (*node == nullptr || !dependency->steps.empty()) return false;
   *node = lysc_data_parent(*node);
@@ -32,8 +32,8 @@ bool StepUp(const lysc_node** node, Dependency* dependency) {
   return true;
 }
 
-// One name of a path, from `*node` to its child; false where it names none.
-// Without a prefix a child of the module `own` goes first.
+// One name of a path, from `*node` to its child; false if there is no such
+// child. Without a prefix, a child of the module `own` takes precedence.
 bool StepDown(const Model& model, const lys_module& own,
               const std::string& step, const lysc_node** node,
               Dependency* dependency) {
@@ -57,7 +57,7 @@ Dependency Resolve(const Model& model, const lysc_node& from,
   dependency.text = text;
   dependency.absolute = text.front() == '/';
   const lysc_node* node = dependency.absolute ? nullptr : &from;
-  // "a//b" is any b below a: no one node.
+  // "a//b" is any b below a, and not a single node.
   bool known = text.find("//") == std::string::npos;
   for (const std::string& step : Steps(text)) {
     if (known && (step.empty() || step == ".")) continue;

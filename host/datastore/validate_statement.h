@@ -1,6 +1,6 @@
 // A `tailf:validate` statement of the data model, as the YANG extension plug-in
-// leaves it in a compiled schema node (lysc_ext_instance::compiled) for the
-// model to find. Shared by two binaries, so plain data only.
+// stores it in a compiled schema node (lysc_ext_instance::compiled) for the
+// model. Shared by two binaries, so plain data only.
 #ifndef IPAV_HOST_DATASTORE_VALIDATE_STATEMENT_H_
 #define IPAV_HOST_DATASTORE_VALIDATE_STATEMENT_H_
 
@@ -10,7 +10,7 @@
 namespace ipav::datastore {
 
 struct ValidateStatement {
-  std::string opaque;  // empty when the statement has none
+  std::string opaque;  // empty if the statement has none
   bool has_opaque = false;
   bool call_once = false;
   int priority = 0;  // lower runs first

@@ -12,7 +12,7 @@ namespace {
 
 confd_vtype TypeOfPlugin(const lysc_type& type) {
   const std::string_view id = type.plugin == nullptr ? "" : type.plugin->id;
-  // The daemon has types of their own for these, which are not carried here.
+  // The daemon has special types for these, which this host does not support.
   for (const char* other : {"ipv4-prefix", "ipv6-prefix", "date-and-time"}) {
     if (id.find(other) != std::string_view::npos) return C_NOEXISTS;
   }

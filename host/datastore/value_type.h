@@ -1,4 +1,4 @@
-// The types of the daemon's interface for the types of YANG.
+// Maps YANG types to the types of the daemon's interface.
 #ifndef IPAV_HOST_DATASTORE_VALUE_TYPE_H_
 #define IPAV_HOST_DATASTORE_VALUE_TYPE_H_
 
@@ -10,8 +10,8 @@ namespace ipav::datastore {
 // C_NOEXISTS for a type that this host does not support.
 confd_vtype ValueTypeOf(const lysc_type& type);
 
-// Whether one value of the type has several texts. libyang, to which such a
-// value is a string, takes them for different values.
+// Whether one value of the type may have several texts. For libyang such a
+// value is a string, and the texts are different values.
 bool HasManyForms(confd_vtype type);
 
 }  // namespace ipav::datastore

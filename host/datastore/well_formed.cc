@@ -16,7 +16,7 @@ namespace ipav::datastore {
 
 namespace {
 
-// Behind an XML declaration, which can only stand at the very start.
+// Skips an XML declaration, which is only allowed at the very start.
 std::size_t BehindDeclaration(const InputText& text) {
   const std::string& bytes = text.bytes;
   if (bytes.compare(text.start, 5, "<?xml") != 0) return text.start;
@@ -24,7 +24,7 @@ std::size_t BehindDeclaration(const InputText& text) {
   return end == std::string::npos ? bytes.size() : end + 2;
 }
 
-// Hears a text piece by piece, and only whether it is well-formed XML.
+// Reads a text piece by piece, and only checks whether it is well-formed XML.
 class XmlListener {
  public:
   XmlListener() {
@@ -38,7 +38,7 @@ class XmlListener {
                       XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_IGNORE_ENC);
   }
 
-  // False behind what no XML text has.
+  // False after input that is not XML.
   bool Hear(std::string_view piece, bool is_last = false) {
     constexpr std::size_t kMost = std::size_t{1} << 20;
     for (std::size_t at = 0; at < piece.size(); at += kMost) {
@@ -62,17 +62,18 @@ class XmlListener {
 
 void RequireWellFormed(const InputText& text) {
   if (text.format != LYD_XML) return;
-  // 1. YANG data may have several elements at the top, an XML document has one.
+  // 1. Find the content after an XML declaration.
   const std::size_t start = BehindDeclaration(text);
   const std::string_view content = std::string_view{text.bytes}.substr(start);
-  // 2. The parser takes as long as libyang: most texts do not need it.
+  // 2. Parse it within a root, because YANG data may have several top elements.
+  // The parser takes as long as libyang, so it is skipped for plain texts.
   if (IsPlainXml(content)) return;
   XmlListener listener;
   if (listener.Hear("<data>") && listener.Hear(content) &&
       listener.Hear("</data>", true)) {
     return;
   }
-  // 3. What is wrong, in one line.
+  // 3. Report the error in one line.
   const xmlError* error = listener.error();
   std::string reason = "no well-formed XML";
   auto line = static_cast<unsigned long>(

@@ -5,9 +5,9 @@
 
 namespace ipav::datastore {
 
-// Throws InputError for a text that libyang may take for XML, and other parsers
-// do not (XML 1.0, section 2.1): control characters in CDATA, ]]> in a value,
-// comments in comments. Says nothing of other formats.
+// Throws InputError for XML text that is not well-formed (XML 1.0, section 2.1)
+// although libyang may accept it: control characters in CDATA, ]]> in a value,
+// nested comments. Does nothing for other formats.
 void RequireWellFormed(const InputText& text);
 
 }  // namespace ipav::datastore

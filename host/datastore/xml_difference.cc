@@ -10,7 +10,7 @@ namespace ipav::datastore {
 
 namespace {
 
-// Thrown where the texts are not what this file can tell apart.
+// Thrown if this file cannot compare the texts.
 struct TooHard {};
 
 struct Tag {
@@ -32,7 +32,7 @@ class Siblings {
   // The text from here to its end.
   std::string_view Rest() const { return text_.substr(at_); }
 
-  // The next element; goes behind it.
+  // Returns the next element and moves after it.
   std::string_view Next() {
     const std::size_t begin = at_;
     at_ = BehindTag(begin);
@@ -42,7 +42,7 @@ class Siblings {
     return element;
   }
 
-  // The start tag of the next element; goes to its first child.
+  // Returns the start tag of the next element and moves to its first child.
   Tag Enter() {
     const std::size_t begin = at_;
     at_ = BehindTag(begin);
@@ -54,7 +54,7 @@ class Siblings {
     return tag;
   }
 
-  // The end tag of the parent; goes behind it.
+  // Returns the end tag of the parent and moves after it.
   std::string_view Leave() {
     if (text_.compare(at_, 2, "</") != 0) throw TooHard();
     const std::size_t begin = at_;
@@ -64,14 +64,14 @@ class Siblings {
     return tag;
   }
 
-  // Goes on by an element of that size.
+  // Skips an element of that size.
   void Skip(std::size_t size) {
     at_ += size;
     SkipToElement();
   }
 
  private:
-  // Goes behind blanks and comments.
+  // Skips blanks and comments.
   void SkipToElement() {
     for (;;) {
       while (at_ < text_.size() && IsBlank(text_[at_])) ++at_;
@@ -90,10 +90,10 @@ class Siblings {
     return found + mark.size();
   }
 
-  // Behind the tag that begins at a place.
+  // The position after the tag that begins at `begin`.
   std::size_t BehindTag(std::size_t begin) const {
     if (begin >= text_.size() || text_[begin] != '<') throw TooHard();
-    // Most tags are short: by character is faster than a search.
+    // Most tags are short: a loop over characters is faster than a search.
     for (std::size_t at = begin; at < text_.size(); ++at) {
       const char c = text_[at];
       if (c == '>') return at + 1;
@@ -104,14 +104,14 @@ class Siblings {
     throw TooHard();
   }
 
-  // Behind a comment or a CDATA section.
+  // The position after a comment or a CDATA section.
   std::size_t BehindNoElement(std::size_t begin) const {
     if (text_.compare(begin, 4, "<!--") == 0) return Behind("-->", begin + 4);
     if (text_.compare(begin, 9, "<![CDATA[") != 0) throw TooHard();
     return Behind("]]>", begin + 9);
   }
 
-  // Goes behind the end of the element whose content begins here.
+  // Moves after the end of the element with the content that begins here.
   void FindEnd() {
     for (std::size_t depth = 1;;) {
       const std::size_t tag = text_.find('<', at_);
@@ -141,12 +141,13 @@ class Siblings {
 
 using Elements = std::vector<std::string_view>;
 
-// Appends the elements that are left of a level.
+// Appends the remaining elements of a level.
 void TakeAll(Siblings* siblings, Elements* elements) {
   while (!siblings->IsAtEnd()) elements->push_back(siblings->Next());
 }
 
-// Takes the elements out that stand in both, once for once.
+// Removes the elements that are in both; each occurrence removes one of the
+// other.
 void RemoveShared(Elements* first, Elements* second) {
   while (!first->empty() && !second->empty() &&
          first->back() == second->back()) {
@@ -180,9 +181,9 @@ class Comparison {
   Comparison(const Model& model, std::size_t most)
       : model_(model), most_(most) {}
 
-  // Compares what is left of one level, the children of a node of the model
-  // (null: the top). Stops where nothing differs any more up to the end of the
-  // texts, and else behind the level.
+  // Compares the rest of one level, the children of a node of the model (null:
+  // the top). Stops where the rest of both texts is the same, else after the
+  // level.
   void Compare(Siblings* firsts, Siblings* seconds, const lysc_node* parent,
                XmlDifference* left) {
     Elements in_first;
@@ -190,7 +191,7 @@ class Comparison {
     bool in_step = true;
     while (!all_same_ && in_step) {
       if (firsts->IsAtEnd() || seconds->IsAtEnd()) break;
-      // A container first: to see whether it is the same, all of it is read.
+      // Containers first: SkipShared() would read the whole container.
       if (Descend(firsts, seconds, parent, left)) continue;
       if (SkipShared(firsts, seconds)) continue;
       in_first.push_back(firsts->Next());
@@ -209,7 +210,7 @@ class Comparison {
   }
 
  private:
-  // Goes on where both are at the same element. False where they are not.
+  // Skips the next element if it is the same in both, else false.
   static bool SkipShared(Siblings* firsts, Siblings* seconds) {
     Siblings ahead = *seconds;
     const std::string_view text = ahead.Next();
@@ -225,8 +226,7 @@ class Comparison {
     return firsts.Next() == seconds.Next();
   }
 
-  // Compares the children where both are at one and the same container. False
-  // where they are at anything else.
+  // Compares the children if both are at the same container, else false.
   bool Descend(Siblings* firsts, Siblings* seconds, const lysc_node* parent,
                XmlDifference* left) {
     Siblings in_first = *firsts;
@@ -245,7 +245,8 @@ class Comparison {
       Wrap(tag, inside.second, &left->second);
     }
     if (!all_same_) {
-      // The second text is well-formed, and so is the first if it ends alike.
+      // The second text is well-formed, and so is the first if its end is the
+      // same.
       if (in_first.Leave() != in_second.Leave()) throw TooHard();
       all_same_ = in_first.Rest() == in_second.Rest();
     }
@@ -274,13 +275,13 @@ class Comparison {
   bool all_same_ = false;  // from here on
 };
 
-// Whether a comparison came to the end of both texts, or to where they are the
-// same up to the end.
+// Whether a comparison reached the end of both texts, or a point from which
+// they are the same.
 bool IsWhole(const Siblings& first, const Siblings& second) {
   return first.Rest() == second.Rest();
 }
 
-// The text behind an XML declaration, if both begin with the same one.
+// The text after an XML declaration, if both begin with the same one.
 bool SkipDeclaration(std::string_view* first, std::string_view* second) {
   if (first->substr(0, 2) != "<?" && second->substr(0, 2) != "<?") return true;
   const std::size_t end = first->find("?>");

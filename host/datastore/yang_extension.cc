@@ -1,6 +1,6 @@
-// libyang extension plug-in for `tailf:validate`. libyang hands the
-// substatements of an extension to nobody else in a compiled schema; here they
-// come for every origin alike, grouping, augment and deviation included.
+// libyang extension plug-in for `tailf:validate`. Only such a plug-in gets the
+// substatements of an extension in a compiled schema. It gets them for every
+// origin, including grouping, augment and deviation.
 
 #include <libyang/libyang.h>
 #include <libyang/plugins_exts.h>
@@ -76,7 +76,7 @@ bool ParsePriority(std::string_view text, int* priority) {
   return error == std::errc() && stop == end;
 }
 
-// Takes one substatement over; false when its argument is no good.
+// Stores one substatement; false if its argument is invalid.
 bool Take(const lysp_stmt& statement, ValidateStatement* result) {
   const std::string_view argument =
       statement.arg == nullptr ? "" : statement.arg;
@@ -98,7 +98,7 @@ bool Take(const lysp_stmt& statement, ValidateStatement* result) {
     result->dependencies.push_back(path);
     return true;
   }
-  return true;  // a statement that this host has no use for
+  return true;  // this host does not use the statement
 }
 
 LY_ERR Compile(lysc_ctx* context, const lysp_ext_instance* parsed,

@@ -38,8 +38,9 @@ struct Pipe {
   FileDescriptor write_end;
 };
 
-// The same open file under a number that is no standard file's: where the host
-// has closed one of these, a pipe would take its place and be overwritten.
+// The same open file under a number above those of the standard files. If the
+// host has closed a standard file, a pipe would get its number and be
+// overwritten.
 FileDescriptor AboveStandardFiles(const FileDescriptor& file) {
   const int copy = fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (copy < 0) throw SystemError("fcntl");
@@ -54,7 +55,7 @@ Pipe MakePipe() {
   return {AboveStandardFiles(read_end), AboveStandardFiles(write_end)};
 }
 
-// A length or a count on the line; both ends are the same program.
+// A length or a count as sent over the pipe; both ends are the same program.
 std::string Encode(std::size_t number) {
   const auto value = static_cast<std::uint32_t>(number);
   std::string bytes(sizeof(value), '\0');
@@ -62,12 +63,12 @@ std::string Encode(std::size_t number) {
   return bytes;
 }
 
-// Takes messages off the bytes that came over the line.
+// Parses messages from the bytes that were read from the pipe.
 class Decoder {
  public:
   explicit Decoder(const std::string& bytes) : bytes_(bytes) {}
 
-  // False at the end, also in the middle of a message cut off.
+  // False at the end, also in the middle of a truncated message.
   bool Next(Message* message) {
     if (at_ >= bytes_.size()) return false;
     message->kind = bytes_[at_++];
@@ -95,15 +96,15 @@ class Decoder {
   std::size_t at_ = 0;
 };
 
-// What runs between the host and the child.
+// The pipes between the host and the child.
 struct Lines {
   Pipe messages;
   Pipe output;
-  Pipe lifeline;  // the host closes it to have the child killed
-  Pipe end;       // of the child: the supervisor's message
+  Pipe lifeline;  // the host closes it to kill the child
+  Pipe end;       // the supervisor's ChildEnd
 };
 
-// Leaves a process the ends that are not the other's.
+// Each process closes the ends that belong to the other.
 void KeepHostEnds(Lines* lines) {
   lines->messages.write_end.Close();
   lines->output.write_end.Close();
@@ -118,14 +119,15 @@ void KeepChildEnds(Lines* lines) {
   lines->end.read_end.Close();
 }
 
-// What the child writes goes to the host, also what it prints before a crash.
+// Sends the child's output to the host. It is unbuffered, so that output before
+// a crash is not lost.
 void RedirectOutput(const FileDescriptor& output) {
   dup2(output.get(), STDOUT_FILENO);
   dup2(output.get(), STDERR_FILENO);
   static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));
 }
 
-// A pipe holds no more.
+// The capacity of a pipe.
 constexpr std::size_t kReadSize = 65536;
 
 // One of the pipes that the host reads.
@@ -135,7 +137,7 @@ struct Inlet {
   std::string bytes;
 };
 
-// Takes what a pipe holds, as far as there is room; closes the entry at its
+// Reads a pipe, and keeps what there is room for; disables the entry at the
 // end.
 void ReadSome(pollfd* entry, Inlet* inlet, std::string* buffer) {
   if (entry->fd < 0 || entry->revents == 0) return;
@@ -153,11 +155,11 @@ struct Received {
   std::string messages;
   std::string output;
   std::string end;
-  bool too_much;  // more than there is room for
+  bool too_much;  // the child wrote more than there is room for
 };
 
-// Reads all pipes until the supervisor has ended; it may leave them open to a
-// process that it could not end.
+// Reads all pipes until the supervisor has ended. A process that it could not
+// kill may keep the other ends open.
 Received Receive(Lines* lines) {
   std::array<Inlet, 3> inlets = {{{lines->messages.read_end, kMaxMessages, ""},
                                   {lines->output.read_end, kMaxOutput, ""},
@@ -185,8 +187,8 @@ Received Receive(Lines* lines) {
           std::move(inlets[2].bytes), too_much};
 }
 
-// Waits for the supervisor. Returns its status, which stands for the child's
-// where the supervisor was killed and told nothing.
+// Waits for the supervisor. Returns its status, which replaces the child's if
+// the supervisor was killed before it reported.
 int WaitFor(pid_t supervisor) {
   int wait_status = SIGKILL;
   while (waitpid(supervisor, &wait_status, 0) < 0 && errno == EINTR) {
@@ -224,7 +226,7 @@ void Reporter::Send(const Message& message) const {
   const std::string bytes = std::exchange(held_, {});
   for (std::size_t sent = 0; sent < bytes.size();) {
     const ssize_t count = write(fd_, bytes.data() + sent, bytes.size() - sent);
-    if (count < 0 && errno != EINTR) return;  // the parent is gone
+    if (count < 0 && errno != EINTR) return;  // the parent has ended
     if (count > 0) sent += static_cast<std::size_t>(count);
   }
 }
@@ -232,7 +234,7 @@ void Reporter::Send(const Message& message) const {
 ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
                        TimeLimit limit) {
   Lines lines = {MakePipe(), MakePipe(), MakePipe(), MakePipe()};
-  // Else the child would print once more what is still in our buffers.
+  // Otherwise the child would print the content of our buffers a second time.
   static_cast<void>(std::fflush(nullptr));
   const pid_t supervisor = fork();
   if (supervisor < 0) throw SystemError("fork");

@@ -1,5 +1,5 @@
-// A child process that runs foreign code, so that whatever happens to it is a
-// report and not the end of the host.
+// Runs foreign code in a child process, so that a crash there is reported and
+// does not end the host.
 #ifndef IPAV_HOST_COMMIT_CHILD_H_
 #define IPAV_HOST_COMMIT_CHILD_H_
 
@@ -23,12 +23,12 @@ class Reporter {
  public:
   explicit Reporter(int fd) : fd_(fd) {}
 
-  // Sends the message, after all that were held. They have reached the parent
-  // when this returns, whatever becomes of the child afterwards.
+  // Sends the held messages and then this one. They have reached the parent
+  // when this returns, even if the child crashes afterwards.
   void Send(const Message& message) const;
 
-  // Keeps the message for the next Send(): every write wakes the parent. Only
-  // for messages after which no foreign code runs before that.
+  // Keeps the message for the next Send(), because every write wakes the
+  // parent. No foreign code may run before that Send().
   void Hold(const Message& message) const;
 
  private:
@@ -36,12 +36,12 @@ class Reporter {
   mutable std::string held_;
 };
 
-// The host keeps no more of one child's output and messages, so that a child
-// that writes forever does not use all memory.
+// The limits on one child's output and messages, so that a child that writes
+// without end does not use all memory.
 constexpr std::size_t kMaxOutput = std::size_t{64} << 20;
 constexpr std::size_t kMaxMessages = std::size_t{256} << 20;
 
-// Why the child was killed, if it was.
+// Why the child was killed, if so.
 enum class Stopped {
   kNot,
   kTimeLimit,

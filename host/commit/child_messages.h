@@ -11,7 +11,7 @@ namespace ipav::commit {
 
 inline constexpr char kNoPlugin = 'P';    // why
 inline constexpr char kInitFailed = 'I';  // why
-inline constexpr char kEnters = 'S';      // where it is now, outside of points
+inline constexpr char kEnters = 'S';      // what runs now, outside of points
 inline constexpr char kPlanned = 'N';     // number of calls
 inline constexpr char kBegins = 'B';      // point, path
 inline constexpr char kAnswered = 'A';    // result, then the error text if any

@@ -26,12 +26,12 @@ using datastore::Diff;
 using plugin::Plugin;
 using plugin::PluginError;
 
-// A warning is for the operator to think about, and no refusal.
+// A warning is shown to the operator, but does not refuse the commit.
 bool IsAccepting(std::int32_t result) {
   return result == CONFD_OK || result == CONFD_VALIDATION_WARN;
 }
 
-// What was thrown, for a catch (...) block.
+// The text of the current exception, for a catch (...) block.
 std::string WhatWasThrown() {
   try {
     throw;
@@ -58,7 +58,7 @@ std::int32_t InSpan(const std::string& what, const Call& call) {
   }
 }
 
-// Sends faults and debug lines home as they come.
+// Sends faults and debug lines to the host as they come.
 class ReportingListener : public services::Listener {
  public:
   explicit ReportingListener(const Reporter& reporter) : reporter_(reporter) {
@@ -85,7 +85,7 @@ confd::Keypath KeypathOf(const datastore::Model& model, const PointCall& call) {
              : confd::KeypathOf(model, call.parent, *call.site->node);
 }
 
-// The new value of a leaf; of any other node there is none but its tag.
+// The new value of a leaf; the tag of any other node.
 confd::OwnedValue NewValue(const datastore::Model& model,
                            const PointCall& call) {
   const lysc_node& node = *call.site->node;
@@ -95,14 +95,14 @@ confd::OwnedValue NewValue(const datastore::Model& model,
   return confd::OwnedValue(confd::TagValue(model, node));
 }
 
-// What a commit is about.
+// The input of a commit.
 struct Configurations {
   std::function<const DataTree&()> running;
   const DataTree& candidate;
   const Diff& diff;
 };
 
-// The child's part: one life of the plug-in over one transaction.
+// The child's part: one life cycle of the plug-in with one transaction.
 class Validation {
  public:
   Validation(const Plugin& plugin, const Configurations& configurations,
@@ -165,7 +165,7 @@ class Validation {
     }
   }
 
-  // The daemon would pay for these until its end.
+  // In the daemon, these would leak until it ends.
   void ReportLeftOpen() {
     const std::size_t cursors = session_.open_cursors();
     const std::size_t sessions = session_.open_cdb_sessions();
@@ -188,7 +188,8 @@ class Validation {
     return goes_on;
   }
 
-  // There are about a dozen; mostly it is the last one.
+  // A search from the end: there are about a dozen, and mostly it is the last
+  // one.
   PointTimes& TimesOf(const std::string& opaque) {
     const auto found = std::find_if(
         times_.rbegin(), times_.rend(),
@@ -198,11 +199,11 @@ class Validation {
     return times_.back();
   }
 
-  // Whether the commit goes on.
+  // Whether the commit continues.
   bool Call(const PointCall& call) {
     const datastore::UseSite& site = *call.site;
     reporter_.Send({kBegins, {site.opaque, PathOf(call)}});
-    // A text of a point that then threw is not this one's.
+    // Drop the text of a previous point that set one and then threw.
     static_cast<void>(session_.TakeErrorText());
 
     const confd::Keypath keypath = KeypathOf(session_.model(), call);
@@ -234,7 +235,7 @@ class Validation {
   hostd hostd_;
   services::LibraryContexts contexts_;
   void** slot_;
-  std::string opaque_;  // of the running call
+  std::string opaque_;  // of the current call
   std::vector<PointTimes> times_;
 };
 
@@ -248,7 +249,7 @@ std::vector<PointCall> PlanFor(const std::string& validation_set,
   return plan;
 }
 
-// The whole of what the child does.
+// Everything that the child does.
 void RunLife(const Configurations& configurations, const Options& options,
              const Reporter& reporter) {
   confd::SetTracer(options.tracer);

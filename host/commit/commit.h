@@ -1,5 +1,5 @@
-// The commit engine: judges one candidate against one running configuration
-// with a plug-in, as the configuration daemon does before it commits.
+// The commit engine: validates one candidate against one running configuration
+// with a plug-in, as the configuration daemon does before a commit.
 #ifndef IPAV_HOST_COMMIT_COMMIT_H_
 #define IPAV_HOST_COMMIT_COMMIT_H_
 
@@ -20,36 +20,36 @@ namespace ipav::commit {
 
 struct Options {
   std::string plugin;                               // file
-  bool all = false;                                 // go on behind a refusal
+  bool all = false;                                 // continue after a refusal
   base::TimeLimit time_limit = base::kNoTimeLimit;  // of the whole commit
-  // Hears of every platform call, in the child process. Borrowed; may be null.
+  // Receives every platform call, in the child process. Borrowed; may be null.
   confd::Tracer* tracer = nullptr;
 };
 
-// What a validation point said of one node.
+// The answer of a validation point for one node.
 struct Answer {
   std::string opaque;  // name of the point
   std::string path;
-  std::int32_t result = 0;               // of the callback
-  std::optional<std::string> text;       // error text that it set, if any
-  std::optional<std::string> exception;  // what it threw instead, if it did
+  std::int32_t result = 0;          // of the callback
+  std::optional<std::string> text;  // error text that the point set, if any
+  std::optional<std::string> exception;  // text of its exception, if any
 };
 
-// Whether the commit goes on behind it, as it does behind a warning.
+// Whether the commit continues after this answer, as after a warning.
 bool Accepts(const Answer& answer);
 
-// All calls of one validation point, whatever they said.
+// The total of all calls of one validation point.
 struct PointTimes {
   std::string opaque;
   std::uint64_t calls = 0;
-  std::uint64_t platform_calls = 0;  // that the point made
+  std::uint64_t platform_calls = 0;  // made by the point
   base::Duration time{};
 };
 
-// Where the time of a commit went. What a child that failed did not come to
-// tell is zero, or missing.
+// The times of the parts of a commit. A time that a failed child did not report
+// is zero, or missing.
 struct CommitTimes {
-  // The process, from its start to its end; of this time:
+  // The process, from its start to its end. Its parts:
   base::Duration child{};
   base::Duration loading{};           //   the plug-in
   base::Duration planning{};          //   which points run, and for what
@@ -63,24 +63,24 @@ struct Outcome {
   Verdict verdict = Verdict::kAccepted;
   std::vector<Answer> answers;  // of the points that ran, in their order
   std::size_t planned = 0;      // calls that the commit asks for
-  // Why the plug-in failed other than in an answer, and at which point; the
-  // point is empty outside of one, and the reason then tells where.
+  // Why the plug-in failed other than in an answer, and at which point. Outside
+  // of a point the name is empty, and the reason says where.
   std::string failure;
   std::string failed_point;
   std::string failed_path;
   std::string output;  // what the plug-in wrote, which it should not
   std::vector<std::string> faults;
-  std::vector<std::string> left_open;  // what its end found: "2 cursors"
+  std::vector<std::string> left_open;  // "2 cursors"
   std::vector<std::string> debug_lines;
   std::map<std::string, std::uint64_t> calls;  // of the platform, by name
   CommitTimes times;
 };
 
-// Runs the validation points that the changes ask for, in a child process,
-// between one lib_init() and one lib_finish(): the snapshot of a plug-in never
-// outlives a commit. The first refusal ends it, and so does its time limit.
-// Both trees are of one model. Throws plugin::PluginError when the file is no
-// plug-in.
+// Runs the validation points that the changes call, in a child process, between
+// one lib_init() and one lib_finish(): the snapshot of a plug-in never outlives
+// a commit. The first refusal ends the commit, and so does the time limit. Both
+// trees must have the same model. Throws plugin::PluginError if the file is not
+// a plug-in.
 Outcome RunCommit(const datastore::Transaction& transaction,
                   const Options& options);
 Outcome RunCommit(const datastore::DataTree& running,

@@ -24,7 +24,7 @@ class OutcomeReader {
   Outcome Read(const ChildReport& report) {
     for (const Message& message : report.messages) Take(message);
     outcome_.output = report.output;
-    // A crash behind the last message is one as well.
+    // A crash after the last message is a failure as well.
     if (!finished_ || report.wait_status != 0) {
       Fail(HowItEnded(report) + where_);
     }
@@ -145,7 +145,7 @@ class OutcomeReader {
   Answer current_;
   std::string where_;      // outside of points
   bool running_ = false;   // within a point
-  bool finished_ = false;  // the child got to its end
+  bool finished_ = false;  // the child completed
 };
 
 }  // namespace

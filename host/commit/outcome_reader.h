@@ -1,4 +1,4 @@
-// What a commit came to, from the report on its child process.
+// Makes the outcome of a commit from the report on its child process.
 #ifndef IPAV_HOST_COMMIT_OUTCOME_READER_H_
 #define IPAV_HOST_COMMIT_OUTCOME_READER_H_
 

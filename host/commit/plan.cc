@@ -50,7 +50,8 @@ bool ChangedBelow(const std::vector<Change>& changes,
   });
 }
 
-// Changes below a node of the candidate, at it when `steps` is empty.
+// Whether something changed below a node of the candidate; for empty `steps`,
+// also the node itself.
 bool ChangedFrom(const Diff& diff, const lyd_node* node,
                  const std::vector<const lysc_node*>& steps) {
   if (node == nullptr) return ChangedBelow(diff.top(), steps, 0);
@@ -79,7 +80,7 @@ bool Changed(const Diff& diff, const PointCall& call,
   return ChangedFrom(diff, from, steps);
 }
 
-// A leaf depends on itself without saying so.
+// A leaf implicitly depends on itself.
 bool IsChangedLeaf(const Diff& diff, const PointCall& call) {
   return call.site->node->nodetype == LYS_LEAF &&
          diff.Of(call.instance) != nullptr;

@@ -13,8 +13,8 @@
 
 namespace ipav::commit {
 
-// One call: of a node of the candidate, or once for a list, which then has no
-// instance of its own.
+// One call: for a node of the candidate, or once for a whole list, without an
+// instance.
 struct PointCall {
   const datastore::UseSite* site;
   const lyd_node* parent;    // null: the root
@@ -22,14 +22,14 @@ struct PointCall {
 };
 
 // The calls of a commit in their order: by priority, then by the order of the
-// model, then by that of the candidate. A use site runs where a node that it
-// depends on changed, and everywhere when it names no dependency.
+// model, then by that of the candidate. A use site runs for the instances with
+// a changed dependency; without dependencies it runs for all.
 std::vector<PointCall> PlanCalls(const datastore::DataTree& candidate,
                                  const datastore::Diff& diff);
 
-// Why a planned call runs: those of its dependencies in which something
-// changed. A leaf that changed itself is in `by_itself`. Neither for a point
-// that runs at every commit.
+// Why a planned call runs: its dependencies in which something changed.
+// `by_itself`: the leaf itself changed. Both are empty for a point that runs at
+// every commit.
 struct Cause {
   std::vector<const datastore::Dependency*> dependencies;
   bool by_itself = false;

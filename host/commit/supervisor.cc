@@ -19,10 +19,10 @@ namespace ipav::commit {
 
 namespace {
 
-// Makes the ends of children readable from a file. Returns it; `before` is the
-// signal mask as it was.
+// Returns a file that becomes readable when a child ends. `before` receives the
+// old signal mask.
 int OpenChildSignals(sigset_t* before) {
-  // Where the host's caller ignored it, the system would keep no status.
+  // If SIGCHLD were ignored, the system would keep no status.
   static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
   sigset_t child_signal;
   sigemptyset(&child_signal);
@@ -31,8 +31,8 @@ int OpenChildSignals(sigset_t* before) {
   return signalfd(-1, &child_signal, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-// What a plug-in reads from standard input is nothing, and not what the host's
-// caller had for the host.
+// Standard input is empty for the plug-in, so that it does not read the input
+// of the host.
 void ReadFromNothing() {
   const int nothing = open("/dev/null", O_RDONLY);
   if (nothing == STDIN_FILENO) return;
@@ -40,13 +40,13 @@ void ReadFromNothing() {
   close(nothing);
 }
 
-// What `body` throws must not go on as a second host: hence noexcept.
+// noexcept: an exception of `body` must not continue as a second host.
 [[noreturn]] void RunChild(pid_t supervisor, const sigset_t& mask,
                            const std::function<void()>& body) noexcept {
-  // A group that it shares with its own children, and with nobody else.
+  // A process group of the child and its own children only.
   setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != supervisor) _exit(1);  // it went before the line above
+  if (getppid() != supervisor) _exit(1);  // it ended before the line above
   sigprocmask(SIG_SETMASK, &mask, nullptr);
   const rlimit no_core{0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
@@ -55,8 +55,8 @@ void ReadFromNothing() {
   _exit(0);
 }
 
-// Whether the child has ended. It stays a zombie, so that its number and that
-// of its group are nobody else's.
+// Whether the child has ended. It remains a zombie, so that its process and
+// group numbers are not reused.
 bool HasEnded(pid_t child) {
   siginfo_t info{};
   const int options = WEXITED | WNOHANG | WNOWAIT;
@@ -95,20 +95,20 @@ std::vector<pid_t> Children() {
   return children;
 }
 
-// Ends what left the child's group and has become ours with its parent's end.
-// Each that ends may leave us others.
+// Kills processes that left the child's group and became children of this
+// process when their parent ended. Each one may leave further orphans.
 void EndOrphans() {
   for (;;) {
     const std::vector<pid_t> children = Children();
     for (const pid_t child : children) kill(child, SIGKILL);
-    // Without a list there is nothing to wait for but what has ended already.
+    // Without running children, only those that have ended are waited for.
     const int options = children.empty() ? WNOHANG : 0;
     const pid_t ended = waitpid(-1, nullptr, options);
     if (ended == 0 || (ended < 0 && errno != EINTR)) return;
   }
 }
 
-// Ends the child and what it made. Returns its status.
+// Kills the child and all its processes. Returns its status.
 int EndAll(pid_t child) {
   kill(child, SIGKILL);  // it may not be in its group yet
   kill(-child, SIGKILL);
@@ -119,7 +119,7 @@ int EndAll(pid_t child) {
   return wait_status;
 }
 
-// A host that is gone needs no answer, so that its success does not count.
+// A failure to write is ignored: the host has ended and needs no answer.
 [[noreturn]] void Report(int end, const ChildEnd& message) {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   static_cast<void>(write(end, &message, sizeof(message)) == 0);
@@ -130,7 +130,7 @@ int EndAll(pid_t child) {
 
 void BecomeSupervisor(int lifeline, int end, base::TimeLimit limit,
                       const std::function<void()>& body) noexcept {
-  setsid();  // what a terminal signals to its jobs is the host's to hear
+  setsid();  // signals of the terminal go to the host only
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   sigset_t mask;
   const int child_signals = OpenChildSignals(&mask);

@@ -1,4 +1,5 @@
-// Failure of a call of the stand-in, on its way to the C interface.
+// The exception for a failed call of the stand-in, before it becomes a C
+// result.
 #ifndef IPAV_HOST_CONFD_CONFD_ERROR_H_
 #define IPAV_HOST_CONFD_CONFD_ERROR_H_
 
@@ -24,7 +25,7 @@ class ConfdError : public std::runtime_error {
 // Records why a call failed for confd_errno and confd_lasterr().
 void SetLastError(int code, const char* reason);
 
-// Runs the body of a call; what it throws becomes CONFD_ERR. No exception may
+// Runs the body of a call; an exception becomes CONFD_ERR. No exception may
 // leave a C interface.
 template <typename Body>
 int Guarded(const Body& body) {

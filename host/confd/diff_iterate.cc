@@ -1,4 +1,4 @@
-// The transaction's changes, one call for each.
+// Iterates over the transaction's changes, with one call for each.
 
 #include <confd_maapi.h>
 
@@ -24,15 +24,15 @@ using Callback = confd_iter_ret (*)(confd_hkeypath_t*, confd_iter_op,
 
 // Thrown to end a walk from within its recursion.
 struct WalkStopped {
-  std::exception_ptr reason;  // what the callback threw, if it did
+  std::exception_ptr reason;  // exception of the callback, if any
 };
 
 const lyd_node* NodeOf(const Change& change) {
   return change.after != nullptr ? change.after : change.before;
 }
 
-// What is reported of a change; nothing of a plain container, nor of a key,
-// which comes and goes with its entry.
+// The operation that is reported for a change; none for a plain container, nor
+// for a key, which is created and deleted with its entry.
 std::optional<confd_iter_op> Operation(const Change& change) {
   const lysc_node& schema = *change.schema;
   if (schema.nodetype == LYS_LEAF) {
@@ -75,7 +75,7 @@ class Walk {
         callback_(callback),
         state_(state) {}
 
-  // Returns what the callback threw, if it did.
+  // Returns the exception of the callback, if any.
   std::exception_ptr Run(const std::vector<Change>& top) const {
     try {
       Descend(top, 0);
@@ -86,7 +86,7 @@ class Walk {
   }
 
  private:
-  // Goes down the path; the changes at its end are visited with all below.
+  // Goes down the path; visits the changes at its end and all below.
   void Descend(const std::vector<Change>& changes, std::size_t depth) const {
     for (const Change& change : changes) {
       if (change.schema != nodes_[depth]) continue;
@@ -131,8 +131,8 @@ class Walk {
     }
   }
 
-  // An exception of the callback is not one of this call's own failures, so it
-  // must not be reported as one.
+  // An exception of the callback is not a failure of this call, so it must not
+  // be reported as one.
   confd_iter_ret Call(confd_hkeypath_t* keypath, confd_iter_op operation,
                       confd_value_t* newv) const {
     try {

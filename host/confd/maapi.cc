@@ -19,7 +19,7 @@ namespace ipav::confd {
 
 namespace {
 
-// Where a walk stands: the entry that the next call delivers.
+// The position of a walk: the entry that the next call returns.
 struct CursorState {
   const lyd_node* next;
 };
@@ -37,7 +37,7 @@ Target ResolveList(Session& session, const char* format, va_list args) {
   return target;
 }
 
-// The body of every typed read: a leaf of that type, handed to `take`.
+// The body of every typed read: passes a leaf of that type to `take`.
 template <typename Take>
 int TypedRead(PlatformCall call, int sock, int thandle, confd_vtype type,
               const char* format, va_list args, const Take& take) {

@@ -1,5 +1,5 @@
 // Path texts of the daemon's interface: their printf-like format, their steps,
-// and the nodes they name.
+// and the nodes that they name.
 #ifndef IPAV_HOST_CONFD_PATH_H_
 #define IPAV_HOST_CONFD_PATH_H_
 
@@ -26,8 +26,8 @@ struct PathStep {
 struct Target {
   const lysc_node* schema = nullptr;
   const lyd_node* parent = nullptr;  // null: the root, or absent as well
-  const lyd_node* node = nullptr;    // null: absent; of a list: first entry
-  bool has_keys = false;             // of the last step
+  const lyd_node* node = nullptr;    // null: absent; list: first entry
+  bool has_keys = false;             // whether the last step has keys
 };
 
 // Expands %s, %d and %u; any other conversion, a flag or a width is refused
@@ -43,8 +43,8 @@ std::vector<PathStep> ParsePath(const std::string& path);
 Target Resolve(const datastore::DataTree& tree,
                const std::vector<PathStep>& path);
 
-// The entry of a list with these keys, in whatever form they are written: 007
-// for 7. Null when there is none.
+// The entry of a list with these keys in any of their forms, such as 007 for 7.
+// Null if there is none.
 const lyd_node* FindEntry(const datastore::DataTree& tree,
                           const lyd_node* parent, const lysc_node& list,
                           const std::string_view* keys, std::size_t count);
@@ -53,8 +53,8 @@ const lyd_node* FindEntry(const datastore::DataTree& tree,
 std::vector<const lysc_node*> ResolveSchema(const datastore::Model& model,
                                             const std::vector<PathStep>& path);
 
-// Path of a data node as an operator writes it: keys in braces, quoted where
-// they must be, no prefixes. ParsePath() reads it back.
+// Path of a data node as an operator writes it: keys in braces, quoted if
+// necessary, no prefixes. ParsePath() reads it back.
 std::string PrintPath(const lyd_node* node);
 
 // The same for a node that has no instance below that parent (null: the root).

@@ -6,8 +6,8 @@ namespace ipav::confd {
 
 namespace {
 
-// Splits the text of a step's keys at its blanks. False for what takes a closer
-// look: quotes, and what is no list of keys.
+// Splits the text of a step's keys at its blanks. False for quoted keys and
+// invalid lists, which need the full parser.
 bool SplitKeys(std::string_view text, std::vector<std::string_view>* keys) {
   if (text.find_first_of("\"{\\") != std::string_view::npos) return false;
   keys->clear();
@@ -19,7 +19,7 @@ bool SplitKeys(std::string_view text, std::vector<std::string_view>* keys) {
   return !keys->empty();
 }
 
-// The child of that name, which may have a prefix; null where there is none, or
+// The child of that name, which may have a prefix; null if there is none, or
 // more than one.
 const lysc_node* ChildOf(const datastore::Model& model, const lysc_node* parent,
                          std::string_view name) {
@@ -35,7 +35,7 @@ Target PathMemo::Find(const std::string& path) {
   Forget(path);
   std::size_t read = steps_.empty() ? 0 : steps_.back().end;
   while (read < path.size()) {
-    // Whatever is unusual or wrong is for the one that can tell.
+    // The full parser handles unusual and wrong paths.
     if (!ReadStep(path)) {
       steps_.clear();
       return Resolve(tree_, ParsePath(path));
@@ -47,7 +47,7 @@ Target PathMemo::Find(const std::string& path) {
   return steps_.back().target;
 }
 
-// Keeps the steps that the path begins with.
+// Keeps the remembered steps with which the path begins.
 void PathMemo::Forget(std::string_view path) {
   const std::size_t length = std::min(path.size(), path_.size());
   const auto same = static_cast<std::size_t>(
@@ -59,8 +59,8 @@ void PathMemo::Forget(std::string_view path) {
   while (!steps_.empty() && !is_kept(steps_.back().end)) steps_.pop_back();
 }
 
-// Reads the next step of the path, of the form /name, /prefix:name or with
-// keys in braces. False for any other, and where it names nothing.
+// Reads the next step of the path, of the form /name, /prefix:name or with keys
+// in braces. False for any other form, or if it names nothing.
 bool PathMemo::ReadStep(std::string_view path) {
   const std::size_t begin = steps_.empty() ? 0 : steps_.back().end;
   const Target before = steps_.empty() ? Target{} : steps_.back().target;
@@ -83,8 +83,8 @@ bool PathMemo::ReadStep(std::string_view path) {
   return true;
 }
 
-// Reads the keys of a step, if it has any. False where they are not those of a
-// list, or take a closer look.
+// Reads the keys of a step, if it has any. False if they are not those of a
+// list, or need the full parser.
 bool PathMemo::ReadKeys(std::string_view path, Step* step) {
   keys_.clear();
   if (step->end == path.size() || path[step->end] != '{') return true;

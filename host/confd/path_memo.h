@@ -1,6 +1,6 @@
-// Finds what path texts name, quickly for a text that begins as the one before
-// did: the steps that both share are neither read nor looked up again. Most
-// texts of a plug-in are such, a leaf of the list entry that it is at.
+// Finds the nodes that path texts name. It is fast for a text that begins like
+// the previous one: shared steps are neither parsed nor looked up again. Most
+// paths of a plug-in share steps, such as the leaves of one list entry.
 #ifndef IPAV_HOST_CONFD_PATH_MEMO_H_
 #define IPAV_HOST_CONFD_PATH_MEMO_H_
 
@@ -19,7 +19,7 @@ class PathMemo {
   // Borrows the tree.
   explicit PathMemo(const datastore::DataTree& tree) : tree_(tree) {}
 
-  // As Resolve(tree, ParsePath(path)), also in what it throws.
+  // Equals Resolve(tree, ParsePath(path)), including what it throws.
   Target Find(const std::string& path);
 
   // Steps that were read so far, not counting those remembered.
@@ -38,8 +38,8 @@ class PathMemo {
 
   const datastore::DataTree& tree_;
   std::string path_;                    // of the steps
-  std::vector<Step> steps_;             // known, from the root
-  std::vector<std::string_view> keys_;  // of the step at hand
+  std::vector<Step> steps_;             // remembered, from the root
+  std::vector<std::string_view> keys_;  // of the current step
   std::size_t steps_read_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// The calls of the daemon's interface, to be counted.
+// The calls of the daemon's interface, which are counted.
 #ifndef IPAV_HOST_CONFD_PLATFORM_CALL_H_
 #define IPAV_HOST_CONFD_PLATFORM_CALL_H_
 

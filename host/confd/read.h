@@ -1,4 +1,4 @@
-// Reads of a leaf, as MAAPI and CDB share them.
+// Reads a leaf, for MAAPI and CDB.
 #ifndef IPAV_HOST_CONFD_READ_H_
 #define IPAV_HOST_CONFD_READ_H_
 

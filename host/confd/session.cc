@@ -8,8 +8,8 @@ namespace ipav::confd {
 
 namespace {
 
-// Numbers that no file descriptor of the process is likely to have, so that a
-// mix-up shows.
+// Numbers that are unlikely to be a file descriptor of the process, so that a
+// confusion is noticed.
 constexpr int kMaapiSocket = 1000000;
 constexpr int kFirstCdbSocket = kMaapiSocket + 1;
 constexpr int kTransactionHandle = 1;

@@ -1,5 +1,5 @@
-// What the daemon's C interface works on: one transaction, open while a
-// Session lives. A process has one at a time, as it judges one commit.
+// The state of the daemon's C interface: one transaction, which is open while a
+// Session lives. A process has at most one, for one commit.
 #ifndef IPAV_HOST_CONFD_SESSION_H_
 #define IPAV_HOST_CONFD_SESSION_H_
 
@@ -34,8 +34,8 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // The open session. Throws ConfdError where there is none, or where socket
-  // or handle were never opened.
+  // The open session. Throws ConfdError if there is none, or if the socket or
+  // the handle was never opened.
   static Session& OfTransaction(int socket, int thandle);
   static Session& OfCdbSocket(int socket);
   static Session* Current();  // null when none is open
@@ -46,8 +46,7 @@ class Session {
   PathMemo& candidate_paths() { return candidate_paths_; }
   const datastore::Model& model() const { return candidate_.model(); }
 
-  // Given to the plug-in with each call; the opaque pointers are the caller's
-  // to set.
+  // Passed to the plug-in with each call; the caller sets the opaque pointers.
   confd_trans_ctx& context() { return context_; }
   static int maapi_socket();
 
@@ -56,23 +55,23 @@ class Session {
   void CloseCdb(int socket);
   std::size_t open_cdb_sessions() const { return cdb_sockets_.size(); }
 
-  // Cursors of MAAPI that were made and not destroyed.
+  // Number of MAAPI cursors that were made and not destroyed.
   void CountOpenCursor() { ++open_cursors_; }
   void CountClosedCursor() { --open_cursors_; }
   std::size_t open_cursors() const { return open_cursors_; }
 
-  // Text of confd_trans_seterr(), until it is taken.
+  // Text of confd_trans_seterr(), until TakeErrorText() is called.
   void set_error_text(std::string text) { error_text_ = std::move(text); }
   std::optional<std::string> TakeErrorText();
 
-  // How often each call of the daemon's interface was made, by name; without
-  // those that were not.
+  // The number of calls of each function of the daemon's interface, by name;
+  // only those that were called.
   void CountCall(PlatformCall call) {
     ++calls_.at(static_cast<std::size_t>(call));
     ++call_count_;
   }
   std::map<std::string_view, std::uint64_t> calls() const;
-  std::uint64_t call_count() const { return call_count_; }  // of all together
+  std::uint64_t call_count() const { return call_count_; }  // in total
 
  private:
   const std::function<const datastore::DataTree&()> running_;

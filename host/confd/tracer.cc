@@ -11,7 +11,7 @@ namespace {
 
 Tracer* g_tracer = nullptr;
 
-// The path itself, or its format where that is refused.
+// The path, or its format if the format is refused.
 std::string PathText(const char* format, va_list args) {
   va_list again;
   va_copy(again, args);
@@ -45,7 +45,7 @@ void CallTrace::BeginWithPath(const char* call, const char* format,
                               va_list args, const char* first) {
   std::string arguments;
   if (first != nullptr) arguments = base::Quoted(first) + ", ";
-  // Without quotes: it has its own where a key needs them.
+  // Not quoted: keys in the path have their own quotes if necessary.
   const std::string path = PathText(format, args);
   arguments += base::IsPrintable(path) ? path : base::Quoted(path);
   span_.Begin(std::string(call) + "(" + arguments + ")");

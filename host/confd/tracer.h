@@ -1,7 +1,7 @@
 // A trace of the platform calls that a plug-in makes: each with its arguments,
-// its answer and its time, inside of what made it.
+// its result and its time, nested in the call that made it.
 //
-// Off, it costs a call two tests of a pointer.
+// When it is off, it costs a call two tests of a pointer.
 #ifndef IPAV_HOST_CONFD_TRACER_H_
 #define IPAV_HOST_CONFD_TRACER_H_
 
@@ -13,24 +13,25 @@
 
 namespace ipav::confd {
 
-// Hears of spans of time as they begin and end; they nest. It is told of the
-// beginning first, so that a crash leaves what it happened in.
+// Receives spans of time as they begin and end; they nest. The begin is
+// reported at once, so that after a crash the trace shows the span that
+// crashed.
 class Tracer {
  public:
   virtual ~Tracer() = default;
   virtual void Begin(const std::string& what) = 0;
-  // `answer` is empty for what has none.
+  // `answer` is empty if the span has no result.
   virtual void End(const std::string& answer,
                    std::chrono::nanoseconds time) = 0;
-  // Something of no length.
+  // An event without a duration.
   virtual void Note(const std::string& what) = 0;
 };
 
-// Makes `tracer` hear everything from now on; null for nobody. Borrowed.
+// Sets the tracer that receives all spans from now on; null for none. Borrowed.
 void SetTracer(Tracer* tracer);
 Tracer* CurrentTracer();
 
-// One span. All but is_on() is for a span that is on.
+// One span. Begin() and End() require is_on().
 class TraceSpan {
  public:
   TraceSpan() : tracer_(CurrentTracer()) {}
@@ -47,8 +48,8 @@ class TraceSpan {
 // The span of a platform call, from its construction on.
 class CallTrace {
  public:
-  // A call with a path, as it is given to the daemon's interface, and maybe an
-  // argument in front of it.
+  // A call with a path in the form of the daemon's interface, and optionally an
+  // argument before it.
   CallTrace(const char* call, const char* format, va_list args,
             const char* first = nullptr) {
     if (span_.is_on()) BeginWithPath(call, format, args, first);
@@ -65,7 +66,7 @@ class CallTrace {
 
   bool is_on() const { return span_.is_on(); }
 
-  // What is shown in place of a result other than CONFD_ERR.
+  // The text that is shown instead of a result other than CONFD_ERR.
   void set_answer(std::string answer) { answer_ = std::move(answer); }
 
   // Returns `result`. With CONFD_ERR, the answer is the error's text.
@@ -73,7 +74,7 @@ class CallTrace {
     if (span_.is_on()) EndWithResult(result);
     return result;
   }
-  // Of a call that answers nothing, or what set_answer() got.
+  // For a call without a result: the answer is that of set_answer(), or empty.
   void End() {
     if (span_.is_on()) span_.End(answer_);
   }

@@ -13,7 +13,7 @@ namespace ipav::confd {
 
 namespace {
 
-// The value with its real type: that of the member for a union.
+// The value with its real type; for a union, that of its member.
 const lyd_value& RealValue(const lyd_node& leaf) {
   const lyd_value* value = &reinterpret_cast<const lyd_node_term&>(leaf).value;
   while (value->realtype->basetype == LY_TYPE_UNION) {
@@ -29,7 +29,7 @@ confd_buf_t HeapBuffer(const std::string& bytes) {
   return {static_cast<unsigned>(bytes.size()), copy};
 }
 
-// Octets of "0a:01", none of "".
+// Octets of "0a:01"; none for "".
 std::string Octets(std::string_view text) {
   std::string octets;
   while (text.size() >= 2) {
@@ -55,7 +55,7 @@ void ParsePrefix(int family, const std::string& text, void* address,
       static_cast<std::uint8_t>(std::strtoul(&text[slash + 1], nullptr, 10));
 }
 
-// The type of the value, which is the leaf's own but for a union's member.
+// The type of the value: that of the leaf, except for a union or leafref.
 confd_vtype TypeOf(const lyd_node& leaf, const lyd_value& value) {
   const auto& own = reinterpret_cast<const lyd_node_term&>(leaf).value;
   return &own == &value && own.realtype->basetype != LY_TYPE_LEAFREF

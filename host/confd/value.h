@@ -12,7 +12,7 @@
 
 namespace ipav::confd {
 
-// A value with what it holds on the C heap.
+// A value and its memory on the C heap.
 class OwnedValue {
  public:
   explicit OwnedValue(const confd_value_t& value) : value_(value) {}
@@ -25,7 +25,7 @@ class OwnedValue {
   const confd_value_t& operator*() const { return value_; }
   const confd_value_t* operator->() const { return &value_; }
 
-  // Gives the value away, for confd_free_value().
+  // Releases the value to the caller, who calls confd_free_value().
   confd_value_t Release();
 
  private:
@@ -33,7 +33,7 @@ class OwnedValue {
 };
 
 // Value of a leaf by its YANG type. Throws ConfdError for a type that this host
-// does not carry.
+// does not support.
 OwnedValue ValueOf(const lyd_node& leaf);
 
 // A node of the model as a value.
@@ -42,14 +42,15 @@ confd_value_t TagValue(const datastore::Model& model, const lysc_node& node);
 // A value as text, as confd_pp_value() prints it.
 std::string PrintValue(const confd_value_t& value);
 
-// A value that nobody holds; what it held must have been freed or given away.
+// An empty value. Memory of an overwritten value must have been freed or
+// released.
 confd_value_t NoValue();
 
 void FreeKeypath(confd_hkeypath_t* keypath);
 using Keypath = base::CPtr<confd_hkeypath_t, FreeKeypath>;
 
 // Key path of a data node; of a node that has no instance below that parent
-// (null: the root). Throws ConfdError when it is too deep.
+// (null: the root). Throws ConfdError if it is too deep.
 Keypath KeypathOf(const datastore::Model& model, const lyd_node* node);
 Keypath KeypathOf(const datastore::Model& model, const lyd_node* parent,
                   const lysc_node& schema);

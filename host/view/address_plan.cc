@@ -41,7 +41,7 @@ bool IsAddressWithLength(const lysc_node& schema) {
 
 // --- Reading a configuration
 
-// Every address below the entries of the lists in /config/interface.
+// All addresses below the entries of the lists in /config/interface.
 class Reader {
  public:
   std::vector<Prefix> Read(const DataTree& tree) {

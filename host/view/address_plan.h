@@ -1,5 +1,5 @@
 // The addresses of a configuration by address space, for a picture or a table:
-// which block contains which, what is new, what is in conflict.
+// which block contains which, what is new, and what is in conflict.
 #ifndef IPAV_HOST_VIEW_ADDRESS_PLAN_H_
 #define IPAV_HOST_VIEW_ADDRESS_PLAN_H_
 
@@ -36,7 +36,7 @@ Network CoverOf(const Network& a, const Network& b);
 // "10.1.0.0/16"
 std::string TextOf(const Network& network);
 
-// The block of an "address/length", of any family; none for another text.
+// The block of an "address/length" of either family; none for any other text.
 std::optional<Network> ParseNetwork(const std::string& text);
 
 // An address of an interface.
@@ -44,11 +44,11 @@ struct Prefix {
   Network network;
   std::string text;       // the address with its length: "10.1.1.1/24"
   std::string interface;  // kind and name: "l3 core1"
-  std::string vrf;        // "global" where the interface names none
-  std::string path;       // of the leaf, or of the list entry that it is key of
+  std::string vrf;        // "global" if the interface names none
+  std::string path;       // of the leaf, or of its list entry if it is a key
 
   // Compared with the running configuration. A removed prefix overlaps with
-  // nothing; of a changed one, `before` is the old value.
+  // nothing; `before` is the old value of a changed one.
   datastore::Novelty novelty = datastore::Novelty::kUnchanged;
   std::string before;
 
@@ -57,7 +57,7 @@ struct Prefix {
   // prefixes are in conflict when they are on two interfaces, or have the same
   // address.
   std::vector<std::size_t> overlaps;
-  std::vector<std::size_t> findings;  // that name it, from 0
+  std::vector<std::size_t> findings;  // that name it, by number from 0
 
   bool InConflict() const { return !overlaps.empty() || !findings.empty(); }
 };
@@ -69,12 +69,12 @@ struct Space {
 };
 
 struct AddressPlan {
-  std::vector<Space> spaces;  // that of global first, the others by name
+  std::vector<Space> spaces;  // the space of global first, then by name
 };
 
-// The plan of the candidate, and what it removes. `findings` has, per finding,
-// the data paths of the nodes that it names; an address is one of them when its
-// leaf or its list entry is.
+// The plan of the candidate, including removed addresses. `findings` has, for
+// each finding, the data paths of the nodes that it names. A finding names an
+// address if it names the leaf or its list entry.
 AddressPlan PlanOf(const datastore::DataTree& running,
                    const datastore::DataTree& candidate,
                    const std::vector<std::vector<std::string>>& findings);

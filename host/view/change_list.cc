@@ -21,13 +21,13 @@ bool IsImplicit(const lyd_node* node) {
   return node != nullptr && (node->flags & LYD_DEFAULT) != 0;
 }
 
-// Exists with its parent and says nothing of its own.
+// A container without meaning of its own: it exists with its parent.
 bool IsPlainContainer(const lysc_node& schema) {
   return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
 }
 
-// The leaves below `node`; their paths from `root`, which has a path of that
-// size.
+// The leaves below `node`, with paths relative to `root`, which has a path of
+// that size.
 void ListLeaves(const lyd_node& node, std::size_t root,
                 std::vector<std::string>* lines) {
   const lyd_node* child = lyd_child(&node);
@@ -35,7 +35,7 @@ void ListLeaves(const lyd_node& node, std::size_t root,
     if (lysc_is_key(child->schema) || IsImplicit(child)) continue;
     const std::size_t size = lines->size();
     if (!IsLeaf(*child->schema)) ListLeaves(*child, root, lines);
-    // An entry of nothing but keys is something, a plain container is not.
+    // An entry with only keys is shown, a plain container is not.
     const bool says_more = lines->size() > size;
     if (says_more || IsPlainContainer(*child->schema)) continue;
     std::string line = confd::PrintPath(child).substr(root + 1);

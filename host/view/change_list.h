@@ -1,4 +1,4 @@
-// What a transaction changes, as a list to be read.
+// The changes of a transaction as a list for people.
 #ifndef IPAV_HOST_VIEW_CHANGE_LIST_H_
 #define IPAV_HOST_VIEW_CHANGE_LIST_H_
 
@@ -10,13 +10,13 @@
 
 namespace ipav::view {
 
-// A leaf with another value, or the uppermost node that was added or removed.
+// A leaf with a new value, or the topmost node that was added or removed.
 struct ChangeLine {
   datastore::Novelty novelty = datastore::Novelty::kChanged;
   std::string path;
-  // What stood and what stands there: the value of a leaf, or the leaves below
-  // a list entry or container, one "PATH VALUE" each. Keys are left out, since
-  // the path has them, and so are defaults that nobody wrote.
+  // The old and the new content: the value of a leaf, or the leaves below a
+  // list entry or container, one "PATH VALUE" each. Keys are left out, since
+  // the path has them, and so are implicit defaults.
   std::vector<std::string> before;
   std::vector<std::string> after;
 };

@@ -48,7 +48,7 @@ constexpr char kEnd[] = R"(  esac
 complete -F _ipav ipav
 )";
 
-// Assignments, in front of which there is something.
+// Assignments to variables of the script, each after a blank.
 std::string Assigned(const Value& value) {
   switch (value.kind) {
     case Value::Kind::kWord:
@@ -69,7 +69,7 @@ Words NamesOf(const Option& option) {
   return names;
 }
 
-// All arguments of a command are of one kind, so the first tells.
+// All arguments of a command are of one kind: use the first.
 std::string CaseOf(const std::string& pattern, const Command& command) {
   Words names;
   std::string values;

@@ -59,7 +59,7 @@ std::string LineOf(const std::string& condition, const Option& option) {
   return line + " -d " + Quoted(option.description) + "\n";
 }
 
-// All arguments of a command are of one kind, so the first tells.
+// All arguments of a command are of one kind: use the first.
 std::string LinesOf(const std::string& condition, const Command& command) {
   std::string lines;
   for (const Option& option : command.options) {

@@ -1,4 +1,4 @@
-// The scripts by which shells complete the command line.
+// The scripts with which shells complete the command line.
 #ifndef IPAV_CLI_COMPLETION_SCRIPTS_H_
 #define IPAV_CLI_COMPLETION_SCRIPTS_H_
 

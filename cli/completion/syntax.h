@@ -1,5 +1,5 @@
-// What a shell can complete of the command line, as the tree of subcommands and
-// options has it: the one source of the scripts for all shells.
+// The parts of the command line that a shell can complete, from the tree of
+// subcommands and options. All scripts for shells are made from it.
 #ifndef IPAV_CLI_COMPLETION_SYNTAX_H_
 #define IPAV_CLI_COMPLETION_SYNTAX_H_
 
@@ -13,12 +13,12 @@ namespace ipav::cli::completion {
 
 using Words = std::vector<std::string>;
 
-// What stands behind an option, or by itself.
+// The value of an option, or an argument.
 struct Value {
   enum class Kind : std::uint8_t { kAnything, kWord, kFile, kFolder };
   Kind kind = Kind::kAnything;
   std::string name;  // "FILE", "candidate"
-  Words words;       // of kWord; none of them needs a quote in any shell
+  Words words;       // of kWord; no shell needs quotes for them
 };
 
 struct Option {
@@ -46,9 +46,9 @@ struct Syntax {
   std::vector<Command> commands;
 };
 
-// A value is a file or a folder when its type has such a name, and a word when
-// a validator knows all words, or `words_of` those of the type. Throws
-// std::logic_error for a word that a shell could take apart.
+// A value is a file or a folder if its type has such a name. It is a word if a
+// validator has a list of words, or `words_of` has one for the type. Throws
+// std::logic_error for a word that needs quotes in a shell.
 Syntax SyntaxOf(const CLI::App& app,
                 const std::map<std::string, Words>& words_of);
 

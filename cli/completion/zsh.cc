@@ -25,7 +25,7 @@ else
 fi
 )";
 
-// In quotes of the shell, with a backslash in front of each of `special`.
+// In quotes of the shell, with a backslash before each of `special`.
 std::string Quoted(const std::string& text, const std::string& special) {
   std::string quoted;
   for (const char c : text) {

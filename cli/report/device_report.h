@@ -1,4 +1,4 @@
-// What ipav says of one device, before it is written in any format.
+// The report on one device, before it is written in any format.
 #ifndef IPAV_CLI_REPORT_DEVICE_REPORT_H_
 #define IPAV_CLI_REPORT_DEVICE_REPORT_H_
 
@@ -15,27 +15,27 @@
 
 namespace ipav::cli::report {
 
-// Where the time in front of the commit went; of the commit, its outcome tells.
+// The times before the commit; those of the commit are in its outcome.
 struct Times {
   datastore::ReadingTimes candidate;
-  // Of one that devices share, this is its one reading.
+  // If several devices share it, this is its only reading.
   std::optional<datastore::ReadingTimes> running;
   base::Duration diff{};
 };
 
 struct DeviceReport {
   std::size_t number = 0;  // in the list of all devices, from 1; 0: in none
-  std::string running;     // file; empty: nothing was configured
+  std::string running;     // file; empty: no running configuration
   std::string candidate;   // file
   ExitStatus status = kAccepted;
   std::string input_error;  // of kBadInput: one line, FILE:LINE: reason
   commit::Outcome outcome;  // of all others
   std::vector<messages::Finding> findings;  // refusals, in their order
-  // Of the page to look at, made where both configurations are at hand; empty
-  // where nobody asked for one, or there was no commit.
+  // For the HTML page, made while both configurations are in memory. Empty if
+  // no page is wanted, or if there was no commit.
   std::string page_section;
-  // Where somebody asked: from reading to verdict, and in parts where there was
-  // a commit.
+  // If times are wanted: from reading to verdict, and its parts if there was a
+  // commit.
   double seconds = 0;
   std::optional<Times> times;
 };

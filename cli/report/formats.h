@@ -18,8 +18,8 @@ enum class Format : std::uint8_t { kText, kJson, kSarif, kJunit };
 
 const std::map<std::string, Format>& FormatsByName();
 
-// `out` and `run` are borrowed. The run is read at the report's end, and is to
-// know all devices then; its shard is known at the beginning.
+// `out` and `run` are borrowed. The run is read at the end of the report, when
+// it must include all devices; its shard must be set at the beginning.
 std::unique_ptr<Writer> MakeWriter(Format format, std::FILE* out,
                                    const Run& run, const TextOptions& text);
 

@@ -15,7 +15,7 @@ namespace ipav::cli::report {
 
 namespace {
 
-// The file that a chain of links ends in, where it does: a link stays one.
+// The file at the end of a chain of links, so that a link remains a link.
 std::string BehindLinks(const std::string& path) {
   std::error_code error;
   const std::filesystem::path target =
@@ -23,7 +23,7 @@ std::string BehindLinks(const std::string& path) {
   return error ? path : target.string();
 }
 
-// Permissions that any new file would have.
+// Permissions of a usual new file.
 mode_t NewMode() {
   constexpr mode_t kAll = 0666;
   const mode_t mask = umask(0);
@@ -77,7 +77,7 @@ OutputFile::OutputFile(std::string path, const char* what)
   OpenBesideTarget();
   constexpr mode_t kPermissions = 07777;
   const mode_t mode = exists ? status.st_mode & kPermissions : NewMode();
-  static_cast<void>(fchmod(fileno(stream_), mode));  // ours: it cannot fail
+  static_cast<void>(fchmod(fileno(stream_), mode));  // our file: it cannot fail
 }
 
 void OutputFile::OpenBesideTarget() {
@@ -94,12 +94,12 @@ void OutputFile::OpenBesideTarget() {
   stream_ = fdopen(fd, "w");
 }
 
-// A file takes another's name from a name of its own only.
+// Only a file with a name can be renamed to the target.
 void OutputFile::NameBesideTarget() {
   if (!temporary_.empty()) return;
   const std::string file = "/proc/self/fd/" + std::to_string(fileno(stream_));
   temporary_ = target_ + "." + std::to_string(getpid());
-  unlink(temporary_.c_str());  // of a process long gone
+  unlink(temporary_.c_str());  // of a process that has ended
   if (linkat(AT_FDCWD, file.c_str(), AT_FDCWD, temporary_.c_str(),
              AT_SYMLINK_FOLLOW) != 0) {
     const int error = errno;
@@ -124,7 +124,7 @@ void OutputFile::Commit() {
   if (std::fflush(stream_) != 0) Fail(errno);
   if (stream_ == stdout) return;
   if (!target_.empty()) {
-    // Else a crash of the system may leave an empty file under the name.
+    // Otherwise a crash of the system may leave an empty file with that name.
     if (fsync(fileno(stream_)) != 0) Fail(errno);
     NameBesideTarget();
   }

@@ -1,5 +1,5 @@
-// Where a report or a configuration goes: standard output, or a file that is
-// there whole or not at all.
+// The output of a report or a configuration: standard output, or a file that is
+// written whole or not at all.
 #ifndef IPAV_CLI_REPORT_OUTPUT_FILE_H_
 #define IPAV_CLI_REPORT_OUTPUT_FILE_H_
 
@@ -14,11 +14,11 @@ namespace ipav::cli::report {
 
 class OutputFile {
  public:
-  // `path` is empty for standard output. What is no regular file, as a pipe or
-  // /dev/stdout, is written to as it is; any other is replaced at the end by a
-  // new file of its folder, which has no name before: a program that is killed
-  // leaves none. Throws std::runtime_error when that cannot be, which says so
-  // of `what`.
+  // `path` is empty for standard output. A pipe, /dev/stdout or the like is
+  // written to directly. A regular file is replaced at the end by a new file in
+  // its folder. The new file has no name before, so that a killed program
+  // leaves none. Throws std::runtime_error, with `what` in its text, if this is
+  // impossible.
   explicit OutputFile(std::string path, const char* what = "report");
   ~OutputFile();  // without Commit(), the file stays as it was
   OutputFile(const OutputFile&) = delete;
@@ -26,10 +26,10 @@ class OutputFile {
 
   std::FILE* stream() const { return stream_; }
 
-  // Throws std::runtime_error when something could not be written so far.
+  // Throws std::runtime_error if a write has failed so far.
   void Check() const;
 
-  // Once, behind the last byte. Throws std::runtime_error.
+  // Call it once, after the last byte. Throws std::runtime_error.
   void Commit();
 
  private:
@@ -37,16 +37,16 @@ class OutputFile {
   void NameBesideTarget();
   [[noreturn]] void Fail(int error) const;
 
-  std::string path_;  // as it was named
+  std::string path_;  // as given
   const char* what_;
-  std::string target_;     // to be replaced; empty: written to as it is
+  std::string target_;     // to be replaced; empty: written to directly
   std::string temporary_;  // beside it; empty: the new file has no name yet
   std::FILE* stream_ = stdout;
 };
 
-// Throws std::runtime_error where the file of an output is one that is read, or
-// that of another output; by what names does not matter. Empty is no file, and
-// what is no regular file has room for all.
+// Throws std::runtime_error if the file of an output is also an input or
+// another output, under any name. Ignores empty names and files that are not
+// regular.
 void RefuseToReplace(const std::string& output,
                      const std::vector<std::string>& others);
 

@@ -42,7 +42,7 @@ void ReportOutput::List(const DeviceReport& device) {
   BeginOnce();
   if (options_.failed_only && device.status == kAccepted) return;
   writer_->Add(device);
-  // The reader of a pipe sees each device as soon as it is done.
+  // Flush, so that the reader of a pipe sees each device as soon as it is done.
   static_cast<void>(std::fflush(file_.stream()));
   file_.Check();
 }

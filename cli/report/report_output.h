@@ -1,4 +1,4 @@
-// Writes the report of a run in its format to its file.
+// Writes the report of a run to a file, in one of the formats.
 #ifndef IPAV_CLI_REPORT_REPORT_OUTPUT_H_
 #define IPAV_CLI_REPORT_REPORT_OUTPUT_H_
 
@@ -16,9 +16,9 @@ namespace ipav::cli::report {
 struct ReportOptions {
   Format format = Format::kText;
   std::string output;        // file; empty: standard output
-  bool failed_only = false;  // lists no device that was accepted
+  bool failed_only = false;  // leaves out accepted devices
 
-  // Of the text format alone.
+  // Only for the text format.
   bool all = false;             // the answer of every point
   bool verbose = false;         // debug lines and platform calls as well
   std::string color = "never";  // or always, auto
@@ -26,18 +26,19 @@ struct ReportOptions {
 
 class ReportOutput {
  public:
-  // The run is borrowed. Throws std::runtime_error when the file cannot be
+  // The run is borrowed. Throws std::runtime_error if the file cannot be
   // created.
   ReportOutput(const ReportOptions& options, Run* run);
 
   // Whether the report is text on standard output.
   bool is_plain() const;
 
-  // Each throws std::runtime_error when the report cannot be written. Nothing
-  // is written before the first call.
+  // Each throws std::runtime_error if the report cannot be written. Nothing is
+  // written before the first call.
   void Add(const DeviceReport& device);   // counts it in the run's summary
-  void List(const DeviceReport& device);  // does not: it is counted already
-  // Once, at the end. A text report ends with the summary if that is wanted.
+  void List(const DeviceReport& device);  // without counting it again
+  // Call it once, at the end. A text report then ends with the summary if
+  // wanted.
   void End(bool has_summary);
 
  private:

@@ -1,4 +1,4 @@
-// What a report says of the run behind it, beside its devices.
+// What a report says of its run, besides the devices.
 #ifndef IPAV_CLI_REPORT_RUN_H_
 #define IPAV_CLI_REPORT_RUN_H_
 
@@ -20,7 +20,7 @@ class Summary {
     devices_.at(static_cast<std::size_t>(status)) += devices;
     if (devices > 0) Raise(status);
   }
-  // For what is wrong beside the devices.
+  // For errors that do not belong to a device.
   void Raise(ExitStatus status) { gravest_ = std::max(gravest_, status); }
 
   std::size_t Of(ExitStatus status) const {
@@ -39,16 +39,16 @@ class Summary {
 // "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed"
 std::string InWords(const Summary& summary);
 
-// A part of a list of devices: every `of`-th, from the `number`-th on.
+// A part of a list of devices: every `of`-th, starting with the `number`-th.
 struct Shard {
   std::size_t number = 1;  // from 1
   std::size_t of = 1;
 };
 
 struct Run {
-  Summary summary;  // of all devices, also those that nobody wants to see
+  Summary summary;  // of all devices, also those not listed
   std::optional<Shard> shard;
-  std::size_t list_size = 0;  // devices of all shards together
+  std::size_t list_size = 0;  // number of devices of all shards
 };
 
 // Its summary, and whose it is.

@@ -12,7 +12,7 @@ class Writer {
   virtual ~Writer() = default;
   virtual void Begin() {}
   virtual void Add(const DeviceReport& device) = 0;
-  // Once, behind the last device.
+  // Call it once, after the last device.
   virtual void End() {}
 };
 

@@ -21,7 +21,7 @@ using messages::Finding;
 using messages::Place;
 using view::ChangeLine;
 
-// Changes that are shown without being asked for.
+// A longer list of changes is closed.
 constexpr std::size_t kShownChanges = 25;
 
 // Characters of a source line that are shown on either side of the mark: a
@@ -84,7 +84,8 @@ void AddSourceLine(const Place& place, Html* html) {
   const std::string_view marked = rest.substr(0, SizeOf(rest, place.length));
   std::string_view after = rest.substr(marked.size());
 
-  // The column is told; indentation takes room that a narrow window lacks.
+  // The indentation is removed: it needs space in a narrow window, and the
+  // column is shown anyway.
   before.remove_prefix(
       std::min(before.find_first_not_of(" \t"), before.size()));
   const std::size_t left = CharactersOf(before);

@@ -1,4 +1,4 @@
-// The part of the page that is one device's.
+// The part of the page for one device.
 #ifndef IPAV_CLI_REPORT_HTML_DEVICE_HTML_H_
 #define IPAV_CLI_REPORT_HTML_DEVICE_HTML_H_
 
@@ -10,8 +10,8 @@
 
 namespace ipav::cli::report {
 
-// A section with the identifier "d" + `number`, which begins all others in it.
-// `view` is null where the configurations could not be read.
+// A section with the identifier "d" + `number`, the prefix of all identifiers
+// in it. `view` is null if the configurations could not be read.
 Html DeviceSection(const DeviceReport& device, const DeviceView* view,
                    std::size_t number);
 

@@ -1,5 +1,5 @@
-// What a report shows of a device beside its findings. It takes both
-// configurations to make, and none to keep.
+// The content of a report on a device besides its findings. It is made from
+// both configurations, but keeps neither.
 #ifndef IPAV_CLI_REPORT_HTML_DEVICE_VIEW_H_
 #define IPAV_CLI_REPORT_HTML_DEVICE_VIEW_H_
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kChunk = 65536;  // bytes
 
-// What bars in conflict are filled with.
+// The fill of bars in conflict.
 constexpr char kHatch[] =
     "<svg class=\"patterns\" aria-hidden=\"true\"><defs>"
     "<pattern id=\"hatch\" width=\"7\" height=\"7\" "
@@ -23,7 +23,7 @@ constexpr char kHatch[] =
     "</defs></svg>\n";
 
 void Write(const std::string& text, std::FILE* file) {
-  // The file remembers an error until it is flushed.
+  // Errors are detected when the file is flushed.
   static_cast<void>(std::fwrite(text.data(), 1, text.size(), file));
 }
 
@@ -35,7 +35,7 @@ void Copy(std::FILE* from, std::FILE* to) {
   }
 }
 
-// By ExitStatus.
+// Indexed by ExitStatus.
 constexpr const char* kVerdicts[] = {"accepted", "refused", "not read",
                                      "not judged"};
 
@@ -85,7 +85,7 @@ void HtmlWriter::AddSection(const DeviceReport& device, std::size_t number,
   Write(section, sections_.get());
 }
 
-// Well-formed as XML too, so that any parser can tell a broken page.
+// Also well-formed XML, so that any parser detects a broken page.
 Html HtmlWriter::Head() const {
   std::string verdicts;
   for (std::size_t status = 0; status < 4; ++status) {

@@ -1,5 +1,5 @@
-// One page of all devices, which needs nothing but itself: no script, no style,
-// font or image from elsewhere, and the browser is told to ask for none.
+// One page of all devices. It has no script, no external style, font or image,
+// and its content security policy forbids all requests.
 #ifndef IPAV_CLI_REPORT_HTML_HTML_H_
 #define IPAV_CLI_REPORT_HTML_HTML_H_
 
@@ -17,22 +17,23 @@
 
 namespace ipav::cli::report {
 
-// The devices wait in a file without a name, so that a fleet needs no more
-// memory than one device; what is kept of each is its line in the list.
+// The sections of the devices are collected in a file without a name, so that a
+// fleet needs no more memory than one device. Only the line of each device in
+// the list is kept in memory.
 class HtmlWriter : public Writer {
  public:
-  // Where the page goes, as of OutputFile. Throws std::runtime_error where it
-  // can be seen now that this will fail.
+  // Opens the file of the page, as OutputFile does. Throws std::runtime_error
+  // if it is already known that writing will fail.
   explicit HtmlWriter(std::string file);
 
-  // Without what changed and without a plan.
+  // Adds a device without changes and plan.
   void Add(const DeviceReport& device) override;
   void Add(const DeviceReport& device, const DeviceView& view);
-  // With a section that was made elsewhere, under a number that no other has.
+  // Adds a device with a section made elsewhere, with a number of its own.
   void AddSection(const DeviceReport& device, std::size_t number,
                   const std::string& section);
 
-  // Throws std::runtime_error when the page cannot be written.
+  // Throws std::runtime_error if the page cannot be written.
   void End() override;
 
  private:

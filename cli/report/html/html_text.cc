@@ -8,20 +8,20 @@ namespace ipav::cli::report {
 
 namespace {
 
-// U+0080 to U+009F are controls without a symbol; U+FFFE and U+FFFF are in no
-// text.
+// U+0080 to U+009F are controls without a symbol; U+FFFE and U+FFFF are not
+// characters.
 bool IsUnshowable(char32_t number) {
   return (number >= 0x80 && number < 0xa0) || number == 0xfffe ||
          number == 0xffff;
 }
 
-// Its symbol is at the same place of the block U+2400.
+// The symbols are in the same order in the block U+2400.
 std::string SymbolOfControl(char32_t number) {
   const unsigned place = number == 0x7f ? 0x21U : number;
   return {'\xe2', '\x90', static_cast<char>(0x80U + place)};
 }
 
-// What a character is written as where not as itself; empty otherwise.
+// The text that replaces a character; empty if it is written unchanged.
 std::string Replacement(char32_t number) {
   switch (number) {
     case '&':
@@ -83,7 +83,7 @@ Html& Html::Text(std::string_view text) {
 
 Html& Html::Path(std::string_view path) {
   std::size_t begin = 0;
-  int keys = 0;  // a slash in them is one of a prefix
+  int keys = 0;  // a slash in a key belongs to a prefix
   for (std::size_t i = 1; i < path.size(); ++i) {
     if (path[i] == '{') ++keys;
     if (path[i] == '}') --keys;

@@ -1,10 +1,10 @@
-// The text of a page while it is made. Two things go in: markup, which is
-// literals of ours only, and text, which may come from anywhere and is escaped
-// in one place. There is no third way.
+// The text of a page while it is made. It accepts only markup, which must be a
+// literal of this program, and text from any source, which is escaped in one
+// place.
 //
-// A function of our own, since no writer at hand fits: the one of libxml2 for
-// HTML knows HTML 4 and takes the whole page as a tree, and none of them takes
-// the bytes that an operator's text may have, which need not be UTF-8.
+// No available writer fits: libxml2's writer of HTML knows HTML 4 only and
+// needs the whole page as a tree, and none accepts an operator's text with
+// bytes that are not UTF-8.
 #ifndef IPAV_CLI_REPORT_HTML_HTML_TEXT_H_
 #define IPAV_CLI_REPORT_HTML_HTML_TEXT_H_
 
@@ -24,11 +24,11 @@ class Html {
 
   // For the content of elements and for attributes in quotes.
   Html& Text(std::string_view text);
-  // The same for a data path, which may go on in the next line in front of each
-  // node; of elements only.
+  // The same for a data path, which may have a line break before each node;
+  // only for the content of elements.
   Html& Path(std::string_view path);
   Html& Number(std::size_t number);
-  // Of 1, as a percentage: "12.5%".
+  // A share of 1 as a percentage: "12.5%".
   Html& Share(double share);
   Html& Add(const Html& part);
 
@@ -39,14 +39,14 @@ class Html {
   std::string page_;
 };
 
-// `text` with what markup is made of as character references. What a page
-// cannot show, or shows as something else, is shown as what it is: control
-// characters by their symbols, characters that turn the direction of writing by
-// their numbers, bytes that are no UTF-8 by U+FFFD.
+// `text` with the characters of markup as character references. Other
+// replacements make invisible characters visible: symbols for control
+// characters, numbers for characters that change the direction of writing,
+// U+FFFD for bytes that are not UTF-8.
 std::string Escaped(std::string_view text);
 
-// Bytes of the character that a non-empty text begins with; where they are
-// not UTF-8, those that are replaced as one.
+// The number of bytes of the first character of a non-empty text; if they are
+// not UTF-8, of those that are replaced together.
 std::size_t CharacterSize(std::string_view text);
 
 // "1 prefix", "3 prefixes".

@@ -13,15 +13,15 @@ using view::Network;
 using view::Prefix;
 using view::Space;
 
-// A bar of at least that share of its block has room for its name.
+// A bar with at least this share of its block has room for its name.
 constexpr double kNamedShare = 0.24;
 
-// Pixels: the picture of a block, and how much lower what lies in another is.
+// Pixels: the picture of a block, and the vertical offset of a nested prefix.
 constexpr std::size_t kStripHeight = 32;
 constexpr std::size_t kStepOfDepth = 6;
 constexpr std::size_t kMaxDepth = 3;
 
-// What the mouse pointer is told of a bar.
+// The tooltip of a bar.
 std::string NameOf(const Prefix& prefix) {
   std::string name = prefix.text + " " + OwnerOf(prefix);
   const std::string change = ChangeText(prefix);
@@ -30,7 +30,7 @@ std::string NameOf(const Prefix& prefix) {
   return name;
 }
 
-// As classes.
+// The state of a prefix as CSS classes.
 void AddState(const Prefix& prefix, Html* html) {
   if (prefix.InConflict()) html->Markup(" conflict");
   if (prefix.novelty == Novelty::kRemoved) {
@@ -41,7 +41,7 @@ void AddState(const Prefix& prefix, Html* html) {
 }
 
 void AddExtent(const Extent& extent, Html* html) {
-  // Half a pixel of a wide window, so that the smallest is no less than seen.
+  // Half a pixel of a wide window, so that the smallest bar is visible.
   html->Markup(" x=\"").Share(extent.begin);
   html->Markup("\" width=\"").Share(std::max(extent.size, 0.0005));
   html->Markup("\"");
@@ -61,9 +61,9 @@ void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
   AddState(prefix, html);
   html->Markup(R"(" width="100%" height="100%" />)");
   html->Markup("</svg>");
-  // Names over the hatching of conflicts cannot be read.
+  // Names are not readable over the hatching of conflicts.
   if (!has_room || prefix.InConflict() || extent.size < kNamedShare) return;
-  // No text of the picture, which would not know where its bar ends.
+  // Not a text element of SVG, which would not be clipped to its bar.
   html->Markup("<foreignObject class=\"name\"");
   AddExtent(extent, html);
   html->Markup(R"( height="100%" aria-hidden="true"><div>)");
@@ -93,12 +93,13 @@ std::string ChangeText(const Prefix& prefix) {
 }
 
 std::string OwnerOf(const Prefix& prefix) {
-  // Only of this space are there two names.
+  // Only this space has two VRFs.
   return prefix.vrf == "mgmt" ? prefix.interface + " (VRF mgmt)"
                               : prefix.interface;
 }
 
-// Those in conflict last, so that no neighbour covers the edge of a narrow one.
+// Those in conflict are drawn last, so that no neighbour covers the edge of a
+// narrow one.
 void AddStrip(const Space& space, const Block& block, Html* html) {
   html->Markup(R"(<svg class="strip" role="img" aria-label=")");
   html->Text("Map of " + view::TextOf(block.network)).Markup("\">");
@@ -116,7 +117,7 @@ void AddStrip(const Space& space, const Block& block, Html* html) {
   html->Add(in_conflict).Markup("</svg>");
 }
 
-// The bar of a row: the row itself says what it is.
+// The bar of a row has no name: the row contains it.
 void AddRowBar(const Prefix& prefix, const Network& network, Html* html) {
   const Extent extent = ExtentOf(prefix.network, network);
   html->Markup(R"(<svg class="track" aria-hidden="true"><rect class="bar)");

@@ -13,7 +13,7 @@ namespace ipav::cli::report {
 // "new", "removed", "changed, was 10.0.0.1/24"; empty for an unchanged prefix.
 std::string ChangeText(const view::Prefix& prefix);
 
-// The interface, with its VRF where the space has two.
+// The interface, with its VRF if the space has two.
 std::string OwnerOf(const view::Prefix& prefix);
 
 // All prefixes of a block in one picture.

@@ -22,19 +22,19 @@ using view::Network;
 using view::Prefix;
 using view::Space;
 
-// A space of no more than that is shown open, of a larger one what is in
-// conflict, and so many blocks with what changed.
+// A space with at most kOpenPrefixes is shown open. A larger one shows its
+// conflicts and at most kChangedBlocks blocks with changes.
 constexpr std::size_t kOpenPrefixes = 16;
 constexpr std::size_t kChangedBlocks = 12;
 
-// Conflicts beyond that have to be asked for.
+// Further conflicts are in a closed list.
 constexpr std::size_t kShownConflicts = 40;
 
-// And so do prefixes of one conflict, and what one of them overlaps with.
+// So are further prefixes of one conflict, and further overlaps of one prefix.
 constexpr std::size_t kShownRows = 12;
 constexpr std::size_t kShownOverlaps = 4;
 
-// Spaces that nothing happens in, beyond the first.
+// Further spaces without conflicts and changes are in a closed list.
 constexpr std::size_t kQuietSpaces = 8;
 
 struct Totals {
@@ -56,7 +56,7 @@ Totals TotalsOf(const Space& space, std::size_t begin, std::size_t end) {
 
 // --- Conflicts
 
-// Prefixes in conflict that lie in one another.
+// Prefixes in conflict that contain each other.
 struct Conflict {
   Network network;
   std::vector<std::size_t> rows;
@@ -74,8 +74,8 @@ std::vector<Conflict> ConflictsOf(const Space& space) {
   return conflicts;
 }
 
-// Splits rows into those to show and those to ask for, both in their order:
-// what a finding names or the change brought goes before the others.
+// Splits rows into shown and hidden ones, both in their order: those that a
+// finding names or the change added come first.
 std::pair<std::vector<std::size_t>, std::vector<std::size_t>> SplitRows(
     const Space& space, const std::vector<std::size_t>& rows) {
   std::vector<std::size_t> shown = rows;
@@ -122,10 +122,10 @@ class PlanWriter {
   const std::string id_;
   Html& html_;
   std::size_t spaces_ = 0;          // so far
-  std::set<std::size_t> anchored_;  // findings that have their row
+  std::set<std::size_t> anchored_;  // findings with a row
 };
 
-// What a finding leads to is in the first row that it names.
+// The link of a finding leads to the first row that it names.
 void PlanWriter::AddAnchors(const Prefix& prefix) {
   for (const std::size_t finding : prefix.findings) {
     if (!anchored_.insert(finding).second) continue;
@@ -225,7 +225,7 @@ void PlanWriter::AddConflict(const Space& space, const Conflict& conflict) {
   html_.Markup("</div>\n");
 }
 
-// Those that are in conflict, apart from the many that are not.
+// The prefixes in conflict, apart from the others.
 void PlanWriter::AddConflicts(const Space& space) {
   const std::vector<Conflict> conflicts = ConflictsOf(space);
   const std::size_t shown = std::min(conflicts.size(), kShownConflicts);
@@ -241,7 +241,7 @@ void PlanWriter::AddConflicts(const Space& space) {
   html_.Markup("</details>\n");
 }
 
-// And what changed without being in conflict. A small space is open anyway.
+// Changes without conflict. A small space is open anyway.
 void PlanWriter::AddChanges(const Space& space,
                             const std::vector<Block>& blocks) {
   std::size_t shown = 0;

@@ -10,9 +10,9 @@
 
 namespace ipav::cli::report {
 
-// `id` begins all identifiers of the device on the page. Those of its findings
-// are `id` + "-f" + a number from 1; where an address is named by one, its row
-// has that with "-plan" behind it.
+// `id` is the prefix of all identifiers of the device on the page. Those of its
+// findings are `id` + "-f" + a number from 1. If a finding names an address,
+// the row has the same identifier with "-plan" appended.
 void AddPlan(const view::AddressPlan& plan, const std::string& id, Html* html);
 
 }  // namespace ipav::cli::report

@@ -11,8 +11,8 @@ using view::Family;
 using view::Network;
 using view::Space;
 
-// The widest network that is worth a picture, and the length from which on its
-// parts are never far apart.
+// The widest network that is drawn as one picture, and the prefix length from
+// which its parts are never far apart.
 struct Scale {
   unsigned widest;
   unsigned together;
@@ -24,9 +24,9 @@ constexpr Scale kIpv6Scale = {32, 64};
 // the picture.
 constexpr unsigned kFarBits = 4;
 
-// What is far apart is cut where so many nests get a better picture: of a few
-// nests, each may have its own; of many, so many pictures would be harder to
-// read than one that is not to scale.
+// Parts that are far apart are separated if each then has at least this many
+// nests. Among a few nests, each may have its own picture. For many nests, so
+// many pictures would be harder to read than a picture that is not to scale.
 std::size_t WorthAPicture(std::size_t nests) {
   if (nests <= 16) return 1;
   return nests <= 96 ? 4 : 8;
@@ -36,8 +36,8 @@ const Scale& ScaleOf(Family family) {
   return family == Family::kIpv4 ? kIpv4Scale : kIpv6Scale;
 }
 
-// Joins the nests of one family, neighbours first, as far as their picture
-// stays readable.
+// Joins the nests of one family, neighbours first, while their picture remains
+// readable.
 class Joiner {
  public:
   Joiner(const std::vector<Block>& nests, std::size_t begin, std::size_t end)
@@ -55,8 +55,8 @@ class Joiner {
       blocks.push_back(whole);
       return true;
     }
-    // They are apart: each is longer than what contains all, and by the next
-    // bit some are in its lower half, some in its upper.
+    // The nests are disjoint, and each is longer than the block that contains
+    // all. The next bit divides them between its lower and its upper half.
     std::size_t middle = begin + 1;
     while (!BitAt(nests_[middle].network.block, whole.network.block.length))
       ++middle;

@@ -1,6 +1,6 @@
-// Where the prefixes of an address space are drawn. Address spaces are sparse:
-// a line from the first address to the last would be empty but for a few dots.
-// So a space is cut into blocks, each drawn to a scale of its own.
+// The layout of the prefixes of an address space. Address spaces are sparse: a
+// line from the first address to the last would be almost empty. A space is
+// therefore divided into blocks, each drawn to a scale of its own.
 #ifndef IPAV_CLI_REPORT_HTML_PLAN_LAYOUT_H_
 #define IPAV_CLI_REPORT_HTML_PLAN_LAYOUT_H_
 
@@ -18,17 +18,18 @@ struct Block {
   std::size_t end = 0;
 };
 
-// A picture of more than that many is cut where it can be; prefixes that lie in
+// A picture with more prefixes is divided if possible; prefixes that contain
 // each other stay together.
 constexpr std::size_t kMaxBlockSize = 48;
 
-// Blocks of a space in the order of its prefixes, which they hold all of.
+// Blocks of a space in the order of its prefixes. They contain all prefixes.
 std::vector<Block> BlocksOf(const view::Space& space);
 
-// Largest runs of prefixes that lie in the first of them.
+// Largest runs of prefixes that are contained in the first of the run.
 std::vector<Block> NestsOf(const view::Space& space);
 
-// Where `inner` lies in `outer`, which contains it: shares of its length.
+// The position of `inner` in `outer`, which contains it, as shares of its
+// length.
 struct Extent {
   double begin = 0;
   double size = 1;

@@ -24,7 +24,7 @@ using messages::Place;
 constexpr char kFormat[] = "ipav report";
 constexpr int kVersion = 1;
 
-// Names of enumerators by their numbers.
+// Names of enumerators, indexed by their numbers.
 constexpr std::array<const char*, 4> kVerdicts = {"accepted", "refused",
                                                   "badInput", "pluginFailed"};
 constexpr std::array<const char*, 4> kNovelties = {"unchanged", "added",
@@ -39,7 +39,7 @@ Enum FromName(const std::array<const char*, 4>& names,
   throw std::runtime_error("unknown word \"" + name + "\"");
 }
 
-// Lines are objects of a text each, so that each may have its bytes.
+// Each line is an object with a text, so that it may also have its bytes.
 void PutLines(Json* object, const std::string& name,
               const std::vector<std::string>& lines) {
   if (lines.empty()) return;

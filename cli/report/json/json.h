@@ -1,5 +1,5 @@
-// The report as JSON, by the schema in docs/report.schema.json. What it says of
-// a device is all that is known of it, so that it can be read back.
+// The report as JSON, by the schema in docs/report.schema.json. It contains
+// everything about a device, so that it can be read back.
 #ifndef IPAV_CLI_REPORT_JSON_JSON_H_
 #define IPAV_CLI_REPORT_JSON_JSON_H_
 
@@ -12,13 +12,13 @@
 
 namespace ipav::cli::report {
 
-// Time taken is in the report of those alone that have it.
+// Only devices with times have them in the report.
 Json ToJson(const DeviceReport& device);
 
-// Throws std::exception for what ToJson() did not make.
+// Throws std::exception for JSON that is not from ToJson().
 DeviceReport FromJson(const Json& json);
 
-// A report as it was read back; of the devices those that are listed.
+// A report that was read back; only the listed devices.
 struct ReadReport {
   Run run;
   std::vector<DeviceReport> devices;

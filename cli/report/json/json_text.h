@@ -1,4 +1,4 @@
-// Texts of any bytes in JSON, which has those of UTF-8 only.
+// Texts of any bytes in JSON, which only allows UTF-8.
 #ifndef IPAV_CLI_REPORT_JSON_JSON_TEXT_H_
 #define IPAV_CLI_REPORT_JSON_JSON_TEXT_H_
 
@@ -10,13 +10,13 @@ namespace ipav::cli::report {
 
 using Json = nlohmann::ordered_json;  // members in the order of the schema
 
-// A text that is no UTF-8 has its exact bytes beside it, in a member of its own
-// name and "Hex".
+// A text that is not UTF-8 also has its exact bytes, in a member with "Hex"
+// appended to the name.
 void PutText(Json* object, const std::string& name, const std::string& text);
 void PutUnlessEmpty(Json* object, const std::string& name,
                     const std::string& text);
 
-// The exact bytes. The first throws std::exception where there is none.
+// The exact bytes. The first function throws std::exception if there are none.
 std::string TextOf(const Json& object, const std::string& name);
 std::string TextOrEmpty(const Json& object, const std::string& name);
 std::optional<std::string> OptionalText(const Json& object,

@@ -1,4 +1,4 @@
-// Where the time of a device went, as JSON: all in seconds.
+// The times of a device as JSON, all in seconds.
 #ifndef IPAV_CLI_REPORT_JSON_JSON_TIMES_H_
 #define IPAV_CLI_REPORT_JSON_JSON_TIMES_H_
 
@@ -7,10 +7,10 @@
 
 namespace ipav::cli::report {
 
-// Of a device that has times.
+// The device must have times.
 Json TimesToJson(const DeviceReport& device);
 
-// Throws std::exception for what TimesToJson() did not make.
+// Throws std::exception for JSON that is not from TimesToJson().
 void TimesFromJson(const Json& json, DeviceReport* device);
 
 }  // namespace ipav::cli::report

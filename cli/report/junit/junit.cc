@@ -22,13 +22,13 @@ const xmlChar* Xml(const char* text) {
   return reinterpret_cast<const xmlChar*>(text);
 }
 
-// One call that a CI system takes for a test.
+// One call, which a CI system shows as a test.
 struct Case {
   std::string name;
   const char* element = nullptr;  // below it: failure, error; null: it passed
   std::string type;
   std::string message;
-  std::string details;  // of a passed one: what it says nevertheless
+  std::string details;  // if it passed: its output
 };
 
 struct Suite {
@@ -89,7 +89,7 @@ Suite SuiteOf(const DeviceReport& device) {
   }
   AddAnswers(device, &suite);
   AddFailure(device.outcome, &suite);
-  // A suite without a case looks like one that did not run.
+  // A suite without a case looks as if it did not run.
   if (suite.cases.empty()) suite.Pass("nothing to judge");
   return suite;
 }
@@ -159,8 +159,8 @@ std::string Warnings(const Outcome& outcome) {
   return text;
 }
 
-// Says that all is written: what is not is found with the file, and libxml2
-// would print it.
+// Always reports success: libxml2 would print an error, and a failed write is
+// detected with the file.
 int WriteTo(void* out, const char* text, int size) {
   static_cast<void>(std::fwrite(text, 1, static_cast<std::size_t>(size),
                                 static_cast<std::FILE*>(out)));

@@ -63,8 +63,8 @@ std::string UriOf(const std::string& file) {
 
 Json Artifact(const std::string& file) { return {{"uri", UriOf(file)}}; }
 
-// Where the n-th character (not byte) of UTF-8 begins; its end when it has
-// fewer.
+// The position of the n-th character (not byte) of a UTF-8 text; its end if it
+// has fewer.
 std::size_t PlaceOfCharacter(const std::string& text, std::size_t number) {
   std::size_t place = 0;
   while (place < text.size() && number > 0) {
@@ -101,7 +101,7 @@ Json LogicalLocations(const std::string& path) {
   return Json::array({location});
 }
 
-// Without a place at least the file is known.
+// Without a position, at least the file is known.
 Json LocationOf(const Culprit& culprit, const std::string& file) {
   const Json physical = culprit.place
                             ? PhysicalLocation(*culprit.place)
@@ -113,7 +113,7 @@ Json LocationOf(const Culprit& culprit, const std::string& file) {
           {"message", Message(text)}};
 }
 
-// The same on every machine and in every version of the program.
+// A hash that is the same on every machine and in every version of the program.
 std::uint64_t Fingerprint(std::string_view text) {
   constexpr std::uint64_t kOffset = 14695981039346656037U;  // FNV-1a
   constexpr std::uint64_t kPrime = 1099511628211U;
@@ -124,7 +124,7 @@ std::uint64_t Fingerprint(std::string_view text) {
   return hash;
 }
 
-// What stays when lines above a finding come and go.
+// A fingerprint that does not change when lines above a finding change.
 std::string FingerprintOf(const Finding& finding, const std::string& file) {
   std::string text =
       file + '\n' + finding.rule + '\n' + finding.text + '\n' + finding.path;
@@ -132,12 +132,12 @@ std::string FingerprintOf(const Finding& finding, const std::string& file) {
   return fmt::format("{:016x}", Fingerprint(text));
 }
 
-// Identifier of the rule: of a text that nobody knows, the validation point.
+// Identifier of the rule; for an unknown text, the validation point.
 const std::string& RuleIdOf(const Finding& finding) {
   return finding.rule.empty() ? finding.point : finding.rule;
 }
 
-// What to do, and where it is explained.
+// The advice, and a link to its explanation.
 Json HelpOf(const Finding& finding) {
   std::string text = base::ToUtf8(finding.advice);
   std::string markdown = text;
@@ -159,8 +159,8 @@ Json RuleOf(const Finding& finding) {
   return rule;
 }
 
-// New is what a culprit that was touched makes; where none was, the running
-// configuration has it already.
+// A finding is new if the candidate changed one of its culprits; otherwise the
+// running configuration already has it.
 std::optional<std::string> BaselineState(const DeviceReport& device,
                                          const Finding& finding) {
   if (device.running.empty() || finding.culprits.empty()) return std::nullopt;
@@ -172,8 +172,8 @@ std::optional<std::string> BaselineState(const DeviceReport& device,
   return is_old ? "unchanged" : "new";
 }
 
-// Which culprit a reader is led to: the first that the candidate touched and
-// that is written somewhere.
+// The culprit at which the finding is shown: the first that the candidate
+// changed and that has a position in a file.
 std::size_t MainCulprit(const Finding& finding) {
   const auto& culprits = finding.culprits;
   const auto find = [&](const auto& wanted) {
@@ -189,7 +189,7 @@ std::size_t MainCulprit(const Finding& finding) {
   return static_cast<std::size_t>(found - culprits.begin());
 }
 
-// Of the file alone, or of a line of it.
+// Location of a file, or of a line in it.
 Json LocationOf(const std::string& file, std::size_t line = 0) {
   Json physical = {{"artifactLocation", Artifact(file)}};
   if (line > 0) physical["region"] = {{"startLine", line}};
@@ -223,7 +223,7 @@ void PutLocations(const DeviceReport& device, const Finding& finding,
   if (!related.empty()) (*result)["relatedLocations"] = related;
 }
 
-// The exact text and what the message has no room for.
+// The exact text, and details that are not in the message.
 Json PropertiesOf(const Finding& finding) {
   Json properties = {{"text", base::ToUtf8(finding.text)}};
   if (base::ToUtf8(finding.text) != finding.text) {
@@ -248,12 +248,12 @@ Json ResultOf(const DeviceReport& device, const Finding& finding) {
   return result;
 }
 
-// The line in "FILE:LINE: reason", 0 where none is told.
+// The line in "FILE:LINE: reason"; 0 if it has none.
 std::size_t LineOf(const std::string& error, const std::string& file) {
   if (file.empty() || error.rfind(file + ":", 0) != 0) return 0;
   const std::size_t begin = file.size() + 1;
   const std::size_t end = error.find_first_not_of("0123456789", begin);
-  constexpr std::size_t kMaxDigits = 9;  // of any line, and it fits a number
+  constexpr std::size_t kMaxDigits = 9;  // enough for any line, and no overflow
   if (end == begin || end == std::string::npos || error[end] != ':' ||
       end - begin > kMaxDigits) {
     return 0;

@@ -20,7 +20,8 @@ class SarifWriter : public Writer {
   SarifWriter(std::FILE* out, const Run& run) : out_(out), run_(run) {}
   void Begin() override;
   void Add(const DeviceReport& device) override;
-  // What is said of the run stands behind the results: it is not known earlier.
+  // Properties of the run come after the results, because they are not known
+  // earlier.
   void End() override;
 
  private:
@@ -32,9 +33,9 @@ class SarifWriter : public Writer {
   std::FILE* out_;
   const Run& run_;
   bool is_first_ = true;
-  Json rules_ = Json::array();                // that results are of
-  std::map<std::string, std::size_t> index_;  // of each in there
-  Json notifications_ = Json::array();        // of what ended without verdict
+  Json rules_ = Json::array();                // used by results
+  std::map<std::string, std::size_t> index_;  // index of each in rules_
+  Json notifications_ = Json::array();        // for devices without a verdict
 };
 
 }  // namespace ipav::cli::report

@@ -10,7 +10,7 @@ namespace ipav::cli::report {
 
 namespace {
 
-// Of a line that does not fit on a screen: all of it, and in front of the mark.
+// Characters of a long line that are shown: in total, and before the mark.
 constexpr std::size_t kMaxShown = 96;
 constexpr std::size_t kMaxInFront = 40;
 
@@ -33,14 +33,14 @@ ShownLine ShowLine(const messages::Place& place) {
   const std::size_t mark =
       std::min(place.column - 1 - place.skipped, characters.size());
 
-  // 1. Which of them are shown.
+  // 1. Find the characters that are shown.
   const bool fits = place.skipped == 0 && characters.size() <= kMaxShown;
   const std::size_t begin =
       fits || mark <= kMaxInFront ? 0 : mark - kMaxInFront;
   const std::size_t end =
       fits ? characters.size() : std::min(begin + kMaxShown, characters.size());
 
-  // 2. They, and the place of the mark among them.
+  // 2. Return them, with the position of the mark.
   ShownLine line;
   if (begin + place.skipped > 0) line.text = kCut;
   line.indent = line.text.size();

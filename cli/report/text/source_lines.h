@@ -1,5 +1,5 @@
-// Lines of a configuration as a report shows them: short, and with nothing in
-// them that a terminal would obey.
+// Lines of a configuration as a report shows them: short, and without control
+// characters for a terminal.
 #ifndef IPAV_CLI_REPORT_TEXT_SOURCE_LINES_H_
 #define IPAV_CLI_REPORT_TEXT_SOURCE_LINES_H_
 
@@ -12,11 +12,11 @@ namespace ipav::cli::report {
 
 struct ShownLine {
   std::string text;
-  std::size_t indent = 0;  // characters of it in front of the mark
-  std::size_t length = 1;  // characters of it that are marked
+  std::size_t indent = 0;  // characters before the mark
+  std::size_t length = 1;  // marked characters
 };
 
-// What is left out of a long line is shown as "...".
+// Omitted parts of a long line are shown as "...".
 ShownLine ShowLine(const messages::Place& place);
 
 }  // namespace ipav::cli::report

@@ -44,7 +44,7 @@ const char* VerdictOf(ExitStatus status) {
   return "not judged, the plug-in failed";
 }
 
-// Each line of a text.
+// The lines of a text, without their line ends.
 std::vector<std::string> LinesOf(const std::string& text) {
   std::vector<std::string> lines;
   std::size_t begin = 0;
@@ -92,7 +92,7 @@ class Printer {
     fmt::print(out_, format, std::forward<Arguments>(arguments)...);
   }
 
-  // The text in that style, or as it is.
+  // The text in that style, or unchanged without colours.
   std::string Styled(fmt::text_style style, const std::string& text) const {
     return options_.color ? fmt::format(style, "{}", text) : text;
   }
@@ -122,7 +122,7 @@ class Printer {
           base::Printable(path));
   }
 
-  // The operator's text has lines of its own.
+  // The operator's text is printed on lines of its own.
   void PrintAnswer(const Answer& answer) const {
     if (answer.exception.has_value()) {
       Print("the plug-in threw an exception: {}\n",
@@ -183,7 +183,7 @@ class Printer {
     }
   }
 
-  // Each line of a text behind a label.
+  // Prints each line of a text after a label.
   void PrintLines(const char* label, const std::string& text) const {
     for (const std::string& line : LinesOf(text)) {
       Print("  {}: {}\n", label, base::Printable(line));

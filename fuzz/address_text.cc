@@ -1,14 +1,14 @@
-// Texts as addresses and prefixes: the plug-in's parser, the address types, and
-// the data model's typedefs with the values that the host makes of them.
+// Reads texts as addresses and prefixes: with the plug-in's parser, the address
+// types, and the data model's typedefs with the host's values for them.
 //
-// Legal: a value, or what the reader of such texts says to a text that is none:
-// boost::system::system_error of the parser, a refusal by the model. Who takes
-// a text is told by inet_pton() and the digits behind the slash; a value prints
-// as inet_ntop() prints it. Two prefixes overlap when their bits say so one by
-// one.
+// Legal: a value, or the error of the reader for other texts:
+// boost::system::system_error of the parser, a refusal by the model.
+// inet_pton() and the digits after the slash decide which readers must accept a
+// text. A value prints as inet_ntop() prints it. Overlaps of two prefixes are
+// compared with a test bit by bit.
 //
 // Input: lines; each is read as an address and as a prefix of either family,
-// and compared with the line in front.
+// and compared with the previous line.
 
 #include "src/lib/internal/address_text.h"
 

@@ -1,10 +1,11 @@
-// JSON texts as files of `ipav check`: read, compared, and judged in a whole
-// commit.
+// JSON texts as files for `ipav check`: read, compared, and validated in a
+// whole commit.
 //
 // Legal: an InputError of one line that names the file; or a configuration, and
 // for each call of the commit's plan verdict 0, or -1 with one text of the
 // point, or the exceptions of the OSPFv2 table's texts and of a short output
-// interface name. No assertion: what the model lets in has the right types.
+// interface name. No assertion: data that the model accepts has the right
+// types.
 //
 // Input: the file.
 

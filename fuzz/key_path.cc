@@ -1,18 +1,18 @@
-// Any key path and any opaque text, into validate() with a small valid
-// configuration behind it.
+// Calls validate() with any key path and any opaque text, on a small valid
+// configuration.
 //
-// Legal: verdict 0 or -1, with one text of the point that was named, or none
-// for a call that names none; the assertions on the type of a key path's
-// element, and those only where that element has another type. No exception:
-// what is stored is right.
+// Legal: verdict 0 or -1, with one text of the named point, or none for a call
+// that names none; the assertions on the type of a key path's element, only if
+// that element has another type. No exception: the stored data is valid.
 //
-// Input: calls, one behind the other. Of each
-//   1. a byte of flags: what the call lacks (kNoTransaction and so on);
-//   2. a byte: the number of a validation point, or one behind them all for
-//      none; and a text, which is appended to its name;
-//   3. a byte, less 128: the length that the key path says it has;
-//   4. a byte: how many elements follow, leaf first; of each a byte for its
-//      number of values, and the values (any_value.h);
+// Input: a series of calls. For each
+//   1. a byte of flags: the missing parts of the call (kNoTransaction and so
+//      on);
+//   2. a byte: the number of a validation point, or the number after the last
+//      one for none; and a text, which is appended to its name;
+//   3. a byte, less 128: the length that the key path claims to have;
+//   4. a byte: the number of elements that follow, leaf first; for each a byte
+//      for its number of values, and the values (any_value.h);
 //   5. the new value.
 
 #include <algorithm>

@@ -1,14 +1,14 @@
-// Row texts of the OSPFv2 interface table, through its reader and both rules.
+// Row texts of the OSPFv2 interface table, with its reader and both rules.
 //
-// Legal: verdict 0, or -1 with one text of the point; and the exception of the
-// first row that is wrong, std::invalid_argument or std::out_of_range of
-// "stoul" or boost::system::system_error, as told by the C library's strtoul()
-// and inet_pton(). No assertion. The reader keeps one address of each row in
-// front of that one.
+// Legal: verdict 0, or -1 with one text of the point; or the exception of the
+// first wrong row: std::invalid_argument or std::out_of_range of "stoul", or
+// boost::system::system_error, as the C library's strtoul() and inet_pton()
+// decide. No assertion. The reader keeps one address of each row before that
+// one.
 //
-// Input: a row per line; separated by tabs compound identifier, area, interface
-// and address, and, where the netmask can be read, a fifth part: its length is
-// the netmask.
+// Input: a row per line: compound identifier, area, interface and address,
+// separated by tabs. If the netmask can be read, there is a fifth part; its
+// length is the netmask.
 
 #include <arpa/inet.h>
 

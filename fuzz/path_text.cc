@@ -1,17 +1,17 @@
-// Path formats and texts into the host's stand-in for the daemon's library, on
-// a small configuration.
+// Path formats and texts for the host's stand-in for the daemon's library, on a
+// small configuration.
 //
-// Legal: every call's success, or CONFD_ERR with an error number of the call
-// and its output untouched. Reads agree with each other: what can be read
-// exists, and a list has as many entries as its cursor walks. What a format
-// makes of its arguments is what the C library's printf() makes of it, and a
-// path reads back from the text that is written of its steps.
+// Legal: success, or CONFD_ERR with an error number of the call and unchanged
+// output. Reads agree with each other: a node that can be read exists, and a
+// list has as many entries as its cursor returns. A format expands its
+// arguments like the C library's printf(), and a path can be read back from the
+// text of its steps.
 //
 // Input: lines. The first character is the call (kCalls), in capitals for one
-// on a socket that is not open; the rest of the line is the format; the lines
-// that follow are the arguments of its conversions, numbers in decimal. Behind
-// three conversions a format is cut. For XPath the second line is the name of
-// an interface, and the format is the path of the context.
+// on a socket that is not open; the rest of the line is the format; the
+// following lines are the arguments of its conversions, numbers in decimal. A
+// format is truncated after three conversions. For XPath the second line is the
+// name of an interface, and the format is the path of the context.
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>

@@ -1,16 +1,16 @@
-// Any typed values and rows behind the seam - wrong types, empty octets, long
+// Any typed values and rows from the platform - wrong types, empty octets, long
 // texts, texts with NUL, negative and huge prefix lengths - and calls that
 // fail, for all eleven validation points.
 //
 // Legal: verdict 0 or -1, with one text of the point; the assertions on the
-// type of what the platform hands out: keys, leaves, changes, and the elements
-// of a key path, as an interface's key may have any type; the exceptions of the
-// OSPFv2 table's texts and of a short output interface name. A snapshot lives
-// on behind an exception, and ends with an assertion.
+// types of the platform's values: keys, leaves, changes, and the elements of a
+// key path, because an interface's key may have any type; the exceptions of the
+// OSPFv2 table's texts and of a short output interface name. A snapshot
+// survives an exception, and ends with an assertion.
 //
-// Input: steps (any_platform.h). One number behind them calls a validation
-// point between two steps: a byte for which one. At the end all points are
-// called, each on a fresh snapshot.
+// Input: steps (any_platform.h). The number after those of the steps calls a
+// validation point between two steps; a byte says which one. At the end all
+// points are called, each on a fresh snapshot.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
-// How much memory the process takes, by operator new alone. Linked in, it
-// replaces the operators of the whole program.
+// Counts the memory that operator new allocates. Linking this file replaces the
+// operators of the whole program.
 #ifndef IPAV_FUZZ_IPAVD_ALLOCATIONS_H_
 #define IPAV_FUZZ_IPAVD_ALLOCATIONS_H_
 
@@ -7,8 +7,8 @@
 
 namespace ipav::fuzz {
 
-// The most that was taken at a time since the object was made, less what was
-// taken then. One at a time.
+// The peak of the allocated memory since the object was made, less the memory
+// allocated at that time. At most one object at a time.
 class AllocationPeak {
  public:
   AllocationPeak();

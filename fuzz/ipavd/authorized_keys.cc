@@ -1,9 +1,9 @@
 // Texts as the file of public keys that may log in over SSH.
 //
 // Legal: as many keys as there are lines that are neither blank nor a comment,
-// each of the type that its line names, and had when it is asked for; or a
-// refusal that names the file and the first such line without a key: what is
-// before it is accepted, and it alone is refused.
+// each of the type that its line names, and each is found; or a refusal that
+// names the file and the first such line without a valid key: the lines before
+// it are accepted, and this line alone is refused.
 //
 // Input: the file.
 

@@ -1,21 +1,22 @@
-// Edits of NETCONF clients, one after the other, on a configuration that has
-// nodes of every kind.
+// A series of edits of NETCONF clients on a configuration with nodes of every
+// kind.
 //
-// Legal: one error, and no nodes; or a configuration. With continue-on-error a
-// configuration, and the errors of what was left out. What was edited stays as
-// it was; an error has a tag with what that asks for, a message, and an
-// absolute path or none. The configuration's own text merged into it, replacing
-// it, as an edit of nothing, and as a configuration of its own makes no other;
-// created in an empty one it is the same; where it is, it cannot be created;
-// removed or deleted it leaves an empty one, from which it cannot be deleted,
-// and removed without effect. An edit that only merges has no effect when it
-// comes again. The data model accepts the configuration exactly when it accepts
+// Legal: one error and no nodes; or a configuration. With continue-on-error: a
+// configuration, and the errors of the omitted parts. The edited configuration
+// itself does not change. An error has a tag with the elements that it
+// requires, a message, and an absolute path or none. The configuration's own
+// text gives the same configuration if it is merged, if it replaces, if it
+// edits an empty configuration, and if it is read as a configuration. Created
+// in an empty configuration it gives the same; created again it is an error.
+// Removed or deleted it leaves an empty configuration; deleting it there is an
+// error, removing it there has no effect. A repeated edit that only merges has
+// no effect. The data model accepts the configuration exactly when it accepts
 // its text, unless there is anydata or anyxml.
 //
 // Input: lines of options, a blank and an edit. Options: "r" or "n" for the
 // default operations replace and none, "c" for continue-on-error, "i" for a
-// configuration without operations, in place of all that is there. An edit is
-// XML, or the same in short (support/short_xml.h).
+// configuration without operations that replaces everything. An edit is XML, or
+// its short form (ipavd/short_xml.h).
 
 #include "ipavd/store/edit_config.h"
 

@@ -1,5 +1,5 @@
 // A client of the NETCONF server in this process: its end of a connection, and
-// what it is told.
+// the replies.
 #ifndef IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_
 #define IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_
 
@@ -16,26 +16,27 @@ class NetconfClient {
  public:
   // Sends its hello.
   NetconfClient();
-  // Whoever has the other end must have closed it.
+  // The other end must have been closed.
   ~NetconfClient();
   NetconfClient(const NetconfClient&) = delete;
   NetconfClient& operator=(const NetconfClient&) = delete;
 
-  // The server's end, once.
+  // The server's end of the connection; call it once.
   base::FileDescriptor TakeServerEnd() { return std::move(server_end_); }
 
-  // A message as the process sends it that meets clients. False where nobody
-  // reads any more.
+  // Sends a message like the relay does. False if the server has closed the
+  // connection.
   bool Send(const std::string& message);
 
-  // The server is to hear no more of it.
+  // Closes the sending direction.
   void Leave();
 
-  // Waits for the end of the connection. What came that is no hello and then
-  // replies is a finding; so are more replies than messages.
+  // Waits for the end of the connection. It is a finding if the received data
+  // is not a hello followed by replies, or if there are more replies than
+  // messages.
   void CheckReplies();
 
-  // Of the library's session.
+  // The number of the library's session.
   std::uint32_t session = 0;
 
  private:
@@ -44,8 +45,8 @@ class NetconfClient {
   base::FileDescriptor end_;
   base::FileDescriptor server_end_;
   std::size_t sent_ = 0;
-  std::string received_;  // the thread's until that has ended
-  // The server waits for nobody who does not read.
+  std::string received_;  // used by the thread until it has ended
+  // The server does not wait for a client that does not read.
   std::thread reader_;
 };
 

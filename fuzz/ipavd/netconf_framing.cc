@@ -1,20 +1,19 @@
-// Streams of bytes, in any pieces, through what takes them apart into messages
-// of NETCONF: the framings alone, and with a client's hello before them the
-// process that stands between client and server; and how that process brings
-// its client to the server.
+// Splits streams of bytes, in any pieces, into NETCONF messages: with the
+// framings alone, and, after a client's hello, with the relay between client
+// and server. Also passes connections to the server, as the relay does.
 //
-// Legal: the messages, in their order, that a plain reader finds in the stream
-// as a whole, and a refusal where it finds what is no framing or too large,
-// whatever the pieces; at no time more memory than a few messages of the
-// largest size take. The server gets the same messages in chunks, or those
-// before a refusal as far as they were sent on; the client gets what the server
-// sent, in the framing of its hello. A passed connection is the first three
-// texts of its bytes, or none, and keeps no more than its connection open.
+// Legal, for any pieces: the messages, in order, that a simple reader finds in
+// the whole stream, and a refusal where it finds invalid framing or a message
+// that is too large. The memory in use never exceeds a few messages of the
+// largest size. The server gets the same messages in chunks, or those before a
+// refusal as far as they were passed on. The client gets what the server sent,
+// in the framing of its hello. A passed connection has the first three texts of
+// its bytes, or is refused, and keeps only its connection open.
 //
-// Input: a line, and the stream behind it. The line: "marks", "chunks", "relay"
-// or "passing"; the largest size of a message; how often the stream is
-// repeated; the sizes of the pieces, over and over. Of a passed connection the
-// second word is the number of descriptors that go with it.
+// Input: a line, and the stream after it. The line: "marks", "chunks", "relay"
+// or "passing"; the largest size of a message; the number of repetitions of the
+// stream; the sizes of the pieces, used in turns. For "passing" the second word
+// is the number of passed descriptors.
 
 #include <fcntl.h>
 #include <poll.h>

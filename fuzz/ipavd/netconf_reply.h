@@ -1,4 +1,4 @@
-// What an answer of the NETCONF server may be.
+// Checks replies of the NETCONF server.
 #ifndef IPAV_FUZZ_IPAVD_NETCONF_REPLY_H_
 #define IPAV_FUZZ_IPAVD_NETCONF_REPLY_H_
 
@@ -8,9 +8,9 @@
 
 namespace ipav::fuzz {
 
-// A finding where the text is no rpc-reply of RFC 6241: XML that is not well
-// formed; neither ok, data nor errors; an error whose type its tag cannot have
-// (appendix A), or that lacks what the tag asks for.
+// It is a finding if the text is not an rpc-reply of RFC 6241: XML that is not
+// well-formed; neither ok, data nor errors; an error with a type that its tag
+// cannot have (appendix A), or without the elements that the tag requires.
 void RequireLegalReply(const std::string& text);
 
 // The same for an error of the datastores.

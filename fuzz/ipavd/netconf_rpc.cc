@@ -1,21 +1,22 @@
-// Messages of NETCONF clients, as they come out of their framing, to the server
-// with its sessions, operations and datastores; what commits is judged by the
-// plug-in, in this process.
+// Messages of NETCONF clients, without framing, to the server with its
+// sessions, operations and datastores. The plug-in validates commits, in this
+// process.
 //
 // Legal: for each message a reply, or the end of its session and of no other
-// (but for kill-session). A reply is XML, and ok, data or errors; an error has
-// a tag and a type that go together and what the tag asks for. A refused
-// operation leaves all datastores as they were, unless it says
-// continue-on-error. What is running was accepted by the plug-in. No errors
-// pile up in the library. A second start finds the datastores that the first
-// one left, unless a confirmed commit waits.
+// (except with kill-session). A reply is XML, and ok, data or errors. An error
+// has a tag with a type that the tag may have, and the elements that the tag
+// requires. A refused operation does not change a datastore, except with
+// continue-on-error. The plug-in has accepted running. The library keeps no
+// errors. A second start finds the datastores of the first one, unless a
+// confirmed commit waits.
 //
 // Input: steps, with "]]>]]>" between them. A step is a message of the first
-// client, or with "2" or "3" before it of another one: as it is where it begins
-// with "<" or is empty, or behind a "="; else an operation in short
-// (support/short_xml.h), such as "lock(target(candidate))". "T" alone: an hour
-// passes. "X1", "X2", "X3": the client is gone. "R": the server ends and starts
-// again. "$1" in a message stands for the number of the first client's session.
+// client, or of another one after "2" or "3". A message that begins with "<",
+// is empty, or follows a "=" is sent unchanged; any other is an operation in
+// short form (ipavd/short_xml.h), such as "lock(target(candidate))". "T" alone:
+// an hour passes. "X1", "X2", "X3": the client disconnects. "R": the server
+// ends and starts again. "$1" in a message is replaced by the number of the
+// first client's session.
 
 #include <algorithm>
 #include <chrono>

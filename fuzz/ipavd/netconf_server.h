@@ -1,7 +1,7 @@
-// A NETCONF server in this process, behind the framing of its clients:
-// sessions, operations, and datastores in a folder in memory, over the
-// project's own data model. It begins with the small configuration, running and
-// as startup.
+// A NETCONF server in this process, without the framing of its clients:
+// sessions, operations, and datastores in a folder in memory, with the
+// project's own data model. It starts with the small configuration in running
+// and startup.
 #ifndef IPAV_FUZZ_IPAVD_NETCONF_SERVER_H_
 #define IPAV_FUZZ_IPAVD_NETCONF_SERVER_H_
 
@@ -28,22 +28,21 @@ class NetconfServer {
   NetconfServer(const NetconfServer&) = delete;
   NetconfServer& operator=(const NetconfServer&) = delete;
 
-  // One message of a client, which connects with its first one, and the answer.
-  // What the message may not change, and what its replies may not say, is a
-  // finding.
+  // Processes one message of a client, which connects with its first one. A
+  // forbidden change of the datastores and a forbidden reply are findings.
   void Receive(std::size_t client, std::string message);
 
-  // A client that is gone without a word.
+  // Closes the connection of a client without close-session.
   void CutOff(std::size_t client);
 
-  // Confirmed commits may be taken back.
+  // Lets time pass: confirmed commits may be rolled back.
   void PassTime(std::chrono::seconds time);
 
-  // The end of the server, and another start, which finds what there was.
+  // Ends the server and starts it again; it must find the same datastores.
   void Restart();
 
-  // Ends all sessions. Whether the server then is as at its first start, and
-  // has been all the time.
+  // Ends all sessions. Whether the server is then, and always was, in the state
+  // of its first start.
   bool IsAsNew();
 
  private:
@@ -59,12 +58,12 @@ class NetconfServer {
   Texts Print() const;
 
   TemporaryFolder folder_;
-  bool trusts_ = false;  // what was running before is
+  bool trusts_ = false;  // whether the previous running is trusted
   std::set<std::string> accepted_;
   store::TimePoint now_{};
   Texts first_;
-  Texts texts_;               // behind the last step
-  bool has_changed_ = false;  // behind any step
+  Texts texts_;               // after the last step
+  bool has_changed_ = false;  // after any step
   std::unique_ptr<store::StateFolder> state_;
   std::unique_ptr<store::Datastores> datastores_;
   std::unique_ptr<netconf::Service> service_;

@@ -1,4 +1,4 @@
-// The server's log, in the place of the one that writes to standard error.
+// Replaces the server's log, which writes to standard error.
 #include <string>
 
 #include "fuzz/support/finding.h"

@@ -1,5 +1,5 @@
-// A folder in memory, where the system has such a file system, that goes with
-// the object.
+// A folder that is removed with the object; in memory if the system has such a
+// file system.
 #ifndef IPAV_FUZZ_IPAVD_TEMPORARY_FOLDER_H_
 #define IPAV_FUZZ_IPAVD_TEMPORARY_FOLDER_H_
 

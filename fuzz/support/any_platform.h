@@ -1,9 +1,10 @@
-// What the platform hands out, from an input's bytes: rows and leaves of any
+// The data of the platform, made from an input's bytes: rows and leaves of any
 // type, changes, and calls that fail.
 //
-// An input is a list of steps; of each a byte for its kind, in the order of the
-// functions below, and what that kind takes. A zero byte stands for the usual
-// everywhere, so that few bytes make a configuration that the rules judge.
+// An input is a list of steps: for each a byte for its kind, in the order of
+// the functions below, and the data of that kind. A zero byte is the usual
+// value everywhere, so that few bytes make a configuration that the rules
+// validate.
 #ifndef IPAV_FUZZ_SUPPORT_ANY_PLATFORM_H_
 #define IPAV_FUZZ_SUPPORT_ANY_PLATFORM_H_
 
@@ -29,12 +30,12 @@ class AnyPlatform {
   // Step number 0 to kSteps - 1.
   void TakeStep(std::size_t number);
 
-  // The key path that the daemon makes for a validation point, of the interface
-  // that the steps are at.
+  // The key path that the daemon makes for a validation point, for the current
+  // interface of the steps.
   testing::KeyPath KeyPathOf(const std::string& point) const;
 
  private:
-  // An interface, at which the steps are from now on: kind, key.
+  // An interface, which becomes the current one: kind, key.
   void Interface();
   // A leaf of the interface: which one, value.
   void InterfaceLeaf();
@@ -55,17 +56,17 @@ class AnyPlatform {
   void RunningVlan();
   // The answer to the XPath that looks for the interface in OSPFv3: a text.
   void XpathAnswer();
-  // A change: key of the interface, leaf, operation, and the new value or, with
-  // an odd byte in front, none.
+  // A change: key of the interface, leaf, operation, and the new value or,
+  // after an odd byte, none.
   void Change();
-  // A call to come fails: which one, and with what result.
+  // A later call fails: which one, and with which result.
   void FailCall();
-  // The last leaf cannot be read, or its existence not be told: a byte.
+  // Reading the last leaf fails, or the test for its existence: a byte.
   void FailLeaf();
 
   testing::Value Take(const std::vector<testing::Value>& usual);
-  // One row of a list, with as many keys as `usual` has; with an odd byte in
-  // front of a list's first row, that list has another number of them.
+  // One row of a list, with as many keys as `usual` has. An odd byte before the
+  // first row of a list gives that list another number of keys.
   std::vector<testing::Value> TakeRow(
       const std::string& list,
       const std::vector<std::vector<testing::Value>>& usual);

@@ -1,5 +1,5 @@
-// Values of the seam from an input's bytes: such as the daemon hands out, and
-// such as it never should.
+// Values of the seam, made from an input's bytes: values that the daemon
+// returns, and values that it never should.
 #ifndef IPAV_FUZZ_SUPPORT_ANY_VALUE_H_
 #define IPAV_FUZZ_SUPPORT_ANY_VALUE_H_
 
@@ -10,9 +10,9 @@
 
 namespace ipav::fuzz {
 
-// One byte decides: an even one picks a usual value, by its half; an odd one a
-// type, by its half, of which the bytes that follow fill in a value. So zeros
-// stand for the first usual value. There must be a usual one.
+// One byte decides. Half of an even byte is the index of a usual value; half of
+// an odd byte is the index of a type, and the following bytes fill in a value
+// of it. Zero is thus the first usual value; there must be at least one.
 testing::Value TakeValue(ByteReader* in,
                          const std::vector<testing::Value>& usual);
 

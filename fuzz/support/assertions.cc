@@ -1,5 +1,5 @@
-// Includes nothing that declares the C library's assertion failure: it does so
-// without exceptions, and this one throws.
+// Must not include a header that declares the C library's assertion failure: it
+// is declared noexcept, and this one throws.
 
 #include "fuzz/support/assertions.h"
 

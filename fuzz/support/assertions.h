@@ -1,7 +1,7 @@
-// The plug-in's programming errors: it stops the process through the C
-// library's assertion failure. In a fuzz target that failure is an exception,
-// so that the next input can run; thrown for the plug-in's own assertions only,
-// any other one is a finding.
+// The plug-in's assertions, which stop the process through the C library's
+// assertion failure. In a fuzz target the failure of a known assertion of the
+// plug-in is an exception, so that the next input can run. Any other one is a
+// finding.
 #ifndef IPAV_FUZZ_SUPPORT_ASSERTIONS_H_
 #define IPAV_FUZZ_SUPPORT_ASSERTIONS_H_
 
@@ -9,10 +9,10 @@
 
 namespace ipav::fuzz {
 
-// What must be wrong for an assertion to fail.
+// The input that is wrong when an assertion fails.
 enum class Cause : unsigned {
   kKeyPath = 1,      // the key path of the call
-  kStoredValue = 2,  // a leaf or a key that the platform hands out
+  kStoredValue = 2,  // a leaf or a key from the platform
   kChange = 4,       // the key path of a change of the transaction
 };
 

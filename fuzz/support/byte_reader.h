@@ -1,5 +1,5 @@
-// Takes an input apart from the front. Whatever the bytes are they mean
-// something, and behind the end there are zeros, so that every input is one.
+// Reads an input from the front. All bytes are valid, and zeros follow the end,
+// so that every input is valid.
 #ifndef IPAV_FUZZ_SUPPORT_BYTE_READER_H_
 #define IPAV_FUZZ_SUPPORT_BYTE_READER_H_
 
@@ -28,8 +28,8 @@ class ByteReader {
   // As many bytes as are left, at most `count`.
   std::string Bytes(std::size_t count);
 
-  // A length and the bytes. A length from 0xf0 on stands for a long text: 600
-  // times its low four bits plus one, all of it the byte that follows.
+  // A length and the bytes. A length of 0xf0 or more is a long text: the
+  // following byte repeated 600 * (length - 0xf0 + 1) times.
   std::string Text();
 
  private:
@@ -43,7 +43,7 @@ std::vector<std::string> LinesOf(const std::uint8_t* data, std::size_t size);
 // A text's parts between separators; one at least.
 std::vector<std::string> Split(const std::string& text, char separator);
 
-// What a C function sees of a text.
+// A text as a C function sees it: up to the first NUL.
 std::string UpToNul(const std::string& text);
 
 }  // namespace ipav::fuzz

@@ -9,9 +9,9 @@
 
 namespace ipav::fuzz {
 
-// Judges the candidate as `ipav check --all` does, but for the child process.
-// What the plug-in may not do with data of the model, an assertion included, is
-// a finding. Returns the refusals.
+// Validates the candidate as `ipav check --all` does, but without the child
+// process. An outcome that is not legal with data of the model, including an
+// assertion, is a finding. Returns the refusals.
 std::vector<commit::Answer> JudgeCommit(const datastore::DataTree& running,
                                         const datastore::DataTree& candidate);
 

@@ -1,4 +1,4 @@
-// What the targets of configuration texts have in common.
+// The common part of the targets of configuration texts.
 #ifndef IPAV_FUZZ_SUPPORT_CONFIG_TEXT_H_
 #define IPAV_FUZZ_SUPPORT_CONFIG_TEXT_H_
 
@@ -6,11 +6,11 @@
 
 namespace ipav::fuzz {
 
-// Reads a configuration as `ipav check` does. One that is accepted finds its
-// entries by their keys, reads back from what libyang prints of it, does not
-// differ from itself, has as many changes from another one as to it, and goes
-// through the commits from the empty and the small configuration to it, and
-// back.
+// Reads a configuration as `ipav check` does. If it is accepted: its entries
+// are found by their keys, it can be read back from libyang's print of it, it
+// does not differ from itself, it has as many changes from another one as to
+// it, and the commits from the empty and the small configuration to it, and
+// back, are run.
 void JudgeText(const std::string& text);
 
 }  // namespace ipav::fuzz

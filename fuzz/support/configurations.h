@@ -1,4 +1,4 @@
-// Configurations of the project's own data model, from texts.
+// Makes configurations of the project's own data model from texts.
 #ifndef IPAV_FUZZ_SUPPORT_CONFIGURATIONS_H_
 #define IPAV_FUZZ_SUPPORT_CONFIGURATIONS_H_
 
@@ -13,11 +13,11 @@ namespace ipav::fuzz {
 // Loaded once for all inputs.
 const datastore::Model& ProjectModel();
 
-// What `ipav check` makes of a file with that text; nothing where it refuses
-// it. A refusal that is not one line which names the file is a finding.
+// Reads a file with that text as `ipav check` does; nothing if it is refused. A
+// refusal that is not one line with the file name is a finding.
 std::optional<datastore::DataTree> ReadConfiguration(const std::string& text);
 
-// A small configuration that has every kind of node, and is accepted.
+// A small, valid configuration with every kind of node.
 const datastore::DataTree& SmallConfiguration();
 std::string SmallConfigurationText();
 

@@ -1,4 +1,4 @@
-// What a fuzz target does about an outcome that is not legal.
+// Reports an outcome that is not legal.
 #ifndef IPAV_FUZZ_SUPPORT_FINDING_H_
 #define IPAV_FUZZ_SUPPORT_FINDING_H_
 
@@ -7,7 +7,7 @@
 namespace ipav::fuzz {
 
 // Prints the text to standard error and aborts, so that the fuzzer keeps the
-// input and the sanitizer prints where it came from.
+// input and the sanitizer prints the stack.
 [[noreturn]] void Finding(const std::string& what);
 
 inline void Require(bool holds, const char* what) {

@@ -1,4 +1,4 @@
-// A file that is only in memory, for what reads files by path.
+// A file that is only in memory, for functions that read files by path.
 #ifndef IPAV_FUZZ_SUPPORT_MEMORY_FILE_H_
 #define IPAV_FUZZ_SUPPORT_MEMORY_FILE_H_
 
@@ -13,7 +13,7 @@ class MemoryFile {
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
 
-  // Good as long as the object lives.
+  // Valid as long as the object lives.
   const std::string& path() const { return path_; }
 
   void Write(const std::string& text) const;

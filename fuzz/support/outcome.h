@@ -1,4 +1,4 @@
-// How a call of the plug-in's validate() may end, on whichever platform.
+// The legal outcomes of a call of the plug-in's validate(), on any platform.
 #ifndef IPAV_FUZZ_SUPPORT_OUTCOME_H_
 #define IPAV_FUZZ_SUPPORT_OUTCOME_H_
 
@@ -31,7 +31,7 @@ struct Outcome {
 // The names that an opaque text may begin with, in the order of the table.
 const std::vector<std::string>& ValidationPoints();
 
-// The validation point that an opaque text means; "" for none.
+// The validation point of an opaque text; "" for none.
 std::string PointOf(const char* opaque);
 
 // Calls validate(). A result other than 0 and -1, an exception that is not

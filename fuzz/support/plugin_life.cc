@@ -24,8 +24,8 @@ void RequireBalance() {
   if (!Fake().misuses().empty()) Finding(Fake().misuses().front());
 }
 
-// Whether the call was refused before any point was looked for: its arguments
-// are no call, or the host has no socket.
+// Whether the call was refused before a point was looked for: its arguments are
+// invalid, or the host has no socket.
 bool EndedAtOnce() {
   const auto& calls = Fake().calls();
   return calls.empty() || calls.back().name == "hostd_maapi_socket_get";

@@ -1,6 +1,6 @@
-// One life of the plug-in on the recording fake platform, between lib_init()
-// and lib_finish(). Whatever a call does, it gives back what the platform gave
-// it and sets no more than one text; anything else is a finding.
+// One life cycle of the plug-in on the recording fake platform, between
+// lib_init() and lib_finish(). It is a finding if a call does not release all
+// resources of the platform, or sets more than one text.
 #ifndef IPAV_FUZZ_SUPPORT_PLUGIN_LIFE_H_
 #define IPAV_FUZZ_SUPPORT_PLUGIN_LIFE_H_
 
@@ -16,14 +16,14 @@ void StartPlatform();
 
 class PluginLife {
  public:
-  // `legal` are the causes for which an assertion may fail.
+  // `legal`: the causes for which an assertion may fail.
   explicit PluginLife(Causes legal);
   ~PluginLife();
   PluginLife(const PluginLife&) = delete;
   PluginLife& operator=(const PluginLife&) = delete;
 
-  // The fake's data, opaque text and failures are the caller's to set. Behind a
-  // failed assertion there is no further call: the process would be gone.
+  // The caller sets the fake's data, opaque text and failures. After a failed
+  // assertion no further call is allowed: a real process would have ended.
   Outcome Validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
                    confd_value_t* newval) const;
 

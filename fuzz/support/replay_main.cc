@@ -1,6 +1,5 @@
-// Runs a fuzz target on the files that the command line names, and on those of
-// the folders. Options are for libFuzzer, whose main takes the same arguments,
-// and are not looked at here.
+// Runs a fuzz target on the files and folders of the command line. Options are
+// for libFuzzer, which has the same arguments, and are ignored here.
 
 #include <algorithm>
 #include <cstdint>

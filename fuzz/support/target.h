@@ -1,13 +1,13 @@
-// Entry point of every fuzz target, by the name that libFuzzer and the replay
-// main (replay_main.cc) know.
+// Entry point of every fuzz target, with the name that libFuzzer and the replay
+// main (replay_main.cc) call.
 #ifndef IPAV_FUZZ_SUPPORT_TARGET_H_
 #define IPAV_FUZZ_SUPPORT_TARGET_H_
 
 #include <cstddef>
 #include <cstdint>
 
-// Returns 0 where the input ended in a legal outcome; a finding ends the
-// process. Must not depend on the inputs before.
+// Returns 0 after a legal outcome; a finding ends the process. Must not depend
+// on previous inputs.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
                                       std::size_t size);
 

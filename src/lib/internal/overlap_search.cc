@@ -1,8 +1,5 @@
 #include "src/lib/internal/overlap_search.h"
 
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -41,16 +38,6 @@ const Interface* At(std::uint32_t rank, const InterfaceRefs& interfaces) {
 }
 
 }  // namespace
-
-template <>
-const std::list<IPv4AddrMask>& AddressesOf(const Interface& interface) {
-  return interface.ipv4;
-}
-
-template <>
-const std::list<IPv6AddrMask>& AddressesOf(const Interface& interface) {
-  return interface.ipv6;
-}
 
 template <typename Mask>
 FirstOverlaps FindOverlaps(const InterfaceRefs& interfaces,

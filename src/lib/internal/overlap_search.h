@@ -9,14 +9,27 @@
 #include <vector>
 
 #include "include/config.h"
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace ip_application::config_valid::internal {
 
 // Interfaces in their order; borrowed.
 using InterfaceRefs = std::vector<const Interface*>;
 
+// The addresses of one family.
 template <typename Mask>
 const std::list<Mask>& AddressesOf(const Interface& interface);
+template <>
+inline const std::list<nettypes::IPv4AddrMask>& AddressesOf(
+    const Interface& interface) {
+  return interface.ipv4;
+}
+template <>
+inline const std::list<nettypes::IPv6AddrMask>& AddressesOf(
+    const Interface& interface) {
+  return interface.ipv6;
+}
 
 // The interfaces that a walk over all pairs finds first; null where there is
 // none.

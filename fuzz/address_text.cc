@@ -14,8 +14,6 @@
 
 #include <arpa/inet.h>
 #include <confd_maapi.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
 
 #include <algorithm>
 #include <boost/system/system_error.hpp>
@@ -33,6 +31,8 @@
 #include "fuzz/support/target.h"
 #include "host/confd/session.h"
 #include "host/datastore/diff.h"
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace ipav::fuzz {
 

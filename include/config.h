@@ -2,9 +2,9 @@
 // under validation through MAAPI, lazily and at most once per address family.
 //
 // The host keeps one `Config` per library context, from lib_init() to
-// lib_finish(). It is never reset in between, so how fresh it is follows from
-// how often the host brackets validation with these two calls. One validation
-// call at a time: nothing here locks.
+// lib_finish(). It is never reset in between: a host that wants fresh data for
+// a validation must make these two calls around it. One validation call at a
+// time: nothing here locks.
 #ifndef IPAV_CONFIG_H_
 #define IPAV_CONFIG_H_
 

@@ -5,13 +5,14 @@
 
 #include <confd_lib.h>
 #include <ids/limid.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
 
 #include <cstdint>
 #include <list>
 #include <string>
 #include <vector>
+
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace ip_application::config_valid {
 
@@ -55,8 +56,8 @@ class GenericConfig {
   // "global" where there is none, empty where it cannot be read.
   std::string get_vrf_name(const std::string& path) const;
 
-  // First key, or the first `key_count` keys, of each entry of a list in the
-  // order of the database, printed as text of at most 255 bytes.
+  // The first key, or the first `key_count` keys, of each list entry, in the
+  // order of the database. A key is printed as text and cut at 255 bytes.
   std::list<std::string> get_key_list(const std::string& path) const;
   std::list<std::vector<std::string>> get_key_list(
       const std::string& path, unsigned int key_count) const;
@@ -82,12 +83,12 @@ class GenericConfig {
   // for an identifier without a name.
   std::string get_vrf_name_from_id(const confd_value_t& value) const;
 
-  // "0a:ff" for the octets 0x0a 0xff of a C_BINARY; empty for another type. Of
-  // no octets at all it is the terminating NUL's "00".
+  // "0a:ff" for the octets 0x0a 0xff of a C_BINARY; empty for another type;
+  // "00" for a C_BINARY without octets, because the terminating NUL is printed.
   std::string get_hex_from_bin(const confd_value_t& value) const;
 
-  // Tells the host's fault service that the address of `key` is missing. The
-  // fault log names the function and the line.
+  // Reports to the host's fault service that the address of `key` is missing.
+  // The fault log names the function and the line.
   static void ReportUnspecified(const char* family, const std::string& key,
                                 const char* function, int line);
 

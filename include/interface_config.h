@@ -3,8 +3,6 @@
 #define IPAV_INTERFACE_CONFIG_H_
 
 #include <ids/limid.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +12,8 @@
 #include <vector>
 
 #include "include/generic_config.h"
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace ip_application::config_valid {
 
@@ -45,9 +45,9 @@ class InterfaceConfig : public GenericConfig {
   // The record of that name, or null.
   const Interface* FindByName(const std::string& name) const;
 
-  // Appends a record, or gives the addresses of one family to the record of
-  // that name if it has none of that family yet; at most one family a call,
-  // IPv4 before IPv6. Nothing else of a record ever changes.
+  // Appends the record if its name is new. Otherwise gives the record of that
+  // name the IPv4 addresses if it has none and there are some to give, or else,
+  // on the same condition, the IPv6 addresses. Nothing else ever changes.
   void MergeConfigAndInsert(const Interface& interface);
 
  protected:

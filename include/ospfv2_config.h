@@ -2,8 +2,6 @@
 #ifndef IPAV_OSPFV2_CONFIG_H_
 #define IPAV_OSPFV2_CONFIG_H_
 
-#include <nettypes/ipv4.h>
-
 #include <cstdint>
 #include <list>
 #include <map>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "include/generic_config.h"
+#include "nettypes/ipv4.h"
 
 namespace ip_application::config_valid {
 
@@ -59,10 +58,11 @@ class Ospfv2Config : public GenericConfig {
   void MergeConfigAndInsert(const OspfIf& ospf_if);
 
   // Look-ups in the tables of the routing side, by compound identifier (one
-  // number for a process in a VRF). What is missing or cannot be read is told
-  // in the debug log and is 0 or empty.
+  // number for a process in a VRF). A value that is missing or cannot be read
+  // is reported in the debug log; the result is then 0 or empty.
 
-  // Prefix length of an address; the interface as the table has it, "l3-1".
+  // Prefix length of an address. `intf_key` is the interface's name as the
+  // table has it: "l3-1".
   std::uint8_t GetIpv4Netmask(unsigned int compound_id,
                               const nettypes::IPv4Addr& area,
                               const std::string& intf_key,

@@ -4,9 +4,6 @@
 #define IPAV_STATIC_ROUTE_CONFIG_H_
 
 #include <confd_maapi.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
-#include <nettypes/net_addr.h>
 
 #include <cstdint>
 #include <map>
@@ -16,6 +13,9 @@
 #include <utility>
 
 #include "include/generic_config.h"
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
+#include "nettypes/net_addr.h"
 
 namespace ip_application::config_valid {
 
@@ -100,9 +100,10 @@ class StaticRouteConfig : public GenericConfig {
   bool CheckBlackHoleIpv4(std::shared_ptr<StaticRoute>& route) const;
   bool CheckBlackHoleIpv6(std::shared_ptr<StaticRoute>& route) const;
 
-  // Name of a row's output interface, with a blank for its third character, as
-  // interface records have it behind their kind word; empty where the row has
-  // none. Throws std::out_of_range for a name of less than two characters.
+  // Name of a row's output interface in the form of interface records: the
+  // third character, the hyphen of "l3-1", becomes a blank. Empty if the row
+  // has no interface. Throws std::out_of_range for a name shorter than two
+  // characters.
   std::string GetIntfNameFromRoute(const maapi_cursor& cursor) const;
 
  private:
@@ -126,7 +127,8 @@ class StaticRouteConfig : public GenericConfig {
 
   Routes<nettypes::IPv4AddrMask, nettypes::IPv4Addr> ipv4_;
   Routes<nettypes::IPv6AddrMask, nettypes::IPv6Addr> ipv6_;
-  // Of the routes with a next hop, both families; may hold the empty name.
+  // Interface names of the routes with a next hop, of both families. The name
+  // may be empty.
   std::set<std::string> output_interfaces_;
 };
 

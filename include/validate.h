@@ -36,10 +36,10 @@ int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 // slot.
 int32_t lib_finish(void** context);
 
-// Callbacks. But for the last one, each reads what it needs of the snapshot, if
-// it was not read before, runs one rule, and sets the rule's text on the
-// transaction where it is violated. `maapi_socket` and `newval` are not used
-// then: the snapshot is bound already. Return 0 to accept, -1 to refuse.
+// Callbacks. All but the last one read the parts of the snapshot that they need
+// and that were not read before, run one rule, and set the rule's text on the
+// transaction if it is violated. They do not use `maapi_socket` and `newval`:
+// the snapshot is bound already. Return 0 to accept, -1 to refuse.
 
 // Number and names of the l3 interfaces.
 int32_t validate_intf_l3_name(int32_t maapi_socket, confd_trans_ctx* tctx,

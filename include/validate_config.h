@@ -65,13 +65,12 @@ class ValidateConfig {
   bool InterfaceIPv6MatchStaticRouteNextHop(const Interface& interface,
                                             const StaticRouteConfig& routes);
 
-  // No route leaves by an interface without a lower-layer interface, as
-  // loopback and management interfaces are, too.
+  // No route leaves by an interface without a lower-layer interface. Loopback
+  // and management interfaces never have one.
   int ValidateStaticRouteOutputIntf(const Config& config);
 
-  // The IPv4 addresses of an interface are those that each of its OSPFv2
-  // processes knows.
-  // The l3 interfaces are judged before the loopbacks.
+  // An interface and each OSPFv2 process that it is assigned to have the same
+  // IPv4 addresses. The l3 interfaces are judged before the loopbacks.
   int ValidateOspfv2(const Config& config);
   bool ValidateOspfv2CrossIfL3(const L3Config& l3, const Ospfv2Config& ospf);
   bool ValidateOspfv2CrossIfLo(const LoConfig& lo, const Ospfv2Config& ospf);
@@ -89,7 +88,8 @@ class ValidateConfig {
   bool HasDuplicate(const Interface& interface);
   template <typename Family>
   bool Overlap(const Interface& first, const Interface& second);
-  // The first of the interfaces with the other one, which may be null.
+  // Whether any of the interfaces overlaps with `other`, which may be null. The
+  // text names the first one that does.
   template <typename Family>
   bool OverlapsWithOther(const std::vector<Interface>& interfaces,
                          const Interface* other);
@@ -100,7 +100,8 @@ class ValidateConfig {
   bool MatchesNextHop(const Interface& interface,
                       const StaticRouteConfig& routes);
 
-  // One rule over every assignment and the interface that it is of.
+  // A rule for one OSPFv2 assignment and the interface that it names, and a
+  // walk that applies the rule to all assignments.
   using OspfRule = bool (ValidateConfig::*)(const OspfIf& ospf_if,
                                             const Interface& interface);
   bool EveryAssignmentHolds(const InterfaceConfig& interfaces,

@@ -4,13 +4,13 @@
 
 #include <confd_lib.h>
 #include <confd_maapi.h>
-#include <nettypes/ipv4.h>
 
 #include <cstdint>
 #include <list>
 #include <string>
 
 #include "include/config.h"
+#include "nettypes/ipv4.h"
 
 // One walk over the changes below a path. Made for one validation; a subclass
 // judges each change and ends the walk at the first that must be refused.
@@ -35,9 +35,9 @@ class ValidateIntfVrf {
   // transaction.
   int32_t RunValidation();
 
-  // Reads of the transaction for walks that need more than the change; none of
-  // those below does. As the ones of the snapshot's readers, but a key is cut
-  // at 8191 bytes.
+  // Reads of the transaction, for walks that need more than the change; the
+  // walks below do not use them. They work as those of GenericConfig do, but
+  // cut a key at 8191 bytes.
   nettypes::IPv4AddrMask get_ipv4_addr_mask(const std::string& path) const;
   std::list<std::string> get_key_list(const std::string& path) const;
 

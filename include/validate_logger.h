@@ -5,9 +5,9 @@
 
 namespace ip_application::config_valid {
 
-// One per process, made on first use, which may be raced for. The host's log
-// handle is asked for then and never again: a host without a log costs one
-// test per line.
+// One per process, made on first use; threads may race for the first use. Only
+// then is the host asked for its log handle. If the host has no log, a line
+// costs one test.
 class ValidateLogger {
  public:
   static ValidateLogger& instance();

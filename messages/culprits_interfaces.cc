@@ -1,11 +1,10 @@
 // Culprits among the interfaces: their number, names and addresses.
 
-#include <nettypes/address_space.h>
-
 #include <string>
 #include <vector>
 
 #include "messages/culprits.h"
+#include "nettypes/address_space.h"
 
 namespace ipav::messages {
 

@@ -1,5 +1,6 @@
+#include "nettypes/ipv4.h"
+
 #include <arpa/inet.h>
-#include <nettypes/ipv4.h>
 
 #include <charconv>
 

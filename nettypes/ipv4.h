@@ -8,10 +8,11 @@
 #define NETTYPES_IPV4_H_
 
 #include <netinet/in.h>
-#include <nettypes/net_addr.h>
 
 #include <cstdint>
 #include <string>
+
+#include "nettypes/net_addr.h"
 
 namespace nettypes {
 
@@ -94,7 +95,8 @@ class IPv4AddrMask : public NetAddr {
   int32_t prefix_len_ = 0;
 };
 
-// Of what is stored: 10.0.0.1/24 equals neither 10.0.0.2/24 nor 10.0.0.1/25.
+// Compare address and length: 10.0.0.1/24 equals neither 10.0.0.2/24 nor
+// 10.0.0.1/25.
 inline bool operator==(const IPv4AddrMask& a, const IPv4AddrMask& b) {
   return a.addr() == b.addr() && a.prefix_len() == b.prefix_len();
 }

@@ -1,5 +1,6 @@
+#include "nettypes/ipv6.h"
+
 #include <arpa/inet.h>
-#include <nettypes/ipv6.h>
 
 #include <cstddef>
 #include <cstring>

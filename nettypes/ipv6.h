@@ -6,10 +6,11 @@
 #define NETTYPES_IPV6_H_
 
 #include <netinet/in.h>
-#include <nettypes/net_addr.h>
 
 #include <cstdint>
 #include <string>
+
+#include "nettypes/net_addr.h"
 
 namespace nettypes {
 
@@ -81,7 +82,7 @@ class IPv6AddrMask : public NetAddr {
   int32_t prefix_len_ = 0;
 };
 
-// Of what is stored: 2001:db8::1/64 equals neither 2001:db8::2/64 nor
+// Compare address and length: 2001:db8::1/64 equals neither 2001:db8::2/64 nor
 // 2001:db8::1/65.
 bool operator==(const IPv6AddrMask& a, const IPv6AddrMask& b);
 bool operator!=(const IPv6AddrMask& a, const IPv6AddrMask& b);

@@ -1,4 +1,4 @@
-#include <nettypes/net_addr.h>
+#include "nettypes/net_addr.h"
 
 #include <ostream>
 

@@ -2,10 +2,10 @@
 #ifndef NETTYPES_NETWORK_H_
 #define NETTYPES_NETWORK_H_
 
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
-
 #include <cstdint>
+
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace nettypes {
 

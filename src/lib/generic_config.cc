@@ -20,7 +20,7 @@ namespace {
 using internal::ElemValue;
 using internal::RequireType;
 
-// Of a printed key, with its NUL.
+// Size of a printed key, including the NUL.
 constexpr std::size_t kKeyTextSize = 256;
 
 constexpr char kGlobalVrf[] = "global";

@@ -39,7 +39,7 @@ struct Ipv4 {
   using Mask = nettypes::IPv4AddrMask;
   static constexpr char kAddressWord[] = " ipv4 address ";
   static constexpr char kDuplicateWords[] = " has duplicated IPv4 address ";
-  // An overlap is told with the VRFs.
+  // The text of an overlap names the VRFs.
   static std::string VrfOf(const Interface& interface) {
     return " vrf " + interface.vrf_name;
   }
@@ -49,11 +49,9 @@ struct Ipv6 {
   using Mask = nettypes::IPv6AddrMask;
   static constexpr char kAddressWord[] = " ipv6 address ";
   static constexpr char kDuplicateWords[] = " has duplicated IPv6 address ";
-  // An overlap is told without the VRFs.
+  // The text of an overlap does not name the VRFs.
   static std::string VrfOf(const Interface& /*interface*/) { return ""; }
 };
-
-std::string Unsigned(std::size_t number) { return std::to_string(number); }
 
 using internal::AddressesOf;
 using internal::InterfaceRefs;
@@ -217,9 +215,10 @@ int ValidateConfig::ValidateInterfaceL3(const Config& config) {
   const std::vector<Interface>& interfaces =
       config.intf_by_type(InterfaceType::kL3)->interfaces();
   if (interfaces.size() > kMaxL3Interfaces) {
-    error_text_ = Joined({"too many 'interface l3', ",
-                          Unsigned(interfaces.size()), " configured, at most ",
-                          Unsigned(kMaxL3Interfaces), " must be configured"});
+    error_text_ =
+        Joined({"too many 'interface l3', ", std::to_string(interfaces.size()),
+                " configured, at most ", std::to_string(kMaxL3Interfaces),
+                " must be configured"});
     return kViolated;
   }
   const bool valid = std::all_of(interfaces.begin(), interfaces.end(),
@@ -229,15 +228,15 @@ int ValidateConfig::ValidateInterfaceL3(const Config& config) {
   return valid ? kHolds : kViolated;
 }
 
-// The length before the characters: a name too long is told as such.
+// Checks the length first: a name that is too long is reported as too long.
 bool ValidateConfig::NameIsValid(const std::string& name) {
   std::string fault;
   if (name.size() > kMaxNameLength) {
-    fault = Joined({" is too long (maximum length: ", Unsigned(kMaxNameLength),
-                    " characters)"});
+    fault = Joined({" is too long (maximum length: ",
+                    std::to_string(kMaxNameLength), " characters)"});
   } else if (name.size() < kMinNameLength) {
-    fault = Joined({" is too short (minimum length: ", Unsigned(kMinNameLength),
-                    " character)"});
+    fault = Joined({" is too short (minimum length: ",
+                    std::to_string(kMinNameLength), " character)"});
   } else if (name.find_first_not_of(kNameCharacters) != std::string::npos) {
     fault =
         " contains invalid characters (allowed characters: 0-9, a-z, A-Z, _, "

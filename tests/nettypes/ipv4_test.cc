@@ -1,6 +1,7 @@
+#include "nettypes/ipv4.h"
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <nettypes/ipv4.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,7 @@
+#include "nettypes/ipv6.h"
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <nettypes/ipv6.h>
 
 #include <cstddef>
 #include <cstdint>

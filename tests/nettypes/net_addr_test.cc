@@ -1,12 +1,14 @@
+#include "nettypes/net_addr.h"
+
 #include <gtest/gtest.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
-#include <nettypes/net_addr.h>
 
 #include <memory>
 #include <sstream>
 #include <type_traits>
 #include <vector>
+
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 
 namespace nettypes {
 namespace {

@@ -2,11 +2,10 @@
 #ifndef IPAV_TESTS_SUPPORT_ADDRESSES_H_
 #define IPAV_TESTS_SUPPORT_ADDRESSES_H_
 
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
-
 #include <string>
 
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 #include "tests/support/value.h"
 
 namespace ipav::testing {

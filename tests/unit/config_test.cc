@@ -41,7 +41,7 @@ TEST(InterfaceTypeTest, HasTheNumbersOfTheKinds) {
 
 // ---- The read-once gate ----------------------------------------------------
 
-// Records what it is asked to read, and throws while it is told to.
+// Records what it is asked to read, and throws on demand.
 class Probe : public GenericConfig {
  public:
   std::vector<ConfigAddrFamily> reads;

@@ -3,13 +3,13 @@
 #define IPAV_TESTS_UNIT_FAMILIES_H_
 
 #include <gtest/gtest.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
 
 #include <string>
 #include <type_traits>
 
 #include "include/generic_config.h"
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 #include "tests/support/addresses.h"
 #include "tests/support/value.h"
 

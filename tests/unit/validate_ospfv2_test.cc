@@ -121,7 +121,8 @@ class Ospfv2RulesTest : public PluginTest {
     config_.intf_by_type(type)->MergeConfigAndInsert(record);
   }
 
-  // In process 10 of VRF global and area 0.0.0.1, unless told otherwise.
+  // In process 10 of VRF global and area 0.0.0.1, unless the test says
+  // otherwise.
   void Assign(const std::string& interface, const Texts& addresses,
               std::uint32_t process_id = 10, const std::string& vrf = "global",
               const std::string& area = "0.0.0.1") {

@@ -2,9 +2,9 @@
 #ifndef IPAV_SRC_LIB_INTERNAL_ADDRESS_TEXT_H_
 #define IPAV_SRC_LIB_INTERNAL_ADDRESS_TEXT_H_
 
-#include <nettypes/ipv4.h>
-
 #include <string>
+
+#include "nettypes/ipv4.h"
 
 namespace ip_application::config_valid::internal {
 

@@ -56,7 +56,7 @@ class MaapiCursor {
   Iterator end() { return Iterator(&cursor_); }
 
  private:
-  // What it returns says nothing that the number of keys does not.
+  // The result is not needed: the number of keys is 0 at the end.
   static void Advance(maapi_cursor* cursor) {
     static_cast<void>(maapi_get_next(cursor));
   }

@@ -4,13 +4,13 @@
 #define IPAV_SRC_LIB_INTERNAL_MAAPI_READS_H_
 
 #include <confd_maapi.h>
-#include <nettypes/ipv4.h>
-#include <nettypes/ipv6.h>
 
 #include <cstddef>
 #include <list>
 #include <string>
 
+#include "nettypes/ipv4.h"
+#include "nettypes/ipv6.h"
 #include "src/lib/internal/maapi_owners.h"
 
 namespace ip_application::config_valid::internal {

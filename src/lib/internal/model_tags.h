@@ -1,4 +1,4 @@
-// Numbers that the data model gives to the nodes the library looks for.
+// Tag numbers of the data model's nodes that the library looks for.
 #ifndef IPAV_SRC_LIB_INTERNAL_MODEL_TAGS_H_
 #define IPAV_SRC_LIB_INTERNAL_MODEL_TAGS_H_
 
@@ -10,7 +10,7 @@ namespace ip_application::config_valid::internal {
 inline constexpr std::uint32_t kMgmtTag = 0x1412343f;
 inline constexpr std::uint32_t kL3Tag = 0x213f1a7a;
 inline constexpr std::uint32_t kLoopbackTag = 0x1472cced;
-// ... and their leaf "vrf".
+// The leaf "vrf" of these lists.
 inline constexpr std::uint32_t kVrfTag = 0x4c5f3e78;
 
 // Module vorplex-internal: the table of OSPFv2 interfaces.

@@ -1,6 +1,7 @@
-// Which interfaces overlap first, in the order in which a walk over all pairs
-// would find them. One sweep over the prefixes (prefix_sweep.h) tells, so that
-// only these are compared with others one by one. `Mask` decides the family.
+// Finds the overlap that a walk over all pairs of interfaces would find first,
+// without comparing all pairs: a sweep over the prefixes (prefix_sweep.h) names
+// the interface, and only this one is then compared with the others. `Mask`
+// selects the address family.
 #ifndef IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
 #define IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
 
@@ -31,14 +32,19 @@ inline const std::list<nettypes::IPv6AddrMask>& AddressesOf(
   return interface.ipv6;
 }
 
-// The interfaces that a walk over all pairs finds first; null where there is
-// none.
+// Result of FindOverlaps(). The order of the walk decides which overlap the
+// operator's text names.
 struct FirstOverlaps {
-  const Interface* of_kind = nullptr;   // overlaps with another of its kind
-  const Interface* of_other = nullptr;  // overlaps with one of the kind
+  // The first interface that overlaps with a later one of its kind, or null.
+  const Interface* of_kind = nullptr;
+  // The first of the others that overlaps with any interface of the kind, or
+  // null: the outer loop of this walk is over the others, the inner one over
+  // the changed kind.
+  const Interface* of_other = nullptr;
 };
 
-// Of the interfaces of one kind, and of those of the other kinds.
+// `interfaces` are those of the changed kind, `others` those of all other
+// kinds.
 template <typename Mask>
 FirstOverlaps FindOverlaps(const InterfaceRefs& interfaces,
                            const InterfaceRefs& others);

@@ -46,7 +46,7 @@ PrefixSweep::Lowest PrefixSweep::FindLowest() {
   Lowest found;
   std::vector<Link> chain;
   for (const Prefix& prefix : prefixes_) {
-    // 1. Of the chain stays what contains the prefix.
+    // 1. Drop the links that do not contain the prefix.
     while (!chain.empty() && !Contains(chain.back().network, prefix.network)) {
       chain.pop_back();
     }

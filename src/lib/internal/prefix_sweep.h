@@ -28,10 +28,13 @@ class PrefixSweep {
     prefixes_.push_back({network, rank, is_other});
   }
 
-  // The lowest ranks in an overlap; kNone for none.
+  // The lowest ranks of prefixes that overlap; kNone where none does.
   struct Lowest {
-    std::uint32_t rank = kNone;   // of the first side, with another rank of it
-    std::uint32_t other = kNone;  // of the other side, with the first side
+    // On the first side: overlaps with a prefix of the first side that has
+    // another rank.
+    std::uint32_t rank = kNone;
+    // On the other side: overlaps with any prefix of the first side.
+    std::uint32_t other = kNone;
   };
   // Sorts the prefixes.
   Lowest FindLowest();

@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
-"""structure.py: which folder includes which, and how long a file may be.
+"""structure.py: checks the includes between folders and the length of files.
 
-Prints each include that points the wrong way and each file that is too long;
-the exit status is 1 when there is one.
+Prints each include that is not allowed and each file that is too long; the exit
+status is 1 if there is one.
 """
 
 import pathlib
 import re
 import sys
 
-# What the sources of a folder may include besides their own folder.
+# The folders that the sources of a folder may include besides their own.
 MAY_INCLUDE = {
     "nettypes": set(),
     "include": {"nettypes"},
@@ -25,7 +25,7 @@ INCLUDE = re.compile(r'\s*#\s*include\s+"([^"]+)"')
 
 
 def wrong_includes(folder, lines):
-    """(line number, header) of what FOLDER may not include."""
+    """(line number, header) of each include that FOLDER may not have."""
     allowed = MAY_INCLUDE[folder] | {folder}
     for number, line in enumerate(lines, 1):
         found = INCLUDE.match(line)

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """tidy.py BUILD: clang-tidy on every source of a configured build folder.
 
-Takes the commands of BUILD/compile_commands.json, compiles nothing, and prints
-what clang and clang-tidy find; the exit status is 1 when they find anything. A
-source that several targets compile is read once, the test plug-ins once for
-each set of definitions; sources that a build makes are not read.
+Uses the commands of BUILD/compile_commands.json, compiles nothing, and prints
+the findings of clang and clang-tidy; the exit status is 1 if there are any. A
+source of several targets is read once, a test plug-in once for each set of
+definitions; generated sources are not read.
 """
 
 import concurrent.futures
@@ -17,7 +17,7 @@ import sys
 
 
 def arguments(entry):
-    """What clang-tidy needs of a compiler's command."""
+    """The arguments of a compiler's command that clang-tidy needs."""
     words = shlex.split(entry["command"])[1:]
     at = words.index("-o")
     return [word for word in words[:at] + words[at + 2:]
@@ -42,7 +42,7 @@ def to_read(build, entries):
 
 
 def findings(build, source, words):
-    """What clang-tidy prints, or an empty text."""
+    """The output of clang-tidy if it has findings, else an empty text."""
     run = subprocess.run(["clang-tidy", "--quiet", source, "--", *words],
                          cwd=build, capture_output=True, text=True,
                          check=False)

@@ -1,4 +1,4 @@
-# What every target of the project is built with.
+# The options with which every target of the project is built.
 
 add_library(ipav_build_flags INTERFACE)
 target_compile_features(ipav_build_flags INTERFACE cxx_std_17)
@@ -10,8 +10,8 @@ target_compile_options(ipav_build_flags INTERFACE
     -Wold-style-cast>
   $<$<BOOL:${IPAV_WERROR}>:-Werror>)
 if(IPAV_SANITIZE)
-  # GCC cannot follow what is initialized through the sanitizers' own code, and
-  # tells so of the headers of the C++ library.
+  # GCC cannot follow initializations through the sanitizers' code, and warns
+  # about the headers of the C++ library.
   target_compile_options(ipav_build_flags INTERFACE
     -fsanitize=${IPAV_SANITIZE} -fno-sanitize-recover=all
     -fno-omit-frame-pointer

@@ -1,4 +1,4 @@
-// Owners of what C libraries allocate.
+// Owners of memory that C libraries allocate.
 #ifndef IPAV_HOST_BASE_C_PTR_H_
 #define IPAV_HOST_BASE_C_PTR_H_
 

@@ -8,7 +8,7 @@ Installation FindInstallation() {
   namespace fs = std::filesystem;
   const fs::path prefix =
       fs::read_symlink("/proc/self/exe").parent_path().parent_path();
-  // A build tree has plain lib where an installation may have more.
+  // A build tree has lib, an installation may have lib/ARCHITECTURE.
   fs::path libraries = prefix / IPAV_LIBDIR;
   if (!fs::exists(libraries / "libip_app_validation.so")) {
     libraries = prefix / "lib";

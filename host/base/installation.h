@@ -13,7 +13,8 @@ struct Installation {
   std::string share;           // folder of data
 };
 
-// That of the running program. Throws std::filesystem::filesystem_error.
+// The installation of the running program. Throws
+// std::filesystem::filesystem_error.
 Installation FindInstallation();
 
 }  // namespace ipav::base

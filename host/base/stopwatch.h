@@ -1,4 +1,4 @@
-// How long something took, on the clock that nobody sets.
+// Measures durations on the monotonic clock.
 #ifndef IPAV_HOST_BASE_STOPWATCH_H_
 #define IPAV_HOST_BASE_STOPWATCH_H_
 
@@ -12,7 +12,7 @@ class Stopwatch {
  public:
   Stopwatch() : start_(Clock::now()) {}
 
-  // Since it was made, or since the last lap.
+  // The time since the construction or the last lap.
   Duration Lap() {
     const Clock::time_point start = start_;
     start_ = Clock::now();

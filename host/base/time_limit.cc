@@ -15,7 +15,7 @@ std::string InWords(TimeLimit limit) {
   std::string number = std::to_string(limit.count() / kMillisecondsPerSecond);
   const auto rest = limit.count() % kMillisecondsPerSecond;
   if (rest != 0) {
-    // Three digits behind the point, less the zeros at their end.
+    // Three digits after the point, without trailing zeros.
     number += "." + std::to_string(kMillisecondsPerSecond + rest).substr(1);
     number.erase(number.find_last_not_of('0') + 1);
   }

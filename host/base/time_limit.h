@@ -14,12 +14,13 @@ constexpr TimeLimit kNoTimeLimit{0};
 // "1 second", "60 seconds", "0.25 seconds".
 std::string InWords(TimeLimit limit);
 
-// A time limit that runs from its making on.
+// A time limit that starts with the construction.
 class Countdown {
  public:
   explicit Countdown(TimeLimit limit);
 
-  // What is left in milliseconds, as poll(2) takes it: -1 for ever, 0 nothing.
+  // The remaining milliseconds for poll(2): -1 without a limit, 0 if it is
+  // over.
   int ForPoll() const;
 
  private:

@@ -98,7 +98,7 @@ std::string ForXml(const Utf8Character& character, std::string_view bytes) {
   return is_control ? EscapeSequence(character, bytes) : std::string(bytes);
 }
 
-// What `convert` makes of each character and of its bytes.
+// Joins the results of `convert` for each character and its bytes.
 template <typename Convert>
 std::string ConvertEach(std::string_view text, const Convert& convert) {
   std::string result;
@@ -137,7 +137,7 @@ std::size_t ValidUtf8Size(std::string_view text) {
       size += block.size();
       continue;
     }
-    // To the end of the block, and of the character that crosses it.
+    // To the end of the block, or of the character that crosses its end.
     const std::size_t block_end = std::min(size + kBlock, text.size());
     while (size < block_end) {
       const Utf8Character character = FirstCharacter(text.substr(size));

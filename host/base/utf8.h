@@ -1,5 +1,5 @@
-// UTF-8 (RFC 3629) for texts that may hold any bytes, such as what a plug-in
-// or a user writes.
+// UTF-8 (RFC 3629) for texts that may hold any bytes, such as the output of a
+// plug-in or a user's input.
 #ifndef IPAV_HOST_BASE_UTF8_H_
 #define IPAV_HOST_BASE_UTF8_H_
 
@@ -35,23 +35,22 @@ std::size_t CountCharacters(std::string_view text);
 // with them a text can look like another one.
 bool ChangesDirection(char32_t number);
 
-// False for the control characters (also U+0080 to U+009F, which terminals
-// obey) and for what changes the direction of writing.
+// False for control characters (also U+0080 to U+009F, which terminals
+// interpret) and for characters that change the direction of writing.
 bool IsPrintable(char32_t number);
 
 // Whether `text` is UTF-8 and all its characters are printable.
 bool IsPrintable(std::string_view text);
 
-// `text` for a terminal or a log: whatever is not printable becomes \xNN or
-// \uNNNN, on one line.
+// `text` for a terminal or a log, on one line: characters that are not
+// printable become \xNN or \uNNNN.
 std::string Printable(std::string_view text);
 
-// The same with \", \\, \n, \r and \t, so that it can stand in quotes; and in
-// quotes.
+// The same in quotes, with \", \\, \n, \r and \t.
 std::string Escaped(std::string_view text);
 std::string Quoted(std::string_view text);
 
-// `bytes` with U+FFFD in place of whatever is not UTF-8.
+// `bytes` with U+FFFD in place of bytes that are not UTF-8.
 std::string ToUtf8(std::string_view bytes);
 
 // The same for XML 1.0: control characters other than tab and line feed become

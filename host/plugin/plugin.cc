@@ -6,11 +6,12 @@ namespace ipav::plugin {
 
 namespace {
 
-// dlopen() would search the library path for a bare name, and take an empty one
-// for the program itself.
+// dlopen() would search the library path for a name without a slash, and an
+// empty name means the program itself.
 void* Open(const std::string& path) {
   if (path.empty()) throw PluginError("the plug-in file has no name");
-  // Everything is bound now: a missing symbol must not show in mid-commit.
+  // Bind everything now: a missing symbol must not be found in the middle of a
+  // commit.
   return dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 

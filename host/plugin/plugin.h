@@ -15,7 +15,7 @@
 
 namespace ipav::plugin {
 
-// The file is no plug-in; what() names it and says why, in one line.
+// The file is not a plug-in; what() names it and says why, in one line.
 class PluginError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -26,11 +26,11 @@ class Plugin {
   // Loads the file and finds its entry points. Throws PluginError.
   explicit Plugin(const std::string& path);
 
-  // Name of the validation set that the plug-in checks. Throws PluginError when
-  // it gives none.
+  // Name of the validation set that the plug-in checks. Throws PluginError if
+  // it has none.
   std::string ValidationPoint() const;
 
-  // The entry points, as they are. What they throw passes through.
+  // Call the entry points. Their exceptions are passed on.
   std::int32_t Init(void** context) const { return init_(context); }
   std::int32_t Validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
                         confd_value_t* newval) const {

@@ -29,7 +29,7 @@ using ipav::services::g_listener;
 
 namespace {
 
-// Of a pointer: its number would be another one in each run.
+// Not the number of a pointer, which differs in each run.
 const char* Presence(const void* pointer) {
   return pointer == nullptr ? "null" : "a pointer";
 }

@@ -1,5 +1,6 @@
-// The framework that hosts a plug-in inside the configuration daemon: what the
-// opaque pointers of a call stand for, and where faults and debug lines go.
+// The framework that hosts a plug-in inside the configuration daemon: the
+// objects of a call's opaque pointers, and the receiver of faults and debug
+// lines.
 #ifndef IPAV_HOST_SERVICES_FRAMEWORK_H_
 #define IPAV_HOST_SERVICES_FRAMEWORK_H_
 
@@ -8,7 +9,7 @@
 #include <map>
 #include <string>
 
-// Behind the `vcb_opaque` of a call.
+// The object of a call's `vcb_opaque`.
 struct hostd {
   int maapi_socket = -1;
   HostdInterface* instance = nullptr;
@@ -19,18 +20,18 @@ class HostdInterface {};
 
 namespace ipav::services {
 
-// Behind the `v_opaque` of a call: the context of each loaded plug-in, by the
+// The object of a call's `v_opaque`: the context of each loaded plug-in, by the
 // name of its validation set.
 class LibraryContexts {
  public:
-  // The slot of a name, for lib_init() and lib_finish(). Stays in place.
+  // The slot of a name, for lib_init() and lib_finish(). Its address is stable.
   void** Slot(const std::string& name) { return &slots_[name]; }
 
  private:
   std::map<std::string, void*> slots_;
 };
 
-// Hears what a plug-in reports besides its answers.
+// Receives the reports of a plug-in besides its answers.
 class Listener {
  public:
   virtual ~Listener() = default;
@@ -38,7 +39,8 @@ class Listener {
   virtual void OnDebugLine(const std::string& line) = 0;
 };
 
-// Makes `listener` hear everything from now on; null for nobody. Borrowed.
+// Sets the listener that receives all reports from now on; null for none.
+// Borrowed.
 void SetListener(Listener* listener);
 
 }  // namespace ipav::services

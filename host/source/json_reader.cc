@@ -11,8 +11,7 @@ namespace ipav::source {
 
 namespace {
 
-// The tokens of a JSON text, one after the other. What stands between them
-// tells nothing of their places.
+// The tokens of a JSON text, in order. The characters between them are skipped.
 class Tokens {
  public:
   Tokens(std::string_view text, std::size_t start) : text_(text), at_(start) {}
@@ -57,7 +56,7 @@ class Tokens {
   std::size_t at_;
 };
 
-// Hears the values of the text, each together with its token.
+// Receives the values of the text, each together with its token.
 class JsonReader {
  public:
   using number_integer_t = nlohmann::json::number_integer_t;
@@ -77,7 +76,7 @@ class JsonReader {
   bool key(const string_t& name) {
     tokens_.Take();
     const std::size_t colon = name.find(':');
-    // libyang takes an empty one for that of the node around, too.
+    // For libyang, an empty one is also that of the parent.
     if (colon == std::string::npos || colon == 0) {
       module_ = open_.back().node == SourceTree::kRoot
                     ? tree_->NumberOf("")
@@ -122,7 +121,7 @@ class JsonReader {
 
  private:
   struct Open {
-    SourceTree::Node node;  // of an array: the one around it
+    SourceTree::Node node;  // of an array: its parent
     bool is_array;
     std::uint32_t module = 0;
     std::uint32_t name = 0;

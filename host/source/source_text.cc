@@ -19,12 +19,12 @@ using Node = SourceTree::Node;
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
-// A longer line is shown only so far around the place: files of one line have
-// megabytes.
+// Of a longer line, only this much around the position is shown: a file of one
+// line may have megabytes.
 constexpr std::size_t kLongLine = 1024;
 constexpr std::size_t kShownAround = 256;
 
-// The place, moved to the nearest start of a character in front of it.
+// The position, moved back to the start of its character.
 std::size_t AtCharacter(std::string_view text, std::size_t at) {
   while (at > 0 && at < text.size() && base::IsContinuation(text[at])) --at;
   return at;
@@ -63,8 +63,8 @@ class Lines {
     return text_.substr(span.begin, span.end - span.begin);
   }
 
-  // Characters of the line in front of a place. Counted on from the place
-  // before, where it was in the same line: most come in order.
+  // Characters of the line before a position. If the previous position was in
+  // the same line, the count continues from there: most come in order.
   std::size_t CharactersTo(std::size_t line, std::size_t place) {
     if (line != counted_line_ || place < counted_to_) {
       counted_line_ = line;
@@ -106,7 +106,7 @@ std::string Join(const std::vector<std::string>& keys) {
 
 }  // namespace
 
-// What was found out about the text.
+// The results of reading the text.
 class SourceText::Places {
  public:
   explicit Places(std::string_view text) : lines_(text) {
@@ -157,7 +157,7 @@ class SourceText::Places {
     return datastore::CanonicalText(leaf, std::string(text));
   }
 
-  // The first instance of a node of the model from that sibling on.
+  // The first instance of a node of the model, starting with that sibling.
   Node FirstOf(const lysc_node& schema, Node node) const {
     const std::uint32_t name = tree_.FindNumber(schema.name);
     const std::uint32_t module =
@@ -172,8 +172,8 @@ class SourceText::Places {
     return node;
   }
 
-  // The entries of a list under a node by their keys: made once, so that each
-  // of many is found at once.
+  // The entries of a list under a node by their keys: an index made once, for
+  // fast look-ups.
   const EntryIndex& IndexOf(Node parent, const lysc_node& list) {
     const auto [slot, is_new] = indexes_.try_emplace({parent, &list});
     if (is_new) {
@@ -198,7 +198,7 @@ class SourceText::Places {
     return keys;
   }
 
-  // An entry is told by its first key.
+  // An entry is shown at its first key.
   Node ShownOf(Node found, const lyd_node& node) const {
     const lysc_node* child = node.schema->nodetype == LYS_LIST
                                  ? lysc_node_child(node.schema)

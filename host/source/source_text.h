@@ -1,6 +1,6 @@
-// Where the nodes of a configuration are written. The YANG library keeps no
-// places, so the text is read a second time: when the first place is asked for,
-// and never for a configuration that nobody complains of.
+// Finds the positions of nodes in the text of a configuration. The YANG library
+// does not keep positions, so the text is read a second time: only when the
+// first position is needed, and never for an accepted configuration.
 #ifndef IPAV_HOST_SOURCE_SOURCE_TEXT_H_
 #define IPAV_HOST_SOURCE_SOURCE_TEXT_H_
 
@@ -18,8 +18,8 @@ struct Mark {
   std::size_t line = 0;    // from 1
   std::size_t column = 0;  // from 1, in characters of the line
   std::size_t length = 0;  // characters of that line to mark, at least 1
-  // The line without its end; of a long one only what is around the place, and
-  // how many characters were left out in front.
+  // The line without its end. If it is long, only the part around the position,
+  // and the number of omitted characters before it.
   std::string source_line;
   std::size_t skipped = 0;
 };
@@ -32,8 +32,8 @@ class SourceText {
   SourceText(const SourceText&) = delete;
   SourceText& operator=(const SourceText&) = delete;
 
-  // The place of a node of the tree that was read from the text: a leaf's
-  // value, the first key of an entry, the beginning of anything else. None for
+  // The position of a node of the tree that was read from the text: the value
+  // of a leaf, the first key of an entry, the start of any other node. None for
   // a node that the text does not have, such as a default value.
   std::optional<Mark> MarkOf(const lyd_node* node) const;
 

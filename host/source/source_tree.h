@@ -1,5 +1,5 @@
-// The nodes of a configuration's text and where each is written, whatever its
-// format. Held small: a text may have millions of them.
+// The nodes of a configuration's text and their positions, for any format.
+// Nodes are small, because a text may have millions.
 #ifndef IPAV_HOST_SOURCE_SOURCE_TREE_H_
 #define IPAV_HOST_SOURCE_SOURCE_TREE_H_
 
@@ -26,9 +26,9 @@ class SourceTree {
 
   SourceTree() : items_(1) {}
 
-  // Number of a name, the same one for the same text.
+  // Number of a name; equal texts have the same number.
   std::uint32_t NumberOf(std::string_view name);
-  // The same, kNone for a name that the text does not have.
+  // The same; kNone for a name that is not in the text.
   std::uint32_t FindNumber(const std::string& name) const;
 
   // A new last child. `module` is the number of a namespace or module name.
@@ -41,11 +41,11 @@ class SourceTree {
   std::uint32_t ModuleOf(Node node) const { return items_[node].module; }
   std::uint32_t NameOf(Node node) const { return items_[node].name; }
 
-  // What to mark: a leaf's value, the beginning of anything else.
+  // The marked part: the value of a leaf, the start of any other node.
   Span SpanOf(Node node) const {
     return {items_[node].begin, items_[node].end};
   }
-  // Of a leaf, without the escapes of the format.
+  // The value of a leaf, without the escapes of the format.
   std::string_view ValueOf(Node node) const;
 
  private:
@@ -67,8 +67,8 @@ class SourceTree {
 };
 
 // Fill the tree from a text without byte order mark and leading blanks, which
-// begins at `start`. What is no XML or no JSON ends it early; nothing outside
-// of the text is ever read.
+// begins at `start`. Reading stops at text that is not XML or not JSON; nothing
+// outside of the text is ever read.
 void ReadXml(std::string_view text, std::size_t start, SourceTree* tree);
 void ReadJson(std::string_view text, std::size_t start, SourceTree* tree);
 

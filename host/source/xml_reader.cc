@@ -15,8 +15,8 @@ namespace {
 
 constexpr char kBlanks[] = " \t\r\n";
 
-// YANG data may have several elements at the top, an XML document has one: all
-// of the text stands in an element of ours.
+// YANG data may have several top elements, an XML document has one: the text is
+// read within an added root.
 constexpr std::string_view kOpening = "<data>";
 constexpr std::string_view kEnding = "</data>";
 
@@ -24,7 +24,7 @@ bool StandsAt(std::string_view text, std::size_t at, std::string_view what) {
   return text.compare(at, what.size(), what) == 0;
 }
 
-// Behind the next `mark`, or `end`.
+// The position after the next `mark`, or `end`.
 std::size_t Behind(std::string_view text, std::size_t at, std::size_t end,
                    std::string_view mark) {
   const std::size_t found = text.find(mark, at);
@@ -32,7 +32,8 @@ std::size_t Behind(std::string_view text, std::size_t at, std::size_t end,
                                          : std::min(found + mark.size(), end);
 }
 
-// Behind the blanks, comments and processing instructions ahead of a value.
+// The position after the blanks, comments and processing instructions before a
+// value.
 std::size_t SkipToValue(std::string_view text, Span content) {
   std::size_t at = content.begin;
   while (at < content.end) {
@@ -49,7 +50,7 @@ std::size_t SkipToValue(std::string_view text, Span content) {
   return at;
 }
 
-// The value between the tags of a leaf; empty where there is none.
+// The value between the tags of a leaf; empty if there is none.
 Span ValueIn(std::string_view text, Span content) {
   constexpr std::string_view kCdata = "<![CDATA[";
   Span value{SkipToValue(text, content), content.end};
@@ -71,12 +72,13 @@ std::string_view View(const xmlChar* text) {
   return text == nullptr ? "" : reinterpret_cast<const char*>(text);
 }
 
-// Hears the elements of the text.
+// Receives the elements of the text.
 class XmlReader {
  public:
   XmlReader(std::string_view text, std::size_t start, SourceTree* tree)
       : text_(text), start_(start), tree_(tree) {
-    // A declaration may stand at the very start only, which ours takes.
+    // Skip the declaration: it is only allowed at the very start, before the
+    // added root.
     if (StandsAt(text_, start_, "<?xml")) {
       start_ = Behind(text_, start_, text_.size(), "?>");
     }
@@ -150,7 +152,7 @@ class XmlReader {
     xmlStopParser(static_cast<XmlReader*>(self)->context_);
   }
 
-  // Where the parser is in the text.
+  // The parser's position in the text.
   std::size_t Place() const {
     const xmlParserInput& input = *context_->input;
     const std::size_t given =
@@ -158,7 +160,7 @@ class XmlReader {
     return std::min(given + start_ - kOpening.size(), text_.size());
   }
 
-  // The parser stands at the end of the start tag, in front of > or />.
+  // The parser is at the end of the start tag, before > or />.
   void StartElement(std::string_view name, std::string_view prefix,
                     std::string_view uri) {
     value_.clear();
@@ -178,7 +180,7 @@ class XmlReader {
     open_.push_back({node, tag, false});
   }
 
-  // The parser stands behind the end tag, or behind the /> of an empty element.
+  // The parser is after the end tag, or after the /> of an empty element.
   void EndElement() {
     if (open_.empty()) return;
     const Open element = open_.back();
@@ -191,7 +193,7 @@ class XmlReader {
     if (value.begin < value.end) tree_->SetSpan(element.node, value);
   }
 
-  // No place at all rather than a wrong one.
+  // No position is better than a wrong one.
   bool IsTagOf(Span tag, std::string_view name, std::string_view prefix) const {
     if (tag.begin == std::string_view::npos || tag.end == 0) return false;
     std::size_t at = tag.begin + 1;

@@ -52,9 +52,6 @@ pid_t ParentOf(pid_t process) {
 }  // namespace
 
 void DevicesTest::SetUp() {
-  std::string name = fs::temp_directory_path() / "ipav-devices-XXXXXX";
-  ASSERT_NE(mkdtemp(name.data()), nullptr);
-  folder_ = name;
   for (const char* part : {"in", "yang", "output"}) {
     fs::create_directory(folder_ / part);
   }
@@ -62,8 +59,6 @@ void DevicesTest::SetUp() {
   fs::copy(IPAV_YANG "/stubs", folder_ / "yang/stubs");
   std::ofstream(folder_ / "yang/m.yang") << ModelText();
 }
-
-void DevicesTest::TearDown() { fs::remove_all(folder_); }
 
 std::string DevicesTest::Write(const std::string& name,
                                const std::string& text) const {
@@ -110,12 +105,6 @@ std::vector<std::string> DevicesTest::Wild(
                                         "--plugin", plugin};
   arguments.insert(arguments.end(), more.begin(), more.end());
   return arguments;
-}
-
-std::string DevicesTest::Contents(const std::string& file) {
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 std::size_t DevicesTest::AwaitProcesses(std::size_t count) const {

@@ -5,18 +5,17 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "tests/support/program.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
-class DevicesTest : public ::testing::Test {
+class DevicesTest : public FolderTest {
  protected:
   void SetUp() override;
-  void TearDown() override;
 
   // A file below the folder `in`, whose own folders are made.
   std::string Write(const std::string& name, const std::string& text) const;
@@ -37,7 +36,6 @@ class DevicesTest : public ::testing::Test {
   std::vector<std::string> Wild(const std::vector<std::string>& more) const;
 
   std::string in() const { return folder_ / "in"; }
-  static std::string Contents(const std::string& file);
 
   // Waits until as many processes of the program run, or ten seconds; returns
   // how many do.
@@ -46,7 +44,6 @@ class DevicesTest : public ::testing::Test {
   std::vector<pid_t> DeviceProcesses() const;
   std::string mark() const { return folder_.filename(); }
 
-  std::filesystem::path folder_;
   bool obeys_permissions_ = false;  // what is started does
 };
 

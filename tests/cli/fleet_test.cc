@@ -339,7 +339,7 @@ TEST_F(FleetTest, KilledWhileItWritesAFileLeavesNone) {
   ASSERT_EQ(AwaitProcesses(4), 4U);
   program.Signal(SIGTERM);
   EXPECT_EQ(program.Wait().signal, SIGTERM);
-  EXPECT_EQ(Contents(output), "old\n");
+  EXPECT_EQ(ReadFile(output), "old\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(in()), {}), 2);
 }
 
@@ -437,7 +437,7 @@ TEST_F(ShardTest, PartsHaveEachDeviceOnce) {
   for (const int of : {1, 2, 3, 7, 10, 13}) {
     std::vector<std::string> together;
     for (int number = 1; number <= of; ++number) {
-      const auto part = CandidatesOf(Contents(Part(number, of)));
+      const auto part = CandidatesOf(ReadFile(Part(number, of)));
       EXPECT_LE(part.size(), static_cast<std::size_t>(10 / of + 1));
       together.insert(together.end(), part.begin(), part.end());
     }
@@ -533,7 +533,7 @@ TEST_F(ShardTest, PartsOfDifferentRunsAreNotMixed) {
 
 TEST_F(ShardTest, AResultThatIsCutOffOrNoneIsNamedAndTheOthersCount) {
   const std::string good = Part(1, 1);
-  const std::string text = Contents(good);
+  const std::string text = ReadFile(good);
   const std::string cut = folder_ / "cut.json";
   std::ofstream(cut) << text.substr(0, text.size() / 2);
   const std::string other = Write("other.json", "{\"devices\": []}");
@@ -555,7 +555,7 @@ TEST_F(ShardTest, AResultThatIsCutOffOrNoneIsNamedAndTheOthersCount) {
 
 TEST_F(ShardTest, AResultWhoseSummaryLiesIsNamed) {
   const std::string file = Part(1, 1);
-  json report = json::parse(Contents(file));
+  json report = json::parse(ReadFile(file));
   report["summary"]["refused"] = 0;
   std::ofstream(file) << report;
   const ProgramResult result = Ipav({"summarize", file});

@@ -194,7 +194,7 @@ TEST_F(FormatsTest, TimesSurviveASummary) {
   const std::string files[] = {WriteAccepted("a.xml"), WriteRefused("b.xml")};
   Ipav({"check", "--timing", "--format", "json", "--output", result, "-j", "2",
         files[0], files[1]});
-  const json before = json::parse(Contents(result));
+  const json before = json::parse(ReadFile(result));
   const json after =
       json::parse(Ipav({"summarize", "--format", "json", result}).out);
   EXPECT_TRUE(before.at("devices").at(1).contains("times"));
@@ -229,7 +229,7 @@ TEST_F(FormatsTest, AFileHasWhatStandardOutputWouldHave) {
         Ipav({"check", "--format", format, "--output", output, file});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out + result.err, "");
-    EXPECT_EQ(Contents(output), Ipav({"check", "--format", format, file}).out);
+    EXPECT_EQ(ReadFile(output), Ipav({"check", "--format", format, file}).out);
   }
 }
 
@@ -237,7 +237,7 @@ TEST_F(FormatsTest, ATextFileTellsOfBadInputToo) {
   const std::string file = WriteBad("a.xml");
   const std::string output = folder_ / "report";
   EXPECT_EQ(Ipav({"check", "--output", output, file}).status, 2);
-  EXPECT_EQ(Contents(output), file + ": not judged, bad input\n  " + file +
+  EXPECT_EQ(ReadFile(output), file + ": not judged, bad input\n  " + file +
                                   ":1: neither XML nor JSON\n");
 }
 
@@ -265,7 +265,7 @@ TEST_F(FormatsTest, AFileThatCannotGrowLeavesTheOldOneAsItWas) {
   command.insert(command.end(), check.begin(), check.end());
   Program program(command, folder_ / "output");
   EXPECT_EQ(program.Wait().status, 2);
-  EXPECT_EQ(Contents(output), "old\n");
+  EXPECT_EQ(ReadFile(output), "old\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(in()), {}), 2);
 }
 
@@ -281,12 +281,12 @@ TEST_F(FormatsTest, AFolderThatMustNotBeWrittenIsToldBeforeAnythingIsJudged) {
   EXPECT_EQ(result.err, "ipav: " + output +
                             ": the report cannot be written: Permission "
                             "denied\n");
-  EXPECT_EQ(Contents(output), "old\n");
+  EXPECT_EQ(ReadFile(output), "old\n");
 }
 
 TEST_F(FormatsTest, NoInputIsReplacedByAReport) {
   const std::string file = WriteAccepted("a.xml");
-  const std::string text = Contents(file);
+  const std::string text = ReadFile(file);
   for (const char* option : {"--output", "--report"}) {
     const ProgramResult result = Ipav({"check", option, file, file});
     EXPECT_EQ(result.status, 2);
@@ -301,7 +301,7 @@ TEST_F(FormatsTest, NoInputIsReplacedByAReport) {
                   WriteAccepted("b.xml")})
                 .status,
             2);
-  EXPECT_EQ(Contents(file), text);
+  EXPECT_EQ(ReadFile(file), text);
 }
 
 TEST_F(FormatsTest, WithoutAReportTheOldFileStays) {
@@ -311,7 +311,7 @@ TEST_F(FormatsTest, WithoutAReportTheOldFileStays) {
                   WriteAccepted("a.xml")})
                 .status,
             2);
-  EXPECT_EQ(Contents(output), "old\n");
+  EXPECT_EQ(ReadFile(output), "old\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(in()), {}), 3);
 }
 

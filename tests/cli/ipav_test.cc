@@ -2,11 +2,9 @@
 // for whatever is wrong with the input.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <regex>
@@ -16,6 +14,7 @@
 #include <vector>
 
 #include "tests/support/run_process.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -51,27 +50,8 @@ ProcessResult Ipav(std::vector<std::string> arguments) {
   return RunProcess(arguments);
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// A folder of the test's own, gone with it.
-class IpavTest : public ::testing::Test {
+class IpavTest : public FolderTest {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "ipav-test-XXXXXX");
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Write(const std::string& name, const std::string& text) const {
-    const fs::path path = folder_ / name;
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-  }
-
   // One line on standard error that begins with `expected`, nothing on
   // standard output, exit status 2.
   static void ExpectBadInput(const ProcessResult& result,
@@ -109,8 +89,6 @@ class IpavTest : public ::testing::Test {
     EXPECT_EQ(result.out.substr(0, verdict.size()), verdict) << result.out;
     return result.out.substr(result.out.find('\n') + 1);
   }
-
-  fs::path folder_;
 };
 
 std::string Interface(const std::string& inner) {

@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -18,13 +17,13 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "tests/support/program.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -58,12 +57,6 @@ void ExpectPeakBelow(const ProgramResult& result, std::size_t bytes) {
 std::size_t LargeCount() {
   const char* size = std::getenv("IPAV_TEST_SIZE");
   return size == nullptr ? 100000 : std::stoul(size);
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 // How often a text stands in another.
@@ -120,12 +113,9 @@ std::string ModelText() {
 }
 
 // A folder of the test's own: inputs, a model, and a place for temporary files.
-class Robustness : public ::testing::Test {
+class Robustness : public FolderTest {
  protected:
   void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "ipav-robust-XXXXXX");
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
     for (const char* part : {"in", "tmp", "yang", "output"}) {
       fs::create_directory(folder_ / part);
     }
@@ -133,12 +123,9 @@ class Robustness : public ::testing::Test {
     fs::copy(IPAV_YANG "/stubs", folder_ / "yang/stubs");
     std::ofstream(folder_ / "yang/m.yang") << ModelText();
   }
-  void TearDown() override { fs::remove_all(folder_); }
 
   std::string Write(const std::string& name, const std::string& text) const {
-    const fs::path path = folder_ / "in" / name;
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
+    return FolderTest::Write("in/" + name, text);
   }
 
   // A candidate of the small model.
@@ -226,8 +213,6 @@ class Robustness : public ::testing::Test {
   void ExpectNoTemporaryFile() const {
     EXPECT_TRUE(fs::is_empty(folder_ / "tmp"));
   }
-
-  fs::path folder_;
 };
 
 std::string Place(const std::string& deed) {

@@ -1,16 +1,12 @@
 // The report for people: what it shows of the nodes of a refusal, and how.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): POSIX
-#include <unistd.h>
 
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +16,7 @@
 #include "cli/report/text/terminal.h"
 #include "cli/report/text/text.h"
 #include "tests/support/run_process.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::cli::report {
 
@@ -237,18 +234,16 @@ TEST(ColorTest, ATerminalHasThemUnlessItKnowsNoneOrTheUserWantsNone) {
 }
 
 TEST(ColorTest, AFileHasNoneThoughTheProgramIsOnATerminal) {
-  const std::string file =
-      fs::temp_directory_path() / ("ipav-color-" + std::to_string(getpid()));
+  const ipav::testing::TempDir folder;
+  const std::string file = folder.path() + "/report";
   std::string command = "env -u NO_COLOR";
   for (const std::string& word : CheckRefused({"--output", file})) {
     command += " " + word;
   }
   RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"});
-  std::ostringstream text;
-  text << std::ifstream(file).rdbuf();
-  fs::remove(file);
-  EXPECT_NE(text.str().find(": refused ("), std::string::npos);
-  EXPECT_FALSE(HasColor(text.str()));
+  const std::string text = ipav::testing::ReadFile(file);
+  EXPECT_NE(text.find(": refused ("), std::string::npos);
+  EXPECT_FALSE(HasColor(text));
 }
 
 TEST(ColorTest, ADumbTerminalHasNone) {
@@ -298,9 +293,8 @@ TEST(OperatorTextTest, IsVerbatimInAFile) {
 }
 
 TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
-  std::string folder = (fs::temp_directory_path() / "report-test-XXXXXX");
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  const std::string name = folder + "/\x1b[31m\xe2\x80\xae.xml";
+  const ipav::testing::TempDir folder;
+  const std::string name = folder.path() + "/\x1b[31m\xe2\x80\xae.xml";
   const std::string missing = name + ".xml";
   fs::copy(kBranch + "running.xml", name);
   const std::vector<std::vector<std::string>> commands = {
@@ -308,7 +302,7 @@ TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
       {"check", name, missing},
       {"check", missing},
       {"check", "--plugin", name, name},
-      {"check", "--output", folder + "/no/\x1b[31m\xe2\x80\xae", name},
+      {"check", "--output", folder.path() + "/no/\x1b[31m\xe2\x80\xae", name},
       {"diff", name, missing},
       {"convert", missing},
       {"summarize", name},
@@ -322,18 +316,16 @@ TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
     EXPECT_EQ(all.find('\x1b'), std::string::npos) << all;
     EXPECT_EQ(all.find("\xe2\x80\xae"), std::string::npos) << all;
   }
-  fs::remove_all(folder);
 }
 
 TEST(TextReportTest, ANameThatWouldTurnTheTerminalIsShownEscaped) {
-  std::string folder = (fs::temp_directory_path() / "report-test-XXXXXX");
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  const std::string file = folder + "/candidate.xml";
-  std::ofstream(file) << "<config xmlns=\"urn:vorplex:config\"><interface>\n"
-                         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\xc2\x9b"
-                         "31m</name>\n</l3></interface></config>";
+  const ipav::testing::TempDir folder;
+  const std::string file =
+      folder.Write("candidate.xml",
+                   "<config xmlns=\"urn:vorplex:config\"><interface>\n"
+                   "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\xc2\x9b"
+                   "31m</name>\n</l3></interface></config>");
   const ProcessResult result = RunProcess({IPAV_PROGRAM, "check", file});
-  fs::remove_all(folder);
   EXPECT_EQ(result.status, 1);
   EXPECT_NE(result.out.find(
                 ":2:37: name, added\n"

@@ -5,50 +5,20 @@
 
 #include <gtest/gtest.h>
 #include <libyang/libyang.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "host/confd/path.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/model.h"
+#include "tests/support/temp_dir.h"
 
 namespace host_test {
 
-// A folder that lives as long as the object.
-class TempDir {
- public:
-  TempDir() {
-    std::string name =
-        (std::filesystem::temp_directory_path() / "host_test.XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
-    path_ = name;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-
-  const std::string& path() const { return path_; }
-
-  // Returns the path of the file.
-  std::string Write(const std::string& name, const std::string& text) const {
-    std::string file = path_ + "/" + name;
-    std::ofstream(file, std::ios::binary) << text;
-    return file;
-  }
-
- private:
-  std::string path_;
-};
+using ipav::testing::TempDir;
 
 // The text of a module: its namespace is "urn:NAME", its prefix NAME; all that
 // an annotation needs is imported.

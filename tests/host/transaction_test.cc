@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -31,6 +29,7 @@ using ipav::datastore::InputText;
 using ipav::datastore::Model;
 using ipav::datastore::Running;
 using ipav::datastore::Transaction;
+using ipav::testing::ReadFile;
 
 InputText TextOf(const std::string& bytes) {
   return {"data.xml", bytes, 0, LYD_XML};
@@ -106,11 +105,6 @@ bool ExpectSame(const Model& model, const std::string& running,
       << running << "\n---\n"
       << candidate;
   return compared;
-}
-
-std::string ReadFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 TEST(TransactionOfExamples, ChangesAreThoseOfTheWholeTrees) {

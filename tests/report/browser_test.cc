@@ -2,7 +2,6 @@
 // complains of, and says how wide it became.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -15,6 +14,7 @@
 
 #include "tests/report/generated.h"
 #include "tests/support/run_process.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -48,22 +48,11 @@ std::string ConsoleOf(const ProcessResult& browser) {
   return console;
 }
 
-class Browser : public ::testing::Test {
+class Browser : public FolderTest {
  protected:
   void SetUp() override {
     if (std::string(IPAV_CHROMIUM).empty()) GTEST_SKIP() << "no chromium";
-    std::string name = fs::temp_directory_path() / "browser-test-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
     fs::create_directories(IPAV_SCREENSHOTS);
-  }
-  void TearDown() override {
-    if (!folder_.empty()) fs::remove_all(folder_);
-  }
-
-  std::string Write(const std::string& name, const std::string& text) const {
-    std::ofstream(folder_ + "/" + name, std::ios::binary) << text;
-    return folder_ + "/" + name;
   }
 
   // The page of an overlap among so many prefixes.
@@ -73,7 +62,7 @@ class Browser : public ::testing::Test {
   }
 
   std::string PageOf(const Texts& arguments) const {
-    std::string page = folder_ + "/page.html";
+    std::string page = folder_ / "page.html";
     Texts command = {IPAV_PROGRAM, "check", "--all", "--report", page};
     command.insert(command.end(), arguments.begin(), arguments.end());
     EXPECT_EQ(RunProcess(command).status, 1);
@@ -87,7 +76,7 @@ class Browser : public ::testing::Test {
                        "--disable-gpu", "--hide-scrollbars",
                        "--disable-dev-shm-usage", "--virtual-time-budget=2000",
                        "--enable-logging=stderr",
-                       "--user-data-dir=" + folder_ + "/profile",
+                       "--user-data-dir=" + (folder_ / "profile").string(),
                        "--blink-settings=preferredColorScheme=" +
                            std::to_string(static_cast<int>(scheme)),
                        "--window-size=" + std::to_string(width) + "," +
@@ -105,8 +94,6 @@ class Browser : public ::testing::Test {
     text.insert(text.rfind("</body>"), "<script>" + script + "</script>");
     return Write("probe.html", text);
   }
-
-  std::string folder_;
 };
 
 // Width and height of a PNG, from its first chunk.

@@ -1,18 +1,16 @@
 // `ipav check --report` as its users meet it.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "tests/report/generated.h"
 #include "tests/report/page_tree.h"
 #include "tests/support/run_process.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -25,34 +23,17 @@ using Texts = std::vector<std::string>;
 const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
 const std::string kCampus = IPAV_EXAMPLES "/campus-core/";
 
-class ReportOption : public ::testing::Test {
+class ReportOption : public FolderTest {
  protected:
-  void SetUp() override {
-    std::string name = fs::temp_directory_path() / "report-test-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-    page_ = folder_ + "/page.html";
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Write(const std::string& name, const std::string& text) const {
-    std::ofstream(folder_ + "/" + name, std::ios::binary) << text;
-    return folder_ + "/" + name;
-  }
-
   ProcessResult Check(Texts arguments) const {
     const Texts begin = {IPAV_PROGRAM, "check", "--report", page_};
     arguments.insert(arguments.begin(), begin.begin(), begin.end());
     return RunProcess(arguments);
   }
 
-  std::string Page() const {
-    std::ifstream file(page_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string Page() const { return ReadFile(page_); }
 
-  std::string folder_;
-  std::string page_;
+  std::string page_ = folder_ / "page.html";
 };
 
 TEST_F(ReportOption, AddsAPageToTheOutputAndChangesNothingElse) {
@@ -148,13 +129,13 @@ INSTANTIATE_TEST_SUITE_P(Prefixes, SizedReport,
 
 TEST_F(ReportOption, IsNotWrittenWhereAnInputIsBad) {
   const std::string old = Write("page.html", "old");
-  const ProcessResult result = Check({folder_ + "/missing.xml"});
+  const ProcessResult result = Check({folder_ / "missing.xml"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(Page(), "old");
 }
 
 TEST_F(ReportOption, EndsWithStatus2WhereItCannotBeWritten) {
-  page_ = folder_ + "/no/page.html";
+  page_ = folder_ / "no/page.html";
   const ProcessResult result =
       Check({"--running", kBranch + "running.xml", kBranch + "running.xml"});
   EXPECT_EQ(result.status, 2);

@@ -4,17 +4,13 @@
 #define IPAV_TESTS_CLI_COMMANDS_FIXTURE_H_
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/support/run_process.h"
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -34,29 +30,7 @@ inline std::string OutputOf(std::vector<std::string> arguments) {
   return result.out;
 }
 
-inline std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-class CommandTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string name =
-        (std::filesystem::temp_directory_path() / "ipav-command-XXXXXX");
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-
-  std::string Write(const std::string& name, const std::string& text) const {
-    const std::filesystem::path path = folder_ / name;
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-  }
-
-  std::filesystem::path folder_;
-};
+using CommandTest = FolderTest;
 
 // Configurations of one list `l3`, with these entries.
 inline std::string L3Json(const std::string& entries) {

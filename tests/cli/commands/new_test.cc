@@ -11,7 +11,6 @@ using Edit = std::pair<std::string, std::string>;
 class NewTest : public CommandTest {
  protected:
   void SetUp() override {
-    CommandTest::SetUp();
     text_ = OutputOf({"new"});
     file_ = Write("new.xml", text_);
   }

@@ -96,7 +96,6 @@ class Completion : public CommandTest,
     if (std::string(GetParam().program).empty()) {
       GTEST_SKIP() << "no " << GetParam().name;
     }
-    CommandTest::SetUp();
     setenv("HOME", folder_.c_str(), 1);  // where a shell keeps things
     script_ = Write("script", OutputOf({"completion", GetParam().name}));
     Write("candidate.xml", "");

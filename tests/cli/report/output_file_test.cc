@@ -7,12 +7,12 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -21,24 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 using cli::report::OutputFile;
 
-class OutputFileTest : public ::testing::Test {
+class OutputFileTest : public FolderTest {
  protected:
-  void SetUp() override {
-    std::string name = fs::temp_directory_path() / "ipav-output-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Write(const std::string& name, const std::string& text) const {
-    std::ofstream(folder_ / name) << text;
-    return folder_ / name;
-  }
-  static std::string Contents(const std::string& file) {
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    return text.str();
-  }
   std::ptrdiff_t Files() const {
     return std::distance(fs::directory_iterator(folder_), {});
   }
@@ -53,8 +37,6 @@ class OutputFileTest : public ::testing::Test {
     }
     return "";
   }
-
-  fs::path folder_;
 };
 
 TEST_F(OutputFileTest, ANewFileIsThereWhenItIsWhole) {
@@ -64,7 +46,7 @@ TEST_F(OutputFileTest, ANewFileIsThereWhenItIsWhole) {
   std::fflush(output.stream());
   EXPECT_EQ(Files(), 0);
   output.Commit();
-  EXPECT_EQ(Contents(file), "report\n");
+  EXPECT_EQ(ReadFile(file), "report\n");
   EXPECT_EQ(Files(), 1);
 }
 
@@ -72,7 +54,7 @@ TEST_F(OutputFileTest, AnOldFileIsReplacedAndKeepsItsPermissions) {
   const std::string file = Write("report.json", "a longer old report\n");
   fs::permissions(file, static_cast<fs::perms>(0640));
   EXPECT_EQ(Error(file), "");
-  EXPECT_EQ(Contents(file), "report\n");
+  EXPECT_EQ(ReadFile(file), "report\n");
   EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
   EXPECT_EQ(Files(), 1);
 }
@@ -90,7 +72,7 @@ TEST_F(OutputFileTest, WithoutItsEndNothingChanges) {
     const OutputFile output(file);
     std::fputs("half a rep", output.stream());
   }
-  EXPECT_EQ(Contents(file), "old\n");
+  EXPECT_EQ(ReadFile(file), "old\n");
   EXPECT_EQ(Files(), 1);
 }
 
@@ -99,7 +81,7 @@ TEST_F(OutputFileTest, ALinkStaysALink) {
   fs::create_symlink("report.json", folder_ / "latest");
   EXPECT_EQ(Error(folder_ / "latest"), "");
   EXPECT_TRUE(fs::is_symlink(folder_ / "latest"));
-  EXPECT_EQ(Contents(file), "report\n");
+  EXPECT_EQ(ReadFile(file), "report\n");
 }
 
 TEST_F(OutputFileTest, ADeviceIsWrittenToAndNotReplaced) {

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tests/support/addresses.h"
@@ -257,39 +258,28 @@ class CountTest : public StaticRouteConfigTest {
   }
 };
 
-TEST_F(CountTest, TheIpv4ReadCountsTheWholeTableAndFilesIpv4) {
-  reader.ReadConfigIfNeeded(kIpv4);
+class CountOfReadsTest
+    : public CountTest,
+      public ::testing::WithParamInterface<std::pair<bool, bool>> {};
+
+TEST_P(CountOfReadsTest, EachCountsTheWholeTableAndFilesItsFamily) {
+  const auto [ipv4, ipv6] = GetParam();
+  if (ipv4) reader.ReadConfigIfNeeded(kIpv4);
+  if (ipv6) reader.ReadConfigIfNeeded(kIpv6);
   EXPECT_EQ(reader.ipv4_count(), 3U);
   EXPECT_EQ(reader.ipv6_count(), 2U);
-  EXPECT_NE(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_NE(NextHop4("global", "10.0.0.2"), nullptr);
-  EXPECT_EQ(NextHop6("global", "2001:db8::1"), nullptr);
-  EXPECT_EQ(NextHop6("global", "2001:db8::2"), nullptr);
-  EXPECT_TRUE(reader.FindOutputInterface("fo r1"));
-  EXPECT_FALSE(reader.FindOutputInterface("si 1"));
+  EXPECT_EQ(NextHop4("global", "10.0.0.1") != nullptr, ipv4);
+  EXPECT_EQ(NextHop4("global", "10.0.0.2") != nullptr, ipv4);
+  EXPECT_EQ(NextHop6("global", "2001:db8::1") != nullptr, ipv6);
+  EXPECT_EQ(NextHop6("global", "2001:db8::2") != nullptr, ipv6);
+  EXPECT_EQ(reader.FindOutputInterface("fo r1"), ipv4);
+  EXPECT_EQ(reader.FindOutputInterface("si 1"), ipv6);
 }
 
-TEST_F(CountTest, TheIpv6ReadCountsTheWholeTableAndFilesIpv6) {
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 3U);
-  EXPECT_EQ(reader.ipv6_count(), 2U);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_NE(NextHop6("global", "2001:db8::1"), nullptr);
-  EXPECT_NE(NextHop6("global", "2001:db8::2"), nullptr);
-  EXPECT_FALSE(reader.FindOutputInterface("fo r1"));
-  EXPECT_TRUE(reader.FindOutputInterface("si 1"));
-}
-
-TEST_F(CountTest, BothReadsCountOnceAndFileBoth) {
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 3U);
-  EXPECT_EQ(reader.ipv6_count(), 2U);
-  EXPECT_NE(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_NE(NextHop6("global", "2001:db8::1"), nullptr);
-  EXPECT_TRUE(reader.FindOutputInterface("fo r1"));
-  EXPECT_TRUE(reader.FindOutputInterface("si 1"));
-}
+INSTANTIATE_TEST_SUITE_P(StaticRouteConfigTest, CountOfReadsTest,
+                         ::testing::Values(std::pair<bool, bool>(true, false),
+                                           std::pair<bool, bool>(false, true),
+                                           std::pair<bool, bool>(true, true)));
 
 TEST_F(CountTest, TheCountersAreThoseOfTheLastReadOfEitherFamily) {
   reader.ReadConfigIfNeeded(kIpv4);

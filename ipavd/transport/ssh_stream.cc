@@ -2,9 +2,11 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <utility>
@@ -18,8 +20,30 @@ constexpr unsigned kMaxRefusedKeys = 6;
 
 constexpr int kFlushMilliseconds = 2000;
 
+// How long a client has to close its side of a connection that ends.
+constexpr std::chrono::milliseconds kLastWait(1000);
+
 using Bind = base::CPtr<ssh_bind_struct, ssh_bind_free>;
 using Event = base::CPtr<ssh_event_struct, ssh_event_free>;
+
+// Reads until the client closes its side. To close a socket with unread bytes
+// resets the connection, and the client can lose the last reply.
+void AwaitEnd(int socket) {
+  using std::chrono::steady_clock;
+  shutdown(socket, SHUT_WR);
+  const auto end = steady_clock::now() + kLastWait;
+  std::array<char, 4096> rest{};
+  for (;;) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        end - steady_clock::now());
+    pollfd waiting{socket, POLLIN, 0};
+    if (left.count() <= 0 ||
+        poll(&waiting, 1, static_cast<int>(left.count())) <= 0 ||
+        recv(socket, rest.data(), rest.size(), MSG_DONTWAIT) <= 0) {
+      return;
+    }
+  }
+}
 
 }  // namespace
 
@@ -52,7 +76,10 @@ SshStream::~SshStream() {
     ssh_channel_send_eof(channel_);
     ssh_channel_close(channel_);
   }
+  const base::FileDescriptor socket(
+      fcntl(ssh_get_fd(session_.get()), F_DUPFD_CLOEXEC, 0));
   ssh_disconnect(session_.get());
+  AwaitEnd(socket.get());
 }
 
 void SshStream::SetCallbacks() {

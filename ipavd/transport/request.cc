@@ -87,7 +87,8 @@ void MarkAttributesBelow(const xmlNode* parent) {
          each = each->next) {
       if (!IsToMark(each->name, each->ns != nullptr)) continue;
       const std::string name(netconf::ToView(each->name));
-      const std::string marked = std::string(kPrefix) + name + ":" + name;
+      std::string marked(kPrefix);
+      marked.append(name).append(":").append(name);
       xmlNodeSetName(reinterpret_cast<xmlNode*>(each),
                      reinterpret_cast<const xmlChar*>(marked.c_str()));
     }

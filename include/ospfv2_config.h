@@ -72,8 +72,8 @@ class Ospfv2Config : public GenericConfig {
 
  private:
   // Throws std::invalid_argument or std::out_of_range for a compound identifier
-  // that is no number, and boost::system::system_error for an area or address
-  // that is none. The records of the rows before stay.
+  // that is not a number, and boost::system::system_error for an area or an
+  // address that cannot be parsed. The records of the rows before stay.
   void ReadConfig(ConfigAddrFamily family) override;
   void ReadRow(const std::vector<std::string>& keys);
 

@@ -19,7 +19,7 @@ using Node = SourceTree::Node;
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
-// Of a longer line, only this much around the position is shown: a file of one
+// A longer line is cut to this much around the position: a file of one
 // line may have megabytes.
 constexpr std::size_t kLongLine = 1024;
 constexpr std::size_t kShownAround = 256;

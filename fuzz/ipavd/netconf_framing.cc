@@ -1,43 +1,34 @@
 // Splits streams of bytes, in any pieces, into NETCONF messages: with the
 // framings alone, and, after a client's hello, with the relay between client
-// and server. Also passes connections to the server, as the relay does.
+// and server.
 //
 // Legal, for any pieces: the messages, in order, that a simple reader finds in
 // the whole stream, and a refusal where it finds invalid framing or a message
-// that is too large. The memory in use never exceeds a few messages of the
-// largest size. The server gets the same messages in chunks, or those before a
-// refusal as far as they were passed on. The client gets what the server sent,
-// in the framing of its hello. A passed connection has the first three texts of
-// its bytes, or is refused, and keeps only its connection open.
+// that is too large. The server gets the same messages in chunks, or those
+// before a refusal as far as they were passed on. The client gets what the
+// server sent, in the framing of its hello.
 //
-// Input: a line, and the stream after it. The line: "marks", "chunks", "relay"
-// or "passing"; the largest size of a message; the number of repetitions of the
-// stream; the sizes of the pieces, used in turns. For "passing" the second word
-// is the number of passed descriptors.
+// Input: a line, and the stream after it. The line: "marks", "chunks" or
+// "relay"; the largest size of a message; the number of repetitions of the
+// stream; the sizes of the pieces, used in turns.
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <cstring>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "fuzz/ipavd/allocations.h"
 #include "fuzz/ipavd/plain_framing.h"
 #include "fuzz/support/finding.h"
 #include "fuzz/support/target.h"
 #include "host/base/file_descriptor.h"
 #include "ipavd/transport/byte_stream.h"
-#include "ipavd/transport/descriptor_passing.h"
 #include "ipavd/transport/relay.h"
 #include "ipavd/transport/request.h"
 #include "netconf/framing.h"
@@ -135,37 +126,11 @@ Deframed InPieces(const Input& input, Framing framing) {
   return result;
 }
 
-// What the reader takes besides the messages that it gives.
-void RequireLittleMemory(const Input& input, Framing framing) {
-  const std::size_t largest =
-      *std::max_element(input.pieces.begin(), input.pieces.end());
-  Pieces pieces(input);
-  Deframer deframer(input.limit);
-  deframer.set_framing(framing);
-  const AllocationPeak peak;
-  try {
-    while (const auto piece = pieces.Next()) {
-      deframer.Add(*piece);
-      while (deframer.Next().has_value()) {
-      }
-    }
-  } catch (const FramingError&) {
-    // As it should be, or the comparison says so.
-  }
-  constexpr std::size_t kCopies = 8;
-  constexpr std::size_t kBesides = 4096;
-  Require(peak.bytes() <=
-              kCopies * (input.limit + std::min(largest, input.stream.size())) +
-                  kBesides,
-          "more memory than messages may take");
-}
-
 void CheckFraming(const Input& input, Framing framing) {
   const Deframed expected = framing == Framing::kChunked
                                 ? PlainOfChunks(input.stream, input.limit)
                                 : PlainByMark(input.stream, input.limit);
   RequireSame(InPieces(input, framing), expected);
-  RequireLittleMemory(input, framing);
   for (const std::string& message : expected.messages) {
     if (message.empty()) continue;
     Input again{"", message.size(), {1}, Frame(framing, message)};
@@ -328,76 +293,10 @@ void CheckRelay(const Input& input) {
   RequireAnswers(client.received(), server.answered(), expected.framing);
 }
 
-// ---- Descriptor passing ----------------------------------------------------
-
-constexpr std::size_t kMaxDescriptors = 4;
-
-std::size_t OpenDescriptors() {
-  constexpr int kMany = 64;
-  std::size_t open = 0;
-  for (int fd = 0; fd < kMany; ++fd) {
-    if (fcntl(fd, F_GETFD) >= 0) ++open;
-  }
-  return open;
-}
-
-void SendWithDescriptors(int socket, std::string bytes, std::size_t count) {
-  iovec part{bytes.data(), bytes.size()};
-  std::array<int, kMaxDescriptors> descriptors{};
-  descriptors.fill(STDERR_FILENO);
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(descriptors))>
-      ancillary{};
-  msghdr message{};
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  if (count > 0) {
-    message.msg_control = ancillary.data();
-    message.msg_controllen = CMSG_SPACE(count * sizeof(int));
-    cmsghdr* header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(count * sizeof(int));
-    std::memcpy(CMSG_DATA(header), descriptors.data(), count * sizeof(int));
-  }
-  Require(sendmsg(socket, &message, MSG_NOSIGNAL) >= 0,
-          "a connection that cannot be sent");
-}
-
-void CheckPassing(const Input& input) {
-  std::array<int, 2> ends{};
-  Require(
-      socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0,
-      "no connection");
-  const FileDescriptor client(ends[0]);
-  const FileDescriptor server(ends[1]);
-  constexpr std::size_t kMaxBytes = 4096;
-  const std::string bytes = input.stream.substr(0, kMaxBytes);
-  const std::size_t count = std::min(input.limit, kMaxDescriptors);
-  SendWithDescriptors(client.get(), bytes, count);
-  const std::size_t before = OpenDescriptors();
-  {
-    const auto passed = transport::ReceiveConnection(server.get());
-    if (passed.has_value()) {
-      Require(count > 0, "a connection out of nowhere");
-      const std::string texts =
-          passed->transport + '\0' + passed->user + '\0' + passed->host + '\0';
-      Require(bytes.rfind(texts, 0) == 0, "another connection");
-      Require(fcntl(passed->connection.get(), F_GETFD) >= 0,
-              "a connection that is not open");
-    } else {
-      Require(count == 0 || std::count(bytes.begin(), bytes.end(), '\0') < 3 ||
-                  bytes.size() > std::size_t{3} * 513,
-              "a connection that is not seen");
-    }
-  }
-  Require(OpenDescriptors() == before, "descriptors that stay open");
-}
-
 void Check(const Input& input) {
   if (input.mode == "marks") CheckFraming(input, Framing::kEndOfMessage);
   if (input.mode == "chunks") CheckFraming(input, Framing::kChunked);
   if (input.mode == "relay") CheckRelay(input);
-  if (input.mode == "passing") CheckPassing(input);
 }
 
 }  // namespace

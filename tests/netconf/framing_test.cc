@@ -1,6 +1,7 @@
 #include "netconf/framing.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <optional>
 #include <string>
@@ -116,6 +117,21 @@ TEST(FramingTest, RefusesAMessageWithoutAnEndOnceItIsTooLarge) {
   std::string chunks;
   for (std::size_t i = 0; i <= kMax; ++i) chunks += "\n#1\nx";
   EXPECT_THROW(MessagesIn(Framing::kChunked, chunks), FramingError);
+}
+
+TEST(FramingTest, KeepsNoMessagesThatItReturned) {
+  for (const Framing framing : {Framing::kEndOfMessage, Framing::kChunked}) {
+    const std::string framed = Frame(framing, std::string(kMax, 'x'));
+    Deframer deframer(kMax);
+    deframer.set_framing(framing);
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < 10000; ++i) {
+      deframer.Add(framed);
+      while (deframer.Next().has_value()) {
+      }
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + 10 * kMax);
+  }
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ class DescriptorPassingTest : public ::testing::Test {
     server_ = FileDescriptor(ends[1]);
   }
 
-  // Bytes, and so many descriptors with them.
+  // Sends bytes with `count` descriptors.
   void Send(std::string bytes, std::size_t count) const {
     std::array<int, 2> descriptors{STDERR_FILENO, STDERR_FILENO};
     ASSERT_LE(count, descriptors.size());
@@ -78,28 +78,26 @@ TEST_F(DescriptorPassingTest, BringsItsTextsAndItsConnection) {
   EXPECT_EQ(byte, 'x');
 }
 
-TEST_F(DescriptorPassingTest, IsNoneWhereNothingCame) {
-  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
-}
-
-TEST_F(DescriptorPassingTest, IsNoneWithoutThreeTextsOrAConnection) {
+TEST_F(DescriptorPassingTest, IsNoneUnlessThreeTextsAndAConnectionCame) {
   const std::string texts("unix\0root\0\0", 11);
   const int before = OpenDescriptors();
-  Send("", 1);
   EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
-  Send(texts.substr(0, 10), 1);
-  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
-  Send(texts, 0);
-  EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
-  EXPECT_EQ(OpenDescriptors(), before);
+  for (const auto& [bytes, count] :
+       {std::pair(std::string(), 1U), std::pair(texts.substr(0, 10), 1U),
+        std::pair(std::string(4000, 'x') + texts, 1U), std::pair(texts, 0U)}) {
+    Send(bytes, count);
+    EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
+    EXPECT_EQ(OpenDescriptors(), before);
+  }
 }
 
-TEST_F(DescriptorPassingTest, LeavesOpenNoMoreThanItsConnection) {
+TEST_F(DescriptorPassingTest, IgnoresAFourthTextAndClosesASecondConnection) {
   const int before = OpenDescriptors();
-  Send(std::string("unix\0root\0\0", 11), 2);
+  Send(std::string("unix\0root\0host\0more\0", 20), 2);
   {
     const auto passed = ReceiveConnection(server_.get());
-    EXPECT_TRUE(passed.has_value());
+    ASSERT_TRUE(passed.has_value());
+    EXPECT_EQ(passed->host, "host");
     EXPECT_EQ(OpenDescriptors(), before + 1);
   }
   EXPECT_EQ(OpenDescriptors(), before);

@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -58,23 +60,41 @@ Route SomeRoute() {
                                            Addr4("2.0.0.1"));
 }
 
+// A row as text, such as "1 10.1.0.0/16 via 10.0.0.1 by eth1": the identifier
+// of its VRF, its prefix, its next hop and the name of its output interface, if
+// any.
+StaticRouteRow Row(const std::string& text) {
+  StaticRouteRow row;
+  row.interface_name.reset();
+  std::istringstream in(text);
+  std::string word;
+  in >> row.vrf_id;
+  std::getline(in >> std::ws, row.destination, '/');
+  in >> row.prefix_len >> word >> row.next_hop;
+  if (in >> word) in >> row.interface_name.emplace();
+  return row;
+}
+
+// In the VRFs 1 "a", 2 "b" and 0 "global".
 class StaticRouteConfigTest : public PluginTest {
  protected:
   void SetUp() override {
     PluginTest::SetUp();
     GTEST_FLAG_SET(death_test_style, "fast");
-    Bind(reader);
+    StartReader();
     StoreVrfName(fake, 1, "a");
     StoreVrfName(fake, 2, "b");
   }
 
-  void Bind(StaticRouteConfig& config) {
-    config.set_sock(FakePlatform::kSocket);
-    config.set_confd_trans(fake.tctx());
+  // One that has read nothing, in place of the one there is.
+  void StartReader() {
+    reader.emplace();
+    reader->set_sock(FakePlatform::kSocket);
+    reader->set_confd_trans(fake.tctx());
   }
 
-  void Store(const std::vector<StaticRouteRow>& rows) {
-    for (const StaticRouteRow& row : rows) row.StoreIn(fake);
+  void Store(const Texts& rows) {
+    for (const std::string& row : rows) Row(row).StoreIn(fake);
   }
 
   // A row of which one key is another value.
@@ -84,16 +104,33 @@ class StaticRouteConfigTest : public PluginTest {
     fake.AddEntry(kTable, std::move(keys));
   }
 
-  Route NextHop4(const std::string& vrf, const std::string& address) const {
+  // Reads both families, with these rows after those that are there.
+  void Read(const Texts& rows = {}) {
+    Store(rows);
+    reader->ReadConfigIfNeeded(kIpv4);
+    reader->ReadConfigIfNeeded(kIpv6);
+  }
+
+  // Of the family of the address.
+  Route NextHop(const std::string& vrf, const std::string& address) const {
     Route route;
-    const bool found = reader.FindNextHop({vrf, Addr4(address)}, route);
+    const bool found = address.find(':') == std::string::npos
+                           ? reader->FindNextHop({vrf, Addr4(address)}, route)
+                           : reader->FindNextHop({vrf, Addr6(address)}, route);
     EXPECT_EQ(found, route != nullptr);
     return route;
   }
 
-  Route NextHop6(const std::string& vrf, const std::string& address) const {
+  Route BlackHole4() const {
     Route route;
-    const bool found = reader.FindNextHop({vrf, Addr6(address)}, route);
+    const bool found = reader->CheckBlackHoleIpv4(route);
+    EXPECT_EQ(found, route != nullptr);
+    return route;
+  }
+
+  Route BlackHole6() const {
+    Route route;
+    const bool found = reader->CheckBlackHoleIpv6(route);
     EXPECT_EQ(found, route != nullptr);
     return route;
   }
@@ -102,37 +139,11 @@ class StaticRouteConfigTest : public PluginTest {
   std::string NameOf(const std::vector<Value>& keys) const {
     maapi_cursor cursor{};
     for (const Value& key : keys) cursor.keys[cursor.n++] = key.Borrow();
-    return reader.GetIntfNameFromRoute(cursor);
+    return reader->GetIntfNameFromRoute(cursor);
   }
 
-  Route BlackHole4() const {
-    Route route;
-    const bool found = reader.CheckBlackHoleIpv4(route);
-    EXPECT_EQ(found, route != nullptr);
-    return route;
-  }
-
-  Route BlackHole6() const {
-    Route route;
-    const bool found = reader.CheckBlackHoleIpv6(route);
-    EXPECT_EQ(found, route != nullptr);
-    return route;
-  }
-
-  StaticRouteConfig reader;
+  std::optional<StaticRouteConfig> reader;
 };
-
-StaticRouteRow Row(std::uint32_t vrf_id, const std::string& destination,
-                   std::int32_t prefix_len, const std::string& next_hop,
-                   const std::optional<std::string>& intf = std::nullopt) {
-  StaticRouteRow row;
-  row.vrf_id = vrf_id;
-  row.destination = destination;
-  row.prefix_len = prefix_len;
-  row.next_hop = next_hop;
-  row.interface_name = intf;
-  return row;
-}
 
 // ---- Keys -------------------------------------------------------------------
 
@@ -206,42 +217,39 @@ TEST(StaticRouteTest, PrintsItsAddressesWithoutItsFamilyBeingKnown) {
 // ---- No routes --------------------------------------------------------------
 
 TEST_F(StaticRouteConfigTest, ANewReaderHasNoRoutes) {
-  EXPECT_EQ(reader.ipv4_count(), 0U);
-  EXPECT_EQ(reader.ipv6_count(), 0U);
-  EXPECT_FALSE(reader.FindOutputInterface(""));
+  EXPECT_EQ(reader->ipv4_count(), 0U);
+  EXPECT_EQ(reader->ipv6_count(), 0U);
+  EXPECT_FALSE(reader->FindOutputInterface(""));
 }
 
 TEST_F(StaticRouteConfigTest, AnEmptyTableAnswersNoToEverything) {
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 0U);
-  EXPECT_EQ(reader.ipv6_count(), 0U);
-  EXPECT_EQ(NextHop4("global", "0.0.0.0"), nullptr);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_EQ(NextHop6("global", "::"), nullptr);
-  EXPECT_EQ(NextHop6("global", "2001:db8::1"), nullptr);
+  Read();
+  EXPECT_EQ(reader->ipv4_count(), 0U);
+  EXPECT_EQ(reader->ipv6_count(), 0U);
+  for (const char* address : {"0.0.0.0", "10.0.0.1", "::", "2001:db8::1"}) {
+    EXPECT_EQ(NextHop("global", address), nullptr) << address;
+  }
   EXPECT_EQ(BlackHole4(), nullptr);
   EXPECT_EQ(BlackHole6(), nullptr);
-  EXPECT_FALSE(reader.FindOutputInterface(""));
-  EXPECT_FALSE(reader.FindOutputInterface("eth0"));
+  EXPECT_FALSE(reader->FindOutputInterface(""));
+  EXPECT_FALSE(reader->FindOutputInterface("eth0"));
 }
 
 TEST_F(StaticRouteConfigTest, ACursorThatCannotBeOpenedIsAnEmptyTable) {
-  Store({Row(0, "10.1.0.0", 16, "10.0.0.1")});
+  Store({"0 10.1.0.0/16 via 10.0.0.1"});
   fake.FailCall(1);
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(reader.ipv4_count(), 0U);
-  EXPECT_TRUE(reader.ipv4_read());
+  reader->ReadConfigIfNeeded(kIpv4);
+  EXPECT_EQ(reader->ipv4_count(), 0U);
+  EXPECT_TRUE(reader->ipv4_read());
 }
 
 TEST_F(StaticRouteConfigTest, ACursorThatCannotAdvanceEndsTheTable) {
-  Store(
-      {Row(0, "10.1.0.0", 16, "10.0.0.1"), Row(0, "10.2.0.0", 16, "10.0.0.2")});
+  Store({"0 10.1.0.0/16 via 10.0.0.1", "0 10.2.0.0/16 via 10.0.0.2"});
   fake.FailCall(6);
-  reader.ReadConfigIfNeeded(kIpv4);
+  reader->ReadConfigIfNeeded(kIpv4);
   EXPECT_EQ(fake.calls()[5].name, "maapi_get_next");
-  EXPECT_EQ(reader.ipv4_count(), 1U);
-  EXPECT_NE(NextHop4("global", "10.0.0.1"), nullptr);
+  EXPECT_EQ(reader->ipv4_count(), 1U);
+  EXPECT_NE(NextHop("global", "10.0.0.1"), nullptr);
 }
 
 // ---- Counters and families --------------------------------------------------
@@ -250,184 +258,149 @@ class CountTest : public StaticRouteConfigTest {
  protected:
   void SetUp() override {
     StaticRouteConfigTest::SetUp();
-    Store({Row(0, "10.1.0.0", 16, "10.0.0.1", "four1"),
-           Row(0, "2001:db8:1::", 48, "2001:db8::1", "six1"),
-           Row(0, "10.2.0.0", 16, "10.0.0.2", "four2"),
-           Row(0, "10.3.0.0", 16, "0.0.0.0", "four3"),
-           Row(0, "2001:db8:2::", 48, "2001:db8::2", "six2")});
+    Store({"0 10.1.0.0/16 via 10.0.0.1 by four1",
+           "0 2001:db8:1::/48 via 2001:db8::1 by six1",
+           "0 10.2.0.0/16 via 10.0.0.2 by four2",
+           "0 10.3.0.0/16 via 0.0.0.0 by four3",
+           "0 2001:db8:2::/48 via 2001:db8::2 by six2"});
   }
 };
 
-class CountOfReadsTest
-    : public CountTest,
-      public ::testing::WithParamInterface<std::pair<bool, bool>> {};
-
-TEST_P(CountOfReadsTest, EachCountsTheWholeTableAndFilesItsFamily) {
-  const auto [ipv4, ipv6] = GetParam();
-  if (ipv4) reader.ReadConfigIfNeeded(kIpv4);
-  if (ipv6) reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 3U);
-  EXPECT_EQ(reader.ipv6_count(), 2U);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1") != nullptr, ipv4);
-  EXPECT_EQ(NextHop4("global", "10.0.0.2") != nullptr, ipv4);
-  EXPECT_EQ(NextHop6("global", "2001:db8::1") != nullptr, ipv6);
-  EXPECT_EQ(NextHop6("global", "2001:db8::2") != nullptr, ipv6);
-  EXPECT_EQ(reader.FindOutputInterface("fo r1"), ipv4);
-  EXPECT_EQ(reader.FindOutputInterface("si 1"), ipv6);
+TEST_F(CountTest, EachReadCountsTheWholeTableAndFilesItsFamily) {
+  for (const auto& [ipv4, ipv6] :
+       {std::pair(true, false), std::pair(false, true),
+        std::pair(true, true)}) {
+    StartReader();
+    if (ipv4) reader->ReadConfigIfNeeded(kIpv4);
+    if (ipv6) reader->ReadConfigIfNeeded(kIpv6);
+    EXPECT_EQ(reader->ipv4_count(), 3U);
+    EXPECT_EQ(reader->ipv6_count(), 2U);
+    EXPECT_EQ(NextHop("global", "10.0.0.1") != nullptr, ipv4);
+    EXPECT_EQ(NextHop("global", "10.0.0.2") != nullptr, ipv4);
+    EXPECT_EQ(NextHop("global", "2001:db8::1") != nullptr, ipv6);
+    EXPECT_EQ(NextHop("global", "2001:db8::2") != nullptr, ipv6);
+    EXPECT_EQ(reader->FindOutputInterface("fo r1"), ipv4);
+    EXPECT_EQ(reader->FindOutputInterface("si 1"), ipv6);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(StaticRouteConfigTest, CountOfReadsTest,
-                         ::testing::Values(std::pair<bool, bool>(true, false),
-                                           std::pair<bool, bool>(false, true),
-                                           std::pair<bool, bool>(true, true)));
-
 TEST_F(CountTest, TheCountersAreThoseOfTheLastReadOfEitherFamily) {
-  reader.ReadConfigIfNeeded(kIpv4);
-  Store({Row(0, "10.4.0.0", 16, "10.0.0.4"),
-         Row(0, "2001:db8:3::", 48, "2001:db8::3")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(reader.ipv4_count(), 3U);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 4U);
-  EXPECT_EQ(reader.ipv6_count(), 3U);
-  EXPECT_EQ(NextHop4("global", "10.0.0.4"), nullptr);
-  EXPECT_NE(NextHop6("global", "2001:db8::3"), nullptr);
+  reader->ReadConfigIfNeeded(kIpv4);
+  Store({"0 10.4.0.0/16 via 10.0.0.4", "0 2001:db8:3::/48 via 2001:db8::3"});
+  reader->ReadConfigIfNeeded(kIpv4);
+  EXPECT_EQ(reader->ipv4_count(), 3U);
+  reader->ReadConfigIfNeeded(kIpv6);
+  EXPECT_EQ(reader->ipv4_count(), 4U);
+  EXPECT_EQ(reader->ipv6_count(), 3U);
+  EXPECT_EQ(NextHop("global", "10.0.0.4"), nullptr);
+  EXPECT_NE(NextHop("global", "2001:db8::3"), nullptr);
 }
 
 TEST_F(CountTest, BlackHolesAndRowsWithOneKeyCountToo) {
-  Store({Row(0, "10.1.0.0", 16, "10.0.0.1"), Row(0, "10.3.0.0", 16, "0.0.0.0"),
-         Row(0, "2001:db8:4::", 48, "::")});
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 5U);
-  EXPECT_EQ(reader.ipv6_count(), 3U);
+  Store({"0 10.1.0.0/16 via 10.0.0.1", "0 10.3.0.0/16 via 0.0.0.0",
+         "0 2001:db8:4::/48 via ::"});
+  reader->ReadConfigIfNeeded(kIpv6);
+  EXPECT_EQ(reader->ipv4_count(), 5U);
+  EXPECT_EQ(reader->ipv6_count(), 3U);
 }
 
 TEST_F(StaticRouteConfigTest, SkipsRowsOfAnyOtherAddressType) {
-  const auto keys = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth0").keys();
+  const auto keys = Row("0 10.1.0.0/16 via 10.0.0.1 by eth0").keys();
   for (const std::int32_t type : {-1, 0, 3, 4, 16, 2147483647}) {
     StoreWith(keys, kType, Enum(type));
   }
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(reader.ipv4_count(), 0U);
-  EXPECT_EQ(reader.ipv6_count(), 0U);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_FALSE(reader.FindOutputInterface(""));
+  Read();
+  EXPECT_EQ(reader->ipv4_count(), 0U);
+  EXPECT_EQ(reader->ipv6_count(), 0U);
+  EXPECT_EQ(NextHop("global", "10.0.0.1"), nullptr);
+  EXPECT_FALSE(reader->FindOutputInterface(""));
   EXPECT_TRUE(fake.faults().empty());
 }
 
 // ---- Routes by next hop -----------------------------------------------------
 
 TEST_F(StaticRouteConfigTest, FindsARouteByItsNextHop) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1", "eth0/1"),
-         Row(0, "2001:db8:1::", 48, "fe80::1", "eth0/2")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(TextOf(NextHop4("a", "10.0.0.1")),
+  Read({"1 10.1.0.0/16 via 10.0.0.1 by eth0/1",
+        "0 2001:db8:1::/48 via fe80::1 by eth0/2"});
+  EXPECT_EQ(TextOf(NextHop("a", "10.0.0.1")),
             "a 10.1.0.0/16 via 10.0.0.1 by 'et 0/1'");
-  EXPECT_EQ(TextOf(NextHop6("global", "fe80::1")),
+  EXPECT_EQ(TextOf(NextHop("global", "fe80::1")),
             "global 2001:db8:1::/48 via fe80::1 by 'et 0/2'");
 }
 
-TEST_F(StaticRouteConfigTest, FindsTheNextHopOfThatVrfOnly) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1"),
-         Row(1, "2001:db8:1::", 48, "fe80::1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  for (const char* vrf : {"b", "global", "", "A", "a ", "aa"}) {
-    EXPECT_EQ(NextHop4(vrf, "10.0.0.1"), nullptr) << vrf;
-    EXPECT_EQ(NextHop6(vrf, "fe80::1"), nullptr) << vrf;
-  }
-}
-
 // Neither the longest prefix nor a range: the address itself.
-TEST_F(StaticRouteConfigTest, FindsThatNextHopOnly) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1"),
-         Row(1, "2001:db8:1::", 48, "fe80::1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  for (const char* address : {"10.0.0.0", "10.0.0.2", "10.1.0.0", "0.0.0.0"}) {
-    EXPECT_EQ(NextHop4("a", address), nullptr) << address;
+TEST_F(StaticRouteConfigTest, FindsThatNextHopOfThatVrfOnly) {
+  Read({"1 10.1.0.0/16 via 10.0.0.1", "1 2001:db8:1::/48 via fe80::1"});
+  for (const char* vrf : {"b", "global", "", "A", "a ", "aa"}) {
+    EXPECT_EQ(NextHop(vrf, "10.0.0.1"), nullptr) << vrf;
+    EXPECT_EQ(NextHop(vrf, "fe80::1"), nullptr) << vrf;
   }
-  for (const char* address : {"fe80::", "fe80::2", "2001:db8:1::", "::"}) {
-    EXPECT_EQ(NextHop6("a", address), nullptr) << address;
+  for (const char* address : {"10.0.0.0", "10.0.0.2", "10.1.0.0", "0.0.0.0",
+                              "fe80::", "fe80::2", "2001:db8:1::", "::"}) {
+    EXPECT_EQ(NextHop("a", address), nullptr) << address;
   }
 }
 
 TEST_F(StaticRouteConfigTest, OfTwoRoutesByOneNextHopFindsTheOneReadFirst) {
-  Store({Row(1, "10.2.0.0", 16, "10.0.0.1"), Row(1, "10.1.0.0", 16, "10.0.0.1"),
-         Row(1, "2001:db8:2::", 48, "fe80::1"),
-         Row(1, "2001:db8:1::", 48, "fe80::1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(NextHop4("a", "10.0.0.1")->network().to_string(), "10.2.0.0/16");
-  EXPECT_EQ(NextHop6("a", "fe80::1")->network().to_string(), "2001:db8:2::/48");
+  Read({"1 10.2.0.0/16 via 10.0.0.1", "1 10.1.0.0/16 via 10.0.0.1",
+        "1 2001:db8:2::/48 via fe80::1", "1 2001:db8:1::/48 via fe80::1"});
+  EXPECT_EQ(NextHop("a", "10.0.0.1")->network().to_string(), "10.2.0.0/16");
+  EXPECT_EQ(NextHop("a", "fe80::1")->network().to_string(), "2001:db8:2::/48");
 }
 
 TEST_F(StaticRouteConfigTest, OneNextHopInTwoVrfsIsTwoRoutes) {
-  Store(
-      {Row(1, "10.1.0.0", 16, "10.0.0.1"), Row(2, "10.2.0.0", 16, "10.0.0.1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(NextHop4("a", "10.0.0.1")->network().to_string(), "10.1.0.0/16");
-  EXPECT_EQ(NextHop4("b", "10.0.0.1")->network().to_string(), "10.2.0.0/16");
+  Read({"1 10.1.0.0/16 via 10.0.0.1", "2 10.2.0.0/16 via 10.0.0.1"});
+  EXPECT_EQ(NextHop("a", "10.0.0.1")->network().to_string(), "10.1.0.0/16");
+  EXPECT_EQ(NextHop("b", "10.0.0.1")->network().to_string(), "10.2.0.0/16");
 }
 
 // The second route to a prefix is not filed by prefix, but by its next hop.
 TEST_F(StaticRouteConfigTest, EveryNextHopOfOnePrefixIsFound) {
-  Store(
-      {Row(1, "10.1.0.0", 16, "10.0.0.2"), Row(1, "10.1.0.0", 16, "10.0.0.1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_NE(NextHop4("a", "10.0.0.1"), nullptr);
-  EXPECT_NE(NextHop4("a", "10.0.0.2"), nullptr);
+  Read({"1 10.1.0.0/16 via 10.0.0.2", "1 10.1.0.0/16 via 10.0.0.1"});
+  EXPECT_NE(NextHop("a", "10.0.0.1"), nullptr);
+  EXPECT_NE(NextHop("a", "10.0.0.2"), nullptr);
 }
 
 TEST_F(StaticRouteConfigTest, ABlackHoleHasNoNextHop) {
-  Store({Row(0, "10.1.0.0", 16, "0.0.0.0"), Row(0, "2001:db8:1::", 48, "::")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(NextHop4("global", "0.0.0.0"), nullptr);
-  EXPECT_EQ(NextHop6("global", "::"), nullptr);
+  Read({"0 10.1.0.0/16 via 0.0.0.0", "0 2001:db8:1::/48 via ::"});
+  EXPECT_EQ(NextHop("global", "0.0.0.0"), nullptr);
+  EXPECT_EQ(NextHop("global", "::"), nullptr);
 }
 
 TEST_F(StaticRouteConfigTest, AFoundRouteTakesThePlaceOfTheOneHeld) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  Route route = SomeRoute();
-  const std::weak_ptr<StaticRoute> before = route;
-  EXPECT_TRUE(reader.FindNextHop({"a", Addr4("10.0.0.1")}, route));
-  EXPECT_EQ(TextOf(route), "a 10.1.0.0/16 via 10.0.0.1 by ''");
-  EXPECT_TRUE(before.expired());
-  EXPECT_EQ(NextHop4("a", "10.0.0.1"), route);
+  Read({"1 10.1.0.0/16 via 10.0.0.1", "1 10.1.0.0/16 via 0.0.0.0"});
+  for (const bool by_next_hop : {true, false}) {
+    Route route = SomeRoute();
+    const std::weak_ptr<StaticRoute> before = route;
+    EXPECT_TRUE(by_next_hop
+                    ? reader->FindNextHop({"a", Addr4("10.0.0.1")}, route)
+                    : reader->CheckBlackHoleIpv4(route));
+    EXPECT_EQ(TextOf(route), "a 10.1.0.0/16 via 10.0.0.1 by ''");
+    EXPECT_TRUE(before.expired());
+    EXPECT_EQ(NextHop("a", "10.0.0.1"), route);
+  }
 }
 
 TEST_F(StaticRouteConfigTest, AMissLeavesTheHeldRouteAlone) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1"), Row(1, "10.3.0.0", 16, "0.0.0.0"),
-         Row(1, "2001:db8:1::", 48, "fe80::1"),
-         Row(1, "2001:db8:3::", 48, "::")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
+  Read({"1 10.1.0.0/16 via 10.0.0.1", "1 10.3.0.0/16 via 0.0.0.0",
+        "1 2001:db8:1::/48 via fe80::1", "1 2001:db8:3::/48 via ::"});
   const Route held = SomeRoute();
   Route route = held;
-  EXPECT_FALSE(reader.FindNextHop({"b", Addr4("10.0.0.1")}, route));
+  EXPECT_FALSE(reader->FindNextHop({"b", Addr4("10.0.0.1")}, route));
   EXPECT_EQ(route, held);
-  EXPECT_FALSE(reader.FindNextHop({"b", Addr6("fe80::1")}, route));
+  EXPECT_FALSE(reader->FindNextHop({"b", Addr6("fe80::1")}, route));
   EXPECT_EQ(route, held);
-  EXPECT_FALSE(reader.CheckBlackHoleIpv4(route));
+  EXPECT_FALSE(reader->CheckBlackHoleIpv4(route));
   EXPECT_EQ(route, held);
-  EXPECT_FALSE(reader.CheckBlackHoleIpv6(route));
+  EXPECT_FALSE(reader->CheckBlackHoleIpv6(route));
   EXPECT_EQ(route, held);
 }
 
 TEST_F(StaticRouteConfigTest, AFoundRouteOutlivesItsReader) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1")});
-  Route route;
-  {
-    StaticRouteConfig shortlived;
-    Bind(shortlived);
-    shortlived.ReadConfigIfNeeded(kIpv4);
-    ASSERT_TRUE(shortlived.FindNextHop({"a", Addr4("10.0.0.1")}, route));
-    EXPECT_GT(route.use_count(), 1);
-  }
+  Read({"1 10.1.0.0/16 via 10.0.0.1"});
+  const Route route = NextHop("a", "10.0.0.1");
+  EXPECT_GT(route.use_count(), 1);
+  reader.reset();
   EXPECT_EQ(route.use_count(), 1);
   EXPECT_EQ(TextOf(route), "a 10.1.0.0/16 via 10.0.0.1 by ''");
 }
@@ -435,231 +408,176 @@ TEST_F(StaticRouteConfigTest, AFoundRouteOutlivesItsReader) {
 // ---- Black holes ------------------------------------------------------------
 
 TEST_F(StaticRouteConfigTest, FindsAPrefixThatIsABlackHoleAndHasANextHop) {
-  Store({Row(1, "10.1.0.0", 16, "0.0.0.0", "eth1"),
-         Row(1, "10.1.0.0", 16, "10.0.0.1", "eth2"),
-         Row(1, "2001:db8:1::", 48, "fe80::1", "eth4"),
-         Row(1, "2001:db8:1::", 48, "::", "eth3")});
-  reader.ReadConfigIfNeeded(kIpv4);
+  Store({"1 10.1.0.0/16 via 0.0.0.0 by eth1",
+         "1 10.1.0.0/16 via 10.0.0.1 by eth2",
+         "1 2001:db8:1::/48 via fe80::1 by eth4",
+         "1 2001:db8:1::/48 via :: by eth3"});
+  reader->ReadConfigIfNeeded(kIpv4);
   EXPECT_EQ(TextOf(BlackHole4()), "a 10.1.0.0/16 via 10.0.0.1 by 'et 2'");
   EXPECT_EQ(BlackHole6(), nullptr);
-  reader.ReadConfigIfNeeded(kIpv6);
+  reader->ReadConfigIfNeeded(kIpv6);
   EXPECT_EQ(TextOf(BlackHole6()), "a 2001:db8:1::/48 via fe80::1 by 'et 4'");
-  EXPECT_EQ(BlackHole4(), NextHop4("a", "10.0.0.1"));
-  EXPECT_EQ(BlackHole6(), NextHop6("a", "fe80::1"));
+  EXPECT_EQ(BlackHole4(), NextHop("a", "10.0.0.1"));
+  EXPECT_EQ(BlackHole6(), NextHop("a", "fe80::1"));
 }
 
-TEST_F(StaticRouteConfigTest, ABlackHoleOfAnotherVrfIsNoConflict) {
-  Store({Row(1, "10.1.0.0", 16, "0.0.0.0"), Row(2, "10.1.0.0", 16, "10.0.0.1"),
-         Row(1, "2001:db8:1::", 48, "::"),
-         Row(2, "2001:db8:1::", 48, "fe80::1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(BlackHole4(), nullptr);
-  EXPECT_EQ(BlackHole6(), nullptr);
-}
-
-TEST_F(StaticRouteConfigTest, ABlackHoleOfAnotherPrefixIsNoConflict) {
-  Store({Row(1, "10.1.0.0", 16, "0.0.0.0"), Row(1, "10.1.0.0", 17, "10.0.0.1"),
-         Row(1, "10.1.0.1", 16, "10.0.0.2"), Row(1, "2001:db8:1::", 48, "::"),
-         Row(1, "2001:db8:1::", 49, "fe80::1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
+TEST_F(StaticRouteConfigTest, ABlackHoleOfAnotherVrfOrPrefixIsNoConflict) {
+  Read({"1 10.1.0.0/16 via 0.0.0.0", "2 10.1.0.0/16 via 10.0.0.1",
+        "1 10.1.0.0/17 via 10.0.0.1", "1 10.1.0.1/16 via 10.0.0.2",
+        "1 2001:db8:1::/48 via ::", "2 2001:db8:1::/48 via fe80::1",
+        "1 2001:db8:1::/49 via fe80::1"});
   EXPECT_EQ(BlackHole4(), nullptr);
   EXPECT_EQ(BlackHole6(), nullptr);
 }
 
 TEST_F(StaticRouteConfigTest, BlackHolesAloneAreNoConflict) {
-  Store({Row(1, "10.1.0.0", 16, "0.0.0.0"), Row(1, "10.1.0.0", 16, "0.0.0.0"),
-         Row(1, "2001:db8:1::", 48, "::")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
+  Read({"1 10.1.0.0/16 via 0.0.0.0", "1 10.1.0.0/16 via 0.0.0.0",
+        "1 2001:db8:1::/48 via ::"});
   EXPECT_EQ(BlackHole4(), nullptr);
   EXPECT_EQ(BlackHole6(), nullptr);
 }
 
 TEST_F(StaticRouteConfigTest,
        OfSeveralNextHopsABlackHoleYieldsTheOneReadFirst) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.9"), Row(1, "10.1.0.0", 16, "0.0.0.0"),
-         Row(1, "10.1.0.0", 16, "10.0.0.1"),
-         Row(1, "2001:db8:1::", 48, "fe80::9"),
-         Row(1, "2001:db8:1::", 48, "fe80::1"),
-         Row(1, "2001:db8:1::", 48, "::")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
+  Read({"1 10.1.0.0/16 via 10.0.0.9", "1 10.1.0.0/16 via 0.0.0.0",
+        "1 10.1.0.0/16 via 10.0.0.1", "1 2001:db8:1::/48 via fe80::9",
+        "1 2001:db8:1::/48 via fe80::1", "1 2001:db8:1::/48 via ::"});
   EXPECT_EQ(BlackHole4()->next_hop().to_string(), "10.0.0.9");
   EXPECT_EQ(BlackHole6()->next_hop().to_string(), "fe80::9");
 }
 
 TEST_F(StaticRouteConfigTest, OfSeveralConflictsTheFirstByVrfAndPrefixIsFound) {
-  const std::vector<StaticRouteRow> rows = {
-      Row(2, "10.1.0.0", 16, "10.0.0.1"), Row(2, "10.1.0.0", 16, "0.0.0.0"),
-      Row(1, "10.9.0.0", 16, "10.0.0.2"), Row(1, "10.9.0.0", 16, "0.0.0.0"),
-      Row(1, "9.9.0.0", 24, "10.0.0.3"),  Row(1, "9.9.0.0", 24, "0.0.0.0"),
-      Row(1, "9.9.0.0", 16, "10.0.0.4"),  Row(1, "9.9.0.0", 16, "0.0.0.0"),
-      Row(1, "9.8.0.0", 16, "0.0.0.0")};
-  Store(rows);
-  Store({Row(2, "2001:db8:1::", 48, "fe80::1"),
-         Row(2, "2001:db8:1::", 48, "::"),
-         Row(1, "2001:db8:9::", 48, "fe80::2"),
-         Row(1, "2001:db8:9::", 48, "::")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
+  Read({"2 10.1.0.0/16 via 10.0.0.1", "2 10.1.0.0/16 via 0.0.0.0",
+        "1 10.9.0.0/16 via 10.0.0.2", "1 10.9.0.0/16 via 0.0.0.0",
+        "1 9.9.0.0/24 via 10.0.0.3", "1 9.9.0.0/24 via 0.0.0.0",
+        "1 9.9.0.0/16 via 10.0.0.4", "1 9.9.0.0/16 via 0.0.0.0",
+        "1 9.8.0.0/16 via 0.0.0.0", "2 2001:db8:1::/48 via fe80::1",
+        "2 2001:db8:1::/48 via ::", "1 2001:db8:9::/48 via fe80::2",
+        "1 2001:db8:9::/48 via ::"});
   EXPECT_EQ(TextOf(BlackHole4()), "a 9.9.0.0/16 via 10.0.0.4 by ''");
   EXPECT_EQ(TextOf(BlackHole6()), "a 2001:db8:9::/48 via fe80::2 by ''");
-}
-
-TEST_F(StaticRouteConfigTest, AConflictTakesThePlaceOfTheRouteHeld) {
-  Store(
-      {Row(1, "10.1.0.0", 16, "0.0.0.0"), Row(1, "10.1.0.0", 16, "10.0.0.1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  Route route = SomeRoute();
-  const std::weak_ptr<StaticRoute> before = route;
-  EXPECT_TRUE(reader.CheckBlackHoleIpv4(route));
-  EXPECT_TRUE(before.expired());
-  EXPECT_EQ(route, NextHop4("a", "10.0.0.1"));
 }
 
 // ---- Output interfaces ------------------------------------------------------
 
 TEST_F(StaticRouteConfigTest, KnowsTheOutputInterfacesOfRoutesWithANextHop) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1", "eth1"),
-         Row(1, "10.2.0.0", 16, "0.0.0.0", "eth2"),
-         Row(1, "2001:db8:1::", 48, "fe80::1", "eth3"),
-         Row(1, "2001:db8:2::", 48, "::", "eth4")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_TRUE(reader.FindOutputInterface("et 1"));
-  EXPECT_FALSE(reader.FindOutputInterface("et 2"));
-  EXPECT_TRUE(reader.FindOutputInterface("et 3"));
-  EXPECT_FALSE(reader.FindOutputInterface("et 4"));
+  Read({"1 10.1.0.0/16 via 10.0.0.1 by eth1",
+        "1 10.2.0.0/16 via 0.0.0.0 by eth2",
+        "1 2001:db8:1::/48 via fe80::1 by eth3",
+        "1 2001:db8:2::/48 via :: by eth4", "1 10.3.0.0/16 via 0.0.0.0"});
+  EXPECT_TRUE(reader->FindOutputInterface("et 1"));
+  EXPECT_FALSE(reader->FindOutputInterface("et 2"));
+  EXPECT_TRUE(reader->FindOutputInterface("et 3"));
+  EXPECT_FALSE(reader->FindOutputInterface("et 4"));
+  EXPECT_FALSE(reader->FindOutputInterface(""));
 }
 
 TEST_F(StaticRouteConfigTest, KnowsAnOutputInterfaceByItsExactNameOnly) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1", "eth0/1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_TRUE(reader.FindOutputInterface("et 0/1"));
+  Read({"1 10.1.0.0/16 via 10.0.0.1 by eth0/1"});
+  EXPECT_TRUE(reader->FindOutputInterface("et 0/1"));
   for (const char* name :
        {"eth0/1", "et 0/", "et 0/1 ", "ET 0/1", "et 0/10", ""}) {
-    EXPECT_FALSE(reader.FindOutputInterface(name)) << name;
+    EXPECT_FALSE(reader->FindOutputInterface(name)) << name;
   }
 }
 
 TEST_F(StaticRouteConfigTest, ARouteWithoutANameLeavesByTheEmptyName) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_TRUE(reader.FindOutputInterface(""));
-}
-
-TEST_F(StaticRouteConfigTest, ABlackHoleWithoutANameLeavesByNothing) {
-  Store({Row(1, "10.1.0.0", 16, "0.0.0.0")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_FALSE(reader.FindOutputInterface(""));
+  Read({"1 10.1.0.0/16 via 10.0.0.1"});
+  EXPECT_TRUE(reader->FindOutputInterface(""));
 }
 
 // Both are filed nowhere else: their prefix and their next hop were met before.
 TEST_F(StaticRouteConfigTest, KnowsTheInterfaceOfARouteThatIsFiledNowhereElse) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1", "eth1"),
-         Row(1, "10.1.0.0", 16, "10.0.0.2", "eth2"),
-         Row(1, "10.2.0.0", 16, "10.0.0.1", "eth3")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_TRUE(reader.FindOutputInterface("et 2"));
-  EXPECT_TRUE(reader.FindOutputInterface("et 3"));
+  Read({"1 10.1.0.0/16 via 10.0.0.1 by eth1",
+        "1 10.1.0.0/16 via 10.0.0.2 by eth2",
+        "1 10.2.0.0/16 via 10.0.0.1 by eth3"});
+  EXPECT_TRUE(reader->FindOutputInterface("et 2"));
+  EXPECT_TRUE(reader->FindOutputInterface("et 3"));
 }
 
 // ---- The name of an output interface ----------------------------------------
 
-struct NameCase {
-  std::string stored;
-  std::string name;
+class InterfaceNameTest : public StaticRouteConfigTest {
+ protected:
+  void SetUp() override {
+    StaticRouteConfigTest::SetUp();
+    row.StoreIn(fake);
+  }
+  void SetName(const Value& name) {
+    fake.SetValue(row.interface_name_path(), name);
+  }
+
+  StaticRouteRow row = Row("0 10.1.0.0/16 via 10.0.0.1 by eth1");
 };
 
-class InterfaceNameTest : public StaticRouteConfigTest,
-                          public ::testing::WithParamInterface<NameCase> {};
-
-TEST_P(InterfaceNameTest, HasABlankForItsThirdCharacter) {
-  Store({Row(0, "10.1.0.0", 16, "10.0.0.1", GetParam().stored)});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1")->intf_name(), GetParam().name);
-  EXPECT_TRUE(reader.FindOutputInterface(GetParam().name));
+TEST_F(InterfaceNameTest, HasABlankForItsThirdCharacter) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"ab", "ab "},
+      {"abc", "ab "},
+      {"l3-core1", "l3 core1"},
+      {"l3 core1", "l3 core1"},
+      {"eth0/1", "et 0/1"},
+      {std::string("eth0\0x", 6), "et 0"},
+      {std::string("ab\0cd", 5), "ab "},
+      {std::string(1000, 'n'), "nn " + std::string(997, 'n')}};
+  for (const auto& [stored, name] : cases) {
+    SetName(Text(stored));
+    StartReader();
+    Read();
+    EXPECT_EQ(NextHop("global", "10.0.0.1")->intf_name(), name);
+    EXPECT_TRUE(reader->FindOutputInterface(name));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Names, InterfaceNameTest,
-    ::testing::Values(NameCase{"ab", "ab "}, NameCase{"abc", "ab "},
-                      NameCase{"l3-core1", "l3 core1"},
-                      NameCase{"l3 core1", "l3 core1"},
-                      NameCase{"eth0/1", "et 0/1"},
-                      NameCase{std::string("eth0\0x", 6), "et 0"},
-                      NameCase{std::string("ab\0cd", 5), "ab "},
-                      NameCase{std::string(1000, 'n'),
-                               "nn " + std::string(997, 'n')}));
-
-TEST_F(StaticRouteConfigTest, ANameThatIsTooShortEndsTheReadWithAnException) {
-  const Value names[] = {Text(""), Text("a"), Text(std::string("\0bc", 3)),
-                         Text(std::string("a\0bc", 4))};
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  row.StoreIn(fake);
+TEST_F(InterfaceNameTest, EndsTheReadWithAnExceptionWhenItIsTooShort) {
   for (const auto family : {kIpv4, kIpv6}) {
-    for (const Value& name : names) {
-      fake.SetValue(row.interface_name_path(), name);
-      EXPECT_THROW(reader.ReadConfigIfNeeded(family), std::out_of_range);
-      EXPECT_FALSE(reader.ipv4_read());
-      EXPECT_FALSE(reader.ipv6_read());
+    for (const std::string& name :
+         {std::string(), std::string("a"), std::string("\0bc", 3),
+          std::string("a\0bc", 4)}) {
+      SetName(Text(name));
+      EXPECT_THROW(reader->ReadConfigIfNeeded(family), std::out_of_range);
+      EXPECT_FALSE(reader->ipv4_read());
+      EXPECT_FALSE(reader->ipv6_read());
       EXPECT_EQ(fake.open_cursors(), 0U);
       EXPECT_EQ(fake.unfreed_values(), 0U);
     }
   }
 }
 
-TEST_F(StaticRouteConfigTest, AfterAnExceptionTheNextCallReadsAgain) {
-  const StaticRouteRow good = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  const StaticRouteRow bad = Row(0, "10.2.0.0", 16, "10.0.0.2", "x");
-  Store({good, bad});
-  EXPECT_THROW(reader.ReadConfigIfNeeded(kIpv4), std::out_of_range);
+TEST_F(InterfaceNameTest, IsReadAgainByTheNextCallAfterAnException) {
+  const StaticRouteRow bad = Row("0 10.2.0.0/16 via 10.0.0.2 by x");
+  bad.StoreIn(fake);
+  EXPECT_THROW(reader->ReadConfigIfNeeded(kIpv4), std::out_of_range);
   fake.SetValue(bad.interface_name_path(), Text("eth2"));
   fake.ForgetCalls();
-  reader.ReadConfigIfNeeded(kIpv4);
+  reader->ReadConfigIfNeeded(kIpv4);
   EXPECT_FALSE(fake.calls().empty());
-  EXPECT_TRUE(reader.ipv4_read());
-  EXPECT_EQ(reader.ipv4_count(), 2U);
-  EXPECT_NE(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_EQ(NextHop4("global", "10.0.0.2")->intf_name(), "et 2");
+  EXPECT_TRUE(reader->ipv4_read());
+  EXPECT_EQ(reader->ipv4_count(), 2U);
+  EXPECT_NE(NextHop("global", "10.0.0.1"), nullptr);
+  EXPECT_EQ(NextHop("global", "10.0.0.2")->intf_name(), "et 2");
 }
 
 // Its name is read although it is neither of the family read nor of any.
-TEST_F(StaticRouteConfigTest, ANameThatIsTooShortThrowsInARowOfNoFamily) {
-  StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "x");
-  row.AddNameEntry(fake);
-  fake.SetValue(row.interface_name_path(), Text("x"));
-  StoreWith(row.keys(), kType, Enum(16));
-  EXPECT_THROW(reader.ReadConfigIfNeeded(kIpv4), std::out_of_range);
-}
-
-TEST_F(StaticRouteConfigTest, ANameThatCannotBeReadIsEmpty) {
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  row.StoreIn(fake);
-  fake.FailReads(row.interface_name_path());
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1")->intf_name(), "");
-  EXPECT_TRUE(reader.FindOutputInterface(""));
+TEST_F(InterfaceNameTest, ThrowsInARowOfNoFamilyToo) {
+  const StaticRouteRow other = Row("0 10.2.0.0/16 via 10.0.0.2 by x");
+  other.AddNameEntry(fake);
+  fake.SetValue(other.interface_name_path(), Text("x"));
+  StoreWith(other.keys(), kType, Enum(16));
+  EXPECT_THROW(reader->ReadConfigIfNeeded(kIpv4), std::out_of_range);
 }
 
 // The value is given back also when the read of it failed.
-TEST_F(StaticRouteConfigTest, GivesBackTheValueOfANameThatCannotBeRead) {
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  row.StoreIn(fake);
+TEST_F(InterfaceNameTest, IsEmptyWhenItCannotBeRead) {
   fake.FailReads(row.interface_name_path());
-  reader.ReadConfigIfNeeded(kIpv4);
-  int given_back = 0;
-  for (const Call& call : fake.calls()) {
-    if (call.name == "confd_free_value") ++given_back;
-  }
-  EXPECT_EQ(given_back, 1);
+  Read();
+  EXPECT_EQ(NextHop("global", "10.0.0.1")->intf_name(), "");
+  EXPECT_TRUE(reader->FindOutputInterface(""));
+  const Texts calls = fake.CallTexts();
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "confd_free_value()"), 2);
 }
 
-TEST_F(StaticRouteConfigTest, ANameIsReadWhenTheAnswerIsZeroOnly) {
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  row.StoreIn(fake);
+TEST_F(InterfaceNameTest, IsReadWhenTheAnswerIsZeroOnly) {
   for (const int answer : {CONFD_ERR, CONFD_EOF}) {
     fake.ForgetCalls();
     fake.FailCall(2, answer);
@@ -671,9 +589,7 @@ TEST_F(StaticRouteConfigTest, ANameIsReadWhenTheAnswerIsZeroOnly) {
 }
 
 // No answer but 1 says that it is there, nor one above it.
-TEST_F(StaticRouteConfigTest, ANameIsThereWhenTheAnswerIsOneOnly) {
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  row.StoreIn(fake);
+TEST_F(InterfaceNameTest, IsThereWhenTheAnswerIsOneOnly) {
   EXPECT_EQ(NameOf(row.keys()), "et 1");
   for (const int answer : {2, CONFD_ERR, CONFD_EOF}) {
     fake.ForgetCalls();
@@ -684,37 +600,39 @@ TEST_F(StaticRouteConfigTest, ANameIsThereWhenTheAnswerIsOneOnly) {
   }
 }
 
-TEST_F(StaticRouteConfigTest, ANameWhoseExistenceCannotBeToldIsEmpty) {
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
-  row.StoreIn(fake);
+TEST_F(InterfaceNameTest, IsEmptyWhenItsExistenceCannotBeTold) {
   fake.FailExists(row.interface_name_path());
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1")->intf_name(), "");
+  reader->ReadConfigIfNeeded(kIpv4);
+  EXPECT_EQ(NextHop("global", "10.0.0.1")->intf_name(), "");
 }
 
 // ---- The path of that name --------------------------------------------------
 
-using NamePathTest = StaticRouteConfigTest;
+class NamePathTest : public StaticRouteConfigTest {
+ protected:
+  // `keys` stands between the braces.
+  static Texts ExistsOf(const std::string& keys) {
+    return {"maapi_exists(/rtmStaticRtEntry-global{" + keys +
+            "}/interface-name)"};
+  }
+};
 
 TEST_F(NamePathTest, IsMadeOfTheRowsKeys) {
-  EXPECT_EQ(NameOf(Row(0, "10.1.0.0", 24, "192.168.1.1").keys()), "");
-  const std::string path =
-      "/rtmStaticRtEntry-global{ 0 0a:01:00:00 24 c0:a8:01:01 }/interface-name";
-  EXPECT_EQ(fake.CallTexts(), Texts{"maapi_exists(" + path + ")"});
-  EXPECT_EQ(fake.calls()[0].format, path);
+  EXPECT_EQ(NameOf(Row("0 10.1.0.0/24 via 192.168.1.1").keys()), "");
+  EXPECT_EQ(fake.CallTexts(), ExistsOf(" 0 0a:01:00:00 24 c0:a8:01:01 "));
+  EXPECT_EQ(fake.calls()[0].format, fake.calls()[0].args);
 }
 
 TEST_F(NamePathTest, OfAnIpv6RowHasSixteenOctets) {
-  NameOf(Row(4294967295U, "2001:db8::", 32, "fe80::1").keys());
+  NameOf(Row("4294967295 2001:db8::/32 via fe80::1").keys());
   EXPECT_EQ(fake.CallTexts(),
-            Texts{"maapi_exists(/rtmStaticRtEntry-global{ 4294967295 "
-                  "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:00 32 "
-                  "fe:80:00:00:00:00:00:00:00:00:00:00:00:00:00:01 "
-                  "}/interface-name)"});
+            ExistsOf(" 4294967295 "
+                     "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:00 32 "
+                     "fe:80:00:00:00:00:00:00:00:00:00:00:00:00:00:01 "));
 }
 
 TEST_F(NamePathTest, PrintsANegativePrefixLengthAsALargeNumber) {
-  StaticRouteRow row = Row(7, "10.1.0.0", -1, "10.0.0.1", "eth1");
+  StaticRouteRow row = Row("7 10.1.0.0/-1 via 10.0.0.1 by eth1");
   row.StoreIn(fake);
   EXPECT_EQ(NameOf(row.keys()), "et 1");
   const std::string path =
@@ -727,90 +645,89 @@ TEST_F(NamePathTest, PrintsANegativePrefixLengthAsALargeNumber) {
   row.prefix_len = -2147483647 - 1;
   NameOf(row.keys());
   EXPECT_EQ(fake.CallTexts(),
-            Texts{"maapi_exists(/rtmStaticRtEntry-global{ 7 0a:01:00:00 "
-                  "2147483648 0a:00:00:01 }/interface-name)"});
+            ExistsOf(" 7 0a:01:00:00 2147483648 0a:00:00:01 "));
 }
 
 TEST_F(NamePathTest, HasNothingForAddressesThatAreNoOctets) {
-  auto keys = Row(0, "10.1.0.0", 24, "10.0.0.1").keys();
+  auto keys = Row("0 10.1.0.0/24 via 10.0.0.1").keys();
   keys[kNetwork] = Ipv4("10.1.0.0");
   keys[kNextHop] = Text("10.0.0.1");
   NameOf(keys);
-  EXPECT_EQ(
-      fake.CallTexts(),
-      Texts{"maapi_exists(/rtmStaticRtEntry-global{ 0  24  }/interface-name)"});
+  EXPECT_EQ(fake.CallTexts(), ExistsOf(" 0  24  "));
 }
 
 TEST_F(NamePathTest, HasTheNulBehindAddressesWithoutOctets) {
-  auto keys = Row(0, "10.1.0.0", 0, "10.0.0.1").keys();
+  auto keys = Row("0 10.1.0.0/0 via 10.0.0.1").keys();
   keys[kNetwork] = Binary("");
   keys[kNextHop] = Binary("");
   NameOf(keys);
-  EXPECT_EQ(fake.CallTexts(),
-            Texts{"maapi_exists(/rtmStaticRtEntry-global{ 0 00 0 00 "
-                  "}/interface-name)"});
+  EXPECT_EQ(fake.CallTexts(), ExistsOf(" 0 00 0 00 "));
 }
 
 // ---- Odd rows ---------------------------------------------------------------
 
 TEST_F(StaticRouteConfigTest, KeepsThePrefixLengthThatARowHas) {
-  Store({Row(0, "10.1.0.0", -1, "10.0.0.1"), Row(0, "10.2.0.0", 33, "10.0.0.2"),
-         Row(0, "2001:db8::", 129, "fe80::1")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  reader.ReadConfigIfNeeded(kIpv6);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1")->network().to_string(),
-            "10.1.0.0/-1");
-  EXPECT_EQ(NextHop4("global", "10.0.0.2")->network().to_string(),
-            "10.2.0.0/33");
-  EXPECT_EQ(NextHop6("global", "fe80::1")->network().to_string(),
-            "2001:db8::/129");
+  Read({"0 10.1.0.0/-1 via 10.0.0.1", "0 10.2.0.0/33 via 10.0.0.2",
+        "0 2001:db8::/129 via fe80::1"});
+  const std::pair<const char*, const char*> cases[] = {
+      {"10.0.0.1", "10.1.0.0/-1"},
+      {"10.0.0.2", "10.2.0.0/33"},
+      {"fe80::1", "2001:db8::/129"}};
+  for (const auto& [next_hop, network] : cases) {
+    EXPECT_EQ(NextHop("global", next_hop)->network().to_string(), network);
+  }
 }
 
 TEST_F(StaticRouteConfigTest, ARowWhoseNextHopIsNoOctetsIsABlackHole) {
-  StoreWith(Row(0, "10.1.0.0", 16, "10.0.0.1").keys(), kNextHop,
+  StoreWith(Row("0 10.1.0.0/16 via 10.0.0.1").keys(), kNextHop,
             Ipv4("10.0.0.1"));
-  Store({Row(0, "10.1.0.0", 16, "10.0.0.2")});
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(reader.ipv4_count(), 2U);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1"), nullptr);
-  EXPECT_EQ(BlackHole4(), NextHop4("global", "10.0.0.2"));
+  Read({"0 10.1.0.0/16 via 10.0.0.2"});
+  EXPECT_EQ(reader->ipv4_count(), 2U);
+  EXPECT_EQ(NextHop("global", "10.0.0.1"), nullptr);
+  EXPECT_EQ(BlackHole4(), NextHop("global", "10.0.0.2"));
   EXPECT_NE(BlackHole4(), nullptr);
 }
 
 TEST_F(StaticRouteConfigTest, ARowWhoseDestinationIsNoOctetsHasNoPrefix) {
-  StoreWith(Row(0, "10.1.0.0", 16, "10.0.0.1").keys(), kNetwork,
+  StoreWith(Row("0 10.1.0.0/16 via 10.0.0.1").keys(), kNetwork,
             Ipv4("10.1.0.0"));
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(NextHop4("global", "10.0.0.1")->network().to_string(), "0.0.0.0/0");
+  Read();
+  EXPECT_EQ(NextHop("global", "10.0.0.1")->network().to_string(), "0.0.0.0/0");
 }
 
 TEST_F(StaticRouteConfigTest, TheAddressTypeTellsTheFamilyNotTheOctets) {
-  StoreWith(Row(0, "2001:db8::", 32, "fe80::1").keys(), kType, Enum(1));
-  reader.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(reader.ipv4_count(), 1U);
-  EXPECT_EQ(reader.ipv6_count(), 0U);
-  EXPECT_EQ(TextOf(NextHop4("global", "254.128.0.0")),
+  StoreWith(Row("0 2001:db8::/32 via fe80::1").keys(), kType, Enum(1));
+  Read();
+  EXPECT_EQ(reader->ipv4_count(), 1U);
+  EXPECT_EQ(reader->ipv6_count(), 0U);
+  EXPECT_EQ(TextOf(NextHop("global", "254.128.0.0")),
             "global 32.1.13.184/32 via 254.128.0.0 by ''");
 }
 
 // ---- Wrong types stop the process -------------------------------------------
 
-class StaticRouteStopTest : public StaticRouteConfigTest {
+struct StopCase {
+  const char* name;
+  std::vector<std::pair<std::size_t, Value>> wrong_keys;
+  const char* line;
+  const char* expression;
+};
+
+class StaticRouteStopTest : public StaticRouteConfigTest,
+                            public ::testing::WithParamInterface<StopCase> {
  protected:
   // All of them stand in the report of one function, of the row's name.
-  void ExpectStop(const std::string& line, const std::string& expression) {
+  void ExpectStop(const char* line, const char* expression) {
     const std::string report = ReportOf(
         {"src/lib/static_route_config", line,
          "std::__cxx11::string ip_application::config_valid::"
          "StaticRouteConfig::GetIntfNameFromRoute(const maapi_cursor&) const",
          expression});
     for (const auto family : {kIpv4, kIpv6}) {
-      EXPECT_EXIT(reader.ReadConfigIfNeeded(family),
+      EXPECT_EXIT(reader->ReadConfigIfNeeded(family),
                   ::testing::KilledBySignal(SIGABRT), report);
     }
   }
-
-  std::vector<Value> keys = Row(0, "10.1.0.0", 16, "10.0.0.1").keys();
 };
 
 constexpr char kNoType[] =
@@ -819,58 +736,47 @@ constexpr char kNoPrefixLen[] =
     "(&cursor.keys[kNetworkPrefixLen])->type == C_INT32";
 constexpr char kNoVrf[] = "(&cursor.keys[kFteIndex])->type == C_UINT32";
 
-TEST_F(StaticRouteStopTest, ForAnAddressTypeThatIsNoEnumeration) {
-  StoreWith(keys, kType, Int32(1));
-  ExpectStop("33", kNoType);
+TEST_P(StaticRouteStopTest, ForAKeyOfAnotherTypeAlsoInALaterRow) {
+  Store({"0 10.2.0.0/16 via 10.0.0.1"});
+  std::vector<Value> keys = Row("0 10.1.0.0/16 via 10.0.0.1").keys();
+  for (const auto& [index, value] : GetParam().wrong_keys) keys[index] = value;
+  fake.AddEntry(kTable, keys);
+  ExpectStop(GetParam().line, GetParam().expression);
 }
 
-TEST_F(StaticRouteStopTest, ForAPrefixLengthThatIsNoInt32) {
-  StoreWith(keys, kPrefixLen, Uint32(16));
-  ExpectStop("94", kNoPrefixLen);
-}
-
-TEST_F(StaticRouteStopTest, ForAVrfIdentifierThatIsNoUint32) {
-  StoreWith(keys, kVrf, Int32(0));
-  ExpectStop("98", kNoVrf);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Keys, StaticRouteStopTest,
+    ::testing::Values(
+        StopCase{"Type", {{kType, Int32(1)}}, "33", kNoType},
+        StopCase{"PrefixLen", {{kPrefixLen, Uint32(16)}}, "94", kNoPrefixLen},
+        StopCase{"VrfIdentifier", {{kVrf, Int32(0)}}, "98", kNoVrf},
+        StopCase{
+            "TheTypeFirst",
+            {{kType, Uint32(1)}, {kPrefixLen, Uint32(16)}, {kVrf, Int32(0)}},
+            "33",
+            kNoType},
+        StopCase{"ThePrefixLenBeforeTheVrf",
+                 {{kPrefixLen, Uint32(16)}, {kVrf, Int32(0)}},
+                 "94",
+                 kNoPrefixLen},
+        StopCase{"ARowOfNoFamily",
+                 {{kType, Enum(16)}, {kPrefixLen, Uint32(16)}},
+                 "94",
+                 kNoPrefixLen}),
+    [](const auto& one) { return one.param.name; });
 
 TEST_F(StaticRouteStopTest, ForAnInterfaceNameThatIsNoText) {
-  const StaticRouteRow row = Row(0, "10.1.0.0", 16, "10.0.0.1", "eth1");
+  const StaticRouteRow row = Row("0 10.1.0.0/16 via 10.0.0.1 by eth1");
   row.StoreIn(fake);
   fake.SetValue(row.interface_name_path(), Binary("eth1"));
   ExpectStop("105", "(&l3_intf_name)->type == C_BUF");
 }
 
-TEST_F(StaticRouteStopTest, ForTheAddressTypeFirst) {
-  keys[kPrefixLen] = Uint32(16);
-  keys[kVrf] = Int32(0);
-  StoreWith(keys, kType, Uint32(1));
-  ExpectStop("33", kNoType);
-}
-
-TEST_F(StaticRouteStopTest, ForThePrefixLengthBeforeTheVrfIdentifier) {
-  keys[kPrefixLen] = Uint32(16);
-  StoreWith(keys, kVrf, Int32(0));
-  ExpectStop("94", kNoPrefixLen);
-}
-
-TEST_F(StaticRouteStopTest, AlsoForARowOfNoFamily) {
-  keys[kType] = Enum(16);
-  StoreWith(keys, kPrefixLen, Uint32(16));
-  ExpectStop("94", kNoPrefixLen);
-}
-
-TEST_F(StaticRouteStopTest, AlsoForALaterRow) {
-  Store({Row(0, "10.2.0.0", 16, "10.0.0.1")});
-  StoreWith(keys, kVrf, Int32(0));
-  ExpectStop("98", kNoVrf);
-}
-
 TEST_F(StaticRouteStopTest, ForANameOfTheVrfThatIsNoText) {
-  Store({Row(1, "10.2.0.0", 16, "10.0.0.1")});
+  Store({"1 10.2.0.0/16 via 10.0.0.1"});
   fake.SetValue("/internal/vrf-config/indexTOstring{1}/vname", Int32(1));
   EXPECT_EXIT(
-      reader.ReadConfigIfNeeded(kIpv4), ::testing::KilledBySignal(SIGABRT),
+      reader->ReadConfigIfNeeded(kIpv4), ::testing::KilledBySignal(SIGABRT),
       ReportOf({"src/lib/config.cc", "303",
                 "std::__cxx11::string ip_application::config_valid::"
                 "GenericConfig::get_vrf_name_from_id(const confd_value_t&) "
@@ -880,126 +786,71 @@ TEST_F(StaticRouteStopTest, ForANameOfTheVrfThatIsNoText) {
 
 // ---- The calls of a read, in order ------------------------------------------
 
-class StaticRouteCallsTest : public StaticRouteConfigTest {
- protected:
-  // `row` is what the one row of the table takes.
-  void ExpectCalls(ConfigAddrFamily family, const Texts& row) {
-    Texts expected = {"maapi_init_cursor(" + std::string(kTable) + ")",
-                      "maapi_get_next(" + std::string(kTable) + ")"};
-    expected.insert(expected.end(), row.begin(), row.end());
-    expected.push_back("maapi_get_next(" + std::string(kTable) + ")");
-    expected.push_back("maapi_destroy_cursor(" + std::string(kTable) + ")");
-    fake.ForgetCalls();
-    reader.ReadConfigIfNeeded(family);
-    EXPECT_EQ(fake.CallTexts(), expected);
-    ExpectPathsAreFormats();
-  }
-
-  void ExpectPathsAreFormats() {
-    for (const Call& call : fake.calls()) {
-      if (call.format.empty()) continue;
-      EXPECT_EQ(call.format, call.args);
-      EXPECT_EQ(call.sock, FakePlatform::kSocket) << call.text();
-      EXPECT_EQ(call.thandle, FakePlatform::kTransaction) << call.text();
-    }
-  }
-
-  static std::string VrfPath(const std::string& index) {
-    return "/vorplex-internal:internal/vorplex-internal:vrf-config/"
-           "indexTOstring{" +
-           index + "}/vname)";
-  }
+struct CallsCase {
+  const char* row;
+  const char* vrf_id;
+  const char* vrf_name;  // "" for none
+  const char* keys;      // between the braces of the name's path
+  const char* name;      // "" for none
 };
 
-TEST_F(StaticRouteCallsTest, OfAnIpv4Route) {
-  Store({Row(1, "10.1.0.0", 24, "192.168.1.1", "eth0/1")});
-  const std::string name =
-      "/rtmStaticRtEntry-global{ 1 0a:01:00:00 24 c0:a8:01:01 "
-      "}/interface-name)";
-  const Texts row = {
-      "IdVrfFromComponent(1)",          "maapi_exists(" + VrfPath("1"),
-      "maapi_get_elem(" + VrfPath("1"), "confd_free_value(a)",
-      "maapi_exists(" + name,           "maapi_get_elem(" + name,
-      "confd_free_value(eth0/1)"};
-  ExpectCalls(kIpv4, row);
-  ExpectCalls(kIpv6, row);
+TEST_F(StaticRouteConfigTest, ReadsARowWithTheSameCallsForEitherFamily) {
+  const CallsCase cases[] = {
+      {"1 10.1.0.0/24 via 192.168.1.1 by eth0/1", "1", "a",
+       " 1 0a:01:00:00 24 c0:a8:01:01 ", "eth0/1"},
+      {"0 10.1.0.0/24 via 0.0.0.0", "0", "", " 0 0a:01:00:00 24 00:00:00:00 ",
+       ""},
+      {"2 2001:db8::/32 via 2001:db8::1 by l3-core", "2", "b",
+       " 2 20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:00 32 "
+       "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:01 ",
+       "l3-core"},
+      {"9 ::/0 via fe80::1", "9", "",
+       " 9 00:00:00:00:00:00:00:00:00:00:00:00:00:00:00:00 0 "
+       "fe:80:00:00:00:00:00:00:00:00:00:00:00:00:00:01 ",
+       ""}};
+  const std::string table = std::string("(") + kTable + ")";
+  for (const auto& [row, vrf_id, vrf_name, keys, name] : cases) {
+    const std::string vrf_path =
+        "(/vorplex-internal:internal/vorplex-internal:vrf-config/"
+        "indexTOstring{" +
+        std::string(vrf_id) + "}/vname)";
+    const std::string name_path =
+        "(/rtmStaticRtEntry-global{" + std::string(keys) + "}/interface-name)";
+    Texts expected = {"maapi_init_cursor" + table, "maapi_get_next" + table,
+                      "IdVrfFromComponent(" + std::string(vrf_id) + ")"};
+    for (const auto& [path, value] :
+         {std::pair(vrf_path, std::string(vrf_name)),
+          std::pair(name_path, std::string(name))}) {
+      expected.push_back("maapi_exists" + path);
+      if (value.empty()) continue;
+      expected.push_back("maapi_get_elem" + path);
+      expected.push_back("confd_free_value(" + value + ")");
+    }
+    expected.push_back("maapi_get_next" + table);
+    expected.push_back("maapi_destroy_cursor" + table);
+    SetUp();
+    Store({row});
+    for (const auto family : {kIpv4, kIpv6}) {
+      fake.ForgetCalls();
+      StartReader();
+      reader->ReadConfigIfNeeded(family);
+      EXPECT_EQ(fake.CallTexts(), expected);
+      for (const Call& call : fake.calls()) {
+        if (call.format.empty()) continue;
+        EXPECT_EQ(call.format, call.args);
+        EXPECT_EQ(call.sock, FakePlatform::kSocket) << call.text();
+        EXPECT_EQ(call.thandle, FakePlatform::kTransaction) << call.text();
+      }
+    }
+  }
 }
 
-TEST_F(StaticRouteCallsTest, OfAnIpv4RouteWithoutVrfNameAndInterface) {
-  Store({Row(0, "10.1.0.0", 24, "0.0.0.0")});
-  const Texts row = {
-      "IdVrfFromComponent(0)", "maapi_exists(" + VrfPath("0"),
-      "maapi_exists(/rtmStaticRtEntry-global{ 0 0a:01:00:00 24 00:00:00:00 "
-      "}/interface-name)"};
-  ExpectCalls(kIpv4, row);
-  ExpectCalls(kIpv6, row);
-}
-
-TEST_F(StaticRouteCallsTest, OfAnIpv6Route) {
-  Store({Row(2, "2001:db8::", 32, "2001:db8::1", "l3-core")});
-  const std::string name =
-      "/rtmStaticRtEntry-global{ 2 "
-      "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:00 32 "
-      "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:01 }/interface-name)";
-  const Texts row = {
-      "IdVrfFromComponent(2)",          "maapi_exists(" + VrfPath("2"),
-      "maapi_get_elem(" + VrfPath("2"), "confd_free_value(b)",
-      "maapi_exists(" + name,           "maapi_get_elem(" + name,
-      "confd_free_value(l3-core)"};
-  ExpectCalls(kIpv6, row);
-  ExpectCalls(kIpv4, row);
-}
-
-TEST_F(StaticRouteCallsTest, OfAnIpv6RouteWithoutVrfNameAndInterface) {
-  Store({Row(9, "::", 0, "fe80::1")});
-  const Texts row = {
-      "IdVrfFromComponent(9)", "maapi_exists(" + VrfPath("9"),
-      "maapi_exists(/rtmStaticRtEntry-global{ 9 "
-      "00:00:00:00:00:00:00:00:00:00:00:00:00:00:00:00 0 "
-      "fe:80:00:00:00:00:00:00:00:00:00:00:00:00:00:01 }/interface-name)"};
-  ExpectCalls(kIpv6, row);
-  ExpectCalls(kIpv4, row);
-}
-
-TEST_F(StaticRouteCallsTest, OfAnEmptyTableAreThoseOfTheCursor) {
-  reader.ReadConfigIfNeeded(kIpv4);
+TEST_F(StaticRouteConfigTest, ReadsAnEmptyTableWithTheCallsOfTheCursor) {
+  reader->ReadConfigIfNeeded(kIpv4);
   const std::string table = kTable;
   EXPECT_EQ(fake.CallTexts(), (Texts{"maapi_init_cursor(" + table + ")",
                                      "maapi_get_next(" + table + ")",
                                      "maapi_destroy_cursor(" + table + ")"}));
-  ExpectPathsAreFormats();
-}
-
-// ---- An exception in the middle ---------------------------------------------
-
-TEST_F(StaticRouteConfigTest, AnExceptionLeavesNothingOpenAndTheFamilyUnread) {
-  Store({Row(1, "10.1.0.0", 16, "10.0.0.1", "eth1"),
-         Row(2, "10.2.0.0", 16, "10.0.0.2")});
-  StaticRouteConfig undisturbed;
-  Bind(undisturbed);
-  undisturbed.ReadConfigIfNeeded(kIpv4);
-  const std::vector<Call> calls = fake.calls();
-  EXPECT_GT(calls.size(), 10U);
-  for (unsigned i = 0; i < calls.size(); ++i) {
-    // Destructors make these.
-    if (calls[i].name == "confd_free_value") continue;
-    if (calls[i].name == "maapi_destroy_cursor") continue;
-    SCOPED_TRACE(calls[i].text());
-    StaticRouteConfig disturbed;
-    Bind(disturbed);
-    fake.ThrowAtCall(i + 1);
-    EXPECT_THROW(disturbed.ReadConfigIfNeeded(kIpv4), FakeCallError);
-    EXPECT_EQ(fake.open_cursors(), 0U);
-    EXPECT_EQ(fake.unfreed_values(), 0U);
-    EXPECT_FALSE(disturbed.ipv4_read());
-
-    disturbed.ReadConfigIfNeeded(kIpv4);
-    EXPECT_TRUE(disturbed.ipv4_read());
-    EXPECT_EQ(disturbed.ipv4_count(), 2U);
-    Route route;
-    EXPECT_TRUE(disturbed.FindNextHop({"a", Addr4("10.0.0.1")}, route));
-    EXPECT_TRUE(disturbed.FindNextHop({"b", Addr4("10.0.0.2")}, route));
-  }
 }
 
 }  // namespace

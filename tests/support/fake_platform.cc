@@ -57,7 +57,6 @@ void FakePlatform::Reset() {
   vrf_indexes_.clear();
 
   calls_until_failure_ = 0;
-  calls_until_exception_ = 0;
   unreadable_.clear();
   exists_fails_.clear();
 
@@ -153,10 +152,6 @@ void FakePlatform::FailCall(unsigned number, int result) {
   failure_code_ = result;
 }
 
-void FakePlatform::ThrowAtCall(unsigned number) {
-  calls_until_exception_ = number;
-}
-
 void FakePlatform::FailReads(const std::string& path) {
   SetContainer(path);
   unreadable_.insert(NormalPath(path));
@@ -189,9 +184,6 @@ std::string FakePlatform::error_text() const {
 bool FakePlatform::RecordAndFail(Call call) {
   const std::lock_guard<std::mutex> lock(log_mutex_);
   calls_.push_back(std::move(call));
-  if (calls_until_exception_ > 0 && --calls_until_exception_ == 0) {
-    throw FakeCallError(calls_.back().text());
-  }
   return calls_until_failure_ > 0 && --calls_until_failure_ == 0;
 }
 

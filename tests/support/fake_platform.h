@@ -20,7 +20,6 @@
 #include <mutex>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,11 +49,6 @@ struct TransactionError {
   const confd_trans_ctx* tctx;
   std::string format;
   std::string text;
-};
-
-class FakeCallError : public std::runtime_error {
- public:
-  explicit FakeCallError(const std::string& call) : runtime_error(call) {}
 };
 
 struct Fault {
@@ -121,11 +115,6 @@ class FakePlatform {
   void FailCall(unsigned number, int result = CONFD_ERR);
   void FailReads(const std::string& path);   // exists, cannot be read
   void FailExists(const std::string& path);  // maapi_exists() fails
-
-  // The call throws FakeCallError: stands for any exception that leaves the
-  // plug-in while it holds what the platform gave it. Not for calls that give
-  // something back, which destructors make.
-  void ThrowAtCall(unsigned number);
 
   // Records.
   const std::vector<Call>& calls() const { return calls_; }
@@ -225,13 +214,12 @@ class FakePlatform {
   std::vector<Change> changes_;
   std::map<std::uint32_t, std::uint32_t> vrf_indexes_;  // by component
 
-  unsigned calls_until_failure_ = 0;    // 0: none fails
-  unsigned calls_until_exception_ = 0;  // 0: none throws
+  unsigned calls_until_failure_ = 0;  // 0: none fails
   int failure_code_ = CONFD_ERR;
   std::set<std::string> unreadable_;
   std::set<std::string> exists_fails_;
 
-  // Guards calls_, calls_until_failure_, calls_until_exception_, log_lines_.
+  // Guards calls_, calls_until_failure_ and log_lines_.
   std::mutex log_mutex_;
   std::vector<Call> calls_;
   std::vector<LogLine> log_lines_;

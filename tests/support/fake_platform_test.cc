@@ -62,18 +62,6 @@ TEST_F(FakePlatformTest, RecordsTheFormatOfAPath) {
   EXPECT_EQ(fake.calls()[1].format, "/a");
 }
 
-TEST_F(FakePlatformTest, ThrowsAtTheCallThatTheTestNames) {
-  fake.ThrowAtCall(2);
-  EXPECT_EQ(maapi_exists(kSock, kTrans, "/a"), 0);
-  try {
-    maapi_exists(kSock, kTrans, "/b");
-    ADD_FAILURE() << "the call did not throw";
-  } catch (const FakeCallError& error) {
-    EXPECT_STREQ(error.what(), "maapi_exists(/b)");
-  }
-  EXPECT_EQ(maapi_exists(kSock, kTrans, "/b"), 0);
-}
-
 TEST_F(FakePlatformTest, GivesAVrfTheIndexThatTheTestSets) {
   EXPECT_EQ(IdVrfFromComponent(7), 7U);
   fake.SetVrfIndex(7, 4000);

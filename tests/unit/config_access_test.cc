@@ -364,15 +364,6 @@ TEST_P(KeyListTest, HasNoKeysWhereTheCursorCannotBeOpened) {
   EXPECT_EQ(CountKeys(), 0U);
 }
 
-TEST_P(KeyListTest, AnExceptionLeavesNoCursorOpen) {
-  fake.AddEntry("/list", {Text("a"), Text("b")});
-  for (const unsigned number : {2U, 3U, 4U, 5U}) {
-    fake.ThrowAtCall(number);
-    EXPECT_THROW(CountKeys(), FakeCallError) << number;
-    EXPECT_EQ(fake.open_cursors(), 0U) << number;
-  }
-}
-
 INSTANTIATE_TEST_SUITE_P(Keys, KeyListTest, ::testing::Values(kFirstOnly, 2U));
 
 // Nobody looks at the result of the advance: the walk ends as no key is there.
@@ -511,14 +502,6 @@ TYPED_TEST(AddressReadTest, ReportsAKeyThatLooksLikeAFormat) {
   this->fake.AddEntry("/list", {::ipav::testing::Text("%s%n%d")});
   EXPECT_TRUE(this->List().empty());
   this->ExpectFault("%s%n%d");
-}
-
-TYPED_TEST(AddressReadTest, AnExceptionOfTheFaultServicePassesOn) {
-  this->fake.AddEntry("/list", {::ipav::testing::Text("a")});
-  this->fake.ThrowAtCall(8);
-  EXPECT_THROW(this->List(), FakeCallError);
-  EXPECT_EQ(this->fake.CallTexts().back(),
-            "hostmw_gen_fault(" + this->FaultText("a") + ")");
 }
 
 TYPED_TEST(AddressReadTest, TakesAsManyOctetsAsAnAddressHas) {

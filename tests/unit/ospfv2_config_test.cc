@@ -705,29 +705,6 @@ INSTANTIATE_TEST_SUITE_P(
                       BadKey{"NoAddress", kAddress, "10.1.1"}),
     [](const auto& key) { return key.param.name; });
 
-TEST_F(Ospfv2ConfigTest, AnExceptionInTheWalkLeavesNothingOpen) {
-  Store({OspfRow(), Row(7, "l3-2", "10.2.2.2")});
-  Store(OspfProcess());
-  Read();
-  const std::vector<Call> calls = fake.calls();
-  ASSERT_EQ(calls.size(), 20U);
-  for (unsigned i = 0; i < calls.size(); ++i) {
-    // A destructor makes it.
-    if (calls[i].name == "maapi_destroy_cursor") continue;
-    SCOPED_TRACE(std::to_string(i) + ": " + calls[i].text());
-    Ospfv2Config disturbed;
-    Bind(disturbed);
-    fake.ThrowAtCall(i + 1);
-    EXPECT_THROW(disturbed.ReadConfigIfNeeded(kIpv4), FakeCallError);
-    EXPECT_EQ(fake.open_cursors(), 0U);
-    EXPECT_FALSE(disturbed.ipv4_read());
-
-    disturbed.ReadConfigIfNeeded(kIpv4);
-    EXPECT_TRUE(disturbed.ipv4_read());
-    EXPECT_EQ(disturbed.interfaces().size(), 2U);
-  }
-}
-
 // ---- The look-ups -----------------------------------------------------------
 
 class Ospfv2LookUpTest : public Ospfv2ConfigTest {

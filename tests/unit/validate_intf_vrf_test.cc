@@ -257,13 +257,6 @@ TYPED_TEST(InterfaceWalkTest, CutsTheQuestionButNotTheText) {
   }
 }
 
-TYPED_TEST(InterfaceWalkTest, AnExceptionOfTheQuestionLeavesNoText) {
-  PutInOspfv3(this->fake, this->Kind(), "core1");
-  this->fake.ThrowAtCall(1);
-  EXPECT_THROW(this->SetVrf("core1"), FakeCallError);
-  this->ExpectNoText();
-}
-
 template <typename Walk>
 using InterfaceWalkDeathTest = InterfaceWalkTest<Walk>;
 TYPED_TEST_SUITE(InterfaceWalkDeathTest, InterfaceWalks, WalkNames);
@@ -549,16 +542,6 @@ TEST_F(WalkReadsTest, AKeyIsCutAt8191Bytes) {
       walk_.get_key_list("/list"),
       (std::list<std::string>{longest.substr(0, 255), longest.substr(0, 256),
                               longest, longest, longest}));
-}
-
-TEST_F(WalkReadsTest, AnExceptionLeavesNoCursorOpen) {
-  InterfaceData{}.StoreIn(fake);
-  const std::size_t calls_but_the_last = 5;
-  for (unsigned number = 1; number <= calls_but_the_last; ++number) {
-    fake.ThrowAtCall(number);
-    EXPECT_THROW(walk_.get_key_list(kL3List), FakeCallError) << number;
-    EXPECT_EQ(fake.open_cursors(), 0U) << number;
-  }
 }
 
 // ---- The callback: what it reads, in which order ---------------------------
@@ -902,24 +885,6 @@ TEST_F(IntfVrfTest, RefusesADivergentVrfOfALoopback) {
                 "associated with divergent VRF");
 }
 
-TEST_F(IntfVrfTest, APercentSignOfTheRulesReachesTheOperatorUnchanged) {
-  L3Interface("50%s%n", "10.9.9.0/24").StoreIn(fake);
-  ExpectRefused(InterfaceListPath("l3"),
-                "l3 50%s%n ipv4 address 10.9.9.0/24 cannot be configured as "
-                "network address.");
-}
-
-TEST_F(IntfVrfTest, APercentSignOfAVrfReachesTheOperatorUnchanged) {
-  InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-  l3.vrf = "50%s%n";
-  l3.StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  OspfRow{}.StoreIn(fake);
-  ExpectRefused(InterfaceListPath("l3"),
-                "l3 core1 vrf 50%s%n and router ospf 10 vrf global cannot be "
-                "associated with divergent VRF");
-}
-
 // ---- The callback: called directly -----------------------------------------
 
 // The rules read through the snapshot, the walk through the call's socket.
@@ -955,30 +920,6 @@ TEST_F(IntfVrfTest, AMalformedAreaLeavesTheCall) {
   EXPECT_EQ(ReadsWith("/config/interface"), Texts{});
   EXPECT_EQ(ReadsWith("rtmStaticRt"), Texts{});
   EXPECT_FALSE(ReadsWith(kOspfTable).empty());
-}
-
-// Destructors give these back, so they cannot throw.
-bool GivesBack(const std::string& call) {
-  return call.rfind("maapi_destroy_cursor", 0) == 0 ||
-         call.rfind("confd_free_value", 0) == 0;
-}
-
-TEST_F(IntfVrfTest, AnExceptionOfAnyCallLeavesNothingOpen) {
-  StoreSmallConfiguration(fake);
-  SetVrfUnderOspfv3("l3");
-  ExpectRefused(InterfaceListPath("l3"), RefusalOf("l3", "edge1"));
-  const Texts calls = fake.CallTexts();
-  for (unsigned number = 1; number <= calls.size(); ++number) {
-    const std::string& call = calls[number - 1];
-    if (GivesBack(call)) continue;
-    StartSnapshot();
-    fake.ThrowAtCall(number);
-    EXPECT_THROW(ValidateList("l3"), FakeCallError) << call;
-    EXPECT_EQ(fake.calls().at(number - 1).text(), call);
-    EXPECT_EQ(fake.open_cursors(), 0U) << call;
-    EXPECT_EQ(fake.unfreed_values(), 0U) << call;
-  }
-  EXPECT_EQ(fake.errors().size(), 1U);
 }
 
 }  // namespace

@@ -613,32 +613,5 @@ INSTANTIATE_TEST_SUITE_P(
                               "(&mc_intf.keys[2])->type == C_BUF"}),
     [](const auto& key_case) { return key_case.param.name; });
 
-// ---- Exceptions ------------------------------------------------------------
-
-// Destructors give these back, so they cannot throw.
-bool GivesBack(const std::string& call) {
-  return call == "~HostdCdbSessionBase()" || call == kEndOfRows;
-}
-
-TEST_F(LowerLayerOspfv3Test, AnExceptionOfAnyCallLeavesNothingOpen) {
-  RowOf(2, "0.0.0.2", "l3-edge1", kIndexOfVlan20).StoreIn(fake);
-  Ospfv3Row{}.StoreIn(fake);
-  ExpectRefused(kDefaultText);
-  const Texts calls = fake.CallTexts();
-  unsigned thrown = 0;
-  for (unsigned number = 1; number <= calls.size(); ++number) {
-    const std::string& call = calls[number - 1];
-    if (GivesBack(call)) continue;
-    fake.ThrowAtCall(number);
-    EXPECT_THROW(Validate(), FakeCallError) << call;
-    EXPECT_EQ(fake.calls().at(number - 1).text(), call);
-    EXPECT_EQ(fake.open_cdb_sessions(), 0U) << call;
-    EXPECT_EQ(fake.open_cursors(), 0U) << call;
-    ++thrown;
-  }
-  EXPECT_EQ(thrown, calls.size() - 2);
-  EXPECT_EQ(fake.errors().size(), 1U);
-}
-
 }  // namespace
 }  // namespace ipav::testing

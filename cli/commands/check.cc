@@ -44,7 +44,7 @@ using datastore::Running;
 using report::DeviceReport;
 using report::ReportOutput;
 
-constexpr char kNotes[] =
+constexpr char kCheckNotes[] =
     "Examples:\n"
     "  ipav check --running running.xml candidate.xml\n"
     "  ipav check --running running.xml --all candidate.xml\n"
@@ -267,7 +267,7 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
       "check", "Judge candidates against a running configuration");
-  command->footer(kNotes);
+  command->footer(kCheckNotes);
   AddFile(command, "--running",
           "Running configuration, XML or JSON (default: empty)",
           &options->running);

@@ -24,7 +24,7 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kNotes[] =
+constexpr char kCommitNotes[] =
     "The file becomes the whole running configuration of the server.\n"
     "\n"
     "Examples:\n"
@@ -135,7 +135,7 @@ Command AddCommit(CLI::App* app, const Locations& locations) {
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
       "commit", "Commit a configuration on a running ipavd");
-  command->footer(kNotes);
+  command->footer(kCommitNotes);
   AddFile(command, "--to", "UNIX socket of the server", &options->server)
       ->required();
   command->add_flag("--validate", options->validate,

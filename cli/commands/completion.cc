@@ -17,7 +17,7 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kNotes[] =
+constexpr char kCompletionNotes[] =
     "A package has put the scripts in their places. Without one, in the\n"
     "start file of the shell:\n"
     "\n"
@@ -39,7 +39,7 @@ Command AddCompletion(CLI::App* app) {
   const auto shell = std::make_shared<std::string>();
   CLI::App* command = app->add_subcommand(
       "completion", "Print the script by which a shell completes ipav");
-  command->footer(kNotes);
+  command->footer(kCompletionNotes);
   AddChoice(command, "shell", {"bash", "zsh", "fish"},
             "Shell that the script is for", shell.get())
       ->required();

@@ -17,7 +17,7 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kNotes[] =
+constexpr char kConvertNotes[] =
     "The data stays as it is: the order of list entries, and what is written\n"
     "though it is the default. Lost are comments, blanks between elements, "
     "XML\n"
@@ -61,7 +61,7 @@ Command AddConvert(CLI::App* app, const Locations& locations) {
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
       "convert", "Write a configuration in the other format, XML or JSON");
-  command->footer(kNotes);
+  command->footer(kConvertNotes);
   AddFile(command, "file", "Configuration to convert, XML or JSON",
           &options->file)
       ->required();

@@ -32,7 +32,7 @@ using datastore::Dependency;
 using datastore::Diff;
 using nlohmann::ordered_json;
 
-constexpr char kNotes[] =
+constexpr char kDiffNotes[] =
     "A line begins with + for what is added, - for what is deleted, ~ for a\n"
     "changed value. An added or deleted list entry is one line with the "
     "number\n"
@@ -268,7 +268,7 @@ Command AddDiff(CLI::App* app, const Locations& locations) {
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
       "diff", "Show what a candidate changes and which points that fires");
-  command->footer(kNotes);
+  command->footer(kDiffNotes);
   AddFile(command, "running", "Running configuration, XML or JSON",
           &options->running)
       ->required();

@@ -28,7 +28,7 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kNotes[] =
+constexpr char kExplainNotes[] =
     "A text is the one that an operator saw, interfaces and addresses filled\n"
     "in; a rule is named by its heading or as findings and SARIF name it.\n"
     "Without a topic, the validation points and rules are listed.\n"
@@ -278,7 +278,7 @@ Command AddExplain(CLI::App* app, const Locations& locations) {
   const auto values = std::make_shared<Values>(Values{locations, {}});
   CLI::App* command = app->add_subcommand(
       "explain", "Explain a validation point, a rule or a text");
-  command->footer(kNotes);
+  command->footer(kExplainNotes);
   command
       ->add_option(
           "topic", values->topics,

@@ -17,7 +17,7 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kNotes[] =
+constexpr char kNewNotes[] =
     "The configuration is accepted as it is. In XML a comment stands beside\n"
     "what a validation point looks at.\n"
     "\n"
@@ -45,7 +45,7 @@ Command AddNew(CLI::App* app, const Locations& locations) {
   const auto format = std::make_shared<std::string>("xml");
   CLI::App* command =
       app->add_subcommand("new", "Print a first configuration to change");
-  command->footer(kNotes);
+  command->footer(kNewNotes);
   AddChoice(command, "--format", {"xml", "json"},
             "xml, with comments, or json, which has none", format.get());
   return {command, [=] { return PrintNew(locations, *format); }};

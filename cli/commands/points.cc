@@ -13,7 +13,7 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kNotes[] =
+constexpr char kPointsNotes[] =
     "Examples:\n"
     "  ipav points\n"
     "  ipav points --yang my-model";
@@ -42,7 +42,7 @@ Command AddPoints(CLI::App* app, const Locations& locations) {
   const auto values = std::make_shared<Locations>(locations);
   CLI::App* command = app->add_subcommand(
       "points", "List the use sites of validation points in the model");
-  command->footer(kNotes);
+  command->footer(kPointsNotes);
   AddYang(command, values.get());
   return {command, [values] { return PrintPoints(*values); }};
 }

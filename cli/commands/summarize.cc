@@ -33,7 +33,7 @@ using report::ReadReport;
 using report::Run;
 using report::Summary;
 
-constexpr char kNotes[] =
+constexpr char kSummarizeNotes[] =
     "Examples:\n"
     "  ipav summarize 1.json 2.json 3.json 4.json\n"
     "  ipav summarize --failed-only --format junit --output all.xml "
@@ -208,7 +208,7 @@ Command AddSummarize(CLI::App* app, const Locations& /*locations*/) {
   const auto options = std::make_shared<SummarizeOptions>();
   CLI::App* command = app->add_subcommand(
       "summarize", "Make one report of the JSON reports of several runs");
-  command->footer(kNotes);
+  command->footer(kSummarizeNotes);
   AddReport(command, &options->report);
   command->add_option("result", options->results, "JSON reports")
       ->type_name(kFile)

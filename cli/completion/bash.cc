@@ -7,7 +7,7 @@ namespace ipav::cli::completion {
 
 namespace {
 
-constexpr char kBegin[] =
+constexpr char kBashBegin[] =
     R"(# Completion of ipav, as `ipav completion bash` prints it.
 _ipav() {
   local current=${COMP_WORDS[COMP_CWORD]}
@@ -30,7 +30,7 @@ _ipav() {
   case $command in
 )";
 
-constexpr char kEnd[] = R"(  esac
+constexpr char kBashEnd[] = R"(  esac
 
   COMPREPLY=()
   if [[ -n $options && $current == -* ]]; then
@@ -95,11 +95,11 @@ std::string CaseOf(const std::string& pattern, const Command& command) {
 }  // namespace
 
 std::string BashScript(const Syntax& syntax) {
-  std::string script = kBegin + CaseOf("''", syntax.program);
+  std::string script = kBashBegin + CaseOf("''", syntax.program);
   for (const Command& command : syntax.commands) {
     script += CaseOf(command.name, command);
   }
-  return script + kEnd;
+  return script + kBashEnd;
 }
 
 }  // namespace ipav::cli::completion

@@ -7,7 +7,7 @@ namespace ipav::cli::completion {
 
 namespace {
 
-constexpr char kBegin[] =
+constexpr char kFishBegin[] =
     R"(# Completion of ipav, as `ipav completion fish` prints it.
 function __ipav_command
     for word in (commandline -opc)[2..]
@@ -78,7 +78,7 @@ std::string LinesOf(const std::string& condition, const Command& command) {
 
 std::string FishScript(const Syntax& syntax) {
   const std::string no_command = "'not __ipav_command >/dev/null'";
-  std::string script = kBegin;
+  std::string script = kFishBegin;
   for (const Option& option : syntax.program.options) {
     script += LineOf(no_command, option);
   }

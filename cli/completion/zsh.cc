@@ -7,14 +7,14 @@ namespace ipav::cli::completion {
 
 namespace {
 
-constexpr char kBegin[] = R"(#compdef ipav
+constexpr char kZshBegin[] = R"(#compdef ipav
 # Completion of ipav, as `ipav completion zsh` prints it.
 _ipav() {
   local context state state_descr line
   typeset -A opt_args
 )";
 
-constexpr char kEnd[] = R"(      esac
+constexpr char kZshEnd[] = R"(      esac
       ;;
   esac
 }
@@ -97,7 +97,7 @@ std::string CaseOf(const Command& command) {
 }  // namespace
 
 std::string ZshScript(const Syntax& syntax) {
-  std::string script = kBegin;
+  std::string script = kZshBegin;
   script += fmt::format(
       "  _arguments -C -S {} \\\n"
       "    '1:command:->command' '*::argument:->argument' && return\n"
@@ -111,7 +111,7 @@ std::string ZshScript(const Syntax& syntax) {
       "      )\n      _describe -t commands command commands\n      ;;\n"
       "    argument)\n      case $words[1] in\n";
   for (const Command& command : syntax.commands) script += CaseOf(command);
-  return script + kEnd;
+  return script + kZshEnd;
 }
 
 }  // namespace ipav::cli::completion

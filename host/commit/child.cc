@@ -56,7 +56,7 @@ Pipe MakePipe() {
 }
 
 // A length or a count as sent over the pipe; both ends are the same program.
-std::string Encode(std::size_t number) {
+std::string EncodeNumber(std::size_t number) {
   const auto value = static_cast<std::uint32_t>(number);
   std::string bytes(sizeof(value), '\0');
   std::memcpy(bytes.data(), &value, sizeof(value));
@@ -214,9 +214,9 @@ Stopped WhyStopped(const Received& received, const ChildEnd& end) {
 
 void Reporter::Hold(const Message& message) const {
   held_ += message.kind;
-  held_ += Encode(message.texts.size());
+  held_ += EncodeNumber(message.texts.size());
   for (const std::string& text : message.texts) {
-    held_ += Encode(text.size());
+    held_ += EncodeNumber(text.size());
     held_ += text;
   }
 }

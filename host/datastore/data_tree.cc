@@ -56,10 +56,6 @@ std::string ByValueType(confd_vtype type, std::string text) {
   }
 }
 
-confd_vtype TypeOf(const lysc_node& leaf) {
-  return Model::FactsOf(leaf).value_type;
-}
-
 bool IsSmall(const lyd_node* first_entry) {
   const lyd_node* entry = first_entry;
   for (std::size_t i = 0; i < kWalkedEntries; ++i) {
@@ -75,7 +71,7 @@ void ForEachKey(const lyd_node* entry, const Take& take) {
   bool goes_on = true;
   for (const lyd_node* key = lyd_child(entry);
        goes_on && key != nullptr && lysc_is_key(key->schema); key = key->next) {
-    const confd_vtype type = TypeOf(*key->schema);
+    const confd_vtype type = Model::FactsOf(*key->schema).value_type;
     goes_on = HasManyForms(type) ? take(ByValueType(type, lyd_get_value(key)))
                                  : take(lyd_get_value(key));
   }
@@ -295,7 +291,8 @@ std::vector<std::string> KeysOf(const lyd_node* entry) {
   std::vector<std::string> keys;
   for (const lyd_node* key = lyd_child(entry);
        key != nullptr && lysc_is_key(key->schema); key = key->next) {
-    keys.push_back(ByValueType(TypeOf(*key->schema), lyd_get_value(key)));
+    keys.push_back(ByValueType(Model::FactsOf(*key->schema).value_type,
+                               lyd_get_value(key)));
   }
   return keys;
 }
@@ -307,7 +304,7 @@ std::string CanonicalText(const lysc_node& leaf, const std::string& text) {
                          nullptr, &canonical) != LY_SUCCESS) {
     return text;
   }
-  std::string result = ByValueType(TypeOf(leaf), canonical);
+  std::string result = ByValueType(Model::FactsOf(leaf).value_type, canonical);
   lydict_remove(context, canonical);
   return result;
 }

@@ -19,10 +19,6 @@ namespace {
 // Shorter lists are compared pair by pair, without a hash table.
 constexpr std::size_t kShortList = 8;
 
-confd_vtype TypeOf(const lysc_node& leaf) {
-  return Model::FactsOf(leaf).value_type;
-}
-
 // The keys as one text. YANG text cannot contain NUL (RFC 7950, section 14:
 // yang-string).
 std::string Join(const std::vector<std::string>& keys) {
@@ -67,8 +63,8 @@ bool HaveSameKeys(const lyd_node* a, const lyd_node* b) {
   const lyd_node* other = lyd_child(b);
   for (; key != nullptr && lysc_is_key(key->schema);
        key = key->next, other = other->next) {
-    if (!IsSameValue(TypeOf(*key->schema), lyd_get_value(key),
-                     lyd_get_value(other))) {
+    if (!IsSameValue(Model::FactsOf(*key->schema).value_type,
+                     lyd_get_value(key), lyd_get_value(other))) {
       return false;
     }
   }
@@ -105,7 +101,8 @@ const lyd_node* FindDuplicateEntry(const lyd_node* first_entry) {
 
 bool HasKeyOfManyForms(const lysc_node& list) {
   const lysc_node* key = lysc_node_child(&list);
-  while (key != nullptr && lysc_is_key(key) && !HasManyForms(TypeOf(*key))) {
+  while (key != nullptr && lysc_is_key(key) &&
+         !HasManyForms(Model::FactsOf(*key).value_type)) {
     key = key->next;
   }
   return key != nullptr && lysc_is_key(key);

@@ -46,7 +46,7 @@ Refusal OneTooMany(const std::string& name) {
                   {{"bad-element", name}}});
 }
 
-Refusal UnknownAttribute(const std::string& name) {
+Refusal RefusedAttribute(const std::string& name) {
   return Refusal({store::ErrorType::kProtocol,
                   store::ErrorTag::kUnknownAttribute,
                   "",
@@ -112,7 +112,7 @@ Datastore DatastoreIn(const Call& call, const char* container) {
 
 std::string ConfigIn(const lyd_node& config) {
   // The attribute "operation" belongs to the elements in config.
-  if (config.meta != nullptr) throw UnknownAttribute(config.meta->name);
+  if (config.meta != nullptr) throw RefusedAttribute(config.meta->name);
   const auto& any = reinterpret_cast<const lyd_node_any&>(config);
   if (any.value_type == LYD_ANYDATA_DATATREE) {
     // An empty container may have the attribute "operation".

@@ -11,8 +11,8 @@ namespace ipav::store {
 
 namespace {
 
-// A text in XPath; it has no way to write one with both quotes.
-std::string Quote(const std::string& text) {
+// A string literal of XPath 1.0, which cannot contain both quotes.
+std::string XPathLiteral(const std::string& text) {
   const char quote = text.find('\'') == std::string::npos ? '\'' : '"';
   return quote + text + quote;
 }
@@ -25,10 +25,12 @@ std::string StepTo(const lysc_node* parent, const lysc_node& node,
   }
   step += node.name;
   if (keys.empty()) return step;
-  if (node.nodetype == LYS_LEAFLIST) return step + "[.=" + Quote(keys[0]) + "]";
+  if (node.nodetype == LYS_LEAFLIST)
+    return step + "[.=" + XPathLiteral(keys[0]) + "]";
   const std::vector<const lysc_node*> leaves = KeysOf(node);
   for (std::size_t i = 0; i < leaves.size() && i < keys.size(); ++i) {
-    step += std::string("[") + leaves[i]->name + "=" + Quote(keys[i]) + "]";
+    step +=
+        std::string("[") + leaves[i]->name + "=" + XPathLiteral(keys[i]) + "]";
   }
   return step;
 }

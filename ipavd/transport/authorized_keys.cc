@@ -7,7 +7,8 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
+
+#include "ipavd/transport/file_error.h"
 
 namespace ipav::transport {
 
@@ -23,11 +24,6 @@ Key ParseLine(const std::string& line) {
   const int result = ssh_pki_import_pubkey_base64(
       base64.c_str(), ssh_key_type_from_name(type.c_str()), &key);
   return Key(result == SSH_OK ? key : nullptr);
-}
-
-std::runtime_error FileError(const std::string& path) {
-  return std::runtime_error(path + ": " +
-                            std::generic_category().message(errno));
 }
 
 // A user who may write the file could log in.

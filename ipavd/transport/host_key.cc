@@ -8,19 +8,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <stdexcept>
-#include <system_error>
 
 #include "host/base/file_descriptor.h"
 #include "ipavd/transport/authorized_keys.h"
+#include "ipavd/transport/file_error.h"
 
 namespace ipav::transport {
 
 namespace {
-
-std::runtime_error FileError(const std::string& path) {
-  return std::runtime_error(path + ": " +
-                            std::generic_category().message(errno));
-}
 
 // Writes the whole file or nothing: a truncated key would keep the server from
 // starting.

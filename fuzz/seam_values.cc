@@ -4,9 +4,9 @@
 //
 // Legal: verdict 0 or -1, with one text of the point; the assertions on the
 // types of the platform's values: keys, leaves, changes, and the elements of a
-// key path, because an interface's key may have any type; the exceptions of the
-// OSPFv2 table's texts and of a short output interface name. A snapshot
-// survives an exception, and ends with an assertion.
+// key path, each of which may have any type; the exceptions of the OSPFv2
+// table's texts and of a short output interface name. A snapshot survives an
+// exception, and ends with an assertion.
 //
 // Input: steps (any_platform.h). The number after those of the steps calls a
 // validation point between two steps; a byte says which one. At the end all
@@ -32,8 +32,7 @@ using testing::Fake;
 constexpr int kMaxSteps = 48;
 
 std::unique_ptr<PluginLife> NewLife() {
-  return std::make_unique<PluginLife>(Cause::kKeyPath | Cause::kStoredValue |
-                                      Cause::kChange);
+  return std::make_unique<PluginLife>(Assertions::kLegal);
 }
 
 // An assertion ends the life, and the next one begins.
@@ -41,10 +40,7 @@ void Call(const AnyPlatform& platform, const std::string& point,
           std::unique_ptr<PluginLife>* life) {
   Fake().set_opaque(point);
   testing::KeyPath keypath = platform.KeyPathOf(point);
-  confd_value_t newval = testing::Nothing().Borrow();
-  const Outcome outcome =
-      (*life)->Validate(Fake().tctx(), keypath.get(), &newval);
-  if (outcome.ending != Ending::kAssertion) return;
+  if ((*life)->Validate(keypath.get()) != Ending::kAssertion) return;
   life->reset();  // ahead of the next: the platform keeps one context
   *life = NewLife();
 }

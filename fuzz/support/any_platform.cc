@@ -1,16 +1,17 @@
 #include "fuzz/support/any_platform.h"
 
+#include <cstring>
 #include <iterator>
 #include <optional>
 #include <utility>
 
-#include "fuzz/support/any_value.h"
 #include "tests/support/fake_platform.h"
 
 namespace ipav::fuzz {
 
 namespace {
 
+using testing::Enum;
 using testing::Fake;
 using testing::Int32;
 using testing::Ipv4Plen;
@@ -19,6 +20,8 @@ using testing::KeyPath;
 using testing::OctetsOf;
 using testing::Path;
 using testing::PathText;
+using testing::Tag;
+using testing::TagOf;
 using testing::Text;
 using testing::Uint16;
 using testing::Uint32;
@@ -26,6 +29,70 @@ using testing::Uint8;
 using testing::Value;
 
 using Values = std::vector<Value>;
+
+// ---- Values of any type ----------------------------------------------------
+
+// Fills in the object representation of a member.
+template <typename Member>
+void TakeBytes(ByteReader* in, Member* member) {
+  const std::string bytes = in->Bytes(sizeof(*member));
+  std::memcpy(member, bytes.data(), bytes.size());
+}
+
+std::int32_t TakeNumber(ByteReader* in) {
+  return static_cast<std::int32_t>(in->Uint32());
+}
+
+// An address, or a prefix with a length of up to 255.
+Value AnyAddress(ByteReader* in, confd_vtype type) {
+  confd_value_t value{};
+  value.type = type;
+  if (type == C_IPV4) TakeBytes(in, &value.val.ip);
+  if (type == C_IPV6) TakeBytes(in, &value.val.ip6);
+  if (type == C_IPV4_AND_PLEN) {
+    TakeBytes(in, &value.val.ipv4prefix.ip);
+    value.val.ipv4prefix.len = in->Byte();
+  }
+  if (type == C_IPV6_AND_PLEN) {
+    TakeBytes(in, &value.val.ipv6prefix.ip6);
+    value.val.ipv6prefix.len = in->Byte();
+  }
+  return Value(value);
+}
+
+// A type that the plug-in has no use for, also one that has no name. As many
+// as the bits of the enumeration hold: another one is no value of it.
+Value OtherType(ByteReader* in) {
+  const std::size_t number = in->Below(64);
+  if (number == C_BUF || number == C_BINARY) return Text("");
+  confd_value_t value{};
+  value.type = static_cast<confd_vtype>(number);
+  return Value(value);
+}
+
+using Maker = Value (*)(ByteReader*);
+constexpr Maker kMakers[] = {
+    [](ByteReader* in) { return Text(in->Text()); },
+    [](ByteReader* in) { return testing::Binary(in->Text()); },
+    [](ByteReader* /*in*/) { return Text(""); },
+    [](ByteReader* /*in*/) { return testing::Binary(""); },
+    [](ByteReader* in) { return Int32(TakeNumber(in)); },
+    [](ByteReader* in) { return Uint32(in->Uint32()); },
+    [](ByteReader* in) {
+      return Uint16(static_cast<std::uint16_t>(in->Uint32()));
+    },
+    [](ByteReader* in) { return Uint8(in->Byte()); },
+    [](ByteReader* in) { return Enum(TakeNumber(in)); },
+    [](ByteReader* in) { return testing::Bool(in->Byte() != 0); },
+    [](ByteReader* in) { return Tag(in->Uint32()); },
+    [](ByteReader* /*in*/) { return testing::Nothing(); },
+    [](ByteReader* in) { return AnyAddress(in, C_IPV4); },
+    [](ByteReader* in) { return AnyAddress(in, C_IPV6); },
+    [](ByteReader* in) { return AnyAddress(in, C_IPV4_AND_PLEN); },
+    [](ByteReader* in) { return AnyAddress(in, C_IPV6_AND_PLEN); },
+    OtherType};
+
+// ---- Usual values ----------------------------------------------------------
 
 constexpr const char* kKinds[] = {"l3", "loopback", "mgmt"};
 
@@ -96,7 +163,12 @@ Path EntryOf(const std::string& list, const Values& keys) {
 
 }  // namespace
 
-Value AnyPlatform::Take(const Values& usual) { return TakeValue(in_, usual); }
+Value AnyPlatform::Take(const Values& usual) {
+  const std::size_t choice = in_->Byte();
+  const std::size_t half = choice / 2;
+  if (choice % 2 == 0) return usual[half % usual.size()];
+  return kMakers[half % std::size(kMakers)](in_);
+}
 
 Values AnyPlatform::TakeRow(const std::string& list,
                             const std::vector<Values>& usual) {
@@ -155,10 +227,10 @@ void AnyPlatform::AddressRow() {
 void AnyPlatform::RouteRow() {
   const std::vector<Values> usual = {
       {Uint32(0), Uint32(1)},
-      {testing::Enum(1), testing::Enum(2), testing::Enum(0)},
+      {Enum(1), Enum(2), Enum(0)},
       {OctetsOf("10.1.0.0"), OctetsOf("2001:db8::")},
       {Int32(24), Int32(64), Int32(0), Int32(-1), Int32(200)},
-      {testing::Enum(1), testing::Enum(2)},
+      {Enum(1), Enum(2)},
       {OctetsOf("10.1.1.1"), OctetsOf("2001:db8::1"), OctetsOf("0.0.0.0"),
        OctetsOf("::"), OctetsOf("10.1.1.9")},
   };
@@ -231,8 +303,7 @@ void AnyPlatform::Change() {
   path.Node("config").Node("interface").Node(kind_);
   path.Key(Take({key_, Text("core1")}));
   // A path text needs a node's name, so the leaf is put in its place behind.
-  path.Node("vrf").Replace(0, Take({testing::Tag(testing::TagOf("vrf")),
-                                    testing::Tag(testing::TagOf("name"))}));
+  path.Node("vrf").Replace(0, Take({Tag(TagOf("vrf")), Tag(TagOf("name"))}));
   // As many numbers as the bits of the enumeration hold.
   const auto op = static_cast<confd_iter_op>((MOP_VALUE_SET + in_->Byte()) % 8);
   std::optional<Value> value;
@@ -257,6 +328,14 @@ void AnyPlatform::FailLeaf() {
   }
 }
 
+void AnyPlatform::KeyPathElement() {
+  const std::size_t index = in_->Below(8);
+  path_elements_.insert_or_assign(
+      index, Take({Tag(TagOf("l3")), Tag(TagOf("mgmt")), Tag(TagOf("loopback")),
+                   Tag(TagOf("vrf")), Tag(TagOf("ospf-interface-l3")),
+                   Text("core1"), Text("eth0"), Uint32(7)}));
+}
+
 void AnyPlatform::TakeStep(std::size_t number) {
   using Step = void (AnyPlatform::*)();
   constexpr Step kAllSteps[kSteps] = {
@@ -266,21 +345,33 @@ void AnyPlatform::TakeStep(std::size_t number) {
       &AnyPlatform::OspfRow,        &AnyPlatform::OspfProcess,
       &AnyPlatform::Ospfv3Row,      &AnyPlatform::RunningVlan,
       &AnyPlatform::XpathAnswer,    &AnyPlatform::Change,
-      &AnyPlatform::FailCall,       &AnyPlatform::FailLeaf};
+      &AnyPlatform::FailCall,       &AnyPlatform::FailLeaf,
+      &AnyPlatform::KeyPathElement};
   const Step step = kAllSteps[number];
   (this->*step)();
 }
 
 KeyPath AnyPlatform::KeyPathOf(const std::string& point) const {
-  KeyPath path;
-  path.Node("config").Node("interface");
+  Values elements = {Tag(TagOf("config")), Tag(TagOf("interface")),
+                     Tag(TagOf(kind_))};
   if (point.rfind("validate_ipv6_nd_ra", 0) == 0) {
-    path.Node(kind_).Key(key_).Node("ipv6").Node("nd").Node("ra");
+    elements.push_back(key_);
+    for (const char* node : {"ipv6", "nd", "ra"}) {
+      elements.push_back(Tag(TagOf(node)));
+    }
   } else if (point == "lower_layer_prot_cross_validation") {
-    path.Node("l3").Key(key_).Node("lower-layer-if");
-  } else {
-    path.Node(kind_);
+    elements.back() = Tag(TagOf("l3"));
+    elements.push_back(key_);
+    elements.push_back(Tag(TagOf("lower-layer-if")));
   }
+  for (const auto& [index, value] : path_elements_) {
+    while (elements.size() <= index) {
+      elements.insert(elements.begin(), Tag(TagOf("top")));
+    }
+    elements[elements.size() - 1 - index] = value;
+  }
+  KeyPath path;
+  for (const Value& element : elements) path.Key(element);
   return path;
 }
 

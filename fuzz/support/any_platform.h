@@ -22,7 +22,7 @@ namespace ipav::fuzz {
 
 class AnyPlatform {
  public:
-  static constexpr std::size_t kSteps = 14;
+  static constexpr std::size_t kSteps = 15;
 
   // Fills the fake platform, which must be empty. Borrows the input.
   explicit AnyPlatform(ByteReader* in) : in_(in) {}
@@ -31,10 +31,12 @@ class AnyPlatform {
   void TakeStep(std::size_t number);
 
   // The key path that the daemon makes for a validation point, for the current
-  // interface of the steps.
+  // interface of the steps, with the elements that steps have replaced.
   testing::KeyPath KeyPathOf(const std::string& point) const;
 
  private:
+  using Values = std::vector<testing::Value>;
+
   // An interface, which becomes the current one: kind, key.
   void Interface();
   // A leaf of the interface: which one, value.
@@ -63,13 +65,16 @@ class AnyPlatform {
   void FailCall();
   // Reading the last leaf fails, or the test for its existence: a byte.
   void FailLeaf();
+  // An element of all key paths: which one, counted from the leaf, and value.
+  void KeyPathElement();
 
-  testing::Value Take(const std::vector<testing::Value>& usual);
-  // One row of a list, with as many keys as `usual` has. An odd byte before the
-  // first row of a list gives that list another number of keys.
-  std::vector<testing::Value> TakeRow(
-      const std::string& list,
-      const std::vector<std::vector<testing::Value>>& usual);
+  // One byte decides. Half of an even byte is the index of a usual value; half
+  // of an odd byte is the index of a type, and the following bytes fill in a
+  // value of it, also one that the daemon never returns.
+  testing::Value Take(const Values& usual);
+  // The keys of one row of a list, as many as `usual` has. An odd byte before
+  // the first row of a list gives that list another number of keys.
+  Values TakeRow(const std::string& list, const std::vector<Values>& usual);
   void SetLeaf(const testing::Path& path, const std::string& leaf,
                const testing::Value& value);
   testing::Path InterfacePath() const;
@@ -78,9 +83,10 @@ class AnyPlatform {
   std::string kind_ = "l3";
   testing::Value key_ = testing::Text("core1");
   bool has_interface_ = false;
-  std::vector<testing::Value> route_;
+  Values route_;
   std::string last_leaf_;
-  std::map<std::string, std::size_t> key_counts_;  // by list
+  std::map<std::string, std::size_t> key_counts_;        // by list
+  std::map<std::size_t, testing::Value> path_elements_;  // by index
 };
 
 }  // namespace ipav::fuzz

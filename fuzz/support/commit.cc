@@ -84,10 +84,10 @@ class Life {
     std::string opaque = call.site->opaque;
     session_.context().validate_opaque = opaque.data();
 
-    const Outcome outcome =
-        CallValidate(&session_.context(), keypath.get(), &newval, kNoCause);
+    const Ending ending = CallValidate(&session_.context(), keypath.get(),
+                                       &newval, Assertions::kIllegal);
     std::optional<std::string> text = session_.TakeErrorText();
-    Require(text.has_value() == (outcome.ending == Ending::kRefused),
+    Require(text.has_value() == (ending == Ending::kRefused),
             "a refusal without a text, or the other way round");
     if (text.has_value()) RequireKnownText(opaque, *text);
     Require(session_.open_cdb_sessions() == 0, "a CDB session stays open");

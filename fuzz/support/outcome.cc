@@ -1,11 +1,14 @@
 #include "fuzz/support/outcome.h"
 
+#include <algorithm>
 #include <boost/system/system_error.hpp>
 #include <cstring>
 #include <stdexcept>
 
+#include "fuzz/support/assertions.h"
 #include "fuzz/support/finding.h"
 #include "include/validate.h"
+#include "messages/match.h"
 
 namespace ipav::fuzz {
 
@@ -40,33 +43,37 @@ const std::vector<std::string>& ValidationPoints() {
   return points;
 }
 
-std::string PointOf(const char* opaque) {
-  if (opaque == nullptr) return "";
-  for (const std::string& point : ValidationPoints()) {
-    if (BeginsWith(opaque, point)) return point;
-  }
-  return "";
-}
-
-Outcome CallValidate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
-                     confd_value_t* newval, Causes legal) {
+Ending CallValidate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+                    confd_value_t* newval, Assertions assertions) {
   try {
-    return {EndingOf(validate(tctx, keypath, newval)), ""};
+    return EndingOf(validate(tctx, keypath, newval));
   } catch (const AssertionFailed& failed) {
-    if (!Has(legal, failed.cause)) Finding("assertion " + failed.expression);
-    return {Ending::kAssertion, failed.expression};
+    if (assertions == Assertions::kLegal) return Ending::kAssertion;
+    Finding("assertion " + failed.expression);
   } catch (const boost::system::system_error&) {
-    return {Ending::kNoAddress, ""};
+    return Ending::kNoAddress;
   } catch (const std::invalid_argument& error) {
     if (std::strcmp(error.what(), "stoul") != 0) throw;
-    return {Ending::kNoNumber, ""};
+    return Ending::kNoNumber;
   } catch (const std::out_of_range& error) {
     if (std::strcmp(error.what(), "stoul") == 0) {
-      return {Ending::kNumberTooLarge, ""};
+      return Ending::kNumberTooLarge;
     }
     if (!BeginsWith(error.what(), "basic_string::replace:")) throw;
-    return {Ending::kShortName, ""};
+    return Ending::kShortName;
   }
+}
+
+void RequireKnownText(const std::string& point, const std::string& text) {
+  const messages::Point* known = messages::FindPoint(point);
+  const std::vector<messages::Reading> readings = messages::ReadText(text);
+  if (known != nullptr &&
+      std::any_of(readings.begin(), readings.end(), [&](const auto& reading) {
+        return messages::Reports(*known, *reading.text);
+      })) {
+    return;
+  }
+  Finding("unknown text of " + point + ": " + text);
 }
 
 }  // namespace ipav::fuzz

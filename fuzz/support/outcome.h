@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/support/assertions.h"
-
 namespace ipav::fuzz {
 
 // The legal exceptions are those of the OSPFv2 table's texts and of a short
@@ -23,23 +21,18 @@ enum class Ending {
   kShortName,       // std::out_of_range of a string's replace()
 };
 
-struct Outcome {
-  Ending ending;
-  std::string expression;  // of the assertion
-};
-
 // The names that an opaque text may begin with, in the order of the table.
 const std::vector<std::string>& ValidationPoints();
 
-// The validation point of an opaque text; "" for none.
-std::string PointOf(const char* opaque);
+// Whether the assertions that are known (assertions.h) may fail.
+enum class Assertions : unsigned char { kIllegal, kLegal };
 
-// Calls validate(). A result other than 0 and -1, an exception that is not
-// legal and an assertion of another cause are findings.
-Outcome CallValidate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
-                     confd_value_t* newval, Causes legal);
+// Calls validate(). A result other than 0 and -1 and any other way to leave the
+// call are findings.
+Ending CallValidate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
+                    confd_value_t* newval, Assertions assertions);
 
-// A text that this validation point never sets is a finding.
+// A text that the catalogue has not for this validation point is a finding.
 void RequireKnownText(const std::string& point, const std::string& text);
 
 }  // namespace ipav::fuzz

@@ -24,23 +24,16 @@ void RequireBalance() {
   if (!Fake().misuses().empty()) Finding(Fake().misuses().front());
 }
 
-// Whether the call was refused before a point was looked for: its arguments are
-// invalid, or the host has no socket.
-bool EndedAtOnce() {
-  const auto& calls = Fake().calls();
-  return calls.empty() || calls.back().name == "hostd_maapi_socket_get";
-}
-
-void RequireRefusalText(const confd_trans_ctx* tctx,
-                        const std::vector<TransactionError>& errors) {
-  if (EndedAtOnce()) return Require(errors.empty(), "a text before any point");
-
-  const std::string point = PointOf(tctx->validate_opaque);
-  if (errors.empty()) return Require(point.empty(), "a refusal without a text");
-  Require(errors.size() == 1, "more than one text");
-  Require(errors.front().tctx == tctx, "a text of another transaction");
+void RequireRefusalText(const std::vector<TransactionError>& errors) {
+  // The host has no socket: the call ends before a point is looked for.
+  if (Fake().calls().back().name == "hostd_maapi_socket_get") {
+    return Require(errors.empty(), "a text before any point");
+  }
+  Require(errors.size() == 1, "not one text");
+  Require(errors.front().tctx == Fake().tctx(),
+          "a text of another transaction");
   if (errors.front().text == "Lib context is null!") return;
-  RequireKnownText(point, errors.front().text);
+  RequireKnownText(Fake().tctx()->validate_opaque, errors.front().text);
 }
 
 void AskForLogHandle() { ValidateLogger::Log("%s", ""); }
@@ -57,7 +50,7 @@ void StartPlatform() {
   Fake().Reset();
 }
 
-PluginLife::PluginLife(Causes legal) : legal_(legal) {
+PluginLife::PluginLife(Assertions assertions) : assertions_(assertions) {
   lib_init(&context_);
   Fake().set_lib_context(context_);
 }
@@ -67,21 +60,22 @@ PluginLife::~PluginLife() {
   Fake().set_lib_context(nullptr);
 }
 
-Outcome PluginLife::Validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
-                             confd_value_t* newval) const {
+Ending PluginLife::Validate(confd_hkeypath_t* keypath) const {
   Fake().ForgetCalls();
   const auto before = static_cast<std::ptrdiff_t>(Fake().errors().size());
-  Outcome outcome = CallValidate(tctx, keypath, newval, legal_);
+  confd_value_t newval = testing::Nothing().Borrow();
+  const Ending ending =
+      CallValidate(Fake().tctx(), keypath, &newval, assertions_);
 
   RequireBalance();
   const std::vector<TransactionError> errors(Fake().errors().begin() + before,
                                              Fake().errors().end());
-  if (outcome.ending == Ending::kRefused) {
-    RequireRefusalText(tctx, errors);
+  if (ending == Ending::kRefused) {
+    RequireRefusalText(errors);
   } else {
     Require(errors.empty(), "a text without a refusal");
   }
-  return outcome;
+  return ending;
 }
 
 const Config& PluginLife::snapshot() const {

@@ -16,21 +16,19 @@ void StartPlatform();
 
 class PluginLife {
  public:
-  // `legal`: the causes for which an assertion may fail.
-  explicit PluginLife(Causes legal);
+  explicit PluginLife(Assertions assertions);
   ~PluginLife();
   PluginLife(const PluginLife&) = delete;
   PluginLife& operator=(const PluginLife&) = delete;
 
   // The caller sets the fake's data, opaque text and failures. After a failed
   // assertion no further call is allowed: a real process would have ended.
-  Outcome Validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
-                   confd_value_t* newval) const;
+  Ending Validate(confd_hkeypath_t* keypath) const;
 
   const ip_application::config_valid::Config& snapshot() const;
 
  private:
-  Causes legal_;
+  Assertions assertions_;
   void* context_ = nullptr;
 };
 

@@ -108,6 +108,21 @@ TEST_F(SessionTest, CallOnAnUnopenedSocketFailsWithItsCodeAndText) {
   EXPECT_EQ(number, 77);
 }
 
+TEST_F(SessionTest, XPathAtANodeThatDoesNotExistFailsWithoutAText) {
+  const DataTree empty = model_.Tree("");
+  const Diff diff(running_, empty);
+  Session session(running_, empty, diff);
+  char untouched = 'x';
+  char* text = &untouched;
+  EXPECT_EQ(
+      maapi_xpath_eval_expr(Session::maapi_socket(), session.context().thandle,
+                            ".", &text, nullptr, "/n"),
+      CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_NOEXISTS);
+  EXPECT_STREQ(confd_lasterr(), "no such context node");
+  EXPECT_EQ(text, nullptr);
+}
+
 TEST_F(SessionTest, CdbSessionsOpenAndClose) {
   Session session(running_, candidate_, diff_);
   EXPECT_EQ(session.open_cdb_sessions(), 0U);

@@ -3,11 +3,15 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/confd/confd_error.h"
+#include "host/datastore/input_error.h"
 #include "tests/host/fixtures.h"
 
 namespace {
@@ -23,6 +27,7 @@ using ipav::confd::KeypathOf;
 using ipav::confd::OwnedValue;
 using ipav::confd::ValueOf;
 using ipav::datastore::DataTree;
+using ipav::datastore::InputError;
 
 // The value of a leaf of that type and text.
 OwnedValue ValueOfType(const std::string& type, const std::string& text) {
@@ -181,6 +186,76 @@ TEST(ValueOf, AddressWithPrefixLengthKeepsItsHostBits) {
   EXPECT_EQ(v6->val.ipv6prefix.len, 64);
   EXPECT_EQ(ValueOfType(v6_type, "::ffff:10.0.0.1/128")->val.ipv6prefix.len,
             128);
+}
+
+// A leaf of a prefix type takes a text if inet_pton() takes the address, and if
+// the length is in the family's range and has no superfluous character.
+void ExpectPrefixTexts(int family, const std::string& type,
+                       const std::vector<std::string>& texts) {
+  const TestModel model("leaf v { type tailf:" + type + "; }");
+  const int longest = family == AF_INET ? 32 : 128;
+  std::set<std::string> lengths;
+  for (int i = 0; i <= longest; ++i) lengths.insert(std::to_string(i));
+  for (const std::string& text : texts) {
+    const std::size_t slash = std::min(text.find('/'), text.size());
+    unsigned char octets[sizeof(in6_addr)];
+    const bool is_prefix =
+        inet_pton(family, text.substr(0, slash).c_str(), octets) == 1 &&
+        slash < text.size() && lengths.count(text.substr(slash + 1)) == 1;
+    bool is_taken = true;
+    try {
+      model.Tree("<v NS>" + text + "</v>");
+    } catch (const InputError&) {
+      is_taken = false;
+    }
+    EXPECT_EQ(is_taken, is_prefix) << text;
+  }
+}
+
+TEST(PrefixTypes, TakeTheIpv4TextsOfTheCLibrary) {
+  std::vector<std::string> texts = {
+      "",      "/8",          "10.0.0.1",     "10.0.0/8",
+      "::1/8", "1.2.3.4.5/8", "0x0a.1.1.1/8", "1.2.3./8"};
+  for (const char* octet :
+       {"0", "9", "10", "99", "100", "199", "200", "249", "250", "255", "256",
+        "260", "300", "00", "010", ""}) {
+    texts.push_back(octet + std::string(".0.0.1/8"));
+    texts.push_back("10.0.0." + std::string(octet) + "/8");
+  }
+  for (int i = -1; i <= 40; ++i) {
+    texts.push_back("10.0.0.1/" + std::to_string(i));
+  }
+  for (const char* length : {"", "/8", "+8", "08", "00", "8 ", "x", "320"}) {
+    texts.push_back(std::string("10.0.0.1/") + length);
+  }
+  ExpectPrefixTexts(AF_INET, "ipv4-address-and-prefix-length", texts);
+}
+
+// Every number of groups before and after every form of their middle.
+TEST(PrefixTypes, TakeTheIpv6TextsOfTheCLibrary) {
+  std::vector<std::string> texts = {
+      "",           "/64",          "::1",
+      "1:::2/64",   "12345::/64",   "::g/64",
+      "::1.2.3/64", "::01.2.3.4/8", "fe80::1%eth0/64",
+      ":/64",       "::1::/64",     "2001:DB8::/8"};
+  for (int before = 0; before <= 9; ++before) {
+    for (const char* middle : {"", ":", "::"}) {
+      for (int after = 0; after <= 8; ++after) {
+        std::string text;
+        for (int i = 0; i < before; ++i) text += i == 0 ? "a1" : ":0";
+        text += middle;
+        for (int i = 0; i < after; ++i) text += i == 0 ? "ffff" : ":1";
+        texts.push_back(text + "/64");
+        if (after > 0) text += ':';
+        texts.push_back(text + "10.0.0.255/64");
+      }
+    }
+  }
+  for (int i = -1; i <= 140; ++i) texts.push_back("::1/" + std::to_string(i));
+  for (const char* length : {"", "00", "08", "+8", "0128", "999"}) {
+    texts.push_back(std::string("::1/") + length);
+  }
+  ExpectPrefixTexts(AF_INET6, "ipv6-address-and-prefix-length", texts);
 }
 
 TEST(ValueOf, HexListIsItsOctets) {

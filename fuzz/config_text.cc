@@ -1,0 +1,166 @@
+// Texts as files for `ipav check`: read, compared, and validated in a whole
+// commit. The targets config_xml and config_json are both made of this file, as
+// each has its own corpus and dictionary.
+//
+// Legal: an InputError of one line that names the file; or a configuration, and
+// for each call of the commit's plan verdict 0, or -1 with one text of the
+// point, or the exceptions of the OSPFv2 table's texts and of a short output
+// interface name. No assertion: data that the model accepts has the right
+// types.
+//
+// Input: the file.
+
+#include <libyang/libyang.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fuzz/support/commit.h"
+#include "fuzz/support/configurations.h"
+#include "fuzz/support/finding.h"
+#include "fuzz/support/target.h"
+#include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
+#include "host/source/source_text.h"
+#include "messages/finder.h"
+#include "messages/finding.h"
+
+namespace ipav::fuzz {
+
+namespace {
+
+using datastore::Change;
+using datastore::DataTree;
+using datastore::Diff;
+
+struct FreeDeleter {
+  void operator()(char* text) const { std::free(text); }
+};
+
+// Nothing for a tree without a node that says more than its default.
+std::string Print(const DataTree& tree, LYD_FORMAT format) {
+  char* printed = nullptr;
+  const LY_ERR error = lyd_print_mem(&printed, tree.FirstChild(nullptr), format,
+                                     LYD_PRINT_WITHSIBLINGS);
+  const std::unique_ptr<char, FreeDeleter> owned(printed);
+  Require(error == LY_SUCCESS, "a configuration that cannot be printed");
+  return printed == nullptr ? "" : printed;
+}
+
+void RequireReadsBack(const DataTree& tree, LYD_FORMAT format) {
+  const std::string text = Print(tree, format);
+  if (text.empty()) return;
+  const std::optional<DataTree> again = ReadConfiguration(text);
+  Require(again.has_value(), "a printed configuration is refused");
+  Require(Diff(tree, *again).top().empty(), "a printed configuration differs");
+}
+
+// Every entry of a list is the one that its keys find.
+void RequireEntriesAreFound(const DataTree& tree, const lyd_node* parent) {
+  for (const lyd_node* node = tree.FirstChild(parent); node != nullptr;
+       node = node->next) {
+    if (node->schema->nodetype == LYS_LIST) {
+      const lyd_node* found =
+          tree.FindEntry(parent, *node->schema, datastore::KeysOf(node));
+      Require(found == node, "keys that find another entry");
+    }
+    if (lyd_child(node) != nullptr) RequireEntriesAreFound(tree, node);
+  }
+}
+
+std::size_t CountChanges(const std::vector<Change>& changes) {
+  std::size_t count = changes.size();
+  for (const Change& change : changes) count += CountChanges(change.children);
+  return count;
+}
+
+// There are as many changes as there are back.
+void RequireSameWayBack(const DataTree& from, const DataTree& to) {
+  Require(
+      CountChanges(Diff(from, to).top()) == CountChanges(Diff(to, from).top()),
+      "another number of changes back");
+}
+
+// Whether the keys of an entry have a carriage return: libyang keeps it, XML
+// makes another character of it, and so the entry has no place.
+bool HasCarriageReturn(const lyd_node* node) {
+  if (node->schema->nodetype != LYS_LIST) return false;
+  const std::vector<std::string> keys = datastore::KeysOf(node);
+  return std::any_of(keys.begin(), keys.end(), [](const std::string& key) {
+    return key.find('\r') != std::string::npos;
+  });
+}
+
+// Each node that the text gives has a place in it.
+void RequirePlaces(const source::SourceText& source, const lyd_node* node) {
+  for (; node != nullptr; node = node->next) {
+    if (HasCarriageReturn(node)) continue;
+    const std::optional<source::Mark> mark = source.MarkOf(node);
+    Require(mark.has_value() || (node->flags & LYD_DEFAULT) != 0,
+            "a node without a place");
+    if (mark) {
+      Require(mark->line >= 1 && mark->length >= 1, "a place of nothing");
+      Require(mark->column > mark->skipped &&
+                  mark->column - mark->skipped <= mark->source_line.size() + 1,
+              "a place outside of its line");
+    }
+    RequirePlaces(source, lyd_child(node));
+  }
+}
+
+// A commit, and a finding of each of its refusals.
+void JudgeAndExplain(const messages::Configuration& running,
+                     const messages::Configuration& candidate) {
+  messages::Finder finder(running, candidate);
+  for (const commit::Answer& refusal :
+       JudgeCommit(*running.tree, *candidate.tree)) {
+    const messages::Finding finding = finder.Explain(refusal);
+    Require(!finding.rule.empty(), "a text that no message has");
+    Require(!finding.culprits.empty() || !finding.note.empty(),
+            "a finding of nothing");
+  }
+}
+
+// If the text is accepted: its entries are found by their keys, it can be read
+// back from libyang's print of it, it does not differ from itself, it has as
+// many changes from another one as to it, and the commits from the empty and
+// the small configuration to it, and back, are run.
+void JudgeText(const std::string& text) {
+  const std::optional<DataTree> tree = ReadConfiguration(text);
+  if (!tree) return;
+  Require(Diff(*tree, *tree).top().empty(),
+          "a configuration differs from itself");
+  RequireEntriesAreFound(*tree, nullptr);
+  RequireSameWayBack(SmallConfiguration(), *tree);
+  RequireReadsBack(*tree, LYD_XML);
+  RequireReadsBack(*tree, LYD_JSON);
+
+  const source::SourceText source(text);
+  RequirePlaces(source, tree->FirstChild(nullptr));
+
+  static const DataTree kEmpty = DataTree::Empty(ProjectModel());
+  static const std::string kSmallText = SmallConfigurationText();
+  static const source::SourceText kSmallSource(kSmallText);
+  const messages::Configuration empty{&kEmpty, "", nullptr};
+  const messages::Configuration small{&SmallConfiguration(), "small",
+                                      &kSmallSource};
+  const messages::Configuration judged{&*tree, "text", &source};
+  JudgeAndExplain(empty, judged);
+  JudgeAndExplain(small, judged);
+  JudgeAndExplain(judged, small);
+}
+
+}  // namespace
+
+}  // namespace ipav::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ipav::fuzz::JudgeText(std::string(data, data + size));
+  return 0;
+}

@@ -2,23 +2,25 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/host/fixtures.h"
+#include "tests/ipavd/store/store_fixtures.h"
 
 namespace {
 
 using ipav::store::EditConfig;
 using ipav::store::Edited;
 using ipav::store::EditRules;
-using ipav::store::ErrorTag;
 using ipav::store::Nodes;
 using ipav::store::OnError;
 using ipav::store::Operation;
-using ipav::store::RpcError;
+using store_test::Print;
+using store_test::Text;
+using store_test::Xml;
 
 constexpr const char* kBody = R"(
   identity color;
@@ -60,279 +62,260 @@ constexpr const char* kBody = R"(
   leaf single { type string; }
 )";
 
-// What an edit leaves, and what it says, on one small model.
-class EditConfigTest : public testing::Test {
- protected:
-  static const host_test::TestModel& TheModel() {
-    static const host_test::TestModel kModel(kBody);
-    return kModel;
-  }
+Edited Apply(const Nodes& base, const std::string& edit,
+             const EditRules& rules = {}) {
+  static const host_test::TestModel kModel(kBody);
+  return EditConfig(*kModel, base.get(), Xml(edit), rules);
+}
 
-  // NS, NC and YANG stand for declarations of namespaces.
-  static std::string Whole(std::string xml) {
-    const std::vector<std::pair<std::string, std::string>> shorts = {
-        {" NS", " xmlns=\"urn:m\""},
-        {" NC:",
-         " xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
-         "nc:operation="},
-        {" YANG", " xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\""}};
-    for (const auto& [mark, text] : shorts) {
-      for (std::size_t at = 0; (at = xml.find(mark, at)) != std::string::npos;
-           at += text.size()) {
-        xml.replace(at, mark.size(), text);
-      }
-    }
-    return xml;
-  }
+// A configuration, made from nothing.
+Nodes Base(const std::string& config) {
+  Edited made = Apply(nullptr, config);
+  EXPECT_EQ(Text(made.errors), "");
+  return std::move(made.nodes);
+}
 
-  static std::string Print(const lyd_node* nodes) {
-    char* text = nullptr;
-    lyd_print_mem(
-        &text, nodes, LYD_XML,
-        LYD_PRINT_SHRINK | LYD_PRINT_WITHSIBLINGS | LYD_PRINT_WD_EXPLICIT);
-    std::string result = text == nullptr ? "" : text;
-    std::free(text);
-    for (std::size_t at = 0;
-         (at = result.find(" xmlns=\"urn:m\"")) != std::string::npos;) {
-      result.erase(at, 14);
-    }
-    return result;
-  }
+EditRules Default(Operation operation) {
+  EditRules rules;
+  rules.default_operation = operation;
+  return rules;
+}
 
-  static Edited Apply(const Nodes& base, const std::string& edit,
-                      const EditRules& rules = {}) {
-    return EditConfig(*TheModel(), base.get(), Whole(edit), rules);
-  }
+// Whether a node is there, be it by default.
+bool Has(const Nodes& nodes, const char* path) {
+  lyd_node* found = nullptr;
+  return lyd_find_path(nodes.get(), path, 0, &found) == LY_SUCCESS;
+}
 
-  // A configuration, made of nothing.
-  static Nodes Base(const std::string& config) {
-    Edited made = Apply(nullptr, config);
-    EXPECT_TRUE(made.errors.empty())
-        << (made.errors.empty() ? "" : made.errors[0].message);
-    return std::move(made.nodes);
-  }
-
-  // What the edit leaves of a configuration.
-  static std::string After(const std::string& config, const std::string& edit,
-                           const EditRules& rules = {}) {
-    const Edited edited = Apply(Base(config), edit, rules);
-    EXPECT_TRUE(edited.errors.empty())
-        << (edited.errors.empty() ? "" : edited.errors[0].message);
-    return Print(edited.nodes.get());
-  }
-
-  static RpcError ErrorOf(const std::string& config, const std::string& edit,
-                          const EditRules& rules = {}) {
-    const Nodes base = Base(config);
-    const std::string before = Print(base.get());
-    const Edited edited = Apply(base, edit, rules);
-    EXPECT_EQ(Print(base.get()), before) << "the configuration is changed";
-    EXPECT_EQ(edited.nodes, nullptr);
-    EXPECT_EQ(edited.errors.size(), 1U);
-    return edited.errors.empty() ? RpcError{} : edited.errors[0];
-  }
-
-  static EditRules Default(Operation operation) {
-    EditRules rules;
-    rules.default_operation = operation;
-    return rules;
-  }
+struct Case {
+  const char* name;
+  std::string base;
+  std::string edit;
+  std::string expected;
+  Operation default_operation = Operation::kMerge;
 };
 
-std::string InfoOf(const RpcError& error, const std::string& name) {
-  for (const auto& [element, text] : error.info) {
-    if (element == name) return text;
-  }
-  return "(none)";
+class EditResult : public testing::TestWithParam<Case> {};
+
+// What an edit leaves of a configuration.
+TEST_P(EditResult, IsTheExpectedConfiguration) {
+  const Edited edited = Apply(Base(GetParam().base), GetParam().edit,
+                              Default(GetParam().default_operation));
+  EXPECT_EQ(Text(edited.errors), "");
+  EXPECT_EQ(Print(edited.nodes.get()), GetParam().expected);
 }
 
-#define EXPECT_ERROR(error, expected_tag, expected_path) \
-  do {                                                   \
-    const RpcError& got = (error);                       \
-    EXPECT_EQ(got.tag, expected_tag) << got.message;     \
-    EXPECT_EQ(got.path, expected_path);                  \
-    EXPECT_NE(got.message, "");                          \
-  } while (false)
+class EditError : public testing::TestWithParam<Case> {};
 
-// Merge.
-
-TEST_F(EditConfigTest, MergeAddsWhatIsNotThereAndKeepsTheRest) {
-  EXPECT_EQ(After("<top NS><a>1</a><number>2</number></top>",
-                  "<top NS><number>3</number><in><x>4</x></in></top>"),
-            "<top><a>1</a><number>3</number><in><x>4</x></in></top>");
+// An edit with an error leaves nothing, and does not change the configuration.
+TEST_P(EditError, IsTheExpectedOne) {
+  const Nodes base = Base(GetParam().base);
+  const std::string before = Print(base.get());
+  const Edited edited =
+      Apply(base, GetParam().edit, Default(GetParam().default_operation));
+  EXPECT_EQ(Text(edited.errors), GetParam().expected);
+  EXPECT_EQ(edited.nodes, nullptr);
+  EXPECT_EQ(Print(base.get()), before);
 }
 
-TEST_F(EditConfigTest, AnEmptyEditChangesNothing) {
-  EXPECT_EQ(After("<single NS>s</single>", ""), "<single>s</single>");
+std::string CaseName(const testing::TestParamInfo<Case>& info) {
+  return info.param.name;
 }
 
-TEST_F(EditConfigTest, MergeFindsAnEntryByAllItsKeys) {
-  EXPECT_EQ(After("<top NS><l><k1>a</k1><k2>1</k2><v>old</v></l></top>",
-                  "<top NS><l><k2>2</k2><k1>a</k1><v>other</v></l>"
-                  "<l><k1>a</k1><k2>01</k2><v>new</v></l></top>"),
-            "<top><l><k1>a</k1><k2>1</k2><v>new</v></l>"
-            "<l><k1>a</k1><k2>2</k2><v>other</v></l></top>");
+// Entries of the list u, which the user orders.
+std::string Us(const std::string& keys) {
+  std::string text;
+  for (const char key : keys) text += std::string("<u><k>") + key + "</k></u>";
+  return text;
 }
 
-TEST_F(EditConfigTest, MergeOfAnEntryOfALeafListAddsItOnce) {
-  EXPECT_EQ(
-      After("<top NS><ll>a</ll></top>", "<top NS><ll>a</ll><ll>b</ll></top>"),
-      "<top><ll>a</ll><ll>b</ll></top>");
+// The entry of u with an insertion, by an anchor if it has one.
+std::string Insert(const std::string& key, const std::string& where,
+                   const std::optional<std::string>& anchor = {}) {
+  return "<u yang:insert=\"" + where + "\"" +
+         (anchor.has_value() ? " yang:key=\"" + *anchor + "\"" : "") + "><k>" +
+         key + "</k></u>";
 }
 
-TEST_F(EditConfigTest, MergeWorksOnTopLevelLists) {
-  EXPECT_EQ(After("<tl NS><k>a</k><v>1</v></tl><tl NS><k>b</k></tl>",
-                  "<tl NS><k>b</k><v>2</v></tl><tl NS><k>c</k></tl>"),
-            "<tl><k>a</k><v>1</v></tl><tl><k>b</k><v>2</v></tl>"
-            "<tl><k>c</k></tl>");
+// The attribute that tags default values (RFC 6243).
+std::string Tag(const std::string& value) {
+  return " xmlns:wd=\"urn:ietf:params:xml:ns:netconf:default:1.0\" "
+         "wd:default=\"" +
+         value + "\"";
 }
 
-TEST_F(EditConfigTest, MergeOfAPresenceContainerMakesIt) {
-  EXPECT_EQ(After("", "<top NS><pc/></top>"), "<top><pc/></top>");
+std::string Exists(const std::string& path) {
+  return "data-exists " + path + ": cannot be created: it exists already";
 }
 
-TEST_F(EditConfigTest, MergeReplacesAnydataAsAWhole) {
-  EXPECT_EQ(After("<top NS><any><b xmlns=\"urn:x\">1</b></any></top>",
-                  "<top NS><any><c xmlns=\"urn:x\">2</c></any></top>"),
-            "<top><any><c xmlns=\"urn:x\">2</c></any></top>");
+std::string CannotDelete(const std::string& path) {
+  return "data-missing " + path + ": cannot be deleted: it does not exist";
 }
 
-TEST_F(EditConfigTest, AnIdentityIsFoundByThePrefixOfTheEdit) {
-  EXPECT_EQ(After("",
-                  "<p:top xmlns:p=\"urn:m\"><p:color>p:red</p:color>"
-                  "</p:top>"),
-            After("", "<top NS><color>red</color></top>"));
+constexpr const char* kNoOperation =
+    "{bad-attribute=operation} {bad-element=a}: there is no attribute "
+    "\"operation\" here";
+constexpr const char* kAny = "<any><b xmlns=\"urn:x\">1</b></any>";
+
+// A case within the container top.
+Case Top(const char* name, const std::string& base, const std::string& edit,
+         const std::string& expected, Operation operation = Operation::kMerge) {
+  return {name, "<top NS>" + base + "</top>", "<top NS YANG>" + edit + "</top>",
+          "<top>" + expected + "</top>", operation};
 }
 
-TEST_F(EditConfigTest, KeysWithBothQuotesAreKeys) {
-  EXPECT_EQ(After("<tl NS><k>a'b\"c</k><v>1</v></tl>",
-                  "<tl NS><k>a'b\"c</k><v>2</v></tl>"),
-            "<tl><k>a'b\"c</k><v>2</v></tl>");
+Case TopError(const char* name, const std::string& base,
+              const std::string& edit, const std::string& expected,
+              Operation operation = Operation::kMerge) {
+  return {name, "<top NS>" + base + "</top>", "<top NS YANG>" + edit + "</top>",
+          expected, operation};
 }
 
-// Replace.
+INSTANTIATE_TEST_SUITE_P(
+    Merge, EditResult,
+    testing::Values(
+        Top("AddsWhatIsNotThereAndKeepsTheRest", "<a>1</a><number>2</number>",
+            "<number>3</number><in><x>4</x></in>",
+            "<a>1</a><number>3</number><in><x>4</x></in>"),
+        Case{"OfNothingChangesNothing", "<single NS>s</single>", "",
+             "<single>s</single>"},
+        Top("FindsAnEntryByAllItsKeys", "<l><k1>a</k1><k2>1</k2><v>old</v></l>",
+            "<l><k2>2</k2><k1>a</k1><v>other</v></l>"
+            "<l><k1>a</k1><k2>01</k2><v>new</v></l>",
+            "<l><k1>a</k1><k2>1</k2><v>new</v></l>"
+            "<l><k1>a</k1><k2>2</k2><v>other</v></l>"),
+        Top("AddsAnEntryOfALeafListOnce", "<ll>a</ll>", "<ll>a</ll><ll>b</ll>",
+            "<ll>a</ll><ll>b</ll>"),
+        Case{"WorksOnTopLevelLists",
+             "<tl NS><k>a</k><v>1</v></tl><tl NS><k>b</k></tl>",
+             "<tl NS><k>b</k><v>2</v></tl><tl NS><k>c</k></tl>",
+             "<tl><k>a</k><v>1</v></tl><tl><k>b</k><v>2</v></tl>"
+             "<tl><k>c</k></tl>"},
+        Top("MakesAPresenceContainer", "", "<pc/>", "<pc/>"),
+        Top("ReplacesAnydataAsAWhole", "<any><b xmlns=\"urn:x\">1</b></any>",
+            "<any><c xmlns=\"urn:x\">2</c></any>",
+            "<any><c xmlns=\"urn:x\">2</c></any>"),
+        Case{"FindsAnIdentityByThePrefixOfTheEdit", "",
+             "<p:top xmlns:p=\"urn:m\"><p:color>p:red</p:color></p:top>",
+             "<top><color xmlns:m=\"urn:m\">m:red</color></top>"},
+        Top("TakesAnIdentityWithoutAPrefix", "", "<color>red</color>",
+            "<color xmlns:m=\"urn:m\">m:red</color>"),
+        Case{"FindsKeysWithBothQuotes", "<tl NS><k>a'b\"c</k><v>1</v></tl>",
+             "<tl NS><k>a'b\"c</k><v>2</v></tl>",
+             "<tl><k>a'b\"c</k><v>2</v></tl>"}),
+    CaseName);
 
-TEST_F(EditConfigTest, ReplaceOfAContainerLeavesNothingElseInIt) {
-  EXPECT_EQ(After("<top NS><a>1</a><in><x>1</x></in></top>",
-                  "<top NS NC:\"replace\"><number>3</number></top>"),
-            "<top><number>3</number></top>");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Replace, EditResult,
+    testing::Values(
+        Case{"OfAContainerLeavesNothingElseInIt",
+             "<top NS><a>1</a><in><x>1</x></in></top>",
+             "<top NS NC:\"replace\"><number>3</number></top>",
+             "<top><number>3</number></top>"},
+        Top("OfAnEntryLeavesItsKeysAndOtherEntries",
+            "<l><k1>a</k1><k2>1</k2><v>v</v><c><w>w</w></c></l>"
+            "<l><k1>b</k1><k2>1</k2><v>v</v></l>",
+            "<l NC:\"replace\"><k1>a</k1><k2>1</k2><c/></l>",
+            "<l><k1>a</k1><k2>1</k2></l><l><k1>b</k1><k2>1</k2><v>v</v></l>"),
+        Top("MakesWhatIsNotThere", "",
+            "<a NC:\"replace\">1</a><l NC:\"replace\"><k1>a</k1><k2>1</k2></l>"
+            "<ll NC:\"replace\">b</ll>",
+            "<a>1</a><ll>b</ll><l><k1>a</k1><k2>1</k2></l>"),
+        Case{"ByDefaultReplacesTheWholeConfiguration",
+             "<top NS><a>1</a></top><single NS>s</single>",
+             "<top NS><number>2</number></top>",
+             "<top><number>2</number></top>", Operation::kReplace},
+        Top("KeepsThePlaceOfAnEntry", "<u><k>a</k><v>1</v></u><u><k>b</k></u>",
+            "<u NC:\"replace\"><k>a</k></u>",
+            "<u><k>a</k></u><u><k>b</k></u>")),
+    CaseName);
 
-TEST_F(EditConfigTest, ReplaceOfAnEntryLeavesItsKeysAndOtherEntries) {
-  EXPECT_EQ(
-      After("<top NS><l><k1>a</k1><k2>1</k2><v>v</v><c><w>w</w></c></l>"
-            "<l><k1>b</k1><k2>1</k2><v>v</v></l></top>",
-            "<top NS><l NC:\"replace\"><k1>a</k1><k2>1</k2><c/></l></top>"),
-      "<top><l><k1>a</k1><k2>1</k2></l><l><k1>b</k1><k2>1</k2><v>v</v></l>"
-      "</top>");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Create, EditResult,
+    testing::Values(
+        Case{"MakesANodeWithItsContent", "",
+             "<top NS NC:\"create\"><a>1</a><ll>b</ll>"
+             "<l><k1>a</k1><k2>1</k2><c><w>w</w></c></l></top>",
+             "<top><a>1</a><ll>b</ll><l><k1>a</k1><k2>1</k2><c><w>w</w></c></l>"
+             "</top>"},
+        Top("MakesWhatIsThereByDefault", "<a>1</a>",
+            "<d NC:\"create\">5</d><in NC:\"create\"><e>e</e></in>"
+            "<dl NC:\"create\">x</dl>",
+            "<a>1</a><d>5</d><dl>x</dl><in><e>e</e></in>")),
+    CaseName);
 
-TEST_F(EditConfigTest, ReplaceMakesWhatIsNotThere) {
-  EXPECT_EQ(After("",
-                  "<top NS><a NC:\"replace\">1</a>"
-                  "<l NC:\"replace\"><k1>a</k1><k2>1</k2></l>"
-                  "<ll NC:\"replace\">b</ll></top>"),
-            "<top><a>1</a><ll>b</ll><l><k1>a</k1><k2>1</k2></l></top>");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Create, EditError,
+    testing::Values(
+        TopError("OfALeafThatExists", "<a>1</a>",
+                 "<number>1</number><a NC:\"create\">2</a>",
+                 Exists("/m:top/a")),
+        TopError("OfAnEntryThatExists", "<l><k1>a</k1><k2>1</k2></l>",
+                 "<l NC:\"create\"><k1>a</k1><k2>1</k2></l>",
+                 Exists("/m:top/l[k1='a'][k2='1']")),
+        TopError("OfAnEntryOfALeafListThatExists", "<ll>b</ll>",
+                 "<ll NC:\"create\">b</ll>", Exists("/m:top/ll[.='b']")),
+        TopError("OfAPresenceContainerThatExists", "<pc/>",
+                 "<pc NC:\"create\"/>", Exists("/m:top/pc")),
+        TopError("OfAContainerThatExists", "<in><x>1</x></in>",
+                 "<in NC:\"create\"><x>2</x></in>", Exists("/m:top/in")),
+        TopError("TwiceInOneEdit", "",
+                 "<ll NC:\"create\">b</ll><ll NC:\"create\">b</ll>",
+                 Exists("/m:top/ll[.='b']"))),
+    CaseName);
 
-TEST_F(EditConfigTest, DefaultOperationReplaceReplacesTheWholeConfiguration) {
-  EXPECT_EQ(
-      After("<top NS><a>1</a></top><single NS>s</single>",
-            "<top NS><number>2</number></top>", Default(Operation::kReplace)),
-      "<top><number>2</number></top>");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Delete, EditResult,
+    testing::Values(
+        Top("TakesANodeWithItsContent",
+            "<a>1</a><in><x>1</x></in><pc><y>1</y></pc><ll>a</ll><ll>b</ll>"
+            "<l><k1>a</k1><k2>1</k2><v>v</v></l><any><b "
+            "xmlns=\"urn:x\"/></any>",
+            "<a NC:\"delete\"/><in NC:\"delete\"/><pc NC:\"delete\"/>"
+            "<ll NC:\"delete\">a</ll><l NC:\"delete\"><k1>a</k1><k2>1</k2></l>"
+            "<any NC:\"delete\"/>",
+            "<ll>b</ll>"),
+        Case{"TakesTheFirstTopNode",
+             "<tl NS><k>a</k></tl><single NS>s</single>",
+             "<tl NS NC:\"delete\"><k>a</k></tl>", "<single>s</single>"},
+        Case{"TakesTheLastTopNode", "<single NS>s</single>",
+             "<single NS NC:\"delete\"/>", ""}),
+    CaseName);
 
-// Create.
+INSTANTIATE_TEST_SUITE_P(
+    Delete, EditError,
+    testing::Values(TopError("OfAMissingLeaf", "", "<a NC:\"delete\"/>",
+                             CannotDelete("/m:top/a")),
+                    TopError("OfAMissingContainer", "", "<in NC:\"delete\"/>",
+                             CannotDelete("/m:top/in")),
+                    TopError("OfAMissingPresenceContainer", "",
+                             "<pc NC:\"delete\"/>", CannotDelete("/m:top/pc")),
+                    TopError("OfAMissingEntryOfALeafList", "<ll>a</ll>",
+                             "<ll NC:\"delete\">b</ll>",
+                             CannotDelete("/m:top/ll[.='b']")),
+                    Case{"OfAMissingEntry", "",
+                         "<tl NS NC:\"delete\"><k>it's</k></tl>",
+                         CannotDelete("/m:tl[k=\"it's\"]")},
+                    TopError("OfAValueByDefault", "<a>1</a>",
+                             "<d NC:\"delete\"/>", CannotDelete("/m:top/d"))),
+    CaseName);
 
-TEST_F(EditConfigTest, CreateMakesANodeWithAllThatIsInIt) {
-  EXPECT_EQ(After("",
-                  "<top NS NC:\"create\"><a>1</a><ll>b</ll>"
-                  "<l><k1>a</k1><k2>1</k2><c><w>w</w></c></l></top>"),
-            "<top><a>1</a><ll>b</ll><l><k1>a</k1><k2>1</k2><c><w>w</w></c></l>"
-            "</top>");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Remove, EditResult,
+    testing::Values(
+        Top("OfWhatIsNotThereDoesNothing", "<number>1</number>",
+            "<a NC:\"remove\"/><in NC:\"remove\"/><pc NC:\"remove\"/>"
+            "<ll NC:\"remove\">b</ll><l NC:\"remove\"><k1>a</k1><k2>1</k2></l>"
+            "<any NC:\"remove\"/>",
+            "<number>1</number>"),
+        Top("TakesWhatIsThere", "<a>1</a><number>1</number>",
+            "<a NC:\"remove\"/>", "<number>1</number>")),
+    CaseName);
 
-TEST_F(EditConfigTest, CreateOfALeafThatExistsIsRefused) {
-  const RpcError error =
-      ErrorOf("<top NS><a>1</a></top>",
-              "<top NS><number>1</number><a NC:\"create\">2</a></top>");
-  EXPECT_ERROR(error, ErrorTag::kDataExists, "/m:top/a");
-}
-
-TEST_F(EditConfigTest, CreateOfAnEntryThatExistsIsRefused) {
-  const RpcError error =
-      ErrorOf("<top NS><l><k1>a</k1><k2>1</k2></l></top>",
-              "<top NS><l NC:\"create\"><k1>a</k1><k2>1</k2></l></top>");
-  EXPECT_ERROR(error, ErrorTag::kDataExists, "/m:top/l[k1='a'][k2='1']");
-}
-
-TEST_F(EditConfigTest, CreateOfAnEntryOfALeafListThatExistsIsRefused) {
-  const RpcError error = ErrorOf("<top NS><ll>b</ll></top>",
-                                 "<top NS><ll NC:\"create\">b</ll></top>");
-  EXPECT_ERROR(error, ErrorTag::kDataExists, "/m:top/ll[.='b']");
-}
-
-TEST_F(EditConfigTest, CreateOfContainersThatExistIsRefused) {
-  EXPECT_ERROR(
-      ErrorOf("<top NS><pc/></top>", "<top NS><pc NC:\"create\"/></top>"),
-      ErrorTag::kDataExists, "/m:top/pc");
-  EXPECT_ERROR(ErrorOf("<top NS><in><x>1</x></in></top>",
-                       "<top NS><in NC:\"create\"><x>2</x></in></top>"),
-               ErrorTag::kDataExists, "/m:top/in");
-}
-
-TEST_F(EditConfigTest, WhatIsThereByDefaultCanBeCreated) {
-  EXPECT_EQ(After("<top NS><a>1</a></top>",
-                  "<top NS><d NC:\"create\">5</d>"
-                  "<in NC:\"create\"><e>e</e></in>"
-                  "<dl NC:\"create\">x</dl></top>"),
-            "<top><a>1</a><d>5</d><dl>x</dl><in><e>e</e></in></top>");
-}
-
-TEST_F(EditConfigTest, CreateTwiceInOneEditIsRefused) {
-  EXPECT_ERROR(ErrorOf("",
-                       "<top NS><ll NC:\"create\">b</ll>"
-                       "<ll NC:\"create\">b</ll></top>"),
-               ErrorTag::kDataExists, "/m:top/ll[.='b']");
-}
-
-// Delete and remove.
-
-TEST_F(EditConfigTest, DeleteTakesANodeWithAllThatIsInIt) {
-  EXPECT_EQ(After("<top NS><a>1</a><in><x>1</x></in><pc><y>1</y></pc>"
-                  "<ll>a</ll><ll>b</ll><l><k1>a</k1><k2>1</k2><v>v</v></l>"
-                  "<any><b xmlns=\"urn:x\"/></any></top>",
-                  "<top NS><a NC:\"delete\"/><in NC:\"delete\"/>"
-                  "<pc NC:\"delete\"/><ll NC:\"delete\">a</ll>"
-                  "<l NC:\"delete\"><k1>a</k1><k2>1</k2></l>"
-                  "<any NC:\"delete\"/></top>"),
-            "<top><ll>b</ll></top>");
-}
-
-TEST_F(EditConfigTest, DeleteOfWhatIsNotThereIsRefused) {
-  EXPECT_ERROR(ErrorOf("", "<top NS><a NC:\"delete\"/></top>"),
-               ErrorTag::kDataMissing, "/m:top/a");
-  EXPECT_ERROR(ErrorOf("", "<top NS><in NC:\"delete\"/></top>"),
-               ErrorTag::kDataMissing, "/m:top/in");
-  EXPECT_ERROR(ErrorOf("", "<top NS><pc NC:\"delete\"/></top>"),
-               ErrorTag::kDataMissing, "/m:top/pc");
-  EXPECT_ERROR(ErrorOf("<top NS><ll>a</ll></top>",
-                       "<top NS><ll NC:\"delete\">b</ll></top>"),
-               ErrorTag::kDataMissing, "/m:top/ll[.='b']");
-  EXPECT_ERROR(ErrorOf("", "<tl NS NC:\"delete\"><k>it's</k></tl>"),
-               ErrorTag::kDataMissing, "/m:tl[k=\"it's\"]");
-}
-
-TEST_F(EditConfigTest, AValueByDefaultCannotBeDeleted) {
-  EXPECT_ERROR(
-      ErrorOf("<top NS><a>1</a></top>", "<top NS><d NC:\"delete\"/></top>"),
-      ErrorTag::kDataMissing, "/m:top/d");
-}
-
-TEST_F(EditConfigTest, ADeletedValueGivesWayToItsDefault) {
-  const Nodes base = Base("<top NS><d>7</d></top>");
-  const Edited edited = Apply(base, "<top NS><d NC:\"delete\"/></top>");
-  ASSERT_TRUE(edited.errors.empty());
+TEST(EditDefaults, ReturnWhenAValueIsDeleted) {
+  const Edited edited =
+      Apply(Base("<top NS><d>7</d></top>"), "<top NS><d NC:\"delete\"/></top>");
+  ASSERT_EQ(Text(edited.errors), "");
   lyd_node* leaf = nullptr;
   ASSERT_EQ(lyd_find_path(edited.nodes.get(), "/m:top/d", 0, &leaf),
             LY_SUCCESS);
@@ -340,36 +323,10 @@ TEST_F(EditConfigTest, ADeletedValueGivesWayToItsDefault) {
   EXPECT_NE(leaf->flags & LYD_DEFAULT, 0U);
 }
 
-TEST_F(EditConfigTest, RemoveOfWhatIsNotThereDoesNothing) {
-  EXPECT_EQ(After("<top NS><number>1</number></top>",
-                  "<top NS><a NC:\"remove\"/><in NC:\"remove\"/>"
-                  "<pc NC:\"remove\"/><ll NC:\"remove\">b</ll>"
-                  "<l NC:\"remove\"><k1>a</k1><k2>1</k2></l>"
-                  "<any NC:\"remove\"/></top>"),
-            "<top><number>1</number></top>");
-}
-
-TEST_F(EditConfigTest, RemoveTakesWhatIsThere) {
-  EXPECT_EQ(After("<top NS><a>1</a><number>1</number></top>",
-                  "<top NS><a NC:\"remove\"/></top>"),
-            "<top><number>1</number></top>");
-}
-
-TEST_F(EditConfigTest, TheFirstTopNodeCanBeDeleted) {
-  EXPECT_EQ(After("<tl NS><k>a</k></tl><single NS>s</single>",
-                  "<tl NS NC:\"delete\"><k>a</k></tl>"),
-            "<single>s</single>");
-}
-
-TEST_F(EditConfigTest, TheLastTopNodeCanBeDeleted) {
-  EXPECT_EQ(After("<single NS>s</single>", "<single NS NC:\"delete\"/>"), "");
-}
-
-TEST_F(EditConfigTest, APlainContainerIsThereByDefaultWhenItsNodesAreGone) {
-  const Nodes base = Base("<top NS><in><x>1</x></in></top>");
-  const Edited edited =
-      Apply(base, "<top NS><in><x NC:\"delete\"/></in></top>");
-  ASSERT_TRUE(edited.errors.empty());
+TEST(EditDefaults, IncludeAContainerWhoseNodesAreDeleted) {
+  const Edited edited = Apply(Base("<top NS><in><x>1</x></in></top>"),
+                              "<top NS><in><x NC:\"delete\"/></in></top>");
+  ASSERT_EQ(Text(edited.errors), "");
   EXPECT_EQ(Print(edited.nodes.get()), "");
   lyd_node* node = nullptr;
   ASSERT_EQ(lyd_find_path(edited.nodes.get(), "/m:top/in", 0, &node),
@@ -377,358 +334,295 @@ TEST_F(EditConfigTest, APlainContainerIsThereByDefaultWhenItsNodesAreGone) {
   EXPECT_NE(node->flags & LYD_DEFAULT, 0U);
 }
 
-// None, and operations within each other.
-
-TEST_F(EditConfigTest, NoneChangesOnlyWhatHasAnOperation) {
-  EXPECT_EQ(After("<top NS><a>1</a><number>1</number></top>",
-                  "<top NS><a>2</a><number NC:\"merge\">3</number>"
-                  "<in><x NC:\"merge\">x</x></in></top>",
-                  Default(Operation::kNone)),
-            "<top><a>1</a><number>3</number><in><x>x</x></in></top>");
-}
-
-TEST_F(EditConfigTest, NoneRefusesAPathThatIsNotThere) {
-  const EditRules none = Default(Operation::kNone);
-  EXPECT_ERROR(ErrorOf("",
-                       "<top NS><l><k1>a</k1><k2>1</k2>"
-                       "<v NC:\"remove\"/></l></top>",
-                       none),
-               ErrorTag::kDataMissing, "/m:top/l[k1='a'][k2='1']");
-  EXPECT_ERROR(
-      ErrorOf("", "<top NS><pc><y NC:\"merge\">1</y></pc></top>", none),
-      ErrorTag::kDataMissing, "/m:top/pc");
-  EXPECT_ERROR(ErrorOf("", "<top NS><a>1</a></top>", none),
-               ErrorTag::kDataMissing, "/m:top/a");
-}
-
-TEST_F(EditConfigTest, NoneMakesNoContainerOnItsWay) {
-  const Nodes base = Base("<top NS><c1>1</c1></top>");
-  const Edited edited = Apply(base, "<top NS><c2><z NC:\"remove\"/></c2></top>",
-                              Default(Operation::kNone));
-  ASSERT_TRUE(edited.errors.empty());
-  EXPECT_EQ(Print(edited.nodes.get()), "<top><c1>1</c1></top>");
-  lyd_node* other_case = nullptr;
-  EXPECT_NE(lyd_find_path(edited.nodes.get(), "/m:top/c2", 0, &other_case),
-            LY_SUCCESS);
-}
-
-TEST_F(EditConfigTest, AnOperationHoldsForWhatIsBelowUntilAnotherOne) {
-  EXPECT_EQ(After("<top NS><a>1</a><in><x>1</x></in>"
-                  "<l><k1>a</k1><k2>1</k2><v>v</v></l></top>",
-                  "<top NS><in NC:\"replace\"><e>1</e></in>"
-                  "<l NC:\"merge\"><k1>a</k1><k2>1</k2><v NC:\"delete\"/>"
-                  "<c NC:\"create\"><w>w</w></c></l></top>",
-                  Default(Operation::kNone)),
-            "<top><a>1</a><in><e>1</e></in>"
-            "<l><k1>a</k1><k2>1</k2><c><w>w</w></c></l></top>");
-}
-
-// Choices.
-
-TEST_F(EditConfigTest, ANodeOfACaseTakesThePlaceOfOtherCases) {
-  EXPECT_EQ(
-      After("<top NS><c1>1</c1><c1b>2</c1b></top>", "<top NS><c3>3</c3></top>"),
-      "<top><c3>3</c3></top>");
-  EXPECT_EQ(After("<top NS><c3>1</c3></top>",
-                  "<top NS><c2 NC:\"create\"><z>2</z></c2></top>"),
-            "<top><c2><z>2</z></c2></top>");
-  EXPECT_EQ(After("<top NS><c2><z>2</z></c2></top>",
-                  "<top NS><c1 NC:\"replace\">1</c1></top>"),
-            "<top><c1>1</c1></top>");
-}
-
-TEST_F(EditConfigTest, NodesOfOneCaseStandBesideEachOther) {
-  EXPECT_EQ(
-      After("<top NS><c1>1</c1></top>", "<top NS><c1b>2</c1b><d1>3</d1></top>"),
-      "<top><c1>1</c1><c1b>2</c1b><d1>3</d1></top>");
-}
-
-TEST_F(EditConfigTest, AChoiceWithinACaseKeepsWhatIsBesideIt) {
-  EXPECT_EQ(
-      After("<top NS><c1>1</c1><d1>3</d1></top>", "<top NS><d2>4</d2></top>"),
-      "<top><c1>1</c1><d2>4</d2></top>");
-}
-
-TEST_F(EditConfigTest, AConditionalDefaultComesAndGoesWithItsCondition) {
-  const auto find = [](const Nodes& nodes, const char* path) {
-    lyd_node* found = nullptr;
-    return lyd_find_path(nodes.get(), path, 0, &found) == LY_SUCCESS;
-  };
+TEST(EditDefaults, ComeAndGoWithTheirCondition) {
   const Nodes without = Base("<top NS><a>1</a></top>");
-  EXPECT_FALSE(find(without, "/m:top/w"));
+  EXPECT_FALSE(Has(without, "/m:top/w"));
   const Nodes with = Apply(without, "<top NS><a>w</a></top>").nodes;
-  EXPECT_TRUE(find(with, "/m:top/w"));
-  EXPECT_TRUE(find(with, "/m:top/wc/x"));
+  EXPECT_TRUE(Has(with, "/m:top/w"));
+  EXPECT_TRUE(Has(with, "/m:top/wc/x"));
   const Nodes again = Apply(with, "<top NS><a>2</a></top>").nodes;
-  EXPECT_FALSE(find(again, "/m:top/w"));
-  EXPECT_FALSE(find(again, "/m:top/wc"));
+  EXPECT_FALSE(Has(again, "/m:top/w"));
+  EXPECT_FALSE(Has(again, "/m:top/wc"));
 }
 
-TEST_F(EditConfigTest, TheDefaultCaseReturnsWithItsDefaultsAndGoesWithThem) {
-  const auto has_default = [](const Edited& edited) {
-    lyd_node* leaf = nullptr;
-    return lyd_find_path(edited.nodes.get(), "/m:top/c2/zd", 0, &leaf) ==
-           LY_SUCCESS;
-  };
-  const Edited by_default = Apply(nullptr, "<top NS><a>1</a></top>");
-  EXPECT_TRUE(has_default(by_default));
-  const Edited other = Apply(by_default.nodes, "<top NS><c1>1</c1></top>");
-  EXPECT_FALSE(has_default(other));
-  const Edited again = Apply(other.nodes, "<top NS><c1 NC:\"delete\"/></top>");
-  EXPECT_TRUE(has_default(again));
+TEST(EditDefaults, ComeAndGoWithTheDefaultCase) {
+  const Nodes by_default = Base("<top NS><a>1</a></top>");
+  EXPECT_TRUE(Has(by_default, "/m:top/c2/zd"));
+  const Nodes other = Apply(by_default, "<top NS><c1>1</c1></top>").nodes;
+  EXPECT_FALSE(Has(other, "/m:top/c2/zd"));
+  const Nodes again = Apply(other, "<top NS><c1 NC:\"delete\"/></top>").nodes;
+  EXPECT_TRUE(Has(again, "/m:top/c2/zd"));
 }
 
-TEST_F(EditConfigTest, TwoCasesInOneEditAreRefused) {
-  const RpcError error = ErrorOf("", "<top NS><c1>1</c1><c3>3</c3></top>");
-  EXPECT_ERROR(error, ErrorTag::kBadElement, "/m:top/c3");
-  EXPECT_EQ(InfoOf(error, "bad-element"), "c3");
+INSTANTIATE_TEST_SUITE_P(
+    None, EditResult,
+    testing::Values(
+        Top("ChangesOnlyWhatHasAnOperation", "<a>1</a><number>1</number>",
+            "<a>2</a><number NC:\"merge\">3</number>"
+            "<in><x NC:\"merge\">x</x></in>",
+            "<a>1</a><number>3</number><in><x>x</x></in>", Operation::kNone),
+        Top("HoldsForWhatIsBelowUntilAnotherOperation",
+            "<a>1</a><in><x>1</x></in><l><k1>a</k1><k2>1</k2><v>v</v></l>",
+            "<in NC:\"replace\"><e>1</e></in>"
+            "<l NC:\"merge\"><k1>a</k1><k2>1</k2><v NC:\"delete\"/>"
+            "<c NC:\"create\"><w>w</w></c></l>",
+            "<a>1</a><in><e>1</e></in>"
+            "<l><k1>a</k1><k2>1</k2><c><w>w</w></c></l>",
+            Operation::kNone)),
+    CaseName);
+
+INSTANTIATE_TEST_SUITE_P(
+    None, EditError,
+    testing::Values(
+        TopError("OfAMissingEntry", "",
+                 "<l><k1>a</k1><k2>1</k2><v NC:\"remove\"/></l>",
+                 "data-missing /m:top/l[k1='a'][k2='1']: does not exist",
+                 Operation::kNone),
+        TopError("OfAMissingPresenceContainer", "",
+                 "<pc><y NC:\"merge\">1</y></pc>",
+                 "data-missing /m:top/pc: does not exist", Operation::kNone),
+        TopError("OfAMissingLeaf", "", "<a>1</a>",
+                 "data-missing /m:top/a: does not exist", Operation::kNone)),
+    CaseName);
+
+TEST(EditNone, MakesNoContainerOnItsWay) {
+  const Edited edited = Apply(Base("<top NS><c1>1</c1></top>"),
+                              "<top NS><c2><z NC:\"remove\"/></c2></top>",
+                              Default(Operation::kNone));
+  EXPECT_EQ(Text(edited.errors), "");
+  EXPECT_EQ(Print(edited.nodes.get()), "<top><c1>1</c1></top>");
+  EXPECT_FALSE(Has(edited.nodes, "/m:top/c2"));
 }
 
-TEST_F(EditConfigTest, OneCaseMayBeDeletedWhereAnotherIsMade) {
-  EXPECT_EQ(After("<top NS><c1>1</c1></top>",
-                  "<top NS><c1 NC:\"delete\"/><c3>3</c3></top>"),
-            "<top><c3>3</c3></top>");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Choice, EditResult,
+    testing::Values(
+        Top("LeafTakesThePlaceOfAnotherCase", "<c1>1</c1><c1b>2</c1b>",
+            "<c3>3</c3>", "<c3>3</c3>"),
+        Top("ContainerTakesThePlaceOfAnotherCase", "<c3>1</c3>",
+            "<c2 NC:\"create\"><z>2</z></c2>", "<c2><z>2</z></c2>"),
+        Top("ReplacedLeafTakesThePlaceOfAnotherCase", "<c2><z>2</z></c2>",
+            "<c1 NC:\"replace\">1</c1>", "<c1>1</c1>"),
+        Top("KeepsNodesOfOneCase", "<c1>1</c1>", "<c1b>2</c1b><d1>3</d1>",
+            "<c1>1</c1><c1b>2</c1b><d1>3</d1>"),
+        Top("WithinACaseKeepsWhatIsBesideIt", "<c1>1</c1><d1>3</d1>",
+            "<d2>4</d2>", "<c1>1</c1><d2>4</d2>"),
+        Top("AllowsADeletedCaseBesideAnother", "<c1>1</c1>",
+            "<c1 NC:\"delete\"/><c3>3</c3>", "<c3>3</c3>")),
+    CaseName);
 
-// Lists ordered by the user.
+INSTANTIATE_TEST_SUITE_P(
+    Insert, EditResult,
+    testing::Values(
+        Top("OfANewEntryFirst", Us("abc"), Insert("x", "first"), Us("xabc")),
+        Top("OfANewEntryLast", Us("abc"), Insert("x", "last"), Us("abcx")),
+        Top("OfANewEntryByDefaultIsLast", Us("abc"), Us("x"), Us("abcx")),
+        Top("OfANewEntryBeforeAnother", Us("abc"),
+            Insert("x", "before", "[m:k='b']"), Us("axbc")),
+        Top("OfANewEntryAfterAnother", Us("abc"),
+            Insert("x", "after", "[k='b']"), Us("abxc")),
+        Top("MovesAnEntryToTheFirstPlace", Us("abc"), Insert("c", "first"),
+            Us("cab")),
+        Top("MovesAnEntryToTheLastPlace", Us("abc"), Insert("a", "last"),
+            Us("bca")),
+        Top("MovesAnEntryAfterAnother", Us("abc"),
+            Insert("a", "after", "[k='c']"), Us("bca")),
+        Top("MovesNothingByDefault", Us("abc"), Us("a"), Us("abc")),
+        Top("FindsAnEntryOfALeafListByItsValue", "<ul>a</ul><ul>b</ul>",
+            "<ul yang:insert=\"before\" yang:value=\"b\">x</ul>"
+            "<ul yang:insert=\"first\">b</ul>",
+            "<ul>b</ul><ul>a</ul><ul>x</ul>")),
+    CaseName);
 
-TEST_F(EditConfigTest, AnEntryIsInsertedWhereTheEditSays) {
-  const std::string base =
-      "<top NS><u><k>a</k></u><u><k>b</k></u><u><k>c</k></u></top>";
-  const auto inserted = [&](const std::string& attributes,
-                            const std::string& key) {
-    return After(base, "<top NS YANG><u " + attributes + "><k>" + key +
-                           "</k></u></top>");
-  };
-  const auto keys = [](const std::string& order) {
-    std::string text = "<top>";
-    for (const char key : order) {
-      text += std::string("<u><k>") + key + "</k></u>";
-    }
-    return text + "</top>";
-  };
-  EXPECT_EQ(inserted("yang:insert=\"first\"", "x"), keys("xabc"));
-  EXPECT_EQ(inserted("yang:insert=\"last\"", "x"), keys("abcx"));
-  EXPECT_EQ(inserted("", "x"), keys("abcx"));
-  EXPECT_EQ(inserted("yang:insert=\"before\" yang:key=\"[m:k='b']\"", "x"),
-            keys("axbc"));
-  EXPECT_EQ(inserted("yang:insert=\"after\" yang:key=\"[k='b']\"", "x"),
-            keys("abxc"));
-  EXPECT_EQ(inserted("yang:insert=\"first\"", "c"), keys("cab"));
-  EXPECT_EQ(inserted("yang:insert=\"last\"", "a"), keys("bca"));
-  EXPECT_EQ(inserted("yang:insert=\"after\" yang:key=\"[k='c']\"", "a"),
-            keys("bca"));
-  EXPECT_EQ(inserted("", "a"), keys("abc"));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Insert, EditError,
+    testing::Values(
+        TopError("ByAnAnchorThatIsNotThere", Us("a"),
+                 Insert("x", "after", "[k='z']"),
+                 "bad-attribute /m:top/u {bad-attribute=key} {bad-element=u}: "
+                 "there is no [k='z'] to insert it by"),
+        TopError("ByNoAnchor", "", Insert("x", "after"),
+                 "missing-attribute /m:top/u {bad-attribute=key} "
+                 "{bad-element=u}: the attribute \"key\" is missing"),
+        TopError("WhereTheSystemOrders", "", "<ll yang:insert=\"first\">x</ll>",
+                 "unknown-attribute /m:top/ll {bad-attribute=insert} "
+                 "{bad-element=ll}: there is no attribute \"insert\" here")),
+    CaseName);
 
-TEST_F(EditConfigTest, AnEntryOfALeafListIsInsertedByValue) {
-  const std::string base = "<top NS><ul>a</ul><ul>b</ul></top>";
-  EXPECT_EQ(After(base,
-                  "<top NS YANG><ul yang:insert=\"before\" yang:value=\"b\">x"
-                  "</ul><ul yang:insert=\"first\">b</ul></top>"),
-            "<top><ul>b</ul><ul>a</ul><ul>x</ul></top>");
-}
-
-TEST_F(EditConfigTest, ReplaceKeepsThePlaceOfAnEntry) {
-  EXPECT_EQ(After("<top NS><u><k>a</k><v>1</v></u><u><k>b</k></u></top>",
-                  "<top NS><u NC:\"replace\"><k>a</k></u></top>"),
-            "<top><u><k>a</k></u><u><k>b</k></u></top>");
-}
-
-TEST_F(EditConfigTest, AnAnchorThatIsNotThereIsRefused) {
-  const RpcError error =
-      ErrorOf("<top NS><u><k>a</k></u></top>",
-              "<top NS YANG><u yang:insert=\"after\" yang:key=\"[k='z']\">"
-              "<k>x</k></u></top>");
-  EXPECT_ERROR(error, ErrorTag::kBadAttribute, "/m:top/u");
-  EXPECT_EQ(error.app_tag, "missing-instance");
-  EXPECT_EQ(InfoOf(error, "bad-attribute"), "key");
-}
-
-TEST_F(EditConfigTest, AMalformedAnchorIsRefused) {
-  for (const char* anchor : {"", "[", "[k", "[k=", "[k='", "[k='a", "k='a'",
-                             "[v='a']", "[k='a'][", "[='a']"}) {
-    EXPECT_ERROR(ErrorOf("<top NS><u><k>a</k></u></top>",
-                         std::string("<top NS YANG><u yang:insert=\"after\" "
-                                     "yang:key=\"") +
-                             anchor + "\"><k>a</k></u></top>"),
-                 ErrorTag::kBadAttribute, "/m:top/u");
+TEST(EditInsert, RefusesAMalformedAnchor) {
+  const Nodes base = Base("<top NS>" + Us("a") + "</top>");
+  for (const std::string anchor : {"", "[", "[k", "[k=", "[k='", "[k='a",
+                                   "k='a'", "[v='a']", "[k='a'][", "[='a']"}) {
+    const Edited edited =
+        Apply(base, "<top NS YANG>" + Insert("a", "after", anchor) + "</top>");
+    EXPECT_EQ(Text(edited.errors),
+              "bad-attribute /m:top/u {bad-attribute=key} {bad-element=u}: "
+              "there is no " +
+                  anchor + " to insert it by");
+    EXPECT_EQ(edited.errors.at(0).app_tag, "missing-instance");
   }
 }
 
-TEST_F(EditConfigTest, AnAnchorThatIsMissingIsRefused) {
-  const RpcError error =
-      ErrorOf("", "<top NS YANG><u yang:insert=\"after\"><k>x</k></u></top>");
-  EXPECT_ERROR(error, ErrorTag::kMissingAttribute, "/m:top/u");
-  EXPECT_EQ(InfoOf(error, "bad-attribute"), "key");
-  EXPECT_EQ(InfoOf(error, "bad-element"), "u");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Element, EditError,
+    testing::Values(
+        TopError("ThatIsUnknown", "", "<nothing/>",
+                 "unknown-element /m:top {bad-element=nothing}: no "
+                 "configuration has \"nothing\" here"),
+        Case{"ThatIsUnknownAtTheTop", "", "<nothing NS/>",
+             "unknown-element {bad-element=nothing}: no configuration has "
+             "\"nothing\" here"},
+        TopError("OfStateData", "", "<state>1</state>",
+                 "unknown-element /m:top {bad-element=state}: no configuration "
+                 "has \"state\" here"),
+        Case{"OfAnUnknownNamespace", "", "<top xmlns=\"urn:other\"/>",
+             "unknown-namespace {bad-element=top} {bad-namespace=urn:other}: "
+             "no module has the namespace urn:other"},
+        Case{"OfNoNamespace", "", "<top/>",
+             "unknown-namespace {bad-element=top} {bad-namespace=}: \"top\" "
+             "has no namespace"},
+        TopError("WithAValueOutOfRange", "", "<number>256</number>",
+                 "invalid-value /m:top/number {bad-element=number}: Value "
+                 "\"256\" is out of type uint8 min/max bounds."),
+        TopError("WithAnUnknownIdentity", "", "<color>blue</color>",
+                 "invalid-value /m:top/color {bad-element=color}: Invalid "
+                 "identityref \"m:blue\" value - identity not found in module "
+                 "\"m\"."),
+        TopError("WithAKeyOfAnotherType", "", "<l><k1>a</k1><k2>x</k2></l>",
+                 "invalid-value /m:top/l/k2 {bad-element=k2}: Invalid type "
+                 "uint8 value \"x\"."),
+        TopError("WithoutAKey", "", "<l><k1>a</k1></l>",
+                 "missing-element /m:top/l {bad-element=k2}: the key \"k2\" is "
+                 "missing"),
+        TopError("ThatStandsTwice", "", "<a>1</a><a>1</a>",
+                 "bad-element /m:top/a {bad-element=a}: stands here twice"),
+        Case{"ThatStandsTwiceAtTheTop", "", "<top NS/><top NS/>",
+             "bad-element /m:top {bad-element=top}: stands here twice"},
+        Case{"WithAKeyTwice", "", "<tl NS><k>1</k><k>2</k></tl>",
+             "bad-element /m:tl {bad-element=k}: the key \"k\" stands here "
+             "twice"},
+        TopError("OfTwoCases", "", "<c1>1</c1><c3>3</c3>",
+                 "bad-element /m:top/c3 {bad-element=c3}: two cases of the "
+                 "choice \"ch\" stand here"),
+        TopError("WithTextInAContainer", "", "text",
+                 "bad-element /m:top {bad-element=top}: there is text where "
+                 "only elements can stand"),
+        Case{"IsTextAtTheTop", "", "text",
+             "bad-element {bad-element=config}: there is text where only "
+             "elements can stand"},
+        TopError("WithAnElementInALeaf", "", "<a><b/></a>",
+                 "bad-element /m:top/a {bad-element=a}: has elements where "
+                 "only text can stand"),
+        TopError("OfAnydataWithText", kAny, "<any>text</any>",
+                 "invalid-value /m:top/any {bad-element=any}: has text beside "
+                 "elements"),
+        TopError("OfAnydataWithTextBesideElements", kAny,
+                 "<any><b xmlns=\"urn:x\"/>text</any>",
+                 "invalid-value /m:top/any {bad-element=any}: has text beside "
+                 "elements"),
+        TopError("OfAnydataWithTextBesideElementsBelow", kAny,
+                 "<any><b xmlns=\"urn:x\"/><c xmlns=\"urn:x\"><d><e/>text</d>"
+                 "</c></any>",
+                 "invalid-value /m:top/any {bad-element=any}: has text beside "
+                 "elements"),
+        TopError("ThatFailsAfterOthersUndoesThem",
+                 "<a>1</a><l><k1>a</k1><k2>1</k2></l>",
+                 "<a>2</a><l NC:\"delete\"><k1>a</k1><k2>1</k2></l>"
+                 "<number NC:\"delete\"/>",
+                 CannotDelete("/m:top/number"))),
+    CaseName);
 
-TEST_F(EditConfigTest, InsertIsUnknownWhereTheSystemOrders) {
-  const RpcError error =
-      ErrorOf("", "<top NS YANG><ll yang:insert=\"first\">x</ll></top>");
-  EXPECT_ERROR(error, ErrorTag::kUnknownAttribute, "/m:top/ll");
-  EXPECT_EQ(InfoOf(error, "bad-attribute"), "insert");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Attribute, EditError,
+    testing::Values(
+        TopError("WithoutANamespace", "", "<a operation=\"delete\">2</a>",
+                 "unknown-attribute /m:top/a {bad-attribute=operation} "
+                 "{bad-element=a}: there is no attribute \"operation\" here"),
+        TopError("OfAnUnknownNamespace", "",
+                 "<a xmlns:o=\"urn:o\" o:operation=\"delete\">2</a>",
+                 "unknown-attribute /m:top/a {bad-attribute=operation} "
+                 "{bad-element=a}: there is no attribute \"operation\" here"),
+        TopError("OfAnUnknownName", "",
+                 "<a xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+                 "nc:x=\"1\">2</a>",
+                 "unknown-attribute /m:top/a {bad-attribute=x} "
+                 "{bad-element=a}: there is no attribute \"x\" here"),
+        Case{"OfAKey", "", "<tl NS><k NC:\"delete\">a</k></tl>",
+             "unknown-attribute /m:tl {bad-attribute=operation} "
+             "{bad-element=k}: there is no attribute \"operation\" here"},
+        TopError(
+            "OperationNone", "", "<a NC:\"none\">2</a>",
+            "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
+            "\"none\" is no value of the attribute \"operation\""),
+        TopError(
+            "OperationInUpperCase", "", "<a NC:\"Delete\">2</a>",
+            "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
+            "\"Delete\" is no value of the attribute \"operation\""),
+        TopError(
+            "OperationEmpty", "", "<a NC:\"\">2</a>",
+            "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
+            "\"\" is no value of the attribute \"operation\""),
+        TopError(
+            "OperationUnknown", "", "<a NC:\"erase\">2</a>",
+            "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
+            "\"erase\" is no value of the attribute \"operation\""),
+        TopError(
+            "DefaultOfAnotherValue", "", "<d" + Tag("true") + ">6</d>",
+            "invalid-value /m:top/d {bad-element=d}: is not the default value"),
+        TopError("DefaultOfALeafWithoutOne", "", "<a" + Tag("true") + ">6</a>",
+                 "unknown-attribute /m:top/a {bad-attribute=default} "
+                 "{bad-element=a}: there is no attribute \"default\" here")),
+    CaseName);
 
-// What is wrong with an edit itself.
+// Values with the tag of RFC 6243.
+INSTANTIATE_TEST_SUITE_P(
+    TaggedDefault, EditResult,
+    testing::Values(Top("IsNotKept", "<a>1</a><d>7</d>",
+                        "<d" + Tag("true") + ">5</d>", "<a>1</a>"),
+                    Top("IsKeptWhenTheTagIsFalse", "<d>7</d>",
+                        "<d" + Tag("false") + ">5</d>", "<d>5</d>")),
+    CaseName);
 
-TEST_F(EditConfigTest, AnUnknownElementIsRefused) {
-  const RpcError error = ErrorOf("", "<top NS><nothing/></top>");
-  EXPECT_ERROR(error, ErrorTag::kUnknownElement, "/m:top");
-  EXPECT_EQ(InfoOf(error, "bad-element"), "nothing");
-  EXPECT_ERROR(ErrorOf("", "<nothing NS/>"), ErrorTag::kUnknownElement, "");
-}
-
-TEST_F(EditConfigTest, StateIsNoConfiguration) {
-  EXPECT_ERROR(ErrorOf("", "<top NS><state>1</state></top>"),
-               ErrorTag::kUnknownElement, "/m:top");
-}
-
-TEST_F(EditConfigTest, AnUnknownNamespaceIsRefused) {
-  const RpcError error = ErrorOf("", "<top xmlns=\"urn:other\"/>");
-  EXPECT_ERROR(error, ErrorTag::kUnknownNamespace, "");
-  EXPECT_EQ(InfoOf(error, "bad-element"), "top");
-  EXPECT_EQ(InfoOf(error, "bad-namespace"), "urn:other");
-  EXPECT_ERROR(ErrorOf("", "<top/>"), ErrorTag::kUnknownNamespace, "");
-}
-
-TEST_F(EditConfigTest, AnUnknownAttributeIsRefused) {
-  for (const char* attribute :
-       {"operation=\"delete\"", "xmlns:o=\"urn:o\" o:operation=\"delete\"",
-        "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" nc:x=\"1\""}) {
-    const RpcError error =
-        ErrorOf("<top NS><a>1</a></top>",
-                std::string("<top NS><a ") + attribute + ">2</a></top>");
-    EXPECT_ERROR(error, ErrorTag::kUnknownAttribute, "/m:top/a");
-    EXPECT_EQ(InfoOf(error, "bad-element"), "a");
-  }
-}
-
-TEST_F(EditConfigTest, AnUnknownOperationIsRefused) {
-  for (const char* operation : {"none", "Delete", "", "erase"}) {
-    const RpcError error = ErrorOf(
-        "", std::string("<top NS><a NC:\"") + operation + "\">2</a></top>");
-    EXPECT_ERROR(error, ErrorTag::kBadAttribute, "/m:top/a");
-    EXPECT_EQ(InfoOf(error, "bad-attribute"), "operation");
-    EXPECT_EQ(InfoOf(error, "bad-element"), "a");
-  }
-}
-
-TEST_F(EditConfigTest, AKeyHasNoOperationOfItsOwn) {
-  EXPECT_ERROR(ErrorOf("", "<tl NS><k NC:\"delete\">a</k></tl>"),
-               ErrorTag::kUnknownAttribute, "/m:tl");
-}
-
-TEST_F(EditConfigTest, AValueOfAnotherTypeIsRefused) {
-  const RpcError error = ErrorOf("", "<top NS><number>256</number></top>");
-  EXPECT_ERROR(error, ErrorTag::kInvalidValue, "/m:top/number");
-  EXPECT_EQ(InfoOf(error, "bad-element"), "number");
-  EXPECT_ERROR(ErrorOf("", "<top NS><color>blue</color></top>"),
-               ErrorTag::kInvalidValue, "/m:top/color");
-  EXPECT_ERROR(ErrorOf("", "<top NS><l><k1>a</k1><k2>x</k2></l></top>"),
-               ErrorTag::kInvalidValue, "/m:top/l/k2");
-}
-
-TEST_F(EditConfigTest, AMissingKeyIsRefused) {
-  const RpcError error = ErrorOf("", "<top NS><l><k1>a</k1></l></top>");
-  EXPECT_ERROR(error, ErrorTag::kMissingElement, "/m:top/l");
-  EXPECT_EQ(InfoOf(error, "bad-element"), "k2");
-}
-
-TEST_F(EditConfigTest, WhatCanStandOnceIsRefusedTwice) {
-  EXPECT_ERROR(ErrorOf("", "<top NS><a>1</a><a>1</a></top>"),
-               ErrorTag::kBadElement, "/m:top/a");
-  EXPECT_ERROR(ErrorOf("", "<top NS/><top NS/>"), ErrorTag::kBadElement,
-               "/m:top");
-  EXPECT_ERROR(ErrorOf("", "<tl NS><k>1</k><k>2</k></tl>"),
-               ErrorTag::kBadElement, "/m:tl");
-}
-
-TEST_F(EditConfigTest, TextAndElementsStandOnlyWhereTheyCan) {
-  EXPECT_ERROR(ErrorOf("", "<top NS>text</top>"), ErrorTag::kBadElement,
-               "/m:top");
-  EXPECT_ERROR(ErrorOf("", "text"), ErrorTag::kBadElement, "");
-  EXPECT_ERROR(ErrorOf("", "<top NS><a><b/></a></top>"), ErrorTag::kBadElement,
-               "/m:top/a");
-}
-
-TEST_F(EditConfigTest, TextBesideElementsIsNoAnydata) {
-  for (const char* text : {"text", "<b xmlns=\"urn:x\"/>text",
-                           "<b xmlns=\"urn:x\"/><c xmlns=\"urn:x\"><d><e/>text"
-                           "</d></c>"}) {
-    const RpcError error =
-        ErrorOf("<top NS><any><b xmlns=\"urn:x\">1</b></any></top>",
-                std::string("<top NS><any>") + text + "</any></top>");
-    EXPECT_ERROR(error, ErrorTag::kInvalidValue, "/m:top/any");
-    EXPECT_EQ(InfoOf(error, "bad-element"), "any");
-  }
-}
-
-TEST_F(EditConfigTest, WhatIsNoXmlIsLeftOutAsAWhole) {
+TEST(EditText, ThatIsNotXmlChangesNothing) {
   const Nodes base = Base("<top NS><a>1</a></top>");
   for (const Operation operation : {Operation::kMerge, Operation::kReplace}) {
-    EditRules rules;
+    EditRules rules = Default(operation);
     rules.on_error = OnError::kContinue;
-    rules.default_operation = operation;
     const Edited edited = Apply(base, "<top NS>", rules);
-    ASSERT_EQ(edited.errors.size(), 1U);
-    EXPECT_EQ(edited.errors[0].tag, ErrorTag::kInvalidValue);
+    EXPECT_EQ(Text(edited.errors),
+              "invalid-value: the configuration is no XML: Premature end of "
+              "data in tag config line 1 (line 1)");
     EXPECT_EQ(Print(edited.nodes.get()), "<top><a>1</a></top>");
   }
 }
 
-TEST_F(EditConfigTest, WhatIsNoXmlIsRefused) {
-  for (const char* text :
-       {"<top", "<top NS>", "</config><config>", "<!DOCTYPE a><top NS/>",
-        "<top NS>&undefined;</top>", "<top NS><a>\xff</a></top>", "<x:top/>",
-        "<top NS x:a='1'/>"}) {
-    EXPECT_ERROR(ErrorOf("", text), ErrorTag::kInvalidValue, "");
+TEST(EditText, ThatIsNotXmlIsRefused) {
+  std::string deep;  // deeper than any model
+  for (int i = 0; i < 5000; ++i) deep += "<top NS>";
+  for (int i = 0; i < 5000; ++i) deep += "</top>";
+  for (const std::string& text :
+       {std::string("<top"), std::string("<top NS>"),
+        std::string("</config><config>"), std::string("<!DOCTYPE a><top NS/>"),
+        std::string("<top NS>&undefined;</top>"),
+        std::string("<top NS><a>\xff</a></top>"), std::string("<x:top/>"),
+        std::string("<top NS x:a='1'/>"), deep}) {
+    const Edited edited = Apply(nullptr, text);
+    EXPECT_TRUE(host_test::StartsWith(
+        Text(edited.errors), "invalid-value: the configuration is no XML: "));
+    EXPECT_EQ(edited.errors.size(), 1U);
+    EXPECT_EQ(edited.nodes, nullptr);
   }
 }
 
-TEST_F(EditConfigTest, AnEditOfATreeDeeperThanAnyModelIsRefused) {
-  std::string text;
-  for (int i = 0; i < 5000; ++i) text += "<top NS>";
-  for (int i = 0; i < 5000; ++i) text += "</top>";
-  EXPECT_ERROR(ErrorOf("", text), ErrorTag::kInvalidValue, "");
-}
-
-TEST_F(EditConfigTest, AConfigurationHasNoOperations) {
+TEST(EditText, OfAConfigurationHasNoOperations) {
   EditRules rules;
   rules.allows_operations = false;
-  EXPECT_ERROR(ErrorOf("", "<top NS><a NC:\"merge\">1</a></top>", rules),
-               ErrorTag::kUnknownAttribute, "/m:top/a");
+  EXPECT_EQ(
+      Text(Apply(nullptr, "<top NS><a NC:\"merge\">1</a></top>", rules).errors),
+      std::string("unknown-attribute /m:top/a ") + kNoOperation);
 }
 
-// Default values with their tag.
-
-TEST_F(EditConfigTest, AValueTaggedAsDefaultIsNotKept) {
-  const std::string tag =
-      "xmlns:wd=\"urn:ietf:params:xml:ns:netconf:default:1.0\" wd:default=";
-  EXPECT_EQ(After("<top NS><a>1</a><d>7</d></top>",
-                  "<top NS><d " + tag + "\"true\">5</d></top>"),
-            "<top><a>1</a></top>");
-  EXPECT_EQ(After("<top NS><d>7</d></top>",
-                  "<top NS><d " + tag + "\"false\">5</d></top>"),
-            "<top><d>5</d></top>");
-  EXPECT_ERROR(ErrorOf("", "<top NS><d " + tag + "\"true\">6</d></top>"),
-               ErrorTag::kInvalidValue, "/m:top/d");
-  EXPECT_ERROR(ErrorOf("", "<top NS><a " + tag + "\"true\">6</a></top>"),
-               ErrorTag::kUnknownAttribute, "/m:top/a");
-}
-
-// All or nothing, and all that can be.
-
-TEST_F(EditConfigTest, AnErrorAtTheEndUndoesAllBeforeIt) {
-  const RpcError error =
-      ErrorOf("<top NS><a>1</a><l><k1>a</k1><k2>1</k2></l></top>",
-              "<top NS><a>2</a><l NC:\"delete\"><k1>a</k1><k2>1</k2></l>"
-              "<number NC:\"delete\"/></top>");
-  EXPECT_ERROR(error, ErrorTag::kDataMissing, "/m:top/number");
-}
-
-TEST_F(EditConfigTest, ContinueDoesAllThatIsRightAndTellsAllThatIsNot) {
+TEST(EditContinues, WithTheRestAndReportsAllErrors) {
   EditRules rules;
   rules.on_error = OnError::kContinue;
   const Edited edited =
@@ -738,16 +632,18 @@ TEST_F(EditConfigTest, ContinueDoesAllThatIsRightAndTellsAllThatIsNot) {
             "<single NS>s</single>",
             rules);
   EXPECT_EQ(Print(edited.nodes.get()),
-            "<top><a>1</a><d>6</d><in><x>1</x></in></top>"
-            "<single>s</single>");
-  ASSERT_EQ(edited.errors.size(), 4U);
-  EXPECT_ERROR(edited.errors[0], ErrorTag::kDataExists, "/m:top/a");
-  EXPECT_ERROR(edited.errors[1], ErrorTag::kInvalidValue, "/m:top/number");
-  EXPECT_ERROR(edited.errors[2], ErrorTag::kUnknownElement, "/m:top/in");
-  EXPECT_ERROR(edited.errors[3], ErrorTag::kDataMissing, "/m:top/pc");
+            "<top><a>1</a><d>6</d><in><x>1</x></in></top><single>s</single>");
+  EXPECT_EQ(Text(edited.errors),
+            Exists("/m:top/a") +
+                "\n"
+                "invalid-value /m:top/number {bad-element=number}: Value "
+                "\"1000\" is out of type uint8 min/max bounds.\n"
+                "unknown-element /m:top/in {bad-element=nothing}: no "
+                "configuration has \"nothing\" here\n" +
+                CannotDelete("/m:top/pc"));
 }
 
-TEST(EditOfTheProject, AKeyInAnotherFormIsTheSameKey) {
+TEST(EditOfTheProject, FindsAKeyInAnotherForm) {
   const auto& model = host_test::ProjectModel();
   const auto route = [](const std::string& hops) {
     return "<rtmStaticRtEntry-global xmlns=\"urn:vorplex:dc-rtm-mib\">"
@@ -760,13 +656,14 @@ TEST(EditOfTheProject, AKeyInAnotherFormIsTheSameKey) {
            "</rtmStaticRtEntry-global>";
   };
   const Edited first = EditConfig(model, nullptr, route("C0:00:02:0A"), {});
-  ASSERT_TRUE(first.errors.empty());
-  EditRules create;
-  create.default_operation = Operation::kCreate;
+  ASSERT_EQ(Text(first.errors), "");
   const Edited second =
-      EditConfig(model, first.nodes.get(), route("c0:00:02:0a"), create);
-  ASSERT_EQ(second.errors.size(), 1U);
-  EXPECT_EQ(second.errors[0].tag, ErrorTag::kDataExists);
+      EditConfig(model, first.nodes.get(), route("c0:00:02:0a"),
+                 Default(Operation::kCreate));
+  EXPECT_EQ(Text(second.errors),
+            Exists("/DC-RTM-MIB:rtmStaticRtEntry-global[rtmStaticRtFteIndex='0'"
+                   "][rtmStaticRtDest='0a:00:00:00'][rtmStaticRtDestPfxLen='8']"
+                   "[rtmStaticRtNextHop='c0:00:02:0a']"));
 }
 
 }  // namespace

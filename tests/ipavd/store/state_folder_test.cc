@@ -15,7 +15,7 @@
 #include <sstream>
 #include <string>
 
-#include "tests/host/fixtures.h"
+#include "tests/ipavd/store/store_fixtures.h"
 
 namespace {
 
@@ -26,6 +26,7 @@ using host_test::TempDir;
 using ipav::store::FileCalls;
 using ipav::store::StateError;
 using ipav::store::StateFolder;
+using store_test::InChild;
 
 template <typename Body>
 std::string StateErrorOf(const Body& body) {
@@ -43,18 +44,6 @@ std::string BytesOf(const std::string& file) {
   std::stringstream text;
   text << stream.rdbuf();
   return text.str();
-}
-
-// Runs a body in a process of its own and returns its wait status.
-int InChild(const std::function<void()>& body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    _exit(0);
-  }
-  int status = 0;
-  EXPECT_EQ(waitpid(child, &status, 0), child);
-  return status;
 }
 
 class StateFolderTest : public testing::Test {

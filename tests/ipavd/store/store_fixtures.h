@@ -4,25 +4,18 @@
 #define TESTS_SERVER_STORE_STORE_FIXTURES_H_
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "ipavd/store/datastores.h"
 #include "tests/host/fixtures.h"
-
-namespace ipav::store {
-
-inline std::ostream& operator<<(std::ostream& out, const RpcError& error) {
-  return out << NameOf(error.tag) << " [" << error.app_tag << "] " << error.path
-             << ": " << error.message;
-}
-
-}  // namespace ipav::store
 
 namespace store_test {
 
@@ -64,12 +57,14 @@ inline const host_test::TestModel& SmallModel() {
   return kModel;
 }
 
+// NS, NC: and YANG stand for declarations of namespaces.
 inline std::string Xml(std::string xml) {
   const std::vector<std::pair<std::string, std::string>> shorts = {
       {" NS", " xmlns=\"urn:m\""},
       {" NC:",
        " xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
-       "nc:operation="}};
+       "nc:operation="},
+      {" YANG", " xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\""}};
   for (const auto& [mark, text] : shorts) {
     for (std::size_t at = 0; (at = xml.find(mark, at)) != std::string::npos;
          at += text.size()) {
@@ -97,6 +92,38 @@ inline std::string Print(const lyd_node* nodes) {
     line.erase(at, 14);
   }
   return line;
+}
+
+// Runs a body in a process of its own and returns its wait status.
+inline int InChild(const std::function<void()>& body) {
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    _exit(0);
+  }
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return status;
+}
+
+// "tag path {element of error-info=text}: message"; empty for no error.
+inline std::string Text(const ipav::store::Result& error) {
+  if (!error.has_value()) return "";
+  std::string text = NameOf(error->tag);
+  if (!error->path.empty()) text += " " + error->path;
+  for (const auto& [element, value] : error->info) {
+    text += " {" + element + "=" + value + "}";
+  }
+  return text + ": " + error->message;
+}
+
+// Each on a line of its own.
+inline std::string Text(const std::vector<ipav::store::RpcError>& errors) {
+  std::string text;
+  for (const ipav::store::RpcError& error : errors) {
+    text += (text.empty() ? "" : "\n") + Text(error);
+  }
+  return text;
 }
 
 // The state of one server, which may be restarted.
@@ -151,24 +178,35 @@ class Server {
   void Edit(const std::string& config, ipav::store::SessionId session = 1) {
     ipav::store::EditRequest request;
     request.config = Xml(config);
-    const std::vector<ipav::store::RpcError> errors =
-        datastores_->Edit(session, request);
-    EXPECT_TRUE(errors.empty()) << errors.at(0);
+    EXPECT_EQ(Text(datastores_->Edit(session, request)), "");
   }
 
-  void Commit(const std::string& config, ipav::store::SessionId session = 1) {
-    Edit(config, session);
-    const ipav::store::Result error = datastores_->Commit(session);
-    EXPECT_FALSE(error.has_value()) << *error;
+  // Edits the candidate and commits it, with success.
+  void Commit(const std::string& config,
+              const ipav::store::CommitRequest& request = {}) {
+    Edit(config);
+    EXPECT_EQ(Text(datastores_->Commit(1, request)), "");
   }
 
-  void CommitForNow(const std::string& config,
-                    ipav::store::CommitRequest request = {},
-                    ipav::store::SessionId session = 1) {
-    Edit(config, session);
-    request.confirmed = true;
-    const ipav::store::Result error = datastores_->Commit(session, request);
-    EXPECT_FALSE(error.has_value()) << *error;
+  // What was noticed since the last call, each on a line of its own.
+  std::string Notices() {
+    std::string text;
+    for (const std::string& notice : datastores_->TakeNotices()) {
+      text += notice + "\n";
+    }
+    return text;
+  }
+
+  // Why the server does not start. It is stopped then.
+  std::string StartError() {
+    try {
+      Restart();
+    } catch (const ipav::store::StateError& error) {
+      Stop();
+      return error.what();
+    }
+    ADD_FAILURE() << "it starts";
+    return "";
   }
 
   bool Has(const std::string& file) const {
@@ -183,30 +221,6 @@ class Server {
   std::unique_ptr<ipav::store::StateFolder> folder_;
   std::unique_ptr<ipav::store::Datastores> datastores_;
 };
-
-inline testing::AssertionResult Succeeds(const ipav::store::Result& error) {
-  if (!error.has_value()) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << *error;
-}
-
-inline testing::AssertionResult FailsWith(const ipav::store::Result& error,
-                                          ipav::store::ErrorTag tag,
-                                          const std::string& message) {
-  if (!error.has_value()) return testing::AssertionFailure() << "no error";
-  if (error->tag == tag && error->message.find(message) != std::string::npos) {
-    return testing::AssertionSuccess();
-  }
-  return testing::AssertionFailure() << *error;
-}
-
-inline std::string InfoOf(const ipav::store::Result& error,
-                          const std::string& name) {
-  for (const auto& [element, text] :
-       error.value_or(ipav::store::RpcError{}).info) {
-    if (element == name) return text;
-  }
-  return "(none)";
-}
 
 }  // namespace store_test
 

@@ -5,30 +5,31 @@
 
 #include <list>
 #include <memory>
-#include <ostream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "include/config.h"
 #include "include/validate_config.h"
 #include "tests/support/addresses.h"
-#include "tests/support/builders.h"
 #include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {
 
 using ip_application::config_valid::Config;
-using ip_application::config_valid::ConfigAddrFamily;
 using ip_application::config_valid::Interface;
 using ip_application::config_valid::InterfaceType;
+using ip_application::config_valid::L3Config;
+using ip_application::config_valid::LoConfig;
 using ip_application::config_valid::OspfIf;
+using ip_application::config_valid::Ospfv2Config;
 using ip_application::config_valid::ValidateConfig;
 using nettypes::IPv4AddrMask;
 
 using Texts = std::vector<std::string>;
 
-constexpr auto kIpv4 = ConfigAddrFamily::kIpv4;
 constexpr auto kL3 = InterfaceType::kL3;
 constexpr auto kLoopback = InterfaceType::kLoopback;
 constexpr auto kMgmt = InterfaceType::kMgmt;
@@ -38,124 +39,6 @@ std::list<IPv4AddrMask> Masks(const Texts& addresses) {
   for (const std::string& address : addresses) masks.push_back(Mask4(address));
   return masks;
 }
-
-// ---- The rules of one kind --------------------------------------------------
-
-struct RuleResult {
-  bool holds;
-  std::string text;
-};
-
-bool operator==(const RuleResult& a, const RuleResult& b) {
-  return a.holds == b.holds && a.text == b.text;
-}
-
-std::ostream& operator<<(std::ostream& out, const RuleResult& result) {
-  return out << (result.holds ? "holds" : "violated") << ": " << result.text;
-}
-
-const RuleResult kHolds = {true, ""};
-
-// The address and the VRF rule, for one kind or for all.
-struct Judges {
-  RuleResult (*addresses)(const Config&);
-  RuleResult (*vrf)(const Config&);
-};
-
-RuleResult L3Addresses(const Config& config) {
-  ValidateConfig rules;
-  const bool holds =
-      rules.ValidateOspfv2CrossIfL3(config.l3_config(), config.ospfv2_config());
-  return {holds, rules.error_text()};
-}
-
-RuleResult LoopbackAddresses(const Config& config) {
-  ValidateConfig rules;
-  const bool holds =
-      rules.ValidateOspfv2CrossIfLo(config.lo_config(), config.ospfv2_config());
-  return {holds, rules.error_text()};
-}
-
-RuleResult L3Vrf(const Config& config) {
-  ValidateConfig rules;
-  const bool holds = rules.ValidateOspfv2CrossIfL3Vrf(config.l3_config(),
-                                                      config.ospfv2_config());
-  return {holds, rules.error_text()};
-}
-
-RuleResult LoopbackVrf(const Config& config) {
-  ValidateConfig rules;
-  const bool holds = rules.ValidateOspfv2CrossIfLoVrf(config.lo_config(),
-                                                      config.ospfv2_config());
-  return {holds, rules.error_text()};
-}
-
-RuleResult AllAddresses(const Config& config) {
-  ValidateConfig rules;
-  const int verdict = rules.ValidateOspfv2(config);
-  EXPECT_TRUE(verdict == 0 || verdict == -1) << verdict;
-  return {verdict == 0, rules.error_text()};
-}
-
-RuleResult AllVrf(const Config& config) {
-  ValidateConfig rules;
-  const int verdict = rules.ValidateOspfv2Vrf(config);
-  EXPECT_TRUE(verdict == 0 || verdict == -1) << verdict;
-  return {verdict == 0, rules.error_text()};
-}
-
-constexpr Judges kL3Judges = {L3Addresses, L3Vrf};
-constexpr Judges kLoopbackJudges = {LoopbackAddresses, LoopbackVrf};
-constexpr Judges kAllJudges = {AllAddresses, AllVrf};
-
-// ---- A snapshot made of records ---------------------------------------------
-
-class Ospfv2RulesTest : public PluginTest {
- protected:
-  void Add(InterfaceType type, const std::string& name, const Texts& addresses,
-           const std::string& vrf = "global") {
-    Interface record;
-    record.name = name;
-    record.vrf_name = vrf;
-    record.ipv4 = Masks(addresses);
-    config_.intf_by_type(type)->MergeConfigAndInsert(record);
-  }
-
-  // In process 10 of VRF global and area 0.0.0.1, unless the test says
-  // otherwise.
-  void Assign(const std::string& interface, const Texts& addresses,
-              std::uint32_t process_id = 10, const std::string& vrf = "global",
-              const std::string& area = "0.0.0.1") {
-    OspfIf record(process_id, vrf, Addr4(area), interface, Masks(addresses));
-    config_.ospfv2_config().MergeConfigAndInsert(record);
-  }
-
-  // Everything that the rules read.
-  Texts Records() const {
-    Texts records;
-    for (const auto* reader : config_.interface_configs()) {
-      for (const Interface& interface : reader->interfaces()) {
-        records.push_back(interface.name + " " + interface.vrf_name +
-                          TextOf(interface.ipv4));
-      }
-    }
-    for (const auto& ospf_if : config_.ospfv2_config().interfaces()) {
-      records.push_back(ospf_if->intf_name() + " " + ospf_if->vrf_name() + " " +
-                        std::to_string(ospf_if->process_id()) + " " +
-                        ospf_if->area().to_string() +
-                        TextOf(ospf_if->addresses()));
-    }
-    return records;
-  }
-
-  static std::string TextOf(const std::list<IPv4AddrMask>& masks) {
-    std::string text;
-    for (const IPv4AddrMask& mask : masks) text += " " + mask.to_string();
-    return text;
-  }
-
-  Config config_;
-};
 
 // The end of both address texts.
 std::string ProcessText(const std::string& process = "10",
@@ -177,6 +60,119 @@ std::string Added(const std::string& address,
          " cannot be added after interface is assigned to router ospf " +
          process;
 }
+
+std::string Divergent(const std::string& interface, const std::string& vrf,
+                      const std::string& process,
+                      const std::string& process_vrf = "global") {
+  return interface + " vrf " + vrf + " and router ospf " + process + " vrf " +
+         process_vrf + " cannot be associated with divergent VRF";
+}
+
+// ---- The rules of one kind --------------------------------------------------
+
+// The text of a rule that was run. Its verdict must say the same.
+std::string Result(bool holds, const ValidateConfig& rules) {
+  EXPECT_EQ(holds, rules.error_text().empty());
+  return rules.error_text();
+}
+
+constexpr char kHolds[] = "";
+
+// The address and the VRF rule, for one kind or for all.
+struct Judges {
+  std::string (*addresses)(const Config&);
+  std::string (*vrf)(const Config&);
+};
+
+template <typename Reader, const Reader& (Config::*reader)() const,
+          bool (ValidateConfig::*rule)(const Reader&, const Ospfv2Config&)>
+std::string OfKind(const Config& config) {
+  ValidateConfig rules;
+  return Result((rules.*rule)((config.*reader)(), config.ospfv2_config()),
+                rules);
+}
+
+template <int (ValidateConfig::*rule)(const Config&)>
+std::string OfAllKinds(const Config& config) {
+  ValidateConfig rules;
+  const int verdict = (rules.*rule)(config);
+  EXPECT_TRUE(verdict == 0 || verdict == -1) << verdict;
+  return Result(verdict == 0, rules);
+}
+
+constexpr Judges kL3Judges = {
+    OfKind<L3Config, &Config::l3_config,
+           &ValidateConfig::ValidateOspfv2CrossIfL3>,
+    OfKind<L3Config, &Config::l3_config,
+           &ValidateConfig::ValidateOspfv2CrossIfL3Vrf>};
+constexpr Judges kLoopbackJudges = {
+    OfKind<LoConfig, &Config::lo_config,
+           &ValidateConfig::ValidateOspfv2CrossIfLo>,
+    OfKind<LoConfig, &Config::lo_config,
+           &ValidateConfig::ValidateOspfv2CrossIfLoVrf>};
+constexpr Judges kAllJudges = {OfAllKinds<&ValidateConfig::ValidateOspfv2>,
+                               OfAllKinds<&ValidateConfig::ValidateOspfv2Vrf>};
+
+// ---- A snapshot made of records ---------------------------------------------
+
+class Ospfv2RulesTest : public PluginTest {
+ protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    StartSnapshot();
+  }
+
+  void StartSnapshot() { config_.emplace(); }
+
+  void Add(InterfaceType type, const std::string& name, const Texts& addresses,
+           const std::string& vrf = "global") {
+    Interface record;
+    record.name = name;
+    record.vrf_name = vrf;
+    record.ipv4 = Masks(addresses);
+    config_->intf_by_type(type)->MergeConfigAndInsert(record);
+  }
+
+  // In process 10 of VRF global and area 0.0.0.1, unless the test says
+  // otherwise.
+  void Assign(const std::string& interface, const Texts& addresses,
+              std::uint32_t process_id = 10, const std::string& vrf = "global",
+              const std::string& area = "0.0.0.1") {
+    OspfIf record(process_id, vrf, Addr4(area), interface, Masks(addresses));
+    config_->ospfv2_config().MergeConfigAndInsert(record);
+  }
+
+  void ExpectOfAllKinds(const std::string& addresses, const std::string& vrf) {
+    EXPECT_EQ(kAllJudges.addresses(*config_), addresses);
+    EXPECT_EQ(kAllJudges.vrf(*config_), vrf);
+  }
+
+  // Everything that the rules read.
+  Texts Records() const {
+    Texts records;
+    for (const auto* reader : config_->interface_configs()) {
+      for (const Interface& interface : reader->interfaces()) {
+        records.push_back(interface.name + " " + interface.vrf_name +
+                          TextOf(interface.ipv4));
+      }
+    }
+    for (const auto& ospf_if : config_->ospfv2_config().interfaces()) {
+      records.push_back(ospf_if->intf_name() + " " + ospf_if->vrf_name() + " " +
+                        std::to_string(ospf_if->process_id()) + " " +
+                        ospf_if->area().to_string() +
+                        TextOf(ospf_if->addresses()));
+    }
+    return records;
+  }
+
+  static std::string TextOf(const std::list<IPv4AddrMask>& masks) {
+    std::string text;
+    for (const IPv4AddrMask& mask : masks) text += " " + mask.to_string();
+    return text;
+  }
+
+  std::optional<Config> config_;
+};
 
 // ---- For each kind ----------------------------------------------------------
 
@@ -201,15 +197,15 @@ class Ospfv2RulesOfKindTest : public Ospfv2RulesTest,
 
   // The predicate of the kind and the whole rule agree; the other kind's
   // predicate, which sees none of its own interfaces, holds.
-  void ExpectAddresses(const RuleResult& result) {
-    EXPECT_EQ(GetParam().own.addresses(config_), result);
-    EXPECT_EQ(AllAddresses(config_), result);
-    EXPECT_EQ(GetParam().other.addresses(config_), kHolds);
+  void ExpectAddresses(const std::string& text) {
+    EXPECT_EQ(GetParam().own.addresses(*config_), text);
+    EXPECT_EQ(kAllJudges.addresses(*config_), text);
+    EXPECT_EQ(GetParam().other.addresses(*config_), kHolds);
   }
-  void ExpectVrf(const RuleResult& result) {
-    EXPECT_EQ(GetParam().own.vrf(config_), result);
-    EXPECT_EQ(AllVrf(config_), result);
-    EXPECT_EQ(GetParam().other.vrf(config_), kHolds);
+  void ExpectVrf(const std::string& text) {
+    EXPECT_EQ(GetParam().own.vrf(*config_), text);
+    EXPECT_EQ(kAllJudges.vrf(*config_), text);
+    EXPECT_EQ(GetParam().other.vrf(*config_), kHolds);
   }
 };
 
@@ -289,53 +285,53 @@ TEST_P(Ospfv2RulesOfKindTest, MayNeitherBeRemovedNorAdded) {
   };
   for (const auto& [what, addresses, known, text] : cases) {
     SCOPED_TRACE(what);
-    Config config;
-    Interface record;
-    record.name = Name("core");
-    record.vrf_name = "global";
-    record.ipv4 = Masks(addresses);
-    config.intf_by_type(GetParam().type)->MergeConfigAndInsert(record);
-    config.ospfv2_config().MergeConfigAndInsert(
-        {10, "global", Addr4("0.0.0.1"), Name("core"), Masks(known)});
-    const RuleResult result = {text.empty(), text};
-    EXPECT_EQ(GetParam().own.addresses(config), result);
-    EXPECT_EQ(AllAddresses(config), result);
-    EXPECT_EQ(GetParam().other.addresses(config), kHolds);
+    StartSnapshot();
+    AddOfKind("core", addresses);
+    Assign(Name("core"), known);
+    ExpectAddresses(text);
   }
 }
 
 // ---- The text ---------------------------------------------------------------
 
-TEST_P(Ospfv2RulesOfKindTest, TheTextsNameProcessVrfAndArea) {
-  AddOfKind("a", {});
-  Assign(Name("a"), {"10.0.0.1/32"}, 4294967295U, "red", "10.20.30.40");
-  ExpectAddresses(
-      {false,
+// The VRF is that of the process: the interface's own is of no concern to the
+// address rule.
+TEST_P(Ospfv2RulesOfKindTest, TheAddressTextsNameProcessVrfAndArea) {
+  const struct {
+    Texts addresses;
+    Texts known;
+    std::uint32_t process;
+    const char* vrf;
+    const char* area;
+    const char* text;
+  } cases[] = {
+      {{},
+       {"10.0.0.1/32"},
+       4294967295U,
+       "red",
+       "10.20.30.40",
        "10.0.0.1/32 cannot be modified nor deleted, it is assigned to router "
-       "ospf 4294967295 vrf red area 169090600 (10.20.30.40)"});
-}
-
-TEST_P(Ospfv2RulesOfKindTest, TheAdditionTextNamesProcessVrfAndArea) {
-  AddOfKind("a", {"0.0.0.0/0"});
-  Assign(Name("a"), {}, 0, "", "255.255.255.255");
-  ExpectAddresses(
-      {false,
+       "ospf 4294967295 vrf red area 169090600 (10.20.30.40)"},
+      {{"0.0.0.0/0"},
+       {},
+       0,
+       "",
+       "255.255.255.255",
        "0.0.0.0/0 cannot be added after interface is assigned to router ospf "
-       "0 vrf  area 4294967295 (255.255.255.255)"});
-}
-
-TEST_P(Ospfv2RulesOfKindTest, TheBackboneAreaIsTheNumber0) {
-  AddOfKind("a", {});
-  Assign(Name("a"), {"10.0.0.1/24"}, 1, "global", "0.0.0.0");
-  ExpectAddresses({false, Removed("10.0.0.1/24",
-                                  ProcessText("1", "global", "0 (0.0.0.0)"))});
-}
-
-// The interface's own VRF is of no concern to the address rule.
-TEST_P(Ospfv2RulesOfKindTest, TheVrfOfTheTextIsThatOfTheProcess) {
-  AddOfKind("a", {}, "red");
-  Assign(Name("a"), {"10.0.0.1/24"}, 1, "blue");
-  ExpectAddresses({false, Removed("10.0.0.1/24", ProcessText("1", "blue"))});
+       "0 vrf  area 4294967295 (255.255.255.255)"},
+      {{},
+       {"10.0.0.1/24"},
+       1,
+       "blue",
+       "0.0.0.0",
+       "10.0.0.1/24 cannot be modified nor deleted, it is assigned to router "
+       "ospf 1 vrf blue area 0 (0.0.0.0)"}};
+  for (const auto& [addresses, known, process, vrf, area, text] : cases) {
+    StartSnapshot();
+    AddOfKind("a", addresses, "green");
+    Assign(Name("a"), known, process, vrf, area);
+    ExpectAddresses(text);
+  }
 }
 
 // ---- The order of assignments and interfaces --------------------------------
@@ -345,10 +341,8 @@ TEST_P(Ospfv2RulesOfKindTest, TheFirstAssignmentInViolationIsTold) {
   AddOfKind("b", {"10.2.0.2/24"}, "red");
   Assign(Name("b"), {"10.2.0.1/24"}, 2);
   Assign(Name("a"), {"10.1.0.1/24"}, 1);
-  ExpectAddresses({false, Removed("10.2.0.1/24", ProcessText("2"))});
-  ExpectVrf({false, Name("b") +
-                        " vrf red and router ospf 2 vrf global cannot be "
-                        "associated with divergent VRF"});
+  ExpectAddresses(Removed("10.2.0.1/24", ProcessText("2")));
+  ExpectVrf(Divergent(Name("b"), "red", "2"));
 }
 
 TEST_P(Ospfv2RulesOfKindTest, AnAssignmentThatHoldsHidesNoLaterOne) {
@@ -357,10 +351,8 @@ TEST_P(Ospfv2RulesOfKindTest, AnAssignmentThatHoldsHidesNoLaterOne) {
   Assign(Name("gone"), {"10.9.0.1/24"}, 9);
   Assign(Name("a"), {"10.1.0.1/24"}, 1);
   Assign(Name("b"), {"10.2.0.1/24"}, 2);
-  ExpectAddresses({false, Removed("10.2.0.1/24", ProcessText("2"))});
-  ExpectVrf({false, Name("b") +
-                        " vrf red and router ospf 2 vrf global cannot be "
-                        "associated with divergent VRF"});
+  ExpectAddresses(Removed("10.2.0.1/24", ProcessText("2")));
+  ExpectVrf(Divergent(Name("b"), "red", "2"));
 }
 
 // Of two assignments of one interface.
@@ -368,10 +360,8 @@ TEST_P(Ospfv2RulesOfKindTest, EachProcessOfAnInterfaceIsJudged) {
   AddOfKind("a", {"10.1.0.1/24"});
   Assign(Name("a"), {"10.1.0.1/24"}, 1);
   Assign(Name("a"), {"10.1.0.2/24"}, 2, "red");
-  ExpectAddresses({false, Removed("10.1.0.2/24", ProcessText("2", "red"))});
-  ExpectVrf({false, Name("a") +
-                        " vrf global and router ospf 2 vrf red cannot be "
-                        "associated with divergent VRF"});
+  ExpectAddresses(Removed("10.1.0.2/24", ProcessText("2", "red")));
+  ExpectVrf(Divergent(Name("a"), "global", "2", "red"));
 }
 
 TEST_P(Ospfv2RulesOfKindTest, AnEarlierAdditionIsToldBeforeALaterRemoval) {
@@ -379,7 +369,7 @@ TEST_P(Ospfv2RulesOfKindTest, AnEarlierAdditionIsToldBeforeALaterRemoval) {
   AddOfKind("b", {"10.2.0.1/24", "10.2.0.2/24"});
   Assign(Name("b"), {"10.2.0.1/24"}, 2);
   Assign(Name("a"), {"10.1.0.9/24"}, 1);
-  ExpectAddresses({false, Added("10.2.0.2/24", ProcessText("2"))});
+  ExpectAddresses(Added("10.2.0.2/24", ProcessText("2")));
 }
 
 // ---- The VRF ----------------------------------------------------------------
@@ -388,47 +378,31 @@ TEST_P(Ospfv2RulesOfKindTest, TheSameVrfHoldsWhateverTheAddresses) {
   AddOfKind("core", {"10.0.0.2/24"}, "red");
   Assign(Name("core"), {"10.0.0.1/24"}, 10, "red");
   ExpectVrf(kHolds);
-  ExpectAddresses({false, Removed("10.0.0.1/24", ProcessText("10", "red"))});
+  ExpectAddresses(Removed("10.0.0.1/24", ProcessText("10", "red")));
 }
 
 TEST_P(Ospfv2RulesOfKindTest, ADivergentVrfIsTold) {
   AddOfKind("core", {"10.0.0.1/24"}, "red");
   Assign(Name("core"), {"10.0.0.1/24"});
-  ExpectVrf({false, Name("core") +
-                        " vrf red and router ospf 10 vrf global cannot be "
-                        "associated with divergent VRF"});
+  ExpectVrf(Name("core") +
+            " vrf red and router ospf 10 vrf global cannot be associated with "
+            "divergent VRF");
   ExpectAddresses(kHolds);
 }
 
 TEST_P(Ospfv2RulesOfKindTest, VrfNamesAreComparedExactly) {
-  const struct {
-    std::string interface;
-    std::string process;
-  } pairs[] = {{"global", "Global"}, {"Global", "global"}, {"red", "red1"},
-               {"red1", "red"},      {"red", "rad"},       {"red", "red "},
-               {"red", ""},          {"", "red"}};
+  const std::pair<const char*, const char*> pairs[] = {
+      {"global", "Global"}, {"Global", "global"}, {"red", "red1"},
+      {"red1", "red"},      {"red", "rad"},       {"red", "red "},
+      {"red", ""},          {"", "red"},          {"", ""}};
   for (const auto& [interface, process] : pairs) {
-    Config config;
-    Interface record;
-    record.name = Name("a");
-    record.vrf_name = interface;
-    config.intf_by_type(GetParam().type)->MergeConfigAndInsert(record);
-    OspfIf ospf_if(4294967295U, process, Addr4("0.0.0.1"), Name("a"), {});
-    config.ospfv2_config().MergeConfigAndInsert(ospf_if);
-    const RuleResult divergent = {
-        false, Name("a") + " vrf " + interface +
-                   " and router ospf 4294967295 vrf " + process +
-                   " cannot be associated with divergent VRF"};
-    EXPECT_EQ(GetParam().own.vrf(config), divergent);
-    EXPECT_EQ(AllVrf(config), divergent);
-    EXPECT_EQ(GetParam().other.vrf(config), kHolds);
+    StartSnapshot();
+    AddOfKind("a", {}, interface);
+    Assign(Name("a"), {}, 4294967295U, process);
+    ExpectVrf(std::string(interface) == process
+                  ? kHolds
+                  : Divergent(Name("a"), interface, "4294967295", process));
   }
-}
-
-TEST_P(Ospfv2RulesOfKindTest, EmptyVrfNamesOnBothSidesHold) {
-  AddOfKind("a", {}, "");
-  Assign(Name("a"), {}, 0, "");
-  ExpectVrf(kHolds);
 }
 
 // ---- l3 before loopback, mgmt never -----------------------------------------
@@ -438,12 +412,8 @@ TEST_F(Ospfv2RulesTest, AnL3InterfaceIsToldBeforeALoopback) {
   Add(kL3, "l3 1", {"10.2.0.2/24"}, "red");
   Assign("loopback 1", {"10.1.0.1/32"}, 1);
   Assign("l3 1", {"10.2.0.1/24"}, 2);
-  EXPECT_EQ(AllAddresses(config_),
-            (RuleResult{false, Removed("10.2.0.1/24", ProcessText("2"))}));
-  EXPECT_EQ(AllVrf(config_),
-            (RuleResult{false,
-                        "l3 1 vrf red and router ospf 2 vrf global cannot be "
-                        "associated with divergent VRF"}));
+  ExpectOfAllKinds(Removed("10.2.0.1/24", ProcessText("2")),
+                   Divergent("l3 1", "red", "2"));
 }
 
 TEST_F(Ospfv2RulesTest, ALoopbackIsJudgedWhenAllL3InterfacesHold) {
@@ -451,20 +421,16 @@ TEST_F(Ospfv2RulesTest, ALoopbackIsJudgedWhenAllL3InterfacesHold) {
   Add(kLoopback, "loopback 1", {"10.1.0.1/32", "10.1.0.2/32"}, "red");
   Assign("l3 1", {"10.2.0.1/24"}, 2);
   Assign("loopback 1", {"10.1.0.1/32"}, 1);
-  EXPECT_EQ(AllAddresses(config_),
-            (RuleResult{false, Added("10.1.0.2/32", ProcessText("1"))}));
-  EXPECT_EQ(AllVrf(config_),
-            (RuleResult{false,
-                        "loopback 1 vrf red and router ospf 1 vrf global "
-                        "cannot be associated with divergent VRF"}));
+  ExpectOfAllKinds(Added("10.1.0.2/32", ProcessText("1")),
+                   Divergent("loopback 1", "red", "1"));
 }
 
 TEST_F(Ospfv2RulesTest, MgmtInterfacesAreNotJudged) {
   Add(kMgmt, "mgmt 1", {"10.1.0.2/24", "10.1.0.3/24"}, "red");
   Assign("mgmt 1", {"10.1.0.1/24"});
   for (const Judges& judges : {kL3Judges, kLoopbackJudges, kAllJudges}) {
-    EXPECT_EQ(judges.addresses(config_), kHolds);
-    EXPECT_EQ(judges.vrf(config_), kHolds);
+    EXPECT_EQ(judges.addresses(*config_), kHolds);
+    EXPECT_EQ(judges.vrf(*config_), kHolds);
   }
 }
 
@@ -473,14 +439,9 @@ TEST_F(Ospfv2RulesTest, MgmtInterfacesAreNotJudged) {
 TEST_F(Ospfv2RulesTest, OnlyTheNameTiesAssignmentAndInterface) {
   Add(kLoopback, "l3 1", {}, "red");
   Assign("l3 1", {"10.1.0.1/24"});
-  EXPECT_EQ(L3Addresses(config_), kHolds);
-  EXPECT_EQ(LoopbackAddresses(config_),
-            (RuleResult{false, Removed("10.1.0.1/24")}));
-  EXPECT_EQ(AllAddresses(config_), (RuleResult{false, Removed("10.1.0.1/24")}));
-  EXPECT_EQ(AllVrf(config_),
-            (RuleResult{false,
-                        "l3 1 vrf red and router ospf 10 vrf global cannot be "
-                        "associated with divergent VRF"}));
+  EXPECT_EQ(kL3Judges.addresses(*config_), kHolds);
+  EXPECT_EQ(kLoopbackJudges.addresses(*config_), Removed("10.1.0.1/24"));
+  ExpectOfAllKinds(Removed("10.1.0.1/24"), Divergent("l3 1", "red", "10"));
 }
 
 // ---- The error text and the snapshot ----------------------------------------
@@ -489,15 +450,15 @@ TEST_F(Ospfv2RulesTest, ARuleThatHoldsLeavesTheTextAlone) {
   ValidateConfig rules;
   Add(kL3, "l3 1", {}, "red");
   Assign("l3 1", {"10.1.0.1/24"});
-  EXPECT_EQ(rules.ValidateOspfv2(config_), -1);
+  EXPECT_EQ(rules.ValidateOspfv2(*config_), -1);
 
   const Config empty;
   EXPECT_EQ(rules.ValidateOspfv2(empty), 0);
   EXPECT_EQ(rules.ValidateOspfv2Vrf(empty), 0);
-  EXPECT_TRUE(rules.ValidateOspfv2CrossIfLo(config_.lo_config(),
-                                            config_.ospfv2_config()));
-  EXPECT_TRUE(rules.ValidateOspfv2CrossIfLoVrf(config_.lo_config(),
-                                               config_.ospfv2_config()));
+  EXPECT_TRUE(rules.ValidateOspfv2CrossIfLo(config_->lo_config(),
+                                            config_->ospfv2_config()));
+  EXPECT_TRUE(rules.ValidateOspfv2CrossIfLoVrf(config_->lo_config(),
+                                               config_->ospfv2_config()));
   EXPECT_TRUE(
       rules.ValidateOspfv2CrossIfL3(empty.l3_config(), empty.ospfv2_config()));
   EXPECT_TRUE(rules.ValidateOspfv2CrossIfL3Vrf(empty.l3_config(),
@@ -509,12 +470,10 @@ TEST_F(Ospfv2RulesTest, ALaterViolationReplacesTheTextWhole) {
   ValidateConfig rules;
   Add(kL3, "l3 1", {}, "red");
   Assign("l3 1", {"10.1.0.1/24"});
-  EXPECT_EQ(rules.ValidateOspfv2(config_), -1);
-  EXPECT_EQ(rules.ValidateOspfv2Vrf(config_), -1);
-  EXPECT_EQ(rules.error_text(),
-            "l3 1 vrf red and router ospf 10 vrf global cannot be associated "
-            "with divergent VRF");
-  EXPECT_EQ(rules.ValidateOspfv2(config_), -1);
+  EXPECT_EQ(rules.ValidateOspfv2(*config_), -1);
+  EXPECT_EQ(rules.ValidateOspfv2Vrf(*config_), -1);
+  EXPECT_EQ(rules.error_text(), Divergent("l3 1", "red", "10"));
+  EXPECT_EQ(rules.ValidateOspfv2(*config_), -1);
   EXPECT_EQ(rules.error_text(), Removed("10.1.0.1/24"));
 }
 
@@ -530,101 +489,15 @@ TEST_F(Ospfv2RulesTest, TheSnapshotStaysAsItIsAndNothingIsRead) {
   const Texts records = Records();
   ASSERT_EQ(records.size(), 8U);
   const std::list<std::shared_ptr<OspfIf>> assignments =
-      config_.ospfv2_config().interfaces();
+      config_->ospfv2_config().interfaces();
   for (const Judges& judges : {kL3Judges, kLoopbackJudges, kAllJudges}) {
-    EXPECT_FALSE(judges.addresses(config_).holds);
-    EXPECT_FALSE(judges.vrf(config_).holds);
+    EXPECT_NE(judges.addresses(*config_), kHolds);
+    EXPECT_NE(judges.vrf(*config_), kHolds);
   }
   EXPECT_EQ(Records(), records);
-  EXPECT_EQ(config_.ospfv2_config().interfaces(), assignments);
-  EXPECT_FALSE(config_.ospfv2_config().ipv4_read());
+  EXPECT_EQ(config_->ospfv2_config().interfaces(), assignments);
+  EXPECT_FALSE(config_->ospfv2_config().ipv4_read());
   EXPECT_TRUE(fake.calls().empty());
-}
-
-// ---- Snapshots that were read -----------------------------------------------
-
-class Ospfv2RulesOnReadDataTest : public Ospfv2RulesTest {
- protected:
-  void Read() {
-    config_.set_sock(FakePlatform::kSocket);
-    config_.set_confd_trans(fake.tctx());
-    config_.intf_by_type(kL3)->ReadConfigIfNeeded(kIpv4);
-    config_.intf_by_type(kLoopback)->ReadConfigIfNeeded(kIpv4);
-    config_.ospfv2_config().ReadConfigIfNeeded(kIpv4);
-  }
-};
-
-TEST_F(Ospfv2RulesOnReadDataTest, TheDefaultInterfaceAndAssignmentAgree) {
-  InterfaceData().StoreIn(fake);
-  OspfRow().StoreIn(fake);
-  OspfProcess().StoreIn(fake);
-  Read();
-  ASSERT_EQ(config_.ospfv2_config().interfaces().size(), 1U);
-  EXPECT_EQ(AllAddresses(config_), kHolds);
-  EXPECT_EQ(AllVrf(config_), kHolds);
-}
-
-TEST_F(Ospfv2RulesOnReadDataTest, ALoopbackOfTheTableIsFoundByItsName) {
-  InterfaceData loopback;
-  loopback.kind = "loopback";
-  loopback.name = "a-b";
-  loopback.ipv4_list = {"10.1.1.1/32", "10.1.1.2/32"};
-  loopback.vrf = "red";
-  loopback.StoreIn(fake);
-  OspfRow row;
-  row.interface = "loopback-a-b";
-  row.prefix_len = 32;
-  row.StoreIn(fake);
-  OspfProcess().StoreIn(fake);
-  Read();
-  EXPECT_EQ(AllAddresses(config_), (RuleResult{false, Added("10.1.1.2/32")}));
-  EXPECT_EQ(AllVrf(config_),
-            (RuleResult{false,
-                        "loopback a-b vrf red and router ospf 10 vrf global "
-                        "cannot be associated with divergent VRF"}));
-}
-
-TEST_F(Ospfv2RulesOnReadDataTest, AnUnknownProcessIs0WithoutAVrf) {
-  InterfaceData data;
-  data.ipv4_list = {"10.1.1.2/24"};
-  data.StoreIn(fake);
-  OspfRow().StoreIn(fake);
-  Read();
-  EXPECT_EQ(AllAddresses(config_),
-            (RuleResult{false,
-                        "10.1.1.2/24 cannot be added after interface is "
-                        "assigned to router ospf 0 vrf  area 1 (0.0.0.1)"}));
-  EXPECT_EQ(AllVrf(config_),
-            (RuleResult{false,
-                        "l3 core1 vrf global and router ospf 0 vrf  cannot be "
-                        "associated with divergent VRF"}));
-}
-
-TEST_F(Ospfv2RulesOnReadDataTest, AnUnknownPrefixLengthIsAChangeTo0) {
-  InterfaceData().StoreIn(fake);
-  OspfRow row;
-  row.prefix_len.reset();
-  row.StoreIn(fake);
-  OspfProcess().StoreIn(fake);
-  Read();
-  EXPECT_EQ(AllAddresses(config_), (RuleResult{false, Removed("10.1.1.1/0")}));
-}
-
-TEST_F(Ospfv2RulesOnReadDataTest, TheAreaOfTheTextIsThatOfTheFirstRow) {
-  InterfaceData data;
-  data.ipv4.reset();
-  data.StoreIn(fake);
-  OspfRow row;
-  row.area = "0.0.0.2";
-  row.address = "10.1.1.9";
-  row.StoreIn(fake);
-  OspfRow().StoreIn(fake);
-  OspfProcess().StoreIn(fake);
-  Read();
-  EXPECT_EQ(
-      AllAddresses(config_),
-      (RuleResult{false, Removed("10.1.1.9/24",
-                                 ProcessText("10", "global", "2 (0.0.0.2)"))}));
 }
 
 }  // namespace

@@ -26,6 +26,8 @@ bool HasPlainBytes(std::string_view text) {
   return odd == 0;
 }
 
+bool IsBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
+
 bool StartsName(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
@@ -47,9 +49,9 @@ class Scanner {
 
  private:
   bool SkipMarkup() {
-    if (Skip("<!--")) return SkipCommentEnd();
-    if (Skip("</")) return SkipEndTag();
     ++at_;
+    if (Skip('/')) return SkipEndTag();
+    if (Skip('!')) return Skip("--") && SkipCommentEnd();
     return SkipStartTag();
   }
 
@@ -63,7 +65,7 @@ class Scanner {
     if (open_.empty() || !Skip(open_.back())) return false;
     open_.pop_back();
     SkipBlanks();
-    return Skip(">");
+    return Skip('>');
   }
 
   // A single attribute cannot have a duplicate name.
@@ -74,20 +76,20 @@ class Scanner {
     SkipBlanks();
     if (Skip("/>")) return true;
     open_.push_back(name);
-    return Skip(">");
+    return Skip('>');
   }
 
   bool SkipAttribute() {
     if (SkipName().empty() || !Skip("=\"")) return false;
     at_ = std::min(text_.find_first_of("\"<", at_), text_.size());
-    return Skip("\"");
+    return Skip('"');
   }
 
   // A name with or without a prefix; empty if there is none.
   std::string_view SkipName() {
     const std::size_t begin = at_;
     if (!SkipPartOfName()) return "";
-    if (Skip(":") && !SkipPartOfName()) return "";
+    if (Skip(':') && !SkipPartOfName()) return "";
     return text_.substr(begin, at_ - begin);
   }
 
@@ -100,8 +102,14 @@ class Scanner {
   // Skips blanks. Whether there were any.
   bool SkipBlanks() {
     const std::size_t begin = at_;
-    at_ = std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size());
+    while (IsBlank(Current())) ++at_;
     return at_ > begin;
+  }
+
+  bool Skip(char expected) {
+    if (Current() != expected) return false;
+    ++at_;
+    return true;
   }
 
   bool Skip(std::string_view expected) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "host/base/stopwatch.h"
+#include "host/datastore/plain_xml.h"
 #include "host/datastore/well_formed.h"
 #include "host/datastore/xml_difference.h"
 
@@ -73,7 +74,8 @@ bool Transaction::CompareTexts(const InputText& text) {
       !running_part_->Complete() || !part->Complete()) {
     return false;
   }
-  RequireWellFormed(*before);
+  // The shared part is well-formed in the candidate.
+  if (!IsPlainXml(texts->first)) RequireWellFormed(*before);
   diff_.emplace(*running_part_, *part, candidate_);
   return true;
 }

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/datastore/plain_xml.h"
+
 namespace ipav::datastore {
 
 namespace {
@@ -71,12 +73,15 @@ class Siblings {
   }
 
  private:
-  // Skips blanks and comments.
+  // Skips blanks and comments. A comment is compared with nothing, so it must
+  // be well-formed by itself.
   void SkipToElement() {
     for (;;) {
       while (at_ < text_.size() && IsBlank(text_[at_])) ++at_;
       if (text_.compare(at_, 4, "<!--") != 0) return;
-      at_ = Behind("-->", at_ + 4);
+      const std::size_t end = Behind("-->", at_ + 4);
+      if (!IsPlainXml(text_.substr(at_, end - at_))) throw TooHard();
+      at_ = end;
     }
   }
 

@@ -15,7 +15,8 @@ namespace ipav::datastore {
 // Each text without the elements that the other one also has, byte by byte,
 // under the same parent, in any order. The rest is well-formed if the text is.
 // List entries and leaves in it are whole; containers have only the rest of
-// their content.
+// their content. The first text is well-formed if its rest and the second text
+// are.
 struct XmlDifference {
   std::string first;
   std::string second;

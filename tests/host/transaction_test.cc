@@ -185,6 +185,8 @@ void Edit(std::mt19937* random, Lines* lines) {
       "<b>256</b>",
       "<!-- a comment -->",
       "<!-- <!-- -->",
+      "<!-- \x01 -->",
+      "<ll>v]]></ll>",
       "<ll><![CDATA[v<1]]></ll>",
       "<frob/>",
       "text",

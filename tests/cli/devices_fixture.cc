@@ -14,26 +14,43 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kDeeds[] = {"hang",
+                                  "spin",
+                                  "spawn-and-hang",
+                                  "spawn-and-crash",
+                                  "_exit",
+                                  "overflow-stack",
+                                  "leave-open",
+                                  "warn",
+                                  "warn-silently",
+                                  "return-1",
+                                  "refuse-at-length",
+                                  "refuse-in-odd-bytes",
+                                  "write-for-ever",
+                                  "close-files",
+                                  "kill-parent"};
+
+// A model of one leaf for each deed of the test plug-in, and of nodes that hold
+// any data.
 std::string ModelText() {
   std::string text =
       "module m { yang-version 1.1; namespace \"urn:m\"; prefix m;\n"
-      "import tailf-common { prefix tailf; }\ncontainer top {\n";
-  for (const char* deed : {"hang", "spawn-and-hang", "spawn-and-crash", "warn",
-                           "refuse-in-odd-bytes", "refuse-at-length"}) {
-    text += "leaf " + std::string(deed) +
-            " { type string; tailf:validate test_set { tailf:opaque " + deed +
-            "; tailf:dependency \".\"; } }\n";
+      "import tailf-common { prefix tailf; }\n"
+      "container top { list row { key k; leaf k { type string; } }\n"
+      "anydata data; anyxml xml;\n";
+  for (const std::string deed : kDeeds) {
+    text += "leaf " + deed + " { type string; tailf:validate test_set " +
+            "{ tailf:opaque " + deed + "; tailf:dependency \".\"; } }\n";
   }
   return text + "leaf nothing { type string; }\n} }\n";
 }
 
 std::string WithMinInterval(int seconds) {
-  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
-         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><nd><ra>\n"
-         "<max-interval>200</max-interval><min-interval>" +
-         std::to_string(seconds) +
-         "</min-interval><lifetime>1800</lifetime>\n"
-         "</ra></nd></ipv6></l3></interface></config>\n";
+  return InterfacesXml(
+      "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><nd><ra>\n"
+      "<max-interval>200</max-interval><min-interval>" +
+      std::to_string(seconds) +
+      "</min-interval><lifetime>1800</lifetime>\n</ra></nd></ipv6></l3>");
 }
 
 pid_t ParentOf(pid_t process) {
@@ -52,11 +69,11 @@ pid_t ParentOf(pid_t process) {
 }  // namespace
 
 void DevicesTest::SetUp() {
-  for (const char* part : {"in", "yang", "output"}) {
+  for (const char* part : {"in", "tmp", "yang", "output"}) {
     fs::create_directory(folder_ / part);
   }
-  fs::copy(IPAV_YANG "/ipav-extensions.yang", folder_ / "yang");
-  fs::copy(IPAV_YANG "/stubs", folder_ / "yang/stubs");
+  fs::copy(IPAV_ROOT "/yang/ipav-extensions.yang", folder_ / "yang");
+  fs::copy(IPAV_ROOT "/yang/stubs", folder_ / "yang/stubs");
   std::ofstream(folder_ / "yang/m.yang") << ModelText();
 }
 
@@ -80,31 +97,42 @@ std::string DevicesTest::WriteBad(const std::string& name) const {
   return Write(name, "interface l3 a\n");
 }
 
+std::string DevicesTest::WriteData(const std::string& name,
+                                   const std::string& inner) const {
+  return Write(name, "<top xmlns=\"urn:m\">" + inner + "</top>\n");
+}
+
 std::string DevicesTest::WriteDeed(const std::string& name,
                                    const std::string& deed) const {
-  return Write(name,
-               "<top xmlns=\"urn:m\"><" + deed + ">x</" + deed + "></top>\n");
+  return WriteData(name, "<" + deed + ">x</" + deed + ">");
 }
 
-Program DevicesTest::Start(std::vector<std::string> arguments) const {
-  arguments.insert(arguments.begin(), IPAV_PROGRAM);
-  return {arguments,
+Program DevicesTest::Run(const Words& command) const {
+  // A sanitizer must not handle a crash before the program's parent sees it.
+  constexpr char kNoHandlers[] = "handle_segv=0:handle_sigbus=0";
+  return {command,
           folder_ / "output",
-          {{{"IPAV_TEST_MARK", mark()}}, folder_, obeys_permissions_}};
+          {{{"TMPDIR", folder_ / "tmp"},
+            {"IPAV_TEST_MARK", mark()},
+            {"IPAV_TEST_STARTED", started()},
+            {"ASAN_OPTIONS", kNoHandlers},
+            {"TSAN_OPTIONS", kNoHandlers}},
+           folder_ / "tmp",
+           obeys_permissions_}};
 }
 
-ProgramResult DevicesTest::Ipav(
-    const std::vector<std::string>& arguments) const {
+Program DevicesTest::Start(const Words& arguments) const {
+  return Run(Joined({IPAV_PROGRAM}, arguments));
+}
+
+ProgramResult DevicesTest::Ipav(const Words& arguments) const {
   return Start(arguments).Wait();
 }
 
-std::vector<std::string> DevicesTest::Wild(
-    const std::vector<std::string>& more) const {
-  const std::string plugin = IPAV_TEST_PLUGINS "/runs_wild.so";
-  std::vector<std::string> arguments = {"check", "--yang", folder_ / "yang",
-                                        "--plugin", plugin};
-  arguments.insert(arguments.end(), more.begin(), more.end());
-  return arguments;
+Words DevicesTest::Wild(const Words& more, const std::string& plugin) const {
+  return Joined({"check", "--yang", folder_ / "yang", "--plugin",
+                 IPAV_TEST_PLUGINS "/" + plugin + ".so"},
+                more);
 }
 
 std::size_t DevicesTest::AwaitProcesses(std::size_t count) const {
@@ -128,6 +156,21 @@ std::vector<pid_t> DevicesTest::DeviceProcesses() const {
 
 std::string AcceptedLine(const std::string& file) {
   return file + ": accepted (10 of 10 validation calls made)\n";
+}
+
+std::string NothingLine(const std::string& file) {
+  return file + ": accepted (0 of 0 validation calls made)\n";
+}
+
+std::string FailedLines(const std::string& file, const std::string& reason) {
+  return file +
+         ": not judged, the plug-in failed (0 of 1 validation calls made)\n"
+         "the plug-in failed: " +
+         reason + "\n";
+}
+
+std::string DeedLines(const std::string& deed) {
+  return "  validation point: " + deed + "\n  data path: /top/" + deed + "\n";
 }
 
 std::string RefusedLines(const std::string& file, int made, int planned,

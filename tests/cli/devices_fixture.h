@@ -3,13 +3,11 @@
 #ifndef IPAV_TESTS_CLI_DEVICES_FIXTURE_H_
 #define IPAV_TESTS_CLI_DEVICES_FIXTURE_H_
 
-#include <gtest/gtest.h>
-
+#include <cstddef>
 #include <string>
 #include <vector>
 
-#include "tests/support/program.h"
-#include "tests/support/temp_dir.h"
+#include "tests/cli/fixture.h"
 
 namespace ipav::testing {
 
@@ -17,40 +15,51 @@ class DevicesTest : public FolderTest {
  protected:
   void SetUp() override;
 
-  // A file below the folder `in`, whose own folders are made.
+  // A file in the folder `in`; makes the folders of its name.
   std::string Write(const std::string& name, const std::string& text) const;
 
-  // A configuration that is accepted when nothing is configured yet, one that
-  // is refused, and one that is none.
+  // A first configuration that is accepted, one that is refused, and a file
+  // that is not a configuration.
   std::string WriteAccepted(const std::string& name) const;
   std::string WriteRefused(const std::string& name) const;
   std::string WriteBad(const std::string& name) const;
 
-  // One that has the misbehaving plug-in do a deed, or nothing.
+  // A candidate of the model of the misbehaving plug-in. With a leaf of the
+  // name of a deed, the plug-in does it; with the leaf `nothing`, it is not
+  // called.
+  std::string WriteData(const std::string& name,
+                        const std::string& inner) const;
   std::string WriteDeed(const std::string& name, const std::string& deed) const;
 
-  Program Start(std::vector<std::string> arguments) const;
-  ProgramResult Ipav(const std::vector<std::string>& arguments) const;
+  // Starts a command, or ipav. All processes of a test can be found by a
+  // variable of their environment.
+  Program Run(const Words& command) const;
+  Program Start(const Words& arguments) const;
+  ProgramResult Ipav(const Words& arguments) const;
 
-  // "check" with the misbehaving plug-in.
-  std::vector<std::string> Wild(const std::vector<std::string>& more) const;
+  // "check" with a misbehaving plug-in.
+  Words Wild(const Words& more, const std::string& plugin = "runs_wild") const;
 
   std::string in() const { return folder_ / "in"; }
+  std::string started() const { return folder_ / "started"; }
 
   // Waits until as many processes of the program run, or ten seconds; returns
   // how many do.
   std::size_t AwaitProcesses(std::size_t count) const;
+  void ExpectNoProcess() const { EXPECT_EQ(AwaitProcesses(0), 0U); }
   // Children of the program itself.
   std::vector<pid_t> DeviceProcesses() const;
   std::string mark() const { return folder_.filename(); }
 
-  bool obeys_permissions_ = false;  // what is started does
+  bool obeys_permissions_ = false;  // of the programs that are started
 };
 
-// Lines of the text report on such a device; its calls, as when nothing was
-// configured.
+// Parts of the text report.
 std::string AcceptedLine(const std::string& file);
-// What the commit did to the two timers is told with their places.
+std::string NothingLine(const std::string& file);  // no call was needed
+std::string FailedLines(const std::string& file, const std::string& reason);
+std::string DeedLines(const std::string& deed);  // the point and the path
+// `min` and `max` are what the commit did to the two timers.
 std::string RefusedLines(const std::string& file, int made = 8,
                          int planned = 10, const std::string& min = "added",
                          const std::string& max = "added");

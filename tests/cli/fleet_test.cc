@@ -1,6 +1,5 @@
 // Many devices in one run, and one run in many parts.
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,10 +7,9 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/cli/devices_fixture.h"
 
@@ -24,26 +22,38 @@ using Clock = std::chrono::steady_clock;
 using nlohmann::json;
 using std::chrono::seconds;
 
-using FleetTest = DevicesTest;
+// A fleet in a folder of its own.
+class FleetTest : public DevicesTest {
+ protected:
+  void WriteDeeds(const Words& names, const std::string& deed) const {
+    for (const std::string& name : names) {
+      WriteDeed("fleet/" + name + ".xml", deed);
+    }
+  }
 
-std::string FailedLines(const std::string& file, const std::string& reason) {
-  return file +
-         ": not judged, the plug-in failed (0 of 1 validation calls made)\n"
-         "the plug-in failed: " +
-         reason + "\n";
+  ProgramResult Check(const Words& more = {}) const {
+    return Ipav(Joined({"check", fleet_}, more));
+  }
+
+  const std::string fleet_ = in() + "/fleet";
+};
+
+// The last line of a report, of as many devices as there are results.
+std::string Summary(int accepted, int refused, int bad, int failed) {
+  const int devices = accepted + refused + bad + failed;
+  return std::to_string(devices) + (devices == 1 ? " device: " : " devices: ") +
+         std::to_string(accepted) + " accepted, " + std::to_string(refused) +
+         " refused, " + std::to_string(bad) + " bad input, " +
+         std::to_string(failed) + " failed\n";
 }
 
-std::string DeedLines(const std::string& deed) {
-  return "  validation point: " + deed + "\n  data path: /top/" + deed + "\n";
-}
-
-std::string NothingLine(const std::string& file) {
-  return file + ": accepted (0 of 0 validation calls made)\n";
+std::string BadInputLines(const std::string& file, const std::string& error) {
+  return file + ": not judged, bad input\n  " + error + "\n";
 }
 
 // Candidates in the order of a JSON report.
-std::vector<std::string> CandidatesOf(const std::string& report) {
-  std::vector<std::string> candidates;
+Words CandidatesOf(const std::string& report) {
+  Words candidates;
   const json parsed = json::parse(report);
   for (const json& device : parsed.at("devices")) {
     candidates.push_back(device.at("candidate"));
@@ -59,18 +69,18 @@ TEST_F(FleetTest,
   WriteRefused("fleet/a/candidate.xml");
   WriteRefused("fleet/a/running.xml");  // the same: nothing to judge
   WriteRefused("fleet/b/candidate.xml");
-  WriteRefused("fleet/b/notes.xml");  // beside a candidate it is nothing
-  const std::string fleet = in() + "/fleet";
-  const ProgramResult result = Ipav({"check", "--running", shared, fleet});
-  EXPECT_EQ(result.out, NothingLine(fleet + "/a/candidate.xml") +
-                            RefusedLines(fleet + "/b/candidate.xml", 1, 2,
-                                         "changed", "unchanged") +
-                            "2 devices: 1 accepted, 1 refused, 0 bad input, "
-                            "0 failed\n");
-  EXPECT_EQ(result.status, 1);
-  const json report = json::parse(
-      Ipav({"check", "--running", shared, "--format", "json", fleet}).out);
-  EXPECT_EQ(report.at("devices").at(0).at("running"), fleet + "/a/running.xml");
+  WriteRefused("fleet/b/notes.xml");  // ignored beside a candidate
+  EXPECT_EQ(Check({"--running", shared}),
+            (ProcessResult{1,
+                           NothingLine(fleet_ + "/a/candidate.xml") +
+                               RefusedLines(fleet_ + "/b/candidate.xml", 1, 2,
+                                            "changed", "unchanged") +
+                               Summary(1, 1, 0, 0),
+                           ""}));
+  const json report =
+      json::parse(Check({"--running", shared, "--format", "json"}).out);
+  EXPECT_EQ(report.at("devices").at(0).at("running"),
+            fleet_ + "/a/running.xml");
   EXPECT_EQ(report.at("devices").at(1).at("running"), shared);
 }
 
@@ -81,54 +91,46 @@ TEST_F(FleetTest, FilesAndFoldersAreTakenInTheOrderOfTheirNames) {
         "fleet/.hidden.xml", "fleet/empty/none.txt"}) {
     Write(name, "{}");
   }
-  const std::string fleet = in() + "/fleet";
   const std::string last = Write("a.xml", "{}");
-  const std::vector<std::string> expected = {
-      fleet + "/B.xml",   fleet + "/a/y/x.json",
-      fleet + "/a/z.xml", fleet + "/b/candidate.json",
-      fleet + "/c.xml",   last};
-  EXPECT_EQ(CandidatesOf(Ipav({"check", "--format", "json", fleet, last}).out),
-            expected);
+  EXPECT_EQ(
+      CandidatesOf(Check({"--format", "json", last}).out),
+      (Words{fleet_ + "/B.xml", fleet_ + "/a/y/x.json", fleet_ + "/a/z.xml",
+             fleet_ + "/b/candidate.json", fleet_ + "/c.xml", last}));
 }
 
 TEST_F(FleetTest, LinksInACircleAreFollowedOnce) {
   const std::string device = WriteAccepted("fleet/a/x.xml");
-  const std::string fleet = in() + "/fleet";
-  fs::create_directory_symlink("..", fleet + "/a/up");
-  fs::create_directory_symlink(".", fleet + "/self");
-  fs::create_directory_symlink("a", fleet + "/same");
-  EXPECT_EQ(CandidatesOf(Ipav({"check", "--format", "json", fleet}).out),
-            std::vector<std::string>({device}));
+  fs::create_directory_symlink("..", fleet_ + "/a/up");
+  fs::create_directory_symlink(".", fleet_ + "/self");
+  fs::create_directory_symlink("a", fleet_ + "/same");
+  EXPECT_EQ(CandidatesOf(Check({"--format", "json"}).out), Words{device});
 }
 
 TEST_F(FleetTest, ALinkToNothingAndAFolderWithTwoCandidatesAreBadInput) {
-  const std::string fleet = in() + "/fleet";
-  WriteAccepted("fleet/a/candidate.json");
+  const std::string two = WriteAccepted("fleet/a/candidate.json");
   WriteAccepted("fleet/a/candidate.xml");
-  fs::create_symlink("none", fleet + "/b.xml");
+  const std::string link = fleet_ + "/b.xml";
+  fs::create_symlink("none", link);
   const std::string good = WriteAccepted("fleet/c.xml");
-  const ProgramResult result = Ipav({"check", fleet});
+  const ProgramResult result = Check();
   EXPECT_EQ(result.out,
-            fleet + "/a/candidate.json: not judged, bad input\n  " + fleet +
-                "/a: holds candidate.xml and candidate.json\n" + fleet +
-                "/b.xml: not judged, bad input\n  " + fleet +
-                "/b.xml: No such file or directory\n" + AcceptedLine(good) +
-                "3 devices: 1 accepted, 0 refused, 2 bad input, 0 failed\n");
+            BadInputLines(two, fleet_ + "/a: holds candidate.xml and "
+                                        "candidate.json") +
+                BadInputLines(link, link + ": No such file or directory") +
+                AcceptedLine(good) + Summary(1, 0, 2, 0));
   EXPECT_EQ(result.status, 2);
 }
 
 TEST_F(FleetTest, AFolderThatCannotBeReadIsBadInput) {
   WriteAccepted("fleet/a/x.xml");
   const std::string good = WriteAccepted("fleet/b.xml");
-  const std::string locked = in() + "/fleet/a";
+  const std::string locked = fleet_ + "/a";
   fs::permissions(locked, fs::perms::none);
   obeys_permissions_ = true;
-  const ProgramResult result = Ipav({"check", in() + "/fleet"});
+  const ProgramResult result = Check();
   fs::permissions(locked, fs::perms::owner_all);
-  EXPECT_EQ(result.out, locked + ": not judged, bad input\n  " + locked +
-                            ": Permission denied\n" + AcceptedLine(good) +
-                            "2 devices: 1 accepted, 0 refused, 1 bad input, "
-                            "0 failed\n");
+  EXPECT_EQ(result.out, BadInputLines(locked, locked + ": Permission denied") +
+                            AcceptedLine(good) + Summary(1, 0, 1, 0));
 }
 
 // --- One result among the others
@@ -144,22 +146,16 @@ TEST_F(FleetTest, ResultsComeInOrderWhileSlowOnesRunTogether) {
                       : NothingLine(file);
   }
   const auto start = Clock::now();
-  const ProgramResult result =
-      Ipav(Wild({"-j", "8", "--timeout", "2", in() + "/fleet"}));
+  EXPECT_EQ(Ipav(Wild({"-j", "8", "--timeout", "2", fleet_})),
+            (ProcessResult{3, expected + Summary(8, 0, 0, 4), ""}));
   EXPECT_LT(Clock::now() - start, seconds(7));  // one by one: 8
-  EXPECT_EQ(
-      result.out,
-      expected + "12 devices: 8 accepted, 0 refused, 0 bad input, 4 failed\n");
-  EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(AwaitProcesses(0), 0U);
+  ExpectNoProcess();
 }
 
 TEST_F(FleetTest, NoMoreDevicesThanAskedForAreJudgedAtATime) {
-  for (const char* name : {"a", "b", "c", "d", "e"}) {
-    WriteDeed("fleet/" + std::string(name) + ".xml", "hang");
-  }
-  Program program = Start(Wild({"-j", "3", in() + "/fleet"}));
-  // The program, and of each device its process, its supervisor and the
+  WriteDeeds({"a", "b", "c", "d", "e"}, "hang");
+  Program program = Start(Wild({"-j", "3", fleet_}));
+  // The program, and for each device its process, its supervisor and the
   // plug-in.
   EXPECT_EQ(AwaitProcesses(10), 10U);
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -170,7 +166,7 @@ TEST_F(FleetTest, ADeviceWhoseProcessIsKilledIsOneResult) {
   const std::string first = WriteDeed("fleet/a.xml", "nothing");
   const std::string killed = WriteDeed("fleet/b.xml", "spawn-and-hang");
   const std::string last = WriteDeed("fleet/c.xml", "nothing");
-  Program program = Start(Wild({"-j", "1", in() + "/fleet"}));
+  Program program = Start(Wild({"-j", "1", fleet_}));
   ASSERT_EQ(AwaitProcesses(6), 6U);  // with two that the plug-in made
   const std::vector<pid_t> processes = DeviceProcesses();
   ASSERT_EQ(processes.size(), 1U);
@@ -181,53 +177,43 @@ TEST_F(FleetTest, ADeviceWhoseProcessIsKilledIsOneResult) {
                 ": not judged, the plug-in failed (0 of 0 validation calls "
                 "made)\nthe plug-in failed: the device's process gave no "
                 "report, killed by signal: Killed\n" +
-                NothingLine(last) +
-                "3 devices: 2 accepted, 0 refused, 0 bad input, 1 failed\n");
+                NothingLine(last) + Summary(2, 0, 0, 1));
   EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(AwaitProcesses(0), 0U);
+  ExpectNoProcess();
 }
 
 TEST_F(FleetTest, ADeviceWhoseProcessStandsStillIsGivenUp) {
-  const std::string file = WriteDeed("fleet/a.xml", "hang");
-  Program program = Start(Wild({"--timeout", "1", in() + "/fleet"}));
+  WriteDeeds({"a"}, "hang");
+  Program program = Start(Wild({"--timeout", "1", fleet_}));
   ASSERT_EQ(AwaitProcesses(4), 4U);
   kill(DeviceProcesses().at(0), SIGSTOP);
   const ProgramResult result = program.Wait();
-  EXPECT_NE(result.out.find("no report, it took several times its time limit"),
-            std::string::npos)
-      << result.out;
+  EXPECT_THAT(result.out,
+              HasSubstr("no report, it took several times its time limit"));
   EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(AwaitProcesses(0), 0U);
+  ExpectNoProcess();
 }
 
 TEST_F(FleetTest, ACrashAndAnInputThatNeverEndsAreResultsAmongTheOthers) {
   const std::string crash = WriteDeed("fleet/a.xml", "spawn-and-crash");
-  const std::string pipe = in() + "/fleet/b.xml";
+  const std::string pipe = fleet_ + "/b.xml";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const std::string good = WriteDeed("fleet/c.xml", "nothing");
-  const ProgramResult result =
-      Ipav(Wild({"-j", "2", "--timeout", "1", in() + "/fleet"}));
-  EXPECT_EQ(result.out,
-            FailedLines(crash, "killed by signal: Aborted") +
-                DeedLines("spawn-and-crash") + pipe +
-                ": not judged, bad input\n  " + pipe +
-                ": not read within 1 second\n" + NothingLine(good) +
-                "3 devices: 1 accepted, 0 refused, 1 bad input, 1 failed\n");
-  EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(AwaitProcesses(0), 0U);
+  EXPECT_EQ(Ipav(Wild({"-j", "2", "--timeout", "1", fleet_})),
+            (ProcessResult{
+                3,
+                FailedLines(crash, "killed by signal: Aborted") +
+                    DeedLines("spawn-and-crash") +
+                    BadInputLines(pipe, pipe + ": not read within 1 second") +
+                    NothingLine(good) + Summary(1, 0, 1, 1),
+                ""}));
+  ExpectNoProcess();
 }
 
 TEST_F(FleetTest, ACallerThatIgnoresTheEndOfItsChildrenChangesNothing) {
   const std::string file = WriteAccepted("fleet/a.xml");
-  Program program({"/bin/bash", "-c", "trap '' CHLD; exec \"$@\"", "bash",
-                   IPAV_PROGRAM, "check", in() + "/fleet"},
-                  folder_ / "output");
-  const ProgramResult result = program.Wait();
-  EXPECT_EQ(result.out,
-            AcceptedLine(file) +
-                "1 device: 1 accepted, 0 refused, 0 bad input, 0 failed\n");
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(Shell("trap '' CHLD; exec " IPAV_PROGRAM " check " + fleet_),
+            (ProcessResult{0, AcceptedLine(file) + Summary(1, 0, 0, 0), ""}));
 }
 
 TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
@@ -239,46 +225,29 @@ TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
     const std::string name = "fleet/" + std::to_string(10 + i) + ".xml";
     expected += NothingLine(WriteDeed(name, "nothing"));
   }
-  std::vector<std::string> command = {
-      "/bin/sh", "-c", "ulimit -n 40; exec \"$@\"", "sh", IPAV_PROGRAM};
-  const auto check = Wild({"-j", "30", in() + "/fleet"});
-  command.insert(command.end(), check.begin(), check.end());
-  const ProgramResult result = Program(command, folder_ / "output").Wait();
-  EXPECT_EQ(
-      result.out,
-      expected + "30 devices: 30 accepted, 0 refused, 0 bad input, 0 failed\n");
+  const Words command = {"/bin/sh", "-c", "ulimit -n 40; exec \"$@\"", "sh",
+                         IPAV_PROGRAM};
+  EXPECT_EQ(Run(Joined(command, Wild({"-j", "30", fleet_}))).Wait().out,
+            expected + Summary(30, 0, 0, 0));
 }
 
-TEST_F(FleetTest, ARunningConfigurationOfADeviceThatIsBadIsBadInputOfIt) {
+TEST_F(FleetTest, ABadRunningConfigurationOfADeviceIsBadInputOfIt) {
   const std::string candidate = WriteAccepted("fleet/a/candidate.xml");
   const std::string bad = WriteBad("fleet/a/running.xml");
-  EXPECT_EQ(Ipav({"check", in() + "/fleet"}).out,
-            candidate + ": not judged, bad input\n  " + bad +
-                ":1: neither XML nor JSON\n"
-                "1 device: 0 accepted, 0 refused, 1 bad input, 0 failed\n");
+  EXPECT_EQ(Check().out,
+            BadInputLines(candidate, bad + ":1: neither XML nor JSON") +
+                Summary(0, 0, 1, 0));
 }
 
-TEST_F(FleetTest, ARunningConfigurationOfAllThatIsBadEndsTheRun) {
+TEST_F(FleetTest, ABadRunningConfigurationOfAllOrABadPluginEndsTheRunOnce) {
   WriteAccepted("fleet/a.xml");
   WriteAccepted("fleet/b.xml");
-  const std::string bad = WriteBad("running.xml");
-  const ProgramResult result = Ipav({"check", "--running", bad, in()});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "ipav: " + bad + ":1: neither XML nor JSON\n");
-}
-
-TEST_F(FleetTest, AFileThatIsNoPlugInEndsTheRunOnce) {
-  WriteAccepted("fleet/a.xml");
-  WriteAccepted("fleet/b.xml");
-  const std::string plugin = Write("text.so", "no library\n");
-  for (const char* format : {"text", "json", "sarif", "junit"}) {
-    const ProgramResult result = Ipav(
-        {"check", "--plugin", plugin, "--format", format, in() + "/fleet"});
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.rfind("ipav: " + plugin + ": ", 0), 0U);
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+  const std::string bad = WriteBad("bad");
+  EXPECT_THAT(Check({"--running", bad}),
+              IsBadInput(bad + ":1: neither XML nor JSON\n"));
+  for (const char* format : kFormats) {
+    EXPECT_THAT(Check({"--plugin", bad, "--format", format}),
+                IsBadInput(bad + ": "));
   }
 }
 
@@ -304,19 +273,17 @@ TEST_F(FleetTest, MemoryDoesNotGrowWithTheNumberOfDevices) {
 
 #endif
 
-// --- Its end
+// --- Signals to the command
 
-class FleetKilled : public DevicesTest,
+class FleetKilled : public FleetTest,
                     public ::testing::WithParamInterface<int> {};
 
 TEST_P(FleetKilled, ByASignalLeavesNoProcess) {
-  for (const char* name : {"a", "b", "c", "d"}) {
-    WriteDeed("fleet/" + std::string(name) + ".xml", "spawn-and-hang");
-  }
+  WriteDeeds({"a", "b", "c", "d"}, "spawn-and-hang");
   for (const bool to_job : {false, true}) {
-    Program program = Start(Wild({"-j", "4", in() + "/fleet"}));
-    // Of each device its process, its supervisor, the plug-in and two of its
-    // own.
+    Program program = Start(Wild({"-j", "4", fleet_}));
+    // For each device its process, its supervisor, the plug-in and two of the
+    // plug-in's own.
     ASSERT_EQ(AwaitProcesses(21), 21U);
     if (to_job) {
       program.SignalGroup(GetParam());  // as a terminal does
@@ -324,7 +291,7 @@ TEST_P(FleetKilled, ByASignalLeavesNoProcess) {
       program.Signal(GetParam());
     }
     EXPECT_EQ(program.Wait().signal, GetParam());
-    EXPECT_EQ(AwaitProcesses(0), 0U);
+    ExpectNoProcess();
   }
 }
 
@@ -332,10 +299,10 @@ INSTANTIATE_TEST_SUITE_P(Signals, FleetKilled,
                          ::testing::Values(SIGINT, SIGTERM, SIGKILL, SIGHUP));
 
 TEST_F(FleetTest, KilledWhileItWritesAFileLeavesNone) {
-  WriteDeed("fleet/a.xml", "hang");
+  WriteDeeds({"a"}, "hang");
   const std::string output = Write("report.json", "old\n");
   Program program =
-      Start(Wild({"--format", "json", "--output", output, in() + "/fleet"}));
+      Start(Wild({"--format", "json", "--output", output, fleet_}));
   ASSERT_EQ(AwaitProcesses(4), 4U);
   program.Signal(SIGTERM);
   EXPECT_EQ(program.Wait().signal, SIGTERM);
@@ -349,53 +316,37 @@ TEST_F(FleetTest, FailedOnlyListsNoAcceptedDeviceAndCountsIt) {
   WriteAccepted("fleet/a.xml");
   const std::string refused = WriteRefused("fleet/b.xml");
   WriteAccepted("fleet/c.xml");
-  const std::string fleet = in() + "/fleet";
-  const ProgramResult result = Ipav({"check", "--failed-only", fleet});
-  EXPECT_EQ(result.out, RefusedLines(refused) +
-                            "3 devices: 2 accepted, 1 refused, 0 bad input, "
-                            "0 failed\n");
-  const std::string report =
-      Ipav({"check", "--failed-only", "--format", "json", fleet}).out;
-  EXPECT_EQ(CandidatesOf(report), std::vector<std::string>({refused}));
+  EXPECT_EQ(Check({"--failed-only"}).out,
+            RefusedLines(refused) + Summary(2, 1, 0, 0));
+  const std::string report = Check({"--failed-only", "--format", "json"}).out;
+  EXPECT_EQ(CandidatesOf(report), Words{refused});
   EXPECT_EQ(json::parse(report).at("summary").at("accepted"), 2);
 }
 
-// What a run prints to a terminal.
-std::string OnTerminal(const std::string& command, const std::string& folder) {
-  Program program({"/usr/bin/script", "-qec", command, "/dev/null"}, folder);
-  return program.Wait().out;
-}
-
 TEST_F(FleetTest, ATerminalSeesProgressUnlessQuiet) {
-  for (const char* name : {"a", "b", "c"}) {
-    WriteDeed("fleet/" + std::string(name) + ".xml", "hang");
-  }
+  WriteDeeds({"a", "b", "c"}, "hang");
   std::string command = IPAV_PROGRAM;
   for (const std::string& argument :
-       Wild({"-j", "2", "--timeout", "1", in() + "/fleet"})) {
+       Wild({"-j", "2", "--timeout", "1", fleet_})) {
     command += " " + argument;
   }
-  const std::string output = folder_ / "output";
-  const std::string shown = OnTerminal(command, output);
-  EXPECT_NE(shown.find("\r\x1b[K0 of 3 devices, 0 refused"), std::string::npos)
-      << shown;
-  EXPECT_NE(shown.find("\r\x1b[K2 of 3 devices, 0 refused, 2 not judged, "),
-            std::string::npos)
-      << shown;
-  EXPECT_NE(shown.find(" per second, "), std::string::npos);
-  EXPECT_EQ(OnTerminal(command + " --quiet", output).find("of 3 devices"),
-            std::string::npos);
-  const std::string errors_elsewhere = command + " 2>/dev/null";
-  EXPECT_EQ(OnTerminal(errors_elsewhere, output).find("of 3 devices"),
-            std::string::npos);
+  const std::string shown = OnTerminal(command);
+  for (const char* part :
+       {"\r\x1b[K0 of 3 devices, 0 refused",
+        "\r\x1b[K2 of 3 devices, 0 refused, 2 not judged, ", " per second, "}) {
+    EXPECT_THAT(shown, HasSubstr(part));
+  }
+  for (const char* more : {" --quiet", " 2>/dev/null"}) {
+    EXPECT_THAT(OnTerminal(command + more), Not(HasSubstr("of 3 devices")));
+  }
 }
 
 // --- Parts of a fleet
 
-class ShardTest : public DevicesTest {
+class ShardTest : public FleetTest {
  protected:
   void SetUp() override {
-    DevicesTest::SetUp();
+    FleetTest::SetUp();
     for (int i = 0; i < 10; ++i) {
       const std::string name = "fleet/" + std::to_string(10 + i);
       if (i % 4 == 3) {
@@ -408,22 +359,13 @@ class ShardTest : public DevicesTest {
     }
   }
 
-  std::vector<std::string> Check(const std::vector<std::string>& more) const {
-    std::vector<std::string> arguments = {"check", in() + "/fleet"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
-  }
-
   // The JSON report of one part, in a file.
-  std::string Part(int number, int of,
-                   const std::vector<std::string>& more = {}) const {
-    std::string file =
-        folder_ / (std::to_string(number) + "-" + std::to_string(of) + ".json");
-    std::vector<std::string> arguments =
-        Check({"--format", "json", "--output", file, "--shard",
-               std::to_string(number) + "/" + std::to_string(of)});
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    const ProgramResult result = Ipav(arguments);
+  std::string Part(int number, int of, const Words& more = {}) const {
+    const std::string shard = std::to_string(number) + "/" + std::to_string(of);
+    std::string file = folder_ / ("part-" + std::to_string(number) + "-" +
+                                  std::to_string(of) + ".json");
+    const ProgramResult result = Check(
+        Joined({"--format", "json", "--output", file, "--shard", shard}, more));
     EXPECT_EQ(result.out + result.err, "");
     EXPECT_LE(result.status, 2);
     return file;
@@ -431,83 +373,66 @@ class ShardTest : public DevicesTest {
 };
 
 TEST_F(ShardTest, PartsHaveEachDeviceOnce) {
-  const std::vector<std::string> all =
-      CandidatesOf(Ipav(Check({"--format", "json"})).out);
+  const Words all = CandidatesOf(Check({"--format", "json"}).out);
   ASSERT_EQ(all.size(), 10U);
   for (const int of : {1, 2, 3, 7, 10, 13}) {
-    std::vector<std::string> together;
+    Words together;
     for (int number = 1; number <= of; ++number) {
-      const auto part = CandidatesOf(ReadFile(Part(number, of)));
+      const Words part = CandidatesOf(ReadFile(Part(number, of)));
       EXPECT_LE(part.size(), static_cast<std::size_t>(10 / of + 1));
-      together.insert(together.end(), part.begin(), part.end());
+      together = Joined(together, part);
     }
-    std::sort(together.begin(), together.end());
-    std::vector<std::string> expected = all;
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(together, expected) << of;
+    EXPECT_THAT(together, ::testing::UnorderedElementsAreArray(all)) << of;
   }
 }
 
-TEST_F(ShardTest, APartTellsWhichItIs) {
-  EXPECT_NE(Ipav(Check({"--shard", "2/3"}))
-                .out.find("shard 2 of 3 of 10 devices, 3 devices: "),
-            std::string::npos);
+TEST_F(ShardTest, APartNamesItself) {
+  EXPECT_THAT(Check({"--shard", "2/3"}).out,
+              HasSubstr("shard 2 of 3 of 10 devices, 3 devices: "));
 }
 
 TEST_F(ShardTest, AnEmptyPartIsAccepted) {
-  const ProgramResult result = Ipav(Check({"--shard", "11/11"}));
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out,
-            "shard 11 of 11 of 10 devices, 0 devices: 0 accepted, 0 refused, "
-            "0 bad input, 0 failed\n");
+  EXPECT_EQ(
+      Check({"--shard", "11/11"}),
+      (ProcessResult{0, "shard 11 of 11 of 10 devices, " + Summary(0, 0, 0, 0),
+                     ""}));
 }
 
-TEST_F(ShardTest, APartThatIsNoneIsAnErrorOfTheCommandLine) {
+TEST_F(ShardTest, AnotherTextThanAPartIsAnErrorOfTheCommandLine) {
   for (const char* shard : {"0/3", "4/3", "1", "1/", "/2", "a/b", "-1/2",
                             "1/2/3", "1.5/2", "1/0"}) {
-    const ProgramResult result = Ipav(Check({"--shard", shard}));
-    EXPECT_EQ(result.status, 2) << shard;
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err,
-              "ipav: --shard: " + std::string(shard) +
-                  " is not I/N, 1/N to N/N (see ipav check --help)\n");
+    EXPECT_THAT(
+        Check({"--shard", shard}),
+        IsBadInput("--shard: " + std::string(shard) +
+                   " is not I/N, 1/N to N/N (see ipav check --help)\n"));
   }
 }
 
 TEST_F(ShardTest, SummarizedPartsAreTheReportOfOneRunInEveryFormat) {
-  for (const bool failed_only : {false, true}) {
-    const std::vector<std::string> more =
-        failed_only ? std::vector<std::string>{"--failed-only"}
-                    : std::vector<std::string>{};
+  for (const Words& more : {Words{}, Words{"--failed-only"}}) {
     // Not in their order.
-    const std::vector<std::string> parts = {Part(3, 3, more), Part(1, 3, more),
-                                            Part(2, 3, more)};
-    for (const char* format : {"text", "json", "sarif", "junit"}) {
+    const Words parts = {Part(3, 3, more), Part(1, 3, more), Part(2, 3, more)};
+    for (const char* format : kFormats) {
       SCOPED_TRACE(format);
-      std::vector<std::string> check = Check({"--format", format});
-      check.insert(check.end(), more.begin(), more.end());
-      std::vector<std::string> summarize = {"summarize", "--format", format};
-      summarize.insert(summarize.end(), parts.begin(), parts.end());
-      const ProgramResult one = Ipav(check);
-      const ProgramResult together = Ipav(summarize);
-      EXPECT_EQ(together.out, one.out);
-      EXPECT_EQ(together.err, "");
-      EXPECT_EQ(together.status, 2);
+      const ProgramResult one = Check(Joined({"--format", format}, more));
+      const ProgramResult together =
+          Ipav(Joined({"summarize", "--format", format}, parts));
       EXPECT_EQ(one.status, 2);
+      EXPECT_EQ(together, (ProcessResult{2, one.out, ""}));
     }
   }
 }
 
-TEST_F(ShardTest, AMissingPartIsToldAndIsNoAcceptance) {
+TEST_F(ShardTest, AMissingPartIsNamedAndIsNotAnAcceptance) {
   const std::string first = Part(1, 4);  // accepted all
   const ProgramResult result = Ipav({"summarize", first, Part(3, 4)});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err,
             "ipav: shard 2 of 4 is missing\nipav: shard 4 of 4 is missing\n");
-  EXPECT_NE(result.out.find("\n5 devices: "), std::string::npos) << result.out;
+  EXPECT_THAT(result.out, HasSubstr("\n5 devices: "));
 }
 
-TEST_F(ShardTest, APartThatIsThereTwiceIsToldAndCountedOnce) {
+TEST_F(ShardTest, APartThatIsThereTwiceIsNamedAndCountedOnce) {
   const std::string first = Part(1, 2);
   const std::string again = folder_ / "again.json";
   fs::copy(first, again);
@@ -516,10 +441,8 @@ TEST_F(ShardTest, APartThatIsThereTwiceIsToldAndCountedOnce) {
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err,
             "ipav: shard 1 of 2 is in " + first + " and in " + again + "\n");
-  EXPECT_NE(result.out.find("10 devices: 7 accepted, 2 refused, 1 bad input"),
-            std::string::npos)
-      << result.out;
-  EXPECT_EQ(result.out.find(": accepted ("), std::string::npos);
+  EXPECT_THAT(result.out, EndsWith(Summary(7, 2, 1, 0)));
+  EXPECT_THAT(result.out, Not(HasSubstr(": accepted (")));
 }
 
 TEST_F(ShardTest, PartsOfDifferentRunsAreNotMixed) {
@@ -531,29 +454,25 @@ TEST_F(ShardTest, PartsOfDifferentRunsAreNotMixed) {
                             "\nipav: shard 2 of 2 is missing\n");
 }
 
-TEST_F(ShardTest, AResultThatIsCutOffOrNoneIsNamedAndTheOthersCount) {
+TEST_F(ShardTest, AResultThatCannotBeReadIsNamedAndTheOthersCount) {
   const std::string good = Part(1, 1);
   const std::string text = ReadFile(good);
-  const std::string cut = folder_ / "cut.json";
-  std::ofstream(cut) << text.substr(0, text.size() / 2);
+  const std::string cut = Write("cut.json", text.substr(0, text.size() / 2));
   const std::string other = Write("other.json", "{\"devices\": []}");
   const std::string none = folder_ / "none.json";
   const ProgramResult result =
       Ipav({"summarize", cut, good, other, none, "--format", "json"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(json::parse(result.out).at("summary").at("devices"), 10);
-  EXPECT_EQ(result.err.rfind("ipav: " + cut + ": no whole report of ipav: ", 0),
-            0U)
-      << result.err;
-  EXPECT_NE(result.err.find("\nipav: " + other + ": no whole report of ipav: "),
-            std::string::npos);
-  EXPECT_NE(
-      result.err.find("\nipav: " + none + ": No such file or directory\n"),
-      std::string::npos);
-  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 3);
+  const std::string why = ": no whole report of ipav: ";
+  EXPECT_THAT(result.err, StartsWith("ipav: " + cut + why));
+  EXPECT_THAT(result.err, HasSubstr("\nipav: " + other + why));
+  EXPECT_THAT(result.err,
+              EndsWith("\nipav: " + none + ": No such file or directory\n"));
+  EXPECT_EQ(CountOf("\n", result.err), 3U);
 }
 
-TEST_F(ShardTest, AResultWhoseSummaryLiesIsNamed) {
+TEST_F(ShardTest, AResultWithAWrongSummaryIsNamed) {
   const std::string file = Part(1, 1);
   json report = json::parse(ReadFile(file));
   report["summary"]["refused"] = 0;
@@ -565,9 +484,8 @@ TEST_F(ShardTest, AResultWhoseSummaryLiesIsNamed) {
 }
 
 TEST_F(ShardTest, RunsWithoutShardsAreListedAsTheyCome) {
-  std::vector<std::string> arguments = {"summarize", "--format", "json"};
-  const std::vector<std::string> devices = {in() + "/fleet/13.xml",
-                                            in() + "/fleet/10/candidate.xml"};
+  Words arguments = {"summarize", "--format", "json"};
+  const Words devices = {fleet_ + "/13.xml", fleet_ + "/10/candidate.xml"};
   for (const std::string& device : devices) {
     const std::string file = device + ".report";
     Ipav({"check", "--format", "json", "--output", file, device});

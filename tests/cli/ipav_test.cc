@@ -1,7 +1,5 @@
-// The command as its users meet it: verdicts, exit statuses, and one clear line
-// for whatever is wrong with the input.
-
-#include <gtest/gtest.h>
+// The command as its users meet it: verdicts, exit statuses, and one line for
+// an error in the input.
 
 #include <algorithm>
 #include <filesystem>
@@ -9,21 +7,15 @@
 #include <map>
 #include <regex>
 #include <sstream>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "tests/support/run_process.h"
-#include "tests/support/temp_dir.h"
+#include "tests/cli/fixture.h"
 
 namespace ipav::testing {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
-const std::string kRunning = kBranch + "running.xml";
 
 // The validation points by their opaque texts.
 constexpr char kL3Name[] = "intf_l3_name_validation";
@@ -45,26 +37,10 @@ constexpr char kLoopback[] = "/config/interface/loopback";
 constexpr char kMgmt[] = "/config/interface/mgmt";
 constexpr char kOspf[] = "/internal/ospf-interface-l3";
 
-ProcessResult Ipav(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), IPAV_PROGRAM);
-  return RunProcess(arguments);
-}
+using Edit = std::pair<std::string, std::string>;
 
 class IpavTest : public FolderTest {
  protected:
-  // One line on standard error that begins with `expected`, nothing on
-  // standard output, exit status 2.
-  static void ExpectBadInput(const ProcessResult& result,
-                             const std::string& expected) {
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.substr(0, expected.size()), expected) << result.err;
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1)
-        << result.err;
-  }
-
-  using Edit = std::pair<std::string, std::string>;
-
   // The branch router with the first place of each left text replaced.
   std::string Branch(const std::vector<Edit>& edits) const {
     std::string text = ReadFile(kRunning);
@@ -76,34 +52,35 @@ class IpavTest : public FolderTest {
     return Write("candidate.xml", text);
   }
 
-  // The answers of an accepted commit of these edits to the branch router, as
-  // `--all` lists them.
-  std::string AnswersOf(const std::vector<Edit>& edits) const {
-    return AnswersOf(Branch(edits));
-  }
-  static std::string AnswersOf(const std::string& file) {
-    const ProcessResult result =
-        Ipav({"check", "--all", "--running", kRunning, file});
-    EXPECT_EQ(result.status, 0);
-    const std::string verdict = file + ": accepted (";
-    EXPECT_EQ(result.out.substr(0, verdict.size()), verdict) << result.out;
-    return result.out.substr(result.out.find('\n') + 1);
+  // A model that uses points where their callbacks do not expect it, from a
+  // folder beside this file. Returns its candidate.
+  std::string WrongModel(const std::string& name) const {
+    fs::copy(IPAV_ROOT "/tests/cli/" + name, folder_);
+    fs::copy(IPAV_ROOT "/yang/ipav-extensions.yang", folder_);
+    fs::copy(IPAV_ROOT "/yang/stubs", folder_ / "stubs");
+    return folder_ / "candidate.xml";
   }
 };
 
-std::string Interface(const std::string& inner) {
-  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
-         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>\n" +
-         inner + "\n</l3></interface></config>\n";
+// `check` of a change of the branch router.
+ProcessResult CheckBranch(const std::string& file, const Words& more = {}) {
+  return Ipav(Joined({"check", "--running", kRunning, file}, more));
+}
+
+// The answers of an accepted commit, as `--all` lists them.
+std::string AnswersOf(const std::string& file) {
+  const ProcessResult result = CheckBranch(file, {"--all"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, StartsWith(file + ": accepted ("));
+  return result.out.substr(result.out.find('\n') + 1);
 }
 
 std::string Place(const std::string& point, const std::string& path) {
   return "  validation point: " + point + "\n  data path: " + path + "\n";
 }
 
-// What `--all` lists of points of one node that accept, in that order.
-std::string Accepted(const std::string& path,
-                     const std::vector<std::string>& points) {
+// The lines of `--all` for points of one node that accept.
+std::string Accepted(const std::string& path, const Words& points) {
   std::string text;
   for (const std::string& point : points) {
     text += "(accepted)\n" + Place(point, path);
@@ -111,7 +88,7 @@ std::string Accepted(const std::string& path,
   return text;
 }
 
-// What it lists of a point whose reader meets a text that is no address.
+// The lines for a point whose reader meets a text that is no address.
 std::string NoAddress(const std::string& path, const std::string& point) {
   return "the plug-in threw an exception: Invalid argument\n" +
          Place(point, path);
@@ -119,79 +96,70 @@ std::string NoAddress(const std::string& path, const std::string& point) {
 
 TEST_F(IpavTest, AnAcceptedCandidateEndsWithStatus0) {
   const std::string file = kBranch + "ra-timers-tuned.xml";
-  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, file + ": accepted (12 of 12 validation calls made)\n");
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(
+      CheckBranch(file),
+      (ProcessResult{0, file + ": accepted (12 of 12 validation calls made)\n",
+                     ""}));
 }
 
 TEST_F(IpavTest, ARefusalEndsWithStatus1AndPrintsTextPointAndPath) {
   const std::string file = kBranch + "ra-lifetime-equal-to-max.xml";
-  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.out,
-            file +
-                ": refused (2 of 2 validation calls made)\n"
-                "Lifetime must be greater than maximum router advertisement "
-                "interval\n"
-                "  validation point: validate_ipv6_nd_ra_lifetime\n"
-                "  data path: /config/interface/l3{printers}/ipv6/nd/ra\n"
-                "  " +
-                file +
-                ":470:23: lifetime, changed\n"
-                "    470 |             <lifetime>600</lifetime>\n"
-                "        |                       ^~~\n"
-                "  " +
-                file +
-                ":468:27: max-interval, unchanged\n"
-                "    468 |             <max-interval>600</max-interval>\n"
-                "        |                           ^~~\n"
-                "  what to do: Raise lifetime above max-interval, or set it to "
-                "0 for a router that is not a default router.\n"
-                "  see docs/messages.md#router-lifetime\n");
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(CheckBranch(file),
+            (ProcessResult{1,
+                           file +
+                               R"(: refused (2 of 2 validation calls made)
+Lifetime must be greater than maximum router advertisement interval
+  validation point: validate_ipv6_nd_ra_lifetime
+  data path: /config/interface/l3{printers}/ipv6/nd/ra
+  )" + file + R"(:470:23: lifetime, changed
+    470 |             <lifetime>600</lifetime>
+        |                       ^~~
+  )" + file +
+                               R"(:468:27: max-interval, unchanged
+    468 |             <max-interval>600</max-interval>
+        |                           ^~~
+  what to do: Raise lifetime above max-interval, or set it to 0 for a router )"
+                               R"(that is not a default router.
+  see docs/messages.md#router-lifetime
+)",
+                           ""}));
 }
 
 TEST_F(IpavTest, WithoutARunningConfigurationEverythingIsNew) {
-  for (const std::string& file :
-       {kRunning, std::string(IPAV_EXAMPLES "/campus-core/running.json")}) {
+  for (const std::string& file : {kRunning, kCampus + "running.json"}) {
     const ProcessResult result = Ipav({"check", "--all", file});
-    EXPECT_EQ(result.status, 0) << result.out;
+    EXPECT_EQ(result.status, 0);
     for (const char* point :
          {kL3Name, kVrf, kIpv4, kIpv4Ospf, kIpv4Route, kIpv6, kIpv6Route,
           kOutput, kVlan, kInterval, kLifetime}) {
-      EXPECT_NE(
-          result.out.find("\n  validation point: " + std::string(point) + "\n"),
-          std::string::npos)
-          << file << ": " << point;
+      EXPECT_THAT(
+          result.out,
+          HasSubstr("\n  validation point: " + std::string(point) + "\n"))
+          << file;
     }
   }
 }
 
 TEST_F(IpavTest, AnUnchangedConfigurationRunsNoPoint) {
-  const ProcessResult result = Ipav({"check", "--running", kRunning, kRunning});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out,
+  EXPECT_EQ(OutputOf({"check", "--running", kRunning, kRunning}),
             kRunning + ": accepted (0 of 0 validation calls made)\n");
 }
 
 // The configuration of one interface with these timers.
 std::string WithTimers(int max_interval, int min_interval) {
-  return Interface(
-      "<ipv6><nd><ra><max-interval>" + std::to_string(max_interval) +
-      "</max-interval><min-interval>" + std::to_string(min_interval) +
-      "</min-interval><lifetime>1800</lifetime></ra></nd></ipv6>");
+  return L3Xml("<ipv6><nd><ra><max-interval>" + std::to_string(max_interval) +
+               "</max-interval><min-interval>" + std::to_string(min_interval) +
+               "</min-interval><lifetime>1800</lifetime></ra></nd></ipv6>");
 }
 
 // Edits of the branch router and the points that they run.
 struct RunCase {
-  std::vector<std::pair<std::string, std::string>> edits;
+  std::vector<Edit> edits;
   std::string answers;
 };
 
 // An edit that puts an entry in front of the first of its list.
-std::pair<std::string, std::string> NewEntry(const std::string& list,
-                                             const std::string& inner) {
+Edit NewEntry(const std::string& list, const std::string& inner) {
   const std::string start = "<" + list + " xmlns=\"urn:vorplex:ipapp\">";
   return {start, start + inner + "</" + list + ">" + start};
 }
@@ -207,10 +175,9 @@ std::string L3Text(const std::string& name) {
 // A table, however long.
 // NOLINTNEXTLINE(readability-function-size)
 std::vector<RunCase> RunCases() {
-  const std::vector<std::string> ipv4 = {kIpv4, kIpv4Ospf, kIpv4Route};
-  const std::vector<std::string> ipv6 = {kIpv6, kIpv6Route};
-  const std::vector<std::string> vrf = {kVrf, kIpv4, kIpv4Route, kIpv6,
-                                        kIpv6Route};
+  const Words ipv4 = {kIpv4, kIpv4Ospf, kIpv4Route};
+  const Words ipv6 = {kIpv6, kIpv6Route};
+  const Words vrf = {kVrf, kIpv4, kIpv4Route, kIpv6, kIpv6Route};
   const std::string portal = "Landing page of the guest network</description>";
   const std::string netmask = "<ospf-pm-ip-netmask>30</ospf-pm-ip-netmask>";
   const std::string ospf = Accepted(kOspf, {kIpv4Ospf, kVrf});
@@ -225,7 +192,7 @@ std::vector<RunCase> RunCases() {
                                 Accepted(kLoopback, {kIpv4, kIpv6}) +
                                 Accepted(kMgmt, {kIpv4, kIpv6});
   return {
-      // What no rule reads.
+      // Nodes that no rule reads.
       {{{"Printers", "All printers"}}, ""},
       {{{"Anycast resolver", "Resolver"}}, ""},
       {{{"<mtu>9000</mtu>", "<mtu>9216</mtu>"}}, ""},
@@ -299,7 +266,7 @@ std::vector<RunCase> RunCases() {
 
 TEST_F(IpavTest, AChangeRunsThePointsThatDependOnIt) {
   for (const auto& [edits, answers] : RunCases()) {
-    EXPECT_EQ(AnswersOf(edits), answers) << edits.front().second;
+    EXPECT_EQ(AnswersOf(Branch(edits)), answers) << edits.front().second;
   }
 }
 
@@ -312,241 +279,197 @@ TEST_F(IpavTest, ACommitRunsRoutesFirstThenInterfacesThenOspf) {
                 Accepted(kOspf, {kIpv4Ospf, kVrf}));
 }
 
-TEST_F(IpavTest, AnUnspecifiedAddressIsAWarningAndNoRefusal) {
+TEST_F(IpavTest, AnUnspecifiedAddressIsAWarningAndNotARefusal) {
   const std::string file =
       Branch({{"<ip>10.12.50.1/24</ip>",
                "<ip>10.12.50.1/24</ip><secondary><ip>0.0.0.0/24</ip>"
                "</secondary>"},
               {"<ip>172.31.112.2/28</ip>", "<ip>0.0.0.0/0</ip>"},
               {"<ip>2001:db8:12:ff01::2/64</ip>", "<ip>::/64</ip>"}});
-  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-  EXPECT_EQ(result.status, 0);
   // A family is read once for all points of a commit, so it warns once.
-  EXPECT_EQ(result.out,
+  EXPECT_EQ(OutputOf({"check", "--running", kRunning, file}),
             file +
                 ": accepted (7 of 7 validation calls made)\n"
                 "  warning: Unspecified IPv4 address for key '0.0.0.0/24'\n"
                 "  warning: Unspecified IPv4 address for key 'eth1'\n"
                 "  warning: Unspecified IPv6 address for key '::/64'\n");
-  EXPECT_EQ(result.err, "");
 }
 
-TEST_F(IpavTest, AnUnspecifiedPrimaryAddressOfL3IsNoWarning) {
+TEST_F(IpavTest, AnUnspecifiedPrimaryAddressOfL3IsNotAWarning) {
   const std::string file =
       Branch({{"<ip>10.12.50.1/24</ip>", "<ip>0.0.0.0/24</ip>"}});
-  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, file + ": accepted (3 of 3 validation calls made)\n");
+  EXPECT_EQ(OutputOf({"check", "--running", kRunning, file}),
+            file + ": accepted (3 of 3 validation calls made)\n");
 }
 
 TEST_F(IpavTest, AnAddressPointOnAnUnknownKindIsRefused) {
-  fs::copy(IPAV_WRONG_KIND, folder_);
-  fs::copy(IPAV_YANG "/ipav-extensions.yang", folder_);
-  fs::copy(IPAV_YANG "/stubs", folder_ / "stubs");
-  const std::string file = folder_ / "candidate.xml";
-  const ProcessResult result =
-      Ipav({"check", "--all", "--yang", folder_, file});
-  EXPECT_EQ(result.status, 1);
+  const std::string file = WrongModel("wrong-kind-model");
   std::string expected = file + ": refused (2 of 2 validation calls made)\n";
-  for (const char* point : {"ipv4_addr_validation", "ipv6_addr_validation"}) {
+  for (const char* point : {kIpv4, kIpv6}) {
     expected +=
-        "invalid interface being handled by IP-App validation\n"
-        "  validation point: " +
-        std::string(point) +
-        "\n  data path: /tunnel\n"
+        "invalid interface being handled by IP-App validation\n" +
+        Place(point, "/tunnel") +
         "  note: the text names no node of the configuration\n"
         "  what to do: Correct the data model: this validation point sits "
         "where it cannot check any interface.\n"
         "  see docs/messages.md#an-interface-that-is-not-judged\n";
   }
-  EXPECT_EQ(result.out, expected);
+  EXPECT_EQ(Ipav({"check", "--all", "--yang", folder_, file}),
+            (ProcessResult{1, expected, ""}));
 }
 
 TEST_F(IpavTest, ARefusedCandidateDoesNotSpoilTheCorrectedOne) {
   const std::string running = Write("running.xml", WithTimers(200, 100));
   const std::string refused = Write("refused.xml", WithTimers(200, 151));
   const std::string corrected = Write("corrected.xml", WithTimers(204, 151));
-  const ProcessResult result =
-      Ipav({"check", "--running", running, refused, corrected});
-  EXPECT_EQ(result.status, 1);  // the gravest of all
-  EXPECT_EQ(result.out,
-            refused +
-                ": refused (1 of 2 validation calls made)\n"
-                "Minimum interval must be no greater than maximum interval * "
-                "0.75\n"
-                "  validation point: validate_ipv6_nd_ra_interval\n"
-                "  data path: /config/interface/l3{a}/ipv6/nd/ra\n"
-                "  " +
-                refused +
-                ":3:61: min-interval, changed\n"
-                "      3 | ...nterval>200</max-interval><min-interval>151"
-                "</min-interval><lifetime>1800</lifetime></ra></nd></i...\n"
-                "        |                                            ^~~\n"
-                "  " +
-                refused +
-                ":3:29: max-interval, unchanged\n"
-                "      3 | <ipv6><nd><ra><max-interval>200</max-interval>"
-                "<min-interval>151</min-interval><lifetime>1800</li...\n"
-                "        |                             ^~~\n"
-                "  what to do: Lower min-interval to at most three quarters of "
-                "max-interval, or raise max-interval.\n"
-                "  see docs/messages.md#minimum-interval\n" +
-                corrected + ": accepted (2 of 2 validation calls made)\n");
+  EXPECT_EQ(
+      Ipav({"check", "--running", running, refused, corrected}),
+      (ProcessResult{
+          1,  // the gravest of all
+          refused + R"(: refused (1 of 2 validation calls made)
+Minimum interval must be no greater than maximum interval * 0.75
+  validation point: validate_ipv6_nd_ra_interval
+  data path: /config/interface/l3{a}/ipv6/nd/ra
+  )" + refused +
+              ":3:61: min-interval, changed\n"
+              "      3 | ...nterval>200</max-interval><min-interval>151"
+              "</min-interval><lifetime>1800</lifetime></ra></nd></i...\n"
+              "        |                                            ^~~\n  " +
+              refused +
+              ":3:29: max-interval, unchanged\n"
+              "      3 | <ipv6><nd><ra><max-interval>200</max-interval>"
+              "<min-interval>151</min-interval><lifetime>1800</li...\n"
+              "        |                             ^~~\n"
+              "  what to do: Lower min-interval to at most three quarters of "
+              "max-interval, or raise max-interval.\n"
+              "  see docs/messages.md#minimum-interval\n" +
+              corrected + ": accepted (2 of 2 validation calls made)\n",
+          ""}));
 }
 
 TEST_F(IpavTest, ABadCandidateIsOneResultAmongTheOthers) {
-  const std::string bad = Write("bad.xml", Interface("<frob/>"));
-  const ProcessResult result =
-      Ipav({"check", "--running", kRunning, bad, kRunning});
+  const std::string bad = Write("bad.xml", L3Xml("<frob/>"));
+  const ProcessResult result = CheckBranch(bad, {kRunning});
   EXPECT_EQ(result.status, 2);  // the gravest of all
-  const std::string expected =
-      bad + ": not judged, bad input\n  " + bad + ":3: Node \"frob\" not found";
-  EXPECT_EQ(result.out.substr(0, expected.size()), expected);
-  EXPECT_EQ(result.out.substr(result.out.find('\n', expected.size()) + 1),
-            kRunning + ": accepted (0 of 0 validation calls made)\n");
+  EXPECT_THAT(result.out, StartsWith(bad + ": not judged, bad input\n  " + bad +
+                                     ":3: Node \"frob\" not found"));
+  EXPECT_THAT(result.out,
+              EndsWith("\n" + kRunning +
+                       ": accepted (0 of 0 validation calls made)\n"));
+  EXPECT_EQ(CountOf("\n", result.out), 3U);
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(IpavTest, AllListsTheAnswerOfEveryPointBehindARefusal) {
-  const std::string file =
-      IPAV_EXAMPLES "/campus-core/ra-several-wrong-at-once.json";
-  const std::string running = IPAV_EXAMPLES "/campus-core/running.json";
-  const ProcessResult first = Ipav({"check", "--running", running, file});
-  const ProcessResult all =
-      Ipav({"check", "--all", "--running", running, file});
-  const auto points = [](const std::string& text) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find("  validation point: ");
-         at != std::string::npos;
-         at = text.find("  validation point: ", at + 1)) {
-      ++count;
-    }
-    return count;
-  };
-  EXPECT_EQ(first.status, 1);
-  EXPECT_EQ(points(first.out), 1U);
-  EXPECT_EQ(all.status, 1);
-  EXPECT_EQ(points(all.out), 8U) << all.out;
+TEST_F(IpavTest, AllListsTheAnswerOfEveryPointAfterARefusal) {
+  Words check = {"check", "--running", kCampus + "running.json",
+                 kCampus + "ra-several-wrong-at-once.json"};
+  for (const std::size_t points : {1U, 8U}) {
+    const ProcessResult result = Ipav(check);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(CountOf("  validation point: ", result.out), points);
+    check.emplace_back("--all");
+  }
 }
 
 TEST_F(IpavTest, VerboseShowsDebugLinesAndPlatformCalls) {
-  const std::string file = kBranch + "ra-timers-removed.xml";
   const ProcessResult result =
-      Ipav({"check", "--verbose", "--running", kRunning, file});
+      CheckBranch(kBranch + "ra-timers-removed.xml", {"--verbose"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_NE(
-      result.out.find("  debug: There is no path for '/config/interface/"),
-      std::string::npos)
-      << result.out;
-  EXPECT_NE(result.out.find("  platform call: maapi_exists 4\n"
-                            "  platform calls: 4\n"),
-            std::string::npos)
-      << result.out;
+  EXPECT_THAT(result.out,
+              HasSubstr("  debug: There is no path for '/config/interface/"));
+  EXPECT_THAT(result.out, HasSubstr("  platform call: maapi_exists 4\n"
+                                    "  platform calls: 4\n"));
 }
 
 TEST_F(IpavTest, AFailedAssertionEndsWithStatus3AndIsPrintedWhole) {
-  // A model that uses a point where its callback finds no interface.
-  fs::copy(IPAV_WRONG_DEPTH, folder_);
-  fs::copy(IPAV_YANG "/ipav-extensions.yang", folder_);
-  fs::copy(IPAV_YANG "/stubs", folder_ / "stubs");
-  const std::string file = folder_ / "candidate.xml";
+  const std::string file = WrongModel("wrong-depth-model");
   const ProcessResult result = Ipav({"check", "--yang", folder_, file});
   EXPECT_EQ(result.status, 3);
-  EXPECT_NE(result.out.find("the plug-in failed: killed by signal: Aborted\n"
-                            "  validation point: validate_ipv6_nd_ra_interval\n"
-                            "  data path: /timers/five/levels/deep/ra\n"),
-            std::string::npos)
-      << result.out;
-  EXPECT_NE(
-      result.out.find("int32_t validate_ipv6_nd_ra_interval(int32_t, "
-                      "confd_trans_ctx*, confd_hkeypath_t*, confd_value_t*, "
-                      "ip_application::config_valid::Config&): Assertion "
-                      "`(&keypath->v[3][0])->type == C_BUF' failed.\n"),
-      std::string::npos)
-      << result.out;
+  EXPECT_THAT(result.out,
+              HasSubstr("the plug-in failed: killed by signal: Aborted\n" +
+                        Place(kInterval, "/timers/five/levels/deep/ra")));
+  EXPECT_THAT(result.out,
+              HasSubstr("int32_t validate_ipv6_nd_ra_interval(int32_t, "
+                        "confd_trans_ctx*, confd_hkeypath_t*, confd_value_t*, "
+                        "ip_application::config_valid::Config&): Assertion "
+                        "`(&keypath->v[3][0])->type == C_BUF' failed.\n"));
   EXPECT_EQ(result.err, "");
 }
 
+// The first lines of a report on a plug-in that threw.
+std::string Threw(const std::string& file, const std::string& calls) {
+  return file + ": not judged, the plug-in failed (" + calls +
+         " validation calls made)\n";
+}
+
+// The command with a plug-in that throws at the first validation call.
+const std::string kThrowing = "DEED=throw " IPAV_PROGRAM
+                              " check --plugin " IPAV_CALLING_PLUGIN
+                              " --running " +
+                              kRunning + " ";
+
 TEST_F(IpavTest, AnExceptionOfThePluginEndsWithStatus3) {
   const std::string file = kBranch + "mgmt-short-lifetime.xml";
-  const ProcessResult result = Ipav(
-      {"check", "--plugin", IPAV_THROWING_PLUGIN, "--running", kRunning, file});
+  const ProcessResult result = Shell(kThrowing + file);
   EXPECT_EQ(result.status, 3);
-  EXPECT_NE(
-      result.out.find(
-          file + ": not judged, the plug-in failed (1 of 2 validation calls "
-                 "made)\n"
-                 "the plug-in threw an exception: stoul\n"
-                 "  validation point: validate_ipv6_nd_ra_interval\n"
-                 "  data path: /config/interface/mgmt{"),
-      std::string::npos)
-      << result.out;
+  EXPECT_THAT(result.out,
+              StartsWith(Threw(file, "1 of 2") +
+                         "the plug-in threw an exception: no more\n"
+                         "  validation point: validate_ipv6_nd_ra_interval\n"
+                         "  data path: /config/interface/mgmt{"));
 }
 
 // The reader of static routes rewrites the third character of such a name.
 TEST_F(IpavTest, AnExceptionOfAReaderEndsWithStatus3AndNamesThePoint) {
   const std::string file =
       Branch({{"<interface-name>l3-core-a<", "<interface-name>x<"}});
-  const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-  EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(result.out,
-            file +
-                ": not judged, the plug-in failed (1 of 7 validation calls "
-                "made)\n"
-                "the plug-in threw an exception: basic_string::replace: __pos "
-                "(which is 2) > this->size() (which is 1)\n" +
-                Place(kOutput, kRoutes));
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(CheckBranch(file),
+            (ProcessResult{3,
+                           Threw(file, "1 of 7") +
+                               "the plug-in threw an exception: "
+                               "basic_string::replace: __pos (which is 2) > "
+                               "this->size() (which is 1)\n" +
+                               Place(kOutput, kRoutes),
+                           ""}));
 }
 
 TEST_F(IpavTest, OspfTextThatIsNoAddressEndsWithStatus3AndNamesThePoint) {
-  const std::vector<Edit> edits = {
+  const Edit edits[] = {
       {"<area>0.0.0.12</area>", "<area>12</area>"},
       {"<area>0.0.0.12</area>", "<area/>"},
       {"<address>10.12.41.1</address>", "<address>10.12.41.1/24</address>"},
       {"<address>10.255.12.1</address>", "<address>2001:db8::1</address>"}};
   for (const Edit& edit : edits) {
-    SCOPED_TRACE(edit.second);
     const std::string file = Branch({edit});
-    const ProcessResult result = Ipav({"check", "--running", kRunning, file});
-    EXPECT_EQ(result.status, 3);
-    EXPECT_EQ(result.out,
-              file +
-                  ": not judged, the plug-in failed (1 of 2 validation calls "
-                  "made)\n" +
-                  NoAddress(kOspf, kIpv4Ospf));
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(CheckBranch(file),
+              (ProcessResult{
+                  3, Threw(file, "1 of 2") + NoAddress(kOspf, kIpv4Ospf), ""}))
+        << edit.second;
   }
 }
 
-TEST_F(IpavTest, WithAllThePointsBehindAnExceptionStillAnswer) {
+TEST_F(IpavTest, WithAllThePointsAfterAnExceptionStillAnswer) {
   const std::string file = Branch({{"<area>0.0.0.12</area>", "<area>12</area>"},
                                    {"10.12.50.1/24", "10.12.50.4/24"}});
-  const ProcessResult result =
-      Ipav({"check", "--all", "--running", kRunning, file});
-  EXPECT_EQ(result.status, 3);
   // A read that ended with an exception is tried again by the next point.
-  EXPECT_EQ(result.out,
-            file +
-                ": not judged, the plug-in failed (5 of 5 validation calls "
-                "made)\n" +
-                Accepted(kL3, {kIpv4}) + NoAddress(kL3, kIpv4Ospf) +
-                Accepted(kL3, {kIpv4Route}) + NoAddress(kOspf, kIpv4Ospf) +
-                NoAddress(kOspf, kVrf));
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(CheckBranch(file, {"--all"}),
+            (ProcessResult{
+                3,
+                Threw(file, "5 of 5") + Accepted(kL3, {kIpv4}) +
+                    NoAddress(kL3, kIpv4Ospf) + Accepted(kL3, {kIpv4Route}) +
+                    NoAddress(kOspf, kIpv4Ospf) + NoAddress(kOspf, kVrf),
+                ""}));
 }
 
 TEST_F(IpavTest, TheGravestStatusOfSeveralCandidatesIsReturned) {
   const std::string refused = kBranch + "ra-min-without-max.xml";
-  const std::string& good = kRunning;
-  EXPECT_EQ(Ipav({"check", "--running", kRunning, refused, good}).status, 1);
-  EXPECT_EQ(Ipav({"check", "--running", kRunning, good, refused}).status, 1);
+  EXPECT_EQ(CheckBranch(refused, {kRunning}).status, 1);
+  EXPECT_EQ(CheckBranch(kRunning, {refused}).status, 1);
 }
 
 // A use site as `ipav points` prints it.
 std::string UseSite(const std::string& path, const std::string& opaque,
-                    bool call_once,
-                    const std::vector<std::string>& dependencies) {
+                    bool call_once, const Words& dependencies) {
   std::string text = path +
                      "\n  point: ip_app_validation\n  opaque: " + opaque +
                      "\n  call-once: " + (call_once ? "true" : "false") + "\n";
@@ -611,47 +534,48 @@ TEST_F(IpavTest, PointsListsTheUseSitesInTheOrderOfACommit) {
                             OspfSites());
 }
 
-TEST_F(IpavTest, HelpShowsExamplesAndEndsWithStatus0) {
-  const std::vector<std::pair<std::vector<std::string>, const char*>> examples =
-      {{{"--help"}, "ipav check --running running.xml candidate.xml"},
-       {{"-h"}, "ipav check --running running.xml candidate.xml"},
-       {{"check", "-h"}, "ipav check "},
-       {{"commit", "-h"}, "ipav commit "},
-       {{"completion", "-h"}, "source <(ipav completion bash)"},
-       {{"convert", "-h"}, "ipav convert "},
-       {{"diff", "-h"}, "ipav diff "},
-       {{"explain", "-h"}, "ipav explain overlap"},
-       {{"new", "-h"}, "ipav new "},
-       {{"points", "-h"}, "ipav points"},
-       {{"summarize", "-h"}, "ipav summarize "}};
-  for (const auto& [arguments, example] : examples) {
-    const ProcessResult result = Ipav(arguments);
-    EXPECT_EQ(result.status, 0);
-    const std::size_t at = result.out.find("\nExamples:\n");
-    ASSERT_NE(at, std::string::npos) << arguments.front();
-    EXPECT_NE(result.out.find(example, at), std::string::npos);
-    EXPECT_EQ(result.err, "");
+TEST_F(IpavTest, AWrongCommandLineIsOneLineOnStandardError) {
+  const std::pair<Words, std::string> rows[] = {
+      {{}, "A command is required (see ipav --help)\n"},
+      {{"frobnicate"},
+       "The following argument was not expected: frobnicate (see ipav "
+       "--help)\n"},
+      {{"check"}, "candidate is required (see ipav check --help)\n"},
+      {{"check", "--frobnicate", kRunning},
+       "The following argument was not expected: --frobnicate (see ipav check "
+       "--help)\n"}};
+  for (const auto& [arguments, error] : rows) {
+    EXPECT_THAT(Ipav(arguments), IsBadInput(error));
   }
 }
 
-TEST_F(IpavTest, AWrongCommandLineIsOneLineOnStandardError) {
-  ExpectBadInput(Ipav({}), "ipav: A command is required (see ipav --help)\n");
-  ExpectBadInput(Ipav({"frobnicate"}),
-                 "ipav: The following argument was not expected: "
-                 "frobnicate (see ipav --help)\n");
-  ExpectBadInput(Ipav({"check"}),
-                 "ipav: candidate is required (see ipav check --help)\n");
-  ExpectBadInput(Ipav({"check", "--frobnicate", kRunning}),
-                 "ipav: The following argument was not expected: "
-                 "--frobnicate (see ipav check --help)\n");
-}
-
-TEST_F(IpavTest, AFileThatCannotBeReadIsNamed) {
-  ExpectBadInput(Ipav({"check", folder_ / "none.xml"}),
-                 "ipav: " + (folder_ / "none.xml").string() +
-                     ": No such file or directory\n");
-  ExpectBadInput(Ipav({"check", folder_}),
-                 "ipav: " + folder_.string() + ": holds no configuration\n");
+// What cannot be read or loaded, and the line that says so.
+TEST_F(IpavTest, AnUnusableFileIsNamed) {
+  const std::string none = folder_ / "none";
+  const std::string empty = folder_ / "empty";
+  fs::create_directory(empty);
+  const std::string bad = Write("bad.xml", L3Xml("<frob>1</frob>"));
+  const std::string text = Write("text.so", "no library\n");
+  const std::string model = folder_ / "model";
+  fs::create_directory(model);
+  const std::string module =
+      Write("model/broken.yang",
+            "module broken {\n  namespace \"urn:b\";\n  prefix b;\n"
+            "  leaf a { type nothing; }\n}\n");
+  const std::pair<Words, std::string> rows[] = {
+      {{"check", none}, none + ": No such file or directory\n"},
+      {{"check", empty}, empty + ": holds no configuration\n"},
+      {{"check", "--running", bad, kRunning},
+       bad + ":3: Node \"frob\" not found"},
+      {{"check", "--plugin", text, kRunning}, text},
+      {{"check", "--plugin", none, kRunning}, none},
+      {{"check", "--plugin", IPAV_NO_PLUGIN, kRunning},
+       IPAV_NO_PLUGIN ": entry point lib_init is missing\n"},
+      {{"points", "--yang", empty}, empty + ": no YANG module in here\n"},
+      {{"points", "--yang", model}, module + ":"}};
+  for (const auto& [arguments, error] : rows) {
+    EXPECT_THAT(Ipav(arguments), IsBadInput(error));
+  }
 }
 
 TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
@@ -666,26 +590,24 @@ TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
       {"empty.xml", "", " is empty\n"},
       {"blank.json", " \n\t\n", " is empty\n"},
       {"prose.txt", "interface l3 a\n", "1: neither XML nor JSON\n"},
-      {"nul.xml", Interface(std::string("<vrf>a\0b</vrf>", 14)),
+      {"nul.xml", L3Xml(std::string("<vrf>a\0b</vrf>", 14)),
        "3: contains a NUL byte\n"},
-      {"latin1.xml", Interface("<vrf>caf\xe9</vrf>"), "3: is not UTF-8\n"},
+      {"latin1.xml", L3Xml("<vrf>caf\xe9</vrf>"), "3: is not UTF-8\n"},
       {"latin1.json", json + "\"ipapp:l3\": [{\"name\": \"caf\xe9\"}]}}}\n",
        "4: is not UTF-8\n"},
-      {"truncated.xml", Interface("<vrf>a</vrf>").substr(0, 100), "3: "},
+      {"truncated.xml", L3Xml("<vrf>a</vrf>").substr(0, 100), "3: "},
       {"truncated.json", json, "4: "},
-      {"mismatched.xml", Interface("<vrf>a</vfr>"), "3: "},
+      {"mismatched.xml", L3Xml("<vrf>a</vfr>"), "3: "},
       // Data that the model refuses.
-      {"unknown.xml", Interface("<frob>1</frob>"),
-       "3: Node \"frob\" not found"},
+      {"unknown.xml", L3Xml("<frob>1</frob>"), "3: Node \"frob\" not found"},
       {"address.xml",
-       Interface("<ipv4><address><ip>10.0.0.256/24</ip></address></ipv4>"),
-       "3: "},
+       L3Xml("<ipv4><address><ip>10.0.0.256/24</ip></address></ipv4>"), "3: "},
       {"range.xml",
-       Interface("<ipv6><nd><ra>\n<max-interval>65536</max-interval>\n"
-                 "</ra></nd></ipv6>"),
+       L3Xml("<ipv6><nd><ra>\n<max-interval>65536</max-interval>\n"
+             "</ra></nd></ipv6>"),
        "4: "},
       {"duplicate.xml",
-       Interface("</l3>\n<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>"),
+       L3Xml("</l3>\n<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>"),
        "5: Duplicate instance of \"l3\".\n"},
       {"foreign.xml", "<config xmlns=\"urn:other\"/>\n", "1: "},
       {"type.json",
@@ -693,36 +615,9 @@ TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
        "\"ipapp:l3\": [{\"name\": 7}]}}}\n",
        "3: "}};
   for (const auto& [name, text, place] : cases) {
-    SCOPED_TRACE(name);
     const std::string file = Write(name, text);
-    ExpectBadInput(Ipav({"check", file}), "ipav: " + file + ":" + place);
+    EXPECT_THAT(Ipav({"check", file}), IsBadInput(file + ":" + place));
   }
-}
-
-TEST_F(IpavTest, AnInvalidRunningConfigurationIsNamed) {
-  const std::string running = Write("running.xml", Interface("<frob>1</frob>"));
-  ExpectBadInput(Ipav({"check", "--running", running, kRunning}),
-                 "ipav: " + running + ":3: Node \"frob\" not found");
-}
-
-TEST_F(IpavTest, APluginThatCannotBeLoadedIsNamed) {
-  const std::string text = Write("text.so", "no library\n");
-  ExpectBadInput(Ipav({"check", "--plugin", text, kRunning}), "ipav: " + text);
-  const std::string other = IPAV_NO_PLUGIN;
-  ExpectBadInput(Ipav({"check", "--plugin", other, kRunning}),
-                 "ipav: " + other + ": entry point lib_init is missing\n");
-  const std::string none = folder_ / "none.so";
-  ExpectBadInput(Ipav({"check", "--plugin", none, kRunning}), "ipav: " + none);
-}
-
-TEST_F(IpavTest, AModelThatCannotBeLoadedIsNamed) {
-  ExpectBadInput(Ipav({"points", "--yang", folder_}),
-                 "ipav: " + folder_.string() + ": no YANG module in here\n");
-  Write("broken.yang",
-        "module broken {\n  namespace \"urn:b\";\n  prefix b;\n"
-        "  leaf a { type nothing; }\n}\n");
-  ExpectBadInput(Ipav({"points", "--yang", folder_}),
-                 "ipav: " + (folder_ / "broken.yang").string() + ":");
 }
 
 // The lines of --timing by what they are about: the number of milliseconds, and
@@ -753,8 +648,7 @@ std::map<std::string, TimingLine> TimingLines(const std::string& text) {
   return lines;
 }
 
-double Sum(const std::map<std::string, TimingLine>& lines,
-           const std::vector<std::string>& names) {
+double Sum(const std::map<std::string, TimingLine>& lines, const Words& names) {
   double sum = 0;
   for (const std::string& name : names) {
     EXPECT_EQ(lines.count(name), 1U) << name;
@@ -768,19 +662,16 @@ constexpr double kRounding = 0.01;
 
 TEST_F(IpavTest, TimingLeavesTheReportAsItIs) {
   const std::string file = kBranch + "ra-min-above-three-quarters.xml";
-  const ProcessResult without = Ipav({"check", "--running", kRunning, file});
-  const ProcessResult with =
-      Ipav({"check", "--timing", "--running", kRunning, file});
-  EXPECT_EQ(with.status, without.status);
-  EXPECT_EQ(with.out, without.out);
-  EXPECT_EQ(without.err, "");
+  ProcessResult with = CheckBranch(file, {"--timing"});
   EXPECT_NE(with.err, "");
+  with.err = "";
+  EXPECT_EQ(with, CheckBranch(file));
 }
 
-TEST_F(IpavTest, TimingTellsOfEachPartNoMoreThanOfTheWhole) {
+TEST_F(IpavTest, TimesOfThePartsAreNotLongerThanThatOfTheWhole) {
   const std::string file = kBranch + "ra-timers-tuned.xml";
   const std::map<std::string, TimingLine> lines =
-      TimingLines(Ipav({"check", "--timing", "--running", kRunning, file}).err);
+      TimingLines(CheckBranch(file, {"--timing"}).err);
   const std::string child = file + ":   ";
   const double in_child =
       Sum(lines, {child + "plug-in loaded", child + "calls planned",
@@ -796,8 +687,7 @@ TEST_F(IpavTest, TimingTellsOfEachPartNoMoreThanOfTheWhole) {
 
 TEST_F(IpavTest, TimingCountsTheCallsOfEachPoint) {
   const std::string file = kBranch + "ra-timers-tuned.xml";
-  const ProcessResult result =
-      Ipav({"check", "--timing", "--verbose", "--running", kRunning, file});
+  const ProcessResult result = CheckBranch(file, {"--timing", "--verbose"});
   const std::map<std::string, TimingLine> lines = TimingLines(result.err);
   unsigned long calls = 0;
   unsigned long platform_calls = 0;
@@ -809,31 +699,24 @@ TEST_F(IpavTest, TimingCountsTheCallsOfEachPoint) {
   }
   EXPECT_EQ(lines.count(file + ": " + kInterval), 1U);
   EXPECT_EQ(lines.count(file + ": " + kLifetime), 1U);
-  EXPECT_NE(result.out.find("(" + std::to_string(calls) + " of "),
-            std::string::npos)
-      << result.out;
-  EXPECT_NE(result.out.find(
-                "  platform calls: " + std::to_string(platform_calls) + "\n"),
-            std::string::npos)
-      << result.out;
+  EXPECT_THAT(result.out, HasSubstr("(" + std::to_string(calls) + " of "));
+  EXPECT_THAT(
+      result.out,
+      HasSubstr("  platform calls: " + std::to_string(platform_calls) + "\n"));
   const std::string all = file + ":   points, with lib_init and lib_finish";
   ASSERT_EQ(lines.count(all), 1U);
   EXPECT_LE(points, lines.at(all).milliseconds + kRounding);
 }
 
-TEST_F(IpavTest, TimingOfAPluginThatDiesIsThatOfTheHost) {
-  const std::string file = kBranch + "ra-timers-tuned.xml";
+TEST_F(IpavTest, TimingOfAPluginThatThrowsIsThatOfTheHost) {
   const ProcessResult result =
-      Ipav({"check", "--timing", "--plugin", IPAV_THROWING_PLUGIN, "--running",
-            kRunning, file});
+      Shell(kThrowing + kBranch + "ra-timers-tuned.xml --timing");
   EXPECT_EQ(result.status, 3);
   EXPECT_EQ(TimingLines(result.err).count("total"), 1U) << result.err;
 }
 
 TEST_F(IpavTest, NothingIsWrittenBesideTheInput) {
-  const std::string candidate = Write("candidate.xml", Interface(""));
-  const ProcessResult result = Ipav({"check", candidate});
-  EXPECT_EQ(result.status, 0) << result.err;
+  OutputOf({"check", Write("candidate.xml", L3Xml(""))});
   const auto files = std::distance(fs::directory_iterator(folder_), {});
   EXPECT_EQ(files, 1);
 }

@@ -1,33 +1,26 @@
 // The report for people: what it shows of the nodes of a refusal, and how.
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <regex>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "cli/report/device_report.h"
 #include "cli/report/text/source_lines.h"
 #include "cli/report/text/terminal.h"
 #include "cli/report/text/text.h"
-#include "tests/support/run_process.h"
-#include "tests/support/temp_dir.h"
+#include "tests/cli/fixture.h"
 
 namespace ipav::cli::report {
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace ipav::testing;  // NOLINT(google-build-using-namespace)
 using datastore::Novelty;
 using messages::Finding;
 using messages::Place;
-
-const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
 
 // ---- Lines of a configuration ----------------------------------------------
 
@@ -42,28 +35,25 @@ Place PlaceIn(const std::string& line, std::size_t column, std::size_t length) {
   return {"file", 1, column, length, line, 0};
 }
 
-TEST(ShowLineTest, AShortLineIsShownAsItIs) {
-  EXPECT_EQ(Shown(PlaceIn("  <ip>10.1.1.1/24</ip>", 7, 11)),
-            "  <ip>10.1.1.1/24</ip>\n"
-            "      ^^^^^^^^^^^");
-  EXPECT_EQ(Shown(PlaceIn("", 1, 1)), "\n^");
-}
-
-TEST(ShowLineTest, ATabTakesOneCharacter) {
-  EXPECT_EQ(Shown(PlaceIn("\t\t<a>\t1</a>", 7, 1)), "  <a> 1</a>\n      ^");
-}
-
-TEST(ShowLineTest, LettersOfManyBytesTakeOneCharacter) {
-  EXPECT_EQ(Shown(PlaceIn("\xc3\xbc\xf0\x9f\x98\x80 \xe2\x82\xac!", 4, 1)),
-            "\xc3\xbc\xf0\x9f\x98\x80 \xe2\x82\xac!\n   ^");
-}
-
-TEST(ShowLineTest, WhatATerminalWouldObeyIsEscaped) {
-  // Escape, delete, the control sequence introducer, right-to-left override.
-  EXPECT_EQ(Shown(PlaceIn("a\x1b[31m\x7f\xc2\x9b\xe2\x80\xae\rz", 11, 1)),
-            "a\\x1b[31m\\x7f\\x9b\\u202e\\x0dz\n" + std::string(27, ' ') + "^");
-  EXPECT_EQ(Shown(PlaceIn("a\x1bz", 2, 1)), "a\\x1bz\n ^^^^");
-  EXPECT_EQ(Shown(PlaceIn("\xd8\x9cz", 2, 1)), "\\u061cz\n      ^");
+TEST(ShowLineTest, AShortLineIsShownWithEachCharacterInItsColumn) {
+  const struct {
+    Place place;
+    std::string shown;
+  } rows[] = {
+      {PlaceIn("  <ip>10.1.1.1/24</ip>", 7, 11),
+       "  <ip>10.1.1.1/24</ip>\n      ^^^^^^^^^^^"},
+      {PlaceIn("", 1, 1), "\n^"},
+      // A tab takes one character, as do letters of many bytes.
+      {PlaceIn("\t\t<a>\t1</a>", 7, 1), "  <a> 1</a>\n      ^"},
+      {PlaceIn("\xc3\xbc\xf0\x9f\x98\x80 \xe2\x82\xac!", 4, 1),
+       "\xc3\xbc\xf0\x9f\x98\x80 \xe2\x82\xac!\n   ^"},
+      // What a terminal would obey is escaped: escape, delete, the control
+      // sequence introducer, right-to-left override.
+      {PlaceIn("a\x1b[31m\x7f\xc2\x9b\xe2\x80\xae\rz", 11, 1),
+       "a\\x1b[31m\\x7f\\x9b\\u202e\\x0dz\n" + std::string(27, ' ') + "^"},
+      {PlaceIn("a\x1bz", 2, 1), "a\\x1bz\n ^^^^"},
+      {PlaceIn("\xd8\x9cz", 2, 1), "\\u061cz\n      ^"}};
+  for (const auto& [place, shown] : rows) EXPECT_EQ(Shown(place), shown);
 }
 
 TEST(ShowLineTest, ALongLineIsCutAroundTheMark) {
@@ -146,7 +136,7 @@ constexpr char kReport[] =
     "  what to do: Change one of them.\n"
     "  see docs/messages.md#overlap\n";
 
-TEST(TextReportTest, TheNodesOfARefusalStandBehindItsPath) {
+TEST(TextReportTest, TheNodesOfARefusalFollowItsPath) {
   EXPECT_EQ(Print(RefusedDevice(), {}), kReport);
 }
 
@@ -169,98 +159,59 @@ TEST(TextReportTest, AnAcceptedAnswerTakesNoFindingOfARefusal) {
   device.outcome.answers.insert(device.outcome.answers.begin(), accepted);
   TextOptions options;
   options.all = true;
-  const std::string text = Print(device, options);
-  EXPECT_NE(text.find("(accepted)\n  validation point: "
-                      "intf_l3_name_validation\n  data path: \nno\n"),
-            std::string::npos)
-      << text;
+  EXPECT_THAT(Print(device, options),
+              HasSubstr("(accepted)\n  validation point: "
+                        "intf_l3_name_validation\n  data path: \nno\n"));
 }
 
 TEST(TextReportTest, ColoursChangeNothingElse) {
   TextOptions options;
   options.color = true;
   const std::string text = Print(RefusedDevice(), options);
-  EXPECT_NE(text.find("\x1b["), std::string::npos);
+  EXPECT_THAT(text, HasSubstr("\x1b["));
   EXPECT_EQ(std::regex_replace(text, std::regex("\x1b\\[[0-9;]*m"), ""),
             kReport);
 }
 
 // ---- The program -----------------------------------------------------------
 
-using ipav::testing::ProcessResult;
-using ipav::testing::RunProcess;
-
-std::vector<std::string> CheckRefused(const std::vector<std::string>& options) {
-  std::vector<std::string> command = {"/usr/bin/env",
-                                      "TERM=xterm",
-                                      IPAV_PROGRAM,
-                                      "check",
-                                      "--running",
-                                      kBranch + "running.xml",
-                                      kBranch + "address-is-network.xml"};
-  command.insert(command.begin() + 4, options.begin(), options.end());
-  return command;
+// `check` of a refused candidate, in a shell of that environment.
+std::string CheckRefused(const std::string& environment,
+                         const std::string& options = "") {
+  return "TERM=xterm env " + environment + " " IPAV_PROGRAM " check " +
+         options + " --running " + kRunning + " " + kBranch +
+         "address-is-network.xml";
 }
 
-bool HasColor(const std::string& text) {
-  return text.find("\x1b[") != std::string::npos;
-}
+const auto kHasColor = HasSubstr("\x1b[");
+const auto kHasNoColor =
+    ::testing::AllOf(Not(kHasColor), HasSubstr(": refused ("));
 
 TEST(ColorTest, APipeHasNoneUnlessTheyAreAskedFor) {
-  EXPECT_FALSE(HasColor(RunProcess(CheckRefused({})).out));
-  EXPECT_FALSE(HasColor(RunProcess(CheckRefused({"--color", "never"})).out));
-  EXPECT_TRUE(HasColor(RunProcess(CheckRefused({"--color", "always"})).out));
-}
-
-TEST(ColorTest, AnotherWordIsRefused) {
-  const ProcessResult result = RunProcess(CheckRefused({"--color", "red"}));
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.out, "");
-}
-
-// The same on a terminal, in that environment.
-std::string OnTerminal(const std::string& environment) {
-  std::string command = "env " + environment;
-  for (const std::string& word : CheckRefused({})) command += " " + word;
-  return RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"}).out;
+  EXPECT_THAT(Shell(CheckRefused("")).out, kHasNoColor);
+  EXPECT_THAT(Shell(CheckRefused("", "--color never")).out, kHasNoColor);
+  EXPECT_THAT(Shell(CheckRefused("", "--color always")).out, kHasColor);
+  EXPECT_THAT(Shell(CheckRefused("", "--color red")), IsBadInput(""));
 }
 
 TEST(ColorTest, ATerminalHasThemUnlessItKnowsNoneOrTheUserWantsNone) {
-  const std::string plain = "address-is-network.xml: refused (";
-  EXPECT_TRUE(HasColor(OnTerminal("-u NO_COLOR")));
-  EXPECT_TRUE(HasColor(OnTerminal("NO_COLOR=")));
-  EXPECT_FALSE(HasColor(OnTerminal("NO_COLOR=1")));
-  EXPECT_NE(OnTerminal("NO_COLOR=1").find(plain), std::string::npos);
+  EXPECT_THAT(OnTerminal(CheckRefused("-u NO_COLOR")), kHasColor);
+  EXPECT_THAT(OnTerminal(CheckRefused("NO_COLOR=")), kHasColor);
+  EXPECT_THAT(OnTerminal(CheckRefused("NO_COLOR=1")), kHasNoColor);
+  EXPECT_THAT(OnTerminal(CheckRefused("-u NO_COLOR TERM=dumb")), kHasNoColor);
 }
 
 TEST(ColorTest, AFileHasNoneThoughTheProgramIsOnATerminal) {
-  const ipav::testing::TempDir folder;
+  const TempDir folder;
   const std::string file = folder.path() + "/report";
-  std::string command = "env -u NO_COLOR";
-  for (const std::string& word : CheckRefused({"--output", file})) {
-    command += " " + word;
-  }
-  RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"});
-  const std::string text = ipav::testing::ReadFile(file);
-  EXPECT_NE(text.find(": refused ("), std::string::npos);
-  EXPECT_FALSE(HasColor(text));
-}
-
-TEST(ColorTest, ADumbTerminalHasNone) {
-  const std::string command =
-      "env -u NO_COLOR TERM=dumb " IPAV_PROGRAM " check --running " + kBranch +
-      "running.xml " + kBranch + "address-is-network.xml";
-  const std::string text =
-      RunProcess({"/usr/bin/script", "-qec", command, "/dev/null"}).out;
-  EXPECT_NE(text.find("address-is-network.xml: refused ("), std::string::npos);
-  EXPECT_FALSE(HasColor(text));
+  OnTerminal(CheckRefused("-u NO_COLOR", "--output " + file));
+  EXPECT_THAT(ReadFile(file), kHasNoColor);
 }
 
 TEST(TextReportTest, TheFilesOfACommitMayBePipes) {
-  const ProcessResult result = RunProcess(
-      {"/bin/bash", "-c",
-       IPAV_PROGRAM " check --running <(cat " + kBranch +
-           "running.xml) <(cat " + kBranch + "address-is-network.xml)"});
+  const ProcessResult result =
+      Shell(IPAV_PROGRAM " check --running <(cat " + kRunning + ") <(cat " +
+            kBranch + "address-is-network.xml)");
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(std::regex_search(
       result.out,
@@ -293,47 +244,41 @@ TEST(OperatorTextTest, IsVerbatimInAFile) {
 }
 
 TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
-  const ipav::testing::TempDir folder;
+  const TempDir folder;
   const std::string name = folder.path() + "/\x1b[31m\xe2\x80\xae.xml";
   const std::string missing = name + ".xml";
-  fs::copy(kBranch + "running.xml", name);
-  const std::vector<std::vector<std::string>> commands = {
-      {"check", "--timing", "--trace", name},
-      {"check", name, missing},
-      {"check", missing},
-      {"check", "--plugin", name, name},
-      {"check", "--output", folder.path() + "/no/\x1b[31m\xe2\x80\xae", name},
-      {"diff", name, missing},
-      {"convert", missing},
-      {"summarize", name},
-      {"explain", missing}};
-  for (std::vector<std::string> command : commands) {
+  fs::copy(kRunning, name);
+  for (const Words& command :
+       {Words{"check", "--timing", "--trace", name},
+        Words{"check", name, missing}, Words{"check", missing},
+        Words{"check", "--plugin", name, name},
+        Words{"check", "--output", folder.path() + "/no/\x1b[31m\xe2\x80\xae",
+              name},
+        Words{"diff", name, missing}, Words{"convert", missing},
+        Words{"summarize", name}, Words{"explain", missing}}) {
     SCOPED_TRACE(command[0] + " " + command[1]);
-    command.insert(command.begin(), IPAV_PROGRAM);
-    const ProcessResult result = RunProcess(command);
+    const ProcessResult result = Ipav(command);
     const std::string all = result.out + result.err;
-    EXPECT_NE(all.find("\\x1b[31m\\u202e"), std::string::npos) << all;
-    EXPECT_EQ(all.find('\x1b'), std::string::npos) << all;
-    EXPECT_EQ(all.find("\xe2\x80\xae"), std::string::npos) << all;
+    EXPECT_THAT(all, HasSubstr("\\x1b[31m\\u202e"));
+    EXPECT_THAT(all, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(all, Not(HasSubstr("\xe2\x80\xae")));
   }
 }
 
-TEST(TextReportTest, ANameThatWouldTurnTheTerminalIsShownEscaped) {
-  const ipav::testing::TempDir folder;
-  const std::string file =
-      folder.Write("candidate.xml",
-                   "<config xmlns=\"urn:vorplex:config\"><interface>\n"
-                   "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\xc2\x9b"
-                   "31m</name>\n</l3></interface></config>");
-  const ProcessResult result = RunProcess({IPAV_PROGRAM, "check", file});
+TEST(TextReportTest, ANameInAConfigurationIsShownEscaped) {
+  const TempDir folder;
+  const std::string file = folder.Write(
+      "candidate.xml",
+      InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\xc2\x9b"
+                    "31m</name>\n</l3>"));
+  const ProcessResult result = Ipav({"check", file});
   EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.out.find(
-                ":2:37: name, added\n"
+  EXPECT_THAT(
+      result.out,
+      HasSubstr(":2:37: name, added\n"
                 "      2 | <l3 xmlns=\"urn:vorplex:ipapp\"><name>a\\x9b31m"
                 "</name>\n"
-                "        |                                     ^~~~~~~~\n"),
-            std::string::npos)
-      << result.out;
+                "        |                                     ^~~~~~~~\n"));
 }
 
 }  // namespace

@@ -1,20 +1,13 @@
 // The page as a browser shows it: headless Chromium draws it, reports what it
 // complains of, and says how wide it became.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
-#include <string>
-#include <vector>
+#include <sstream>
 
+#include "tests/cli/fixture.h"
 #include "tests/report/generated.h"
-#include "tests/support/run_process.h"
-#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -22,28 +15,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Texts = std::vector<std::string>;
-
 enum class Scheme { kDark = 0, kLight = 1 };  // the browser's numbers
 
 // Height of a window in pixels, enough for the beginning of any page.
 constexpr int kHeight = 1600;
 
-std::string Read(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// Lines that a page, or the browser about it, wrote to the console.
+// The lines that the page, or the browser about it, wrote to the console.
 std::string ConsoleOf(const ProcessResult& browser) {
   std::string console;
-  std::size_t begin = 0;
-  while (begin < browser.err.size()) {
-    const std::size_t end =
-        std::min(browser.err.find('\n', begin), browser.err.size());
-    const std::string line = browser.err.substr(begin, end - begin);
+  std::istringstream lines(browser.err);
+  for (std::string line; std::getline(lines, line);) {
     if (line.find(":CONSOLE") != std::string::npos) console += line + "\n";
-    begin = end + 1;
   }
   return console;
 }
@@ -61,15 +43,15 @@ class Browser : public FolderTest {
                    Write("candidate.xml", WithIntruder(prefixes))});
   }
 
-  std::string PageOf(const Texts& arguments) const {
+  std::string PageOf(const Words& arguments) const {
     std::string page = folder_ / "page.html";
-    Texts command = {IPAV_PROGRAM, "check", "--all", "--report", page};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    EXPECT_EQ(RunProcess(command).status, 1);
+    EXPECT_EQ(
+        Ipav(Joined({"check", "--all", "--report", page}, arguments)).status,
+        1);
     return page;
   }
 
-  // Without a sandbox, which root has none of.
+  // Without a sandbox: root has none.
   ProcessResult Open(const std::string& page, int width, Scheme scheme,
                      const std::string& task) const {
     return RunProcess({IPAV_CHROMIUM, "--headless", "--no-sandbox",
@@ -84,10 +66,16 @@ class Browser : public FolderTest {
                        task, "file://" + page});
   }
 
-  // The page with a script of the test's own, which it would not run itself.
+  // The document of the page, after its scripts ran.
+  ProcessResult Document(const std::string& page) const {
+    return Open(page, 1280, Scheme::kLight, "--dump-dom");
+  }
+
+  // The page with a script of the test, and without the policy that forbids
+  // it.
   std::string WithScript(const std::string& page,
                          const std::string& script) const {
-    std::string text = Read(page);
+    std::string text = ReadFile(page);
     const std::size_t policy =
         text.find("<meta http-equiv=\"Content-Security-Policy\"");
     text.erase(policy, text.find("/>", policy) + 2 - policy);
@@ -130,7 +118,7 @@ class Screenshot : public Browser,
         Open(page, width, scheme, "--screenshot=" + file);
     EXPECT_EQ(browser.status, 0) << browser.err;
     EXPECT_EQ(ConsoleOf(browser), "");
-    std::string png = Read(file);
+    std::string png = ReadFile(file);
     if (png.size() < 24) {
       ADD_FAILURE() << "no screenshot: " << browser.err;
       return "";
@@ -159,28 +147,23 @@ INSTANTIATE_TEST_SUITE_P(Windows, Screenshot,
 // --- What the browser made of it
 
 TEST_F(Browser, HasTheFindingsInItsDocument) {
-  const std::string page =
-      PageOf({"--running", IPAV_EXAMPLES "/campus-core/running.json",
-              IPAV_EXAMPLES "/campus-core/ra-several-wrong-at-once.json",
-              IPAV_EXAMPLES "/campus-core/mgmt-in-staff-subnet.json"});
-  const ProcessResult browser = Open(page, 1280, Scheme::kLight, "--dump-dom");
+  const ProcessResult browser =
+      Document(PageOf({"--running", kCampus + "running.json",
+                       kCampus + "ra-several-wrong-at-once.json",
+                       kCampus + "mgmt-in-staff-subnet.json"}));
   EXPECT_EQ(ConsoleOf(browser), "");
-  const std::string overlap =
-      "mgmt eth1 ipv6 address 2001:db8:40:100::2/64 overlaps with l3 "
-      "staff-admin ipv6 address 2001:db8:40:100::1/64.";
-  for (const std::string& text :
-       {std::string("Minimum interval must be no greater than maximum interval "
-                    "* 0.75"),
-        std::string("fail to get maximum router advertisement interval value"),
-        std::string("fail to get minimum router advertisement interval value"),
-        overlap}) {
-    EXPECT_NE(browser.out.find(">" + text + "</h4>"), std::string::npos)
-        << text;
+  for (const char* text :
+       {"Minimum interval must be no greater than maximum interval * 0.75",
+        "fail to get maximum router advertisement interval value",
+        "fail to get minimum router advertisement interval value",
+        "mgmt eth1 ipv6 address 2001:db8:40:100::2/64 overlaps with l3 "
+        "staff-admin ipv6 address 2001:db8:40:100::1/64."}) {
+    EXPECT_THAT(browser.out, HasSubstr(">" + std::string(text) + "</h4>"));
   }
 }
 
-// What stands out of a window has to be scrolled to sideways. In a frame, since
-// a window of this browser is no narrower than 500 pixels.
+// Content that is wider than the window has to be scrolled to sideways. In a
+// frame, since a window of this browser is at least 500 pixels wide.
 TEST_F(Browser, FitsIntoANarrowWindow) {
   WithScript(OverlapPage(300),
              "parent.postMessage(innerWidth + ' ' + "
@@ -191,9 +174,7 @@ TEST_F(Browser, FitsIntoANarrowWindow) {
             "onmessage = event => { document.title = event.data; };</script>"
             "<iframe src=\"probe.html\" width=\"360\" height=\"900\" "
             "frameborder=\"0\"></iframe></body></html>");
-  const ProcessResult browser = Open(frame, 1280, Scheme::kLight, "--dump-dom");
-  EXPECT_NE(browser.out.find("<title>360 360</title>"), std::string::npos)
-      << browser.out.substr(0, 2000);
+  EXPECT_THAT(Document(frame).out, HasSubstr("<title>360 360</title>"));
 }
 
 TEST_F(Browser, ReachesEveryBlockByTheKeyboardAndOpensIt) {
@@ -205,23 +186,18 @@ TEST_F(Browser, ReachesEveryBlockByTheKeyboardAndOpensIt) {
       "summary.parentElement.open && summary.nextElementSibling.offsetHeight"
       "> 0 && summary.innerText.length > 0; });"
       "document.title = all.length > 5 ? good.length - all.length : 'few';");
-  const ProcessResult browser = Open(page, 1280, Scheme::kLight, "--dump-dom");
-  EXPECT_NE(browser.out.find("<title>0</title>"), std::string::npos)
-      << browser.out.substr(0, 2000);
+  EXPECT_THAT(Document(page).out, HasSubstr("<title>0</title>"));
 }
 
-// The other tests would not see a complaint if this one did not.
-TEST_F(Browser, IsNotLetAskForAnythingAndSaysSo) {
-  std::string text = Read(OverlapPage(3));
+// Shows that the other tests would see a complaint.
+TEST_F(Browser, MayNotAskForAnythingAndSaysSo) {
+  std::string text = ReadFile(OverlapPage(3));
   text.insert(text.rfind("</body>"),
               "<img src=\"file:///nowhere/x.png\" alt=\"\" />"
               "<script>document.title = 'ran'</script>");
-  const ProcessResult browser =
-      Open(Write("probe.html", text), 1280, Scheme::kLight, "--dump-dom");
-  EXPECT_NE(ConsoleOf(browser).find("Content Security Policy"),
-            std::string::npos)
-      << browser.err;
-  EXPECT_EQ(browser.out.find("<title>ran</title>"), std::string::npos);
+  const ProcessResult browser = Document(Write("probe.html", text));
+  EXPECT_THAT(ConsoleOf(browser), HasSubstr("Content Security Policy"));
+  EXPECT_THAT(browser.out, Not(HasSubstr("<title>ran</title>")));
 }
 
 }  // namespace

@@ -4,58 +4,44 @@ namespace ipav::testing {
 
 namespace {
 
-constexpr char kBegin[] = "<config xmlns=\"urn:vorplex:config\"><interface>\n";
-constexpr char kEnd[] = "</interface></config>\n";
-
-std::string Element(const std::string& name, const std::string& content) {
-  return "<" + name + ">" + content + "</" + name + ">";
-}
-
-std::string Interface(const std::string& content) {
-  return "<l3 xmlns=\"urn:vorplex:ipapp\">" + content + "</l3>\n";
-}
-
-std::string Ipv4(const std::string& prefix) {
-  return Element("ipv4", Element("address", Element("ip", prefix)));
-}
-
-std::string Ipv6(const std::string& prefix) {
-  return Element("ipv6", Element("address", Element("ip", prefix)));
+std::string Interface(const std::string& inner, const char* family,
+                      const std::string& prefix) {
+  return "<l3 xmlns=\"urn:vorplex:ipapp\">" + inner + "<" + family +
+         "><address><ip>" + prefix + "</ip></address></" + family + "></l3>\n";
 }
 
 // Two IPv4 interfaces are followed by an IPv6 one. Sites of 32 networks.
 std::string NumberedInterface(std::size_t i) {
-  const std::size_t site = i / 96;
+  const std::string site = std::to_string(i / 96);
   const std::size_t network = i % 96 / 3;
-  std::string content = Element("name", "port-" + std::to_string(i));
-  const char* const vrfs[] = {"", "red", "blue"};
-  const std::string vrf = vrfs[i / 3 % 3];
-  if (!vrf.empty()) content += Element("vrf", vrf);
+  const char* const vrfs[] = {"", "<vrf>red</vrf>", "<vrf>blue</vrf>"};
+  const std::string inner =
+      "<name>port-" + std::to_string(i) + "</name>" + vrfs[i / 3 % 3];
   if (i % 3 == 2) {
-    content += Ipv6("2001:db8:" + std::to_string(site) + ":" +
-                    std::to_string(network) + "::1/64");
-  } else {
-    content += Ipv4("10." + std::to_string(site) + "." +
-                    std::to_string(network * 2 + i % 3) + ".1/24");
+    return Interface(
+        inner, "ipv6",
+        "2001:db8:" + site + ":" + std::to_string(network) + "::1/64");
   }
-  return Interface(content);
+  return Interface(
+      inner, "ipv4",
+      "10." + site + "." + std::to_string(network * 2 + i % 3) + ".1/24");
 }
 
-std::string Interfaces(std::size_t prefixes) {
-  std::string text;
+std::string Configuration(std::size_t prefixes, const std::string& more) {
+  std::string text = "<config xmlns=\"urn:vorplex:config\"><interface>\n";
   for (std::size_t i = 0; i < prefixes; ++i) text += NumberedInterface(i);
-  return text;
+  return text + more + "</interface></config>\n";
 }
 
 }  // namespace
 
 std::string Configuration(std::size_t prefixes) {
-  return kBegin + Interfaces(prefixes) + kEnd;
+  return Configuration(prefixes, "");
 }
 
 std::string WithIntruder(std::size_t prefixes) {
-  return kBegin + Interfaces(prefixes) +
-         Interface(Element("name", "intruder") + Ipv4("10.0.0.129/25")) + kEnd;
+  return Configuration(
+      prefixes, Interface("<name>intruder</name>", "ipv4", "10.0.0.129/25"));
 }
 
 }  // namespace ipav::testing

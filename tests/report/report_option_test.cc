@@ -1,16 +1,10 @@
 // `ipav check --report` as its users meet it.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <filesystem>
-#include <string>
-#include <vector>
 
+#include "tests/cli/fixture.h"
 #include "tests/report/generated.h"
 #include "tests/report/page_tree.h"
-#include "tests/support/run_process.h"
-#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -18,17 +12,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Texts = std::vector<std::string>;
-
-const std::string kBranch = IPAV_EXAMPLES "/branch-router/";
-const std::string kCampus = IPAV_EXAMPLES "/campus-core/";
-
 class ReportOption : public FolderTest {
  protected:
-  ProcessResult Check(Texts arguments) const {
-    const Texts begin = {IPAV_PROGRAM, "check", "--report", page_};
-    arguments.insert(arguments.begin(), begin.begin(), begin.end());
-    return RunProcess(arguments);
+  ProcessResult Check(const Words& arguments) const {
+    return Ipav(Joined({"check", "--report", page_}, arguments));
+  }
+
+  // The page of a check of these files; it must be flawless.
+  PageTree PageOf(const Words& arguments, int status) const {
+    EXPECT_EQ(Check(arguments).status, status);
+    EXPECT_EQ(FlawsOf(Page()), Words{});
+    return PageTree(Page());
   }
 
   std::string Page() const { return ReadFile(page_); }
@@ -37,68 +31,54 @@ class ReportOption : public FolderTest {
 };
 
 TEST_F(ReportOption, AddsAPageToTheOutputAndChangesNothingElse) {
-  const Texts files = {"--running", kBranch + "running.xml",
+  const Words files = {"--running", kRunning,
                        kBranch + "office-overlaps-management.xml"};
-  const ProcessResult with = Check(files);
-  Texts plain = {IPAV_PROGRAM, "check"};
-  plain.insert(plain.end(), files.begin(), files.end());
-  const ProcessResult without = RunProcess(plain);
-  EXPECT_EQ(with.status, 1);
-  EXPECT_EQ(with.out, without.out);
-  EXPECT_EQ(with.err, "");
-  EXPECT_EQ(FlawsOf(Page()), Texts{});
-  const PageTree tree(Page());
+  EXPECT_EQ(Check(files), Ipav(Joined({"check"}, files)));
+  const PageTree tree = PageOf(files, 1);
   EXPECT_EQ(tree.Texts("//h4[@class='text']"),
-            Texts{"l3 meeting-rooms vrf global ipv4 address 172.31.12.129/25 "
+            Words{"l3 meeting-rooms vrf global ipv4 address 172.31.12.129/25 "
                   "overlaps with mgmt eth0 vrf mgmt ipv4 address "
                   "172.31.12.2/24."});
   EXPECT_EQ(tree.Texts("//div[@class='clash']//tbody//th"),
-            (Texts{"172.31.12.2/24", "172.31.12.129/25"}));
+            (Words{"172.31.12.2/24", "172.31.12.129/25"}));
   EXPECT_EQ(tree.Texts("//table[@class='changes']/tbody//code"),
-            Texts{"/config/interface/l3{meeting-rooms}/ipv4/address/"
+            Words{"/config/interface/l3{meeting-rooms}/ipv4/address/"
                   "secondary{172.31.12.129/25}"});
 }
 
 TEST_F(ReportOption, PutsAllCandidatesOnOnePage) {
-  Texts arguments = {"--all",
-                     "--running",
-                     kCampus + "running.json",
-                     kCampus + "ra-several-wrong-at-once.json",
-                     kCampus + "botany-added.json",
-                     kCampus + "staff-admin-address-removed-under-ospf.json"};
-  EXPECT_EQ(Check(arguments).status, 1);
-  EXPECT_EQ(FlawsOf(Page()), Texts{});
-  const PageTree tree(Page());
+  const Words arguments = {
+      "--all",
+      "--running",
+      kCampus + "running.json",
+      kCampus + "ra-several-wrong-at-once.json",
+      kCampus + "botany-added.json",
+      kCampus + "staff-admin-address-removed-under-ospf.json"};
+  const PageTree tree = PageOf(arguments, 1);
   EXPECT_EQ(tree.Texts("//nav//td[1]"),
-            (Texts{"refused", "accepted", "refused"}));
+            (Words{"refused", "accepted", "refused"}));
   EXPECT_EQ(tree.Count("//section[@id='d1']//article"), 5U);
-
-  arguments.push_back("--failed-only");
-  EXPECT_EQ(Check(arguments).status, 1);
-  EXPECT_EQ(PageTree(Page()).Texts("//nav//td[1]"),
-            (Texts{"refused", "refused"}));
+  EXPECT_EQ(
+      PageOf(Joined(arguments, {"--failed-only"}), 1).Texts("//nav//td[1]"),
+      (Words{"refused", "refused"}));
 }
 
 TEST_F(ReportOption, JudgesAFirstConfiguration) {
-  EXPECT_EQ(Check({kBranch + "running.xml"}).status, 0);
-  const PageTree tree(Page());
-  EXPECT_EQ(tree.Texts("//head/title"),
-            Texts{kBranch + "running.xml: 1 accepted"});
-  EXPECT_NE(Page().find("Judged as a first configuration."), std::string::npos);
-  EXPECT_NE(Page().find("since nothing was configured"), std::string::npos);
+  const PageTree tree = PageOf({kRunning}, 0);
+  EXPECT_EQ(tree.Texts("//head/title"), Words{kRunning + ": 1 accepted"});
+  EXPECT_THAT(Page(), HasSubstr("Judged as a first configuration."));
+  EXPECT_THAT(Page(), HasSubstr("since nothing was configured"));
 }
 
 TEST_F(ReportOption, WithFailedOnlyHasTheRefusedCandidatesAlone) {
   const std::string accepted = kCampus + "botany-added.json";
   const std::string refused = kCampus + "ra-several-wrong-at-once.json";
-  EXPECT_EQ(Check({"--failed-only", "--running", kCampus + "running.json",
-                   accepted, refused, accepted, refused})
-                .status,
-            1);
-  EXPECT_EQ(FlawsOf(Page()), Texts{});
-  const PageTree tree(Page());
-  EXPECT_EQ(tree.Texts("//nav//th/a"), (Texts{refused, refused}));
-  EXPECT_EQ(tree.Texts("//nav//th/a/@href"), (Texts{"#d2", "#d4"}));
+  const PageTree tree =
+      PageOf({"--failed-only", "--running", kCampus + "running.json", accepted,
+              refused, accepted, refused},
+             1);
+  EXPECT_EQ(tree.Texts("//nav//th/a"), (Words{refused, refused}));
+  EXPECT_EQ(tree.Texts("//nav//th/a/@href"), (Words{"#d2", "#d4"}));
   EXPECT_EQ(tree.Count("//section[@id='d2' or @id='d4']"), 2U);
 }
 
@@ -107,47 +87,39 @@ class SizedReport : public ReportOption,
 
 TEST_P(SizedReport, HoldsEveryPrefixOnceInItsPlanAndFirstTheConflict) {
   const std::size_t prefixes = GetParam();
-  const std::string running = Write("running.xml", Configuration(prefixes));
-  EXPECT_EQ(Check({"--running", running,
-                   Write("candidate.xml", WithIntruder(prefixes))})
-                .status,
-            1);
-  EXPECT_EQ(FlawsOf(Page()), Texts{});
-  const PageTree tree(Page());
+  const PageTree tree =
+      PageOf({"--running", Write("running.xml", Configuration(prefixes)),
+              Write("candidate.xml", WithIntruder(prefixes))},
+             1);
   EXPECT_EQ(tree.Count("//details[contains(@class, 'block')]//tbody/tr") +
                 tree.Count("//div[@class='block']"),
             prefixes + 1);
   EXPECT_EQ(tree.Texts("//div[@class='clash']//tbody//th"),
-            (Texts{"10.0.0.1/24", "10.0.0.129/25"}));
+            (Words{"10.0.0.1/24", "10.0.0.129/25"}));
   EXPECT_LT(Page().size(), 60000 + prefixes * 700);
 }
 
 INSTANTIATE_TEST_SUITE_P(Prefixes, SizedReport,
                          ::testing::Values(3, 300, 3000));
 
-// --- What is not written
+// --- Pages that are not written
 
-TEST_F(ReportOption, IsNotWrittenWhereAnInputIsBad) {
-  const std::string old = Write("page.html", "old");
-  const ProcessResult result = Check({folder_ / "missing.xml"});
-  EXPECT_EQ(result.status, 2);
+TEST_F(ReportOption, IsNotWrittenIfAnInputIsBad) {
+  Write("page.html", "old");
+  EXPECT_EQ(Check({folder_ / "missing.xml"}).status, 2);
   EXPECT_EQ(Page(), "old");
 }
 
-TEST_F(ReportOption, EndsWithStatus2WhereItCannotBeWritten) {
+TEST_F(ReportOption, EndsWithStatus2IfItCannotBeWritten) {
   page_ = folder_ / "no/page.html";
-  const ProcessResult result =
-      Check({"--running", kBranch + "running.xml", kBranch + "running.xml"});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "ipav: " + page_ +
-                            ": the report cannot be written: No such file or "
-                            "directory\n");
+  EXPECT_THAT(Check({"--running", kRunning, kRunning}),
+              IsBadInput(page_ + ": the report cannot be written: No such file "
+                                 "or directory\n"));
 }
 
 TEST_F(ReportOption, IsWrittenToADeviceThatStaysOne) {
   page_ = "/dev/null";
-  const ProcessResult result = Check({kBranch + "running.xml"});
+  const ProcessResult result = Check({kRunning});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_TRUE(fs::is_character_file("/dev/null"));

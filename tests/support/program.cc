@@ -13,9 +13,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
+
+#include "tests/support/temp_dir.h"
 
 namespace ipav::testing {
 
@@ -24,12 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kCannotRun = 127;
-
-std::string Contents(const fs::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 void WriteTo(const std::string& file, int number) {
   const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -67,19 +61,34 @@ void Enter(const Surroundings& surroundings) {
 
 bool IsZombie(const fs::path& process) {
   // "PID (NAME) STATE ...", and a name may hold anything.
-  const std::string stat = Contents(process / "stat");
+  const std::string stat = ReadFile(process / "stat");
   const std::size_t name_end = stat.rfind(") ");
   return name_end == std::string::npos || stat[name_end + 2] == 'Z';
 }
 
 bool HasVariable(const fs::path& process, const std::string& variable) {
   const std::string environment =
-      std::string(1, '\0') + Contents(process / "environ");
+      std::string(1, '\0') + ReadFile(process / "environ");
   return environment.find(std::string(1, '\0') + variable +
                           std::string(1, '\0')) != std::string::npos;
 }
 
 }  // namespace
+
+bool operator==(const ProcessResult& a, const ProcessResult& b) {
+  return a.status == b.status && a.out == b.out && a.err == b.err;
+}
+
+std::ostream& operator<<(std::ostream& out, const ProcessResult& result) {
+  return out << "exit status " << result.status << "\n--- output:\n"
+             << result.out << "--- errors:\n"
+             << result.err;
+}
+
+ProcessResult RunProcess(const std::vector<std::string>& command) {
+  const TempDir folder;
+  return Program(command, folder.path()).Wait();
+}
 
 Program::Program(const std::vector<std::string>& command,
                  const std::string& folder, const Surroundings& surroundings)
@@ -115,8 +124,8 @@ ProgramResult Program::Wait() {
   process_ = -1;
   const int exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   if (exit_status == kCannotRun) throw std::runtime_error("cannot run");
-  return {exit_status, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
-          Contents(out_file_), Contents(err_file_),
+  return {{exit_status, ReadFile(out_file_), ReadFile(err_file_)},
+          WIFSIGNALED(status) ? WTERMSIG(status) : 0,
           static_cast<std::size_t>(usage.ru_maxrss) * 1024};
 }
 

@@ -1,5 +1,4 @@
-// A program that a test starts, watches and ends: in surroundings of the test's
-// making, and with what it cost.
+// Runs a program, keeps its output, and measures its memory.
 #ifndef IPAV_TESTS_SUPPORT_PROGRAM_H_
 #define IPAV_TESTS_SUPPORT_PROGRAM_H_
 
@@ -7,24 +6,36 @@
 
 #include <cstddef>
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
 namespace ipav::testing {
 
+struct ProcessResult {
+  int status = 0;  // exit status, or -1 when it did not exit
+  std::string out;
+  std::string err;
+};
+
+bool operator==(const ProcessResult& a, const ProcessResult& b);
+std::ostream& operator<<(std::ostream& out, const ProcessResult& result);
+
+// Runs a program to its end. `command` is the program's path and its
+// arguments. Throws std::runtime_error when it cannot be run.
+ProcessResult RunProcess(const std::vector<std::string>& command);
+
 struct Surroundings {
   std::map<std::string, std::string> environment;  // besides the test's own
   std::string folder;                              // to work in
-  // Privileges of the superuser to read any file are given away.
+  // Drops the superuser's privilege to read any file.
   bool obeys_permissions = false;
 };
 
-struct ProgramResult {
-  int status;  // exit status, or -1 when it did not exit
-  int signal;  // that killed it, or 0
-  std::string out;
-  std::string err;
-  std::size_t peak_memory;  // bytes, of it or of the largest of its children
+struct ProgramResult : ProcessResult {
+  int signal = 0;  // that killed it, or 0
+  // In bytes, of the program or of the largest of its children.
+  std::size_t peak_memory = 0;
 };
 
 class Program {

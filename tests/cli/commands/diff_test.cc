@@ -1,9 +1,9 @@
 // ipav diff: the list of changes and the calls that they fire, whole.
 
-#include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "tests/cli/commands/fixture.h"
+#include "tests/cli/fixture.h"
 
 namespace ipav::testing {
 
@@ -13,17 +13,16 @@ using nlohmann::json;
 
 constexpr char kNothing[] = "no changes\n\nno validation calls\n";
 
-class DiffTest : public CommandTest {
+class DiffTest : public FolderTest {
  protected:
   // The list of changes alone.
   std::string ChangesOf(const std::string& running,
                         const std::string& candidate,
-                        const std::vector<std::string>& options = {}) const {
-    std::vector<std::string> arguments = {
-        "diff", Write("running.json", L3Json(running)),
-        Write("candidate.json", L3Json(candidate))};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    const std::string text = OutputOf(arguments);
+                        const Words& options = {}) const {
+    const std::string text =
+        OutputOf(Joined({"diff", Write("running.json", L3Json(running)),
+                         Write("candidate.json", L3Json(candidate))},
+                        options));
     const std::size_t begin = text.find('\n') + 1;
     return text.substr(begin, text.find("\n\n") + 1 - begin);
   }
@@ -45,16 +44,14 @@ TEST_F(DiffTest, ListsChangesAndTheCallsThatTheyFire) {
 }
 
 TEST_F(DiffTest, FoldsAListEntryIntoOneLine) {
-  const std::string text =
-      OutputOf({"diff", kRunning, kBranch + "floor-7-added.xml"});
-  EXPECT_EQ(text.substr(0, text.find("\n\n")),
-            "3 changes\n"
-            "+ /config/interface/l3{users-floor-7} (4 leaves)\n"
-            "+ /internal/ospf-interface-l3"
-            "{10 0.0.0.12 l3-users-floor-7 10.12.7.1} (1 leaf)\n"
-            "+ /internal/ospfv3-interface-l3{1 0.0.0.12 l3-users-floor-7} "
-            "(2 leaves)");
-  EXPECT_NE(text.find("\n10 validation calls\n"), std::string::npos) << text;
+  EXPECT_THAT(
+      OutputOf({"diff", kRunning, kBranch + "floor-7-added.xml"}),
+      StartsWith("3 changes\n"
+                 "+ /config/interface/l3{users-floor-7} (4 leaves)\n"
+                 "+ /internal/ospf-interface-l3"
+                 "{10 0.0.0.12 l3-users-floor-7 10.12.7.1} (1 leaf)\n"
+                 "+ /internal/ospfv3-interface-l3{1 0.0.0.12 l3-users-floor-7} "
+                 "(2 leaves)\n\n10 validation calls\n"));
 }
 
 TEST_F(DiffTest, FullListsTheLeavesOfAddedAndDeletedEntries) {
@@ -70,34 +67,35 @@ TEST_F(DiffTest, FullListsTheLeavesOfAddedAndDeletedEntries) {
             "- /config/interface/l3{a}/ipv6/address{::1/8}\n");
 }
 
-TEST_F(DiffTest, LeafComesChangesAndGoes) {
-  const std::string bare = R"({"name": "a"})";
-  const std::string red = R"({"name": "a", "vrf": "red"})";
-  const std::string blue = R"({"name": "a", "vrf": "blue"})";
-  EXPECT_EQ(ChangesOf(bare, red), "+ /config/interface/l3{a}/vrf: red\n");
-  EXPECT_EQ(ChangesOf(red, blue),
-            "~ /config/interface/l3{a}/vrf: red -> blue\n");
-  EXPECT_EQ(ChangesOf(blue, bare), "- /config/interface/l3{a}/vrf: blue\n");
-}
-
-TEST_F(DiffTest, NamesAValueThatIsInForceByDefault) {
-  EXPECT_EQ(ChangesOf(R"({"name": "a", "enabled": false})", R"({"name": "a"})"),
-            "~ /config/interface/l3{a}/enabled: false -> true (default)\n");
-  EXPECT_EQ(ChangesOf(R"({"name": "a", "enabled": true})", R"({"name": "a"})"),
-            "");
-}
-
-TEST_F(DiffTest, QuotesAValueThatIsMoreThanALineOfText) {
-  EXPECT_EQ(ChangesOf(R"({"name": "a", "description": "x y"})",
-                      R"({"name": "a", "description": ""})"),
-            "~ /config/interface/l3{a}/description: x y -> \"\"\n");
-  EXPECT_EQ(ChangesOf(R"({"name": "a", "description": " x"})",
-                      R"({"name": "a", "description": "x\ny"})"),
-            "~ /config/interface/l3{a}/description: \" x\" -> \"x\\ny\"\n");
-  EXPECT_EQ(ChangesOf(R"({"name": "a", "description": "x\u009b31m"})",
-                      R"({"name": "a", "description": "x\u202ey"})"),
-            "~ /config/interface/l3{a}/description: \"x\\x9b31m\" -> "
-            "\"x\\u202ey\"\n");
+// Leaves of the interface `a` before and after, and the change.
+TEST_F(DiffTest, ShowsTheOldAndTheNewValueOfALeaf) {
+  const struct {
+    const char* before;
+    const char* after;
+    const char* change;
+  } rows[] = {{"", R"("vrf": "red")", "+ vrf: red"},
+              {R"("vrf": "red")", R"("vrf": "blue")", "~ vrf: red -> blue"},
+              {R"("vrf": "blue")", "", "- vrf: blue"},
+              // A default.
+              {R"("enabled": false)", "", "~ enabled: false -> true (default)"},
+              {R"("enabled": true)", "", ""},
+              // A value that is not one line of plain text is quoted.
+              {R"("description": "x y")", R"("description": "")",
+               R"(~ description: x y -> "")"},
+              {R"("description": " x")", R"("description": "x\ny")",
+               R"(~ description: " x" -> "x\ny")"},
+              {R"("description": "x\u009b31m")", R"("description": "x\u202ey")",
+               R"(~ description: "x\x9b31m" -> "x\u202ey")"}};
+  for (const auto& [before, after, change] : rows) {
+    const auto entry = [](const std::string& leaf) {
+      return R"({"name": "a")" + (leaf.empty() ? "" : ", " + leaf) + "}";
+    };
+    std::string expected = change;
+    if (!expected.empty()) {
+      expected.insert(2, "/config/interface/l3{a}/").append("\n");
+    }
+    EXPECT_EQ(ChangesOf(entry(before), entry(after)), expected);
+  }
 }
 
 TEST_F(DiffTest, SaysThatNothingChanged) {
@@ -123,14 +121,9 @@ TEST_F(DiffTest, SaysWhatRunsAtEveryCommit) {
 TEST_F(DiffTest, WritesJson) {
   const std::string candidate = kBranch + "building-process-renamed.xml";
   EXPECT_EQ(OutputOf({"diff", "--format", "json", kRunning, candidate}),
-            "{\n"
-            "  \"running\": \"" +
-                kRunning +
-                "\",\n"
-                "  \"candidate\": \"" +
-                candidate +
-                "\",\n"
-                R"(  "changes": [
+            "{\n  \"running\": \"" + kRunning + "\",\n  \"candidate\": \"" +
+                candidate + R"(",
+  "changes": [
     {
       "change": "changed",
       "path": "/internal/ospf-index-to-proc-id{327700}/vrf_name",
@@ -177,9 +170,8 @@ TEST_F(DiffTest, ListsTheCallsThatACommitMakes) {
             .at("calls");
     const ProcessResult check =
         Ipav({"check", "--all", "--running", kRunning, candidate});
-    const std::string count = std::to_string(calls.size());
-    EXPECT_NE(check.out.find(" of " + count + " validation calls made"),
-              std::string::npos)
+    EXPECT_THAT(check.out, HasSubstr(" of " + std::to_string(calls.size()) +
+                                     " validation calls made"))
         << candidate;
     std::size_t at = 0;
     for (const json& call : calls) {
@@ -196,20 +188,14 @@ TEST_F(DiffTest, ListsTheCallsThatACommitMakes) {
 }
 
 TEST_F(DiffTest, FailsWhereAFileCannotBeRead) {
-  const ProcessResult result = Ipav({"diff", kRunning, folder_ / "none.xml"});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err.find("ipav: " + (folder_ / "none.xml").string() + ": "),
-            0U)
-      << result.err;
+  const std::string none = folder_ / "none.xml";
+  EXPECT_THAT(Ipav({"diff", kRunning, none}), IsBadInput(none + ": "));
 }
 
 TEST_F(DiffTest, RefusesAnUnknownFormat) {
-  const ProcessResult result =
-      Ipav({"diff", "--format", "yaml", kRunning, kRunning});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err,
-            "ipav: --format: yaml not in {text,json} (see ipav diff --help)\n");
+  EXPECT_THAT(
+      Ipav({"diff", "--format", "yaml", kRunning, kRunning}),
+      IsBadInput("--format: yaml not in {text,json} (see ipav diff --help)\n"));
 }
 
 }  // namespace

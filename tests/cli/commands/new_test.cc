@@ -1,6 +1,9 @@
 // ipav new: the configuration is accepted, and what its comments say holds.
 
-#include "tests/cli/commands/fixture.h"
+#include <sstream>
+#include <utility>
+
+#include "tests/cli/fixture.h"
 
 namespace ipav::testing {
 
@@ -8,50 +11,30 @@ namespace {
 
 using Edit = std::pair<std::string, std::string>;
 
-class NewTest : public CommandTest {
+class NewTest : public FolderTest {
  protected:
   void SetUp() override {
     text_ = OutputOf({"new"});
     file_ = Write("new.xml", text_);
   }
 
-  // The configuration with what stands behind a place replaced.
-  std::string Edited(const std::string& comment,
-                     const std::vector<Edit>& edits) const {
+  // Edits the configuration after a comment, and compares what `check` says to
+  // that: the operator's text, or "" if the edit is accepted. Without
+  // `running`, it is a first configuration.
+  void ExpectAnswer(const std::string& comment, const std::vector<Edit>& edits,
+                    const std::string& answer,
+                    const std::string& running = "") const {
+    SCOPED_TRACE(comment);
     std::string text = text_;
     const std::size_t place = text.find(comment);
-    EXPECT_NE(place, std::string::npos) << comment;
+    ASSERT_NE(place, std::string::npos);
     for (const auto& [from, to] : edits) {
       const std::size_t at = text.find(from, place);
-      EXPECT_NE(at, std::string::npos) << from;
-      if (at != std::string::npos) text.replace(at, from.size(), to);
+      ASSERT_NE(at, std::string::npos) << from;
+      text.replace(at, from.size(), to);
     }
-    return Write("edited.xml", text);
-  }
-
-  // A comment, an edit behind it, and what a router says to that; "" when it
-  // accepts.
-  void ExpectAnswer(const std::string& comment, const std::vector<Edit>& edits,
-                    const std::string& answer) const {
-    SCOPED_TRACE(comment);
-    ExpectAnswerAfter("", Edited(comment, edits), answer);
-  }
-
-  // The same for a change of the starter itself.
-  void ExpectAnswerToChange(const std::string& comment,
-                            const std::vector<Edit>& edits,
-                            const std::string& answer) const {
-    SCOPED_TRACE(comment);
-    ExpectAnswerAfter(file_, Edited(comment, edits), answer);
-  }
-
-  static void ExpectAnswerAfter(const std::string& running,
-                                const std::string& candidate,
-                                const std::string& answer) {
-    std::vector<std::string> arguments = {"check", candidate};
-    if (!running.empty()) {
-      arguments.insert(arguments.end(), {"--running", running});
-    }
+    Words arguments = {"check", Write("edited.xml", text)};
+    if (!running.empty()) arguments = Joined(arguments, {"--running", running});
     const ProcessResult result = Ipav(arguments);
     EXPECT_EQ(result.status, answer.empty() ? 0 : 1) << result.out;
     const std::size_t line = result.out.find('\n') + 1;
@@ -66,10 +49,10 @@ class NewTest : public CommandTest {
 TEST_F(NewTest, IsAcceptedInBothFormats) {
   const std::string json =
       Write("new.json", OutputOf({"new", "--format", "json"}));
-  EXPECT_EQ(OutputOf({"check", file_}),
-            file_ + ": accepted (28 of 28 validation calls made)\n");
-  EXPECT_EQ(OutputOf({"check", json}),
-            json + ": accepted (28 of 28 validation calls made)\n");
+  for (const std::string& file : {file_, json}) {
+    EXPECT_EQ(OutputOf({"check", file}),
+              file + ": accepted (28 of 28 validation calls made)\n");
+  }
   EXPECT_EQ(OutputOf({"diff", file_, json}),
             "no changes\n\nno validation calls\n");
 }
@@ -80,24 +63,16 @@ TEST_F(NewTest, HasEveryKindOfConfigurationWithAComment) {
         "<vrf-config>", "<ospf-index-to-proc-id>", "<ospf-interface-l3>",
         "<ospfv3-interface-l3>", "<rtmStaticRtEntry>",
         "<rtmStaticRtEntry-global "}) {
-    EXPECT_NE(text_.find(element), std::string::npos) << element;
+    EXPECT_THAT(text_, HasSubstr(element));
   }
-  const std::string comment = "<!-- ";
-  unsigned comments = 0;
-  for (std::size_t at = text_.find(comment); at != std::string::npos;
-       at = text_.find(comment, at + 1)) {
-    const std::string line = text_.substr(at, text_.find('\n', at) - at);
-    EXPECT_EQ(line.substr(line.size() - 4), " -->") << line;
-    ++comments;
-  }
-  EXPECT_EQ(comments, 22U);
+  EXPECT_EQ(CountOf("<!-- ", text_), 22U);
 }
 
-TEST_F(NewTest, FitsATerminalOf80Columns) {
-  std::size_t begin = 0;
-  for (std::size_t end = text_.find('\n'); end != std::string::npos;
-       begin = end + 1, end = text_.find('\n', begin)) {
-    EXPECT_LE(end - begin, 80U) << text_.substr(begin, end - begin);
+TEST_F(NewTest, HasShortLinesAndCommentsOfOneLine) {
+  std::istringstream lines(text_);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 80U) << line;
+    EXPECT_EQ(CountOf("<!-- ", line), CountOf(" -->", line)) << line;
   }
 }
 
@@ -156,11 +131,12 @@ TEST_F(NewTest, CommentsOnTimersHold) {
 }
 
 TEST_F(NewTest, CommentsOnOspfHold) {
-  ExpectAnswerToChange("While OSPFv3 uses", {{">20<", ">21<"}},
-                       "vlan 20 cannot be changed, it is assigned to router "
-                       "ospfv3 1 area 0 (0.0.0.0)");
-  ExpectAnswerToChange("While OSPFv3 uses",
-                       {{">20<", ">21<"}, {">1020<", ">1021<"}}, "");
+  ExpectAnswer("While OSPFv3 uses", {{">20<", ">21<"}},
+               "vlan 20 cannot be changed, it is assigned to router "
+               "ospfv3 1 area 0 (0.0.0.0)",
+               file_);
+  ExpectAnswer("While OSPFv3 uses", {{">20<", ">21<"}, {">1020<", ">1021<"}},
+               "", file_);
   ExpectAnswer("An OSPFv2 process", {{">global<", ">guest<"}},
                "l3 uplink vrf global and router ospf 1 vrf guest cannot be "
                "associated with divergent VRF");

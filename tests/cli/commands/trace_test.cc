@@ -2,21 +2,20 @@
 
 #include <regex>
 
-#include "tests/cli/commands/fixture.h"
+#include "tests/cli/fixture.h"
 
 namespace ipav::testing {
 
 namespace {
 
-// Times are other ones in each run.
+// Without the times, which differ in each run.
 std::string WithoutTimes(const std::string& trace) {
   return std::regex_replace(trace, std::regex("<[0-9]+\\.[0-9] us>"), "<T>");
 }
 
-class TraceTest : public CommandTest {
+class TraceTest : public FolderTest {
  protected:
   void SetUp() override {
-    CommandTest::SetUp();
     running_ = Write("running.json", OutputOf({"new", "--format", "json"}));
   }
 
@@ -29,36 +28,45 @@ class TraceTest : public CommandTest {
     return Write("candidate.json", text);
   }
 
-  std::vector<std::string> Check(const std::string& candidate) const {
-    return {"check", "--trace", "--running", running_, candidate};
+  // Candidates with one or two validation calls.
+  std::string NewVlan() const { return Edited("\"vlan\": 20", "\"vlan\": 21"); }
+  std::string NewTimer() const {
+    return Edited("\"max-interval\": 600", "\"max-interval\": 601");
   }
 
-  // The test's plug-in does it at the first validation call.
-  ProcessResult Do(const std::string& deed,
-                   const std::string& candidate) const {
-    return RunProcess({"/usr/bin/env", "DEED=" + deed, IPAV_PROGRAM, "check",
-                       "--trace", "--plugin", IPAV_CALLING_PLUGIN, "--running",
-                       running_, candidate});
+  std::string TraceOf(const std::string& candidate) const {
+    return WithoutTimes(
+        Ipav({"check", "--trace", "--running", running_, candidate}).err);
   }
 
-  // What a shell does with that command, whose verdict goes to its output 3.
-  ProcessResult Shell(const std::string& deed, const std::string& candidate,
-                      const std::string& trace) const {
-    return RunProcess(
-        {"/bin/sh", "-c",
-         "{ DEED=" + deed +
-             " " IPAV_PROGRAM " check --trace --plugin " IPAV_CALLING_PLUGIN
-             " --running " +
-             running_ + " " + candidate + " 2>&1 >&3 | " + trace + "; } 3>&1"});
+  // The command with the plug-in of these tests, which does something wrong at
+  // the first validation call.
+  std::string Doing(const std::string& deed,
+                    const std::string& candidate) const {
+    return "DEED=" + deed +
+           " " IPAV_PROGRAM " check --trace --plugin " IPAV_CALLING_PLUGIN
+           " --running " +
+           running_ + " " + candidate;
+  }
+
+  // The trace of such a command.
+  std::string FailureOf(const std::string& deed, int status = 3) const {
+    const ProcessResult result = Shell(Doing(deed, NewVlan()));
+    EXPECT_EQ(result.status, status);
+    return WithoutTimes(result.err);
+  }
+
+  // The verdict of such a command, and what another one makes of its trace.
+  static std::string Piped(const std::string& command,
+                           const std::string& reader) {
+    return Shell("{ " + command + " 2>&1 >&3 | " + reader + "; } 3>&1").out;
   }
 
   std::string running_;
 };
 
 TEST_F(TraceTest, ShowsTheCallsOfEachValidationCallInTheirOrder) {
-  const std::string candidate = Edited("\"vlan\": 20", "\"vlan\": 21");
-  const ProcessResult result = Ipav(Check(candidate));
-  const std::string trace = WithoutTimes(result.err);
+  const std::string candidate = NewVlan();
   const std::string begin =
       "trace of " + candidate +
       "\n"
@@ -71,7 +79,6 @@ TEST_F(TraceTest, ShowsTheCallsOfEachValidationCallInTheirOrder) {
       "    maapi_get_next() = {\"users\"} <T>\n"
       "    confd_pp_value() = \"users\" <T>\n"
       "    maapi_get_next() = {\"uplink\"} <T>\n";
-  EXPECT_EQ(trace.substr(0, begin.size()), begin);
   const std::string end =
       "    = 0 <T>\n"
       "  lower_layer_prot_cross_validation "
@@ -98,14 +105,15 @@ TEST_F(TraceTest, ShowsTheCallsOfEachValidationCallInTheirOrder) {
       "    maapi_destroy_cursor() <T>\n"
       "    = -1 <T>\n"
       "  lib_finish = 0 <T>\n";
-  ASSERT_GT(trace.size(), end.size());
-  EXPECT_EQ(trace.substr(trace.size() - end.size()), end);
+  const std::string trace = TraceOf(candidate);
+  EXPECT_THAT(trace, StartsWith(begin));
+  EXPECT_THAT(trace, EndsWith(end));
 }
 
 TEST_F(TraceTest, ShowsWhyACallFailed) {
   const std::string candidate = Edited("\"max-interval\": 600,", "");
   EXPECT_EQ(
-      WithoutTimes(Ipav(Check(candidate)).err),
+      TraceOf(candidate),
       "trace of " + candidate +
           "\n"
           "  lib_init = 0 <T>\n"
@@ -128,31 +136,29 @@ TEST_F(TraceTest, ShowsWhyACallFailed) {
 TEST_F(TraceTest, ShowsCallsWithinAWalkOverChangesInsideOfIt) {
   const std::string candidate =
       Edited("\"name\": \"uplink\"", R"("name": "uplink", "vrf": "global")");
-  const std::string trace = WithoutTimes(Ipav(Check(candidate)).err);
-  const std::string walk =
-      "    maapi_keypath_diff_iterate(/config/interface/l3)\n"
-      "      modified: /config/interface/l3{uplink}\n"
-      "      set: /config/interface/l3{uplink}/vrf = \"global\"\n"
-      "      maapi_xpath_eval_expr(\"ospfv3-interface-l3[ospfv3-pm-if-name="
-      "'l3-uplink']/ospfv3-pm-if-name\", /internal) = \"l3-uplink\" <T>\n"
-      "      = 0 <T>\n"
-      "    confd_trans_seterr(\"l3 uplink is configured in OSPFv3 and cannot "
-      "be associated with a VRF\") <T>\n"
-      "    = -1 <T>\n";
-  EXPECT_NE(trace.find(walk), std::string::npos) << trace;
+  EXPECT_THAT(
+      TraceOf(candidate),
+      HasSubstr(
+          "    maapi_keypath_diff_iterate(/config/interface/l3)\n"
+          "      modified: /config/interface/l3{uplink}\n"
+          "      set: /config/interface/l3{uplink}/vrf = \"global\"\n"
+          "      maapi_xpath_eval_expr(\"ospfv3-interface-l3[ospfv3-pm-if-name="
+          "'l3-uplink']/ospfv3-pm-if-name\", /internal) = \"l3-uplink\" <T>\n"
+          "      = 0 <T>\n"
+          "    confd_trans_seterr(\"l3 uplink is configured in OSPFv3 and "
+          "cannot "
+          "be associated with a VRF\") <T>\n"
+          "    = -1 <T>\n"));
 }
 
 TEST_F(TraceTest, LeavesTheReportAsItIs) {
   for (const char* name : {"floor-4-vlan-changed.xml", "ra-timers-tuned.xml"}) {
     const std::string candidate = kBranch + name;
-    const ProcessResult plain =
-        Ipav({"check", "--all", "--running", kRunning, candidate});
-    const ProcessResult traced =
-        Ipav({"check", "--all", "--trace", "--running", kRunning, candidate});
-    EXPECT_EQ(plain.err, "");
+    const Words check = {"check", "--all", "--running", kRunning, candidate};
+    ProcessResult traced = Ipav(Joined(check, {"--trace"}));
     EXPECT_NE(traced.err, "");
-    EXPECT_EQ(traced.out, plain.out);
-    EXPECT_EQ(traced.status, plain.status);
+    traced.err = "";
+    EXPECT_EQ(traced, Ipav(check));
   }
 }
 
@@ -166,12 +172,8 @@ TEST_F(TraceTest, HasAsManyCallsAsTheReportCounts) {
            std::sregex_iterator(result.out.begin(), result.out.end(), count);
        it != std::sregex_iterator(); ++it) {
     const std::string call = " " + (*it)[1].str() + "(";
-    std::size_t calls = 0;
-    for (std::size_t at = result.err.find(call); at != std::string::npos;
-         at = result.err.find(call, at + 1)) {
-      ++calls;
-    }
-    EXPECT_EQ(std::to_string(calls), (*it)[2].str()) << call;
+    EXPECT_EQ(std::to_string(CountOf(call, result.err)), (*it)[2].str())
+        << call;
     ++names;
   }
   EXPECT_GE(names, 8U);
@@ -187,11 +189,8 @@ TEST_F(TraceTest, NamesTheFileOfEachTrace) {
 }
 
 TEST_F(TraceTest, OfACrashEndsWithTheLastCall) {
-  const std::string candidate = Edited("\"vlan\": 20", "\"vlan\": 21");
-  const ProcessResult result = Do("abort", candidate);
-  EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(WithoutTimes(result.err),
-            "trace of " + candidate +
+  EXPECT_EQ(FailureOf("abort"),
+            "trace of " + (folder_ / "candidate.json").string() +
                 "\n  lib_init = 0 <T>\n"
                 "  static_route_l3_intf_validation /config/interface/l3\n"
                 "    hostd_maapi_socket_get() = 1000000 <T>\n"
@@ -202,68 +201,47 @@ TEST_F(TraceTest, OfACrashInsideOfACallEndsWithThatCall) {
 #if defined(__SANITIZE_ADDRESS__)
   GTEST_SKIP() << "the sanitizer has its own report";
 #endif
-  const std::string candidate = Edited("\"vlan\": 20", "\"vlan\": 21");
-  const ProcessResult result = Do("crash-in-call", candidate);
-  EXPECT_EQ(result.status, 3);
-  const std::string end =
-      "    maapi_exists(/config/interface/l3) = 1 <T>\n"
-      "    maapi_get_elem(/config/interface/l3{users}/lower-layer-if/vlan)\n";
-  const std::string trace = WithoutTimes(result.err);
-  ASSERT_GT(trace.size(), end.size());
-  EXPECT_EQ(trace.substr(trace.size() - end.size()), end);
+  EXPECT_THAT(
+      FailureOf("crash-in-call"),
+      EndsWith("    maapi_exists(/config/interface/l3) = 1 <T>\n"
+               "    maapi_get_elem(/config/interface/l3{users}/lower-layer-if/"
+               "vlan)\n"));
 }
 
 TEST_F(TraceTest, ShowsWhatThePluginThrew) {
-  const ProcessResult result =
-      Do("throw", Edited("\"vlan\": 20", "\"vlan\": 21"));
-  EXPECT_EQ(result.status, 3);
-  EXPECT_NE(WithoutTimes(result.err).find("\n    = threw: no more <T>\n"),
-            std::string::npos)
-      << result.err;
+  EXPECT_THAT(FailureOf("throw"), HasSubstr("\n    = threw: no more <T>\n"));
 }
 
 TEST_F(TraceTest, KeepsACallOnOneLineWhateverItsTexts) {
-  const ProcessResult result =
-      Do("odd-texts", Edited("\"vlan\": 20", "\"vlan\": 21"));
-  const std::string trace = WithoutTimes(result.err);
-  EXPECT_NE(trace.find("    maapi_exists(\"/config/interface/l3"
-                       "{\\\"a\\n\\x01\\\"}\") = 0 <T>\n"
-                       "    maapi_exists(%x) = error 8, bad path: only %s, %d "
-                       "and %u may stand in %x <T>\n"
-                       "    confd_trans_seterr(\"\\\"two\\\\\\nlines\\\"\") "
-                       "<T>\n"
-                       "    = -1 <T>\n"),
-            std::string::npos)
-      << trace;
+  EXPECT_THAT(
+      FailureOf("odd-texts", 1),
+      HasSubstr(R"(    maapi_exists("/config/interface/l3{\"a\n\x01\"}") = 0 <T>
+    maapi_exists(%x) = error 8, bad path: only %s, %d and %u may stand in %x <T>
+    confd_trans_seterr("\"two\\\nlines\"") <T>
+    = -1 <T>
+)"));
 }
 
 TEST_F(TraceTest, HasNoBound) {
   // 2 times 150 calls of 1 MiB, more than the host keeps of what a plug-in
   // sends.
-  const std::string candidate =
-      Edited("\"max-interval\": 600", "\"max-interval\": 601");
-  const ProcessResult result = Shell("long-texts", candidate, "wc -c");
+  const std::string candidate = NewTimer();
+  std::string out = Piped(Doing("long-texts", candidate), "wc -c");
   const std::string verdict =
       candidate + ": accepted (2 of 2 validation calls made)\n";
-  const std::size_t at = result.out.find(verdict);
-  ASSERT_NE(at, std::string::npos) << result.out;
-  std::string bytes = result.out;
-  EXPECT_GT(std::stoull(bytes.erase(at, verdict.size())), 300ULL << 20);
+  const std::size_t at = out.find(verdict);
+  ASSERT_NE(at, std::string::npos) << out;
+  EXPECT_GT(std::stoull(out.erase(at, verdict.size())), 300ULL << 20);
 }
 
 TEST_F(TraceTest, ThatNobodyReadsLeavesTheVerdict) {
-  const std::string candidate =
-      Edited("\"max-interval\": 600", "\"max-interval\": 601");
-  const ProcessResult result =
-      Shell("long-text", candidate, "head -c 1000 >/dev/null");
-  EXPECT_EQ(result.out,
+  const std::string candidate = NewTimer();
+  EXPECT_EQ(Piped(Doing("long-text", candidate), "head -c 1000 >/dev/null"),
             candidate + ": accepted (2 of 2 validation calls made)\n");
 }
 
 TEST_F(TraceTest, FailsWithoutAStandardError) {
-  EXPECT_EQ(RunProcess({"/bin/sh", "-c",
-                        IPAV_PROGRAM " check --trace " + running_ + " 2>&-"})
-                .status,
+  EXPECT_EQ(Shell(IPAV_PROGRAM " check --trace " + running_ + " 2>&-").status,
             2);
 }
 

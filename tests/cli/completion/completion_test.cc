@@ -1,28 +1,24 @@
-// What shells offer on the command line, asked of the shells themselves, and
-// whether the scripts, the help and the manual know of the same options.
-
-#include <gtest/gtest.h>
+// The completions that each shell offers, and whether the scripts, the help and
+// the manual have the same options.
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <ostream>
 #include <regex>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "tests/cli/commands/fixture.h"
+#include "tests/cli/fixture.h"
 
 namespace ipav::testing {
 
 namespace {
 
-using Words = std::vector<std::string>;
 using WordSet = std::set<std::string>;
 
-std::vector<std::string> LinesOf(const std::string& text) {
-  std::vector<std::string> lines;
+Words LinesOf(const std::string& text) {
+  Words lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
@@ -89,7 +85,7 @@ struct Shell {
 
 void PrintTo(const Shell& shell, std::ostream* out) { *out << shell.name; }
 
-class Completion : public CommandTest,
+class Completion : public FolderTest,
                    public ::testing::WithParamInterface<Shell> {
  protected:
   void SetUp() override {
@@ -105,13 +101,10 @@ class Completion : public CommandTest,
   // What is offered for the last word.
   WordSet Offers(const Words& words) const {
     const std::string name = GetParam().name;
-    Words command = {GetParam().program};
-    command.insert(command.end(), GetParam().before_script.begin(),
-                   GetParam().before_script.end());
-    command.push_back(std::string(IPAV_ASK) + name);
-    command.push_back(script_);
-    command.insert(command.end(), words.begin(), words.end());
-    const ProcessResult result = RunProcess(command);
+    const Words command =
+        Joined({GetParam().program}, GetParam().before_script);
+    const ProcessResult result =
+        RunProcess(Joined(Joined(command, {IPAV_ASK + name, script_}), words));
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");
     const Words lines = LinesOf(result.out);
@@ -143,9 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& shell) { return std::string(shell.param.name); });
 
 TEST_P(Completion, ScriptHasNoErrorOfSyntax) {
-  const ProcessResult result = RunProcess({GetParam().program, "-n", script_});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(RunProcess({GetParam().program, "-n", script_}), ProcessResult());
 }
 
 TEST_P(Completion, OffersTheSubcommandsFirst) {
@@ -185,8 +176,8 @@ TEST_P(Completion, OffersTheChoicesOfAnOption) {
             (WordSet{"bash", "zsh", "fish"}));
 }
 
-TEST_P(Completion, OffersTheChoicesBehindAnEqualsSign) {
-  // To readline, which knows no options, the sign is a word.
+TEST_P(Completion, OffersTheChoicesAfterAnEqualsSign) {
+  // In bash, the sign is a word of its own.
   const bool is_bash = std::string(GetParam().name) == "bash";
   const WordSet offers = is_bash
                              ? Offers({"ipav", "check", "--format", "=", "js"})
@@ -202,7 +193,7 @@ TEST_P(Completion, OffersTheChoicesBehindAnEqualsSign) {
   }
 }
 
-TEST_P(Completion, OffersNothingWhereAnythingMayStand) {
+TEST_P(Completion, OffersNothingForAFreeValue) {
   EXPECT_EQ(Offers({"ipav", "check", "--shard", ""}), WordSet{});
   EXPECT_EQ(Offers({"ipav", "check", "-j", ""}), WordSet{});
 }
@@ -234,7 +225,7 @@ TEST_P(Completion, OffersFoldersAloneForTheDataModel) {
             WordSet{"cases"});
 }
 
-TEST_P(Completion, TakesTheFirstWordThatIsNoOptionForTheSubcommand) {
+TEST_P(Completion, TakesTheFirstWordWithoutADashAsTheSubcommand) {
   EXPECT_EQ(NamesOf(Offers({"ipav", "check", "new", InFolder("ca")})),
             (WordSet{"candidate.xml", "cases"}));
   EXPECT_GT(Offers({"ipav", "check", "--all", "new", "--"}).count("--jobs"),
@@ -263,8 +254,8 @@ Words FlagsOf(const std::string& line) {
   return flags;
 }
 
-// Of each command, "" for the program: the options in its items or, where
-// `is_synopsis`, in its lines of the synopsis.
+// The options of each command, "" for the program: those in its items or, with
+// `is_synopsis`, those in its lines of the synopsis.
 std::map<std::string, WordSet> OptionsInManual(bool is_synopsis) {
   std::map<std::string, WordSet> options;
   std::string section;
@@ -299,7 +290,7 @@ TEST(Manual, HasTheOptionsOfEachSubcommandAndNoOther) {
   EXPECT_EQ(OptionsInManual(false), expected);
 }
 
-// Of options with two names the shorter one.
+// An option with two names is there with its shorter one.
 TEST(Manual, HasEachOptionInItsSynopsisAsWell) {
   const std::map<std::string, WordSet> items = OptionsInManual(false);
   std::map<std::string, WordSet> synopsis = OptionsInManual(true);
@@ -383,12 +374,9 @@ TEST_P(ManualPage, IsGoodMdocToItsOtherReaderToo) {
 }
 
 TEST(CompletionCommand, RefusesAShellThatItDoesNotKnow) {
-  const ProcessResult result = Ipav({"completion", "tcsh"});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err,
-            "ipav: shell: tcsh not in {bash,zsh,fish} (see ipav completion "
-            "--help)\n");
+  EXPECT_THAT(Ipav({"completion", "tcsh"}),
+              IsBadInput("shell: tcsh not in {bash,zsh,fish} (see ipav "
+                         "completion --help)\n"));
 }
 
 }  // namespace

@@ -1,8 +1,5 @@
 #include "tests/faults/scenarios.h"
 
-#include <arpa/inet.h>
-
-#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -11,6 +8,7 @@ namespace ipav::faults {
 namespace {
 
 using model::AddressEntry;
+using model::AddressOf;
 using model::Configuration;
 using model::InterfaceEntry;
 using model::Leaf;
@@ -18,25 +16,11 @@ using model::Octets;
 using model::Operation;
 using model::Place;
 using model::Prefix;
+using model::PrefixOf;
 
 // ---- Values ----------------------------------------------------------------
 
-Octets Ip(const std::string& text) {
-  const bool is_ipv6 = text.find(':') != std::string::npos;
-  Octets octets(is_ipv6 ? 16 : 4);
-  if (inet_pton(is_ipv6 ? AF_INET6 : AF_INET, text.c_str(), octets.data()) !=
-      1) {
-    std::abort();
-  }
-  return octets;
-}
-
-Prefix Net(const std::string& text) {
-  const std::size_t slash = text.find('/');
-  return {Ip(text.substr(0, slash)), std::stoi(text.substr(slash + 1))};
-}
-
-AddressEntry Address(const std::string& text) { return {text, Net(text)}; }
+AddressEntry Address(const std::string& text) { return {text, PrefixOf(text)}; }
 
 std::vector<AddressEntry> Addresses(const std::vector<std::string>& texts) {
   std::vector<AddressEntry> entries;
@@ -51,16 +35,9 @@ Leaf<T> Set(const T& value) {
 
 const Leaf<std::string> kNoVrf;
 
-Place ListPlace(const std::string& list) {
-  return {{"config"}, {"interface"}, {list}};
-}
-
-Place Below(const std::string& list, const std::string& key,
-            const std::vector<std::string>& nodes) {
-  Place place = ListPlace(list);
-  place.push_back({key, true});
-  for (const std::string& node : nodes) place.push_back({node});
-  return place;
+// Of a list of interfaces, or of a node below: "l3{core1}/vrf".
+Place Interface(const std::string& path) {
+  return model::PlaceOf("/config/interface/" + path);
 }
 
 // ---- The router ------------------------------------------------------------
@@ -73,7 +50,7 @@ InterfaceEntry L3(const std::string& key, const Leaf<std::string>& vrf,
   entry.key = key;
   entry.vrf = vrf;
   entry.vlan = vlan;
-  entry.primary = Net(ipv4.front());
+  entry.primary = PrefixOf(ipv4.front());
   entry.ipv4 = Addresses({ipv4.begin() + 1, ipv4.end()});
   entry.ipv6 = Addresses(ipv6);
   return entry;
@@ -111,7 +88,7 @@ void AddInterfaces(Configuration* router) {
   InterfaceEntry mgmt;
   mgmt.key = "9";
   mgmt.vrf = Set<std::string>("mgmt");
-  mgmt.primary = Net("172.16.0.9/24");
+  mgmt.primary = PrefixOf("172.16.0.9/24");
   mgmt.ipv6 = Addresses({"2001:db8:99::9/64"});
   mgmt.timers = core1.timers;
   router->mgmt = {mgmt};
@@ -122,8 +99,8 @@ void AddInterfaces(Configuration* router) {
 void AddRoute(Configuration* router, std::uint32_t vrf,
               const std::string& network, const std::string& next_hop,
               const std::string& output) {
-  const Prefix prefix = Net(network);
-  const Octets via = Ip(next_hop);
+  const Prefix prefix = PrefixOf(network);
+  const Octets via = AddressOf(next_hop);
   router->routes.push_back({vrf, prefix.address.size() == 4 ? 1 : 2,
                             prefix.address, prefix.length, via});
   if (output.empty()) return;
@@ -159,8 +136,8 @@ void AddOspf(Configuration* router) {
                     {"9", "0.0.0.1", "l3-gone", "10.8.8.8", std::nullopt}};
 
   // The index of an untagged interface, and one that is not known yet.
-  const Octets backbone = Ip("0.0.0.0");
-  const Octets area = Ip("0.0.0.1");
+  const Octets backbone = AddressOf("0.0.0.0");
+  const Octets area = AddressOf("0.0.0.1");
   router->ospfv3 = {{1, area, "l3-core1", 1010, "l3-core1"},
                     {1, backbone, "l3-untagged", 1000, "l3-untagged"},
                     {1, backbone, "l3-new", std::nullopt, "l3-new"},
@@ -170,11 +147,10 @@ void AddOspf(Configuration* router) {
 
 void AddChanges(Configuration* router) {
   router->changes = {
-      {Below("l3", "access-building-1", {}), Operation::kModified,
-       std::nullopt},
-      {Below("l3", "access-building-1", {"vrf"}), Operation::kValueSet, "blue"},
-      {Below("l3", "access_2", {"vrf"}), Operation::kDeleted, std::nullopt},
-      {Below("loopback", "0", {"vrf"}), Operation::kValueSet, "global"}};
+      {Interface("l3{access-building-1}"), Operation::kModified, std::nullopt},
+      {Interface("l3{access-building-1}/vrf"), Operation::kValueSet, "blue"},
+      {Interface("l3{access_2}/vrf"), Operation::kDeleted, std::nullopt},
+      {Interface("loopback{0}/vrf"), Operation::kValueSet, "global"}};
 }
 
 Configuration Router() {
@@ -204,7 +180,7 @@ Scenario On(const std::string& variant, bool is_accepted, const Place& place,
 }
 
 std::vector<Scenario> Names() {
-  const Place l3 = ListPlace("l3");
+  const Place l3 = Interface("l3");
   return {On("names as they must be", true, l3, Nothing),
           On("a dot in a name, and a long one", false, l3,
              [](Configuration* router) {
@@ -213,29 +189,24 @@ std::vector<Scenario> Names() {
              })};
 }
 
-void SetVrf(Configuration* router, const std::string& list,
-            const std::string& key, const std::string& vrf) {
+void SetVrf(Configuration* router, const std::string& interface,
+            const std::string& vrf) {
   router->changes.push_back(
-      {Below(list, key, {"vrf"}), Operation::kValueSet, vrf});
+      {Interface(interface + "/vrf"), Operation::kValueSet, vrf});
 }
 
 std::vector<Scenario> Vrfs() {
   return {
-      On("no changed interface in OSPFv3", true, ListPlace("l3"), Nothing),
-      On("two changed l3 interfaces in OSPFv3", false, ListPlace("l3"),
+      On("no changed interface in OSPFv3", true, Interface("l3"), Nothing),
+      On("two changed l3 interfaces in OSPFv3", false, Interface("l3"),
          [](Configuration* router) {
-           SetVrf(router, "l3", "core2", "red");
-           SetVrf(router, "l3", "core1", "global");
+           SetVrf(router, "l3{core2}", "red");
+           SetVrf(router, "l3{core1}", "global");
          }),
-      On("a changed loopback in OSPFv3", false, ListPlace("loopback"),
-         [](Configuration* router) { SetVrf(router, "loopback", "1", "red"); }),
+      On("a changed loopback in OSPFv3", false, Interface("loopback"),
+         [](Configuration* router) { SetVrf(router, "loopback{1}", "red"); }),
       On("a node of the OSPFv2 table", true,
-         {{"internal"},
-          {"ospf-interface-l3"},
-          {"7", true},
-          {"a"},
-          {"b"},
-          {"c"}},
+         model::PlaceOf("/internal/ospf-interface-l3{7}/a/b/c"),
          [](Configuration* router) {
            router->l3.resize(1);
            router->routes.clear();
@@ -243,27 +214,27 @@ std::vector<Scenario> Vrfs() {
 }
 
 std::vector<Scenario> Ipv4Addresses() {
-  return {On("addresses of an l3 interface", true, ListPlace("l3"), Nothing),
-          On("an l3 interface on the management subnet", false, ListPlace("l3"),
+  return {On("addresses of an l3 interface", true, Interface("l3"), Nothing),
+          On("an l3 interface on the management subnet", false, Interface("l3"),
              [](Configuration* router) {
                router->l3[3].ipv4.push_back(Address("172.16.0.1/24"));
              }),
-          On("a loopback that is a next hop", false, ListPlace("loopback"),
+          On("a loopback that is a next hop", false, Interface("loopback"),
              [](Configuration* router) {
                router->loopback[1].ipv4.push_back(Address("10.1.2.1/32"));
              })};
 }
 
 std::vector<Scenario> Ipv6Addresses() {
-  return {On("addresses of an l3 interface", true, ListPlace("l3"), Nothing),
+  return {On("addresses of an l3 interface", true, Interface("l3"), Nothing),
           On("the management interface on an l3 subnet", false,
-             ListPlace("mgmt"), [](Configuration* router) {
+             Interface("mgmt"), [](Configuration* router) {
                router->mgmt[0].ipv6.push_back(Address("2001:db8:2::9/64"));
              })};
 }
 
 std::vector<Scenario> OspfAddresses() {
-  const Place l3 = ListPlace("l3");
+  const Place l3 = Interface("l3");
   return {On("OSPFv2 knows every address", true, l3, Nothing),
           On("an address more", false, l3, [](Configuration* router) {
             router->l3[0].ipv4.push_back(Address("10.1.9.1/24"));
@@ -271,7 +242,7 @@ std::vector<Scenario> OspfAddresses() {
 }
 
 std::vector<Scenario> Ipv4Routes() {
-  const Place l3 = ListPlace("l3");
+  const Place l3 = Interface("l3");
   return {On("routes of three VRFs", true, l3, Nothing),
           On("a black hole with a next hop, and a next hop of our own", false,
              l3, [](Configuration* router) {
@@ -281,7 +252,7 @@ std::vector<Scenario> Ipv4Routes() {
 }
 
 std::vector<Scenario> Ipv6Routes() {
-  const Place l3 = ListPlace("l3");
+  const Place l3 = Interface("l3");
   return {On("routes of three VRFs", true, l3, Nothing),
           On("a next hop of our own", false, l3, [](Configuration* router) {
             AddRoute(router, 1, "2001:db8:c::/48", "2001:db8:ff::1", "");
@@ -289,19 +260,18 @@ std::vector<Scenario> Ipv6Routes() {
 }
 
 std::vector<Scenario> Outputs() {
-  const Place l3 = ListPlace("l3");
+  const Place l3 = Interface("l3");
   return {On("routes through interfaces with a VLAN", true, l3, Nothing),
           On("a route through one without", false, l3,
              [](Configuration* router) { router->l3[2].vlan.reset(); })};
 }
 
 std::vector<Scenario> Intervals() {
-  const Place core1 = Below("l3", "core1", {"ipv6", "nd", "ra"});
+  const Place core1 = Interface("l3{core1}/ipv6/nd/ra");
   return {On("a small minimum", true, core1, Nothing),
           On("a small minimum of a management interface", true,
-             Below("mgmt", "9", {"ipv6", "nd", "ra"}), Nothing),
-          On("no timers", true, Below("l3", "core2", {"ipv6", "nd", "ra"}),
-             Nothing),
+             Interface("mgmt{9}/ipv6/nd/ra"), Nothing),
+          On("no timers", true, Interface("l3{core2}/ipv6/nd/ra"), Nothing),
           On("a large minimum", false, core1,
              [](Configuration* router) {
                router->l3[0].timers.min_interval.value = 451;
@@ -312,10 +282,10 @@ std::vector<Scenario> Intervals() {
 }
 
 std::vector<Scenario> Lifetimes() {
-  const Place core1 = Below("l3", "core1", {"ipv6", "nd", "ra"});
+  const Place core1 = Interface("l3{core1}/ipv6/nd/ra");
   return {On("a long lifetime", true, core1, Nothing),
           On("any lifetime of a management interface", true,
-             Below("mgmt", "9", {"ipv6", "nd", "ra"}), Nothing),
+             Interface("mgmt{9}/ipv6/nd/ra"), Nothing),
           On("a short lifetime", false, core1,
              [](Configuration* router) {
                router->l3[0].timers.lifetime.value = 600;
@@ -327,7 +297,7 @@ std::vector<Scenario> Lifetimes() {
 
 std::vector<Scenario> Vlans() {
   const auto place = [](const std::string& key) {
-    return Below("l3", key, {"lower-layer-if"});
+    return Interface("l3{" + key + "}/lower-layer-if");
   };
   return {On("another VLAN outside OSPFv3", true, place("access-building-1"),
              [](Configuration* router) { router->l3[2].vlan = 31; }),

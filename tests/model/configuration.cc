@@ -5,11 +5,27 @@
 #include <algorithm>
 #include <array>
 #include <ostream>
+#include <stdexcept>
 
 namespace ipav::model {
 
 bool operator==(const Prefix& a, const Prefix& b) {
   return a.address == b.address && a.length == b.length;
+}
+
+Octets AddressOf(const std::string& text) {
+  const bool is_ipv6 = text.find(':') != std::string::npos;
+  Octets octets(is_ipv6 ? 16 : 4);
+  const int family = is_ipv6 ? AF_INET6 : AF_INET;
+  if (inet_pton(family, text.c_str(), octets.data()) != 1) {
+    throw std::invalid_argument(text);
+  }
+  return octets;
+}
+
+Prefix PrefixOf(const std::string& text) {
+  const std::size_t slash = text.find('/');
+  return {AddressOf(text.substr(0, slash)), std::stoi(text.substr(slash + 1))};
 }
 
 std::string AddressText(const Octets& address) {
@@ -25,6 +41,18 @@ std::string PrefixText(const Prefix& prefix) {
 bool IsZero(const Octets& address) {
   return std::all_of(address.begin(), address.end(),
                      [](std::uint8_t octet) { return octet == 0; });
+}
+
+Place PlaceOf(const std::string& text) {
+  Place place;
+  for (const char c : text) {
+    if (c == '/' || c == '{') {
+      place.push_back({"", c == '{'});
+    } else if (c != '}') {
+      place.back().text += c;
+    }
+  }
+  return place;
 }
 
 std::string PlaceText(const Place& place) {

@@ -22,7 +22,10 @@ struct Prefix {
 
 bool operator==(const Prefix& a, const Prefix& b);
 
-// "10.0.0.1", "10.0.0.1/24".
+// "10.0.0.1", "10.0.0.1/24", of either family. The first two throw on any other
+// text.
+Octets AddressOf(const std::string& text);
+Prefix PrefixOf(const std::string& text);
 std::string AddressText(const Octets& address);
 std::string PrefixText(const Prefix& prefix);
 
@@ -43,7 +46,8 @@ struct PathElement {
 };
 using Place = std::vector<PathElement>;
 
-// "/config/interface/l3{1}/vrf".
+// "/config/interface/l3{1}/vrf". No name or key has a slash or a brace.
+Place PlaceOf(const std::string& text);
 std::string PlaceText(const Place& place);
 
 // A key that a path can name. Below any other key nothing can be read.

@@ -2,36 +2,59 @@
 
 #include <algorithm>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "tests/model/pools.h"
-#include "tests/model/random_ospf.h"
 
 namespace ipav::model {
 
 namespace {
 
-using rc::Gen;
-namespace gen = rc::gen;
-
 // ---- Interfaces ------------------------------------------------------------
 
-Gen<std::vector<AddressEntry>> AnyAddressList(int family) {
-  const Gen<AddressEntry> entry = gen::build<AddressEntry>(
-      gen::set(&AddressEntry::ip, Often(AnyPrefix(family))));
-  return gen::map(UpTo(family == 4 ? 2 : 3, entry),
-                  [](std::vector<AddressEntry> entries) {
-                    for (std::size_t i = 0; i < entries.size(); ++i) {
-                      entries[i].key = "key" + std::to_string(i);
-                    }
-                    return entries;
-                  });
+std::vector<AddressEntry> AnyAddressList(Choices* choices, int family) {
+  int number = 0;
+  return choices->UpTo(family == 4 ? 2 : 3, [&] {
+    return AddressEntry{"key" + std::to_string(number++),
+                        choices->Often(AnyPrefix(choices, family))};
+  });
 }
 
-std::vector<InterfaceEntry> Consistent(std::vector<InterfaceEntry> entries) {
+Leaf<std::uint16_t> AnyTimer(Choices* choices,
+                             const std::vector<std::uint16_t>& seconds) {
+  const std::uint16_t value = choices->OneOf(seconds);
+  return choices->Pick<Leaf<std::uint16_t>>(
+      {{8, {true, value}}, {2, {}}, {1, {true, std::nullopt}}});
+}
+
+// The limits between them meet often: three quarters of a maximum, and a
+// lifetime that is one above it.
+RaTimers AnyTimers(Choices* choices) {
+  return {AnyTimer(choices, {3, 4, 200, 600, 65535}),
+          AnyTimer(choices, {2, 3, 150, 151, 450, 49152}),
+          AnyTimer(choices, {0, 3, 4, 200, 201, 601, 65535})};
+}
+
+InterfaceEntry AnyInterface(Choices* choices, const std::string& kind) {
+  const bool is_l3 = kind == "l3";
+  const bool is_loopback = kind == "loopback";
+  InterfaceEntry entry;
+  entry.key = is_l3 ? AnyL3Key(choices) : AnyPlainKey(choices);
+  entry.vrf = AnyVrf(choices);
+  if (is_l3) entry.vlan = choices->Often(AnyVlan(choices));
+  if (!is_loopback) entry.primary = choices->Often(AnyPrefix(choices, 4));
+  if (!is_loopback) entry.timers = AnyTimers(choices);
+  if (kind != "mgmt") entry.ipv4 = AnyAddressList(choices, 4);
+  entry.ipv6 = AnyAddressList(choices, 6);
+  return entry;
+}
+
+// Keys differ, and nothing is below an entry that no path can name.
+std::vector<InterfaceEntry> AnyInterfaces(Choices* choices, std::size_t most,
+                                          const std::string& kind) {
   std::vector<InterfaceEntry> kept;
-  for (InterfaceEntry& entry : entries) {
+  for (InterfaceEntry& entry :
+       choices->UpTo(most, [&] { return AnyInterface(choices, kind); })) {
     const bool is_known = std::any_of(
         kept.begin(), kept.end(),
         [&](const InterfaceEntry& other) { return other.key == entry.key; });
@@ -46,122 +69,59 @@ std::vector<InterfaceEntry> Consistent(std::vector<InterfaceEntry> entries) {
   return kept;
 }
 
-// The limits between them meet often: three quarters of a maximum, and a
-// lifetime that is one above it.
-Gen<RaTimers> AnyTimers() {
-  const auto any = [](std::vector<std::uint16_t> seconds) {
-    return gen::map(
-        gen::pair(gen::weightedElement<int>({{8, 2}, {2, 0}, {1, 1}}),
-                  gen::elementOf(std::move(seconds))),
-        [](const std::pair<int, std::uint16_t>& chosen) {
-          Leaf<std::uint16_t> leaf;
-          leaf.exists = chosen.first > 0;
-          if (chosen.first == 2) leaf.value = chosen.second;
-          return leaf;
-        });
-  };
-  return gen::build<RaTimers>(
-      gen::set(&RaTimers::max_interval, any({3, 4, 200, 600, 65535})),
-      gen::set(&RaTimers::min_interval, any({2, 3, 150, 151, 450, 49152})),
-      gen::set(&RaTimers::lifetime, any({0, 3, 4, 200, 201, 601, 65535})));
-}
-
-Gen<std::vector<InterfaceEntry>> AnyL3s() {
-  const Gen<InterfaceEntry> entry = gen::build<InterfaceEntry>(
-      gen::set(&InterfaceEntry::key, AnyL3Key()),
-      gen::set(&InterfaceEntry::vrf, AnyVrf()),
-      gen::set(&InterfaceEntry::vlan, Often(AnyVlan())),
-      gen::set(&InterfaceEntry::primary, Often(AnyPrefix(4))),
-      gen::set(&InterfaceEntry::timers, AnyTimers()),
-      gen::set(&InterfaceEntry::ipv4, AnyAddressList(4)),
-      gen::set(&InterfaceEntry::ipv6, AnyAddressList(6)));
-  return gen::map(UpTo(4, entry), Consistent);
-}
-
-Gen<std::vector<InterfaceEntry>> AnyLoopbacks() {
-  const Gen<InterfaceEntry> entry = gen::build<InterfaceEntry>(
-      gen::set(&InterfaceEntry::key, AnyPlainKey()),
-      gen::set(&InterfaceEntry::vrf, AnyVrf()),
-      gen::set(&InterfaceEntry::ipv4, AnyAddressList(4)),
-      gen::set(&InterfaceEntry::ipv6, AnyAddressList(6)));
-  return gen::map(UpTo(3, entry), Consistent);
-}
-
-Gen<std::vector<InterfaceEntry>> AnyMgmts() {
-  const Gen<InterfaceEntry> entry = gen::build<InterfaceEntry>(
-      gen::set(&InterfaceEntry::key, AnyPlainKey()),
-      gen::set(&InterfaceEntry::vrf, AnyVrf()),
-      gen::set(&InterfaceEntry::primary, Often(AnyPrefix(4))),
-      gen::set(&InterfaceEntry::timers, AnyTimers()),
-      gen::set(&InterfaceEntry::ipv6, AnyAddressList(6)));
-  return gen::map(UpTo(2, entry), Consistent);
+void AddMoreL3s(std::size_t total, std::vector<InterfaceEntry>* entries) {
+  for (std::size_t i = 0; entries->size() < total; ++i) {
+    entries->emplace_back().key = "x" + std::to_string(i);
+  }
 }
 
 // ---- Static routes ---------------------------------------------------------
 
 // So few that a prefix is often that of another route, too.
-Gen<Octets> AnyNetwork(int family) {
+std::string AnyNetwork(Choices* choices, int family) {
   if (family == 4) {
-    return gen::weightedElement<Octets>({{6, Ipv4(10, 0, 0, 0)},
-                                         {3, Ipv4(10, 0, 0, 1)},
-                                         {3, Ipv4(9, 255, 0, 0)},
-                                         {1, Ipv4(0, 0, 0, 0)}});
+    return choices->Pick<std::string>(
+        {{6, "10.0.0.0"}, {3, "10.0.0.1"}, {3, "9.255.0.0"}, {1, "0.0.0.0"}});
   }
-  return gen::weightedElement<Octets>({{6, Ipv6(0x20, 0, 1, 0)},
-                                       {3, Ipv6(0x20, 0, 1, 1)},
-                                       {3, Ipv6(0x09, 0xff, 0, 0)},
-                                       {1, Ipv6(0, 0, 0, 0)}});
+  return choices->Pick<std::string>({{6, "2000:0:0:1::"},
+                                     {3, "2000:0:0:1::1"},
+                                     {3, "900:0:0:ff00::"},
+                                     {1, "::"}});
 }
 
-// Those that interfaces have most often.
-Gen<Octets> AnyHost(int family) {
-  if (family == 4) {
-    return gen::element<Octets>(Ipv4(10, 0, 0, 1), Ipv4(10, 0, 0, 2),
-                                Ipv4(10, 0, 1, 1), Ipv4(172, 16, 0, 1));
-  }
-  return gen::element<Octets>(Ipv6(0x20, 0, 1, 1), Ipv6(0x20, 0, 2, 1),
-                              Ipv6(0x20, 1, 0, 1), Ipv6(0xfd, 0, 0, 1));
+// Any address, mostly one that interfaces have often, or none.
+std::string AnyNextHop(Choices* choices, int family) {
+  const std::string any = AnyAddress(choices, family);
+  const std::string host =
+      family == 4
+          ? choices->OneOf<std::string>(
+                {"10.0.0.1", "10.0.0.2", "10.0.1.1", "172.16.0.1"})
+          : choices->OneOf<std::string>({"2000:0:0:1::1", "2000:0:0:2::1",
+                                         "2000:0:0:100::1", "fd00::1"});
+  return choices->Pick<std::string>(
+      {{2, host}, {1, any}, {1, family == 4 ? "0.0.0.0" : "::"}});
 }
 
 // Types 3 and 0 are of no family. A type 1 row with 16 octets is read by its
 // first four.
-Gen<RouteRow> AnyRoute() {
-  const auto of = [](std::vector<std::int32_t> types, int family) {
-    return gen::build<RouteRow>(
-        gen::set(&RouteRow::vrf, gen::weightedElement<std::uint32_t>(
-                                     {{7, 0}, {4, 1}, {2, 2}, {1, 3}, {1, 4}})),
-        gen::set(&RouteRow::type, gen::elementOf(std::move(types))),
-        gen::set(&RouteRow::destination, AnyNetwork(family)),
-        gen::set(&RouteRow::length, gen::weightedElement<std::int32_t>(
-                                        {{12, 24}, {3, 32}, {1, 0}, {1, -1}})),
-        gen::set(&RouteRow::next_hop,
-                 gen::weightedOneOf<Octets>(
-                     {{1, family == 4 ? AnyIpv4() : AnyIpv6()},
-                      {2, AnyHost(family)},
-                      {1, gen::just(Octets(family == 4 ? 4 : 16, 0))}})),
-        gen::set(&RouteRow::times,
-                 gen::weightedElement<unsigned>({{30, 1}, {1, 2}})));
-  };
-  return gen::weightedOneOf<RouteRow>({{8, of({1}, 4)},
-                                       {9, of({2}, 6)},
-                                       {1, of({1, 3}, 6)},
-                                       {1, of({0, 3}, 4)}});
-}
-
-// A row may be followed by a twin: the same prefix by another next hop.
-std::vector<RouteRow> WithTwins(
-    const std::vector<std::pair<RouteRow, int>>& chosen) {
-  std::vector<RouteRow> rows;
-  for (const auto& [row, last_octet] : chosen) {
-    rows.push_back(row);
-    if (last_octet < 0) continue;
-    RouteRow twin = row;
-    twin.next_hop.assign(row.next_hop.size(), 0);
-    twin.next_hop.back() = static_cast<std::uint8_t>(last_octet);
-    twin.times = 1;
-    rows.push_back(twin);
-  }
-  return rows;
+RouteRow AnyRoute(Choices* choices) {
+  const auto [type, family] =
+      choices->Pick<std::pair<std::int32_t, int>>({{16, {1, 4}},
+                                                   {18, {2, 6}},
+                                                   {1, {1, 6}},
+                                                   {1, {3, 6}},
+                                                   {1, {0, 4}},
+                                                   {1, {3, 4}}});
+  RouteRow row;
+  row.type = type;
+  row.vrf =
+      choices->Pick<std::uint32_t>({{7, 0}, {4, 1}, {2, 2}, {1, 3}, {1, 4}});
+  row.destination = AddressOf(AnyNetwork(choices, family));
+  row.length =
+      choices->Pick<std::int32_t>({{12, 24}, {3, 32}, {1, 0}, {1, -1}});
+  row.next_hop = AddressOf(AnyNextHop(choices, family));
+  row.times = choices->Pick<unsigned>({{30, 1}, {1, 2}});
+  return row;
 }
 
 // What a row adds to the number that is limited.
@@ -170,129 +130,93 @@ unsigned WeightOf(const RouteRow& row) {
 }
 
 // Repeats the first row that counts until all weigh `total`, or one more.
-std::vector<RouteRow> Filled(std::vector<RouteRow> rows, unsigned total) {
+void Fill(unsigned total, std::vector<RouteRow>* rows) {
   unsigned weight = 0;
-  for (const RouteRow& row : rows) weight += row.times * WeightOf(row);
-  for (RouteRow& row : rows) {
+  for (const RouteRow& row : *rows) weight += row.times * WeightOf(row);
+  for (RouteRow& row : *rows) {
     if (WeightOf(row) == 0 || weight >= total) continue;
     row.times += (total - weight + WeightOf(row) - 1) / WeightOf(row);
     break;
   }
-  return rows;
 }
 
-Gen<std::vector<RouteRow>> AnyRoutes() {
-  const auto with_twin = gen::pair(
-      AnyRoute(), gen::weightedElement<int>({{3, -1}, {1, 0}, {1, 1}}));
-  const auto total =
-      gen::weightedElement<unsigned>({{70, 0}, {1, 1000}, {4, 1001}});
-  return gen::map(gen::pair(UpTo(4, with_twin), total), [](const auto& chosen) {
-    return Filled(WithTwins(chosen.first), chosen.second);
-  });
+// A row may be followed by a twin: the same prefix by another next hop.
+std::vector<RouteRow> AnyRoutes(Choices* choices) {
+  const auto row_and_twin = [&] {
+    std::vector<RouteRow> rows = {AnyRoute(choices)};
+    const int last_octet = choices->Pick<int>({{3, -1}, {1, 0}, {1, 1}});
+    if (last_octet < 0) return rows;
+    RouteRow twin = rows[0];
+    twin.next_hop.assign(twin.next_hop.size(), 0);
+    twin.next_hop.back() = static_cast<std::uint8_t>(last_octet);
+    twin.times = 1;
+    rows.push_back(twin);
+    return rows;
+  };
+  std::vector<RouteRow> all;
+  for (const auto& rows : choices->UpTo(4, row_and_twin)) {
+    all.insert(all.end(), rows.begin(), rows.end());
+  }
+  Fill(choices->Pick<unsigned>({{70, 0}, {1, 1000}, {4, 1001}}), &all);
+  return all;
 }
 
-// One, of the rows that are there: names of l3 interfaces as the routing stack
+// Of the rows that are there: names of l3 interfaces as the routing stack
 // spells them, and names that are too short.
-Gen<std::vector<OutputRow>> OutputsOf(const std::vector<RouteRow>& routes) {
-  const auto names = gen::weightedElement<std::string>({{15, "-"},
-                                                        {40, "l3-1"},
-                                                        {20, "l3-2"},
-                                                        {5, "loopback-1"},
-                                                        {5, "ab"},
-                                                        {2, "a"},
-                                                        {1, ""}});
-  return gen::map(
-      gen::container<std::vector<std::string>>(routes.size(), names),
-      [routes](const std::vector<std::string>& chosen) {
-        std::vector<OutputRow> outputs;
-        for (std::size_t i = 0; i < routes.size(); ++i) {
-          if (chosen[i] == "-") continue;  // has none
-          const RouteRow& row = routes[i];
-          const bool is_known = std::any_of(
-              outputs.begin(), outputs.end(), [&](const OutputRow& other) {
-                return other.vrf == row.vrf && other.length == row.length &&
-                       other.destination == row.destination &&
-                       other.next_hop == row.next_hop;
-              });
-          if (is_known) continue;
-          outputs.push_back(
-              {row.vrf, row.destination, row.length, row.next_hop, chosen[i]});
-        }
-        return outputs;
-      });
+std::vector<OutputRow> OutputsOf(Choices* choices,
+                                 const std::vector<RouteRow>& routes) {
+  std::vector<OutputRow> outputs;
+  for (const RouteRow& row : routes) {
+    const auto name = choices->Pick<std::string>({{15, "-"},
+                                                  {40, "l3-1"},
+                                                  {20, "l3-2"},
+                                                  {5, "loopback-1"},
+                                                  {5, "ab"},
+                                                  {2, "a"},
+                                                  {1, ""}});
+    if (name == "-") continue;  // has none
+    const bool is_known = std::any_of(
+        outputs.begin(), outputs.end(), [&](const OutputRow& other) {
+          return other.vrf == row.vrf && other.length == row.length &&
+                 other.destination == row.destination &&
+                 other.next_hop == row.next_hop;
+        });
+    if (is_known) continue;
+    outputs.push_back(
+        {row.vrf, row.destination, row.length, row.next_hop, name});
+  }
+  return outputs;
 }
 
 // The VRF 0 is the global one, by its name or for want of one.
-Gen<std::vector<VrfIndexRow>> AnyVrfTable() {
-  const auto row = [](std::uint32_t index, const std::string& name) {
-    return gen::map(
-        gen::weightedElement<Leaf<std::string>>(
-            {{10, {true, name}}, {1, {}}, {1, {true, std::nullopt}}}),
-        [index](const Leaf<std::string>& leaf) {
-          return VrfIndexRow{index, leaf};
-        });
-  };
-  return gen::map(gen::tuple(row(1, "red"), row(2, "mgmt"), row(3, "global")),
-                  [](const auto& rows) {
-                    return std::vector<VrfIndexRow>{std::get<0>(rows),
-                                                    std::get<1>(rows),
-                                                    std::get<2>(rows)};
-                  });
-}
-
-// ---- The whole -------------------------------------------------------------
-
-std::vector<InterfaceEntry> WithMoreL3s(std::vector<InterfaceEntry> entries,
-                                        std::size_t total) {
-  for (std::size_t i = 0; entries.size() < total; ++i) {
-    InterfaceEntry entry;
-    entry.key = "x" + std::to_string(i);
-    entries.push_back(std::move(entry));
+std::vector<VrfIndexRow> AnyVrfTable(Choices* choices) {
+  std::vector<VrfIndexRow> rows;
+  for (const char* name : {"red", "mgmt", "global"}) {
+    const auto leaf = choices->Pick<Leaf<std::string>>(
+        {{10, {true, name}}, {1, {}}, {1, {true, std::nullopt}}});
+    rows.push_back({static_cast<std::uint32_t>(rows.size() + 1), leaf});
   }
-  return entries;
-}
-
-struct Routing {
-  std::vector<RouteRow> routes;
-  std::vector<OutputRow> outputs;
-  std::vector<VrfIndexRow> vrfs;
-};
-
-Gen<Routing> AnyRouting() {
-  return gen::mapcat(AnyRoutes(), [](const std::vector<RouteRow>& routes) {
-    return gen::construct<Routing>(gen::just(routes), OutputsOf(routes),
-                                   AnyVrfTable());
-  });
-}
-
-// Without OSPF. One without interfaces passes every rule of them, so that what
-// is looked at last decides.
-Gen<Configuration> AnyUnrouted() {
-  const auto has_interfaces =
-      gen::weightedElement<bool>({{7, true}, {1, false}});
-  const auto l3_total = gen::weightedElement<std::size_t>(
-      {{200, 0}, {1, 256}, {9, 257}, {1, 300}});
-  return gen::map(gen::tuple(AnyL3s(), AnyLoopbacks(), AnyMgmts(), AnyRouting(),
-                             l3_total, has_interfaces),
-                  [](const auto& parts) {
-                    const auto& [l3, loopback, mgmt, routing, total, has] =
-                        parts;
-                    Configuration configuration;
-                    configuration.routes = routing.routes;
-                    configuration.outputs = routing.outputs;
-                    configuration.vrfs = routing.vrfs;
-                    if (!has) return configuration;
-                    configuration.l3 = WithMoreL3s(l3, total);
-                    configuration.loopback = loopback;
-                    configuration.mgmt = mgmt;
-                    return configuration;
-                  });
+  return rows;
 }
 
 }  // namespace
 
-Gen<Configuration> AnyConfiguration() {
-  return gen::mapcat(AnyUnrouted(), WithOspf);
+// One without interfaces passes every rule of them, so that what is looked at
+// last decides.
+Configuration AnyConfiguration(Choices* choices) {
+  Configuration configuration;
+  configuration.l3 = AnyInterfaces(choices, 4, "l3");
+  configuration.loopback = AnyInterfaces(choices, 3, "loopback");
+  configuration.mgmt = AnyInterfaces(choices, 2, "mgmt");
+  AddMoreL3s(
+      choices->Pick<std::size_t>({{200, 0}, {1, 256}, {9, 257}, {1, 300}}),
+      &configuration.l3);
+  if (choices->Chance(1, 8)) configuration = {};
+  configuration.routes = AnyRoutes(choices);
+  configuration.vrfs = AnyVrfTable(choices);
+  AddOspf(choices, &configuration);
+  configuration.outputs = OutputsOf(choices, configuration.routes);
+  return configuration;
 }
 
 }  // namespace ipav::model

@@ -1,81 +1,74 @@
-#include "tests/model/random_ospf.h"
-
 #include <algorithm>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "tests/model/pools.h"
+#include "tests/model/random_configuration.h"
 
 namespace ipav::model {
 
 namespace {
 
-using rc::Gen;
-namespace gen = rc::gen;
-
 // ---- Pools -----------------------------------------------------------------
 
-Gen<std::string> AnyArea() {
-  return gen::weightedElement<std::string>(
+std::string AnyArea(Choices* choices) {
+  return choices->Pick<std::string>(
       {{6, "0.0.0.1"}, {4, "0.0.0.0"}, {2, "10.0.0.1"}, {1, "255.0.0.254"}});
 }
 
 // The texts behind 4 are read as 1, 2, 3, 0 and the largest number.
-Gen<std::string> AnyCompoundId() {
-  return gen::weightedElement<std::string>({{8, "1"},
-                                            {6, "2"},
-                                            {3, "3"},
-                                            {4, "4"},
-                                            {1, " 1"},
-                                            {1, "+2"},
-                                            {1, "03"},
-                                            {1, "1x"},
-                                            {1, "0x2"},
-                                            {1, "-1"}});
+std::string AnyCompoundId(Choices* choices) {
+  return choices->Pick<std::string>({{8, "1"},
+                                     {6, "2"},
+                                     {3, "3"},
+                                     {4, "4"},
+                                     {1, " 1"},
+                                     {1, "+2"},
+                                     {1, "03"},
+                                     {1, "1x"},
+                                     {1, "0x2"},
+                                     {1, "-1"}});
 }
 
-Gen<std::string> AnyNoNumber() {
-  return gen::weightedElement<std::string>(
+std::string AnyNoNumber(Choices* choices) {
+  return choices->Pick<std::string>(
       {{2, "x"}, {1, ""}, {1, "-"}, {2, "99999999999999999999999"}});
 }
 
-Gen<std::string> AnyNoAddress() {
-  return gen::element<std::string>("1", "10.1", "0.0.0.256", "::1", "",
-                                   "0.0.0.1 ");
+std::string AnyNoAddress(Choices* choices) {
+  return choices->OneOf<std::string>(
+      {"1", "10.1", "0.0.0.256", "::1", "", "0.0.0.1 "});
 }
 
 // As the OSPF tables name interfaces. Those without a hyphen are of none.
-Gen<std::string> AnyOspfName() {
-  return gen::weightedElement<std::string>({{10, "l3-1"},
-                                            {10, "l3-2"},
-                                            {10, "l3-core-1_X"},
-                                            {8, "loopback-1"},
-                                            {4, "loopback-a"},
-                                            {2, "mgmt-1"},
-                                            {1, "l3-50%s%n"},
-                                            {1, "l3-a b"},
-                                            {1, "l3-"},
-                                            {1, "-1"},
-                                            {1, "l3--1"},
-                                            {4, "l3"},
-                                            {1, ""}});
+std::string AnyOspfName(Choices* choices) {
+  return choices->Pick<std::string>({{10, "l3-1"},
+                                     {10, "l3-2"},
+                                     {10, "l3-core-1_X"},
+                                     {8, "loopback-1"},
+                                     {4, "loopback-a"},
+                                     {2, "mgmt-1"},
+                                     {1, "l3-50%s%n"},
+                                     {1, "l3-a b"},
+                                     {1, "l3-"},
+                                     {1, "-1"},
+                                     {1, "l3--1"},
+                                     {4, "l3"},
+                                     {1, ""}});
 }
 
 // Few: they must meet the changes below.
-Gen<std::string> AnyOspfv3Name() {
-  return gen::weightedElement<std::string>({{4, "l3-1"},
-                                            {3, "l3-2"},
-                                            {3, "l3-core-1_X"},
-                                            {5, "loopback-1"},
-                                            {5, "loopback-a"},
-                                            {1, "mgmt-1"},
-                                            {1, "l3-50%s%n"},
-                                            {1, "l3-a b"},
-                                            {1, "1"}});
+std::string AnyOspfv3Name(Choices* choices) {
+  return choices->Pick<std::string>({{4, "l3-1"},
+                                     {3, "l3-2"},
+                                     {3, "l3-core-1_X"},
+                                     {5, "loopback-1"},
+                                     {5, "loopback-a"},
+                                     {1, "mgmt-1"},
+                                     {1, "l3-50%s%n"},
+                                     {1, "l3-a b"},
+                                     {1, "1"}});
 }
-
-std::string Dotted(const Octets& address) { return AddressText(address); }
 
 // ---- OSPFv2 ----------------------------------------------------------------
 
@@ -88,38 +81,12 @@ enum class Knowledge : std::uint8_t {
   kInTwoAreas,
 };
 
-// One interface in an OSPFv2 process.
-struct Enrolment {
-  bool is_enrolled = false;
-  std::optional<std::string> compound_id;  // none: of the interface's VRF
-  std::optional<std::string> other_id;     // of every other address
-  std::string area;
-  std::vector<Knowledge> of_addresses;  // in turn; the rest is right
-};
-
-Gen<Enrolment> AnyEnrolment() {
-  const auto knowledge =
-      gen::weightedElement<Knowledge>({{14, Knowledge::kRight},
-                                       {3, Knowledge::kNothing},
-                                       {1, Knowledge::kOtherLength},
-                                       {1, Knowledge::kNoLength},
-                                       {1, Knowledge::kInTwoAreas}});
-  const auto seldom = [](int weight, const Gen<std::string>& id) {
-    return gen::weightedOneOf<std::optional<std::string>>(
-        {{4, gen::just(std::optional<std::string>())},
-         {weight, gen::map(id, [](std::string chosen) {
-            return std::optional<std::string>(std::move(chosen));
-          })}});
-  };
-  const auto other_id = gen::weightedOneOf<std::string>(
-      {{3, gen::just(std::string("4"))}, {1, AnyCompoundId()}});
-  return gen::build<Enrolment>(
-      gen::set(&Enrolment::is_enrolled,
-               gen::weightedElement<bool>({{3, true}, {2, false}})),
-      gen::set(&Enrolment::compound_id, seldom(1, AnyCompoundId())),
-      gen::set(&Enrolment::other_id, seldom(2, other_id)),
-      gen::set(&Enrolment::area, AnyArea()),
-      gen::set(&Enrolment::of_addresses, UpTo(3, knowledge)));
+Knowledge AnyKnowledge(Choices* choices) {
+  return choices->Pick<Knowledge>({{14, Knowledge::kRight},
+                                   {3, Knowledge::kNothing},
+                                   {1, Knowledge::kOtherLength},
+                                   {1, Knowledge::kNoLength},
+                                   {1, Knowledge::kInTwoAreas}});
 }
 
 std::string CompoundIdOf(const InterfaceEntry& entry) {
@@ -140,26 +107,34 @@ std::vector<Prefix> Ipv4Of(const InterfaceEntry& entry) {
   return addresses;
 }
 
-std::vector<Ospfv2Row> RowsOf(const std::string& name,
-                              const InterfaceEntry& entry,
-                              const Enrolment& enrolment) {
+// One interface in a process: mostly that of its VRF, every other address
+// seldom in another one.
+std::vector<Ospfv2Row> AnyEnrolment(Choices* choices, const std::string& name,
+                                    const InterfaceEntry& entry) {
+  const bool is_enrolled = choices->Chance(3, 5);
+  const std::string any_id = AnyCompoundId(choices);
+  const std::string id = choices->Chance(1, 5) ? any_id : CompoundIdOf(entry);
+  const std::string any_other_id = AnyCompoundId(choices);
+  const std::string other_id =
+      choices->Pick<std::string>({{8, id}, {3, "4"}, {1, any_other_id}});
+  const std::string area = AnyArea(choices);
+  const auto knowledge =
+      choices->UpTo(3, [&] { return AnyKnowledge(choices); });
+
   std::vector<Ospfv2Row> rows;
-  if (!enrolment.is_enrolled) return rows;
   const std::vector<Prefix> addresses = Ipv4Of(entry);
-  for (std::size_t i = 0; i < addresses.size(); ++i) {
+  for (std::size_t i = 0; is_enrolled && i < addresses.size(); ++i) {
     if (IsZero(addresses[i].address)) continue;
-    const Knowledge knowledge = i < enrolment.of_addresses.size()
-                                    ? enrolment.of_addresses[i]
-                                    : Knowledge::kRight;
-    if (knowledge == Knowledge::kNothing) continue;
-    Ospfv2Row row = {enrolment.compound_id.value_or(CompoundIdOf(entry)),
-                     enrolment.area, name, Dotted(addresses[i].address),
+    const Knowledge known =
+        i < knowledge.size() ? knowledge[i] : Knowledge::kRight;
+    if (known == Knowledge::kNothing) continue;
+    Ospfv2Row row = {i % 2 == 1 ? other_id : id, area, name,
+                     AddressText(addresses[i].address),
                      static_cast<std::uint8_t>(addresses[i].length)};
-    if (i % 2 == 1 && enrolment.other_id) row.compound_id = *enrolment.other_id;
-    if (knowledge == Knowledge::kOtherLength) row.netmask = 25;
-    if (knowledge == Knowledge::kNoLength) row.netmask.reset();
+    if (known == Knowledge::kOtherLength) row.netmask = 25;
+    if (known == Knowledge::kNoLength) row.netmask.reset();
     rows.push_back(row);
-    if (knowledge != Knowledge::kInTwoAreas) continue;
+    if (known != Knowledge::kInTwoAreas) continue;
     row.area = "7.7.7.7";
     rows.push_back(row);
   }
@@ -168,41 +143,38 @@ std::vector<Ospfv2Row> RowsOf(const std::string& name,
 
 // The interfaces of both kinds in the order in which OSPF got to know them:
 // not always that of the rules.
-Gen<std::vector<Ospfv2Row>> AnyEnrolled(const Configuration& configuration) {
+std::vector<Ospfv2Row> AnyEnrolled(Choices* choices,
+                                   const Configuration& configuration) {
+  constexpr std::size_t kMostL3s = 4;
   std::vector<std::pair<std::string, InterfaceEntry>> interfaces;
   for (const InterfaceEntry& entry : configuration.l3) {
-    if (interfaces.size() == 4) break;
+    if (interfaces.size() == kMostL3s) break;
     interfaces.emplace_back("l3-" + entry.key, entry);
   }
   for (const InterfaceEntry& entry : configuration.loopback) {
     interfaces.emplace_back("loopback-" + entry.key, entry);
   }
-  return gen::map(
-      gen::pair(gen::container<std::vector<Enrolment>>(interfaces.size(),
-                                                       AnyEnrolment()),
-                gen::arbitrary<bool>()),
-      [interfaces](const std::pair<std::vector<Enrolment>, bool>& chosen) {
-        std::vector<Ospfv2Row> all;
-        for (std::size_t i = 0; i < interfaces.size(); ++i) {
-          const auto& [name, entry] = interfaces[i];
-          const auto rows = RowsOf(name, entry, chosen.first[i]);
-          all.insert(chosen.second ? all.begin() : all.end(), rows.begin(),
-                     rows.end());
-        }
-        return all;
-      });
+  const bool is_reversed = choices->Chance(1, 2);
+  std::vector<Ospfv2Row> all;
+  for (const auto& [name, entry] : interfaces) {
+    const auto rows = AnyEnrolment(choices, name, entry);
+    all.insert(is_reversed ? all.begin() : all.end(), rows.begin(), rows.end());
+  }
+  return all;
 }
 
 // A second process, an interface that is gone, an address that is, ...
-Gen<Ospfv2Row> AnyRow() {
-  const auto netmask = gen::element<std::uint8_t>(24, 32, 30);
-  const auto dotted = gen::map(AnyIpv4(), Dotted);
-  const auto right = gen::construct<Ospfv2Row>(
-      AnyCompoundId(), AnyArea(), AnyOspfName(), dotted, Often(netmask));
-  return gen::weightedOneOf<Ospfv2Row>({{8, right}, {1, AnyBadRow()}});
+Ospfv2Row AnyRow(Choices* choices) {
+  const Ospfv2Row bad = AnyBadRow(choices);
+  const Ospfv2Row row = {
+      AnyCompoundId(choices), AnyArea(choices), AnyOspfName(choices),
+      AnyAddress(choices, 4),
+      choices->Often(choices->OneOf<std::uint8_t>({24, 32, 30}))};
+  return choices->Chance(1, 9) ? bad : row;
 }
 
-std::vector<Ospfv2Row> ConsistentRows(const std::vector<Ospfv2Row>& rows) {
+// Rows differ, and nothing is below a row that no path can name.
+std::vector<Ospfv2Row> Consistent(const std::vector<Ospfv2Row>& rows) {
   std::vector<Ospfv2Row> kept;
   for (Ospfv2Row row : rows) {
     const bool is_known =
@@ -218,165 +190,127 @@ std::vector<Ospfv2Row> ConsistentRows(const std::vector<Ospfv2Row>& rows) {
   return kept;
 }
 
-Gen<std::vector<Ospfv2Row>> AnyOspfv2(const Configuration& configuration) {
-  const auto more = UpTo(2, gen::pair(AnyRow(), gen::inRange(0, 6)));
-  return gen::map(gen::pair(AnyEnrolled(configuration), more),
-                  [](const auto& chosen) {
-                    std::vector<Ospfv2Row> rows = chosen.first;
-                    for (const auto& [row, at] : chosen.second) {
-                      rows = WithRowAt(rows, static_cast<std::size_t>(at), row);
-                    }
-                    return ConsistentRows(rows);
-                  });
-}
-
 // The last one is the process of 2 by another number, or differs from it in its
 // identifier or its VRF only.
-Gen<std::vector<ProcessRow>> AnyProcesses() {
-  const auto leaves_of = [](std::uint32_t id, std::uint32_t process_id,
-                            const std::string& vrf) {
-    return gen::weightedElement<std::optional<ProcessRow>>(
-        {{14, ProcessRow{id, process_id, vrf}},
-         {1, ProcessRow{id, std::nullopt, vrf}},
-         {1, ProcessRow{id, process_id, std::nullopt}},
-         {1, ProcessRow{id, process_id, "blue"}},
+std::vector<ProcessRow> AnyProcesses(Choices* choices) {
+  const auto last = choices->OneOf<ProcessRow>(
+      {{4, 20, "red"}, {4, 40, "red"}, {4, 20, "global"}});
+  std::vector<ProcessRow> rows;
+  for (const ProcessRow& row :
+       {ProcessRow{1, 10, "global"}, ProcessRow{2, 20, "red"},
+        ProcessRow{3, 4294967295, "mgmt"}, last}) {
+    const auto id = row.compound_id;
+    const auto chosen = choices->Pick<std::optional<ProcessRow>>(
+        {{14, row},
+         {1, ProcessRow{id, std::nullopt, row.vrf}},
+         {1, ProcessRow{id, row.process_id, std::nullopt}},
+         {1, ProcessRow{id, row.process_id, "blue"}},
          {1, std::nullopt}});
-  };
-  const auto last = gen::oneOf(leaves_of(4, 20, "red"), leaves_of(4, 40, "red"),
-                               leaves_of(4, 20, "global"));
-  return gen::map(
-      gen::tuple(leaves_of(1, 10, "global"), leaves_of(2, 20, "red"),
-                 leaves_of(3, 4294967295, "mgmt"), last),
-      [](const auto& chosen) {
-        const auto& [first, second, third, fourth] = chosen;
-        std::vector<ProcessRow> rows;
-        for (const auto* row : {&first, &second, &third, &fourth}) {
-          if (*row) rows.push_back(**row);
-        }
-        return rows;
-      });
+    if (chosen) rows.push_back(*chosen);
+  }
+  return rows;
 }
 
 // ---- OSPFv3 and VLANs ------------------------------------------------------
 
 // The index of an interface is 1000 more than its VLAN.
-Gen<std::vector<Ospfv3Row>> AnyOspfv3() {
-  const Gen<Ospfv3Row> row = gen::build<Ospfv3Row>(
-      gen::set(&Ospfv3Row::router, gen::weightedElement<std::uint32_t>(
-                                       {{2, 1}, {2, 2}, {1, 4294967295}})),
-      gen::set(&Ospfv3Row::area,
-               gen::element<Octets>(Ipv4(0, 0, 0, 1), Ipv4(0, 0, 0, 0),
-                                    Ipv4(255, 0, 0, 254))),
-      gen::set(&Ospfv3Row::interface_key,
-               gen::weightedElement<std::string>(
-                   {{4, "1"}, {4, "vlan7"}, {1, "a b"}})),
-      gen::set(&Ospfv3Row::if_index,
-               Often(gen::weightedElement<std::uint32_t>(
-                   {{4, 1007}, {2, 1000}, {2, 5094}, {1, 7}, {1, 0}}))),
-      gen::set(&Ospfv3Row::if_name, Often(AnyOspfv3Name())));
-  return gen::map(UpTo(6, row), [](const std::vector<Ospfv3Row>& rows) {
-    std::vector<Ospfv3Row> kept;
-    for (Ospfv3Row chosen : rows) {
-      const bool is_known =
-          std::any_of(kept.begin(), kept.end(), [&](const Ospfv3Row& other) {
-            return other.router == chosen.router && other.area == chosen.area &&
-                   other.interface_key == chosen.interface_key;
-          });
-      if (is_known) continue;
-      if (!IsAddressable(chosen.interface_key)) chosen.if_index.reset();
-      kept.push_back(std::move(chosen));
-    }
-    return kept;
-  });
+Ospfv3Row AnyOspfv3Row(Choices* choices) {
+  Ospfv3Row row;
+  row.router = choices->Pick<std::uint32_t>({{2, 1}, {2, 2}, {1, 4294967295}});
+  row.area = AddressOf(
+      choices->OneOf<std::string>({"0.0.0.1", "0.0.0.0", "255.0.0.254"}));
+  row.interface_key =
+      choices->Pick<std::string>({{4, "1"}, {4, "vlan7"}, {1, "a b"}});
+  row.if_index = choices->Often(choices->Pick<std::uint32_t>(
+      {{4, 1007}, {2, 1000}, {2, 5094}, {1, 7}, {1, 0}}));
+  row.if_name = choices->Often(AnyOspfv3Name(choices));
+  if (!IsAddressable(row.interface_key)) row.if_index.reset();
+  return row;
 }
 
-Gen<std::vector<RunningVlan>> AnyRunning() {
-  const std::vector<std::string> keys = {"1", "2", "core-1_X", "50%s%n"};
-  return gen::map(gen::container<std::vector<std::optional<std::int32_t>>>(
-                      keys.size(), Often(AnyVlan())),
-                  [keys](const auto& vlans) {
-                    std::vector<RunningVlan> running;
-                    for (std::size_t i = 0; i < keys.size(); ++i) {
-                      if (vlans[i]) running.push_back({keys[i], *vlans[i]});
-                    }
-                    return running;
-                  });
+std::vector<Ospfv3Row> AnyOspfv3(Choices* choices) {
+  std::vector<Ospfv3Row> kept;
+  for (const Ospfv3Row& row :
+       choices->UpTo(6, [&] { return AnyOspfv3Row(choices); })) {
+    const bool is_known =
+        std::any_of(kept.begin(), kept.end(), [&](const Ospfv3Row& other) {
+          return other.router == row.router && other.area == row.area &&
+                 other.interface_key == row.interface_key;
+        });
+    if (!is_known) kept.push_back(row);
+  }
+  return kept;
+}
+
+std::vector<RunningVlan> AnyRunning(Choices* choices) {
+  std::vector<RunningVlan> running;
+  for (const char* key : {"1", "2", "core-1_X", "50%s%n"}) {
+    const auto vlan = choices->Often(AnyVlan(choices));
+    if (vlan) running.push_back({key, *vlan});
+  }
+  return running;
 }
 
 // ---- Changes ---------------------------------------------------------------
 
-// What is done below an entry, or to it.
-struct Deed {
-  const char* leaf;  // "" for the entry itself
-  Operation operation;
-  std::optional<std::string> new_value;
-};
-
-Gen<Change> AnyChange() {
-  const auto deed = gen::weightedElement<Deed>({
-      {18, {"vrf", Operation::kValueSet, "red"}},
-      {1, {"vrf", Operation::kValueSet, ""}},
-      {1, {"vrf", Operation::kValueSet, std::nullopt}},
-      {2, {"vrf", Operation::kDeleted, std::nullopt}},
-      {1, {"vrf", Operation::kCreated, "red"}},
-      {1, {"vrf", Operation::kModified, "red"}},
-      {3, {"mtu", Operation::kValueSet, "1500"}},
-      {3, {"", Operation::kCreated, std::nullopt}},
-      {2, {"", Operation::kModified, std::nullopt}},
-      {1, {"", Operation::kDeleted, std::nullopt}},
-  });
-  using Entry = std::pair<const char*, const char*>;
-  const auto entry = gen::weightedElement<Entry>({{5, {"l3", "1"}},
-                                                  {3, {"l3", "2"}},
-                                                  {3, {"l3", "core-1_X"}},
-                                                  {1, {"l3", "50%s%n"}},
-                                                  {1, {"l3", "a b"}},
-                                                  {5, {"loopback", "1"}},
-                                                  {4, {"loopback", "a"}},
-                                                  {2, {"mgmt", "1"}}});
-  return gen::map(gen::pair(entry, deed), [](const auto& chosen) {
-    const auto& [of, done] = chosen;
-    Change change;
-    change.node = {{"config"}, {"interface"}, {of.first}, {of.second, true}};
-    if (*done.leaf != '\0') change.node.push_back({done.leaf});
-    change.operation = done.operation;
-    change.new_value = done.new_value;
-    return change;
+// Of a node below an entry, or of the entry itself.
+Change AnyChange(Choices* choices) {
+  const auto entry = choices->Pick<std::string>({{5, "l3{1}"},
+                                                 {3, "l3{2}"},
+                                                 {3, "l3{core-1_X}"},
+                                                 {1, "l3{50%s%n}"},
+                                                 {1, "l3{a b}"},
+                                                 {5, "loopback{1}"},
+                                                 {4, "loopback{a}"},
+                                                 {2, "mgmt{1}"}});
+  const auto of = [&](const char* leaf, Operation operation,
+                      const std::optional<std::string>& new_value) {
+    return Change{PlaceOf("/config/interface/" + entry + leaf), operation,
+                  new_value};
+  };
+  return choices->Pick<Change>({
+      {18, of("/vrf", Operation::kValueSet, "red")},
+      {1, of("/vrf", Operation::kValueSet, "")},
+      {1, of("/vrf", Operation::kValueSet, std::nullopt)},
+      {2, of("/vrf", Operation::kDeleted, std::nullopt)},
+      {1, of("/vrf", Operation::kCreated, "red")},
+      {1, of("/vrf", Operation::kModified, "red")},
+      {3, of("/mtu", Operation::kValueSet, "1500")},
+      {3, of("", Operation::kCreated, std::nullopt)},
+      {2, of("", Operation::kModified, std::nullopt)},
+      {1, of("", Operation::kDeleted, std::nullopt)},
   });
 }
 
 }  // namespace
 
-Gen<Ospfv2Row> AnyBadRow() {
-  const auto dotted = gen::map(AnyIpv4(), Dotted);
-  const auto with = [](const Gen<std::string>& id, const Gen<std::string>& area,
-                       const Gen<std::string>& address) {
-    return gen::construct<Ospfv2Row>(
-        id, area, AnyOspfName(), address,
-        gen::just(std::optional<std::uint8_t>(24)));
-  };
-  return gen::oneOf(with(AnyNoNumber(), AnyArea(), dotted),
-                    with(AnyNoNumber(), AnyNoAddress(), dotted),
-                    with(AnyCompoundId(), AnyNoAddress(), dotted),
-                    with(AnyCompoundId(), AnyArea(), AnyNoAddress()));
+Ospfv2Row AnyBadRow(Choices* choices) {
+  Ospfv2Row row = {AnyCompoundId(choices), AnyArea(choices),
+                   AnyOspfName(choices), AnyAddress(choices, 4), 24};
+  const std::string no_number = AnyNoNumber(choices);
+  const std::string no_address = AnyNoAddress(choices);
+  const std::size_t wrong = choices->Below(4);
+  if (wrong <= 1) row.compound_id = no_number;
+  if (wrong == 1 || wrong == 2) row.area = no_address;
+  if (wrong == 3) row.address = no_address;
+  return row;
 }
 
-std::vector<Ospfv2Row> WithRowAt(std::vector<Ospfv2Row> rows, std::size_t at,
-                                 const Ospfv2Row& row) {
-  const auto before = static_cast<std::ptrdiff_t>(std::min(at, rows.size()));
-  rows.insert(rows.begin() + before, row);
-  return rows;
+void InsertAnywhere(Choices* choices, const Ospfv2Row& row,
+                    std::vector<Ospfv2Row>* rows) {
+  const std::size_t at = std::min(choices->Below(6), rows->size());
+  rows->insert(rows->begin() + static_cast<std::ptrdiff_t>(at), row);
 }
 
-Gen<Configuration> WithOspf(const Configuration& configuration) {
-  return gen::map(gen::tuple(AnyOspfv2(configuration), AnyProcesses(),
-                             AnyOspfv3(), AnyRunning(), UpTo(6, AnyChange())),
-                  [configuration](const auto& parts) {
-                    Configuration whole = configuration;
-                    std::tie(whole.ospfv2, whole.processes, whole.ospfv3,
-                             whole.running, whole.changes) = parts;
-                    return whole;
-                  });
+void AddOspf(Choices* choices, Configuration* configuration) {
+  configuration->ospfv3 = AnyOspfv3(choices);
+  configuration->running = AnyRunning(choices);
+  configuration->changes = choices->UpTo(6, [&] { return AnyChange(choices); });
+  configuration->processes = AnyProcesses(choices);
+  const auto more = choices->UpTo(2, [&] { return AnyRow(choices); });
+  std::vector<Ospfv2Row> rows = AnyEnrolled(choices, *configuration);
+  for (const Ospfv2Row& row : more) InsertAnywhere(choices, row, &rows);
+  configuration->ospfv2 = Consistent(rows);
 }
 
 }  // namespace ipav::model

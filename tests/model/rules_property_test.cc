@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/model/answer_kinds.h"
@@ -30,6 +34,41 @@ bool ReadsOspf(const Call& call) {
 
 bool IsOfOspf(Exception exception) {
   return exception != Exception::kNone && exception != Exception::kShortName;
+}
+
+// Plainer numbers: without one block of those that are not 0, large blocks
+// first, or with one number half as large.
+rc::Seq<Choices::Numbers> Plainer(const Choices::Numbers& numbers) {
+  std::vector<Choices::Numbers> all;
+  for (std::size_t size = numbers.size(); size > 0; size /= 2) {
+    for (std::size_t at = 0; at < numbers.size(); at += size) {
+      Choices::Numbers plainer = numbers;
+      std::fill_n(plainer.begin() + static_cast<std::ptrdiff_t>(at),
+                  std::min(size, numbers.size() - at), 0);
+      if (plainer != numbers) all.push_back(std::move(plainer));
+    }
+  }
+  for (std::size_t at = 0; at < numbers.size(); ++at) {
+    if (numbers[at] == 0) continue;
+    all.push_back(numbers);
+    all.back()[at] /= 2;
+  }
+  return rc::seq::fromContainer(all);
+}
+
+rc::Gen<Scenario> Scenarios() {
+  const rc::Gen<Choices::Numbers> numbers = [](rc::Random random,
+                                               int /*size*/) {
+    Choices::Numbers chosen(kNumbersOfScenario);
+    for (std::uint32_t& number : chosen) {
+      number = static_cast<std::uint32_t>(random.next() % Choices::kLimit);
+    }
+    return rc::shrinkable::shrinkRecur(chosen, Plainer);
+  };
+  return rc::gen::map(numbers, [](const Choices::Numbers& chosen) {
+    Choices choices(chosen);
+    return AnyScenario(&choices);
+  });
 }
 
 // Runs one life on both sides.
@@ -58,7 +97,7 @@ void Live(const Scenario& scenario, AnswerTally* tally) {
 
 TEST(RulesPropertyTest, EveryCallOfALifeIsAnsweredAsThePlainModelAnswers) {
   AnswerTally tally;
-  const bool holds = rc::check([&tally] { Live(*AnyScenario(), &tally); });
+  const bool holds = rc::check([&tally] { Live(*Scenarios(), &tally); });
   tally.Print(std::cout);
   EXPECT_TRUE(holds);
   EXPECT_EQ(tally.Unknown(), std::vector<std::string>{});

@@ -3,11 +3,11 @@
 #ifndef IPAV_TESTS_MODEL_SCENARIO_H_
 #define IPAV_TESTS_MODEL_SCENARIO_H_
 
-#include <rapidcheck.h>
-
+#include <cstddef>
 #include <iosfwd>
 #include <vector>
 
+#include "tests/model/choices.h"
 #include "tests/model/plain_model.h"
 
 namespace ipav::model {
@@ -18,7 +18,9 @@ struct Scenario {
   std::vector<Call> calls;
 };
 
-rc::Gen<Scenario> AnyScenario();
+// Uses at most that many numbers.
+constexpr std::size_t kNumbersOfScenario = 1500;
+Scenario AnyScenario(Choices* choices);
 
 // For the report of a counterexample.
 std::ostream& operator<<(std::ostream& out, const Scenario& scenario);

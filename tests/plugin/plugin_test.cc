@@ -9,10 +9,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "tests/support/builders.h"
 
@@ -148,99 +146,14 @@ TEST_F(LoadedPluginTest, RefusesAnUnknownNameWithoutAText) {
   ExpectNoError();
 }
 
-// ---- Every answer on router-advertisement timers ---------------------------
-
-struct TimersCase {
-  const char* name;
-  const char* opaque;
-  std::function<void(RaConfig&)> change;
-  const char* text;  // null: accepted
-};
-
-void None(RaConfig& /*config*/) {}
-
-const std::vector<TimersCase>& TimersCases() {
-  static constexpr char kInterval[] = "validate_ipv6_nd_ra_interval";
-  static constexpr char kLifetime[] = "validate_ipv6_nd_ra_lifetime";
-  static const std::vector<TimersCase> cases = {
-      {"ValidIntervals", kInterval, None, nullptr},
-      {"ValidLifetime", kLifetime, None, nullptr},
-      {"IntervalOfALoopback", kInterval,
-       [](RaConfig& config) { config.kind = "loopback"; },
-       "invalid interface being handled by IP-App validation"},
-      {"LifetimeOfALoopback", kLifetime,
-       [](RaConfig& config) { config.kind = "loopback"; },
-       "invalid interface being handled by IP-App validation"},
-      {"NoTimersForInterval", kInterval,
-       [](RaConfig& config) {
-         config.max_interval.reset();
-         config.min_interval.reset();
-       },
-       nullptr},
-      {"NoTimersForLifetime", kLifetime,
-       [](RaConfig& config) {
-         config.max_interval.reset();
-         config.lifetime.reset();
-       },
-       nullptr},
-      {"IntervalWithoutMaximum", kInterval,
-       [](RaConfig& config) { config.max_interval.reset(); },
-       "fail to get maximum router advertisement interval value"},
-      {"LifetimeWithoutMaximum", kLifetime,
-       [](RaConfig& config) { config.max_interval.reset(); },
-       "fail to get maximum router advertisement interval value"},
-      {"NoMinimum", kInterval,
-       [](RaConfig& config) { config.min_interval.reset(); },
-       "fail to get minimum router advertisement interval value"},
-      {"MinimumAtThreeQuarters", kInterval,
-       [](RaConfig& config) { config.min_interval = 450; }, nullptr},
-      {"MinimumAboveThreeQuarters", kInterval,
-       [](RaConfig& config) { config.min_interval = 451; },
-       "Minimum interval must be no greater than maximum interval * 0.75"},
-      {"MinimumAboveThreeQuartersOnMgmt", kInterval,
-       [](RaConfig& config) {
-         config.kind = "mgmt";
-         config.min_interval = 451;
-       },
-       "Minimum interval must be no greater than maximum interval * 0.75"},
-      {"NoLifetime", kLifetime,
-       [](RaConfig& config) { config.lifetime.reset(); },
-       "fail to get router advertisement lifetime value"},
-      {"LifetimeAtTheMaximum", kLifetime,
-       [](RaConfig& config) { config.lifetime = 600; },
-       "Lifetime must be greater than maximum router advertisement interval"},
-      {"LifetimeOfZero", kLifetime,
-       [](RaConfig& config) { config.lifetime = 0; }, nullptr},
-      {"LifetimeAtTheMaximumOnMgmt", kLifetime,
-       [](RaConfig& config) {
-         config.kind = "mgmt";
-         config.lifetime = 600;
-       },
-       nullptr},
-  };
-  return cases;
-}
-
-class TimersTest : public LoadedPluginTest,
-                   public ::testing::WithParamInterface<TimersCase> {};
-
-TEST_P(TimersTest, GetTheirVerdictAndText) {
+TEST_F(LoadedPluginTest, RefusesWithTheTextOfTheCallback) {
   RaConfig config;
-  GetParam().change(config);
-  const int32_t verdict = ValidateTimers(GetParam().opaque, config);
-  if (GetParam().text == nullptr) {
-    EXPECT_EQ(verdict, 0);
-    ExpectNoError();
-  } else {
-    EXPECT_EQ(verdict, -1);
-    ExpectOneError(GetParam().text, GetParam().text);
-  }
+  config.min_interval = 451;
+  EXPECT_EQ(ValidateTimers("validate_ipv6_nd_ra_interval", config), -1);
+  const std::string text =
+      "Minimum interval must be no greater than maximum interval * 0.75";
+  ExpectOneError(text, text);
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, TimersTest, ::testing::ValuesIn(TimersCases()),
-                         [](const auto& timers) {
-                           return std::string(timers.param.name);
-                         });
 
 }  // namespace
 }  // namespace ipav::testing

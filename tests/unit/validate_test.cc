@@ -14,7 +14,7 @@
 #include "include/validate_intf_vrf.h"
 #include "include/validate_nd_ra.h"
 #include "tests/support/builders.h"
-#include "tests/support/plugin_test.h"
+#include "tests/support/callback_test.h"
 
 namespace ipav::testing {
 namespace {
@@ -31,39 +31,18 @@ std::vector<const GenericConfig*> ReadersOf(Config& config) {
           config.intf_by_type(InterfaceType::kMgmt)};
 }
 
-// A plug-in between lib_init() and lib_finish(), known to the host.
-class ValidateTest : public PluginTest {
+const Texts kLookUps = {"hostd_maapi_socket_get()",
+                        "get_lib_context(ip_app_validation)"};
+
+class ValidateTest : public CallbackTest {
  protected:
-  void SetUp() override {
-    PluginTest::SetUp();
-    StartSnapshot();
-  }
-
-  void TearDown() override {
-    EXPECT_EQ(lib_finish(&context_), 0);
-    PluginTest::TearDown();
-  }
-
-  Config& config() { return *static_cast<Config*>(context_); }
-
-  // One that has read nothing, in place of the one there is.
-  void StartSnapshot() {
-    EXPECT_EQ(lib_finish(&context_), 0);
-    ASSERT_EQ(lib_init(&context_), 0);
-    fake.set_lib_context(context_);
-  }
-
   // Calls the entry point for the timers of an interface.
   int32_t Validate(const std::string& opaque) {
-    fake.set_opaque(opaque);
-    return validate(fake.tctx(), keypath_.get(), &newval_);
+    return CallbackTest::Validate(opaque, keypath_);
   }
 
   KeyPath keypath_ = RaConfig{}.keypath();
   confd_value_t newval_ = Nothing().Borrow();
-
- private:
-  void* context_ = nullptr;
 };
 
 // ---- lib_init, lib_finish --------------------------------------------------
@@ -148,42 +127,26 @@ TEST(GetValidationPointTest, WritesNothingIntoABufferWithoutRoom) {
 
 // ---- validate: what ends a call before the search --------------------------
 
-TEST_F(ValidateTest, RefusesANullTransactionBeforeAnythingElse) {
+TEST_F(ValidateTest, RefusesANullArgumentBeforeAnythingElse) {
+  fake.ForgetCalls();
   EXPECT_EQ(validate(nullptr, keypath_.get(), &newval_), -1);
-  ExpectNoError();
-  EXPECT_TRUE(fake.calls().empty());
-}
-
-TEST_F(ValidateTest, RefusesANullKeyPathBeforeAnythingElse) {
   EXPECT_EQ(validate(fake.tctx(), nullptr, &newval_), -1);
-  ExpectNoError();
-  EXPECT_TRUE(fake.calls().empty());
-}
-
-TEST_F(ValidateTest, RefusesANullNewValueBeforeAnythingElse) {
   EXPECT_EQ(validate(fake.tctx(), keypath_.get(), nullptr), -1);
   ExpectNoError();
   EXPECT_TRUE(fake.calls().empty());
 }
 
 TEST_F(ValidateTest, RefusesWithoutATextWhenTheHostHasNoSocket) {
-  fake.set_maapi_socket(-1);
-  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
-  ExpectNoError();
-  EXPECT_EQ(fake.CallTexts(),
-            std::vector<std::string>{"hostd_maapi_socket_get()"});
-  for (const GenericConfig* reader : ReadersOf(config())) {
-    EXPECT_EQ(reader->sock(), -1);
-    EXPECT_EQ(reader->confd_trans(), nullptr);
+  for (const int socket : {-1, -2}) {
+    fake.set_maapi_socket(socket);
+    EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
+    ExpectNoError();
+    EXPECT_EQ(fake.CallTexts(), Texts{"hostd_maapi_socket_get()"});
+    for (const GenericConfig* reader : ReadersOf(config())) {
+      EXPECT_EQ(reader->sock(), -1);
+      EXPECT_EQ(reader->confd_trans(), nullptr);
+    }
   }
-}
-
-TEST_F(ValidateTest, RefusesEveryNegativeSocket) {
-  fake.set_maapi_socket(-2);
-  EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
-  ExpectNoError();
-  EXPECT_EQ(fake.CallTexts(),
-            std::vector<std::string>{"hostd_maapi_socket_get()"});
 }
 
 TEST_F(ValidateTest, TakesSocketZero) {
@@ -198,15 +161,14 @@ TEST_F(ValidateTest, AsksForTheSocketByTheRegistrationsData) {
   fake.tctx()->vcb_opaque = nullptr;  // the fake answers its own data only
   EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
   ExpectNoError();
-  EXPECT_EQ(fake.CallTexts(),
-            std::vector<std::string>{"hostd_maapi_socket_get()"});
+  EXPECT_EQ(fake.CallTexts(), Texts{"hostd_maapi_socket_get()"});
 }
 
 TEST_F(ValidateTest, RefusesWithATextWhenTheHostHasNoContext) {
   fake.set_lib_context(nullptr);
   EXPECT_EQ(Validate("validate_ipv6_nd_ra_interval"), -1);
   ExpectOneError("Lib context is null!", "Lib context is null!");
-  EXPECT_EQ(fake.CallTexts(), (std::vector<std::string>{
+  EXPECT_EQ(fake.CallTexts(), (Texts{
                                   "hostd_maapi_socket_get()",
                                   "get_lib_context(ip_app_validation)",
                                   "confd_trans_seterr(Lib context is null!)",
@@ -241,8 +203,7 @@ TEST_F(ValidateTest, BindsTheSnapshotAnewForEveryCall) {
 }
 
 TEST_F(ValidateTest, KeepsWhatTheSnapshotHasReadFromCallToCall) {
-  config().set_sock(FakePlatform::kSocket);
-  config().set_confd_trans(fake.tctx());
+  BindSnapshot();
   config().ReadStaticRouteConfig(ConfigAddrFamily::kIpv4);
   EXPECT_EQ(Validate("no such name"), -1);
   EXPECT_TRUE(config().static_route_config().ipv4_read());
@@ -270,12 +231,6 @@ std::function<void(FakePlatform&)> Stored(const Data&... data) {
   return [=](FakePlatform& platform) { (data.StoreIn(platform), ...); };
 }
 
-KeyPath ListPath(const std::string& kind) {
-  KeyPath path;
-  path.Node("config").Node("interface").Node(kind);
-  return path;
-}
-
 std::vector<NameCase> InterfaceCases() {
   InterfaceData dotted;
   dotted.name = "core.1";
@@ -284,15 +239,15 @@ std::vector<NameCase> InterfaceCases() {
   InterfaceData duplicate;
   duplicate.ipv6 = {"2001:db8::1/64", "2001:db8::1/48"};
   return {
-      {"intf_l3_name_validation", validate_intf_l3_name, ListPath("l3"),
-       Stored(dotted),
+      {"intf_l3_name_validation", validate_intf_l3_name,
+       InterfaceListPath("l3"), Stored(dotted),
        "L3 interface name core.1 contains invalid characters (allowed "
        "characters: 0-9, a-z, A-Z, _, -)"},
-      {"ipv4_addr_validation", validate_ipv4_addr, ListPath("l3"),
+      {"ipv4_addr_validation", validate_ipv4_addr, InterfaceListPath("l3"),
        Stored(network),
        "l3 core1 ipv4 address 10.1.1.0/24 cannot be configured as network "
        "address."},
-      {"ipv6_addr_validation", validate_ipv6_addr, ListPath("l3"),
+      {"ipv6_addr_validation", validate_ipv6_addr, InterfaceListPath("l3"),
        Stored(duplicate), "l3 core1 has duplicated IPv6 address 2001:db8::1"}};
 }
 
@@ -312,15 +267,17 @@ std::vector<NameCase> RouteCases() {
   StaticRouteRow through_core1;
   through_core1.interface_name = "l3-core1";
   return {{"ipv4_addr_route_validation", validate_ipv4_addr_route,
-           ListPath("l3"), StoredBlackHole("10.1.0.0", "0.0.0.0", "10.9.9.9"),
+           InterfaceListPath("l3"),
+           StoredBlackHole("10.1.0.0", "0.0.0.0", "10.9.9.9"),
            "Prefix 10.1.0.0/24 cannot be black-hole and have next-hop at the "
            "same time"},
           {"ipv6_addr_route_validation", validate_ipv6_addr_route,
-           ListPath("l3"), StoredBlackHole("2001:d00::", "::", "2001:db8::9"),
+           InterfaceListPath("l3"),
+           StoredBlackHole("2001:d00::", "::", "2001:db8::9"),
            "Prefix 2001:d00::/24 cannot be black-hole and have next-hop at the "
            "same time"},
           {"static_route_l3_intf_validation", validate_route_l3_intf,
-           ListPath("l3"), Stored(InterfaceData{}, through_core1),
+           InterfaceListPath("l3"), Stored(InterfaceData{}, through_core1),
            "l3 core1 is being used by a static route. Lower-layer-if cannot be "
            "removed from this interface"}};
 }
@@ -330,27 +287,27 @@ std::vector<NameCase> OspfCases() {
   red.vrf = "red";
   OspfRow other_address;
   other_address.address = "10.1.1.2";
-  KeyPath lower_layer = ListPath("l3");
+  KeyPath lower_layer = InterfaceListPath("l3");
   lower_layer.Key(Text("core1")).Node("lower-layer-if");
   // The VRF's key path is of a kind whose addresses nothing is wrong with.
-  return {
-      {"intf_vrf_validation", validate_intf_vrf, ListPath("loopback"),
-       Stored(red, OspfProcess{}, OspfRow{}),
-       "l3 core1 vrf red and router ospf 10 vrf global cannot be "
-       "associated with divergent VRF"},
-      {"ipv4_addr_prot_cross_validation", validate_ipv4_addr_cross_prot,
-       ListPath("l3"), Stored(InterfaceData{}, OspfProcess{}, other_address),
-       "10.1.1.2/24 cannot be modified nor deleted, it is assigned to "
-       "router ospf 10 vrf global area 1 (0.0.0.1)"},
-      {"lower_layer_prot_cross_validation", validate_lower_layer_cross_prot,
-       lower_layer,
-       [](FakePlatform& platform) {
-         Ospfv3Row{}.StoreIn(platform);
-         platform.SetRunning("/config/interface/l3{core1}/lower-layer-if/vlan",
-                             Int32(10));
-       },
-       "vlan 10 cannot be changed, it is assigned to router ospfv3 1 area "
-       "1 (0.0.0.1)"}};
+  return {{"intf_vrf_validation", validate_intf_vrf,
+           InterfaceListPath("loopback"), Stored(red, OspfProcess{}, OspfRow{}),
+           "l3 core1 vrf red and router ospf 10 vrf global cannot be "
+           "associated with divergent VRF"},
+          {"ipv4_addr_prot_cross_validation", validate_ipv4_addr_cross_prot,
+           InterfaceListPath("l3"),
+           Stored(InterfaceData{}, OspfProcess{}, other_address),
+           "10.1.1.2/24 cannot be modified nor deleted, it is assigned to "
+           "router ospf 10 vrf global area 1 (0.0.0.1)"},
+          {"lower_layer_prot_cross_validation", validate_lower_layer_cross_prot,
+           lower_layer,
+           [](FakePlatform& platform) {
+             Ospfv3Row{}.StoreIn(platform);
+             platform.SetRunning(
+                 "/config/interface/l3{core1}/lower-layer-if/vlan", Int32(10));
+           },
+           "vlan 10 cannot be changed, it is assigned to router ospfv3 1 area "
+           "1 (0.0.0.1)"}};
 }
 
 std::vector<NameCase> TimerCases() {
@@ -425,19 +382,15 @@ TEST_P(DispatchTest, TakesAnOpaqueTextThatOnlyBeginsWithTheName) {
 TEST_P(DispatchTest, DoesNothingBesidesItsLookUpsAndTheCallback) {
   GetParam().store(fake);
   EXPECT_EQ(Validate(GetParam().name), -1);
-  const std::vector<std::string> calls = fake.CallTexts();
+  const Texts calls = fake.CallTexts();
 
   StartSnapshot();
-  config().set_sock(FakePlatform::kSocket);
-  config().set_confd_trans(fake.tctx());
+  BindSnapshot();
   fake.ForgetCalls();
   EXPECT_EQ(GetParam().callback(FakePlatform::kSocket, fake.tctx(),
                                 keypath_.get(), &newval_, config()),
             -1);
-  std::vector<std::string> expected = {"hostd_maapi_socket_get()",
-                                       "get_lib_context(ip_app_validation)"};
-  for (const std::string& call : fake.CallTexts()) expected.push_back(call);
-  EXPECT_EQ(calls, expected);
+  EXPECT_EQ(calls, Joined({kLookUps, fake.CallTexts()}));
 }
 
 // No name begins with another name.
@@ -447,10 +400,7 @@ TEST_P(DispatchTest, RefusesEveryBeginningOfTheNameWithoutAText) {
   for (std::size_t size = 0; size < name.size(); ++size) {
     fake.ForgetCalls();
     EXPECT_EQ(Validate(name.substr(0, size)), -1) << size;
-    EXPECT_EQ(fake.CallTexts(), (std::vector<std::string>{
-                                    "hostd_maapi_socket_get()",
-                                    "get_lib_context(ip_app_validation)",
-                                }));
+    EXPECT_EQ(fake.CallTexts(), kLookUps);
   }
   ExpectNoError();
 }
@@ -467,23 +417,11 @@ INSTANTIATE_TEST_SUITE_P(Names, DispatchTest, ::testing::ValuesIn(NameCases()),
                          });
 
 TEST_F(ValidateTest, RefusesAnUnknownNameWithoutATextAndWithoutReading) {
-  RaConfig{}.StoreIn(fake);
-  EXPECT_EQ(Validate("ipv4_addr_validatio"), -1);
-  ExpectNoError();
-  EXPECT_EQ(fake.CallTexts(), (std::vector<std::string>{
-                                  "hostd_maapi_socket_get()",
-                                  "get_lib_context(ip_app_validation)",
-                              }));
-}
-
-TEST_F(ValidateTest, RefusesAnOpaqueTextShorterThanEveryName) {
-  EXPECT_EQ(Validate("v"), -1);
-  ExpectNoError();
-}
-
-TEST_F(ValidateTest, RefusesAnEmptyOpaqueText) {
-  EXPECT_EQ(Validate(""), -1);
-  ExpectNoError();
+  for (const char* name : {"no such name", "v", ""}) {
+    EXPECT_EQ(Validate(name), -1);
+    ExpectNoError();
+    EXPECT_EQ(fake.CallTexts(), kLookUps);
+  }
 }
 
 TEST_F(ValidateTest, RefusesAUseSiteWithoutOpaqueText) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -189,29 +190,25 @@ TEST_P(NdRaRuleTest, AcceptsAndLogsWhenNeitherTimerExists) {
   }
 }
 
-TEST_P(NdRaRuleTest, AFailingExistenceTestCountsAsAbsent) {
-  config_.StoreIn(fake);
-  fake.FailExists(MaxPath());
-  fake.FailExists(TimerPath());
-  ExpectAccepted(JudgePath(config_.keypath()));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
-}
-
 // One is the only answer that says that a timer exists: not one above it.
-TEST_P(NdRaRuleTest, AnAnswerAboveOneCountsAsAbsentForEitherTimer) {
-  RemoveTimer();
-  config_.StoreIn(fake);
-  fake.FailCall(1, 2);
-  ExpectAccepted(JudgePath(config_.keypath()));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
+TEST_P(NdRaRuleTest, AnyOtherAnswerThanOneCountsAsAbsent) {
+  for (const int answer : {CONFD_ERR, CONFD_EOF, 2}) {
+    fake.Reset();
+    config_ = RaConfig();
+    RemoveTimer();
+    config_.StoreIn(fake);
+    fake.FailCall(1, answer);
+    ExpectAccepted(JudgePath(config_.keypath()));
+    EXPECT_EQ(fake.log_lines().size(), 1U);
 
-  fake.Reset();
-  config_ = RaConfig();
-  RemoveMaximum();
-  config_.StoreIn(fake);
-  fake.FailCall(2, 2);
-  ExpectAccepted(JudgePath(config_.keypath()));
-  EXPECT_EQ(fake.log_lines().size(), 1U);
+    fake.Reset();
+    config_ = RaConfig();
+    RemoveMaximum();
+    config_.StoreIn(fake);
+    fake.FailCall(2, answer);
+    ExpectAccepted(JudgePath(config_.keypath()));
+    EXPECT_EQ(fake.log_lines().size(), 1U);
+  }
 }
 
 TEST_P(NdRaRuleTest, RefusesATimerWithoutAMaximum) {
@@ -224,16 +221,6 @@ TEST_P(NdRaRuleTest, RefusesATimerWithoutAMaximum) {
   ExpectRefused(Judge(), kNoMaximum);
 }
 
-TEST_P(NdRaRuleTest, RefusesAMaximumThatCannotBeReadOrIsOfAnotherType) {
-  config_.StoreIn(fake);
-  fake.SetValue(MaxPath(), Uint32(600));
-  ExpectRefused(JudgePath(config_.keypath()), kNoMaximum);
-  fake.Reset();
-  config_.StoreIn(fake);
-  fake.FailReads(MaxPath());
-  ExpectRefused(JudgePath(config_.keypath()), kNoMaximum);
-}
-
 TEST_P(NdRaRuleTest, RefusesAMaximumWithoutTheTimer) {
   RemoveTimer();
   ExpectRefused(Judge(), GetParam().unreadable);
@@ -241,17 +228,33 @@ TEST_P(NdRaRuleTest, RefusesAMaximumWithoutTheTimer) {
                Seterr(GetParam().unreadable)});
 }
 
-TEST_P(NdRaRuleTest, RefusesATimerThatCannotBeReadOrIsOfAnotherType) {
-  for (const Value& value : {Int32(200), Text("1800")}) {
+TEST_P(NdRaRuleTest, RefusesATimerThatIsOfAnotherType) {
+  config_.StoreIn(fake);
+  fake.SetValue(TimerPath(), Text("1800"));
+  EXPECT_EQ(JudgePath(config_.keypath()), -1);
+  EXPECT_EQ(fake.error_text(), GetParam().unreadable);
+  fake.SetValue(TimerPath(), Int32(200));
+  EXPECT_EQ(JudgePath(config_.keypath()), -1);
+  EXPECT_EQ(fake.error_text(), GetParam().unreadable);
+  fake.SetValue(MaxPath(), Uint32(600));
+  EXPECT_EQ(JudgePath(config_.keypath()), -1);
+  EXPECT_EQ(fake.error_text(), kNoMaximum);
+}
+
+// The first call asks whether the maximum exists. When that fails the other
+// timer is asked for, which does, so that both are read all the same.
+TEST_P(NdRaRuleTest, GivesTheVerdictOfTheCallThatFails) {
+  const std::string texts[] = {"", kNoMaximum, GetParam().unreadable};
+  config_.StoreIn(fake);
+  for (const int result : {CONFD_ERR, CONFD_EOF}) {
+    for (unsigned call = 1; call <= 3; ++call) {
+      fake.FailCall(call, result);
+      EXPECT_EQ(JudgePath(config_.keypath()), call == 1 ? 0 : -1) << call;
+      EXPECT_EQ(fake.error_text(), texts[call - 1]);
+    }
     fake.Reset();
     config_.StoreIn(fake);
-    fake.SetValue(TimerPath(), value);
-    ExpectRefused(JudgePath(config_.keypath()), GetParam().unreadable);
   }
-  fake.Reset();
-  config_.StoreIn(fake);
-  fake.FailReads(TimerPath());
-  ExpectRefused(JudgePath(config_.keypath()), GetParam().unreadable);
 }
 
 TEST_F(NdRaTest, IntervalRefusesAManagementInterfaceWithoutAMinimum) {
@@ -270,100 +273,47 @@ TEST_F(NdRaTest, LifetimeOfAManagementInterfaceMayBeAbsentOrUnreadable) {
   ExpectAccepted(LifetimeOf(config_.keypath()));
 }
 
-// ---- A failure of each call, also when the daemon has closed the socket ----
-
-struct FailedCall {
-  unsigned number;
-  int result;
-  int32_t verdict;
-  std::string interval_text;
-  std::string lifetime_text;
-};
-
-class FailedCallTest : public NdRaTest,
-                       public ::testing::WithParamInterface<FailedCall> {
- protected:
-  void ExpectVerdict(int32_t verdict, const std::string& text) {
-    EXPECT_EQ(verdict, GetParam().verdict);
-    EXPECT_EQ(fake.error_text(), text);
-  }
-};
-
-TEST_P(FailedCallTest, DecidesTheVerdictOfTheInterval) {
-  config_.StoreIn(fake);
-  fake.FailCall(GetParam().number, GetParam().result);
-  ExpectVerdict(IntervalOf(config_.keypath()), GetParam().interval_text);
-}
-
-TEST_P(FailedCallTest, DecidesTheVerdictOfTheLifetime) {
-  config_.StoreIn(fake);
-  fake.FailCall(GetParam().number, GetParam().result);
-  ExpectVerdict(LifetimeOf(config_.keypath()), GetParam().lifetime_text);
-}
-
-// The first call asks whether the maximum exists. When that fails the other
-// timer is asked for, which does, so that both are read all the same.
-INSTANTIATE_TEST_SUITE_P(
-    Calls, FailedCallTest,
-    ::testing::Values(FailedCall{1, CONFD_ERR, 0, "", ""},
-                      FailedCall{1, CONFD_EOF, 0, "", ""},
-                      FailedCall{2, CONFD_ERR, -1, kNoMaximum, kNoMaximum},
-                      FailedCall{2, CONFD_EOF, -1, kNoMaximum, kNoMaximum},
-                      FailedCall{3, CONFD_ERR, -1, kNoMinimum, kNoLifetime},
-                      FailedCall{3, CONFD_EOF, -1, kNoMinimum, kNoLifetime}),
-    [](const auto& failed) {
-      return "Call" + std::to_string(failed.param.number) +
-             (failed.param.result == CONFD_EOF ? "Closed" : "Failed");
-    });
-
 // ---- The minimum against the maximum ---------------------------------------
 
-struct IntervalCase {
+struct TimersCase {
   std::uint16_t max_interval;
-  std::uint16_t min_interval;
+  std::uint16_t other;  // the timer of the rule
   bool accepted;
 };
 
-class IntervalTest : public NdRaTest,
-                     public ::testing::WithParamInterface<IntervalCase> {};
-
-TEST_P(IntervalTest, BoundsTheMinimumByThreeQuartersOfTheMaximum) {
-  config_.max_interval = GetParam().max_interval;
-  config_.min_interval = GetParam().min_interval;
-  if (GetParam().accepted) {
-    ExpectAccepted(Interval(config_));
-  } else {
-    ExpectRefused(Interval(config_), kMinimumTooLong);
-  }
+void PrintTo(const TimersCase& timers, std::ostream* out) {
+  *out << "maximum " << timers.max_interval << ", other " << timers.other;
 }
 
-TEST_P(IntervalTest, HoldsForManagementInterfacesAsWell) {
-  config_.kind = "mgmt";
-  config_.max_interval = GetParam().max_interval;
-  config_.min_interval = GetParam().min_interval;
-  if (GetParam().accepted) {
-    ExpectAccepted(Interval(config_));
-  } else {
-    ExpectRefused(Interval(config_), kMinimumTooLong);
+class IntervalTest : public NdRaTest,
+                     public ::testing::WithParamInterface<TimersCase> {};
+
+TEST_P(IntervalTest, BoundsTheMinimumByThreeQuartersOfTheMaximum) {
+  for (const char* kind : {"l3", "mgmt"}) {
+    fake.Reset();
+    config_.kind = kind;
+    config_.max_interval = GetParam().max_interval;
+    config_.min_interval = GetParam().other;
+    if (GetParam().accepted) {
+      ExpectAccepted(Interval(config_));
+    } else {
+      ExpectRefused(Interval(config_), kMinimumTooLong);
+    }
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Intervals, IntervalTest,
     ::testing::Values(
-        IntervalCase{200, 150, true}, IntervalCase{200, 151, false},
-        IntervalCase{3, 2, true}, IntervalCase{3, 3, false},
-        IntervalCase{4, 3, true}, IntervalCase{4, 4, false},
-        IntervalCase{0, 0, true}, IntervalCase{0, 1, false},
-        IntervalCase{1, 0, true}, IntervalCase{1, 1, false},
-        IntervalCase{2, 1, true}, IntervalCase{2, 2, false},
-        IntervalCase{65534, 49150, true}, IntervalCase{65534, 49151, false},
-        IntervalCase{65535, 49151, true}, IntervalCase{65535, 49152, false},
-        IntervalCase{65535, 65535, false}, IntervalCase{600, 0, true}),
-    [](const auto& timers) {
-      return "Max" + std::to_string(timers.param.max_interval) + "Min" +
-             std::to_string(timers.param.min_interval);
-    });
+        TimersCase{200, 150, true}, TimersCase{200, 151, false},
+        TimersCase{3, 2, true}, TimersCase{3, 3, false}, TimersCase{4, 3, true},
+        TimersCase{4, 4, false}, TimersCase{0, 0, true},
+        TimersCase{0, 1, false}, TimersCase{1, 0, true},
+        TimersCase{1, 1, false}, TimersCase{2, 1, true},
+        TimersCase{2, 2, false}, TimersCase{65534, 49150, true},
+        TimersCase{65534, 49151, false}, TimersCase{65535, 49151, true},
+        TimersCase{65535, 49152, false}, TimersCase{65535, 65535, false},
+        TimersCase{600, 0, true}));
 
 TEST_F(NdRaTest, AgreesWithIntegerArithmeticAtEveryBoundary) {
   for (std::uint16_t max = 0; max < 400; ++max) {
@@ -383,18 +333,16 @@ TEST_F(NdRaTest, AgreesWithIntegerArithmeticAtEveryBoundary) {
 
 // ---- The lifetime against the maximum --------------------------------------
 
-struct LifetimeCase {
-  std::uint16_t max_interval;
-  std::uint16_t lifetime;
-  bool accepted;
-};
-
 class LifetimeTest : public NdRaTest,
-                     public ::testing::WithParamInterface<LifetimeCase> {};
+                     public ::testing::WithParamInterface<TimersCase> {};
 
 TEST_P(LifetimeTest, IsZeroOrGreaterThanTheMaximum) {
   config_.max_interval = GetParam().max_interval;
-  config_.lifetime = GetParam().lifetime;
+  config_.lifetime = GetParam().other;
+  // Those of management interfaces are not judged.
+  config_.kind = "mgmt";
+  ExpectAccepted(Lifetime(config_));
+  config_.kind = "l3";
   if (GetParam().accepted) {
     ExpectAccepted(Lifetime(config_));
   } else {
@@ -402,26 +350,15 @@ TEST_P(LifetimeTest, IsZeroOrGreaterThanTheMaximum) {
   }
 }
 
-TEST_P(LifetimeTest, IsNotJudgedOnManagementInterfaces) {
-  config_.kind = "mgmt";
-  config_.max_interval = GetParam().max_interval;
-  config_.lifetime = GetParam().lifetime;
-  ExpectAccepted(Lifetime(config_));
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Lifetimes, LifetimeTest,
-    ::testing::Values(
-        LifetimeCase{600, 601, true}, LifetimeCase{600, 600, false},
-        LifetimeCase{600, 599, false}, LifetimeCase{600, 1, false},
-        LifetimeCase{600, 0, true}, LifetimeCase{0, 0, true},
-        LifetimeCase{0, 1, true}, LifetimeCase{1, 1, false},
-        LifetimeCase{1, 2, true}, LifetimeCase{65535, 65535, false},
-        LifetimeCase{65535, 0, true}, LifetimeCase{65534, 65535, true}),
-    [](const auto& timers) {
-      return "Max" + std::to_string(timers.param.max_interval) + "Lifetime" +
-             std::to_string(timers.param.lifetime);
-    });
+    ::testing::Values(TimersCase{600, 601, true}, TimersCase{600, 600, false},
+                      TimersCase{600, 599, false}, TimersCase{600, 1, false},
+                      TimersCase{600, 0, true}, TimersCase{0, 0, true},
+                      TimersCase{0, 1, true}, TimersCase{1, 1, false},
+                      TimersCase{1, 2, true}, TimersCase{65535, 65535, false},
+                      TimersCase{65535, 0, true},
+                      TimersCase{65534, 65535, true}));
 
 TEST_F(NdRaTest, LifetimeDoesNotJudgeTheMinimum) {
   config_.min_interval = 600;
@@ -435,39 +372,37 @@ TEST_F(NdRaTest, IntervalDoesNotJudgeTheLifetime) {
 
 // ---- Unusual names ---------------------------------------------------------
 
-class UnusualNameTest : public NdRaTest,
-                        public ::testing::WithParamInterface<std::string> {};
+TEST_F(NdRaTest, AnUnusualNameIsUsedAndLoggedAsItIs) {
+  const std::string names[] = {"%s",
+                               "100%n",
+                               "%",
+                               "a/b",
+                               "a:b",
+                               "l3",
+                               "br\xc3\xbcnn",
+                               std::string(200, 'x')};
+  for (const std::string& name : names) {
+    fake.Reset();
+    RaConfig config;
+    config.name = name;
+    config.min_interval = 451;
+    ExpectRefused(Interval(config), kMinimumTooLong);
+    const std::string container =
+        "/config/interface/l3{" + name + "}/ipv6/nd/ra/";
+    EXPECT_EQ(fake.CallTexts(), (Texts{Exists(container + "max-interval"),
+                                       Read(container + "max-interval"),
+                                       Read(container + "min-interval"),
+                                       Seterr(kMinimumTooLong)}));
 
-TEST_P(UnusualNameTest, FindsTheTimersOfTheInterface) {
-  config_.name = GetParam();
-  config_.min_interval = 451;
-  ExpectRefused(Interval(config_), kMinimumTooLong);
-  const std::string container =
-      "/config/interface/l3{" + GetParam() + "}/ipv6/nd/ra/";
-  EXPECT_EQ(fake.CallTexts(),
-            (Texts{Exists(container + "max-interval"),
-                   Read(container + "max-interval"),
-                   Read(container + "min-interval"), Seterr(kMinimumTooLong)}));
+    fake.Reset();
+    config.max_interval.reset();
+    config.lifetime.reset();
+    ExpectAccepted(Lifetime(config));
+    ASSERT_EQ(fake.log_lines().size(), 1U);
+    EXPECT_EQ(fake.log_lines()[0].text,
+              NoPathLine(container + "max-interval", container + "lifetime"));
+  }
 }
-
-TEST_P(UnusualNameTest, LogsTheNameAsItIs) {
-  config_.name = GetParam();
-  config_.max_interval.reset();
-  config_.lifetime.reset();
-  ExpectAccepted(Lifetime(config_));
-  const std::string container =
-      "/config/interface/l3{" + GetParam() + "}/ipv6/nd/ra/";
-  ASSERT_EQ(fake.log_lines().size(), 1U);
-  EXPECT_EQ(fake.log_lines()[0].text,
-            NoPathLine(container + "max-interval", container + "lifetime"));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, UnusualNameTest,
-                         ::testing::Values("%s", "100%n", "%", "a/b", "a:b",
-                                           "l3",
-                                           "br\xc3\xbc"
-                                           "cke",
-                                           std::string(200, 'x')));
 
 // A key ends at its size: what lies behind it in the buffer is not its own.
 TEST_F(NdRaTest, ANameEndsAtTheSizeOfItsBuffer) {

@@ -1,6 +1,7 @@
 #include "tests/support/builders.h"
 
 #include <cstddef>
+#include <sstream>
 #include <utility>
 
 #include "tests/support/fake_platform.h"
@@ -201,6 +202,87 @@ void Ospfv3Row::StoreIn(FakePlatform& platform) const {
   if (if_index) platform.SetValue(if_index_path(), Uint32(*if_index));
   if (if_name) {
     platform.SetValue(entry() + "/ospfv3-pm-if-name", Text(*if_name));
+  }
+}
+
+// ---- One line of text for each ----------------------------------------------
+
+InterfaceData InterfaceFrom(const std::string& line) {
+  InterfaceData data;
+  data.ipv4.reset();
+  std::istringstream in(line);
+  in >> data.kind >> data.name;
+  for (std::string word; in >> word;) {
+    if (word == "vrf") {
+      in >> data.vrf.emplace();
+    } else if (word == "vlan") {
+      in >> data.vlan.emplace();
+    } else if (word.find(':') != std::string::npos) {
+      data.ipv6.push_back(word);
+    } else if (data.kind != "loopback" && !data.ipv4) {
+      data.ipv4 = word;
+    } else {
+      data.ipv4_list.push_back(word);
+    }
+  }
+  return data;
+}
+
+StaticRouteRow RouteFrom(const std::string& line) {
+  StaticRouteRow row;
+  row.interface_name.reset();
+  std::istringstream in(line);
+  std::string word;
+  in >> row.vrf_id;
+  std::getline(in >> std::ws, row.destination, '/');
+  in >> row.prefix_len >> word >> row.next_hop;
+  if (in >> word) in >> row.interface_name.emplace();
+  return row;
+}
+
+OspfRow OspfRowFrom(const std::string& line) {
+  OspfRow row;
+  std::istringstream in(line);
+  std::string length;
+  in >> row.compound_id >> row.interface;
+  std::getline(in >> std::ws, row.address, '/');
+  in >> length >> std::ws;
+  row.prefix_len.reset();
+  if (length != "-") {
+    row.prefix_len = static_cast<std::uint8_t>(std::stoul(length));
+  }
+  if (!in.eof()) in >> row.area;
+  return row;
+}
+
+OspfProcess OspfProcessFrom(const std::string& line) {
+  OspfProcess process;
+  std::istringstream in(line);
+  std::string number;
+  in >> process.compound_id >> number;
+  process.proc_id.reset();
+  if (number != "-") {
+    process.proc_id = static_cast<std::uint32_t>(std::stoul(number));
+  }
+  std::getline(in >> std::ws, process.vrf_name.emplace());
+  if (process.vrf_name == "-") process.vrf_name.reset();
+  return process;
+}
+
+void StoreLines(FakePlatform& platform, const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    const std::size_t blank = line.find(' ');
+    const std::string word = line.substr(0, blank);
+    const std::string rest = line.substr(blank + 1);
+    if (word == "route") {
+      RouteFrom(rest).StoreIn(platform);
+    } else if (word == "ospf") {
+      OspfRowFrom(rest).StoreIn(platform);
+    } else if (word == "process") {
+      OspfProcessFrom(rest).StoreIn(platform);
+    } else {
+      InterfaceFrom(line).StoreIn(platform);
+    }
   }
 }
 

@@ -126,6 +126,29 @@ struct Ospfv3Row {
   void StoreIn(FakePlatform& platform) const;
 };
 
+// ---- One line of text for each ----------------------------------------------
+
+// Such as "l3 core1 vrf red vlan 7 10.1.1.1/24 2001:db8::1/64"; without an
+// address it has none.
+InterfaceData InterfaceFrom(const std::string& line);
+
+// Such as "1 10.1.0.0/16 via 10.0.0.1 by eth1": the identifier of its VRF, its
+// prefix, its next hop, and the name of its output interface, if any.
+StaticRouteRow RouteFrom(const std::string& line);
+
+// Such as "7 l3-core1 10.1.1.1/24 0.0.0.2": its compound identifier, its
+// interface and address, and its area where that is not 0.0.0.1. The length of
+// a row without one is "-".
+OspfRow OspfRowFrom(const std::string& line);
+
+// Such as "7 10 red": its compound identifier, its number and its VRF. What it
+// does not have is "-".
+OspfProcess OspfProcessFrom(const std::string& line);
+
+// Each of these lines behind the word "route", "ospf" or "process"; an
+// interface needs none.
+void StoreLines(FakePlatform& platform, const std::vector<std::string>& lines);
+
 }  // namespace ipav::testing
 
 #endif  // IPAV_TESTS_SUPPORT_BUILDERS_H_

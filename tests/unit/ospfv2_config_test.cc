@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -45,40 +44,6 @@ static_assert(std::has_virtual_destructor_v<OspfIf>);
 
 // Places in a row of the table.
 enum : std::size_t { kCompoundId, kArea, kInterface, kAddress };
-
-// A row as text, such as "7 l3-1 10.1.1.1/24 0.0.0.2": its compound identifier,
-// interface and address, and its area where that is not 0.0.0.1. The length of
-// a row without one is "-".
-OspfRow Row(const std::string& text) {
-  OspfRow row;
-  std::istringstream in(text);
-  std::string length;
-  in >> row.compound_id >> row.interface;
-  std::getline(in >> std::ws, row.address, '/');
-  in >> length >> std::ws;
-  row.prefix_len.reset();
-  if (length != "-") {
-    row.prefix_len = static_cast<std::uint8_t>(std::stoul(length));
-  }
-  if (!in.eof()) in >> row.area;
-  return row;
-}
-
-// A process as text, such as "7 10 red": its compound identifier, its number
-// and its VRF. One that it does not have is "-".
-OspfProcess Process(const std::string& text) {
-  OspfProcess process;
-  std::istringstream in(text);
-  std::string number;
-  in >> process.compound_id >> number;
-  process.proc_id.reset();
-  if (number != "-") {
-    process.proc_id = static_cast<std::uint32_t>(std::stoul(number));
-  }
-  std::getline(in >> std::ws, process.vrf_name.emplace());
-  if (process.vrf_name == "-") process.vrf_name.reset();
-  return process;
-}
 
 OspfIf Record(std::uint32_t process_id, const std::string& vrf,
               const std::string& area, const std::string& interface,
@@ -123,11 +88,11 @@ class Ospfv2ConfigTest : public PluginTest {
   }
 
   void Store(const Texts& rows) {
-    for (const std::string& row : rows) Row(row).StoreIn(fake);
+    for (const std::string& row : rows) OspfRowFrom(row).StoreIn(fake);
   }
 
   void StoreProcesses(const Texts& processes = {"7 10 global"}) {
-    for (const std::string& one : processes) Process(one).StoreIn(fake);
+    for (const std::string& one : processes) OspfProcessFrom(one).StoreIn(fake);
   }
 
   // The default row, of which one key is another text.
@@ -269,7 +234,7 @@ class Ospfv2CallsTest : public Ospfv2ConfigTest {
                    "maapi_init_cursor" + table + " %s",
                    "maapi_get_next" + table};
     for (const std::string& text : rows) {
-      const OspfRow row = Row(text);
+      const OspfRow row = OspfRowFrom(text);
       for (const std::string& key : {std::to_string(row.compound_id), row.area,
                                      row.interface, row.address}) {
         calls.push_back("confd_pp_value(" + key + ")");

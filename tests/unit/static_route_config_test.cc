@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -60,21 +59,6 @@ Route SomeRoute() {
                                            Addr4("2.0.0.1"));
 }
 
-// A row as text, such as "1 10.1.0.0/16 via 10.0.0.1 by eth1": the identifier
-// of its VRF, its prefix, its next hop and the name of its output interface, if
-// any.
-StaticRouteRow Row(const std::string& text) {
-  StaticRouteRow row;
-  row.interface_name.reset();
-  std::istringstream in(text);
-  std::string word;
-  in >> row.vrf_id;
-  std::getline(in >> std::ws, row.destination, '/');
-  in >> row.prefix_len >> word >> row.next_hop;
-  if (in >> word) in >> row.interface_name.emplace();
-  return row;
-}
-
 // In the VRFs 1 "a", 2 "b" and 0 "global".
 class StaticRouteConfigTest : public PluginTest {
  protected:
@@ -94,7 +78,7 @@ class StaticRouteConfigTest : public PluginTest {
   }
 
   void Store(const Texts& rows) {
-    for (const std::string& row : rows) Row(row).StoreIn(fake);
+    for (const std::string& row : rows) RouteFrom(row).StoreIn(fake);
   }
 
   // A row of which one key is another value.
@@ -305,7 +289,7 @@ TEST_F(CountTest, BlackHolesAndRowsWithOneKeyCountToo) {
 }
 
 TEST_F(StaticRouteConfigTest, SkipsRowsOfAnyOtherAddressType) {
-  const auto keys = Row("0 10.1.0.0/16 via 10.0.0.1 by eth0").keys();
+  const auto keys = RouteFrom("0 10.1.0.0/16 via 10.0.0.1 by eth0").keys();
   for (const std::int32_t type : {-1, 0, 3, 4, 16, 2147483647}) {
     StoreWith(keys, kType, Enum(type));
   }
@@ -507,7 +491,7 @@ class InterfaceNameTest : public StaticRouteConfigTest {
     fake.SetValue(row.interface_name_path(), name);
   }
 
-  StaticRouteRow row = Row("0 10.1.0.0/16 via 10.0.0.1 by eth1");
+  StaticRouteRow row = RouteFrom("0 10.1.0.0/16 via 10.0.0.1 by eth1");
 };
 
 TEST_F(InterfaceNameTest, HasABlankForItsThirdCharacter) {
@@ -545,7 +529,7 @@ TEST_F(InterfaceNameTest, EndsTheReadWithAnExceptionWhenItIsTooShort) {
 }
 
 TEST_F(InterfaceNameTest, IsReadAgainByTheNextCallAfterAnException) {
-  const StaticRouteRow bad = Row("0 10.2.0.0/16 via 10.0.0.2 by x");
+  const StaticRouteRow bad = RouteFrom("0 10.2.0.0/16 via 10.0.0.2 by x");
   bad.StoreIn(fake);
   EXPECT_THROW(reader->ReadConfigIfNeeded(kIpv4), std::out_of_range);
   fake.SetValue(bad.interface_name_path(), Text("eth2"));
@@ -560,7 +544,7 @@ TEST_F(InterfaceNameTest, IsReadAgainByTheNextCallAfterAnException) {
 
 // Its name is read although it is neither of the family read nor of any.
 TEST_F(InterfaceNameTest, ThrowsInARowOfNoFamilyToo) {
-  const StaticRouteRow other = Row("0 10.2.0.0/16 via 10.0.0.2 by x");
+  const StaticRouteRow other = RouteFrom("0 10.2.0.0/16 via 10.0.0.2 by x");
   other.AddNameEntry(fake);
   fake.SetValue(other.interface_name_path(), Text("x"));
   StoreWith(other.keys(), kType, Enum(16));
@@ -618,13 +602,13 @@ class NamePathTest : public StaticRouteConfigTest {
 };
 
 TEST_F(NamePathTest, IsMadeOfTheRowsKeys) {
-  EXPECT_EQ(NameOf(Row("0 10.1.0.0/24 via 192.168.1.1").keys()), "");
+  EXPECT_EQ(NameOf(RouteFrom("0 10.1.0.0/24 via 192.168.1.1").keys()), "");
   EXPECT_EQ(fake.CallTexts(), ExistsOf(" 0 0a:01:00:00 24 c0:a8:01:01 "));
   EXPECT_EQ(fake.calls()[0].format, fake.calls()[0].args);
 }
 
 TEST_F(NamePathTest, OfAnIpv6RowHasSixteenOctets) {
-  NameOf(Row("4294967295 2001:db8::/32 via fe80::1").keys());
+  NameOf(RouteFrom("4294967295 2001:db8::/32 via fe80::1").keys());
   EXPECT_EQ(fake.CallTexts(),
             ExistsOf(" 4294967295 "
                      "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:00 32 "
@@ -632,7 +616,7 @@ TEST_F(NamePathTest, OfAnIpv6RowHasSixteenOctets) {
 }
 
 TEST_F(NamePathTest, PrintsANegativePrefixLengthAsALargeNumber) {
-  StaticRouteRow row = Row("7 10.1.0.0/-1 via 10.0.0.1 by eth1");
+  StaticRouteRow row = RouteFrom("7 10.1.0.0/-1 via 10.0.0.1 by eth1");
   row.StoreIn(fake);
   EXPECT_EQ(NameOf(row.keys()), "et 1");
   const std::string path =
@@ -649,7 +633,7 @@ TEST_F(NamePathTest, PrintsANegativePrefixLengthAsALargeNumber) {
 }
 
 TEST_F(NamePathTest, HasNothingForAddressesThatAreNoOctets) {
-  auto keys = Row("0 10.1.0.0/24 via 10.0.0.1").keys();
+  auto keys = RouteFrom("0 10.1.0.0/24 via 10.0.0.1").keys();
   keys[kNetwork] = Ipv4("10.1.0.0");
   keys[kNextHop] = Text("10.0.0.1");
   NameOf(keys);
@@ -657,7 +641,7 @@ TEST_F(NamePathTest, HasNothingForAddressesThatAreNoOctets) {
 }
 
 TEST_F(NamePathTest, HasTheNulBehindAddressesWithoutOctets) {
-  auto keys = Row("0 10.1.0.0/0 via 10.0.0.1").keys();
+  auto keys = RouteFrom("0 10.1.0.0/0 via 10.0.0.1").keys();
   keys[kNetwork] = Binary("");
   keys[kNextHop] = Binary("");
   NameOf(keys);
@@ -679,7 +663,7 @@ TEST_F(StaticRouteConfigTest, KeepsThePrefixLengthThatARowHas) {
 }
 
 TEST_F(StaticRouteConfigTest, ARowWhoseNextHopIsNoOctetsIsABlackHole) {
-  StoreWith(Row("0 10.1.0.0/16 via 10.0.0.1").keys(), kNextHop,
+  StoreWith(RouteFrom("0 10.1.0.0/16 via 10.0.0.1").keys(), kNextHop,
             Ipv4("10.0.0.1"));
   Read({"0 10.1.0.0/16 via 10.0.0.2"});
   EXPECT_EQ(reader->ipv4_count(), 2U);
@@ -689,14 +673,14 @@ TEST_F(StaticRouteConfigTest, ARowWhoseNextHopIsNoOctetsIsABlackHole) {
 }
 
 TEST_F(StaticRouteConfigTest, ARowWhoseDestinationIsNoOctetsHasNoPrefix) {
-  StoreWith(Row("0 10.1.0.0/16 via 10.0.0.1").keys(), kNetwork,
+  StoreWith(RouteFrom("0 10.1.0.0/16 via 10.0.0.1").keys(), kNetwork,
             Ipv4("10.1.0.0"));
   Read();
   EXPECT_EQ(NextHop("global", "10.0.0.1")->network().to_string(), "0.0.0.0/0");
 }
 
 TEST_F(StaticRouteConfigTest, TheAddressTypeTellsTheFamilyNotTheOctets) {
-  StoreWith(Row("0 2001:db8::/32 via fe80::1").keys(), kType, Enum(1));
+  StoreWith(RouteFrom("0 2001:db8::/32 via fe80::1").keys(), kType, Enum(1));
   Read();
   EXPECT_EQ(reader->ipv4_count(), 1U);
   EXPECT_EQ(reader->ipv6_count(), 0U);
@@ -738,7 +722,7 @@ constexpr char kNoVrf[] = "(&cursor.keys[kFteIndex])->type == C_UINT32";
 
 TEST_P(StaticRouteStopTest, ForAKeyOfAnotherTypeAlsoInALaterRow) {
   Store({"0 10.2.0.0/16 via 10.0.0.1"});
-  std::vector<Value> keys = Row("0 10.1.0.0/16 via 10.0.0.1").keys();
+  std::vector<Value> keys = RouteFrom("0 10.1.0.0/16 via 10.0.0.1").keys();
   for (const auto& [index, value] : GetParam().wrong_keys) keys[index] = value;
   fake.AddEntry(kTable, keys);
   ExpectStop(GetParam().line, GetParam().expression);
@@ -766,7 +750,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& one) { return one.param.name; });
 
 TEST_F(StaticRouteStopTest, ForAnInterfaceNameThatIsNoText) {
-  const StaticRouteRow row = Row("0 10.1.0.0/16 via 10.0.0.1 by eth1");
+  const StaticRouteRow row = RouteFrom("0 10.1.0.0/16 via 10.0.0.1 by eth1");
   row.StoreIn(fake);
   fake.SetValue(row.interface_name_path(), Binary("eth1"));
   ExpectStop("105", "(&l3_intf_name)->type == C_BUF");

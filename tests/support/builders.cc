@@ -209,6 +209,7 @@ void Ospfv3Row::StoreIn(FakePlatform& platform) const {
 
 InterfaceData InterfaceFrom(const std::string& line) {
   InterfaceData data;
+  data.name.clear();
   data.ipv4.reset();
   std::istringstream in(line);
   in >> data.kind >> data.name;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -49,93 +50,69 @@ Interface Record(const std::string& name, const std::string& vrf,
   return record;
 }
 
-// An interface with these addresses; one that has a primary gets it of them.
-InterfaceData Data(const std::string& kind, const std::string& name, Texts ipv4,
-                   const Texts& ipv6 = {}) {
-  InterfaceData data;
-  data.kind = kind;
-  data.name = name;
-  data.ipv4.reset();
-  if (kind != "loopback" && !ipv4.empty()) {
-    data.ipv4 = ipv4.front();
-    ipv4.erase(ipv4.begin());
-  }
-  data.ipv4_list = ipv4;
-  data.ipv6 = ipv6;
-  return data;
-}
-
-InterfaceData InVrf(InterfaceData data, const std::string& vrf) {
-  data.vrf = vrf;
-  return data;
-}
-
-StaticRouteRow Route(const std::string& destination, std::int32_t length,
-                     const std::string& next_hop, std::uint32_t vrf_id = 0) {
-  StaticRouteRow row;
-  row.vrf_id = vrf_id;
-  row.destination = destination;
-  row.prefix_len = length;
-  row.next_hop = next_hop;
-  return row;
-}
-
-StaticRouteRow Through(StaticRouteRow row, const std::string& interface_name) {
-  row.interface_name = interface_name;
-  return row;
-}
-
+// The VRFs are 1 "red" and 0 "global".
 class ValidateConfigTest : public PluginTest {
  protected:
   void SetUp() override {
     PluginTest::SetUp();
-    config_.set_sock(FakePlatform::kSocket);
-    config_.set_confd_trans(fake.tctx());
+    StartWith({});
   }
 
-  void Store(const InterfaceData& data) { data.StoreIn(fake); }
-  void Store(const StaticRouteRow& row) { row.StoreIn(fake); }
+  // A configuration of these lines, of which nothing is read yet.
+  void StartWith(const Texts& lines) {
+    fake.Reset();
+    StoreVrfName(fake, 1, "red");
+    StoreLines(fake, lines);
+    rules_.emplace();
+    config_.emplace();
+    config_->set_sock(FakePlatform::kSocket);
+    config_->set_confd_trans(fake.tctx());
+  }
   // Many routes of one family; the rows need not differ.
-  void StoreMany(const StaticRouteRow& row, unsigned count) {
-    for (unsigned i = 0; i < count; ++i) Store(row);
+  void StoreMany(const std::string& route, unsigned count) {
+    StoreLines(fake, Texts(count, route));
   }
 
   void ReadInterfaces(ConfigAddrFamily family) {
     for (const auto type : {kL3, kLoopback, kMgmt}) {
-      config_.intf_by_type(type)->ReadConfigIfNeeded(family);
+      config_->intf_by_type(type)->ReadConfigIfNeeded(family);
     }
   }
   void Read(ConfigAddrFamily family) {
     ReadInterfaces(family);
-    config_.ReadStaticRouteConfig(family);
+    config_->ReadStaticRouteConfig(family);
   }
   void Add(InterfaceType type, const Interface& record) {
-    config_.intf_by_type(type)->MergeConfigAndInsert(record);
+    config_->intf_by_type(type)->MergeConfigAndInsert(record);
   }
 
   int JudgeIpv4(InterfaceType type) {
     Read(kIpv4);
-    return rules_.ValidateInterfaceIPv4(config_, type);
+    return rules_->ValidateInterfaceIPv4(*config_, type);
   }
   int JudgeIpv6(InterfaceType type) {
     Read(kIpv6);
-    return rules_.ValidateInterfaceIPv6(config_, type);
+    return rules_->ValidateInterfaceIPv6(*config_, type);
   }
 
-  void ExpectHolds(int verdict) {
-    EXPECT_EQ(verdict, 0);
-    EXPECT_EQ(rules_.error_text(), "");
-  }
-  void ExpectViolated(int verdict, const std::string& text) {
-    EXPECT_EQ(verdict, -1);
-    EXPECT_EQ(rules_.error_text(), text);
+  // "" for a rule that holds.
+  void ExpectResult(int verdict, const std::string& text) {
+    EXPECT_EQ(verdict, text.empty() ? 0 : -1);
+    EXPECT_EQ(rules_->error_text(), text);
   }
 
-  Config config_;
-  ValidateConfig rules_;
+  std::optional<Config> config_;
+  std::optional<ValidateConfig> rules_;
 };
 
 // ---- Either family ---------------------------------------------------------
+
+// One of the two interfaces of an overlap.
+struct Side {
+  std::string interface;
+  std::string mask;
+  std::string vrf = "global";
+};
 
 // Runs a test once for each family, with addresses in the same places: those of
 // an interface in the subnets 10.<n>.0.0/24 and 2001:db8:<n>::/64, and routes
@@ -157,12 +134,10 @@ class FamilyTest : public ValidateConfigTest,
     const std::string n = std::to_string(number);
     return IsIpv4() ? "20." + n + ".0.0/16" : "2001:db9:" + n + "::/48";
   }
-  static StaticRouteRow RouteTo(int number, const std::string& next_hop) {
-    const std::string network = Network(number);
-    return Route(network.substr(0, network.find('/')), IsIpv4() ? 16 : 48,
-                 next_hop);
+  static std::string RouteTo(int number, const std::string& next_hop) {
+    return "route 0 " + Network(number) + " via " + next_hop;
   }
-  static StaticRouteRow BlackHoleTo(int number) {
+  static std::string BlackHoleTo(int number) {
     return RouteTo(number, IsIpv4() ? "0.0.0.0" : "::");
   }
 
@@ -170,33 +145,24 @@ class FamilyTest : public ValidateConfigTest,
                               const Texts& masks) {
     return IsIpv4() ? Record(name, vrf, masks) : Record(name, vrf, {}, masks);
   }
-  static InterfaceData DataWith(const std::string& kind,
-                                const std::string& name, const Texts& masks) {
-    return IsIpv4() ? Data(kind, name, masks) : Data(kind, name, {}, masks);
-  }
 
   int JudgeAddresses(InterfaceType type) {
     return IsIpv4() ? JudgeIpv4(type) : JudgeIpv6(type);
   }
 
-  // The texts. That of an overlap names the VRFs in IPv4 only.
+  // The texts. That of an overlap names the VRFs in IPv4 only, by design.
   static std::string DuplicateText(const std::string& name,
                                    const std::string& address) {
     return name + " has duplicated " + (IsIpv4() ? "IPv4" : "IPv6") +
            " address " + address;
   }
-  static std::string OverlapSide(const Interface& record,
-                                 const std::string& mask) {
-    return IsIpv4() ? record.name + " vrf " + record.vrf_name +
-                          " ipv4 address " + mask
-                    : record.name + " ipv6 address " + mask;
+  static std::string SideText(const Side& side) {
+    return IsIpv4() ? side.interface + " vrf " + side.vrf + " ipv4 address " +
+                          side.mask
+                    : side.interface + " ipv6 address " + side.mask;
   }
-  static std::string OverlapText(const Interface& first,
-                                 const std::string& first_mask,
-                                 const Interface& second,
-                                 const std::string& second_mask) {
-    return OverlapSide(first, first_mask) + " overlaps with " +
-           OverlapSide(second, second_mask) + ".";
+  static std::string OverlapText(const Side& first, const Side& second) {
+    return SideText(first) + " overlaps with " + SideText(second) + ".";
   }
   static std::string NextHopText(const std::string& name, int subnet, int host,
                                  int network) {
@@ -220,27 +186,19 @@ std::string FamilyName(
 
 // ---- The error text --------------------------------------------------------
 
-TEST(ErrorTextTest, IsEmptyBeforeAnyRule) {
-  EXPECT_EQ(ValidateConfig().error_text(), "");
-}
-
-TEST(ErrorTextTest, IsReplacedWholeByALaterViolation) {
+TEST(ErrorTextTest, IsThatOfTheLastViolation) {
   ValidateConfig rules;
-  EXPECT_FALSE(
-      rules.InterfaceIPv4IsValid(Record("l3 a", "global", {"10.1.1.0/24"})));
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
-      Record("l3 b", "global", {"10.0.0.1/24", "10.0.0.1/24"})));
-  EXPECT_EQ(rules.error_text(), "l3 b has duplicated IPv4 address 10.0.0.1");
-}
-
-TEST(ErrorTextTest, IsLeftAloneByARuleThatHolds) {
-  ValidateConfig rules;
+  EXPECT_EQ(rules.error_text(), "");
   EXPECT_FALSE(
       rules.InterfaceIPv4IsValid(Record("l3 a", "global", {"10.1.1.0/24"})));
   const std::string text = rules.error_text();
+  EXPECT_NE(text, "");
   EXPECT_TRUE(
       rules.InterfaceIPv4IsValid(Record("l3 a", "global", {"10.1.1.1/24"})));
   EXPECT_EQ(rules.error_text(), text);
+  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv4(
+      Record("l3 b", "global", {"10.0.0.1/24", "10.0.0.1/24"})));
+  EXPECT_EQ(rules.error_text(), "l3 b has duplicated IPv4 address 10.0.0.1");
 }
 
 // ---- An address that a host can have ---------------------------------------
@@ -297,207 +255,184 @@ TEST(HostAddressTest, AnInterfaceWithoutAddressesIsValid) {
 
 // ---- Duplicates ------------------------------------------------------------
 
-TEST(DuplicateTest, EachFamilyIsComparedForItself) {
-  const Interface both = Record("l3 a", "global", {"10.0.0.1/24"},
-                                {"2001:db8::1/64", "2001:db8::1/64"});
-  ValidateConfig rules;
-  EXPECT_FALSE(rules.InterfaceHasDuplicateIpv4(both));
-  EXPECT_TRUE(rules.InterfaceHasDuplicateIpv6(both));
-}
-
-class DuplicateOrderTest : public FamilyTest {
+class DuplicateTest : public FamilyTest {
  protected:
+  bool HasDuplicate(const Interface& record) {
+    return IsIpv4() ? rules_->InterfaceHasDuplicateIpv4(record)
+                    : rules_->InterfaceHasDuplicateIpv6(record);
+  }
   bool HasDuplicate(const Texts& masks) {
-    const Interface record = RecordWith("l3 a", "global", masks);
-    return IsIpv4() ? rules_.InterfaceHasDuplicateIpv4(record)
-                    : rules_.InterfaceHasDuplicateIpv6(record);
+    return HasDuplicate(RecordWith("l3 a", "global", masks));
   }
 };
 
-TEST_P(DuplicateOrderTest, PrefixLengthsDoNotTellAddressesApart) {
-  EXPECT_FALSE(HasDuplicate({Mask(1, 1), Mask(1, 2)}));
-  EXPECT_EQ(rules_.error_text(), "");
-  EXPECT_TRUE(HasDuplicate({Mask(1, 1), Address(1, 1) + "/16"}));
-  EXPECT_EQ(rules_.error_text(), DuplicateText("l3 a", Address(1, 1)));
+TEST_P(DuplicateTest, EachFamilyIsComparedForItself) {
+  const Texts once4 = {"10.0.0.1/24"};
+  const Texts once6 = {"2001:db8::1/64"};
+  const Texts twice4 = {"10.0.0.1/24", "10.0.0.1/24"};
+  const Texts twice6 = {"2001:db8::1/64", "2001:db8::1/64"};
+  EXPECT_EQ(HasDuplicate(Record("l3 a", "global", once4, twice6)), !IsIpv4());
+  EXPECT_EQ(HasDuplicate(Record("l3 a", "global", twice4, once6)), IsIpv4());
 }
 
-TEST_P(DuplicateOrderTest, TheEarliestAddressThatComesAgainIsTold) {
+TEST_P(DuplicateTest, PrefixLengthsDoNotTellAddressesApart) {
+  EXPECT_FALSE(HasDuplicate({Mask(1, 1), Mask(1, 2)}));
+  EXPECT_EQ(rules_->error_text(), "");
+  EXPECT_TRUE(HasDuplicate({Mask(1, 1), Address(1, 1) + "/16"}));
+  EXPECT_EQ(rules_->error_text(), DuplicateText("l3 a", Address(1, 1)));
+}
+
+TEST_P(DuplicateTest, TheEarliestAddressThatComesAgainIsTold) {
   // Neither the one that is met again first, nor the last one.
   EXPECT_TRUE(HasDuplicate({Mask(1, 9), Mask(1, 1), Mask(1, 2), Mask(1, 3),
                             Mask(1, 2), Mask(1, 1), Mask(1, 3)}));
-  EXPECT_EQ(rules_.error_text(), DuplicateText("l3 a", Address(1, 1)));
+  EXPECT_EQ(rules_->error_text(), DuplicateText("l3 a", Address(1, 1)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, DuplicateOrderTest, kFamilies, FamilyName);
+INSTANTIATE_TEST_SUITE_P(Families, DuplicateTest, kFamilies, FamilyName);
 
 // ---- Overlap of two interfaces ---------------------------------------------
 
-struct VrfCase {
-  std::string name;
-  std::string first;
-  std::string second;
-  bool share;
+class OverlapTest : public FamilyTest {
+ protected:
+  bool Overlap(const Interface& a, const Interface& b) {
+    return IsIpv4() ? rules_->InterfaceIPv4Overlap(a, b)
+                    : rules_->InterfaceIPv6Overlap(a, b);
+  }
 };
 
-class AddressSpaceTest : public ::testing::TestWithParam<VrfCase> {};
-
-TEST_P(AddressSpaceTest, DecidesWhetherIpv4PrefixesOverlap) {
-  const auto& [name, first, second, share] = GetParam();
-  ValidateConfig rules;
-  EXPECT_EQ(
-      rules.InterfaceIPv4Overlap(Record("l3 a", first, {"10.0.0.1/24"}),
-                                 Record("loopback b", second, {"10.0.0.2/32"})),
-      share);
-  EXPECT_EQ(rules.error_text(),
-            !share ? ""
-                   : "l3 a vrf " + first +
-                         " ipv4 address 10.0.0.1/24 overlaps with loopback b "
-                         "vrf " +
-                         second + " ipv4 address 10.0.0.2/32.");
+TEST_P(OverlapTest, IsOneOfInterfacesInOneAddressSpace) {
+  const struct {
+    const char* first;
+    const char* second;
+    bool share;
+  } vrfs[] = {{"red", "red", true},
+              {"red", "blue", false},
+              {"global", "global", true},
+              {"mgmt", "mgmt", true},
+              {"global", "mgmt", true},
+              {"mgmt", "global", true},
+              {"global", "red", false},
+              {"red", "global", false},
+              {"mgmt", "red", false},
+              {"red", "mgmt", false},
+              {"global", "globally", false},
+              {"global", "Mgmt", false},
+              {"", "", true},
+              {"", "global", false}};
+  const std::string host = Address(1, 2) + (IsIpv4() ? "/32" : "/128");
+  for (const auto& [first, second, share] : vrfs) {
+    SCOPED_TRACE(std::string(first) + " and " + second);
+    rules_.emplace();
+    EXPECT_EQ(Overlap(RecordWith("l3 a", first, {Mask(1, 1)}),
+                      RecordWith("loopback b", second, {host})),
+              share);
+    EXPECT_EQ(rules_->error_text(),
+              share ? OverlapText({"l3 a", Mask(1, 1), first},
+                                  {"loopback b", host, second})
+                    : "");
+  }
 }
 
-// By design the VRFs stand in the IPv4 text only.
-TEST_P(AddressSpaceTest, DecidesWhetherIpv6PrefixesOverlap) {
-  const auto& [name, first, second, share] = GetParam();
-  ValidateConfig rules;
-  EXPECT_EQ(rules.InterfaceIPv6Overlap(
-                Record("l3 a", first, {}, {"2001:db8::1/64"}),
-                Record("loopback b", second, {}, {"2001:db8::2/128"})),
-            share);
-  EXPECT_EQ(rules.error_text(),
-            !share ? ""
-                   : "l3 a ipv6 address 2001:db8::1/64 overlaps with loopback "
-                     "b ipv6 address 2001:db8::2/128.");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Vrfs, AddressSpaceTest,
-    ::testing::Values(VrfCase{"BothRed", "red", "red", true},
-                      VrfCase{"RedAndBlue", "red", "blue", false},
-                      VrfCase{"BothGlobal", "global", "global", true},
-                      VrfCase{"BothMgmt", "mgmt", "mgmt", true},
-                      VrfCase{"GlobalAndMgmt", "global", "mgmt", true},
-                      VrfCase{"MgmtAndGlobal", "mgmt", "global", true},
-                      VrfCase{"GlobalAndRed", "global", "red", false},
-                      VrfCase{"RedAndGlobal", "red", "global", false},
-                      VrfCase{"MgmtAndRed", "mgmt", "red", false},
-                      VrfCase{"RedAndMgmt", "red", "mgmt", false},
-                      VrfCase{"LongerName", "global", "globally", false},
-                      VrfCase{"OtherCase", "global", "Mgmt", false},
-                      VrfCase{"BothUnreadable", "", "", true},
-                      VrfCase{"UnreadableAndGlobal", "", "global", false}),
-    [](const auto& vrf_case) { return vrf_case.param.name; });
-
-TEST(OverlapTest, NeighbouringPrefixesDoNotOverlap) {
-  ValidateConfig rules;
-  EXPECT_FALSE(
-      rules.InterfaceIPv4Overlap(Record("l3 a", "red", {"10.0.0.126/25"}),
-                                 Record("l3 b", "red", {"10.0.0.129/25"})));
-  EXPECT_FALSE(rules.InterfaceIPv6Overlap(
-      Record("l3 a", "red", {}, {"2001:db8:0:1::1/64"}),
-      Record("l3 b", "red", {}, {"2001:db8:0:2::1/64"})));
-  EXPECT_EQ(rules.error_text(), "");
-}
-
-TEST(OverlapTest, AnInterfaceWithoutAddressesOverlapsWithNothing) {
-  const Interface some =
-      Record("l3 a", "red", {"10.0.0.1/0"}, {"2001:db8::1/0"});
-  const Interface none = Record("l3 b", "red", {});
-  ValidateConfig rules;
-  EXPECT_FALSE(rules.InterfaceIPv4Overlap(some, none));
-  EXPECT_FALSE(rules.InterfaceIPv4Overlap(none, some));
-  EXPECT_FALSE(rules.InterfaceIPv6Overlap(some, none));
-  EXPECT_FALSE(rules.InterfaceIPv6Overlap(none, some));
-  EXPECT_EQ(rules.error_text(), "");
-}
-
-class OverlapOrderTest : public FamilyTest {};
-
-TEST_P(OverlapOrderTest, TheFirstPairInTheOrderOfTheListsIsTold) {
+// The full texts, as the operator reads them.
+TEST(OverlapTextTest, NamesTheVrfsInIpv4Only) {
   const Interface a =
-      RecordWith("l3 a", "red", {Mask(9, 1), Mask(1, 1), Mask(2, 1)});
+      Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"});
   const Interface b =
-      RecordWith("l3 b", "red", {Mask(2, 2), Mask(1, 2), Mask(1, 3)});
-  EXPECT_TRUE(IsIpv4() ? rules_.InterfaceIPv4Overlap(a, b)
-                       : rules_.InterfaceIPv6Overlap(a, b));
-  EXPECT_EQ(rules_.error_text(), OverlapText(a, Mask(1, 1), b, Mask(1, 2)));
+      Record("loopback b", "red", {"10.0.0.2/32"}, {"2001:db8::2/128"});
+  ValidateConfig rules;
+  EXPECT_TRUE(rules.InterfaceIPv4Overlap(a, b));
+  EXPECT_EQ(rules.error_text(),
+            "l3 a vrf red ipv4 address 10.0.0.1/24 overlaps with loopback b "
+            "vrf red ipv4 address 10.0.0.2/32.");
+  EXPECT_TRUE(rules.InterfaceIPv6Overlap(a, b));
+  EXPECT_EQ(rules.error_text(),
+            "l3 a ipv6 address 2001:db8::1/64 overlaps with loopback b ipv6 "
+            "address 2001:db8::2/128.");
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, OverlapOrderTest, kFamilies, FamilyName);
+TEST_P(OverlapTest, IsNoneOfNeighbouringPrefixesAndOfNoAddresses) {
+  const Interface none = RecordWith("l3 b", "red", {});
+  const Interface all = RecordWith("l3 a", "red", {Address(1, 1) + "/0"});
+  EXPECT_FALSE(Overlap(all, none));
+  EXPECT_FALSE(Overlap(none, all));
+  EXPECT_FALSE(
+      IsIpv4() ? Overlap(Record("l3 a", "red", {"10.0.0.126/25"}),
+                         Record("l3 b", "red", {"10.0.0.129/25"}))
+               : Overlap(Record("l3 a", "red", {}, {"2001:db8:0:1::1/64"}),
+                         Record("l3 b", "red", {}, {"2001:db8:0:2::1/64"})));
+  EXPECT_EQ(rules_->error_text(), "");
+}
+
+TEST_P(OverlapTest, TheFirstPairInTheOrderOfTheListsIsTold) {
+  EXPECT_TRUE(
+      Overlap(RecordWith("l3 a", "red", {Mask(9, 1), Mask(1, 1), Mask(2, 1)}),
+              RecordWith("l3 b", "red", {Mask(2, 2), Mask(1, 2), Mask(1, 3)})));
+  EXPECT_EQ(rules_->error_text(), OverlapText({"l3 a", Mask(1, 1), "red"},
+                                              {"l3 b", Mask(1, 2), "red"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, OverlapTest, kFamilies, FamilyName);
 
 // ---- Overlap of a kind with the others -------------------------------------
 
 class KindOrderTest : public FamilyTest {
  protected:
   bool Overlaps(InterfaceType type) {
-    const auto& changed = *config_.intf_by_type(type);
-    const auto& all = config_.interface_configs();
-    return IsIpv4() ? rules_.InterfaceIPv4Overlap(changed, all)
-                    : rules_.InterfaceIPv6Overlap(changed, all);
+    const auto& changed = *config_->intf_by_type(type);
+    const auto& all = config_->interface_configs();
+    return IsIpv4() ? rules_->InterfaceIPv4Overlap(changed, all)
+                    : rules_->InterfaceIPv6Overlap(changed, all);
+  }
+  void Add(InterfaceType type, const Side& side) {
+    FamilyTest::Add(type, RecordWith(side.interface, side.vrf, {side.mask}));
   }
 
-  const Interface l3_ = RecordWith("l3 a", "global", {Mask(1, 1)});
-  const Interface loopback_ = RecordWith("loopback b", "global", {Mask(1, 2)});
-  const Interface mgmt_ = RecordWith("mgmt c", "mgmt", {Mask(1, 3)});
+  const Side l3_ = {"l3 a", Mask(1, 1)};
+  const Side loopback_ = {"loopback b", Mask(1, 2)};
+  const Side mgmt_ = {"mgmt c", Mask(1, 3), "mgmt"};
 };
 
 TEST_P(KindOrderTest, TheChangedKindIsNamedFirstWhateverTheOrder) {
   Add(kL3, l3_);
   Add(kLoopback, loopback_);
   EXPECT_TRUE(Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            OverlapText(l3_, Mask(1, 1), loopback_, Mask(1, 2)));
+  EXPECT_EQ(rules_->error_text(), OverlapText(l3_, loopback_));
   EXPECT_TRUE(Overlaps(kLoopback));
-  EXPECT_EQ(rules_.error_text(),
-            OverlapText(loopback_, Mask(1, 2), l3_, Mask(1, 1)));
+  EXPECT_EQ(rules_->error_text(), OverlapText(loopback_, l3_));
 }
 
 TEST_P(KindOrderTest, InterfacesOfOneKindAndOfTwoOtherKindsAreNotCompared) {
   Add(kLoopback, loopback_);
   Add(kMgmt, mgmt_);
   EXPECT_FALSE(Overlaps(kL3));
-  Add(kL3, RecordWith("l3 a", "red", {Mask(1, 1)}));
-  Add(kL3, RecordWith("l3 b", "red", {Mask(1, 2)}));
+  Add(kL3, {"l3 a", Mask(1, 1), "red"});
+  Add(kL3, {"l3 b", Mask(1, 2), "red"});
   EXPECT_FALSE(Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(), "");
+  EXPECT_EQ(rules_->error_text(), "");
 }
 
 TEST_P(KindOrderTest, TheOtherKindsFirstInterfaceDecidesThePair) {
-  const Interface b = RecordWith("l3 b", "red", {Mask(1, 1)});
-  const Interface x = RecordWith("loopback x", "red", {Mask(1, 2)});
-  Add(kL3, RecordWith("l3 a", "red", {Mask(2, 1)}));
+  const Side b = {"l3 b", Mask(1, 1), "red"};
+  const Side x = {"loopback x", Mask(1, 2), "red"};
+  Add(kL3, {"l3 a", Mask(2, 1), "red"});
   Add(kL3, b);
   Add(kLoopback, x);
-  Add(kLoopback, RecordWith("loopback y", "red", {Mask(2, 2)}));
+  Add(kLoopback, {"loopback y", Mask(2, 2), "red"});
   EXPECT_TRUE(Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(), OverlapText(b, Mask(1, 1), x, Mask(1, 2)));
+  EXPECT_EQ(rules_->error_text(), OverlapText(b, x));
 }
 
-TEST_P(KindOrderTest, ManagementComesBeforeLoopback) {
-  Add(kL3, l3_);
+TEST_P(KindOrderTest, ManagementComesBeforeL3BeforeLoopback) {
   Add(kLoopback, loopback_);
+  Add(kL3, l3_);
   Add(kMgmt, mgmt_);
   EXPECT_TRUE(Overlaps(kL3));
-  EXPECT_EQ(rules_.error_text(),
-            OverlapText(l3_, Mask(1, 1), mgmt_, Mask(1, 3)));
-}
-
-TEST_P(KindOrderTest, L3ComesBeforeLoopback) {
-  Add(kMgmt, mgmt_);
-  Add(kLoopback, loopback_);
-  Add(kL3, l3_);
+  EXPECT_EQ(rules_->error_text(), OverlapText(l3_, mgmt_));
   EXPECT_TRUE(Overlaps(kMgmt));
-  EXPECT_EQ(rules_.error_text(),
-            OverlapText(mgmt_, Mask(1, 3), l3_, Mask(1, 1)));
-}
-
-TEST_P(KindOrderTest, ManagementComesBeforeL3) {
-  Add(kLoopback, loopback_);
-  Add(kL3, l3_);
-  Add(kMgmt, mgmt_);
+  EXPECT_EQ(rules_->error_text(), OverlapText(mgmt_, l3_));
   EXPECT_TRUE(Overlaps(kLoopback));
-  EXPECT_EQ(rules_.error_text(),
-            OverlapText(loopback_, Mask(1, 2), mgmt_, Mask(1, 3)));
+  EXPECT_EQ(rules_->error_text(), OverlapText(loopback_, mgmt_));
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, KindOrderTest, kFamilies, FamilyName);
@@ -507,188 +442,144 @@ INSTANTIATE_TEST_SUITE_P(Families, KindOrderTest, kFamilies, FamilyName);
 class AddressRulesTest : public ValidateConfigTest {};
 
 TEST_F(AddressRulesTest, RefuseAnUnknownKindBeforeAnythingElse) {
-  Store(Data("l3", "a", {"10.0.0.0/24"}));
+  StartWith({"l3 a 10.0.0.0/24"});
   const std::string text =
       "invalid interface being handled by IP-App validation";
-  ExpectViolated(JudgeIpv4(InterfaceType::kNone), text);
-  ExpectViolated(JudgeIpv6(InterfaceType::kNone), text);
-  ExpectViolated(JudgeIpv4(static_cast<InterfaceType>(7)), text);
-  ExpectViolated(JudgeIpv6(static_cast<InterfaceType>(-1)), text);
-}
-
-TEST_F(AddressRulesTest, HoldWithoutInterfaces) {
-  for (const auto type : {kMgmt, kL3, kLoopback}) {
-    ExpectHolds(JudgeIpv4(type));
-    ExpectHolds(JudgeIpv6(type));
+  for (const auto type : {InterfaceType::kNone, static_cast<InterfaceType>(7),
+                          static_cast<InterfaceType>(-1)}) {
+    ExpectResult(JudgeIpv4(type), text);
+    ExpectResult(JudgeIpv6(type), text);
   }
 }
 
-TEST_F(AddressRulesTest, HoldForInterfacesWithoutAddresses) {
-  Store(Data("l3", "a", {}));
-  Store(Data("l3", "b", {}));
-  Store(Data("loopback", "a", {}));
-  ExpectHolds(JudgeIpv4(kL3));
-  ExpectHolds(JudgeIpv6(kL3));
-}
-
-TEST_F(AddressRulesTest, HoldForAKindWithoutInterfacesWhateverTheOthersHave) {
-  Store(Data("loopback", "a", {"10.0.0.0/24"}));
-  Store(Data("mgmt", "b", {"10.0.0.0/24"}));
-  ExpectHolds(JudgeIpv4(kL3));
+TEST_F(AddressRulesTest, HoldWithoutInterfacesAndWithoutAddresses) {
+  for (const Texts& lines : {Texts{}, Texts{"l3 a", "l3 b", "loopback a"}}) {
+    StartWith(lines);
+    for (const auto type : {kMgmt, kL3, kLoopback}) {
+      ExpectResult(JudgeIpv4(type), "");
+      ExpectResult(JudgeIpv6(type), "");
+    }
+  }
 }
 
 TEST_F(AddressRulesTest, JudgeTheValidityOfTheChangedKindOnly) {
-  Store(Data("l3", "core1", {"10.1.1.0/24"}));
-  Store(Data("loopback", "1", {"10.2.1.1/32"}));
-  ExpectHolds(JudgeIpv4(kLoopback));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 core1 ipv4 address 10.1.1.0/24 cannot be configured as "
-                 "network address.");
-}
-
-TEST_F(AddressRulesTest, JudgeEveryKind) {
-  Store(Data("loopback", "7", {"10.1.1.0/24"}));
-  Store(Data("mgmt", "9", {"10.2.1.255/24"}));
-  ExpectViolated(JudgeIpv4(kLoopback),
-                 "loopback 7 ipv4 address 10.1.1.0/24 cannot be configured as "
-                 "network address.");
-  ExpectViolated(JudgeIpv4(kMgmt),
-                 "mgmt 9 ipv4 address 10.2.1.255/24 cannot be configured as "
-                 "broadcast address.");
+  const struct {
+    InterfaceType type;
+    const char* l3;
+    const char* text;
+  } cases[] = {{kL3, "l3 core1", ""},
+               {kL3, "l3 core1 10.3.1.1/24", ""},
+               {kLoopback, "l3 core1 10.3.1.0/24",
+                "loopback 7 ipv4 address 10.1.1.0/24 cannot be configured as "
+                "network address."},
+               {kMgmt, "l3 core1 10.3.1.0/24",
+                "mgmt 9 ipv4 address 10.2.1.255/24 cannot be configured as "
+                "broadcast address."}};
+  for (const auto& [type, l3, text] : cases) {
+    StartWith({l3, "loopback 7 10.1.1.0/24", "mgmt 9 10.2.1.255/24"});
+    ExpectResult(JudgeIpv4(type), text);
+  }
+  StartWith({"loopback 7 10.1.1.0/24", "mgmt 9 10.1.1.0/24"});
+  ExpectResult(JudgeIpv4(kL3), "");
 }
 
 // No IPv6 address is refused as a network or broadcast address.
 TEST_F(AddressRulesTest, TakeEveryIpv6AddressForOneOfAHost) {
-  Store(Data("l3", "a", {}, {"2001:db8::/64", "2001:db8:1::/127"}));
-  Store(Data("l3", "b", {}, {"2001:db8:2:0:ffff:ffff:ffff:ffff/64"}));
-  ExpectHolds(JudgeIpv6(kL3));
+  StartWith({"l3 a 2001:db8::/64 2001:db8:1::/127",
+             "l3 b 2001:db8:2:0:ffff:ffff:ffff:ffff/64"});
+  ExpectResult(JudgeIpv6(kL3), "");
 }
 
-class AddressFamilyTest : public FamilyTest {
- protected:
-  static Interface Named(const std::string& name,
-                         const std::string& vrf = "global") {
-    return Record(name, vrf, {});
+// For each interface: validity, duplicates, overlaps with the later interfaces
+// of its kind, next hops. Then the next one, and the other kinds at the end.
+TEST_F(AddressRulesTest, TestTheValidityFirstButOneInterfaceAfterAnother) {
+  StartWith({"l3 a 10.0.0.1/24 10.0.0.1/16 10.9.0.0/24"});
+  ExpectResult(JudgeIpv4(kL3),
+               "l3 a ipv4 address 10.9.0.0/24 cannot be configured as network "
+               "address.");
+  StartWith({"l3 a 10.0.0.1/24", "l3 b 10.1.0.0/24",
+             "route 0 20.0.0.0/16 via 10.0.0.1"});
+  ExpectResult(JudgeIpv4(kL3),
+               "l3 a ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
+               "next-hop 10.0.0.1 cannot have address conflict.");
+  StartWith({"l3 a 10.0.0.1/24", "l3 b 10.0.0.0/24"});
+  ExpectResult(JudgeIpv4(kL3),
+               "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
+               "vrf global ipv4 address 10.0.0.0/24.");
+}
+
+class AddressFamilyTest : public FamilyTest {};
+
+TEST_P(AddressFamilyTest, IsJudgedInTheOrderOfTheRules) {
+  const Side a = {"l3 a", Mask(1, 1)};
+  const Side b = {"l3 b", Mask(1, 2)};
+  const Side mgmt = {"mgmt b", Mask(1, 2), "mgmt"};
+  const struct {
+    const char* what;
+    Texts lines;
+    InterfaceType type;
+    std::string text;
+  } cases[] = {
+      {"prefixes of one interface may overlap",
+       {"l3 a " + Mask(1, 1) + " " + Mask(1, 2)},
+       kL3,
+       ""},
+      {"the earlier of two interfaces of a kind is named first",
+       {"l3 z " + Mask(1, 9), "l3 a " + Mask(1, 1)},
+       kL3,
+       OverlapText({"l3 z", Mask(1, 9)}, a)},
+      {"other VRFs may use the same subnet",
+       {"l3 a vrf red " + Mask(1, 1), "loopback b vrf blue " + Mask(1, 2)},
+       kL3,
+       ""},
+      {"the global and the management VRF are one space",
+       {"l3 a " + Mask(1, 1), "mgmt b vrf mgmt " + Mask(1, 2)},
+       kL3,
+       OverlapText(a, mgmt)},
+      {"... whichever is changed",
+       {"l3 a " + Mask(1, 1), "mgmt b vrf mgmt " + Mask(1, 2)},
+       kMgmt,
+       OverlapText(mgmt, a)},
+      {"an address is a next hop",
+       {"loopback 100 " + Mask(1, 1), RouteTo(1, Address(1, 1))},
+       kLoopback,
+       NextHopText("loopback 100", 1, 1, 1)},
+      {"duplicates before overlaps",
+       {"l3 a " + Mask(1, 1) + " " + Mask(1, 1), "l3 b " + Mask(1, 2)},
+       kL3,
+       DuplicateText("l3 a", Address(1, 1))},
+      {"overlaps of a kind before next hops",
+       {"l3 a " + Mask(1, 1), "l3 b " + Mask(1, 2), RouteTo(1, Address(1, 1))},
+       kL3,
+       OverlapText(a, b)},
+      {"the whole kind before the other kinds",
+       {"l3 a " + Mask(1, 1), "l3 b " + Mask(2, 1), "loopback c " + Mask(1, 2),
+        RouteTo(1, Address(2, 1))},
+       kL3,
+       NextHopText("l3 b", 2, 1, 1)},
+      {"an interface before the next one",
+       {"l3 a " + Mask(1, 1), "l3 b " + Mask(2, 1) + " " + Mask(2, 1),
+        RouteTo(1, Address(1, 1))},
+       kL3,
+       NextHopText("l3 a", 1, 1, 1)},
+      {"an overlap with a later interface before its own duplicates",
+       {"l3 a " + Mask(1, 1), "l3 b " + Mask(1, 2) + " " + Mask(1, 2)},
+       kL3,
+       OverlapText(a, b)},
+      {"the first interface with all later ones",
+       {"l3 a " + Mask(1, 1), "l3 b " + Mask(2, 1),
+        "l3 c " + Mask(2, 2) + " " + Mask(1, 2)},
+       kL3,
+       OverlapText(a, {"l3 c", Mask(1, 2)})},
+  };
+  for (const auto& [what, lines, type, text] : cases) {
+    SCOPED_TRACE(what);
+    StartWith(lines);
+    ExpectResult(JudgeAddresses(type), text);
   }
-};
-
-TEST_P(AddressFamilyTest, LetsPrefixesOfOneInterfaceOverlap) {
-  Store(DataWith("l3", "a", {Mask(1, 1), Mask(1, 2)}));
-  ExpectHolds(JudgeAddresses(kL3));
-}
-
-TEST_P(AddressFamilyTest, NamesTheEarlierOfTwoInterfacesOfAKindFirst) {
-  Store(DataWith("l3", "z", {Mask(1, 9)}));
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  ExpectViolated(JudgeAddresses(kL3), OverlapText(Named("l3 z"), Mask(1, 9),
-                                                  Named("l3 a"), Mask(1, 1)));
-}
-
-TEST_P(AddressFamilyTest, LetsOtherVrfsUseTheSameSubnet) {
-  Store(InVrf(DataWith("l3", "a", {Mask(1, 1)}), "red"));
-  Store(InVrf(DataWith("loopback", "b", {Mask(1, 2)}), "blue"));
-  ExpectHolds(JudgeAddresses(kL3));
-}
-
-TEST_P(AddressFamilyTest, TakesTheGlobalAndTheManagementVrfForOneSpace) {
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(InVrf(DataWith("mgmt", "b", {Mask(1, 2)}), "mgmt"));
-  const Interface a = Named("l3 a");
-  const Interface b = Named("mgmt b", "mgmt");
-  ExpectViolated(JudgeAddresses(kL3),
-                 OverlapText(a, Mask(1, 1), b, Mask(1, 2)));
-  ExpectViolated(JudgeAddresses(kMgmt),
-                 OverlapText(b, Mask(1, 2), a, Mask(1, 1)));
-}
-
-TEST_P(AddressFamilyTest, RefusesAnAddressThatIsANextHop) {
-  Store(DataWith("loopback", "100", {Mask(1, 1)}));
-  Store(RouteTo(1, Address(1, 1)));
-  ExpectViolated(JudgeAddresses(kLoopback),
-                 NextHopText("loopback 100", 1, 1, 1));
-}
-
-// The order of the tests: duplicates, overlaps of the kind, next hops, the
-// other kinds.
-TEST_P(AddressFamilyTest, TestsDuplicatesBeforeOverlaps) {
-  Store(DataWith("l3", "a", {Mask(1, 1), Mask(1, 1)}));
-  Store(DataWith("l3", "b", {Mask(1, 2)}));
-  ExpectViolated(JudgeAddresses(kL3), DuplicateText("l3 a", Address(1, 1)));
-}
-
-TEST_P(AddressFamilyTest, TestsOverlapsOfAKindBeforeNextHops) {
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(DataWith("l3", "b", {Mask(1, 2)}));
-  Store(RouteTo(1, Address(1, 1)));
-  ExpectViolated(JudgeAddresses(kL3), OverlapText(Named("l3 a"), Mask(1, 1),
-                                                  Named("l3 b"), Mask(1, 2)));
-}
-
-TEST_P(AddressFamilyTest, FinishesTheKindBeforeTheOtherKinds) {
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(DataWith("l3", "b", {Mask(2, 1)}));
-  Store(DataWith("loopback", "c", {Mask(1, 2)}));
-  Store(RouteTo(1, Address(2, 1)));
-  ExpectViolated(JudgeAddresses(kL3), NextHopText("l3 b", 2, 1, 1));
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, AddressFamilyTest, kFamilies, FamilyName);
-
-// ---- The order of the tests ------------------------------------------------
-
-TEST_F(AddressRulesTest, TestTheValidityBeforeDuplicates) {
-  Store(Data("l3", "a", {"10.0.0.1/24", "10.0.0.1/16", "10.9.0.0/24"}));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 a ipv4 address 10.9.0.0/24 cannot be configured as "
-                 "network address.");
-}
-
-TEST_F(AddressRulesTest, FinishAnInterfaceBeforeTheNextOne) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}));
-  Store(Data("l3", "b", {"10.1.0.0/24"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 a ipv4 address 10.0.0.1/24 and static route 20.0.0.0/16 "
-                 "next-hop 10.0.0.1 cannot have address conflict.");
-}
-
-TEST_F(AddressRulesTest, CompareWithALaterInterfaceBeforeJudgingThatOne) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}));
-  Store(Data("l3", "b", {"10.0.0.0/24"}));
-  ExpectViolated(JudgeIpv4(kL3),
-                 "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
-                 "vrf global ipv4 address 10.0.0.0/24.");
-}
-
-class AddressOrderTest : public FamilyTest {};
-
-TEST_P(AddressOrderTest, FinishesAnInterfaceBeforeTheNextOne) {
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(DataWith("l3", "b", {Mask(2, 1), Mask(2, 1)}));
-  Store(RouteTo(1, Address(1, 1)));
-  ExpectViolated(JudgeAddresses(kL3), NextHopText("l3 a", 1, 1, 1));
-}
-
-TEST_P(AddressOrderTest, ComparesWithALaterInterfaceBeforeJudgingThatOne) {
-  const Interface a = RecordWith("l3 a", "global", {});
-  const Interface b = RecordWith("l3 b", "global", {});
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(DataWith("l3", "b", {Mask(1, 2), Mask(1, 2)}));
-  ExpectViolated(JudgeAddresses(kL3),
-                 OverlapText(a, Mask(1, 1), b, Mask(1, 2)));
-}
-
-TEST_P(AddressOrderTest, ComparesTheFirstInterfaceWithAllLaterOnes) {
-  const Interface a = RecordWith("l3 a", "global", {});
-  const Interface c = RecordWith("l3 c", "global", {});
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(DataWith("l3", "b", {Mask(2, 1)}));
-  Store(DataWith("l3", "c", {Mask(2, 2), Mask(1, 2)}));
-  ExpectViolated(JudgeAddresses(kL3),
-                 OverlapText(a, Mask(1, 1), c, Mask(1, 2)));
-}
-
-INSTANTIATE_TEST_SUITE_P(Families, AddressOrderTest, kFamilies, FamilyName);
 
 // ---- Number and names of the l3 interfaces ---------------------------------
 
@@ -701,7 +592,7 @@ class L3RuleTest : public ValidateConfigTest {
   }
   int JudgeName(const std::string& record_name) {
     Add(kL3, Record(record_name, "global", {}));
-    return rules_.ValidateInterfaceL3(config_);
+    return rules_->ValidateInterfaceL3(*config_);
   }
 };
 
@@ -709,37 +600,36 @@ constexpr char kInvalidCharacters[] =
     " contains invalid characters (allowed characters: 0-9, a-z, A-Z, _, -)";
 
 TEST_F(L3RuleTest, HoldsWithoutInterfaces) {
-  ExpectHolds(rules_.ValidateInterfaceL3(config_));
+  ExpectResult(rules_->ValidateInterfaceL3(*config_), "");
 }
 
 // Before it looks at names.
 TEST_F(L3RuleTest, AllowsUpTo256InterfacesAndTellsHowManyThereAre) {
   AddL3s(255);
   Add(kL3, Record("l3 last", "global", {}));
-  ExpectHolds(rules_.ValidateInterfaceL3(config_));
+  ExpectResult(rules_->ValidateInterfaceL3(*config_), "");
   Add(kL3, Record("l3 a.b", "global", {}));
-  ExpectViolated(rules_.ValidateInterfaceL3(config_),
-                 "too many 'interface l3', 257 configured, at most 256 must be "
-                 "configured");
+  ExpectResult(rules_->ValidateInterfaceL3(*config_),
+               "too many 'interface l3', 257 configured, at most 256 must be "
+               "configured");
   AddL3s(298);
-  ExpectViolated(rules_.ValidateInterfaceL3(config_),
-                 "too many 'interface l3', 300 configured, at most 256 must be "
-                 "configured");
+  ExpectResult(rules_->ValidateInterfaceL3(*config_),
+               "too many 'interface l3', 300 configured, at most 256 must be "
+               "configured");
 }
 
 TEST_F(L3RuleTest, DoesNotCountOtherKinds) {
   AddL3s(256);
   Add(kLoopback, Record("loopback a.b", "global", {}));
   Add(kMgmt, Record("mgmt a.b", "global", {}));
-  ExpectHolds(rules_.ValidateInterfaceL3(config_));
+  ExpectResult(rules_->ValidateInterfaceL3(*config_), "");
 }
 
 TEST_F(L3RuleTest, JudgesTheNamesThatWereRead) {
-  Store(Data("l3", "core-1_X", {}));
-  Store(Data("l3", "core.1", {}));
+  StartWith({"l3 core-1_X", "l3 core.1"});
   ReadInterfaces(kIpv4);
-  ExpectViolated(rules_.ValidateInterfaceL3(config_),
-                 std::string("L3 interface name core.1") + kInvalidCharacters);
+  ExpectResult(rules_->ValidateInterfaceL3(*config_),
+               std::string("L3 interface name core.1") + kInvalidCharacters);
 }
 
 // The name is what follows the first blank, or all.
@@ -773,11 +663,10 @@ TEST_F(L3RuleTest, LimitsTheLengthBeforeTheCharactersOfAName) {
 }
 
 TEST_F(L3RuleTest, RefusesAnEmptyKeyThatWasRead) {
-  Store(Data("l3", "", {}));
+  StartWith({"l3 "});
   ReadInterfaces(kIpv4);
-  ExpectViolated(
-      rules_.ValidateInterfaceL3(config_),
-      "L3 interface name  is too short (minimum length: 1 character)");
+  ExpectResult(rules_->ValidateInterfaceL3(*config_),
+               "L3 interface name  is too short (minimum length: 1 character)");
 }
 
 TEST_F(L3RuleTest, AllowsLettersDigitsHyphenAndUnderscoreAndNoOtherByte) {
@@ -800,20 +689,30 @@ TEST_F(L3RuleTest, AllowsLettersDigitsHyphenAndUnderscoreAndNoOtherByte) {
 TEST_F(L3RuleTest, TellsTheFirstNameThatFails) {
   Add(kL3, Record("l3 right", "global", {}));
   Add(kL3, Record("l3 a.b", "global", {}));
-  ExpectViolated(JudgeName("l3 "),
-                 std::string("L3 interface name a.b") + kInvalidCharacters);
+  ExpectResult(JudgeName("l3 "),
+               std::string("L3 interface name a.b") + kInvalidCharacters);
 }
 
 // ---- Next hops -------------------------------------------------------------
 
-class NextHopRuleTest : public ValidateConfigTest {
+struct RouteRuleCase {
+  const char* what;
+  Texts lines;
+  std::vector<ConfigAddrFamily> read;
+  std::string text;
+};
+
+class RouteRulesTest : public ValidateConfigTest {
  protected:
-  int Judge() { return rules_.ValidateStaticRouteNextHop(config_); }
-  // Both conflict with an address of the interface.
-  void StoreConflictOfBothFamilies() {
-    Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-    Store(Route("20.0.0.0", 16, "10.0.0.1"));
-    Store(Route("2001:db8:5::", 48, "2001:db8::1"));
+  template <std::size_t kCount>
+  void ExpectResults(int (ValidateConfig::*rule)(const Config&),
+                     const RouteRuleCase (&cases)[kCount]) {
+    for (const auto& [what, lines, families, text] : cases) {
+      SCOPED_TRACE(what);
+      StartWith(lines);
+      for (const auto family : families) Read(family);
+      ExpectResult(((*rules_).*rule)(*config_), text);
+    }
   }
 };
 
@@ -824,115 +723,85 @@ constexpr char kIpv6Conflict[] =
     "l3 a ipv6 address 2001:db8::1/64 and static route 2001:db8:5::/48 "
     "next-hop 2001:db8::1 cannot have address conflict.";
 
-TEST_F(NextHopRuleTest, HoldsWithoutRoutes) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}));
-  Read(kIpv4);
-  ExpectHolds(Judge());
+// Once the IPv4 routes are read, only they are examined. Unlike the overlap of
+// addresses, routes know no common space of the global and the management VRF.
+TEST_F(RouteRulesTest, ANextHopIsNoAddressOfItsVrf) {
+  const std::string both = "l3 a 10.0.0.1/24 2001:db8::1/64";
+  const std::string to4 = "route 0 20.0.0.0/16 via 10.0.0.1";
+  const std::string to6 = "route 0 2001:db8:5::/48 via 2001:db8::1";
+  const RouteRuleCase cases[] = {
+      {"no routes", {both}, {kIpv4}, ""},
+      {"IPv4 read", {both, to4, to6}, {kIpv4}, kIpv4Conflict},
+      {"only IPv6 read", {both, to4, to6}, {kIpv6}, kIpv6Conflict},
+      {"both read",
+       {"l3 a 10.0.0.2/24 2001:db8::1/64", to4, to6},
+       {kIpv6, kIpv4},
+       ""},
+      {"nothing read", {both, to4, to6}, {}, ""},
+      {"a route of another VRF",
+       {both, "route 1 20.0.0.0/16 via 10.0.0.1"},
+       {kIpv4},
+       ""},
+      {"an IPv6 route of another VRF",
+       {both, "route 1 2001:db8:5::/48 via 2001:db8::1"},
+       {kIpv6},
+       ""},
+      {"a route of its own VRF",
+       {"l3 a vrf red 10.0.0.1/24", "route 1 20.0.0.0/16 via 10.0.0.1"},
+       {kIpv4},
+       kIpv4Conflict},
+      {"the management VRF", {"mgmt a vrf mgmt 10.0.0.1/24", to4}, {kIpv4}, ""},
+      {"a neighbour in the subnet",
+       {both, "route 0 20.0.0.0/16 via 10.0.0.2"},
+       {kIpv4},
+       ""},
+      {"an IPv6 neighbour in the subnet",
+       {both, "route 0 2001:db8:5::/48 via 2001:db8::2"},
+       {kIpv6},
+       ""}};
+  ExpectResults(&ValidateConfig::ValidateStaticRouteNextHop, cases);
 }
 
-TEST_F(NextHopRuleTest, RefusesAnIpv4NextHopWhenIpv4WasRead) {
-  StoreConflictOfBothFamilies();
-  Read(kIpv4);
-  ExpectViolated(Judge(), kIpv4Conflict);
-}
-
-TEST_F(NextHopRuleTest, RefusesAnIpv6NextHopWhenOnlyIpv6WasRead) {
-  StoreConflictOfBothFamilies();
-  Read(kIpv6);
-  ExpectViolated(Judge(), kIpv6Conflict);
-}
-
-// Once the IPv4 routes are read, only they are examined.
-TEST_F(NextHopRuleTest, PassesOverIpv6NextHopsWhenBothWereRead) {
-  Store(Data("l3", "a", {"10.0.0.2/24"}, {"2001:db8::1/64"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  Store(Route("2001:db8:5::", 48, "2001:db8::1"));
-  Read(kIpv6);
-  Read(kIpv4);
-  ExpectHolds(Judge());
-}
-
-TEST_F(NextHopRuleTest, HoldsWhenNoRouteWasRead) {
-  StoreConflictOfBothFamilies();
+TEST_F(RouteRulesTest, ANextHopHoldsWhenOnlyTheInterfacesWereRead) {
+  StartWith({"l3 a 10.0.0.1/24 2001:db8::1/64",
+             "route 0 20.0.0.0/16 via 10.0.0.1",
+             "route 0 2001:db8:5::/48 via 2001:db8::1"});
   ReadInterfaces(kIpv4);
   ReadInterfaces(kIpv6);
-  ExpectHolds(Judge());
+  ExpectResult(rules_->ValidateStaticRouteNextHop(*config_), "");
 }
 
-TEST_F(NextHopRuleTest, LetsARouteOfAnotherVrfUseTheAddress) {
-  StoreVrfName(fake, 1, "red");
-  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.1", 1));
-  Store(Route("2001:db8:5::", 48, "2001:db8::1", 1));
-  Read(kIpv4);
-  ExpectHolds(Judge());
-  ExpectHolds(JudgeIpv6(kL3));
-}
+class NextHopOrderTest : public FamilyTest {};
 
-TEST_F(NextHopRuleTest, RefusesARouteOfTheInterfacesOwnVrf) {
-  StoreVrfName(fake, 1, "red");
-  Store(InVrf(Data("l3", "a", {"10.0.0.1/24"}), "red"));
-  Store(Route("20.0.0.0", 16, "10.0.0.1", 1));
-  Read(kIpv4);
-  ExpectViolated(Judge(), kIpv4Conflict);
-}
-
-// Unlike the overlap of addresses, routes know no common space.
-TEST_F(NextHopRuleTest, TellsTheGlobalFromTheManagementVrf) {
-  Store(InVrf(Data("mgmt", "a", {"10.0.0.1/24"}), "mgmt"));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  Read(kIpv4);
-  ExpectHolds(Judge());
-}
-
-TEST_F(NextHopRuleTest, LetsARouteUseANeighbourInTheSubnet) {
-  Store(Data("l3", "a", {"10.0.0.1/24"}, {"2001:db8::1/64"}));
-  Store(Route("20.0.0.0", 16, "10.0.0.2"));
-  Store(Route("2001:db8:5::", 48, "2001:db8::2"));
-  Read(kIpv4);
-  ExpectHolds(Judge());
-  ExpectHolds(JudgeIpv6(kL3));
-}
-
-class NextHopOrderTest : public FamilyTest {
- protected:
-  // Reads no other family.
-  int Judge() {
-    Read(GetParam());
-    return rules_.ValidateStaticRouteNextHop(config_);
+TEST_P(NextHopOrderTest, GoesByKindInterfaceAddressAndRoute) {
+  const struct {
+    const char* what;
+    Texts lines;
+    std::string text;
+  } cases[] = {{"management before l3 before loopback",
+                {"loopback c " + Mask(1, 3), "l3 b " + Mask(1, 2),
+                 "mgmt a " + Mask(1, 1), RouteTo(1, Address(1, 3)),
+                 RouteTo(1, Address(1, 2)), RouteTo(1, Address(1, 1))},
+                NextHopText("mgmt a", 1, 1, 1)},
+               {"l3 before loopback",
+                {"loopback c " + Mask(1, 3), "l3 b " + Mask(1, 2),
+                 RouteTo(1, Address(1, 3)), RouteTo(2, Address(1, 2))},
+                NextHopText("l3 b", 1, 2, 2)},
+               {"the first interface of a kind",
+                {"l3 b " + Mask(1, 2), "l3 a " + Mask(1, 1),
+                 RouteTo(1, Address(1, 1)), RouteTo(2, Address(1, 2))},
+                NextHopText("l3 b", 1, 2, 2)},
+               {"the first address of the list and the first route read",
+                {"l3 a " + Mask(9, 1) + " " + Mask(1, 1) + " " + Mask(1, 2),
+                 RouteTo(3, Address(1, 2)), RouteTo(2, Address(1, 1)),
+                 RouteTo(1, Address(1, 1))},
+                NextHopText("l3 a", 1, 1, 2)}};
+  for (const auto& [what, lines, text] : cases) {
+    SCOPED_TRACE(what);
+    StartWith(lines);
+    Read(GetParam());  // and no other family
+    ExpectResult(rules_->ValidateStaticRouteNextHop(*config_), text);
   }
-};
-
-TEST_P(NextHopOrderTest, GoesByManagementThenL3ThenLoopback) {
-  Store(DataWith("loopback", "c", {Mask(1, 3)}));
-  Store(DataWith("l3", "b", {Mask(1, 2)}));
-  Store(DataWith("mgmt", "a", {Mask(1, 1)}));
-  for (const int host : {3, 2, 1}) Store(RouteTo(1, Address(1, host)));
-  ExpectViolated(Judge(), NextHopText("mgmt a", 1, 1, 1));
-}
-
-TEST_P(NextHopOrderTest, GoesByL3BeforeLoopback) {
-  Store(DataWith("loopback", "c", {Mask(1, 3)}));
-  Store(DataWith("l3", "b", {Mask(1, 2)}));
-  Store(RouteTo(1, Address(1, 3)));
-  Store(RouteTo(2, Address(1, 2)));
-  ExpectViolated(Judge(), NextHopText("l3 b", 1, 2, 2));
-}
-
-TEST_P(NextHopOrderTest, TellsTheFirstInterfaceOfAKind) {
-  Store(DataWith("l3", "b", {Mask(1, 2)}));
-  Store(DataWith("l3", "a", {Mask(1, 1)}));
-  Store(RouteTo(1, Address(1, 1)));
-  Store(RouteTo(2, Address(1, 2)));
-  ExpectViolated(Judge(), NextHopText("l3 b", 1, 2, 2));
-}
-
-TEST_P(NextHopOrderTest, TellsTheFirstAddressOfTheListAndTheFirstRouteRead) {
-  Store(DataWith("l3", "a", {Mask(9, 1), Mask(1, 1), Mask(1, 2)}));
-  Store(RouteTo(3, Address(1, 2)));
-  Store(RouteTo(2, Address(1, 1)));
-  Store(RouteTo(1, Address(1, 1)));
-  ExpectViolated(Judge(), NextHopText("l3 a", 1, 1, 2));
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, NextHopOrderTest, kFamilies, FamilyName);
@@ -943,42 +812,38 @@ class NextHopMatchTest : public FamilyTest {
  protected:
   void SetUp() override {
     FamilyTest::SetUp();
-    Store(Route("20.0.0.0", 16, "10.0.0.1"));
-    Store(Route("2001:db8:5::", 48, "2001:db8::1"));
-    config_.ReadStaticRouteConfig(kIpv4);
-    config_.ReadStaticRouteConfig(kIpv6);
+    StartWith({"route 0 20.0.0.0/16 via 10.0.0.1",
+               "route 0 2001:db8:5::/48 via 2001:db8::1"});
+    config_->ReadStaticRouteConfig(kIpv4);
+    config_->ReadStaticRouteConfig(kIpv6);
   }
 
   bool Matches(const Interface& record) {
-    const auto& routes = config_.static_route_config();
+    const auto& routes = config_->static_route_config();
     return IsIpv4()
-               ? rules_.InterfaceIPv4MatchStaticRouteNextHop(record, routes)
-               : rules_.InterfaceIPv6MatchStaticRouteNextHop(record, routes);
+               ? rules_->InterfaceIPv4MatchStaticRouteNextHop(record, routes)
+               : rules_->InterfaceIPv6MatchStaticRouteNextHop(record, routes);
   }
 };
 
 TEST_P(NextHopMatchTest, TellsTheAddressThatIsANextHop) {
   EXPECT_TRUE(
       Matches(Record("l3 a", "global", {"10.0.0.1/24"}, {"2001:db8::1/64"})));
-  EXPECT_EQ(rules_.error_text(), IsIpv4() ? kIpv4Conflict : kIpv6Conflict);
+  EXPECT_EQ(rules_->error_text(), IsIpv4() ? kIpv4Conflict : kIpv6Conflict);
 }
 
+// It looks at its own family only.
 TEST_P(NextHopMatchTest, LeavesTheTextAloneWithoutSuchAnAddress) {
   EXPECT_FALSE(Matches(Record("l3 a", "global", {})));
   EXPECT_FALSE(
       Matches(Record("l3 a", "global", {"10.0.0.2/24"}, {"2001:db8::2/64"})));
   EXPECT_FALSE(
       Matches(Record("l3 a", "red", {"10.0.0.1/24"}, {"2001:db8::1/64"})));
-  EXPECT_EQ(rules_.error_text(), "");
-}
-
-TEST_P(NextHopMatchTest, LooksAtItsOwnFamilyOnly) {
-  const Interface ipv4_conflict =
-      Record("l3 a", "global", {"10.0.0.1/24"}, {"2001:db8::2/64"});
-  const Interface ipv6_conflict =
-      Record("l3 a", "global", {"10.0.0.2/24"}, {"2001:db8::1/64"});
-  EXPECT_FALSE(Matches(IsIpv4() ? ipv6_conflict : ipv4_conflict));
-  EXPECT_EQ(rules_.error_text(), "");
+  EXPECT_FALSE(Matches(
+      IsIpv4()
+          ? Record("l3 a", "global", {"10.0.0.2/24"}, {"2001:db8::1/64"})
+          : Record("l3 a", "global", {"10.0.0.1/24"}, {"2001:db8::2/64"})));
+  EXPECT_EQ(rules_->error_text(), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, NextHopMatchTest, kFamilies, FamilyName);
@@ -992,39 +857,28 @@ struct LimitCase {
 };
 
 class LimitRuleTest : public ValidateConfigTest,
-                      public ::testing::WithParamInterface<LimitCase> {
- protected:
-  void StoreRoutes(unsigned ipv4, unsigned ipv6) {
-    StoreMany(Route("20.0.0.0", 16, "10.0.0.1"), ipv4);
-    StoreMany(Route("2001:db8:5::", 48, "2001:db8::1"), ipv6);
-  }
-};
+                      public ::testing::WithParamInterface<LimitCase> {};
 
 // The counts are those of the whole table whichever family is read.
 TEST_P(LimitRuleTest, CountsAnIpv6RouteTwiceUpTo1000) {
   const auto& [ipv4, ipv6, holds] = GetParam();
-  StoreRoutes(ipv4, ipv6);
-  const std::string counts = "IPv4 static routes = " + std::to_string(ipv4) +
-                             "; IPv6 static routes = " + std::to_string(ipv6) +
-                             ";";
   for (const auto family : {kIpv4, kIpv6}) {
-    const std::size_t lines_before = fake.log_lines().size();
-    Config config;
-    config.set_sock(FakePlatform::kSocket);
-    config.set_confd_trans(fake.tctx());
-    config.ReadStaticRouteConfig(family);
-    ValidateConfig rules;
-    EXPECT_EQ(rules.ValidateStaticRouteLimit(config), holds ? 0 : -1);
-    EXPECT_EQ(rules.error_text(), holds ? "" : kLimitText);
-
-    ASSERT_EQ(fake.log_lines().size(), lines_before + (holds ? 0 : 1));
+    StartWith({});
+    StoreMany("route 0 20.0.0.0/16 via 10.0.0.1", ipv4);
+    StoreMany("route 0 2001:db8:5::/48 via 2001:db8::1", ipv6);
+    config_->ReadStaticRouteConfig(family);
+    ExpectResult(rules_->ValidateStaticRouteLimit(*config_),
+                 holds ? "" : kLimitText);
+    ASSERT_EQ(fake.log_lines().size(), holds ? 0U : 1U);
     if (holds) continue;
-    EXPECT_EQ(fake.log_lines().back().format,
+    EXPECT_EQ(fake.log_lines()[0].format,
               "The maximum number of available static routes was exceeded! "
               "IPv4 static routes = %u; IPv6 static routes = %u;");
-    EXPECT_EQ(fake.log_lines().back().text,
-              "The maximum number of available static routes was exceeded! " +
-                  counts);
+    EXPECT_EQ(fake.log_lines()[0].text,
+              "The maximum number of available static routes was exceeded! "
+              "IPv4 static routes = " +
+                  std::to_string(ipv4) +
+                  "; IPv6 static routes = " + std::to_string(ipv6) + ";");
   }
 }
 
@@ -1041,87 +895,41 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Black holes -----------------------------------------------------------
 
-class BlackHoleRuleTest : public ValidateConfigTest {
- protected:
-  int Judge() { return rules_.ValidateRouteBlackHole(config_); }
-  void StoreIpv4Conflict() {
-    Store(Route("20.0.0.0", 16, "0.0.0.0"));
-    Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  }
-  void StoreIpv6Conflict() {
-    Store(Route("2001:db8:5::", 48, "::"));
-    Store(Route("2001:db8:5::", 48, "2001:db8::1"));
-  }
-};
-
-constexpr char kIpv4BlackHole[] =
-    "Prefix 20.0.0.0/16 cannot be black-hole and have next-hop at the same "
-    "time";
-constexpr char kIpv6BlackHole[] =
-    "Prefix 2001:db8:5::/48 cannot be black-hole and have next-hop at the same "
-    "time";
-
-TEST_F(BlackHoleRuleTest, RefusesAnIpv4PrefixThatIsBoth) {
-  StoreIpv4Conflict();
-  Read(kIpv4);
-  ExpectViolated(Judge(), kIpv4BlackHole);
-}
-
-TEST_F(BlackHoleRuleTest, RefusesAnIpv6PrefixWhenOnlyIpv6WasRead) {
-  StoreIpv4Conflict();
-  StoreIpv6Conflict();
-  Read(kIpv6);
-  ExpectViolated(Judge(), kIpv6BlackHole);
-}
-
-// Once the IPv4 routes are read, only they are examined.
-TEST_F(BlackHoleRuleTest, PassesOverIpv6PrefixesWhenBothWereRead) {
-  StoreIpv6Conflict();
-  Read(kIpv6);
-  Read(kIpv4);
-  ExpectHolds(Judge());
-}
-
-TEST_F(BlackHoleRuleTest, HoldsWhenNoRouteWasRead) {
-  StoreIpv4Conflict();
-  StoreIpv6Conflict();
-  ReadInterfaces(kIpv4);
-  ExpectHolds(Judge());
-}
-
-TEST_F(BlackHoleRuleTest, HoldsForABlackHoleAlone) {
-  Store(Route("20.0.0.0", 16, "0.0.0.0"));
-  Store(Route("20.0.0.0", 16, "0.0.0.0"));
-  Read(kIpv4);
-  ExpectHolds(Judge());
-}
-
-TEST_F(BlackHoleRuleTest, HoldsForPrefixesThatDifferInLengthOrHostBits) {
-  Store(Route("20.0.0.0", 16, "0.0.0.0"));
-  Store(Route("20.0.0.0", 24, "10.0.0.1"));
-  Store(Route("20.0.0.1", 16, "10.0.0.1"));
-  Read(kIpv4);
-  ExpectHolds(Judge());
-}
-
-TEST_F(BlackHoleRuleTest, HoldsForOnePrefixInTwoVrfs) {
-  StoreVrfName(fake, 1, "red");
-  Store(Route("20.0.0.0", 16, "0.0.0.0", 1));
-  Store(Route("20.0.0.0", 16, "10.0.0.1"));
-  Read(kIpv4);
-  ExpectHolds(Judge());
-}
-
-// By VRF name first: "global" before "red" though the address is higher.
-TEST_F(BlackHoleRuleTest, TellsTheFirstByVrfAndPrefix) {
-  StoreVrfName(fake, 1, "red");
-  for (const char* next_hop : {"0.0.0.0", "10.0.0.1"}) {
-    Store(Route("9.0.0.0", 8, next_hop, 1));
-    Store(Route("30.0.0.0", 16, next_hop));
-    Store(Route("20.0.0.0", 16, next_hop));
-  }
-  Read(kIpv4);
-  ExpectViolated(Judge(), kIpv4BlackHole);
+// Once the IPv4 routes are read, only they are examined. The first prefix is
+// told by VRF name, so that "global" comes before "red".
+TEST_F(RouteRulesTest, ABlackHoleHasNoNextHop) {
+  constexpr char kIpv4BlackHole[] =
+      "Prefix 20.0.0.0/16 cannot be black-hole and have next-hop at the same "
+      "time";
+  constexpr char kIpv6BlackHole[] =
+      "Prefix 2001:db8:5::/48 cannot be black-hole and have next-hop at the "
+      "same time";
+  const std::string hole4 = "route 0 20.0.0.0/16 via 0.0.0.0";
+  const std::string to4 = "route 0 20.0.0.0/16 via 10.0.0.1";
+  const std::string hole6 = "route 0 2001:db8:5::/48 via ::";
+  const std::string to6 = "route 0 2001:db8:5::/48 via 2001:db8::1";
+  const RouteRuleCase cases[] = {
+      {"IPv4", {hole4, to4}, {kIpv4}, kIpv4BlackHole},
+      {"only IPv6 read", {hole4, to4, hole6, to6}, {kIpv6}, kIpv6BlackHole},
+      {"both read", {hole6, to6}, {kIpv6, kIpv4}, ""},
+      {"no route read", {hole4, to4, hole6, to6}, {}, ""},
+      {"a black hole alone", {hole4, hole4}, {kIpv4}, ""},
+      {"another length or host bits",
+       {hole4, "route 0 20.0.0.0/24 via 10.0.0.1",
+        "route 0 20.0.0.1/16 via 10.0.0.1"},
+       {kIpv4},
+       ""},
+      {"one prefix in two VRFs",
+       {"route 1 20.0.0.0/16 via 0.0.0.0", to4},
+       {kIpv4},
+       ""},
+      {"the first by VRF and prefix",
+       {"route 1 9.0.0.0/8 via 0.0.0.0", "route 0 30.0.0.0/16 via 0.0.0.0",
+        hole4, "route 1 9.0.0.0/8 via 10.0.0.1",
+        "route 0 30.0.0.0/16 via 10.0.0.1", to4},
+       {kIpv4},
+       kIpv4BlackHole}};
+  ExpectResults(&ValidateConfig::ValidateRouteBlackHole, cases);
 }
 
 // ---- The three rules of static routes together -----------------------------
@@ -1131,23 +939,12 @@ class StaticRouteRulesTest : public FamilyTest {
   // Reads no other family.
   int Judge() {
     Read(GetParam());
-    return rules_.ValidateStaticRoute(config_);
-  }
-  void StoreNextHopConflict() {
-    Store(DataWith("l3", "a", {Mask(1, 1)}));
-    Store(RouteTo(1, Address(1, 1)));
-  }
-  void StoreTooMany() {
-    StoreMany(RouteTo(3, Address(9, 9)), IsIpv4() ? 1001 : 501);
-  }
-  void StoreBlackHole() {
-    Store(BlackHoleTo(2));
-    Store(RouteTo(2, Address(9, 8)));
+    return rules_->ValidateStaticRoute(*config_);
   }
 };
 
 TEST_P(StaticRouteRulesTest, HoldWithoutRoutesAndLogNothing) {
-  ExpectHolds(Judge());
+  ExpectResult(Judge(), "");
   EXPECT_TRUE(fake.log_lines().empty());
 }
 
@@ -1158,23 +955,19 @@ TEST_P(StaticRouteRulesTest, TellABlackHoleBeforeTheLimitBeforeANextHop) {
     const bool has_next_hop = (wrong & 1U) != 0;
     const bool has_too_many = (wrong & 2U) != 0;
     const bool has_black_hole = (wrong & 4U) != 0;
-    fake.Reset();
-    if (has_next_hop) StoreNextHopConflict();
-    if (has_too_many) StoreTooMany();
-    if (has_black_hole) StoreBlackHole();
-    Config config;
-    config.set_sock(FakePlatform::kSocket);
-    config.set_confd_trans(fake.tctx());
-    for (const auto type : {kL3, kLoopback, kMgmt}) {
-      config.intf_by_type(type)->ReadConfigIfNeeded(GetParam());
+    StartWith({});
+    if (has_next_hop) {
+      StoreLines(fake, {"l3 a " + Mask(1, 1), RouteTo(1, Address(1, 1))});
     }
-    config.ReadStaticRouteConfig(GetParam());
-    ValidateConfig rules;
-    EXPECT_EQ(rules.ValidateStaticRoute(config), -1);
-    EXPECT_EQ(rules.error_text(), has_black_hole ? BlackHoleText(2)
-                                  : has_too_many
-                                      ? kLimitText
-                                      : NextHopText("l3 a", 1, 1, 1));
+    if (has_too_many) {
+      StoreMany(RouteTo(3, Address(9, 9)), IsIpv4() ? 1001 : 501);
+    }
+    if (has_black_hole) {
+      StoreLines(fake, {BlackHoleTo(2), RouteTo(2, Address(9, 8))});
+    }
+    ExpectResult(Judge(), has_black_hole ? BlackHoleText(2)
+                          : has_too_many ? kLimitText
+                                         : NextHopText("l3 a", 1, 1, 1));
     EXPECT_EQ(fake.log_lines().size(), has_too_many ? 1U : 0U);
   }
 }
@@ -1187,40 +980,34 @@ INSTANTIATE_TEST_SUITE_P(Families, StaticRouteRulesTest, kFamilies, FamilyName);
 // routes do not count yet.
 class PartlyReadTest : public FamilyTest {
  protected:
-  void SetUp() override {
-    FamilyTest::SetUp();
-    Store(DataWith("l3", "a", {Mask(1, 1)}));
-    ReadInterfaces(GetParam());
-  }
-
   // The last row's output interface has a name that is too short.
-  void ReadUpToAnException() {
-    Store(Through(RouteTo(9, Address(9, 9)), "x"));
-    EXPECT_THROW(config_.ReadStaticRouteConfig(GetParam()), std::out_of_range);
+  void ReadUpToAnException(const Texts& routes) {
+    StartWith({"l3 a " + Mask(1, 1)});
+    StoreLines(fake, routes);
+    StoreLines(fake, {RouteTo(9, Address(9, 9)) + " by x"});
+    ReadInterfaces(GetParam());
+    EXPECT_THROW(config_->ReadStaticRouteConfig(GetParam()), std::out_of_range);
   }
 };
 
 TEST_P(PartlyReadTest, ANextHopHolds) {
-  Store(RouteTo(1, Address(1, 1)));
-  ReadUpToAnException();
-  ExpectHolds(rules_.ValidateStaticRouteNextHop(config_));
+  ReadUpToAnException({RouteTo(1, Address(1, 1))});
+  ExpectResult(rules_->ValidateStaticRouteNextHop(*config_), "");
 
   // It is there all the same.
-  const Interface& record = config_.intf_by_type(kL3)->interfaces().at(0);
-  const auto& routes = config_.static_route_config();
+  const Interface& record = config_->intf_by_type(kL3)->interfaces().at(0);
+  const auto& routes = config_->static_route_config();
   EXPECT_TRUE(
-      IsIpv4() ? rules_.InterfaceIPv4MatchStaticRouteNextHop(record, routes)
-               : rules_.InterfaceIPv6MatchStaticRouteNextHop(record, routes));
+      IsIpv4() ? rules_->InterfaceIPv4MatchStaticRouteNextHop(record, routes)
+               : rules_->InterfaceIPv6MatchStaticRouteNextHop(record, routes));
 }
 
 TEST_P(PartlyReadTest, ABlackHoleHolds) {
-  Store(BlackHoleTo(1));
-  Store(RouteTo(1, Address(1, 2)));
-  ReadUpToAnException();
-  ExpectHolds(rules_.ValidateRouteBlackHole(config_));
+  ReadUpToAnException({BlackHoleTo(1), RouteTo(1, Address(1, 2))});
+  ExpectResult(rules_->ValidateRouteBlackHole(*config_), "");
 
   // It is there all the same.
-  const auto& routes = config_.static_route_config();
+  const auto& routes = config_->static_route_config();
   std::shared_ptr<StaticRoute> route;
   EXPECT_TRUE(IsIpv4() ? routes.CheckBlackHoleIpv4(route)
                        : routes.CheckBlackHoleIpv6(route));
@@ -1230,110 +1017,64 @@ INSTANTIATE_TEST_SUITE_P(Families, PartlyReadTest, kFamilies, FamilyName);
 
 // ---- Output interfaces -----------------------------------------------------
 
-class OutputInterfaceRuleTest : public ValidateConfigTest {
- protected:
-  int Judge(ConfigAddrFamily family = kIpv4) {
-    Read(family);
-    return rules_.ValidateStaticRouteOutputIntf(config_);
+std::string UsedText(const std::string& name) {
+  return name +
+         " is being used by a static route. Lower-layer-if cannot be removed "
+         "from this interface";
+}
+
+TEST_F(RouteRulesTest, AnOutputInterfaceHasAVlan) {
+  const std::string out = "route 0 20.0.0.0/16 via 10.0.0.1 by l3-100";
+  const std::string out6 = "route 0 2001:db8:5::/48 via 2001:db8::1 by l3-100";
+  const RouteRuleCase cases[] = {
+      {"no VLAN", {"l3 100", out}, {kIpv4}, UsedText("l3 100")},
+      {"an IPv6 route", {"l3 100", out6}, {kIpv6}, UsedText("l3 100")},
+      {"VLAN 0", {"l3 100 vlan 0", out}, {kIpv4}, UsedText("l3 100")},
+      {"a VLAN", {"l3 100 vlan 7", out}, {kIpv4}, ""},
+      {"no route names it",
+       {"l3 100", "l3 1", "route 0 20.0.0.0/16 via 10.0.0.1 by l3-10",
+        "route 0 30.0.0.0/16 via 10.0.0.1"},
+       {kIpv4},
+       ""},
+      {"a black hole",
+       {"l3 100", "route 0 20.0.0.0/16 via 0.0.0.0 by l3-100"},
+       {kIpv4},
+       ""},
+      {"a route of a family that was not read", {"l3 100", out6}, {kIpv4}, ""},
+      {"the first interface of a kind",
+       {"l3 2", "l3 1", "route 0 20.0.0.0/16 via 10.0.0.1 by l3-1",
+        "route 0 30.0.0.0/16 via 10.0.0.1 by l3-2"},
+       {kIpv4},
+       UsedText("l3 2")}};
+  ExpectResults(&ValidateConfig::ValidateStaticRouteOutputIntf, cases);
+}
+
+TEST_F(RouteRulesTest, OutputInterfacesGoByManagementThenL3ThenLoopback) {
+  StartWith({"route 0 20.0.0.0/16 via 10.0.0.1 by lo-1",
+             "route 0 30.0.0.0/16 via 10.0.0.1 by l3-1",
+             "route 0 40.0.0.0/16 via 10.0.0.1 by mg-1"});
+  Read(kIpv4);
+  for (const auto& [type, name] :
+       {std::pair(kLoopback, "lo 1"), std::pair(kL3, "l3 1"),
+        std::pair(kMgmt, "mg 1")}) {
+    Add(type, Record(name, "global", {}));
+    ExpectResult(rules_->ValidateStaticRouteOutputIntf(*config_),
+                 UsedText(name));
   }
-  static InterfaceData OnVlan(InterfaceData data, std::int32_t vlan) {
-    data.vlan = vlan;
-    return data;
-  }
-};
-
-constexpr char kUsed[] =
-    " is being used by a static route. Lower-layer-if cannot be removed from "
-    "this interface";
-
-TEST_F(OutputInterfaceRuleTest, RefusesAnL3WithoutVlanThatARouteNames) {
-  Store(Data("l3", "100", {}));
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
-  ExpectViolated(Judge(), std::string("l3 100") + kUsed);
-}
-
-TEST_F(OutputInterfaceRuleTest, RefusesItForAnIpv6Route) {
-  Store(Data("l3", "100", {}));
-  Store(Through(Route("2001:db8:5::", 48, "2001:db8::1"), "l3-100"));
-  ExpectViolated(Judge(kIpv6), std::string("l3 100") + kUsed);
-}
-
-TEST_F(OutputInterfaceRuleTest, TakesVlanZeroForNone) {
-  Store(OnVlan(Data("l3", "100", {}), 0));
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
-  ExpectViolated(Judge(), std::string("l3 100") + kUsed);
-}
-
-TEST_F(OutputInterfaceRuleTest, HoldsForAnL3OnAVlan) {
-  Store(OnVlan(Data("l3", "100", {}), 7));
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
-  ExpectHolds(Judge());
-}
-
-TEST_F(OutputInterfaceRuleTest, HoldsForAnInterfaceThatNoRouteNames) {
-  Store(Data("l3", "100", {}));
-  Store(Data("l3", "1", {}));
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-10"));
-  Store(Route("30.0.0.0", 16, "10.0.0.1"));
-  ExpectHolds(Judge());
-}
-
-TEST_F(OutputInterfaceRuleTest, PassesOverABlackHole) {
-  Store(Data("l3", "100", {}));
-  Store(Through(Route("20.0.0.0", 16, "0.0.0.0"), "l3-100"));
-  ExpectHolds(Judge());
-}
-
-TEST_F(OutputInterfaceRuleTest, PassesOverARouteOfAFamilyThatWasNotRead) {
-  Store(Data("l3", "100", {}));
-  Store(Through(Route("2001:db8:5::", 48, "2001:db8::1"), "l3-100"));
-  ExpectHolds(Judge(kIpv4));
-}
-
-TEST_F(OutputInterfaceRuleTest, GoesByManagementThenL3ThenLoopback) {
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "lo-1"));
-  Store(Through(Route("30.0.0.0", 16, "10.0.0.1"), "l3-1"));
-  Store(Through(Route("40.0.0.0", 16, "10.0.0.1"), "mg-1"));
-  Add(kLoopback, Record("lo 1", "global", {}));
-  ExpectViolated(Judge(), std::string("lo 1") + kUsed);
-  Add(kL3, Record("l3 1", "global", {}));
-  ExpectViolated(Judge(), std::string("l3 1") + kUsed);
-  Add(kMgmt, Record("mg 1", "global", {}));
-  ExpectViolated(Judge(), std::string("mg 1") + kUsed);
-}
-
-TEST_F(OutputInterfaceRuleTest, TellsTheFirstInterfaceOfAKind) {
-  Store(Data("l3", "2", {}));
-  Store(Data("l3", "1", {}));
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-1"));
-  Store(Through(Route("30.0.0.0", 16, "10.0.0.1"), "l3-2"));
-  ExpectViolated(Judge(), std::string("l3 2") + kUsed);
 }
 
 // No lower-layer interface: all four octets of the identifier are zero.
-class IdentifierTest : public OutputInterfaceRuleTest,
-                       public ::testing::WithParamInterface<limid_t> {};
-
-TEST_P(IdentifierTest, IsNoneWhenItIsZeroOnly) {
-  Interface record = Record("l3 100", "global", {});
-  record.lim_id = GetParam();
-  Add(kL3, record);
-  Store(Through(Route("20.0.0.0", 16, "10.0.0.1"), "l3-100"));
-  if (GetParam() == 0) {
-    ExpectViolated(Judge(),
-                   "l3 100 is being used by a static route. Lower-layer-if "
-                   "cannot be removed from this interface");
-  } else {
-    ExpectHolds(Judge());
+TEST_F(RouteRulesTest, AnIdentifierIsNoneWhenItIsZeroOnly) {
+  for (const limid_t id : {0U, 1U, 0x100U, 0x10000U, 0x01000000U}) {
+    StartWith({"route 0 20.0.0.0/16 via 10.0.0.1 by l3-100"});
+    Interface record = Record("l3 100", "global", {});
+    record.lim_id = id;
+    Add(kL3, record);
+    Read(kIpv4);
+    ExpectResult(rules_->ValidateStaticRouteOutputIntf(*config_),
+                 id == 0 ? UsedText("l3 100") : "");
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Octets, IdentifierTest,
-                         ::testing::Values(0U, 1U, 0x100U, 0x10000U,
-                                           0x01000000U),
-                         [](const auto& id) {
-                           return std::to_string(id.param);
-                         });
 
 }  // namespace
 }  // namespace ipav::testing

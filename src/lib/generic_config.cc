@@ -18,6 +18,7 @@ namespace ip_application::config_valid {
 namespace {
 
 using internal::ElemValue;
+using internal::kConfigSource;
 using internal::RequireType;
 
 // Size of a printed key, including the NUL.
@@ -26,25 +27,14 @@ constexpr std::size_t kKeyTextSize = 256;
 constexpr char kGlobalVrf[] = "global";
 
 constexpr internal::AssertionSite kIpv4PrefixIsInt32 = {
-    "(&prefix)->type == C_INT32", internal::kConfigSource, 225,
+    "(&prefix)->type == C_INT32", kConfigSource, 225,
     "nettypes::IPv4AddrMask ip_application::config_valid::GenericConfig::"
     "get_ipv4_addr_mask(const confd_value_t&, const confd_value_t&) const"};
 constexpr internal::AssertionSite kIpv6PrefixIsInt32 = {
-    "(&prefix)->type == C_INT32", internal::kConfigSource, 243,
+    "(&prefix)->type == C_INT32", kConfigSource, 243,
     "nettypes::IPv6AddrMask ip_application::config_valid::GenericConfig::"
     "get_ipv6_addr_mask(const confd_value_t&, const confd_value_t&) const"};
-constexpr internal::AssertionSite kVlanIsInt32 = {
-    "(&confd_if_index)->type == C_INT32", internal::kConfigSource, 264,
-    "limid_t ip_application::config_valid::GenericConfig::"
-    "get_intf_lim_id(const string&) const"};
-constexpr internal::AssertionSite kVrfNameIsText = {
-    "(&l3_vrf_name)->type == C_BUF", internal::kConfigSource, 282,
-    "std::__cxx11::string ip_application::config_valid::GenericConfig::"
-    "get_vrf_name(const string&) const"};
-constexpr internal::AssertionSite kVrfOfIdIsText = {
-    "(&vrf)->type == C_BUF", internal::kConfigSource, 303,
-    "std::__cxx11::string ip_application::config_valid::GenericConfig::"
-    "get_vrf_name_from_id(const confd_value_t&) const"};
+
 // The octets of a C_BINARY in their order, cut or filled with zeros.
 template <typename Address>
 Address OctetsOf(const confd_value_t& value) {
@@ -88,7 +78,10 @@ limid_t GenericConfig::get_intf_lim_id(const std::string& path) const {
       CONFD_OK) {
     return 0;
   }
-  RequireType(*vlan, C_INT32, kVlanIsInt32);
+  RequireType(*vlan, C_INT32,
+              {"(&confd_if_index)->type == C_INT32", kConfigSource, 264,
+               "limid_t ip_application::config_valid::GenericConfig::"
+               "get_intf_lim_id(const string&) const"});
   limid_t id = 0;
   // An identifier that the service does not give stays 0: no interface.
   static_cast<void>(
@@ -106,7 +99,10 @@ std::string GenericConfig::get_vrf_name(const std::string& path) const {
       CONFD_OK) {
     return "";  // not "global": the interface has a VRF
   }
-  RequireType(*name, C_BUF, kVrfNameIsText);
+  RequireType(*name, C_BUF,
+              {"(&l3_vrf_name)->type == C_BUF", kConfigSource, 282,
+               "std::__cxx11::string ip_application::config_valid::"
+               "GenericConfig::get_vrf_name(const string&) const"});
   return internal::TextOf(*name);
 }
 
@@ -164,7 +160,7 @@ void GenericConfig::ReportUnspecified(const char* family,
   static_cast<void>(std::snprintf(message, sizeof(message),
                                   "Unspecified %s address for key '%s'", family,
                                   key.c_str()));
-  hostmw_gen_fault(0, function, internal::kConfigSource, line, message);
+  hostmw_gen_fault(0, function, kConfigSource, line, message);
 }
 
 nettypes::IPv4Addr GenericConfig::get_ipv4_addr(
@@ -215,7 +211,11 @@ std::string GenericConfig::get_vrf_name_from_id(
       CONFD_OK) {
     return kGlobalVrf;
   }
-  RequireType(*name, C_BUF, kVrfOfIdIsText);
+  RequireType(*name, C_BUF,
+              {"(&vrf)->type == C_BUF", kConfigSource, 303,
+               "std::__cxx11::string ip_application::config_valid::"
+               "GenericConfig::get_vrf_name_from_id(const confd_value_t&) "
+               "const"});
   return internal::TextOf(*name);
 }
 

@@ -1,22 +1,117 @@
 // ipavd: a NETCONF server that runs the validation plug-in before each commit.
 
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <stdexcept>
 #include <string>
 
 #include "host/base/installation.h"
-#include "ipavd/command_line.h"
 #include "ipavd/serve.h"
 
 namespace {
 
+using ipav::server::ServeOptions;
+
 constexpr int kCannotServe = 2;
 
-ipav::server::ServeOptions DefaultOptions() {
+constexpr char kFile[] = "FILE";
+constexpr char kFolder[] = "FOLDER";
+
+constexpr unsigned kMaxSeconds = 1000000;  // as milliseconds they fit poll(2)
+constexpr unsigned kMaxMebibytes = 2047;   // fit a 32-bit address space
+constexpr unsigned kMaxSessions = 1000;
+
+constexpr char kNotes[] =
+    "The UNIX socket is netconf.sock in the state folder. SSH takes public "
+    "keys\n"
+    "only. SIGTERM ends the server, SIGHUP reads the authorized keys again.\n"
+    "\n"
+    "Examples:\n"
+    "  ipavd --state /var/lib/ipavd\n"
+    "  ipavd --state demo --ssh 8300 --authorized-keys ~/.ssh/id_ed25519.pub\n"
+    "\n"
+    "Exit status: 0 ended by a signal, or by --once; 2 it cannot serve.";
+
+// A number of at least `least`, given to `set`; `now` is its default.
+void AddNumber(CLI::App* app, const std::string& name,
+               const std::string& description, unsigned now, unsigned least,
+               unsigned most, const std::function<void(unsigned)>& set) {
+  app->add_option_function<unsigned>(name, set, description)
+      ->default_str(std::to_string(now))
+      ->check(CLI::Range(least, most));
+}
+
+void AddTransports(CLI::App* app, ServeOptions* options) {
+  CLI::Option* ssh = app->add_option("--ssh", options->ssh_port,
+                                     "Listen for SSH on that port (0: any)")
+                         ->type_name("PORT");
+  app->add_option("--listen", options->address,
+                  "IP address to listen on for SSH")
+      ->capture_default_str()
+      ->needs(ssh)
+      ->type_name("ADDRESS");
+  app->add_option("--authorized-keys", options->authorized_keys,
+                  "Public keys that may log in (default: authorized_keys in "
+                  "the state folder)")
+      ->needs(ssh)
+      ->type_name(kFile);
+}
+
+void AddSeconds(CLI::App* app, const std::string& name,
+                const std::string& description, unsigned least,
+                ipav::base::TimeLimit* limit) {
+  const auto now = std::chrono::duration_cast<std::chrono::seconds>(*limit);
+  AddNumber(app, name, description, static_cast<unsigned>(now.count()), least,
+            kMaxSeconds,
+            [limit](unsigned value) { *limit = std::chrono::seconds(value); });
+}
+
+void AddLimits(CLI::App* app, ServeOptions* options) {
+  AddSeconds(app, "--timeout",
+             "Seconds for the plug-in to judge a commit (0: no limit)", 0,
+             &options->time_limit);
+  app->add_option("--max-sessions", options->max_sessions, "Sessions at a time")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxSessions));
+  AddNumber(app, "--max-message-size", "Largest message to take, in MiB",
+            static_cast<unsigned>(options->limits.max_message >> 20), 1,
+            kMaxMebibytes, [options](unsigned value) {
+              options->limits.max_message = std::size_t{value} << 20;
+            });
+  AddSeconds(app, "--hello-timeout",
+             "Seconds for a client to log in and say hello", 1,
+             &options->limits.hello);
+  AddSeconds(app, "--idle-timeout",
+             "Seconds that a session may be silent (0: no limit)", 0,
+             &options->limits.idle);
+}
+
+// Adds all options. Parsing writes into `options`, whose values are the
+// defaults.
+void AddOptions(CLI::App* app, ServeOptions* options) {
+  app->footer(kNotes);
+  app->add_option("--state", options->state,
+                  "Folder of the datastores, made where it is not there")
+      ->required()
+      ->type_name(kFolder);
+  AddTransports(app, options);
+  app->add_flag("--once", options->once, "End with the first session");
+  AddLimits(app, options);
+  app->add_option("--plugin", options->plugin, "Validation plug-in to run")
+      ->type_name(kFile)
+      ->capture_default_str();
+  app->add_option("--yang", options->yang_dir, "Folder of the data model")
+      ->type_name(kFolder)
+      ->capture_default_str();
+}
+
+ServeOptions DefaultOptions() {
   const ipav::base::Installation found = ipav::base::FindInstallation();
-  ipav::server::ServeOptions options;
+  ServeOptions options;
   options.plugin = found.plugin;
   options.yang_extension = found.yang_extension;
   options.yang_dir = found.share + "/ipav/yang";
@@ -25,10 +120,10 @@ ipav::server::ServeOptions DefaultOptions() {
 }
 
 int Run(int argc, const char* const* argv) {
-  ipav::server::ServeOptions options = DefaultOptions();
+  ServeOptions options = DefaultOptions();
   CLI::App app("Serves the embedded host over NETCONF.", "ipavd");
   app.set_version_flag("--version", IPAV_VERSION);
-  ipav::server::AddOptions(&app, &options);
+  AddOptions(&app, &options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {

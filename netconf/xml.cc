@@ -36,6 +36,14 @@ std::string TakeText(xmlChar* text) {
   return taken;
 }
 
+std::string Print(xmlDoc* document, xmlNode* node) {
+  xmlBuffer* buffer = xmlBufferCreate();
+  xmlNodeDump(buffer, document, node, 0, 0);
+  std::string text(ToView(xmlBufferContent(buffer)));
+  xmlBufferFree(buffer);
+  return text;
+}
+
 std::string ContentOf(const xmlNode* node) {
   return TakeText(xmlNodeGetContent(node));
 }

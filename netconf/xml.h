@@ -26,6 +26,9 @@ std::string_view ToView(const xmlChar* text);
 // A text that libxml2 allocated, which is freed.
 std::string TakeText(xmlChar* text);
 
+// A node of the document as XML.
+std::string Print(xmlDoc* document, xmlNode* node);
+
 // All text in a node and below it.
 std::string ContentOf(const xmlNode* node);
 

@@ -142,12 +142,26 @@ void RequireLegalReply(const std::string& text) {
 }
 
 void RequireLegalError(const store::RpcError& error) {
-  static constexpr std::string_view kTypes[] = {"transport", "rpc", "protocol",
-                                                "application"};
+  // In the order of store::ErrorTag.
+  static constexpr std::string_view kTags[] = {"in-use",
+                                               "invalid-value",
+                                               "missing-attribute",
+                                               "bad-attribute",
+                                               "unknown-attribute",
+                                               "missing-element",
+                                               "bad-element",
+                                               "unknown-element",
+                                               "unknown-namespace",
+                                               "lock-denied",
+                                               "data-exists",
+                                               "data-missing",
+                                               "operation-not-supported",
+                                               "operation-failed"};
   Names info;
   for (const auto& [name, text] : error.info) info.push_back(name);
-  RequireLegal(std::string(kTypes[static_cast<std::size_t>(error.type)]),
-               NameOf(error.tag), info);
+  RequireLegal(
+      error.type == store::ErrorType::kProtocol ? "protocol" : "application",
+      std::string(kTags[static_cast<std::size_t>(error.tag)]), info);
 }
 
 }  // namespace ipav::fuzz

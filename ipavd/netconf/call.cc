@@ -1,9 +1,6 @@
 #include "ipavd/netconf/call.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <set>
-#include <stdexcept>
 #include <string_view>
 
 namespace ipav::netconf {
@@ -11,49 +8,7 @@ namespace ipav::netconf {
 namespace {
 
 using store::Datastore;
-
-std::string Print(const lyd_node* tree, std::uint32_t options) {
-  if (tree == nullptr) return "";
-  char* text = nullptr;
-  if (lyd_print_mem(&text, tree, LYD_XML,
-                    options | LYD_PRINT_SHRINK | LYD_PRINT_WITHSIBLINGS) !=
-      LY_SUCCESS) {
-    throw std::runtime_error("data cannot be written");
-  }
-  std::string printed = text == nullptr ? "" : text;
-  std::free(text);  // NOLINT: it comes from malloc()
-  return printed;
-}
-
-// Which default values a copy of a datastore contains.
-std::uint32_t PrintOptions(NC_WD_MODE defaults) {
-  switch (defaults) {
-    case NC_WD_ALL:
-      return LYD_PRINT_WD_ALL;
-    case NC_WD_TRIM:
-      return LYD_PRINT_WD_TRIM;
-    default:
-      return LYD_PRINT_WD_EXPLICIT;
-  }
-}
-
-Refusal OneTooMany(const std::string& name) {
-  return Refusal({store::ErrorType::kProtocol,
-                  store::ErrorTag::kBadElement,
-                  "",
-                  "",
-                  "One of this kind is there already.",
-                  {{"bad-element", name}}});
-}
-
-Refusal RefusedAttribute(const std::string& name) {
-  return Refusal({store::ErrorType::kProtocol,
-                  store::ErrorTag::kUnknownAttribute,
-                  "",
-                  "",
-                  "An element config has no attribute " + name + ".",
-                  {{"bad-attribute", name}, {"bad-element", "config"}}});
-}
+using store::ErrorTag;
 
 }  // namespace
 
@@ -75,12 +30,9 @@ std::optional<std::string> Text(const Call& call, const char* leaf) {
 }
 
 Refusal MissingElement(const std::string& name) {
-  return Refusal({store::ErrorType::kProtocol,
-                  store::ErrorTag::kMissingElement,
-                  "",
-                  "",
-                  "The operation needs an element " + name + ".",
-                  {{"bad-element", name}}});
+  return Refusal(ErrorTag::kMissingElement,
+                 "The operation needs an element " + name + ".",
+                 {{"bad-element", name}});
 }
 
 void CheckParts(const lyd_node& rpc) {
@@ -96,7 +48,10 @@ void CheckParts(const lyd_node& rpc) {
         is_new = false;
       }
     }
-    if (!is_new) throw OneTooMany(child->schema->name);
+    if (!is_new) {
+      throw Refusal(ErrorTag::kBadElement, "One of this kind is there already.",
+                    {{"bad-element", child->schema->name}});
+    }
     CheckParts(*child);
   }
 }
@@ -112,11 +67,18 @@ Datastore DatastoreIn(const Call& call, const char* container) {
 
 std::string ConfigIn(const lyd_node& config) {
   // The attribute "operation" belongs to the elements in config.
-  if (config.meta != nullptr) throw RefusedAttribute(config.meta->name);
+  if (config.meta != nullptr) {
+    const std::string name = config.meta->name;
+    throw Refusal(ErrorTag::kUnknownAttribute,
+                  "An element config has no attribute " + name + ".",
+                  {{"bad-attribute", name}, {"bad-element", "config"}});
+  }
   const auto& any = reinterpret_cast<const lyd_node_any&>(config);
   if (any.value_type == LYD_ANYDATA_DATATREE) {
     // An empty container may have the attribute "operation".
-    return Print(any.value.tree, LYD_PRINT_WD_ALL | LYD_PRINT_KEEPEMPTYCONT);
+    return store::TextOf(any.value.tree, LYD_PRINT_WD_ALL |
+                                             LYD_PRINT_KEEPEMPTYCONT |
+                                             LYD_PRINT_SHRINK);
   }
   return any.value.str == nullptr ? "" : any.value.str;
 }
@@ -129,9 +91,11 @@ store::Source SourceOf(const Call& call) {
   const Datastore datastore = DatastoreIn(call, "source");
   const NC_WD_MODE defaults = DefaultsOf(call);
   if (defaults != NC_WD_ALL && defaults != NC_WD_TRIM) return datastore;
-  return store::InlineConfig{Print(call.environment.datastores.Tree(datastore),
-                                   PrintOptions(defaults)),
-                             datastore};
+  return store::InlineConfig{
+      store::TextOf(
+          call.environment.datastores.Tree(datastore),
+          defaults == NC_WD_ALL ? LYD_PRINT_WD_ALL : LYD_PRINT_WD_TRIM),
+      datastore};
 }
 
 NC_WD_MODE DefaultsOf(const Call& call) {
@@ -141,12 +105,8 @@ NC_WD_MODE DefaultsOf(const Call& call) {
   if (mode == "explicit") return NC_WD_EXPLICIT;
   // report-all-tagged is not supported: the library's tags are not in the
   // namespace of RFC 6243.
-  throw Refusal({store::ErrorType::kProtocol,
-                 store::ErrorTag::kInvalidValue,
-                 "",
-                 "",
-                 "with-defaults " + mode + " is not supported.",
-                 {}});
+  throw Refusal(ErrorTag::kInvalidValue,
+                "with-defaults " + mode + " is not supported.");
 }
 
 }  // namespace ipav::netconf

@@ -4,37 +4,23 @@
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
-#include <string_view>
 #include <unordered_set>
 
 #include "host/base/time_limit.h"
 #include "host/commit/child.h"
-#include "ipavd/netconf/reply.h"
+#include "ipavd/netconf/call.h"
 #include "ipavd/netconf/selection.h"
-#include "ipavd/netconf/subtree_filter.h"
 
 namespace ipav::netconf {
 
 namespace {
 
 using store::ErrorTag;
-using store::ErrorType;
 
 struct SetDeleter {
   void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
 };
 using NodeSet = std::unique_ptr<ly_set, SetDeleter>;
-
-const lyd_node* FindFilter(const lyd_node& rpc) {
-  const lyd_node* child = nullptr;
-  LY_LIST_FOR(lyd_child(&rpc), child) {
-    if (child->schema != nullptr &&
-        std::string_view(child->schema->name) == "filter") {
-      return child;
-    }
-  }
-  return nullptr;
-}
 
 std::optional<std::string> Attribute(const lyd_node& node, const char* name) {
   const lyd_meta* meta = lyd_find_meta(node.meta, nullptr, name);
@@ -85,26 +71,6 @@ bool IsPath(const ly_ctx* context, const std::string& xpath) {
   return result == LY_SUCCESS;
 }
 
-Refusal NoPath(const std::string& xpath) {
-  return Refusal(
-      {ErrorType::kProtocol,
-       ErrorTag::kInvalidValue,
-       "",
-       "",
-       "The attribute select is no path into the data model: " + xpath,
-       {}});
-}
-
-Refusal TooSlow() {
-  return Refusal({ErrorType::kApplication,
-                  ErrorTag::kOperationFailed,
-                  "",
-                  "",
-                  "The attribute select takes more than " +
-                      base::InWords(kXPathTime) + ".",
-                  {}});
-}
-
 // Marks() in a child process, which is killed after the time limit.
 std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
                         const std::string& xpath) {
@@ -119,11 +85,19 @@ std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
         }
       },
       kXPathTime);
-  if (report.stopped == commit::Stopped::kTimeLimit) throw TooSlow();
+  if (report.stopped == commit::Stopped::kTimeLimit) {
+    throw Refusal(store::MakeError(ErrorTag::kOperationFailed,
+                                   "The attribute select takes more than " +
+                                       base::InWords(kXPathTime) + "."));
+  }
   if (report.messages.empty()) {
     throw std::runtime_error("the attribute select cannot be followed");
   }
-  if (report.messages[0].kind == kNoPath) throw NoPath(xpath);
+  if (report.messages[0].kind == kNoPath) {
+    throw Refusal(
+        ErrorTag::kInvalidValue,
+        "The attribute select is no path into the data model: " + xpath);
+  }
   return report.messages[0].texts.at(0);
 }
 
@@ -136,15 +110,6 @@ void SelectByXPath(const ly_ctx* context, const lyd_node* tree,
   });
 }
 
-Refusal NoSelect() {
-  return Refusal({ErrorType::kProtocol,
-                  ErrorTag::kMissingAttribute,
-                  "",
-                  "",
-                  "A filter of type xpath needs the attribute select.",
-                  {{"bad-attribute", "select"}, {"bad-element", "filter"}}});
-}
-
 const lyd_node* ElementsOf(const lyd_node& any) {
   const auto& node = reinterpret_cast<const lyd_node_any&>(any);
   return node.value_type == LYD_ANYDATA_DATATREE ? node.value.tree : nullptr;
@@ -153,13 +118,17 @@ const lyd_node* ElementsOf(const lyd_node& any) {
 }  // namespace
 
 Filter::Filter(const lyd_node& rpc) : context_(LYD_CTX(&rpc)) {
-  const lyd_node* filter = FindFilter(rpc);
+  const lyd_node* filter = Find(rpc, "filter");
   if (filter == nullptr) return;
   is_there_ = true;
   is_xpath_ = Attribute(*filter, "ietf-netconf:type") == "xpath";
   xpath_ = Attribute(*filter, "ietf-netconf:select");
   subtree_ = ElementsOf(*filter);
-  if (is_xpath_ && !xpath_.has_value()) throw NoSelect();
+  if (is_xpath_ && !xpath_.has_value()) {
+    throw Refusal(ErrorTag::kMissingAttribute,
+                  "A filter of type xpath needs the attribute select.",
+                  {{"bad-attribute", "select"}, {"bad-element", "filter"}});
+  }
 }
 
 store::Nodes Filter::Apply(const lyd_node* tree) const {

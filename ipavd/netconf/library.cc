@@ -2,15 +2,71 @@
 
 #include <nc_server.h>
 
+#include <array>
 #include <cstring>
+#include <exception>
 #include <stdexcept>
+#include <string>
 
-#include "ipavd/netconf/dispatch.h"
 #include "ipavd/netconf/message_context.h"
+#include "ipavd/netconf/operations.h"
+#include "ipavd/transport/log.h"
 
 namespace ipav::netconf {
 
 namespace {
+
+// What the library calls. Nothing is thrown through it.
+template <Reply (*kOperation)(const Call&)>
+nc_server_reply* Run(lyd_node* rpc, nc_session* handle) noexcept {
+  try {
+    CheckParts(*rpc);
+    auto& environment = *static_cast<Environment*>(nc_session_get_data(handle));
+    Session& session = *environment.sessions.Find(handle);
+    return kOperation({*rpc, session, environment}).release();
+  } catch (const Refusal& refusal) {
+    return Refuse(*rpc, refusal.error()).release();
+  } catch (const std::exception& error) {
+    transport::Log(transport::Severity::kError, error.what());
+    return Refuse(*rpc, store::MakeError(store::ErrorTag::kOperationFailed,
+                                         error.what()))
+        .release();
+  }
+}
+
+struct Row {
+  const char* path;
+  nc_rpc_clb run;
+};
+
+constexpr std::array kOperations{
+    Row{"/ietf-netconf:get", Run<Get>},
+    Row{"/ietf-netconf:get-config", Run<GetConfig>},
+    Row{"/ietf-netconf:edit-config", Run<EditConfig>},
+    Row{"/ietf-netconf:copy-config", Run<CopyConfig>},
+    Row{"/ietf-netconf:delete-config", Run<DeleteConfig>},
+    Row{"/ietf-netconf:validate", Run<Validate>},
+    Row{"/ietf-netconf:commit", Run<Commit>},
+    Row{"/ietf-netconf:cancel-commit", Run<CancelCommit>},
+    Row{"/ietf-netconf:discard-changes", Run<DiscardChanges>},
+    Row{"/ietf-netconf:lock", Run<Lock>},
+    Row{"/ietf-netconf:unlock", Run<Unlock>},
+    Row{"/ietf-netconf:close-session", Run<CloseSession>},
+    Row{"/ietf-netconf:kill-session", Run<KillSession>},
+    Row{"/ietf-netconf-monitoring:get-schema", Run<GetSchema>},
+};
+
+// Makes the library call our functions, and none for other operations.
+void RegisterOperations(const ly_ctx* context) {
+  for (const Row& row : kOperations) {
+    const lysc_node* node = lys_find_path(context, nullptr, row.path, 0);
+    if (node == nullptr) {
+      throw std::runtime_error(std::string(row.path) + ": no such operation");
+    }
+    // The library keeps its callback in the member for user data.
+    const_cast<lysc_node*>(node)->priv = reinterpret_cast<void*>(row.run);
+  }
+}
 
 // Ignores the library's log, which is of no use without its sources.
 void Ignore(const nc_session* /*session*/, NC_VERB_LEVEL /*level*/,

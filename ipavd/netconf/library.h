@@ -1,4 +1,5 @@
-// Starts and stops the NETCONF library, which has global state.
+// Starts and stops the NETCONF library, which has global state. It calls our
+// function of each operation.
 #ifndef IPAV_IPAVD_NETCONF_LIBRARY_H_
 #define IPAV_IPAVD_NETCONF_LIBRARY_H_
 
@@ -8,8 +9,8 @@ namespace ipav::netconf {
 
 class Library {
  public:
-  // At most one at a time. Borrows the message context. Throws
-  // std::runtime_error.
+  // At most one at a time. Borrows the message context. The data of each
+  // session must be an Environment. Throws std::runtime_error.
   explicit Library(ly_ctx* context);
   ~Library();
   Library(const Library&) = delete;

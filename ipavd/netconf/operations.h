@@ -11,18 +11,14 @@ namespace ipav::netconf {
 Reply Get(const Call& call);
 Reply GetConfig(const Call& call);
 
-// operations/edit.cc
+// operations/datastores.cc
 Reply EditConfig(const Call& call);
 Reply CopyConfig(const Call& call);
 Reply DeleteConfig(const Call& call);
 Reply DiscardChanges(const Call& call);
-
-// operations/commit.cc
 Reply Validate(const Call& call);
 Reply Commit(const Call& call);
 Reply CancelCommit(const Call& call);
-
-// operations/lock.cc
 Reply Lock(const Call& call);
 Reply Unlock(const Call& call);
 

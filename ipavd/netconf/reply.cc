@@ -1,13 +1,82 @@
 #include "ipavd/netconf/reply.h"
 
+#include <cstdint>
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
-#include "ipavd/netconf/errors.h"
+#include "host/base/utf8.h"
 
 namespace ipav::netconf {
 
 namespace {
+
+using store::ErrorTag;
+using store::RpcError;
+
+// The library's tree of a tag. The library takes the details of each tag as
+// variable arguments, and a missing one crashes the process.
+lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
+  const auto info = [&error](const char* name) {
+    for (const auto& [key, text] : error.info) {
+      if (key == name) return text.c_str();
+    }
+    return "";
+  };
+  const NC_ERR_TYPE type = error.type == store::ErrorType::kProtocol
+                               ? NC_ERR_TYPE_PROT
+                               : NC_ERR_TYPE_APP;
+  const char* attribute = info("bad-attribute");
+  const char* element = info("bad-element");
+  switch (error.tag) {
+    case ErrorTag::kInUse:
+      return nc_err(context, NC_ERR_IN_USE, type);
+    case ErrorTag::kInvalidValue:
+      return nc_err(context, NC_ERR_INVALID_VALUE, type);
+    case ErrorTag::kMissingAttribute:
+      return nc_err(context, NC_ERR_MISSING_ATTR, type, attribute, element);
+    case ErrorTag::kBadAttribute:
+      return nc_err(context, NC_ERR_BAD_ATTR, type, attribute, element);
+    case ErrorTag::kUnknownAttribute:
+      return nc_err(context, NC_ERR_UNKNOWN_ATTR, type, attribute, element);
+    case ErrorTag::kMissingElement:
+      return nc_err(context, NC_ERR_MISSING_ELEM, type, element);
+    case ErrorTag::kBadElement:
+      return nc_err(context, NC_ERR_BAD_ELEM, type, element);
+    case ErrorTag::kUnknownElement:
+      return nc_err(context, NC_ERR_UNKNOWN_ELEM, type, element);
+    case ErrorTag::kUnknownNamespace:
+      return nc_err(context, NC_ERR_UNKNOWN_NS, type, element,
+                    info("bad-namespace"));
+    case ErrorTag::kLockDenied:
+      return nc_err(context, NC_ERR_LOCK_DENIED,
+                    static_cast<std::uint32_t>(
+                        std::strtoul(info("session-id"), nullptr, 10)));
+    case ErrorTag::kDataExists:
+      return nc_err(context, NC_ERR_DATA_EXISTS);
+    case ErrorTag::kDataMissing:
+      return nc_err(context, NC_ERR_DATA_MISSING);
+    case ErrorTag::kOperationNotSupported:
+      return nc_err(context, NC_ERR_OP_NOT_SUPPORTED, type);
+    case ErrorTag::kOperationFailed:
+      break;
+  }
+  return nc_err(context, NC_ERR_OP_FAILED, type);
+}
+
+// The library's tree of an error, for the caller to free.
+lyd_node* ToTree(const ly_ctx* context, const RpcError& error) {
+  lyd_node* tree = TreeOfTag(context, error);
+  // Set in the order that the reply must have. A plug-in's text may have bytes
+  // that XML does not allow.
+  const std::string app_tag = base::ToXmlText(error.app_tag);
+  const std::string path = base::ToXmlText(error.path);
+  const std::string message = base::ToXmlText(error.message);
+  if (!app_tag.empty()) nc_err_set_app_tag(tree, app_tag.c_str());
+  if (!path.empty()) nc_err_set_path(tree, path.c_str());
+  if (!message.empty()) nc_err_set_msg(tree, message.c_str(), "en");
+  return tree;
+}
 
 Reply WithData(const lyd_node& rpc, const void* value,
                LYD_ANYDATA_VALUETYPE type, NC_WD_MODE defaults) {
@@ -36,15 +105,15 @@ Reply DataText(const lyd_node& rpc, const std::string& text) {
   return WithData(rpc, text.c_str(), LYD_ANYDATA_STRING, NC_WD_ALL);
 }
 
-Reply Refuse(const lyd_node& rpc, const store::RpcError& error) {
+Reply Refuse(const lyd_node& rpc, const RpcError& error) {
   return Reply(nc_server_reply_err(ToTree(LYD_CTX(&rpc), error)));
 }
 
-Reply Answer(const lyd_node& rpc, const std::optional<store::RpcError>& error) {
+Reply Answer(const lyd_node& rpc, const std::optional<RpcError>& error) {
   return error.has_value() ? Refuse(rpc, *error) : Ok();
 }
 
-Reply Answer(const lyd_node& rpc, const std::vector<store::RpcError>& errors) {
+Reply Answer(const lyd_node& rpc, const std::vector<RpcError>& errors) {
   if (errors.empty()) return Ok();
   Reply reply = Refuse(rpc, errors.front());
   for (std::size_t i = 1; i < errors.size(); ++i) {

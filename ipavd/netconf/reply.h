@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "host/base/c_ptr.h"
-#include "ipavd/store/edit_config.h"
+#include "ipavd/store/nodes.h"
 #include "ipavd/store/rpc_error.h"
 
 namespace ipav::netconf {
@@ -23,6 +23,12 @@ using Reply = base::CPtr<nc_server_reply, nc_server_reply_free>;
 class Refusal : public std::exception {
  public:
   explicit Refusal(store::RpcError error) : error_(std::move(error)) {}
+
+  // An error of the protocol.
+  Refusal(store::ErrorTag tag, const std::string& message,
+          store::ErrorInfo info = {})
+      : Refusal(store::MakeError(tag, message, store::ErrorType::kProtocol,
+                                 std::move(info))) {}
 
   const store::RpcError& error() const { return error_; }
   const char* what() const noexcept override { return error_.message.c_str(); }

@@ -1,4 +1,4 @@
-// Collects nodes of a tree, and copies them.
+// Selects nodes of a tree, and copies them.
 #ifndef IPAV_IPAVD_NETCONF_SELECTION_H_
 #define IPAV_IPAVD_NETCONF_SELECTION_H_
 
@@ -6,7 +6,7 @@
 
 #include <unordered_map>
 
-#include "ipavd/store/edit_config.h"
+#include "ipavd/store/nodes.h"
 
 namespace ipav::netconf {
 
@@ -24,9 +24,14 @@ class Selection {
   void CopyChildren(const lyd_node* from, const ly_ctx* context,
                     lyd_node* to) const;
 
-  std::unordered_map<const lyd_node*, bool>
-      nodes_;  // whether with everything below
+  // The nodes, and whether everything below is selected as well.
+  std::unordered_map<const lyd_node*, bool> nodes_;
 };
+
+// Adds the nodes of `tree` and its siblings that the elements `filter` and its
+// siblings select (RFC 6241, section 6). Either may be null.
+void SelectSubtrees(const lyd_node* tree, const lyd_node* filter,
+                    Selection* selection);
 
 // Makes both siblings. Either may be null.
 store::Nodes Join(store::Nodes nodes, store::Nodes others);

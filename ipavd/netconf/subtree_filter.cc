@@ -1,9 +1,9 @@
-#include "ipavd/netconf/subtree_filter.h"
-
 #include <algorithm>
 #include <optional>
 #include <string_view>
 #include <vector>
+
+#include "ipavd/netconf/selection.h"
 
 namespace ipav::netconf {
 

@@ -53,9 +53,7 @@ RpcError ModelError(const ly_ctx* context) {
 }
 
 RpcError PluginFailure(const std::string& reason) {
-  RpcError error;
-  error.message = "the plug-in failed: " + reason;
-  return error;
+  return MakeError(ErrorTag::kOperationFailed, "the plug-in failed: " + reason);
 }
 
 RpcError ErrorOf(const datastore::Model& model, const Outcome& outcome) {

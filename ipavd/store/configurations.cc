@@ -154,9 +154,7 @@ Result Configurations::Store(const std::function<void()>& body) {
     body();
     return std::nullopt;
   } catch (const StateError& failure) {
-    RpcError error;  // operation-failed
-    error.message = failure.what();
-    return error;
+    return MakeError(ErrorTag::kOperationFailed, failure.what());
   }
 }
 

@@ -14,28 +14,18 @@ std::size_t IndexOf(Datastore datastore) {
   return static_cast<std::size_t>(datastore);
 }
 
-RpcError MakeError(ErrorTag tag, const std::string& message) {
-  RpcError error;
-  error.tag = tag;
-  error.message = message;
-  return error;
-}
-
 RpcError Failed(const std::string& message) {
   return MakeError(ErrorTag::kOperationFailed, message);
 }
 
 RpcError LockDenied(SessionId holder, const std::string& message) {
-  RpcError error = MakeError(ErrorTag::kLockDenied, message);
-  error.type = ErrorType::kProtocol;
-  error.info = {{"session-id", std::to_string(holder)}};
-  return error;
+  return MakeError(ErrorTag::kLockDenied, message, ErrorType::kProtocol,
+                   {{"session-id", std::to_string(holder)}});
 }
 
 RpcError NotSupported(const std::string& message) {
-  RpcError error = MakeError(ErrorTag::kOperationNotSupported, message);
-  error.type = ErrorType::kProtocol;
-  return error;
+  return MakeError(ErrorTag::kOperationNotSupported, message,
+                   ErrorType::kProtocol);
 }
 
 std::string Quote(const std::string& text) { return "\"" + text + "\""; }

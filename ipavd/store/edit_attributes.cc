@@ -1,8 +1,7 @@
 #include "ipavd/store/edit_attributes.h"
 
-#include <array>
+#include <map>
 #include <string_view>
-#include <utility>
 
 #include "ipavd/store/edit_xml.h"
 
@@ -14,49 +13,38 @@ constexpr const char* kNetconf = "urn:ietf:params:xml:ns:netconf:base:1.0";
 constexpr const char* kYang = "urn:ietf:params:xml:ns:yang:1";
 constexpr const char* kDefaults = "urn:ietf:params:xml:ns:netconf:default:1.0";
 
-template <typename Value, std::size_t kCount>
-std::optional<Value> ValueNamed(
-    const std::array<std::pair<std::string_view, Value>, kCount>& names,
-    std::string_view name) {
-  for (const auto& [known, value] : names) {
-    if (known == name) return value;
-  }
-  return std::nullopt;
+template <typename Value>
+using Names = std::map<std::string_view, Value>;
+
+const Names<Operation>& Operations() {
+  static const Names<Operation> kNames = {{"merge", Operation::kMerge},
+                                          {"replace", Operation::kReplace},
+                                          {"create", Operation::kCreate},
+                                          {"delete", Operation::kDelete},
+                                          {"remove", Operation::kRemove}};
+  return kNames;
 }
 
-std::optional<Operation> OperationNamed(std::string_view name) {
-  static constexpr std::array<std::pair<std::string_view, Operation>, 5>
-      kNames = {{{"merge", Operation::kMerge},
-                 {"replace", Operation::kReplace},
-                 {"create", Operation::kCreate},
-                 {"delete", Operation::kDelete},
-                 {"remove", Operation::kRemove}}};
-  return ValueNamed(kNames, name);
+const Names<Insertion>& Insertions() {
+  static const Names<Insertion> kNames = {{"first", Insertion::kFirst},
+                                          {"last", Insertion::kLast},
+                                          {"before", Insertion::kBefore},
+                                          {"after", Insertion::kAfter}};
+  return kNames;
 }
 
-std::optional<Insertion> InsertionNamed(std::string_view name) {
-  static constexpr std::array<std::pair<std::string_view, Insertion>, 4>
-      kNames = {{{"first", Insertion::kFirst},
-                 {"last", Insertion::kLast},
-                 {"before", Insertion::kBefore},
-                 {"after", Insertion::kAfter}}};
-  return ValueNamed(kNames, name);
-}
-
-std::optional<bool> BooleanNamed(std::string_view name) {
-  static constexpr std::array<std::pair<std::string_view, bool>, 4> kNames = {
-      {{"true", true}, {"1", true}, {"false", false}, {"0", false}}};
-  return ValueNamed(kNames, name);
+const Names<bool>& Booleans() {
+  static const Names<bool> kNames = {
+      {"true", true}, {"1", true}, {"false", false}, {"0", false}};
+  return kNames;
 }
 
 RpcError AttributeError(ErrorTag tag, const xmlNode* element,
                         const std::string& attribute,
                         const std::string& message) {
-  RpcError error;
-  error.tag = tag;
-  error.message = message;
-  error.info = {{"bad-attribute", attribute}, {"bad-element", NameOf(element)}};
-  return error;
+  return MakeError(
+      tag, message, ErrorType::kApplication,
+      {{"bad-attribute", attribute}, {"bad-element", NameOf(element)}});
 }
 
 class AttributeReader {
@@ -80,32 +68,33 @@ class AttributeReader {
     const std::string name = NameOf(attribute);
     const std::string value = ValueOf(attribute);
     if (space == kNetconf && name == "operation" && rules_.operation) {
-      return Keep(OperationNamed(value), name, value, &attributes_.operation);
+      return Keep(Operations(), name, value, &attributes_.operation);
     }
     if (space == kYang && name == "insert" && rules_.insert) {
-      return Keep(InsertionNamed(value), name, value, &attributes_.insert);
+      return Keep(Insertions(), name, value, &attributes_.insert);
     }
     if (space == kYang && name == rules_.anchor_name && rules_.insert) {
       attributes_.anchor = value;
       return std::nullopt;
     }
     if (space == kDefaults && name == "default" && rules_.is_default) {
-      return Keep(BooleanNamed(value), name, value, &attributes_.is_default);
+      return Keep(Booleans(), name, value, &attributes_.is_default);
     }
     return AttributeError(ErrorTag::kUnknownAttribute, element_, name,
                           "there is no attribute \"" + name + "\" here");
   }
 
   template <typename Value, typename Kept>
-  std::optional<RpcError> Keep(const std::optional<Value>& value,
+  std::optional<RpcError> Keep(const Names<Value>& values,
                                const std::string& name, const std::string& text,
                                Kept* kept) const {
-    if (!value.has_value()) {
+    const auto value = values.find(text);
+    if (value == values.end()) {
       return AttributeError(
           ErrorTag::kBadAttribute, element_, name,
           "\"" + text + "\" is no value of the attribute \"" + name + "\"");
     }
-    *kept = *value;
+    *kept = value->second;
     return std::nullopt;
   }
 

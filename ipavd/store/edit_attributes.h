@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "ipavd/store/edit_operation.h"
+#include "ipavd/store/edit_config.h"
 #include "ipavd/store/rpc_error.h"
 
 namespace ipav::store {

@@ -327,10 +327,8 @@ class Editor {
 // The edit fails as a whole.
 Edited Failure(const lyd_node* base, const EditRules& rules, ErrorTag tag,
                const std::string& message) {
-  RpcError error;
-  error.tag = tag;
-  error.message = message;
-  return {Copy(rules.on_error == OnError::kContinue ? base : nullptr), {error}};
+  return {Copy(rules.on_error == OnError::kContinue ? base : nullptr),
+          {MakeError(tag, message)}};
 }
 
 }  // namespace

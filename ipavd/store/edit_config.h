@@ -10,11 +10,19 @@
 #include <vector>
 
 #include "host/datastore/model.h"
-#include "ipavd/store/edit_operation.h"
 #include "ipavd/store/nodes.h"
 #include "ipavd/store/rpc_error.h"
 
 namespace ipav::store {
+
+enum class Operation : std::uint8_t {
+  kMerge,
+  kReplace,
+  kCreate,
+  kDelete,
+  kRemove,
+  kNone
+};
 
 enum class OnError : std::uint8_t {
   kUndo,     // stop at the first error, and change nothing

@@ -21,10 +21,7 @@ class EditErrors {
     return false;
   }
   bool Add(ErrorTag tag, const std::string& path, const std::string& message) {
-    RpcError error;
-    error.tag = tag;
-    error.message = message;
-    return Add(std::move(error), path);
+    return Add(MakeError(tag, message), path);
   }
 
   // The error is about the element `name`. More of error-info may be added to

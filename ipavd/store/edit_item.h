@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "ipavd/store/edit_attributes.h"
+#include "ipavd/store/edit_config.h"
 #include "ipavd/store/edit_errors.h"
-#include "ipavd/store/edit_operation.h"
 
 namespace ipav::store {
 

@@ -27,14 +27,6 @@ std::string ErrorOf(xmlParserCtxt* parser) {
   return message + " (line " + std::to_string(error->line) + ")";
 }
 
-std::string Print(xmlDoc* document, xmlNode* node) {
-  xmlBuffer* buffer = xmlBufferCreate();
-  xmlNodeDump(buffer, document, node, 0, 0);
-  std::string text = Text(xmlBufferContent(buffer));
-  xmlBufferFree(buffer);
-  return text;
-}
-
 }  // namespace
 
 EditXml::EditXml(const std::string& content) {
@@ -98,7 +90,7 @@ std::string InnerXml(const xmlNode* element) {
     xmlNode* copy = xmlDocCopyNode(node, element->doc, 1);
     // A copy declares the namespaces that it uses itself.
     xmlReconciliateNs(element->doc, copy);
-    text += Print(element->doc, copy);
+    text += netconf::Print(element->doc, copy);
     xmlFreeNode(copy);
   }
   return text;

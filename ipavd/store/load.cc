@@ -40,7 +40,7 @@ class Loader {
     CheckVersion();
     const std::optional<std::string> rollback = Read(kRollbackFile);
     const std::optional<std::string> running = Read(kRunningFile);
-    const std::optional<std::string> startup = ReadStartup();
+    const std::optional<std::string> startup = Read(kStartupFile);
     if (startup.has_value()) {
       loaded_.startup = Complete(kStartupFile, WithoutDeclaration(*startup));
     }
@@ -90,17 +90,10 @@ class Loader {
 
   std::optional<std::string> Read(const std::string& name) const {
     try {
-      return folder_.Read(name);
+      return name == kStartupFile ? folder_.ReadOfAnyone(name)
+                                  : folder_.Read(name);
     } catch (const StateError& error) {
       throw StateError(error.what() + WayOut(name));
-    }
-  }
-
-  std::optional<std::string> ReadStartup() const {
-    try {
-      return folder_.ReadOfAnyone(kStartupFile);
-    } catch (const StateError& error) {
-      throw StateError(error.what() + WayOut(kStartupFile));
     }
   }
 

@@ -14,11 +14,10 @@ Nodes Copy(const lyd_node* nodes) {
   return Nodes(copy);
 }
 
-std::string TextOf(const lyd_node* nodes) {
+std::string TextOf(const lyd_node* nodes, std::uint32_t options) {
   if (nodes == nullptr) return "";
   char* text = nullptr;
-  if (lyd_print_mem(&text, nodes, LYD_XML,
-                    LYD_PRINT_WITHSIBLINGS | LYD_PRINT_WD_EXPLICIT) !=
+  if (lyd_print_mem(&text, nodes, LYD_XML, options | LYD_PRINT_WITHSIBLINGS) !=
       LY_SUCCESS) {
     throw std::bad_alloc();
   }

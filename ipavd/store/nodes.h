@@ -4,6 +4,7 @@
 
 #include <libyang/libyang.h>
 
+#include <cstdint>
 #include <string>
 
 #include "host/base/c_ptr.h"
@@ -16,8 +17,10 @@ using Nodes = base::CPtr<lyd_node, lyd_free_all>;
 // A copy of all top nodes. Throws std::bad_alloc.
 Nodes Copy(const lyd_node* nodes);
 
-// All nodes as XML, without default nodes. Throws std::bad_alloc.
-std::string TextOf(const lyd_node* nodes);
+// All nodes as XML. `options` are those of lyd_print_mem(); by default, default
+// nodes are left out. Throws std::bad_alloc.
+std::string TextOf(const lyd_node* nodes,
+                   std::uint32_t options = LYD_PRINT_WD_EXPLICIT);
 
 }  // namespace ipav::store
 

@@ -10,12 +10,8 @@
 
 namespace ipav::store {
 
-enum class ErrorType : std::uint8_t {
-  kTransport,
-  kRpc,
-  kProtocol,
-  kApplication
-};
+// The types of RFC 6241 that the server uses.
+enum class ErrorType : std::uint8_t { kProtocol, kApplication };
 
 // The tags of RFC 6241 (appendix A) that operations on datastores use.
 enum class ErrorTag : std::uint8_t {
@@ -35,8 +31,7 @@ enum class ErrorTag : std::uint8_t {
   kOperationFailed
 };
 
-// As it is written: "in-use".
-const char* NameOf(ErrorTag tag);
+using ErrorInfo = std::vector<std::pair<std::string, std::string>>;
 
 struct RpcError {
   ErrorType type = ErrorType::kApplication;
@@ -49,8 +44,15 @@ struct RpcError {
   // Names and texts of the elements of error-info: "session-id" for
   // kLockDenied, "bad-attribute", "bad-element" and "bad-namespace" for the
   // tags that ask for them.
-  std::vector<std::pair<std::string, std::string>> info;
+  ErrorInfo info;
 };
+
+// An error without app_tag and path.
+inline RpcError MakeError(ErrorTag tag, const std::string& message,
+                          ErrorType type = ErrorType::kApplication,
+                          ErrorInfo info = {}) {
+  return {type, tag, "", "", message, std::move(info)};
+}
 
 }  // namespace ipav::store
 

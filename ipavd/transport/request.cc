@@ -102,11 +102,7 @@ std::string MarkAttributes(std::string_view message) {
   xmlNode* root = netconf::RootOf(document);
   if (root == nullptr) return std::string(kMalformed);
   MarkAttributesBelow(root);
-  xmlBuffer* buffer = xmlBufferCreate();
-  xmlNodeDump(buffer, document.get(), root, 0, 0);
-  std::string marked(netconf::ToView(xmlBufferContent(buffer)));
-  xmlBufferFree(buffer);
-  return marked;
+  return netconf::Print(document.get(), root);
 }
 
 }  // namespace

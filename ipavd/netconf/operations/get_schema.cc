@@ -1,9 +1,9 @@
 #include <cstdint>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "host/base/c_ptr.h"
 #include "ipavd/netconf/operations.h"
 
 // The library's own get-schema gives freed memory to the client.
@@ -13,7 +13,6 @@ namespace ipav::netconf {
 namespace {
 
 using store::ErrorTag;
-using store::ErrorType;
 
 // The modules of that name and, if not empty, revision.
 std::vector<const lys_module*> FindModules(const ly_ctx* context,
@@ -37,27 +36,15 @@ std::string Print(const lys_module& module, LYS_OUTFORMAT format) {
   if (lys_print_mem(&text, &module, format, 0) != LY_SUCCESS) {
     throw std::runtime_error("a module cannot be written");
   }
-  std::string printed = text;
-  std::free(text);  // NOLINT: it comes from malloc()
-  return printed;
+  return base::CText(text).get();
 }
 
 // RFC 6022, section 3.1.
 Refusal NoModule(const std::string& reason) {
-  return Refusal(
-      {ErrorType::kApplication, ErrorTag::kInvalidValue, "", "", reason, {}});
+  return Refusal(store::MakeError(ErrorTag::kInvalidValue, reason));
 }
 
-Refusal TooManyModules(const std::string& reason) {
-  return Refusal({ErrorType::kApplication,
-                  ErrorTag::kOperationFailed,
-                  "data-not-unique",
-                  "",
-                  reason,
-                  {}});
-}
-
-// YANG where the client does not say.
+// YANG if the client does not say.
 LYS_OUTFORMAT FormatOf(const Call& call) {
   const std::string identity = Text(call, "format").value_or("yang");
   const std::string format = identity.substr(identity.rfind(':') + 1);
@@ -78,7 +65,11 @@ Reply GetSchema(const Call& call) {
     throw NoModule("There is no module " + *name + " of that version.");
   }
   if (modules.size() > 1) {
-    throw TooManyModules("There are several versions of " + *name + ".");
+    store::RpcError error =
+        store::MakeError(ErrorTag::kOperationFailed,
+                         "There are several versions of " + *name + ".");
+    error.app_tag = "data-not-unique";
+    throw Refusal(error);
   }
   return DataText(call.rpc, Print(*modules.front(), format));
 }

@@ -4,19 +4,6 @@
 
 namespace ipav::netconf {
 
-namespace {
-
-Refusal NoSuchSession(const std::string& reason) {
-  return Refusal({store::ErrorType::kProtocol,
-                  store::ErrorTag::kInvalidValue,
-                  "",
-                  "",
-                  reason,
-                  {}});
-}
-
-}  // namespace
-
 Reply CloseSession(const Call& call) {
   call.session.Close();
   return Ok();
@@ -28,11 +15,13 @@ Reply KillSession(const Call& call) {
   const auto id =
       static_cast<store::SessionId>(std::strtoul(text->c_str(), nullptr, 10));
   if (id == call.session.id()) {
-    throw NoSuchSession("A session closes itself with close-session.");
+    throw Refusal(store::ErrorTag::kInvalidValue,
+                  "A session closes itself with close-session.");
   }
   Session* other = call.environment.sessions.Find(id);
   if (other == nullptr) {
-    throw NoSuchSession("There is no session " + *text + ".");
+    throw Refusal(store::ErrorTag::kInvalidValue,
+                  "There is no session " + *text + ".");
   }
   other->Kill(call.session.id());
   return Ok();

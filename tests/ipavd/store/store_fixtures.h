@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -104,6 +105,25 @@ inline int InChild(const std::function<void()>& body) {
   int status = 0;
   EXPECT_EQ(waitpid(child, &status, 0), child);
   return status;
+}
+
+// As RFC 6241 writes it.
+inline std::string NameOf(ipav::store::ErrorTag tag) {
+  constexpr std::array kNames = {"in-use",
+                                 "invalid-value",
+                                 "missing-attribute",
+                                 "bad-attribute",
+                                 "unknown-attribute",
+                                 "missing-element",
+                                 "bad-element",
+                                 "unknown-element",
+                                 "unknown-namespace",
+                                 "lock-denied",
+                                 "data-exists",
+                                 "data-missing",
+                                 "operation-not-supported",
+                                 "operation-failed"};
+  return kNames.at(static_cast<std::size_t>(tag));
 }
 
 // "tag path {element of error-info=text}: message"; empty for no error.

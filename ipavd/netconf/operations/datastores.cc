@@ -1,3 +1,5 @@
+#include <chrono>
+#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -56,6 +58,38 @@ Reply DeleteConfig(const Call& call) {
 Reply DiscardChanges(const Call& call) {
   return Answer(call.rpc,
                 call.environment.datastores.DiscardChanges(call.session.id()));
+}
+
+Reply Validate(const Call& call) {
+  return Answer(call.rpc, call.environment.datastores.Validate(SourceOf(call)));
+}
+
+Reply Commit(const Call& call) {
+  store::CommitRequest request;
+  request.confirmed = Find(call.rpc, "confirmed") != nullptr;
+  if (const auto timeout = Text(call, "confirm-timeout")) {
+    request.timeout =
+        std::chrono::seconds(std::strtoul(timeout->c_str(), nullptr, 10));
+  }
+  request.persist = Text(call, "persist");
+  request.persist_id = Text(call, "persist-id");
+  return Answer(call.rpc,
+                call.environment.datastores.Commit(call.session.id(), request));
+}
+
+Reply CancelCommit(const Call& call) {
+  return Answer(call.rpc, call.environment.datastores.CancelCommit(
+                              call.session.id(), Text(call, "persist-id")));
+}
+
+Reply Lock(const Call& call) {
+  return Answer(call.rpc, call.environment.datastores.Lock(
+                              call.session.id(), DatastoreIn(call, "target")));
+}
+
+Reply Unlock(const Call& call) {
+  return Answer(call.rpc, call.environment.datastores.Unlock(
+                              call.session.id(), DatastoreIn(call, "target")));
 }
 
 }  // namespace ipav::netconf

@@ -2,11 +2,10 @@
 // framings alone, and, after a client's hello, with the relay between client
 // and server.
 //
-// Legal, for any pieces: the messages, in order, that a simple reader finds in
-// the whole stream, and a refusal where it finds invalid framing or a message
-// that is too large. The server gets the same messages in chunks, or those
-// before a refusal as far as they were passed on. The client gets what the
-// server sent, in the framing of its hello.
+// Legal, for any pieces: the messages, in order, and the refusal of the whole
+// stream at once. A message that is framed again is read again. The server gets
+// the same messages in chunks, or those before a refusal as far as they were
+// passed on. The client gets what the server sent, in the framing of its hello.
 //
 // Input: a line, and the stream after it. The line: "marks", "chunks" or
 // "relay"; the largest size of a message; the number of repetitions of the
@@ -24,7 +23,6 @@
 #include <utility>
 #include <vector>
 
-#include "fuzz/ipavd/plain_framing.h"
 #include "fuzz/support/finding.h"
 #include "fuzz/support/target.h"
 #include "host/base/file_descriptor.h"
@@ -38,7 +36,6 @@ namespace ipav::fuzz {
 
 namespace {
 
-using base::FileDescriptor;
 using netconf::Deframer;
 using netconf::Frame;
 using netconf::Framing;
@@ -99,15 +96,16 @@ class Pieces {
 
 // ---- The framings ----------------------------------------------------------
 
-void RequireSame(const Deframed& found, const Deframed& expected) {
-  Require(found.messages == expected.messages, "other messages");
-  Require(found.is_refused == expected.is_refused,
-          "a stream refused or taken wrongly");
-  Require(found.is_refused || found.has_part == expected.has_part,
-          "an end within a message, or not");
-}
+struct Deframed {
+  std::vector<std::string> messages;
+  bool is_refused = false;  // after them
+  bool has_part = false;    // of a further message
 
-Deframed InPieces(const Input& input, Framing framing) {
+  // Whether all of the stream is messages.
+  bool is_whole() const { return !is_refused && !has_part; }
+};
+
+Deframed Deframe(const Input& input, Framing framing) {
   Deframer deframer(input.limit);
   deframer.set_framing(framing);
   Deframed result;
@@ -122,21 +120,28 @@ Deframed InPieces(const Input& input, Framing framing) {
   } catch (const FramingError&) {
     result.is_refused = true;
   }
-  result.has_part = deframer.has_part();
+  result.has_part = !result.is_refused && deframer.has_part();
   return result;
 }
 
+Deframed DeframeAtOnce(const std::string& stream, std::size_t limit,
+                       Framing framing) {
+  return Deframe({"", limit, {kMaxStream + limit}, stream}, framing);
+}
+
 void CheckFraming(const Input& input, Framing framing) {
-  const Deframed expected = framing == Framing::kChunked
-                                ? PlainOfChunks(input.stream, input.limit)
-                                : PlainByMark(input.stream, input.limit);
-  RequireSame(InPieces(input, framing), expected);
+  const Deframed expected = DeframeAtOnce(input.stream, input.limit, framing);
+  const Deframed found = Deframe(input, framing);
+  Require(found.messages == expected.messages, "other messages");
+  Require(found.is_refused == expected.is_refused,
+          "a stream refused or taken wrongly");
+  Require(found.has_part == expected.has_part,
+          "an end within a message, or not");
   for (const std::string& message : expected.messages) {
     if (message.empty()) continue;
-    Input again{"", message.size(), {1}, Frame(framing, message)};
-    // A message of chunks may hold a mark.
-    const Deframed read = InPieces(again, framing);
-    Require(!read.is_refused && read.messages.size() == 1 &&
+    const Deframed read =
+        Deframe({"", message.size(), {1}, Frame(framing, message)}, framing);
+    Require(read.is_whole() && read.messages.size() == 1 &&
                 read.messages[0] == message,
             "a message that is not read back");
   }
@@ -147,15 +152,13 @@ void CheckFraming(const Input& input, Framing framing) {
 // Always ready, so that nothing is waited for.
 class ReadyStream : public ByteStream {
  public:
-  ReadyStream() : fd_(eventfd(1, EFD_CLOEXEC)) {}
-
   int fd() const override { return fd_.get(); }
   short Events(bool reads, bool writes) const override {
     return static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0));
   }
 
  private:
-  FileDescriptor fd_;
+  base::FileDescriptor fd_{eventfd(1, EFD_CLOEXEC)};
 };
 
 class Client : public ReadyStream {
@@ -172,54 +175,51 @@ class Client : public ReadyStream {
   std::optional<std::size_t> Write(std::string_view bytes) override {
     const std::size_t size =
         std::min(bytes.size(), sizes_[number_++ % sizes_.size()]);
-    received_ += bytes.substr(0, size);
+    received += bytes.substr(0, size);
     return size;
   }
 
-  const std::string& received() const { return received_; }
+  std::string received;
 
  private:
   Pieces pieces_;
   const std::vector<std::size_t>& sizes_;
   std::size_t number_ = 0;
   int patience_ = 50;
-  std::string received_;
 };
 
 constexpr char kServerHello[] = "<hello/>";
 
-// What the server says to its message of that number.
+// What the server answers to its message of that number.
 std::string Reply(std::size_t number) {
   return "<rpc-reply>" + std::to_string(number) + "</rpc-reply>";
 }
 
-// Answers each message that it has whole.
+// Answers each whole message. Throws for wrong framing.
 class Server : public ReadyStream {
  public:
+  Server() { deframer_.set_framing(Framing::kChunked); }
+
   std::optional<std::string> Read() override {
     return std::exchange(to_send_, {});
   }
 
   std::optional<std::size_t> Write(std::string_view bytes) override {
-    received_ += bytes;
-    const std::size_t whole =
-        PlainOfChunks(received_, std::string::npos).messages.size();
-    for (; answered_ < whole; ++answered_) {
-      to_send_ += Frame(Framing::kChunked, Reply(answered_));
+    deframer_.Add(bytes);
+    while (const auto message = deframer_.Next()) {
+      to_send_ += Frame(Framing::kChunked, Reply(received.size()));
+      received.push_back(*message);
     }
     return bytes.size();
   }
 
-  Deframed received() const {
-    return PlainOfChunks(received_, std::string::npos);
-  }
+  bool has_part() const { return deframer_.has_part(); }
 
-  std::size_t answered() const { return answered_; }
+  std::vector<std::string> received;
 
  private:
   std::string to_send_ = Frame(Framing::kEndOfMessage, kServerHello);
-  std::string received_;
-  std::size_t answered_ = 0;
+  Deframer deframer_{std::string::npos};
 };
 
 struct Session {
@@ -227,70 +227,51 @@ struct Session {
   Deframed stream;                 // behind the hello
 };
 
-// What a plain reader makes of all that a client sends.
-Session PlainSession(const Input& input) {
+// What all that a client sends means.
+Session SessionOf(const Input& input) {
+  const std::size_t end = input.stream.find("]]>]]>");
+  const std::string hello =
+      input.stream.substr(0, end == std::string::npos ? end : end + 6);
   Session session;
-  const Deframed hello = PlainByMark(input.stream, kMaxHello, 1);
-  if (hello.messages.empty()) {
-    session.stream = hello;
-    return session;
-  }
+  session.stream = DeframeAtOnce(hello, kMaxHello, Framing::kEndOfMessage);
+  if (session.stream.messages.empty()) return session;
   try {
-    session.framing = netconf::FramingAfter(hello.messages[0]);
+    session.framing = netconf::FramingAfter(session.stream.messages[0]);
+    session.stream = DeframeAtOnce(input.stream.substr(hello.size()),
+                                   input.limit, *session.framing);
   } catch (const netconf::HelloError&) {
-    session.stream.is_refused = true;
-    return session;
+    session.stream = {{}, true, false};
   }
-  const std::string rest = input.stream.substr(hello.end);
-  session.stream = session.framing == Framing::kChunked
-                       ? PlainOfChunks(rest, input.limit)
-                       : PlainByMark(rest, input.limit);
   return session;
 }
 
-// The server gets messages that the client sent, and nothing else.
-void RequireSentOn(const Deframed& received, const Deframed& sent) {
-  Require(!received.is_refused && (!received.has_part || sent.is_refused),
-          "no framing towards the server");
-  Require(
-      received.messages.size() <= sent.messages.size() &&
-          (sent.is_refused || received.messages.size() == sent.messages.size()),
-      "another number of messages for the server");
-  for (std::size_t i = 0; i < received.messages.size(); ++i) {
-    const Deframed expected = PlainOfChunks(
-        transport::FrameRequest(sent.messages[i]), std::string::npos);
-    Require(expected.messages.size() == 1 &&
-                received.messages[i] == expected.messages[0],
-            "another message for the server");
-  }
-}
-
-// The client gets what the server said, as far as it went, in its framing.
-void RequireAnswers(const std::string& received, std::size_t answered,
-                    const std::optional<Framing>& framing) {
-  std::string expected = Frame(Framing::kEndOfMessage, kServerHello);
-  for (std::size_t i = 0; framing.has_value() && i < answered; ++i) {
-    expected += Frame(*framing, Reply(i));
-  }
-  Require(expected.rfind(received, 0) == 0, "other answers for the client");
-}
-
 void CheckRelay(const Input& input) {
-  const Session expected = PlainSession(input);
+  const auto& [framing, sent] = SessionOf(input);
   Client client(input);
   Server server;
   transport::Limits limits;
   limits.max_message = input.limit;
   limits.idle = base::kNoTimeLimit;
   const std::string reason = transport::Relay(&client, &server, limits).Run();
-  Require(reason.empty() ==
-              !(expected.stream.is_refused || expected.stream.has_part),
-          "a client dropped, or not");
-  const Deframed sent = expected.framing ? expected.stream : Deframed{};
-  Deframed bounded = sent;
-  bounded.is_refused = expected.stream.is_refused;
-  RequireSentOn(server.received(), bounded);
-  RequireAnswers(client.received(), server.answered(), expected.framing);
+  Require(reason.empty() == sent.is_whole(), "a client dropped, or not");
+
+  // 1. The server gets messages that the client sent, and nothing else.
+  const std::size_t count = server.received.size();
+  Require(sent.is_refused ? count <= sent.messages.size()
+                          : count == sent.messages.size() && !server.has_part(),
+          "another number of messages for the server");
+  for (std::size_t i = 0; i < count; ++i) {
+    Require(Frame(Framing::kChunked, server.received[i]) ==
+                transport::FrameRequest(sent.messages[i]),
+            "another message for the server");
+  }
+  // 2. The client gets the beginning of what the server sent, in its framing.
+  std::string expected = Frame(Framing::kEndOfMessage, kServerHello);
+  for (std::size_t i = 0; framing.has_value() && i < count; ++i) {
+    expected += Frame(*framing, Reply(i));
+  }
+  Require(expected.rfind(client.received, 0) == 0,
+          "other answers for the client");
 }
 
 void Check(const Input& input) {

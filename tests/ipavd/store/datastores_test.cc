@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -30,6 +29,7 @@ using ipav::store::Result;
 using ipav::store::SessionId;
 using ipav::store::TestOption;
 using std::chrono::seconds;
+using store_test::Failures;
 using store_test::Server;
 using store_test::Text;
 using store_test::Xml;
@@ -783,57 +783,13 @@ TEST_F(AtStart, ARollbackThatIsRefusedIsNotDone) {
 TEST_F(AtStart, APluginThatFailsRefusesRunning) {
   server_.Commit(kOne);
   for (const char* plugin : {"is-not-there", "aborts_in_init"}) {
-    server_.UsePlugin(plugin);
+    server_.UsePlugin(store_test::PluginFile(plugin));
     EXPECT_TRUE(host_test::StartsWith(
         server_.StartError(), Refused("running.xml", "the plug-in failed: ")));
   }
 }
 
 // The disk.
-
-// Fails, or kills the process, at its n-th call from now on, and at the next
-// ones of `times`.
-class Failures : public ipav::store::FileCalls {
- public:
-  int Open(const char* path, int flags, unsigned mode) override {
-    return Fails() ? -1 : FileCalls::Open(path, flags, mode);
-  }
-  long Write(int fd, const void* bytes, std::size_t count) override {
-    return Fails() ? -1 : FileCalls::Write(fd, bytes, count);
-  }
-  int Sync(int fd) override { return Fails() ? -1 : FileCalls::Sync(fd); }
-  int Rename(const char* from, const char* to) override {
-    return Fails() ? -1 : FileCalls::Rename(from, to);
-  }
-  int Unlink(const char* path) override {
-    return Fails() ? -1 : FileCalls::Unlink(path);
-  }
-
-  void FailAt(int number, int times = 1) {
-    first_ = calls_ + number;
-    times_ = times;
-  }
-  void KillAt(int number) {
-    kills_ = true;
-    FailAt(number);
-  }
-  void Stop() { FailAt(0, 0); }
-  bool has_failed() const { return calls_ > first_; }
-
- private:
-  bool Fails() {
-    const int number = calls_++;
-    if (number < first_ || number >= first_ + times_) return false;
-    if (kills_) raise(SIGKILL);
-    errno = ENOSPC;
-    return true;
-  }
-
-  int calls_ = 0;
-  int first_ = 0;
-  int times_ = 0;
-  bool kills_ = false;
-};
 
 // An operation that writes to the disk, on a server with kOne.
 struct Deed {
@@ -872,7 +828,7 @@ TEST(AFailingDisk, LeavesWhatClientsAreTold) {
     for (int number = 0;; ++number) {
       SCOPED_TRACE(deed.name + (", call " + std::to_string(number)));
       Failures calls;
-      Server server("obeys_opaque", &calls);
+      Server server(&calls);
       server.Commit(kOne);
       deed.before(&server);
       const std::vector<std::string> before = AllOf(server);
@@ -909,7 +865,7 @@ TEST(AKilledServer, LeavesTheOldConfigurationsOrTheNewOnes) {
     for (int status = SIGKILL; WIFSIGNALED(status); ++kills) {
       SCOPED_TRACE(deed.name + (", call " + std::to_string(kills)));
       Failures calls;
-      Server server("obeys_opaque", &calls);
+      Server server(&calls);
       server.Commit(kOne);
       deed.before(&server);
       status = store_test::InChild([&] {
@@ -931,7 +887,7 @@ TEST(AKilledServer, LeavesTheOldConfigurationsOrTheNewOnes) {
 TEST(AFailingDisk, LeavesNothingThatUndoesALaterOperation) {
   for (int number = 0; number < 24; ++number) {
     Failures calls;
-    Server server("obeys_opaque", &calls);
+    Server server(&calls);
     server.Commit(kOne);
     server.Edit(kTwo);
     calls.FailAt(number / 2, number % 2 == 0 ? 1 : 100);
@@ -952,7 +908,7 @@ TEST(AFailingDisk, DoesNotMakeAConfirmedCommitStay) {
     for (int number = 0;; ++number) {
       SCOPED_TRACE(std::to_string(times) + " from " + std::to_string(number));
       Failures calls;
-      Server server("obeys_opaque", &calls);
+      Server server(&calls);
       server.Commit(kOne);
       server.Commit(kTwo, Confirmed());
       server.Notices();
@@ -976,7 +932,7 @@ TEST(AFailingDisk, DoesNotMakeAConfirmedCommitStay) {
 TEST(AFailingDisk, DuringARollbackDoesNotUndoALaterCommit) {
   for (int number = 0; number < 6; ++number) {
     Failures calls;
-    Server server("obeys_opaque", &calls);
+    Server server(&calls);
     server.Commit(kOne);
     server.Commit(kTwo, Confirmed());
     server.Pass(seconds(600));
@@ -991,7 +947,7 @@ TEST(AFailingDisk, DuringARollbackDoesNotUndoALaterCommit) {
 
 TEST(AFailingDisk, LeavesTheCandidateAsItWas) {
   Failures calls;
-  Server server("obeys_opaque", &calls);
+  Server server(&calls);
   server.Edit(kOne);
   EditRequest request;
   request.config = Xml(kTwo);

@@ -26,6 +26,8 @@ using host_test::TempDir;
 using ipav::store::FileCalls;
 using ipav::store::StateError;
 using ipav::store::StateFolder;
+using store_test::Failures;
+using store_test::HookedCalls;
 using store_test::InChild;
 
 template <typename Body>
@@ -279,41 +281,6 @@ TEST_F(StateFolderTest, AChildThatEndsDoesNotTakeTheLockAway) {
 
 // Failures, one at a time.
 
-// Does something else than the system at its n-th call.
-class OneBadCall : public FileCalls {
- public:
-  // `strike` is done in place of the call; what it returns is the call's.
-  OneBadCall(int number, std::function<int()> strike)
-      : left_(number), strike_(std::move(strike)) {}
-
-  int Open(const char* path, int flags, unsigned mode) override {
-    return IsNext() ? strike_() : FileCalls::Open(path, flags, mode);
-  }
-  long Write(int fd, const void* bytes, std::size_t count) override {
-    if (!IsNext()) return FileCalls::Write(fd, bytes, count);
-    // A part of it may have come to the disk.
-    static_cast<void>(FileCalls::Write(fd, bytes, count / 2));
-    return strike_();
-  }
-  int Sync(int fd) override {
-    return IsNext() ? strike_() : FileCalls::Sync(fd);
-  }
-  int Rename(const char* from, const char* to) override {
-    return IsNext() ? strike_() : FileCalls::Rename(from, to);
-  }
-  int Unlink(const char* path) override {
-    return IsNext() ? strike_() : FileCalls::Unlink(path);
-  }
-
-  bool has_struck() const { return left_ < 0; }
-
- private:
-  bool IsNext() { return left_-- == 0; }
-
-  int left_;
-  std::function<int()> strike_;
-};
-
 // What the folder does to its files, as a whole.
 struct Change {
   const char* name;
@@ -338,8 +305,9 @@ TEST_F(StateFolderTest, KilledAtAnyCallItLeavesTheOldFileOrTheNewOne) {
         folder.Write("running.xml", "<old/>");
       }
       const int status = InChild([&] {
-        OneBadCall calls(number, [] { return raise(SIGKILL); });
+        Failures calls;
         StateFolder folder(path(), &calls);
+        calls.KillAt(number);
         change.run(&folder);
       });
       const std::optional<std::string> text =
@@ -361,11 +329,9 @@ TEST_F(StateFolderTest, AFullDiskLeavesTheOldFile) {
   for (int number = 0;; ++number) {
     fs::remove_all(path());
     { StateFolder(path()).Write("running.xml", "<old/>"); }
-    OneBadCall calls(number, [] {
-      errno = ENOSPC;
-      return -1;
-    });
+    Failures calls;
     StateFolder folder(path(), &calls);
+    calls.FailAt(number);
     bool failed = false;
     try {
       folder.Write("running.xml", "<new/>");
@@ -373,7 +339,7 @@ TEST_F(StateFolderTest, AFullDiskLeavesTheOldFile) {
       failed = true;
       EXPECT_TRUE(Contains(error.what(), "No space left on device"));
     }
-    EXPECT_EQ(failed, calls.has_struck());
+    EXPECT_EQ(failed, calls.has_failed());
     if (!failed) break;
     ++failures;
     // Only behind the renaming it is the new one: the folder is not synced.
@@ -410,46 +376,22 @@ TEST_F(StateFolderTest, ShortAndInterruptedWritesAreContinued) {
   EXPECT_EQ(folder.Read("running.xml"), text);
 }
 
-// Notes the order of its calls.
-class NotingCalls : public FileCalls {
- public:
-  int Open(const char* path, int flags, unsigned mode) override {
-    notes += "open ";
-    return FileCalls::Open(path, flags, mode);
-  }
-  long Write(int fd, const void* bytes, std::size_t count) override {
-    notes += "write ";
-    return FileCalls::Write(fd, bytes, count);
-  }
-  int Sync(int fd) override {
-    struct stat status {};
-    EXPECT_EQ(fstat(fd, &status), 0);
-    notes += S_ISDIR(status.st_mode) ? "sync-folder " : "sync-file ";
-    return FileCalls::Sync(fd);
-  }
-  int Rename(const char* from, const char* to) override {
-    notes += "rename ";
-    return FileCalls::Rename(from, to);
-  }
-  int Unlink(const char* path) override {
-    notes += "unlink ";
-    return FileCalls::Unlink(path);
-  }
-
-  std::string notes;
-};
-
 TEST_F(StateFolderTest, AFileIsOnTheDiskBeforeItIsRenamedAndItsFolderAfter) {
-  NotingCalls calls;
+  std::string notes;
+  HookedCalls calls;
+  calls.hook = [&notes](const std::string& call) {
+    notes += call + " ";
+    return true;
+  };
   StateFolder folder(path(), &calls);
   folder.Write("running.xml", "<a/>");
-  EXPECT_EQ(calls.notes, "open write sync-file rename sync-folder ");
-  calls.notes.clear();
+  EXPECT_EQ(notes, "open write sync-file rename sync-folder ");
+  notes.clear();
   folder.WriteAndRemove("running.xml", "<a/>", {"candidate.xml"});
-  EXPECT_EQ(calls.notes, "open write sync-file rename unlink sync-folder ");
-  calls.notes.clear();
+  EXPECT_EQ(notes, "open write sync-file rename unlink sync-folder ");
+  notes.clear();
   folder.Remove("running.xml");
-  EXPECT_EQ(calls.notes, "unlink sync-folder ");
+  EXPECT_EQ(notes, "unlink sync-folder ");
 }
 
 }  // namespace

@@ -4,11 +4,15 @@
 #define TESTS_SERVER_STORE_STORE_FIXTURES_H_
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -146,14 +150,97 @@ inline std::string Text(const std::vector<ipav::store::RpcError>& errors) {
   return text;
 }
 
-// The state of one server, which may be restarted.
+// The system calls, each after a hook.
+class HookedCalls : public ipav::store::FileCalls {
+ public:
+  // Gets the name of the call. With false, the call is not made and fails.
+  std::function<bool(const std::string& call)> hook = [](const auto&) {
+    return true;
+  };
+
+  int Open(const char* path, int flags, unsigned mode) override {
+    return hook("open") ? FileCalls::Open(path, flags, mode) : -1;
+  }
+  long Write(int fd, const void* bytes, std::size_t count) override {
+    if (hook("write")) return FileCalls::Write(fd, bytes, count);
+    // A part may have been written.
+    static_cast<void>(FileCalls::Write(fd, bytes, count / 2));
+    errno = ENOSPC;
+    return -1;
+  }
+  int Sync(int fd) override {
+    struct stat status {};
+    EXPECT_EQ(fstat(fd, &status), 0);
+    const bool is_folder = S_ISDIR(status.st_mode);
+    return hook(is_folder ? "sync-folder" : "sync-file") ? FileCalls::Sync(fd)
+                                                         : -1;
+  }
+  int Rename(const char* from, const char* to) override {
+    return hook("rename") ? FileCalls::Rename(from, to) : -1;
+  }
+  int Unlink(const char* path) override {
+    return hook("unlink") ? FileCalls::Unlink(path) : -1;
+  }
+};
+
+// Fails, or kills the process, at call `number` from now on, and at the next
+// ones of `times`.
+class Failures : public HookedCalls {
+ public:
+  Failures() {
+    hook = [this](const auto&) { return !Fails(); };
+  }
+
+  void FailAt(int number, int times = 1) {
+    first_ = calls_ + number;
+    times_ = times;
+  }
+  void KillAt(int number) {
+    kills_ = true;
+    FailAt(number);
+  }
+  void Stop() { FailAt(0, 0); }
+  bool has_failed() const { return calls_ > first_; }
+
+ private:
+  bool Fails() {
+    const int number = calls_++;
+    if (number < first_ || number >= first_ + times_) return false;
+    if (kills_) raise(SIGKILL);
+    errno = ENOSPC;
+    return true;
+  }
+
+  int calls_ = 0;
+  int first_ = 0;
+  int times_ = 0;
+  bool kills_ = false;
+};
+
+// What a server runs on.
+struct Setting {
+  const ipav::datastore::Model& model = *SmallModel();
+  std::string plugin = PluginFile("obeys_opaque");
+  ipav::base::TimeLimit limit = std::chrono::milliseconds(500);
+  std::string startup = "";  // startup.xml at the first start, if not empty
+  ipav::store::FileCalls* calls = nullptr;
+};
+
+// The state of one server, which may be restarted. A confirmed commit ends by
+// Pass() and CheckTime().
 class Server {
  public:
-  explicit Server(const std::string& plugin = "obeys_opaque",
-                  ipav::store::FileCalls* calls = nullptr)
-      : plugin_(PluginFile(plugin)), calls_(calls) {
+  explicit Server(Setting setting = {}) : setting_(std::move(setting)) {
+    UsePlugin(setting_.plugin);
+    if (!setting_.startup.empty()) {
+      std::filesystem::create_directory(path());
+      dir_.Write("state/startup.xml", setting_.startup);
+    }
     Start();
   }
+  explicit Server(ipav::store::FileCalls* calls)
+      : Server(Setting{*SmallModel(), PluginFile("obeys_opaque"),
+                       std::chrono::milliseconds(500), "", calls}) {}
 
   // Ends it as a kill would, as far as a test in one process can.
   void Stop() {
@@ -162,10 +249,10 @@ class Server {
   }
 
   void Start() {
-    folder_ = std::make_unique<ipav::store::StateFolder>(path(), calls_);
+    folder_ =
+        std::make_unique<ipav::store::StateFolder>(path(), setting_.calls);
     datastores_ = std::make_unique<ipav::store::Datastores>(
-        ipav::store::CommitGate(*SmallModel(),
-                                {plugin_, std::chrono::milliseconds(500)}),
+        ipav::store::CommitGate(setting_.model, {link(), setting_.limit}),
         folder_.get(), [this] { return now_; });
   }
 
@@ -174,8 +261,11 @@ class Server {
     Start();
   }
 
-  // From the next start on.
-  void UsePlugin(const std::string& plugin) { plugin_ = PluginFile(plugin); }
+  // From the next commit on.
+  void UsePlugin(const std::string& file) const {
+    std::filesystem::remove(link());
+    std::filesystem::create_symlink(file, link());
+  }
 
   ipav::store::Datastores& operator*() { return *datastores_; }
   ipav::store::Datastores* operator->() { return datastores_.get(); }
@@ -234,9 +324,10 @@ class Server {
   }
 
  private:
+  std::string link() const { return dir_.path() + "/plugin.so"; }
+
+  const Setting setting_;
   host_test::TempDir dir_;
-  std::string plugin_;
-  ipav::store::FileCalls* calls_;
   ipav::store::TimePoint now_{};
   std::unique_ptr<ipav::store::StateFolder> folder_;
   std::unique_ptr<ipav::store::Datastores> datastores_;

@@ -5,28 +5,24 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
-#include "ipavd/store/datastores.h"
-#include "tests/host/fixtures.h"
+#include "tests/ipavd/store/store_fixtures.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 using host_test::ProjectModel;
-using host_test::TempDir;
 using ipav::commit::Answer;
 using ipav::commit::Outcome;
 using ipav::commit::Verdict;
 using ipav::datastore::DataTree;
-using ipav::store::CommitGate;
 using ipav::store::CommitRequest;
 using ipav::store::Datastore;
 using ipav::store::Datastores;
@@ -35,11 +31,14 @@ using ipav::store::InlineConfig;
 using ipav::store::Operation;
 using ipav::store::Result;
 using ipav::store::RpcError;
-using ipav::store::StateError;
 using ipav::store::StateFolder;
 using ipav::store::TestOption;
 using ipav::store::TextOf;
+using store_test::Server;
+using store_test::Text;
 
+constexpr Datastore kRunning = Datastore::kRunning;
+constexpr Datastore kCandidate = Datastore::kCandidate;
 constexpr const char* kExamples = IPAV_EXAMPLES "/branch-router/";
 
 // For texts that a validation point says.
@@ -85,59 +84,14 @@ const std::vector<Example>& Examples() {
   return kAll;
 }
 
-std::string RunningXml() { return TextOf(RunningTree().FirstChild(nullptr)); }
+// A server that runs the example.
+store_test::Setting Router(const std::string& plugin = IPAV_PLUGIN) {
+  return {ProjectModel(), plugin, kLimit,
+          TextOf(RunningTree().FirstChild(nullptr))};
+}
 
-// A server whose plug-in can be replaced while it runs.
-class Router {
- public:
-  explicit Router(const std::string& plugin = IPAV_PLUGIN) {
-    UsePlugin(plugin);
-    fs::create_directory(path());
-    std::ofstream(path() + "/startup.xml") << RunningXml();
-    Start();
-  }
-
-  void UsePlugin(const std::string& plugin) {
-    std::error_code none;
-    fs::remove(link(), none);
-    fs::create_symlink(plugin, link());
-  }
-
-  void Stop() {
-    datastores_.reset();
-    folder_.reset();
-  }
-
-  void Start() {
-    Stop();
-    folder_ = std::make_unique<StateFolder>(path());
-    datastores_ = std::make_unique<Datastores>(
-        CommitGate(ProjectModel(), {link(), kLimit}), folder_.get(),
-        [this] { return now_; });
-  }
-
-  void Pass(std::chrono::seconds time) { now_ += time; }
-
-  Datastores* operator->() { return datastores_.get(); }
-  StateFolder& folder() { return *folder_; }
-  std::string path() const { return dir_.path() + "/state"; }
-  std::string running() const {
-    return TextOf(datastores_->Tree(Datastore::kRunning));
-  }
-
- private:
-  std::string link() const { return dir_.path() + "/plugin.so"; }
-
-  TempDir dir_;
-  ipav::store::TimePoint now_{};
-  std::unique_ptr<StateFolder> folder_;
-  std::unique_ptr<Datastores> datastores_;
-};
-
-void SetCandidate(Router* router, const std::string& xml) {
-  const Result error =
-      (*router)->CopyConfig(1, InlineConfig{xml}, Datastore::kCandidate);
-  ASSERT_FALSE(error.has_value()) << error->message;
+void SetCandidate(Datastores* datastores, const std::string& xml) {
+  EXPECT_EQ(Text(datastores->CopyConfig(1, InlineConfig{xml}, kCandidate)), "");
 }
 
 std::string InWords(const Result& error) {
@@ -148,127 +102,110 @@ std::string InWords(const Result& error) {
 void ExpectPathIsThere(const Result& error, const Datastores& datastores) {
   if (!error.has_value()) return;
   ly_set* nodes = nullptr;
-  EXPECT_EQ(lyd_find_xpath(datastores.Tree(Datastore::kCandidate),
-                           error->path.c_str(), &nodes),
-            LY_SUCCESS)
+  EXPECT_EQ(
+      lyd_find_xpath(datastores.Tree(kCandidate), error->path.c_str(), &nodes),
+      LY_SUCCESS)
       << error->path;
   ASSERT_NE(nodes, nullptr);
   EXPECT_GT(nodes->count, 0U) << error->path;
   ly_set_free(nodes, nullptr);
 }
 
+Result ReplaceBy(Datastores* datastores, const std::string& xml,
+                 EditRequest request) {
+  request.default_operation = Operation::kReplace;
+  request.config = xml;
+  const std::vector<RpcError> errors = datastores->Edit(1, request);
+  return errors.empty() ? Result() : Result(errors[0]);
+}
+
+CommitRequest Confirmed() {
+  CommitRequest request;
+  request.confirmed = true;
+  return request;
+}
+
 // Takes a configuration into running, or says why not.
 struct Way {
   const char* name;
   bool only_validates;
-  std::function<Result(Router*, const std::string&)> take;
+  std::function<Result(Datastores*, const std::string&)> take;
 };
-
-Result ReplaceBy(Router* router, const std::string& xml,
-                 const EditRequest& what) {
-  EditRequest request = what;
-  request.default_operation = Operation::kReplace;
-  request.config = xml;
-  const std::vector<RpcError> errors = (*router)->Edit(1, request);
-  return errors.empty() ? Result() : Result(errors[0]);
-}
 
 const std::vector<Way>& Ways() {
   static const std::vector<Way> kAll = {
       {"commit", false,
-       [](Router* router, const std::string& xml) {
-         SetCandidate(router, xml);
-         Result error = (*router)->Commit(1);
-         ExpectPathIsThere(error, *router->operator->());
+       [](auto* datastores, const auto& xml) {
+         SetCandidate(datastores, xml);
+         Result error = datastores->Commit(1);
+         ExpectPathIsThere(error, *datastores);
          return error;
        }},
       {"confirmed commit", false,
-       [](Router* router, const std::string& xml) {
-         SetCandidate(router, xml);
-         CommitRequest request;
-         request.confirmed = true;
-         return (*router)->Commit(1, request);
+       [](auto* datastores, const auto& xml) {
+         SetCandidate(datastores, xml);
+         return datastores->Commit(1, Confirmed());
        }},
       {"validate of the candidate", true,
-       [](Router* router, const std::string& xml) {
-         SetCandidate(router, xml);
-         return (*router)->Validate(Datastore::kCandidate);
+       [](auto* datastores, const auto& xml) {
+         SetCandidate(datastores, xml);
+         return datastores->Validate(kCandidate);
        }},
       {"validate of a configuration", true,
-       [](Router* router, const std::string& xml) {
-         return (*router)->Validate(InlineConfig{xml});
+       [](auto* datastores, const auto& xml) {
+         return datastores->Validate(InlineConfig{xml});
        }},
       {"copy of a configuration", false,
-       [](Router* router, const std::string& xml) {
-         return (*router)->CopyConfig(1, InlineConfig{xml},
-                                      Datastore::kRunning);
+       [](auto* datastores, const auto& xml) {
+         return datastores->CopyConfig(1, InlineConfig{xml}, kRunning);
        }},
       {"copy of the candidate", false,
-       [](Router* router, const std::string& xml) {
-         SetCandidate(router, xml);
-         return (*router)->CopyConfig(1, Datastore::kCandidate,
-                                      Datastore::kRunning);
+       [](auto* datastores, const auto& xml) {
+         SetCandidate(datastores, xml);
+         return datastores->CopyConfig(1, kCandidate, kRunning);
        }},
       {"copy of startup", false,
-       [](Router* router, const std::string& xml) {
-         EXPECT_EQ(InWords((*router)->CopyConfig(1, InlineConfig{xml},
-                                                 Datastore::kStartup)),
+       [](auto* datastores, const auto& xml) {
+         const Datastore startup = Datastore::kStartup;
+         EXPECT_EQ(Text(datastores->CopyConfig(1, InlineConfig{xml}, startup)),
                    "");
-         return (*router)->CopyConfig(1, Datastore::kStartup,
-                                      Datastore::kRunning);
+         return datastores->CopyConfig(1, startup, kRunning);
        }},
       {"edit of running", false,
-       [](Router* router, const std::string& xml) {
+       [](auto* datastores, const auto& xml) {
          EditRequest request;
-         request.target = Datastore::kRunning;
-         return ReplaceBy(router, xml, request);
+         request.target = kRunning;
+         return ReplaceBy(datastores, xml, request);
        }},
       {"test of an edit", true,
-       [](Router* router, const std::string& xml) {
+       [](auto* datastores, const auto& xml) {
          EditRequest request;
          request.test_option = TestOption::kTestOnly;
-         return ReplaceBy(router, xml, request);
+         return ReplaceBy(datastores, xml, request);
        }},
   };
   return kAll;
 }
 
-void ExpectVerdictOfCheck(const Way& way) {
-  Router router;
-  const std::string running = router.running();
-  std::size_t refused = 0;
-  for (const Example& example : Examples()) {
-    SCOPED_TRACE(example.name);
-    const Result error = way.take(&router, example.xml);
-    EXPECT_EQ(InWords(error), example.refusal);
-    if (error.has_value()) ++refused;
-    const bool is_in = !error.has_value() && !way.only_validates;
-    EXPECT_EQ(router.running(), is_in ? example.xml : running);
-    if (!is_in) continue;
-    // The next example starts from the same configuration again.
-    router.Stop();
-    fs::remove_all(router.path());
-    fs::create_directory(router.path());
-    std::ofstream(router.path() + "/startup.xml") << RunningXml();
-    router.Start();
-  }
-  EXPECT_EQ(refused, 27U);
-}
-
 TEST(VerdictTest, OfEachOperationIsThatOfCheck) {
   for (const Way& way : Ways()) {
     SCOPED_TRACE(way.name);
-    ExpectVerdictOfCheck(way);
-  }
-}
-
-// What a start says; empty: it succeeds.
-std::string StartErrorOf(Router* router) {
-  try {
-    router->Start();
-    return "";
-  } catch (const StateError& error) {
-    return error.what();
+    std::optional<Server> router;
+    std::size_t refused = 0;
+    for (const Example& example : Examples()) {
+      SCOPED_TRACE(example.name);
+      if (!router.has_value()) router.emplace(Router());
+      const std::string running = TextOf((*router)->Tree(kRunning));
+      const Result error = way.take(&**router, example.xml);
+      EXPECT_EQ(InWords(error), example.refusal);
+      if (error.has_value()) ++refused;
+      const bool is_in = !error.has_value() && !way.only_validates;
+      EXPECT_EQ(TextOf((*router)->Tree(kRunning)),
+                is_in ? example.xml : running);
+      // The next example starts from the same configuration again.
+      if (is_in) router.reset();
+    }
+    EXPECT_EQ(refused, 27U);
   }
 }
 
@@ -276,7 +213,7 @@ std::string StartErrorOf(Router* router) {
 TEST(VerdictTest, OfAStartIsThatOfCheckWithoutARunningConfiguration) {
   for (const bool has_running : {true, false}) {
     SCOPED_TRACE(has_running ? "running.xml" : "startup.xml");
-    Router router;
+    Server router(Router());
     std::size_t refused = 0;
     for (const Example& example : Examples()) {
       SCOPED_TRACE(example.name);
@@ -286,13 +223,13 @@ TEST(VerdictTest, OfAStartIsThatOfCheckWithoutARunningConfiguration) {
         if (!has_running) folder.Remove("running.xml");
         folder.Write(has_running ? "running.xml" : "startup.xml", example.xml);
       }
-      const std::string error = StartErrorOf(&router);
       if (example.refusal_of_all.empty()) {
-        ASSERT_EQ(error, "");
-        EXPECT_EQ(router.running(), example.xml);
+        router.Start();
+        EXPECT_EQ(TextOf(router->Tree(kRunning)), example.xml);
         continue;
       }
       ++refused;
+      const std::string error = router.StartError();
       const std::string& refusal = example.refusal_of_all;
       EXPECT_TRUE(host_test::Contains(
           error, "is refused: " + refusal.substr(refusal.find(": ") + 2)));
@@ -305,44 +242,42 @@ TEST(VerdictTest, OfAStartIsThatOfCheckWithoutARunningConfiguration) {
 // replaced by a stricter one.
 class RollbackTest : public testing::Test {
  protected:
-  // obeys_opaque knows none of the validation points of this model.
-  RollbackTest()
-      : router_(std::string(IPAV_TEST_PLUGINS) + "/obeys_opaque.so") {
+  RollbackTest() {
     const DataTree bad = DataTree::FromFile(
         ProjectModel(),
         std::string(kExamples) + "ra-min-above-three-quarters.xml");
     bad_ = TextOf(bad.FirstChild(nullptr));
-    good_ = router_.running();
-    SetCandidate(&router_, bad_);
-    EXPECT_EQ(InWords(router_->Commit(1)), "");
-    SetCandidate(&router_, good_);
-    CommitRequest request;
-    request.confirmed = true;
-    EXPECT_EQ(InWords(router_->Commit(1, request)), "");
-    EXPECT_EQ(router_.running(), good_);
-    static_cast<void>(router_->TakeNotices());
+    good_ = running();
+    SetCandidate(&*router_, bad_);
+    EXPECT_EQ(Text(router_->Commit(1)), "");
+    SetCandidate(&*router_, good_);
+    EXPECT_EQ(Text(router_->Commit(1, Confirmed())), "");
+    EXPECT_EQ(running(), good_);
+    router_.Notices();
   }
+
+  std::string running() { return TextOf(router_->Tree(kRunning)); }
 
   void ExpectItStays() {
-    EXPECT_EQ(router_.running(), good_);
-    router_.Start();
-    EXPECT_EQ(router_.running(), good_);
+    EXPECT_EQ(running(), good_);
+    router_.Restart();
+    EXPECT_EQ(running(), good_);
   }
 
-  Router router_;
+  // obeys_opaque knows none of the validation points of this model.
+  Server router_{Router(store_test::PluginFile("obeys_opaque"))};
   std::string bad_;
   std::string good_;
 };
 
 TEST_F(RollbackTest, SucceedsWithThePluginThatAcceptedIt) {
   EXPECT_EQ(InWords(router_->CancelCommit(1)), "");
-  EXPECT_EQ(router_.running(), bad_);
+  EXPECT_EQ(running(), bad_);
 }
 
 TEST_F(RollbackTest, IsRefusedToCancelCommit) {
   router_.UsePlugin(IPAV_PLUGIN);
-  const Result error = router_->CancelCommit(1);
-  EXPECT_EQ(InWords(error),
+  EXPECT_EQ(InWords(router_->CancelCommit(1)),
             "validate_ipv6_nd_ra_interval: Minimum interval must be no greater "
             "than maximum interval * 0.75");
   EXPECT_TRUE(router_->Deadline().has_value());
@@ -353,11 +288,10 @@ TEST_F(RollbackTest, IsRefusedWhenTheTimeIsOver) {
   router_.UsePlugin(IPAV_PLUGIN);
   router_.Pass(std::chrono::seconds(600));
   router_->CheckTime();
-  EXPECT_EQ(router_->TakeNotices(),
-            std::vector<std::string>{
-                "the confirmed commit stays, although it was not confirmed in "
-                "time: Minimum interval must be no greater than maximum "
-                "interval * 0.75"});
+  EXPECT_EQ(router_.Notices(),
+            "the confirmed commit stays, although it was not confirmed in "
+            "time: Minimum interval must be no greater than maximum interval * "
+            "0.75\n");
   EXPECT_FALSE(router_->Deadline().has_value());
   ExpectItStays();
 }
@@ -370,7 +304,7 @@ TEST_F(RollbackTest, IsRefusedWhenTheSessionEnds) {
 
 TEST_F(RollbackTest, IsRefusedAtARestart) {
   router_.UsePlugin(IPAV_PLUGIN);
-  router_.Start();
+  router_.Restart();
   ExpectItStays();
 }
 

@@ -1,9 +1,7 @@
 #include "ipavd/store/state_folder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,8 +10,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/ipavd/store/store_fixtures.h"
 
@@ -26,10 +25,14 @@ using host_test::TempDir;
 using ipav::store::FileCalls;
 using ipav::store::StateError;
 using ipav::store::StateFolder;
+using ipav::testing::ReadFile;
 using store_test::Failures;
 using store_test::HookedCalls;
 using store_test::InChild;
 
+constexpr const char* kRunning = "running.xml";
+
+// The text of a StateError; empty for none.
 template <typename Body>
 std::string StateErrorOf(const Body& body) {
   try {
@@ -37,246 +40,192 @@ std::string StateErrorOf(const Body& body) {
   } catch (const StateError& error) {
     return error.what();
   }
-  ADD_FAILURE() << "no StateError";
   return "";
 }
 
-std::string BytesOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::stringstream text;
-  text << stream.rdbuf();
-  return text.str();
+std::string OpenError(const std::string& path) {
+  return StateErrorOf([&] { StateFolder folder(path); });
 }
 
 class StateFolderTest : public testing::Test {
  protected:
-  std::string path() const { return dir_.path() + "/state"; }
+  std::string ReadError(const std::string& name) const {
+    return StateErrorOf([&] { static_cast<void>(folder_->Read(name)); });
+  }
 
- private:
-  TempDir dir_;
+  // Writes a file past the folder.
+  void WriteBytes(const std::string& name, const std::string& bytes) const {
+    static_cast<void>(dir_.Write("state/" + name, bytes));
+  }
+
+  const TempDir dir_;
+  const std::string path_ = dir_.path() + "/state";
+  std::optional<StateFolder> folder_{path_};
+  const std::string file_ = path_ + "/" + kRunning;
 };
 
-TEST_F(StateFolderTest, WhatIsWrittenIsRead) {
-  StateFolder folder(path());
+TEST_F(StateFolderTest, ReadsWhatWasWritten) {
+  EXPECT_EQ(folder_->Read(kRunning), std::nullopt);
   for (const std::string& text :
        {std::string(), std::string("<a/>\n"), std::string("a\0b\n\n", 5),
         std::string(1000000, 'x')}) {
-    folder.Write("running.xml", text);
-    EXPECT_EQ(folder.Read("running.xml"), text);
+    folder_->Write(kRunning, text);
+    EXPECT_EQ(folder_->Read(kRunning), text);
+    folder_.emplace(path_);
+    EXPECT_EQ(folder_->Read(kRunning), text);
   }
 }
 
-TEST_F(StateFolderTest, WhatIsWrittenIsThereForTheNextServer) {
-  { StateFolder(path()).Write("running.xml", "<a/>"); }
-  EXPECT_EQ(StateFolder(path()).Read("running.xml"), "<a/>");
-}
-
-TEST_F(StateFolderTest, AFileThatIsNotThereIsNone) {
-  EXPECT_EQ(StateFolder(path()).Read("running.xml"), std::nullopt);
-}
-
-TEST_F(StateFolderTest, FolderAndFilesAreForTheirOwnerOnly) {
+TEST_F(StateFolderTest, IsForItsOwnerOnly) {
+  folder_.reset();
+  fs::remove_all(path_);
   const mode_t old_mask = umask(0);
-  StateFolder folder(path());
-  folder.Write("running.xml", "<a/>");
+  folder_.emplace(path_);
+  folder_->Write(kRunning, "<a/>");
   umask(old_mask);
   const auto mode_of = [](const std::string& file) {
     struct stat status {};
     EXPECT_EQ(stat(file.c_str(), &status), 0);
     return status.st_mode & 07777;
   };
-  EXPECT_EQ(mode_of(path()), 0700U);
-  EXPECT_EQ(mode_of(folder.FileOf("running.xml")), 0600U);
-  EXPECT_EQ(mode_of(folder.FileOf("lock")), 0600U);
+  EXPECT_EQ(mode_of(path_), 0700U);
+  EXPECT_EQ(mode_of(file_), 0600U);
+  EXPECT_EQ(mode_of(folder_->FileOf("lock")), 0600U);
 }
 
-TEST_F(StateFolderTest, RemovedFilesAreGoneAndNeedNotBeThere) {
-  StateFolder folder(path());
-  folder.Write("startup.xml", "<a/>");
-  folder.Remove("startup.xml");
-  EXPECT_EQ(folder.Read("startup.xml"), std::nullopt);
-  folder.Remove("startup.xml");
+TEST_F(StateFolderTest, RemovesFilesThatMayBeMissing) {
+  folder_->Write("startup.xml", "<a/>");
+  folder_->Remove("startup.xml");
+  EXPECT_EQ(folder_->Read("startup.xml"), std::nullopt);
+  folder_->Remove("startup.xml");
+  folder_->Write("candidate.xml", "<a/>");
+  folder_->WriteAndRemove(kRunning, "<b/>", {"none", "candidate.xml"});
+  EXPECT_EQ(folder_->Read(kRunning), "<b/>");
+  EXPECT_EQ(folder_->Read("candidate.xml"), std::nullopt);
 }
 
-TEST_F(StateFolderTest, OneFileReplacesAnother) {
-  StateFolder folder(path());
-  folder.Write("candidate.xml", "<a/>");
-  folder.WriteAndRemove("running.xml", "<b/>", {"candidate.xml"});
-  EXPECT_EQ(folder.Read("running.xml"), "<b/>");
-  EXPECT_EQ(folder.Read("candidate.xml"), std::nullopt);
-}
-
-TEST_F(StateFolderTest, AFileIsXmlForOthers) {
-  StateFolder folder(path());
-  folder.Write("running.xml", "<a/>");
-  const std::string bytes = BytesOf(folder.FileOf("running.xml"));
+TEST_F(StateFolderTest, WritesFilesThatAreXml) {
+  folder_->Write(kRunning, "<a/>");
+  const std::string bytes = ReadFile(file_);
   EXPECT_EQ(bytes.substr(0, 5), "<!-- ");
   EXPECT_EQ(bytes.substr(bytes.find('\n') - 4), " -->\n<a/>");
 }
 
 // Damage.
 
-TEST_F(StateFolderTest, EveryByteThatIsAnotherOneIsNoticed) {
-  StateFolder folder(path());
-  folder.Write("running.xml", "<a>text</a>");
-  const std::string file = folder.FileOf("running.xml");
-  const std::string bytes = BytesOf(file);
+TEST_F(StateFolderTest, RefusesAFileWithAnotherByteOrWithoutItsEnd) {
+  folder_->Write(kRunning, "<a>text</a>\n<b/>\n");
+  const std::string bytes = ReadFile(file_);
+  std::vector<std::string> all_damaged = {bytes + "\n"};
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     std::string damaged = bytes;
     damaged[i] = static_cast<char>(damaged[i] ^ 1);
-    std::ofstream(file, std::ios::binary) << damaged;
-    EXPECT_TRUE(Contains(
-        StateErrorOf([&] { static_cast<void>(folder.Read("running.xml")); }),
-        file + ": is damaged, or was changed by hand"))
-        << "byte " << i;
+    all_damaged.push_back(damaged);
+    all_damaged.push_back(bytes.substr(0, i));
+  }
+  for (const std::string& damaged : all_damaged) {
+    WriteBytes(kRunning, damaged);
+    EXPECT_EQ(ReadError(kRunning),
+              file_ +
+                  ": is damaged, or was changed by hand: its first line does "
+                  "not match the rest")
+        << damaged;
   }
 }
 
-TEST_F(StateFolderTest, AFileCutOffAnywhereIsNoticed) {
-  StateFolder folder(path());
-  folder.Write("running.xml", "<a/>\n<b/>\n");
-  const std::string file = folder.FileOf("running.xml");
-  const std::string bytes = BytesOf(file);
-  for (std::size_t size = 0; size < bytes.size(); ++size) {
-    std::ofstream(file, std::ios::binary) << bytes.substr(0, size);
-    EXPECT_TRUE(Contains(
-        StateErrorOf([&] { static_cast<void>(folder.Read("running.xml")); }),
-        "is damaged"))
-        << size << " bytes";
-  }
-  std::ofstream(file, std::ios::binary) << bytes << "\n";
-  StateErrorOf([&] { static_cast<void>(folder.Read("running.xml")); });
+TEST_F(StateFolderTest, ReadsAFileOfSomebodyElseOnlyWhereThatIsAllowed) {
+  const char* name = "startup.xml";
+  EXPECT_EQ(folder_->ReadOfAnyone(name), std::nullopt);
+  WriteBytes(name, "<a/>\n");
+  EXPECT_EQ(folder_->ReadOfAnyone(name), "<a/>\n");
+  EXPECT_TRUE(Contains(ReadError(name), "is damaged"));
+  folder_->Write(name, "<b/>");
+  EXPECT_EQ(folder_->ReadOfAnyone(name), "<b/>");
+  const std::string bytes = ReadFile(folder_->FileOf(name));
+  WriteBytes(name, bytes.substr(0, bytes.size() - 1));
+  EXPECT_TRUE(Contains(StateErrorOf([&] { folder_->ReadOfAnyone(name); }),
+                       "is damaged"));
 }
 
-TEST_F(StateFolderTest, AFileOfSomebodyElseIsReadWhereThatIsAllowed) {
-  StateFolder folder(path());
-  const std::string file = folder.FileOf("startup.xml");
-  EXPECT_EQ(folder.ReadOfAnyone("startup.xml"), std::nullopt);
-  std::ofstream(file, std::ios::binary) << "<a/>\n";
-  EXPECT_EQ(folder.ReadOfAnyone("startup.xml"), "<a/>\n");
-  StateErrorOf([&] { static_cast<void>(folder.Read("startup.xml")); });
-  folder.Write("startup.xml", "<b/>");
-  EXPECT_EQ(folder.ReadOfAnyone("startup.xml"), "<b/>");
-  const std::string bytes = BytesOf(file);
-  std::ofstream(file, std::ios::binary) << bytes.substr(0, bytes.size() - 1);
-  StateErrorOf([&] { static_cast<void>(folder.ReadOfAnyone("startup.xml")); });
-}
-
-TEST_F(StateFolderTest, WhatIsNoFileIsRefused) {
-  StateFolder folder(path());
-  fs::create_directory(folder.FileOf("running.xml"));
-  ASSERT_EQ(mkfifo(folder.FileOf("startup.xml").c_str(), 0600), 0);
-  fs::create_symlink("/etc/passwd", folder.FileOf("candidate.xml"));
-  for (const char* name : {"running.xml", "startup.xml", "candidate.xml"}) {
-    EXPECT_EQ(StateErrorOf([&] { static_cast<void>(folder.Read(name)); }),
-              folder.FileOf(name) + ": is no regular file");
+TEST_F(StateFolderTest, ReadsOnlyRegularFiles) {
+  fs::create_directory(file_);
+  ASSERT_EQ(mkfifo(folder_->FileOf("startup.xml").c_str(), 0600), 0);
+  fs::create_symlink("/etc/passwd", folder_->FileOf("candidate.xml"));
+  for (const char* name : {kRunning, "startup.xml", "candidate.xml"}) {
+    EXPECT_EQ(ReadError(name), folder_->FileOf(name) + ": is no regular file");
   }
 }
 
-// What others than root meet. A child gives up its rights for it.
-TEST_F(StateFolderTest, WhatMayNotBeReadOrWrittenIsRefused) {
+// For others than root. A child gives up its rights for it.
+TEST_F(StateFolderTest, ReportsMissingPermissions) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   constexpr uid_t kNobody = 65534;
-  fs::permissions(fs::path(path()).parent_path(), fs::perms::all);
-  {
-    StateFolder folder(path());
-    folder.Write("running.xml", "<a/>");
-    fs::permissions(folder.FileOf("running.xml"), fs::perms::none);
-    ASSERT_EQ(chown(path().c_str(), kNobody, kNobody), 0);
-    ASSERT_EQ(chown(folder.FileOf("lock").c_str(), kNobody, kNobody), 0);
+  fs::permissions(dir_.path(), fs::perms::all);
+  folder_->Write(kRunning, "<a/>");
+  folder_.reset();
+  fs::permissions(file_, fs::perms::none);
+  for (const std::string& owned : {path_, path_ + "/lock"}) {
+    ASSERT_EQ(chown(owned.c_str(), kNobody, kNobody), 0);
   }
-  const auto status = InChild([&] {
+  const int status = InChild([&] {
     if (setuid(kNobody) != 0) _exit(1);
-    try {
-      StateFolder folder(path());
-      try {
-        static_cast<void>(folder.Read("running.xml"));
-        _exit(2);
-      } catch (const StateError& error) {
-        if (!Contains(error.what(), "Permission denied")) _exit(3);
-      }
-      if (chmod(path().c_str(), 0500) != 0) _exit(4);
-      folder.Write("startup.xml", "<a/>");
-      _exit(5);
-    } catch (const StateError& error) {
-      _exit(std::string(error.what()) ==
-                    path() +
-                        "/startup.xml: cannot be written: Permission denied"
-                ? 0
-                : 6);
-    }
+    folder_.emplace(path_);
+    if (!Contains(ReadError(kRunning), "Permission denied")) _exit(2);
+    if (chmod(path_.c_str(), 0500) != 0) _exit(3);
+    const std::string error =
+        StateErrorOf([&] { folder_->Write("startup.xml", "<a/>"); });
+    const std::string expected =
+        path_ + "/startup.xml: cannot be written: Permission denied";
+    if (error != expected) _exit(4);
   });
   EXPECT_EQ(status, 0) << "exit status " << WEXITSTATUS(status);
 }
 
-TEST_F(StateFolderTest, AFolderThatCannotBeMadeIsRefused) {
-  EXPECT_EQ(StateErrorOf([&] { StateFolder(path() + "/no/folder"); }),
-            path() +
+TEST_F(StateFolderTest, ThatCannotBeMadeIsRefused) {
+  EXPECT_EQ(OpenError(path_ + "/no/folder"),
+            path_ +
                 "/no/folder: cannot keep the datastores: No such file or "
                 "directory");
-  const TempDir dir;
-  const std::string file = dir.Write("file", "");
-  EXPECT_EQ(StateErrorOf([&] { StateFolder folder(file); }),
+  const std::string file = dir_.Write("file", "");
+  EXPECT_EQ(OpenError(file),
             file + ": cannot keep the datastores: Not a directory");
 }
 
 // The lock.
 
-TEST_F(StateFolderTest, ASecondServerIsKeptOut) {
-  StateFolder folder(path());
-  EXPECT_EQ(StateErrorOf([&] { StateFolder second(path()); }),
-            path() + ": is in use by another server, process " +
-                std::to_string(getpid()));
-  const int status = InChild([&] {
-    try {
-      StateFolder second(path());
-    } catch (const StateError&) {
-      _exit(7);
-    }
-  });
+TEST_F(StateFolderTest, KeepsASecondServerOut) {
+  const std::string error = path_ + ": is in use by another server, process " +
+                            std::to_string(getpid());
+  EXPECT_EQ(OpenError(path_), error);
+  // Also after a child has ended, which had a copy of the lock, and from
+  // another process.
+  const int status = InChild([&] { _exit(OpenError(path_) == error ? 7 : 0); });
   EXPECT_EQ(WEXITSTATUS(status), 7);
+  EXPECT_EQ(OpenError(path_), error);
+  folder_.reset();
+  EXPECT_EQ(OpenError(path_), "");
 }
 
-TEST_F(StateFolderTest, TheLockGoesWithTheFolder) {
-  { StateFolder folder(path()); }
-  StateFolder folder(path());
-}
-
-TEST_F(StateFolderTest, TheLockGoesWithAProcessThatIsKilled) {
-  const int status = InChild([&] {
-    StateFolder folder(path());
-    raise(SIGKILL);
-  });
-  ASSERT_TRUE(WIFSIGNALED(status));
-  StateFolder folder(path());
-}
-
-// Of a server that is killed, and so cannot unlock anything.
-TEST_F(StateFolderTest, AChildThatOutlivesTheServerDoesNotKeepTheLock) {
+// A killed server cannot unlock anything.
+TEST_F(StateFolderTest, IsUnlockedWhenItsServerIsKilledEvenIfAChildLives) {
+  folder_.reset();
   int ready[2];
   int lifeline[2];
   ASSERT_EQ(pipe(ready), 0);
   ASSERT_EQ(pipe(lifeline), 0);
   char byte = 0;
   const int status = InChild([&] {
-    StateFolder folder(path());
+    StateFolder folder(path_);
     if (fork() != 0) raise(SIGKILL);
     close(lifeline[1]);
     static_cast<void>(write(ready[1], &byte, 1) == 1);
-    static_cast<void>(read(lifeline[0], &byte, 1) ==
-                      0);  // until the test's end
+    // Until the end of the test.
+    static_cast<void>(read(lifeline[0], &byte, 1) == 0);
   });
   ASSERT_TRUE(WIFSIGNALED(status));
   ASSERT_EQ(read(ready[0], &byte, 1), 1);
-  { StateFolder folder(path()); }
+  EXPECT_EQ(OpenError(path_), "");
   for (const int fd : {ready[0], ready[1], lifeline[0], lifeline[1]}) close(fd);
-}
-
-TEST_F(StateFolderTest, AChildThatEndsDoesNotTakeTheLockAway) {
-  StateFolder folder(path());
-  EXPECT_EQ(InChild([] {}), 0);
-  EXPECT_TRUE(Contains(StateErrorOf([&] { StateFolder second(path()); }),
-                       "is in use by another server"));
 }
 
 // Failures, one at a time.
@@ -288,67 +237,55 @@ struct Change {
 };
 
 std::vector<Change> Changes() {
-  return {{"Write", [](StateFolder* f) { f->Write("running.xml", "<new/>"); }},
+  return {{"Write", [](auto* folder) { folder->Write(kRunning, "<new/>"); }},
           {"WriteLazily",
-           [](StateFolder* f) { f->WriteLazily("running.xml", "<new/>"); }},
-          {"WriteAndRemove", [](StateFolder* f) {
-             f->WriteAndRemove("running.xml", "<new/>", {"candidate.xml"});
+           [](auto* folder) { folder->WriteLazily(kRunning, "<new/>"); }},
+          {"WriteAndRemove", [](auto* folder) {
+             folder->WriteAndRemove(kRunning, "<new/>", {"candidate.xml"});
            }}};
 }
 
-TEST_F(StateFolderTest, KilledAtAnyCallItLeavesTheOldFileOrTheNewOne) {
+TEST_F(StateFolderTest, HasTheOldFileOrTheNewOneAfterAKillAtAnyCall) {
+  folder_.reset();
   for (const Change& change : Changes()) {
-    int deaths = 0;
-    for (int number = 0;; ++number) {
-      {
-        StateFolder folder(path());
-        folder.Write("running.xml", "<old/>");
-      }
-      const int status = InChild([&] {
+    int kills = 0;
+    for (int status = SIGKILL; WIFSIGNALED(status); ++kills) {
+      StateFolder(path_).Write(kRunning, "<old/>");
+      status = InChild([&] {
         Failures calls;
-        StateFolder folder(path(), &calls);
-        calls.KillAt(number);
+        StateFolder folder(path_, &calls);
+        calls.KillAt(kills);
         change.run(&folder);
       });
-      const std::optional<std::string> text =
-          StateFolder(path()).Read("running.xml");
-      if (!WIFSIGNALED(status)) {
-        EXPECT_EQ(text, "<new/>") << change.name;
-        break;
-      }
-      ++deaths;
-      EXPECT_TRUE(text == "<old/>" || text == "<new/>")
-          << change.name << ", call " << number << ": " << text.value_or("-");
+      const auto text = StateFolder(path_).Read(kRunning);
+      EXPECT_TRUE(text == "<new/>" || (WIFSIGNALED(status) && text == "<old/>"))
+          << change.name << ", call " << kills << ": " << text.value_or("-");
     }
-    EXPECT_GE(deaths, 3) << change.name;
+    EXPECT_GT(kills, 3) << change.name;
   }
 }
 
-TEST_F(StateFolderTest, AFullDiskLeavesTheOldFile) {
+TEST_F(StateFolderTest, HasTheOldFileAfterTheDiskWasFull) {
   int failures = 0;
-  for (int number = 0;; ++number) {
-    fs::remove_all(path());
-    { StateFolder(path()).Write("running.xml", "<old/>"); }
+  for (;; ++failures) {
+    folder_.reset();
+    fs::remove_all(path_);
     Failures calls;
-    StateFolder folder(path(), &calls);
-    calls.FailAt(number);
-    bool failed = false;
-    try {
-      folder.Write("running.xml", "<new/>");
-    } catch (const StateError& error) {
-      failed = true;
-      EXPECT_TRUE(Contains(error.what(), "No space left on device"));
-    }
-    EXPECT_EQ(failed, calls.has_failed());
-    if (!failed) break;
-    ++failures;
-    // Only behind the renaming it is the new one: the folder is not synced.
-    EXPECT_EQ(folder.Read("running.xml"), number < 4 ? "<old/>" : "<new/>")
-        << "call " << number;
-    // And nothing of the failure stays for the next try.
-    EXPECT_FALSE(fs::exists(folder.FileOf("running.xml.new")));
-    folder.Write("running.xml", "<next/>");
-    EXPECT_EQ(folder.Read("running.xml"), "<next/>");
+    folder_.emplace(path_, &calls);
+    folder_->Write(kRunning, "<old/>");
+    calls.FailAt(failures);
+    const std::string error =
+        StateErrorOf([&] { folder_->Write(kRunning, "<new/>"); });
+    EXPECT_EQ(!error.empty(), calls.has_failed());
+    if (error.empty()) break;
+    EXPECT_TRUE(Contains(error, "No space left on device"));
+    // After the renaming it is the new one: only the folder is not synced.
+    EXPECT_EQ(folder_->Read(kRunning), failures < 4 ? "<old/>" : "<new/>")
+        << "call " << failures;
+    // Nothing of the failure disturbs the next try.
+    EXPECT_FALSE(fs::exists(file_ + ".new"));
+    folder_->Write(kRunning, "<next/>");
+    EXPECT_EQ(folder_->Read(kRunning), "<next/>");
   }
   EXPECT_EQ(failures, 5);  // open, write, sync, rename, sync
 }
@@ -368,29 +305,32 @@ class SlowCalls : public FileCalls {
   int calls_ = 0;
 };
 
-TEST_F(StateFolderTest, ShortAndInterruptedWritesAreContinued) {
+TEST_F(StateFolderTest, ContinuesShortAndInterruptedWrites) {
   SlowCalls calls;
-  StateFolder folder(path(), &calls);
+  folder_.emplace(path_, &calls);
   const std::string text(1000, 'x');
-  folder.Write("running.xml", text);
-  EXPECT_EQ(folder.Read("running.xml"), text);
+  folder_->Write(kRunning, text);
+  EXPECT_EQ(folder_->Read(kRunning), text);
 }
 
-TEST_F(StateFolderTest, AFileIsOnTheDiskBeforeItIsRenamedAndItsFolderAfter) {
+TEST_F(StateFolderTest, SyncsAFileBeforeItIsRenamedAndTheFolderAfter) {
   std::string notes;
   HookedCalls calls;
   calls.hook = [&notes](const std::string& call) {
     notes += call + " ";
     return true;
   };
-  StateFolder folder(path(), &calls);
-  folder.Write("running.xml", "<a/>");
+  folder_.emplace(path_, &calls);
+  folder_->Write(kRunning, "<a/>");
   EXPECT_EQ(notes, "open write sync-file rename sync-folder ");
   notes.clear();
-  folder.WriteAndRemove("running.xml", "<a/>", {"candidate.xml"});
+  folder_->WriteAndRemove(kRunning, "<a/>", {"candidate.xml"});
   EXPECT_EQ(notes, "open write sync-file rename unlink sync-folder ");
   notes.clear();
-  folder.Remove("running.xml");
+  folder_->WriteLazily(kRunning, "<a/>");
+  EXPECT_EQ(notes, "open write rename ");
+  notes.clear();
+  folder_->Remove(kRunning);
   EXPECT_EQ(notes, "unlink sync-folder ");
 }
 

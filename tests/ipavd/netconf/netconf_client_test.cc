@@ -9,49 +9,33 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <thread>
+
+#include "host/base/c_ptr.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kConfig[] =
-    "<config xmlns=\"urn:vorplex:config\"><interface><l3 "
-    "xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv4><address><ip>%s</ip>"
-    "</address></ipv4></l3></interface></config>";
-
 std::string ConfigOf(const std::string& address) {
-  std::string text = kConfig;
-  return text.replace(text.find("%s"), 2, address);
+  return "<config xmlns=\"urn:vorplex:config\"><interface><l3 "
+         "xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv4><address><ip>" +
+         address + "</ip></address></ipv4></l3></interface></config>";
 }
-
-struct NodeDeleter {
-  void operator()(lyd_node* node) const { lyd_free_all(node); }
-};
-using Nodes = std::unique_ptr<lyd_node, NodeDeleter>;
-
-struct RpcDeleter {
-  void operator()(nc_rpc* rpc) const { nc_rpc_free(rpc); }
-};
-using Rpc = std::unique_ptr<nc_rpc, RpcDeleter>;
 
 std::string Print(const lyd_node* node) {
   char* text = nullptr;
   lyd_print_mem(&text, node, LYD_XML, LYD_PRINT_SHRINK);
-  std::string printed = text == nullptr ? "" : text;
-  std::free(text);  // NOLINT: it comes from malloc()
-  return printed;
+  const ipav::base::CText owner(text);
+  return text == nullptr ? "" : text;
 }
 
 // A server in a folder of the test's own, and a client's session with it.
-class NetconfClientTest : public ::testing::Test {
+class NetconfClientTest : public ipav::testing::FolderTest {
  protected:
   void SetUp() override {
-    std::string name = fs::temp_directory_path() / "ipav-client-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
     nc_client_init();
     // A copy: what the client fetches, it puts beside them.
     const fs::path modules = folder_ / "yang";
@@ -69,7 +53,6 @@ class NetconfClientTest : public ::testing::Test {
     waitpid(server_, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     nc_client_destroy();
-    fs::remove_all(folder_);
   }
 
   void StartServer() {
@@ -95,7 +78,7 @@ class NetconfClientTest : public ::testing::Test {
 
   // The reply's content as XML.
   std::string Ask(nc_rpc* request) {
-    const Rpc rpc(request);
+    const ipav::base::CPtr<nc_rpc, nc_rpc_free> rpc(request);
     std::uint64_t id = 0;
     lyd_node* envelope = nullptr;
     lyd_node* operation = nullptr;
@@ -103,9 +86,9 @@ class NetconfClientTest : public ::testing::Test {
     EXPECT_EQ(
         nc_recv_reply(session_, request, id, 20000, &envelope, &operation),
         NC_MSG_REPLY);
-    const Nodes reply(envelope);
-    const Nodes data(operation);
-    return Print(reply.get()) + Print(data.get());
+    const ipav::base::CPtr<lyd_node, lyd_free_all> reply(envelope);
+    const ipav::base::CPtr<lyd_node, lyd_free_all> data(operation);
+    return Print(envelope) + Print(operation);
   }
 
   std::string Edit(const std::string& address) {
@@ -119,22 +102,21 @@ class NetconfClientTest : public ::testing::Test {
     return Ask(nc_rpc_commit(0, 0, nullptr, nullptr, NC_PARAMTYPE_CONST));
   }
 
-  std::string Running() {
-    return Ask(nc_rpc_getconfig(NC_DATASTORE_RUNNING, nullptr, NC_WD_UNKNOWN,
+  std::string Running(const char* xpath = nullptr) {
+    return Ask(nc_rpc_getconfig(NC_DATASTORE_RUNNING, xpath, NC_WD_UNKNOWN,
                                 NC_PARAMTYPE_CONST));
   }
 
-  fs::path folder_;
   pid_t server_ = -1;
   nc_session* session_ = nullptr;
 };
 
-bool IsOk(const std::string& reply) {
-  return reply.find("<ok") != std::string::npos;
-}
-
-bool Has(const std::string& reply, const std::string& text) {
-  return reply.find(text) != std::string::npos;
+testing::AssertionResult Has(const std::string& reply,
+                             const std::string& text) {
+  if (reply.find(text) != std::string::npos) {
+    return testing::AssertionSuccess() << reply;
+  }
+  return testing::AssertionFailure() << reply;
 }
 
 TEST_F(NetconfClientTest, LearnsTheModelFromTheServer) {
@@ -144,43 +126,36 @@ TEST_F(NetconfClientTest, LearnsTheModelFromTheServer) {
 }
 
 TEST_F(NetconfClientTest, SeesARefusalWithItsTextPathAndPoint) {
-  ASSERT_TRUE(IsOk(Edit("10.0.0.0/24")));
+  EXPECT_TRUE(Has(Edit("10.0.0.0/24"), "<ok"));
   const std::string reply = Commit();
-  EXPECT_TRUE(
-      Has(reply,
-          "<error-type>application</error-type>"
-          "<error-tag>operation-failed</error-tag>"
-          "<error-severity>error</error-severity>"
-          "<error-app-tag>ipv4_addr_validation</error-app-tag>"
-          "<error-path>/vorplex-config:config/interface/ipapp:l3</error-path>"))
-      << reply;
+  EXPECT_TRUE(Has(
+      reply,
+      "<error-type>application</error-type>"
+      "<error-tag>operation-failed</error-tag>"
+      "<error-severity>error</error-severity>"
+      "<error-app-tag>ipv4_addr_validation</error-app-tag>"
+      "<error-path>/vorplex-config:config/interface/ipapp:l3</error-path>"));
   EXPECT_TRUE(Has(reply,
                   "l3 a ipv4 address 10.0.0.0/24 cannot be configured as "
-                  "network address."))
-      << reply;
+                  "network address."));
   EXPECT_FALSE(Has(Running(), "10.0.0.0/24"));
 }
 
-TEST_F(NetconfClientTest, SeesWhatItCommitted) {
-  ASSERT_TRUE(IsOk(Edit("10.0.0.1/24")));
-  ASSERT_TRUE(IsOk(Commit()));
+TEST_F(NetconfClientTest, SeesAndSelectsWhatItCommitted) {
+  EXPECT_TRUE(Has(Edit("10.0.0.1/24"), "<ok"));
+  EXPECT_TRUE(Has(Commit(), "<ok"));
   EXPECT_TRUE(Has(Running(), "10.0.0.1/24"));
+  const std::string selected =
+      Running("/vorplex-config:config/interface/ipapp:l3/name");
+  EXPECT_TRUE(Has(selected, "<name>a</name>"));
+  EXPECT_FALSE(Has(selected, "10.0.0.1/24"));
 }
 
 TEST_F(NetconfClientTest, LocksAndUnlocks) {
-  EXPECT_TRUE(IsOk(Ask(nc_rpc_lock(NC_DATASTORE_CANDIDATE))));
-  EXPECT_TRUE(Has(Ask(nc_rpc_lock(NC_DATASTORE_CANDIDATE)), "lock-denied"));
-  EXPECT_TRUE(IsOk(Ask(nc_rpc_unlock(NC_DATASTORE_CANDIDATE))));
-}
-
-TEST_F(NetconfClientTest, SelectsByXPath) {
-  ASSERT_TRUE(IsOk(Edit("10.0.0.1/24")));
-  ASSERT_TRUE(IsOk(Commit()));
-  const std::string reply = Ask(nc_rpc_getconfig(
-      NC_DATASTORE_RUNNING, "/vorplex-config:config/interface/ipapp:l3/name",
-      NC_WD_UNKNOWN, NC_PARAMTYPE_CONST));
-  EXPECT_TRUE(Has(reply, "<name>a</name>")) << reply;
-  EXPECT_FALSE(Has(reply, "10.0.0.1/24")) << reply;
+  const auto lock = [this] { return Ask(nc_rpc_lock(NC_DATASTORE_CANDIDATE)); };
+  EXPECT_TRUE(Has(lock(), "<ok"));
+  EXPECT_TRUE(Has(lock(), "lock-denied"));
+  EXPECT_TRUE(Has(Ask(nc_rpc_unlock(NC_DATASTORE_CANDIDATE)), "<ok"));
 }
 
 }  // namespace

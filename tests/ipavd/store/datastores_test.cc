@@ -466,6 +466,10 @@ TEST_F(ConfirmedCommit, StaysWhenItIsConfirmed) {
   server_.Pass(seconds(10000));
   server_->CheckTime();
   server_->SessionEnded(kMine);
+  EXPECT_EQ(server_.running(), kHasTwo);
+  // A later one is taken back to here.
+  server_.Commit(kThree, Confirmed());
+  EXPECT_EQ(Text(server_->CancelCommit(kMine)), "");
   ExpectForGood(kHasTwo);
 }
 

@@ -411,19 +411,7 @@ TEST_F(WalkTest, RefusesForItsTextAlsoWhenTheIterationFails) {
   ExpectOneError("%s", RefusalOf("l3", "core1"));
 }
 
-struct Visit {
-  std::string node;
-  confd_iter_op op;
-  confd_value_t* oldv;
-  std::string new_value;
-};
-
-bool operator==(const Visit& left, const Visit& right) {
-  return left.node == right.node && left.op == right.op &&
-         left.oldv == right.oldv && left.new_value == right.new_value;
-}
-
-// A walk that notes its visits and answers each with the same.
+// A walk that notes its visits as texts and answers each with the same.
 class NotingWalk : public ValidateIntfVrf {
  public:
   NotingWalk(confd_trans_ctx* tctx, confd_iter_ret answer)
@@ -433,16 +421,17 @@ class NotingWalk : public ValidateIntfVrf {
   confd_iter_ret IterValidate(confd_hkeypath_t* kp, confd_iter_op op,
                               confd_value_t* oldv,
                               confd_value_t* newv) override {
-    visits_.push_back({PrettyText(kp->v[0][0]), op, oldv,
-                       newv == nullptr ? "none" : PrettyText(*newv)});
+    EXPECT_EQ(oldv, nullptr);
+    visits_.push_back(PrettyText(kp->v[0][0]) + " " + std::to_string(op) +
+                      (newv == nullptr ? "" : " " + PrettyText(*newv)));
     return answer_;
   }
 
-  const std::vector<Visit>& visits() const { return visits_; }
+  const Texts& visits() const { return visits_; }
 
  private:
   confd_iter_ret answer_;
-  std::vector<Visit> visits_;
+  Texts visits_;
 };
 
 TEST_F(WalkTest, HandsEveryChangeToTheWalk) {
@@ -452,9 +441,9 @@ TEST_F(WalkTest, HandsEveryChangeToTheWalk) {
   NotingWalk walk(fake.tctx(), ITER_RECURSE);
   EXPECT_EQ(walk.RunValidation(), 0);
   EXPECT_EQ(walk.visits(),
-            (std::vector<Visit>{{"core1", MOP_CREATED, nullptr, "none"},
-                                {"vrf", MOP_VALUE_SET, nullptr, "red"},
-                                {"vrf", MOP_DELETED, nullptr, "none"}}));
+            (Texts{"core1 " + std::to_string(MOP_CREATED),
+                   "vrf " + std::to_string(MOP_VALUE_SET) + " red",
+                   "vrf " + std::to_string(MOP_DELETED)}));
 }
 
 TEST_F(WalkTest, ReturnsTheAnswerOfTheWalkToTheIteration) {
@@ -475,27 +464,23 @@ using WalkReadsTest = WalkTest;
 constexpr char kAddress[] = "/config/interface/l3{core1}/ipv4/address/ip";
 
 TEST_F(WalkReadsTest, AnAddressIsReadWhereItExists) {
+  const std::string exists = std::string("maapi_exists(") + kAddress + ")";
+  EXPECT_EQ(walk_.get_ipv4_addr_mask(kAddress), nettypes::IPv4AddrMask());
+  EXPECT_EQ(fake.CallTexts(), Texts{exists});
+
+  fake.ForgetCalls();
   InterfaceData{}.StoreIn(fake);
   EXPECT_EQ(walk_.get_ipv4_addr_mask(kAddress), Mask4("10.1.1.1/24"));
-  EXPECT_EQ(
-      fake.CallTexts(),
-      (Texts{std::string("maapi_exists(") + kAddress + ")",
-             std::string("maapi_get_ipv4_and_plen_elem(") + kAddress + ")"}));
+  EXPECT_EQ(fake.CallTexts(),
+            (Texts{exists, std::string("maapi_get_ipv4_and_plen_elem(") +
+                               kAddress + ")"}));
   for (const Call& call : fake.calls()) {
     EXPECT_EQ(call.format, "%s");
     EXPECT_EQ(call.sock, FakePlatform::kSocket);
     EXPECT_EQ(call.thandle, FakePlatform::kTransaction);
   }
-}
 
-TEST_F(WalkReadsTest, AMissingAddressIsUnspecified) {
-  EXPECT_EQ(walk_.get_ipv4_addr_mask(kAddress), nettypes::IPv4AddrMask());
-  EXPECT_EQ(fake.CallTexts(),
-            Texts{std::string("maapi_exists(") + kAddress + ")"});
-}
-
-TEST_F(WalkReadsTest, AnAddressThatCannotBeReadIsUnspecified) {
-  InterfaceData{}.StoreIn(fake);
+  // One that cannot be read is unspecified.
   for (const unsigned call : {1U, 2U}) {
     fake.FailCall(call);
     EXPECT_EQ(walk_.get_ipv4_addr_mask(kAddress), nettypes::IPv4AddrMask());
@@ -527,7 +512,7 @@ TEST_F(WalkReadsTest, AMissingListHasNoKeys) {
   EXPECT_EQ(fake.CallTexts(),
             Texts{std::string("maapi_exists(") + kL3List + ")"});
   InterfaceData{}.StoreIn(fake);
-  fake.FailExists(kL3List);
+  fake.FailCall(1);
   EXPECT_EQ(walk_.get_key_list(kL3List), std::list<std::string>{});
 }
 
@@ -587,13 +572,10 @@ class IntfVrfTest : public CallbackTest {
   }
 
   // One interface in violation of each of the three checks.
-  void StoreBadAddress() { L3Interface("bad1", "10.9.9.0/24").StoreIn(fake); }
+  void StoreBadAddress() { StoreLines(fake, {"l3 bad1 10.9.9.0/24"}); }
   void StoreDivergentVrf() {
-    InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-    l3.vrf = "red";
-    l3.StoreIn(fake);
-    OspfProcess{}.StoreIn(fake);
-    OspfRow{}.StoreIn(fake);
+    StoreLines(fake, {"l3 core1 vrf red 10.1.1.1/24", "process 7 10 global",
+                      "ospf 7 l3-core1 10.1.1.1/24"});
   }
   void SetVrfUnderOspfv3(const std::string& kind) {
     PutInOspfv3(fake, kind, "edge1");
@@ -851,38 +833,31 @@ TEST_F(IntfVrfTest, TheAddressRuleJudgesAKeyPathOfAnyLength) {
 }
 
 // The addresses are judged with the routes and with every other interface.
-TEST_F(IntfVrfTest, RefusesTheNextHopOfARoute) {
-  MgmtInterface("9", "192.168.1.1/24").StoreIn(fake);
-  StaticRouteRow{}.StoreIn(fake);
-  ExpectRefused(InterfaceListPath("mgmt"),
-                "mgmt 9 ipv4 address 192.168.1.1/24 and static route "
-                "10.1.0.0/24 next-hop 192.168.1.1 cannot have address "
-                "conflict.");
-}
-
-TEST_F(IntfVrfTest, RefusesAnOverlapInTheNewVrf) {
-  InterfaceData edge = L3Interface("edge1", "10.3.3.3/24");
-  edge.vrf = "red";
-  edge.StoreIn(fake);
-  InterfaceData loopback = LoopbackInterface("1", {"10.3.3.4/32"});
-  loopback.vrf = "red";
-  loopback.StoreIn(fake);
-  ExpectRefused(InterfaceListPath("loopback"),
-                "loopback 1 vrf red ipv4 address 10.3.3.4/32 overlaps with l3 "
-                "edge1 vrf red ipv4 address 10.3.3.3/24.");
-}
-
-TEST_F(IntfVrfTest, RefusesADivergentVrfOfALoopback) {
-  InterfaceData loopback = LoopbackInterface("1", {"10.3.3.4/32"});
-  loopback.vrf = "red";
-  loopback.StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  OspfRow row;
-  row.interface = "loopback-1";
-  row.StoreIn(fake);
-  ExpectRefused(InterfaceListPath("l3"),
-                "loopback 1 vrf red and router ospf 10 vrf global cannot be "
-                "associated with divergent VRF");
+TEST_F(IntfVrfTest, RefusesWhatTheRulesRefuse) {
+  const struct {
+    const char* kind;
+    Texts lines;
+    const char* text;
+  } cases[] = {
+      {"mgmt",
+       {"mgmt 9 192.168.1.1/24", "route 0 10.1.0.0/24 via 192.168.1.1"},
+       "mgmt 9 ipv4 address 192.168.1.1/24 and static route 10.1.0.0/24 "
+       "next-hop 192.168.1.1 cannot have address conflict."},
+      {"loopback",
+       {"l3 edge1 vrf red 10.3.3.3/24", "loopback 1 vrf red 10.3.3.4/32"},
+       "loopback 1 vrf red ipv4 address 10.3.3.4/32 overlaps with l3 edge1 vrf "
+       "red ipv4 address 10.3.3.3/24."},
+      {"l3",
+       {"loopback 1 vrf red 10.3.3.4/32", "process 7 10 global",
+        "ospf 7 loopback-1 10.1.1.1/24"},
+       "loopback 1 vrf red and router ospf 10 vrf global cannot be associated "
+       "with divergent VRF"}};
+  for (const auto& [kind, lines, text] : cases) {
+    fake.Reset();
+    StartSnapshot();
+    StoreLines(fake, lines);
+    ExpectRefused(InterfaceListPath(kind), text);
+  }
 }
 
 // ---- The callback: called directly -----------------------------------------

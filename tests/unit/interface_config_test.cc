@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdint>
-#include <list>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -13,7 +11,6 @@
 #include "include/config.h"
 #include "tests/support/addresses.h"
 #include "tests/support/builders.h"
-#include "tests/support/death_text.h"
 #include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
@@ -29,7 +26,6 @@ using ip_application::config_valid::MgmtConfig;
 using nettypes::IPv4AddrMask;
 using nettypes::IPv6AddrMask;
 
-using Masks4 = std::list<IPv4AddrMask>;
 using Texts = std::vector<std::string>;
 
 // No caller can ask a reader for any other family: the gate in front of the
@@ -85,7 +81,6 @@ class InterfaceConfigTest : public PluginTest {
  protected:
   void SetUp() override {
     PluginTest::SetUp();
-    GTEST_FLAG_SET(death_test_style, "fast");
     Bind(l3);
     Bind(loopback);
     Bind(mgmt);
@@ -276,67 +271,29 @@ TEST_F(InterfaceConfigTest, MgmtReportsTheLongestKeyInFull) {
       "Unspecified IPv4 address for key '" + std::string(255, 'm') + "'");
 }
 
-// ---- Identifiers ------------------------------------------------------------
-
-TEST_F(InterfaceConfigTest, OnlyL3HasAnIdentifier) {
-  for (InterfaceData data : {Loopback("1"), Mgmt("1")}) {
-    data.vlan = 100;  // the model has none there
-    data.StoreIn(fake);
-  }
-  EXPECT_EQ(Read(loopback, kIpv4).lim_id, 0U);
-  EXPECT_EQ(Read(mgmt, kIpv4).lim_id, 0U);
-  for (const Call& call : fake.calls()) {
-    EXPECT_EQ(call.args.find("vlan"), std::string::npos) << call.text();
-    EXPECT_NE(call.name, "limid_l3_vlan_from_components");
-  }
-}
-
 // ---- Names ------------------------------------------------------------------
 
 TEST_F(InterfaceConfigTest, KindsWithTheSameKeyDoNotCollide) {
-  L3("1").StoreIn(fake);
-  Loopback("1").StoreIn(fake);
-  Mgmt("1").StoreIn(fake);
+  StoreLines(fake, {"l3 1", "loopback 1", "mgmt 1"});
   EXPECT_EQ(Read(l3, kIpv4).name, "l3 1");
   EXPECT_EQ(Read(loopback, kIpv4).name, "loopback 1");
   EXPECT_EQ(Read(mgmt, kIpv4).name, "mgmt 1");
 }
 
-TEST_F(InterfaceConfigTest, KeepsTheOrderOfTheDatabase) {
-  for (const char* name : {"z", "a", "m"}) L3(name).StoreIn(fake);
+TEST_F(InterfaceConfigTest, KeepsTheOrderOfTheDatabaseAndNamesLikeAFormat) {
+  StoreLines(fake, {"l3 z", "l3 a", "l3 100%s%n vrf red vlan 5 10.1.1.1/24"});
   l3.ReadConfigIfNeeded(kIpv4);
-  ASSERT_EQ(l3.interfaces().size(), 3U);
-  EXPECT_EQ(l3.interfaces()[0].name, "l3 z");
-  EXPECT_EQ(l3.interfaces()[1].name, "l3 a");
-  EXPECT_EQ(l3.interfaces()[2].name, "l3 m");
-}
-
-TEST_F(InterfaceConfigTest, ReadsAnInterfaceWhoseNameLooksLikeAFormat) {
-  InterfaceData data = L3("100%s%n");
-  data.vrf = "red";
-  data.vlan = 5;
-  data.StoreIn(fake);
-  const Interface& interface = Read(l3, kIpv4);
-  EXPECT_EQ(interface.name, "l3 100%s%n");
-  EXPECT_EQ(interface.ipv4, Masks4{Mask4("10.1.1.1/24")});
-  EXPECT_EQ(interface.vrf_name, "red");
-  EXPECT_EQ(interface.lim_id, 0x01000005U);
+  EXPECT_EQ(TextsOf(l3),
+            (Texts{"l3 z: vrf global, id 0", "l3 a: vrf global, id 0",
+                   "l3 100%s%n: vrf red, id 16777221, 10.1.1.1/24"}));
 }
 
 // ---- Two reads, one record --------------------------------------------------
 
 TEST_F(InterfaceConfigTest, BothFamiliesGiveOneRecordInEitherOrder) {
-  InterfaceData core = L3("core1");
-  core.ipv4_list = {"10.1.2.1/24"};
-  core.ipv6 = {"2001:db8::1/64"};
-  core.vrf = "red";
-  core.vlan = 7;
-  core.StoreIn(fake);
-  InterfaceData edge = L3("edge1");
-  edge.ipv4.reset();
-  edge.ipv6 = {"2001:db8:1::1/64", "2001:db8:2::1/64"};
-  edge.StoreIn(fake);
-
+  StoreLines(fake, {"l3 core1 vrf red vlan 7 10.1.1.1/24 10.1.2.1/24 "
+                    "2001:db8::1/64",
+                    "l3 edge1 2001:db8:1::1/64 2001:db8:2::1/64"});
   const Texts both = {
       "l3 core1: vrf red, id 16777223, 10.1.1.1/24, 10.1.2.1/24, "
       "2001:db8::1/64",
@@ -353,10 +310,8 @@ TEST_F(InterfaceConfigTest, BothFamiliesGiveOneRecordInEitherOrder) {
 }
 
 TEST_F(InterfaceConfigTest, VrfAndIdentifierAreThoseOfTheFirstRead) {
-  InterfaceData data = L3("core1");
-  data.vrf = "red";
-  data.vlan = 7;
-  data.ipv6 = {"2001:db8::1/64"};
+  const InterfaceData data =
+      InterfaceFrom("l3 core1 vrf red vlan 7 10.1.1.1/24 2001:db8::1/64");
   data.StoreIn(fake);
   l3.ReadConfigIfNeeded(kIpv4);
   fake.SetValue(data.entry() + "/vrf", Text("blue"));
@@ -367,26 +322,16 @@ TEST_F(InterfaceConfigTest, VrfAndIdentifierAreThoseOfTheFirstRead) {
 }
 
 TEST_F(InterfaceConfigTest, AnInterfaceOfALaterTransactionHasOneFamilyOnly) {
-  InterfaceData data = L3("core1");
-  data.ipv6 = {"2001:db8::1/64"};
-  data.StoreIn(fake);
+  StoreLines(fake, {"l3 core1 10.1.1.1/24 2001:db8::1/64"});
   l3.ReadConfigIfNeeded(kIpv4);
-  data.name = "core2";
-  data.StoreIn(fake);
+  StoreLines(fake, {"l3 core2 10.1.1.1/24 2001:db8::1/64"});
   l3.ReadConfigIfNeeded(kIpv6);
-  l3.ReadConfigIfNeeded(kIpv4);
-  EXPECT_EQ(TextsOf(l3),
-            (Texts{"l3 core1: vrf global, id 0, 10.1.1.1/24, 2001:db8::1/64",
-                   "l3 core2: vrf global, id 0, 2001:db8::1/64"}));
-}
-
-TEST_F(InterfaceConfigTest, AReadFamilyIsNotReadAgain) {
-  L3("core1").StoreIn(fake);
-  l3.ReadConfigIfNeeded(kIpv4);
   fake.ForgetCalls();
   l3.ReadConfigIfNeeded(kIpv4);
   EXPECT_TRUE(fake.calls().empty());
-  EXPECT_EQ(l3.interfaces().size(), 1U);
+  EXPECT_EQ(TextsOf(l3),
+            (Texts{"l3 core1: vrf global, id 0, 10.1.1.1/24, 2001:db8::1/64",
+                   "l3 core2: vrf global, id 0, 2001:db8::1/64"}));
 }
 
 // ---- The merge --------------------------------------------------------------
@@ -490,36 +435,6 @@ TEST(MergeNameTest, CopiesTheRecordItIsGiven) {
   record.ipv4.clear();
   EXPECT_EQ(TextsOf(reader),
             Texts{std::string("l3 core1: vrf held, id 1") + kHeld4});
-}
-
-// ---- Wrong types stop the process -------------------------------------------
-
-TEST_F(InterfaceConfigTest, StopsForAVlanThatIsNoInt32) {
-  const InterfaceData data = L3("core1");
-  data.StoreIn(fake);
-  fake.SetValue(data.entry() + "/lower-layer-if/vlan", Uint16(7));
-  EXPECT_EXIT(l3.ReadConfigIfNeeded(kIpv4), ::testing::KilledBySignal(SIGABRT),
-              ReportOf({"src/lib/config.cc", "264",
-                        "limid_t ip_application::config_valid::GenericConfig::"
-                        "get_intf_lim_id(const string&) const",
-                        "(&confd_if_index)->type == C_INT32"}));
-}
-
-TEST_F(InterfaceConfigTest, StopsForAVrfThatIsNoText) {
-  const std::string report = ReportOf(
-      {"src/lib/config.cc", "282",
-       "std::__cxx11::string ip_application::config_valid::GenericConfig::"
-       "get_vrf_name(const string&) const",
-       "(&l3_vrf_name)->type == C_BUF"});
-  for (const InterfaceData& data : {L3("1"), Loopback("1"), Mgmt("1")}) {
-    data.StoreIn(fake);
-    fake.SetValue(data.entry() + "/vrf", Int32(7));
-  }
-  for (InterfaceConfig* reader :
-       std::vector<InterfaceConfig*>{&l3, &loopback, &mgmt}) {
-    EXPECT_EXIT(reader->ReadConfigIfNeeded(kIpv6),
-                ::testing::KilledBySignal(SIGABRT), report);
-  }
 }
 
 // ---- The calls of a read, in order ------------------------------------------
@@ -666,23 +581,6 @@ TEST_F(InterfaceCallsTest, OfAReportComeBeforeTheVrf) {
   EXPECT_EQ(calls[7],
             "hostmw_gen_fault(Unspecified IPv4 address for key 'eth0')");
   EXPECT_EQ(calls[8], "maapi_exists(" + entry + "/vrf)");
-}
-
-// Every value that was read is given back, once.
-TEST_F(InterfaceCallsTest, GiveBackAsManyValuesAsWereRead) {
-  InterfaceData data = L3("core1");
-  data.vlan = 100;
-  data.vrf = "red";
-  data.StoreIn(fake);
-  l3.ReadConfigIfNeeded(kIpv4);
-  int read = 0;
-  int given_back = 0;
-  for (const Call& call : fake.calls()) {
-    if (call.name == "maapi_get_elem") ++read;
-    if (call.name == "confd_free_value") ++given_back;
-  }
-  EXPECT_EQ(read, 2);
-  EXPECT_EQ(given_back, 2);
 }
 
 }  // namespace

@@ -247,43 +247,42 @@ TEST_F(ConfigAccessTest, AFailingIdentifierServiceGivesZero) {
   EXPECT_EQ(access.get_intf_lim_id(kLeaf), 0U);
 }
 
-TEST_F(ConfigAccessTest, StopsForAVlanThatIsNoInt32) {
-  const std::string report = ReportOf(
-      {"src/lib/config.cc", "264",
-       "limid_t ip_application::config_valid::GenericConfig::get_intf_lim_id("
-       "const string&) const",
-       "(&confd_if_index)->type == C_INT32"});
-  const Value wrong[] = {Uint32(100), Uint16(100), Text("100")};
-  for (const Value& value : wrong) {
-    fake.SetValue(kLeaf, value);
-    EXPECT_EXIT(static_cast<void>(access.get_intf_lim_id(kLeaf)),
-                ::testing::KilledBySignal(SIGABRT), report);
+TEST_F(ConfigAccessTest, AVrfNameEndsAtItsFirstNulAndCanBeEmptyOrLong) {
+  const std::pair<std::string, std::string> names[] = {
+      {std::string("red\0blue", 8), "red"},
+      {"", ""},
+      {std::string(1000, 'v'), std::string(1000, 'v')}};
+  for (const auto& [stored, name] : names) {
+    fake.SetValue(kLeaf, Text(stored));
+    EXPECT_EQ(access.get_vrf_name(kLeaf), name);
+    StoreVrfName(fake, 1, stored);
+    EXPECT_EQ(VrfOf(Uint32(1)), name);
   }
 }
 
-TEST_F(ConfigAccessTest, AVrfNameEndsAtItsFirstNul) {
-  fake.SetValue(kLeaf, Text(std::string("red\0blue", 8)));
-  EXPECT_EQ(access.get_vrf_name(kLeaf), "red");
-}
-
-TEST_F(ConfigAccessTest, AVrfNameCanBeEmptyOrLong) {
-  fake.SetValue("/empty", Text(""));
-  fake.SetValue("/long", Text(std::string(1000, 'v')));
-  EXPECT_EQ(access.get_vrf_name("/empty"), "");
-  EXPECT_EQ(access.get_vrf_name("/long"), std::string(1000, 'v'));
-}
-
-TEST_F(ConfigAccessTest, StopsForAVrfNameThatIsNoText) {
-  const std::string report = ReportOf(
-      {"src/lib/config.cc", "282",
-       "std::__cxx11::string ip_application::config_valid::GenericConfig::"
-       "get_vrf_name(const string&) const",
-       "(&l3_vrf_name)->type == C_BUF"});
-  const Value wrong[] = {Int32(1), Binary("red")};
-  for (const Value& value : wrong) {
-    fake.SetValue(kLeaf, value);
-    EXPECT_EXIT(static_cast<void>(access.get_vrf_name(kLeaf)),
-                ::testing::KilledBySignal(SIGABRT), report);
+TEST_F(ConfigAccessTest, StopsForALeafOfAnotherType) {
+  const std::string in_class = "ip_application::config_valid::GenericConfig::";
+  const struct {
+    std::vector<Value> wrong;
+    std::function<void()> read;
+    Assertion assertion;
+  } cases[] = {{{Uint32(100), Uint16(100), Text("100")},
+                [&] { static_cast<void>(access.get_intf_lim_id(kLeaf)); },
+                {"src/lib/config.cc", "264",
+                 "limid_t " + in_class + "get_intf_lim_id(const string&) const",
+                 "(&confd_if_index)->type == C_INT32"}},
+               {{Int32(1), Binary("red")},
+                [&] { static_cast<void>(access.get_vrf_name(kLeaf)); },
+                {"src/lib/config.cc", "282",
+                 "std::__cxx11::string " + in_class +
+                     "get_vrf_name(const string&) const",
+                 "(&l3_vrf_name)->type == C_BUF"}}};
+  for (const auto& [wrong, read, assertion] : cases) {
+    for (const Value& value : wrong) {
+      fake.SetValue(kLeaf, value);
+      EXPECT_EXIT(read(), ::testing::KilledBySignal(SIGABRT),
+                  ReportOf(assertion));
+    }
   }
 }
 
@@ -608,13 +607,6 @@ TEST_F(ConfigAccessTest, FindsTheNameOfAVrfByItsIndex) {
   EXPECT_EQ(fake.calls()[1].format, path);
 }
 
-TEST_F(ConfigAccessTest, TheNameOfAVrfEndsAtItsFirstNul) {
-  StoreVrfName(fake, 1, std::string("red\0blue", 8));
-  StoreVrfName(fake, 2, "");
-  EXPECT_EQ(VrfOf(Uint32(1)), "red");
-  EXPECT_EQ(VrfOf(Uint32(2)), "");
-}
-
 TEST_F(ConfigAccessTest, AVrfIdentifierOfAnotherTypeIsGlobalWithoutAnyCall) {
   StoreVrfName(fake, 7, "red");
   const Value others[] = {Int32(7), Uint16(7), Text("7"), Octets("07"),
@@ -638,18 +630,16 @@ TEST_F(ConfigAccessTest, StopsForANameOfAVrfThatIsNoText) {
 
 // ---- Octets as text ---------------------------------------------------------
 
+// The first octet is printed without a look at the length; behind no octets at
+// all stands the NUL that ends them.
 TEST_F(ConfigAccessTest, PrintsOctetsAsPairsOfLowerCaseDigits) {
-  EXPECT_EQ(HexOf(Octets("0a:ff")), "0a:ff");
-  EXPECT_EQ(HexOf(Octets("0a:01:00:00")), "0a:01:00:00");
+  for (const char* text : {"0a:ff", "0a:01:00:00", "00", "07", "ff"}) {
+    EXPECT_EQ(HexOf(Octets(text)), text);
+  }
   EXPECT_EQ(HexOf(OctetsOf("2001:db8::ABCD")),
             "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:ab:cd");
+  EXPECT_EQ(HexOf(Binary("")), "00");
   EXPECT_TRUE(fake.calls().empty());
-}
-
-TEST_F(ConfigAccessTest, PrintsOneOctetWithoutASeparator) {
-  EXPECT_EQ(HexOf(Octets("00")), "00");
-  EXPECT_EQ(HexOf(Octets("07")), "07");
-  EXPECT_EQ(HexOf(Octets("ff")), "ff");
 }
 
 TEST_F(ConfigAccessTest, PrintsEveryOctetAsTwoDigits) {
@@ -665,12 +655,6 @@ TEST_F(ConfigAccessTest, PrintsEveryOctetAsTwoDigits) {
     EXPECT_EQ(pair.find_first_not_of("0123456789abcdef"), std::string::npos);
     EXPECT_EQ(text.substr(octet * 3 + 2, 1), octet == 255 ? "" : ":");
   }
-}
-
-// The first octet is printed without a look at the length; behind no octets at
-// all stands the NUL that ends them.
-TEST_F(ConfigAccessTest, PrintsNoOctetsAsTheNulBehindThem) {
-  EXPECT_EQ(HexOf(Binary("")), "00");
 }
 
 TEST_F(ConfigAccessTest, PrintsAnyOtherTypeAsTheEmptyText) {

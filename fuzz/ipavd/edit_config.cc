@@ -3,15 +3,14 @@
 //
 // Legal: one error and no nodes; or a configuration. With continue-on-error: a
 // configuration, and the errors of the omitted parts. The edited configuration
-// itself does not change. An error has a tag with the elements that it
-// requires, a message, and an absolute path or none. The configuration's own
-// text gives the same configuration if it is merged, if it replaces, if it
-// edits an empty configuration, and if it is read as a configuration. Created
-// in an empty configuration it gives the same; created again it is an error.
-// Removed or deleted it leaves an empty configuration; deleting it there is an
-// error, removing it there has no effect. A repeated edit that only merges has
-// no effect. The data model accepts the configuration exactly when it accepts
-// its text, unless there is anydata or anyxml.
+// itself does not change. An error has a message, and an absolute path or none.
+// The configuration's own text gives the same configuration if it is merged, if
+// it replaces, if it edits an empty configuration, and if it is read as a
+// configuration. Created in an empty configuration it gives the same; created
+// again it is an error. Removed or deleted it leaves an empty configuration;
+// deleting it there is an error, removing it there has no effect. A repeated
+// edit that only merges has no effect. The data model accepts the configuration
+// exactly when it accepts its text, unless there is anydata or anyxml.
 //
 // Input: lines of options, a blank and an edit. Options: "r" or "n" for the
 // default operations replace and none, "c" for continue-on-error, "i" for a
@@ -23,18 +22,16 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "fuzz/ipavd/netconf_reply.h"
 #include "fuzz/ipavd/short_xml.h"
 #include "fuzz/support/byte_reader.h"
 #include "fuzz/support/finding.h"
 #include "fuzz/support/memory_file.h"
 #include "fuzz/support/target.h"
+#include "host/base/c_ptr.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/libyang_error.h"
@@ -94,22 +91,9 @@ const ShortNames& Names() {
 
 // ---- Texts of configurations -----------------------------------------------
 
-std::string Print(const lyd_node* nodes, std::uint32_t options) {
-  struct Free {
-    void operator()(char* text) const { std::free(text); }
-  };
-  if (nodes == nullptr) return "";
-  char* text = nullptr;
-  Require(lyd_print_mem(&text, nodes, LYD_XML, options) == LY_SUCCESS,
-          "nodes that cannot be printed");
-  const std::unique_ptr<char, Free> owner(text);
-  return text == nullptr ? "" : text;
-}
-
 // With what is there by default; an empty container means nothing.
 std::string AllOf(const Nodes& nodes) {
-  return Print(nodes.get(),
-               LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL) +
+  return store::TextOf(nodes.get(), LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL) +
          "\n" + store::TextOf(nodes.get());
 }
 
@@ -118,8 +102,14 @@ std::vector<std::string> EachWithOperation(const Nodes& nodes,
                                            const std::string& operation) {
   std::vector<std::string> texts;
   for (const lyd_node* node = nodes.get(); node != nullptr; node = node->next) {
-    std::string text = Print(node, LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT);
-    if (text.empty()) continue;
+    char* printed = nullptr;
+    Require(
+        lyd_print_mem(&printed, node, LYD_XML,
+                      LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT) == LY_SUCCESS,
+        "a node that cannot be printed");
+    const base::CText owner(printed);
+    if (printed == nullptr) continue;
+    std::string text = printed;
     text.insert(text.find_first_of(" />"),
                 " xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
                 "nc:operation=\"" +
@@ -258,7 +248,6 @@ void RequireSameJudgement(const Nodes& nodes) {
             (is_accepted ? "accepted" : judgement.error->message) + "\n" +
             text);
   }
-  if (!is_accepted) RequireLegalError(*judgement.error);
 }
 
 // Whether an edit says nothing but what is to be there.
@@ -271,7 +260,6 @@ bool OnlyMerges(const Edit& edit) {
 
 void RequireErrors(const Edited& edited, OnError on_error) {
   for (const store::RpcError& error : edited.errors) {
-    RequireLegalError(error);
     Require(!error.message.empty(), "an error without a message");
     Require(error.path.empty() || error.path[0] == '/',
             "a path that is not absolute");

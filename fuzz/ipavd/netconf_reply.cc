@@ -57,18 +57,6 @@ bool Has(const Names& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-void RequireLegal(const std::string& type, const std::string& tag,
-                  const Names& info) {
-  const auto rule = TagRules().find(tag);
-  if (rule == TagRules().end()) Finding("an unknown tag: " + tag);
-  if (!Has(rule->second.types, type)) {
-    Finding("a tag of another type: " + type + ", " + tag);
-  }
-  for (const std::string_view name : rule->second.info) {
-    if (!Has(info, name)) Finding(tag + " without " + std::string(name));
-  }
-}
-
 std::string_view View(const xmlChar* text) {
   return text == nullptr ? "" : reinterpret_cast<const char*>(text);
 }
@@ -111,7 +99,16 @@ void RequireLegalError(const xmlNode* error) {
       info.push_back(View(part->name));
     }
   }
-  RequireLegal(TextOf(error, "error-type"), TextOf(error, "error-tag"), info);
+  const std::string type = TextOf(error, "error-type");
+  const std::string tag = TextOf(error, "error-tag");
+  const auto rule = TagRules().find(tag);
+  if (rule == TagRules().end()) Finding("an unknown tag: " + tag);
+  if (!Has(rule->second.types, type)) {
+    Finding("a tag of another type: " + type + ", " + tag);
+  }
+  for (const std::string_view name : rule->second.info) {
+    if (!Has(info, name)) Finding(tag + " without " + std::string(name));
+  }
 }
 
 }  // namespace
@@ -139,29 +136,6 @@ void RequireLegalReply(const std::string& text) {
               "neither ok nor data");
     }
   }
-}
-
-void RequireLegalError(const store::RpcError& error) {
-  // In the order of store::ErrorTag.
-  static constexpr std::string_view kTags[] = {"in-use",
-                                               "invalid-value",
-                                               "missing-attribute",
-                                               "bad-attribute",
-                                               "unknown-attribute",
-                                               "missing-element",
-                                               "bad-element",
-                                               "unknown-element",
-                                               "unknown-namespace",
-                                               "lock-denied",
-                                               "data-exists",
-                                               "data-missing",
-                                               "operation-not-supported",
-                                               "operation-failed"};
-  Names info;
-  for (const auto& [name, text] : error.info) info.push_back(name);
-  RequireLegal(
-      error.type == store::ErrorType::kProtocol ? "protocol" : "application",
-      std::string(kTags[static_cast<std::size_t>(error.tag)]), info);
 }
 
 }  // namespace ipav::fuzz

@@ -4,17 +4,12 @@
 
 #include <string>
 
-#include "ipavd/store/rpc_error.h"
-
 namespace ipav::fuzz {
 
 // It is a finding if the text is not an rpc-reply of RFC 6241: XML that is not
 // well-formed; neither ok, data nor errors; an error with a type that its tag
 // cannot have (appendix A), or without the elements that the tag requires.
 void RequireLegalReply(const std::string& text);
-
-// The same for an error of the datastores.
-void RequireLegalError(const store::RpcError& error);
 
 }  // namespace ipav::fuzz
 

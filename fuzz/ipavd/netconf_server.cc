@@ -1,7 +1,7 @@
 #include "fuzz/ipavd/netconf_server.h"
 
-#include <algorithm>
-#include <string_view>
+#include <cstdlib>
+#include <filesystem>
 #include <utility>
 
 #include "fuzz/support/commit.h"
@@ -10,8 +10,20 @@
 #include "host/datastore/libyang_error.h"
 #include "ipavd/netconf/library.h"
 #include "ipavd/netconf/message_context.h"
+#include "ipavd/transport/log.h"
+
+namespace ipav::transport {
+
+// Replaces the server's log, which writes to standard error.
+void Log(Severity severity, const std::string& text) {
+  if (severity == Severity::kError) fuzz::Finding("the server logs: " + text);
+}
+
+}  // namespace ipav::transport
 
 namespace ipav::fuzz {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -24,6 +36,16 @@ ly_ctx* Context() {
       netconf::MakeMessageContext(ProjectModel(), IPAV_FUZZ_NETCONF_YANG_DIR);
   static const netconf::Library kLibrary(kContext.get());
   return kContext.get();
+}
+
+// In memory if the system has such a file system.
+std::string MakeFolder() {
+  const fs::path memory = "/dev/shm";
+  const fs::path parent =
+      fs::is_directory(memory) ? memory : fs::temp_directory_path();
+  std::string path = parent / "ipav-fuzz-XXXXXX";
+  Require(mkdtemp(path.data()) != nullptr, "no temporary folder");
+  return path;
 }
 
 // "$1" stands for the number of the first client's session, and so on: numbers
@@ -41,15 +63,18 @@ void InsertSessions(const std::map<std::size_t, NetconfClient>& clients,
 
 }  // namespace
 
-NetconfServer::NetconfServer() {
-  store::StateFolder(folder_.path())
-      .Write("startup.xml", SmallConfigurationText());
+NetconfServer::NetconfServer() : folder_(MakeFolder()) {
+  store::StateFolder(folder_).Write("startup.xml", SmallConfigurationText());
   Start();
   first_ = texts_;
   has_changed_ = false;
 }
 
-NetconfServer::~NetconfServer() { EndSessions(); }
+NetconfServer::~NetconfServer() {
+  EndSessions();
+  std::error_code ignored;
+  fs::remove_all(folder_, ignored);
+}
 
 void NetconfServer::Start() {
   store::GateOptions options;
@@ -57,7 +82,7 @@ void NetconfServer::Start() {
     return Judge(running, candidate);
   };
   ly_ctx* context = Context();
-  state_ = std::make_unique<store::StateFolder>(folder_.path());
+  state_ = std::make_unique<store::StateFolder>(folder_);
   trusts_ = true;
   datastores_ = std::make_unique<store::Datastores>(
       store::CommitGate(ProjectModel(), options), state_.get(),

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "fuzz/ipavd/netconf_client.h"
-#include "fuzz/ipavd/temporary_folder.h"
 #include "ipavd/netconf/service.h"
 #include "ipavd/store/datastores.h"
 #include "ipavd/store/state_folder.h"
@@ -57,8 +56,8 @@ class NetconfServer {
   void Check();
   Texts Print() const;
 
-  TemporaryFolder folder_;
-  bool trusts_ = false;  // whether the previous running is trusted
+  const std::string folder_;  // removed with the object
+  bool trusts_ = false;       // whether the previous running is trusted
   std::set<std::string> accepted_;
   store::TimePoint now_{};
   Texts first_;

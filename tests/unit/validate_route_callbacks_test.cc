@@ -3,13 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <boost/system/system_error.hpp>
 #include <cstdint>
-#include <functional>
+#include <exception>
 #include <memory>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "include/config.h"
 #include "include/static_route_config.h"
@@ -18,11 +15,11 @@
 #include "tests/support/addresses.h"
 #include "tests/support/builders.h"
 #include "tests/support/callback_test.h"
-#include "tests/support/plugin_test.h"
 
 namespace ipav::testing {
 namespace {
 
+using ip_application::config_valid::Config;
 using ip_application::config_valid::GenericConfig;
 using ip_application::config_valid::InterfaceType;
 using ip_application::config_valid::StaticRoute;
@@ -38,72 +35,43 @@ constexpr char kLimitText[] =
 constexpr char kBlackHoleText[] =
     "Prefix 10.1.0.0/24 cannot be black-hole and have next-hop at the same "
     "time";
+constexpr char kBlackHoleText6[] =
+    "Prefix 2001:db8:1::/48 cannot be black-hole and have next-hop at the same "
+    "time";
 constexpr char kNextHopText[] =
     "l3 core1 ipv4 address 192.168.1.1/24 and static route 10.1.0.0/24 "
     "next-hop 192.168.1.1 cannot have address conflict.";
 constexpr char kNextHopText6[] =
     "l3 core1 ipv6 address 2001:db8::1/64 and static route 2001:db8:1::/48 "
     "next-hop 2001:db8::1 cannot have address conflict.";
-constexpr char kBlackHoleText6[] =
-    "Prefix 2001:db8:1::/48 cannot be black-hole and have next-hop at the same "
-    "time";
 constexpr char kOutputText[] =
     "l3 core1 is being used by a static route. Lower-layer-if cannot be "
     "removed from this interface";
+constexpr char kModifiedText[] =
+    "10.1.1.2/24 cannot be modified nor deleted, it is assigned to router ospf "
+    "10 vrf global area 1 (0.0.0.1)";
 
-StaticRouteRow Route(const std::string& destination,
-                     const std::string& next_hop) {
-  StaticRouteRow row;
-  row.destination = destination;
-  row.next_hop = next_hop;
-  row.prefix_len = destination.find(':') == std::string::npos ? 24 : 48;
-  return row;
-}
-
-StaticRouteRow RouteOut(StaticRouteRow row, const std::string& interface) {
-  row.interface_name = interface;
-  return row;
-}
-
-void StoreBlackHole(FakePlatform& platform) {
-  Route("10.1.0.0", "192.168.1.9").StoreIn(platform);
-  Route("10.1.0.0", "0.0.0.0").StoreIn(platform);
-}
-
-void StoreBlackHole6(FakePlatform& platform) {
-  Route("2001:db8:1::", "2001:db8::9").StoreIn(platform);
-  Route("2001:db8:1::", "::").StoreIn(platform);
-}
-
-void StoreNextHop(FakePlatform& platform) {
-  L3Interface("core1", "192.168.1.1/24").StoreIn(platform);
-  Route("10.1.0.0", "192.168.1.1").StoreIn(platform);
-}
-
-InterfaceData L3WithIpv6(const std::string& name) {
-  InterfaceData l3 = L3Interface(name, "10.1.1.1/24");
-  l3.ipv6 = {"2001:db8::1/64"};
-  return l3;
-}
-
-void StoreNextHop6(FakePlatform& platform) {
-  L3WithIpv6("core1").StoreIn(platform);
-  Route("2001:db8:1::", "2001:db8::1").StoreIn(platform);
-}
-
-void StoreRoutes(FakePlatform& platform, int count) {
-  for (int i = 0; i < count; ++i) {
-    const std::string destination =
-        "20." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".0";
-    Route(destination, "192.168.1.7").StoreIn(platform);
-  }
-}
+const Texts kNextHop = {"l3 core1 192.168.1.1/24",
+                        "route 0 10.1.0.0/24 via 192.168.1.1"};
+const Texts kNextHop6 = {"l3 core1 10.1.1.1/24 2001:db8::1/64",
+                         "route 0 2001:db8:1::/48 via 2001:db8::1"};
+const Texts kBlackHole = {"route 0 10.1.0.0/24 via 192.168.1.9",
+                          "route 0 10.1.0.0/24 via 0.0.0.0"};
+const Texts kBlackHole6 = {"route 0 2001:db8:1::/48 via 2001:db8::9",
+                           "route 0 2001:db8:1::/48 via ::"};
+const Texts kTooManyRoutes(1001, "route 0 20.0.0.0/24 via 192.168.1.7");
 
 // These callbacks do not look at the key path: any will do.
 class RouteCallbacksTest : public CallbackTest {
  protected:
   int32_t Validate(const std::string& opaque) {
     return CallbackTest::Validate(opaque, InterfaceListPath("l3"));
+  }
+
+  void StartWith(const Texts& lines) {
+    fake.Reset();
+    StartSnapshot();
+    StoreLines(fake, lines);
   }
 
   void ExpectAccepted(const std::string& opaque) {
@@ -114,220 +82,160 @@ class RouteCallbacksTest : public CallbackTest {
   void ExpectRefused(const std::string& opaque, const std::string& text) {
     EXPECT_EQ(Validate(opaque), -1);
     ExpectOneError("%s", text);
-  }
-
-  const GenericConfig& reader(InterfaceType kind) {
-    return *config().intf_by_type(kind);
+    EXPECT_EQ(LastCall(), "confd_trans_seterr(" + text + ")");
   }
 };
 
-// ---- Routes against addresses: what is read --------------------------------
+// ---- Each callback ---------------------------------------------------------
 
-struct FamilyCase {
-  std::string name;
-  std::string point;
+using Callback = int32_t(int32_t, confd_trans_ctx*, confd_hkeypath_t*,
+                         confd_value_t*, Config&);
+
+struct CallbackCase {
+  const char* name;
+  const char* point;
+  Callback* callback;
   Texts reads;  // of the small configuration
+  Texts refused;
+  std::string text;
+  // What a reader throws an exception for, and the table that it reads.
+  std::string malformed;
+  const char* table;
 };
 
-Texts RouteCheckReads(const FamilyCase& family) {
-  return Joined({family.reads, RouteReads()});
-}
-
-class RouteCheckTest : public RouteCallbacksTest,
-                       public ::testing::WithParamInterface<FamilyCase> {
+class RouteCallbackTest : public RouteCallbacksTest,
+                          public ::testing::WithParamInterface<CallbackCase> {
  protected:
-  const std::string& point() { return GetParam().point; }
+  const char* point() { return GetParam().point; }
 };
 
-TEST_P(RouteCheckTest, ReadsL3MgmtAndLoopbackAndThenTheRoutes) {
+TEST_P(RouteCallbackTest, ReadsTheseInOrderAndNothingTwice) {
   StoreSmallConfiguration(fake);
   ExpectAccepted(point());
-  EXPECT_EQ(Reads(), RouteCheckReads(GetParam()));
-}
-
-TEST_P(RouteCheckTest, ReadsNothingTwice) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(point());
+  EXPECT_EQ(Reads(), GetParam().reads);
   ExpectAccepted(point());
   EXPECT_EQ(Reads(), Texts{});
 }
 
-TEST_P(RouteCheckTest, ReadsItsFamilyAlsoBehindTheOther) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(point() == kIpv4Point ? kIpv6Point : kIpv4Point);
-  ExpectAccepted(point());
-  EXPECT_EQ(Reads(), RouteCheckReads(GetParam()));
+TEST_P(RouteCallbackTest, RefusesWithTheTextOfTheRule) {
+  StartWith(GetParam().refused);
+  ExpectRefused(point(), GetParam().text);
 }
 
-TEST_P(RouteCheckTest, ReadsItsFamilyOnly) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(point());
-  const bool ipv4 = point() == kIpv4Point;
-  for (const GenericConfig* one :
-       {&reader(InterfaceType::kL3), &reader(InterfaceType::kMgmt),
-        &reader(InterfaceType::kLoopback),
-        static_cast<const GenericConfig*>(&config().static_route_config())}) {
-    EXPECT_EQ(one->ipv4_read(), ipv4);
-    EXPECT_EQ(one->ipv6_read(), !ipv4);
-  }
-  EXPECT_FALSE(config().ospfv2_config().ipv4_read());
-  EXPECT_FALSE(config().ospfv2_config().ipv6_read());
-}
-
-TEST_P(RouteCheckTest, AcceptsAnEmptyConfiguration) {
-  ExpectAccepted(point());
-  const std::string table = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
-  EXPECT_EQ(Reads(), (Texts{"maapi_exists(/config/interface/ipapp:l3)",
-                            "maapi_exists(/config/interface/ipapp:mgmt)",
-                            "maapi_exists(/config/interface/ipapp:loopback)",
-                            "maapi_init_cursor(" + table + ")",
-                            "maapi_get_next(" + table + ")",
-                            "maapi_destroy_cursor(" + table + ")"}));
-}
-
-// The whole table counts, whichever family is read.
-TEST_P(RouteCheckTest, RefusesTooManyRoutesOfBothFamilies) {
-  StoreRoutes(fake, 999);
-  Route("2001:db8:1::", "2001:db8::9").StoreIn(fake);
-  ExpectRefused(point(), kLimitText);
-}
-
-TEST_P(RouteCheckTest, AcceptsAsManyRoutesAsTheLimitAllows) {
-  StoreRoutes(fake, 998);
-  Route("2001:db8:1::", "2001:db8::9").StoreIn(fake);
-  ExpectAccepted(point());
-}
-
-TEST_P(RouteCheckTest, DoesNotLookAtSocketKeyPathNorNewValue) {
-  const auto callback = point() == kIpv4Point ? validate_ipv4_addr_route
-                                              : validate_ipv6_addr_route;
-  StoreRoutes(fake, 1001);
+TEST_P(RouteCallbackTest, DoesNotLookAtSocketKeyPathNorNewValue) {
+  StartWith(GetParam().refused);
   BindSnapshot();
-  EXPECT_EQ(callback(-1, fake.tctx(), nullptr, nullptr, config()), -1);
-  ExpectOneError("%s", kLimitText);
+  EXPECT_EQ(GetParam().callback(-1, fake.tctx(), nullptr, nullptr, config()),
+            -1);
+  ExpectOneError("%s", GetParam().text);
 }
 
-TEST_P(RouteCheckTest, ATooShortOutputInterfaceNameLeavesTheCall) {
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
-  RouteOut(Route("10.1.0.0", "192.168.1.1"), "a").StoreIn(fake);
-  EXPECT_THROW(Validate(point()), std::out_of_range);
-  EXPECT_THROW(Validate(point()), std::out_of_range);
+TEST_P(RouteCallbackTest, AnExceptionOfAReaderLeavesTheCall) {
+  StartWith({"l3 core1 10.1.1.1/24", GetParam().malformed});
+  EXPECT_THROW(Validate(point()), std::exception);
+  EXPECT_THROW(Validate(point()), std::exception);
   ExpectNoError();
 
-  // The interfaces stay read; the routes are tried again.
+  // The interfaces stay read; the table is tried again.
   EXPECT_EQ(ReadsWith("/config/interface"), Texts{});
-  EXPECT_FALSE(ReadsWith("rtmStaticRtTable").empty());
+  EXPECT_FALSE(ReadsWith(GetParam().table).empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Families, RouteCheckTest,
-    ::testing::Values(FamilyCase{"Ipv4", kIpv4Point,
-                                 Joined({L3Ipv4Reads(), MgmtIpv4Reads(),
-                                         LoopbackReads("ipv4")})},
-                      FamilyCase{"Ipv6", kIpv6Point,
-                                 Joined({L3Ipv6Reads(), MgmtIpv6Reads(),
-                                         LoopbackReads("ipv6")})}),
-    [](const auto& family) { return family.param.name; });
+    Points, RouteCallbackTest,
+    ::testing::Values(
+        CallbackCase{"Ipv4Routes", kIpv4Point, validate_ipv4_addr_route,
+                     Joined({L3Ipv4Reads(), MgmtIpv4Reads(),
+                             LoopbackReads("ipv4"), RouteReads()}),
+                     kNextHop, kNextHopText,
+                     "route 0 10.1.0.0/24 via 192.168.1.1 by a",
+                     "rtmStaticRtTable"},
+        CallbackCase{"Ipv6Routes", kIpv6Point, validate_ipv6_addr_route,
+                     Joined({L3Ipv6Reads(), MgmtIpv6Reads(),
+                             LoopbackReads("ipv6"), RouteReads()}),
+                     kNextHop6, kNextHopText6,
+                     "route 0 2001:db8:1::/48 via 2001:db8::9 by a",
+                     "rtmStaticRtTable"},
+        // The interfaces for IPv4 only, the routes for either family.
+        CallbackCase{
+            "OutputInterfaces",
+            kL3Point,
+            validate_route_l3_intf,
+            Joined({L3Ipv4Reads(), RouteReads(), RouteReads()}),
+            {"l3 core1", "route 0 2001:db8:1::/48 via 2001:db8::9 by l3-core1"},
+            kOutputText,
+            "route 0 2001:db8:1::/48 via 2001:db8::9 by a",
+            "rtmStaticRtTable"},
+        CallbackCase{
+            "Ospfv2",
+            kProtPoint,
+            validate_ipv4_addr_cross_prot,
+            Joined({L3Ipv4Reads(), LoopbackReads("ipv4"), OspfReads()}),
+            {"l3 core1 10.1.1.1/24", "process 7 10 global",
+             "ospf 7 l3-core1 10.1.1.2/24"},
+            kModifiedText,
+            "ospf 7 l3-core1 10.1.1.1/24 backbone",
+            "/internal/ospf-interface-l3"}),
+    [](const auto& callback) { return callback.param.name; });
 
-TEST_F(RouteCallbacksTest, TheRouteCheckReadsWhatAnAddressCheckHasLeft) {
+TEST_F(RouteCallbacksTest, ReadWhatAnAddressCheckHasLeft) {
   StoreSmallConfiguration(fake);
   ExpectAccepted("ipv4_addr_validation");
   ExpectAccepted(kIpv4Point);
   EXPECT_EQ(Reads(), Texts{});
+  ExpectAccepted(kProtPoint);
+  EXPECT_EQ(Reads(), OspfReads());
+  ExpectAccepted(kL3Point);
+  EXPECT_EQ(Reads(), RouteReads());  // for IPv6
+  ExpectAccepted(kIpv6Point);
+  EXPECT_EQ(Reads(),
+            Joined({L3Ipv6Reads(), MgmtIpv6Reads(), LoopbackReads("ipv6")}));
 }
 
-// ---- Routes against addresses: verdicts ------------------------------------
-
-using Store = void (*)(FakePlatform&);
-
-struct RefusalCase {
-  const char* name;
-  const char* point;
-  Store store;
-  std::string text;
-};
-
-class RouteRefusalTest : public RouteCallbacksTest,
-                         public ::testing::WithParamInterface<RefusalCase> {};
-
-TEST_P(RouteRefusalTest, IsTheTextOfTheRule) {
-  GetParam().store(fake);
-  ExpectRefused(GetParam().point, GetParam().text);
-  EXPECT_EQ(LastCall(), "confd_trans_seterr(" + GetParam().text + ")");
-}
+// ---- Routes against addresses ----------------------------------------------
 
 // One family is read: what is wrong with the other one is not seen.
-TEST_P(RouteRefusalTest, IsNoneForTheOtherFamily) {
-  GetParam().store(fake);
-  ExpectAccepted(GetParam().point == std::string(kIpv4Point) ? kIpv6Point
-                                                             : kIpv4Point);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rules, RouteRefusalTest,
-    ::testing::Values(
-        RefusalCase{"NextHop", kIpv4Point, StoreNextHop, kNextHopText},
-        RefusalCase{"NextHop6", kIpv6Point, StoreNextHop6, kNextHopText6},
-        RefusalCase{"NextHopOfManagement", kIpv4Point,
-                    [](FakePlatform& platform) {
-                      MgmtInterface("9", "192.168.1.1/24").StoreIn(platform);
-                      Route("10.1.0.0", "192.168.1.1").StoreIn(platform);
-                    },
-                    "mgmt 9 ipv4 address 192.168.1.1/24 and static route "
-                    "10.1.0.0/24 next-hop 192.168.1.1 cannot have address "
-                    "conflict."},
-        RefusalCase{"BlackHole", kIpv4Point, StoreBlackHole, kBlackHoleText},
-        RefusalCase{"BlackHole6", kIpv6Point, StoreBlackHole6,
-                    kBlackHoleText6}),
-    [](const auto& refusal) { return refusal.param.name; });
-
-TEST_F(RouteCallbacksTest, TheLastRuleViolatedGivesTheText) {
-  StoreNextHop(fake);
-  StoreRoutes(fake, 1000);
-  ExpectRefused(kIpv4Point, kLimitText);
-  StartSnapshot();
-  Route("10.1.0.0", "0.0.0.0").StoreIn(fake);
-  EXPECT_EQ(Validate(kIpv4Point), -1);
-  EXPECT_EQ(fake.error_text(), kBlackHoleText);
+TEST_F(RouteCallbacksTest, JudgeTheirOwnFamily) {
+  const struct {
+    Texts lines;
+    const char* point;
+    const char* other_point;
+    const char* text;
+  } cases[] = {{kNextHop, kIpv4Point, kIpv6Point, kNextHopText},
+               {kNextHop6, kIpv6Point, kIpv4Point, kNextHopText6},
+               {kBlackHole, kIpv4Point, kIpv6Point, kBlackHoleText},
+               {kBlackHole6, kIpv6Point, kIpv4Point, kBlackHoleText6},
+               {kTooManyRoutes, kIpv4Point, nullptr, kLimitText},
+               {kTooManyRoutes, kIpv6Point, nullptr, kLimitText}};
+  for (const auto& [lines, point, other_point, text] : cases) {
+    StartWith(lines);
+    ExpectRefused(point, text);
+    StartWith(lines);
+    if (other_point != nullptr) ExpectAccepted(other_point);
+  }
 }
 
 // With the IPv4 routes read, only these are examined.
 TEST_F(RouteCallbacksTest, Ipv6BehindIpv4ExaminesTheIpv4Routes) {
-  StoreNextHop6(fake);
-  StoreBlackHole6(fake);
+  StartWith(Joined({kNextHop6, kBlackHole6}));
   ExpectAccepted(kIpv4Point);
   ExpectAccepted(kIpv6Point);
   EXPECT_TRUE(config().static_route_config().ipv6_read());
-  StartSnapshot();
-  StoreNextHop(fake);
-  ExpectAccepted(kL3Point);
-  ExpectRefused(kIpv6Point, kNextHopText);
+
+  StartWith(kNextHop);
+  ExpectAccepted(kIpv6Point);
+  EXPECT_EQ(Validate(kIpv4Point), -1);
+  EXPECT_EQ(Validate(kIpv6Point), -1);
+  EXPECT_EQ(fake.error_text(), kNextHopText);
 }
 
 // ---- Output interfaces -----------------------------------------------------
 
-using OutputIntfTest = RouteCallbacksTest;
-
-TEST_F(OutputIntfTest, ReadsTheL3InterfacesForIpv4AndAllRoutes) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(kL3Point);
-  EXPECT_EQ(Reads(), Joined({L3Ipv4Reads(), RouteReads(), RouteReads()}));
-  EXPECT_TRUE(config().static_route_config().ipv4_read());
-  EXPECT_TRUE(config().static_route_config().ipv6_read());
-  EXPECT_TRUE(reader(InterfaceType::kL3).ipv4_read());
-  EXPECT_FALSE(reader(InterfaceType::kL3).ipv6_read());
-  for (const InterfaceType kind :
-       {InterfaceType::kMgmt, InterfaceType::kLoopback}) {
-    EXPECT_FALSE(reader(kind).ipv4_read());
-    EXPECT_FALSE(reader(kind).ipv6_read());
-  }
-}
-
 // Both reads make the same calls. The order shows in the routes that are there
 // when the second cursor does not open.
-TEST_F(OutputIntfTest, ReadsTheIpv4RoutesFirst) {
-  Route("10.1.0.0", "192.168.1.1").StoreIn(fake);
-  Route("2001:db8:1::", "2001:db8::9").StoreIn(fake);
+TEST_F(RouteCallbacksTest, OutputInterfacesReadTheIpv4RoutesFirst) {
+  StoreLines(fake, {"route 0 10.1.0.0/24 via 192.168.1.1",
+                    "route 0 2001:db8:1::/48 via 2001:db8::9"});
   ExpectAccepted(kL3Point);
   const Texts calls = fake.CallTexts();
   const auto second =
@@ -341,188 +249,52 @@ TEST_F(OutputIntfTest, ReadsTheIpv4RoutesFirst) {
   EXPECT_FALSE(routes.FindNextHop({"global", Addr6("2001:db8::9")}, route));
 }
 
-TEST_F(OutputIntfTest, ReadsNothingTwice) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(kL3Point);
-  ExpectAccepted(kL3Point);
-  EXPECT_EQ(Reads(), Texts{});
-}
-
-TEST_F(OutputIntfTest, ReadsTheIpv6RoutesOnlyBehindAnIpv4RouteCheck) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(kIpv4Point);
-  ExpectAccepted(kL3Point);
-  EXPECT_EQ(Reads(), RouteReads());
-}
-
-// The rule itself is tested with the others.
-TEST_F(OutputIntfTest, RefusesAnInterfaceWithoutAVlanThatARouteNames) {
-  const StaticRouteRow rows[] = {Route("10.1.0.0", "192.168.1.1"),
-                                 Route("2001:db8:1::", "2001:db8::9")};
-  for (const StaticRouteRow& row : rows) {
-    fake.Reset();
-    StartSnapshot();
-    InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-    l3.StoreIn(fake);
-    RouteOut(row, "l3-core1").StoreIn(fake);
-    ExpectRefused(kL3Point, kOutputText);
-    StartSnapshot();
-    l3.vlan = 10;
-    l3.StoreIn(fake);
-    EXPECT_EQ(Validate(kL3Point), 0);
-  }
-}
-
 // It judges nothing else about the routes.
-TEST_F(OutputIntfTest, AcceptsWhatTheRouteCheckRefuses) {
-  StoreNextHop(fake);
-  StoreRoutes(fake, 1001);
-  Route("10.1.0.0", "0.0.0.0").StoreIn(fake);
+TEST_F(RouteCallbacksTest, OutputInterfacesAcceptWhatTheRouteCheckRefuses) {
+  StartWith(Joined({kNextHop, kTooManyRoutes, kBlackHole}));
   ExpectAccepted(kL3Point);
-}
-
-TEST_F(OutputIntfTest, DoesNotLookAtSocketKeyPathNorNewValue) {
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
-  RouteOut(Route("10.1.0.0", "192.168.1.1"), "l3-core1").StoreIn(fake);
-  BindSnapshot();
-  EXPECT_EQ(validate_route_l3_intf(-1, fake.tctx(), nullptr, nullptr, config()),
-            -1);
-  ExpectOneError("%s", kOutputText);
-}
-
-TEST_F(OutputIntfTest, ATooShortOutputInterfaceNameLeavesTheCall) {
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
-  RouteOut(Route("2001:db8:1::", "2001:db8::9"), "a").StoreIn(fake);
-  EXPECT_THROW(Validate(kL3Point), std::out_of_range);
-  EXPECT_THROW(Validate(kL3Point), std::out_of_range);
-  ExpectNoError();
-  EXPECT_EQ(ReadsWith("/config/interface"), Texts{});
-  EXPECT_FALSE(ReadsWith("rtmStaticRtTable").empty());
 }
 
 // ---- Addresses against OSPFv2 ----------------------------------------------
 
-constexpr char kModifiedText[] =
-    "10.1.1.2/24 cannot be modified nor deleted, it is assigned to router ospf "
-    "10 vrf global area 1 (0.0.0.1)";
-
-class CrossProtTest : public RouteCallbacksTest {
- protected:
-  // OSPFv2 knows an address of an interface as its table names it.
-  void StoreInOspf(const std::string& interface, const std::string& address) {
-    OspfRow row;
-    row.interface = interface;
-    row.address = address;
-    row.StoreIn(fake);
+TEST_F(RouteCallbacksTest, Ospfv2JudgesL3AndLoopbackInterfaces) {
+  const struct {
+    const char* what;
+    Texts lines;
+    const char* text;  // "" for none
+  } cases[] = {
+      {"an address that OSPF does not know",
+       {"l3 core1 10.1.1.1/24 10.1.2.1/24", "ospf 7 l3-core1 10.1.1.1/24"},
+       "10.1.2.1/24 cannot be added after interface is assigned to router "
+       "ospf 10 vrf global area 1 (0.0.0.1)"},
+      {"a loopback",
+       {"loopback 1 10.3.3.3/32", "ospf 7 loopback-1 10.1.1.2/24"},
+       kModifiedText},
+      {"the l3 interface before the loopback",
+       {"loopback 1 10.3.3.3/32", "l3 core1 10.1.1.1/24",
+        "ospf 7 loopback-1 10.3.3.4/24", "ospf 7 l3-core1 10.1.1.2/24"},
+       kModifiedText},
+      // The VRF is the concern of another validation point.
+      {"a divergent VRF",
+       {"l3 core1 vrf red 10.1.1.1/24", "ospf 7 l3-core1 10.1.1.1/24"},
+       ""}};
+  for (const auto& [what, lines, text] : cases) {
+    SCOPED_TRACE(what);
+    StartWith(Joined({{"process 7 10 global"}, lines}));
+    if (*text == '\0') {
+      ExpectAccepted(kProtPoint);
+    } else {
+      ExpectRefused(kProtPoint, text);
+    }
   }
-};
-
-TEST_F(CrossProtTest, ReadsL3AndLoopbackAndThenOspf) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(kProtPoint);
-  EXPECT_EQ(Reads(),
-            Joined({L3Ipv4Reads(), LoopbackReads("ipv4"), OspfReads()}));
-  EXPECT_FALSE(reader(InterfaceType::kMgmt).ipv4_read());
-  EXPECT_FALSE(config().static_route_config().ipv4_read());
-  for (const GenericConfig* one :
-       {&reader(InterfaceType::kL3), &reader(InterfaceType::kLoopback),
-        static_cast<const GenericConfig*>(&config().ospfv2_config())}) {
-    EXPECT_TRUE(one->ipv4_read());
-    EXPECT_FALSE(one->ipv6_read());
-  }
 }
 
-TEST_F(CrossProtTest, ReadsNothingTwice) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted(kProtPoint);
-  ExpectAccepted(kProtPoint);
-  EXPECT_EQ(Reads(), Texts{});
-}
-
-TEST_F(CrossProtTest, ReadsOspfOnlyBehindAnAddressCheck) {
-  StoreSmallConfiguration(fake);
-  ExpectAccepted("ipv4_addr_validation");
-  ExpectAccepted(kProtPoint);
-  EXPECT_EQ(Reads(), OspfReads());
-}
-
-TEST_F(CrossProtTest, RefusesAnAddressThatOspfKnowsAndIsGone) {
-  StoreSmallConfiguration(fake);
-  StoreInOspf("l3-core1", "10.1.1.2");
-  ExpectRefused(kProtPoint, kModifiedText);
-  EXPECT_EQ(LastCall(),
-            std::string("confd_trans_seterr(") + kModifiedText + ")");
-}
-
-TEST_F(CrossProtTest, RefusesAnAddressThatOspfDoesNotKnow) {
-  InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-  l3.ipv4_list = {"10.1.2.1/24"};
-  l3.StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  OspfRow{}.StoreIn(fake);
-  ExpectRefused(kProtPoint,
-                "10.1.2.1/24 cannot be added after interface is assigned to "
-                "router ospf 10 vrf global area 1 (0.0.0.1)");
-}
-
-TEST_F(CrossProtTest, RefusesForALoopback) {
-  LoopbackInterface("1", {"10.3.3.3/32"}).StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  StoreInOspf("loopback-1", "10.1.1.2");
-  ExpectRefused(kProtPoint, kModifiedText);
-}
-
-TEST_F(CrossProtTest, NamesTheL3InterfaceBeforeTheLoopback) {
-  LoopbackInterface("1", {"10.3.3.3/32"}).StoreIn(fake);
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  StoreInOspf("loopback-1", "10.3.3.4");
-  StoreInOspf("l3-core1", "10.1.1.2");
-  ExpectRefused(kProtPoint, kModifiedText);
-}
-
-TEST_F(CrossProtTest, DoesNotJudgeManagementInterfaces) {
-  MgmtInterface("9", "10.2.2.2/24").StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  StoreInOspf("mgmt-9", "10.1.1.2");
+TEST_F(RouteCallbacksTest, Ospfv2DoesNotJudgeManagementInterfaces) {
+  StartWith({"mgmt 9 10.2.2.2/24", "process 7 10 global",
+             "ospf 7 mgmt-9 10.1.1.2/24"});
   ExpectAccepted(kProtPoint);
   ExpectAccepted("ipv4_addr_validation");  // reads them
   ExpectAccepted(kProtPoint);
-}
-
-// The VRF is the concern of another validation point.
-TEST_F(CrossProtTest, AcceptsADivergentVrf) {
-  InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-  l3.vrf = "red";
-  l3.StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  OspfRow{}.StoreIn(fake);
-  ExpectAccepted(kProtPoint);
-}
-
-TEST_F(CrossProtTest, DoesNotLookAtSocketKeyPathNorNewValue) {
-  StoreSmallConfiguration(fake);
-  StoreInOspf("l3-core1", "10.1.1.2");
-  BindSnapshot();
-  EXPECT_EQ(validate_ipv4_addr_cross_prot(-1, fake.tctx(), nullptr, nullptr,
-                                          config()),
-            -1);
-  ExpectOneError("%s", kModifiedText);
-}
-
-TEST_F(CrossProtTest, AMalformedAreaLeavesTheCall) {
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
-  OspfProcess{}.StoreIn(fake);
-  OspfRow row;
-  row.area = "backbone";
-  row.StoreIn(fake);
-  EXPECT_THROW(Validate(kProtPoint), boost::system::system_error);
-  EXPECT_THROW(Validate(kProtPoint), boost::system::system_error);
-  ExpectNoError();
-
-  // The interfaces stay read; OSPFv2 is tried again.
-  EXPECT_EQ(ReadsWith("/config/interface"), Texts{});
-  EXPECT_FALSE(ReadsWith("/internal/ospf-interface-l3").empty());
 }
 
 // ---- The lower layer: what is handed on ------------------------------------
@@ -630,9 +402,12 @@ TEST_F(LowerLayerTest, LeavesTheSnapshotUnread) {
   Ospfv3Row{}.StoreIn(fake);
   EXPECT_EQ(CallbackTest::Validate(kLowerLayerPoint, LowerLayerPath()), -1);
   ExpectOneError(kVlanFormat, kVlanText);
+  const auto reader = [&](InterfaceType kind) -> const GenericConfig* {
+    return config().intf_by_type(kind);
+  };
   for (const GenericConfig* one :
-       {&reader(InterfaceType::kL3), &reader(InterfaceType::kMgmt),
-        &reader(InterfaceType::kLoopback),
+       {reader(InterfaceType::kL3), reader(InterfaceType::kMgmt),
+        reader(InterfaceType::kLoopback),
         static_cast<const GenericConfig*>(&config().static_route_config()),
         static_cast<const GenericConfig*>(&config().ospfv2_config())}) {
     EXPECT_FALSE(one->ipv4_read());

@@ -38,7 +38,8 @@ class DevicesTest : public FolderTest {
   ProgramResult Ipav(const Words& arguments) const;
 
   // "check" with a misbehaving plug-in.
-  Words Wild(const Words& more, const std::string& plugin = "runs_wild") const;
+  Words Wild(const Words& more,
+             const std::string& plugin = "obeys_opaque") const;
 
   std::string in() const { return folder_ / "in"; }
   std::string started() const { return folder_ / "started"; }

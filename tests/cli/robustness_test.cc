@@ -268,7 +268,7 @@ class RobustnessDamaged : public Robustness {
   // The result with a copy of the plug-in, damaged by `damage`.
   ProgramResult CheckDamaged(
       const std::function<void(std::string*)>& damage) const {
-    std::string bytes = ReadFile(IPAV_TEST_PLUGINS "/runs_wild.so");
+    std::string bytes = ReadFile(IPAV_TEST_PLUGINS "/obeys_opaque.so");
     damage(&bytes);
     std::ofstream(plugin_, std::ios::binary) << bytes;
     return Check({"--yang", folder_ / "yang", "--plugin", plugin_, Good()});

@@ -84,7 +84,7 @@ class CommitCommandTest(ServerTest):
 
     def test_tells_of_a_plugin_that_fails(self):
         model = wild_model(self.folder)
-        server = self.serve("--plugin", f"{TEST_PLUGINS}/runs_wild.so",
+        server = self.serve("--plugin", f"{TEST_PLUGINS}/obeys_opaque.so",
                             "--yang", model)
         path = self.write('<top xmlns="urn:m"><_exit>x</_exit></top>')
         status, out, _ = self.commit(server, "--yang", model, path)

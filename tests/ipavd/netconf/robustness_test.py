@@ -250,7 +250,7 @@ class FailingPluginTest(ServerTest):
 
     def setUp(self):
         super().setUp()
-        self.server = self.serve("--plugin", f"{TEST_PLUGINS}/runs_wild.so",
+        self.server = self.serve("--plugin", f"{TEST_PLUGINS}/obeys_opaque.so",
                                  "--yang", wild_model(self.folder),
                                  "--timeout", "1")
         self.client = self.raw(self.server)

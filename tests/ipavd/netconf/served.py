@@ -63,7 +63,7 @@ def model_of(folder, body):
 
 
 def wild_model(folder):
-    """A model for the plug-in runs_wild, which does what a leaf is named."""
+    """A model for the plug-in obeys_opaque, which does what a leaf is named."""
     deeds = ["_exit", "hang", "overflow-stack", "kill-parent", "close-files",
              "spawn-and-crash", "refuse-in-odd-bytes", "refuse-at-length"]
     leaves = "".join(

@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"Hangs", "<hang>x</hang>",
                     "operation-failed /m:top/hang: the plug-in failed: did not "
                     "answer within 0.5 seconds",
-                    "hang", "runs_wild"},
+                    "hang", "obeys_opaque"},
         RefusedCase{"Throws", "<throw>x</throw>",
                     "operation-failed /m:top/throw: the plug-in failed: it "
                     "threw an exception: thrown for a reason",

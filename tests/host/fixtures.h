@@ -10,9 +10,12 @@
 #include <memory>
 #include <string>
 
+#include "host/base/utf8.h"
+#include "host/confd/confd_error.h"
 #include "host/confd/path.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_error.h"
+#include "host/datastore/input_text.h"
 #include "host/datastore/model.h"
 #include "tests/support/temp_dir.h"
 
@@ -100,6 +103,12 @@ inline const ipav::datastore::Model& ProjectModel() {
   return kModel;
 }
 
+// A configuration of it, XML or JSON.
+inline ipav::datastore::DataTree ProjectTree(const std::string& text) {
+  return ipav::datastore::DataTree::FromText(
+      ProjectModel(), ipav::datastore::CheckText("text", text));
+}
+
 // The node of the model at a path without keys.
 inline const lysc_node& SchemaAt(const ipav::datastore::Model& model,
                                  const std::string& path) {
@@ -113,6 +122,20 @@ inline const lyd_node* NodeAt(const ipav::datastore::DataTree& tree,
   return ipav::confd::Resolve(tree, ipav::confd::ParsePath(path)).node;
 }
 
+// The marked part of the line of a place in a text, by characters.
+template <typename Mark>
+std::string MarkedIn(const Mark& mark) {
+  std::string marked;
+  std::size_t character = mark.skipped;
+  for (const char c : mark.source_line) {
+    if (!ipav::base::IsContinuation(c)) ++character;
+    if (character >= mark.column && character < mark.column + mark.length) {
+      marked += c;
+    }
+  }
+  return marked;
+}
+
 // What() of the InputError that `body` throws; fails the test otherwise.
 template <typename Body>
 std::string InputErrorOf(const Body& body) {
@@ -123,6 +146,18 @@ std::string InputErrorOf(const Body& body) {
   }
   ADD_FAILURE() << "no InputError";
   return "";
+}
+
+// The code of the ConfdError that `body` throws, 0 if it throws none.
+template <typename Body>
+int CodeOf(const Body& body) {
+  try {
+    body();
+  } catch (const ipav::confd::ConfdError& error) {
+    EXPECT_STRNE(error.what(), "");
+    return error.code();
+  }
+  return 0;
 }
 
 inline testing::AssertionResult Contains(const std::string& text,

@@ -9,27 +9,16 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/confd/confd_error.h"
 #include "host/services/framework.h"
 #include "tests/host/fixtures.h"
 
 namespace {
 
+using host_test::CodeOf;
 using host_test::TestModel;
-using ipav::confd::ConfdError;
 using ipav::confd::Session;
 using ipav::datastore::DataTree;
 using ipav::datastore::Diff;
-
-template <typename Body>
-int CodeOf(const Body& body) {
-  try {
-    body();
-  } catch (const ConfdError& error) {
-    return error.code();
-  }
-  return 0;
-}
 
 class SessionTest : public testing::Test {
  protected:
@@ -37,6 +26,7 @@ class SessionTest : public testing::Test {
   const DataTree running_ = model_.Tree("<n NS>1</n>");
   const DataTree candidate_ = model_.Tree("<n NS>2</n>");
   const Diff diff_{running_, candidate_};
+  const int socket_ = Session::maapi_socket();
 };
 
 TEST_F(SessionTest, IsCurrentWhileItLives) {
@@ -58,44 +48,25 @@ TEST_F(SessionTest, SecondOneIsRefusedAndLeavesTheFirst) {
   EXPECT_EQ(Session::Current(), &session);
 }
 
-TEST_F(SessionTest, IsFoundBySocketAndHandle) {
-  Session session(running_, candidate_, diff_);
-  EXPECT_EQ(&Session::OfTransaction(Session::maapi_socket(),
-                                    session.context().thandle),
-            &session);
-}
-
-TEST_F(SessionTest, SocketThatWasNeverOpenedIsAnError) {
-  EXPECT_EQ(CodeOf([] { Session::OfTransaction(3, 1); }), CONFD_ERR_NOSESSION);
-  Session session(running_, candidate_, diff_);
-  const int handle = session.context().thandle;
-  const int socket = Session::maapi_socket();
-  for (const int other : {-1, 0, socket + 1, socket - 1}) {
-    EXPECT_EQ(CodeOf([&] { Session::OfTransaction(other, handle); }),
-              CONFD_ERR_NOSESSION);
-  }
-}
-
-TEST_F(SessionTest, HandleThatWasNeverOpenedIsAnError) {
-  Session session(running_, candidate_, diff_);
-  const int handle = session.context().thandle;
-  for (const int other : {-1, handle + 1, handle - 1}) {
-    EXPECT_EQ(
-        CodeOf([&] { Session::OfTransaction(Session::maapi_socket(), other); }),
-        CONFD_ERR_NOTRANS);
-  }
-}
-
-TEST_F(SessionTest, SocketOfAClosedOneIsAnError) {
-  int socket = 0;
+TEST_F(SessionTest, IsFoundBySocketAndHandleWhileItLives) {
   int handle = 0;
   {
     Session session(running_, candidate_, diff_);
-    socket = Session::maapi_socket();
     handle = session.context().thandle;
+    EXPECT_EQ(&Session::OfTransaction(socket_, handle), &session);
+    for (const int other : {-1, 0, socket_ + 1, socket_ - 1}) {
+      EXPECT_EQ(CodeOf([&] { Session::OfTransaction(other, handle); }),
+                CONFD_ERR_NOSESSION);
+    }
+    for (const int other : {-1, handle + 1, handle - 1}) {
+      EXPECT_EQ(CodeOf([&] { Session::OfTransaction(socket_, other); }),
+                CONFD_ERR_NOTRANS);
+    }
   }
-  EXPECT_EQ(CodeOf([&] { Session::OfTransaction(socket, handle); }),
-            CONFD_ERR_NOSESSION);
+  for (const int socket : {3, socket_}) {
+    EXPECT_EQ(CodeOf([&] { Session::OfTransaction(socket, handle); }),
+              CONFD_ERR_NOSESSION);
+  }
 }
 
 TEST_F(SessionTest, CallOnAnUnopenedSocketFailsWithItsCodeAndText) {
@@ -130,14 +101,14 @@ TEST_F(SessionTest, CdbSessionsOpenAndClose) {
   const int second = session.OpenCdb();
   EXPECT_NE(first, second);
   EXPECT_GE(first, 0);
-  EXPECT_NE(first, Session::maapi_socket());
+  EXPECT_NE(first, socket_);
   EXPECT_EQ(session.open_cdb_sessions(), 2U);
   EXPECT_EQ(&Session::OfCdbSocket(first), &session);
   session.CloseCdb(first);
   EXPECT_EQ(session.open_cdb_sessions(), 1U);
   EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(first); }), CONFD_ERR_NOSESSION);
   EXPECT_EQ(&Session::OfCdbSocket(second), &session);
-  EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(Session::maapi_socket()); }),
+  EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(socket_); }),
             CONFD_ERR_NOSESSION);
 }
 
@@ -173,35 +144,26 @@ TEST_F(SessionTest, CdbSessionThatCannotOpenHasANegativeSocket) {
 TEST_F(SessionTest, CountsCallsByName) {
   Session session(running_, candidate_, diff_);
   EXPECT_TRUE(session.calls().empty());
-  const int socket = Session::maapi_socket();
   const int handle = session.context().thandle;
-  EXPECT_EQ(maapi_exists(socket, handle, "/n"), 1);
-  EXPECT_EQ(maapi_exists(socket, handle, "/nothing"), CONFD_ERR);
+  EXPECT_EQ(maapi_exists(socket_, handle, "/n"), 1);
+  EXPECT_EQ(maapi_exists(socket_, handle, "/nothing"), CONFD_ERR);
   int32_t number = 0;
-  EXPECT_EQ(maapi_get_int32_elem(socket, handle, &number, "/n"), CONFD_OK);
+  EXPECT_EQ(maapi_get_int32_elem(socket_, handle, &number, "/n"), CONFD_OK);
   EXPECT_EQ(number, 2);  // of the candidate
   EXPECT_EQ(session.calls().at("maapi_exists"), 2U);
   EXPECT_EQ(session.calls().at("maapi_get_int32_elem"), 1U);
   EXPECT_EQ(session.calls().size(), 2U);
 }
 
-TEST_F(SessionTest, ErrorTextIsTakenOnce) {
+TEST_F(SessionTest, LastErrorTextOfItsContextIsTakenOnce) {
   Session session(running_, candidate_, diff_);
   EXPECT_FALSE(session.TakeErrorText().has_value());
+  confd_trans_seterr(&session.context(), "first");
   confd_trans_seterr(&session.context(), "%s is %d%%", "n", 100);
   EXPECT_EQ(session.TakeErrorText(), "n is 100%");
   EXPECT_FALSE(session.TakeErrorText().has_value());
-}
-
-TEST_F(SessionTest, LastErrorTextCounts) {
-  Session session(running_, candidate_, diff_);
-  confd_trans_seterr(&session.context(), "first");
   confd_trans_seterr(&session.context(), "%s", "");
   EXPECT_EQ(session.TakeErrorText(), "");
-}
-
-TEST_F(SessionTest, ErrorTextOfAnotherContextIsNotTaken) {
-  Session session(running_, candidate_, diff_);
   confd_trans_ctx other{};
   confd_trans_seterr(&other, "text");
   confd_trans_seterr(nullptr, "text");

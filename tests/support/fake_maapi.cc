@@ -21,7 +21,7 @@ using ipav::testing::Value;
 int maapi_exists(int sock, int thandle, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request = Fake().Begin("maapi_exists", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   if (request.code != CONFD_OK) return request.code;
   return Fake().Exists(request);
@@ -30,8 +30,7 @@ int maapi_exists(int sock, int thandle, const char* fmt, ...) {
 int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_num_instances", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   if (request.code != CONFD_OK) return request.code;
   return Fake().CountEntries(request);
@@ -43,7 +42,7 @@ int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
                    ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request = Fake().Begin("maapi_get_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   if (request.code != CONFD_OK) return request.code;
   const Value* leaf = Fake().FindLeaf(request);
@@ -56,8 +55,7 @@ int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
                        ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_str_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_BUF, &value);
@@ -75,8 +73,7 @@ int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
                          ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_int32_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_INT32, &value);
@@ -88,8 +85,7 @@ int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
                           ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_u_int8_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_UINT8, &value);
@@ -101,8 +97,7 @@ int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
                            const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_u_int16_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_UINT16, &value);
@@ -114,8 +109,7 @@ int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
                            const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_u_int32_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_UINT32, &value);
@@ -127,8 +121,7 @@ int maapi_get_ipv4_and_plen_elem(int sock, int thandle, confd_ipv4_prefix* rval,
                                  const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_ipv4_and_plen_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_IPV4_AND_PLEN, &value);
@@ -140,8 +133,7 @@ int maapi_get_ipv6_and_plen_elem(int sock, int thandle, confd_ipv6_prefix* rval,
                                  const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_get_ipv6_and_plen_elem", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   confd_value_t value;
   const int result = Fake().ReadTyped(request, C_IPV6_AND_PLEN, &value);
@@ -155,8 +147,7 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
                       ...) {
   va_list args;
   va_start(args, fmt);
-  const auto request =
-      Fake().Begin("maapi_init_cursor", sock, thandle, fmt, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   *mc = {};
   if (request.code != CONFD_OK) return request.code;
@@ -206,8 +197,8 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
                           void (*)(char*), const char* fmtpath, ...) {
   va_list args;
   va_start(args, fmtpath);
-  const auto request = Fake().Begin("maapi_xpath_eval_expr", sock, thandle,
-                                    fmtpath, args, std::string(expr) + ", ");
+  const auto request = Fake().Begin(__func__, sock, thandle, fmtpath, args,
+                                    std::string(expr) + ", ");
   va_end(args);
   *res = nullptr;
   if (request.code != CONFD_OK) return request.code;
@@ -223,8 +214,7 @@ int maapi_keypath_diff_iterate(int sock, int thandle,
                                int, void* initstate, const char* fmtpath, ...) {
   va_list args;
   va_start(args, fmtpath);
-  const auto request =
-      Fake().Begin("maapi_keypath_diff_iterate", sock, thandle, fmtpath, args);
+  const auto request = Fake().Begin(__func__, sock, thandle, fmtpath, args);
   va_end(args);
   if (request.code != CONFD_OK) return request.code;
 

@@ -119,42 +119,6 @@ Value Octets(const std::string& hex_list) {
   return Binary(octets);
 }
 
-Value Int32(std::int32_t number) {
-  confd_value_t value = OfType(C_INT32);
-  value.val.i32 = number;
-  return Value(value);
-}
-
-Value Uint8(std::uint8_t number) {
-  confd_value_t value = OfType(C_UINT8);
-  value.val.u8 = number;
-  return Value(value);
-}
-
-Value Uint16(std::uint16_t number) {
-  confd_value_t value = OfType(C_UINT16);
-  value.val.u16 = number;
-  return Value(value);
-}
-
-Value Uint32(std::uint32_t number) {
-  confd_value_t value = OfType(C_UINT32);
-  value.val.u32 = number;
-  return Value(value);
-}
-
-Value Bool(bool truth) {
-  confd_value_t value = OfType(C_BOOL);
-  value.val.boolean = truth ? 1 : 0;
-  return Value(value);
-}
-
-Value Enum(std::int32_t number) {
-  confd_value_t value = OfType(C_ENUM_VALUE);
-  value.val.enumvalue = number;
-  return Value(value);
-}
-
 Value Tag(std::uint32_t number) {
   confd_value_t value = OfType(C_XMLTAG);
   value.val.xmltag.tag = number;
@@ -164,31 +128,24 @@ Value Tag(std::uint32_t number) {
 Value Nothing() { return Value(OfType(C_NOEXISTS)); }
 
 Value Ipv4(const std::string& address) {
-  confd_value_t value = OfType(C_IPV4);
-  value.val.ip = ParseAddress<in_addr>(AF_INET, address);
-  return Value(value);
+  return Fixed(C_IPV4, &Members::ip, ParseAddress<in_addr>(AF_INET, address));
 }
 
 Value Ipv6(const std::string& address) {
-  confd_value_t value = OfType(C_IPV6);
-  value.val.ip6 = ParseAddress<in6_addr>(AF_INET6, address);
-  return Value(value);
+  return Fixed(C_IPV6, &Members::ip6,
+               ParseAddress<in6_addr>(AF_INET6, address));
 }
 
 Value Ipv4Plen(const std::string& address_slash_length) {
   const auto [address, length] = SplitAtSlash(address_slash_length);
-  confd_value_t value = OfType(C_IPV4_AND_PLEN);
-  value.val.ipv4prefix.ip = ParseAddress<in_addr>(AF_INET, address);
-  value.val.ipv4prefix.len = length;
-  return Value(value);
+  return Fixed(C_IPV4_AND_PLEN, &Members::ipv4prefix,
+               {ParseAddress<in_addr>(AF_INET, address), length});
 }
 
 Value Ipv6Plen(const std::string& address_slash_length) {
   const auto [address, length] = SplitAtSlash(address_slash_length);
-  confd_value_t value = OfType(C_IPV6_AND_PLEN);
-  value.val.ipv6prefix.ip6 = ParseAddress<in6_addr>(AF_INET6, address);
-  value.val.ipv6prefix.len = length;
-  return Value(value);
+  return Fixed(C_IPV6_AND_PLEN, &Members::ipv6prefix,
+               {ParseAddress<in6_addr>(AF_INET6, address), length});
 }
 
 Value OctetsOf(const std::string& address) {

@@ -34,20 +34,43 @@ class Value {
 Value Text(const std::string& text);        // C_BUF
 Value Binary(const std::string& octets);    // C_BINARY
 Value Octets(const std::string& hex_list);  // C_BINARY of "0a:01"
-Value Int32(std::int32_t number);
-Value Uint8(std::uint8_t number);
-Value Uint16(std::uint16_t number);
-Value Uint32(std::uint32_t number);
-Value Bool(bool truth);
-Value Enum(std::int32_t number);
-Value Tag(std::uint32_t number);  // C_XMLTAG
-Value Nothing();                  // C_NOEXISTS
+Value Tag(std::uint32_t number);            // C_XMLTAG
+Value Nothing();                            // C_NOEXISTS
 // These throw on a text that is no address.
 Value Ipv4(const std::string& address);
 Value Ipv6(const std::string& address);
 Value Ipv4Plen(const std::string& address_slash_length);
 Value Ipv6Plen(const std::string& address_slash_length);
 Value OctetsOf(const std::string& address);  // C_BINARY, either family
+
+using Members = decltype(confd_value_t::val);
+
+template <typename T>
+Value Fixed(confd_vtype type, T Members::*member, T content) {
+  confd_value_t value{};
+  value.type = type;
+  value.val.*member = content;
+  return Value(value);
+}
+
+inline Value Int32(std::int32_t number) {
+  return Fixed(C_INT32, &Members::i32, number);
+}
+inline Value Uint8(std::uint8_t number) {
+  return Fixed(C_UINT8, &Members::u8, number);
+}
+inline Value Uint16(std::uint16_t number) {
+  return Fixed(C_UINT16, &Members::u16, number);
+}
+inline Value Uint32(std::uint32_t number) {
+  return Fixed(C_UINT32, &Members::u32, number);
+}
+inline Value Bool(bool truth) {
+  return Fixed(C_BOOL, &Members::boolean, truth ? 1 : 0);
+}
+inline Value Enum(std::int32_t number) {
+  return Fixed(C_ENUM_VALUE, &Members::enumvalue, number);
+}
 
 // Number of a node's name: the data model's where it gives one, else one that
 // is the same in every test. The name is then known to NameOfTag().

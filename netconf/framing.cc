@@ -50,7 +50,7 @@ void Deframer::CheckSize(std::size_t size) const {
 }
 
 void Deframer::Add(std::string_view bytes) {
-  // Once for all that was taken since: chunks may be of a byte each.
+  // Erases only here, and not for each chunk: a chunk may have a single byte.
   bytes_.erase(0, std::exchange(taken_, 0));
   bytes_.append(bytes);
 }
@@ -68,7 +68,7 @@ std::optional<std::string> Deframer::Next() {
 std::optional<std::string> Deframer::NextByMark() {
   const std::size_t end = rest().find(kMark, searched_);
   if (end == std::string_view::npos) {
-    // The mark may have come in part.
+    // The mark may have arrived in part.
     searched_ = rest().size() - std::min(rest().size(), kMark.size() - 1);
     CheckSize(searched_);
     return std::nullopt;
@@ -94,10 +94,10 @@ std::optional<std::string> Deframer::NextOfChunks() {
   return std::nullopt;
 }
 
-// What stands before a chunk, or behind the last one; false when it did not
-// come in whole.
+// Reads the header of a chunk or the end of the chunks. False if it has not
+// arrived completely.
 bool Deframer::ReadHeader() {
-  // 1. What can be told at once.
+  // 1. Errors that the first bytes show.
   const std::string_view bytes = rest();
   const std::size_t known = std::min(bytes.size(), kChunkStart.size());
   if (bytes.substr(0, known) != kChunkStart.substr(0, known)) {

@@ -91,13 +91,13 @@ const ShortNames& Names() {
 
 // ---- Texts of configurations -----------------------------------------------
 
-// With what is there by default; an empty container means nothing.
+// With and without default nodes.
 std::string AllOf(const Nodes& nodes) {
   return store::TextOf(nodes.get(), LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL) +
          "\n" + store::TextOf(nodes.get());
 }
 
-// Each top node that is more than what is there by default, with an operation.
+// Each top node that is not there by default, with an operation.
 std::vector<std::string> EachWithOperation(const Nodes& nodes,
                                            const std::string& operation) {
   std::vector<std::string> texts;
@@ -250,7 +250,7 @@ void RequireSameJudgement(const Nodes& nodes) {
   }
 }
 
-// Whether an edit says nothing but what is to be there.
+// Whether an edit has only elements to merge.
 bool OnlyMerges(const Edit& edit) {
   return edit.rules.default_operation == Operation::kMerge &&
          edit.text.find("operation=") == std::string::npos &&

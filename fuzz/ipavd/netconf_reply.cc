@@ -75,7 +75,7 @@ std::vector<const xmlNode*> ElementsOf(const xmlNode* parent) {
   return elements;
 }
 
-// The text of the only child of that name; empty where there is none.
+// The text of the only child of that name; empty if there is none.
 std::string TextOf(const xmlNode* parent, std::string_view name) {
   std::string text;
   bool is_there = false;

@@ -107,7 +107,7 @@ bool NetconfServer::IsAsNew() {
   return true;
 }
 
-// What the plug-in says of it, in this process.
+// Runs the plug-in in this process.
 commit::Outcome NetconfServer::Judge(const datastore::DataTree& running,
                                      const datastore::DataTree& candidate) {
   commit::Outcome outcome;

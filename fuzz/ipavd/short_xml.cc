@@ -19,7 +19,7 @@ bool MayBeginName(char c) {
   return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-// Of a value that is not in quotes.
+// Whether the character ends a value that is not in quotes.
 bool IsEnd(char c) {
   return c == '(' || c == ')' || c == '\'' || c == '@' || c == ' ' || c == '\n';
 }
@@ -118,8 +118,8 @@ class Expander {
     tag_.clear();
   }
 
-  // Of the element whose start tag is open, which ends there, or between
-  // others.
+  // Adds the text of the element whose start tag is open, and ends it; or text
+  // between elements.
   void AddText(const std::string& text) {
     if (tag_.empty()) {
       xml_ += text;

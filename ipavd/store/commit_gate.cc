@@ -20,7 +20,7 @@ using commit::Outcome;
 using commit::Verdict;
 using datastore::DataTree;
 
-// What stands between two marks of a text; empty where they are not there.
+// The text between two marks; empty if the first one is missing.
 std::string Between(const std::string& text, const std::string& before,
                     const std::string& after) {
   const std::size_t mark = text.find(before);

@@ -1,5 +1,6 @@
-// Judges what is to become running: the tests of the data model first, and then
-// the commit engine, as ipav check runs it. Nothing becomes running without it.
+// Decides whether a configuration may become running: the data model's own
+// checks first, then the commit engine, as ipav check runs it. Nothing becomes
+// running without it.
 #ifndef IPAV_IPAVD_STORE_COMMIT_GATE_H_
 #define IPAV_IPAVD_STORE_COMMIT_GATE_H_
 

@@ -278,7 +278,8 @@ Result Datastores::RollBack() {
   return error;
 }
 
-// The same when no client can be told of an error. It ends in any case.
+// The same if no client waits for the result. The confirmed commit ends even
+// after an error, which becomes a notice.
 void Datastores::RollBackFor(const std::string& reason) {
   pending_.reset();
   if (const Result error = JudgeRollback()) {

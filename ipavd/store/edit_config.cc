@@ -94,7 +94,8 @@ class Editor {
   void Apply(const xmlNode* element, const lysc_node& schema, lyd_node* parent,
              Operation inherited, Siblings* siblings) {
     EditItem item{element, schema, parent, inherited, {}};
-    if (!reader_.ReadAttributesOf(&item) || !IsBeside(item, siblings)) return;
+    if (!reader_.ReadAttributesOf(&item) || !FitsSiblings(item, siblings))
+      return;
     switch (schema.nodetype) {
       case LYS_CONTAINER:
         ApplyContainer(item);
@@ -114,8 +115,8 @@ class Editor {
     }
   }
 
-  // Whether the item may stand beside the other elements of its parent.
-  bool IsBeside(const EditItem& item, Siblings* siblings) {
+  // Whether the item contradicts no other element of its parent.
+  bool FitsSiblings(const EditItem& item, Siblings* siblings) {
     const bool is_single =
         (item.schema.nodetype & (LYS_LIST | LYS_LEAFLIST)) == 0;
     if (is_single && !siblings->met.insert(&item.schema).second) {

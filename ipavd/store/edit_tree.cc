@@ -28,12 +28,12 @@ bool IsWithin(const lysc_node* schema, const lysc_node& branch) {
 // Clears the default marks of plain containers. libyang adds no default nodes
 // to a container with that mark, so that one which an edit deleted there would
 // stay away.
-void TakeForConfigured(lyd_node* siblings) {
+void ClearDefaultMarks(lyd_node* siblings) {
   for (lyd_node* node = siblings; node != nullptr; node = node->next) {
     if (IsPlainContainer(*node->schema)) {
       node->flags &= ~static_cast<std::uint32_t>(LYD_DEFAULT);
     }
-    TakeForConfigured(lyd_child_no_keys(node));
+    ClearDefaultMarks(lyd_child_no_keys(node));
   }
 }
 
@@ -273,7 +273,7 @@ bool EditTree::AddDefaults(const ly_ctx* context) {
   // "when" has become false.
   RemoveConditionalDefaults(nullptr);
   lyd_node* nodes = nodes_.release();
-  TakeForConfigured(nodes);
+  ClearDefaultMarks(nodes);
   const LY_ERR error =
       lyd_new_implicit_all(&nodes, context, LYD_IMPLICIT_NO_STATE, nullptr);
   nodes_.reset(nodes);

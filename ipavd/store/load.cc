@@ -45,7 +45,7 @@ class Loader {
       loaded_.startup = Complete(kStartupFile, WithoutDeclaration(*startup));
     }
     // 2. Load running from the files that exist.
-    if (!TakeBack(rollback)) {
+    if (!RollBack(rollback)) {
       if (running.has_value()) {
         UseRunning(*running);
       } else {
@@ -74,7 +74,7 @@ class Loader {
   }
 
   // What an operator can do about a damaged file.
-  std::string WayOut(const std::string& name) const {
+  std::string Advice(const std::string& name) const {
     const std::string startup = folder_.FileOf(kStartupFile);
     if (name == kRunningFile) {
       return "; put a copy of it back, or, to start with another "
@@ -93,7 +93,7 @@ class Loader {
       return name == kStartupFile ? folder_.ReadOfAnyone(name)
                                   : folder_.Read(name);
     } catch (const StateError& error) {
-      throw StateError(error.what() + WayOut(name));
+      throw StateError(error.what() + Advice(name));
     }
   }
 
@@ -115,11 +115,11 @@ class Loader {
   [[noreturn]] void Refuse(const std::string& name,
                            const RpcError& error) const {
     throw StateError(folder_.FileOf(name),
-                     "is refused: " + InWords(error) + WayOut(name));
+                     "is refused: " + InWords(error) + Advice(name));
   }
 
   // Restores running from before a confirmed commit. False if it did not.
-  bool TakeBack(const std::optional<std::string>& rollback) {
+  bool RollBack(const std::optional<std::string>& rollback) {
     if (!rollback.has_value()) return false;
     Configuration before = Complete(kRollbackFile, *rollback);
     const std::optional<RpcError> error = gate_.Judge(nullptr, before);

@@ -248,7 +248,7 @@ class AcceptLoop {
 }  // namespace
 
 Acceptor::Acceptor(const AcceptorOptions& options) {
-  // 1. Whatever may fail, while the caller can still be told.
+  // 1. Everything that may fail, while the caller can still get the error.
   AuthorizedKeys keys;
   FileDescriptor ssh;
   if (options.ssh.has_value()) {

@@ -33,8 +33,7 @@ std::optional<std::array<std::string, kTexts>> Split(const std::string& bytes) {
   return texts;
 }
 
-// All that came with a message: whoever sends more than one must not leave
-// them open here.
+// All descriptors of a message. Those that are not used must be closed as well.
 std::vector<base::FileDescriptor> DescriptorsOf(msghdr* message) {
   std::vector<base::FileDescriptor> descriptors;
   for (cmsghdr* header = CMSG_FIRSTHDR(message); header != nullptr;

@@ -38,23 +38,23 @@ struct End {
   std::string port = "?";
 };
 
-using Asker = int (*)(int, sockaddr*, socklen_t*);
+using NameFunction = int (*)(int, sockaddr*, socklen_t*);
 
-End EndOf(int fd, Asker ask) {
+End EndOf(int fd, NameFunction get_name) {
   sockaddr_storage address{};
   socklen_t size = sizeof(address);
-  auto* asked = reinterpret_cast<sockaddr*>(&address);
+  auto* name = reinterpret_cast<sockaddr*>(&address);
   std::array<char, NI_MAXHOST> host{};
   std::array<char, NI_MAXSERV> port{};
-  if (ask(fd, asked, &size) != 0 ||
-      getnameinfo(asked, size, host.data(), host.size(), port.data(),
+  if (get_name(fd, name, &size) != 0 ||
+      getnameinfo(name, size, host.data(), host.size(), port.data(),
                   port.size(), NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
     return {};
   }
   return {host.data(), port.data()};
 }
 
-std::string InOne(const End& end) {
+std::string HostAndPort(const End& end) {
   const bool is_ipv6 = end.host.find(':') != std::string::npos;
   return (is_ipv6 ? "[" + end.host + "]" : end.host) + ":" + end.port;
 }
@@ -106,9 +106,9 @@ base::FileDescriptor ListenTcp(const std::string& address, std::uint16_t port) {
   return fd;
 }
 
-std::string NameOfSocket(int fd) { return InOne(EndOf(fd, getsockname)); }
+std::string NameOfSocket(int fd) { return HostAndPort(EndOf(fd, getsockname)); }
 
-std::string NameOfPeer(int fd) { return InOne(EndOf(fd, getpeername)); }
+std::string NameOfPeer(int fd) { return HostAndPort(EndOf(fd, getpeername)); }
 
 std::string HostOfPeer(int fd) { return EndOf(fd, getpeername).host; }
 

@@ -26,10 +26,11 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t kMaxHello = std::size_t{64} << 10;
 
-// Bytes of replies that the client has not read.
+// Most bytes of replies that the client has not read.
 constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 
-// For the last replies of a server that has ended the session.
+// How long the client may take to read the last replies after the server has
+// ended the session.
 constexpr milliseconds kLastReplies = std::chrono::seconds(5);
 
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
@@ -42,9 +43,9 @@ Relay::Relay(ByteStream* client, ByteStream* server, const Limits& limits)
       limits_(limits),
       from_client_(kMaxHello),
       from_server_(std::numeric_limits<std::size_t>::max()),
-      last_sign_(steady_clock::now()) {}
+      last_activity_(steady_clock::now()) {}
 
-void Relay::Restart() { last_sign_ = steady_clock::now(); }
+void Relay::NoteActivity() { last_activity_ = steady_clock::now(); }
 
 std::string Relay::Run() {
   try {
@@ -80,18 +81,18 @@ int Relay::TimeLeft() const {
     return -1;
   }
   const auto gone =
-      duration_cast<milliseconds>(steady_clock::now() - last_sign_);
+      duration_cast<milliseconds>(steady_clock::now() - last_activity_);
   return static_cast<int>(std::max(limit - gone, milliseconds(0)).count());
 }
 
 bool Relay::Wait() {
   // 1. Wait. The client is not read while the server has not taken everything,
   // nor after the server has ended the session.
-  const bool hears_client = to_server_.empty() && !server_ended_;
-  const bool has_more = hears_client && client_.has_more();
+  const bool reads_client = to_server_.empty() && !server_ended_;
+  const bool has_more = reads_client && client_.has_more();
   std::array<pollfd, 2> fds{
       {{client_ended_ ? -1 : client_.fd(),
-        client_.Events(hears_client, !to_client_.empty()), 0},
+        client_.Events(reads_client, !to_client_.empty()), 0},
        {server_ended_ ? -1 : server_.fd(),
         server_.Events(true, !to_server_.empty()), 0}}};
   if (poll(fds.data(), fds.size(), has_more ? 0 : TimeLeft()) == 0 &&
@@ -103,7 +104,7 @@ bool Relay::Wait() {
   const int client = fds[0].revents;
   const int server = fds[1].revents;
   if ((server & (POLLIN | kGone)) != 0) ReadServer();
-  if (has_more || (hears_client && (client & POLLIN) != 0) ||
+  if (has_more || (reads_client && (client & POLLIN) != 0) ||
       (client & kGone) != 0) {
     ReadClient();
   }
@@ -125,7 +126,7 @@ void Relay::ReadClient() {
 }
 
 void Relay::FromClient(std::string_view message) {
-  Restart();
+  NoteActivity();
   if (framing_.has_value()) {
     to_server_.Add(FrameRequest(message));
     ++unanswered_;
@@ -141,7 +142,7 @@ void Relay::ReadServer() {
   const std::optional<std::string> bytes = server_.Read();
   if (!bytes.has_value()) {
     server_ended_ = true;
-    Restart();
+    NoteActivity();
     return;
   }
   from_server_.Add(*bytes);
@@ -155,7 +156,7 @@ void Relay::FromServer(std::string_view message) {
     to_client_.Add(Frame(Framing::kEndOfMessage, message));
     return;
   }
-  Restart();
+  NoteActivity();
   const Framing framing = framing_.value_or(Framing::kChunked);
   // The library may cut the text that it quotes within a character.
   const bool has_error = message.find("<rpc-error") != std::string_view::npos;
@@ -172,7 +173,7 @@ void Relay::WriteClient() {
     to_client_.Clear();
     return;
   }
-  if (*gone > 0 && framing_.has_value()) Restart();
+  if (*gone > 0 && framing_.has_value()) NoteActivity();
   to_client_.Drop(*gone);
 }
 

@@ -46,7 +46,7 @@ class Relay {
   void WriteServer();
   void FromClient(std::string_view message);
   void FromServer(std::string_view message);
-  void Restart();
+  void NoteActivity();
 
   bool is_over() const;
 
@@ -63,8 +63,8 @@ class Relay {
   std::size_t unanswered_ = 0;  // messages that the server has not answered yet
   bool client_ended_ = false;
   bool server_ended_ = false;
-  std::chrono::steady_clock::time_point
-      last_sign_;  // when the client was last heard
+  // When the last whole message or reply went through.
+  std::chrono::steady_clock::time_point last_activity_;
 };
 
 }  // namespace ipav::transport

@@ -27,8 +27,8 @@ bool IsToMark(const xmlChar* name, bool has_prefix) {
   return !has_prefix && (text == "operation" || text == "insert");
 }
 
-// What is known of a message after its parsing. libxml2 gives it to the
-// handlers as the private data of the parser.
+// What the handlers find in a message. libxml2 passes it to them as the private
+// data of the parser.
 struct Facts {
   bool has_root = false;
   bool has_attribute_to_mark = false;

@@ -17,7 +17,7 @@ namespace {
 volatile std::sig_atomic_t g_write_end = -1;
 pid_t g_owner = 0;
 
-void Tell(int number) {
+void OnSignal(int number) {
   // This is a forked child: the default action.
   if (getpid() != g_owner) {
     static_cast<void>(std::signal(number, SIG_DFL));
@@ -54,7 +54,7 @@ Signals::Signals(std::vector<int> numbers, const std::array<int, 2>& fds)
     : numbers_(std::move(numbers)), read_end_(fds[0]), write_end_(fds[1]) {
   g_write_end = fds[1];
   g_owner = getpid();
-  for (const int number : numbers_) Handle(number, Tell);
+  for (const int number : numbers_) Handle(number, OnSignal);
 }
 
 Signals::~Signals() {

@@ -1,5 +1,5 @@
-// What the tests of the datastores share: a server's state on a small model,
-// whose plug-in does what a leaf's validation point says.
+// What the tests of the datastores share: a small model, and the state of a
+// server whose plug-in does what the opaque text of a validation point says.
 #ifndef TESTS_SERVER_STORE_STORE_FIXTURES_H_
 #define TESTS_SERVER_STORE_STORE_FIXTURES_H_
 
@@ -28,8 +28,8 @@ inline std::string PluginFile(const std::string& name) {
   return std::string(IPAV_TEST_PLUGINS) + "/" + name + ".so";
 }
 
-// Leaves a, b and c are anybody's; a commit that changes the others meets their
-// validation points.
+// Leaves a, b and c have no validation point; each of the others up to silent
+// has one.
 inline const host_test::TestModel& SmallModel() {
   static const host_test::TestModel kModel(R"(
     container top {

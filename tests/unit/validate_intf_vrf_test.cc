@@ -173,11 +173,18 @@ class InterfaceWalkTest : public AnyWalkTest<Walk> {
 using InterfaceWalks = ::testing::Types<ValidateIntfL3Vrf, ValidateIntfLoVrf>;
 TYPED_TEST_SUITE(InterfaceWalkTest, InterfaceWalks, WalkNames);
 
-TYPED_TEST(InterfaceWalkTest, StopsAtAnInterfaceThatOspfv3Uses) {
-  PutInOspfv3(this->fake, this->Kind(), "core1");
-  EXPECT_EQ(this->SetVrf("core1"), ITER_STOP);
-  this->ExpectNoError();
-  this->ExpectText(RefusalOf(this->Kind(), "core1"));
+TYPED_TEST(InterfaceWalkTest, StopsAtAnInterfaceWithAnyAnswerOfAText) {
+  for (const std::string name : {"core1", "50%s%n%d"}) {
+    for (const std::string& answer :
+         {this->Kind() + "-" + name, std::string(" ")}) {
+      this->fake.Reset();
+      this->fake.SetXpathAnswer("/internal", Expression(this->Kind(), name),
+                                answer);
+      EXPECT_EQ(this->SetVrf(name), ITER_STOP);
+      this->ExpectNoError();
+      this->ExpectText(RefusalOf(this->Kind(), name));
+    }
+  }
 }
 
 TYPED_TEST(InterfaceWalkTest, AsksOnceForTheNameInOspfv3) {
@@ -189,29 +196,18 @@ TYPED_TEST(InterfaceWalkTest, AsksOnceForTheNameInOspfv3) {
   EXPECT_EQ(this->fake.calls()[0].thandle, FakePlatform::kTransaction);
 }
 
-TYPED_TEST(InterfaceWalkTest, AnyAnswerWithATextRefuses) {
-  this->fake.SetXpathAnswer("/internal", Expression(this->Kind(), "core1"),
-                            " ");
-  EXPECT_EQ(this->SetVrf("core1"), ITER_STOP);
-  this->ExpectText(RefusalOf(this->Kind(), "core1"));
-}
-
-TYPED_TEST(InterfaceWalkTest, GoesOnWithAnEmptyAnswer) {
-  this->fake.SetXpathAnswer("/internal", Expression(this->Kind(), "core1"), "");
+TYPED_TEST(InterfaceWalkTest, GoesOnWithAnEmptyAnswerOrNone) {
+  const std::string expression = Expression(this->Kind(), "core1");
+  this->fake.SetXpathAnswer("/internal", expression, "");
   EXPECT_EQ(this->SetVrf("core1"), ITER_RECURSE);
-  this->ExpectNoText();
-}
-
-TYPED_TEST(InterfaceWalkTest, GoesOnWithoutAnAnswer) {
-  PutInOspfv3(this->fake, this->Kind(), "core1");
+  this->fake.SetXpathAnswer("/internal", expression, "l3-core1");
   this->fake.FailCall(1);
   EXPECT_EQ(this->SetVrf("core1"), ITER_RECURSE);
   this->ExpectNoText();
 }
 
 TYPED_TEST(InterfaceWalkTest, DoesNotTakeOneKindForTheOther) {
-  const std::string other = this->kIsL3 ? "loopback" : "l3";
-  PutInOspfv3(this->fake, other, "core1");
+  PutInOspfv3(this->fake, this->kIsL3 ? "loopback" : "l3", "core1");
   EXPECT_EQ(this->SetVrf("core1"), ITER_RECURSE);
   this->ExpectNoText();
 }
@@ -232,12 +228,6 @@ TYPED_TEST(InterfaceWalkTest, LooksForNoNameWithoutAQuestion) {
   KeyPath mtu = vrf;
   mtu.Replace(0, Tag(TagOf("mtu")));
   EXPECT_EQ(this->Iterate(mtu, MOP_VALUE_SET, Text("red")), ITER_RECURSE);
-}
-
-TYPED_TEST(InterfaceWalkTest, APercentSignReachesTheOperatorUnchanged) {
-  PutInOspfv3(this->fake, this->Kind(), "50%s%n%d");
-  EXPECT_EQ(this->SetVrf("50%s%n%d"), ITER_STOP);
-  this->ExpectText(RefusalOf(this->Kind(), "50%s%n%d"));
 }
 
 TYPED_TEST(InterfaceWalkTest, CutsTheQuestionButNotTheText) {
@@ -334,17 +324,6 @@ TEST_F(WalkTest, IteratesOverThePathAsAFormat) {
   ExpectNoError();
 }
 
-TEST_F(WalkTest, RefusesTheVrfOfAnInterfaceThatOspfv3Uses) {
-  PutInOspfv3(fake, "l3", "core1");
-  ChangeVrf("l3", "core1");
-  EXPECT_EQ(walk_.RunValidation(), -1);
-  const std::string text = RefusalOf("l3", "core1");
-  ExpectOneError("%s", text);
-  EXPECT_EQ(fake.CallTexts(),
-            (Texts{Walk(kL3List), Question(Expression("l3", "core1")),
-                   "confd_trans_seterr(" + text + ")"}));
-}
-
 TEST_F(WalkTest, NamesTheFirstInterfaceVisited) {
   for (const char* name : {"edge1", "core1", "core2"}) ChangeVrf("l3", name);
   PutInOspfv3(fake, "l3", "core2");
@@ -361,6 +340,7 @@ TEST_F(WalkTest, NamesTheFirstInterfaceVisited) {
 TEST_F(WalkTest, AcceptsAChangeBesideAnInterfaceThatOspfv3Uses) {
   PutInOspfv3(fake, "l3", "core1");
   ChangeVrf("l3", "edge1");
+  fake.AddChange(VrfOf("l3", "core1"), MOP_DELETED);
   EXPECT_EQ(walk_.RunValidation(), 0);
   ExpectNoError();
 }
@@ -371,14 +351,6 @@ TEST_F(WalkTest, GoesOnBelowAChangedEntry) {
   ChangeVrf("l3", "core1");
   EXPECT_EQ(walk_.RunValidation(), -1);
   ExpectOneError("%s", RefusalOf("l3", "core1"));
-}
-
-TEST_F(WalkTest, AcceptsToRemoveAVrf) {
-  PutInOspfv3(fake, "l3", "core1");
-  fake.AddChange(VrfOf("l3", "core1"), MOP_DELETED);
-  fake.AddChange(InterfaceListPath("l3").Key(Text("core1")), MOP_DELETED);
-  EXPECT_EQ(walk_.RunValidation(), 0);
-  ExpectNoError();
 }
 
 TEST_F(WalkTest, VisitsTheChangesBelowItsPathOnly) {
@@ -590,38 +562,33 @@ constexpr char kDivergentVrfText[] =
     "l3 core1 vrf red and router ospf 10 vrf global cannot be associated with "
     "divergent VRF";
 
+struct WalkCase {
+  std::string name;
+  KeyPath path;
+  Texts walks;
+};
+
 Texts SnapshotReads() {
   return Joined({L3Ipv4Reads(), LoopbackReads("ipv4"), MgmtIpv4Reads(),
                  RouteReads(), OspfReads()});
 }
 
-TEST_F(IntfVrfTest, ReadsInterfacesRoutesAndOspfInOrderAndWalksThen) {
+TEST_F(IntfVrfTest, ReadsTheSameOnceForEveryKeyPathAndWalksThen) {
   StoreSmallConfiguration(fake);
-  EXPECT_EQ(ValidateList("l3"), 0);
-  EXPECT_EQ(Reads(), Joined({SnapshotReads(), {Walk(kL3List)}}));
-  ExpectNoError();
-}
-
-TEST_F(IntfVrfTest, ReadsTheSameForEveryKeyPath) {
-  StoreSmallConfiguration(fake);
-  for (const KeyPath& path :
-       {InterfaceListPath("mgmt"), InterfaceListPath("ospf"), KeyPath(),
-        PathOfLength(1, "l3"), PathOfLength(7, "other")}) {
+  const WalkCase cases[] = {{"", InterfaceListPath("l3"), {Walk(kL3List)}},
+                            {"", OspfPath(), {Walk(kOspfTable)}},
+                            {"", InterfaceListPath("mgmt"), {}},
+                            {"", InterfaceListPath("ospf"), {}},
+                            {"", KeyPath(), {}},
+                            {"", PathOfLength(1, "l3"), {}},
+                            {"", PathOfLength(7, "other"), {}}};
+  for (const auto& [name, path, walks] : cases) {
     StartSnapshot();
     ExpectAccepted(path);
-    EXPECT_EQ(Reads(), SnapshotReads());
+    EXPECT_EQ(Reads(), Joined({SnapshotReads(), walks}));
+    ExpectAccepted(path);
+    EXPECT_EQ(Reads(), walks);
   }
-}
-
-TEST_F(IntfVrfTest, ReadsNothingTwice) {
-  StoreSmallConfiguration(fake);
-  EXPECT_EQ(ValidateList("l3"), 0);
-  EXPECT_EQ(ValidateList("l3"), 0);
-  EXPECT_EQ(Reads(), Texts{Walk(kL3List)});
-  EXPECT_EQ(Validate(OspfPath()), 0);
-  EXPECT_EQ(Reads(), Texts{Walk(kOspfTable)});
-  EXPECT_EQ(ValidateList("mgmt"), 0);
-  EXPECT_EQ(Reads(), Texts{});
 }
 
 TEST_F(IntfVrfTest, ReadsWhatAnAddressValidationHasLeft) {
@@ -641,12 +608,6 @@ TEST_F(IntfVrfTest, WalksTheChangesOfEveryCallAnew) {
 }
 
 // ---- The callback: which walk ----------------------------------------------
-
-struct WalkCase {
-  std::string name;
-  KeyPath path;
-  Texts walks;
-};
 
 class WalkChoiceTest : public IntfVrfTest,
                        public ::testing::WithParamInterface<WalkCase> {};
@@ -700,10 +661,7 @@ TEST_P(WalkLengthTest, HasNoWalk) {
     ExpectAccepted(PathOfLength(GetParam(), last));
     EXPECT_EQ(Walks(), Texts{}) << last;
   }
-}
-
-// The OSPFv2 table stands at v[4] in these paths too.
-TEST_P(WalkLengthTest, HasNoWalkWithTheOspfTable) {
+  // The OSPFv2 table stands at v[4] in this path too.
   KeyPath path;
   for (int i = GetParam() - 1; i >= 0; --i) {
     path.Node(i == 4 ? "ospf-interface-l3" : "level" + std::to_string(i));
@@ -774,22 +732,7 @@ TEST_F(IntfVrfDeathTest, AChangeOfAMalformedKeyPathStopsTheProcess) {
 
 // ---- The callback: which check comes first ---------------------------------
 
-TEST_F(IntfVrfTest, TheAddressRuleComesFirst) {
-  StoreBadAddress();
-  StoreDivergentVrf();
-  SetVrfUnderOspfv3("l3");
-  ExpectRefused(InterfaceListPath("l3"), kBadAddressText);
-  EXPECT_EQ(Walks(), Texts{});
-}
-
-TEST_F(IntfVrfTest, TheOspfRuleComesBeforeTheWalk) {
-  StoreDivergentVrf();
-  SetVrfUnderOspfv3("l3");
-  ExpectRefused(InterfaceListPath("l3"), kDivergentVrfText);
-  EXPECT_EQ(Walks(), Texts{});
-}
-
-TEST_F(IntfVrfTest, TheWalkComesLast) {
+TEST_F(IntfVrfTest, TheAddressRuleComesBeforeTheOspfRuleBeforeTheWalk) {
   SetVrfUnderOspfv3("l3");
   const std::string text = RefusalOf("l3", "edge1");
   ExpectRefused(InterfaceListPath("l3"), text);
@@ -798,17 +741,27 @@ TEST_F(IntfVrfTest, TheWalkComesLast) {
   EXPECT_EQ(Texts(reads.end() - 3, reads.end()),
             (Texts{Walk(kL3List), Question(Expression("l3", "edge1")),
                    "confd_trans_seterr(" + text + ")"}));
+
+  StoreDivergentVrf();
+  StartSnapshot();
+  EXPECT_EQ(ValidateList("l3"), -1);
+  EXPECT_EQ(fake.error_text(), kDivergentVrfText);
+  EXPECT_EQ(Walks(), Texts{});
+
+  StoreBadAddress();
+  StartSnapshot();
+  EXPECT_EQ(ValidateList("l3"), -1);
+  EXPECT_EQ(fake.error_text(), kBadAddressText);
+  EXPECT_EQ(Walks(), Texts{});
 }
 
 TEST_F(IntfVrfTest, AKeyPathOfNoKindSkipsTheAddressRuleOnly) {
+  const KeyPath paths[] = {InterfaceListPath("bridge"), OspfPath(), KeyPath(),
+                           PathOfLength(4, "bridge")};
   StoreBadAddress();
-  for (const KeyPath& path : {InterfaceListPath("bridge"), OspfPath(),
-                              KeyPath(), PathOfLength(4, "bridge")}) {
-    ExpectAccepted(path);
-  }
+  for (const KeyPath& path : paths) ExpectAccepted(path);
   StoreDivergentVrf();
-  for (const KeyPath& path : {InterfaceListPath("bridge"), OspfPath(),
-                              KeyPath(), PathOfLength(4, "bridge")}) {
+  for (const KeyPath& path : paths) {
     StartSnapshot();
     EXPECT_EQ(Validate(path), -1);
     EXPECT_EQ(fake.error_text(), kDivergentVrfText);

@@ -36,30 +36,6 @@ inline KeyPath InterfaceListPath(const std::string& kind) {
   return path;
 }
 
-inline InterfaceData L3Interface(const std::string& name,
-                                 const std::string& ipv4) {
-  InterfaceData data;
-  data.name = name;
-  data.ipv4 = ipv4;
-  return data;
-}
-
-inline InterfaceData MgmtInterface(const std::string& name,
-                                   const std::string& ipv4) {
-  InterfaceData data = L3Interface(name, ipv4);
-  data.kind = "mgmt";
-  return data;
-}
-
-inline InterfaceData LoopbackInterface(const std::string& name,
-                                       const Texts& ipv4) {
-  InterfaceData data;
-  data.kind = "loopback";
-  data.name = name;
-  data.ipv4_list = ipv4;
-  return data;
-}
-
 class CallbackTest : public PluginTest {
  protected:
   using Config = ip_application::config_valid::Config;
@@ -131,14 +107,10 @@ class CallbackTest : public PluginTest {
 // One interface of each kind, an IPv4 route through none of their addresses,
 // and the address of core1 in OSPFv2: what every rule accepts.
 inline void StoreSmallConfiguration(FakePlatform& platform) {
-  InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-  l3.ipv6 = {"2001:db8::1/64"};
-  l3.StoreIn(platform);
-  MgmtInterface("9", "10.2.2.2/24").StoreIn(platform);
-  LoopbackInterface("1", {}).StoreIn(platform);
-  StaticRouteRow{}.StoreIn(platform);
-  OspfProcess{}.StoreIn(platform);
-  OspfRow{}.StoreIn(platform);
+  StoreLines(platform,
+             {"l3 core1 10.1.1.1/24 2001:db8::1/64", "mgmt 9 10.2.2.2/24",
+              "loopback 1", "route 0 10.1.0.0/24 via 192.168.1.1",
+              "process 7 10 global", "ospf 7 l3-core1 10.1.1.1/24"});
 }
 
 // The calls of its readers, for the family named.

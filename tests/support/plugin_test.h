@@ -38,6 +38,18 @@ class PluginTest : public ::testing::Test {
     EXPECT_TRUE(fake.errors().empty()) << fake.error_text();
   }
 
+  // A report to the fault service from the readers.
+  void ExpectOneFault(const std::string& function, int line,
+                      const std::string& message) {
+    ASSERT_EQ(fake.faults().size(), 1U);
+    const Fault& fault = fake.faults()[0];
+    EXPECT_EQ(fault.code, 0);
+    EXPECT_EQ(fault.function, function);
+    EXPECT_EQ(fault.file, "src/lib/config.cc");
+    EXPECT_EQ(fault.line, line);
+    EXPECT_EQ(fault.message, message);
+  }
+
   FakePlatform& fake = Fake();
 };
 

@@ -64,17 +64,6 @@ class ConfigAccessTest : public PluginTest {
 
   void ExpectCalls(const Texts& calls) { EXPECT_EQ(fake.CallTexts(), calls); }
 
-  void ExpectOneFault(const std::string& function, int line,
-                      const std::string& message) {
-    ASSERT_EQ(fake.faults().size(), 1U);
-    const Fault& fault = fake.faults()[0];
-    EXPECT_EQ(fault.code, 0);
-    EXPECT_EQ(fault.function, function);
-    EXPECT_EQ(fault.file, "src/lib/config.cc");
-    EXPECT_EQ(fault.line, line);
-    EXPECT_EQ(fault.message, message);
-  }
-
   std::string HexOf(const Value& value) {
     return access.get_hex_from_bin(value.Borrow());
   }

@@ -98,17 +98,6 @@ class InterfaceConfigTest : public PluginTest {
     return reader.interfaces().empty() ? none : reader.interfaces().front();
   }
 
-  void ExpectOneFault(const std::string& function, int line,
-                      const std::string& message) {
-    ASSERT_EQ(fake.faults().size(), 1U);
-    const Fault& fault = fake.faults()[0];
-    EXPECT_EQ(fault.code, 0);
-    EXPECT_EQ(fault.function, function);
-    EXPECT_EQ(fault.file, "src/lib/config.cc");
-    EXPECT_EQ(fault.line, line);
-    EXPECT_EQ(fault.message, message);
-  }
-
   void ExpectNoFault() { EXPECT_TRUE(fake.faults().empty()); }
 
   L3Config l3;

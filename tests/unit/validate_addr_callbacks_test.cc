@@ -91,7 +91,7 @@ TEST_F(AddrCallbacksTest, ASecondValidationOfAFamilyReadsNothing) {
 
 TEST_F(AddrCallbacksTest, WhatComesAfterTheReadIsNotSeen) {
   EXPECT_EQ(Validate(kIpv4Point, "l3"), 0);
-  L3Interface("core1", "10.1.1.0/24").StoreIn(fake);
+  StoreLines(fake, {"l3 core1 10.1.1.0/24"});
   EXPECT_EQ(Validate(kIpv4Point, "l3"), 0);
   ExpectNoError();
 }
@@ -118,7 +118,7 @@ TEST_F(AddrCallbacksTest, NamesAndAddressesShareARead) {
 // ---- A key path of no interface kind ---------------------------------------
 
 TEST_F(AddrCallbacksTest, RefuseAnUnknownKindWithoutARead) {
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
+  StoreLines(fake, {"l3 core1 10.1.1.1/24"});
   // The element that counts is the last one of the path.
   const KeyPath leaf = InterfaceListPath("l3").Key(Text("core1")).Node("vrf");
   for (const char* point : {kIpv4Point, kIpv6Point}) {
@@ -157,16 +157,14 @@ TEST_F(AddrCallbacksTest, AcceptWhatEveryRuleAccepts) {
 }
 
 TEST_F(AddrCallbacksTest, JudgeTheKindOfTheKeyPath) {
-  L3Interface("core.1", "10.1.1.0/24").StoreIn(fake);
-  LoopbackInterface("1", {"10.3.3.3/32"}).StoreIn(fake);
+  StoreLines(fake, {"l3 core.1 10.1.1.0/24", "loopback 1 10.3.3.3/32"});
   ExpectAccepted(kIpv4Point, "loopback");
   ExpectAccepted(kIpv4Point, "mgmt");
   ExpectRefused(kIpv4Point, "l3", kNetworkText);
 }
 
 TEST_F(AddrCallbacksTest, RefuseAnOverlapOfAnotherKind) {
-  L3Interface("core1", "10.1.1.1/24").StoreIn(fake);
-  LoopbackInterface("1", {"10.1.1.2/32"}).StoreIn(fake);
+  StoreLines(fake, {"l3 core1 10.1.1.1/24", "loopback 1 10.1.1.2/32"});
   ExpectRefused(kIpv4Point, "loopback",
                 "loopback 1 vrf global ipv4 address 10.1.1.2/32 overlaps with "
                 "l3 core1 vrf global ipv4 address 10.1.1.1/24.");
@@ -177,22 +175,20 @@ constexpr char kNextHopText[] =
     "192.168.1.1 cannot have address conflict.";
 
 TEST_F(AddrCallbacksTest, RefuseTheNextHopOfARoute) {
-  MgmtInterface("9", "192.168.1.1/24").StoreIn(fake);
-  StaticRouteRow{}.StoreIn(fake);
+  StoreLines(fake,
+             {"mgmt 9 192.168.1.1/24", "route 0 10.1.0.0/24 via 192.168.1.1"});
   ExpectRefused(kIpv4Point, "mgmt", kNextHopText);
 }
 
 TEST_F(AddrCallbacksTest, RefuseAnIpv6AddressTwice) {
-  InterfaceData l3 = L3Interface("core1", "10.1.1.0/24");
-  l3.ipv6 = {"2001:db8::1/64", "2001:db8::1/48"};
-  l3.StoreIn(fake);
+  StoreLines(fake, {"l3 core1 10.1.1.0/24 2001:db8::1/64 2001:db8::1/48"});
   ExpectRefused(kIpv6Point, "l3",
                 "l3 core1 has duplicated IPv6 address 2001:db8::1");
 }
 
 // The operator may type a "%": it is no conversion.
 TEST_F(AddrCallbacksTest, APercentSignReachesTheOperatorUnchanged) {
-  L3Interface("50%s%n%d", "10.1.1.1/24").StoreIn(fake);
+  StoreLines(fake, {"l3 50%s%n%d 10.1.1.1/24"});
   ExpectRefused(kNamePoint, "l3",
                 "L3 interface name 50%s%n%d contains invalid characters "
                 "(allowed characters: 0-9, a-z, A-Z, _, -)");
@@ -202,7 +198,7 @@ TEST_F(AddrCallbacksTest, APercentSignReachesTheOperatorUnchanged) {
 
 // Socket and transaction reach the readers through the snapshot.
 TEST_F(AddrCallbacksTest, LookNeitherAtTheSocketNorAtTheNewValue) {
-  L3Interface("core.1", "10.1.1.0/24").StoreIn(fake);
+  StoreLines(fake, {"l3 core.1 10.1.1.0/24"});
   BindSnapshot();
   KeyPath path = InterfaceListPath("l3");
   EXPECT_EQ(validate_ipv4_addr(-1, fake.tctx(), path.get(), nullptr, config()),
@@ -220,7 +216,7 @@ TEST_F(AddrCallbacksTest, LookNeitherAtTheSocketNorAtTheNewValue) {
 // ---- Exceptions of a reader ------------------------------------------------
 
 TEST_F(AddrCallbacksTest, ATooShortOutputInterfaceNameLeavesTheCall) {
-  L3Interface("core1", "10.1.1.0/24").StoreIn(fake);
+  StoreLines(fake, {"l3 core1 10.1.1.0/24"});
   StaticRouteRow route;
   route.interface_name = "a";
   route.StoreIn(fake);
@@ -237,7 +233,7 @@ TEST_F(AddrCallbacksTest, ATooShortOutputInterfaceNameLeavesTheCall) {
 }
 
 TEST_F(AddrCallbacksTest, AreAnsweredAgainOnceTheRoutesCanBeRead) {
-  MgmtInterface("9", "192.168.1.1/24").StoreIn(fake);
+  StoreLines(fake, {"mgmt 9 192.168.1.1/24"});
   StaticRouteRow route;
   route.interface_name = "";
   route.StoreIn(fake);

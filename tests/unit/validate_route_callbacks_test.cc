@@ -307,9 +307,7 @@ KeyPath LowerLayerPath() {
 
 // The VLAN of core1 changes from 10 to 20.
 void StoreVlanChange(FakePlatform& platform) {
-  InterfaceData l3 = L3Interface("core1", "10.1.1.1/24");
-  l3.vlan = 20;
-  l3.StoreIn(platform);
+  StoreLines(platform, {"l3 core1 vlan 20 10.1.1.1/24"});
   platform.SetRunning("/config/interface/l3{core1}/lower-layer-if/vlan",
                       Int32(10));
 }

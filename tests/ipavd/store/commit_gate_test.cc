@@ -8,20 +8,11 @@
 
 #include "tests/ipavd/store/store_fixtures.h"
 
+namespace ipav::store {
 namespace {
 
-using ipav::commit::Outcome;
-using ipav::commit::Verdict;
-using ipav::store::CommitGate;
-using ipav::store::EditConfig;
-using ipav::store::ErrorType;
-using ipav::store::GateOptions;
-using ipav::store::Judgement;
-using ipav::store::Nodes;
-using store_test::PluginFile;
-using store_test::SmallModel;
-using store_test::Text;
-using store_test::Xml;
+using commit::Outcome;
+using commit::Verdict;
 
 Judgement Judge(const std::string& config,
                 const std::string& plugin = "obeys_opaque",
@@ -38,7 +29,7 @@ TEST(CommitGate, AcceptsAGoodConfiguration) {
   const Judgement judgement = Judge("<top NS><a>1</a></top>");
   EXPECT_EQ(Text(judgement.error), "");
   ASSERT_NE(judgement.configuration, nullptr);
-  EXPECT_EQ(store_test::Print(judgement.configuration->FirstChild(nullptr)),
+  EXPECT_EQ(Print(judgement.configuration->FirstChild(nullptr)),
             "<top><a>1</a></top>");
 }
 
@@ -70,7 +61,7 @@ struct RefusedCase {
   std::string plugin = "obeys_opaque";
 };
 
-class CommitGateRefuses : public testing::TestWithParam<RefusedCase> {};
+class CommitGateRefuses : public ::testing::TestWithParam<RefusedCase> {};
 
 TEST_P(CommitGateRefuses, WithTextPointAndPath) {
   const Judgement judgement =
@@ -84,7 +75,7 @@ TEST_P(CommitGateRefuses, WithTextPointAndPath) {
 
 INSTANTIATE_TEST_SUITE_P(
     Plugin, CommitGateRefuses,
-    testing::Values(
+    ::testing::Values(
         RefusedCase{"Refuses", "<refuse>x</refuse>",
                     "operation-failed /m:top/refuse: refused for a reason.",
                     "refuse"},
@@ -111,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Model, CommitGateRefuses,
-    testing::Values(
+    ::testing::Values(
         RefusedCase{"Must", "<must>x</must>",
                     "operation-failed /m:top/must: Must condition \"../a\" not "
                     "satisfied.",
@@ -136,3 +127,4 @@ TEST(CommitGate, RefusesWithoutAPlugin) {
 }
 
 }  // namespace
+}  // namespace ipav::store

@@ -13,26 +13,13 @@
 
 #include "tests/ipavd/store/store_fixtures.h"
 
+namespace ipav::store {
 namespace {
 
 namespace fs = std::filesystem;
 
 using host_test::Contains;
-using ipav::store::CommitRequest;
-using ipav::store::Datastore;
-using ipav::store::EditRequest;
-using ipav::store::ErrorOption;
-using ipav::store::ErrorType;
-using ipav::store::InlineConfig;
-using ipav::store::Operation;
-using ipav::store::Result;
-using ipav::store::SessionId;
-using ipav::store::TestOption;
 using std::chrono::seconds;
-using store_test::Failures;
-using store_test::Server;
-using store_test::Text;
-using store_test::Xml;
 
 constexpr SessionId kMine = 1;
 constexpr SessionId kOther = 2;
@@ -84,7 +71,7 @@ CommitRequest WithId(const std::string& id, bool confirmed = false) {
   return request;
 }
 
-class StoreTest : public testing::Test {
+class StoreTest : public ::testing::Test {
  protected:
   std::string Edit(const std::string& config, EditRequest request = {},
                    SessionId session = kMine) {
@@ -92,7 +79,7 @@ class StoreTest : public testing::Test {
     return Text(server_->Edit(session, request));
   }
 
-  std::string Copy(const ipav::store::Source& from, Datastore to,
+  std::string Copy(const Source& from, Datastore to,
                    SessionId session = kMine) {
     return Text(server_->CopyConfig(session, from, to));
   }
@@ -119,9 +106,9 @@ class StoreTest : public testing::Test {
 
 // Edit, commit, discard.
 
-using Datastores = StoreTest;
+using DatastoresTest = StoreTest;
 
-TEST_F(Datastores, BeginEmptyWithANotice) {
+TEST_F(DatastoresTest, BeginEmptyWithANotice) {
   for (const Datastore each : kAll) EXPECT_EQ(server_.In(each), "");
   EXPECT_EQ(
       server_.Notices(),
@@ -130,7 +117,7 @@ TEST_F(Datastores, BeginEmptyWithANotice) {
   EXPECT_EQ(server_.Notices(), "");
 }
 
-TEST_F(Datastores, KeepAnEditInTheCandidateUntilItIsCommitted) {
+TEST_F(DatastoresTest, KeepAnEditInTheCandidateUntilItIsCommitted) {
   server_.Edit(kOne);
   EXPECT_EQ(server_.running(), "");
   EXPECT_EQ(server_.candidate(), kHasOne);
@@ -142,7 +129,7 @@ TEST_F(Datastores, KeepAnEditInTheCandidateUntilItIsCommitted) {
   }
 }
 
-TEST_F(Datastores, HaveTheirDefaultNodes) {
+TEST_F(DatastoresTest, HaveTheirDefaultNodes) {
   server_.Edit(kOne);
   for (const Datastore datastore : {kCandidate, kRunning}) {
     lyd_node* leaf = nullptr;
@@ -152,7 +139,7 @@ TEST_F(Datastores, HaveTheirDefaultNodes) {
   }
 }
 
-TEST_F(Datastores, KeepAnEditThatIsNotCommittedOverARestart) {
+TEST_F(DatastoresTest, KeepAnEditThatIsNotCommittedOverARestart) {
   server_.Commit(kOne);
   server_.Edit(kTwo);
   server_.Restart();
@@ -162,7 +149,7 @@ TEST_F(Datastores, KeepAnEditThatIsNotCommittedOverARestart) {
   EXPECT_FALSE(server_.Has("candidate.xml"));
 }
 
-TEST_F(Datastores, DiscardChangesForGood) {
+TEST_F(DatastoresTest, DiscardChangesForGood) {
   server_.Commit(kOne);
   server_.Edit(kTwo);
   EXPECT_EQ(Text(server_->DiscardChanges(kOther)), "");
@@ -171,7 +158,7 @@ TEST_F(Datastores, DiscardChangesForGood) {
   EXPECT_EQ(server_.candidate(), kHasOne);
 }
 
-TEST_F(Datastores, DoNotChangeByARefusedCommitWhichCanBeCorrected) {
+TEST_F(DatastoresTest, DoNotChangeByARefusedCommitWhichCanBeCorrected) {
   server_.Commit(kOne);
   server_.Edit(kBad);
   EXPECT_EQ(Commit(kMine), kRefused);
@@ -181,9 +168,9 @@ TEST_F(Datastores, DoNotChangeByARefusedCommitWhichCanBeCorrected) {
   EXPECT_EQ(server_.running(), "<top><a>1</a><b>1</b></top>");
 }
 
-TEST_F(Datastores, AcceptACommitOfNothing) { EXPECT_EQ(Commit(kMine), ""); }
+TEST_F(DatastoresTest, AcceptACommitOfNothing) { EXPECT_EQ(Commit(kMine), ""); }
 
-TEST_F(Datastores, DoNotChangeByAnEditWithAnError) {
+TEST_F(DatastoresTest, DoNotChangeByAnEditWithAnError) {
   server_.Edit(kOne);
   for (const ErrorOption option :
        {ErrorOption::kStop, ErrorOption::kRollback}) {
@@ -195,7 +182,7 @@ TEST_F(Datastores, DoNotChangeByAnEditWithAnError) {
   }
 }
 
-TEST_F(Datastores, TakeTheGoodPartsOfAnEditThatContinues) {
+TEST_F(DatastoresTest, TakeTheGoodPartsOfAnEditThatContinues) {
   EditRequest request;
   request.error_option = ErrorOption::kContinue;
   EXPECT_EQ(Edit("<top NS><a>2</a><b NC:\"delete\"/><c>x</c></top>", request),
@@ -205,7 +192,7 @@ TEST_F(Datastores, TakeTheGoodPartsOfAnEditThatContinues) {
   EXPECT_EQ(server_.candidate(), kHasTwo);
 }
 
-TEST_F(Datastores, ApplyTheDefaultOperationOfTheRequest) {
+TEST_F(DatastoresTest, ApplyTheDefaultOperationOfTheRequest) {
   server_.Edit("<top NS><a>1</a><b>1</b></top>");
   EditRequest request;
   request.default_operation = Operation::kReplace;
@@ -213,7 +200,7 @@ TEST_F(Datastores, ApplyTheDefaultOperationOfTheRequest) {
   EXPECT_EQ(server_.candidate(), kHasTwo);
 }
 
-TEST_F(Datastores, TestAnEditOfTheCandidateOnlyOnRequest) {
+TEST_F(DatastoresTest, TestAnEditOfTheCandidateOnlyOnRequest) {
   for (const TestOption test :
        {TestOption::kTestThenSet, TestOption::kTestOnly}) {
     EXPECT_EQ(Edit(kBad, To(kCandidate, test)), kRefused);
@@ -227,7 +214,7 @@ TEST_F(Datastores, TestAnEditOfTheCandidateOnlyOnRequest) {
   EXPECT_EQ(server_.candidate(), "<top><a>1</a><refuse>x</refuse></top>");
 }
 
-TEST_F(Datastores, TestEveryEditOfRunning) {
+TEST_F(DatastoresTest, TestEveryEditOfRunning) {
   EXPECT_EQ(Edit(kOne, To(kRunning)), "");
   EXPECT_EQ(server_.running(), kHasOne);
   EXPECT_EQ(server_.candidate(), kHasOne);  // follows running
@@ -240,14 +227,14 @@ TEST_F(Datastores, TestEveryEditOfRunning) {
   EXPECT_EQ(server_.running(), kHasOne);
 }
 
-TEST_F(Datastores, RefuseAnEditOfStartup) {
+TEST_F(DatastoresTest, RefuseAnEditOfStartup) {
   EXPECT_EQ(Edit(kOne, To(kStartup)),
             "operation-not-supported: startup is not edited, but copied to");
 }
 
 // copy-config, delete-config, validate.
 
-TEST_F(Datastores, AreCopiedToEachOther) {
+TEST_F(DatastoresTest, AreCopiedToEachOther) {
   server_.Commit(kOne);
   server_.Edit(kTwo);
   EXPECT_EQ(Copy(kRunning, kStartup), "");
@@ -262,14 +249,14 @@ TEST_F(Datastores, AreCopiedToEachOther) {
   EXPECT_EQ(server_.startup(), kHasOne);
 }
 
-TEST_F(Datastores, DiscardChangesByACopyOfRunningToTheCandidate) {
+TEST_F(DatastoresTest, DiscardChangesByACopyOfRunningToTheCandidate) {
   server_.Edit(kOne);
   EXPECT_EQ(Copy(kRunning, kCandidate), "");
   EXPECT_EQ(server_.candidate(), "");
   EXPECT_EQ(Lock(kMine, kCandidate), "");
 }
 
-TEST_F(Datastores, AreReplacedByACopiedConfiguration) {
+TEST_F(DatastoresTest, AreReplacedByACopiedConfiguration) {
   server_.Commit("<top NS><b>b</b></top>");
   for (const Datastore target : kAll) {
     EXPECT_EQ(Copy(Inline(kOne), target), "");
@@ -277,7 +264,7 @@ TEST_F(Datastores, AreReplacedByACopiedConfiguration) {
   }
 }
 
-TEST_F(Datastores, TakeACopyWithOtherDefaultsForTheDatastoreItself) {
+TEST_F(DatastoresTest, TakeACopyWithOtherDefaultsForTheDatastoreItself) {
   server_.Commit(kOne);
   EXPECT_EQ(Copy(InlineConfig{"", kStartup}, kRunning),
             "data-missing: there is no startup configuration");
@@ -288,7 +275,7 @@ TEST_F(Datastores, TakeACopyWithOtherDefaultsForTheDatastoreItself) {
   EXPECT_EQ(server_.candidate(), kHasTwo);
 }
 
-TEST_F(Datastores, RefuseACopyOfSomethingElse) {
+TEST_F(DatastoresTest, RefuseACopyOfSomethingElse) {
   for (const Datastore target : kAll) {
     EXPECT_EQ(Copy(Inline("<top NS><x/></top>"), target),
               "unknown-element /m:top {bad-element=x}: no configuration has "
@@ -303,21 +290,21 @@ TEST_F(Datastores, RefuseACopyOfSomethingElse) {
   }
 }
 
-TEST_F(Datastores, HaveNoStartupAtFirst) {
+TEST_F(DatastoresTest, HaveNoStartupAtFirst) {
   const char* error = "data-missing: there is no startup configuration";
   EXPECT_EQ(Copy(kStartup, kRunning), error);
   EXPECT_EQ(Text(server_->Validate(kStartup)), error);
   EXPECT_EQ(Text(server_->DeleteConfig(kMine, kStartup)), error);
 }
 
-TEST_F(Datastores, RefuseAStartupThatTheModelRefuses) {
+TEST_F(DatastoresTest, RefuseAStartupThatTheModelRefuses) {
   EXPECT_EQ(
       Copy(Inline("<top NS><must>x</must></top>"), kStartup),
       "operation-failed /m:top/must: Must condition \"../a\" not satisfied.");
   EXPECT_FALSE(server_.Has("startup.xml"));
 }
 
-TEST_F(Datastores, DeleteOnlyStartup) {
+TEST_F(DatastoresTest, DeleteOnlyStartup) {
   server_.Commit(kOne);
   EXPECT_EQ(Copy(kRunning, kStartup), "");
   EXPECT_EQ(Text(server_->DeleteConfig(kMine, kStartup)), "");
@@ -331,14 +318,14 @@ TEST_F(Datastores, DeleteOnlyStartup) {
   EXPECT_EQ(server_.running(), kHasOne);
 }
 
-TEST_F(Datastores, ValidateTheCandidateAsACommitDoes) {
+TEST_F(DatastoresTest, ValidateTheCandidateAsACommitDoes) {
   EXPECT_EQ(Text(server_->Validate(kCandidate)), "");
   server_.Edit(kBad);
   EXPECT_EQ(Text(server_->Validate(kCandidate)), kRefused);
   EXPECT_EQ(server_.running(), "");
 }
 
-TEST_F(Datastores, ValidateAConfiguration) {
+TEST_F(DatastoresTest, ValidateAConfiguration) {
   EXPECT_EQ(Text(server_->Validate(Inline(kOne))), "");
   EXPECT_EQ(Text(server_->Validate(Inline(kBad))), kRefused);
   EXPECT_EQ(Text(server_->Validate(Inline("<top"))),
@@ -347,7 +334,7 @@ TEST_F(Datastores, ValidateAConfiguration) {
   EXPECT_EQ(server_.candidate(), "");
 }
 
-TEST_F(Datastores, ValidateRunningAndStartupAsTheNextStartDoes) {
+TEST_F(DatastoresTest, ValidateRunningAndStartupAsTheNextStartDoes) {
   server_.Commit(kOne);
   EXPECT_EQ(Text(server_->Validate(kRunning)), "");
   EXPECT_EQ(Copy(Inline(kBad), kStartup), "");
@@ -787,7 +774,7 @@ TEST_F(AtStart, ARollbackThatIsRefusedIsNotDone) {
 TEST_F(AtStart, APluginThatFailsRefusesRunning) {
   server_.Commit(kOne);
   for (const char* plugin : {"is-not-there", "aborts_in_init"}) {
-    server_.UsePlugin(store_test::PluginFile(plugin));
+    server_.UsePlugin(PluginFile(plugin));
     EXPECT_TRUE(host_test::StartsWith(
         server_.StartError(), Refused("running.xml", "the plug-in failed: ")));
   }
@@ -872,7 +859,7 @@ TEST(AKilledServer, LeavesTheOldConfigurationsOrTheNewOnes) {
       Server server(&calls);
       server.Commit(kOne);
       deed.before(&server);
-      status = store_test::InChild([&] {
+      status = InChild([&] {
         calls.KillAt(kills);
         static_cast<void>(deed.run(&server));
       });
@@ -972,3 +959,4 @@ TEST(AFailingPlugin, RefusesTheCommitAndLeavesTheServer) {
 }
 
 }  // namespace
+}  // namespace ipav::store

@@ -10,17 +10,8 @@
 #include "tests/host/fixtures.h"
 #include "tests/ipavd/store/store_fixtures.h"
 
+namespace ipav::store {
 namespace {
-
-using ipav::store::EditConfig;
-using ipav::store::Edited;
-using ipav::store::EditRules;
-using ipav::store::Nodes;
-using ipav::store::OnError;
-using ipav::store::Operation;
-using store_test::Print;
-using store_test::Text;
-using store_test::Xml;
 
 constexpr const char* kBody = R"(
   identity color;
@@ -95,7 +86,7 @@ struct Case {
   Operation default_operation = Operation::kMerge;
 };
 
-class EditResult : public testing::TestWithParam<Case> {};
+class EditResult : public ::testing::TestWithParam<Case> {};
 
 // What an edit leaves of a configuration.
 TEST_P(EditResult, IsTheExpectedConfiguration) {
@@ -105,7 +96,7 @@ TEST_P(EditResult, IsTheExpectedConfiguration) {
   EXPECT_EQ(Print(edited.nodes.get()), GetParam().expected);
 }
 
-class EditError : public testing::TestWithParam<Case> {};
+class EditError : public ::testing::TestWithParam<Case> {};
 
 // An edit with an error leaves nothing, and does not change the configuration.
 TEST_P(EditError, IsTheExpectedOne) {
@@ -118,7 +109,7 @@ TEST_P(EditError, IsTheExpectedOne) {
   EXPECT_EQ(Print(base.get()), before);
 }
 
-std::string CaseName(const testing::TestParamInfo<Case>& info) {
+std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
   return info.param.name;
 }
 
@@ -173,7 +164,7 @@ Case TopError(const char* name, const std::string& base,
 
 INSTANTIATE_TEST_SUITE_P(
     Merge, EditResult,
-    testing::Values(
+    ::testing::Values(
         Top("AddsWhatIsNotThereAndKeepsTheRest", "<a>1</a><number>2</number>",
             "<number>3</number><in><x>4</x></in>",
             "<a>1</a><number>3</number><in><x>4</x></in>"),
@@ -207,7 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Replace, EditResult,
-    testing::Values(
+    ::testing::Values(
         Case{"OfAContainerLeavesNothingElseInIt",
              "<top NS><a>1</a><in><x>1</x></in></top>",
              "<top NS NC:\"replace\"><number>3</number></top>",
@@ -232,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Create, EditResult,
-    testing::Values(
+    ::testing::Values(
         Case{"MakesANodeWithItsContent", "",
              "<top NS NC:\"create\"><a>1</a><ll>b</ll>"
              "<l><k1>a</k1><k2>1</k2><c><w>w</w></c></l></top>",
@@ -246,7 +237,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Create, EditError,
-    testing::Values(
+    ::testing::Values(
         TopError("OfALeafThatExists", "<a>1</a>",
                  "<number>1</number><a NC:\"create\">2</a>",
                  Exists("/m:top/a")),
@@ -266,7 +257,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Delete, EditResult,
-    testing::Values(
+    ::testing::Values(
         Top("TakesANodeWithItsContent",
             "<a>1</a><in><x>1</x></in><pc><y>1</y></pc><ll>a</ll><ll>b</ll>"
             "<l><k1>a</k1><k2>1</k2><v>v</v></l><any><b "
@@ -284,25 +275,24 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Delete, EditError,
-    testing::Values(TopError("OfAMissingLeaf", "", "<a NC:\"delete\"/>",
-                             CannotDelete("/m:top/a")),
-                    TopError("OfAMissingContainer", "", "<in NC:\"delete\"/>",
-                             CannotDelete("/m:top/in")),
-                    TopError("OfAMissingPresenceContainer", "",
-                             "<pc NC:\"delete\"/>", CannotDelete("/m:top/pc")),
-                    TopError("OfAMissingEntryOfALeafList", "<ll>a</ll>",
-                             "<ll NC:\"delete\">b</ll>",
-                             CannotDelete("/m:top/ll[.='b']")),
-                    Case{"OfAMissingEntry", "",
-                         "<tl NS NC:\"delete\"><k>it's</k></tl>",
-                         CannotDelete("/m:tl[k=\"it's\"]")},
-                    TopError("OfAValueByDefault", "<a>1</a>",
-                             "<d NC:\"delete\"/>", CannotDelete("/m:top/d"))),
+    ::testing::Values(
+        TopError("OfAMissingLeaf", "", "<a NC:\"delete\"/>",
+                 CannotDelete("/m:top/a")),
+        TopError("OfAMissingContainer", "", "<in NC:\"delete\"/>",
+                 CannotDelete("/m:top/in")),
+        TopError("OfAMissingPresenceContainer", "", "<pc NC:\"delete\"/>",
+                 CannotDelete("/m:top/pc")),
+        TopError("OfAMissingEntryOfALeafList", "<ll>a</ll>",
+                 "<ll NC:\"delete\">b</ll>", CannotDelete("/m:top/ll[.='b']")),
+        Case{"OfAMissingEntry", "", "<tl NS NC:\"delete\"><k>it's</k></tl>",
+             CannotDelete("/m:tl[k=\"it's\"]")},
+        TopError("OfAValueByDefault", "<a>1</a>", "<d NC:\"delete\"/>",
+                 CannotDelete("/m:top/d"))),
     CaseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Remove, EditResult,
-    testing::Values(
+    ::testing::Values(
         Top("OfWhatIsNotThereDoesNothing", "<number>1</number>",
             "<a NC:\"remove\"/><in NC:\"remove\"/><pc NC:\"remove\"/>"
             "<ll NC:\"remove\">b</ll><l NC:\"remove\"><k1>a</k1><k2>1</k2></l>"
@@ -356,7 +346,7 @@ TEST(EditDefaults, ComeAndGoWithTheDefaultCase) {
 
 INSTANTIATE_TEST_SUITE_P(
     None, EditResult,
-    testing::Values(
+    ::testing::Values(
         Top("ChangesOnlyWhatHasAnOperation", "<a>1</a><number>1</number>",
             "<a>2</a><number NC:\"merge\">3</number>"
             "<in><x NC:\"merge\">x</x></in>",
@@ -373,7 +363,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     None, EditError,
-    testing::Values(
+    ::testing::Values(
         TopError("OfAMissingEntry", "",
                  "<l><k1>a</k1><k2>1</k2><v NC:\"remove\"/></l>",
                  "data-missing /m:top/l[k1='a'][k2='1']: does not exist",
@@ -396,7 +386,7 @@ TEST(EditNone, MakesNoContainerOnItsWay) {
 
 INSTANTIATE_TEST_SUITE_P(
     Choice, EditResult,
-    testing::Values(
+    ::testing::Values(
         Top("LeafTakesThePlaceOfAnotherCase", "<c1>1</c1><c1b>2</c1b>",
             "<c3>3</c3>", "<c3>3</c3>"),
         Top("ContainerTakesThePlaceOfAnotherCase", "<c3>1</c3>",
@@ -413,7 +403,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Insert, EditResult,
-    testing::Values(
+    ::testing::Values(
         Top("OfANewEntryFirst", Us("abc"), Insert("x", "first"), Us("xabc")),
         Top("OfANewEntryLast", Us("abc"), Insert("x", "last"), Us("abcx")),
         Top("OfANewEntryByDefaultIsLast", Us("abc"), Us("x"), Us("abcx")),
@@ -436,7 +426,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Insert, EditError,
-    testing::Values(
+    ::testing::Values(
         TopError("ByAnAnchorThatIsNotThere", Us("a"),
                  Insert("x", "after", "[k='z']"),
                  "bad-attribute /m:top/u {bad-attribute=key} {bad-element=u}: "
@@ -465,7 +455,7 @@ TEST(EditInsert, RefusesAMalformedAnchor) {
 
 INSTANTIATE_TEST_SUITE_P(
     Element, EditError,
-    testing::Values(
+    ::testing::Values(
         TopError("ThatIsUnknown", "", "<nothing/>",
                  "unknown-element /m:top {bad-element=nothing}: no "
                  "configuration has \"nothing\" here"),
@@ -534,7 +524,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Attribute, EditError,
-    testing::Values(
+    ::testing::Values(
         TopError("WithoutANamespace", "", "<a operation=\"delete\">2</a>",
                  "unknown-attribute /m:top/a {bad-attribute=operation} "
                  "{bad-element=a}: there is no attribute \"operation\" here"),
@@ -577,10 +567,10 @@ INSTANTIATE_TEST_SUITE_P(
 // Values with the tag of RFC 6243.
 INSTANTIATE_TEST_SUITE_P(
     TaggedDefault, EditResult,
-    testing::Values(Top("IsNotKept", "<a>1</a><d>7</d>",
-                        "<d" + Tag("true") + ">5</d>", "<a>1</a>"),
-                    Top("IsKeptWhenTheTagIsFalse", "<d>7</d>",
-                        "<d" + Tag("false") + ">5</d>", "<d>5</d>")),
+    ::testing::Values(Top("IsNotKept", "<a>1</a><d>7</d>",
+                          "<d" + Tag("true") + ">5</d>", "<a>1</a>"),
+                      Top("IsKeptWhenTheTagIsFalse", "<d>7</d>",
+                          "<d" + Tag("false") + ">5</d>", "<d>5</d>")),
     CaseName);
 
 TEST(EditText, ThatIsNotXmlChangesNothing) {
@@ -667,3 +657,4 @@ TEST(EditOfTheProject, FindsAKeyInAnotherForm) {
 }
 
 }  // namespace
+}  // namespace ipav::store

@@ -16,19 +16,14 @@
 
 #include "tests/ipavd/store/store_fixtures.h"
 
+namespace ipav::store {
 namespace {
 
 namespace fs = std::filesystem;
 
 using host_test::Contains;
 using host_test::TempDir;
-using ipav::store::FileCalls;
-using ipav::store::StateError;
-using ipav::store::StateFolder;
-using ipav::testing::ReadFile;
-using store_test::Failures;
-using store_test::HookedCalls;
-using store_test::InChild;
+using testing::ReadFile;
 
 constexpr const char* kRunning = "running.xml";
 
@@ -47,7 +42,7 @@ std::string OpenError(const std::string& path) {
   return StateErrorOf([&] { StateFolder folder(path); });
 }
 
-class StateFolderTest : public testing::Test {
+class StateFolderTest : public ::testing::Test {
  protected:
   std::string ReadError(const std::string& name) const {
     return StateErrorOf([&] { static_cast<void>(folder_->Read(name)); });
@@ -335,3 +330,4 @@ TEST_F(StateFolderTest, SyncsAFileBeforeItIsRenamedAndTheFolderAfter) {
 }
 
 }  // namespace
+}  // namespace ipav::store

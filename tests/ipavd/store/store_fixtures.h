@@ -22,7 +22,7 @@
 #include "ipavd/store/datastores.h"
 #include "tests/host/fixtures.h"
 
-namespace store_test {
+namespace ipav::store {
 
 inline std::string PluginFile(const std::string& name) {
   return std::string(IPAV_TEST_PLUGINS) + "/" + name + ".so";
@@ -81,7 +81,7 @@ inline std::string Xml(std::string xml) {
 
 // One line, without namespaces.
 inline std::string Print(const lyd_node* nodes) {
-  std::string text = ipav::store::TextOf(nodes);
+  std::string text = TextOf(nodes);
   std::string line;
   bool at_start = true;
   for (const char c : text) {
@@ -112,7 +112,7 @@ inline int InChild(const std::function<void()>& body) {
 }
 
 // As RFC 6241 writes it.
-inline std::string NameOf(ipav::store::ErrorTag tag) {
+inline std::string NameOf(ErrorTag tag) {
   constexpr std::array kNames = {"in-use",
                                  "invalid-value",
                                  "missing-attribute",
@@ -131,7 +131,7 @@ inline std::string NameOf(ipav::store::ErrorTag tag) {
 }
 
 // "tag path {element of error-info=text}: message"; empty for no error.
-inline std::string Text(const ipav::store::Result& error) {
+inline std::string Text(const Result& error) {
   if (!error.has_value()) return "";
   std::string text = NameOf(error->tag);
   if (!error->path.empty()) text += " " + error->path;
@@ -142,16 +142,16 @@ inline std::string Text(const ipav::store::Result& error) {
 }
 
 // Each on a line of its own.
-inline std::string Text(const std::vector<ipav::store::RpcError>& errors) {
+inline std::string Text(const std::vector<RpcError>& errors) {
   std::string text;
-  for (const ipav::store::RpcError& error : errors) {
+  for (const RpcError& error : errors) {
     text += (text.empty() ? "" : "\n") + Text(error);
   }
   return text;
 }
 
 // The system calls, each after a hook.
-class HookedCalls : public ipav::store::FileCalls {
+class HookedCalls : public FileCalls {
  public:
   // Gets the name of the call. With false, the call is not made and fails.
   std::function<bool(const std::string& call)> hook = [](const auto&) {
@@ -219,11 +219,11 @@ class Failures : public HookedCalls {
 
 // What a server runs on.
 struct Setting {
-  const ipav::datastore::Model& model = *SmallModel();
+  const datastore::Model& model = *SmallModel();
   std::string plugin = PluginFile("obeys_opaque");
-  ipav::base::TimeLimit limit = std::chrono::milliseconds(500);
+  base::TimeLimit limit = std::chrono::milliseconds(500);
   std::string startup = "";  // startup.xml at the first start, if not empty
-  ipav::store::FileCalls* calls = nullptr;
+  FileCalls* calls = nullptr;
 };
 
 // The state of one server, which may be restarted. A confirmed commit ends by
@@ -238,7 +238,7 @@ class Server {
     }
     Start();
   }
-  explicit Server(ipav::store::FileCalls* calls)
+  explicit Server(FileCalls* calls)
       : Server(Setting{*SmallModel(), PluginFile("obeys_opaque"),
                        std::chrono::milliseconds(500), "", calls}) {}
 
@@ -249,11 +249,10 @@ class Server {
   }
 
   void Start() {
-    folder_ =
-        std::make_unique<ipav::store::StateFolder>(path(), setting_.calls);
-    datastores_ = std::make_unique<ipav::store::Datastores>(
-        ipav::store::CommitGate(setting_.model, {link(), setting_.limit}),
-        folder_.get(), [this] { return now_; });
+    folder_ = std::make_unique<StateFolder>(path(), setting_.calls);
+    datastores_ = std::make_unique<Datastores>(
+        CommitGate(setting_.model, {link(), setting_.limit}), folder_.get(),
+        [this] { return now_; });
   }
 
   void Restart() {
@@ -267,33 +266,30 @@ class Server {
     std::filesystem::create_symlink(file, link());
   }
 
-  ipav::store::Datastores& operator*() { return *datastores_; }
-  ipav::store::Datastores* operator->() { return datastores_.get(); }
-  ipav::store::StateFolder& folder() { return *folder_; }
+  Datastores& operator*() { return *datastores_; }
+  Datastores* operator->() { return datastores_.get(); }
+  StateFolder& folder() { return *folder_; }
 
   std::string path() const { return dir_.path() + "/state"; }
 
   void Pass(std::chrono::seconds time) { now_ += time; }
 
-  std::string In(ipav::store::Datastore datastore) const {
+  std::string In(Datastore datastore) const {
     return Print(datastores_->Tree(datastore));
   }
-  std::string running() const { return In(ipav::store::Datastore::kRunning); }
-  std::string candidate() const {
-    return In(ipav::store::Datastore::kCandidate);
-  }
-  std::string startup() const { return In(ipav::store::Datastore::kStartup); }
+  std::string running() const { return In(Datastore::kRunning); }
+  std::string candidate() const { return In(Datastore::kCandidate); }
+  std::string startup() const { return In(Datastore::kStartup); }
 
   // Edits the candidate, with success.
-  void Edit(const std::string& config, ipav::store::SessionId session = 1) {
-    ipav::store::EditRequest request;
+  void Edit(const std::string& config, SessionId session = 1) {
+    EditRequest request;
     request.config = Xml(config);
     EXPECT_EQ(Text(datastores_->Edit(session, request)), "");
   }
 
   // Edits the candidate and commits it, with success.
-  void Commit(const std::string& config,
-              const ipav::store::CommitRequest& request = {}) {
+  void Commit(const std::string& config, const CommitRequest& request = {}) {
     Edit(config);
     EXPECT_EQ(Text(datastores_->Commit(1, request)), "");
   }
@@ -311,7 +307,7 @@ class Server {
   std::string StartError() {
     try {
       Restart();
-    } catch (const ipav::store::StateError& error) {
+    } catch (const StateError& error) {
       Stop();
       return error.what();
     }
@@ -328,11 +324,11 @@ class Server {
 
   const Setting setting_;
   host_test::TempDir dir_;
-  ipav::store::TimePoint now_{};
-  std::unique_ptr<ipav::store::StateFolder> folder_;
-  std::unique_ptr<ipav::store::Datastores> datastores_;
+  TimePoint now_{};
+  std::unique_ptr<StateFolder> folder_;
+  std::unique_ptr<Datastores> datastores_;
 };
 
-}  // namespace store_test
+}  // namespace ipav::store
 
 #endif  // TESTS_SERVER_STORE_STORE_FIXTURES_H_

@@ -14,28 +14,16 @@
 #include "host/datastore/data_tree.h"
 #include "tests/ipavd/store/store_fixtures.h"
 
+namespace ipav::store {
 namespace {
 
 namespace fs = std::filesystem;
 
+using commit::Answer;
+using commit::Outcome;
+using commit::Verdict;
+using datastore::DataTree;
 using host_test::ProjectModel;
-using ipav::commit::Answer;
-using ipav::commit::Outcome;
-using ipav::commit::Verdict;
-using ipav::datastore::DataTree;
-using ipav::store::CommitRequest;
-using ipav::store::Datastore;
-using ipav::store::Datastores;
-using ipav::store::EditRequest;
-using ipav::store::InlineConfig;
-using ipav::store::Operation;
-using ipav::store::Result;
-using ipav::store::RpcError;
-using ipav::store::StateFolder;
-using ipav::store::TestOption;
-using ipav::store::TextOf;
-using store_test::Server;
-using store_test::Text;
 
 constexpr Datastore kRunning = Datastore::kRunning;
 constexpr Datastore kCandidate = Datastore::kCandidate;
@@ -61,7 +49,7 @@ const DataTree& RunningTree() {
 
 std::string RefusalOf(const DataTree& running, const DataTree& candidate) {
   const Outcome outcome =
-      ipav::commit::RunCommit(running, candidate, {IPAV_PLUGIN, false, kLimit});
+      commit::RunCommit(running, candidate, {IPAV_PLUGIN, false, kLimit});
   EXPECT_NE(outcome.verdict, Verdict::kPluginFailed) << outcome.failure;
   if (outcome.verdict == Verdict::kAccepted) return "";
   const Answer& answer = outcome.answers.back();
@@ -85,7 +73,7 @@ const std::vector<Example>& Examples() {
 }
 
 // A server that runs the example.
-store_test::Setting Router(const std::string& plugin = IPAV_PLUGIN) {
+Setting Router(const std::string& plugin = IPAV_PLUGIN) {
   return {ProjectModel(), plugin, kLimit,
           TextOf(RunningTree().FirstChild(nullptr))};
 }
@@ -240,7 +228,7 @@ TEST(VerdictTest, OfAStartIsThatOfCheckWithoutARunningConfiguration) {
 
 // A rollback is judged as well: it is refused when the plug-in has been
 // replaced by a stricter one.
-class RollbackTest : public testing::Test {
+class RollbackTest : public ::testing::Test {
  protected:
   RollbackTest() {
     const DataTree bad = DataTree::FromFile(
@@ -265,7 +253,7 @@ class RollbackTest : public testing::Test {
   }
 
   // obeys_opaque knows none of the validation points of this model.
-  Server router_{Router(store_test::PluginFile("obeys_opaque"))};
+  Server router_{Router(PluginFile("obeys_opaque"))};
   std::string bad_;
   std::string good_;
 };
@@ -293,6 +281,9 @@ TEST_F(RollbackTest, IsRefusedWhenTheTimeIsOver) {
             "time: Minimum interval must be no greater than maximum interval * "
             "0.75\n");
   EXPECT_FALSE(router_->Deadline().has_value());
+  // A later confirmed commit is taken back to this configuration.
+  EXPECT_EQ(Text(router_->Commit(1, Confirmed())), "");
+  EXPECT_EQ(Text(router_->CancelCommit(1)), "");
   ExpectItStays();
 }
 
@@ -309,3 +300,4 @@ TEST_F(RollbackTest, IsRefusedAtARestart) {
 }
 
 }  // namespace
+}  // namespace ipav::store

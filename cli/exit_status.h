@@ -1,4 +1,4 @@
-// What the program's end tells its caller.
+// The exit status of the program.
 #ifndef IPAV_CLI_EXIT_STATUS_H_
 #define IPAV_CLI_EXIT_STATUS_H_
 

@@ -1,8 +1,10 @@
-// Where the files are that ipav needs.
+// The files that ipav needs.
 #ifndef IPAV_CLI_LOCATIONS_H_
 #define IPAV_CLI_LOCATIONS_H_
 
 #include <string>
+
+#include "host/base/installation.h"
 
 namespace ipav::cli {
 
@@ -13,7 +15,12 @@ struct Locations {
   std::string starter;         // a first configuration
 };
 
-Locations FindLocations();
+inline Locations FindLocations() {
+  const base::Installation found = base::FindInstallation();
+  const std::string data = found.share + "/ipav";
+  return {found.plugin, data + "/yang", found.yang_extension,
+          data + "/starter.xml"};
+}
 
 }  // namespace ipav::cli
 

@@ -35,7 +35,7 @@ constexpr char kNotes[] =
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw or did not answer in time.";
 
-// What is wrong with a command line, and where to read how one is written.
+// The error of a command line, with the option that shows the help.
 std::runtime_error WithHelp(const CLI::App& app, const CLI::Error& error) {
   const std::vector<CLI::App*> commands = app.get_subcommands();
   const std::string command =
@@ -49,7 +49,7 @@ int Run(int argc, char** argv) {
                "ipav");
   app.footer(kNotes);
   app.set_version_flag("--version", IPAV_VERSION);
-  // Behind a subcommand, the name of another one is a file or a topic.
+  // After a subcommand, the name of another one is a file or a topic.
   app.require_subcommand(0, 1);
 
   const ipav::cli::Locations locations = ipav::cli::FindLocations();

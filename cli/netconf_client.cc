@@ -22,10 +22,10 @@ using netconf::Framing;
 
 constexpr char kNamespace[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
-// An answer to what this client asks is short.
+// The answers to the requests of this client are short.
 constexpr std::size_t kMaxReply = std::size_t{1} << 20;
 
-// The child element of that name; null where there is none.
+// The child element of that name, or null.
 const xmlNode* Child(const xmlNode* parent, std::string_view name) {
   const xmlNode* child = netconf::FirstElement(parent);
   while (child != nullptr && netconf::ToView(child->name) != name) {
@@ -115,11 +115,11 @@ std::string NetconfClient::Receive() {
 
 std::optional<OperationError> NetconfClient::Call(
     const std::string& operation) {
-  // 1. One at a time: the answer needs no number to be known by.
+  // 1. Send it. There is one request at a time, so all have the same number.
   Send(Frame(Framing::kChunked, std::string(R"(<rpc message-id="1" xmlns=")") +
                                     kNamespace + "\">" + operation + "</rpc>"));
   const std::string reply = Receive();
-  // 2. What it says.
+  // 2. Read the answer.
   const netconf::XmlDocument document = netconf::ParseXml(reply);
   const xmlNode* root = netconf::RootOf(document);
   if (root == nullptr || netconf::ToView(root->name) != "rpc-reply") {

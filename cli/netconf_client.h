@@ -12,13 +12,13 @@
 
 namespace ipav::cli {
 
-// The server is not there, does not answer in time, or is no NETCONF server.
+// The server is not there, does not answer in time, or is not a NETCONF server.
 class ConnectionError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// An rpc-error; empty where it has no such element.
+// An rpc-error. A text is empty if its element is missing.
 struct OperationError {
   std::string tag;
   std::string app_tag;

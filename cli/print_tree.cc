@@ -1,6 +1,5 @@
 #include "cli/print_tree.h"
 
-#include <cstdint>
 #include <stdexcept>
 
 #include "host/base/c_ptr.h"
@@ -8,17 +7,6 @@
 namespace ipav::cli {
 
 namespace {
-
-std::string Print(const lyd_node* node, LYD_FORMAT format,
-                  std::uint32_t options) {
-  char* printed = nullptr;
-  const LY_ERR error = lyd_print_mem(&printed, node, format, options);
-  const base::CText owned(printed);
-  if (error != LY_SUCCESS) {
-    throw std::runtime_error("the configuration cannot be printed");
-  }
-  return printed == nullptr ? "" : printed;
-}
 
 // A file without any element is not XML: an empty configuration is printed as
 // empty containers.
@@ -47,6 +35,17 @@ std::string WithEscapedReturns(const std::string& xml) {
 }
 
 }  // namespace
+
+std::string Print(const lyd_node* node, LYD_FORMAT format,
+                  std::uint32_t options) {
+  char* printed = nullptr;
+  const LY_ERR error = lyd_print_mem(&printed, node, format, options);
+  const base::CText owned(printed);
+  if (error != LY_SUCCESS) {
+    throw std::runtime_error("the configuration cannot be printed");
+  }
+  return printed == nullptr ? "" : printed;
+}
 
 std::string PrintTree(const datastore::DataTree& tree, LYD_FORMAT format) {
   std::string text =

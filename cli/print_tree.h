@@ -4,11 +4,17 @@
 
 #include <libyang/libyang.h>
 
+#include <cstdint>
 #include <string>
 
 #include "host/datastore/data_tree.h"
 
 namespace ipav::cli {
+
+// The tree that begins with `node`, which may be null. Throws
+// std::runtime_error.
+std::string Print(const lyd_node* node, LYD_FORMAT format,
+                  std::uint32_t options);
 
 // The whole configuration, without the default values that the file it was read
 // from did not have. Throws std::runtime_error.

@@ -8,8 +8,8 @@
 
 namespace ipav::cli {
 
-// At most `count` of the names, those that are written most like the text; the
-// best one first. Names that have little in common with it are left out.
+// The `count` names that are most similar to the text, the best one first.
+// Names that have little in common with it are left out.
 std::vector<std::string> MostAlike(const std::vector<std::string>& names,
                                    const std::string& text, std::size_t count);
 

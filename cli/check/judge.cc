@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <ratio>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -19,7 +19,6 @@
 #include "cli/check/timing.h"
 #include "cli/check/trace.h"
 #include "cli/report/html/device_html.h"
-#include "cli/report/html/device_view.h"
 #include "host/base/stopwatch.h"
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
@@ -43,15 +42,8 @@ using datastore::Transaction;
 using report::DeviceReport;
 
 ExitStatus StatusOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kAccepted:
-      return kAccepted;
-    case Verdict::kRefused:
-      return kRefused;
-    case Verdict::kPluginFailed:
-      break;
-  }
-  return kPluginFailed;
+  if (verdict == Verdict::kAccepted) return kAccepted;
+  return verdict == Verdict::kRefused ? kRefused : kPluginFailed;
 }
 
 // Makes the heap for a large configuration of huge pages. With a page fault for
@@ -236,8 +228,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
         view::ListChanges(transaction.diff()),
         view::PlanOf(transaction.running(), transaction.candidate(),
                      messages::CulpritPaths(report.findings))};
-    report.page_section =
-        report::DeviceSection(report, &view, device.number).str();
+    report.page_section = report::DeviceSection(report, &view).str();
   }
   if (options_.timing) {
     report.times = report::Times{times, std::nullopt, diff};
@@ -249,13 +240,13 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
 
 DeviceReport Judge::operator()(const Device& device,
                                const TimeOver& time_over) const {
-  const auto start = std::chrono::steady_clock::now();
+  base::Stopwatch watch;
   if (!device.problem.empty()) return BadInput(device, device.problem);
   try {
     DeviceReport report = Commit(device, time_over);
-    const std::chrono::duration<double> time =
-        std::chrono::steady_clock::now() - start;
-    if (options_.timing) report.seconds = time.count();
+    if (options_.timing) {
+      report.seconds = base::In<std::ratio<1>>(watch.Lap());
+    }
     return report;
   } catch (const InputError& error) {
     return BadInput(device, error.what());

@@ -2,16 +2,14 @@
 
 #include <fmt/core.h>
 
-#include <chrono>
 #include <cstdio>
+#include <ratio>
 
 #include "host/base/utf8.h"
 
 namespace ipav::cli::check {
 
 namespace {
-
-using Milliseconds = std::chrono::duration<double, std::milli>;
 
 void PrintTimes(const std::string& file, const datastore::ReadingTimes& times) {
   PrintTime(file + ": text", times.text);
@@ -24,14 +22,14 @@ void PrintPoint(const std::string& file, const commit::PointTimes& point) {
              "timing: {}: {}: {} call{}, {} platform calls, {:.3f} ms\n",
              base::Printable(file), base::Printable(point.opaque), point.calls,
              point.calls == 1 ? "" : "s", point.platform_calls,
-             Milliseconds(point.time).count());
+             base::In<std::milli>(point.time));
 }
 
 }  // namespace
 
 void PrintTime(const std::string& what, base::Duration time) {
   fmt::print(stderr, "timing: {}: {:.3f} ms\n", base::Printable(what),
-             Milliseconds(time).count());
+             base::In<std::milli>(time));
 }
 
 void PrintTimes(const report::DeviceReport& device) {

@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <ratio>
 #include <system_error>
 
+#include "host/base/stopwatch.h"
 #include "host/base/utf8.h"
 
 namespace ipav::cli::check {
@@ -69,8 +71,7 @@ void TraceWriter::End(const std::string& answer,
   --depth_;
   is_open_ = false;
   if (!answer.empty()) text += "= " + answer + " ";
-  const std::chrono::duration<double, std::micro> microseconds = time;
-  Write(text + fmt::format("<{:.1f} us>", microseconds.count()));
+  Write(text + fmt::format("<{:.1f} us>", base::In<std::micro>(time)));
 }
 
 void TraceWriter::Note(const std::string& what) {

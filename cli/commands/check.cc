@@ -22,7 +22,6 @@
 #include "cli/check/timing.h"
 #include "cli/command.h"
 #include "cli/options.h"
-#include "cli/report/html/device_html.h"
 #include "cli/report/html/html.h"
 #include "cli/report/output_file.h"
 #include "cli/report/report_output.h"
@@ -42,6 +41,7 @@ using check::SharedRunning;
 using datastore::Model;
 using datastore::Running;
 using report::DeviceReport;
+using report::HtmlWriter;
 using report::ReportOutput;
 
 constexpr char kCheckNotes[] =
@@ -86,7 +86,7 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
             &options->report.color);
 }
 
-// "I/N", where I is of 1 to N.
+// Parses "I/N", where I is from 1 to N.
 report::Shard ParseShard(const std::string& text) {
   report::Shard shard{0, 0};
   const std::size_t slash = text.find('/');
@@ -168,53 +168,9 @@ void PrintInputError(const DeviceReport& device) {
   static_cast<void>(std::fputs(OnStandardError(device).bytes.c_str(), stderr));
 }
 
-// The HTML page, if one is wanted.
-class Page {
- public:
-  explicit Page(const CheckOptions& options)
-      : failed_only_(options.report.failed_only) {
-    if (options.page.empty()) return;
-    writer_ = std::make_unique<report::HtmlWriter>(options.page);
-  }
-
-  void Add(const DeviceReport& device) {
-    if (writer_ == nullptr) return;
-    if (failed_only_ && device.status == kAccepted) return;
-    writer_->AddSection(
-        device, device.number,
-        device.page_section.empty()
-            ? report::DeviceSection(device, nullptr, device.number).str()
-            : device.page_section);
-  }
-
-  void End() {
-    if (writer_ != nullptr) writer_->End();
-  }
-
- private:
-  const bool failed_only_;
-  std::unique_ptr<report::HtmlWriter> writer_;
-};
-
 // --- The command
 
-// Judges in this process. An input error is a line on standard error alone.
-ExitStatus CheckOne(const Judge& judge, const Device& device,
-                    ReportOutput* output, Page* page) {
-  const DeviceReport report = judge(device, OnStandardError);
-  if (report.status == kBadInput) {
-    PrintInputError(report);
-  } else {
-    output->Add(report);
-    output->End(false);
-    page->Add(report);
-    page->End();
-  }
-  return report.status;
-}
-
 ExitStatus Check(const CheckOptions& options) {
-  base::Stopwatch total;
   // 1. The devices, and the outputs.
   const bool is_fleet = IsFleet(options);
   std::vector<Device> devices =
@@ -225,7 +181,8 @@ ExitStatus Check(const CheckOptions& options) {
   run.shard = options.shard;
   if (run.shard) devices = check::PartOf(devices, *run.shard);
   ReportOutput output(options.report, &run);
-  Page page(options);
+  std::optional<HtmlWriter> page;
+  if (!options.page.empty()) page.emplace(options.page);
 
   // 2. What the devices share. The model is leaked on purpose: the process
   // exits next.
@@ -239,25 +196,28 @@ ExitStatus Check(const CheckOptions& options) {
   // 3. The devices: a single one in this process, others in processes of their
   // own.
   const bool is_one = run.list_size == 1 && !is_fleet;
-  ExitStatus status = kAccepted;
+  const auto take = [&](const DeviceReport& device) {
+    if (is_one && device.status == kBadInput) PrintInputError(device);
+    output.Add(device);
+    if (options.report.failed_only && device.status == kAccepted) return;
+    if (page) page->Add(device);
+  };
   if (is_one && output.is_plain()) {
-    status = CheckOne(judge, devices.front(), &output, &page);
+    const DeviceReport report = judge(devices.front(), OnStandardError);
+    // An input error is a line on standard error alone.
+    if (report.status == kBadInput) {
+      PrintInputError(report);
+      return kBadInput;
+    }
+    take(report);
   } else {
     check::FleetOptions fleet = options.fleet;
     if (options.judge.trace) fleet.jobs = 1;  // else the calls would be mixed
-    check::JudgeFleet(judge, devices, fleet, [&](const DeviceReport& device) {
-      if (is_one && device.status == kBadInput) {
-        PrintInputError(device);
-      }
-      output.Add(device);
-      page.Add(device);
-    });
-    output.End(is_fleet);
-    page.End();
-    status = run.summary.gravest();
+    check::JudgeFleet(judge, devices, fleet, take);
   }
-  if (options.judge.timing) check::PrintTime("total", total.Lap());
-  return status;
+  output.End(is_fleet);
+  if (page) page->End();
+  return run.summary.gravest();
 }
 
 }  // namespace
@@ -291,7 +251,10 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
             options->judge.page = !options->page.empty();
             options->report.all = options->judge.all;
             options->fleet.time_limit = options->judge.limits.time;
-            return Check(*options);
+            base::Stopwatch total;
+            const ExitStatus status = Check(*options);
+            if (options->judge.timing) check::PrintTime("total", total.Lap());
+            return status;
           }};
 }
 

@@ -4,8 +4,6 @@
 #include <libyang/libyang.h>
 
 #include <CLI/App.hpp>
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -15,6 +13,7 @@
 #include "cli/command.h"
 #include "cli/netconf_client.h"
 #include "cli/options.h"
+#include "cli/print_tree.h"
 #include "cli/report/text/terminal.h"
 #include "host/base/utf8.h"
 #include "host/datastore/model.h"
@@ -40,7 +39,7 @@ struct CommitOptions {
   Locations locations;
   std::string server;     // UNIX socket
   std::string file;       // the configuration, XML or JSON
-  bool validate = false;  // ask only, change nothing
+  bool validate = false;  // change nothing
   ReadingLimits limits;   // `time` is also that of each answer
 };
 
@@ -52,20 +51,12 @@ std::string ReadAsXml(const CommitOptions& options) {
                                options.locations.yang_extension);
   const datastore::DataTree tree =
       ReadTree(model, options.file, options.limits);
-  char* text = nullptr;
-  constexpr std::uint32_t kOptions =
-      LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT;
-  if (tree.FirstChild(nullptr) != nullptr &&
-      lyd_print_mem(&text, tree.FirstChild(nullptr), LYD_XML, kOptions) !=
-          LY_SUCCESS) {
-    throw std::runtime_error(options.file + ": cannot be written as XML");
-  }
-  std::string printed = text == nullptr ? "" : text;
-  std::free(text);  // NOLINT: it comes from malloc()
-  return printed;
+  return Print(
+      tree.FirstChild(nullptr), LYD_XML,
+      LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT);
 }
 
-// An operation that never asks a validation point.
+// For an operation that runs no validation point: any error is unexpected.
 void Expect(const std::string& server,
             const std::optional<OperationError>& error) {
   if (!error.has_value()) return;
@@ -81,7 +72,7 @@ void PrintAdvice(const std::string& text) {
              message.anchor);
 }
 
-// As ipav check tells of it.
+// Prints the outcome as ipav check does.
 ExitStatus Report(const std::string& file,
                   const std::optional<OperationError>& error) {
   if (!error.has_value()) {
@@ -103,12 +94,12 @@ ExitStatus Report(const std::string& file,
 
 // Makes the file the whole running configuration, and prints the outcome.
 ExitStatus Commit(const CommitOptions& options) {
-  // 1. The configuration, wrong as it may be.
+  // 1. Read the configuration. The server decides whether it is valid.
   const std::string config =
       "<source><config>" + ReadAsXml(options) + "</config></source>";
 
-  // 2. The question, or the change. A session that ends before its commit
-  // leaves a candidate that it had locked as it was.
+  // 2. Validate or commit it. If the session ends before its commit, the server
+  // restores the candidate that the session had locked.
   NetconfClient client(options.server, options.limits.time);
   std::optional<OperationError> error;
   if (options.validate) {
@@ -123,7 +114,7 @@ ExitStatus Commit(const CommitOptions& options) {
   }
   const ExitStatus status = Report(options.file, error);
 
-  // 3. The end.
+  // 3. End the session.
   Expect(options.server, client.Call("<close-session/>"));
   return status;
 }

@@ -9,7 +9,6 @@
 
 #include "cli/command.h"
 #include "cli/commands/explain.h"
-#include "cli/completion/scripts.h"
 #include "cli/completion/syntax.h"
 #include "cli/options.h"
 

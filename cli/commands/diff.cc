@@ -168,25 +168,13 @@ void PrintLine(const Line& line) {
   fmt::print("\n");
 }
 
-// The schema path of the nodes that a dependency names.
-std::string PathOf(const PointCall& call, const Dependency& dependency) {
-  if (!dependency.steps.empty()) {
-    return datastore::SchemaPath(*dependency.steps.back());
-  }
-  const lysc_node* node = call.site->node;
-  for (std::size_t i = 0; i < dependency.ups && node != nullptr; ++i) {
-    node = lysc_data_parent(node);
-  }
-  return node == nullptr ? "/" : datastore::SchemaPath(*node);
-}
-
 // The changed nodes that fire a call; none for a call that every commit makes.
 std::vector<std::string> CausesOf(const Diff& diff, const PointCall& call) {
   const Cause cause = commit::CauseOf(diff, call);
   std::vector<std::string> paths;
   if (cause.by_itself) paths.push_back(call.site->path);
   for (const Dependency* dependency : cause.dependencies) {
-    const std::string path = PathOf(call, *dependency);
+    const std::string path = datastore::SchemaPath(*call.site, *dependency);
     if (std::find(paths.begin(), paths.end(), path) == paths.end()) {
       paths.push_back(path);
     }
@@ -205,7 +193,7 @@ void PrintText(const Diff& diff, const std::vector<Line>& lines,
   for (const Line& line : lines) PrintLine(line);
   fmt::print("\n{}\n", Counted(calls.size(), "validation call"));
   for (const PointCall& call : calls) {
-    fmt::print("{}\n  data path: {}\n", call.site->opaque,
+    fmt::print("{}\n  data path: {}\n", base::Printable(call.site->opaque),
                base::Printable(commit::PathOf(call)));
     const std::vector<std::string> causes = CausesOf(diff, call);
     if (causes.empty()) fmt::print("  runs at every commit\n");

@@ -14,10 +14,8 @@
 #include <utility>
 
 #include "cli/command.h"
-#include "cli/commands/report_texts.h"
 #include "cli/options.h"
 #include "cli/similar_names.h"
-#include "cli/wrapped_text.h"
 #include "host/base/utf8.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
@@ -47,6 +45,35 @@ using messages::Point;
 using messages::Reading;
 using messages::Text;
 
+constexpr std::size_t kTextColumns = 78;
+
+// Prints a paragraph with `first` before its first line and as many blanks
+// before the others.
+void PrintWrapped(const std::string& first, const std::string& text) {
+  const std::string indent(first.size(), ' ');
+  std::string line = first;
+  bool is_empty = true;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (!is_empty && line.size() + 1 + word.size() > kTextColumns) {
+      fmt::print("{}\n", line);
+      line = indent;
+      is_empty = true;
+    }
+    line += (is_empty ? "" : " ") + word;
+    is_empty = false;
+  }
+  fmt::print("{}\n", line);
+}
+
+// Prints each paragraph after an empty line, indented.
+void PrintParagraphs(const std::vector<std::string>& paragraphs) {
+  for (const std::string& paragraph : paragraphs) {
+    fmt::print("\n");
+    PrintWrapped("  ", paragraph);
+  }
+}
+
 // ---- A message or a text ---------------------------------------------------
 
 void PrintMessage(const Message& message) {
@@ -71,7 +98,7 @@ std::string ValuesOf(const std::string& field,
   std::vector<std::string> values;
   for (const Reading& reading : readings) {
     const std::string& value = reading.Field(field);
-    const std::string shown = value.empty() ? "empty" : value;
+    const std::string shown = value.empty() ? "empty" : base::Printable(value);
     if (std::find(values.begin(), values.end(), shown) == values.end()) {
       values.push_back(shown);
     }
@@ -79,10 +106,10 @@ std::string ValuesOf(const std::string& field,
   return fmt::format("{}", fmt::join(values, ", or "));
 }
 
-// A text with what is filled in. All readings are of one text.
+// Prints a text with the values of its fields. All readings are of one text.
 void PrintReadings(const std::vector<Reading>& readings,
                    const std::string& printed) {
-  fmt::print("{}\n\n", printed);
+  fmt::print("{}\n\n", base::Printable(printed));
   bool has_fields = false;
   for (const auto& [field, value] : readings.front().fields) {
     const std::string mark = "<" + field + ">";
@@ -109,19 +136,6 @@ void PrintReportedTexts(const Point& point) {
   }
 }
 
-// The path of the node that a dependency names, from the root.
-std::string PathOf(const datastore::UseSite& site,
-                   const datastore::Dependency& dependency) {
-  if (!dependency.steps.empty()) {
-    return datastore::SchemaPath(*dependency.steps.back());
-  }
-  const lysc_node* node = site.node;
-  for (std::size_t i = 0; i < dependency.ups && node != nullptr; ++i) {
-    node = lysc_data_parent(node);
-  }
-  return node == nullptr ? "/" : datastore::SchemaPath(*node);
-}
-
 void PrintUseSites(const datastore::Model& model, const Point& point) {
   fmt::print("\nWhere the data model has it, and what runs it\n");
   for (const datastore::UseSite& site : model.use_sites()) {
@@ -131,7 +145,8 @@ void PrintUseSites(const datastore::Model& model, const Point& point) {
                site.call_once ? "once for the list" : "for each");
     if (site.dependencies.empty()) fmt::print("    every commit\n");
     for (const datastore::Dependency& dependency : site.dependencies) {
-      fmt::print("    a change in {}\n", PathOf(site, dependency));
+      fmt::print("    a change in {}\n",
+                 datastore::SchemaPath(site, dependency));
     }
   }
 }
@@ -174,7 +189,7 @@ std::vector<std::string> AllNames() {
   return names;
 }
 
-// The names most alike; of a rule's two names only one.
+// The most similar names, with only one of the two names of a rule.
 std::vector<std::string> Nearest(const std::string& name) {
   constexpr std::size_t kSuggestions = 3;
   const std::vector<std::string> alike =
@@ -200,23 +215,20 @@ void ReportUnknown(const std::string& name) {
       std::fprintf(stderr, "%s\n", base::Printable(line).c_str()));
 }
 
-void AddLines(const std::string& text, std::vector<std::string>* names) {
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    if (!line.empty()) names->push_back(line);
-  }
-}
-
-// A topic "-" stands for the texts of standard input.
+// The lines of all topics. A topic "-" stands for the texts of standard input.
 std::vector<std::string> NamesOf(const std::vector<std::string>& topics) {
   std::vector<std::string> names;
   for (const std::string& topic : topics) {
     if (topic == "-") {
-      const std::vector<std::string> texts = TextsOfReport(
-          datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize));
-      names.insert(names.end(), texts.begin(), texts.end());
-    } else {
-      AddLines(topic, &names);
+      for (std::string& text : TextsOfReport(
+               datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize))) {
+        names.push_back(std::move(text));
+      }
+      continue;
+    }
+    std::istringstream lines(topic);
+    for (std::string line; std::getline(lines, line);) {
+      if (!line.empty()) names.push_back(line);
     }
   }
   return names;
@@ -237,8 +249,8 @@ std::function<void()> PrinterOf(const Locations& locations,
       [readings = std::move(readings), name] { PrintReadings(readings, name); };
 }
 
-// Without topics, lists the names. kBadInput where a topic is unknown; the
-// others are explained all the same.
+// Without topics, lists the names. Returns kBadInput if a topic is unknown, but
+// explains the others.
 ExitStatus Explain(const Locations& locations,
                    const std::vector<std::string>& topics) {
   if (topics.empty()) PrintList();

@@ -1,7 +1,7 @@
-#include "cli/commands/report_texts.h"
-
 #include <cstddef>
 #include <sstream>
+
+#include "cli/commands/explain.h"
 
 namespace ipav::cli {
 

@@ -1,7 +1,7 @@
 #include <fmt/core.h>
 #include <fmt/ranges.h>
 
-#include "cli/completion/scripts.h"
+#include "cli/completion/syntax.h"
 
 namespace ipav::cli::completion {
 
@@ -63,22 +63,16 @@ std::string Assigned(const Value& value) {
   return " kind=";
 }
 
-Words NamesOf(const Option& option) {
-  Words names = option.short_names;
-  names.insert(names.end(), option.long_names.begin(), option.long_names.end());
-  return names;
-}
-
 // All arguments of a command are of one kind: use the first.
 std::string CaseOf(const std::string& pattern, const Command& command) {
   Words names;
   std::string values;
   for (const Option& option : command.options) {
-    const Words own = NamesOf(option);
-    names.insert(names.end(), own.begin(), own.end());
+    names.insert(names.end(), option.names.begin(), option.names.end());
     if (!option.has_value) continue;
-    values += fmt::format("        {}) options={} ;;\n", fmt::join(own, " | "),
-                          Assigned(option.value));
+    values +=
+        fmt::format("        {}) options={} ;;\n",
+                    fmt::join(option.names, " | "), Assigned(option.value));
   }
   std::string text = fmt::format("    {})\n      options='{}'", pattern,
                                  fmt::join(names, " "));

@@ -1,7 +1,7 @@
 #include <fmt/core.h>
 #include <fmt/ranges.h>
 
-#include "cli/completion/scripts.h"
+#include "cli/completion/syntax.h"
 
 namespace ipav::cli::completion {
 
@@ -22,12 +22,7 @@ complete -c ipav -f
 )";
 
 std::string Quoted(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) {
-    if (c == '\'' || c == '\\') quoted += '\\';
-    quoted += c;
-  }
-  return quoted + "'";
+  return "'" + WithBackslashes(text, "'\\") + "'";
 }
 
 std::string Completed(const Value& value) {
@@ -46,11 +41,8 @@ std::string Completed(const Value& value) {
 
 std::string LineOf(const std::string& condition, const Option& option) {
   std::string line = "complete -c ipav -n " + condition;
-  for (const std::string& name : option.short_names) {
-    line += " -s " + name.substr(1);
-  }
-  for (const std::string& name : option.long_names) {
-    line += " -l " + name.substr(2);
+  for (const std::string& name : option.names) {
+    line += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
   if (option.has_value) {
     const bool is_file = option.value.kind == Value::Kind::kFile;

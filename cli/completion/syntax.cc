@@ -43,10 +43,15 @@ Value ValueOf(const CLI::Option& option,
   return value;
 }
 
-Words WithDashes(const std::string& dashes, const Words& names) {
-  Words words;
-  for (const std::string& name : names) words.push_back(dashes + name);
-  return words;
+Words NamesOf(const CLI::Option& option) {
+  Words names;
+  for (const std::string& name : option.get_snames()) {
+    names.push_back("-" + name);
+  }
+  for (const std::string& name : option.get_lnames()) {
+    names.push_back("--" + name);
+  }
+  return names;
 }
 
 Command CommandOf(const CLI::App& app,
@@ -58,9 +63,7 @@ Command CommandOf(const CLI::App& app,
       value.name = option->get_name(true);
       command.arguments.push_back({value, option->get_expected_max() > 1});
     } else {
-      command.options.push_back({WithDashes("-", option->get_snames()),
-                                 WithDashes("--", option->get_lnames()),
-                                 option->get_description(),
+      command.options.push_back({NamesOf(*option), option->get_description(),
                                  option->get_items_expected_max() > 0, value});
     }
   }
@@ -68,6 +71,16 @@ Command CommandOf(const CLI::App& app,
 }
 
 }  // namespace
+
+std::string WithBackslashes(const std::string& text,
+                            const std::string& special) {
+  std::string result;
+  for (const char c : text) {
+    if (special.find(c) != std::string::npos) result += '\\';
+    result += c;
+  }
+  return result;
+}
 
 Syntax SyntaxOf(const CLI::App& app,
                 const std::map<std::string, Words>& words_of) {

@@ -22,8 +22,7 @@ struct Value {
 };
 
 struct Option {
-  Words short_names;  // "-j"
-  Words long_names;   // "--jobs"
+  Words names;  // "-j", "--jobs"; short ones first
   std::string description;
   bool has_value = false;
   Value value;
@@ -51,6 +50,15 @@ struct Syntax {
 // std::logic_error for a word that needs quotes in a shell.
 Syntax SyntaxOf(const CLI::App& app,
                 const std::map<std::string, Words>& words_of);
+
+// The text with a backslash before each of the `special` characters.
+std::string WithBackslashes(const std::string& text,
+                            const std::string& special);
+
+// Each is a whole file of its shell, for the program ipav.
+std::string BashScript(const Syntax& syntax);
+std::string ZshScript(const Syntax& syntax);
+std::string FishScript(const Syntax& syntax);
 
 }  // namespace ipav::cli::completion
 

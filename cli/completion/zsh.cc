@@ -1,7 +1,7 @@
 #include <fmt/core.h>
 #include <fmt/ranges.h>
 
-#include "cli/completion/scripts.h"
+#include "cli/completion/syntax.h"
 
 namespace ipav::cli::completion {
 
@@ -25,11 +25,10 @@ else
 fi
 )";
 
-// In quotes of the shell, with a backslash before each of `special`.
+// For text in quotes of the shell, with a backslash before each of `special`.
 std::string Quoted(const std::string& text, const std::string& special) {
   std::string quoted;
-  for (const char c : text) {
-    if (special.find(c) != std::string::npos) quoted += '\\';
+  for (const char c : WithBackslashes(text, special)) {
     quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   }
   return quoted;
@@ -57,12 +56,11 @@ std::string Action(const Value& value) {
 // "(-j --jobs)--jobs=[Devices ...]:UINT: ": one of two names goes without the
 // other, and the value may be in the same word.
 Words SpecsOf(const Option& option) {
-  Words names = option.short_names;
-  names.insert(names.end(), option.long_names.begin(), option.long_names.end());
   Words specs;
-  for (const std::string& name : names) {
+  for (const std::string& name : option.names) {
     const bool is_long = name.compare(0, 2, "--") == 0;
-    std::string spec = fmt::format("({}){}", fmt::join(names, " "), name);
+    std::string spec =
+        fmt::format("({}){}", fmt::join(option.names, " "), name);
     if (option.has_value) spec += is_long ? "=" : "+";
     spec += "[" + Quoted(option.description, "[]\\") + "]";
     if (option.has_value) spec += Action(option.value);

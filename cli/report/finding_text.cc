@@ -4,26 +4,15 @@
 
 namespace ipav::cli::report {
 
-using datastore::Novelty;
 using messages::Culprit;
 using messages::Finding;
 
-const char* WordOf(Novelty novelty) {
-  switch (novelty) {
-    case Novelty::kAdded:
-      return "added";
-    case Novelty::kChanged:
-      return "changed";
-    case Novelty::kRemoved:
-      return "removed";
-    case Novelty::kUnchanged:
-      break;
-  }
-  return "unchanged";
-}
-
 std::string TextOf(const Finding& finding) {
   return finding.text.empty() ? "(refused without a text)" : finding.text;
+}
+
+const std::string& RuleIdOf(const Finding& finding) {
+  return finding.rule.empty() ? finding.point : finding.rule;
 }
 
 std::string LinkOf(const Finding& finding) {

@@ -2,20 +2,29 @@
 #ifndef IPAV_CLI_REPORT_FINDING_TEXT_H_
 #define IPAV_CLI_REPORT_FINDING_TEXT_H_
 
+#include <array>
+#include <cstddef>
 #include <string>
 
 #include "messages/finding.h"
 
 namespace ipav::cli::report {
 
-// "added", "changed", "removed", "unchanged".
-const char* WordOf(datastore::Novelty novelty);
+// Indexed by datastore::Novelty.
+inline constexpr std::array<const char*, 4> kNovelties = {"unchanged", "added",
+                                                          "changed", "removed"};
+inline const char* WordOf(datastore::Novelty novelty) {
+  return kNovelties.at(static_cast<std::size_t>(novelty));
+}
 
 // The operator's text, or a text for a refusal without one.
 std::string TextOf(const messages::Finding& finding);
 
 // "FILE:LINE:COLUMN: address /config/... 10.0.0.1/24 (added)"
 std::string InWords(const messages::Culprit& culprit);
+
+// Identifier of the rule; for an unknown text, the validation point.
+const std::string& RuleIdOf(const messages::Finding& finding);
 
 // Heading in docs/messages.md; empty for a text that is not in it.
 std::string LinkOf(const messages::Finding& finding);

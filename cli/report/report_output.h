@@ -1,17 +1,30 @@
-// Writes the report of a run to a file, in one of the formats.
+// The formats of a report by their names, and the file that a report is written
+// to.
 #ifndef IPAV_CLI_REPORT_REPORT_OUTPUT_H_
 #define IPAV_CLI_REPORT_REPORT_OUTPUT_H_
 
+#include <cstdint>
+#include <cstdio>
+#include <map>
 #include <memory>
 #include <string>
 
 #include "cli/report/device_report.h"
-#include "cli/report/formats.h"
 #include "cli/report/output_file.h"
 #include "cli/report/run.h"
+#include "cli/report/text/text.h"
 #include "cli/report/writer.h"
 
 namespace ipav::cli::report {
+
+enum class Format : std::uint8_t { kText, kJson, kSarif, kJunit };
+
+const std::map<std::string, Format>& FormatsByName();
+
+// `out` and `run` are borrowed. The run is read at the end of the report, when
+// it must include all devices; its shard must be set at the beginning.
+std::unique_ptr<Writer> MakeWriter(Format format, std::FILE* out,
+                                   const Run& run, const TextOptions& text);
 
 struct ReportOptions {
   Format format = Format::kText;

@@ -4,16 +4,13 @@
 
 namespace ipav::cli::report {
 
-std::string InWords(const Summary& summary) {
-  return fmt::format(
+std::string InWords(const Run& run) {
+  const Summary& summary = run.summary;
+  const std::string text = fmt::format(
       "{} device{}: {} accepted, {} refused, {} bad input, {} failed",
       summary.devices(), summary.devices() == 1 ? "" : "s",
       summary.Of(kAccepted), summary.Of(kRefused), summary.Of(kBadInput),
       summary.Of(kPluginFailed));
-}
-
-std::string InWords(const Run& run) {
-  std::string text = InWords(run.summary);
   if (!run.shard) return text;
   return fmt::format("shard {} of {} of {} devices, {}", run.shard->number,
                      run.shard->of, run.list_size, text);

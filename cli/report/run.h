@@ -36,9 +36,6 @@ class Summary {
   ExitStatus gravest_ = kAccepted;
 };
 
-// "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed"
-std::string InWords(const Summary& summary);
-
 // A part of a list of devices: every `of`-th, starting with the `number`-th.
 struct Shard {
   std::size_t number = 1;  // from 1
@@ -51,7 +48,8 @@ struct Run {
   std::size_t list_size = 0;  // number of devices of all shards
 };
 
-// Its summary, and whose it is.
+// "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed", after the shard if
+// the run is one.
 std::string InWords(const Run& run);
 
 }  // namespace ipav::cli::report

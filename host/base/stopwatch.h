@@ -8,6 +8,12 @@ namespace ipav::base {
 
 using Duration = std::chrono::nanoseconds;
 
+// A duration as a number of another unit, such as std::milli.
+template <typename Unit>
+double In(Duration time) {
+  return std::chrono::duration<double, Unit>(time).count();
+}
+
 class Stopwatch {
  public:
   Stopwatch() : start_(Clock::now()) {}

@@ -128,6 +128,14 @@ Utf8Character FirstCharacter(std::string_view text) {
   return character;
 }
 
+std::string_view FirstCharacters(std::string_view text, std::size_t count) {
+  std::size_t size = 0;
+  for (; count > 0 && size < text.size(); --count) {
+    size += FirstCharacter(text.substr(size)).size;
+  }
+  return text.substr(0, size);
+}
+
 std::size_t ValidUtf8Size(std::string_view text) {
   constexpr std::size_t kBlock = 256;
   std::size_t size = 0;

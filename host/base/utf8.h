@@ -23,6 +23,9 @@ Utf8Character FirstCharacter(std::string_view text);
 // The number of bytes before the first one that is not UTF-8.
 std::size_t ValidUtf8Size(std::string_view text);
 
+// The first `count` characters of `text`, or all that it has.
+std::string_view FirstCharacters(std::string_view text, std::size_t count);
+
 // Whether this is the second or a later byte of a character.
 constexpr bool IsContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U;

@@ -323,4 +323,13 @@ std::string SchemaPath(const lysc_node& node) {
   return path;
 }
 
+std::string SchemaPath(const UseSite& site, const Dependency& dependency) {
+  if (!dependency.steps.empty()) return SchemaPath(*dependency.steps.back());
+  const lysc_node* node = site.node;
+  for (std::size_t i = 0; i < dependency.ups && node != nullptr; ++i) {
+    node = lysc_data_parent(node);
+  }
+  return node == nullptr ? "/" : SchemaPath(*node);
+}
+
 }  // namespace ipav::datastore

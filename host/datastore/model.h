@@ -118,6 +118,9 @@ class Model {
 // Path of a schema node from the root, without prefixes and keys.
 std::string SchemaPath(const lysc_node& node);
 
+// The same of the nodes that a dependency of the site names.
+std::string SchemaPath(const UseSite& site, const Dependency& dependency);
+
 }  // namespace ipav::datastore
 
 #endif  // IPAV_HOST_DATASTORE_MODEL_H_

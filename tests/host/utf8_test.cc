@@ -47,6 +47,14 @@ TEST(Utf8, EachCharacterIsDecoded) {
   EXPECT_EQ(ToUtf8(kValid), kValid);
 }
 
+TEST(Utf8, FirstCharactersAreWhole) {
+  EXPECT_EQ(FirstCharacters("a\u00fc\u6771b", 0), "");
+  EXPECT_EQ(FirstCharacters("a\u00fc\u6771b", 3), "a\u00fc\u6771");
+  EXPECT_EQ(FirstCharacters("a\xff\u00fcb", 3), "a\xff\u00fc");
+  EXPECT_EQ(FirstCharacters("\u00fc", 5), "\u00fc");
+  EXPECT_EQ(FirstCharacters("a\xe2\x82", 5), "a\xe2\x82");
+}
+
 TEST(Utf8, InvalidBytesAreOneReplacementForEachCutCharacter) {
   for (const auto& [bytes, size] : kInvalid) {
     const Utf8Character character = FirstCharacter(bytes);

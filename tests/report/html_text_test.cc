@@ -8,7 +8,6 @@
 
 namespace {
 
-using ipav::cli::report::CharacterSize;
 using ipav::cli::report::Count;
 using ipav::cli::report::Escaped;
 using ipav::cli::report::Html;
@@ -73,14 +72,6 @@ TEST(Escaped, IsTextForAParserWhateverTheBytes) {
       ASSERT_EQ(tree.Count("//@*"), 1U) << first << " " << second;
     }
   }
-}
-
-TEST(CharacterSize, CountsTheBytesOfTheFirstCharacter) {
-  EXPECT_EQ(CharacterSize("ab"), 1U);
-  EXPECT_EQ(CharacterSize("üb"), 2U);
-  EXPECT_EQ(CharacterSize("東b"), 3U);
-  EXPECT_EQ(CharacterSize("😀b"), 4U);
-  EXPECT_EQ(CharacterSize("\xff\xff"), 1U);
 }
 
 TEST(Html, WritesSharesAsPercentages) {

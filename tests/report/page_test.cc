@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/report/html/device_html.h"
 #include "cli/report/html/html.h"
 #include "host/datastore/diff.h"
 #include "host/view/address_plan.h"
@@ -76,6 +77,7 @@ Finding Overlap() {
 
 DeviceReport Refused(std::vector<Finding> findings) {
   DeviceReport device;
+  device.number = 1;
   device.running = "running.xml";
   device.candidate = "candidate.xml";
   device.status = kRefused;
@@ -111,15 +113,20 @@ std::string PageOf(const Fill& fill) {
   const TempDir folder;
   const std::string path = folder.path() + "/page.html";
   HtmlWriter writer(path);
-  writer.Begin();
   fill(&writer);
   writer.End();
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+DeviceReport WithSection(DeviceReport device, const DeviceView& view) {
+  device.page_section = DeviceSection(device, &view).str();
+  return device;
+}
+
 std::string PageOf(const DeviceReport& device, const DeviceView& view) {
-  return PageOf([&](HtmlWriter* writer) { writer->Add(device, view); });
+  return PageOf(
+      [&](HtmlWriter* writer) { writer->Add(WithSection(device, view)); });
 }
 
 std::string OverlapPage() {
@@ -338,20 +345,23 @@ TEST(Page, ShowsWhatChangedOfALargeConflictAndAllOfItWhenAsked) {
 
 TEST(Page, HasALineAndASectionForEachDevice) {
   DeviceReport accepted;
+  accepted.number = 2;
   accepted.candidate = "good.xml";
   DeviceReport unread;
+  unread.number = 3;
   unread.candidate = "bad.xml";
   unread.status = kBadInput;
   unread.input_error = "bad.xml:3: reason";
   DeviceReport dead;
+  dead.number = 4;
   dead.candidate = "deadly.xml";
   dead.status = kPluginFailed;
   dead.outcome.failure = "it was ended by signal 6";
   dead.outcome.failed_point = "intf_vrf_validation";
   dead.outcome.failed_path = "/config/interface/l3";
   const std::string page = PageOf([&](HtmlWriter* writer) {
-    writer->Add(Refused({Overlap(), Overlap()}), OverlapView());
-    writer->Add(accepted, {});
+    writer->Add(WithSection(Refused({Overlap(), Overlap()}), OverlapView()));
+    writer->Add(WithSection(accepted, {}));
     writer->Add(unread);
     writer->Add(dead);
   });
@@ -456,7 +466,7 @@ TEST(Page, IsNotThereBeforeItsEnd) {
   const TempDir folder;
   const std::string path = folder.path() + "/page.html";
   HtmlWriter writer(path);
-  writer.Add(Refused({Overlap()}), OverlapView());
+  writer.Add(Refused({Overlap()}));
   EXPECT_FALSE(std::ifstream(path).good());
   writer.End();
   EXPECT_TRUE(std::ifstream(path).good());

@@ -9,6 +9,7 @@
 
 #include "cli/report/finding_text.h"
 #include "cli/report/html/plan_html.h"
+#include "host/base/utf8.h"
 
 namespace ipav::cli::report {
 
@@ -29,19 +30,13 @@ constexpr std::size_t kShownChanges = 25;
 constexpr std::size_t kCharactersAround = 80;
 
 void AddNovelty(Novelty novelty, Html* html) {
-  switch (novelty) {
-    case Novelty::kUnchanged:
-      html->Markup("<span class=\"badge\">");
-      break;
-    case Novelty::kRemoved:
-      html->Markup("<span class=\"badge removed\">");
-      break;
-    case Novelty::kAdded:
-    case Novelty::kChanged:
-      html->Markup("<span class=\"badge new\">");
-      break;
+  html->Markup("<span class=\"badge");
+  if (novelty == Novelty::kRemoved) {
+    html->Markup(" removed");
+  } else if (novelty != Novelty::kUnchanged) {
+    html->Markup(" new");
   }
-  html->Text(WordOf(novelty)).Markup("</span>");
+  html->Markup("\">").Text(WordOf(novelty)).Markup("</span>");
 }
 
 void AddRow(const char* name, std::string_view value, Html* html) {
@@ -58,31 +53,21 @@ void AddCodeRow(const char* name, std::string_view value, Html* html) {
 
 // --- Source lines
 
-// Bytes of the first `characters` of a text, or all that it has.
-std::size_t SizeOf(std::string_view text, std::size_t characters) {
-  std::size_t size = 0;
-  for (; characters > 0 && size < text.size(); --characters) {
-    size += CharacterSize(text.substr(size));
-  }
-  return std::min(size, text.size());
-}
-
 std::size_t CharactersOf(std::string_view text) {
   std::size_t characters = 0;
   for (; !text.empty(); ++characters) {
-    text.remove_prefix(std::min(CharacterSize(text), text.size()));
+    text.remove_prefix(base::FirstCharacter(text).size);
   }
   return characters;
 }
 
 void AddSourceLine(const Place& place, Html* html) {
   const std::string_view line = place.source_line;
-  const std::size_t begin =
-      SizeOf(line, std::max<std::size_t>(place.column, 1) - 1);
-  std::string_view before = line.substr(0, begin);
-  const std::string_view rest = line.substr(begin);
-  const std::string_view marked = rest.substr(0, SizeOf(rest, place.length));
-  std::string_view after = rest.substr(marked.size());
+  std::string_view before =
+      base::FirstCharacters(line, std::max<std::size_t>(place.column, 1) - 1);
+  const std::string_view rest = line.substr(before.size());
+  const std::string_view marked = base::FirstCharacters(rest, place.length);
+  const std::string_view after = rest.substr(marked.size());
 
   // The indentation is removed: it needs space in a narrow window, and the
   // column is shown anyway.
@@ -90,9 +75,12 @@ void AddSourceLine(const Place& place, Html* html) {
       std::min(before.find_first_not_of(" \t"), before.size()));
   const std::size_t left = CharactersOf(before);
   const bool cut = left > kCharactersAround;
-  if (cut) before.remove_prefix(SizeOf(before, left - kCharactersAround));
+  if (cut) {
+    before.remove_prefix(
+        base::FirstCharacters(before, left - kCharactersAround).size());
+  }
   const std::string_view shown =
-      after.substr(0, SizeOf(after, kCharactersAround));
+      base::FirstCharacters(after, kCharactersAround);
   html->Markup("<pre><span class=\"line\">").Number(place.line);
   html->Markup("</span><code>").Text(cut ? "…" : "").Text(before);
   html->Markup("<mark>").Text(marked).Markup("</mark>").Text(shown);
@@ -212,20 +200,18 @@ void AddRemarks(const commit::Outcome& outcome, Html* html) {
 
 void AddFailure(const commit::Outcome& outcome, Html* html) {
   html->Markup("<h3>Failure of the plug-in</h3>\n");
-  for (const Answer& answer : outcome.answers) {
-    if (!answer.exception.has_value()) continue;
-    html->Markup("<p class=\"text\">").Text(*answer.exception);
-    html->Markup("</p>\n<dl>\n");
-    AddCodeRow("Validation point", answer.opaque, html);
-    AddCodeRow("Data path", answer.path, html);
+  const auto add = [&](const std::string& text, const std::string& point,
+                       const std::string& path) {
+    html->Markup("<p class=\"text\">").Text(text).Markup("</p>\n<dl>\n");
+    AddCodeRow("Validation point", point, html);
+    AddCodeRow("Data path", path, html);
     html->Markup("</dl>\n");
+  };
+  for (const Answer& answer : outcome.answers) {
+    if (answer.exception) add(*answer.exception, answer.opaque, answer.path);
   }
   if (outcome.failure.empty()) return;
-  html->Markup("<p class=\"text\">").Text(outcome.failure);
-  html->Markup("</p>\n<dl>\n");
-  AddCodeRow("Validation point", outcome.failed_point, html);
-  AddCodeRow("Data path", outcome.failed_path, html);
-  html->Markup("</dl>\n");
+  add(outcome.failure, outcome.failed_point, outcome.failed_path);
 }
 
 // --- Changes
@@ -300,25 +286,13 @@ void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
 }  // namespace
 
 void AddVerdict(ExitStatus status, Html* html) {
-  switch (status) {
-    case kAccepted:
-      html->Markup("<span class=\"verdict accepted\">accepted</span>");
-      return;
-    case kRefused:
-      html->Markup("<span class=\"verdict refused\">refused</span>");
-      return;
-    case kBadInput:
-      html->Markup("<span class=\"verdict failed\">not read</span>");
-      return;
-    case kPluginFailed:
-      html->Markup("<span class=\"verdict failed\">not judged</span>");
-      return;
-  }
+  html->Markup("<span class=\"verdict ");
+  html->Text(status > kRefused ? "failed" : kPageVerdicts.at(status));
+  html->Markup("\">").Text(kPageVerdicts.at(status)).Markup("</span>");
 }
 
-Html DeviceSection(const DeviceReport& device, const DeviceView* view,
-                   std::size_t number) {
-  const std::string id = "d" + std::to_string(number);
+Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
+  const std::string id = "d" + std::to_string(device.number);
   Html html;
   html.Markup(R"(<section class="device" id=")").Text(id);
   html.Markup("\" aria-labelledby=\"").Text(id).Markup("-name\">\n");

@@ -2,18 +2,30 @@
 #ifndef IPAV_CLI_REPORT_HTML_DEVICE_HTML_H_
 #define IPAV_CLI_REPORT_HTML_DEVICE_HTML_H_
 
-#include <cstddef>
+#include <array>
+#include <vector>
 
 #include "cli/report/device_report.h"
-#include "cli/report/html/device_view.h"
 #include "cli/report/html/html_text.h"
+#include "host/view/address_plan.h"
+#include "host/view/change_list.h"
 
 namespace ipav::cli::report {
 
-// A section with the identifier "d" + `number`, the prefix of all identifiers
-// in it. `view` is null if the configurations could not be read.
-Html DeviceSection(const DeviceReport& device, const DeviceView* view,
-                   std::size_t number);
+// The content of the section besides the findings. It is made from both
+// configurations, but keeps neither.
+struct DeviceView {
+  std::vector<view::ChangeLine> changes;
+  view::AddressPlan plan;
+};
+
+// A section with the identifier "d" + the device's number, the prefix of all
+// identifiers in it. `view` is null if the configurations could not be read.
+Html DeviceSection(const DeviceReport& device, const DeviceView* view);
+
+// Indexed by ExitStatus.
+inline constexpr std::array<const char*, 4> kPageVerdicts = {
+    "accepted", "refused", "not read", "not judged"};
 
 // "<span>refused</span>", coloured.
 void AddVerdict(ExitStatus status, Html* html);

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "cli/report/html/device_html.h"
 #include "cli/report/html/page_style.h"
 
 namespace ipav::cli::report {
@@ -35,12 +36,8 @@ void Copy(std::FILE* from, std::FILE* to) {
   }
 }
 
-// Indexed by ExitStatus.
-constexpr const char* kVerdicts[] = {"accepted", "refused", "not read",
-                                     "not judged"};
-
-void AddListRow(const DeviceReport& device, std::size_t number, Html* html) {
-  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(number);
+void AddListRow(const DeviceReport& device, Html* html) {
+  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(device.number);
   html->Markup("\">").Text(device.candidate).Markup("</a></th><td>");
   AddVerdict(device.status, html);
   html->Markup("</td><td>");
@@ -67,22 +64,13 @@ HtmlWriter::HtmlWriter(std::string file)
 }
 
 void HtmlWriter::Add(const DeviceReport& device) {
-  const std::size_t number = devices_ + 1;
-  AddSection(device, number, DeviceSection(device, nullptr, number).str());
-}
-
-void HtmlWriter::Add(const DeviceReport& device, const DeviceView& view) {
-  const std::size_t number = devices_ + 1;
-  AddSection(device, number, DeviceSection(device, &view, number).str());
-}
-
-void HtmlWriter::AddSection(const DeviceReport& device, std::size_t number,
-                            const std::string& section) {
   ++devices_;
   ++by_status_[device.status];
   last_ = device.candidate;
-  AddListRow(device, number, &list_);
-  Write(section, sections_.get());
+  AddListRow(device, &list_);
+  Write(device.page_section.empty() ? DeviceSection(device, nullptr).str()
+                                    : device.page_section,
+        sections_.get());
 }
 
 // Also well-formed XML, so that any parser detects a broken page.
@@ -91,7 +79,8 @@ Html HtmlWriter::Head() const {
   for (std::size_t status = 0; status < 4; ++status) {
     if (by_status_[status] == 0) continue;
     verdicts += (verdicts.empty() ? "" : ", ") +
-                std::to_string(by_status_[status]) + " " + kVerdicts[status];
+                std::to_string(by_status_[status]) + " " +
+                kPageVerdicts.at(status);
   }
   const bool is_one = devices_ == 1;
   Html html;

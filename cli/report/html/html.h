@@ -8,11 +8,8 @@
 #include <string>
 
 #include "cli/report/device_report.h"
-#include "cli/report/html/device_html.h"
-#include "cli/report/html/device_view.h"
 #include "cli/report/html/html_text.h"
 #include "cli/report/output_file.h"
-#include "cli/report/writer.h"
 #include "host/base/c_ptr.h"
 
 namespace ipav::cli::report {
@@ -20,21 +17,17 @@ namespace ipav::cli::report {
 // The sections of the devices are collected in a file without a name, so that a
 // fleet needs no more memory than one device. Only the line of each device in
 // the list is kept in memory.
-class HtmlWriter : public Writer {
+class HtmlWriter {
  public:
   // Opens the file of the page, as OutputFile does. Throws std::runtime_error
   // if it is already known that writing will fail.
   explicit HtmlWriter(std::string file);
 
-  // Adds a device without changes and plan.
-  void Add(const DeviceReport& device) override;
-  void Add(const DeviceReport& device, const DeviceView& view);
-  // Adds a device with a section made elsewhere, with a number of its own.
-  void AddSection(const DeviceReport& device, std::size_t number,
-                  const std::string& section);
+  // Adds a device with its section; one without has no changes and no plan.
+  void Add(const DeviceReport& device);
 
   // Throws std::runtime_error if the page cannot be written.
-  void End() override;
+  void End();
 
  private:
   Html Head() const;

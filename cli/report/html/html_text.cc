@@ -68,10 +68,6 @@ std::string Escaped(std::string_view text) {
   return escaped;
 }
 
-std::size_t CharacterSize(std::string_view text) {
-  return base::FirstCharacter(text).size;
-}
-
 std::string Count(std::size_t number, const char* one, const char* many) {
   return fmt::format("{} {}", number, number == 1 ? one : many);
 }

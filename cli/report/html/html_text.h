@@ -45,10 +45,6 @@ class Html {
 // U+FFFD for bytes that are not UTF-8.
 std::string Escaped(std::string_view text);
 
-// The number of bytes of the first character of a non-empty text; if they are
-// not UTF-8, of those that are replaced together.
-std::size_t CharacterSize(std::string_view text);
-
 // "1 prefix", "3 prefixes".
 std::string Count(std::size_t number, const char* one, const char* many);
 

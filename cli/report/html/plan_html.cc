@@ -91,288 +91,264 @@ std::pair<std::vector<std::size_t>, std::vector<std::size_t>> SplitRows(
   return {shown, left};
 }
 
-// --- Rows
+// --- The page
 
 // Draws the spaces of one device.
 class PlanWriter {
  public:
   PlanWriter(std::string id, Html* html) : id_(std::move(id)), html_(*html) {}
 
-  void Add(const AddressPlan& plan);
+  void Add(const AddressPlan& plan) {
+    std::vector<const Space*> in_conflict;
+    std::vector<const Space*> changed;
+    std::vector<const Space*> quiet;
+    std::vector<const Space*> more;
+    for (const Space& space : plan.spaces) {
+      const Totals totals = TotalsOf(space, 0, space.prefixes.size());
+      if (totals.conflicts > 0) {
+        in_conflict.push_back(&space);
+      } else if (totals.changes > 0) {
+        changed.push_back(&space);
+      } else {
+        (quiet.size() < kQuietSpaces ? quiet : more).push_back(&space);
+      }
+    }
+    AddSpaces(in_conflict);
+    AddSpaces(changed);
+    AddSpaces(quiet);
+    if (more.empty()) return;
+    html_.Markup("<details class=\"more\"><summary>");
+    html_.Text(Count(more.size(), "more address space", "more address spaces"));
+    html_.Markup(" without conflict or change</summary>\n");
+    AddSpaces(more);
+    html_.Markup("</details>\n");
+  }
 
  private:
-  void AddSpaces(const std::vector<const Space*>& spaces);
-  void AddSpace(const Space& space);
-  void AddFacts(const Totals& totals);
-  void AddConflict(const Space& space, const Conflict& conflict);
-  void AddConflicts(const Space& space);
-  void AddChanges(const Space& space, const std::vector<Block>& blocks);
-  void AddBands(const Space& space, const std::vector<Block>& blocks);
-  void AddBand(const Space& space, const Block* begin, const Block* end);
-  void AddSingle(const Prefix& prefix);
-  void AddBlock(const Space& space, const Block& block, bool is_open);
-  void AddTable(const Space& space, const std::vector<std::size_t>& rows,
-                const Network& network, bool with_anchors);
+  // The link of a finding leads to the first row that it names.
+  void AddAnchors(const Prefix& prefix) {
+    for (const std::size_t finding : prefix.findings) {
+      if (!anchored_.insert(finding).second) continue;
+      html_.Markup("<span id=\"").Text(id_).Markup("-f").Number(finding + 1);
+      html_.Markup("-plan\"></span>");
+    }
+  }
+
+  void AddConflictText(const Space& space, const Prefix& prefix) {
+    const std::size_t shown = std::min(prefix.overlaps.size(), kShownOverlaps);
+    for (std::size_t i = 0; i < shown; ++i) {
+      const Prefix& with = space.prefixes[prefix.overlaps[i]];
+      html_.Markup("<span class=\"why\">overlaps with ").Text(OwnerOf(with));
+      html_.Markup(" ").Text(with.text).Markup("</span>");
+    }
+    if (shown < prefix.overlaps.size()) {
+      html_.Markup("<span class=\"why\">and with ");
+      html_.Text(Count(prefix.overlaps.size() - shown, "other", "others"));
+      html_.Markup("</span>");
+    }
+    for (const std::size_t finding : prefix.findings) {
+      html_.Markup(R"(<a class="why" href="#)").Text(id_).Markup("-f");
+      html_.Number(finding + 1).Markup("\">named by finding ");
+      html_.Number(finding + 1).Markup("</a>");
+    }
+  }
+
+  void AddBadges(const Prefix& prefix) {
+    if (prefix.InConflict()) {
+      html_.Markup(" <span class=\"badge conflict\">conflict</span>");
+    }
+    if (prefix.novelty == Novelty::kUnchanged) return;
+    if (prefix.novelty == Novelty::kRemoved) {
+      html_.Markup(" <span class=\"badge removed\">");
+    } else {
+      html_.Markup(" <span class=\"badge new\">");
+    }
+    html_.Text(ChangeText(prefix)).Markup("</span>");
+  }
+
   void AddRow(const Space& space, const Prefix& prefix, const Network& network,
-              bool with_anchors);
-  void AddBadges(const Prefix& prefix);
-  void AddAnchors(const Prefix& prefix);
-  void AddConflictText(const Space& space, const Prefix& prefix);
+              bool with_anchors) {
+    html_.Markup("<tr><th scope=\"row\">");
+    if (with_anchors) AddAnchors(prefix);
+    html_.Text(prefix.text);
+    html_.Markup("</th><td>").Text(OwnerOf(prefix));
+    AddBadges(prefix);
+    if (with_anchors) AddConflictText(space, prefix);
+    html_.Markup("</td><td class=\"place\">");
+    AddRowBar(prefix, network, &html_);
+    html_.Markup("</td></tr>\n");
+  }
+
+  void AddTable(const Space& space, const std::vector<std::size_t>& rows,
+                const Network& network, bool with_anchors) {
+    html_.Markup(R"(<table class="plan"><caption class="unseen">Prefixes in )");
+    html_.Text(view::TextOf(network)).Markup(" of ").Text(space.name);
+    html_.Markup(
+        "</caption><colgroup><col class=\"prefix\" /><col />"
+        "<col class=\"place\" /></colgroup><thead><tr>"
+        "<th scope=\"col\"><span class=\"unseen\">Prefix</span></th>"
+        "<th scope=\"col\"><span class=\"unseen\">Interface and state</span>"
+        "</th><th scope=\"col\"><span class=\"unseen\">Position in the block"
+        "</span></th></tr></thead>\n<tbody>\n");
+    for (const std::size_t row : rows) {
+      AddRow(space, space.prefixes[row], network, with_anchors);
+    }
+    html_.Markup("</tbody></table>\n");
+  }
+
+  // --- Blocks
+
+  void AddFacts(const Totals& totals) {
+    if (totals.conflicts > 0) {
+      html_.Markup(" <span class=\"badge conflict\">");
+      html_.Number(totals.conflicts).Markup(" in conflict</span>");
+    }
+    if (totals.changes > 0) {
+      html_.Markup(" <span class=\"badge new\">");
+      html_.Number(totals.changes).Markup(" changed</span>");
+    }
+  }
+
+  void AddConflict(const Space& space, const Conflict& conflict) {
+    html_.Markup("<div class=\"clash\"><h5>Conflict in ");
+    html_.Text(view::TextOf(conflict.network)).Markup("</h5>\n");
+    const auto [shown, left] = SplitRows(space, conflict.rows);
+    AddTable(space, shown, conflict.network, true);
+    if (!left.empty()) {
+      html_.Markup("<details class=\"more\"><summary>");
+      html_.Text(Count(left.size(), "more prefix", "more prefixes"));
+      html_.Markup(" of this conflict</summary>\n");
+      AddTable(space, left, conflict.network, true);
+      html_.Markup("</details>\n");
+    }
+    html_.Markup("</div>\n");
+  }
+
+  // The prefixes in conflict, apart from the others.
+  void AddConflicts(const Space& space) {
+    const std::vector<Conflict> conflicts = ConflictsOf(space);
+    const std::size_t shown = std::min(conflicts.size(), kShownConflicts);
+    for (std::size_t i = 0; i < shown; ++i) AddConflict(space, conflicts[i]);
+    if (shown == conflicts.size()) return;
+    html_.Markup("<details class=\"more\"><summary>");
+    html_.Text(
+        Count(conflicts.size() - shown, "more conflict", "more conflicts"));
+    html_.Markup("</summary>\n");
+    for (std::size_t i = shown; i < conflicts.size(); ++i) {
+      AddConflict(space, conflicts[i]);
+    }
+    html_.Markup("</details>\n");
+  }
+
+  // Changes without conflict. A small space is open anyway.
+  void AddChanges(const Space& space, const std::vector<Block>& blocks) {
+    std::size_t shown = 0;
+    std::size_t left = 0;
+    for (const Block& block : blocks) {
+      std::vector<std::size_t> rows;
+      for (std::size_t i = block.begin; i < block.end; ++i) {
+        const Prefix& prefix = space.prefixes[i];
+        const bool changed = prefix.novelty != Novelty::kUnchanged;
+        if (changed && !prefix.InConflict()) rows.push_back(i);
+      }
+      if (rows.empty()) continue;
+      if (++shown > kChangedBlocks) {
+        left += rows.size();
+        continue;
+      }
+      html_.Markup("<div class=\"changed\"><h5>Changed in ");
+      html_.Text(view::TextOf(block.network)).Markup("</h5>\n");
+      AddTable(space, rows, block.network, false);
+      html_.Markup("</div>\n");
+    }
+    if (left == 0) return;
+    html_.Markup("<p class=\"note\">").Text(Count(left, "change", "changes"));
+    html_.Markup(" more in the blocks below.</p>\n");
+  }
+
+  // A block of one prefix needs neither scale nor table.
+  void AddSingle(const Prefix& prefix) {
+    html_.Markup(R"(<div class="block"><span class="network">)");
+    html_.Text(prefix.text).Markup("</span> ").Text(OwnerOf(prefix));
+    AddBadges(prefix);
+    AddRowBar(prefix, prefix.network, &html_);
+    html_.Markup("</div>\n");
+  }
+
+  void AddBlock(const Space& space, const Block& block, bool is_open) {
+    const std::size_t size = block.end - block.begin;
+    if (size == 1) return AddSingle(space.prefixes[block.begin]);
+    html_.Markup("<details class=\"block");
+    if (size > 2) html_.Markup(" some");
+    if (size > 8) html_.Markup(" many");
+    html_.Markup("\"");
+    if (is_open) html_.Markup(" open=\"open\"");
+    html_.Markup("><summary><span class=\"network\">");
+    html_.Text(view::TextOf(block.network)).Markup("</span> ");
+    html_.Markup("<span class=\"count\">");
+    html_.Text(Count(size, "prefix", "prefixes")).Markup("</span>");
+    AddFacts(TotalsOf(space, block.begin, block.end));
+    AddStrip(space, block, &html_);
+    html_.Markup("</summary>\n");
+    std::vector<std::size_t> rows(size);
+    for (std::size_t i = 0; i < size; ++i) rows[i] = block.begin + i;
+    AddTable(space, rows, block.network, false);
+    html_.Markup("</details>\n");
+  }
+
+  void AddBand(const Space& space, const Block* begin, const Block* end) {
+    const bool is_open = space.prefixes.size() <= kOpenPrefixes;
+    html_.Markup("<div class=\"band\">\n");
+    for (; begin != end; ++begin) AddBlock(space, *begin, is_open);
+    html_.Markup("</div>\n");
+  }
+
+  // One for each family; a small space has room for both in one.
+  void AddBands(const Space& space, const std::vector<Block>& blocks) {
+    const Block* begin = blocks.data();
+    const Block* end = begin + blocks.size();
+    const Block* ipv6 = std::find_if(begin, end, [](const Block& block) {
+      return block.network.family == Family::kIpv6;
+    });
+    if (ipv6 == begin || ipv6 == end ||
+        space.prefixes.size() <= kOpenPrefixes) {
+      return AddBand(space, begin, end);
+    }
+    html_.Markup("<h5>IPv4</h5>\n");
+    AddBand(space, begin, ipv6);
+    html_.Markup("<h5>IPv6</h5>\n");
+    AddBand(space, ipv6, end);
+  }
+
+  // --- Spaces
+
+  void AddSpace(const Space& space) {
+    const Totals totals = TotalsOf(space, 0, space.prefixes.size());
+    ++spaces_;
+    html_.Markup(R"(<section class="space" aria-labelledby=")").Text(id_);
+    html_.Markup("-s").Number(spaces_).Markup("\">\n<h4 id=\"").Text(id_);
+    html_.Markup("-s").Number(spaces_).Markup("\">").Text(space.name);
+    html_.Markup("</h4>\n<p class=\"facts\">");
+    html_.Number(totals.of_family[0]).Markup(" IPv4 and ");
+    html_.Text(Count(totals.of_family[1], "IPv6 prefix", "IPv6 prefixes"));
+    AddFacts(totals);
+    html_.Markup("</p>\n");
+    AddConflicts(space);
+    const std::vector<Block> blocks = BlocksOf(space);
+    if (space.prefixes.size() > kOpenPrefixes) AddChanges(space, blocks);
+    AddBands(space, blocks);
+    html_.Markup("</section>\n");
+  }
+
+  void AddSpaces(const std::vector<const Space*>& spaces) {
+    for (const Space* space : spaces) AddSpace(*space);
+  }
 
   const std::string id_;
   Html& html_;
   std::size_t spaces_ = 0;          // so far
   std::set<std::size_t> anchored_;  // findings with a row
 };
-
-// The link of a finding leads to the first row that it names.
-void PlanWriter::AddAnchors(const Prefix& prefix) {
-  for (const std::size_t finding : prefix.findings) {
-    if (!anchored_.insert(finding).second) continue;
-    html_.Markup("<span id=\"").Text(id_).Markup("-f").Number(finding + 1);
-    html_.Markup("-plan\"></span>");
-  }
-}
-
-void PlanWriter::AddConflictText(const Space& space, const Prefix& prefix) {
-  const std::size_t shown = std::min(prefix.overlaps.size(), kShownOverlaps);
-  for (std::size_t i = 0; i < shown; ++i) {
-    const Prefix& with = space.prefixes[prefix.overlaps[i]];
-    html_.Markup("<span class=\"why\">overlaps with ").Text(OwnerOf(with));
-    html_.Markup(" ").Text(with.text).Markup("</span>");
-  }
-  if (shown < prefix.overlaps.size()) {
-    html_.Markup("<span class=\"why\">and with ");
-    html_.Text(Count(prefix.overlaps.size() - shown, "other", "others"));
-    html_.Markup("</span>");
-  }
-  for (const std::size_t finding : prefix.findings) {
-    html_.Markup(R"(<a class="why" href="#)").Text(id_).Markup("-f");
-    html_.Number(finding + 1).Markup("\">named by finding ");
-    html_.Number(finding + 1).Markup("</a>");
-  }
-}
-
-void PlanWriter::AddBadges(const Prefix& prefix) {
-  if (prefix.InConflict()) {
-    html_.Markup(" <span class=\"badge conflict\">conflict</span>");
-  }
-  if (prefix.novelty == Novelty::kUnchanged) return;
-  if (prefix.novelty == Novelty::kRemoved) {
-    html_.Markup(" <span class=\"badge removed\">");
-  } else {
-    html_.Markup(" <span class=\"badge new\">");
-  }
-  html_.Text(ChangeText(prefix)).Markup("</span>");
-}
-
-void PlanWriter::AddRow(const Space& space, const Prefix& prefix,
-                        const Network& network, bool with_anchors) {
-  html_.Markup("<tr><th scope=\"row\">");
-  if (with_anchors) AddAnchors(prefix);
-  html_.Text(prefix.text);
-  html_.Markup("</th><td>").Text(OwnerOf(prefix));
-  AddBadges(prefix);
-  if (with_anchors) AddConflictText(space, prefix);
-  html_.Markup("</td><td class=\"place\">");
-  AddRowBar(prefix, network, &html_);
-  html_.Markup("</td></tr>\n");
-}
-
-void PlanWriter::AddTable(const Space& space,
-                          const std::vector<std::size_t>& rows,
-                          const Network& network, bool with_anchors) {
-  html_.Markup(R"(<table class="plan"><caption class="unseen">Prefixes in )");
-  html_.Text(view::TextOf(network)).Markup(" of ").Text(space.name);
-  html_.Markup(
-      "</caption><colgroup><col class=\"prefix\" /><col />"
-      "<col class=\"place\" /></colgroup><thead><tr>"
-      "<th scope=\"col\"><span class=\"unseen\">Prefix</span></th>"
-      "<th scope=\"col\"><span class=\"unseen\">Interface and state</span>"
-      "</th><th scope=\"col\"><span class=\"unseen\">Position in the block"
-      "</span></th></tr></thead>\n<tbody>\n");
-  for (const std::size_t row : rows) {
-    AddRow(space, space.prefixes[row], network, with_anchors);
-  }
-  html_.Markup("</tbody></table>\n");
-}
-
-// --- Blocks
-
-void PlanWriter::AddFacts(const Totals& totals) {
-  if (totals.conflicts > 0) {
-    html_.Markup(" <span class=\"badge conflict\">");
-    html_.Number(totals.conflicts).Markup(" in conflict</span>");
-  }
-  if (totals.changes > 0) {
-    html_.Markup(" <span class=\"badge new\">");
-    html_.Number(totals.changes).Markup(" changed</span>");
-  }
-}
-
-void PlanWriter::AddConflict(const Space& space, const Conflict& conflict) {
-  html_.Markup("<div class=\"clash\"><h5>Conflict in ");
-  html_.Text(view::TextOf(conflict.network)).Markup("</h5>\n");
-  const auto [shown, left] = SplitRows(space, conflict.rows);
-  AddTable(space, shown, conflict.network, true);
-  if (!left.empty()) {
-    html_.Markup("<details class=\"more\"><summary>");
-    html_.Text(Count(left.size(), "more prefix", "more prefixes"));
-    html_.Markup(" of this conflict</summary>\n");
-    AddTable(space, left, conflict.network, true);
-    html_.Markup("</details>\n");
-  }
-  html_.Markup("</div>\n");
-}
-
-// The prefixes in conflict, apart from the others.
-void PlanWriter::AddConflicts(const Space& space) {
-  const std::vector<Conflict> conflicts = ConflictsOf(space);
-  const std::size_t shown = std::min(conflicts.size(), kShownConflicts);
-  for (std::size_t i = 0; i < shown; ++i) AddConflict(space, conflicts[i]);
-  if (shown == conflicts.size()) return;
-  html_.Markup("<details class=\"more\"><summary>");
-  html_.Text(
-      Count(conflicts.size() - shown, "more conflict", "more conflicts"));
-  html_.Markup("</summary>\n");
-  for (std::size_t i = shown; i < conflicts.size(); ++i) {
-    AddConflict(space, conflicts[i]);
-  }
-  html_.Markup("</details>\n");
-}
-
-// Changes without conflict. A small space is open anyway.
-void PlanWriter::AddChanges(const Space& space,
-                            const std::vector<Block>& blocks) {
-  std::size_t shown = 0;
-  std::size_t left = 0;
-  for (const Block& block : blocks) {
-    std::vector<std::size_t> rows;
-    for (std::size_t i = block.begin; i < block.end; ++i) {
-      const Prefix& prefix = space.prefixes[i];
-      const bool changed = prefix.novelty != Novelty::kUnchanged;
-      if (changed && !prefix.InConflict()) rows.push_back(i);
-    }
-    if (rows.empty()) continue;
-    if (++shown > kChangedBlocks) {
-      left += rows.size();
-      continue;
-    }
-    html_.Markup("<div class=\"changed\"><h5>Changed in ");
-    html_.Text(view::TextOf(block.network)).Markup("</h5>\n");
-    AddTable(space, rows, block.network, false);
-    html_.Markup("</div>\n");
-  }
-  if (left == 0) return;
-  html_.Markup("<p class=\"note\">").Text(Count(left, "change", "changes"));
-  html_.Markup(" more in the blocks below.</p>\n");
-}
-
-// A block of one prefix needs neither scale nor table.
-void PlanWriter::AddSingle(const Prefix& prefix) {
-  html_.Markup(R"(<div class="block"><span class="network">)");
-  html_.Text(prefix.text).Markup("</span> ").Text(OwnerOf(prefix));
-  AddBadges(prefix);
-  AddRowBar(prefix, prefix.network, &html_);
-  html_.Markup("</div>\n");
-}
-
-void PlanWriter::AddBlock(const Space& space, const Block& block,
-                          bool is_open) {
-  const std::size_t size = block.end - block.begin;
-  if (size == 1) return AddSingle(space.prefixes[block.begin]);
-  html_.Markup("<details class=\"block");
-  if (size > 2) html_.Markup(" some");
-  if (size > 8) html_.Markup(" many");
-  html_.Markup("\"");
-  if (is_open) html_.Markup(" open=\"open\"");
-  html_.Markup("><summary><span class=\"network\">");
-  html_.Text(view::TextOf(block.network)).Markup("</span> ");
-  html_.Markup("<span class=\"count\">");
-  html_.Text(Count(size, "prefix", "prefixes")).Markup("</span>");
-  AddFacts(TotalsOf(space, block.begin, block.end));
-  AddStrip(space, block, &html_);
-  html_.Markup("</summary>\n");
-  std::vector<std::size_t> rows(size);
-  for (std::size_t i = 0; i < size; ++i) rows[i] = block.begin + i;
-  AddTable(space, rows, block.network, false);
-  html_.Markup("</details>\n");
-}
-
-void PlanWriter::AddBand(const Space& space, const Block* begin,
-                         const Block* end) {
-  const bool is_open = space.prefixes.size() <= kOpenPrefixes;
-  html_.Markup("<div class=\"band\">\n");
-  for (; begin != end; ++begin) AddBlock(space, *begin, is_open);
-  html_.Markup("</div>\n");
-}
-
-// One for each family; a small space has room for both in one.
-void PlanWriter::AddBands(const Space& space,
-                          const std::vector<Block>& blocks) {
-  const Block* begin = blocks.data();
-  const Block* end = begin + blocks.size();
-  const Block* ipv6 = std::find_if(begin, end, [](const Block& block) {
-    return block.network.family == Family::kIpv6;
-  });
-  if (ipv6 == begin || ipv6 == end || space.prefixes.size() <= kOpenPrefixes) {
-    return AddBand(space, begin, end);
-  }
-  html_.Markup("<h5>IPv4</h5>\n");
-  AddBand(space, begin, ipv6);
-  html_.Markup("<h5>IPv6</h5>\n");
-  AddBand(space, ipv6, end);
-}
-
-// --- Spaces
-
-void PlanWriter::AddSpace(const Space& space) {
-  const Totals totals = TotalsOf(space, 0, space.prefixes.size());
-  ++spaces_;
-  html_.Markup(R"(<section class="space" aria-labelledby=")").Text(id_);
-  html_.Markup("-s").Number(spaces_).Markup("\">\n<h4 id=\"").Text(id_);
-  html_.Markup("-s").Number(spaces_).Markup("\">").Text(space.name);
-  html_.Markup("</h4>\n<p class=\"facts\">");
-  html_.Number(totals.of_family[0]).Markup(" IPv4 and ");
-  html_.Text(Count(totals.of_family[1], "IPv6 prefix", "IPv6 prefixes"));
-  AddFacts(totals);
-  html_.Markup("</p>\n");
-  AddConflicts(space);
-  const std::vector<Block> blocks = BlocksOf(space);
-  if (space.prefixes.size() > kOpenPrefixes) AddChanges(space, blocks);
-  AddBands(space, blocks);
-  html_.Markup("</section>\n");
-}
-
-void PlanWriter::AddSpaces(const std::vector<const Space*>& spaces) {
-  for (const Space* space : spaces) AddSpace(*space);
-}
-
-void PlanWriter::Add(const AddressPlan& plan) {
-  std::vector<const Space*> in_conflict;
-  std::vector<const Space*> changed;
-  std::vector<const Space*> quiet;
-  std::vector<const Space*> more;
-  for (const Space& space : plan.spaces) {
-    const Totals totals = TotalsOf(space, 0, space.prefixes.size());
-    if (totals.conflicts > 0) {
-      in_conflict.push_back(&space);
-    } else if (totals.changes > 0) {
-      changed.push_back(&space);
-    } else {
-      (quiet.size() < kQuietSpaces ? quiet : more).push_back(&space);
-    }
-  }
-  AddSpaces(in_conflict);
-  AddSpaces(changed);
-  AddSpaces(quiet);
-  if (more.empty()) return;
-  html_.Markup("<details class=\"more\"><summary>");
-  html_.Text(Count(more.size(), "more address space", "more address spaces"));
-  html_.Markup(" without conflict or change</summary>\n");
-  AddSpaces(more);
-  html_.Markup("</details>\n");
-}
 
 void AddLegend(Html* html) {
   html->Markup(

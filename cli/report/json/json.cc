@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "cli/report/finding_text.h"
 #include "cli/report/json/json_text.h"
 #include "cli/report/json/json_times.h"
 
@@ -24,11 +25,9 @@ using messages::Place;
 constexpr char kFormat[] = "ipav report";
 constexpr int kVersion = 1;
 
-// Names of enumerators, indexed by their numbers.
+// Indexed by ExitStatus.
 constexpr std::array<const char*, 4> kVerdicts = {"accepted", "refused",
                                                   "badInput", "pluginFailed"};
-constexpr std::array<const char*, 4> kNovelties = {"unchanged", "added",
-                                                   "changed", "removed"};
 
 template <typename Enum>
 Enum FromName(const std::array<const char*, 4>& names,
@@ -43,24 +42,20 @@ Enum FromName(const std::array<const char*, 4>& names,
 void PutLines(Json* object, const std::string& name,
               const std::vector<std::string>& lines) {
   if (lines.empty()) return;
-  Json& array = (*object)[name] = Json::array();
-  for (const std::string& line : lines) {
+  (*object)[name] = ArrayOf(lines, [](const std::string& line) {
     Json entry = Json::object();
     PutText(&entry, "text", line);
-    array.push_back(std::move(entry));
-  }
+    return entry;
+  });
 }
 
 std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
-  std::vector<std::string> lines;
-  if (!object.contains(name)) return lines;
-  for (const Json& entry : object.at(name)) {
-    lines.push_back(TextOf(entry, "text"));
-  }
-  return lines;
+  if (!object.contains(name)) return {};
+  return VectorOf(object.at(name),
+                  [](const Json& entry) { return TextOf(entry, "text"); });
 }
 
-Json ToJson(const Answer& answer) {
+Json AnswerToJson(const Answer& answer) {
   Json json = Json::object();
   PutText(&json, "point", answer.opaque);
   PutText(&json, "path", answer.path);
@@ -97,12 +92,12 @@ Place PlaceOf(const Json& json) {
           json.at("skipped").get<std::size_t>()};
 }
 
-Json ToJson(const Culprit& culprit) {
+Json CulpritToJson(const Culprit& culprit) {
   Json json = Json::object();
   PutText(&json, "role", culprit.role);
   PutText(&json, "path", culprit.path);
   PutUnlessEmpty(&json, "value", culprit.value);
-  json["novelty"] = kNovelties.at(static_cast<std::size_t>(culprit.novelty));
+  json["novelty"] = WordOf(culprit.novelty);
   if (culprit.place) json["place"] = ToJson(*culprit.place);
   return json;
 }
@@ -116,7 +111,7 @@ Culprit CulpritOf(const Json& json) {
   return culprit;
 }
 
-Json ToJson(const Finding& finding) {
+Json FindingToJson(const Finding& finding) {
   Json json = Json::object();
   PutText(&json, "text", finding.text);
   PutText(&json, "point", finding.point);
@@ -125,24 +120,17 @@ Json ToJson(const Finding& finding) {
   PutUnlessEmpty(&json, "title", finding.title);
   PutUnlessEmpty(&json, "advice", finding.advice);
   PutUnlessEmpty(&json, "anchor", finding.anchor);
-  Json& culprits = json["culprits"] = Json::array();
-  for (const Culprit& culprit : finding.culprits) {
-    culprits.push_back(ToJson(culprit));
-  }
+  json["culprits"] = ArrayOf(finding.culprits, CulpritToJson);
   PutUnlessEmpty(&json, "note", finding.note);
   return json;
 }
 
 Finding FindingOf(const Json& json) {
-  Finding finding{TextOf(json, "text"),        TextOf(json, "point"),
-                  TextOf(json, "path"),        TextOrEmpty(json, "rule"),
-                  TextOrEmpty(json, "title"),  TextOrEmpty(json, "advice"),
-                  TextOrEmpty(json, "anchor"), {},
-                  TextOrEmpty(json, "note")};
-  for (const Json& culprit : json.at("culprits")) {
-    finding.culprits.push_back(CulpritOf(culprit));
-  }
-  return finding;
+  return {TextOf(json, "text"),        TextOf(json, "point"),
+          TextOf(json, "path"),        TextOrEmpty(json, "rule"),
+          TextOrEmpty(json, "title"),  TextOrEmpty(json, "advice"),
+          TextOrEmpty(json, "anchor"), VectorOf(json.at("culprits"), CulpritOf),
+          TextOrEmpty(json, "note")};
 }
 
 void PutFailure(Json* json, const Outcome& outcome) {
@@ -157,10 +145,7 @@ void PutFailure(Json* json, const Outcome& outcome) {
 void PutOutcome(Json* json, const Outcome& outcome) {
   (*json)["validationCalls"] = {{"planned", outcome.planned},
                                 {"made", outcome.answers.size()}};
-  Json& answers = (*json)["answers"] = Json::array();
-  for (const Answer& answer : outcome.answers) {
-    answers.push_back(ToJson(answer));
-  }
+  (*json)["answers"] = ArrayOf(outcome.answers, AnswerToJson);
   PutFailure(json, outcome);
   PutUnlessEmpty(json, "pluginOutput", outcome.output);
   PutLines(json, "faults", outcome.faults);
@@ -171,23 +156,13 @@ void PutOutcome(Json* json, const Outcome& outcome) {
 }
 
 Verdict VerdictOf(ExitStatus status) {
-  switch (status) {
-    case kRefused:
-      return Verdict::kRefused;
-    case kPluginFailed:
-      return Verdict::kPluginFailed;
-    case kAccepted:
-    case kBadInput:
-      break;
-  }
-  return Verdict::kAccepted;
+  if (status == kRefused) return Verdict::kRefused;
+  return status == kPluginFailed ? Verdict::kPluginFailed : Verdict::kAccepted;
 }
 
 Outcome OutcomeOf(const Json& json) {
   Outcome outcome;
-  for (const Json& answer : json.at("answers")) {
-    outcome.answers.push_back(AnswerOf(answer));
-  }
+  outcome.answers = VectorOf(json.at("answers"), AnswerOf);
   outcome.planned = json.at("validationCalls").at("planned").get<std::size_t>();
   if (json.contains("failure")) {
     const Json& failure = json.at("failure");
@@ -241,10 +216,7 @@ Json ToJson(const DeviceReport& device) {
     PutText(&json, "inputError", device.input_error);
     return json;
   }
-  Json& findings = json["findings"] = Json::array();
-  for (const Finding& finding : device.findings) {
-    findings.push_back(ToJson(finding));
-  }
+  json["findings"] = ArrayOf(device.findings, FindingToJson);
   PutOutcome(&json, device.outcome);
   return json;
 }
@@ -261,9 +233,7 @@ DeviceReport FromJson(const Json& json) {
     device.input_error = TextOf(json, "inputError");
     return device;
   }
-  for (const Json& finding : json.at("findings")) {
-    device.findings.push_back(FindingOf(finding));
-  }
+  device.findings = VectorOf(json.at("findings"), FindingOf);
   device.outcome = OutcomeOf(json);
   device.outcome.verdict = VerdictOf(device.status);
   if (json.contains("times")) TimesFromJson(json.at("times"), &device);
@@ -283,9 +253,7 @@ ReadReport ReportFromJson(const Json& json) {
                         shard.at("of").get<std::size_t>()};
     report.run.list_size = shard.at("listSize").get<std::size_t>();
   }
-  for (const Json& device : json.at("devices")) {
-    report.devices.push_back(FromJson(device));
-  }
+  report.devices = VectorOf(json.at("devices"), FromJson);
   return report;
 }
 

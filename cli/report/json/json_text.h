@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace ipav::cli::report {
 
@@ -15,6 +16,22 @@ using Json = nlohmann::ordered_json;  // members in the order of the schema
 void PutText(Json* object, const std::string& name, const std::string& text);
 void PutUnlessEmpty(Json* object, const std::string& name,
                     const std::string& text);
+
+// The results of `convert` for each of the values.
+template <typename T, typename Convert>
+Json ArrayOf(const std::vector<T>& values, const Convert& convert) {
+  Json array = Json::array();
+  for (const T& value : values) array.push_back(convert(value));
+  return array;
+}
+
+// The results of `convert` for each entry of an array.
+template <typename Convert>
+auto VectorOf(const Json& array, const Convert& convert) {
+  std::vector<decltype(convert(array))> values;
+  for (const Json& entry : array) values.push_back(convert(entry));
+  return values;
+}
 
 // The exact bytes. The first function throws std::exception if there are none.
 std::string TextOf(const Json& object, const std::string& name);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <ratio>
 
 namespace ipav::cli::report {
 
@@ -13,9 +14,7 @@ using commit::CommitTimes;
 using commit::PointTimes;
 using datastore::ReadingTimes;
 
-double Seconds(Duration time) {
-  return std::chrono::duration<double>(time).count();
-}
+double Seconds(Duration time) { return base::In<std::ratio<1>>(time); }
 
 Duration DurationOf(const Json& json, const char* name) {
   const std::chrono::duration<double, Duration::period> time =
@@ -34,7 +33,7 @@ ReadingTimes ReadingTimesOf(const Json& json) {
           DurationOf(json, "validation")};
 }
 
-Json ToJson(const PointTimes& times) {
+Json PointTimesToJson(const PointTimes& times) {
   Json json = Json::object();
   PutText(&json, "point", times.opaque);
   json["calls"] = times.calls;
@@ -54,23 +53,14 @@ Json ToJson(const CommitTimes& times) {
                {"loading", Seconds(times.loading)},
                {"planning", Seconds(times.planning)},
                {"points", Seconds(times.points)}};
-  Json& of_points = json["ofPoints"] = Json::array();
-  for (const PointTimes& point : times.of_points) {
-    of_points.push_back(ToJson(point));
-  }
+  json["ofPoints"] = ArrayOf(times.of_points, PointTimesToJson);
   return json;
 }
 
 CommitTimes CommitTimesOf(const Json& json) {
-  CommitTimes times{DurationOf(json, "child"),
-                    DurationOf(json, "loading"),
-                    DurationOf(json, "planning"),
-                    DurationOf(json, "points"),
-                    {}};
-  for (const Json& point : json.at("ofPoints")) {
-    times.of_points.push_back(PointTimesOf(point));
-  }
-  return times;
+  return {DurationOf(json, "child"), DurationOf(json, "loading"),
+          DurationOf(json, "planning"), DurationOf(json, "points"),
+          VectorOf(json.at("ofPoints"), PointTimesOf)};
 }
 
 }  // namespace

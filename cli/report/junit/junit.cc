@@ -40,9 +40,8 @@ struct Suite {
     cases.push_back({name, nullptr, "", "", says});
   }
   void Fail(const std::string& name, const Finding& finding) {
-    const std::string& type =
-        finding.rule.empty() ? finding.point : finding.rule;
-    cases.push_back({name, "failure", type, TextOf(finding), InWords(finding)});
+    cases.push_back({name, "failure", RuleIdOf(finding), TextOf(finding),
+                     InWords(finding)});
     ++failures;
   }
   void Err(const std::string& name, const char* type,

@@ -63,24 +63,12 @@ std::string UriOf(const std::string& file) {
 
 Json Artifact(const std::string& file) { return {{"uri", UriOf(file)}}; }
 
-// The position of the n-th character (not byte) of a UTF-8 text; its end if it
-// has fewer.
-std::size_t PlaceOfCharacter(const std::string& text, std::size_t number) {
-  std::size_t place = 0;
-  while (place < text.size() && number > 0) {
-    ++place;
-    while (place < text.size() && base::IsContinuation(text[place])) ++place;
-    --number;
-  }
-  return place;
-}
-
 std::string Marked(const Place& place) {
   const std::string line = base::ToUtf8(place.source_line);
-  const std::size_t first = place.column - 1 - place.skipped;
-  const std::size_t begin = PlaceOfCharacter(line, first);
-  const std::size_t end = PlaceOfCharacter(line, first + place.length);
-  return line.substr(begin, end - begin);
+  const std::size_t begin =
+      base::FirstCharacters(line, place.column - 1 - place.skipped).size();
+  return std::string(base::FirstCharacters(std::string_view(line).substr(begin),
+                                           place.length));
 }
 
 Json PhysicalLocation(const Place& place) {
@@ -130,11 +118,6 @@ std::string FingerprintOf(const Finding& finding, const std::string& file) {
       file + '\n' + finding.rule + '\n' + finding.text + '\n' + finding.path;
   for (const Culprit& culprit : finding.culprits) text += '\n' + culprit.path;
   return fmt::format("{:016x}", Fingerprint(text));
-}
-
-// Identifier of the rule; for an unknown text, the validation point.
-const std::string& RuleIdOf(const Finding& finding) {
-  return finding.rule.empty() ? finding.point : finding.rule;
 }
 
 // The advice, and a link to its explanation.

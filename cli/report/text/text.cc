@@ -4,12 +4,12 @@
 #include <fmt/color.h>
 #include <fmt/core.h>
 
-#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <sstream>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "cli/report/finding_text.h"
 #include "cli/report/text/source_lines.h"
@@ -30,31 +30,10 @@ using messages::Culprit;
 using messages::Finding;
 using messages::Place;
 
-const char* VerdictOf(ExitStatus status) {
-  switch (status) {
-    case kAccepted:
-      return "accepted";
-    case kRefused:
-      return "refused";
-    case kBadInput:
-      return "not judged, bad input";
-    case kPluginFailed:
-      break;
-  }
-  return "not judged, the plug-in failed";
-}
-
-// The lines of a text, without their line ends.
-std::vector<std::string> LinesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  std::size_t begin = 0;
-  while (begin < text.size()) {
-    const std::size_t end = std::min(text.find('\n', begin), text.size());
-    lines.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return lines;
-}
+// Indexed by ExitStatus.
+constexpr std::array<const char*, 4> kVerdictTexts = {
+    "accepted", "refused", "not judged, bad input",
+    "not judged, the plug-in failed"};
 
 // Prints the report of one device.
 class Printer {
@@ -102,7 +81,7 @@ class Printer {
     const fmt::text_style style =
         fmt::emphasis::bold |
         fg(accepted ? fmt::terminal_color::green : fmt::terminal_color::red);
-    return Styled(style, VerdictOf(device.status));
+    return Styled(style, kVerdictTexts.at(device.status));
   }
 
   void PrintBadInput(const DeviceReport& device) const {
@@ -185,7 +164,8 @@ class Printer {
 
   // Prints each line of a text after a label.
   void PrintLines(const char* label, const std::string& text) const {
-    for (const std::string& line : LinesOf(text)) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
       Print("  {}: {}\n", label, base::Printable(line));
     }
   }

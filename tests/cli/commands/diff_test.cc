@@ -102,6 +102,7 @@ TEST_F(DiffTest, SaysThatNothingChanged) {
   EXPECT_EQ(OutputOf({"diff", kRunning, kRunning}), kNothing);
 }
 
+// With a name that a terminal would interpret.
 TEST_F(DiffTest, SaysWhatRunsAtEveryCommit) {
   std::filesystem::copy(IPAV_ROOT "/yang", folder_ / "yang",
                         std::filesystem::copy_options::recursive);
@@ -111,11 +112,14 @@ TEST_F(DiffTest, SaysWhatRunsAtEveryCommit) {
   text.insert(text.find(head) + head.size(),
               " import tailf-common { prefix tailf; }");
   text.insert(text.find("container interface {") + 21,
-              " tailf:validate any_set { tailf:opaque always; }");
+              " tailf:validate any_set { tailf:opaque \"always\u202e\"; }");
   Write("yang/vorplex-config.yang", text);
   EXPECT_EQ(OutputOf({"diff", "--yang", folder_ / "yang", kRunning, kRunning}),
-            "no changes\n\n1 validation call\nalways\n"
+            "no changes\n\n1 validation call\nalways\\u202e\n"
             "  data path: /config/interface\n  runs at every commit\n");
+  EXPECT_THAT(OutputOf({"points", "--yang", folder_ / "yang"}),
+              HasSubstr("\n  opaque: always\\u202e\n  call-once: false\n"
+                        "  dependency: (none: runs at every commit)\n"));
 }
 
 TEST_F(DiffTest, WritesJson) {

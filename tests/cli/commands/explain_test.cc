@@ -276,6 +276,11 @@ TEST_F(ExplainTest, ShowsEachReadingOfAText) {
        "  <vrf> is b vrf c, or c\n"
        "  <process> is 1\n"
        "  <process-vrf> is d\n"},
+      // A name that a terminal would interpret.
+      {"l3 a\x1b[31m ipv4 address 10.0.0.0/24 cannot be configured as network "
+       "address.",
+       "l3 a\\x1b[31m ipv4 address 10.0.0.0/24 cannot be configured as network "
+       "address.\n\n  <interface> is l3 a\\x1b[31m\n"},
       {"L3 interface name  is too short (minimum length: 1 character)",
        "\n  <name> is empty\n"}};
   for (const auto& [text, part] : rows) {

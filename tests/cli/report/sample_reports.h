@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cli/report/device_report.h"
-#include "cli/report/formats.h"
+#include "cli/report/report_output.h"
 #include "cli/report/run.h"
 
 namespace ipav::testing {

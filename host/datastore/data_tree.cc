@@ -223,10 +223,11 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
                                     const lysc_node& list,
                                     const std::string_view* keys,
                                     std::size_t count) const {
-  // 1. Look near the last one: callers often read one entry after another.
+  // 1. Look near the last one, or near the one that contains it: callers often
+  // read one entry after another, with the lists in it.
   const lyd_node* entry = last_entry_;
-  if (entry != nullptr && entry->schema == &list &&
-      lyd_parent(entry) == parent) {
+  while (entry != nullptr && entry->schema != &list) entry = lyd_parent(entry);
+  if (entry != nullptr && lyd_parent(entry) == parent) {
     if (HasKeys(entry, keys, count)) return entry;
     entry = NextEntry(entry);
     if (entry != nullptr && HasKeys(entry, keys, count)) {

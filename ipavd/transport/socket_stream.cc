@@ -10,7 +10,7 @@ namespace ipav::transport {
 namespace {
 
 bool HasToWait() {
-  return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+  return errno == EAGAIN || errno == EINTR;
 }
 
 }  // namespace

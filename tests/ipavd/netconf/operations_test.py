@@ -121,6 +121,7 @@ class GetConfigTest(SharedOperationsTest):
                 (within % (l3_of % "<name>a</name>" +
                            l3_of % "<name>b</name><ipv4/>"), ["a", "b"], 2),
                 (within % (l3_of % "<name>x</name>"), [], 0),
+                (f'<config xmlns="{CONFIG}">x</config>', [], 0),
                 ('<config xmlns=""/>', ["a", "b"], 2),
                 ('<config xmlns="urn:other"/>', [], 0),
                 ("", [], 0)]:
@@ -901,8 +902,14 @@ class CapabilitiesTest(SharedOperationsTest):
                      if text.startswith("urn:ietf:params:netconf:")]
         library = [text for text in announced if "yang-library" in text]
         self.assertEqual(len(library), 1)
-        self.assertRegex(library[0], "yang-library:1.1[?]"
-                         "revision=2019-01-04&content-id=[0-9]+$")
+        content = self.client.rpc(
+            '<get><filter type="subtree"><yang-library xmlns='
+            '"urn:ietf:params:xml:ns:yang:ietf-yang-library"><content-id/>'
+            "</yang-library></filter></get>")[0][0][0].text
+        self.assertRegex(content, "^[0-9]+$")
+        self.assertEqual(library[0], "urn:ietf:params:netconf:capability:"
+                         "yang-library:1.1?revision=2019-01-04&content-id=" +
+                         content)
         announced.remove(library[0])
         self.assertEqual(announced, [
             "urn:ietf:params:netconf:base:1.0",

@@ -46,11 +46,13 @@ class ServiceTest(ServerTest):
         server = self.serve()
         self.raw(server)
         self.assertEqual(server.stop(), 0)
-        self.assertTrue(server.log().endswith("ended\n"), server.log())
+        self.assertTrue(
+            server.log().endswith("ipavd: session 1 ended\nipavd: ended\n"),
+            server.log())
         end = time.monotonic() + PATIENCE
         while time.monotonic() < end:
             found = subprocess.run(
-                ["pgrep", "-f", f"serve --state {self.folder}/state"],
+                ["pgrep", "-f", f"ipavd --state {self.folder}/state"],
                 capture_output=True, text=True).stdout
             if not found:
                 break
@@ -66,7 +68,7 @@ class ServiceTest(ServerTest):
         found = "?"
         while found and time.monotonic() < end:
             found = subprocess.run(
-                ["pgrep", "-f", f"serve --state {self.folder}/state"],
+                ["pgrep", "-f", f"ipavd --state {self.folder}/state"],
                 capture_output=True, text=True).stdout
             time.sleep(0.05)
         self.assertEqual(found, "")

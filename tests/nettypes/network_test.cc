@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 namespace nettypes {
@@ -71,6 +72,14 @@ TEST(NetworkTest, BlocksAreInTheOrderOfTheirFirstAddresses) {
   EXPECT_TRUE(NetworkOf(Ipv4(9, 32)) < NetworkOf(Ipv4(10, 8)));
   EXPECT_FALSE(NetworkOf(Ipv4(10, 8)) < NetworkOf(Ipv4(9, 32)));
   EXPECT_FALSE(NetworkOf(Ipv4(10, 8)) < NetworkOf(Ipv4(10, 8)));
+}
+
+TEST(NetworkTest, BitsAreCountedFromTheMostSignificantOne) {
+  const std::set<std::uint32_t> bits = {0, 63, 65, 127};
+  const Network network = {0x80000000'00000001U, 0x40000000'00000001U, 128};
+  for (std::uint32_t i = 0; i < 128; ++i) {
+    EXPECT_EQ(BitAt(network, i), bits.count(i) == 1) << i;
+  }
 }
 
 }  // namespace

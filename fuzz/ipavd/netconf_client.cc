@@ -1,12 +1,17 @@
 #include "fuzz/ipavd/netconf_client.h"
 
+#include <libxml/parser.h>
+#include <libxml/tree.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
+#include <memory>
 #include <optional>
+#include <string_view>
 
-#include "fuzz/ipavd/netconf_reply.h"
 #include "fuzz/support/finding.h"
 #include "ipavd/transport/request.h"
 #include "netconf/framing.h"
@@ -14,8 +19,136 @@
 
 namespace ipav::fuzz {
 
+namespace {
+
 using netconf::Deframer;
 using netconf::Framing;
+
+constexpr char kNetconf[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
+
+using Names = std::vector<std::string_view>;
+
+struct TagRule {
+  Names types;
+  Names info;  // elements that error-info must have
+};
+
+// RFC 6241, appendix A.
+const std::map<std::string_view, TagRule>& TagRules() {
+  static const Names kAll = {"transport", "rpc", "protocol", "application"};
+  static const Names kBehindRpc = {"rpc", "protocol", "application"};
+  static const Names kUpper = {"protocol", "application"};
+  static const std::map<std::string_view, TagRule> kRules = {
+      {"in-use", {kUpper, {}}},
+      {"invalid-value", {kUpper, {}}},
+      {"too-big", {kAll, {}}},
+      {"missing-attribute", {kBehindRpc, {"bad-attribute", "bad-element"}}},
+      {"bad-attribute", {kBehindRpc, {"bad-attribute", "bad-element"}}},
+      {"unknown-attribute", {kBehindRpc, {"bad-attribute", "bad-element"}}},
+      {"missing-element", {kUpper, {"bad-element"}}},
+      {"bad-element", {kUpper, {"bad-element"}}},
+      {"unknown-element", {kUpper, {"bad-element"}}},
+      {"unknown-namespace", {kUpper, {"bad-element", "bad-namespace"}}},
+      {"access-denied", {kUpper, {}}},
+      {"lock-denied", {{"protocol"}, {"session-id"}}},
+      {"resource-denied", {kAll, {}}},
+      {"rollback-failed", {kUpper, {}}},
+      {"data-exists", {{"application"}, {}}},
+      {"data-missing", {{"application"}, {}}},
+      {"operation-not-supported", {kUpper, {}}},
+      {"operation-failed", {kBehindRpc, {}}},
+      {"malformed-message", {{"rpc"}, {}}},
+  };
+  return kRules;
+}
+
+bool Has(const Names& names, std::string_view name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string_view View(const xmlChar* text) {
+  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+bool IsElement(const xmlNode* node, std::string_view name) {
+  return node->type == XML_ELEMENT_NODE && View(node->name) == name &&
+         node->ns != nullptr && View(node->ns->href) == kNetconf;
+}
+
+std::vector<const xmlNode*> ElementsOf(const xmlNode* parent) {
+  std::vector<const xmlNode*> elements;
+  for (const xmlNode* node = parent->children; node != nullptr;
+       node = node->next) {
+    if (node->type == XML_ELEMENT_NODE) elements.push_back(node);
+  }
+  return elements;
+}
+
+// The text of the only child of that name; empty if there is none.
+std::string TextOf(const xmlNode* parent, std::string_view name) {
+  std::string text;
+  bool is_there = false;
+  for (const xmlNode* node : ElementsOf(parent)) {
+    if (!IsElement(node, name)) continue;
+    Require(!is_there, "a part of an error twice");
+    is_there = true;
+    xmlChar* content = xmlNodeGetContent(node);
+    text = View(content);
+    xmlFree(content);
+  }
+  return text;
+}
+
+void RequireLegalError(const xmlNode* error) {
+  Require(TextOf(error, "error-severity") == "error", "another severity");
+  Names info;
+  for (const xmlNode* node : ElementsOf(error)) {
+    if (!IsElement(node, "error-info")) continue;
+    for (const xmlNode* part : ElementsOf(node)) {
+      info.push_back(View(part->name));
+    }
+  }
+  const std::string type = TextOf(error, "error-type");
+  const std::string tag = TextOf(error, "error-tag");
+  const auto rule = TagRules().find(tag);
+  if (rule == TagRules().end()) Finding("an unknown tag: " + tag);
+  if (!Has(rule->second.types, type)) {
+    Finding("a tag of another type: " + type + ", " + tag);
+  }
+  for (const std::string_view name : rule->second.info) {
+    if (!Has(info, name)) Finding(tag + " without " + std::string(name));
+  }
+}
+
+// It is a finding if the text is not an rpc-reply of RFC 6241: XML that is not
+// well-formed; neither ok, data nor errors; an error with a type that its tag
+// cannot have (appendix A), or without the elements that the tag requires.
+void RequireLegalReply(const std::string& text) {
+  struct Free {
+    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+  };
+  const std::unique_ptr<xmlDoc, Free> document(xmlReadMemory(
+      text.data(), static_cast<int>(text.size()), "reply", nullptr,
+      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  if (document == nullptr) Finding("a reply that is no XML: " + text);
+  const xmlNode* reply = xmlDocGetRootElement(document.get());
+  Require(IsElement(reply, "rpc-reply"), "a reply of another name");
+  const std::vector<const xmlNode*> parts = ElementsOf(reply);
+  Require(!parts.empty(), "an empty reply");
+  const bool is_refused = IsElement(parts.front(), "rpc-error");
+  Require(is_refused || parts.size() == 1, "a reply of several parts");
+  for (const xmlNode* part : parts) {
+    if (is_refused) {
+      Require(IsElement(part, "rpc-error"), "errors and more");
+      RequireLegalError(part);
+    } else {
+      Require(IsElement(part, "ok") || View(part->name) == "data",
+              "neither ok nor data");
+    }
+  }
+}
+
+}  // namespace
 
 NetconfClient::NetconfClient() {
   std::array<int, 2> ends{};

@@ -51,13 +51,6 @@ InlineConfig Inline(const std::string& config) {
   return InlineConfig{Xml(config)};
 }
 
-CommitRequest Confirmed(seconds timeout = seconds(600)) {
-  CommitRequest request;
-  request.confirmed = true;
-  request.timeout = timeout;
-  return request;
-}
-
 CommitRequest Persistent(const std::string& persist) {
   CommitRequest request = Confirmed();
   request.persist = persist;

@@ -150,6 +150,13 @@ inline std::string Text(const std::vector<RpcError>& errors) {
   return text;
 }
 
+inline CommitRequest Confirmed(std::chrono::seconds timeout = kConfirmTimeout) {
+  CommitRequest request;
+  request.confirmed = true;
+  request.timeout = timeout;
+  return request;
+}
+
 // The system calls, each after a hook.
 class HookedCalls : public FileCalls {
  public:

@@ -107,12 +107,6 @@ Result ReplaceBy(Datastores* datastores, const std::string& xml,
   return errors.empty() ? Result() : Result(errors[0]);
 }
 
-CommitRequest Confirmed() {
-  CommitRequest request;
-  request.confirmed = true;
-  return request;
-}
-
 // Takes a configuration into running, or says why not.
 struct Way {
   const char* name;

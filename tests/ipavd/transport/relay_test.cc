@@ -184,27 +184,10 @@ TEST_F(RelayTest, GivesTheLastReplyOfAServerThatReadsNoMore) {
   ExpectLastReply();
 }
 
-TEST_F(RelayTest, ReportsAClientThatEndsWithinAMessage) {
-  Greet(ClientHello());
-  Send(client_, "\n#100\n<rpc");
-  client_.Close();
-  EXPECT_EQ(reason_.get(), "ended within a message");
-}
-
-TEST_F(RelayTest, DropsAClientWithoutAHelloInTime) {
-  Start(HelloWithin(milliseconds(50)));
-  EXPECT_EQ(reason_.get(), "no hello in time");
-}
-
 TEST_F(RelayTest, DropsAClientWhoseHelloIsTooSlow) {
   Start(HelloWithin(milliseconds(100)));
   SendSlowly();
   EXPECT_EQ(reason_.get(), "no hello in time");
-}
-
-TEST_F(RelayTest, DropsASilentClient) {
-  Greet(ClientHello(), IdleFor(milliseconds(50)));
-  EXPECT_EQ(reason_.get(), "nothing came or went for too long");
 }
 
 TEST_F(RelayTest, DropsAClientThatSendsAMessageTooSlowly) {
@@ -231,25 +214,49 @@ TEST_F(RelayTest, WaitsForTheServerAsLongAsItTakes) {
   EXPECT_EQ(reason_.get(), "nothing came or went for too long");
 }
 
-TEST_F(RelayTest, DropsAClientWithAMessageThatIsTooLarge) {
-  Limits limits;
-  limits.max_message = 1000;
-  Greet(ClientHello(), limits);
-  Send(client_, "\n#1001\n");
-  EXPECT_EQ(reason_.get(), "a message of more than 1000 bytes");
-}
-
-TEST_F(RelayTest, DropsAClientWithAHelloWithoutAnEnd) {
-  Start({});
-  Send(client_, std::string(100000, ' '));
-  EXPECT_EQ(reason_.get(), "a message of more than 65536 bytes");
-}
-
-TEST_F(RelayTest, DropsAClientWhoseFramingIsWrong) {
+TEST_F(RelayTest, ReportsAClientThatEndsWithinAMessage) {
   Greet(ClientHello());
-  Send(client_, "<rpc/>]]>]]>");
-  EXPECT_EQ(reason_.get(), "no chunk where one must begin");
+  Send(client_, "\n#100\n<rpc");
+  client_.Close();
+  EXPECT_EQ(reason_.get(), "ended within a message");
 }
+
+struct Dropped {
+  Limits limits;
+  bool is_greeted;
+  std::string sent;
+  const char* reason;
+};
+
+class RelayDropsTest : public RelayTest,
+                       public ::testing::WithParamInterface<Dropped> {};
+
+TEST_P(RelayDropsTest, AClientForAReason) {
+  if (GetParam().is_greeted) {
+    Greet(ClientHello(), GetParam().limits);
+  } else {
+    Start(GetParam().limits);
+  }
+  Send(client_, GetParam().sent);
+  EXPECT_EQ(reason_.get(), GetParam().reason);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Time, RelayDropsTest,
+    ::testing::Values(Dropped{HelloWithin(milliseconds(50)), false, "",
+                              "no hello in time"},
+                      Dropped{IdleFor(milliseconds(50)), true, "",
+                              "nothing came or went for too long"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Messages, RelayDropsTest,
+    ::testing::Values(
+        Dropped{{},
+                false,
+                std::string(100000, ' '),
+                "a message of more than 65536 bytes"},
+        Dropped{{1000}, true, "\n#1001\n", "a message of more than 1000 bytes"},
+        Dropped{{}, true, "<rpc/>]]>]]>", "no chunk where one must begin"}));
 
 }  // namespace
 }  // namespace ipav::transport

@@ -9,9 +9,7 @@ namespace ipav::transport {
 
 namespace {
 
-bool HasToWait() {
-  return errno == EAGAIN || errno == EINTR;
-}
+bool HasToWait() { return errno == EAGAIN || errno == EINTR; }
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// How often memory is taken.
+// Counts memory allocations.
 #ifndef IPAV_BENCH_ALLOCATIONS_H_
 #define IPAV_BENCH_ALLOCATIONS_H_
 

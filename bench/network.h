@@ -17,7 +17,7 @@ enum class Conflict {
 };
 
 struct Network {
-  int interfaces = 10;  // an eighth of them loopbacks, and one at the least
+  int interfaces = 10;  // an eighth of them loopbacks, at least one
   int family = 4;
   int vrfs = 1;  // "global" and others, in turn
   Conflict conflict = Conflict::kNone;
@@ -25,13 +25,14 @@ struct Network {
   bool in_ospf = false;  // every IPv4 address of an l3
 };
 
-// Each has as many addresses, in networks of its own that are in no order.
+// Each interface has this many addresses, in its own networks, which are in no
+// order.
 inline constexpr int kAddressesEach = 4;
 
-// Puts the network on the platform, in place of what was there.
+// Replaces the content of the platform by the network.
 void Store(const Network& network);
 
-// One life of the library on what is stored.
+// One life cycle of the library on the stored network.
 class Life {
  public:
   Life();
@@ -39,7 +40,7 @@ class Life {
   Life(const Life&) = delete;
   Life& operator=(const Life&) = delete;
 
-  // The answer of a validation point that is declared in the l3 interfaces.
+  // Returns the answer of a validation point on the list of l3 interfaces.
   int Validate(const std::string& point);
 
   ip_application::config_valid::Config& config();

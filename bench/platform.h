@@ -1,9 +1,8 @@
-// The smallest platform that the plug-in can run on: a tree of nodes, one hash
-// look-up for each step of a path and for the keys of an entry, as a platform
-// must find a leaf by its path; nothing recorded. What the plug-in adds to its
-// platform calls can be measured on it, as little else is in the way.
+// A minimal platform for the plug-in: a tree of nodes with one hash look-up for
+// each step of a path and for the keys of an entry. It records nothing, so that
+// a measurement shows the plug-in's own cost.
 //
-// One per process. The keys of an entry are looked up as they are written.
+// One per process. Keys of an entry are compared as texts.
 #ifndef IPAV_BENCH_PLATFORM_H_
 #define IPAV_BENCH_PLATFORM_H_
 
@@ -28,13 +27,13 @@ class Platform {
  public:
   using Row = std::vector<confd_value_t>;  // keys of an entry
 
-  // Values of text borrow it from Keep().
+  // A value of type text points to a text of Keep().
   void SetLeaf(const std::string& path, const confd_value_t& value);
   void AddRow(const std::string& list, const Row& keys);
   const char* Keep(std::string text);
   void Clear();
 
-  // A step's name is looked up without its prefix, an entry below its list.
+  // Names have no prefix. Entries are children of their list.
   struct Node {
     std::unordered_map<std::string_view, std::unique_ptr<Node>> children;
     std::optional<confd_value_t> value;  // of a leaf
@@ -42,8 +41,8 @@ class Platform {
   };
   const Node* Find(const char* path) const;
 
-  // Whether a call that reads waits for an answer from another thread over a
-  // local socket first, as it does for that of a daemon.
+  // Whether each read first waits for an answer from another thread over a
+  // local socket, as it would for a daemon.
   void set_round_trips(bool round_trips);
 
   void set_context(void* context) { context_ = context; }
@@ -67,16 +66,16 @@ confd_value_t OctetsValue(const std::string& octets);
 
 // ---- The same calls again --------------------------------------------------
 
-// The path of a call as it was given: the format and, in this order as far as
-// the format has conversions, a text, a number and texts. Each text is where
-// the trace has it.
+// The path of a call as the caller passed it: the format and, as far as it has
+// conversions, a text, a number and texts, in this order. Texts are offsets
+// into the trace's texts.
 struct TracedPath {
   std::size_t format = 0;
   std::array<std::size_t, 4> texts{};
-  unsigned number = 0;  // behind the first text
+  unsigned number = 0;  // after the first text
 };
 
-// A call of the platform, so that it can be made again with nothing around it.
+// A recorded call of the platform, which can be repeated without the plug-in.
 struct TracedCall {
   enum class Kind : std::uint8_t {
     kExists,
@@ -104,7 +103,7 @@ class Trace {
   void AddWithPath(TracedCall::Kind kind, const char* format, va_list args);
   void AddPrint(const confd_value_t& value);
 
-  // Makes the calls again, in their order.
+  // Repeats the calls in their order.
   void Replay() const;
 
   std::size_t size() const { return calls_.size(); }
@@ -116,10 +115,10 @@ class Trace {
   void MakeAgain(const TracedPath& path, Call call, Out... out) const;
 
   std::vector<TracedCall> calls_;
-  std::vector<char> texts_;  // NUL-terminated, one behind the other
+  std::vector<char> texts_;  // NUL-terminated, one after the other
 };
 
-// Has every call added to `trace`; null for none.
+// Records all calls from now on in `trace`, which is borrowed; null for none.
 void TraceCallsTo(Trace* trace);
 
 }  // namespace ipav::bench

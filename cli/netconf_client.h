@@ -28,8 +28,8 @@ struct OperationError {
 
 class NetconfClient {
  public:
-  // Greets the server. `limit` is how long each request may take, and each
-  // answer. Everything here throws ConnectionError.
+  // Connects to the server and exchanges hellos. `limit` is the time for each
+  // request, and again for each answer. All functions throw ConnectionError.
   NetconfClient(const std::string& socket, base::TimeLimit limit);
 
   // Sends the element of an operation. Returns the first error of the answer.

@@ -1,5 +1,5 @@
-// Reading of the configurations that a command line names, within limits of
-// time and size.
+// Reads the configurations that a command line names, within limits of time and
+// size.
 #ifndef IPAV_CLI_READING_H_
 #define IPAV_CLI_READING_H_
 
@@ -28,7 +28,7 @@ struct LastWords {
 std::string NotReadWithin(const std::string& file, base::TimeLimit limit);
 
 // A time limit that runs while the object lives; one object at a time. When the
-// time is over, the process writes its last words and ends with status 2: a
+// time is over, the process writes its final output and exits with status 2: a
 // pipe may have no writer, the YANG library takes quadratic time for some
 // inputs, and neither can be interrupted.
 //
@@ -36,7 +36,7 @@ std::string NotReadWithin(const std::string& file, base::TimeLimit limit);
 // every lock in malloc and in the YANG library's dictionary slower.
 class ReadingTime {
  public:
-  // The last words are one line on standard error that names the file.
+  // The final output is one line on standard error that names the file.
   ReadingTime(const std::string& file, base::TimeLimit limit);
   ReadingTime(base::TimeLimit limit, LastWords words);
   ~ReadingTime();

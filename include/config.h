@@ -1,10 +1,11 @@
-// The configuration snapshot: what the rules judge, read from the transaction
-// under validation through MAAPI, lazily and at most once per address family.
+// The configuration snapshot that the rules check. It is read from the
+// transaction under validation through MAAPI, lazily and at most once per
+// address family.
 //
 // The host keeps one `Config` per library context, from lib_init() to
-// lib_finish(). It is never reset in between: a host that wants fresh data for
-// a validation must make these two calls around it. One validation call at a
-// time: nothing here locks.
+// lib_finish(). It is never reset in between: a host that needs fresh data
+// calls lib_finish() and lib_init() again. Not thread-safe: one validation call
+// at a time.
 #ifndef IPAV_CONFIG_H_
 #define IPAV_CONFIG_H_
 
@@ -28,13 +29,14 @@ class Config {
   Config(const Config&) = delete;
   Config& operator=(const Config&) = delete;
 
-  // Bind all five readers to the socket and the transaction of a call.
+  // Set the socket and the transaction of the current call in all five readers.
+  // `trans` is borrowed.
   void set_sock(int sock);
   void set_confd_trans(confd_trans_ctx* trans);
 
   void ReadStaticRouteConfig(ConfigAddrFamily family);
 
-  // The reader of that kind, owned by the snapshot; null for none.
+  // The reader of that type, owned by the snapshot; null for kNone.
   InterfaceConfig* intf_by_type(InterfaceType type) const;
 
   // In search order: mgmt, l3, loopback.
@@ -49,8 +51,9 @@ class Config {
     return *static_route_;
   }
 
-  // Kind of the interface list that the last element of a validation point's
-  // key path names. Stops the process when that element is no node.
+  // Type of the interface list that the key path ends with (v[0][0]); kNone for
+  // any other node and for an empty path. Aborts the process if v[0][0] is not
+  // a C_XMLTAG.
   static InterfaceType intf_type_from_confd_path(confd_hkeypath_t* keypath);
 
  private:

@@ -1,5 +1,4 @@
-// What all readers of the snapshot share: reading a family once, and reads of
-// the transaction through MAAPI.
+// Base class of the snapshot's readers.
 #ifndef IPAV_GENERIC_CONFIG_H_
 #define IPAV_GENERIC_CONFIG_H_
 
@@ -18,8 +17,8 @@ namespace ip_application::config_valid {
 
 enum class ConfigAddrFamily : std::int32_t { kIpv4 = 4, kIpv6 = 6 };
 
-// Base of every reader: the read-once gate, and the socket and transaction
-// that each MAAPI read goes through.
+// Reads each address family at most once. Holds the socket and the transaction
+// of the current call, and reads the transaction through MAAPI.
 class GenericConfig {
  public:
   GenericConfig() = default;
@@ -27,12 +26,13 @@ class GenericConfig {
   GenericConfig(const GenericConfig&) = delete;
   GenericConfig& operator=(const GenericConfig&) = delete;
 
-  // Reads a family unless it was read before; any value but the two families
-  // reads nothing. An exception of the read passes through and leaves the
-  // family unread, so that the next call reads again.
+  // Reads a family unless it was read before; does nothing for any other value.
+  // If the read throws, the exception is passed on, and the next call reads the
+  // family again.
   void ReadConfigIfNeeded(ConfigAddrFamily family);
 
-  // Bound anew for every validation call. Neither makes a family unread.
+  // To be called for every validation call. Families that were read are not
+  // read again. `trans` is borrowed.
   void set_sock(int sock) { sock_ = sock; }
   void set_confd_trans(confd_trans_ctx* trans) { trans_ = trans; }
 
@@ -42,36 +42,41 @@ class GenericConfig {
   bool ipv6_read() const { return ipv6_read_; }
 
  protected:
-  // Reads of the transaction by path. An element that is missing or cannot be
-  // read is the default named here; an element of another type than the model
-  // promises stops the process.
+  // Read the transaction by path. They return a default if the element is
+  // missing or cannot be read.
 
   // Default: 0.0.0.0/0, ::/0.
   nettypes::IPv4AddrMask get_ipv4_addr_mask(const std::string& path) const;
   nettypes::IPv6AddrMask get_ipv6_addr_mask(const std::string& path) const;
 
-  // Identifier of the l3 interface on the VLAN at the path. Default: 0.
+  // Identifier of the l3 interface on the VLAN in the leaf at the path.
+  // Default: 0, also if the VLAN has no identifier. Aborts the process if the
+  // leaf is not a C_INT32.
   limid_t get_intf_lim_id(const std::string& path) const;
 
-  // "global" where there is none, empty where it cannot be read.
+  // The VRF name in the leaf at the path; "global" if the leaf does not exist,
+  // empty if it cannot be read. Aborts the process if it is not a C_BUF.
   std::string get_vrf_name(const std::string& path) const;
 
   // The first key, or the first `key_count` keys, of each list entry, in the
-  // order of the database. A key is printed as text and cut at 255 bytes.
+  // order of the list. Each key is printed by confd_pp_value() and cut to 255
+  // bytes. Default: no entries.
   std::list<std::string> get_key_list(const std::string& path) const;
   std::list<std::vector<std::string>> get_key_list(
       const std::string& path, unsigned int key_count) const;
 
-  // The leaf "ip" of each entry of a list. An entry without one is reported to
-  // the host's fault service and left out.
+  // The leaf "ip" of each entry of a list. An entry whose address is missing,
+  // unreadable or unspecified is reported to the host's fault service and left
+  // out.
   std::list<nettypes::IPv4AddrMask> get_intf_ipv4_addr_mask_list(
       const std::string& path) const;
   std::list<nettypes::IPv6AddrMask> get_intf_ipv6_addr_mask_list(
       const std::string& path) const;
 
-  // Conversions of values already read. A value of another type than C_BINARY
-  // (octets in network order; missing ones are zero) or C_INT32 (a prefix
-  // length) gives the default address.
+  // Convert values that were read. An address is a C_BINARY of octets in
+  // network order; missing octets are zero, surplus octets are ignored. A
+  // prefix length is a C_INT32. A value of another type gives the default
+  // address.
   nettypes::IPv4Addr get_ipv4_addr(const confd_value_t& value) const;
   nettypes::IPv6Addr get_ipv6_addr(const confd_value_t& value) const;
   nettypes::IPv4AddrMask get_ipv4_addr_mask(const confd_value_t& addr,
@@ -79,16 +84,17 @@ class GenericConfig {
   nettypes::IPv6AddrMask get_ipv6_addr_mask(const confd_value_t& addr,
                                             const confd_value_t& prefix) const;
 
-  // Name of the VRF of a C_UINT32 identifier; "global" for any other value and
-  // for an identifier without a name.
+  // Name of the VRF with a C_UINT32 identifier; "global" for a value of another
+  // type and if the name is missing or cannot be read. Aborts the process if
+  // the name is not a C_BUF.
   std::string get_vrf_name_from_id(const confd_value_t& value) const;
 
-  // "0a:ff" for the octets 0x0a 0xff of a C_BINARY; empty for another type;
-  // "00" for a C_BINARY without octets, because the terminating NUL is printed.
+  // The octets of a C_BINARY in lower-case hexadecimal, "0a:ff"; empty for
+  // another type. Without octets it is "00": the terminating NUL is printed.
   std::string get_hex_from_bin(const confd_value_t& value) const;
 
-  // Reports to the host's fault service that the address of `key` is missing.
-  // The fault log names the function and the line.
+  // Reports to the host's fault service that the address of the entry `key` is
+  // missing. The report names `function` and `line`.
   static void ReportUnspecified(const char* family, const std::string& key,
                                 const char* function, int line);
 

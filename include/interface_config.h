@@ -1,4 +1,4 @@
-// Readers of the interfaces: one class for each kind.
+// Readers of the interfaces: one class for each kind (l3, loopback, mgmt).
 #ifndef IPAV_INTERFACE_CONFIG_H_
 #define IPAV_INTERFACE_CONFIG_H_
 
@@ -24,37 +24,38 @@ enum class InterfaceType : std::int32_t {
   kNone = 3,  // no interface kind
 };
 
-// One interface, as its reader found it.
+// One interface of the configuration.
 struct Interface {
-  std::string name;  // kind word, blank, list key: "l3 core1"
-  std::list<nettypes::IPv4AddrMask> ipv4;  // of an l3 the primary one first
+  std::string name;                        // kind, blank, list key: "l3 core1"
+  std::list<nettypes::IPv4AddrMask> ipv4;  // l3: the primary one first
   std::list<nettypes::IPv6AddrMask> ipv6;
   std::string vrf_name;
   limid_t lim_id = 0;  // 0: no lower-layer VLAN
 };
 
-// Reader of the interfaces of one kind. Each family's read gives one record per
-// interface; the second one is merged into the first by name.
+// Reads the interfaces of one kind. The read of each family makes one record
+// per interface; records with the same name are merged.
 class InterfaceConfig : public GenericConfig {
  public:
   InterfaceType type() const { return type_; }
 
-  // In the order in which the names were first met.
+  // In the order in which they were first read.
   const std::vector<Interface>& interfaces() const { return interfaces_; }
 
   // The record of that name, or null.
   const Interface* FindByName(const std::string& name) const;
 
-  // Appends the record if its name is new. Otherwise gives the record of that
-  // name the IPv4 addresses if it has none and there are some to give, or else,
-  // on the same condition, the IPv6 addresses. Nothing else ever changes.
+  // Appends a copy of the record if its name is new. Otherwise fills one list
+  // of the record with that name: the IPv4 addresses if it has none and
+  // `interface` has some, else the IPv6 addresses under the same condition. All
+  // other members keep their values.
   void MergeConfigAndInsert(const Interface& interface);
 
  protected:
-  // Where the interfaces of a kind lie and what they have.
+  // The list of one kind of interface, and the leaves of its entries.
   struct Layout {
     const char* path;       // of the list
-    const char* kind_word;  // with its blank
+    const char* kind_word;  // with a blank: "l3 "
     std::list<nettypes::IPv4AddrMask> (InterfaceConfig::*read_ipv4)(
         const std::string& entry, const std::string& key) const;
     bool has_vlan;
@@ -64,8 +65,8 @@ class InterfaceConfig : public GenericConfig {
 
   void ReadInterfaces(ConfigAddrFamily family, const Layout& layout);
 
-  // The IPv4 addresses below a list entry, by the layout of a kind. `entry` is
-  // its path, `key` its key.
+  // The IPv4 addresses below a list entry, for each layout. `entry` is the path
+  // of the entry, `key` its key.
   std::list<nettypes::IPv4AddrMask> ReadPrimaryAndSecondaries(
       const std::string& entry, const std::string& key) const;
   std::list<nettypes::IPv4AddrMask> ReadOnlyAddress(
@@ -76,7 +77,7 @@ class InterfaceConfig : public GenericConfig {
  private:
   std::vector<Interface> interfaces_;
   InterfaceType type_;
-  std::map<std::string, std::size_t> by_name_;  // position + 1; 0: not there
+  std::map<std::string, std::size_t> by_name_;  // index + 1; 0: none
 };
 
 class L3Config : public InterfaceConfig {

@@ -28,9 +28,9 @@ class OspfIf {
   std::uint32_t process_id() const { return process_id_; }
   const std::string& vrf_name() const { return vrf_name_; }  // the process's
   const nettypes::IPv4Addr& area() const { return area_; }
-  // As interface records have it: "l3 core1".
+  // In the form of Interface::name: "l3 core1".
   const std::string& intf_name() const { return intf_name_; }
-  // Those that OSPF knows, in the order of the table.
+  // The addresses in OSPFv2's table, in the order of its rows.
   const std::list<nettypes::IPv4AddrMask>& addresses() const {
     return addresses_;
   }
@@ -45,24 +45,25 @@ class OspfIf {
   std::list<nettypes::IPv4AddrMask> addresses_;
 };
 
-// Reader of the OSPFv2 interface assignments, which are IPv4 only.
+// Reads the OSPFv2 interface assignments. OSPFv2 is IPv4 only: the read of IPv6
+// does nothing.
 class Ospfv2Config : public GenericConfig {
  public:
-  // In the order in which the assignments were first met.
+  // In the order in which they were first read.
   const std::list<std::shared_ptr<OspfIf>>& interfaces() const {
     return interfaces_;
   }
 
-  // Appends a record, or gives its first address to the record of the same
-  // interface, process and VRF. The area of a record stays the first one.
+  // Appends a copy of the record. If there is a record with the same interface,
+  // process and VRF, only adds the first address of `ospf_if` to that record.
   void MergeConfigAndInsert(const OspfIf& ospf_if);
 
-  // Look-ups in the tables of the routing side, by compound identifier (one
-  // number for a process in a VRF). A value that is missing or cannot be read
-  // is reported in the debug log; the result is then 0 or empty.
+  // Read the tables of the routing stack by compound identifier (one number for
+  // a process in a VRF). If a value is missing or cannot be read, they write a
+  // line to the debug log and return 0 or an empty text.
 
-  // Prefix length of an address. `intf_key` is the interface's name as the
-  // table has it: "l3-1".
+  // Prefix length of an address. `intf_key` is the interface's name in the
+  // table: "l3-1".
   std::uint8_t GetIpv4Netmask(unsigned int compound_id,
                               const nettypes::IPv4Addr& area,
                               const std::string& intf_key,
@@ -71,16 +72,17 @@ class Ospfv2Config : public GenericConfig {
   std::string GetVrfName(unsigned int compound_id) const;
 
  private:
-  // Throws std::invalid_argument or std::out_of_range for a compound identifier
-  // that is not a number, and boost::system::system_error for an area or an
-  // address that cannot be parsed. The records of the rows before stay.
+  // Throws std::invalid_argument for a compound identifier that is not a
+  // number, std::out_of_range for one that is too large, and
+  // boost::system::system_error for an area or address that cannot be parsed.
+  // Records of earlier rows are kept.
   void ReadConfig(ConfigAddrFamily family) override;
   void ReadRow(const std::vector<std::string>& keys);
 
   std::list<std::shared_ptr<OspfIf>> interfaces_;
   const std::string interface_path_ = "/internal/ospf-interface-l3";
   const std::string process_path_ = "/internal/ospf-index-to-proc-id";
-  // The records by interface, process and VRF; null: not there.
+  // The records by interface, process and VRF; owned by interfaces_.
   std::map<std::tuple<std::string, std::uint32_t, std::string>, OspfIf*>
       by_assignment_;
 };

@@ -1,5 +1,5 @@
-// Reader of the routing stack's static-route table, and the questions that the
-// rules ask of it.
+// Reader of the routing stack's static-route table, with the look-ups that the
+// rules need.
 #ifndef IPAV_STATIC_ROUTE_CONFIG_H_
 #define IPAV_STATIC_ROUTE_CONFIG_H_
 
@@ -19,7 +19,7 @@
 
 namespace ip_application::config_valid {
 
-// One route. It is a black hole exactly when its next hop is unspecified.
+// One route. A route with an unspecified next hop is a black hole.
 class StaticRoute {
  public:
   virtual ~StaticRoute() = default;
@@ -64,13 +64,13 @@ using StaticRouteIPv4 =
 using StaticRouteIPv6 =
     StaticRouteOf<nettypes::IPv6AddrMask, nettypes::IPv6Addr>;
 
-// Key of the route maps: an address or a prefix of one VRF.
+// Key of the route maps: an address or a prefix in one VRF.
 template <typename T>
 struct RouteKey {
   std::string vrf_name;
   T addr;
 
-  // By VRF name, then by address: the keys of a VRF stand together.
+  // By VRF name, then by address.
   bool operator<(const RouteKey& other) const {
     const int order = vrf_name.compare(other.vrf_name);
     if (order != 0) return order < 0;
@@ -80,34 +80,35 @@ struct RouteKey {
 
 class StaticRouteConfig : public GenericConfig {
  public:
-  // Rows of the whole table, whichever family was read.
+  // Number of rows of each family. The read of either family counts both.
   std::uint32_t ipv4_count() const { return ipv4_.count; }
   std::uint32_t ipv6_count() const { return ipv6_.count; }
 
-  // The first route read whose next hop is that address of that VRF. False, and
-  // `route` untouched, where there is none.
+  // Sets `route` to the first route with that next hop in that VRF. Returns
+  // false, and leaves `route` unchanged, if there is none.
   bool FindNextHop(const RouteKey<nettypes::IPv4Addr>& key,
                    std::shared_ptr<StaticRoute>& route) const;
   bool FindNextHop(const RouteKey<nettypes::IPv6Addr>& key,
                    std::shared_ptr<StaticRoute>& route) const;
 
-  // Whether a route of either family with a next hop leaves by that interface.
+  // Whether a route of either family has a next hop and that output interface.
   bool FindOutputInterface(const std::string& name) const;
 
-  // The first prefix, by VRF and address, that is a black hole and has a next
-  // hop as well; `route` is the one with the next hop. False, and `route`
-  // untouched, where there is none.
+  // Finds the first prefix, by VRF and address, with both a black hole and a
+  // route with a next hop, and sets `route` to the latter. Returns false, and
+  // leaves `route` unchanged, if there is none.
   bool CheckBlackHoleIpv4(std::shared_ptr<StaticRoute>& route) const;
   bool CheckBlackHoleIpv6(std::shared_ptr<StaticRoute>& route) const;
 
-  // Name of a row's output interface in the form of interface records: the
-  // third character, the hyphen of "l3-1", becomes a blank. Empty if the row
-  // has no interface. Throws std::out_of_range for a name shorter than two
-  // characters.
+  // Output interface of a row in the form of Interface::name: the third
+  // character, the hyphen of "l3-1", becomes a blank. Empty if the row has
+  // none, or it cannot be read. Throws std::out_of_range for a name of less
+  // than two characters. Aborts the process if a key or the name has another
+  // type than in the model.
   std::string GetIntfNameFromRoute(const maapi_cursor& cursor) const;
 
  private:
-  // The routes of one family. Each map keeps the first route of a key.
+  // The routes of one family. Each map keeps the first route with a key.
   template <typename Mask, typename Addr>
   struct Routes {
     std::uint32_t count = 0;

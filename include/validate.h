@@ -1,7 +1,7 @@
-// The entry points that the host calls, and the callbacks that judge the
-// snapshot; exported under C names.
+// The entry points that the host calls, and the callbacks of the validation
+// points; exported with C linkage.
 //
-// Nothing here is noexcept: what a reader throws reaches the host.
+// No function is noexcept: exceptions of the readers reach the host.
 #ifndef IPAV_VALIDATE_H_
 #define IPAV_VALIDATE_H_
 
@@ -12,23 +12,25 @@
 
 #include "include/config.h"
 
-// The library hides every symbol that no such block shows.
+// All symbols outside of such a block are hidden.
 #pragma GCC visibility push(default)
 
 extern "C" {
 
 // Creates the snapshot and stores it in *context, the host's slot; returns 0.
-// Throws what the construction throws.
+// The host must pass it to lib_finish(). Throws std::bad_alloc.
 int32_t lib_init(void** context);
 
-// Writes the name of the validation set, cut and terminated at `size` bytes;
-// returns 0. The host registers the plug-in under that name.
+// Writes the name of the validation set, truncated to `size` bytes including
+// the terminating NUL; returns 0. The host registers the plug-in under that
+// name.
 int32_t get_validation_point(char* buffer, size_t size);
 
 // Validation callback of the set: binds the snapshot to the call and runs the
-// callback whose name begins the opaque text of the use site. Returns 0 to
-// accept, -1 to refuse. A refusal by a callback sets the error text of the
-// transaction; a malformed or unknown call is refused without one.
+// callback of the validation point with whose name the opaque text of the use
+// site begins. Returns 0 to accept, -1 to refuse. A refusal by a callback sets
+// the error text of the transaction; a malformed or unknown call is refused
+// without an error text.
 int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
                  confd_value_t* newval);
 
@@ -37,17 +39,17 @@ int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
 int32_t lib_finish(void** context);
 
 // Callbacks. All but the last one read the parts of the snapshot that they need
-// and that were not read before, run one rule, and set the rule's text on the
-// transaction if it is violated. They do not use `maapi_socket` and `newval`:
-// the snapshot is bound already. Return 0 to accept, -1 to refuse.
+// and that were not read before, and run one rule; if it is violated, they set
+// its text on the transaction. They do not use `maapi_socket` and `newval`: the
+// snapshot has the socket. Return 0 to accept, -1 to refuse.
 
 // Number and names of the l3 interfaces.
 int32_t validate_intf_l3_name(int32_t maapi_socket, confd_trans_ctx* tctx,
                               confd_hkeypath_t* keypath, confd_value_t* newval,
                               ip_application::config_valid::Config& config);
 
-// Addresses of the interfaces of the kind that the key path names, of one
-// family. Refuses a key path that names no kind.
+// Addresses of one family of the interfaces in the list that the key path ends
+// with. Refuses a key path that ends with another node.
 int32_t validate_ipv4_addr(int32_t maapi_socket, confd_trans_ctx* tctx,
                            confd_hkeypath_t* keypath, confd_value_t* newval,
                            ip_application::config_valid::Config& config);
@@ -55,9 +57,9 @@ int32_t validate_ipv6_addr(int32_t maapi_socket, confd_trans_ctx* tctx,
                            confd_hkeypath_t* keypath, confd_value_t* newval,
                            ip_application::config_valid::Config& config);
 
-// Static routes against the addresses of the interfaces, their number and their
-// black holes. One family is read, and the IPv6 routes are examined only in a
-// snapshot that has not read the IPv4 ones.
+// Static routes: their next hops against the addresses of the interfaces, their
+// number and their black holes. Reads one family. The IPv6 routes are checked
+// only in a snapshot that has not read the IPv4 routes.
 int32_t validate_ipv4_addr_route(int32_t maapi_socket, confd_trans_ctx* tctx,
                                  confd_hkeypath_t* keypath,
                                  confd_value_t* newval,
@@ -67,17 +69,17 @@ int32_t validate_ipv6_addr_route(int32_t maapi_socket, confd_trans_ctx* tctx,
                                  confd_value_t* newval,
                                  ip_application::config_valid::Config& config);
 
-// Lower-layer interfaces of the output interfaces of static routes.
+// Each output interface of a static route has a lower-layer interface.
 int32_t validate_route_l3_intf(int32_t maapi_socket, confd_trans_ctx* tctx,
                                confd_hkeypath_t* keypath, confd_value_t* newval,
                                ip_application::config_valid::Config& config);
 
-// IPv4 addresses against those that OSPFv2 knows.
+// IPv4 addresses of interfaces against those in OSPFv2's table.
 int32_t validate_ipv4_addr_cross_prot(
     int32_t maapi_socket, confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
     confd_value_t* newval, ip_application::config_valid::Config& config);
 
-// The VLAN of an l3 interface against OSPFv3: the answer of
+// The VLAN of an l3 interface against OSPFv3: returns the result of
 // validate_lower_layer_cross_ospfv3(). The snapshot is not used.
 int32_t validate_lower_layer_cross_prot(
     int32_t maapi_socket, confd_trans_ctx* tctx, confd_hkeypath_t* keypath,

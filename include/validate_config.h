@@ -10,34 +10,37 @@
 
 namespace ip_application::config_valid {
 
-// Made for one validation. The snapshot is never changed. A rule returns 0 when
-// it holds and -1 when it is violated; a predicate returns a truth value. The
-// first violation, in the order of the records, writes the operator's text and
-// ends the rule; a rule that holds leaves the text alone.
+// To be made for one validation. Never changes the snapshot. A function that
+// returns int returns 0 if its rule holds and -1 if it is violated. The first
+// violation, in the order of the records, sets the error text and ends the
+// rule; a rule that holds does not change the text.
 class ValidateConfig {
  public:
   // Text of the last violation found; empty before.
   const std::string& error_text() const { return error_text_; }
 
-  // The addresses of the interfaces of one kind, against each other, against
-  // those of every other kind and against the next hops of static routes. The
-  // readers must have read that family.
+  // The addresses of the interfaces of one kind do not conflict with each
+  // other, with those of another kind or with the next hops of static routes.
+  // The readers must have read that family.
   int ValidateInterfaceIPv4(const Config& config, InterfaceType type);
   int ValidateInterfaceIPv6(const Config& config, InterfaceType type);
 
-  // Whether every IPv4 address of the interface can be one of a host.
+  // Whether no IPv4 address of the interface is the network or broadcast
+  // address of its prefix. A /31 and a /32 have none (RFC 3021).
   bool InterfaceIPv4IsValid(const Interface& interface);
 
   // Whether the interface has one address twice, whatever the prefix lengths.
   bool InterfaceHasDuplicateIpv4(const Interface& interface);
   bool InterfaceHasDuplicateIpv6(const Interface& interface);
 
-  // Whether a prefix of the first interface overlaps with one of the second, in
-  // an address space that their VRFs share. The text names the first one first.
+  // Whether the VRFs of both interfaces share an address space and a prefix of
+  // the first one overlaps with a prefix of the second one. The text names
+  // `first` first.
   bool InterfaceIPv4Overlap(const Interface& first, const Interface& second);
   bool InterfaceIPv6Overlap(const Interface& first, const Interface& second);
 
-  // The same for any interface of the changed kind and any of another kind.
+  // Whether any interface of the changed kind overlaps in this way with any of
+  // another kind.
   bool InterfaceIPv4Overlap(const InterfaceConfig& changed,
                             const std::vector<InterfaceConfig*>& all);
   bool InterfaceIPv6Overlap(const InterfaceConfig& changed,
@@ -46,37 +49,39 @@ class ValidateConfig {
   // Number of l3 interfaces, and the syntax of their names.
   int ValidateInterfaceL3(const Config& config);
 
-  // The three rules for static routes. All run; the last violation's text
-  // stays: a black hole's before the limit's before a next hop's.
+  // Runs the three rules below, in their order. All of them run; the text is
+  // that of the last one that is violated.
   int ValidateStaticRoute(const Config& config);
 
-  // No next hop is an address of an interface of its VRF. Once the IPv4 routes
-  // are read, only they are examined.
+  // No next hop is an address of an interface in its VRF. If the IPv4 routes
+  // were read, the IPv6 routes are not checked.
   int ValidateStaticRouteNextHop(const Config& config);
   // At most 1000 routes, where an IPv6 route counts twice.
   int ValidateStaticRouteLimit(const Config& config);
-  // No prefix is a black hole and has a next hop. Once the IPv4 routes are
-  // read, only they are examined.
+  // No prefix is a black hole and has a next hop. If the IPv4 routes were read,
+  // the IPv6 routes are not checked.
   int ValidateRouteBlackHole(const Config& config);
 
-  // Whether an address of the interface is the next hop of a route of its VRF.
+  // Whether an address of the interface is the next hop of a route in its VRF.
   bool InterfaceIPv4MatchStaticRouteNextHop(const Interface& interface,
                                             const StaticRouteConfig& routes);
   bool InterfaceIPv6MatchStaticRouteNextHop(const Interface& interface,
                                             const StaticRouteConfig& routes);
 
-  // No route leaves by an interface without a lower-layer interface. Loopback
+  // No route has an output interface without a lower-layer interface. Loopback
   // and management interfaces never have one.
   int ValidateStaticRouteOutputIntf(const Config& config);
 
   // An interface and each OSPFv2 process that it is assigned to have the same
-  // IPv4 addresses. The l3 interfaces are judged before the loopbacks.
+  // IPv4 addresses. Checks the l3 interfaces before the loopbacks. The
+  // functions for one kind return true if the rule holds.
   int ValidateOspfv2(const Config& config);
   bool ValidateOspfv2CrossIfL3(const L3Config& l3, const Ospfv2Config& ospf);
   bool ValidateOspfv2CrossIfLo(const LoConfig& lo, const Ospfv2Config& ospf);
 
-  // An interface is in the VRF of its OSPFv2 process. The l3 interfaces are
-  // judged before the loopbacks.
+  // An interface is in the VRF of its OSPFv2 process. Checks the l3 interfaces
+  // before the loopbacks. The functions for one kind return true if the rule
+  // holds.
   int ValidateOspfv2Vrf(const Config& config);
   bool ValidateOspfv2CrossIfL3Vrf(const L3Config& l3, const Ospfv2Config& ospf);
   bool ValidateOspfv2CrossIfLoVrf(const LoConfig& lo, const Ospfv2Config& ospf);
@@ -100,8 +105,8 @@ class ValidateConfig {
   bool MatchesNextHop(const Interface& interface,
                       const StaticRouteConfig& routes);
 
-  // A rule for one OSPFv2 assignment and the interface that it names, and a
-  // walk that applies the rule to all assignments.
+  // A rule for one OSPFv2 assignment and the interface that it names, and the
+  // loop that applies the rule to all assignments.
   using OspfRule = bool (ValidateConfig::*)(const OspfIf& ospf_if,
                                             const Interface& interface);
   bool EveryAssignmentHolds(const InterfaceConfig& interfaces,

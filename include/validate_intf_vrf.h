@@ -1,4 +1,5 @@
-// The VRF of interfaces against OSPFv3: a walk over what a transaction changes.
+// Checks changes of an interface's VRF against OSPFv3. Iterates over the
+// changes of the transaction.
 #ifndef IPAV_VALIDATE_INTF_VRF_H_
 #define IPAV_VALIDATE_INTF_VRF_H_
 
@@ -12,18 +13,19 @@
 #include "include/config.h"
 #include "nettypes/ipv4.h"
 
-// One walk over the changes below a path. Made for one validation; a subclass
-// judges each change and ends the walk at the first that must be refused.
+// One iteration over the changes below a path. To be made for one validation. A
+// subclass checks each change; the first refusal ends the iteration.
 class ValidateIntfVrf {
  public:
-  // `tctx` is borrowed. The path holds no conversion: it is used as a format.
+  // `tctx` is borrowed. `path` is used as a printf format and must not contain
+  // a conversion.
   ValidateIntfVrf(int32_t maapi_socket, confd_trans_ctx* tctx,
                   std::string path);
   virtual ~ValidateIntfVrf() = default;
 
-  // Judges one change: its node, the operation, and the values before and
-  // after, which may be null. A refusal sets the error text and returns
-  // ITER_STOP; else ITER_RECURSE.
+  // Checks one change: its node, the operation, and the old and the new value,
+  // which may be null. To refuse, it sets the error text and returns ITER_STOP;
+  // otherwise it returns ITER_RECURSE.
   virtual confd_iter_ret IterValidate(confd_hkeypath_t* kp, confd_iter_op op,
                                       confd_value_t* oldv,
                                       confd_value_t* newv) = 0;
@@ -31,19 +33,19 @@ class ValidateIntfVrf {
   ValidateIntfVrf(const ValidateIntfVrf&) = delete;
   ValidateIntfVrf& operator=(const ValidateIntfVrf&) = delete;
 
-  // Walks. Returns 0 to accept; -1 to refuse, with the error text set on the
-  // transaction.
+  // Iterates over the changes. Returns 0 to accept; -1 to refuse, with the
+  // error text set on the transaction.
   int32_t RunValidation();
 
-  // Reads of the transaction, for walks that need more than the change; the
-  // walks below do not use them. They work as those of GenericConfig do, but
-  // cut a key at 8191 bytes.
+  // Read the transaction as the functions of GenericConfig do, but cut a key to
+  // 8191 bytes. The subclasses below do not use them.
   nettypes::IPv4AddrMask get_ipv4_addr_mask(const std::string& path) const;
   std::list<std::string> get_key_list(const std::string& path) const;
 
  protected:
-  // Refuses to set the VRF of an interface that OSPFv3 uses. `kind` is the word
-  // of the interface's list, `function` the one that a failed assertion names.
+  // Refuses to set the VRF of an interface that OSPFv3 uses. `kind` is the name
+  // of the interface's list, `function` the function that a failed assertion
+  // reports.
   confd_iter_ret RefuseVrfUnderOspfv3(const confd_hkeypath_t& kp,
                                       confd_iter_op op,
                                       const confd_value_t* newv,
@@ -77,7 +79,7 @@ class ValidateIntfLoVrf : public ValidateIntfVrf {
                               confd_value_t* newv) override;
 };
 
-// Changes of the OSPFv2 table: the rules of the snapshot judge them already.
+// Changes of the OSPFv2 table. Refuses nothing: ValidateConfig checks them.
 class ValidateIntfVrfOspf : public ValidateIntfVrf {
  public:
   using ValidateIntfVrf::ValidateIntfVrf;
@@ -86,7 +88,7 @@ class ValidateIntfVrfOspf : public ValidateIntfVrf {
                               confd_value_t* newv) override;
 };
 
-// Changes of the OSPFv3 table, on which no validation point sits.
+// Changes of the OSPFv3 table, which has no validation point. Refuses nothing.
 class ValidateIntfVrfOspfv3 : public ValidateIntfVrf {
  public:
   using ValidateIntfVrf::ValidateIntfVrf;
@@ -99,11 +101,11 @@ class ValidateIntfVrfOspfv3 : public ValidateIntfVrf {
 
 extern "C" {
 
-// Callback of a change of VRF: the IPv4 addresses of the kind of interface that
-// the key path names, every interface against the VRF of its OSPFv2 process,
-// and each VRF that the transaction sets against OSPFv3. Reads the snapshot for
-// IPv4; `newval` is not used. Returns 0 to accept; -1 to refuse, with the error
-// text set on the transaction.
+// Callback for a change of VRF. Checks the IPv4 addresses of the interface list
+// that the key path ends with, the VRF of every interface against that of its
+// OSPFv2 process, and each VRF that the transaction sets against OSPFv3. Reads
+// the snapshot for IPv4; `newval` is not used. Returns 0 to accept; -1 to
+// refuse, with the error text set on the transaction.
 int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
                           confd_hkeypath_t* keypath, confd_value_t* newval,
                           ip_application::config_valid::Config& config);

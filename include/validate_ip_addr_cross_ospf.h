@@ -1,4 +1,4 @@
-// The VLAN below an l3 interface against OSPFv3.
+// Checks changes of an l3 interface's VLAN against OSPFv3.
 #ifndef IPAV_VALIDATE_IP_ADDR_CROSS_OSPF_H_
 #define IPAV_VALIDATE_IP_ADDR_CROSS_OSPF_H_
 
@@ -9,7 +9,7 @@
 
 namespace ip_application::config_valid {
 
-// A session on the daemon's own data, open while the object lives.
+// A CDB read session, open while the object lives.
 class HostdCdbSession : public HostdCdbSessionBase {
  public:
   HostdCdbSession(HostdInterface* host, cdb_db_type database, bool wait)
@@ -27,7 +27,7 @@ extern "C" {
 
 // Refuses to change or remove the VLAN of an l3 interface whose running VLAN
 // interface is assigned to an OSPFv3 router. The key path names a node of the
-// interface's entry: v[1] is its key; a key path of another shape stops the
+// interface's entry: v[1] is its key; a key path of another shape aborts the
 // process. Reads the transaction through `maapi_socket`; `newval` is not used.
 // Returns 0 to accept; -1 to refuse, with the error text set on the
 // transaction.

@@ -1,19 +1,18 @@
-// The library's only diagnostic channel: debug lines for conditions that it
-// tolerates, written to the log of the host's validation daemon.
+// Writes debug lines about conditions that the library tolerates to the log of
+// the host's validation daemon.
 #ifndef IPAV_VALIDATE_LOGGER_H_
 #define IPAV_VALIDATE_LOGGER_H_
 
 namespace ip_application::config_valid {
 
-// One per process, made on first use; threads may race for the first use. Only
-// then is the host asked for its log handle. If the host has no log, a line
-// costs one test.
+// One per process. The first use, which is thread-safe, gets the log handle
+// from the host. Without a handle, a line costs one test of a pointer.
 class ValidateLogger {
  public:
   static ValidateLogger& instance();
 
-  // Hands format and arguments to the host unchanged, printf style. Dropped
-  // when the host had no log at the first call.
+  // Passes format and arguments to the host, printf style. Does nothing if the
+  // host had no log at the first use.
   [[gnu::format(printf, 1, 2)]] static void Log(const char* format, ...);
 
  private:

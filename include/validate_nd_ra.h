@@ -1,4 +1,5 @@
-// Callbacks of the IPv6 router-advertisement timers, exported under C names.
+// Callbacks of the IPv6 router-advertisement timers (RFC 4861, section 6.2.1),
+// exported with C linkage.
 #ifndef IPAV_VALIDATE_ND_RA_H_
 #define IPAV_VALIDATE_ND_RA_H_
 
@@ -12,10 +13,10 @@
 
 extern "C" {
 
-// The key path names the container of the timers, <interface>/ipv6/nd/ra; a
-// key path of another shape stops the process. The timers are read through
-// `maapi_socket`; `newval` and `config` are not used. Return 0 to accept; -1
-// to refuse, with the error text set on the transaction.
+// The key path names the container of the timers, <interface>/ipv6/nd/ra; a key
+// path of another shape aborts the process. The timers are read through
+// `maapi_socket`; `newval` and `config` are not used. Return 0 to accept; -1 to
+// refuse, with the error text set on the transaction.
 
 // The minimum interval is at most three quarters of the maximum.
 int32_t validate_ipv6_nd_ra_interval(

@@ -1,6 +1,5 @@
-// The catalogue of messages: what identifies each, what it means, what to do
-// about it, and which validation points report it. Compiled in from
-// catalogue.toml.
+// The catalogue of messages: the texts of each, what it means, what to do about
+// it, and which validation points report it. Compiled in from catalogue.toml.
 #ifndef IPAV_MESSAGES_CATALOGUE_H_
 #define IPAV_MESSAGES_CATALOGUE_H_
 
@@ -9,23 +8,22 @@
 
 namespace ipav::messages {
 
-// One text of a message, with <fields>. Within a text no field has the name of
-// another.
+// One text of a message, with <fields>. Field names are unique within a text.
 struct Text {
-  std::string key;      // which of the message's texts; "" where it has one
+  std::string key;      // which of the message's texts; "" for the only one
   std::string pattern;  // with <limit> for a number that the element limits
-  std::string shown;    // as documents show it, with that number
+  std::string shown;    // for documents: the pattern with that number
   std::vector<std::string> points;  // names of those that report it
 };
 
-// Texts for people are plain, one paragraph a string.
+// Texts for people are plain text, one string for each paragraph.
 struct Message {
   std::string rule;    // stable identifier, as in "interface-overlap"
   std::string title;   // heading in docs/messages.md
   std::string anchor;  // of that heading
   std::vector<Text> texts;
   std::vector<std::string> about;  // what provokes it
-  std::string advice;              // what to do; empty where nothing is refused
+  std::string advice;              // what to do; empty if nothing is refused
   std::vector<std::string> why;    // what is surprising about it
   bool refuses = true;             // otherwise its texts go to a log
 };

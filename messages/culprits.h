@@ -1,6 +1,6 @@
-// Which nodes a text is about. The text gives names and numbers, and the data
-// decide: a reading that they do not confirm is dropped, and where more than
-// one node fits, the note says so instead of a guess.
+// Finds the nodes that an error text is about. The names and numbers of the
+// text are looked up in the configurations: a reading that they do not confirm
+// is dropped. If more than one node matches, the note says so.
 #ifndef IPAV_MESSAGES_CULPRITS_H_
 #define IPAV_MESSAGES_CULPRITS_H_
 
@@ -17,15 +17,15 @@
 
 namespace ipav::messages {
 
-// At most so many nodes of one role (as new routes) are named.
+// The most nodes that are named for one role, such as new routes.
 constexpr std::size_t kMaxNamed = 5;
 
-// A refusal, and where to look.
+// A refusal and both configurations, all borrowed.
 struct Case {
   const DataView& running;
   const DataView& candidate;
   const datastore::Diff& diff;
-  const std::string& path;  // of the node that was judged
+  const std::string& path;  // of the validated node
   const Reading& reading;
 
   // "ipv4" or "ipv6", as the text is about.
@@ -47,19 +47,20 @@ struct Suspect {
 };
 
 struct Evidence {
-  bool confirms = false;  // the data show what the text says
+  bool confirms = false;  // the configurations confirm the text
   std::vector<Suspect> suspects;
-  std::string note;  // what is missing among them, or why there are none
+  std::string note;  // which suspects are missing, and why
 
   static Evidence None(std::string why) { return {false, {}, std::move(why)}; }
 };
 
-// What the data show for one reading of a text.
+// Looks up the nodes for one reading of a text.
 Evidence Investigate(const Case& refusal);
 
 // ---- By subject ------------------------------------------------------------
 
-// What looks up the nodes of a refusal, by the id of its message.
+// The functions that look up the nodes of a refusal, by the rule of its
+// message.
 using Investigators = std::map<std::string, Evidence (*)(const Case&)>;
 
 Investigators InterfaceCulprits();
@@ -69,19 +70,20 @@ Investigators TimerCulprits();
 
 // ---- What they share -------------------------------------------------------
 
-// Names the new ones among the nodes, at most kMaxNamed; the note says how many
-// more there are.
+// Adds the nodes that the commit creates, at most kMaxNamed; the note says how
+// many more there are.
 void NameNew(const Case& refusal, const std::vector<const lyd_node*>& nodes,
              const char* role, Evidence* evidence);
 
-// Adds the leaf of that name, as it is or as it was removed; nothing where
-// neither configuration has it.
+// Adds the leaf of that name in the candidate, or else the removed one of the
+// running configuration, if there is one. A leaf that the commit does not
+// change is added only if `even_unchanged`.
 void SuspectLeaf(const Case& refusal, const lyd_node* candidate_parent,
                  const char* leaf, const std::string& role, bool even_unchanged,
                  Evidence* evidence);
 
-// The node of the running configuration that is the same instance as this one
-// of the candidate; null where there is none.
+// The node of the running configuration that is the same instance as this node
+// of the candidate; null if there is none.
 const lyd_node* InRunning(const Case& refusal, const lyd_node* candidate_node);
 
 }  // namespace ipav::messages

@@ -17,8 +17,8 @@ class DataView {
  public:
   explicit DataView(const datastore::DataTree& tree) : tree_(&tree) {}
 
-  // The only instance under `from` (null: the root) at the end of the names;
-  // null when there is none.
+  // The node at the end of the path `names` below `from` (null: the root),
+  // which leads through containers only; null when there is none.
   const lyd_node* At(const lyd_node* from,
                      std::initializer_list<const char*> names) const;
 
@@ -47,13 +47,14 @@ struct InterfaceName {
   std::string name;
 };
 
-// Splits "l3 core1", as texts name an interface, or "l3-core1", as tables do.
+// Splits "l3 core1", the form of error texts, or "l3-core1", the form of
+// tables.
 InterfaceName SplitName(const std::string& text, char separator = ' ');
 
 // The entry of an interface, null when there is none.
 const lyd_node* FindInterface(const DataView& view, const InterfaceName& name);
 
-// Its VRF: "global" where it names none.
+// Its VRF; "global" if it names none.
 std::string VrfOf(const DataView& view, const lyd_node* interface);
 
 // The leaves of its addresses, the primary one first. `family` is ipv4 or ipv6.
@@ -65,7 +66,7 @@ std::vector<const lyd_node*> AddressesOf(const DataView& view,
 const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
                             const char* family, const std::string& prefix);
 
-// "10.1.1.1" of "10.1.1.1/24".
+// The address of a prefix: "10.1.1.1" for "10.1.1.1/24".
 std::string WithoutLength(const std::string& prefix);
 
 }  // namespace ipav::messages

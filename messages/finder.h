@@ -1,5 +1,5 @@
-// Makes findings of refusals: what the text means, which nodes it is about and
-// where they are written.
+// Makes findings from refusals: what the text means, which nodes it is about,
+// and their positions in the files.
 #ifndef IPAV_MESSAGES_FINDER_H_
 #define IPAV_MESSAGES_FINDER_H_
 
@@ -14,14 +14,14 @@
 
 namespace ipav::messages {
 
-// One of the two configurations of a commit. All is borrowed.
+// One of the two configurations of a commit. The pointers are borrowed.
 struct Configuration {
   const datastore::DataTree* tree;
-  std::string file;                  // as it was named
+  std::string file;                  // as the user gave it
   const source::SourceText* source;  // null: not read from a file
 };
 
-// Compares the two configurations at the first refusal, not before.
+// Compares the two configurations only when there is a refusal.
 class Finder {
  public:
   Finder(Configuration running, Configuration candidate);

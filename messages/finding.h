@@ -1,5 +1,5 @@
-// What a refusal is about: which nodes of the data, where they are written, and
-// what to do.
+// The explanation of a refusal: which nodes it is about, their positions in the
+// files, and what to do.
 #ifndef IPAV_MESSAGES_FINDING_H_
 #define IPAV_MESSAGES_FINDING_H_
 
@@ -12,14 +12,14 @@
 
 namespace ipav::messages {
 
-// Where a node is written.
+// The position of a node in a file.
 struct Place {
-  std::string file;         // as it was named
+  std::string file;         // as the user gave it
   std::size_t line = 0;     // from 1
   std::size_t column = 0;   // from 1, in characters (not bytes) of the line
   std::size_t length = 0;   // characters to mark from there, at least 1
   std::string source_line;  // the whole line, without its end
-  // source_line is only the part around the place where a line is too long.
+  // If the line is too long, source_line is only the part around the position.
   std::size_t skipped = 0;  // characters of the line before source_line
 };
 
@@ -30,13 +30,13 @@ struct Culprit {
   std::string path;   // data path, from the root
   std::string value;  // of a leaf, in canonical form; empty for other nodes
   datastore::Novelty novelty = datastore::Novelty::kUnchanged;
-  std::optional<Place> place;  // none where the file does not show it
+  std::optional<Place> place;  // none if the file does not have it
 };
 
 struct Finding {
-  std::string text;   // the operator's, byte for byte
+  std::string text;   // of the refusal, unchanged
   std::string point;  // name of the validation point
-  std::string path;   // data path of the node that it judged
+  std::string path;   // data path of the validated node
 
   // From the catalogue: a stable identifier such as "interface-overlap", the
   // title, the advice, and the anchor in docs/messages.md. Empty for a text
@@ -50,7 +50,7 @@ struct Finding {
   std::string note;  // why culprits are missing; empty when they are all there
 };
 
-// The data paths of the nodes that each finding names.
+// The data paths of the culprits of each finding.
 std::vector<std::vector<std::string>> CulpritPaths(
     const std::vector<Finding>& findings);
 

@@ -32,7 +32,7 @@ class Deframer {
   // No message may be larger than `max_message` bytes.
   explicit Deframer(std::size_t max_message) : max_message_(max_message) {}
 
-  // They hold for all bytes that Next() has not returned yet.
+  // Both apply to all bytes that Next() has not returned yet.
   void set_framing(Framing framing) { framing_ = framing; }
   void set_max_message(std::size_t size) { max_message_ = size; }
 
@@ -61,11 +61,11 @@ class Deframer {
   Framing framing_ = Framing::kEndOfMessage;
   std::size_t max_message_;
   std::string bytes_;
-  std::size_t taken_ = 0;       // bytes that are used up
+  std::size_t taken_ = 0;       // bytes that were consumed
   std::size_t searched_ = 0;    // bytes of the rest without a mark
-  std::string message_;         // its chunks so far
+  std::string message_;         // content of its chunks so far
   std::size_t chunk_left_ = 0;  // bytes of the chunk that are still missing
-  bool is_whole_ = false;       // the end of the chunks is there
+  bool is_whole_ = false;       // the end of the chunks was read
 };
 
 }  // namespace ipav::netconf

@@ -16,8 +16,8 @@ class HelloError : public std::runtime_error {
 };
 
 // Returns the framing of everything after the hello of a client. Throws
-// HelloError when it is not a client's hello, or names no version that we
-// speak.
+// HelloError when it is not a client's hello, or has no NETCONF version that
+// this program supports.
 Framing FramingAfter(std::string_view hello);
 
 // The hello that a client of NETCONF 1.1 sends.

@@ -1,4 +1,4 @@
-// What an address with a prefix length does alike in both families.
+// Functions that IPv4AddrMask and IPv6AddrMask share.
 #ifndef NETTYPES_ADDR_MASK_H_
 #define NETTYPES_ADDR_MASK_H_
 
@@ -8,13 +8,13 @@
 
 namespace nettypes::internal {
 
-// The stored length as a number of bits, 0 to the width of the family.
+// The stored prefix length in bits, clamped to 0..kMaxPrefixLen.
 template <typename Mask>
 int32_t EffectivePrefixLen(const Mask& mask) {
   return std::clamp<int32_t>(mask.prefix_len(), 0, Mask::kMaxPrefixLen);
 }
 
-// How many leading bits two overlapping prefixes have in common.
+// The number of leading bits that are equal in two overlapping prefixes.
 template <typename Mask>
 int32_t ShorterPrefixLen(const Mask& a, const Mask& b) {
   return std::min(EffectivePrefixLen(a), EffectivePrefixLen(b));

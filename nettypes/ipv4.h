@@ -1,9 +1,8 @@
 // IPv4 addresses, alone and with a prefix length (CIDR, RFC 4632 section 3.1).
 //
-// Two byte orders meet here, and the name of each function says which one it
-// takes: `network_order` is the in-memory form of `in_addr::s_addr`, first
-// octet at the lowest address; a plain `address` is a number, most significant
-// octet first, so that 0.0.0.1 is 1 on every machine.
+// The names of parameters tell the byte order: `network_order` is the form of
+// `in_addr::s_addr`, first octet at the lowest memory address; `address` is a
+// number in host byte order, so that 0.0.0.1 is 1 on every machine.
 #ifndef NETTYPES_IPV4_H_
 #define NETTYPES_IPV4_H_
 
@@ -28,7 +27,7 @@ class IPv4Addr : public NetAddr {
   // 0x0a000000. Not network order.
   uint32_t to_uint32() const { return number_; }
 
-  // 0.0.0.0, the form that a missing address takes.
+  // Whether it is 0.0.0.0, which stands for a missing address.
   bool is_unspecified() const { return number_ == 0; }
 
   // "a.b.c.d".
@@ -48,15 +47,14 @@ bool operator<(const IPv4Addr& a, const IPv4Addr& b);
 // An address with the length of its prefix. The address keeps its host bits
 // (10.1.1.1/24 is not 10.1.1.0/24).
 //
-// The length is kept as it was given, also one that no prefix has: a routing
-// table row may carry -1 or 200, and it is printed and compared as such. Where
-// bits are counted (Overlap, IsNetworkAddress, IsBroadcastAddress) a negative
-// length counts as 0 and one above 32 as 32.
+// The length is stored, printed and compared as given, even if it is out of
+// range: a row of the routing table may have -1 or 200. Overlap(),
+// IsNetworkAddress() and IsBroadcastAddress() clamp it to 0..32.
 class IPv4AddrMask : public NetAddr {
  public:
   static constexpr int32_t kMaxPrefixLen = 32;
 
-  // 0.0.0.0/0, the form that a missing prefix takes.
+  // 0.0.0.0/0, which stands for a missing prefix.
   IPv4AddrMask() = default;
 
   // `address` is a number as IPv4Addr::to_uint32() gives it, not network order.
@@ -70,20 +68,18 @@ class IPv4AddrMask : public NetAddr {
   // As given, possibly out of range.
   int32_t prefix_len() const { return prefix_len_; }
 
-  // The address is 0.0.0.0, whatever the prefix length.
+  // Whether the address is 0.0.0.0, whatever the prefix length.
   bool IsUnspecified() const { return addr_.is_unspecified(); }
 
-  // The two prefixes have an address in common. As each is a block that its
-  // leading bits name (RFC 4632 section 3.1), this is so exactly when they
-  // agree in the bits of the shorter one. Symmetric. A prefix of length 0
-  // overlaps with every other.
+  // Whether the two prefixes have an address in common: their leading bits are
+  // equal up to the shorter length (RFC 4632 section 3.1). Symmetric. A prefix
+  // of length 0 overlaps with every other.
   bool Overlap(const IPv4AddrMask& other) const;
 
-  // All host bits are zero / all host bits are one: the two values that no host
-  // may have (RFC 1122 section 3.2.1.3). A /32 has no host bits, so both hold
-  // for it, and of the two addresses of a /31 one is the network and the other
-  // the broadcast address although both are usable (RFC 3021): callers skip /31
-  // and /32. In a /0 they are 0.0.0.0 and 255.255.255.255.
+  // Whether all host bits are zero, or all are one: no host may have such an
+  // address (RFC 1122 section 3.2.1.3). Callers must skip /31 and /32: both
+  // functions are true for a /32, which has no host bits, and one of them is
+  // true for each address of a /31, although both are usable (RFC 3021).
   bool IsNetworkAddress() const;
   bool IsBroadcastAddress() const;
 

@@ -1,7 +1,7 @@
 // IPv6 addresses (RFC 4291), alone and with a prefix length (section 2.3).
 //
-// An address is its 16 octets in network order, as `in6_addr` holds them: the
-// same octets on every machine, so no byte order has to be converted anywhere.
+// An address is stored as 16 octets in network order, as in `in6_addr`. No
+// function converts the byte order.
 #ifndef NETTYPES_IPV6_H_
 #define NETTYPES_IPV6_H_
 
@@ -23,7 +23,7 @@ class IPv6Addr : public NetAddr {
   void set_addr(const in6_addr& address) { address_ = address; }
   const in6_addr& addr() const { return address_; }
 
-  // ::, the form that a missing address takes.
+  // Whether it is ::, which stands for a missing address.
   bool is_unspecified() const;
 
   // As inet_ntop() writes it: lower case, the longest run of zero groups
@@ -36,24 +36,22 @@ class IPv6Addr : public NetAddr {
 
 bool operator==(const IPv6Addr& a, const IPv6Addr& b);
 bool operator!=(const IPv6Addr& a, const IPv6Addr& b);
-// By the octets from the first to the last, each unsigned: as the 128-bit
-// numbers compare.
+// Compares the addresses as 128-bit numbers, first octet most significant.
 bool operator<(const IPv6Addr& a, const IPv6Addr& b);
 
 // An address with the length of its prefix. The address keeps its host bits
 // (2001:db8::1/64 is not 2001:db8::/64).
 //
-// The length is kept as it was given, also one that no prefix has: a routing
-// table row may carry -1 or 200, and it is printed and compared as such. Where
-// bits are counted (Overlap) a negative length counts as 0 and one above 128 as
-// 128. There are no network and broadcast tests: IPv6 has no broadcast address,
-// and one with zero host bits is the subnet-router anycast address (RFC 4291
-// sections 2 and 2.6.1).
+// The length is stored, printed and compared as given, even if it is out of
+// range: a row of the routing table may have -1 or 200. Overlap() clamps it to
+// 0..128. There are no tests for network and broadcast addresses: IPv6 has no
+// broadcast address, and an address with zero host bits is the subnet-router
+// anycast address (RFC 4291 sections 2 and 2.6.1).
 class IPv6AddrMask : public NetAddr {
  public:
   static constexpr int32_t kMaxPrefixLen = 128;
 
-  // ::/0, the form that a missing prefix takes.
+  // ::/0, which stands for a missing prefix.
   IPv6AddrMask() = default;
 
   // Octets in network order.
@@ -67,11 +65,12 @@ class IPv6AddrMask : public NetAddr {
   // As given, possibly out of range.
   int32_t prefix_len() const { return prefix_len_; }
 
-  // The address is ::, whatever the prefix length.
+  // Whether the address is ::, whatever the prefix length.
   bool IsUnspecified() const { return addr_.is_unspecified(); }
 
-  // The two prefixes have an address in common: they agree in the bits of the
-  // shorter one. Symmetric. A prefix of length 0 overlaps with every other.
+  // Whether the two prefixes have an address in common: their leading bits are
+  // equal up to the shorter length. Symmetric. A prefix of length 0 overlaps
+  // with every other.
   bool Overlap(const IPv6AddrMask& other) const;
 
   // The address as IPv6Addr prints it, "/" and the length.

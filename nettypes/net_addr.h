@@ -1,5 +1,5 @@
-// The common base of the address value types: what can be said of an address
-// without knowing its family. Whoever only prints one takes a `const NetAddr&`.
+// Base class of the address types. Code that only prints an address takes a
+// `const NetAddr&`.
 #ifndef NETTYPES_NET_ADDR_H_
 #define NETTYPES_NET_ADDR_H_
 
@@ -8,14 +8,13 @@
 
 namespace nettypes {
 
-// Only a whole value can be copied: through this base neither construction nor
-// assignment is possible, so no part of an address is ever sliced off.
+// Copy and move are protected, so that an address cannot be sliced.
 class NetAddr {
  public:
   virtual ~NetAddr();
 
-  // The text that the C library's inet_ntop() gives the address; the types with
-  // a prefix length append "/" and the length, in decimal as it is stored.
+  // The address as inet_ntop(3) writes it. The types with a prefix length
+  // append "/" and the stored length in decimal.
   virtual std::string to_string() const = 0;
 
  protected:

@@ -1,4 +1,4 @@
-// The addresses of a prefix as one block, the same type for both families.
+// A prefix as a block of addresses, with one type for both families.
 #ifndef NETTYPES_NETWORK_H_
 #define NETTYPES_NETWORK_H_
 
@@ -18,13 +18,13 @@ struct Network {
   std::uint32_t length = 0;
 };
 
-// The block that the prefix is in; the host bits are cleared. A length that no
-// prefix has counts as Overlap() counts it.
+// The block of a prefix: the host bits are cleared, and the length is clamped
+// as in Overlap().
 Network NetworkOf(const IPv4AddrMask& prefix);
 Network NetworkOf(const IPv6AddrMask& prefix);
 
-// Whether every address of the second block is in the first one. Two blocks
-// have an address in common only if one contains the other.
+// Whether every address of `inner` is in `outer`. Two blocks have an address in
+// common only if one contains the other.
 bool Contains(const Network& outer, const Network& inner);
 
 // The smallest block that contains both.

@@ -10,12 +10,13 @@
 
 namespace ipav::cli::check {
 
-// A configuration to judge.
+// A configuration to validate.
 struct Device {
   std::size_t number = 1;  // in the list of all devices, from 1
   std::string candidate;
   std::string running;  // file; empty: nothing is configured yet
-  // Why the device cannot be judged, known before anything is read; else empty.
+  // Why the device cannot be validated, if that is known before any file is
+  // read; else empty.
   std::string problem;
 };
 

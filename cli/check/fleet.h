@@ -1,5 +1,5 @@
-// Judges many devices, several at a time, each in a process of its own: a
-// device that hangs or crashes does not affect the others.
+// Validates many devices, several at a time, each in its own process: a device
+// that hangs or crashes does not affect the others.
 #ifndef IPAV_CLI_CHECK_FLEET_H_
 #define IPAV_CLI_CHECK_FLEET_H_
 

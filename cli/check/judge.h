@@ -1,4 +1,4 @@
-// Judges one device: reads its configurations, runs the commit with the
+// Validates one device: reads its configurations, runs the commit with the
 // plug-in, and makes the report.
 #ifndef IPAV_CLI_CHECK_JUDGE_H_
 #define IPAV_CLI_CHECK_JUDGE_H_
@@ -36,8 +36,8 @@ class Judge {
         const JudgeOptions& options)
       : model_(model), running_(running), options_(options) {}
 
-  // Makes the last words of a process that ends because a configuration is not
-  // read in time, from the report on the device.
+  // Makes the final output of a process that ends because a configuration is
+  // not read in time, from the report on the device.
   using TimeOver = std::function<LastWords(const report::DeviceReport&)>;
 
   // Throws plugin::PluginError.

@@ -1,5 +1,5 @@
-// Runs numbered jobs, each in a process of its own, several at a time, and
-// returns their results in order.
+// Runs numbered jobs, each in its own process, several at a time, and returns
+// their results in order.
 #ifndef IPAV_CLI_CHECK_POOL_H_
 #define IPAV_CLI_CHECK_POOL_H_
 

@@ -1,4 +1,4 @@
-// The progress of a fleet, in one line of a terminal that is redrawn.
+// Shows the progress of a fleet in one line of the terminal, which is redrawn.
 #ifndef IPAV_CLI_CHECK_PROGRESS_H_
 #define IPAV_CLI_CHECK_PROGRESS_H_
 

@@ -1,4 +1,4 @@
-// A finding as text, for formats that have no members for its parts.
+// A finding as text, for report formats that have no fields for its parts.
 #ifndef IPAV_CLI_REPORT_FINDING_TEXT_H_
 #define IPAV_CLI_REPORT_FINDING_TEXT_H_
 

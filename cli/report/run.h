@@ -1,4 +1,4 @@
-// What a report says of its run, besides the devices.
+// The parts of a report about its run, besides the devices.
 #ifndef IPAV_CLI_REPORT_RUN_H_
 #define IPAV_CLI_REPORT_RUN_H_
 
@@ -48,8 +48,8 @@ struct Run {
   std::size_t list_size = 0;  // number of devices of all shards
 };
 
-// "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed", after the shard if
-// the run is one.
+// "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed", after "shard 1 of
+// 4 of 12 devices, " if the run is a shard.
 std::string InWords(const Run& run);
 
 }  // namespace ipav::cli::report

@@ -1,5 +1,5 @@
-// A format of reports. Devices are written as they come, so that a fleet needs
-// no more memory than one device.
+// A format of reports. Each device is written when it is added, so that a fleet
+// needs no more memory than one device.
 #ifndef IPAV_CLI_REPORT_WRITER_H_
 #define IPAV_CLI_REPORT_WRITER_H_
 

@@ -8,7 +8,7 @@ namespace ipav::base {
 
 // Two lower-case hexadecimal digits for each byte.
 std::string ToHex(const std::string& bytes);
-// The reverse. Throws std::invalid_argument.
+// The inverse of ToHex(). Throws std::invalid_argument for any other text.
 std::string FromHex(const std::string& hex);
 
 }  // namespace ipav::base

@@ -1,4 +1,4 @@
-// An open file of the system's interface, closed with its owner.
+// Owns a file descriptor, and closes it in the destructor.
 #ifndef IPAV_HOST_BASE_FILE_DESCRIPTOR_H_
 #define IPAV_HOST_BASE_FILE_DESCRIPTOR_H_
 

@@ -1,4 +1,4 @@
-// How long something may take, on the monotonic clock.
+// Time limits, on the monotonic clock.
 #ifndef IPAV_HOST_BASE_TIME_LIMIT_H_
 #define IPAV_HOST_BASE_TIME_LIMIT_H_
 
@@ -14,7 +14,7 @@ constexpr TimeLimit kNoTimeLimit{0};
 // "1 second", "60 seconds", "0.25 seconds".
 std::string InWords(TimeLimit limit);
 
-// A time limit that starts with the construction.
+// Measures a time limit from the construction on.
 class Countdown {
  public:
   explicit Countdown(TimeLimit limit);

@@ -31,7 +31,7 @@ constexpr bool IsContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U;
 }
 
-// For UTF-8: counts the first bytes of characters.
+// The number of characters of a UTF-8 text.
 std::size_t CountCharacters(std::string_view text);
 
 // Left-to-right and right-to-left marks, embeddings, overrides and isolates:
@@ -49,7 +49,8 @@ bool IsPrintable(std::string_view text);
 // printable become \xNN or \uNNNN.
 std::string Printable(std::string_view text);
 
-// The same in quotes, with \", \\, \n, \r and \t.
+// The same for a text in quotes, with \", \\, \n, \r and \t; Quoted() adds the
+// quotes.
 std::string Escaped(std::string_view text);
 std::string Quoted(std::string_view text);
 

@@ -41,11 +41,11 @@ class Reporter {
 constexpr std::size_t kMaxOutput = std::size_t{64} << 20;
 constexpr std::size_t kMaxMessages = std::size_t{256} << 20;
 
-// Why the child was killed, if so.
+// Why the child was killed.
 enum class Stopped {
   kNot,
   kTimeLimit,
-  kOutputLimit,  // it wrote, or sent, more than the host keeps
+  kOutputLimit,  // its output or messages exceeded the limit
 };
 
 struct ChildReport {

@@ -1,5 +1,5 @@
-// The messages that the child of a commit sends to the host: one letter, and
-// the texts that follow it.
+// The messages that the child of a commit sends to the host: each is one letter
+// and the texts named in its comment.
 #ifndef IPAV_HOST_COMMIT_CHILD_MESSAGES_H_
 #define IPAV_HOST_COMMIT_CHILD_MESSAGES_H_
 

@@ -68,7 +68,7 @@ struct Outcome {
   std::string failure;
   std::string failed_point;
   std::string failed_path;
-  std::string output;  // what the plug-in wrote, which it should not
+  std::string output;  // of the plug-in, which should write nothing
   std::vector<std::string> faults;
   std::vector<std::string> left_open;  // "2 cursors"
   std::vector<std::string> debug_lines;

@@ -1,5 +1,5 @@
-// The exception for a failed call of the stand-in, before it becomes a C
-// result.
+// The exception for a failed call of the daemon's C interface; Guarded() turns
+// it into CONFD_ERR.
 #ifndef IPAV_HOST_CONFD_CONFD_ERROR_H_
 #define IPAV_HOST_CONFD_CONFD_ERROR_H_
 

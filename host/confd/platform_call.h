@@ -1,4 +1,4 @@
-// The calls of the daemon's interface, which are counted.
+// The functions of the daemon's interface whose calls are counted.
 #ifndef IPAV_HOST_CONFD_PLATFORM_CALL_H_
 #define IPAV_HOST_CONFD_PLATFORM_CALL_H_
 

@@ -24,8 +24,8 @@ namespace ipav::confd {
 
 class Session {
  public:
-  // Borrows its arguments. The diff is that of the two trees; the running one
-  // may be made only when it is asked for.
+  // Borrows its arguments. `running` returns the running tree, and is called
+  // only when that tree is needed. `diff` is the difference of the two trees.
   Session(std::function<const datastore::DataTree&()> running,
           const datastore::DataTree& candidate, const datastore::Diff& diff);
   Session(const datastore::DataTree& running,

@@ -10,8 +10,8 @@
 
 namespace ipav::datastore {
 
-// An entry, among the siblings or below them, with the keys of an entry before
-// it. Null if there is none.
+// An entry, among the siblings or below them, with the same keys as an earlier
+// entry of its list. Null if there is none.
 const lyd_node* FindDuplicate(const lyd_node* siblings);
 
 // Throws InputError, for the file `path`, if there is one.

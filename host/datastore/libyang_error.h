@@ -10,9 +10,9 @@
 
 namespace ipav::datastore {
 
-// The first error that libyang recorded since the last ClearErrors(); the
-// others are its consequences. libyang's text began `skipped_lines` after the
-// start of the file.
+// The first error that libyang recorded since the last ClearErrors(); later
+// ones are its consequences. The text that libyang parsed begins
+// `skipped_lines` lines after the start of the file.
 InputError FirstError(const ly_ctx* context, const std::string& file,
                       unsigned long skipped_lines = 0);
 

@@ -1,5 +1,6 @@
 // The addresses of a configuration by address space, for a picture or a table:
-// which block contains which, what is new, and what is in conflict.
+// which block contains which, which addresses are new, and which are in
+// conflict.
 #ifndef IPAV_HOST_VIEW_ADDRESS_PLAN_H_
 #define IPAV_HOST_VIEW_ADDRESS_PLAN_H_
 
@@ -53,9 +54,9 @@ struct Prefix {
   std::string before;
 
   // Indices of prefixes of its space that are in conflict with it: the smallest
-  // that contains it, and those of which it is the smallest. Overlapping
-  // prefixes are in conflict when they are on two interfaces, or have the same
-  // address.
+  // one that contains it, and those for which it is the smallest one.
+  // Overlapping prefixes are in conflict when they are on two interfaces, or
+  // have the same address.
   std::vector<std::size_t> overlaps;
   std::vector<std::size_t> findings;  // that name it, by number from 0
 

@@ -1,5 +1,5 @@
-// Starts and stops the NETCONF library, which has global state. It calls our
-// function of each operation.
+// Starts and stops the NETCONF library, which has global state. It calls the
+// function in operations.h for each operation.
 #ifndef IPAV_IPAVD_NETCONF_LIBRARY_H_
 #define IPAV_IPAVD_NETCONF_LIBRARY_H_
 

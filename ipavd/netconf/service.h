@@ -1,4 +1,4 @@
-// All sessions of a server and its datastores. The caller brings the clients
+// All sessions of a server and its datastores. The caller accepts the clients
 // and waits for their messages. A Library must exist.
 #ifndef IPAV_IPAVD_NETCONF_SERVICE_H_
 #define IPAV_IPAVD_NETCONF_SERVICE_H_

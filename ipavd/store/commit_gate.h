@@ -19,10 +19,10 @@
 
 namespace ipav::store {
 
-// A configuration. It is shared, and never changed.
+// A shared, immutable configuration.
 using Configuration = std::shared_ptr<const datastore::DataTree>;
 
-// Judges a candidate against running. Throws what commit::RunCommit() does.
+// Validates a candidate against running. Throws what commit::RunCommit() does.
 using CommitEngine = std::function<commit::Outcome(
     const datastore::DataTree& running, const datastore::DataTree& candidate)>;
 

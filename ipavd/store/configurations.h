@@ -1,11 +1,10 @@
 // The configurations of one server, in memory and in its state folder:
 // running.xml, startup.xml, candidate.xml while the candidate differs from
-// running, and rollback.xml while a confirmed commit waits for its
-// confirmation.
+// running, and rollback.xml while a confirmed commit is pending.
 //
 // A change that returns no error is on the disk; only the candidate may be lost
 // when the power fails. After an error everything is as before. It does not
-// check what becomes running.
+// validate what becomes running.
 #ifndef IPAV_IPAVD_STORE_CONFIGURATIONS_H_
 #define IPAV_IPAVD_STORE_CONFIGURATIONS_H_
 
@@ -34,7 +33,7 @@ using Result = std::optional<RpcError>;  // none: success
 
 class Configurations {
  public:
-  // Takes what was loaded; the folder is borrowed.
+  // Takes over the loaded configurations; the folder is borrowed.
   Configurations(Loaded&& loaded, StateFolder* folder);
 
   // Top nodes, with default nodes marked as such; null for none. Valid until
@@ -44,15 +43,15 @@ class Configurations {
   const Configuration& running() const { return running_; }
   bool has_startup() const { return startup_ != nullptr; }
 
-  // The running configuration before a confirmed commit that waits; null when
-  // none waits.
+  // The running configuration before the pending confirmed commit; null when
+  // none is pending.
   const Configuration& rollback() const { return rollback_; }
 
   // Whether candidate differs from running.
   bool IsCandidateChanged() const;
 
   Result SetCandidate(Nodes nodes);
-  Result DropCandidate();  // it is running again
+  Result DropCandidate();  // it equals running again
 
   // Null deletes it.
   Result SetStartup(const Configuration& configuration);
@@ -60,12 +59,12 @@ class Configurations {
   // Replaces running. The candidate stays.
   Result SetRunning(const Configuration& configuration);
 
-  // Commits the candidate: for good, which confirms a commit that waits, or
-  // until RollBack().
+  // Commit the candidate: Commit() permanently, which also confirms a pending
+  // commit, CommitForNow() until RollBack().
   Result Commit(const Configuration& configuration);
   Result CommitForNow(const Configuration& configuration);
 
-  // Ends a confirmed commit that waits: running is the rollback configuration
+  // Ends the pending confirmed commit: running is the rollback configuration
   // again.
   Result RollBack();
 
@@ -73,7 +72,7 @@ class Configurations {
   // back on the disk.
   Result RollBackAnyway();
 
-  // Ends a confirmed commit that waits, and keeps running as it is.
+  // Ends the pending confirmed commit, and does not change running.
   void ForgetRollback();
 
   // Messages for the operator, one line each: those since the last call.
@@ -92,8 +91,8 @@ class Configurations {
   StateFolder& folder_;
   Configuration running_;
   Configuration startup_;           // null: there is none
-  Configuration rollback_;          // null: no confirmed commit waits
-  std::optional<Nodes> candidate_;  // none: it is running
+  Configuration rollback_;          // null: no confirmed commit is pending
+  std::optional<Nodes> candidate_;  // none: same as running
   std::vector<std::string> notices_;
 };
 

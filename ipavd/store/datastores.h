@@ -1,8 +1,8 @@
 // The datastores running, candidate and startup of one server (RFC 6241): the
 // operations on them, their locks, and confirmed commits.
 //
-// Nothing becomes running without the commit gate. For one thread at a time.
-// The model and the folder are borrowed.
+// Nothing becomes running without the commit gate. Not thread-safe. The model
+// and the folder are borrowed.
 #ifndef IPAV_IPAVD_STORE_DATASTORES_H_
 #define IPAV_IPAVD_STORE_DATASTORES_H_
 
@@ -57,7 +57,7 @@ enum class ErrorOption : std::uint8_t {
 struct EditRequest {
   Datastore target = Datastore::kCandidate;
   Operation default_operation = Operation::kMerge;
-  // By default, a candidate may be wrong until it is committed. An edit of
+  // By default, a candidate may be invalid until it is committed. An edit of
   // running is always tested.
   TestOption test_option = TestOption::kSet;
   ErrorOption error_option = ErrorOption::kStop;
@@ -76,9 +76,9 @@ struct CommitRequest {
 class Datastores {
  public:
   // Loads the folder, running through the gate. Rolls back a confirmed commit
-  // that was waiting when the last server ended. Throws StateError, and changes
+  // that was pending when the last server ended. Throws StateError, and changes
   // nothing, when a file is missing or damaged, or the gate refuses it; the
-  // text says what can be done. A null `now` means the clock.
+  // text says what can be done. A null `now` means the monotonic clock.
   Datastores(CommitGate gate, StateFolder* folder,
              std::function<TimePoint()> now = nullptr);
   Datastores(const Datastores&) = delete;
@@ -111,7 +111,7 @@ class Datastores {
   // had locked, and rolls back its confirmed commit unless that is persistent.
   void SessionEnded(SessionId session);
 
-  // Who has locked a datastore, and since when.
+  // The session that has locked a datastore, and since when.
   struct LockState {
     SessionId session;
     std::chrono::system_clock::time_point since;

@@ -16,7 +16,7 @@
 
 namespace ipav::store {
 
-// An element of an edit and the node of the model that it stands for.
+// An element of an edit and the node of the model that it names.
 struct EditItem {
   const xmlNode* element;
   const lysc_node& schema;

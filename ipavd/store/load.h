@@ -25,17 +25,17 @@ inline constexpr const char* kVersionFile = "version";
 struct Loaded {
   Configuration running;           // never null
   Configuration startup;           // null: there is none
-  std::optional<Nodes> candidate;  // none: it is running
+  std::optional<Nodes> candidate;  // none: same as running
   std::vector<std::string> notices;
 };
 
 // Running is rollback.xml if a confirmed commit was not confirmed; else
 // running.xml; if that is missing, startup.xml; and empty on the first start.
-// It goes through the gate, as a change from an empty configuration, and is on
-// the disk when the function returns.
+// The gate validates it as a change from an empty configuration. It is on the
+// disk when the function returns.
 //
 // Throws StateError if a file is damaged, missing or refused, and then has
-// written only what it had accepted. A damaged candidate is given up.
+// written only what it had accepted. A damaged candidate is discarded.
 Loaded Load(const CommitGate& gate, StateFolder* folder);
 
 }  // namespace ipav::store

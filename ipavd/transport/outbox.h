@@ -1,4 +1,4 @@
-// Bytes that wait to be sent.
+// Bytes that are still to be sent.
 #ifndef IPAV_IPAVD_TRANSPORT_OUTBOX_H_
 #define IPAV_IPAVD_TRANSPORT_OUTBOX_H_
 

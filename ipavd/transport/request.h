@@ -1,6 +1,6 @@
-// Prepares a client's message for the server. Its NETCONF library takes input
-// that is not XML for XML: it crashes on a comment alone, and quotes broken
-// attributes in its reply.
+// Prepares a client's message for the server. The server's NETCONF library does
+// not handle input that is not XML: it crashes on a message that is only a
+// comment, and copies broken attributes to its reply.
 #ifndef IPAV_IPAVD_TRANSPORT_REQUEST_H_
 #define IPAV_IPAVD_TRANSPORT_REQUEST_H_
 

@@ -1,4 +1,4 @@
-// Signals as bytes in a pipe, for loops with poll(2).
+// Turns signals into bytes in a pipe, for loops with poll(2).
 #ifndef IPAV_IPAVD_TRANSPORT_SIGNALS_H_
 #define IPAV_IPAVD_TRANSPORT_SIGNALS_H_
 

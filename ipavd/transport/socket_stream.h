@@ -1,4 +1,4 @@
-// A byte stream that is a socket.
+// A byte stream over a socket.
 #ifndef IPAV_IPAVD_TRANSPORT_SOCKET_STREAM_H_
 #define IPAV_IPAVD_TRANSPORT_SOCKET_STREAM_H_
 

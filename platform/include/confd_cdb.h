@@ -1,6 +1,6 @@
-/* CDB: reads of a whole data store, here of the running configuration, which
- * does not see the transaction under validation. Compatible by name with
- * ConfD's libconfd. Paths as in confd_maapi.h. */
+/* CDB: reads of a data store, here of the running configuration without the
+ * changes of the transaction under validation. Compatible by name with ConfD's
+ * libconfd. Paths as in confd_maapi.h. */
 #ifndef IPAV_PLATFORM_CONFD_CDB_H_
 #define IPAV_PLATFORM_CONFD_CDB_H_
 

@@ -28,7 +28,7 @@ extern "C" {
 #define CONFD_EOF (-2)
 #define CONFD_VALIDATION_WARN (-3)
 
-/* Why the last call failed with CONFD_ERR, and a text of it. */
+/* Error number and error text of the last call that returned CONFD_ERR. */
 #define CONFD_ERR_NOEXISTS 1
 #define CONFD_ERR_BADTYPE 5
 #define CONFD_ERR_BADPATH 8
@@ -41,10 +41,10 @@ extern "C" {
 extern int confd_errno;
 char* confd_lasterr(void);
 
-/* Type of a value. The numbers are the daemon's; gaps are types that no
- * interface of this system carries. */
+/* Type of a value. The numbers are the daemon's; types that this system does
+ * not use are left out. */
 enum confd_vtype {
-  C_NOEXISTS = 1, /* ends a row of keys; "no value" elsewhere */
+  C_NOEXISTS = 1, /* end of a row of keys; elsewhere: no value */
   C_XMLTAG = 2,   /* a node of the data model */
   C_STR = 4,      /* NUL-terminated text, never received */
   C_BUF = 5,      /* text, size in `buf`, NUL-terminated when received */
@@ -116,7 +116,7 @@ typedef struct confd_hkeypath {
   confd_value_t v[MAXDEPTH][MAXKEYLEN];
 } confd_hkeypath_t;
 
-/* Readers of a value, by pointer. The wrong type is a programming error. */
+/* Read a value through a pointer, and assert its type. */
 #ifndef CONFD_ASSERT
 #define CONFD_ASSERT(E) assert(E)
 #endif
@@ -132,8 +132,8 @@ typedef struct confd_hkeypath {
 #define CONFD_GET_ENUM_VALUE(V) CONFD_GET_CHECKED(V, C_ENUM_VALUE, enumvalue)
 #define CONFD_GET_IPV4(V) CONFD_GET_CHECKED(V, C_IPV4, ip)
 
-/* What a validation callback is told of its transaction. Owned by the daemon;
- * valid for the length of the callback. */
+/* The transaction of a validation callback. Owned by the daemon; valid until
+ * the callback returns. */
 struct confd_trans_ctx {
   int thandle;            /* handle of the transaction, for every MAAPI read */
   void* t_opaque;         /* the application's, for transaction callbacks */

@@ -14,10 +14,10 @@
  * A read of a leaf fails with CONFD_ERR_NOEXISTS where it has neither value
  * nor default, with CONFD_ERR_BADTYPE where its type is not the call's (never
  * a conversion), with CONFD_ERR_BADPATH where the path is malformed or unknown
- * to the model. An output argument is left alone by a failing read.
+ * to the model. A failing read does not change its output argument.
  *
- * Where the daemon's documentation leaves something open, what is said here is
- * what our implementations do; the plug-in does not rely on it. */
+ * Where the daemon's documentation is silent, these comments describe our
+ * implementations; the plug-in does not rely on it. */
 #ifndef IPAV_PLATFORM_CONFD_MAAPI_H_
 #define IPAV_PLATFORM_CONFD_MAAPI_H_
 
@@ -27,8 +27,9 @@
 extern "C" {
 #endif
 
-/* 1 when the node exists, 0 when not, else an error, which is not zero either.
- * A list without keys exists when it has an entry (open in the daemon). */
+/* Returns 1 if the node exists, 0 if not, else an error, which is not 0. The
+ * path of a list without keys exists if the list has an entry (not documented
+ * for the daemon). */
 int maapi_exists(int sock, int thandle, const char* fmt, ...);
 
 /* Number of entries of the list (path without keys), or CONFD_ERR. */
@@ -58,7 +59,7 @@ int maapi_get_ipv6_and_plen_elem(int sock, int thandle,
                                  const char* fmt, ...);
 
 /* Walks the entries of a list. After maapi_get_next() `n` is the number of
- * keys of the current entry, 0 behind the last one; the keys belong to the
+ * keys of the current entry, 0 after the last one; the keys belong to the
  * cursor and are replaced by the next call. */
 struct maapi_cursor {
   confd_value_t keys[MAXKEYLEN];

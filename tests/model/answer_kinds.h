@@ -1,5 +1,5 @@
-// Which kinds of answer the random lives bring up, and how often. A generator
-// that misses a rule would let any mistake in it pass.
+// Counts the kinds of answers in the random scenarios. If the generator never
+// triggered a rule, no mistake in it could be found.
 #ifndef IPAV_TESTS_MODEL_ANSWER_KINDS_H_
 #define IPAV_TESTS_MODEL_ANSWER_KINDS_H_
 
@@ -19,15 +19,15 @@ class AnswerTally {
   void CountLife() { ++lives_; }
   void Count(const Call& call, const Answer& answer);
 
-  // An answer that a read of an earlier call made different.
+  // Counts an answer that differs because an earlier call has read something.
   void CountDecidedByEarlierRead();
-  // A read of the OSPFv2 table that went well after one that did not.
+  // Counts a read of the OSPFv2 table that succeeded after one that failed.
   void CountOspfReadAgain();
 
   unsigned lives() const { return lives_; }
   void Print(std::ostream& out) const;
 
-  // The kinds that must come up and did not, and answers of no known kind.
+  // The kinds that must occur and did not, and answers of no known kind.
   std::vector<std::string> Missing() const;
   std::vector<std::string> Unknown() const;
 

@@ -1,6 +1,6 @@
-// The random numbers of which a configuration or a life is made. 0 is the
-// plainest choice, and a smaller number never makes a larger one, so that the
-// property test can make a case that fails plainer by making numbers smaller.
+// The random numbers from which a configuration or a scenario is made. 0 is the
+// simplest choice, and a smaller number never makes a larger case, so that the
+// property test can simplify a failing case by making numbers smaller.
 #ifndef IPAV_TESTS_MODEL_CHOICES_H_
 #define IPAV_TESTS_MODEL_CHOICES_H_
 
@@ -22,8 +22,8 @@ class Choices {
   // Zeros follow the last number.
   explicit Choices(Numbers numbers) : numbers_(std::move(numbers)) {}
 
-  // The next `count` numbers. What is made of them does not depend on how many
-  // numbers the parts before them used.
+  // The next `count` numbers. A part always takes as many, so that later parts
+  // do not depend on how many of them are used.
   Choices Part(std::size_t count) {
     Numbers part;
     while (part.size() < count) part.push_back(Next());
@@ -37,7 +37,7 @@ class Choices {
     return Below(all) >= all - times;
   }
 
-  // One of some values, each as often as the number in front of it says.
+  // One of the values, with the probability that its weight gives it.
   template <typename T>
   T Pick(std::initializer_list<std::pair<std::size_t, T>> weighted) {
     std::size_t all = 0;
@@ -58,8 +58,8 @@ class Choices {
     return Chance(4, 5) ? std::optional<T>(std::move(value)) : std::nullopt;
   }
 
-  // Results of make(): 0 to `most`, each number of them as often. All are made,
-  // so that one more or less does not change what follows.
+  // 0 to `most` results of make(). Calls it `most` times in any case, so that
+  // later choices do not depend on how many results are kept.
   template <typename Make>
   auto UpTo(std::size_t most, Make make) {
     std::vector<decltype(make())> kept;

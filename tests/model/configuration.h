@@ -1,5 +1,5 @@
-// A configuration of the element as one transaction shows it, in plain words
-// that need nothing of the plug-in or of the platform.
+// A configuration as one transaction shows it, described without types of the
+// plug-in or the platform.
 #ifndef IPAV_TESTS_MODEL_CONFIGURATION_H_
 #define IPAV_TESTS_MODEL_CONFIGURATION_H_
 
@@ -50,7 +50,7 @@ using Place = std::vector<PathElement>;
 Place PlaceOf(const std::string& text);
 std::string PlaceText(const Place& place);
 
-// A key that a path can name. Below any other key nothing can be read.
+// Whether a path can contain the key. Nothing can be read below another key.
 bool IsAddressable(const std::string& key);
 
 // ---- Interfaces ------------------------------------------------------------
@@ -71,7 +71,7 @@ struct InterfaceEntry {
   Leaf<std::string> vrf;
   std::optional<std::int32_t> vlan;  // of an l3
   std::optional<Prefix> primary;     // of an l3 or mgmt
-  std::vector<AddressEntry> ipv4;    // secondaries of an l3; of a loopback
+  std::vector<AddressEntry> ipv4;    // of an l3 only secondaries
   std::vector<AddressEntry> ipv6;
   RaTimers timers;  // of an l3 or mgmt
 };
@@ -90,7 +90,7 @@ struct RouteRow {
   Octets destination;
   std::int32_t length = 0;
   Octets next_hop;
-  unsigned times = 1;  // how many rows of that kind follow each other
+  unsigned times = 1;  // number of such rows
 };
 
 // Output interface of the routes with these values.

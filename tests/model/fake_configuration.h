@@ -11,7 +11,7 @@ namespace ipav::model {
 testing::Value ValueOf(const Prefix& prefix);
 testing::KeyPath KeyPathOf(const Place& place);
 
-// On a fake that shows nothing yet.
+// The fake must be empty.
 void ShowOnFake(const Configuration& configuration);
 
 }  // namespace ipav::model

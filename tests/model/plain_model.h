@@ -1,7 +1,6 @@
-// The rules once more, in the plainest way: what each call must answer,
-// computed from a description of the configuration. No index, no cleverness,
-// and nothing of the plug-in's code or types, so that the two cannot share a
-// mistake.
+// A second, simple implementation of the rules: computes the answer of each
+// call from a description of the configuration. It has no indexes, and uses
+// none of the plug-in's code or types, so that the two do not share mistakes.
 #ifndef IPAV_TESTS_MODEL_PLAIN_MODEL_H_
 #define IPAV_TESTS_MODEL_PLAIN_MODEL_H_
 
@@ -26,7 +25,7 @@ enum class Action : std::uint8_t {
   kLimitRule,
   kBlackHoleRule,
   kOutputRule,
-  kMerge,  // records of both families into those of the l3 interfaces
+  kMerge,  // merge both families' records of l3
 };
 
 struct Call {
@@ -37,7 +36,7 @@ struct Call {
   std::size_t transaction = 0;  // whose configuration is current
 };
 
-// What can leave a call.
+// The exceptions that a call can throw.
 enum class Exception : std::uint8_t {
   kNone,
   kShortName,       // of an output interface
@@ -49,7 +48,7 @@ enum class Exception : std::uint8_t {
 struct Answer {
   int verdict = 0;
   std::optional<std::string> text;
-  std::string format;  // that a call of the entry point set the text by
+  std::string format;                      // of `text`, set by kValidate only
   Exception exception = Exception::kNone;  // of any, verdict says nothing
   std::vector<std::string> faults;
   std::vector<std::string> log;
@@ -63,7 +62,8 @@ std::ostream& operator<<(std::ostream& out, const Answer& answer);
 
 // ---- The model -------------------------------------------------------------
 
-// One life of the library: what was read stays read.
+// One life cycle of the library, from lib_init() to lib_finish(): what was read
+// is not read again.
 class PlainModel {
  public:
   Answer Run(const Call& call, const Configuration& current);
@@ -104,15 +104,15 @@ class PlainModel {
   void ValidateOutputs();
   void ValidateOspfAddresses();
   void ValidateVrfs(const Place& place);
-  // Of a rule: false, with its text noted.
+  // Stores the text of a violated rule. Returns false.
   bool Refuse(const std::string& text);
-  // Turns what the rule found into the answer.
+  // Makes the answer from the result of a rule.
   void Report(bool holds);
-  // The answer by a text of the callback's own.
+  // Makes the answer with a text that the callback itself sets.
   void Reject(const std::string& format, const std::string& text);
 
-  // plain_model_readers.cc: what is read, once for a family. A read that an
-  // exception leaves notes it in the answer and is false.
+  // plain_model_readers.cc: the reads, once per family. A read that throws
+  // stores the exception in the answer and returns false.
   void ReadL3(int family);
   void ReadLoopback(int family);
   void ReadMgmt(int family);
@@ -171,7 +171,8 @@ class PlainModel {
   Reader lo_;
   Reader mgmt_;
 
-  // In the order filed. Of several with one key the first one counts.
+  // In the order in which they were read. Of several with one key the first one
+  // counts.
   std::vector<Route> ipv4_routes_;
   std::vector<Route> ipv6_routes_;
   std::uint32_t ipv4_count_ = 0;
@@ -188,7 +189,8 @@ class PlainModel {
   Answer answer_;
 };
 
-// Counted from the leaf end, as validation points do; nothing past the root.
+// The element with this index, counted from the leaf as in a key path; empty
+// beyond the root.
 std::string ElementOf(const Place& place, std::size_t from_leaf);
 
 }  // namespace ipav::model

@@ -1,4 +1,5 @@
-// One life of the plug-in on the fake platform, in the terms of the model.
+// One life cycle of the plug-in on the fake platform, with the types of the
+// model.
 #ifndef IPAV_TESTS_MODEL_PLUGIN_LIFE_H_
 #define IPAV_TESTS_MODEL_PLUGIN_LIFE_H_
 
@@ -22,8 +23,8 @@ class PluginLife {
 
   Answer Run(const Call& call);
 
-  // Whether everything that the platform gave out during the last call was
-  // given back, and each text was set on the transaction of its call.
+  // Whether the last call released all resources of the platform, and set texts
+  // only on its own transaction.
   bool is_clean() const { return is_clean_; }
 
  private:
@@ -31,8 +32,8 @@ class PluginLife {
 
   const std::vector<Configuration>& transactions_;
   std::optional<std::size_t> shown_;
-  // One for each call. They stay, closed, so that a reader that kept the one of
-  // another call reads nothing.
+  // One for each call. They are closed but kept, so that a reader that uses the
+  // context of an earlier call reads nothing.
   std::list<confd_trans_ctx> contexts_;
   void* context_ = nullptr;
   bool is_clean_ = true;

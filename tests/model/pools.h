@@ -1,4 +1,4 @@
-// The few values that random configurations and calls are made of.
+// The small sets of values from which random configurations and calls are made.
 #ifndef IPAV_TESTS_MODEL_POOLS_H_
 #define IPAV_TESTS_MODEL_POOLS_H_
 
@@ -10,14 +10,13 @@
 
 namespace ipav::model {
 
-// An address as a text. The first ones are those that interfaces have most
-// often.
+// An address as text. The first ones are the most frequent ones of interfaces.
 std::string AnyAddress(Choices* choices, int family);
 Prefix AnyPrefix(Choices* choices, int family);
 Leaf<std::string> AnyVrf(Choices* choices);
 std::int32_t AnyVlan(Choices* choices);
 
-// Of an l3 interface, most are valid; of another one.
+// Keys of l3 interfaces, mostly valid, and of other interfaces.
 std::string AnyL3Key(Choices* choices);
 std::string AnyPlainKey(Choices* choices);
 

@@ -1,4 +1,5 @@
-// Random configurations in which few addresses, names and VRFs meet often.
+// Random configurations with few different addresses, names and VRFs, so that
+// these often coincide.
 #ifndef IPAV_TESTS_MODEL_RANDOM_CONFIGURATION_H_
 #define IPAV_TESTS_MODEL_RANDOM_CONFIGURATION_H_
 
@@ -11,14 +12,14 @@ namespace ipav::model {
 
 Configuration AnyConfiguration(Choices* choices);
 
-// random_ospf.cc: puts OSPF on the interfaces, sets the VLANs that run, and
-// makes changes. Most of what OSPF knows is right.
+// random_ospf.cc: adds the OSPF tables, the running VLANs and the changes. Most
+// rows of OSPF match the interfaces.
 void AddOspf(Choices* choices, Configuration* configuration);
 
-// A row that cannot be read: one of its keys is not what it should be.
+// A row that cannot be read, because one of its keys is invalid.
 Ospfv2Row AnyBadRow(Choices* choices);
 
-// Adds a row, mostly between others.
+// Inserts a row at a random position.
 void InsertAnywhere(Choices* choices, const Ospfv2Row& row,
                     std::vector<Ospfv2Row>* rows);
 

@@ -1,5 +1,5 @@
-// Random lives of the library: one or two configurations, and calls that change
-// between them.
+// Random life cycles of the library: one or two configurations, and calls on
+// them.
 #ifndef IPAV_TESTS_MODEL_SCENARIO_H_
 #define IPAV_TESTS_MODEL_SCENARIO_H_
 
@@ -12,7 +12,7 @@
 
 namespace ipav::model {
 
-// The calls of one life. Each transaction shows a configuration of its own.
+// The calls of one life cycle. Each transaction has its own configuration.
 struct Scenario {
   std::vector<Configuration> transactions;
   std::vector<Call> calls;

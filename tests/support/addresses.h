@@ -1,4 +1,4 @@
-// Address values from their text, for what a test expects.
+// Makes the addresses that a test expects from their texts.
 #ifndef IPAV_TESTS_SUPPORT_ADDRESSES_H_
 #define IPAV_TESTS_SUPPORT_ADDRESSES_H_
 

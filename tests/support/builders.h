@@ -1,5 +1,5 @@
-// Inputs of validation calls: key paths, and valid configurations of which a
-// test changes one thing.
+// Builders of inputs: key paths, and valid configurations in which a test
+// changes one member.
 #ifndef IPAV_TESTS_SUPPORT_BUILDERS_H_
 #define IPAV_TESTS_SUPPORT_BUILDERS_H_
 
@@ -16,15 +16,15 @@ namespace ipav::testing {
 
 class FakePlatform;
 
-// A key path, written from the root and stored leaf first. The pointer of
-// get() is good until the object is changed, copied or destroyed.
+// A key path, written from the root and stored leaf first. The pointer of get()
+// is valid until the object is changed, copied or destroyed.
 class KeyPath {
  public:
   KeyPath& Node(const std::string& name) { return Element({Tag(TagOf(name))}); }
   KeyPath& Keys(std::vector<Value> keys) { return Element(std::move(keys)); }
   KeyPath& Key(Value key) { return Element({std::move(key)}); }
 
-  // One element of any kind, also of a kind that the daemon never makes there.
+  // Appends an element of any type, also one that the daemon never puts there.
   KeyPath& Element(std::vector<Value> row);
 
   // Replaces the element at the index v[index] of the stored path.
@@ -38,7 +38,8 @@ class KeyPath {
   confd_hkeypath_t stored_{};
 };
 
-// The router-advertisement timers of one interface: what both rules accept.
+// The router-advertisement timers of one interface. Both rules accept the
+// defaults.
 struct RaConfig {
   std::string kind = "l3";
   std::string name = "core1";
@@ -51,14 +52,14 @@ struct RaConfig {
   void StoreIn(FakePlatform& platform) const;
 };
 
-// One interface that every rule accepts.
+// One interface. Every rule accepts the defaults.
 struct InterfaceData {
   std::string kind = "l3";
   std::string name = "core1";
   std::optional<std::string> vrf;
   std::optional<std::int32_t> vlan;
   std::optional<std::string> ipv4 = "10.1.1.1/24";  // not of a loopback
-  std::vector<std::string> ipv4_list;  // a loopback's all, an l3's secondaries
+  std::vector<std::string> ipv4_list;  // all of a loopback, secondaries of l3
   std::vector<std::string> ipv6;
 
   std::string entry() const;      // path text, ends in a brace
@@ -85,9 +86,8 @@ struct StaticRouteRow {
 void StoreVrfName(FakePlatform& platform, std::uint32_t index,
                   const std::string& name);
 
-// One row of the routing side's table of OSPFv2 interface addresses: by
-// default that OSPFv2 knows the address of the default interface, in the
-// default process.
+// One row of the routing stack's table of OSPFv2 interface addresses. By
+// default the address of the default interface, in the default process.
 struct OspfRow {
   std::uint32_t compound_id = 7;
   std::string area = "0.0.0.1";
@@ -100,7 +100,7 @@ struct OspfRow {
   void StoreIn(FakePlatform& platform) const;
 };
 
-// What a compound identifier stands for: an OSPFv2 process in a VRF.
+// The OSPFv2 process and the VRF that a compound identifier stands for.
 struct OspfProcess {
   std::uint32_t compound_id = 7;
   std::optional<std::uint32_t> proc_id = 10;
@@ -111,8 +111,8 @@ struct OspfProcess {
   void StoreIn(FakePlatform& platform) const;
 };
 
-// One row of the routing side's table of OSPFv3 interfaces: by default that the
-// default interface is on VLAN 10, whose index the fake platform makes 1010.
+// One row of the routing stack's table of OSPFv3 interfaces. By default the
+// default interface on VLAN 10, which has the index 1010 on the fake platform.
 struct Ospfv3Row {
   std::uint32_t router = 1;
   std::string area = "0.0.0.1";
@@ -128,25 +128,24 @@ struct Ospfv3Row {
 
 // ---- One line of text for each ----------------------------------------------
 
-// Such as "l3 core1 vrf red vlan 7 10.1.1.1/24 2001:db8::1/64"; without an
-// address it has none.
+// Parses "l3 core1 vrf red vlan 7 10.1.1.1/24 2001:db8::1/64". An interface
+// without an address in the line has none.
 InterfaceData InterfaceFrom(const std::string& line);
 
-// Such as "1 10.1.0.0/16 via 10.0.0.1 by eth1": the identifier of its VRF, its
-// prefix, its next hop, and the name of its output interface, if any.
+// Parses "1 10.1.0.0/16 via 10.0.0.1 by eth1": identifier of the VRF, prefix,
+// next hop, and the output interface, if any.
 StaticRouteRow RouteFrom(const std::string& line);
 
-// Such as "7 l3-core1 10.1.1.1/24 0.0.0.2": its compound identifier, its
-// interface and address, and its area where that is not 0.0.0.1. The length of
-// a row without one is "-".
+// Parses "7 l3-core1 10.1.1.1/24 0.0.0.2": compound identifier, interface,
+// address, and the area if it is not 0.0.0.1. The length "-" means none.
 OspfRow OspfRowFrom(const std::string& line);
 
-// Such as "7 10 red": its compound identifier, its number and its VRF. What it
-// does not have is "-".
+// Parses "7 10 red": compound identifier, process number and VRF; "-" means
+// none.
 OspfProcess OspfProcessFrom(const std::string& line);
 
-// Each of these lines behind the word "route", "ospf" or "process"; an
-// interface needs none.
+// Stores each of these lines. It begins with "route", "ospf" or "process", or
+// is an interface.
 void StoreLines(FakePlatform& platform, const std::vector<std::string>& lines);
 
 }  // namespace ipav::testing

@@ -1,6 +1,6 @@
-// Fixture of the tests of callbacks over the snapshot: a plug-in between
-// lib_init() and lib_finish(), called as the host calls it; and a small
-// configuration with the calls that it takes to read it.
+// Fixture of the tests of callbacks: a plug-in between lib_init() and
+// lib_finish(), called as the host calls it; and a small configuration with the
+// calls that read it.
 #ifndef IPAV_TESTS_SUPPORT_CALLBACK_TEST_H_
 #define IPAV_TESTS_SUPPORT_CALLBACK_TEST_H_
 
@@ -55,7 +55,7 @@ class CallbackTest : public PluginTest {
 
   Config& config() { return *static_cast<Config*>(context_); }
 
-  // One that has read nothing, in place of the one there is.
+  // Replaces the snapshot by a new one, which has read nothing.
   void StartSnapshot() {
     EXPECT_EQ(lib_finish(&context_), 0);
     ASSERT_EQ(lib_init(&context_), 0);
@@ -74,7 +74,7 @@ class CallbackTest : public PluginTest {
     return validate(fake.tctx(), path.get(), &newval_);
   }
 
-  // The calls behind the look-up of socket and context.
+  // The recorded calls after the look-up of socket and context.
   Texts Reads() {
     const Texts calls = fake.CallTexts();
     EXPECT_GE(calls.size(), 2U);
@@ -88,7 +88,7 @@ class CallbackTest : public PluginTest {
     return fake.calls().empty() ? "" : fake.calls().back().text();
   }
 
-  // Those of Reads() whose text has a piece.
+  // Those of Reads() whose text contains `piece`.
   Texts ReadsWith(const std::string& piece) {
     Texts found;
     for (const std::string& call : Reads()) {
@@ -104,8 +104,8 @@ class CallbackTest : public PluginTest {
 
 // ---- A small configuration -------------------------------------------------
 
-// One interface of each kind, an IPv4 route through none of their addresses,
-// and the address of core1 in OSPFv2: what every rule accepts.
+// One interface of each kind, an IPv4 route whose next hop is none of their
+// addresses, and the address of core1 in OSPFv2. Every rule accepts it.
 inline void StoreSmallConfiguration(FakePlatform& platform) {
   StoreLines(platform,
              {"l3 core1 10.1.1.1/24 2001:db8::1/64", "mgmt 9 10.2.2.2/24",
@@ -113,9 +113,9 @@ inline void StoreSmallConfiguration(FakePlatform& platform) {
               "process 7 10 global", "ospf 7 l3-core1 10.1.1.1/24"});
 }
 
-// The calls of its readers, for the family named.
+// The calls of its readers, for each family.
 
-// Of a list with one entry, up to its key.
+// The calls that read the keys of a list with one entry.
 inline Texts KeyReads(const std::string& list, const std::string& plain_list,
                       const std::string& key) {
   return {"maapi_exists(" + list + ")",

@@ -6,7 +6,8 @@
 
 namespace ipav::testing {
 
-// What an assertion names. No line: any line.
+// The parts of the report of a failed assertion. An empty line matches any
+// line.
 struct Assertion {
   std::string file;
   std::string line;
@@ -14,7 +15,7 @@ struct Assertion {
   std::string expression;
 };
 
-// A text as the regular expression (POSIX, extended) that matches just it.
+// A regular expression (POSIX, extended) that matches exactly this text.
 inline std::string Escaped(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
@@ -26,8 +27,8 @@ inline std::string Escaped(const std::string& text) {
   return escaped;
 }
 
-// The whole report as the C library prints it, after the program's name. What
-// follows it is not ours: an emulator may add a line of its own.
+// Matches the whole report as the C library prints it, after the program's
+// name. The end is not anchored: an emulator may add a line.
 inline std::string ReportOf(const Assertion& failed) {
   const std::string line = failed.line.empty() ? "[0-9]+" : failed.line;
   return "^[^ ]+: " + Escaped(failed.file) + ":" + line + ": " +

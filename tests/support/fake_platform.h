@@ -3,9 +3,9 @@
 // call is recorded in order.
 //
 // There is one fake per process, since the seam's calls are plain functions;
-// PluginTest (plugin_test.h) resets it for each test. As with the real
-// platform one validation call runs at a time; only the log may be written
-// from several threads.
+// PluginTest (plugin_test.h) resets it for each test. As on the real platform,
+// one validation call runs at a time; only the log may be written by several
+// threads.
 #ifndef IPAV_TESTS_SUPPORT_FAKE_PLATFORM_H_
 #define IPAV_TESTS_SUPPORT_FAKE_PLATFORM_H_
 
@@ -30,9 +30,9 @@
 
 namespace ipav::testing {
 
-// A call of the seam. `args` tells what it was about: the path as formatted
-// for a read, the text for an error, and so on. `format` is a path's format as
-// the caller gave it, empty for a call without a path.
+// A call of the seam. `args` is its main argument: the formatted path of a
+// read, the text of an error, and so on. `format` is the format of the path as
+// the caller passed it; empty for a call without a path.
 struct Call {
   std::string name;
   std::string args;
@@ -43,7 +43,7 @@ struct Call {
   std::string text() const { return name + "(" + args + ")"; }
 };
 
-// A text set on a transaction. Format and text are equal where the caller gave
+// A text set on a transaction. Format and text are equal if the caller passed
 // the text itself as the format.
 struct TransactionError {
   const confd_trans_ctx* tctx;
@@ -78,10 +78,11 @@ class FakePlatform {
 
   static FakePlatform& instance();
 
-  // As after the start of the process. What is still open is forgotten.
+  // Restores the state after the start of the process, and forgets open
+  // resources.
   void Reset();
 
-  // What the host hands to the plug-in. The transaction context belongs to an
+  // What the host passes to the plug-in. The transaction context belongs to an
   // open transaction of this host.
   confd_trans_ctx* tctx() { return &tctx_; }
   hostd_t* hostd();
@@ -98,7 +99,8 @@ class FakePlatform {
   void SetValue(const std::string& path, const Value& value);
   void SetContainer(const std::string& path);  // exists with nothing below
 
-  // From now on a path under none of these schema paths is a bad path.
+  // From now on, a path that is neither one of these schema paths nor the
+  // beginning of one is a bad path.
   void DeclareModel(const std::vector<std::string>& schema_paths);
 
   void SetRunning(const std::string& path, const Value& value);
@@ -107,11 +109,11 @@ class FakePlatform {
   // Reported in the order added: a node, then everything below it.
   void AddChange(const KeyPath& node, confd_iter_op op,
                  std::optional<Value> new_value = std::nullopt);
-  // What IdVrfFromComponent() answers; without one the component itself.
+  // Sets the result of IdVrfFromComponent(), by default the component itself.
   void SetVrfIndex(std::uint32_t component, std::uint32_t index);
 
-  // Failures. The first recorded call after this one has the number 1; one
-  // that cannot report a failure does what it always does.
+  // Failures. The first recorded call after this one has the number 1. A call
+  // that cannot report a failure does not fail.
   void FailCall(unsigned number, int result = CONFD_ERR);
   void FailReads(const std::string& path);   // exists, cannot be read
   void FailExists(const std::string& path);  // maapi_exists() fails
@@ -125,7 +127,8 @@ class FakePlatform {
   const std::vector<Fault>& faults() const { return faults_; }
   const std::vector<LogLine>& log_lines() const { return log_lines_; }
 
-  // What the plug-in did not give back, and what it gave back but must not.
+  // Resources that the plug-in has not released, and calls that it must not
+  // make.
   std::size_t open_cursors() const { return cursors_.size(); }
   std::size_t unfreed_values() const { return values_.size(); }
   std::size_t open_cdb_sessions() const { return cdb_sessions_.size(); }
@@ -133,7 +136,7 @@ class FakePlatform {
 
   // ---- For the fake's own functions ----------------------------------------
 
-  // A read that may go on when `code` is CONFD_OK; else what it answers.
+  // A checked read: continues if `code` is CONFD_OK, else returns `code`.
   struct Request {
     int code = CONFD_OK;
     Path path;
@@ -145,15 +148,15 @@ class FakePlatform {
     std::vector<unsigned char*> octets;  // of the current keys
   };
 
-  // Records a call; whether it is the one that fails.
+  // Records a call. Returns whether it must fail.
   bool RecordAndFail(Call call);
 
-  // Formats, records and checks a call with a path. `more` goes in front of
-  // the path in the record.
+  // Formats, records and checks a call with a path. `more` precedes the path in
+  // the record.
   Request Begin(const char* name, int sock, int thandle, const char* format,
                 va_list args, const std::string& more = "");
 
-  // Sets confd_errno and answers CONFD_ERR.
+  // Sets confd_errno and returns CONFD_ERR.
   static int Fail(int code, const std::string& reason);
 
   int failure_code() const { return failure_code_; }

@@ -1,5 +1,5 @@
-// Texts: the path texts of the seam's calls: formatting, parsing, and one
-// normal form per node, without prefixes and with single blanks between keys.
+// The path texts of the seam's calls: formatting, parsing, and one normal form
+// per node, without prefixes and with single blanks between keys.
 #ifndef IPAV_TESTS_SUPPORT_PATH_TEXT_H_
 #define IPAV_TESTS_SUPPORT_PATH_TEXT_H_
 
@@ -18,17 +18,17 @@ struct PathStep {
 
 using Path = std::vector<PathStep>;
 
-// Fills in %s, %d and %u; nothing for a format with any other conversion.
+// Expands %s, %d and %u; no value for a format with any other conversion.
 std::optional<std::string> FormatPath(const char* format, va_list args);
 
 // Printf style in full, for the calls that set texts.
 std::string FormatText(const char* format, va_list args);
 
-// Nothing for a malformed path.
+// No value for a malformed path.
 std::optional<Path> ParsePath(std::string_view text);
 
-// The normal form. A key with a blank, a brace, a quote or a backslash, or an
-// empty one, stands in quotes.
+// The normal form. A key is quoted if it is empty or has a blank, a brace, a
+// quote or a backslash.
 std::string PathText(const Path& path);
 std::string NormalPath(std::string_view text);  // throws on a malformed path
 

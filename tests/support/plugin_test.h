@@ -1,6 +1,6 @@
 // Fixture of every test that runs code of the plug-in on the fake platform:
-// starts from an empty platform and fails the test when something that the
-// platform gave out was not given back.
+// starts with an empty platform, and fails the test when a resource of the
+// platform was not released.
 #ifndef IPAV_TESTS_SUPPORT_PLUGIN_TEST_H_
 #define IPAV_TESTS_SUPPORT_PLUGIN_TEST_H_
 
@@ -25,8 +25,8 @@ class PluginTest : public ::testing::Test {
     fake.Reset();
   }
 
-  // Verdict and text of a refusal: exactly one text, set on the transaction of
-  // the call. `format` tells a text that is the format from one through "%s".
+  // Expects exactly one error text, set on the transaction of the call.
+  // `format` is "%s", or the text itself if that was passed as the format.
   void ExpectOneError(const std::string& format, const std::string& text) {
     ASSERT_EQ(fake.errors().size(), 1U);
     EXPECT_EQ(fake.errors()[0].tctx, fake.tctx());

@@ -44,12 +44,12 @@ class Program {
   // of its output. Throws std::runtime_error when it cannot be started.
   Program(const std::vector<std::string>& command, const std::string& folder,
           const Surroundings& surroundings = {});
-  ~Program();  // kills it when nobody waited for it
+  ~Program();  // kills it unless Wait() was called
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
   void Signal(int number) const;
-  // To its whole job, as a terminal does.
+  // To its process group, as a terminal does.
   void SignalGroup(int number) const;
   ProgramResult Wait();
 

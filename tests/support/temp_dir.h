@@ -1,4 +1,4 @@
-// A folder of a test's own, and what the tests do with its files.
+// A temporary folder for a test, and functions for its files.
 #ifndef IPAV_TESTS_SUPPORT_TEMP_DIR_H_
 #define IPAV_TESTS_SUPPORT_TEMP_DIR_H_
 

@@ -17,13 +17,13 @@ class Value {
   confd_vtype type() const { return fixed_.type; }
   bool has_octets() const { return type() == C_BUF || type() == C_BINARY; }
 
-  // Points into this object, which must stay where it is.
+  // Points into this object, which must not be moved or destroyed meanwhile.
   confd_value_t Borrow() const;
 
   // With octets of its own from malloc(3), NUL-terminated.
   confd_value_t Allocate() const;
 
-  // As it stands between the braces of a path.
+  // As written between the braces of a path.
   std::string KeyText() const;
 
  private:
@@ -36,7 +36,7 @@ Value Binary(const std::string& octets);    // C_BINARY
 Value Octets(const std::string& hex_list);  // C_BINARY of "0a:01"
 Value Tag(std::uint32_t number);            // C_XMLTAG
 Value Nothing();                            // C_NOEXISTS
-// These throw on a text that is no address.
+// These throw on a text that is not an address.
 Value Ipv4(const std::string& address);
 Value Ipv6(const std::string& address);
 Value Ipv4Plen(const std::string& address_slash_length);
@@ -72,8 +72,8 @@ inline Value Enum(std::int32_t number) {
   return Fixed(C_ENUM_VALUE, &Members::enumvalue, number);
 }
 
-// Number of a node's name: the data model's where it gives one, else one that
-// is the same in every test. The name is then known to NameOfTag().
+// Number of a node's name: that of the data model if it has one, else a hash of
+// the name. NameOfTag() then knows the name.
 std::uint32_t TagOf(const std::string& name);
 std::string NameOfTag(std::uint32_t number);  // tag<N> for an unknown one
 

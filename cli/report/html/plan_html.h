@@ -1,5 +1,5 @@
-// The address plan as a picture that is also its table: blocks of addresses in
-// their order, each a row of bars to scale that opens into one row per prefix.
+// The address plan: blocks of addresses in their order, each drawn as a row of
+// bars to scale that opens into a table with one row per prefix.
 #ifndef IPAV_CLI_REPORT_HTML_PLAN_HTML_H_
 #define IPAV_CLI_REPORT_HTML_PLAN_HTML_H_
 

@@ -25,7 +25,8 @@ constexpr std::size_t kMaxBlockSize = 48;
 // Blocks of a space in the order of its prefixes. They contain all prefixes.
 std::vector<Block> BlocksOf(const view::Space& space);
 
-// Largest runs of prefixes that are contained in the first of the run.
+// The nests of a space: the longest runs of prefixes that the first of the run
+// contains.
 std::vector<Block> NestsOf(const view::Space& space);
 
 // The position of `inner` in `outer`, which contains it, as shares of its

@@ -5,9 +5,9 @@
 #include <confd_cdb.h>
 #include <hostd/hostd.h>
 
-// Opened by the constructor, closed by the destructor: an open session may
-// hold up the commit, so it is kept for one read. The meaning of `wait` is the
-// host's; the plug-in passes true.
+// Opened by the constructor, closed by the destructor. An open session may
+// delay the commit, so it must be kept for one read only. The host defines the
+// meaning of `wait`; the plug-in passes true.
 class HostdCdbSessionBase {
  public:
   HostdCdbSessionBase(HostdInterface* host, cdb_db_type database, bool wait);
@@ -15,7 +15,8 @@ class HostdCdbSessionBase {
   HostdCdbSessionBase(const HostdCdbSessionBase&) = delete;
   HostdCdbSessionBase& operator=(const HostdCdbSessionBase&) = delete;
 
-  // Socket for cdb_get_...() calls, negative when the session did not open.
+  // Socket for cdb_get_...() calls; negative if the session could not be
+  // opened.
   int Socket() const;
 
  private:

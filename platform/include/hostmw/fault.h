@@ -1,5 +1,5 @@
-// The host's fault service: conditions that the plug-in tolerates but that
-// somebody should look into.
+// The host's fault service, for conditions that the plug-in tolerates but that
+// should be investigated.
 #ifndef IPAV_PLATFORM_HOSTMW_FAULT_H_
 #define IPAV_PLATFORM_HOSTMW_FAULT_H_
 

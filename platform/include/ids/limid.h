@@ -4,7 +4,7 @@
 
 #include <stdint.h>
 
-// Identifier of an interface; 0 is none.
+// Identifier of an interface; 0 means none.
 typedef uint32_t limid_t;
 
 extern "C" {

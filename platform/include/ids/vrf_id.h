@@ -4,8 +4,8 @@
 
 #include <stdint.h>
 
-// Index of the VRF of that identifier, as the configuration's VRF table keys
-// it.
+// Index, which is the key in the configuration's VRF table, of the VRF with
+// that identifier.
 extern "C" uint32_t IdVrfFromComponent(uint32_t component);
 
 #endif  // IPAV_PLATFORM_IDS_VRF_ID_H_

@@ -1,5 +1,5 @@
-// Programming errors: a ConfD value of a type that cannot be there stops the
-// process through the C library's own assertion failure, in every build.
+// Assertions on the types of ConfD values. A failure aborts the process through
+// the C library's assertion failure, in every build.
 #ifndef IPAV_SRC_LIB_INTERNAL_ASSERTION_H_
 #define IPAV_SRC_LIB_INTERNAL_ASSERTION_H_
 
@@ -7,11 +7,12 @@
 
 namespace ip_application::config_valid::internal {
 
-// The source file that the assertions and faults of the snapshot's readers
-// name, whichever source they are in: whoever reads the reports knows it.
+// The source file that assertions and faults of the snapshot's readers report,
+// whichever file they are in. The name is part of the fixed text of the
+// reports.
 inline constexpr char kConfigSource[] = "src/lib/config.cc";
 
-// What the report of a failed assertion names, word for word.
+// The parts of the report of a failed assertion, printed unchanged.
 struct AssertionSite {
   const char* expression;
   const char* file;
@@ -23,7 +24,7 @@ struct AssertionSite {
 // assert(3) it is not compiled out by NDEBUG.
 [[noreturn]] void FailAssertion(const AssertionSite& site);
 
-// Fails the assertion of `site` unless `value` is of that type.
+// Fails the assertion of `site` unless `value` has that type.
 inline void RequireType(const confd_value_t& value, confd_vtype type,
                         const AssertionSite& site) {
   if (value.type != type) FailAssertion(site);

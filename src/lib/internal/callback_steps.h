@@ -1,4 +1,4 @@
-// Steps that the callbacks over the snapshot have in common.
+// Steps that the callbacks share.
 #ifndef IPAV_SRC_LIB_INTERNAL_CALLBACK_STEPS_H_
 #define IPAV_SRC_LIB_INTERNAL_CALLBACK_STEPS_H_
 
@@ -12,12 +12,13 @@
 
 namespace ip_application::config_valid::internal {
 
-// Has the interface readers of these kinds read a family, in that order.
+// Reads a family with the interface readers of these kinds, in that order,
+// unless they have read it.
 void ReadInterfacesIfNeeded(Config& config, ConfigAddrFamily family,
                             std::initializer_list<InterfaceType> kinds);
 
-// Turns a rule's result into the answer: kAccept or kReject. A violated rule's
-// text is set on the transaction.
+// Returns kAccept or kReject for the result of a rule. Sets the text of a
+// violated rule on the transaction.
 std::int32_t Report(confd_trans_ctx* tctx, int result,
                     const ValidateConfig& rules);
 

@@ -1,4 +1,4 @@
-// Texts from parts.
+// Concatenates texts.
 #ifndef IPAV_SRC_LIB_INTERNAL_JOINED_H_
 #define IPAV_SRC_LIB_INTERNAL_JOINED_H_
 
@@ -8,8 +8,8 @@
 
 namespace ip_application::config_valid::internal {
 
-// The parts one after the other. One function for all texts: a chain of "+"
-// takes several times the space on the target.
+// The parts one after the other. A chain of "+" would compile to several times
+// the code on the target.
 std::string Joined(std::initializer_list<std::string_view> parts);
 
 }  // namespace ip_application::config_valid::internal

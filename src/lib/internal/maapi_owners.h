@@ -1,6 +1,5 @@
-// Owners of what MAAPI hands out: each gives it back also when an exception
-// leaves. Every call is a round trip to the daemon, so they make no more than
-// is written here.
+// RAII owners of MAAPI resources. A MAAPI call is a round trip to the daemon,
+// so they make only the calls that are written here.
 #ifndef IPAV_SRC_LIB_INTERNAL_MAAPI_OWNERS_H_
 #define IPAV_SRC_LIB_INTERNAL_MAAPI_OWNERS_H_
 
@@ -10,14 +9,15 @@
 
 namespace ip_application::config_valid::internal {
 
-// A path that holds no conversion and may be a format: never one with a key.
+// A path without conversions, which is used as a printf format. Never a path
+// with a key: a key may contain a "%".
 struct PathFormat {
   const char* text;
 };
 
-// The entries of a list, once: `for (const maapi_cursor& row : cursor)`. The
-// keys of a row are replaced by the next one. A list that cannot be walked has
-// no entries.
+// Iterates over the entries of a list, once: `for (const maapi_cursor& row :
+// cursor)`. The keys of a row are valid until the next one. A list that cannot
+// be read has no entries.
 class MaapiCursor {
  public:
   // Opens with the path as the argument of "%s".
@@ -33,7 +33,7 @@ class MaapiCursor {
   MaapiCursor(const MaapiCursor&) = delete;
   MaapiCursor& operator=(const MaapiCursor&) = delete;
 
-  // Single pass, as the cursor is.
+  // A single-pass iterator.
   class Iterator {
    public:
     explicit Iterator(maapi_cursor* cursor) : cursor_(cursor) {}
@@ -42,7 +42,7 @@ class MaapiCursor {
       Advance(cursor_);
       return *this;
     }
-    // The only comparison that a loop makes is with the end.
+    // Only for a comparison with end().
     bool operator!=(const Iterator& /*end*/) const { return cursor_->n != 0; }
 
    private:
@@ -56,7 +56,7 @@ class MaapiCursor {
   Iterator end() { return Iterator(&cursor_); }
 
  private:
-  // The result is not needed: the number of keys is 0 at the end.
+  // The result is ignored: the number of keys is 0 at the end.
   static void Advance(maapi_cursor* cursor) {
     static_cast<void>(maapi_get_next(cursor));
   }
@@ -64,7 +64,7 @@ class MaapiCursor {
   maapi_cursor cursor_{};
 };
 
-// A value to read into with maapi_get_elem(), freed when it goes.
+// An output argument for maapi_get_elem(), freed by the destructor.
 class ElemValue {
  public:
   ElemValue() { value_.type = C_NOEXISTS; }

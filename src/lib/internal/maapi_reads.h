@@ -1,5 +1,5 @@
-// Reads of the transaction by path that the snapshot's readers and the VRF walk
-// share. What is missing or cannot be read is the default.
+// Reads of the transaction by path, for the snapshot's readers and the VRF
+// check. They return a default if the element is missing or cannot be read.
 #ifndef IPAV_SRC_LIB_INTERNAL_MAAPI_READS_H_
 #define IPAV_SRC_LIB_INTERNAL_MAAPI_READS_H_
 
@@ -24,12 +24,12 @@ nettypes::IPv6AddrMask ReadIpv6Mask(int sock, int thandle,
 // A key as text of at most `kSize` - 1 bytes.
 template <std::size_t kSize>
 std::string KeyText(const confd_value_t& key) {
-  char text[kSize] = "";  // what a key that cannot be printed gives
+  char text[kSize] = "";  // for a key that cannot be printed
   static_cast<void>(confd_pp_value(text, sizeof(text), &key));
   return text;
 }
 
-// Calls `visit` with each entry of a list, in the order of the database.
+// Calls `visit` with each entry of a list, in the order of the list.
 template <typename Visit>
 void ForEachEntry(int sock, int thandle, const std::string& path, Visit visit) {
   if (maapi_exists(sock, thandle, "%s", path.c_str()) != 1) return;
@@ -38,8 +38,8 @@ void ForEachEntry(int sock, int thandle, const std::string& path, Visit visit) {
   for (const maapi_cursor& row : cursor) visit(row);
 }
 
-// The first key of each entry of a list, in the order of the database, each as
-// text of at most `kSize` - 1 bytes.
+// The first key of each entry of a list, in the order of the list, each as text
+// of at most `kSize` - 1 bytes.
 template <std::size_t kSize>
 std::list<std::string> ReadFirstKeys(int sock, int thandle,
                                      const std::string& path) {

@@ -1,4 +1,4 @@
-// Tag numbers of the data model's nodes that the library looks for.
+// Tag numbers of the data model's nodes that the library compares with.
 #ifndef IPAV_SRC_LIB_INTERNAL_MODEL_TAGS_H_
 #define IPAV_SRC_LIB_INTERNAL_MODEL_TAGS_H_
 

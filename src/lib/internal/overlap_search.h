@@ -1,5 +1,5 @@
-// Finds the overlap that a walk over all pairs of interfaces would find first,
-// without comparing all pairs: a sweep over the prefixes (prefix_sweep.h) names
+// Finds the overlap that a loop over all pairs of interfaces would find first,
+// without comparing all pairs: a sweep over the prefixes (prefix_sweep.h) finds
 // the interface, and only this one is then compared with the others. `Mask`
 // selects the address family.
 #ifndef IPAV_SRC_LIB_INTERNAL_OVERLAP_SEARCH_H_
@@ -32,14 +32,13 @@ inline const std::list<nettypes::IPv6AddrMask>& AddressesOf(
   return interface.ipv6;
 }
 
-// Result of FindOverlaps(). The order of the walk decides which overlap the
-// operator's text names.
+// Result of FindOverlaps(). The order matters: the error text names the first
+// overlap.
 struct FirstOverlaps {
   // The first interface that overlaps with a later one of its kind, or null.
   const Interface* of_kind = nullptr;
-  // The first of the others that overlaps with any interface of the kind, or
-  // null: the outer loop of this walk is over the others, the inner one over
-  // the changed kind.
+  // The first of the others that overlaps with any interface of the changed
+  // kind, or null.
   const Interface* of_other = nullptr;
 };
 
@@ -49,15 +48,15 @@ template <typename Mask>
 FirstOverlaps FindOverlaps(const InterfaceRefs& interfaces,
                            const InterfaceRefs& others);
 
-// The first address of the first interface that overlaps with one of the
-// second, and the first one that it overlaps with; null where none does or the
-// VRFs share no address space.
+// The first address of `first` that overlaps with an address of `second`, and
+// the first such address of `second`, both borrowed. Null if none overlaps or
+// the VRFs do not share an address space.
 template <typename Mask>
 std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
                                                  const Interface& second);
 
-// The first one whose address a later one has as well, whatever the prefix
-// lengths; null where there is none.
+// The first element whose address occurs again later in the list, whatever the
+// prefix lengths; null if there is none.
 template <typename Mask>
 const Mask* FirstRepeatedAddress(const std::list<Mask>& masks);
 

@@ -1,10 +1,10 @@
 // Finds prefixes that overlap without comparing every pair of them.
 //
-// Two prefixes have an address in common only if one contains the other. Sorted
-// by first address, the shorter one first, all prefixes that contain the
-// current one come before it and contain each other: a chain with at most one
-// link per prefix length. One sweep in that order keeps the chain, and each
-// link has the lowest ranks of itself and of the links above.
+// Two prefixes have an address in common only if one contains the other. The
+// sweep visits the prefixes by first address, then by length. All prefixes that
+// contain the current one then come before it, and each contains the next: a
+// chain with at most one link per prefix length. The sweep keeps this chain.
+// Each link stores the lowest ranks of its prefix and of those that contain it.
 #ifndef IPAV_SRC_LIB_INTERNAL_PREFIX_SWEEP_H_
 #define IPAV_SRC_LIB_INTERNAL_PREFIX_SWEEP_H_
 
@@ -16,8 +16,9 @@
 
 namespace ip_application::config_valid::internal {
 
-// Prefixes of one address space, on two sides. Each has the rank of its owner:
-// prefixes of the same side and rank are not compared with each other.
+// Prefixes of one address space, on two sides. Each has the rank of its owner.
+// Prefixes with the same side and rank are not compared with each other, nor
+// are two of the other side.
 class PrefixSweep {
  public:
   static constexpr std::uint32_t kNone = UINT32_MAX;
@@ -28,7 +29,7 @@ class PrefixSweep {
     prefixes_.push_back({network, rank, is_other});
   }
 
-  // The lowest ranks of prefixes that overlap; kNone where none does.
+  // The lowest ranks of prefixes that overlap; kNone if there are none.
   struct Lowest {
     // On the first side: overlaps with a prefix of the first side that has
     // another rank.

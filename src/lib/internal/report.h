@@ -1,4 +1,4 @@
-// What a rule returns and what a callback answers.
+// Results of rules and callbacks.
 #ifndef IPAV_SRC_LIB_INTERNAL_REPORT_H_
 #define IPAV_SRC_LIB_INTERNAL_REPORT_H_
 
@@ -12,8 +12,7 @@ inline constexpr int kViolated = -1;
 inline constexpr std::int32_t kAccept = 0;
 inline constexpr std::int32_t kReject = -1;
 
-// Set on the transaction for a key path under no interface that the validation
-// point judges.
+// Error text for a key path that does not end with a list of interfaces.
 inline constexpr char kInvalidInterface[] =
     "invalid interface being handled by IP-App validation";
 

@@ -26,7 +26,7 @@ bool IsReportedAs(const std::string& name, const std::string& reported) {
           name.compare(0, kLongestReportedName, reported) == 0);
 }
 
-// Adds the VRF where the commit changed it: it can bring an unchanged address
+// Adds the VRF if the commit changed it: this can bring an unchanged address
 // into conflict.
 void SuspectChangedVrf(const Case& refusal, const lyd_node* interface,
                        const std::string& name, Evidence* evidence) {

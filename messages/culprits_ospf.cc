@@ -61,7 +61,7 @@ std::string KeyOf(const Assignment& assignment) {
   std::string key = assignment.interface.kind;
   for (const std::string& part :
        {assignment.interface.name, assignment.process, assignment.vrf}) {
-    key.append(1, '\0').append(part);  // which no YANG text has
+    key.append(1, '\0').append(part);  // YANG texts have no NUL
   }
   return key;
 }
@@ -80,7 +80,7 @@ Assignment AssignmentOf(const DataView& view, const lyd_node* entry) {
   assignment.process_entry =
       view.Entry(view.At(nullptr, {"internal"}), "ospf-index-to-proc-id",
                  {keys[kCompoundId]});
-  // The plug-in reads 0 and an empty VRF where the table lacks the process.
+  // If the table lacks the process, the plug-in reads 0 and an empty VRF.
   const lyd_node* process =
       assignment.process_entry == nullptr
           ? nullptr
@@ -141,7 +141,7 @@ void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
     evidence->suspects.push_back({"address of the interface", leaf});
     return;
   }
-  // 2. It was there before: another one stands in its place, or none.
+  // 2. It was there before, and is now replaced or removed.
   const lyd_node* before = InRunning(refusal, interface);
   const lyd_node* leaf =
       before == nullptr
@@ -160,7 +160,7 @@ void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
   }
 }
 
-// Adds the row: its prefix length where only that differs, or its address.
+// Adds the row: its prefix length if only that differs, else its address.
 void SuspectRow(const Case& refusal, const OspfRow& row, bool by_length,
                 Evidence* evidence) {
   const std::size_t known = evidence->suspects.size();

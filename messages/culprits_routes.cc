@@ -85,7 +85,7 @@ const lyd_node* NextHopLeaf(const DataView& view, const Route& route) {
   return leaf == nullptr ? route.entry : leaf;
 }
 
-// The name of the route's VRF, where the commit touched it.
+// Adds the name of the route's VRF if the commit changed it.
 void SuspectChangedVrfName(const Case& refusal, const Route& route,
                            Evidence* evidence) {
   const lyd_node* entry = VrfEntryOf(refusal.candidate, route);
@@ -108,7 +108,7 @@ const lyd_node* OutputOf(const DataView& view, const Route& route) {
                      route.keys[kLength], route.keys[kNextHop]});
 }
 
-// As the rules read it: the third character stands for the blank.
+// Compares as the rules do: the third character stands for the blank.
 bool IsOutputOf(const std::string& output, const std::string& interface) {
   std::string name = output;
   if (name.size() > 2) name[2] = ' ';
@@ -193,7 +193,7 @@ std::map<std::string, BlackHoleAndNextHop> RoutesByVrf(
 Evidence BlackHole(const Case& refusal) {
   const std::vector<Route> routes = RoutesOf(refusal.candidate);
 
-  // The text names no VRF: each in which the prefix is both is a culprit.
+  // The text names no VRF: names the routes of every VRF that has both.
   Evidence evidence;
   std::size_t count = 0;
   for (const auto& [vrf, pair] :
@@ -233,8 +233,8 @@ const lyd_node* OutputNameLeaf(const Case& refusal, const Route& route,
   return leaf;
 }
 
-// The VLAN of the interface: removed, of a number that is none, or never there.
-// False if there is one.
+// Adds the VLAN of the interface if it is removed or 0, else the interface.
+// False if it has a VLAN.
 bool SuspectVlan(const Case& refusal, const lyd_node* interface,
                  Evidence* evidence) {
   const lyd_node* lower = refusal.candidate.At(interface, {"lower-layer-if"});

@@ -13,14 +13,14 @@ constexpr char kMax[] = "max-interval";
 constexpr char kMin[] = "min-interval";
 constexpr char kLifetime[] = "lifetime";
 
-// Of a timer that was read.
+// The value of a timer.
 unsigned long Seconds(const lyd_node* leaf) {
   return std::strtoul(TextOf(leaf).c_str(), nullptr, 10);
 }
 
 struct Timers {
   const lyd_node* container;
-  const lyd_node* first;  // the one that is judged
+  const lyd_node* first;  // the one that is checked
   const lyd_node* max;
 };
 
@@ -59,7 +59,7 @@ Evidence TimerMissing(const Case& refusal) {
   if (evidence.suspects.empty()) {
     evidence.note = missing + " is in neither configuration";
   }
-  // 2. Those that need it.
+  // 2. The timers that need it.
   for (const char* other : {kMax, kMin, kLifetime}) {
     if (missing == other) continue;
     const lyd_node* leaf = refusal.candidate.At(container, {other});

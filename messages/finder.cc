@@ -62,7 +62,7 @@ class Finder::Search {
     }
     Describe(*readings.front().message, finding);
 
-    // The data tell which reading is meant.
+    // The configurations decide which reading is meant.
     std::optional<Evidence> confirmed;
     for (const Reading& reading : readings) {
       Evidence evidence = Investigate(
@@ -140,7 +140,7 @@ Finding Finder::Explain(const commit::Answer& answer) {
     search_ = std::make_unique<Search>(running_, candidate_);
   }
   search_->Complete(answer, &finding);
-  // What a value of another type records.
+  // libyang records an error for each value of a wrong type.
   datastore::ClearErrors(candidate_.tree->model().context());
   return finding;
 }

@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::size_t kMaxReadings = 16;
 
-// Positions that are tried before the search is given up: a hostile name must
-// not cost more than its finding is worth.
+// The most positions that are tried, so that a hostile name does not take long.
 constexpr std::size_t kMaxTrials = 10000;
 
 bool StartsWith(std::string_view text, std::string_view beginning) {
@@ -23,8 +22,8 @@ bool HasOnly(std::string_view text, std::string_view characters) {
          text.find_first_not_of(characters) == std::string_view::npos;
 }
 
-// Whether the plug-in can have filled the text into a field of that name. What
-// an operator names can be anything.
+// Whether the plug-in can have filled the text into a field of that name. A
+// name from the configuration can be any text.
 bool CanHold(std::string_view field, std::string_view text) {
   const std::size_t hyphen = field.rfind('-');  // <other-prefix> is a <prefix>
   if (hyphen != std::string_view::npos) field.remove_prefix(hyphen + 1);

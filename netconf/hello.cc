@@ -43,14 +43,14 @@ std::set<std::string> CapabilitiesIn(const xmlNode& hello) {
 }  // namespace
 
 Framing FramingAfter(std::string_view hello) {
-  // 1. A hello without a document type: entities only do harm here.
+  // 1. Parse the hello. It must not have a document type, hence no entities.
   const XmlDocument document = ParseXml(hello);
   const xmlNode* root = RootOf(document);
   if (root == nullptr || document->intSubset != nullptr ||
       !Is(*root, "hello")) {
     throw HelloError("the first message is no hello");
   }
-  // 2. The newest version that both sides have.
+  // 2. Take the newest version that both sides support.
   const std::set<std::string> capabilities = CapabilitiesIn(*root);
   if (capabilities.count(kBase11) != 0) return Framing::kChunked;
   if (capabilities.count(kBase10) != 0) return Framing::kEndOfMessage;

@@ -9,7 +9,7 @@
 namespace nettypes {
 namespace {
 
-// The host bits of a prefix set, all others clear. `prefix_len` is 0 to 32.
+// A mask of the host bits of a prefix. `prefix_len` is 0 to 32.
 uint32_t HostBits(int32_t prefix_len) {
   // A shift by the full width is undefined, and a /32 has no host bits.
   if (prefix_len == IPv4AddrMask::kMaxPrefixLen) return 0;

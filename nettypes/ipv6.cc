@@ -16,7 +16,7 @@ bool LeadingBitsAgree(const in6_addr& a, const in6_addr& b,
   const auto whole_octets = static_cast<std::size_t>(prefix_len / 8);
   if (std::memcmp(a.s6_addr, b.s6_addr, whole_octets) != 0) return false;
   const int32_t bits = prefix_len % 8;
-  // Not only a shortcut: behind a /128 there is no further octet.
+  // Not only a shortcut: after a /128 there is no further octet.
   if (bits == 0) return true;
   const int differing = a.s6_addr[whole_octets] ^ b.s6_addr[whole_octets];
   return (differing >> (8 - bits)) == 0;

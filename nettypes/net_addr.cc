@@ -4,7 +4,7 @@
 
 namespace nettypes {
 
-// Here rather than in the header, so that one object holds the type's data.
+// Defined here, so that only one object file has the virtual table.
 NetAddr::~NetAddr() = default;
 
 std::ostream& operator<<(std::ostream& out, const NetAddr& address) {

@@ -20,7 +20,7 @@ Config::Config()
       interface_configs_{&mgmt_, &l3_, &lo_} {}
 
 Config::~Config() {
-  static_route_.reset();  // ahead of the readers held by value
+  static_route_.reset();  // before the readers that are members
 }
 
 void Config::set_sock(int sock) {

@@ -83,7 +83,7 @@ limid_t GenericConfig::get_intf_lim_id(const std::string& path) const {
                "limid_t ip_application::config_valid::GenericConfig::"
                "get_intf_lim_id(const string&) const"});
   limid_t id = 0;
-  // An identifier that the service does not give stays 0: no interface.
+  // If the service has no identifier, it stays 0: no interface.
   static_cast<void>(
       limid_l3_vlan_from_components(&id, CONFD_GET_INT32(&*vlan)));
   return id;
@@ -201,7 +201,7 @@ std::string GenericConfig::get_vrf_name_from_id(
       {"/vorplex-internal:internal/vorplex-internal:vrf-config/indexTOstring{",
        std::to_string(IdVrfFromComponent(CONFD_GET_UINT32(&value))),
        "}/vname"});
-  // The path holds no conversion: it is the format itself.
+  // The path contains no conversion, so it can be the format.
   if (maapi_exists(sock_, trans_->thandle, path.c_str()) != 1) {
     return kGlobalVrf;
   }
@@ -225,7 +225,7 @@ std::string GenericConfig::get_hex_from_bin(const confd_value_t& value) const {
 
   constexpr char kDigits[] = "0123456789abcdef";
   const unsigned char* octets = CONFD_GET_BINARY_PTR(&value);
-  // The first octet whatever the size: the daemon ends every value with a NUL.
+  // At least one octet: the daemon ends every value with a NUL.
   const unsigned int count = std::max(CONFD_GET_BINARY_SIZE(&value), 1U);
   for (unsigned int i = 0; i < count; ++i) {
     if (i > 0) text += ':';

@@ -19,7 +19,7 @@ void InterfaceConfig::MergeConfigAndInsert(const Interface& interface) {
   }
   Interface& known = interfaces_[number - 1];
   if (known.ipv4.empty() && !interface.ipv4.empty()) {
-    known.ipv4 = interface.ipv4;  // no look at the IPv6 addresses
+    known.ipv4 = interface.ipv4;  // ignores the IPv6 addresses
   } else if (known.ipv6.empty() && !interface.ipv6.empty()) {
     known.ipv6 = interface.ipv6;
   }
@@ -45,7 +45,7 @@ void InterfaceConfig::ReadInterfaces(ConfigAddrFamily family,
   }
 }
 
-// An l3 interface without a primary address is common, and no fault.
+// An l3 interface without a primary address is common and not a fault.
 std::list<nettypes::IPv4AddrMask> InterfaceConfig::ReadPrimaryAndSecondaries(
     const std::string& entry, const std::string& /*key*/) const {
   const nettypes::IPv4AddrMask primary =

@@ -45,7 +45,7 @@ void Ospfv2Config::ReadRow(const std::vector<std::string>& keys) {
   const std::size_t hyphen = intf_name.find('-');
   if (hyphen == std::string::npos) return;
 
-  // On the target an unsigned long has the 32 bits of the table's number.
+  // On the target an unsigned long has 32 bits, as the numbers of the table.
   const auto compound_id =
       static_cast<unsigned int>(std::stoul(keys[kCompoundId]));
   const nettypes::IPv4Addr area = internal::ParseIpv4(keys[kArea]);
@@ -81,7 +81,7 @@ std::uint8_t Ospfv2Config::GetIpv4Netmask(
                             interface_path_.c_str(), compound_id,
                             area.to_string().c_str(), intf_key.c_str(),
                             address.to_string().c_str()) != CONFD_OK) {
-    // It says process and means the compound identifier.
+    // The text says "process ID", but the number is the compound identifier.
     ValidateLogger::Log("Failed to get IPv4 netmask from process ID %u!",
                         compound_id);
     return 0;

@@ -64,7 +64,7 @@ void StaticRouteConfig::ReadConfig(ConfigAddrFamily family) {
     const confd_value_t* keys = row.keys;
     RequireType(keys[kNetworkAddrType], C_ENUM_VALUE, kAddrTypeIsEnum);
     const std::int32_t type = CONFD_GET_ENUM_VALUE(&keys[kNetworkAddrType]);
-    // Read for every row, also for those that are not filed.
+    // Read for every row, also for those that are not stored.
     std::string vrf_name = get_vrf_name_from_id(keys[kFteIndex]);
     std::string intf_name = GetIntfNameFromRoute(row);
 
@@ -107,7 +107,7 @@ std::string StaticRouteConfig::GetIntfNameFromRoute(
   const confd_value_t* keys = cursor.keys;
   RequireType(keys[kNetworkPrefixLen], C_INT32, kPrefixLenIsInt32);
   RequireType(keys[kFteIndex], C_UINT32, kFteIndexIsUint32);
-  // A negative length comes out as a large number.
+  // A negative length becomes a large number.
   const auto prefix_len =
       static_cast<std::uint32_t>(CONFD_GET_INT32(&keys[kNetworkPrefixLen]));
   const std::string path = internal::Joined(
@@ -116,7 +116,7 @@ std::string StaticRouteConfig::GetIntfNameFromRoute(
        get_hex_from_bin(keys[kNetworkAddr]), " ", std::to_string(prefix_len),
        " ", get_hex_from_bin(keys[kNextHopAddr]), " }/interface-name"});
 
-  // The path holds no conversion: it is the format itself.
+  // The path contains no conversion, so it can be the format.
   const int thandle = confd_trans()->thandle;
   if (maapi_exists(sock(), thandle, path.c_str()) != 1) return "";
   ElemValue l3_intf_name;
@@ -126,7 +126,7 @@ std::string StaticRouteConfig::GetIntfNameFromRoute(
   }
   RequireType(*l3_intf_name, C_BUF, kIntfNameIsText);
   std::string name = internal::TextOf(*l3_intf_name);
-  // The names that the rules compare with carry a blank there: "l3-1", "l3 1".
+  // The rules compare it with names that have a blank there: "l3 1".
   name.replace(2, 1, " ");
   return name;
 }

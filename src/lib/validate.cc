@@ -62,7 +62,7 @@ const ValidationPoint* FindValidationPoint(const char* opaque) {
   return nullptr;
 }
 
-// Judges the addresses of one family.
+// Checks the addresses of one family.
 int32_t ValidateAddresses(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
                           Config& config, ConfigAddrFamily family,
                           int (ValidateConfig::*rule)(const Config&,
@@ -83,7 +83,7 @@ int32_t ValidateAddresses(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
   return Report(tctx, (rules.*rule)(config, kind), rules);
 }
 
-// Judges the static routes, with the interfaces of one family.
+// Checks the static routes and the interfaces of one family.
 int32_t ValidateRoutes(confd_trans_ctx* tctx, ConfigAddrFamily family,
                        Config& config) {
   ReadInterfacesIfNeeded(
@@ -103,7 +103,7 @@ int32_t lib_init(void** context) {
 }
 
 int32_t get_validation_point(char* buffer, size_t size) {
-  // A buffer too small gets the beginning of the name.
+  // If the buffer is too small, the name is truncated.
   static_cast<void>(std::snprintf(buffer, size, "%s", kValidationSet));
   return 0;
 }
@@ -125,7 +125,7 @@ int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
     return kReject;
   }
 
-  // Before the search: a call of an unknown name binds the snapshot too.
+  // Before the search: a call with an unknown name binds the snapshot, too.
   config->set_sock(sock);
   config->set_confd_trans(tctx);
 

@@ -20,7 +20,7 @@ namespace {
 using internal::kHolds;
 using internal::kViolated;
 
-// Limits of the element.
+// Limits of the router.
 constexpr std::uint32_t kMaxRouteWeight = 1000;
 constexpr std::uint32_t kIpv6RouteWeight = 2;
 constexpr std::size_t kMaxL3Interfaces = 256;
@@ -33,7 +33,7 @@ constexpr char kNameCharacters[] =
 // network or broadcast address.
 constexpr std::int32_t kLongestPrefixWithBroadcast = 30;
 
-// Where the families differ.
+// The differences between the families.
 struct Ipv4 {
   using Addr = nettypes::IPv4Addr;
   using Mask = nettypes::IPv4AddrMask;
@@ -102,15 +102,15 @@ int ValidateConfig::ValidateInterfaceAddresses(const Config& config,
     return kViolated;
   }
 
-  // An interface passes all its tests before the next one is taken up, and all
-  // of the kind pass before the other kinds are looked at.
+  // The order decides which violation is reported: all tests of one interface
+  // come before those of the next one, and the other kinds come last.
   const std::vector<Interface>& interfaces = changed->interfaces();
   const internal::FirstOverlaps overlaps =
       internal::FindOverlaps<typename Family::Mask>(
           RefsTo(interfaces), OtherKinds(*changed, config.interface_configs()));
   for (auto it = interfaces.begin(); it != interfaces.end(); ++it) {
     if (std::is_same_v<Family, Ipv4> && !InterfaceIPv4IsValid(*it)) {
-      return kViolated;  // every IPv6 address can be one of a host
+      return kViolated;  // a host may have any IPv6 address
     }
     if (HasDuplicate<Family>(*it)) return kViolated;
     if (&*it == overlaps.of_kind &&
@@ -249,7 +249,7 @@ bool ValidateConfig::NameIsValid(const std::string& name) {
 }
 
 int ValidateConfig::ValidateStaticRoute(const Config& config) {
-  // Not joined by ||: each rule runs, and the last text is the one wanted.
+  // Without ||: all rules must run, and the last text is reported.
   const int next_hop = ValidateStaticRouteNextHop(config);
   const int limit = ValidateStaticRouteLimit(config);
   const int black_hole = ValidateRouteBlackHole(config);
@@ -260,7 +260,7 @@ int ValidateConfig::ValidateStaticRouteNextHop(const Config& config) {
   const StaticRouteConfig& routes = config.static_route_config();
   for (const InterfaceConfig* reader : config.interface_configs()) {
     for (const Interface& interface : reader->interfaces()) {
-      // One family only: IPv6 is examined where IPv4 was not read.
+      // One family only: IPv6 is checked only if IPv4 was not read.
       const bool conflict =
           routes.ipv4_read()
               ? MatchesNextHop<Ipv4>(interface, routes)
@@ -287,7 +287,7 @@ int ValidateConfig::ValidateStaticRouteLimit(const Config& config) {
 int ValidateConfig::ValidateRouteBlackHole(const Config& config) {
   const StaticRouteConfig& routes = config.static_route_config();
   std::shared_ptr<StaticRoute> route;
-  // One family only: IPv6 is examined where IPv4 was not read.
+  // One family only: IPv6 is checked only if IPv4 was not read.
   const bool found = routes.ipv4_read() ? routes.CheckBlackHoleIpv4(route)
                                         : routes.ipv6_read() &&
                                               routes.CheckBlackHoleIpv6(route);

@@ -17,8 +17,8 @@ using internal::Joined;
 using internal::kHolds;
 using internal::kViolated;
 
-// The first of the masks, by address and prefix length, that is not among the
-// others; null when all are.
+// The first of `masks` that is not among `others`, compared by address and
+// prefix length; null if there is none.
 const nettypes::IPv4AddrMask* FirstNotIn(
     const std::list<nettypes::IPv4AddrMask>& others,
     const std::list<nettypes::IPv4AddrMask>& masks) {
@@ -75,7 +75,7 @@ bool ValidateConfig::ValidateOspfv2CrossIfLoVrf(const LoConfig& lo,
   return EveryAssignmentHolds(lo, ospf, &ValidateConfig::IsInVrfOf);
 }
 
-// An assignment whose interface is gone, and an interface without one, hold.
+// Ignores assignments of a missing interface and interfaces without assignment.
 bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
                                           const Ospfv2Config& ospf,
                                           OspfRule rule) {
@@ -91,7 +91,7 @@ bool ValidateConfig::EveryAssignmentHolds(const InterfaceConfig& interfaces,
 bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
                                     const Interface& interface) {
   const std::list<nettypes::IPv4AddrMask>& known = ospf_if.addresses();
-  // 1. None that OSPF knows may be missing.
+  // 1. The interface has all addresses that OSPF knows.
   if (const auto* missing = FirstNotIn(interface.ipv4, known)) {
     error_text_ =
         Joined({missing->to_string(),
@@ -100,7 +100,7 @@ bool ValidateConfig::HasAddressesOf(const OspfIf& ospf_if,
                 ProcessText(ospf_if)});
     return false;
   }
-  // 2. None may be there that OSPF does not know.
+  // 2. If it has more addresses than OSPF, OSPF knows them all.
   if (known.size() >= interface.ipv4.size()) return true;
   if (const auto* added = FirstNotIn(known, interface.ipv4)) {
     error_text_ =

@@ -28,8 +28,8 @@ constexpr char kCallback[] =
     "int32_t validate_intf_vrf(int32_t, confd_trans_ctx*, confd_hkeypath_t*, "
     "confd_value_t*, ip_application::config_valid::Config&)";
 
-// Key paths that have a walk: of a list of interfaces, and of a node three
-// levels below an entry of the OSPFv2 table.
+// Lengths of the key paths that have a walk: a list of interfaces, and a node
+// three levels below an entry of the OSPFv2 table.
 constexpr int kListDepth = 3;
 constexpr int kOspfNodeDepth = 6;
 
@@ -71,7 +71,7 @@ std::unique_ptr<ValidateIntfVrf> MakeOspfWalk(int32_t maapi_socket,
                                                "/internal/ospf-interface-l3");
 }
 
-// The walk that the key path asks for, or null.
+// The walk for the key path, or null if it has none.
 std::unique_ptr<ValidateIntfVrf> MakeWalk(int32_t maapi_socket,
                                           confd_trans_ctx* tctx,
                                           const confd_hkeypath_t& keypath) {
@@ -96,7 +96,7 @@ ValidateIntfVrf::ValidateIntfVrf(int32_t maapi_socket, confd_trans_ctx* tctx,
     : maapi_socket_(maapi_socket), tctx_(tctx), path_(std::move(path)) {}
 
 int32_t ValidateIntfVrf::RunValidation() {
-  // A walk that fails found nothing to refuse: its answer is not looked at.
+  // The result is ignored: a walk that fails has refused nothing.
   static_cast<void>(maapi_keypath_diff_iterate(
       maapi_socket_, tctx_->thandle, IterateWalk, 0, this, path_.c_str()));
   if (error_text_.empty()) return internal::kAccept;
@@ -121,7 +121,7 @@ confd_iter_ret ValidateIntfVrf::RefuseVrfUnderOspfv3(const confd_hkeypath_t& kp,
                                                      const confd_value_t* newv,
                                                      const std::string& kind,
                                                      const char* function) {
-  // 1. Only a VRF that is set.
+  // 1. Check only changes that set a VRF.
   if (op != MOP_VALUE_SET) return ITER_RECURSE;
   const confd_value_t& leaf = kp.v[0][0];
   RequireType(
@@ -131,7 +131,7 @@ confd_iter_ret ValidateIntfVrf::RefuseVrfUnderOspfv3(const confd_hkeypath_t& kp,
     return ITER_RECURSE;
   }
 
-  // 2. Not under OSPFv3.
+  // 2. Refuse it if OSPFv3 uses the interface.
   const confd_value_t& key = kp.v[1][0];
   RequireType(key, C_BUF,
               {"(&kp->v[1][0])->type == C_BUF", kSource, __LINE__, function});
@@ -150,7 +150,7 @@ bool ValidateIntfVrf::IsInOspfv3(const std::string& kind,
       "ospfv3-interface-l3[ospfv3-pm-if-name='%s-%s']/ospfv3-pm-if-name",
       kind.c_str(), name.c_str()));
   char* answer = nullptr;
-  // A failure is an answer without a text.
+  // After a failure, `answer` is null.
   static_cast<void>(maapi_xpath_eval_expr(maapi_socket_, tctx_->thandle,
                                           expression, &answer, nullptr,
                                           "/internal"));
@@ -202,7 +202,7 @@ confd_iter_ret ValidateIntfVrfOspfv3::IterValidate(confd_hkeypath_t* kp,
 int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
                           confd_hkeypath_t* keypath, confd_value_t* /*newval*/,
                           Config& config) {
-  // 1. What the rules judge.
+  // 1. Read what the rules need.
   const InterfaceType kind = Config::intf_type_from_confd_path(keypath);
   internal::ReadInterfacesIfNeeded(
       config, ConfigAddrFamily::kIpv4,
@@ -210,7 +210,7 @@ int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
   config.ReadStaticRouteConfig(ConfigAddrFamily::kIpv4);
   config.ospfv2_config().ReadConfigIfNeeded(ConfigAddrFamily::kIpv4);
 
-  // 2. The rules.
+  // 2. Run the rules.
   ValidateConfig rules;
   int result = kind == InterfaceType::kNone
                    ? 0
@@ -218,7 +218,7 @@ int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
   if (result == 0) result = rules.ValidateOspfv2Vrf(config);
   if (result != 0) return internal::Report(tctx, result, rules);
 
-  // 3. The walk, where the key path asks for one.
+  // 3. Run the walk, if the key path has one.
   const std::unique_ptr<ValidateIntfVrf> walk =
       MakeWalk(maapi_socket, tctx, *keypath);
   return walk == nullptr ? internal::kAccept : walk->RunValidation();

@@ -1,5 +1,5 @@
-// OSPFv3 knows an interface by the index of its VLAN interface. The VLAN that
-// counts is the running one: what is asked for may already be another.
+// OSPFv3 identifies an interface by the index of its VLAN interface. The check
+// uses the running VLAN, since the transaction may have another one.
 
 #include "include/validate_ip_addr_cross_ospf.h"
 
@@ -47,8 +47,8 @@ bool TableIsEmpty(int sock, int thandle) {
          maapi_num_instances(sock, thandle, kOspfv3Table) == 0;
 }
 
-// The VLAN of the running configuration; false where there is none. The session
-// ends with the read: it may hold up the daemon.
+// Reads the VLAN of the running configuration; false if there is none. The
+// session ends with the read, because it may delay the daemon.
 bool ReadRunningVlan(confd_trans_ctx* tctx, const confd_value_t& name,
                      std::int32_t* vlan) {
   const HostdCdbSession session(
@@ -61,7 +61,7 @@ bool ReadRunningVlan(confd_trans_ctx* tctx, const confd_value_t& name,
                        internal::TextOf(name).c_str()) != CONFD_ERR;
 }
 
-// What the service does not give stays 0.
+// 0 if the service has no index.
 std::uint32_t IfIndexOfVlan(std::int32_t vlan) {
   limid_t limid = 0;
   std::uint32_t ifindex = 0;
@@ -70,7 +70,7 @@ std::uint32_t IfIndexOfVlan(std::int32_t vlan) {
   return ifindex;
 }
 
-// Interface index of a row, 0 where it cannot be read; and the row's area.
+// Interface index of a row, 0 if it cannot be read; and the row's area.
 std::uint32_t IfIndexOfRow(int sock, int thandle, const maapi_cursor& mc_intf,
                            AreaText* area) {
   const confd_value_t* keys = mc_intf.keys;
@@ -96,8 +96,8 @@ std::uint32_t IfIndexOfRow(int sock, int thandle, const maapi_cursor& mc_intf,
   return ifindex;
 }
 
-// Whether a row of the table has the index of the old VLAN's interface; the
-// first one that does decides the text.
+// Whether a row of the table has the index of the old VLAN's interface. The
+// text names the first such row.
 bool RefuseIfAssigned(int sock, confd_trans_ctx* tctx, std::int32_t old_vlan) {
   MaapiCursor cursor(sock, tctx->thandle, PathFormat{kOspfv3Table});
   auto row = cursor.begin();
@@ -127,12 +127,12 @@ int32_t validate_lower_layer_cross_ospfv3(int32_t maapi_socket,
                                           confd_trans_ctx* tctx,
                                           confd_hkeypath_t* keypath,
                                           confd_value_t* /*newval*/) {
-  // 1. Nothing to compare with.
+  // 1. There is nothing to compare with.
   if (config_valid::TableIsEmpty(maapi_socket, tctx->thandle)) {
     return internal::kAccept;
   }
 
-  // 2. No VLAN was there, or it stays.
+  // 2. There was no VLAN, or it does not change.
   const confd_value_t& name = keypath->v[1][0];
   std::int32_t old_vlan = 0;
   if (!config_valid::ReadRunningVlan(tctx, name, &old_vlan)) {
@@ -145,7 +145,7 @@ int32_t validate_lower_layer_cross_ospfv3(int32_t maapi_socket,
                            internal::TextOf(name).c_str()) == CONFD_OK;
   if (has_new_vlan && new_vlan == old_vlan) return internal::kAccept;
 
-  // 3. It changes or goes: not under OSPFv3.
+  // 3. It changes or is removed: refuse if OSPFv3 uses it.
   return config_valid::RefuseIfAssigned(maapi_socket, tctx, old_vlan)
              ? internal::kReject
              : internal::kAccept;

@@ -1,6 +1,6 @@
 // IPv6 router-advertisement timers (RFC 4861, section 6.2.1): the minimum
-// interval is bounded by the maximum, and a router lifetime outlasts it. Read
-// straight from the transaction; the snapshot is not used.
+// interval is limited by the maximum, and a router lifetime exceeds it. Read
+// directly from the transaction, without the snapshot.
 
 #include "include/validate_nd_ra.h"
 
@@ -18,13 +18,13 @@ namespace ip_application::config_valid {
 
 namespace {
 
-// The timers of one call. The maximum interval is set before a rule judges.
+// The timers of one call. The maximum interval is read before a rule runs.
 struct RaTimers {
   int sock;
   confd_trans_ctx* tctx;
   bool is_mgmt;
   std::uint16_t max_interval;  // seconds
-  std::string other_path;      // of the timer judged against the maximum
+  std::string other_path;      // of the timer compared with the maximum
 };
 
 // One rule: a timer against the maximum interval.
@@ -122,8 +122,8 @@ std::int32_t JudgeMinInterval(const RaTimers& timers) {
 }
 
 std::int32_t JudgeLifetime(const RaTimers& timers) {
-  // A management interface is no default router: its lifetime is not judged,
-  // though its maximum interval must be readable.
+  // A management interface is not a default router: its lifetime is not
+  // checked, but its maximum interval must be readable.
   if (timers.is_mgmt) return internal::kAccept;
 
   std::uint16_t lifetime = 0;
@@ -133,8 +133,8 @@ std::int32_t JudgeLifetime(const RaTimers& timers) {
     return internal::kReject;
   }
 
-  // Zero says "not a default router" (RFC 4861). Stricter than the RFC
-  // otherwise: a lifetime equal to the interval is refused.
+  // Zero means "not a default router" (RFC 4861). Otherwise stricter than the
+  // RFC: a lifetime equal to the interval is refused.
   if (lifetime == 0 || lifetime > timers.max_interval) {
     return internal::kAccept;
   }

@@ -1,7 +1,7 @@
 #include "src/lib/internal/assertion.h"
 
-// <cassert> declares the failure function only where assertions are on, and
-// the C library allows it to be included anew with another setting.
+// <cassert> declares the failure function only without NDEBUG. It may be
+// included again with another setting of NDEBUG.
 #undef NDEBUG
 #include <cassert>
 

@@ -4,7 +4,7 @@ namespace ip_application::config_valid::internal {
 
 namespace {
 
-// Where the families differ.
+// The differences between the families.
 struct Ipv4Reads {
   using Prefix = confd_ipv4_prefix;
   static constexpr auto kGet = maapi_get_ipv4_and_plen_elem;

@@ -69,7 +69,7 @@ std::pair<const Mask*, const Mask*> FirstOverlap(const Interface& first,
 
 template <typename Mask>
 const Mask* FirstRepeatedAddress(const std::list<Mask>& masks) {
-  // As prefixes of one address each, equal addresses are what overlaps.
+  // With the longest prefix length, only equal addresses overlap.
   PrefixSweep sweep;
   sweep.Reserve(masks.size());
   std::uint32_t rank = 0;

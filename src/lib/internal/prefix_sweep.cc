@@ -9,15 +9,16 @@ namespace {
 
 constexpr std::uint32_t kNone = PrefixSweep::kNone;
 
-// The ranks of a prefix and of all that contain it.
+// The ranks of a prefix and of all prefixes that contain it.
 struct Link {
   nettypes::Network network;
-  // The lowest rank of the first side, and the lowest but for that one.
+  // The two lowest ranks of the first side.
   std::uint32_t lowest = kNone;
   std::uint32_t second = kNone;
-  std::uint32_t other = kNone;  // the lowest of the other side
+  std::uint32_t other = kNone;  // the lowest rank of the other side
 
-  // Compares a prefix of the first side with all of the link, and adds it.
+  // Compares a prefix of the first side with all prefixes of the link, and adds
+  // it.
   void Add(std::uint32_t rank, PrefixSweep::Lowest* found) {
     const std::uint32_t with = rank == lowest ? second : lowest;
     if (with != kNone) found->rank = std::min({found->rank, with, rank});
@@ -52,14 +53,14 @@ PrefixSweep::Lowest PrefixSweep::FindLowest() {
     }
     Link link = chain.empty() ? Link() : chain.back();
 
-    // 2. The prefix overlaps with all of the chain.
+    // 2. The prefix overlaps with all prefixes of the chain.
     if (prefix.is_other) {
       link.AddOther(prefix.rank, &found);
     } else {
       link.Add(prefix.rank, &found);
     }
 
-    // 3. It becomes the last link; one that is equal to the last replaces it.
+    // 3. It becomes the last link, in place of one with an equal prefix.
     if (!chain.empty() && chain.back().network == prefix.network) {
       chain.pop_back();
     }

@@ -1,11 +1,9 @@
-// What the rules, the readers and whole callbacks cost, on networks of any
-// size. A name is WHAT/SHAPE/VARIANT/SIZE; variants of one measurement stand
-// beside each other in one run:
-//   indexed   the plug-in
-//   plain     the same by a plain walk, as far as one ends in a minute
-//   replay    the callback's platform calls with nothing around them
-// The sizes are interfaces of four addresses, static routes or OSPFv2 rows.
-// report.py turns the JSON output into tables.
+// Measures the rules, the readers and whole callbacks on networks of any size.
+// A name is WHAT/SHAPE/VARIANT/SIZE; variants of one measurement stand beside
+// each other in one run: indexed the plug-in plain the same by a plain walk, as
+// far as one ends in a minute replay the callback's platform calls with nothing
+// around them The sizes are interfaces of four addresses, static routes or
+// OSPFv2 rows. report.py turns the JSON output into tables.
 
 #include <benchmark/benchmark.h>
 
@@ -37,7 +35,7 @@ constexpr int kInterfaceCounts[] = {10, 100, 256, 1000, 4000, 16000, 64000};
 constexpr int kRouteCounts[] = {10, 100, 1000, 10000, 100000};
 constexpr int kOspfRowCounts[] = {16, 160, 1600, 16000};
 
-// Beyond, a plain walk takes minutes.
+// With more, a plain walk takes minutes.
 constexpr int kMostPlainInterfaces = 16000;
 
 using Body = std::function<void(State&)>;
@@ -58,12 +56,12 @@ benchmark::internal::Benchmark* Register(const std::string& what,
   return registered;
 }
 
-// The variants must answer alike, or a comparison says nothing.
+// The variants must give equal answers, or the comparison is meaningless.
 void Require(bool condition, const std::string& what) {
   if (!condition) throw std::logic_error("wrong answer: " + what);
 }
 
-// Everything read that the rules want.
+// A snapshot that has read everything that the rules need.
 std::unique_ptr<Life> ReadLife(const Network& network) {
   Store(network);
   auto life = std::make_unique<Life>();
@@ -181,7 +179,7 @@ std::vector<OspfIf> OspfRecords(int rows) {
   return records;
 }
 
-// Both families' reads, as far as the records go.
+// Merges the records of both families.
 void RegisterMerge(int count) {
   const std::string what = "merge of interfaces/two reads";
   const auto merge = [](const std::vector<Interface>& records,
@@ -236,7 +234,7 @@ Trace TraceOf(const Network& network, const std::string& point) {
   return trace;
 }
 
-// The same with a round trip for each call, as a real daemon costs at least.
+// The same with a round trip for each call, the minimum cost of a real daemon.
 void RegisterRoundTrips(const std::string& what, const std::string& point,
                         int size, const Network& network) {
   const auto in_round_trips = [=](State& state, auto body) {

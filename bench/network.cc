@@ -18,12 +18,12 @@ constexpr char kRouteTable[] = "/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry";
 constexpr char kOspfTable[] = "/internal/ospf-interface-l3";
 constexpr std::uint32_t kOspfProcess = 7;
 
-// Every number below 2^18 once, in no order.
+// A permutation of the numbers below 2^18.
 std::uint32_t Scattered(std::uint32_t number) {
   return (number * 2654435761U) & 0x3ffffU;
 }
 
-// The network of that number, and a host in it.
+// A host in the network with that number.
 confd_value_t Address(int family, std::uint32_t number, std::uint8_t host) {
   confd_value_t value{};
   const std::uint32_t network = Scattered(number);
@@ -65,7 +65,7 @@ class Builder {
   }
 
  private:
-  // The l3 interface, and the interface behind it, that share a network.
+  // The l3 interface that shares a network with the next interface.
   int ConflictAt() const {
     switch (network_.conflict) {
       case Conflict::kStart:
@@ -95,7 +95,7 @@ class Builder {
     return static_cast<std::uint32_t>(interface * kAddressesEach + k);
   }
 
-  // An interface and the one behind it are in one VRF, so that they can be in
+  // An interface and the next one are in one VRF, so that they can be in
   // conflict.
   void StoreVrf(const std::string& entry, int interface) const {
     const int vrf = interface / 2 % network_.vrfs;

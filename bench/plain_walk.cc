@@ -96,7 +96,7 @@ bool AllUsable(const Interface& interface) {
          std::all_of(interface.ipv4.begin(), interface.ipv4.end(), IsUsable);
 }
 
-// Violations that no measured network has get one word as their text.
+// Violations that no measured network has get a text of one word.
 template <typename Family>
 std::string Addresses(const Config& config, const InterfaceConfig& changed) {
   std::string text;

@@ -35,7 +35,7 @@ void Note(Kind kind) {
   if (current_trace != nullptr) current_trace->Add(kind);
 }
 
-// Answers every octet with itself, in a thread.
+// A thread that sends back every octet.
 class Echo {
  public:
   Echo() {
@@ -68,7 +68,7 @@ class Echo {
   std::thread thread_;
 };
 
-std::unique_ptr<Echo> echo;  // null where nothing is asked
+std::unique_ptr<Echo> echo;  // null: no round trips
 
 void AskDaemon() {
   if (echo != nullptr) echo->RoundTrip();
@@ -96,8 +96,7 @@ const confd_value_t* Read(Kind kind, const char* format, va_list args) {
 
 bool EndsStep(char c) { return c == '/' || c == '{' || c == '\0'; }
 
-// The next step's name, or the keys behind one, in braces. `at` is moved
-// behind it.
+// The next step's name, or its keys in braces. Moves `at` after it.
 std::string_view TakeStep(const char** at) {
   const char* start = *at;
   if (*start == '{') {
@@ -105,7 +104,7 @@ std::string_view TakeStep(const char** at) {
     *at = end + 1;
     return {start, static_cast<std::size_t>(*at - start)};
   }
-  const char* name = ++start;  // behind the slash
+  const char* name = ++start;  // after the slash
   const char* end = start;
   for (; !EndsStep(*end); ++end) {
     if (*end == ':') name = end + 1;
@@ -296,7 +295,7 @@ void Trace::Replay() const {
   }
 }
 
-// A format takes as many of the arguments as it has conversions.
+// A format uses as many of the arguments as it has conversions.
 template <typename Call, typename... Out>
 void Trace::MakeAgain(const TracedPath& path, Call call, Out... out) const {
   const char* texts = texts_.data();

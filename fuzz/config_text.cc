@@ -1,12 +1,12 @@
-// Texts as files for `ipav check`: read, compared, and validated in a whole
-// commit. The targets config_xml and config_json are both made of this file, as
-// each has its own corpus and dictionary.
+// Reads texts as `ipav check` reads files, compares them, and validates them in
+// a whole commit. The targets config_xml and config_json are both made of this
+// file, as each has its own corpus and dictionary.
 //
 // Legal: an InputError of one line that names the file; or a configuration, and
 // for each call of the commit's plan verdict 0, or -1 with one text of the
-// point, or the exceptions of the OSPFv2 table's texts and of a short output
-// interface name. No assertion: data that the model accepts has the right
-// types.
+// point, or the exceptions for invalid texts in the OSPFv2 table and for a
+// short output interface name. No assertion: data that the model accepts has
+// the right types.
 //
 // Input: the file.
 
@@ -43,7 +43,7 @@ struct FreeDeleter {
   void operator()(char* text) const { std::free(text); }
 };
 
-// Nothing for a tree without a node that says more than its default.
+// Empty for a tree with only default values.
 std::string Print(const DataTree& tree, LYD_FORMAT format) {
   char* printed = nullptr;
   const LY_ERR error = lyd_print_mem(&printed, tree.FirstChild(nullptr), format,
@@ -61,7 +61,7 @@ void RequireReadsBack(const DataTree& tree, LYD_FORMAT format) {
   Require(Diff(tree, *again).top().empty(), "a printed configuration differs");
 }
 
-// Every entry of a list is the one that its keys find.
+// A look-up with the keys of any list entry must find this entry.
 void RequireEntriesAreFound(const DataTree& tree, const lyd_node* parent) {
   for (const lyd_node* node = tree.FirstChild(parent); node != nullptr;
        node = node->next) {
@@ -80,15 +80,15 @@ std::size_t CountChanges(const std::vector<Change>& changes) {
   return count;
 }
 
-// There are as many changes as there are back.
+// Both directions must have the same number of changes.
 void RequireSameWayBack(const DataTree& from, const DataTree& to) {
   Require(
       CountChanges(Diff(from, to).top()) == CountChanges(Diff(to, from).top()),
       "another number of changes back");
 }
 
-// Whether the keys of an entry have a carriage return: libyang keeps it, XML
-// makes another character of it, and so the entry has no place.
+// Whether the keys of an entry have a carriage return. libyang keeps it, but an
+// XML reader replaces it, so the entry has no position.
 bool HasCarriageReturn(const lyd_node* node) {
   if (node->schema->nodetype != LYS_LIST) return false;
   const std::vector<std::string> keys = datastore::KeysOf(node);
@@ -97,7 +97,7 @@ bool HasCarriageReturn(const lyd_node* node) {
   });
 }
 
-// Each node that the text gives has a place in it.
+// Each node that is written in the text must have a position in it.
 void RequirePlaces(const source::SourceText& source, const lyd_node* node) {
   for (; node != nullptr; node = node->next) {
     if (HasCarriageReturn(node)) continue;
@@ -114,7 +114,7 @@ void RequirePlaces(const source::SourceText& source, const lyd_node* node) {
   }
 }
 
-// A commit, and a finding of each of its refusals.
+// Runs a commit, and makes a finding for each refusal.
 void JudgeAndExplain(const messages::Configuration& running,
                      const messages::Configuration& candidate) {
   messages::Finder finder(running, candidate);

@@ -1,10 +1,11 @@
-// Row texts of the OSPFv2 interface table, with its reader and both rules.
+// Runs the reader of the OSPFv2 interface table and both rules on any row
+// texts.
 //
 // Legal: verdict 0, or -1 with one text of the point; or the exception of the
 // first wrong row: std::invalid_argument or std::out_of_range of "stoul", or
 // boost::system::system_error, as the C library's strtoul() and inet_pton()
-// decide. No assertion. The reader keeps one address of each row before that
-// one.
+// decide. No assertion. The reader keeps one address of each row before the
+// wrong one.
 //
 // Input: a row per line: compound identifier, area, interface and address,
 // separated by tabs. If the netmask can be read, there is a fifth part; its
@@ -61,7 +62,7 @@ void StoreRow(const Row& row) {
   Fake().SetValue(testing::PathText(leaf), testing::Uint8(row.netmask));
 }
 
-// What the interfaces and processes of most rows are.
+// Stores the interfaces and processes of most rows.
 void StoreRest() {
   testing::InterfaceData l3;
   l3.ipv4_list = {"10.1.2.1/24"};
@@ -90,7 +91,7 @@ bool IsAddress(const std::string& text) {
   return inet_pton(AF_INET, text.c_str(), &address) == 1;
 }
 
-// How reading the row ends.
+// The expected end of reading the row.
 Ending EndingOf(const Row& row) {
   const std::string number = Printed(row.keys[0]);
   char* end = nullptr;

@@ -1,16 +1,16 @@
-// Any typed values and rows from the platform - wrong types, empty octets, long
-// texts, texts with NUL, negative and huge prefix lengths - and calls that
-// fail, for all eleven validation points.
+// Runs all eleven validation points on any values and rows of the platform
+// (wrong types, empty octets, long texts, texts with NUL, negative and huge
+// prefix lengths) and with calls that fail.
 //
 // Legal: verdict 0 or -1, with one text of the point; the assertions on the
 // types of the platform's values: keys, leaves, changes, and the elements of a
-// key path, each of which may have any type; the exceptions of the OSPFv2
-// table's texts and of a short output interface name. A snapshot survives an
-// exception, and ends with an assertion.
+// key path, each of which may have any type; the exceptions for invalid texts
+// in the OSPFv2 table and for a short output interface name. A snapshot is used
+// again after an exception, but not after an assertion.
 //
-// Input: steps (any_platform.h). The number after those of the steps calls a
-// validation point between two steps; a byte says which one. At the end all
-// points are called, each on a fresh snapshot.
+// Input: steps (any_platform.h). The step number kSteps calls the validation
+// point that the next byte selects. At the end all points are called, each on a
+// fresh snapshot.
 
 #include <cstddef>
 #include <cstdint>
@@ -35,13 +35,13 @@ std::unique_ptr<PluginLife> NewLife() {
   return std::make_unique<PluginLife>(Assertions::kLegal);
 }
 
-// An assertion ends the life, and the next one begins.
+// A failed assertion ends the life cycle, and a new one begins.
 void Call(const AnyPlatform& platform, const std::string& point,
           std::unique_ptr<PluginLife>* life) {
   Fake().set_opaque(point);
   testing::KeyPath keypath = platform.KeyPathOf(point);
   if ((*life)->Validate(keypath.get()) != Ending::kAssertion) return;
-  life->reset();  // ahead of the next: the platform keeps one context
+  life->reset();  // before the next one: the platform has one context
   *life = NewLife();
 }
 

@@ -1,6 +1,6 @@
-// What one read of the daemon's interface costs in the embedded host, by the
-// number of interfaces: in the order of the configuration, as the plug-in
-// reads, and in any order. One iteration is one call.
+// Measures one read of the daemon's interface in the embedded host for several
+// numbers of interfaces: in the order of the configuration, as the plug-in
+// reads, and in random order. One iteration is one call.
 
 #include <benchmark/benchmark.h>
 #include <confd_lib.h>
@@ -77,7 +77,7 @@ const DataTree& Tree(int interfaces) {
       .first->second;
 }
 
-// An open transaction that changes nothing.
+// An open transaction without changes.
 class Transaction {
  public:
   explicit Transaction(int interfaces)

@@ -67,7 +67,7 @@ const Model& KindsModel() {
   return kModel;
 }
 
-// An element at the top, with all that the attributes of an edit need.
+// The start of a top element, with the namespaces that an edit needs.
 std::string TopElement(const std::string& name) {
   return name +
          " xmlns=\"urn:kinds\" xmlns:k=\"urn:kinds\" "
@@ -161,7 +161,7 @@ EditRules RulesOf(Operation default_operation) {
   return rules;
 }
 
-// An edit that has no errors.
+// Applies an edit, which must have no errors.
 Nodes Succeed(const Nodes& base, const std::string& text,
               const EditRules& rules) {
   Edited edited = store::EditConfig(KindsModel(), base.get(), text, rules);
@@ -186,7 +186,7 @@ void RequireError(const Nodes& base, const std::string& text, ErrorTag tag) {
           "an error of another kind");
 }
 
-// The text of a configuration, as an edit of it.
+// A configuration's own text, as an edit of it, must not change it.
 void RequireOwnTextChangesNothing(const Nodes& nodes) {
   const std::string text = store::TextOf(nodes.get());
   RequireEqual(nodes, Succeed(nodes, text, RulesOf(Operation::kMerge)),
@@ -236,7 +236,7 @@ bool Accepts(const std::string& text) {
 
 void RequireSameJudgement(const Nodes& nodes) {
   const std::string text = store::TextOf(nodes.get());
-  // libyang reads less in a file than it takes from an edit.
+  // libyang accepts less in a file than in an edit.
   const bool has_any = text.find("<any") != std::string::npos ||
                        text.find("<xml") != std::string::npos;
   if (has_any) return;
@@ -269,7 +269,7 @@ void RequireErrors(const Edited& edited, OnError on_error) {
   Require(edited.errors.empty() || edited.nodes == nullptr, "an edit in part");
 }
 
-// What an edit leaves of a configuration.
+// Applies an edit to a configuration, and checks the result.
 Nodes Apply(const Edit& edit, Nodes nodes) {
   const std::string before = AllOf(nodes);
   Edited edited =
@@ -280,7 +280,7 @@ Nodes Apply(const Edit& edit, Nodes nodes) {
   if (!edited.errors.empty() && edit.rules.on_error == OnError::kUndo) {
     return nodes;
   }
-  // What was judged is not judged again.
+  // An unchanged configuration was checked before.
   if (AllOf(edited.nodes) == before) return nodes;
   RequireOwnTextChangesNothing(edited.nodes);
   RequireComesAndGoes(edited.nodes);

@@ -1,11 +1,12 @@
 // Splits streams of bytes, in any pieces, into NETCONF messages: with the
-// framings alone, and, after a client's hello, with the relay between client
+// deframer alone, and, after a client's hello, with the relay between client
 // and server.
 //
 // Legal, for any pieces: the messages, in order, and the refusal of the whole
-// stream at once. A message that is framed again is read again. The server gets
-// the same messages in chunks, or those before a refusal as far as they were
-// passed on. The client gets what the server sent, in the framing of its hello.
+// stream at once. A message that is framed again gives the same message. The
+// server gets the same messages in chunks, or those before a refusal as far as
+// they were passed on. The client gets what the server sent, in the framing of
+// its hello.
 //
 // Input: a line, and the stream after it. The line: "marks", "chunks" or
 // "relay"; the largest size of a message; the number of repetitions of the
@@ -165,7 +166,7 @@ class Client : public ReadyStream {
  public:
   explicit Client(const Input& input) : pieces_(input), sizes_(input.pieces) {}
 
-  // It stays for some answers.
+  // The client waits for some replies.
   std::optional<std::string> Read() override {
     auto piece = pieces_.Next();
     if (!piece.has_value() && patience_-- > 0) return "";
@@ -224,10 +225,10 @@ class Server : public ReadyStream {
 
 struct Session {
   std::optional<Framing> framing;  // none: there was no hello
-  Deframed stream;                 // behind the hello
+  Deframed stream;                 // after the hello
 };
 
-// What all that a client sends means.
+// The expected session for all bytes that a client sends.
 Session SessionOf(const Input& input) {
   const std::size_t end = input.stream.find("]]>]]>");
   const std::string hello =

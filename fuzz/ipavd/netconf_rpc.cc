@@ -8,7 +8,7 @@
 // requires. A refused operation does not change a datastore, except with
 // continue-on-error. The plug-in has accepted running. The library keeps no
 // errors. A second start finds the datastores of the first one, unless a
-// confirmed commit waits.
+// confirmed commit is pending.
 //
 // Input: steps, with "]]>]]>" between them. A step is a message of the first
 // client, or of another one after "2" or "3". A message that begins with "<",

@@ -60,8 +60,8 @@ Value AnyAddress(ByteReader* in, confd_vtype type) {
   return Value(value);
 }
 
-// A type that the plug-in has no use for, also one that has no name. As many
-// as the bits of the enumeration hold: another one is no value of it.
+// A type that the plug-in does not use, also one without a name. Limited to the
+// bits of the enumeration: a larger number is not a value of it.
 Value OtherType(ByteReader* in) {
   const std::size_t number = in->Below(64);
   if (number == C_BUF || number == C_BINARY) return Text("");
@@ -240,7 +240,7 @@ void AnyPlatform::RouteRow() {
 
 void AnyPlatform::RouteInterface() {
   if (route_.empty()) RouteRow();
-  // The path names the prefix length as an unsigned number.
+  // In the path, the prefix length is an unsigned number.
   const confd_value_t length = route_[3].Borrow();
   const Value printed = length.type == C_INT32
                             ? Uint32(static_cast<std::uint32_t>(length.val.i32))
@@ -291,7 +291,7 @@ void AnyPlatform::RunningVlan() {
 }
 
 void AnyPlatform::XpathAnswer() {
-  // The key as the walk takes it, up to its first NUL.
+  // The key as the walk reads it, up to its first NUL.
   const std::string name = UpToNul(key_.KeyText());
   const std::string expression = "ospfv3-interface-l3[ospfv3-pm-if-name='" +
                                  kind_ + "-" + name + "']/ospfv3-pm-if-name";
@@ -302,9 +302,9 @@ void AnyPlatform::Change() {
   KeyPath path;
   path.Node("config").Node("interface").Node(kind_);
   path.Key(Take({key_, Text("core1")}));
-  // A path text needs a node's name, so the leaf is put in its place behind.
+  // A path text needs the name of a node, so the leaf is replaced afterwards.
   path.Node("vrf").Replace(0, Take({Tag(TagOf("vrf")), Tag(TagOf("name"))}));
-  // As many numbers as the bits of the enumeration hold.
+  // Limited to the bits of the enumeration.
   const auto op = static_cast<confd_iter_op>((MOP_VALUE_SET + in_->Byte()) % 8);
   std::optional<Value> value;
   if (in_->Byte() % 2 == 0) value = Take(Vrfs());

@@ -16,9 +16,9 @@ struct KnownAssertion {
   const char* expression;
 };
 
-// Every assertion that a call can fail. Those on the type of a prefix length in
-// config.cc, on v[0][0] in validate_intf_vrf.cc's choice of a walk and in the
-// OSPFv3 walk cannot: another one is in front, or nothing makes that walk.
+// Every assertion that can fail in a call. The others cannot: those on the type
+// of a prefix length in config.cc and on v[0][0] in MakeListWalk() come after
+// the same test, and no call makes the OSPFv3 walk.
 constexpr KnownAssertion kKnown[] = {
     {"src/lib/config.cc", "(&keypath->v[0][0])->type == C_XMLTAG"},
     {"src/lib/config.cc", "(&confd_if_index)->type == C_INT32"},
@@ -50,9 +50,9 @@ constexpr KnownAssertion kKnown[] = {
 
 }  // namespace ipav::fuzz
 
-// Takes the place of the C library's. The plug-in fails its assertions in one
-// function that holds nothing, which an exception can leave; a macro's own
-// failure is an assertion under another file name, and a finding.
+// Replaces the C library's function. FailAssertion() of the plug-in has no
+// local objects, so an exception may leave it. A failed assert() of another
+// file is a finding.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" [[noreturn]] void __assert_fail(const char* expression,
                                            const char* file, unsigned line,

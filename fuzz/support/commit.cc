@@ -28,8 +28,8 @@ using datastore::Diff;
 
 constexpr char kValidationSet[] = "ip_app_validation";
 
-// Every change names a node of the right configuration, and something changed
-// in it or below.
+// Every change must name a node of the right configuration, and there must be a
+// change in it or below it.
 void RequireSound(const std::vector<Change>& changes) {
   for (const Change& change : changes) {
     Require(change.before != nullptr || change.after != nullptr,
@@ -47,7 +47,7 @@ void RequireSound(const std::vector<Change>& changes) {
   }
 }
 
-// The path that an operator reads leads to the node.
+// The path that an operator sees must lead to the node.
 void RequirePathLeadsTo(const DataTree& tree, const PointCall& call) {
   const confd::Target target =
       confd::Resolve(tree, confd::ParsePath(commit::PathOf(call)));
@@ -62,7 +62,7 @@ confd::Keypath KeypathOf(const datastore::Model& model, const PointCall& call) {
              : confd::KeypathOf(model, call.parent, *call.site->node);
 }
 
-// One life of the plug-in over one transaction.
+// One life cycle of the plug-in for one transaction.
 class Life {
  public:
   Life(const DataTree& running, const DataTree& candidate, const Diff& diff)
@@ -116,7 +116,7 @@ std::vector<commit::Answer> JudgeCommit(const DataTree& running,
     refusals.push_back({call.site->opaque, commit::PathOf(call), -1,
                         std::move(text), std::nullopt});
   }
-  // What an XPath that does not hold recorded.
+  // libyang records an error for an XPath that is false.
   datastore::ClearErrors(candidate.model().context());
   return refusals;
 }

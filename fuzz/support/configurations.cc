@@ -99,7 +99,7 @@ const Model& ProjectModel() {
 
 std::optional<DataTree> ReadConfiguration(const std::string& text) {
   const Model& model = ProjectModel();
-  // What was recorded for the inputs before would pile up.
+  // Otherwise the errors of earlier inputs would accumulate.
   datastore::ClearErrors(model.context());
   static const MemoryFile kFile;
   kFile.Write(text);

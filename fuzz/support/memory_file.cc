@@ -12,7 +12,7 @@ MemoryFile::MemoryFile()
     : descriptor_(memfd_create("input", MFD_CLOEXEC)),
       path_("/proc/self/fd/" + std::to_string(descriptor_)) {
   Require(descriptor_ >= 0, "no file in memory");
-  // As a file of somebody: some readers refuse what anybody may write.
+  // Only for its owner: some readers refuse a file that others may write.
   Require(fchmod(descriptor_, S_IRUSR | S_IWUSR) == 0, "a file for anybody");
 }
 

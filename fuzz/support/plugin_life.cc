@@ -25,7 +25,7 @@ void RequireBalance() {
 }
 
 void RequireRefusalText(const std::vector<TransactionError>& errors) {
-  // The host has no socket: the call ends before a point is looked for.
+  // Without a socket, the call ends before the look-up of a point.
   if (Fake().calls().back().name == "hostd_maapi_socket_get") {
     return Require(errors.empty(), "a text before any point");
   }
@@ -41,7 +41,7 @@ void AskForLogHandle() { ValidateLogger::Log("%s", ""); }
 }  // namespace
 
 void StartPlatform() {
-  // The logger asks for its handle once in the process: ahead of all inputs.
+  // The logger asks for its handle once per process: before all inputs.
   static const bool kAsked = [] {
     AskForLogHandle();
     return true;

@@ -26,13 +26,13 @@ std::vector<fs::path> FilesOf(const fs::path& path) {
   return files;
 }
 
-// The name first: a finding ends the process.
+// Prints the name first, since a finding ends the process.
 bool Run(const fs::path& path) {
   static_cast<void>(std::fprintf(stderr, "%s\n", path.c_str()));
   std::ifstream file(path, std::ios::binary);
   if (!file) return false;
   std::vector<std::uint8_t> input{std::istreambuf_iterator<char>(file), {}};
-  // No room behind the end, where the address sanitizer would see nothing.
+  // No spare capacity, in which the address sanitizer would not detect a read.
   input.shrink_to_fit();
   return LLVMFuzzerTestOneInput(input.data(), input.size()) == 0;
 }

@@ -7,8 +7,8 @@ namespace ipav::model {
 
 namespace {
 
-// The kinds of text, by pieces that no other one has. A name cannot hold any of
-// them, as none has a blank followed by such a word.
+// The kinds of texts, by pieces that no other kind has. No name contains such a
+// piece: none has a blank followed by one of these words.
 struct TextKind {
   const char* name;
   std::vector<std::string> pieces;
@@ -54,8 +54,8 @@ const std::vector<TextKind>& TextKinds() {
   return kinds;
 }
 
-// What each validation point must answer at times; "" stands for an unknown
-// one, "rule" for a rule that is called alone.
+// The kinds of answers that must occur for each validation point; "" is an
+// unknown point, "rule" a rule that is called directly.
 struct PointKinds {
   const char* point;
   std::vector<const char*> kinds;
@@ -110,8 +110,8 @@ const std::vector<PointKinds>& AllPointKinds() {
   return points;
 }
 
-// Lines of the log that must come up, by their beginnings; and what no single
-// answer tells.
+// Beginnings of log lines that must occur; and kinds that need more than one
+// answer.
 constexpr const char* kLogLines[] = {
     "There is no path for ",
     "The maximum number of available static routes was exceeded!",

@@ -90,7 +90,7 @@ void Store(const RouteRow& row) {
 }
 
 void Store(const OutputRow& row) {
-  // A negative length stands in the path as the unsigned number.
+  // In the path, a negative length is the unsigned number.
   const std::vector<Value> keys = {
       testing::Uint32(row.vrf), ValueOf(row.destination),
       testing::Uint32(static_cast<std::uint32_t>(row.length)),
@@ -107,7 +107,7 @@ void Store(const VrfIndexRow& row) {
         row.name);
 }
 
-// Adds the entry of the keys; the path of a leaf below it.
+// Adds the entry with these keys. Returns the path of a leaf below it.
 std::string AddRow(const std::string& list, const std::vector<Value>& keys,
                    const std::string& leaf) {
   Fake().AddEntry(list, keys);

@@ -1,5 +1,5 @@
-// The model's reading and rules of OSPF: OSPFv2 from what was read, OSPFv3
-// straight from the configuration.
+// The model's readers and rules for OSPF: OSPFv2 from the records, OSPFv3
+// directly from the configuration.
 
 #include <arpa/inet.h>
 
@@ -91,7 +91,7 @@ bool PlainModel::ReadOspfRow(const Ospfv2Row& row) {
   return true;
 }
 
-// It is asked for by what the row's keys mean, which need not be their texts.
+// The look-up uses the values of the row's keys, whose texts may differ.
 std::int32_t PlainModel::LengthOf(std::uint32_t compound_id, const Octets& area,
                                   const std::string& interface_key,
                                   const Octets& address) {
@@ -187,8 +187,7 @@ bool PlainModel::OspfVrfsHold(const Reader& reader) {
 
 // ---- OSPFv3 ----------------------------------------------------------------
 
-// Only below a list of l3 or loopback interfaces itself; no other place has
-// changes that are refused.
+// Refuses changes only for the list of l3 or loopback interfaces itself.
 bool PlainModel::ChangedVrfsHold(const Place& place) {
   const std::string list = ElementOf(place, 0);
   if (place.size() != 3 || (list != "l3" && list != "loopback")) return true;

@@ -1,5 +1,5 @@
-// Reading into the model: what each of the plug-in's readers makes of the
-// configuration.
+// The model's readers: the records that each reader of the plug-in makes from
+// the configuration.
 
 #include "tests/model/plain_model.h"
 
@@ -7,7 +7,7 @@ namespace ipav::model {
 
 namespace {
 
-// The octets that a family takes of those that a row holds.
+// The octets of a row that the family uses.
 Octets Cut(const Octets& octets, int family) {
   const std::size_t size = family == 4 ? 4 : 16;
   Octets cut = octets;

@@ -1,4 +1,4 @@
-// The model's rules of names, addresses and static routes.
+// The model's rules for names, addresses and static routes.
 
 #include "tests/model/plain_model.h"
 
@@ -196,7 +196,7 @@ bool PlainModel::BlackHoleRule() {
   const std::vector<Route>& routes =
       ipv4_routes_read_ ? ipv4_routes_ : ipv6_routes_;
 
-  // By VRF and prefix, the first one that is both.
+  // The first one that is both, by VRF and prefix.
   const Route* first = nullptr;
   for (const Route& hole : routes) {
     if (!IsZero(hole.next_hop)) continue;

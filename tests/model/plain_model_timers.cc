@@ -1,4 +1,4 @@
-// The model's rules of the router-advertisement timers.
+// The model's rules for the router-advertisement timers.
 
 #include "tests/model/plain_model.h"
 

@@ -23,7 +23,7 @@ using ip_application::config_valid::ValidateConfig;
 using testing::Fake;
 using testing::FakePlatform;
 
-// No open transaction has it.
+// The handle of no open transaction.
 constexpr int kClosed = -1;
 
 int Validate(const Call& call, confd_trans_ctx* tctx) {
@@ -80,7 +80,7 @@ Rule RuleOf(Action action) {
   }
 }
 
-// The answer without what the platform recorded.
+// The answer without the records of the platform.
 Answer Judge(const Call& call, const Configuration& configuration,
              confd_trans_ctx* tctx, Config* config) {
   Answer answer;
@@ -134,7 +134,7 @@ PluginLife::~PluginLife() {
   Fake().Reset();
 }
 
-// Also forgets what was recorded, so that records never pile up.
+// Also drops the records, so that they do not accumulate.
 void PluginLife::Show(std::size_t transaction) {
   Fake().Reset();
   Fake().set_lib_context(context_);

@@ -27,7 +27,7 @@ Leaf<std::uint16_t> AnyTimer(Choices* choices,
       {{8, {true, value}}, {2, {}}, {1, {true, std::nullopt}}});
 }
 
-// The limits between them meet often: three quarters of a maximum, and a
+// Values at the limits are frequent: three quarters of the maximum, and a
 // lifetime that is one above it.
 RaTimers AnyTimers(Choices* choices) {
   return {AnyTimer(choices, {3, 4, 200, 600, 65535}),
@@ -49,7 +49,7 @@ InterfaceEntry AnyInterface(Choices* choices, const std::string& kind) {
   return entry;
 }
 
-// Keys differ, and nothing is below an entry that no path can name.
+// Keys are unique. An entry that no path can name has nothing below it.
 std::vector<InterfaceEntry> AnyInterfaces(Choices* choices, std::size_t most,
                                           const std::string& kind) {
   std::vector<InterfaceEntry> kept;
@@ -77,7 +77,7 @@ void AddMoreL3s(std::size_t total, std::vector<InterfaceEntry>* entries) {
 
 // ---- Static routes ---------------------------------------------------------
 
-// So few that a prefix is often that of another route, too.
+// Few networks, so that routes often have the same prefix.
 std::string AnyNetwork(Choices* choices, int family) {
   if (family == 4) {
     return choices->Pick<std::string>(
@@ -89,7 +89,7 @@ std::string AnyNetwork(Choices* choices, int family) {
                                      {1, "::"}});
 }
 
-// Any address, mostly one that interfaces have often, or none.
+// An address, often one of an interface, or none.
 std::string AnyNextHop(Choices* choices, int family) {
   const std::string any = AnyAddress(choices, family);
   const std::string host =
@@ -102,8 +102,8 @@ std::string AnyNextHop(Choices* choices, int family) {
       {{2, host}, {1, any}, {1, family == 4 ? "0.0.0.0" : "::"}});
 }
 
-// Types 3 and 0 are of no family. A type 1 row with 16 octets is read by its
-// first four.
+// Types 3 and 0 belong to no family. Of 16 octets in a row of type 1, the first
+// four are read.
 RouteRow AnyRoute(Choices* choices) {
   const auto [type, family] =
       choices->Pick<std::pair<std::int32_t, int>>({{16, {1, 4}},
@@ -124,7 +124,7 @@ RouteRow AnyRoute(Choices* choices) {
   return row;
 }
 
-// What a row adds to the number that is limited.
+// How often a row counts for the limit of static routes.
 unsigned WeightOf(const RouteRow& row) {
   return row.type == 1 ? 1 : row.type == 2 ? 2 : 0;
 }
@@ -140,7 +140,7 @@ void Fill(unsigned total, std::vector<RouteRow>* rows) {
   }
 }
 
-// A row may be followed by a twin: the same prefix by another next hop.
+// A row may be followed by one with the same prefix and another next hop.
 std::vector<RouteRow> AnyRoutes(Choices* choices) {
   const auto row_and_twin = [&] {
     std::vector<RouteRow> rows = {AnyRoute(choices)};
@@ -161,8 +161,8 @@ std::vector<RouteRow> AnyRoutes(Choices* choices) {
   return all;
 }
 
-// Of the rows that are there: names of l3 interfaces as the routing stack
-// spells them, and names that are too short.
+// Output interfaces of these rows: names of l3 interfaces in the form of the
+// routing stack, and names that are too short.
 std::vector<OutputRow> OutputsOf(Choices* choices,
                                  const std::vector<RouteRow>& routes) {
   std::vector<OutputRow> outputs;
@@ -188,7 +188,7 @@ std::vector<OutputRow> OutputsOf(Choices* choices,
   return outputs;
 }
 
-// The VRF 0 is the global one, by its name or for want of one.
+// VRF 0 is the global one, with that name or without a name.
 std::vector<VrfIndexRow> AnyVrfTable(Choices* choices) {
   std::vector<VrfIndexRow> rows;
   for (const char* name : {"red", "mgmt", "global"}) {
@@ -201,8 +201,8 @@ std::vector<VrfIndexRow> AnyVrfTable(Choices* choices) {
 
 }  // namespace
 
-// One without interfaces passes every rule of them, so that what is looked at
-// last decides.
+// A configuration without interfaces passes all rules for them, so that the
+// rules that run last decide.
 Configuration AnyConfiguration(Choices* choices) {
   Configuration configuration;
   configuration.l3 = AnyInterfaces(choices, 4, "l3");

@@ -16,7 +16,8 @@ std::string AnyArea(Choices* choices) {
       {{6, "0.0.0.1"}, {4, "0.0.0.0"}, {2, "10.0.0.1"}, {1, "255.0.0.254"}});
 }
 
-// The texts behind 4 are read as 1, 2, 3, 0 and the largest number.
+// After "4": texts that strtoul() reads as 1, 2, 3, 1, 0 and the largest
+// number.
 std::string AnyCompoundId(Choices* choices) {
   return choices->Pick<std::string>({{8, "1"},
                                      {6, "2"},
@@ -40,7 +41,7 @@ std::string AnyNoAddress(Choices* choices) {
       {"1", "10.1", "0.0.0.256", "::1", "", "0.0.0.1 "});
 }
 
-// As the OSPF tables name interfaces. Those without a hyphen are of none.
+// Names as in the OSPF tables. A name without a hyphen names no interface.
 std::string AnyOspfName(Choices* choices) {
   return choices->Pick<std::string>({{10, "l3-1"},
                                      {10, "l3-2"},
@@ -57,7 +58,7 @@ std::string AnyOspfName(Choices* choices) {
                                      {1, ""}});
 }
 
-// Few: they must meet the changes below.
+// Few names, so that they coincide with those of the changes below.
 std::string AnyOspfv3Name(Choices* choices) {
   return choices->Pick<std::string>({{4, "l3-1"},
                                      {3, "l3-2"},
@@ -107,8 +108,8 @@ std::vector<Prefix> Ipv4Of(const InterfaceEntry& entry) {
   return addresses;
 }
 
-// One interface in a process: mostly that of its VRF, every other address
-// seldom in another one.
+// The rows of one interface: mostly in the process of its VRF; sometimes every
+// second address is in another process.
 std::vector<Ospfv2Row> AnyEnrolment(Choices* choices, const std::string& name,
                                     const InterfaceEntry& entry) {
   const bool is_enrolled = choices->Chance(3, 5);
@@ -141,8 +142,7 @@ std::vector<Ospfv2Row> AnyEnrolment(Choices* choices, const std::string& name,
   return rows;
 }
 
-// The interfaces of both kinds in the order in which OSPF got to know them:
-// not always that of the rules.
+// The rows of both kinds of interfaces, not always in the order of the rules.
 std::vector<Ospfv2Row> AnyEnrolled(Choices* choices,
                                    const Configuration& configuration) {
   constexpr std::size_t kMostL3s = 4;
@@ -163,7 +163,7 @@ std::vector<Ospfv2Row> AnyEnrolled(Choices* choices,
   return all;
 }
 
-// A second process, an interface that is gone, an address that is, ...
+// A random row, such as for another process or for a missing interface.
 Ospfv2Row AnyRow(Choices* choices) {
   const Ospfv2Row bad = AnyBadRow(choices);
   const Ospfv2Row row = {
@@ -173,7 +173,7 @@ Ospfv2Row AnyRow(Choices* choices) {
   return choices->Chance(1, 9) ? bad : row;
 }
 
-// Rows differ, and nothing is below a row that no path can name.
+// Rows are unique. A row that no path can name has nothing below it.
 std::vector<Ospfv2Row> Consistent(const std::vector<Ospfv2Row>& rows) {
   std::vector<Ospfv2Row> kept;
   for (Ospfv2Row row : rows) {
@@ -190,8 +190,8 @@ std::vector<Ospfv2Row> Consistent(const std::vector<Ospfv2Row>& rows) {
   return kept;
 }
 
-// The last one is the process of 2 by another number, or differs from it in its
-// identifier or its VRF only.
+// The last one has another identifier than the second one, and the same number
+// and VRF, or another number or VRF.
 std::vector<ProcessRow> AnyProcesses(Choices* choices) {
   const auto last = choices->OneOf<ProcessRow>(
       {{4, 20, "red"}, {4, 40, "red"}, {4, 20, "global"}});
@@ -253,7 +253,7 @@ std::vector<RunningVlan> AnyRunning(Choices* choices) {
 
 // ---- Changes ---------------------------------------------------------------
 
-// Of a node below an entry, or of the entry itself.
+// A change of a list entry or of a node below it.
 Change AnyChange(Choices* choices) {
   const auto entry = choices->Pick<std::string>({{5, "l3{1}"},
                                                  {3, "l3{2}"},

@@ -1,4 +1,5 @@
-// The plug-in against the plain model, on random lives of the library.
+// Compares the plug-in with the plain model on random life cycles of the
+// library.
 //
 // RC_PARAMS sets the number of lives and the seed ("max_success=100000
 // seed=1"); a failure prints both and the smallest life that still fails.
@@ -22,10 +23,10 @@
 namespace ipav::model {
 namespace {
 
-// From that many lives on, each kind of answer must have come up.
+// With at least so many lives, each kind of answer must have occurred.
 constexpr unsigned kEnoughLives = 3000;
 
-// Whether the OSPFv2 table is read by a call, and whether it was left there.
+// Whether a call reads the OSPFv2 table, and whether this read threw.
 bool ReadsOspf(const Call& call) {
   return call.action == Action::kValidate &&
          (call.opaque.find("ipv4_addr_prot_cross_validation") == 0 ||
@@ -36,8 +37,8 @@ bool IsOfOspf(Exception exception) {
   return exception != Exception::kNone && exception != Exception::kShortName;
 }
 
-// Plainer numbers: without one block of those that are not 0, large blocks
-// first, or with one number half as large.
+// Simpler numbers: with one block set to 0, large blocks first, or with one
+// number halved.
 rc::Seq<Choices::Numbers> Plainer(const Choices::Numbers& numbers) {
   std::vector<Choices::Numbers> all;
   for (std::size_t size = numbers.size(); size > 0; size /= 2) {
@@ -71,7 +72,7 @@ rc::Gen<Scenario> Scenarios() {
   });
 }
 
-// Runs one life on both sides.
+// Runs one life cycle of the plug-in and of the model.
 void Live(const Scenario& scenario, AnswerTally* tally) {
   PlainModel model;
   PluginLife plugin(scenario.transactions);

@@ -36,7 +36,7 @@ Configuration Changed(const Configuration& before, Configuration other) {
 
 // ---- Places ----------------------------------------------------------------
 
-// Mostly of an interface that is there.
+// Mostly the key of an existing interface.
 std::string KeyOf(Choices* choices,
                   const std::vector<Configuration>& transactions,
                   const std::string& list) {
@@ -56,8 +56,8 @@ std::string KeyOf(Choices* choices,
   return choices->Chance(1, 7) ? any : known;
 }
 
-// Of a list of interfaces, as the daemon calls points that look at it whole;
-// and other ends of a path, at every depth at which something is looked for.
+// The path of a list of interfaces, as for points on a whole list; or a path
+// with another end, at every depth that the plug-in reads.
 std::string AnyPath(Choices* choices) {
   return choices->Pick<std::string>({
       {40, "/config/interface/l3"},
@@ -99,7 +99,8 @@ std::string AnyPathOf(Choices* choices, const std::string& opaque,
 
 // ---- Calls -----------------------------------------------------------------
 
-// A point's name, or one that is too short, and what a use site may append.
+// The name of a point, or a beginning of it, and text that a use site may
+// append.
 std::string AnyOpaque(Choices* choices) {
   const auto name = choices->Pick<std::string>({
       {6, "intf_l3_name_validation"},
@@ -140,7 +141,7 @@ Call AnyCall(Choices* choices, const std::vector<Configuration>& transactions) {
 
 // ---- Lives -----------------------------------------------------------------
 
-// One configuration or two, one call after the other.
+// Calls on one configuration or two.
 Scenario AnyLife(Choices* choices, const Configuration& first,
                  const Configuration& second) {
   const auto transactions = choices->Pick<std::vector<Configuration>>(
@@ -151,8 +152,8 @@ Scenario AnyLife(Choices* choices, const Configuration& first,
           choices->UpTo(9, [&] { return AnyCall(choices, transactions); })};
 }
 
-// A row ends the read of the OSPFv2 table by an exception; the read is repeated
-// on a table without it.
+// A bad row makes the read of the OSPFv2 table throw; the read is repeated on a
+// table without it.
 Scenario AnyMendedLife(Choices* choices, const Configuration& mended) {
   Configuration bad = mended;
   InsertAnywhere(choices, AnyBadRow(choices), &bad.ospfv2);
@@ -179,7 +180,7 @@ Scenario AnyScenario(Choices* choices) {
 
   Scenario scenario = choices->Chance(1, 9) ? AnyMendedLife(choices, first)
                                             : AnyLife(choices, first, second);
-  // One transaction after the other.
+  // The calls of one transaction after those of the other.
   std::stable_sort(scenario.calls.begin(), scenario.calls.end(),
                    [](const Call& a, const Call& b) {
                      return a.transaction < b.transaction;

@@ -1,9 +1,11 @@
 // Measures the rules, the readers and whole callbacks on networks of any size.
-// A name is WHAT/SHAPE/VARIANT/SIZE; variants of one measurement stand beside
-// each other in one run: indexed the plug-in plain the same by a plain walk, as
-// far as one ends in a minute replay the callback's platform calls with nothing
-// around them The sizes are interfaces of four addresses, static routes or
-// OSPFv2 rows. report.py turns the JSON output into tables.
+// A name is WHAT/SHAPE/VARIANT/SIZE; variants of one measurement run one after
+// the other:
+//   indexed   the plug-in
+//   plain     the same with a plain walk, up to a size that takes a minute
+//   replay    only the callback's platform calls
+// The sizes are interfaces of four addresses, static routes or OSPFv2 rows.
+// report.py turns the JSON output into tables.
 
 #include <benchmark/benchmark.h>
 

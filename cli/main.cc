@@ -1,4 +1,4 @@
-// ipav: judges IP configurations with the validation plug-in, without a
+// ipav: validates IP configurations with the validation plug-in, without a
 // configuration daemon.
 
 #include <CLI/CLI.hpp>

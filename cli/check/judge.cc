@@ -71,8 +71,8 @@ void UseHugePages(const std::string& file) {
   std::free(block);
 }
 
-// Leaked on purpose: the process judges one device and exits. Freeing a large
-// configuration node by node takes a fifth of the time of reading it.
+// Leaked on purpose: the process validates one device and exits. Freeing a
+// large configuration node by node takes a fifth of the time of reading it.
 template <typename T>
 T& KeepUntilExit(std::unique_ptr<T> kept) {
   static auto& all = *new std::vector<std::unique_ptr<T>>;

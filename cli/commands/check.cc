@@ -1,4 +1,4 @@
-// ipav check: judges candidates against a running configuration.
+// ipav check: validates candidates against a running configuration.
 
 #include <unistd.h>
 

@@ -137,8 +137,8 @@ char SignOf(const Change& change) {
   return change.after == nullptr ? '-' : '~';
 }
 
-// A value in a line of text; in quotes where its ends would not be seen, or
-// where a terminal would interpret it.
+// A value in a line of text; in quotes if its ends would not be visible, or if
+// a terminal would interpret it.
 std::string QuotedIfNeeded(const std::string& value) {
   const bool is_plain = !value.empty() && value.front() != ' ' &&
                         value.back() != ' ' && value.front() != '"' &&

@@ -150,7 +150,7 @@ class Parts {
     for (const DeviceReport& device : part.report.devices) {
       const auto [entry, is_new] =
           file_of_device_.emplace(device.candidate, part.file);
-      // One run may judge a device twice.
+      // One run may validate a device twice.
       if (is_new || entry->second == part.file) continue;
       PrintProblem(device.candidate + " is in " + entry->second + " and in " +
                    part.file);

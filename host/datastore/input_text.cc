@@ -94,7 +94,7 @@ void RefuseBadJson(const std::string& text, const std::string& path) {
     throw InputError(path, LinesBefore(text, place) + 1,
                      what.substr(what.find(": ") + 2));
   } catch (const json::out_of_range& error) {
-    // "[...] number overflow parsing '1e999'", which tells no place
+    // "[...] number overflow parsing '1e999'", without a position
     const std::string what = error.what();
     throw InputError(path, what.substr(what.find("] ") + 2));
   }

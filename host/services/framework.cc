@@ -85,7 +85,7 @@ HostdCdbSessionBase::~HostdCdbSessionBase() {
 
 int HostdCdbSessionBase::Socket() const { return socket_; }
 
-// Any address will do: the log has no state of its own.
+// Any address will do, since the log has no state.
 void* get_config_vald_log_handle(void) { return &g_listener; }
 
 void hostmw_vlog_debug(void* /*handle*/, const char* format, va_list args) {

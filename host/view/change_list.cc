@@ -21,7 +21,7 @@ bool IsImplicit(const lyd_node* node) {
   return node != nullptr && (node->flags & LYD_DEFAULT) != 0;
 }
 
-// A container without meaning of its own: it exists with its parent.
+// A non-presence container: it exists whenever its parent does.
 bool IsPlainContainer(const lysc_node& schema) {
   return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
 }

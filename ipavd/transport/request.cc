@@ -96,7 +96,7 @@ void MarkAttributesBelow(const xmlNode* parent) {
   }
 }
 
-// A well-formed message with such attributes, written anew.
+// A copy of a well-formed message, with such attributes renamed.
 std::string MarkAttributes(std::string_view message) {
   const XmlDocument document = netconf::ParseXml(message, "UTF-8");
   xmlNode* root = netconf::RootOf(document);

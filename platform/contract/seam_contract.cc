@@ -1,7 +1,7 @@
-// Every number, type and call of the platform that the plug-in relies on, as a
-// wall of assertions. It holds for our own declarations and must hold for those
-// of a real SDK, whose structures have more members in another order: so it
-// looks at members by name, never at sizes or offsets of structures.
+// Static assertions on every number, type and call of the platform that the
+// plug-in uses. They hold for our own declarations and must hold for those of a
+// real SDK, whose structures have more members in another order: so they test
+// members by name, never sizes or offsets of structures.
 #include <confd_cdb.h>
 #include <confd_lib.h>
 #include <confd_maapi.h>
@@ -26,8 +26,8 @@ namespace {
 template <typename T>
 using Plain = std::remove_cv_t<std::remove_reference_t<T>>;
 
-// Whether a call takes arguments of these types and its result is usable as an
-// R. Conversions count as usable, so a typedef or a const more does no harm.
+// Whether a call takes arguments of these types and its result converts to R.
+// Conversions are allowed, so an additional typedef or const does no harm.
 template <typename R, typename... Args, typename Function>
 constexpr bool Answers(Function&&) {
   return std::is_invocable_r_v<R, Function, Args...>;
@@ -35,8 +35,8 @@ constexpr bool Answers(Function&&) {
 
 using Text = const char*;
 
-// --- Return codes. Refusing is -1; only success of a read is told from
-// failure, so an end of file (-2) is a failure like any other.
+// --- Return codes. -1 refuses. A read either succeeds or fails, so an end of
+// file (-2) is a failure.
 static_assert(CONFD_OK == 0, "success");
 static_assert(CONFD_ERR == -1, "failure, and a validation's refusal");
 
@@ -77,8 +77,8 @@ static_assert(
     std::is_same_v<Plain<decltype(std::declval<Value>().ip)>, in_addr>,
     "C_IPV4");
 
-// --- The same through the readers that check the type. In a function, because
-// a reader may name the function it stands in when the check fails.
+// --- The same through the macros that check the type. In a function, because a
+// macro may print the name of its function when the check fails.
 [[maybe_unused]] void ReadersGiveTheTypesOfTheMembers(confd_value_t* v) {
   static_assert(std::is_same_v<Plain<decltype(CONFD_GET_XMLTAG(v))>, uint32_t>,
                 "reader of C_XMLTAG");
@@ -291,8 +291,8 @@ static_assert(Answers<int, limid_t, uint32_t*>(limid_to_ifindex),
 static_assert(Answers<uint32_t, uint32_t>(IdVrfFromComponent),
               "index of a VRF identifier");
 
-// --- Numbers that only the embedded host hands out, or that only its tests
-// compare. An SDK of another age may lack one, so only ours are held to them.
+// --- Numbers that only the embedded host or its tests use. Another version of
+// the SDK may lack one, so only our declarations are tested.
 #ifdef IPAV_PLATFORM_CONFD_LIB_H_
 static_assert(MAXDEPTH == 20 && MAXKEYLEN == 9, "limits of the daemon");
 static_assert(CONFD_EOF == -2 && CONFD_VALIDATION_WARN == -3, "return codes");

@@ -1,5 +1,5 @@
-// What every implementation of the platform seam must do: the comments of
-// platform/include as tests.
+// Tests what platform/include requires of every implementation of the platform
+// interface.
 
 #include <confd_cdb.h>
 #include <confd_lib.h>

@@ -523,7 +523,8 @@ TEST(ValueTypes, FollowTheYangTypeThroughTypedefs) {
   }
 }
 
-// The daemon has types of their own for these, which the seam does not have.
+// The daemon has special types for these, which the platform interface does not
+// declare.
 TEST(ValueTypes, AreNotTextForWhatIsNoTextToTheDaemon) {
   EXPECT_NE(TypeOf("inet:ipv4-prefix;"), C_BUF);
   EXPECT_NE(TypeOf("inet:ipv6-prefix;"), C_BUF);

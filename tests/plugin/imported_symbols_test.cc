@@ -8,7 +8,7 @@
 
 namespace {
 
-// The calls of the seam. A C++ class shows up under its mangled names.
+// The calls of the platform interface. A C++ class has mangled names.
 const std::set<std::string>& Seam() {
   static const std::set<std::string> names = {
       "IdVrfFromComponent",

@@ -11,7 +11,7 @@ namespace ipav::testing {
 
 namespace {
 
-// A path names the prefix length as an unsigned number.
+// In a path, the prefix length is an unsigned number.
 std::vector<Value> NameKeysOf(const StaticRouteRow& row) {
   return {Uint32(row.vrf_id), OctetsOf(row.destination),
           Uint32(static_cast<std::uint32_t>(row.prefix_len)),

@@ -158,7 +158,7 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
 int maapi_get_next(maapi_cursor* mc) {
   FakePlatform::Cursor* cursor = Fake().FindCursor(mc->impl);
   const std::string list = cursor == nullptr ? "" : cursor->list;
-  mc->n = 0;  // a walk that does not look at the result ends all the same
+  mc->n = 0;  // also ends a walk that ignores the result
   if (Fake().RecordAndFail({"maapi_get_next", list})) {
     FakePlatform::Fail(CONFD_ERR_PROTOUSAGE, "failed on demand");
     return Fake().failure_code();

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-// The seam declares the host's types only.
+// The platform interface only declares the host's types.
 struct hostd {};
 class HostdInterface {};
 
@@ -116,7 +116,7 @@ void FakePlatform::AddChange(const KeyPath& node, confd_iter_op op,
   changes_.push_back({node, op, std::move(new_value)});
 }
 
-// A test that forgets an entry must not pass for that reason.
+// A test that forgets to add an entry must fail.
 Path FakePlatform::CheckedPath(const std::string& text) const {
   Path path = ParsePath(text).value_or(Path{});
   if (path.empty()) throw std::invalid_argument("malformed path: " + text);
@@ -229,7 +229,7 @@ bool FakePlatform::IsKnown(const Path& path) const {
                      });
 }
 
-// A list's entries tell how many keys it has.
+// A list has as many keys as its entries.
 bool FakePlatform::HasRightKeys(const Path& path) const {
   Path list;
   for (const PathStep& step : path) {

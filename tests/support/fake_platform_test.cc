@@ -1,4 +1,4 @@
-// The fake itself: what the contract suite cannot ask of a real platform.
+// Tests of the fake itself, which the contract suite cannot have.
 
 #include "tests/support/fake_platform.h"
 

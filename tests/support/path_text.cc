@@ -15,8 +15,8 @@ bool IsNameCharacter(char c) {
          c == '-' || c == '.';
 }
 
-// Reads a path text from the front. Every Take... answers nothing, or false,
-// where the text does not go on as it must.
+// Reads a path text from the front. Each Take...() returns no value, or false,
+// if the text does not continue as required.
 class PathReader {
  public:
   explicit PathReader(std::string_view text) : text_(text) {}

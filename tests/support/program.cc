@@ -31,7 +31,7 @@ void WriteTo(const std::string& file, int number) {
   close(fd);
 }
 
-// A crash on purpose must not fill the disk.
+// Crashes on purpose must not fill the disk with core files.
 void LeaveNoCore() {
   const rlimit none{0, 0};
   setrlimit(RLIMIT_CORE, &none);

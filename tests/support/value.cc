@@ -159,7 +159,7 @@ std::uint32_t TagOf(const std::string& name) {
   for (const auto& [number, known] : TagNames()) {
     if (known == name) return number;
   }
-  // FNV-1a, in the range of the numbers that a daemon gives of its own.
+  // FNV-1a, in the range of the numbers that a daemon assigns.
   std::uint32_t number = 2166136261U;
   for (const char c : name) {
     number = (number ^ static_cast<unsigned char>(c)) * 16777619U;

@@ -191,7 +191,7 @@ class Client : public ReadyStream {
 
 constexpr char kServerHello[] = "<hello/>";
 
-// What the server answers to its message of that number.
+// The server's reply to the message with that number.
 std::string Reply(std::size_t number) {
   return "<rpc-reply>" + std::to_string(number) + "</rpc-reply>";
 }

@@ -193,7 +193,7 @@ void NetconfServer::PassTime(std::chrono::seconds time) {
 
 void NetconfServer::Restart() {
   EndSessions();
-  // What waits for its confirmation is taken back.
+  // A pending confirmed commit is rolled back.
   const bool is_pending = datastores_->Deadline().has_value();
   const Texts before = Print();
   service_.reset();

@@ -110,7 +110,7 @@ void EndOrphans() {
 
 // Kills the child and all its processes. Returns its status.
 int EndAll(pid_t child) {
-  kill(child, SIGKILL);  // it may not be in its group yet
+  kill(child, SIGKILL);  // it may not be in its own group yet
   kill(-child, SIGKILL);
   int wait_status = 0;
   while (waitpid(child, &wait_status, 0) < 0 && errno == EINTR) {

@@ -76,7 +76,7 @@ class JsonReader {
   bool key(const string_t& name) {
     tokens_.Take();
     const std::size_t colon = name.find(':');
-    // For libyang, an empty one is also that of the parent.
+    // libyang takes the module of the parent for an empty prefix, too.
     if (colon == std::string::npos || colon == 0) {
       module_ = open_.back().node == SourceTree::kRoot
                     ? tree_->NumberOf("")

@@ -165,7 +165,7 @@ class XmlReader {
                     std::string_view uri) {
     value_.clear();
     if (open_.empty()) {
-      open_.push_back({SourceTree::kRoot, {}, true});  // ours
+      open_.push_back({SourceTree::kRoot, {}, true});  // the added root
       return;
     }
     open_.back().has_children = true;

@@ -16,7 +16,7 @@ namespace ipav::netconf {
 
 namespace {
 
-// What the library calls. Nothing is thrown through it.
+// The function that the library calls. It must not throw.
 template <Reply (*kOperation)(const Call&)>
 nc_server_reply* Run(lyd_node* rpc, nc_session* handle) noexcept {
   try {

@@ -29,7 +29,7 @@ std::string Between(const std::string& text, const std::string& before,
   return text.substr(begin, text.find(after, begin) - begin);
 }
 
-// What the model lacks, or what contradicts it.
+// Why the model refused the data: libyang's first error, or a duplicate entry.
 RpcError ModelError(const ly_ctx* context) {
   RpcError error;
   const ly_err_item* item = ly_err_first(context);

@@ -264,13 +264,13 @@ Result Datastores::CancelCommit(SessionId session,
   return RollBack();
 }
 
-// As at a start, where nothing was configured before: rules about changes would
-// refuse many rollbacks.
+// Validates the rollback as a change from an empty configuration, as at a
+// start: rules about changes would refuse many rollbacks.
 Result Datastores::JudgeRollback() const {
   return gate_.Judge(nullptr, configurations_.rollback());
 }
 
-// Ends a confirmed commit. With an error, it waits on.
+// Ends the confirmed commit. After an error it is still pending.
 Result Datastores::RollBack() {
   if (Result error = JudgeRollback()) return error;
   Result error = configurations_.RollBack();

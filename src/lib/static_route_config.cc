@@ -90,7 +90,7 @@ void StaticRouteConfig::File(std::string intf_name, std::string vrf_name,
                              Routes<Mask, Addr>* routes) {
   const auto route = std::make_shared<StaticRouteOf<Mask, Addr>>(
       std::move(intf_name), std::move(vrf_name), network, next_hop);
-  // Each map keeps the first route of a key.
+  // Each map keeps the first route with a key.
   const std::string& vrf = route->vrf_name();
   const RouteKey<Mask> prefix = {vrf, network};
   if (next_hop.is_unspecified()) {

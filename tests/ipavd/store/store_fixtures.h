@@ -229,7 +229,7 @@ struct Setting {
   const datastore::Model& model = *SmallModel();
   std::string plugin = PluginFile("obeys_opaque");
   base::TimeLimit limit = std::chrono::milliseconds(500);
-  std::string startup = "";  // startup.xml at the first start, if not empty
+  std::string startup;  // startup.xml at the first start, if not empty
   FileCalls* calls = nullptr;
 };
 

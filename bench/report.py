@@ -1,49 +1,18 @@
 #!/usr/bin/env python3
-"""What ipav_bench measured, as tables: report.py RESULT.json [FOLDER]
+"""What ipav_bench measured, as tables: report.py RESULT.json
 
 Of several runs of one measurement the shortest counts: what else the machine
-does can only make one longer. Each measurement is compared with the variant
-beside it (a plain walk, or the platform calls alone), and its growth is fitted:
-the least-squares slope of log(time) over log(size), from a size of 1000 on.
-With a folder, the plots of growth are drawn into it: rules.svg, callbacks.svg.
+does can only make one longer. Each measurement is compared with a plain walk, and
+its growth is fitted: the least-squares slope of log(time) over log(size), from a
+size of 1000 on.
 """
 
 import json
 import math
 import sys
 from collections import defaultdict
-from pathlib import Path
-
-import plot
 
 SMALLEST_FITTED = 1000
-
-# What a plot shows: its file, its title, the variant beside the plug-in, the
-# text for it, and the measurements by (what, shape) with their labels.
-PLOTS = (
-    (
-        "rules.svg",
-        "Rules alone",
-        "plain",
-        "plain walk",
-        {
-            ("rule IPv4 addresses", "1 VRF, clean"): "IPv4 addresses",
-            ("rule IPv6 addresses", "1 VRF, clean"): "IPv6 addresses",
-            ("rule OSPFv2 addresses", "4 rows each"): "OSPFv2 addresses",
-        },
-    ),
-    (
-        "callbacks.svg",
-        "Whole callbacks",
-        "replay",
-        "platform calls alone",
-        {
-            ("callback ipv4_addr", "1 VRF, clean"): "ipv4_addr",
-            ("callback ipv4_addr_route", "10 interfaces"): "ipv4_addr_route",
-            ("callback ipv4_addr_cross_prot", "4 rows each"): "ipv4_addr_cross_prot",
-        },
-    ),
-)
 
 
 def microseconds(bench):
@@ -86,64 +55,29 @@ def growth(times):
     return over / sum((x - mean_x) ** 2 for x, _ in points)
 
 
-def counters_of(variants):
-    """What is counted beside the time: (variant, name)"""
-    counters = (("indexed", "allocations each"), ("replay", "calls each"))
-    return [
-        (variant, name)
-        for variant, name in counters
-        if any(name in bench for bench in variants.get(variant, {}).values())
-    ]
-
-
 def print_group(what, shape, variants):
     ours = times_of(variants, "indexed")
-    other = next((v for v in ("plain", "replay") if v in variants), "plain")
-    others = times_of(variants, other)
-    counters = counters_of(variants)
-
+    others = times_of(variants, "plain")
     print(f"\n### {what}: {shape}\n")
-    ratio = "times faster" if other == "plain" else "times the replay"
-    head = ["size", "µs", f"µs, {other}", ratio] + [n for _, n in counters]
-    print("| " + " | ".join(head) + " |")
-    print("|" + " ---: |" * len(head))
+    print("| size | µs | µs, plain | times faster |")
+    print("|" + " ---: |" * 4)
     for size, time in ours.items():
         row = [str(size), f"{time:.2f}", "", ""]
         if size in others:
-            quotient = others[size] / time
-            if other == "replay":
-                quotient = 1 / quotient
-            row[2:] = [f"{others[size]:.2f}", f"{quotient:.2f}"]
-        row += [f"{variants[v][size][name]:.1f}" for v, name in counters]
+            row[2:] = [f"{others[size]:.2f}", f"{others[size] / time:.2f}"]
         print("| " + " | ".join(row) + " |")
     exponent = growth(ours)
     if exponent is not None:
         print(f"\nGrowth from {SMALLEST_FITTED} on: n^{exponent:.2f}")
 
 
-def draw(groups, folder):
-    for name, title, other, other_text, labels in PLOTS:
-        series = []
-        for key, label in labels.items():
-            variants = groups.get(key, {})
-            series.append(
-                plot.Series(
-                    label, times_of(variants, "indexed"), times_of(variants, other)
-                )
-            )
-        text = plot.svg(title, "plug-in", other_text, series)
-        (folder / name).write_text(text, encoding="utf-8")
-
-
 def main():
-    if len(sys.argv) not in (2, 3):
+    if len(sys.argv) != 2:
         sys.exit(__doc__)
     groups = read(sys.argv[1])
     for (what, shape), variants in groups.items():
         if "indexed" in variants:
             print_group(what, shape, variants)
-    if len(sys.argv) == 3:
-        draw(groups, Path(sys.argv[2]))
 
 
 if __name__ == "__main__":

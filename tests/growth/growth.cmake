@@ -4,9 +4,14 @@
 #   cmake -DPROGRAM=.. -DWHAT=.. -DSIZE=.. -DMOST=.. -DVALGRIND=..
 #     -P growth.cmake
 function(count_instructions size result)
+  # A platform call turns the counting off, and its end on again.
+  set(counted --toggle-collect=validate)
+  foreach(function maapi confd hostd hostmw limid get)
+    list(APPEND counted --toggle-collect=${function}_*)
+  endforeach()
   execute_process(
     COMMAND ${VALGRIND} --tool=callgrind --callgrind-out-file=/dev/null
-      --collect-atstart=no --toggle-collect=validate
+      --collect-atstart=no ${counted} --toggle-collect=IdVrfFromComponent
       ${PROGRAM} ${WHAT} ${size}
     RESULT_VARIABLE status
     ERROR_VARIABLE messages)

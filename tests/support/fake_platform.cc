@@ -83,18 +83,18 @@ void FakePlatform::AddEntry(const std::string& list, std::vector<Value> keys) {
   Path path = CheckedPath(list);
   const std::string list_text = PathText(path);
   for (const Value& key : keys) path.back().keys.push_back(key.KeyText());
-  nodes_.insert_or_assign(PathText(path), Node{path, std::nullopt});
+  nodes_.insert_or_assign(PathText(path), std::nullopt);
   entries_[list_text].push_back(std::move(keys));
 }
 
 void FakePlatform::SetValue(const std::string& path, const Value& value) {
   const Path checked = CheckedPath(path);
-  nodes_.insert_or_assign(PathText(checked), Node{checked, value});
+  nodes_.insert_or_assign(PathText(checked), value);
 }
 
 void FakePlatform::SetContainer(const std::string& path) {
   const Path checked = CheckedPath(path);
-  nodes_.insert_or_assign(PathText(checked), Node{checked, std::nullopt});
+  nodes_.insert_or_assign(PathText(checked), std::nullopt);
 }
 
 void FakePlatform::DeclareModel(const std::vector<std::string>& schema_paths) {
@@ -120,29 +120,14 @@ void FakePlatform::AddChange(const KeyPath& node, confd_iter_op op,
 Path FakePlatform::CheckedPath(const std::string& text) const {
   Path path = ParsePath(text).value_or(Path{});
   if (path.empty()) throw std::invalid_argument("malformed path: " + text);
-  Path list;
+  std::string entry;
   for (const PathStep& step : path) {
-    list.push_back({step.name, {}});
-    if (!step.keys.empty() && !HasEntry(PathText(list), step)) {
+    entry += PathText({step});
+    if (!step.keys.empty() && nodes_.count(entry) == 0) {
       throw std::invalid_argument("no such entry yet: " + text);
     }
-    list.back() = step;
   }
   return path;
-}
-
-bool FakePlatform::HasEntry(const std::string& list,
-                            const PathStep& step) const {
-  const auto found = entries_.find(list);
-  if (found == entries_.end()) return false;
-  return std::any_of(
-      found->second.begin(), found->second.end(), [&](const auto& entry) {
-        return std::equal(entry.begin(), entry.end(), step.keys.begin(),
-                          step.keys.end(),
-                          [](const Value& value, const std::string& key) {
-                            return value.KeyText() == key;
-                          });
-      });
 }
 
 // ---- Failures --------------------------------------------------------------
@@ -231,27 +216,32 @@ bool FakePlatform::IsKnown(const Path& path) const {
 
 // A list has as many keys as its entries.
 bool FakePlatform::HasRightKeys(const Path& path) const {
-  Path list;
+  std::string above;
   for (const PathStep& step : path) {
-    list.push_back({step.name, {}});
-    const auto found = entries_.find(PathText(list));
-    if (found != entries_.end() && !step.keys.empty() &&
-        found->second.front().size() != step.keys.size()) {
-      return false;
+    if (!step.keys.empty()) {
+      const auto list = entries_.find(above + '/' + step.name);
+      if (list != entries_.end() &&
+          list->second.front().size() != step.keys.size()) {
+        return false;
+      }
     }
-    list.back() = step;
+    above += PathText({step});
   }
   return true;
 }
 
 int FakePlatform::Exists(const Request& request) const {
-  if (exists_fails_.count(PathText(request.path)) > 0) {
+  const std::string path = PathText(request.path);
+  if (exists_fails_.count(path) > 0) {
     return Fail(CONFD_ERR_PROTOUSAGE, "failed on demand");
   }
-  const bool found =
-      std::any_of(nodes_.begin(), nodes_.end(), [&](const auto& node) {
-        return IsAtOrBelow(node.second.path, request.path);
-      });
+  const auto has_below = [&](char separator) {
+    const std::string start = path + separator;
+    const auto first = nodes_.lower_bound(start);
+    return first != nodes_.end() &&
+           first->first.compare(0, start.size(), start) == 0;
+  };
+  const bool found = nodes_.count(path) > 0 || has_below('/') || has_below('{');
   return found ? 1 : 0;
 }
 
@@ -270,11 +260,11 @@ const Value* FakePlatform::FindLeaf(const Request& request) const {
     return nullptr;
   }
   const auto found = nodes_.find(path);
-  if (found == nodes_.end() || !found->second.value) {
+  if (found == nodes_.end() || !found->second) {
     Fail(CONFD_ERR_NOEXISTS, "no value");
     return nullptr;
   }
-  return &*found->second.value;
+  return &*found->second;
 }
 
 int FakePlatform::ReadTyped(const Request& request, confd_vtype type,

@@ -190,17 +190,11 @@ class FakePlatform {
   void* log_handle_or_null() { return log_available_ ? log_handle() : nullptr; }
 
  private:
-  struct Node {
-    Path path;
-    std::optional<Value> value;
-  };
-
   FakePlatform() { Reset(); }
 
   Path CheckedPath(const std::string& text) const;
   bool IsKnown(const Path& path) const;
   bool HasRightKeys(const Path& path) const;
-  bool HasEntry(const std::string& list, const PathStep& step) const;
 
   confd_trans_ctx tctx_{};
   std::string opaque_;
@@ -209,7 +203,8 @@ class FakePlatform {
   char log_ = 0;  // its address is the handle
   bool log_available_ = true;
 
-  std::map<std::string, Node> nodes_;  // by normal path
+  // By normal path; without a value for an entry or a container.
+  std::map<std::string, std::optional<Value>> nodes_;
   std::map<std::string, std::vector<std::vector<Value>>> entries_;  // by list
   std::vector<std::string> model_;
   std::map<std::string, Value> running_;

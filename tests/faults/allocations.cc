@@ -5,9 +5,14 @@
 #include <new>
 #include <unordered_set>
 
+#include "tests/support/side.h"
+
 namespace ipav::faults {
 
 namespace {
+
+using testing::Side;
+using testing::SideScope;
 
 // Book-keeping that does not allocate through the functions that it serves.
 template <typename T>
@@ -31,7 +36,6 @@ bool operator==(const MallocAllocator<T>& /*a*/,
 using Addresses = std::unordered_set<void*, std::hash<void*>, std::equal_to<>,
                                      MallocAllocator<void*>>;
 
-Side side = Side::kPlatform;
 unsigned calls_until_failure = 0;  // 0: none fails
 bool failed = false;
 bool ran_out = false;
@@ -44,7 +48,7 @@ Addresses& Live() {
 }
 
 void* Allocate(std::size_t size) {
-  const bool is_counted = side == Side::kPlugIn;
+  const bool is_counted = SideScope::running() == Side::kPlugIn;
   if (is_counted && calls_until_failure > 0 && --calls_until_failure == 0) {
     failed = true;
     throw std::bad_alloc();
@@ -62,10 +66,6 @@ void Free(void* memory) {
 }
 
 }  // namespace
-
-SideScope::SideScope(Side running) : before_(side) { side = running; }
-
-SideScope::~SideScope() { side = before_; }
 
 void FailAllocation(unsigned number) {
   calls_until_failure = number;

@@ -9,20 +9,6 @@
 
 namespace ipav::faults {
 
-enum class Side : unsigned char { kPlatform, kPlugIn };
-
-// Whose code runs, until the end of the scope.
-class SideScope {
- public:
-  explicit SideScope(Side running);
-  ~SideScope();
-  SideScope(const SideScope&) = delete;
-  SideScope& operator=(const SideScope&) = delete;
-
- private:
-  Side before_;
-};
-
 // Counts from now on. Allocation `number` of the plug-in fails; 0: none does.
 void FailAllocation(unsigned number);
 
@@ -34,6 +20,10 @@ void NoteRanOutOfMemory();
 
 // Of the plug-in's, since the start of the process.
 std::size_t LiveAllocations();
+
+// Texts that the plug-in was given and did not free, since the start of the
+// process.
+std::size_t UnfreedXpathAnswers();
 
 }  // namespace ipav::faults
 

@@ -7,7 +7,6 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "tests/faults/platform_border.h"
 #include "tests/support/path_text.h"
 
 namespace ipav::faults {
@@ -21,16 +20,29 @@ using model::Configuration;
 using model::InterfaceEntry;
 using model::Leaf;
 using model::PlainModel;
+using testing::FakePlatform;
 using testing::Path;
 
 // ---- Ways ------------------------------------------------------------------
 
 constexpr char kFails[] = "fails";
 constexpr char kFailsOtherwise[] = "fails with another code";
+constexpr int kFindsNothing = FakePlatform::kFindsNothing;
 
 // Of the leaves that are read without maapi_exists() a missing one is one that
 // cannot be read.
-constexpr Way kWays[] = {
+constexpr const char* kTypedReads[] = {
+    "maapi_get_elem",
+    "maapi_get_str_elem",
+    "maapi_get_int32_elem",
+    "maapi_get_u_int8_elem",
+    "maapi_get_u_int16_elem",
+    "maapi_get_u_int32_elem",
+    "maapi_get_ipv4_and_plen_elem",
+    "maapi_get_ipv6_and_plen_elem",
+};
+
+constexpr Way kOtherWays[] = {
     {"hostd_maapi_socket_get", kFails, CONFD_ERR, Effect::kNoSocket},
     {"get_lib_context", kFails, CONFD_ERR, Effect::kNoContext},
     {"maapi_exists", "says no", kFindsNothing, Effect::kAbsent},
@@ -38,24 +50,6 @@ constexpr Way kWays[] = {
     {"maapi_num_instances", "counts none", kFindsNothing, Effect::kAbsent},
     // Not none: whether there are any shows when they are walked.
     {"maapi_num_instances", kFails, CONFD_ERR, Effect::kNone},
-    {"maapi_get_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_elem", kFailsOtherwise, CONFD_EOF, Effect::kUnreadable},
-    {"maapi_get_str_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_str_elem", kFailsOtherwise, CONFD_EOF, Effect::kUnreadable},
-    {"maapi_get_int32_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_int32_elem", kFailsOtherwise, CONFD_EOF, Effect::kUnreadable},
-    {"maapi_get_u_int8_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_u_int8_elem", kFailsOtherwise, CONFD_EOF, Effect::kUnreadable},
-    {"maapi_get_u_int16_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_u_int16_elem", kFailsOtherwise, CONFD_EOF, Effect::kUnreadable},
-    {"maapi_get_u_int32_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_u_int32_elem", kFailsOtherwise, CONFD_EOF, Effect::kUnreadable},
-    {"maapi_get_ipv4_and_plen_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_ipv4_and_plen_elem", kFailsOtherwise, CONFD_EOF,
-     Effect::kUnreadable},
-    {"maapi_get_ipv6_and_plen_elem", kFails, CONFD_ERR, Effect::kUnreadable},
-    {"maapi_get_ipv6_and_plen_elem", kFailsOtherwise, CONFD_EOF,
-     Effect::kUnreadable},
     {"maapi_init_cursor", kFails, CONFD_ERR, Effect::kAbsent},
     {"maapi_get_next", "ends early", kFindsNothing, Effect::kCut},
     {"maapi_get_next", kFails, CONFD_ERR, Effect::kCut},
@@ -73,6 +67,18 @@ constexpr Way kWays[] = {
     {"limid_l3_vlan_from_components", kFails, CONFD_ERR, Effect::kNoIdentifier},
     {"limid_to_ifindex", kFails, CONFD_ERR, Effect::kNoIndex},
 };
+
+const std::vector<Way>& AllWays() {
+  static const std::vector<Way> ways = [] {
+    std::vector<Way> all(std::begin(kOtherWays), std::end(kOtherWays));
+    for (const char* read : kTypedReads) {
+      all.push_back({read, kFails, CONFD_ERR, Effect::kUnreadable});
+      all.push_back({read, kFailsOtherwise, CONFD_EOF, Effect::kUnreadable});
+    }
+    return all;
+  }();
+  return ways;
+}
 
 // get_config_vald_log_handle() can, but is called once per process: the
 // logger's own test has a process to itself.
@@ -391,14 +397,14 @@ bool IsOfRoutes(const Path& path) {
 
 std::vector<Way> WaysToFail(const std::string& call) {
   std::vector<Way> ways;
-  std::copy_if(std::begin(kWays), std::end(kWays), std::back_inserter(ways),
+  std::copy_if(AllWays().begin(), AllWays().end(), std::back_inserter(ways),
                [&](const Way& way) { return way.call == call; });
   return ways;
 }
 
 std::set<std::string> CallsThatCanFail() {
   std::set<std::string> calls;
-  for (const Way& way : kWays) calls.insert(way.call);
+  for (const Way& way : AllWays()) calls.insert(way.call);
   return calls;
 }
 

@@ -22,7 +22,6 @@
 #include "include/validate_logger.h"
 #include "tests/faults/allocations.h"
 #include "tests/faults/call_faults.h"
-#include "tests/faults/platform_border.h"
 #include "tests/faults/scenarios.h"
 #include "tests/model/plain_model.h"
 #include "tests/model/plugin_life.h"

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/support/fake_platform.h"
+#include "tests/support/side.h"
 
 using ipav::testing::Fake;
 using ipav::testing::FakePlatform;
@@ -16,8 +17,11 @@ using ipav::testing::FormatPath;
 using ipav::testing::FormatText;
 using ipav::testing::ParsePath;
 using ipav::testing::PrettyText;
+using ipav::testing::Side;
+using ipav::testing::SideScope;
 
 void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const std::string text = FormatText(fmt, args);
@@ -27,6 +31,7 @@ void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
 }
 
 int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
+  const SideScope scope(Side::kPlatform);
   const std::string text = PrettyText(*v);
   Fake().RecordAndFail({"confd_pp_value", text});
   const auto room = static_cast<std::size_t>(std::max(bufsiz, 0));
@@ -35,11 +40,13 @@ int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
 }
 
 void confd_free_value(confd_value_t* v) {
+  const SideScope scope(Side::kPlatform);
   Fake().RecordAndFail({"confd_free_value", PrettyText(*v)});
   Fake().TakeValueBack(v);
 }
 
 int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto text = FormatPath(fmt, args);
@@ -47,7 +54,7 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
   if (Fake().RecordAndFail(
           {"cdb_get_int32", text.value_or(fmt), sock, -1, fmt})) {
     FakePlatform::Fail(CONFD_ERR_PROTOUSAGE, "failed on demand");
-    return Fake().failure_code();
+    return Fake().failure_result();
   }
   const auto path = ParsePath(text.value_or(""));
   if (!path) return FakePlatform::Fail(CONFD_ERR_BADPATH, "bad path");

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/support/fake_platform.h"
+#include "tests/support/side.h"
 
 using ipav::testing::Change;
 using ipav::testing::Fake;
@@ -16,23 +17,27 @@ using ipav::testing::FakePlatform;
 using ipav::testing::IsAtOrBelow;
 using ipav::testing::ParsePath;
 using ipav::testing::Path;
+using ipav::testing::Side;
+using ipav::testing::SideScope;
 using ipav::testing::Value;
 
 int maapi_exists(int sock, int thandle, const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
-  if (request.code != CONFD_OK) return request.code;
+  if (request.code != CONFD_OK) return request.result();
   return Fake().Exists(request);
 }
 
 int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
-  if (request.code != CONFD_OK) return request.code;
+  if (request.code != CONFD_OK) return request.result();
   return Fake().CountEntries(request);
 }
 
@@ -40,11 +45,12 @@ int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
 
 int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
                    ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
-  if (request.code != CONFD_OK) return request.code;
+  if (request.code != CONFD_OK) return request.result();
   const Value* leaf = Fake().FindLeaf(request);
   if (leaf == nullptr) return CONFD_ERR;
   *v = Fake().GiveValue(*leaf);
@@ -53,6 +59,7 @@ int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
 
 int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
                        ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -71,6 +78,7 @@ int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
 
 int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
                          ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -83,6 +91,7 @@ int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
 
 int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
                           ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -95,6 +104,7 @@ int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
 
 int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
                            const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -107,6 +117,7 @@ int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
 
 int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
                            const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -119,6 +130,7 @@ int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
 
 int maapi_get_ipv4_and_plen_elem(int sock, int thandle, confd_ipv4_prefix* rval,
                                  const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -131,6 +143,7 @@ int maapi_get_ipv4_and_plen_elem(int sock, int thandle, confd_ipv4_prefix* rval,
 
 int maapi_get_ipv6_and_plen_elem(int sock, int thandle, confd_ipv6_prefix* rval,
                                  const char* fmt, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
@@ -145,23 +158,25 @@ int maapi_get_ipv6_and_plen_elem(int sock, int thandle, confd_ipv6_prefix* rval,
 
 int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
                       ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmt);
   const auto request = Fake().Begin(__func__, sock, thandle, fmt, args);
   va_end(args);
   *mc = {};
-  if (request.code != CONFD_OK) return request.code;
+  if (request.code != CONFD_OK) return request.result();
   mc->impl = Fake().OpenCursor(request.path);
   return CONFD_OK;
 }
 
 int maapi_get_next(maapi_cursor* mc) {
+  const SideScope scope(Side::kPlatform);
   FakePlatform::Cursor* cursor = Fake().FindCursor(mc->impl);
   const std::string list = cursor == nullptr ? "" : cursor->list;
   mc->n = 0;  // also ends a walk that ignores the result
   if (Fake().RecordAndFail({"maapi_get_next", list})) {
     FakePlatform::Fail(CONFD_ERR_PROTOUSAGE, "failed on demand");
-    return Fake().failure_code();
+    return Fake().failure_result();
   }
   if (cursor == nullptr) {
     return FakePlatform::Fail(CONFD_ERR_NOSESSION, "no open cursor");
@@ -182,6 +197,7 @@ int maapi_get_next(maapi_cursor* mc) {
 }
 
 void maapi_destroy_cursor(maapi_cursor* mc) {
+  const SideScope scope(Side::kPlatform);
   FakePlatform::Cursor* cursor = Fake().FindCursor(mc->impl);
   Fake().RecordAndFail(
       {"maapi_destroy_cursor", cursor == nullptr ? "" : cursor->list});
@@ -195,13 +211,14 @@ void maapi_destroy_cursor(maapi_cursor* mc) {
 
 int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
                           void (*)(char*), const char* fmtpath, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmtpath);
   const auto request = Fake().Begin(__func__, sock, thandle, fmtpath, args,
                                     std::string(expr) + ", ");
   va_end(args);
   *res = nullptr;
-  if (request.code != CONFD_OK) return request.code;
+  if (request.code != CONFD_OK) return request.result();
   *res = strdup(Fake().XpathAnswer(request.path, expr).c_str());
   return CONFD_OK;
 }
@@ -212,11 +229,12 @@ int maapi_keypath_diff_iterate(int sock, int thandle,
                                                       confd_value_t*,
                                                       confd_value_t*, void*),
                                int, void* initstate, const char* fmtpath, ...) {
+  const SideScope scope(Side::kPlatform);
   va_list args;
   va_start(args, fmtpath);
   const auto request = Fake().Begin(__func__, sock, thandle, fmtpath, args);
   va_end(args);
-  if (request.code != CONFD_OK) return request.code;
+  if (request.code != CONFD_OK) return request.result();
 
   std::optional<Path> skipped;
   for (Change& change : Fake().ChangesBelow(request.path)) {
@@ -225,8 +243,12 @@ int maapi_keypath_diff_iterate(int sock, int thandle,
 
     confd_value_t value;
     if (change.new_value) value = change.new_value->Borrow();
-    switch (iter(change.node.get(), change.op, nullptr,
-                 change.new_value ? &value : nullptr, initstate)) {
+    const auto step = [&] {
+      const SideScope plug_in(Side::kPlugIn);
+      return iter(change.node.get(), change.op, nullptr,
+                  change.new_value ? &value : nullptr, initstate);
+    };
+    switch (step()) {
       case ITER_STOP:
         return CONFD_OK;
       case ITER_RECURSE:

@@ -113,7 +113,9 @@ class FakePlatform {
   void SetVrfIndex(std::uint32_t component, std::uint32_t index);
 
   // Failures. The first recorded call after this one has the number 1. A call
-  // that cannot report a failure does not fail.
+  // that cannot report a failure does not fail. With kFindsNothing the call
+  // succeeds without a node, entries, a text or changes.
+  static constexpr int kFindsNothing = -1000;
   void FailCall(unsigned number, int result = CONFD_ERR);
   void FailReads(const std::string& path);   // exists, cannot be read
   void FailExists(const std::string& path);  // maapi_exists() fails
@@ -136,10 +138,12 @@ class FakePlatform {
 
   // ---- For the fake's own functions ----------------------------------------
 
-  // A checked read: continues if `code` is CONFD_OK, else returns `code`.
+  // A checked read: continues if `code` is CONFD_OK, else returns result().
   struct Request {
     int code = CONFD_OK;
     Path path;
+
+    int result() const { return code == kFindsNothing ? CONFD_OK : code; }
   };
   struct Cursor {
     std::string list;
@@ -159,7 +163,7 @@ class FakePlatform {
   // Sets confd_errno and returns CONFD_ERR.
   static int Fail(int code, const std::string& reason);
 
-  int failure_code() const { return failure_code_; }
+  int failure_result() const { return Request{failure_code_, {}}.result(); }
   bool IsOpen(int sock) const { return sock == kSocket; }
 
   int Exists(const Request& request) const;

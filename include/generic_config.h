@@ -27,8 +27,7 @@ class GenericConfig {
   GenericConfig& operator=(const GenericConfig&) = delete;
 
   // Reads a family unless it was read before; does nothing for any other value.
-  // If the read throws, the exception is passed on, and the next call reads the
-  // family again.
+  // If the read throws, the next call reads the family again.
   void ReadConfigIfNeeded(ConfigAddrFamily family);
 
   // To be called for every validation call. Families that were read are not
@@ -65,9 +64,9 @@ class GenericConfig {
   std::list<std::vector<std::string>> get_key_list(
       const std::string& path, unsigned int key_count) const;
 
-  // The leaf "ip" of each entry of a list. An entry whose address is missing,
-  // unreadable or unspecified is reported to the host's fault service and left
-  // out.
+  // The leaf "ip" of each entry of a list. An entry with a missing, unreadable
+  // or unspecified address is left out and reported to the host's fault
+  // service.
   std::list<nettypes::IPv4AddrMask> get_intf_ipv4_addr_mask_list(
       const std::string& path) const;
   std::list<nettypes::IPv6AddrMask> get_intf_ipv6_addr_mask_list(

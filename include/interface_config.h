@@ -47,8 +47,7 @@ class InterfaceConfig : public GenericConfig {
 
   // Appends a copy of the record if its name is new. Otherwise fills one list
   // of the record with that name: the IPv4 addresses if it has none and
-  // `interface` has some, else the IPv6 addresses under the same condition. All
-  // other members keep their values.
+  // `interface` has some, else likewise the IPv6 addresses.
   void MergeConfigAndInsert(const Interface& interface);
 
  protected:

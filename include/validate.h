@@ -27,10 +27,10 @@ int32_t lib_init(void** context);
 int32_t get_validation_point(char* buffer, size_t size);
 
 // Validation callback of the set: binds the snapshot to the call and runs the
-// callback of the validation point with whose name the opaque text of the use
-// site begins. Returns 0 to accept, -1 to refuse. A refusal by a callback sets
-// the error text of the transaction; a malformed or unknown call is refused
-// without an error text.
+// callback of the first validation point whose name is a prefix of the use
+// site's opaque text. Returns 0 to accept, -1 to refuse. A refusal by a
+// callback sets the error text of the transaction; a malformed or unknown call
+// is refused without an error text.
 int32_t validate(confd_trans_ctx* tctx, confd_hkeypath_t* keypath,
                  confd_value_t* newval);
 

@@ -19,9 +19,9 @@ class ValidateConfig {
   // Text of the last violation found; empty before.
   const std::string& error_text() const { return error_text_; }
 
-  // The addresses of the interfaces of one kind do not conflict with each
-  // other, with those of another kind or with the next hops of static routes.
-  // The readers must have read that family.
+  // The addresses of the interfaces of one kind are valid and unique, and do
+  // not overlap with those of any interface or equal the next hop of a static
+  // route. The readers must have read that family.
   int ValidateInterfaceIPv4(const Config& config, InterfaceType type);
   int ValidateInterfaceIPv6(const Config& config, InterfaceType type);
 
@@ -79,9 +79,8 @@ class ValidateConfig {
   bool ValidateOspfv2CrossIfL3(const L3Config& l3, const Ospfv2Config& ospf);
   bool ValidateOspfv2CrossIfLo(const LoConfig& lo, const Ospfv2Config& ospf);
 
-  // An interface is in the VRF of its OSPFv2 process. Checks the l3 interfaces
-  // before the loopbacks. The functions for one kind return true if the rule
-  // holds.
+  // An interface is in the VRF of its OSPFv2 process. Order and results as
+  // above.
   int ValidateOspfv2Vrf(const Config& config);
   bool ValidateOspfv2CrossIfL3Vrf(const L3Config& l3, const Ospfv2Config& ospf);
   bool ValidateOspfv2CrossIfLoVrf(const LoConfig& lo, const Ospfv2Config& ospf);

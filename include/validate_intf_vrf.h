@@ -1,5 +1,4 @@
-// Checks changes of an interface's VRF against OSPFv3. Iterates over the
-// changes of the transaction.
+// Checks the transaction's changes of interface VRFs against OSPFv3.
 #ifndef IPAV_VALIDATE_INTF_VRF_H_
 #define IPAV_VALIDATE_INTF_VRF_H_
 
@@ -103,9 +102,9 @@ extern "C" {
 
 // Callback for a change of VRF. Checks the IPv4 addresses of the interface list
 // that the key path ends with, the VRF of every interface against that of its
-// OSPFv2 process, and each VRF that the transaction sets against OSPFv3. Reads
-// the snapshot for IPv4; `newval` is not used. Returns 0 to accept; -1 to
-// refuse, with the error text set on the transaction.
+// OSPFv2 process, and VRFs that the transaction sets against OSPFv3. Reads the
+// snapshot for IPv4; does not use `newval`. Returns 0 to accept; -1 to refuse,
+// with the error text set on the transaction.
 int32_t validate_intf_vrf(int32_t maapi_socket, confd_trans_ctx* tctx,
                           confd_hkeypath_t* keypath, confd_value_t* newval,
                           ip_application::config_valid::Config& config);

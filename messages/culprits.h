@@ -59,8 +59,7 @@ Evidence Investigate(const Case& refusal);
 
 // ---- By subject ------------------------------------------------------------
 
-// The functions that look up the nodes of a refusal, by the rule of its
-// message.
+// Functions that look up the nodes of a refusal, by the rule of its message.
 using Investigators = std::map<std::string, Evidence (*)(const Case&)>;
 
 Investigators InterfaceCulprits();

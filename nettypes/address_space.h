@@ -1,4 +1,4 @@
-// Which VRFs share their addresses.
+// Address spaces: which VRFs share one.
 #ifndef NETTYPES_ADDRESS_SPACE_H_
 #define NETTYPES_ADDRESS_SPACE_H_
 

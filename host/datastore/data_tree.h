@@ -21,7 +21,7 @@
 
 namespace ipav::datastore {
 
-// Where the time of reading a file went.
+// The times of the steps of reading a file.
 struct ReadingTimes {
   base::Duration text{};        // reading, and checks without model
   base::Duration parse{};       // text to nodes

@@ -118,7 +118,7 @@ class Model {
 // Path of a schema node from the root, without prefixes and keys.
 std::string SchemaPath(const lysc_node& node);
 
-// The same of the nodes that a dependency of the site names.
+// The same for the nodes that a dependency of the site names.
 std::string SchemaPath(const UseSite& site, const Dependency& dependency);
 
 }  // namespace ipav::datastore

@@ -1,6 +1,5 @@
 // The addresses of a configuration by address space, for a picture or a table:
-// which block contains which, which addresses are new, and which are in
-// conflict.
+// nesting of blocks, new addresses and conflicts.
 #ifndef IPAV_HOST_VIEW_ADDRESS_PLAN_H_
 #define IPAV_HOST_VIEW_ADDRESS_PLAN_H_
 

@@ -1,5 +1,5 @@
-// Devices in a folder of the test's own, and ipav over them: with the product's
-// plug-in, or with one that misbehaves as a device asks it to.
+// Devices in a temporary folder, and ipav over them: with the product's
+// plug-in, or with one that misbehaves as a device requests.
 #ifndef IPAV_TESTS_CLI_DEVICES_FIXTURE_H_
 #define IPAV_TESTS_CLI_DEVICES_FIXTURE_H_
 
@@ -24,9 +24,8 @@ class DevicesTest : public FolderTest {
   std::string WriteRefused(const std::string& name) const;
   std::string WriteBad(const std::string& name) const;
 
-  // A candidate of the model of the misbehaving plug-in. With a leaf of the
-  // name of a deed, the plug-in does it; with the leaf `nothing`, it is not
-  // called.
+  // A candidate for the misbehaving plug-in. The name of its leaf says what the
+  // plug-in does; for the leaf `nothing`, the plug-in is not called.
   std::string WriteData(const std::string& name,
                         const std::string& inner) const;
   std::string WriteDeed(const std::string& name, const std::string& deed) const;

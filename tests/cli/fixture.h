@@ -1,4 +1,4 @@
-// What the tests of the program share: how to run it, and what it must print.
+// Fixtures of the tests of ipav: run it, and check what it prints.
 #ifndef IPAV_TESTS_CLI_FIXTURE_H_
 #define IPAV_TESTS_CLI_FIXTURE_H_
 

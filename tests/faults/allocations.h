@@ -1,7 +1,6 @@
-// The allocation functions of this executable: those that the plug-in makes
-// within a validation call are counted, can be made to fail, and are known
-// until they are freed. Those of the fake platform stand for none of the
-// daemon's and never fail.
+// The allocation functions of this executable. Allocations of the plug-in
+// within a validation call are counted, tracked until they are freed, and can
+// be made to fail. Those of the fake platform are not counted and never fail.
 #ifndef IPAV_TESTS_FAULTS_ALLOCATIONS_H_
 #define IPAV_TESTS_FAULTS_ALLOCATIONS_H_
 
@@ -12,13 +11,13 @@ namespace ipav::faults {
 // Counts from now on. Allocation `number` of the plug-in fails; 0: none does.
 void FailAllocation(unsigned number);
 
-// Since then: whether it came to that, and whether an exception left the
-// validation call for it.
+// Since then: whether an allocation failed, and whether the validation call
+// threw for it.
 bool AllocationFailed();
 bool RanOutOfMemory();
 void NoteRanOutOfMemory();
 
-// Of the plug-in's, since the start of the process.
+// Of the plug-in, since the start of the process.
 std::size_t LiveAllocations();
 
 // Texts that the plug-in was given and did not free, since the start of the

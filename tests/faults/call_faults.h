@@ -1,5 +1,6 @@
-// The ways in which a call of the platform fails, and what each comes to: the
-// configuration that the plug-in then sees, in the words of the plain model.
+// The ways in which a call of the platform can fail, and the effect of each:
+// the configuration that the plug-in then sees, as the plain model describes
+// it.
 #ifndef IPAV_TESTS_FAULTS_CALL_FAULTS_H_
 #define IPAV_TESTS_FAULTS_CALL_FAULTS_H_
 
@@ -17,11 +18,11 @@ namespace ipav::faults {
 
 using Calls = std::vector<testing::Call>;
 
-// What a failure comes to.
+// The effect of a failure.
 enum class Effect : std::uint8_t {
-  kNoSocket,         // the call is refused without a word
+  kNoSocket,         // the call is refused without a text
   kNoContext,        // the call is refused with the one text for it
-  kNone,             // nobody looks at the answer, or it says nothing
+  kNone,             // the result is ignored, or means nothing
   kAbsent,           // the node does not exist, or the list has no entries
   kUnreadable,       // the leaf exists and has no value
   kCut,              // the list ends
@@ -40,13 +41,14 @@ struct Way {
   Effect effect;
 };
 
-// Those of a call, by name. A call that cannot report a failure has none.
+// The failures of a call, by its name. A call that cannot report one has none.
 std::vector<Way> WaysToFail(const std::string& call);
 std::set<std::string> CallsThatCanFail();
 bool CannotFail(const std::string& call);
 
-// What the plain model answers when call `at` of those that the plug-in makes
-// fails in that way; and what to a second call without a fault, in that life.
+// The answer of the plain model if call number `at` of the plug-in fails in
+// this way; and its answer to a second call without a failure, in the same
+// life.
 struct Expectation {
   model::Answer answer;
   model::Answer second;

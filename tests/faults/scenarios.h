@@ -1,6 +1,6 @@
-// What the faults strike: each validation point on a router with interfaces of
-// all kinds, several VRFs with overlapping addresses, static routes and both
-// OSPFs, in variants that the rules accept and that they refuse.
+// The scenarios in which calls fail: each validation point on a router with
+// interfaces of all kinds, several VRFs with overlapping addresses, static
+// routes, OSPFv2 and OSPFv3, in variants that the rules accept and refuse.
 #ifndef IPAV_TESTS_FAULTS_SCENARIOS_H_
 #define IPAV_TESTS_FAULTS_SCENARIOS_H_
 
@@ -24,7 +24,7 @@ struct Point {
   std::vector<Scenario> scenarios;
 };
 
-// All eleven.
+// The scenarios of all eleven points.
 std::vector<Point> AllPoints();
 
 }  // namespace ipav::faults

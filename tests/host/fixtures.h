@@ -1,5 +1,5 @@
-// What the tests of the host share: files of the test's own, models made of a
-// few lines of YANG, and trees made of a few lines of data.
+// Fixtures of the host's tests: temporary files, models from a few lines of
+// YANG, and trees from a few lines of data.
 #ifndef TESTS_HOST_FIXTURES_H_
 #define TESTS_HOST_FIXTURES_H_
 

@@ -1,4 +1,4 @@
-// Trees of interfaces that a test writes down.
+// Makes trees of interfaces from XML.
 #ifndef IPAV_TESTS_REPORT_INTERFACES_TREE_H_
 #define IPAV_TESTS_REPORT_INTERFACES_TREE_H_
 
@@ -9,7 +9,7 @@
 
 namespace ipav::testing {
 
-// Of the elements of `interface`, in XML; empty for nothing configured.
+// `interfaces` are the elements in `interface`, in XML; empty for none.
 inline datastore::DataTree Tree(const std::string& interfaces) {
   const datastore::Model& model = host_test::ProjectModel();
   if (interfaces.empty()) return datastore::DataTree::Empty(model);

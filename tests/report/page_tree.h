@@ -1,4 +1,4 @@
-// A page as a parser sees it.
+// An HTML page, parsed.
 #ifndef TESTS_REPORT_PAGE_TREE_H_
 #define TESTS_REPORT_PAGE_TREE_H_
 
@@ -26,10 +26,9 @@ class PageTree {
   std::string error_;
 };
 
-// What is wrong with a page of ours as such, whatever it says: a line each.
-// Markup that does not fit, identifiers that are there twice, links that lead
-// nowhere or elsewhere, scripts, pictures without a name, headings that skip a
-// level, tables without headings.
+// The formal errors of a page, one line each: invalid markup, duplicate
+// identifiers, links without a target or to another site, scripts, pictures
+// without a name, headings that skip a level, tables without headings.
 std::vector<std::string> FlawsOf(const std::string& page);
 
 }  // namespace ipav::testing

@@ -1,8 +1,8 @@
-// A recording fake of every call of the platform seam. Data are typed values by
-// path text and lists with ordered, typed keys; failures come on demand; every
-// call is recorded in order.
+// A recording fake of every call of the platform interface. Data are typed
+// values by path text and lists with ordered, typed keys. Tests can make calls
+// fail. Every call is recorded in order.
 //
-// There is one fake per process, since the seam's calls are plain functions;
+// There is one fake per process, since the calls are plain functions;
 // PluginTest (plugin_test.h) resets it for each test. As on the real platform,
 // one validation call runs at a time; only the log may be written by several
 // threads.
@@ -30,9 +30,9 @@
 
 namespace ipav::testing {
 
-// A call of the seam. `args` is its main argument: the formatted path of a
-// read, the text of an error, and so on. `format` is the format of the path as
-// the caller passed it; empty for a call without a path.
+// A call of the platform interface. `args` is its main argument: the formatted
+// path of a read, the text of an error, and so on. `format` is the format of
+// the path as the caller passed it; empty for a call without a path.
 struct Call {
   std::string name;
   std::string args;

@@ -1,4 +1,4 @@
-// The path texts of the seam's calls: formatting, parsing, and one normal form
+// The path texts of platform calls: formatting, parsing, and one normal form
 // per node, without prefixes and with single blanks between keys.
 #ifndef IPAV_TESTS_SUPPORT_PATH_TEXT_H_
 #define IPAV_TESTS_SUPPORT_PATH_TEXT_H_

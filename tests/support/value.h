@@ -1,4 +1,4 @@
-// A value of the seam that owns its octets, and one builder per type.
+// A confd_value_t that owns its octets, and one builder per type.
 #ifndef IPAV_TESTS_SUPPORT_VALUE_H_
 #define IPAV_TESTS_SUPPORT_VALUE_H_
 
@@ -20,7 +20,7 @@ class Value {
   // Points into this object, which must not be moved or destroyed meanwhile.
   confd_value_t Borrow() const;
 
-  // With octets of its own from malloc(3), NUL-terminated.
+  // A copy with its own octets from malloc(3), NUL-terminated.
   confd_value_t Allocate() const;
 
   // As written between the braces of a path.

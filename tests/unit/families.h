@@ -1,4 +1,4 @@
-// What a test of both address families needs of each.
+// Traits of the two address families, for tests of both.
 #ifndef IPAV_TESTS_UNIT_FAMILIES_H_
 #define IPAV_TESTS_UNIT_FAMILIES_H_
 

@@ -15,8 +15,7 @@ class HostdCdbSessionBase {
   HostdCdbSessionBase(const HostdCdbSessionBase&) = delete;
   HostdCdbSessionBase& operator=(const HostdCdbSessionBase&) = delete;
 
-  // Socket for cdb_get_...() calls; negative if the session could not be
-  // opened.
+  // Socket for cdb_get_...() calls; negative if opening failed.
   int Socket() const;
 
  private:

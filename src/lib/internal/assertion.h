@@ -7,9 +7,8 @@
 
 namespace ip_application::config_valid::internal {
 
-// The source file that assertions and faults of the snapshot's readers report,
-// whichever file they are in. The name is part of the fixed text of the
-// reports.
+// The source file in the reports of the snapshot's readers (assertions and
+// faults), whichever file they are in: the text of the reports is fixed.
 inline constexpr char kConfigSource[] = "src/lib/config.cc";
 
 // The parts of the report of a failed assertion, printed unchanged.

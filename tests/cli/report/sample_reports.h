@@ -1,4 +1,4 @@
-// Reports on devices with everything in them that a report can have.
+// Sample reports that together contain everything that a report can have.
 #ifndef IPAV_TESTS_CLI_REPORT_SAMPLE_REPORTS_H_
 #define IPAV_TESTS_CLI_REPORT_SAMPLE_REPORTS_H_
 
@@ -11,7 +11,7 @@
 
 namespace ipav::testing {
 
-// Bytes that are no UTF-8, and control characters.
+// Bytes that are not UTF-8, and control characters.
 inline const std::string kOddBytes(
     "one\ntwo\r\ttab {} [x] <&\"'> \x1b[31mred\x07\0\xff\xc3( \xed\xa0\x80 "
     "\xc3\xa9 \xef\xbf\xbe",
@@ -27,13 +27,13 @@ cli::report::DeviceReport Refused(const std::string& candidate);
 // In a point, after one that had warned and one that threw.
 cli::report::DeviceReport PluginFailed(const std::string& candidate);
 
-// Odd bytes wherever a plug-in, a file or its name may have them.
+// Such bytes wherever a plug-in, a file or its name may have them.
 cli::report::DeviceReport Odd();
 
 // One of each of the above.
 std::vector<cli::report::DeviceReport> SampleReports();
 
-// What the writer of a format writes of these devices.
+// The report on these devices in a format.
 std::string Written(cli::report::Format format,
                     const std::vector<cli::report::DeviceReport>& devices,
                     cli::report::Run run = {});

@@ -1,4 +1,4 @@
-// What the tests of the datastores share: a small model, and the state of a
+// Fixtures of the tests of the datastores: a small model, and the state of a
 // server whose plug-in does what the opaque text of a validation point says.
 #ifndef TESTS_SERVER_STORE_STORE_FIXTURES_H_
 #define TESTS_SERVER_STORE_STORE_FIXTURES_H_
@@ -160,7 +160,8 @@ inline CommitRequest Confirmed(std::chrono::seconds timeout = kConfirmTimeout) {
 // The system calls, each after a hook.
 class HookedCalls : public FileCalls {
  public:
-  // Gets the name of the call. With false, the call is not made and fails.
+  // Receives the name of the call. If it returns false, the call fails without
+  // being made.
   std::function<bool(const std::string& call)> hook = [](const auto&) {
     return true;
   };
@@ -170,7 +171,7 @@ class HookedCalls : public FileCalls {
   }
   long Write(int fd, const void* bytes, std::size_t count) override {
     if (hook("write")) return FileCalls::Write(fd, bytes, count);
-    // A part may have been written.
+    // Some bytes may have been written.
     static_cast<void>(FileCalls::Write(fd, bytes, count / 2));
     errno = ENOSPC;
     return -1;
@@ -224,7 +225,7 @@ class Failures : public HookedCalls {
   bool kills_ = false;
 };
 
-// What a server runs on.
+// The parameters of a server.
 struct Setting {
   const datastore::Model& model = *SmallModel();
   std::string plugin = PluginFile("obeys_opaque");
@@ -249,7 +250,7 @@ class Server {
       : Server(Setting{*SmallModel(), PluginFile("obeys_opaque"),
                        std::chrono::milliseconds(500), "", calls}) {}
 
-  // Ends it as a kill would, as far as a test in one process can.
+  // Ends it like a kill, as far as a test in one process can.
   void Stop() {
     datastores_.reset();
     folder_.reset();
@@ -267,7 +268,7 @@ class Server {
     Start();
   }
 
-  // From the next commit on.
+  // Takes effect at the next commit.
   void UsePlugin(const std::string& file) const {
     std::filesystem::remove(link());
     std::filesystem::create_symlink(file, link());
@@ -301,7 +302,7 @@ class Server {
     EXPECT_EQ(Text(datastores_->Commit(1, request)), "");
   }
 
-  // What was noticed since the last call, each on a line of its own.
+  // The notices since the last call, one per line.
   std::string Notices() {
     std::string text;
     for (const std::string& notice : datastores_->TakeNotices()) {

@@ -97,7 +97,7 @@ class Lines {
   std::size_t count_ = 0;
 };
 
-// Keys of an entry as one text: YANG text has no NUL (RFC 7950, section 14).
+// Keys of an entry as one text. YANG text has no NUL (RFC 7950, section 14).
 std::string Join(const std::vector<std::string>& keys) {
   std::string joined;
   for (const std::string& key : keys) joined.append(key) += '\0';

@@ -88,7 +88,7 @@ std::string Accepted(const std::string& path, const Words& points) {
   return text;
 }
 
-// The lines for a point whose reader meets a text that is no address.
+// The lines for a point whose reader reads a text that is not an address.
 std::string NoAddress(const std::string& path, const std::string& point) {
   return "the plug-in threw an exception: Invalid argument\n" +
          Place(point, path);
@@ -586,7 +586,7 @@ TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
     std::string text;
     const char* place;
   } cases[] = {
-      // What is no configuration.
+      // A file that is not a configuration.
       {"empty.xml", "", " is empty\n"},
       {"blank.json", " \n\t\n", " is empty\n"},
       {"prose.txt", "interface l3 a\n", "1: neither XML nor JSON\n"},

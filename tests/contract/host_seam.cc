@@ -1,4 +1,4 @@
-// The embedded host's stand-in, opened on the contract's two files.
+// The embedded host with the contract's two files.
 
 #include "host/confd/session.h"
 #include "host/datastore/data_tree.h"

@@ -346,7 +346,7 @@ TEST(CommitRun, StartsAndFinishesThePluginOnceEachTime) {
   }
 }
 
-// --- Files that are no plug-in
+// --- Files that are not a plug-in
 
 std::string PluginErrorOf(const std::string& file) {
   const TestModel model(BodyOf({"accept"}));

@@ -183,7 +183,7 @@ TEST_F(Resolving, RefusesWhatTheModelDoesNotHave) {
        {"/x", "/c/x", "/c/v/x", "/c/l{p 1}/x", "/c/l{r 9}/x",
         // A wrong number of keys.
         "/c/l{p}", "/c/l{p 1 x}", "/c/l{p}/w", "/c/l{r}/w", "/t{x}/u/s{y z}",
-        // Keys of what is no list.
+        // Keys of a node that is not a list.
         "/c{x}", "/c{x}/v", "/c/v{x}",
         // A list without keys on the way.
         "/c/l/w", "/t/u", "/t{x}/u/s/k",

@@ -174,7 +174,7 @@ Lines RandomLines(std::mt19937* random) {
   return lines;
 }
 
-// Some of them make a text that is no good.
+// Some of them make an invalid text.
 void Edit(std::mt19937* random, Lines* lines) {
   static const Lines kNew = {
       "<a>some</a>",

@@ -56,7 +56,7 @@ TEST(Escaped, ReplacesBytesThatAreNoUtf8) {
   EXPECT_EQ(Escaped("\xf4\x90\x80\x80"), "\ufffd\ufffd\ufffd\ufffd");
   EXPECT_EQ(Escaped("\xe2\x82"), "\ufffd");      // cut off
   EXPECT_EQ(Escaped("\xe2<"), "\ufffd&lt;");     // not swallowed
-  EXPECT_EQ(Escaped("\xef\xbf\xbf"), "\ufffd");  // U+FFFF is no character
+  EXPECT_EQ(Escaped("\xef\xbf\xbf"), "\ufffd");  // U+FFFF
 }
 
 TEST(Escaped, IsTextForAParserWhateverTheBytes) {

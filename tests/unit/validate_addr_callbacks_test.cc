@@ -186,7 +186,7 @@ TEST_F(AddrCallbacksTest, RefuseAnIpv6AddressTwice) {
                 "l3 core1 has duplicated IPv6 address 2001:db8::1");
 }
 
-// The operator may type a "%": it is no conversion.
+// The operator may type a "%": it is not a conversion.
 TEST_F(AddrCallbacksTest, APercentSignReachesTheOperatorUnchanged) {
   StoreLines(fake, {"l3 50%s%n%d 10.1.1.1/24"});
   ExpectRefused(kNamePoint, "l3",

@@ -47,19 +47,18 @@ ExitStatus StatusOf(Verdict verdict) {
 }
 
 // Makes the heap for a large configuration of huge pages. With a page fault for
-// every 4 KiB, reading it takes a tenth longer.
+// every 4 KiB, a check of 6 MiB takes a tenth longer. At 60 MiB, it was a tenth
+// faster without huge pages.
 void UseHugePages(const std::string& file) {
   constexpr std::uintmax_t kLarge = std::uintmax_t{4} << 20;
-  constexpr std::uintmax_t kMost = std::uintmax_t{1} << 30;
+  constexpr std::uintmax_t kTooLarge = std::uintmax_t{16} << 20;
   constexpr std::uintmax_t kHeapPerByte = 8;  // two texts, and a tree
   constexpr int kBlock = 1 << 20;             // more than the heap has free now
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(file, error);
-  if (error || size < kLarge) return;
+  if (error || size < kLarge || size > kTooLarge) return;
   // 1. Let the heap grow by all of it at once, and take the texts from it.
-  const std::uintmax_t heap =
-      std::min(size, kMost / kHeapPerByte) * kHeapPerByte;
-  mallopt(M_TOP_PAD, static_cast<int>(heap));
+  mallopt(M_TOP_PAD, static_cast<int>(size * kHeapPerByte));
   mallopt(M_MMAP_THRESHOLD, 32 * kBlock);
   constexpr std::size_t kPage = 4096;
   auto* block = static_cast<char*>(std::aligned_alloc(kPage, kBlock));

@@ -359,24 +359,31 @@ TEST(Page, HasALineAndASectionForEachDevice) {
   dead.outcome.failure = "it was ended by signal 6";
   dead.outcome.failed_point = "intf_vrf_validation";
   dead.outcome.failed_path = "/config/interface/l3";
+  DeviceReport refused = Refused({Overlap()});
+  refused.number = 5;
   const std::string page = PageOf([&](HtmlWriter* writer) {
     writer->Add(WithSection(Refused({Overlap(), Overlap()}), OverlapView()));
     writer->Add(WithSection(accepted, {}));
     writer->Add(unread);
     writer->Add(dead);
+    writer->Add(refused);
   });
   EXPECT_EQ(FlawsOf(page), Texts{});
   const PageTree tree(page);
   EXPECT_EQ(tree.Texts("//nav//a"),
-            (Texts{"candidate.xml", "good.xml", "bad.xml", "deadly.xml"}));
-  EXPECT_EQ(tree.Texts("//nav//a/@href"), (Texts{"#d1", "#d2", "#d3", "#d4"}));
+            (Texts{"candidate.xml", "good.xml", "bad.xml", "deadly.xml",
+                   "candidate.xml"}));
+  EXPECT_EQ(tree.Texts("//nav//a/@href"),
+            (Texts{"#d1", "#d2", "#d3", "#d4", "#d5"}));
   EXPECT_EQ(tree.Texts("//nav//td[2]"),
             (Texts{"l3 office overlaps with l3 intruder. and 1 more", "",
-                   "bad.xml:3: reason", "it was ended by signal 6"}));
-  EXPECT_EQ(tree.Texts("//section/h2/span"),
-            (Texts{"refused", "accepted", "not read", "not judged"}));
+                   "bad.xml:3: reason", "it was ended by signal 6",
+                   "l3 office overlaps with l3 intruder."}));
+  EXPECT_EQ(
+      tree.Texts("//section/h2/span"),
+      (Texts{"refused", "accepted", "not read", "not judged", "refused"}));
   EXPECT_EQ(tree.Texts("//header/p"),
-            Texts{"4 candidates: 1 accepted, 1 refused, 1 not read, 1 not "
+            Texts{"5 candidates: 1 accepted, 2 refused, 1 not read, 1 not "
                   "judged."});
   EXPECT_EQ(tree.Texts("//section[@id='d3']/p[@class='text']"),
             Texts{"bad.xml:3: reason"});

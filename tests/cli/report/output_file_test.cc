@@ -1,6 +1,7 @@
 // A report's file is there whole or not at all.
 #include "cli/report/output_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -87,6 +88,11 @@ TEST_F(OutputFileTest, ALinkStaysALink) {
 TEST_F(OutputFileTest, ADeviceIsWrittenToAndNotReplaced) {
   EXPECT_EQ(Error("/dev/null"), "");
   EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(OutputFileTest, StandardOutputStaysOpen) {
+  OutputFile("").Commit();
+  EXPECT_GE(fcntl(STDOUT_FILENO, F_GETFD), 0);
 }
 
 TEST_F(OutputFileTest, AFullDiskIsTold) {

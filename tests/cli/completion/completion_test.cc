@@ -1,6 +1,7 @@
 // The completions that each shell offers, and whether the scripts, the help and
 // the manual have the same options.
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <map>
@@ -8,7 +9,9 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 
+#include "cli/completion/syntax.h"
 #include "tests/cli/fixture.h"
 
 namespace ipav::testing {
@@ -371,6 +374,16 @@ TEST_P(ManualPage, IsRenderedWithoutAWarning) {
 TEST_P(ManualPage, IsGoodMdocToItsOtherReaderToo) {
   if (std::string(IPAV_MANDOC).empty()) GTEST_SKIP() << "no mandoc";
   EXPECT_EQ(ComplaintsOf({IPAV_MANDOC, "-Tlint", "-Wwarning"}), "");
+}
+
+TEST(CompletionSyntax, RefusesAWordThatNeedsQuotesInAShell) {
+  for (const char* word : {"", "two words", "it's"}) {
+    CLI::App app;
+    std::string value;
+    app.add_option("--option", value)->type_name("NAME");
+    EXPECT_THROW(cli::completion::SyntaxOf(app, {{"NAME", {word}}}),
+                 std::logic_error);
+  }
 }
 
 TEST(CompletionCommand, RefusesAShellThatItDoesNotKnow) {

@@ -96,8 +96,7 @@ class Finder::Search {
   Novelty NoveltyOf(const Suspect& suspect) const {
     if (suspect.is_removed) return Novelty::kRemoved;
     const datastore::Change* change = diff_.Of(suspect.node);
-    if (change == nullptr) return Novelty::kUnchanged;
-    return change->before == nullptr ? Novelty::kAdded : Novelty::kChanged;
+    return change == nullptr ? Novelty::kUnchanged : change->How();
   }
 
   const Configuration& running_;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "host/datastore/novelty.h"
+#include "host/datastore/diff.h"
 
 namespace ipav::messages {
 

@@ -62,9 +62,6 @@ bool IsLeaf(const lysc_node& schema) {
 bool IsDefault(const lyd_node& node) { return (node.flags & LYD_DEFAULT) != 0; }
 
 // Never null: each change is in at least one of the configurations.
-const lyd_node* NodeOf(const Change& change) {
-  return change.after != nullptr ? change.after : change.before;
-}
 
 bool IsOneSided(const Change& change) {
   return change.before == nullptr || change.after == nullptr;
@@ -78,7 +75,7 @@ bool IsKey(const Change& change) {
 // A default value, which is created and deleted with its parent.
 bool IsImplicit(const Change& change) {
   return IsLeaf(*change.schema) && IsOneSided(change) &&
-         IsDefault(*NodeOf(change));
+         IsDefault(*change.Node());
 }
 
 // Number of leaves at or below a change that are written in a file.
@@ -154,7 +151,7 @@ std::string ValueText(const lyd_node& leaf) {
 void PrintLine(const Line& line) {
   const Change& change = *line.change;
   fmt::print("{} {}", SignOf(change),
-             base::Printable(confd::PrintPath(NodeOf(change))));
+             base::Printable(confd::PrintPath(change.Node())));
   if (line.leaves.value_or(0) != 0) {
     fmt::print(" ({} {})", *line.leaves, *line.leaves == 1 ? "leaf" : "leaves");
   } else if (IsLeaf(*change.schema)) {
@@ -206,7 +203,7 @@ void PrintText(const Diff& diff, const std::vector<Line>& lines,
 ordered_json JsonOf(const Line& line) {
   const Change& change = *line.change;
   ordered_json json = {{"change", WordOf(change)},
-                       {"path", confd::PrintPath(NodeOf(change))}};
+                       {"path", confd::PrintPath(change.Node())}};
   if (line.leaves.has_value()) json["leaves"] = *line.leaves;
   if (!IsLeaf(*change.schema)) return json;
   if (change.before != nullptr) json["old"] = lyd_get_value(change.before);

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/bytes.h"
 #include "host/base/utf8.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/session.h"
@@ -30,15 +31,8 @@ std::string PrintAddress(int family, const void* address) {
   return inet_ntop(family, address, text, sizeof(text));
 }
 
-std::string PrintOctets(const confd_buf_t& octets) {
-  std::string text;
-  for (unsigned i = 0; i < octets.size; ++i) {
-    char digits[3];
-    static_cast<void>(
-        std::snprintf(digits, sizeof(digits), "%02x", octets.ptr[i]));
-    text += digits;
-  }
-  return text;
+std::string Bytes(const confd_buf_t& buffer) {
+  return {reinterpret_cast<const char*>(buffer.ptr), buffer.size};
 }
 
 std::string PrintTag(const xml_tag& tag) {
@@ -58,7 +52,7 @@ std::string PrintValue(const confd_value_t& value) {
     case C_STR:
       return val.s;
     case C_BUF:
-      return {reinterpret_cast<const char*>(val.buf.ptr), val.buf.size};
+      return Bytes(val.buf);
     case C_INT8:
       return std::to_string(val.i8);
     case C_INT16:
@@ -84,7 +78,7 @@ std::string PrintValue(const confd_value_t& value) {
     case C_ENUM_VALUE:
       return "enum<" + std::to_string(val.enumvalue) + ">";
     case C_BINARY:
-      return PrintOctets(val.buf);
+      return base::ToHex(Bytes(val.buf));
     case C_IPV4_AND_PLEN:
       return PrintAddress(AF_INET, &val.ipv4prefix.ip) + "/" +
              std::to_string(val.ipv4prefix.len);
@@ -95,6 +89,16 @@ std::string PrintValue(const confd_value_t& value) {
       return "";
   }
   return "type<" + std::to_string(value.type) + ">";
+}
+
+std::string FormatText(const char* format, va_list args) {
+  va_list again;
+  va_copy(again, args);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  std::vector<char> text(static_cast<std::size_t>(std::max(length, 0)) + 1);
+  static_cast<void>(std::vsnprintf(text.data(), text.size(), format, args));
+  return text.data();
 }
 
 void SetLastError(int code, const char* reason) {
@@ -109,26 +113,21 @@ char* confd_lasterr(void) { return ipav::confd::g_last_error.data(); }
 void confd_trans_seterr(confd_trans_ctx* tctx, const char* fmt, ...) {
   ipav::confd::Session* session = ipav::confd::Session::Current();
   if (session == nullptr || tctx != &session->context()) return;
-  session->CountCall(ipav::confd::PlatformCall::kSetError);
+  session->CountCall("confd_trans_seterr");
 
   va_list args;
   va_start(args, fmt);
-  va_list again;
-  va_copy(again, args);
-  const int length = std::vsnprintf(nullptr, 0, fmt, args);
+  const std::string text = ipav::confd::FormatText(fmt, args);
   va_end(args);
-  std::vector<char> text(static_cast<std::size_t>(std::max(length, 0)) + 1);
-  static_cast<void>(std::vsnprintf(text.data(), text.size(), fmt, again));
-  va_end(again);
-  ipav::confd::CallTrace trace(__func__, text.data());
-  session->set_error_text(text.data());
+  ipav::confd::CallTrace trace(__func__, text.c_str());
+  session->set_error_text(text);
   trace.End();
 }
 
 int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
   ipav::confd::Session* session = ipav::confd::Session::Current();
   if (session != nullptr) {
-    session->CountCall(ipav::confd::PlatformCall::kPrintValue);
+    session->CountCall("confd_pp_value");
   }
 
   const std::string text = ipav::confd::PrintValue(*v);

@@ -27,10 +27,6 @@ struct WalkStopped {
   std::exception_ptr reason;  // exception of the callback, if any
 };
 
-const lyd_node* NodeOf(const Change& change) {
-  return change.after != nullptr ? change.after : change.before;
-}
-
 // The operation that is reported for a change; none for a plain container, nor
 // for a key, which is created and deleted with its entry.
 std::optional<confd_iter_op> Operation(const Change& change) {
@@ -40,9 +36,7 @@ std::optional<confd_iter_op> Operation(const Change& change) {
     if (lysc_is_key(leaf)) return std::nullopt;
     return change.after != nullptr ? MOP_VALUE_SET : MOP_DELETED;
   }
-  const bool is_plain_container =
-      schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
-  if (is_plain_container) return std::nullopt;
+  if (datastore::IsPlainContainer(schema)) return std::nullopt;
   if (change.before == nullptr) return MOP_CREATED;
   if (change.after == nullptr) return MOP_DELETED;
   if (schema.nodetype == LYS_LIST) return MOP_MODIFIED;
@@ -91,7 +85,7 @@ class Walk {
     for (const Change& change : changes) {
       if (change.schema != nodes_[depth]) continue;
       const std::vector<std::string>& keys = path_[depth].keys;
-      if (!keys.empty() && datastore::KeysOf(NodeOf(change)) != keys) continue;
+      if (!keys.empty() && datastore::KeysOf(change.Node()) != keys) continue;
       if (depth + 1 == nodes_.size()) {
         Visit(change);
       } else {
@@ -109,7 +103,7 @@ class Walk {
 
   // Whether to go on into the children.
   bool Report(const Change& change, confd_iter_op operation) const {
-    const lyd_node* node = NodeOf(change);
+    const lyd_node* node = change.Node();
     const Keypath keypath = KeypathOf(model_, node);
     const bool is_set = operation == MOP_VALUE_SET;
     const OwnedValue value = is_set ? ValueOf(*node) : OwnedValue(NoValue());
@@ -166,7 +160,7 @@ int maapi_keypath_diff_iterate(
   std::exception_ptr thrown;
   const int result = confd::Guarded([&] {
     confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall(confd::PlatformCall::kDiffIterate);
+    session.CountCall("maapi_keypath_diff_iterate");
     const confd::Walk walk(session, confd::FormatPath(fmtpath, args), iter,
                            initstate);
     thrown = walk.Run(session.diff().top());

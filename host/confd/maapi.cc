@@ -1,5 +1,7 @@
-// MAAPI over the candidate of the open session.
+// MAAPI over the candidate of the open session, and CDB over the running
+// configuration.
 
+#include <confd_cdb.h>
 #include <confd_maapi.h>
 
 #include <cstdarg>
@@ -9,7 +11,6 @@
 #include "host/base/utf8.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
-#include "host/confd/read.h"
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
 #include "host/confd/value.h"
@@ -24,35 +25,58 @@ struct CursorState {
   const lyd_node* next;
 };
 
-Target ResolveFormat(Session& session, const char* format, va_list args) {
-  return session.candidate_paths().Find(FormatPath(format, args));
-}
-
-// The list that a path names, without keys.
-Target ResolveList(Session& session, const char* format, va_list args) {
-  const Target target = ResolveFormat(session, format, args);
+// Throws if a path does not name a list without keys.
+void RequireList(const Target& target) {
   if (target.schema->nodetype != LYS_LIST || target.has_keys) {
     throw ConfdError(CONFD_ERR_BADPATH, "not the path of a list");
   }
-  return target;
+}
+
+// The value of the leaf that a path named.
+OwnedValue ReadLeaf(const Target& target) {
+  if (target.schema->nodetype != LYS_LEAF) {
+    throw ConfdError(CONFD_ERR_BADPATH, "not the path of a leaf");
+  }
+  if (target.node == nullptr) {
+    throw ConfdError(CONFD_ERR_NOEXISTS, "no such element");
+  }
+  return ValueOf(*target.node);
+}
+
+OwnedValue ReadLeaf(const Target& target, confd_vtype type) {
+  OwnedValue value = ReadLeaf(target);
+  if (value->type != type) {
+    throw ConfdError(CONFD_ERR_BADTYPE, "element has another type");
+  }
+  return value;
+}
+
+// A call on the node that a path names: traced, counted, and failed if `body`
+// throws. `body` returns the result of the call.
+template <typename Body>
+int CallOnPath(const char* call, int sock, int thandle, const char* format,
+               va_list args, const Body& body, const char* first = nullptr) {
+  CallTrace trace(call, format, args, first);
+  const int result = Guarded([&] {
+    Session& session = Session::OfTransaction(sock, thandle);
+    session.CountCall(call);
+    return body(session.candidate_paths().Find(FormatPath(format, args)),
+                &trace);
+  });
+  return trace.End(result);
 }
 
 // The body of every typed read: passes a leaf of that type to `take`.
 template <typename Take>
-int TypedRead(PlatformCall call, int sock, int thandle, confd_vtype type,
+int TypedRead(const char* call, int sock, int thandle, confd_vtype type,
               const char* format, va_list args, const Take& take) {
-  CallTrace trace(kPlatformCallNames[static_cast<std::size_t>(call)], format,
-                  args);
-  const int result = Guarded([&] {
-    Session& session = Session::OfTransaction(sock, thandle);
-    session.CountCall(call);
-    const OwnedValue value =
-        ReadLeaf(ResolveFormat(session, format, args), type);
-    take(*value);
-    if (trace.is_on()) trace.set_answer(TraceText(*value));
-    return CONFD_OK;
-  });
-  return trace.End(result);
+  return CallOnPath(call, sock, thandle, format, args,
+                    [&](const Target& target, CallTrace* trace) {
+                      const OwnedValue value = ReadLeaf(target, type);
+                      take(*value);
+                      if (trace->is_on()) trace->set_answer(TraceText(*value));
+                      return CONFD_OK;
+                    });
 }
 
 // String value of an XPath result: the text of its first node.
@@ -82,51 +106,46 @@ namespace confd = ipav::confd;
 int maapi_exists(int sock, int thandle, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  confd::CallTrace trace(__func__, fmt, args);
-  const int result = confd::Guarded([&] {
-    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall(confd::PlatformCall::kExists);
-    return confd::ResolveFormat(session, fmt, args).node != nullptr ? 1 : 0;
-  });
+  const int result =
+      confd::CallOnPath(__func__, sock, thandle, fmt, args,
+                        [](const confd::Target& target, confd::CallTrace*) {
+                          return target.node != nullptr ? 1 : 0;
+                        });
   va_end(args);
-  return trace.End(result);
+  return result;
 }
 
 int maapi_num_instances(int sock, int thandle, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  confd::CallTrace trace(__func__, fmt, args);
-  const int result = confd::Guarded([&] {
-    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall(confd::PlatformCall::kNumInstances);
-    const confd::Target list = confd::ResolveList(session, fmt, args);
-    int count = 0;
-    for (const lyd_node* entry = list.node; entry != nullptr;
-         entry = ipav::datastore::NextEntry(entry)) {
-      ++count;
-    }
-    return count;
-  });
+  const int result = confd::CallOnPath(
+      __func__, sock, thandle, fmt, args,
+      [](const confd::Target& list, confd::CallTrace*) {
+        confd::RequireList(list);
+        int count = 0;
+        for (const lyd_node* entry = list.node; entry != nullptr;
+             entry = ipav::datastore::NextEntry(entry)) {
+          ++count;
+        }
+        return count;
+      });
   va_end(args);
-  return trace.End(result);
+  return result;
 }
 
 int maapi_get_elem(int sock, int thandle, confd_value_t* v, const char* fmt,
                    ...) {
   va_list args;
   va_start(args, fmt);
-  confd::CallTrace trace(__func__, fmt, args);
-  const int result = confd::Guarded([&] {
-    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall(confd::PlatformCall::kGetElem);
-    *v = confd::ReadLeaf(confd::ResolveFormat(session, fmt, args)).Release();
-    return CONFD_OK;
-  });
+  const int result = confd::CallOnPath(
+      __func__, sock, thandle, fmt, args,
+      [&](const confd::Target& leaf, confd::CallTrace* trace) {
+        *v = confd::ReadLeaf(leaf).Release();
+        if (trace->is_on()) trace->set_answer(confd::TraceText(*v));
+        return CONFD_OK;
+      });
   va_end(args);
-  if (trace.is_on() && result == CONFD_OK) {
-    trace.set_answer(confd::TraceText(*v));
-  }
-  return trace.End(result);
+  return result;
 }
 
 int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
@@ -134,8 +153,7 @@ int maapi_get_str_elem(int sock, int thandle, char* buf, int n, const char* fmt,
   va_list args;
   va_start(args, fmt);
   const int result = confd::TypedRead(
-      confd::PlatformCall::kGetString, sock, thandle, C_BUF, fmt, args,
-      [&](const auto& value) {
+      __func__, sock, thandle, C_BUF, fmt, args, [&](const auto& value) {
         const confd_buf_t& text = value.val.buf;
         if (n < 1 || text.size >= static_cast<unsigned>(n)) {
           throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "buffer too small");
@@ -150,9 +168,9 @@ int maapi_get_int32_elem(int sock, int thandle, int32_t* rval, const char* fmt,
                          ...) {
   va_list args;
   va_start(args, fmt);
-  const int result = confd::TypedRead(
-      confd::PlatformCall::kGetInt32, sock, thandle, C_INT32, fmt, args,
-      [&](const auto& value) { *rval = value.val.i32; });
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_INT32, fmt, args,
+                       [&](const auto& value) { *rval = value.val.i32; });
   va_end(args);
   return result;
 }
@@ -161,9 +179,9 @@ int maapi_get_u_int8_elem(int sock, int thandle, uint8_t* rval, const char* fmt,
                           ...) {
   va_list args;
   va_start(args, fmt);
-  const int result = confd::TypedRead(
-      confd::PlatformCall::kGetUint8, sock, thandle, C_UINT8, fmt, args,
-      [&](const auto& value) { *rval = value.val.u8; });
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_UINT8, fmt, args,
+                       [&](const auto& value) { *rval = value.val.u8; });
   va_end(args);
   return result;
 }
@@ -172,9 +190,9 @@ int maapi_get_u_int16_elem(int sock, int thandle, uint16_t* rval,
                            const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const int result = confd::TypedRead(
-      confd::PlatformCall::kGetUint16, sock, thandle, C_UINT16, fmt, args,
-      [&](const auto& value) { *rval = value.val.u16; });
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_UINT16, fmt, args,
+                       [&](const auto& value) { *rval = value.val.u16; });
   va_end(args);
   return result;
 }
@@ -183,9 +201,9 @@ int maapi_get_u_int32_elem(int sock, int thandle, uint32_t* rval,
                            const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const int result = confd::TypedRead(
-      confd::PlatformCall::kGetUint32, sock, thandle, C_UINT32, fmt, args,
-      [&](const auto& value) { *rval = value.val.u32; });
+  const int result =
+      confd::TypedRead(__func__, sock, thandle, C_UINT32, fmt, args,
+                       [&](const auto& value) { *rval = value.val.u32; });
   va_end(args);
   return result;
 }
@@ -195,8 +213,8 @@ int maapi_get_ipv4_and_plen_elem(int sock, int thandle, confd_ipv4_prefix* rval,
   va_list args;
   va_start(args, fmt);
   const int result = confd::TypedRead(
-      confd::PlatformCall::kGetIpv4AndPlen, sock, thandle, C_IPV4_AND_PLEN, fmt,
-      args, [&](const auto& value) { *rval = value.val.ipv4prefix; });
+      __func__, sock, thandle, C_IPV4_AND_PLEN, fmt, args,
+      [&](const auto& value) { *rval = value.val.ipv4prefix; });
   va_end(args);
   return result;
 }
@@ -206,8 +224,8 @@ int maapi_get_ipv6_and_plen_elem(int sock, int thandle, confd_ipv6_prefix* rval,
   va_list args;
   va_start(args, fmt);
   const int result = confd::TypedRead(
-      confd::PlatformCall::kGetIpv6AndPlen, sock, thandle, C_IPV6_AND_PLEN, fmt,
-      args, [&](const auto& value) { *rval = value.val.ipv6prefix; });
+      __func__, sock, thandle, C_IPV6_AND_PLEN, fmt, args,
+      [&](const auto& value) { *rval = value.val.ipv6prefix; });
   va_end(args);
   return result;
 }
@@ -218,17 +236,16 @@ int maapi_init_cursor(int sock, int thandle, maapi_cursor* mc, const char* fmt,
   mc->impl = nullptr;
   va_list args;
   va_start(args, fmt);
-  confd::CallTrace trace(__func__, fmt, args);
-  const int result = confd::Guarded([&] {
-    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall(confd::PlatformCall::kInitCursor);
-    const confd::Target list = confd::ResolveList(session, fmt, args);
-    mc->impl = new confd::CursorState{list.node};
-    session.CountOpenCursor();
-    return CONFD_OK;
-  });
+  const int result =
+      confd::CallOnPath(__func__, sock, thandle, fmt, args,
+                        [&](const confd::Target& list, confd::CallTrace*) {
+                          confd::RequireList(list);
+                          mc->impl = new confd::CursorState{list.node};
+                          confd::Session::Current()->CountOpenCursor();
+                          return CONFD_OK;
+                        });
   va_end(args);
-  return trace.End(result);
+  return result;
 }
 
 namespace {
@@ -269,7 +286,7 @@ int maapi_get_next(maapi_cursor* mc) {
       throw confd::ConfdError(CONFD_ERR_PROTOUSAGE, "cursor is not open");
     }
     confd::Session* session = confd::Session::Current();
-    if (session != nullptr) session->CountCall(confd::PlatformCall::kGetNext);
+    if (session != nullptr) session->CountCall("maapi_get_next");
     if (state->next == nullptr) return CONFD_OK;
     TakeKeys(*state->next, mc);
     state->next = ipav::datastore::NextEntry(state->next);
@@ -283,7 +300,7 @@ void maapi_destroy_cursor(maapi_cursor* mc) {
   confd::CallTrace trace(__func__);
   confd::Session* session = confd::Session::Current();
   if (session != nullptr) {
-    session->CountCall(confd::PlatformCall::kDestroyCursor);
+    session->CountCall("maapi_destroy_cursor");
   }
   if (session != nullptr && mc->impl != nullptr) session->CountClosedCursor();
   FreeKeys(mc);
@@ -297,21 +314,35 @@ int maapi_xpath_eval_expr(int sock, int thandle, const char* expr, char** res,
   *res = nullptr;
   va_list args;
   va_start(args, fmtpath);
-  confd::CallTrace trace(__func__, fmtpath, args, expr);
+  const int result = confd::CallOnPath(
+      __func__, sock, thandle, fmtpath, args,
+      [&](const confd::Target& at, confd::CallTrace* trace) {
+        if (at.node == nullptr) {
+          throw confd::ConfdError(CONFD_ERR_NOEXISTS, "no such context node");
+        }
+        *res = strdup(confd::EvaluateXPath(*at.node, expr).c_str());
+        if (*res == nullptr) throw std::bad_alloc();
+        if (trace->is_on()) trace->set_answer(ipav::base::Quoted(*res));
+        return CONFD_OK;
+      },
+      expr);
+  va_end(args);
+  return result;
+}
+
+int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  confd::CallTrace trace(__func__, fmt, args);
   const int result = confd::Guarded([&] {
-    confd::Session& session = confd::Session::OfTransaction(sock, thandle);
-    session.CountCall(confd::PlatformCall::kEvaluateXPath);
-    const confd::Target at = confd::ResolveFormat(session, fmtpath, args);
-    if (at.node == nullptr) {
-      throw confd::ConfdError(CONFD_ERR_NOEXISTS, "no such context node");
-    }
-    *res = strdup(confd::EvaluateXPath(*at.node, expr).c_str());
-    if (*res == nullptr) throw std::bad_alloc();
+    confd::Session& session = confd::Session::OfCdbSocket(sock);
+    session.CountCall("cdb_get_int32");
+    const confd::Target leaf = confd::Resolve(
+        session.running(), confd::ParsePath(confd::FormatPath(fmt, args)));
+    *rval = confd::ReadLeaf(leaf, C_INT32)->val.i32;
     return CONFD_OK;
   });
   va_end(args);
-  if (trace.is_on() && *res != nullptr) {
-    trace.set_answer(ipav::base::Quoted(*res));
-  }
+  if (trace.is_on()) trace.set_answer(std::to_string(*rval));
   return trace.End(result);
 }

@@ -70,15 +70,6 @@ int Session::OpenCdb() {
 
 void Session::CloseCdb(int socket) { cdb_sockets_.erase(socket); }
 
-std::map<std::string_view, std::uint64_t> Session::calls() const {
-  std::map<std::string_view, std::uint64_t> calls;
-  for (std::size_t i = 0; i < calls_.size(); ++i) {
-    if (calls_.at(i) == 0) continue;
-    calls.emplace(kPlatformCallNames.at(i), calls_.at(i));
-  }
-  return calls;
-}
-
 std::optional<std::string> Session::TakeErrorText() {
   return std::exchange(error_text_, std::nullopt);
 }

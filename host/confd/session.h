@@ -5,7 +5,6 @@
 
 #include <confd_lib.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,7 +15,6 @@
 #include <string_view>
 
 #include "host/confd/path_memo.h"
-#include "host/confd/platform_call.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/diff.h"
 
@@ -64,13 +62,15 @@ class Session {
   void set_error_text(std::string text) { error_text_ = std::move(text); }
   std::optional<std::string> TakeErrorText();
 
-  // The number of calls of each function of the daemon's interface, by name;
-  // only those that were called.
-  void CountCall(PlatformCall call) {
-    ++calls_.at(static_cast<std::size_t>(call));
+  // The number of calls of each function of the daemon's interface, by name, a
+  // literal; only those that were called.
+  void CountCall(const char* name) {
+    ++calls_[name];
     ++call_count_;
   }
-  std::map<std::string_view, std::uint64_t> calls() const;
+  const std::map<std::string_view, std::uint64_t>& calls() const {
+    return calls_;
+  }
   std::uint64_t call_count() const { return call_count_; }  // in total
 
  private:
@@ -83,7 +83,7 @@ class Session {
   int next_cdb_socket_;
   std::size_t open_cursors_ = 0;
   std::optional<std::string> error_text_;
-  std::array<std::uint64_t, kPlatformCallNames.size()> calls_{};
+  std::map<std::string_view, std::uint64_t> calls_;
   std::uint64_t call_count_ = 0;
 };
 

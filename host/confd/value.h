@@ -5,6 +5,7 @@
 #include <confd_lib.h>
 #include <libyang/libyang.h>
 
+#include <cstdarg>
 #include <string>
 
 #include "host/base/c_ptr.h"
@@ -41,6 +42,9 @@ confd_value_t TagValue(const datastore::Model& model, const lysc_node& node);
 
 // A value as text, as confd_pp_value() prints it.
 std::string PrintValue(const confd_value_t& value);
+
+// Printf style in full. A text that cannot be formatted is empty.
+std::string FormatText(const char* format, va_list args);
 
 // An empty value. Memory of an overwritten value must have been freed or
 // released.

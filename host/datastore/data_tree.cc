@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <cctype>
 #include <functional>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
-#include "host/datastore/duplicates.h"
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/well_formed.h"
 
@@ -106,6 +107,62 @@ std::size_t HashOf(const lyd_node* entry) {
     return true;
   });
   return hash;
+}
+
+// The entries below are equal although libyang distinguishes them: it compares
+// keys as texts, and one value may have several texts (fe80::1/64, FE80::1/64).
+
+// The first entry of a list with the keys of an entry before it; null if there
+// is none.
+const lyd_node* FindDuplicateEntry(const lyd_node* first_entry) {
+  if (NextEntry(first_entry) == nullptr) return nullptr;
+  std::unordered_set<std::string> all_keys;
+  for (const lyd_node* entry = first_entry; entry != nullptr;
+       entry = NextEntry(entry)) {
+    std::string keys;
+    ForEachKey(entry, [&](std::string_view key) {
+      // YANG text cannot contain NUL (RFC 7950, section 14: yang-string).
+      keys.append(key).append(1, '\0');
+      return true;
+    });
+    if (!all_keys.insert(std::move(keys)).second) return entry;
+  }
+  return nullptr;
+}
+
+bool HasKeyOfManyForms(const lysc_node& list) {
+  const lysc_node* key = lysc_node_child(&list);
+  while (key != nullptr && lysc_is_key(key) &&
+         !HasManyForms(Model::FactsOf(*key).value_type)) {
+    key = key->next;
+  }
+  return key != nullptr && lysc_is_key(key);
+}
+
+// An entry, among the siblings or below them, with the keys of an entry before
+// it. Null if there is none.
+const lyd_node* FindDuplicate(const lyd_node* siblings) {
+  const lysc_node* list = nullptr;
+  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+    if (!Model::FactsOf(*node->schema).has_keys_of_many_forms) continue;
+    const bool is_first = node->schema != list;
+    list = node->schema;
+    const lyd_node* duplicate = nullptr;
+    if (is_first && list->nodetype == LYS_LIST && HasKeyOfManyForms(*list)) {
+      duplicate = FindDuplicateEntry(node);
+    }
+    if (duplicate == nullptr) duplicate = FindDuplicate(lyd_child(node));
+    if (duplicate != nullptr) return duplicate;
+  }
+  return nullptr;
+}
+
+void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
+  const lyd_node* duplicate = FindDuplicate(siblings);
+  if (duplicate == nullptr) return;
+  throw InputError(path, std::string("Duplicate instance of \"") +
+                             duplicate->schema->name +
+                             "\", its keys in another form.");
 }
 
 }  // namespace

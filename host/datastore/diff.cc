@@ -66,11 +66,6 @@ class Comparison {
     changes->push_back(std::move(change));
   }
 
-  static bool IsPlainContainer(const lysc_node& schema) {
-    return schema.nodetype == LYS_CONTAINER &&
-           (schema.flags & LYS_PRESENCE) == 0;
-  }
-
   const DataTree& running_;
   const DataTree& candidate_;
 };

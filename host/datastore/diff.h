@@ -9,12 +9,16 @@
 
 #include <libyang/libyang.h>
 
+#include <cstdint>
 #include <unordered_map>
 #include <vector>
 
 #include "host/datastore/data_tree.h"
 
 namespace ipav::datastore {
+
+// How a transaction changed a node.
+enum class Novelty : std::uint8_t { kUnchanged, kAdded, kChanged, kRemoved };
 
 struct Change {
   const lysc_node* schema;
@@ -23,7 +27,18 @@ struct Change {
   // Changed children in the order of the candidate, deleted ones last. Complete
   // below created and deleted nodes as well.
   std::vector<Change> children;
+
+  const lyd_node* Node() const { return after != nullptr ? after : before; }
+  Novelty How() const {
+    if (before == nullptr) return Novelty::kAdded;
+    return after == nullptr ? Novelty::kRemoved : Novelty::kChanged;
+  }
 };
+
+// A non-presence container: it exists whenever its parent does.
+inline bool IsPlainContainer(const lysc_node& schema) {
+  return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
+}
 
 // The node of `tree` under `parent` (null: the top) that is the same instance
 // as `node`; null if there is none.

@@ -3,14 +3,15 @@
 #include <hostd/cdb_session.h>
 #include <hostmw/fault.h>
 #include <hostmw/vlog.h>
+#include <ids/limid.h>
+#include <ids/vrf_id.h>
 
-#include <algorithm>
 #include <cstdarg>
-#include <cstdio>
-#include <vector>
+#include <cstdint>
 
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
+#include "host/confd/value.h"
 
 namespace ipav::services {
 
@@ -28,6 +29,10 @@ using ipav::confd::CallTrace;
 using ipav::services::g_listener;
 
 namespace {
+
+constexpr limid_t kL3VlanKind = 0x01000000;
+constexpr limid_t kIndexMask = 0x00ffffff;
+constexpr std::uint32_t kFirstIfIndex = 1000;
 
 // Not the number of a pointer, which differs in each run.
 const char* Presence(const void* pointer) {
@@ -90,14 +95,9 @@ void* get_config_vald_log_handle(void) { return &g_listener; }
 
 void hostmw_vlog_debug(void* /*handle*/, const char* format, va_list args) {
   if (g_listener == nullptr) return;
-  va_list again;
-  va_copy(again, args);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  std::vector<char> line(static_cast<std::size_t>(std::max(length, 0)) + 1);
-  static_cast<void>(std::vsnprintf(line.data(), line.size(), format, args));
-  CallTrace trace(__func__, line.data());
-  g_listener->OnDebugLine(line.data());
+  const std::string line = ipav::confd::FormatText(format, args);
+  CallTrace trace(__func__, line.c_str());
+  g_listener->OnDebugLine(line);
   trace.End();
 }
 
@@ -107,4 +107,27 @@ void hostmw_gen_fault(int /*code*/, const char* /*function*/,
   CallTrace trace(__func__, message);
   g_listener->OnFault(message != nullptr ? message : "(no message)");
   trace.End();
+}
+
+// Identifiers are plain functions of their arguments, so that a configuration
+// alone decides every answer.
+int limid_l3_vlan_from_components(limid_t* out, int32_t vlan) {
+  CallTrace trace(__func__, vlan);
+  *out = vlan == 0 ? 0 : kL3VlanKind + static_cast<limid_t>(vlan);
+  if (trace.is_on()) trace.set_answer(std::to_string(*out));
+  return trace.End(0);
+}
+
+int limid_to_ifindex(limid_t id, uint32_t* ifindex) {
+  CallTrace trace(__func__, id);
+  *ifindex = (id & kIndexMask) + kFirstIfIndex;
+  if (trace.is_on()) trace.set_answer(std::to_string(*ifindex));
+  return trace.End(0);
+}
+
+uint32_t IdVrfFromComponent(uint32_t component) {
+  CallTrace trace(__func__, component);
+  if (trace.is_on()) trace.set_answer(std::to_string(component));
+  trace.End();
+  return component;
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "host/datastore/data_tree.h"
-#include "host/datastore/novelty.h"
+#include "host/datastore/diff.h"
 #include "nettypes/network.h"
 
 namespace ipav::view {

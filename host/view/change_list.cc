@@ -11,7 +11,7 @@ namespace ipav::view {
 namespace {
 
 using datastore::Change;
-using datastore::Novelty;
+using datastore::IsPlainContainer;
 
 bool IsLeaf(const lysc_node& schema) {
   return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
@@ -19,11 +19,6 @@ bool IsLeaf(const lysc_node& schema) {
 
 bool IsImplicit(const lyd_node* node) {
   return node != nullptr && (node->flags & LYD_DEFAULT) != 0;
-}
-
-// A non-presence container: it exists whenever its parent does.
-bool IsPlainContainer(const lysc_node& schema) {
-  return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
 }
 
 // The leaves below `node`, with paths relative to `root`, which has a path of
@@ -52,12 +47,6 @@ std::vector<std::string> ContentOf(const lyd_node* node) {
   return lines;
 }
 
-Novelty NoveltyOf(const Change& change) {
-  if (change.before == nullptr) return Novelty::kAdded;
-  if (change.after == nullptr) return Novelty::kRemoved;
-  return Novelty::kChanged;
-}
-
 void Append(const std::vector<Change>& changes,
             std::vector<ChangeLine>* lines) {
   for (const Change& change : changes) {
@@ -67,10 +56,8 @@ void Append(const std::vector<Change>& changes,
       Append(change.children, lines);
       continue;
     }
-    const lyd_node* node =
-        change.after != nullptr ? change.after : change.before;
-    if (!in_both && IsImplicit(node)) continue;
-    lines->push_back({NoveltyOf(change), confd::PrintPath(node),
+    if (!in_both && IsImplicit(change.Node())) continue;
+    lines->push_back({change.How(), confd::PrintPath(change.Node()),
                       ContentOf(change.before), ContentOf(change.after)});
   }
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "host/datastore/diff.h"
-#include "host/datastore/novelty.h"
 
 namespace ipav::view {
 

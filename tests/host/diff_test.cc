@@ -14,12 +14,11 @@
 namespace {
 
 using host_test::NodeAt;
-using host_test::ProjectModel;
-using host_test::TempDir;
 using host_test::TestModel;
 using ipav::datastore::Change;
 using ipav::datastore::DataTree;
 using ipav::datastore::Diff;
+using ipav::datastore::IsPlainContainer;
 
 using Paths = std::set<std::string>;
 
@@ -35,10 +34,6 @@ constexpr char kBody[] =
     "leaf k1 { type uint8; } leaf k2 { type string; } "
     "leaf w { type string; } } } } "
     "list t { key k; leaf k { type uint32; } leaf v { type string; } }";
-
-bool IsPlainContainer(const lysc_node& schema) {
-  return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
-}
 
 std::string PathOf(const lyd_node* node) {
   char* path = lyd_path(node, LYD_PATH_STD, nullptr, 0);
@@ -64,9 +59,7 @@ void Collect(const std::vector<Change>& changes, Paths* paths) {
       sign = "~ ";
     }
     if (sign != nullptr && !IsPlainContainer(*change.schema)) {
-      const lyd_node* node =
-          change.after != nullptr ? change.after : change.before;
-      paths->insert(sign + PathOf(node));
+      paths->insert(sign + PathOf(change.Node()));
     }
     Collect(change.children, paths);
   }
@@ -227,80 +220,56 @@ TEST(DiffTree, OrdersChildrenAsTheCandidateDoesAndDeletedOnesLast) {
   const Diff diff(before, after);
   std::vector<std::string> order;
   for (const Change& change : diff.top().at(0).children) {
-    const lyd_node* node =
-        change.after != nullptr ? change.after : change.before;
-    order.push_back(ipav::datastore::KeysOf(node).at(0));
+    order.push_back(ipav::datastore::KeysOf(change.Node()).at(0));
   }
   EXPECT_EQ(order, (std::vector<std::string>{"4", "3", "2", "1"}));
 }
 
 TEST(DiffOf, GivesTheChangeAtOrBelowANode) {
   const TestModel model(kBody);
-  const DataTree before =
-      model.Tree(C("<a>1</a><l><k>1</k><v>1</v></l><l><k>2</k></l>"));
+  const DataTree before = model.Tree(
+      C("<a>1</a><d><x>1</x></d><l><k>1</k><v>1</v></l><l><k>2</k></l>"));
   const DataTree after =
-      model.Tree(C("<a>1</a><l><k>1</k><v>2</v></l><l><k>2</k></l>"));
+      model.Tree(C("<a>1</a><l><k>1</k><v>2</v></l><l><k>2</k></l>"
+                   "<l><k>3</k><in><x>1</x></in></l>"));
   const Diff diff(before, after);
   const auto of = [&](const char* path) {
     return diff.Of(NodeAt(after, path));
   };
-  ASSERT_NE(of("/c"), nullptr);
   EXPECT_EQ(of("/c"), &diff.top().front());
-  ASSERT_NE(of("/c/l{1}"), nullptr);
-  ASSERT_NE(of("/c/l{1}/v"), nullptr);
-  EXPECT_EQ(of("/c/l{1}/v")->after, NodeAt(after, "/c/l{1}/v"));
-  EXPECT_EQ(of("/c/l{1}/v")->before, NodeAt(before, "/c/l{1}/v"));
-  EXPECT_EQ(of("/c/a"), nullptr);
-  EXPECT_EQ(of("/c/l{2}"), nullptr);
-  EXPECT_EQ(of("/c/l{1}/k"), nullptr);
-}
-
-TEST(DiffOf, GivesTheParentOfWhatWasDeleted) {
-  const TestModel model(kBody);
-  const DataTree before = model.Tree(C("<d><x>1</x></d>"));
-  const DataTree after = model.Tree("");
-  const Diff diff(before, after);
-  EXPECT_NE(diff.Of(NodeAt(after, "/c/d")), nullptr);
-  EXPECT_NE(diff.Of(NodeAt(after, "/c")), nullptr);
+  // Above a deletion, and below a created node.
+  for (const char* path : {"/c/d", "/c/l{1}", "/c/l{1}/v", "/c/l{3}",
+                           "/c/l{3}/in", "/c/l{3}/in/x"}) {
+    ASSERT_NE(of(path), nullptr) << path;
+    EXPECT_EQ(of(path)->after, NodeAt(after, path)) << path;
+    EXPECT_EQ(of(path)->before, NodeAt(before, path)) << path;
+  }
+  for (const char* path : {"/c/a", "/c/l{2}", "/c/l{1}/k"}) {
+    EXPECT_EQ(of(path), nullptr) << path;
+  }
   EXPECT_EQ(diff.Of(NodeAt(before, "/c/d/x")), nullptr);
-}
-
-TEST(DiffOf, GivesNodesBelowACreatedOne) {
-  const TestModel model(kBody);
-  const DataTree before = model.Tree("");
-  const DataTree after = model.Tree(C("<l><k>1</k><in><x>1</x></in></l>"));
-  const Diff diff(before, after);
-  EXPECT_NE(diff.Of(NodeAt(after, "/c/l{1}")), nullptr);
-  EXPECT_NE(diff.Of(NodeAt(after, "/c/l{1}/in")), nullptr);
-  EXPECT_NE(diff.Of(NodeAt(after, "/c/l{1}/in/x")), nullptr);
 }
 
 // --- Typed keys of the project's model
 
-DataTree AddressTree(const std::vector<std::string>& addresses) {
-  std::string xml =
+DataTree AddressTree(const std::string& address) {
+  return host_test::ProjectTree(
       "<config xmlns=\"urn:vorplex:config\"><interface>"
-      "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6>";
-  for (const std::string& address : addresses) {
-    xml += "<address><ip>" + address + "</ip></address>";
-  }
-  const TempDir dir;
-  return DataTree::FromFile(
-      ProjectModel(),
-      dir.Write("data.xml", xml + "</ipv6></l3></interface></config>"));
+      "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><address><ip>" +
+      address + "</ip></address></ipv6></l3></interface></config>");
 }
 
 TEST(Diff, SeesAnAddressKeyInAnotherFormAsNoChange) {
-  EXPECT_EQ(ChangedPaths(AddressTree({"2001:DB8::1/64"}),
-                         AddressTree({"2001:db8::1/64"})),
+  EXPECT_EQ(ChangedPaths(AddressTree("2001:DB8::1/64"),
+                         AddressTree("2001:db8::1/64")),
             Paths{});
 }
 
 TEST(Diff, SeesHostBitsOfAnAddress) {
-  EXPECT_EQ(ChangedPaths(AddressTree({"2001:db8::1/64"}),
-                         AddressTree({"2001:db8::2/64"}))
-                .size(),
-            4U);
+  EXPECT_EQ(
+      ChangedPaths(AddressTree("2001:db8::1/64"), AddressTree("2001:db8::2/64"))
+          .size(),
+      4U);
 }
 
 // --- Against libyang's own
@@ -347,9 +316,7 @@ class RandomTree {
   explicit RandomTree(unsigned seed) : random_(seed) {}
 
   std::string Xml() {
-    std::vector<std::string> parts;
-    Leaf("a", &parts);
-    Leaf("n", &parts);
+    std::vector<std::string> parts = {One("a"), One("n")};
     if (Chance(3)) {
       parts.emplace_back(Chance(2) ? "<e>true</e>" : "<e>false</e>");
     }
@@ -384,10 +351,6 @@ class RandomTree {
   std::string One(const std::string& name) {
     if (Chance(2)) return "";
     return "<" + name + ">" + std::to_string(Below(2)) + "</" + name + ">";
-  }
-
-  void Leaf(const std::string& name, std::vector<std::string>* parts) {
-    parts->push_back(One(name));
   }
 
   void LeafList(const std::string& name, std::vector<std::string>* parts) {

@@ -43,10 +43,8 @@ std::string ValueOf(const lyd_node* node) {
 
 void Print(const std::vector<Change>& changes, std::string* text) {
   for (const Change& change : changes) {
-    const lyd_node* node =
-        change.after != nullptr ? change.after : change.before;
-    *text += ipav::confd::PrintPath(node) + " " + ValueOf(change.before) + " " +
-             ValueOf(change.after) + "\n";
+    *text += ipav::confd::PrintPath(change.Node()) + " " +
+             ValueOf(change.before) + " " + ValueOf(change.after) + "\n";
     Print(change.children, text);
   }
 }

@@ -14,9 +14,7 @@ namespace {
 constexpr std::size_t kLongestReportedName = 255;
 
 std::vector<const lyd_node*> L3Of(const DataView& view) {
-  const lyd_node* interfaces = view.At(nullptr, {"config", "interface"});
-  if (interfaces == nullptr) return {};
-  return view.Entries(interfaces, "l3");
+  return view.Entries(view.At(nullptr, {"config", "interface"}), "l3");
 }
 
 // Whether a text that names `reported` can mean the name.
@@ -55,9 +53,8 @@ Evidence NameOfL3(const Case& refusal) {
 }
 
 Evidence OneAddress(const Case& refusal) {
-  const std::string& name = refusal.Field("interface");
-  const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
-  if (interface == nullptr) return {};
+  const lyd_node* interface =
+      FindInterface(refusal.candidate, SplitName(refusal.Field("interface")));
   const lyd_node* address = FindAddress(
       refusal.candidate, interface, refusal.Family(), refusal.Field("prefix"));
   if (address == nullptr) return {};
@@ -67,7 +64,6 @@ Evidence OneAddress(const Case& refusal) {
 Evidence AddressTwice(const Case& refusal) {
   const lyd_node* interface =
       FindInterface(refusal.candidate, SplitName(refusal.Field("interface")));
-  if (interface == nullptr) return {};
   Evidence evidence;
   std::size_t count = 0;
   for (const lyd_node* leaf :

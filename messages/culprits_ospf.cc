@@ -81,14 +81,9 @@ Assignment AssignmentOf(const DataView& view, const lyd_node* entry) {
       view.Entry(view.At(nullptr, {"internal"}), "ospf-index-to-proc-id",
                  {keys[kCompoundId]});
   // If the table lacks the process, the plug-in reads 0 and an empty VRF.
-  const lyd_node* process =
-      assignment.process_entry == nullptr
-          ? nullptr
-          : view.At(assignment.process_entry, {"proc_id"});
+  const lyd_node* process = view.Child(assignment.process_entry, "proc_id");
   assignment.process = process == nullptr ? "0" : TextOf(process);
-  if (assignment.process_entry != nullptr) {
-    assignment.vrf = TextOf(view.At(assignment.process_entry, {"vrf_name"}));
-  }
+  assignment.vrf = TextOf(view.Child(assignment.process_entry, "vrf_name"));
   const lyd_node* length = view.At(entry, {"ospf-pm-ip-netmask"});
   const std::string address = Dotted(keys[kAddress]);
   assignment.rows.push_back(
@@ -100,9 +95,8 @@ Assignment AssignmentOf(const DataView& view, const lyd_node* entry) {
 std::vector<Assignment> AssignmentsOf(const DataView& view) {
   std::vector<Assignment> all;
   std::unordered_map<std::string, std::size_t> positions;
-  const lyd_node* internal = view.At(nullptr, {"internal"});
-  if (internal == nullptr) return all;
-  for (const lyd_node* entry : view.Entries(internal, "ospf-interface-l3")) {
+  for (const lyd_node* entry :
+       view.Entries(view.At(nullptr, {"internal"}), "ospf-interface-l3")) {
     Assignment assignment = AssignmentOf(view, entry);
     if (assignment.rows.empty()) continue;
     const auto [known, is_new] =
@@ -144,9 +138,7 @@ void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
   // 2. It was there before, and is now replaced or removed.
   const lyd_node* before = InRunning(refusal, interface);
   const lyd_node* leaf =
-      before == nullptr
-          ? nullptr
-          : FindAddress(refusal.running, before, "ipv4", row.prefix);
+      FindAddress(refusal.running, before, "ipv4", row.prefix);
   if (leaf == nullptr) {
     evidence->suspects.push_back({"interface without the address", interface});
     return;
@@ -169,14 +161,16 @@ void SuspectRow(const Case& refusal, const OspfRow& row, bool by_length,
                 "prefix length known to OSPFv2", true, evidence);
   }
   if (evidence->suspects.size() > known) return;
-  const lyd_node* address = refusal.candidate.At(row.entry, {"address"});
   evidence->suspects.push_back(
-      {"known to OSPFv2", address == nullptr ? row.entry : address});
+      {"known to OSPFv2", refusal.candidate.LeafOrEntry(row.entry, "address")});
 }
 
-const lyd_node* InterfaceLeafOf(const Case& refusal, const OspfRow& row) {
-  const lyd_node* leaf = refusal.candidate.At(row.entry, {"interface"});
-  return leaf == nullptr ? row.entry : leaf;
+// Adds the interface in OSPFv2.
+void SuspectInterface(const Case& refusal, const Assignment& assignment,
+                      Evidence* evidence) {
+  evidence->suspects.push_back(
+      {"assigned to OSPFv2", refusal.candidate.LeafOrEntry(
+                                 assignment.rows.front().entry, "interface")});
 }
 
 // Adds the row that knew the address, if the commit removed it.
@@ -242,9 +236,7 @@ std::string Signed(const std::string& number) {
 }
 
 std::vector<const lyd_node*> Ospfv3RowsOf(const DataView& view) {
-  const lyd_node* internal = view.At(nullptr, {"internal"});
-  if (internal == nullptr) return {};
-  return view.Entries(internal, "ospfv3-interface-l3");
+  return view.Entries(view.At(nullptr, {"internal"}), "ospfv3-interface-l3");
 }
 
 // Whether a row has the index of that VLAN, and the router and area of the
@@ -297,14 +289,10 @@ Evidence OspfAddressAdded(const Case& refusal) {
     const lyd_node* interface =
         FindInterface(refusal.candidate, assignment.interface);
     const lyd_node* address =
-        interface == nullptr
-            ? nullptr
-            : FindAddress(refusal.candidate, interface, "ipv4", prefix);
+        FindAddress(refusal.candidate, interface, "ipv4", prefix);
     if (address == nullptr || ++count > kMaxNamed) continue;
     evidence.suspects.push_back({"address", address});
-    evidence.suspects.push_back(
-        {"assigned to OSPFv2",
-         InterfaceLeafOf(refusal, assignment.rows.front())});
+    SuspectInterface(refusal, assignment, &evidence);
     SuspectRemovedRow(refusal, assignment, prefix, &evidence);
     NoteMissingProcess(assignment, &evidence);
   }
@@ -333,9 +321,7 @@ Evidence OspfVrfDiffers(const Case& refusal) {
     if (evidence.suspects.empty()) {
       evidence.suspects.push_back({"interface without VRF", interface});
     }
-    evidence.suspects.push_back(
-        {"assigned to OSPFv2",
-         InterfaceLeafOf(refusal, assignment.rows.front())});
+    SuspectInterface(refusal, assignment, &evidence);
     SuspectProcessVrf(refusal, assignment, &evidence);
     return evidence;
   }
@@ -345,8 +331,7 @@ Evidence OspfVrfDiffers(const Case& refusal) {
 Evidence Ospfv3VrfSet(const Case& refusal) {
   const InterfaceName name = SplitName(refusal.Field("interface"));
   const lyd_node* interface = FindInterface(refusal.candidate, name);
-  const lyd_node* vrf =
-      interface == nullptr ? nullptr : refusal.candidate.At(interface, {"vrf"});
+  const lyd_node* vrf = refusal.candidate.Child(interface, "vrf");
   if (vrf == nullptr || refusal.IsUnchanged(vrf)) return {};
   for (const lyd_node* row : Ospfv3RowsOf(refusal.candidate)) {
     const lyd_node* leaf = refusal.candidate.At(row, {"ospfv3-pm-if-name"});
@@ -368,9 +353,9 @@ Evidence Ospfv3VlanChanged(const Case& refusal) {
     if (!IsRowOfVlan(refusal, row)) continue;
     Evidence evidence{true, {}, ""};
     SuspectLeaf(refusal, lower, "vlan", "VLAN", true, &evidence);
-    const lyd_node* index = refusal.candidate.At(row, {"ospfv3-pm-if-index"});
     evidence.suspects.push_back(
-        {"interface in OSPFv3", index == nullptr ? row : index});
+        {"interface in OSPFv3",
+         refusal.candidate.LeafOrEntry(row, "ospfv3-pm-if-index")});
     return evidence;
   }
   return {};

@@ -57,7 +57,6 @@ struct Route {
 std::vector<Route> RoutesOf(const DataView& view) {
   std::vector<Route> routes;
   const lyd_node* table = view.At(nullptr, {"DC-RTM-MIB", "rtmStaticRtTable"});
-  if (table == nullptr) return routes;
   for (const lyd_node* entry : view.Entries(table, "rtmStaticRtEntry")) {
     Route route{entry, datastore::KeysOf(entry), ""};
     if (route.keys.size() != kRouteKeys) continue;
@@ -69,20 +68,17 @@ std::vector<Route> RoutesOf(const DataView& view) {
 }
 
 const lyd_node* VrfEntryOf(const DataView& view, const Route& route) {
-  const lyd_node* table = view.At(nullptr, {"internal", "vrf-config"});
-  if (table == nullptr) return nullptr;
-  return view.Entry(table, "indexTOstring", {route.keys[kVrfIndex]});
+  return view.Entry(view.At(nullptr, {"internal", "vrf-config"}),
+                    "indexTOstring", {route.keys[kVrfIndex]});
 }
 
 std::string VrfOfRoute(const DataView& view, const Route& route) {
-  const lyd_node* entry = VrfEntryOf(view, route);
-  const lyd_node* name = entry == nullptr ? nullptr : view.At(entry, {"vname"});
+  const lyd_node* name = view.Child(VrfEntryOf(view, route), "vname");
   return name == nullptr ? "global" : TextOf(name);
 }
 
 const lyd_node* NextHopLeaf(const DataView& view, const Route& route) {
-  const lyd_node* leaf = view.At(route.entry, {"rtmStaticRtNextHop"});
-  return leaf == nullptr ? route.entry : leaf;
+  return view.LeafOrEntry(route.entry, "rtmStaticRtNextHop");
 }
 
 // Adds the name of the route's VRF if the commit changed it.
@@ -93,9 +89,8 @@ void SuspectChangedVrfName(const Case& refusal, const Route& route,
     SuspectLeaf(refusal, entry, "vname", "VRF of the route", false, evidence);
     return;
   }
-  const lyd_node* before = VrfEntryOf(refusal.running, route);
   const lyd_node* name =
-      before == nullptr ? nullptr : refusal.running.At(before, {"vname"});
+      refusal.running.Child(VrfEntryOf(refusal.running, route), "vname");
   if (name != nullptr) {
     evidence->suspects.push_back({"VRF of the route", name, true});
   }
@@ -119,7 +114,6 @@ Evidence NextHopIsOwn(const Case& refusal) {
   const std::string& name = refusal.Field("interface");
   const bool is_ipv4 = refusal.Family() == std::string("ipv4");
   const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
-  if (interface == nullptr) return {};
   const lyd_node* address = FindAddress(
       refusal.candidate, interface, refusal.Family(), refusal.Field("prefix"));
   if (address == nullptr) return {};
@@ -226,9 +220,8 @@ Evidence BlackHole(const Case& refusal) {
 const lyd_node* OutputNameLeaf(const Case& refusal, const Route& route,
                                const std::string& interface) {
   if (route.IsBlackHole()) return nullptr;
-  const lyd_node* output = OutputOf(refusal.candidate, route);
-  if (output == nullptr) return nullptr;
-  const lyd_node* leaf = refusal.candidate.At(output, {"interface-name"});
+  const lyd_node* leaf = refusal.candidate.Child(
+      OutputOf(refusal.candidate, route), "interface-name");
   if (leaf == nullptr || !IsOutputOf(TextOf(leaf), interface)) return nullptr;
   return leaf;
 }

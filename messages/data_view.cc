@@ -61,9 +61,8 @@ InterfaceName SplitName(const std::string& text, char separator) {
 }
 
 const lyd_node* FindInterface(const DataView& view, const InterfaceName& name) {
-  const lyd_node* interfaces = view.At(nullptr, {"config", "interface"});
-  if (interfaces == nullptr) return nullptr;
-  return view.Entry(interfaces, name.kind.c_str(), {name.name});
+  return view.Entry(view.At(nullptr, {"config", "interface"}),
+                    name.kind.c_str(), {name.name});
 }
 
 std::string VrfOf(const DataView& view, const lyd_node* interface) {
@@ -76,10 +75,10 @@ std::vector<const lyd_node*> AddressesOf(const DataView& view,
                                          const char* family) {
   std::vector<const lyd_node*> leaves;
   const auto add = [&](const lyd_node* parent) {
-    const lyd_node* ip = view.At(parent, {"ip"});
+    const lyd_node* ip = view.Child(parent, "ip");
     if (ip != nullptr) leaves.push_back(ip);
   };
-  const lyd_node* container = view.At(interface, {family});
+  const lyd_node* container = view.Child(interface, family);
   if (container == nullptr) return leaves;
   // A list of them, or a container of the primary one and the others.
   for (const lyd_node* address : view.Entries(container, "address")) {

@@ -22,6 +22,17 @@ class DataView {
   const lyd_node* At(const lyd_node* from,
                      std::initializer_list<const char*> names) const;
 
+  // The child of that name; null when there is none, or no parent.
+  const lyd_node* Child(const lyd_node* parent, const char* name) const {
+    return parent == nullptr ? nullptr : At(parent, {name});
+  }
+
+  // The leaf of that name in an entry; the entry when there is none.
+  const lyd_node* LeafOrEntry(const lyd_node* entry, const char* name) const {
+    const lyd_node* leaf = At(entry, {name});
+    return leaf == nullptr ? entry : leaf;
+  }
+
   std::vector<const lyd_node*> Entries(const lyd_node* parent,
                                        const char* list) const;
   const lyd_node* Entry(const lyd_node* parent, const char* list,
@@ -57,7 +68,8 @@ const lyd_node* FindInterface(const DataView& view, const InterfaceName& name);
 // Its VRF; "global" if it names none.
 std::string VrfOf(const DataView& view, const lyd_node* interface);
 
-// The leaves of its addresses, the primary one first. `family` is ipv4 or ipv6.
+// The leaves of its addresses, the primary one first; none for no interface.
+// `family` is ipv4 or ipv6.
 std::vector<const lyd_node*> AddressesOf(const DataView& view,
                                          const lyd_node* interface,
                                          const char* family);

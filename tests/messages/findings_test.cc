@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <ctime>
 #include <filesystem>
@@ -30,6 +31,7 @@ namespace fs = std::filesystem;
 using commit::Answer;
 using datastore::DataTree;
 using datastore::Novelty;
+using host_test::MarkedIn;
 using host_test::ProjectModel;
 
 // A file and its text, for what a finding shows of it.
@@ -66,19 +68,6 @@ const char* WordOf(Novelty novelty) {
   return kWords[static_cast<std::size_t>(novelty)];
 }
 
-// The marked part of the line, by characters.
-std::string MarkedIn(const Place& place) {
-  std::string marked;
-  std::size_t character = place.skipped;
-  for (const char c : place.source_line) {
-    if ((static_cast<unsigned char>(c) & 0xc0) != 0x80) ++character;
-    if (character >= place.column && character < place.column + place.length) {
-      marked += c;
-    }
-  }
-  return marked;
-}
-
 // "ROLE, NOVELTY PATH FILE:LINE MARKED".
 std::string Written(const Culprit& culprit) {
   std::string text =
@@ -113,9 +102,14 @@ TEST(FindingsTest, EachMessageOfAConfigurationHasACaseWithItsFinding) {
   }
 }
 
+const File& EmptyConfig() {
+  static const File file("nothing.xml",
+                         "<config xmlns=\"urn:vorplex:config\"/>");
+  return file;
+}
+
 // An interface with a network address, and the same IPv6 address twice.
 std::vector<Finding> FindingsOfBothFamilies(bool all) {
-  const File nothing("nothing.xml", "<config xmlns=\"urn:vorplex:config\"/>");
   const File candidate("both.xml", R"(
 <config xmlns="urn:vorplex:config"><interface>
   <l3 xmlns="urn:vorplex:ipapp"><name>users</name>
@@ -123,7 +117,7 @@ std::vector<Finding> FindingsOfBothFamilies(bool all) {
     <ipv6><address><ip>2001:db8::1/64</ip></address>
       <address><ip>2001:db8::1/65</ip></address></ipv6>
   </l3></interface></config>)");
-  return FindingsOf(nothing, candidate, all);
+  return FindingsOf(EmptyConfig(), candidate, all);
 }
 
 TEST(FindingsTest, AFindingHasWhatTheMessageSays) {
@@ -157,16 +151,23 @@ const File& SmallRouter() {
   return file;
 }
 
-Finding Explain(std::optional<std::string> text,
-                const std::string& path = "/config/interface/l3") {
+// The finding of a refusal with that text, of an empty device that would get
+// this configuration.
+Finding ExplainIn(const File& candidate, std::optional<std::string> text,
+                  const std::string& path = "/config/interface/l3") {
   static const DataTree kEmpty = DataTree::Empty(ProjectModel());
   Answer answer;
   answer.opaque = "ipv4_addr_validation";
   answer.path = path;
   answer.result = -1;
   answer.text = std::move(text);
-  return Finder({&kEmpty, "", nullptr}, SmallRouter().configuration())
+  return Finder({&kEmpty, "", nullptr}, candidate.configuration())
       .Explain(answer);
+}
+
+Finding Explain(std::optional<std::string> text,
+                const std::string& path = "/config/interface/l3") {
+  return ExplainIn(SmallRouter(), std::move(text), path);
 }
 
 TEST(FindingsTest, AnAddressThatTheInterfaceDoesNotHaveIsNoCulprit) {
@@ -249,14 +250,10 @@ TEST(FindingsTest, TheDataTellWhichReadingOfANameIsMeant) {
   </ospf-interface-l3>
   <ospf-index-to-proc-id><compound-id>1</compound-id><proc_id>7</proc_id>
     <vrf_name>d</vrf_name></ospf-index-to-proc-id></internal>)");
-  const DataTree empty = DataTree::Empty(ProjectModel());
-  Answer answer;
-  answer.result = -1;
-  answer.text =
+  const Finding finding = ExplainIn(
+      file,
       "loopback a vrf b vrf c and router ospf 7 vrf d cannot be associated "
-      "with divergent VRF";
-  const Finding finding =
-      Finder({&empty, "", nullptr}, file.configuration()).Explain(answer);
+      "with divergent VRF");
   EXPECT_EQ(finding.rule, "ospf-vrf-differs");
   EXPECT_EQ(
       Written(finding),
@@ -283,14 +280,10 @@ TEST(FindingsTest, ReadingsThatTheDataBothBearOutAreNotChosenFrom) {
   <ospf-interface-l3><compound-id>1</compound-id><area>0.0.0.0</area>
     <interface>loopback-a</interface><address>10.0.0.1</address>
   </ospf-interface-l3></internal>)");
-  const DataTree empty = DataTree::Empty(ProjectModel());
-  Answer answer;
-  answer.result = -1;
-  answer.text =
+  const Finding finding = ExplainIn(
+      file,
       "loopback a vrf b vrf c and router ospf 0 vrf  cannot be associated with "
-      "divergent VRF";
-  const Finding finding =
-      Finder({&empty, "", nullptr}, file.configuration()).Explain(answer);
+      "divergent VRF");
   EXPECT_EQ(finding.rule, "ospf-vrf-differs");
   EXPECT_TRUE(finding.culprits.empty());
   EXPECT_EQ(finding.note,
@@ -298,35 +291,113 @@ TEST(FindingsTest, ReadingsThatTheDataBothBearOutAreNotChosenFrom) {
             "nodes for more than one");
 }
 
-TEST(FindingsTest, EachVrfThatHasABlackHoleAndANextHopIsNamed) {
+// ---- At most five of a role are named --------------------------------------
+
+// A route to 10.1.0.0/16 in each of the VRFs from 1 on.
+std::string Routes(int count, const std::string& next_hop) {
   std::string routes;
-  for (const char* vrf : {"1", "2"}) {
-    for (const char* next_hop : {"00:00:00:00", "0a:00:00:09"}) {
-      routes += std::string("<rtmStaticRtEntry><rtmStaticRtFteIndex>") + vrf +
-                "</rtmStaticRtFteIndex><rtmStaticRtDestType>ipv4"
-                "</rtmStaticRtDestType><rtmStaticRtDest>0a:01:00:00"
-                "</rtmStaticRtDest><rtmStaticRtDestPfxLen>16"
-                "</rtmStaticRtDestPfxLen><rtmStaticRtNextHopType>ipv4"
-                "</rtmStaticRtNextHopType>\n<rtmStaticRtNextHop>" +
-                next_hop + "</rtmStaticRtNextHop></rtmStaticRtEntry>";
-    }
+  for (int vrf = 1; vrf <= count; ++vrf) {
+    routes += "<rtmStaticRtEntry><rtmStaticRtFteIndex>" + std::to_string(vrf) +
+              "</rtmStaticRtFteIndex><rtmStaticRtDestType>ipv4"
+              "</rtmStaticRtDestType><rtmStaticRtDest>0a:01:00:00"
+              "</rtmStaticRtDest><rtmStaticRtDestPfxLen>16"
+              "</rtmStaticRtDestPfxLen><rtmStaticRtNextHopType>ipv4"
+              "</rtmStaticRtNextHopType>\n<rtmStaticRtNextHop>" +
+              next_hop + "</rtmStaticRtNextHop></rtmStaticRtEntry>";
   }
-  const File file(
-      "routes.xml",
-      "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>" +
-          routes +
-          "</rtmStaticRtTable></DC-RTM-MIB>"
-          "<internal xmlns=\"urn:vorplex:internal\"><vrf-config>"
-          "<indexTOstring><index>2</index><vname>red</vname></indexTOstring>"
-          "</vrf-config></internal>");
-  const File nothing("nothing.xml", "<config xmlns=\"urn:vorplex:config\"/>");
-  const std::vector<Finding> findings = FindingsOf(nothing, file);
-  ASSERT_EQ(findings.size(), 1U);
-  const std::vector<std::string> written = Written(findings.front());
-  ASSERT_EQ(written.size(), 6U);  // both routes of both, the name of red, note
-  EXPECT_EQ(written.back(),
-            "note: the text names no VRF, and 2 VRFs have the prefix twice");
+  return routes;
 }
+
+// VRF 1 is the global one: it has no name.
+TEST(FindingsTest, EachVrfThatHasABlackHoleAndANextHopIsNamed) {
+  for (const int count : {2, 5, 6}) {
+    std::string names;
+    for (int vrf = 2; vrf <= count; ++vrf) {
+      const std::string index = std::to_string(vrf);
+      names += "<indexTOstring><index>" + index + "</index><vname>v" + index +
+               "</vname></indexTOstring>";
+    }
+    const File file(
+        "routes.xml",
+        "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>" +
+            Routes(count, "00:00:00:00") + Routes(count, "0a:00:00:09") +
+            "</rtmStaticRtTable></DC-RTM-MIB>"
+            "<internal xmlns=\"urn:vorplex:internal\"><vrf-config>" +
+            names + "</vrf-config></internal>");
+    const std::vector<Finding> findings = FindingsOf(EmptyConfig(), file);
+    ASSERT_EQ(findings.size(), 1U);
+    // Two routes of each, and the names.
+    EXPECT_EQ(findings[0].culprits.size(),
+              static_cast<std::size_t>(3 * std::min(count, 5) - 1));
+    EXPECT_EQ(findings[0].note, "the text names no VRF, and " +
+                                    std::to_string(count) +
+                                    " VRFs have the prefix twice" +
+                                    (count > 5 ? "; 5 are listed" : ""));
+  }
+}
+
+TEST(FindingsTest, FiveRoutesThroughAnInterfaceWithoutVlanAreNamed) {
+  for (const int count : {5, 6}) {
+    std::string outputs;
+    for (int vrf = 1; vrf <= count; ++vrf) {
+      // The black hole does not count.
+      for (const char* next_hop : {"0a:00:00:09", "00:00:00:00"}) {
+        outputs +=
+            "<rtmStaticRtEntry-global xmlns=\"urn:vorplex:dc-rtm-mib\">"
+            "<rtmStaticRtFteIndex>" +
+            std::to_string(vrf) +
+            "</rtmStaticRtFteIndex><rtmStaticRtDest>0a:01:00:00"
+            "</rtmStaticRtDest><rtmStaticRtDestPfxLen>16"
+            "</rtmStaticRtDestPfxLen><rtmStaticRtNextHop>" +
+            next_hop +
+            "</rtmStaticRtNextHop><interface-name>l3-a"
+            "</interface-name></rtmStaticRtEntry-global>";
+      }
+    }
+    const File file(
+        "routes.xml",
+        "<config xmlns=\"urn:vorplex:config\"><interface>"
+        "<l3 "
+        "xmlns=\"urn:vorplex:ipapp\"><name>a</name></l3></interface></config>"
+        "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>" +
+            Routes(count, "00:00:00:00") + Routes(count, "0a:00:00:09") +
+            "</rtmStaticRtTable></DC-RTM-MIB>" + outputs);
+    const Finding finding = ExplainIn(
+        file,
+        "l3 a is being used by a static route. Lower-layer-if cannot be "
+        "removed from this interface");
+    // The interface, and for each route the output and the next hop.
+    EXPECT_EQ(finding.culprits.size(), 11U);
+    EXPECT_EQ(finding.note,
+              count == 5
+                  ? ""
+                  : "1 of the 6 routes through the interface are not listed");
+  }
+}
+
+TEST(FindingsTest, FiveEqualAddressesOfAnInterfaceAreNamed) {
+  for (const int count : {5, 6}) {
+    std::string addresses;
+    for (int i = 0; i < count; ++i) {
+      addresses += "<address><ip>2001:db8::1/" + std::to_string(60 + i) +
+                   "</ip></address>";
+    }
+    const File file("addresses.xml",
+                    "<config xmlns=\"urn:vorplex:config\"><interface>"
+                    "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6>" +
+                        addresses + "</ipv6></l3></interface></config>");
+    const Finding finding =
+        ExplainIn(file, "l3 a has duplicated IPv6 address 2001:db8::1");
+    EXPECT_EQ(finding.culprits.size(), 5U);
+    EXPECT_EQ(
+        finding.note,
+        count == 5
+            ? ""
+            : "the interface has the address 6 times; the first 5 are listed");
+  }
+}
+
+// ---- Of several points -----------------------------------------------------
 
 TEST(FindingsTest, AllListsAFindingForEachRefusal) {
   const std::vector<Finding> findings = FindingsOfBothFamilies(true);
@@ -372,8 +443,7 @@ TEST(FindingsTest, ANameThatReachesTheTextCutIsFound) {
                   "<config xmlns=\"urn:vorplex:config\"><interface>"
                   "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" +
                       name + "</name></l3></interface></config>");
-  const File nothing("nothing.xml", "<config xmlns=\"urn:vorplex:config\"/>");
-  const std::vector<Finding> findings = FindingsOf(nothing, file);
+  const std::vector<Finding> findings = FindingsOf(EmptyConfig(), file);
   ASSERT_EQ(findings.size(), 1U);
   EXPECT_EQ(findings.front().rule, "l3-name-too-long");
   ASSERT_EQ(findings.front().culprits.size(), 1U);

@@ -102,15 +102,18 @@ TEST(AddressPlan, IsInTheOrderOfAddressesNotOfTexts) {
 TEST(AddressPlan, TellsWhatIsNewWhatWasAndWhatIsGone) {
   const std::string running =
       L3("kept", "", {"10.0.1.1/24"}) + L3("moved", "", {"10.0.2.1/24"}) +
-      L3("renumbered", "", {"10.0.3.1/24"}) + L3("gone", "", {"10.0.4.1/24"});
+      L3("renumbered", "", {"10.0.3.1/24"}) + L3("gone", "", {"10.0.4.1/24"}) +
+      L3("lowered", "", {"10.0.8.1/24"});
   const std::string candidate =
       L3("kept", "", {"10.0.1.1/24"}) + L3("moved", "red", {"10.0.2.1/24"}) +
-      L3("renumbered", "", {"10.0.5.1/24"}) + L3("new", "", {"10.0.6.1/24"});
+      L3("renumbered", "", {"10.0.5.1/24"}) + L3("new", "", {"10.0.6.1/24"}) +
+      L3("lowered", "", {"10.0.7.1/24"});
   const AddressPlan plan = Plan(running, candidate);
   EXPECT_EQ(Describe(plan.spaces[0]),
             (Texts{"10.0.1.1/24 l3 kept", "10.0.4.1/24 l3 gone removed",
                    "10.0.5.1/24 l3 renumbered changed from 10.0.3.1/24",
-                   "10.0.6.1/24 l3 new added"}));
+                   "10.0.6.1/24 l3 new added",
+                   "10.0.7.1/24 l3 lowered changed from 10.0.8.1/24"}));
   EXPECT_EQ(Describe(plan.spaces[1]),
             Texts{"10.0.2.1/24 l3 moved changed from in VRF global"});
 }

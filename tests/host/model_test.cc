@@ -109,22 +109,17 @@ TEST(ModelLoading, FolderMayHaveAColonAndModuleFileItsRevisionInItsName) {
   }
 }
 
-TEST(ModelLoading, SyntaxErrorNamesFileAndLine) {
+TEST(ModelLoading, SyntaxErrorNamesFileAndLineAlsoOfAnImportedModule) {
+  const std::string wrong = "  leaf a {\n    typo string;\n  }\n}\n";
   ModelFolder folder;
-  folder.AddText("m",
-                 "module m {\n  namespace \"urn:m\";\n  prefix m;\n"
-                 "  leaf a {\n    typo string;\n  }\n}\n");
-  EXPECT_TRUE(StartsWith(LoadError(folder), folder.path() + "/m.yang:5: "));
-}
-
-TEST(ModelLoading, SyntaxErrorOfAnImportedModuleNamesTheImportedFile) {
-  ModelFolder folder;
+  folder.AddText("a",
+                 "module a {\n  namespace \"urn:a\";\n  prefix a;\n" + wrong);
+  EXPECT_TRUE(StartsWith(LoadError(folder), folder.path() + "/a.yang:5: "));
   folder.AddText("a",
                  "module a {\n  namespace \"urn:a\";\n  prefix a;\n"
                  "  import z { prefix z; }\n}\n");
-  folder.AddText("z",
-                 "module z {\n  namespace \"urn:z\";\n  prefix z;\n\n\n"
-                 "  leaf a {\n    typo string;\n  }\n}\n");
+  folder.AddText(
+      "z", "module z {\n  namespace \"urn:z\";\n  prefix z;\n\n\n" + wrong);
   EXPECT_TRUE(StartsWith(LoadError(folder), folder.path() + "/z.yang:7: "));
 }
 
@@ -224,21 +219,6 @@ TEST(UseSites, AreFoundInTheOrderOfTheModel) {
   }
 }
 
-TEST(UseSites, OfADeviationResolvePrefixesOfTheDeviatingModule) {
-  ModelFolder folder;
-  folder.Add("m",
-             "container c { leaf v { type string; } "
-             "leaf w { type string; } }");
-  folder.Add("n",
-             "import m { prefix other; } deviation \"/other:c/other:v\" { "
-             "tailf:validate test_set { tailf:dependency \"../other:w\"; } "
-             "deviate add { units \"s\"; } }");
-  const auto model = folder.Load();
-  EXPECT_EQ(DependencyOf(*model).text, "../m:w");
-  EXPECT_EQ(DependencyOf(*model).steps,
-            std::vector<const lysc_node*>{&SchemaAt(*model, "/c/w")});
-}
-
 TEST(UseSites, OfTheProjectStandInTheOrderOfTheInterfaceKinds) {
   Texts timers;
   for (const std::string& site : SitesOf(ProjectModel())) {
@@ -252,38 +232,31 @@ TEST(UseSites, OfTheProjectStandInTheOrderOfTheInterfaceKinds) {
                            lifetime + "/config/interface/mgmt/ipv6/nd/ra"}));
 }
 
-TEST(UseSites, WithoutSubstatementsHaveTheDefaults) {
-  const TestModel model("leaf a { type string; tailf:validate other_set; }");
+// The substatements of the only use site.
+std::string SubstatementsOf(const std::string& body) {
+  const TestModel model(body);
+  EXPECT_EQ(model->use_sites().size(), 1U);
   const UseSite& site = model->use_sites().at(0);
-  EXPECT_EQ(site.point, "other_set");
-  EXPECT_EQ(site.opaque, "");
-  EXPECT_FALSE(site.has_opaque);
-  EXPECT_EQ(site.node, &SchemaAt(*model, "/a"));
-  EXPECT_FALSE(site.call_once);
-  EXPECT_EQ(site.priority, 0);
-  EXPECT_TRUE(site.dependencies.empty());
+  EXPECT_EQ(site.node, &SchemaAt(*model, site.path));
+  return site.point + (site.has_opaque ? " \"" : " none ") + site.opaque +
+         (site.has_opaque ? "\"" : "") + (site.call_once ? " once " : " ") +
+         std::to_string(site.priority) + " " +
+         std::to_string(site.dependencies.size());
 }
 
-TEST(UseSites, CarryTheirSubstatements) {
-  const TestModel model(
-      "list l { key k; leaf k { type string; } tailf:validate test_set { "
-      "tailf:opaque \"some text\"; tailf:call-once \"true\"; "
-      "tailf:priority \"-3\"; tailf:dependency \".\"; "
-      "tailf:dependency \"k\"; } }");
-  const UseSite& site = model->use_sites().at(0);
-  EXPECT_EQ(site.opaque, "some text");
-  EXPECT_TRUE(site.has_opaque);
-  EXPECT_TRUE(site.call_once);
-  EXPECT_EQ(site.priority, -3);
-  EXPECT_EQ(site.dependencies.size(), 2U);
-}
-
-TEST(UseSites, MayHaveAnEmptyOpaqueTextAndACallOnceOfFalse) {
-  const TestModel model(
-      LeafWithPoint("a", "tailf:opaque \"\"; tailf:call-once \"false\";"));
-  EXPECT_TRUE(model->use_sites().at(0).has_opaque);
-  EXPECT_EQ(model->use_sites().at(0).opaque, "");
-  EXPECT_FALSE(model->use_sites().at(0).call_once);
+TEST(UseSites, CarryTheirSubstatementsOrTheDefaults) {
+  EXPECT_EQ(SubstatementsOf("leaf a { type string; tailf:validate other; }"),
+            "other none  0 0");
+  EXPECT_EQ(SubstatementsOf(LeafWithPoint(
+                "a", "tailf:opaque \"\"; tailf:call-once \"false\";")),
+            "test_set \"\" 0 0");
+  EXPECT_EQ(
+      SubstatementsOf(
+          "list l { key k; leaf k { type string; } tailf:validate test_set { "
+          "tailf:opaque \"some text\"; tailf:call-once \"true\"; "
+          "tailf:priority \"-3\"; tailf:dependency \".\"; "
+          "tailf:dependency \"k\"; } }"),
+      "test_set \"some text\" once -3 2");
 }
 
 TEST(UseSites, DoNotTakeAnotherModulesStatementsOfTheSameName) {
@@ -391,63 +364,65 @@ TEST(Dependencies, LeadUpAndThenDown) {
   }
 }
 
-TEST(Dependencies, ReplacePrefixesByModuleNames) {
+// A dependency of the module `n`, which imports m as `other`.
+void ExpectSteps(const std::string& m, const std::string& n,
+                 const std::string& text, const Texts& steps) {
   ModelFolder folder;
-  folder.Add("b",
-             "container q { container b { leaf c { type string; } } "
-             "container r { } }");
-  folder.Add("n",
-             "import b { prefix a; } augment \"/a:q/a:r\" { leaf v { "
-             "type string; tailf:validate test_set { tailf:dependency "
-             "\"../../a:b/a:c\"; } } }");
+  folder.Add("m", m);
+  folder.Add("n", "import m { prefix other; } " + n);
   const auto model = folder.Load();
   const Dependency dependency = DependencyOf(*model);
-  EXPECT_EQ(dependency.text, "../../b:b/b:c");
-  EXPECT_EQ(dependency.ups, 2U);
-  EXPECT_EQ(dependency.steps,
-            (std::vector<const lysc_node*>{&SchemaAt(*model, "/q/b"),
-                                           &SchemaAt(*model, "/q/b/c")}));
+  EXPECT_EQ(dependency.text, text);
+  std::vector<const lysc_node*> nodes;
+  for (const std::string& path : steps) {
+    nodes.push_back(&SchemaAt(*model, path));
+  }
+  EXPECT_EQ(dependency.steps, nodes);
+}
+
+TEST(Dependencies, ReplacePrefixesByModuleNames) {
+  ExpectSteps(
+      "container q { container b { leaf c { type string; } } container r { } }",
+      "augment \"/other:q/other:r\" { " +
+          LeafWithPoint("v", "tailf:dependency \"../../other:b/other:c\";") +
+          " }",
+      "../../m:b/m:c", {"/q/b", "/q/b/c"});
+  // The prefixes of a deviation are those of the deviating module.
+  ExpectSteps("container c { leaf v { type string; } leaf w { type string; } }",
+              "deviation \"/other:c/other:v\" { "
+              "tailf:validate test_set { tailf:dependency \"../other:w\"; } "
+              "deviate add { units \"s\"; } }",
+              "../m:w", {"/c/w"});
 }
 
 TEST(Dependencies, WithoutPrefixPreferTheOwnModule) {
-  ModelFolder folder;
-  folder.Add("m",
-             "container c { leaf x { type string; } leaf y { "
-             "type string; tailf:validate test_set { "
-             "tailf:dependency \"../x\"; } } }");
-  folder.Add("n",
-             "import m { prefix m; } augment \"/m:c\" { "
-             "leaf x { type string; } }");
-  const auto model = folder.Load();
-  EXPECT_EQ(DependencyOf(*model).steps,
-            std::vector<const lysc_node*>{&SchemaAt(*model, "/c/m:x")});
+  ExpectSteps("container c { leaf x { type string; } " +
+                  LeafWithPoint("y", "tailf:dependency \"../x\";") + " }",
+              "augment \"/other:c\" { leaf x { type string; } }", "../x",
+              {"/c/m:x"});
 }
 
 // --- Tag numbers
 
-TEST(TagNumbers, AreTheGivenOnes) {
+TEST(TagNumbers, AreTheGivenOnesAndLeadBackToTheName) {
+  const std::pair<const char*, std::uint32_t> cases[] = {
+      {"/config/interface/mgmt", 0x1412343f},
+      {"/config/interface/l3", 0x213f1a7a},
+      {"/config/interface/loopback", 0x1472cced},
+      {"/internal/ospf-interface-l3", 0x6af0fc0e},
+      {"/config/interface/mgmt/vrf", 0x4c5f3e78},
+      {"/config/interface/l3/vrf", 0x4c5f3e78},
+      {"/config/interface/loopback/vrf", 0x4c5f3e78}};
   const Model& model = ProjectModel();
-  const auto tag = [&](const char* path) {
-    return model.TagOf(SchemaAt(model, path)).tag;
-  };
-  EXPECT_EQ(tag("/config/interface/mgmt"), 0x1412343fU);
-  EXPECT_EQ(tag("/config/interface/l3"), 0x213f1a7aU);
-  EXPECT_EQ(tag("/config/interface/loopback"), 0x1472ccedU);
-  EXPECT_EQ(tag("/internal/ospf-interface-l3"), 0x6af0fc0eU);
-  for (const char* path :
-       {"/config/interface/mgmt/vrf", "/config/interface/l3/vrf",
-        "/config/interface/loopback/vrf"}) {
-    EXPECT_EQ(tag(path), 0x4c5f3e78U) << path;
+  for (const auto& [path, number] : cases) {
+    const lysc_node& node = SchemaAt(model, path);
+    EXPECT_EQ(model.TagOf(node).tag, number) << path;
+    ASSERT_NE(model.NameOfTag(number), nullptr) << path;
+    EXPECT_EQ(*model.NameOfTag(number), node.name);
   }
-}
-
-TEST(TagNumbers, LeadBackToTheName) {
-  const Model& model = ProjectModel();
-  ASSERT_NE(model.NameOfTag(0x213f1a7a), nullptr);
-  EXPECT_EQ(*model.NameOfTag(0x213f1a7a), "l3");
-  const auto tag = model.TagOf(SchemaAt(model, "/config")).tag;
-  ASSERT_NE(model.NameOfTag(tag), nullptr);
-  EXPECT_EQ(*model.NameOfTag(tag), "config");
+  const auto own = model.TagOf(SchemaAt(model, "/config")).tag;
+  ASSERT_NE(model.NameOfTag(own), nullptr);
+  EXPECT_EQ(*model.NameOfTag(own), "config");
   EXPECT_EQ(model.NameOfTag(0xfffffff0), nullptr);
   EXPECT_EQ(model.NameOfTag(0), nullptr);
 }

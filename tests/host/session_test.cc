@@ -6,8 +6,11 @@
 #include <hostd/cdb_session.h>
 #include <hostd/hostd.h>
 
+#include <cstdlib>
+#include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "host/services/framework.h"
 #include "tests/host/fixtures.h"
@@ -142,17 +145,80 @@ TEST_F(SessionTest, CdbSessionThatCannotOpenHasANegativeSocket) {
 }
 
 TEST_F(SessionTest, CountsCallsByName) {
-  Session session(running_, candidate_, diff_);
+  const TestModel model(
+      "list l { key k; leaf k { type string; } leaf i { type int32; } "
+      "leaf u8 { type uint8; } leaf u16 { type uint16; } "
+      "leaf u32 { type uint32; } "
+      "leaf p4 { type tailf:ipv4-address-and-prefix-length; } "
+      "leaf p6 { type tailf:ipv6-address-and-prefix-length; } }");
+  const DataTree running = model.Tree("<l NS><k>a</k><i>1</i></l>");
+  const DataTree candidate = model.Tree(
+      "<l NS><k>a</k><i>2</i><u8>3</u8><u16>4</u16><u32>5</u32>"
+      "<p4>10.0.0.1/8</p4><p6>::1/64</p6></l>");
+  const Diff diff(running, candidate);
+  Session session(running, candidate, diff);
   EXPECT_TRUE(session.calls().empty());
   const int handle = session.context().thandle;
-  EXPECT_EQ(maapi_exists(socket_, handle, "/n"), 1);
+  EXPECT_EQ(maapi_exists(socket_, handle, "/l"), 1);
   EXPECT_EQ(maapi_exists(socket_, handle, "/nothing"), CONFD_ERR);
-  int32_t number = 0;
-  EXPECT_EQ(maapi_get_int32_elem(socket_, handle, &number, "/n"), CONFD_OK);
-  EXPECT_EQ(number, 2);  // of the candidate
-  EXPECT_EQ(session.calls().at("maapi_exists"), 2U);
-  EXPECT_EQ(session.calls().at("maapi_get_int32_elem"), 1U);
-  EXPECT_EQ(session.calls().size(), 2U);
+  EXPECT_EQ(maapi_num_instances(socket_, handle, "/l"), 1);
+  confd_value_t value;
+  EXPECT_EQ(maapi_get_elem(socket_, handle, &value, "/l{a}/i"), CONFD_OK);
+  char text[8];
+  EXPECT_EQ(confd_pp_value(text, sizeof(text), &value), 1);
+  EXPECT_EQ(maapi_get_str_elem(socket_, handle, text, 8, "/l{a}/k"), CONFD_OK);
+  int32_t i = 0;
+  EXPECT_EQ(maapi_get_int32_elem(socket_, handle, &i, "/l{a}/i"), CONFD_OK);
+  EXPECT_EQ(i, 2);  // of the candidate
+  uint8_t u8 = 0;
+  EXPECT_EQ(maapi_get_u_int8_elem(socket_, handle, &u8, "/l{a}/u8"), CONFD_OK);
+  uint16_t u16 = 0;
+  EXPECT_EQ(maapi_get_u_int16_elem(socket_, handle, &u16, "/l{a}/u16"), 0);
+  uint32_t u32 = 0;
+  EXPECT_EQ(maapi_get_u_int32_elem(socket_, handle, &u32, "/l{a}/u32"), 0);
+  confd_ipv4_prefix p4;
+  EXPECT_EQ(maapi_get_ipv4_and_plen_elem(socket_, handle, &p4, "/l{a}/p4"), 0);
+  confd_ipv6_prefix p6;
+  EXPECT_EQ(maapi_get_ipv6_and_plen_elem(socket_, handle, &p6, "/l{a}/p6"), 0);
+  maapi_cursor cursor;
+  EXPECT_EQ(maapi_init_cursor(socket_, handle, &cursor, "/l"), CONFD_OK);
+  for (int entries = 0; entries < 2; ++entries) maapi_get_next(&cursor);
+  maapi_destroy_cursor(&cursor);
+  char* result = nullptr;
+  EXPECT_EQ(maapi_xpath_eval_expr(socket_, handle, "i", &result, nullptr, "/l"),
+            CONFD_OK);
+  EXPECT_STREQ(result, "2");
+  std::free(result);
+  const auto go_on = [](auto*, auto, auto*, auto*, auto*) {
+    return ITER_RECURSE;
+  };
+  EXPECT_EQ(
+      maapi_keypath_diff_iterate(socket_, handle, go_on, 0, nullptr, "/l"),
+      CONFD_OK);
+  confd_trans_seterr(&session.context(), "text");
+  EXPECT_EQ(cdb_get_int32(session.OpenCdb(), &i, "/l{a}/i"), CONFD_OK);
+  EXPECT_EQ(i, 1);  // of the running configuration
+
+  using Calls = std::map<std::string_view, std::uint64_t>;
+  EXPECT_EQ(session.calls(), (Calls{{"cdb_get_int32", 1},
+                                    {"confd_pp_value", 1},
+                                    {"confd_trans_seterr", 1},
+                                    {"maapi_destroy_cursor", 1},
+                                    {"maapi_exists", 2},
+                                    {"maapi_get_elem", 1},
+                                    {"maapi_get_int32_elem", 1},
+                                    {"maapi_get_ipv4_and_plen_elem", 1},
+                                    {"maapi_get_ipv6_and_plen_elem", 1},
+                                    {"maapi_get_next", 2},
+                                    {"maapi_get_str_elem", 1},
+                                    {"maapi_get_u_int16_elem", 1},
+                                    {"maapi_get_u_int32_elem", 1},
+                                    {"maapi_get_u_int8_elem", 1},
+                                    {"maapi_init_cursor", 1},
+                                    {"maapi_keypath_diff_iterate", 1},
+                                    {"maapi_num_instances", 1},
+                                    {"maapi_xpath_eval_expr", 1}}));
+  EXPECT_EQ(session.call_count(), 20U);
 }
 
 TEST_F(SessionTest, LastErrorTextOfItsContextIsTakenOnce) {

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""tidy.py BUILD: clang-tidy on every source of a configured build folder.
+"""tidy.py BUILD...: clang-tidy on every source of configured build folders.
 
 Uses the commands of BUILD/compile_commands.json, compiles nothing, and prints
 the findings of clang and clang-tidy; the exit status is 1 if there are any. A
 source of several targets is read once, a test plug-in once for each set of
-definitions; generated sources are not read.
+definitions; generated sources are not read, except those that include several
+sources so that their headers are read once.
 """
 
 import concurrent.futures
@@ -24,21 +25,30 @@ def arguments(entry):
             if word not in ("-c", entry["file"])]
 
 
-def to_read(build, entries):
-    """(source, arguments), the largest sources first."""
+def is_read(source, build):
+    """Whether a source is the project's, or includes several of its tests."""
+    if build not in source.parents:
+        return True
+    folder = source.relative_to(build).parts
+    return folder[0] in ("tests", "fuzz", "bench") and "Unity" in folder
+
+
+def to_read(builds):
+    """(build, source, arguments) of the sources of build folders."""
     chosen = {}
-    for entry in entries:
-        source = entry["file"]
-        if build in pathlib.Path(source).parents:
-            continue
-        words = arguments(entry)
-        variant = ()
-        if "/plugins/" in source:
-            variant = tuple(word for word in words if word.startswith("-D")
-                            and not word.endswith("_EXPORTS"))
-        chosen.setdefault((source, variant), words)
-    pairs = [(source, words) for (source, _), words in chosen.items()]
-    return sorted(pairs, key=lambda pair: -os.path.getsize(pair[0]))
+    for build in builds:
+        text = (build / "compile_commands.json").read_text(encoding="utf-8")
+        for entry in json.loads(text):
+            source = entry["file"]
+            if not is_read(pathlib.Path(source), build):
+                continue
+            words = arguments(entry)
+            variant = ()
+            if "/plugins/" in source:
+                variant = tuple(word for word in words if word.startswith("-D")
+                                and not word.endswith("_EXPORTS"))
+            chosen.setdefault((source, variant), (build, source, words))
+    return list(chosen.values())
 
 
 def findings(build, source, words):
@@ -50,12 +60,10 @@ def findings(build, source, words):
 
 
 def main():
-    build = pathlib.Path(sys.argv[1]).resolve()
-    text = (build / "compile_commands.json").read_text(encoding="utf-8")
-    work = to_read(build, json.loads(text))
+    work = to_read([pathlib.Path(folder).resolve() for folder in sys.argv[1:]])
     found = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for printed in pool.map(lambda pair: findings(build, *pair), work):
+        for printed in pool.map(lambda unit: findings(*unit), work):
             found += bool(printed)
             print(printed, end="", flush=True)
     print(f"clang-tidy: {len(work)} sources, {found} with findings")

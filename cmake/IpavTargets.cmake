@@ -23,6 +23,13 @@ if(IPAV_COVERAGE)
   target_link_options(ipav_build_flags INTERFACE --coverage)
 endif()
 
+# The presets compile sources of a target together (CMAKE_UNITY_BUILD), which
+# halves the time of a build. Sources that have file-local names in common, or
+# that a program replaces by its own, are compiled alone.
+function(ipav_compile_alone)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)

@@ -1,14 +1,6 @@
 #include "cli/check/judge.h"
 
-#include <malloc.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <ratio>
@@ -44,30 +36,6 @@ using report::DeviceReport;
 ExitStatus StatusOf(Verdict verdict) {
   if (verdict == Verdict::kAccepted) return kAccepted;
   return verdict == Verdict::kRefused ? kRefused : kPluginFailed;
-}
-
-// Makes the heap for a large configuration of huge pages. With a page fault for
-// every 4 KiB, a check of 6 MiB takes a tenth longer. At 60 MiB, it was a tenth
-// faster without huge pages.
-void UseHugePages(const std::string& file) {
-  constexpr std::uintmax_t kLarge = std::uintmax_t{4} << 20;
-  constexpr std::uintmax_t kTooLarge = std::uintmax_t{16} << 20;
-  constexpr std::uintmax_t kHeapPerByte = 8;  // two texts, and a tree
-  constexpr int kBlock = 1 << 20;             // more than the heap has free now
-  std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(file, error);
-  if (error || size < kLarge || size > kTooLarge) return;
-  // 1. Let the heap grow by all of it at once, and take the texts from it.
-  mallopt(M_TOP_PAD, static_cast<int>(size * kHeapPerByte));
-  mallopt(M_MMAP_THRESHOLD, 32 * kBlock);
-  constexpr std::size_t kPage = 4096;
-  auto* block = static_cast<char*>(std::aligned_alloc(kPage, kBlock));
-  // 2. Advise on what it grew by. No harm if the system does not follow.
-  const auto* end = static_cast<char*>(sbrk(0));
-  if (block != nullptr && block < end) {
-    madvise(block, static_cast<std::size_t>(end - block), MADV_HUGEPAGE);
-  }
-  std::free(block);
 }
 
 // Leaked on purpose: the process validates one device and exits. Freeing a
@@ -173,7 +141,6 @@ Running ReadInTime(const Model& model, const std::string& file,
 
 DeviceReport Judge::Commit(const Device& device,
                            const TimeOver& time_over) const {
-  UseHugePages(device.candidate);
   if (device.running == running_.file) {
     return Commit(device, running_.configuration, time_over);
   }

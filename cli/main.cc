@@ -33,7 +33,7 @@ constexpr char kNotes[] =
     "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
-    "wrong, 3 the plug-in died, threw or did not answer in time.";
+    "wrong, 3 the plug-in died, threw an exception or did not answer in time.";
 
 // The error of a command line, with the option that shows the help.
 std::runtime_error WithHelp(const CLI::App& app, const CLI::Error& error) {
@@ -45,7 +45,7 @@ std::runtime_error WithHelp(const CLI::App& app, const CLI::Error& error) {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app("Judges IP configurations as a router would before a commit.",
+  CLI::App app("Checks IP configurations as a router does before a commit.",
                "ipav");
   app.footer(kNotes);
   app.set_version_flag("--version", IPAV_VERSION);

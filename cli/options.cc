@@ -49,8 +49,8 @@ void AddLimits(CLI::App* command, const std::string& of_what,
   command
       ->add_option_function<unsigned>(
           "--max-input-size", set_size,
-          "Largest configuration to read, in MiB; it takes up to 70 times its "
-          "size in memory")
+          "Largest file to read, in MiB; a configuration needs up to 70 times "
+          "its size in memory")
       ->default_str(std::to_string(limits->size >> 20))
       ->check(CLI::Range(1U, kMaxMebibytes));
 }
@@ -72,11 +72,11 @@ void AddReport(CLI::App* command, report::ReportOptions* options) {
       ->type_name("TEXT")
       ->check(IsFormat());
   AddFile(command, "--output",
-          "File for the report, replaced when it is whole (default: standard "
+          "File for the report, replaced only when complete (default: standard "
           "output)",
           &options->output);
   command->add_flag("--failed-only", options->failed_only,
-                    "List no device that was accepted");
+                    "Omit accepted devices");
 }
 
 }  // namespace ipav::cli

@@ -26,15 +26,16 @@ constexpr unsigned kMaxMebibytes = 2047;   // fit a 32-bit address space
 constexpr unsigned kMaxSessions = 1000;
 
 constexpr char kNotes[] =
-    "The UNIX socket is netconf.sock in the state folder. SSH takes public "
-    "keys\n"
-    "only. SIGTERM ends the server, SIGHUP reads the authorized keys again.\n"
+    "The UNIX socket is netconf.sock in the state folder. SSH accepts only\n"
+    "public keys. SIGTERM stops the server, SIGHUP makes it read the\n"
+    "authorized keys again.\n"
     "\n"
     "Examples:\n"
     "  ipavd --state /var/lib/ipavd\n"
     "  ipavd --state demo --ssh 8300 --authorized-keys ~/.ssh/id_ed25519.pub\n"
     "\n"
-    "Exit status: 0 ended by a signal, or by --once; 2 it cannot serve.";
+    "Exit status: 0 stopped by a signal or by --once; 2 cannot start or\n"
+    "continue.";
 
 // A number of at least `least`, given to `set`; `now` is its default.
 void AddNumber(CLI::App* app, const std::string& name,
@@ -47,7 +48,7 @@ void AddNumber(CLI::App* app, const std::string& name,
 
 void AddTransports(CLI::App* app, ServeOptions* options) {
   CLI::Option* ssh = app->add_option("--ssh", options->ssh_port,
-                                     "Listen for SSH on that port (0: any)")
+                                     "Listen for SSH on this port (0: any)")
                          ->type_name("PORT");
   app->add_option("--listen", options->address,
                   "IP address to listen on for SSH")
@@ -72,21 +73,22 @@ void AddSeconds(CLI::App* app, const std::string& name,
 
 void AddLimits(CLI::App* app, ServeOptions* options) {
   AddSeconds(app, "--timeout",
-             "Seconds for the plug-in to judge a commit (0: no limit)", 0,
+             "Seconds for the plug-in in one commit (0: no limit)", 0,
              &options->time_limit);
-  app->add_option("--max-sessions", options->max_sessions, "Sessions at a time")
+  app->add_option("--max-sessions", options->max_sessions,
+                  "Maximum number of sessions at a time")
       ->capture_default_str()
       ->check(CLI::Range(1U, kMaxSessions));
-  AddNumber(app, "--max-message-size", "Largest message to take, in MiB",
+  AddNumber(app, "--max-message-size", "Largest message of a client, in MiB",
             static_cast<unsigned>(options->limits.max_message >> 20), 1,
             kMaxMebibytes, [options](unsigned value) {
               options->limits.max_message = std::size_t{value} << 20;
             });
   AddSeconds(app, "--hello-timeout",
-             "Seconds for a client to log in and say hello", 1,
+             "Seconds for a client to log in and send its hello", 1,
              &options->limits.hello);
   AddSeconds(app, "--idle-timeout",
-             "Seconds that a session may be silent (0: no limit)", 0,
+             "Seconds after which a silent session ends (0: no limit)", 0,
              &options->limits.idle);
 }
 
@@ -95,11 +97,11 @@ void AddLimits(CLI::App* app, ServeOptions* options) {
 void AddOptions(CLI::App* app, ServeOptions* options) {
   app->footer(kNotes);
   app->add_option("--state", options->state,
-                  "Folder of the datastores, made where it is not there")
+                  "Folder of the datastores, created if missing")
       ->required()
       ->type_name(kFolder);
   AddTransports(app, options);
-  app->add_flag("--once", options->once, "End with the first session");
+  app->add_flag("--once", options->once, "Stop when the first session ends");
   AddLimits(app, options);
   app->add_option("--plugin", options->plugin, "Validation plug-in to run")
       ->type_name(kFile)
@@ -121,7 +123,9 @@ ServeOptions DefaultOptions() {
 
 int Run(int argc, const char* const* argv) {
   ServeOptions options = DefaultOptions();
-  CLI::App app("Serves the embedded host over NETCONF.", "ipavd");
+  CLI::App app(
+      "NETCONF server that validates IP configurations before each commit.",
+      "ipavd");
   app.set_version_flag("--version", IPAV_VERSION);
   AddOptions(&app, &options);
   try {

@@ -51,7 +51,7 @@ constexpr char kCheckNotes[] =
     "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
-    "wrong, 3 the plug-in died, threw or did not answer in time.";
+    "wrong, 3 the plug-in died, threw an exception or did not answer in time.";
 
 struct CheckOptions {
   Locations locations;
@@ -70,18 +70,19 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
   command->add_flag("--all", options->judge.all,
                     "Run every validation point and list its answer");
   command->add_flag("-v,--verbose", options->report.verbose,
-                    "Show debug lines and platform calls");
-  AddFile(command, "--report", "Write an HTML page as well, to that file",
+                    "Show debug lines and the number of platform calls");
+  AddFile(command, "--report", "Also write an HTML page to this file",
           &options->page);
   command->add_flag("--trace", options->judge.trace,
                     "Write every platform call with its answer and its time to "
-                    "standard error, of one device at a time");
-  command->add_flag("--timing", options->judge.timing,
-                    "Show where the time went, on standard error, and add the "
-                    "times of each device to json, its seconds to junit");
+                    "standard error; devices are checked one at a time");
+  command->add_flag(
+      "--timing", options->judge.timing,
+      "Print the time of each step to standard error, and add the times of "
+      "each device to a json report, its seconds to a junit report");
   options->report.color = "auto";
   AddChoice(command, "--color", {"auto", "always", "never"},
-            "Colours: auto (on a terminal, unless NO_COLOR is set), always, "
+            "Colours: auto (on a terminal if NO_COLOR is not set), always, "
             "never",
             &options->report.color);
 }
@@ -103,7 +104,7 @@ void AddFleet(CLI::App* command, CheckOptions* options) {
   constexpr unsigned kMaxJobs = 256;  // two files each, of the usual 1024
   command
       ->add_option("-j,--jobs", options->fleet.jobs,
-                   "Devices to judge at a time (default: as many as "
+                   "Devices to check at a time (default: the number of "
                    "processors)")
       ->check(CLI::Range(1U, kMaxJobs));
   const auto set_shard = [options](const std::string& text) {
@@ -112,10 +113,10 @@ void AddFleet(CLI::App* command, CheckOptions* options) {
   command
       ->add_option_function<std::string>(
           "--shard", set_shard,
-          "Judge every N-th device of the list alone, from the I-th on")
+          "Check every N-th device of the list, starting with the I-th")
       ->type_name("I/N");
   command->add_flag("-q,--quiet", options->fleet.is_quiet,
-                    "No progress line on the terminal");
+                    "Show no progress line");
 }
 
 // --- Inputs
@@ -226,20 +227,20 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   const auto options = std::make_shared<CheckOptions>();
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
-      "check", "Judge candidates against a running configuration");
+      "check", "Check candidates against a running configuration");
   command->footer(kCheckNotes);
   AddFile(command, "--running",
           "Running configuration, XML or JSON (default: empty)",
           &options->running);
   AddOutput(command, options.get());
   AddLimits(command,
-            "read a configuration, and for the plug-in to judge a candidate",
+            "read a configuration, and for the plug-in to check a candidate",
             &options->judge.limits);
   AddReport(command, &options->report);
   AddFleet(command, options.get());
   command
       ->add_option("candidate", options->candidates,
-                   "Configurations to judge, XML or JSON, or folders of them")
+                   "Configurations to check, XML or JSON, or folders of them")
       ->type_name(kFile)
       ->required();
   AddFile(command, "--plugin", "Validation plug-in to run",

@@ -1,4 +1,4 @@
-// ipav commit: commits a configuration on a running ipavd.
+// ipav commit: commits a configuration to a running ipavd.
 
 #include <fmt/core.h>
 #include <libyang/libyang.h>
@@ -24,16 +24,15 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kCommitNotes[] =
-    "The file becomes the whole running configuration of the server.\n"
+    "The file replaces the whole running configuration of the server.\n"
     "\n"
     "Examples:\n"
     "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
     "  ipav commit --to demo/netconf.sock --validate router.json\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the file or the command line is\n"
-    "wrong, or there is no server, 3 the plug-in died, threw or did not answer "
-    "in\n"
-    "time.";
+    "wrong, or there is no server, 3 the plug-in died, threw an exception or\n"
+    "did not answer in time.";
 
 struct CommitOptions {
   Locations locations;
@@ -125,12 +124,12 @@ Command AddCommit(CLI::App* app, const Locations& locations) {
   const auto options = std::make_shared<CommitOptions>();
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
-      "commit", "Commit a configuration on a running ipavd");
+      "commit", "Commit a configuration to a running ipavd");
   command->footer(kCommitNotes);
   AddFile(command, "--to", "UNIX socket of the server", &options->server)
       ->required();
   command->add_flag("--validate", options->validate,
-                    "Ask whether it would be accepted, and change nothing");
+                    "Only validate the configuration, and change nothing");
   AddFile(command, "file", "Configuration to commit, XML or JSON",
           &options->file)
       ->required();

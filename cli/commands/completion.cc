@@ -1,5 +1,4 @@
-// ipav completion: prints the script by which a shell completes the command
-// line.
+// ipav completion: prints the completion script of a shell.
 
 #include <fmt/core.h>
 
@@ -17,8 +16,8 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kCompletionNotes[] =
-    "A package has put the scripts in their places. Without one, in the\n"
-    "start file of the shell:\n"
+    "The Debian package installs the scripts. Without it, add to the start\n"
+    "file of the shell:\n"
     "\n"
     "Examples:\n"
     "  source <(ipav completion bash)\n"
@@ -37,10 +36,10 @@ std::string ScriptOf(const completion::Syntax& syntax,
 Command AddCompletion(CLI::App* app) {
   const auto shell = std::make_shared<std::string>();
   CLI::App* command = app->add_subcommand(
-      "completion", "Print the script by which a shell completes ipav");
+      "completion", "Print the completion script of a shell");
   command->footer(kCompletionNotes);
-  AddChoice(command, "shell", {"bash", "zsh", "fish"},
-            "Shell that the script is for", shell.get())
+  AddChoice(command, "shell", {"bash", "zsh", "fish"}, "Name of the shell",
+            shell.get())
       ->required();
   return {command, [=] {
             const completion::Syntax syntax =

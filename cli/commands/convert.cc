@@ -18,10 +18,9 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kConvertNotes[] =
-    "The data stays as it is: the order of list entries, and what is written\n"
-    "though it is the default. Lost are comments, blanks between elements, "
-    "XML\n"
-    "prefixes and the form of a value that has several, such as 007 for 7.\n"
+    "The data does not change: the order of list entries and explicit default\n"
+    "values are kept. Comments, blanks between elements, XML prefixes and the\n"
+    "form of a value that has several, such as 007 for 7, are lost.\n"
     "\n"
     "Examples:\n"
     "  ipav convert candidate.xml\n"
@@ -60,13 +59,14 @@ Command AddConvert(CLI::App* app, const Locations& locations) {
   const auto options = std::make_shared<ConvertOptions>();
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
-      "convert", "Write a configuration in the other format, XML or JSON");
+      "convert", "Convert a configuration from XML to JSON or back");
   command->footer(kConvertNotes);
   AddFile(command, "file", "Configuration to convert, XML or JSON",
           &options->file)
       ->required();
   AddChoice(command, "--to", {"xml", "json"},
-            "xml or json (default: what the file is not)", &options->to);
+            "xml or json (default: the format that the file does not have)",
+            &options->to);
   AddFile(command, "--output", "File to write (default: standard output)",
           &options->output);
   AddLimits(command, "read a configuration", &options->limits);

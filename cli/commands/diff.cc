@@ -1,5 +1,4 @@
-// ipav diff: shows what a candidate changes, and which validation points that
-// fires.
+// ipav diff: shows what a candidate changes, and which validation points run.
 
 #include "host/datastore/diff.h"
 
@@ -33,18 +32,17 @@ using datastore::Diff;
 using nlohmann::ordered_json;
 
 constexpr char kDiffNotes[] =
-    "A line begins with + for what is added, - for what is deleted, ~ for a\n"
-    "changed value. An added or deleted list entry is one line with the "
-    "number\n"
-    "of its leaves; --full lists these, too. Then come the calls that a "
-    "commit\n"
-    "makes, in its order, each with the nodes that changed and fire it.\n"
+    "A line begins with + for an added node, - for a deleted one, ~ for a\n"
+    "changed value. An added or deleted list entry is one line with the\n"
+    "number of its leaves; --full lists the leaves, too. The validation calls\n"
+    "of the commit follow in their order, each with the changed nodes that\n"
+    "cause it.\n"
     "\n"
     "Examples:\n"
     "  ipav diff running.xml candidate.xml\n"
     "  ipav diff --format json running.json candidate.json\n"
     "\n"
-    "Exit status: 0 both could be read, changed or not; 2 one could not.";
+    "Exit status: 0 both files were read; 2 one could not be read.";
 
 struct DiffOptions {
   Locations locations;
@@ -252,7 +250,7 @@ Command AddDiff(CLI::App* app, const Locations& locations) {
   const auto options = std::make_shared<DiffOptions>();
   options->locations = locations;
   CLI::App* command = app->add_subcommand(
-      "diff", "Show what a candidate changes and which points that fires");
+      "diff", "Show what a candidate changes and which points run");
   command->footer(kDiffNotes);
   AddFile(command, "running", "Running configuration, XML or JSON",
           &options->running)
@@ -261,7 +259,7 @@ Command AddDiff(CLI::App* app, const Locations& locations) {
           &options->candidate)
       ->required();
   command->add_flag("--full", options->full,
-                    "List the leaves of added and deleted list entries, too");
+                    "Also list the leaves of added and deleted list entries");
   AddChoice(command, "--format", {"text", "json"}, "text or json",
             &options->format);
   AddLimits(command, "read a configuration", &options->limits);

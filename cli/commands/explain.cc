@@ -27,9 +27,10 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kExplainNotes[] =
-    "A text is the one that an operator saw, interfaces and addresses filled\n"
-    "in; a rule is named by its heading or as findings and SARIF name it.\n"
-    "Without a topic, the validation points and rules are listed.\n"
+    "A text is a message as an operator saw it, with interfaces and\n"
+    "addresses. A rule has two names: its heading in docs/messages.md, and\n"
+    "its name in findings and SARIF. Without a topic, the validation points\n"
+    "and rules are listed.\n"
     "\n"
     "Examples:\n"
     "  ipav explain ipv4_addr_validation\n"
@@ -295,7 +296,7 @@ Command AddExplain(CLI::App* app, const Locations& locations) {
       ->add_option(
           "topic", values->topics,
           "Name of a point or a rule, or a text; '-' for texts from standard "
-          "input, one a line, such as the output of ipav check")
+          "input, one per line, such as the output of ipav check")
       ->type_name(kTopic);
   AddYang(command, &values->locations);
   return {command,

@@ -18,8 +18,8 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kNewNotes[] =
-    "The configuration is accepted as it is. In XML a comment stands beside\n"
-    "what a validation point looks at.\n"
+    "This configuration is accepted. The XML has comments on what is\n"
+    "validated.\n"
     "\n"
     "Examples:\n"
     "  ipav new > router.xml && ipav check router.xml\n"
@@ -47,7 +47,7 @@ Command AddNew(CLI::App* app, const Locations& locations) {
       app->add_subcommand("new", "Print a first configuration to change");
   command->footer(kNewNotes);
   AddChoice(command, "--format", {"xml", "json"},
-            "xml, with comments, or json, which has none", format.get());
+            "xml, with comments, or json, without", format.get());
   return {command, [=] { return PrintNew(locations, *format); }};
 }
 

@@ -43,7 +43,7 @@ ExitStatus PrintPoints(const Locations& locations) {
 Command AddPoints(CLI::App* app, const Locations& locations) {
   const auto values = std::make_shared<Locations>(locations);
   CLI::App* command = app->add_subcommand(
-      "points", "List the use sites of validation points in the model");
+      "points", "List the validation points of the data model");
   command->footer(kPointsNotes);
   AddYang(command, values.get());
   return {command, [values] { return PrintPoints(*values); }};

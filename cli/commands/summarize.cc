@@ -1,4 +1,4 @@
-// ipav summarize: makes one report of the JSON reports of several runs.
+// ipav summarize: combines the JSON reports of several runs into one.
 
 #include <fmt/core.h>
 
@@ -39,7 +39,8 @@ constexpr char kSummarizeNotes[] =
     "  ipav summarize --failed-only --format junit --output all.xml "
     "results/*.json\n"
     "\n"
-    "Exit status: that of the gravest result; 2 where one is missing or wrong.";
+    "Exit status: the highest one of all devices; at least 2 if a report is\n"
+    "missing or wrong.";
 
 struct SummarizeOptions {
   std::vector<std::string> results;  // files
@@ -207,7 +208,7 @@ ExitStatus Summarize(const SummarizeOptions& options) {
 Command AddSummarize(CLI::App* app, const Locations& /*locations*/) {
   const auto options = std::make_shared<SummarizeOptions>();
   CLI::App* command = app->add_subcommand(
-      "summarize", "Make one report of the JSON reports of several runs");
+      "summarize", "Combine the JSON reports of several runs into one");
   command->footer(kSummarizeNotes);
   AddReport(command, &options->report);
   command->add_option("result", options->results, "JSON reports")

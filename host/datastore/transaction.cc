@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "host/base/stopwatch.h"
-#include "host/datastore/plain_xml.h"
 #include "host/datastore/well_formed.h"
 #include "host/datastore/xml_difference.h"
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/datastore/plain_xml.h"
+#include "host/datastore/well_formed.h"
 
 namespace ipav::datastore {
 

@@ -8,8 +8,6 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "ipavd/transport/file_error.h"
-
 namespace ipav::transport {
 
 namespace {

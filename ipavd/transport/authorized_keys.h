@@ -4,7 +4,10 @@
 
 #include <libssh/libssh.h>
 
+#include <cerrno>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "host/base/c_ptr.h"
@@ -12,6 +15,12 @@
 namespace ipav::transport {
 
 using Key = base::CPtr<ssh_key_struct, ssh_key_free>;
+
+// The error of the last system call, which was about that key file.
+inline std::runtime_error FileError(const std::string& path) {
+  return std::runtime_error(path + ": " +
+                            std::generic_category().message(errno));
+}
 
 class AuthorizedKeys {
  public:

@@ -11,7 +11,6 @@
 
 #include "host/base/file_descriptor.h"
 #include "ipavd/transport/authorized_keys.h"
-#include "ipavd/transport/file_error.h"
 
 namespace ipav::transport {
 

@@ -1,4 +1,4 @@
-#include "host/datastore/plain_xml.h"
+#include "host/datastore/well_formed.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,6 @@
 
 #include "host/base/utf8.h"
 #include "host/datastore/input_error.h"
-#include "host/datastore/well_formed.h"
 
 namespace ipav::datastore {
 

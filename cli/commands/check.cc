@@ -169,6 +169,14 @@ void PrintInputError(const DeviceReport& device) {
   static_cast<void>(std::fputs(OnStandardError(device).bytes.c_str(), stderr));
 }
 
+void Take(const DeviceReport& device, const CheckOptions& options, bool is_one,
+          ReportOutput* output, std::optional<HtmlWriter>* page) {
+  if (is_one && device.status == kBadInput) PrintInputError(device);
+  output->Add(device);
+  if (options.report.failed_only && device.status == kAccepted) return;
+  if (*page) (*page)->Add(device);
+}
+
 // --- The command
 
 ExitStatus Check(const CheckOptions& options) {
@@ -198,10 +206,7 @@ ExitStatus Check(const CheckOptions& options) {
   // own.
   const bool is_one = run.list_size == 1 && !is_fleet;
   const auto take = [&](const DeviceReport& device) {
-    if (is_one && device.status == kBadInput) PrintInputError(device);
-    output.Add(device);
-    if (options.report.failed_only && device.status == kAccepted) return;
-    if (page) page->Add(device);
+    Take(device, options, is_one, &output, &page);
   };
   if (is_one && output.is_plain()) {
     const DeviceReport report = judge(devices.front(), OnStandardError);

@@ -6,7 +6,7 @@ namespace ipav::cli::report {
 
 std::string InWords(const Run& run) {
   const Summary& summary = run.summary;
-  const std::string text = fmt::format(
+  std::string text = fmt::format(
       "{} device{}: {} accepted, {} refused, {} bad input, {} failed",
       summary.devices(), summary.devices() == 1 ? "" : "s",
       summary.Of(kAccepted), summary.Of(kRefused), summary.Of(kBadInput),

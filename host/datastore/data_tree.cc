@@ -280,19 +280,8 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
                                     const lysc_node& list,
                                     const std::string_view* keys,
                                     std::size_t count) const {
-  // 1. Look near the last one, or near the one that contains it: callers often
-  // read one entry after another, with the lists in it.
-  const lyd_node* entry = last_entry_;
-  while (entry != nullptr && entry->schema != &list) entry = lyd_parent(entry);
-  if (entry != nullptr && lyd_parent(entry) == parent) {
-    if (HasKeys(entry, keys, count)) return entry;
-    entry = NextEntry(entry);
-    if (entry != nullptr && HasKeys(entry, keys, count)) {
-      return last_entry_ = entry;
-    }
-  }
-
-  // 2. Look anywhere.
+  const lyd_node* entry = FindNearLast(parent, list, keys, count);
+  if (entry != nullptr) return last_entry_ = entry;
   entry = Find(parent, list);
   if (entry == nullptr) return nullptr;
   if (IsSmall(entry)) {
@@ -304,6 +293,18 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
   }
   if (entry != nullptr) last_entry_ = entry;
   return entry;
+}
+
+const lyd_node* DataTree::FindNearLast(const lyd_node* parent,
+                                       const lysc_node& list,
+                                       const std::string_view* keys,
+                                       std::size_t count) const {
+  const lyd_node* entry = last_entry_;
+  while (entry != nullptr && entry->schema != &list) entry = lyd_parent(entry);
+  if (entry == nullptr || lyd_parent(entry) != parent) return nullptr;
+  if (HasKeys(entry, keys, count)) return entry;
+  entry = NextEntry(entry);
+  return entry != nullptr && HasKeys(entry, keys, count) ? entry : nullptr;
 }
 
 const lyd_node* DataTree::FindInIndex(const lyd_node* first_entry,

@@ -90,6 +90,12 @@ class DataTree {
   // it does both steps at once.
   InputError ErrorOf(const InputText& text);
 
+  // Looks at the entry that was found last, or the one of the list that
+  // contains it, and at the next one: callers often read one entry after
+  // another.
+  const lyd_node* FindNearLast(const lyd_node* parent, const lysc_node& list,
+                               const std::string_view* keys,
+                               std::size_t count) const;
   const lyd_node* FindInIndex(const lyd_node* first_entry,
                               const std::string_view* keys,
                               std::size_t count) const;

@@ -116,7 +116,7 @@ std::vector<Ospfv2Row> AnyEnrolment(Choices* choices, const std::string& name,
   const std::string any_id = AnyCompoundId(choices);
   const std::string id = choices->Chance(1, 5) ? any_id : CompoundIdOf(entry);
   const std::string any_other_id = AnyCompoundId(choices);
-  const std::string other_id =
+  const auto other_id =
       choices->Pick<std::string>({{8, id}, {3, "4"}, {1, any_other_id}});
   const std::string area = AnyArea(choices);
   const auto knowledge =

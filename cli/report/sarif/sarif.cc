@@ -67,8 +67,8 @@ std::string Marked(const Place& place) {
   const std::string line = base::ToUtf8(place.source_line);
   const std::size_t begin =
       base::FirstCharacters(line, place.column - 1 - place.skipped).size();
-  return std::string(base::FirstCharacters(std::string_view(line).substr(begin),
-                                           place.length));
+  const std::string_view rest = std::string_view{line}.substr(begin);
+  return std::string{base::FirstCharacters(rest, place.length)};
 }
 
 Json PhysicalLocation(const Place& place) {

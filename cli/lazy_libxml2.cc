@@ -18,7 +18,7 @@ Result Call(const char* name, Result (*type)(Parameters...),
             Parameters... arguments) {
   static void* const library = dlopen("libxml2.so.2", RTLD_NOW | RTLD_LOCAL);
   void* symbol = library == nullptr ? nullptr : dlsym(library, name);
-  if (symbol == nullptr) throw std::runtime_error(dlerror());
+  if (symbol == nullptr) throw std::runtime_error("libxml2.so.2 is missing");
   return reinterpret_cast<decltype(type)>(symbol)(arguments...);
 }
 

@@ -103,8 +103,8 @@ class StaticRouteConfig : public GenericConfig {
   // Output interface of a row in the form of Interface::name: the third
   // character, the hyphen of "l3-1", becomes a blank. Empty if the row has
   // none, or it cannot be read. Throws std::out_of_range for a name of less
-  // than two characters. Aborts the process if a key or the name does not have
-  // the model's type.
+  // than two characters. Aborts the process if the prefix length, the index or
+  // the name does not have the model's type.
   std::string GetIntfNameFromRoute(const maapi_cursor& cursor) const;
 
  private:

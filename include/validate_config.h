@@ -19,9 +19,9 @@ class ValidateConfig {
   // Text of the last violation found; empty before.
   const std::string& error_text() const { return error_text_; }
 
-  // The addresses of the interfaces of one kind are valid and unique, and do
-  // not overlap with those of any interface or equal the next hop of a static
-  // route. The readers must have read that family.
+  // The addresses of the interfaces of one kind are valid and unique, do not
+  // overlap with those of another interface in the same address space, and do
+  // not equal the next hop of a static route. Requires that family to be read.
   int ValidateInterfaceIPv4(const Config& config, InterfaceType type);
   int ValidateInterfaceIPv6(const Config& config, InterfaceType type);
 

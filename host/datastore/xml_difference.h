@@ -22,10 +22,11 @@ struct XmlDifference {
   std::string second;
 };
 
-// No result if there is anything but elements, blanks and comments between
-// elements, or if the texts differ in more than a quarter. `second` must be
-// well-formed data of the model. Errors in `first` remain in its rest, except
-// an error at an end tag of a container: then there is no result.
+// No result if there is anything but elements, blanks and comments without
+// references between elements, or if the texts differ in more than a quarter.
+// `second` must be well-formed data of the model. Errors in `first` remain in
+// its rest, except an error at an end tag of a container: then there is no
+// result.
 std::optional<XmlDifference> FindXmlDifference(const Model& model,
                                                std::string_view first,
                                                std::string_view second);

@@ -12,7 +12,7 @@ inline constexpr int kViolated = -1;
 inline constexpr std::int32_t kAccept = 0;
 inline constexpr std::int32_t kReject = -1;
 
-// Error text for a key path that does not end with a list of interfaces.
+// Error text for a key path below an interface that the point does not check.
 inline constexpr char kInvalidInterface[] =
     "invalid interface being handled by IP-App validation";
 

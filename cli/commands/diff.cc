@@ -59,8 +59,6 @@ bool IsLeaf(const lysc_node& schema) {
 
 bool IsDefault(const lyd_node& node) { return (node.flags & LYD_DEFAULT) != 0; }
 
-// Never null: each change is in at least one of the configurations.
-
 bool IsOneSided(const Change& change) {
   return change.before == nullptr || change.after == nullptr;
 }

@@ -138,14 +138,18 @@ Value Ipv6(const std::string& address) {
 
 Value Ipv4Plen(const std::string& address_slash_length) {
   const auto [address, length] = SplitAtSlash(address_slash_length);
-  return Fixed(C_IPV4_AND_PLEN, &Members::ipv4prefix,
-               {ParseAddress<in_addr>(AF_INET, address), length});
+  confd_ipv4_prefix prefix{};
+  prefix.ip = ParseAddress<in_addr>(AF_INET, address);
+  prefix.len = length;
+  return Fixed(C_IPV4_AND_PLEN, &Members::ipv4prefix, prefix);
 }
 
 Value Ipv6Plen(const std::string& address_slash_length) {
   const auto [address, length] = SplitAtSlash(address_slash_length);
-  return Fixed(C_IPV6_AND_PLEN, &Members::ipv6prefix,
-               {ParseAddress<in6_addr>(AF_INET6, address), length});
+  confd_ipv6_prefix prefix{};
+  prefix.ip6 = ParseAddress<in6_addr>(AF_INET6, address);
+  prefix.len = length;
+  return Fixed(C_IPV6_AND_PLEN, &Members::ipv6prefix, prefix);
 }
 
 Value OctetsOf(const std::string& address) {

@@ -68,8 +68,7 @@ struct Measurement {
 
 const std::map<std::string, Measurement> kMeasurements = {
     {"ipv4", {"ipv4_addr_validation", 0, {0, 4}}},
-    {"ipv6", {"ipv6_addr_validation", 0, {0, 6}}},
-    {"ipv4_16_vrfs", {"ipv4_addr_validation", 0, {0, 4, 16}}},
+    {"ipv6_16_vrfs", {"ipv6_addr_validation", 0, {0, 6, 16}}},
     {"ipv4_conflict_at_the_end",
      {"ipv4_addr_validation", -1, {0, 4, 1, Conflict::kOtherKind}}},
     {"ipv6_conflict_at_the_end",

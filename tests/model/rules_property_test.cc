@@ -64,7 +64,7 @@ rc::Gen<Scenario> Scenarios() {
     for (std::uint32_t& number : chosen) {
       number = static_cast<std::uint32_t>(random.next() % Choices::kLimit);
     }
-    return rc::shrinkable::shrinkRecur(chosen, Plainer);
+    return rc::shrinkable::shrinkRecur(std::move(chosen), &Plainer);
   };
   return rc::gen::map(numbers, [](const Choices::Numbers& chosen) {
     Choices choices(chosen);

@@ -284,7 +284,7 @@ std::vector<NameCase> RouteCases() {
 
 std::vector<NameCase> OspfCases() {
   InterfaceData red;
-  red.vrf = "red";
+  red.vrf = std::string("red");
   OspfRow other_address;
   other_address.address = "10.1.1.2";
   KeyPath lower_layer = InterfaceListPath("l3");

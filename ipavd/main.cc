@@ -79,13 +79,19 @@ void AddLimits(CLI::App* app, ServeOptions* options) {
                   "Maximum number of sessions at a time")
       ->capture_default_str()
       ->check(CLI::Range(1U, kMaxSessions));
+  app->add_option("--max-sessions-per-user", options->max_sessions_per_user,
+                  "Maximum number of sessions of one user at a time")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMaxSessions));
   AddNumber(app, "--max-message-size", "Largest message of a client, in MiB",
             static_cast<unsigned>(options->limits.max_message >> 20), 1,
             kMaxMebibytes, [options](unsigned value) {
               options->limits.max_message = std::size_t{value} << 20;
             });
+  AddSeconds(app, "--login-timeout", "Seconds for a client to log in over SSH",
+             1, &options->limits.login);
   AddSeconds(app, "--hello-timeout",
-             "Seconds for a client to log in and send its hello", 1,
+             "Seconds for a client to send its hello after the login", 1,
              &options->limits.hello);
   AddSeconds(app, "--idle-timeout",
              "Seconds after which a silent session ends (0: no limit)", 0,

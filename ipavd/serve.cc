@@ -22,13 +22,10 @@ namespace {
 using transport::Log;
 using transport::Severity;
 
-// Clients that have not logged in, in addition to the sessions.
-constexpr std::size_t kMaxNotLoggedIn = 8;
-
 transport::AcceptorOptions AcceptorOptionsFrom(const ServeOptions& options) {
   transport::AcceptorOptions acceptor;
   acceptor.unix_socket = options.state + "/netconf.sock";
-  acceptor.max_clients = options.max_sessions + kMaxNotLoggedIn;
+  acceptor.max_sessions = options.max_sessions;
   acceptor.limits = options.limits;
   if (!options.ssh_port.has_value()) return acceptor;
   acceptor.ssh.emplace();
@@ -66,9 +63,11 @@ void Serve(const ServeOptions& options) {
   store::Datastores datastores(gate, &folder);
 
   // 3. The sessions, until the end.
-  netconf::Server server(
-      model, {options.netconf_yang_dir, options.max_sessions, options.once},
-      &datastores, &acceptor);
+  netconf::Server server(model,
+                         {options.netconf_yang_dir,
+                          {options.max_sessions, options.max_sessions_per_user},
+                          options.once},
+                         &datastores, &acceptor);
   Log(Severity::kNotice, "listening on " + options.state + "/netconf.sock");
   if (!acceptor.ssh_name().empty()) {
     Log(Severity::kNotice, "listening for SSH on " + acceptor.ssh_name());

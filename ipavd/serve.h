@@ -20,6 +20,7 @@ struct ServeOptions {
   std::string authorized_keys;  // file; empty: the one in the state folder
   bool once = false;            // end with the first session
   std::size_t max_sessions = 16;
+  std::size_t max_sessions_per_user = 8;
   base::TimeLimit time_limit = std::chrono::seconds(60);  // of the plug-in
   transport::Limits limits;                               // of each client
 

@@ -28,7 +28,7 @@ Server::Server(const datastore::Model& model, const ServerOptions& options,
       library_(context_.get()),
       datastores_(*datastores),
       acceptor_(*acceptor),
-      service_(context_.get(), datastores, options.max_sessions) {}
+      service_(context_.get(), datastores, options.sessions) {}
 
 void Server::Run(const transport::Signals& signals) {
   LogNotices();

@@ -3,7 +3,6 @@
 #ifndef IPAV_IPAVD_NETCONF_SERVER_H_
 #define IPAV_IPAVD_NETCONF_SERVER_H_
 
-#include <cstddef>
 #include <string>
 
 #include "ipavd/netconf/library.h"
@@ -17,7 +16,7 @@ namespace ipav::netconf {
 
 struct ServerOptions {
   std::string yang_dir;  // the modules of NETCONF
-  std::size_t max_sessions = 0;
+  SessionLimits sessions;
   bool once = false;  // ends with its first session
 };
 

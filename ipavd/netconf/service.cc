@@ -13,23 +13,50 @@
 namespace ipav::netconf {
 
 using transport::Log;
+using transport::PassedConnection;
 using transport::Severity;
 
+namespace {
+
+bool IsSameUser(const PassedConnection& one, const PassedConnection& other) {
+  return one.transport == other.transport &&
+         (one.key.empty() ? one.user == other.user : one.key == other.key);
+}
+
+}  // namespace
+
 Service::Service(ly_ctx* context, store::Datastores* datastores,
-                 std::size_t max_sessions)
-    : max_sessions_(max_sessions),
+                 const SessionLimits& limits)
+    : limits_(limits),
       environment_{context, *datastores, sessions_, std::time(nullptr), {}} {}
 
-void Service::AddSession(transport::PassedConnection client) {
-  const std::string name = client.transport + " " + client.user +
-                           (client.host.empty() ? "" : "@" + client.host);
-  if (sessions_.all().size() >= max_sessions_) {
-    Log(Severity::kWarning, "session of " + name + " refused: there are " +
-                                std::to_string(max_sessions_));
+// Why there may be no session with the client within the limits; empty if there
+// may.
+std::string Service::Objection(const PassedConnection& client) const {
+  std::size_t all = 0;
+  std::size_t of_user = 0;
+  for (const auto& session : sessions_.all()) {
+    if (session->id() == extra_) continue;
+    ++all;
+    if (IsSameUser(session->client(), client)) ++of_user;
+  }
+  if (all >= limits_.all) return "there are " + std::to_string(all);
+  if (of_user < limits_.per_user) return "";
+  return "its user has " + std::to_string(of_user);
+}
+
+void Service::AddSession(PassedConnection client) {
+  const std::string name = NameOf(client);
+  const std::string objection = Objection(client);
+  const bool is_extra =
+      !objection.empty() && client.transport == "unix" && extra_ == 0;
+  if (!objection.empty() && !is_extra) {
+    Log(Severity::kWarning, "session of " + name + " refused: " + objection);
     return;
   }
   try {
     const Session& session = sessions_.Add(std::move(client), &environment_);
+    if (is_extra) extra_ = session.id();
     Log(Severity::kInfo,
         "session " + std::to_string(session.id()) + " began: " + name);
   } catch (const std::exception& error) {
@@ -75,6 +102,7 @@ void Service::End(Session* session, bool is_orderly) {
   environment_.datastores.SessionEnded(id);
   Log(Severity::kInfo, "session " + std::to_string(id) +
                            (is_orderly ? " ended" : " was cut off"));
+  if (id == extra_) extra_ = 0;
   has_ended_ = true;
 }
 

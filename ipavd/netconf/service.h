@@ -6,6 +6,7 @@
 #include <libyang/libyang.h>
 
 #include <cstddef>
+#include <string>
 
 #include "ipavd/netconf/call.h"
 #include "ipavd/netconf/session.h"
@@ -14,16 +15,23 @@
 
 namespace ipav::netconf {
 
+struct SessionLimits {
+  std::size_t all = 0;
+  std::size_t per_user = 0;  // of one SSH key, or of one user of the machine
+};
+
 class Service {
  public:
   // Borrows the message context and the datastores.
   Service(ly_ctx* context, store::Datastores* datastores,
-          std::size_t max_sessions);
+          const SessionLimits& limits);
   ~Service() = default;
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
 
   // Starts a session with a client that has sent its hello. Logs a refusal.
+  // Above the limits there may be one more session on the UNIX socket, so that
+  // its owner can always end others.
   void AddSession(transport::PassedConnection client);
 
   // Answers at most one message of each session. Does not wait.
@@ -43,12 +51,14 @@ class Service {
   const Counters& counters() const { return environment_.counters; }
 
  private:
+  std::string Objection(const transport::PassedConnection& client) const;
   void Count(Session* session, int events);
   void End(Session* session, bool is_orderly);
 
-  const std::size_t max_sessions_;
+  const SessionLimits limits_;
   Sessions sessions_;
   Environment environment_;
+  store::SessionId extra_ = 0;  // the session above the limits; 0: none
   bool has_more_ = false;
   bool has_ended_ = false;
 };

@@ -1,7 +1,6 @@
 #include "ipavd/transport/acceptor.h"
 
 #include <poll.h>
-#include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -9,53 +8,33 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <map>
-#include <memory>
+#include <random>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
-#include <vector>
 
-#include "host/base/utf8.h"
 #include "ipavd/transport/authorized_keys.h"
+#include "ipavd/transport/client.h"
 #include "ipavd/transport/descriptor_passing.h"
 #include "ipavd/transport/host_key.h"
 #include "ipavd/transport/listeners.h"
 #include "ipavd/transport/log.h"
+#include "ipavd/transport/logins.h"
 #include "ipavd/transport/signals.h"
-#include "ipavd/transport/socket_stream.h"
-#include "ipavd/transport/ssh_stream.h"
-#include "netconf/framing.h"
-#include "netconf/hello.h"
 
 namespace ipav::transport {
 
 namespace {
 
-using netconf::ClientHello;
-using netconf::Frame;
-using netconf::Framing;
-
 using base::FileDescriptor;
 
-// The two ends of a connection within this machine.
-struct Ends {
-  FileDescriptor mine;
-  FileDescriptor theirs;
-};
-
-Ends Connect(int kind) {
-  std::array<int, 2> fds{};
-  if (socketpair(AF_UNIX, kind | SOCK_CLOEXEC, 0, fds.data()) != 0) {
-    throw std::system_error(errno, std::generic_category(), "socketpair");
-  }
-  return {FileDescriptor(fds[0]), FileDescriptor(fds[1])};
-}
+// Relays whose session was refused or has just ended, and one session on the
+// UNIX socket above the limit.
+constexpr std::size_t kMoreRelays = 8;
 
 // Makes this process end when its parent ends, even when that is killed.
 void EndWith(pid_t parent) {
@@ -63,80 +42,21 @@ void EndWith(pid_t parent) {
   if (getppid() != parent) _exit(EXIT_FAILURE);
 }
 
-// The user at the other end of a UNIX socket.
-std::string UserOf(int socket) {
-  ucred peer{};
-  socklen_t size = sizeof(peer);
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
-    return "?";
+std::string WordsFor(int signal) {
+  switch (signal) {
+    case SIGALRM:
+      return "dropped: no login in time";
+    case SIGTERM:
+      return "dropped: its address has too many newer logins";
+    default:
+      return "dropped: its process ended by signal " + std::to_string(signal);
   }
-  const passwd* entry = getpwuid(peer.uid);
-  return entry == nullptr ? std::to_string(peer.uid) : entry->pw_name;
 }
 
-// A client may log in under any name, which all other sessions are shown.
-std::string ToName(const std::string& user) {
-  constexpr std::size_t kMaxUser = 128;
-  return base::ToXmlText(user.substr(0, kMaxUser));
+unsigned RandomPercent() {
+  static std::random_device device;
+  return std::uniform_int_distribution<unsigned>(0, 99)(device);
 }
-
-// Serves one client, in the relay's process.
-class Client {
- public:
-  Client(int control, const AcceptorOptions& options)
-      : control_(control), options_(options) {}
-
-  // Both throw std::runtime_error for a client that does something wrong.
-  void ServeUnix(FileDescriptor socket) {
-    name_ = "client on the UNIX socket";
-    const std::string user = UserOf(socket.get());
-    SocketStream stream(std::move(socket));
-    Carry(&stream, PassToServer("unix", user, ""));
-  }
-
-  void ServeSsh(FileDescriptor socket, const AuthorizedKeys& keys) {
-    const std::string host = HostOfPeer(socket.get());
-    name_ = "SSH client " + NameOfPeer(socket.get());
-    // The library blocks during the login: a timeout has to end the process.
-    const auto seconds =
-        std::chrono::ceil<std::chrono::seconds>(options_.limits.hello);
-    alarm(static_cast<unsigned>(seconds.count()));
-    SshStream stream(std::move(socket), options_.ssh->host_key, keys);
-    alarm(0);
-    Carry(&stream, PassToServer("netconf-ssh", ToName(stream.user()), host));
-  }
-
-  const std::string& name() const { return name_; }
-
- private:
-  // Returns our end of a new connection to the server. A hello of ours waits in
-  // it already when the server reads it.
-  FileDescriptor PassToServer(const std::string& transport,
-                              const std::string& user,
-                              const std::string& host) {
-    name_ += " (" + user + ")";
-    Ends ends = Connect(SOCK_STREAM);
-    const std::string hello = Frame(Framing::kEndOfMessage, ClientHello());
-    if (write(ends.mine.get(), hello.data(), hello.size()) < 0) {
-      throw std::runtime_error("the server does not answer");
-    }
-    SendConnection(control_, {transport, user, host, std::move(ends.theirs)});
-    // From here on it ends with its connection to the server, so that the last
-    // reply still gets through.
-    prctl(PR_SET_PDEATHSIG, 0);
-    return std::move(ends.mine);
-  }
-
-  void Carry(ByteStream* client, FileDescriptor connection) {
-    SocketStream server(std::move(connection));
-    const std::string reason = Relay(client, &server, options_.limits).Run();
-    if (!reason.empty()) throw std::runtime_error(reason);
-  }
-
-  const int control_;
-  const AcceptorOptions& options_;
-  std::string name_ = "client";
-};
 
 // The loop of the acceptor's process.
 class AcceptLoop {
@@ -145,6 +65,7 @@ class AcceptLoop {
              FileDescriptor ssh_socket, FileDescriptor control,
              AuthorizedKeys keys)
       : options_(options),
+        logins_(options.logins),
         unix_(std::move(unix_socket)),
         ssh_(std::move(ssh_socket)),
         control_(std::move(control)),
@@ -154,20 +75,27 @@ class AcceptLoop {
     // The reader of the log may have gone.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     while (true) {
-      std::array<pollfd, 3> fds{{{signals_.fd(), POLLIN, 0},
+      std::array<pollfd, 4> fds{{{signals_.fd(), POLLIN, 0},
+                                 {logged_in_.mine.get(), POLLIN, 0},
                                  {unix_.get(), POLLIN, 0},
                                  {ssh_.get(), POLLIN, 0}}};
       if (poll(fds.data(), fds.size(), -1) < 0) continue;
       for (const int number : signals_.Take()) {
         if (number == SIGHUP) Reload();
       }
+      NoteLogins();
       Reap();
-      if ((fds[1].revents & POLLIN) != 0) Accept(unix_.get(), false);
-      if ((fds[2].revents & POLLIN) != 0) Accept(ssh_.get(), true);
+      if ((fds[2].revents & POLLIN) != 0) AcceptUnix();
+      if ((fds[3].revents & POLLIN) != 0) AcceptSsh();
     }
   }
 
  private:
+  struct RelayProcess {
+    bool is_ssh;
+    std::string client;  // for the log
+  };
+
   void Reload() {
     if (!options_.ssh.has_value()) return;
     try {
@@ -181,37 +109,82 @@ class AcceptLoop {
     }
   }
 
-  void Reap() {
-    int status = 0;
-    for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
-      relays_.erase(pid);
-      if (!WIFSIGNALED(status)) continue;
-      const bool is_late = WTERMSIG(status) == SIGALRM;
-      Log(Severity::kWarning, is_late ? "SSH client dropped: no login in time"
-                                      : "a client's process ended by signal " +
-                                            std::to_string(WTERMSIG(status)));
+  void NoteLogins() {
+    pid_t process = 0;
+    while (recv(logged_in_.mine.get(), &process, sizeof(process),
+                MSG_DONTWAIT) == sizeof(process)) {
+      logins_.End(process);
     }
   }
 
-  void Accept(int listener, bool is_ssh) {
-    FileDescriptor socket(
-        accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (socket.get() < 0) return;
-    const auto others = std::count_if(
-        relays_.begin(), relays_.end(),
-        [is_ssh](const auto& relay) { return relay.second == is_ssh; });
-    if (static_cast<std::size_t>(others) >= options_.max_clients) {
-      Log(Severity::kWarning, "client refused: too many are connected");
-      return;
+  void Reap() {
+    int status = 0;
+    for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
+      logins_.End(pid);
+      const auto relay = relays_.extract(pid);
+      if (!WIFSIGNALED(status) || relay.empty()) continue;
+      Log(Severity::kWarning,
+          relay.mapped().client + " " + WordsFor(WTERMSIG(status)));
     }
+  }
+
+  static FileDescriptor Accept(const FileDescriptor& listener) {
+    return FileDescriptor(accept4(listener.get(), nullptr, nullptr,
+                                  SOCK_CLOEXEC | SOCK_NONBLOCK));
+  }
+
+  void AcceptUnix() {
+    FileDescriptor socket = Accept(unix_);
+    if (socket.get() < 0) return;
+    const std::string client = "client on the UNIX socket";
+    if (Count(false) >= options_.max_sessions + kMoreRelays) {
+      return Refuse(client, "too many are connected");
+    }
+    StartRelay(std::move(socket), {false, client});
+  }
+
+  void AcceptSsh() {
+    FileDescriptor socket = Accept(ssh_);
+    if (socket.get() < 0) return;
+    const std::string client = "SSH client " + NameOfPeer(socket.get());
+    const std::string source = SourceOfPeer(socket.get());
+    // 1. Room for one more login.
+    if (const auto oldest = logins_.OldestOfFull(source)) {
+      kill(*oldest, SIGTERM);
+      logins_.End(*oldest);
+    } else if (logins_.Refuses(RandomPercent())) {
+      return Refuse(client, "too many are logging in");
+    }
+    if (Count(true) >=
+        options_.max_sessions + options_.logins.full + kMoreRelays) {
+      return Refuse(client, "too many are connected");
+    }
+    // 2. The login, in a process of its own.
+    const pid_t pid = StartRelay(std::move(socket), {true, client});
+    if (pid > 0) logins_.Begin(pid, source);
+  }
+
+  std::size_t Count(bool is_ssh) const {
+    return static_cast<std::size_t>(std::count_if(
+        relays_.begin(), relays_.end(),
+        [is_ssh](const auto& relay) { return relay.second.is_ssh == is_ssh; }));
+  }
+
+  static void Refuse(const std::string& client, const std::string& reason) {
+    Log(Severity::kWarning, client + " refused: " + reason);
+  }
+
+  // Returns the number of the process; -1: it could not be made.
+  pid_t StartRelay(FileDescriptor socket, RelayProcess relay) {
     const pid_t parent = getpid();
     const pid_t pid = fork();
-    if (pid == 0) Serve(std::move(socket), is_ssh, parent);
+    if (pid == 0) Serve(std::move(socket), relay.is_ssh, parent);
     if (pid < 0) {
-      Log(Severity::kError, "client refused: no process can be made");
+      Refuse(relay.client, "no process can be made");
     } else {
-      relays_.emplace(pid, is_ssh);
+      relays_.emplace(pid, std::move(relay));
     }
+    return pid;
   }
 
   // What a relay process does from its start to its end.
@@ -222,7 +195,7 @@ class AcceptLoop {
     EndWith(parent);
     unix_.Close();
     ssh_.Close();
-    Client client(control_.get(), options_);
+    Client client({control_.get(), logged_in_.theirs.get()}, options_);
     try {
       if (is_ssh) {
         client.ServeSsh(std::move(socket), keys_);
@@ -238,11 +211,14 @@ class AcceptLoop {
 
   const AcceptorOptions& options_;
   const Signals signals_{{SIGHUP, SIGCHLD}};
+  // Relays send their process number when their clients have logged in.
+  const SocketPair logged_in_ = MakeSocketPair(SOCK_DGRAM);
+  Logins logins_;
   FileDescriptor unix_;
   FileDescriptor ssh_;
   FileDescriptor control_;
   AuthorizedKeys keys_;
-  std::map<pid_t, bool> relays_;  // whether the client uses SSH
+  std::map<pid_t, RelayProcess> relays_;
 };
 
 }  // namespace
@@ -258,7 +234,7 @@ Acceptor::Acceptor(const AcceptorOptions& options) {
     ssh_name_ = NameOfSocket(ssh.get());
   }
   FileDescriptor unix_socket = ListenUnix(options.unix_socket);
-  Ends control = Connect(SOCK_SEQPACKET);
+  SocketPair control = MakeSocketPair(SOCK_SEQPACKET);
   control_ = std::move(control.mine);
 
   // 2. The process.

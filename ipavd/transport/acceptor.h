@@ -13,6 +13,7 @@
 #include <string>
 
 #include "host/base/file_descriptor.h"
+#include "ipavd/transport/logins.h"
 #include "ipavd/transport/relay.h"
 
 namespace ipav::transport {
@@ -27,7 +28,8 @@ struct SshOptions {
 struct AcceptorOptions {
   std::string unix_socket;  // path
   std::optional<SshOptions> ssh;
-  std::size_t max_clients = 0;  // of each transport, before the login as well
+  std::size_t max_sessions = 0;
+  LoginLimits logins;
   Limits limits;
 };
 

@@ -38,6 +38,20 @@ void CheckFile(const std::string& path) {
 
 }  // namespace
 
+std::string Fingerprint(ssh_key key) {
+  unsigned char* hash = nullptr;
+  std::size_t size = 0;
+  if (ssh_get_publickey_hash(key, SSH_PUBLICKEY_HASH_SHA256, &hash, &size) !=
+      SSH_OK) {
+    return "";
+  }
+  char* text = ssh_get_fingerprint_hash(SSH_PUBLICKEY_HASH_SHA256, hash, size);
+  ssh_clean_pubkey_hash(&hash);
+  std::string fingerprint = text == nullptr ? "" : text;
+  ssh_string_free_char(text);
+  return fingerprint;
+}
+
 AuthorizedKeys AuthorizedKeys::FromFile(const std::string& path) {
   CheckFile(path);
   std::ifstream file(path);

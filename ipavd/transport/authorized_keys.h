@@ -22,6 +22,10 @@ inline std::runtime_error FileError(const std::string& path) {
                             std::generic_category().message(errno));
 }
 
+// As ssh-keygen -l prints it, "SHA256:" and base64; empty if there is no
+// memory.
+std::string Fingerprint(ssh_key key);
+
 class AuthorizedKeys {
  public:
   // One key per line: TYPE BASE64 [COMMENT]. A line with options is refused,

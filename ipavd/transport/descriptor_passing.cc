@@ -15,7 +15,7 @@ namespace ipav::transport {
 namespace {
 
 constexpr std::size_t kMaxName = 512;  // of each text
-constexpr std::size_t kTexts = 3;
+constexpr std::size_t kTexts = 4;
 
 // Room for one file descriptor beside a message.
 using Ancillary = std::array<char, CMSG_SPACE(sizeof(int))>;
@@ -53,10 +53,25 @@ std::vector<base::FileDescriptor> DescriptorsOf(msghdr* message) {
 
 }  // namespace
 
+SocketPair MakeSocketPair(int type) {
+  std::array<int, 2> fds{};
+  if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, fds.data()) != 0) {
+    throw std::system_error(errno, std::generic_category(), "socketpair");
+  }
+  return {base::FileDescriptor(fds[0]), base::FileDescriptor(fds[1])};
+}
+
+std::string NameOf(const PassedConnection& client) {
+  std::string name = client.transport + " " + client.user;
+  if (!client.host.empty()) name += "@" + client.host;
+  if (!client.key.empty()) name += " " + client.key;
+  return name;
+}
+
 void SendConnection(int control, const PassedConnection& passed) {
   std::string bytes;
   for (const std::string* text :
-       {&passed.transport, &passed.user, &passed.host}) {
+       {&passed.transport, &passed.user, &passed.host, &passed.key}) {
     bytes += text->substr(0, kMaxName);
     bytes += '\0';
   }
@@ -95,9 +110,10 @@ std::optional<PassedConnection> ReceiveConnection(int control) {
   bytes.resize(static_cast<std::size_t>(got));
   auto texts = Split(bytes);
   if (connections.empty() || !texts.has_value()) return std::nullopt;
-  auto& [transport, user, host] = *texts;
+  auto& [transport, user, host, key] = *texts;
   return PassedConnection{std::move(transport), std::move(user),
-                          std::move(host), std::move(connections.front())};
+                          std::move(host), std::move(key),
+                          std::move(connections.front())};
 }
 
 }  // namespace ipav::transport

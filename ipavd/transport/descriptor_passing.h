@@ -11,12 +11,25 @@
 
 namespace ipav::transport {
 
+// The two ends of a connection within this machine.
+struct SocketPair {
+  base::FileDescriptor mine;
+  base::FileDescriptor theirs;
+};
+
+// `type` as of socket(2). Throws std::system_error.
+SocketPair MakeSocketPair(int type);
+
 struct PassedConnection {
   std::string transport;  // "netconf-ssh" or "unix"
   std::string user;
   std::string host;  // the client's address; empty: this machine
+  std::string key;   // fingerprint; empty: it did not log in with a key
   base::FileDescriptor connection;
 };
+
+// For the log: "netconf-ssh user@address SHA256:...".
+std::string NameOf(const PassedConnection& client);
 
 // `control` is a socket of type SOCK_SEQPACKET. Throws std::runtime_error.
 void SendConnection(int control, const PassedConnection& passed);

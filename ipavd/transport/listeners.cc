@@ -1,6 +1,7 @@
 #include "ipavd/transport/listeners.h"
 
 #include <netdb.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -111,5 +112,24 @@ std::string NameOfSocket(int fd) { return HostAndPort(EndOf(fd, getsockname)); }
 std::string NameOfPeer(int fd) { return HostAndPort(EndOf(fd, getpeername)); }
 
 std::string HostOfPeer(int fd) { return EndOf(fd, getpeername).host; }
+
+std::string SourceOfPeer(int fd) {
+  constexpr std::size_t kIpv4Size = 4;
+  constexpr std::size_t kNetworkSize = 8;
+  sockaddr_storage address{};
+  socklen_t size = sizeof(address);
+  auto* name = reinterpret_cast<sockaddr*>(&address);
+  if (getpeername(fd, name, &size) != 0) return "";
+  if (address.ss_family == AF_INET) {
+    const auto& ipv4 = reinterpret_cast<const sockaddr_in&>(address);
+    return {reinterpret_cast<const char*>(&ipv4.sin_addr), kIpv4Size};
+  }
+  const in6_addr& ipv6 =
+      reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
+  const std::string bytes(reinterpret_cast<const char*>(&ipv6), sizeof(ipv6));
+  // A socket that listens on "::" has clients with IPv4 as well.
+  return IN6_IS_ADDR_V4MAPPED(&ipv6) ? bytes.substr(bytes.size() - kIpv4Size)
+                                     : bytes.substr(0, kNetworkSize);
+}
 
 }  // namespace ipav::transport

@@ -23,6 +23,10 @@ std::string NameOfPeer(int fd);
 // The address alone: "127.0.0.1", "::1".
 std::string HostOfPeer(int fd);
 
+// Bytes that are the same for all addresses that one client can easily have:
+// the IPv4 address, or the first 64 bits of the IPv6 address.
+std::string SourceOfPeer(int fd);
+
 }  // namespace ipav::transport
 
 #endif  // IPAV_IPAVD_TRANSPORT_LISTENERS_H_

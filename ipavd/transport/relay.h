@@ -19,9 +19,9 @@
 namespace ipav::transport {
 
 struct Limits {
-  std::size_t max_message = std::size_t{16} << 20;  // bytes
-  // For the login, and then for the hello of the client.
-  base::TimeLimit hello = std::chrono::seconds(20);
+  std::size_t max_message = std::size_t{16} << 20;   // bytes
+  base::TimeLimit login = std::chrono::seconds(10);  // over SSH
+  base::TimeLimit hello = std::chrono::seconds(20);  // after the login
   // Without a whole message in either direction.
   base::TimeLimit idle = std::chrono::seconds(600);  // 0: no limit
 };

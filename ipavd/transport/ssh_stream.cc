@@ -105,18 +105,22 @@ void SshStream::Serve() {
     const bool is_alive = ssh_event_dopoll(event.get(), -1) != SSH_ERROR &&
                           ssh_is_connected(session_.get()) == 1;
     if (!is_alive || refused_keys_ > kMaxRefusedKeys) {
-      throw std::runtime_error(is_known_ ? "did not ask for netconf"
-                               : refused_keys_ > 0
-                                   ? "none of its keys is authorized"
-                                   : "did not log in");
+      throw std::runtime_error(WhyNoLogin());
     }
   }
   ssh_event_remove_session(event.get(), session_.get());
 }
 
+std::string SshStream::WhyNoLogin() const {
+  if (is_known_) return "did not ask for netconf";
+  if (refused_keys_ == 0) return "did not log in";
+  return "none of its keys is authorized, the last one is " + key_;
+}
+
 int SshStream::OnKey(ssh_session /*session*/, const char* user, ssh_key key,
                      char state, void* userdata) {
   auto& stream = *static_cast<SshStream*>(userdata);
+  stream.key_ = Fingerprint(key);
   if (stream.keys_ == nullptr || !stream.keys_->Has(key)) {
     ++stream.refused_keys_;
     return SSH_AUTH_DENIED;

@@ -28,6 +28,9 @@ class SshStream : public ByteStream {
   // The name that the client logged in with.
   const std::string& user() const { return user_; }
 
+  // The fingerprint of the key that it logged in with.
+  const std::string& key() const { return key_; }
+
   int fd() const override { return ssh_get_fd(session_.get()); }
   short Events(bool reads, bool writes) const override;
   bool has_more() override;
@@ -37,6 +40,7 @@ class SshStream : public ByteStream {
  private:
   void SetCallbacks();
   void Serve();
+  std::string WhyNoLogin() const;
 
   // Callbacks of libssh; `userdata` is this object.
   static int OnKey(ssh_session session, const char* user, ssh_key key,
@@ -51,6 +55,7 @@ class SshStream : public ByteStream {
   ssh_server_callbacks_struct server_callbacks_{};
   ssh_channel_callbacks_struct channel_callbacks_{};
   std::string user_;
+  std::string key_;  // the last one that the client used
   unsigned refused_keys_ = 0;
   bool is_known_ = false;  // logged in
   bool has_subsystem_ = false;

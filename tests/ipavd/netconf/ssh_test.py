@@ -1,15 +1,18 @@
 """The server over SSH, with ncclient."""
 
+import contextlib
 import pathlib
 import signal
 import socket
 import stat
 import subprocess
+import time
 import unittest
 
 import paramiko
 from ncclient.operations import RPCError
-from ncclient.transport.errors import AuthenticationError, SSHError
+from ncclient.transport.errors import (AuthenticationError,
+                                       SessionCloseError, SSHError)
 
 from served import HELLO, IPAVD, NETCONF, PATIENCE, ServerTest, config, l3
 
@@ -149,7 +152,7 @@ class SshTest(ServerTest):
                 "direct-tcpip", ("127.0.0.1", server.port), ("127.0.0.1", 0))
 
     def test_drops_a_client_that_does_not_log_in(self):
-        server = self.serve_ssh("--hello-timeout", "1")
+        server = self.serve_ssh("--login-timeout", "1")
         session = self.connect(server)
         silent = socket.create_connection(("127.0.0.1", server.port))
         self.addCleanup(silent.close)
@@ -159,6 +162,67 @@ class SshTest(ServerTest):
             pass
         server.wait_for_log("no login in time")
         self.assertIn("<data", session.get_config("running").data_xml)
+
+    def idle(self, server, source):
+        """A connection from that address that never logs in."""
+        other = socket.create_connection(("127.0.0.1", server.port),
+                                         source_address=(source, 0))
+        self.addCleanup(other.close)
+        return other
+
+    def test_lets_a_client_in_beside_idle_ones_of_its_address(self):
+        server = self.serve_ssh("--login-timeout", "1000")
+        idle = [self.idle(server, "127.0.0.1") for _ in range(24)]
+        begin = time.monotonic()
+        self.assertIn("<data", self.connect(server).get_config(
+            "running").data_xml)
+        self.assertLess(time.monotonic() - begin, 10)
+        # The newest idle ones are left, in the room of one address.
+        server.wait_for_log("its address has too many newer logins")
+        self.assertEqual(server.log().count("newer logins"), 17)
+        idle[0].settimeout(PATIENCE)
+        with contextlib.suppress(ConnectionError):
+            while idle[0].recv(1000):
+                pass
+
+    def test_refuses_clients_of_many_addresses_at_random(self):
+        server = self.serve_ssh("--login-timeout", "1000")
+        for number in range(200):
+            self.idle(server, f"127.0.1.{number}")
+        server.wait_for_log("refused: too many are logging in")
+        refused = server.log().count("refused: too many are logging in")
+        self.assertTrue(80 < refused <= 190, refused)
+        # Owners of the UNIX socket do not wait in that queue.
+        self.assertTrue(self.raw(server).hello)
+
+    def test_limits_the_sessions_of_a_key(self):
+        server = self.serve_ssh("--max-sessions", "3",
+                                "--max-sessions-per-user", "2")
+        other, line = self.make_key("other")
+        with open(self.authorized, "a", encoding="ascii") as file:
+            file.write(line)
+        server.process.send_signal(signal.SIGHUP)
+        server.wait_for_log("authorized keys read again: 2")
+        sessions = [self.connect(server) for _ in range(2)]
+        with self.assertRaises((SSHError, SessionCloseError)):
+            self.connect(server)
+        server.wait_for_log("refused: its user has 2")
+        self.connect(server, key=other)
+        with self.assertRaises((SSHError, SessionCloseError)):
+            self.connect(server, key=other)
+        server.wait_for_log("refused: there are 3")
+        # One place is left, on the UNIX socket alone.
+        owner = self.raw(server)
+        again = self.raw(server, greet=False)
+        self.assertTrue(again.is_dropped())
+        self.assert_ok(owner.rpc(
+            "<kill-session><session-id>"
+            f"{sessions[0].session_id}</session-id></kill-session>"))
+        server.wait_for_log(f"session {sessions[0].session_id} was cut off")
+        self.connect(server)
+        owner.close()
+        server.wait_for_log("session 4 was cut off")
+        self.assertTrue(self.raw(server).hello)
 
     def test_drops_what_is_no_ssh(self):
         server = self.serve_ssh()

@@ -65,25 +65,26 @@ TEST_F(DescriptorPassingTest, BringsItsTextsAndItsConnection) {
   std::array<int, 2> pipe_ends{};
   ASSERT_EQ(pipe(pipe_ends.data()), 0);
   const FileDescriptor reading(pipe_ends[0]);
-  SendConnection(relay_.get(), {"netconf-ssh", "op", "127.0.0.1",
+  SendConnection(relay_.get(), {"netconf-ssh", "op", "127.0.0.1", "SHA256:x",
                                 FileDescriptor(pipe_ends[1])});
   const auto passed = ReceiveConnection(server_.get());
   ASSERT_TRUE(passed.has_value());
   EXPECT_EQ(passed->transport, "netconf-ssh");
   EXPECT_EQ(passed->user, "op");
   EXPECT_EQ(passed->host, "127.0.0.1");
+  EXPECT_EQ(passed->key, "SHA256:x");
   ASSERT_EQ(write(passed->connection.get(), "x", 1), 1);
   char byte = 0;
   EXPECT_EQ(read(reading.get(), &byte, 1), 1);
   EXPECT_EQ(byte, 'x');
 }
 
-TEST_F(DescriptorPassingTest, IsNoneUnlessThreeTextsAndAConnectionCame) {
-  const std::string texts("unix\0root\0\0", 11);
+TEST_F(DescriptorPassingTest, IsNoneUnlessFourTextsAndAConnectionCame) {
+  const std::string texts("unix\0root\0\0\0", 12);
   const int before = OpenDescriptors();
   EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
   for (const auto& [bytes, count] :
-       {std::pair(std::string(), 1U), std::pair(texts.substr(0, 10), 1U),
+       {std::pair(std::string(), 1U), std::pair(texts.substr(0, 11), 1U),
         std::pair(std::string(4000, 'x') + texts, 1U), std::pair(texts, 0U)}) {
     Send(bytes, count);
     EXPECT_FALSE(ReceiveConnection(server_.get()).has_value());
@@ -91,9 +92,9 @@ TEST_F(DescriptorPassingTest, IsNoneUnlessThreeTextsAndAConnectionCame) {
   }
 }
 
-TEST_F(DescriptorPassingTest, IgnoresAFourthTextAndClosesASecondConnection) {
+TEST_F(DescriptorPassingTest, IgnoresAFifthTextAndClosesASecondConnection) {
   const int before = OpenDescriptors();
-  Send(std::string("unix\0root\0host\0more\0", 20), 2);
+  Send(std::string("unix\0root\0host\0key\0more\0", 24), 2);
   {
     const auto passed = ReceiveConnection(server_.get());
     ASSERT_TRUE(passed.has_value());

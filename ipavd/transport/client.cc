@@ -1,0 +1,94 @@
+#include "ipavd/transport/client.h"
+
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <utility>
+
+#include "host/base/utf8.h"
+#include "ipavd/transport/listeners.h"
+#include "ipavd/transport/socket_stream.h"
+#include "ipavd/transport/ssh_stream.h"
+#include "netconf/framing.h"
+#include "netconf/hello.h"
+
+namespace ipav::transport {
+
+namespace {
+
+using base::FileDescriptor;
+using netconf::ClientHello;
+using netconf::Frame;
+using netconf::Framing;
+
+// The user at the other end of a UNIX socket.
+std::string UserOf(int socket) {
+  ucred peer{};
+  socklen_t size = sizeof(peer);
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+    return "?";
+  }
+  const passwd* entry = getpwuid(peer.uid);
+  return entry == nullptr ? std::to_string(peer.uid) : entry->pw_name;
+}
+
+// A client may log in under any name, which all other sessions are shown.
+std::string ToName(const std::string& user) {
+  constexpr std::size_t kMaxUser = 128;
+  return base::ToXmlText(user.substr(0, kMaxUser));
+}
+
+}  // namespace
+
+void Client::ServeUnix(FileDescriptor socket) {
+  name_ = "client on the UNIX socket";
+  const std::string user = UserOf(socket.get());
+  SocketStream stream(std::move(socket));
+  Carry(&stream, PassToServer({"unix", user, "", "", FileDescriptor()}));
+}
+
+void Client::ServeSsh(FileDescriptor socket, const AuthorizedKeys& keys) {
+  const std::string host = HostOfPeer(socket.get());
+  name_ = "SSH client " + NameOfPeer(socket.get());
+  // The library blocks during the login: a timeout has to end the process.
+  const auto seconds =
+      std::chrono::ceil<std::chrono::seconds>(options_.limits.login);
+  alarm(static_cast<unsigned>(seconds.count()));
+  SshStream stream(std::move(socket), options_.ssh->host_key, keys);
+  alarm(0);
+  Carry(&stream, PassToServer({"netconf-ssh", ToName(stream.user()), host,
+                               stream.key(), FileDescriptor()}));
+}
+
+// Returns our end of a new connection to the server. A hello of ours waits in
+// it already when the server reads it.
+FileDescriptor Client::PassToServer(PassedConnection client) {
+  name_ += " (" + client.user + ")";
+  SocketPair pair = MakeSocketPair(SOCK_STREAM);
+  const std::string hello = Frame(Framing::kEndOfMessage, ClientHello());
+  const pid_t process = getpid();
+  if (write(pair.mine.get(), hello.data(), hello.size()) < 0 ||
+      write(ends_.acceptor, &process, sizeof(process)) < 0) {
+    throw std::runtime_error("the server does not answer");
+  }
+  client.connection = std::move(pair.theirs);
+  SendConnection(ends_.server, client);
+  // Otherwise this process would not notice that the server closes it.
+  client.connection.Close();
+  // From here on it ends with its connection to the server, so that the last
+  // reply still gets through.
+  prctl(PR_SET_PDEATHSIG, 0);
+  return std::move(pair.mine);
+}
+
+void Client::Carry(ByteStream* client, FileDescriptor connection) {
+  SocketStream server(std::move(connection));
+  const std::string reason = Relay(client, &server, options_.limits).Run();
+  if (!reason.empty()) throw std::runtime_error(reason);
+}
+
+}  // namespace ipav::transport

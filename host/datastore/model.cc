@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <utility>
 
 #include "host/datastore/extension.h"
 #include "host/datastore/libyang_error.h"
+#include "host/datastore/libyang_ptr.h"
 #include "host/datastore/use_site.h"
 
 namespace ipav::datastore {
@@ -117,11 +119,41 @@ bool DependsOnOthers(const lysc_type& type) {
   return false;
 }
 
-// Whether the node can be validated without looking at other nodes.
+// Whether the restrictions of a key look only at keys of the same entry.
+bool IsJudgedWithKeys(const lysc_node* key) {
+  const lysc_must* musts = lysc_node_musts(key);
+  if (musts == nullptr) return true;
+  // At the top, no node on the way from one entry to another shows that the
+  // expression leaves the entry.
+  if (key->parent->parent == nullptr) return false;
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(musts, i) {
+    // An axis such as preceding-sibling.
+    if (std::strstr(lyxp_get_expr(musts[i].cond), "::") != nullptr) {
+      return false;
+    }
+    ly_set* nodes = nullptr;
+    const LY_ERR error =
+        lys_find_expr_atoms(key, key->module, musts[i].cond, musts[i].prefixes,
+                            LYS_FIND_XP_SCHEMA, &nodes);
+    const NodeSet owned(nodes);
+    if (error != LY_SUCCESS) return false;
+    for (std::uint32_t n = 0; n < nodes->count; ++n) {
+      const lysc_node* node = nodes->snodes[n];
+      const bool is_key = lysc_is_key(node) && node->parent == key->parent;
+      if (node != key->parent && !is_key) return false;
+    }
+  }
+  return true;
+}
+
+// Whether the node can be validated without looking at other nodes, except that
+// the keys of an entry are validated together.
 bool IsJudgedAlone(const lysc_node* node) {
   constexpr std::uint16_t kPlain =
       LYS_CONTAINER | LYS_LIST | LYS_LEAF | LYS_LEAFLIST;
-  if (lysc_is_key(node) || (node->flags & LYS_CONFIG_R) != 0) return true;
+  if ((node->flags & LYS_CONFIG_R) != 0) return true;
+  if (lysc_is_key(node)) return IsJudgedWithKeys(node);
   if ((node->nodetype & kPlain) == 0 || (node->flags & LYS_MAND_TRUE) != 0 ||
       lysc_node_musts(node) != nullptr || lysc_node_when(node) != nullptr) {
     return false;

@@ -71,8 +71,9 @@ class Model {
   }
 
   // Whether the validity of a configuration node never depends on another node,
-  // except that keys are unique: no must, no when, no leafref, no unique, no
-  // mandatory nodes, no choices.
+  // except that keys are unique, and that the keys of one entry may restrict
+  // each other: no other must, no when, no leafref, no unique, no mandatory
+  // nodes, no choices.
   bool judges_nodes_alone() const { return judges_nodes_alone_; }
 
   // By priority, then in the order of the model.

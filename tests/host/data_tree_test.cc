@@ -68,6 +68,30 @@ std::string JsonL3With(const std::string& members) {
          members + "\n}]}}}\n";
 }
 
+std::string L3WithVlan(const std::string& vlan) {
+  return L3With("<lower-layer-if><vlan>" + vlan + "</vlan></lower-layer-if>");
+}
+
+// "00:00:00:00" for four octets.
+std::string Octets(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += i == 0 ? "00" : ":00";
+  return text;
+}
+
+std::string RouteWith(const std::string& type, const std::string& destination,
+                      const std::string& length, const std::string& next_hop) {
+  return "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>\n"
+         "<rtmStaticRtEntry><rtmStaticRtFteIndex>0</rtmStaticRtFteIndex>\n"
+         "<rtmStaticRtDestType>" +
+         type + "</rtmStaticRtDestType>\n<rtmStaticRtDest>" + destination +
+         "</rtmStaticRtDest>\n<rtmStaticRtDestPfxLen>" + length +
+         "</rtmStaticRtDestPfxLen>\n<rtmStaticRtNextHopType>" + type +
+         "</rtmStaticRtNextHopType>\n<rtmStaticRtNextHop>" + next_hop +
+         "</rtmStaticRtNextHop></rtmStaticRtEntry></rtmStaticRtTable>"
+         "</DC-RTM-MIB>\n";
+}
+
 // --- Good files
 
 TEST(DataFile, OfXmlOrJsonIsRead) {
@@ -261,6 +285,8 @@ TEST(BadData, IsRefusedWithItsLineAndReason) {
       // A value out of range.
       {"data", L3With("<mtu>20</mtu>"), 5, {"20"}},
       {"data", JsonL3With("\"mtu\": 70000"), 0, {}},
+      {"data", L3WithVlan("0"), 5, {"expected a VLAN of 1 to 4094"}},
+      {"data", L3WithVlan("4095"), 5, {"expected a VLAN of 1 to 4094"}},
       // A duplicate key, also in two forms, and a duplicate leaf.
       {"data", addresses("2001:db8::1/64"), 5, {"address"}},
       {"data", addresses("2001:DB8::1/64"), 0, {}},
@@ -291,6 +317,40 @@ TEST(BadData, IsRefusedWithItsLineAndReason) {
     }
   }
   ExpectErrors(files);
+}
+
+TEST(Data, OfARouteIsAPrefixAndANextHopOfTheirFamilies) {
+  const char* const kLength = "expected a prefix length of 0 to 32 for IPv4";
+  const char* const kOctets = "expected 4 octets for an IPv4 address and 16";
+  struct Row {
+    const char* type;
+    std::string destination;
+    const char* length;
+    std::string next_hop;
+    const char* error;  // null: it is valid
+  };
+  const Row rows[] = {{"ipv4", Octets(4), "0", Octets(4), nullptr},
+                      {"ipv4", Octets(4), "32", Octets(4), nullptr},
+                      {"ipv4", Octets(4), "33", Octets(4), kLength},
+                      {"ipv4", Octets(4), "-1", Octets(4), kLength},
+                      {"ipv4", Octets(3), "8", Octets(4), kOctets},
+                      {"ipv4", Octets(4), "8", Octets(16), kOctets},
+                      {"ipv4", "", "0", Octets(4), kOctets},
+                      {"ipv6", Octets(16), "128", Octets(16), nullptr},
+                      {"ipv6", Octets(16), "129", Octets(16), kLength},
+                      {"ipv6", Octets(4), "8", Octets(16), kOctets},
+                      {"ipv6", Octets(16), "8", Octets(17), kOctets},
+                      {"unknown", Octets(1), "128", "", nullptr},
+                      {"unknown", "", "129", "", kLength}};
+  for (const Row& row : rows) {
+    const std::string text =
+        RouteWith(row.type, row.destination, row.length, row.next_hop);
+    if (row.error == nullptr) {
+      EXPECT_NO_THROW(ProjectTree(text)) << text;
+    } else {
+      ExpectErrors({{"data", text, 0, {row.error}}});
+    }
+  }
 }
 
 // --- Look-ups

@@ -234,11 +234,11 @@ TEST(Places, InJsonAreThoseOfTheText) {
          {"/internal/vrf-config", ""}}},
        // At the end of a line, at a comma, at a bracket, at a blank.
        {"NumbersEndWhereTheyEnd",
-        JsonInterface("\"mtu\": 1500\n,\"lower-layer-if\": {\"vlan\":-7},\n"
+        JsonInterface("\"mtu\": 1500\n,\"lower-layer-if\": {\"vlan\":70},\n"
                       "\"ipv6\": {\"nd\": {\"ra\": {\"max-interval\": 600 ,\n"
                       "\"min-interval\":200,\"lifetime\":\n1800}}}"),
         {{"l3{a}/mtu", "3:8:1500"},
-         {"l3{a}/lower-layer-if/vlan", "4:28:-7"},
+         {"l3{a}/lower-layer-if/vlan", "4:28:70"},
          {"l3{a}/ipv6/nd/ra/max-interval", "5:40:600"},
          {"l3{a}/ipv6/nd/ra/min-interval", "6:16:200"},
          {"l3{a}/ipv6/nd/ra/lifetime", "7:1:1800"}}},

@@ -128,12 +128,13 @@ TEST(TransactionOfExamples, ChangesAreThoseOfTheWholeTrees) {
 constexpr char kBody[] =
     "container c { leaf a { type string; default \"none\"; } "
     "leaf-list ll { type string; } "
-    "list l { key k; leaf k { type string; } leaf v { type string; } "
-    "container in { leaf w { type int8; } } } "
+    "list l { key k; leaf k { type string; must \". != 'bad'\"; } "
+    "leaf v { type string; } container in { leaf w { type int8; } } } "
     "container d { leaf b { type uint8; } "
     "list m { key k; leaf k { type tailf:ipv6-address-and-prefix-length; } } "
     "container deep { presence yes; leaf e { type string; } } } } "
-    "list top { key k; leaf k { type uint32; } leaf v { type string; } }";
+    "list top { key k; leaf k { type uint32; } leaf v { type "
+    "string; } }";
 
 using Lines = std::vector<std::string>;
 
@@ -196,6 +197,7 @@ void Edit(std::mt19937* random, Lines* lines) {
       "<?pi?>",
       "<c xmlns=\"urn:m\"><b>1</b></c>",
       "<x:top xmlns:x=\"urn:m\"><x:k>7</x:k></x:top>",
+      "<l><k>bad</k></l>",
       "<l a=\"'>\"><k>attribute</k></l>",
   };
   const std::size_t at = (*random)() % lines->size();
@@ -273,6 +275,28 @@ TEST(Transaction, OfAModelWithAConstraintReadsAllOfTheRunningConfiguration) {
     if (Contains(body, "unique")) continue;  // the data would not be
     EXPECT_FALSE(ExpectSame(*model, text, text)) << body;
   }
+}
+
+TEST(Transaction, OfAModelWhoseKeysRestrictEachOtherReadsNoMoreThanWithout) {
+  const auto judges_alone = [](const std::string& must) {
+    const TestModel model(
+        "container c { list l { key \"k j\"; leaf k { type "
+        "string; must \"" +
+        must +
+        "\"; } leaf j { type "
+        "string; } leaf v { type string; } } }");
+    return model->judges_nodes_alone();
+  };
+  for (const char* own : {". != 'x'", ". = ../j"}) {
+    EXPECT_TRUE(judges_alone(own)) << own;
+  }
+  for (const char* other :
+       {"../v", "../../l/j", "/c/l", "../preceding-sibling::l"}) {
+    EXPECT_FALSE(judges_alone(other)) << other;
+  }
+  EXPECT_FALSE(TestModel("list l { key k; leaf k { type string; "
+                         "must \"../../l\"; } }")
+                   ->judges_nodes_alone());
 }
 
 TEST(Transaction, OfADuplicateOfASharedEntryIsRefusedForIt) {

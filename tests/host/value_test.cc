@@ -263,7 +263,7 @@ DataTree Data() {
       "<rtmStaticRtEntry-global xmlns=\"urn:vorplex:dc-rtm-mib\">"
       "<rtmStaticRtFteIndex>4</rtmStaticRtFteIndex>"
       "<rtmStaticRtDest>0a:00</rtmStaticRtDest>"
-      "<rtmStaticRtDestPfxLen>-8</rtmStaticRtDestPfxLen>"
+      "<rtmStaticRtDestPfxLen>8</rtmStaticRtDestPfxLen>"
       "<rtmStaticRtNextHop></rtmStaticRtNextHop>"
       "</rtmStaticRtEntry-global>");
 }
@@ -305,7 +305,7 @@ TEST(KeypathOf, AnEntryStartsWithItsKeys) {
   EXPECT_EQ(
       Rows(KeypathOf(ProjectModel(), NodeAt(tree, "/rtmStaticRtEntry-global"))),
       Key(C_UINT32, "4") + Key(C_BINARY, std::string("\x0a\x00", 2)) +
-          Key(C_INT32, "-8") + Key(C_BINARY, "") + " rtmStaticRtEntry-global");
+          Key(C_INT32, "8") + Key(C_BINARY, "") + " rtmStaticRtEntry-global");
 }
 
 TEST(KeypathOf, AWholeListStartsWithItsTag) {

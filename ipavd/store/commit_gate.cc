@@ -53,7 +53,10 @@ RpcError ModelError(const ly_ctx* context) {
 }
 
 RpcError PluginFailure(const std::string& reason) {
-  return MakeError(ErrorTag::kOperationFailed, "the plug-in failed: " + reason);
+  RpcError error =
+      MakeError(ErrorTag::kOperationFailed, "the plug-in failed: " + reason);
+  error.is_plugin_failure = true;
+  return error;
 }
 
 RpcError ErrorOf(const datastore::Model& model, const Outcome& outcome) {
@@ -112,7 +115,7 @@ std::optional<RpcError> CommitGate::Judge(
   } catch (const plugin::PluginError& error) {
     return PluginFailure(error.what());
   } catch (const std::system_error& error) {
-    return PluginFailure(error.what());  // no child could be made
+    return PluginFailure(std::string("no process for it: ") + error.what());
   }
 }
 

@@ -93,14 +93,15 @@ std::vector<RpcError> Datastores::Edit(SessionId session,
   }
 
   // 3. The result.
-  if (Result error = SetEdited(request, std::move(edited.nodes))) {
+  if (Result error = SetEdited(session, request, std::move(edited.nodes))) {
     edited.errors.push_back(*std::move(error));
   }
   return edited.errors;
 }
 
 // Tests and sets the result of an edit, as the request says.
-Result Datastores::SetEdited(const EditRequest& request, Nodes nodes) {
+Result Datastores::SetEdited(SessionId session, const EditRequest& request,
+                             Nodes nodes) {
   if (request.target == Datastore::kCandidate &&
       request.test_option == TestOption::kSet) {
     return configurations_.SetCandidate(std::move(nodes));
@@ -113,7 +114,20 @@ Result Datastores::SetEdited(const EditRequest& request, Nodes nodes) {
   }
   return request.target == Datastore::kCandidate
              ? configurations_.SetCandidate(std::move(nodes))
-             : configurations_.SetRunning(judgement.configuration);
+             : SetRunning(session, judgement.configuration);
+}
+
+// Changes running other than by a commit.
+Result Datastores::SetRunning(SessionId session,
+                              const Configuration& configuration) {
+  Result error = configurations_.SetRunning(configuration);
+  if (!error.has_value() && pending_.has_value()) {
+    configurations_.AddNotice(
+        "session " + std::to_string(session) +
+        " changed running, which is lost if the confirmed commit that waits is "
+        "taken back");
+  }
+  return error;
 }
 
 Result Datastores::CopyConfig(SessionId session, const Source& source,
@@ -145,7 +159,7 @@ Result Datastores::CopyConfig(SessionId session, const Source& source,
   const Judgement judgement =
       gate_.Judge(configurations_.running(), std::move(nodes));
   if (judgement.error.has_value()) return judgement.error;
-  return configurations_.SetRunning(judgement.configuration);
+  return SetRunning(session, judgement.configuration);
 }
 
 // Copies the nodes of a source.

@@ -143,7 +143,8 @@ class Datastores {
                       const std::optional<std::string>& persist_id) const;
   Result TakeSource(const Source& source, Nodes* nodes) const;
 
-  Result SetEdited(const EditRequest& request, Nodes nodes);
+  Result SetEdited(SessionId session, const EditRequest& request, Nodes nodes);
+  Result SetRunning(SessionId session, const Configuration& configuration);
   Result CommitForNow(SessionId session, const CommitRequest& request,
                       const Configuration& configuration);
   Result CommitForGood(const Configuration& configuration);

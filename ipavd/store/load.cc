@@ -118,11 +118,24 @@ class Loader {
                      "is refused: " + InWords(error) + Advice(name));
   }
 
+  // Asks the plug-in. Throws StateError if it gives no verdict, which is not
+  // the fault of a file.
+  std::optional<RpcError> Judge(const Configuration& configuration) const {
+    std::optional<RpcError> error = gate_.Judge(nullptr, configuration);
+    if (error.has_value() && error->is_plugin_failure) {
+      throw StateError(folder_.path(),
+                       "cannot be loaded: " + InWords(*error) +
+                           "; its files are unchanged and need no repair: "
+                           "start again when the plug-in works");
+    }
+    return error;
+  }
+
   // Restores running from before a confirmed commit. False if it did not.
   bool RollBack(const std::optional<std::string>& rollback) {
     if (!rollback.has_value()) return false;
     Configuration before = Complete(kRollbackFile, *rollback);
-    const std::optional<RpcError> error = gate_.Judge(nullptr, before);
+    const std::optional<RpcError> error = Judge(before);
     if (error.has_value()) {
       Notice(kRollbackFile,
              "is refused and given up, and the confirmed commit behind it "
@@ -140,7 +153,7 @@ class Loader {
 
   void UseRunning(const std::string& text) {
     loaded_.running = Complete(kRunningFile, text);
-    const std::optional<RpcError> error = gate_.Judge(nullptr, loaded_.running);
+    const std::optional<RpcError> error = Judge(loaded_.running);
     if (error.has_value()) Refuse(kRunningFile, *error);
   }
 
@@ -155,7 +168,7 @@ class Loader {
     }
     loaded_.running =
         is_new ? gate_.Complete(nullptr).configuration : loaded_.startup;
-    const std::optional<RpcError> error = gate_.Judge(nullptr, loaded_.running);
+    const std::optional<RpcError> error = Judge(loaded_.running);
     if (error.has_value()) {
       Refuse(is_new ? kRunningFile : kStartupFile, *error);
     }

@@ -34,8 +34,9 @@ struct Loaded {
 // The gate validates it as a change from an empty configuration. It is on the
 // disk when the function returns.
 //
-// Throws StateError if a file is damaged, missing or refused, and then has
-// written only what it had accepted. A damaged candidate is discarded.
+// Throws StateError if a file is damaged, missing or refused, or if the plug-in
+// fails, and then has written only what it had accepted. A damaged candidate is
+// discarded.
 Loaded Load(const CommitGate& gate, StateFolder* folder);
 
 }  // namespace ipav::store

@@ -45,6 +45,7 @@ struct RpcError {
   // kLockDenied, "bad-attribute", "bad-element" and "bad-namespace" for the
   // tags that ask for them.
   ErrorInfo info;
+  bool is_plugin_failure = false;  // the plug-in gave no verdict
 };
 
 // An error without app_tag and path.

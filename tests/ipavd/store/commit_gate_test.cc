@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "tests/ipavd/store/store_fixtures.h"
 
@@ -51,6 +53,7 @@ TEST(CommitGate, AsksTheEngineThatItIsGivenAndNoPlugin) {
   const auto error = gate.Judge(nullptr, Nodes()).error;
   EXPECT_EQ(Text(error), "operation-failed /m:top: a text");
   EXPECT_EQ(error->app_tag, "point");
+  EXPECT_FALSE(error->is_plugin_failure);
 }
 
 struct RefusedCase {
@@ -124,6 +127,20 @@ TEST(CommitGate, RefusesWithoutAPlugin) {
                                     "operation-failed: the plug-in failed: "));
   EXPECT_TRUE(host_test::Contains(Text(error), "is-not-there.so"));
   EXPECT_EQ(error->app_tag, "");
+  EXPECT_TRUE(error->is_plugin_failure);
+}
+
+TEST(CommitGate, TellsWhyThereIsNoProcessForThePlugin) {
+  GateOptions options;
+  options.engine = [](const auto&, const auto&) -> Outcome {
+    throw std::system_error(EAGAIN, std::generic_category(), "fork");
+  };
+  const CommitGate gate(*SmallModel(), options);
+  const auto error = gate.Judge(nullptr, Nodes()).error;
+  EXPECT_EQ(Text(error),
+            "operation-failed: the plug-in failed: no process for it: fork: "
+            "Resource temporarily unavailable");
+  EXPECT_TRUE(error->is_plugin_failure);
 }
 
 }  // namespace

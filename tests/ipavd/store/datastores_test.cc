@@ -462,6 +462,23 @@ TEST_F(ConfirmedCommit, IsTakenBackWhenItsTimeIsOver) {
   ExpectForGood(kHasOne);
 }
 
+TEST_F(ConfirmedCommit, TakesChangesOfOthersBackWithItAndWarnsOfIt) {
+  server_.Commit(kOne);
+  server_.Commit(kTwo, Confirmed());
+  server_.Notices();
+  EditRequest request;
+  request.target = Datastore::kRunning;
+  request.config = Xml(kThree);
+  EXPECT_EQ(Text(server_->Edit(kOther, request)), "");
+  EXPECT_EQ(server_.Notices(),
+            "session 2 changed running, which is lost if the confirmed commit "
+            "that waits is taken back\n");
+  EXPECT_EQ(Text(server_->CancelCommit(kMine)), "");
+  ExpectForGood(kHasOne);
+  EXPECT_EQ(Text(server_->Edit(kOther, request)), "");
+  EXPECT_EQ(server_.Notices(), "");
+}
+
 TEST_F(ConfirmedCommit, HasTheTimeThatItsClientGives) {
   server_.Commit(kOne, Confirmed(seconds(3)));
   server_.Pass(seconds(3));
@@ -758,13 +775,27 @@ TEST_F(AtStart, ARollbackThatIsRefusedIsNotDone) {
   ExpectForGood(kHasTwo);
 }
 
-TEST_F(AtStart, APluginThatFailsRefusesRunning) {
+TEST_F(AtStart, APluginThatFailsRefusesAndLosesNothing) {
   server_.Commit(kOne);
-  for (const char* plugin : {"is-not-there", "aborts_in_init"}) {
+  server_.Commit(kTwo, Confirmed());
+  for (const auto& [plugin, reason] :
+       {std::pair("is-not-there", "plugin.so: cannot open"),
+        std::pair("aborts_in_init", "killed by signal: Aborted")}) {
     server_.UsePlugin(PluginFile(plugin));
-    EXPECT_TRUE(host_test::StartsWith(
-        server_.StartError(), Refused("running.xml", "the plug-in failed: ")));
+    const std::string error = server_.StartError();
+    const std::string begin =
+        server_.path() + ": cannot be loaded: the plug-in failed: ";
+    EXPECT_TRUE(host_test::StartsWith(error, begin)) << error;
+    EXPECT_TRUE(host_test::Contains(error, reason)) << error;
+    EXPECT_TRUE(host_test::Contains(
+        error,
+        "; its files are unchanged and need no repair: start again when the "
+        "plug-in works"))
+        << error;
   }
+  server_.UsePlugin(PluginFile("obeys_opaque"));
+  server_.Start();
+  ExpectForGood(kHasOne);
 }
 
 // The disk.

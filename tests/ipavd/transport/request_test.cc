@@ -118,10 +118,11 @@ std::string Nested(std::size_t depth) {
   return message;
 }
 
-TEST(DeepRequestTest, GoesAsItIsToADepthOf256AndIsMalformedFarBeyond) {
-  EXPECT_EQ(FrameRequest(Nested(256)), Frame(Framing::kChunked, Nested(256)));
-  EXPECT_EQ(FrameRequest(Nested(300)), "\n#1\n<\n##\n");
-  EXPECT_EQ(FrameRequest(Nested(1000000)), "\n#1\n<\n##\n");
+TEST(DeepRequestTest, GoesAsItIsWith256LevelsBelowItsRootAndNoMore) {
+  EXPECT_EQ(FrameRequest(Nested(257)), Frame(Framing::kChunked, Nested(257)));
+  for (const std::size_t depth : {258U, 100000U}) {
+    EXPECT_EQ(FrameRequest(Nested(depth)), Frame(Framing::kChunked, "<"));
+  }
 }
 
 }  // namespace

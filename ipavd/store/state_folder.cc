@@ -21,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/base/trusted_path.h"
 #include "host/datastore/input_file.h"
 
 namespace ipav::store {
@@ -87,11 +88,19 @@ std::string ParentOf(const std::string& path) {
   return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
-// Returns 0, or -1 like a system call.
-int MakeFolder(const std::string& path) {
-  if (mkdir(path.c_str(), kOwnFolder) != 0) return errno == EEXIST ? 0 : -1;
+// False with errno set.
+bool MakeFolder(const std::string& path) {
+  if (mkdir(path.c_str(), kOwnFolder) != 0) return errno == EEXIST;
   const FileDescriptor parent = OpenFolder(ParentOf(path));
-  return parent.get() < 0 ? -1 : fsync(parent.get());
+  return parent.get() >= 0 && fsync(parent.get()) == 0;
+}
+
+// The same. Throws StateError if others may change the folder.
+bool MakeOwnFolder(const std::string& path) {
+  if (!MakeFolder(path)) return false;
+  const std::string fault = base::WhyOthersMayChange(path);
+  if (!fault.empty()) throw StateError(path, fault);
+  return true;
 }
 
 // The process that wrote its number into the lock file.
@@ -143,7 +152,7 @@ int FileCalls::Unlink(const char* path) { return unlink(path); }
 StateFolder::StateFolder(const std::string& path, FileCalls* calls)
     : path_(path),
       calls_(calls != nullptr ? calls : &own_calls_),
-      is_made_(MakeFolder(path) == 0),
+      is_made_(MakeOwnFolder(path)),
       folder_(OpenFolder(path)),
       lock_(open(FileOf("lock").c_str(),
                  O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY,

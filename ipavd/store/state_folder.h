@@ -48,8 +48,9 @@ class StateFolder {
   // Creates the folder if it does not exist, for its owner only, and locks it
   // until the object is destroyed or the process ends. Child processes do not
   // hold the lock; no other thread may fork while a folder is constructed or
-  // destroyed. Throws StateError, also if another server has the lock. `calls`
-  // is borrowed; null means the system calls.
+  // destroyed. Throws StateError, also if another server has the lock, or if
+  // another user may change the folder. `calls` is borrowed; null means the
+  // system calls.
   explicit StateFolder(const std::string& path, FileCalls* calls = nullptr);
   ~StateFolder();
   StateFolder(const StateFolder&) = delete;

@@ -8,32 +8,50 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "host/base/trusted_path.h"
+
 namespace ipav::transport {
 
 namespace {
 
-// Null for a line without a key.
+// Throws std::runtime_error for a line that lets nobody in.
 Key ParseLine(const std::string& line) {
+  // 1. One key, whose type is the one that the line names.
   std::istringstream words(line);
   std::string type;
   std::string base64;
   words >> type >> base64;
-  ssh_key key = nullptr;
-  const int result = ssh_pki_import_pubkey_base64(
-      base64.c_str(), ssh_key_type_from_name(type.c_str()), &key);
-  return Key(result == SSH_OK ? key : nullptr);
+  if (type.find("-cert-v0") != std::string::npos) {
+    throw std::runtime_error(
+        "a certificate; it lets nobody in, but its public key would");
+  }
+  ssh_key imported = nullptr;
+  ssh_pki_import_pubkey_base64(base64.c_str(),
+                               ssh_key_type_from_name(type.c_str()), &imported);
+  Key key(imported);
+  if (key == nullptr || type != ssh_key_type_to_char(ssh_key_type(imported))) {
+    throw std::runtime_error("not TYPE and BASE64 of a public key");
+  }
+  // 2. No second one in the comment. The base64 of each begins so.
+  constexpr std::size_t kLeast = 40;
+  for (std::string word; words >> word;) {
+    if (word.size() >= kLeast && word.rfind("AAAA", 0) == 0) {
+      throw std::runtime_error("two keys on one line");
+    }
+  }
+  return key;
 }
 
-// A user who may write the file could log in.
+// A user who may change the file could log in.
 void CheckFile(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) throw FileError(path);
   if (S_ISDIR(status.st_mode)) {
     throw std::runtime_error(path + ": is a folder");
   }
-  if (S_ISREG(status.st_mode) && (status.st_mode & S_IWOTH) != 0) {
-    throw std::runtime_error(path + ": anybody may write it; chmod o-w it");
-  }
+  if (!S_ISREG(status.st_mode)) return;
+  const std::string fault = base::WhyOthersMayChange(path);
+  if (!fault.empty()) throw std::runtime_error(path + ": " + fault);
 }
 
 }  // namespace
@@ -61,10 +79,11 @@ AuthorizedKeys AuthorizedKeys::FromFile(const std::string& path) {
   for (unsigned long number = 1; std::getline(file, line); ++number) {
     const std::size_t start = line.find_first_not_of(" \t\r");
     if (start == std::string::npos || line[start] == '#') continue;
-    keys.keys_.push_back(ParseLine(line));
-    if (keys.keys_.back() == nullptr) {
-      throw std::runtime_error(path + ":" + std::to_string(number) +
-                               ": not TYPE and BASE64 of a public key");
+    try {
+      keys.keys_.push_back(ParseLine(line));
+    } catch (const std::runtime_error& error) {
+      throw std::runtime_error(path + ":" + std::to_string(number) + ": " +
+                               error.what());
     }
   }
   return keys;

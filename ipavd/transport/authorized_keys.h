@@ -28,9 +28,10 @@ std::string Fingerprint(ssh_key key);
 
 class AuthorizedKeys {
  public:
-  // One key per line: TYPE BASE64 [COMMENT]. A line with options is refused,
-  // since this server does not implement them, as is a line without a key.
-  // Throws std::runtime_error with file and line.
+  // One key per line: TYPE BASE64 [COMMENT]. Every line must let somebody in:
+  // one with options is refused, since this server does not implement them, as
+  // is one with a certificate or with two keys. The file is refused if another
+  // user may change it. Throws std::runtime_error with file and line.
   static AuthorizedKeys FromFile(const std::string& path);
 
   bool Has(ssh_key key) const;

@@ -155,7 +155,7 @@ TEST_F(StateFolderTest, ReadsOnlyRegularFiles) {
 TEST_F(StateFolderTest, ReportsMissingPermissions) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   constexpr uid_t kNobody = 65534;
-  fs::permissions(dir_.path(), fs::perms::all);
+  ASSERT_EQ(chmod(dir_.path().c_str(), 0755), 0);
   folder_->Write(kRunning, "<a/>");
   folder_.reset();
   fs::permissions(file_, fs::perms::none);
@@ -184,6 +184,21 @@ TEST_F(StateFolderTest, ThatCannotBeMadeIsRefused) {
   const std::string file = dir_.Write("file", "");
   EXPECT_EQ(OpenError(file),
             file + ": cannot keep the datastores: Not a directory");
+}
+
+TEST_F(StateFolderTest, ThatOthersMayChangeIsRefused) {
+  folder_.reset();
+  fs::remove(path_ + "/lock");
+  ASSERT_EQ(chmod(path_.c_str(), 01777), 0);
+  EXPECT_EQ(OpenError(path_),
+            path_ + ": may be written by others; chmod go-w it");
+  ASSERT_EQ(chmod(path_.c_str(), 0755), 0);
+  ASSERT_EQ(chmod(dir_.path().c_str(), 0770), 0);
+  EXPECT_EQ(OpenError(path_), path_ + ": its folder " + dir_.path() +
+                                  " may be written by others; chmod go-w it");
+  EXPECT_TRUE(fs::is_empty(path_));
+  ASSERT_EQ(chmod(dir_.path().c_str(), 01777), 0);
+  EXPECT_EQ(OpenError(path_), "");
 }
 
 // The lock.

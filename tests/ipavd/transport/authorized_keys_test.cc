@@ -1,8 +1,10 @@
 #include "ipavd/transport/authorized_keys.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -71,11 +73,26 @@ TEST_F(AuthorizedKeysTest, RefusesALineWithoutAKeyByItsNumber) {
         std::string("ssh-ed25519 AAAA"), std::string("ssh-ed25519 ===="),
         std::string("ecdsa-sha2-nistp256 /////w=="), "ssh-rsa " + base64,
         "ssh-ed448 " + base64, line.substr(0, line.size() - 8),
-        std::string("\0", 1) + line, "from=\"10.0.0.1\" " + line}) {
+        std::string("\0", 1) + line, "from=\"10.0.0.1\" " + line,
+        "ed25519 " + base64}) {
     EXPECT_EQ(Refusal(Write("keys", line + "\n" + bad + "\n")),
               ":2: not TYPE and BASE64 of a public key")
         << bad;
   }
+}
+
+TEST_F(AuthorizedKeysTest, RefusesALineThatLetsNobodyIn) {
+  const std::string line = LineOf(known_.get());
+  const std::string base64 = line.substr(line.find(' ') + 1);
+  // Two files without a newline at their end were joined.
+  for (const std::string& comment :
+       {" op " + line, " op@host" + line, " " + base64}) {
+    EXPECT_EQ(Refusal(Write("keys", line + comment)),
+              ":1: two keys on one line");
+  }
+  EXPECT_EQ(
+      Refusal(Write("keys", "ssh-ed25519-cert-v01@openssh.com " + base64)),
+      ":1: a certificate; it lets nobody in, but its public key would");
 }
 
 TEST_F(AuthorizedKeysTest, RefusesWhatIsNotAFile) {
@@ -83,13 +100,38 @@ TEST_F(AuthorizedKeysTest, RefusesWhatIsNotAFile) {
   EXPECT_EQ(Refusal(folder_), ": is a folder");
 }
 
-TEST_F(AuthorizedKeysTest, RefusesAFileThatAnybodyMayWrite) {
-  const std::string path = Write("keys", LineOf(known_.get()) + "\n");
-  using std::filesystem::perms;
-  std::filesystem::permissions(path, perms::owner_all | perms::others_read);
-  EXPECT_EQ(AuthorizedKeys::FromFile(path).size(), 1U);
-  std::filesystem::permissions(path, perms::owner_all | perms::others_write);
-  EXPECT_EQ(Refusal(path), ": anybody may write it; chmod o-w it");
+TEST_F(AuthorizedKeysTest, RefusesAFileThatOthersMayChange) {
+  namespace fs = std::filesystem;
+  const fs::path top = folder_ / "top";
+  const fs::path folder = top / "folder";
+  fs::create_directories(folder);
+  const fs::path file = folder / "keys";
+  std::ofstream(file) << LineOf(known_.get()) << "\n";
+  const auto refusal = [&](const fs::path& path, unsigned mode) {
+    fs::permissions(path, static_cast<fs::perms>(mode));
+    const std::string text = Refusal(file);
+    fs::permissions(path, fs::perms::owner_all);
+    return text;
+  };
+  const std::string by_others = "may be written by others; chmod go-w it";
+  EXPECT_EQ(refusal(file, 0744), "");
+  EXPECT_EQ(refusal(file, 0720), ": " + by_others);
+  EXPECT_EQ(refusal(file, 0702), ": " + by_others);
+  const std::string its_folder = ": its folder " + folder.string() + " ";
+  EXPECT_EQ(refusal(folder, 0770), its_folder + by_others);
+  EXPECT_EQ(refusal(folder, 01777), its_folder + by_others);
+  EXPECT_EQ(refusal(top, 0707),
+            ": its folder " + top.string() + " " + by_others);
+  // Nobody else can rename the folder in it.
+  EXPECT_EQ(refusal(top, 01777), "");
+
+  if (geteuid() != 0) return;  // only root can give a file away
+  ASSERT_EQ(chown(file.c_str(), 1, 1), 0);
+  EXPECT_EQ(Refusal(file), ": belongs to another user; chown it");
+  ASSERT_EQ(chown(file.c_str(), 0, 0), 0);
+  ASSERT_EQ(chown(top.c_str(), 1, 1), 0);
+  EXPECT_EQ(Refusal(file), ": its folder " + top.string() +
+                               " belongs to another user; chown it");
 }
 
 }  // namespace

@@ -91,10 +91,28 @@ const ShortNames& Names() {
 
 // ---- Texts of configurations -----------------------------------------------
 
+// Writes each element without content as <name/>. libyang writes <name></name>
+// where it leaves out an empty container, which means nothing (RFC
+// 7950, 7.5.1), and reads that as an element without content.
+std::string WithShortEmptyElements(std::string text) {
+  std::size_t at = 0;
+  while ((at = text.find("></", at)) != std::string::npos) {
+    const std::size_t open = text.rfind('<', at);
+    if (text[open + 1] != '/' && text[at - 1] != '/') {
+      text.replace(at, text.find('>', at + 1) - at, "/");
+    }
+    ++at;
+  }
+  return text;
+}
+
 // With and without default nodes.
 std::string AllOf(const Nodes& nodes) {
-  return store::TextOf(nodes.get(), LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL) +
-         "\n" + store::TextOf(nodes.get());
+  const auto text = [&](std::uint32_t options) {
+    return WithShortEmptyElements(
+        store::TextOf(nodes.get(), LYD_PRINT_SHRINK | options));
+  };
+  return text(LYD_PRINT_WD_ALL) + "\n" + text(0);
 }
 
 // Each top node that is not there by default, with an operation.

@@ -49,7 +49,8 @@ struct Suspect {
 struct Evidence {
   bool confirms = false;  // the configurations confirm the text
   std::vector<Suspect> suspects;
-  std::string note;  // which suspects are missing, and why
+  std::string note;           // which suspects are missing, and why
+  bool is_in_global = false;  // an address space that VRFs share
 
   static Evidence None(std::string why) { return {false, {}, std::move(why)}; }
 };

@@ -113,6 +113,7 @@ Evidence Overlap(const Case& refusal) {
   }
   if (!nettypes::ShareAddressSpace(sides[0].vrf, sides[1].vrf)) return {};
   evidence.confirms = true;
+  evidence.is_in_global = nettypes::ShareAddressSpace(sides[0].vrf, "global");
   for (const Side& side : sides) {
     SuspectChangedVrf(refusal, side.interface,
                       refusal.Field(side.interface_field), &evidence);

@@ -16,6 +16,9 @@ namespace {
 
 using datastore::Novelty;
 
+constexpr char kOneAddressSpace[] =
+    " The VRFs global and mgmt are one address space.";
+
 bool IsSame(const Evidence& a, const Evidence& b) {
   if (a.suspects.size() != b.suspects.size()) return false;
   for (std::size_t i = 0; i < a.suspects.size(); ++i) {
@@ -64,6 +67,7 @@ class Finder::Search {
 
     // The configurations decide which reading is meant.
     std::optional<Evidence> confirmed;
+    const Reading* meant = nullptr;
     for (const Reading& reading : readings) {
       Evidence evidence = Investigate(
           {running_view_, candidate_view_, diff_, answer.path, reading});
@@ -72,6 +76,7 @@ class Finder::Search {
       } else if (!confirmed) {
         Describe(*reading.message, finding);
         confirmed = std::move(evidence);
+        meant = &reading;
       } else if (!IsSame(*confirmed, evidence)) {
         finding->note =
             "the text can be read in several ways, and the configuration has "
@@ -79,18 +84,35 @@ class Finder::Search {
         return;
       }
     }
-    if (confirmed) Take(*confirmed, finding);
+    if (!confirmed) return;
+    Take(*confirmed, finding);
+    finding->is_standing = IsStanding(*finding, *meant);
   }
 
  private:
   void Take(const Evidence& evidence, Finding* finding) const {
     finding->note = evidence.note;
+    if (evidence.is_in_global) finding->advice += kOneAddressSpace;
     for (const Suspect& suspect : evidence.suspects) {
       const Configuration& side = suspect.is_removed ? running_ : candidate_;
       finding->culprits.push_back({suspect.role, confd::PrintPath(suspect.node),
                                    TextOf(suspect.node), NoveltyOf(suspect),
                                    PlaceOf(side, suspect.node)});
     }
+  }
+
+  // Whether the commit did not cause the finding. Other changes can cause it
+  // too, such as one of a table of VRF names: the running configuration must
+  // confirm the text.
+  bool IsStanding(const Finding& finding, const Reading& reading) const {
+    for (const Culprit& culprit : finding.culprits) {
+      if (culprit.novelty != Novelty::kUnchanged) return false;
+    }
+    // Too many of something, of which none is new.
+    if (finding.culprits.empty()) return true;
+    return Investigate(
+               {running_view_, running_view_, diff_, finding.path, reading})
+        .confirms;
   }
 
   Novelty NoveltyOf(const Suspect& suspect) const {

@@ -48,6 +48,10 @@ struct Finding {
 
   std::vector<Culprit> culprits;  // in the order of the text
   std::string note;  // why culprits are missing; empty when they are all there
+
+  // The commit touches no culprit, and the running configuration already has
+  // the fault.
+  bool is_standing = false;
 };
 
 // The data paths of the culprits of each finding.

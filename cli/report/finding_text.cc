@@ -36,6 +36,7 @@ std::string InWords(const Finding& finding) {
   for (const Culprit& culprit : finding.culprits) {
     text += InWords(culprit) + "\n";
   }
+  if (finding.is_standing) text += std::string(kStanding) + "\n";
   for (const std::string& line :
        {finding.note, finding.advice, LinkOf(finding)}) {
     if (!line.empty()) text += line + "\n";

@@ -17,6 +17,10 @@ inline const char* WordOf(datastore::Novelty novelty) {
   return kNovelties.at(static_cast<std::size_t>(novelty));
 }
 
+// What is said of a finding that the commit did not cause.
+inline constexpr char kStanding[] =
+    "not caused by this change: the fault was there before";
+
 // The operator's text, or a text for a refusal without one.
 std::string TextOf(const messages::Finding& finding);
 

@@ -119,30 +119,30 @@ bool DependsOnOthers(const lysc_type& type) {
   return false;
 }
 
-// Whether the restrictions of a key look only at keys of the same entry.
-bool IsJudgedWithKeys(const lysc_node* key) {
-  const lysc_must* musts = lysc_node_musts(key);
-  if (musts == nullptr) return true;
+// Whether the restriction of a key looks only at keys of the same entry.
+bool LooksAtKeysOnly(const lysc_must& must, const lysc_node& key) {
+  // An axis such as preceding-sibling.
+  if (std::strstr(lyxp_get_expr(must.cond), "::") != nullptr) return false;
+  ly_set* nodes = nullptr;
+  const LY_ERR error = lys_find_expr_atoms(
+      &key, key.module, must.cond, must.prefixes, LYS_FIND_XP_SCHEMA, &nodes);
+  const NodeSet owned(nodes);
+  if (error != LY_SUCCESS) return false;
+  const auto is_in_entry = [&](const lysc_node* node) {
+    return node == key.parent ||
+           (lysc_is_key(node) && node->parent == key.parent);
+  };
+  return std::all_of(nodes->snodes, nodes->snodes + nodes->count, is_in_entry);
+}
+
+bool IsJudgedWithKeys(const lysc_node& key) {
+  const lysc_must* musts = lysc_node_musts(&key);
   // At the top, no node on the way from one entry to another shows that the
   // expression leaves the entry.
-  if (key->parent->parent == nullptr) return false;
+  if (musts != nullptr && key.parent->parent == nullptr) return false;
   LY_ARRAY_COUNT_TYPE i = 0;
   LY_ARRAY_FOR(musts, i) {
-    // An axis such as preceding-sibling.
-    if (std::strstr(lyxp_get_expr(musts[i].cond), "::") != nullptr) {
-      return false;
-    }
-    ly_set* nodes = nullptr;
-    const LY_ERR error =
-        lys_find_expr_atoms(key, key->module, musts[i].cond, musts[i].prefixes,
-                            LYS_FIND_XP_SCHEMA, &nodes);
-    const NodeSet owned(nodes);
-    if (error != LY_SUCCESS) return false;
-    for (std::uint32_t n = 0; n < nodes->count; ++n) {
-      const lysc_node* node = nodes->snodes[n];
-      const bool is_key = lysc_is_key(node) && node->parent == key->parent;
-      if (node != key->parent && !is_key) return false;
-    }
+    if (!LooksAtKeysOnly(musts[i], key)) return false;
   }
   return true;
 }
@@ -153,7 +153,7 @@ bool IsJudgedAlone(const lysc_node* node) {
   constexpr std::uint16_t kPlain =
       LYS_CONTAINER | LYS_LIST | LYS_LEAF | LYS_LEAFLIST;
   if ((node->flags & LYS_CONFIG_R) != 0) return true;
-  if (lysc_is_key(node)) return IsJudgedWithKeys(node);
+  if (lysc_is_key(node)) return IsJudgedWithKeys(*node);
   if ((node->nodetype & kPlain) == 0 || (node->flags & LYS_MAND_TRUE) != 0 ||
       lysc_node_musts(node) != nullptr || lysc_node_when(node) != nullptr) {
     return false;

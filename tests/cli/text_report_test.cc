@@ -140,6 +140,14 @@ TEST(TextReportTest, TheNodesOfARefusalFollowItsPath) {
   EXPECT_EQ(Print(RefusedDevice(), {}), kReport);
 }
 
+TEST(TextReportTest, AFaultThatWasThereBeforeIsNotTheCommits) {
+  DeviceReport device = RefusedDevice();
+  device.findings.front().is_standing = true;
+  EXPECT_THAT(Print(device, {}),
+              HasSubstr("\n  not caused by this change: the fault was there "
+                        "before\n  note: one more"));
+}
+
 TEST(TextReportTest, AFindingWithoutARuleHasItsNoteAlone) {
   DeviceReport device = RefusedDevice();
   device.findings.front() = Finding();

@@ -78,6 +78,12 @@ def node_faults(name, finding):
                 marked(node["place"]).strip('"') != value):
             yield f"the place of {node['path']} does not show {value}"
     touched = any(node["novelty"] != "unchanged" for node in nodes)
+    if finding.get("standing", False) == touched:
+        yield "whether the fault was there before is not told"
+    vrf = re.search(" vrf (.*) ipv4 address .* overlaps with ", finding["text"])
+    if vrf and ("one address space" in finding["advice"]) != (
+            vrf[1] in ("global", "mgmt")):
+        yield f"the advice for VRF {vrf[1]} is: {finding['advice']}"
     if not touched and "standing" not in name and name not in UNTOUCHED:
         yield "the commit changed no node of the finding"
 
@@ -96,6 +102,9 @@ def refusal_faults(folder, device, text, plain):
         yield f"refused by {finding['point']}"
     place = f"{text}  validation point: {folder.parent.name}\n"
     if not plain.partition("\n")[2].startswith(place):
+        yield f"plain text:\n{plain}"
+    standing = "  not caused by this change: the fault was there before\n"
+    if (standing in plain) != finding.get("standing", False):
         yield f"plain text:\n{plain}"
     yield from node_faults(folder.name, finding)
     expected = folder / "findings.txt"

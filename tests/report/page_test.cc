@@ -201,6 +201,11 @@ TEST(Page, SaysWhyCulpritsAreMissing) {
   finding.note = "Not found in the data.";
   const PageTree tree(PageOf(Refused({finding}), {}));
   EXPECT_EQ(tree.Texts("//p[@class='note']"), Texts{"Not found in the data."});
+  finding.note.clear();
+  finding.is_standing = true;
+  EXPECT_EQ(
+      PageTree(PageOf(Refused({finding}), {})).Texts("//p[@class='note']"),
+      Texts{"not caused by this change: the fault was there before"});
 }
 
 TEST(Page, LeadsFromAFindingToItsAddressAndBack) {

@@ -139,6 +139,9 @@ void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
     for (const Culprit& culprit : finding.culprits) AddSide(culprit, html);
     html->Markup("</ul>\n");
   }
+  if (finding.is_standing) {
+    html->Markup("<p class=\"note\">").Text(kStanding).Markup("</p>\n");
+  }
   if (!finding.note.empty()) {
     html->Markup("<p class=\"note\">").Text(finding.note).Markup("</p>\n");
   }

@@ -122,6 +122,7 @@ Json FindingToJson(const Finding& finding) {
   PutUnlessEmpty(&json, "anchor", finding.anchor);
   json["culprits"] = ArrayOf(finding.culprits, CulpritToJson);
   PutUnlessEmpty(&json, "note", finding.note);
+  if (finding.is_standing) json["standing"] = true;
   return json;
 }
 
@@ -130,7 +131,7 @@ Finding FindingOf(const Json& json) {
           TextOf(json, "path"),        TextOrEmpty(json, "rule"),
           TextOrEmpty(json, "title"),  TextOrEmpty(json, "advice"),
           TextOrEmpty(json, "anchor"), VectorOf(json.at("culprits"), CulpritOf),
-          TextOrEmpty(json, "note")};
+          TextOrEmpty(json, "note"),   json.value("standing", false)};
 }
 
 void PutFailure(Json* json, const Outcome& outcome) {

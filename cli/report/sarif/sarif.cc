@@ -14,6 +14,7 @@
 #include "host/base/bytes.h"
 #include "host/base/c_ptr.h"
 #include "host/base/utf8.h"
+#include "messages/catalogue.h"
 
 namespace ipav::cli::report {
 
@@ -120,9 +121,11 @@ std::string FingerprintOf(const Finding& finding, const std::string& file) {
   return fmt::format("{:016x}", Fingerprint(text));
 }
 
-// The advice, and a link to its explanation.
+// The advice for all findings of the rule, and a link to its explanation.
 Json HelpOf(const Finding& finding) {
-  std::string text = base::ToUtf8(finding.advice);
+  const messages::Message* message = messages::FindMessage(finding.rule);
+  std::string text =
+      message != nullptr ? message->advice : base::ToUtf8(finding.advice);
   std::string markdown = text;
   const std::string link = LinkOf(finding);
   if (!link.empty()) {
@@ -142,17 +145,22 @@ Json RuleOf(const Finding& finding) {
   return rule;
 }
 
-// A finding is new if the candidate changed one of its culprits; otherwise the
-// running configuration already has it.
+// A finding is new if the candidate changed one of its culprits.
 std::optional<std::string> BaselineState(const DeviceReport& device,
                                          const Finding& finding) {
-  if (device.running.empty() || finding.culprits.empty()) return std::nullopt;
-  const bool is_old =
-      std::all_of(finding.culprits.begin(), finding.culprits.end(),
+  if (finding.is_standing) return "unchanged";
+  const bool is_new =
+      !device.running.empty() &&
+      std::any_of(finding.culprits.begin(), finding.culprits.end(),
                   [](const Culprit& culprit) {
-                    return culprit.novelty == Novelty::kUnchanged;
+                    return culprit.novelty != Novelty::kUnchanged;
                   });
-  return is_old ? "unchanged" : "new";
+  return is_new ? std::optional<std::string>("new") : std::nullopt;
+}
+
+std::string MessageOf(const Finding& finding) {
+  const std::string text = TextOf(finding);
+  return finding.is_standing ? text + "\n" + kStanding : text;
 }
 
 // The culprit at which the finding is shown: the first that the candidate
@@ -214,6 +222,7 @@ Json PropertiesOf(const Finding& finding) {
   }
   properties["validationPoint"] = base::ToUtf8(finding.point);
   properties["dataPath"] = base::ToUtf8(finding.path);
+  if (finding.is_standing) properties["standing"] = true;
   if (!finding.note.empty()) properties["note"] = base::ToUtf8(finding.note);
   return properties;
 }
@@ -221,7 +230,7 @@ Json PropertiesOf(const Finding& finding) {
 Json ResultOf(const DeviceReport& device, const Finding& finding) {
   Json result = {{"ruleId", base::ToUtf8(RuleIdOf(finding))},
                  {"level", "error"},
-                 {"message", Message(TextOf(finding))}};
+                 {"message", Message(MessageOf(finding))}};
   PutLocations(device, finding, &result);
   result["partialFingerprints"] = {
       {"ipavFinding/v1", FingerprintOf(finding, device.candidate)}};

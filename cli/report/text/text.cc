@@ -123,6 +123,7 @@ class Printer {
 
   void PrintFinding(const Finding& finding) const {
     for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
+    if (finding.is_standing) Print("  {}\n", kStanding);
     if (!finding.note.empty()) {
       Print("  note: {}\n", base::Printable(finding.note));
     }

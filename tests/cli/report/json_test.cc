@@ -70,7 +70,8 @@ void ExpectEqual(const Culprit& actual, const Culprit& expected) {
 
 auto Texts(const Finding& finding) {
   return std::tie(finding.text, finding.point, finding.path, finding.rule,
-                  finding.title, finding.advice, finding.anchor, finding.note);
+                  finding.title, finding.advice, finding.anchor, finding.note,
+                  finding.is_standing);
 }
 
 void ExpectEqual(const Finding& actual, const Finding& expected) {

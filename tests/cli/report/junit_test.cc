@@ -87,6 +87,11 @@ TEST(JunitReport, ARefusalIsAFailureWithTheOperatorsText) {
                 "/config/interface/l3{b}/ipv4/address/ip 10.0.0.2/24 "
                 "(unchanged)\n"
                 "Change one of them.\ndocs/messages.md#overlap\n");
+  DeviceReport standing = Refused("b.xml");
+  standing.findings.front().is_standing = true;
+  EXPECT_NE(Document({standing})["//testcase[2]/failure"].find(
+                "\nnot caused by this change: the fault was there before\n"),
+            std::string::npos);
 }
 
 TEST(JunitReport, BadInputIsAnError) {

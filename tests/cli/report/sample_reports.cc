@@ -121,6 +121,7 @@ DeviceReport Odd() {
   finding.culprits.front().place->source_line = kOddBytes;
   finding.culprits.front().place->skipped = 7;
   finding.note = kOddBytes;
+  finding.is_standing = true;
   return report;
 }
 

@@ -95,10 +95,16 @@ TEST(SarifReport, WithoutAPlaceLeadsToTheFile) {
 TEST(SarifReport, TellsWhetherTheRunningConfigurationHasTheFindingToo) {
   DeviceReport device = Refused("a.xml");
   EXPECT_EQ(ResultOf(device).at("baselineState"), "new");
-  device.findings.front().culprits[0].novelty = Novelty::kUnchanged;
-  EXPECT_EQ(ResultOf(device).at("baselineState"), "unchanged");
-  device.running.clear();
+  EXPECT_FALSE(ResultOf(device).at("properties").contains("standing"));
+  Finding& finding = device.findings.front();
+  finding.culprits[0].novelty = Novelty::kUnchanged;
   EXPECT_FALSE(ResultOf(device).contains("baselineState"));
+  finding.is_standing = true;
+  EXPECT_EQ(ResultOf(device).at("baselineState"), "unchanged");
+  EXPECT_EQ(ResultOf(device).at("properties").at("standing"), true);
+  EXPECT_EQ(
+      ResultOf(device).at("message").at("text"),
+      finding.text + "\nnot caused by this change: the fault was there before");
 }
 
 TEST(SarifReport, FingerprintsStayWhenLinesMoveAndDifferBetweenFindings) {
@@ -123,11 +129,15 @@ TEST(SarifReport, ListsARuleOnceWithItsHelp) {
   ASSERT_EQ(rules.size(), 2U);
   EXPECT_EQ(rules.at(0).at("id"), "interface-overlap");
   EXPECT_EQ(rules.at(0).at("shortDescription").at("text"), "Overlap");
+  // That of the catalogue, which holds for all findings of the rule.
+  const std::string advice =
+      "Change one of the two addresses, narrow its prefix, or move one "
+      "interface to another VRF.";
   EXPECT_EQ(rules.at(0).at("help").at("text"),
-            "Change one of them.\ndocs/messages.md#overlap");
-  EXPECT_EQ(rules.at(0).at("help").at("markdown"),
-            "Change one of them.\n\n"
-            "[docs/messages.md#overlap](docs/messages.md#overlap)");
+            advice + "\ndocs/messages.md#overlap");
+  EXPECT_EQ(
+      rules.at(0).at("help").at("markdown"),
+      advice + "\n\n[docs/messages.md#overlap](docs/messages.md#overlap)");
   // A text that nobody knows goes by its validation point.
   EXPECT_EQ(rules.at(1).at("id"), "ipv4_addr_validation");
   for (const auto& [place, index] : {std::pair(0, 0), {1, 1}, {2, 0}}) {

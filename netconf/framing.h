@@ -41,9 +41,11 @@ class Deframer {
   // The next message, if all of it is there. Throws FramingError.
   std::optional<std::string> Next();
 
-  // Whether there are bytes of a message that is not complete.
+  // Whether there are bytes of a message that is not complete. Blanks after a
+  // message, such as the last newline of a file, are not part of another one.
   bool has_part() const {
-    return !rest().empty() || !message_.empty() || chunk_left_ > 0;
+    return rest().find_first_not_of(" \t\r\n") != std::string_view::npos ||
+           !message_.empty() || chunk_left_ > 0;
   }
 
  private:

@@ -62,6 +62,7 @@ void Client::ServeSsh(FileDescriptor socket, const AuthorizedKeys& keys) {
   alarm(0);
   Carry(&stream, PassToServer({"netconf-ssh", ToName(stream.user()), host,
                                stream.key(), FileDescriptor()}));
+  stream.SendExitStatus();
 }
 
 // Returns our end of a new connection to the server. A hello of ours waits in

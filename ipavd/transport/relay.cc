@@ -35,6 +35,12 @@ constexpr milliseconds kLastReplies = std::chrono::seconds(5);
 
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
 
+// Whether the other side has closed its socket, and not only its direction.
+bool HasHungUp(int socket) {
+  pollfd state{socket, 0, 0};
+  return poll(&state, 1, 0) != 0;
+}
+
 }  // namespace
 
 Relay::Relay(ByteStream* client, ByteStream* server, const Limits& limits)
@@ -61,13 +67,16 @@ std::string Relay::Run() {
   } catch (const HelloError& error) {
     return error.what();
   }
+  if (server_ended_ && !has_server_hello_) return "got no session";
   const bool in_message = client_ended_ && from_client_.has_part();
   return in_message ? "ended within a message" : "";
 }
 
 bool Relay::is_over() const {
-  if (server_ended_) return client_ended_ || to_client_.empty();
-  return client_ended_ && to_server_.empty();
+  if (server_ended_) return client_is_gone_ || to_client_.empty();
+  if (client_is_gone_) return to_server_.empty();
+  return client_ended_ && to_server_.empty() && has_server_hello_ &&
+         unanswered_ == 0 && to_client_.empty();
 }
 
 // Milliseconds for poll(2).
@@ -88,10 +97,11 @@ int Relay::TimeLeft() const {
 bool Relay::Wait() {
   // 1. Wait. The client is not read while the server has not taken everything,
   // nor after the server has ended the session.
-  const bool reads_client = to_server_.empty() && !server_ended_;
+  const bool reads_client =
+      to_server_.empty() && !server_ended_ && !client_ended_;
   const bool has_more = reads_client && client_.has_more();
   std::array<pollfd, 2> fds{
-      {{client_ended_ ? -1 : client_.fd(),
+      {{client_is_gone_ ? -1 : client_.fd(),
         client_.Events(reads_client, !to_client_.empty()), 0},
        {server_ended_ ? -1 : server_.fd(),
         server_.Events(true, !to_server_.empty()), 0}}};
@@ -118,6 +128,7 @@ void Relay::ReadClient() {
   const std::optional<std::string> bytes = client_.Read();
   if (!bytes.has_value()) {
     client_ended_ = true;
+    client_is_gone_ = HasHungUp(client_.fd());
     return;
   }
   if (server_ended_) return;
@@ -170,6 +181,7 @@ void Relay::WriteClient() {
   const std::optional<std::size_t> gone = client_.Write(to_client_.rest());
   if (!gone.has_value()) {
     client_ended_ = true;
+    client_is_gone_ = true;
     to_client_.Clear();
     return;
   }

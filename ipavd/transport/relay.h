@@ -32,8 +32,9 @@ class Relay {
   // has received a hello of ours.
   Relay(ByteStream* client, ByteStream* server, const Limits& limits);
 
-  // Relays until either side ends. Returns why the client was dropped; empty
-  // when it was not.
+  // Relays until the server ends, the client goes, or the client has ended and
+  // has got the replies to everything that it sent. Returns why the client was
+  // dropped; empty when it was not.
   std::string Run();
 
  private:
@@ -61,7 +62,8 @@ class Relay {
   std::optional<netconf::Framing> framing_;
   bool has_server_hello_ = false;
   std::size_t unanswered_ = 0;  // messages that the server has not answered yet
-  bool client_ended_ = false;
+  bool client_ended_ = false;   // sends no more
+  bool client_is_gone_ = false;  // and does not read
   bool server_ended_ = false;
   // When the last whole message or reply went through.
   std::chrono::steady_clock::time_point last_activity_;

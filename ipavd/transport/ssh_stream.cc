@@ -20,17 +20,16 @@ constexpr unsigned kMaxRefusedKeys = 6;
 
 constexpr int kFlushMilliseconds = 2000;
 
-// How long a client has to close its side of a connection that ends.
+// How long a client has to close a connection that ends.
 constexpr std::chrono::milliseconds kLastWait(1000);
 
 using Bind = base::CPtr<ssh_bind_struct, ssh_bind_free>;
 using Event = base::CPtr<ssh_event_struct, ssh_event_free>;
 
-// Reads until the client closes its side. To close a socket with unread bytes
-// resets the connection, and the client can lose the last reply.
+// Reads until the client closes the connection. If the server is first, some
+// clients report an error instead of the last reply and the exit status.
 void AwaitEnd(int socket) {
   using std::chrono::steady_clock;
-  shutdown(socket, SHUT_WR);
   const auto end = steady_clock::now() + kLastWait;
   std::array<char, 4096> rest{};
   for (;;) {
@@ -72,14 +71,15 @@ SshStream::~SshStream() {
   // Unsent bytes may be the reply to a close-session.
   ssh_set_blocking(session_.get(), 1);
   ssh_blocking_flush(session_.get(), kFlushMilliseconds);
-  if (channel_ != nullptr) {
-    ssh_channel_send_eof(channel_);
-    ssh_channel_close(channel_);
-  }
-  const base::FileDescriptor socket(
-      fcntl(ssh_get_fd(session_.get()), F_DUPFD_CLOEXEC, 0));
+  ssh_channel_send_eof(channel_);
+  ssh_channel_close(channel_);
+  const int socket = ssh_get_fd(session_.get());
+  if (socket >= 0) AwaitEnd(socket);
   ssh_disconnect(session_.get());
-  AwaitEnd(socket.get());
+}
+
+void SshStream::SendExitStatus() {
+  ssh_channel_request_send_exit_status(channel_, 0);
 }
 
 void SshStream::SetCallbacks() {

@@ -37,6 +37,10 @@ class SshStream : public ByteStream {
   std::optional<std::string> Read() override;
   std::optional<std::size_t> Write(std::string_view bytes) override;
 
+  // Tells the client that its session ended in good order. Nothing may be
+  // written afterwards.
+  void SendExitStatus();
+
  private:
   void SetCallbacks();
   void Serve();

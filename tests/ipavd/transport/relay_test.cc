@@ -184,6 +184,35 @@ TEST_F(RelayTest, GivesTheLastReplyOfAServerThatReadsNoMore) {
   ExpectLastReply();
 }
 
+TEST_F(RelayTest, GivesTheRepliesToAClientThatSendsNoMore) {
+  Greet(ClientHello());
+  const std::string message = Frame(Framing::kChunked, "<get/>");
+  Send(client_, message + message);
+  ASSERT_EQ(shutdown(client_.get(), SHUT_WR), 0);
+  ExpectReceived(server_, message + message);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(reason_.wait_for(milliseconds(50)), std::future_status::timeout);
+    Send(server_, message);
+    ExpectReceived(client_, message);
+  }
+  EXPECT_EQ(Receive(client_, 1), "");
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, EndsWithAClientThatGoesBeforeItsReply) {
+  Greet(ClientHello());
+  const std::string message = Frame(Framing::kChunked, "<get/>");
+  Send(client_, message);
+  ExpectReceived(server_, message);
+  ExpectEnd();
+}
+
+TEST_F(RelayTest, DropsAClientThatGetsNoSession) {
+  Start({});
+  server_.Close();
+  EXPECT_EQ(reason_.get(), "got no session");
+}
+
 TEST_F(RelayTest, DropsAClientWhoseHelloIsTooSlow) {
   Start(HelloWithin(milliseconds(100)));
   SendSlowly();

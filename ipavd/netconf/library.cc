@@ -76,6 +76,16 @@ char* CopyContentId(void* context) {
   return strdup(ContentId(static_cast<const ly_ctx*>(context)).c_str());
 }
 
+// The capability of RFC 7950, section 5.6.4. The library itself announces only
+// that of RFC 8526, which clients without NMDA ignore.
+std::string YangLibrary10(const ly_ctx* context) {
+  const lys_module* module =
+      ly_ctx_get_module_implemented(context, "ietf-yang-library");
+  return std::string("urn:ietf:params:netconf:capability:yang-library:1.0") +
+         "?revision=" + module->revision +
+         "&module-set-id=" + ContentId(context);
+}
+
 }  // namespace
 
 Library::Library(ly_ctx* context) {
@@ -88,6 +98,7 @@ Library::Library(ly_ctx* context) {
   // modes as bits, and the number of report-all contains both.
   nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL);
   nc_server_set_content_id_clb(CopyContentId, context, nullptr);
+  nc_server_set_capability(YangLibrary10(context).c_str());
 }
 
 Library::~Library() { nc_server_destroy(); }

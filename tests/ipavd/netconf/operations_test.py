@@ -900,17 +900,13 @@ class CapabilitiesTest(SharedOperationsTest):
             for text in self.client.hello.split("<capability>")[1:])
         announced = [text for text in capabilities
                      if text.startswith("urn:ietf:params:netconf:")]
-        library = [text for text in announced if "yang-library" in text]
-        self.assertEqual(len(library), 1)
-        content = self.client.rpc(
-            '<get><filter type="subtree"><yang-library xmlns='
-            '"urn:ietf:params:xml:ns:yang:ietf-yang-library"><content-id/>'
-            "</yang-library></filter></get>")[0][0][0].text
+        library = 'xmlns="urn:ietf:params:xml:ns:yang:ietf-yang-library"'
+        content, modules = [part[0].text for part in self.client.rpc(
+            '<get><filter type="subtree">'
+            f"<yang-library {library}><content-id/></yang-library>"
+            f"<modules-state {library}><module-set-id/></modules-state>"
+            "</filter></get>")[0]]
         self.assertRegex(content, "^[0-9]+$")
-        self.assertEqual(library[0], "urn:ietf:params:netconf:capability:"
-                         "yang-library:1.1?revision=2019-01-04&content-id=" +
-                         content)
-        announced.remove(library[0])
         self.assertEqual(announced, [
             "urn:ietf:params:netconf:base:1.0",
             "urn:ietf:params:netconf:base:1.1",
@@ -922,7 +918,11 @@ class CapabilitiesTest(SharedOperationsTest):
             self.BASE + "with-defaults:1.0?basic-mode=explicit&also-supported="
             "report-all,trim",
             self.BASE + "writable-running:1.0",
-            self.BASE + "xpath:1.0"])
+            self.BASE + "xpath:1.0",
+            self.BASE + "yang-library:1.0?revision=2019-01-04&module-set-id=" +
+            modules,
+            self.BASE + "yang-library:1.1?revision=2019-01-04&content-id=" +
+            content])
 
 
 if __name__ == "__main__":

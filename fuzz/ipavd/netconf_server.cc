@@ -1,5 +1,6 @@
 #include "fuzz/ipavd/netconf_server.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <utility>
@@ -144,9 +145,12 @@ NetconfServer::Texts NetconfServer::Print() const {
 }
 
 void NetconfServer::Poll() {
+  const auto& sessions = service_->sessions().all();
   do {
     service_->Poll();
-  } while (service_->has_more());
+  } while (service_->has_more() ||
+           std::any_of(sessions.begin(), sessions.end(),
+                       [](const auto& each) { return each->has_child(); }));
 }
 
 void NetconfServer::Check() {

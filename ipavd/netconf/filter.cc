@@ -28,9 +28,9 @@ std::optional<std::string> Attribute(const lyd_node& node, const char* name) {
   return lyd_get_meta_value(meta);
 }
 
-// A few nested predicates may run without end, and other sessions wait
-// meanwhile.
-constexpr base::TimeLimit kXPathTime = std::chrono::seconds(5);
+// A few nested predicates of XPath run without end, and so do many elements of
+// a subtree filter without keys over many entries.
+constexpr base::TimeLimit kFilterTime = std::chrono::seconds(5);
 
 constexpr char kSelected = '1';
 constexpr char kOther = '0';
@@ -84,11 +84,9 @@ std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
           reporter.Send({kNoPath, {}});
         }
       },
-      kXPathTime);
+      kFilterTime);
   if (report.stopped == commit::Stopped::kTimeLimit) {
-    throw Refusal(store::MakeError(ErrorTag::kOperationFailed,
-                                   "The attribute select takes more than " +
-                                       base::InWords(kXPathTime) + "."));
+    throw TakesTooLong();
   }
   if (report.messages.empty()) {
     throw std::runtime_error("the attribute select cannot be followed");
@@ -117,6 +115,12 @@ const lyd_node* ElementsOf(const lyd_node& any) {
 
 }  // namespace
 
+Refusal TakesTooLong() {
+  return Refusal(store::MakeError(
+      ErrorTag::kOperationFailed,
+      "The filter takes more than " + base::InWords(kFilterTime) + "."));
+}
+
 Filter::Filter(const lyd_node& rpc) : context_(LYD_CTX(&rpc)) {
   const lyd_node* filter = Find(rpc, "filter");
   if (filter == nullptr) return;
@@ -140,7 +144,7 @@ store::Nodes Filter::Apply(const lyd_node* tree) const {
   } else if (is_xpath_) {
     SelectByXPath(context_, tree, *xpath_, &selection);
   } else {
-    SelectSubtrees(tree, subtree_, &selection);
+    SelectSubtrees(tree, subtree_, base::Countdown(kFilterTime), &selection);
   }
   return selection.Copy(tree, context_);
 }

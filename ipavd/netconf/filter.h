@@ -7,9 +7,13 @@
 #include <optional>
 #include <string>
 
-#include "ipavd/store/edit_config.h"
+#include "ipavd/netconf/reply.h"
+#include "ipavd/store/nodes.h"
 
 namespace ipav::netconf {
+
+// A filter that takes too long.
+Refusal TakesTooLong();
 
 class Filter {
  public:
@@ -21,6 +25,9 @@ class Filter {
   // the context of the operation. Throws Refusal for an expression that is not
   // a path, or takes too long, and std::runtime_error.
   store::Nodes Apply(const lyd_node* tree) const;
+
+  // Whether what is selected of a tree may depend on all of it.
+  bool needs_whole_tree() const { return is_xpath_; }
 
  private:
   const ly_ctx* context_;

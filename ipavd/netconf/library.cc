@@ -3,6 +3,7 @@
 #include <nc_server.h>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
@@ -16,13 +17,18 @@ namespace ipav::netconf {
 
 namespace {
 
+enum class Where : std::uint8_t { kInServer, kInChild };
+
 // The function that the library calls. It must not throw.
-template <Reply (*kOperation)(const Call&)>
+template <Reply (*kOperation)(const Call&), Where kWhere = Where::kInServer>
 nc_server_reply* Run(lyd_node* rpc, nc_session* handle) noexcept {
   try {
     CheckParts(*rpc);
     auto& environment = *static_cast<Environment*>(nc_session_get_data(handle));
     Session& session = *environment.sessions.Find(handle);
+    if (kWhere == Where::kInChild && !session.AnswerInChild()) {
+      return Ok().release();  // it is not sent
+    }
     return kOperation({*rpc, session, environment}).release();
   } catch (const Refusal& refusal) {
     return Refuse(*rpc, refusal.error()).release();
@@ -40,8 +46,8 @@ struct Row {
 };
 
 constexpr std::array kOperations{
-    Row{"/ietf-netconf:get", Run<Get>},
-    Row{"/ietf-netconf:get-config", Run<GetConfig>},
+    Row{"/ietf-netconf:get", Run<Get, Where::kInChild>},
+    Row{"/ietf-netconf:get-config", Run<GetConfig, Where::kInChild>},
     Row{"/ietf-netconf:edit-config", Run<EditConfig>},
     Row{"/ietf-netconf:copy-config", Run<CopyConfig>},
     Row{"/ietf-netconf:delete-config", Run<DeleteConfig>},

@@ -58,6 +58,17 @@ void Selection::CopyChildren(const lyd_node* from, const ly_ctx* context,
   }
 }
 
+store::Nodes CopyTo(const ly_ctx* context, const lyd_node* tree) {
+  lyd_node* copy = nullptr;
+  if (tree != nullptr &&
+      lyd_dup_siblings_to_ctx(tree, context, nullptr,
+                              LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
+                              &copy) != LY_SUCCESS) {
+    throw std::runtime_error("data cannot be copied");
+  }
+  return store::Nodes(copy);
+}
+
 store::Nodes Join(store::Nodes nodes, store::Nodes others) {
   if (others == nullptr) return nodes;
   lyd_node* first = nodes.release();

@@ -6,6 +6,7 @@
 
 #include <unordered_map>
 
+#include "host/base/time_limit.h"
 #include "ipavd/store/nodes.h"
 
 namespace ipav::netconf {
@@ -29,9 +30,14 @@ class Selection {
 };
 
 // Adds the nodes of `tree` and its siblings that the elements `filter` and its
-// siblings select (RFC 6241, section 6). Either may be null.
+// siblings select (RFC 6241, section 6). Either may be null. Throws Refusal
+// when the time is over.
 void SelectSubtrees(const lyd_node* tree, const lyd_node* filter,
-                    Selection* selection);
+                    const base::Countdown& countdown, Selection* selection);
+
+// A copy of all these nodes in a context that has the same modules. Throws
+// std::runtime_error.
+store::Nodes CopyTo(const ly_ctx* context, const lyd_node* tree);
 
 // Makes both siblings. Either may be null.
 store::Nodes Join(store::Nodes nodes, store::Nodes others);

@@ -50,7 +50,8 @@ void Server::Wait(const transport::Signals& signals) {
   std::vector<pollfd> fds{{signals.fd(), POLLIN, 0},
                           {acceptor_.control(), POLLIN, 0}};
   for (const auto& session : service_.sessions().all()) {
-    fds.push_back({session->fd(), POLLIN, 0});
+    const int events = session->has_child() ? 0 : POLLIN;
+    fds.push_back({session->fd(), static_cast<short>(events), 0});
   }
   poll(fds.data(), fds.size(), service_.has_more() ? 0 : TimeToWait());
 }

@@ -1,5 +1,6 @@
 // A NETCONF server: sessions of clients over datastores. It has one thread,
-// which never waits for a client, only for the plug-in during a commit.
+// which never waits for a client, only for the plug-in during a commit. Child
+// processes answer get and get-config.
 #ifndef IPAV_IPAVD_NETCONF_SERVER_H_
 #define IPAV_IPAVD_NETCONF_SERVER_H_
 

@@ -1,6 +1,7 @@
 #include "ipavd/netconf/service.h"
 
 #include <nc_server.h>
+#include <unistd.h>
 
 #include <ctime>
 #include <exception>
@@ -66,6 +67,7 @@ void Service::AddSession(PassedConnection client) {
 
 void Service::Poll() {
   has_more_ = false;
+  TakeAnswers();
   // At most one message of each session, so that no session delays other
   // clients and signals.
   for (std::size_t i = sessions_.all().size(); i > 0; --i) {
@@ -77,10 +79,40 @@ void Service::Poll() {
     datastore::ClearErrors(environment_.context);
     Session* session = sessions_.Find(handle);
     if (session == nullptr) return;
+    if (session->is_child()) EndChild(events);
     Count(session, events);
+    const std::string output = session->TakeOutput();
+    if (session->has_child()) {
+      sessions_.SetPolled(*session, false);
+    } else {
+      session->Send(output);
+    }
     if ((events & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
       End(session, (events & NC_PSPOLL_SESSION_ERROR) == 0);
     }
+  }
+}
+
+// Ends this process, which has answered a request in place of the server.
+void Service::EndChild(int events) {
+  Answered answered = Answered::kWithData;
+  if ((events & NC_PSPOLL_REPLY_ERROR) != 0) answered = Answered::kWithError;
+  if ((events & NC_PSPOLL_ERROR) != 0) answered = Answered::kNot;
+  _exit(static_cast<int>(answered));
+}
+
+void Service::TakeAnswers() {
+  for (const auto& session : sessions_.all()) {
+    const auto answered = session->TakeAnswer();
+    if (!answered.has_value()) continue;
+    if (answered == Answered::kWithError) {
+      Count(session.get(), NC_PSPOLL_REPLY_ERROR);
+    }
+    if (answered == Answered::kNot) {
+      Log(Severity::kError, "session " + std::to_string(session->id()) +
+                                ": the process that answers it failed");
+    }
+    sessions_.SetPolled(*session, true);
   }
 }
 

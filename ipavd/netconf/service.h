@@ -34,7 +34,8 @@ class Service {
   // its owner can always end others.
   void AddSession(transport::PassedConnection client);
 
-  // Answers at most one message of each session. Does not wait.
+  // Answers at most one message of each session. Does not wait. A child that
+  // answers in place of the server does not return.
   void Poll();
 
   void EndAll();
@@ -52,6 +53,8 @@ class Service {
 
  private:
   std::string Objection(const transport::PassedConnection& client) const;
+  [[noreturn]] static void EndChild(int events);
+  void TakeAnswers();
   void Count(Session* session, int events);
   void End(Session* session, bool is_orderly);
 

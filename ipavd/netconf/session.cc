@@ -1,31 +1,113 @@
 #include "ipavd/netconf/session.h"
 
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
+#include "ipavd/netconf/reply.h"
+
 namespace ipav::netconf {
 
+namespace {
+
+bool HasHungUp(int connection) {
+  pollfd entry{connection, 0, 0};
+  return poll(&entry, 1, 0) > 0;
+}
+
+}  // namespace
+
 Session::Session(transport::PassedConnection client, void* data)
-    : client_(std::move(client)), login_time_(std::time(nullptr)) {
+    : client_(std::move(client)),
+      output_(memfd_create("output", MFD_CLOEXEC)),
+      login_time_(std::time(nullptr)) {
   // The hello of the client has already arrived: this does not wait.
-  if (nc_accept_inout(fd(), fd(), client_.user.c_str(), &handle_) !=
+  if (nc_accept_inout(fd(), output_.get(), client_.user.c_str(), &handle_) !=
       NC_MSG_HELLO) {
     throw std::runtime_error("a session cannot be made");
   }
+  Send(TakeOutput());
   nc_session_set_data(handle_, data);
 }
 
-Session::~Session() { nc_session_free(handle_, nullptr); }
+Session::~Session() {
+  StopChild();
+  nc_session_free(handle_, nullptr);
+}
 
 void Session::Close() {
   nc_session_set_term_reason(handle_, NC_SESSION_TERM_CLOSED);
 }
 
 void Session::Kill(store::SessionId by) {
+  if (has_child()) kill(child_, SIGKILL);
   nc_session_set_status(handle_, NC_STATUS_INVALID);
   nc_session_set_term_reason(handle_, NC_SESSION_TERM_KILLED);
   nc_session_set_killed_by(handle_, by);
+}
+
+std::string Session::TakeOutput() const {
+  const off_t size = lseek(output_.get(), 0, SEEK_END);
+  std::string bytes(static_cast<std::size_t>(std::max<off_t>(size, 0)), '\0');
+  const ssize_t got = pread(output_.get(), bytes.data(), bytes.size(), 0);
+  bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+  static_cast<void>(ftruncate(output_.get(), 0) == 0);
+  lseek(output_.get(), 0, SEEK_SET);
+  return bytes;
+}
+
+void Session::Send(std::string_view bytes) const {
+  while (!bytes.empty()) {
+    const ssize_t sent = write(fd(), bytes.data(), bytes.size());
+    if (sent < 0 && errno != EINTR) return;  // the next poll finds its end
+    if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+}
+
+bool Session::AnswerInChild() {
+  const pid_t server = getpid();
+  child_ = fork();
+  if (child_ < 0) {
+    throw Refusal(store::MakeError(store::ErrorTag::kOperationFailed,
+                                   "no process can be made"));
+  }
+  if (child_ > 0) return false;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != server) _exit(EXIT_FAILURE);
+  dup2(fd(), output_.get());
+  return true;
+}
+
+std::optional<Answered> Session::TakeAnswer() {
+  if (!has_child()) return std::nullopt;
+  const bool is_gone = HasHungUp(fd());
+  if (is_gone) kill(child_, SIGKILL);
+  int status = 0;
+  if (waitpid(child_, &status, WNOHANG) != child_) return std::nullopt;
+  child_ = -1;
+  const auto answered = static_cast<Answered>(WEXITSTATUS(status));
+  if (WIFEXITED(status) && answered < Answered::kNot) return answered;
+  shutdown(fd(), SHUT_RDWR);
+  const bool is_killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+  return is_gone || is_killed ? Answered::kStopped : Answered::kNot;
+}
+
+void Session::StopChild() {
+  if (!has_child()) return;
+  kill(child_, SIGKILL);
+  waitpid(child_, nullptr, 0);
+  child_ = -1;
 }
 
 Sessions::Sessions() : poll_set_(nc_ps_new()) {}
@@ -55,6 +137,14 @@ Session* Sessions::Find(const nc_session* handle) const {
       sessions_.begin(), sessions_.end(),
       [handle](const auto& session) { return session->handle() == handle; });
   return found == sessions_.end() ? nullptr : found->get();
+}
+
+void Sessions::SetPolled(const Session& session, bool is_polled) {
+  if (!is_polled) {
+    nc_ps_del_session(poll_set_, session.handle());
+  } else if (nc_ps_add_session(poll_set_, session.handle()) != 0) {
+    throw std::bad_alloc();
+  }
 }
 
 void Sessions::Remove(const Session& session) {

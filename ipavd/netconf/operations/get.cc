@@ -18,7 +18,12 @@ Reply Get(const Call& call) {
   const Filter filter(call.rpc);
   const lyd_node* running =
       call.environment.datastores.Tree(store::Datastore::kRunning);
-  const store::Nodes state = StateData(call.environment);
+  store::Nodes state = StateData(call.environment);
+  if (filter.needs_whole_tree()) {
+    const store::Nodes all =
+        Join(CopyTo(call.environment.context, running), std::move(state));
+    return Data(call.rpc, filter.Apply(all.get()), DefaultsOf(call));
+  }
   store::Nodes data = Join(filter.Apply(running), filter.Apply(state.get()));
   return Data(call.rpc, std::move(data), DefaultsOf(call));
 }

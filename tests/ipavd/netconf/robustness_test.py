@@ -9,8 +9,8 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from served import (HELLO, NETCONF, PATIENCE, TEST_PLUGINS, ServerTest,
-                    config, l3, wild_model)
+from served import (HELLO, IPAPP, NETCONF, PATIENCE, TEST_PLUGINS,
+                    ServerTest, config, l3, wild_model)
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -244,6 +244,89 @@ class RobustnessTest(ServerTest):
                 except EOFError:
                     pass  # the session ended, which is an answer as well
                 self.assert_second_works()
+
+
+class LongFilterTest(ServerTest):
+    """Filters that run for long, over as many entries."""
+
+    ENTRIES = 20000
+    AT_ONCE = 0.5
+
+    def setUp(self):
+        super().setUp()
+        self.server = self.serve()
+        self.other = self.raw(self.server)
+        many = config(*[l3(f"i{i}") for i in range(self.ENTRIES)])
+        self.assert_ok(self.other.rpc(
+            "<copy-config><target><startup/></target><source><config>"
+            f"{many}</config></source></copy-config>"))
+
+    @staticmethod
+    def get(filter_):
+        return (f'<rpc message-id="1" xmlns="{NETCONF}"><get-config><source>'
+                f"<startup/></source>{filter_}</get-config></rpc>")
+
+    @staticmethod
+    def subtree(parts):
+        return "<filter>" + config(*[
+            f'<l3 xmlns="{IPAPP}">{part}</l3>' for part in parts]) + "</filter>"
+
+    def start(self):
+        """A client for each kind of filter, which waits for its answer."""
+        clients = []
+        for filter_ in [
+                '<filter type="xpath" select="//*[count(//*) > count(//*[count('
+                '//*) > 1])]"/>',
+                self.subtree(f"<mtu>{i}</mtu>" for i in range(5000))]:
+            client = self.raw(self.server)
+            client.send_message(self.get(filter_))
+            clients.append(client)
+        return clients
+
+    def assert_at_once(self, act, *arguments):
+        begin = time.monotonic()
+        result = act(*arguments)
+        self.assertLess(time.monotonic() - begin, self.AT_ONCE)
+        return result
+
+    def test_keep_no_other_client_and_no_timer_waiting(self):
+        self.assert_ok(self.other.rpc(
+            "<edit-config><target><candidate/></target><config>"
+            f"{config(l3('a'))}</config></edit-config>"))
+        clients = self.start()
+        self.assert_ok(self.assert_at_once(
+            self.other.rpc, "<commit><confirmed/><confirm-timeout>1"
+            "</confirm-timeout></commit>"))
+        end = time.monotonic() + 1 + self.AT_ONCE
+        while self.names(self.assert_at_once(self.other.rpc, GET)):
+            self.assertLess(time.monotonic(), end)
+        for client in clients:
+            client.send_message(f'<rpc message-id="2" xmlns="{NETCONF}">{GET}'
+                                "</rpc>")
+        for client in clients:
+            error = self.assert_refused(
+                ElementTree.fromstring(client.receive()), "operation-failed")
+            self.assertEqual(error["error-message"],
+                             "The filter takes more than 5 seconds.")
+            self.assertIn('message-id="2"', client.receive())
+
+    def test_keep_no_end_waiting(self):
+        killed, left, *_ = self.start() + self.start()
+        number = killed.hello.split("<session-id>")[1].split("<")[0]
+        self.assert_ok(self.assert_at_once(
+            self.other.rpc, f"<kill-session><session-id>{number}</session-id>"
+            "</kill-session>"))
+        self.assertTrue(self.assert_at_once(killed.is_dropped))
+        left.close()
+        self.assert_at_once(self.server.wait_for_log, "session 3 was cut off")
+        self.assertEqual(self.assert_at_once(self.server.stop), 0)
+
+    def test_are_none_with_keys(self):
+        wanted = [f"i{i}" for i in range(0, self.ENTRIES, 10)]
+        self.other.send_message(self.get(self.subtree(
+            f"<name>{name}</name>" for name in wanted)))
+        reply = self.assert_at_once(self.other.receive)
+        self.assertEqual(self.names(ElementTree.fromstring(reply)), wanted)
 
 
 class FailingPluginTest(ServerTest):

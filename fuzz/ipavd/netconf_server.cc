@@ -89,8 +89,9 @@ void NetconfServer::Start() {
       store::CommitGate(ProjectModel(), options), state_.get(),
       [this] { return now_; });
   trusts_ = false;
-  service_ = std::make_unique<netconf::Service>(context, datastores_.get(),
-                                                kMaxSessions);
+  service_ = std::make_unique<netconf::Service>(
+      context, datastores_.get(),
+      netconf::SessionLimits{kMaxSessions, kMaxSessions});
   Check();
 }
 
@@ -125,7 +126,7 @@ NetconfClient& NetconfServer::Client(std::size_t number) {
   const auto [entry, is_new] = clients_.try_emplace(number);
   NetconfClient& client = entry->second;
   if (!is_new) return client;
-  service_->AddSession({"unix", "fuzz", "", client.TakeServerEnd()});
+  service_->AddSession({"unix", "fuzz", "", "", client.TakeServerEnd()});
   Require(service_->sessions().all().size() <= kMaxSessions,
           "too many sessions");
   if (!service_->sessions().all().empty()) {

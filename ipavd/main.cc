@@ -10,6 +10,7 @@
 #include <string>
 
 #include "host/base/installation.h"
+#include "host/base/utf8.h"
 #include "ipavd/serve.h"
 
 namespace {
@@ -151,7 +152,8 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {
-    static_cast<void>(std::fprintf(stderr, "ipavd: %s\n", error.what()));
+    static_cast<void>(std::fprintf(
+        stderr, "ipavd: %s\n", ipav::base::Printable(error.what()).c_str()));
     return kCannotServe;
   }
 }

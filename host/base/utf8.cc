@@ -170,7 +170,8 @@ bool ChangesDirection(char32_t number) {
 
 bool IsPrintable(char32_t number) {
   const bool is_control = number < ' ' || (number >= kDelete && number < 0xa0);
-  return !is_control && !ChangesDirection(number);
+  const bool ends_line = number == 0x2028 || number == 0x2029;
+  return !is_control && !ends_line && !ChangesDirection(number);
 }
 
 bool IsPrintable(std::string_view text) { return Printable(text) == text; }

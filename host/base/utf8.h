@@ -39,7 +39,8 @@ std::size_t CountCharacters(std::string_view text);
 bool ChangesDirection(char32_t number);
 
 // False for control characters (also U+0080 to U+009F, which terminals
-// interpret) and for characters that change the direction of writing.
+// interpret), for the separators of lines and paragraphs, and for characters
+// that change the direction of writing.
 bool IsPrintable(char32_t number);
 
 // Whether `text` is UTF-8 and all its characters are printable.

@@ -10,15 +10,6 @@ namespace {
 
 constexpr const char* kVersion = "1\n";
 
-// "text (point, at /path)".
-std::string InWords(const RpcError& error) {
-  std::string where = error.app_tag;
-  if (!error.path.empty()) {
-    where += (where.empty() ? "at " : ", at ") + error.path;
-  }
-  return where.empty() ? error.message : error.message + " (" + where + ")";
-}
-
 // Removes byte order mark, blanks and XML declaration from the start of a file.
 std::string WithoutDeclaration(const std::string& text) {
   const std::size_t begin = text.find_first_not_of("\xef\xbb\xbf \t\r\n");

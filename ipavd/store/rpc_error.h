@@ -55,6 +55,15 @@ inline RpcError MakeError(ErrorTag tag, const std::string& message,
   return {type, tag, "", "", message, std::move(info)};
 }
 
+// For the log: "text (point, at /path)".
+inline std::string InWords(const RpcError& error) {
+  std::string where = error.app_tag;
+  if (!error.path.empty()) {
+    where += (where.empty() ? "at " : ", at ") + error.path;
+  }
+  return where.empty() ? error.message : error.message + " (" + where + ")";
+}
+
 }  // namespace ipav::store
 
 #endif  // IPAV_IPAVD_STORE_RPC_ERROR_H_

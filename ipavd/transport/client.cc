@@ -36,10 +36,11 @@ std::string UserOf(int socket) {
   return entry == nullptr ? std::to_string(peer.uid) : entry->pw_name;
 }
 
-// A client may log in under any name, which all other sessions are shown.
+// A client may log in under any name, which all other sessions are shown, on
+// their terminals.
 std::string ToName(const std::string& user) {
   constexpr std::size_t kMaxUser = 128;
-  return base::ToXmlText(user.substr(0, kMaxUser));
+  return base::Printable(base::ToXmlText(user.substr(0, kMaxUser)));
 }
 
 }  // namespace

@@ -97,7 +97,8 @@ TEST(Utf8, UnprintableCharactersAreEscaped) {
               {"\t\n\r\x7f", "\\x09\\x0a\\x0d\\x7f"},
               {"\xc2\x80\xc2\x9b\xc2\x9f\xc2\xa0", "\\x80\\x9b\\x9f\xc2\xa0"},
               {"\u061c\u200e\u200f", "\\u061c\\u200e\\u200f"},
-              {"\u202a\u202e\u202f", "\\u202a\\u202e\u202f"},
+              {"\u2027\u2028\u2029\u202a\u202e\u202f",
+               "\u2027\\u2028\\u2029\\u202a\\u202e\u202f"},
               {"\u2066\u2069\u206a", "\\u2066\\u2069\u206a"},
               {"caf\xe9", "caf\\xe9"},
               {"\xe2\x82(", "\\xe2\\x82("}};

@@ -1,6 +1,8 @@
 #include <cstdlib>
+#include <string>
 
 #include "ipavd/netconf/operations.h"
+#include "ipavd/transport/log.h"
 
 namespace ipav::netconf {
 
@@ -23,6 +25,10 @@ Reply KillSession(const Call& call) {
     throw Refusal(store::ErrorTag::kInvalidValue,
                   "There is no session " + *text + ".");
   }
+  transport::Log(transport::Severity::kNotice,
+                 "session " + std::to_string(call.session.id()) + " (" +
+                     NameOf(call.session.client()) + ") kill-session of " +
+                     std::to_string(id));
   other->Kill(call.session.id());
   return Ok();
 }

@@ -108,6 +108,31 @@ class SshTest(ServerTest):
             transport.auth_password("root", "")
         self.assertEqual(refusal.exception.allowed_types, ["publickey"])
 
+    def test_logs_who_logs_in_and_who_commits(self):
+        server = self.serve_ssh()
+        fingerprint = subprocess.run(
+            ["ssh-keygen", "-l", "-f", str(self.authorized)], check=True,
+            capture_output=True, text=True).stdout.split()[1]
+        who = f"netconf-ssh operator@127.0.0.1 {fingerprint}"
+        session = self.connect(server)
+        self.assertIn(f"session 1 began: {who}\n", server.log())
+        session.edit_config(target="candidate", config=whole(NETWORK))
+        with self.assertRaises(RPCError):
+            session.commit()
+        self.assertIn(
+            f"session 1 ({who}) commit: error: l3 a ipv4 address 10.0.0.0/24"
+            " cannot be configured as network address. (ipv4_addr_validation,"
+            " at /vorplex-config:config/interface/ipapp:l3)\n", server.log())
+        session.edit_config(target="running", config=whole(RIGHT))
+        session.copy_config(source="running", target="startup")
+        session.discard_changes()
+        session.commit()
+        self.assertEqual(
+            [line.split(") ", 1)[1] for line in server.log().splitlines()
+             if f"session 1 ({who}) " in line and "error" not in line],
+            ["edit-config of running: ok", "copy-config of startup: ok",
+             "commit: ok"])
+
     def channel(self, server, user="operator", address="127.0.0.1"):
         transport = paramiko.Transport(
             socket.create_connection((address, server.port)))
@@ -122,8 +147,9 @@ class SshTest(ServerTest):
     def test_shows_any_name_of_a_user_to_others(self):
         server = self.serve_ssh()
         other = self.raw(server)
-        for user, shown in [("a<&b", "a<&b"), ("a\x01\n\x7fb", "a\\x01\n\\x7fb"),
-                            ("\ufffe", "\ufffd"), ("x" * 2000, "x" * 128),
+        for user, shown in [("a<&b", "a<&b"), ("a\x01\n\x7fb", "a\\x01\\x0a\\x7fb"),
+                            ("\ufffe", "\ufffd"),
+                            ("\x9b2J\u202e\u2028", "\\x9b2J\\u202e\\u2028"), ("x" * 2000, "x" * 128),
                             ("x" + "\u00e9" * 100,
                              "x" + "\u00e9" * 63 + "\ufffd")]:
             with self.subTest(user):

@@ -38,22 +38,27 @@ constexpr std::string_view kMark = "<!-- ipav datastore: ";
 
 std::string ErrorText() { return std::generic_category().message(errno); }
 
-// The locks of this process. A child closes them: a child that outlived the
-// server would otherwise block the next server.
-std::vector<int>& Locks() {
-  static auto& locks = *new std::vector<int>;
-  return locks;
+// The descriptors of the folders and locks of this process. A child closes
+// them: a child that outlived the server would otherwise block the next server,
+// and processes that are confined could reach the folder.
+std::vector<int>& OwnDescriptors() {
+  static auto& descriptors = *new std::vector<int>;
+  return descriptors;
 }
 
-void CloseLocksInChild() {
-  for (const int lock : Locks()) close(lock);
+void CloseInChild() {
+  for (const int descriptor : OwnDescriptors()) close(descriptor);
 }
 
-void KeepFromChildren(int lock) {
+void KeepFromChildren(int descriptor) {
   static std::once_flag once;
-  std::call_once(once,
-                 [] { pthread_atfork(nullptr, nullptr, CloseLocksInChild); });
-  Locks().push_back(lock);
+  std::call_once(once, [] { pthread_atfork(nullptr, nullptr, CloseInChild); });
+  OwnDescriptors().push_back(descriptor);
+}
+
+void ForgetDescriptor(int descriptor) {
+  std::vector<int>& all = OwnDescriptors();
+  all.erase(std::remove(all.begin(), all.end(), descriptor), all.end());
 }
 
 // FNV-1a: changing one byte always changes the sum.
@@ -164,9 +169,8 @@ StateFolder::StateFolder(const std::string& path, FileCalls* calls)
 }
 
 StateFolder::~StateFolder() {
-  std::vector<int>& locks = Locks();
-  locks.erase(std::remove(locks.begin(), locks.end(), lock_.get()),
-              locks.end());
+  ForgetDescriptor(folder_.get());
+  ForgetDescriptor(lock_.get());
   // Also unlocks it in a child that has not closed its copy yet.
   static_cast<void>(flock(lock_.get(), LOCK_UN));
 }
@@ -178,6 +182,7 @@ void StateFolder::Lock() {
                          ? "is in use by another server" + OwnerOf(lock_.get())
                          : "cannot be locked: " + ErrorText());
   }
+  KeepFromChildren(folder_.get());
   KeepFromChildren(lock_.get());
   WriteOwner(lock_.get());
 }

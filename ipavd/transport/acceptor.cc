@@ -19,6 +19,7 @@
 
 #include "ipavd/transport/authorized_keys.h"
 #include "ipavd/transport/client.h"
+#include "ipavd/transport/confinement.h"
 #include "ipavd/transport/descriptor_passing.h"
 #include "ipavd/transport/host_key.h"
 #include "ipavd/transport/listeners.h"
@@ -42,6 +43,11 @@ void EndWith(pid_t parent) {
   if (getppid() != parent) _exit(EXIT_FAILURE);
 }
 
+void LogOldKeys(const std::exception& error) {
+  Log(Severity::kError,
+      std::string("the authorized keys stay as they were: ") + error.what());
+}
+
 std::string WordsFor(int signal) {
   switch (signal) {
     case SIGALRM:
@@ -62,31 +68,33 @@ unsigned RandomPercent() {
 class AcceptLoop {
  public:
   AcceptLoop(const AcceptorOptions& options, FileDescriptor unix_socket,
-             FileDescriptor ssh_socket, FileDescriptor control,
+             FileDescriptor ssh_socket, FileDescriptor control, Key host_key,
              AuthorizedKeys keys)
       : options_(options),
         logins_(options.logins),
         unix_(std::move(unix_socket)),
         ssh_(std::move(ssh_socket)),
         control_(std::move(control)),
+        host_key_(std::move(host_key)),
         keys_(std::move(keys)) {}
 
   [[noreturn]] void Run() {
-    // The reader of the log may have gone.
+    // SIGPIPE: the reader of the log may have gone. SIGHUP is for the server.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGHUP, SIG_IGN));
     while (true) {
-      std::array<pollfd, 4> fds{{{signals_.fd(), POLLIN, 0},
+      std::array<pollfd, 5> fds{{{signals_.fd(), POLLIN, 0},
                                  {logged_in_.mine.get(), POLLIN, 0},
+                                 {control_.get(), POLLIN, 0},
                                  {unix_.get(), POLLIN, 0},
                                  {ssh_.get(), POLLIN, 0}}};
       if (poll(fds.data(), fds.size(), -1) < 0) continue;
-      for (const int number : signals_.Take()) {
-        if (number == SIGHUP) Reload();
-      }
+      static_cast<void>(signals_.Take());
+      ReadKeys();
       NoteLogins();
       Reap();
-      if ((fds[2].revents & POLLIN) != 0) AcceptUnix();
-      if ((fds[3].revents & POLLIN) != 0) AcceptSsh();
+      if ((fds[3].revents & POLLIN) != 0) AcceptUnix();
+      if ((fds[4].revents & POLLIN) != 0) AcceptSsh();
     }
   }
 
@@ -96,16 +104,16 @@ class AcceptLoop {
     std::string client;  // for the log
   };
 
-  void Reload() {
-    if (!options_.ssh.has_value()) return;
+  // Of a file that the server has opened: this process cannot.
+  void ReadKeys() {
+    const auto passed = ReceiveConnection(control_.get());
+    if (!passed.has_value()) return;
     try {
-      keys_ = AuthorizedKeys::FromFile(options_.ssh->authorized_keys);
+      keys_ = AuthorizedKeys(passed->connection, options_.ssh->authorized_keys);
       Log(Severity::kNotice,
           "authorized keys read again: " + std::to_string(keys_.size()));
     } catch (const std::exception& error) {
-      Log(Severity::kError,
-          std::string("the authorized keys stay as they were: ") +
-              error.what());
+      LogOldKeys(error);
     }
   }
 
@@ -189,7 +197,7 @@ class AcceptLoop {
 
   // What a relay process does from its start to its end.
   [[noreturn]] void Serve(FileDescriptor socket, bool is_ssh, pid_t parent) {
-    for (const int number : {SIGHUP, SIGTERM, SIGCHLD}) {
+    for (const int number : {SIGTERM, SIGCHLD}) {
       static_cast<void>(std::signal(number, SIG_DFL));
     }
     EndWith(parent);
@@ -198,7 +206,7 @@ class AcceptLoop {
     Client client({control_.get(), logged_in_.theirs.get()}, options_);
     try {
       if (is_ssh) {
-        client.ServeSsh(std::move(socket), keys_);
+        client.ServeSsh(std::move(socket), host_key_, keys_);
       } else {
         client.ServeUnix(std::move(socket));
       }
@@ -210,13 +218,14 @@ class AcceptLoop {
   }
 
   const AcceptorOptions& options_;
-  const Signals signals_{{SIGHUP, SIGCHLD}};
+  const Signals signals_{{SIGCHLD}};
   // Relays send their process number when their clients have logged in.
   const SocketPair logged_in_ = MakeSocketPair(SOCK_DGRAM);
   Logins logins_;
   FileDescriptor unix_;
   FileDescriptor ssh_;
   FileDescriptor control_;
+  const Key host_key_;
   AuthorizedKeys keys_;
   std::map<pid_t, RelayProcess> relays_;
 };
@@ -225,11 +234,14 @@ class AcceptLoop {
 
 Acceptor::Acceptor(const AcceptorOptions& options) {
   // 1. Everything that may fail, while the caller can still get the error.
+  Key host_key;
   AuthorizedKeys keys;
   FileDescriptor ssh;
   if (options.ssh.has_value()) {
-    keys = AuthorizedKeys::FromFile(options.ssh->authorized_keys);
-    EnsureHostKey(options.ssh->host_key);
+    authorized_keys_ = options.ssh->authorized_keys;
+    keys =
+        AuthorizedKeys(OpenAuthorizedKeys(authorized_keys_), authorized_keys_);
+    host_key = HostKey(options.ssh->host_key);
     ssh = ListenTcp(options.ssh->address, options.ssh->port);
     ssh_name_ = NameOfSocket(ssh.get());
   }
@@ -242,10 +254,11 @@ Acceptor::Acceptor(const AcceptorOptions& options) {
   pid_ = fork();
   if (pid_ < 0) throw std::runtime_error("no process can be made");
   if (pid_ > 0) return;
+  DropPrivileges();
   EndWith(parent);
   control_.Close();
   AcceptLoop(options, std::move(unix_socket), std::move(ssh),
-             std::move(control.theirs), std::move(keys))
+             std::move(control.theirs), std::move(host_key), std::move(keys))
       .Run();
 }
 
@@ -256,7 +269,13 @@ Acceptor::~Acceptor() {
 }
 
 void Acceptor::Reload() const {
-  if (pid_ > 0) kill(pid_, SIGHUP);
+  if (authorized_keys_.empty()) return;
+  try {
+    SendConnection(control_.get(), {"authorized keys", "", "", "",
+                                    OpenAuthorizedKeys(authorized_keys_)});
+  } catch (const std::exception& error) {
+    LogOldKeys(error);
+  }
 }
 
 bool Acceptor::is_alive() {

@@ -1,7 +1,7 @@
 // The process that accepts clients. It listens, and forks a relay process for
 // each client, which passes one end of a new connection to the server when the
-// client has logged in. It holds none of the server's data. Only the relay of a
-// client ever waits for that client.
+// client has logged in. It holds none of the server's data, and few rights
+// (confinement.h). Only the relay of a client ever waits for that client.
 #ifndef IPAV_IPAVD_TRANSPORT_ACCEPTOR_H_
 #define IPAV_IPAVD_TRANSPORT_ACCEPTOR_H_
 
@@ -57,6 +57,7 @@ class Acceptor {
 
  private:
   std::string ssh_name_;
+  std::string authorized_keys_;  // file; empty without SSH
   base::FileDescriptor control_;
   pid_t pid_ = -1;
 };

@@ -1,10 +1,11 @@
 #include "ipavd/transport/authorized_keys.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
+#include <array>
 #include <sstream>
 #include <stdexcept>
 
@@ -42,16 +43,15 @@ Key ParseLine(const std::string& line) {
   return key;
 }
 
-// A user who may change the file could log in.
-void CheckFile(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) throw FileError(path);
-  if (S_ISDIR(status.st_mode)) {
-    throw std::runtime_error(path + ": is a folder");
+std::string ReadAll(const base::FileDescriptor& file, const std::string& path) {
+  std::string text;
+  std::array<char, 4096> part{};
+  for (;;) {
+    const ssize_t count = read(file.get(), part.data(), part.size());
+    if (count < 0) throw FileError(path);
+    if (count == 0) return text;
+    text.append(part.data(), static_cast<std::size_t>(count));
   }
-  if (!S_ISREG(status.st_mode)) return;
-  const std::string fault = base::WhyOthersMayChange(path);
-  if (!fault.empty()) throw std::runtime_error(path + ": " + fault);
 }
 
 }  // namespace
@@ -70,23 +70,34 @@ std::string Fingerprint(ssh_key key) {
   return fingerprint;
 }
 
-AuthorizedKeys AuthorizedKeys::FromFile(const std::string& path) {
-  CheckFile(path);
-  std::ifstream file(path);
-  if (!file) throw FileError(path);
-  AuthorizedKeys keys;
+base::FileDescriptor OpenAuthorizedKeys(const std::string& path) {
+  base::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status {};
+  if (file.get() < 0 || fstat(file.get(), &status) != 0) throw FileError(path);
+  if (S_ISDIR(status.st_mode)) {
+    throw std::runtime_error(path + ": is a folder");
+  }
+  if (!S_ISREG(status.st_mode)) return file;
+  // A user who may change the file could log in.
+  const std::string fault = base::WhyOthersMayChange(path);
+  if (!fault.empty()) throw std::runtime_error(path + ": " + fault);
+  return file;
+}
+
+AuthorizedKeys::AuthorizedKeys(const base::FileDescriptor& file,
+                               const std::string& path) {
+  std::istringstream lines(ReadAll(file, path));
   std::string line;
-  for (unsigned long number = 1; std::getline(file, line); ++number) {
+  for (unsigned long number = 1; std::getline(lines, line); ++number) {
     const std::size_t start = line.find_first_not_of(" \t\r");
     if (start == std::string::npos || line[start] == '#') continue;
     try {
-      keys.keys_.push_back(ParseLine(line));
+      keys_.push_back(ParseLine(line));
     } catch (const std::runtime_error& error) {
       throw std::runtime_error(path + ":" + std::to_string(number) + ": " +
                                error.what());
     }
   }
-  return keys;
 }
 
 bool AuthorizedKeys::Has(ssh_key key) const {

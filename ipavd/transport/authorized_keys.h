@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/base/c_ptr.h"
+#include "host/base/file_descriptor.h"
 
 namespace ipav::transport {
 
@@ -26,13 +27,19 @@ inline std::runtime_error FileError(const std::string& path) {
 // memory.
 std::string Fingerprint(ssh_key key);
 
+// Opens a file of authorized keys. Throws std::runtime_error, also if another
+// user may change the file.
+base::FileDescriptor OpenAuthorizedKeys(const std::string& path);
+
 class AuthorizedKeys {
  public:
-  // One key per line: TYPE BASE64 [COMMENT]. Every line must let somebody in:
-  // one with options is refused, since this server does not implement them, as
-  // is one with a certificate or with two keys. The file is refused if another
-  // user may change it. Throws std::runtime_error with file and line.
-  static AuthorizedKeys FromFile(const std::string& path);
+  AuthorizedKeys() = default;
+
+  // Reads an open file, which `path` names in errors. One key per line: TYPE
+  // BASE64 [COMMENT]. Every line must let somebody in: one with options is
+  // refused, since this server does not implement them, as is one with a
+  // certificate or with two keys. Throws std::runtime_error with file and line.
+  AuthorizedKeys(const base::FileDescriptor& file, const std::string& path);
 
   bool Has(ssh_key key) const;
   std::size_t size() const { return keys_.size(); }

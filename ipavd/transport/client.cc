@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/base/utf8.h"
+#include "ipavd/transport/confinement.h"
 #include "ipavd/transport/listeners.h"
 #include "ipavd/transport/socket_stream.h"
 #include "ipavd/transport/ssh_stream.h"
@@ -48,18 +49,21 @@ std::string ToName(const std::string& user) {
 void Client::ServeUnix(FileDescriptor socket) {
   name_ = "client on the UNIX socket";
   const std::string user = UserOf(socket.get());
+  AllowOnlyRelaying();
   SocketStream stream(std::move(socket));
   Carry(&stream, PassToServer({"unix", user, "", "", FileDescriptor()}));
 }
 
-void Client::ServeSsh(FileDescriptor socket, const AuthorizedKeys& keys) {
+void Client::ServeSsh(FileDescriptor socket, const Key& host_key,
+                      const AuthorizedKeys& keys) {
   const std::string host = HostOfPeer(socket.get());
   name_ = "SSH client " + NameOfPeer(socket.get());
+  AllowOnlyRelaying();
   // The library blocks during the login: a timeout has to end the process.
   const auto seconds =
       std::chrono::ceil<std::chrono::seconds>(options_.limits.login);
   alarm(static_cast<unsigned>(seconds.count()));
-  SshStream stream(std::move(socket), options_.ssh->host_key, keys);
+  SshStream stream(std::move(socket), host_key, keys);
   alarm(0);
   Carry(&stream, PassToServer({"netconf-ssh", ToName(stream.user()), host,
                                stream.key(), FileDescriptor()}));

@@ -28,7 +28,8 @@ class Client {
   // Return when the client or the server ends the session. Both throw
   // std::runtime_error for a client that does something wrong.
   void ServeUnix(base::FileDescriptor socket);
-  void ServeSsh(base::FileDescriptor socket, const AuthorizedKeys& keys);
+  void ServeSsh(base::FileDescriptor socket, const Key& host_key,
+                const AuthorizedKeys& keys);
 
   // For the log; may be called after an error.
   const std::string& name() const { return name_; }

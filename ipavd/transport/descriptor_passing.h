@@ -20,6 +20,8 @@ struct SocketPair {
 // `type` as of socket(2). Throws std::system_error.
 SocketPair MakeSocketPair(int type);
 
+// In the other direction, the server passes the open file of authorized keys;
+// then all texts but the first are empty.
 struct PassedConnection {
   std::string transport;  // "netconf-ssh" or "unix"
   std::string user;

@@ -10,7 +10,6 @@
 #include <stdexcept>
 
 #include "host/base/file_descriptor.h"
-#include "ipavd/transport/authorized_keys.h"
 
 namespace ipav::transport {
 
@@ -36,14 +35,14 @@ std::string Take(char* text) {
   return taken;
 }
 
-void MakeKey(const std::string& path) {
+Key MakeKey(const std::string& path) {
   ssh_key made = nullptr;
   char* secret = nullptr;
   char* open_part = nullptr;
   if (ssh_pki_generate(SSH_KEYTYPE_ECDSA_P256, 256, &made) != SSH_OK) {
     throw std::runtime_error(path + ": no host key can be made");
   }
-  const Key key(made);
+  Key key(made);
   if (ssh_pki_export_privkey_base64(made, nullptr, nullptr, nullptr, &secret) !=
       SSH_OK) {
     throw std::runtime_error(path + ": no host key can be made");
@@ -57,16 +56,16 @@ void MakeKey(const std::string& path) {
                 Take(open_part) + "\n",
             0644);
   WriteFile(path, private_text, 0600);
+  return key;
 }
 
 }  // namespace
 
-void EnsureHostKey(const std::string& path) {
+Key HostKey(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     if (errno != ENOENT) throw FileError(path);
-    MakeKey(path);
-    return;
+    return MakeKey(path);
   }
   if ((status.st_mode & 077U) != 0) {
     throw std::runtime_error(path + ": others may read it; chmod 600 it");
@@ -76,7 +75,7 @@ void EnsureHostKey(const std::string& path) {
                                   &read) != SSH_OK) {
     throw std::runtime_error(path + ": not a private key");
   }
-  const Key key(read);
+  return Key(read);
 }
 
 }  // namespace ipav::transport

@@ -46,7 +46,7 @@ void AwaitEnd(int socket) {
 
 }  // namespace
 
-SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
+SshStream::SshStream(base::FileDescriptor socket, const Key& host_key,
                      const AuthorizedKeys& keys)
     : keys_(&keys), session_(ssh_new()) {
   ssh_set_log_level(SSH_LOG_NOLOG);
@@ -54,7 +54,9 @@ SshStream::SshStream(base::FileDescriptor socket, const std::string& host_key,
   const Bind bind(ssh_bind_new());
   const bool no_files = false;
   ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_PROCESS_CONFIG, &no_files);
-  ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_HOSTKEY, host_key.c_str());
+  // It takes ownership of the copy.
+  ssh_bind_options_set(bind.get(), SSH_BIND_OPTIONS_IMPORT_KEY,
+                       ssh_key_dup(host_key.get()));
   const int fd = fcntl(socket.get(), F_DUPFD_CLOEXEC, 0);
   if (fd < 0 || ssh_bind_accept_fd(bind.get(), session_.get(), fd) != SSH_OK) {
     throw std::runtime_error("no SSH connection: " +

@@ -21,7 +21,7 @@ class SshStream : public ByteStream {
   // Waits until the client has logged in with one of the keys and has asked for
   // the subsystem. Throws std::runtime_error when it fails. The keys are
   // borrowed during the call.
-  SshStream(base::FileDescriptor socket, const std::string& host_key,
+  SshStream(base::FileDescriptor socket, const Key& host_key,
             const AuthorizedKeys& keys);
   ~SshStream() override;
 

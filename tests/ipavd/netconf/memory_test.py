@@ -149,11 +149,16 @@ class MemoryTest(ServerTest):
 
     def setUp(self):
         super().setUp()
+        # The processes of clients run as another user if this is root.
+        self.logs = self.folder / "logs"
+        self.logs.mkdir()
+        self.logs.chmod(0o1777)
+        self.folder.chmod(0o711)
         valgrind = [
             os.environ.get("IPAV_VALGRIND", "valgrind"), "--quiet",
             "--leak-check=full", "--show-leak-kinds=definite,indirect",
             "--num-callers=40",
-            f"--log-file={self.folder}/valgrind.%p"]
+            f"--log-file={self.logs}/valgrind.%p"]
         self.server = self.serve_ssh(under=valgrind)
 
     def call_all(self, client):
@@ -167,10 +172,12 @@ class MemoryTest(ServerTest):
 
     def assert_nothing_found(self):
         """By any process that there was, in all of its life."""
-        logs = list(self.folder.glob("valgrind.*"))
+        logs = list(self.logs.iterdir())
         self.assertGreater(len(logs), 20)
         for log in logs:
-            self.assertEqual(log.read_text(), "", log.name)
+            # Lines with "--" say that valgrind does not know a system call.
+            self.assertEqual([line for line in log.read_text().splitlines()
+                              if not line.startswith("--")], [], log.name)
 
     def test_is_used_rightly_and_given_back(self):
         # 1. All operations, twice, in both framings.

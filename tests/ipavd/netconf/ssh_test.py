@@ -1,6 +1,7 @@
 """The server over SSH, with ncclient."""
 
 import contextlib
+import os
 import pathlib
 import signal
 import socket
@@ -31,6 +32,11 @@ def has_ipv6():
         except OSError:
             return False
     return True
+
+
+def children(process):
+    tasks = pathlib.Path(f"/proc/{process}/task/{process}/children")
+    return [int(child) for child in tasks.read_text().split()]
 
 
 class SshTest(ServerTest):
@@ -161,6 +167,27 @@ class SshTest(ServerTest):
                 users = [part.text for part in reply.iter()
                          if part.tag.endswith("}username")]
                 self.assertEqual(users[-1], shown)
+
+    def test_confines_the_processes_of_its_clients(self):
+        server = self.serve_ssh()
+        self.connect(server)
+        self.raw(server)
+        acceptor, = children(server.process.pid)
+        relays = children(acceptor)
+        self.assertEqual(len(relays), 2)
+        for process in [acceptor, *relays]:
+            folder = pathlib.Path(f"/proc/{process}")
+            files = [os.readlink(file) for file in (folder / "fd").iterdir()]
+            self.assertEqual([file for file in files if file.startswith(
+                f"{self.folder}/state/")], [])
+            status = dict(line.split(":\t", 1) for line in
+                          (folder / "status").read_text().splitlines())
+            self.assertEqual(status["NoNewPrivs"], "1")
+            self.assertEqual(status["Seccomp"],
+                             "2" if process in relays else "0")
+            if os.geteuid() == 0:
+                self.assertEqual(status["Uid"].split(), ["65534"] * 4)
+                self.assertEqual(status["Groups"].split(), [])
 
     def test_gives_no_shell_and_no_other_subsystem(self):
         server = self.serve_ssh()

@@ -31,13 +31,17 @@ Key MakeKey(ssh_keytypes_e type = SSH_KEYTYPE_ED25519) {
 
 class AuthorizedKeysTest : public testing::FolderTest {
  protected:
-  AuthorizedKeys Read(const std::string& text) const {
-    return AuthorizedKeys::FromFile(Write("keys", text));
+  static AuthorizedKeys FromFile(const std::string& path) {
+    return AuthorizedKeys(OpenAuthorizedKeys(path), path);
   }
 
-  std::string Refusal(const std::string& path) const {
+  AuthorizedKeys Read(const std::string& text) const {
+    return FromFile(Write("keys", text));
+  }
+
+  static std::string Refusal(const std::string& path) {
     try {
-      static_cast<void>(AuthorizedKeys::FromFile(path));
+      static_cast<void>(FromFile(path));
     } catch (const std::runtime_error& error) {
       return std::string(error.what()).substr(path.size());
     }
@@ -61,7 +65,7 @@ TEST_F(AuthorizedKeysTest, HasTheKeysOfItsLinesAndNoOther) {
 
 TEST_F(AuthorizedKeysTest, AnEmptyFileHasNone) {
   EXPECT_FALSE(Read("").Has(known_.get()));
-  EXPECT_EQ(AuthorizedKeys::FromFile("/dev/null").size(), 0U);
+  EXPECT_EQ(FromFile("/dev/null").size(), 0U);
 }
 
 TEST_F(AuthorizedKeysTest, RefusesALineWithoutAKeyByItsNumber) {

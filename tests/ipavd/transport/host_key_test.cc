@@ -19,7 +19,7 @@ class HostKeyTest : public testing::FolderTest {
 };
 
 TEST_F(HostKeyTest, IsMadeForItsOwnerAlone) {
-  EnsureHostKey(path_);
+  static_cast<void>(HostKey(path_));
   struct stat status {};
   ASSERT_EQ(stat(path_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
@@ -27,22 +27,23 @@ TEST_F(HostKeyTest, IsMadeForItsOwnerAlone) {
 }
 
 TEST_F(HostKeyTest, IsMadeOnlyOnce) {
-  EnsureHostKey(path_);
+  const Key made = HostKey(path_);
   const std::string before = ReadFile(path_);
   ASSERT_FALSE(before.empty());
-  EnsureHostKey(path_);
+  const Key read = HostKey(path_);
   EXPECT_EQ(ReadFile(path_), before);
+  EXPECT_EQ(ssh_key_cmp(made.get(), read.get(), SSH_KEY_CMP_PRIVATE), 0);
 }
 
 TEST_F(HostKeyTest, IsRefusedWhenOthersMayReadIt) {
-  EnsureHostKey(path_);
+  static_cast<void>(HostKey(path_));
   ASSERT_EQ(chmod(path_.c_str(), 0640), 0);
-  EXPECT_THROW(EnsureHostKey(path_), std::runtime_error);
+  EXPECT_THROW(HostKey(path_), std::runtime_error);
 }
 
 TEST_F(HostKeyTest, IsRefusedWhenItIsNotAKey) {
   ASSERT_EQ(chmod(Write("host_key", "none").c_str(), 0600), 0);
-  EXPECT_THROW(EnsureHostKey(path_), std::runtime_error);
+  EXPECT_THROW(HostKey(path_), std::runtime_error);
 }
 
 }  // namespace

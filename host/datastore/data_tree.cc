@@ -11,6 +11,7 @@
 
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/well_formed.h"
+#include "host/source/input_errors.h"
 
 namespace ipav::datastore {
 
@@ -157,14 +158,6 @@ const lyd_node* FindDuplicate(const lyd_node* siblings) {
   return nullptr;
 }
 
-void RefuseDuplicates(const lyd_node* siblings, const std::string& path) {
-  const lyd_node* duplicate = FindDuplicate(siblings);
-  if (duplicate == nullptr) return;
-  throw InputError(path, std::string("Duplicate instance of \"") +
-                             duplicate->schema->name +
-                             "\", its keys in another form.");
-}
-
 }  // namespace
 
 DataTree DataTree::FromFile(const Model& model, const std::string& path,
@@ -180,8 +173,11 @@ DataTree DataTree::FromText(const Model& model, const InputText& text,
   const bool is_parsed = result.Parse(text.data().data(), text.format);
   if (is_parsed) RequireWellFormed(text);
   const base::Duration parse = watch.Lap();
-  if (!is_parsed || !result.Validate()) throw result.ErrorOf(text);
-  RefuseDuplicates(result.tree_.get(), text.path);
+  if (!is_parsed || !result.Complete()) {
+    // The search for all errors needs a text that is well-formed.
+    RequireWellFormed(text);
+    throw source::FindInputErrors(model, text);
+  }
   if (times != nullptr) {
     times->parse = parse;
     times->validation = watch.Lap();
@@ -222,19 +218,6 @@ bool DataTree::Validate() {
   const LY_ERR error = lyd_validate_all(&tree, model_->context(), 0, nullptr);
   tree_.reset(tree);
   return error == LY_SUCCESS;
-}
-
-InputError DataTree::ErrorOf(const InputText& text) {
-  lyd_node* tree = nullptr;
-  ClearErrors(model_->context());
-  static_cast<void>(lyd_parse_data_mem(model_->context(), text.data().data(),
-                                       text.format, LYD_PARSE_STRICT, 0,
-                                       &tree));
-  tree_.reset(tree);
-  const std::string_view skipped(text.bytes.data(), text.start);
-  return FirstError(model_->context(), text.path,
-                    static_cast<unsigned long>(
-                        std::count(skipped.begin(), skipped.end(), '\n')));
 }
 
 DataTree DataTree::Empty(const Model& model) {

@@ -86,10 +86,6 @@ class DataTree {
   bool Parse(const char* text, LYD_FORMAT format);
   bool Validate();
 
-  // Why one of them failed. libyang knows the line of an invalid node only if
-  // it does both steps at once.
-  InputError ErrorOf(const InputText& text);
-
   // Looks at the entry that was found last, or the one of the list that
   // contains it, and at the next one: callers often read one entry after
   // another.

@@ -7,8 +7,8 @@
 
 namespace ipav::datastore {
 
-// what() is one line: "FILE:LINE: reason", or "FILE: reason" if no line is
-// known.
+// what() is one line: "FILE:LINE:COLUMN: reason", or "FILE: reason" if no place
+// is known.
 class InputError : public std::runtime_error {
  public:
   InputError(const std::string& file, const std::string& reason)
@@ -16,6 +16,9 @@ class InputError : public std::runtime_error {
   InputError(const std::string& file, unsigned long line,
              const std::string& reason)
       : std::runtime_error(file + ":" + std::to_string(line) + ": " + reason) {}
+  InputError(const std::string& file, unsigned long line, unsigned long column,
+             const std::string& reason)
+      : InputError(file + ":" + std::to_string(line), column, reason) {}
 };
 
 }  // namespace ipav::datastore

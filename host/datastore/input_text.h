@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/datastore/input_error.h"
+
 namespace ipav::datastore {
 
 struct InputText {
@@ -20,6 +22,19 @@ struct InputText {
     return std::string_view{bytes}.substr(start);
   }
 };
+
+// A place in a file: its line and, in characters, its column, both from 1.
+struct Position {
+  unsigned long line = 0;
+  unsigned long column = 0;
+};
+
+// The position of that byte of a file.
+Position PositionAt(std::string_view bytes, std::size_t at);
+
+// An error at that byte of a file.
+InputError ErrorAt(const std::string& path, std::string_view bytes,
+                   std::size_t at, const std::string& reason);
 
 // The bytes of that file, XML (RFC 7950) or JSON (RFC 7951), distinguished by
 // their first character. Throws InputError if the text is invalid in any model.

@@ -46,16 +46,22 @@ Place PlaceOf(const ly_err_item& error) {
 
 InputError FirstError(const ly_ctx* context, const std::string& file,
                       unsigned long skipped_lines) {
+  const std::string reason = FirstReason(context);
   const ly_err_item* error = ly_err_first(context);
-  if (error == nullptr) return {file, "unknown error of the YANG library"};
+  if (error == nullptr) return {file, reason};
 
   // The line is more useful than the path, which is wrong in libyang 2.1 for
   // duplicate entries.
   const Place place = PlaceOf(*error);
-  const std::string reason = OneLine(error->msg);
   if (place.line != 0) return {file, place.line + skipped_lines, reason};
   if (place.path.empty()) return {file, reason};
   return {file, reason + " (" + OneLine(place.path) + ")"};
+}
+
+std::string FirstReason(const ly_ctx* context) {
+  const ly_err_item* error = ly_err_first(context);
+  return error == nullptr ? "unknown error of the YANG library"
+                          : OneLine(error->msg);
 }
 
 void ClearErrors(const ly_ctx* context) {

@@ -16,6 +16,9 @@ namespace ipav::datastore {
 InputError FirstError(const ly_ctx* context, const std::string& file,
                       unsigned long skipped_lines = 0);
 
+// Its text, on one line.
+std::string FirstReason(const ly_ctx* context);
+
 void ClearErrors(const ly_ctx* context);
 
 }  // namespace ipav::datastore

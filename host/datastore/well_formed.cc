@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/base/c_ptr.h"
+#include "host/base/utf8.h"
 #include "host/datastore/input_error.h"
 
 namespace ipav::datastore {
@@ -142,18 +143,59 @@ std::size_t BehindDeclaration(const InputText& text) {
   return end == std::string::npos ? bytes.size() : end + 2;
 }
 
-// Reads a text piece by piece, and only checks whether it is well-formed XML.
+// YANG data may have several top elements, an XML document has one: the content
+// is read within an added root.
+constexpr std::string_view kOpening = "<data>";
+constexpr std::string_view kEnding = "</data>";
+
+// Reads the content of a text, and only checks whether it is well-formed XML.
 class XmlListener {
  public:
-  XmlListener() {
+  XmlListener(const InputText& text, std::size_t start)
+      : text_(text), start_(start) {
     xmlSAXHandler handler{};
     handler.initialized = XML_SAX2_MAGIC;
-    handler.serror = [](void*, xmlErrorPtr) {};
-    parser_.reset(
-        xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, nullptr));
+    handler.serror = Keep;
+    parser_.reset(xmlCreatePushParserCtxt(&handler, this, nullptr, 0, nullptr));
     if (parser_ == nullptr) throw std::bad_alloc();
     xmlCtxtUseOptions(parser_.get(),
                       XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_IGNORE_ENC);
+  }
+
+  // Throws InputError for content that is not XML.
+  void Listen() {
+    const std::string_view bytes = text_.bytes;
+    // The parser shall count the lines of the file.
+    const std::string lines(PositionAt(bytes, start_).line - 1, '\n');
+    if (!Hear(lines) || !Hear(kOpening) || !Hear(bytes.substr(start_))) {
+      throw Error();
+    }
+    if (parser_->nameNr > 1) {
+      throw ErrorAt(text_.path, bytes, bytes.size(),
+                    kReason + ": the text ends before </" + Current() + ">");
+    }
+    if (!Hear(kEnding, true)) throw Error();
+  }
+
+ private:
+  static inline const std::string kReason = "no well-formed XML";
+
+  // Keeps the first error: later ones are its consequences. Namespaces are
+  // checked with the data model.
+  static void Keep(void* self, xmlErrorPtr error) {
+    auto* listener = static_cast<XmlListener*>(self);
+    if (listener->error_line_ != 0 || error->domain != XML_FROM_PARSER) return;
+    listener->error_line_ = error->line;
+    listener->error_column_ = error->int2;
+    listener->is_mismatch_ = error->code == XML_ERR_TAG_NAME_MISMATCH;
+    const std::string_view message =
+        error->message == nullptr ? "" : error->message;
+    listener->message_ = message.substr(0, message.find('\n'));
+  }
+
+  // The local name of the element that is open.
+  std::string Current() const {
+    return reinterpret_cast<const char*>(parser_->name);
   }
 
   // False after input that is not XML.
@@ -170,9 +212,37 @@ class XmlListener {
     return true;
   }
 
-  const xmlError* error() const { return xmlCtxtGetLastError(parser_.get()); }
+  InputError Error() const {
+    const std::string_view bytes = text_.bytes;
+    std::string message = message_;
+    std::size_t at = ErrorPlace();
+    if (is_mismatch_) {
+      // The parser is after the end tag.
+      at = bytes.rfind('<', at - 1);
+      if (parser_->nameNr == 0) message = "an end tag without its start tag";
+    }
+    return ErrorAt(text_.path, bytes, at, kReason + ": " + message);
+  }
 
- private:
+  // The byte at the line and column of the error.
+  std::size_t ErrorPlace() const {
+    const std::string_view bytes = text_.bytes;
+    auto column = static_cast<std::size_t>(std::max(error_column_, 1)) - 1;
+    std::size_t line = 0;
+    for (int i = 1; i < error_line_; ++i) line = bytes.find('\n', line) + 1;
+    if (line <= start_) {
+      line = start_;  // after the added root
+      column -= std::min(column, kOpening.size());
+    }
+    return line + base::FirstCharacters(bytes.substr(line), column).size();
+  }
+
+  const InputText& text_;
+  const std::size_t start_;
+  int error_line_ = 0;
+  int error_column_ = 0;
+  bool is_mismatch_ = false;
+  std::string message_;
   base::CPtr<xmlParserCtxt, xmlFreeParserCtxt> parser_;
 };
 
@@ -185,29 +255,10 @@ bool IsPlainXml(std::string_view text) {
 
 void RequireWellFormed(const InputText& text) {
   if (text.format != LYD_XML) return;
-  // 1. Find the content after an XML declaration.
   const std::size_t start = BehindDeclaration(text);
-  const std::string_view content = std::string_view{text.bytes}.substr(start);
-  // 2. Parse it within a root, because YANG data may have several top elements.
   // The parser takes as long as libyang, so it is skipped for plain texts.
-  if (IsPlainXml(content)) return;
-  XmlListener listener;
-  if (listener.Hear("<data>") && listener.Hear(content) &&
-      listener.Hear("</data>", true)) {
-    return;
-  }
-  // 3. Report the error in one line.
-  const xmlError* error = listener.error();
-  std::string reason = "no well-formed XML";
-  auto line = static_cast<unsigned long>(
-      std::count(text.bytes.data(), text.bytes.data() + start, '\n'));
-  if (error != nullptr && error->message != nullptr) {
-    const std::string_view message = error->message;
-    reason += ": ";
-    reason += message.substr(0, message.find('\n'));
-    line += static_cast<unsigned long>(error->line);
-  }
-  throw InputError(text.path, line, reason);
+  if (IsPlainXml(std::string_view{text.bytes}.substr(start))) return;
+  XmlListener(text, start).Listen();
 }
 
 }  // namespace ipav::datastore

@@ -70,31 +70,41 @@ class JsonReader {
 
   bool start_object(std::size_t /*size*/) {
     const Span brace = tokens_.Take();
-    open_.push_back({open_.empty() ? SourceTree::kRoot : Add(brace), false});
+    open_.push_back({open_.empty() ? SourceTree::kRoot : Add(brace),
+                     false,
+                     0,
+                     0,
+                     {},
+                     0,
+                     0});
     return true;
   }
   bool key(const string_t& name) {
-    tokens_.Take();
+    head_ = tokens_.Take();
     const std::size_t colon = name.find(':');
+    // "@module:name" holds the metadata of the member "module:name".
+    const std::size_t mark = name.rfind('@', 0) == 0 ? 1 : 0;
     // libyang takes the module of the parent for an empty prefix, too.
-    if (colon == std::string::npos || colon == 0) {
+    if (colon == std::string::npos || colon == mark) {
       module_ = open_.back().node == SourceTree::kRoot
                     ? tree_->NumberOf("")
                     : tree_->ModuleOf(open_.back().node);
     } else {
-      module_ = tree_->NumberOf(std::string_view{name}.substr(0, colon));
+      module_ =
+          tree_->NumberOf(std::string_view{name}.substr(mark, colon - mark));
     }
-    const std::size_t local = colon == std::string::npos ? 0 : colon + 1;
-    name_ = tree_->NumberOf(std::string_view{name}.substr(local));
+    const std::size_t local = colon == std::string::npos ? mark : colon + 1;
+    name_ = tree_->NumberOf(name.substr(0, mark) + name.substr(local));
     return true;
   }
   bool end_object() { return Close(); }
 
   // Each element of an array is an instance of the array's member.
   bool start_array(std::size_t /*size*/) {
-    tokens_.Take();
+    const Span bracket = tokens_.Take();
     if (open_.empty()) return false;  // no YANG data
-    open_.push_back({open_.back().node, true, module_, name_});
+    open_.push_back({open_.back().node, true, module_, name_, head_,
+                     bracket.begin, tree_->size()});
     return true;
   }
   bool end_array() { return Close(); }
@@ -125,13 +135,20 @@ class JsonReader {
     bool is_array;
     std::uint32_t module = 0;
     std::uint32_t name = 0;
+    Span head;
+    std::size_t begin = 0;  // of an array
+    std::size_t nodes_before = 0;
   };
 
   SourceTree::Node Add(Span token) {
     const Open& around = open_.back();
-    return around.is_array
-               ? tree_->Add(around.node, around.module, around.name, token)
-               : tree_->Add(around.node, module_, name_, token);
+    const SourceTree::Node node =
+        around.is_array
+            ? tree_->Add(around.node, around.module, around.name, token)
+            : tree_->Add(around.node, module_, name_, token);
+    tree_->SetHead(node, around.is_array ? around.head : head_);
+    tree_->SetEnd(node, token.end);
+    return node;
   }
 
   bool Value(Span token, std::string_view value) {
@@ -146,13 +163,19 @@ class JsonReader {
   }
 
   bool Close() {
-    tokens_.Take();
-    const bool was_array = open_.back().is_array;
+    const Span bracket = tokens_.Take();
     const Open closed = open_.back();
     open_.pop_back();
-    if (was_array) {
+    if (closed.is_array) {
       module_ = closed.module;
       name_ = closed.name;
+      head_ = closed.head;
+      // The place of an empty array is needed if the model has a leaf there.
+      if (tree_->size() == closed.nodes_before) {
+        Add({closed.begin, bracket.end});
+      }
+    } else {
+      tree_->SetEnd(closed.node, bracket.end);
     }
     return true;
   }
@@ -162,6 +185,7 @@ class JsonReader {
   std::vector<Open> open_;
   std::uint32_t module_ = 0;  // of the member whose value follows
   std::uint32_t name_ = 0;
+  Span head_;
 };
 
 }  // namespace

@@ -4,7 +4,9 @@ namespace ipav::source {
 
 std::uint32_t SourceTree::NumberOf(std::string_view name) {
   const auto next = static_cast<std::uint32_t>(numbers_.size());
-  return numbers_.emplace(name, next).first->second;
+  const auto [entry, is_new] = numbers_.emplace(name, next);
+  if (is_new) texts_.push_back(&entry->first);
+  return entry->second;
 }
 
 std::uint32_t SourceTree::FindNumber(const std::string& name) const {
@@ -28,6 +30,15 @@ SourceTree::Node SourceTree::Add(Node parent, std::uint32_t module,
 void SourceTree::SetSpan(Node node, Span span) {
   items_[node].begin = static_cast<std::uint32_t>(span.begin);
   items_[node].end = static_cast<std::uint32_t>(span.end);
+}
+
+void SourceTree::SetHead(Node node, Span head) {
+  items_[node].head_begin = static_cast<std::uint32_t>(head.begin);
+  items_[node].head_end = static_cast<std::uint32_t>(head.end);
+}
+
+void SourceTree::SetEnd(Node node, std::size_t end) {
+  items_[node].whole_end = static_cast<std::uint32_t>(end);
 }
 
 void SourceTree::SetValue(Node node, std::string_view value) {

@@ -32,28 +32,10 @@ std::size_t Behind(std::string_view text, std::size_t at, std::size_t end,
                                          : std::min(found + mark.size(), end);
 }
 
-// The position after the blanks, comments and processing instructions before a
-// value.
-std::size_t SkipToValue(std::string_view text, Span content) {
-  std::size_t at = content.begin;
-  while (at < content.end) {
-    if (StandsAt(text, at, "<!--")) {
-      at = Behind(text, at, content.end, "-->");
-    } else if (StandsAt(text, at, "<?")) {
-      at = Behind(text, at, content.end, "?>");
-    } else if (std::strchr(kBlanks, text[at]) != nullptr) {
-      ++at;
-    } else {
-      break;
-    }
-  }
-  return at;
-}
-
 // The value between the tags of a leaf; empty if there is none.
 Span ValueIn(std::string_view text, Span content) {
   constexpr std::string_view kCdata = "<![CDATA[";
-  Span value{SkipToValue(text, content), content.end};
+  Span value{SkipToContent(text, content), content.end};
   if (value.begin == value.end) return content;  // blanks are a value, too
   if (StandsAt(text, value.begin, kCdata)) {
     value.begin += kCdata.size();
@@ -177,6 +159,7 @@ class XmlReader {
     }
     const SourceTree::Node node = tree_->Add(
         open_.back().node, tree_->NumberOf(uri), tree_->NumberOf(name), tag);
+    tree_->SetHead(node, tag);
     open_.push_back({node, tag, false});
   }
 
@@ -185,6 +168,7 @@ class XmlReader {
     if (open_.empty()) return;
     const Open element = open_.back();
     open_.pop_back();
+    if (!open_.empty()) tree_->SetEnd(element.node, Place());
     if (element.has_children) return;
     tree_->SetValue(element.node, value_);
     const std::size_t end = text_.rfind('<', Place() - 1);
@@ -214,6 +198,22 @@ class XmlReader {
 };
 
 }  // namespace
+
+std::size_t SkipToContent(std::string_view text, Span span) {
+  std::size_t at = span.begin;
+  while (at < span.end) {
+    if (StandsAt(text, at, "<!--")) {
+      at = Behind(text, at, span.end, "-->");
+    } else if (StandsAt(text, at, "<?")) {
+      at = Behind(text, at, span.end, "?>");
+    } else if (std::strchr(kBlanks, text[at]) != nullptr) {
+      ++at;
+    } else {
+      break;
+    }
+  }
+  return at;
+}
 
 void ReadXml(std::string_view text, std::size_t start, SourceTree* tree) {
   XmlReader(text, start, tree).Run();

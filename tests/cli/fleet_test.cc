@@ -235,7 +235,7 @@ TEST_F(FleetTest, ABadRunningConfigurationOfADeviceIsBadInputOfIt) {
   const std::string candidate = WriteAccepted("fleet/a/candidate.xml");
   const std::string bad = WriteBad("fleet/a/running.xml");
   EXPECT_EQ(Check().out,
-            BadInputLines(candidate, bad + ":1: neither XML nor JSON") +
+            BadInputLines(candidate, bad + ":1:1: neither XML nor JSON") +
                 Summary(0, 0, 1, 0));
 }
 
@@ -244,7 +244,7 @@ TEST_F(FleetTest, ABadRunningConfigurationOfAllOrABadPluginEndsTheRunOnce) {
   WriteAccepted("fleet/b.xml");
   const std::string bad = WriteBad("bad");
   EXPECT_THAT(Check({"--running", bad}),
-              IsBadInput(bad + ":1: neither XML nor JSON\n"));
+              IsBadInput(bad + ":1:1: neither XML nor JSON\n"));
   for (const char* format : kFormats) {
     EXPECT_THAT(Check({"--plugin", bad, "--format", format}),
                 IsBadInput(bad + ": "));

@@ -66,7 +66,7 @@ TEST_F(FormatsTest, JsonHasTheFindingOfARefusal) {
 
 TEST_F(FormatsTest, BadInputIsInTheReportAndOnStandardError) {
   const std::string file = WriteBad("a.xml");
-  const std::string error = file + ":1: neither XML nor JSON";
+  const std::string error = file + ":1:1: neither XML nor JSON";
   const ProgramResult result = Check("json", file);
   EXPECT_EQ(result.err, "ipav: " + error + "\n");
   const json device = DeviceOf(result, 2);
@@ -87,7 +87,7 @@ TEST_F(FormatsTest, ABadRunningConfigurationOfOneDeviceIsInItsReport) {
   EXPECT_EQ(
       DeviceOf(Check("json", WriteAccepted("a.xml"), {"--running", running}), 2)
           .at("inputError"),
-      running + ":1: neither XML nor JSON");
+      running + ":1:1: neither XML nor JSON");
 }
 
 TEST_F(FormatsTest, AFailedPlugInIsInEveryReport) {
@@ -215,7 +215,7 @@ TEST_F(FormatsTest, ATextFileHasBadInputToo) {
   const std::string output = folder_ / "report";
   EXPECT_EQ(Check("text", file, {"--output", output}).status, 2);
   EXPECT_EQ(ReadFile(output), file + ": not judged, bad input\n  " + file +
-                                  ":1: neither XML nor JSON\n");
+                                  ":1:1: neither XML nor JSON\n");
 }
 
 TEST_F(FormatsTest, AFullDiskEndsWithStatus2AndOneLine) {

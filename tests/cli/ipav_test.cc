@@ -352,7 +352,7 @@ TEST_F(IpavTest, ABadCandidateIsOneResultAmongTheOthers) {
   const ProcessResult result = CheckBranch(bad, {kRunning});
   EXPECT_EQ(result.status, 2);  // the gravest of all
   EXPECT_THAT(result.out, StartsWith(bad + ": not judged, bad input\n  " + bad +
-                                     ":3: Node \"frob\" not found"));
+                                     ":3:1: Node \"frob\" not found"));
   EXPECT_THAT(result.out,
               EndsWith("\n" + kRunning +
                        ": accepted (0 of 0 validation calls made)\n"));
@@ -566,7 +566,7 @@ TEST_F(IpavTest, AnUnusableFileIsNamed) {
       {{"check", none}, none + ": No such file or directory\n"},
       {{"check", empty}, empty + ": holds no configuration\n"},
       {{"check", "--running", bad, kRunning},
-       bad + ":3: Node \"frob\" not found"},
+       bad + ":3:1: Node \"frob\" not found"},
       {{"check", "--plugin", text, kRunning}, text},
       {{"check", "--plugin", none, kRunning}, none},
       {{"check", "--plugin", IPAV_NO_PLUGIN, kRunning},
@@ -589,31 +589,34 @@ TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
       // A file that is not a configuration.
       {"empty.xml", "", " is empty\n"},
       {"blank.json", " \n\t\n", " is empty\n"},
-      {"prose.txt", "interface l3 a\n", "1: neither XML nor JSON\n"},
+      {"prose.txt", "interface l3 a\n", "1:1: neither XML nor JSON\n"},
       {"nul.xml", L3Xml(std::string("<vrf>a\0b</vrf>", 14)),
-       "3: contains a NUL byte\n"},
-      {"latin1.xml", L3Xml("<vrf>caf\xe9</vrf>"), "3: is not UTF-8\n"},
+       "3:7: contains a NUL byte\n"},
+      {"latin1.xml", L3Xml("<vrf>caf\xe9</vrf>"), "3:9: is not UTF-8\n"},
       {"latin1.json", json + "\"ipapp:l3\": [{\"name\": \"caf\xe9\"}]}}}\n",
-       "4: is not UTF-8\n"},
-      {"truncated.xml", L3Xml("<vrf>a</vrf>").substr(0, 100), "3: "},
-      {"truncated.json", json, "4: "},
-      {"mismatched.xml", L3Xml("<vrf>a</vfr>"), "3: "},
+       "4:27: is not UTF-8\n"},
+      {"truncated.xml", L3Xml("<vrf>a</vrf>").substr(0, 100), "3:"},
+      {"truncated.json", json, "4:1: "},
+      {"mismatched.xml", L3Xml("<vrf>a</vfr>"), "3:7: "},
       // Data that the model refuses.
-      {"unknown.xml", L3Xml("<frob>1</frob>"), "3: Node \"frob\" not found"},
+      {"unknown.xml", L3Xml("<frob>1</frob>"), "3:1: Node \"frob\" not found"},
       {"address.xml",
-       L3Xml("<ipv4><address><ip>10.0.0.256/24</ip></address></ipv4>"), "3: "},
+       L3Xml("<ipv4><address><ip>10.0.0.256/24</ip></address></ipv4>"),
+       "3:20: "},
       {"range.xml",
        L3Xml("<ipv6><nd><ra>\n<max-interval>65536</max-interval>\n"
              "</ra></nd></ipv6>"),
-       "4: "},
+       "4:15: "},
       {"duplicate.xml",
        L3Xml("</l3>\n<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>"),
-       "5: Duplicate instance of \"l3\".\n"},
-      {"foreign.xml", "<config xmlns=\"urn:other\"/>\n", "1: "},
+       "4:37: Duplicate instance of \"l3\", name \"a\". The first one is in "
+       "line "
+       "2, column 37.\n"},
+      {"foreign.xml", "<config xmlns=\"urn:other\"/>\n", "1:1: "},
       {"type.json",
        "{\n\"vorplex-config:config\": {\"interface\": {\n"
        "\"ipapp:l3\": [{\"name\": 7}]}}}\n",
-       "3: "}};
+       "3:23: "}};
   for (const auto& [name, text, place] : cases) {
     const std::string file = Write(name, text);
     EXPECT_THAT(Ipav({"check", file}), IsBadInput(file + ":" + place));

@@ -459,7 +459,7 @@ TEST_F(Robustness, DeepXmlIsRefused) {
         l3 + Repeat("<ipv4>", depth), l3 + Repeat("<vrf>", depth),
         l3 + "<a xmlns='urn:x'>" + Repeat("<a>", depth)}) {
     const std::string file = Write("deep.xml", text);
-    EXPECT_THAT(Check({file}), IsBadInput(file + ":1: "));
+    EXPECT_THAT(Check({file}), IsBadInput(file + ":1:"));
   }
 }
 
@@ -485,7 +485,7 @@ TEST_F(Robustness, DeepJsonAndDeepDataOfAnyKindAreRefused) {
        {WriteData("data.xml", "<data>" + elements + "</data>"),
         WriteData("xml.xml", "<xml>" + elements + "</xml>"),
         Write("data.json", "{\"m:top\":{\"data\":" + objects + "}}")}) {
-    EXPECT_THAT(CheckWild({file}), IsBadInput(file + ": "));
+    EXPECT_THAT(CheckWild({file}), IsBadInput(file + ":1:"));
   }
 }
 
@@ -497,8 +497,9 @@ TEST_F(Robustness, ArraysInArraysAreRefusedBeforeTheYangLibrarySeesThem) {
                                  Repeat("]", depth) + "}}");
     EXPECT_THAT(
         CheckWild({file}),
-        IsBadInput(file +
-                   ": JSON arrays are nested deeper than YANG data are\n"));
+        IsBadInput(
+            file +
+            ":1:19: JSON arrays are nested deeper than YANG data are\n"));
   }
   const std::string file =
       Write("object.json", "{\"m:top\":{\"xml\":[{\"m:a\":[{\"m:b\":[1]}]}]}}");
@@ -564,16 +565,17 @@ TEST_F(Robustness, AFileThatIsNotAConfigurationIsNamedWithTheReason) {
       {"/dev/null", ": is empty\n"},
       {"/proc/self/mem", ": Input/output error\n"},
       {"/dev/stdin/x", ": "},
-      {utf16, ":1: "},
-      {"/bin/sh", ":1: "},
-      {bomb, ":1: "}};
+      {utf16, ":1:1: "},
+      {"/bin/sh", ":1:1: "},
+      {bomb, ":1:1: "}};
   for (const auto& [file, reason] : cases) {
     EXPECT_THAT(Check({file}), IsBadInput(file + reason));
   }
   EXPECT_THAT(Check({"--running", empty, "/dev/null"}),
               IsBadInput(empty + ": is a directory, not a file\n"));
   const std::string latin1 = WriteData("latin1.xml", "<nothing>\xe9</nothing>");
-  EXPECT_THAT(CheckWild({latin1}), IsBadInput(latin1 + ":1: is not UTF-8\n"));
+  EXPECT_THAT(CheckWild({latin1}),
+              IsBadInput(latin1 + ":1:29: is not UTF-8\n"));
 }
 
 TEST_F(Robustness, AFileThatMayNotBeReadIsNamedWithTheReason) {

@@ -171,7 +171,7 @@ TEST_F(ConvertTest, WritesNothingWhereTheInputIsWrong) {
   const std::string file = Write("a.xml", "<no/>");
   const std::string output = folder_ / "out.json";
   EXPECT_THAT(Ipav({"convert", file, "--output", output}),
-              IsBadInput(file + ":1: "));
+              IsBadInput(file + ":1:1: "));
   EXPECT_FALSE(fs::exists(output));
 }
 

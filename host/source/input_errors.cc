@@ -1,0 +1,104 @@
+#include "host/source/input_errors.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "host/datastore/constraints.h"
+#include "host/datastore/libyang_error.h"
+#include "host/datastore/libyang_ptr.h"
+#include "host/source/faults.h"
+
+namespace ipav::source {
+
+namespace {
+
+using datastore::ErrorAt;
+using datastore::InputError;
+using datastore::InputText;
+using datastore::Nodes;
+using datastore::PositionAt;
+
+// XML: text beside the top elements.
+void FindStrayText(Examined* text) {
+  if (!text->is_xml()) return;
+  const std::string_view bytes = text->text().bytes;
+  const SourceTree& tree = text->tree();
+  std::size_t begin = text->text().start;
+  for (SourceTree::Node node = tree.FirstChild(SourceTree::kRoot);;
+       node = tree.Next(node)) {
+    const bool is_last = node == SourceTree::kNone;
+    const std::size_t end = is_last ? bytes.size() : tree.HeadOf(node).begin;
+    const std::size_t at = SkipToContent(bytes, {begin, end});
+    if (at < end) text->Add(at, "Text outside of the elements.");
+    if (is_last) return;
+    begin = tree.EndOf(node);
+  }
+}
+
+// Step 3: constraints between nodes. Of the nodes that the first steps removed,
+// nothing is said.
+void FindViolations(Examined* text) {
+  // 1. The tree of what is left.
+  const ly_ctx* context = text->context();
+  lyd_node* first = nullptr;
+  if (lyd_parse_data_mem(context,
+                         text->fragments().text().c_str() + text->text().start,
+                         text->text().format, LYD_PARSE_STRICT | LYD_PARSE_ONLY,
+                         0, &first) != LY_SUCCESS) {
+    return;
+  }
+  static_cast<void>(lyd_new_implicit_all(&first, context, 0, nullptr));
+  const Nodes tree(first);
+  // 2. Each violation at its node, or at the nearest one that is in the text.
+  for (const datastore::Violation& violation :
+       datastore::FindViolations(context, tree.get(), text->unread())) {
+    const lyd_node* node = violation.node;
+    SourceTree::Node found = text->finder().Find(node);
+    while (found == SourceTree::kNone) {
+      node = lyd_parent(node);
+      found = text->finder().Find(node);
+    }
+    text->Add(node == nullptr
+                  ? text->text().start
+                  : text->tree()
+                        .SpanOf(text->finder().ShownOf(found, *node->schema))
+                        .begin,
+              violation.reason);
+  }
+}
+
+// The first error in libyang's words, at the line that it tells.
+InputError LibraryError(const ly_ctx* context, const InputText& text) {
+  datastore::ClearErrors(context);
+  lyd_node* first = nullptr;
+  static_cast<void>(lyd_parse_data_mem(context, text.data().data(), text.format,
+                                       LYD_PARSE_STRICT, 0, &first));
+  const Nodes owner(first);
+  return datastore::FirstError(context, text.path,
+                               PositionAt(text.bytes, text.start).line - 1);
+}
+
+}  // namespace
+
+InputError FindInputErrors(const datastore::Model& model,
+                           const InputText& text) {
+  // 1. The nodes that cannot be read, then what is wrong with the others.
+  Examined examined(model.context(), text);
+  FindStrayText(&examined);
+  FindUnreadable(&examined, kMaxErrors);
+  if (examined.faults().size() < kMaxErrors) {
+    FindDuplicates(&examined);
+    FindViolations(&examined);
+  }
+  // 2. Errors that only libyang knows.
+  std::vector<Fault>& faults = examined.faults();
+  if (faults.empty()) return LibraryError(model.context(), text);
+  // 3. All in the order of the text.
+  std::stable_sort(faults.begin(), faults.end(),
+                   [](const Fault& a, const Fault& b) { return a.at < b.at; });
+  return ErrorAt(text.path, text.bytes, faults.front().at,
+                 faults.front().reason);
+}
+
+}  // namespace ipav::source

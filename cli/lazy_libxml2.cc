@@ -51,9 +51,6 @@ xmlParserCtxt* xmlCreatePushParserCtxt(xmlSAXHandler* sax, void* user_data,
   return Call(__func__, xmlCreatePushParserCtxt, sax, user_data, chunk, size,
               filename);
 }
-xmlError* xmlCtxtGetLastError(void* ctx) {
-  return Call(__func__, xmlCtxtGetLastError, ctx);
-}
 int xmlCtxtUseOptions(xmlParserCtxt* ctxt, int options) {
   return Call(__func__, xmlCtxtUseOptions, ctxt, options);
 }

@@ -12,6 +12,7 @@
 #include "cli/exit_status.h"
 #include "cli/locations.h"
 #include "host/base/utf8.h"
+#include "host/datastore/input_error.h"
 
 namespace {
 
@@ -78,6 +79,11 @@ int Run(int argc, char** argv) {
   throw WithHelp(app, CLI::RequiredError("A command"));
 }
 
+void PrintError(const std::string& error) {
+  static_cast<void>(
+      std::fprintf(stderr, "ipav: %s\n", ipav::base::Printable(error).c_str()));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -88,9 +94,10 @@ int main(int argc, char** argv) {
       throw std::runtime_error("the report cannot be written");
     }
     return status;
+  } catch (const ipav::datastore::InputError& error) {
+    for (const std::string& each : error.errors()) PrintError(each);
   } catch (const std::exception& error) {
-    static_cast<void>(std::fprintf(
-        stderr, "ipav: %s\n", ipav::base::Printable(error.what()).c_str()));
-    return ipav::cli::kBadInput;
+    PrintError(error.what());
   }
+  return ipav::cli::kBadInput;
 }

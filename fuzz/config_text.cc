@@ -2,7 +2,7 @@
 // a whole commit. The targets config_xml and config_json are both made of this
 // file, as each has its own corpus and dictionary.
 //
-// Legal: an InputError of one line that names the file; or a configuration, and
+// Legal: an InputError of lines that name the file; or a configuration, and
 // for each call of the commit's plan verdict 0, or -1 with one text of the
 // point, or the exceptions for invalid texts in the OSPFv2 table and for a
 // short output interface name. No assertion: data that the model accepts has

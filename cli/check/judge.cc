@@ -106,6 +106,19 @@ std::vector<messages::Finding> FindingsOf(const DeviceReport& report,
   return finder.ExplainAll(report.outcome);
 }
 
+// The errors of the running configuration before those of the candidate.
+InputError WithErrorsOf(const Running& running, const InputError& candidate) {
+  std::vector<std::string> errors;
+  try {
+    static_cast<void>(running.Tree());
+  } catch (const InputError& error) {
+    errors = error.errors();
+  }
+  errors.insert(errors.end(), candidate.errors().begin(),
+                candidate.errors().end());
+  return InputError(std::move(errors));
+}
+
 DeviceReport ReportOn(const Device& device) {
   DeviceReport report;
   report.number = device.number;
@@ -114,10 +127,10 @@ DeviceReport ReportOn(const Device& device) {
   return report;
 }
 
-DeviceReport BadInput(const Device& device, const std::string& error) {
+DeviceReport BadInput(const Device& device, std::vector<std::string> errors) {
   DeviceReport report = ReportOn(device);
   report.status = kBadInput;
-  report.input_error = error;
+  report.input_errors = std::move(errors);
   return report;
 }
 
@@ -147,7 +160,8 @@ DeviceReport Judge::Commit(const Device& device,
   const auto read = [&] {
     const base::TimeLimit time = options_.limits.time;
     const ReadingTime limit(
-        time, time_over(BadInput(device, NotReadWithin(device.running, time))));
+        time,
+        time_over(BadInput(device, {NotReadWithin(device.running, time)})));
     return std::make_unique<const Running>(
         ReadRunning(model_, device.running, options_.limits.size));
   };
@@ -158,19 +172,18 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
                            const TimeOver& time_over) const {
   const auto late = [&](const std::string& file) {
     return time_over(
-        BadInput(device, NotReadWithin(file, options_.limits.time)));
+        BadInput(device, {NotReadWithin(file, options_.limits.time)}));
   };
-  // 1. Read the candidate. Where both files are wrong, the error is that of the
-  // running configuration.
+  // 1. Read the candidate. If it is wrong, the errors of the running
+  // configuration are reported, too.
   ReadingTimes times;
   std::optional<Candidate> candidate;
   try {
     candidate = ReadCandidate(model_, device.candidate, options_.limits,
                               late(device.candidate), &times);
-  } catch (const InputError&) {
+  } catch (const InputError& error) {
     const ReadingTime limit(options_.limits.time, late(device.running));
-    static_cast<void>(running.Tree());
-    throw;
+    throw WithErrorsOf(running, error);
   }
   // 2. Compare it with the running configuration.
   base::Stopwatch watch;
@@ -207,7 +220,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
 DeviceReport Judge::operator()(const Device& device,
                                const TimeOver& time_over) const {
   base::Stopwatch watch;
-  if (!device.problem.empty()) return BadInput(device, device.problem);
+  if (!device.problem.empty()) return BadInput(device, {device.problem});
   try {
     DeviceReport report = Commit(device, time_over);
     if (options_.timing) {
@@ -215,7 +228,7 @@ DeviceReport Judge::operator()(const Device& device,
     }
     return report;
   } catch (const InputError& error) {
-    return BadInput(device, error.what());
+    return BadInput(device, error.errors());
   }
 }
 

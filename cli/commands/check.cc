@@ -162,7 +162,11 @@ SharedRunning ReadShared(const Model& model, std::size_t devices,
 // --- Outputs
 
 LastWords OnStandardError(const DeviceReport& device) {
-  return {STDERR_FILENO, "ipav: " + base::Printable(device.input_error) + "\n"};
+  std::string lines;
+  for (const std::string& error : device.input_errors) {
+    lines += "ipav: " + base::Printable(error) + "\n";
+  }
+  return {STDERR_FILENO, std::move(lines)};
 }
 
 void PrintInputError(const DeviceReport& device) {

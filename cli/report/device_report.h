@@ -28,8 +28,9 @@ struct DeviceReport {
   std::string running;     // file; empty: no running configuration
   std::string candidate;   // file
   ExitStatus status = kAccepted;
-  std::string input_error;  // of kBadInput: one line, FILE:LINE: reason
-  commit::Outcome outcome;  // of all others
+  // Of kBadInput, at least one: FILE:LINE:COLUMN: reason.
+  std::vector<std::string> input_errors;
+  commit::Outcome outcome;                  // of all others
   std::vector<messages::Finding> findings;  // refusals, in their order
   // For the HTML page, made while both configurations are in memory. Empty if
   // no page is wanted, or if there was no commit.

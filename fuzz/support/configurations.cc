@@ -106,7 +106,9 @@ std::optional<DataTree> ReadConfiguration(const std::string& text) {
   try {
     return DataTree::FromFile(model, kFile.path());
   } catch (const InputError& error) {
-    RequireOneLineOf(kFile.path(), error.what());
+    for (const std::string& each : error.errors()) {
+      RequireOneLineOf(kFile.path(), each);
+    }
     return std::nullopt;
   }
 }

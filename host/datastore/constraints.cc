@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <utility>
 
 #include "host/base/c_ptr.h"
@@ -40,6 +41,28 @@ const char* ValueBelow(const lyd_node* entry, const lysc_node* leaf) {
     if (node == nullptr) return nullptr;
   }
   return lyd_get_value(node);
+}
+
+// The values of several leaves below an entry; none if it does not have all.
+std::optional<std::string> ValuesBelow(const lyd_node* entry,
+                                       lysc_node_leaf** leaves) {
+  std::string values;
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(leaves, i) {
+    const char* value = ValueBelow(entry, &leaves[i]->node);
+    if (value == nullptr) return std::nullopt;
+    values.append(value).append(1, '\0');
+  }
+  return values;
+}
+
+std::string NamesOf(lysc_node_leaf** leaves) {
+  std::string names;
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(leaves, i) {
+    names += std::string(i == 0 ? "" : " ") + leaves[i]->name;
+  }
+  return names;
 }
 
 class Checker {
@@ -224,21 +247,11 @@ class Checker {
     std::map<std::string, const lyd_node*> met;
     for (const lyd_node* entry = first; entry != nullptr;
          entry = NextEntry(entry)) {
-      std::string names;
-      std::string values;
-      bool is_complete = true;
-      LY_ARRAY_COUNT_TYPE i = 0;
-      LY_ARRAY_FOR(leaves, i) {
-        const char* value = ValueBelow(entry, &leaves[i]->node);
-        is_complete = is_complete && value != nullptr;
-        if (!is_complete) break;
-        names += (names.empty() ? "" : " ") + std::string(leaves[i]->name);
-        values.append(value).append(1, '\0');
-      }
-      if (!is_complete) continue;
-      const auto [other, is_new] = met.emplace(values, entry);
+      const std::optional<std::string> values = ValuesBelow(entry, leaves);
+      if (!values.has_value()) continue;
+      const auto [other, is_new] = met.emplace(*values, entry);
       if (is_new) continue;
-      Add(entry, "Unique data leaf(s) " + InQuotes(names) +
+      Add(entry, "Unique data leaf(s) " + InQuotes(NamesOf(leaves)) +
                      " not satisfied in " + InQuotes(PathOf(other->second)) +
                      " and " + InQuotes(PathOf(entry)) + ".");
     }

@@ -81,13 +81,14 @@ class JsonListener {
     return true;
   }
   bool start_array(std::size_t /*size*/) {
+    ++arrays_;
     // Counted without an object in between, with this one.
     const std::size_t arrays =
         (arrays_around_.empty() ? 0 : arrays_around_.back()) + 1;
     arrays_around_.push_back(arrays);
     if (arrays <= kMaxArraysInArrays) return true;
     error_ = "JSON arrays are nested deeper than YANG data are";
-    error_at_ = DeepArray();
+    error_at_ = LastArray();
     return false;
   }
   bool end_object() { return End(); }
@@ -118,26 +119,20 @@ class JsonListener {
     return true;
   }
 
-  // The parser does not tell where it is.
-  std::size_t DeepArray() const {
-    std::vector<std::size_t> arrays_around;
-    for (std::size_t at = 0; at < text_.size(); ++at) {
-      if (text_[at] == '"') {
-        while (text_[++at] != '"') at += text_[at] == '\\' ? 1U : 0U;
-      } else if (text_[at] == '{') {
-        arrays_around.push_back(0);
-      } else if (text_[at] == '[') {
-        arrays_around.push_back(
-            arrays_around.empty() ? 1 : arrays_around.back() + 1);
-        if (arrays_around.back() > kMaxArraysInArrays) return at;
-      } else if (text_[at] == ']' || text_[at] == '}') {
-        arrays_around.pop_back();
-      }
+  // Where the array starts that was met last. The parser does not tell.
+  std::size_t LastArray() const {
+    std::size_t left = arrays_;
+    std::size_t at = 0;
+    for (; left > 0; ++at) {
+      if (text_[at] == '[') --left;
+      if (text_[at] != '"') continue;
+      while (text_[++at] != '"') at += text_[at] == '\\' ? 1U : 0U;
     }
-    return 0;
+    return at - 1;
   }
 
   std::string_view text_;
+  std::size_t arrays_ = 0;                  // so far
   std::vector<std::size_t> arrays_around_;  // of each open array or object
   std::string error_;
   std::size_t error_at_ = 0;

@@ -148,6 +148,9 @@ std::size_t BehindDeclaration(const InputText& text) {
 constexpr std::string_view kOpening = "<data>";
 constexpr std::string_view kEnding = "</data>";
 
+// How each error starts.
+constexpr char kReason[] = "no well-formed XML: ";
+
 // Reads the content of a text, and only checks whether it is well-formed XML.
 class XmlListener {
  public:
@@ -172,14 +175,12 @@ class XmlListener {
     }
     if (parser_->nameNr > 1) {
       throw ErrorAt(text_.path, bytes, bytes.size(),
-                    kReason + ": the text ends before </" + Current() + ">");
+                    kReason + ("the text ends before </" + Current() + ">"));
     }
     if (!Hear(kEnding, true)) throw Error();
   }
 
  private:
-  static inline const std::string kReason = "no well-formed XML";
-
   // Keeps the first error: later ones are its consequences. Namespaces are
   // checked with the data model.
   static void Keep(void* self, xmlErrorPtr error) {
@@ -221,7 +222,7 @@ class XmlListener {
       at = bytes.rfind('<', at - 1);
       if (parser_->nameNr == 0) message = "an end tag without its start tag";
     }
-    return ErrorAt(text_.path, bytes, at, kReason + ": " + message);
+    return ErrorAt(text_.path, bytes, at, kReason + message);
   }
 
   // The byte at the line and column of the error.

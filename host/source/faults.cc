@@ -11,6 +11,12 @@ Examined::Examined(const ly_ctx* context, const datastore::InputText& text)
       fragments_(text.bytes, text.format == LYD_XML, &tree_) {
   if (text.bytes.size() > UINT32_MAX) return;
   (is_xml() ? ReadXml : ReadJson)(text.bytes, text.start, &tree_);
+  // Without the ends of all nodes, nothing can be examined.
+  for (std::size_t i = 1; i < tree_.size(); ++i) {
+    if (tree_.EndOf(static_cast<Node>(i)) != 0) continue;
+    tree_ = SourceTree();
+    return;
+  }
 }
 
 void Examined::Add(std::size_t at, std::string reason) {

@@ -6,7 +6,7 @@ namespace ipav::source {
 
 namespace {
 
-constexpr char kBlanks[] = " \t\r\n";
+constexpr char kJsonBlanks[] = " \t\r\n";
 
 // Line ends stay, so that all lines keep their numbers.
 void Blank(Span span, std::string* text) {
@@ -36,7 +36,7 @@ std::string Fragments::HeadOf(Node node) const {
 std::size_t Fragments::ArrayOf(Node node) const {
   if (is_xml_) return std::string::npos;
   const std::size_t colon = text_.find(':', tree_.HeadOf(node).end);
-  const std::size_t value = text_.find_first_not_of(kBlanks, colon + 1);
+  const std::size_t value = text_.find_first_not_of(kJsonBlanks, colon + 1);
   return value < tree_.SpanOf(node).begin ? value : std::string::npos;
 }
 
@@ -115,9 +115,9 @@ std::size_t Fragments::EndOfArray(std::size_t at) const {
 
 // The comma after a part that is removed; that before it if it is the last.
 void Fragments::RemoveComma(Span hole) {
-  std::size_t comma = text_.find_first_not_of(kBlanks, hole.end);
+  std::size_t comma = text_.find_first_not_of(kJsonBlanks, hole.end);
   if (comma == std::string::npos || text_[comma] != ',') {
-    comma = text_.find_last_not_of(kBlanks, hole.begin - 1);
+    comma = text_.find_last_not_of(kJsonBlanks, hole.begin - 1);
   }
   if (comma != std::string::npos && text_[comma] == ',') text_[comma] = ' ';
 }

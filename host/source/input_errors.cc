@@ -24,6 +24,7 @@ void FindStrayText(Examined* text) {
   if (!text->is_xml()) return;
   const std::string_view bytes = text->text().bytes;
   const SourceTree& tree = text->tree();
+  if (tree.FirstChild(SourceTree::kRoot) == SourceTree::kNone) return;
   std::size_t begin = text->text().start;
   for (SourceTree::Node node = tree.FirstChild(SourceTree::kRoot);;
        node = tree.Next(node)) {
@@ -86,8 +87,8 @@ InputError FindInputErrors(const datastore::Model& model,
   // 1. The nodes that cannot be read, then what is wrong with the others.
   Examined examined(model.context(), text);
   FindStrayText(&examined);
-  FindUnreadable(&examined, kMaxErrors);
-  if (examined.faults().size() < kMaxErrors) {
+  FindUnreadable(&examined, kMaxErrors + 1);
+  if (examined.faults().size() <= kMaxErrors) {
     FindDuplicates(&examined);
     FindViolations(&examined);
   }
@@ -97,8 +98,17 @@ InputError FindInputErrors(const datastore::Model& model,
   // 3. All in the order of the text.
   std::stable_sort(faults.begin(), faults.end(),
                    [](const Fault& a, const Fault& b) { return a.at < b.at; });
-  return ErrorAt(text.path, text.bytes, faults.front().at,
-                 faults.front().reason);
+  std::vector<std::string> errors;
+  for (const Fault& fault : faults) {
+    if (errors.size() == kMaxErrors) break;
+    errors.emplace_back(
+        ErrorAt(text.path, text.bytes, fault.at, fault.reason).what());
+  }
+  if (faults.size() > kMaxErrors) {
+    errors.push_back(text.path + ": more than " + std::to_string(kMaxErrors) +
+                     " errors, the others are not listed");
+  }
+  return InputError(std::move(errors));
 }
 
 }  // namespace ipav::source

@@ -12,7 +12,8 @@
 
 namespace ipav::source {
 
-// More errors of one file are not looked for.
+// So many errors of one file are reported; a further line tells if there are
+// more. When more are found, the rest of the file is not examined.
 inline constexpr std::size_t kMaxErrors = 20;
 
 // The errors in file order. `text` must be one that the model refuses.

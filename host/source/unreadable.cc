@@ -20,7 +20,6 @@ using Node = SourceTree::Node;
 
 // libyang's text for an entry without a key.
 constexpr std::string_view kNoKey = "List instance is missing its key";
-constexpr std::string_view kMisplacedKey = "Invalid position of the key";
 
 bool Starts(std::string_view text, std::string_view beginning) {
   return text.substr(0, beginning.size()) == beginning;
@@ -65,9 +64,9 @@ class Search {
     if (!error.has_value()) return;
     // 2. If the node without its children is right, one of them is wrong.
     const lysc_node* schema = SchemaOf(node);
-    const bool has_parts =
-        text_.tree().FirstChild(node) != SourceTree::kNone &&
-        (schema == nullptr || (schema->nodetype & LYD_NODE_ANY) == 0);
+    const bool has_parts = text_.tree().FirstChild(node) != SourceTree::kNone &&
+                           schema != nullptr &&
+                           (schema->nodetype & LYD_NODE_ANY) == 0;
     if (has_parts && !ErrorOf(node, fragments.Hollow(node), true).has_value()) {
       CheckInside(node, schema);
     } else {
@@ -76,51 +75,40 @@ class Search {
   }
 
   void CheckInside(Node node, const lysc_node* schema) {
-    // 1. The keys, each without the others.
     const std::size_t faults_before = text_.faults().size();
     levels_.push_back({node, schema, {}, false});
+    // 1. The keys, each beside those before it.
+    bool has_wrong_key = false;
     ForEachChild(node, [&](Node child) {
-      const lysc_node* leaf = SchemaOf(child);
-      if (leaf == nullptr || !lysc_is_key(leaf)) return;
+      if (!IsKey(child)) return;
       Check(child, true);
-      if (!text_.IsRemoved(child)) levels_.back().keys.push_back(child);
+      if (text_.IsRemoved(child)) {
+        has_wrong_key = true;
+      } else {
+        levels_.back().keys.push_back(child);
+      }
     });
-    const std::size_t wanted =
-        schema == nullptr ? 0 : datastore::Model::FactsOf(*schema).key_count;
-    levels_.back().has_all_keys = levels_.back().keys.size() == wanted;
+    levels_.back().has_all_keys = levels_.back().keys.size() ==
+                                  datastore::Model::FactsOf(*schema).key_count;
     // 2. Its other children, beside the keys.
     ForEachChild(node, [&](Node child) {
-      const lysc_node* leaf = SchemaOf(child);
-      if (leaf == nullptr || !lysc_is_key(leaf)) Check(child, false);
+      if (!IsKey(child)) Check(child, false);
     });
-    const bool has_all_keys = levels_.back().has_all_keys;
     levels_.pop_back();
-    // 3. What is left: a key is missing or misplaced.
+    // 3. If the rest is not right, an entry has no key.
     const auto error = ErrorOf(node, text_.fragments().Whole(node), false);
     if (!error.has_value() || text_.faults().size() >= most_) return;
-    const bool is_new = text_.faults().size() == faults_before;
-    const bool is_of_keys =
-        !HasWrongKey(node) &&
-        (has_all_keys ? Starts(*error, kMisplacedKey) : Starts(*error, kNoKey));
-    if (is_new || is_of_keys) {
-      Refuse(node, schema, *error);
-    } else {
+    const bool is_known = text_.faults().size() > faults_before;
+    if (has_wrong_key || (is_known && !Starts(*error, kNoKey))) {
       Remove(node, schema);
+    } else {
+      Refuse(node, schema, *error);
     }
   }
 
-  // Whether a key was refused, so that the entry lacks it.
-  bool HasWrongKey(Node entry) const {
-    bool found = false;
-    ForEachChild(entry, [&](Node child) {
-      if (!text_.IsRemoved(child)) return;
-      for (const lysc_node* unread : text_.unread()) {
-        const std::string& name =
-            text_.tree().TextOf(text_.tree().NameOf(child));
-        found = found || (lysc_is_key(unread) && name == unread->name);
-      }
-    });
-    return found;
+  bool IsKey(Node node) const {
+    const lysc_node* leaf = SchemaOf(node);
+    return leaf != nullptr && lysc_is_key(leaf);
   }
 
   const lysc_node* SchemaOf(Node node) const {

@@ -71,7 +71,7 @@ TEST_F(FormatsTest, BadInputIsInTheReportAndOnStandardError) {
   EXPECT_EQ(result.err, "ipav: " + error + "\n");
   const json device = DeviceOf(result, 2);
   EXPECT_EQ(device.at("verdict"), "badInput");
-  EXPECT_EQ(device.at("inputError"), error);
+  EXPECT_EQ(device.at("inputErrors"), json({{{"text", error}}}));
 
   const json run = SarifOf(Check("sarif", file), 2);
   EXPECT_EQ(
@@ -86,7 +86,7 @@ TEST_F(FormatsTest, ABadRunningConfigurationOfOneDeviceIsInItsReport) {
   const std::string running = WriteBad("running.xml");
   EXPECT_EQ(
       DeviceOf(Check("json", WriteAccepted("a.xml"), {"--running", running}), 2)
-          .at("inputError"),
+          .at("/inputErrors/0/text"_json_pointer),
       running + ":1:1: neither XML nor JSON");
 }
 

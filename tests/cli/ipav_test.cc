@@ -578,6 +578,23 @@ TEST_F(IpavTest, AnUnusableFileIsNamed) {
   }
 }
 
+TEST_F(IpavTest, AllErrorsOfAllFilesAreListed) {
+  const std::string running =
+      Write("running.xml", L3Xml("<frob/>\n<mtu>1</mtu>"));
+  const std::string candidate = Write("a.xml", L3Xml("<mtu>1</mtu>"));
+  const std::string low =
+      "Unsatisfied range - value \"1\" is out of the allowed range.\n";
+  const std::string of_running =
+      "ipav: " + running +
+      ":3:1: Node \"frob\" not found as a child of \"l3\" node.\nipav: " +
+      running + ":4:6: " + low;
+  EXPECT_EQ(Ipav({"check", "--running", running, candidate}),
+            (ProcessResult{
+                2, "", of_running + "ipav: " + candidate + ":3:6: " + low}));
+  EXPECT_EQ(Ipav({"diff", running, candidate}),
+            (ProcessResult{2, "", of_running}));
+}
+
 TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
   const std::string json =
       "{\n\"vorplex-config:config\": {\n\"interface\": {\n";

@@ -61,7 +61,7 @@ void ExpectErrors(const Model& model, const std::vector<Row>& rows) {
       DataTree::FromText(model, CheckText("f", text));
       ADD_FAILURE() << "accepted: " << text;
     } catch (const InputError& error) {
-      EXPECT_EQ(error.what(), expected.front()) << text;
+      EXPECT_EQ(error.errors(), expected) << text;
     }
   }
 }
@@ -173,7 +173,7 @@ TEST(InputErrorPlace, IsThatOfAnUnknownNode) {
       // Metadata.
       {L3With("<mtu x=\"1\">^1500</mtu>"),
        {"Missing mandatory prefix for XML metadata \"x\"."}},
-      {JsonL3With("\"mtu\": 1500, \"@mtu\": {^\"ipapp:x\": 1}"),
+      {JsonL3With("\"mtu\": 1500, ^\"@mtu\": {\"ipapp:x\": 1}"),
        {"Annotation definition for attribute \"ipapp:x\" not found."}},
       // Namespaces and modules.
       {"\n^<config/>",
@@ -225,6 +225,10 @@ TEST(InputErrorPlace, IsThatOfAWrongValue) {
         {no_address}},
        {L3With("<mtu>^70000</mtu>"), {high}},
        {JsonL3With("\"mtu\": ^70000"), {high}},  // a number ends its line
+       {L3With("<lower-layer-if><vlan>^4095</vlan></lower-layer-if>"),
+        {"expected a VLAN of 1 to 4094"}},
+       {L3With("<lower-layer-if><vlan>^0</vlan></lower-layer-if>"),
+        {"expected a VLAN of 1 to 4094"}},
        {L3With("<mtu>^20</mtu>"),
         {"Unsatisfied range - value \"20\" is out of the allowed range."}},
        {L3With("<mtu>^1\n2</mtu>"), {"Invalid type uint16 value \"1 2\"."}},
@@ -406,13 +410,101 @@ TEST(InputErrorPlace, IsThatOfAViolatedConstraint) {
          "line "
          "2, column 7."}},
        {"\n ^<c NS><x>1</x></c>", {"Too few \"two\" instances."}},
-       {" ^<p NS><x/></p>", {"Too few \"two\" instances."}},
        {Data("") + "^<p NS><mx>1</mx></p>",
         {"Mandatory node \"needed\" instance does not exist."}},
        {Data("") + "^<p NS><needed>1</needed></p>",
         {"Mandatory choice \"one\" data do not exist."}},
        {Data("") + p + "<q>\n<k>^1</k></q></p>",
         {"Mandatory node \"r\" instance does not exist."}}});
+}
+
+// --- Several errors
+
+TEST(InputErrors, AreReportedAllAtOnceInTheOrderOfTheFile) {
+  const std::string no_vfr =
+      "Node \"vfr\" not found as a child of \"l3\" node.";
+  const std::string no_name = "List instance is missing its key \"name\".";
+  const std::string low =
+      "Unsatisfied range - value \"1\" is out of the allowed range.";
+  const std::string no_address =
+      "expected an IPv6 address with a prefix length of 0 to 128, such as "
+      "2001:db8::1/64";
+  const std::string l3 = "<l3 xmlns=\"urn:vorplex:ipapp\">";
+  ExpectErrors(
+      ProjectModel(),
+      {{L3With("^<vfr/><mtu>^1</mtu></l3>\n^" + l3 + "<mtu>^1</mtu></l3>\n" +
+               l3 + "<name>^a</name><mtu>1500</mtu></l3>" + l3 +
+               "<name>b</name><mtu>^1</mtu>"),
+        {no_vfr, low, no_name, low,
+         "Duplicate instance of \"l3\", name \"a\". The first one is in line "
+         "2, "
+         "column 37.",
+         low}},
+       {JsonL3With("^\"vfr\": [{}, {}],\n\"mtu\": ^1}, ^{\n\"mtu\": ^1}, "
+                   "{\"name\": ^\"a\"}, {\"name\": \"b\", \"mtu\": ^1"),
+        {no_vfr, low, no_name, low,
+         "Duplicate instance of \"l3\", name \"a\". The first one is in line "
+         "2, "
+         "column 23.",
+         low}},
+       // A wrong key is not also a missing one, and hides nothing else.
+       {L3With("<ipv6><address><ip>^x</ip></address>\n^<adress/></ipv6>"),
+        {no_address, "Node \"adress\" not found as a child of \"ipv6\" node."}},
+       // Under different top nodes, and beside them.
+       {L3With("<mtu>^1</mtu>") + "^text ^<config/>",
+        {low, "Text outside of the elements.",
+         "Missing XML namespace. Expected here: <config "
+         "xmlns=\"urn:vorplex:config\">."}}});
+}
+
+TEST(InputErrors, ThatFollowFromOthersAreNotReported) {
+  const TestModel model(kConstraints);
+  const std::string fst = "Invalid enumeration value \"fst\".";
+  const std::string high = "Value \"300\" is out of type uint8 min/max bounds.";
+  ExpectErrors(
+      *model,
+      {// Constraints on other nodes are checked.
+       {Data("<mode>^fst</mode>\n<l><k>1</k><v>^20</v>^<in><b>1</b></in></l>"
+             "<ref>^3</ref>"),
+        {fst, "v is too high", "Must condition \"a or not(b)\" not satisfied.",
+         "Invalid leafref value \"3\" - no target instance \"../l/k\" with the "
+         "same value."}},
+       // The condition of w and the target of the reference are not known.
+       {Data("<l><k>1</k><v>^300</v><w>x</w></l>\n<l>^<no/><k>3</k></l>"
+             "<ref>3</ref>"),
+        {high, "Node \"no\" not found as a child of \"l\" node."}},
+       {JsonData("\"l\": [{\"k\": ^3}], \"ref\": \"3\""),
+        {"Invalid non-string-encoded string value \"3\"."}},
+       // The missing entry is there, but wrong.
+       {"<c NS><two><a>a</a><b>^300</b></two></c>", {high}},
+       // A misspelt node is missing, too.
+       {Data("") + "^<p NS><mx>1</mx>^<neded>x</neded></p>",
+        {"Mandatory node \"needed\" instance does not exist.",
+         "Node \"neded\" not found as a child of \"p\" node."}}});
+}
+
+TEST(InputErrors, AreTwentyAtMost) {
+  const std::string low =
+      "Unsatisfied range - value \"1\" is out of the allowed range.";
+  const auto entries = [](std::size_t count) {
+    std::string text = "<name>b</name>";
+    for (std::size_t i = 0; i < count; ++i) {
+      text += "</l3>\n<l3 xmlns=\"urn:vorplex:ipapp\"><name>" +
+              std::to_string(i) + "</name><mtu>^1</mtu>";
+    }
+    return L3With("</l3><l3 xmlns=\"urn:vorplex:ipapp\">" + text);
+  };
+  ExpectErrors(ProjectModel(), {{entries(20), {20, low}}});
+  std::string text = entries(21);
+  text.erase(std::remove(text.begin(), text.end(), '^'), text.end());
+  try {
+    DataTree::FromText(ProjectModel(), CheckText("f", text));
+    ADD_FAILURE();
+  } catch (const InputError& error) {
+    ASSERT_EQ(error.errors().size(), 21U);
+    EXPECT_EQ(error.errors().back(),
+              "f: more than 20 errors, the others are not listed");
+  }
 }
 
 }  // namespace

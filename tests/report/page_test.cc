@@ -356,7 +356,7 @@ TEST(Page, HasALineAndASectionForEachDevice) {
   unread.number = 3;
   unread.candidate = "bad.xml";
   unread.status = kBadInput;
-  unread.input_error = "bad.xml:3: reason";
+  unread.input_errors = {"bad.xml:3:1: reason", "bad.xml:4:1: other"};
   DeviceReport dead;
   dead.number = 4;
   dead.candidate = "deadly.xml";
@@ -382,7 +382,7 @@ TEST(Page, HasALineAndASectionForEachDevice) {
             (Texts{"#d1", "#d2", "#d3", "#d4", "#d5"}));
   EXPECT_EQ(tree.Texts("//nav//td[2]"),
             (Texts{"l3 office overlaps with l3 intruder. and 1 more", "",
-                   "bad.xml:3: reason", "it was ended by signal 6",
+                   "bad.xml:3:1: reason and 1 more", "it was ended by signal 6",
                    "l3 office overlaps with l3 intruder."}));
   EXPECT_EQ(
       tree.Texts("//section/h2/span"),
@@ -391,7 +391,7 @@ TEST(Page, HasALineAndASectionForEachDevice) {
             Texts{"5 candidates: 1 accepted, 2 refused, 1 not read, 1 not "
                   "judged."});
   EXPECT_EQ(tree.Texts("//section[@id='d3']/p[@class='text']"),
-            Texts{"bad.xml:3: reason"});
+            (Texts{"bad.xml:3:1: reason", "bad.xml:4:1: other"}));
   EXPECT_EQ(tree.Texts("//section[@id='d4']//dd"),
             (Texts{"intf_vrf_validation", "/config/interface/l3"}));
 }

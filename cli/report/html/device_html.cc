@@ -301,8 +301,9 @@ Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
   html.Markup("\" aria-labelledby=\"").Text(id).Markup("-name\">\n");
   AddHead(device, id, &html);
   if (device.status == kBadInput) {
-    html.Markup("<p class=\"text\">").Text(device.input_error);
-    html.Markup("</p>\n");
+    for (const std::string& error : device.input_errors) {
+      html.Markup("<p class=\"text\">").Text(error).Markup("</p>\n");
+    }
   }
   if (device.status == kPluginFailed) AddFailure(device.outcome, &html);
   AddFindings(device, view, id, &html);

@@ -1,5 +1,6 @@
 #include "cli/report/html/html.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
@@ -43,12 +44,16 @@ void AddListRow(const DeviceReport& device, Html* html) {
   html->Markup("</td><td>");
   if (!device.findings.empty()) {
     html->Text(device.findings.front().text);
+  } else if (!device.input_errors.empty()) {
+    html->Text(device.input_errors.front());
   } else {
-    html->Text(device.input_error).Text(device.outcome.failure);
+    html->Text(device.outcome.failure);
   }
-  if (device.findings.size() > 1) {
+  const std::size_t texts =
+      std::max(device.findings.size(), device.input_errors.size());
+  if (texts > 1) {
     html->Markup(" <span class=\"count\">and ");
-    html->Number(device.findings.size() - 1).Markup(" more</span>");
+    html->Number(texts - 1).Markup(" more</span>");
   }
   html->Markup("</td></tr>\n");
 }

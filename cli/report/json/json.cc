@@ -214,7 +214,7 @@ Json ToJson(const DeviceReport& device) {
   if (device.seconds > 0) json["seconds"] = device.seconds;
   if (device.times) json["times"] = TimesToJson(device);
   if (device.status == kBadInput) {
-    PutText(&json, "inputError", device.input_error);
+    PutLines(&json, "inputErrors", device.input_errors);
     return json;
   }
   json["findings"] = ArrayOf(device.findings, FindingToJson);
@@ -231,7 +231,10 @@ DeviceReport FromJson(const Json& json) {
       FromName<ExitStatus>(kVerdicts, json.at("verdict").get<std::string>());
   device.seconds = json.value("seconds", 0.0);
   if (device.status == kBadInput) {
-    device.input_error = TextOf(json, "inputError");
+    device.input_errors = LinesOf(json, "inputErrors");
+    if (device.input_errors.empty()) {
+      throw std::runtime_error("bad input without an error");
+    }
     return device;
   }
   device.findings = VectorOf(json.at("findings"), FindingOf);

@@ -83,7 +83,11 @@ void AddFailure(const Outcome& outcome, Suite* suite) {
 Suite SuiteOf(const DeviceReport& device) {
   Suite suite;
   if (device.status == kBadInput) {
-    suite.Err("input", "bad input", device.input_error);
+    // A case has one error only.
+    for (std::size_t i = 0; i < device.input_errors.size(); ++i) {
+      suite.Err(i == 0 ? "input" : "input " + std::to_string(i + 1),
+                "bad input", device.input_errors[i]);
+    }
     return suite;
   }
   AddAnswers(device, &suite);

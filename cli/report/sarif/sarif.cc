@@ -9,6 +9,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "cli/report/finding_text.h"
 #include "host/base/bytes.h"
@@ -180,11 +181,9 @@ std::size_t MainCulprit(const Finding& finding) {
   return static_cast<std::size_t>(found - culprits.begin());
 }
 
-// Location of a file, or of a line in it.
-Json LocationOf(const std::string& file, std::size_t line = 0) {
-  Json physical = {{"artifactLocation", Artifact(file)}};
-  if (line > 0) physical["region"] = {{"startLine", line}};
-  return {{"physicalLocation", physical}};
+// Location of a file.
+Json LocationOf(const std::string& file) {
+  return {{"physicalLocation", {{"artifactLocation", Artifact(file)}}}};
 }
 
 Json LocationOf(const std::string& file, const std::string& path) {
@@ -240,25 +239,36 @@ Json ResultOf(const DeviceReport& device, const Finding& finding) {
   return result;
 }
 
-// The line in "FILE:LINE: reason"; 0 if it has none.
-std::size_t LineOf(const std::string& error, const std::string& file) {
-  if (file.empty() || error.rfind(file + ":", 0) != 0) return 0;
-  const std::size_t begin = file.size() + 1;
-  const std::size_t end = error.find_first_not_of("0123456789", begin);
-  constexpr std::size_t kMaxDigits = 9;  // enough for any line, and no overflow
-  if (end == begin || end == std::string::npos || error[end] != ':' ||
-      end - begin > kMaxDigits) {
-    return 0;
+// The numbers in "FILE:LINE:COLUMN: reason", as far as they are there.
+std::vector<std::size_t> PlaceOf(const std::string& error,
+                                 const std::string& file) {
+  std::vector<std::size_t> numbers;
+  if (file.empty() || error.rfind(file + ":", 0) != 0) return numbers;
+  std::size_t begin = file.size() + 1;
+  while (numbers.size() < 2) {
+    const std::size_t end = error.find_first_not_of("0123456789", begin);
+    constexpr std::size_t kMaxDigits = 9;  // enough, and no overflow
+    if (end == begin || end == std::string::npos || error[end] != ':' ||
+        end - begin > kMaxDigits) {
+      break;
+    }
+    numbers.push_back(std::stoul(error.substr(begin, end - begin)));
+    begin = end + 1;
   }
-  return std::stoul(error.substr(begin, end - begin));
+  return numbers;
 }
 
-Json LocationOfInputError(const DeviceReport& device) {
-  const std::string& error = device.input_error;
-  const std::size_t line = LineOf(error, device.running);
-  return line > 0
-             ? LocationOf(device.running, line)
-             : LocationOf(device.candidate, LineOf(error, device.candidate));
+Json LocationOfInputError(const DeviceReport& device,
+                          const std::string& error) {
+  const bool is_of_running = !PlaceOf(error, device.running).empty();
+  const std::string& file = is_of_running ? device.running : device.candidate;
+  const std::vector<std::size_t> numbers = PlaceOf(error, file);
+  Json location = LocationOf(file);
+  if (numbers.empty()) return location;
+  Json region = {{"startLine", numbers[0]}};
+  if (numbers.size() > 1) region["startColumn"] = numbers[1];
+  location["physicalLocation"]["region"] = region;
+  return location;
 }
 
 Json Notification(const char* id, const std::string& text, Json location) {
@@ -334,8 +344,10 @@ void SarifWriter::NotifyOfFailures(const DeviceReport& device) {
 
 void SarifWriter::Add(const DeviceReport& device) {
   if (device.status == kBadInput) {
-    notifications_.push_back(Notification(kInputId, device.input_error,
-                                          LocationOfInputError(device)));
+    for (const std::string& error : device.input_errors) {
+      notifications_.push_back(
+          Notification(kInputId, error, LocationOfInputError(device, error)));
+    }
     return;
   }
   AddFindings(device);

@@ -85,8 +85,10 @@ class Printer {
   }
 
   void PrintBadInput(const DeviceReport& device) const {
-    Print("{}: {}\n  {}\n", base::Printable(device.candidate),
-          StyledVerdict(device), base::Printable(device.input_error));
+    Print("{}: {}\n", base::Printable(device.candidate), StyledVerdict(device));
+    for (const std::string& error : device.input_errors) {
+      Print("  {}\n", base::Printable(error));
+    }
   }
 
   void PrintVerdict(const DeviceReport& device) const {

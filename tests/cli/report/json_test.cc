@@ -108,7 +108,7 @@ void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
   EXPECT_EQ(actual.running, expected.running);
   EXPECT_EQ(actual.candidate, expected.candidate);
   EXPECT_EQ(actual.status, expected.status);
-  EXPECT_EQ(actual.input_error, expected.input_error);
+  EXPECT_EQ(actual.input_errors, expected.input_errors);
   EXPECT_EQ(actual.seconds, expected.seconds);
   ASSERT_EQ(actual.times.has_value(), expected.times.has_value());
   if (expected.times) {
@@ -163,7 +163,7 @@ TEST(JsonReport, AnOddTextIsReadableAndHasItsBytesBesideIt) {
 TEST(JsonReport, WhatADeviceDoesNotHaveIsAbsent) {
   const Json json = ToJson(Accepted("a.xml"));
   for (const char* name :
-       {"number", "running", "seconds", "times", "inputError", "failure",
+       {"number", "running", "seconds", "times", "inputErrors", "failure",
         "pluginOutput", "faults", "leftOpen", "debugLines"}) {
     EXPECT_FALSE(json.contains(name)) << name;
   }

@@ -94,12 +94,14 @@ TEST(JunitReport, ARefusalIsAFailureWithTheOperatorsText) {
             std::string::npos);
 }
 
-TEST(JunitReport, BadInputIsAnError) {
+TEST(JunitReport, EachInputErrorIsAnError) {
   const Document report({BadInput("c.xml")});
-  EXPECT_EQ(report["//testsuite/@tests"], "1");
-  EXPECT_EQ(report["//testsuite/@errors"], "1");
-  EXPECT_EQ(report["//testcase/error/@message"],
-            "c.xml:3: Node \"frob\" not found");
+  EXPECT_EQ(report["//testsuite/@tests"], "2");
+  EXPECT_EQ(report["//testsuite/@errors"], "2");
+  EXPECT_EQ(report["//testcase[@name='input']/error/@message"],
+            "c.xml:3:7: Node \"frob\" not found");
+  EXPECT_EQ(report["//testcase[@name='input 2']/error/@message"],
+            "c.xml: another reason");
   EXPECT_EQ(report["//testcase/error/@type"], "bad input");
 }
 

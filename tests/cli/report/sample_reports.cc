@@ -51,7 +51,8 @@ DeviceReport BadInput(const std::string& candidate) {
   report.candidate = candidate;
   report.running = "running.xml";
   report.status = cli::kBadInput;
-  report.input_error = candidate + ":3: Node \"frob\" not found";
+  report.input_errors = {candidate + ":3:7: Node \"frob\" not found",
+                         candidate + ": another reason"};
   return report;
 }
 

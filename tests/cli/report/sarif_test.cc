@@ -155,7 +155,7 @@ TEST(SarifReport, AWarningIsAResultOfThatLevel) {
   EXPECT_EQ(run.at("results").at(0).at("message").at("text"), "think again");
 }
 
-TEST(SarifReport, BadInputIsANotificationWithItsLine) {
+TEST(SarifReport, EachInputErrorIsANotificationWithItsPlace) {
   const Json run = RunOf({BadInput("a.xml")});
   EXPECT_TRUE(run.at("results").empty());
   const Json& invocation = run.at("invocations").at(0);
@@ -163,14 +163,19 @@ TEST(SarifReport, BadInputIsANotificationWithItsLine) {
   EXPECT_EQ(invocation.at("exitCode"), 2);
   EXPECT_EQ(invocation.at("toolExecutionNotifications"), Json::parse(R"([{
     "descriptor": {"id": "bad-input"}, "level": "error",
-    "message": {"text": "a.xml:3: Node \"frob\" not found"},
+    "message": {"text": "a.xml:3:7: Node \"frob\" not found"},
     "locations": [{"physicalLocation": {
-      "artifactLocation": {"uri": "a.xml"}, "region": {"startLine": 3}}}]}])"));
+      "artifactLocation": {"uri": "a.xml"},
+      "region": {"startLine": 3, "startColumn": 7}}}]}, {
+    "descriptor": {"id": "bad-input"}, "level": "error",
+    "message": {"text": "a.xml: another reason"},
+    "locations": [{"physicalLocation": {
+      "artifactLocation": {"uri": "a.xml"}}}]}])"));
 }
 
 TEST(SarifReport, BadInputOfTheRunningConfigurationIsShownThere) {
   DeviceReport device = BadInput("a.xml");
-  device.input_error = "running.xml:12: contains a NUL byte";
+  device.input_errors = {"running.xml:12:1: contains a NUL byte"};
   const Json notification = RunOf({device})
                                 .at("invocations")
                                 .at(0)

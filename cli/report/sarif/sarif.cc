@@ -266,7 +266,10 @@ Json LocationOfInputError(const DeviceReport& device,
   Json location = LocationOf(file);
   if (numbers.empty()) return location;
   Json region = {{"startLine", numbers[0]}};
-  if (numbers.size() > 1) region["startColumn"] = numbers[1];
+  if (numbers.size() > 1) {
+    region["startColumn"] = numbers[1];
+    region["endColumn"] = numbers[1] + 1;
+  }
   location["physicalLocation"]["region"] = region;
   return location;
 }

@@ -166,7 +166,7 @@ TEST(SarifReport, EachInputErrorIsANotificationWithItsPlace) {
     "message": {"text": "a.xml:3:7: Node \"frob\" not found"},
     "locations": [{"physicalLocation": {
       "artifactLocation": {"uri": "a.xml"},
-      "region": {"startLine": 3, "startColumn": 7}}}]}, {
+      "region": {"startLine": 3, "startColumn": 7, "endColumn": 8}}}]}, {
     "descriptor": {"id": "bad-input"}, "level": "error",
     "message": {"text": "a.xml: another reason"},
     "locations": [{"physicalLocation": {

@@ -27,6 +27,7 @@
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/diff.h"
+#include "host/datastore/input_text.h"
 #include "host/source/source_text.h"
 #include "messages/finder.h"
 #include "messages/finding.h"
@@ -141,7 +142,8 @@ void JudgeText(const std::string& text) {
   RequireReadsBack(*tree, LYD_XML);
   RequireReadsBack(*tree, LYD_JSON);
 
-  const source::SourceText source(text);
+  const datastore::InputText read = datastore::CheckText("text", text);
+  const source::SourceText source(read.bytes);
   RequirePlaces(source, tree->FirstChild(nullptr));
 
   static const DataTree kEmpty = DataTree::Empty(ProjectModel());

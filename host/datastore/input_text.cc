@@ -9,6 +9,7 @@
 #include "host/base/utf8.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/input_file.h"
+#include "host/datastore/wrapper.h"
 
 namespace ipav::datastore {
 
@@ -180,6 +181,7 @@ InputText CheckText(const std::string& path, std::string bytes) {
   RefuseNul(text.bytes, path);
   RefuseOtherEncodings(text.bytes, path);
   if (text.format == LYD_JSON) RefuseBadJson(text.bytes, path);
+  RemoveWrappers(&text);
   return text;
 }
 

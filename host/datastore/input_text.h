@@ -14,7 +14,7 @@ namespace ipav::datastore {
 
 struct InputText {
   std::string path;       // for error messages
-  std::string bytes;      // of the file
+  std::string bytes;      // of the file, without wrappers around its data
   std::size_t start = 0;  // after a byte order mark and blanks
   LYD_FORMAT format = LYD_UNKNOWN;
 

@@ -26,7 +26,7 @@ struct Mark {
 
 class SourceText {
  public:
-  // XML or JSON as DataTree reads it. The text is borrowed.
+  // XML or JSON, the bytes of an InputText. The text is borrowed.
   explicit SourceText(std::string_view text);
   ~SourceText();
   SourceText(const SourceText&) = delete;

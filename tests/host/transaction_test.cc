@@ -10,6 +10,7 @@
 
 #include "host/confd/path.h"
 #include "host/datastore/input_error.h"
+#include "host/datastore/wrapper.h"
 #include "host/datastore/xml_difference.h"
 #include "tests/host/fixtures.h"
 
@@ -32,7 +33,9 @@ using ipav::datastore::Transaction;
 using ipav::testing::ReadFile;
 
 InputText TextOf(const std::string& bytes) {
-  return {"data.xml", bytes, 0, LYD_XML};
+  InputText text{"data.xml", bytes, 0, LYD_XML};
+  ipav::datastore::RemoveWrappers(&text);
+  return text;
 }
 
 std::string ValueOf(const lyd_node* node) {
@@ -121,6 +124,27 @@ TEST(TransactionOfExamples, ChangesAreThoseOfTheWholeTrees) {
   }
   EXPECT_GT(files, 50);
   EXPECT_GT(compared, files);
+}
+
+TEST(TransactionOfExamples, AWrapperOfOneConfigurationIsNoChange) {
+  const fs::path folder = IPAV_EXAMPLES "/branch-router";
+  const std::string running = ReadFile(folder / "running.xml");
+  const std::string candidate = ReadFile(folder / "ra-timers-tuned.xml");
+  const auto wrapped = [](const std::string& text) {
+    return "<config xmlns=\"http://tail-f.com/ns/config/1.0\">\n" +
+           text.substr(
+               text.find("?>") == std::string::npos ? 0 : text.find("?>") + 2) +
+           "</config>\n";
+  };
+  const std::string changes =
+      OutcomeOfTrees(ProjectModel(), running, candidate);
+  for (const auto& [before, after] :
+       {std::pair(wrapped(running), candidate),
+        std::pair(running, wrapped(candidate)),
+        std::pair(wrapped(running), wrapped(candidate))}) {
+    EXPECT_TRUE(ExpectSame(ProjectModel(), before, after));
+    EXPECT_EQ(OutcomeOfTrees(ProjectModel(), before, after), changes);
+  }
 }
 
 // --- Any texts

@@ -18,6 +18,7 @@
 #include "host/datastore/input_text.h"
 #include "host/source/source_text.h"
 #include "messages/finder.h"
+#include "messages/vrf_names.h"
 
 namespace ipav::cli::check {
 
@@ -201,6 +202,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
       transaction, device.candidate,
       {options_.plugin, options_.all, options_.limits.time}, options_.trace);
   report.status = StatusOf(report.outcome.verdict);
+  report.advice = messages::AdviceOnVrfNames(transaction.candidate());
   report.findings = FindingsOf(report, running, transaction, candidate->text);
   if (options_.page) {
     const report::DeviceView view = {

@@ -32,6 +32,8 @@ struct DeviceReport {
   std::vector<std::string> input_errors;
   commit::Outcome outcome;                  // of all others
   std::vector<messages::Finding> findings;  // refusals, in their order
+  // Of the program, not of the plug-in; one line each.
+  std::vector<std::string> advice;
   // For the HTML page, made while both configurations are in memory. Empty if
   // no page is wanted, or if there was no commit.
   std::string page_section;

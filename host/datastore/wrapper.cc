@@ -167,12 +167,6 @@ bool MayBeWrapper(const StartTag& tag) {
       });
 }
 
-InputError ErrorIn(const InputText& text, std::size_t at,
-                   const std::string& reason) {
-  const auto line = std::count(text.bytes.data(), text.bytes.data() + at, '\n');
-  return {text.path, static_cast<unsigned long>(line) + 1, reason};
-}
-
 // Where the content of an element ends, if the element is the last one of
 // `bytes`. Throws InputError if it is not.
 std::size_t EndOfContent(const InputText& text, const StartTag& tag,
@@ -187,8 +181,8 @@ std::size_t EndOfContent(const InputText& text, const StartTag& tag,
                 StartsWith(element.substr(end), close) &&
                 SkipBlanks(element, end + close.size()) + 1 == element.size();
   if (!is_last) {
-    throw ErrorIn(
-        text, element.size(),
+    throw ErrorAt(
+        text.path, text.bytes, element.size(),
         "something else follows the end of <" + std::string(tag.name) + ">");
   }
   return end;
@@ -223,7 +217,8 @@ void RemoveXmlWrappers(InputText* text) {
   tags.pop_back();
   if (tags.empty()) return;
   if (tags.back().LocalName() == kReply.name) {
-    throw ErrorIn(*text, at, "a reply without <data> has no configuration");
+    throw ErrorAt(text->path, text->bytes, at,
+                  "a reply without <data> has no configuration");
   }
   Keep(begin, end, text);
 }

@@ -143,9 +143,12 @@ TEST(TextReportTest, TheNodesOfARefusalFollowItsPath) {
 TEST(TextReportTest, AFaultThatWasThereBeforeIsNotTheCommits) {
   DeviceReport device = RefusedDevice();
   device.findings.front().is_standing = true;
+  device.advice = {"a VRF"};
   EXPECT_THAT(Print(device, {}),
               HasSubstr("\n  not caused by this change: the fault was there "
                         "before\n  note: one more"));
+  EXPECT_THAT(Print(device, {}),
+              HasSubstr("docs/messages.md#overlap\n  advice: a VRF\n"));
 }
 
 TEST(TextReportTest, AFindingWithoutARuleHasItsNoteAlone) {

@@ -21,6 +21,7 @@
 #include "messages/catalogue.h"
 #include "messages/finder.h"
 #include "messages/finding.h"
+#include "messages/vrf_names.h"
 #include "tests/host/fixtures.h"
 
 namespace ipav::messages {
@@ -395,6 +396,35 @@ TEST(FindingsTest, FiveEqualAddressesOfAnInterfaceAreNamed) {
             ? ""
             : "the interface has the address 6 times; the first 5 are listed");
   }
+}
+
+// ---- Names of VRFs ----------------------------------------------------------
+
+TEST(VrfNames, ThatLookSpecialAndAreNotAreAdvisedOn) {
+  const auto l3 = [](const std::string& name, const std::string& vrf) {
+    return "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" + name + "</name><vrf>" +
+           vrf + "</vrf></l3>";
+  };
+  const File file(
+      "vrfs.xml",
+      "<config xmlns=\"urn:vorplex:config\"><interface>" + l3("a", "MGMT") +
+          l3("b", "global") + l3("c", "mgmt") + l3("d", "red") +
+          l3("e", "MGMT") + l3("f", "global2") +
+          "<loopback xmlns=\"urn:vorplex:ipapp\"><name>lo</name>"
+          "<vrf>default</vrf></loopback>"
+          "<mgmt xmlns=\"urn:vorplex:ipapp\"><name>eth0</name>"
+          "<vrf>Global</vrf></mgmt></interface></config>"
+          "<internal xmlns=\"urn:vorplex:internal\"><vrf-config><indexTOstring>"
+          "<index>4</index><vname>management</vname></indexTOstring>"
+          "</vrf-config></internal>");
+  std::vector<std::string> expected;
+  for (const char* name : {"Global", "MGMT", "default", "management"}) {
+    expected.push_back(std::string("VRF ") + name +
+                       " is an address space of its own: only the exact names "
+                       "global and mgmt are special");
+  }
+  EXPECT_EQ(AdviceOnVrfNames(file.tree()), expected);
+  EXPECT_TRUE(AdviceOnVrfNames(EmptyConfig().tree()).empty());
 }
 
 // ---- Of several points -----------------------------------------------------

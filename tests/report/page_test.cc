@@ -409,14 +409,16 @@ TEST(Page, ListsWarningsAndFaults) {
   warning.result = CONFD_VALIDATION_WARN;
   warning.text = "mind the gap";
   device.outcome.answers = {warning};
+  device.advice = {"a VRF"};
   device.outcome.faults = {"a fault"};
   device.outcome.left_open = {"2 cursors"};
   device.outcome.output = "chatter";
   const PageTree tree(PageOf(device, {}));
-  EXPECT_EQ(tree.Texts("//ul[@class='warnings']/li"),
-            (Texts{"mind the gap intf_vrf_validation /config/interface/l3",
-                   "a fault", "The plug-in left 2 cursors open.",
-                   "The plug-in wrote: chatter"}));
+  EXPECT_EQ(
+      tree.Texts("//ul[@class='warnings']/li"),
+      (Texts{"a VRF", "mind the gap intf_vrf_validation /config/interface/l3",
+             "a fault", "The plug-in left 2 cursors open.",
+             "The plug-in wrote: chatter"}));
 }
 
 // --- Hostile texts
@@ -437,6 +439,7 @@ TEST(Page, LetsNothingOfTheDataBecomeMarkup) {
   DeviceReport device = Refused({finding});
   device.running = device.candidate = hostile;
   device.outcome.faults = {hostile};
+  device.advice = {hostile};
   device.outcome.output = hostile;
   device.outcome.left_open = {hostile};
   std::string name = hostile;  // as XML data

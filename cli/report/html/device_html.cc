@@ -179,8 +179,12 @@ void AddWarning(const Answer& answer, Html* html) {
   html->Path(answer.path).Markup("</code></li>\n");
 }
 
-void AddRemarks(const commit::Outcome& outcome, Html* html) {
+void AddRemarks(const DeviceReport& device, Html* html) {
+  const commit::Outcome& outcome = device.outcome;
   Html items;
+  for (const std::string& advice : device.advice) {
+    items.Markup("<li>").Text(advice).Markup("</li>\n");
+  }
   for (const Answer& answer : outcome.answers) {
     const bool warns = Accepts(answer) && answer.result != CONFD_OK;
     if (warns) AddWarning(answer, &items);
@@ -307,7 +311,7 @@ Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
   }
   if (device.status == kPluginFailed) AddFailure(device.outcome, &html);
   AddFindings(device, view, id, &html);
-  AddRemarks(device.outcome, &html);
+  AddRemarks(device, &html);
   if (view != nullptr) {
     AddChanges(device, view->changes, &html);
     html.Markup("<h3>Address plan</h3>\n");

@@ -218,6 +218,7 @@ Json ToJson(const DeviceReport& device) {
     return json;
   }
   json["findings"] = ArrayOf(device.findings, FindingToJson);
+  PutLines(&json, "advice", device.advice);
   PutOutcome(&json, device.outcome);
   return json;
 }
@@ -238,6 +239,7 @@ DeviceReport FromJson(const Json& json) {
     return device;
   }
   device.findings = VectorOf(json.at("findings"), FindingOf);
+  device.advice = LinesOf(json, "advice");
   device.outcome = OutcomeOf(json);
   device.outcome.verdict = VerdictOf(device.status);
   if (json.contains("times")) TimesFromJson(json.at("times"), &device);

@@ -153,8 +153,10 @@ void WriteCase(const std::string& device, const Case& test, Elements* xml) {
   xml->End();
 }
 
-std::string Warnings(const Outcome& outcome) {
+std::string Warnings(const DeviceReport& device) {
+  const Outcome& outcome = device.outcome;
   std::string text;
+  for (const std::string& advice : device.advice) text += advice + "\n";
   for (const std::string& fault : outcome.faults) text += fault + "\n";
   for (const std::string& what : outcome.left_open) {
     text += "the plug-in left " + what + " open\n";
@@ -204,7 +206,7 @@ void JunitWriter::Add(const DeviceReport& device) {
   }
   xml.Element("system-out",
               device.status == kPluginFailed ? "" : device.outcome.output);
-  xml.Element("system-err", Warnings(device.outcome));
+  xml.Element("system-err", Warnings(device));
   xml.End();
   xmlTextWriterFlush(xml_.get());
 }

@@ -35,6 +35,7 @@ constexpr char kSchema[] =
 // Identifiers of notifications.
 constexpr char kInputId[] = "bad-input";
 constexpr char kPluginId[] = "plug-in-failed";
+constexpr char kAdviceId[] = "advice";
 
 // A message's braces are placeholders unless doubled, and "[a](b)" is a link
 // unless its brackets are escaped (SARIF 2.1.0, sections 3.11.5 and 3.11.6).
@@ -274,9 +275,10 @@ Json LocationOfInputError(const DeviceReport& device,
   return location;
 }
 
-Json Notification(const char* id, const std::string& text, Json location) {
+Json Notification(const char* id, const std::string& text, Json location,
+                  const char* level = "error") {
   return {{"descriptor", {{"id", id}}},
-          {"level", "error"},
+          {"level", level},
           {"message", Message(text)},
           {"locations", Json::array({std::move(location)})}};
 }
@@ -286,7 +288,9 @@ Json Driver(const Json& rules) {
       {{"id", kInputId},
        {"shortDescription", {{"text", "A configuration that is none"}}}},
       {{"id", kPluginId},
-       {"shortDescription", {{"text", "The plug-in gave no verdict"}}}}};
+       {"shortDescription", {{"text", "The plug-in gave no verdict"}}}},
+      {{"id", kAdviceId},
+       {"shortDescription", {{"text", "Advice on the configuration"}}}}};
   return {{"name", "ipav"},
           {"version", IPAV_VERSION},
           {"rules", rules},
@@ -356,6 +360,10 @@ void SarifWriter::Add(const DeviceReport& device) {
   AddFindings(device);
   AddWarnings(device);
   NotifyOfFailures(device);
+  for (const std::string& advice : device.advice) {
+    notifications_.push_back(
+        Notification(kAdviceId, advice, LocationOf(device.candidate), "note"));
+  }
 }
 
 void SarifWriter::End() {

@@ -55,6 +55,9 @@ class Printer {
     }
     if (!outcome.failure.empty()) PrintFailure(outcome);
     PrintLines("the plug-in wrote", outcome.output);
+    for (const std::string& advice : device.advice) {
+      PrintLines("advice", advice);
+    }
     for (const std::string& fault : outcome.faults) {
       PrintLines("warning", fault);
     }

@@ -109,6 +109,7 @@ void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
   EXPECT_EQ(actual.candidate, expected.candidate);
   EXPECT_EQ(actual.status, expected.status);
   EXPECT_EQ(actual.input_errors, expected.input_errors);
+  EXPECT_EQ(actual.advice, expected.advice);
   EXPECT_EQ(actual.seconds, expected.seconds);
   ASSERT_EQ(actual.times.has_value(), expected.times.has_value());
   if (expected.times) {

@@ -89,6 +89,8 @@ TEST(JunitReport, ARefusalIsAFailureWithTheOperatorsText) {
                 "Change one of them.\ndocs/messages.md#overlap\n");
   DeviceReport standing = Refused("b.xml");
   standing.findings.front().is_standing = true;
+  standing.advice = {"a VRF"};
+  EXPECT_EQ(Document({standing})["//testsuite/system-err"], "a VRF\n");
   EXPECT_NE(Document({standing})["//testcase[2]/failure"].find(
                 "\nnot caused by this change: the fault was there before\n"),
             std::string::npos);

@@ -122,6 +122,7 @@ DeviceReport Odd() {
   finding.culprits.front().place->source_line = kOddBytes;
   finding.culprits.front().place->skipped = 7;
   finding.note = kOddBytes;
+  report.advice = {kOddBytes, "a VRF"};
   finding.is_standing = true;
   return report;
 }

@@ -96,7 +96,7 @@ TEST(SarifReport, TellsWhetherTheRunningConfigurationHasTheFindingToo) {
   DeviceReport device = Refused("a.xml");
   EXPECT_EQ(ResultOf(device).at("baselineState"), "new");
   EXPECT_FALSE(ResultOf(device).at("properties").contains("standing"));
-  Finding& finding = device.findings.front();
+  messages::Finding& finding = device.findings.front();
   finding.culprits[0].novelty = Novelty::kUnchanged;
   EXPECT_FALSE(ResultOf(device).contains("baselineState"));
   finding.is_standing = true;
@@ -153,6 +153,19 @@ TEST(SarifReport, AWarningIsAResultOfThatLevel) {
   EXPECT_EQ(run.at("results").at(0).at("level"), "warning");
   EXPECT_EQ(run.at("results").at(0).at("ruleId"), "warns");
   EXPECT_EQ(run.at("results").at(0).at("message").at("text"), "think again");
+}
+
+TEST(SarifReport, AdviceIsANotificationOfThatLevel) {
+  DeviceReport device = Accepted("a.xml");
+  device.advice = {"a VRF"};
+  const Json run = RunOf({device});
+  const Json& invocation = run.at("invocations").at(0);
+  EXPECT_EQ(invocation.at("executionSuccessful"), true);
+  EXPECT_EQ(invocation.at("toolExecutionNotifications"), Json::parse(R"([{
+    "descriptor": {"id": "advice"}, "level": "note",
+    "message": {"text": "a VRF"},
+    "locations": [{"physicalLocation": {
+      "artifactLocation": {"uri": "a.xml"}}}]}])"));
 }
 
 TEST(SarifReport, EachInputErrorIsANotificationWithItsPlace) {

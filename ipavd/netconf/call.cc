@@ -1,6 +1,8 @@
 #include "ipavd/netconf/call.h"
 
+#include <map>
 #include <set>
+#include <sstream>
 #include <string_view>
 
 namespace ipav::netconf {
@@ -33,6 +35,27 @@ Refusal MissingElement(const std::string& name) {
   return Refusal(ErrorTag::kMissingElement,
                  "The operation needs an element " + name + ".",
                  {{"bad-element", name}});
+}
+
+void CheckAnnotation(const lyd_node& rpc) {
+  const lyd_meta* meta =
+      lyd_find_meta(rpc.meta, nullptr, "ipav-netconf:refuse");
+  if (meta == nullptr) return;
+  std::istringstream words(lyd_get_meta_value(meta));
+  std::string tag;
+  std::string attribute;
+  std::string element;
+  std::string text;
+  words >> tag >> attribute >> element >> std::ws;
+  std::getline(words, text);
+  const std::map<std::string, ErrorTag> tags{
+      {"missing-attribute", ErrorTag::kMissingAttribute},
+      {"unknown-attribute", ErrorTag::kUnknownAttribute}};
+  const auto found = tags.find(tag);
+  throw Refusal(store::MakeError(
+      found == tags.end() ? ErrorTag::kBadAttribute : found->second, text,
+      element == "rpc" ? store::ErrorType::kRpc : store::ErrorType::kProtocol,
+      {{"bad-attribute", attribute}, {"bad-element", element}}));
 }
 
 void CheckParts(const lyd_node& rpc) {

@@ -20,7 +20,7 @@ struct Environment {
   store::Datastores& datastores;
   Sessions& sessions;
   std::time_t start;
-  Counters counters;  // of all sessions, ended ones included
+  Totals counters;  // of all sessions, ended ones included
 };
 
 struct Call {
@@ -37,6 +37,10 @@ std::optional<std::string> Text(const Call& call, const char* leaf);
 
 // For a mandatory node that the library does not check.
 Refusal MissingElement(const std::string& name);
+
+// Throws Refusal if the process that relays the client's messages refuses the
+// request: its annotation "refuse" says why.
+void CheckAnnotation(const lyd_node& rpc);
 
 // Throws Refusal if the input has a node twice, or two cases of a choice. The
 // library accepts both, although the request is ambiguous.

@@ -8,6 +8,7 @@
 
 #include "host/base/time_limit.h"
 #include "host/commit/child.h"
+#include "host/datastore/libyang_error.h"
 #include "ipavd/netconf/call.h"
 #include "ipavd/netconf/selection.h"
 
@@ -63,25 +64,37 @@ std::string Marks(const lyd_node* tree, const std::string& xpath) {
   return marks;
 }
 
-bool IsPath(const ly_ctx* context, const std::string& xpath) {
+// Why the expression cannot be evaluated over data of the model; empty if it
+// can.
+std::string Objection(const ly_ctx* context, const std::string& xpath) {
+  datastore::ClearErrors(context);
   ly_set* found = nullptr;
   const LY_ERR result =
       lys_find_xpath(context, nullptr, xpath.c_str(), 0, &found);
   const NodeSet owner(found);
-  return result == LY_SUCCESS;
+  for (const ly_err_item* item = ly_err_first(context); item != nullptr;
+       item = item->next) {
+    // libyang only warns of such a node, and crashes when data has it.
+    std::string text = item->msg;
+    const bool is_deref = text.find("xpath_deref") != std::string::npos;
+    if (is_deref) return "deref() takes only a node that refers to another one";
+    if (item->level == LY_LLERR) return text;
+  }
+  return result == LY_SUCCESS ? "" : "it is no path into the data model";
 }
 
 // Marks() in a child process, which is killed after the time limit.
 std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
                         const std::string& xpath) {
-  constexpr char kPath = 'p';
-  constexpr char kNoPath = 'n';
+  constexpr char kMarks = 'm';
+  constexpr char kObjection = 'o';
   const commit::ChildReport report = commit::RunInChild(
       [&](const commit::Reporter& reporter) {
-        if (IsPath(context, xpath)) {
-          reporter.Send({kPath, {Marks(tree, xpath)}});
+        const std::string objection = Objection(context, xpath);
+        if (objection.empty()) {
+          reporter.Send({kMarks, {Marks(tree, xpath)}});
         } else {
-          reporter.Send({kNoPath, {}});
+          reporter.Send({kObjection, {objection}});
         }
       },
       kFilterTime);
@@ -91,12 +104,12 @@ std::string MarksInTime(const ly_ctx* context, const lyd_node* tree,
   if (report.messages.empty()) {
     throw std::runtime_error("the attribute select cannot be followed");
   }
-  if (report.messages[0].kind == kNoPath) {
-    throw Refusal(
-        ErrorTag::kInvalidValue,
-        "The attribute select is no path into the data model: " + xpath);
-  }
-  return report.messages[0].texts.at(0);
+  const commit::Message& answer = report.messages[0];
+  if (answer.kind == kMarks) return answer.texts.at(0);
+  throw Refusal(ErrorTag::kBadAttribute,
+                "The attribute select cannot be followed, " +
+                    answer.texts.at(0) + ": " + xpath,
+                {{"bad-attribute", "select"}, {"bad-element", "filter"}});
 }
 
 void SelectByXPath(const ly_ctx* context, const lyd_node* tree,

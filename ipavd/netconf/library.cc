@@ -23,6 +23,7 @@ enum class Where : std::uint8_t { kInServer, kInChild };
 template <Reply (*kOperation)(const Call&), Where kWhere = Where::kInServer>
 nc_server_reply* Run(lyd_node* rpc, nc_session* handle) noexcept {
   try {
+    CheckAnnotation(*rpc);
     CheckParts(*rpc);
     auto& environment = *static_cast<Environment*>(nc_session_get_data(handle));
     Session& session = *environment.sessions.Find(handle);

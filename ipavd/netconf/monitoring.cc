@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "ipavd/netconf/message_context.h"
 #include "ipavd/netconf/selection.h"
@@ -122,13 +123,42 @@ void AddSessions(const Sessions& sessions, Writer* writer) {
   }
 }
 
+// Removes the paths of files of the server: a client gets modules by
+// get-schema.
+void RemoveLocations(lyd_node* first) {
+  for (lyd_node* node = first; node != nullptr;) {
+    lyd_node* next = node->next;
+    const bool is_term = (node->schema->nodetype & LYD_NODE_TERM) != 0;
+    if (!is_term) {
+      RemoveLocations(lyd_child(node));
+    } else if (std::string_view(lyd_get_value(node)).substr(0, 5) == "file:") {
+      lyd_free_tree(node);
+    }
+    node = next;
+  }
+}
+
 store::Nodes YangLibrary(const ly_ctx* context) {
   lyd_node* tree = nullptr;
   if (ly_ctx_get_yanglib_data(context, &tree, "%s",
                               ContentId(context).c_str()) != LY_SUCCESS) {
     throw std::runtime_error("no YANG library");
   }
-  return store::Nodes(tree);
+  store::Nodes nodes(tree);
+  RemoveLocations(tree);
+  for (const Datastore datastore :
+       {Datastore::kRunning, Datastore::kCandidate, Datastore::kStartup}) {
+    const std::string path =
+        std::string(
+            "/ietf-yang-library:yang-library/datastore[name='"
+            "ietf-datastores:") +
+        store::NameOf(datastore) + "']/schema";
+    if (lyd_new_path(tree, nullptr, path.c_str(), "complete", 0, nullptr) !=
+        LY_SUCCESS) {
+      throw std::runtime_error("no YANG library");
+    }
+  }
+  return nodes;
 }
 
 }  // namespace
@@ -141,7 +171,10 @@ store::Nodes StateData(const Environment& environment) {
   AddSessions(environment.sessions, &writer);
   const std::string statistics = std::string(kState) + "/statistics";
   writer.Add(statistics + "/netconf-start-time", InIso8601(environment.start));
-  AddCounters(statistics, environment.counters, &writer);
+  const Totals& totals = environment.counters;
+  writer.Add(statistics + "/in-sessions", totals.in_sessions);
+  writer.Add(statistics + "/dropped-sessions", totals.dropped_sessions);
+  AddCounters(statistics, totals, &writer);
   return Join(writer.Take(), YangLibrary(environment.context));
 }
 

@@ -14,6 +14,18 @@ namespace {
 using store::ErrorTag;
 using store::RpcError;
 
+NC_ERR_TYPE TypeOf(const RpcError& error) {
+  switch (error.type) {
+    case store::ErrorType::kRpc:
+      return NC_ERR_TYPE_RPC;
+    case store::ErrorType::kProtocol:
+      return NC_ERR_TYPE_PROT;
+    case store::ErrorType::kApplication:
+      break;
+  }
+  return NC_ERR_TYPE_APP;
+}
+
 // The library's tree of a tag. The library takes the details of each tag as
 // variable arguments, and a missing one crashes the process.
 lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
@@ -23,9 +35,7 @@ lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
     }
     return "";
   };
-  const NC_ERR_TYPE type = error.type == store::ErrorType::kProtocol
-                               ? NC_ERR_TYPE_PROT
-                               : NC_ERR_TYPE_APP;
+  const NC_ERR_TYPE type = TypeOf(error);
   const char* attribute = info("bad-attribute");
   const char* element = info("bad-element");
   switch (error.tag) {
@@ -107,6 +117,11 @@ Reply DataText(const lyd_node& rpc, const std::string& text) {
 
 Reply Refuse(const lyd_node& rpc, const RpcError& error) {
   return Reply(nc_server_reply_err(ToTree(LYD_CTX(&rpc), error)));
+}
+
+std::string TextOf(const ly_ctx* context, const RpcError& error) {
+  const store::Nodes tree(ToTree(context, error));
+  return store::TextOf(tree.get(), LYD_PRINT_SHRINK);
 }
 
 Reply Answer(const lyd_node& rpc, const std::optional<RpcError>& error) {

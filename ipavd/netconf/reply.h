@@ -47,6 +47,9 @@ Reply DataText(const lyd_node& rpc, const std::string& text);
 
 Reply Refuse(const lyd_node& rpc, const store::RpcError& error);
 
+// The element rpc-error.
+std::string TextOf(const ly_ctx* context, const store::RpcError& error);
+
 // Ok() if there is no error.
 Reply Answer(const lyd_node& rpc, const std::optional<store::RpcError>& error);
 Reply Answer(const lyd_node& rpc, const std::vector<store::RpcError>& errors);

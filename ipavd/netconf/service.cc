@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "host/datastore/libyang_error.h"
+#include "ipavd/netconf/bad_request.h"
 #include "ipavd/transport/log.h"
 
 namespace ipav::netconf {
@@ -56,6 +57,7 @@ void Service::AddSession(PassedConnection client) {
     return;
   }
   try {
+    ++environment_.counters.in_sessions;
     const Session& session = sessions_.Add(std::move(client), &environment_);
     if (is_extra) extra_ = session.id();
     Log(Severity::kInfo,
@@ -72,21 +74,17 @@ void Service::Poll() {
   // clients and signals.
   for (std::size_t i = sessions_.all().size(); i > 0; --i) {
     nc_session* handle = nullptr;
+    datastore::ClearErrors(environment_.context);
     const int events = nc_ps_poll(sessions_.poll_set(), 0, &handle);
     if ((events & (NC_PSPOLL_TIMEOUT | NC_PSPOLL_NOSESSIONS)) != 0) return;
     has_more_ = true;
-    // The library records errors in messages, and never removes them.
-    datastore::ClearErrors(environment_.context);
     Session* session = sessions_.Find(handle);
     if (session == nullptr) return;
     if (session->is_child()) EndChild(events);
     Count(session, events);
-    const std::string output = session->TakeOutput();
-    if (session->has_child()) {
-      sessions_.SetPolled(*session, false);
-    } else {
-      session->Send(output);
-    }
+    Answer(*session, (events & NC_PSPOLL_BAD_RPC) != 0);
+    // The library records errors in messages, and never removes them.
+    datastore::ClearErrors(environment_.context);
     if ((events & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
       End(session, (events & NC_PSPOLL_SESSION_ERROR) == 0);
     }
@@ -99,6 +97,14 @@ void Service::EndChild(int events) {
   if ((events & NC_PSPOLL_REPLY_ERROR) != 0) answered = Answered::kWithError;
   if ((events & NC_PSPOLL_ERROR) != 0) answered = Answered::kNot;
   _exit(static_cast<int>(answered));
+}
+
+// Sends what the library has written for the client, unless a child answers.
+void Service::Answer(const Session& session, bool is_bad_rpc) {
+  std::string output = session.TakeOutput();
+  if (session.has_child()) return sessions_.SetPolled(session, false);
+  if (is_bad_rpc) output = WithReason(environment_.context, output);
+  session.Send(output);
 }
 
 void Service::TakeAnswers() {
@@ -121,7 +127,8 @@ void Service::EndAll() {
 }
 
 void Service::Count(Session* session, int events) {
-  for (Counters* counters : {&session->counters, &environment_.counters}) {
+  Counters* const all = &environment_.counters;
+  for (Counters* counters : {&session->counters, all}) {
     if ((events & NC_PSPOLL_RPC) != 0) ++counters->in_rpcs;
     if ((events & NC_PSPOLL_BAD_RPC) != 0) ++counters->in_bad_rpcs;
     if ((events & NC_PSPOLL_REPLY_ERROR) != 0) ++counters->out_rpc_errors;
@@ -130,6 +137,7 @@ void Service::Count(Session* session, int events) {
 
 void Service::End(Session* session, bool is_orderly) {
   const store::SessionId id = session->id();
+  if (!is_orderly) ++environment_.counters.dropped_sessions;
   sessions_.Remove(*session);
   environment_.datastores.SessionEnded(id);
   Log(Severity::kInfo, "session " + std::to_string(id) +

@@ -54,6 +54,7 @@ class Service {
  private:
   std::string Objection(const transport::PassedConnection& client) const;
   [[noreturn]] static void EndChild(int events);
+  void Answer(const Session& session, bool is_bad_rpc);
   void TakeAnswers();
   void Count(Session* session, int events);
   void End(Session* session, bool is_orderly);

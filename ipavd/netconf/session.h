@@ -29,6 +29,12 @@ struct Counters {
   std::uint32_t out_rpc_errors = 0;
 };
 
+// Those of the server only.
+struct Totals : Counters {
+  std::uint32_t in_sessions = 0;
+  std::uint32_t dropped_sessions = 0;
+};
+
 // How the child process that answered a request ended; its exit status, except
 // for kStopped: it was killed, or its client has gone.
 enum class Answered : std::uint8_t { kWithData, kWithError, kNot, kStopped };

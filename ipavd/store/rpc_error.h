@@ -11,7 +11,7 @@
 namespace ipav::store {
 
 // The types of RFC 6241 that the server uses.
-enum class ErrorType : std::uint8_t { kProtocol, kApplication };
+enum class ErrorType : std::uint8_t { kRpc, kProtocol, kApplication };
 
 // The tags of RFC 6241 (appendix A) that operations on datastores use.
 enum class ErrorTag : std::uint8_t {

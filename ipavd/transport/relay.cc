@@ -33,6 +33,13 @@ constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 // ended the session.
 constexpr milliseconds kLastReplies = std::chrono::seconds(5);
 
+// Clients often send a line break after "]]>]]>". XML allows no blanks before
+// its declaration.
+std::string_view WithoutBlanksBefore(std::string_view message) {
+  return message.substr(
+      std::min(message.find_first_not_of(" \t\r\n"), message.size()));
+}
+
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
 
 // Whether the other side has closed its socket, and not only its direction.
@@ -133,7 +140,9 @@ void Relay::ReadClient() {
   }
   if (server_ended_) return;
   from_client_.Add(*bytes);
-  while (const auto message = from_client_.Next()) FromClient(*message);
+  while (const auto message = from_client_.Next()) {
+    FromClient(WithoutBlanksBefore(*message));
+  }
 }
 
 void Relay::FromClient(std::string_view message) {

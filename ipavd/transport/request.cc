@@ -2,8 +2,11 @@
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
+#include <libxml/xpath.h>
 
+#include <algorithm>
 #include <climits>
+#include <optional>
 
 #include "host/base/c_ptr.h"
 #include "netconf/framing.h"
@@ -15,23 +18,46 @@ namespace {
 
 using netconf::Frame;
 using netconf::Framing;
+using netconf::ToView;
 using netconf::XmlDocument;
 
 constexpr std::string_view kMalformed = "<";
-constexpr std::string_view kPrefix = "no-namespace-of-";
+constexpr std::string_view kNetconf = "urn:ietf:params:xml:ns:netconf:base:1.0";
+constexpr std::string_view kYang = "urn:ietf:params:xml:ns:yang:1";
 
 using Parser = base::CPtr<xmlParserCtxt, xmlFreeParserCtxt>;
+using XPathContext = base::CPtr<xmlXPathContext, xmlXPathFreeContext>;
+using CompiledXPath = base::CPtr<xmlXPathCompExpr, xmlXPathFreeCompExpr>;
 
-bool IsToMark(const xmlChar* name, bool has_prefix) {
-  const std::string_view text = netconf::ToView(name);
-  return !has_prefix && (text == "operation" || text == "insert");
+// Whether one of the words in `words`, each between blanks, is `word`.
+bool HasWord(std::string_view words, std::string_view word) {
+  const std::string wanted = " " + std::string(word) + " ";
+  return word.find(' ') == std::string_view::npos &&
+         words.find(wanted) != std::string_view::npos;
+}
+
+// The error-tag for an attribute that tells what to do with an element of a
+// configuration; empty if it is right, or another attribute.
+std::string_view TagOf(std::string_view name, std::string_view space,
+                       std::string_view value) {
+  constexpr std::string_view kOperations =
+      " merge replace create delete remove ";
+  constexpr std::string_view kPlaces = " first last before after ";
+  if (name != "operation" && name != "insert") return "";
+  if (space.empty()) return "unknown-attribute";
+  const bool is_operation = name == "operation" && space == kNetconf;
+  const bool is_insert = name == "insert" && space == kYang;
+  const bool is_wrong = (is_operation && !HasWord(kOperations, value)) ||
+                        (is_insert && !HasWord(kPlaces, value));
+  return is_wrong ? "bad-attribute" : "";
 }
 
 // What the handlers find in a message. libxml2 passes it to them as the private
 // data of the parser.
 struct Facts {
   bool has_root = false;
-  bool has_attribute_to_mark = false;
+  bool has_filter = false;
+  bool needs_changes = false;
 };
 
 // A message must not have a document type (RFC 6241, section 3).
@@ -43,19 +69,33 @@ void RefuseDocumentType(void* parser, const xmlChar* /*name*/,
   context->wellFormed = 0;
 }
 
-void LookAtAttributes(void* parser, const xmlChar* /*name*/,
-                      const xmlChar* /*prefix*/, const xmlChar* /*space*/,
+void LookAtAttributes(void* parser, const xmlChar* element,
+                      const xmlChar* /*prefix*/, const xmlChar* space,
                       int /*namespaces*/, const xmlChar** /*declared*/,
                       int count, int /*defaulted*/,
                       const xmlChar** attributes) {
   constexpr int kParts = 5;  // name, prefix, namespace, begin and end of value
   auto& facts =
       *static_cast<Facts*>(static_cast<xmlParserCtxt*>(parser)->_private);
-  // The attributes of the root are the client's own.
-  for (int i = 0; facts.has_root && i < count; ++i, attributes += kParts) {
-    if (IsToMark(attributes[0], attributes[1] != nullptr)) {
-      facts.has_attribute_to_mark = true;
+  bool has_message_id = false;
+  if (ToView(element) == "filter") facts.has_filter = true;
+  for (int i = 0; i < count; ++i, attributes += kParts) {
+    const std::string_view name = ToView(attributes[0]);
+    const std::string_view value(
+        reinterpret_cast<const char*>(attributes[3]),
+        static_cast<std::size_t>(attributes[4] - attributes[3]));
+    has_message_id =
+        has_message_id || (attributes[1] == nullptr && name == "message-id");
+    // Other attributes of the root are the client's own.
+    if (facts.has_root &&
+        (facts.has_filter ||
+         !TagOf(name, ToView(attributes[2]), value).empty())) {
+      facts.needs_changes = true;
     }
+  }
+  if (!facts.has_root && ToView(element) == "rpc" &&
+      ToView(space) == kNetconf && !has_message_id) {
+    facts.needs_changes = true;
   }
   facts.has_root = true;
 }
@@ -80,28 +120,153 @@ bool IsWellFormed(std::string_view message, Facts* facts) {
   return parser->wellFormed != 0 && parser->nsWellFormed != 0;
 }
 
-void MarkAttributesBelow(const xmlNode* parent) {
+const xmlChar* ToXml(const char* text) {
+  return reinterpret_cast<const xmlChar*>(text);
+}
+
+std::string_view SpaceOf(const xmlNs* space) {
+  return space == nullptr ? std::string_view() : ToView(space->href);
+}
+
+bool IsNetconf(const xmlNode& element, std::string_view name) {
+  return ToView(element.name) == name && SpaceOf(element.ns) == kNetconf;
+}
+
+// The value of an attribute without namespace; no value if there is none.
+std::optional<std::string> Attribute(const xmlNode& element, const char* name) {
+  const xmlAttr* found = xmlHasNsProp(&element, ToXml(name), nullptr);
+  if (found == nullptr) return std::nullopt;
+  return netconf::ContentOf(reinterpret_cast<const xmlNode*>(found));
+}
+
+// Why a request is refused, as the annotation "refuse" of the module
+// ipav-netconf says it: the error-tag, the attribute, the element, and a text.
+using Objection = std::optional<std::string>;
+
+Objection Object(std::string_view tag, std::string_view attribute,
+                 std::string_view element, const std::string& text) {
+  return std::string(tag)
+      .append(" ")
+      .append(attribute)
+      .append(" ")
+      .append(element)
+      .append(" ")
+      .append(text);
+}
+
+Objection ObjectionToXPath(const std::string& xpath) {
+  const XPathContext context(xmlXPathNewContext(nullptr));
+  if (context == nullptr) return std::nullopt;
+  context->error = [](void* /*data*/, xmlError* /*error*/) {};
+  const CompiledXPath compiled(
+      xmlXPathCtxtCompile(context.get(), ToXml(xpath.c_str())));
+  if (compiled != nullptr) return std::nullopt;
+  const auto size = std::clamp<std::ptrdiff_t>(
+      context->lastError.int1, 0, static_cast<std::ptrdiff_t>(xpath.size()));
+  const auto place =
+      1 + std::count_if(xpath.begin(), xpath.begin() + size, [](char c) {
+        return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U;
+      });
+  return Object("bad-attribute", "select", "filter",
+                "The attribute select is no XPath expression, see character " +
+                    std::to_string(place) + ": " + xpath);
+}
+
+// An attribute in a subtree filter selects nodes that have it (RFC 6241,
+// section 6.2.2). A configuration has no attributes, and the YANG library
+// ignores those that it does not know: such elements get a name that no node
+// has.
+void RenameElementsWithAttributes(const xmlNode* parent) {
   for (const xmlNode* element = netconf::FirstElement(parent);
        element != nullptr; element = netconf::NextElement(element)) {
-    for (xmlAttr* each = element->properties; each != nullptr;
-         each = each->next) {
-      if (!IsToMark(each->name, each->ns != nullptr)) continue;
-      const std::string name(netconf::ToView(each->name));
-      std::string marked(kPrefix);
-      marked.append(name).append(":").append(name);
-      xmlNodeSetName(reinterpret_cast<xmlNode*>(each),
-                     reinterpret_cast<const xmlChar*>(marked.c_str()));
+    if (element->properties == nullptr) {
+      RenameElementsWithAttributes(element);
+      continue;
     }
-    MarkAttributesBelow(element);
+    auto* renamed = const_cast<xmlNode*>(element);
+    xmlFreePropList(renamed->properties);
+    renamed->properties = nullptr;
+    xmlNodeSetName(renamed, ToXml("no-node-has-attributes"));
   }
 }
 
-// A copy of a well-formed message, with such attributes renamed.
-std::string MarkAttributes(std::string_view message) {
+Objection PrepareFilter(const xmlNode* filter) {
+  RenameElementsWithAttributes(filter);
+  const auto type = Attribute(*filter, "type");
+  if (type.has_value() && *type != "subtree" && *type != "xpath") {
+    return Object("bad-attribute", "type", "filter",
+                  "A filter has the type subtree or xpath.");
+  }
+  const auto select = Attribute(*filter, "select");
+  return select.has_value() ? ObjectionToXPath(*select) : std::nullopt;
+}
+
+Objection ObjectionToAttributes(const xmlNode& element) {
+  for (const xmlAttr* each = element.properties; each != nullptr;
+       each = each->next) {
+    const std::string_view name = ToView(each->name);
+    const std::string value =
+        netconf::ContentOf(reinterpret_cast<const xmlNode*>(each));
+    const std::string_view tag = TagOf(name, SpaceOf(each->ns), value);
+    if (tag.empty()) continue;
+    const bool has_space = each->ns != nullptr;
+    return Object(tag, name, ToView(element.name),
+                  "The attribute " + std::string(name) +
+                      (has_space ? " has no value " + value + "."
+                                 : " is not in its namespace."));
+  }
+  return std::nullopt;
+}
+
+// The first objection to the elements below `parent`.
+Objection PrepareBelow(const xmlNode* parent, int depth) {
+  constexpr int kDepthOfFilter = 2;  // below rpc and get
+  for (const xmlNode* element = netconf::FirstElement(parent);
+       element != nullptr; element = netconf::NextElement(element)) {
+    const bool is_filter =
+        depth == kDepthOfFilter && IsNetconf(*element, "filter");
+    Objection objection =
+        is_filter ? PrepareFilter(element) : ObjectionToAttributes(*element);
+    if (!objection.has_value() && !is_filter) {
+      objection = PrepareBelow(element, depth + 1);
+    }
+    if (objection.has_value()) return objection;
+  }
+  return std::nullopt;
+}
+
+// Leaves only the name of the operation, and the reason. False if it cannot be
+// annotated.
+bool Refuse(const xmlNode* root, const std::string& reason) {
+  auto* operation = const_cast<xmlNode*>(netconf::FirstElement(root));
+  if (operation == nullptr) return true;  // is refused anyway
+  while (operation->children != nullptr) {
+    xmlNode* child = operation->children;
+    xmlUnlinkNode(child);
+    xmlFreeNode(child);
+  }
+  xmlFreePropList(operation->properties);
+  operation->properties = nullptr;
+  xmlNs* space =
+      xmlNewNs(operation, ToXml("urn:ipav:netconf"), ToXml("ipav-netconf"));
+  return space != nullptr && xmlNewNsProp(operation, space, ToXml("refuse"),
+                                          ToXml(reason.c_str())) != nullptr;
+}
+
+// A copy of a well-formed message that the server understands as it is meant.
+std::string Prepare(std::string_view message) {
   const XmlDocument document = netconf::ParseXml(message, "UTF-8");
   xmlNode* root = netconf::RootOf(document);
   if (root == nullptr) return std::string(kMalformed);
-  MarkAttributesBelow(root);
+  Objection objection;
+  if (IsNetconf(*root, "rpc") && !Attribute(*root, "message-id")) {
+    objection = Object("missing-attribute", "message-id", "rpc",
+                       "A request needs a message-id.");
+  }
+  if (!objection.has_value()) objection = PrepareBelow(root, 1);
+  if (objection.has_value() && !Refuse(root, *objection)) {
+    return std::string(kMalformed);
+  }
   return netconf::Print(document.get(), root);
 }
 
@@ -112,9 +277,8 @@ std::string FrameRequest(std::string_view message) {
   if (!IsWellFormed(message, &facts)) {
     return Frame(Framing::kChunked, kMalformed);
   }
-  return facts.has_attribute_to_mark
-             ? Frame(Framing::kChunked, MarkAttributes(message))
-             : Frame(Framing::kChunked, message);
+  return facts.needs_changes ? Frame(Framing::kChunked, Prepare(message))
+                             : Frame(Framing::kChunked, message);
 }
 
 }  // namespace ipav::transport

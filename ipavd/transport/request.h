@@ -13,11 +13,12 @@ namespace ipav::transport {
 // UTF-8, or has a document type, is replaced by "<", which the server answers
 // as malformed.
 //
-// Below the root element, attributes "operation" and "insert" without a
-// namespace get a prefix that is not declared
-// ("no-namespace-of-insert:insert"), so that the YANG library refuses them. It
-// would ignore them otherwise: an edit with operation="delete" would be a
-// merge.
+// A request gets an annotation "refuse", and loses what is in its operation, if
+// it has no message-id, or an attribute that the YANG library would ignore or
+// refuse without a name: "operation" and "insert" without a namespace or with
+// an unknown value, and those of a filter. An edit with operation="delete"
+// would be a merge otherwise. An element of a subtree filter with an attribute
+// gets a name that no node has.
 std::string FrameRequest(std::string_view message);
 
 }  // namespace ipav::transport

@@ -7,8 +7,8 @@ import time
 import unittest
 from xml.etree import ElementTree
 
-from served import (CONFIG, IPAPP, NETCONF, TEST_PLUGINS, RawClient, Server,
-                    ServerTest, config, l3, model_of)
+from served import (CONFIG, HELLO, IPAPP, NETCONF, TEST_PLUGINS, RawClient,
+                    Server, ServerTest, config, l3, model_of)
 
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
@@ -53,6 +53,13 @@ class OperationsTest(ServerTest):
 
     def refused(self, operation, tag, kind=None):
         return self.assert_refused(self.client.rpc(operation), tag, kind)
+
+    def refused_attribute(self, operation, tag, attribute, element):
+        reply = self.client.rpc(operation)
+        self.assert_refused(reply, tag)
+        info = [[part.text for part in reply.iter(f"{{{NETCONF}}}{name}")]
+                for name in ["bad-attribute", "bad-element"]]
+        self.assertEqual(info, [[attribute], [element]])
 
     def running(self, *interfaces):
         self.ok(edit("candidate", config(*interfaces)))
@@ -124,6 +131,13 @@ class GetConfigTest(SharedOperationsTest):
                 (f'<config xmlns="{CONFIG}">x</config>', [], 0),
                 ('<config xmlns=""/>', ["a", "b"], 2),
                 ('<config xmlns="urn:other"/>', [], 0),
+                # No node has an attribute, so none selects one.
+                (within % (f'<l3 xmlns="{IPAPP}" a="b"/>' +
+                           l3_of % "<name>b</name>"), ["b"], 1),
+                (within % (l3_of % '<name xmlns:x="urn:x" x:y="">a</name>'),
+                 [], 0),
+                (within % (l3_of % '<name>a</name><ipv4 operation="merge"/>'),
+                 ["a"], 0),
                 ("", [], 0)]:
             with self.subTest(content):
                 reply = self.subtree(content)
@@ -154,9 +168,27 @@ class GetConfigTest(SharedOperationsTest):
                     len(list(reply.iter(f"{{{IPAPP}}}ip"))), addresses)
 
     def test_refuses_what_is_no_xpath(self):
-        for expression in ["/c:config[", "///", "x:y", ""]:
+        self.running(A)
+        no_xpath = "The attribute select is no XPath expression, see character "
+        not_followed = "The attribute select cannot be followed, "
+        for expression, tag, text in [
+                ("/c:config[", "bad-attribute",
+                 no_xpath + "11: /c:config["),
+                ("/c:config[i:name='a]", "bad-attribute",
+                 no_xpath + "21: /c:config[i:name='a]"),
+                ("", "bad-attribute", no_xpath + "1: "),
+                ("//*[foo()]", "operation-failed",
+                 'Unknown XPath function "foo".'),
+                ("x:y", "operation-failed", 'Failed to resolve prefix "x".'),
+                ("deref(//i:name)", "bad-attribute",
+                 not_followed + "deref() takes only a node that refers to "
+                 "another one: deref(//ipapp:name)"),
+                ("//i:l3[deref(i:name)]", "bad-attribute",
+                 not_followed + "deref() takes only a node that refers to "
+                 "another one: //ipapp:l3[deref(name)]")]:
             with self.subTest(expression):
-                self.error(self.xpath(expression))
+                error = self.assert_refused(self.xpath(expression), tag)
+                self.assertEqual(error["error-message"], text)
 
     def test_refuses_an_xpath_filter_without_one(self):
         error = self.client.rpc(get_config(more='<filter type="xpath"/>'))
@@ -220,6 +252,29 @@ class GetTest(OperationsTest):
         self.assertEqual(self.values(datastores, "name"),
                          ["running", "candidate", "startup"])
         self.assertEqual(self.values(datastores, "locked-by-session"), ["2"])
+
+    def test_counts_sessions(self):
+        names = ["in-sessions", "dropped-sessions"]
+
+        def counted():
+            statistics = self.state("<statistics/>")
+            return [int(*self.values(statistics, name)) for name in names]
+
+        self.assertEqual(counted(), [1, 0])
+        self.assert_ok(self.raw(self.server).rpc("<close-session/>"))
+        self.raw(self.server).close()
+        self.server.wait_for_log("session 3 was cut off")
+        self.assertEqual(counted(), [3, 1])
+
+    def test_tells_of_modules_and_datastores(self):
+        library = "urn:ietf:params:xml:ns:yang:ietf-yang-library"
+        [data] = self.client.rpc("<get/>")
+        texts = [part.text or "" for part in data.iter()]
+        self.assertFalse([text for text in texts if "file:" in text])
+        stores = [part.text for part in data.iter(f"{{{library}}}name")
+                  if ":" in part.text]
+        self.assertEqual(stores, [f"ds:{name}" for name in [
+            "running", "candidate", "startup"]])
 
     def test_tells_of_capabilities_as_its_hello_does(self):
         capabilities = self.values(self.state("<capabilities/>"), "capability")
@@ -353,10 +408,8 @@ class EditConfigTest(SharedOperationsTest):
             with self.subTest(attribute):
                 content = config(f'<l3 xmlns="{IPAPP}" {attribute}="delete">'
                                  "<name>kept</name></l3>")
-                error = self.refused(edit("candidate", content),
-                                     "operation-failed")
-                self.assertIn(f"no-namespace-of-{attribute}",
-                              error["error-message"])
+                self.refused_attribute(edit("candidate", content),
+                                       "unknown-attribute", attribute, "l3")
         self.ok("<commit/>")
         self.assertEqual(self.names_in("running"), ["kept"])
 
@@ -854,9 +907,55 @@ class SessionTest(OperationsTest):
 
 
 class WrongRequestTest(SharedOperationsTest):
-    def test_of_an_unknown_operation_is_refused(self):
-        self.error(self.client.rpc('<reboot xmlns="urn:x"/>'))
+    def test_has_the_tag_of_its_error(self):
+        for operation, tag, text in [
+                ('<reboot xmlns="urn:x"/>', "operation-not-supported",
+                 'No module with namespace "urn:x" in the context.'),
+                ("<reboot/>", "operation-not-supported",
+                 'Node "reboot" not found in the "ietf-netconf" module.'),
+                ("<get-config><running/></get-config>", "unknown-element",
+                 'Node "running" not found as a child of "get-config" node.'),
+                (edit("startup", ""), "unknown-element",
+                 'Node "startup" not found as a child of "target" node.'),
+                ("<kill-session><session-id>x</session-id></kill-session>",
+                 "invalid-value", 'Invalid type uint32 value "x".'),
+                (edit("candidate", "", "<test-option>x</test-option>"),
+                 "invalid-value", 'Invalid enumeration value "x".'),
+                ("", "operation-failed", "Missing the operation node."),
+                ("<get/><get/>", "operation-failed",
+                 'Unexpected child element "get".')]:
+            with self.subTest(operation):
+                error = self.refused(operation, tag)
+                self.assertEqual(error["error-message"], text)
+
+    def test_with_an_attribute_that_is_wrong_is_refused(self):
+        for operation, attribute, element in [
+                (edit("candidate", config(l3("a", operation="increase"))),
+                 "operation", "l3"),
+                (get_config(more='<filter type="all"/>'), "type", "filter")]:
+            with self.subTest(attribute):
+                self.refused_attribute(operation, "bad-attribute", attribute,
+                                       element)
+        self.assertEqual(self.names_in("candidate"), [])
+
+    def test_without_a_message_id_is_refused(self):
+        self.client.send_message(
+            f'<rpc xmlns="{NETCONF}" a="b">{edit("running", config(A))}</rpc>')
+        reply = ElementTree.fromstring(self.client.receive())
+        self.assert_refused(reply, "missing-attribute", "rpc")
+        self.assertEqual(reply.attrib, {"a": "b"})
         self.assertEqual(self.names_in("running"), [])
+
+    def test_may_begin_with_blanks(self):
+        for version in ["1.0", "1.1"]:
+            client = RawClient(self.server.socket, version, greet=False)
+            self.addCleanup(client.close)
+            hello = HELLO % version
+            client.send(f"\n <?xml version='1.0'?>{hello}]]>]]>".encode())
+            self.assertIn("<hello", client.receive_marked())
+            client.send_message("\r\n\t<?xml version='1.0'?><rpc message-id="
+                                f"'1' xmlns='{NETCONF}'>{get_config()}</rpc>")
+            self.assertIn("<data", client.receive())
 
     def test_without_a_target_is_refused(self):
         for operation in ["<get-config/>", "<lock/>",
@@ -900,10 +999,6 @@ class WrongRequestTest(SharedOperationsTest):
         reply = ElementTree.fromstring(self.client.receive())
         self.assertEqual(reply.attrib, {"message-id": 'a <" b', "plain": "1",
                                         "{urn:x}user": "me"})
-        self.client.send_message(f'<rpc xmlns="{NETCONF}">{get_config()}</rpc>')
-        reply = ElementTree.fromstring(self.client.receive())
-        self.assertEqual(reply.attrib, {})
-        self.assertEqual(len(reply), 1)
 
     def test_that_is_no_xml_is_refused(self):
         self.client.send_message("<rpc")

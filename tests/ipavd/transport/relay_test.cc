@@ -213,6 +213,14 @@ TEST_F(RelayTest, DropsAClientThatGetsNoSession) {
   EXPECT_EQ(reason_.get(), "got no session");
 }
 
+TEST_F(RelayTest, TakesBlanksBeforeAMessage) {
+  Greet("\n" + ClientHello());
+  Send(client_, Frame(Framing::kChunked, " \t\r\n<?xml version='1.0'?><a/>"));
+  ExpectReceived(server_,
+                 Frame(Framing::kChunked, "<?xml version='1.0'?><a/>"));
+  ExpectEnd();
+}
+
 TEST_F(RelayTest, DropsAClientWhoseHelloIsTooSlow) {
   Start(HelloWithin(milliseconds(100)));
   SendSlowly();

@@ -34,7 +34,6 @@ INSTANTIATE_TEST_SUITE_P(
                       "<?xml version='1.0'?><rpc operation='1' insert='a'/>",
                       "<rpc xmlns:nc='n'><a nc:operation='delete' "
                       "nc:insert='first'/></rpc>",
-                      "<rpc><filter type='xpath' select='/a'/></rpc>",
                       "<rpc x='&lt;a insert=\"c\">'><!-- <a insert='c'/> -->"
                       "<![CDATA[<a insert='c'/>]]><?a insert='c'?>insert='b'"
                       "</rpc>"));
@@ -76,33 +75,102 @@ INSTANTIATE_TEST_SUITE_P(
                       "<!DOCTYPE rpc SYSTEM \"/etc/passwd\"><rpc/>",
                       "<!DOCTYPE rpc [<!ENTITY a \"b\">]><rpc>&a;</rpc>"));
 
-struct Marked {
-  const char* message;
+constexpr char kRpc[] =
+    "<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+    "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+    "xmlns:y=\"urn:ietf:params:xml:ns:yang:1\" message-id=\"1\">";
+
+struct Changed {
+  const char* content;
   const char* expected;
 };
 
-class MarkedRequestTest : public ::testing::TestWithParam<Marked> {};
+class ChangedRequestTest : public ::testing::TestWithParam<Changed> {};
 
-TEST_P(MarkedRequestTest, HasAPrefixForAttributesWithoutANamespace) {
-  EXPECT_EQ(FrameRequest(GetParam().message),
-            Frame(Framing::kChunked, GetParam().expected));
+TEST_P(ChangedRequestTest, LosesTheElementsWithAttributesInAFilter) {
+  const auto whole = [](const std::string& content) {
+    return Frame(Framing::kChunked, kRpc + content + "</rpc>");
+  };
+  EXPECT_EQ(FrameRequest(kRpc + std::string(GetParam().content) + "</rpc>"),
+            whole(GetParam().expected));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Xml, MarkedRequestTest,
+    Filter, ChangedRequestTest,
     ::testing::Values(
-        Marked{"<rpc><a operation=\"delete\"/></rpc>",
-               "<rpc><a no-namespace-of-operation:operation=\"delete\"/>"
-               "</rpc>"},
-        Marked{"<?xml version='1.0' encoding='ISO-8859-1'?><rpc operation='1'>"
-               "<a\n b = 'c'\tinsert='>'  >operation='\xc3\xa4'</a></rpc>",
-               "<rpc operation=\"1\"><a b=\"c\" no-namespace-of-insert:insert="
-               "\"&gt;\">operation='\xc3\xa4'</a></rpc>"},
-        Marked{"<rpc xmlns='u' xmlns:x='v'><x:a x:insert='c' insert='\"'>"
-               "<![CDATA[&]]><f operation=''/></x:a></rpc>",
-               "<rpc xmlns=\"u\" xmlns:x=\"v\"><x:a x:insert=\"c\" "
-               "no-namespace-of-insert:insert=\"&quot;\"><![CDATA[&]]><f "
-               "no-namespace-of-operation:operation=\"\"/></x:a></rpc>"}));
+        Changed{"<get><filter type='subtree'><a b='c'><d/></a><e/></filter>"
+                "</get>",
+                "<get><filter type=\"subtree\"><no-node-has-attributes><d/>"
+                "</no-node-has-attributes><e/></filter></get>"},
+        Changed{"<get-config><filter><a><b operation='c'>d</b></a></filter>"
+                "</get-config>",
+                "<get-config><filter><a><no-node-has-attributes>d"
+                "</no-node-has-attributes></a></filter></get-config>"},
+        // Only the operation's own element is a filter.
+        Changed{"<a><b><filter><c d=\"e\"/></filter></b></a>",
+                "<a><b><filter><c d=\"e\"/></filter></b></a>"},
+        Changed{"<a><filter xmlns=\"u\"><c d=\"e\"/></filter></a>",
+                "<a><filter xmlns=\"u\"><c d=\"e\"/></filter></a>"},
+        Changed{"<get><filter type=\"xpath\" select=\"//*[x:y]\"/></get>",
+                "<get><filter type=\"xpath\" select=\"//*[x:y]\"/></get>"}));
+
+struct Refused {
+  const char* message;
+  const char* reason;  // empty: it is malformed
+};
+
+class RefusedRequestTest : public ::testing::TestWithParam<Refused> {};
+
+TEST_P(RefusedRequestTest, SaysWhyAndLosesItsContent) {
+  std::string message = GetParam().message;
+  std::string root = kRpc;
+  const std::size_t mark = message.find('!');  // stands for the root
+  if (mark == 0) root.erase(root.find(" message-id"), 15);
+  message.erase(0, mark == 0 ? 1 : 0);
+  const std::string sent = FrameRequest(root + message + "</rpc>");
+  if (std::string(GetParam().reason).empty()) {
+    EXPECT_EQ(sent, "\n#1\n<\n##\n");
+    return;
+  }
+  EXPECT_EQ(sent, Frame(Framing::kChunked,
+                        root +
+                            "<do xmlns:ipav-netconf=\"urn:ipav:netconf\" "
+                            "ipav-netconf:refuse=\"" +
+                            GetParam().reason + "\"/></rpc>"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Attributes, RefusedRequestTest,
+    ::testing::Values(
+        Refused{"!<do><a/></do>",
+                "missing-attribute message-id rpc A request needs a "
+                "message-id."},
+        Refused{"<do a='b'><c/><l3 operation='delete'/></do>",
+                "unknown-attribute operation l3 The attribute operation is not "
+                "in its namespace."},
+        Refused{"<do><a insert='first'/><b operation=''/></do>",
+                "unknown-attribute insert a The attribute insert is not in its "
+                "namespace."},
+        Refused{"<do><a nc:operation='increase'/></do>",
+                "bad-attribute operation a The attribute operation has no "
+                "value increase."},
+        Refused{"<do><a nc:operation='merge replace'/></do>",
+                "bad-attribute operation a The attribute operation has no "
+                "value merge replace."},
+        Refused{"<do><a y:insert='second'/></do>",
+                "bad-attribute insert a The attribute insert has no value "
+                "second."},
+        Refused{"<do><filter type='none'><a b='c'/></filter></do>",
+                "bad-attribute type filter A filter has the type subtree or "
+                "xpath."},
+        Refused{"<do><filter type='xpath' select='/a['/></do>",
+                "bad-attribute select filter The attribute select is no XPath "
+                "expression, see character 4: /a["},
+        Refused{"<do><filter type='xpath' select=\"/a[b='\xc3\xa4'\"/></do>",
+                "bad-attribute select filter The attribute select is no XPath "
+                "expression, see character 9: /a[b='\xc3\xa4'"},
+        // Nothing else can use the annotation's prefix.
+        Refused{"!<do xmlns:ipav-netconf='u'/>", ""}));
 
 TEST(LargeRequestTest, GoesAsItIs) {
   std::string message = "<rpc>";

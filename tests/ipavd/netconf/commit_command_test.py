@@ -96,7 +96,7 @@ class CommitCommandTest(ServerTest):
         path = self.write(config(l3("a", "10.0.0.1/33")))
         status, out, error = self.commit(server, path)
         self.assertEqual((status, out), (2, ""))
-        self.assertTrue(error.startswith(f"ipav: {path}:1: "), error)
+        self.assertRegex(error, rf"^ipav: {path}:1:\d+: expected an IPv4 ")
         self.assertEqual(self.commit(server, "/none")[0], 2)
 
     def test_tells_of_a_server_that_is_not_there(self):

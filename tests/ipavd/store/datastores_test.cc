@@ -877,10 +877,12 @@ TEST(AKilledServer, LeavesTheOldConfigurationsOrTheNewOnes) {
       Server server(&calls);
       server.Commit(kOne);
       deed.before(&server);
-      status = InChild([&] {
-        calls.KillAt(kills);
-        static_cast<void>(deed.run(&server));
-      });
+      status = InChild(
+          [&] {
+            calls.KillAt(kills);
+            static_cast<void>(deed.run(&server));
+          },
+          &_Fork);
       server.Restart();
       const std::vector<std::string> last = std::exchange(found, AllOf(server));
       if (kills == 0) old = found;

@@ -99,9 +99,10 @@ inline std::string Print(const lyd_node* nodes) {
   return line;
 }
 
-// Runs a body in a process of its own and returns its wait status.
-inline int InChild(const std::function<void()>& body) {
-  const pid_t child = fork();
+// Runs a body in a process of its own and returns its wait status. A child made
+// by _Fork() keeps what a server closes in its children.
+inline int InChild(const std::function<void()>& body, pid_t (*make)() = &fork) {
+  const pid_t child = make();
   if (child == 0) {
     body();
     _exit(0);

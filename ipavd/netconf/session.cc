@@ -67,11 +67,11 @@ std::string Session::TakeOutput() const {
   return bytes;
 }
 
-void Session::Send(std::string_view bytes) const {
-  while (!bytes.empty()) {
-    const ssize_t sent = write(fd(), bytes.data(), bytes.size());
-    if (sent < 0 && errno != EINTR) return;  // the next poll finds its end
-    if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
+void Session::Send(const std::string& bytes) const {
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = write(fd(), bytes.data() + sent, bytes.size() - sent);
+    if (count < 0 && errno != EINTR) return;  // the next poll finds its end
+    if (count > 0) sent += static_cast<std::size_t>(count);
   }
 }
 

@@ -13,7 +13,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "host/base/file_descriptor.h"
@@ -62,7 +61,7 @@ class Session {
   // Takes the bytes that the library has written for the client. They are not
   // sent until Send() is called.
   std::string TakeOutput() const;
-  void Send(std::string_view bytes) const;
+  void Send(const std::string& bytes) const;
 
   // Forks a child that answers the request that is being handled. Returns true
   // in the child, where the library writes to the client from now on. What it

@@ -77,6 +77,12 @@ void AllowOnlyRelaying() {
   for (const char* name : kCalls) {
     if (error == 0) error = Allow(filter, name);
   }
+#ifdef __SANITIZE_ADDRESS__
+  // The sanitizers write to a pipe to find out whether memory can be read.
+  for (const char* name : {"pipe", "pipe2"}) {
+    if (error == 0) error = Allow(filter, name);
+  }
+#endif
   if (error == 0) {
     error = seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1,
                              SCMP_A0(SCMP_CMP_EQ, PR_SET_PDEATHSIG));

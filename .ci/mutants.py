@@ -44,9 +44,10 @@ OTHERS = {
 }
 
 # The tests that can notice a mistake in a folder, in the order in which they run.
-PROGRAM = ["ipav_test|text_report|formats", "page_test|report_option|completion",
+PROGRAM = ["ipav_test|text_report|formats|report_test",
+           "page_test|report_option|completion",
            "commands_test|netconf_client|json_report|sarif_report",
-           "fleet|e2e", "robustness|_doc|server.Completion"]
+           "fleet|e2e", "robustness|_doc|server.CommitCommand|server.Completion"]
 SERVER = ["store_test|transport_test", "server|netconf", "kill9"]
 TESTS = {
     "host": ["seam_contract_host|ipav_test|messages_test", "host_test|store_test|e2e",
@@ -57,7 +58,8 @@ TESTS = {
 }
 BUILT = ["src/lib/all", "cli/all", "ipavd/all"] + [
     f"tests/{folder}/all"
-    for folder in ("contract", "host", "messages", "cli", "report", "ipavd", "e2e")
+    for folder in ("contract", "host", "messages", "cli", "report", "netconf", "ipavd",
+                   "e2e")
 ]
 # Slow ones, and those that compare a document with the checkout.
 NOT_RUN = "documents|growth|corpus|Memory|load|browser|bench|all_say|faults_are_found"

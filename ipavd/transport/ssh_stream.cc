@@ -20,6 +20,9 @@ constexpr unsigned kMaxRefusedKeys = 6;
 
 constexpr int kFlushMilliseconds = 2000;
 
+// Between the last reply and the end, unless the client ends first.
+constexpr int kEndMilliseconds = 200;
+
 // How long a client has to close a connection that ends.
 constexpr std::chrono::milliseconds kLastWait(1000);
 
@@ -73,9 +76,12 @@ SshStream::~SshStream() {
   // Unsent bytes may be the reply to a close-session.
   ssh_set_blocking(session_.get(), 1);
   ssh_blocking_flush(session_.get(), kFlushMilliseconds);
+  // Some clients discard a reply that they read together with the end.
+  const int socket = ssh_get_fd(session_.get());
+  pollfd client{socket, POLLIN, 0};
+  poll(&client, 1, kEndMilliseconds);
   ssh_channel_send_eof(channel_);
   ssh_channel_close(channel_);
-  const int socket = ssh_get_fd(session_.get());
   if (socket >= 0) AwaitEnd(socket);
   ssh_disconnect(session_.get());
 }

@@ -28,11 +28,11 @@ struct DeviceReport {
   std::string running;     // file; empty: no running configuration
   std::string candidate;   // file
   ExitStatus status = kAccepted;
-  // Of kBadInput, at least one: FILE:LINE:COLUMN: reason.
+  // At least one if the status is kBadInput. Each is FILE:LINE:COLUMN: reason.
   std::vector<std::string> input_errors;
   commit::Outcome outcome;                  // of all others
   std::vector<messages::Finding> findings;  // refusals, in their order
-  // Of the program, not of the plug-in; one line each.
+  // What the program, not the plug-in, advises. One line each.
   std::vector<std::string> advice;
   // For the HTML page, made while both configurations are in memory. Empty if
   // no page is wanted, or if there was no commit.

@@ -80,7 +80,7 @@ std::string Objection(const ly_ctx* context, const std::string& xpath) {
     if (is_deref) return "deref() takes only a node that refers to another one";
     if (item->level == LY_LLERR) return text;
   }
-  return result == LY_SUCCESS ? "" : "it is no path into the data model";
+  return result == LY_SUCCESS ? "" : "it is not a path of the data model";
 }
 
 // Marks() in a child process, which is killed after the time limit.

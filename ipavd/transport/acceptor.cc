@@ -104,7 +104,7 @@ class AcceptLoop {
     std::string client;  // for the log
   };
 
-  // Of a file that the server has opened: this process cannot.
+  // The server has opened the file, because this process may not.
   void ReadKeys() {
     const auto passed = ReceiveConnection(control_.get());
     if (!passed.has_value()) return;

@@ -2,15 +2,22 @@
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstdlib>
 #include <limits>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "fuzz/support/finding.h"
 #include "ipavd/transport/request.h"
@@ -148,6 +155,14 @@ void RequireLegalReply(const std::string& text) {
   }
 }
 
+std::string ContentOf(int file) {
+  std::string content(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
+  Require(pread(file, content.data(), content.size(), 0) ==
+              static_cast<ssize_t>(content.size()),
+          "replies that cannot be read");
+  return content;
+}
+
 }  // namespace
 
 NetconfClient::NetconfClient() {
@@ -161,20 +176,42 @@ NetconfClient::NetconfClient() {
   Require(send(end_.get(), hello.data(), hello.size(), MSG_NOSIGNAL) ==
               static_cast<ssize_t>(hello.size()),
           "a hello that cannot be sent");
-  reader_ = std::thread([this] { ReadAll(); });
+  StartReader();
 }
 
 NetconfClient::~NetconfClient() {
   server_end_.Close();
-  if (reader_.joinable()) reader_.join();
+  WaitForReader();
 }
 
-void NetconfClient::ReadAll() {
+void NetconfClient::StartReader() {
+  received_ = base::FileDescriptor(memfd_create("received", MFD_CLOEXEC));
+  Require(received_.get() >= 0, "no file in memory");
+  reader_ = fork();
+  Require(reader_ >= 0, "no process that reads");
+  if (reader_ > 0) return;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // Kept open here, no connection would end.
+  dup2(end_.get(), STDIN_FILENO);
+  dup2(received_.get(), STDOUT_FILENO);
+  close_range(STDERR_FILENO + 1, ~0U, 0);
   std::array<char, 1U << 14> bytes{};
   ssize_t got = 0;
-  while ((got = recv(end_.get(), bytes.data(), bytes.size(), 0)) > 0) {
-    received_.append(bytes.data(), static_cast<std::size_t>(got));
+  while ((got = read(STDIN_FILENO, bytes.data(), bytes.size())) > 0) {
+    if (write(STDOUT_FILENO, bytes.data(), static_cast<std::size_t>(got)) !=
+        got) {
+      _exit(EXIT_FAILURE);
+    }
   }
+  _exit(EXIT_SUCCESS);
+}
+
+void NetconfClient::WaitForReader() {
+  if (reader_ < 0) return;
+  int status = 0;
+  Require(waitpid(reader_, &status, 0) == reader_ && status == 0,
+          "replies that cannot be kept");
+  reader_ = -1;
 }
 
 bool NetconfClient::Send(const std::string& message) {
@@ -187,9 +224,9 @@ bool NetconfClient::Send(const std::string& message) {
 void NetconfClient::Leave() { shutdown(end_.get(), SHUT_WR); }
 
 void NetconfClient::CheckReplies() {
-  reader_.join();
+  WaitForReader();
   Deframer deframer(std::numeric_limits<std::size_t>::max());
-  deframer.Add(received_);
+  deframer.Add(ContentOf(received_.get()));
   try {
     Require(deframer.Next().has_value(), "no hello of the server");
     deframer.set_framing(Framing::kChunked);

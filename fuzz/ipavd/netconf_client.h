@@ -3,10 +3,12 @@
 #ifndef IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_
 #define IPAV_FUZZ_IPAVD_NETCONF_CLIENT_H_
 
+#include <sys/types.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <string>
-#include <thread>
-#include <vector>
+#include <utility>
 
 #include "host/base/file_descriptor.h"
 
@@ -40,14 +42,17 @@ class NetconfClient {
   std::uint32_t session = 0;
 
  private:
-  void ReadAll();
+  void StartReader();
+  void WaitForReader();
 
   base::FileDescriptor end_;
   base::FileDescriptor server_end_;
+  base::FileDescriptor received_;  // a file in memory
   std::size_t sent_ = 0;
-  std::string received_;  // used by the thread until it has ended
-  // The server does not wait for a client that does not read.
-  std::thread reader_;
+  // The server waits for a client that does not read, so another process reads.
+  // A thread would not do: the server forks, and the allocator of the address
+  // sanitizer could be locked for ever in the child.
+  pid_t reader_ = -1;
 };
 
 }  // namespace ipav::fuzz

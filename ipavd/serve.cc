@@ -6,6 +6,7 @@
 #include <csignal>
 
 #include "host/datastore/model.h"
+#include "ipavd/netconf/message_context.h"
 #include "ipavd/netconf/server.h"
 #include "ipavd/store/commit_gate.h"
 #include "ipavd/store/datastores.h"
@@ -50,24 +51,30 @@ void FillStandardFiles() {
 
 void Serve(const ServeOptions& options) {
   FillStandardFiles();
-  // 1. The acceptor, before there is any data that its process could inherit.
+  // 1. The acceptor, before there is any data that its process could inherit
+  // but the data model.
   store::StateFolder folder(options.state);
-  transport::Acceptor acceptor(AcceptorOptionsFrom(options));
+  const datastore::Model model(options.yang_dir, options.yang_extension);
+  const netconf::MessageContext context =
+      netconf::MakeMessageContext(model, options.netconf_yang_dir);
+  transport::AcceptorOptions acceptor_options = AcceptorOptionsFrom(options);
+  acceptor_options.reader = [&context](const std::string& request) {
+    netconf::ReadRequest(context.get(), request);
+  };
+  transport::Acceptor acceptor(acceptor_options);
   // SIGPIPE is caught so that it does not end the server: a client may have
   // gone before the server greets it, and so may the reader of the log.
   const transport::Signals signals({SIGTERM, SIGINT, SIGHUP, SIGCHLD, SIGPIPE});
 
   // 2. The datastores. Clients that connect meanwhile wait.
-  const datastore::Model model(options.yang_dir, options.yang_extension);
   const store::CommitGate gate(model, {options.plugin, options.time_limit});
   store::Datastores datastores(gate, &folder);
 
   // 3. The sessions, until the end.
-  netconf::Server server(model,
-                         {options.netconf_yang_dir,
-                          {options.max_sessions, options.max_sessions_per_user},
-                          options.once},
-                         &datastores, &acceptor);
+  netconf::Server server(
+      context.get(),
+      {{options.max_sessions, options.max_sessions_per_user}, options.once},
+      &datastores, &acceptor);
   Log(Severity::kNotice, "listening on " + options.state + "/netconf.sock");
   if (!acceptor.ssh_name().empty()) {
     Log(Severity::kNotice, "listening for SSH on " + acceptor.ssh_name());

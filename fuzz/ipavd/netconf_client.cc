@@ -215,7 +215,8 @@ void NetconfClient::WaitForReader() {
 }
 
 bool NetconfClient::Send(const std::string& message) {
-  const std::string framed = transport::FrameRequest(message);
+  const std::string framed =
+      Frame(Framing::kChunked, transport::PrepareRequest(message));
   ++sent_;
   return send(end_.get(), framed.data(), framed.size(), MSG_NOSIGNAL) ==
          static_cast<ssize_t>(framed.size());

@@ -256,8 +256,7 @@ void CheckRelay(const Input& input) {
                           : count == sent.messages.size() && !server.has_part(),
           "another number of messages for the server");
   for (std::size_t i = 0; i < count; ++i) {
-    Require(Frame(Framing::kChunked, server.received[i]) ==
-                transport::FrameRequest(sent.messages[i]),
+    Require(server.received[i] == transport::PrepareRequest(sent.messages[i]),
             "another message for the server");
   }
   // 2. The client gets what the server sent, in its framing; if it is dropped,

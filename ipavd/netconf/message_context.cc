@@ -80,6 +80,19 @@ MessageContext MakeMessageContext(const datastore::Model& model,
   return context;
 }
 
+void ReadRequest(ly_ctx* context, const std::string& request) {
+  ly_in* input = nullptr;
+  if (ly_in_new_memory(request.c_str(), &input) != LY_SUCCESS) return;
+  lyd_node* envelope = nullptr;
+  lyd_node* operation = nullptr;
+  lyd_parse_op(context, nullptr, input, LYD_XML, LYD_TYPE_RPC_NETCONF,
+               &envelope, &operation);
+  lyd_free_all(operation);
+  lyd_free_all(envelope);
+  ly_in_free(input, 0);
+  datastore::ClearErrors(context);
+}
+
 std::string ContentId(const ly_ctx* context) {
   std::string names;
   std::uint32_t index = 0;

@@ -21,6 +21,9 @@ using MessageContext = base::CPtr<ly_ctx, ly_ctx_destroy>;
 MessageContext MakeMessageContext(const datastore::Model& model,
                                   const std::string& yang_dir);
 
+// Reads a request like the NETCONF library, and ignores its errors.
+void ReadRequest(ly_ctx* context, const std::string& request);
+
 // An identifier that changes whenever the modules change.
 std::string ContentId(const ly_ctx* context);
 

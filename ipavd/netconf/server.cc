@@ -21,14 +21,13 @@ using transport::Severity;
 
 }  // namespace
 
-Server::Server(const datastore::Model& model, const ServerOptions& options,
+Server::Server(ly_ctx* context, const ServerOptions& options,
                store::Datastores* datastores, transport::Acceptor* acceptor)
     : once_(options.once),
-      context_(MakeMessageContext(model, options.yang_dir)),
-      library_(context_.get()),
+      library_(context),
       datastores_(*datastores),
       acceptor_(*acceptor),
-      service_(context_.get(), datastores, options.sessions) {}
+      service_(context, datastores, options.sessions) {}
 
 void Server::Run(const transport::Signals& signals) {
   LogNotices();

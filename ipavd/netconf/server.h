@@ -16,7 +16,6 @@
 namespace ipav::netconf {
 
 struct ServerOptions {
-  std::string yang_dir;  // the modules of NETCONF
   SessionLimits sessions;
   bool once = false;  // ends with its first session
 };
@@ -24,8 +23,9 @@ struct ServerOptions {
 class Server {
  public:
   // A process has at most one, since the NETCONF library has global state. All
-  // arguments are borrowed. Throws std::runtime_error.
-  Server(const datastore::Model& model, const ServerOptions& options,
+  // arguments are borrowed; the context is that of messages. Throws
+  // std::runtime_error.
+  Server(ly_ctx* context, const ServerOptions& options,
          store::Datastores* datastores, transport::Acceptor* acceptor);
   ~Server() = default;
   Server(const Server&) = delete;
@@ -45,7 +45,6 @@ class Server {
   void LogNotices();
 
   const bool once_;
-  const MessageContext context_;
   const Library library_;
   store::Datastores& datastores_;
   transport::Acceptor& acceptor_;

@@ -86,7 +86,8 @@ void Service::Poll() {
     // The library records errors in messages, and never removes them.
     datastore::ClearErrors(environment_.context);
     if ((events & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
-      End(session, (events & NC_PSPOLL_SESSION_ERROR) == 0);
+      constexpr int kCutOff = NC_PSPOLL_SESSION_ERROR | NC_PSPOLL_ERROR;
+      End(session, (events & kCutOff) == 0);
     }
   }
 }

@@ -52,6 +52,8 @@ std::string WordsFor(int signal) {
   switch (signal) {
     case SIGALRM:
       return "dropped: no login in time";
+    case SIGPROF:
+      return "dropped: its request takes too long to read";
     case SIGTERM:
       return "dropped: its address has too many newer logins";
     default:
@@ -197,7 +199,7 @@ class AcceptLoop {
 
   // What a relay process does from its start to its end.
   [[noreturn]] void Serve(FileDescriptor socket, bool is_ssh, pid_t parent) {
-    for (const int number : {SIGTERM, SIGCHLD}) {
+    for (const int number : {SIGTERM, SIGCHLD, SIGPROF}) {
       static_cast<void>(std::signal(number, SIG_DFL));
     }
     EndWith(parent);

@@ -1,7 +1,8 @@
 // The process that accepts clients. It listens, and forks a relay process for
 // each client, which passes one end of a new connection to the server when the
-// client has logged in. It holds none of the server's data, and few rights
-// (confinement.h). Only the relay of a client ever waits for that client.
+// client has logged in. It holds the data model, but none of the server's data,
+// and few rights (confinement.h). Only the relay of a client ever waits for
+// that client.
 #ifndef IPAV_IPAVD_TRANSPORT_ACCEPTOR_H_
 #define IPAV_IPAVD_TRANSPORT_ACCEPTOR_H_
 
@@ -31,6 +32,7 @@ struct AcceptorOptions {
   std::size_t max_sessions = 0;
   LoginLimits logins;
   Limits limits;
+  RequestReader reader;
 };
 
 class Acceptor {

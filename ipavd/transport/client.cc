@@ -93,7 +93,8 @@ FileDescriptor Client::PassToServer(PassedConnection client) {
 
 void Client::Carry(ByteStream* client, FileDescriptor connection) {
   SocketStream server(std::move(connection));
-  const std::string reason = Relay(client, &server, options_.limits).Run();
+  const std::string reason =
+      Relay(client, &server, options_.limits, options_.reader).Run();
   if (!reason.empty()) throw std::runtime_error(reason);
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
 
 #include "host/base/utf8.h"
 #include "ipavd/transport/request.h"
@@ -50,10 +51,12 @@ bool HasHungUp(int socket) {
 
 }  // namespace
 
-Relay::Relay(ByteStream* client, ByteStream* server, const Limits& limits)
+Relay::Relay(ByteStream* client, ByteStream* server, const Limits& limits,
+             RequestReader reader)
     : client_(*client),
       server_(*server),
       limits_(limits),
+      reader_(std::move(reader)),
       from_client_(kMaxHello),
       from_server_(std::numeric_limits<std::size_t>::max()),
       last_activity_(steady_clock::now()) {}
@@ -148,7 +151,9 @@ void Relay::ReadClient() {
 void Relay::FromClient(std::string_view message) {
   NoteActivity();
   if (framing_.has_value()) {
-    to_server_.Add(FrameRequest(message));
+    const std::string request = PrepareRequest(message);
+    TryToRead(reader_, request);
+    to_server_.Add(Frame(Framing::kChunked, request));
     ++unanswered_;
     return;
   }

@@ -14,6 +14,7 @@
 #include "host/base/time_limit.h"
 #include "ipavd/transport/byte_stream.h"
 #include "ipavd/transport/outbox.h"
+#include "ipavd/transport/trial.h"
 #include "netconf/framing.h"
 
 namespace ipav::transport {
@@ -29,8 +30,9 @@ struct Limits {
 class Relay {
  public:
   // Borrows both streams. The server speaks NETCONF 1.1 after its hello, and
-  // has received a hello of ours.
-  Relay(ByteStream* client, ByteStream* server, const Limits& limits);
+  // has received a hello of ours. The reader tries each long request.
+  Relay(ByteStream* client, ByteStream* server, const Limits& limits,
+        RequestReader reader = nullptr);
 
   // Relays until the server ends, the client goes, or the client has ended and
   // has got the replies to everything that it sent. Returns why the client was
@@ -54,6 +56,7 @@ class Relay {
   ByteStream& client_;
   ByteStream& server_;
   const Limits limits_;
+  const RequestReader reader_;
   netconf::Deframer from_client_;
   netconf::Deframer from_server_;
   Outbox to_client_;

@@ -9,15 +9,12 @@
 #include <optional>
 
 #include "host/base/c_ptr.h"
-#include "netconf/framing.h"
 #include "netconf/xml.h"
 
 namespace ipav::transport {
 
 namespace {
 
-using netconf::Frame;
-using netconf::Framing;
 using netconf::ToView;
 using netconf::XmlDocument;
 
@@ -272,13 +269,10 @@ std::string Prepare(std::string_view message) {
 
 }  // namespace
 
-std::string FrameRequest(std::string_view message) {
+std::string PrepareRequest(std::string_view message) {
   Facts facts;
-  if (!IsWellFormed(message, &facts)) {
-    return Frame(Framing::kChunked, kMalformed);
-  }
-  return facts.needs_changes ? Frame(Framing::kChunked, Prepare(message))
-                             : Frame(Framing::kChunked, message);
+  if (!IsWellFormed(message, &facts)) return std::string(kMalformed);
+  return facts.needs_changes ? Prepare(message) : std::string(message);
 }
 
 }  // namespace ipav::transport

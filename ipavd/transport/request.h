@@ -9,9 +9,9 @@
 
 namespace ipav::transport {
 
-// Returns the message as one chunk. A message that is not well-formed XML in
-// UTF-8, or has a document type, is replaced by "<", which the server answers
-// as malformed.
+// Returns what the server is sent in place of the message. A message that is
+// not well-formed XML in UTF-8, or has a document type, is replaced by "<",
+// which the server answers as malformed.
 //
 // A request gets an annotation "refuse", and loses what is in its operation, if
 // it has no message-id, or an attribute that the YANG library would ignore or
@@ -19,7 +19,7 @@ namespace ipav::transport {
 // an unknown value, and those of a filter. An edit with operation="delete"
 // would be a merge otherwise. An element of a subtree filter with an attribute
 // gets a name that no node has.
-std::string FrameRequest(std::string_view message);
+std::string PrepareRequest(std::string_view message);
 
 }  // namespace ipav::transport
 

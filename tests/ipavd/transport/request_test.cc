@@ -5,20 +5,13 @@
 #include <cstddef>
 #include <string>
 
-#include "netconf/framing.h"
-
 namespace ipav::transport {
 namespace {
-
-using netconf::Frame;
-using netconf::Framing;
 
 class RequestTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(RequestTest, GoesAsItIsWhereItIsXml) {
-  const std::string message = GetParam();
-  EXPECT_EQ(FrameRequest(message),
-            "\n#" + std::to_string(message.size()) + "\n" + message + "\n##\n");
+  EXPECT_EQ(PrepareRequest(GetParam()), GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -41,7 +34,7 @@ INSTANTIATE_TEST_SUITE_P(
 class NoRequestTest : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(NoRequestTest, GoesAsAMalformedOne) {
-  EXPECT_EQ(FrameRequest(GetParam()), "\n#1\n<\n##\n");
+  EXPECT_EQ(PrepareRequest(GetParam()), "<");
 }
 
 INSTANTIATE_TEST_SUITE_P(NoElement, NoRequestTest,
@@ -89,9 +82,9 @@ class ChangedRequestTest : public ::testing::TestWithParam<Changed> {};
 
 TEST_P(ChangedRequestTest, LosesTheElementsWithAttributesInAFilter) {
   const auto whole = [](const std::string& content) {
-    return Frame(Framing::kChunked, kRpc + content + "</rpc>");
+    return kRpc + content + "</rpc>";
   };
-  EXPECT_EQ(FrameRequest(kRpc + std::string(GetParam().content) + "</rpc>"),
+  EXPECT_EQ(PrepareRequest(kRpc + std::string(GetParam().content) + "</rpc>"),
             whole(GetParam().expected));
 }
 
@@ -127,16 +120,15 @@ TEST_P(RefusedRequestTest, SaysWhyAndLosesItsContent) {
   const std::size_t mark = message.find('!');  // stands for the root
   if (mark == 0) root.erase(root.find(" message-id"), 15);
   message.erase(0, mark == 0 ? 1 : 0);
-  const std::string sent = FrameRequest(root + message + "</rpc>");
+  const std::string sent = PrepareRequest(root + message + "</rpc>");
   if (std::string(GetParam().reason).empty()) {
-    EXPECT_EQ(sent, "\n#1\n<\n##\n");
+    EXPECT_EQ(sent, "<");
     return;
   }
-  EXPECT_EQ(sent, Frame(Framing::kChunked,
-                        root +
-                            "<do xmlns:ipav-netconf=\"urn:ipav:netconf\" "
-                            "ipav-netconf:refuse=\"" +
-                            GetParam().reason + "\"/></rpc>"));
+  EXPECT_EQ(sent, root +
+                      "<do xmlns:ipav-netconf=\"urn:ipav:netconf\" "
+                      "ipav-netconf:refuse=\"" +
+                      GetParam().reason + "\"/></rpc>");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -176,7 +168,7 @@ TEST(LargeRequestTest, GoesAsItIs) {
   std::string message = "<rpc>";
   while (message.size() < 12U << 20) message += "<a b=\"c\">text</a>";
   message += "</rpc>";
-  EXPECT_GT(FrameRequest(message).size(), message.size());
+  EXPECT_EQ(PrepareRequest(message), message);
 }
 
 std::string Nested(std::size_t depth) {
@@ -187,9 +179,9 @@ std::string Nested(std::size_t depth) {
 }
 
 TEST(DeepRequestTest, GoesAsItIsWith256LevelsBelowItsRootAndNoMore) {
-  EXPECT_EQ(FrameRequest(Nested(257)), Frame(Framing::kChunked, Nested(257)));
+  EXPECT_EQ(PrepareRequest(Nested(257)), Nested(257));
   for (const std::size_t depth : {258U, 100000U}) {
-    EXPECT_EQ(FrameRequest(Nested(depth)), Frame(Framing::kChunked, "<"));
+    EXPECT_EQ(PrepareRequest(Nested(depth)), "<");
   }
 }
 

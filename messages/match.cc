@@ -4,18 +4,18 @@
 #include <cstddef>
 #include <string_view>
 
+#include "host/base/bytes.h"
+
 namespace ipav::messages {
 
 namespace {
+
+using base::StartsWith;
 
 constexpr std::size_t kMaxReadings = 16;
 
 // The most positions that are tried, so that a hostile name does not take long.
 constexpr std::size_t kMaxTrials = 10000;
-
-bool StartsWith(std::string_view text, std::string_view beginning) {
-  return text.substr(0, beginning.size()) == beginning;
-}
 
 bool HasOnly(std::string_view text, std::string_view characters) {
   return !text.empty() &&

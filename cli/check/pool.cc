@@ -35,11 +35,7 @@ std::system_error SystemError(const char* call) {
 }  // namespace
 
 void Sender::Send(const std::string& text) const {
-  for (std::size_t sent = 0; sent < text.size();) {
-    const ssize_t count = write(fd_, text.data() + sent, text.size() - sent);
-    if (count < 0 && errno != EINTR) return;  // the pool is gone
-    if (count > 0) sent += static_cast<std::size_t>(count);
-  }
+  static_cast<void>(base::WriteAll(fd_, text));  // the pool may be gone
 }
 
 Pool::Pool(std::size_t count, const PoolOptions& options, Job job,

@@ -85,12 +85,8 @@ std::string TraceWriter::NewLine() const {
 
 void TraceWriter::Write(const std::string& text) const {
   BrokenPipeIgnored ignored;
-  for (std::size_t written = 0; written < text.size();) {
-    const ssize_t count =
-        write(output_.get(), text.data() + written, text.size() - written);
-    if (count < 0 && errno == EPIPE) ignored.set_broken();
-    if (count < 0 && errno != EINTR) return;  // the reader is gone
-    if (count > 0) written += static_cast<std::size_t>(count);
+  if (!base::WriteAll(output_.get(), text) && errno == EPIPE) {
+    ignored.set_broken();
   }
 }
 

@@ -2,19 +2,14 @@
 #include <sstream>
 
 #include "cli/commands/explain.h"
+#include "host/base/bytes.h"
 
 namespace ipav::cli {
 
 namespace {
 
-bool EndsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() &&
-         text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-bool StartsWith(const std::string& text, const std::string& beginning) {
-  return text.compare(0, beginning.size(), beginning) == 0;
-}
+using base::EndsWith;
+using base::StartsWith;
 
 // Whether it is the last line of a fleet's report.
 bool IsSummary(const std::string& line) {

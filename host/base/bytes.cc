@@ -36,4 +36,12 @@ std::string FromHex(const std::string& hex) {
   return bytes;
 }
 
+std::uint64_t StableHash(std::string_view text) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  for (const char c : text) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+  }
+  return hash;
+}
+
 }  // namespace ipav::base

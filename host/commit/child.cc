@@ -223,12 +223,8 @@ void Reporter::Hold(const Message& message) const {
 
 void Reporter::Send(const Message& message) const {
   Hold(message);
-  const std::string bytes = std::exchange(held_, {});
-  for (std::size_t sent = 0; sent < bytes.size();) {
-    const ssize_t count = write(fd_, bytes.data() + sent, bytes.size() - sent);
-    if (count < 0 && errno != EINTR) return;  // the parent has ended
-    if (count > 0) sent += static_cast<std::size_t>(count);
-  }
+  // It fails if the parent has ended.
+  static_cast<void>(base::WriteAll(fd_, std::exchange(held_, {})));
 }
 
 ChildReport RunInChild(const std::function<void(const Reporter&)>& body,

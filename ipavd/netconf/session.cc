@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <new>
@@ -68,11 +67,8 @@ std::string Session::TakeOutput() const {
 }
 
 void Session::Send(const std::string& bytes) const {
-  for (std::size_t sent = 0; sent < bytes.size();) {
-    const ssize_t count = write(fd(), bytes.data() + sent, bytes.size() - sent);
-    if (count < 0 && errno != EINTR) return;  // the next poll finds its end
-    if (count > 0) sent += static_cast<std::size_t>(count);
-  }
+  // The next poll finds the end of the connection.
+  static_cast<void>(base::WriteAll(fd(), bytes));
 }
 
 bool Session::AnswerInChild() {
@@ -126,17 +122,17 @@ Session& Sessions::Add(transport::PassedConnection client, void* data) {
 }
 
 Session* Sessions::Find(store::SessionId id) const {
-  const auto found =
-      std::find_if(sessions_.begin(), sessions_.end(),
-                   [id](const auto& session) { return session->id() == id; });
-  return found == sessions_.end() ? nullptr : found->get();
+  for (const auto& session : sessions_) {
+    if (session->id() == id) return session.get();
+  }
+  return nullptr;
 }
 
 Session* Sessions::Find(const nc_session* handle) const {
-  const auto found = std::find_if(
-      sessions_.begin(), sessions_.end(),
-      [handle](const auto& session) { return session->handle() == handle; });
-  return found == sessions_.end() ? nullptr : found->get();
+  for (const auto& session : sessions_) {
+    if (session->handle() == handle) return session.get();
+  }
+  return nullptr;
 }
 
 void Sessions::SetPolled(const Session& session, bool is_polled) {

@@ -4,7 +4,6 @@
 #include <libxml/uri.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -104,23 +103,12 @@ Json LocationOf(const Culprit& culprit, const std::string& file) {
           {"message", Message(text)}};
 }
 
-// A hash that is the same on every machine and in every version of the program.
-std::uint64_t Fingerprint(std::string_view text) {
-  constexpr std::uint64_t kOffset = 14695981039346656037U;  // FNV-1a
-  constexpr std::uint64_t kPrime = 1099511628211U;
-  std::uint64_t hash = kOffset;
-  for (const char c : text) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * kPrime;
-  }
-  return hash;
-}
-
 // A fingerprint that does not change when lines above a finding change.
 std::string FingerprintOf(const Finding& finding, const std::string& file) {
   std::string text =
       file + '\n' + finding.rule + '\n' + finding.text + '\n' + finding.path;
   for (const Culprit& culprit : finding.culprits) text += '\n' + culprit.path;
-  return fmt::format("{:016x}", Fingerprint(text));
+  return fmt::format("{:016x}", base::StableHash(text));
 }
 
 // The advice for all findings of the rule, and a link to its explanation.

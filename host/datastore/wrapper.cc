@@ -6,26 +6,29 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "host/base/bytes.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/well_formed.h"
+#include "host/source/source_tree.h"
 
 namespace ipav::datastore {
 
 namespace {
 
+using base::EndsWith;
+using base::StartsWith;
+
 constexpr char kBlanks[] = " \t\r\n";
+
+constexpr char kNetconf[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
 struct XmlName {
   std::string_view space;  // namespace
   std::string_view name;
 };
-
-constexpr char kNetconf[] = "urn:ietf:params:xml:ns:netconf:base:1.0";
-constexpr XmlName kReply = {kNetconf, "rpc-reply"};
 constexpr XmlName kWrappers[] = {
-    kReply,
+    {kNetconf, "rpc-reply"},
     {kNetconf, "data"},
     {kNetconf, "config"},
     {"urn:ietf:params:xml:ns:yang:ietf-netconf-nmda", "data"},
@@ -35,48 +38,31 @@ constexpr XmlName kWrappers[] = {
 
 constexpr std::string_view kMembers[] = {"\"data\"", "\"ietf-restconf:data\""};
 
-bool IsSame(const XmlName& a, const XmlName& b) {
-  return a.space == b.space && a.name == b.name;
-}
-
-bool StartsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
-bool EndsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() &&
-         text.substr(text.size() - end.size()) == end;
-}
-
 // The position of the first character that is no blank; the end if there is
 // none.
 std::size_t SkipBlanks(std::string_view text, std::size_t at) {
   return std::min(text.find_first_not_of(kBlanks, at), text.size());
 }
 
-std::size_t Behind(std::string_view text, std::string_view mark,
-                   std::size_t at) {
-  const std::size_t found = text.find(mark, at);
-  return found == std::string_view::npos ? text.size() : found + mark.size();
+// Whether the first element may be a wrapper: its start tag, which ends before
+// the next '<', has the namespace of one.
+bool MayBeWrapped(std::string_view text, std::size_t element) {
+  const std::string_view tag =
+      text.substr(element, text.find('<', element + 1) - element);
+  return std::any_of(std::begin(kWrappers), std::end(kWrappers),
+                     [&](const XmlName& wrapper) {
+                       return tag.find(wrapper.space) != std::string_view::npos;
+                     });
 }
 
-// The position of the first element or text at or after `at`: after blanks,
-// comments, processing instructions and an XML declaration.
-std::size_t SkipToElement(std::string_view text, std::size_t at) {
-  for (;;) {
-    at = SkipBlanks(text, at);
-    const std::string_view rest = text.substr(at);
-    if (StartsWith(rest, "<!--")) {
-      at = Behind(text, "-->", at);
-    } else if (StartsWith(rest, "<?")) {
-      at = Behind(text, "?>", at);
-    } else {
-      return at;
-    }
-  }
+bool IsWrapper(std::string_view space, std::string_view name) {
+  return std::any_of(std::begin(kWrappers), std::end(kWrappers),
+                     [&](const XmlName& wrapper) {
+                       return wrapper.space == space && wrapper.name == name;
+                     });
 }
 
-// The text without what SkipToElement() skips, at its end.
+// The text without blanks, comments and processing instructions at its end.
 std::string_view WithoutTail(std::string_view text) {
   for (;;) {
     text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
@@ -84,106 +70,30 @@ std::string_view WithoutTail(std::string_view text) {
     const std::size_t begin = text.rfind(is_comment ? "<!--" : "<?");
     // Text may end in such characters, too.
     if (begin == std::string_view::npos ||
-        Behind(text, is_comment ? "-->" : "?>", begin) != text.size()) {
+        source::SkipToContent(text, {begin, text.size()}) != text.size()) {
       return text;
     }
     text = text.substr(0, begin);
   }
 }
 
-// A start tag; empty where there is none.
-struct StartTag {
-  std::string_view text;  // <p:name a="b">
-  std::string_view name;  // as written, with its prefix
-
-  bool IsEmpty() const { return EndsWith(text, "/>"); }
-  std::string_view Prefix() const {
-    const std::size_t colon = name.find(':');
-    return colon == std::string_view::npos ? "" : name.substr(0, colon);
-  }
-  std::string_view LocalName() const {
-    const std::size_t colon = name.find(':');
-    return colon == std::string_view::npos ? name : name.substr(colon + 1);
-  }
-};
-
-StartTag StartTagAt(std::string_view text, std::size_t at) {
-  if (at >= text.size() || text[at] != '<') return {};
-  // An attribute's value may contain '>'.
-  std::size_t end = at;
-  while (end < text.size() && text[end] != '>') {
-    const bool is_quote = text[end] == '"' || text[end] == '\'';
-    end = is_quote ? Behind(text, text.substr(end, 1), end + 1) : end + 1;
-  }
-  if (end >= text.size()) return {};
-  const std::size_t name_end = text.find_first_of(" \t\r\n/>", at + 1);
-  return {text.substr(at, end + 1 - at),
-          text.substr(at + 1, name_end - at - 1)};
-}
-
-// The value of an attribute of a well-formed tag.
-std::optional<std::string_view> AttributeOf(const StartTag& tag,
-                                            std::string_view name) {
-  std::size_t at = tag.name.size() + 1;
-  for (;;) {
-    at = SkipBlanks(tag.text, at);
-    const std::size_t equals = tag.text.find('=', at);
-    if (equals == std::string_view::npos) return std::nullopt;
-    const std::size_t quote = tag.text.find_first_of("\"'", equals);
-    const std::size_t end =
-        Behind(tag.text, tag.text.substr(quote, 1), quote + 1);
-    const std::string_view found = tag.text.substr(at, equals - at);
-    if (found.substr(0, found.find_last_not_of(kBlanks) + 1) == name) {
-      return tag.text.substr(quote + 1, end - quote - 2);
-    }
-    at = end;
-  }
-}
-
-// The namespace of the last of these tags, each of which is in the one before
-// it.
-std::string_view NamespaceOf(const std::vector<StartTag>& tags) {
-  const std::string_view prefix = tags.back().Prefix();
-  std::string name = "xmlns";
-  if (!prefix.empty()) name.append(":").append(prefix);
-  for (auto tag = tags.rbegin(); tag != tags.rend(); ++tag) {
-    if (const auto space = AttributeOf(*tag, name)) return *space;
-  }
-  return "";
-}
-
-bool IsWrapper(const std::vector<StartTag>& tags) {
-  const XmlName name = {NamespaceOf(tags), tags.back().LocalName()};
-  return std::any_of(
-      std::begin(kWrappers), std::end(kWrappers),
-      [&](const XmlName& wrapper) { return IsSame(name, wrapper); });
-}
-
-bool MayBeWrapper(const StartTag& tag) {
-  return std::any_of(
-      std::begin(kWrappers), std::end(kWrappers), [&](const XmlName& wrapper) {
-        return tag.LocalName() == wrapper.name &&
-               tag.text.find(wrapper.space) != std::string_view::npos;
-      });
-}
-
 // Where the content of an element ends, if the element is the last one of
 // `bytes`. Throws InputError if it is not.
-std::size_t EndOfContent(const InputText& text, const StartTag& tag,
-                         std::string_view bytes) {
+std::size_t EndOfContent(const InputText& text, std::string_view bytes,
+                         source::Span tag) {
   const std::string_view element = WithoutTail(bytes);
-  const std::size_t end = tag.IsEmpty() ? element.size() : element.rfind("</");
-  const std::string close = "</" + std::string(tag.name);
+  const std::string_view start = bytes.substr(tag.begin, tag.end - tag.begin);
+  const std::string name(start.substr(1, start.find_first_of(" \t\r\n/>") - 1));
+  const bool is_empty = EndsWith(start, "/>");
+  const std::size_t end = is_empty ? tag.end : element.rfind("</");
+  const std::string close = is_empty ? "" : "</" + name;
   const bool is_last =
-      tag.IsEmpty()
-          ? element.data() + element.size() == tag.text.data() + tag.text.size()
-          : end != std::string_view::npos &&
-                StartsWith(element.substr(end), close) &&
-                SkipBlanks(element, end + close.size()) + 1 == element.size();
+      end != std::string_view::npos && StartsWith(element.substr(end), close) &&
+      (is_empty ? end : SkipBlanks(element, end + close.size()) + 1) ==
+          element.size();
   if (!is_last) {
-    throw ErrorAt(
-        text.path, text.bytes, element.size(),
-        "something else follows the end of <" + std::string(tag.name) + ">");
+    throw ErrorAt(text.path, text.bytes, element.size(),
+                  "something else follows the end of <" + name + ">");
   }
   return end;
 }
@@ -200,23 +110,26 @@ void Keep(std::size_t begin, std::size_t end, InputText* text) {
 
 void RemoveXmlWrappers(InputText* text) {
   const std::string_view bytes = text->bytes;
-  std::size_t at = SkipToElement(bytes, text->start);
-  if (!MayBeWrapper(StartTagAt(bytes, at))) return;
+  std::size_t at = source::SkipToContent(bytes, {text->start, bytes.size()});
+  if (!MayBeWrapped(bytes, at)) return;
   RequireWellFormed(*text);
+  source::SourceTree tree;
+  source::ReadXmlWhile(IsWrapper, bytes, text->start, &tree);
 
   // From the outermost to the innermost.
-  std::vector<StartTag> tags = {StartTagAt(bytes, at)};
-  std::size_t begin = at;
+  std::size_t begin = text->start;
   std::size_t end = bytes.size();
-  while (!tags.back().text.empty() && IsWrapper(tags)) {
-    begin = at + tags.back().text.size();
-    end = EndOfContent(*text, tags.back(), bytes.substr(0, end));
-    at = SkipToElement(bytes.substr(0, end), begin);
-    tags.push_back(StartTagAt(bytes.substr(0, end), at));
+  std::string_view name;
+  for (auto node = tree[source::SourceTree::kRoot].first_child;
+       node != source::SourceTree::kNone && tree[node].head.begin == at;
+       node = tree[node].first_child) {
+    begin = tree[node].head.end;
+    end = EndOfContent(*text, bytes.substr(0, end), tree[node].head);
+    at = source::SkipToContent(bytes, {begin, end});
+    name = tree.TextOf(tree[node].name);
   }
-  tags.pop_back();
-  if (tags.empty()) return;
-  if (tags.back().LocalName() == kReply.name) {
+  if (name.empty()) return;
+  if (name == "rpc-reply") {
     throw ErrorAt(text->path, text->bytes, at,
                   "a reply without <data> has no configuration");
   }

@@ -21,13 +21,12 @@ class Search {
   explicit Search(Examined* text) : text_(*text) {}
 
   void CheckChildren(Node parent, const lysc_node* parent_schema) {
-    const SourceTree& tree = text_.tree();
+    const SourceTree& tree = text_.tree;
     std::map<std::pair<const lysc_node*, std::string>, Node> met;
-    for (Node node = tree.FirstChild(parent); node != SourceTree::kNone;
-         node = tree.Next(node)) {
-      if (text_.IsRemoved(node)) continue;
-      const lysc_node* schema =
-          text_.finder().SchemaOf(text_.context(), parent_schema, node);
+    for (Node node = tree[parent].first_child; node != SourceTree::kNone;
+         node = tree[node].next) {
+      if (text_.fragments.IsRemoved(node)) continue;
+      const lysc_node* schema = text_.SchemaOf(parent_schema, node);
       if (schema == nullptr || MayRepeat(node, *schema)) continue;
       const auto [first, is_new] =
           met.emplace(std::pair(schema, IdentityOf(node, *schema)), node);
@@ -45,7 +44,7 @@ class Search {
     switch (schema.nodetype) {
       case LYS_LIST:
         return (schema.flags & LYS_KEYLESS) != 0 ||
-               text_.tree().FirstChild(node) == SourceTree::kNone;  // "[]"
+               text_.tree[node].first_child == SourceTree::kNone;  // "[]"
       case LYS_LEAFLIST:
         return (schema.flags & LYS_CONFIG_R) != 0;
       default:
@@ -58,27 +57,25 @@ class Search {
         (schema.flags & LYS_PRESENCE) != 0) {
       return true;
     }
-    for (Node child = text_.tree().FirstChild(node); child != SourceTree::kNone;
-         child = text_.tree().Next(child)) {
-      const lysc_node* inner =
-          text_.finder().SchemaOf(text_.context(), &schema, child);
+    for (Node child = text_.tree[node].first_child; child != SourceTree::kNone;
+         child = text_.tree[child].next) {
+      const lysc_node* inner = text_.SchemaOf(&schema, child);
       if (inner != nullptr && HasData(child, *inner)) return true;
     }
     return false;
   }
 
-  std::string IdentityOf(Node node, const lysc_node& schema) {
+  std::string IdentityOf(Node node, const lysc_node& schema) const {
     if (schema.nodetype == LYS_LIST) {
-      return Join(text_.finder().KeysOf(node, schema));
+      return Join(text_.finder.KeysOf(node, schema));
     }
-    return schema.nodetype == LYS_LEAFLIST
-               ? text_.finder().ValueOf(node, schema)
-               : "";
+    return schema.nodetype == LYS_LEAFLIST ? text_.finder.ValueOf(node, schema)
+                                           : "";
   }
 
   void Refuse(Node node, Node first, const lysc_node& schema) {
     const Position place =
-        PositionAt(text_.text().bytes, PlaceOf(first, schema));
+        PositionAt(text_.text.bytes, text_.PlaceOf(first, schema));
     const std::string keys = KeysOf(node, schema);
     const std::string first_keys = KeysOf(first, schema);
     std::string reason = std::string("Duplicate instance of \"") + schema.name +
@@ -86,17 +83,13 @@ class Search {
                          std::to_string(place.line) + ", column " +
                          std::to_string(place.column);
     if (keys != first_keys) reason += first_keys;
-    text_.Add(PlaceOf(node, schema), reason + ".");
-    text_.Remove(node);
-  }
-
-  std::size_t PlaceOf(Node node, const lysc_node& schema) {
-    return text_.tree().SpanOf(text_.finder().ShownOf(node, schema)).begin;
+    text_.faults.push_back({text_.PlaceOf(node, schema), reason + "."});
+    text_.fragments.Remove(node, false);
   }
 
   // The keys of an entry or the value of a leaf-list, as written.
-  std::string KeysOf(Node node, const lysc_node& schema) {
-    const SourceTree& tree = text_.tree();
+  std::string KeysOf(Node node, const lysc_node& schema) const {
+    const SourceTree& tree = text_.tree;
     if (schema.nodetype == LYS_LEAFLIST) {
       return ", value " + Shown(tree.ValueOf(node));
     }
@@ -104,7 +97,7 @@ class Search {
     if (schema.nodetype != LYS_LIST) return words;
     for (const lysc_node* key = lysc_node_child(&schema);
          key != nullptr && lysc_is_key(key); key = key->next) {
-      const Node leaf = text_.finder().FirstOf(*key, tree.FirstChild(node));
+      const Node leaf = text_.finder.FirstOf(*key, tree[node].first_child);
       if (leaf == SourceTree::kNone) continue;
       words += std::string(", ") + key->name + " " + Shown(tree.ValueOf(leaf));
     }

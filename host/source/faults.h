@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <set>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "host/datastore/input_text.h"
@@ -17,53 +16,46 @@
 
 namespace ipav::source {
 
+// So many errors of one file are reported; a further line tells if there are
+// more. When more are found, the rest of the file is not examined.
+inline constexpr std::size_t kMaxErrors = 20;
+
 struct Fault {
   std::size_t at = 0;  // byte of the file
   std::string reason;  // one line
 };
 
-// A text under examination. Nodes with errors are removed from it, so that the
-// rest can be examined further.
-class Examined {
- public:
-  using Node = SourceTree::Node;
-
-  // Borrows all.
-  Examined(const ly_ctx* context, const datastore::InputText& text);
+// A text under examination, borrowed. Nodes with errors are removed from its
+// fragments, so that the rest can be examined further.
+struct Examined {
+  Examined(const ly_ctx* the_context, const datastore::InputText& the_text);
   Examined(const Examined&) = delete;
   Examined& operator=(const Examined&) = delete;
 
-  const ly_ctx* context() const { return context_; }
-  bool is_xml() const { return text_.format == LYD_XML; }
-  const datastore::InputText& text() const { return text_; }
-  const SourceTree& tree() const { return tree_; }
-  NodeFinder& finder() { return finder_; }
-  const Fragments& fragments() const { return fragments_; }
+  const lysc_node* SchemaOf(const lysc_node* parent,
+                            SourceTree::Node node) const {
+    return finder.SchemaOf(context, parent, node);
+  }
 
-  void Add(std::size_t at, std::string reason);
-  std::vector<Fault>& faults() { return faults_; }
+  // Where a node is shown.
+  std::size_t PlaceOf(SourceTree::Node node, const lysc_node& schema) const {
+    return tree[finder.ShownOf(node, schema)].span.begin;
+  }
 
-  // With `member`, a JSON array is removed with all its elements.
-  void Remove(Node node, bool member = false);
-  bool IsRemoved(Node node) const;
-
+  const ly_ctx* context;
+  const datastore::InputText& text;
+  const bool is_xml;
+  SourceTree tree;
+  NodeFinder finder;
+  Fragments fragments;
   // Nodes of the model of which the text has instances that cannot be read.
-  std::set<const lysc_node*>& unread() { return unread_; }
-
- private:
-  const ly_ctx* context_;
-  const datastore::InputText& text_;
-  SourceTree tree_;
-  NodeFinder finder_;
-  Fragments fragments_;
-  std::unordered_set<std::size_t> removed_;  // by their first byte
-  std::set<const lysc_node*> unread_;
-  std::vector<Fault> faults_;
+  std::set<const lysc_node*> unread;
+  std::vector<Fault> faults;
 };
 
 // Step 1: nodes that the YANG library cannot read, such as unknown nodes, wrong
-// values and entries without a key. Stops after `most` of them.
-void FindUnreadable(Examined* text, std::size_t most);
+// values and entries without a key.
+void FindUnreadable(Examined* text);
 
 // Step 2: second instances of a node, also if the keys are equal although they
 // are written in different forms.

@@ -5,7 +5,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "host/source/source_tree.h"
 
@@ -23,25 +22,25 @@ class Fragments {
   std::string Whole(Node node) const;
   // The node without any child.
   std::string Hollow(Node node) const;
-  // The parent with these fragments as its only children. For the root, this is
-  // a complete text.
-  std::string Within(Node parent, const std::vector<std::string>& parts) const;
 
-  // JSON: whether the node is an element of an array.
-  bool IsInArray(Node node) const;
+  // What is before and after the children of a node, and between two of them.
+  // For the root, all together is a complete text.
+  std::string Open(Node node) const;
+  std::string Close(Node node) const;
+  const char* Between() const { return is_xml_ ? "" : ","; }
 
   // Replaces the node by blanks. With `member`, a JSON array is replaced with
   // all its elements.
   void Remove(Node node, bool member);
+  bool IsRemoved(Node node) const { return text_[BeginOf(node)] == ' '; }
 
   const std::string& text() const { return text_; }
 
  private:
   std::size_t BeginOf(Node node) const;
+  std::string TextOf(std::size_t begin, std::size_t end) const;
   std::string HeadOf(Node node) const;
-  std::string Named(Node node, const std::string& value) const;
-  std::size_t ArrayOf(Node node) const;
-  std::size_t EndOfArray(std::size_t at) const;
+  bool IsInArray(Node node) const;
   void RemoveComma(Span hole);
 
   std::string text_;

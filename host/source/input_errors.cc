@@ -21,19 +21,19 @@ using datastore::PositionAt;
 
 // XML: text beside the top elements.
 void FindStrayText(Examined* text) {
-  if (!text->is_xml()) return;
-  const std::string_view bytes = text->text().bytes;
-  const SourceTree& tree = text->tree();
-  if (tree.FirstChild(SourceTree::kRoot) == SourceTree::kNone) return;
-  std::size_t begin = text->text().start;
-  for (SourceTree::Node node = tree.FirstChild(SourceTree::kRoot);;
-       node = tree.Next(node)) {
+  if (!text->is_xml) return;
+  const std::string_view bytes = text->text.bytes;
+  const SourceTree& tree = text->tree;
+  if (tree[SourceTree::kRoot].first_child == SourceTree::kNone) return;
+  std::size_t begin = text->text.start;
+  for (SourceTree::Node node = tree[SourceTree::kRoot].first_child;;
+       node = tree[node].next) {
     const bool is_last = node == SourceTree::kNone;
-    const std::size_t end = is_last ? bytes.size() : tree.HeadOf(node).begin;
+    const std::size_t end = is_last ? bytes.size() : tree[node].head.begin;
     const std::size_t at = SkipToContent(bytes, {begin, end});
-    if (at < end) text->Add(at, "Text outside of the elements.");
+    if (at < end) text->faults.push_back({at, "Text outside of the elements."});
     if (is_last) return;
-    begin = tree.EndOf(node);
+    begin = tree[node].end;
   }
 }
 
@@ -41,11 +41,11 @@ void FindStrayText(Examined* text) {
 // nothing is said.
 void FindViolations(Examined* text) {
   // 1. The tree of what is left.
-  const ly_ctx* context = text->context();
+  const ly_ctx* context = text->context;
   lyd_node* first = nullptr;
   if (lyd_parse_data_mem(context,
-                         text->fragments().text().c_str() + text->text().start,
-                         text->text().format, LYD_PARSE_STRICT | LYD_PARSE_ONLY,
+                         text->fragments.text().c_str() + text->text.start,
+                         text->text.format, LYD_PARSE_STRICT | LYD_PARSE_ONLY,
                          0, &first) != LY_SUCCESS) {
     return;
   }
@@ -53,19 +53,17 @@ void FindViolations(Examined* text) {
   const Nodes tree(first);
   // 2. Each violation at its node, or at the nearest one that is in the text.
   for (const datastore::Violation& violation :
-       datastore::FindViolations(context, tree.get(), text->unread())) {
+       datastore::FindViolations(context, tree.get(), text->unread)) {
     const lyd_node* node = violation.node;
-    SourceTree::Node found = text->finder().Find(node);
+    SourceTree::Node found = text->finder.Find(node);
     while (found == SourceTree::kNone) {
       node = lyd_parent(node);
-      found = text->finder().Find(node);
+      found = text->finder.Find(node);
     }
-    text->Add(node == nullptr
-                  ? text->text().start
-                  : text->tree()
-                        .SpanOf(text->finder().ShownOf(found, *node->schema))
-                        .begin,
-              violation.reason);
+    text->faults.push_back({node == nullptr
+                                ? text->text.start
+                                : text->PlaceOf(found, *node->schema),
+                            violation.reason});
   }
 }
 
@@ -87,13 +85,13 @@ InputError FindInputErrors(const datastore::Model& model,
   // 1. The nodes that cannot be read, then what is wrong with the others.
   Examined examined(model.context(), text);
   FindStrayText(&examined);
-  FindUnreadable(&examined, kMaxErrors + 1);
-  if (examined.faults().size() <= kMaxErrors) {
+  FindUnreadable(&examined);
+  if (examined.faults.size() <= kMaxErrors) {
     FindDuplicates(&examined);
     FindViolations(&examined);
   }
   // 2. Errors that only libyang knows.
-  std::vector<Fault>& faults = examined.faults();
+  std::vector<Fault>& faults = examined.faults;
   if (faults.empty()) return LibraryError(model.context(), text);
   // 3. All in the order of the text.
   std::stable_sort(faults.begin(), faults.end(),

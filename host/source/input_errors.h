@@ -4,17 +4,11 @@
 #ifndef IPAV_HOST_SOURCE_INPUT_ERRORS_H_
 #define IPAV_HOST_SOURCE_INPUT_ERRORS_H_
 
-#include <cstddef>
-
 #include "host/datastore/input_error.h"
 #include "host/datastore/input_text.h"
 #include "host/datastore/model.h"
 
 namespace ipav::source {
-
-// So many errors of one file are reported; a further line tells if there are
-// more. When more are found, the rest of the file is not examined.
-inline constexpr std::size_t kMaxErrors = 20;
 
 // The errors in file order. `text` must be one that the model refuses.
 datastore::InputError FindInputErrors(const datastore::Model& model,

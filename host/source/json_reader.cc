@@ -66,35 +66,31 @@ class JsonReader {
   using binary_t = nlohmann::json::binary_t;
 
   JsonReader(std::string_view text, std::size_t start, SourceTree* tree)
-      : tokens_(text, start), tree_(tree) {}
+      : tokens_(text, start), tree_(*tree) {}
 
   bool start_object(std::size_t /*size*/) {
     const Span brace = tokens_.Take();
-    open_.push_back({open_.empty() ? SourceTree::kRoot : Add(brace),
-                     false,
-                     0,
-                     0,
-                     {},
-                     0,
-                     0});
+    const SourceTree::Node node =
+        open_.empty() ? SourceTree::kRoot : Add(brace);
+    open_.push_back({node, false, member_, brace.begin, tree_.size()});
     return true;
   }
   bool key(const string_t& name) {
-    head_ = tokens_.Take();
+    member_.head = tokens_.Take();
     const std::size_t colon = name.find(':');
     // "@module:name" holds the metadata of the member "module:name".
     const std::size_t mark = name.rfind('@', 0) == 0 ? 1 : 0;
     // libyang takes the module of the parent for an empty prefix, too.
     if (colon == std::string::npos || colon == mark) {
-      module_ = open_.back().node == SourceTree::kRoot
-                    ? tree_->NumberOf("")
-                    : tree_->ModuleOf(open_.back().node);
+      member_.module = open_.back().node == SourceTree::kRoot
+                           ? tree_.NumberOf("")
+                           : tree_[open_.back().node].module;
     } else {
-      module_ =
-          tree_->NumberOf(std::string_view{name}.substr(mark, colon - mark));
+      member_.module =
+          tree_.NumberOf(std::string_view{name}.substr(mark, colon - mark));
     }
     const std::size_t local = colon == std::string::npos ? mark : colon + 1;
-    name_ = tree_->NumberOf(name.substr(0, mark) + name.substr(local));
+    member_.name = tree_.NumberOf(name.substr(0, mark) + name.substr(local));
     return true;
   }
   bool end_object() { return Close(); }
@@ -103,8 +99,8 @@ class JsonReader {
   bool start_array(std::size_t /*size*/) {
     const Span bracket = tokens_.Take();
     if (open_.empty()) return false;  // no YANG data
-    open_.push_back({open_.back().node, true, module_, name_, head_,
-                     bracket.begin, tree_->size()});
+    open_.push_back(
+        {open_.back().node, true, member_, bracket.begin, tree_.size()});
     return true;
   }
   bool end_array() { return Close(); }
@@ -130,30 +126,30 @@ class JsonReader {
   }
 
  private:
-  struct Open {
-    SourceTree::Node node;  // of an array: its parent
-    bool is_array;
+  struct Member {
     std::uint32_t module = 0;
     std::uint32_t name = 0;
     Span head;
-    std::size_t begin = 0;  // of an array
-    std::size_t nodes_before = 0;
+  };
+  struct Open {
+    SourceTree::Node node;  // of an array: its parent
+    bool is_array;
+    Member member;  // whose value it is
+    std::size_t begin;
+    std::size_t nodes_before;
   };
 
   SourceTree::Node Add(Span token) {
-    const Open& around = open_.back();
     const SourceTree::Node node =
-        around.is_array
-            ? tree_->Add(around.node, around.module, around.name, token)
-            : tree_->Add(around.node, module_, name_, token);
-    tree_->SetHead(node, around.is_array ? around.head : head_);
-    tree_->SetEnd(node, token.end);
+        tree_.Add(open_.back().node, member_.module, member_.name, token);
+    tree_[node].head = member_.head;
+    tree_[node].end = token.end;
     return node;
   }
 
   bool Value(Span token, std::string_view value) {
     if (open_.empty()) return false;
-    tree_->SetValue(Add(token), value);
+    tree_.SetValue(Add(token), value);
     return true;
   }
 
@@ -166,26 +162,20 @@ class JsonReader {
     const Span bracket = tokens_.Take();
     const Open closed = open_.back();
     open_.pop_back();
-    if (closed.is_array) {
-      module_ = closed.module;
-      name_ = closed.name;
-      head_ = closed.head;
+    member_ = closed.member;
+    if (!closed.is_array) {
+      tree_[closed.node].end = bracket.end;
+    } else if (tree_.size() == closed.nodes_before) {
       // The place of an empty array is needed if the model has a leaf there.
-      if (tree_->size() == closed.nodes_before) {
-        Add({closed.begin, bracket.end});
-      }
-    } else {
-      tree_->SetEnd(closed.node, bracket.end);
+      Add({closed.begin, bracket.end});
     }
     return true;
   }
 
   Tokens tokens_;
-  SourceTree* tree_;
+  SourceTree& tree_;
   std::vector<Open> open_;
-  std::uint32_t module_ = 0;  // of the member whose value follows
-  std::uint32_t name_ = 0;
-  Span head_;
+  Member member_;  // whose value follows
 };
 
 }  // namespace

@@ -9,12 +9,12 @@ using Node = SourceTree::Node;
 const lysc_node* NodeFinder::SchemaOf(const ly_ctx* context,
                                       const lysc_node* parent,
                                       Node node) const {
-  const std::string& module = tree_.TextOf(tree_.ModuleOf(node));
+  const std::string& module = tree_.TextOf(tree_[node].module);
   const lys_module* found =
       is_xml_ ? ly_ctx_get_module_implemented_ns(context, module.c_str())
               : ly_ctx_get_module_implemented(context, module.c_str());
   if (found == nullptr) return nullptr;
-  const std::string& name = tree_.TextOf(tree_.NameOf(node));
+  const std::string& name = tree_.TextOf(tree_[node].name);
   return lys_find_child(parent, found, name.c_str(), 0, 0, 0);
 }
 
@@ -35,12 +35,12 @@ Node NodeFinder::FindUnder(Node parent, const lyd_node& node) {
     const auto entry = index.find(Join(datastore::KeysOf(&node)));
     return entry == index.end() ? SourceTree::kNone : entry->second;
   }
-  Node child = FirstOf(*node.schema, tree_.FirstChild(parent));
+  Node child = FirstOf(*node.schema, tree_[parent].first_child);
   if (node.schema->nodetype != LYS_LEAFLIST) return child;
   const std::string value =
       datastore::CanonicalText(*node.schema, lyd_get_value(&node));
   while (child != SourceTree::kNone && ValueOf(child, *node.schema) != value) {
-    child = FirstOf(*node.schema, tree_.Next(child));
+    child = FirstOf(*node.schema, tree_[child].next);
   }
   return child;
 }
@@ -57,8 +57,8 @@ Node NodeFinder::FirstOf(const lysc_node& schema, Node node) const {
     return SourceTree::kNone;
   }
   while (node != SourceTree::kNone &&
-         (tree_.NameOf(node) != name || tree_.ModuleOf(node) != module)) {
-    node = tree_.Next(node);
+         (tree_[node].name != name || tree_[node].module != module)) {
+    node = tree_[node].next;
   }
   return node;
 }
@@ -69,8 +69,8 @@ const NodeFinder::EntryIndex& NodeFinder::IndexOf(Node parent,
                                                   const lysc_node& list) {
   const auto [slot, is_new] = indexes_.try_emplace({parent, &list});
   if (is_new) {
-    for (Node entry = FirstOf(list, tree_.FirstChild(parent));
-         entry != SourceTree::kNone; entry = FirstOf(list, tree_.Next(entry))) {
+    for (Node entry = FirstOf(list, tree_[parent].first_child);
+         entry != SourceTree::kNone; entry = FirstOf(list, tree_[entry].next)) {
       slot->second.emplace(Join(KeysOf(entry, list)), entry);
     }
   }
@@ -82,7 +82,7 @@ std::vector<std::string> NodeFinder::KeysOf(Node entry,
   std::vector<std::string> keys;
   for (const lysc_node* leaf = lysc_node_child(&list);
        leaf != nullptr && lysc_is_key(leaf); leaf = leaf->next) {
-    const Node key = FirstOf(*leaf, tree_.FirstChild(entry));
+    const Node key = FirstOf(*leaf, tree_[entry].first_child);
     keys.push_back(key == SourceTree::kNone ? "" : ValueOf(key, *leaf));
   }
   return keys;
@@ -92,7 +92,7 @@ Node NodeFinder::ShownOf(Node found, const lysc_node& schema) const {
   const lysc_node* child =
       schema.nodetype == LYS_LIST ? lysc_node_child(&schema) : nullptr;
   if (child == nullptr || !lysc_is_key(child)) return found;
-  const Node key = FirstOf(*child, tree_.FirstChild(found));
+  const Node key = FirstOf(*child, tree_[found].first_child);
   return key == SourceTree::kNone ? found : key;
 }
 

@@ -106,7 +106,7 @@ class SourceText::Places {
   std::optional<Mark> MarkOf(const lyd_node* node) {
     const Node found = finder_.Find(node);
     if (found == SourceTree::kNone) return std::nullopt;
-    return lines_.MarkOf(tree_.SpanOf(finder_.ShownOf(found, *node->schema)));
+    return lines_.MarkOf(tree_[finder_.ShownOf(found, *node->schema)].span);
   }
 
  private:

@@ -20,25 +20,11 @@ SourceTree::Node SourceTree::Add(Node parent, std::uint32_t module,
   Item& item = items_.emplace_back();
   item.module = module;
   item.name = name;
-  SetSpan(node, span);
+  item.span = span;
   const Node last = items_[parent].last_child;
   (last == kNone ? items_[parent].first_child : items_[last].next) = node;
   items_[parent].last_child = node;
   return node;
-}
-
-void SourceTree::SetSpan(Node node, Span span) {
-  items_[node].begin = static_cast<std::uint32_t>(span.begin);
-  items_[node].end = static_cast<std::uint32_t>(span.end);
-}
-
-void SourceTree::SetHead(Node node, Span head) {
-  items_[node].head_begin = static_cast<std::uint32_t>(head.begin);
-  items_[node].head_end = static_cast<std::uint32_t>(head.end);
-}
-
-void SourceTree::SetEnd(Node node, std::size_t end) {
-  items_[node].whole_end = static_cast<std::uint32_t>(end);
 }
 
 void SourceTree::SetValue(Node node, std::string_view value) {

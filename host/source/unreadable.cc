@@ -5,8 +5,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
+#include "host/base/bytes.h"
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/libyang_ptr.h"
 #include "host/datastore/model.h"
@@ -21,130 +22,137 @@ using Node = SourceTree::Node;
 // libyang's text for an entry without a key.
 constexpr std::string_view kNoKey = "List instance is missing its key";
 
-bool Starts(std::string_view text, std::string_view beginning) {
-  return text.substr(0, beginning.size()) == beginning;
-}
-
-bool HoldsMany(const lysc_node* schema) {
-  return schema != nullptr &&
-         (schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0;
-}
-
 class Search {
  public:
-  Search(Examined* text, std::size_t most) : text_(*text), most_(most) {}
+  explicit Search(Examined* text) : text_(*text) {}
 
   void Run() {
-    levels_.push_back({SourceTree::kRoot, nullptr, {}, true});
-    ForEachChild(SourceTree::kRoot, [&](Node node) { Check(node, false); });
+    const Node root = SourceTree::kRoot;
+    const Parent top{root, nullptr, text_.fragments.Open(root),
+                     text_.fragments.Close(root), false};
+    ForEachChild(root, [&](Node node) { Check(node, top); });
   }
 
  private:
-  // An ancestor of the node under examination.
-  struct Level {
+  // The parent of the node under examination.
+  struct Parent {
     Node node;
     const lysc_node* schema;
-    std::vector<Node> keys;
-    bool has_all_keys;
+    // What a fragment needs around it: the ancestors and their keys.
+    std::string before;
+    std::string after;
+    bool lacks_keys;  // or an ancestor does
   };
 
   template <typename Take>
   void ForEachChild(Node parent, const Take& take) const {
-    for (Node child = text_.tree().FirstChild(parent);
-         child != SourceTree::kNone; child = text_.tree().Next(child)) {
+    for (Node child = text_.tree[parent].first_child;
+         child != SourceTree::kNone; child = text_.tree[child].next) {
       take(child);
     }
   }
 
-  void Check(Node node, bool is_key) {
-    if (text_.IsRemoved(node) || text_.faults().size() >= most_) return;
+  bool IsFull() const { return text_.faults.size() > kMaxErrors; }
+
+  void Check(Node node, const Parent& parent) {
+    const Fragments& fragments = text_.fragments;
+    if (fragments.IsRemoved(node) || IsFull()) return;
     // 1. Most nodes are right, with all that is in them.
-    const Fragments& fragments = text_.fragments();
-    const auto error = ErrorOf(node, fragments.Whole(node), is_key);
+    const auto error =
+        ErrorOf(fragments.Whole(node), parent, node, parent.lacks_keys);
     if (!error.has_value()) return;
     // 2. If the node without its children is right, one of them is wrong.
-    const lysc_node* schema = SchemaOf(node);
-    const bool has_parts = text_.tree().FirstChild(node) != SourceTree::kNone &&
+    const lysc_node* schema = text_.SchemaOf(parent.schema, node);
+    const bool has_parts = text_.tree[node].first_child != SourceTree::kNone &&
                            schema != nullptr &&
                            (schema->nodetype & LYD_NODE_ANY) == 0;
-    if (has_parts && !ErrorOf(node, fragments.Hollow(node), true).has_value()) {
-      CheckInside(node, schema);
+    if (has_parts &&
+        !ErrorOf(fragments.Hollow(node), parent, node, true).has_value()) {
+      CheckInside(node, schema, parent);
     } else {
-      Refuse(node, schema, *error);
+      Refuse(node, schema, parent, *error);
     }
   }
 
-  void CheckInside(Node node, const lysc_node* schema) {
-    const std::size_t faults_before = text_.faults().size();
-    levels_.push_back({node, schema, {}, false});
-    // 1. The keys, each beside those before it.
-    bool has_wrong_key = false;
+  void CheckInside(Node node, const lysc_node* schema, const Parent& around) {
+    const std::size_t faults_before = text_.faults.size();
+    Parent parent{node, schema, around.before + text_.fragments.Open(node),
+                  text_.fragments.Close(node) + around.after, true};
+    // 1. The keys, then the other children after them.
+    const bool has_wrong_key = CheckKeys(&parent);
+    parent.lacks_keys = parent.lacks_keys || around.lacks_keys;
     ForEachChild(node, [&](Node child) {
-      if (!IsKey(child)) return;
-      Check(child, true);
-      if (text_.IsRemoved(child)) {
-        has_wrong_key = true;
-      } else {
-        levels_.back().keys.push_back(child);
-      }
+      if (!IsKey(child, parent)) Check(child, parent);
     });
-    levels_.back().has_all_keys = levels_.back().keys.size() ==
-                                  datastore::Model::FactsOf(*schema).key_count;
-    // 2. Its other children, beside the keys.
-    ForEachChild(node, [&](Node child) {
-      if (!IsKey(child)) Check(child, false);
-    });
-    levels_.pop_back();
-    // 3. If the rest is not right, an entry has no key.
-    const auto error = ErrorOf(node, text_.fragments().Whole(node), false);
-    if (!error.has_value() || text_.faults().size() >= most_) return;
-    const bool is_known = text_.faults().size() > faults_before;
-    if (has_wrong_key || (is_known && !Starts(*error, kNoKey))) {
+    // 2. If the rest is not right, an entry has no key.
+    const auto error =
+        ErrorOf(text_.fragments.Whole(node), around, node, around.lacks_keys);
+    if (!error.has_value() || IsFull()) return;
+    const bool is_known = text_.faults.size() > faults_before;
+    if (has_wrong_key || (is_known && !base::StartsWith(*error, kNoKey))) {
       Remove(node, schema);
     } else {
-      Refuse(node, schema, *error);
+      Refuse(node, schema, around, *error);
     }
   }
 
-  bool IsKey(Node node) const {
-    const lysc_node* leaf = SchemaOf(node);
+  // Checks the keys of an entry, each after those before it. Returns whether
+  // one is wrong.
+  bool CheckKeys(Parent* parent) {
+    std::size_t right = 0;
+    std::size_t wrong = 0;
+    ForEachChild(parent->node, [&](Node child) {
+      if (!IsKey(child, *parent)) return;
+      Check(child, *parent);
+      if (text_.fragments.IsRemoved(child)) {
+        ++wrong;
+      } else {
+        ++right;
+        parent->before +=
+            text_.fragments.Whole(child) + text_.fragments.Between();
+      }
+    });
+    parent->lacks_keys =
+        right != datastore::Model::FactsOf(*parent->schema).key_count;
+    return wrong != 0;
+  }
+
+  bool IsKey(Node node, const Parent& parent) const {
+    const lysc_node* leaf = text_.SchemaOf(parent.schema, node);
     return leaf != nullptr && lysc_is_key(leaf);
   }
 
-  const lysc_node* SchemaOf(Node node) const {
-    return text_.finder().SchemaOf(text_.context(), levels_.back().schema,
-                                   node);
-  }
-
-  void Refuse(Node node, const lysc_node* schema, std::string reason) {
+  void Refuse(Node node, const lysc_node* schema, const Parent& parent,
+              std::string reason) {
     // An unknown node is marked at its name.
-    const SourceTree& tree = text_.tree();
     const Span place =
-        schema == nullptr ? tree.HeadOf(node) : tree.SpanOf(node);
-    if (schema == nullptr) reason += Expected(node);
-    text_.Add(place.begin, std::move(reason));
+        schema == nullptr ? text_.tree[node].head : text_.tree[node].span;
+    if (schema == nullptr) reason += Expected(node, parent);
+    text_.faults.push_back({place.begin, std::move(reason)});
     Remove(node, schema);
   }
 
   void Remove(Node node, const lysc_node* schema) {
-    if (schema != nullptr) text_.unread().insert(schema);
-    text_.Remove(node, !HoldsMany(schema));
+    if (schema != nullptr) text_.unread.insert(schema);
+    const bool holds_many = schema != nullptr &&
+                            (schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0;
+    text_.fragments.Remove(node, !holds_many);
   }
 
   // For an unknown node: the node of the same name in another module.
-  std::string Expected(Node node) const {
-    const std::string& name = text_.tree().TextOf(text_.tree().NameOf(node));
+  std::string Expected(Node node, const Parent& parent) const {
+    const std::string& name = text_.tree.TextOf(text_.tree[node].name);
     std::string words;
     std::uint32_t index = 0;
     while (const lys_module* module =
-               ly_ctx_get_module_iter(text_.context(), &index)) {
+               ly_ctx_get_module_iter(text_.context, &index)) {
       if (module->implemented == 0 ||
-          lys_find_child(levels_.back().schema, module, name.c_str(), 0, 0,
-                         0) == nullptr) {
+          lys_find_child(parent.schema, module, name.c_str(), 0, 0, 0) ==
+              nullptr) {
         continue;
       }
       words += words.empty() ? " Expected here: " : " or ";
-      words += text_.is_xml()
+      words += text_.is_xml
                    ? "<" + name + " xmlns=\"" + module->ns + "\">"
                    : std::string("\"") + module->name + ":" + name + "\"";
     }
@@ -153,71 +161,44 @@ class Search {
 
   // Why libyang refuses a fragment that is `node`, or stands for it. The error
   // that a key is missing is ignored where it must be.
-  std::optional<std::string> ErrorOf(Node node, std::string fragment,
+  std::optional<std::string> ErrorOf(const std::string& fragment,
+                                     const Parent& parent, Node node,
                                      bool may_lack_keys) const {
-    for (auto level = levels_.rbegin(); level != levels_.rend(); ++level) {
-      fragment = text_.fragments().Within(
-          level->node, Beside(*level, node, std::move(fragment)));
-      node = level->node;
-      may_lack_keys = may_lack_keys || !level->has_all_keys;
-    }
-    const ly_ctx* context = text_.context();
-    datastore::ClearErrors(context);
+    const std::string all =
+        parent.before + fragment + Described(parent.node, node) + parent.after;
+    datastore::ClearErrors(text_.context);
     lyd_node* nodes = nullptr;
     const LY_ERR error =
-        lyd_parse_data_mem(context, fragment.c_str(), text_.text().format,
+        lyd_parse_data_mem(text_.context, all.c_str(), text_.text.format,
                            LYD_PARSE_STRICT | LYD_PARSE_ONLY, 0, &nodes);
     const datastore::Nodes owner(nodes);
     if (error == LY_SUCCESS) return std::nullopt;
-    std::string reason = datastore::FirstReason(context);
-    if (may_lack_keys && Starts(reason, kNoKey)) return std::nullopt;
+    std::string reason = datastore::FirstReason(text_.context);
+    if (may_lack_keys && base::StartsWith(reason, kNoKey)) return std::nullopt;
     return reason;
   }
 
-  // The fragment among the keys of its parent, in the order of the text.
-  std::vector<std::string> Beside(const Level& parent, Node node,
-                                  std::string fragment) const {
-    std::vector<std::string> parts;
-    auto key = parent.keys.begin();
-    for (; key != parent.keys.end() && *key < node; ++key) {
-      parts.push_back(text_.fragments().Whole(*key));
-    }
-    parts.push_back(std::move(fragment));
-    for (; key != parent.keys.end(); ++key) {
-      if (*key != node) parts.push_back(text_.fragments().Whole(*key));
-    }
-    // JSON metadata is only legal beside its node.
-    const Node described = DescribedBy(parent.node, node);
-    if (described != SourceTree::kNone) {
-      parts.push_back(text_.fragments().Whole(described));
-    }
-    return parts;
-  }
-
-  Node DescribedBy(Node parent, Node metadata) const {
-    const SourceTree& tree = text_.tree();
-    const std::string& name = tree.TextOf(tree.NameOf(metadata));
-    Node described = SourceTree::kNone;
+  // For JSON metadata, which is only legal beside its node: that node.
+  std::string Described(Node parent, Node metadata) const {
+    const SourceTree& tree = text_.tree;
+    const std::string& name = tree.TextOf(tree[metadata].name);
+    std::string described;
     if (name.empty() || name[0] != '@') return described;
     ForEachChild(parent, [&](Node child) {
-      if (name.compare(1, std::string::npos, tree.TextOf(tree.NameOf(child))) ==
+      if (name.compare(1, std::string::npos, tree.TextOf(tree[child].name)) ==
               0 &&
-          tree.ModuleOf(child) == tree.ModuleOf(metadata)) {
-        described = child;
+          tree[child].module == tree[metadata].module) {
+        described = "," + text_.fragments.Whole(child);
       }
     });
     return described;
   }
 
   Examined& text_;
-  const std::size_t most_;
-  std::vector<Level> levels_;
 };
 
 }  // namespace
 
-void FindUnreadable(Examined* text, std::size_t most) {
-  Search(text, most).Run();
-}
+void FindUnreadable(Examined* text) { Search(text).Run(); }
 
 }  // namespace ipav::source

@@ -57,8 +57,9 @@ std::string_view View(const xmlChar* text) {
 // Receives the elements of the text.
 class XmlReader {
  public:
-  XmlReader(std::string_view text, std::size_t start, SourceTree* tree)
-      : text_(text), start_(start), tree_(tree) {
+  XmlReader(std::string_view text, std::size_t start, SourceTree* tree,
+            ElementFilter is_wanted)
+      : text_(text), start_(start), tree_(*tree), is_wanted_(is_wanted) {
     // Skip the declaration: it is only allowed at the very start, before the
     // added root.
     if (StandsAt(text_, start_, "<?xml")) {
@@ -153,13 +154,14 @@ class XmlReader {
     open_.back().has_children = true;
     const std::size_t at = Place();
     const Span tag{text_.rfind('<', at), text_.find('>', at) + 1};
-    if (!IsTagOf(tag, name, prefix)) {
+    if (!IsTagOf(tag, name, prefix) ||
+        (is_wanted_ != nullptr && !is_wanted_(uri, name))) {
       xmlStopParser(context_);
       return;
     }
-    const SourceTree::Node node = tree_->Add(
-        open_.back().node, tree_->NumberOf(uri), tree_->NumberOf(name), tag);
-    tree_->SetHead(node, tag);
+    const SourceTree::Node node = tree_.Add(
+        open_.back().node, tree_.NumberOf(uri), tree_.NumberOf(name), tag);
+    tree_[node].head = tag;
     open_.push_back({node, tag, false});
   }
 
@@ -168,13 +170,13 @@ class XmlReader {
     if (open_.empty()) return;
     const Open element = open_.back();
     open_.pop_back();
-    if (!open_.empty()) tree_->SetEnd(element.node, Place());
+    if (!open_.empty()) tree_[element.node].end = Place();
     if (element.has_children) return;
-    tree_->SetValue(element.node, value_);
+    tree_.SetValue(element.node, value_);
     const std::size_t end = text_.rfind('<', Place() - 1);
     if (end == std::string_view::npos || end <= element.tag.begin) return;
     const Span value = ValueIn(text_, {element.tag.end, end});
-    if (value.begin < value.end) tree_->SetSpan(element.node, value);
+    if (value.begin < value.end) tree_[element.node].span = value;
   }
 
   // No position is better than a wrong one.
@@ -190,7 +192,8 @@ class XmlReader {
 
   std::string_view text_;
   std::size_t start_;
-  SourceTree* tree_;
+  SourceTree& tree_;
+  ElementFilter is_wanted_;
   xmlParserCtxtPtr context_ = nullptr;
   std::size_t given_ = 0;
   std::vector<Open> open_;
@@ -216,7 +219,12 @@ std::size_t SkipToContent(std::string_view text, Span span) {
 }
 
 void ReadXml(std::string_view text, std::size_t start, SourceTree* tree) {
-  XmlReader(text, start, tree).Run();
+  ReadXmlWhile(nullptr, text, start, tree);
+}
+
+void ReadXmlWhile(ElementFilter is_wanted, std::string_view text,
+                  std::size_t start, SourceTree* tree) {
+  XmlReader(text, start, tree, is_wanted).Run();
 }
 
 }  // namespace ipav::source

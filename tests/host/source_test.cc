@@ -19,6 +19,8 @@ namespace ipav::source {
 
 namespace {
 
+using host_test::JsonL3With;
+using host_test::L3With;
 using host_test::MarkedIn;
 using host_test::NodeAt;
 using host_test::ProjectTree;
@@ -51,19 +53,6 @@ class Written {
   SourceText source_;
 };
 
-// One interface "a", whose name ends line 2, with that behind its name.
-std::string XmlInterface(const std::string& inner) {
-  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
-         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>\n" +
-         inner + "</l3></interface></config>\n";
-}
-
-std::string JsonInterface(const std::string& members) {
-  return "{\"vorplex-config:config\": {\"interface\": {\n"
-         "\"ipapp:l3\": [{\"name\": \"a\",\n" +
-         members + "}]}}}\n";
-}
-
 // --- Places
 
 struct PlacesCase {
@@ -85,44 +74,44 @@ void ExpectPlaces(const std::vector<PlacesCase>& cases) {
 TEST(Places, InXmlAreThoseOfTheText) {
   ExpectPlaces(
       {{"ALeafIsMarkedAtItsValue",
-        XmlInterface("  <ipv4><address>\n    <ip>10.1.1.1/24</ip>"
-                     "</address></ipv4>"),
+        L3With("  <ipv4><address>\n    <ip>10.1.1.1/24</ip>"
+               "</address></ipv4>"),
         {{"l3{a}/ipv4/address/ip", "4:9:10.1.1.1/24"}}},
        {"AnEntryIsMarkedAtItsFirstKey",
-        XmlInterface("<vrf>red</vrf>"),
+        L3With("<vrf>red</vrf>"),
         {{"l3{a}", "2:37:a"}}},
        {"AContainerIsMarkedWhereItBegins",
-        XmlInterface("<ipv4><address><ip>10.1.1.1/24</ip></address>"
-                     "</ipv4>"),
+        L3With("<ipv4><address><ip>10.1.1.1/24</ip></address>"
+               "</ipv4>"),
         {{"l3{a}/ipv4", "3:1:<ipv4>"},
          {"/config/interface", "1:36:<interface>"},
          {"/config", "1:1:<config xmlns=\"urn:vorplex:config\">"}}},
        {"NodesOfOneNameAreToldApart",
-        XmlInterface("<vrf>x</vrf></l3>"
-                     "<loopback xmlns=\"urn:vorplex:ipapp\">"
-                     "<name>a</name><vrf>y</vrf></loopback>\n"
-                     "<l3 xmlns=\"urn:vorplex:ipapp\">"
-                     "<name>b</name><vrf>z</vrf>"),
+        L3With("<vrf>x</vrf></l3>"
+               "<loopback xmlns=\"urn:vorplex:ipapp\">"
+               "<name>a</name><vrf>y</vrf></loopback>\n"
+               "<l3 xmlns=\"urn:vorplex:ipapp\">"
+               "<name>b</name><vrf>z</vrf>"),
         {{"l3{a}/vrf", "3:6:x"},
          {"loopback{a}/vrf", "3:73:y"},
          {"l3{b}/vrf", "4:50:z"}}},
        {"AKeyIsFoundBehindItsEscapes",
-        XmlInterface("</l3><mgmt xmlns=\"urn:vorplex:ipapp\">"
-                     "<name>a&amp;b&#x20;c</name></mgmt>\n"
-                     "<mgmt xmlns=\"urn:vorplex:ipapp\">"
-                     "<name><![CDATA[<c>]]></name></mgmt>"
-                     "<l3 xmlns=\"urn:vorplex:ipapp\">"
-                     "<name>b</name>"),
+        L3With("</l3><mgmt xmlns=\"urn:vorplex:ipapp\">"
+               "<name>a&amp;b&#x20;c</name></mgmt>\n"
+               "<mgmt xmlns=\"urn:vorplex:ipapp\">"
+               "<name><![CDATA[<c>]]></name></mgmt>"
+               "<l3 xmlns=\"urn:vorplex:ipapp\">"
+               "<name>b</name>"),
         {{"mgmt{\"a&b c\"}", "3:44:a&amp;b&#x20;c"},
          {"mgmt{<c>}", "4:48:<c>"}}},
        {"AKeyIsFoundInAnyOfItsForms",
-        XmlInterface("<ipv6><address><ip>2001:DB8:0::1/64</ip>"
-                     "</address>\n<address><ip>2001:db8::2/64</ip>"
-                     "</address></ipv6>"),
+        L3With("<ipv6><address><ip>2001:DB8:0::1/64</ip>"
+               "</address>\n<address><ip>2001:db8::2/64</ip>"
+               "</address></ipv6>"),
         {{"l3{a}/ipv6/address{2001:db8::1/64}", "3:20:2001:DB8:0::1/64"},
          {"l3{a}/ipv6/address{2001:db8::2/64}/ip", "4:14:2001:db8::2/64"}}},
        {"WhatTheTextDoesNotHaveHasNoPlace",
-        XmlInterface(""),
+        L3With(""),
         {{"l3{a}/enabled", ""},  // a default
          {"/internal/vrf-config", ""}}},
        {"AnEntryWhoseKeyComesLastIsMarkedThere",
@@ -131,14 +120,12 @@ TEST(Places, InXmlAreThoseOfTheText) {
         "<name>a</name></l3></interface></config>",
         {{"l3{a}", "3:7:a"}}},
        {"AnEmptyValueIsMarkedAtItsTag",
-        XmlInterface("<vrf></vrf>"),
+        L3With("<vrf></vrf>"),
         {{"l3{a}/vrf", "3:1:<vrf>"}}},
        {"AnEmptyElementIsMarkedWhole",
-        XmlInterface("<vrf/>"),
+        L3With("<vrf/>"),
         {{"l3{a}/vrf", "3:1:<vrf/>"}}},
-       {"ABlankIsAValue",
-        XmlInterface("<vrf > </vrf >"),
-        {{"l3{a}/vrf", "3:7: "}}},
+       {"ABlankIsAValue", L3With("<vrf > </vrf >"), {{"l3{a}/vrf", "3:7: "}}},
        {"AttributesMayHaveAnglesAndStandOnMoreLines",
         "<config xmlns=\"urn:vorplex:config\"\n  xmlns:x='urn:a>b'>"
         "<interface><l3 xmlns =\n \"urn:vorplex:ipapp\" ><name\n>a</name>"
@@ -163,13 +150,13 @@ TEST(Places, InXmlAreThoseOfTheText) {
          {"/rtmStaticRtEntry-global{0 0a:00 8 01}/rtmStaticRtDest",
           "4:118:0A:00"}}},
        {"CdataMarksAreNoPartOfAValue",
-        XmlInterface("<vrf><![CDATA[r<e>d]]></vrf>"),
+        L3With("<vrf><![CDATA[r<e>d]]></vrf>"),
         {{"l3{a}/vrf", "3:15:r<e>d"}}},
        {"CommentsAreNoPartOfAValue",
-        XmlInterface("<!-- <vrf>x</vrf> --><vrf>red</vrf><!-- > -->"),
+        L3With("<!-- <vrf>x</vrf> --><vrf>red</vrf><!-- > -->"),
         {{"l3{a}/vrf", "3:27:red"}}},
        {"BlanksAroundANumberAreNoPartOfIt",
-        XmlInterface("<lower-layer-if><vlan> \n 7 </vlan></lower-layer-if>"),
+        L3With("<lower-layer-if><vlan> \n 7 </vlan></lower-layer-if>"),
         {{"l3{a}/lower-layer-if/vlan", "4:2:7"}}},
        {"LinesMayEndInCarriageReturns",
         "<config xmlns=\"urn:vorplex:config\"><interface>\r\n"
@@ -177,83 +164,82 @@ TEST(Places, InXmlAreThoseOfTheText) {
         "<vrf>red</vrf>\r\n</l3></interface></config>\r\n",
         {{"l3{a}/vrf", "4:6:red"}}},
        {"ATabIsOneColumnAndSoIsEachLetter",
-        XmlInterface("\t\t<vrf>red</vrf>\n<description>\xc3\xbc\xe2\x82\xac"
-                     "\xf0\x9f\x98\x80</description><enabled>true</enabled>"),
+        L3With("\t\t<vrf>red</vrf>\n<description>\xc3\xbc\xe2\x82\xac"
+               "\xf0\x9f\x98\x80</description><enabled>true</enabled>"),
         {{"l3{a}/vrf", "3:8:red"},
          {"l3{a}/description", "4:14:\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80"},
          {"l3{a}/enabled", "4:40:true"}}},
        {"AByteOrderMarkIsNoCharacter",
-        "\xef\xbb\xbf" + XmlInterface(""),
+        "\xef\xbb\xbf" + L3With(""),
         {{"/config", "1:1:<config xmlns=\"urn:vorplex:config\">"}}},
        {"BlanksAfterAByteOrderMarkCount",
-        "\xef\xbb\xbf \n\n" + XmlInterface(""),
+        "\xef\xbb\xbf \n\n" + L3With(""),
         {{"l3{a}", "4:37:a"}}},
        {"AValueOfMoreLinesIsMarkedToTheEndOfItsFirst",
-        XmlInterface("<description>one\ntwo</description>"),
+        L3With("<description>one\ntwo</description>"),
         {{"l3{a}/description", "3:14:one"}}}});
 }
 
 TEST(Places, InJsonAreThoseOfTheText) {
   ExpectPlaces(
       {{"ALeafIsMarkedAtItsValue",
-        JsonInterface("  \"ipv4\": {\"address\": {\n"
-                      "    \"ip\": \"10.1.1.1/24\"}}"),
+        JsonL3With("  \"ipv4\": {\"address\": {\n"
+                   "    \"ip\": \"10.1.1.1/24\"}}"),
         {{"l3{a}/ipv4/address/ip", "4:11:\"10.1.1.1/24\""}}},
        {"AnEntryIsMarkedAtItsFirstKey",
-        JsonInterface("\"vrf\": \"red\""),
+        JsonL3With("\"vrf\": \"red\""),
         {{"l3{a}", "2:23:\"a\""}}},
        {"AContainerIsMarkedWhereItBegins",
-        JsonInterface("\"ipv4\": {\"address\": {}}"),
+        JsonL3With("\"ipv4\": {\"address\": {}}"),
         {{"l3{a}/ipv4", "3:9:{"},
          {"/config/interface", "1:41:{"},
          {"/config", "1:27:{"}}},
        {"NodesOfOneNameAreToldApart",
-        JsonInterface("\"vrf\": \"x\"},\n{\"vrf\": \"y\", "
-                      "\"name\": \"b\"}],\n\"ipapp:loopback\": "
-                      "[{\"name\": \"a\", \"vrf\": \"z\""),
+        JsonL3With("\"vrf\": \"x\"},\n{\"vrf\": \"y\", "
+                   "\"name\": \"b\"}],\n\"ipapp:loopback\": "
+                   "[{\"name\": \"a\", \"vrf\": \"z\""),
         {{"l3{a}/vrf", "3:8:\"x\""},
          {"l3{b}/vrf", "4:9:\"y\""},
          {"l3{b}", "4:22:\"b\""},
          {"loopback{a}/vrf", "5:41:\"z\""}}},
        {"AKeyIsFoundBehindItsEscapes",
-        JsonInterface("\"vrf\": \"x\"}], \"ipapp:mgmt\": [\n"
-                      "{\"name\": \"a\\\"b\\\\\", "
-                      "\"vrf\": \"\\\"}\"},\n"
-                      "{\"name\": \"\\u00fc\", \"vr\\u0066\": \"x\""),
+        JsonL3With("\"vrf\": \"x\"}], \"ipapp:mgmt\": [\n"
+                   "{\"name\": \"a\\\"b\\\\\", "
+                   "\"vrf\": \"\\\"}\"},\n"
+                   "{\"name\": \"\\u00fc\", \"vr\\u0066\": \"x\""),
         {{"mgmt{\"a\\\"b\\\\\"}/vrf", "4:27:\"\\\"}\""},
          {"mgmt{\xc3\xbc}/vrf", "5:32:\"x\""}}},
        {"AKeyIsFoundInAnyOfItsForms",
-        JsonInterface("\"ipv6\": {\"address\": [\n"
-                      "{\"ip\": \"2001:DB8:0::1/64\"},\n"
-                      "{\"ip\": \"2001:db8::2/64\"}]}"),
+        JsonL3With("\"ipv6\": {\"address\": [\n"
+                   "{\"ip\": \"2001:DB8:0::1/64\"},\n"
+                   "{\"ip\": \"2001:db8::2/64\"}]}"),
         {{"l3{a}/ipv6/address{2001:db8::1/64}", "4:8:\"2001:DB8:0::1/64\""},
          {"l3{a}/ipv6/address{2001:db8::2/64}/ip", "5:8:\"2001:db8::2/64\""}}},
        {"WhatTheTextDoesNotHaveHasNoPlace",
-        JsonInterface("\"vrf\": \"red\""),
+        JsonL3With("\"vrf\": \"red\""),
         {{"l3{a}/enabled", ""},  // a default
          {"/internal/vrf-config", ""}}},
        // At the end of a line, at a comma, at a bracket, at a blank.
        {"NumbersEndWhereTheyEnd",
-        JsonInterface("\"mtu\": 1500\n,\"lower-layer-if\": {\"vlan\":70},\n"
-                      "\"ipv6\": {\"nd\": {\"ra\": {\"max-interval\": 600 ,\n"
-                      "\"min-interval\":200,\"lifetime\":\n1800}}}"),
+        JsonL3With("\"mtu\": 1500\n,\"lower-layer-if\": {\"vlan\":70},\n"
+                   "\"ipv6\": {\"nd\": {\"ra\": {\"max-interval\": 600 ,\n"
+                   "\"min-interval\":200,\"lifetime\":\n1800}}}"),
         {{"l3{a}/mtu", "3:8:1500"},
          {"l3{a}/lower-layer-if/vlan", "4:28:70"},
          {"l3{a}/ipv6/nd/ra/max-interval", "5:40:600"},
          {"l3{a}/ipv6/nd/ra/min-interval", "6:16:200"},
          {"l3{a}/ipv6/nd/ra/lifetime", "7:1:1800"}}},
        {"WordsAreValues",
-        JsonInterface("\"enabled\": false"),
+        JsonL3With("\"enabled\": false"),
         {{"l3{a}/enabled", "3:12:false"}}},
        {"AnEmptyModuleIsThatOfTheNodeAround",
-        JsonInterface("\":ipv4\": {\"address\": {\n\":ip\": \"10.1.1.1/24\"}}"),
+        JsonL3With("\":ipv4\": {\"address\": {\n\":ip\": \"10.1.1.1/24\"}}"),
         {{"l3{a}/ipv4/address/ip", "4:8:\"10.1.1.1/24\""}}},
        {"ArraysMayStandInObjectsOfArrays",
-        JsonInterface(
-            "\"ipv4\": {\"address\": {\"secondary\": [ {\"ip\": "
-            "\"10.0.0.1/24\"},\n  {\"ip\": \"10.0.0.2/24\"}\n]}},\n"
-            "\"ipv6\": {\"address\": [{\"ip\": \"2001:DB8::1/64\"}]},\n"
-            "\"vrf\": \"red\""),
+        JsonL3With("\"ipv4\": {\"address\": {\"secondary\": [ {\"ip\": "
+                   "\"10.0.0.1/24\"},\n  {\"ip\": \"10.0.0.2/24\"}\n]}},\n"
+                   "\"ipv6\": {\"address\": [{\"ip\": \"2001:DB8::1/64\"}]},\n"
+                   "\"vrf\": \"red\""),
         {{"l3{a}/ipv4/address/secondary{10.0.0.2/24}/ip",
           "4:10:\"10.0.0.2/24\""},
          {"l3{a}/ipv6/address{2001:db8::1/64}", "6:29:\"2001:DB8::1/64\""},
@@ -273,7 +259,7 @@ TEST(Places, InJsonAreThoseOfTheText) {
         {{"/internal/vrf-config/indexTOstring{70}", "2:11:7e1"},
          {"/internal/vrf-config/indexTOstring{80}", "3:11:80"}}},
        {"MetadataIsPassedOver",
-        JsonInterface("\"@\": {\"yang:insert\": \"last\"},\n\"vrf\": \"red\""),
+        JsonL3With("\"@\": {\"yang:insert\": \"last\"},\n\"vrf\": \"red\""),
         {{"l3{a}/vrf", "4:8:\"red\""}}},
        {"LinesColumnsAndByteOrderMarksAreThoseOfCharacters",
         "\xef\xbb\xbf\r\n{\"vorplex-config:config\": {\"interface\": {\r\n"
@@ -288,13 +274,12 @@ TEST(SourceText, HasNoPlaceOfNoNode) {
 }
 
 TEST(SourceText, ShowsTheLineOfAPlaceWhole) {
-  EXPECT_EQ(Written(XmlInterface("  <ipv4><address>\n    <ip>10.1.1.1/24</ip>"
-                                 "</address></ipv4>"))
+  EXPECT_EQ(Written(L3With("  <ipv4><address>\n    <ip>10.1.1.1/24</ip>"
+                           "</address></ipv4>"))
                 .MarkOf("l3{a}/ipv4/address/ip")
                 ->source_line,
-            "    <ip>10.1.1.1/24</ip></address></ipv4></l3></interface>"
-            "</config>");
-  EXPECT_EQ(Written(XmlInterface("\r\n<vrf>red</vrf>\r\n"))
+            "    <ip>10.1.1.1/24</ip></address></ipv4>");
+  EXPECT_EQ(Written(L3With("\r\n<vrf>red</vrf>\r\n"))
                 .MarkOf("l3{a}/vrf")
                 ->source_line,
             "<vrf>red</vrf>");
@@ -374,18 +359,18 @@ TEST_P(FormatTest, ABrokenTextHasThePlacesInFrontOfTheFault) {
   }
   SourceTree tree;
   GetParam().read(GetParam().cut_off, 0, &tree);
-  const SourceTree::Node first = tree.FirstChild(SourceTree::kRoot);
+  const SourceTree::Node first = tree[SourceTree::kRoot].first_child;
   ASSERT_NE(first, SourceTree::kNone);
   EXPECT_EQ(tree.ValueOf(first), "1");
-  EXPECT_EQ(tree.Next(first), SourceTree::kNone);
+  EXPECT_EQ(tree[first].next, SourceTree::kNone);
 }
 
 TEST(SourceText, ALongLineIsShownAroundThePlace) {
   const std::string padding(5000, 'x');
-  const Written text(XmlInterface("<description>" + padding +
-                                  "\xc3\xbc</description>"
-                                  "<vrf>red</vrf><!--" +
-                                  padding + "-->"));
+  const Written text(L3With("<description>" + padding +
+                            "\xc3\xbc</description>"
+                            "<vrf>red</vrf><!--" +
+                            padding + "-->"));
   const Mark mark = *text.MarkOf("l3{a}/vrf");
   EXPECT_EQ(mark.line, 3U);
   EXPECT_EQ(mark.column, 5034U);
@@ -396,7 +381,7 @@ TEST(SourceText, ALongLineIsShownAroundThePlace) {
 TEST(SourceText, EntitiesOfADocumentTypeAreNotExpanded) {
   SourceTree tree;
   ReadXml("<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>", 0, &tree);
-  EXPECT_EQ(tree.FirstChild(SourceTree::kRoot), SourceTree::kNone);
+  EXPECT_EQ(tree[SourceTree::kRoot].first_child, SourceTree::kNone);
 }
 
 std::string ManyInterfaces(int count) {

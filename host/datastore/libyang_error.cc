@@ -15,15 +15,6 @@ struct Place {
   unsigned long line = 0;  // 0: not known
 };
 
-// The text between two marks; empty if they are missing.
-std::string Between(const std::string& text, const std::string& before,
-                    char after) {
-  const std::size_t mark = text.find(before);
-  if (mark == std::string::npos) return "";
-  const std::size_t begin = mark + before.size();
-  return text.substr(begin, text.find(after, begin) - begin);
-}
-
 // The text on one line: messages quote the input.
 std::string OneLine(std::string text) {
   std::replace_if(
@@ -36,9 +27,9 @@ Place PlaceOf(const ly_err_item& error) {
   Place place;
   if (error.path == nullptr) return place;
   const std::string text = error.path;
-  place.path = Between(text, "location \"", '"');
+  place.path = Between(text, "location \"", "\"");
   place.line =
-      std::strtoul(Between(text, "ine number ", '.').c_str(), nullptr, 10);
+      std::strtoul(Between(text, "ine number ", ".").c_str(), nullptr, 10);
   return place;
 }
 
@@ -66,6 +57,15 @@ std::string FirstReason(const ly_ctx* context) {
 
 void ClearErrors(const ly_ctx* context) {
   ly_err_clean(const_cast<ly_ctx*>(context), nullptr);
+}
+
+std::string Between(const std::string& text, const std::string& before,
+                    const std::string& after) {
+  const std::size_t mark = text.find(before);
+  if (mark == std::string::npos) return "";
+  const std::size_t begin = mark + before.size();
+  const std::size_t end = text.find(after, begin);
+  return end == std::string::npos ? "" : text.substr(begin, end - begin);
 }
 
 }  // namespace ipav::datastore

@@ -21,6 +21,10 @@ std::string FirstReason(const ly_ctx* context);
 
 void ClearErrors(const ly_ctx* context);
 
+// The part of a text of libyang between two marks; empty if one is missing.
+std::string Between(const std::string& text, const std::string& before,
+                    const std::string& after);
+
 }  // namespace ipav::datastore
 
 #endif  // IPAV_HOST_DATASTORE_LIBYANG_ERROR_H_

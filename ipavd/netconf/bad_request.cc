@@ -3,6 +3,7 @@
 #include <limits>
 #include <string_view>
 
+#include "host/datastore/libyang_error.h"
 #include "ipavd/netconf/reply.h"
 #include "netconf/framing.h"
 
@@ -10,19 +11,10 @@ namespace ipav::netconf {
 
 namespace {
 
+using datastore::Between;
 using store::ErrorTag;
 using store::ErrorType;
 using store::RpcError;
-
-// The text between two marks; empty if one of them is missing.
-std::string Between(std::string_view text, std::string_view before,
-                    std::string_view after) {
-  const std::size_t mark = text.find(before);
-  if (mark == std::string_view::npos) return "";
-  const std::string_view rest = text.substr(mark + before.size());
-  const std::size_t end = rest.find(after);
-  return std::string(end == std::string_view::npos ? "" : rest.substr(0, end));
-}
 
 bool IsLeaf(const ly_ctx* context, const std::string& path) {
   const lysc_node* node = lys_find_path(context, nullptr, path.c_str(), 0);

@@ -2,13 +2,13 @@
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <stdexcept>
 #include <unordered_set>
 
 #include "host/base/time_limit.h"
 #include "host/commit/child.h"
 #include "host/datastore/libyang_error.h"
+#include "host/datastore/libyang_ptr.h"
 #include "ipavd/netconf/call.h"
 #include "ipavd/netconf/selection.h"
 
@@ -16,12 +16,8 @@ namespace ipav::netconf {
 
 namespace {
 
+using datastore::NodeSet;
 using store::ErrorTag;
-
-struct SetDeleter {
-  void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
-};
-using NodeSet = std::unique_ptr<ly_set, SetDeleter>;
 
 std::optional<std::string> Attribute(const lyd_node& node, const char* name) {
   const lyd_meta* meta = lyd_find_meta(node.meta, nullptr, name);

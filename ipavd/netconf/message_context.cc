@@ -1,9 +1,8 @@
 #include "ipavd/netconf/message_context.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 
+#include "host/base/bytes.h"
 #include "host/datastore/input_error.h"
 #include "host/datastore/libyang_error.h"
 
@@ -12,15 +11,6 @@ namespace ipav::netconf {
 namespace {
 
 using datastore::InputError;
-
-// The server announces and implements each of them.
-constexpr std::array kNetconfFeatures{"writable-running",
-                                      "candidate",
-                                      "confirmed-commit",
-                                      "rollback-on-error",
-                                      "validate",
-                                      "startup",
-                                      "xpath"};
 
 void Load(ly_ctx* context, const std::string& yang_dir, const char* module,
           const char** features) {
@@ -31,9 +21,16 @@ void Load(ly_ctx* context, const std::string& yang_dir, const char* module,
 }
 
 void LoadNetconf(ly_ctx* context, const std::string& yang_dir) {
-  std::array<const char*, kNetconfFeatures.size() + 1> features{};
-  std::copy(kNetconfFeatures.begin(), kNetconfFeatures.end(), features.begin());
-  Load(context, yang_dir, "ietf-netconf", features.data());
+  // The server announces and implements each of these features.
+  const char* features[] = {"writable-running",
+                            "candidate",
+                            "confirmed-commit",
+                            "rollback-on-error",
+                            "validate",
+                            "startup",
+                            "xpath",
+                            nullptr};
+  Load(context, yang_dir, "ietf-netconf", features);
   for (const char* module : {"ietf-netconf-with-defaults",
                              "ietf-netconf-monitoring", "ipav-netconf"}) {
     Load(context, yang_dir, module, nullptr);
@@ -102,12 +99,7 @@ std::string ContentId(const ly_ctx* context) {
     names += module->revision == nullptr ? "" : module->revision;
     names += module->implemented != 0 ? '+' : ' ';
   }
-  // FNV-1a: the same on every machine.
-  std::uint64_t hash = 0xcbf29ce484222325U;
-  for (const char c : names) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
-  }
-  return std::to_string(hash);
+  return std::to_string(base::StableHash(names));
 }
 
 }  // namespace ipav::netconf

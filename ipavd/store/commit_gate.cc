@@ -18,16 +18,8 @@ namespace {
 using commit::Answer;
 using commit::Outcome;
 using commit::Verdict;
+using datastore::Between;
 using datastore::DataTree;
-
-// The text between two marks; empty if the first one is missing.
-std::string Between(const std::string& text, const std::string& before,
-                    const std::string& after) {
-  const std::size_t mark = text.find(before);
-  if (mark == std::string::npos) return "";
-  const std::size_t begin = mark + before.size();
-  return text.substr(begin, text.find(after, begin) - begin);
-}
 
 // Why the model refused the data: libyang's first error, or a duplicate entry.
 RpcError ModelError(const ly_ctx* context) {

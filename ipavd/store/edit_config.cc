@@ -273,26 +273,18 @@ class Editor {
   bool Order(const EditItem& item, lyd_node* node) {
     if (!item.attributes.insert.has_value()) return true;
     const Insertion insertion = *item.attributes.insert;
-    lyd_node* first = tree_.FirstOf(item.parent, item.schema);
-    if (insertion == Insertion::kFirst) {
-      tree_.MoveBefore(node, first);
-      return true;
-    }
+    lyd_node* other = tree_.FirstOf(item.parent, item.schema);
     if (insertion == Insertion::kLast) {
-      lyd_node* last = first;
-      while (last->next != nullptr && last->next->schema == &item.schema) {
-        last = last->next;
+      while (other->next != nullptr && other->next->schema == &item.schema) {
+        other = other->next;
       }
-      tree_.MoveAfter(node, last);
-      return true;
+    } else if (insertion != Insertion::kFirst) {
+      other = AnchorOf(item);
+      if (other == nullptr || other == node) return RefuseAnchor(item);
     }
-    lyd_node* anchor = AnchorOf(item);
-    if (anchor == nullptr || anchor == node) return RefuseAnchor(item);
-    if (insertion == Insertion::kBefore) {
-      tree_.MoveBefore(node, anchor);
-    } else {
-      tree_.MoveAfter(node, anchor);
-    }
+    tree_.Move(
+        node, other,
+        insertion == Insertion::kFirst || insertion == Insertion::kBefore);
     return true;
   }
 

@@ -53,10 +53,6 @@ bool MarkDefaults(lyd_node* siblings) {
 
 }  // namespace
 
-bool IsPlainContainer(const lysc_node& schema) {
-  return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;
-}
-
 bool IsConfigured(const lyd_node* node) {
   if (node == nullptr) return false;
   if (!IsPlainContainer(*node->schema)) {
@@ -239,20 +235,15 @@ void EditTree::RemoveRivals(lyd_node* parent, const lysc_node& schema) {
   }
 }
 
-void EditTree::MoveBefore(lyd_node* entry, lyd_node* other) {
+void EditTree::Move(lyd_node* entry, lyd_node* other, bool before) {
   if (entry == other) return;
   Unlink(entry);
-  static_cast<void>(lyd_insert_before(other, entry));
-  if (other == nodes_.get()) {
+  static_cast<void>(
+      (before ? lyd_insert_before : lyd_insert_after)(other, entry));
+  if (before && other == nodes_.get()) {
     static_cast<void>(nodes_.release());
     nodes_.reset(entry);
   }
-}
-
-void EditTree::MoveAfter(lyd_node* entry, lyd_node* other) {
-  if (entry == other) return;
-  Unlink(entry);
-  static_cast<void>(lyd_insert_after(other, entry));
 }
 
 void EditTree::RemoveConditionalDefaults(lyd_node* parent) {

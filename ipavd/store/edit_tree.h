@@ -11,9 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "host/datastore/diff.h"
 #include "ipavd/store/nodes.h"
 
 namespace ipav::store {
+
+using datastore::IsPlainContainer;
 
 class EditTree {
  public:
@@ -51,10 +54,9 @@ class EditTree {
   // First instance of a list or leaf-list.
   lyd_node* FirstOf(lyd_node* parent, const lysc_node& schema) const;
 
-  // Move an entry of a list or leaf-list ordered by the user beside another
-  // one.
-  void MoveBefore(lyd_node* entry, lyd_node* other);
-  void MoveAfter(lyd_node* entry, lyd_node* other);
+  // Moves an entry of a list or leaf-list ordered by the user before or after
+  // another one.
+  void Move(lyd_node* entry, lyd_node* other, bool before);
 
   // Adds default nodes, and removes those whose "when" is no longer true. False
   // when libyang fails.
@@ -76,8 +78,6 @@ class EditTree {
 
 // Whether a node was set, or has such a node below it.
 bool IsConfigured(const lyd_node* node);
-
-bool IsPlainContainer(const lysc_node& schema);
 
 // The leaves that are the keys of a list.
 std::vector<const lysc_node*> KeysOf(const lysc_node& list);

@@ -7,12 +7,11 @@
 #include <cstdint>
 #include <string>
 
-#include "host/base/c_ptr.h"
+#include "host/datastore/libyang_ptr.h"
 
 namespace ipav::store {
 
-// Owns all of them, by the first one. Null: no nodes.
-using Nodes = base::CPtr<lyd_node, lyd_free_all>;
+using datastore::Nodes;
 
 // A copy of all top nodes. Throws std::bad_alloc.
 Nodes Copy(const lyd_node* nodes);

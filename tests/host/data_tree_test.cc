@@ -13,6 +13,8 @@ namespace {
 
 using host_test::Contains;
 using host_test::InputErrorOf;
+using host_test::JsonL3With;
+using host_test::L3With;
 using host_test::NodeAt;
 using host_test::ProjectModel;
 using host_test::ProjectTree;
@@ -35,19 +37,6 @@ std::string ErrorOf(const std::string& name, const std::string& text) {
   EXPECT_TRUE(StartsWith(error, name + ":")) << text;
   EXPECT_EQ(error.find('\n'), std::string::npos) << error;
   return error;
-}
-
-// One l3 interface on lines 3 to 6; what is given stands on line 5.
-std::string L3With(const std::string& leaves) {
-  return "<config xmlns=\"urn:vorplex:config\">\n<interface>\n"
-         "<l3 xmlns=\"urn:vorplex:ipapp\">\n<name>a</name>\n" +
-         leaves + "\n</l3>\n</interface>\n</config>\n";
-}
-
-std::string JsonL3With(const std::string& members) {
-  return "{\"vorplex-config:config\": {\n\"interface\": {\n"
-         "\"ipapp:l3\": [{\n\"name\": \"a\",\n" +
-         members + "\n}]}}}\n";
 }
 
 // "00:00:00:00" for four octets.

@@ -103,6 +103,19 @@ inline const ipav::datastore::Model& ProjectModel() {
   return kModel;
 }
 
+// A configuration of it with one l3 interface "a"; what is given begins line 3.
+inline std::string L3With(const std::string& leaves) {
+  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
+         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>\n" +
+         leaves + "\n</l3></interface></config>\n";
+}
+
+inline std::string JsonL3With(const std::string& members) {
+  return "{\"vorplex-config:config\": {\"interface\": {\n"
+         "\"ipapp:l3\": [{\"name\": \"a\",\n" +
+         members + "\n}]}}}\n";
+}
+
 // A configuration of it, XML or JSON.
 inline ipav::datastore::DataTree ProjectTree(const std::string& text) {
   return ipav::datastore::DataTree::FromText(

@@ -11,6 +11,8 @@
 
 namespace {
 
+using host_test::JsonL3With;
+using host_test::L3With;
 using host_test::ProjectModel;
 using host_test::TestModel;
 using ipav::datastore::CheckText;
@@ -64,19 +66,6 @@ void ExpectErrors(const Model& model, const std::vector<Row>& rows) {
       EXPECT_EQ(error.errors(), expected) << text;
     }
   }
-}
-
-// One l3 interface; what is given begins line 3.
-std::string L3With(const std::string& leaves) {
-  return "<config xmlns=\"urn:vorplex:config\"><interface>\n"
-         "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>\n" +
-         leaves + "\n</l3></interface></config>\n";
-}
-
-std::string JsonL3With(const std::string& members) {
-  return "{\"vorplex-config:config\": {\"interface\": {\n"
-         "\"ipapp:l3\": [{\"name\": \"a\",\n" +
-         members + "\n}]}}}\n";
 }
 
 const std::string kByteOrderMark = "\ufeff";

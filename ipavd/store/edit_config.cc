@@ -329,16 +329,16 @@ Edited Failure(const lyd_node* base, const EditRules& rules, ErrorTag tag,
 Edited EditConfig(const Model& model, const lyd_node* base,
                   const std::string& edit, const EditRules& rules) {
   // 1. The text.
-  const EditXml xml(edit);
-  if (xml.config() == nullptr) {
+  const EditXml xml = ParseEdit(edit);
+  if (xml.config == nullptr) {
     return Failure(base, rules, ErrorTag::kInvalidValue,
-                   "the configuration is no XML: " + xml.error());
+                   "the configuration is no XML: " + xml.error);
   }
   // 2. The changes. "replace" as the default operation drops all old nodes.
   const bool replaces = rules.default_operation == Operation::kReplace;
   EditTree tree(Copy(replaces ? nullptr : base));
   Editor editor(model, rules, &tree);
-  editor.ApplyAll(xml.config());
+  editor.ApplyAll(xml.config);
   std::vector<RpcError> errors = editor.TakeErrors();
   if (!errors.empty() && rules.on_error == OnError::kUndo) {
     return {nullptr, std::move(errors)};

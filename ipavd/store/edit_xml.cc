@@ -29,26 +29,25 @@ std::string ErrorOf(xmlParserCtxt* parser) {
 
 }  // namespace
 
-EditXml::EditXml(const std::string& content) {
+EditXml ParseEdit(const std::string& content) {
   // Inside an element there cannot be a document type, hence no entities.
   const std::string text = "<config>" + content + "</config>";
-  if (text.size() > INT_MAX) {
-    error_ = "is too large";
-    return;
-  }
-  xmlParserCtxt* parser = xmlNewParserCtxt();
+  if (text.size() > INT_MAX) return {nullptr, nullptr, "is too large"};
+  const base::CPtr<xmlParserCtxt, xmlFreeParserCtxt> parser(xmlNewParserCtxt());
   if (parser == nullptr) throw std::bad_alloc();
-  document_.reset(xmlCtxtReadMemory(
-      parser, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
-      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
-          XML_PARSE_NOCDATA));
+  EditXml xml;
+  xml.document.reset(
+      xmlCtxtReadMemory(parser.get(), text.data(),
+                        static_cast<int>(text.size()), nullptr, "UTF-8",
+                        XML_PARSE_NONET | XML_PARSE_NOERROR |
+                            XML_PARSE_NOWARNING | XML_PARSE_NOCDATA));
   // libxml2 makes a document although a prefix is not declared.
-  if (document_ == nullptr || parser->nsWellFormed == 0) {
-    error_ = ErrorOf(parser);
+  if (xml.document == nullptr || parser->nsWellFormed == 0) {
+    xml.error = ErrorOf(parser.get());
   } else {
-    config_ = xmlDocGetRootElement(document_.get());
+    xml.config = xmlDocGetRootElement(xml.document.get());
   }
-  xmlFreeParserCtxt(parser);
+  return xml;
 }
 
 std::string NameOf(const xmlNode* element) { return Text(element->name); }

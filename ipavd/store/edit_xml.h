@@ -11,22 +11,14 @@
 
 namespace ipav::store {
 
-class EditXml {
- public:
-  // The content of an element config.
-  explicit EditXml(const std::string& content);
-
-  // Why the content is not XML; empty when it is.
-  const std::string& error() const { return error_; }
-
-  // The element config; null when the content is not XML.
-  const xmlNode* config() const { return config_; }
-
- private:
-  netconf::XmlDocument document_;
-  const xmlNode* config_ = nullptr;
-  std::string error_;
+struct EditXml {
+  netconf::XmlDocument document;
+  const xmlNode* config = nullptr;  // the element config; null: no XML
+  std::string error;                // why it is none
 };
+
+// Parses the content of an element config.
+EditXml ParseEdit(const std::string& content);
 
 using netconf::FirstElement;
 using netconf::NextElement;

@@ -149,22 +149,16 @@ std::optional<std::size_t> WrappedObject(std::string_view text,
   return std::nullopt;
 }
 
-std::size_t CountMembers(std::string_view text) {
-  using nlohmann::json;
-  std::size_t count = 0;
-  const auto count_only = [&](int depth, json::parse_event_t event, json&) {
-    if (event == json::parse_event_t::key && depth == 1) ++count;
-    return false;
-  };
-  const json nothing = json::parse(text, count_only);
-  return count;
-}
-
 void RemoveJsonWrapper(InputText* text) {
-  const auto object = WrappedObject(text->bytes, text->start);
-  if (!object || CountMembers(text->data()) != 1) return;
-  const std::size_t last = text->bytes.rfind('}', text->bytes.rfind('}') - 1);
-  Keep(*object, last + 1, text);
+  const std::string_view bytes = text->bytes;
+  const auto object = WrappedObject(bytes, text->start);
+  if (!object) return;
+  // It is the only member if it ends before the last brace.
+  const std::size_t end = bytes.rfind('}', bytes.rfind('}') - 1) + 1;
+  const std::string_view value = bytes.substr(*object, end - *object);
+  if (nlohmann::json::accept(value.begin(), value.end())) {
+    Keep(*object, end, text);
+  }
 }
 
 }  // namespace

@@ -231,6 +231,22 @@ TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
             expected + Summary(30, 0, 0, 0));
 }
 
+TEST_F(FleetTest, AnErrorInTheProcessOfADeviceIsItsResult) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "UBSan opens a pipe to look at an object";
+#endif
+  const std::string file = WriteAccepted("fleet/a.xml");
+  // Enough files for the program, too few for the processes of the plug-in.
+  EXPECT_EQ(Shell("ulimit -n 10; exec " IPAV_PROGRAM " check " + fleet_),
+            (ProcessResult{3,
+                           file +
+                               ": not judged, the plug-in failed (0 of 0 "
+                               "validation calls made)\nthe plug-in failed: "
+                               "fcntl: Too many open files\n" +
+                               Summary(0, 0, 0, 1),
+                           ""}));
+}
+
 TEST_F(FleetTest, ABadRunningConfigurationOfADeviceIsBadInputOfIt) {
   const std::string candidate = WriteAccepted("fleet/a/candidate.xml");
   const std::string bad = WriteBad("fleet/a/running.xml");

@@ -137,6 +137,7 @@ TEST_F(FormatsTest, TimesAreOnlyInTheReportIfTheyAreAskedFor) {
   const std::string file = WriteAccepted("a.xml");
   EXPECT_FALSE(JsonOf(file, 0).contains("seconds"));
   EXPECT_FALSE(JsonOf(file, 0).contains("times"));
+  EXPECT_THAT(Check("junit", file).out, Not(HasSubstr(" time=")));
   const double time =
       DeviceOf(Check("json", file, {"--timing"}), 0).at("seconds");
   EXPECT_GT(time, 0);

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/base/utf8.h"
@@ -405,6 +408,74 @@ TEST(InputErrorPlace, IsThatOfAViolatedConstraint) {
         {"Mandatory choice \"one\" data do not exist."}},
        {Data("") + p + "<q>\n<k>^1</k></q></p>",
         {"Mandatory node \"r\" instance does not exist."}}});
+}
+
+// The values of the keys of a static route, with a ^ before each wrong one.
+using Route = std::array<std::string, 6>;
+
+constexpr std::array kRouteKeys{"FteIndex",   "DestType",    "Dest",
+                                "DestPfxLen", "NextHopType", "NextHop"};
+
+std::string XmlWith(const std::vector<Route>& routes) {
+  std::string text =
+      "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>";
+  for (const Route& route : routes) {
+    text += "<rtmStaticRtEntry>";
+    for (std::size_t i = 0; i < route.size(); ++i) {
+      const std::string tag = std::string("rtmStaticRt") + kRouteKeys[i] + ">";
+      text += "\n<" + tag + route[i] + "</" + tag;
+    }
+    text += "</rtmStaticRtEntry>";
+  }
+  return text + "</rtmStaticRtTable></DC-RTM-MIB>\n";
+}
+
+std::string JsonWith(const std::vector<Route>& routes) {
+  std::string text;
+  for (const Route& route : routes) {
+    text += text.empty() ? "{" : ", {";
+    for (std::size_t i = 0; i < route.size(); ++i) {
+      const bool is_marked = route[i][0] == '^';
+      const std::string value = is_marked ? route[i].substr(1) : route[i];
+      const bool is_number = i == 0 || i == 3;
+      text += std::string(i == 0 ? "\n" : ",\n") + "\"rtmStaticRt" +
+              kRouteKeys[i] + "\": " + (is_marked ? "^" : "") +
+              (is_number ? value : "\"" + value + "\"");
+    }
+    text += "}";
+  }
+  return "{\"DC-RTM-MIB:DC-RTM-MIB\": {\"rtmStaticRtTable\": "
+         "{\"rtmStaticRtEntry\": [" +
+         text + "]}}}\n";
+}
+
+TEST(InputErrorPlace, IsThatOfAWrongKeyOfAStaticRoute) {
+  const std::string v4 = "0a:01:00:00";
+  const std::string v6 = "20:01:0d:b8:00:00:00:00:00:00:00:00:00:00:00:01";
+  const std::string octets =
+      "expected 4 octets for an IPv4 address and 16 for an IPv6 address";
+  const std::string length =
+      "expected a prefix length of 0 to 32 for IPv4, of 0 to 128 for IPv6";
+  const Route right{"0", "ipv4", v4, "16", "ipv4", v4};
+  const std::pair<std::vector<Route>, std::vector<std::string>> rows[] = {
+      {{{"0", "ipv4", "^0a:01:00", "16", "ipv4", v4}}, {octets}},
+      {{{"0", "ipv4", "^" + v6, "16", "ipv6", v6}}, {octets}},
+      {{{"0", "ipv6", "^" + v4, "16", "unknown", v4}}, {octets}},
+      {{{"0", "ipv4", v4, "^33", "ipv4", v4}}, {length}},
+      {{{"0", "ipv6", v6, "^129", "ipv6", v6}}, {length}},
+      {{{"0", "ipv4", v4, "16", "ipv4", "^" + v6}}, {octets}},
+      {{{"0", "unknown", v4, "128", "ipv6", "^" + v4}}, {octets}},
+      {{right,
+        {"0", "ipv4", "^" + v6, "^64", "ipv6", "^" + v4},
+        {"1", "ipv6", "^" + v4, "64", "ipv6", v6}},
+       {octets, length, octets, octets}},
+      // Without this key, the octets are those of no family.
+      {{{"0", "^ipv5", "0a", "64", "ipv4", v6}},
+       {"Invalid enumeration value \"ipv5\"."}}};
+  for (const auto& [routes, reasons] : rows) {
+    ExpectErrors(ProjectModel(),
+                 {{XmlWith(routes), reasons}, {JsonWith(routes), reasons}});
+  }
 }
 
 // --- Several errors

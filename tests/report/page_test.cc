@@ -300,6 +300,26 @@ TEST(Page, PutsSpacesInConflictFirstAndManyQuietOnesAway) {
             Texts{"21 more address spaces without conflict or change"});
 }
 
+TEST(Page, TellsHowManyChangesOfALargeSpaceAreOnlyInItsBlocks) {
+  const auto notes_of_new = [](int count) {
+    std::string old;
+    for (int i = 0; i < 20; ++i) {
+      const std::string number = std::to_string(i);
+      old += L3("o" + number, "10.0." + number + ".1/24");
+    }
+    std::string all = old;
+    for (int i = 0; i < count; ++i) {
+      all += L3("i" + std::to_string(i), std::to_string(20 + i) + ".0.0.1/24");
+    }
+    const PageTree tree(PageOf(Refused({}), View(old, all, {})));
+    EXPECT_EQ(tree.Count("//div[@class='changed']"), 12U);
+    return tree.Texts("//p[@class='note'][contains(., 'below')]");
+  };
+  EXPECT_EQ(notes_of_new(12), Texts{});
+  EXPECT_EQ(notes_of_new(13), Texts{"1 change more in the blocks below."});
+  EXPECT_EQ(notes_of_new(20), Texts{"8 changes more in the blocks below."});
+}
+
 TEST(Page, ShowsTheFirstConflictsOfVeryManyAndAllWhenAsked) {
   std::string all;
   for (int i = 0; i < 60; ++i) {

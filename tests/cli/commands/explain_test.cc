@@ -292,6 +292,7 @@ TEST_F(ExplainTest, SuggestsWhatIsNearestToAnUnknownTopic) {
   const std::pair<std::string, const char*> rows[] = {
       {"overlp", " (nearest: overlap)\n"},
       {"ospf-vrf-difers", " (nearest: ospf-vrf-differs"},
+      {"hop next own", " (nearest: next-hop-is-an-own-address; black-hole-"},
       {"Lifetime must be above maximum interval",
        " (nearest: Lifetime must be greater than maximum router advertisement "
        "interval"},

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <csignal>
+
 #include "tests/cli/fixture.h"
 
 namespace ipav::testing {
@@ -24,6 +26,8 @@ TEST_P(CommandsTest, HasExamplesAndTheReadmeNamesTheCommand) {
   const std::size_t examples = help.find("\nExamples:\n  ");
   ASSERT_NE(examples, std::string::npos) << help;
   EXPECT_THAT(help.substr(examples), HasSubstr("ipav " + command));
+  // A command without notes of its own would have those of the program.
+  EXPECT_THAT(OutputOf({"--help"}), Not(HasSubstr(help.substr(examples))));
   EXPECT_THAT(ReadFile(IPAV_ROOT "/README.md"),
               HasSubstr("\n| `ipav " + command + "` |"));
   EXPECT_THAT(OutputOf({"--help"}), HasSubstr("\n  " + command + " "));
@@ -51,6 +55,10 @@ TEST_P(CommandsTest, IsAFileOrATopicBehindAnotherCommand) {
 using ReadingTest = FolderTest;
 
 TEST_F(ReadingTest, ReadingHasTheLimitsOfTheOptions) {
+  // Also if the parent process blocks the signal of the timer.
+  sigset_t alarm{};
+  sigaddset(&alarm, SIGALRM);
+  pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
   const std::string large = Write("large.xml", std::string(2 << 20, ' '));
   const std::string pipe = folder_ / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
@@ -63,6 +71,7 @@ TEST_F(ReadingTest, ReadingHasTheLimitsOfTheOptions) {
     EXPECT_THAT(Ipav(Joined(command, {"--timeout", "1", pipe})),
                 IsBadInput(pipe + ": not read within 1 second\n"));
   }
+  pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
 }
 
 }  // namespace

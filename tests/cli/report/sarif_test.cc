@@ -225,8 +225,8 @@ TEST(SarifReport, WithAVerdictForEveryDeviceIsOfASuccessfulExecution) {
 TEST(SarifReport, EscapesWhatAMessageTakesForPlaceholdersAndLinks) {
   DeviceReport device = Refused("a.xml");
   std::string& text = device.findings.front().text;
-  text = "l3{a} [1]";
-  EXPECT_EQ(ResultOf(device).at("message").at("text"), "l3{{a}} [1]");
+  text = "l3{a} [1] |~";
+  EXPECT_EQ(ResultOf(device).at("message").at("text"), "l3{{a}} [1] |~");
   text = "[here](0)";
   EXPECT_EQ(ResultOf(device).at("message").at("text"), "\\[here\\](0)");
   EXPECT_EQ(ResultOf(device).at("properties").at("text"), text);

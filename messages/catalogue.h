@@ -24,8 +24,10 @@ struct Message {
   std::vector<Text> texts;
   std::vector<std::string> about;  // what provokes it
   std::string advice;              // what to do; empty if nothing is refused
-  std::vector<std::string> why;    // what is surprising about it
-  bool refuses = true;             // otherwise its texts go to a log
+  // Follows the advice in the address space of the VRFs global and mgmt.
+  std::string advice_in_global;
+  std::vector<std::string> why;  // what is surprising about it
+  bool refuses = true;           // otherwise its texts go to a log
 };
 
 struct Point {

@@ -50,7 +50,7 @@ struct Evidence {
   bool confirms = false;  // the configurations confirm the text
   std::vector<Suspect> suspects;
   std::string note;           // which suspects are missing, and why
-  bool is_in_global = false;  // an address space that VRFs share
+  bool is_in_global = false;  // in the address space of global and mgmt
 
   static Evidence None(std::string why) { return {false, {}, std::move(why)}; }
 };

@@ -16,9 +16,6 @@ namespace {
 
 using datastore::Novelty;
 
-constexpr char kOneAddressSpace[] =
-    " The VRFs global and mgmt are one address space.";
-
 bool IsSame(const Evidence& a, const Evidence& b) {
   if (a.suspects.size() != b.suspects.size()) return false;
   for (std::size_t i = 0; i < a.suspects.size(); ++i) {
@@ -85,14 +82,17 @@ class Finder::Search {
       }
     }
     if (!confirmed) return;
-    Take(*confirmed, finding);
+    Take(*confirmed, *meant->message, finding);
     finding->is_standing = IsStanding(*finding, *meant);
   }
 
  private:
-  void Take(const Evidence& evidence, Finding* finding) const {
+  void Take(const Evidence& evidence, const Message& message,
+            Finding* finding) const {
     finding->note = evidence.note;
-    if (evidence.is_in_global) finding->advice += kOneAddressSpace;
+    if (evidence.is_in_global) {
+      finding->advice += " " + message.advice_in_global;
+    }
     for (const Suspect& suspect : evidence.suspects) {
       const Configuration& side = suspect.is_removed ? running_ : candidate_;
       finding->culprits.push_back({suspect.role, confd::PrintPath(suspect.node),

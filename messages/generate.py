@@ -195,6 +195,7 @@ def row_of_message(message):
         texts,
         paragraphs(message["about"]),
         quoted(message.get("advice", "")),
+        quoted(message.get("advice_in_global", "")),
         braced(quoted(plain(why)) for why in message.get("why", [])),
         str(not message.get("log", False)).lower(),
     ]

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -43,6 +44,11 @@ Key ParseLine(const std::string& line) {
   return key;
 }
 
+// /dev/null is a list of no keys.
+bool IsNullDevice(const struct stat& status) {
+  return S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3);
+}
+
 std::string ReadAll(const base::FileDescriptor& file, const std::string& path) {
   std::string text;
   std::array<char, 4096> part{};
@@ -71,13 +77,13 @@ std::string Fingerprint(ssh_key key) {
 }
 
 base::FileDescriptor OpenAuthorizedKeys(const std::string& path) {
-  base::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  // Without O_NONBLOCK, opening a FIFO would wait for a process that writes.
+  base::FileDescriptor file(
+      open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   struct stat status {};
   if (file.get() < 0 || fstat(file.get(), &status) != 0) throw FileError(path);
-  if (S_ISDIR(status.st_mode)) {
-    throw std::runtime_error(path + ": is a folder");
-  }
-  if (!S_ISREG(status.st_mode)) return file;
+  if (IsNullDevice(status)) return file;
+  if (!S_ISREG(status.st_mode)) throw NoRegularFile(path);
   // A user who may change the file could log in.
   const std::string fault = base::WhyOthersMayChange(path);
   if (!fault.empty()) throw std::runtime_error(path + ": " + fault);

@@ -23,12 +23,17 @@ inline std::runtime_error FileError(const std::string& path) {
                             std::generic_category().message(errno));
 }
 
+// Reading anything else, such as a pipe, may never end.
+inline std::runtime_error NoRegularFile(const std::string& path) {
+  return std::runtime_error(path + ": is not a regular file");
+}
+
 // As ssh-keygen -l prints it, "SHA256:" and base64; empty if there is no
 // memory.
 std::string Fingerprint(ssh_key key);
 
-// Opens a file of authorized keys. Throws std::runtime_error, also if another
-// user may change the file.
+// Opens a file of authorized keys: a regular file, or /dev/null for no keys.
+// Throws std::runtime_error, also if another user may change the file.
 base::FileDescriptor OpenAuthorizedKeys(const std::string& path);
 
 class AuthorizedKeys {

@@ -67,6 +67,7 @@ Key HostKey(const std::string& path) {
     if (errno != ENOENT) throw FileError(path);
     return MakeKey(path);
   }
+  if (!S_ISREG(status.st_mode)) throw NoRegularFile(path);
   if ((status.st_mode & 077U) != 0) {
     throw std::runtime_error(path + ": others may read it; chmod 600 it");
   }

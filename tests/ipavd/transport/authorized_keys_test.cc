@@ -1,6 +1,7 @@
 #include "ipavd/transport/authorized_keys.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -99,9 +100,16 @@ TEST_F(AuthorizedKeysTest, RefusesALineThatLetsNobodyIn) {
       ":1: a certificate; it lets nobody in, but its public key would");
 }
 
-TEST_F(AuthorizedKeysTest, RefusesWhatIsNotAFile) {
+TEST_F(AuthorizedKeysTest, RefusesWhatIsNotAFileWithoutWaitingForIt) {
   EXPECT_EQ(Refusal(folder_ / "missing"), ": No such file or directory");
-  EXPECT_EQ(Refusal(folder_), ": is a folder");
+  const std::string pipe = folder_ / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  const std::string link = folder_ / "link";
+  std::filesystem::create_symlink(pipe, link);
+  for (const std::string& path :
+       {folder_.string(), pipe, link, std::string("/dev/zero")}) {
+    EXPECT_EQ(Refusal(path), ": is not a regular file") << path;
+  }
 }
 
 TEST_F(AuthorizedKeysTest, RefusesAFileThatOthersMayChange) {

@@ -41,6 +41,16 @@ TEST_F(HostKeyTest, IsRefusedWhenOthersMayReadIt) {
   EXPECT_THROW(HostKey(path_), std::runtime_error);
 }
 
+TEST_F(HostKeyTest, IsRefusedWhenItIsNotAFileWithoutWaitingForIt) {
+  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  try {
+    HostKey(path_);
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_EQ(error.what(), path_ + ": is not a regular file");
+  }
+}
+
 TEST_F(HostKeyTest, IsRefusedWhenItIsNotAKey) {
   ASSERT_EQ(chmod(Write("host_key", "none").c_str(), 0600), 0);
   EXPECT_THROW(HostKey(path_), std::runtime_error);

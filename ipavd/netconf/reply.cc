@@ -1,11 +1,14 @@
 #include "ipavd/netconf/reply.h"
 
+#include <libxml/entities.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
 #include "host/base/utf8.h"
+#include "netconf/xml.h"
 
 namespace ipav::netconf {
 
@@ -74,6 +77,28 @@ lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
   return nc_err(context, NC_ERR_OP_FAILED, type);
 }
 
+// The element error-path with the namespaces of its prefixes, for the caller to
+// free.
+lyd_node* ErrorPath(const ly_ctx* context, const std::string& path) {
+  std::string xml =
+      "<error-path xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"";
+  std::uint32_t index = 0;
+  while (const lys_module* module = ly_ctx_get_module_iter(context, &index)) {
+    const std::string name = module->name;
+    if (path.find(name + ":") == std::string::npos) continue;
+    xml += " xmlns:" + name + "=\"" + module->ns + "\"";
+  }
+  xml += ">" +
+         TakeText(xmlEncodeSpecialChars(
+             nullptr, reinterpret_cast<const xmlChar*>(path.c_str()))) +
+         "</error-path>";
+  lyd_node* node = nullptr;
+  static_cast<void>(lyd_parse_data_mem(context, xml.c_str(), LYD_XML,
+                                       LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0,
+                                       &node));
+  return node;
+}
+
 // The library's tree of an error, for the caller to free.
 lyd_node* ToTree(const ly_ctx* context, const RpcError& error) {
   lyd_node* tree = TreeOfTag(context, error);
@@ -83,7 +108,7 @@ lyd_node* ToTree(const ly_ctx* context, const RpcError& error) {
   const std::string path = base::ToXmlText(error.path);
   const std::string message = base::ToXmlText(error.message);
   if (!app_tag.empty()) nc_err_set_app_tag(tree, app_tag.c_str());
-  if (!path.empty()) nc_err_set_path(tree, path.c_str());
+  if (!path.empty()) lyd_insert_child(tree, ErrorPath(context, path));
   if (!message.empty()) nc_err_set_msg(tree, message.c_str(), "en");
   return tree;
 }

@@ -1,5 +1,6 @@
 """Every operation, and what it refuses, over the UNIX socket."""
 
+import io
 import pathlib
 import shutil
 import tempfile
@@ -707,6 +708,17 @@ class CommitTest(OperationsTest):
         self.ok(edit("candidate", config(l3("c", "10.0.2.1/24"))))
         self.ok("<commit/>")
         self.assertEqual(self.names_in("running"), ["a", "c"])
+
+    def test_declares_the_prefixes_of_the_path_of_a_refusal(self):
+        self.ok(edit("candidate", config(A, NETWORK)))
+        self.client.send_message(
+            f'<rpc message-id="p" xmlns="{NETCONF}"><commit/></rpc>')
+        reply = self.client.receive()
+        self.assertIn(">/vorplex-config:config/interface/ipapp:l3<", reply)
+        declared = dict(space for _, space in ElementTree.iterparse(
+            io.StringIO(reply), ["start-ns"]))
+        self.assertEqual(declared, {"": NETCONF, "vorplex-config": CONFIG,
+                                    "ipapp": IPAPP})
 
     def test_is_what_a_restart_finds(self):
         self.running(A)

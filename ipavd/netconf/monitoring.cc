@@ -172,6 +172,7 @@ store::Nodes StateData(const Environment& environment) {
   const std::string statistics = std::string(kState) + "/statistics";
   writer.Add(statistics + "/netconf-start-time", InIso8601(environment.start));
   const Totals& totals = environment.counters;
+  writer.Add(statistics + "/in-bad-hellos", totals.in_bad_hellos);
   writer.Add(statistics + "/in-sessions", totals.in_sessions);
   writer.Add(statistics + "/dropped-sessions", totals.dropped_sessions);
   AddCounters(statistics, totals, &writer);

@@ -128,6 +128,7 @@ void Service::EndAll() {
 }
 
 void Service::Count(Session* session, int events) {
+  if (session->lacks_hello) return;  // its only request is the server's own
   Counters* const all = &environment_.counters;
   for (Counters* counters : {&session->counters, all}) {
     if ((events & NC_PSPOLL_RPC) != 0) ++counters->in_rpcs;
@@ -138,7 +139,12 @@ void Service::Count(Session* session, int events) {
 
 void Service::End(Session* session, bool is_orderly) {
   const store::SessionId id = session->id();
-  if (!is_orderly) ++environment_.counters.dropped_sessions;
+  Totals& totals = environment_.counters;
+  if (session->lacks_hello) {
+    ++totals.in_bad_hellos;
+  } else if (!is_orderly) {
+    ++totals.dropped_sessions;
+  }
   sessions_.Remove(*session);
   environment_.datastores.SessionEnded(id);
   Log(Severity::kInfo, "session " + std::to_string(id) +

@@ -30,6 +30,7 @@ struct Counters {
 
 // Those of the server only.
 struct Totals : Counters {
+  std::uint32_t in_bad_hellos = 0;
   std::uint32_t in_sessions = 0;
   std::uint32_t dropped_sessions = 0;
 };
@@ -80,6 +81,7 @@ class Session {
   std::optional<Answered> TakeAnswer();
 
   Counters counters;
+  bool lacks_hello = false;  // the one of its client is wrong or missing
 
  private:
   void StopChild();

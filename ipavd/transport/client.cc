@@ -1,5 +1,6 @@
 #include "ipavd/transport/client.h"
 
+#include <poll.h>
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -25,6 +26,19 @@ using base::FileDescriptor;
 using netconf::ClientHello;
 using netconf::Frame;
 using netconf::Framing;
+
+// What the server gets in place of a hello that is wrong or missing.
+constexpr char kNoHello[] =
+    "<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" message-id=\"0\">"
+    "<close-session xmlns:ipav-netconf=\"urn:ipav:netconf\" "
+    "ipav-netconf:no-hello=\"true\"/></rpc>";
+
+// Ends the session of a client without a hello, and waits for its end.
+void EndWithoutHello(ByteStream* server) {
+  static_cast<void>(server->Write(Frame(Framing::kChunked, kNoHello)));
+  pollfd gone{server->fd(), 0, 0};
+  poll(&gone, 1, -1);
+}
 
 // The user at the other end of a UNIX socket.
 std::string UserOf(int socket) {
@@ -93,8 +107,9 @@ FileDescriptor Client::PassToServer(PassedConnection client) {
 
 void Client::Carry(ByteStream* client, FileDescriptor connection) {
   SocketStream server(std::move(connection));
-  const std::string reason =
-      Relay(client, &server, options_.limits, options_.reader).Run();
+  Relay relay(client, &server, options_.limits, options_.reader);
+  const std::string reason = relay.Run();
+  if (!relay.has_hello()) EndWithoutHello(&server);
   if (!reason.empty()) throw std::runtime_error(reason);
 }
 

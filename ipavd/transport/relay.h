@@ -39,6 +39,9 @@ class Relay {
   // dropped; empty when it was not.
   std::string Run();
 
+  // Whether the client has sent a hello that is right.
+  bool has_hello() const { return framing_.has_value(); }
+
  private:
   // Waits for the next event and handles it. False when the time is over.
   bool Wait();

@@ -7,6 +7,8 @@
 namespace ipav::netconf {
 
 Reply CloseSession(const Call& call) {
+  call.session.lacks_hello =
+      lyd_find_meta(call.rpc.meta, nullptr, "ipav-netconf:no-hello") != nullptr;
   call.session.Close();
   return Ok();
 }

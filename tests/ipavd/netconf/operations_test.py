@@ -255,17 +255,26 @@ class GetTest(OperationsTest):
         self.assertEqual(self.values(datastores, "locked-by-session"), ["2"])
 
     def test_counts_sessions(self):
-        names = ["in-sessions", "dropped-sessions"]
+        names = ["in-bad-hellos", "in-sessions", "dropped-sessions"]
 
         def counted():
             statistics = self.state("<statistics/>")
             return [int(*self.values(statistics, name)) for name in names]
 
-        self.assertEqual(counted(), [1, 0])
+        self.assertEqual(counted(), [0, 1, 0])
         self.assert_ok(self.raw(self.server).rpc("<close-session/>"))
         self.raw(self.server).close()
         self.server.wait_for_log("session 3 was cut off")
-        self.assertEqual(counted(), [3, 1])
+        self.assertEqual(counted(), [0, 3, 1])
+        # A hello that is wrong, and two that are missing.
+        for sent in [b"<hello/>]]>]]>", b"<hello", b""]:
+            client = self.raw(self.server, greet=False)
+            client.send(sent)
+            client.close()
+        self.server.wait_for_log("session 6 ended")
+        self.assertEqual(counted(), [3, 6, 1])
+        self.assertEqual(self.values(self.state("<statistics/>"), "in-rpcs"),
+                         ["4"])
 
     def test_tells_of_modules_and_datastores(self):
         library = "urn:ietf:params:xml:ns:yang:ietf-yang-library"

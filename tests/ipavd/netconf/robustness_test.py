@@ -5,6 +5,7 @@ import pathlib
 import re
 import signal
 import socket
+import subprocess
 import time
 import unittest
 import xml.etree.ElementTree as ElementTree
@@ -249,14 +250,26 @@ class RobustnessTest(ServerTest):
                 time.sleep(0.05)
         self.assertEqual(len(again.rpc(GET)), 1)
 
-    def test_outlives_clients_that_are_gone_before_it_greets_them(self):
+    def relays(self):
+        """The processes of the clients, which are children of a child."""
+        def children(process):
+            return subprocess.run(["pgrep", "-P", process], text=True,
+                                  capture_output=True).stdout.split()
+
+        return {relay for child in children(str(self.server.process.pid))
+                for relay in children(child)}
+
+    def test_outlives_clients_whose_processes_die_before_it_greets_them(self):
         self.start()
+        before = self.relays()
         self.server.process.send_signal(signal.SIGSTOP)
         for _ in range(10):
             client = socket.socket(socket.AF_UNIX)
             client.connect(self.server.socket)
             client.close()
         time.sleep(0.5)
+        for relay in self.relays() - before:
+            os.kill(int(relay), signal.SIGKILL)
         self.server.process.send_signal(signal.SIGCONT)
         self.server.wait_for_log("a session cannot be made")
 

@@ -143,11 +143,12 @@ void JudgeText(const std::string& text) {
   RequireReadsBack(*tree, LYD_JSON);
 
   const datastore::InputText read = datastore::CheckText("text", text);
-  const source::SourceText source(read.bytes);
+  const source::SourceText source(read);
   RequirePlaces(source, tree->FirstChild(nullptr));
 
   static const DataTree kEmpty = DataTree::Empty(ProjectModel());
-  static const std::string kSmallText = SmallConfigurationText();
+  static const datastore::InputText kSmallText =
+      datastore::CheckText("small", SmallConfigurationText());
   static const source::SourceText kSmallSource(kSmallText);
   const messages::Configuration empty{&kEmpty, "", nullptr};
   const messages::Configuration small{&SmallConfiguration(), "small",

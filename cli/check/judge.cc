@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <ratio>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -96,13 +95,11 @@ std::vector<messages::Finding> FindingsOf(const DeviceReport& report,
                                           const Transaction& transaction,
                                           const InputText& candidate) {
   if (report.status != kRefused) return {};
-  const std::optional<InputText>& text = running.text();
-  std::string_view running_bytes;
-  if (text.has_value()) running_bytes = text->bytes;
-  const source::SourceText before(running_bytes);
-  const source::SourceText after(candidate.bytes);
+  std::optional<source::SourceText> before;
+  if (running.text().has_value()) before.emplace(*running.text());
+  const source::SourceText after(candidate);
   messages::Finder finder(
-      {&transaction.running(), report.running, text ? &before : nullptr},
+      {&transaction.running(), report.running, before ? &*before : nullptr},
       {&transaction.candidate(), report.candidate, &after});
   return finder.ExplainAll(report.outcome);
 }

@@ -9,7 +9,6 @@ Examined::Examined(const ly_ctx* the_context,
       is_xml(text.format == LYD_XML),
       finder(&tree, is_xml),
       fragments(text.bytes, is_xml, &tree) {
-  if (text.bytes.size() > UINT32_MAX) return;
   (is_xml ? ReadXml : ReadJson)(text.bytes, text.start, &tree);
   // Without the ends of all nodes, nothing can be examined.
   for (std::size_t i = 1; i < tree.size(); ++i) {

@@ -1,7 +1,6 @@
 #include "host/source/source_text.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -100,8 +99,11 @@ class Lines {
 // The results of reading the text.
 class SourceText::Places {
  public:
-  explicit Places(std::string_view text)
-      : lines_(text), finder_(&tree_, Read(text, &tree_)) {}
+  explicit Places(const datastore::InputText& text)
+      : lines_(text.bytes), finder_(&tree_, text.format == LYD_XML) {
+    (text.format == LYD_XML ? ReadXml : ReadJson)(text.bytes, text.start,
+                                                  &tree_);
+  }
 
   std::optional<Mark> MarkOf(const lyd_node* node) {
     const Node found = finder_.Find(node);
@@ -110,24 +112,12 @@ class SourceText::Places {
   }
 
  private:
-  // Whether the text is XML.
-  static bool Read(std::string_view text, SourceTree* tree) {
-    const std::size_t mark = text.compare(0, 3, kByteOrderMark) == 0 ? 3 : 0;
-    const std::size_t start = text.find_first_not_of(" \t\r\n", mark);
-    if (start == std::string_view::npos || text.size() > UINT32_MAX) {
-      return true;
-    }
-    const bool is_xml = text[start] == '<';
-    (is_xml ? ReadXml : ReadJson)(text, start, tree);
-    return is_xml;
-  }
-
   Lines lines_;
   SourceTree tree_;
   NodeFinder finder_;
 };
 
-SourceText::SourceText(std::string_view text) : text_(text) {}
+SourceText::SourceText(const datastore::InputText& text) : text_(text) {}
 
 SourceText::~SourceText() = default;
 

@@ -10,7 +10,8 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
+
+#include "host/datastore/input_text.h"
 
 namespace ipav::source {
 
@@ -26,8 +27,8 @@ struct Mark {
 
 class SourceText {
  public:
-  // XML or JSON, the bytes of an InputText. The text is borrowed.
-  explicit SourceText(std::string_view text);
+  // The text is borrowed.
+  explicit SourceText(const datastore::InputText& text);
   ~SourceText();
   SourceText(const SourceText&) = delete;
   SourceText& operator=(const SourceText&) = delete;
@@ -40,7 +41,7 @@ class SourceText {
  private:
   class Places;
 
-  std::string_view text_;
+  const datastore::InputText& text_;
   mutable std::unique_ptr<Places> places_;
 };
 

@@ -67,9 +67,9 @@ class SourceTree {
   std::vector<const std::string*> texts_;  // the keys of `numbers_`
 };
 
-// Fill the tree from a text without byte order mark and leading blanks, which
-// begins at `start`. Reading stops at text that is not XML or not JSON; nothing
-// outside of the text is ever read.
+// Fill the tree from a text of less than 4 GiB without byte order mark and
+// leading blanks, which begins at `start`. Reading stops at text that is not
+// XML or not JSON; nothing outside of the text is ever read.
 void ReadXml(std::string_view text, std::size_t start, SourceTree* tree);
 void ReadJson(std::string_view text, std::size_t start, SourceTree* tree);
 

@@ -23,13 +23,14 @@ using host_test::JsonL3With;
 using host_test::L3With;
 using host_test::MarkedIn;
 using host_test::NodeAt;
-using host_test::ProjectTree;
 
 // A configuration of the project's model together with its text.
 class Written {
  public:
   explicit Written(const std::string& text)
-      : text_(text), tree_(ProjectTree(text)), source_(text_) {}
+      : text_(datastore::CheckText("text", text)),
+        tree_(datastore::DataTree::FromText(host_test::ProjectModel(), text_)),
+        source_(text_) {}
 
   // Paths start at the interfaces, or at the root with a slash.
   std::optional<Mark> MarkOf(const std::string& path) const {
@@ -48,7 +49,7 @@ class Written {
   }
 
  private:
-  std::string text_;
+  datastore::InputText text_;
   datastore::DataTree tree_;
   SourceText source_;
 };
@@ -270,7 +271,8 @@ TEST(Places, InJsonAreThoseOfTheText) {
 }
 
 TEST(SourceText, HasNoPlaceOfNoNode) {
-  EXPECT_EQ(SourceText("{}").MarkOf(nullptr), std::nullopt);
+  EXPECT_EQ(SourceText(datastore::CheckText("text", "{}")).MarkOf(nullptr),
+            std::nullopt);
 }
 
 TEST(SourceText, ShowsTheLineOfAPlaceWhole) {

@@ -89,7 +89,7 @@ TEST(Wrapper, IsRemovedAndPlacesStayThoseOfTheFile) {
     const std::string file = around.With(around.IsXml() ? kXml : kJson);
     const InputText text = CheckText("file", file);
     const DataTree tree = DataTree::FromText(ProjectModel(), text);
-    const SourceText source(text.bytes);
+    const SourceText source(text);
     const auto mark =
         source.MarkOf(NodeAt(tree, "/config/interface/l3{a}/vrf"));
     ASSERT_TRUE(mark.has_value()) << file;

@@ -38,19 +38,16 @@ using host_test::ProjectModel;
 // A file and its text, for what a finding shows of it.
 class File {
  public:
-  File(std::string name, std::string text)
-      : name_(std::move(name)),
-        text_(std::move(text)),
-        tree_(DataTree::FromText(ProjectModel(),
-                                 datastore::CheckText(name_, text_))),
+  File(const std::string& name, std::string text)
+      : text_(datastore::CheckText(name, std::move(text))),
+        tree_(DataTree::FromText(ProjectModel(), text_)),
         source_(text_) {}
 
   const DataTree& tree() const { return tree_; }
-  Configuration configuration() const { return {&tree_, name_, &source_}; }
+  Configuration configuration() const { return {&tree_, text_.path, &source_}; }
 
  private:
-  std::string name_;
-  std::string text_;
+  datastore::InputText text_;
   DataTree tree_;
   source::SourceText source_;
 };

@@ -1,17 +1,17 @@
 #!/usr/bin/env python3
-"""tidy.py BUILD...: clang-tidy on every source of configured build folders.
+"""tidy.py BUILD: clang-tidy on every source of a configured build folder.
 
 Uses the commands of BUILD/compile_commands.json, compiles nothing, and prints
 the findings of clang and clang-tidy; the exit status is 1 if there are any. A
-source of several targets is read once, a test plug-in once for each set of
-definitions; generated sources are not read, except those that include several
-sources so that their headers are read once.
+source of several targets is read once. Generated sources are not read, except
+those that include several of the project's so that headers are read once.
 """
 
 import concurrent.futures
 import json
 import os
 import pathlib
+import re
 import shlex
 import subprocess
 import sys
@@ -26,28 +26,23 @@ def arguments(entry):
 
 
 def is_read(source, build):
-    """Whether a source is the project's, or includes several of its tests."""
+    """Whether a source is the project's, or includes several of those."""
     if build not in source.parents:
         return True
-    folder = source.relative_to(build).parts
-    return folder[0] in ("tests", "fuzz", "bench") and "Unity" in folder
+    if "Unity" not in source.parts:
+        return False
+    included = re.findall('#include "(.*)"', source.read_text("utf-8"))
+    return any(build not in pathlib.Path(each).parents for each in included)
 
 
-def to_read(builds):
-    """(build, source, arguments) of the sources of build folders."""
+def to_read(build):
+    """(build, source, arguments) of the sources of a build folder."""
     chosen = {}
-    for build in builds:
-        text = (build / "compile_commands.json").read_text(encoding="utf-8")
-        for entry in json.loads(text):
-            source = entry["file"]
-            if not is_read(pathlib.Path(source), build):
-                continue
-            words = arguments(entry)
-            variant = ()
-            if "/plugins/" in source:
-                variant = tuple(word for word in words if word.startswith("-D")
-                                and not word.endswith("_EXPORTS"))
-            chosen.setdefault((source, variant), (build, source, words))
+    text = (build / "compile_commands.json").read_text(encoding="utf-8")
+    for entry in json.loads(text):
+        source = entry["file"]
+        if is_read(pathlib.Path(source), build):
+            chosen.setdefault(source, (build, source, arguments(entry)))
     return list(chosen.values())
 
 
@@ -60,7 +55,7 @@ def findings(build, source, words):
 
 
 def main():
-    work = to_read([pathlib.Path(folder).resolve() for folder in sys.argv[1:]])
+    work = to_read(pathlib.Path(sys.argv[1]).resolve())
     found = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         for printed in pool.map(lambda unit: findings(*unit), work):

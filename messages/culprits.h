@@ -21,7 +21,7 @@ namespace ipav::messages {
 constexpr std::size_t kMaxNamed = 5;
 
 // A refusal and both configurations, all borrowed.
-struct Case {
+struct Refusal {
   const DataView& running;
   const DataView& candidate;
   const datastore::Diff& diff;
@@ -40,51 +40,55 @@ struct Case {
 };
 
 // A node of the candidate, or a removed one of the running configuration.
-struct Suspect {
+struct CulpritNode {
   std::string role;
   const lyd_node* node;
   bool is_removed = false;
 };
 
-struct Evidence {
+struct FoundCulprits {
   bool confirms = false;  // the configurations confirm the text
-  std::vector<Suspect> suspects;
-  std::string note;           // which suspects are missing, and why
+  std::vector<CulpritNode> nodes;
+  std::string note;           // which nodes are missing, and why
   bool is_in_global = false;  // in the address space of global and mgmt
 
-  static Evidence None(std::string why) { return {false, {}, std::move(why)}; }
+  static FoundCulprits None(std::string why) {
+    return {false, {}, std::move(why)};
+  }
 };
 
 // Looks up the nodes for one reading of a text.
-Evidence Investigate(const Case& refusal);
+FoundCulprits FindCulprits(const Refusal& refusal);
 
 // ---- By subject ------------------------------------------------------------
 
 // Functions that look up the nodes of a refusal, by the rule of its message.
-using Investigators = std::map<std::string, Evidence (*)(const Case&)>;
+using CulpritSearches =
+    std::map<std::string, FoundCulprits (*)(const Refusal&)>;
 
-Investigators InterfaceCulprits();
-Investigators OspfCulprits();
-Investigators RouteCulprits();
-Investigators TimerCulprits();
+CulpritSearches InterfaceCulprits();
+CulpritSearches OspfCulprits();
+CulpritSearches RouteCulprits();
+CulpritSearches TimerCulprits();
 
 // ---- What they share -------------------------------------------------------
 
 // Adds the nodes that the commit creates, at most kMaxNamed; the note says how
 // many more there are.
-void NameNew(const Case& refusal, const std::vector<const lyd_node*>& nodes,
-             const char* role, Evidence* evidence);
+void NameNew(const Refusal& refusal, const std::vector<const lyd_node*>& nodes,
+             const char* role, FoundCulprits* culprits);
 
 // Adds the leaf of that name in the candidate, or else the removed one of the
 // running configuration, if there is one. A leaf that the commit does not
 // change is added only if `even_unchanged`.
-void SuspectLeaf(const Case& refusal, const lyd_node* candidate_parent,
-                 const char* leaf, const std::string& role, bool even_unchanged,
-                 Evidence* evidence);
+void AddLeaf(const Refusal& refusal, const lyd_node* candidate_parent,
+             const char* leaf, const std::string& role, bool even_unchanged,
+             FoundCulprits* culprits);
 
 // The node of the running configuration that is the same instance as this node
 // of the candidate; null if there is none.
-const lyd_node* InRunning(const Case& refusal, const lyd_node* candidate_node);
+const lyd_node* InRunning(const Refusal& refusal,
+                          const lyd_node* candidate_node);
 
 }  // namespace ipav::messages
 

@@ -26,24 +26,24 @@ bool IsReportedAs(const std::string& name, const std::string& reported) {
 
 // Adds the VRF if the commit changed it: this can bring an unchanged address
 // into conflict.
-void SuspectChangedVrf(const Case& refusal, const lyd_node* interface,
-                       const std::string& name, Evidence* evidence) {
-  SuspectLeaf(refusal, interface, "vrf", "VRF of " + name, false, evidence);
+void AddChangedVrf(const Refusal& refusal, const lyd_node* interface,
+                   const std::string& name, FoundCulprits* culprits) {
+  AddLeaf(refusal, interface, "vrf", "VRF of " + name, false, culprits);
 }
 
-Evidence NumberOfL3(const Case& refusal) {
+FoundCulprits NumberOfL3(const Refusal& refusal) {
   const std::vector<const lyd_node*> interfaces = L3Of(refusal.candidate);
   if (std::to_string(interfaces.size()) != refusal.Field("count")) return {};
-  Evidence evidence{true,
-                    {},
-                    refusal.Field("count") +
-                        " l3 interfaces, there is room for " +
-                        refusal.Field("limit")};
-  NameNew(refusal, interfaces, "new interface", &evidence);
-  return evidence;
+  FoundCulprits culprits{true,
+                         {},
+                         refusal.Field("count") +
+                             " l3 interfaces, there is room for " +
+                             refusal.Field("limit")};
+  NameNew(refusal, interfaces, "new interface", &culprits);
+  return culprits;
 }
 
-Evidence NameOfL3(const Case& refusal) {
+FoundCulprits NameOfL3(const Refusal& refusal) {
   for (const lyd_node* interface : L3Of(refusal.candidate)) {
     const lyd_node* name = refusal.candidate.At(interface, {"name"});
     if (!IsReportedAs(TextOf(name), refusal.Field("name"))) continue;
@@ -52,7 +52,7 @@ Evidence NameOfL3(const Case& refusal) {
   return {};
 }
 
-Evidence OneAddress(const Case& refusal) {
+FoundCulprits OneAddress(const Refusal& refusal) {
   const lyd_node* interface =
       FindInterface(refusal.candidate, SplitName(refusal.Field("interface")));
   const lyd_node* address = FindAddress(
@@ -61,29 +61,28 @@ Evidence OneAddress(const Case& refusal) {
   return {true, {{"address", address}}, ""};
 }
 
-Evidence AddressTwice(const Case& refusal) {
+FoundCulprits AddressTwice(const Refusal& refusal) {
   const lyd_node* interface =
       FindInterface(refusal.candidate, SplitName(refusal.Field("interface")));
-  Evidence evidence;
+  FoundCulprits culprits;
   std::size_t count = 0;
   for (const lyd_node* leaf :
        AddressesOf(refusal.candidate, interface, refusal.Family())) {
     if (WithoutLength(TextOf(leaf)) != refusal.Field("address")) continue;
     if (++count > kMaxNamed) continue;
-    evidence.suspects.push_back(
-        {count == 1 ? "address" : "same address", leaf});
+    culprits.nodes.push_back({count == 1 ? "address" : "same address", leaf});
   }
   if (count < 2) return {};
-  evidence.confirms = true;
+  culprits.confirms = true;
   if (count > kMaxNamed) {
-    evidence.note = "the interface has the address " + std::to_string(count) +
+    culprits.note = "the interface has the address " + std::to_string(count) +
                     " times; the first " + std::to_string(kMaxNamed) +
                     " are listed";
   }
-  return evidence;
+  return culprits;
 }
 
-Evidence Overlap(const Case& refusal) {
+FoundCulprits Overlap(const Refusal& refusal) {
   struct Side {
     const char* role;
     const char* interface_field;
@@ -98,7 +97,7 @@ Evidence Overlap(const Case& refusal) {
   const char* family = refusal.Family();
   const bool has_vrfs = refusal.reading.HasField("vrf");
 
-  Evidence evidence;
+  FoundCulprits culprits;
   for (Side& side : sides) {
     const InterfaceName name = SplitName(refusal.Field(side.interface_field));
     side.interface = FindInterface(refusal.candidate, name);
@@ -109,21 +108,21 @@ Evidence Overlap(const Case& refusal) {
         FindAddress(refusal.candidate, side.interface, family,
                     refusal.Field(side.prefix_field));
     if (address == nullptr) return {};
-    evidence.suspects.push_back({side.role, address});
+    culprits.nodes.push_back({side.role, address});
   }
   if (!nettypes::ShareAddressSpace(sides[0].vrf, sides[1].vrf)) return {};
-  evidence.confirms = true;
-  evidence.is_in_global = nettypes::ShareAddressSpace(sides[0].vrf, "global");
+  culprits.confirms = true;
+  culprits.is_in_global = nettypes::ShareAddressSpace(sides[0].vrf, "global");
   for (const Side& side : sides) {
-    SuspectChangedVrf(refusal, side.interface,
-                      refusal.Field(side.interface_field), &evidence);
+    AddChangedVrf(refusal, side.interface, refusal.Field(side.interface_field),
+                  &culprits);
   }
-  return evidence;
+  return culprits;
 }
 
 }  // namespace
 
-Investigators InterfaceCulprits() {
+CulpritSearches InterfaceCulprits() {
   return {
       {"l3-too-many", NumberOfL3},        {"l3-name-too-long", NameOfL3},
       {"l3-name-too-short", NameOfL3},    {"l3-name-characters", NameOfL3},

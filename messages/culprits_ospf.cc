@@ -119,20 +119,20 @@ const OspfRow* FindRow(const Assignment& assignment,
 }
 
 // Whether the process, VRF and area of the text are those of the assignment.
-bool IsMeant(const Case& refusal, const Assignment& assignment) {
+bool IsMeant(const Refusal& refusal, const Assignment& assignment) {
   return assignment.process == refusal.Field("process") &&
          assignment.vrf == refusal.Field("vrf") &&
          assignment.area == refusal.Field("area");
 }
 
 // Adds what the interface has instead of an address that OSPFv2 knows.
-void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
-                           const OspfRow& row, Evidence* evidence) {
+void AddMissingAddress(const Refusal& refusal, const lyd_node* interface,
+                       const OspfRow& row, FoundCulprits* culprits) {
   // 1. It has another prefix length.
   for (const lyd_node* leaf :
        AddressesOf(refusal.candidate, interface, "ipv4")) {
     if (WithoutLength(TextOf(leaf)) != row.address) continue;
-    evidence->suspects.push_back({"address of the interface", leaf});
+    culprits->nodes.push_back({"address of the interface", leaf});
     return;
   }
   // 2. It was there before, and is now replaced or removed.
@@ -140,76 +140,76 @@ void SuspectMissingAddress(const Case& refusal, const lyd_node* interface,
   const lyd_node* leaf =
       FindAddress(refusal.running, before, "ipv4", row.prefix);
   if (leaf == nullptr) {
-    evidence->suspects.push_back({"interface without the address", interface});
+    culprits->nodes.push_back({"interface without the address", interface});
     return;
   }
   const lyd_node* primary =
       refusal.candidate.At(interface, {"ipv4", "address", "ip"});
   if (primary != nullptr && !lysc_is_key(leaf->schema)) {
-    evidence->suspects.push_back({"address in its place", primary});
+    culprits->nodes.push_back({"address in its place", primary});
   } else {
-    evidence->suspects.push_back({"address", leaf, true});
+    culprits->nodes.push_back({"address", leaf, true});
   }
 }
 
 // Adds the row: its prefix length if only that differs, else its address.
-void SuspectRow(const Case& refusal, const OspfRow& row, bool by_length,
-                Evidence* evidence) {
-  const std::size_t known = evidence->suspects.size();
+void AddRow(const Refusal& refusal, const OspfRow& row, bool by_length,
+            FoundCulprits* culprits) {
+  const std::size_t known = culprits->nodes.size();
   if (by_length) {
-    SuspectLeaf(refusal, row.entry, "ospf-pm-ip-netmask",
-                "prefix length known to OSPFv2", true, evidence);
+    AddLeaf(refusal, row.entry, "ospf-pm-ip-netmask",
+            "prefix length known to OSPFv2", true, culprits);
   }
-  if (evidence->suspects.size() > known) return;
-  evidence->suspects.push_back(
+  if (culprits->nodes.size() > known) return;
+  culprits->nodes.push_back(
       {"known to OSPFv2", refusal.candidate.LeafOrEntry(row.entry, "address")});
 }
 
 // Adds the interface in OSPFv2.
-void SuspectInterface(const Case& refusal, const Assignment& assignment,
-                      Evidence* evidence) {
-  evidence->suspects.push_back(
+void AddInterface(const Refusal& refusal, const Assignment& assignment,
+                  FoundCulprits* culprits) {
+  culprits->nodes.push_back(
       {"assigned to OSPFv2", refusal.candidate.LeafOrEntry(
                                  assignment.rows.front().entry, "interface")});
 }
 
 // Adds the row that knew the address, if the commit removed it.
-void SuspectRemovedRow(const Case& refusal, const Assignment& assignment,
-                       const std::string& prefix, Evidence* evidence) {
+void AddRemovedRow(const Refusal& refusal, const Assignment& assignment,
+                   const std::string& prefix, FoundCulprits* culprits) {
   for (const Assignment& before : AssignmentsOf(refusal.running)) {
     const OspfRow* row =
         KeyOf(before) == KeyOf(assignment) ? FindRow(before, prefix) : nullptr;
     if (row == nullptr) continue;
     const lyd_node* address = refusal.running.At(row->entry, {"address"});
     if (refusal.candidate.AtPath(confd::PrintPath(row->entry)) == nullptr) {
-      evidence->suspects.push_back({"removed from OSPFv2", address, true});
+      culprits->nodes.push_back({"removed from OSPFv2", address, true});
     }
   }
 }
 
 // Adds the VRF of the process, or a note that it has none.
-void SuspectProcessVrf(const Case& refusal, const Assignment& assignment,
-                       Evidence* evidence) {
+void AddProcessVrf(const Refusal& refusal, const Assignment& assignment,
+                   FoundCulprits* culprits) {
   constexpr char kRole[] = "VRF of the process";
-  const std::size_t known = evidence->suspects.size();
+  const std::size_t known = culprits->nodes.size();
   if (assignment.process_entry != nullptr) {
-    SuspectLeaf(refusal, assignment.process_entry, "vrf_name", kRole, true,
-                evidence);
+    AddLeaf(refusal, assignment.process_entry, "vrf_name", kRole, true,
+            culprits);
   } else if (const lyd_node* before = refusal.running.Entry(
                  refusal.running.At(nullptr, {"internal"}),
                  "ospf-index-to-proc-id", {assignment.compound_id})) {
     const lyd_node* vrf = refusal.running.At(before, {"vrf_name"});
-    if (vrf != nullptr) evidence->suspects.push_back({kRole, vrf, true});
+    if (vrf != nullptr) culprits->nodes.push_back({kRole, vrf, true});
   }
-  if (evidence->suspects.size() > known) return;
-  evidence->note = "the table of processes names no VRF for compound-id " +
+  if (culprits->nodes.size() > known) return;
+  culprits->note = "the table of processes names no VRF for compound-id " +
                    assignment.compound_id;
 }
 
 // Notes that the process of the text is missing in the table of processes.
-void NoteMissingProcess(const Assignment& assignment, Evidence* evidence) {
-  if (assignment.process_entry != nullptr || !evidence->note.empty()) return;
-  evidence->note =
+void NoteMissingProcess(const Assignment& assignment, FoundCulprits* culprits) {
+  if (assignment.process_entry != nullptr || !culprits->note.empty()) return;
+  culprits->note =
       "the table of processes lacks compound-id " + assignment.compound_id;
 }
 
@@ -241,7 +241,7 @@ std::vector<const lyd_node*> Ospfv3RowsOf(const DataView& view) {
 
 // Whether a row has the index of that VLAN, and the router and area of the
 // text.
-bool IsRowOfVlan(const Case& refusal, const lyd_node* row) {
+bool IsRowOfVlan(const Refusal& refusal, const lyd_node* row) {
   const std::vector<std::string> keys = datastore::KeysOf(row);
   if (keys.size() != kOspfv3Keys) return false;
   const lyd_node* index = refusal.candidate.At(row, {"ospfv3-pm-if-index"});
@@ -252,8 +252,8 @@ bool IsRowOfVlan(const Case& refusal, const lyd_node* row) {
          NumberOfArea(keys[kOspfv3Area]) == refusal.Field("number");
 }
 
-Evidence OspfAddressRemoved(const Case& refusal) {
-  Evidence evidence;
+FoundCulprits OspfAddressRemoved(const Refusal& refusal) {
+  FoundCulprits culprits;
   std::size_t count = 0;
   for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
     if (!IsMeant(refusal, assignment)) continue;
@@ -266,20 +266,20 @@ Evidence OspfAddressRemoved(const Case& refusal) {
       continue;
     }
     if (++count > kMaxNamed) continue;
-    SuspectMissingAddress(refusal, interface, *row, &evidence);
+    AddMissingAddress(refusal, interface, *row, &culprits);
     const bool by_length =
-        evidence.suspects.back().role == "address of the interface";
-    SuspectRow(refusal, *row, by_length, &evidence);
-    NoteMissingProcess(assignment, &evidence);
+        culprits.nodes.back().role == "address of the interface";
+    AddRow(refusal, *row, by_length, &culprits);
+    NoteMissingProcess(assignment, &culprits);
   }
-  evidence.confirms = count > 0;
-  if (count > 1) evidence.note = std::to_string(count) + kFits;
-  return evidence;
+  culprits.confirms = count > 0;
+  if (count > 1) culprits.note = std::to_string(count) + kFits;
+  return culprits;
 }
 
-Evidence OspfAddressAdded(const Case& refusal) {
+FoundCulprits OspfAddressAdded(const Refusal& refusal) {
   const std::string& prefix = refusal.Field("prefix");
-  Evidence evidence;
+  FoundCulprits culprits;
   std::size_t count = 0;
   for (const Assignment& assignment : AssignmentsOf(refusal.candidate)) {
     if (!IsMeant(refusal, assignment) ||
@@ -291,17 +291,17 @@ Evidence OspfAddressAdded(const Case& refusal) {
     const lyd_node* address =
         FindAddress(refusal.candidate, interface, "ipv4", prefix);
     if (address == nullptr || ++count > kMaxNamed) continue;
-    evidence.suspects.push_back({"address", address});
-    SuspectInterface(refusal, assignment, &evidence);
-    SuspectRemovedRow(refusal, assignment, prefix, &evidence);
-    NoteMissingProcess(assignment, &evidence);
+    culprits.nodes.push_back({"address", address});
+    AddInterface(refusal, assignment, &culprits);
+    AddRemovedRow(refusal, assignment, prefix, &culprits);
+    NoteMissingProcess(assignment, &culprits);
   }
-  evidence.confirms = count > 0;
-  if (count > 1) evidence.note = std::to_string(count) + kFits;
-  return evidence;
+  culprits.confirms = count > 0;
+  if (count > 1) culprits.note = std::to_string(count) + kFits;
+  return culprits;
 }
 
-Evidence OspfVrfDiffers(const Case& refusal) {
+FoundCulprits OspfVrfDiffers(const Refusal& refusal) {
   const InterfaceName name = SplitName(refusal.Field("interface"));
   const lyd_node* interface = FindInterface(refusal.candidate, name);
   if (interface == nullptr ||
@@ -315,20 +315,19 @@ Evidence OspfVrfDiffers(const Case& refusal) {
         assignment.vrf != refusal.Field("process-vrf")) {
       continue;
     }
-    Evidence evidence{true, {}, ""};
-    SuspectLeaf(refusal, interface, "vrf", "VRF of the interface", true,
-                &evidence);
-    if (evidence.suspects.empty()) {
-      evidence.suspects.push_back({"interface without VRF", interface});
+    FoundCulprits culprits{true, {}, ""};
+    AddLeaf(refusal, interface, "vrf", "VRF of the interface", true, &culprits);
+    if (culprits.nodes.empty()) {
+      culprits.nodes.push_back({"interface without VRF", interface});
     }
-    SuspectInterface(refusal, assignment, &evidence);
-    SuspectProcessVrf(refusal, assignment, &evidence);
-    return evidence;
+    AddInterface(refusal, assignment, &culprits);
+    AddProcessVrf(refusal, assignment, &culprits);
+    return culprits;
   }
   return {};
 }
 
-Evidence Ospfv3VrfSet(const Case& refusal) {
+FoundCulprits Ospfv3VrfSet(const Refusal& refusal) {
   const InterfaceName name = SplitName(refusal.Field("interface"));
   const lyd_node* interface = FindInterface(refusal.candidate, name);
   const lyd_node* vrf = refusal.candidate.Child(interface, "vrf");
@@ -343,7 +342,7 @@ Evidence Ospfv3VrfSet(const Case& refusal) {
   return {};
 }
 
-Evidence Ospfv3VlanChanged(const Case& refusal) {
+FoundCulprits Ospfv3VlanChanged(const Refusal& refusal) {
   const lyd_node* lower = refusal.candidate.AtPath(refusal.path);
   const lyd_node* before = refusal.running.AtPath(refusal.path);
   if (lower == nullptr || before == nullptr) return {};
@@ -351,19 +350,19 @@ Evidence Ospfv3VlanChanged(const Case& refusal) {
   if (TextOf(old_vlan) != refusal.Field("vlan")) return {};
   for (const lyd_node* row : Ospfv3RowsOf(refusal.candidate)) {
     if (!IsRowOfVlan(refusal, row)) continue;
-    Evidence evidence{true, {}, ""};
-    SuspectLeaf(refusal, lower, "vlan", "VLAN", true, &evidence);
-    evidence.suspects.push_back(
+    FoundCulprits culprits{true, {}, ""};
+    AddLeaf(refusal, lower, "vlan", "VLAN", true, &culprits);
+    culprits.nodes.push_back(
         {"interface in OSPFv3",
          refusal.candidate.LeafOrEntry(row, "ospfv3-pm-if-index")});
-    return evidence;
+    return culprits;
   }
   return {};
 }
 
 }  // namespace
 
-Investigators OspfCulprits() {
+CulpritSearches OspfCulprits() {
   return {
       {"ospf-address-removed", OspfAddressRemoved},
       {"ospf-address-added", OspfAddressAdded},

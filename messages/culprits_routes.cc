@@ -82,17 +82,17 @@ const lyd_node* NextHopLeaf(const DataView& view, const Route& route) {
 }
 
 // Adds the name of the route's VRF if the commit changed it.
-void SuspectChangedVrfName(const Case& refusal, const Route& route,
-                           Evidence* evidence) {
+void AddChangedVrfName(const Refusal& refusal, const Route& route,
+                       FoundCulprits* culprits) {
   const lyd_node* entry = VrfEntryOf(refusal.candidate, route);
   if (entry != nullptr) {
-    SuspectLeaf(refusal, entry, "vname", "VRF of the route", false, evidence);
+    AddLeaf(refusal, entry, "vname", "VRF of the route", false, culprits);
     return;
   }
   const lyd_node* name =
       refusal.running.Child(VrfEntryOf(refusal.running, route), "vname");
   if (name != nullptr) {
-    evidence->suspects.push_back({"VRF of the route", name, true});
+    culprits->nodes.push_back({"VRF of the route", name, true});
   }
 }
 
@@ -110,7 +110,7 @@ bool IsOutputOf(const std::string& output, const std::string& interface) {
   return name == interface;
 }
 
-Evidence NextHopIsOwn(const Case& refusal) {
+FoundCulprits NextHopIsOwn(const Refusal& refusal) {
   const std::string& name = refusal.Field("interface");
   const bool is_ipv4 = refusal.Family() == std::string("ipv4");
   const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
@@ -126,18 +126,19 @@ Evidence NextHopIsOwn(const Case& refusal) {
         VrfOfRoute(refusal.candidate, route) != vrf) {
       continue;
     }
-    Evidence evidence{true,
-                      {{"address", address},
-                       {"next hop", NextHopLeaf(refusal.candidate, route)}},
-                      ""};
-    SuspectLeaf(refusal, interface, "vrf", "VRF of " + name, false, &evidence);
-    SuspectChangedVrfName(refusal, route, &evidence);
-    return evidence;
+    FoundCulprits culprits{
+        true,
+        {{"address", address},
+         {"next hop", NextHopLeaf(refusal.candidate, route)}},
+        ""};
+    AddLeaf(refusal, interface, "vrf", "VRF of " + name, false, &culprits);
+    AddChangedVrfName(refusal, route, &culprits);
+    return culprits;
   }
   return {};
 }
 
-Evidence TooManyRoutes(const Case& refusal) {
+FoundCulprits TooManyRoutes(const Refusal& refusal) {
   const std::vector<Route> routes = RoutesOf(refusal.candidate);
   const auto ipv4 = static_cast<std::size_t>(
       std::count_if(routes.begin(), routes.end(),
@@ -146,17 +147,17 @@ Evidence TooManyRoutes(const Case& refusal) {
   const std::size_t taken = ipv4 + kRoomOfIpv6 * ipv6;
   if (taken <= kRoom) return {};
 
-  Evidence evidence{true,
-                    {},
-                    std::to_string(ipv4) + " IPv4 and " + std::to_string(ipv6) +
-                        " IPv6 routes take the room of " +
-                        std::to_string(taken) + ", there is room for " +
-                        std::to_string(kRoom)};
+  FoundCulprits culprits{
+      true,
+      {},
+      std::to_string(ipv4) + " IPv4 and " + std::to_string(ipv6) +
+          " IPv6 routes take the room of " + std::to_string(taken) +
+          ", there is room for " + std::to_string(kRoom)};
   std::vector<const lyd_node*> entries;
   entries.reserve(routes.size());
   for (const Route& route : routes) entries.push_back(route.entry);
-  NameNew(refusal, entries, "new route", &evidence);
-  return evidence;
+  NameNew(refusal, entries, "new route", &culprits);
+  return culprits;
 }
 
 // A route of a prefix that is a black hole, and one that has a next hop.
@@ -171,7 +172,7 @@ struct BlackHoleAndNextHop {
 
 // The first of each kind with the prefix, by the name of the VRF.
 std::map<std::string, BlackHoleAndNextHop> RoutesByVrf(
-    const Case& refusal, const std::vector<Route>& routes,
+    const Refusal& refusal, const std::vector<Route>& routes,
     const std::string& prefix) {
   std::map<std::string, BlackHoleAndNextHop> by_vrf;
   for (const Route& route : routes) {
@@ -184,40 +185,40 @@ std::map<std::string, BlackHoleAndNextHop> RoutesByVrf(
   return by_vrf;
 }
 
-Evidence BlackHole(const Case& refusal) {
+FoundCulprits BlackHole(const Refusal& refusal) {
   const std::vector<Route> routes = RoutesOf(refusal.candidate);
 
   // The text names no VRF: names the routes of every VRF that has both.
-  Evidence evidence;
+  FoundCulprits culprits;
   std::size_t count = 0;
   for (const auto& [vrf, pair] :
        RoutesByVrf(refusal, routes, refusal.Field("prefix"))) {
     if (!pair.IsBoth()) continue;
     if (++count > kMaxNamed) continue;
-    evidence.suspects.push_back(
+    culprits.nodes.push_back(
         {"black hole", NextHopLeaf(refusal.candidate, *pair.black_hole)});
-    evidence.suspects.push_back(
+    culprits.nodes.push_back(
         {"next hop", NextHopLeaf(refusal.candidate, *pair.with_next_hop)});
-    SuspectChangedVrfName(refusal, *pair.black_hole, &evidence);
+    AddChangedVrfName(refusal, *pair.black_hole, &culprits);
     if (pair.black_hole->keys[kVrfIndex] !=
         pair.with_next_hop->keys[kVrfIndex]) {
-      SuspectChangedVrfName(refusal, *pair.with_next_hop, &evidence);
+      AddChangedVrfName(refusal, *pair.with_next_hop, &culprits);
     }
   }
-  evidence.confirms = count > 0;
+  culprits.confirms = count > 0;
   if (count > 1) {
-    evidence.note = "the text names no VRF, and " + std::to_string(count) +
+    culprits.note = "the text names no VRF, and " + std::to_string(count) +
                     " VRFs have the prefix twice";
     if (count > kMaxNamed) {
-      evidence.note += "; " + std::to_string(kMaxNamed) + " are listed";
+      culprits.note += "; " + std::to_string(kMaxNamed) + " are listed";
     }
   }
-  return evidence;
+  return culprits;
 }
 
 // The leaf with the name of the route's output interface, if it names this
 // one; nullptr otherwise.
-const lyd_node* OutputNameLeaf(const Case& refusal, const Route& route,
+const lyd_node* OutputNameLeaf(const Refusal& refusal, const Route& route,
                                const std::string& interface) {
   if (route.IsBlackHole()) return nullptr;
   const lyd_node* leaf = refusal.candidate.Child(
@@ -228,53 +229,53 @@ const lyd_node* OutputNameLeaf(const Case& refusal, const Route& route,
 
 // Adds the VLAN of the interface if it is removed or 0, else the interface.
 // False if it has a VLAN.
-bool SuspectVlan(const Case& refusal, const lyd_node* interface,
-                 Evidence* evidence) {
+bool AddVlan(const Refusal& refusal, const lyd_node* interface,
+             FoundCulprits* culprits) {
   const lyd_node* lower = refusal.candidate.At(interface, {"lower-layer-if"});
   if (lower != nullptr) {
     const lyd_node* vlan = refusal.candidate.At(lower, {"vlan"});
     if (vlan != nullptr && TextOf(vlan) != "0") return false;
-    SuspectLeaf(refusal, lower, "vlan", "VLAN", true, evidence);
+    AddLeaf(refusal, lower, "vlan", "VLAN", true, culprits);
   }
-  if (evidence->suspects.empty()) {
-    evidence->suspects.push_back({"interface without VLAN", interface});
+  if (culprits->nodes.empty()) {
+    culprits->nodes.push_back({"interface without VLAN", interface});
   }
   return true;
 }
 
-Evidence OutputWithoutVlan(const Case& refusal) {
+FoundCulprits OutputWithoutVlan(const Refusal& refusal) {
   const std::string& name = refusal.Field("interface");
   const lyd_node* interface = FindInterface(refusal.candidate, SplitName(name));
   if (interface == nullptr) return {};
 
   // 1. The VLAN.
-  Evidence evidence;
-  if (!SuspectVlan(refusal, interface, &evidence)) return {};
+  FoundCulprits culprits;
+  if (!AddVlan(refusal, interface, &culprits)) return {};
 
   // 2. The routes through the interface.
   std::size_t count = 0;
   for (const Route& route : RoutesOf(refusal.candidate)) {
     const lyd_node* leaf = OutputNameLeaf(refusal, route, name);
     if (leaf == nullptr || ++count > kMaxNamed) continue;
-    evidence.suspects.push_back({"output interface of a route", leaf});
+    culprits.nodes.push_back({"output interface of a route", leaf});
     if (refusal.IsNew(route.entry)) {
-      evidence.suspects.push_back(
+      culprits.nodes.push_back(
           {"new route", NextHopLeaf(refusal.candidate, route)});
     }
   }
   if (count == 0) return {};
-  evidence.confirms = true;
+  culprits.confirms = true;
   if (count > kMaxNamed) {
-    evidence.note = std::to_string(count - kMaxNamed) + " of the " +
+    culprits.note = std::to_string(count - kMaxNamed) + " of the " +
                     std::to_string(count) +
                     " routes through the interface are not listed";
   }
-  return evidence;
+  return culprits;
 }
 
 }  // namespace
 
-Investigators RouteCulprits() {
+CulpritSearches RouteCulprits() {
   return {
       {"route-next-hop-is-own", NextHopIsOwn},
       {"route-too-many", TooManyRoutes},

@@ -24,21 +24,21 @@ struct Timers {
   const lyd_node* max;
 };
 
-Timers TimersOf(const Case& refusal, const char* first) {
+Timers TimersOf(const Refusal& refusal, const char* first) {
   const lyd_node* container = refusal.candidate.AtPath(refusal.path);
   if (container == nullptr) return {};
   return {container, refusal.candidate.At(container, {first}),
           refusal.candidate.At(container, {kMax})};
 }
 
-Evidence MinInterval(const Case& refusal) {
+FoundCulprits MinInterval(const Refusal& refusal) {
   const Timers timers = TimersOf(refusal, kMin);
   if (timers.first == nullptr || timers.max == nullptr) return {};
   if (4 * Seconds(timers.first) <= 3 * Seconds(timers.max)) return {};
   return {true, {{kMin, timers.first}, {kMax, timers.max}}, ""};
 }
 
-Evidence RouterLifetime(const Case& refusal) {
+FoundCulprits RouterLifetime(const Refusal& refusal) {
   const Timers timers = TimersOf(refusal, kLifetime);
   if (timers.first == nullptr || timers.max == nullptr) return {};
   const unsigned long lifetime = Seconds(timers.first);
@@ -46,31 +46,31 @@ Evidence RouterLifetime(const Case& refusal) {
   return {true, {{kLifetime, timers.first}, {kMax, timers.max}}, ""};
 }
 
-Evidence TimerMissing(const Case& refusal) {
+FoundCulprits TimerMissing(const Refusal& refusal) {
   const std::string& missing = refusal.reading.text->key;
   const lyd_node* container = refusal.candidate.AtPath(refusal.path);
   if (container == nullptr ||
       refusal.candidate.At(container, {missing.c_str()}) != nullptr) {
     return {};
   }
-  Evidence evidence{true, {}, ""};
+  FoundCulprits culprits{true, {}, ""};
   // 1. It was removed, or was never there.
-  SuspectLeaf(refusal, container, missing.c_str(), missing, true, &evidence);
-  if (evidence.suspects.empty()) {
-    evidence.note = missing + " is in neither configuration";
+  AddLeaf(refusal, container, missing.c_str(), missing, true, &culprits);
+  if (culprits.nodes.empty()) {
+    culprits.note = missing + " is in neither configuration";
   }
   // 2. The timers that need it.
   for (const char* other : {kMax, kMin, kLifetime}) {
     if (missing == other) continue;
     const lyd_node* leaf = refusal.candidate.At(container, {other});
-    if (leaf != nullptr) evidence.suspects.push_back({other, leaf});
+    if (leaf != nullptr) culprits.nodes.push_back({other, leaf});
   }
-  return evidence;
+  return culprits;
 }
 
 }  // namespace
 
-Investigators TimerCulprits() {
+CulpritSearches TimerCulprits() {
   return {
       {"ra-min-interval", MinInterval},
       {"ra-lifetime", RouterLifetime},

@@ -16,10 +16,10 @@ namespace {
 
 using datastore::Novelty;
 
-bool IsSame(const Evidence& a, const Evidence& b) {
-  if (a.suspects.size() != b.suspects.size()) return false;
-  for (std::size_t i = 0; i < a.suspects.size(); ++i) {
-    if (a.suspects[i].node != b.suspects[i].node) return false;
+bool IsSame(const FoundCulprits& a, const FoundCulprits& b) {
+  if (a.nodes.size() != b.nodes.size()) return false;
+  for (std::size_t i = 0; i < a.nodes.size(); ++i) {
+    if (a.nodes[i].node != b.nodes[i].node) return false;
   }
   return true;
 }
@@ -63,18 +63,18 @@ class Finder::Search {
     Describe(*readings.front().message, finding);
 
     // The configurations decide which reading is meant.
-    std::optional<Evidence> confirmed;
+    std::optional<FoundCulprits> confirmed;
     const Reading* meant = nullptr;
     for (const Reading& reading : readings) {
-      Evidence evidence = Investigate(
+      FoundCulprits culprits = FindCulprits(
           {running_view_, candidate_view_, diff_, answer.path, reading});
-      if (!evidence.confirms) {
-        if (finding->note.empty()) finding->note = evidence.note;
+      if (!culprits.confirms) {
+        if (finding->note.empty()) finding->note = culprits.note;
       } else if (!confirmed) {
         Describe(*reading.message, finding);
-        confirmed = std::move(evidence);
+        confirmed = std::move(culprits);
         meant = &reading;
-      } else if (!IsSame(*confirmed, evidence)) {
+      } else if (!IsSame(*confirmed, culprits)) {
         finding->note =
             "the text can be read in several ways, and the configuration has "
             "nodes for more than one";
@@ -87,17 +87,17 @@ class Finder::Search {
   }
 
  private:
-  void Take(const Evidence& evidence, const Message& message,
+  void Take(const FoundCulprits& culprits, const Message& message,
             Finding* finding) const {
-    finding->note = evidence.note;
-    if (evidence.is_in_global) {
+    finding->note = culprits.note;
+    if (culprits.is_in_global) {
       finding->advice += " " + message.advice_in_global;
     }
-    for (const Suspect& suspect : evidence.suspects) {
-      const Configuration& side = suspect.is_removed ? running_ : candidate_;
-      finding->culprits.push_back({suspect.role, confd::PrintPath(suspect.node),
-                                   TextOf(suspect.node), NoveltyOf(suspect),
-                                   PlaceOf(side, suspect.node)});
+    for (const CulpritNode& node : culprits.nodes) {
+      const Configuration& side = node.is_removed ? running_ : candidate_;
+      finding->culprits.push_back({node.role, confd::PrintPath(node.node),
+                                   TextOf(node.node), NoveltyOf(node),
+                                   PlaceOf(side, node.node)});
     }
   }
 
@@ -110,14 +110,14 @@ class Finder::Search {
     }
     // Too many of something, of which none is new.
     if (finding.culprits.empty()) return true;
-    return Investigate(
+    return FindCulprits(
                {running_view_, running_view_, diff_, finding.path, reading})
         .confirms;
   }
 
-  Novelty NoveltyOf(const Suspect& suspect) const {
-    if (suspect.is_removed) return Novelty::kRemoved;
-    const datastore::Change* change = diff_.Of(suspect.node);
+  Novelty NoveltyOf(const CulpritNode& node) const {
+    if (node.is_removed) return Novelty::kRemoved;
+    const datastore::Change* change = diff_.Of(node.node);
     return change == nullptr ? Novelty::kUnchanged : change->How();
   }
 

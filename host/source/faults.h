@@ -16,8 +16,8 @@
 
 namespace ipav::source {
 
-// So many errors of one file are reported; a further line tells if there are
-// more. When more are found, the rest of the file is not examined.
+// The most errors that are reported of one file. If there are more, a further
+// line says so, and the rest of the file is not examined.
 inline constexpr std::size_t kMaxErrors = 20;
 
 struct Fault {
@@ -48,7 +48,7 @@ struct Examined {
   SourceTree tree;
   NodeFinder finder;
   Fragments fragments;
-  // Nodes of the model of which the text has instances that cannot be read.
+  // Schema nodes with an instance in the text that cannot be read.
   std::set<const lysc_node*> unread;
   std::vector<Fault> faults;
 };

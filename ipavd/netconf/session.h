@@ -35,8 +35,8 @@ struct Totals : Counters {
   std::uint32_t dropped_sessions = 0;
 };
 
-// How the child process that answered a request ended; its exit status, except
-// for kStopped: it was killed, or its client has gone.
+// How the child process that answered a request ended. The first three are its
+// exit status; kStopped: it was killed, or its client has gone.
 enum class Answered : std::uint8_t { kWithData, kWithError, kNot, kStopped };
 
 class Session {

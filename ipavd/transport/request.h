@@ -13,12 +13,12 @@ namespace ipav::transport {
 // not well-formed XML in UTF-8, or has a document type, is replaced by "<",
 // which the server answers as malformed.
 //
-// A request gets an annotation "refuse", and loses what is in its operation, if
-// it has no message-id, or an attribute that the YANG library would ignore or
-// refuse without a name: "operation" and "insert" without a namespace or with
-// an unknown value, and those of a filter. An edit with operation="delete"
-// would be a merge otherwise. An element of a subtree filter with an attribute
-// gets a name that no node has.
+// If a request has no message-id, or an attribute that the YANG library would
+// ignore or refuse without a name, its operation loses its content and gets the
+// annotation "refuse". These attributes are "operation" and "insert" without a
+// namespace or with an unknown value, and those of a filter. Otherwise an edit
+// with operation="delete" would be a merge. An element of a subtree filter with
+// an attribute gets a name that no node has.
 std::string PrepareRequest(std::string_view message);
 
 }  // namespace ipav::transport

@@ -4,10 +4,13 @@
 Uses the commands of BUILD/compile_commands.json, compiles nothing, and prints
 the findings of clang and clang-tidy; the exit status is 1 if there are any. A
 source of several targets is read once. Generated sources are not read, except
-those that include several of the project's so that headers are read once.
+those that include several of the project's so that headers are read once. The
+sources of the product among the latter are also compiled alone: a missing
+#include is an error.
 """
 
 import concurrent.futures
+import itertools
 import json
 import os
 import pathlib
@@ -25,14 +28,17 @@ def arguments(entry):
             if word not in ("-c", entry["file"])]
 
 
-def is_read(source, build):
-    """Whether a source is the project's, or includes several of those."""
-    if build not in source.parents:
-        return True
+def included(source, build):
+    """The sources of the project that a generated one includes."""
     if "Unity" not in source.parts:
-        return False
-    included = re.findall('#include "(.*)"', source.read_text("utf-8"))
-    return any(build not in pathlib.Path(each).parents for each in included)
+        return []
+    paths = re.findall('#include "(.*)"', source.read_text("utf-8"))
+    return [each for each in paths if build not in pathlib.Path(each).parents]
+
+
+def is_read(source, build):
+    """Whether a source is the project's, or includes some of those."""
+    return build not in source.parents or bool(included(source, build))
 
 
 def to_read(build):
@@ -46,19 +52,39 @@ def to_read(build):
     return list(chosen.values())
 
 
-def findings(build, source, words):
-    """The output of clang-tidy if it has findings, else an empty text."""
-    run = subprocess.run(["clang-tidy", "--quiet", source, "--", *words],
-                         cwd=build, capture_output=True, text=True,
+def alone(build, source, words):
+    """(build, source, arguments) of the sources that one includes."""
+    if set(pathlib.Path(source).parts) & {"tests", "fuzz", "bench"}:
+        return []
+    return [(build, each, words)
+            for each in included(pathlib.Path(source), build)]
+
+
+def errors(build, command):
+    """The output of a command if it fails, else an empty text."""
+    run = subprocess.run(command, cwd=build, capture_output=True, text=True,
                          check=False)
     return run.stdout + run.stderr if run.returncode else ""
+
+
+def findings(build, source, words):
+    """The findings of clang-tidy; an empty text if there are none."""
+    return errors(build, ["clang-tidy", "--quiet", source, "--", *words])
+
+
+def compile_errors(build, source, words):
+    """What clang says if it does not compile the source."""
+    return errors(build, ["clang", "-w", "-fsyntax-only", source, *words])
 
 
 def main():
     work = to_read(pathlib.Path(sys.argv[1]).resolve())
     found = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for printed in pool.map(lambda unit: findings(*unit), work):
+        read = pool.map(lambda unit: findings(*unit), work)
+        compiled = pool.map(lambda unit: compile_errors(*unit),
+                            [each for unit in work for each in alone(*unit)])
+        for printed in itertools.chain(read, compiled):
             found += bool(printed)
             print(printed, end="", flush=True)
     print(f"clang-tidy: {len(work)} sources, {found} with findings")

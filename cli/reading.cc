@@ -14,17 +14,17 @@ namespace ipav::cli {
 namespace {
 
 // Set before the timer starts: a signal handler may neither allocate nor print.
-LastWords& Words() {
-  static auto& words = *new LastWords;
-  return words;
+FinalOutput& Output() {
+  static auto& output = *new FinalOutput;
+  return output;
 }
-const LastWords* g_words = nullptr;
+const FinalOutput* g_output = nullptr;
 
 extern "C" void EndReading(int /*signal*/) {
   // A failed write changes nothing. Not exit(): its destructors would free what
   // the interrupted reader still uses.
   static_cast<void>(
-      write(g_words->fd, g_words->bytes.data(), g_words->bytes.size()) == 0);
+      write(g_output->fd, g_output->bytes.data(), g_output->bytes.size()) == 0);
   _exit(kBadInput);
 }
 
@@ -58,11 +58,11 @@ ReadingTime::ReadingTime(const std::string& file, base::TimeLimit limit)
           {STDERR_FILENO,
            "ipav: " + base::Printable(NotReadWithin(file, limit)) + "\n"}) {}
 
-ReadingTime::ReadingTime(base::TimeLimit limit, LastWords words)
+ReadingTime::ReadingTime(base::TimeLimit limit, FinalOutput output)
     : is_limited_(limit != base::kNoTimeLimit) {
   if (!is_limited_) return;
-  Words() = std::move(words);
-  g_words = &Words();
+  Output() = std::move(output);
+  g_output = &Output();
   struct sigaction action {};
   action.sa_handler = EndReading;
   sigaction(SIGALRM, &action, &before_);

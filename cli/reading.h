@@ -19,7 +19,7 @@ struct ReadingLimits {
 };
 
 // What the process writes before it ends because its time is over.
-struct LastWords {
+struct FinalOutput {
   int fd;
   std::string bytes;
 };
@@ -38,7 +38,7 @@ class ReadingTime {
  public:
   // The final output is one line on standard error that names the file.
   ReadingTime(const std::string& file, base::TimeLimit limit);
-  ReadingTime(base::TimeLimit limit, LastWords words);
+  ReadingTime(base::TimeLimit limit, FinalOutput output);
   ~ReadingTime();
   ReadingTime(const ReadingTime&) = delete;
   ReadingTime& operator=(const ReadingTime&) = delete;

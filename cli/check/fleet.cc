@@ -45,7 +45,7 @@ std::string MessageOf(const DeviceReport& report) {
 int JudgeDevice(const Judge& judge, const Device& device,
                 const Sender& sender) {
   try {
-    const auto late = [&](const DeviceReport& report) -> LastWords {
+    const auto late = [&](const DeviceReport& report) -> FinalOutput {
       return {sender.fd(), MessageOf(report)};
     };
     const DeviceReport report = judge(device, late);

@@ -66,7 +66,7 @@ struct Candidate {
 };
 
 Candidate ReadCandidate(const Model& model, const std::string& file,
-                        const ReadingLimits& limits, LastWords late,
+                        const ReadingLimits& limits, FinalOutput late,
                         ReadingTimes* times) {
   const ReadingTime limit(limits.time, std::move(late));
   base::Stopwatch watch;

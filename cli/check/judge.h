@@ -38,7 +38,7 @@ class Judge {
 
   // Makes the final output of a process that ends because a configuration is
   // not read in time, from the report on the device.
-  using TimeOver = std::function<LastWords(const report::DeviceReport&)>;
+  using TimeOver = std::function<FinalOutput(const report::DeviceReport&)>;
 
   // Throws plugin::PluginError.
   report::DeviceReport operator()(const Device& device,

@@ -161,7 +161,7 @@ SharedRunning ReadShared(const Model& model, std::size_t devices,
 
 // --- Outputs
 
-LastWords OnStandardError(const DeviceReport& device) {
+FinalOutput OnStandardError(const DeviceReport& device) {
   std::string lines;
   for (const std::string& error : device.input_errors) {
     lines += "ipav: " + base::Printable(error) + "\n";
@@ -227,7 +227,7 @@ ExitStatus Check(const CheckOptions& options) {
   }
   output.End(is_fleet);
   if (page) page->End();
-  return run.summary.gravest();
+  return run.summary.worst_status();
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ class Parts {
          {kAccepted, kRefused, kBadInput, kPluginFailed}) {
       summary_.Add(status, summary.Of(status));
     }
-    summary_.Raise(summary.gravest());
+    summary_.Raise(summary.worst_status());
   }
 
   void CheckSummary(const ReadReport& report) {
@@ -200,7 +200,7 @@ ExitStatus Summarize(const SummarizeOptions& options) {
   report::ReportOutput output(options.report, &run);
   for (const DeviceReport& device : parts.TakeDevices()) output.List(device);
   output.End(true);
-  return run.summary.gravest();
+  return run.summary.worst_status();
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ class Summary {
     if (devices > 0) Raise(status);
   }
   // For errors that do not belong to a device.
-  void Raise(ExitStatus status) { gravest_ = std::max(gravest_, status); }
+  void Raise(ExitStatus status) { worst_ = std::max(worst_, status); }
 
   std::size_t Of(ExitStatus status) const {
     return devices_.at(static_cast<std::size_t>(status));
@@ -29,11 +29,11 @@ class Summary {
   std::size_t devices() const {
     return std::accumulate(devices_.begin(), devices_.end(), std::size_t{0});
   }
-  ExitStatus gravest() const { return gravest_; }
+  ExitStatus worst_status() const { return worst_; }
 
  private:
   std::array<std::size_t, kPluginFailed + 1> devices_{};
-  ExitStatus gravest_ = kAccepted;
+  ExitStatus worst_ = kAccepted;
 };
 
 // A part of a list of devices: every `of`-th, starting with the `number`-th.

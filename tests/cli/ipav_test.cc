@@ -325,7 +325,7 @@ TEST_F(IpavTest, ARefusedCandidateDoesNotSpoilTheCorrectedOne) {
   EXPECT_EQ(
       Ipav({"check", "--running", running, refused, corrected}),
       (ProcessResult{
-          1,  // the gravest of all
+          1,  // the worst of all
           refused + R"(: refused (1 of 2 validation calls made)
 Minimum interval must be no greater than maximum interval * 0.75
   validation point: validate_ipv6_nd_ra_interval
@@ -350,7 +350,7 @@ Minimum interval must be no greater than maximum interval * 0.75
 TEST_F(IpavTest, ABadCandidateIsOneResultAmongTheOthers) {
   const std::string bad = Write("bad.xml", L3Xml("<frob/>"));
   const ProcessResult result = CheckBranch(bad, {kRunning});
-  EXPECT_EQ(result.status, 2);  // the gravest of all
+  EXPECT_EQ(result.status, 2);  // the worst of all
   EXPECT_THAT(result.out, StartsWith(bad + ": not judged, bad input\n  " + bad +
                                      ":3:1: Node \"frob\" not found"));
   EXPECT_THAT(result.out,
@@ -461,7 +461,7 @@ TEST_F(IpavTest, WithAllThePointsAfterAnExceptionStillAnswer) {
                 ""}));
 }
 
-TEST_F(IpavTest, TheGravestStatusOfSeveralCandidatesIsReturned) {
+TEST_F(IpavTest, TheWorstStatusOfSeveralCandidatesIsReturned) {
   const std::string refused = kBranch + "ra-min-without-max.xml";
   EXPECT_EQ(CheckBranch(refused, {kRunning}).status, 1);
   EXPECT_EQ(CheckBranch(kRunning, {refused}).status, 1);

@@ -187,7 +187,7 @@ Json ToJson(const Summary& summary) {
   for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
     json[kVerdicts.at(i)] = summary.Of(static_cast<ExitStatus>(i));
   }
-  json["status"] = static_cast<int>(summary.gravest());
+  json["status"] = static_cast<int>(summary.worst_status());
   return json;
 }
 

@@ -355,7 +355,7 @@ void SarifWriter::Add(const DeviceReport& device) {
 }
 
 void SarifWriter::End() {
-  const ExitStatus status = run_.summary.gravest();
+  const ExitStatus status = run_.summary.worst_status();
   const bool is_judged = status == kAccepted || status == kRefused;
   const Json invocation = {{"executionSuccessful", is_judged},
                            {"exitCode", static_cast<int>(status)},

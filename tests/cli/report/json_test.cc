@@ -203,7 +203,7 @@ TEST(JsonReport, OfARunIsReadBack) {
   EXPECT_EQ(report.run.summary.Of(cli::kRefused), 2U);
   EXPECT_EQ(report.run.summary.Of(cli::kBadInput), 1U);
   EXPECT_EQ(report.run.summary.Of(cli::kPluginFailed), 1U);
-  EXPECT_EQ(report.run.summary.gravest(), cli::kPluginFailed);
+  EXPECT_EQ(report.run.summary.worst_status(), cli::kPluginFailed);
   EXPECT_FALSE(report.run.shard.has_value());
 }
 

@@ -84,8 +84,9 @@ void AllowOnlyRelaying() {
   }
 #endif
   if (error == 0) {
-    error = seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1,
-                             SCMP_A0(SCMP_CMP_EQ, PR_SET_PDEATHSIG));
+    const scmp_arg_cmp option{0, SCMP_CMP_EQ, PR_SET_PDEATHSIG, 0};
+    error = seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW,
+                                   SCMP_SYS(prctl), 1, &option);
   }
   if (error == 0) error = seccomp_load(filter.get());
   if (error != 0) Warn("a client's process is not confined", -error);

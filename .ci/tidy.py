@@ -74,7 +74,7 @@ def findings(build, source, words):
 
 def compile_errors(build, source, words):
     """What clang says if it does not compile the source."""
-    return errors(build, ["clang", "-w", "-fsyntax-only", source, *words])
+    return errors(build, ["clang", "-fsyntax-only", source, *words])
 
 
 def main():

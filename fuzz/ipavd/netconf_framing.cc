@@ -231,7 +231,8 @@ Session SessionOf(const Input& input) {
   session.stream = DeframeAtOnce(hello, kMaxHello, Framing::kEndOfMessage);
   if (session.stream.messages.empty()) return session;
   try {
-    session.framing = netconf::FramingAfter(session.stream.messages[0]);
+    session.framing = netconf::FramingAfter(
+        transport::WithoutBlanksBefore(session.stream.messages[0]));
     session.stream = DeframeAtOnce(input.stream.substr(hello.size()),
                                    input.limit, *session.framing);
   } catch (const netconf::HelloError&) {
@@ -256,7 +257,9 @@ void CheckRelay(const Input& input) {
                           : count == sent.messages.size() && !server.has_part(),
           "another number of messages for the server");
   for (std::size_t i = 0; i < count; ++i) {
-    Require(server.received[i] == transport::PrepareRequest(sent.messages[i]),
+    const std::string_view message =
+        transport::WithoutBlanksBefore(sent.messages[i]);
+    Require(server.received[i] == transport::PrepareRequest(message),
             "another message for the server");
   }
   // 2. The client gets what the server sent, in its framing; if it is dropped,

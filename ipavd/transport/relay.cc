@@ -34,13 +34,6 @@ constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 // ended the session.
 constexpr milliseconds kLastReplies = std::chrono::seconds(5);
 
-// Clients often send a line break after "]]>]]>". XML allows no blanks before
-// its declaration.
-std::string_view WithoutBlanksBefore(std::string_view message) {
-  return message.substr(
-      std::min(message.find_first_not_of(" \t\r\n"), message.size()));
-}
-
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
 
 // Whether the other side has closed its socket, and not only its direction.

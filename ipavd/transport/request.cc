@@ -269,6 +269,11 @@ std::string Prepare(std::string_view message) {
 
 }  // namespace
 
+std::string_view WithoutBlanksBefore(std::string_view message) {
+  return message.substr(
+      std::min(message.find_first_not_of(" \t\r\n"), message.size()));
+}
+
 std::string PrepareRequest(std::string_view message) {
   Facts facts;
   if (!IsWellFormed(message, &facts)) return std::string(kMalformed);

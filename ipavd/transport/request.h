@@ -9,6 +9,10 @@
 
 namespace ipav::transport {
 
+// Clients often send a line break after "]]>]]>". XML allows no blanks before
+// its declaration.
+std::string_view WithoutBlanksBefore(std::string_view message);
+
 // Returns what the server is sent in place of the message. A message that is
 // not well-formed XML in UTF-8, or has a document type, is replaced by "<",
 // which the server answers as malformed.

@@ -201,12 +201,12 @@ void NetconfClient::StartReader() {
 
 void NetconfClient::WaitForReader() {
   if (reader_ < 0) return;
-  int status = 0;
   pid_t ended = 0;
   do {
-    ended = waitpid(reader_, &status, 0);
+    ended = waitpid(reader_, nullptr, 0);
   } while (ended < 0 && errno == EINTR);  // libFuzzer has a timer
-  Require(ended == reader_ && status == 0, "replies that cannot be kept");
+  // It fails if the server closes a connection without reading all of it.
+  Require(ended == reader_, "a process that reads is lost");
   reader_ = -1;
 }
 

@@ -50,12 +50,16 @@ void CheckAnnotation(const lyd_node& rpc) {
   std::getline(words, text);
   const std::map<std::string, ErrorTag> tags{
       {"missing-attribute", ErrorTag::kMissingAttribute},
-      {"unknown-attribute", ErrorTag::kUnknownAttribute}};
+      {"unknown-attribute", ErrorTag::kUnknownAttribute},
+      {"unknown-namespace", ErrorTag::kUnknownNamespace}};
   const auto found = tags.find(tag);
+  const bool is_namespace = tag == "unknown-namespace";
   throw Refusal(store::MakeError(
       found == tags.end() ? ErrorTag::kBadAttribute : found->second, text,
       element == "rpc" ? store::ErrorType::kRpc : store::ErrorType::kProtocol,
-      {{"bad-attribute", attribute}, {"bad-element", element}}));
+      {{is_namespace ? "bad-namespace" : "bad-attribute",
+        is_namespace ? "" : attribute},
+       {"bad-element", element}}));
 }
 
 void CheckParts(const lyd_node& rpc) {

@@ -7,6 +7,7 @@
 
 #include "ipavd/netconf/filter.h"
 #include "ipavd/netconf/selection.h"
+#include "ipavd/transport/request.h"
 
 namespace ipav::netconf {
 
@@ -42,7 +43,7 @@ bool Names(const lyd_node& filter, const lysc_node& schema) {
   const ly_opaq_name& name = Opaque(filter).name;
   const std::string_view space = View(name.module_ns);
   return View(name.name) == schema.name &&
-         (space.empty() || space == schema.module->ns);
+         (space == transport::kAnyNamespace || space == schema.module->ns);
 }
 
 bool IsContentMatch(const lyd_node& filter) {

@@ -63,7 +63,8 @@ class Editor {
 
  private:
   bool IsStopped() const {
-    return !errors_.empty() && rules_.on_error == OnError::kUndo;
+    return errors_.is_full() ||
+           (!errors_.empty() && rules_.on_error == OnError::kUndo);
   }
 
   bool RefuseElement(ErrorTag tag, const EditItem& item,

@@ -2,6 +2,7 @@
 #ifndef IPAV_IPAVD_STORE_EDIT_ERRORS_H_
 #define IPAV_IPAVD_STORE_EDIT_ERRORS_H_
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,11 +13,21 @@ namespace ipav::store {
 
 class EditErrors {
  public:
+  // The edit ends with so many.
+  static constexpr std::size_t kMax = 100;
+  // Bytes. A longer path, which quotes long keys, is left out, and a longer
+  // message is cut off.
+  static constexpr std::size_t kLongestText = 4096;
+
   bool empty() const { return errors_.empty(); }
+  bool is_full() const { return errors_.size() >= kMax; }
 
   // Both return false, for the caller to return.
   bool Add(RpcError error, const std::string& path) {
-    error.path = path;
+    error.path = path.size() > kLongestText ? "" : path;
+    if (error.message.size() > kLongestText) {
+      error.message.resize(kLongestText);
+    }
     errors_.push_back(std::move(error));
     return false;
   }

@@ -52,10 +52,15 @@ std::string UserOf(int socket) {
 }
 
 // A client may log in under any name, which all other sessions are shown, on
-// their terminals.
+// their terminals. In the log, blanks and "@" separate it from what follows.
 std::string ToName(const std::string& user) {
   constexpr std::size_t kMaxUser = 128;
-  return base::Printable(base::ToXmlText(user.substr(0, kMaxUser)));
+  std::string name;
+  for (const char c :
+       base::Printable(base::ToXmlText(user.substr(0, kMaxUser)))) {
+    name += c == ' ' || c == '@' || c == '(' || c == ')' ? '_' : c;
+  }
+  return name;
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ struct Limits {
 class Relay {
  public:
   // Borrows both streams. The server speaks NETCONF 1.1 after its hello, and
-  // has received a hello of ours. The reader tries each long request.
+  // has received a hello of ours. The reader tries each request.
   Relay(ByteStream* client, ByteStream* server, const Limits& limits,
         RequestReader reader = nullptr);
 

@@ -53,6 +53,7 @@ std::string_view TagOf(std::string_view name, std::string_view space,
 // data of the parser.
 struct Facts {
   bool has_root = false;
+  bool is_in_namespace = false;  // the root
   bool has_filter = false;
   bool needs_changes = false;
 };
@@ -90,10 +91,15 @@ void LookAtAttributes(void* parser, const xmlChar* element,
       facts.needs_changes = true;
     }
   }
+  const bool is_action = ToView(element) == "action" && ToView(space) == kYang;
+  if (facts.is_in_namespace && (space == nullptr || is_action)) {
+    facts.needs_changes = true;
+  }
   if (!facts.has_root && ToView(element) == "rpc" &&
       ToView(space) == kNetconf && !has_message_id) {
     facts.needs_changes = true;
   }
+  if (!facts.has_root) facts.is_in_namespace = space != nullptr;
   facts.has_root = true;
 }
 
@@ -187,8 +193,24 @@ void RenameElementsWithAttributes(const xmlNode* parent) {
   }
 }
 
+// Elements without a namespace select nodes of any.
+void ReplaceMissingNamespaces(xmlNode* filter, const xmlNode* parent) {
+  for (const xmlNode* element = netconf::FirstElement(parent);
+       element != nullptr; element = netconf::NextElement(element)) {
+    if (element->ns == nullptr) {
+      xmlNs* any = xmlSearchNsByHref(filter->doc, filter, ToXml(kAnyNamespace));
+      if (any == nullptr) {
+        any = xmlNewNs(filter, ToXml(kAnyNamespace), ToXml("ipav-any"));
+      }
+      xmlSetNs(const_cast<xmlNode*>(element), any);
+    }
+    ReplaceMissingNamespaces(filter, element);
+  }
+}
+
 Objection PrepareFilter(const xmlNode* filter) {
   RenameElementsWithAttributes(filter);
+  ReplaceMissingNamespaces(const_cast<xmlNode*>(filter), filter);
   const auto type = Attribute(*filter, "type");
   if (type.has_value() && *type != "subtree" && *type != "xpath") {
     return Object("bad-attribute", "type", "filter",
@@ -198,7 +220,11 @@ Objection PrepareFilter(const xmlNode* filter) {
   return select.has_value() ? ObjectionToXPath(*select) : std::nullopt;
 }
 
-Objection ObjectionToAttributes(const xmlNode& element) {
+Objection ObjectionTo(const xmlNode& element) {
+  if (element.ns == nullptr) {
+    return Object("unknown-namespace", "-", ToView(element.name),
+                  "The element has no namespace.");
+  }
   for (const xmlAttr* each = element.properties; each != nullptr;
        each = each->next) {
     const std::string_view name = ToView(each->name);
@@ -223,7 +249,7 @@ Objection PrepareBelow(const xmlNode* parent, int depth) {
     const bool is_filter =
         depth == kDepthOfFilter && IsNetconf(*element, "filter");
     Objection objection =
-        is_filter ? PrepareFilter(element) : ObjectionToAttributes(*element);
+        is_filter ? PrepareFilter(element) : ObjectionTo(*element);
     if (!objection.has_value() && !is_filter) {
       objection = PrepareBelow(element, depth + 1);
     }
@@ -232,11 +258,8 @@ Objection PrepareBelow(const xmlNode* parent, int depth) {
   return std::nullopt;
 }
 
-// Leaves only the name of the operation, and the reason. False if it cannot be
-// annotated.
-bool Refuse(const xmlNode* root, const std::string& reason) {
-  auto* operation = const_cast<xmlNode*>(netconf::FirstElement(root));
-  if (operation == nullptr) return true;  // is refused anyway
+// Leaves only the name of the operation.
+void Empty(xmlNode* operation) {
   while (operation->children != nullptr) {
     xmlNode* child = operation->children;
     xmlUnlinkNode(child);
@@ -244,6 +267,30 @@ bool Refuse(const xmlNode* root, const std::string& reason) {
   }
   xmlFreePropList(operation->properties);
   operation->properties = nullptr;
+}
+
+// libyang 2.1 frees an uninitialised pointer after an action that it cannot
+// read. No module has actions: the server does not know this operation of
+// NETCONF, and says so.
+void ReplaceAction(const xmlNode* root) {
+  auto* operation = const_cast<xmlNode*>(netconf::FirstElement(root));
+  if (operation == nullptr || ToView(operation->name) != "action" ||
+      SpaceOf(operation->ns) != kYang) {
+    return;
+  }
+  Empty(operation);
+  xmlSetNs(operation, root->ns);
+  xmlFreeNsList(operation->nsDef);
+  operation->nsDef = nullptr;
+}
+
+// Leaves only the name of the operation, and the reason. False if it cannot be
+// annotated.
+bool Refuse(const xmlNode* root, const std::string& reason) {
+  auto* operation = const_cast<xmlNode*>(netconf::FirstElement(root));
+  if (operation == nullptr) return true;  // is refused anyway
+  Empty(operation);
+  if (operation->ns == nullptr) xmlSetNs(operation, root->ns);
   xmlNs* space =
       xmlNewNs(operation, ToXml("urn:ipav:netconf"), ToXml("ipav-netconf"));
   return space != nullptr && xmlNewNsProp(operation, space, ToXml("refuse"),
@@ -264,6 +311,7 @@ std::string Prepare(std::string_view message) {
   if (objection.has_value() && !Refuse(root, *objection)) {
     return std::string(kMalformed);
   }
+  if (!objection.has_value()) ReplaceAction(root);
   return netconf::Print(document.get(), root);
 }
 

@@ -9,6 +9,10 @@
 
 namespace ipav::transport {
 
+// In a filter, elements without a namespace get this one. libyang 2.1 would
+// dereference a null pointer when it compares two of them.
+inline constexpr char kAnyNamespace[] = "urn:ipav:any-namespace";
+
 // Clients often send a line break after "]]>]]>". XML allows no blanks before
 // its declaration.
 std::string_view WithoutBlanksBefore(std::string_view message);
@@ -17,12 +21,14 @@ std::string_view WithoutBlanksBefore(std::string_view message);
 // not well-formed XML in UTF-8, or has a document type, is replaced by "<",
 // which the server answers as malformed.
 //
-// If a request has no message-id, or an attribute that the YANG library would
-// ignore or refuse without a name, its operation loses its content and gets the
-// annotation "refuse". These attributes are "operation" and "insert" without a
+// If a request has no message-id, an element without a namespace outside of its
+// filter, or an attribute that the YANG library would ignore or refuse without
+// a name, its operation loses its content and gets the annotation "refuse".
+// These attributes are "operation" and "insert" without a
 // namespace or with an unknown value, and those of a filter. Otherwise an edit
 // with operation="delete" would be a merge. An element of a subtree filter with
-// an attribute gets a name that no node has.
+// an attribute gets a name that no node has. An action becomes an operation
+// that the server does not know.
 std::string PrepareRequest(std::string_view message);
 
 }  // namespace ipav::transport

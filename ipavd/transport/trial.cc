@@ -2,13 +2,9 @@
 
 #include <sys/time.h>
 
-#include <cstddef>
-
 namespace ipav::transport {
 
 namespace {
-
-constexpr std::size_t kShort = std::size_t{16} << 10;  // bytes
 
 void LimitTime(suseconds_t microseconds) {
   constexpr suseconds_t kSecond = 1'000'000;
@@ -21,7 +17,7 @@ void LimitTime(suseconds_t microseconds) {
 
 void TryToRead(const RequestReader& reader, const std::string& request) {
   constexpr suseconds_t kLimit = 250'000;
-  if (reader == nullptr || request.size() <= kShort) return;
+  if (reader == nullptr) return;
   LimitTime(kLimit +
             kLimit * static_cast<suseconds_t>(request.size()) / (1 << 20));
   reader(request);

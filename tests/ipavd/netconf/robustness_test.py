@@ -11,7 +11,7 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 
 from served import (HELLO, IPAPP, NETCONF, PATIENCE, TEST_PLUGINS,
-                    ServerTest, config, l3, wild_model)
+                    ServerTest, config, l3, local_name, wild_model)
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -122,6 +122,37 @@ class RobustnessTest(ServerTest):
                     self.second.rpc(GET)
                     self.assertLess(time.monotonic() - begin, AT_ONCE)
                 self.assertTrue(client.is_dropped())
+
+    def test_answers_what_the_yang_library_does_not_survive(self):
+        self.start()
+        client = self.raw(self.server)
+        twice = '<x xmlns=""/><x xmlns=""/>'
+        for _ in range(3):
+            self.assertEqual(len(client.rpc(
+                GET.replace("</get", f"<filter>{twice}</filter></get"))[0]), 0)
+            self.assert_refused(client.rpc(
+                "<edit-config><target><candidate/></target><config>"
+                f"{twice}</config></edit-config>"),
+                "unknown-namespace", "protocol")
+            self.assert_refused(client.rpc(
+                '<action xmlns="urn:ietf:params:xml:ns:yang:1">a</action>'),
+                "operation-not-supported", "protocol")
+
+    def test_lists_at_most_a_hundred_errors_of_an_edit(self):
+        self.start()
+        client = self.raw(self.server)
+        delete = f'<secondary xmlns:nc="{NETCONF}" nc:operation="delete"><ip>'
+        rows = "".join(f"{delete}10.0.{i // 256}.{i % 256}/24</ip></secondary>"
+                       for i in range(5000))
+        name = "x" * 100000
+        reply = client.rpc(
+            "<edit-config><target><candidate/></target><error-option>"
+            "continue-on-error</error-option><config>"
+            + config(l3(name, more=f"<ipv4><address>{rows}</address></ipv4>"))
+            + "</config></edit-config>")
+        self.assertEqual(len(reply), 100)
+        for error in reply:
+            self.assertNotIn("error-path", map(local_name, error))
 
     def test_drops_what_does_not_begin_with_a_hello(self):
         self.start()

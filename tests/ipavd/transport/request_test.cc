@@ -99,6 +99,13 @@ INSTANTIATE_TEST_SUITE_P(
                 "</get-config>",
                 "<get-config><filter><a><no-node-has-attributes>d"
                 "</no-node-has-attributes></a></filter></get-config>"},
+        // Elements without a namespace.
+        Changed{"<get><filter><a xmlns=''/><b><c xmlns=''/></b></filter></get>",
+                "<get><filter xmlns:ipav-any=\"urn:ipav:any-namespace\">"
+                "<ipav-any:a xmlns=\"\"/><b><ipav-any:c xmlns=\"\"/></b>"
+                "</filter></get>"},
+        Changed{"<action xmlns='urn:ietf:params:xml:ns:yang:1'>a</action>",
+                "<action/>"},
         // Only the operation's own element is a filter.
         Changed{"<a><b><filter><c d=\"e\"/></filter></b></a>",
                 "<a><b><filter><c d=\"e\"/></filter></b></a>"},
@@ -161,6 +168,8 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"<do><filter type='xpath' select=\"/a[b='\xc3\xa4'\"/></do>",
                 "bad-attribute select filter The attribute select is no XPath "
                 "expression, see character 9: /a[b='\xc3\xa4'"},
+        Refused{"<do><a/><b xmlns=''/></do>",
+                "unknown-namespace - b The element has no namespace."},
         // Nothing else can use the annotation's prefix.
         Refused{"!<do xmlns:ipav-netconf='u'/>", ""}));
 

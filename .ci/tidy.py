@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """tidy.py BUILD: clang-tidy on every source of a configured build folder.
 
-Uses the commands of BUILD/compile_commands.json, compiles nothing, and prints
-the findings of clang and clang-tidy; the exit status is 1 if there are any. A
+Uses the commands of BUILD/compile_commands.json, writes no object file, and
+prints the findings of clang and clang-tidy; the exit status is 1 if there are any. A
 source of several targets is read once. Generated sources are not read, except
 those that include several of the project's so that headers are read once. The
 sources of the product among the latter are also compiled alone: a missing

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "ipavd/netconf/library.h"
-#include "ipavd/netconf/message_context.h"
 #include "ipavd/netconf/service.h"
 #include "ipavd/store/datastores.h"
 #include "ipavd/transport/acceptor.h"

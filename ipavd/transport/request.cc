@@ -67,11 +67,10 @@ void RefuseDocumentType(void* parser, const xmlChar* /*name*/,
   context->wellFormed = 0;
 }
 
-void LookAtAttributes(void* parser, const xmlChar* element,
-                      const xmlChar* /*prefix*/, const xmlChar* space,
-                      int /*namespaces*/, const xmlChar** /*declared*/,
-                      int count, int /*defaulted*/,
-                      const xmlChar** attributes) {
+void LookAtElement(void* parser, const xmlChar* element,
+                   const xmlChar* /*prefix*/, const xmlChar* space,
+                   int /*namespaces*/, const xmlChar** /*declared*/, int count,
+                   int /*defaulted*/, const xmlChar** attributes) {
   constexpr int kParts = 5;  // name, prefix, namespace, begin and end of value
   auto& facts =
       *static_cast<Facts*>(static_cast<xmlParserCtxt*>(parser)->_private);
@@ -115,7 +114,7 @@ bool IsWellFormed(std::string_view message, Facts* facts) {
   handlers = {};
   handlers.initialized = XML_SAX2_MAGIC;  // checks namespaces
   handlers.internalSubset = RefuseDocumentType;
-  handlers.startElementNs = LookAtAttributes;
+  handlers.startElementNs = LookAtElement;
   parser->_private = facts;
   xmlCtxtReadMemory(parser.get(), message.data(),
                     static_cast<int>(message.size()), nullptr, "UTF-8",
@@ -269,6 +268,13 @@ void Empty(xmlNode* operation) {
   operation->properties = nullptr;
 }
 
+// Without the namespaces that the element declares itself.
+void PutInto(xmlNs* space, xmlNode* element) {
+  xmlSetNs(element, space);
+  xmlFreeNsList(element->nsDef);
+  element->nsDef = nullptr;
+}
+
 // libyang 2.1 frees an uninitialised pointer after an action that it cannot
 // read. No module has actions: the server does not know this operation of
 // NETCONF, and says so.
@@ -279,9 +285,7 @@ void ReplaceAction(const xmlNode* root) {
     return;
   }
   Empty(operation);
-  xmlSetNs(operation, root->ns);
-  xmlFreeNsList(operation->nsDef);
-  operation->nsDef = nullptr;
+  PutInto(root->ns, operation);
 }
 
 // Leaves only the name of the operation, and the reason. False if it cannot be
@@ -290,7 +294,7 @@ bool Refuse(const xmlNode* root, const std::string& reason) {
   auto* operation = const_cast<xmlNode*>(netconf::FirstElement(root));
   if (operation == nullptr) return true;  // is refused anyway
   Empty(operation);
-  if (operation->ns == nullptr) xmlSetNs(operation, root->ns);
+  if (operation->ns == nullptr) PutInto(root->ns, operation);
   xmlNs* space =
       xmlNewNs(operation, ToXml("urn:ipav:netconf"), ToXml("ipav-netconf"));
   return space != nullptr && xmlNewNsProp(operation, space, ToXml("refuse"),

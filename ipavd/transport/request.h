@@ -24,11 +24,11 @@ std::string_view WithoutBlanksBefore(std::string_view message);
 // If a request has no message-id, an element without a namespace outside of its
 // filter, or an attribute that the YANG library would ignore or refuse without
 // a name, its operation loses its content and gets the annotation "refuse".
-// These attributes are "operation" and "insert" without a
-// namespace or with an unknown value, and those of a filter. Otherwise an edit
-// with operation="delete" would be a merge. An element of a subtree filter with
-// an attribute gets a name that no node has. An action becomes an operation
-// that the server does not know.
+// These attributes are "operation" and "insert" without a namespace or with an
+// unknown value, and those of a filter. Otherwise an edit with
+// operation="delete" would be a merge. An element of a subtree filter with an
+// attribute gets a name that no node has. An action becomes an operation that
+// the server does not know.
 std::string PrepareRequest(std::string_view message);
 
 }  // namespace ipav::transport

@@ -155,7 +155,10 @@ class SshTest(ServerTest):
         other = self.raw(server)
         for user, shown in [("a<&b", "a<&b"), ("a\x01\n\x7fb", "a\\x01\\x0a\\x7fb"),
                             ("\ufffe", "\ufffd"),
-                            ("\x9b2J\u202e\u2028", "\\x9b2J\\u202e\\u2028"), ("x" * 2000, "x" * 128),
+                            ("\x9b2J\u202e\u2028", "\\x9b2J\\u202e\\u2028"),
+                            # It must not look like the rest of a line.
+                            ("a@10.0.0.1 (x)", "a_10.0.0.1__x_"),
+                            ("x" * 2000, "x" * 128),
                             ("x" + "\u00e9" * 100,
                              "x" + "\u00e9" * 63 + "\ufffd")]:
             with self.subTest(user):

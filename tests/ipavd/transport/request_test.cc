@@ -170,6 +170,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "expression, see character 9: /a[b='\xc3\xa4'"},
         Refused{"<do><a/><b xmlns=''/></do>",
                 "unknown-namespace - b The element has no namespace."},
+        Refused{"<do xmlns=''/>",
+                "unknown-namespace - do The element has no namespace."},
         // Nothing else can use the annotation's prefix.
         Refused{"!<do xmlns:ipav-netconf='u'/>", ""}));
 

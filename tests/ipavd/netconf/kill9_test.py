@@ -66,16 +66,29 @@ class Committer:
 
 
 class KillTest(ServerTest):
-    def wait_for_moment(self, dice):
-        """Any at all, or one at which running is being written."""
-        if dice.random() < 0.5:
-            time.sleep(dice.random() * 0.12)
-            return
+    def wait_for_draft(self, is_there):
+        """Until the next running is being written, or stands."""
         draft = self.folder / "state" / "running.xml.new"
         end = time.monotonic() + PATIENCE
-        while not draft.exists() and time.monotonic() < end:
+        while draft.exists() != is_there and time.monotonic() < end:
             time.sleep(0.0001)
-        time.sleep(dice.random() * 0.002)
+
+    def wait_for_moment(self, dice):
+        """Any at all, or in one of the first commits, seen by its files:
+        on a slow machine no commit has begun after a fixed time.
+        """
+        kind = dice.choice(["any", "while it is written", "once it stands"])
+        if kind == "any":
+            time.sleep(dice.random() * 0.12)
+            return
+        for _ in range(dice.randrange(3)):
+            self.wait_for_draft(True)
+            self.wait_for_draft(False)
+        self.wait_for_draft(True)
+        if kind == "once it stands":
+            self.wait_for_draft(False)
+        else:
+            time.sleep(dice.random() * 0.002)
 
     def live(self, number, dice):
         """The life of a server from there on, and its end."""

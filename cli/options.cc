@@ -1,5 +1,7 @@
 #include "cli/options.h"
 
+#include <CLI/Error.hpp>
+#include <CLI/TypeTools.hpp>
 #include <CLI/Validators.hpp>
 #include <chrono>
 #include <cstddef>
@@ -16,6 +18,19 @@ CLI::Validator IsFormat() {
     return name + " is not text, json, sarif or junit";
   };
   return {why_not, "{text,json,sarif,junit}", "format"};
+}
+
+// Parses "I/N", where I is from 1 to N.
+report::Shard ParseShard(const std::string& text) {
+  report::Shard shard{0, 0};
+  const std::size_t slash = text.find('/');
+  if (slash == std::string::npos ||
+      !CLI::detail::lexical_cast(text.substr(0, slash), shard.number) ||
+      !CLI::detail::lexical_cast(text.substr(slash + 1), shard.of) ||
+      shard.number < 1 || shard.number > shard.of) {
+    throw CLI::ValidationError("--shard", text + " is not I/N, 1/N to N/N");
+  }
+  return shard;
 }
 
 }  // namespace
@@ -75,8 +90,30 @@ void AddReport(CLI::App* command, report::ReportOptions* options) {
           "File for the report, replaced only when complete (default: standard "
           "output)",
           &options->output);
+}
+
+void AddFailedOnly(CLI::App* command, report::ReportOptions* options) {
   command->add_flag("--failed-only", options->failed_only,
                     "Omit accepted devices");
+}
+
+void AddFleet(CLI::App* command, check::FleetOptions* options,
+              std::optional<report::Shard>* shard) {
+  constexpr unsigned kMaxJobs = 256;  // two files each, of the usual 1024
+  command
+      ->add_option("-j,--jobs", options->jobs,
+                   "Devices to check at a time (default: the number of "
+                   "processors)")
+      ->check(CLI::Range(1U, kMaxJobs));
+  const auto set_shard = [shard](const std::string& text) {
+    *shard = ParseShard(text);
+  };
+  command
+      ->add_option_function<std::string>(
+          "--shard", set_shard,
+          "Check every N-th device of the list, starting with the I-th")
+      ->type_name("I/N");
+  command->add_flag("-q,--quiet", options->is_quiet, "Show no progress line");
 }
 
 }  // namespace ipav::cli

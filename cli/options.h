@@ -3,12 +3,15 @@
 #define IPAV_CLI_OPTIONS_H_
 
 #include <CLI/App.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/check/fleet.h"
 #include "cli/locations.h"
 #include "cli/reading.h"
 #include "cli/report/report_output.h"
+#include "cli/report/run.h"
 
 namespace ipav::cli {
 
@@ -42,8 +45,15 @@ void AddLimits(CLI::App* command, const std::string& of_what,
 // --yang
 void AddYang(CLI::App* command, Locations* locations);
 
-// --format, --output and --failed-only.
+// --format and --output.
 void AddReport(CLI::App* command, report::ReportOptions* options);
+
+// --failed-only
+void AddFailedOnly(CLI::App* command, report::ReportOptions* options);
+
+// --jobs, --shard and --quiet.
+void AddFleet(CLI::App* command, check::FleetOptions* options,
+              std::optional<report::Shard>* shard);
 
 }  // namespace ipav::cli
 

@@ -133,6 +133,15 @@ std::vector<Device> FindDevices(const std::vector<std::string>& names,
   return collector.Take();
 }
 
+std::vector<std::string> FilesOf(const std::vector<Device>& devices) {
+  std::vector<std::string> files;
+  for (const Device& device : devices) {
+    files.push_back(device.candidate);
+    files.push_back(device.running);
+  }
+  return files;
+}
+
 std::vector<Device> PartOf(const std::vector<Device>& devices,
                            const report::Shard& shard) {
   std::vector<Device> part;

@@ -29,6 +29,9 @@ struct Device {
 std::vector<Device> FindDevices(const std::vector<std::string>& names,
                                 const std::string& running);
 
+// The files that the devices are read from; an empty name stands for none.
+std::vector<std::string> FilesOf(const std::vector<Device>& devices);
+
 // The devices of one shard.
 std::vector<Device> PartOf(const std::vector<Device>& devices,
                            const report::Shard& shard);

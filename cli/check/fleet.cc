@@ -87,20 +87,23 @@ DeviceReport ReportOf(const Device& device, const Pool::Result& result) {
 
 }  // namespace
 
-void JudgeFleet(const Judge& judge, const std::vector<Device>& devices,
-                const FleetOptions& options,
+void JudgeFleet(const std::vector<Judge>& judges,
+                const std::vector<Device>& devices, const FleetOptions& options,
                 const std::function<void(const DeviceReport&)>& take) {
   // See FleetOptions::time_limit.
   constexpr int kTimeLimits = 4;
-  Progress progress(devices.size(), !options.is_quiet);
+  const std::size_t count = devices.size() * judges.size();
+  Progress progress(count, judges.size() == 1 ? "devices" : "verdicts",
+                    !options.is_quiet);
   const auto job = [&](std::size_t number, const Sender& sender) {
-    return JudgeDevice(judge, devices[number], sender);
+    return JudgeDevice(judges[number % judges.size()],
+                       devices[number / judges.size()], sender);
   };
   const std::size_t jobs = options.jobs > 0 ? options.jobs : Processors();
-  Pool pool(devices.size(), {jobs, options.time_limit * kTimeLimits}, job,
-            &progress);
-  for (const Device& device : devices) {
-    const DeviceReport report = ReportOf(device, pool.Next());
+  Pool pool(count, {jobs, options.time_limit * kTimeLimits}, job, &progress);
+  for (std::size_t i = 0; i < count; ++i) {
+    const DeviceReport report =
+        ReportOf(devices[i / judges.size()], pool.Next());
     progress.Clear();
     take(report);
   }

@@ -21,11 +21,12 @@ struct FleetOptions {
   bool is_quiet = false;  // no progress line, even on a terminal
 };
 
-// Calls `take` with the reports in the order of the devices. Throws
-// std::runtime_error when the plug-in cannot be loaded, or no process can be
+// Calls `take` with the reports in the order of the devices: for each device
+// that of the first judge, then that of the second, and so on. Throws
+// std::runtime_error when a plug-in cannot be loaded, or no process can be
 // created.
-void JudgeFleet(const Judge& judge, const std::vector<Device>& devices,
-                const FleetOptions& options,
+void JudgeFleet(const std::vector<Judge>& judges,
+                const std::vector<Device>& devices, const FleetOptions& options,
                 const std::function<void(const report::DeviceReport&)>& take);
 
 }  // namespace ipav::cli::check

@@ -23,22 +23,23 @@ ExitStatus StatusOf(int wait_status) {
 
 }  // namespace
 
-std::string InWords(const report::Summary& ended, std::size_t count,
-                    std::chrono::duration<double> passed) {
-  const std::size_t done = ended.devices();
-  std::string text = fmt::format("{} of {} devices, {} refused", done, count,
-                                 ended.Of(kRefused));
-  const std::size_t failed = ended.Of(kBadInput) + ended.Of(kPluginFailed);
+Progress::Progress(std::size_t count, const char* what, bool is_wanted)
+    : count_(count),
+      what_(what),
+      is_shown_(is_wanted && isatty(STDERR_FILENO) == 1) {}
+
+std::string Progress::InWords(std::chrono::duration<double> passed) const {
+  const std::size_t done = ended_.devices();
+  std::string text = fmt::format("{} of {} {}, {} refused", done, count_, what_,
+                                 ended_.Of(kRefused));
+  const std::size_t failed = ended_.Of(kBadInput) + ended_.Of(kPluginFailed);
   if (failed > 0) text += fmt::format(", {} not judged", failed);
   if (done == 0 || passed.count() <= 0) return text;
   const double rate = static_cast<double>(done) / passed.count();
-  const double left = static_cast<double>(count - done) / rate;
+  const double left = static_cast<double>(count_ - done) / rate;
   return text + fmt::format(", {:.3g} per second, {:.0f} s left", rate,
                             std::ceil(left));
 }
-
-Progress::Progress(std::size_t count, bool is_wanted)
-    : count_(count), is_shown_(is_wanted && isatty(STDERR_FILENO) == 1) {}
 
 void Progress::OnEnd(int wait_status) { ended_.Add(StatusOf(wait_status)); }
 
@@ -46,7 +47,7 @@ void Progress::OnWait() {
   constexpr std::chrono::milliseconds kBetweenDrawings{100};
   const Clock::time_point now = Clock::now();
   if (!is_shown_ || (is_drawn_ && now - drawn_ < kBetweenDrawings)) return;
-  fmt::print(stderr, "{}{}", kClearLine, InWords(ended_, count_, now - start_));
+  fmt::print(stderr, "{}{}", kClearLine, InWords(now - start_));
   static_cast<void>(std::fflush(stderr));
   drawn_ = now;
   is_drawn_ = true;

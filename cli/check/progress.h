@@ -11,14 +11,11 @@
 
 namespace ipav::cli::check {
 
-// "312 of 1000 devices, 4 refused, 52 per second, 13 s left"
-std::string InWords(const report::Summary& ended, std::size_t count,
-                    std::chrono::duration<double> passed);
-
 class Progress : public Pool::Listener {
  public:
-  // On standard error, if that is a terminal and `is_wanted`.
-  Progress(std::size_t count, bool is_wanted);
+  // On standard error, if that is a terminal and `is_wanted`. `what` is the
+  // plural of what the jobs make: "devices". It is borrowed.
+  Progress(std::size_t count, const char* what, bool is_wanted);
   ~Progress() override { Clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -32,7 +29,11 @@ class Progress : public Pool::Listener {
  private:
   using Clock = std::chrono::steady_clock;
 
+  // "312 of 1000 devices, 4 refused, 52 per second, 13 s left"
+  std::string InWords(std::chrono::duration<double> passed) const;
+
   const std::size_t count_;
+  const char* const what_;
   const bool is_shown_;
   const Clock::time_point start_ = Clock::now();
   Clock::time_point drawn_;

@@ -3,9 +3,6 @@
 #include <unistd.h>
 
 #include <CLI/App.hpp>
-#include <CLI/Error.hpp>
-#include <CLI/TypeTools.hpp>
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
@@ -87,38 +84,6 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
             &options->report.color);
 }
 
-// Parses "I/N", where I is from 1 to N.
-report::Shard ParseShard(const std::string& text) {
-  report::Shard shard{0, 0};
-  const std::size_t slash = text.find('/');
-  if (slash == std::string::npos ||
-      !CLI::detail::lexical_cast(text.substr(0, slash), shard.number) ||
-      !CLI::detail::lexical_cast(text.substr(slash + 1), shard.of) ||
-      shard.number < 1 || shard.number > shard.of) {
-    throw CLI::ValidationError("--shard", text + " is not I/N, 1/N to N/N");
-  }
-  return shard;
-}
-
-void AddFleet(CLI::App* command, CheckOptions* options) {
-  constexpr unsigned kMaxJobs = 256;  // two files each, of the usual 1024
-  command
-      ->add_option("-j,--jobs", options->fleet.jobs,
-                   "Devices to check at a time (default: the number of "
-                   "processors)")
-      ->check(CLI::Range(1U, kMaxJobs));
-  const auto set_shard = [options](const std::string& text) {
-    options->shard = ParseShard(text);
-  };
-  command
-      ->add_option_function<std::string>(
-          "--shard", set_shard,
-          "Check every N-th device of the list, starting with the I-th")
-      ->type_name("I/N");
-  command->add_flag("-q,--quiet", options->fleet.is_quiet,
-                    "Show no progress line");
-}
-
 // --- Inputs
 
 // Whether the report is one of a fleet, which ends with a summary.
@@ -138,11 +103,8 @@ bool IsFleet(const CheckOptions& options) {
 void RefuseToReplaceInputs(const CheckOptions& options,
                            const std::vector<Device>& devices) {
   if (options.report.output.empty() && options.page.empty()) return;
-  std::vector<std::string> inputs = {options.running};
-  for (const Device& device : devices) {
-    inputs.push_back(device.candidate);
-    inputs.push_back(device.running);
-  }
+  std::vector<std::string> inputs = check::FilesOf(devices);
+  inputs.push_back(options.running);
   report::RefuseToReplace(options.page, inputs);
   inputs.push_back(options.page);
   report::RefuseToReplace(options.report.output, inputs);
@@ -223,7 +185,7 @@ ExitStatus Check(const CheckOptions& options) {
   } else {
     check::FleetOptions fleet = options.fleet;
     if (options.judge.trace) fleet.jobs = 1;  // else the calls would be mixed
-    check::JudgeFleet(judge, devices, fleet, take);
+    check::JudgeFleet({judge}, devices, fleet, take);
   }
   output.End(is_fleet);
   if (page) page->End();
@@ -246,7 +208,8 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
             "read a configuration, and for the plug-in to check a candidate",
             &options->judge.limits);
   AddReport(command, &options->report);
-  AddFleet(command, options.get());
+  AddFailedOnly(command, &options->report);
+  AddFleet(command, &options->fleet, &options->shard);
   command
       ->add_option("candidate", options->candidates,
                    "Configurations to check, XML or JSON, or folders of them")

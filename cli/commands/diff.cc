@@ -130,17 +130,8 @@ char SignOf(const Change& change) {
   return change.after == nullptr ? '-' : '~';
 }
 
-// A value in a line of text; in quotes if its ends would not be visible, or if
-// a terminal would interpret it.
-std::string QuotedIfNeeded(const std::string& value) {
-  const bool is_plain = !value.empty() && value.front() != ' ' &&
-                        value.back() != ' ' && value.front() != '"' &&
-                        base::IsPrintable(value);
-  return is_plain ? value : base::Quoted(value);
-}
-
 std::string ValueText(const lyd_node& leaf) {
-  return QuotedIfNeeded(lyd_get_value(&leaf)) +
+  return base::QuotedIfNeeded(lyd_get_value(&leaf)) +
          (IsDefault(leaf) ? " (default)" : "");
 }
 

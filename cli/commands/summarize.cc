@@ -211,6 +211,7 @@ Command AddSummarize(CLI::App* app, const Locations& /*locations*/) {
       "summarize", "Combine the JSON reports of several runs into one");
   command->footer(kSummarizeNotes);
   AddReport(command, &options->report);
+  AddFailedOnly(command, &options->report);
   command->add_option("result", options->results, "JSON reports")
       ->type_name(kFile)
       ->required();

@@ -64,7 +64,8 @@ Command CommandOf(const CLI::App& app,
       command.arguments.push_back({value, option->get_expected_max() > 1});
     } else {
       command.options.push_back({NamesOf(*option), option->get_description(),
-                                 option->get_items_expected_max() > 0, value});
+                                 option->get_items_expected_max() > 0,
+                                 option->get_expected_max() > 1, value});
     }
   }
   return command;

@@ -25,6 +25,7 @@ struct Option {
   Words names;  // "-j", "--jobs"; short ones first
   std::string description;
   bool has_value = false;
+  bool is_repeated = false;
   Value value;
 };
 

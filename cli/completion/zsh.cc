@@ -54,13 +54,16 @@ std::string Action(const Value& value) {
 }
 
 // "(-j --jobs)--jobs=[Devices ...]:UINT: ": one of two names goes without the
-// other, and the value may be in the same word.
+// other, and the value may be in the same word. "*--plugin=[...": it may be
+// given again.
 Words SpecsOf(const Option& option) {
   Words specs;
   for (const std::string& name : option.names) {
     const bool is_long = name.compare(0, 2, "--") == 0;
     std::string spec =
-        fmt::format("({}){}", fmt::join(option.names, " "), name);
+        option.is_repeated
+            ? "*" + name
+            : fmt::format("({}){}", fmt::join(option.names, " "), name);
     if (option.has_value) spec += is_long ? "=" : "+";
     spec += "[" + Quoted(option.description, "[]\\") + "]";
     if (option.has_value) spec += Action(option.value);

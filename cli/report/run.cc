@@ -4,16 +4,21 @@
 
 namespace ipav::cli::report {
 
+std::string DevicesInWords(const Run& run, std::size_t devices) {
+  std::string text;
+  if (run.shard) {
+    text = fmt::format("shard {} of {} of {} devices, ", run.shard->number,
+                       run.shard->of, run.list_size);
+  }
+  return text + fmt::format("{} device{}: ", devices, devices == 1 ? "" : "s");
+}
+
 std::string InWords(const Run& run) {
   const Summary& summary = run.summary;
-  std::string text = fmt::format(
-      "{} device{}: {} accepted, {} refused, {} bad input, {} failed",
-      summary.devices(), summary.devices() == 1 ? "" : "s",
-      summary.Of(kAccepted), summary.Of(kRefused), summary.Of(kBadInput),
-      summary.Of(kPluginFailed));
-  if (!run.shard) return text;
-  return fmt::format("shard {} of {} of {} devices, {}", run.shard->number,
-                     run.shard->of, run.list_size, text);
+  return DevicesInWords(run, summary.devices()) +
+         fmt::format("{} accepted, {} refused, {} bad input, {} failed",
+                     summary.Of(kAccepted), summary.Of(kRefused),
+                     summary.Of(kBadInput), summary.Of(kPluginFailed));
 }
 
 }  // namespace ipav::cli::report

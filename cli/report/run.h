@@ -48,8 +48,11 @@ struct Run {
   std::size_t list_size = 0;  // number of devices of all shards
 };
 
-// "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed", after "shard 1 of
-// 4 of 12 devices, " if the run is a shard.
+// "4 devices: ", after "shard 1 of 4 of 12 devices, " if the run is a shard.
+std::string DevicesInWords(const Run& run, std::size_t devices);
+
+// "4 devices: 1 accepted, 2 refused, 0 bad input, 1 failed", after the
+// shard if the run is one.
 std::string InWords(const Run& run);
 
 }  // namespace ipav::cli::report

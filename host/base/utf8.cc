@@ -190,6 +190,13 @@ std::string Escaped(std::string_view text) {
 
 std::string Quoted(std::string_view text) { return '"' + Escaped(text) + '"'; }
 
+std::string QuotedIfNeeded(const std::string& text) {
+  const bool is_plain = !text.empty() && text.front() != ' ' &&
+                        text.back() != ' ' && text.front() != '"' &&
+                        IsPrintable(text);
+  return is_plain ? text : Quoted(text);
+}
+
 std::string ToUtf8(std::string_view bytes) {
   return ConvertEach(bytes, [](const auto& character, std::string_view text) {
     return character.is_valid ? std::string(text) : kReplacementCharacter;

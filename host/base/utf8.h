@@ -55,6 +55,10 @@ std::string Printable(std::string_view text);
 std::string Escaped(std::string_view text);
 std::string Quoted(std::string_view text);
 
+// A text in a line; in quotes if its ends would not be visible, or if a
+// terminal would interpret it.
+std::string QuotedIfNeeded(const std::string& text);
+
 // `bytes` with U+FFFD in place of bytes that are not UTF-8.
 std::string ToUtf8(std::string_view bytes);
 

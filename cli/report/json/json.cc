@@ -223,6 +223,12 @@ Json ToJson(const DeviceReport& device) {
   return json;
 }
 
+Json ShardToJson(const Run& run) {
+  return {{"number", run.shard->number},
+          {"of", run.shard->of},
+          {"listSize", run.list_size}};
+}
+
 DeviceReport FromJson(const Json& json) {
   DeviceReport device;
   device.number = json.value("number", std::size_t{0});
@@ -268,10 +274,7 @@ void JsonWriter::Begin() {
   fmt::print(out_, "{{\n\"format\": {},\n\"version\": {},\n\"tool\": {},\n",
              Json(kFormat).dump(), kVersion, tool.dump());
   if (run_.shard) {
-    const Json shard = {{"number", run_.shard->number},
-                        {"of", run_.shard->of},
-                        {"listSize", run_.list_size}};
-    fmt::print(out_, "\"shard\": {},\n", shard.dump());
+    fmt::print(out_, "\"shard\": {},\n", ShardToJson(run_).dump());
   }
   fmt::print(out_, "\"devices\": [");
 }

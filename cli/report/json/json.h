@@ -15,6 +15,9 @@ namespace ipav::cli::report {
 // Only devices with times have them in the report.
 Json ToJson(const DeviceReport& device);
 
+// The run must be a shard.
+Json ShardToJson(const Run& run);
+
 // Throws std::exception for JSON that is not from ToJson().
 DeviceReport FromJson(const Json& json);
 

@@ -52,7 +52,7 @@ struct Suite {
 };
 
 std::string NameOf(const std::string& point, const std::string& path) {
-  return point + " " + path;
+  return path.empty() ? point : point + " " + path;
 }
 
 // Findings are those of the refusals, in their order.

@@ -20,6 +20,7 @@ struct Command {
 // Each adds its subcommand to `app`, which must outlive the result. The
 // locations are the defaults of options such as --plugin and --yang.
 Command AddCheck(CLI::App* app, const Locations& locations);
+Command AddCompare(CLI::App* app, const Locations& locations);
 Command AddSummarize(CLI::App* app, const Locations& locations);
 Command AddPoints(CLI::App* app, const Locations& locations);
 Command AddDiff(CLI::App* app, const Locations& locations);

@@ -25,6 +25,7 @@ constexpr char kNotes[] =
     "  ipav check --failed-only -j 8 devices/\n"
     "  ipav check --format json --output 2.json --shard 2/4 devices/\n"
     "  ipav summarize 1.json 2.json 3.json 4.json\n"
+    "  ipav compare --plugin old.so --plugin new.so devices/\n"
     "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "  ipav points\n"
     "  ipav explain ipv4_addr_validation\n"
@@ -56,6 +57,7 @@ int Run(int argc, char** argv) {
   const ipav::cli::Locations locations = ipav::cli::FindLocations();
   const std::vector<ipav::cli::Command> commands = {
       ipav::cli::AddCheck(&app, locations),
+      ipav::cli::AddCompare(&app, locations),
       ipav::cli::AddSummarize(&app, locations),
       ipav::cli::AddPoints(&app, locations),
       ipav::cli::AddDiff(&app, locations),

@@ -28,6 +28,7 @@ constexpr const char* kDeeds[] = {"hang",
                                   "refuse-in-odd-bytes",
                                   "write-for-ever",
                                   "close-files",
+                                  "throw",
                                   "kill-parent"};
 
 // A model of one leaf for each deed of the test plug-in, and of nodes that hold

@@ -14,9 +14,10 @@ class CommandsTest : public FolderTest,
                      public ::testing::WithParamInterface<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Commands, CommandsTest,
-                         ::testing::Values("check", "commit", "completion",
-                                           "convert", "diff", "explain", "new",
-                                           "points", "summarize"),
+                         ::testing::Values("check", "commit", "compare",
+                                           "completion", "convert", "diff",
+                                           "explain", "new", "points",
+                                           "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(CommandsTest, HasExamplesAndTheReadmeNamesTheCommand) {

@@ -146,7 +146,7 @@ TEST_P(Completion, OffersTheSubcommandsFirst) {
   const Words commands = Commands();
   EXPECT_EQ(Offers({"ipav", ""}), WordSet(commands.begin(), commands.end()));
   EXPECT_EQ(Offers({"ipav", "co"}),
-            (WordSet{"commit", "completion", "convert"}));
+            (WordSet{"commit", "compare", "completion", "convert"}));
 }
 
 TEST_P(Completion, OffersTheOptionsOfTheProgramAndOfEachSubcommand) {
@@ -156,6 +156,11 @@ TEST_P(Completion, OffersTheOptionsOfTheProgramAndOfEachSubcommand) {
     ASSERT_GT(options.count("--help"), 0U) << command;
     EXPECT_EQ(Offers({"ipav", command, "--"}), LongOnesOf(options)) << command;
   }
+}
+
+TEST_P(Completion, OffersAnOptionAgainThatMayBeRepeated) {
+  const Words words = {"ipav", "compare", "--plugin", "a.so", "--plu"};
+  EXPECT_EQ(Offers(words), WordSet{"--plugin"});
 }
 
 TEST_P(Completion, OffersShortOptions) {
@@ -301,10 +306,9 @@ TEST(Manual, HasEachOptionInItsSynopsisAsWell) {
   for (const auto& [command, options] : items) {
     WordSet expected = options;
     if (command.empty()) expected.erase("-h");
-    if (command == "check") {
-      for (const char* name : {"--jobs", "--quiet", "--verbose"}) {
-        EXPECT_EQ(expected.erase(name), 1U) << name;
-      }
+    for (const auto& [name, shorter] : std::map<std::string, std::string>{
+             {"--jobs", "-j"}, {"--quiet", "-q"}, {"--verbose", "-v"}}) {
+      EXPECT_EQ(expected.erase(name), expected.count(shorter)) << name;
     }
     EXPECT_EQ(synopsis[command], expected) << command;
   }

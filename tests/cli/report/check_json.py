@@ -6,6 +6,7 @@ against the report as well: each of these damages must be found.
 """
 import copy
 import json
+import pathlib
 import subprocess
 import sys
 
@@ -26,10 +27,13 @@ def damaged(report):
             wrong = copy.deepcopy(report)
             wrong["devices"][place][name] = -1.5
             yield f"device {place} with {name} -1.5", wrong
-        for name in ("candidate", "verdict"):
+        for name in device.keys() & {
+                "candidate", "verdict", "differences", "old", "new"}:
             less = copy.deepcopy(report)
             del less["devices"][place][name]
             yield f"device {place} without {name}", less
+        if "verdict" not in device:
+            continue
         other = copy.deepcopy(report)
         other["devices"][place]["verdict"] = (
             "accepted" if device["verdict"] == "badInput" else "badInput")
@@ -42,7 +46,10 @@ def main():
     jsonschema.Draft7Validator.check_schema(schema)
     output = subprocess.run(sys.argv[2:], stdout=subprocess.PIPE, check=False)
     report = json.loads(output.stdout.decode("utf-8"))
-    validator = jsonschema.Draft7Validator(schema)
+    # A schema may refer to another one in its folder.
+    base = pathlib.Path(sys.argv[1]).absolute().as_uri()
+    validator = jsonschema.Draft7Validator(
+        schema, resolver=jsonschema.RefResolver(base, schema))
     for error in validator.iter_errors(report):
         sys.exit(f"{error.json_path}: {error.message}")
     if not report["devices"]:

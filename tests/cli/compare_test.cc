@@ -184,21 +184,20 @@ TEST_F(CompareTest, ShowsEveryKindOfAnswer) {
 }
 
 TEST_F(CompareTest,
-       AFailureOutsideOfACallHidesNoRefusalAndNoAcceptanceIsShown) {
+       AFailureOutsideOfACallIsShownWithRefusalsByTheOtherVersion) {
   const std::string file =
-      WriteData("a.xml", "<warn>x</warn><return-1>x</return-1>");
-  EXPECT_EQ(
-      CompareWild("obeys_opaque", "fails_in_init", {file}).out,
-      file +
-          ": refused by the old version, not judged (the plug-in failed) by "
-          "the new one\n" +
-          DeedLines("return-1") +
-          "  old: (refused with result 1) a number of its own\n"
-          "  new: (not called)\n"
-          "  failure\n"
-          "  old: (none)\n"
-          "  new: the plug-in failed: lib_init failed\n" +
-          LastLine(0, 1, 1));
+      WriteData("\x1b.xml", "<warn>x</warn><return-1>x</return-1>");
+  EXPECT_EQ(CompareWild("obeys_opaque", "fails_in_init", {file}).out,
+            in() +
+                "/\\x1b.xml: refused by the old version, not judged (the "
+                "plug-in failed) by the new one\n" +
+                DeedLines("return-1") +
+                "  old: (refused with result 1) a number of its own\n"
+                "  new: (not called)\n"
+                "  failure\n"
+                "  old: (none)\n"
+                "  new: the plug-in failed: lib_init failed\n" +
+                LastLine(0, 1, 1));
 }
 
 TEST_F(CompareTest, WhatNeitherVersionJudgesIsListedAndIsNoDifference) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/base/utf8.h"
+#include "ipavd/transport/reading_limit.h"
 #include "ipavd/transport/request.h"
 #include "netconf/hello.h"
 
@@ -143,9 +144,10 @@ void Relay::ReadClient() {
 
 void Relay::FromClient(std::string_view message) {
   NoteActivity();
+  const ReadingLimit limit(message.size());
   if (framing_.has_value()) {
     const std::string request = PrepareRequest(message);
-    TryToRead(reader_, request);
+    if (reader_ != nullptr) reader_(request);
     to_server_.Add(Frame(Framing::kChunked, request));
     ++unanswered_;
     return;

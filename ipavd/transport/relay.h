@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,10 +15,12 @@
 #include "host/base/time_limit.h"
 #include "ipavd/transport/byte_stream.h"
 #include "ipavd/transport/outbox.h"
-#include "ipavd/transport/trial.h"
 #include "netconf/framing.h"
 
 namespace ipav::transport {
+
+// Reads a request like the server, and ignores its errors.
+using RequestReader = std::function<void(const std::string& request)>;
 
 struct Limits {
   std::size_t max_message = std::size_t{16} << 20;   // bytes
@@ -30,7 +33,8 @@ struct Limits {
 class Relay {
  public:
   // Borrows both streams. The server speaks NETCONF 1.1 after its hello, and
-  // has received a hello of ours. The reader tries each request.
+  // has received a hello of ours. The reader tries each request: one that the
+  // YANG library does not survive ends this process, and not the server.
   Relay(ByteStream* client, ByteStream* server, const Limits& limits,
         RequestReader reader = nullptr);
 

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "host/base/c_ptr.h"
+#include "ipavd/transport/start_tags.h"
 #include "netconf/xml.h"
 
 namespace ipav::transport {
@@ -328,7 +329,9 @@ std::string_view WithoutBlanksBefore(std::string_view message) {
 
 std::string PrepareRequest(std::string_view message) {
   Facts facts;
-  if (!IsWellFormed(message, &facts)) return std::string(kMalformed);
+  if (HasLargeTag(message) || !IsWellFormed(message, &facts)) {
+    return std::string(kMalformed);
+  }
   return facts.needs_changes ? Prepare(message) : std::string(message);
 }
 

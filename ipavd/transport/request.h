@@ -18,8 +18,8 @@ inline constexpr char kAnyNamespace[] = "urn:ipav:any-namespace";
 std::string_view WithoutBlanksBefore(std::string_view message);
 
 // Returns what the server is sent in place of the message. A message that is
-// not well-formed XML in UTF-8, or has a document type, is replaced by "<",
-// which the server answers as malformed.
+// not well-formed XML in UTF-8, or has a document type or a large start tag
+// (start_tags.h), is replaced by "<", which the server answers as malformed.
 //
 // If a request has no message-id, an element without a namespace outside of its
 // filter, or an attribute that the YANG library would ignore or refuse without

@@ -101,7 +101,10 @@ class RobustnessTest(ServerTest):
         edit = ("<edit-config><target><candidate/></target><config>%s"
                 "</config></edit-config>")
         get = GET.replace("</get", "%s</get")
-        spaces = "".join(f' xmlns:a{i}="urn:{i}"' for i in range(40000))
+        # Libxml2 looks for each prefix among all that are declared above it.
+        prefixes = "".join(
+            "<a" + "".join(f" xmlns:p{i}.{j}='u'" for j in range(128)) + ">"
+            for i in range(250))
         for name, request in {
                 "unknown elements": rpc % ("", edit % ("<a/>" * 60000)),
                 "elements of a filter":
@@ -109,7 +112,7 @@ class RobustnessTest(ServerTest):
                 "one leaf": rpc % ("", edit % config(
                     l3("a", more="<mtu>1500</mtu>" * 30000))),
                 "one entry": rpc % ("", edit % config(*[l3("a")] * 30000)),
-                "attributes": rpc % (spaces, GET),
+                "prefixes": prefixes + "<p0.0:a/>" * 200000,
                 "XPath": rpc % ("", get % '<filter type="xpath" select="'
                                 f'{"|".join(["/a"] * 200000)}"/>')}.items():
             with self.subTest(name):

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <string>
 
+#include "ipavd/transport/start_tags.h"
+
 namespace ipav::transport {
 namespace {
 
@@ -174,6 +176,37 @@ INSTANTIATE_TEST_SUITE_P(
                 "unknown-namespace - do The element has no namespace."},
         // Nothing else can use the annotation's prefix.
         Refused{"!<do xmlns:ipav-netconf='u'/>", ""}));
+
+// A message whose element below the root has that many attributes, among text
+// that only looks like attributes.
+std::string WithAttributes(std::size_t count) {
+  const std::string marks(1000, '=');
+  std::string message = "<a b='>" + marks + "'><!-- > don't" + marks +
+                        " --><![CDATA[<>" + marks + "]]><?a > \"" + marks +
+                        "?>" + marks + "<c";
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string number = std::to_string(i);
+    message +=
+        i % 2 == 0 ? " xmlns:a" + number + " = 'u'" : "\na" + number + "='>'";
+  }
+  return message + "/></a>";
+}
+
+std::string WithRootTag(std::size_t size) {
+  return "<a b='" + std::string(size - std::string("<a b=''>").size(), '>') +
+         "'></a>";
+}
+
+TEST(LargeTagTest, GoesAsItIsUpToALimitAndNoFurther) {
+  EXPECT_EQ(PrepareRequest(WithAttributes(kMaxAttributes)),
+            WithAttributes(kMaxAttributes));
+  EXPECT_EQ(PrepareRequest(WithAttributes(kMaxAttributes + 1)), "<");
+  EXPECT_EQ(PrepareRequest(WithRootTag(kMaxRootTag)), WithRootTag(kMaxRootTag));
+  EXPECT_EQ(PrepareRequest(WithRootTag(kMaxRootTag + 1)), "<");
+  // Only the root's attributes are in the reply.
+  const std::string below = "<a>" + WithRootTag(kMaxRootTag + 1) + "</a>";
+  EXPECT_EQ(PrepareRequest(below), below);
+}
 
 TEST(LargeRequestTest, GoesAsItIs) {
   std::string message = "<rpc>";

@@ -1,10 +1,12 @@
-#include "ipavd/transport/trial.h"
+#include "ipavd/transport/reading_limit.h"
 
 #include <sys/time.h>
 
 namespace ipav::transport {
 
 namespace {
+
+constexpr suseconds_t kLimit = 250'000;  // and for each MiB
 
 void LimitTime(suseconds_t microseconds) {
   constexpr suseconds_t kSecond = 1'000'000;
@@ -15,13 +17,11 @@ void LimitTime(suseconds_t microseconds) {
 
 }  // namespace
 
-void TryToRead(const RequestReader& reader, const std::string& request) {
-  constexpr suseconds_t kLimit = 250'000;
-  if (reader == nullptr) return;
+ReadingLimit::ReadingLimit(std::size_t message_size) {
   LimitTime(kLimit +
-            kLimit * static_cast<suseconds_t>(request.size()) / (1 << 20));
-  reader(request);
-  LimitTime(0);
+            kLimit * static_cast<suseconds_t>(message_size) / (1 << 20));
 }
+
+ReadingLimit::~ReadingLimit() { LimitTime(0); }
 
 }  // namespace ipav::transport

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "ipavd/netconf/reply.h"
+#include "ipavd/transport/reading_limit.h"
 
 namespace ipav::netconf {
 
@@ -23,6 +24,19 @@ namespace {
 bool HasHungUp(int connection) {
   pollfd entry{connection, 0, 0};
   return poll(&entry, 1, 0) > 0;
+}
+
+// Interrupts the relay at the other end if it reads a request just now.
+void StopReading(int connection) {
+  ucred relay{};
+  socklen_t size = sizeof(relay);
+  if (HasHungUp(connection) ||
+      getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &relay, &size) != 0) {
+    return;
+  }
+  if (relay.pid > 0 && relay.pid != getpid()) {
+    kill(relay.pid, transport::kSessionEnded);
+  }
 }
 
 }  // namespace
@@ -42,6 +56,7 @@ Session::Session(transport::PassedConnection client, void* data)
 
 Session::~Session() {
   StopChild();
+  StopReading(fd());
   nc_session_free(handle_, nullptr);
 }
 

@@ -25,6 +25,7 @@
 #include "ipavd/transport/listeners.h"
 #include "ipavd/transport/log.h"
 #include "ipavd/transport/logins.h"
+#include "ipavd/transport/reading_limit.h"
 #include "ipavd/transport/signals.h"
 
 namespace ipav::transport {
@@ -54,6 +55,8 @@ std::string WordsFor(int signal) {
       return "dropped: no login in time";
     case SIGPROF:
       return "dropped: its request takes too long to read";
+    case kSessionEnded:
+      return "dropped: its session ended while its request was read";
     case SIGTERM:
       return "dropped: its address has too many newer logins";
     default:

@@ -39,8 +39,8 @@ class Acceptor {
  public:
   // Listens, and forks. Throws std::runtime_error.
   explicit Acceptor(const AcceptorOptions& options);
-  // Ends the acceptor and each relay whose client has not logged in. The others
-  // end when the server closes their connections.
+  // Ends the acceptor, and each relay that reads a message or whose client has
+  // not logged in. The others end when the server closes their connections.
   ~Acceptor();
   Acceptor(const Acceptor&) = delete;
   Acceptor& operator=(const Acceptor&) = delete;

@@ -2,7 +2,6 @@
 
 #include <poll.h>
 #include <pwd.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "host/base/utf8.h"
 #include "ipavd/transport/confinement.h"
 #include "ipavd/transport/listeners.h"
+#include "ipavd/transport/reading_limit.h"
 #include "ipavd/transport/socket_stream.h"
 #include "ipavd/transport/ssh_stream.h"
 #include "netconf/framing.h"
@@ -104,9 +104,7 @@ FileDescriptor Client::PassToServer(PassedConnection client) {
   SendConnection(ends_.server, client);
   // Otherwise this process would not notice that the server closes it.
   client.connection.Close();
-  // From here on it ends with its connection to the server, so that the last
-  // reply still gets through.
-  prctl(PR_SET_PDEATHSIG, 0);
+  DeferEnd();
   return std::move(pair.mine);
 }
 

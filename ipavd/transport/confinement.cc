@@ -83,11 +83,6 @@ void AllowOnlyRelaying() {
     if (error == 0) error = Allow(filter, name);
   }
 #endif
-  if (error == 0) {
-    const scmp_arg_cmp option{0, SCMP_CMP_EQ, PR_SET_PDEATHSIG, 0};
-    error = seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW,
-                                   SCMP_SYS(prctl), 1, &option);
-  }
   if (error == 0) error = seccomp_load(filter.get());
   if (error != 0) Warn("a client's process is not confined", -error);
 }

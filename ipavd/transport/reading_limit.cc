@@ -15,13 +15,31 @@ void LimitTime(suseconds_t microseconds) {
   setitimer(ITIMER_PROF, &limit, nullptr);
 }
 
+sigset_t EndSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, kSessionEnded);
+  return signals;
+}
+
 }  // namespace
+
+void DeferEnd() {
+  const sigset_t signals = EndSignals();
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
 
 ReadingLimit::ReadingLimit(std::size_t message_size) {
   LimitTime(kLimit +
             kLimit * static_cast<suseconds_t>(message_size) / (1 << 20));
+  const sigset_t signals = EndSignals();
+  pthread_sigmask(SIG_UNBLOCK, &signals, &deferred_);
 }
 
-ReadingLimit::~ReadingLimit() { LimitTime(0); }
+ReadingLimit::~ReadingLimit() {
+  pthread_sigmask(SIG_SETMASK, &deferred_, nullptr);
+  LimitTime(0);
+}
 
 }  // namespace ipav::transport

@@ -31,10 +31,6 @@ constexpr std::size_t kMaxHello = std::size_t{64} << 10;
 // Most bytes of replies that the client has not read.
 constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
 
-// How long the client may take to read the last replies after the server has
-// ended the session.
-constexpr milliseconds kLastReplies = std::chrono::seconds(5);
-
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
 
 // Whether the other side has closed its socket, and not only its direction.
@@ -87,7 +83,7 @@ bool Relay::is_over() const {
 int Relay::TimeLeft() const {
   milliseconds limit = limits_.idle;
   if (server_ended_) {
-    limit = kLastReplies;
+    limit = last_replies_;
   } else if (!framing_) {
     limit = limits_.hello;
   } else if (unanswered_ > 0 || limit == base::kNoTimeLimit) {
@@ -162,6 +158,8 @@ void Relay::ReadServer() {
   const std::optional<std::string> bytes = server_.Read();
   if (!bytes.has_value()) {
     server_ended_ = true;
+    last_replies_ =
+        limits_.last_replies + std::chrono::seconds(to_client_.size() >> 20);
     NoteActivity();
     return;
   }
@@ -194,7 +192,7 @@ void Relay::WriteClient() {
     to_client_.Clear();
     return;
   }
-  if (*gone > 0 && framing_.has_value()) NoteActivity();
+  if (*gone > 0 && framing_.has_value() && !server_ended_) NoteActivity();
   to_client_.Drop(*gone);
 }
 

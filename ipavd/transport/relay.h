@@ -28,6 +28,9 @@ struct Limits {
   base::TimeLimit hello = std::chrono::seconds(20);  // after the login
   // Without a whole message in either direction.
   base::TimeLimit idle = std::chrono::seconds(600);  // 0: no limit
+  // To read the last replies after the server has ended the session; one second
+  // more for each MiB.
+  base::TimeLimit last_replies = std::chrono::seconds(5);
 };
 
 class Relay {
@@ -75,6 +78,7 @@ class Relay {
   bool client_ended_ = false;   // sends no more
   bool client_is_gone_ = false;  // and does not read
   bool server_ended_ = false;
+  base::TimeLimit last_replies_{};  // from then on
   // When the last whole message or reply went through.
   std::chrono::steady_clock::time_point last_activity_;
 };

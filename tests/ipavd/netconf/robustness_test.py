@@ -15,8 +15,24 @@ from served import (HELLO, IPAPP, NETCONF, PATIENCE, TEST_PLUGINS,
 
 GET = "<get-config><source><running/></source></get-config>"
 
+# Libxml2 looks for each prefix among all that are declared above it.
+PREFIXES = "".join(
+    "<a" + "".join(f" xmlns:p{i}.{j}='u'" for j in range(128)) + ">"
+    for i in range(250))
+
 # Seconds until a client is answered beside another that wants much.
 AT_ONCE = float(os.environ.get("IPAV_AT_ONCE", "0.5"))
+
+
+def cpu_seconds(process):
+    """The CPU time of a process; no value if it has ended."""
+    try:
+        stat = pathlib.Path(f"/proc/{process}/stat").read_text()
+    except OSError:
+        return None
+    fields = stat.rpartition(")")[2].split()
+    return None if fields[0] == "Z" else \
+        sum(map(int, fields[11:13])) / os.sysconf("SC_CLK_TCK")
 
 
 class RobustnessTest(ServerTest):
@@ -101,10 +117,6 @@ class RobustnessTest(ServerTest):
         edit = ("<edit-config><target><candidate/></target><config>%s"
                 "</config></edit-config>")
         get = GET.replace("</get", "%s</get")
-        # Libxml2 looks for each prefix among all that are declared above it.
-        prefixes = "".join(
-            "<a" + "".join(f" xmlns:p{i}.{j}='u'" for j in range(128)) + ">"
-            for i in range(250))
         for name, request in {
                 "unknown elements": rpc % ("", edit % ("<a/>" * 60000)),
                 "elements of a filter":
@@ -112,7 +124,7 @@ class RobustnessTest(ServerTest):
                 "one leaf": rpc % ("", edit % config(
                     l3("a", more="<mtu>1500</mtu>" * 30000))),
                 "one entry": rpc % ("", edit % config(*[l3("a")] * 30000)),
-                "prefixes": prefixes + "<p0.0:a/>" * 200000,
+                "prefixes": PREFIXES + "<p0.0:a/>" * 200000,
                 "XPath": rpc % ("", get % '<filter type="xpath" select="'
                                 f'{"|".join(["/a"] * 200000)}"/>')}.items():
             with self.subTest(name):
@@ -292,6 +304,33 @@ class RobustnessTest(ServerTest):
 
         return {relay for child in children(str(self.server.process.pid))
                 for relay in children(child)}
+
+    def read_for_seconds(self):
+        """A client whose request is being read, and its process."""
+        before = self.relays()
+        client = self.raw(self.server)
+        relay, = self.relays() - before
+        client.send_message(PREFIXES + "<p0.0:a/>" * 1500000)
+        begin = cpu_seconds(relay)
+        while cpu_seconds(relay) < begin + 0.2:
+            time.sleep(0.01)
+        return client, relay
+
+    def test_reads_no_request_of_a_session_that_has_ended(self):
+        self.server = self.serve()
+        client, _ = self.read_for_seconds()
+        number = client.hello.split("<session-id>")[1].split("<")[0]
+        self.assert_ok(self.raw(self.server).rpc(
+            f"<kill-session><session-id>{number}</session-id></kill-session>"))
+        self.assertTrue(client.is_dropped())
+        self.server.wait_for_log("its session ended while its request was")
+        # Nor when the server is killed. The limit is 4 s here.
+        _, relay = self.read_for_seconds()
+        self.server.process.kill()
+        end = time.monotonic() + 2
+        while cpu_seconds(relay) is not None:
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.01)
 
     def test_outlives_clients_whose_processes_die_before_it_greets_them(self):
         self.start()

@@ -39,7 +39,8 @@ const std::vector<std::function<long()>>& Attempts() {
       [] { return execl("/bin/true", "true", nullptr); },
       [] { return kill(getppid(), 0); },
       [] { return ptrace(PTRACE_SEIZE, getppid(), nullptr, nullptr); },
-      [] { return prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); }};
+      [] { return prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); },
+      [] { return prctl(PR_SET_PDEATHSIG, 0, 0, 0, 0); }};
   return kAttempts;
 }
 

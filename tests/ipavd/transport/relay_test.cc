@@ -176,6 +176,22 @@ TEST_F(RelayTest, GivesTheLastReplyBeforeItEndsWithTheServer) {
   ExpectLastReply();
 }
 
+TEST_F(RelayTest, DropsAClientThatReadsTheLastReplyTooSlowly) {
+  Limits limits;
+  limits.last_replies = milliseconds(100);
+  Greet(ClientHello(), limits);
+  Send(client_, Frame(Framing::kChunked, "<get/>"));
+  std::thread sender([&] {
+    Send(server_, Frame(Framing::kChunked, std::string(1000000, 'x')));
+    server_.Close();
+  });
+  while (reason_.wait_for(milliseconds(5)) == std::future_status::timeout) {
+    if (Receive(client_, 1000).empty()) break;
+  }
+  EXPECT_EQ(reason_.get(), "nothing came or went for too long");
+  sender.join();
+}
+
 TEST_F(RelayTest, GivesTheLastReplyOfAServerThatReadsNoMore) {
   Greet(ClientHello());
   ASSERT_EQ(shutdown(server_.get(), SHUT_RD), 0);

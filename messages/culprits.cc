@@ -48,6 +48,7 @@ FoundCulprits FindCulprits(const Refusal& refusal) {
 
 void NameNew(const Refusal& refusal, const std::vector<const lyd_node*>& nodes,
              const char* role, FoundCulprits* culprits) {
+  culprits->is_total = true;
   std::size_t count = 0;
   for (const lyd_node* node : nodes) {
     if (!refusal.IsNew(node)) continue;

@@ -27,6 +27,7 @@ struct Refusal {
   const datastore::Diff& diff;
   const std::string& path;  // of the validated node
   const Reading& reading;
+  bool from_nothing = false;  // every node counts as set, also an unchanged one
 
   // "ipv4" or "ipv6", as the text is about.
   const char* Family() const {
@@ -51,6 +52,7 @@ struct FoundCulprits {
   std::vector<CulpritNode> nodes;
   std::string note;           // which nodes are missing, and why
   bool is_in_global = false;  // in the address space of global and mgmt
+  bool is_total = false;      // too many of something; the nodes are new ones
 
   static FoundCulprits None(std::string why) {
     return {false, {}, std::move(why)};

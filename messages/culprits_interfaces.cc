@@ -1,5 +1,6 @@
 // Culprits among the interfaces: their number, names and addresses.
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -33,7 +34,13 @@ void AddChangedVrf(const Refusal& refusal, const lyd_node* interface,
 
 FoundCulprits NumberOfL3(const Refusal& refusal) {
   const std::vector<const lyd_node*> interfaces = L3Of(refusal.candidate);
-  if (std::to_string(interfaces.size()) != refusal.Field("count")) return {};
+  // Both configurations may have too many, though not the same number.
+  const bool confirms =
+      refusal.from_nothing
+          ? interfaces.size() >
+                std::strtoul(refusal.Field("limit").c_str(), nullptr, 10)
+          : std::to_string(interfaces.size()) == refusal.Field("count");
+  if (!confirms) return {};
   FoundCulprits culprits{true,
                          {},
                          refusal.Field("count") +

@@ -331,7 +331,8 @@ FoundCulprits Ospfv3VrfSet(const Refusal& refusal) {
   const InterfaceName name = SplitName(refusal.Field("interface"));
   const lyd_node* interface = FindInterface(refusal.candidate, name);
   const lyd_node* vrf = refusal.candidate.Child(interface, "vrf");
-  if (vrf == nullptr || refusal.IsUnchanged(vrf)) return {};
+  if (vrf == nullptr) return {};
+  if (!refusal.from_nothing && refusal.IsUnchanged(vrf)) return {};
   for (const lyd_node* row : Ospfv3RowsOf(refusal.candidate)) {
     const lyd_node* leaf = refusal.candidate.At(row, {"ospfv3-pm-if-name"});
     if (leaf == nullptr || TextOf(leaf) != name.kind + "-" + name.name) {

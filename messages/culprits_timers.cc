@@ -60,12 +60,15 @@ FoundCulprits TimerMissing(const Refusal& refusal) {
     culprits.note = missing + " is in neither configuration";
   }
   // 2. The timers that need it.
+  bool is_needed = false;
   for (const char* other : {kMax, kMin, kLifetime}) {
     if (missing == other) continue;
     const lyd_node* leaf = refusal.candidate.At(container, {other});
-    if (leaf != nullptr) culprits.nodes.push_back({other, leaf});
+    if (leaf == nullptr) continue;
+    culprits.nodes.push_back({other, leaf});
+    is_needed = true;
   }
-  return culprits;
+  return is_needed ? culprits : FoundCulprits{};
 }
 
 }  // namespace

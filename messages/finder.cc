@@ -1,5 +1,6 @@
 #include "messages/finder.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -46,9 +47,11 @@ std::optional<Place> PlaceOf(const Configuration& configuration,
 // The two configurations side by side.
 class Finder::Search {
  public:
-  Search(const Configuration& running, const Configuration& candidate)
+  Search(const Configuration& running, const Configuration& candidate,
+         Judged judged)
       : running_(running),
         candidate_(candidate),
+        from_nothing_(judged == Judged::kFromNothing),
         running_view_(*running.tree),
         candidate_view_(*candidate.tree),
         diff_(*running.tree, *candidate.tree) {}
@@ -66,8 +69,9 @@ class Finder::Search {
     std::optional<FoundCulprits> confirmed;
     const Reading* meant = nullptr;
     for (const Reading& reading : readings) {
-      FoundCulprits culprits = FindCulprits(
-          {running_view_, candidate_view_, diff_, answer.path, reading});
+      FoundCulprits culprits =
+          FindCulprits({running_view_, candidate_view_, diff_, answer.path,
+                        reading, from_nothing_});
       if (!culprits.confirms) {
         if (finding->note.empty()) finding->note = culprits.note;
       } else if (!confirmed) {
@@ -83,7 +87,8 @@ class Finder::Search {
     }
     if (!confirmed) return;
     Take(*confirmed, *meant->message, finding);
-    finding->is_standing = IsStanding(*finding, *meant);
+    finding->is_standing = IsUntouched(*finding, confirmed->is_total) &&
+                           IsInRunning(*finding, *meant);
   }
 
  private:
@@ -101,17 +106,24 @@ class Finder::Search {
     }
   }
 
-  // Whether the commit did not cause the finding. Other changes can cause it
-  // too, such as one of a table of VRF names: the running configuration must
-  // confirm the text.
-  bool IsStanding(const Finding& finding, const Reading& reading) const {
-    for (const Culprit& culprit : finding.culprits) {
-      if (culprit.novelty != Novelty::kUnchanged) return false;
-    }
+  // Whether the commit did not cause the finding, as far as its nodes show.
+  bool IsUntouched(const Finding& finding, bool is_total) const {
+    if (from_nothing_ && is_total) return true;
+    const auto& culprits = finding.culprits;
+    return std::all_of(
+        culprits.begin(), culprits.end(), [&](const Culprit& culprit) {
+          return culprit.novelty == Novelty::kUnchanged ||
+                 (from_nothing_ && culprit.novelty == Novelty::kChanged);
+        });
+  }
+
+  // Whether the running configuration confirms the text: other changes can
+  // cause the finding too, such as one of a table of VRF names.
+  bool IsInRunning(const Finding& finding, const Reading& reading) const {
     // Too many of something, of which none is new.
     if (finding.culprits.empty()) return true;
-    return FindCulprits(
-               {running_view_, running_view_, diff_, finding.path, reading})
+    return FindCulprits({running_view_, running_view_, diff_, finding.path,
+                         reading, from_nothing_})
         .confirms;
   }
 
@@ -123,6 +135,7 @@ class Finder::Search {
 
   const Configuration& running_;
   const Configuration& candidate_;
+  const bool from_nothing_;
   DataView running_view_;
   DataView candidate_view_;
   datastore::Diff diff_;
@@ -143,8 +156,10 @@ bool IsRefusal(const commit::Answer& answer) {
   return !answer.exception && !commit::Accepts(answer);
 }
 
-Finder::Finder(Configuration running, Configuration candidate)
-    : running_(std::move(running)), candidate_(std::move(candidate)) {}
+Finder::Finder(Configuration running, Configuration candidate, Judged judged)
+    : running_(std::move(running)),
+      candidate_(std::move(candidate)),
+      judged_(judged) {}
 
 Finder::~Finder() = default;
 
@@ -158,7 +173,7 @@ Finding Finder::Explain(const commit::Answer& answer) {
     return finding;
   }
   if (search_ == nullptr) {
-    search_ = std::make_unique<Search>(running_, candidate_);
+    search_ = std::make_unique<Search>(running_, candidate_, judged_);
   }
   search_->Complete(answer, &finding);
   // libyang records an error for each value of a wrong type.

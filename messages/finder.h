@@ -3,6 +3,7 @@
 #ifndef IPAV_MESSAGES_FINDER_H_
 #define IPAV_MESSAGES_FINDER_H_
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,10 +22,19 @@ struct Configuration {
   const source::SourceText* source;  // null: not read from a file
 };
 
+// How the candidate was judged: as a change of the running configuration, or as
+// a device loads it after a restart.
+enum class Judged : std::uint8_t { kAsChange, kFromNothing };
+
 // Compares the two configurations only when there is a refusal.
+//
+// A finding of a candidate that was judged from nothing is standing if its text
+// is true of the running configuration as well, and all nodes that it names are
+// there; the change may have altered them.
 class Finder {
  public:
-  Finder(Configuration running, Configuration candidate);
+  Finder(Configuration running, Configuration candidate,
+         Judged judged = Judged::kAsChange);
   ~Finder();
   Finder(const Finder&) = delete;
   Finder& operator=(const Finder&) = delete;
@@ -41,6 +51,7 @@ class Finder {
 
   Configuration running_;
   Configuration candidate_;
+  Judged judged_;
   std::unique_ptr<Search> search_;
 };
 

@@ -50,7 +50,7 @@ struct Finding {
   std::string note;  // why culprits are missing; empty when they are all there
 
   // The commit touches no culprit, and the running configuration already has
-  // the fault.
+  // the fault. (A configuration that is judged from nothing: see Finder.)
   bool is_standing = false;
 };
 

@@ -21,6 +21,7 @@
 #include "messages/catalogue.h"
 #include "messages/finder.h"
 #include "messages/finding.h"
+#include "messages/restart_faults.h"
 #include "messages/vrf_names.h"
 #include "tests/host/fixtures.h"
 
@@ -514,6 +515,177 @@ TEST(FindingsTest, ARemovedRowOfOspfIsShownBesideTheAddressThatStays) {
                 "0.0.0.0 l3-a 10.0.0.1}/interface candidate.xml:7 l3-a",
                 "removed from OSPFv2, removed /internal/ospf-interface-l3{1 "
                 "0.0.0.0 l3-a 10.0.1.1}/address running.xml:9 10.0.1.1"}));
+}
+
+// ---- After a restart --------------------------------------------------------
+
+commit::Outcome FromNothing(const File& file) {
+  static const DataTree kEmpty = DataTree::Empty(ProjectModel());
+  return commit::RunCommit(kEmpty, file.tree(),
+                           {IPAV_PLUGIN, true, base::kNoTimeLimit});
+}
+
+// "STATE RULE" for each fault, which several points may report. The culprits
+// that the change touches follow: " (ROLE, NOVELTY FILE)".
+std::set<std::string> Compared(const File& running,
+                               const commit::Outcome& of_running,
+                               const File& candidate,
+                               const commit::Outcome& of_candidate) {
+  std::set<std::string> compared;
+  const auto add = [&](const std::string& state, const Finding& finding) {
+    std::string text =
+        state + " " + (finding.rule.empty() ? finding.text : finding.rule);
+    for (const Culprit& culprit : finding.culprits) {
+      if (culprit.novelty == Novelty::kUnchanged) continue;
+      text += " (" + culprit.role + ", " + WordOf(culprit.novelty) + " " +
+              (culprit.place ? culprit.place->file : "nowhere") + ")";
+    }
+    compared.insert(text);
+  };
+  const RestartFaults faults =
+      CompareRestarts(running.configuration(), of_running,
+                      candidate.configuration(), of_candidate);
+  for (const Finding& finding : faults.findings) {
+    add(finding.is_standing ? "stands" : "new", finding);
+  }
+  for (const Finding& finding : faults.healed) add("healed", finding);
+  return compared;
+}
+
+std::string L3(const std::string& name, const std::string& ip,
+               const std::string& more = "") {
+  return "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" + name + "</name>" + more +
+         "<ipv4><address><ip>" + ip + "</ip></address></ipv4></l3>\n";
+}
+
+std::string ManyL3(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += "<l3 xmlns=\"urn:vorplex:ipapp\"><name>n" + std::to_string(i) +
+            "</name></l3>\n";
+  }
+  return text;
+}
+
+// The leaves of a timer, below an interface.
+std::string Timers(const std::string& leaves) {
+  return "<mgmt xmlns=\"urn:vorplex:ipapp\"><name>m</name><ipv6><nd><ra>" +
+         leaves + "</ra></nd></ipv6></mgmt>";
+}
+
+constexpr char kEnd[] = "</interface></config>";
+
+// An interface and its row of OSPFv3, if it is in it.
+std::string InOspfv3(const std::string& vrf, bool is_in) {
+  return L3("a", "10.0.0.1/24", "<vrf>" + vrf + "</vrf>") + kEnd +
+         "<internal xmlns=\"urn:vorplex:internal\">" +
+         (is_in ? "<ospfv3-interface-l3><router>1</router><area>0.0.0.0</area>"
+                  "<interface>l3-a</interface>\n<ospfv3-pm-if-name>l3-a"
+                  "</ospfv3-pm-if-name></ospfv3-interface-l3>"
+                : "") +
+         "</internal>";
+}
+
+// 10.1.0.0/16 as a black hole and with a next hop.
+std::string BlackHoleIn(const std::string& vrf) {
+  std::string routes = Routes(1, "00:00:00:00") + Routes(1, "0a:00:00:09");
+  const std::string first = "FteIndex>1<";
+  for (std::size_t at = routes.find(first); at != std::string::npos;
+       at = routes.find(first, at)) {
+    routes.replace(at, first.size(), "FteIndex>" + vrf + "<");
+  }
+  return std::string(kEnd) +
+         "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>" +
+         routes + "</rtmStaticRtTable></DC-RTM-MIB>" +
+         "<internal xmlns=\"urn:vorplex:internal\"><vrf-config>"
+         "<indexTOstring><index>2</index><vname>two</vname></indexTOstring>"
+         "<indexTOstring><index>3</index><vname>three</vname></indexTOstring>"
+         "</vrf-config></internal>";
+}
+
+TEST(RestartFaultsTest, AFaultIsNewStandsOrIsHealedByTheData) {
+  const std::string a = L3("a", "10.0.0.1/24");
+  const std::string b = L3("b", "10.0.0.2/24");
+  const std::string host = L3("0", "10.9.0.1/24");
+  const std::string network = L3("0", "10.9.0.0/24");
+  const std::string max = "<max-interval>200</max-interval>";
+  const struct {
+    std::string running;
+    std::string candidate;
+    std::set<std::string> faults;
+  } rows[] = {
+      {a, a, {}},
+      {a + b, a + b, {"stands interface-overlap"}},
+      {a + b, a, {"healed interface-overlap (overlaps with, removed running)"}},
+      // Only a table changes, which runs no point for the change.
+      {InOspfv3("red", false),
+       InOspfv3("red", true),
+       {"new ospfv3-vrf-set (interface in OSPFv3, added candidate)"}},
+      {InOspfv3("red", true),
+       InOspfv3("red", false),
+       {"healed ospfv3-vrf-set (interface in OSPFv3, removed running)"}},
+      {InOspfv3("red", true),
+       InOspfv3("blue", true),
+       {"stands ospfv3-vrf-set (VRF, changed candidate)"}},
+      // A text names a pair in the order of the configuration.
+      {a + b, b + a, {"stands interface-overlap"}},
+      // A point reports its first fault, which hides the pair.
+      {network + a + b,
+       host + a + b,
+       {"healed address-is-network (address, changed running)",
+        "stands interface-overlap"}},
+      {host + a + b,
+       network + a + b,
+       {"new address-is-network (address, changed candidate)",
+        "stands interface-overlap"}},
+      // Too many remain too many.
+      {ManyL3(257),
+       ManyL3(258),
+       {"stands l3-too-many (new interface, added candidate)"}},
+      {ManyL3(258), ManyL3(257), {"stands l3-too-many"}},
+      {ManyL3(256),
+       ManyL3(257),
+       {"new l3-too-many (new interface, added candidate)"}},
+      {ManyL3(257), ManyL3(256), {"healed l3-too-many"}},
+      // A node that is missing without being needed.
+      {Timers(max),
+       Timers(""),
+       {"healed ra-timer-missing (max-interval, removed running)"}},
+      // The same text, of another value and of other nodes.
+      {Timers(max + "<min-interval>200</min-interval>"),
+       Timers(max + "<min-interval>180</min-interval>"),
+       {"stands ra-min-interval (min-interval, changed candidate)"}},
+      {BlackHoleIn("2"),
+       BlackHoleIn("3"),
+       {"new route-black-hole-and-next-hop (black hole, added candidate) (next "
+        "hop, added candidate)"}},
+  };
+  for (const auto& row : rows) {
+    const auto file = [](const std::string& name, const std::string& text) {
+      const bool has_tables = text.find(kEnd) != std::string::npos;
+      return File(name, "<config xmlns=\"urn:vorplex:config\"><interface>" +
+                            text + (has_tables ? "" : kEnd));
+    };
+    const File running = file("running", row.running);
+    const File candidate = file("candidate", row.candidate);
+    EXPECT_EQ(Compared(running, FromNothing(running), candidate,
+                       FromNothing(candidate)),
+              row.faults);
+  }
+}
+
+TEST(RestartFaultsTest, TextsThatNobodyKnowsAreComparedAsTexts) {
+  const auto refused = [](const std::vector<const char*>& texts) {
+    commit::Outcome outcome;
+    for (const char* text : texts) {
+      outcome.answers.push_back({"point", "/a", -1, text, std::nullopt});
+    }
+    return outcome;
+  };
+  EXPECT_EQ(
+      Compared(EmptyConfig(), refused({"stays", "goes"}), EmptyConfig(),
+               refused({"comes", "stays"})),
+      (std::set<std::string>{"new comes", "stands stays", "healed goes"}));
 }
 
 // A commit of many refusals: each is traced without a walk over all nodes.

@@ -90,8 +90,8 @@ DeviceReport ReportOf(const Device& device, const Pool::Result& result) {
 void JudgeFleet(const std::vector<Judge>& judges,
                 const std::vector<Device>& devices, const FleetOptions& options,
                 const std::function<void(const DeviceReport&)>& take) {
-  // See FleetOptions::time_limit.
-  constexpr int kTimeLimits = 4;
+  // See FleetOptions::time_limit: two readings, the commits, the rest.
+  const int time_limits = 3 + options.commits;
   const std::size_t count = devices.size() * judges.size();
   Progress progress(count, judges.size() == 1 ? "devices" : "verdicts",
                     !options.is_quiet);
@@ -100,7 +100,7 @@ void JudgeFleet(const std::vector<Judge>& judges,
                        devices[number / judges.size()], sender);
   };
   const std::size_t jobs = options.jobs > 0 ? options.jobs : Processors();
-  Pool pool(count, {jobs, options.time_limit * kTimeLimits}, job, &progress);
+  Pool pool(count, {jobs, options.time_limit * time_limits}, job, &progress);
   for (std::size_t i = 0; i < count; ++i) {
     const DeviceReport report =
         ReportOf(devices[i / judges.size()], pool.Next());

@@ -15,9 +15,10 @@ namespace ipav::cli::check {
 
 struct FleetOptions {
   std::size_t jobs = 0;  // at a time; 0: one for each processor
-  // For one reading and for one commit. Two readings, a commit and the rest
-  // together may take four times as long.
+  // For one reading, and for one commit. A device may take it three times, for
+  // two readings and all else, and once more for each of its commits.
   base::TimeLimit time_limit = base::kNoTimeLimit;
+  int commits = 1;        // of each device
   bool is_quiet = false;  // no progress line, even on a terminal
 };
 

@@ -10,6 +10,7 @@
 #include "cli/check/timing.h"
 #include "cli/check/trace.h"
 #include "cli/report/html/device_html.h"
+#include "cli/report/restart_findings.h"
 #include "host/base/stopwatch.h"
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
@@ -23,6 +24,7 @@ namespace ipav::cli::check {
 
 namespace {
 
+using commit::Outcome;
 using commit::Verdict;
 using datastore::DataTree;
 using datastore::InputError;
@@ -31,7 +33,9 @@ using datastore::Model;
 using datastore::ReadingTimes;
 using datastore::Running;
 using datastore::Transaction;
+using messages::Configuration;
 using report::DeviceReport;
+using report::Restart;
 
 ExitStatus StatusOf(Verdict verdict) {
   if (verdict == Verdict::kAccepted) return kAccepted;
@@ -76,32 +80,98 @@ Candidate ReadCandidate(const Model& model, const std::string& file,
   return {std::move(text), std::move(tree)};
 }
 
-commit::Outcome RunCommit(const Transaction& transaction,
-                          const std::string& file, commit::Options options,
-                          bool trace) {
-  if (!trace) return commit::RunCommit(transaction, options);
+// Runs a commit with these options, traced if wanted.
+template <typename... Configurations>
+Outcome RunCommit(const std::string& title, const JudgeOptions& options,
+                  bool all, const Configurations&... configurations) {
+  commit::Options of_commit = {options.plugin, all, options.limits.time};
+  if (!options.trace) return commit::RunCommit(configurations..., of_commit);
   TraceWriter writer;
-  options.tracer = &writer;
-  writer.BeginFile(file);
-  commit::Outcome outcome = commit::RunCommit(transaction, options);
+  of_commit.tracer = &writer;
+  writer.BeginFile(title);
+  Outcome outcome = commit::RunCommit(configurations..., of_commit);
   writer.EndFile();
   return outcome;
 }
 
-// The nodes that each refusal is about. This needs the whole running
-// configuration, so it parses what was not parsed yet.
-std::vector<messages::Finding> FindingsOf(const DeviceReport& report,
-                                          const Running& running,
-                                          const Transaction& transaction,
-                                          const InputText& candidate) {
-  if (report.status != kRefused) return {};
+// --- After a restart
+
+// The plug-in failed with a configuration that is loaded from nothing.
+void Fail(const std::string& when, const Outcome& outcome,
+          DeviceReport* report) {
+  Outcome& failed = report->outcome;
+  report->status = kPluginFailed;
+  failed.verdict = Verdict::kPluginFailed;
+  failed.failure = when + ": " + outcome.failure;
+  failed.failed_point = outcome.failed_point;
+  failed.failed_path = outcome.failed_path;
+  failed.output += outcome.output;
+  if (!outcome.failure.empty()) return;
+  for (const commit::Answer& answer : outcome.answers) {
+    if (!answer.exception) continue;
+    failed.failure += "it threw an exception: " + *answer.exception;
+    failed.failed_point = answer.opaque;
+    failed.failed_path = answer.path;
+    return;
+  }
+}
+
+// Judges both configurations as the device does when it loads them. A new fault
+// of the candidate refuses it; a standing one refuses nothing by itself.
+void JudgeRestart(const Configuration& running, const Configuration& candidate,
+                  const JudgeOptions& options, DeviceReport* report) {
+  // 1. Without a running configuration, this is what was judged already.
+  Restart restart;
+  restart.is_change = report->running.empty();
+  if (restart.is_change) {
+    report->restart = restart;
+    return;
+  }
+  // 2. Load both, and compare their faults.
+  base::Stopwatch watch;
+  const DataTree nothing = DataTree::Empty(candidate.tree->model());
+  const auto load = [&](const Configuration& configuration, const char* which) {
+    const std::string when = std::string("after a restart with the ") + which;
+    Outcome outcome = RunCommit(report->candidate + " " + when, options, true,
+                                nothing, *configuration.tree);
+    if (outcome.verdict == Verdict::kPluginFailed) Fail(when, outcome, report);
+    return outcome;
+  };
+  const Outcome of_candidate = load(candidate, "candidate");
+  if (report->status == kPluginFailed) return;
+  const Outcome of_running = load(running, "running configuration");
+  if (report->status == kPluginFailed) return;
+  restart.faults =
+      messages::CompareRestarts(running, of_running, candidate, of_candidate);
+  restart.planned = of_candidate.planned;
+  restart.made = of_candidate.answers.size();
+  restart.time = watch.Lap();
+  // 3. The verdict.
+  for (const messages::Finding& finding : restart.faults.findings) {
+    if (!finding.is_standing) report->status = kRefused;
+  }
+  report->restart = std::move(restart);
+}
+
+// Adds what needs both configurations, and parses what was not parsed yet: the
+// nodes that each refusal is about, and the judgement after a restart.
+void Explain(const Running& running, const Transaction& transaction,
+             const InputText& candidate, const JudgeOptions& options,
+             DeviceReport* report) {
+  const bool has_restart = options.restore && report->status != kPluginFailed;
+  if (report->status != kRefused && !has_restart) return;
   std::optional<source::SourceText> before;
   if (running.text().has_value()) before.emplace(*running.text());
   const source::SourceText after(candidate);
-  messages::Finder finder(
-      {&transaction.running(), report.running, before ? &*before : nullptr},
-      {&transaction.candidate(), report.candidate, &after});
-  return finder.ExplainAll(report.outcome);
+  const Configuration of_running = {&transaction.running(), report->running,
+                                    before ? &*before : nullptr};
+  const Configuration of_candidate = {&transaction.candidate(),
+                                      report->candidate, &after};
+  if (report->status == kRefused) {
+    report->findings =
+        messages::Finder(of_running, of_candidate).ExplainAll(report->outcome);
+  }
+  if (has_restart) JudgeRestart(of_running, of_candidate, options, report);
 }
 
 // The errors of the running configuration before those of the candidate.
@@ -188,6 +258,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   const base::Duration before = TreeTime(running);
   const auto compare = [&] {
     const ReadingTime limit(options_.limits.time, late(device.running));
+    if (options_.restore) static_cast<void>(running.Tree());
     return std::make_unique<const Transaction>(
         running, std::move(candidate->tree), candidate->text);
   };
@@ -195,17 +266,16 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   const base::Duration diff = watch.Lap() - (TreeTime(running) - before);
   // 3. Run the plug-in's validation points.
   DeviceReport report = ReportOn(device);
-  report.outcome = RunCommit(
-      transaction, device.candidate,
-      {options_.plugin, options_.all, options_.limits.time}, options_.trace);
+  report.outcome =
+      RunCommit(device.candidate, options_, options_.all, transaction);
   report.status = StatusOf(report.outcome.verdict);
   report.advice = messages::AdviceOnVrfNames(transaction.candidate());
-  report.findings = FindingsOf(report, running, transaction, candidate->text);
+  Explain(running, transaction, candidate->text, options_, &report);
   if (options_.page) {
     const report::DeviceView view = {
         view::ListChanges(transaction.diff()),
         view::PlanOf(transaction.running(), transaction.candidate(),
-                     messages::CulpritPaths(report.findings))};
+                     report::PathsOfFindings(report))};
     report.page_section = report::DeviceSection(report, &view).str();
   }
   if (options_.timing) {

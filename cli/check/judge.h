@@ -20,6 +20,7 @@ struct JudgeOptions {
   bool all = false;      // run every validation point, also after a refusal
   bool trace = false;    // write every platform call to standard error
   bool timing = false;   // measure, and write the times to standard error
+  bool restore = false;  // judge the candidate as after a restart, too
   bool page = false;     // make the device's section of the HTML page
 };
 

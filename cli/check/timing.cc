@@ -45,6 +45,8 @@ void PrintTimes(const report::DeviceReport& device) {
   for (const commit::PointTimes& point : commit.of_points) {
     PrintPoint(file, point);
   }
+  if (device.restart)
+    PrintTime(file + ": after a restart", device.restart->time);
 }
 
 }  // namespace ipav::cli::check

@@ -45,6 +45,7 @@ constexpr char kCheckNotes[] =
     "Examples:\n"
     "  ipav check --running running.xml candidate.xml\n"
     "  ipav check --running running.xml --all candidate.xml\n"
+    "  ipav check --running running.xml --restore candidate.xml\n"
     "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
@@ -68,6 +69,12 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
                     "Run every validation point and list its answer");
   command->add_flag("-v,--verbose", options->report.verbose,
                     "Show debug lines and the number of platform calls");
+  command->add_flag(
+      "--restore", options->judge.restore,
+      "Judge each candidate a second time, as the device does when it loads "
+      "the "
+      "configuration after a restart: a new fault refuses it, one that the "
+      "running configuration has as well is only reported");
   AddFile(command, "--report", "Also write an HTML page to this file",
           &options->page);
   command->add_flag("--trace", options->judge.trace,
@@ -224,6 +231,7 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
             options->judge.page = !options->page.empty();
             options->report.all = options->judge.all;
             options->fleet.time_limit = options->judge.limits.time;
+            options->fleet.commits = options->judge.restore ? 3 : 1;
             base::Stopwatch total;
             const ExitStatus status = Check(*options);
             if (options->judge.timing) check::PrintTime("total", total.Lap());

@@ -22,6 +22,9 @@ bool IsSummary(const std::string& line) {
 bool IsOfReport(const std::string& line) {
   return line.empty() || line[0] == ' ' || line[0] == '(' ||
          EndsWith(line, " validation calls made)") ||
+         EndsWith(line, " after a restart)") ||
+         StartsWith(line, "after a restart, the device would refuse ") ||
+         StartsWith(line, "healed by this change: ") ||
          EndsWith(line, ": not judged, bad input") ||
          StartsWith(line, "the plug-in failed: ") ||
          StartsWith(line, "the plug-in threw an exception: ") ||

@@ -12,6 +12,7 @@
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
 #include "messages/finding.h"
+#include "messages/restart_faults.h"
 
 namespace ipav::cli::report {
 
@@ -23,6 +24,17 @@ struct Times {
   base::Duration diff{};
 };
 
+// How the device judges the candidate when it loads it after a restart.
+struct Restart {
+  // Without a running configuration, the change is the restart: the rest is
+  // empty.
+  bool is_change = false;
+  std::size_t planned = 0;  // calls
+  std::size_t made = 0;
+  messages::RestartFaults faults;
+  base::Duration time{};  // of both lives of the plug-in and the comparison
+};
+
 struct DeviceReport {
   std::size_t number = 0;  // in the list of all devices, from 1; 0: in none
   std::string running;     // file; empty: no running configuration
@@ -32,6 +44,7 @@ struct DeviceReport {
   std::vector<std::string> input_errors;
   commit::Outcome outcome;                  // of all others
   std::vector<messages::Finding> findings;  // refusals, in their order
+  std::optional<Restart> restart;           // if it is judged, and judged whole
   // What the program, not the plug-in, advises. One line each.
   std::vector<std::string> advice;
   // For the HTML page, made while both configurations are in memory. Empty if

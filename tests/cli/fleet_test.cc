@@ -520,6 +520,71 @@ TEST_F(ShardTest, RunsWithoutShardsAreListedAsTheyCome) {
                                      arguments.back() + "\n");
 }
 
+// --- After a restart
+
+TEST_F(FleetTest, OnlyANewFaultAfterARestartRefuses) {
+  // A fault that stands, one that the change heals, and no running
+  // configuration.
+  WriteRefused("1/running.xml");
+  WriteRefused("2/running.xml");
+  const std::string standing = WriteRefused("1/candidate.xml");
+  const std::string healed = WriteAccepted("2/candidate.xml");
+  const std::string first = WriteAccepted("3/candidate.xml");
+  const std::string calls = " validation calls made, ";
+  const std::string after =
+      "fter a restart, the device would refuse this configuration";
+  const ProgramResult accepted = Ipav({"check", "--restore", in()});
+  EXPECT_EQ(accepted.status, 0);
+  EXPECT_THAT(accepted.out,
+              StartsWith(standing + ": accepted (0 of 0" + calls +
+                         "10 of 10 after a restart)\na" + after +
+                         ", and the running one (stands already):\nMinimum "));
+  EXPECT_THAT(accepted.out,
+              HasSubstr("\n" + healed + ": accepted (2 of 2" + calls +
+                        "10 of 10 after a restart)\nhealed by this change: "
+                        "after a restart, the device would refuse the running "
+                        "configuration:\nMinimum "));
+  EXPECT_EQ(CountOf("what to do", accepted.out), 1U);
+  EXPECT_THAT(accepted.out,
+              HasSubstr("\n" + first + ": accepted (10 of 10" + calls +
+                        "the same after a restart)\n3 devices: 3 accepted"));
+  EXPECT_EQ(Ipav({"check", "--restore", "--failed-only", in()}).out,
+            "3 devices: 3 accepted, 0 refused, 0 bad input, 0 failed\n");
+  // One that the change is refused for, too, is described once.
+  const ProgramResult refused =
+      Ipav({"check", "--restore", "--running", healed, standing});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.out, HasSubstr("\na" + after + ":\nMinimum "));
+  EXPECT_THAT(refused.out,
+              EndsWith("\n  see above: the change is refused for it, too\n"));
+  EXPECT_EQ(CountOf("what to do", refused.out), 1U);
+}
+
+TEST_F(FleetTest, AFailureAfterARestartSaysWithWhichConfiguration) {
+  const struct {
+    std::string deed;
+    std::string candidate;
+    std::string reason;
+  } rows[] = {
+      {"_exit", "_exit", "the candidate: ended the process with status 0"},
+      {"throw", "throw",
+       "the candidate: it threw an exception: thrown for a reason"},
+      {"_exit", "nothing",
+       "the running configuration: ended the process with status 0"}};
+  for (const auto& [deed, change, reason] : rows) {
+    const std::string running = WriteDeed("running.xml", deed);
+    const std::string candidate = WriteDeed("candidate.xml", change);
+    const ProgramResult result =
+        Ipav(Wild({"--restore", "--running", running, candidate}));
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out,
+              candidate +
+                  ": not judged, the plug-in failed (0 of 0 validation calls "
+                  "made)\nthe plug-in failed: after a restart with " +
+                  reason + "\n" + DeedLines(deed));
+  }
+}
+
 }  // namespace
 
 }  // namespace ipav::testing

@@ -13,6 +13,7 @@
 
 #include "cli/report/html/device_html.h"
 #include "cli/report/html/html.h"
+#include "cli/report/restart_findings.h"
 #include "host/datastore/diff.h"
 #include "host/view/address_plan.h"
 #include "host/view/change_list.h"
@@ -222,6 +223,47 @@ TEST(Page, GivesEachOfTwoFindingsOfOneAddressItsWayToIt) {
   EXPECT_EQ(FlawsOf(page), Texts{});
   EXPECT_EQ(PageTree(page).Texts("//article//a/@href"),
             (Texts{"#d1-f1-plan", "#d1-f2-plan"}));
+}
+
+TEST(Page, ListsTheFaultsAfterARestartByTheirState) {
+  Finding of_change;
+  of_change.text = "no";
+  Finding standing = Overlap();
+  standing.is_standing = true;
+  DeviceReport device = Refused({of_change});
+  device.restart.emplace().faults = {{of_change, standing}, {Overlap()}};
+  DeviceReport healed = Refused({});
+  healed.number = 2;
+  healed.restart.emplace().faults.healed = {Overlap()};
+  DeviceView view = OverlapView();
+  view.plan = ipav::view::PlanOf(Tree(""), Tree(L3("office", "10.0.0.1/24")),
+                                 ipav::cli::report::PathsOfFindings(device));
+  const std::string page = PageOf([&](HtmlWriter* writer) {
+    writer->Add(WithSection(device, view));
+    writer->Add(WithSection(healed, {}));
+  });
+  EXPECT_EQ(FlawsOf(page), Texts{});
+  const PageTree tree(page);
+  const std::string after =
+      "fter a restart, the device would refuse this configuration";
+  const std::string healed_heading =
+      "Healed by this change: after a restart, the device would refuse the "
+      "running configuration";
+  EXPECT_EQ(tree.Texts("//section[@id='d1']/h3[position() < 5]"),
+            (Texts{"Findings", "A" + after,
+                   "A" + after + ", and the running one (stands already)",
+                   healed_heading}));
+  EXPECT_EQ(tree.Texts("//section[@id='d2']/h3[1]"), Texts{healed_heading});
+  // The address is that of the third finding, after the one that is there
+  // twice.
+  EXPECT_EQ(tree.Texts("//section[@id='d1']//article//a/@href"),
+            Texts{"#d1-f3-plan"});
+  EXPECT_EQ(tree.Texts("//article[@id='d1-f2']/p"),
+            Texts{"The change is refused for it, too: see above."});
+  EXPECT_EQ(tree.Texts("//article[@id='d2-f1']//dt"),
+            (Texts{"Rule", "Validation point", "Data path", "Read more"}));
+  EXPECT_EQ(tree.Texts("//table[@class='list']//td[2]"),
+            (Texts{"no and 1 more", ""}));
 }
 
 // --- Changes

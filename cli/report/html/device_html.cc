@@ -3,12 +3,15 @@
 #include <confd_lib.h>
 
 #include <algorithm>
+#include <cctype>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli/report/finding_text.h"
 #include "cli/report/html/plan_html.h"
+#include "cli/report/restart_findings.h"
 #include "host/base/utf8.h"
 
 namespace ipav::cli::report {
@@ -171,6 +174,30 @@ void AddFindings(const DeviceReport& device, const DeviceView* view,
   }
 }
 
+void AddRestart(const DeviceReport& device, const DeviceView* view,
+                const std::string& id, Html* html) {
+  std::size_t number = device.findings.size();
+  std::optional<RestartState> listed;
+  for (RestartFinding& each : RestartFindings(device)) {
+    if (listed != each.state) {
+      std::string heading = HeadingOf(each.state);
+      heading.front() = static_cast<char>(std::toupper(heading.front()));
+      html->Markup("<h3>").Text(heading).Markup("</h3>\n");
+    }
+    listed = each.state;
+    if (each.is_of_change) {
+      each.finding.culprits.clear();
+      each.finding.note = "The change is refused for it, too: see above.";
+    }
+    if (each.is_of_change || each.state == RestartState::kHealed) {
+      each.finding.advice.clear();
+    }
+    AddFinding(each.finding, id + "-f" + std::to_string(number + 1),
+               NamesAnAddress(view, number), html);
+    ++number;
+  }
+}
+
 // --- What else was said
 
 void AddWarning(const Answer& answer, Html* html) {
@@ -285,7 +312,8 @@ void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
   if (device.status != kBadInput) {
     html->Markup(" ").Number(device.outcome.answers.size());
     html->Markup(" of ").Number(device.outcome.planned);
-    html->Markup(" validation calls made.");
+    html->Markup(" validation calls made").Text(RestartCalls(device));
+    html->Markup(".");
   }
   html->Markup("</p>\n");
 }
@@ -311,6 +339,7 @@ Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
   }
   if (device.status == kPluginFailed) AddFailure(device.outcome, &html);
   AddFindings(device, view, id, &html);
+  AddRestart(device, view, id, &html);
   AddRemarks(device, &html);
   if (view != nullptr) {
     AddChanges(device, view->changes, &html);

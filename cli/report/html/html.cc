@@ -5,9 +5,11 @@
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "cli/report/html/device_html.h"
 #include "cli/report/html/page_style.h"
+#include "cli/report/restart_findings.h"
 
 namespace ipav::cli::report {
 
@@ -37,23 +39,30 @@ void Copy(std::FILE* from, std::FILE* to) {
   }
 }
 
+// What is wrong with the device, but not what the change heals.
+std::vector<std::string> ProblemsOf(const DeviceReport& device) {
+  std::vector<std::string> texts = device.input_errors;
+  for (const messages::Finding& finding : device.findings) {
+    texts.push_back(finding.text);
+  }
+  for (const RestartFinding& each : RestartFindings(device)) {
+    const bool is_listed =
+        !each.is_of_change && each.state != RestartState::kHealed;
+    if (is_listed) texts.push_back(each.finding.text);
+  }
+  return texts;
+}
+
 void AddListRow(const DeviceReport& device, Html* html) {
   html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(device.number);
   html->Markup("\">").Text(device.candidate).Markup("</a></th><td>");
   AddVerdict(device.status, html);
   html->Markup("</td><td>");
-  if (!device.findings.empty()) {
-    html->Text(device.findings.front().text);
-  } else if (!device.input_errors.empty()) {
-    html->Text(device.input_errors.front());
-  } else {
-    html->Text(device.outcome.failure);
-  }
-  const std::size_t texts =
-      std::max(device.findings.size(), device.input_errors.size());
-  if (texts > 1) {
+  const std::vector<std::string> texts = ProblemsOf(device);
+  html->Text(texts.empty() ? device.outcome.failure : texts.front());
+  if (texts.size() > 1) {
     html->Markup(" <span class=\"count\">and ");
-    html->Number(texts - 1).Markup(" more</span>");
+    html->Number(texts.size() - 1).Markup(" more</span>");
   }
   html->Markup("</td></tr>\n");
 }

@@ -134,6 +134,30 @@ Finding FindingOf(const Json& json) {
           TextOrEmpty(json, "note"),   json.value("standing", false)};
 }
 
+void PutCalls(Json* json, std::size_t planned, std::size_t made) {
+  (*json)["validationCalls"] = {{"planned", planned}, {"made", made}};
+}
+
+Json RestartToJson(const Restart& restart) {
+  if (restart.is_change) return {{"sameAsChange", true}};
+  Json json = Json::object();
+  PutCalls(&json, restart.planned, restart.made);
+  json["findings"] = ArrayOf(restart.faults.findings, FindingToJson);
+  json["healed"] = ArrayOf(restart.faults.healed, FindingToJson);
+  return json;
+}
+
+Restart RestartOf(const Json& json) {
+  Restart restart;
+  restart.is_change = json.value("sameAsChange", false);
+  if (restart.is_change) return restart;
+  restart.planned = json.at("validationCalls").at("planned").get<std::size_t>();
+  restart.made = json.at("validationCalls").at("made").get<std::size_t>();
+  restart.faults = {VectorOf(json.at("findings"), FindingOf),
+                    VectorOf(json.at("healed"), FindingOf)};
+  return restart;
+}
+
 void PutFailure(Json* json, const Outcome& outcome) {
   if (outcome.failure.empty()) return;
   Json& failure = (*json)["failure"] = Json::object();
@@ -144,8 +168,7 @@ void PutFailure(Json* json, const Outcome& outcome) {
 }
 
 void PutOutcome(Json* json, const Outcome& outcome) {
-  (*json)["validationCalls"] = {{"planned", outcome.planned},
-                                {"made", outcome.answers.size()}};
+  PutCalls(json, outcome.planned, outcome.answers.size());
   (*json)["answers"] = ArrayOf(outcome.answers, AnswerToJson);
   PutFailure(json, outcome);
   PutUnlessEmpty(json, "pluginOutput", outcome.output);
@@ -218,6 +241,7 @@ Json ToJson(const DeviceReport& device) {
     return json;
   }
   json["findings"] = ArrayOf(device.findings, FindingToJson);
+  if (device.restart) json["restart"] = RestartToJson(*device.restart);
   PutLines(&json, "advice", device.advice);
   PutOutcome(&json, device.outcome);
   return json;
@@ -245,6 +269,7 @@ DeviceReport FromJson(const Json& json) {
     return device;
   }
   device.findings = VectorOf(json.at("findings"), FindingOf);
+  if (json.contains("restart")) device.restart = RestartOf(json.at("restart"));
   device.advice = LinesOf(json, "advice");
   device.outcome = OutcomeOf(json);
   device.outcome.verdict = VerdictOf(device.status);

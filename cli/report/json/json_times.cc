@@ -70,6 +70,7 @@ Json TimesToJson(const DeviceReport& device) {
   if (device.times->running) json["running"] = ToJson(*device.times->running);
   json["diff"] = Seconds(device.times->diff);
   json["commit"] = ToJson(device.outcome.times);
+  if (device.restart) json["restart"] = Seconds(device.restart->time);
   return json;
 }
 
@@ -80,6 +81,7 @@ void TimesFromJson(const Json& json, DeviceReport* device) {
     times.running = ReadingTimesOf(json.at("running"));
   }
   times.diff = DurationOf(json, "diff");
+  if (device->restart) device->restart->time = DurationOf(json, "restart");
   device->outcome.times = CommitTimesOf(json.at("commit"));
 }
 

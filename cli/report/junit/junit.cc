@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/report/finding_text.h"
+#include "cli/report/restart_findings.h"
 #include "host/base/utf8.h"
 
 namespace ipav::cli::report {
@@ -25,7 +26,8 @@ const xmlChar* Xml(const char* text) {
 // One call, which a CI system shows as a test.
 struct Case {
   std::string name;
-  const char* element = nullptr;  // below it: failure, error; null: it passed
+  // Below it: failure, error, skipped; null: it passed.
+  const char* element = nullptr;
   std::string type;
   std::string message;
   std::string details;  // if it passed: its output
@@ -35,6 +37,7 @@ struct Suite {
   std::vector<Case> cases;
   std::size_t failures = 0;
   std::size_t errors = 0;
+  std::size_t skipped = 0;
 
   void Pass(const std::string& name, const std::string& says = "") {
     cases.push_back({name, nullptr, "", "", says});
@@ -80,6 +83,28 @@ void AddFailure(const Outcome& outcome, Suite* suite) {
   suite->Err(name, "plug-in failed", outcome.failure, outcome.output);
 }
 
+// A case for each fault after a restart, or one that passed. A standing fault
+// refuses nothing by itself.
+void AddRestart(const DeviceReport& device, Suite* suite) {
+  constexpr char kName[] = "after a restart";
+  constexpr const char* kElements[] = {"failure", "skipped", nullptr};
+  if (!device.restart) return;
+  bool has_fault = false;
+  for (auto& [finding, state, is_of_change] : RestartFindings(device)) {
+    if (state == RestartState::kHealed) finding.advice.clear();
+    suite->cases.push_back(
+        {std::string(kName) + ": " + NameOf(finding.point, finding.path),
+         kElements[static_cast<std::size_t>(state)], RuleIdOf(finding),
+         TextOf(finding),
+         std::string(HeadingOf(state)) + "\n" + InWords(finding)});
+    if (state == RestartState::kNew) ++suite->failures;
+    if (state == RestartState::kStands) ++suite->skipped;
+    has_fault |= state != RestartState::kHealed;
+  }
+  const bool is_change = device.restart->is_change;
+  if (!has_fault) suite->Pass(kName, is_change ? "the same as the change" : "");
+}
+
 Suite SuiteOf(const DeviceReport& device) {
   Suite suite;
   if (device.status == kBadInput) {
@@ -91,6 +116,7 @@ Suite SuiteOf(const DeviceReport& device) {
     return suite;
   }
   AddAnswers(device, &suite);
+  AddRestart(device, &suite);
   AddFailure(device.outcome, &suite);
   // A suite without a case looks as if it did not run.
   if (suite.cases.empty()) suite.Pass("nothing to judge");
@@ -196,7 +222,7 @@ void JunitWriter::Add(const DeviceReport& device) {
   xml.Attribute("tests", std::to_string(suite.cases.size()));
   xml.Attribute("failures", std::to_string(suite.failures));
   xml.Attribute("errors", std::to_string(suite.errors));
-  xml.Attribute("skipped", "0");
+  xml.Attribute("skipped", std::to_string(suite.skipped));
   if (device.seconds > 0) {
     xml.Attribute("time", fmt::format("{:.6f}", device.seconds));
   }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/report/finding_text.h"
+#include "cli/report/restart_findings.h"
 #include "host/base/bytes.h"
 #include "host/base/c_ptr.h"
 #include "host/base/utf8.h"
@@ -181,17 +182,16 @@ Json LocationOf(const std::string& file, const std::string& path) {
   return location;
 }
 
-void PutLocations(const DeviceReport& device, const Finding& finding,
+void PutLocations(const std::string& file, const Finding& finding,
                   Json* result) {
   if (finding.culprits.empty()) {
-    (*result)["locations"] =
-        Json::array({LocationOf(device.candidate, finding.path)});
+    (*result)["locations"] = Json::array({LocationOf(file, finding.path)});
     return;
   }
   const std::size_t main = MainCulprit(finding);
   Json related = Json::array();
   for (std::size_t i = 0; i < finding.culprits.size(); ++i) {
-    Json location = LocationOf(finding.culprits[i], device.candidate);
+    Json location = LocationOf(finding.culprits[i], file);
     if (i == main) {
       (*result)["locations"] = Json::array({std::move(location)});
     } else {
@@ -215,16 +215,40 @@ Json PropertiesOf(const Finding& finding) {
   return properties;
 }
 
-Json ResultOf(const DeviceReport& device, const Finding& finding) {
+Json ResultOf(const DeviceReport& device, const Finding& finding,
+              const std::string& file) {
   Json result = {{"ruleId", base::ToUtf8(RuleIdOf(finding))},
                  {"level", "error"},
                  {"message", Message(MessageOf(finding))}};
-  PutLocations(device, finding, &result);
+  PutLocations(file, finding, &result);
   result["partialFingerprints"] = {
       {"ipavFinding/v1", FingerprintOf(finding, device.candidate)}};
   const auto state = BaselineState(device, finding);
   if (state) result["baselineState"] = *state;
   result["properties"] = PropertiesOf(finding);
+  return result;
+}
+
+// The running configuration is the baseline of what is judged after a restart.
+// A standing fault refuses nothing by itself.
+Json ResultOf(const DeviceReport& device, const RestartFinding& restart) {
+  struct Words {
+    const char* level;
+    const char* baseline_state;
+  };
+  constexpr Words kWords[] = {// by RestartState
+                              {"error", "new"},
+                              {"warning", "unchanged"},
+                              {"note", "absent"}};
+  const Words& words = kWords[static_cast<std::size_t>(restart.state)];
+  const bool is_healed = restart.state == RestartState::kHealed;
+  Json result = ResultOf(device, restart.finding,
+                         is_healed ? device.running : device.candidate);
+  result["level"] = words.level;
+  result["baselineState"] = words.baseline_state;
+  result["message"] =
+      Message(TextOf(restart.finding) + "\n" + HeadingOf(restart.state));
+  result["properties"]["afterRestart"] = true;
   return result;
 }
 
@@ -305,7 +329,11 @@ void SarifWriter::AddResult(Json result, Json rule) {
 
 void SarifWriter::AddFindings(const DeviceReport& device) {
   for (const Finding& finding : device.findings) {
-    AddResult(ResultOf(device, finding), RuleOf(finding));
+    AddResult(ResultOf(device, finding, device.candidate), RuleOf(finding));
+  }
+  for (const RestartFinding& restart : RestartFindings(device)) {
+    if (restart.is_of_change) continue;
+    AddResult(ResultOf(device, restart), RuleOf(restart.finding));
   }
 }
 
@@ -316,7 +344,7 @@ void SarifWriter::AddWarnings(const DeviceReport& device) {
     finding.text = answer.text.value_or("(a warning without a text)");
     finding.point = answer.opaque;
     finding.path = answer.path;
-    Json result = ResultOf(device, finding);
+    Json result = ResultOf(device, finding, device.candidate);
     result["level"] = "warning";
     AddResult(std::move(result), RuleOf(finding));
   }

@@ -7,11 +7,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
 
 #include "cli/report/finding_text.h"
+#include "cli/report/restart_findings.h"
 #include "cli/report/text/source_lines.h"
 #include "cli/report/text/terminal.h"
 #include "host/base/utf8.h"
@@ -53,6 +55,7 @@ class Printer {
         PrintFinding(*finding++);
       }
     }
+    PrintRestart(device);
     if (!outcome.failure.empty()) PrintFailure(outcome);
     PrintLines("the plug-in wrote", outcome.output);
     for (const std::string& advice : device.advice) {
@@ -96,9 +99,9 @@ class Printer {
 
   void PrintVerdict(const DeviceReport& device) const {
     const Outcome& outcome = device.outcome;
-    Print("{}: {} ({} of {} validation calls made)\n",
+    Print("{}: {} ({} of {} validation calls made{})\n",
           base::Printable(device.candidate), StyledVerdict(device),
-          outcome.answers.size(), outcome.planned);
+          outcome.answers.size(), outcome.planned, RestartCalls(device));
   }
 
   void PrintPlace(const std::string& point, const std::string& path) const {
@@ -117,12 +120,31 @@ class Printer {
       Print("(accepted with a warning)\n{}\n",
             OperatorText(answer.text.value_or("(without a text)"), out_));
     } else {
-      const std::string text = answer.text.value_or("(refused without a text)");
-      Print("{}\n", Styled(fmt::emphasis::bold, OperatorText(text, out_)));
+      PrintRefusal(answer.text.value_or("(refused without a text)"));
     }
     PrintPlace(answer.opaque, answer.path);
     if (!Accepts(answer) && !answer.exception && answer.result != CONFD_ERR) {
       Print("  result: {}, taken for a refusal\n", answer.result);
+    }
+  }
+
+  void PrintRefusal(const std::string& text) const {
+    Print("{}\n", Styled(fmt::emphasis::bold, OperatorText(text, out_)));
+  }
+
+  void PrintRestart(const DeviceReport& device) const {
+    std::optional<RestartState> listed;
+    for (RestartFinding& each : RestartFindings(device)) {
+      if (listed != each.state) Print("{}:\n", HeadingOf(each.state));
+      listed = each.state;
+      PrintRefusal(TextOf(each.finding));
+      PrintPlace(each.finding.point, each.finding.path);
+      if (each.is_of_change) {
+        Print("  see above: the change is refused for it, too\n");
+        continue;
+      }
+      if (each.state == RestartState::kHealed) each.finding.rule.clear();
+      PrintFinding(each.finding);
     }
   }
 

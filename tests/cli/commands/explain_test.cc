@@ -165,6 +165,10 @@ c.xml: not judged, bad input
 d.xml: not judged, the plug-in failed (0 of 3 validation calls made)
 the plug-in failed: ended by signal 6
 the plug-in threw an exception: stoul
+e.xml: refused (0 of 0 validation calls made, 28 of 28 after a restart)
+after a restart, the device would refuse this configuration:
+after a restart, the device would refuse this configuration, and the running one (stands already):
+healed by this change: after a restart, the device would refuse the running configuration:
 shard 1 of 2 of 9 devices, 5 devices: 1 accepted, 2 refused, 1 bad input, 1 failed
 )";
   EXPECT_EQ(ExplainedReport(Write("report", report)), ExplainedText());

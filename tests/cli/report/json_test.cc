@@ -20,6 +20,7 @@ using cli::report::FromJson;
 using cli::report::Json;
 using cli::report::ReadReport;
 using cli::report::ReportFromJson;
+using cli::report::Restart;
 using cli::report::Shard;
 using cli::report::ToJson;
 using commit::Answer;
@@ -82,6 +83,23 @@ void ExpectEqual(const Finding& actual, const Finding& expected) {
   }
 }
 
+void ExpectEqual(const std::vector<Finding>& actual,
+                 const std::vector<Finding>& expected) {
+  ASSERT_EQ(actual.size(), expected.size());
+  for (std::size_t i = 0; i < actual.size(); ++i) {
+    ExpectEqual(actual[i], expected[i]);
+  }
+}
+
+void ExpectEqual(const Restart& actual, const Restart& expected) {
+  EXPECT_EQ(actual.is_change, expected.is_change);
+  EXPECT_EQ(actual.planned, expected.planned);
+  EXPECT_EQ(actual.made, expected.made);
+  EXPECT_EQ(actual.time, expected.time);
+  ExpectEqual(actual.faults.findings, expected.faults.findings);
+  ExpectEqual(actual.faults.healed, expected.faults.healed);
+}
+
 void ExpectEqual(const ReadingTimes& actual, const ReadingTimes& expected) {
   EXPECT_EQ(actual.text, expected.text);
   EXPECT_EQ(actual.parse, expected.parse);
@@ -123,10 +141,9 @@ void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
     ExpectEqual(actual.outcome.times, expected.outcome.times);
   }
   ExpectEqual(actual.outcome, expected.outcome);
-  ASSERT_EQ(actual.findings.size(), expected.findings.size());
-  for (std::size_t i = 0; i < actual.findings.size(); ++i) {
-    ExpectEqual(actual.findings[i], expected.findings[i]);
-  }
+  ExpectEqual(actual.findings, expected.findings);
+  ASSERT_EQ(actual.restart.has_value(), expected.restart.has_value());
+  if (expected.restart) ExpectEqual(*actual.restart, *expected.restart);
 }
 
 // Also through a text, as between two processes.
@@ -165,7 +182,7 @@ TEST(JsonReport, WhatADeviceDoesNotHaveIsAbsent) {
   const Json json = ToJson(Accepted("a.xml"));
   for (const char* name :
        {"number", "running", "seconds", "times", "inputErrors", "failure",
-        "pluginOutput", "faults", "leftOpen", "debugLines"}) {
+        "restart", "pluginOutput", "faults", "leftOpen", "debugLines"}) {
     EXPECT_FALSE(json.contains(name)) << name;
   }
   EXPECT_EQ(json.at("findings"), Json::array());
@@ -198,9 +215,9 @@ TEST(JsonReport, OfARunIsReadBack) {
   for (std::size_t i = 0; i < devices.size(); ++i) {
     ExpectEqual(report.devices[i], devices[i]);
   }
-  EXPECT_EQ(report.run.summary.devices(), 5U);
-  EXPECT_EQ(report.run.summary.Of(cli::kAccepted), 1U);
-  EXPECT_EQ(report.run.summary.Of(cli::kRefused), 2U);
+  EXPECT_EQ(report.run.summary.devices(), 7U);
+  EXPECT_EQ(report.run.summary.Of(cli::kAccepted), 2U);
+  EXPECT_EQ(report.run.summary.Of(cli::kRefused), 3U);
   EXPECT_EQ(report.run.summary.Of(cli::kBadInput), 1U);
   EXPECT_EQ(report.run.summary.Of(cli::kPluginFailed), 1U);
   EXPECT_EQ(report.run.summary.worst_status(), cli::kPluginFailed);

@@ -96,6 +96,32 @@ TEST(JunitReport, ARefusalIsAFailureWithTheOperatorsText) {
             std::string::npos);
 }
 
+TEST(JunitReport, AFaultAfterARestartIsACaseByItsState) {
+  const Document report({Restarted("e.xml")});
+  EXPECT_EQ(report["//testsuite/@tests"], "6");
+  EXPECT_EQ(report["//testsuite/@failures"], "3");
+  EXPECT_EQ(report["//testsuite/@skipped"], "1");
+  const std::string name =
+      "after a restart: ipv4_addr_validation /config/interface/l3";
+  EXPECT_EQ(report["count(//testcase[@name='" + name + "'])"], "4");
+  EXPECT_EQ(report["//testcase[4]/failure/@message"], "fresh");
+  EXPECT_EQ(report["//testcase[5]/skipped/@message"], "stands");
+  const std::string healed = report["//testcase[6]/system-out"];
+  EXPECT_EQ(healed.find("healed by this change: after a restart, the device "
+                        "would refuse the running configuration\nhealed\n"),
+            0U);
+  EXPECT_EQ(healed.find("Change one of them."), std::string::npos);
+  // Without a fault it is a case that passed; without a running configuration
+  // it says that the change is the restart.
+  DeviceReport device = Accepted("a.xml");
+  device.restart.emplace();
+  EXPECT_EQ(Document({device})["//testcase[3]/@name"], "after a restart");
+  EXPECT_EQ(Document({device})["//testcase[3]"], "");
+  device.restart->is_change = true;
+  EXPECT_EQ(Document({device})["//testcase[3]/system-out"],
+            "the same as the change");
+}
+
 TEST(JunitReport, EachInputErrorIsAnError) {
   const Document report({BadInput("c.xml")});
   EXPECT_EQ(report["//testsuite/@tests"], "2");

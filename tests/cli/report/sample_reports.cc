@@ -127,9 +127,35 @@ DeviceReport Odd() {
   return report;
 }
 
+DeviceReport Restarted(const std::string& candidate) {
+  DeviceReport report = Refused(candidate);
+  cli::report::Restart& restart = report.restart.emplace();
+  restart.time = 8ms;
+  restart.planned = 28;
+  restart.made = 27;
+  Finding standing = report.findings.front();
+  standing.text = "stands";
+  standing.is_standing = true;
+  Finding fresh = standing;
+  fresh.text = "fresh";
+  fresh.is_standing = false;
+  Finding healed = fresh;
+  healed.text = "healed";
+  healed.culprits.front().place.reset();
+  restart.faults = {{standing, report.findings.front(), fresh}, {healed}};
+  return report;
+}
+
 std::vector<DeviceReport> SampleReports() {
-  return {Accepted("a.xml"), Refused("b.xml"), BadInput("c.xml"),
-          PluginFailed("d.xml"), Odd()};
+  DeviceReport first = Accepted("f.xml");
+  first.restart.emplace().is_change = true;
+  return {Accepted("a.xml"),
+          Refused("b.xml"),
+          BadInput("c.xml"),
+          PluginFailed("d.xml"),
+          Odd(),
+          Restarted("e.xml"),
+          first};
 }
 
 std::string Written(cli::report::Format format,

@@ -30,7 +30,12 @@ cli::report::DeviceReport PluginFailed(const std::string& candidate);
 // Such bytes wherever a plug-in, a file or its name may have them.
 cli::report::DeviceReport Odd();
 
-// One of each of the above.
+// Refused, also after a restart: for a standing fault, the one of the change,
+// and a new one. A fourth one is healed.
+cli::report::DeviceReport Restarted(const std::string& candidate);
+
+// One of each of the above, and a first configuration that is judged after a
+// restart.
 std::vector<cli::report::DeviceReport> SampleReports();
 
 // The report on these devices in a format.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -105,6 +106,41 @@ TEST(SarifReport, TellsWhetherTheRunningConfigurationHasTheFindingToo) {
   EXPECT_EQ(
       ResultOf(device).at("message").at("text"),
       finding.text + "\nnot caused by this change: the fault was there before");
+}
+
+TEST(SarifReport, TheRunningConfigurationIsTheBaselineAfterARestart) {
+  const Json results = RunOf({Restarted("a.xml")}).at("results");
+  const std::string after =
+      "\nafter a restart, the device would refuse this configuration";
+  const struct {
+    std::string message;
+    const char* state;
+    const char* level;
+  } rows[] = {// The one of the change is listed once.
+              {Refused("a.xml").findings.front().text, "new", "error"},
+              {"fresh" + after, "new", "error"},
+              {"stands" + after + ", and the running one (stands already)",
+               "unchanged", "warning"},
+              {"healed\nhealed by this change: after a restart, the device "
+               "would refuse "
+               "the running configuration",
+               "absent", "note"}};
+  ASSERT_EQ(results.size(), std::size(rows));
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    const Json& result = results.at(i);
+    EXPECT_EQ(result.at("message").at("text"), rows[i].message);
+    EXPECT_EQ(result.at("baselineState"), rows[i].state);
+    EXPECT_EQ(result.at("level"), rows[i].level);
+    EXPECT_EQ(result.at("properties").contains("afterRestart"), i > 0);
+  }
+  // A node that has no place is in that configuration.
+  EXPECT_EQ(results.at(3)
+                .at("relatedLocations")
+                .at(0)
+                .at("physicalLocation")
+                .at("artifactLocation")
+                .at("uri"),
+            "running.xml");
 }
 
 TEST(SarifReport, FingerprintsStayWhenLinesMoveAndDifferBetweenFindings) {

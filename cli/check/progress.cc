@@ -2,17 +2,12 @@
 
 #include <fmt/core.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
 
 namespace ipav::cli::check {
 
 namespace {
-
-// Moves to the start of the line and erases it.
-constexpr char kClearLine[] = "\r\x1b[K";
 
 ExitStatus StatusOf(int wait_status) {
   if (!WIFEXITED(wait_status)) return kPluginFailed;
@@ -24,9 +19,7 @@ ExitStatus StatusOf(int wait_status) {
 }  // namespace
 
 Progress::Progress(std::size_t count, const char* what, bool is_wanted)
-    : count_(count),
-      what_(what),
-      is_shown_(is_wanted && isatty(STDERR_FILENO) == 1) {}
+    : count_(count), what_(what), line_(is_wanted) {}
 
 std::string Progress::InWords(std::chrono::duration<double> passed) const {
   const std::size_t done = ended_.devices();
@@ -44,20 +37,7 @@ std::string Progress::InWords(std::chrono::duration<double> passed) const {
 void Progress::OnEnd(int wait_status) { ended_.Add(StatusOf(wait_status)); }
 
 void Progress::OnWait() {
-  constexpr std::chrono::milliseconds kBetweenDrawings{100};
-  const Clock::time_point now = Clock::now();
-  if (!is_shown_ || (is_drawn_ && now - drawn_ < kBetweenDrawings)) return;
-  fmt::print(stderr, "{}{}", kClearLine, InWords(now - start_));
-  static_cast<void>(std::fflush(stderr));
-  drawn_ = now;
-  is_drawn_ = true;
-}
-
-void Progress::Clear() {
-  if (!is_drawn_) return;
-  fmt::print(stderr, "{}", kClearLine);
-  static_cast<void>(std::fflush(stderr));
-  is_drawn_ = false;
+  line_.Show([&] { return InWords(Clock::now() - start_); });
 }
 
 }  // namespace ipav::cli::check

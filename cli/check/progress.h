@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cli/check/pool.h"
+#include "cli/progress_line.h"
 #include "cli/report/run.h"
 
 namespace ipav::cli::check {
@@ -16,15 +17,12 @@ class Progress : public Pool::Listener {
   // On standard error, if that is a terminal and `is_wanted`. `what` is the
   // plural of what the jobs make: "devices". It is borrowed.
   Progress(std::size_t count, const char* what, bool is_wanted);
-  ~Progress() override { Clear(); }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
 
   void OnEnd(int wait_status) override;
   void OnWait() override;
 
   // Removes the line, because the report may go to the same terminal.
-  void Clear();
+  void Clear() { line_.Clear(); }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -34,10 +32,8 @@ class Progress : public Pool::Listener {
 
   const std::size_t count_;
   const char* const what_;
-  const bool is_shown_;
   const Clock::time_point start_ = Clock::now();
-  Clock::time_point drawn_;
-  bool is_drawn_ = false;
+  ProgressLine line_;
   report::Summary ended_;
 };
 

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/changed_lines.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "host/base/utf8.h"
@@ -26,7 +27,6 @@ namespace {
 
 using commit::Cause;
 using commit::PointCall;
-using datastore::Change;
 using datastore::Dependency;
 using datastore::Diff;
 using nlohmann::ordered_json;
@@ -53,105 +53,6 @@ struct DiffOptions {
   ReadingLimits limits;
 };
 
-bool IsLeaf(const lysc_node& schema) {
-  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
-}
-
-bool IsDefault(const lyd_node& node) { return (node.flags & LYD_DEFAULT) != 0; }
-
-bool IsOneSided(const Change& change) {
-  return change.before == nullptr || change.after == nullptr;
-}
-
-bool IsKey(const Change& change) {
-  const lysc_node* schema = change.schema;
-  return lysc_is_key(schema);
-}
-
-// A default value, which is created and deleted with its parent.
-bool IsImplicit(const Change& change) {
-  return IsLeaf(*change.schema) && IsOneSided(change) &&
-         IsDefault(*change.Node());
-}
-
-// Number of leaves at or below a change that are written in a file.
-std::size_t CountLeaves(const Change& change) {
-  if (IsLeaf(*change.schema)) return IsImplicit(change) ? 0 : 1;
-  std::size_t count = 0;
-  for (const Change& child : change.children) count += CountLeaves(child);
-  return count;
-}
-
-// The same below a list entry, without its keys, which its path shows.
-std::size_t CountLeavesOf(const Change& entry) {
-  const auto keys =
-      std::count_if(entry.children.begin(), entry.children.end(), IsKey);
-  return CountLeaves(entry) - static_cast<std::size_t>(keys);
-}
-
-// One line of the list.
-struct Line {
-  const Change* change;
-  std::optional<std::size_t> leaves;  // of a list entry
-};
-
-class Lister {
- public:
-  explicit Lister(bool full) : full_(full) {}
-
-  std::vector<Line> List(const std::vector<Change>& changes) {
-    for (const Change& change : changes) Add(change);
-    return std::move(lines_);
-  }
-
- private:
-  void Add(const Change& change) {
-    if (IsKey(change) || IsImplicit(change)) return;
-    if (change.schema->nodetype == LYS_LIST && IsOneSided(change)) {
-      lines_.push_back({&change, CountLeavesOf(change)});
-      if (!full_) return;
-    } else if (change.children.empty()) {
-      lines_.push_back({&change, std::nullopt});
-    }
-    for (const Change& child : change.children) Add(child);
-  }
-
-  const bool full_;
-  std::vector<Line> lines_;
-};
-
-const char* WordOf(const Change& change) {
-  if (change.before == nullptr) return "added";
-  return change.after == nullptr ? "deleted" : "changed";
-}
-
-char SignOf(const Change& change) {
-  if (change.before == nullptr) return '+';
-  return change.after == nullptr ? '-' : '~';
-}
-
-std::string ValueText(const lyd_node& leaf) {
-  return base::QuotedIfNeeded(lyd_get_value(&leaf)) +
-         (IsDefault(leaf) ? " (default)" : "");
-}
-
-void PrintLine(const Line& line) {
-  const Change& change = *line.change;
-  fmt::print("{} {}", SignOf(change),
-             base::Printable(confd::PrintPath(change.Node())));
-  if (line.leaves.value_or(0) != 0) {
-    fmt::print(" ({} {})", *line.leaves, *line.leaves == 1 ? "leaf" : "leaves");
-  } else if (IsLeaf(*change.schema)) {
-    fmt::print(": ");
-    if (change.before != nullptr) fmt::print("{}", ValueText(*change.before));
-    if (change.before != nullptr && change.after != nullptr) {
-      fmt::print(" -> ");
-    }
-    if (change.after != nullptr) fmt::print("{}", ValueText(*change.after));
-  }
-  fmt::print("\n");
-}
-
 // The changed nodes that fire a call; none for a call that every commit makes.
 std::vector<std::string> CausesOf(const Diff& diff, const PointCall& call) {
   const Cause cause = commit::CauseOf(diff, call);
@@ -171,10 +72,10 @@ std::string Counted(std::size_t count, const char* what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
-void PrintText(const Diff& diff, const std::vector<Line>& lines,
+void PrintText(const Diff& diff, const std::vector<ChangedLine>& lines,
                const std::vector<PointCall>& calls) {
   fmt::print("{}\n", Counted(lines.size(), "change"));
-  for (const Line& line : lines) PrintLine(line);
+  for (const ChangedLine& line : lines) fmt::print("{}\n", InWords(line));
   fmt::print("\n{}\n", Counted(calls.size(), "validation call"));
   for (const PointCall& call : calls) {
     fmt::print("{}\n  data path: {}\n", base::Printable(call.site->opaque),
@@ -187,25 +88,14 @@ void PrintText(const Diff& diff, const std::vector<Line>& lines,
   }
 }
 
-ordered_json JsonOf(const Line& line) {
-  const Change& change = *line.change;
-  ordered_json json = {{"change", WordOf(change)},
-                       {"path", confd::PrintPath(change.Node())}};
-  if (line.leaves.has_value()) json["leaves"] = *line.leaves;
-  if (!IsLeaf(*change.schema)) return json;
-  if (change.before != nullptr) json["old"] = lyd_get_value(change.before);
-  if (change.after != nullptr) json["new"] = lyd_get_value(change.after);
-  return json;
-}
-
 void PrintJson(const DiffOptions& options, const Diff& diff,
-               const std::vector<Line>& lines,
+               const std::vector<ChangedLine>& lines,
                const std::vector<PointCall>& calls) {
   ordered_json json = {{"running", options.running},
                        {"candidate", options.candidate},
                        {"changes", ordered_json::array()},
                        {"calls", ordered_json::array()}};
-  for (const Line& line : lines) json["changes"].push_back(JsonOf(line));
+  for (const ChangedLine& line : lines) json["changes"].push_back(JsonOf(line));
   for (const PointCall& call : calls) {
     json["calls"].push_back({{"point", call.site->opaque},
                              {"path", commit::PathOf(call)},
@@ -223,7 +113,7 @@ ExitStatus PrintDiff(const DiffOptions& options) {
   const auto candidate = ReadTree(model, options.candidate, options.limits);
 
   const Diff diff(running, candidate);
-  const std::vector<Line> lines = Lister(options.full).List(diff.top());
+  const std::vector<ChangedLine> lines = ListLines(diff.top(), options.full);
   const std::vector<PointCall> calls = commit::PlanCalls(candidate, diff);
   if (options.format == "json") {
     PrintJson(options, diff, lines, calls);

@@ -17,7 +17,8 @@ MAY_INCLUDE = {
     "host": {"nettypes"},
     "netconf": {"host", "nettypes"},
     "messages": {"host", "nettypes"},
-    "cli": {"messages", "netconf", "host", "nettypes"},
+    "planner": {"messages", "host", "nettypes"},
+    "cli": {"planner", "messages", "netconf", "host", "nettypes"},
     "ipavd": {"messages", "netconf", "host", "nettypes"},
 }
 MOST_LINES = 400

@@ -30,6 +30,7 @@ constexpr char kNotes[] =
     "  ipav points\n"
     "  ipav explain ipv4_addr_validation\n"
     "  ipav diff running.xml candidate.xml\n"
+    "  ipav plan --running running.xml goal.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
     "  ipav new > router.xml\n"
     "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
@@ -61,6 +62,7 @@ int Run(int argc, char** argv) {
       ipav::cli::AddSummarize(&app, locations),
       ipav::cli::AddPoints(&app, locations),
       ipav::cli::AddDiff(&app, locations),
+      ipav::cli::AddPlan(&app, locations),
       ipav::cli::AddExplain(&app, locations),
       ipav::cli::AddConvert(&app, locations),
       ipav::cli::AddNew(&app, locations),

@@ -32,17 +32,17 @@ void Describe(const Message& message, Finding* finding) {
   finding->anchor = message.anchor;
 }
 
+}  // namespace
+
 std::optional<Place> PlaceOf(const Configuration& configuration,
                              const lyd_node* node) {
-  if (configuration.source == nullptr) return std::nullopt;
+  if (configuration.source == nullptr || node == nullptr) return std::nullopt;
   std::optional<source::Mark> mark = configuration.source->MarkOf(node);
   if (!mark) return std::nullopt;
   return Place{
       configuration.file,           mark->line,   mark->column, mark->length,
       std::move(mark->source_line), mark->skipped};
 }
-
-}  // namespace
 
 // The two configurations side by side.
 class Finder::Search {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,11 @@ struct Configuration {
 // How the candidate was judged: as a change of the running configuration, or as
 // a device loads it after a restart.
 enum class Judged : std::uint8_t { kAsChange, kFromNothing };
+
+// The position of a node of that configuration; none if its file does not have
+// it.
+std::optional<Place> PlaceOf(const Configuration& configuration,
+                             const lyd_node* node);
 
 // Compares the two configurations only when there is a refusal.
 //

@@ -4,7 +4,11 @@
 #include <libyang/libyang.h>
 
 #include <CLI/App.hpp>
+#include <CLI/Error.hpp>
+#include <cstddef>
+#include <fstream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -24,11 +28,15 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kCommitNotes[] =
-    "The file replaces the whole running configuration of the server.\n"
+    "The file replaces the whole running configuration of the server. With\n"
+    "--plan, so do the configurations of a plan, one after the other, until "
+    "one\n"
+    "is refused.\n"
     "\n"
     "Examples:\n"
     "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
     "  ipav commit --to demo/netconf.sock --validate router.json\n"
+    "  ipav commit --to demo/netconf.sock --plan steps\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the file or the command line is\n"
     "wrong, or there is no server, 3 the plug-in died, threw an exception or\n"
@@ -38,6 +46,7 @@ struct CommitOptions {
   Locations locations;
   std::string server;     // UNIX socket
   std::string file;       // the configuration, XML or JSON
+  std::string plan;       // folder of ipav plan; empty: only the file
   bool validate = false;  // change nothing
   ReadingLimits limits;   // `time` is also that of each answer
 };
@@ -118,6 +127,32 @@ ExitStatus Commit(const CommitOptions& options) {
   return status;
 }
 
+// The number of commits in the folder of a plan.
+std::size_t CommitsOf(const std::string& folder) {
+  const std::string file = folder + "/plan.json";
+  std::ifstream stream(file);
+  const auto json = nlohmann::json::parse(stream, nullptr, false);
+  if (!json.is_object() || json.value("format", "") != "ipav plan" ||
+      !json.contains("commits") || !json["commits"].is_array()) {
+    throw std::runtime_error(file + ": is not a plan of ipav plan");
+  }
+  return json["commits"].size();
+}
+
+// Commits each configuration of a plan, until one is refused.
+ExitStatus CommitPlan(CommitOptions options) {
+  const std::size_t count = CommitsOf(options.plan);
+  for (std::size_t done = 0; done < count; ++done) {
+    options.file = fmt::format("{}/step-{}.xml", options.plan, done + 1);
+    const ExitStatus status = Commit(options);
+    if (status == kAccepted) continue;
+    fmt::print("{} of {} commits are made\n", done, count);
+    return status;
+  }
+  fmt::print("all {} commits are made\n", count);
+  return kAccepted;
+}
+
 }  // namespace
 
 Command AddCommit(CLI::App* app, const Locations& locations) {
@@ -128,15 +163,29 @@ Command AddCommit(CLI::App* app, const Locations& locations) {
   command->footer(kCommitNotes);
   AddFile(command, "--to", "UNIX socket of the server", &options->server)
       ->required();
-  command->add_flag("--validate", options->validate,
-                    "Only validate the configuration, and change nothing");
-  AddFile(command, "file", "Configuration to commit, XML or JSON",
-          &options->file)
-      ->required();
+  CLI::Option* validate =
+      command->add_flag("--validate", options->validate,
+                        "Only validate the configuration, and change nothing");
+  CLI::Option* plan =
+      command
+          ->add_option("--plan", options->plan,
+                       "Commit the configurations in this folder of ipav plan")
+          ->type_name(kFolder)
+          ->excludes(validate);
+  CLI::Option* file =
+      AddFile(command, "file", "Configuration to commit, XML or JSON",
+              &options->file)
+          ->excludes(plan);
   AddLimits(command, "read a configuration, and for each answer of the server",
             &options->limits);
   AddYang(command, &options->locations);
-  return {command, [options] { return Commit(*options); }};
+  command->callback([=] {
+    if (plan->empty() && file->empty()) throw CLI::RequiredError("file");
+  });
+  return {command, [options] {
+            return options->plan.empty() ? Commit(*options)
+                                         : CommitPlan(*options);
+          }};
 }
 
 }  // namespace ipav::cli

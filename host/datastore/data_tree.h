@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "host/base/stopwatch.h"
@@ -44,6 +45,9 @@ class DataTree {
   static std::optional<DataTree> FromPart(const Model& model,
                                           const std::string& text);
   bool Complete();
+
+  // Gives up its nodes, for changes; the tree is not used any more.
+  Nodes Release() { return std::move(tree_); }
 
   // Takes over these nodes, given by the first of all siblings; null: no nodes.
   // Call Complete() before use.

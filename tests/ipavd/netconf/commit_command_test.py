@@ -1,13 +1,15 @@
 """ipav commit: statuses and texts as of ipav check."""
 
 import json
+import shutil
 import socket
 import subprocess
 import threading
 import unittest
+import xml.etree.ElementTree as ElementTree
 
-from served import (HELLO, IPAV, PATIENCE, TEST_PLUGINS, ServerTest, config, l3,
-                    wild_model)
+from served import (HELLO, IPAV, PATIENCE, ROOT, TEST_PLUGINS, ServerTest,
+                    config, l3, wild_model)
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -134,6 +136,64 @@ class CommitCommandTest(ServerTest):
                 (2, "", f"ipav: {path}: takes nothing within 3 seconds\n"))
             greeter.join()
         connections[0].close()
+
+    def plan(self, goal):
+        """The folder of a plan that makes `goal` of `running.xml`."""
+        steps = self.folder / "steps"
+        subprocess.run(
+            [IPAV, "plan", "--running", str(self.folder / "running.xml"),
+             str(goal), "--output", str(steps)],
+            check=True, stdout=subprocess.DEVNULL)
+        return steps
+
+    def prepare_plan(self):
+        """A server with the branch router, a goal of two commits, its plan."""
+        branch = ROOT / "examples/branch-router"
+        goal = branch / "floor-4-vlan-changed.xml"
+        shutil.copy(branch / "running.xml", self.folder / "running.xml")
+        server = self.serve()
+        self.commit(server, str(self.folder / "running.xml"))
+        return server, goal, self.plan(goal)
+
+    def running_differs(self, server, goal):
+        """What ipav diff says of the running configuration and the goal."""
+        reply = self.raw(server).rpc(
+            "<get-config><source><running/></source></get-config>")
+        running = self.write("".join(
+            ElementTree.tostring(node, "unicode") for node in reply[0]))
+        return subprocess.run([IPAV, "diff", running, str(goal)], check=True,
+                              stdout=subprocess.PIPE, encoding="utf-8").stdout
+
+    def test_commits_a_plan_step_by_step(self):
+        server, goal, steps = self.prepare_plan()
+        status, output, error = self.commit(server, "--plan", str(steps))
+        self.assertEqual((status, error), (0, ""))
+        self.assertEqual(output, f"{steps}/step-1.xml: accepted\n"
+                                 f"{steps}/step-2.xml: accepted\n"
+                                 "all 2 commits are made\n")
+        self.assertIn("no changes", self.running_differs(server, goal))
+
+    def test_stops_a_plan_at_the_first_refusal(self):
+        server, goal, steps = self.prepare_plan()
+        shutil.copy(ROOT / "examples/branch-router/address-is-network.xml",
+                    steps / "step-2.xml")
+        status, output, _ = self.commit(server, "--plan", str(steps))
+        self.assertEqual(status, 1)
+        self.assertTrue(output.startswith(f"{steps}/step-1.xml: accepted\n"))
+        self.assertTrue(output.endswith("1 of 2 commits are made\n"))
+        (steps / "plan.json").unlink()
+        self.assertEqual(
+            self.commit(server, "--plan", str(steps)),
+            (2, "", f"ipav: {steps}/plan.json: is not a plan of ipav plan\n"))
+
+    def test_steps_are_edits_of_netconf_as_well(self):
+        server, goal, steps = self.prepare_plan()
+        client = self.raw(server)
+        for number in (1, 2):
+            edit = (steps / f"step-{number}.edit.xml").read_text()
+            self.assert_ok(client.rpc(edit))
+            self.assert_ok(client.rpc("<commit/>"))
+        self.assertIn("no changes", self.running_differs(server, goal))
 
     def test_tells_who_has_the_lock(self):
         server = self.serve()

@@ -1,0 +1,287 @@
+// ipav plan: finds commits that lead from one configuration to another.
+
+#include <fmt/core.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Validators.hpp>
+#include <cstddef>
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <ratio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/plan/plan_report.h"
+#include "cli/plan/replay.h"
+#include "cli/plan/step_files.h"
+#include "cli/progress_line.h"
+#include "host/base/stopwatch.h"
+#include "host/commit/commit.h"
+#include "host/datastore/input_text.h"
+#include "host/datastore/model.h"
+#include "host/source/source_text.h"
+#include "messages/data_view.h"
+#include "messages/finder.h"
+#include "planner/composer.h"
+#include "planner/core.h"
+#include "planner/search.h"
+#include "planner/verdicts.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using datastore::DataTree;
+using datastore::InputText;
+using plan::Core;
+using plan::PlanReport;
+using planner::Composer;
+using planner::Search;
+using planner::SearchResult;
+using planner::State;
+using planner::Verdicts;
+
+constexpr char kPlanNotes[] =
+    "Every commit of a plan is accepted, and a device also loads each of its\n"
+    "configurations from nothing; faults that the running configuration has "
+    "as\n"
+    "well do not count. A change is a line of ipav diff. If no order of the\n"
+    "changes is accepted, the plan may take away a node that a refusal names,\n"
+    "and put it back later (a detour). If there is no plan, the smallest sets\n"
+    "of changes that are refused in any order are listed, and a plan for the\n"
+    "others.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav plan --running running.xml goal.xml\n"
+    "  ipav plan --running running.xml --output steps goal.xml\n"
+    "  ipav plan --each --format json --running running.json goal.json\n"
+    "\n"
+    "Exit status: 0 the goal is reached, 1 it is not, 2 the input or the\n"
+    "command line is wrong, 3 the plug-in died, threw an exception or did not\n"
+    "answer in time, and the goal is not reached.";
+
+struct PlanOptions {
+  Locations locations;
+  std::string running;  // file; empty: nothing is configured yet
+  std::string goal;     // file
+  bool each = false;
+  std::string output;           // folder; empty: none
+  std::string format = "text";  // or json
+  std::size_t verdicts = 0;     // 0: any number
+  ReadingLimits limits;         // `time` is also that of the search
+};
+
+struct Input {
+  std::optional<InputText> text;  // none: an empty configuration
+  DataTree tree;
+};
+
+Input ReadInput(const datastore::Model& model, const std::string& file,
+                const ReadingLimits& limits) {
+  if (file.empty()) return {std::nullopt, DataTree::Empty(model)};
+  const ReadingTime limit(file, limits.time);
+  InputText text = datastore::ReadText(file, limits.size);
+  DataTree tree = DataTree::FromText(model, text);
+  return {std::move(text), std::move(tree)};
+}
+
+// Explains why a set of changes is refused when it is committed alone.
+class Refusals {
+ public:
+  Refusals(const PlanOptions& options, const Input& running, const Input& goal,
+           Verdicts* verdicts)
+      : options_(options),
+        running_(running),
+        goal_(goal),
+        verdicts_(*verdicts),
+        empty_(DataTree::Empty(running.tree.model())) {
+    if (running.text) running_source_.emplace(*running.text);
+  }
+
+  report::DeviceReport Of(const State& changes) {
+    report::DeviceReport report;
+    report.candidate = "these changes alone";
+    report.running = options_.running;
+    const planner::Verdict& verdict = verdicts_.Of({}, changes);
+    const auto composed = verdicts_.ConfigurationOf(changes);
+    if (composed->tree == nullptr) {
+      report.status = kBadInput;
+      report.input_errors = {composed->error_path + ": " + composed->error};
+      return report;
+    }
+    const bool at_restart = verdict.judge == planner::Judge::kRestart;
+    if (at_restart) report.candidate = "a restart after these changes";
+    report.outcome = commit::RunCommit(
+        at_restart ? empty_ : running_.tree, *composed->tree,
+        {options_.locations.plugin, false, options_.limits.time});
+    const bool is_refused = report.outcome.verdict == commit::Verdict::kRefused;
+    report.status = is_refused ? kRefused : kPluginFailed;
+    if (!is_refused) return report;
+    // It remembers the nodes of one tree.
+    const source::SourceText source(*goal_.text);
+    messages::Finder finder({&running_.tree, options_.running,
+                             running_source_ ? &*running_source_ : nullptr},
+                            {composed->tree, options_.goal, &source});
+    report.findings = finder.ExplainAll(report.outcome);
+    for (messages::Finding& finding : report.findings) {
+      for (messages::Culprit& culprit : finding.culprits) Relocate(&culprit);
+    }
+    return report;
+  }
+
+ private:
+  // What these changes leave alone is in the running configuration; the goal
+  // may have another value there.
+  void Relocate(messages::Culprit* culprit) const {
+    if (culprit->novelty != datastore::Novelty::kUnchanged) return;
+    const messages::DataView view(running_.tree);
+    culprit->place =
+        messages::PlaceOf({&running_.tree, options_.running,
+                           running_source_ ? &*running_source_ : nullptr},
+                          view.AtPath(culprit->path));
+  }
+
+  const PlanOptions& options_;
+  const Input& running_;
+  std::optional<source::SourceText> running_source_;
+  const Input& goal_;
+  Verdicts& verdicts_;
+  const DataTree empty_;
+};
+
+std::vector<std::size_t> Numbers(const State& state) {
+  return {state.begin(), state.end()};
+}
+
+// Says why the goal is not reached, and plans what can be done instead.
+SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
+                         Refusals* refusals, Verdicts* verdicts,
+                         PlanReport* report) {
+  State made = failed.steps.empty() ? State{} : failed.steps.back();
+  SearchResult rest = failed;
+  try {
+    if (failed.is_limited) throw planner::LimitReached();
+    const planner::Verdict& at_once = verdicts->Of({}, goal);
+    report->one_commit = at_once.findings.empty()
+                             ? at_once.error
+                             : at_once.findings.front().text;
+    const auto obstacles = planner::FindObstacles(verdicts, goal, made);
+    for (const auto& core : obstacles.cores) {
+      report->cores.push_back({Numbers(core.changes), core.is_smallest,
+                               refusals->Of(core.changes)});
+    }
+    const SearchResult plan =
+        Search(verdicts, obstacles.made).Run(planner::Style::kFewest);
+    if (plan.reached) {
+      rest = plan;
+      made = obstacles.made;
+    }
+  } catch (const planner::LimitReached&) {
+    report->is_limited = true;
+  }
+  State left_out = goal;
+  for (const std::size_t item : made) left_out.erase(item);
+  report->left_out = Numbers(left_out);
+  return rest;
+}
+
+ExitStatus Plan(const PlanOptions& options) {
+  // 1. Read both configurations.
+  base::Stopwatch watch;
+  plan::StepFiles files(options.output);
+  const datastore::Model model(options.locations.yang_dir,
+                               options.locations.yang_extension);
+  const Input running = ReadInput(model, options.running, options.limits);
+  const Input goal = ReadInput(model, options.goal, options.limits);
+
+  // 2. Search.
+  Composer composer(running.tree, goal.tree);
+  ProgressLine progress(true);
+  const auto show = [&](std::size_t count) {
+    progress.Show([=] { return fmt::format("{} verdicts", count); });
+  };
+  Verdicts verdicts(&composer, options.locations.plugin,
+                    {options.limits.time, options.verdicts, show});
+  const auto style =
+      options.each ? planner::Style::kEach : planner::Style::kFewest;
+  SearchResult result = Search(&verdicts, composer.goal()).Run(style);
+
+  // 3. Explain what is refused.
+  PlanReport report;
+  report.running = options.running;
+  report.goal = options.goal;
+  report.reached = result.reached;
+  report.is_limited = result.is_limited;
+  report.proven = result.proven;
+  report.each = options.each;
+  if (!result.reached) {
+    Refusals refusals(options, running, goal, &verdicts);
+    result =
+        PlanTheRest(result, composer.goal(), &refusals, &verdicts, &report);
+    report.failure = verdicts.failure();
+  }
+
+  // 4. Replay the plan, and report it.
+  progress.Clear();
+  report.steps =
+      plan::Replay(composer, result.steps, options.locations.plugin,
+                   [&](std::size_t number, const std::string& configuration,
+                       const datastore::Diff& diff, const DataTree& /*after*/) {
+                     files.Write(number, configuration, diff);
+                   });
+  report.verdicts = verdicts.count();
+  report.seconds = base::In<std::ratio<1>>(watch.Lap());
+  const std::string json =
+      plan::ToJson(report, composer)
+          .dump(2, ' ', false, nlohmann::json::error_handler_t::replace) +
+      "\n";
+  files.End(json);
+  if (options.format == "json") {
+    static_cast<void>(std::fputs(json.c_str(), stdout));
+  } else {
+    plan::PrintText(report, composer);
+  }
+  return plan::StatusOf(report);
+}
+
+}  // namespace
+
+Command AddPlan(CLI::App* app, const Locations& locations) {
+  const auto options = std::make_shared<PlanOptions>();
+  options->locations = locations;
+  CLI::App* command = app->add_subcommand(
+      "plan", "Find the commits that lead to a configuration");
+  command->footer(kPlanNotes);
+  AddFile(command, "--running",
+          "Running configuration, XML or JSON (default: empty)",
+          &options->running);
+  AddFile(command, "goal", "Configuration to reach, XML or JSON",
+          &options->goal)
+      ->required();
+  command->add_flag("--each", options->each,
+                    "As many commits as possible, each as small as possible");
+  command
+      ->add_option("--output", options->output,
+                   "New folder for the configurations after each commit and "
+                   "for their changes")
+      ->type_name(kFolder);
+  AddChoice(command, "--format", {"text", "json"}, "text or json",
+            &options->format);
+  command->add_option("--verdicts", options->verdicts,
+                      "End the search after this number of verdicts of the "
+                      "plug-in (default: 0, no limit)");
+  AddLimits(command, "read a configuration, and for the search",
+            &options->limits);
+  AddFile(command, "--plugin", "Validation plug-in to run",
+          &options->locations.plugin)
+      ->capture_default_str();
+  AddYang(command, &options->locations);
+  return {command, [options] { return Plan(*options); }};
+}
+
+}  // namespace ipav::cli

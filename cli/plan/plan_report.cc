@@ -1,0 +1,240 @@
+#include "cli/plan/plan_report.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "cli/changed_lines.h"
+#include "cli/report/json/json.h"
+#include "cli/report/text/terminal.h"
+#include "cli/report/text/text.h"
+#include "host/base/utf8.h"
+
+namespace ipav::cli::plan {
+
+namespace {
+
+using nlohmann::ordered_json;
+using planner::Composer;
+using planner::Item;
+
+constexpr char kFormat[] = "ipav plan";
+constexpr int kVersion = 1;
+
+// Of a set of changes that are refused together.
+constexpr std::size_t kMostLines = 20;
+
+// "1 commit", "3 commits"
+std::string Counted(std::size_t count, const char* what) {
+  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+// What is missing while a node is away, by the list that holds it.
+const char* EffectOf(const Item& detour) {
+  constexpr std::array<std::pair<std::string_view, const char*>, 7> kEffects = {
+      {{"ospf-interface-l3",
+        "OSPFv2 loses this address of the interface, and "
+        "adjacencies over it go down"},
+       {"ospfv3-interface-l3",
+        "the OSPFv3 adjacencies of the interface go "
+        "down"},
+       {"rtmStaticRtEntry", "the route is missing"},
+       {"rtmStaticRtEntry-global", "the route is missing"},
+       {"l3", "the interface does not have it"},
+       {"loopback", "the interface does not have it"},
+       {"mgmt", "the interface does not have it"}}};
+  for (const lyd_node* node = detour.detour; node != nullptr;
+       node = lyd_parent(node)) {
+    const auto* found = std::find_if(
+        kEffects.begin(), kEffects.end(),
+        [&](const auto& effect) { return effect.first == node->schema->name; });
+    if (found != kEffects.end()) return found->second;
+  }
+  return "this part of the configuration is missing";
+}
+
+// A detour in the plan: the commits that take the node away and put it back.
+struct Detour {
+  std::size_t item;
+  std::size_t away;
+  std::size_t back;
+};
+
+std::vector<Detour> DetoursOf(const std::vector<Step>& steps) {
+  std::vector<Detour> detours;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (const std::size_t item : steps[i].taken_away) {
+      detours.push_back({item, i + 1, 0});
+    }
+    for (Detour& detour : detours) {
+      const std::vector<std::size_t>& back = steps[i].put_back;
+      const bool ends =
+          std::find(back.begin(), back.end(), detour.item) != back.end();
+      if (ends && detour.back == 0) detour.back = i + 1;
+    }
+  }
+  return detours;
+}
+
+std::vector<ChangedLine> LinesOf(const std::vector<std::size_t>& items,
+                                 const Composer& composer) {
+  std::vector<ChangedLine> lines;
+  for (const std::size_t item : items) {
+    // A change is one line, or none if it has no leaf but defaults.
+    const std::vector<ChangedLine> line =
+        ListLine(*composer.items()[item].change);
+    lines.insert(lines.end(), line.begin(), line.end());
+  }
+  return lines;
+}
+
+// How certain it is that there is no plan with fewer commits.
+const char* CertaintyOf(const PlanReport& report) {
+  if (report.each) return "as many as possible";
+  return report.proven ? "fewest" : "fewest found";
+}
+
+class TextReport {
+ public:
+  TextReport(const PlanReport& report, const Composer& composer)
+      : report_(report), composer_(composer) {}
+
+  void Print() const {
+    PrintResult();
+    if (report_.reached) return PrintSteps();
+    for (const Core& core : report_.cores) PrintCore(core);
+    if (!report_.failure.empty()) {
+      fmt::print("\nthe plug-in failed: {}\n",
+                 base::Printable(report_.failure));
+    }
+    if (report_.steps.empty()) return;
+    fmt::print("\n{} made with {}, without {}:\n",
+               report_.cores.empty() ? "this can be" : "the rest can be",
+               Counted(report_.steps.size(), "commit"),
+               Counted(report_.left_out.size(), "change"));
+    PrintSteps();
+  }
+
+ private:
+  void PrintResult() const {
+    const std::string goal = base::Printable(report_.goal);
+    const std::string verdicts = Counted(report_.verdicts, "verdict");
+    if (!report_.reached) {
+      const char* result =
+          report_.is_limited ? "no plan found before the search ended"
+          : report_.proven   ? "no order of its changes is accepted"
+                             : "no plan found";
+      fmt::print("{}: {} ({})\n", goal, result, verdicts);
+      if (!report_.one_commit.empty()) {
+        fmt::print("in one commit it is refused:\n{}\n",
+                   report::OperatorText(report_.one_commit, stdout));
+      }
+    } else if (report_.steps.empty()) {
+      fmt::print("{}: nothing to do\n", goal);
+    } else {
+      fmt::print("{}: {} ({}, {})\n", goal,
+                 Counted(report_.steps.size(), "commit"), CertaintyOf(report_),
+                 verdicts);
+    }
+  }
+
+  void PrintCore(const Core& core) const {
+    fmt::print("\nrefused in any order{}:\n",
+               core.is_smallest ? "" : ", maybe not all of them needed for it");
+    const std::vector<ChangedLine> lines = LinesOf(core.items, composer_);
+    const std::size_t shown = std::min(lines.size(), kMostLines);
+    for (std::size_t i = 0; i < shown; ++i) {
+      fmt::print("  {}\n", InWords(lines[i]));
+    }
+    if (shown < lines.size()) {
+      fmt::print("  and {} more\n", lines.size() - shown);
+    }
+    static_cast<void>(std::fflush(stdout));
+    report::TextWriter(stdout, {}).Add(core.refusal);
+  }
+
+  void PrintSteps() const {
+    const std::vector<Detour> detours = DetoursOf(report_.steps);
+    for (std::size_t i = 0; i < report_.steps.size(); ++i) {
+      const Step& step = report_.steps[i];
+      fmt::print("\ncommit {}: accepted ({})\n", i + 1,
+                 Counted(step.calls, "validation call"));
+      for (const std::string& line : step.lines) fmt::print("  {}\n", line);
+      for (const Detour& detour : detours) {
+        if (detour.away == i + 1) PrintDetour(detour);
+      }
+    }
+  }
+
+  void PrintDetour(const Detour& detour) const {
+    const Item& item = composer_.items()[detour.item];
+    fmt::print("  detour: {}\n    comes back with commit {}; until then {}\n",
+               base::Printable(item.path), detour.back, EffectOf(item));
+  }
+
+  const PlanReport& report_;
+  const Composer& composer_;
+};
+
+ordered_json ToJson(const Detour& detour, const Composer& composer) {
+  const Item& item = composer.items()[detour.item];
+  ordered_json json;
+  report::PutText(&json, "path", item.path);
+  json["away"] = detour.away;
+  json["back"] = detour.back;
+  json["effect"] = EffectOf(item);
+  return json;
+}
+
+ordered_json ChangesToJson(const std::vector<std::size_t>& items,
+                           const Composer& composer) {
+  ordered_json json = ordered_json::array();
+  for (const ChangedLine& line : LinesOf(items, composer)) {
+    json.push_back(JsonOf(line));
+  }
+  return json;
+}
+
+}  // namespace
+
+ExitStatus StatusOf(const PlanReport& report) {
+  if (report.reached) return kAccepted;
+  return report.failure.empty() ? kRefused : kPluginFailed;
+}
+
+void PrintText(const PlanReport& report, const Composer& composer) {
+  TextReport(report, composer).Print();
+}
+
+ordered_json ToJson(const PlanReport& report, const Composer& composer) {
+  ordered_json json = {{"format", kFormat}, {"version", kVersion}};
+  report::PutUnlessEmpty(&json, "running", report.running);
+  report::PutText(&json, "goal", report.goal);
+  json["reached"] = report.reached;
+  json["proven"] = report.proven;
+  json["complete"] = !report.is_limited;
+  json["verdicts"] = report.verdicts;
+  json["seconds"] = report.seconds;
+  report::PutUnlessEmpty(&json, "failure", report.failure);
+  report::PutUnlessEmpty(&json, "oneCommit", report.one_commit);
+  json["commits"] = ordered_json::array();
+  for (const Step& step : report.steps) {
+    json["commits"].push_back(
+        {{"calls", step.calls}, {"changes", step.changes}});
+  }
+  json["detours"] = report::ArrayOf(
+      DetoursOf(report.steps),
+      [&](const Detour& detour) { return ToJson(detour, composer); });
+  json["refused"] = report::ArrayOf(report.cores, [&](const Core& core) {
+    return ordered_json{{"smallest", core.is_smallest},
+                        {"changes", ChangesToJson(core.items, composer)},
+                        {"refusal", report::ToJson(core.refusal)}};
+  });
+  json["leftOut"] = ChangesToJson(report.left_out, composer);
+  return json;
+}
+
+}  // namespace ipav::cli::plan

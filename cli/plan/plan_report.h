@@ -1,0 +1,52 @@
+// What ipav plan found, for people and for programs.
+#ifndef IPAV_CLI_PLAN_PLAN_REPORT_H_
+#define IPAV_CLI_PLAN_PLAN_REPORT_H_
+
+#include <cstddef>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/exit_status.h"
+#include "cli/plan/replay.h"
+#include "cli/report/device_report.h"
+#include "planner/composer.h"
+
+namespace ipav::cli::plan {
+
+// A set of changes that is refused in any order.
+struct Core {
+  std::vector<std::size_t> items;
+  bool is_smallest = true;  // without any one of them, the others can be made
+  // The refusal of these changes alone.
+  report::DeviceReport refusal;
+};
+
+struct PlanReport {
+  std::string running;  // file; empty: no running configuration
+  std::string goal;     // file
+  bool reached = false;
+  bool proven = false;      // as of planner::SearchResult
+  bool each = false;        // as many commits as possible were wanted
+  bool is_limited = false;  // the search ended before it was complete
+  std::string one_commit;   // refusal of all changes in one commit, if any
+  std::vector<Step> steps;  // to the goal; else of the changes that can be made
+  std::vector<Core> cores;  // why the goal is not reached
+  std::vector<std::size_t> left_out;  // changes that no step makes
+  std::size_t verdicts = 0;
+  double seconds = 0;
+  std::string failure;  // of the plug-in, in one of its judgements
+};
+
+ExitStatus StatusOf(const PlanReport& report);
+
+// On standard output. The composer has the items of the report.
+void PrintText(const PlanReport& report, const planner::Composer& composer);
+
+// By the schema in docs/plan.schema.json.
+nlohmann::ordered_json ToJson(const PlanReport& report,
+                              const planner::Composer& composer);
+
+}  // namespace ipav::cli::plan
+
+#endif  // IPAV_CLI_PLAN_PLAN_REPORT_H_

@@ -1,0 +1,134 @@
+#include "planner/verdicts.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "messages/restart_faults.h"
+
+namespace ipav::planner {
+
+namespace {
+
+using commit::Answer;
+using commit::Outcome;
+using datastore::DataTree;
+using messages::Finding;
+
+// Configurations in memory, besides the running one and the goal.
+constexpr std::size_t kMostConfigurations = 32;
+
+std::string FailureOf(const Outcome& outcome) {
+  if (!outcome.failure.empty()) return outcome.failure;
+  const auto threw = std::find_if(
+      outcome.answers.begin(), outcome.answers.end(),
+      [](const Answer& answer) { return answer.exception.has_value(); });
+  return threw == outcome.answers.end()
+             ? "it gave no answer"
+             : "it threw an exception: " + *threw->exception;
+}
+
+}  // namespace
+
+Verdicts::Verdicts(Composer* composer, std::string plugin, Limits limits)
+    : composer_(composer),
+      plugin_(std::move(plugin)),
+      limits_(std::move(limits)),
+      countdown_(limits_.time),
+      empty_(DataTree::Empty(composer->running().model())) {}
+
+const Verdict& Verdicts::Of(const State& from, const State& to) {
+  const auto key = std::make_pair(from, to);
+  const auto known = verdicts_.find(key);
+  if (known != verdicts_.end()) return known->second;
+  return verdicts_.emplace(key, Ask(from, to)).first->second;
+}
+
+std::shared_ptr<const Composed> Verdicts::ConfigurationOf(const State& state) {
+  const auto known = configurations_.find(state);
+  if (known != configurations_.end()) return known->second;
+  if (configurations_.size() == kMostConfigurations) configurations_.clear();
+  return configurations_.emplace(state, composer_->Compose(state))
+      .first->second;
+}
+
+Outcome Verdicts::RunCommit(const DataTree& from, const DataTree& to) {
+  const int left = countdown_.ForPoll();
+  if (left == 0 || (limits_.verdicts != 0 && count_ == limits_.verdicts)) {
+    throw LimitReached();
+  }
+  if (limits_.on_verdict) limits_.on_verdict(count_);
+  ++count_;
+  const base::TimeLimit time =
+      left < 0 ? base::kNoTimeLimit : base::TimeLimit(left);
+  Outcome outcome = commit::RunCommit(from, to, {plugin_, true, time});
+  if (outcome.verdict == commit::Verdict::kPluginFailed) {
+    if (countdown_.ForPoll() == 0) throw LimitReached();
+    failure_ = FailureOf(outcome);
+  }
+  return outcome;
+}
+
+Verdict Verdicts::Ask(const State& from, const State& to) {
+  Verdict verdict;
+  // 1. The data model. Every `from` is a configuration that was accepted.
+  const std::shared_ptr<const Composed> before = ConfigurationOf(from);
+  const std::shared_ptr<const Composed> after = ConfigurationOf(to);
+  if (after->tree == nullptr) {
+    verdict.judge = Judge::kModel;
+    verdict.error = after->error;
+    verdict.error_path = after->error_path;
+    return verdict;
+  }
+  // 2. The commit.
+  const Outcome outcome = RunCommit(*before->tree, *after->tree);
+  verdict.calls = outcome.answers.size();
+  if (outcome.verdict == commit::Verdict::kPluginFailed) {
+    verdict.error = FailureOf(outcome);
+    verdict.error_path = outcome.failed_path;
+    return verdict;
+  }
+  if (outcome.verdict == commit::Verdict::kRefused) {
+    messages::Finder finder({before->tree, "", nullptr},
+                            {after->tree, "", nullptr});
+    verdict.findings = finder.ExplainAll(outcome);
+    return verdict;
+  }
+  // 3. A device that loads the result.
+  auto known = restarts_.find(to);
+  if (known == restarts_.end()) {
+    known = restarts_.emplace(to, Restart(*after->tree)).first;
+  }
+  const std::size_t calls = verdict.calls;
+  verdict = known->second;
+  verdict.calls = calls;
+  return verdict;
+}
+
+// Whether a device loads the configuration after a restart, except for faults
+// that the running one has as well.
+Verdict Verdicts::Restart(const DataTree& tree) {
+  Verdict verdict;
+  verdict.judge = Judge::kRestart;
+  const Outcome outcome = RunCommit(empty_, tree);
+  verdict.accepted = outcome.verdict == commit::Verdict::kAccepted;
+  if (verdict.accepted) return verdict;
+  if (outcome.verdict == commit::Verdict::kPluginFailed) {
+    verdict.error = FailureOf(outcome);
+    verdict.error_path = outcome.failed_path;
+    return verdict;
+  }
+  const DataTree& running = composer_->running();
+  if (!of_running_.has_value()) of_running_ = RunCommit(empty_, running);
+  verdict.findings =
+      messages::CompareRestarts({&running, "", nullptr}, *of_running_,
+                                {&tree, "", nullptr}, outcome)
+          .findings;
+  verdict.findings.erase(
+      std::remove_if(verdict.findings.begin(), verdict.findings.end(),
+                     [](const Finding& fault) { return fault.is_standing; }),
+      verdict.findings.end());
+  verdict.accepted = verdict.findings.empty();
+  return verdict;
+}
+
+}  // namespace ipav::planner

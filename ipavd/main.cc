@@ -72,6 +72,13 @@ void AddSeconds(CLI::App* app, const std::string& name,
             [limit](unsigned value) { *limit = std::chrono::seconds(value); });
 }
 
+void AddMebibytes(CLI::App* app, const std::string& name,
+                  const std::string& description, std::size_t* bytes) {
+  AddNumber(app, name, description, static_cast<unsigned>(*bytes >> 20), 1,
+            kMaxMebibytes,
+            [bytes](unsigned value) { *bytes = std::size_t{value} << 20; });
+}
+
 void AddLimits(CLI::App* app, ServeOptions* options) {
   AddSeconds(app, "--timeout",
              "Seconds for the plug-in in one commit (0: no limit)", 0,
@@ -84,11 +91,11 @@ void AddLimits(CLI::App* app, ServeOptions* options) {
                   "Maximum number of sessions of one user at a time")
       ->capture_default_str()
       ->check(CLI::Range(1U, kMaxSessions));
-  AddNumber(app, "--max-message-size", "Largest message of a client, in MiB",
-            static_cast<unsigned>(options->limits.max_message >> 20), 1,
-            kMaxMebibytes, [options](unsigned value) {
-              options->limits.max_message = std::size_t{value} << 20;
-            });
+  AddMebibytes(app, "--max-message-size", "Largest message of a client, in MiB",
+               &options->limits.max_message);
+  AddMebibytes(app, "--max-configuration-size",
+               "Largest configuration of a datastore, in MiB",
+               &options->max_configuration);
   AddSeconds(app, "--login-timeout", "Seconds for a client to log in over SSH",
              1, &options->limits.login);
   AddSeconds(app, "--hello-timeout",

@@ -69,6 +69,7 @@ void Serve(const ServeOptions& options) {
   // 2. The datastores. Clients that connect meanwhile wait.
   const store::CommitGate gate(model, {options.plugin, options.time_limit});
   store::Datastores datastores(gate, &folder);
+  datastores.set_max_size(options.max_configuration);
 
   // 3. The sessions, until the end.
   netconf::Server server(

@@ -21,6 +21,7 @@ struct ServeOptions {
   bool once = false;            // end with the first session
   std::size_t max_sessions = 16;
   std::size_t max_sessions_per_user = 8;
+  std::size_t max_configuration = std::size_t{64} << 20;  // bytes
   base::TimeLimit time_limit = std::chrono::seconds(60);  // of the plug-in
   transport::Limits limits;                               // of each client
 

@@ -44,6 +44,8 @@ lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
   switch (error.tag) {
     case ErrorTag::kInUse:
       return nc_err(context, NC_ERR_IN_USE, type);
+    case ErrorTag::kResourceDenied:
+      return nc_err(context, NC_ERR_RES_DENIED, type);
     case ErrorTag::kInvalidValue:
       return nc_err(context, NC_ERR_INVALID_VALUE, type);
     case ErrorTag::kMissingAttribute:

@@ -51,8 +51,10 @@ bool Configurations::IsCandidateChanged() const {
 }
 
 Result Configurations::SetCandidate(Nodes nodes) {
+  const std::string text = TextOf(nodes.get());
+  if (Result error = CheckSize(text)) return error;
   return Store([&] {
-    folder_.WriteLazily(kCandidateFile, TextOf(nodes.get()));
+    folder_.WriteLazily(kCandidateFile, text);
     candidate_ = std::move(nodes);
   });
 }
@@ -66,21 +68,24 @@ Result Configurations::DropCandidate() {
 }
 
 Result Configurations::SetStartup(const Configuration& configuration) {
-  Result error = Store([&] { WriteStartup(configuration); });
+  const std::string text = TextOf(TopOf(configuration));
+  if (Result error = CheckSize(text)) return error;
+  Result error = Store([&] { WriteStartup(configuration, text); });
   if (error.has_value()) {
     // The write may be partial: restore what clients are told.
-    NoteError(Store([&] { WriteStartup(startup_); }));
+    NoteError(Store([&] { WriteStartup(startup_, TextOf(TopOf(startup_))); }));
     return error;
   }
   startup_ = configuration;
   return std::nullopt;
 }
 
-void Configurations::WriteStartup(const Configuration& configuration) {
+void Configurations::WriteStartup(const Configuration& configuration,
+                                  const std::string& text) {
   if (configuration == nullptr) {
     folder_.Remove(kStartupFile);
   } else {
-    folder_.Write(kStartupFile, TextOf(TopOf(configuration)));
+    folder_.Write(kStartupFile, text);
   }
 }
 
@@ -148,6 +153,14 @@ void Configurations::NoteError(const Result& error) {
   if (error.has_value()) notices_.push_back(error->message);
 }
 
+Result Configurations::CheckSize(const std::string& text) const {
+  if (text.size() <= max_size_) return std::nullopt;
+  return MakeError(ErrorTag::kResourceDenied, "the configuration would have " +
+                                                  std::to_string(text.size()) +
+                                                  " bytes, the limit is " +
+                                                  std::to_string(max_size_));
+}
+
 // Runs what writes to the folder.
 Result Configurations::Store(const std::function<void()>& body) {
   try {
@@ -161,10 +174,12 @@ Result Configurations::Store(const std::function<void()>& body) {
 // Writes running.xml, removes `old_files`, and changes running in memory.
 Result Configurations::WriteRunning(const Configuration& configuration,
                                     const std::vector<std::string>& old_files) {
-  Result error = Store([&] {
-    folder_.WriteAndRemove(kRunningFile, TextOf(TopOf(configuration)),
-                           old_files);
-  });
+  const std::string text = TextOf(TopOf(configuration));
+  if (configuration != rollback_) {
+    if (Result error = CheckSize(text)) return error;
+  }
+  Result error =
+      Store([&] { folder_.WriteAndRemove(kRunningFile, text, old_files); });
   if (error.has_value()) {
     // The write may be partial. The next start must find what clients are told.
     NoteError(Store([&] { WriteAll(); }));

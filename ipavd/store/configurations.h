@@ -10,8 +10,10 @@
 
 #include <libyang/libyang.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +37,10 @@ class Configurations {
  public:
   // Takes over the loaded configurations; the folder is borrowed.
   Configurations(Loaded&& loaded, StateFolder* folder);
+
+  // A larger configuration is refused from now on, except by a rollback. In
+  // bytes of its file; no limit at first.
+  void set_max_size(std::size_t size) { max_size_ = size; }
 
   // Top nodes, with default nodes marked as such; null for none. Valid until
   // the next change.
@@ -80,15 +86,18 @@ class Configurations {
   std::vector<std::string> TakeNotices();
 
  private:
+  Result CheckSize(const std::string& text) const;
   static Result Store(const std::function<void()>& body);
   Result WriteRunning(const Configuration& configuration,
                       const std::vector<std::string>& old_files);
-  void WriteStartup(const Configuration& configuration);
+  void WriteStartup(const Configuration& configuration,
+                    const std::string& text);
   void WriteAll();
   void RemoveRollbackFile();
   void NoteError(const Result& error);
 
   StateFolder& folder_;
+  std::size_t max_size_ = std::numeric_limits<std::size_t>::max();
   Configuration running_;
   Configuration startup_;           // null: there is none
   Configuration rollback_;          // null: no confirmed commit is pending

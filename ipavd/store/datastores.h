@@ -84,6 +84,9 @@ class Datastores {
   Datastores(const Datastores&) = delete;
   Datastores& operator=(const Datastores&) = delete;
 
+  // See Configurations.
+  void set_max_size(std::size_t size) { configurations_.set_max_size(size); }
+
   // Top nodes, with default nodes marked as such; null for none. Valid until
   // the next call that is not const.
   const lyd_node* Tree(Datastore datastore) const;

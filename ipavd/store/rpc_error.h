@@ -16,6 +16,7 @@ enum class ErrorType : std::uint8_t { kRpc, kProtocol, kApplication };
 // The tags of RFC 6241 (appendix A) that operations on datastores use.
 enum class ErrorTag : std::uint8_t {
   kInUse,
+  kResourceDenied,
   kInvalidValue,
   kMissingAttribute,
   kBadAttribute,

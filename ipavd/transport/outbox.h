@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace ipav::transport {
 
@@ -18,7 +19,14 @@ class Outbox {
     return std::string_view{bytes_}.substr(gone_);
   }
 
-  void Add(std::string_view bytes) { bytes_.append(bytes); }
+  void Add(std::string bytes) {
+    if (empty()) {
+      bytes_ = std::move(bytes);
+      gone_ = 0;
+    } else {
+      bytes_.append(bytes);
+    }
+  }
 
   // The first `count` bytes were sent. The rest is moved to the front when it
   // is the smaller part, so that a byte is moved once at most, on average.

@@ -28,8 +28,11 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t kMaxHello = std::size_t{64} << 10;
 
-// Most bytes of replies that the client has not read.
-constexpr std::size_t kMaxUnread = std::size_t{256} << 20;
+// The client's next request waits while more bytes of replies are not read, or
+// so many requests are not answered. Thus the relay holds a few replies, and
+// can read all that the server sends: the server waits for no client.
+constexpr std::size_t kMaxUnread = std::size_t{1} << 20;
+constexpr std::size_t kMaxUnanswered = 4;
 
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
 
@@ -60,7 +63,6 @@ std::string Relay::Run() {
         return framing_ ? "nothing came or went for too long"
                         : "no hello in time";
       }
-      if (to_client_.size() > kMaxUnread) return "does not read its replies";
     }
   } catch (const FramingError& error) {
     return error.what();
@@ -75,8 +77,8 @@ std::string Relay::Run() {
 bool Relay::is_over() const {
   if (server_ended_) return client_is_gone_ || to_client_.empty();
   if (client_is_gone_) return to_server_.empty();
-  return client_ended_ && to_server_.empty() && has_server_hello_ &&
-         unanswered_ == 0 && to_client_.empty();
+  return client_ended_ && !has_waiting_ && to_server_.empty() &&
+         has_server_hello_ && unanswered_ == 0 && to_client_.empty();
 }
 
 // Milliseconds for poll(2).
@@ -98,7 +100,7 @@ bool Relay::Wait() {
   // 1. Wait. The client is not read while the server has not taken everything,
   // nor after the server has ended the session.
   const bool reads_client =
-      to_server_.empty() && !server_ended_ && !client_ended_;
+      to_server_.empty() && !has_waiting_ && !server_ended_ && !client_ended_;
   const bool has_more = reads_client && client_.has_more();
   std::array<pollfd, 2> fds{
       {{client_is_gone_ ? -1 : client_.fd(),
@@ -118,8 +120,9 @@ bool Relay::Wait() {
       (client & kGone) != 0) {
     ReadClient();
   }
-  if (!to_server_.empty()) WriteServer();
   if (!to_client_.empty()) WriteClient();
+  PassRequests();
+  if (!to_server_.empty()) WriteServer();
   // A client that sends byte by byte runs into the limit as well.
   return TimeLeft() != 0;
 }
@@ -133,8 +136,17 @@ void Relay::ReadClient() {
   }
   if (server_ended_) return;
   from_client_.Add(*bytes);
-  while (const auto message = from_client_.Next()) {
-    FromClient(WithoutBlanksBefore(*message));
+  has_waiting_ = true;
+}
+
+void Relay::PassRequests() {
+  // All requests of a client that is gone are carried out, too.
+  while (has_waiting_ && !server_ended_ &&
+         (client_is_gone_ ||
+          (unanswered_ < kMaxUnanswered && to_client_.size() <= kMaxUnread))) {
+    const auto message = from_client_.Next();
+    has_waiting_ = message.has_value();
+    if (has_waiting_) FromClient(WithoutBlanksBefore(*message));
   }
 }
 

@@ -57,6 +57,7 @@ class Relay {
   void ReadServer();
   void WriteClient();
   void WriteServer();
+  void PassRequests();
   void FromClient(std::string_view message);
   void FromServer(std::string_view message);
   void NoteActivity();
@@ -75,6 +76,7 @@ class Relay {
   std::optional<netconf::Framing> framing_;
   bool has_server_hello_ = false;
   std::size_t unanswered_ = 0;  // messages that the server has not answered yet
+  bool has_waiting_ = false;    // there may be a message to pass on
   bool client_ended_ = false;   // sends no more
   bool client_is_gone_ = false;  // and does not read
   bool server_ended_ = false;

@@ -48,6 +48,8 @@ class ProgramTest(unittest.TestCase):
                  "--hello-timeout: Value 0 not in range 1 to 1000000"),
                 (["--state", "x", "--max-message-size", "2048"],
                  "--max-message-size: Value 2048 not in range 1 to 2047"),
+                (["--state", "x", "--max-configuration-size", "0"],
+                 "--max-configuration-size: Value 0 not in range 1 to 2047"),
                 (["--state", "x", "--idle-timeout", "soon"],
                  "--idle-timeout: Value soon not in range 0 to 1000000")]:
             with self.subTest(arguments):

@@ -213,6 +213,17 @@ class RobustnessTest(ServerTest):
         client.send_message(operation + padding)
         self.assertIn("<data", client.receive())
 
+    def test_refuses_a_configuration_that_is_too_large(self):
+        self.start("--max-configuration-size", "1")
+        client = self.raw(self.server)
+        edit = ("<edit-config><target><candidate/></target><config>%s"
+                "</config></edit-config>")
+        half = "<description>" + "x" * 600000 + "</description>"
+        self.assert_ok(client.rpc(edit % config(l3("a", more=half))))
+        self.assert_refused(client.rpc(edit % config(l3("b", more=half))),
+                            "resource-denied", "application")
+        self.assert_ok(client.rpc("<commit/>"))
+
     def test_drops_a_client_that_says_nothing(self):
         self.start("--hello-timeout", "1")
         client = self.raw(self.server, greet=False)

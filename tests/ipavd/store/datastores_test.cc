@@ -220,6 +220,29 @@ TEST_F(DatastoresTest, TestEveryEditOfRunning) {
   EXPECT_EQ(server_.running(), kHasOne);
 }
 
+TEST_F(DatastoresTest, RefuseConfigurationsThatAreTooLarge) {
+  const std::string large =
+      "<top NS><a>" + std::string(100, 'x') + "</a></top>";
+  server_.Commit(large);
+  server_->set_max_size(100);
+  const auto refused = [](const std::string& size) {
+    return "resource-denied: the configuration would have " + size +
+           " bytes, the limit is 100";
+  };
+  for (const Datastore target : {kRunning, kCandidate}) {
+    EXPECT_EQ(Edit("<top NS><b>1</b></top>", To(target)), refused("148"));
+  }
+  for (const Datastore target : kAll) {
+    EXPECT_EQ(Copy(Inline(large), target), refused("137"));
+  }
+  // A smaller one is taken, and a rollback may be larger.
+  EXPECT_EQ(Edit(kOne), "");
+  EXPECT_EQ(Commit(kMine, Confirmed()), "");
+  EXPECT_EQ(Text(server_->CancelCommit(kMine, {})), "");
+  EXPECT_EQ(server_.running(),
+            "<top><a>" + std::string(100, 'x') + "</a></top>");
+}
+
 TEST_F(DatastoresTest, RefuseAnEditOfStartup) {
   EXPECT_EQ(Edit(kOne, To(kStartup)),
             "operation-not-supported: startup is not edited, but copied to");

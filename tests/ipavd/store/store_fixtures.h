@@ -114,19 +114,13 @@ inline int InChild(const std::function<void()>& body, pid_t (*make)() = &fork) {
 
 // As RFC 6241 writes it.
 inline std::string NameOf(ErrorTag tag) {
-  constexpr std::array kNames = {"in-use",
-                                 "invalid-value",
-                                 "missing-attribute",
-                                 "bad-attribute",
-                                 "unknown-attribute",
-                                 "missing-element",
-                                 "bad-element",
-                                 "unknown-element",
-                                 "unknown-namespace",
-                                 "lock-denied",
-                                 "data-exists",
-                                 "data-missing",
-                                 "operation-not-supported",
+  constexpr std::array kNames = {"in-use",          "resource-denied",
+                                 "invalid-value",   "missing-attribute",
+                                 "bad-attribute",   "unknown-attribute",
+                                 "missing-element", "bad-element",
+                                 "unknown-element", "unknown-namespace",
+                                 "lock-denied",     "data-exists",
+                                 "data-missing",    "operation-not-supported",
                                  "operation-failed"};
   return kNames.at(static_cast<std::size_t>(tag));
 }

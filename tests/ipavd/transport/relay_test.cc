@@ -203,10 +203,10 @@ TEST_F(RelayTest, GivesTheLastReplyOfAServerThatReadsNoMore) {
 TEST_F(RelayTest, GivesTheRepliesToAClientThatSendsNoMore) {
   Greet(ClientHello());
   const std::string message = Frame(Framing::kChunked, "<get/>");
-  Send(client_, message + message);
+  for (int i = 0; i < 6; ++i) Send(client_, message);
   ASSERT_EQ(shutdown(client_.get(), SHUT_WR), 0);
-  ExpectReceived(server_, message + message);
-  for (int i = 0; i < 2; ++i) {
+  for (int i = 0; i < 6; ++i) {
+    ExpectReceived(server_, message);
     EXPECT_EQ(reason_.wait_for(milliseconds(50)), std::future_status::timeout);
     Send(server_, message);
     ExpectReceived(client_, message);
@@ -218,7 +218,23 @@ TEST_F(RelayTest, GivesTheRepliesToAClientThatSendsNoMore) {
 TEST_F(RelayTest, EndsWithAClientThatGoesBeforeItsReply) {
   Greet(ClientHello());
   const std::string message = Frame(Framing::kChunked, "<get/>");
-  Send(client_, message);
+  for (int i = 0; i < 6; ++i) Send(client_, message);
+  client_.Close();
+  for (int i = 0; i < 6; ++i) ExpectReceived(server_, message);
+  EXPECT_EQ(reason_.get(), "");
+}
+
+TEST_F(RelayTest, PassesNoRequestWhileTheClientHasMuchToRead) {
+  Greet(ClientHello());
+  const std::string message = Frame(Framing::kChunked, "<get/>");
+  const std::string reply = Frame(Framing::kChunked, std::string(5000000, 'x'));
+  for (int i = 0; i < 5; ++i) Send(client_, message);
+  for (int i = 0; i < 4; ++i) ExpectReceived(server_, message);
+  pollfd more{server_.get(), POLLIN, 0};
+  EXPECT_EQ(poll(&more, 1, 50), 0) << "four are not answered";
+  Send(server_, reply);  // does not wait for the client
+  EXPECT_EQ(poll(&more, 1, 50), 0) << "the reply is not read";
+  EXPECT_TRUE(Receive(client_, reply.size()) == reply);
   ExpectReceived(server_, message);
   ExpectEnd();
 }

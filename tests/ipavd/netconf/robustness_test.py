@@ -68,6 +68,7 @@ class RobustnessTest(ServerTest):
         rpc = f'<rpc xmlns="{NETCONF}" message-id="%s">{GET}</rpc>'
         for sent in ["", " ", "\0", "\0<rpc/>", "<!-- -->", "<!--", "<?a b?>",
                      "<?xml version='1.0'?>", "\ufeff", "\ufeff <!---->", "<",
+                     "\ufeff" + rpc % "1",
                      "</rpc>", "<!DOCTYPE rpc>", "<![CDATA[<rpc/>]]", "text",
                      rpc % '1" message-id="2', rpc % "<", rpc % "\1",
                      rpc % "\udcff", rpc % "&a;"]:

@@ -20,6 +20,7 @@ INSTANTIATE_TEST_SUITE_P(
     Xml, RequestTest,
     ::testing::Values("<rpc/>", " \t\r\n<rpc/>\n", "\xef\xbb\xbf<rpc/>",
                       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rpc/>",
+                      "<?xml version=\"1.0\" encoding=\"UTF-16\"?><\xc3\xa4/>",
                       "<!-- <? --><?a --?><!----><rpc/><!-- -->",
                       "<a:rpc xmlns:a=\"urn:a\" a:b=\"1\" b=\"2\"/>",
                       "<rpc><![CDATA[<&]]>&lt;&#x41;\xf0\x90\x80\x80</rpc>",

@@ -47,7 +47,7 @@ bool Search::Accepts(const State& from, const State& to) {
     for (const std::string& path : PathsOf(finding)) {
       const std::vector<std::size_t> at = ItemsAt(items(), goal_, {path});
       named_.insert(at.begin(), at.end());
-      if (at.empty()) unchanged_.push_back(path);
+      if (at.empty()) unchanged_.insert(path);
     }
   }
   return false;

@@ -86,9 +86,9 @@ class Search {
 
   Verdicts& verdicts_;
   const State goal_;
-  State named_;                         // by a refusal so far
-  State postponed_;                     // refused alone
-  std::vector<std::string> unchanged_;  // paths of culprits in no item
+  State named_;                      // by a refusal so far
+  State postponed_;                  // refused alone
+  std::set<std::string> unchanged_;  // paths of culprits in no item
 };
 
 }  // namespace ipav::planner

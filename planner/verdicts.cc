@@ -27,6 +27,23 @@ std::string FailureOf(const Outcome& outcome) {
              : "it threw an exception: " + *threw->exception;
 }
 
+// A bit for each item.
+std::string BitsOf(const State& state) {
+  constexpr std::size_t kBits = 8;
+  std::string bits(state.empty() ? 0 : *state.rbegin() / kBits + 1, '\0');
+  for (const std::size_t item : state) {
+    const unsigned bit = 1U << (item % kBits);
+    bits[item / kBits] =
+        static_cast<char>(static_cast<unsigned char>(bits[item / kBits]) | bit);
+  }
+  return bits;
+}
+
+std::string KeyOf(const State& from, const State& to) {
+  const std::string bits = BitsOf(from);
+  return std::to_string(bits.size()) + ' ' + bits + BitsOf(to);
+}
+
 }  // namespace
 
 Verdicts::Verdicts(Composer* composer, std::string plugin, Limits limits)
@@ -37,18 +54,18 @@ Verdicts::Verdicts(Composer* composer, std::string plugin, Limits limits)
       empty_(DataTree::Empty(composer->running().model())) {}
 
 const Verdict& Verdicts::Of(const State& from, const State& to) {
-  const auto key = std::make_pair(from, to);
+  const std::string key = KeyOf(from, to);
   const auto known = verdicts_.find(key);
   if (known != verdicts_.end()) return known->second;
   return verdicts_.emplace(key, Ask(from, to)).first->second;
 }
 
 std::shared_ptr<const Composed> Verdicts::ConfigurationOf(const State& state) {
-  const auto known = configurations_.find(state);
+  const std::string key = BitsOf(state);
+  const auto known = configurations_.find(key);
   if (known != configurations_.end()) return known->second;
   if (configurations_.size() == kMostConfigurations) configurations_.clear();
-  return configurations_.emplace(state, composer_->Compose(state))
-      .first->second;
+  return configurations_.emplace(key, composer_->Compose(state)).first->second;
 }
 
 Outcome Verdicts::RunCommit(const DataTree& from, const DataTree& to) {
@@ -94,9 +111,10 @@ Verdict Verdicts::Ask(const State& from, const State& to) {
     return verdict;
   }
   // 3. A device that loads the result.
-  auto known = restarts_.find(to);
+  const std::string key = BitsOf(to);
+  auto known = restarts_.find(key);
   if (known == restarts_.end()) {
-    known = restarts_.emplace(to, Restart(*after->tree)).first;
+    known = restarts_.emplace(key, Restart(*after->tree)).first;
   }
   const std::size_t calls = verdict.calls;
   verdict = known->second;

@@ -87,9 +87,10 @@ class Verdicts {
   std::optional<commit::Outcome> of_running_;  // judged from nothing
   std::size_t count_ = 0;
   std::string failure_;
-  std::map<State, std::shared_ptr<const Composed>> configurations_;
-  std::map<std::pair<State, State>, Verdict> verdicts_;
-  std::map<State, Verdict> restarts_;
+  // By the states as bits: a search has thousands of states of many items.
+  std::map<std::string, std::shared_ptr<const Composed>> configurations_;
+  std::map<std::string, Verdict> verdicts_;
+  std::map<std::string, Verdict> restarts_;
 };
 
 }  // namespace ipav::planner

@@ -127,21 +127,22 @@ ExitStatus Commit(const CommitOptions& options) {
   return status;
 }
 
-// The number of commits in the folder of a plan.
-std::size_t CommitsOf(const std::string& folder) {
+// The report of ipav plan in a folder.
+nlohmann::json ReadPlan(const std::string& folder) {
   const std::string file = folder + "/plan.json";
   std::ifstream stream(file);
-  const auto json = nlohmann::json::parse(stream, nullptr, false);
-  if (!json.is_object() || json.value("format", "") != "ipav plan" ||
-      !json.contains("commits") || !json["commits"].is_array()) {
+  auto plan = nlohmann::json::parse(stream, nullptr, false);
+  if (!plan.is_object() || plan.value("format", "") != "ipav plan" ||
+      !plan.contains("commits") || !plan["commits"].is_array()) {
     throw std::runtime_error(file + ": is not a plan of ipav plan");
   }
-  return json["commits"].size();
+  return plan;
 }
 
 // Commits each configuration of a plan, until one is refused.
 ExitStatus CommitPlan(CommitOptions options) {
-  const std::size_t count = CommitsOf(options.plan);
+  const nlohmann::json plan = ReadPlan(options.plan);
+  const std::size_t count = plan["commits"].size();
   for (std::size_t done = 0; done < count; ++done) {
     options.file = fmt::format("{}/step-{}.xml", options.plan, done + 1);
     const ExitStatus status = Commit(options);
@@ -149,7 +150,9 @@ ExitStatus CommitPlan(CommitOptions options) {
     fmt::print("{} of {} commits are made\n", done, count);
     return status;
   }
-  fmt::print("all {} commits are made\n", count);
+  fmt::print(
+      "all {} commits are made{}\n", count,
+      plan.value("reached", false) ? "" : "; the plan does not reach its goal");
   return kAccepted;
 }
 

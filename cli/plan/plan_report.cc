@@ -111,10 +111,9 @@ class TextReport {
                  base::Printable(report_.failure));
     }
     if (report_.steps.empty()) return;
-    fmt::print("\n{} made with {}, without {}:\n",
-               report_.cores.empty() ? "this can be" : "the rest can be",
-               Counted(report_.steps.size(), "commit"),
-               Counted(report_.left_out.size(), "change"));
+    fmt::print("\nall but {} can be made with {}:\n",
+               Counted(report_.left_out.size(), "change"),
+               Counted(report_.steps.size(), "commit"));
     PrintSteps();
   }
 

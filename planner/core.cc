@@ -25,8 +25,10 @@ class CoreSearch {
     return result.reached;
   }
 
-  // A core that has the change, which cannot be made together with `made`.
-  Core CoreWith(std::size_t change, const State& made) {
+  // A core among the change and `made`, which cannot be made together. It need
+  // not have the change: without it, the others may need a change that is left
+  // out as well.
+  Core CoreOf(std::size_t change, const State& made) {
     begin_ = verdicts_->count();
     // 1. The change alone; or with those that its refusal names; or with all.
     State core = {change};
@@ -40,26 +42,25 @@ class CoreSearch {
     }
     // 2. Less and less of them.
     for (std::size_t size = core.size() / 2; size > 1; size /= 2) {
-      core = WithoutChunks(core, size, change);
+      core = WithoutChunks(core, size);
     }
     for (std::size_t before = core.size() + 1; core.size() < before;) {
       before = core.size();
-      core = WithoutChunks(core, 1, change);
+      core = WithoutChunks(core, 1);
     }
     return {std::move(core), !is_late()};
   }
 
  private:
   // Leaves out each run of so many changes without which the others still
-  // cannot be made, but not the change itself.
-  State WithoutChunks(State core, std::size_t size, std::size_t change) {
+  // cannot be made.
+  State WithoutChunks(State core, std::size_t size) {
     const std::vector<std::size_t> all(core.begin(), core.end());
     for (std::size_t begin = 0; begin < all.size(); begin += size) {
       const std::size_t end = std::min(all.size(), begin + size);
       State rest = core;
       for (std::size_t i = begin; i < end; ++i) rest.erase(all[i]);
-      rest.insert(change);
-      if (is_late()) break;
+      if (rest.empty() || is_late()) break;
       if (rest.size() < core.size() && !CanBeMade(rest)) core = std::move(rest);
     }
     return core;
@@ -90,9 +91,14 @@ Obstacles FindObstacles(Verdicts* verdicts, const State& goal,
       obstacles.made = std::move(more);
       continue;
     }
-    obstacles.cores.push_back(search.CoreWith(change, obstacles.made));
-    const State& core = obstacles.cores.back().changes;
-    explained.insert(core.begin(), core.end());
+    Core core = search.CoreOf(change, obstacles.made);
+    explained.insert(core.changes.begin(), core.changes.end());
+    const auto is_same = [&](const Core& other) {
+      return other.changes == core.changes;
+    };
+    if (std::none_of(obstacles.cores.begin(), obstacles.cores.end(), is_same)) {
+      obstacles.cores.push_back(std::move(core));
+    }
   }
   return obstacles;
 }

@@ -13,11 +13,8 @@ namespace {
 using messages::Finding;
 
 // With more groups of changes, the search for the fewest commits would take too
-// many verdicts: at most 3^6, or four times as many with detours.
-constexpr std::size_t kMostGroups = 6;
-
-// How often a refusal may name further nodes to take away.
-constexpr int kDetourRounds = 8;
+// many verdicts: at most 3^5, or four times as many with detours.
+constexpr std::size_t kMostGroups = 5;
 
 // Enough for any plan in groups: each changes once, and the detours twice.
 constexpr std::size_t kMostCommits = kMostGroups + 2;
@@ -88,22 +85,22 @@ void Search::Improve(SearchResult* result) {
       result->reached ? result->steps.size() - 1 : kMostCommits;
   std::optional<Steps> steps;
   if (!groups.empty()) steps = InGroups({}, groups, {}, most);
-  const bool is_complete = groups.size() == goal_.size();
-  if (!steps && !result->reached) steps = WithDetours({}, groups);
+  if (!steps && !result->reached) steps = WithDetours({}, goal_);
   if (steps) result->steps = *steps;
   result->reached = result->reached || steps.has_value();
   // Two commits are the fewest: one was refused.
-  result->proven =
-      result->reached &&
-      (result->steps.size() == 2 || (is_complete && !HasDetour(result->steps)));
+  const bool is_complete = groups.size() == goal_.size();
+  result->proven = (is_complete && !HasDetour(result->steps)) ||
+                   (result->reached && result->steps.size() == 2);
 }
 
 void Search::GoOn(SearchResult* result) {
   const State at = LastOf(result->steps);
+  if (at.empty()) return;
   const std::vector<State> groups = GroupsOf(Difference(goal_, at));
   std::optional<Steps> steps;
   if (!groups.empty()) steps = InGroups(at, groups, {}, kMostCommits);
-  if (!steps) steps = WithDetours(at, groups);
+  if (!steps) steps = WithDetours(at, goal_);
   if (!steps) return;
   result->steps.insert(result->steps.end(), steps->begin(), steps->end());
   result->reached = true;
@@ -138,10 +135,25 @@ void Search::AddSteps(Style style, const State& goal, Steps* steps) {
     State next = style == Style::kEach  ? SmallestStep(state, goal)
                  : Accepts(state, goal) ? goal
                                         : LargestStep(state, goal);
-    if (next == state) break;
-    steps->push_back(next);
-    state = std::move(next);
+    if (next != state) {
+      steps->push_back(next);
+    } else if (style == Style::kFewest || !AddDetour(goal, steps)) {
+      break;
+    }
+    state = LastOf(*steps);
   }
+}
+
+// Makes one more change, with a detour of its own.
+bool Search::AddDetour(const State& goal, Steps* steps) {
+  const State state = LastOf(*steps);
+  for (const std::size_t item : Difference(goal, state)) {
+    const auto more = WithDetours(state, Union(state, {item}));
+    if (!more) continue;
+    steps->insert(steps->end(), more->begin(), more->end());
+    return true;
+  }
+  return false;
 }
 
 // Drops the changes that are refused, and then adds those again that were
@@ -303,35 +315,38 @@ State Search::NewDetours() {
   return detours;
 }
 
-std::optional<Steps> Search::WithDetours(const State& from,
-                                         const std::vector<State>& groups) {
-  if (groups.empty()) return std::nullopt;
-  // 1. What is in the way of each change.
+std::optional<Steps> Search::WithDetours(const State& from, const State& goal) {
+  // 1. Take away what is in the way of all changes, until they are accepted or
+  // nothing new is named.
   unchanged_.clear();
-  for (const State& group : groups) {
-    static_cast<void>(Accepts(from, Union(from, group)));
-  }
-  // 2. Take it away, until the goal is reached or nothing new is named.
   State detours;
-  std::optional<Steps> steps;
-  for (int round = 0; round < kDetourRounds && !steps; ++round) {
+  const auto are_made = [&] {
+    return !detours.empty() && Accepts(from, Union(goal, detours));
+  };
+  static_cast<void>(Accepts(from, goal));
+  while (!are_made()) {
     const std::size_t before = detours.size();
     detours = Union(std::move(detours), NewDetours());
-    if (detours.size() == before) return std::nullopt;
-    steps = InGroups(from, groups, detours, kMostCommits);
+    if (detours.size() == before) break;
   }
-  if (!steps) return std::nullopt;
+  // 2. Put it back: in the second commit, or in any order.
+  if (detours.empty()) return std::nullopt;
+  if (!are_made() || !Accepts(Union(goal, detours), goal)) {
+    const std::vector<State> groups = GroupsOf(Difference(goal, from));
+    if (groups.empty()) return std::nullopt;
+    return InGroups(from, groups, detours, kMostCommits);
+  }
   // 3. Leave in place what need not be taken away.
   for (const std::size_t detour : State(detours)) {
     if (detours.size() == 1) break;
     State fewer = detours;
     fewer.erase(detour);
-    const auto shorter = InGroups(from, groups, fewer, steps->size());
-    if (!shorter) continue;
-    detours = std::move(fewer);
-    steps = shorter;
+    const State between = Union(goal, fewer);
+    if (Accepts(from, between) && Accepts(between, goal)) {
+      detours = std::move(fewer);
+    }
   }
-  return steps;
+  return Steps{Union(goal, detours), goal};
 }
 
 }  // namespace ipav::planner

@@ -72,9 +72,9 @@ class Search {
                                 const std::vector<State>& groups,
                                 const State& detours, std::size_t most);
   std::vector<State> GroupsOf(const State& open) const;
-  // The same with nodes taken away that refusals name.
-  std::optional<Steps> WithDetours(const State& from,
-                                   const std::vector<State>& groups);
+  // Commits from a state to a goal, with nodes taken away that refusals name.
+  std::optional<Steps> WithDetours(const State& from, const State& goal);
+  bool AddDetour(const State& goal, Steps* steps);
   State NewDetours();
 
   const std::vector<Item>& items() const {

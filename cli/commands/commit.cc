@@ -139,21 +139,34 @@ nlohmann::json ReadPlan(const std::string& folder) {
   return plan;
 }
 
-// Commits each configuration of a plan, until one is refused.
+// "1 commit", "3 commits"
+std::string Commits(std::size_t count) {
+  return fmt::format("{} commit{}", count, count == 1 ? "" : "s");
+}
+
+// Commits each configuration of a plan, until one is refused. A plan that does
+// not reach its goal is refused at its end.
 ExitStatus CommitPlan(CommitOptions options) {
   const nlohmann::json plan = ReadPlan(options.plan);
   const std::size_t count = plan["commits"].size();
+  const auto step = [&](std::size_t number) {
+    options.file = fmt::format("{}/step-{}.xml", options.plan, number);
+    return options;
+  };
+  // Before the first commit, all files must be there.
+  for (std::size_t i = 1; i <= count; ++i) {
+    static_cast<void>(ReadAsXml(step(i)));
+  }
   for (std::size_t done = 0; done < count; ++done) {
-    options.file = fmt::format("{}/step-{}.xml", options.plan, done + 1);
-    const ExitStatus status = Commit(options);
+    const ExitStatus status = Commit(step(done + 1));
     if (status == kAccepted) continue;
-    fmt::print("{} of {} commits are made\n", done, count);
+    fmt::print("{} of {} made\n", done, Commits(count));
     return status;
   }
-  fmt::print(
-      "all {} commits are made{}\n", count,
-      plan.value("reached", false) ? "" : "; the plan does not reach its goal");
-  return kAccepted;
+  const bool is_goal = plan.value("reached", false);
+  fmt::print("{} made{}\n", Commits(count),
+             is_goal ? "" : "; the plan does not reach its goal");
+  return is_goal ? kAccepted : kRefused;
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "cli/progress_line.h"
 #include "host/base/stopwatch.h"
 #include "host/commit/commit.h"
+#include "host/confd/path.h"
 #include "host/datastore/input_text.h"
 #include "host/datastore/model.h"
 #include "host/source/source_text.h"
@@ -103,47 +104,66 @@ class Refusals {
     if (running.text) running_source_.emplace(*running.text);
   }
 
-  report::DeviceReport Of(const State& changes) {
+  // Of the changes after those that can be made, or alone if they are not
+  // refused there.
+  report::DeviceReport Of(const State& core, const State& made) {
     report::DeviceReport report;
-    report.candidate = "these changes alone";
     report.running = options_.running;
-    const planner::Verdict& verdict = verdicts_.Of({}, changes);
-    const auto composed = verdicts_.ConfigurationOf(changes);
-    if (composed->tree == nullptr) {
+    report.candidate = "after the other changes";
+    State from = made;
+    State to = core;
+    to.insert(made.begin(), made.end());
+    if (made.empty() || verdicts_.Of(from, to).accepted) {
+      report.candidate = "these changes alone";
+      from = {};
+      to = core;
+    }
+    const planner::Verdict& verdict = verdicts_.Of(from, to);
+    const auto before = verdicts_.ConfigurationOf(from);
+    const auto after = verdicts_.ConfigurationOf(to);
+    if (after->tree == nullptr) {
       report.status = kBadInput;
-      report.input_errors = {composed->error_path + ": " + composed->error};
+      report.input_errors = {after->error_path + ": " + after->error};
       return report;
     }
     const bool at_restart = verdict.judge == planner::Judge::kRestart;
-    if (at_restart) report.candidate = "a restart after these changes";
+    if (at_restart) report.candidate += ", at a restart";
     report.outcome = commit::RunCommit(
-        at_restart ? empty_ : running_.tree, *composed->tree,
+        at_restart ? empty_ : *before->tree, *after->tree,
         {options_.locations.plugin, false, options_.limits.time});
     const bool is_refused = report.outcome.verdict == commit::Verdict::kRefused;
     report.status = is_refused ? kRefused : kPluginFailed;
-    if (!is_refused) return report;
-    // It remembers the nodes of one tree.
-    const source::SourceText source(*goal_.text);
-    messages::Finder finder({&running_.tree, options_.running,
-                             running_source_ ? &*running_source_ : nullptr},
-                            {composed->tree, options_.goal, &source});
-    report.findings = finder.ExplainAll(report.outcome);
-    for (messages::Finding& finding : report.findings) {
-      for (messages::Culprit& culprit : finding.culprits) Relocate(&culprit);
-    }
+    if (is_refused) Explain(*before->tree, *after->tree, &report);
     return report;
   }
 
  private:
-  // What these changes leave alone is in the running configuration; the goal
-  // may have another value there.
+  void Explain(const DataTree& before, const DataTree& after,
+               report::DeviceReport* report) const {
+    // They remember the nodes of one tree.
+    const source::SourceText goal(*goal_.text);
+    std::optional<source::SourceText> running;
+    if (running_.text) running.emplace(*running_.text);
+    messages::Finder finder(
+        {&before, options_.running, running ? &*running : nullptr},
+        {&after, options_.goal, &goal});
+    report->findings = finder.ExplainAll(report->outcome);
+    for (messages::Finding& finding : report->findings) {
+      for (messages::Culprit& culprit : finding.culprits) Relocate(&culprit);
+    }
+  }
+
+  // What no change concerns is in the running configuration; the goal may have
+  // another value there.
   void Relocate(messages::Culprit* culprit) const {
-    if (culprit->novelty != datastore::Novelty::kUnchanged) return;
-    const messages::DataView view(running_.tree);
-    culprit->place =
-        messages::PlaceOf({&running_.tree, options_.running,
-                           running_source_ ? &*running_source_ : nullptr},
-                          view.AtPath(culprit->path));
+    const lyd_node* node =
+        messages::DataView(running_.tree).AtPath(culprit->path);
+    if (culprit->novelty != datastore::Novelty::kUnchanged || node == nullptr ||
+        messages::TextOf(node) != culprit->value || !running_source_) {
+      return;
+    }
+    culprit->place = messages::PlaceOf(
+        {&running_.tree, options_.running, &*running_source_}, node);
   }
 
   const PlanOptions& options_;
@@ -156,6 +176,30 @@ class Refusals {
 
 std::vector<std::size_t> Numbers(const State& state) {
   return {state.begin(), state.end()};
+}
+
+// An entry with another key is a deletion and an addition.
+bool MayReplace(const datastore::Change& added,
+                const datastore::Change& deleted) {
+  return added.before == nullptr && deleted.after == nullptr &&
+         added.schema == deleted.schema && added.schema->nodetype == LYS_LIST &&
+         confd::PrintPath(lyd_parent(added.after), *added.schema) ==
+             confd::PrintPath(lyd_parent(deleted.before), *deleted.schema);
+}
+
+std::vector<std::size_t> FindUnreplaced(const std::vector<planner::Item>& items,
+                                        const State& made,
+                                        const State& left_out) {
+  std::vector<std::size_t> unreplaced;
+  for (const std::size_t deleted : made) {
+    for (const std::size_t added : left_out) {
+      if (MayReplace(*items[added].change, *items[deleted].change)) {
+        unreplaced.push_back(deleted);
+        break;
+      }
+    }
+  }
+  return unreplaced;
 }
 
 // Says why the goal is not reached, and plans what can be done instead.
@@ -173,7 +217,7 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
     const auto obstacles = planner::FindObstacles(verdicts, goal, made);
     for (const auto& core : obstacles.cores) {
       report->cores.push_back({Numbers(core.changes), core.is_smallest,
-                               refusals->Of(core.changes)});
+                               refusals->Of(core.changes, obstacles.made)});
     }
     const SearchResult plan =
         Search(verdicts, obstacles.made).Run(planner::Style::kFewest);
@@ -187,6 +231,8 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
   State left_out = goal;
   for (const std::size_t item : made) left_out.erase(item);
   report->left_out = Numbers(left_out);
+  report->unreplaced =
+      FindUnreplaced(verdicts->composer()->items(), made, left_out);
   return rest;
 }
 

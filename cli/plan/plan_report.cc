@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "cli/changed_lines.h"
@@ -111,8 +112,13 @@ class TextReport {
                  base::Printable(report_.failure));
     }
     if (report_.steps.empty()) return;
-    fmt::print("\nall but {} can be made with {}:\n",
-               Counted(report_.left_out.size(), "change"),
+    fmt::print("\nleft out:\n");
+    PrintChanges(report_.left_out);
+    if (!report_.unreplaced.empty()) {
+      fmt::print("deleted, although what may replace it is left out:\n");
+      PrintChanges(report_.unreplaced);
+    }
+    fmt::print("\nthe other changes can be made with {}:\n",
                Counted(report_.steps.size(), "commit"));
     PrintSteps();
   }
@@ -123,7 +129,8 @@ class TextReport {
     const std::string verdicts = Counted(report_.verdicts, "verdict");
     if (!report_.reached) {
       const char* result =
-          report_.is_limited ? "no plan found before the search ended"
+          report_.is_limited ? "no plan found before the search ended at "
+                               "--timeout or --verdicts"
           : report_.proven   ? "no order of its changes is accepted"
                              : "no plan found";
       fmt::print("{}: {} ({})\n", goal, result, verdicts);
@@ -140,10 +147,8 @@ class TextReport {
     }
   }
 
-  void PrintCore(const Core& core) const {
-    fmt::print("\nrefused in any order{}:\n",
-               core.is_smallest ? "" : ", maybe not all of them needed for it");
-    const std::vector<ChangedLine> lines = LinesOf(core.items, composer_);
+  void PrintChanges(const std::vector<std::size_t>& items) const {
+    const std::vector<ChangedLine> lines = LinesOf(items, composer_);
     const std::size_t shown = std::min(lines.size(), kMostLines);
     for (std::size_t i = 0; i < shown; ++i) {
       fmt::print("  {}\n", InWords(lines[i]));
@@ -151,6 +156,12 @@ class TextReport {
     if (shown < lines.size()) {
       fmt::print("  and {} more\n", lines.size() - shown);
     }
+  }
+
+  void PrintCore(const Core& core) const {
+    fmt::print("\nrefused in any order{}:\n",
+               core.is_smallest ? "" : ", maybe not all of them needed for it");
+    PrintChanges(core.items);
     static_cast<void>(std::fflush(stdout));
     report::TextWriter(stdout, {}).Add(core.refusal);
   }
@@ -162,16 +173,29 @@ class TextReport {
       fmt::print("\ncommit {}: accepted ({})\n", i + 1,
                  Counted(step.calls, "validation call"));
       for (const std::string& line : step.lines) fmt::print("  {}\n", line);
-      for (const Detour& detour : detours) {
-        if (detour.away == i + 1) PrintDetour(detour);
+      for (std::size_t j = 0; j < detours.size(); ++j) {
+        if (detours[j].away != i + 1) continue;
+        const bool goes_on =
+            j + 1 < detours.size() && IsSame(detours[j], detours[j + 1]);
+        PrintDetour(detours[j], !goes_on);
       }
     }
   }
 
-  void PrintDetour(const Detour& detour) const {
+  // Whether one sentence can be said of both.
+  bool IsSame(const Detour& one, const Detour& other) const {
+    const std::vector<Item>& items = composer_.items();
+    return one.away == other.away && one.back == other.back &&
+           std::string_view(EffectOf(items[one.item])) ==
+               EffectOf(items[other.item]);
+  }
+
+  void PrintDetour(const Detour& detour, bool with_effect) const {
     const Item& item = composer_.items()[detour.item];
-    fmt::print("  detour: {}\n    comes back with commit {}; until then {}\n",
-               base::Printable(item.path), detour.back, EffectOf(item));
+    fmt::print("  detour: {}\n", base::Printable(item.path));
+    if (!with_effect) return;
+    fmt::print("    comes back with commit {}; until then {}\n", detour.back,
+               EffectOf(item));
   }
 
   const PlanReport& report_;
@@ -233,6 +257,7 @@ ordered_json ToJson(const PlanReport& report, const Composer& composer) {
                         {"refusal", report::ToJson(core.refusal)}};
   });
   json["leftOut"] = ChangesToJson(report.left_out, composer);
+  json["unreplaced"] = ChangesToJson(report.unreplaced, composer);
   return json;
 }
 

@@ -18,7 +18,7 @@ namespace ipav::cli::plan {
 struct Core {
   std::vector<std::size_t> items;
   bool is_smallest = true;  // without any one of them, the others can be made
-  // The refusal of these changes alone.
+  // The refusal of these changes after those that can be made, or alone.
   report::DeviceReport refusal;
 };
 
@@ -33,6 +33,9 @@ struct PlanReport {
   std::vector<Step> steps;  // to the goal; else of the changes that can be made
   std::vector<Core> cores;  // why the goal is not reached
   std::vector<std::size_t> left_out;  // changes that no step makes
+  // Deletions that the steps make, of list entries beside an added one that is
+  // left out.
+  std::vector<std::size_t> unreplaced;
   std::size_t verdicts = 0;
   double seconds = 0;
   std::string failure;  // of the plug-in, in one of its judgements

@@ -36,8 +36,8 @@ TEST_F(PlanTest, EndsAtTheLimitOfVerdictsAndSaysSo) {
   const ProgramResult result =
       Ipav(ToExample("route-through-own-address.xml", {"--verdicts", "3"}));
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.out,
-              HasSubstr("no plan found before the search ended (3 verdicts)"));
+  EXPECT_THAT(result.out, HasSubstr("no plan found before the search ended at "
+                                    "--timeout or --verdicts (3 verdicts)"));
   EXPECT_THAT(result.out, Not(HasSubstr("refused in any order")));
 }
 

@@ -170,7 +170,7 @@ class CommitCommandTest(ServerTest):
         self.assertEqual((status, error), (0, ""))
         self.assertEqual(output, f"{steps}/step-1.xml: accepted\n"
                                  f"{steps}/step-2.xml: accepted\n"
-                                 "all 2 commits are made\n")
+                                 "2 commits made\n")
         self.assertIn("no changes", self.running_differs(server, goal))
 
     def test_stops_a_plan_at_the_first_refusal(self):
@@ -180,7 +180,7 @@ class CommitCommandTest(ServerTest):
         status, output, _ = self.commit(server, "--plan", str(steps))
         self.assertEqual(status, 1)
         self.assertTrue(output.startswith(f"{steps}/step-1.xml: accepted\n"))
-        self.assertTrue(output.endswith("1 of 2 commits are made\n"))
+        self.assertTrue(output.endswith("1 of 2 commits made\n"))
         (steps / "plan.json").unlink()
         self.assertEqual(
             self.commit(server, "--plan", str(steps)),

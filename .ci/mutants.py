@@ -53,13 +53,14 @@ TESTS = {
     "host": ["seam_contract_host|ipav_test|messages_test", "host_test|store_test|e2e",
              *PROGRAM, *SERVER],
     "messages": ["messages_test", "commands_test|e2e", *PROGRAM],
-    "cli": PROGRAM,
+    "planner": ["plan_"],
+    "cli": [*PROGRAM, "plan_|compare"],
     "ipavd": SERVER,
 }
 BUILT = ["src/lib/all", "cli/all", "ipavd/all"] + [
     f"tests/{folder}/all"
     for folder in ("contract", "host", "messages", "cli", "report", "netconf", "ipavd",
-                   "e2e")
+                   "e2e", "planner")
 ]
 # Slow ones, and those that compare a document with the checkout.
 NOT_RUN = "documents|growth|corpus|Memory|load|browser|bench|all_say|faults_are_found"

@@ -86,9 +86,8 @@ bool IsOfSameCall(const Answer& a, const Answer& b) {
   return a.opaque == b.opaque && a.path == b.path;
 }
 
-// One of the two may be null.
-Row RowOf(const Answer* older, const Answer* newer) {
-  const Answer& any = older != nullptr ? *older : *newer;
+// One of the two may be null; `any` is the other one.
+Row RowOf(const Answer& any, const Answer* older, const Answer* newer) {
   Row row{any.opaque, any.path, std::nullopt, std::nullopt, true};
   if (older != nullptr) row.older = AnswerInWords(*older);
   if (newer != nullptr) row.newer = AnswerInWords(*newer);
@@ -112,15 +111,15 @@ std::vector<Row> PairUp(const std::vector<Answer>& older,
   for (const Answer& answer : older) {
     const auto found = rest.lower_bound({answer.opaque, answer.path});
     if (found != rest.end() && IsOfSameCall(*found->second, answer)) {
-      rows.push_back(RowOf(&answer, found->second));
+      rows.push_back(RowOf(answer, &answer, found->second));
       rest.erase(found);
     } else if (is_complete || !Accepts(answer)) {
-      rows.push_back(RowOf(&answer, nullptr));
+      rows.push_back(RowOf(answer, &answer, nullptr));
     }
   }
   for (const auto& [place, answer] : rest) {
     if (is_complete || !Accepts(*answer)) {
-      rows.push_back(RowOf(nullptr, answer));
+      rows.push_back(RowOf(*answer, nullptr, answer));
     }
   }
   return rows;

@@ -25,10 +25,8 @@ class CoreSearch {
     return result.reached;
   }
 
-  // A core among the change and `made`, which cannot be made together. It need
-  // not have the change: without it, the others may need a change that is left
-  // out as well.
-  Core CoreOf(std::size_t change, const State& made) {
+  // A core with the change, which cannot be made together with `made`.
+  Core CoreWith(std::size_t change, const State& made) {
     begin_ = verdicts_->count();
     // 1. The change alone; or with those that its refusal names; or with all.
     State core = {change};
@@ -42,25 +40,30 @@ class CoreSearch {
     }
     // 2. Less and less of them.
     for (std::size_t size = core.size() / 2; size > 1; size /= 2) {
-      core = WithoutChunks(core, size);
+      core = WithoutChunks(core, size, change);
     }
     for (std::size_t before = core.size() + 1; core.size() < before;) {
       before = core.size();
-      core = WithoutChunks(core, 1);
+      core = WithoutChunks(core, 1, change);
     }
-    return {std::move(core), !is_late()};
+    // Without the change, the others may need a change that is left out here.
+    State others = core;
+    others.erase(change);
+    const bool is_smallest = !is_late() && CanBeMade(others);
+    return {std::move(core), is_smallest};
   }
 
  private:
   // Leaves out each run of so many changes without which the others still
-  // cannot be made.
-  State WithoutChunks(State core, std::size_t size) {
+  // cannot be made, but not the change itself.
+  State WithoutChunks(State core, std::size_t size, std::size_t change) {
     const std::vector<std::size_t> all(core.begin(), core.end());
     for (std::size_t begin = 0; begin < all.size(); begin += size) {
       const std::size_t end = std::min(all.size(), begin + size);
       State rest = core;
       for (std::size_t i = begin; i < end; ++i) rest.erase(all[i]);
-      if (rest.empty() || is_late()) break;
+      rest.insert(change);
+      if (is_late()) break;
       if (rest.size() < core.size() && !CanBeMade(rest)) core = std::move(rest);
     }
     return core;
@@ -91,14 +94,9 @@ Obstacles FindObstacles(Verdicts* verdicts, const State& goal,
       obstacles.made = std::move(more);
       continue;
     }
-    Core core = search.CoreOf(change, obstacles.made);
-    explained.insert(core.changes.begin(), core.changes.end());
-    const auto is_same = [&](const Core& other) {
-      return other.changes == core.changes;
-    };
-    if (std::none_of(obstacles.cores.begin(), obstacles.cores.end(), is_same)) {
-      obstacles.cores.push_back(std::move(core));
-    }
+    obstacles.cores.push_back(search.CoreWith(change, obstacles.made));
+    const State& core = obstacles.cores.back().changes;
+    explained.insert(core.begin(), core.end());
   }
   return obstacles;
 }

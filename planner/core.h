@@ -15,7 +15,7 @@ namespace ipav::planner {
 struct Core {
   State changes;
   // Without any one of its changes, the set has a plan. False if it took too
-  // many verdicts to find such a set.
+  // many verdicts to find such a set, or if the changes depend on others.
   bool is_smallest = true;
 };
 

@@ -10,7 +10,9 @@ using messages::Finding;
 // Whether one path is the other one or leads to a node below it.
 bool IsAtOrBelow(const std::string& path, const std::string& top) {
   if (path.compare(0, top.size(), top) != 0) return false;
-  return path.size() == top.size() || path[top.size()] == '/';
+  if (path.size() == top.size()) return true;
+  // The next step, or the keys of an entry of the list.
+  return path[top.size()] == '/' || path[top.size()] == '{';
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "host/confd/path.h"
 #include "messages/data_view.h"
 #include "planner/named_items.h"
 
@@ -308,7 +309,9 @@ State Search::NewDetours() {
   State detours;
   for (const std::string& path : unchanged_) {
     const lyd_node* node = running.AtPath(path);
-    if (node == nullptr || goal.AtPath(path) == nullptr) continue;
+    // The path of a whole list names no entry of it.
+    const bool is_node = node != nullptr && confd::PrintPath(node) == path;
+    if (!is_node || goal.AtPath(path) == nullptr) continue;
     detours.insert(composer.DetourOf(*NodeToTakeAway(node)));
   }
   unchanged_.clear();

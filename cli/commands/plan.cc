@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <ratio>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,6 +29,7 @@
 #include "host/source/source_text.h"
 #include "messages/data_view.h"
 #include "messages/finder.h"
+#include "messages/restart_faults.h"
 #include "planner/composer.h"
 #include "planner/core.h"
 #include "planner/search.h"
@@ -63,8 +65,8 @@ constexpr char kPlanNotes[] =
     "  ipav plan --each --format json --running running.json goal.json\n"
     "\n"
     "Exit status: 0 the goal is reached, 1 it is not, 2 the input or the\n"
-    "command line is wrong, 3 the plug-in died, threw an exception or did not\n"
-    "answer in time, and the goal is not reached.";
+    "command line is wrong, 3 the plug-in died or threw an exception, and the\n"
+    "goal is not reached.";
 
 struct PlanOptions {
   Locations locations;
@@ -127,27 +129,43 @@ class Refusals {
       return report;
     }
     const bool at_restart = verdict.judge == planner::Judge::kRestart;
-    if (at_restart) report.candidate += ", at a restart";
-    report.outcome = commit::RunCommit(
-        at_restart ? empty_ : *before->tree, *after->tree,
-        {options_.locations.plugin, false, options_.limits.time});
-    const bool is_refused = report.outcome.verdict == commit::Verdict::kRefused;
-    report.status = is_refused ? kRefused : kPluginFailed;
-    if (is_refused) Explain(*before->tree, *after->tree, &report);
+    report.outcome = RunCommit(*before->tree, *after->tree, false);
+    const bool has_failed =
+        report.outcome.verdict == commit::Verdict::kPluginFailed;
+    report.status = has_failed ? kPluginFailed : kRefused;
+    if (!has_failed) {
+      Explain(*before->tree, *after->tree, at_restart, &report);
+    }
     return report;
   }
 
  private:
-  void Explain(const DataTree& before, const DataTree& after,
+  commit::Outcome RunCommit(const DataTree& before, const DataTree& after,
+                            bool all) const {
+    return commit::RunCommit(
+        before, after, {options_.locations.plugin, all, options_.limits.time});
+  }
+
+  void Explain(const DataTree& before, const DataTree& after, bool at_restart,
                report::DeviceReport* report) const {
     // They remember the nodes of one tree.
     const source::SourceText goal(*goal_.text);
     std::optional<source::SourceText> running;
     if (running_.text) running.emplace(*running_.text);
-    messages::Finder finder(
-        {&before, options_.running, running ? &*running : nullptr},
-        {&after, options_.goal, &goal});
-    report->findings = finder.ExplainAll(report->outcome);
+    const messages::Configuration from = {&before, options_.running,
+                                          running ? &*running : nullptr};
+    const messages::Configuration to = {&after, options_.goal, &goal};
+    if (at_restart) {
+      const commit::Outcome of_before = RunCommit(empty_, before, true);
+      const commit::Outcome of_after = RunCommit(empty_, after, true);
+      report::Restart restart;
+      restart.faults = messages::CompareRestarts(from, of_before, to, of_after);
+      restart.planned = of_after.planned;
+      restart.made = of_after.answers.size();
+      report->restart = std::move(restart);
+      return;
+    }
+    report->findings = messages::Finder(from, to).ExplainAll(report->outcome);
     for (messages::Finding& finding : report->findings) {
       for (messages::Culprit& culprit : finding.culprits) Relocate(&culprit);
     }
@@ -204,8 +222,8 @@ std::vector<std::size_t> FindUnreplaced(const std::vector<planner::Item>& items,
 
 // Says why the goal is not reached, and plans what can be done instead.
 SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
-                         Refusals* refusals, Verdicts* verdicts,
-                         PlanReport* report) {
+                         planner::Style style, Refusals* refusals,
+                         Verdicts* verdicts, PlanReport* report) {
   State made = failed.steps.empty() ? State{} : failed.steps.back();
   SearchResult rest = failed;
   try {
@@ -219,8 +237,7 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
       report->cores.push_back({Numbers(core.changes), core.is_smallest,
                                refusals->Of(core.changes, obstacles.made)});
     }
-    const SearchResult plan =
-        Search(verdicts, obstacles.made).Run(planner::Style::kFewest);
+    const SearchResult plan = Search(verdicts, obstacles.made).Run(style);
     if (plan.reached) {
       rest = plan;
       made = obstacles.made;
@@ -238,6 +255,8 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
 
 ExitStatus Plan(const PlanOptions& options) {
   // 1. Read both configurations.
+  if (options.goal.empty())
+    throw std::runtime_error("no file is named as goal");
   base::Stopwatch watch;
   plan::StepFiles files(options.output);
   const datastore::Model model(options.locations.yang_dir,
@@ -267,8 +286,8 @@ ExitStatus Plan(const PlanOptions& options) {
   report.each = options.each;
   if (!result.reached) {
     Refusals refusals(options, running, goal, &verdicts);
-    result =
-        PlanTheRest(result, composer.goal(), &refusals, &verdicts, &report);
+    result = PlanTheRest(result, composer.goal(), style, &refusals, &verdicts,
+                         &report);
     report.failure = verdicts.failure();
   }
 

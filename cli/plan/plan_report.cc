@@ -44,9 +44,9 @@ const char* EffectOf(const Item& detour) {
         "down"},
        {"rtmStaticRtEntry", "the route is missing"},
        {"rtmStaticRtEntry-global", "the route is missing"},
-       {"l3", "the interface does not have it"},
-       {"loopback", "the interface does not have it"},
-       {"mgmt", "the interface does not have it"}}};
+       {"l3", "the interface, or this part of it, is missing"},
+       {"loopback", "the interface, or this part of it, is missing"},
+       {"mgmt", "the interface, or this part of it, is missing"}}};
   for (const lyd_node* node = detour.detour; node != nullptr;
        node = lyd_parent(node)) {
     const auto* found = std::find_if(
@@ -113,10 +113,10 @@ class TextReport {
     }
     if (report_.steps.empty()) return;
     fmt::print("\nleft out:\n");
-    PrintChanges(report_.left_out);
+    PrintChanges(report_.left_out, report_.left_out.size());
     if (!report_.unreplaced.empty()) {
       fmt::print("deleted, although what may replace it is left out:\n");
-      PrintChanges(report_.unreplaced);
+      PrintChanges(report_.unreplaced, report_.unreplaced.size());
     }
     fmt::print("\nthe other changes can be made with {}:\n",
                Counted(report_.steps.size(), "commit"));
@@ -147,9 +147,10 @@ class TextReport {
     }
   }
 
-  void PrintChanges(const std::vector<std::size_t>& items) const {
+  void PrintChanges(const std::vector<std::size_t>& items,
+                    std::size_t most) const {
     const std::vector<ChangedLine> lines = LinesOf(items, composer_);
-    const std::size_t shown = std::min(lines.size(), kMostLines);
+    const std::size_t shown = std::min(lines.size(), most);
     for (std::size_t i = 0; i < shown; ++i) {
       fmt::print("  {}\n", InWords(lines[i]));
     }
@@ -161,7 +162,7 @@ class TextReport {
   void PrintCore(const Core& core) const {
     fmt::print("\nrefused in any order{}:\n",
                core.is_smallest ? "" : ", maybe not all of them needed for it");
-    PrintChanges(core.items);
+    PrintChanges(core.items, kMostLines);
     static_cast<void>(std::fflush(stdout));
     report::TextWriter(stdout, {}).Add(core.refusal);
   }

@@ -86,6 +86,35 @@ TEST_F(PlanTest, ShowsHostileNamesWithoutControlCharacters) {
   EXPECT_THAT(result.out, Not(HasSubstr("\xE2\x80\xAE")));
 }
 
+TEST_F(PlanTest, ShowsTheFaultOfARestartThatTheGoalAdds) {
+  // The running configuration has a fault of a route already. The goal moves a
+  // row of OSPFv3, which only a restart judges.
+  const std::string starter = OutputOf({"new"});
+  const auto replaced = [](std::string text, const std::string& from,
+                           const std::string& to) {
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return text.replace(at, from.size(), to);
+  };
+  const std::string running =
+      replaced(starter, "<vlan>20</vlan>", "<!-- no VLAN -->");
+  const std::string name = "<ospfv3-pm-if-name>l3-";
+  const std::string goal = replaced(running, name + "uplink", name + "guests");
+  std::ofstream(in() + "/running.xml") << running;
+  std::ofstream(in() + "/goal.xml") << goal;
+  const ProgramResult result =
+      Ipav({"plan", "--running", in() + "/running.xml", in() + "/goal.xml"});
+  EXPECT_EQ(result.status, 1) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("after a restart"));
+  EXPECT_THAT(result.out, HasSubstr("docs/messages.md#vrf-under-ospfv3"));
+}
+
+TEST_F(PlanTest, NeedsTheNameOfAGoal) {
+  const ProgramResult result = Ipav({"plan", "--running", kRunning, ""});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "ipav: no file is named as goal\n");
+}
+
 TEST_F(PlanTest, RefusesInputAsCheckDoes) {
   const ProgramResult result =
       Ipav({"plan", "--running", kRunning, WriteBad("bad.xml")});

@@ -181,7 +181,13 @@ class CommitCommandTest(ServerTest):
         self.assertEqual(status, 1)
         self.assertTrue(output.startswith(f"{steps}/step-1.xml: accepted\n"))
         self.assertTrue(output.endswith("1 of 2 commits made\n"))
-        (steps / "plan.json").unlink()
+        report = steps / "plan.json"
+        report.write_text(report.read_text().replace(
+            '"reached": true', '"reached": false'))
+        self.assertEqual(
+            self.commit(server, "--plan", str(steps)),
+            (2, "", f"ipav: {report}: the plan does not reach its goal\n"))
+        report.unlink()
         self.assertEqual(
             self.commit(server, "--plan", str(steps)),
             (2, "", f"ipav: {steps}/plan.json: is not a plan of ipav plan\n"))

@@ -254,14 +254,15 @@ class RobustnessTest(ServerTest):
                 second.close()
 
     def test_drops_a_client_that_reads_nothing(self):
-        self.server = self.serve("--idle-timeout", "1")
+        self.server = self.serve("--idle-timeout", "2")
         self.second = self.raw(self.server)
         many = config(*[l3(f"i{i}", f"10.{i}.0.1/24") for i in range(200)])
         self.assert_ok(self.second.rpc(
             "<edit-config><target><running/></target>"
             f"<config>{many}</config></edit-config>"))
         client = self.raw(self.server)
-        client.socket.settimeout(1)
+        # The other client must not be idle for long meanwhile.
+        client.socket.settimeout(0.2)
         try:
             for number in range(500):
                 client.send_message(f'<rpc message-id="{number}" '

@@ -32,8 +32,8 @@ struct SearchResult {
   // All are accepted. The last one is the goal if it was reached.
   Steps steps;
   bool reached = false;
-  // There is no plan with fewer commits. If the goal is not reached: no order
-  // of its changes is accepted without detours.
+  // If the goal is reached, no plan without detours has fewer commits.
+  // Otherwise, all orders of its changes were tried, and all are refused.
   bool proven = false;
   bool is_limited = false;  // the search ended before it was complete
 };

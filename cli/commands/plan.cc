@@ -106,7 +106,7 @@ class Refusals {
     if (running.text) running_source_.emplace(*running.text);
   }
 
-  // Of the changes after those that can be made, or alone if they are not
+  // Judges the core after the changes that can be made, or alone if it is not
   // refused there.
   report::DeviceReport Of(const State& core, const State& made) {
     report::DeviceReport report;
@@ -255,8 +255,9 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
 
 ExitStatus Plan(const PlanOptions& options) {
   // 1. Read both configurations.
-  if (options.goal.empty())
+  if (options.goal.empty()) {
     throw std::runtime_error("no file is named as goal");
+  }
   base::Stopwatch watch;
   plan::StepFiles files(options.output);
   const datastore::Model model(options.locations.yang_dir,
@@ -296,7 +297,7 @@ ExitStatus Plan(const PlanOptions& options) {
   report.steps =
       plan::Replay(composer, result.steps, options.locations.plugin,
                    [&](std::size_t number, const std::string& configuration,
-                       const datastore::Diff& diff, const DataTree& /*after*/) {
+                       const datastore::Diff& diff) {
                      files.Write(number, configuration, diff);
                    });
   report.verdicts = verdicts.count();

@@ -25,7 +25,7 @@ using planner::Item;
 constexpr char kFormat[] = "ipav plan";
 constexpr int kVersion = 1;
 
-// Of a set of changes that are refused together.
+// At most this many changes of a set that is refused are printed.
 constexpr std::size_t kMostLines = 20;
 
 // "1 commit", "3 commits"
@@ -92,7 +92,7 @@ std::vector<ChangedLine> LinesOf(const std::vector<std::size_t>& items,
   return lines;
 }
 
-// How certain it is that there is no plan with fewer commits.
+// Says whether the number of commits is proven to be the smallest.
 const char* CertaintyOf(const PlanReport& report) {
   if (report.each) return "as many as possible";
   return report.proven ? "fewest" : "fewest found";

@@ -9,6 +9,7 @@
 #include "cli/changed_lines.h"
 #include "cli/print_tree.h"
 #include "host/commit/commit.h"
+#include "host/datastore/data_tree.h"
 #include "host/datastore/input_text.h"
 
 namespace ipav::cli::plan {
@@ -74,7 +75,7 @@ std::vector<Step> Replay(const Composer& composer, const planner::Steps& states,
     }
     step.taken_away = DetoursOnlyIn(to, from, composer);
     step.put_back = DetoursOnlyIn(from, to, composer);
-    take(number, text.bytes, diff, *after);
+    take(number, text.bytes, diff);
     steps.push_back(std::move(step));
     before = std::move(after);
     from = to;

@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "host/datastore/data_tree.h"
 #include "host/datastore/diff.h"
 #include "planner/composer.h"
 #include "planner/search.h"
@@ -28,9 +27,9 @@ struct Step {
 };
 
 // Receives each commit with the configuration after it.
-using TakeCommit = std::function<void(
-    std::size_t number, const std::string& configuration,
-    const datastore::Diff& diff, const datastore::DataTree& after)>;
+using TakeCommit =
+    std::function<void(std::size_t number, const std::string& configuration,
+                       const datastore::Diff& diff)>;
 
 // Throws std::runtime_error if a commit is refused now, or if the last one does
 // not lead to the configuration of its state; and what commit::RunCommit()

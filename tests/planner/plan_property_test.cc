@@ -214,7 +214,8 @@ class AllOrders {
   explicit AllOrders(const Composer& composer)
       : composer_(composer), empty_(DataTree::Empty(ProjectModel())) {}
 
-  // The fewest commits that make these changes; none if there is no order.
+  // Returns the smallest number of commits that make these changes; none if
+  // every order is refused.
   std::optional<std::size_t> Fewest(const State& goal) {
     const std::vector<std::size_t> items(goal.begin(), goal.end());
     const std::size_t all = (std::size_t{1} << items.size()) - 1;

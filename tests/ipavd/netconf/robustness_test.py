@@ -337,7 +337,7 @@ class RobustnessTest(ServerTest):
             f"<kill-session><session-id>{number}</session-id></kill-session>"))
         self.assertTrue(client.is_dropped())
         self.server.wait_for_log("its session ended while its request was")
-        # Nor when the server is killed. The limit is 4 s here.
+        # The relay also ends when the server is killed. The limit is 4 s here.
         _, relay = self.read_for_seconds()
         self.server.process.kill()
         end = time.monotonic() + 2

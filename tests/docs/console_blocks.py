@@ -106,7 +106,7 @@ def run(commands, arguments):
             cwd=work,
             env=dict(os.environ, LC_ALL="C.UTF-8", HOME=work, PATH=path),
             stdin=subprocess.DEVNULL,
-            timeout=100,
+            timeout=1000,
             check=False,
         )
         return [

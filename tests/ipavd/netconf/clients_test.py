@@ -93,11 +93,10 @@ class OpenSshTest(ServerTest):
 
     def test_gets_all_replies_and_an_exit_status(self):
         client = self.raw(self.server)
-        many = config(*[l3(f"i{i}", None, f"<mtu>{1280 + i % 7000}</mtu>")
-                        for i in range(10000)])
+        long = f"<description>{'x' * (1 << 20)}</description>"
         self.assert_ok(client.rpc(
             "<edit-config><target><candidate/></target>"
-            f"<config>{many}</config></edit-config>"))
+            f"<config>{config(l3('a', more=long))}</config></edit-config>"))
         for messages, replies, status in [
                 (self.messages(), 0, 0),
                 (self.messages(self.CLOSE), 1, 0),

@@ -118,7 +118,7 @@ class CommitCommandTest(ServerTest):
 
     def test_does_not_wait_for_ever_to_be_heard(self):
         path = str(self.folder / "deaf.sock")
-        many = config(*[l3(f"i{number}") for number in range(20000)])
+        long = f"<description>{'x' * (1 << 20)}</description>"
         connections = []
 
         def greet(listener):
@@ -132,7 +132,7 @@ class CommitCommandTest(ServerTest):
             greeter.start()
             self.assertEqual(
                 self.commit(path, "--timeout", "3", "--validate",
-                            self.write(many)),
+                            self.write(config(l3("a", more=long)))),
                 (2, "", f"ipav: {path}: takes nothing within 3 seconds\n"))
             greeter.join()
         connections[0].close()

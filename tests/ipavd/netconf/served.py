@@ -29,11 +29,35 @@ HELLO = (f'<hello xmlns="{NETCONF}"><capabilities><capability>'
          "urn:ietf:params:netconf:base:%s</capability></capabilities></hello>")
 
 # What a busy machine may take for a start, or for an answer.
-PATIENCE = 30
+PATIENCE = 120
 
 
 def local_name(element):
     return element.tag.rsplit("}", 1)[-1]
+
+
+def wait_until(condition, what):
+    """Until the condition holds; `what` tells what is there otherwise."""
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError(what())
+        time.sleep(0.01)
+
+
+def children(process):
+    """The children of a process, as numbers; none if it has ended."""
+    try:
+        tasks = pathlib.Path(f"/proc/{process}/task/{process}/children")
+        return {int(child) for child in tasks.read_text().split()}
+    except OSError:
+        return set()
+
+
+def chunked(text):
+    """A message as a client of NETCONF 1.1 sends it."""
+    data = text.encode()
+    return b"\n#%d\n%s\n##\n" % (len(data), data)
 
 
 def l3(name, address=None, more="", operation=None):
@@ -99,14 +123,16 @@ class Server:
         return self.log_file.read_bytes()[self.log_start:].decode()
 
     def wait_for_log(self, text):
-        end = time.monotonic() + PATIENCE
-        while text not in self.log():
-            if self.process.poll() is not None or time.monotonic() > end:
-                raise AssertionError(f"no {text!r} in: {self.log()}")
-            time.sleep(0.01)
+        wait_until(lambda: self.has_ended() or text in self.log(),
+                   lambda: f"no {text!r} in: {self.log()}")
+        if text not in self.log():
+            raise AssertionError(f"ended without {text!r} in: {self.log()}")
+
+    def has_ended(self):
+        return self.process.poll() is not None
 
     def stop(self, number=signal.SIGTERM):
-        if self.process.poll() is None:
+        if not self.has_ended():
             self.process.send_signal(number)
         return self.process.wait(PATIENCE)
 
@@ -165,9 +191,8 @@ class RawClient:
             else self.receive_chunked()
 
     def send_message(self, text):
-        data = text.encode()
-        self.send(data + b"]]>]]>" if self.version == "1.0" else
-                  b"\n#%d\n%s\n##\n" % (len(data), data))
+        self.send(text.encode() + b"]]>]]>" if self.version == "1.0" else
+                  chunked(text))
 
     def rpc(self, operation):
         """The reply to an operation, as an element."""
@@ -199,7 +224,7 @@ class ServerTest(unittest.TestCase):
 
     def stop_servers(self):
         for server in self.servers:
-            if server.process.poll() is None:
+            if not server.has_ended():
                 server.process.kill()
                 server.process.wait()
 
@@ -229,13 +254,9 @@ class ServerTest(unittest.TestCase):
             host="127.0.0.1", port=server.port, username="operator",
             key_filename=key or self.key, hostkey_verify=False,
             allow_agent=False, look_for_keys=False, timeout=PATIENCE, **more)
-        self.addCleanup(self.disconnect, session)
+        # Without a request, which fails if the server ends the session.
+        self.addCleanup(session._session.close)
         return session
-
-    @staticmethod
-    def disconnect(session):
-        if session.connected:
-            session.close_session()
 
     def raw(self, server, **more):
         client = RawClient(server.socket, **more)

@@ -8,7 +8,8 @@ import subprocess
 import time
 import unittest
 
-from served import IPAVD, PATIENCE, RawClient, ServerTest, config, l3
+from served import (IPAVD, PATIENCE, RawClient, ServerTest, config, l3,
+                    wait_until)
 
 GET = "<get-config><source><running/></source></get-config>"
 
@@ -19,6 +20,14 @@ class ServiceTest(ServerTest):
         return subprocess.run(
             [IPAVD, "--state", str(self.folder / "state"), *options],
             capture_output=True, text=True, timeout=PATIENCE)
+
+    def processes(self):
+        return subprocess.run(
+            ["pgrep", "-f", f"ipavd --state {self.folder}/state"],
+            capture_output=True, text=True).stdout
+
+    def wait_for_no_process(self):
+        wait_until(lambda: not self.processes(), self.processes)
 
     def test_lets_only_its_owner_use_the_socket(self):
         server = self.serve()
@@ -49,32 +58,17 @@ class ServiceTest(ServerTest):
         self.assertTrue(
             server.log().endswith("ipavd: session 1 ended\nipavd: ended\n"),
             server.log())
-        end = time.monotonic() + PATIENCE
-        while time.monotonic() < end:
-            found = subprocess.run(
-                ["pgrep", "-f", f"ipavd --state {self.folder}/state"],
-                capture_output=True, text=True).stdout
-            if not found:
-                break
-            time.sleep(0.05)
-        self.assertEqual(found, "")
+        self.wait_for_no_process()
 
     def test_leaves_no_process_when_it_is_killed(self):
         server = self.serve()
         self.raw(server, greet=False)
         server.process.kill()
         server.process.wait()
-        end = time.monotonic() + PATIENCE
-        found = "?"
-        while found and time.monotonic() < end:
-            found = subprocess.run(
-                ["pgrep", "-f", f"ipavd --state {self.folder}/state"],
-                capture_output=True, text=True).stdout
-            time.sleep(0.05)
-        self.assertEqual(found, "")
+        self.wait_for_no_process()
 
     def test_tells_its_service_manager_when_it_is_ready(self):
-        for name in [str(self.folder / "notify"), "\0ipav-notify-test"]:
+        for name in [str(self.folder / "notify"), f"\0{self.folder}/notify"]:
             with self.subTest(name):
                 manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
                 self.addCleanup(manager.close)

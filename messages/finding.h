@@ -52,6 +52,10 @@ struct Finding {
   // The commit touches no culprit, and the running configuration already has
   // the fault. (A configuration that is judged from nothing: see Finder.)
   bool is_standing = false;
+
+  // The commit does not report it: it appears after another violation of its
+  // point is corrected.
+  bool is_behind = false;
 };
 
 // The data paths of the culprits of each finding.

@@ -19,6 +19,7 @@
 #include "host/source/source_text.h"
 #include "messages/finder.h"
 #include "messages/vrf_names.h"
+#include "planner/every.h"
 
 namespace ipav::cli::check {
 
@@ -168,8 +169,16 @@ void Explain(const Running& running, const Transaction& transaction,
   const Configuration of_candidate = {&transaction.candidate(),
                                       report->candidate, &after};
   if (report->status == kRefused) {
-    report->findings =
-        messages::Finder(of_running, of_candidate).ExplainAll(report->outcome);
+    if (options.every) {
+      planner::EveryFinding every = planner::FindEvery(
+          of_running, of_candidate, report->outcome,
+          {options.plugin, options.limit, options.limits.time});
+      report->findings = std::move(every.findings);
+      report->more_findings = std::move(every.more);
+    } else {
+      report->findings = messages::Finder(of_running, of_candidate)
+                             .ExplainAll(report->outcome);
+    }
   }
   if (has_restart) JudgeRestart(of_running, of_candidate, options, report);
 }
@@ -258,7 +267,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   const base::Duration before = TreeTime(running);
   const auto compare = [&] {
     const ReadingTime limit(options_.limits.time, late(device.running));
-    if (options_.restore) static_cast<void>(running.Tree());
+    if (options_.restore || options_.every) static_cast<void>(running.Tree());
     return std::make_unique<const Transaction>(
         running, std::move(candidate->tree), candidate->text);
   };

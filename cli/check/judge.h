@@ -3,6 +3,7 @@
 #ifndef IPAV_CLI_CHECK_JUDGE_H_
 #define IPAV_CLI_CHECK_JUDGE_H_
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -15,13 +16,15 @@
 namespace ipav::cli::check {
 
 struct JudgeOptions {
-  std::string plugin;    // file
-  ReadingLimits limits;  // `time` is also the plug-in's for a candidate
-  bool all = false;      // run every validation point, also after a refusal
-  bool trace = false;    // write every platform call to standard error
-  bool timing = false;   // measure, and write the times to standard error
-  bool restore = false;  // judge the candidate as after a restart, too
-  bool page = false;     // make the device's section of the HTML page
+  std::string plugin;       // file
+  ReadingLimits limits;     // `time` is also the plug-in's for a candidate
+  bool all = false;         // run every validation point, also after a refusal
+  bool every = false;       // list every violation of each point; implies `all`
+  std::size_t limit = 100;  // findings of a device, with `every`
+  bool trace = false;       // write every platform call to standard error
+  bool timing = false;      // measure, and write the times to standard error
+  bool restore = false;     // judge the candidate as after a restart, too
+  bool page = false;        // make the device's section of the HTML page
 };
 
 // A running configuration that several devices share.

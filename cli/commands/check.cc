@@ -45,11 +45,15 @@ constexpr char kCheckNotes[] =
     "Examples:\n"
     "  ipav check --running running.xml candidate.xml\n"
     "  ipav check --running running.xml --all candidate.xml\n"
+    "  ipav check --running running.xml --every candidate.xml\n"
     "  ipav check --running running.xml --restore candidate.xml\n"
     "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw an exception or did not answer in time.";
+
+// A search for more takes hours.
+constexpr unsigned kMostFindings = 10000;
 
 struct CheckOptions {
   Locations locations;
@@ -67,14 +71,26 @@ struct CheckOptions {
 void AddOutput(CLI::App* command, CheckOptions* options) {
   command->add_flag("--all", options->judge.all,
                     "Run every validation point and list its answer");
+  CLI::Option* every = command->add_flag(
+      "--every", options->judge.every,
+      "List every violation of each validation point, also those that appear "
+      "only after another one is corrected; implies --all");
+  command
+      ->add_option("--limit", options->judge.limit,
+                   "Findings of a device that --every lists")
+      ->check(CLI::Range(1U, kMostFindings))
+      ->needs(every)
+      ->capture_default_str();
   command->add_flag("-v,--verbose", options->report.verbose,
                     "Show debug lines and the number of platform calls");
-  command->add_flag(
+  CLI::Option* restore = command->add_flag(
       "--restore", options->judge.restore,
       "Judge each candidate a second time, as the device does when it loads "
       "the "
       "configuration after a restart: a new fault refuses it, one that the "
       "running configuration has as well is only reported");
+  // After a restart, a point reports its first fault only.
+  restore->excludes(every);
   AddFile(command, "--report", "Also write an HTML page to this file",
           &options->page);
   command->add_flag("--trace", options->judge.trace,
@@ -228,10 +244,12 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   AddYang(command, &options->locations);
   return {command, [options] {
             options->judge.plugin = options->locations.plugin;
+            options->judge.all |= options->judge.every;
             options->judge.page = !options->page.empty();
             options->report.all = options->judge.all;
             options->fleet.time_limit = options->judge.limits.time;
-            options->fleet.commits = options->judge.restore ? 3 : 1;
+            if (options->judge.restore) options->fleet.commits = 3;
+            if (options->judge.every) options->fleet.commits = 2;
             base::Stopwatch total;
             const ExitStatus status = Check(*options);
             if (options->judge.timing) check::PrintTime("total", total.Lap());

@@ -42,9 +42,11 @@ struct DeviceReport {
   ExitStatus status = kAccepted;
   // At least one if the status is kBadInput. Each is FILE:LINE:COLUMN: reason.
   std::vector<std::string> input_errors;
-  commit::Outcome outcome;                  // of all others
-  std::vector<messages::Finding> findings;  // refusals, in their order
-  std::optional<Restart> restart;           // if it is judged, and judged whole
+  commit::Outcome outcome;  // of all others
+  // Refusals, in their order. Those that hide behind one follow it.
+  std::vector<messages::Finding> findings;
+  std::string more_findings;       // why there are more, or may be; else empty
+  std::optional<Restart> restart;  // if it is judged, and judged whole
   // What the program, not the plug-in, advises. One line each.
   std::vector<std::string> advice;
   // For the HTML page, made while both configurations are in memory. Empty if

@@ -37,6 +37,7 @@ std::string InWords(const Finding& finding) {
     text += InWords(culprit) + "\n";
   }
   if (finding.is_standing) text += std::string(kStanding) + "\n";
+  if (finding.is_behind) text += std::string(kBehind) + "\n";
   for (const std::string& line :
        {finding.note, finding.advice, LinkOf(finding)}) {
     if (!line.empty()) text += line + "\n";

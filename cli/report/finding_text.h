@@ -21,6 +21,12 @@ inline const char* WordOf(datastore::Novelty novelty) {
 inline constexpr char kStanding[] =
     "not caused by this change: the fault was there before";
 
+// What is said of a finding that the commit does not report yet.
+inline constexpr char kBehind[] =
+    "behind another finding of this point: a commit reports it once that one "
+    "is "
+    "corrected";
+
 // The operator's text, or a text for a refusal without one.
 std::string TextOf(const messages::Finding& finding);
 

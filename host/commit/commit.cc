@@ -239,13 +239,21 @@ class Validation {
   std::vector<PointTimes> times_;
 };
 
-// The plan without the use sites of other validation sets.
+// The calls to make: none of use sites of other validation sets.
 std::vector<PointCall> PlanFor(const std::string& validation_set,
-                               const DataTree& candidate, const Diff& diff) {
-  std::vector<PointCall> plan;
-  for (const PointCall& call : PlanCalls(candidate, diff)) {
-    if (call.site->point == validation_set) plan.push_back(call);
-  }
+                               const Configurations& configurations,
+                               const Options& options) {
+  const auto* calls = options.calls;
+  std::vector<PointCall> plan =
+      calls == nullptr
+          ? PlanCalls(configurations.candidate, configurations.diff)
+          : AllCalls(configurations.candidate);
+  const auto is_unwanted = [&](const PointCall& call) {
+    return call.site->point != validation_set ||
+           (calls != nullptr &&
+            calls->count({call.site->opaque, PathOf(call)}) == 0);
+  };
+  plan.erase(std::remove_if(plan.begin(), plan.end(), is_unwanted), plan.end());
   return plan;
 }
 
@@ -262,8 +270,7 @@ void RunLife(const Configurations& configurations, const Options& options,
     const base::Duration loading = watch.Lap();
 
     reporter.Send({kEnters, {"while its calls were planned"}});
-    const std::vector<PointCall> plan =
-        PlanFor(point, configurations.candidate, configurations.diff);
+    const std::vector<PointCall> plan = PlanFor(point, configurations, options);
     reporter.Hold({kPlanned, {std::to_string(plan.size())}});
     const base::Duration planning = watch.Lap();
 

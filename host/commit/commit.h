@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/base/stopwatch.h"
@@ -18,10 +20,16 @@
 
 namespace ipav::commit {
 
+// A call of a validation point: the name of the point, and the data path.
+using CallName = std::pair<std::string, std::string>;
+
 struct Options {
   std::string plugin;                               // file
   bool all = false;                                 // continue after a refusal
   base::TimeLimit time_limit = base::kNoTimeLimit;  // of the whole commit
+  // If not null: the calls to make if their nodes exist, instead of those that
+  // the changes require. Borrowed.
+  const std::set<CallName>* calls = nullptr;
   // Receives every platform call, in the child process. Borrowed; may be null.
   confd::Tracer* tracer = nullptr;
 };

@@ -112,12 +112,19 @@ std::vector<PointCall> CallsOf(const UseSite& site, const DataTree& tree) {
 
 }  // namespace
 
+std::vector<PointCall> AllCalls(const DataTree& candidate) {
+  std::vector<PointCall> all;
+  for (const UseSite& site : candidate.model().use_sites()) {
+    const std::vector<PointCall> calls = CallsOf(site, candidate);
+    all.insert(all.end(), calls.begin(), calls.end());
+  }
+  return all;
+}
+
 std::vector<PointCall> PlanCalls(const DataTree& candidate, const Diff& diff) {
   std::vector<PointCall> plan;
-  for (const UseSite& site : candidate.model().use_sites()) {
-    for (const PointCall& call : CallsOf(site, candidate)) {
-      if (Runs(diff, call)) plan.push_back(call);
-    }
+  for (const PointCall& call : AllCalls(candidate)) {
+    if (Runs(diff, call)) plan.push_back(call);
   }
   return plan;
 }

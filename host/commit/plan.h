@@ -27,6 +27,9 @@ struct PointCall {
 std::vector<PointCall> PlanCalls(const datastore::DataTree& candidate,
                                  const datastore::Diff& diff);
 
+// The calls for all instances, as if everything had changed.
+std::vector<PointCall> AllCalls(const datastore::DataTree& candidate);
+
 // Why a planned call runs: its dependencies in which something changed.
 // `by_itself`: the leaf itself changed. Both are empty for a point that runs at
 // every commit.

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -518,6 +519,53 @@ TEST_F(ShardTest, RunsWithoutShardsAreListedAsTheyCome) {
   EXPECT_EQ(Ipav(arguments).err, "ipav: " + devices[0] + " is in " +
                                      arguments[3] + " and in " +
                                      arguments.back() + "\n");
+}
+
+// --- Every violation
+
+TEST_F(FleetTest, EveryViolationIsInEveryFormatUpToALimit) {
+  // The address of each interface overlaps with that of the other two.
+  std::string interfaces;
+  for (const std::string number : {"1", "2", "3"}) {
+    interfaces += R"(<l3 xmlns="urn:vorplex:ipapp"><name>)" + number +
+                  "</name><ipv4><address><ip>10.0.0." + number +
+                  "/24</ip></address></ipv4></l3>";
+  }
+  interfaces.insert(0, R"(<config xmlns="urn:vorplex:config"><interface>)");
+  Write("crowded.xml", interfaces + "</interface></config>");
+  const auto check = [&](const Words& more) {
+    return Ipav(Joined({"check", in()}, more));
+  };
+  const std::string limit = "there are more findings (--limit)";
+  const std::string page = folder_ / "page.html";
+  // The first pair, and the other two behind it.
+  const ProgramResult all = check({"--every", "--report", page});
+  EXPECT_EQ(all.status, 1);
+  const std::string behind = "behind another finding of this point";
+  EXPECT_EQ(CountOf(" overlaps with ", all.out), 3U);
+  EXPECT_EQ(CountOf(behind, all.out), 2U);
+  EXPECT_EQ(CountOf(limit, all.out), 0U);
+  EXPECT_EQ(CountOf(behind, ReadFile(page)), 2U);
+  EXPECT_EQ(CountOf(" overlaps with ", check({"--all"}).out), 1U);
+  EXPECT_EQ(CountOf(limit, check({"--every", "--limit", "3"}).out), 0U);
+  const ProgramResult limited =
+      check({"--every", "--limit", "2", "--report", page});
+  EXPECT_EQ(CountOf(" overlaps with ", limited.out), 2U);
+  EXPECT_EQ(CountOf(limit, limited.out), 1U);
+  EXPECT_EQ(CountOf(limit, ReadFile(page)), 1U);
+  // The programs' formats.
+  for (const auto& [format, mark, more] :
+       {std::array<std::string, 3>{"json", "\"behind\":true", "moreFindings"},
+        {"sarif", "\"behind\":true", "\"descriptor\":{\"id\":\"more-findings"},
+        {"junit", behind, "name=\"more findings\""}}) {
+    const std::string report =
+        check({"--every", "--limit", "2", "--format", format}).out;
+    EXPECT_EQ(CountOf(mark, report), 1U) << report;
+    EXPECT_EQ(CountOf(more, report), 1U) << report;
+  }
+  // What cannot be combined.
+  EXPECT_EQ(check({"--every", "--restore"}).status, 2);
+  EXPECT_EQ(check({"--limit", "5"}).status, 2);
 }
 
 // --- After a restart

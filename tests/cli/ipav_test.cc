@@ -316,6 +316,10 @@ TEST_F(IpavTest, AnAddressPointOnAnUnknownKindIsRefused) {
   }
   EXPECT_EQ(Ipav({"check", "--all", "--yang", folder_, file}),
             (ProcessResult{1, expected, ""}));
+  expected +=
+      "  there may be more findings: one of them names no node to correct\n";
+  EXPECT_EQ(Ipav({"check", "--every", "--yang", folder_, file}),
+            (ProcessResult{1, expected, ""}));
 }
 
 TEST_F(IpavTest, ARefusedCandidateDoesNotSpoilTheCorrectedOne) {

@@ -145,6 +145,9 @@ void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
   if (finding.is_standing) {
     html->Markup("<p class=\"note\">").Text(kStanding).Markup("</p>\n");
   }
+  if (finding.is_behind) {
+    html->Markup("<p class=\"note\">").Text(kBehind).Markup("</p>\n");
+  }
   if (!finding.note.empty()) {
     html->Markup("<p class=\"note\">").Text(finding.note).Markup("</p>\n");
   }
@@ -172,6 +175,9 @@ void AddFindings(const DeviceReport& device, const DeviceView* view,
     AddFinding(device.findings[i], id + "-f" + std::to_string(i + 1),
                NamesAnAddress(view, i), html);
   }
+  if (device.more_findings.empty()) return;
+  html->Markup("<p class=\"note\">").Text(device.more_findings);
+  html->Markup("</p>\n");
 }
 
 void AddRestart(const DeviceReport& device, const DeviceView* view,

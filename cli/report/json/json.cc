@@ -123,6 +123,7 @@ Json FindingToJson(const Finding& finding) {
   json["culprits"] = ArrayOf(finding.culprits, CulpritToJson);
   PutUnlessEmpty(&json, "note", finding.note);
   if (finding.is_standing) json["standing"] = true;
+  if (finding.is_behind) json["behind"] = true;
   return json;
 }
 
@@ -131,7 +132,8 @@ Finding FindingOf(const Json& json) {
           TextOf(json, "path"),        TextOrEmpty(json, "rule"),
           TextOrEmpty(json, "title"),  TextOrEmpty(json, "advice"),
           TextOrEmpty(json, "anchor"), VectorOf(json.at("culprits"), CulpritOf),
-          TextOrEmpty(json, "note"),   json.value("standing", false)};
+          TextOrEmpty(json, "note"),   json.value("standing", false),
+          json.value("behind", false)};
 }
 
 void PutCalls(Json* json, std::size_t planned, std::size_t made) {
@@ -241,6 +243,7 @@ Json ToJson(const DeviceReport& device) {
     return json;
   }
   json["findings"] = ArrayOf(device.findings, FindingToJson);
+  PutUnlessEmpty(&json, "moreFindings", device.more_findings);
   if (device.restart) json["restart"] = RestartToJson(*device.restart);
   PutLines(&json, "advice", device.advice);
   PutOutcome(&json, device.outcome);
@@ -269,6 +272,7 @@ DeviceReport FromJson(const Json& json) {
     return device;
   }
   device.findings = VectorOf(json.at("findings"), FindingOf);
+  device.more_findings = TextOrEmpty(json, "moreFindings");
   if (json.contains("restart")) device.restart = RestartOf(json.at("restart"));
   device.advice = LinesOf(json, "advice");
   device.outcome = OutcomeOf(json);

@@ -71,6 +71,10 @@ void AddAnswers(const DeviceReport& device, Suite* suite) {
     } else if (refusals < device.findings.size()) {
       suite->Fail(name, device.findings[refusals++]);
     }
+    while (refusals < device.findings.size() &&
+           device.findings[refusals].is_behind) {
+      suite->Fail(name, device.findings[refusals++]);
+    }
   }
 }
 
@@ -160,6 +164,9 @@ void WriteProperties(const DeviceReport& device, Elements* xml) {
   xml->Property("validation calls planned", std::to_string(outcome.planned));
   xml->Property("validation calls made",
                 std::to_string(outcome.answers.size()));
+  if (!device.more_findings.empty()) {
+    xml->Property("more findings", device.more_findings);
+  }
   xml->End();
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/report/finding_text.h"
+#include "cli/report/json/json_text.h"
 #include "cli/report/restart_findings.h"
 #include "host/base/bytes.h"
 #include "host/base/c_ptr.h"
@@ -36,6 +37,7 @@ constexpr char kSchema[] =
 constexpr char kInputId[] = "bad-input";
 constexpr char kPluginId[] = "plug-in-failed";
 constexpr char kAdviceId[] = "advice";
+constexpr char kMoreId[] = "more-findings";
 
 // A message's braces are placeholders unless doubled, and "[a](b)" is a link
 // unless its brackets are escaped (SARIF 2.1.0, sections 3.11.5 and 3.11.6).
@@ -150,8 +152,9 @@ std::optional<std::string> BaselineState(const DeviceReport& device,
 }
 
 std::string MessageOf(const Finding& finding) {
-  const std::string text = TextOf(finding);
-  return finding.is_standing ? text + "\n" + kStanding : text;
+  return TextOf(finding) +
+         (finding.is_standing ? std::string("\n") + kStanding : "") +
+         (finding.is_behind ? std::string("\n") + kBehind : "");
 }
 
 // The culprit at which the finding is shown: the first that the candidate
@@ -204,13 +207,12 @@ void PutLocations(const std::string& file, const Finding& finding,
 
 // The exact text, and details that are not in the message.
 Json PropertiesOf(const Finding& finding) {
-  Json properties = {{"text", base::ToUtf8(finding.text)}};
-  if (base::ToUtf8(finding.text) != finding.text) {
-    properties["textHex"] = base::ToHex(finding.text);
-  }
+  Json properties;
+  PutText(&properties, "text", finding.text);
   properties["validationPoint"] = base::ToUtf8(finding.point);
   properties["dataPath"] = base::ToUtf8(finding.path);
   if (finding.is_standing) properties["standing"] = true;
+  if (finding.is_behind) properties["behind"] = true;
   if (!finding.note.empty()) properties["note"] = base::ToUtf8(finding.note);
   return properties;
 }
@@ -223,9 +225,9 @@ Json ResultOf(const DeviceReport& device, const Finding& finding,
   PutLocations(file, finding, &result);
   result["partialFingerprints"] = {
       {"ipavFinding/v1", FingerprintOf(finding, device.candidate)}};
+  result["properties"] = PropertiesOf(finding);
   const auto state = BaselineState(device, finding);
   if (state) result["baselineState"] = *state;
-  result["properties"] = PropertiesOf(finding);
   return result;
 }
 
@@ -301,6 +303,8 @@ Json Driver(const Json& rules) {
        {"shortDescription", {{"text", "A configuration that is none"}}}},
       {{"id", kPluginId},
        {"shortDescription", {{"text", "The plug-in gave no verdict"}}}},
+      {{"id", kMoreId},
+       {"shortDescription", {{"text", "Findings that are not listed"}}}},
       {{"id", kAdviceId},
        {"shortDescription", {{"text", "Advice on the configuration"}}}}};
   return {{"name", "ipav"},
@@ -319,8 +323,8 @@ void SarifWriter::Begin() {
 }
 
 void SarifWriter::AddResult(Json result, Json rule) {
-  const std::string id = rule.at("id");
-  const auto [entry, is_new] = index_.emplace(id, rules_.size());
+  const auto [entry, is_new] =
+      index_.emplace(rule.at("id").get<std::string>(), rules_.size());
   if (is_new) rules_.push_back(std::move(rule));
   result["ruleIndex"] = entry->second;
   fmt::print(out_, "{}\n{}", is_first_ ? "" : ",", result.dump());
@@ -376,16 +380,17 @@ void SarifWriter::Add(const DeviceReport& device) {
   AddFindings(device);
   AddWarnings(device);
   NotifyOfFailures(device);
-  for (const std::string& advice : device.advice) {
+  const auto note = [&](const char* id, const std::string& text) {
     notifications_.push_back(
-        Notification(kAdviceId, advice, LocationOf(device.candidate), "note"));
-  }
+        Notification(id, text, LocationOf(device.candidate), "note"));
+  };
+  if (!device.more_findings.empty()) note(kMoreId, device.more_findings);
+  for (const std::string& advice : device.advice) note(kAdviceId, advice);
 }
 
 void SarifWriter::End() {
   const ExitStatus status = run_.summary.worst_status();
-  const bool is_judged = status == kAccepted || status == kRefused;
-  const Json invocation = {{"executionSuccessful", is_judged},
+  const Json invocation = {{"executionSuccessful", status <= kRefused},
                            {"exitCode", static_cast<int>(status)},
                            {"toolExecutionNotifications", notifications_}};
   fmt::print(out_, "\n],\n\"tool\": {},\n\"invocations\": [{}]\n}}]\n}}\n",

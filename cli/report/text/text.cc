@@ -47,14 +47,8 @@ class Printer {
     const Outcome& outcome = device.outcome;
     if (device.status == kBadInput) return PrintBadInput(device);
     PrintVerdict(device);
-    auto finding = device.findings.begin();
-    for (const Answer& answer : outcome.answers) {
-      const bool silent = answer.result == CONFD_OK && !answer.exception;
-      if (!silent || options_.all) PrintAnswer(answer);
-      if (messages::IsRefusal(answer) && finding != device.findings.end()) {
-        PrintFinding(*finding++);
-      }
-    }
+    PrintAnswers(device);
+    if (!device.more_findings.empty()) Print("  {}\n", device.more_findings);
     PrintRestart(device);
     if (!outcome.failure.empty()) PrintFailure(outcome);
     PrintLines("the plug-in wrote", outcome.output);
@@ -104,6 +98,24 @@ class Printer {
           outcome.answers.size(), outcome.planned, RestartCalls(device));
   }
 
+  // Each refusal with its finding and those behind it.
+  void PrintAnswers(const DeviceReport& device) const {
+    auto finding = device.findings.begin();
+    for (const Answer& answer : device.outcome.answers) {
+      const bool silent = answer.result == CONFD_OK && !answer.exception;
+      if (!silent || options_.all) PrintAnswer(answer);
+      if (messages::IsRefusal(answer) && finding != device.findings.end()) {
+        PrintFinding(*finding++);
+      }
+      for (; finding != device.findings.end() && finding->is_behind;
+           ++finding) {
+        PrintRefusal(TextOf(*finding));
+        PrintPlace(finding->point, finding->path);
+        PrintFinding(*finding);
+      }
+    }
+  }
+
   void PrintPlace(const std::string& point, const std::string& path) const {
     Print("  validation point: {}\n  data path: {}\n", base::Printable(point),
           base::Printable(path));
@@ -151,6 +163,7 @@ class Printer {
   void PrintFinding(const Finding& finding) const {
     for (const Culprit& culprit : finding.culprits) PrintCulprit(culprit);
     if (finding.is_standing) Print("  {}\n", kStanding);
+    if (finding.is_behind) Print("  {}\n", kBehind);
     if (!finding.note.empty()) {
       Print("  note: {}\n", base::Printable(finding.note));
     }

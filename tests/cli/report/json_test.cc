@@ -72,7 +72,7 @@ void ExpectEqual(const Culprit& actual, const Culprit& expected) {
 auto Texts(const Finding& finding) {
   return std::tie(finding.text, finding.point, finding.path, finding.rule,
                   finding.title, finding.advice, finding.anchor, finding.note,
-                  finding.is_standing);
+                  finding.is_standing, finding.is_behind);
 }
 
 void ExpectEqual(const Finding& actual, const Finding& expected) {
@@ -142,6 +142,7 @@ void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
   }
   ExpectEqual(actual.outcome, expected.outcome);
   ExpectEqual(actual.findings, expected.findings);
+  EXPECT_EQ(actual.more_findings, expected.more_findings);
   ASSERT_EQ(actual.restart.has_value(), expected.restart.has_value());
   if (expected.restart) ExpectEqual(*actual.restart, *expected.restart);
 }
@@ -215,9 +216,9 @@ TEST(JsonReport, OfARunIsReadBack) {
   for (std::size_t i = 0; i < devices.size(); ++i) {
     ExpectEqual(report.devices[i], devices[i]);
   }
-  EXPECT_EQ(report.run.summary.devices(), 7U);
+  EXPECT_EQ(report.run.summary.devices(), 8U);
   EXPECT_EQ(report.run.summary.Of(cli::kAccepted), 2U);
-  EXPECT_EQ(report.run.summary.Of(cli::kRefused), 3U);
+  EXPECT_EQ(report.run.summary.Of(cli::kRefused), 4U);
   EXPECT_EQ(report.run.summary.Of(cli::kBadInput), 1U);
   EXPECT_EQ(report.run.summary.Of(cli::kPluginFailed), 1U);
   EXPECT_EQ(report.run.summary.worst_status(), cli::kPluginFailed);

@@ -149,13 +149,18 @@ DeviceReport Restarted(const std::string& candidate) {
 std::vector<DeviceReport> SampleReports() {
   DeviceReport first = Accepted("f.xml");
   first.restart.emplace().is_change = true;
+  DeviceReport crowded = Refused("g.xml");
+  crowded.findings.push_back(crowded.findings.front());
+  crowded.findings.back().is_behind = true;
+  crowded.more_findings = "there are more findings";
   return {Accepted("a.xml"),
           Refused("b.xml"),
           BadInput("c.xml"),
           PluginFailed("d.xml"),
           Odd(),
           Restarted("e.xml"),
-          first};
+          first,
+          crowded};
 }
 
 std::string Written(cli::report::Format format,

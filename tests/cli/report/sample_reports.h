@@ -34,8 +34,8 @@ cli::report::DeviceReport Odd();
 // and a new one. A fourth one is healed.
 cli::report::DeviceReport Restarted(const std::string& candidate);
 
-// One of each of the above, and a first configuration that is judged after a
-// restart.
+// One of each of the above, a first configuration that is judged after a
+// restart, and a finding behind another one, with more that are not listed.
 std::vector<cli::report::DeviceReport> SampleReports();
 
 // The report on these devices in a format.

@@ -138,7 +138,7 @@ Words DevicesTest::Wild(const Words& more, const std::string& plugin) const {
 
 std::size_t DevicesTest::AwaitProcesses(std::size_t count) const {
   using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::seconds(10);
+  const auto deadline = Clock::now() + std::chrono::seconds(60);
   for (;;) {
     const std::size_t found = ProcessesWith("IPAV_TEST_MARK", mark()).size();
     if (found == count || Clock::now() > deadline) return found;

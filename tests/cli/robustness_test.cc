@@ -91,9 +91,9 @@ TEST_F(Robustness, AHangingPointIsNamedAndTheNextCandidateIsJudged) {
   const std::string hangs = Deed("hang");
   const auto start = Clock::now();
   EXPECT_EQ(
-      CheckWild({"--timeout", "1", hangs, Good()}),
+      CheckWild({"--timeout", "2", hangs, Good()}),
       (ProcessResult{3,
-                     FailedLines(hangs, "did not answer within 1 second") +
+                     FailedLines(hangs, "did not answer within 2 seconds") +
                          DeedLines("hang") + NothingLine(Good()),
                      ""}));
   EXPECT_LT(Clock::now() - start, seconds(20));
@@ -102,10 +102,10 @@ TEST_F(Robustness, AHangingPointIsNamedAndTheNextCandidateIsJudged) {
 
 TEST_F(Robustness, AHangOutsideOfAPointIsNamed) {
   const std::string file = Deed("warn");
-  EXPECT_EQ(Ipav(Wild({"--timeout", "1", file}, "hangs_in_init")),
+  EXPECT_EQ(Ipav(Wild({"--timeout", "2", file}, "hangs_in_init")),
             (ProcessResult{3,
                            FailedLines(file,
-                                       "did not answer within 1 second, in "
+                                       "did not answer within 2 seconds, in "
                                        "lib_init"),
                            ""}));
   EXPECT_EQ(
@@ -424,7 +424,7 @@ TEST_F(Robustness, AFileAboveTheLimitIsRefusedBeforeItIsRead) {
   fs::resize_file(file, std::uintmax_t{1} << 40);
   const auto start = Clock::now();
   const ProgramResult result = Check({file});
-  EXPECT_LT(Clock::now() - start, seconds(5));
+  EXPECT_LT(Clock::now() - start, seconds(20));
   EXPECT_THAT(result, IsBadInput(file + ": is larger than the limit of "
                                         "67108864 bytes\n"));
   ExpectPeakBelow(result, 64 * kMiB);

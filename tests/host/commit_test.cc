@@ -432,7 +432,8 @@ TEST(Misbehaving, EndOfTheProcessIsReportedWithItsPointAndReason) {
   EXPECT_EQ(RunOpaques({"accept"}).verdict, Verdict::kAccepted);
 }
 
-constexpr TimeLimit kShortTime(300);
+// Enough to come to the place of the hang on a busy machine.
+constexpr TimeLimit kShortTime(1000);
 
 Outcome RunBriefly(const Texts& opaques) {
   return RunData(BodyOf(opaques), DataOf(opaques), false, "obeys_opaque",
@@ -443,7 +444,7 @@ TEST(Misbehaving, HangingPointIsReportedWithItsTimeLimit) {
   for (const char* deed : {"hang", "spin", "spawn-and-hang"}) {
     const Outcome outcome = RunBriefly({deed});
     ExpectFailureAtPoint(outcome, deed);
-    EXPECT_EQ(outcome.failure, "did not answer within 0.3 seconds");
+    EXPECT_EQ(outcome.failure, "did not answer within 1 second");
   }
 }
 
@@ -459,7 +460,7 @@ TEST(Misbehaving, AnswersBeforeAHangAreKept) {
 TEST(Misbehaving, FailureOutsideOfAPointIsReportedWithItsPlace) {
   const Texts answered = {"accept /top/p0"};
   const std::string aborted = "killed by signal: Aborted, ";
-  const std::string late = "did not answer within 0.3 seconds, ";
+  const std::string late = "did not answer within 1 second, ";
   const struct {
     const char* plugin;
     std::size_t planned;

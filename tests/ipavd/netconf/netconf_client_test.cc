@@ -19,6 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// What a busy machine may take for a start, or for an answer.
+constexpr std::chrono::milliseconds kPatience{120000};
+
 std::string ConfigOf(const std::string& address) {
   return "<config xmlns=\"urn:vorplex:config\"><interface><l3 "
          "xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv4><address><ip>" +
@@ -68,7 +71,8 @@ class NetconfClientTest : public ipav::testing::FolderTest {
   // As soon as somebody listens.
   void Connect() {
     const std::string socket = folder_ / "state/netconf.sock";
-    for (int i = 0; i < 1000 && session_ == nullptr; ++i) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (session_ == nullptr && std::chrono::steady_clock::now() < end) {
       if (fs::exists(socket)) {
         session_ = nc_connect_unix(socket.c_str(), nullptr);
       }
@@ -82,9 +86,10 @@ class NetconfClientTest : public ipav::testing::FolderTest {
     std::uint64_t id = 0;
     lyd_node* envelope = nullptr;
     lyd_node* operation = nullptr;
-    EXPECT_EQ(nc_send_rpc(session_, request, 1000, &id), NC_MSG_RPC);
+    const auto patience = static_cast<int>(kPatience.count());
+    EXPECT_EQ(nc_send_rpc(session_, request, patience, &id), NC_MSG_RPC);
     EXPECT_EQ(
-        nc_recv_reply(session_, request, id, 20000, &envelope, &operation),
+        nc_recv_reply(session_, request, id, patience, &envelope, &operation),
         NC_MSG_REPLY);
     const ipav::base::CPtr<lyd_node, lyd_free_all> reply(envelope);
     const ipav::base::CPtr<lyd_node, lyd_free_all> data(operation);

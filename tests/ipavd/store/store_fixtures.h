@@ -224,7 +224,7 @@ class Failures : public HookedCalls {
 struct Setting {
   const datastore::Model& model = *SmallModel();
   std::string plugin = PluginFile("obeys_opaque");
-  base::TimeLimit limit = std::chrono::milliseconds(500);
+  base::TimeLimit limit = std::chrono::seconds(60);
   std::string startup;  // startup.xml at the first start, if not empty
   FileCalls* calls = nullptr;
 };
@@ -243,7 +243,7 @@ class Server {
   }
   explicit Server(FileCalls* calls)
       : Server(Setting{*SmallModel(), PluginFile("obeys_opaque"),
-                       std::chrono::milliseconds(500), "", calls}) {}
+                       std::chrono::seconds(60), "", calls}) {}
 
   // Ends it like a kill, as far as a test in one process can.
   void Stop() {

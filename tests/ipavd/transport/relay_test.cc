@@ -91,13 +91,15 @@ class RelayTest : public ::testing::Test {
     EXPECT_EQ(Receive(from, bytes.size()), bytes);
   }
 
-  // Starts, and passes the hellos of both sides.
-  void Greet(const std::string& client_hello, const Limits& limits = {}) {
+  // Starts, and passes the hellos of both sides. The bytes of `more` come with
+  // the hello of the client.
+  void Greet(const std::string& client_hello, const Limits& limits = {},
+             const std::string& more = "") {
     Start(limits);
     const std::string hello = Frame(Framing::kEndOfMessage, kServerHello);
     Send(server_, hello);
     ExpectReceived(client_, hello);
-    Send(client_, Frame(Framing::kEndOfMessage, client_hello));
+    Send(client_, Frame(Framing::kEndOfMessage, client_hello) + more);
   }
 
   void ExpectEnd() {
@@ -274,8 +276,8 @@ TEST_F(RelayTest, DropsAClientThatDoesNotReadItsReplies) {
 }
 
 TEST_F(RelayTest, WaitsForTheServerAsLongAsItTakes) {
-  Greet(ClientHello(), IdleFor(milliseconds(50)));
-  Send(client_, Frame(Framing::kChunked, "<commit/>"));
+  Greet(ClientHello(), IdleFor(milliseconds(50)),
+        Frame(Framing::kChunked, "<commit/>"));
   EXPECT_EQ(reason_.wait_for(milliseconds(300)), std::future_status::timeout);
   const std::string reply = Frame(Framing::kChunked, "<ok>");
   Send(server_, reply);

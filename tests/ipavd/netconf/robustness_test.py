@@ -9,7 +9,7 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from served import (HELLO, IPAPP, NETCONF, PATIENCE, TEST_PLUGINS,
+from served import (HELLO, IPAPP, NETCONF, PADDING, PATIENCE, TEST_PLUGINS,
                     ServerTest, children, chunked, config, l3, local_name,
                     wait_until, wild_model)
 
@@ -405,7 +405,7 @@ class LongFilterTest(BusyServerTest):
         many = config(*[l3(f"i{i}") for i in range(self.ENTRIES)])
         self.assert_ok(self.other.rpc(
             "<copy-config><target><startup/></target><source><config>"
-            f"{many}</config></source></copy-config>"))
+            f"{many}{PADDING}</config></source></copy-config>"))
 
     @staticmethod
     def get(filter_):

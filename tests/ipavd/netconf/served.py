@@ -31,6 +31,11 @@ HELLO = (f'<hello xmlns="{NETCONF}"><capabilities><capability>'
 # What a busy machine may take for a start, or for an answer.
 PATIENCE = 120
 
+# The process of a client may read for 250 ms of CPU time, and for as long again
+# for each MiB. With sanitizers, many small elements take two thirds of that; with
+# such a comment, a quarter.
+PADDING = f"<!--{'x' * (4 << 20)}-->"
+
 
 def local_name(element):
     return element.tag.rsplit("}", 1)[-1]

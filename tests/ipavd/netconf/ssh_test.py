@@ -14,8 +14,8 @@ from ncclient.operations import RPCError
 from ncclient.transport.errors import (AuthenticationError,
                                        SessionCloseError, SSHError)
 
-from served import (HELLO, IPAVD, NETCONF, PATIENCE, ServerTest, children,
-                    config, l3, wait_until)
+from served import (HELLO, IPAVD, NETCONF, PADDING, PATIENCE, ServerTest,
+                    children, config, l3, wait_until)
 
 NETWORK = config(l3("a", "10.0.0.0/24"))
 RIGHT = config(l3("a", "10.0.0.1/24"))
@@ -87,7 +87,7 @@ class SshTest(ServerTest):
         session = self.connect(self.serve_ssh())
         many = config(*[l3(f"i{i}", None, f"<mtu>{1280 + i % 7000}</mtu>")
                         for i in range(10000)])
-        session.edit_config(target="candidate", config=whole(many))
+        session.edit_config(target="candidate", config=whole(many + PADDING))
         reply = session.get_config("candidate").data_xml
         self.assertEqual(reply.count("<mtu>"), 10000)
 

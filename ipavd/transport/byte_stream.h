@@ -28,7 +28,9 @@ class ByteStream {
   // end of the stream.
   virtual std::optional<std::string> Read() = 0;
 
-  // Returns how many bytes were sent; no value when the other side has gone.
+  // Returns how many bytes were taken; no value when the other side has gone.
+  // If Events() asks for POLLOUT, the stream may hold some of them: also call
+  // it when there are no more.
   virtual std::optional<std::size_t> Write(std::string_view bytes) = 0;
 };
 

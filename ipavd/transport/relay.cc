@@ -120,7 +120,7 @@ bool Relay::Wait() {
       (client & kGone) != 0) {
     ReadClient();
   }
-  if (!to_client_.empty()) WriteClient();
+  if (!to_client_.empty() || (client & POLLOUT) != 0) WriteClient();
   PassRequests();
   if (!to_server_.empty()) WriteServer();
   // A client that sends byte by byte runs into the limit as well.

@@ -161,11 +161,9 @@ int SshStream::OnSubsystem(ssh_session /*session*/, ssh_channel /*channel*/,
 short SshStream::Events(bool reads, bool writes) const {
   // While the client's SSH window is full, only its window message helps; after
   // that, only room in the socket.
-  const bool is_pending =
-      (ssh_get_poll_flags(session_.get()) & SSH_WRITE_PENDING) != 0;
   const bool has_room = writes && ssh_channel_window_size(channel_) > 0;
   short events = reads || writes ? POLLIN : 0;
-  if (is_pending || has_room) events = static_cast<short>(events | POLLOUT);
+  if (HoldsBytes() || has_room) events = static_cast<short>(events | POLLOUT);
   return events;
 }
 
@@ -187,7 +185,17 @@ std::optional<std::string> SshStream::Read() {
   return bytes;
 }
 
+// Whether the library holds bytes that the socket has not taken yet.
+bool SshStream::HoldsBytes() const {
+  return (ssh_get_status(session_.get()) & SSH_WRITE_PENDING) != 0;
+}
+
 std::optional<std::size_t> SshStream::Write(std::string_view bytes) {
+  // The library takes as much as the client's SSH window has room for, which
+  // may be very much, and holds what the socket does not take.
+  ssh_blocking_flush(session_.get(), 0);
+  if (ssh_is_connected(session_.get()) == 0) return std::nullopt;
+  if (HoldsBytes() || bytes.empty()) return 0;
   const auto size =
       static_cast<std::uint32_t>(std::min(bytes.size(), kReadSize));
   const int sent = ssh_channel_write(channel_, bytes.data(), size);

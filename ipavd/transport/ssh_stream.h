@@ -44,6 +44,7 @@ class SshStream : public ByteStream {
  private:
   void SetCallbacks();
   void Serve();
+  bool HoldsBytes() const;
   std::string WhyNoLogin() const;
 
   // Callbacks of libssh; `userdata` is this object.

@@ -9,11 +9,9 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from served import (HELLO, IPAPP, NETCONF, PADDING, PATIENCE, TEST_PLUGINS,
-                    ServerTest, children, chunked, config, l3, local_name,
-                    wait_until, wild_model)
-
-GET = "<get-config><source><running/></source></get-config>"
+from served import (GET, HELLO, IPAPP, NETCONF, PADDING, PATIENCE,
+                    TEST_PLUGINS, ServerTest, children, chunked, config,
+                    cpu_seconds, l3, local_name, wait_until, wild_model)
 
 # Libxml2 looks for each prefix among all that are declared above it.
 PREFIXES = "".join(
@@ -23,19 +21,6 @@ PREFIXES = "".join(
 # CPU seconds that the server may need for an answer. Other work on the machine
 # does not change them.
 AT_ONCE = float(os.environ.get("IPAV_AT_ONCE", "0.5"))
-
-
-def cpu_seconds(process, of_children=False):
-    """The CPU time of a process, and of its children that it waited for; no
-    value if it has ended."""
-    try:
-        stat = pathlib.Path(f"/proc/{process}/stat").read_text()
-    except OSError:
-        return None
-    fields = stat.rpartition(")")[2].split()
-    times = fields[11:15] if of_children else fields[11:13]
-    return None if fields[0] == "Z" else \
-        sum(map(int, times)) / os.sysconf("SC_CLK_TCK")
 
 
 def blocked_signals(process):

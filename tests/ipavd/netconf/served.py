@@ -28,6 +28,12 @@ IPAPP = "urn:vorplex:ipapp"
 HELLO = (f'<hello xmlns="{NETCONF}"><capabilities><capability>'
          "urn:ietf:params:netconf:base:%s</capability></capabilities></hello>")
 
+GET = "<get-config><source><running/></source></get-config>"
+
+# A request whose answer takes five seconds.
+SLOW = ('<get><filter type="xpath" select="//*[count(//*[count(//*[count(//*)'
+        ' &gt; 1]) &gt; 1]) &gt; 1]"/></get>')
+
 # What a busy machine may take for a start, or for an answer.
 PATIENCE = 120
 
@@ -57,6 +63,19 @@ def children(process):
         return {int(child) for child in tasks.read_text().split()}
     except OSError:
         return set()
+
+
+def cpu_seconds(process, of_children=False):
+    """The CPU time of a process, and of its children that it waited for; no
+    value if it has ended."""
+    try:
+        stat = pathlib.Path(f"/proc/{process}/stat").read_text()
+    except OSError:
+        return None
+    fields = stat.rpartition(")")[2].split()
+    times = fields[11:15] if of_children else fields[11:13]
+    return None if fields[0] == "Z" else \
+        sum(map(int, times)) / os.sysconf("SC_CLK_TCK")
 
 
 def chunked(text):

@@ -7,6 +7,8 @@ import signal
 import socket
 import stat
 import subprocess
+import threading
+import time
 import unittest
 
 import paramiko
@@ -14,8 +16,9 @@ from ncclient.operations import RPCError
 from ncclient.transport.errors import (AuthenticationError,
                                        SessionCloseError, SSHError)
 
-from served import (HELLO, IPAVD, NETCONF, PADDING, PATIENCE, ServerTest,
-                    children, config, l3, wait_until)
+from served import (GET, HELLO, IPAVD, NETCONF, PADDING, PATIENCE, SLOW,
+                    ServerTest, children, chunked, config, cpu_seconds, l3,
+                    wait_until)
 
 NETWORK = config(l3("a", "10.0.0.0/24"))
 RIGHT = config(l3("a", "10.0.0.1/24"))
@@ -32,6 +35,31 @@ def has_ipv6():
         except OSError:
             return False
     return True
+
+
+def request(number, operation):
+    return chunked(f'<rpc message-id="{number}" xmlns="{NETCONF}">{operation}'
+                   "</rpc>")
+
+
+class StallingSocket:
+    """A connection that stops to read when it is told to."""
+
+    def __init__(self, address):
+        self.socket = socket.socket()
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
+        self.socket.connect(address)
+        self.reads = threading.Event()
+        self.reads.set()
+        self.stall, self.go_on = self.reads.clear, self.reads.set
+
+    def recv(self, size):
+        if not self.reads.wait(0.1):
+            raise socket.timeout
+        return self.socket.recv(size)
+
+    def __getattr__(self, name):
+        return getattr(self.socket, name)
 
 
 class SshTest(ServerTest):
@@ -134,16 +162,30 @@ class SshTest(ServerTest):
             ["edit-config of running: ok", "copy-config of startup: ok",
              "commit: ok"])
 
-    def channel(self, server, user="operator", address="127.0.0.1"):
-        transport = paramiko.Transport(
-            socket.create_connection((address, server.port)))
+    def channel(self, server, user="operator", address="127.0.0.1",
+                make=socket.create_connection, window=None):
+        transport = paramiko.Transport(make((address, server.port)))
         self.addCleanup(transport.close)
         transport.connect(
             username=user,
             pkey=paramiko.ECDSAKey.from_private_key_file(self.key))
-        channel = transport.open_session()
+        channel = transport.open_session(window_size=window)
         channel.settimeout(PATIENCE)
         return channel
+
+    def greet(self, channel):
+        channel.invoke_subsystem("netconf")
+        channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
+        self.assertIn(b"<hello", channel.recv(65536))
+
+    def requests_of(self, session, client):
+        """How many requests of a session the server has read."""
+        monitoring = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
+        return int(client.rpc(
+            f'<get><filter><netconf-state xmlns="{monitoring}"><sessions>'
+            f"<session><session-id>{session}</session-id></session></sessions>"
+            "</netconf-state></filter></get>").find(
+                f".//{{{monitoring}}}in-rpcs").text)
 
     def test_shows_any_name_of_a_user_to_others(self):
         server = self.serve_ssh()
@@ -158,9 +200,7 @@ class SshTest(ServerTest):
                              "x" + "\u00e9" * 63 + "\ufffd")]:
             with self.subTest(user):
                 channel = self.channel(server, user)
-                channel.invoke_subsystem("netconf")
-                channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
-                self.assertIn(b"<hello", channel.recv(65536))
+                self.greet(channel)
                 reply = other.rpc("<get/>")
                 users = [part.text for part in reply.iter()
                          if part.tag.endswith("}username")]
@@ -186,6 +226,40 @@ class SshTest(ServerTest):
             if os.geteuid() == 0:
                 self.assertEqual(status["Uid"].split(), ["65534"] * 4)
                 self.assertEqual(status["Groups"].split(), [])
+
+    def test_sleeps_while_more_requests_wait_than_it_passes_on(self):
+        server = self.serve_ssh()
+        acceptor, = children(server.process.pid)
+        channel = self.channel(server)
+        self.greet(channel)
+        relay, = children(acceptor)
+        for number, operation in enumerate([GET, SLOW, GET, GET, GET, GET]):
+            channel.sendall(request(number, operation))
+        self.assertIn(b'message-id="0"', channel.recv(65536))
+        time.sleep(0.2)
+        begin = cpu_seconds(relay)
+        time.sleep(1)
+        self.assertLess(cpu_seconds(relay) - begin, 0.1)
+
+    def test_passes_no_request_while_a_client_with_a_large_window_stalls(self):
+        server = self.serve_ssh()
+        other = self.raw(server)
+        long = f"<description>{'x' * 1000000}</description>"
+        self.assert_ok(other.rpc(
+            "<copy-config><target><startup/></target><source><config>"
+            f"{config(l3('a', more=long))}</config></source></copy-config>"))
+        channel = self.channel(server, make=StallingSocket, window=1 << 30)
+        self.greet(channel)
+        channel.get_transport().sock.stall()
+        for number in range(40):
+            channel.sendall(request(number, GET.replace("running", "startup")))
+        before = None
+        while (now := self.requests_of(2, other)) != before:
+            before = now
+            time.sleep(0.3)
+        # The kernel holds some replies, too.
+        self.assertLess(now, 20)
+        channel.get_transport().sock.go_on()
 
     def test_gives_no_shell_and_no_other_subsystem(self):
         server = self.serve_ssh()
@@ -355,9 +429,7 @@ class SshTest(ServerTest):
                 server = self.serve_ssh("--listen", listen)
                 other = self.raw(server)
                 channel = self.channel(server, address=address)
-                channel.invoke_subsystem("netconf")
-                channel.sendall((HELLO % "1.1").encode() + b"]]>]]>")
-                self.assertIn(b"<hello", channel.recv(65536))
+                self.greet(channel)
                 hosts = [part.text for part in other.rpc("<get/>").iter()
                          if part.tag.endswith("}source-host")]
                 self.assertEqual(hosts, [host])

@@ -76,7 +76,7 @@ std::string Relay::Run() {
 
 bool Relay::is_over() const {
   if (server_ended_) return client_is_gone_ || to_client_.empty();
-  if (client_is_gone_) return to_server_.empty();
+  if (client_is_gone_) return client_ended_ && to_server_.empty();
   return client_ended_ && !has_waiting_ && to_server_.empty() &&
          has_server_hello_ && unanswered_ == 0 && to_client_.empty();
 }
@@ -103,7 +103,7 @@ bool Relay::Wait() {
       to_server_.empty() && !has_waiting_ && !server_ended_ && !client_ended_;
   const bool has_more = reads_client && client_.has_more();
   std::array<pollfd, 2> fds{
-      {{client_is_gone_ ? -1 : client_.fd(),
+      {{client_ended_ && client_is_gone_ ? -1 : client_.fd(),
         client_.Events(reads_client, !to_client_.empty()), 0},
        {server_ended_ ? -1 : server_.fd(),
         server_.Events(true, !to_server_.empty()), 0}}};
@@ -131,7 +131,7 @@ void Relay::ReadClient() {
   const std::optional<std::string> bytes = client_.Read();
   if (!bytes.has_value()) {
     client_ended_ = true;
-    client_is_gone_ = HasHungUp(client_.fd());
+    client_is_gone_ = client_is_gone_ || HasHungUp(client_.fd());
     return;
   }
   if (server_ended_) return;
@@ -199,7 +199,7 @@ void Relay::FromServer(std::string_view message) {
 void Relay::WriteClient() {
   const std::optional<std::size_t> gone = client_.Write(to_client_.rest());
   if (!gone.has_value()) {
-    client_ended_ = true;
+    // It may have sent requests before. Reading finds their end.
     client_is_gone_ = true;
     to_client_.Clear();
     return;

@@ -78,7 +78,7 @@ class Relay {
   std::size_t unanswered_ = 0;  // messages that the server has not answered yet
   bool has_waiting_ = false;    // there may be a message to pass on
   bool client_ended_ = false;   // sends no more
-  bool client_is_gone_ = false;  // and does not read
+  bool client_is_gone_ = false;  // reads no more
   bool server_ended_ = false;
   base::TimeLimit last_replies_{};  // from then on
   // When the last whole message or reply went through.

@@ -226,6 +226,27 @@ TEST_F(RelayTest, EndsWithAClientThatGoesBeforeItsReply) {
   EXPECT_EQ(reason_.get(), "");
 }
 
+TEST_F(RelayTest, PassesOnAllThatAClientSentWhoDidNotReadItsReply) {
+  Greet(ClientHello());
+  const std::string message = Frame(Framing::kChunked, "<get/>");
+  const std::string large =
+      Frame(Framing::kChunked, "<get>" + std::string(40000, 'x') + "</get>");
+  // 1. The relay waits to write a reply, and reads only one request more.
+  Send(client_, message);
+  ExpectReceived(server_, message);
+  Send(server_, Frame(Framing::kChunked, std::string(5000000, 'x')));
+  Send(client_, message);
+  EXPECT_EQ(reason_.wait_for(milliseconds(50)), std::future_status::timeout);
+  // 2. The rest of them takes several reads.
+  for (int i = 0; i < 3; ++i) Send(client_, large);
+  client_.Close();
+  ExpectReceived(server_, message);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(Receive(server_, large.size()) == large);
+  }
+  EXPECT_EQ(reason_.get(), "");
+}
+
 TEST_F(RelayTest, PassesNoRequestWhileTheClientHasMuchToRead) {
   Greet(ClientHello());
   const std::string message = Frame(Framing::kChunked, "<get/>");

@@ -101,10 +101,11 @@ FileDescriptor Client::PassToServer(PassedConnection client) {
     throw std::runtime_error("the server does not answer");
   }
   client.connection = std::move(pair.theirs);
+  // The server may end the session at once.
+  DeferEnd();
   SendConnection(ends_.server, client);
   // Otherwise this process would not notice that the server closes it.
   client.connection.Close();
-  DeferEnd();
   return std::move(pair.mine);
 }
 

@@ -109,6 +109,7 @@ std::optional<Answered> Session::TakeAnswer() {
   child_ = -1;
   const auto answered = static_cast<Answered>(WEXITSTATUS(status));
   if (WIFEXITED(status) && answered < Answered::kNot) return answered;
+  StopReading(fd());
   shutdown(fd(), SHUT_RDWR);
   const bool is_killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
   return is_gone || is_killed ? Answered::kStopped : Answered::kNot;

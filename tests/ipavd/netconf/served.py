@@ -146,10 +146,13 @@ class Server:
     def log(self):
         return self.log_file.read_bytes()[self.log_start:].decode()
 
-    def wait_for_log(self, text):
-        wait_until(lambda: self.has_ended() or text in self.log(),
+    def wait_for_log(self, text, count=1):
+        def is_there():
+            return self.log().count(text) >= count
+
+        wait_until(lambda: self.has_ended() or is_there(),
                    lambda: f"no {text!r} in: {self.log()}")
-        if text not in self.log():
+        if not is_there():
             raise AssertionError(f"ended without {text!r} in: {self.log()}")
 
     def has_ended(self):

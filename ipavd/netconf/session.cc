@@ -26,19 +26,6 @@ bool HasHungUp(int connection) {
   return poll(&entry, 1, 0) > 0;
 }
 
-// Interrupts the relay at the other end if it reads a request just now.
-void StopReading(int connection) {
-  ucred relay{};
-  socklen_t size = sizeof(relay);
-  if (HasHungUp(connection) ||
-      getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &relay, &size) != 0) {
-    return;
-  }
-  if (relay.pid > 0 && relay.pid != getpid()) {
-    kill(relay.pid, transport::kSessionEnded);
-  }
-}
-
 }  // namespace
 
 Session::Session(transport::PassedConnection client, void* data)
@@ -56,7 +43,7 @@ Session::Session(transport::PassedConnection client, void* data)
 
 Session::~Session() {
   StopChild();
-  StopReading(fd());
+  StopReading();
   nc_session_free(handle_, nullptr);
 }
 
@@ -109,10 +96,17 @@ std::optional<Answered> Session::TakeAnswer() {
   child_ = -1;
   const auto answered = static_cast<Answered>(WEXITSTATUS(status));
   if (WIFEXITED(status) && answered < Answered::kNot) return answered;
-  StopReading(fd());
+  StopReading();
   shutdown(fd(), SHUT_RDWR);
   const bool is_killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
   return is_gone || is_killed ? Answered::kStopped : Answered::kNot;
+}
+
+// Interrupts the relay if it reads a request just now.
+void Session::StopReading() const {
+  if (client_.relay > 0 && !HasHungUp(fd())) {
+    kill(client_.relay, transport::kSessionEnded);
+  }
 }
 
 void Session::StopChild() {

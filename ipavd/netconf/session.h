@@ -84,6 +84,7 @@ class Session {
   bool lacks_hello = false;  // the one of its client is wrong or missing
 
  private:
+  void StopReading() const;
   void StopChild();
 
   transport::PassedConnection client_;

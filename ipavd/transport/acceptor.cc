@@ -253,6 +253,7 @@ Acceptor::Acceptor(const AcceptorOptions& options) {
   FileDescriptor unix_socket = ListenUnix(options.unix_socket);
   SocketPair control = MakeSocketPair(SOCK_SEQPACKET);
   control_ = std::move(control.mine);
+  AskForSenders(control_.get());
 
   // 2. The process.
   const pid_t parent = getpid();

@@ -17,8 +17,9 @@ namespace {
 constexpr std::size_t kMaxName = 512;  // of each text
 constexpr std::size_t kTexts = 4;
 
-// Room for one file descriptor beside a message.
-using Ancillary = std::array<char, CMSG_SPACE(sizeof(int))>;
+// Room for one file descriptor beside a message, and for its sender.
+using Ancillary =
+    std::array<char, CMSG_SPACE(sizeof(ucred)) + CMSG_SPACE(sizeof(int))>;
 
 // Texts that end in a null character each.
 std::optional<std::array<std::string, kTexts>> Split(const std::string& bytes) {
@@ -33,14 +34,20 @@ std::optional<std::array<std::string, kTexts>> Split(const std::string& bytes) {
   return texts;
 }
 
-// All descriptors of a message. Those that are not used must be closed as well.
-std::vector<base::FileDescriptor> DescriptorsOf(msghdr* message) {
+// All descriptors of a message, and its sender. Descriptors that are not used
+// must be closed as well.
+std::vector<base::FileDescriptor> DescriptorsOf(msghdr* message,
+                                                pid_t* sender) {
   std::vector<base::FileDescriptor> descriptors;
   for (cmsghdr* header = CMSG_FIRSTHDR(message); header != nullptr;
        header = CMSG_NXTHDR(message, header)) {
-    if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
-      continue;
+    if (header->cmsg_level != SOL_SOCKET) continue;
+    if (header->cmsg_type == SCM_CREDENTIALS) {
+      ucred credentials{};
+      std::memcpy(&credentials, CMSG_DATA(header), sizeof(credentials));
+      *sender = credentials.pid;
     }
+    if (header->cmsg_type != SCM_RIGHTS) continue;
     const std::size_t size = header->cmsg_len - CMSG_LEN(0);
     for (std::size_t at = 0; at + sizeof(int) <= size; at += sizeof(int)) {
       int fd = -1;
@@ -52,6 +59,11 @@ std::vector<base::FileDescriptor> DescriptorsOf(msghdr* message) {
 }
 
 }  // namespace
+
+void AskForSenders(int control) {
+  const int on = 1;
+  setsockopt(control, SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
+}
 
 SocketPair MakeSocketPair(int type) {
   std::array<int, 2> fds{};
@@ -81,7 +93,7 @@ void SendConnection(int control, const PassedConnection& passed) {
   message.msg_iov = &part;
   message.msg_iovlen = 1;
   message.msg_control = ancillary.data();
-  message.msg_controllen = ancillary.size();
+  message.msg_controllen = CMSG_SPACE(sizeof(int));
   cmsghdr* header = CMSG_FIRSTHDR(&message);
   header->cmsg_level = SOL_SOCKET;
   header->cmsg_type = SCM_RIGHTS;
@@ -106,14 +118,19 @@ std::optional<PassedConnection> ReceiveConnection(int control) {
   const ssize_t got =
       recvmsg(control, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
   if (got < 0) return std::nullopt;
-  std::vector<base::FileDescriptor> connections = DescriptorsOf(&message);
+  pid_t sender = 0;
+  std::vector<base::FileDescriptor> connections =
+      DescriptorsOf(&message, &sender);
   bytes.resize(static_cast<std::size_t>(got));
   auto texts = Split(bytes);
   if (connections.empty() || !texts.has_value()) return std::nullopt;
   auto& [transport, user, host, key] = *texts;
-  return PassedConnection{std::move(transport), std::move(user),
-                          std::move(host), std::move(key),
-                          std::move(connections.front())};
+  return PassedConnection{std::move(transport),
+                          std::move(user),
+                          std::move(host),
+                          std::move(key),
+                          std::move(connections.front()),
+                          sender};
 }
 
 }  // namespace ipav::transport

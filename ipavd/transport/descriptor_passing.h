@@ -4,6 +4,8 @@
 #ifndef IPAV_IPAVD_TRANSPORT_DESCRIPTOR_PASSING_H_
 #define IPAV_IPAVD_TRANSPORT_DESCRIPTOR_PASSING_H_
 
+#include <sys/types.h>
+
 #include <optional>
 #include <string>
 
@@ -20,6 +22,9 @@ struct SocketPair {
 // `type` as of socket(2). Throws std::system_error.
 SocketPair MakeSocketPair(int type);
 
+// From here on, the kernel tells which process sends to this control socket.
+void AskForSenders(int control);
+
 // In the other direction, the server passes the open file of authorized keys;
 // then all texts but the first are empty.
 struct PassedConnection {
@@ -28,6 +33,7 @@ struct PassedConnection {
   std::string host;  // the client's address; empty: this machine
   std::string key;   // fingerprint; empty: it did not log in with a key
   base::FileDescriptor connection;
+  pid_t relay = 0;  // who sent it, as the kernel says; 0: it was not asked
 };
 
 // For the log: "netconf-ssh user@address SHA256:...".

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -77,6 +78,21 @@ TEST_F(DescriptorPassingTest, BringsItsTextsAndItsConnection) {
   char byte = 0;
   EXPECT_EQ(read(reading.get(), &byte, 1), 1);
   EXPECT_EQ(byte, 'x');
+}
+
+TEST_F(DescriptorPassingTest, NamesTheProcessThatSendsIt) {
+  AskForSenders(server_.get());
+  const SocketPair mine = MakeSocketPair(SOCK_STREAM);
+  const pid_t sender = fork();
+  if (sender == 0) {
+    SendConnection(relay_.get(),
+                   {"unix", "", "", "", FileDescriptor(mine.theirs.get())});
+    _exit(0);
+  }
+  ASSERT_EQ(waitpid(sender, nullptr, 0), sender);
+  const auto passed = ReceiveConnection(server_.get());
+  ASSERT_TRUE(passed.has_value());
+  EXPECT_EQ(passed->relay, sender) << "and not this one, which made the pair";
 }
 
 TEST_F(DescriptorPassingTest, IsNoneUnlessFourTextsAndAConnectionCame) {

@@ -52,7 +52,7 @@ bool Configurations::IsCandidateChanged() const {
 
 Result Configurations::SetCandidate(Nodes nodes) {
   const std::string text = TextOf(nodes.get());
-  if (Result error = CheckSize(text)) return error;
+  if (Result error = CheckSize(text, Datastore::kCandidate)) return error;
   return Store([&] {
     folder_.WriteLazily(kCandidateFile, text);
     candidate_ = std::move(nodes);
@@ -69,7 +69,7 @@ Result Configurations::DropCandidate() {
 
 Result Configurations::SetStartup(const Configuration& configuration) {
   const std::string text = TextOf(TopOf(configuration));
-  if (Result error = CheckSize(text)) return error;
+  if (Result error = CheckSize(text, Datastore::kStartup)) return error;
   Result error = Store([&] { WriteStartup(configuration, text); });
   if (error.has_value()) {
     // The write may be partial: restore what clients are told.
@@ -153,8 +153,13 @@ void Configurations::NoteError(const Result& error) {
   if (error.has_value()) notices_.push_back(error->message);
 }
 
-Result Configurations::CheckSize(const std::string& text) const {
-  if (text.size() <= max_size_) return std::nullopt;
+// Whether the text may replace that datastore.
+Result Configurations::CheckSize(const std::string& text,
+                                 Datastore datastore) const {
+  if (text.size() <= max_size_ ||
+      text.size() <= TextOf(Tree(datastore)).size()) {
+    return std::nullopt;
+  }
   return MakeError(ErrorTag::kResourceDenied, "the configuration would have " +
                                                   std::to_string(text.size()) +
                                                   " bytes, the limit is " +
@@ -176,7 +181,7 @@ Result Configurations::WriteRunning(const Configuration& configuration,
                                     const std::vector<std::string>& old_files) {
   const std::string text = TextOf(TopOf(configuration));
   if (configuration != rollback_) {
-    if (Result error = CheckSize(text)) return error;
+    if (Result error = CheckSize(text, Datastore::kRunning)) return error;
   }
   Result error =
       Store([&] { folder_.WriteAndRemove(kRunningFile, text, old_files); });

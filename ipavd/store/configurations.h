@@ -38,8 +38,9 @@ class Configurations {
   // Takes over the loaded configurations; the folder is borrowed.
   Configurations(Loaded&& loaded, StateFolder* folder);
 
-  // A larger configuration is refused from now on, except by a rollback. In
-  // bytes of its file; no limit at first.
+  // A larger configuration is refused from now on, except by a rollback, and
+  // unless it replaces one that is at least as large. In bytes of its file; no
+  // limit at first.
   void set_max_size(std::size_t size) { max_size_ = size; }
 
   // Top nodes, with default nodes marked as such; null for none. Valid until
@@ -86,7 +87,7 @@ class Configurations {
   std::vector<std::string> TakeNotices();
 
  private:
-  Result CheckSize(const std::string& text) const;
+  Result CheckSize(const std::string& text, Datastore datastore) const;
   static Result Store(const std::function<void()>& body);
   Result WriteRunning(const Configuration& configuration,
                       const std::vector<std::string>& old_files);

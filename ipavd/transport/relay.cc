@@ -34,6 +34,9 @@ constexpr std::size_t kMaxHello = std::size_t{64} << 10;
 constexpr std::size_t kMaxUnread = std::size_t{1} << 20;
 constexpr std::size_t kMaxUnanswered = 4;
 
+// Bytes in a second, of the last replies: a line of 1 Mbit/s.
+constexpr std::size_t kSlowestReading = std::size_t{128} << 10;
+
 constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
 
 // Whether the other side has closed its socket, and not only its direction.
@@ -170,8 +173,8 @@ void Relay::ReadServer() {
   const std::optional<std::string> bytes = server_.Read();
   if (!bytes.has_value()) {
     server_ended_ = true;
-    last_replies_ =
-        limits_.last_replies + std::chrono::seconds(to_client_.size() >> 20);
+    last_replies_ = limits_.last_replies +
+                    std::chrono::seconds(to_client_.size() / kSlowestReading);
     NoteActivity();
     return;
   }

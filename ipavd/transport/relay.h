@@ -29,7 +29,7 @@ struct Limits {
   // Without a whole message in either direction.
   base::TimeLimit idle = std::chrono::seconds(600);  // 0: no limit
   // To read the last replies after the server has ended the session; one second
-  // more for each MiB.
+  // more for each 128 KiB.
   base::TimeLimit last_replies = std::chrono::seconds(5);
 };
 

@@ -9,7 +9,7 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from served import (GET, HELLO, IPAPP, NETCONF, PADDING, PATIENCE, SLOW,
+from served import (GET, HELLO, IPAPP, NETCONF, PATIENCE, SLOW,
                     TEST_PLUGINS, ServerTest, children, chunked, config,
                     cpu_seconds, l3, local_name, wait_until, wild_model)
 
@@ -392,12 +392,11 @@ class LongFilterTest(BusyServerTest):
 
     def setUp(self):
         super().setUp()
+        self.serve().stop()  # running is empty
+        (self.folder / "state" / "startup.xml").write_text(
+            config(*[l3(f"i{i}") for i in range(self.ENTRIES)]))
         self.server = self.serve()
         self.other = self.raw(self.server)
-        many = config(*[l3(f"i{i}") for i in range(self.ENTRIES)])
-        self.assert_ok(self.other.rpc(
-            "<copy-config><target><startup/></target><source><config>"
-            f"{many}{PADDING}</config></source></copy-config>"))
 
     @staticmethod
     def get(filter_):

@@ -12,11 +12,8 @@ namespace ipav::cli {
 namespace {
 
 using datastore::Change;
+using datastore::IsLeaf;
 using nlohmann::ordered_json;
-
-bool IsLeaf(const lysc_node& schema) {
-  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
-}
 
 bool IsDefault(const lyd_node& node) { return (node.flags & LYD_DEFAULT) != 0; }
 

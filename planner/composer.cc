@@ -141,9 +141,8 @@ void Composer::AddItems(const std::vector<Change>& changes) {
   for (const Change& change : changes) {
     if (IsImplicit(change)) continue;
     const bool in_both = change.before != nullptr && change.after != nullptr;
-    const bool is_leaf =
-        (change.schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
-    if (!is_leaf && (in_both || datastore::IsPlainContainer(*change.schema))) {
+    if (!datastore::IsLeaf(*change.schema) &&
+        (in_both || datastore::IsPlainContainer(*change.schema))) {
       AddItems(change.children);
     } else {
       items_.push_back({&change, nullptr, confd::PrintPath(change.Node())});

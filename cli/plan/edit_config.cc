@@ -12,14 +12,11 @@ namespace ipav::cli::plan {
 namespace {
 
 using datastore::Change;
+using datastore::IsLeaf;
 
 // The options of one node with everything below it. An explicit default value
 // stays explicit.
 constexpr std::uint32_t kWhole = LYD_PRINT_SHRINK | LYD_PRINT_WD_EXPLICIT;
-
-bool IsLeaf(const lysc_node& schema) {
-  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
-}
 
 bool IsDefault(const lyd_node* node) {
   return node != nullptr && (node->flags & LYD_DEFAULT) != 0;

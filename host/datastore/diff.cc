@@ -49,7 +49,7 @@ class Comparison {
     const lysc_node* schema = (after != nullptr ? after : before)->schema;
     Change change{schema, before, after, {}};
     const bool in_both = before != nullptr && after != nullptr;
-    if ((schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
+    if (IsLeaf(*schema)) {
       // Keys of one entry are equal, even if their texts differ.
       if (in_both && (lysc_is_key(schema) ||
                       lyd_compare_single(before, after, 0) == LY_SUCCESS)) {

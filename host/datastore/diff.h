@@ -35,6 +35,11 @@ struct Change {
   }
 };
 
+// A leaf, or an entry of a leaf-list: it has a value.
+inline bool IsLeaf(const lysc_node& schema) {
+  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
+}
+
 // A non-presence container: it exists whenever its parent does.
 inline bool IsPlainContainer(const lysc_node& schema) {
   return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) == 0;

@@ -11,11 +11,8 @@ namespace ipav::view {
 namespace {
 
 using datastore::Change;
+using datastore::IsLeaf;
 using datastore::IsPlainContainer;
-
-bool IsLeaf(const lysc_node& schema) {
-  return (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
-}
 
 bool IsImplicit(const lyd_node* node) {
   return node != nullptr && (node->flags & LYD_DEFAULT) != 0;

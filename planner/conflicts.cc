@@ -114,7 +114,7 @@ bool Conflicts::Grow(const Question& question, const std::string& violation,
 }
 
 std::optional<Conflicts::Question> Conflicts::Next() const {
-  if (is_stuck_ || order_.empty()) return std::nullopt;
+  if (is_stuck_) return std::nullopt;
   if (!has_accepted_) return Ask("", "");
   for (const auto& [a, judged] : judged_pairs_) {
     if (judged.size() == judged_pairs_.size()) continue;
@@ -149,6 +149,7 @@ Conflicts::Question Conflicts::Ask(const std::string& first,
     }
   }
   PutBack(&question);
+  question.away.insert(away_.begin(), away_.end());
   return question;
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ipav::planner {
@@ -17,6 +18,9 @@ using Paths = std::set<std::string>;
 
 class Conflicts {
  public:
+  // The nodes of `away` are taken away for each question.
+  explicit Conflicts(Paths away = {}) : away_(std::move(away)) {}
+
   // Which violation has the candidate without the nodes that are away? Those
   // that are open stay, because they cannot be resolved without taking away one
   // of the two nodes that the question is about.
@@ -69,6 +73,7 @@ class Conflicts {
                            const Paths& kept) const;
   void PutBack(Question* question) const;
 
+  const Paths away_;
   std::vector<std::string> order_;  // of the violations
   std::map<std::string, Ways> ways_;
   std::map<std::string, std::set<std::string>> judged_pairs_;  // by node

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -82,32 +83,33 @@ std::optional<TotalRule> TotalOf(const std::string& rule) {
 
 // ---- Ways to resolve a violation -------------------------------------------
 
-// Each way leaves one part of the list.
-std::vector<Paths> WaysOfTotal(const DataView& view, const TotalRule& total) {
+// Sets of entries of which the rule accepts the rest: the list is divided into
+// blocks, and each two blocks are the rest of one set, so that each two entries
+// are judged together.
+std::vector<Paths> DivisionsOf(const DataView& view, const TotalRule& total) {
   const lyd_node* parent =
       total.list == std::string("l3")
           ? view.At(nullptr, {"config", "interface"})
           : view.At(nullptr, {"DC-RTM-MIB", "rtmStaticRtTable"});
-  std::vector<std::string> entries;
-  for (const lyd_node* entry : view.Entries(parent, total.list)) {
-    entries.push_back(confd::PrintPath(entry));
-  }
-  std::vector<Paths> ways;
-  for (std::size_t begin = 0; begin < entries.size(); begin += total.room) {
-    Paths way;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-      if (i < begin || i >= begin + total.room) way.insert(entries[i]);
+  const std::vector<const lyd_node*> entries = view.Entries(parent, total.list);
+  const std::size_t size = total.room / 2;
+  const std::size_t blocks =
+      std::max<std::size_t>(2, (entries.size() + size - 1) / size);
+  std::vector<Paths> divisions;
+  for (std::size_t first = 0; first < blocks; ++first) {
+    for (std::size_t second = first + 1; second < blocks; ++second) {
+      Paths& away = divisions.emplace_back();
+      for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (i / size == first || i / size == second) continue;
+        away.insert(confd::PrintPath(entries[i]));
+      }
     }
-    ways.push_back(std::move(way));
   }
-  return ways;
+  return divisions;
 }
 
 // None for a text that is not understood.
 std::vector<Paths> WaysOf(const Finding& finding, const DataView& view) {
-  if (const auto total = TotalOf(finding.rule)) {
-    return WaysOfTotal(view, *total);
-  }
   const auto found = GroupsOfRules().find(finding.rule);
   if (found == GroupsOfRules().end()) return {};
   const RoleGroups& groups = found->second;
@@ -142,12 +144,26 @@ std::vector<Paths> WaysOf(const Finding& finding, const DataView& view) {
 struct Call {
   CallName name;
   std::vector<Finding> findings;
+  std::set<std::string>
+      texts;  // of the findings, and others that the candidate does not have
+};
+
+// What is asked about a call: once, or for each division of a list with too
+// many entries.
+struct Inquiry {
+  Call* call;
   Conflicts conflicts;
+  bool is_division = false;
+  bool is_over = false;  // continued by those of the divisions
+
+  std::optional<Conflicts::Question> Next() const {
+    return is_over ? std::nullopt : conflicts.Next();
+  }
 
   // Whether it judges only its own instance: what is taken away there does not
   // concern the same point at another one.
   bool IsLocal(const Conflicts::Question& question) const {
-    const std::string top = name.second + "/";
+    const std::string top = call->name.second + "/";
     return std::all_of(
         question.away.begin(), question.away.end(),
         [&](const std::string& path) { return path.rfind(top, 0) == 0; });
@@ -173,23 +189,23 @@ class EverySearch {
       Call& call = calls_.emplace_back();
       call.name = {answer.opaque, answer.path};
       call.findings.push_back(finder_.Explain(answer));
+      call.texts.insert(call.findings.back().text);
       ++count_;
-      call.conflicts.OnViolation(
-          {}, KeyOf(call.findings.back()),
-          WaysOf(call.findings.back(), DataView(*candidate_.tree)));
+      Take({}, call.findings.back(), *candidate_.tree,
+           &inquiries_.emplace_back(Inquiry{&call, Conflicts()}));
     }
     // 2. What hides behind it.
-    for (Call& call : calls_) {
+    for (Inquiry& inquiry : inquiries_) {
       while (more_.empty()) {
-        const auto question = call.conflicts.Next();
+        const auto question = inquiry.Next();
         if (!question) break;
-        AskTogether(call, *question);
+        AskTogether(&inquiry, *question);
       }
+      if (more_.empty() && inquiry.conflicts.is_stuck()) more_ = kUnresolved;
     }
     // 3. In the order of the calls.
     EveryFinding every;
     for (Call& call : calls_) {
-      if (more_.empty() && call.conflicts.is_stuck()) more_ = kUnresolved;
       std::move(call.findings.begin(), call.findings.end(),
                 std::back_inserter(every.findings));
     }
@@ -198,25 +214,21 @@ class EverySearch {
   }
 
  private:
-  using Asked = std::vector<std::pair<Call*, Conflicts::Question>>;
-
-  // The number of entries that a text names may be another one in a copy.
-  static std::string KeyOf(const Finding& finding) {
-    return TotalOf(finding.rule) ? finding.rule : finding.text;
-  }
+  using Asked = std::vector<std::pair<Inquiry*, Conflicts::Question>>;
 
   // Asks also those other calls that have the same question, or that do not
   // look at the same nodes.
-  void AskTogether(Call& call, const Conflicts::Question& question) {
-    Asked asked = {{&call, question}};
-    for (Call& other : calls_) {
-      if (&other == &call) continue;
-      const auto next = other.conflicts.Next();
+  void AskTogether(Inquiry* inquiry, const Conflicts::Question& question) {
+    Asked asked = {{inquiry, question}};
+    for (Inquiry& other : inquiries_) {
+      if (other.call == inquiry->call) continue;
+      const auto next = other.Next();
       if (!next) continue;
-      const bool is_apart = call.name.first == other.name.first &&
-                            call.IsLocal(question) && other.IsLocal(*next);
+      const bool is_apart =
+          inquiry->call->name.first == other.call->name.first &&
+          inquiry->IsLocal(question) && other.IsLocal(*next);
       const bool is_same =
-          next->away == question.away && !call.IsLocal(question);
+          next->away == question.away && !inquiry->IsLocal(question);
       if (is_apart || is_same) asked.emplace_back(&other, *next);
     }
     Ask(asked);
@@ -225,7 +237,7 @@ class EverySearch {
   void Ask(const Asked& asked) {
     // 1. Make the copy.
     Paths away;
-    for (const auto& [call, question] : asked) {
+    for (const auto& [inquiry, question] : asked) {
       away.insert(question.away.begin(), question.away.end());
     }
     const auto copy = Without(away);
@@ -249,23 +261,39 @@ class EverySearch {
     }
     // 3. Take the answers.
     messages::Finder finder(running_, {copy->tree, "", nullptr});
-    for (const auto& [call, question] : asked) {
+    for (const auto& [inquiry, question] : asked) {
       const auto found =
           std::find_if(outcome.answers.begin(), outcome.answers.end(),
-                       [&, name = call->name](const Answer& answer) {
+                       [&, name = inquiry->call->name](const Answer& answer) {
                          return messages::IsRefusal(answer) &&
                                 CallName(answer.opaque, answer.path) == name;
                        });
       if (found == outcome.answers.end()) {
-        call->conflicts.OnAccepted(question);
+        inquiry->conflicts.OnAccepted(question);
       } else {
         const Finding finding = finder.Explain(*found);
-        const bool is_new = !call->conflicts.Knows(KeyOf(finding));
-        call->conflicts.OnViolation(question, KeyOf(finding),
-                                    WaysOf(finding, DataView(*copy->tree)));
-        if (is_new) Add(*found, call);
+        Take(question, finding, *copy->tree, inquiry);
+        if (inquiry->call->texts.insert(finding.text).second) {
+          Add(*found, inquiry->call);
+        }
       }
     }
+  }
+
+  // Takes the answer that a tree is refused.
+  void Take(const Conflicts::Question& question, const Finding& finding,
+            const datastore::DataTree& tree, Inquiry* inquiry) {
+    const auto total = TotalOf(finding.rule);
+    if (!total || inquiry->is_division) {
+      inquiry->conflicts.OnViolation(question, finding.text,
+                                     WaysOf(finding, DataView(tree)));
+      return;
+    }
+    const DataView candidate(*candidate_.tree);
+    for (Paths& away : DivisionsOf(candidate, *total)) {
+      inquiries_.push_back({inquiry->call, Conflicts(std::move(away)), true});
+    }
+    inquiry->is_over = true;
   }
 
   // The candidate without these nodes.
@@ -298,7 +326,9 @@ class EverySearch {
   Composer composer_;  // its detours take away nodes of the candidate
   messages::Finder finder_;
   std::set<CallName> names_;  // of the commit
-  std::vector<Call> calls_;
+  // Lists: a division adds inquiries while others are borrowed.
+  std::list<Call> calls_;
+  std::list<Inquiry> inquiries_;
   std::size_t count_ = 0;
   std::string more_;
 };

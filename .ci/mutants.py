@@ -54,13 +54,14 @@ TESTS = {
              *PROGRAM, *SERVER],
     "messages": ["messages_test", "commands_test|e2e", *PROGRAM],
     "planner": ["plan_"],
+    "fixer": ["commands_test", "fix_property"],
     "cli": [*PROGRAM, "plan_|compare"],
     "ipavd": SERVER,
 }
 BUILT = ["src/lib/all", "cli/all", "ipavd/all"] + [
     f"tests/{folder}/all"
     for folder in ("contract", "host", "messages", "cli", "report", "netconf", "ipavd",
-                   "e2e", "planner")
+                   "e2e", "planner", "fixer")
 ]
 # Slow ones, and those that compare a document with the checkout.
 NOT_RUN = "documents|growth|corpus|Memory|load|browser|bench|all_say|faults_are_found"

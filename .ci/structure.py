@@ -18,7 +18,8 @@ MAY_INCLUDE = {
     "netconf": {"host", "nettypes"},
     "messages": {"host", "nettypes"},
     "planner": {"messages", "host", "nettypes"},
-    "cli": {"planner", "messages", "netconf", "host", "nettypes"},
+    "fixer": {"messages", "host", "nettypes"},
+    "cli": {"fixer", "planner", "messages", "netconf", "host", "nettypes"},
     "ipavd": {"messages", "netconf", "host", "nettypes"},
 }
 MOST_LINES = 400

@@ -25,6 +25,7 @@ Command AddSummarize(CLI::App* app, const Locations& locations);
 Command AddPoints(CLI::App* app, const Locations& locations);
 Command AddDiff(CLI::App* app, const Locations& locations);
 Command AddPlan(CLI::App* app, const Locations& locations);
+Command AddFix(CLI::App* app, const Locations& locations);
 Command AddExplain(CLI::App* app, const Locations& locations);
 Command AddConvert(CLI::App* app, const Locations& locations);
 Command AddNew(CLI::App* app, const Locations& locations);

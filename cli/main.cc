@@ -30,6 +30,7 @@ constexpr char kNotes[] =
     "  ipav points\n"
     "  ipav explain ipv4_addr_validation\n"
     "  ipav diff running.xml candidate.xml\n"
+    "  ipav fix --running running.xml candidate.xml\n"
     "  ipav plan --running running.xml goal.xml\n"
     "  ipav convert candidate.xml --output candidate.json\n"
     "  ipav new > router.xml\n"
@@ -63,6 +64,7 @@ int Run(int argc, char** argv) {
       ipav::cli::AddPoints(&app, locations),
       ipav::cli::AddDiff(&app, locations),
       ipav::cli::AddPlan(&app, locations),
+      ipav::cli::AddFix(&app, locations),
       ipav::cli::AddExplain(&app, locations),
       ipav::cli::AddConvert(&app, locations),
       ipav::cli::AddNew(&app, locations),

@@ -33,6 +33,25 @@ struct Culprit {
   std::optional<Place> place;  // none if the file does not have it
 };
 
+// A part of a file, and the text to be written there. Lines and columns are
+// from 1; the column of the end is the one behind the part.
+struct TextEdit {
+  std::size_t line = 0;
+  std::size_t column = 0;
+  std::size_t end_line = 0;
+  std::size_t end_column = 0;
+  std::string text;
+};
+
+// A way out of a refusal: with these edits of the candidate's file the refusal
+// is gone, and no other one is new.
+struct Fix {
+  std::string id;        // "F1.2": of the first finding, the second one
+  bool is_safe = false;  // the configuration means the same afterwards
+  std::string text;      // one line: what is changed
+  std::vector<TextEdit> edits;
+};
+
 struct Finding {
   std::string text;   // of the refusal, unchanged
   std::string point;  // name of the validation point
@@ -56,6 +75,8 @@ struct Finding {
   // The commit does not report it: it appears after another violation of its
   // point is corrected.
   bool is_behind = false;
+
+  std::optional<std::vector<Fix>> fixes;  // none: they were not looked for
 };
 
 // The data paths of the culprits of each finding.

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/check/suggest.h"
 #include "cli/check/timing.h"
 #include "cli/check/trace.h"
 #include "cli/report/html/device_html.h"
@@ -179,6 +180,10 @@ void Explain(const Running& running, const Transaction& transaction,
       report->findings = messages::Finder(of_running, of_candidate)
                              .ExplainAll(report->outcome);
     }
+    if (options.suggest) {
+      AddFixes(*of_running.tree, *of_candidate.tree, candidate, options.plugin,
+               options.limits.time, &report->findings);
+    }
   }
   if (has_restart) JudgeRestart(of_running, of_candidate, options, report);
 }
@@ -267,7 +272,9 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   const base::Duration before = TreeTime(running);
   const auto compare = [&] {
     const ReadingTime limit(options_.limits.time, late(device.running));
-    if (options_.restore || options_.every) static_cast<void>(running.Tree());
+    if (options_.restore || options_.every || options_.suggest) {
+      static_cast<void>(running.Tree());
+    }
     return std::make_unique<const Transaction>(
         running, std::move(candidate->tree), candidate->text);
   };

@@ -21,6 +21,7 @@ struct JudgeOptions {
   bool all = false;         // run every validation point, also after a refusal
   bool every = false;       // list every violation of each point; implies `all`
   std::size_t limit = 100;  // findings of a device, with `every`
+  bool suggest = false;     // find the ways out of each refusal
   bool trace = false;       // write every platform call to standard error
   bool timing = false;      // measure, and write the times to standard error
   bool restore = false;     // judge the candidate as after a restart, too

@@ -91,6 +91,9 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
       "running configuration has as well is only reported");
   // After a restart, a point reports its first fault only.
   restore->excludes(every);
+  command->add_flag("--suggest", options->judge.suggest,
+                    "List the ways out of each refusal that the plug-in "
+                    "accepts; ipav fix applies them");
   AddFile(command, "--report", "Also write an HTML page to this file",
           &options->page);
   command->add_flag("--trace", options->judge.trace,
@@ -250,6 +253,7 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
             options->fleet.time_limit = options->judge.limits.time;
             if (options->judge.restore) options->fleet.commits = 3;
             if (options->judge.every) options->fleet.commits = 2;
+            if (options->judge.suggest) ++options->fleet.commits;
             base::Stopwatch total;
             const ExitStatus status = Check(*options);
             if (options->judge.timing) check::PrintTime("total", total.Lap());

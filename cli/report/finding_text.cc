@@ -30,6 +30,11 @@ std::string InWords(const Culprit& culprit) {
   return text + " (" + WordOf(culprit.novelty) + ")";
 }
 
+std::string InWords(const messages::Fix& fix) {
+  return fmt::format("fix {} ({}): {}", fix.id,
+                     fix.is_safe ? "safe" : "suggested", fix.text);
+}
+
 std::string InWords(const Finding& finding) {
   std::string text = fmt::format("{}\nvalidation point: {}\ndata path: {}\n",
                                  TextOf(finding), finding.point, finding.path);
@@ -42,7 +47,9 @@ std::string InWords(const Finding& finding) {
        {finding.note, finding.advice, LinkOf(finding)}) {
     if (!line.empty()) text += line + "\n";
   }
-  return text;
+  if (!finding.fixes) return text;
+  for (const messages::Fix& fix : *finding.fixes) text += InWords(fix) + "\n";
+  return finding.fixes->empty() ? text + kNoFix + "\n" : text;
 }
 
 }  // namespace ipav::cli::report

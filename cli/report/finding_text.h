@@ -27,6 +27,12 @@ inline constexpr char kBehind[] =
     "is "
     "corrected";
 
+// What is said of a finding without a way out.
+inline constexpr char kNoFix[] = "no fix that can be guessed";
+
+// "fix F1.2 (suggested): set ..."
+std::string InWords(const messages::Fix& fix);
+
 // The operator's text, or a text for a refusal without one.
 std::string TextOf(const messages::Finding& finding);
 

@@ -153,6 +153,13 @@ void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
   }
   html->Markup("<dl>\n");
   AddRow("What to do", finding.advice, html);
+  if (finding.fixes && finding.fixes->empty()) AddRow("Fix", kNoFix, html);
+  for (const messages::Fix& fix :
+       finding.fixes.value_or(std::vector<messages::Fix>())) {
+    const std::string name =
+        "Fix " + fix.id + (fix.is_safe ? " (safe)" : " (suggested)");
+    AddRow(name.c_str(), fix.text, html);
+  }
   AddRow("Rule", finding.title, html);
   AddCodeRow("Validation point", finding.point, html);
   AddCodeRow("Data path", finding.path, html);

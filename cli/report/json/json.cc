@@ -111,6 +111,34 @@ Culprit CulpritOf(const Json& json) {
   return culprit;
 }
 
+Json EditToJson(const messages::TextEdit& edit) {
+  Json json = {{"line", edit.line},
+               {"column", edit.column},
+               {"endLine", edit.end_line},
+               {"endColumn", edit.end_column}};
+  PutText(&json, "text", edit.text);
+  return json;
+}
+
+messages::TextEdit EditOf(const Json& json) {
+  return {json.at("line").get<std::size_t>(),
+          json.at("column").get<std::size_t>(),
+          json.at("endLine").get<std::size_t>(),
+          json.at("endColumn").get<std::size_t>(), TextOf(json, "text")};
+}
+
+Json FixToJson(const messages::Fix& fix) {
+  Json json = {{"id", fix.id}, {"safe", fix.is_safe}};
+  PutText(&json, "text", fix.text);
+  json["edits"] = ArrayOf(fix.edits, EditToJson);
+  return json;
+}
+
+messages::Fix FixOf(const Json& json) {
+  return {TextOf(json, "id"), json.at("safe").get<bool>(), TextOf(json, "text"),
+          VectorOf(json.at("edits"), EditOf)};
+}
+
 Json FindingToJson(const Finding& finding) {
   Json json = Json::object();
   PutText(&json, "text", finding.text);
@@ -124,16 +152,25 @@ Json FindingToJson(const Finding& finding) {
   PutUnlessEmpty(&json, "note", finding.note);
   if (finding.is_standing) json["standing"] = true;
   if (finding.is_behind) json["behind"] = true;
+  if (finding.fixes) json["fixes"] = ArrayOf(*finding.fixes, FixToJson);
   return json;
 }
 
 Finding FindingOf(const Json& json) {
-  return {TextOf(json, "text"),        TextOf(json, "point"),
-          TextOf(json, "path"),        TextOrEmpty(json, "rule"),
-          TextOrEmpty(json, "title"),  TextOrEmpty(json, "advice"),
-          TextOrEmpty(json, "anchor"), VectorOf(json.at("culprits"), CulpritOf),
-          TextOrEmpty(json, "note"),   json.value("standing", false),
-          json.value("behind", false)};
+  return {TextOf(json, "text"),
+          TextOf(json, "point"),
+          TextOf(json, "path"),
+          TextOrEmpty(json, "rule"),
+          TextOrEmpty(json, "title"),
+          TextOrEmpty(json, "advice"),
+          TextOrEmpty(json, "anchor"),
+          VectorOf(json.at("culprits"), CulpritOf),
+          TextOrEmpty(json, "note"),
+          json.value("standing", false),
+          json.value("behind", false),
+          json.contains("fixes")
+              ? std::make_optional(VectorOf(json.at("fixes"), FixOf))
+              : std::nullopt};
 }
 
 void PutCalls(Json* json, std::size_t planned, std::size_t made) {

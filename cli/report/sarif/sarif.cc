@@ -1,10 +1,8 @@
 #include "cli/report/sarif/sarif.h"
 
 #include <fmt/core.h>
-#include <libxml/uri.h>
 
 #include <algorithm>
-#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -13,8 +11,8 @@
 #include "cli/report/finding_text.h"
 #include "cli/report/json/json_text.h"
 #include "cli/report/restart_findings.h"
+#include "cli/report/sarif/sarif_parts.h"
 #include "host/base/bytes.h"
-#include "host/base/c_ptr.h"
 #include "host/base/utf8.h"
 #include "messages/catalogue.h"
 
@@ -38,35 +36,6 @@ constexpr char kInputId[] = "bad-input";
 constexpr char kPluginId[] = "plug-in-failed";
 constexpr char kAdviceId[] = "advice";
 constexpr char kMoreId[] = "more-findings";
-
-// A message's braces are placeholders unless doubled, and "[a](b)" is a link
-// unless its brackets are escaped (SARIF 2.1.0, sections 3.11.5 and 3.11.6).
-Json Message(const std::string& text) {
-  const std::string readable = base::ToUtf8(text);
-  const bool has_links = readable.find("](") != std::string::npos;
-  std::string escaped;
-  for (const char c : readable) {
-    if (c == '{' || c == '}') escaped += c;
-    if (has_links && (c == '[' || c == ']')) escaped += '\\';
-    escaped += c;
-  }
-  return {{"text", escaped}};
-}
-
-// xmlFree is a macro or a variable.
-void FreeXmlText(xmlChar* text) { xmlFree(text); }
-
-// A file name as a URI reference: relative names stay relative.
-std::string UriOf(const std::string& file) {
-  const base::CPtr<xmlChar, FreeXmlText> escaped(
-      xmlURIEscapeStr(reinterpret_cast<const xmlChar*>(file.c_str()),
-                      reinterpret_cast<const xmlChar*>("/")));
-  if (escaped == nullptr) throw std::bad_alloc();
-  const std::string uri = reinterpret_cast<const char*>(escaped.get());
-  return uri.rfind('/', 0) == 0 ? "file://" + uri : uri;
-}
-
-Json Artifact(const std::string& file) { return {{"uri", UriOf(file)}}; }
 
 std::string Marked(const Place& place) {
   const std::string line = base::ToUtf8(place.source_line);
@@ -228,6 +197,9 @@ Json ResultOf(const DeviceReport& device, const Finding& finding,
   result["properties"] = PropertiesOf(finding);
   const auto state = BaselineState(device, finding);
   if (state) result["baselineState"] = *state;
+  if (finding.fixes && !finding.fixes->empty()) {
+    result["fixes"] = Fixes(*finding.fixes, device.candidate);
+  }
   return result;
 }
 

@@ -167,9 +167,19 @@ class Printer {
     if (!finding.note.empty()) {
       Print("  note: {}\n", base::Printable(finding.note));
     }
-    if (finding.rule.empty()) return;
-    Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
-          finding.anchor);
+    if (!finding.rule.empty()) {
+      Print("  what to do: {}\n  see docs/messages.md#{}\n", finding.advice,
+            finding.anchor);
+    }
+    PrintFixes(finding);
+  }
+
+  void PrintFixes(const Finding& finding) const {
+    if (!finding.fixes) return;
+    if (finding.fixes->empty()) Print("  {}\n", kNoFix);
+    for (const messages::Fix& fix : *finding.fixes) {
+      Print("  {}\n", base::Printable(InWords(fix)));
+    }
   }
 
   void PrintCulprit(const Culprit& culprit) const {

@@ -16,7 +16,7 @@ class CommandsTest : public FolderTest,
 INSTANTIATE_TEST_SUITE_P(Commands, CommandsTest,
                          ::testing::Values("check", "commit", "compare",
                                            "completion", "convert", "diff",
-                                           "explain", "new", "points",
+                                           "explain", "fix", "new", "points",
                                            "summarize"),
                          [](const auto& command) { return command.param; });
 

@@ -66,11 +66,31 @@ def location(value, what):
         message(value["message"], what)
 
 
+# 3.55 to 3.57.
+def fix(value, what):
+    members(value, {"artifactChanges", "description"}, set(), what)
+    message(value["description"], what)
+    need(value["artifactChanges"], f"{what}: no change")
+    for change in value["artifactChanges"]:
+        members(change, {"artifactLocation", "replacements"}, set(), what)
+        need(change["replacements"], f"{what}: no replacement")
+        for each in change["replacements"]:
+            members(each, {"deletedRegion"}, {"insertedContent"}, what)
+            region = each["deletedRegion"]
+            members(region, {"startLine", "startColumn", "endLine", "endColumn"},
+                    set(), what)
+            need(all(is_index(number, 1) for number in region.values()), what)
+            need((region["startLine"], region["startColumn"])
+                 <= (region["endLine"], region["endColumn"]), what)
+            content = each.get("insertedContent", {"text": "x"})
+            members(content, {"text"}, set(), what)
+
+
 def result(value, rules):
     what = f"result {value.get('ruleId')}"
     members(value, {"ruleId", "ruleIndex", "level", "message", "locations",
                     "partialFingerprints", "properties"},
-            {"relatedLocations", "baselineState"}, what)
+            {"relatedLocations", "baselineState", "fixes"}, what)
     need(is_index(value["ruleIndex"], 0), f"{what}: ruleIndex")
     need(rules[value["ruleIndex"]]["id"] == value["ruleId"],
          f"{what}: another rule at its index")
@@ -80,6 +100,8 @@ def result(value, rules):
     message(value["message"], what)
     for each in value["locations"] + value.get("relatedLocations", []):
         location(each, what)
+    for each in value.get("fixes", []):
+        fix(each, f"{what}: fix")
     ids = [each["id"] for each in value.get("relatedLocations", [])]
     need(len(ids) == len(set(ids)), f"{what}: two places of one id")
     need(all(isinstance(f, str) for f in value["partialFingerprints"].values()),

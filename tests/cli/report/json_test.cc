@@ -69,6 +69,15 @@ void ExpectEqual(const Culprit& actual, const Culprit& expected) {
   }
 }
 
+auto Fields(const messages::Fix& fix) {
+  return std::tie(fix.id, fix.is_safe, fix.text);
+}
+
+auto Fields(const messages::TextEdit& edit) {
+  return std::tie(edit.line, edit.column, edit.end_line, edit.end_column,
+                  edit.text);
+}
+
 auto Texts(const Finding& finding) {
   return std::tie(finding.text, finding.point, finding.path, finding.rule,
                   finding.title, finding.advice, finding.anchor, finding.note,
@@ -80,6 +89,16 @@ void ExpectEqual(const Finding& actual, const Finding& expected) {
   ASSERT_EQ(actual.culprits.size(), expected.culprits.size());
   for (std::size_t i = 0; i < actual.culprits.size(); ++i) {
     ExpectEqual(actual.culprits[i], expected.culprits[i]);
+  }
+  ASSERT_EQ(actual.fixes.has_value(), expected.fixes.has_value());
+  if (!expected.fixes) return;
+  ASSERT_EQ(actual.fixes->size(), expected.fixes->size());
+  for (std::size_t i = 0; i < expected.fixes->size(); ++i) {
+    const messages::Fix& fix = (*actual.fixes)[i];
+    const messages::Fix& wanted = (*expected.fixes)[i];
+    EXPECT_EQ(Fields(fix), Fields(wanted));
+    ASSERT_EQ(fix.edits.size(), 1U);
+    EXPECT_EQ(Fields(fix.edits[0]), Fields(wanted.edits[0]));
   }
 }
 

@@ -124,6 +124,8 @@ DeviceReport Odd() {
   finding.note = kOddBytes;
   report.advice = {kOddBytes, "a VRF"};
   finding.is_standing = true;
+  finding.fixes = {{"F1.1", true, kOddBytes, {{2, 3, 4, 5, kOddBytes}}},
+                   {"F1.2", false, "leave out {a}", {{1, 1, 1, 2, ""}}}};
   return report;
 }
 

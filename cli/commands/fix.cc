@@ -1,0 +1,317 @@
+// ipav fix: corrects what a commit would be refused for.
+
+#include <fmt/core.h>
+#include <sys/stat.h>
+
+#include <CLI/App.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/command.h"
+#include "cli/fix/corrected_text.h"
+#include "cli/options.h"
+#include "cli/reading.h"
+#include "cli/report/finding_text.h"
+#include "cli/report/output_file.h"
+#include "fixer/fixes.h"
+#include "host/base/utf8.h"
+#include "host/datastore/input_file.h"
+#include "host/datastore/input_text.h"
+#include "host/datastore/model.h"
+#include "messages/finder.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using datastore::DataTree;
+using datastore::InputText;
+using datastore::Model;
+using fixer::Fix;
+using fixer::Fixer;
+using messages::Finding;
+
+constexpr char kFixNotes[] =
+    "Prints the corrections as a unified diff. A safe correction does not\n"
+    "change what the configuration means; the others are suggestions, which\n"
+    "ipav check --suggest lists with their ids. Each is judged by the "
+    "plug-in:\n"
+    "its refusal is gone, and no other one is new.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav fix --running running.xml candidate.xml\n"
+    "  ipav fix --running running.xml --suggested --write candidate.xml\n"
+    "  ipav fix --running running.xml --only F1.2 candidate.xml | patch -p0\n"
+    "\n"
+    "Exit status: 0 the corrected file is accepted, 1 refusals are left, 2 "
+    "the\n"
+    "input or the command line is wrong, 3 the plug-in died, threw an "
+    "exception\n"
+    "or did not answer in time.";
+
+// A correction may uncover the next refusal.
+constexpr std::size_t kMostFixes = 10000;
+
+struct FixOptions {
+  Locations locations;
+  std::string running;
+  std::string file;
+  std::vector<std::string> only;  // ids of fixes; empty: the first of each
+  bool suggested = false;         // not only safe ones
+  bool write = false;
+  ReadingLimits limits;
+};
+
+class PluginFailed : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+using Tree = std::shared_ptr<const DataTree>;
+
+// Those in "F1.2"; zeros for another text.
+std::pair<std::size_t, std::size_t> NumbersOf(const std::string& id) {
+  const std::size_t point = id.find('.');
+  if (id.rfind('F', 0) != 0 || point == std::string::npos) return {};
+  const auto number = [](const std::string& digits) {
+    std::size_t value = 0;
+    const char* end = digits.data() + digits.size();
+    const auto [rest, error] = std::from_chars(digits.data(), end, value);
+    return error == std::errc() && rest == end ? value : 0;
+  };
+  return {number(id.substr(1, point - 1)), number(id.substr(point + 1))};
+}
+
+// Corrects one configuration, step by step.
+class Correction {
+ public:
+  Correction(const DataTree& running, Tree tree, const FixOptions& options)
+      : running_(running),
+        options_(options),
+        countdown_(options.limits.time),
+        tree_(std::move(tree)) {
+    Judge();
+  }
+
+  const DataTree& tree() const { return *tree_; }
+  const std::vector<Finding>& findings() const { return findings_; }
+
+  // Applies the first fix of each refusal.
+  void FixAll() {
+    for (std::size_t count = 0; count < kMostFixes && FixNext(); ++count) {
+    }
+  }
+
+  // Applies the fixes with these ids, which number those of the file as it is.
+  void FixOnly(const std::vector<std::string>& ids) {
+    std::vector<std::pair<Finding, Fix>> wanted;
+    wanted.reserve(ids.size());
+    for (const std::string& id : ids) wanted.push_back(WithId(id));
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+      const auto& [finding, fix] = wanted[i];
+      const std::vector<Fix>& fixes = FixesOf(finding);
+      const auto found = std::find_if(
+          fixes.begin(), fixes.end(),
+          [&, text = fix.text](const Fix& one) { return one.text == text; });
+      if (found == fixes.end()) {
+        throw std::runtime_error(ids[i] + " does not hold after the others");
+      }
+      tree_ = found->tree;
+      Judge();
+    }
+  }
+
+  // The ways out of a refusal that is left.
+  const std::vector<Fix>& FixesOf(const Finding& finding) {
+    const auto key = std::make_pair(finding.path, finding.text);
+    const auto known = fixes_.find(key);
+    if (known != fixes_.end()) return known->second;
+    return fixes_.emplace(key, fixer_->FixesOf(finding)).first->second;
+  }
+
+ private:
+  void Judge() {
+    fixes_.clear();
+    fixer_ = std::make_unique<Fixer>(running_, *tree_,
+                                     options_.locations.plugin, countdown_);
+    const commit::Outcome& outcome = fixer_->outcome();
+    if (outcome.verdict == commit::Verdict::kPluginFailed) {
+      throw PluginFailed("the plug-in failed: " + (outcome.failure.empty()
+                                                       ? "it threw an exception"
+                                                       : outcome.failure));
+    }
+    findings_ =
+        messages::Finder({&running_, "", nullptr}, {tree_.get(), "", nullptr})
+            .ExplainAll(outcome);
+  }
+
+  bool FixNext() {
+    for (const Finding& finding : findings_) {
+      if (hopeless_.count(finding.text) > 0) continue;
+      const std::vector<Fix>& fixes = FixesOf(finding);
+      const auto found = std::find_if(
+          fixes.begin(), fixes.end(),
+          [&](const Fix& fix) { return fix.is_safe || options_.suggested; });
+      if (found != fixes.end()) {
+        tree_ = found->tree;
+        Judge();
+        return true;
+      }
+      hopeless_.insert(finding.text);
+    }
+    return false;
+  }
+
+  std::pair<Finding, Fix> WithId(const std::string& id) {
+    const auto [finding, fix] = NumbersOf(id);
+    if (finding > 0 && finding <= findings_.size()) {
+      const std::vector<Fix>& fixes = FixesOf(findings_[finding - 1]);
+      if (fix > 0 && fix <= fixes.size()) {
+        return {findings_[finding - 1], fixes[fix - 1]};
+      }
+    }
+    throw std::runtime_error("no fix has the id " + id +
+                             " (see ipav check --all --suggest)");
+  }
+
+  const DataTree& running_;
+  const FixOptions& options_;
+  const base::Countdown countdown_;
+  Tree tree_;
+  std::unique_ptr<Fixer> fixer_;
+  std::vector<Finding> findings_;
+  std::map<std::pair<std::string, std::string>, std::vector<Fix>> fixes_;
+  std::set<std::string> hopeless_;  // texts of refusals
+};
+
+// Says what is left, and what can be done about it.
+void PrintLeft(Correction* correction, bool has_ids) {
+  std::set<std::string> texts;
+  for (const Finding& finding : correction->findings()) {
+    if (!texts.insert(finding.path + finding.text).second) continue;
+    fmt::print(stderr, "not corrected: {}\n",
+               base::Printable(report::TextOf(finding)));
+    const std::vector<Fix>& fixes = correction->FixesOf(finding);
+    if (fixes.empty()) fmt::print(stderr, "  {}\n", report::kNoFix);
+    for (const Fix& fix : fixes) {
+      fmt::print(stderr, "  {}: {}\n", fix.is_safe ? "safe" : "suggested",
+                 base::Printable(fix.text));
+    }
+  }
+  if (texts.empty()) return;
+  fmt::print(stderr, "{}\n",
+             has_ids ? "(ipav check --all --suggest lists all fixes)"
+                     : "(--suggested takes the first one of each)");
+}
+
+void Write(const std::string& file, const std::string& before,
+           const std::string& after, std::size_t max_size) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    throw std::runtime_error(file + ": --write needs a regular file");
+  }
+  if (datastore::ReadInput(file, max_size) != before) {
+    throw std::runtime_error(file + ": was changed in the meantime");
+  }
+  report::OutputFile output(file, "configuration");
+  static_cast<void>(
+      std::fwrite(after.data(), 1, after.size(), output.stream()));
+  output.Commit();
+}
+
+ExitStatus Correct(const FixOptions& options) {
+  // 1. Read both configurations.
+  if (options.write) report::RefuseToReplace(options.file, {options.running});
+  const Model model(options.locations.yang_dir,
+                    options.locations.yang_extension);
+  const DataTree running =
+      options.running.empty()
+          ? DataTree::Empty(model)
+          : ReadTree(model, options.running, options.limits);
+  std::string bytes;
+  InputText text;
+  const Tree tree = [&] {
+    const ReadingTime time(options.file, options.limits.time);
+    bytes = datastore::ReadInput(options.file, options.limits.size);
+    text = datastore::CheckText(options.file, bytes);
+    return std::make_shared<const DataTree>(DataTree::FromText(model, text));
+  }();
+
+  // 2. Correct the data, and then the text.
+  Correction correction(running, tree, options);
+  if (options.only.empty()) {
+    correction.FixAll();
+  } else {
+    correction.FixOnly(options.only);
+  }
+  const auto replacements = fix::Correct(text, *tree, correction.tree());
+
+  // 3. Write it.
+  if (options.write && !replacements.empty()) {
+    Write(options.file, bytes, source::Replace(bytes, replacements),
+          options.limits.size);
+  } else {
+    const std::string diff =
+        fix::UnifiedDiff(options.file, bytes, replacements);
+    static_cast<void>(std::fwrite(diff.data(), 1, diff.size(), stdout));
+  }
+  PrintLeft(&correction, !options.only.empty() || options.suggested);
+  return correction.findings().empty() ? kAccepted : kRefused;
+}
+
+ExitStatus RunFix(const FixOptions& options) {
+  try {
+    return Correct(options);
+  } catch (const PluginFailed& failure) {
+    fmt::print(stderr, "ipav: {}\n", base::Printable(failure.what()));
+  } catch (const fixer::TimeOver&) {
+    fmt::print(stderr, "ipav: no correction within {}\n",
+               base::InWords(options.limits.time));
+  }
+  return kPluginFailed;
+}
+
+}  // namespace
+
+Command AddFix(CLI::App* app, const Locations& locations) {
+  const auto options = std::make_shared<FixOptions>();
+  options->locations = locations;
+  CLI::App* command =
+      app->add_subcommand("fix", "Correct what a commit would be refused for");
+  command->footer(kFixNotes);
+  AddFile(command, "--running",
+          "Running configuration, XML or JSON (default: empty)",
+          &options->running);
+  AddFile(command, "file", "Configuration to correct, XML or JSON",
+          &options->file)
+      ->required();
+  command->add_flag("--write", options->write,
+                    "Correct the file instead of printing the corrections");
+  CLI::Option* suggested = command->add_flag(
+      "--suggested", options->suggested,
+      "Also apply the first suggestion for a refusal without a safe one");
+  command
+      ->add_option("--only", options->only,
+                   "Apply only the fix with this id, as in F1.2; may be "
+                   "repeated")
+      ->allow_extra_args(false)
+      ->excludes(suggested);
+  AddLimits(command, "read a configuration, and for all corrections",
+            &options->limits);
+  AddFile(command, "--plugin", "Validation plug-in to run",
+          &options->locations.plugin)
+      ->capture_default_str();
+  AddYang(command, &options->locations);
+  return {command, [options] { return RunFix(*options); }};
+}
+
+}  // namespace ipav::cli

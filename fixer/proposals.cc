@@ -1,0 +1,153 @@
+#include "fixer/proposals.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/base/bytes.h"
+#include "host/confd/path.h"
+
+namespace ipav::fixer {
+
+namespace {
+
+using datastore::Novelty;
+using messages::Culprit;
+using messages::DataView;
+
+const Proposers& AllProposers() {
+  static const auto& all = *new Proposers([] {
+    Proposers joined;
+    for (Proposers some : {InterfaceProposers(), OspfProposers(),
+                           RouteProposers(), TimerProposers()}) {
+      joined.merge(some);
+    }
+    return joined;
+  }());
+  return all;
+}
+
+// Whether the change adds the entry, if there is one.
+bool IsNew(const Subject& subject, const lyd_node* entry) {
+  return entry != nullptr &&
+         subject.running.AtPath(confd::PrintPath(entry)) == nullptr;
+}
+
+// Takes back what the change did to a node that the refusal names.
+void ProposeToTakeBack(const Subject& subject, const Culprit& culprit,
+                       Proposals* proposals) {
+  const auto edit = [&](Edit::Kind kind) {
+    return Edit{kind, culprit.path, "", ""};
+  };
+  switch (culprit.novelty) {
+    case Novelty::kUnchanged:
+      return;
+    case Novelty::kChanged:
+    case Novelty::kRemoved:
+      proposals->push_back(
+          {false,
+           "leave " + culprit.path + " as it is in the running configuration",
+           {edit(Edit::Kind::kRestore)}});
+      return;
+    case Novelty::kAdded:
+      const lyd_node* node = subject.candidate.AtPath(culprit.path);
+      if (node == nullptr || IsNew(subject, InterfaceOf(node))) return;
+      const bool is_key = lysc_is_key(node->schema);
+      if (is_key) node = lyd_parent(node);
+      if (InterfaceOf(node) == node) return;
+      const lyd_node* entry = EntryOf(node);
+      if (entry != node && IsNew(subject, entry)) return;
+      proposals->push_back(
+          {false,
+           "leave out " + confd::PrintPath(node) + ", which the change adds",
+           {}});
+      RemoveRoute(subject.candidate, node, &proposals->back().edits);
+  }
+}
+
+}  // namespace
+
+Proposals Propose(const Subject& subject) {
+  Proposals proposals;
+  const auto found = AllProposers().find(subject.finding.rule);
+  if (found == AllProposers().end()) return proposals;
+  const std::string& rule = subject.finding.rule;
+  proposals = found->second(subject);
+  // Of too many, the culprits are only some.
+  if (base::EndsWith(rule, "-too-many")) return proposals;
+  Proposals to_take_back;
+  for (const Culprit& culprit : subject.finding.culprits) {
+    ProposeToTakeBack(subject, culprit, &to_take_back);
+  }
+  // An interface leaves OSPF only if nothing else helps.
+  const bool is_first = base::StartsWith(rule, "ospf");
+  proposals.insert(is_first ? proposals.begin() : proposals.end(),
+                   to_take_back.begin(), to_take_back.end());
+  std::stable_partition(proposals.begin(), proposals.end(),
+                        [](const Proposal& one) { return one.is_safe; });
+  return proposals;
+}
+
+Edit Set(const lyd_node* leaf, std::string value) {
+  return {Edit::Kind::kSet, confd::PrintPath(leaf), std::move(value), ""};
+}
+
+Edit Add(const lyd_node* parent, std::string name, std::string value) {
+  return {Edit::Kind::kAdd, confd::PrintPath(parent), std::move(value),
+          std::move(name)};
+}
+
+Edit Remove(const lyd_node* node) {
+  return {Edit::Kind::kRemove, confd::PrintPath(node), "", ""};
+}
+
+const Culprit* WithRole(const Subject& subject, const char* role) {
+  const auto& culprits = subject.finding.culprits;
+  const auto found =
+      std::find_if(culprits.begin(), culprits.end(),
+                   [&](const Culprit& c) { return c.role == role; });
+  return found == culprits.end() ? nullptr : &*found;
+}
+
+const lyd_node* NodeWithRole(const Subject& subject, const char* role) {
+  const Culprit* culprit = WithRole(subject, role);
+  return culprit == nullptr ? nullptr : subject.candidate.AtPath(culprit->path);
+}
+
+const lyd_node* EntryOf(const lyd_node* node) {
+  while (node != nullptr && node->schema->nodetype != LYS_LIST) {
+    node = lyd_parent(node);
+  }
+  return node;
+}
+
+const lyd_node* InterfaceOf(const lyd_node* node) {
+  while (node != nullptr &&
+         (lyd_parent(node) == nullptr ||
+          lyd_parent(node)->schema->name != std::string("interface"))) {
+    node = lyd_parent(node);
+  }
+  return node;
+}
+
+bool IsLoopback(const lyd_node* interface) {
+  return interface != nullptr &&
+         interface->schema->name == std::string("loopback");
+}
+
+std::string NameOf(const lyd_node* interface, const char* separator) {
+  if (interface == nullptr) return "";
+  return interface->schema->name + std::string(separator) +
+         messages::TextOf(lyd_child(interface));
+}
+
+std::vector<const lyd_node*> InterfacesOf(const DataView& view) {
+  std::vector<const lyd_node*> all;
+  const lyd_node* parent = view.At(nullptr, {"config", "interface"});
+  for (const char* kind : {"l3", "loopback", "mgmt"}) {
+    const auto entries = view.Entries(parent, kind);
+    all.insert(all.end(), entries.begin(), entries.end());
+  }
+  return all;
+}
+
+}  // namespace ipav::fixer

@@ -1,0 +1,373 @@
+// ipav fix and ipav check --suggest: the ways out of each refusal.
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
+
+#include "tests/cli/fixture.h"
+
+namespace ipav::testing {
+
+namespace {
+
+using nlohmann::json;
+
+// The fixes of each rule that the candidate breaks: "safe: ..." and
+// "suggested: ...".
+std::map<std::string, Words> FixesOf(const std::string& running,
+                                     const std::string& candidate) {
+  Words command = {"check", "--all", "--suggest", "--format", "json"};
+  if (!running.empty()) command = Joined(command, {"--running", running});
+  const ProcessResult result = Ipav(Joined(command, {candidate}));
+  EXPECT_EQ(result.status, 1) << candidate << result.err;
+  std::map<std::string, Words> fixes;
+  const json report = json::parse(result.out);
+  for (const json& finding : report.at("devices").at(0).at("findings")) {
+    Words& words = fixes[finding.at("rule")];
+    words.clear();
+    for (const json& fix : finding.at("fixes")) {
+      words.push_back((fix.at("safe") ? "safe: " : "suggested: ") +
+                      fix.at("text").get<std::string>());
+    }
+  }
+  return fixes;
+}
+
+struct FixCase {
+  const char* rule;
+  std::string running;    // file, or text
+  std::string candidate;  // file, or text
+  Words fixes;
+};
+
+std::string Branch(const char* file) { return kBranch + file; }
+std::string Campus(const char* file) { return kCampus + file; }
+const char kCampusRunning[] = "running.json";
+
+std::string Many(const char* kind, int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += std::string("<") + kind + " xmlns=\"urn:vorplex:ipapp\"><name>n" +
+            std::to_string(i) + "</name></" + kind + ">\n";
+  }
+  return InterfacesXml(text);
+}
+
+std::string Ipv4(const std::string& inside) {
+  return L3Xml("<ipv4><address>" + inside + "</address></ipv4>");
+}
+
+std::string Loopback(const std::string& inside) {
+  return InterfacesXml("<loopback xmlns=\"urn:vorplex:ipapp\"><name>a</name>" +
+                       inside + "</loopback>");
+}
+
+const std::string kTwoInterfaces = InterfacesXml(
+    "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv4><address>"
+    "<ip>10.0.1.1/16</ip></address></ipv4></l3>"
+    "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><ipv4><address>"
+    "<ip>10.0.4.1/24</ip></address></ipv4></l3>");
+
+// At least one row for each message of the catalogue that has a fix.
+const std::vector<FixCase>& Cases() {
+  static const auto& cases = *new std::vector<FixCase>{
+      {"l3-too-many",
+       Many("l3", 255),
+       Many("l3", 258),
+       {"suggested: leave out l3 n256 and 1 more, which the change adds"}},
+      {"l3-name-too-long",
+       Campus(kCampusRunning),
+       Campus("interface-name-of-62-bytes.json"),
+       {"suggested: name the interface "
+        "lab-molecular-biology-and-genetics-building-c-floor-3-room-3"}},
+      {"l3-name-too-short",
+       "",
+       InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name/></l3>"),
+       {}},
+      {"l3-name-characters",
+       Branch("running.xml"),
+       Branch("interface-name-with-dot.xml"),
+       {"suggested: name the interface extension-440"}},
+      {"address-is-network",
+       "",
+       Ipv4("<ip>10.0.0.0/29</ip>"),
+       {"suggested: give l3 a the address 10.0.0.1/29, which is free in its "
+        "subnet"}},
+      {"address-is-network",
+       "",
+       Loopback("<ipv4><address><ip>10.0.0.0/29</ip></address></ipv4>"),
+       {"suggested: give loopback a the address 10.0.0.1/29, which is free in "
+        "its subnet",
+        "suggested: keep the address, alone: 10.0.0.0/32"}},
+      {"address-is-broadcast",
+       Campus(kCampusRunning),
+       Campus("lighting-broadcast-address.json"),
+       {"suggested: give l3 lighting the address 172.20.4.254/24, which is "
+        "free in its subnet",
+        "suggested: leave /config/interface/l3{lighting}/ipv4/address/ip as "
+        "it is in the running configuration"}},
+      {"address-twice",
+       "",
+       Ipv4("<ip>10.0.0.1/24</ip>"
+            "<secondary><ip>10.0.0.1/24</ip></secondary>"),
+       {"safe: keep 10.0.0.1/24 once"}},
+      {"address-twice",
+       "",
+       Ipv4("<ip>10.0.0.1/24</ip>"
+            "<secondary><ip>10.0.0.1/16</ip></secondary>"),
+       {"suggested: keep only 10.0.0.1/24 of the equal addresses",
+        "suggested: keep only 10.0.0.1/16 of the equal addresses"}},
+      {"interface-overlap",
+       "",
+       kTwoInterfaces,
+       {"suggested: narrow l3 a to 10.0.1.1/22"}},
+      {"interface-overlap",
+       Campus(kCampusRunning),
+       Campus("guest-wifi-in-students.json"),
+       {"suggested: leave /config/interface/l3{guest-wifi}/vrf as it is in "
+        "the running configuration"}},
+      {"route-next-hop-is-own",
+       Branch("running.xml"),
+       Branch("route-through-own-address.xml"),
+       {"suggested: take the neighbour 10.12.140.3 as the next hop of the "
+        "static route 10.12.64.0/20 by 10.12.140.2",
+        "suggested: remove the static route 10.12.64.0/20 by 10.12.140.2"}},
+      {"route-too-many",
+       Branch("running.xml"),
+       Branch("routes-to-326-sites-and-one-more.xml"),
+       {"suggested: remove the static route 10.130.0.0/24 by 192.0.2.17"}},
+      {"route-black-hole-and-next-hop",
+       Campus(kCampusRunning),
+       Campus("ipv6-black-hole-and-next-hop.json"),
+       {"suggested: remove the static route 2001:db8:40::/48, a black hole",
+        "suggested: remove the static route 2001:db8:40::/48 by "
+        "2001:db8:40:fe11::1"}},
+      {"route-output-without-vlan",
+       Branch("running.xml"),
+       Branch("lte-vlan-removed.xml"),
+       {"suggested: remove the static route 10.0.0.0/8 by 192.0.2.32",
+        "suggested: leave /config/interface/l3{lte-backup}/lower-layer-if/vlan "
+        "as it is in the running configuration"}},
+      {"ospf-address-removed",
+       Campus(kCampusRunning),
+       Campus("cluster-address-under-ospf.json"),
+       {"suggested: leave /config/interface/l3{cluster}/ipv4/address/ip as it "
+        "is in the running configuration",
+        "suggested: remove the row of OSPFv2 that knows the address"}},
+      {"ospf-address-added",
+       Branch("running.xml"),
+       Branch("floor-2-address-added-under-ospf.xml"),
+       {"suggested: leave out /config/interface/l3{users-floor-2}/ipv4/address/"
+        "secondary{10.12.42.1/24}, which the change adds",
+        "suggested: take the interface out of OSPFv2"}},
+      {"ospf-vrf-differs",
+       Branch("running.xml"),
+       Branch("cctv-moved-under-ospf.xml"),
+       {"suggested: leave /config/interface/l3{cctv}/vrf as it is in the "
+        "running configuration",
+        "suggested: take the interface out of OSPFv2"}},
+      {"ospfv3-vrf-set",
+       Campus(kCampusRunning),
+       Campus("library-a-vrf-named-global.json"),
+       {"safe: leave out the VRF global: the interface belongs to it without "
+        "it",
+        "suggested: take the interface out of OSPFv3"}},
+      {"ospfv3-vlan-changed",
+       Branch("running.xml"),
+       Branch("floor-4-vlan-changed.xml"),
+       {"suggested: leave /config/interface/l3{users-floor-4}/lower-layer-if/"
+        "vlan as it is in the running configuration",
+        "suggested: take the interface out of OSPFv3"}},
+      {"ra-min-interval",
+       Branch("running.xml"),
+       Branch("ra-min-above-three-quarters.xml"),
+       {"suggested: set min-interval to 150, three quarters of max-interval",
+        "suggested: set max-interval to 202, so that min-interval is three "
+        "quarters of it"}},
+      {"ra-lifetime",
+       Branch("running.xml"),
+       Branch("ra-lifetime-equal-to-max.xml"),
+       {"suggested: set lifetime to 601, the least above max-interval",
+        "suggested: set lifetime to 0: the router is not a default router",
+        "suggested: set max-interval to 599, the most below lifetime",
+        "suggested: leave /config/interface/l3{printers}/ipv6/nd/ra/lifetime "
+        "as it is in the running configuration"}},
+      {"ra-timer-missing",
+       Campus(kCampusRunning),
+       Campus("ra-lifetime-alone.json"),
+       {"suggested: set max-interval to 600, min-interval to 198, the usual "
+        "values",
+        "suggested: leave out all timers"}},
+  };
+  return cases;
+}
+
+class FixTest : public FolderTest {
+ protected:
+  // The file, or a new one with the text.
+  std::string FileOf(const std::string& text, const std::string& name) const {
+    const bool is_file = text.empty() || text.front() == '/';
+    return is_file ? text : Write(name, text);
+  }
+
+  // A candidate with a fault that has a safe fix, and one without.
+  std::string TwoFaults() const {
+    return Write("two.xml",
+                 InterfacesXml("  <l3 xmlns=\"urn:vorplex:ipapp\">\n"
+                               "    <name>a</name>\n"
+                               "    <ipv4><address><ip>10.0.0.1/24</ip>\n"
+                               "      <secondary><ip>10.0.0.1/24</ip>"
+                               "</secondary>\n"
+                               "    </address></ipv4>\n"
+                               "    <ipv6><nd><ra>\n"
+                               "      <max-interval>600</max-interval>\n"
+                               "      <min-interval>600</min-interval>\n"
+                               "      <lifetime>1800</lifetime>\n"
+                               "    </ra></nd></ipv6>\n"
+                               "  </l3>\n"));
+  }
+};
+
+TEST_F(FixTest, EachMessageHasItsFixes) {
+  for (const FixCase& the_case : Cases()) {
+    const auto fixes = FixesOf(FileOf(the_case.running, "running.xml"),
+                               FileOf(the_case.candidate, "candidate.xml"));
+    ASSERT_EQ(fixes.count(the_case.rule), 1U) << the_case.rule;
+    EXPECT_EQ(fixes.at(the_case.rule), the_case.fixes) << the_case.rule;
+  }
+}
+
+TEST_F(FixTest, EachMessageHasACase) {
+  // Faults of the integration, and texts that are only logged.
+  std::set<std::string> known = {"interface-not-judged", "plugin-not-started",
+                                 "address-left-out", "debug-lines"};
+  for (const FixCase& the_case : Cases()) known.insert(the_case.rule);
+  const std::string catalogue = ReadFile(IPAV_ROOT "/messages/catalogue.toml");
+  const std::regex id("\nid = \"([^\"]+)\"");
+  std::size_t count = 0;
+  for (std::sregex_iterator at(catalogue.begin(), catalogue.end(), id), end;
+       at != end; ++at) {
+    EXPECT_EQ(known.count((*at)[1]), 1U) << (*at)[1];
+    ++count;
+  }
+  EXPECT_EQ(count, known.size());
+}
+
+TEST_F(FixTest, SafeFixesAreAppliedAndTheOthersAreNamed) {
+  const std::string file = TwoFaults();
+  const ProcessResult result = Ipav({"fix", file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out,
+            "--- " + file + "\n+++ " + file +
+                "\n@@ -2,7 +2,6 @@\n"
+                "   <l3 xmlns=\"urn:vorplex:ipapp\">\n"
+                "     <name>a</name>\n"
+                "     <ipv4><address><ip>10.0.0.1/24</ip>\n"
+                "-      <secondary><ip>10.0.0.1/24</ip></secondary>\n"
+                "     </address></ipv4>\n"
+                "     <ipv6><nd><ra>\n"
+                "       <max-interval>600</max-interval>\n");
+  EXPECT_EQ(result.err,
+            "not corrected: Minimum interval must be no greater than maximum "
+            "interval * 0.75\n"
+            "  suggested: set min-interval to 450, three quarters of "
+            "max-interval\n"
+            "  suggested: set max-interval to 800, so that min-interval is "
+            "three quarters of it\n"
+            "(--suggested takes the first one of each)\n");
+}
+
+TEST_F(FixTest, DiffIsAppliedByPatch) {
+  const std::string file = TwoFaults();
+  for (const std::string options : {"", "--suggested"}) {
+    const std::string copy = folder_ / ("copy" + options + ".xml");
+    std::filesystem::copy_file(file, copy);
+    const ProcessResult patched =
+        Shell("cd " + folder_.string() + "; " IPAV_PROGRAM " fix " + options +
+              " copy" + options + ".xml 2>&- | patch -p0");
+    EXPECT_EQ(patched.status, 0) << patched.out;
+    const std::string written = folder_ / ("written" + options + ".xml");
+    std::filesystem::copy_file(file, written);
+    Words command = {"fix", "--write", written};
+    if (!options.empty()) command.push_back(options);
+    const ProcessResult result = Ipav(command);
+    EXPECT_EQ(result.status, options.empty() ? 1 : 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(ReadFile(copy), ReadFile(written));
+    EXPECT_EQ(Ipav({"check", written}).status, result.status);
+  }
+}
+
+TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
+  const std::string file = TwoFaults();
+  // Two points report the first fault.
+  const ProcessResult list = Ipav({"check", "--all", "--suggest", file});
+  EXPECT_THAT(list.out,
+              HasSubstr("  fix F1.1 (safe): keep 10.0.0.1/24 once\n"));
+  std::smatch id;
+  const std::regex second("fix (F[0-9]+[.]2) .suggested.: set max-interval");
+  ASSERT_TRUE(std::regex_search(list.out, id, second)) << list.out;
+  const ProcessResult one = Ipav({"fix", "--only", id[1], file});
+  EXPECT_EQ(one.status, 1);
+  EXPECT_THAT(one.out, HasSubstr("+      <max-interval>800</max-interval>\n"));
+  EXPECT_THAT(one.err, StartsWith("not corrected: l3 a has duplicated"));
+  const ProcessResult both =
+      Ipav({"fix", "--only", id[1], "--only", "F1.1", "--write", file});
+  EXPECT_EQ(both.status, 0) << both.err;
+  EXPECT_EQ(Ipav({"check", file}).status, 0);
+}
+
+TEST_F(FixTest, WrongIdsAndFilesAreRefused) {
+  const std::string file = TwoFaults();
+  const std::string before = ReadFile(file);
+  for (const char* id : {"F1", "F1.9", "F99.1", "F1.1x", "F0.1", "1.1"}) {
+    EXPECT_THAT(Ipav({"fix", "--write", "--only", id, file}),
+                IsBadInput("no fix has the id " + std::string(id)));
+  }
+  EXPECT_THAT(Ipav({"fix", "--write", "--running", file, file}),
+              IsBadInput(file + ": would be replaced"));
+  EXPECT_THAT(Ipav({"fix", folder_ / "none.xml"}), IsBadInput(""));
+  EXPECT_EQ(ReadFile(file), before);
+  const ProcessResult pipe =
+      Shell(IPAV_PROGRAM " fix --write /dev/stdin < <(cat " + file + ")");
+  EXPECT_THAT(pipe, IsBadInput("/dev/stdin: --write needs a regular file"));
+}
+
+TEST_F(FixTest, AcceptedFileStaysAsItIs) {
+  for (const char* option : {"--write", "--suggested"}) {
+    EXPECT_EQ(OutputOf({"fix", option, "--running",
+                        Write("running.xml", ReadFile(kRunning)), kRunning}),
+              "");
+  }
+}
+
+TEST_F(FixTest, LinesWithoutAnEndAndNamesWithBlanks) {
+  std::string text = ReadFile(TwoFaults());
+  text.pop_back();
+  text.replace(text.find("600</max"), 3, "800");
+  const std::string last = "</interface></config>";
+  text.replace(text.find("\n" + last), 1 + last.size(), last);
+  const std::string file = Write("a file.xml", text);
+  const ProcessResult result =
+      Shell("cd " + folder_.string() +
+            "; " IPAV_PROGRAM " fix 'a file.xml' | tee diff | patch -p0");
+  EXPECT_EQ(result.status, 0) << result.out << ReadFile(folder_ / "diff");
+  EXPECT_EQ(Ipav({"check", file}).status, 0);
+}
+
+TEST_F(FixTest, NothingIsWrittenWhenThePluginFails) {
+  const std::string file = TwoFaults();
+  const ProcessResult result =
+      Ipav({"fix", "--timeout", "1", "--plugin",
+            IPAV_TEST_PLUGINS "/hangs_in_init.so", "--write", file});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.err, "ipav: no correction within 1 second\n");
+  EXPECT_EQ(ReadFile(file), ReadFile(TwoFaults()));
+}
+
+}  // namespace
+
+}  // namespace ipav::testing

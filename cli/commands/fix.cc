@@ -94,15 +94,20 @@ std::pair<std::size_t, std::size_t> NumbersOf(const std::string& id) {
 // Corrects one configuration, step by step.
 class Correction {
  public:
-  Correction(const DataTree& running, Tree tree, const FixOptions& options)
+  Correction(const DataTree& running, InputText text, Tree tree,
+             const FixOptions& options)
       : running_(running),
         options_(options),
         countdown_(options.limits.time),
+        text_(std::move(text)),
         tree_(std::move(tree)) {
     Judge();
   }
 
-  const DataTree& tree() const { return *tree_; }
+  // In the text as it was.
+  const std::vector<source::Replacement>& replacements() const {
+    return replacements_;
+  }
   const std::vector<Finding>& findings() const { return findings_; }
 
   // Applies the first fix of each refusal.
@@ -125,8 +130,7 @@ class Correction {
       if (found == fixes.end()) {
         throw std::runtime_error(ids[i] + " does not hold after the others");
       }
-      tree_ = found->tree;
-      Judge();
+      Apply(found->tree);
     }
   }
 
@@ -139,6 +143,16 @@ class Correction {
   }
 
  private:
+  // The text changes step by step, so that an entry with another key is still
+  // the same one when another step changes it.
+  void Apply(const Tree& tree) {
+    const auto step = fix::Correct(text_, *tree_, *tree);
+    replacements_ = source::Compose(replacements_, text_.bytes, step);
+    text_.bytes = source::Replace(text_.bytes, step);
+    tree_ = tree;
+    Judge();
+  }
+
   void Judge() {
     fixes_.clear();
     fixer_ = std::make_unique<Fixer>(running_, *tree_,
@@ -162,8 +176,7 @@ class Correction {
           fixes.begin(), fixes.end(),
           [&](const Fix& fix) { return fix.is_safe || options_.suggested; });
       if (found != fixes.end()) {
-        tree_ = found->tree;
-        Judge();
+        Apply(found->tree);
         return true;
       }
       hopeless_.insert(finding.text);
@@ -186,7 +199,9 @@ class Correction {
   const DataTree& running_;
   const FixOptions& options_;
   const base::Countdown countdown_;
-  Tree tree_;
+  InputText text_;
+  Tree tree_;  // of the text
+  std::vector<source::Replacement> replacements_;
   std::unique_ptr<Fixer> fixer_;
   std::vector<Finding> findings_;
   std::map<std::pair<std::string, std::string>, std::vector<Fix>> fixes_;
@@ -246,14 +261,14 @@ ExitStatus Correct(const FixOptions& options) {
     return std::make_shared<const DataTree>(DataTree::FromText(model, text));
   }();
 
-  // 2. Correct the data, and then the text.
-  Correction correction(running, tree, options);
+  // 2. Correct the data and the text.
+  Correction correction(running, text, tree, options);
   if (options.only.empty()) {
     correction.FixAll();
   } else {
     correction.FixOnly(options.only);
   }
-  const auto replacements = fix::Correct(text, *tree, correction.tree());
+  const auto& replacements = correction.replacements();
 
   // 3. Write it.
   if (options.write && !replacements.empty()) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "host/datastore/diff.h"
 #include "host/source/node_finder.h"
@@ -128,6 +129,35 @@ class Rewriter {
   std::unique_ptr<TextEditor> editor_;
 };
 
+// Where the texts of the replacements are in the new text.
+std::vector<Span> PlacesOf(const std::vector<Replacement>& replacements) {
+  std::vector<Span> places;
+  std::size_t at = 0;      // in the text before
+  std::size_t new_at = 0;  // in the new one
+  for (const Replacement& each : replacements) {
+    const std::size_t begin = new_at + (each.span.begin - at);
+    places.push_back({begin, begin + each.text.size()});
+    at = each.span.end;
+    new_at = places.back().end;
+  }
+  return places;
+}
+
+// In order; spans that touch become one.
+std::vector<Span> Merged(std::vector<Span> spans) {
+  std::sort(spans.begin(), spans.end(),
+            [](const Span& a, const Span& b) { return a.begin < b.begin; });
+  std::vector<Span> merged;
+  for (const Span& span : spans) {
+    if (merged.empty() || merged.back().end < span.begin) {
+      merged.push_back(span);
+    } else {
+      merged.back().end = std::max(merged.back().end, span.end);
+    }
+  }
+  return merged;
+}
+
 }  // namespace
 
 std::vector<Replacement> FindReplacements(const datastore::InputText& text,
@@ -146,6 +176,44 @@ std::string Replace(std::string_view bytes,
     at = replacement.span.end;
   }
   return replaced.append(bytes.substr(at));
+}
+
+std::vector<Replacement> Compose(const std::vector<Replacement>& first,
+                                 std::string_view between,
+                                 const std::vector<Replacement>& second) {
+  // 1. The parts of the text between that differ from one of the others.
+  const std::vector<Span> places = PlacesOf(first);
+  std::vector<Span> changed = places;
+  for (const Replacement& each : second) changed.push_back(each.span);
+  // 2. Each becomes one replacement.
+  std::vector<Replacement> composed;
+  std::size_t one = 0;
+  std::size_t two = 0;
+  std::size_t begin = 0;  // in the first text, after the last part
+  std::size_t at = 0;     // the same in the text between
+  for (const Span& part : Merged(std::move(changed))) {
+    begin += part.begin - at;
+    std::size_t end = begin;
+    at = part.begin;
+    for (; one < first.size() && places[one].end <= part.end; ++one) {
+      end = first[one].span.end;
+      at = places[one].end;
+    }
+    end += part.end - at;
+    at = part.end;
+    std::vector<Replacement> here;
+    for (; two < second.size() && second[two].span.end <= part.end; ++two) {
+      const Replacement& each = second[two];
+      here.push_back(
+          {{each.span.begin - part.begin, each.span.end - part.begin},
+           each.text});
+    }
+    const std::string_view text =
+        between.substr(part.begin, part.end - part.begin);
+    composed.push_back({{begin, end}, Replace(text, here)});
+    begin = end;
+  }
+  return composed;
 }
 
 }  // namespace ipav::source

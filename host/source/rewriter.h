@@ -29,6 +29,12 @@ std::vector<Replacement> FindReplacements(const datastore::InputText& text,
 std::string Replace(std::string_view bytes,
                     const std::vector<Replacement>& replacements);
 
+// Both as one: `first` leads from a text to `between`, and `second` on from
+// there.
+std::vector<Replacement> Compose(const std::vector<Replacement>& first,
+                                 std::string_view between,
+                                 const std::vector<Replacement>& second);
+
 }  // namespace ipav::source
 
 #endif  // IPAV_HOST_SOURCE_REWRITER_H_

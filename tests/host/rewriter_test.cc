@@ -197,6 +197,27 @@ INSTANTIATE_TEST_SUITE_P(
                     "{ \"data\" : " + Json("") + " }\n"}),
     [](const auto& the_case) { return the_case.param.name; });
 
+TEST(ReplacementsTest, TwoStepsAreOne) {
+  const std::string text = "0123456789";
+  const std::vector<Replacement> steps[] = {
+      {},
+      {{{2, 4}, "ab"}},
+      {{{0, 0}, "x"}, {{3, 5}, ""}, {{9, 10}, "yz"}},
+      {{{1, 9}, "middle"}},
+      {{{0, 1}, ""}, {{1, 1}, "q"}, {{4, 4}, "rs"}}};
+  for (const auto& first : steps) {
+    const std::string between = Replace(text, first);
+    for (const auto& second : steps) {
+      if (!second.empty() && second.back().span.end > between.size()) continue;
+      const auto composed = Compose(first, between, second);
+      EXPECT_EQ(Replace(text, composed), Replace(between, second));
+      for (std::size_t i = 1; i < composed.size(); ++i) {
+        EXPECT_LT(composed[i - 1].span.end, composed[i].span.begin);
+      }
+    }
+  }
+}
+
 }  // namespace
 
 }  // namespace ipav::source

@@ -71,9 +71,8 @@ const std::string kTwoInterfaces = InterfacesXml(
     "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><ipv4><address>"
     "<ip>10.0.4.1/24</ip></address></ipv4></l3>");
 
-// At least one row for each message of the catalogue that has a fix.
-const std::vector<FixCase>& Cases() {
-  static const auto& cases = *new std::vector<FixCase>{
+std::vector<FixCase> InterfaceCases() {
+  return {
       {"l3-too-many",
        Many("l3", 255),
        Many("l3", 258),
@@ -129,6 +128,11 @@ const std::vector<FixCase>& Cases() {
        Campus("guest-wifi-in-students.json"),
        {"suggested: leave /config/interface/l3{guest-wifi}/vrf as it is in "
         "the running configuration"}},
+  };
+}
+
+std::vector<FixCase> RouteAndOspfCases() {
+  return {
       {"route-next-hop-is-own",
        Branch("running.xml"),
        Branch("route-through-own-address.xml"),
@@ -181,6 +185,11 @@ const std::vector<FixCase>& Cases() {
        {"suggested: leave /config/interface/l3{users-floor-4}/lower-layer-if/"
         "vlan as it is in the running configuration",
         "suggested: take the interface out of OSPFv3"}},
+  };
+}
+
+std::vector<FixCase> TimerCases() {
+  return {
       {"ra-min-interval",
        Branch("running.xml"),
        Branch("ra-min-above-three-quarters.xml"),
@@ -202,7 +211,15 @@ const std::vector<FixCase>& Cases() {
         "values",
         "suggested: leave out all timers"}},
   };
-  return cases;
+}
+
+// At least one for each message of the catalogue that has a fix.
+std::vector<FixCase> Cases() {
+  std::vector<FixCase> all = InterfaceCases();
+  for (const auto& more : {RouteAndOspfCases(), TimerCases()}) {
+    all.insert(all.end(), more.begin(), more.end());
+  }
+  return all;
 }
 
 class FixTest : public FolderTest {
@@ -299,6 +316,20 @@ TEST_F(FixTest, DiffIsAppliedByPatch) {
     EXPECT_EQ(ReadFile(copy), ReadFile(written));
     EXPECT_EQ(Ipav({"check", written}).status, result.status);
   }
+}
+
+TEST_F(FixTest, SeveralFixesOfOneEntryChangeItInPlace) {
+  const std::string text = InterfacesXml(
+      "<l3 xmlns=\"urn:vorplex:ipapp\"> <name>a.b</name>\n"
+      "<!-- x --><ipv4><address><ip>10.0.0.0/24</ip></address>"
+      "</ipv4></l3>\n<l3 xmlns=\"urn:vorplex:ipapp\">"
+      "<name>a-b</name></l3>\n");
+  const std::string file = Write("entry.xml", text);
+  EXPECT_EQ(OutputOf({"fix", "--suggested", "--write", file}), "");
+  std::string expected = text;
+  expected.replace(expected.find("a.b"), 3, "a-b-2");
+  expected.replace(expected.find("10.0.0.0"), 8, "10.0.0.1");
+  EXPECT_EQ(ReadFile(file), expected);
 }
 
 TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {

@@ -211,18 +211,20 @@ class Correction {
 // Says what is left, and what can be done about it.
 void PrintLeft(Correction* correction, bool has_ids) {
   std::set<std::string> texts;
+  bool has_fix = false;
   for (const Finding& finding : correction->findings()) {
     if (!texts.insert(finding.path + finding.text).second) continue;
     fmt::print(stderr, "not corrected: {}\n",
                base::Printable(report::TextOf(finding)));
     const std::vector<Fix>& fixes = correction->FixesOf(finding);
+    has_fix |= !fixes.empty();
     if (fixes.empty()) fmt::print(stderr, "  {}\n", report::kNoFix);
     for (const Fix& fix : fixes) {
       fmt::print(stderr, "  {}: {}\n", fix.is_safe ? "safe" : "suggested",
                  base::Printable(fix.text));
     }
   }
-  if (texts.empty()) return;
+  if (!has_fix) return;
   fmt::print(stderr, "{}\n",
              has_ids ? "(ipav check --all --suggest lists all fixes)"
                      : "(--suggested takes the first one of each)");

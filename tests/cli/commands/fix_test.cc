@@ -332,6 +332,15 @@ TEST_F(FixTest, SeveralFixesOfOneEntryChangeItInPlace) {
   EXPECT_EQ(ReadFile(file), expected);
 }
 
+TEST_F(FixTest, NoOptionIsNamedIfNoneHelps) {
+  const std::string file =
+      Write("empty.xml",
+            InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name/></l3>"));
+  EXPECT_EQ(Ipav({"fix", file}).err,
+            "not corrected: L3 interface name  is too short (minimum length: 1 "
+            "character)\n  no fix that can be guessed\n");
+}
+
 TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
   const std::string file = TwoFaults();
   // Two points report the first fault.

@@ -22,15 +22,34 @@ std::vector<const lysc_node*> Chain(const lysc_node* node) {
   return chain;
 }
 
+// The changed instances of a child, in document order; not the deleted ones.
+std::vector<const lyd_node*> ChangedEntries(const Diff& diff,
+                                            const lyd_node* parent,
+                                            const lysc_node& schema) {
+  std::vector<const lyd_node*> entries;
+  const std::vector<Change>& changes =
+      parent == nullptr ? diff.top() : diff.Of(parent)->children;
+  for (const Change& change : changes) {
+    if (change.schema == &schema && change.after != nullptr) {
+      entries.push_back(change.after);
+    }
+  }
+  return entries;
+}
+
 // Every instance of the node at the end of the chain, in document order; one
-// null, the root, for an empty chain.
+// null, the root, for an empty chain. Only changed nodes are taken on the first
+// `changed_levels` levels from the root down.
 std::vector<const lyd_node*> Instances(
-    const DataTree& tree, const std::vector<const lysc_node*>& chain) {
+    const DataTree& tree, const std::vector<const lysc_node*>& chain,
+    const Diff* diff, std::size_t changed_levels) {
   std::vector<const lyd_node*> level = {nullptr};
-  for (const lysc_node* node : chain) {
+  for (std::size_t i = 0; i < chain.size(); ++i) {
     std::vector<const lyd_node*> next;
     for (const lyd_node* parent : level) {
-      const std::vector<const lyd_node*> found = tree.Entries(parent, *node);
+      const std::vector<const lyd_node*> found =
+          i < changed_levels ? ChangedEntries(*diff, parent, *chain[i])
+                             : tree.Entries(parent, *chain[i]);
       next.insert(next.end(), found.begin(), found.end());
     }
     level = std::move(next);
@@ -95,16 +114,38 @@ bool Runs(const Diff& diff, const PointCall& call) {
                      });
 }
 
-std::vector<PointCall> CallsOf(const UseSite& site, const DataTree& tree) {
+// On how many levels, from the root down, the nodes above a call must have
+// changed so that it can run: down to the highest node that a dependency starts
+// from. A search through the changes is faster than one through all nodes.
+std::size_t ChangedLevels(const Diff& diff, const UseSite& site) {
+  if (site.dependencies.empty()) return 0;
+  const std::size_t depth = Chain(site.node).size();
+  std::size_t levels = depth;
+  for (const Dependency& dependency : site.dependencies) {
+    if (dependency.absolute) {
+      if (ChangedFrom(diff, nullptr, dependency.steps)) return 0;
+    } else {
+      levels = std::min(levels, depth - std::min(dependency.ups, depth));
+    }
+  }
+  return levels;
+}
+
+// All calls of a site; given the diff, at least all that run.
+std::vector<PointCall> CallsOf(const UseSite& site, const DataTree& tree,
+                               const Diff* diff) {
+  const std::size_t changed_levels =
+      diff == nullptr ? 0 : ChangedLevels(*diff, site);
   std::vector<PointCall> calls;
   if (site.call_once) {
-    for (const lyd_node* parent :
-         Instances(tree, Chain(lysc_data_parent(site.node)))) {
+    for (const lyd_node* parent : Instances(
+             tree, Chain(lysc_data_parent(site.node)), diff, changed_levels)) {
       calls.push_back({&site, parent, nullptr});
     }
     return calls;
   }
-  for (const lyd_node* instance : Instances(tree, Chain(site.node))) {
+  for (const lyd_node* instance :
+       Instances(tree, Chain(site.node), diff, changed_levels)) {
     calls.push_back({&site, lyd_parent(instance), instance});
   }
   return calls;
@@ -115,7 +156,7 @@ std::vector<PointCall> CallsOf(const UseSite& site, const DataTree& tree) {
 std::vector<PointCall> AllCalls(const DataTree& candidate) {
   std::vector<PointCall> all;
   for (const UseSite& site : candidate.model().use_sites()) {
-    const std::vector<PointCall> calls = CallsOf(site, candidate);
+    const std::vector<PointCall> calls = CallsOf(site, candidate, nullptr);
     all.insert(all.end(), calls.begin(), calls.end());
   }
   return all;
@@ -123,8 +164,10 @@ std::vector<PointCall> AllCalls(const DataTree& candidate) {
 
 std::vector<PointCall> PlanCalls(const DataTree& candidate, const Diff& diff) {
   std::vector<PointCall> plan;
-  for (const PointCall& call : AllCalls(candidate)) {
-    if (Runs(diff, call)) plan.push_back(call);
+  for (const UseSite& site : candidate.model().use_sites()) {
+    for (const PointCall& call : CallsOf(site, candidate, &diff)) {
+      if (Runs(diff, call)) plan.push_back(call);
+    }
   }
   return plan;
 }

@@ -1,6 +1,7 @@
 #include "host/datastore/data_tree.h"
 
 #include <arpa/inet.h>
+#include <libyang/plugins_types.h>
 
 #include <algorithm>
 #include <cctype>
@@ -340,13 +341,20 @@ std::vector<std::string> KeysOf(const lyd_node* entry) {
 }
 
 std::string CanonicalText(const lysc_node& leaf, const std::string& text) {
+  const confd_vtype value_type = Model::FactsOf(leaf).value_type;
+  const lysc_type& type = *reinterpret_cast<const lysc_node_leaf&>(leaf).type;
+  // A string has one form only (RFC 7950, section 9.4.2).
+  if (type.plugin->store == lyplg_type_store_string &&
+      !HasManyForms(value_type)) {
+    return text;
+  }
   const ly_ctx* context = leaf.module->ctx;
   const char* canonical = nullptr;
   if (lyd_value_validate(nullptr, &leaf, text.c_str(), text.size(), nullptr,
                          nullptr, &canonical) != LY_SUCCESS) {
     return text;
   }
-  std::string result = ByValueType(Model::FactsOf(leaf).value_type, canonical);
+  std::string result = ByValueType(value_type, canonical);
   lydict_remove(context, canonical);
   return result;
 }

@@ -17,6 +17,25 @@ void MoveToWhole(const DataTree& candidate, const lyd_node* parent,
   }
 }
 
+std::size_t NumberOf(const lyd_node* siblings) {
+  std::size_t count = 0;
+  for (; siblings != nullptr; siblings = siblings->next) ++count;
+  return count;
+}
+
+// Whether two instances of a node are seen to be the same at once. Most entries
+// of lists are; of those that are not, the changes are still to be found.
+bool IsSame(const lyd_node& before, const lyd_node& after) {
+  if (IsLeaf(*before.schema)) {
+    // Keys of one entry are equal, even if their texts differ.
+    return lysc_is_key(before.schema) ||
+           lyd_compare_single(&before, &after, 0) == LY_SUCCESS;
+  }
+  return before.schema->nodetype == LYS_LIST &&
+         lyd_compare_single(&before, &after, LYD_COMPARE_FULL_RECURSION) ==
+             LY_SUCCESS;
+}
+
 class Comparison {
  public:
   Comparison(const DataTree& running, const DataTree& candidate)
@@ -27,13 +46,19 @@ class Comparison {
   std::vector<Change> Children(const lyd_node* before, const lyd_node* after,
                                bool in_before, bool in_after) const {
     std::vector<Change> changes;
+    std::size_t in_both = 0;
     const lyd_node* node = in_after ? candidate_.FirstChild(after) : nullptr;
     for (; node != nullptr; node = node->next) {
       const lyd_node* old =
           in_before ? Counterpart(running_, before, *node) : nullptr;
+      // Only state data may have one node several times.
+      if (old != nullptr && (node->schema->flags & LYS_CONFIG_W) != 0) {
+        ++in_both;
+      }
       Append(old, node, &changes);
     }
     node = in_before ? running_.FirstChild(before) : nullptr;
+    if (NumberOf(node) == in_both) return changes;
     for (; node != nullptr; node = node->next) {
       if (in_after && Counterpart(candidate_, after, *node) != nullptr) {
         continue;  // compared above
@@ -49,13 +74,8 @@ class Comparison {
     const lysc_node* schema = (after != nullptr ? after : before)->schema;
     Change change{schema, before, after, {}};
     const bool in_both = before != nullptr && after != nullptr;
-    if (IsLeaf(*schema)) {
-      // Keys of one entry are equal, even if their texts differ.
-      if (in_both && (lysc_is_key(schema) ||
-                      lyd_compare_single(before, after, 0) == LY_SUCCESS)) {
-        return;
-      }
-    } else {
+    if (in_both && IsSame(*before, *after)) return;
+    if (!IsLeaf(*schema)) {
       change.children =
           Children(before, after, before != nullptr, after != nullptr);
       // A plain container is not a change: it exists with its parent.

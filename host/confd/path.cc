@@ -14,6 +14,9 @@ namespace {
 using datastore::DataTree;
 using datastore::Model;
 
+// No less than most paths have.
+constexpr std::size_t kUsualLength = 128;
+
 ConfdError BadPath(const std::string& reason) {
   return {CONFD_ERR_BADPATH, "bad path: " + reason};
 }
@@ -114,6 +117,7 @@ std::string PrintKeys(const lyd_node* entry) {
 std::string FormatPath(const char* format, va_list args) {
   if (format == nullptr) throw BadPath("null format");
   std::string path;
+  path.reserve(kUsualLength);
   for (const char* c = format;; ++c) {
     const std::size_t plain = std::strcspn(c, "%");
     path.append(c, plain);

@@ -22,10 +22,11 @@ const lyd_value& RealValue(const lyd_node& leaf) {
   return *value;
 }
 
-confd_buf_t HeapBuffer(const std::string& bytes) {
+confd_buf_t HeapBuffer(std::string_view bytes) {
   auto* copy = static_cast<unsigned char*>(std::malloc(bytes.size() + 1));
   if (copy == nullptr) throw std::bad_alloc();
-  std::memcpy(copy, bytes.c_str(), bytes.size() + 1);
+  std::memcpy(copy, bytes.data(), bytes.size());
+  copy[bytes.size()] = '\0';
   return {static_cast<unsigned>(bytes.size()), copy};
 }
 
@@ -174,11 +175,13 @@ OwnedValue ValueOf(const lyd_node& leaf) {
     SetNumber(from, &value);
     return OwnedValue(value);
   }
-  const std::string text = lyd_value_get_canonical(LYD_CTX(&leaf), &from);
+  const char* const canonical = lyd_value_get_canonical(LYD_CTX(&leaf), &from);
+  if (value.type == C_BUF) {
+    value.val.buf = HeapBuffer(canonical);
+    return OwnedValue(value);
+  }
+  const std::string text = canonical;
   switch (value.type) {
-    case C_BUF:
-      value.val.buf = HeapBuffer(text);
-      break;
     case C_BINARY:
       value.val.buf = HeapBuffer(Octets(text));
       break;

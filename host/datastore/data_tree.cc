@@ -343,9 +343,9 @@ std::vector<std::string> KeysOf(const lyd_node* entry) {
 std::string CanonicalText(const lysc_node& leaf, const std::string& text) {
   const confd_vtype value_type = Model::FactsOf(leaf).value_type;
   const lysc_type& type = *reinterpret_cast<const lysc_node_leaf&>(leaf).type;
-  // A string has one form only (RFC 7950, section 9.4.2).
+  // For libyang, a string is its own canonical form (RFC 7950, section 9.4.2).
   if (type.plugin->store == lyplg_type_store_string &&
-      !HasManyForms(value_type)) {
+      ByValueType(value_type, text) == text) {
     return text;
   }
   const ly_ctx* context = leaf.module->ctx;

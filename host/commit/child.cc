@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +16,6 @@
 #include <system_error>
 #include <utility>
 
-#include "host/base/file_descriptor.h"
 #include "host/commit/supervisor.h"
 
 namespace ipav::commit {
@@ -96,31 +96,23 @@ class Decoder {
   std::size_t at_ = 0;
 };
 
-// The pipes between the host and the child.
-struct Lines {
-  Pipe messages;
-  Pipe output;
-  Pipe lifeline;  // the host closes it to kill the child
-  Pipe end;       // the supervisor's ChildEnd
+struct Connection {
+  FileDescriptor host;
+  FileDescriptor server;
 };
 
-// Each process closes the ends that belong to the other.
-void KeepHostEnds(Lines* lines) {
-  lines->messages.write_end.Close();
-  lines->output.write_end.Close();
-  lines->lifeline.read_end.Close();
-  lines->end.write_end.Close();
+Connection MakeConnection() {
+  std::array<int, 2> fds{};
+  if (socketpair(AF_UNIX, SOCK_STREAM, 0, fds.data()) != 0) {
+    throw SystemError("socketpair");
+  }
+  const FileDescriptor host(fds[0]);
+  const FileDescriptor server(fds[1]);
+  return {AboveStandardFiles(host), AboveStandardFiles(server)};
 }
 
-void KeepChildEnds(Lines* lines) {
-  lines->messages.read_end.Close();
-  lines->output.read_end.Close();
-  lines->lifeline.write_end.Close();
-  lines->end.read_end.Close();
-}
-
-// Sends the child's output to the host. It is unbuffered, so that output before
-// a crash is not lost.
+// Sends the output of the children to the host. It is unbuffered, so that
+// output before a crash is not lost.
 void RedirectOutput(const FileDescriptor& output) {
   dup2(output.get(), STDOUT_FILENO);
   dup2(output.get(), STDERR_FILENO);
@@ -130,74 +122,71 @@ void RedirectOutput(const FileDescriptor& output) {
 // The capacity of a pipe.
 constexpr std::size_t kReadSize = 65536;
 
-// One of the pipes that the host reads.
+// What the host reads of one pipe, or of the supervisor.
 struct Inlet {
-  const FileDescriptor& pipe;
+  const FileDescriptor& file;
   std::size_t max_size;
   std::string bytes;
+
+  bool is_full() const { return bytes.size() == max_size; }
 };
 
-// Reads a pipe, and keeps what there is room for; disables the entry at the
-// end.
-void ReadSome(pollfd* entry, Inlet* inlet, std::string* buffer) {
-  if (entry->fd < 0 || entry->revents == 0) return;
-  const ssize_t count = read(entry->fd, buffer->data(), buffer->size());
-  if (count > 0) {
-    const std::size_t room = inlet->max_size - inlet->bytes.size();
-    inlet->bytes.append(buffer->data(),
-                        std::min(room, static_cast<std::size_t>(count)));
-  } else if (count == 0 || errno != EINTR) {
-    entry->fd = -1;
-  }
-}
-
-struct Received {
-  std::string messages;
-  std::string output;
-  std::string end;
-  bool too_much;  // the child wrote more than there is room for
-};
-
-// Reads all pipes until the supervisor has ended. A process that it could not
-// kill may keep the other ends open.
-Received Receive(Lines* lines) {
-  std::array<Inlet, 3> inlets = {{{lines->messages.read_end, kMaxMessages, ""},
-                                  {lines->output.read_end, kMaxOutput, ""},
-                                  {lines->end.read_end, sizeof(ChildEnd), ""}}};
-  std::array<pollfd, 3> open{};
-  for (std::size_t i = 0; i < open.size(); ++i) {
-    open.at(i) = {inlets.at(i).pipe.get(), POLLIN, 0};
-  }
-  const auto is_open = [](const pollfd& entry) { return entry.fd >= 0; };
-  std::string buffer(kReadSize, '\0');
-  bool too_much = false;
-  while (std::any_of(open.begin(), open.end(), is_open)) {
-    const bool ended = !is_open(open.back());
-    const int ready = poll(open.data(), open.size(), ended ? 0 : -1);
-    if (ready < 0 && errno != EINTR) throw SystemError("poll");
-    if (ready == 0) break;
-    for (std::size_t i = 0; ready > 0 && i < open.size(); ++i) {
-      ReadSome(&open.at(i), &inlets.at(i), &buffer);
+// All that the host reads of a child and its supervisor.
+class Inlets {
+ public:
+  Inlets(const FileDescriptor& message_pipe, const FileDescriptor& output_pipe,
+         const FileDescriptor& control)
+      : messages{message_pipe, kMaxMessages, ""},
+        output{output_pipe, kMaxOutput, ""},
+        end{control, sizeof(ChildEnd), ""} {
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+      open_.at(i) = {inlets_.at(i)->file.get(), POLLIN, 0};
     }
-    too_much = inlets[0].bytes.size() == kMaxMessages ||
-               inlets[1].bytes.size() == kMaxOutput;
-    if (too_much) lines->lifeline.write_end.Close();
   }
-  return {std::move(inlets[0].bytes), std::move(inlets[1].bytes),
-          std::move(inlets[2].bytes), too_much};
-}
 
-// Waits for the supervisor. Returns its status, which replaces the child's if
-// the supervisor was killed before it reported.
-int WaitFor(pid_t supervisor) {
-  int wait_status = SIGKILL;
-  while (waitpid(supervisor, &wait_status, 0) < 0 && errno == EINTR) {
+  // Reads what there is. Waits for it, at most so many milliseconds (-1: as
+  // long as it takes). False if there was nothing.
+  bool Read(int milliseconds) {
+    const int ready = poll(open_.data(), open_.size(), milliseconds);
+    if (ready < 0 && errno != EINTR) throw SystemError("poll");
+    for (std::size_t i = 0; ready > 0 && i < open_.size(); ++i) {
+      ReadSome(&open_.at(i), inlets_.at(i));
+    }
+    return ready != 0;
   }
-  return wait_status;
-}
 
-ChildEnd EndOf(const std::string& bytes, int status_of_supervisor) {
-  ChildEnd end{0, status_of_supervisor, 0};
+  // Whether the child has ended, or the supervisor.
+  bool have_end() const { return open_.back().fd < 0; }
+
+  Inlet messages;
+  Inlet output;
+  Inlet end;
+
+ private:
+  // Keeps what there is room for. The file is not read any more at its end, and
+  // that of the supervisor when it has answered.
+  void ReadSome(pollfd* entry, Inlet* inlet) {
+    if (entry->fd < 0 || entry->revents == 0) return;
+    const ssize_t count = read(entry->fd, buffer_.data(), buffer_.size());
+    if (count > 0) {
+      const std::size_t room = inlet->max_size - inlet->bytes.size();
+      inlet->bytes.append(buffer_.data(),
+                          std::min(room, static_cast<std::size_t>(count)));
+    } else if (count == 0 || errno != EINTR) {
+      entry->fd = -1;
+    }
+    if (inlet == &end && end.is_full()) entry->fd = -1;
+  }
+
+  std::array<Inlet*, 3> inlets_ = {&messages, &output, &end};
+  std::array<pollfd, 3> open_{};
+  std::string buffer_ = std::string(kReadSize, '\0');
+};
+
+// What the supervisor sent. If it was killed before it reported, its own status
+// replaces the child's.
+ChildEnd EndOf(const std::string& bytes) {
+  ChildEnd end{0, SIGKILL, 0};
   if (bytes.size() == sizeof(end)) {
     std::memcpy(&end, bytes.data(), sizeof(end));
   }
@@ -205,12 +194,18 @@ ChildEnd EndOf(const std::string& bytes, int status_of_supervisor) {
   return end;
 }
 
-Stopped WhyStopped(const Received& received, const ChildEnd& end) {
-  if (received.too_much) return Stopped::kOutputLimit;
-  return end.timed_out != 0 ? Stopped::kTimeLimit : Stopped::kNot;
-}
+// How much longer than for its child a server is waited for: it may hang in
+// what it does to warm up.
+constexpr TimeLimit kGrace{1000};
 
 }  // namespace
+
+struct ForkServer::Received {
+  std::string messages;
+  std::string output;
+  std::string end;
+  bool too_much;  // the child wrote more than there is room for
+};
 
 void Reporter::Hold(const Message& message) const {
   held_ += message.kind;
@@ -227,35 +222,104 @@ void Reporter::Send(const Message& message) const {
   static_cast<void>(base::WriteAll(fd_, std::exchange(held_, {})));
 }
 
-ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
-                       TimeLimit limit) {
-  Lines lines = {MakePipe(), MakePipe(), MakePipe(), MakePipe()};
-  // Otherwise the child would print the content of our buffers a second time.
-  static_cast<void>(std::fflush(nullptr));
-  const pid_t supervisor = fork();
-  if (supervisor < 0) throw SystemError("fork");
-  if (supervisor == 0) {
-    KeepChildEnds(&lines);
-    BecomeSupervisor(lines.lifeline.read_end.get(), lines.end.write_end.get(),
-                     limit, [&] {
-                       RedirectOutput(lines.output.write_end);
-                       body(Reporter(lines.messages.write_end.get()));
-                       static_cast<void>(std::fflush(nullptr));
-                     });
-  }
+ForkServer::ForkServer(Body body, std::function<void()> warm_up)
+    : body_(std::move(body)), warm_up_(std::move(warm_up)) {}
 
-  KeepHostEnds(&lines);
-  Received received = Receive(&lines);
-  const ChildEnd end = EndOf(received.end, WaitFor(supervisor));
-  ChildReport report{{},
-                     std::move(received.output),
-                     end.wait_status,
-                     WhyStopped(received, end)};
+ForkServer::~ForkServer() {
+  if (server_ >= 0) static_cast<void>(Stop());
+}
+
+void ForkServer::Start() {
+  Connection control = MakeConnection();
+  Pipe messages = MakePipe();
+  Pipe output = MakePipe();
+  // Otherwise a child would print the content of our buffers a second time.
+  static_cast<void>(std::fflush(nullptr));
+  server_ = fork();
+  if (server_ < 0) throw SystemError("fork");
+  if (server_ == 0) {
+    control.host.Close();
+    messages.read_end.Close();
+    output.read_end.Close();
+    RedirectOutput(output.write_end);
+    const auto body = [&](const std::string& request) {
+      body_(request, Reporter(messages.write_end.get()));
+      static_cast<void>(std::fflush(nullptr));
+    };
+    BecomeSupervisor(control.server.get(), {body, warm_up_});
+  }
+  control_ = std::move(control.host);
+  messages_ = std::move(messages.read_end);
+  output_ = std::move(output.read_end);
+}
+
+// Ends the server, which has no child now. Returns its status.
+int ForkServer::Stop() {
+  control_.Close();
+  // The pipe is cut off when the server ends.
+  pollfd server_end = {messages_.get(), 0, 0};
+  const int grace = static_cast<int>(kGrace.count());
+  if (poll(&server_end, 1, grace) == 0) kill(server_, SIGKILL);
+  messages_.Close();
+  output_.Close();
+  int wait_status = SIGKILL;
+  while (waitpid(server_, &wait_status, 0) < 0 && errno == EINTR) {
+  }
+  server_ = -1;
+  return wait_status;
+}
+
+ForkServer::Received ForkServer::Receive(TimeLimit limit) {
+  const bool is_limited = limit != base::kNoTimeLimit;
+  const base::Countdown countdown(is_limited ? limit + kGrace : limit);
+  Inlets inlets(messages_, output_, control_);
+  const auto is_full = [&] {
+    return inlets.messages.is_full() || inlets.output.is_full();
+  };
+  bool too_much = false;
+  // 1. Until the child has ended, or the server.
+  while (!inlets.have_end()) {
+    if (!inlets.Read(countdown.ForPoll())) kill(server_, SIGKILL);
+    if (!too_much && is_full()) {
+      too_much = true;
+      shutdown(control_.get(), SHUT_WR);  // kills the child
+    }
+  }
+  // 2. What is on its way. A process that was not killed may keep the pipes
+  // open.
+  while (inlets.Read(0)) {
+  }
+  too_much = too_much || is_full();
+  return {std::move(inlets.messages.bytes), std::move(inlets.output.bytes),
+          std::move(inlets.end.bytes), too_much};
+}
+
+ChildReport ForkServer::Run(const std::string& request, TimeLimit limit) {
+  if (server_ < 0) Start();
+  SendRequest(control_.get(), request, limit);
+  Received received = Receive(limit);
+  ChildEnd end = EndOf(received.end);
+  const bool reported = received.end.size() == sizeof(end);
+  if (!reported || received.too_much) {
+    const int status = Stop();
+    if (!reported) end.wait_status = status;
+  }
+  ChildReport report{
+      {}, std::move(received.output), end.wait_status, Stopped::kNot};
+  if (end.timed_out != 0) report.stopped = Stopped::kTimeLimit;
+  if (received.too_much) report.stopped = Stopped::kOutputLimit;
   Decoder decoder(received.messages);
   for (Message message{}; decoder.Next(&message);) {
     report.messages.push_back(message);
   }
   return report;
+}
+
+ChildReport RunInChild(const std::function<void(const Reporter&)>& body,
+                       TimeLimit limit) {
+  ForkServer server(
+      [&](const std::string&, const Reporter& reporter) { body(reporter); });
+  return server.Run("", limit);
 }
 
 }  // namespace ipav::commit

@@ -43,7 +43,9 @@ struct Answer {
   std::optional<std::string> exception;  // text of its exception, if any
 };
 
-// Whether the commit continues after this answer, as after a warning.
+// Whether the commit continues after this result of a callback, as after a
+// warning, which is shown to the operator.
+bool IsAccepting(std::int32_t result);
 bool Accepts(const Answer& answer);
 
 // The total of all calls of one validation point.

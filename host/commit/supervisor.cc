@@ -5,12 +5,15 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <vector>
@@ -48,9 +51,6 @@ void ReadFromNothing() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != supervisor) _exit(1);  // it ended before the line above
   sigprocmask(SIG_SETMASK, &mask, nullptr);
-  const rlimit no_core{0, 0};
-  setrlimit(RLIMIT_CORE, &no_core);
-  ReadFromNothing();
   body();
   _exit(0);
 }
@@ -70,21 +70,21 @@ void Discard(int child_signals) {
   }
 }
 
-enum class Awaited { kEnd, kLifeline, kTimeOver };
-
-Awaited Await(pid_t child, int child_signals, int lifeline,
-              base::TimeLimit limit) {
+// Waits until the child or the host has ended, or the time is over. Returns
+// whether it is over. Until the child has ended, the host sends nothing.
+bool IsTimeOver(pid_t child, int child_signals, int control,
+                base::TimeLimit limit) {
   const base::Countdown countdown(limit);
   std::array<pollfd, 2> open = {
-      {{child_signals, POLLIN, 0}, {lifeline, POLLIN, 0}}};
+      {{child_signals, POLLIN, 0}, {control, POLLIN, 0}}};
   while (!HasEnded(child)) {
     const int ready = poll(open.data(), open.size(), countdown.ForPoll());
-    if (ready == 0) return Awaited::kTimeOver;
-    if (ready < 0 && errno != EINTR) return Awaited::kLifeline;
-    if (ready > 0 && open.back().revents != 0) return Awaited::kLifeline;
+    if (ready == 0) return true;
+    if (ready < 0 && errno != EINTR) return false;
+    if (ready > 0 && open.back().revents != 0) return false;
     Discard(child_signals);
   }
-  return Awaited::kEnd;
+  return false;
 }
 
 // Processes whose parent is this one.
@@ -119,31 +119,86 @@ int EndAll(pid_t child) {
   return wait_status;
 }
 
-// A failure to write is ignored: the host has ended and needs no answer.
-[[noreturn]] void Report(int end, const ChildEnd& message) {
-  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-  static_cast<void>(write(end, &message, sizeof(message)) == 0);
-  _exit(0);
+// What comes before each request. Sent as it is in memory, without padding.
+struct Heading {
+  std::int64_t limit;  // in milliseconds
+  std::uint64_t size;  // of the request
+};
+
+// False if the other end is closed.
+bool Receive(int control, void* bytes, std::size_t size) {
+  if (size == 0) return true;  // recv(2) would wait
+  return recv(control, bytes, size, MSG_WAITALL) == static_cast<ssize_t>(size);
+}
+
+bool Send(int control, const void* bytes, std::size_t size) {
+  const auto* rest = static_cast<const char*>(bytes);
+  while (size > 0) {
+    const ssize_t sent = send(control, rest, size, MSG_NOSIGNAL);
+    if (sent < 0 && errno != EINTR) return false;
+    if (sent > 0) {
+      rest += sent;
+      size -= static_cast<std::size_t>(sent);
+    }
+  }
+  return true;
+}
+
+// The next request, and the time limit of its child; false if there is none.
+bool TakeRequest(int control, std::string* request, base::TimeLimit* limit) {
+  Heading heading{};
+  if (!Receive(control, &heading, sizeof(heading))) return false;
+  *limit = base::TimeLimit(heading.limit);
+  request->resize(heading.size);
+  return Receive(control, request->data(), request->size());
+}
+
+// A failure is ignored: the host has ended and needs no answer.
+void Report(int control, const ChildEnd& end) {
+  static_cast<void>(Send(control, &end, sizeof(end)));
 }
 
 }  // namespace
 
-void BecomeSupervisor(int lifeline, int end, base::TimeLimit limit,
-                      const std::function<void()>& body) noexcept {
+void BecomeSupervisor(int control, const Supervised& supervised) noexcept {
   setsid();  // signals of the terminal go to the host only
   prctl(PR_SET_CHILD_SUBREAPER, 1);
+  const rlimit no_core{0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+  ReadFromNothing();
   sigset_t mask;
   const int child_signals = OpenChildSignals(&mask);
   const pid_t supervisor = getpid();
-  const pid_t child = fork();
-  if (child < 0) Report(end, {errno, 0, 0});
-  if (child == 0) {
-    for (const int fd : {lifeline, end, child_signals}) close(fd);
-    RunChild(supervisor, mask, body);
+  bool is_warm = supervised.warm_up == nullptr;
+  std::string request;
+  base::TimeLimit limit{};
+  while (TakeRequest(control, &request, &limit)) {
+    const pid_t child = fork();
+    if (child == 0) {
+      for (const int fd : {control, child_signals}) close(fd);
+      RunChild(supervisor, mask, [&] { supervised.body(request); });
+    }
+    if (child < 0) {
+      Report(control, {errno, 0, 0});
+      continue;
+    }
+    const bool time_over = IsTimeOver(child, child_signals, control, limit);
+    const int wait_status = EndAll(child);
+    Report(control, {0, wait_status, time_over ? 1 : 0});
+    if (!is_warm && wait_status == 0) {
+      supervised.warm_up();
+      is_warm = true;
+    }
   }
-  const bool timed_out =
-      Await(child, child_signals, lifeline, limit) == Awaited::kTimeOver;
-  Report(end, {0, EndAll(child), timed_out ? 1 : 0});
+  EndOrphans();
+  _exit(0);
+}
+
+void SendRequest(int control, const std::string& request,
+                 base::TimeLimit limit) {
+  const Heading heading{limit.count(), request.size()};
+  static_cast<void>(Send(control, &heading, sizeof(heading)) &&
+                    Send(control, request.data(), request.size()));
 }
 
 }  // namespace ipav::commit

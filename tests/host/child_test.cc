@@ -29,6 +29,7 @@ namespace {
 using host_test::Contains;
 using ipav::base::TimeLimit;
 using ipav::commit::ChildReport;
+using ipav::commit::ForkServer;
 using ipav::commit::kMaxMessages;
 using ipav::commit::kMaxOutput;
 using ipav::commit::Message;
@@ -334,8 +335,6 @@ TEST(Child, WorksForAHostWithoutStandardFiles) {
   EXPECT_EQ(answer, 'y');
 }
 
-// --- Limits
-
 // Deaf to all that can be ignored.
 [[noreturn]] void Hang() {
   for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGALRM}) {
@@ -343,6 +342,50 @@ TEST(Child, WorksForAHostWithoutStandardFiles) {
   }
   for (;;) pause();
 }
+
+// --- A server for many children
+
+TEST(ForkServer, GivesEachChildItsRequestAndWhatTheHostHad) {
+  int seen = 0;
+  ForkServer server([&](const std::string& request, const Reporter& reporter) {
+    reporter.Send({'m', {request, std::to_string(++seen)}});
+  });
+  for (const std::string& request :
+       {std::string(), std::string("a"), std::string(1U << 20, 'b')}) {
+    ExpectOneMessage(server.Run(request), {request, "1"});
+  }
+}
+
+TEST(ForkServer, WarmsUpOnceAfterAChildThatEndedWell) {
+  int warm = 0;
+  ForkServer server(
+      [&](const std::string& request, const Reporter& reporter) {
+        reporter.Send({'m', {std::to_string(warm)}});
+        if (request == "fail") _exit(1);
+      },
+      [&] { ++warm; });
+  const char* const requests[] = {"fail", "", "", "fail", ""};
+  const char* const expected[] = {"0", "0", "1", "1", "1"};
+  for (std::size_t i = 0; i < std::size(requests); ++i) {
+    ExpectOneMessage(server.Run(requests[i]), {expected[i]});
+  }
+}
+
+TEST(ForkServer, IsReplacedWhenItWasKilledOrHangs) {
+  ForkServer server(
+      [](const std::string& request, const Reporter& reporter) {
+        reporter.Send({'m', {request}});
+        if (request == "kill") kill(getppid(), SIGKILL);
+      },
+      [] { Hang(); });
+  const TimeLimit limit(1000);
+  EXPECT_EQ(server.Run("kill", limit).wait_status, SIGKILL);
+  ExpectOneMessage(server.Run("good", limit), {"good"});
+  EXPECT_EQ(server.Run("hangs before", limit).wait_status, SIGKILL);
+  ExpectOneMessage(server.Run("good", limit), {"good"});
+}
+
+// --- Limits
 
 TEST(ChildLimit, LeavesAChildInTimeAlone) {
   for (const TimeLimit limit : {TimeLimit(60000), ipav::base::kNoTimeLimit}) {

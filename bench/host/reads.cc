@@ -1,10 +1,12 @@
-// Measures one read of the daemon's interface in the embedded host for several
-// numbers of interfaces: in the order of the configuration, as the plug-in
-// reads, and in random order. One iteration is one call.
+// Measures the embedded host for several numbers of interfaces: one read of the
+// daemon's interface, in the order of the configuration, as the plug-in reads,
+// and in random order; and one verdict on a changed address, of a whole commit
+// and of the engine.
 
 #include <benchmark/benchmark.h>
 #include <confd_lib.h>
 #include <confd_maapi.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -16,10 +18,13 @@
 #include <string>
 #include <vector>
 
+#include "host/commit/commit.h"
 #include "host/confd/session.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/diff.h"
 #include "host/datastore/model.h"
+#include "host/engine/edits.h"
+#include "host/engine/engine.h"
 
 namespace ipav::bench {
 
@@ -179,6 +184,83 @@ void GetNext(State& state) {
   maapi_destroy_cursor(&cursor);
 }
 
+double ProcessorSeconds() {
+  double seconds = 0;
+  for (const int whose : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+    rusage usage{};
+    getrusage(whose, &usage);
+    for (const timeval& time : {usage.ru_utime, usage.ru_stime}) {
+      seconds += static_cast<double>(time.tv_sec) +
+                 static_cast<double>(time.tv_usec) / 1e6;
+    }
+  }
+  return seconds;
+}
+
+// The time of the processor of all processes, children included.
+class ProcessorTime {
+ public:
+  explicit ProcessorTime(State* state) : state_(*state) {}
+  ~ProcessorTime() {
+    state_.counters["processor"] = benchmark::Counter(
+        ProcessorSeconds() - start_, benchmark::Counter::kAvgIterations);
+  }
+  ProcessorTime(const ProcessorTime&) = delete;
+  ProcessorTime& operator=(const ProcessorTime&) = delete;
+
+ private:
+  State& state_;
+  const double start_ = ProcessorSeconds();
+};
+
+const engine::Edit& ChangedAddress() {
+  static const engine::Edit kEdit = {
+      "/vorplex-config:config/interface/ipapp:l3[name='users-128']"
+      "/ipv4/address/ip",
+      "10.0.2.2/30"};
+  return kEdit;
+}
+
+commit::Options AllPoints() { return {IPAV_PLUGIN, true}; }
+
+void RequireAccepted(const commit::Outcome& outcome) {
+  Require(outcome.verdict == commit::Verdict::kAccepted &&
+          !outcome.answers.empty());
+}
+
+// Not kept: fork(2) takes longer, the more memory a process has.
+DataTree FreshTree(const State& state) {
+  const std::string text = Configuration(static_cast<int>(state.range(0)));
+  return DataTree::FromText(ProjectModel(), {"generated", text, 0, LYD_XML});
+}
+
+void JudgeByEngine(State& state) {
+  const DataTree running = FreshTree(state);
+  const ProcessorTime time(&state);
+  engine::Engine engine(running, AllPoints());
+  for (auto _ : state) RequireAccepted(engine.Judge({ChangedAddress()}));
+}
+
+void JudgeByCommit(State& state) {
+  const DataTree running = FreshTree(state);
+  const DataTree candidate =
+      engine::Edited(FreshTree(state), {ChangedAddress()});
+  const ProcessorTime time(&state);
+  for (auto _ : state) {
+    RequireAccepted(commit::RunCommit(running, candidate, AllPoints()));
+  }
+}
+
+template <typename Body>
+void RegisterVerdict(const std::string& name, const Body& body) {
+  benchmark::RegisterBenchmark(name.c_str(), body)
+      ->Arg(256)
+      ->Arg(1000)
+      ->Arg(10000)
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+}
+
 template <typename Body>
 void Register(const std::string& name, const Body& body) {
   benchmark::RegisterBenchmark(name.c_str(), body)
@@ -212,6 +294,8 @@ int main(int argc, char** argv) {
   RegisterRead("maapi_init_cursor and _destroy_cursor",
                "/ipv4/address/secondary", OpenCursor);
   Register("maapi_get_next", GetNext);
+  RegisterVerdict("verdict of a commit", JudgeByCommit);
+  RegisterVerdict("verdict of the engine", JudgeByEngine);
 
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

@@ -1,0 +1,134 @@
+#include "host/engine/edits.h"
+
+#include <libyang/libyang.h>
+
+#include <utility>
+
+#include "host/datastore/diff.h"
+#include "host/datastore/libyang_error.h"
+#include "host/datastore/libyang_ptr.h"
+#include "host/datastore/model.h"
+
+namespace ipav::engine {
+
+namespace {
+
+using datastore::DataTree;
+using datastore::Model;
+using datastore::Nodes;
+
+class Editor {
+ public:
+  Editor(const Model& model, Nodes nodes)
+      : model_(model),
+        nodes_(std::move(nodes)),
+        is_complete_(model_.judges_nodes_alone()) {}
+
+  void Make(const Edit& edit) {
+    datastore::ClearErrors(model_.context());
+    if (edit.value.has_value()) {
+      Set(edit.path, *edit.value);
+    } else {
+      Delete(edit.path);
+    }
+  }
+
+  DataTree Finish() {
+    DataTree tree = DataTree::FromNodes(model_, nodes_.release());
+    if (!is_complete_ && !tree.Complete()) {
+      throw EditError(datastore::FirstReason(model_.context()));
+    }
+    return tree;
+  }
+
+ private:
+  void Set(const std::string& path, const std::string& value) {
+    lyd_node* made = nullptr;
+    if (lyd_new_path(nodes_.get(), model_.context(), path.c_str(),
+                     value.c_str(), LYD_NEW_PATH_UPDATE, &made) != LY_SUCCESS) {
+      Refuse(path, datastore::FirstReason(model_.context()));
+    }
+    if (made == nullptr) return;  // it was so before
+    RequireNoKey(path, *made);
+    if (!datastore::IsLeaf(*made->schema)) is_complete_ = false;
+    KeepFirst(nodes_ == nullptr ? made : nodes_.release());
+  }
+
+  void Delete(const std::string& path) {
+    lyd_node* node = nullptr;
+    if (nodes_ == nullptr ||
+        lyd_find_path(nodes_.get(), path.c_str(), 0, &node) != LY_SUCCESS) {
+      Refuse(path, "there is no such node");
+    }
+    RequireNoKey(path, *node);
+    // A default value may take its place.
+    is_complete_ = false;
+    lyd_node* first = nodes_.release();
+    if (first == node) first = first->next;
+    lyd_free_tree(node);
+    KeepFirst(first);
+  }
+
+  void KeepFirst(lyd_node* node) {
+    nodes_.reset(node == nullptr ? nullptr : lyd_first_sibling(node));
+  }
+
+  // Its entry would be another one.
+  static void RequireNoKey(const std::string& path, const lyd_node& node) {
+    if (lysc_is_key(node.schema)) Refuse(path, "it is the key of an entry");
+  }
+
+  [[noreturn]] static void Refuse(const std::string& path,
+                                  const std::string& reason) {
+    throw EditError(path + ": " + reason);
+  }
+
+  const Model& model_;
+  Nodes nodes_;
+  // Whether the nodes are valid, with their default values.
+  bool is_complete_;
+};
+
+}  // namespace
+
+DataTree Edited(DataTree tree, const std::vector<Edit>& edits) {
+  Editor editor(tree.model(), tree.Release());
+  for (const Edit& edit : edits) editor.Make(edit);
+  return editor.Finish();
+}
+
+// Each edit is its path, and a sign with the value; each ends with a NUL, which
+// YANG text cannot contain (RFC 7950, section 14: yang-string).
+
+std::string Encode(const std::vector<Edit>& edits) {
+  std::string text;
+  for (const Edit& edit : edits) {
+    const std::string value = edit.value.has_value() ? '=' + *edit.value : "-";
+    for (const std::string& part : {edit.path, value}) {
+      if (part.find('\0') != std::string::npos) {
+        throw EditError("an edit with a NUL character");
+      }
+      text.append(part).append(1, '\0');
+    }
+  }
+  return text;
+}
+
+std::vector<Edit> Decode(const std::string& text) {
+  std::vector<Edit> edits;
+  std::size_t at = 0;
+  const auto take = [&] {
+    const std::size_t end = text.find('\0', at);
+    std::string part = text.substr(at, end - at);
+    at = end + 1;
+    return part;
+  };
+  while (at < text.size()) {
+    edits.push_back({take(), std::nullopt});
+    const std::string value = take();
+    if (value[0] == '=') edits.back().value = value.substr(1);
+  }
+  return edits;
+}
+
+}  // namespace ipav::engine

@@ -1,0 +1,39 @@
+// Changes of single nodes of a configuration.
+#ifndef IPAV_HOST_ENGINE_EDITS_H_
+#define IPAV_HOST_ENGINE_EDITS_H_
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/datastore/data_tree.h"
+
+namespace ipav::engine {
+
+struct Edit {
+  // Of one node, as libyang writes it: /module:container/list[key='a']/leaf.
+  std::string path;
+  // What a leaf becomes; empty for a new container or list entry. None deletes
+  // the node.
+  std::optional<std::string> value;
+};
+
+// An edit names no node, or the data model refuses what it leads to.
+class EditError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// The tree after the edits, made in their order. Throws EditError.
+datastore::DataTree Edited(datastore::DataTree tree,
+                           const std::vector<Edit>& edits);
+
+// The edits as one text, and back. Throws EditError for a text that no
+// configuration may hold.
+std::string Encode(const std::vector<Edit>& edits);
+std::vector<Edit> Decode(const std::string& text);
+
+}  // namespace ipav::engine
+
+#endif  // IPAV_HOST_ENGINE_EDITS_H_

@@ -1,0 +1,225 @@
+// The engine judges edits as a commit of the edited configuration is judged.
+#include "host/engine/engine.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "host/commit/commit.h"
+#include "host/datastore/diff.h"
+#include "host/engine/edits.h"
+#include "host/plugin/plugin.h"
+#include "tests/host/fixtures.h"
+
+namespace {
+
+using host_test::Contains;
+using host_test::L3With;
+using host_test::ProjectModel;
+using host_test::ProjectTree;
+using host_test::TestModel;
+using ipav::commit::Answer;
+using ipav::commit::Options;
+using ipav::commit::Outcome;
+using ipav::datastore::DataTree;
+using ipav::datastore::Diff;
+using ipav::engine::Edit;
+using ipav::engine::Edited;
+using ipav::engine::EditError;
+using ipav::engine::Engine;
+
+using Edits = std::vector<Edit>;
+
+constexpr ipav::base::TimeLimit kLimit{20000};
+
+void ExpectSame(const Outcome& outcome, const Outcome& expected) {
+  const auto fields = [](const Outcome& of) {
+    std::vector<std::string> texts = {of.failure, of.failed_point,
+                                      of.failed_path, of.output};
+    for (const Answer& answer : of.answers) {
+      texts.insert(texts.end(),
+                   {answer.opaque, answer.path, std::to_string(answer.result),
+                    answer.text.value_or("no text"),
+                    answer.exception.value_or("none thrown")});
+    }
+    for (const auto* more : {&of.faults, &of.left_open, &of.debug_lines}) {
+      texts.insert(texts.end(), more->begin(), more->end());
+    }
+    return std::make_tuple(of.verdict, of.planned, of.calls, std::move(texts));
+  };
+  EXPECT_EQ(fields(outcome), fields(expected));
+}
+
+std::string ErrorOf(Engine& engine, const Edits& edits) {
+  try {
+    engine.Judge(edits);
+  } catch (const EditError& error) {
+    return error.what();
+  }
+  ADD_FAILURE() << "no EditError";
+  return "";
+}
+
+// --- Edits
+
+constexpr char kL3[] = "/vorplex-config:config/interface/ipapp:l3[name='a']";
+
+std::string Running() {
+  return L3With(
+      "<mtu>1400</mtu><ipv4><address><ip>10.0.0.1/24</ip><secondary>"
+      "<ip>10.1.0.1/24</ip></secondary></address></ipv4>");
+}
+
+TEST(Edits, LeadToTheConfigurationThatAFileWouldHold) {
+  const std::string a = kL3;
+  const std::string b = "/vorplex-config:config/interface/ipapp:l3[name='b']";
+  const std::string addresses =
+      "<ipv4><address><ip>10.0.0.1/24</ip><secondary><ip>10.1.0.1/24</ip>"
+      "</secondary></address></ipv4>";
+  const struct {
+    Edits edits;
+    std::string text;
+  } cases[] = {
+      {{}, Running()},
+      {{{a + "/mtu", "1300"}}, L3With("<mtu>1300</mtu>" + addresses)},
+      {{{a + "/mtu", "1400"}}, Running()},
+      {{{a + "/mtu", std::nullopt}}, L3With(addresses)},  // has a default
+      {{{a + "/vrf", "blue"}},
+       L3With("<vrf>blue</vrf><mtu>1400</mtu>" + addresses)},
+      {{{a + "/ipv4/address/secondary[ip='10.1.0.1/24']", std::nullopt},
+        {a + "/ipv4/address/secondary[ip='10.2.0.1/24']", ""}},
+       L3With("<mtu>1400</mtu><ipv4><address><ip>10.0.0.1/24</ip><secondary>"
+              "<ip>10.2.0.1/24</ip></secondary></address></ipv4>")},
+      {{{a, std::nullopt}, {b + "/mtu", "1300"}},
+       "<config xmlns=\"urn:vorplex:config\"><interface>"
+       "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><mtu>1300</mtu></l3>"
+       "</interface></config>"},
+      {{{"/vorplex-config:config", std::nullopt}}, ""},
+      {{{"/vorplex-config:config", std::nullopt}, {a + "/mtu", "1400"}},
+       L3With("<mtu>1400</mtu>")}};
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.text);
+    const DataTree expected = one.text.empty() ? DataTree::Empty(ProjectModel())
+                                               : ProjectTree(one.text);
+    const DataTree edited = Edited(ProjectTree(Running()), one.edits);
+    EXPECT_TRUE(Diff(expected, edited).top().empty());
+    EXPECT_TRUE(Diff(edited, expected).top().empty());
+  }
+}
+
+TEST(Edits, AreRefusedWithTheReason) {
+  const std::string a = kL3;
+  const DataTree running = ProjectTree(Running());
+  Engine engine(running, {IPAV_PLUGIN, true, kLimit});
+  const struct {
+    Edit edit;
+    const char* reason;
+  } cases[] = {
+      {{a + "/color", "red"}, "Not found node \"color\" in path"},
+      {{a + "/mtu", "many"}, "Invalid type"},
+      {{a + "/mtu", "9999999"}, "9999999"},
+      {{"mtu", "1400"}, "mtu: "},
+      {{"", "1400"}, ": "},
+      {{a + "/name", "b"}, "/name: it is the key of an entry"},
+      {{a + "/name", std::nullopt}, "/name: it is the key of an entry"},
+      {{a + "/vrf", std::nullopt}, "/vrf: there is no such node"},
+      {{a + "/color", std::nullopt}, "/color: there is no such node"},
+      {{a + "/vrf", std::string("a\0b", 3)}, "an edit with a NUL character"}};
+  for (const auto& one : cases) {
+    EXPECT_TRUE(Contains(ErrorOf(engine, {one.edit}), one.reason));
+  }
+}
+
+TEST(Edits, AreRefusedWhereTheModelRefusesTheWhole) {
+  const TestModel model(
+      "container top { leaf a { type string; } "
+      "leaf b { type string; must \"../a\" { error-message \"b needs a\"; } } "
+      "}");
+  const DataTree tree = model.Tree("<top NS><a>1</a><b>2</b></top>");
+  Engine engine(tree, {IPAV_PLUGIN, true, kLimit});
+  EXPECT_EQ(ErrorOf(engine, {{"/m:top/a", std::nullopt}}), "b needs a");
+}
+
+// --- Verdicts
+
+TEST(Engine, JudgesEditsLikeACommit) {
+  const std::string a = kL3;
+  const std::string b = "/vorplex-config:config/interface/ipapp:l3[name='b']";
+  const Edits cases[] = {
+      {},
+      {{a + "/mtu", "1300"}},
+      {{a + "/ipv4/address/ip", "10.0.0.0/24"}},
+      {{a + "/ipv4/address/ip", "10.1.0.1/24"}},
+      {{a + "/ipv4/address/ip", "10.3.0.1/24"}},
+      {{a + "/ipv4/address/secondary[ip='10.1.0.1/24']", std::nullopt}},
+      {{b + "/ipv4/address/ip", "10.0.0.2/24"}},
+      {{a, std::nullopt}}};
+  const DataTree running = ProjectTree(Running());
+  const Options options{IPAV_PLUGIN, true, kLimit};
+  Engine engine(running, options);
+  for (int i = 0; i < 2; ++i) {
+    for (const Edits& edits : cases) {
+      SCOPED_TRACE(edits.empty() ? "" : edits[0].path);
+      const DataTree candidate = Edited(ProjectTree(Running()), edits);
+      ExpectSame(engine.Judge(edits),
+                 ipav::commit::RunCommit(running, candidate, options));
+    }
+  }
+}
+
+// What a plug-in does wrong is told as in a commit, and harms no later verdict.
+TEST(Engine, OutlivesThePlugin) {
+  const std::vector<std::string> deeds = {
+      "accept",         "refuse",        "throw",       "print-and-abort",
+      "null",           "exit-0",        "_exit",       "overflow-stack",
+      "leave-open",     "close-all",     "close-files", "kill-parent",
+      "spawn-and-hang", "write-for-ever"};
+  std::string leaves;
+  for (const std::string& deed : deeds) {
+    leaves += "leaf " + deed +
+              " { type string; tailf:validate test_set { tailf:opaque " + deed +
+              "; tailf:dependency \".\"; } } ";
+  }
+  const TestModel model("container top { " + leaves + "}");
+  const DataTree running = model.Tree("");
+  const Options options{std::string(IPAV_TEST_PLUGINS) + "/obeys_opaque.so",
+                        false, ipav::base::TimeLimit(2000)};
+  Engine engine(running, options);
+  for (const std::string& deed : deeds) {
+    SCOPED_TRACE(deed);
+    const Edits edits = {{"/m:top/" + deed, "x"}};
+    const DataTree candidate = Edited(model.Tree(""), edits);
+    Outcome expected = ipav::commit::RunCommit(running, candidate, options);
+    Outcome outcome = engine.Judge(edits);
+    for (Outcome* each : {&outcome, &expected}) {  // names processes
+      if (deed == "spawn-and-hang") each->debug_lines.clear();
+    }
+    ExpectSame(outcome, expected);
+    EXPECT_EQ(engine.Judge({{"/m:top/accept", "x"}}).verdict,
+              ipav::commit::Verdict::kAccepted);
+  }
+}
+
+TEST(Engine, LeavesNoProcess) {
+  const DataTree running = ProjectTree(Running());
+  {
+    Engine engine(running, {IPAV_PLUGIN, true, kLimit});
+    for (int i = 0; i < 3; ++i) engine.Judge({});
+  }
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(Engine, RefusesAFileThatIsNoPlugin) {
+  const DataTree running = ProjectTree(Running());
+  Engine engine(running, {"/no/such/plugin.so", true, kLimit});
+  EXPECT_THROW(engine.Judge({}), ipav::plugin::PluginError);
+  EXPECT_THROW(engine.Judge({}), ipav::plugin::PluginError);
+}
+
+}  // namespace

@@ -23,9 +23,13 @@ PREFIXES = "".join(
 AT_ONCE = float(os.environ.get("IPAV_AT_ONCE", "0.5"))
 
 
-def blocked_signals(process):
-    status = pathlib.Path(f"/proc/{process}/status").read_text()
-    return int(re.search(r"^SigBlk:\s*(\w+)", status, re.M).group(1), 16)
+def has_passed_client(relay):
+    """Whether a relay has passed its client to the server, and waits: it blocks
+    SIGTERM before, and sleeps after it."""
+    status = pathlib.Path(f"/proc/{relay}/status").read_text()
+    blocked = int(re.search(r"^SigBlk:\s*(\w+)", status, re.M).group(1), 16)
+    is_blocked = (blocked >> signal.SIGTERM - 1 & 1) == 1
+    return is_blocked and "\nState:\tS" in status
 
 
 class BusyServerTest(ServerTest):
@@ -359,10 +363,8 @@ class RobustnessTest(BusyServerTest):
             client = socket.socket(socket.AF_UNIX)
             client.connect(self.server.socket)
             client.close()
-        # They block SIGTERM when they pass their clients to the server.
         wait_until(lambda: 10 == sum(
-            blocked_signals(relay) >> signal.SIGTERM - 1 & 1
-            for relay in self.relays() - before), self.server.log)
+            map(has_passed_client, self.relays() - before)), self.server.log)
         for relay in self.relays() - before:
             os.kill(relay, signal.SIGKILL)
         self.server.process.send_signal(signal.SIGCONT)

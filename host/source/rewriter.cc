@@ -185,13 +185,14 @@ std::vector<Replacement> Compose(const std::vector<Replacement>& first,
   const std::vector<Span> places = PlacesOf(first);
   std::vector<Span> changed = places;
   for (const Replacement& each : second) changed.push_back(each.span);
+  const std::vector<Span> parts = Merged(std::move(changed));
   // 2. Each becomes one replacement.
   std::vector<Replacement> composed;
   std::size_t one = 0;
   std::size_t two = 0;
   std::size_t begin = 0;  // in the first text, after the last part
   std::size_t at = 0;     // the same in the text between
-  for (const Span& part : Merged(std::move(changed))) {
+  for (const Span& part : parts) {
     begin += part.begin - at;
     std::size_t end = begin;
     at = part.begin;

@@ -120,12 +120,7 @@ std::optional<DataTree> Apply(const std::vector<Edit>& edits,
                               const DataTree& running,
                               const DataTree& candidate) {
   // 1. A copy, and its nodes.
-  lyd_node* first = nullptr;
-  if (candidate.FirstChild(nullptr) != nullptr) {
-    Require(lyd_dup_siblings(candidate.FirstChild(nullptr), nullptr, kOptions,
-                             &first));
-  }
-  DataTree copy = DataTree::FromNodes(candidate.model(), first);
+  DataTree copy = candidate.Copy();
   std::vector<FoundEdit> found;
   for (const Edit& edit : edits) {
     const std::optional<FoundEdit> one = Find(edit, running, copy);
@@ -138,7 +133,7 @@ std::optional<DataTree> Apply(const std::vector<Edit>& edits,
     if (!is_known) found.push_back(*one);
   }
   // 2. The edits.
-  first = copy.Release().release();
+  lyd_node* first = copy.Release().release();
   bool is_possible = true;
   for (const FoundEdit& one : found) is_possible &= Make(one, &first);
   DataTree edited = DataTree::FromNodes(

@@ -17,12 +17,6 @@ namespace {
 using datastore::Change;
 using datastore::DataTree;
 
-// A default value comes and goes with its parent.
-bool IsImplicit(const Change& change) {
-  const bool in_both = change.before != nullptr && change.after != nullptr;
-  return !in_both && (change.Node()->flags & LYD_DEFAULT) != 0;
-}
-
 // The copy of a node of the running configuration; null for null.
 lyd_node* CopyOf(const DataTree& copy, const lyd_node* node) {
   if (node == nullptr) return nullptr;
@@ -88,11 +82,10 @@ void Require(LY_ERR error) {
   if (error != LY_SUCCESS) throw std::bad_alloc();
 }
 
-lyd_node* Duplicate(const lyd_node* node, bool with_siblings) {
-  constexpr std::uint32_t kOptions = LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS;
+lyd_node* Duplicate(const lyd_node* node) {
   lyd_node* copy = nullptr;
-  Require(with_siblings ? lyd_dup_siblings(node, nullptr, kOptions, &copy)
-                        : lyd_dup_single(node, nullptr, kOptions, &copy));
+  Require(lyd_dup_single(node, nullptr, LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
+                         &copy));
   return copy;
 }
 
@@ -103,7 +96,7 @@ lyd_node* Apply(const Edits& edits, lyd_node* first) {
     lyd_free_tree(node);
   }
   for (const Edits::Insertion& insertion : edits.insertions) {
-    lyd_node* node = Duplicate(insertion.node, false);
+    lyd_node* node = Duplicate(insertion.node);
     Require(insertion.parent != nullptr
                 ? lyd_insert_child(insertion.parent, node)
                 : lyd_insert_sibling(first, node, &first));
@@ -139,7 +132,7 @@ Composer::Composer(const DataTree& running, const DataTree& goal)
 
 void Composer::AddItems(const std::vector<Change>& changes) {
   for (const Change& change : changes) {
-    if (IsImplicit(change)) continue;
+    if (change.IsImplicit()) continue;
     const bool in_both = change.before != nullptr && change.after != nullptr;
     if (!datastore::IsLeaf(*change.schema) &&
         (in_both || datastore::IsPlainContainer(*change.schema))) {
@@ -166,8 +159,7 @@ std::shared_ptr<const Composed> Composer::Compose(const State& state) const {
   if (state.empty()) return Given(running_);
   if (state == goal()) return Given(goal_);
   const datastore::Model& model = running_.model();
-  DataTree copy =
-      DataTree::FromNodes(model, Duplicate(running_.FirstChild(nullptr), true));
+  DataTree copy = running_.Copy();
   const Edits edits = FindEdits(items_, state, copy);
   datastore::ClearErrors(model.context());
   auto tree = std::make_unique<DataTree>(

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <functional>
+#include <new>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -198,6 +199,17 @@ DataTree DataTree::FromNodes(const Model& model, lyd_node* nodes) {
   DataTree result(model);
   result.tree_.reset(nodes);
   return result;
+}
+
+DataTree DataTree::Copy() const {
+  lyd_node* copy = nullptr;
+  if (tree_ != nullptr &&
+      lyd_dup_siblings(tree_.get(), nullptr,
+                       LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
+                       &copy) != LY_SUCCESS) {
+    throw std::bad_alloc();
+  }
+  return FromNodes(*model_, copy);
 }
 
 bool DataTree::Complete() {

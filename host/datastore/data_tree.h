@@ -53,6 +53,9 @@ class DataTree {
   // Call Complete() before use.
   static DataTree FromNodes(const Model& model, lyd_node* nodes);
 
+  // Nodes of its own, which may be changed before they are shared.
+  DataTree Copy() const;
+
   static DataTree Empty(const Model& model);
 
   const Model& model() const { return *model_; }

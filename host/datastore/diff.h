@@ -33,6 +33,10 @@ struct Change {
     if (before == nullptr) return Novelty::kAdded;
     return after == nullptr ? Novelty::kRemoved : Novelty::kChanged;
   }
+  // A default value, which comes and goes with its parent.
+  bool IsImplicit() const {
+    return How() != Novelty::kChanged && (Node()->flags & LYD_DEFAULT) != 0;
+  }
 };
 
 // A leaf, or an entry of a leaf-list: it has a value.

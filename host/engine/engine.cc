@@ -1,6 +1,5 @@
 #include "host/engine/engine.h"
 
-#include <new>
 #include <utility>
 
 #include "host/base/stopwatch.h"
@@ -19,20 +18,10 @@ using datastore::DataTree;
 // The only message of a child that could not make the edits; its text says why.
 constexpr char kNoCandidate = 'R';
 
-DataTree CopyOf(const DataTree& tree) {
-  lyd_node* copy = nullptr;
-  if (lyd_dup_siblings(tree.FirstChild(nullptr), nullptr,
-                       LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
-                       &copy) != LY_SUCCESS) {
-    throw std::bad_alloc();
-  }
-  return DataTree::FromNodes(tree.model(), copy);
-}
-
 }  // namespace
 
 Engine::Engine(const DataTree& running, commit::Options options)
-    : running_(running), options_(std::move(options)), base_(CopyOf(running)) {}
+    : running_(running), options_(std::move(options)), base_(running.Copy()) {}
 
 Engine::~Engine() = default;
 

@@ -16,12 +16,6 @@ using datastore::Change;
 using datastore::IsLeaf;
 using Node = SourceTree::Node;
 
-// A default value comes and goes with its parent.
-bool IsImplicit(const Change& change) {
-  const bool in_both = change.before != nullptr && change.after != nullptr;
-  return !in_both && (change.Node()->flags & LYD_DEFAULT) != 0;
-}
-
 // Whether two entries differ only in their keys.
 bool IsRenamed(const lyd_node* before, const lyd_node* after) {
   if (before->schema != after->schema ||
@@ -65,7 +59,7 @@ class Rewriter {
   void MakeChanges(Node parent, const std::vector<Change>& changes) {
     Pending pending;
     for (const Change& change : changes) {
-      if (!IsImplicit(change)) Make(change, &pending);
+      if (!change.IsImplicit()) Make(change, &pending);
     }
     Rename(&pending);
     if (!pending.removed.empty()) editor_->Remove(parent, pending.removed);

@@ -191,9 +191,14 @@ TEST(Page, CutsALineWithoutAnEndAroundTheMark) {
   const std::string line =
       std::string(5000, 'a') + "MARK" + std::string(5000, 'b');
   finding.culprits[0].place = {"c.json", 1, 5001, 4, line};
+  // As a source has it, which keeps only a part of such a line.
+  finding.culprits[1].place = {"c.json", 1, 5001, 4, "aaMARKb", 4998};
   const PageTree tree(PageOf(Refused({finding}), {}));
-  EXPECT_EQ(tree.Texts("//pre/code")[0],
-            "…" + std::string(80, 'a') + "MARK" + std::string(80, 'b') + "…");
+  EXPECT_EQ(
+      tree.Texts("//pre/code"),
+      (Texts{"…" + std::string(80, 'a') + "MARK" + std::string(80, 'b') + "…",
+             "…aaMARKb"}));
+  EXPECT_EQ(tree.Texts("//mark"), (Texts{"MARK", "MARK"}));
 }
 
 TEST(Page, SaysWhyCulpritsAreMissing) {

@@ -66,8 +66,9 @@ std::size_t CharactersOf(std::string_view text) {
 
 void AddSourceLine(const Place& place, Html* html) {
   const std::string_view line = place.source_line;
+  const std::size_t column = std::max(place.column, place.skipped + 1);
   std::string_view before =
-      base::FirstCharacters(line, std::max<std::size_t>(place.column, 1) - 1);
+      base::FirstCharacters(line, column - 1 - place.skipped);
   const std::string_view rest = line.substr(before.size());
   const std::string_view marked = base::FirstCharacters(rest, place.length);
   const std::string_view after = rest.substr(marked.size());
@@ -77,11 +78,11 @@ void AddSourceLine(const Place& place, Html* html) {
   before.remove_prefix(
       std::min(before.find_first_not_of(" \t"), before.size()));
   const std::size_t left = CharactersOf(before);
-  const bool cut = left > kCharactersAround;
-  if (cut) {
+  if (left > kCharactersAround) {
     before.remove_prefix(
         base::FirstCharacters(before, left - kCharactersAround).size());
   }
+  const bool cut = left > kCharactersAround || place.skipped > 0;
   const std::string_view shown =
       base::FirstCharacters(after, kCharactersAround);
   html->Markup("<pre><span class=\"line\">").Number(place.line);

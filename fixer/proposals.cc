@@ -42,10 +42,15 @@ void ProposeToTakeBack(const Subject& subject, const Culprit& culprit,
     case Novelty::kUnchanged:
       return;
     case Novelty::kChanged:
-    case Novelty::kRemoved:
       proposals->push_back(
           {false,
            "leave " + culprit.path + " as it is in the running configuration",
+           {edit(Edit::Kind::kRestore)}});
+      return;
+    case Novelty::kRemoved:
+      proposals->push_back(
+          {false,
+           "keep " + culprit.path + ", which the change removes",
            {edit(Edit::Kind::kRestore)}});
       return;
     case Novelty::kAdded:
@@ -62,6 +67,21 @@ void ProposeToTakeBack(const Subject& subject, const Culprit& culprit,
            {}});
       RemoveRoute(subject.candidate, node, &proposals->back().edits);
   }
+}
+
+// Whether it alters a node that the change leaves as it is.
+bool AltersUnchanged(const Subject& subject, const Proposal& proposal) {
+  const auto is_unchanged = [&](const Edit& edit) {
+    if (edit.kind != Edit::Kind::kSet && edit.kind != Edit::Kind::kRemove) {
+      return false;
+    }
+    const lyd_node* before = subject.running.AtPath(edit.path);
+    return before != nullptr &&
+           messages::TextOf(before) ==
+               messages::TextOf(subject.candidate.AtPath(edit.path));
+  };
+  return std::any_of(proposal.edits.begin(), proposal.edits.end(),
+                     is_unchanged);
 }
 
 }  // namespace
@@ -82,6 +102,10 @@ Proposals Propose(const Subject& subject) {
   const bool is_first = base::StartsWith(rule, "ospf");
   proposals.insert(is_first ? proposals.begin() : proposals.end(),
                    to_take_back.begin(), to_take_back.end());
+  // What the change leaves as it is stays so if something else helps.
+  std::stable_partition(
+      proposals.begin(), proposals.end(),
+      [&](const Proposal& one) { return !AltersUnchanged(subject, one); });
   std::stable_partition(proposals.begin(), proposals.end(),
                         [](const Proposal& one) { return one.is_safe; });
   return proposals;

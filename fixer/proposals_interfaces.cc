@@ -253,7 +253,8 @@ void ProposeFreeHost(const Subject& subject, const lyd_node* leaf,
     if (!host.IsHost() || taken.count(host.Address()) > 0) continue;
     proposals->push_back({false,
                           "give " + NameOf(interface) + " the address " +
-                              host.Text() + ", which is free in its subnet",
+                              host.Text() +
+                              ", which this configuration leaves free",
                           {Set(leaf, host.Text())}});
     return;
   }

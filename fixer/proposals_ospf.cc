@@ -132,7 +132,7 @@ Proposals VrfDiffers(const Subject& subject) {
                       : vrf == "global" ? Remove(leaf)
                                         : Set(leaf, vrf);
     proposals.push_back(
-        {false, "leave " + NameOf(interface) + " in the VRF " + vrf, {edit}});
+        {false, "move " + NameOf(interface) + " to the VRF " + vrf, {edit}});
   }
   ProposeOutOfOspf(subject,
                    EntryOf(NodeWithRole(subject, "assigned to OSPFv2")),

@@ -91,6 +91,18 @@ std::pair<std::size_t, std::size_t> NumbersOf(const std::string& id) {
   return {number(id.substr(1, point - 1)), number(id.substr(point + 1))};
 }
 
+// Refuses two fixes of one refusal: the second one would undo the first, or
+// correct nothing.
+void RefuseTwoOfOne(const std::vector<std::string>& ids) {
+  std::map<std::size_t, std::string> by_finding;
+  for (const std::string& id : ids) {
+    const auto [other, is_first] = by_finding.emplace(NumbersOf(id).first, id);
+    if (is_first) continue;
+    throw std::runtime_error(other->second + " and " + id +
+                             " correct the same refusal");
+  }
+}
+
 // Corrects one configuration, step by step.
 class Correction {
  public:
@@ -121,6 +133,7 @@ class Correction {
     std::vector<std::pair<Finding, Fix>> wanted;
     wanted.reserve(ids.size());
     for (const std::string& id : ids) wanted.push_back(WithId(id));
+    RefuseTwoOfOne(ids);
     for (std::size_t i = 0; i < wanted.size(); ++i) {
       const auto& [finding, fix] = wanted[i];
       const std::vector<Fix>& fixes = FixesOf(finding);

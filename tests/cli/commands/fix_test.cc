@@ -93,19 +93,19 @@ std::vector<FixCase> InterfaceCases() {
       {"address-is-network",
        "",
        Ipv4("<ip>10.0.0.0/29</ip>"),
-       {"suggested: give l3 a the address 10.0.0.1/29, which is free in its "
-        "subnet"}},
+       {"suggested: give l3 a the address 10.0.0.1/29, which this "
+        "configuration leaves free"}},
       {"address-is-network",
        "",
        Loopback("<ipv4><address><ip>10.0.0.0/29</ip></address></ipv4>"),
-       {"suggested: give loopback a the address 10.0.0.1/29, which is free in "
-        "its subnet",
+       {"suggested: give loopback a the address 10.0.0.1/29, which this "
+        "configuration leaves free",
         "suggested: keep the address, alone: 10.0.0.0/32"}},
       {"address-is-broadcast",
        Campus(kCampusRunning),
        Campus("lighting-broadcast-address.json"),
-       {"suggested: give l3 lighting the address 172.20.4.254/24, which is "
-        "free in its subnet",
+       {"suggested: give l3 lighting the address 172.20.4.254/24, which this "
+        "configuration leaves free",
         "suggested: leave /config/interface/l3{lighting}/ipv4/address/ip as "
         "it is in the running configuration"}},
       {"address-twice",
@@ -123,6 +123,12 @@ std::vector<FixCase> InterfaceCases() {
        "",
        kTwoInterfaces,
        {"suggested: narrow l3 a to 10.0.1.1/22"}},
+      {"interface-overlap",
+       Branch("running.xml"),
+       Branch("office-overlaps-management.xml"),
+       {"suggested: leave out /config/interface/l3{meeting-rooms}/ipv4/address/"
+        "secondary{172.31.12.129/25}, which the change adds",
+        "suggested: narrow mgmt eth0 to 172.31.12.2/25"}},
       {"interface-overlap",
        Campus(kCampusRunning),
        Campus("guest-wifi-in-students.json"),
@@ -146,15 +152,15 @@ std::vector<FixCase> RouteAndOspfCases() {
       {"route-black-hole-and-next-hop",
        Campus(kCampusRunning),
        Campus("ipv6-black-hole-and-next-hop.json"),
-       {"suggested: remove the static route 2001:db8:40::/48, a black hole",
-        "suggested: remove the static route 2001:db8:40::/48 by "
-        "2001:db8:40:fe11::1"}},
+       {"suggested: remove the static route 2001:db8:40::/48 by "
+        "2001:db8:40:fe11::1",
+        "suggested: remove the static route 2001:db8:40::/48, a black hole"}},
       {"route-output-without-vlan",
        Branch("running.xml"),
        Branch("lte-vlan-removed.xml"),
-       {"suggested: remove the static route 10.0.0.0/8 by 192.0.2.32",
-        "suggested: leave /config/interface/l3{lte-backup}/lower-layer-if/vlan "
-        "as it is in the running configuration"}},
+       {"suggested: keep /config/interface/l3{lte-backup}/lower-layer-if/vlan, "
+        "which the change removes",
+        "suggested: remove the static route 10.0.0.0/8 by 192.0.2.32"}},
       {"ospf-address-removed",
        Campus(kCampusRunning),
        Campus("cluster-address-under-ospf.json"),
@@ -173,6 +179,12 @@ std::vector<FixCase> RouteAndOspfCases() {
        {"suggested: leave /config/interface/l3{cctv}/vrf as it is in the "
         "running configuration",
         "suggested: take the interface out of OSPFv2"}},
+      {"ospf-vrf-differs",
+       Branch("running.xml"),
+       Branch("printers-in-ospf-of-building.xml"),
+       {"suggested: leave out /internal/ospf-interface-l3{327700 0.0.0.0 "
+        "l3-printers 10.12.50.1}, which the change adds",
+        "suggested: move l3 printers to the VRF building"}},
       {"ospfv3-vrf-set",
        Campus(kCampusRunning),
        Campus("library-a-vrf-named-global.json"),
@@ -201,9 +213,9 @@ std::vector<FixCase> TimerCases() {
        Branch("ra-lifetime-equal-to-max.xml"),
        {"suggested: set lifetime to 601, the least above max-interval",
         "suggested: set lifetime to 0: the router is not a default router",
-        "suggested: set max-interval to 599, the most below lifetime",
         "suggested: leave /config/interface/l3{printers}/ipv6/nd/ra/lifetime "
-        "as it is in the running configuration"}},
+        "as it is in the running configuration",
+        "suggested: set max-interval to 599, the most below lifetime"}},
       {"ra-timer-missing",
        Campus(kCampusRunning),
        Campus("ra-lifetime-alone.json"),
@@ -367,6 +379,9 @@ TEST_F(FixTest, WrongIdsAndFilesAreRefused) {
     EXPECT_THAT(Ipav({"fix", "--write", "--only", id, file}),
                 IsBadInput("no fix has the id " + std::string(id)));
   }
+  EXPECT_THAT(
+      Ipav({"fix", "--write", "--only", "F2.1", "--only", "F2.2", file}),
+      IsBadInput("F2.1 and F2.2 correct the same refusal"));
   EXPECT_THAT(Ipav({"fix", "--write", "--running", file, file}),
               IsBadInput(file + ": would be replaced"));
   EXPECT_THAT(Ipav({"fix", folder_ / "none.xml"}), IsBadInput(""));

@@ -90,6 +90,11 @@ std::vector<FixCase> InterfaceCases() {
        Branch("running.xml"),
        Branch("interface-name-with-dot.xml"),
        {"suggested: name the interface extension-440"}},
+  };
+}
+
+std::vector<FixCase> AddressCases() {
+  return {
       {"address-is-network",
        "",
        Ipv4("<ip>10.0.0.0/29</ip>"),
@@ -137,7 +142,7 @@ std::vector<FixCase> InterfaceCases() {
   };
 }
 
-std::vector<FixCase> RouteAndOspfCases() {
+std::vector<FixCase> RouteCases() {
   return {
       {"route-next-hop-is-own",
        Branch("running.xml"),
@@ -161,6 +166,11 @@ std::vector<FixCase> RouteAndOspfCases() {
        {"suggested: keep /config/interface/l3{lte-backup}/lower-layer-if/vlan, "
         "which the change removes",
         "suggested: remove the static route 10.0.0.0/8 by 192.0.2.32"}},
+  };
+}
+
+std::vector<FixCase> OspfCases() {
+  return {
       {"ospf-address-removed",
        Campus(kCampusRunning),
        Campus("cluster-address-under-ospf.json"),
@@ -228,7 +238,8 @@ std::vector<FixCase> TimerCases() {
 // At least one for each message of the catalogue that has a fix.
 std::vector<FixCase> Cases() {
   std::vector<FixCase> all = InterfaceCases();
-  for (const auto& more : {RouteAndOspfCases(), TimerCases()}) {
+  for (const auto& more :
+       {AddressCases(), RouteCases(), OspfCases(), TimerCases()}) {
     all.insert(all.end(), more.begin(), more.end());
   }
   return all;

@@ -76,6 +76,12 @@ void AddYang(CLI::App* command, Locations* locations) {
       ->capture_default_str();
 }
 
+void AddPluginAndYang(CLI::App* command, Locations* locations) {
+  AddFile(command, "--plugin", "Validation plug-in to run", &locations->plugin)
+      ->capture_default_str();
+  AddYang(command, locations);
+}
+
 void AddReport(CLI::App* command, report::ReportOptions* options) {
   const auto set_format = [options](const std::string& name) {
     options->format = report::FormatsByName().at(name);

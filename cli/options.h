@@ -44,6 +44,8 @@ void AddLimits(CLI::App* command, const std::string& of_what,
 
 // --yang
 void AddYang(CLI::App* command, Locations* locations);
+// --plugin and --yang
+void AddPluginAndYang(CLI::App* command, Locations* locations);
 
 // --format and --output.
 void AddReport(CLI::App* command, report::ReportOptions* options);

@@ -241,10 +241,7 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
                    "Configurations to check, XML or JSON, or folders of them")
       ->type_name(kFile)
       ->required();
-  AddFile(command, "--plugin", "Validation plug-in to run",
-          &options->locations.plugin)
-      ->capture_default_str();
-  AddYang(command, &options->locations);
+  AddPluginAndYang(command, &options->locations);
   return {command, [options] {
             options->judge.plugin = options->locations.plugin;
             options->judge.all |= options->judge.every;

@@ -337,10 +337,7 @@ Command AddFix(CLI::App* app, const Locations& locations) {
       ->excludes(suggested);
   AddLimits(command, "read a configuration, and for all corrections",
             &options->limits);
-  AddFile(command, "--plugin", "Validation plug-in to run",
-          &options->locations.plugin)
-      ->capture_default_str();
-  AddYang(command, &options->locations);
+  AddPluginAndYang(command, &options->locations);
   return {command, [options] { return RunFix(*options); }};
 }
 

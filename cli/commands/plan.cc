@@ -253,6 +253,21 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
   return rest;
 }
 
+// Writes the plan to the folder for its steps, and to standard output.
+void Write(const PlanReport& report, const Composer& composer,
+           const std::string& format, plan::StepFiles* files) {
+  const std::string json =
+      plan::ToJson(report, composer)
+          .dump(2, ' ', false, nlohmann::json::error_handler_t::replace) +
+      "\n";
+  files->End(json);
+  if (format == "json") {
+    static_cast<void>(std::fputs(json.c_str(), stdout));
+  } else {
+    plan::PrintText(report, composer);
+  }
+}
+
 ExitStatus Plan(const PlanOptions& options) {
   // 1. Read both configurations.
   if (options.goal.empty()) {
@@ -302,16 +317,7 @@ ExitStatus Plan(const PlanOptions& options) {
                    });
   report.verdicts = verdicts.count();
   report.seconds = base::In<std::ratio<1>>(watch.Lap());
-  const std::string json =
-      plan::ToJson(report, composer)
-          .dump(2, ' ', false, nlohmann::json::error_handler_t::replace) +
-      "\n";
-  files.End(json);
-  if (options.format == "json") {
-    static_cast<void>(std::fputs(json.c_str(), stdout));
-  } else {
-    plan::PrintText(report, composer);
-  }
+  Write(report, composer, options.format, &files);
   return plan::StatusOf(report);
 }
 
@@ -343,10 +349,7 @@ Command AddPlan(CLI::App* app, const Locations& locations) {
                       "plug-in (default: 0, no limit)");
   AddLimits(command, "read a configuration, and for the search",
             &options->limits);
-  AddFile(command, "--plugin", "Validation plug-in to run",
-          &options->locations.plugin)
-      ->capture_default_str();
-  AddYang(command, &options->locations);
+  AddPluginAndYang(command, &options->locations);
   return {command, [options] { return Plan(*options); }};
 }
 

@@ -92,7 +92,7 @@ Proposals Propose(const Subject& subject) {
   if (found == AllProposers().end()) return proposals;
   const std::string& rule = subject.finding.rule;
   proposals = found->second(subject);
-  // Of too many, the culprits are only some.
+  // The finding names only some of the entries.
   if (base::EndsWith(rule, "-too-many")) return proposals;
   Proposals to_take_back;
   for (const Culprit& culprit : subject.finding.culprits) {

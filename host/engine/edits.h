@@ -12,7 +12,8 @@
 namespace ipav::engine {
 
 struct Edit {
-  // Of one node, as libyang writes it: /module:container/list[key='a']/leaf.
+  // The data path of the node, in the form of libyang:
+  // /module:container/list[key='a']/leaf.
   std::string path;
   // What a leaf becomes; empty for a new container or list entry. None deletes
   // the node.

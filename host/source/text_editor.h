@@ -54,9 +54,10 @@ class TextEditor {
     return text_.substr(begin, end - begin);
   }
   std::size_t LineOf(std::size_t at) const { return text_.rfind('\n', at) + 1; }
-  // Of a node that begins there, below one that begins there.
+  // The layout of the node that begins at `begin`, a child of the one that
+  // begins at `parent`.
   Layout LayoutOf(std::size_t begin, std::size_t parent) const;
-  // Of a first child.
+  // The layout that the first child of a node would have.
   Layout LayoutBelow(std::size_t parent) const;
   std::string LineEnd() const;
   // What closes the line of a first child: nothing if the parent already ends

@@ -85,7 +85,7 @@ struct Interface {
   std::string Text() const { return kind + " " + name; }
 };
 
-// Of either family, in global.
+// A static route of IPv4 or IPv6 in the VRF global.
 struct Route {
   int family;
   unsigned number;

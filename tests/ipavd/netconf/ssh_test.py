@@ -329,7 +329,7 @@ class SshTest(ServerTest):
         server.process.send_signal(signal.SIGHUP)
         server.wait_for_log("authorized keys read again: 2")
         sessions = [self.connect(server) for _ in range(2)]
-        # Of the socket, if the client had not yet sent its hello.
+        # OSError: the connection ended before the client had sent its hello.
         dropped = (SSHError, SessionCloseError, OSError)
         with self.assertRaises(dropped):
             self.connect(server)

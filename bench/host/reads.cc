@@ -215,9 +215,7 @@ class ProcessorTime {
 
 const engine::Edit& ChangedAddress() {
   static const engine::Edit kEdit = {
-      "/vorplex-config:config/interface/ipapp:l3[name='users-128']"
-      "/ipv4/address/ip",
-      "10.0.2.2/30"};
+      "/config/interface/l3{users-128}/ipv4/address/ip", "10.0.2.2/30"};
   return kEdit;
 }
 

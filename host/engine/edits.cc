@@ -2,8 +2,11 @@
 
 #include <libyang/libyang.h>
 
+#include <cstddef>
 #include <utility>
 
+#include "host/confd/confd_error.h"
+#include "host/confd/path.h"
 #include "host/datastore/diff.h"
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/libyang_ptr.h"
@@ -17,6 +20,38 @@ using datastore::DataTree;
 using datastore::Model;
 using datastore::Nodes;
 
+[[noreturn]] void Refuse(const std::string& path, const std::string& reason) {
+  throw EditError(path + ": " + reason);
+}
+
+// A predicate of libyang for a key. A value has no escapes there.
+std::string KeyPredicate(const lysc_node& key, const std::string& value) {
+  const char quote = value.find('\'') == std::string::npos ? '\'' : '"';
+  if (value.find(quote) != std::string::npos) {
+    Refuse(value, "a key with both kinds of quotes");
+  }
+  return std::string("[") + key.name + "=" + quote + value + quote + "]";
+}
+
+// The path in the form of libyang: /module:container/module:list[key='a'].
+std::string PathInLibyang(const Model& model, const std::string& path) {
+  const std::vector<confd::PathStep> steps = confd::ParsePath(path);
+  const std::vector<const lysc_node*> nodes =
+      confd::ResolveSchema(model, steps);
+  std::string result;
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    result += std::string("/") + nodes[i]->module->name + ":" + nodes[i]->name;
+    if (nodes[i]->nodetype != LYS_LIST) continue;
+    if (steps[i].keys.empty()) Refuse(path, steps[i].name + " needs its keys");
+    const lysc_node* key = lysc_node_child(nodes[i]);
+    for (const std::string& value : steps[i].keys) {
+      result += KeyPredicate(*key, value);
+      key = key->next;
+    }
+  }
+  return result;
+}
+
 class Editor {
  public:
   Editor(const Model& model, Nodes nodes)
@@ -26,10 +61,15 @@ class Editor {
 
   void Make(const Edit& edit) {
     datastore::ClearErrors(model_.context());
-    if (edit.value.has_value()) {
-      Set(edit.path, *edit.value);
-    } else {
-      Delete(edit.path);
+    try {
+      const std::string in_libyang = PathInLibyang(model_, edit.path);
+      if (edit.value.has_value()) {
+        Set(edit.path, in_libyang, *edit.value);
+      } else {
+        Delete(edit.path, in_libyang);
+      }
+    } catch (const confd::ConfdError& error) {
+      Refuse(edit.path, error.what());
     }
   }
 
@@ -42,9 +82,12 @@ class Editor {
   }
 
  private:
-  void Set(const std::string& path, const std::string& value) {
+  // Each gets the path as it was given, for errors, too.
+
+  void Set(const std::string& path, const std::string& in_libyang,
+           const std::string& value) {
     lyd_node* made = nullptr;
-    if (lyd_new_path(nodes_.get(), model_.context(), path.c_str(),
+    if (lyd_new_path(nodes_.get(), model_.context(), in_libyang.c_str(),
                      value.c_str(), LYD_NEW_PATH_UPDATE, &made) != LY_SUCCESS) {
       Refuse(path, datastore::FirstReason(model_.context()));
     }
@@ -54,10 +97,10 @@ class Editor {
     KeepFirst(nodes_ == nullptr ? made : nodes_.release());
   }
 
-  void Delete(const std::string& path) {
+  void Delete(const std::string& path, const std::string& in_libyang) {
     lyd_node* node = nullptr;
-    if (nodes_ == nullptr ||
-        lyd_find_path(nodes_.get(), path.c_str(), 0, &node) != LY_SUCCESS) {
+    if (nodes_ == nullptr || lyd_find_path(nodes_.get(), in_libyang.c_str(), 0,
+                                           &node) != LY_SUCCESS) {
       Refuse(path, "there is no such node");
     }
     RequireNoKey(path, *node);
@@ -76,11 +119,6 @@ class Editor {
   // Its entry would be another one.
   static void RequireNoKey(const std::string& path, const lyd_node& node) {
     if (lysc_is_key(node.schema)) Refuse(path, "it is the key of an entry");
-  }
-
-  [[noreturn]] static void Refuse(const std::string& path,
-                                  const std::string& reason) {
-    throw EditError(path + ": " + reason);
   }
 
   const Model& model_;

@@ -12,8 +12,8 @@
 namespace ipav::engine {
 
 struct Edit {
-  // The data path of the node, in the form of libyang:
-  // /module:container/list[key='a']/leaf.
+  // The data path of the node as confd::PrintPath() writes it:
+  // /container/list{key}/leaf.
   std::string path;
   // What a leaf becomes; empty for a new container or list entry. None deletes
   // the node.

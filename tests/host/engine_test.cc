@@ -67,7 +67,7 @@ std::string ErrorOf(Engine& engine, const Edits& edits) {
 
 // --- Edits
 
-constexpr char kL3[] = "/vorplex-config:config/interface/ipapp:l3[name='a']";
+constexpr char kL3[] = "/config/interface/l3{a}";
 
 std::string Running() {
   return L3With(
@@ -77,7 +77,7 @@ std::string Running() {
 
 TEST(Edits, LeadToTheConfigurationThatAFileWouldHold) {
   const std::string a = kL3;
-  const std::string b = "/vorplex-config:config/interface/ipapp:l3[name='b']";
+  const std::string b = "/config/interface/l3{b}";
   const std::string addresses =
       "<ipv4><address><ip>10.0.0.1/24</ip><secondary><ip>10.1.0.1/24</ip>"
       "</secondary></address></ipv4>";
@@ -91,16 +91,16 @@ TEST(Edits, LeadToTheConfigurationThatAFileWouldHold) {
       {{{a + "/mtu", std::nullopt}}, L3With(addresses)},  // has a default
       {{{a + "/vrf", "blue"}},
        L3With("<vrf>blue</vrf><mtu>1400</mtu>" + addresses)},
-      {{{a + "/ipv4/address/secondary[ip='10.1.0.1/24']", std::nullopt},
-        {a + "/ipv4/address/secondary[ip='10.2.0.1/24']", ""}},
+      {{{a + "/ipv4/address/secondary{10.1.0.1/24}", std::nullopt},
+        {a + "/ipv4/address/secondary{10.2.0.1/24}", ""}},
        L3With("<mtu>1400</mtu><ipv4><address><ip>10.0.0.1/24</ip><secondary>"
               "<ip>10.2.0.1/24</ip></secondary></address></ipv4>")},
       {{{a, std::nullopt}, {b + "/mtu", "1300"}},
        "<config xmlns=\"urn:vorplex:config\"><interface>"
        "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><mtu>1300</mtu></l3>"
        "</interface></config>"},
-      {{{"/vorplex-config:config", std::nullopt}}, ""},
-      {{{"/vorplex-config:config", std::nullopt}, {a + "/mtu", "1400"}},
+      {{{"/config", std::nullopt}}, ""},
+      {{{"/config", std::nullopt}, {a + "/mtu", "1400"}},
        L3With("<mtu>1400</mtu>")}};
   for (const auto& one : cases) {
     SCOPED_TRACE(one.text);
@@ -120,7 +120,8 @@ TEST(Edits, AreRefusedWithTheReason) {
     Edit edit;
     const char* reason;
   } cases[] = {
-      {{a + "/color", "red"}, "Not found node \"color\" in path"},
+      {{a + "/color", "red"},
+       "/color: bad path: color is unknown to the model"},
       {{a + "/mtu", "many"}, "Invalid type"},
       {{a + "/mtu", "9999999"}, "9999999"},
       {{"mtu", "1400"}, "mtu: "},
@@ -128,7 +129,12 @@ TEST(Edits, AreRefusedWithTheReason) {
       {{a + "/name", "b"}, "/name: it is the key of an entry"},
       {{a + "/name", std::nullopt}, "/name: it is the key of an entry"},
       {{a + "/vrf", std::nullopt}, "/vrf: there is no such node"},
-      {{a + "/color", std::nullopt}, "/color: there is no such node"},
+      {{a + "/color", std::nullopt},
+       "/color: bad path: color is unknown to the model"},
+      {{"/config/interface/l3", ""}, "/l3: l3 needs its keys"},
+      {{"/config/interface/l3{a b}", ""}, "wrong number of keys for l3"},
+      {{"/config/interface/l3{\"'\\\"\"}", ""},
+       "a key with both kinds of quotes"},
       {{a + "/vrf", std::string("a\0b", 3)}, "an edit with a NUL character"}};
   for (const auto& one : cases) {
     EXPECT_TRUE(Contains(ErrorOf(engine, {one.edit}), one.reason));
@@ -142,21 +148,21 @@ TEST(Edits, AreRefusedWhereTheModelRefusesTheWhole) {
       "}");
   const DataTree tree = model.Tree("<top NS><a>1</a><b>2</b></top>");
   Engine engine(tree, {IPAV_PLUGIN, true, kLimit});
-  EXPECT_EQ(ErrorOf(engine, {{"/m:top/a", std::nullopt}}), "b needs a");
+  EXPECT_EQ(ErrorOf(engine, {{"/top/a", std::nullopt}}), "b needs a");
 }
 
 // --- Verdicts
 
 TEST(Engine, JudgesEditsLikeACommit) {
   const std::string a = kL3;
-  const std::string b = "/vorplex-config:config/interface/ipapp:l3[name='b']";
+  const std::string b = "/config/interface/l3{b}";
   const Edits cases[] = {
       {},
       {{a + "/mtu", "1300"}},
       {{a + "/ipv4/address/ip", "10.0.0.0/24"}},
       {{a + "/ipv4/address/ip", "10.1.0.1/24"}},
       {{a + "/ipv4/address/ip", "10.3.0.1/24"}},
-      {{a + "/ipv4/address/secondary[ip='10.1.0.1/24']", std::nullopt}},
+      {{a + "/ipv4/address/secondary{10.1.0.1/24}", std::nullopt}},
       {{b + "/ipv4/address/ip", "10.0.0.2/24"}},
       {{a, std::nullopt}}};
   const DataTree running = ProjectTree(Running());
@@ -192,7 +198,7 @@ TEST(Engine, OutlivesThePlugin) {
   Engine engine(running, options);
   for (const std::string& deed : deeds) {
     SCOPED_TRACE(deed);
-    const Edits edits = {{"/m:top/" + deed, "x"}};
+    const Edits edits = {{"/top/" + deed, "x"}};
     const DataTree candidate = Edited(model.Tree(""), edits);
     Outcome expected = ipav::commit::RunCommit(running, candidate, options);
     Outcome outcome = engine.Judge(edits);
@@ -200,7 +206,7 @@ TEST(Engine, OutlivesThePlugin) {
       if (deed == "spawn-and-hang") each->debug_lines.clear();
     }
     ExpectSame(outcome, expected);
-    EXPECT_EQ(engine.Judge({{"/m:top/accept", "x"}}).verdict,
+    EXPECT_EQ(engine.Judge({{"/top/accept", "x"}}).verdict,
               ipav::commit::Verdict::kAccepted);
   }
 }

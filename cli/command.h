@@ -15,6 +15,7 @@ struct Command {
   // To be called after the command line is parsed. Throws
   // datastore::InputError, plugin::PluginError and std::runtime_error.
   std::function<ExitStatus()> run;
+  bool runs_in_session = true;  // see ipav session
 };
 
 // Each adds its subcommand to `app`, which must outlive the result. The
@@ -31,6 +32,7 @@ Command AddConvert(CLI::App* app, const Locations& locations);
 Command AddNew(CLI::App* app, const Locations& locations);
 Command AddCommit(CLI::App* app, const Locations& locations);
 Command AddCompletion(CLI::App* app);
+Command AddSession(CLI::App* app, const Locations& locations);
 
 }  // namespace ipav::cli
 

@@ -35,7 +35,6 @@ using datastore::Model;
 using datastore::ReadingTimes;
 using datastore::Running;
 using datastore::Transaction;
-using fleet::Device;
 using messages::Configuration;
 using report::DeviceReport;
 using report::Restart;

@@ -19,6 +19,7 @@
 #include "cli/options.h"
 #include "cli/print_tree.h"
 #include "cli/report/text/terminal.h"
+#include "cli/shared_model.h"
 #include "host/base/utf8.h"
 #include "host/datastore/model.h"
 #include "messages/match.h"
@@ -55,8 +56,7 @@ constexpr char kPluginFailure[] = "the plug-in failed: ";
 
 // As XML without a declaration, for the middle of a message.
 std::string ReadAsXml(const CommitOptions& options) {
-  const datastore::Model model(options.locations.yang_dir,
-                               options.locations.yang_extension);
+  const datastore::Model& model = SharedModel(options.locations);
   const datastore::DataTree tree =
       ReadTree(model, options.file, options.limits);
   return Print(

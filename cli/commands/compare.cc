@@ -10,16 +10,16 @@
 #include <utility>
 #include <vector>
 
+#include "cli/check/devices.h"
+#include "cli/check/fleet.h"
 #include "cli/check/judge.h"
-#include "cli/check/judge_fleet.h"
 #include "cli/command.h"
-#include "cli/fleet/devices.h"
-#include "cli/fleet/fleet.h"
 #include "cli/options.h"
 #include "cli/report/comparison.h"
 #include "cli/report/output_file.h"
 #include "cli/report/report_output.h"
 #include "cli/report/run.h"
+#include "cli/shared_model.h"
 #include "host/datastore/model.h"
 #include "host/datastore/transaction.h"
 
@@ -27,10 +27,10 @@ namespace ipav::cli {
 
 namespace {
 
+using check::Device;
 using check::Judge;
 using datastore::Model;
 using datastore::Running;
-using fleet::Device;
 using report::DeviceReport;
 using report::Version;
 using report::Versions;
@@ -54,8 +54,9 @@ struct CompareOptions {
   std::vector<std::string> yang_dirs;  // the same
   std::string running;                 // file; empty: nothing is configured yet
   std::vector<std::string> candidates;  // files, and folders of them
+  std::optional<report::Shard> shard;   // which of the devices; all without
   check::JudgeOptions judge;
-  fleet::FleetOptions fleet;
+  check::FleetOptions fleet;
   report::ReportOptions report;
 };
 
@@ -94,30 +95,28 @@ struct Side {
 ExitStatus Compare(const CompareOptions& options) {
   // 1. The devices, and the output.
   std::vector<Device> devices =
-      fleet::FindDevices(options.candidates, options.running);
+      check::FindDevices(options.candidates, options.running);
   const Versions versions = {
       {options.plugins.front(), options.yang_dirs.front()},
       {options.plugins.back(), options.yang_dirs.back()}};
-  std::vector<std::string> inputs = fleet::FilesOf(devices);
+  std::vector<std::string> inputs = check::FilesOf(devices);
   inputs.push_back(versions.older.plugin);
   inputs.push_back(versions.newer.plugin);
   report::RefuseToReplace(options.report.output, inputs);
   report::Run run;
   run.list_size = devices.size();
-  run.shard = options.fleet.shard;
-  if (run.shard) devices = fleet::PartOf(devices, *run.shard);
+  run.shard = options.shard;
+  if (run.shard) devices = check::PartOf(devices, *run.shard);
   report::ComparisonOutput output(options.report, versions, run);
 
   // 2. The two versions.
-  const std::string& extension = options.locations.yang_extension;
-  const Model old_model(versions.older.yang_dir, extension);
-  std::optional<const Model> new_model;
-  if (versions.newer.yang_dir != versions.older.yang_dir) {
-    new_model.emplace(versions.newer.yang_dir, extension);
-  }
-  const Side older(versions.older, old_model, options.judge);
-  const Side newer(versions.newer, new_model ? *new_model : old_model,
-                   options.judge);
+  const auto model_of = [&](const Version& version) -> const Model& {
+    Locations locations = options.locations;
+    locations.yang_dir = version.yang_dir;
+    return SharedModel(locations);
+  };
+  const Side older(versions.older, model_of(versions.older), options.judge);
+  const Side newer(versions.newer, model_of(versions.newer), options.judge);
 
   // 3. Each device, first by the old version.
   std::optional<DeviceReport> by_older;
@@ -158,7 +157,7 @@ Command AddCompare(CLI::App* app, const Locations& locations) {
             "read a configuration, and for a plug-in to check a candidate",
             &options->judge.limits);
   AddReport(command, &options->report);
-  AddFleet(command, &options->fleet);
+  AddFleet(command, &options->fleet, &options->shard);
   command
       ->add_option("candidate", options->candidates,
                    "Configurations to check, XML or JSON, or folders of them")

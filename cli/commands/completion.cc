@@ -41,12 +41,14 @@ Command AddCompletion(CLI::App* app) {
   AddChoice(command, "shell", {"bash", "zsh", "fish"}, "Name of the shell",
             shell.get())
       ->required();
-  return {command, [=] {
+  return {command,
+          [=] {
             const completion::Syntax syntax =
                 completion::SyntaxOf(*app, {{kTopic, TopicNames()}});
             fmt::print("{}", ScriptOf(syntax, *shell));
             return kAccepted;
-          }};
+          },
+          false};
 }
 
 }  // namespace ipav::cli

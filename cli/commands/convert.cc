@@ -11,6 +11,7 @@
 #include "cli/options.h"
 #include "cli/print_tree.h"
 #include "cli/report/output_file.h"
+#include "cli/shared_model.h"
 #include "host/datastore/model.h"
 
 namespace ipav::cli {
@@ -42,8 +43,7 @@ LYD_FORMAT TargetOf(const ConvertOptions& options, LYD_FORMAT source) {
 }
 
 ExitStatus Convert(const ConvertOptions& options) {
-  const datastore::Model model(options.locations.yang_dir,
-                               options.locations.yang_extension);
+  const datastore::Model& model = SharedModel(options.locations);
   const auto tree = ReadTree(model, options.file, options.limits);
   const std::string text = PrintTree(tree, TargetOf(options, tree.format()));
 

@@ -16,6 +16,7 @@
 #include "cli/changed_lines.h"
 #include "cli/command.h"
 #include "cli/options.h"
+#include "cli/shared_model.h"
 #include "host/base/utf8.h"
 #include "host/commit/plan.h"
 #include "host/confd/path.h"
@@ -107,8 +108,7 @@ void PrintJson(const DiffOptions& options, const Diff& diff,
 }
 
 ExitStatus PrintDiff(const DiffOptions& options) {
-  const datastore::Model model(options.locations.yang_dir,
-                               options.locations.yang_extension);
+  const datastore::Model& model = SharedModel(options.locations);
   const auto running = ReadTree(model, options.running, options.limits);
   const auto candidate = ReadTree(model, options.candidate, options.limits);
 

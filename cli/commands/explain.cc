@@ -15,6 +15,7 @@
 
 #include "cli/command.h"
 #include "cli/options.h"
+#include "cli/shared_model.h"
 #include "cli/similar_names.h"
 #include "host/base/utf8.h"
 #include "host/datastore/input_file.h"
@@ -153,7 +154,7 @@ void PrintUseSites(const datastore::Model& model, const Point& point) {
 }
 
 void PrintPoint(const Locations& locations, const Point& point) {
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+  const datastore::Model& model = SharedModel(locations);
   fmt::print("{}\n", point.name);
   PrintParagraphs({point.about});
   fmt::print("\n");

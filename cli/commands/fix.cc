@@ -22,6 +22,7 @@
 #include "cli/reading.h"
 #include "cli/report/finding_text.h"
 #include "cli/report/output_file.h"
+#include "cli/shared_model.h"
 #include "fixer/fixes.h"
 #include "host/base/utf8.h"
 #include "host/datastore/input_file.h"
@@ -246,7 +247,8 @@ void PrintLeft(Correction* correction, bool has_ids) {
 void Write(const std::string& file, const std::string& before,
            const std::string& after, std::size_t max_size) {
   struct stat status {};
-  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+      datastore::IsText(file)) {
     throw std::runtime_error(file + ": --write needs a regular file");
   }
   if (datastore::ReadInput(file, max_size) != before) {
@@ -261,8 +263,7 @@ void Write(const std::string& file, const std::string& before,
 ExitStatus Correct(const FixOptions& options) {
   // 1. Read both configurations.
   if (options.write) report::RefuseToReplace(options.file, {options.running});
-  const Model model(options.locations.yang_dir,
-                    options.locations.yang_extension);
+  const Model& model = SharedModel(options.locations);
   const DataTree running =
       options.running.empty()
           ? DataTree::Empty(model)

@@ -9,6 +9,7 @@
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/print_tree.h"
+#include "cli/shared_model.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
@@ -26,7 +27,7 @@ constexpr char kNewNotes[] =
     "  ipav new --format json > router.json";
 
 std::string StarterAsJson(const Locations& locations) {
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+  const datastore::Model& model = SharedModel(locations);
   return PrintTree(datastore::DataTree::FromFile(model, locations.starter),
                    LYD_JSON);
 }

@@ -21,6 +21,7 @@
 #include "cli/plan/replay.h"
 #include "cli/plan/step_files.h"
 #include "cli/progress_line.h"
+#include "cli/shared_model.h"
 #include "host/base/stopwatch.h"
 #include "host/commit/commit.h"
 #include "host/confd/path.h"
@@ -275,8 +276,7 @@ ExitStatus Plan(const PlanOptions& options) {
   }
   base::Stopwatch watch;
   plan::StepFiles files(options.output);
-  const datastore::Model model(options.locations.yang_dir,
-                               options.locations.yang_extension);
+  const datastore::Model& model = SharedModel(options.locations);
   const Input running = ReadInput(model, options.running, options.limits);
   const Input goal = ReadInput(model, options.goal, options.limits);
 

@@ -7,6 +7,7 @@
 
 #include "cli/command.h"
 #include "cli/options.h"
+#include "cli/shared_model.h"
 #include "host/base/utf8.h"
 #include "host/datastore/model.h"
 
@@ -21,7 +22,7 @@ constexpr char kPointsNotes[] =
 
 // In the order in which a commit runs them.
 ExitStatus PrintPoints(const Locations& locations) {
-  const datastore::Model model(locations.yang_dir, locations.yang_extension);
+  const datastore::Model& model = SharedModel(locations);
   for (const datastore::UseSite& site : model.use_sites()) {
     fmt::print("{}\n  point: {}\n  opaque: {}\n  call-once: {}\n", site.path,
                base::Printable(site.point),

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include "host/base/file_descriptor.h"
 
@@ -18,6 +19,11 @@ using base::FileDescriptor;
 
 // The first buffer for a file without a known size.
 constexpr std::size_t kLeastRoom = 65536;
+
+constexpr char kStandardInput[] = "/dev/stdin";
+
+// Null: only files are read.
+Texts* g_texts = nullptr;
 
 InputError SystemError(const std::string& path) {
   return {path, std::generic_category().message(errno)};
@@ -44,6 +50,14 @@ std::size_t SizeOf(const FileDescriptor& file, const std::string& path) {
   return S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
+const std::string* FindText(const std::string& path) {
+  if (g_texts == nullptr) return nullptr;
+  const auto found = g_texts->find(path);
+  if (found != g_texts->end()) return &found->second;
+  if (path != kStandardInput) return nullptr;
+  throw InputError(path, "cannot be read in a session");
+}
+
 // Reads into the free space after `used`. False at the end of the file.
 bool ReadSome(const FileDescriptor& file, const std::string& path,
               std::string* text, std::size_t* used) {
@@ -57,6 +71,10 @@ bool ReadSome(const FileDescriptor& file, const std::string& path,
 }  // namespace
 
 std::string ReadInput(const std::string& path, std::size_t max_size) {
+  if (const std::string* text = FindText(path)) {
+    if (text->size() > max_size) throw TooLarge(path, max_size);
+    return *text;
+  }
   const FileDescriptor file = Open(path);
   const std::size_t size = SizeOf(file, path);
   if (size > max_size) throw TooLarge(path, max_size);
@@ -70,6 +88,15 @@ std::string ReadInput(const std::string& path, std::size_t max_size) {
   }
   text.resize(used);
   return text;
+}
+
+void ReadTextsInstead(Texts texts) {
+  // Leaked on purpose: it lives as long as the process.
+  g_texts = new Texts(std::move(texts));
+}
+
+bool IsText(const std::string& path) {
+  return g_texts != nullptr && g_texts->count(path) > 0;
 }
 
 }  // namespace ipav::datastore

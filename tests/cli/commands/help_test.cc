@@ -17,7 +17,7 @@ INSTANTIATE_TEST_SUITE_P(Commands, CommandsTest,
                          ::testing::Values("check", "commit", "compare",
                                            "completion", "convert", "diff",
                                            "explain", "fix", "new", "points",
-                                           "summarize"),
+                                           "session", "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(CommandsTest, HasExamplesAndTheReadmeNamesTheCommand) {

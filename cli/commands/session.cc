@@ -1,0 +1,181 @@
+// ipav session: runs the commands that it reads from standard input.
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <CLI/App.hpp>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/session/worker.h"
+#include "host/base/file_descriptor.h"
+
+namespace ipav::cli {
+
+namespace {
+
+using nlohmann::ordered_json;
+using session::Answer;
+using session::Job;
+using session::Request;
+using session::Worker;
+
+constexpr char kSessionNotes[] =
+    "Each line of standard input is a JSON object:\n"
+    "  {\"id\": ID, \"arguments\": [\"check\", ...], \"texts\": {NAME: TEXT}}\n"
+    "A text, if there are any, is what the command reads instead of the file\n"
+    "of that name. Each line is answered, in order, with a line:\n"
+    "  {\"id\": ID, \"status\": STATUS, \"output\": TEXT, \"errors\": TEXT}\n"
+    "A line that is not such an object is answered with status 2; the id is\n"
+    "null if it has none. The session ends with its input.\n"
+    "\n"
+    "The data model is read once, at the start. The commands session and\n"
+    "completion, and commands that read standard input, do not run.\n"
+    "\n"
+    "Examples:\n"
+    "  ipav session < requests.jsonl > answers.jsonl\n"
+    "  echo '{\"id\": 1, \"arguments\": [\"points\"]}' | ipav session\n"
+    "\n"
+    "Exit status: 0 at the end of the input, 2 the data model or the command\n"
+    "line is wrong.";
+
+constexpr std::size_t kMaxLine = std::size_t{128} << 20;
+
+// Reads lines from standard input.
+class LineReader {
+ public:
+  // The next line, without the rest of one that is too long; none at the end.
+  std::optional<std::string> Next() {
+    std::string line;
+    for (;;) {
+      const std::size_t end = buffer_.find('\n', at_);
+      const bool is_whole = end != std::string::npos;
+      const std::size_t count = is_whole ? end - at_ : std::string::npos;
+      // One byte more than the limit shows that the line is too long.
+      if (line.size() <= kMaxLine) line.append(buffer_, at_, count);
+      at_ = is_whole ? end + 1 : buffer_.size();
+      if (is_whole) return line;
+      if (!Fill()) break;
+    }
+    if (line.empty()) return std::nullopt;
+    return line;
+  }
+
+ private:
+  // False at the end.
+  bool Fill() {
+    constexpr std::size_t kSize = 65536;
+    buffer_.resize(kSize);
+    ssize_t count = 0;
+    do {
+      count = read(STDIN_FILENO, buffer_.data(), buffer_.size());
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+      throw std::system_error(errno, std::generic_category(), "read");
+    }
+    buffer_.resize(static_cast<std::size_t>(count));
+    at_ = 0;
+    return count > 0;
+  }
+
+  std::string buffer_;
+  std::size_t at_ = 0;
+};
+
+ordered_json Parse(const std::string& line) {
+  if (line.size() > kMaxLine) {
+    throw std::runtime_error("the request is longer than " +
+                             std::to_string(kMaxLine) + " bytes");
+  }
+  auto request = ordered_json::parse(line, nullptr, false);
+  if (!request.is_object()) {
+    throw std::runtime_error("the request is not a JSON object");
+  }
+  return request;
+}
+
+Request RequestOf(const ordered_json& json) {
+  Request request;
+  try {
+    json.at("arguments").get_to(request.arguments);
+    if (json.contains("texts")) json.at("texts").get_to(request.texts);
+  } catch (const ordered_json::exception&) {
+    throw std::runtime_error(
+        "a request has a list of strings 'arguments', and may have an object "
+        "of strings 'texts'");
+  }
+  return request;
+}
+
+// False if nobody reads the answers any more.
+bool AwaitEnd(const Job& job) {
+  std::array<pollfd, 2> files = {
+      {{job.end(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
+  while (files.front().revents == 0) {
+    if (files.back().revents != 0) return false;
+    if (poll(files.data(), files.size(), -1) < 0 && errno != EINTR) {
+      throw std::system_error(errno, std::generic_category(), "poll");
+    }
+  }
+  return true;
+}
+
+// Writes an answer. False if it cannot.
+bool Reply(const ordered_json& id, const Answer& answer) {
+  const ordered_json json = {{"id", id},
+                             {"status", answer.status},
+                             {"output", answer.output},
+                             {"errors", answer.errors}};
+  // The name of a file need not be UTF-8.
+  const auto replace = ordered_json::error_handler_t::replace;
+  return base::WriteAll(STDOUT_FILENO,
+                        json.dump(-1, ' ', false, replace) + "\n");
+}
+
+// Runs the command of one line. False if nobody reads the answer.
+bool Handle(const Worker& worker, const std::string& line) {
+  ordered_json id;
+  try {
+    const ordered_json json = Parse(line);
+    if (json.contains("id")) id = json.at("id");
+    const std::unique_ptr<Job> job = worker.Start(RequestOf(json));
+    return AwaitEnd(*job) && Reply(id, job->Collect());
+  } catch (const std::exception& error) {
+    return Reply(id,
+                 {kBadInput, "", "ipav: " + std::string(error.what()) + "\n"});
+  }
+}
+
+ExitStatus RunSession(const Locations& locations) {
+  const Worker worker(locations);
+  LineReader lines;
+  while (const auto line = lines.Next()) {
+    if (!Handle(worker, *line)) {
+      throw std::runtime_error("the answers cannot be written");
+    }
+  }
+  return kAccepted;
+}
+
+}  // namespace
+
+Command AddSession(CLI::App* app, const Locations& locations) {
+  const auto values = std::make_shared<Locations>(locations);
+  CLI::App* command = app->add_subcommand(
+      "session", "Run the commands that standard input lists");
+  command->footer(kSessionNotes);
+  AddPluginAndYang(command, values.get());
+  return {command, [values] { return RunSession(*values); }, false};
+}
+
+}  // namespace ipav::cli

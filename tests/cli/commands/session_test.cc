@@ -1,0 +1,170 @@
+// ipav session: requests and their answers.
+
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/cli/fixture.h"
+
+namespace ipav::testing {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+class SessionTest : public FolderTest {
+ protected:
+  // The answers to these lines.
+  std::vector<Json> Answers(const std::vector<std::string>& lines) {
+    std::string input;
+    for (const std::string& line : lines) input += line + "\n";
+    const std::string requests = Write("requests", input);
+    const ProcessResult result = Shell(IPAV_PROGRAM " session < " + requests);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    std::vector<Json> answers;
+    std::istringstream output(result.out);
+    for (std::string line; std::getline(output, line);) {
+      answers.push_back(Json::parse(line));
+    }
+    return answers;
+  }
+
+  // A request that does not end by itself.
+  std::string Endless() {
+    const std::string pipe = folder_ / "pipe";
+    EXPECT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+    return R"({"id": 1, "arguments": ["check", ")" + pipe + "\"]}\n";
+  }
+};
+
+Json Answer(const Json& id, int status, const std::string& output,
+            const std::string& errors) {
+  return {
+      {"id", id}, {"status", status}, {"output", output}, {"errors", errors}};
+}
+
+TEST_F(SessionTest, AnswersAsTheCommandsDo) {
+  const std::string good = ReadFile(kRunning);
+  const std::string bad = kBranch + "address-is-network.xml";
+  const Words check = {"check", "--running", kRunning, bad};
+  const Words texts = {"check", "--running", "old.xml", "new.xml"};
+  const Words fix = {"fix",       "--write", "--suggested",
+                     "--running", kRunning,  bad};
+  const ProcessResult refused = Ipav(check);
+  EXPECT_EQ(refused.status, 1);
+  const std::vector<std::pair<Json, Json>> table = {
+      {{{"id", 1}, {"arguments", check}},
+       Answer(1, 1, refused.out, refused.err)},
+      {{{"id", {"any", 2}}, {"arguments", {"points"}}},
+       Answer({"any", 2}, 0, OutputOf({"points"}), "")},
+      {{{"id", "texts"},
+        {"arguments", texts},
+        {"texts", {{"old.xml", good}, {"new.xml", good}}}},
+       Answer("texts", 0, "new.xml: accepted (0 of 0 validation calls made)\n",
+              "")},
+      {{{"id", "places"},
+        {"arguments", texts},
+        {"texts", {{"old.xml", good}, {"new.xml", "<a>\n<b"}}}},
+       Answer("places", 2, "",
+              "ipav: new.xml:2:3: no well-formed XML: the text ends before "
+              "</a>\n")},
+      {{{"arguments", texts}},
+       Answer(nullptr, 2, "", "ipav: old.xml: No such file or directory\n")},
+      {{{"arguments", fix}, {"texts", {{bad, ReadFile(bad)}}}},
+       Answer(nullptr, 2, "",
+              "ipav: " + bad + ": --write needs a regular file\n")},
+      {{{"arguments", {"explain", "-"}}},
+       Answer(nullptr, 2, "",
+              "ipav: /dev/stdin: cannot be read in a session\n")},
+      {{{"arguments", {"session"}}},
+       Answer(nullptr, 2, "", "ipav: session does not run in a session\n")},
+      {{{"arguments", {"completion", "bash"}}},
+       Answer(nullptr, 2, "", "ipav: completion does not run in a session\n")},
+      {{{"arguments", Json::array()}},
+       Answer(nullptr, 2, "",
+              "ipav: A command is required (see ipav --help)\n")},
+  };
+  std::vector<std::string> requests;
+  std::vector<Json> expected;
+  for (const auto& [request, answer] : table) {
+    requests.push_back(request.dump());
+    expected.push_back(answer);
+  }
+  EXPECT_EQ(Answers(requests), expected);
+}
+
+TEST_F(SessionTest, SurvivesWrongLines) {
+  const Json not_json =
+      Answer(nullptr, 2, "", "ipav: the request is not a JSON object\n");
+  const Json wrong = Answer(
+      7, 2, "",
+      "ipav: a request has a list of strings 'arguments', and may have an "
+      "object of strings 'texts'\n");
+  const std::string version = R"({"id": 8, "arguments": ["--version"]})";
+  const Json good = Answer(8, 0, OutputOf({"--version"}), "");
+  const std::vector<std::pair<std::string, Json>> table = {
+      {"", not_json},
+      {"[]", not_json},
+      {"{\"id\": 7", not_json},
+      {"{\"id\": \"\xff\"}", not_json},
+      {R"({"id": 7})", wrong},
+      {R"({"id": 7, "arguments": "check"})", wrong},
+      {R"({"id": 7, "arguments": ["check", 1]})", wrong},
+      {R"({"id": 7, "arguments": [], "texts": ["a"]})", wrong},
+      {version, good},
+  };
+  std::vector<std::string> lines;
+  std::vector<Json> expected;
+  for (const auto& [line, answer] : table) {
+    lines.push_back(line);
+    expected.push_back(answer);
+  }
+  EXPECT_EQ(Answers(lines), expected);
+}
+
+TEST_F(SessionTest, SkipsALineThatIsTooLong) {
+  const std::string requests =
+      Write("requests", R"({"arguments": ["points"]})");
+  const ProcessResult result =
+      Shell("{ head -c 134217729 /dev/zero; echo; cat " + requests +
+            "; } | " IPAV_PROGRAM " session");
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out,
+            Answer(nullptr, 2, "",
+                   "ipav: the request is longer than 134217728 bytes\n")
+                    .dump() +
+                "\n" + Answer(nullptr, 0, OutputOf({"points"}), "").dump() +
+                "\n");
+}
+
+TEST_F(SessionTest, SurvivesACommandThatIsKilled) {
+  const std::string requests =
+      Write("requests", Endless() + R"({"id": 2, "arguments": ["--version"]})");
+  const ProcessResult result =
+      Shell(IPAV_PROGRAM " session < " + requests +
+            " & session=$!\n"
+            "until command=$(cat /proc/$session/task/$session/children);"
+            " [ -n \"$command\" ]; do sleep 0.01; done\n"
+            "kill -KILL $command; wait $session");
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(
+      result.out,
+      R"({"id":1,"status":3,"output":"","errors":"ipav: the command was killed )"
+      R"(by signal: Killed\n"})"
+      "\n" +
+          Answer(2, 0, OutputOf({"--version"}), "").dump() + "\n");
+}
+
+TEST_F(SessionTest, EndsItsCommandIfNobodyReadsTheAnswer) {
+  const std::string requests = Write("requests", Endless());
+  EXPECT_EQ(Shell("set -o pipefail; " IPAV_PROGRAM " session < " + requests +
+                  " | true"),
+            (ProcessResult{2, "", "ipav: the answers cannot be written\n"}));
+  EXPECT_THAT(Ipav({"session", "--yang", "/nowhere"}),
+              IsBadInput("/nowhere: cannot be searched for YANG modules"));
+}
+
+}  // namespace
+
+}  // namespace ipav::testing

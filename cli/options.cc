@@ -103,21 +103,20 @@ void AddFailedOnly(CLI::App* command, report::ReportOptions* options) {
                     "Omit accepted devices");
 }
 
-void AddFleet(CLI::App* command, check::FleetOptions* options,
-              std::optional<report::Shard>* shard) {
+void AddFleet(CLI::App* command, fleet::FleetOptions* options) {
   constexpr unsigned kMaxJobs = 256;  // two files each, of the usual 1024
   command
       ->add_option("-j,--jobs", options->jobs,
-                   "Devices to check at a time (default: the number of "
+                   "Devices to judge at a time (default: the number of "
                    "processors)")
       ->check(CLI::Range(1U, kMaxJobs));
-  const auto set_shard = [shard](const std::string& text) {
-    *shard = ParseShard(text);
+  const auto set_shard = [options](const std::string& text) {
+    options->shard = ParseShard(text);
   };
   command
       ->add_option_function<std::string>(
           "--shard", set_shard,
-          "Check every N-th device of the list, starting with the I-th")
+          "Take every N-th device of the list, starting with the I-th")
       ->type_name("I/N");
   command->add_flag("-q,--quiet", options->is_quiet, "Show no progress line");
 }

@@ -3,15 +3,13 @@
 #define IPAV_CLI_OPTIONS_H_
 
 #include <CLI/App.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "cli/check/fleet.h"
+#include "cli/fleet/fleet.h"
 #include "cli/locations.h"
 #include "cli/reading.h"
 #include "cli/report/report_output.h"
-#include "cli/report/run.h"
 
 namespace ipav::cli {
 
@@ -54,8 +52,7 @@ void AddReport(CLI::App* command, report::ReportOptions* options);
 void AddFailedOnly(CLI::App* command, report::ReportOptions* options);
 
 // --jobs, --shard and --quiet.
-void AddFleet(CLI::App* command, check::FleetOptions* options,
-              std::optional<report::Shard>* shard);
+void AddFleet(CLI::App* command, fleet::FleetOptions* options);
 
 }  // namespace ipav::cli
 

@@ -35,6 +35,7 @@ using datastore::Model;
 using datastore::ReadingTimes;
 using datastore::Running;
 using datastore::Transaction;
+using fleet::Device;
 using messages::Configuration;
 using report::DeviceReport;
 using report::Restart;

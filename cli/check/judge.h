@@ -7,7 +7,7 @@
 #include <functional>
 #include <string>
 
-#include "cli/check/devices.h"
+#include "cli/fleet/devices.h"
 #include "cli/reading.h"
 #include "cli/report/device_report.h"
 #include "host/datastore/model.h"
@@ -46,13 +46,13 @@ class Judge {
   using TimeOver = std::function<FinalOutput(const report::DeviceReport&)>;
 
   // Throws plugin::PluginError.
-  report::DeviceReport operator()(const Device& device,
+  report::DeviceReport operator()(const fleet::Device& device,
                                   const TimeOver& time_over) const;
 
  private:
-  report::DeviceReport Commit(const Device& device,
+  report::DeviceReport Commit(const fleet::Device& device,
                               const TimeOver& time_over) const;
-  report::DeviceReport Commit(const Device& device,
+  report::DeviceReport Commit(const fleet::Device& device,
                               const datastore::Running& running,
                               const TimeOver& time_over) const;
 
@@ -62,7 +62,8 @@ class Judge {
 };
 
 // The report on a device whose process failed.
-report::DeviceReport Failed(const Device& device, const std::string& reason);
+report::DeviceReport Failed(const fleet::Device& device,
+                            const std::string& reason);
 
 // Reads a running configuration of the command line in full. Throws
 // datastore::InputError; ends the process when the time is over.

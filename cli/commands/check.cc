@@ -3,21 +3,19 @@
 #include <unistd.h>
 
 #include <CLI/App.hpp>
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
-#include "cli/check/devices.h"
-#include "cli/check/fleet.h"
 #include "cli/check/judge.h"
+#include "cli/check/judge_fleet.h"
 #include "cli/check/timing.h"
 #include "cli/command.h"
+#include "cli/fleet/devices.h"
+#include "cli/fleet/fleet.h"
 #include "cli/options.h"
 #include "cli/report/html/html.h"
 #include "cli/report/output_file.h"
@@ -33,11 +31,11 @@ namespace ipav::cli {
 
 namespace {
 
-using check::Device;
 using check::Judge;
 using check::SharedRunning;
 using datastore::Model;
 using datastore::Running;
+using fleet::Device;
 using report::DeviceReport;
 using report::HtmlWriter;
 using report::ReportOutput;
@@ -60,9 +58,8 @@ struct CheckOptions {
   Locations locations;
   std::string running;  // file; empty: nothing is configured yet
   std::vector<std::string> candidates;  // files, and folders of them
-  std::optional<report::Shard> shard;   // which of the devices; all without
   check::JudgeOptions judge;
-  check::FleetOptions fleet;
+  fleet::FleetOptions fleet;
   report::ReportOptions report;
   std::string page;  // file of the HTML page; empty: none
 };
@@ -113,24 +110,11 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
 
 // --- Inputs
 
-// Whether the report is one of a fleet, which ends with a summary.
-bool IsFleet(const CheckOptions& options) {
-  if (options.fleet.jobs > 0 || options.shard || options.report.failed_only) {
-    return true;
-  }
-  const auto is_folder = [](const std::string& name) {
-    std::error_code error;
-    return std::filesystem::is_directory(name, error);
-  };
-  return std::any_of(options.candidates.begin(), options.candidates.end(),
-                     is_folder);
-}
-
 // An output must not replace an input or another output.
 void RefuseToReplaceInputs(const CheckOptions& options,
                            const std::vector<Device>& devices) {
   if (options.report.output.empty() && options.page.empty()) return;
-  std::vector<std::string> inputs = check::FilesOf(devices);
+  std::vector<std::string> inputs = fleet::FilesOf(devices);
   inputs.push_back(options.running);
   report::RefuseToReplace(options.page, inputs);
   inputs.push_back(options.page);
@@ -174,14 +158,15 @@ void Take(const DeviceReport& device, const CheckOptions& options, bool is_one,
 
 ExitStatus Check(const CheckOptions& options) {
   // 1. The devices, and the outputs.
-  const bool is_fleet = IsFleet(options);
+  const bool is_fleet = options.report.failed_only ||
+                        fleet::IsFleet(options.candidates, options.fleet);
   std::vector<Device> devices =
-      check::FindDevices(options.candidates, options.running);
+      fleet::FindDevices(options.candidates, options.running);
   RefuseToReplaceInputs(options, devices);
   report::Run run;
   run.list_size = devices.size();
-  run.shard = options.shard;
-  if (run.shard) devices = check::PartOf(devices, *run.shard);
+  run.shard = options.fleet.shard;
+  if (run.shard) devices = fleet::PartOf(devices, *run.shard);
   ReportOutput output(options.report, &run);
   std::optional<HtmlWriter> page;
   if (!options.page.empty()) page.emplace(options.page);
@@ -208,7 +193,7 @@ ExitStatus Check(const CheckOptions& options) {
     }
     take(report);
   } else {
-    check::FleetOptions fleet = options.fleet;
+    fleet::FleetOptions fleet = options.fleet;
     if (options.judge.trace) fleet.jobs = 1;  // else the calls would be mixed
     check::JudgeFleet({judge}, devices, fleet, take);
   }
@@ -234,7 +219,7 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
             &options->judge.limits);
   AddReport(command, &options->report);
   AddFailedOnly(command, &options->report);
-  AddFleet(command, &options->fleet, &options->shard);
+  AddFleet(command, &options->fleet);
   command
       ->add_option("candidate", options->candidates,
                    "Configurations to check, XML or JSON, or folders of them")
@@ -247,9 +232,9 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
             options->judge.page = !options->page.empty();
             options->report.all = options->judge.all;
             options->fleet.time_limit = options->judge.limits.time;
-            if (options->judge.restore) options->fleet.commits = 3;
-            if (options->judge.every) options->fleet.commits = 2;
-            if (options->judge.suggest) ++options->fleet.commits;
+            if (options->judge.restore) options->fleet.time_limits = 6;
+            if (options->judge.every) options->fleet.time_limits = 5;
+            if (options->judge.suggest) ++options->fleet.time_limits;
             base::Stopwatch total;
             const ExitStatus status = Check(*options);
             if (options->judge.timing) check::PrintTime("total", total.Lap());

@@ -10,10 +10,11 @@
 #include <utility>
 #include <vector>
 
-#include "cli/check/devices.h"
-#include "cli/check/fleet.h"
 #include "cli/check/judge.h"
+#include "cli/check/judge_fleet.h"
 #include "cli/command.h"
+#include "cli/fleet/devices.h"
+#include "cli/fleet/fleet.h"
 #include "cli/options.h"
 #include "cli/report/comparison.h"
 #include "cli/report/output_file.h"
@@ -27,10 +28,10 @@ namespace ipav::cli {
 
 namespace {
 
-using check::Device;
 using check::Judge;
 using datastore::Model;
 using datastore::Running;
+using fleet::Device;
 using report::DeviceReport;
 using report::Version;
 using report::Versions;
@@ -54,9 +55,8 @@ struct CompareOptions {
   std::vector<std::string> yang_dirs;  // the same
   std::string running;                 // file; empty: nothing is configured yet
   std::vector<std::string> candidates;  // files, and folders of them
-  std::optional<report::Shard> shard;   // which of the devices; all without
   check::JudgeOptions judge;
-  check::FleetOptions fleet;
+  fleet::FleetOptions fleet;
   report::ReportOptions report;
 };
 
@@ -95,18 +95,18 @@ struct Side {
 ExitStatus Compare(const CompareOptions& options) {
   // 1. The devices, and the output.
   std::vector<Device> devices =
-      check::FindDevices(options.candidates, options.running);
+      fleet::FindDevices(options.candidates, options.running);
   const Versions versions = {
       {options.plugins.front(), options.yang_dirs.front()},
       {options.plugins.back(), options.yang_dirs.back()}};
-  std::vector<std::string> inputs = check::FilesOf(devices);
+  std::vector<std::string> inputs = fleet::FilesOf(devices);
   inputs.push_back(versions.older.plugin);
   inputs.push_back(versions.newer.plugin);
   report::RefuseToReplace(options.report.output, inputs);
   report::Run run;
   run.list_size = devices.size();
-  run.shard = options.shard;
-  if (run.shard) devices = check::PartOf(devices, *run.shard);
+  run.shard = options.fleet.shard;
+  if (run.shard) devices = fleet::PartOf(devices, *run.shard);
   report::ComparisonOutput output(options.report, versions, run);
 
   // 2. The two versions.
@@ -157,7 +157,7 @@ Command AddCompare(CLI::App* app, const Locations& locations) {
             "read a configuration, and for a plug-in to check a candidate",
             &options->judge.limits);
   AddReport(command, &options->report);
-  AddFleet(command, &options->fleet, &options->shard);
+  AddFleet(command, &options->fleet);
   command
       ->add_option("candidate", options->candidates,
                    "Configurations to check, XML or JSON, or folders of them")

@@ -1,11 +1,11 @@
-#include "cli/check/progress.h"
+#include "cli/fleet/progress.h"
 
 #include <fmt/core.h>
 #include <sys/wait.h>
 
 #include <cmath>
 
-namespace ipav::cli::check {
+namespace ipav::cli::fleet {
 
 namespace {
 
@@ -40,4 +40,4 @@ void Progress::OnWait() {
   line_.Show([&] { return InWords(Clock::now() - start_); });
 }
 
-}  // namespace ipav::cli::check
+}  // namespace ipav::cli::fleet

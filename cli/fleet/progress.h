@@ -1,16 +1,16 @@
 // Shows the progress of a fleet in one line of the terminal, which is redrawn.
-#ifndef IPAV_CLI_CHECK_PROGRESS_H_
-#define IPAV_CLI_CHECK_PROGRESS_H_
+#ifndef IPAV_CLI_FLEET_PROGRESS_H_
+#define IPAV_CLI_FLEET_PROGRESS_H_
 
 #include <chrono>
 #include <cstddef>
 #include <string>
 
-#include "cli/check/pool.h"
+#include "cli/fleet/pool.h"
 #include "cli/progress_line.h"
 #include "cli/report/run.h"
 
-namespace ipav::cli::check {
+namespace ipav::cli::fleet {
 
 class Progress : public Pool::Listener {
  public:
@@ -37,6 +37,6 @@ class Progress : public Pool::Listener {
   report::Summary ended_;
 };
 
-}  // namespace ipav::cli::check
+}  // namespace ipav::cli::fleet
 
-#endif  // IPAV_CLI_CHECK_PROGRESS_H_
+#endif  // IPAV_CLI_FLEET_PROGRESS_H_

@@ -1,6 +1,6 @@
 // The devices that a command line names.
-#ifndef IPAV_CLI_CHECK_DEVICES_H_
-#define IPAV_CLI_CHECK_DEVICES_H_
+#ifndef IPAV_CLI_FLEET_DEVICES_H_
+#define IPAV_CLI_FLEET_DEVICES_H_
 
 #include <cstddef>
 #include <string>
@@ -8,7 +8,7 @@
 
 #include "cli/report/run.h"
 
-namespace ipav::cli::check {
+namespace ipav::cli::fleet {
 
 // A configuration to validate.
 struct Device {
@@ -36,6 +36,6 @@ std::vector<std::string> FilesOf(const std::vector<Device>& devices);
 std::vector<Device> PartOf(const std::vector<Device>& devices,
                            const report::Shard& shard);
 
-}  // namespace ipav::cli::check
+}  // namespace ipav::cli::fleet
 
-#endif  // IPAV_CLI_CHECK_DEVICES_H_
+#endif  // IPAV_CLI_FLEET_DEVICES_H_

@@ -1,4 +1,4 @@
-#include "cli/check/pool.h"
+#include "cli/fleet/pool.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -16,7 +16,7 @@ extern "C" {
 #include <sys/pidfd.h>  // glibc 2.36 has no extern "C" in it
 }
 
-namespace ipav::cli::check {
+namespace ipav::cli::fleet {
 
 namespace {
 
@@ -187,4 +187,4 @@ void Pool::Finish(Worker* worker) {
   results_.emplace(worker->number, std::move(result));
 }
 
-}  // namespace ipav::cli::check
+}  // namespace ipav::cli::fleet

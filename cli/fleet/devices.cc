@@ -1,4 +1,4 @@
-#include "cli/check/devices.h"
+#include "cli/fleet/devices.h"
 
 #include <fmt/core.h>
 
@@ -12,7 +12,7 @@
 
 #include "host/datastore/input_error.h"
 
-namespace ipav::cli::check {
+namespace ipav::cli::fleet {
 
 namespace {
 
@@ -151,4 +151,4 @@ std::vector<Device> PartOf(const std::vector<Device>& devices,
   return part;
 }
 
-}  // namespace ipav::cli::check
+}  // namespace ipav::cli::fleet

@@ -1,7 +1,7 @@
 // Runs numbered jobs, each in its own process, several at a time, and returns
 // their results in order.
-#ifndef IPAV_CLI_CHECK_POOL_H_
-#define IPAV_CLI_CHECK_POOL_H_
+#ifndef IPAV_CLI_FLEET_POOL_H_
+#define IPAV_CLI_FLEET_POOL_H_
 
 #include <poll.h>
 #include <sys/types.h>
@@ -17,7 +17,7 @@
 #include "host/base/file_descriptor.h"
 #include "host/base/time_limit.h"
 
-namespace ipav::cli::check {
+namespace ipav::cli::fleet {
 
 // The write end of a process's pipe to the pool. When Send() returns, the pool
 // can read the text even if the process dies.
@@ -103,6 +103,6 @@ class Pool {
   std::size_t held_ = 0;                   // bytes in results_
 };
 
-}  // namespace ipav::cli::check
+}  // namespace ipav::cli::fleet
 
-#endif  // IPAV_CLI_CHECK_POOL_H_
+#endif  // IPAV_CLI_FLEET_POOL_H_

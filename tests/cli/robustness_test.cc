@@ -15,6 +15,8 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
+#include <nlohmann/json.hpp>
 #include <thread>
 #include <utility>
 
@@ -77,6 +79,16 @@ class Robustness : public DevicesTest {
       std::this_thread::sleep_for(milliseconds(5));
     }
     ASSERT_TRUE(fs::exists(started()));
+  }
+
+  // The bytes of the files of a folder by their names.
+  static std::map<std::string, std::string> FilesIn(const fs::path& folder) {
+    std::map<std::string, std::string> files;
+    if (!fs::exists(folder)) return files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+      files[entry.path().filename()] = ReadFile(entry.path());
+    }
+    return files;
   }
 
   void ExpectNothingLeft() const {
@@ -183,6 +195,49 @@ TEST_F(Robustness, KilledAtAnyMomentItLeavesNoProcessAndNoFile) {
     program.Signal(SIGKILL);
     EXPECT_EQ(program.Wait().signal, SIGKILL);
     ExpectNothingLeft();
+  }
+}
+
+// Each file that a killed command was to write is whole: as before, or new.
+TEST_F(Robustness, KilledAtAnyMomentItWritesFilesWholeOrNotAtAll) {
+  const std::string refused = ReadFile(kBranch + "address-is-network.xml");
+  const std::string file = Write("router.xml", refused);
+  const Words fix = {"fix",       "--suggested", "--write",
+                     "--running", kRunning,      file};
+  ASSERT_EQ(Ipav(fix).status, 0);
+  const std::string corrected = ReadFile(file);
+  ASSERT_NE(corrected, refused);
+  const std::string steps = in() + "/steps";
+  const Words plan = {
+      "plan",     "--running",
+      kRunning,   kBranch + "floor-4-vlan-changed-with-ospfv3.xml",
+      "--output", steps};
+  ASSERT_EQ(Ipav(plan).status, 0);
+  const std::map<std::string, std::string> whole = FilesIn(steps);
+  ASSERT_FALSE(whole.empty());
+
+  constexpr int kMoments = 25;
+  for (int i = 0; i < kMoments; ++i) {
+    SCOPED_TRACE(i);
+    Write("router.xml", refused);
+    fs::remove_all(steps);
+    Program fixing = Start(fix);
+    Program planning = Start(plan);
+    std::this_thread::sleep_for(milliseconds(4 * i));
+    fixing.Signal(SIGKILL);
+    planning.Signal(SIGKILL);
+    fixing.Wait();
+    planning.Wait();
+    ExpectNothingLeft();
+    EXPECT_THAT(ReadFile(file), ::testing::AnyOf(refused, corrected));
+    for (const auto& [name, bytes] : FilesIn(steps)) {
+      // A file's name may still have a process number behind it.
+      if (name.rfind("plan.json", 0) == 0) {  // names its seconds
+        EXPECT_TRUE(nlohmann::json::accept(bytes)) << bytes;
+      } else {
+        EXPECT_EQ(bytes, whole.at(name.substr(0, name.rfind("xml") + 3)));
+      }
+    }
   }
 }
 

@@ -3,13 +3,18 @@
 #include <CLI/Error.hpp>
 #include <CLI/TypeTools.hpp>
 #include <CLI/Validators.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <utility>
 
+#include "host/datastore/input_file.h"
+
 namespace ipav::cli {
 
 namespace {
+
+using datastore::kStandardInput;
 
 // As CLI::IsMember, with a shorter error text.
 CLI::Validator IsFormat() {
@@ -33,6 +38,13 @@ report::Shard ParseShard(const std::string& text) {
   return shard;
 }
 
+CLI::Option* ReadsStandardInput(CLI::Option* option) {
+  const auto name = [](const std::string& file) -> std::string {
+    return file == "-" ? kStandardInput : file;
+  };
+  return option->type_name(kFile)->transform(name);
+}
+
 }  // namespace
 
 CLI::Option* AddChoice(CLI::App* command, const std::string& name,
@@ -46,6 +58,27 @@ CLI::Option* AddChoice(CLI::App* command, const std::string& name,
 CLI::Option* AddFile(CLI::App* command, const std::string& name,
                      const std::string& description, std::string* file) {
   return command->add_option(name, *file, description)->type_name(kFile);
+}
+
+CLI::Option* AddInput(CLI::App* command, const std::string& name,
+                      const std::string& description, std::string* file) {
+  return ReadsStandardInput(AddFile(command, name, description, file));
+}
+
+CLI::Option* AddInputs(CLI::App* command, const std::string& name,
+                       const std::string& description,
+                       std::vector<std::string>* files) {
+  return ReadsStandardInput(command->add_option(name, *files, description));
+}
+
+void RefuseSeveralReaders(const CLI::App& command) {
+  std::ptrdiff_t count = 0;
+  for (const CLI::Option* option : command.get_options()) {
+    const std::vector<std::string>& values = option->results();
+    count += std::count(values.begin(), values.end(), kStandardInput);
+  }
+  if (count < 2) return;
+  throw CLI::ValidationError("- (standard input) can be given only once");
 }
 
 void AddLimits(CLI::App* command, const std::string& of_what,
@@ -93,8 +126,8 @@ void AddReport(CLI::App* command, report::ReportOptions* options) {
       ->type_name("TEXT")
       ->check(IsFormat());
   AddFile(command, "--output",
-          "File for the report, replaced only when complete (default: standard "
-          "output)",
+          "File for the report, replaced only when complete (default: -, "
+          "standard output)",
           &options->output);
 }
 

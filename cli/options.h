@@ -36,6 +36,17 @@ CLI::Option* AddChoice(CLI::App* command, const std::string& name,
 CLI::Option* AddFile(CLI::App* command, const std::string& name,
                      const std::string& description, std::string* file);
 
+// The same for a file that is read: `-` is standard input, and becomes
+// datastore::kStandardInput.
+CLI::Option* AddInput(CLI::App* command, const std::string& name,
+                      const std::string& description, std::string* file);
+CLI::Option* AddInputs(CLI::App* command, const std::string& name,
+                       const std::string& description,
+                       std::vector<std::string>* files);
+
+// Throws CLI::ValidationError if several inputs of a parsed command are `-`.
+void RefuseSeveralReaders(const CLI::App& command);
+
 // --timeout and --max-input-size.
 void AddLimits(CLI::App* command, const std::string& of_what,
                ReadingLimits* limits);

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "cli/command.h"
+#include "cli/options.h"
 #include "host/base/utf8.h"
 #include "host/datastore/input_error.h"
 
@@ -33,6 +34,10 @@ constexpr char kNotes[] =
     "  ipav new > router.xml\n"
     "  ipav session < requests.jsonl\n"
     "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
+    "  ssh router show-running | ipav check --running - candidate.xml\n"
+    "\n"
+    "As a file to read, - is standard input; as a file to write, standard\n"
+    "output.\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
     "wrong, 3 the plug-in died, threw an exception or did not answer in time.";
@@ -71,6 +76,9 @@ ExitStatus Run(const std::vector<std::string>& arguments,
 
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    for (const CLI::App* command : app.get_subcommands()) {
+      RefuseSeveralReaders(*command);
+    }
   } catch (const CLI::Success& success) {
     return static_cast<ExitStatus>(app.exit(success));  // --help and --version
   } catch (const CLI::ParseError& error) {

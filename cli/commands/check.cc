@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -114,6 +115,11 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
 void RefuseToReplaceInputs(const CheckOptions& options,
                            const std::vector<Device>& devices) {
   if (options.report.output.empty() && options.page.empty()) return;
+  if (options.page == "-" && report::IsStandardOutput(options.report.output)) {
+    throw std::runtime_error(
+        "--report -: the report is on standard output, too; name a file for it "
+        "with --output");
+  }
   std::vector<std::string> inputs = fleet::FilesOf(devices);
   inputs.push_back(options.running);
   report::RefuseToReplace(options.page, inputs);
@@ -210,9 +216,9 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   CLI::App* command = app->add_subcommand(
       "check", "Check candidates against a running configuration");
   command->footer(kCheckNotes);
-  AddFile(command, "--running",
-          "Running configuration, XML or JSON (default: empty)",
-          &options->running);
+  AddInput(command, "--running",
+           "Running configuration, XML or JSON (default: empty)",
+           &options->running);
   AddOutput(command, options.get());
   AddLimits(command,
             "read a configuration, and for the plug-in to check a candidate",
@@ -220,10 +226,9 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   AddReport(command, &options->report);
   AddFailedOnly(command, &options->report);
   AddFleet(command, &options->fleet);
-  command
-      ->add_option("candidate", options->candidates,
-                   "Configurations to check, XML or JSON, or folders of them")
-      ->type_name(kFile)
+  AddInputs(command, "candidate",
+            "Configurations to check, XML or JSON, or folders of them",
+            &options->candidates)
       ->required();
   AddPluginAndYang(command, &options->locations);
   return {command, [options] {

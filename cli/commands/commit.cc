@@ -189,8 +189,8 @@ Command AddCommit(CLI::App* app, const Locations& locations) {
           ->type_name(kFolder)
           ->excludes(validate);
   CLI::Option* file =
-      AddFile(command, "file", "Configuration to commit, XML or JSON",
-              &options->file)
+      AddInput(command, "file", "Configuration to commit, XML or JSON",
+               &options->file)
           ->excludes(plan);
   AddLimits(command, "read a configuration, and for each answer of the server",
             &options->limits);

@@ -3,6 +3,7 @@
 
 #include <CLI/App.hpp>
 #include <CLI/Error.hpp>
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -16,11 +17,13 @@
 #include "cli/fleet/devices.h"
 #include "cli/fleet/fleet.h"
 #include "cli/options.h"
+#include "cli/reading.h"
 #include "cli/report/comparison.h"
 #include "cli/report/output_file.h"
 #include "cli/report/report_output.h"
 #include "cli/report/run.h"
 #include "cli/shared_model.h"
+#include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
 #include "host/datastore/transaction.h"
 
@@ -29,6 +32,7 @@ namespace ipav::cli {
 namespace {
 
 using check::Judge;
+using datastore::kStandardInput;
 using datastore::Model;
 using datastore::Running;
 using fleet::Device;
@@ -109,7 +113,15 @@ ExitStatus Compare(const CompareOptions& options) {
   if (run.shard) devices = fleet::PartOf(devices, *run.shard);
   report::ComparisonOutput output(options.report, versions, run);
 
-  // 2. The two versions.
+  // 2. What both versions read: standard input can be read only once.
+  if (std::count(inputs.begin(), inputs.end(), kStandardInput) > 0) {
+    const ReadingTime limit(kStandardInput, options.judge.limits.time);
+    datastore::ReadTextsInstead(
+        {{kStandardInput,
+          datastore::ReadInput(kStandardInput, options.judge.limits.size)}});
+  }
+
+  // 3. The two versions.
   const auto model_of = [&](const Version& version) -> const Model& {
     Locations locations = options.locations;
     locations.yang_dir = version.yang_dir;
@@ -118,7 +130,7 @@ ExitStatus Compare(const CompareOptions& options) {
   const Side older(versions.older, model_of(versions.older), options.judge);
   const Side newer(versions.newer, model_of(versions.newer), options.judge);
 
-  // 3. Each device, first by the old version.
+  // 4. Each device, first by the old version.
   std::optional<DeviceReport> by_older;
   const auto take = [&](const DeviceReport& report) {
     if (by_older) {
@@ -150,18 +162,17 @@ Command AddCompare(CLI::App* app, const Locations& locations) {
                    "Folder of the data model, the old one and the new one")
       ->type_name(kFolder)
       ->allow_extra_args(false);
-  AddFile(command, "--running",
-          "Running configuration, XML or JSON (default: empty)",
-          &options->running);
+  AddInput(command, "--running",
+           "Running configuration, XML or JSON (default: empty)",
+           &options->running);
   AddLimits(command,
             "read a configuration, and for a plug-in to check a candidate",
             &options->judge.limits);
   AddReport(command, &options->report);
   AddFleet(command, &options->fleet);
-  command
-      ->add_option("candidate", options->candidates,
-                   "Configurations to check, XML or JSON, or folders of them")
-      ->type_name(kFile)
+  AddInputs(command, "candidate",
+            "Configurations to check, XML or JSON, or folders of them",
+            &options->candidates)
       ->required();
   command->callback([options] { CompleteVersions(options.get()); });
   return {command, [options] {

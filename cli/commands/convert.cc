@@ -33,7 +33,7 @@ struct ConvertOptions {
   Locations locations;
   std::string file;
   std::string to;      // xml or json; empty: the format that the file is not in
-  std::string output;  // file; empty: standard output
+  std::string output;  // as of OutputFile
   ReadingLimits limits;
 };
 
@@ -61,13 +61,13 @@ Command AddConvert(CLI::App* app, const Locations& locations) {
   CLI::App* command = app->add_subcommand(
       "convert", "Convert a configuration from XML to JSON or back");
   command->footer(kConvertNotes);
-  AddFile(command, "file", "Configuration to convert, XML or JSON",
-          &options->file)
+  AddInput(command, "file", "Configuration to convert, XML or JSON",
+           &options->file)
       ->required();
   AddChoice(command, "--to", {"xml", "json"},
             "xml or json (default: the format that the file does not have)",
             &options->to);
-  AddFile(command, "--output", "File to write (default: standard output)",
+  AddFile(command, "--output", "File to write (default: -, standard output)",
           &options->output);
   AddLimits(command, "read a configuration", &options->limits);
   AddYang(command, &options->locations);

@@ -131,11 +131,11 @@ Command AddDiff(CLI::App* app, const Locations& locations) {
   CLI::App* command = app->add_subcommand(
       "diff", "Show what a candidate changes and which points run");
   command->footer(kDiffNotes);
-  AddFile(command, "running", "Running configuration, XML or JSON",
-          &options->running)
+  AddInput(command, "running", "Running configuration, XML or JSON",
+           &options->running)
       ->required();
-  AddFile(command, "candidate", "Configuration to compare, XML or JSON",
-          &options->candidate)
+  AddInput(command, "candidate", "Configuration to compare, XML or JSON",
+           &options->candidate)
       ->required();
   command->add_flag("--full", options->full,
                     "Also list the leaves of added and deleted list entries");

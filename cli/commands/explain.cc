@@ -222,8 +222,8 @@ std::vector<std::string> NamesOf(const std::vector<std::string>& topics) {
   std::vector<std::string> names;
   for (const std::string& topic : topics) {
     if (topic == "-") {
-      for (std::string& text : TextsOfReport(
-               datastore::ReadInput("/dev/stdin", datastore::kMaxInputSize))) {
+      for (std::string& text : TextsOfReport(datastore::ReadInput(
+               datastore::kStandardInput, datastore::kMaxInputSize))) {
         names.push_back(std::move(text));
       }
       continue;

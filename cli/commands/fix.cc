@@ -262,6 +262,9 @@ void Write(const std::string& file, const std::string& before,
 
 ExitStatus Correct(const FixOptions& options) {
   // 1. Read both configurations.
+  if (options.write && options.file == datastore::kStandardInput) {
+    throw std::runtime_error("--write corrects a file, not standard input");
+  }
   if (options.write) report::RefuseToReplace(options.file, {options.running});
   const Model& model = SharedModel(options.locations);
   const DataTree running =
@@ -319,11 +322,11 @@ Command AddFix(CLI::App* app, const Locations& locations) {
   CLI::App* command =
       app->add_subcommand("fix", "Correct what a commit would be refused for");
   command->footer(kFixNotes);
-  AddFile(command, "--running",
-          "Running configuration, XML or JSON (default: empty)",
-          &options->running);
-  AddFile(command, "file", "Configuration to correct, XML or JSON",
-          &options->file)
+  AddInput(command, "--running",
+           "Running configuration, XML or JSON (default: empty)",
+           &options->running);
+  AddInput(command, "file", "Configuration to correct, XML or JSON",
+           &options->file)
       ->required();
   command->add_flag("--write", options->write,
                     "Correct the file instead of printing the corrections");

@@ -329,11 +329,11 @@ Command AddPlan(CLI::App* app, const Locations& locations) {
   CLI::App* command = app->add_subcommand(
       "plan", "Find the commits that lead to a configuration");
   command->footer(kPlanNotes);
-  AddFile(command, "--running",
-          "Running configuration, XML or JSON (default: empty)",
-          &options->running);
-  AddFile(command, "goal", "Configuration to reach, XML or JSON",
-          &options->goal)
+  AddInput(command, "--running",
+           "Running configuration, XML or JSON (default: empty)",
+           &options->running);
+  AddInput(command, "goal", "Configuration to reach, XML or JSON",
+           &options->goal)
       ->required();
   command->add_flag("--each", options->each,
                     "As many commits as possible, each as small as possible");

@@ -4,12 +4,10 @@
 
 #include <CLI/App.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <exception>
-#include <fstream>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -22,6 +20,8 @@
 #include "cli/options.h"
 #include "cli/report/json/json.h"
 #include "host/base/utf8.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_file.h"
 
 namespace ipav::cli {
 
@@ -58,10 +58,10 @@ std::string FirstLine(const std::string& text) {
 }
 
 ReadReport Read(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw std::runtime_error(std::strerror(errno));
+  const std::string text =
+      datastore::ReadInput(file, std::numeric_limits<std::size_t>::max());
   try {
-    return report::ReportFromJson(Json::parse(stream));
+    return report::ReportFromJson(Json::parse(text));
   } catch (const std::exception& error) {
     throw std::runtime_error("no whole report of ipav: " +
                              FirstLine(error.what()));
@@ -79,6 +79,8 @@ class Parts {
       CheckDevices(part);
       AddSummary(part.report.run.summary);
       parts_.push_back(std::move(part));
+    } catch (const datastore::InputError& error) {
+      PrintProblem(error.what());
     } catch (const std::runtime_error& error) {
       PrintProblem(file + ": " + error.what());
     }
@@ -212,9 +214,7 @@ Command AddSummarize(CLI::App* app, const Locations& /*locations*/) {
   command->footer(kSummarizeNotes);
   AddReport(command, &options->report);
   AddFailedOnly(command, &options->report);
-  command->add_option("result", options->results, "JSON reports")
-      ->type_name(kFile)
-      ->required();
+  AddInputs(command, "result", "JSON reports", &options->results)->required();
   return {command, [options] { return Summarize(*options); }};
 }
 

@@ -12,6 +12,9 @@ namespace ipav::cli::plan {
 
 StepFiles::StepFiles(std::string folder) : folder_(std::move(folder)) {
   std::error_code error;
+  if (folder_ == "-") {
+    throw std::runtime_error("--output is a folder, not standard output");
+  }
   if (folder_.empty() || !std::filesystem::exists(folder_, error)) return;
   if (!std::filesystem::is_directory(folder_, error) ||
       !std::filesystem::is_empty(folder_, error)) {

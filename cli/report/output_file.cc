@@ -11,6 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "host/datastore/input_file.h"
+
 namespace ipav::cli::report {
 
 namespace {
@@ -31,20 +33,31 @@ mode_t NewMode() {
   return kAll & ~mask;
 }
 
+// Standard input may be a regular file.
+std::string NameInFileSystem(const std::string& input) {
+  return input == datastore::kStandardInput ? "/dev/stdin" : input;
+}
+
 }  // namespace
+
+bool IsStandardOutput(const std::string& path) {
+  return path.empty() || path == "-";
+}
 
 void RefuseToReplace(const std::string& output,
                      const std::vector<std::string>& others) {
   std::error_code error;
-  if (output.empty() || (std::filesystem::exists(output, error) &&
-                         !std::filesystem::is_regular_file(output, error))) {
+  if (IsStandardOutput(output) ||
+      (std::filesystem::exists(output, error) &&
+       !std::filesystem::is_regular_file(output, error))) {
     return;
   }
   const std::string target = BehindLinks(output);
   for (const std::string& other : others) {
     if (other.empty()) continue;
-    if (BehindLinks(other) != target &&
-        !std::filesystem::equivalent(other, output, error)) {
+    const std::string file = NameInFileSystem(other);
+    if (BehindLinks(file) != target &&
+        !std::filesystem::equivalent(file, output, error)) {
       continue;
     }
     std::string text = output;
@@ -63,7 +76,7 @@ void OutputFile::Fail(int error) const {
 }
 
 OutputFile::OutputFile(std::string path, const char* what)
-    : path_(std::move(path)), what_(what) {
+    : path_(IsStandardOutput(path) ? "" : std::move(path)), what_(what) {
   if (path_.empty()) return;
   struct stat status {};
   const bool exists = stat(path_.c_str(), &status) == 0;

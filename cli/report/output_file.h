@@ -14,9 +14,9 @@ namespace ipav::cli::report {
 
 class OutputFile {
  public:
-  // `path` is empty for standard output. A pipe, /dev/stdout or the like is
-  // written to directly. A regular file is replaced at the end by a new file in
-  // its folder. The new file has no name before, so that a killed program
+  // `path` is empty or `-` for standard output. A pipe, /dev/stdout or the like
+  // is written to directly. A regular file is replaced at the end by a new file
+  // in its folder. The new file has no name before, so that a killed program
   // leaves none. Throws std::runtime_error, with `what` in its text, if this is
   // impossible.
   explicit OutputFile(std::string path, const char* what = "report");
@@ -44,9 +44,12 @@ class OutputFile {
   std::FILE* stream_ = stdout;
 };
 
+// Whether it is standard output.
+bool IsStandardOutput(const std::string& path);
+
 // Throws std::runtime_error if the file of an output is also an input or
-// another output, under any name. Ignores empty names and files that are not
-// regular.
+// another output, under any name. Ignores empty names, standard output and
+// files that are not regular.
 void RefuseToReplace(const std::string& output,
                      const std::vector<std::string>& others);
 

@@ -12,7 +12,7 @@ namespace ipav::cli::report {
 namespace {
 
 TextOptions TextOptionsOf(const ReportOptions& options) {
-  std::FILE* terminal = options.output.empty() ? stdout : nullptr;
+  std::FILE* terminal = IsStandardOutput(options.output) ? stdout : nullptr;
   return {options.all, options.verbose, WantsColor(options.color, terminal)};
 }
 
@@ -50,7 +50,7 @@ ReportOutput::ReportOutput(const ReportOptions& options, Run* run)
                          TextOptionsOf(options))) {}
 
 bool ReportOutput::is_plain() const {
-  return options_.format == Format::kText && options_.output.empty();
+  return options_.format == Format::kText && file_.stream() == stdout;
 }
 
 void ReportOutput::BeginOnce() {

@@ -28,7 +28,7 @@ std::unique_ptr<Writer> MakeWriter(Format format, std::FILE* out,
 
 struct ReportOptions {
   Format format = Format::kText;
-  std::string output;        // file; empty: standard output
+  std::string output;        // as of OutputFile
   bool failed_only = false;  // leaves out accepted devices
 
   // Only for the text format.

@@ -20,8 +20,6 @@ using base::FileDescriptor;
 // The first buffer for a file without a known size.
 constexpr std::size_t kLeastRoom = 65536;
 
-constexpr char kStandardInput[] = "/dev/stdin";
-
 // Null: only files are read.
 Texts* g_texts = nullptr;
 
@@ -35,7 +33,10 @@ InputError TooLarge(const std::string& path, std::size_t max_size) {
 }
 
 FileDescriptor Open(const std::string& path) {
-  FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+  FileDescriptor file(
+      path == kStandardInput
+          ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+          : open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
   if (file.get() < 0) throw SystemError(path);
   return file;
 }

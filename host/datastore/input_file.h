@@ -1,4 +1,4 @@
-// Reads an input file, which may be a device without an end.
+// Reads an input file, which may be a device without an end, or standard input.
 #ifndef IPAV_HOST_DATASTORE_INPUT_FILE_H_
 #define IPAV_HOST_DATASTORE_INPUT_FILE_H_
 
@@ -13,6 +13,9 @@ namespace ipav::datastore {
 // In bytes. A tree takes up to 70 times the memory of its text (worst case: a
 // list of names only).
 constexpr std::size_t kMaxInputSize = std::size_t{64} << 20;
+
+// The path of standard input, also in messages.
+inline constexpr char kStandardInput[] = "<stdin>";
 
 // Throws InputError. A file larger than `max_size` is refused without reading
 // it if its size is known.

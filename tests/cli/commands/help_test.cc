@@ -63,15 +63,20 @@ TEST_F(ReadingTest, ReadingHasTheLimitsOfTheOptions) {
   const std::string large = Write("large.xml", std::string(2 << 20, ' '));
   const std::string pipe = folder_ / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
-  for (const Words& command :
-       {Words{"check"}, Words{"convert"}, Words{"diff", kRunning},
-        Words{"commit", "--to", folder_ / "socket"}}) {
+  for (const Words& command : {Words{"check"}, Words{"convert"},
+                               Words{"commit", "--to", folder_ / "socket"}}) {
     EXPECT_THAT(
         Ipav(Joined(command, {"--max-input-size", "1", large})),
         IsBadInput(large + ": is larger than the limit of 1048576 bytes\n"));
     EXPECT_THAT(Ipav(Joined(command, {"--timeout", "1", pipe})),
                 IsBadInput(pipe + ": not read within 1 second\n"));
   }
+  const std::string diff = IPAV_PROGRAM " diff " + kRunning + " - ";
+  EXPECT_THAT(
+      Shell(diff + "--max-input-size 1 < " + large),
+      IsBadInput("<stdin>: is larger than the limit of 1048576 bytes\n"));
+  EXPECT_THAT(Shell(diff + "--timeout 1 <> " + pipe),
+              IsBadInput("<stdin>: not read within 1 second\n"));
   pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
 }
 

@@ -29,6 +29,7 @@ Command AddPlan(CLI::App* app, const Locations& locations);
 Command AddFix(CLI::App* app, const Locations& locations);
 Command AddExplain(CLI::App* app, const Locations& locations);
 Command AddConvert(CLI::App* app, const Locations& locations);
+Command AddLsp(CLI::App* app, const Locations& locations);
 Command AddNew(CLI::App* app, const Locations& locations);
 Command AddCommit(CLI::App* app, const Locations& locations);
 Command AddCompletion(CLI::App* app);

@@ -59,7 +59,7 @@ std::vector<Command> AddCommands(CLI::App* app, const Locations& locations) {
       AddFix(app, locations),       AddExplain(app, locations),
       AddConvert(app, locations),   AddNew(app, locations),
       AddCommit(app, locations),    AddCompletion(app),
-      AddSession(app, locations),
+      AddSession(app, locations),   AddLsp(app, locations),
   };
 }
 

@@ -16,8 +16,8 @@ class CommandsTest : public FolderTest,
 INSTANTIATE_TEST_SUITE_P(Commands, CommandsTest,
                          ::testing::Values("check", "commit", "compare",
                                            "completion", "convert", "diff",
-                                           "explain", "fix", "new", "points",
-                                           "session", "summarize"),
+                                           "explain", "fix", "lsp", "new",
+                                           "points", "session", "summarize"),
                          [](const auto& command) { return command.param; });
 
 TEST_P(CommandsTest, HasExamplesAndTheReadmeNamesTheCommand) {

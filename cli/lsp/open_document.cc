@@ -1,0 +1,237 @@
+#include "cli/lsp/open_document.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+#include "cli/lsp/uri.h"
+#include "cli/report/json/json.h"
+#include "host/datastore/input_file.h"
+
+namespace ipav::cli::lsp {
+
+namespace {
+
+using report::DeviceReport;
+
+constexpr std::size_t kMaxText = datastore::kMaxInputSize;
+
+// None if ipav could not make one.
+std::optional<DeviceReport> ReportIn(const session::Answer& answer) {
+  try {
+    report::ReadReport report =
+        report::ReportFromJson(Json::parse(answer.output));
+    return std::move(report.devices.at(0));
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+// The part of a text that changes into another one; `after` becomes what is
+// written there.
+Span FindDifference(std::string_view before, std::string_view* after) {
+  const auto [from, to] =
+      std::mismatch(before.begin(), before.end(), after->begin(), after->end());
+  const auto begin = static_cast<std::size_t>(from - before.begin());
+  after->remove_prefix(begin);
+  const std::string_view rest = before.substr(begin);
+  const auto [last, ignored] =
+      std::mismatch(rest.rbegin(), rest.rend(), after->rbegin(), after->rend());
+  const auto same = static_cast<std::size_t>(last - rest.rbegin());
+  after->remove_suffix(same);
+  return {begin, before.size() - same};
+}
+
+std::string Counted(std::size_t count, const std::string& what) {
+  return fmt::format("{} {}{}", count == 0 ? "no" : std::to_string(count), what,
+                     count == 1 ? "" : "s");
+}
+
+TextEdit TextEditOf(const messages::TextEdit& edit, const Document& document) {
+  return {document.RangeOf(
+              {document.OffsetOfPlace(edit.line, edit.column),
+               document.OffsetOfPlace(edit.end_line, edit.end_column)}),
+          edit.text};
+}
+
+}  // namespace
+
+OpenDocument::OpenDocument(const std::string& uri, Version version,
+                           std::string text, std::string messages)
+    : document_(""),
+      judged_{document_, uri, PathOf(uri).value_or(uri), std::move(messages)} {
+  Change(version, {{std::nullopt, std::move(text)}});
+}
+
+// ---- The text
+// ------------------------------------------------------------------
+
+void OpenDocument::Change(Version version,
+                          const std::vector<ContentChange>& changes) {
+  version_ = version;
+  for (const ContentChange& change : changes) Apply(change);
+  Forget();
+  if (is_too_large_) RefuseSize();
+}
+
+void OpenDocument::Apply(const ContentChange& change) {
+  // A part of a text that was dropped changes nothing.
+  if (is_too_large_ && change.range) return;
+  const std::string& before = document_.text();
+  std::string_view text = change.text;
+  const Span span = change.range ? document_.SpanOf(*change.range)
+                                 : FindDifference(before, &text);
+  const std::size_t rest = before.size() - (span.end - span.begin);
+  is_too_large_ = rest + text.size() > kMaxText;
+  if (is_too_large_) return;
+  // Problems move with the text, and go with it.
+  const auto left = std::remove_if(
+      problems_.begin(), problems_.end(),
+      [&](Problem& problem) { return !Move(span, text.size(), &problem); });
+  problems_.erase(left, problems_.end());
+  if (end_) static_cast<void>(Move(span, text.size(), &*end_));
+  document_.Replace(span, text);
+}
+
+// The text is not kept: the client would send each edit of it.
+void OpenDocument::RefuseSize() {
+  document_.Replace({0, document_.text().size()}, "");
+  problems_ = {ProblemOfAll(
+      document_,
+      fmt::format("not judged: larger than {} MiB", kMaxText >> 20))};
+  end_.reset();
+  is_judged_ = true;
+}
+
+void OpenDocument::Forget() {
+  is_judged_ = false;
+  report_.reset();
+  fixes_.reset();
+  changes_.reset();
+}
+
+// ---- What is known of it
+// -------------------------------------------------------
+
+void OpenDocument::TakeVerdict(const session::Answer& answer) {
+  is_judged_ = true;
+  report_ = ReportIn(answer);
+  end_.reset();
+  if (!report_) {
+    problems_ = {ProblemOfAll(document_, "no verdict: " + answer.errors)};
+    return;
+  }
+  if (report_->status == kBadInput) end_ = FindEnd(judged_);
+  if (!end_) problems_ = ProblemsOf(*report_, judged_);
+}
+
+void OpenDocument::TakeFixes(const session::Answer& answer) {
+  fixes_ = ReportIn(answer).value_or(DeviceReport());
+}
+
+void OpenDocument::TakeChanges(const session::Answer& answer) {
+  changes_ = 0;
+  const Json json = Json::parse(answer.output, nullptr, false);
+  if (json.is_object() && json.contains("changes")) {
+    changes_ = json.at("changes").size();
+  }
+}
+
+bool OpenDocument::has_verdict() const {
+  return report_ && report_->status != kBadInput;
+}
+
+// ---- For the client
+// ------------------------------------------------------------
+
+bool OpenDocument::IsIn(const Problem& problem, const Range& range) const {
+  const Span span = document_.SpanOf(range);
+  return problem.span.begin <= span.end && span.begin <= problem.span.end;
+}
+
+bool OpenDocument::HasRefusalIn(const Range& range) const {
+  return std::any_of(problems_.begin(), problems_.end(),
+                     [&](const Problem& problem) {
+                       return problem.finding > 0 && IsIn(problem, range);
+                     });
+}
+
+Json OpenDocument::Diagnostics() const {
+  Json diagnostics = Json::array();
+  for (const Problem& problem : problems_) {
+    // What is behind the end of a half typed text may be something else now.
+    if (end_ && problem.span.begin >= end_->span.begin) continue;
+    diagnostics.push_back(ToJson(DiagnosticOf(problem, judged_)));
+  }
+  if (end_) diagnostics.push_back(ToJson(DiagnosticOf(*end_, judged_)));
+  Json params = {{"uri", uri()}, {"diagnostics", std::move(diagnostics)}};
+  if (version_) params["version"] = *version_;
+  return params;
+}
+
+void OpenDocument::AddActions(const Problem& problem, const Range& range,
+                              std::vector<CodeAction>* actions) const {
+  if (problem.finding == 0 || !IsIn(problem, range)) return;
+  const messages::Finding& finding = fixes_->findings[problem.finding - 1];
+  for (const messages::Fix& fix :
+       finding.fixes.value_or(std::vector<messages::Fix>())) {
+    CodeAction action;
+    action.title =
+        fmt::format("{} ({})", fix.text, fix.is_safe ? "safe" : "suggested");
+    action.is_preferred = fix.is_safe;
+    action.diagnostic = DiagnosticOf(problem, judged_);
+    action.uri = uri();
+    action.version = version_;
+    for (const messages::TextEdit& edit : fix.edits) {
+      action.edits.push_back(TextEditOf(edit, document_));
+    }
+    actions->push_back(std::move(action));
+  }
+}
+
+std::vector<CodeAction> OpenDocument::ActionsIn(const Range& range) const {
+  std::vector<CodeAction> actions;
+  if (!fixes_) return actions;
+  for (const Problem& problem : ProblemsOf(*fixes_, judged_)) {
+    AddActions(problem, range, &actions);
+  }
+  return actions;
+}
+
+std::string OpenDocument::VerdictInWords() const {
+  const commit::Outcome& outcome = report_->outcome;
+  switch (report_->status) {
+    case kAccepted:
+      return fmt::format("accepted ({} of {} validation calls)",
+                         outcome.answers.size(), outcome.planned);
+    case kRefused:
+      return "refused: " + Counted(report_->findings.size(), "finding");
+    case kBadInput:
+      return "not judged: " + Counted(report_->input_errors.size(), "error");
+    case kPluginFailed:
+      break;
+  }
+  return "not judged: the plug-in failed";
+}
+
+std::string OpenDocument::ChangesInWords() const {
+  if (running_.empty()) return "no running configuration";
+  return Counted(*changes_, "change") + " against " +
+         std::filesystem::path(running_).filename().string();
+}
+
+std::vector<CodeLens> OpenDocument::Lenses() const {
+  if (!report_) return {};
+  const auto lens = [&](const std::string& title) {
+    return CodeLens{{}, {title, kCheckCommand, Json::array({uri()})}};
+  };
+  std::vector<CodeLens> lenses = {lens(VerdictInWords())};
+  if (running_.empty() || changes_) lenses.push_back(lens(ChangesInWords()));
+  return lenses;
+}
+
+}  // namespace ipav::cli::lsp

@@ -1,0 +1,89 @@
+// An open document with what is known of its present text: the verdict, the
+// fixes, and the changes against the running configuration.
+#ifndef IPAV_CLI_LSP_OPEN_DOCUMENT_H_
+#define IPAV_CLI_LSP_OPEN_DOCUMENT_H_
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/lsp/document.h"
+#include "cli/lsp/problem.h"
+#include "cli/lsp/protocol.h"
+#include "cli/report/device_report.h"
+#include "cli/session/worker.h"
+
+namespace ipav::cli::lsp {
+
+// The command of a lens: judges the document again.
+inline constexpr char kCheckCommand[] = "ipav.check";
+
+class OpenDocument {
+ public:
+  // `messages` is the URI of docs/messages.md.
+  OpenDocument(const std::string& uri, Version version, std::string text,
+               std::string messages);
+
+  // The text that the client has now. Forgets the verdict.
+  void Change(Version version, const std::vector<ContentChange>& changes);
+
+  // What is known is not up to date, because a file has changed.
+  void Forget();
+
+  // The result of `ipav check --all --format json`, also with --suggest, and of
+  // `ipav diff --format json`, for the present text.
+  void TakeVerdict(const session::Answer& answer);
+  void TakeFixes(const session::Answer& answer);
+  void TakeChanges(const session::Answer& answer);
+
+  const std::string& uri() const { return judged_.uri; }
+  const std::string& name() const { return judged_.name; }
+  const Document& document() const { return document_; }
+  const std::string& running() const { return running_; }
+  void set_running(std::string running) { running_ = std::move(running); }
+
+  bool is_judged() const { return is_judged_; }
+  // Whether the plug-in judged the text.
+  bool has_verdict() const;
+  bool has_fixes() const { return fixes_.has_value(); }
+  bool has_changes() const { return changes_.has_value(); }
+
+  // Whether a refusal is shown in that range.
+  bool HasRefusalIn(const Range& range) const;
+
+  Json Diagnostics() const;  // publishDiagnostics' parameters
+  std::vector<CodeAction> ActionsIn(const Range& range) const;
+  std::vector<CodeLens> Lenses() const;
+
+  OpenDocument(const OpenDocument&) = delete;
+  OpenDocument& operator=(const OpenDocument&) = delete;
+
+ private:
+  void Apply(const ContentChange& change);
+  void RefuseSize();
+  bool IsIn(const Problem& problem, const Range& range) const;
+  void AddActions(const Problem& problem, const Range& range,
+                  std::vector<CodeAction>* actions) const;
+  std::string VerdictInWords() const;
+  std::string ChangesInWords() const;
+
+  Document document_;
+  Judged judged_;
+  Version version_;
+  bool is_too_large_ = false;  // then `document_` is empty
+  std::string running_;        // file; empty: none
+
+  // From the last text that could be read to its end, moved with the text.
+  std::vector<Problem> problems_;
+  std::optional<Problem> end_;  // of a text that is half typed
+
+  bool is_judged_ = false;  // the members below are of the present text
+  std::optional<report::DeviceReport> report_;
+  std::optional<report::DeviceReport> fixes_;
+  std::optional<std::size_t> changes_;
+};
+
+}  // namespace ipav::cli::lsp
+
+#endif  // IPAV_CLI_LSP_OPEN_DOCUMENT_H_

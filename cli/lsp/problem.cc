@@ -1,0 +1,256 @@
+#include "cli/lsp/problem.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "cli/lsp/uri.h"
+#include "cli/report/finding_text.h"
+#include "host/base/utf8.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_text.h"
+#include "host/datastore/well_formed.h"
+
+namespace ipav::cli::lsp {
+
+namespace {
+
+using messages::Culprit;
+using messages::Finding;
+using messages::Place;
+using report::DeviceReport;
+
+// ---- Places
+// ------------------------------------------------------------------
+
+Span SpanOf(const Document& document, const Place& place) {
+  return {document.OffsetOfPlace(place.line, place.column),
+          document.OffsetOfPlace(place.line, place.column + place.length)};
+}
+
+// A position in a line of another file.
+Position PositionIn(const Place& place, std::size_t column) {
+  const std::size_t characters =
+      column - 1 - std::min(column - 1, place.skipped);
+  const std::string_view before =
+      base::FirstCharacters(place.source_line, characters);
+  const Position in_line = Document(before).PositionOf(before.size());
+  return {place.line - 1, place.skipped + in_line.character};
+}
+
+Location LocationOf(const Place& place) {
+  return {FileUri(std::filesystem::absolute(place.file)),
+          {PositionIn(place, place.column),
+           PositionIn(place, place.column + place.length)}};
+}
+
+// ---- Errors of the input
+// -----------------------------------------------------
+
+// Takes a number and the colon after it from the front of a text.
+std::size_t TakeNumber(std::string_view* text) {
+  std::size_t number = 0;
+  const auto [rest, error] =
+      std::from_chars(text->data(), text->data() + text->size(), number);
+  const auto size = static_cast<std::size_t>(rest - text->data());
+  if (error != std::errc() || size == text->size() || *rest != ':') return 0;
+  text->remove_prefix(size + 1);
+  return number;
+}
+
+// The error "FILE:LINE:COLUMN: reason"; also "FILE: reason" or of another file.
+Problem ProblemOfInput(const std::string& error, const Judged& judged) {
+  const Document& document = judged.document;
+  if (error.rfind(judged.name + ":", 0) != 0) {
+    return ProblemOfAll(document, error);
+  }
+  std::string_view rest = error;
+  rest.remove_prefix(judged.name.size() + 1);
+  const std::size_t line = TakeNumber(&rest);
+  const std::size_t column = TakeNumber(&rest);
+  rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
+  Problem problem = ProblemOfAll(document, std::string(rest));
+  if (line == 0) return problem;
+  const std::size_t begin = document.OffsetOfPlace(line, column);
+  // To the end of the word.
+  const std::size_t end =
+      document.text().find_first_of(" \t\r\n<>\"/=,", begin + 1);
+  problem.span = {begin, std::min(end, document.text().size())};
+  return problem;
+}
+
+// ---- Findings
+// ----------------------------------------------------------------
+
+RelatedNode RelatedNodeOf(const Culprit& culprit, const Judged& judged) {
+  RelatedNode related;
+  related.text = fmt::format("{}: {}{}{} ({})", culprit.role, culprit.path,
+                             culprit.value.empty() ? "" : " ", culprit.value,
+                             report::WordOf(culprit.novelty));
+  if (!culprit.place) return related;
+  if (culprit.place->file == judged.name) {
+    related.here = SpanOf(judged.document, *culprit.place);
+  } else {
+    related.elsewhere = LocationOf(*culprit.place);
+    related.file = std::filesystem::path(culprit.place->file).filename();
+  }
+  return related;
+}
+
+Problem ProblemOf(const Finding& finding, const Judged& judged) {
+  Problem problem = ProblemOfAll(judged.document, report::TextOf(finding));
+  problem.code = report::RuleIdOf(finding);
+  if (!finding.anchor.empty() && !judged.messages.empty()) {
+    problem.href = judged.messages + "#" + finding.anchor;
+  }
+  // The first node that the document has is marked, the others are related.
+  bool is_marked = false;
+  for (const Culprit& culprit : finding.culprits) {
+    RelatedNode related = RelatedNodeOf(culprit, judged);
+    if (!is_marked && related.here) {
+      problem.span = *related.here;
+      is_marked = true;
+    } else {
+      problem.related.push_back(std::move(related));
+    }
+  }
+  if (!is_marked) problem.text += "\ndata path: " + finding.path;
+  if (!finding.note.empty()) problem.text += "\nnote: " + finding.note;
+  return problem;
+}
+
+// Several points may report one fault.
+bool IsSame(const Problem& a, const Problem& b) {
+  return a.text == b.text && a.span.begin == b.span.begin;
+}
+
+void Add(Problem problem, std::vector<Problem>* problems) {
+  const auto same = std::find_if(
+      problems->begin(), problems->end(),
+      [&](const Problem& other) { return IsSame(other, problem); });
+  if (same == problems->end()) problems->push_back(std::move(problem));
+}
+
+void AddFailure(const DeviceReport& report, const Judged& judged,
+                std::vector<Problem>* problems) {
+  const commit::Outcome& outcome = report.outcome;
+  std::string text =
+      "the plug-in failed: " +
+      (outcome.failure.empty() ? "it threw an exception" : outcome.failure);
+  for (const commit::Answer& answer : outcome.answers) {
+    if (!answer.exception) continue;
+    text += "\n" + *answer.exception + "\ndata path: " + answer.path;
+  }
+  if (!outcome.failed_path.empty()) {
+    text += fmt::format("\nvalidation point: {}\ndata path: {}",
+                        outcome.failed_point, outcome.failed_path);
+  }
+  Add(ProblemOfAll(judged.document, text), problems);
+}
+
+}  // namespace
+
+Problem ProblemOfAll(const Document& document, const std::string& text,
+                     Severity severity) {
+  Problem problem;
+  problem.span = document.SpanOf({{0, 0}, {0, UINT32_MAX}});
+  problem.severity = severity;
+  problem.text = text;
+  return problem;
+}
+
+std::vector<Problem> ProblemsOf(const DeviceReport& report,
+                                const Judged& judged) {
+  std::vector<Problem> problems;
+  for (const std::string& error : report.input_errors) {
+    Add(ProblemOfInput(error, judged), &problems);
+  }
+  for (std::size_t i = 0; i < report.findings.size(); ++i) {
+    Problem problem = ProblemOf(report.findings[i], judged);
+    problem.finding = i + 1;
+    Add(std::move(problem), &problems);
+  }
+  if (report.status == kPluginFailed) AddFailure(report, judged, &problems);
+  for (const std::string& advice : report.advice) {
+    Add(ProblemOfAll(judged.document, advice, Severity::kInformation),
+        &problems);
+  }
+  return problems;
+}
+
+std::optional<Problem> FindEnd(const Judged& judged) {
+  try {
+    const datastore::InputText text =
+        datastore::CheckText(judged.name, judged.document.text());
+    if (text.format == LYD_XML && !datastore::IsPlainXml(text.data())) {
+      datastore::RequireWellFormed(text);
+    }
+    return std::nullopt;
+  } catch (const datastore::InputError& error) {
+    Problem problem = ProblemOfInput(error.errors().front(), judged);
+    problem.text =
+        "not judged, as the text cannot be read beyond this place: " +
+        problem.text;
+    return problem;
+  }
+}
+
+namespace {
+
+bool IsEmpty(const Span& span) { return span.begin == span.end; }
+
+// Moves a part of the text when another part is replaced.
+void MoveSpan(const Span& replaced, std::size_t size, Span* span) {
+  const auto moved = [&](std::size_t offset) {
+    if (offset <= replaced.begin) return offset;
+    if (offset >= replaced.end)
+      return offset - replaced.end + replaced.begin + size;
+    return replaced.begin;
+  };
+  // What is inserted directly before a node moves it.
+  const bool is_before = replaced.end == span->begin;
+  span->begin = is_before ? replaced.begin + size : moved(span->begin);
+  span->end = std::max(span->begin, moved(span->end));
+}
+
+}  // namespace
+
+bool Move(const Span& span, std::size_t size, Problem* problem) {
+  const bool was_empty = IsEmpty(problem->span);
+  MoveSpan(span, size, &problem->span);
+  for (RelatedNode& related : problem->related) {
+    if (related.here) MoveSpan(span, size, &*related.here);
+  }
+  return was_empty || !IsEmpty(problem->span);
+}
+
+Diagnostic DiagnosticOf(const Problem& problem, const Judged& judged) {
+  const Document& document = judged.document;
+  Diagnostic diagnostic{document.RangeOf(problem.span),
+                        problem.severity,
+                        problem.code,
+                        problem.href,
+                        problem.text,
+                        {}};
+  for (const RelatedNode& related : problem.related) {
+    diagnostic.message += "\n" + related.text;
+    std::optional<Location> location = related.elsewhere;
+    if (related.here) {
+      location = {judged.uri, document.RangeOf(*related.here)};
+    }
+    if (!location) continue;
+    // For editors that do not show related information.
+    diagnostic.message += fmt::format(
+        ", {}line {}", related.file.empty() ? "" : related.file + " ",
+        location->range.start.line + 1);
+    diagnostic.related.push_back({*std::move(location), related.text});
+  }
+  return diagnostic;
+}
+
+}  // namespace ipav::cli::lsp

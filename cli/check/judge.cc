@@ -40,11 +40,6 @@ using messages::Configuration;
 using report::DeviceReport;
 using report::Restart;
 
-ExitStatus StatusOf(Verdict verdict) {
-  if (verdict == Verdict::kAccepted) return kAccepted;
-  return verdict == Verdict::kRefused ? kRefused : kPluginFailed;
-}
-
 // Leaked on purpose: the process validates one device and exits. Freeing a
 // large configuration node by node takes a fifth of the time of reading it.
 template <typename T>
@@ -285,7 +280,7 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   DeviceReport report = ReportOn(device);
   report.outcome =
       RunCommit(device.candidate, options_, options_.all, transaction);
-  report.status = StatusOf(report.outcome.verdict);
+  report.status = report::StatusOf(report.outcome.verdict);
   report.advice = messages::AdviceOnVrfNames(transaction.candidate());
   Explain(running, transaction, candidate->text, options_, &report);
   if (options_.page) {

@@ -14,11 +14,16 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "cli/command.h"
 #include "cli/options.h"
+#include "cli/reading.h"
+#include "cli/report/json/json.h"
+#include "cli/session/edit_judge.h"
 #include "cli/session/worker.h"
 #include "host/base/file_descriptor.h"
+#include "host/engine/edits.h"
 
 namespace ipav::cli {
 
@@ -26,6 +31,7 @@ namespace {
 
 using nlohmann::ordered_json;
 using session::Answer;
+using session::EditJudge;
 using session::Job;
 using session::Request;
 using session::Worker;
@@ -34,7 +40,12 @@ constexpr char kSessionNotes[] =
     "Each line of standard input is a JSON object:\n"
     "  {\"id\": ID, \"arguments\": [\"check\", ...], \"texts\": {NAME: TEXT}}\n"
     "A text, if there are any, is what the command reads instead of the file\n"
-    "of that name. Each line is answered, in order, with a line:\n"
+    "of that name. With --running, it may also ask for the verdict on edits:\n"
+    "  {\"id\": ID, \"edits\": [{\"path\": PATH, \"value\": TEXT}, ...]}\n"
+    "A path is one of ipav diff. An edit without a value deletes the node. "
+    "The\n"
+    "output is a device of the JSON report of ipav check --all, without\n"
+    "positions and advice. Each line is answered, in order, with a line:\n"
     "  {\"id\": ID, \"status\": STATUS, \"output\": TEXT, \"errors\": TEXT}\n"
     "A line that is not such an object is answered with status 2; the id is\n"
     "null if it has none. The session ends with its input.\n"
@@ -45,9 +56,16 @@ constexpr char kSessionNotes[] =
     "Examples:\n"
     "  ipav session < requests.jsonl > answers.jsonl\n"
     "  echo '{\"id\": 1, \"arguments\": [\"points\"]}' | ipav session\n"
+    "  ipav session --running running.xml < edits.jsonl\n"
     "\n"
     "Exit status: 0 at the end of the input, 2 the data model or the command\n"
     "line is wrong.";
+
+struct SessionOptions {
+  Locations locations;
+  std::string running;   // file; empty: no edits are judged
+  ReadingLimits limits;  // `time` is also the plug-in's for edits
+};
 
 constexpr std::size_t kMaxLine = std::size_t{128} << 20;
 
@@ -104,6 +122,21 @@ ordered_json Parse(const std::string& line) {
   return request;
 }
 
+std::vector<engine::Edit> EditsOf(const ordered_json& json) {
+  std::vector<engine::Edit> edits;
+  try {
+    for (const ordered_json& edit : json) {
+      edits.push_back({edit.at("path"), std::nullopt});
+      if (edit.contains("value")) edits.back().value = edit.at("value");
+    }
+  } catch (const ordered_json::exception&) {
+    throw std::runtime_error(
+        "'edits' is a list of objects with the string 'path', which may have a "
+        "string 'value'");
+  }
+  return edits;
+}
+
 Request RequestOf(const ordered_json& json) {
   Request request;
   try {
@@ -142,12 +175,23 @@ bool Reply(const ordered_json& id, const Answer& answer) {
                         json.dump(-1, ' ', false, replace) + "\n");
 }
 
+Answer JudgeEdits(const ordered_json& edits, EditJudge* judge) {
+  if (judge == nullptr) {
+    throw std::runtime_error("edits need a session with --running");
+  }
+  const report::DeviceReport report = (*judge)(EditsOf(edits));
+  return {report.status, report::ToJson(report).dump(), ""};
+}
+
 // Runs the command of one line. False if nobody reads the answer.
-bool Handle(const Worker& worker, const std::string& line) {
+bool Handle(const Worker& worker, EditJudge* judge, const std::string& line) {
   ordered_json id;
   try {
     const ordered_json json = Parse(line);
     if (json.contains("id")) id = json.at("id");
+    if (json.contains("edits")) {
+      return Reply(id, JudgeEdits(json.at("edits"), judge));
+    }
     const std::unique_ptr<Job> job = worker.Start(RequestOf(json));
     return AwaitEnd(*job) && Reply(id, job->Collect());
   } catch (const std::exception& error) {
@@ -156,11 +200,16 @@ bool Handle(const Worker& worker, const std::string& line) {
   }
 }
 
-ExitStatus RunSession(const Locations& locations) {
-  const Worker worker(locations);
+ExitStatus RunSession(const SessionOptions& options) {
+  const Worker worker(options.locations);
+  std::unique_ptr<EditJudge> judge;
+  if (!options.running.empty()) {
+    judge = std::make_unique<EditJudge>(options.locations, options.running,
+                                        options.limits);
+  }
   LineReader lines;
   while (const auto line = lines.Next()) {
-    if (!Handle(worker, *line)) {
+    if (!Handle(worker, judge.get(), *line)) {
       throw std::runtime_error("the answers cannot be written");
     }
   }
@@ -170,12 +219,19 @@ ExitStatus RunSession(const Locations& locations) {
 }  // namespace
 
 Command AddSession(CLI::App* app, const Locations& locations) {
-  const auto values = std::make_shared<Locations>(locations);
+  const auto options = std::make_shared<SessionOptions>();
+  options->locations = locations;
   CLI::App* command = app->add_subcommand(
       "session", "Run the commands that standard input lists");
   command->footer(kSessionNotes);
-  AddPluginAndYang(command, values.get());
-  return {command, [values] { return RunSession(*values); }, false};
+  AddFile(command, "--running",
+          "Running configuration, for requests with edits", &options->running);
+  AddLimits(
+      command,
+      "read the running configuration, and for the plug-in to check edits",
+      &options->limits);
+  AddPluginAndYang(command, &options->locations);
+  return {command, [options] { return RunSession(*options); }, false};
 }
 
 }  // namespace ipav::cli

@@ -58,6 +58,12 @@ struct DeviceReport {
   std::optional<Times> times;
 };
 
+// The status of a device by what its validation points answered.
+inline ExitStatus StatusOf(commit::Verdict verdict) {
+  if (verdict == commit::Verdict::kAccepted) return kAccepted;
+  return verdict == commit::Verdict::kRefused ? kRefused : kPluginFailed;
+}
+
 }  // namespace ipav::cli::report
 
 #endif  // IPAV_CLI_REPORT_DEVICE_REPORT_H_

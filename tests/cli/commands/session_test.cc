@@ -15,11 +15,13 @@ using Json = nlohmann::ordered_json;
 class SessionTest : public FolderTest {
  protected:
   // The answers to these lines.
-  std::vector<Json> Answers(const std::vector<std::string>& lines) {
+  std::vector<Json> Answers(const std::vector<std::string>& lines,
+                            const std::string& options = "") {
     std::string input;
     for (const std::string& line : lines) input += line + "\n";
     const std::string requests = Write("requests", input);
-    const ProcessResult result = Shell(IPAV_PROGRAM " session < " + requests);
+    const ProcessResult result =
+        Shell(IPAV_PROGRAM " session " + options + " < " + requests);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     std::vector<Json> answers;
@@ -120,6 +122,81 @@ TEST_F(SessionTest, SurvivesWrongLines) {
     expected.push_back(answer);
   }
   EXPECT_EQ(Answers(lines), expected);
+}
+
+// The report of a check without the files, positions and advice.
+Json WithoutFiles(Json report) {
+  for (const char* name : {"number", "candidate", "running", "advice"}) {
+    report.erase(name);
+  }
+  for (Json& finding : report["findings"]) {
+    for (Json& culprit : finding["culprits"]) culprit.erase("place");
+  }
+  return report;
+}
+
+TEST_F(SessionTest, JudgesEditsAsTheEditedFiles) {
+  const std::string l3 = "/config/interface/l3";
+  const auto set = [](const std::string& path, const std::string& value) {
+    return Json{{"path", path}, {"value", value}};
+  };
+  const auto remove = [](const std::string& path) {
+    return Json{{"path", path}};
+  };
+  // What each example changes.
+  const std::pair<std::string, std::vector<Json>> cases[] = {
+      {"running", {}},
+      {"address-is-network",
+       {set(l3 + "{printers}/ipv4/address/ip", "10.12.50.0/24")}},
+      {"lte-vlan-removed", {remove(l3 + "{lte-backup}/lower-layer-if/vlan")}},
+      {"lte-vlan-and-route-removed",
+       {remove(l3 + "{lte-backup}/lower-layer-if/vlan"),
+        remove("/DC-RTM-MIB/rtmStaticRtTable/rtmStaticRtEntry"
+               "{0 ipv4 0a:00:00:00 8 ipv4 c0:00:02:20}"),
+        remove("/rtmStaticRtEntry-global{0 0a:00:00:00 8 c0:00:02:20}")}},
+      {"address-is-network",
+       {set(l3 + "{printers}/mtu", "1300"), set(l3 + "{printers}/mtu", "1500"),
+        set(l3 + "{printers}/ipv4/address/ip", "10.12.50.0/24")}}};
+  std::vector<std::string> requests;
+  for (const auto& [example, edits] : cases) {
+    requests.push_back(Json{{"id", example}, {"edits", edits}}.dump());
+  }
+  const std::vector<Json> answers = Answers(requests, "--running " + kRunning);
+  ASSERT_EQ(answers.size(), std::size(cases));
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    const std::string& example = cases[i].first;
+    SCOPED_TRACE(example);
+    const ProcessResult check =
+        Ipav({"check", "--all", "--format", "json", "--running", kRunning,
+              kBranch + example + ".xml"});
+    EXPECT_EQ(answers[i].at("id"), example);
+    EXPECT_EQ(answers[i].at("status"), check.status) << answers[i];
+    EXPECT_EQ(answers[i].at("errors"), "");
+    const auto output = answers[i].at("output").get<std::string>();
+    EXPECT_EQ(WithoutFiles(Json::parse(output)),
+              WithoutFiles(Json::parse(check.out).at("devices").at(0)));
+  }
+}
+
+TEST_F(SessionTest, NamesTheEditThatCannotBeMade) {
+  const std::pair<Json, std::string> cases[] = {
+      {{{{"path", "/config/interface/l9"}}},
+       "/config/interface/l9: bad path: l9 is unknown to the model"},
+      {{{{"path", "/config/interface/l3{none}"}}},
+       "/config/interface/l3{none}: there is no such node"},
+      {{{{"value", "1"}}},
+       "'edits' is a list of objects with the string 'path', which may have a "
+       "string 'value'"},
+      {{{{"path", "/config"}, {"value", 1}}},
+       "'edits' is a list of objects with the string 'path', which may have a "
+       "string 'value'"}};
+  for (const auto& [edits, error] : cases) {
+    EXPECT_EQ(Answers({Json{{"edits", edits}}.dump()}, "--running " + kRunning),
+              std::vector{Answer(nullptr, 2, "", "ipav: " + error + "\n")});
+  }
+  EXPECT_EQ(Answers({R"({"edits": []})"}),
+            std::vector{Answer(nullptr, 2, "",
+                               "ipav: edits need a session with --running\n")});
 }
 
 TEST_F(SessionTest, SkipsALineThatIsTooLong) {

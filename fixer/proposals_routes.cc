@@ -1,9 +1,6 @@
 // Proposals for static routes.
 
-#include <arpa/inet.h>
-
 #include <algorithm>
-#include <charconv>
 
 #include "fixer/prefix.h"
 #include "fixer/proposals.h"
@@ -196,17 +193,7 @@ std::string VrfOfRoute(const DataView& view, const lyd_node* route) {
 }
 
 std::string AddressOfOctets(const lyd_node* leaf) {
-  const std::string text = TextOf(leaf);
-  Prefix address;
-  std::size_t count = 0;
-  for (; count < address.octets.size() && 3 * count + 2 <= text.size();
-       ++count) {
-    const char* begin = text.data() + 3 * count;
-    static_cast<void>(
-        std::from_chars(begin, begin + 2, address.octets.at(count), 16));
-  }
-  address.family = count <= sizeof(in_addr) ? AF_INET : AF_INET6;
-  return address.Address();
+  return messages::AddressOfOctets(TextOf(leaf));
 }
 
 Proposers RouteProposers() {

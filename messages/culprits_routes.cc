@@ -1,9 +1,8 @@
 // Culprits among the static routes.
 
-#include <arpa/inet.h>
+#include <sys/socket.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -27,18 +26,6 @@ enum RouteKey : std::size_t {
 
 constexpr std::size_t kRoom = 1000;
 constexpr std::size_t kRoomOfIpv6 = 2;
-
-// The address of "0a:01:00:00", cut or filled with zeros to its family's size.
-std::string AddressOfOctets(const std::string& text, int family) {
-  unsigned char octets[sizeof(in6_addr)] = {};
-  for (std::size_t i = 0; i < sizeof(octets) && 3 * i + 2 <= text.size(); ++i) {
-    const char* begin = text.data() + 3 * i;
-    static_cast<void>(std::from_chars(begin, begin + 2, octets[i], 16));
-  }
-  char printed[INET6_ADDRSTRLEN] = "";
-  static_cast<void>(inet_ntop(family, octets, printed, sizeof(printed)));
-  return printed;
-}
 
 struct Route {
   const lyd_node* entry;

@@ -1,6 +1,9 @@
 #include "messages/data_view.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
+#include <charconv>
 
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
@@ -95,6 +98,22 @@ const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
     if (TextOf(leaf) == prefix) return leaf;
   }
   return nullptr;
+}
+
+std::string AddressOfOctets(const std::string& text, int family) {
+  unsigned char octets[sizeof(in6_addr)] = {};
+  for (std::size_t i = 0; i < sizeof(octets) && 3 * i + 2 <= text.size(); ++i) {
+    const char* begin = text.data() + 3 * i;
+    static_cast<void>(std::from_chars(begin, begin + 2, octets[i], 16));
+  }
+  char printed[INET6_ADDRSTRLEN] = "";
+  static_cast<void>(inet_ntop(family, octets, printed, sizeof(printed)));
+  return printed;
+}
+
+std::string AddressOfOctets(const std::string& text) {
+  constexpr std::size_t kIpv4Size = sizeof("00:00:00:00") - 1;
+  return AddressOfOctets(text, text.size() <= kIpv4Size ? AF_INET : AF_INET6);
 }
 
 std::string WithoutLength(const std::string& prefix) {

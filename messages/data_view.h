@@ -81,6 +81,12 @@ const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
 // The address of a prefix: "10.1.1.1" for "10.1.1.1/24".
 std::string WithoutLength(const std::string& prefix);
 
+// The address of octets such as "0a:01:00:00", cut or filled with zeros to its
+// family's size.
+std::string AddressOfOctets(const std::string& text, int family);
+// The same; up to four octets are an IPv4 address.
+std::string AddressOfOctets(const std::string& text);
+
 }  // namespace ipav::messages
 
 #endif  // IPAV_MESSAGES_DATA_VIEW_H_

@@ -355,12 +355,18 @@ std::string SchemaPath(const lysc_node& node) {
   return path;
 }
 
-std::string SchemaPath(const UseSite& site, const Dependency& dependency) {
-  if (!dependency.steps.empty()) return SchemaPath(*dependency.steps.back());
+const lysc_node* TargetOf(const UseSite& site, const Dependency& dependency) {
+  if (!dependency.steps.empty()) return dependency.steps.back();
+  if (dependency.absolute) return nullptr;
   const lysc_node* node = site.node;
   for (std::size_t i = 0; i < dependency.ups && node != nullptr; ++i) {
     node = lysc_data_parent(node);
   }
+  return node;
+}
+
+std::string SchemaPath(const UseSite& site, const Dependency& dependency) {
+  const lysc_node* node = TargetOf(site, dependency);
   return node == nullptr ? "/" : SchemaPath(*node);
 }
 

@@ -119,7 +119,10 @@ class Model {
 // Path of a schema node from the root, without prefixes and keys.
 std::string SchemaPath(const lysc_node& node);
 
-// The same for the nodes that a dependency of the site names.
+// The node that a dependency of the site names; null for the root.
+const lysc_node* TargetOf(const UseSite& site, const Dependency& dependency);
+
+// Its path.
 std::string SchemaPath(const UseSite& site, const Dependency& dependency);
 
 }  // namespace ipav::datastore

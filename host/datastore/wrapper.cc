@@ -55,13 +55,6 @@ bool MayBeWrapped(std::string_view text, std::size_t element) {
                      });
 }
 
-bool IsWrapper(std::string_view space, std::string_view name) {
-  return std::any_of(std::begin(kWrappers), std::end(kWrappers),
-                     [&](const XmlName& wrapper) {
-                       return wrapper.space == space && wrapper.name == name;
-                     });
-}
-
 // The text without blanks, comments and processing instructions at its end.
 std::string_view WithoutTail(std::string_view text) {
   for (;;) {
@@ -162,6 +155,13 @@ void RemoveJsonWrapper(InputText* text) {
 }
 
 }  // namespace
+
+bool IsWrapper(std::string_view space, std::string_view name) {
+  return std::any_of(std::begin(kWrappers), std::end(kWrappers),
+                     [&](const XmlName& wrapper) {
+                       return wrapper.space == space && wrapper.name == name;
+                     });
+}
 
 void RemoveWrappers(InputText* text) {
   (text->format == LYD_XML ? RemoveXmlWrappers : RemoveJsonWrapper)(text);

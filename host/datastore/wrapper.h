@@ -3,6 +3,8 @@
 #ifndef IPAV_HOST_DATASTORE_WRAPPER_H_
 #define IPAV_HOST_DATASTORE_WRAPPER_H_
 
+#include <string_view>
+
 #include "host/datastore/input_text.h"
 
 namespace ipav::datastore {
@@ -19,6 +21,9 @@ namespace ipav::datastore {
 // InputError for a wrapped text that is not well-formed or holds anything but
 // data.
 void RemoveWrappers(InputText* text);
+
+// Whether an element of that namespace and name is one of those of XML.
+bool IsWrapper(std::string_view space, std::string_view name);
 
 }  // namespace ipav::datastore
 

@@ -82,6 +82,10 @@ void ReadXmlWhile(ElementFilter is_wanted, std::string_view text,
 // comment or processing instruction; its end if there is none.
 std::size_t SkipToContent(std::string_view text, Span span);
 
+// The value between the tags of an XML leaf, without blanks, comments and CDATA
+// marks around it. A content of blanks is the value.
+Span ValueIn(std::string_view text, Span content);
+
 }  // namespace ipav::source
 
 #endif  // IPAV_HOST_SOURCE_SOURCE_TREE_H_

@@ -74,6 +74,9 @@ class TextEditor {
   std::vector<Replacement> replacements_;
 };
 
+// A value as XML text.
+std::string EscapeXml(std::string_view value);
+
 std::unique_ptr<TextEditor> EditXml(std::string_view text,
                                     const SourceTree* tree);
 // `start` is where the object begins.

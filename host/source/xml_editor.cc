@@ -10,29 +10,6 @@ namespace {
 
 constexpr char kBlanks[] = " \t\r\n";
 
-std::string Escaped(std::string_view value) {
-  std::string escaped;
-  for (const char c : value) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '\r':  // a reader would take it for a line end
-        escaped += "&#xD;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
-}
-
 std::string_view Trimmed(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(kBlanks);
   if (begin == std::string_view::npos) return "";
@@ -57,7 +34,7 @@ class XmlEditor : public TextEditor {
   void SetValue(Node leaf, const lyd_node& value) override {
     const SourceTree::Item& item = tree_[leaf];
     const std::string text = lyd_get_value(&value);
-    const std::string escaped = Escaped(text);
+    const std::string escaped = EscapeXml(text);
     const std::string_view tag = Bytes(item.head.begin, item.head.end);
     if (base::EndsWith(tag, "/>")) {
       Add(item.head.end - 2, item.head.end,
@@ -179,7 +156,7 @@ class XmlEditor : public TextEditor {
     *text += ">";
     if (lyd_child(node) == nullptr) {
       const char* value = lyd_get_value(node);
-      *text += Escaped(value == nullptr ? "" : value);
+      *text += EscapeXml(value == nullptr ? "" : value);
     } else {
       for (const lyd_node* child = lyd_child(node); child != nullptr;
            child = child->next) {
@@ -194,6 +171,29 @@ class XmlEditor : public TextEditor {
 };
 
 }  // namespace
+
+std::string EscapeXml(std::string_view value) {
+  std::string escaped;
+  for (const char c : value) {
+    switch (c) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '\r':  // a reader would take it for a line end
+        escaped += "&#xD;";
+        break;
+      default:
+        escaped += c;
+    }
+  }
+  return escaped;
+}
 
 std::unique_ptr<TextEditor> EditXml(std::string_view text,
                                     const SourceTree* tree) {

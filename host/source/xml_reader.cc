@@ -32,24 +32,6 @@ std::size_t Behind(std::string_view text, std::size_t at, std::size_t end,
                                          : std::min(found + mark.size(), end);
 }
 
-// The value between the tags of a leaf; empty if there is none.
-Span ValueIn(std::string_view text, Span content) {
-  constexpr std::string_view kCdata = "<![CDATA[";
-  Span value{SkipToContent(text, content), content.end};
-  if (value.begin == value.end) return content;  // blanks are a value, too
-  if (StandsAt(text, value.begin, kCdata)) {
-    value.begin += kCdata.size();
-    value.end = std::min(text.find("]]>", value.begin), content.end);
-    return value;
-  }
-  value.end = std::min(text.find('<', value.begin), content.end);
-  while (value.end > value.begin &&
-         std::strchr(kBlanks, text[value.end - 1]) != nullptr) {
-    --value.end;
-  }
-  return value;
-}
-
 std::string_view View(const xmlChar* text) {
   return text == nullptr ? "" : reinterpret_cast<const char*>(text);
 }
@@ -216,6 +198,23 @@ std::size_t SkipToContent(std::string_view text, Span span) {
     }
   }
   return at;
+}
+
+Span ValueIn(std::string_view text, Span content) {
+  constexpr std::string_view kCdata = "<![CDATA[";
+  Span value{SkipToContent(text, content), content.end};
+  if (value.begin == value.end) return content;  // blanks are a value, too
+  if (StandsAt(text, value.begin, kCdata)) {
+    value.begin += kCdata.size();
+    value.end = std::min(text.find("]]>", value.begin), content.end);
+    return value;
+  }
+  value.end = std::min(text.find('<', value.begin), content.end);
+  while (value.end > value.begin &&
+         std::strchr(kBlanks, text[value.end - 1]) != nullptr) {
+    --value.end;
+  }
+  return value;
 }
 
 void ReadXml(std::string_view text, std::size_t start, SourceTree* tree) {

@@ -1,0 +1,149 @@
+#include "cli/lsp/features/names.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/features/marked_text.h"
+
+namespace features_test {
+
+namespace {
+
+using ipav::features::RenameError;
+
+std::string Starter() {
+  std::ifstream file(IPAV_STARTER);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+// The text with the cursor behind `part` in the n-th occurrence of `around`.
+MarkedText StarterAt(const std::string& around, const std::string& part) {
+  MarkedText text(Starter());
+  const std::size_t at = text.text.find(around);
+  EXPECT_NE(at, std::string::npos) << around;
+  text.cursor = at + around.find(part) + part.size();
+  return text;
+}
+
+// Each value with its line.
+std::string Shown(const MarkedText& text, const std::vector<Span>& spans) {
+  std::string shown;
+  for (const Span& span : spans) {
+    const std::size_t begin = text.text.rfind('\n', span.begin) + 1;
+    std::string line =
+        text.text.substr(begin, text.text.find('\n', span.end) - begin);
+    line.erase(0, line.find_first_not_of(' '));
+    shown += line + "\n";
+  }
+  return shown;
+}
+
+std::string Definitions(const MarkedText& text) {
+  return Shown(text, DefinitionsAt(text.Read(), text.cursor));
+}
+
+std::string References(const MarkedText& text, bool with_definitions) {
+  return Shown(text, ReferencesAt(text.Read(), text.cursor, with_definitions));
+}
+
+TEST(Definitions, LeadFromATableToTheInterface) {
+  EXPECT_EQ(Definitions(StarterAt("<interface>l3-uplink", "l3-up")),
+            "<name>uplink</name>\n");
+  EXPECT_EQ(Definitions(StarterAt("<ospfv3-pm-if-name>l3", "l3")),
+            "<name>uplink</name>\n");
+  EXPECT_EQ(Definitions(StarterAt("<interface-name>l3-", "l3")),
+            "<name>uplink</name>\n");
+}
+
+TEST(Definitions, LeadFromAnInterfaceToItsVrf) {
+  EXPECT_EQ(Definitions(StarterAt("<vrf>guest", "gu")),
+            "<vname>guest</vname>\n");
+  EXPECT_EQ(Definitions(StarterAt("<vrf>mgmt", "mg")), "");
+}
+
+TEST(Definitions, LeadFromARouteToItsOutputInterfaceAndBack) {
+  EXPECT_EQ(Definitions(StarterAt("<rtmStaticRtNextHop>c0:00:02:01", "c0")),
+            "<name>uplink</name>\n");
+  MarkedText back(Starter());
+  back.cursor = back.text.rfind("c0:00:02:01");
+  EXPECT_EQ(Definitions(back),
+            "<rtmStaticRtDest>00:00:00:00</rtmStaticRtDest>\n");
+  EXPECT_EQ(Definitions(StarterAt("<rtmStaticRtDest>0a:00", "0a")), "");
+  EXPECT_EQ(Definitions(StarterAt("<!-- The output interface", "out")), "");
+}
+
+TEST(Definitions, LeadFromTheOutputInterfaceIfTheInterfaceIsMissing) {
+  MarkedText text = StarterAt("<rtmStaticRtNextHop>c0:00:02:01", "c0");
+  text.text.replace(text.text.find("<name>uplink"), 12, "<name>uplonk");
+  EXPECT_EQ(Definitions(text), "<interface-name>l3-uplink</interface-name>\n");
+}
+
+TEST(References, AreAllUsesOfAName) {
+  const std::string uses =
+      "<interface>l3-uplink</interface>\n"
+      "<interface>l3-uplink</interface>\n"
+      "<ospfv3-pm-if-name>l3-uplink</ospfv3-pm-if-name>\n"
+      "<interface-name>l3-uplink</interface-name>\n";
+  EXPECT_EQ(References(StarterAt("<name>uplink", "up"), false), uses);
+  EXPECT_EQ(References(StarterAt("<interface>l3-uplink", "l3"), true),
+            "<name>uplink</name>\n" + uses);
+  EXPECT_EQ(References(StarterAt("<vlan>10", "1"), false), "");
+}
+
+TEST(References, OfAVrfIncludeItsIndex) {
+  MarkedText text = StarterAt("<vrf>guest", "gu");
+  const std::string route = "<rtmStaticRtFteIndex>0<";
+  text.text.replace(text.text.find(route), route.size(),
+                    "<rtmStaticRtFteIndex>02<");
+  EXPECT_EQ(References(text, false),
+            "<vrf>guest</vrf>\n"
+            "<rtmStaticRtFteIndex>02</rtmStaticRtFteIndex>\n");
+}
+
+// The text after a renaming; or why it is not possible.
+std::string Renamed(const MarkedText& text, const std::string& name) {
+  try {
+    return ipav::source::Replace(text.text,
+                                 Rename(text.Read(), text.cursor, name));
+  } catch (const RenameError& error) {
+    return error.what();
+  }
+}
+
+TEST(Renaming, ChangesAllPlacesInTheirOwnForm) {
+  const MarkedText text(InL3("<name>a|b</name>") +
+                        "<internal xmlns='urn:vorplex:internal'>"
+                        "<ospfv3-interface-l3><interface>l3-ab</interface>"
+                        "<interface>loopback-ab</interface>");
+  const auto span = RenamedAt(text.Read(), text.cursor);
+  EXPECT_EQ(text.At(span), "ab");
+  EXPECT_EQ(Renamed(text, "c<d"),
+            InL3("<name>c&lt;d</name>") +
+                "<internal xmlns='urn:vorplex:internal'>"
+                "<ospfv3-interface-l3><interface>l3-c&lt;d</interface>"
+                "<interface>loopback-ab</interface>");
+
+  const MarkedText json(
+      R"({"vorplex-internal:internal": {"ospf-index-to-proc-id": [)"
+      R"({"compound-id": 1|}], "ospf-interface-l3": [{"compound-id": 1}]}})");
+  EXPECT_EQ(Renamed(json, "22"),
+            R"({"vorplex-internal:internal": {"ospf-index-to-proc-id": [)"
+            R"({"compound-id": 22}], "ospf-interface-l3": [)"
+            R"({"compound-id": 22}]}})");
+}
+
+TEST(Renaming, RefusesWhatCannotBeAName) {
+  EXPECT_EQ(Renamed(StarterAt("<interface>l3-uplink", "l3"), "uplink2"),
+            "\"uplink2\" does not begin with \"l3-\"");
+  EXPECT_EQ(Renamed(StarterAt("<name>uplink", "up"), "users"),
+            "\"l3-users\" exists already");
+  EXPECT_EQ(Renamed(StarterAt("<compound-id>1", "1"), "x"),
+            "\"x\" is not a value of /internal/ospf-index-to-proc-id/"
+            "compound-id");
+  EXPECT_EQ(Renamed(StarterAt("<vlan>10", "1"), "2"), "no name to change here");
+}
+
+}  // namespace
+
+}  // namespace features_test

@@ -82,6 +82,11 @@ TEST_F(ConvertTest, RoundTripOfEveryExampleAndEveryCaseChangesNothing) {
       RunProcess({IPAV_ROOT "/tests/e2e/cases.py", "write", folder_ / "cases"})
           .status,
       0);
+#ifdef __SANITIZE_ADDRESS__
+  constexpr std::size_t kShare = 6;  // one of so many files
+#else
+  constexpr std::size_t kShare = 1;
+#endif
   std::set<std::string> known;  // many running configurations are equal
   for (const fs::path& root :
        {fs::path(IPAV_ROOT "/examples"), folder_ / "cases"}) {
@@ -89,6 +94,7 @@ TEST_F(ConvertTest, RoundTripOfEveryExampleAndEveryCaseChangesNothing) {
       const fs::path& file = entry.path();
       if (file.extension() != ".xml" && file.extension() != ".json") continue;
       if (!known.insert(ReadFile(file)).second) continue;
+      if (known.size() % kShare != 0) continue;
       SCOPED_TRACE(file);
       const DataTree tree = DataTree::FromFile(model, file);
       const LYD_FORMAT other = tree.format() == LYD_XML ? LYD_JSON : LYD_XML;

@@ -49,10 +49,13 @@ T& KeepUntilExit(std::unique_ptr<T> kept) {
   return *all.back();
 }
 
-Running ReadRunning(const Model& model, const std::string& file,
+Running ReadRunning(const Model& model, const Device& device,
                     std::size_t max_size) {
   base::Stopwatch watch;
-  InputText text = datastore::ReadText(file, max_size);
+  InputText text =
+      device.blob
+          ? datastore::CheckText(device.running, fleet::ReadBlob(*device.blob))
+          : datastore::ReadText(device.running, max_size);
   return Running(model, std::move(text), watch.Lap());
 }
 
@@ -225,7 +228,9 @@ DeviceReport Failed(const Device& device, const std::string& reason) {
 Running ReadInTime(const Model& model, const std::string& file,
                    const ReadingLimits& limits) {
   const ReadingTime limit(file, limits.time);
-  Running running = ReadRunning(model, file, limits.size);
+  Device device;
+  device.running = file;
+  Running running = ReadRunning(model, device, limits.size);
   static_cast<void>(running.Tree());
   return running;
 }
@@ -241,7 +246,7 @@ DeviceReport Judge::Commit(const Device& device,
         time,
         time_over(BadInput(device, {NotReadWithin(device.running, time)})));
     return std::make_unique<const Running>(
-        ReadRunning(model_, device.running, options_.limits.size));
+        ReadRunning(model_, device, options_.limits.size));
   };
   return Commit(device, KeepUntilExit(read()), time_over);
 }

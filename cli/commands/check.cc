@@ -1,5 +1,6 @@
 // ipav check: validates candidates against a running configuration.
 
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <CLI/App.hpp>
@@ -9,12 +10,14 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/check/judge.h"
 #include "cli/check/judge_fleet.h"
 #include "cli/check/timing.h"
 #include "cli/command.h"
+#include "cli/fleet/base.h"
 #include "cli/fleet/devices.h"
 #include "cli/fleet/fleet.h"
 #include "cli/options.h"
@@ -47,6 +50,7 @@ constexpr char kCheckNotes[] =
     "  ipav check --running running.xml --all candidate.xml\n"
     "  ipav check --running running.xml --every candidate.xml\n"
     "  ipav check --running running.xml --restore candidate.xml\n"
+    "  ipav check --base origin/main devices/\n"
     "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
     "\n"
     "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
@@ -58,6 +62,7 @@ constexpr unsigned kMostFindings = 10000;
 struct CheckOptions {
   Locations locations;
   std::string running;  // file; empty: nothing is configured yet
+  std::string base;     // revision of git; empty: none
   std::vector<std::string> candidates;  // files, and folders of them
   check::JudgeOptions judge;
   fleet::FleetOptions fleet;
@@ -110,6 +115,21 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
 }
 
 // --- Inputs
+
+// The devices to check. With --base, says which ones are deleted.
+std::vector<Device> FindDevices(const CheckOptions& options) {
+  if (options.base.empty()) {
+    return fleet::FindDevices(options.candidates, options.running);
+  }
+  const ReadingTime limit("--base " + options.base, options.judge.limits.time);
+  fleet::SinceBase found = fleet::FindSince(options.base, options.candidates,
+                                            options.judge.limits.size);
+  for (const std::string& file : found.deleted) {
+    fmt::print(stderr, "{}: deleted since {}\n", base::Printable(file),
+               base::Printable(options.base));
+  }
+  return std::move(found.devices);
+}
 
 // An output must not replace an input or another output.
 void RefuseToReplaceInputs(const CheckOptions& options,
@@ -164,10 +184,9 @@ void Take(const DeviceReport& device, const CheckOptions& options, bool is_one,
 
 ExitStatus Check(const CheckOptions& options) {
   // 1. The devices, and the outputs.
-  const bool is_fleet = options.report.failed_only ||
+  const bool is_fleet = options.report.failed_only || !options.base.empty() ||
                         fleet::IsFleet(options.candidates, options.fleet);
-  std::vector<Device> devices =
-      fleet::FindDevices(options.candidates, options.running);
+  std::vector<Device> devices = FindDevices(options);
   RefuseToReplaceInputs(options, devices);
   report::Run run;
   run.list_size = devices.size();
@@ -216,9 +235,18 @@ Command AddCheck(CLI::App* app, const Locations& locations) {
   CLI::App* command = app->add_subcommand(
       "check", "Check candidates against a running configuration");
   command->footer(kCheckNotes);
-  AddInput(command, "--running",
-           "Running configuration, XML or JSON (default: empty)",
-           &options->running);
+  CLI::Option* running = AddInput(
+      command, "--running",
+      "Running configuration, XML or JSON (default: empty)", &options->running);
+  command
+      ->add_option("--base", options->base,
+                   "Check only devices that changed since this revision of "
+                   "their git repository, against what is there")
+      ->type_name("REVISION")
+      ->check([](const std::string& name) -> std::string {
+        return name.empty() || name.front() == '-' ? "not a revision" : "";
+      })
+      ->excludes(running);
   AddOutput(command, options.get());
   AddLimits(command,
             "read a configuration, and for the plug-in to check a candidate",

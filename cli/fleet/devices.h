@@ -3,9 +3,11 @@
 #define IPAV_CLI_FLEET_DEVICES_H_
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/fleet/git.h"
 #include "cli/report/run.h"
 
 namespace ipav::cli::fleet {
@@ -18,6 +20,9 @@ struct Device {
   // Why the device cannot be validated, if that is known before any file is
   // read; else empty.
   std::string problem;
+  // The running configuration, if it is a file of a git repository. Then
+  // `running` is its name in messages.
+  std::optional<Blob> blob = std::nullopt;
 };
 
 // The devices of files and folders, numbered in their order. A file is a

@@ -27,11 +27,6 @@ InputError SystemError(const std::string& path) {
   return {path, std::generic_category().message(errno)};
 }
 
-InputError TooLarge(const std::string& path, std::size_t max_size) {
-  return {path,
-          "is larger than the limit of " + std::to_string(max_size) + " bytes"};
-}
-
 FileDescriptor Open(const std::string& path) {
   FileDescriptor file(
       path == kStandardInput
@@ -70,6 +65,11 @@ bool ReadSome(const FileDescriptor& file, const std::string& path,
 }
 
 }  // namespace
+
+InputError TooLarge(const std::string& path, std::size_t max_size) {
+  return {path,
+          "is larger than the limit of " + std::to_string(max_size) + " bytes"};
+}
 
 std::string ReadInput(const std::string& path, std::size_t max_size) {
   if (const std::string* text = FindText(path)) {

@@ -21,6 +21,9 @@ inline constexpr char kStandardInput[] = "<stdin>";
 // it if its size is known.
 std::string ReadInput(const std::string& path, std::size_t max_size);
 
+// The error for a file of more bytes.
+InputError TooLarge(const std::string& path, std::size_t max_size);
+
 // Texts by the names of files.
 using Texts = std::map<std::string, std::string>;
 

@@ -13,6 +13,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 import xml.etree.ElementTree
 
 import yaml
@@ -94,7 +95,8 @@ class JobTest(unittest.TestCase):
 
 class DocumentTest(JobTest):
     def test_the_document_has_these_examples(self):
-        self.assertEqual(examples().keys(), {"layout", "github", "gitlab"})
+        self.assertEqual(examples().keys(), {
+            "layout", "hook", "precommit", "github", "reviewdog", "gitlab"})
 
     def test_the_layout_has_devices_of_both_formats_and_the_packages(self):
         lay_out(self.repository, refused=False)
@@ -201,6 +203,77 @@ class GithubTest(JobTest):
         (invocation,) = self.sarif()["runs"][0]["invocations"]
         (told,) = invocation["toolExecutionNotifications"]
         self.assertEqual(told["descriptor"]["id"], "bad-input")
+
+
+class RepositoryTest(JobTest):
+    """Before and during a pull request that changes a device."""
+
+    def setUp(self):
+        super().setUp()
+        self.root = pathlib.Path(DOCUMENT).parent.parent
+        lay_out(self.repository, refused=False)
+        home = self.repository.parent
+        (home / ".gitconfig").write_text("[user]\nname = n\nemail = e\n",
+                                         encoding="utf-8")
+        patch = unittest.mock.patch.dict(os.environ, {"HOME": str(home)})
+        patch.start()
+        self.addCleanup(patch.stop)
+        self.run_commands("git init -q && git add -A && git commit -qm m && "
+                          "git update-ref refs/remotes/origin/main HEAD")
+        example, _, bad = CHANGES[REFUSED]
+        self.candidate = next(self.repository.rglob("candidate" + REFUSED))
+        shutil.copy(pathlib.Path(EXAMPLES) / example / bad, self.candidate)
+
+    def test_the_hook_refuses_the_commit(self):
+        folder = "/usr/share/ipav/git"
+        script = examples()["hook"]
+        self.assertIn(f" {folder}/pre-commit ", script)
+        here = str(self.root / "packaging/git")
+        script = script.replace(folder, here) + "git commit -qam m\n"
+        result = self.run_commands(script)
+        self.assertEqual(result.returncode, 1)
+
+    def test_pre_commit_finds_the_hook(self):
+        (repository,) = yaml.safe_load(examples()["precommit"])["repos"]
+        (wanted,) = repository["hooks"]
+        hooks = yaml.safe_load(
+            (self.root / ".pre-commit-hooks.yaml").read_text(encoding="utf-8"))
+        (hook,) = [each for each in hooks if each["id"] == wanted["id"]]
+        self.assertEqual(hook["language"], "system")
+        self.assertIs(hook["pass_filenames"], False)
+        command = " ".join([hook["entry"], *wanted["args"]])
+        self.assertEqual(self.run_commands(command).returncode, 1)
+        self.run_commands("git checkout -q .")
+        self.assertEqual(self.run_commands(command).returncode, 0)
+
+    def test_reviewdog_gets_a_fix_that_a_router_accepts(self):
+        reviewdog = self.repository.parent / "tools/reviewdog"
+        reviewdog.write_text("#!/bin/sh\ncat > reviewed\n", encoding="utf-8")
+        reviewdog.chmod(0o755)
+        (job,) = yaml.safe_load(examples()["reviewdog"])["jobs"].values()
+        step = job["steps"][-1]
+        self.assertIn("-f=sarif", step["run"])
+        self.assertEqual(step["env"]["BASE"], "origin/${{ github.base_ref }}")
+        result = self.run_commands("BASE=origin/main\n" + step["run"])
+        self.assertEqual(result.returncode, 1)
+        reviewed = (self.repository / "reviewed").read_text(encoding="utf-8")
+        (finding,) = json.loads(reviewed)["runs"][0]["results"]
+        self.assertEqual(finding["message"]["text"], TEXT)
+        (change,) = finding["fixes"][0]["artifactChanges"]
+        (replacement,) = change["replacements"]
+        file = self.repository / change["artifactLocation"]["uri"]
+        self.assertEqual(file, self.candidate)
+        region = replacement["deletedRegion"]
+        self.assertEqual(region["startLine"], region["endLine"])
+        lines = file.read_text(encoding="utf-8").split("\n")
+        line = lines[region["startLine"] - 1]
+        lines[region["startLine"] - 1] = (
+            line[:region["startColumn"] - 1]
+            + replacement["insertedContent"]["text"]
+            + line[region["endColumn"] - 1:])
+        file.write_text("\n".join(lines), encoding="utf-8")
+        self.assertEqual(
+            self.run_commands("ipav check --base HEAD devices").returncode, 0)
 
 
 class GitlabTest(JobTest):

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "cli/lsp/features/completion.h"
 #include "cli/lsp/open_document.h"
 #include "cli/lsp/protocol.h"
 #include "host/datastore/model.h"
@@ -15,6 +16,7 @@ struct Query {
   const OpenDocument& document;
   const Json& params;
   const datastore::Model& model;
+  const features::CompletionClient& client;
 };
 
 struct Feature {

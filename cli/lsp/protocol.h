@@ -22,6 +22,7 @@ enum ErrorCode {
   kMethodNotFound = -32601,
   kInvalidParams = -32602,
   kServerNotInitialized = -32002,
+  kRequestFailed = -32803,
   kContentModified = -32801,
   kRequestCancelled = -32800,
 };

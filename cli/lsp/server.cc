@@ -36,6 +36,17 @@ std::string RootIn(const Json& params) {
   return PathOf(uri.get<std::string>()).value_or("");
 }
 
+features::CompletionClient CompletionClientIn(const Json& params) {
+  const std::string item =
+      "/capabilities/textDocument/completion/completionItem";
+  constexpr int kAdjustIndentation = 2;
+  const Json modes =
+      At(params, (item + "/insertTextModeSupport/valueSet").c_str());
+  return {
+      IsTrue(params, (item + "/snippetSupport").c_str()),
+      std::find(modes.begin(), modes.end(), kAdjustIndentation) != modes.end()};
+}
+
 Json Capabilities() {
   Json capabilities = {
       {"positionEncoding", "utf-16"},
@@ -166,7 +177,8 @@ void Server::TakeRequest(const Json& id, const std::string& method,
     const OpenDocument* document = workspace_.Find(UriIn(params));
     client_.Reply(id, document == nullptr
                           ? Json()
-                          : feature->answer({*document, params, model_}));
+                          : feature->answer({*document, params, model_,
+                                             completion_client_}));
   } catch (const RequestError& error) {
     client_.Fail(id, error.code(), error.what());
   } catch (const std::exception& error) {
@@ -195,6 +207,7 @@ void Server::Initialize(const Json& id, const Json& params) {
   settings.root = RootIn(params);
   settings.refreshes_lenses =
       IsTrue(params, "/capabilities/workspace/codeLens/refreshSupport");
+  completion_client_ = CompletionClientIn(params);
   watches_files_ = IsTrue(params,
                           "/capabilities/workspace/didChangeWatchedFiles/"
                           "dynamicRegistration");

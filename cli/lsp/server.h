@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/lsp/client.h"
+#include "cli/lsp/features/completion.h"
 #include "cli/lsp/framing.h"
 #include "cli/lsp/jobs.h"
 #include "cli/lsp/protocol.h"
@@ -69,6 +70,7 @@ class Server {
   State state_ = State::kNew;
   bool was_shut_down_ = false;
   bool watches_files_ = false;  // the client can
+  features::CompletionClient completion_client_;
 };
 
 }  // namespace ipav::cli::lsp

@@ -58,7 +58,7 @@ struct HoverCase {
   std::string name;
   std::string text;
   std::string path;  // empty: nothing is shown
-  std::string part{};
+  const char* part = "";
 };
 
 class HoverPlace : public testing::TestWithParam<HoverCase> {};

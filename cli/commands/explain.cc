@@ -10,10 +10,12 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <utility>
 
 #include "cli/command.h"
+#include "cli/commands/explain_json.h"
 #include "cli/options.h"
 #include "cli/shared_model.h"
 #include "cli/similar_names.h"
@@ -39,6 +41,7 @@ constexpr char kExplainNotes[] =
     "  ipav explain interface-overlap\n"
     "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
     "  ipav check --running running.xml candidate.xml | ipav explain -\n"
+    "  ipav explain --format json overlap\n"
     "\n"
     "Exit status: 0 explained, 2 a topic is unknown.";
 
@@ -251,10 +254,35 @@ std::function<void()> PrinterOf(const Locations& locations,
       [readings = std::move(readings), name] { PrintReadings(readings, name); };
 }
 
+// Returns whether all topics are known.
+bool PrintAsJson(const Locations& locations,
+                 const std::vector<std::string>& names) {
+  auto explained = nlohmann::ordered_json::array();
+  bool are_known = true;
+  for (const std::string& name : names) {
+    nlohmann::ordered_json json = ExplainAsJson(locations, name);
+    if (json.is_null()) {
+      ReportUnknown(name);
+      are_known = false;
+    } else {
+      explained.push_back(std::move(json));
+    }
+  }
+  using Json = nlohmann::ordered_json;
+  fmt::print("{}\n",
+             explained.dump(2, ' ', false, Json::error_handler_t::replace));
+  return are_known;
+}
+
 // Without topics, lists the names. Returns kBadInput if a topic is unknown, but
 // explains the others.
 ExitStatus Explain(const Locations& locations,
-                   const std::vector<std::string>& topics) {
+                   const std::vector<std::string>& topics, bool as_json) {
+  if (as_json) {
+    const bool are_known =
+        PrintAsJson(locations, topics.empty() ? TopicNames() : NamesOf(topics));
+    return are_known ? kAccepted : kBadInput;
+  }
   if (topics.empty()) PrintList();
 
   ExitStatus status = kAccepted;
@@ -288,6 +316,7 @@ Command AddExplain(CLI::App* app, const Locations& locations) {
   struct Values {
     Locations locations;
     std::vector<std::string> topics;
+    std::string format = "text";
   };
   const auto values = std::make_shared<Values>(Values{locations, {}});
   CLI::App* command = app->add_subcommand(
@@ -299,9 +328,13 @@ Command AddExplain(CLI::App* app, const Locations& locations) {
           "Name of a point or a rule, or a text; '-' for texts from standard "
           "input, one per line, such as the output of ipav check")
       ->type_name(kTopic);
+  AddChoice(command, "--format", {"text", "json"}, "text or json",
+            &values->format);
   AddYang(command, &values->locations);
-  return {command,
-          [values] { return Explain(values->locations, values->topics); }};
+  return {command, [values] {
+            return Explain(values->locations, values->topics,
+                           values->format == "json");
+          }};
 }
 
 }  // namespace ipav::cli

@@ -68,7 +68,7 @@ def make_clone(work, arguments):
     root, binaries = map(os.path.abspath, (arguments.root, arguments.bin))
     shutil.copytree(os.path.join(root, "examples"), f"{work}/examples")
     shutil.copy(os.path.join(root, "dev"), work)
-    for name in ["bench", "docs"]:
+    for name in ["bench", "docs", "python"]:
         os.symlink(os.path.join(root, name), f"{work}/{name}")
     os.makedirs(f"{work}/build/dev")
     os.symlink(binaries, f"{work}/build/dev/bin")

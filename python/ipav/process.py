@@ -1,0 +1,181 @@
+"""The process of `ipav session`, and the requests to it."""
+
+import itertools
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+import threading
+import weakref
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass
+from typing import IO
+
+from .errors import InputError, Problem, SessionError
+
+_GRACE = 2.0  # seconds for the process to end by itself
+_LAST_LINES = 20  # of the process's standard error, in a SessionError
+
+
+@dataclass(frozen=True, slots=True)
+class Output:
+    """What a command did, as a shell sees it."""
+
+    status: int
+    output: str
+    errors: str
+
+
+def _end(process: subprocess.Popen[bytes], log: IO[bytes]) -> None:
+    """Ends an idle process; a command that runs is killed with it."""
+    assert process.stdin is not None and process.stdout is not None
+    process.stdin.close()
+    process.stdout.close()
+    log.close()
+    try:
+        process.wait(_GRACE)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
+class Process:
+    """A process that starts with the first request.
+
+    It starts again after it died, or after the current folder changed. A child
+    of os.fork() has a process of its own. Threads take turns.
+    """
+
+    def __init__(
+        self, program: str | os.PathLike[str] | None, options: Sequence[str]
+    ) -> None:
+        self._program = program
+        self._options = options
+        self._ids = itertools.count(1)
+        self._reset()
+        _processes.add(self)
+
+    def _reset(self) -> None:
+        self._lock = threading.Lock()
+        self._process: subprocess.Popen[bytes] | None = None
+        self._finalizer: weakref.finalize | None = None
+        self._folder = ""
+
+    @property
+    def number(self) -> int | None:
+        """That of the system; None if no process runs."""
+        return None if self._process is None else self._process.pid
+
+    def close(self) -> None:
+        with self._lock:
+            self._stop()
+
+    def request(self, members: Mapping[str, object]) -> Output:
+        """Raises InputError if a text is not UTF-8, and SessionError."""
+        with self._lock:
+            number = next(self._ids)
+            request: dict[str, object] = {"id": number, **members}
+            try:
+                line = json.dumps(request, ensure_ascii=False).encode() + b"\n"
+            except UnicodeEncodeError as error:
+                problem = Problem("a name or a text is not UTF-8")
+                raise InputError([problem]) from error
+            try:
+                answer = json.loads(self._exchange(line))
+                if answer["id"] != number:
+                    raise ValueError("the answer is not to this request")
+                return Output(
+                    answer["status"], answer["output"], answer["errors"]
+                )
+            except (OSError, ValueError, KeyError, TypeError) as error:
+                raise SessionError(self._why_it_died(error)) from error
+            except BaseException:  # the answer would come to the next request
+                self._stop()
+                raise
+
+    def _exchange(self, line: bytes) -> bytes:
+        """Sends a request. Returns the answer. Raises OSError."""
+        process = self._started()
+        assert process.stdin is not None and process.stdout is not None
+        rest = memoryview(line)
+        while rest:
+            rest = rest[os.write(process.stdin.fileno(), rest) :]
+        answer = process.stdout.readline()
+        if not answer.endswith(b"\n"):
+            raise BrokenPipeError("it ended without an answer")
+        return answer
+
+    def _started(self) -> subprocess.Popen[bytes]:
+        folder = os.getcwd()
+        if self._process is not None and self._folder != folder:
+            self._stop()
+        if self._process is None:
+            command = [self._find_program(), "session", *self._options]
+            self._log = tempfile.TemporaryFile()
+            self._process = subprocess.Popen(
+                command,
+                stdin=subprocess.PIPE,
+                stdout=subprocess.PIPE,
+                stderr=self._log,
+                start_new_session=True,  # Ctrl-C is for this process
+            )
+            self._folder = folder
+            self._finalizer = weakref.finalize(
+                self, _end, self._process, self._log
+            )
+        return self._process
+
+    def _find_program(self) -> str:
+        program = os.fspath(
+            self._program or os.environ.get("IPAV") or "ipav"
+        )
+        found = shutil.which(program)
+        if found is None:
+            raise FileNotFoundError(f"{program}: there is no such program")
+        return found
+
+    def _stop(self) -> None:
+        if self._finalizer is not None:
+            self._finalizer()
+        self._finalizer = None
+        self._process = None
+
+    def _why_it_died(self, error: Exception) -> str:
+        """Ends what is left of the process. Returns its last lines."""
+        if self._process is None:
+            return str(error)
+        try:
+            status = self._process.wait(_GRACE)
+        except subprocess.TimeoutExpired:
+            self._process.kill()
+            status = self._process.wait()
+        self._log.seek(0)
+        lines = self._log.read().decode(errors="replace").splitlines()
+        self._stop()
+        how = f"signal {-status}" if status < 0 else f"status {status}"
+        return "\n".join(
+            [f"ipav session: {error} ({how})", *lines[-_LAST_LINES:]]
+        )
+
+    def _forget(self) -> None:
+        """In a child of os.fork(): the process is that of the parent."""
+        if self._finalizer is not None:
+            self._finalizer.detach()
+        if self._process is not None:
+            assert self._process.stdin and self._process.stdout
+            self._process.stdin.close()
+            self._process.stdout.close()
+            self._process.returncode = 0  # not to be waited for here
+        self._reset()
+
+
+_processes: "weakref.WeakSet[Process]" = weakref.WeakSet()
+
+
+def _forget_all() -> None:
+    for process in list(_processes):
+        process._forget()
+
+
+os.register_at_fork(after_in_child=_forget_all)

@@ -1,0 +1,297 @@
+"""The package ipav: what its functions answer and raise."""
+
+import gc
+import os
+import pickle
+import signal
+import subprocess
+import sys
+import threading
+import time
+from pathlib import Path
+
+import pytest
+
+import ipav
+
+ROOT = Path(__file__).parent.parent.parent
+BRANCH = ROOT / "examples/branch-router"
+RUNNING = BRANCH / "running.xml"
+NETWORK = BRANCH / "address-is-network.xml"
+OVERLAP = BRANCH / "office-overlaps-management.xml"
+TEXT = (
+    "l3 printers ipv4 address 10.12.50.0/24 cannot be configured as network "
+    "address."
+)
+
+
+@pytest.fixture
+def session():
+    with ipav.Session() as made:
+        yield made
+
+
+def process_of(session):
+    """The number of the process, which runs."""
+    session.explain("overlap")
+    return session._process.number
+
+
+def is_gone(process):
+    """Whether the process ends within some seconds."""
+    for _ in range(500):
+        try:
+            state = Path(f"/proc/{process}/stat").read_text().split()[2]
+        except OSError:
+            return True
+        if state == "Z":  # its parent has not noticed yet
+            return True
+        time.sleep(0.01)
+    return False
+
+
+def test_an_accepted_candidate_gives_a_true_report():
+    report = ipav.check(BRANCH / "ra-timers-tuned.xml", running=RUNNING)
+    assert report and report.accepted
+    assert report.verdict is ipav.Verdict.ACCEPTED
+    assert report.validation_calls == ipav.Calls(planned=12, made=12)
+    assert report.platform_calls["maapi_exists"] > 0
+    assert str(report) == f"{BRANCH}/ra-timers-tuned.xml: accepted"
+    assert pickle.loads(pickle.dumps(report)) == report
+
+
+def test_a_refusal_names_both_culprits():
+    report = ipav.check(OVERLAP, running=RUNNING, suggest=True, restore=True)
+    assert not report
+    (finding,) = report.findings
+    assert finding.rule == "interface-overlap"
+    assert [(c.role, c.novelty.value, c.place.line) for c in finding.culprits] == [
+        ("address", "added", 509),
+        ("overlaps with", "unchanged", 754),
+    ]
+    assert [fix.safe for fix in finding.fixes] == [False, False]
+    assert finding.fixes[1].edits[0] == ipav.Edit(754, 15, 754, 29, "172.31.12.2/25")
+    assert len(report.restart.findings) > 1
+    assert report.refusals()[0] is finding
+    assert f"\n  {OVERLAP}:509:17: address, added\n" in str(finding)
+
+
+def test_texts_stand_for_files():
+    running = RUNNING.read_text()
+    changed = running.replace("10.12.50.1/24", "10.12.50.0/24")
+    report = ipav.check("\n" + changed, running="\ufeff " + running)
+    assert [finding.text for finding in report.findings] == [TEXT]
+    assert report.findings[0].culprits[0].place.file == "<candidate>"
+    assert ipav.check(RUNNING, running=running)
+    assert ipav.check(running)  # nothing was configured
+    assert ipav.check('{"vorplex-config:config": {}}')
+
+
+def test_a_folder_is_one_device_or_several(tmp_path, monkeypatch):
+    for name in ("a", "b"):
+        (tmp_path / name).mkdir()
+        (tmp_path / name / "candidate.xml").write_text(NETWORK.read_text())
+        (tmp_path / name / "running.xml").write_text(RUNNING.read_text())
+    (tmp_path / "b/candidate.xml").write_text("<a>")
+    monkeypatch.chdir(tmp_path)
+    assert [f.text for f in ipav.check("a").findings] == [TEXT]
+    with pytest.raises(ipav.InputError, match="several devices"):
+        ipav.check(tmp_path)
+    reports = ipav.check_all(["a", "b"], jobs=2)
+    assert [report.verdict.value for report in reports] == ["refused", "badInput"]
+    assert reports[1].input_errors[0].startswith("b/candidate.xml:1:")
+
+
+@pytest.mark.parametrize(
+    "candidate, expected",
+    [
+        ("<a>\n<b", ("<candidate>", 2, 3, "no well-formed XML: the text ends before </a>")),
+        ("{\n 1}", ("<candidate>", 2, 2)),
+        ("/nowhere.xml", ("/nowhere.xml", None, None, "No such file or directory")),
+        ("-", ("./-", None, None, "No such file or directory")),
+        ("--help", ("--help", None, None, "No such file or directory")),
+    ],
+)
+def test_an_input_error_has_the_line(candidate, expected):
+    for function in (ipav.check, ipav.plan, ipav.fix, ipav.diff):
+        with pytest.raises(ipav.InputError) as caught:
+            function(candidate, running=RUNNING)
+        error = caught.value
+        place = (error.file, error.line, error.column, error.reason)
+        assert place[: len(expected)] == expected, function
+        assert pickle.loads(pickle.dumps(error)).problems == error.problems
+
+
+def test_all_input_errors_are_listed():
+    wrong = "<config xmlns='urn:vorplex:config'>\n<x/>\n<y/></config>"
+    with pytest.raises(ipav.InputError) as caught:
+        ipav.check(wrong, running=wrong.replace("\n<y/>", ""))
+    assert [(p.file, p.line) for p in caught.value.problems] == [
+        ("<running>", 2),
+        ("<candidate>", 2),
+        ("<candidate>", 3),
+    ]
+    with pytest.raises(ipav.InputError, match="--limit"):
+        ipav.check(RUNNING, every=True, limit=0)
+    with pytest.raises(ipav.InputError, match="not UTF-8"):
+        ipav.check("<\udc80>")
+
+
+def test_plan_and_diff_tell_what_changes():
+    plan = ipav.plan(BRANCH / "floor-4-vlan-changed.xml", running=RUNNING)
+    assert plan and len(plan.commits) == 2
+    (detour,) = plan.detours
+    assert (detour.away, detour.back) == (1, 2)
+    refused = ipav.plan(OVERLAP, running=RUNNING)
+    assert not refused
+    assert refused.refused[0].refusal.findings[0].rule == "interface-overlap"
+    assert refused.refused[0].changes == refused.left_out
+
+    difference = ipav.diff(OVERLAP, running=RUNNING)
+    assert difference.changes == refused.left_out
+    assert difference.changes[0].change is ipav.ChangeKind.ADDED
+    assert "ipv4_addr_validation" in [call.point for call in difference.calls]
+    assert not ipav.diff(RUNNING, running=RUNNING)
+    assert ipav.diff(RUNNING).changes  # nothing was configured
+
+
+def test_fix_corrects_the_text_and_no_file():
+    before = OVERLAP.read_bytes()
+    left = ipav.fix(OVERLAP, running=RUNNING)
+    assert not left and left.diff == "" and left.text == before.decode()
+    assert {finding.rule for finding in left.left} == {"interface-overlap"}
+    ids = [fix.id for fix in left.left[0].fixes]
+    fixed = ipav.fix(OVERLAP, running=RUNNING, suggested=True)
+    assert fixed and not fixed.left
+    assert ipav.check(fixed.text, running=RUNNING)
+    assert OVERLAP.read_bytes() == before
+    # The diff is one that others apply, too.
+    patched = subprocess.run(
+        ["patch", "-s", "-o", "-", OVERLAP], input=fixed.diff.encode(), capture_output=True
+    )
+    assert patched.stdout.decode() == fixed.text
+    chosen = ipav.fix(OVERLAP, running=RUNNING, only=[ids[1]])
+    assert "<ip>172.31.12.2/25</ip>" in chosen.text
+    with pytest.raises(ipav.InputError):
+        ipav.fix(OVERLAP, running=RUNNING, only=["F9.9"])
+
+
+def test_edits_of_a_running_configuration_are_judged():
+    ip = "/config/interface/mgmt{eth0}/ipv4/address/ip"
+    with ipav.Session(running=RUNNING) as session:
+        assert session.check_edits({ip: "172.31.12.3/24"})
+        report = session.check_edits({ip: "10.12.50.9/24"})
+        assert [f.rule for f in report.findings] == ["interface-overlap"]
+        assert len(report.findings[0].culprits) == 2
+        assert session.check_edits({})
+        route = "/config/interface/mgmt{eth0}/ipv4"
+        assert session.check_edits({route: None})
+        for wrong in ({"/config/nothing": "1"}, {ip: "1"}, {"/config": 1}):
+            with pytest.raises(ipav.InputError):
+                session.check_edits(wrong)
+    with pytest.raises(ipav.InputError, match="--running"):
+        ipav.Session().check_edits({ip: "10.12.50.9/24"})
+
+
+def test_explain_knows_points_rules_and_texts():
+    point = ipav.explain("validate_ipv6_nd_ra_lifetime")
+    assert isinstance(point, ipav.Point)
+    assert len(point.steps) == 4
+    assert point.uses[0].path == "/config/interface/l3/ipv6/nd/ra"
+    rule = ipav.explain("network-address")
+    assert isinstance(rule, ipav.Rule)
+    text = ipav.explain(TEXT)
+    assert text.rule == rule.rule and rule.readings == ()
+    assert text.readings[0]["prefix"] == "10.12.50.0/24"
+    for topic in ("", "-", "overlap\nb", "ovrelap"):
+        with pytest.raises(ipav.InputError):
+            ipav.explain(topic)
+
+
+def test_a_plugin_that_dies_is_an_error_of_one_call():
+    plugins = Path(os.environ["IPAV_TEST_PLUGINS"])
+    with ipav.Session(plugin=plugins / "fails_in_init.so") as session:
+        with pytest.raises(ipav.PluginError, match="lib_init"):
+            session.check(NETWORK, running=RUNNING)
+        assert session.explain("overlap")
+
+
+def test_a_session_that_died_starts_again(session):
+    first = process_of(session)
+    os.kill(first, signal.SIGKILL)
+    with pytest.raises(ipav.SessionError, match="signal 9"):
+        session.check(RUNNING)
+    assert process_of(session) != first
+    with ipav.Session(yang="/nowhere") as wrong:
+        with pytest.raises(ipav.SessionError, match="/nowhere: .* YANG modules"):
+            wrong.check(RUNNING)
+    with ipav.Session("/no/ipav") as missing:
+        with pytest.raises(ipav.SessionError, match="/no/ipav: there is no such"):
+            missing.check(RUNNING)
+
+
+def test_an_interrupted_call_does_not_disturb_the_next(session, tmp_path):
+    pipe = tmp_path / "pipe"
+    os.mkfifo(pipe)
+
+    def interrupt(*_):
+        raise KeyboardInterrupt
+
+    before = signal.signal(signal.SIGALRM, interrupt)
+    process = process_of(session)
+    signal.setitimer(signal.ITIMER_REAL, 0.2)
+    with pytest.raises(KeyboardInterrupt):
+        session.check(pipe)
+    signal.signal(signal.SIGALRM, before)
+    assert is_gone(process)
+    assert session.explain("overlap")
+
+
+def test_threads_take_turns(session):
+    topics = ["overlap", "network-address"] * 8
+    answers = {}
+
+    def ask(number, topic):
+        answers[number] = session.explain(topic).anchor
+
+    threads = [
+        threading.Thread(target=ask, args=each) for each in enumerate(topics)
+    ]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert [answers[number] for number in range(len(topics))] == topics
+
+
+def test_a_forked_child_has_a_process_of_its_own(session):
+    process = process_of(session)
+    child = os.fork()
+    if child == 0:
+        own = process_of(session)
+        session.close()
+        os._exit(0 if own != process and is_gone(own) else 1)
+    assert os.waitpid(child, 0)[1] == 0
+    assert process_of(session) == process
+
+
+def test_no_process_is_left():
+    session = ipav.Session()
+    process = process_of(session)
+    session.close()
+    assert is_gone(process)
+    process = process_of(session)
+    del session
+    gc.collect()
+    assert is_gone(process)
+    script = "import ipav, os; ipav.explain('overlap'); " + (
+        "print(ipav._shared._process.number, flush=True); {}"
+    )
+    for end in ("pass", "raise ValueError", "os.kill(os.getpid(), 9)", "os._exit(0)"):
+        done = subprocess.run(
+            [sys.executable, "-c", script.format(end)],
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+            text=True,
+        )
+        assert is_gone(int(done.stdout)), end

@@ -84,8 +84,11 @@ Obstacles FindObstacles(Verdicts* verdicts, const State& goal,
   obstacles.made = reached;
   State explained;
   for (const std::size_t change : goal) {
-    if (obstacles.made.count(change) > 0 || explained.count(change) > 0 ||
-        obstacles.cores.size() == kMostCores) {
+    if (obstacles.made.count(change) > 0 || explained.count(change) > 0) {
+      continue;
+    }
+    if (obstacles.cores.size() == kMostCores) {
+      ++obstacles.unexamined;
       continue;
     }
     State more = obstacles.made;

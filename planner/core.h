@@ -23,8 +23,9 @@ constexpr std::size_t kMostCores = 10;
 
 struct Obstacles {
   State made;  // a largest set of changes that has a plan
-  // At most kMostCores, so that each change that is not made is in one.
+  // Each change that is not made is in one, up to kMostCores.
   std::vector<Core> cores;
+  std::size_t unexamined = 0;  // changes that are not made for this limit
 };
 
 // Why a search for the goal ended at that state. Throws LimitReached.

@@ -6,6 +6,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Error.hpp>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -152,7 +153,10 @@ ExitStatus CommitPlan(CommitOptions options) {
   const nlohmann::json plan = ReadPlan(options.plan);
   const std::size_t count = plan["commits"].size();
   const auto step = [&](std::size_t number) {
-    options.file = fmt::format("{}/step-{}.xml", options.plan, number);
+    options.file = fmt::format("{}/step-{}.json", options.plan, number);
+    if (!std::filesystem::exists(options.file)) {
+      options.file = fmt::format("{}/step-{}.xml", options.plan, number);
+    }
     return options;
   };
   // Before the first commit, all files must be there.

@@ -38,8 +38,9 @@ class Collector {
   explicit Collector(std::string running) : running_(std::move(running)) {}
 
   void Add(const std::string& name) {
+    root_ = name;
     if (!IsFolder(name)) {
-      AddDevice(name);
+      AddDevice(name, root_.stem());
       return;
     }
     const std::size_t before = devices_.size();
@@ -53,13 +54,19 @@ class Collector {
   std::vector<Device> Take() { return std::move(devices_); }
 
  private:
-  void AddDevice(const std::string& candidate) {
-    devices_.push_back({devices_.size() + 1, candidate, running_, ""});
+  void AddDevice(const std::string& candidate, const fs::path& name) {
+    devices_.push_back({devices_.size() + 1, candidate, name, running_, ""});
   }
 
   void AddProblem(const fs::path& path, const std::string& reason) {
-    AddDevice(path);
+    AddDevice(path, BelowRoot(path));
     devices_.back().problem = path.string() + ": " + reason;
+  }
+
+  fs::path BelowRoot(const fs::path& path) const {
+    std::error_code error;
+    if (path == root_) return fs::canonical(path, error).filename();
+    return path.lexically_relative(root_);
   }
 
   // NAME.xml or NAME.json in a folder; empty without one. Having both is a
@@ -85,7 +92,7 @@ class Collector {
     const std::string candidate = Configuration(folder, "candidate", &problem);
     if (candidate.empty()) return false;
     const std::string own = Configuration(folder, "running", &problem);
-    AddDevice(candidate);
+    AddDevice(candidate, BelowRoot(folder));
     if (!own.empty()) devices_.back().running = own;
     devices_.back().problem = problem;
     return true;
@@ -97,7 +104,7 @@ class Collector {
       AddFolder(entry);
     } else if (std::find(kEndings.begin(), kEndings.end(), entry.extension()) !=
                kEndings.end()) {
-      AddDevice(entry);
+      AddDevice(entry, BelowRoot(entry).replace_extension());
     }
   }
 
@@ -120,6 +127,7 @@ class Collector {
   }
 
   std::string running_;
+  fs::path root_;  // the argument that is walked
   std::vector<Device> devices_;
   std::set<fs::path> visited_;
 };

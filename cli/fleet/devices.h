@@ -16,6 +16,9 @@ namespace ipav::cli::fleet {
 struct Device {
   std::size_t number = 1;  // in the list of all devices, from 1
   std::string candidate;
+  // Its file without the ending, or its folder, below the folder that was
+  // named.
+  std::string name;
   std::string running;  // file; empty: nothing is configured yet
   // Why the device cannot be validated, if that is known before any file is
   // read; else empty.

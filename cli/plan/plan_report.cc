@@ -5,13 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <new>
 #include <string_view>
 #include <utility>
 
 #include "cli/changed_lines.h"
 #include "cli/report/json/json.h"
-#include "cli/report/text/terminal.h"
 #include "cli/report/text/text.h"
+#include "host/base/c_ptr.h"
 #include "host/base/utf8.h"
 
 namespace ipav::cli::plan {
@@ -21,9 +22,6 @@ namespace {
 using nlohmann::ordered_json;
 using planner::Composer;
 using planner::Item;
-
-constexpr char kFormat[] = "ipav plan";
-constexpr int kVersion = 1;
 
 // At most this many changes of a set that is refused are printed.
 constexpr std::size_t kMostLines = 20;
@@ -100,25 +98,29 @@ const char* CertaintyOf(const PlanReport& report) {
 
 class TextReport {
  public:
-  TextReport(const PlanReport& report, const Composer& composer)
-      : report_(report), composer_(composer) {}
+  TextReport(const PlanReport& report, const Composer& composer, std::FILE* out)
+      : report_(report), composer_(composer), out_(out) {}
 
   void Print() const {
     PrintResult();
     if (report_.reached) return PrintSteps();
     for (const Core& core : report_.cores) PrintCore(core);
+    if (report_.unexamined > 0) {
+      fmt::print(out_, "\nand {} more, not examined after {} sets\n",
+                 Counted(report_.unexamined, "change"), report_.cores.size());
+    }
     if (!report_.failure.empty()) {
-      fmt::print("\nthe plug-in failed: {}\n",
+      fmt::print(out_, "\nthe plug-in failed: {}\n",
                  base::Printable(report_.failure));
     }
     if (report_.steps.empty()) return;
-    fmt::print("\nleft out:\n");
+    fmt::print(out_, "\nleft out:\n");
     PrintChanges(report_.left_out, report_.left_out.size());
     if (!report_.unreplaced.empty()) {
-      fmt::print("deleted, although what may replace it is left out:\n");
+      fmt::print(out_, "deleted, although what may replace it is left out:\n");
       PrintChanges(report_.unreplaced, report_.unreplaced.size());
     }
-    fmt::print("\nthe other changes can be made with {}:\n",
+    fmt::print(out_, "\nthe other changes can be made with {}:\n",
                Counted(report_.steps.size(), "commit"));
     PrintSteps();
   }
@@ -131,17 +133,19 @@ class TextReport {
       const char* result =
           report_.is_limited ? "no plan found before the search ended at "
                                "--timeout or --verdicts"
-          : report_.proven   ? "no order of its changes is accepted"
-                             : "no plan found";
-      fmt::print("{}: {} ({})\n", goal, result, verdicts);
+          : report_.left_out.size() == 1 && report_.steps.empty()
+              ? "its only change is refused"
+          : report_.proven ? "no order of its changes is accepted"
+                           : "no plan found";
+      fmt::print(out_, "{}: {} ({})\n", goal, result, verdicts);
       if (!report_.one_commit.empty()) {
-        fmt::print("in one commit it is refused:\n{}\n",
-                   report::OperatorText(report_.one_commit, stdout));
+        fmt::print(out_, "in one commit it is refused:\n{}\n",
+                   report_.one_commit);
       }
     } else if (report_.steps.empty()) {
-      fmt::print("{}: nothing to do\n", goal);
+      fmt::print(out_, "{}: nothing to do\n", goal);
     } else {
-      fmt::print("{}: {} ({}, {})\n", goal,
+      fmt::print(out_, "{}: {} ({}, {})\n", goal,
                  Counted(report_.steps.size(), "commit"), CertaintyOf(report_),
                  verdicts);
     }
@@ -152,55 +156,44 @@ class TextReport {
     const std::vector<ChangedLine> lines = LinesOf(items, composer_);
     const std::size_t shown = std::min(lines.size(), most);
     for (std::size_t i = 0; i < shown; ++i) {
-      fmt::print("  {}\n", InWords(lines[i]));
+      fmt::print(out_, "  {}\n", InWords(lines[i]));
     }
     if (shown < lines.size()) {
-      fmt::print("  and {} more\n", lines.size() - shown);
+      fmt::print(out_, "  and {} more\n", lines.size() - shown);
     }
   }
 
   void PrintCore(const Core& core) const {
-    fmt::print("\nrefused in any order{}:\n",
+    fmt::print(out_, "\nrefused in any order{}:\n",
                core.is_smallest ? "" : ", maybe not all of them needed for it");
     PrintChanges(core.items, kMostLines);
-    static_cast<void>(std::fflush(stdout));
-    report::TextWriter(stdout, {}).Add(core.refusal);
+    report::TextWriter(out_, {}).Add(core.refusal);
   }
 
   void PrintSteps() const {
     const std::vector<Detour> detours = DetoursOf(report_.steps);
     for (std::size_t i = 0; i < report_.steps.size(); ++i) {
       const Step& step = report_.steps[i];
-      fmt::print("\ncommit {}: accepted ({})\n", i + 1,
+      fmt::print(out_, "\ncommit {}: accepted ({})\n", i + 1,
                  Counted(step.calls, "validation call"));
-      for (const std::string& line : step.lines) fmt::print("  {}\n", line);
-      for (std::size_t j = 0; j < detours.size(); ++j) {
-        if (detours[j].away != i + 1) continue;
-        const bool goes_on =
-            j + 1 < detours.size() && IsSame(detours[j], detours[j + 1]);
-        PrintDetour(detours[j], !goes_on);
+      for (const std::string& line : step.lines)
+        fmt::print(out_, "  {}\n", line);
+      for (const Detour& detour : detours) {
+        if (detour.away == i + 1) PrintDetour(detour);
       }
     }
   }
 
-  // Whether one sentence can be said of both.
-  bool IsSame(const Detour& one, const Detour& other) const {
-    const std::vector<Item>& items = composer_.items();
-    return one.away == other.away && one.back == other.back &&
-           std::string_view(EffectOf(items[one.item])) ==
-               EffectOf(items[other.item]);
-  }
-
-  void PrintDetour(const Detour& detour, bool with_effect) const {
+  void PrintDetour(const Detour& detour) const {
     const Item& item = composer_.items()[detour.item];
-    fmt::print("  detour: {}\n", base::Printable(item.path));
-    if (!with_effect) return;
-    fmt::print("    comes back with commit {}; until then {}\n", detour.back,
-               EffectOf(item));
+    fmt::print(out_, "  detour: {}\n", base::Printable(item.path));
+    fmt::print(out_, "    comes back with commit {}; until then {}\n",
+               detour.back, EffectOf(item));
   }
 
   const PlanReport& report_;
   const Composer& composer_;
+  std::FILE* out_;
 };
 
 ordered_json ToJson(const Detour& detour, const Composer& composer) {
@@ -229,12 +222,19 @@ ExitStatus StatusOf(const PlanReport& report) {
   return report.failure.empty() ? kRefused : kPluginFailed;
 }
 
-void PrintText(const PlanReport& report, const Composer& composer) {
-  TextReport(report, composer).Print();
+std::string InWords(const PlanReport& report, const Composer& composer) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  base::CPtr<std::FILE, std::fclose> out(open_memstream(&text, &size));
+  if (out == nullptr) throw std::bad_alloc();
+  TextReport(report, composer, out.get()).Print();
+  out.reset();  // sets `text`
+  const base::CText owned(text);
+  return {text, size};
 }
 
 ordered_json ToJson(const PlanReport& report, const Composer& composer) {
-  ordered_json json = {{"format", kFormat}, {"version", kVersion}};
+  ordered_json json;
   report::PutUnlessEmpty(&json, "running", report.running);
   report::PutText(&json, "goal", report.goal);
   json["reached"] = report.reached;
@@ -257,6 +257,7 @@ ordered_json ToJson(const PlanReport& report, const Composer& composer) {
                         {"changes", ChangesToJson(core.items, composer)},
                         {"refusal", report::ToJson(core.refusal)}};
   });
+  if (report.unexamined > 0) json["unexamined"] = report.unexamined;
   json["leftOut"] = ChangesToJson(report.left_out, composer);
   json["unreplaced"] = ChangesToJson(report.unreplaced, composer);
   return json;

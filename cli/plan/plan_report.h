@@ -32,6 +32,7 @@ struct PlanReport {
   std::string one_commit;   // refusal of all changes in one commit, if any
   std::vector<Step> steps;  // to the goal; else of the changes that can be made
   std::vector<Core> cores;  // why the goal is not reached
+  std::size_t unexamined = 0;  // changes, because there are too many cores
   std::vector<std::size_t> left_out;  // changes that no step makes
   // Deletions that the steps make, of list entries beside an added one that is
   // left out.
@@ -43,10 +44,14 @@ struct PlanReport {
 
 ExitStatus StatusOf(const PlanReport& report);
 
-// On standard output. The composer has the items of the report.
-void PrintText(const PlanReport& report, const planner::Composer& composer);
+// For people, with the bytes that the plug-in wrote. The composer has the items
+// of the report.
+std::string InWords(const PlanReport& report,
+                    const planner::Composer& composer);
 
-// By the schema in docs/plan.schema.json.
+inline constexpr int kPlanVersion = 1;  // of the JSON format
+
+// By the schema in docs/plan.schema.json, without its format.
 nlohmann::ordered_json ToJson(const PlanReport& report,
                               const planner::Composer& composer);
 

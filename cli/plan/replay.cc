@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -33,6 +34,16 @@ std::vector<std::size_t> DetoursOnlyIn(const State& one, const State& other,
   return detours;
 }
 
+commit::Outcome Judge(const DataTree& from, const DataTree& to,
+                      const ReplayOptions& options,
+                      const base::Countdown& countdown) {
+  const int left = countdown.ForPoll();
+  // No time left is not the same as no limit.
+  const auto time =
+      left < 0 ? base::kNoTimeLimit : base::TimeLimit(std::max(left, 1));
+  return commit::RunCommit(from, to, {options.plugin, false, time});
+}
+
 [[noreturn]] void NotConfirmed(std::size_t number, const std::string& why) {
   throw std::runtime_error(
       fmt::format("commit {} of the plan is not confirmed: {}", number, why));
@@ -41,7 +52,8 @@ std::vector<std::size_t> DetoursOnlyIn(const State& one, const State& other,
 }  // namespace
 
 std::vector<Step> Replay(const Composer& composer, const planner::Steps& states,
-                         const std::string& plugin, const TakeCommit& take) {
+                         const ReplayOptions& options, const TakeCommit& take) {
+  const base::Countdown countdown(options.time);
   const datastore::Model& model = composer.running().model();
   std::vector<Step> steps;
   std::unique_ptr<const DataTree> before;
@@ -50,8 +62,9 @@ std::vector<Step> Replay(const Composer& composer, const planner::Steps& states,
     const std::size_t number = steps.size() + 1;
     // 1. The configuration, as a file.
     const auto composed = composer.Compose(to);
-    datastore::InputText text{fmt::format("step-{}.xml", number),
-                              PrintTree(*composed->tree, LYD_XML), 0, LYD_XML};
+    datastore::InputText text{fmt::format("step-{}", number),
+                              PrintTree(*composed->tree, options.format), 0,
+                              options.format};
     auto after =
         std::make_unique<const DataTree>(DataTree::FromText(model, text));
     if (!Diff(*composed->tree, *after).top().empty()) {
@@ -59,8 +72,10 @@ std::vector<Step> Replay(const Composer& composer, const planner::Steps& states,
     }
     // 2. Its verdict.
     const DataTree& running = before ? *before : composer.running();
-    const commit::Outcome outcome =
-        commit::RunCommit(running, *after, {plugin});
+    const commit::Outcome outcome = Judge(running, *after, options, countdown);
+    if (countdown.ForPoll() == 0) {
+      NotConfirmed(number, "no answer within " + base::InWords(options.time));
+    }
     if (outcome.verdict != commit::Verdict::kAccepted) {
       NotConfirmed(number, "the plug-in does not accept it again");
     }

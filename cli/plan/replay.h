@@ -4,12 +4,15 @@
 #ifndef IPAV_CLI_PLAN_REPLAY_H_
 #define IPAV_CLI_PLAN_REPLAY_H_
 
+#include <libyang/libyang.h>
+
 #include <cstddef>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "host/base/time_limit.h"
 #include "host/datastore/diff.h"
 #include "planner/composer.h"
 #include "planner/search.h"
@@ -31,12 +34,18 @@ using TakeCommit =
     std::function<void(std::size_t number, const std::string& configuration,
                        const datastore::Diff& diff)>;
 
-// Throws std::runtime_error if a commit is refused now, or if the last one does
-// not lead to the configuration of its state; and what commit::RunCommit()
-// does.
+struct ReplayOptions {
+  std::string plugin;                         // file
+  base::TimeLimit time = base::kNoTimeLimit;  // for all commits together
+  LYD_FORMAT format = LYD_XML;                // of the files
+};
+
+// Throws std::runtime_error if a commit is refused now, if the last one does
+// not lead to the configuration of its state, or when the time is over; and
+// what commit::RunCommit() does.
 std::vector<Step> Replay(const planner::Composer& composer,
                          const planner::Steps& states,
-                         const std::string& plugin, const TakeCommit& take);
+                         const ReplayOptions& options, const TakeCommit& take);
 
 }  // namespace ipav::cli::plan
 

@@ -10,15 +10,15 @@
 
 namespace ipav::cli::plan {
 
-StepFiles::StepFiles(std::string folder) : folder_(std::move(folder)) {
+void RequireNew(const std::string& folder) {
   std::error_code error;
-  if (folder_ == "-") {
+  if (folder == "-") {
     throw std::runtime_error("--output is a folder, not standard output");
   }
-  if (folder_.empty() || !std::filesystem::exists(folder_, error)) return;
-  if (!std::filesystem::is_directory(folder_, error) ||
-      !std::filesystem::is_empty(folder_, error)) {
-    throw std::runtime_error(folder_ + ": is not an empty folder");
+  if (!std::filesystem::exists(folder, error)) return;
+  if (!std::filesystem::is_directory(folder, error) ||
+      !std::filesystem::is_empty(folder, error)) {
+    throw std::runtime_error(folder + ": is not an empty folder");
   }
 }
 
@@ -26,7 +26,7 @@ void StepFiles::Write(std::size_t number, const std::string& configuration,
                       const datastore::Diff& diff) {
   if (folder_.empty()) return;
   const std::string name = "step-" + std::to_string(number);
-  WriteFile(name + ".xml", configuration);
+  WriteFile(name + (format_ == LYD_JSON ? ".json" : ".xml"), configuration);
   WriteFile(name + ".edit.xml", EditConfig(diff));
 }
 

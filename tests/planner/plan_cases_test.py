@@ -83,6 +83,22 @@ def check(ipav, folder, case):
     return commit_all(ipav, folder, reached)
 
 
+def check_all(ipav, folder):
+    """Plans all cases in one run; returns what is wrong."""
+    (pathlib.Path(folder) / "z.xml").write_text("<", "utf-8")
+    _, output = run(folder, ipav, "plan", "--format", "json",
+                    *(case.name for case in sorted(CASES.iterdir())), "z.xml")
+    plans = json.loads(output)
+    jsonschema.validate(plans, SCHEMA)
+    reached = [plan.get("reached") for plan in plans["devices"]]
+    expected = ["refused in any order" not in
+                (case / "plan.txt").read_text("utf-8")
+                for case in sorted(CASES.iterdir())]
+    if reached != expected + [None]:
+        return f"reached: {reached}"
+    return None
+
+
 def main(ipav, folder):
     status = 0
     for case in sorted(CASES.iterdir()):
@@ -91,7 +107,9 @@ def main(ipav, folder):
         if wrong:
             print(wrong)
             status = 1
-    return status
+    wrong = check_all(ipav, folder)
+    print(f"{'not ok: ' + wrong if wrong else 'ok'} all cases as a fleet")
+    return 1 if wrong else status
 
 
 if __name__ == "__main__":

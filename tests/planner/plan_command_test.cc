@@ -1,6 +1,7 @@
 // ipav plan beside the plans themselves: its limits, its files, and a plug-in
 // that fails.
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -54,6 +55,19 @@ TEST_F(PlanTest, WritesIntoANewOrEmptyFolderOnly) {
   const ProgramResult again = Ipav(plan);
   EXPECT_EQ(again.status, 2);
   EXPECT_EQ(again.err, "ipav: " + steps + ": is not an empty folder\n");
+}
+
+TEST_F(PlanTest, WritesTheStepsToAGoalInJsonAsJson) {
+  const std::string goal = in() + "/goal.json";
+  std::ofstream(goal) << OutputOf(
+      {"convert", "--to", "json", kBranch + "floor-7-added.xml"});
+  const std::string steps = in() + "/steps";
+  const ProgramResult result =
+      Ipav({"plan", "--running", kRunning, "--output", steps, goal});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(Ipav({"diff", steps + "/step-1.json", goal}).out,
+              StartsWith("no changes\n"));
+  EXPECT_TRUE(std::filesystem::exists(steps + "/step-1.edit.xml"));
 }
 
 TEST_F(PlanTest, NamesThePlugInsFailureWhenItDiesInTheSearch) {
@@ -120,6 +134,85 @@ TEST_F(PlanTest, RefusesInputAsCheckDoes) {
       Ipav({"plan", "--running", kRunning, WriteBad("bad.xml")});
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.err, StartsWith("ipav: " + in() + "/bad.xml:"));
+}
+
+// Three devices: one reaches its goal, one does not, one cannot be read.
+class PlanFleetTest : public PlanTest {
+ protected:
+  void SetUp() override {
+    PlanTest::SetUp();
+    WriteAccepted("fleet/site/r1/candidate.xml");
+    WriteRefused("fleet/site/r2.xml");
+    WriteBad("fleet/site/r3.xml");
+  }
+
+  ProgramResult Plan(const Words& more = {}) const {
+    return Ipav(Joined({"plan", fleet_}, more));
+  }
+
+  const std::string fleet_ = in() + "/fleet";
+  const std::string r1_ = fleet_ + "/site/r1/candidate.xml";
+};
+
+TEST_F(PlanFleetTest, EachDeviceHasAPlanAndTheWorstOneIsTheStatus) {
+  const ProgramResult result = Plan();
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.out,
+              StartsWith(r1_ + ": 1 commit (fewest, 2 verdicts)\n"));
+  EXPECT_THAT(result.out, HasSubstr("\n\n" + fleet_ + "/site/r2.xml: its "));
+  EXPECT_THAT(result.out, HasSubstr("\n\n" + fleet_ +
+                                    "/site/r3.xml: not planned, bad input\n  " +
+                                    fleet_ + "/site/r3.xml:"));
+  EXPECT_THAT(result.out, EndsWith("\n\n3 devices: 1 reached, 1 not reached, 1 "
+                                   "bad input, 0 failed\n"));
+}
+
+TEST_F(PlanFleetTest, FailedOnlyOmitsThePlansThatReachTheirGoalAndWritesThem) {
+  const std::string plans = in() + "/plans";
+  const ProgramResult result =
+      Plan({"--failed-only", "--jobs", "1", "--output", plans});
+  EXPECT_THAT(result.out, StartsWith(fleet_ + "/site/r2.xml: its "));
+  EXPECT_THAT(result.out, HasSubstr("3 devices: 1 reached"));
+  EXPECT_TRUE(std::filesystem::exists(plans + "/site/r1/step-1.xml"));
+  EXPECT_TRUE(std::filesystem::exists(plans + "/site/r1/plan.json"));
+  EXPECT_TRUE(std::filesystem::exists(plans + "/site/r2/plan.json"));
+  EXPECT_FALSE(std::filesystem::exists(plans + "/site/r3"));
+}
+
+TEST_F(PlanFleetTest, ADocumentHasTheDevicesOfAShardOneALine) {
+  const ProgramResult result = Plan({"--format", "json", "--shard", "2/2"});
+  EXPECT_EQ(result.status, 1);
+  const json plans = json::parse(result.out);
+  EXPECT_EQ(plans["format"], "ipav plans");
+  EXPECT_EQ(plans["shard"]["listSize"], 3);
+  ASSERT_EQ(plans["devices"].size(), 1U);
+  EXPECT_THAT(result.out, HasSubstr("\n{\"number\":2,\"goal\":"));
+  EXPECT_EQ(plans["devices"][0]["reached"], false);
+  EXPECT_EQ(plans["summary"]["notReached"], 1);
+  EXPECT_EQ(plans["summary"]["devices"], 1);
+}
+
+TEST_F(PlanFleetTest, DevicesThatWouldShareAFolderAreRefused) {
+  const ProgramResult result = Ipav({"plan", "--output", in() + "/plans", r1_,
+                                     WriteAccepted("other/candidate.xml")});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err,
+            "ipav: the folder candidate of --output would be that "
+            "of " +
+                r1_ + " and of " + in() + "/other/candidate.xml\n");
+  EXPECT_FALSE(std::filesystem::exists(in() + "/plans"));
+}
+
+TEST_F(PlanFleetTest, ADeviceWhoseProcessIsKilledIsOneResult) {
+  Program program = Start(Joined(ToDeeds("", "<hang>x</hang>"), {"-j", "1"}));
+  ASSERT_EQ(AwaitProcesses(4), 4U);
+  kill(DeviceProcesses().at(0), SIGKILL);
+  const ProgramResult result = program.Wait();
+  EXPECT_EQ(result.status, 3);
+  EXPECT_THAT(result.out,
+              HasSubstr("goal.xml: not planned\n  the device's process gave no "
+                        "report, killed by signal: Killed\n"));
+  ExpectNoProcess();
 }
 
 }  // namespace

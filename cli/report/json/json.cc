@@ -38,17 +38,6 @@ Enum FromName(const std::array<const char*, 4>& names,
   throw std::runtime_error("unknown word \"" + name + "\"");
 }
 
-// Each line is an object with a text, so that it may also have its bytes.
-void PutLines(Json* object, const std::string& name,
-              const std::vector<std::string>& lines) {
-  if (lines.empty()) return;
-  (*object)[name] = ArrayOf(lines, [](const std::string& line) {
-    Json entry = Json::object();
-    PutText(&entry, "text", line);
-    return entry;
-  });
-}
-
 std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
   if (!object.contains(name)) return {};
   return VectorOf(object.at(name),

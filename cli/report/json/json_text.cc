@@ -16,6 +16,16 @@ void PutUnlessEmpty(Json* object, const std::string& name,
   if (!text.empty()) PutText(object, name, text);
 }
 
+void PutLines(Json* object, const std::string& name,
+              const std::vector<std::string>& lines) {
+  if (lines.empty()) return;
+  (*object)[name] = ArrayOf(lines, [](const std::string& line) {
+    Json entry = Json::object();
+    PutText(&entry, "text", line);
+    return entry;
+  });
+}
+
 std::string TextOf(const Json& object, const std::string& name) {
   const auto hex = object.find(name + "Hex");
   return hex != object.end() ? base::FromHex(hex->get<std::string>())

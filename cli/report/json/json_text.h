@@ -17,6 +17,11 @@ void PutText(Json* object, const std::string& name, const std::string& text);
 void PutUnlessEmpty(Json* object, const std::string& name,
                     const std::string& text);
 
+// An array, unless there are no lines. Each line is an object with a text, so
+// that it may also have its bytes.
+void PutLines(Json* object, const std::string& name,
+              const std::vector<std::string>& lines);
+
 // The results of `convert` for each of the values.
 template <typename T, typename Convert>
 Json ArrayOf(const std::vector<T>& values, const Convert& convert) {

@@ -166,10 +166,14 @@ class CommitCommandTest(ServerTest):
 
     def test_commits_a_plan_step_by_step(self):
         server, goal, steps = self.prepare_plan()
+        # A goal in JSON has steps in JSON.
+        subprocess.run([IPAV, "convert", steps / "step-2.xml", "--output",
+                        steps / "step-2.json"], check=True)
+        (steps / "step-2.xml").unlink()
         status, output, error = self.commit(server, "--plan", str(steps))
         self.assertEqual((status, error), (0, ""))
         self.assertEqual(output, f"{steps}/step-1.xml: accepted\n"
-                                 f"{steps}/step-2.xml: accepted\n"
+                                 f"{steps}/step-2.json: accepted\n"
                                  "2 commits made\n")
         self.assertIn("no changes", self.running_differs(server, goal))
 

@@ -1,0 +1,100 @@
+#include "cli/plan/refusals.h"
+
+#include <utility>
+
+#include "messages/data_view.h"
+#include "messages/finder.h"
+#include "messages/restart_faults.h"
+
+namespace ipav::cli::plan {
+
+using datastore::DataTree;
+using planner::State;
+
+Refusals::Refusals(const Input& running, const Input& goal,
+                   const std::string& plugin, base::TimeLimit time,
+                   planner::Verdicts* verdicts)
+    : running_(running),
+      goal_(goal),
+      plugin_(plugin),
+      time_(time),
+      verdicts_(*verdicts),
+      empty_(DataTree::Empty(running.tree.model())) {
+  if (running.text) running_source_.emplace(*running.text);
+}
+
+report::DeviceReport Refusals::Of(const State& changes, const State& made) {
+  report::DeviceReport report;
+  report.running = running_.file;
+  report.candidate = "after the other changes";
+  State from = made;
+  State to = changes;
+  to.insert(made.begin(), made.end());
+  if (made.empty() || verdicts_.Of(from, to).accepted) {
+    report.candidate = "these changes alone";
+    from = {};
+    to = changes;
+  }
+  const planner::Verdict& verdict = verdicts_.Of(from, to);
+  const auto before = verdicts_.ConfigurationOf(from);
+  const auto after = verdicts_.ConfigurationOf(to);
+  if (after->tree == nullptr) {
+    report.status = kBadInput;
+    report.input_errors = {after->error_path + ": " + after->error};
+    return report;
+  }
+  const bool at_restart = verdict.judge == planner::Judge::kRestart;
+  report.outcome = RunCommit(*before->tree, *after->tree, false);
+  const bool has_failed =
+      report.outcome.verdict == commit::Verdict::kPluginFailed;
+  report.status = has_failed ? kPluginFailed : kRefused;
+  if (!has_failed) {
+    Explain(*before->tree, *after->tree, at_restart, &report);
+  }
+  return report;
+}
+
+commit::Outcome Refusals::RunCommit(const DataTree& before,
+                                    const DataTree& after, bool all) const {
+  return commit::RunCommit(before, after, {plugin_, all, time_});
+}
+
+void Refusals::Explain(const DataTree& before, const DataTree& after,
+                       bool at_restart, report::DeviceReport* report) const {
+  // They remember the nodes of one tree.
+  const source::SourceText goal(*goal_.text);
+  std::optional<source::SourceText> running;
+  if (running_.text) running.emplace(*running_.text);
+  const messages::Configuration from = {&before, running_.file,
+                                        running ? &*running : nullptr};
+  const messages::Configuration to = {&after, goal_.file, &goal};
+  if (at_restart) {
+    const commit::Outcome of_before = RunCommit(empty_, before, true);
+    const commit::Outcome of_after = RunCommit(empty_, after, true);
+    report::Restart restart;
+    restart.faults = messages::CompareRestarts(from, of_before, to, of_after);
+    restart.planned = of_after.planned;
+    restart.made = of_after.answers.size();
+    report->restart = std::move(restart);
+    return;
+  }
+  report->findings = messages::Finder(from, to).ExplainAll(report->outcome);
+  for (messages::Finding& finding : report->findings) {
+    for (messages::Culprit& culprit : finding.culprits) Relocate(&culprit);
+  }
+}
+
+// What no change concerns is in the running configuration; the goal may have
+// another value there.
+void Refusals::Relocate(messages::Culprit* culprit) const {
+  const lyd_node* node =
+      messages::DataView(running_.tree).AtPath(culprit->path);
+  if (culprit->novelty != datastore::Novelty::kUnchanged || node == nullptr ||
+      messages::TextOf(node) != culprit->value || !running_source_) {
+    return;
+  }
+  culprit->place = messages::PlaceOf(
+      {&running_.tree, running_.file, &*running_source_}, node);
+}
+
+}  // namespace ipav::cli::plan

@@ -177,7 +177,7 @@ void Take(const DeviceReport& device, const CheckOptions& options, bool is_one,
   if (is_one && device.status == kBadInput) PrintInputError(device);
   output->Add(device);
   if (options.report.failed_only && device.status == kAccepted) return;
-  if (*page) (*page)->Add(device);
+  if (*page) (*page)->Add(report::EntryOf(device));
 }
 
 // --- The command
@@ -194,7 +194,7 @@ ExitStatus Check(const CheckOptions& options) {
   if (run.shard) devices = fleet::PartOf(devices, *run.shard);
   ReportOutput output(options.report, &run);
   std::optional<HtmlWriter> page;
-  if (!options.page.empty()) page.emplace(options.page);
+  if (!options.page.empty()) page.emplace(options.page, report::kCheckPage);
 
   // 2. What the devices share.
   base::Stopwatch watch;

@@ -5,10 +5,13 @@
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/command.h"
@@ -17,7 +20,10 @@
 #include "cli/options.h"
 #include "cli/plan/device_plan.h"
 #include "cli/plan/plan_output.h"
+#include "cli/plan/plan_page.h"
 #include "cli/plan/step_files.h"
+#include "cli/report/html/html.h"
+#include "cli/report/output_file.h"
 #include "cli/report/run.h"
 #include "cli/shared_model.h"
 #include "host/base/utf8.h"
@@ -59,6 +65,7 @@ struct PlanOptions {
   std::vector<std::string> goals;  // files, and folders of them
   std::string output;              // folder; empty: none
   std::string format = "text";     // or json
+  std::string page;                // file of the HTML page; empty: none
   bool failed_only = false;
   plan::PlanningOptions planning;
   fleet::FleetOptions fleet;
@@ -77,13 +84,28 @@ void RequireOwnFolders(const std::vector<Device>& devices) {
   }
 }
 
+// The page must not replace an input.
+std::optional<report::HtmlWriter> OpenPage(const PlanOptions& options,
+                                           const std::vector<Device>& devices) {
+  if (options.page.empty()) return std::nullopt;
+  if (options.page == "-") {
+    throw std::runtime_error("--report -: the plan is on standard output");
+  }
+  std::vector<std::string> inputs = fleet::FilesOf(devices);
+  inputs.push_back(options.running);
+  report::RefuseToReplace(options.page, inputs);
+  return std::optional<report::HtmlWriter>(std::in_place, options.page,
+                                           plan::kPlanPage);
+}
+
 FinalOutput OnStandardError(const std::string& error) {
   return {STDERR_FILENO, "ipav: " + base::Printable(error) + "\n"};
 }
 
 // Plans each device in a process of its own.
 void PlanFleet(const plan::Planner& planner, const std::vector<Device>& devices,
-               const PlanOptions& options, plan::PlanOutput* output) {
+               const PlanOptions& options,
+               const std::function<void(const DevicePlan&)>& take) {
   const auto job = [&](std::size_t number,
                        const fleet::Sender& sender) -> fleet::JobResult {
     const Device& device = devices[number];
@@ -101,12 +123,12 @@ void PlanFleet(const plan::Planner& planner, const std::vector<Device>& devices,
     }
     return {found.status, ToMessage(found)};
   };
-  const auto take = [&](std::size_t number, const report::Json& message,
-                        const std::string& failure) {
-    output->Add(failure.empty() ? plan::FromMessage(message)
-                                : plan::Failed(devices[number], failure));
+  const auto take_message = [&](std::size_t number, const report::Json& message,
+                                const std::string& failure) {
+    take(failure.empty() ? plan::FromMessage(message)
+                         : plan::Failed(devices[number], failure));
   };
-  fleet::RunFleet(devices.size(), "devices", options.fleet, job, take);
+  fleet::RunFleet(devices.size(), "devices", options.fleet, job, take_message);
 }
 
 ExitStatus Plan(const PlanOptions& options) {
@@ -123,6 +145,7 @@ ExitStatus Plan(const PlanOptions& options) {
     plan::RequireNew(options.output);
     if (!is_one) RequireOwnFolders(devices);
   }
+  std::optional<report::HtmlWriter> page = OpenPage(options, devices);
   report::Run run;
   run.list_size = devices.size();
   run.shard = options.fleet.shard;
@@ -133,18 +156,27 @@ ExitStatus Plan(const PlanOptions& options) {
   const Input running = plan::ReadInput(
       model, options.running, options.planning.limits, OnStandardError);
   plan::PlanningOptions planning = options.planning;
+  planning.page = page.has_value();
   planning.has_progress = is_one && !options.fleet.is_quiet;
   const plan::Planner planner(model, running, planning);
 
   // 3. The plans.
   plan::PlanOutput output(
       {options.format == "json", is_one, is_fleet, options.failed_only}, &run);
+  const auto take = [&](const DevicePlan& found) {
+    output.Add(found);
+    if (page && !(options.failed_only && found.status == kAccepted)) {
+      page->Add({found.number, found.goal, found.status, found.problems,
+                 found.page_section});
+    }
+  };
   if (is_one) {
-    output.Add(planner(devices.front(), options.output, OnStandardError));
+    take(planner(devices.front(), options.output, OnStandardError));
   } else {
-    PlanFleet(planner, devices, options, &output);
+    PlanFleet(planner, devices, options, take);
   }
   output.End();
+  if (page) page->End();
   return run.summary.worst_status();
 }
 
@@ -159,6 +191,8 @@ void AddOutput(CLI::App* command, PlanOptions* options) {
       ->type_name(kFolder);
   AddChoice(command, "--format", {"text", "json"}, "text or json",
             &options->format);
+  AddFile(command, "--report", "Also draw the steps on an HTML page, this file",
+          &options->page);
   command->add_flag("--failed-only", options->failed_only,
                     "Omit devices that reach their goal");
   command->add_option("--verdicts", options->planning.verdicts,

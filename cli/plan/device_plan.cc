@@ -6,6 +6,7 @@
 #include <optional>
 #include <ratio>
 
+#include "cli/plan/plan_page.h"
 #include "cli/plan/plan_report.h"
 #include "cli/plan/replay.h"
 #include "cli/plan/step_files.h"
@@ -95,11 +96,15 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
 }
 
 // A device without a plan.
-DevicePlan Without(const Device& device, ExitStatus status) {
+DevicePlan Without(const Device& device, ExitStatus status,
+                   std::vector<std::string> problems) {
   DevicePlan plan;
   plan.number = device.number;
   plan.goal = device.candidate;
   plan.status = status;
+  plan.problems = std::move(problems);
+  plan.page_section = SectionWithoutPlan(
+      {plan.number, plan.goal, plan.status, plan.problems, ""});
   plan.json = Json::object();
   report::PutUnlessEmpty(&plan.json, "running", device.running);
   report::PutText(&plan.json, "goal", device.candidate);
@@ -110,7 +115,7 @@ DevicePlan Without(const Device& device, ExitStatus status) {
 
 DevicePlan BadInput(const Device& device,
                     const std::vector<std::string>& errors) {
-  DevicePlan plan = Without(device, kBadInput);
+  DevicePlan plan = Without(device, kBadInput, errors);
   plan.text = base::Printable(plan.goal) + ": not planned, bad input\n";
   for (const std::string& error : errors) {
     plan.text += "  " + base::Printable(error) + "\n";
@@ -120,7 +125,7 @@ DevicePlan BadInput(const Device& device,
 }
 
 DevicePlan Failed(const Device& device, const std::string& reason) {
-  DevicePlan plan = Without(device, kPluginFailed);
+  DevicePlan plan = Without(device, kPluginFailed, {reason});
   plan.text = fmt::format("{}: not planned\n  {}\n", base::Printable(plan.goal),
                           base::Printable(reason));
   report::PutText(&plan.json, "failure", reason);
@@ -138,6 +143,8 @@ Json ToMessage(const DevicePlan& plan) {
   report::PutText(&json, "goal", plan.goal);
   report::PutText(&json, "text", plan.text);
   json["json"] = plan.json;
+  report::PutLines(&json, "problems", plan.problems);
+  json["pageSection"] = plan.page_section;
   return json;
 }
 
@@ -148,6 +155,8 @@ DevicePlan FromMessage(const Json& message) {
   plan.goal = report::TextOf(message, "goal");
   plan.text = report::TextOf(message, "text");
   plan.json = message.at("json");
+  plan.problems = report::LinesOf(message, "problems");
+  plan.page_section = message.at("pageSection").get<std::string>();
   return plan;
 }
 
@@ -216,12 +225,20 @@ DevicePlan Planner::Plan(const Device& device, const Input& running,
   progress.Clear();
   report.verdicts = verdicts.count();
   report.seconds = base::In<std::ratio<1>>(watch.Lap());
+  if (options_.page) {
+    report.constraints =
+        FindConstraints(&verdicts, result.steps, !options_.each);
+  }
   DevicePlan plan;
   plan.number = device.number;
   plan.goal = device.candidate;
   plan.status = StatusOf(report);
   plan.text = InWords(report, composer);
   plan.json = ToJson(report, composer);
+  if (options_.page) {
+    plan.problems = ProblemsOf(report);
+    plan.page_section = PlanSection(plan.number, report, composer);
+  }
   files.End(PlanDocument(plan.json));
   return plan;
 }

@@ -26,6 +26,9 @@ struct DevicePlan {
   ExitStatus status = kAccepted;
   std::string text;   // the report for people, with the bytes of the plug-in
   report::Json json;  // the report by docs/plan.schema.json, without its format
+  // For the page: what is refused, and the section of the device, if wanted.
+  std::vector<std::string> problems;
+  std::string page_section;
 };
 
 // The results for a device that has no plan.
@@ -44,6 +47,7 @@ struct PlanningOptions {
   ReadingLimits limits;  // `time` is also that of the search, and the replay
   std::size_t verdicts = 0;  // 0: any number
   bool each = false;         // as many commits as possible
+  bool page = false;         // make the device's section of the HTML page
   bool has_progress = true;  // a progress line, if there is a terminal
 };
 

@@ -26,11 +26,6 @@ using planner::Item;
 // At most this many changes of a set that is refused are printed.
 constexpr std::size_t kMostLines = 20;
 
-// "1 commit", "3 commits"
-std::string Counted(std::size_t count, const char* what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
 // What is missing while a node is away, by the list that holds it.
 const char* EffectOf(const Item& detour) {
   constexpr std::array<std::pair<std::string_view, const char*>, 7> kEffects = {
@@ -55,31 +50,8 @@ const char* EffectOf(const Item& detour) {
   return "this part of the configuration is missing";
 }
 
-// A detour in the plan: the commits that take the node away and put it back.
-struct Detour {
-  std::size_t item;
-  std::size_t away;
-  std::size_t back;
-};
-
-std::vector<Detour> DetoursOf(const std::vector<Step>& steps) {
-  std::vector<Detour> detours;
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    for (const std::size_t item : steps[i].taken_away) {
-      detours.push_back({item, i + 1, 0});
-    }
-    for (Detour& detour : detours) {
-      const std::vector<std::size_t>& back = steps[i].put_back;
-      const bool ends =
-          std::find(back.begin(), back.end(), detour.item) != back.end();
-      if (ends && detour.back == 0) detour.back = i + 1;
-    }
-  }
-  return detours;
-}
-
-std::vector<ChangedLine> LinesOf(const std::vector<std::size_t>& items,
-                                 const Composer& composer) {
+std::vector<ChangedLine> ChangesOf(const std::vector<std::size_t>& items,
+                                   const Composer& composer) {
   std::vector<ChangedLine> lines;
   for (const std::size_t item : items) {
     // A change is one line, or none if it has no leaf but defaults.
@@ -88,6 +60,16 @@ std::vector<ChangedLine> LinesOf(const std::vector<std::size_t>& items,
     lines.insert(lines.end(), line.begin(), line.end());
   }
   return lines;
+}
+
+// The first commit after that one which puts the node back.
+std::size_t FindBack(const std::vector<Step>& steps, std::size_t away,
+                     std::size_t item) {
+  for (std::size_t i = away; i < steps.size(); ++i) {
+    const std::vector<std::size_t>& back = steps[i].put_back;
+    if (std::find(back.begin(), back.end(), item) != back.end()) return i + 1;
+  }
+  return 0;
 }
 
 // Says whether the number of commits is proven to be the smallest.
@@ -127,36 +109,20 @@ class TextReport {
 
  private:
   void PrintResult() const {
-    const std::string goal = base::Printable(report_.goal);
-    const std::string verdicts = Counted(report_.verdicts, "verdict");
-    if (!report_.reached) {
-      const char* result =
-          report_.is_limited ? "no plan found before the search ended at "
-                               "--timeout or --verdicts"
-          : report_.left_out.size() == 1 && report_.steps.empty()
-              ? "its only change is refused"
-          : report_.proven ? "no order of its changes is accepted"
-                           : "no plan found";
-      fmt::print(out_, "{}: {} ({})\n", goal, result, verdicts);
-      if (!report_.one_commit.empty()) {
-        fmt::print(out_, "in one commit it is refused:\n{}\n",
-                   report_.one_commit);
-      }
-    } else if (report_.steps.empty()) {
-      fmt::print(out_, "{}: nothing to do\n", goal);
-    } else {
-      fmt::print(out_, "{}: {} ({}, {})\n", goal,
-                 Counted(report_.steps.size(), "commit"), CertaintyOf(report_),
-                 verdicts);
+    fmt::print(out_, "{}: {}\n", base::Printable(report_.goal),
+               ResultOf(report_));
+    if (!report_.one_commit.empty()) {
+      fmt::print(out_, "in one commit it is refused:\n{}\n",
+                 report_.one_commit);
     }
   }
 
   void PrintChanges(const std::vector<std::size_t>& items,
                     std::size_t most) const {
-    const std::vector<ChangedLine> lines = LinesOf(items, composer_);
+    const std::vector<std::string> lines = LinesOf(items, composer_);
     const std::size_t shown = std::min(lines.size(), most);
     for (std::size_t i = 0; i < shown; ++i) {
-      fmt::print(out_, "  {}\n", InWords(lines[i]));
+      fmt::print(out_, "  {}\n", lines[i]);
     }
     if (shown < lines.size()) {
       fmt::print(out_, "  and {} more\n", lines.size() - shown);
@@ -171,7 +137,7 @@ class TextReport {
   }
 
   void PrintSteps() const {
-    const std::vector<Detour> detours = DetoursOf(report_.steps);
+    const std::vector<Detour> detours = DetoursOf(report_, composer_);
     for (std::size_t i = 0; i < report_.steps.size(); ++i) {
       const Step& step = report_.steps[i];
       fmt::print(out_, "\ncommit {}: accepted ({})\n", i + 1,
@@ -185,10 +151,9 @@ class TextReport {
   }
 
   void PrintDetour(const Detour& detour) const {
-    const Item& item = composer_.items()[detour.item];
-    fmt::print(out_, "  detour: {}\n", base::Printable(item.path));
+    fmt::print(out_, "  detour: {}\n", base::Printable(detour.path));
     fmt::print(out_, "    comes back with commit {}; until then {}\n",
-               detour.back, EffectOf(item));
+               detour.back, detour.effect);
   }
 
   const PlanReport& report_;
@@ -196,20 +161,19 @@ class TextReport {
   std::FILE* out_;
 };
 
-ordered_json ToJson(const Detour& detour, const Composer& composer) {
-  const Item& item = composer.items()[detour.item];
+ordered_json ToJson(const Detour& detour) {
   ordered_json json;
-  report::PutText(&json, "path", item.path);
+  report::PutText(&json, "path", detour.path);
   json["away"] = detour.away;
   json["back"] = detour.back;
-  json["effect"] = EffectOf(item);
+  json["effect"] = detour.effect;
   return json;
 }
 
 ordered_json ChangesToJson(const std::vector<std::size_t>& items,
                            const Composer& composer) {
   ordered_json json = ordered_json::array();
-  for (const ChangedLine& line : LinesOf(items, composer)) {
+  for (const ChangedLine& line : ChangesOf(items, composer)) {
     json.push_back(JsonOf(line));
   }
   return json;
@@ -220,6 +184,50 @@ ordered_json ChangesToJson(const std::vector<std::size_t>& items,
 ExitStatus StatusOf(const PlanReport& report) {
   if (report.reached) return kAccepted;
   return report.failure.empty() ? kRefused : kPluginFailed;
+}
+
+std::vector<Detour> DetoursOf(const PlanReport& report,
+                              const Composer& composer) {
+  std::vector<Detour> detours;
+  for (std::size_t i = 0; i < report.steps.size(); ++i) {
+    for (const std::size_t number : report.steps[i].taken_away) {
+      const Item& item = composer.items()[number];
+      detours.push_back({item.path, i + 1,
+                         FindBack(report.steps, i + 1, number),
+                         EffectOf(item)});
+    }
+  }
+  return detours;
+}
+
+std::string Counted(std::size_t count, const char* what) {
+  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+std::string ResultOf(const PlanReport& report) {
+  const std::string verdicts = Counted(report.verdicts, "verdict");
+  if (report.reached && report.steps.empty()) return "nothing to do";
+  if (report.reached) {
+    return fmt::format("{} ({}, {})", Counted(report.steps.size(), "commit"),
+                       CertaintyOf(report), verdicts);
+  }
+  const bool is_only = report.left_out.size() == 1 && report.steps.empty();
+  const char* reason = report.is_limited
+                           ? "no plan found before the search ended at "
+                             "--timeout or --verdicts"
+                       : is_only       ? "its only change is refused"
+                       : report.proven ? "no order of its changes is accepted"
+                                       : "no plan found";
+  return fmt::format("{} ({})", reason, verdicts);
+}
+
+std::vector<std::string> LinesOf(const std::vector<std::size_t>& items,
+                                 const Composer& composer) {
+  std::vector<std::string> lines;
+  for (const ChangedLine& line : ChangesOf(items, composer)) {
+    lines.push_back(InWords(line));
+  }
+  return lines;
 }
 
 std::string InWords(const PlanReport& report, const Composer& composer) {
@@ -249,9 +257,9 @@ ordered_json ToJson(const PlanReport& report, const Composer& composer) {
     json["commits"].push_back(
         {{"calls", step.calls}, {"changes", step.changes}});
   }
-  json["detours"] = report::ArrayOf(
-      DetoursOf(report.steps),
-      [&](const Detour& detour) { return ToJson(detour, composer); });
+  json["detours"] =
+      report::ArrayOf(DetoursOf(report, composer),
+                      [](const Detour& detour) { return ToJson(detour); });
   json["refused"] = report::ArrayOf(report.cores, [&](const Core& core) {
     return ordered_json{{"smallest", core.is_smallest},
                         {"changes", ChangesToJson(core.items, composer)},

@@ -11,6 +11,7 @@
 #include "cli/plan/replay.h"
 #include "cli/report/device_report.h"
 #include "planner/composer.h"
+#include "planner/order.h"
 
 namespace ipav::cli::plan {
 
@@ -37,12 +38,34 @@ struct PlanReport {
   // Deletions that the steps make, of list entries beside an added one that is
   // left out.
   std::vector<std::size_t> unreplaced;
+  std::vector<planner::Constraint> constraints;  // only for a page
   std::size_t verdicts = 0;
   double seconds = 0;
   std::string failure;  // of the plug-in, in one of its judgements
 };
 
 ExitStatus StatusOf(const PlanReport& report);
+
+// A node that is away for some commits.
+struct Detour {
+  std::string path;
+  std::size_t away;    // number of the commit that takes it away
+  std::size_t back;    // and of that which puts it back
+  std::string effect;  // what is missing in between
+};
+
+std::vector<Detour> DetoursOf(const PlanReport& report,
+                              const planner::Composer& composer);
+
+// "2 commits (fewest, 5 verdicts)", or why there is no plan.
+std::string ResultOf(const PlanReport& report);
+
+// A line for each change, printable.
+std::vector<std::string> LinesOf(const std::vector<std::size_t>& items,
+                                 const planner::Composer& composer);
+
+// "1 commit", "3 commits"
+std::string Counted(std::size_t count, const char* what);
 
 // For people, with the bytes that the plug-in wrote. The composer has the items
 // of the report.

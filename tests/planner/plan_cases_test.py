@@ -15,6 +15,7 @@ import pathlib
 import shutil
 import subprocess
 import sys
+from xml.etree import ElementTree
 
 import jsonschema
 
@@ -25,6 +26,10 @@ import cases
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 CASES = ROOT / "tests/planner/cases"
 SCHEMA = json.loads((ROOT / "docs/plan.schema.json").read_text("utf-8"))
+
+
+# A case in which each commit needs the one before it.
+CHAIN = "vrf-changed-with-ospf"
 
 
 def run(folder, *command):
@@ -83,10 +88,45 @@ def check(ipav, folder, case):
     return commit_all(ipav, folder, reached)
 
 
+def lacks(page, text):
+    """Says what the page lacks, if it does."""
+    shown = " ".join(" ".join(page.itertext()).replace(" :", ":").split())
+    return None if text in shown else f"the page lacks: {text}"
+
+
+def check_page(file, plans):
+    """Compares the page with the plans; returns what is wrong."""
+    page = ElementTree.parse(file).getroot()
+
+    def count(top, tag, name):
+        return sum(node.get("class") == name for node in top.iter(tag))
+
+    for plan in plans:
+        section = next(node for node in page.iter("section")
+                       if node.get("id") == f"d{plan['number']}")
+        refused = plan.get("refused", [])
+        findings = [finding for core in refused
+                    for finding in core["refusal"]["findings"]]
+        expected = {
+            ("article", "step"): len(plan.get("commits", [])),
+            ("div", "bracket"): len(plan.get("detours", [])),
+            ("section", "core"): len(refused),
+            ("article", "finding"): len(findings),
+            ("li", "side"): sum(len(finding.get("culprits", []))
+                                for finding in findings),
+        }
+        drawn = {kind: count(section, *kind) for kind in expected}
+        if drawn != expected:
+            return f"{plan['goal']} is drawn as {drawn}, not {expected}"
+    return lacks(page, "Commit 2 is refused together with commit 1: vlan 10 "
+                       "cannot be changed")
+
+
 def check_all(ipav, folder):
     """Plans all cases in one run; returns what is wrong."""
-    (pathlib.Path(folder) / "z.xml").write_text("<", "utf-8")
-    _, output = run(folder, ipav, "plan", "--format", "json",
+    (folder / "z.xml").write_text("<", "utf-8")
+    _, output = run(folder, ipav, "plan", "--format", "json", "--report",
+                    "page.html",
                     *(case.name for case in sorted(CASES.iterdir())), "z.xml")
     plans = json.loads(output)
     jsonschema.validate(plans, SCHEMA)
@@ -96,7 +136,14 @@ def check_all(ipav, folder):
                 for case in sorted(CASES.iterdir())]
     if reached != expected + [None]:
         return f"reached: {reached}"
-    return None
+    wrong = check_page(folder / "page.html", plans["devices"])
+    if wrong:
+        return wrong
+    run(folder / CHAIN, ipav, "plan", "--each", "--running", "running.xml",
+        "--report", "each.html", "candidate.xml")
+    return lacks(ElementTree.parse(folder / CHAIN / "each.html").getroot(),
+                 "Commit 3 is refused before commit 2: l3 lab vrf red and "
+                 "router ospf 10 vrf global")
 
 
 def main(ipav, folder):
@@ -107,7 +154,7 @@ def main(ipav, folder):
         if wrong:
             print(wrong)
             status = 1
-    wrong = check_all(ipav, folder)
+    wrong = check_all(ipav, pathlib.Path(folder))
     print(f"{'not ok: ' + wrong if wrong else 'ok'} all cases as a fleet")
     return 1 if wrong else status
 

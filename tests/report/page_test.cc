@@ -29,7 +29,9 @@ using ipav::cli::kPluginFailed;
 using ipav::cli::kRefused;
 using ipav::cli::report::DeviceReport;
 using ipav::cli::report::DeviceView;
+using ipav::cli::report::EntryOf;
 using ipav::cli::report::HtmlWriter;
+using ipav::cli::report::kCheckPage;
 using ipav::datastore::DataTree;
 using ipav::datastore::Diff;
 using ipav::datastore::Novelty;
@@ -113,7 +115,7 @@ template <typename Fill>
 std::string PageOf(const Fill& fill) {
   const TempDir folder;
   const std::string path = folder.path() + "/page.html";
-  HtmlWriter writer(path);
+  HtmlWriter writer(path, kCheckPage);
   fill(&writer);
   writer.End();
   std::ifstream file(path, std::ios::binary);
@@ -126,8 +128,9 @@ DeviceReport WithSection(DeviceReport device, const DeviceView& view) {
 }
 
 std::string PageOf(const DeviceReport& device, const DeviceView& view) {
-  return PageOf(
-      [&](HtmlWriter* writer) { writer->Add(WithSection(device, view)); });
+  return PageOf([&](HtmlWriter* writer) {
+    writer->Add(EntryOf(WithSection(device, view)));
+  });
 }
 
 std::string OverlapPage() {
@@ -244,8 +247,8 @@ TEST(Page, ListsTheFaultsAfterARestartByTheirState) {
   view.plan = ipav::view::PlanOf(Tree(""), Tree(L3("office", "10.0.0.1/24")),
                                  ipav::cli::report::PathsOfFindings(device));
   const std::string page = PageOf([&](HtmlWriter* writer) {
-    writer->Add(WithSection(device, view));
-    writer->Add(WithSection(healed, {}));
+    writer->Add(EntryOf(WithSection(device, view)));
+    writer->Add(EntryOf(WithSection(healed, {})));
   });
   EXPECT_EQ(FlawsOf(page), Texts{});
   const PageTree tree(page);
@@ -434,11 +437,12 @@ TEST(Page, HasALineAndASectionForEachDevice) {
   DeviceReport refused = Refused({Overlap()});
   refused.number = 5;
   const std::string page = PageOf([&](HtmlWriter* writer) {
-    writer->Add(WithSection(Refused({Overlap(), Overlap()}), OverlapView()));
-    writer->Add(WithSection(accepted, {}));
-    writer->Add(unread);
-    writer->Add(dead);
-    writer->Add(refused);
+    writer->Add(
+        EntryOf(WithSection(Refused({Overlap(), Overlap()}), OverlapView())));
+    writer->Add(EntryOf(WithSection(accepted, {})));
+    writer->Add(EntryOf(unread));
+    writer->Add(EntryOf(dead));
+    writer->Add(EntryOf(refused));
   });
   EXPECT_EQ(FlawsOf(page), Texts{});
   const PageTree tree(page);
@@ -547,15 +551,16 @@ TEST(Page, IsTheSameEachTime) { EXPECT_EQ(OverlapPage(), OverlapPage()); }
 TEST(Page, IsNotThereBeforeItsEnd) {
   const TempDir folder;
   const std::string path = folder.path() + "/page.html";
-  HtmlWriter writer(path);
-  writer.Add(Refused({Overlap()}));
+  HtmlWriter writer(path, kCheckPage);
+  writer.Add(EntryOf(Refused({Overlap()})));
   EXPECT_FALSE(std::ifstream(path).good());
   writer.End();
   EXPECT_TRUE(std::ifstream(path).good());
 }
 
 TEST(Page, RefusesAFileThatCannotBeWrittenAtOnce) {
-  EXPECT_THROW(HtmlWriter("/nowhere/at/all.html"), std::runtime_error);
+  EXPECT_THROW(HtmlWriter("/nowhere/at/all.html", kCheckPage),
+               std::runtime_error);
 }
 
 }  // namespace

@@ -314,7 +314,7 @@ void AddChanges(const DeviceReport& device,
 
 void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
   html->Markup("<h2 id=\"").Text(id).Markup("-name\">");
-  AddVerdict(device.status, html);
+  AddVerdict(device.status, kPageVerdicts, html);
   html->Markup(" ").Text(device.candidate).Markup("</h2>\n");
   html->Markup("<p class=\"facts\">");
   if (device.running.empty()) {
@@ -334,10 +334,22 @@ void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
 
 }  // namespace
 
-void AddVerdict(ExitStatus status, Html* html) {
+void AddVerdict(ExitStatus status, const PageVerdicts& words, Html* html) {
   html->Markup("<span class=\"verdict ");
   html->Text(status > kRefused ? "failed" : kPageVerdicts.at(status));
-  html->Markup("\">").Text(kPageVerdicts.at(status)).Markup("</span>");
+  html->Markup("\">").Text(words.at(status)).Markup("</span>");
+}
+
+void AddRefusal(const DeviceReport& device, const DeviceView* view,
+                const std::string& id, Html* html) {
+  if (device.status == kBadInput) {
+    for (const std::string& error : device.input_errors) {
+      html->Markup("<p class=\"text\">").Text(error).Markup("</p>\n");
+    }
+  }
+  if (device.status == kPluginFailed) AddFailure(device.outcome, html);
+  AddFindings(device, view, id, html);
+  AddRestart(device, view, id, html);
 }
 
 Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
@@ -346,14 +358,7 @@ Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
   html.Markup(R"(<section class="device" id=")").Text(id);
   html.Markup("\" aria-labelledby=\"").Text(id).Markup("-name\">\n");
   AddHead(device, id, &html);
-  if (device.status == kBadInput) {
-    for (const std::string& error : device.input_errors) {
-      html.Markup("<p class=\"text\">").Text(error).Markup("</p>\n");
-    }
-  }
-  if (device.status == kPluginFailed) AddFailure(device.outcome, &html);
-  AddFindings(device, view, id, &html);
-  AddRestart(device, view, id, &html);
+  AddRefusal(device, view, id, &html);
   AddRemarks(device, &html);
   if (view != nullptr) {
     AddChanges(device, view->changes, &html);

@@ -3,6 +3,7 @@
 #define IPAV_CLI_REPORT_HTML_DEVICE_HTML_H_
 
 #include <array>
+#include <string>
 #include <vector>
 
 #include "cli/report/device_report.h"
@@ -23,12 +24,18 @@ struct DeviceView {
 // identifiers in it. `view` is null if the configurations could not be read.
 Html DeviceSection(const DeviceReport& device, const DeviceView* view);
 
-// Indexed by ExitStatus.
-inline constexpr std::array<const char*, 4> kPageVerdicts = {
-    "accepted", "refused", "not read", "not judged"};
+// Why it is refused, could not be read, or why the plug-in failed. The
+// identifiers begin with `id`; `view` may be null.
+void AddRefusal(const DeviceReport& device, const DeviceView* view,
+                const std::string& id, Html* html);
+
+// Words for each ExitStatus.
+using PageVerdicts = std::array<const char*, 4>;
+inline constexpr PageVerdicts kPageVerdicts = {"accepted", "refused",
+                                               "not read", "not judged"};
 
 // "<span>refused</span>", coloured.
-void AddVerdict(ExitStatus status, Html* html);
+void AddVerdict(ExitStatus status, const PageVerdicts& words, Html* html);
 
 }  // namespace ipav::cli::report
 

@@ -39,7 +39,22 @@ void Copy(std::FILE* from, std::FILE* to) {
   }
 }
 
-// What is wrong with the device, but not what the change heals.
+void AddListRow(const PageEntry& device, const PageWords& words, Html* html) {
+  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(device.number);
+  html->Markup("\">").Text(device.name).Markup("</a></th><td>");
+  AddVerdict(device.status, words.verdicts, html);
+  html->Markup("</td><td>");
+  const std::vector<std::string>& texts = device.problems;
+  if (!texts.empty()) html->Text(texts.front());
+  if (texts.size() > 1) {
+    html->Markup(" <span class=\"count\">and ");
+    html->Number(texts.size() - 1).Markup(" more</span>");
+  }
+  html->Markup("</td></tr>\n");
+}
+
+}  // namespace
+
 std::vector<std::string> ProblemsOf(const DeviceReport& device) {
   std::vector<std::string> texts = device.input_errors;
   for (const messages::Finding& finding : device.findings) {
@@ -50,41 +65,34 @@ std::vector<std::string> ProblemsOf(const DeviceReport& device) {
         !each.is_of_change && each.state != RestartState::kHealed;
     if (is_listed) texts.push_back(each.finding.text);
   }
+  if (texts.empty()) texts.push_back(device.outcome.failure);
   return texts;
 }
 
-void AddListRow(const DeviceReport& device, Html* html) {
-  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(device.number);
-  html->Markup("\">").Text(device.candidate).Markup("</a></th><td>");
-  AddVerdict(device.status, html);
-  html->Markup("</td><td>");
-  const std::vector<std::string> texts = ProblemsOf(device);
-  html->Text(texts.empty() ? device.outcome.failure : texts.front());
-  if (texts.size() > 1) {
-    html->Markup(" <span class=\"count\">and ");
-    html->Number(texts.size() - 1).Markup(" more</span>");
-  }
-  html->Markup("</td></tr>\n");
+const PageWords kCheckPage = {
+    "Validation report", "candidate",     "candidates", "Candidate",
+    "Candidates",        "First finding", kPageVerdicts};
+
+PageEntry EntryOf(const DeviceReport& device) {
+  return {device.number, device.candidate, device.status, ProblemsOf(device),
+          device.page_section.empty() ? DeviceSection(device, nullptr).str()
+                                      : device.page_section};
 }
 
-}  // namespace
-
-HtmlWriter::HtmlWriter(std::string file)
-    : output_(std::move(file)), sections_(std::tmpfile()) {
+HtmlWriter::HtmlWriter(std::string file, const PageWords& words)
+    : words_(words), output_(std::move(file)), sections_(std::tmpfile()) {
   if (sections_ == nullptr) {
     throw std::system_error(errno, std::generic_category(),
                             "sections of a page");
   }
 }
 
-void HtmlWriter::Add(const DeviceReport& device) {
+void HtmlWriter::Add(const PageEntry& device) {
   ++devices_;
   ++by_status_[device.status];
-  last_ = device.candidate;
-  AddListRow(device, &list_);
-  Write(device.page_section.empty() ? DeviceSection(device, nullptr).str()
-                                    : device.page_section,
-        sections_.get());
+  last_ = device.name;
+  AddListRow(device, words_, &list_);
+  Write(device.section, sections_.get());
 }
 
 // Also well-formed XML, so that any parser detects a broken page.
@@ -94,9 +102,10 @@ Html HtmlWriter::Head() const {
     if (by_status_[status] == 0) continue;
     verdicts += (verdicts.empty() ? "" : ", ") +
                 std::to_string(by_status_[status]) + " " +
-                kPageVerdicts.at(status);
+                words_.verdicts.at(status);
   }
   const bool is_one = devices_ == 1;
+  const std::string count = Count(devices_, words_.device, words_.devices);
   Html html;
   html.Markup(
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n"
@@ -110,18 +119,22 @@ Html HtmlWriter::Head() const {
       "<meta name=\"generator\" content=\"ipav " IPAV_VERSION
       "\" />\n"
       "<title>");
-  html.Text(is_one ? last_ : Count(devices_, "candidate", "candidates"));
+  html.Text(is_one ? last_ : count);
   html.Text(": " + verdicts).Markup("</title>\n<style>\n");
   html.Markup(kPageStyle);
   html.Markup("</style>\n</head>\n<body>\n<a class=\"skip\" href=\"#main\">");
   html.Markup("Skip to the results</a>\n").Markup(kHatch);
-  html.Markup("<header>\n<h1>Validation report</h1>");
-  html.Markup("\n<p>").Text(Count(devices_, "candidate", "candidates"));
+  html.Markup("<header>\n<h1>")
+      .Text(words_.title)
+      .Markup("</h1>\n<p>")
+      .Text(count);
   html.Text(": " + verdicts + ".").Markup("</p>\n</header>\n");
   if (is_one) return html;
-  html.Markup("<nav aria-label=\"Candidates\">\n<table class=\"list\">");
-  html.Markup(R"(<thead><tr><th scope="col">Candidate</th><th scope="col">)");
-  html.Markup("Verdict</th><th scope=\"col\">First finding</th></tr></thead>");
+  html.Markup("<nav aria-label=\"").Text(words_.headings);
+  html.Markup("\">\n<table class=\"list\"><thead><tr><th scope=\"col\">");
+  html.Text(words_.heading).Markup("</th><th scope=\"col\">Verdict</th>");
+  html.Markup("<th scope=\"col\">").Text(words_.problem);
+  html.Markup("</th></tr></thead>");
   html.Markup("\n<tbody>\n").Add(list_).Markup("</tbody></table>\n</nav>\n");
   return html;
 }

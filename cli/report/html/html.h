@@ -6,13 +6,43 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "cli/report/device_report.h"
+#include "cli/report/html/device_html.h"
 #include "cli/report/html/html_text.h"
 #include "cli/report/output_file.h"
 #include "host/base/c_ptr.h"
 
 namespace ipav::cli::report {
+
+// The words of a page about one kind of report.
+struct PageWords {
+  const char* title;     // "Validation report"
+  const char* device;    // "candidate"
+  const char* devices;   // "candidates"
+  const char* heading;   // "Candidate"
+  const char* headings;  // "Candidates"
+  const char* problem;   // "First finding"
+  PageVerdicts verdicts;
+};
+
+extern const PageWords kCheckPage;
+
+// A device on the page.
+struct PageEntry {
+  std::size_t number;
+  std::string name;
+  ExitStatus status;
+  std::vector<std::string> problems;
+  std::string section;
+};
+
+// What is wrong with the device, but not what the change heals.
+std::vector<std::string> ProblemsOf(const DeviceReport& device);
+
+// An entry without a section has no changes and no plan.
+PageEntry EntryOf(const DeviceReport& device);
 
 // The sections of the devices are collected in a file without a name, so that a
 // fleet needs no more memory than one device. Only the line of each device in
@@ -21,10 +51,9 @@ class HtmlWriter {
  public:
   // Opens the file of the page, as OutputFile does. Throws std::runtime_error
   // if it is already known that writing will fail.
-  explicit HtmlWriter(std::string file);
+  HtmlWriter(std::string file, const PageWords& words);
 
-  // Adds a device with its section; one without has no changes and no plan.
-  void Add(const DeviceReport& device);
+  void Add(const PageEntry& device);
 
   // Throws std::runtime_error if the page cannot be written.
   void End();
@@ -32,12 +61,13 @@ class HtmlWriter {
  private:
   Html Head() const;
 
+  const PageWords& words_;
   OutputFile output_;
   base::CPtr<std::FILE, std::fclose> sections_;
   Html list_;  // rows
   std::size_t devices_ = 0;
   std::size_t by_status_[4] = {0, 0, 0, 0};
-  std::string last_;  // candidate
+  std::string last_;  // device
 };
 
 }  // namespace ipav::cli::report

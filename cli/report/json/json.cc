@@ -38,12 +38,6 @@ Enum FromName(const std::array<const char*, 4>& names,
   throw std::runtime_error("unknown word \"" + name + "\"");
 }
 
-std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
-  if (!object.contains(name)) return {};
-  return VectorOf(object.at(name),
-                  [](const Json& entry) { return TextOf(entry, "text"); });
-}
-
 Json AnswerToJson(const Answer& answer) {
   Json json = Json::object();
   PutText(&json, "point", answer.opaque);

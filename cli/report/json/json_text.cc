@@ -42,4 +42,10 @@ std::optional<std::string> OptionalText(const Json& object,
   return TextOf(object, name);
 }
 
+std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
+  if (!object.contains(name)) return {};
+  return VectorOf(object.at(name),
+                  [](const Json& entry) { return TextOf(entry, "text"); });
+}
+
 }  // namespace ipav::cli::report

@@ -21,6 +21,8 @@ void PutUnlessEmpty(Json* object, const std::string& name,
 // that it may also have its bytes.
 void PutLines(Json* object, const std::string& name,
               const std::vector<std::string>& lines);
+// The lines of PutLines().
+std::vector<std::string> LinesOf(const Json& object, const std::string& name);
 
 // The results of `convert` for each of the values.
 template <typename T, typename Convert>

@@ -267,6 +267,52 @@ bool HasDetour(const Composer& composer, const Steps& steps) {
   return false;
 }
 
+// A plan has the fewest commits, unless only a detour helps. Each is accepted,
+// and the last one is the goal. Returns the kind of the plan.
+std::string CheckPlan(const Composer& composer, const SearchResult& plan,
+                      AllOrders* orders) {
+  const State all = composer.goal();
+  const std::optional<std::size_t> fewest = orders->Fewest(all);
+  const bool has_detour = HasDetour(composer, plan.steps);
+  RC_ASSERT(plan.reached == (fewest.has_value() || has_detour));
+  if (fewest) RC_ASSERT(plan.steps.size() == *fewest);
+  if (fewest) RC_ASSERT(plan.proven);
+  State state;
+  for (const State& step : plan.steps) {
+    RC_ASSERT(orders->IsStep(state, step));
+    state = step;
+  }
+  if (plan.reached) RC_ASSERT(state == all);
+  return has_detour ? "detour" : std::to_string(plan.steps.size());
+}
+
+// A core has no plan, and has one without any of its changes. What is made has
+// a plan. Returns the kinds of the cores.
+std::vector<std::string> CheckObstacles(const Obstacles& obstacles,
+                                        Verdicts* verdicts, AllOrders* orders) {
+  const auto has_plan = [&](const State& changes) {
+    return orders->Fewest(changes).has_value() ||
+           Search(verdicts, changes).Run(Style::kFewest).reached;
+  };
+  std::vector<std::string> kinds;
+  for (const Core& core : obstacles.cores) {
+    RC_ASSERT(!orders->Fewest(core.changes));
+    // It explains a change that is left out.
+    RC_ASSERT(std::any_of(
+        core.changes.begin(), core.changes.end(),
+        [&](std::size_t change) { return obstacles.made.count(change) == 0; }));
+    for (const std::size_t change : core.changes) {
+      State rest = core.changes;
+      rest.erase(change);
+      RC_ASSERT(!core.is_smallest || has_plan(rest));
+    }
+    kinds.push_back((core.is_smallest ? "core of " : "larger core of ") +
+                    std::to_string(core.changes.size()));
+  }
+  RC_ASSERT(has_plan(obstacles.made));
+  return kinds;
+}
+
 TEST(PlanProperty, AgreesWithASearchOfAllOrders) {
   std::map<std::string, unsigned> kinds;
   const bool holds = rc::check([&kinds] {
@@ -281,57 +327,27 @@ TEST(PlanProperty, AgreesWithASearchOfAllOrders) {
     RC_PRE(!composer.items().empty() &&
            composer.items().size() <= kMostChanges);
 
-    // 2. A plan has the fewest commits, unless only a detour helps.
+    // 2. The fewest commits, and at least as many.
     Verdicts verdicts(&composer, IPAV_PLUGIN, {});
+    AllOrders orders(composer);
     const State all = composer.goal();
     const SearchResult plan = Search(&verdicts, all).Run(Style::kFewest);
-    AllOrders orders(composer);
-    const std::optional<std::size_t> fewest = orders.Fewest(all);
-    const bool has_detour = HasDetour(composer, plan.steps);
-    RC_ASSERT(plan.reached == (fewest.has_value() || has_detour));
-    if (fewest) RC_ASSERT(plan.steps.size() == *fewest);
-    if (fewest) RC_ASSERT(plan.proven);
-
-    // 3. Each commit is accepted, and the last one is the goal.
-    State state;
-    for (const State& step : plan.steps) {
-      RC_ASSERT(orders.IsStep(state, step));
-      state = step;
-    }
-    if (plan.reached) RC_ASSERT(state == all);
-
-    // 4. As many commits as possible are at least as many.
+    const std::string kind = CheckPlan(composer, plan, &orders);
     const SearchResult each = Search(&verdicts, all).Run(Style::kEach);
     RC_ASSERT(each.reached == plan.reached);
+    const std::optional<std::size_t> fewest = orders.Fewest(all);
     if (fewest) RC_ASSERT(each.steps.size() >= *fewest);
 
-    // 5. A core has no plan, and has one without any of its changes.
+    // 3. What is in the way, if there is no plan.
     if (plan.reached) {
-      ++kinds[has_detour ? "detour" : std::to_string(plan.steps.size())];
+      ++kinds[kind];
       return;
     }
-    const Obstacles obstacles = FindObstacles(&verdicts, all, state);
-    const auto has_plan = [&](const State& changes) {
-      return orders.Fewest(changes).has_value() ||
-             Search(&verdicts, changes).Run(Style::kFewest).reached;
-    };
-    for (const Core& core : obstacles.cores) {
-      RC_ASSERT(!orders.Fewest(core.changes));
-      // It explains a change that is left out.
-      RC_ASSERT(std::any_of(core.changes.begin(), core.changes.end(),
-                            [&](std::size_t change) {
-                              return obstacles.made.count(change) == 0;
-                            }));
-      for (const std::size_t change : core.changes) {
-        State rest = core.changes;
-        rest.erase(change);
-        RC_ASSERT(!core.is_smallest || has_plan(rest));
-      }
-      ++kinds[(core.is_smallest ? "core of " : "larger core of ") +
-              std::to_string(core.changes.size())];
+    const State made = plan.steps.empty() ? State{} : plan.steps.back();
+    for (const std::string& core : CheckObstacles(
+             FindObstacles(&verdicts, all, made), &verdicts, &orders)) {
+      ++kinds[core];
     }
-    // 6. The changes that are made have a plan.
-    RC_ASSERT(has_plan(obstacles.made));
   });
   for (const auto& [kind, count] : kinds) {
     std::cout << kind << ": " << count << "\n";

@@ -72,7 +72,13 @@ expect 0 sh -c 'ipavd --state /state --once 2>/serve.log &
   ipav commit --to /state/netconf.sock /new.xml && wait'
 has "/new.xml: accepted"
 
-# 3. A host of somebody's own builds against the headers.
+# 3. The Python package finds ipav, and pytest finds its plug-in.
+expect 0 python3 -c 'import ipav; assert ipav.check("/new.xml")'
+expect 0 sh -c "$install python3-pytest && mkdir -p /devices/a &&
+  cp /new.xml /devices/a/candidate.xml && cd /devices && pytest-3 --ipav ."
+has "1 passed"
+
+# 4. A host of somebody's own builds against the headers.
 expect 0 sh -c "$install g++ cmake make pkg-config man-db"
 mkdir "$root/host"
 cat >"$root/host/host.cc" <<'CC'
@@ -101,7 +107,7 @@ expect 0 sh -c 'g++ -std=c++17 $(pkg-config --cflags ip_app_validation) \
   -fsyntax-only /host/host.cc && test -f \
   "$(pkg-config --variable=plugin ip_app_validation)"'
 
-# 4. bash completes, and the others find their scripts.
+# 5. bash completes, and the others find their scripts.
 expect 0 bash -c 'source /usr/share/bash-completion/completions/ipav &&
   COMP_WORDS=(ipav ex) COMP_CWORD=1 && _ipav && echo "${COMPREPLY[@]}"'
 has "explain"
@@ -110,14 +116,14 @@ for script in bash-completion/completions/ipavd zsh/vendor-completions/_ipav{,d}
   expect 0 test -s /usr/share/$script
 done
 
-# 5. The manuals are well formed.
+# 6. The manuals are well formed.
 for page in 'ipav.1' 'ipavd.8' 'ip_app_validation.7'; do
   expect 0 sh -c "man --warnings -l /usr/share/man/man${page##*.}/$page* 2>&1 \
     >/dev/null | tee /dev/stderr | grep -q . && exit 1 || exit 0"
 done
 
-# 6. They leave nothing behind.
-expect 0 apt-get purge -qq -y ipav ipavd libip-app-validation libip-app-validation-dev
+# 7. They leave nothing behind.
+expect 0 apt-get purge -qq -y python3-ipav ipav ipavd libip-app-validation libip-app-validation-dev
 expect 1 sh -c "find /usr -name '*ip_app_validation*' -o -name '*ipav*' | grep ."
 
 echo "packages: installed, used and removed on a clean Debian 12"

@@ -6,6 +6,7 @@
 #include <CLI/App.hpp>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -22,6 +23,7 @@
 #include "cli/lsp/server.h"
 #include "cli/lsp/uri.h"
 #include "cli/options.h"
+#include "cli/reading.h"
 #include "cli/session/worker.h"
 #include "cli/shared_model.h"
 #include "host/base/file_descriptor.h"
@@ -46,6 +48,7 @@ constexpr char kLspNotes[] =
 struct LspOptions {
   Locations locations;
   std::string running;
+  ReadingLimits limits;
 };
 
 class WorkerJob : public lsp::Job {
@@ -127,6 +130,11 @@ ExitStatus RunLsp(const LspOptions& options) {
   lsp::Settings settings;
   settings.running = options.running;
   settings.messages = lsp::FileUri(options.locations.messages);
+  settings.max_text = options.limits.size;
+  settings.limits = {
+      "--timeout",
+      std::to_string(options.limits.time / std::chrono::seconds(1)),
+      "--max-input-size", std::to_string(options.limits.size >> 20)};
   lsp::Server server(&SharedModel(options.locations), &jobs, &client, settings);
   Serve(&server);
   // The protocol wants 1 without a shutdown.
@@ -145,6 +153,9 @@ Command AddLsp(CLI::App* app, const Locations& locations) {
           "Running configuration, XML or JSON (default: running.xml or "
           "running.json beside each file)",
           &options->running);
+  AddLimits(command,
+            "read a configuration, and for the plug-in to check a candidate",
+            &options->limits);
   AddPluginAndYang(command, &options->locations);
   return {command, [options] { return RunLsp(*options); }, false};
 }

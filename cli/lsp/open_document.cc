@@ -10,15 +10,12 @@
 
 #include "cli/lsp/uri.h"
 #include "cli/report/json/json.h"
-#include "host/datastore/input_file.h"
 
 namespace ipav::cli::lsp {
 
 namespace {
 
 using report::DeviceReport;
-
-constexpr std::size_t kMaxText = datastore::kMaxInputSize;
 
 // None if ipav could not make one.
 std::optional<DeviceReport> ReportIn(const session::Answer& answer) {
@@ -61,9 +58,11 @@ TextEdit TextEditOf(const messages::TextEdit& edit, const Document& document) {
 }  // namespace
 
 OpenDocument::OpenDocument(const std::string& uri, Version version,
-                           std::string text, std::string messages)
+                           std::string text, std::size_t max_text,
+                           std::string messages)
     : document_(""),
-      judged_{document_, uri, PathOf(uri).value_or(uri), std::move(messages)} {
+      judged_{document_, uri, PathOf(uri).value_or(uri), std::move(messages)},
+      max_text_(max_text) {
   Change(version, {{std::nullopt, std::move(text)}});
 }
 
@@ -86,7 +85,7 @@ void OpenDocument::Apply(const ContentChange& change) {
   const Span span = change.range ? document_.SpanOf(*change.range)
                                  : FindDifference(before, &text);
   const std::size_t rest = before.size() - (span.end - span.begin);
-  is_too_large_ = rest + text.size() > kMaxText;
+  is_too_large_ = rest + text.size() > max_text_;
   if (is_too_large_) return;
   // Problems move with the text, and go with it.
   const auto left = std::remove_if(
@@ -102,7 +101,7 @@ void OpenDocument::RefuseSize() {
   document_.Replace({0, document_.text().size()}, "");
   problems_ = {ProblemOfAll(
       document_,
-      fmt::format("not judged: larger than {} MiB", kMaxText >> 20))};
+      fmt::format("not judged: larger than {} MiB", max_text_ >> 20))};
   end_.reset();
   is_judged_ = true;
 }

@@ -21,9 +21,10 @@ inline constexpr char kCheckCommand[] = "ipav.check";
 
 class OpenDocument {
  public:
-  // `messages` is the URI of docs/messages.md.
+  // No text may have more than `max_text` bytes. `messages` is the URI of
+  // docs/messages.md.
   OpenDocument(const std::string& uri, Version version, std::string text,
-               std::string messages);
+               std::size_t max_text, std::string messages);
 
   // The text that the client has now. Forgets the verdict.
   void Change(Version version, const std::vector<ContentChange>& changes);
@@ -71,6 +72,7 @@ class OpenDocument {
   Document document_;
   Judged judged_;
   Version version_;
+  const std::size_t max_text_;
   bool is_too_large_ = false;  // then `document_` is empty
   std::string running_;        // file; empty: none
 

@@ -235,8 +235,9 @@ void Server::Exit(const Json& /*params*/) { state_ = State::kOver; }
 void Server::Configure(const Json& settings) {
   Json running = At(settings, "/ipav/running");
   if (!running.is_string()) running = At(settings, "/running");
-  workspace_.settings().running =
-      running.is_string() ? running.get<std::string>() : running_;
+  workspace_.settings().running = running.is_string() && running != ""
+                                      ? running.get<std::string>()
+                                      : running_;
 }
 
 void Server::DidChangeConfiguration(const Json& params) {

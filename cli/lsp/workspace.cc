@@ -24,8 +24,8 @@ bool Exists(const fs::path& path) {
 void Workspace::Open(const std::string& uri, Version version,
                      const std::string& text) {
   Close(uri);  // a client may open it twice
-  const auto [slot, is_new] =
-      documents_.try_emplace(uri, uri, version, text, settings_.messages);
+  const auto [slot, is_new] = documents_.try_emplace(
+      uri, uri, version, text, settings_.max_text, settings_.messages);
   InvalidateReadersOf(slot->second.name());
   if (slot->second.is_judged()) Publish(slot->second);
 }
@@ -197,6 +197,7 @@ void Workspace::Start(OpenDocument* document, Purpose purpose) {
     words.insert(words.end(), {"--running", running});
   }
   if (purpose == Purpose::kFixes) words.emplace_back("--suggest");
+  words.insert(words.end(), settings_.limits.begin(), settings_.limits.end());
   words.insert(words.end(), {"--format", "json", document->name()});
   // 2. The texts of open documents.
   session::Request request{std::move(words), {}};

@@ -3,6 +3,7 @@
 #ifndef IPAV_CLI_LSP_WORKSPACE_H_
 #define IPAV_CLI_LSP_WORKSPACE_H_
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,6 +14,7 @@
 #include "cli/lsp/jobs.h"
 #include "cli/lsp/open_document.h"
 #include "cli/lsp/protocol.h"
+#include "host/datastore/input_file.h"
 
 namespace ipav::cli::lsp {
 
@@ -20,7 +22,9 @@ struct Settings {
   std::string running;   // file; empty: the one beside the document, if any
   std::string root;      // folder for a relative name; may be empty
   std::string messages;  // URI of docs/messages.md
-  bool refreshes_lenses = false;  // the client can ask for them again
+  std::size_t max_text = datastore::kMaxInputSize;  // bytes of a document
+  std::vector<std::string> limits;  // options of ipav check and ipav diff
+  bool refreshes_lenses = false;    // the client can ask for them again
 };
 
 // A request that is answered when the verdict is known.

@@ -176,9 +176,12 @@ class DiagnosticsTest(LspTest):
         self.assertEqual(self.client.published(uri, None), [])
 
     def test_tell_of_a_text_that_is_too_large(self):
-        uri = self.open(" " * (1 << 26) + "<")
+        self.client = self.start("--max-input-size", "1")
+        uri = self.open(GOOD + " " * ((1 << 20) - len(GOOD)))
+        self.assertEqual(self.client.published(uri, 1), [])
+        self.client.change(uri, 1, insertion(0, 0, " "))
         [found] = self.client.published(uri, 1)
-        self.assertEqual(found["message"], "not judged: larger than 64 MiB")
+        self.assertEqual(found["message"], "not judged: larger than 1 MiB")
         self.client.change(uri, 2, insertion(0, 0, "<"))
         self.assertEqual(len(self.client.published(uri, 2)), 1)
         self.client.change(uri, 3, {"text": GOOD})

@@ -1,0 +1,53 @@
+-- Run by editors_test.py in neovim: writes what a user sees into a file.
+
+local out = {}
+local candidate = vim.env.IPAV_TEST_CANDIDATE
+local function wait_for(condition)
+  assert(vim.wait(20000, condition, 20), 'waited in vain')
+end
+local function diagnostics()
+  return vim.tbl_map(function(each)
+    return {line = each.lnum + 1, column = each.col, code = each.code,
+            text = each.message}
+  end, vim.diagnostic.get(0))
+end
+local function count() return #vim.diagnostic.get(0) end
+
+vim.cmd('edit ' .. vim.fn.fnameescape(candidate))
+wait_for(function() return count() == 1 end)
+out.diagnostics = diagnostics()
+
+-- The lenses are shown in the first line.
+local function lenses()
+  local found = {}
+  for _, lens in ipairs(vim.lsp.codelens.get(0)) do
+    table.insert(found, lens.command.title)
+  end
+  return found
+end
+wait_for(function() return #lenses() == 2 end)
+out.lenses = lenses()
+
+-- The first fix.
+local at = vim.diagnostic.get(0)[1]
+local position = {line = at.lnum, character = at.col}
+local answers = vim.lsp.buf_request_sync(0, 'textDocument/codeAction', {
+  textDocument = vim.lsp.util.make_text_document_params(),
+  range = {start = position, ['end'] = position},
+  context = {diagnostics = {}},
+}, 20000)
+local actions = answers[vim.lsp.get_active_clients()[1].id].result
+out.actions = vim.tbl_map(function(each) return each.title end, actions)
+vim.lsp.util.apply_workspace_edit(actions[1].edit, 'utf-16')
+wait_for(function() return count() == 0 end)
+
+-- Typed by hand, wrong, and deleted.
+vim.api.nvim_win_set_cursor(0, {501, 0})
+vim.cmd('normal Oä<ip>')
+wait_for(function() return count() == 1 end)
+out.typed = diagnostics()
+vim.cmd('delete')
+wait_for(function() return count() == 0 end)
+
+vim.fn.writefile({vim.json.encode(out)}, vim.env.IPAV_TEST_OUT)
+vim.cmd('quitall!')

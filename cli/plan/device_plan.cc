@@ -111,6 +111,21 @@ DevicePlan Without(const Device& device, ExitStatus status,
   return plan;
 }
 
+// In every format.
+DevicePlan Written(const Device& device, const PlanReport& report,
+                   const Composer& composer, bool page) {
+  DevicePlan plan;
+  plan.number = device.number;
+  plan.goal = device.candidate;
+  plan.status = StatusOf(report);
+  plan.text = InWords(report, composer);
+  plan.json = ToJson(report, composer);
+  if (!page) return plan;
+  plan.problems = ProblemsOf(report);
+  plan.page_section = PlanSection(plan.number, report, composer);
+  return plan;
+}
+
 }  // namespace
 
 DevicePlan BadInput(const Device& device,
@@ -229,16 +244,7 @@ DevicePlan Planner::Plan(const Device& device, const Input& running,
     report.constraints =
         FindConstraints(&verdicts, result.steps, !options_.each);
   }
-  DevicePlan plan;
-  plan.number = device.number;
-  plan.goal = device.candidate;
-  plan.status = StatusOf(report);
-  plan.text = InWords(report, composer);
-  plan.json = ToJson(report, composer);
-  if (options_.page) {
-    plan.problems = ProblemsOf(report);
-    plan.page_section = PlanSection(plan.number, report, composer);
-  }
+  DevicePlan plan = Written(device, report, composer, options_.page);
   files.End(PlanDocument(plan.json));
   return plan;
 }

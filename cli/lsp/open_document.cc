@@ -66,8 +66,7 @@ OpenDocument::OpenDocument(const std::string& uri, Version version,
   Change(version, {{std::nullopt, std::move(text)}});
 }
 
-// ---- The text
-// ------------------------------------------------------------------
+// ---- The text ---------------------------------------------------------------
 
 void OpenDocument::Change(Version version,
                           const std::vector<ContentChange>& changes) {
@@ -113,8 +112,7 @@ void OpenDocument::Forget() {
   changes_.reset();
 }
 
-// ---- What is known of it
-// -------------------------------------------------------
+// ---- What is known of it ----------------------------------------------------
 
 void OpenDocument::TakeVerdict(const session::Answer& answer) {
   is_judged_ = true;
@@ -144,8 +142,7 @@ bool OpenDocument::has_verdict() const {
   return report_ && report_->status != kBadInput;
 }
 
-// ---- For the client
-// ------------------------------------------------------------
+// ---- For the client ---------------------------------------------------------
 
 bool OpenDocument::IsIn(const Problem& problem, const Range& range) const {
   const Span span = document_.SpanOf(range);

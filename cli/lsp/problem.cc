@@ -25,8 +25,7 @@ using messages::Finding;
 using messages::Place;
 using report::DeviceReport;
 
-// ---- Places
-// ------------------------------------------------------------------
+// ---- Places -----------------------------------------------------------------
 
 Span SpanOf(const Document& document, const Place& place) {
   return {document.OffsetOfPlace(place.line, place.column),
@@ -49,8 +48,7 @@ Location LocationOf(const Place& place) {
            PositionIn(place, place.column + place.length)}};
 }
 
-// ---- Errors of the input
-// -----------------------------------------------------
+// ---- Errors of the input ----------------------------------------------------
 
 // Takes a number and the colon after it from the front of a text.
 std::size_t TakeNumber(std::string_view* text) {
@@ -84,8 +82,7 @@ Problem ProblemOfInput(const std::string& error, const Judged& judged) {
   return problem;
 }
 
-// ---- Findings
-// ----------------------------------------------------------------
+// ---- Findings ---------------------------------------------------------------
 
 RelatedNode RelatedNodeOf(const Culprit& culprit, const Judged& judged) {
   RelatedNode related;

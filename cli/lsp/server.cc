@@ -90,8 +90,7 @@ Server::Server(const datastore::Model* model, Jobs* jobs, Client* client,
   workspace_.settings() = settings;
 }
 
-// ---- Messages
-// ------------------------------------------------------------------
+// ---- Messages ---------------------------------------------------------------
 
 const Server::Request* Server::FindRequest(const std::string& method) {
   static const std::map<std::string, Request> requests = {
@@ -199,8 +198,7 @@ void Server::TakeNotification(const std::string& method, const Json& params) {
   }
 }
 
-// ---- The life of the server
-// ----------------------------------------------------
+// ---- The life of the server -------------------------------------------------
 
 void Server::Initialize(const Json& id, const Json& params) {
   Settings& settings = workspace_.settings();
@@ -253,8 +251,7 @@ void Server::CancelRequest(const Json& params) {
   workspace_.Cancel(params.at("id"));
 }
 
-// ---- Documents
-// -----------------------------------------------------------------
+// ---- Documents --------------------------------------------------------------
 
 void Server::DidOpen(const Json& params) {
   const Json& document = params.at("textDocument");

@@ -18,8 +18,7 @@ bool Exists(const fs::path& path) {
 
 }  // namespace
 
-// ---- Documents
-// -----------------------------------------------------------------
+// ---- Documents --------------------------------------------------------------
 
 void Workspace::Open(const std::string& uri, Version version,
                      const std::string& text) {
@@ -124,18 +123,18 @@ void Workspace::Publish(const OpenDocument& document) {
   client_.Notify("textDocument/publishDiagnostics", document.Diagnostics());
 }
 
-// ---- Held requests
-// -------------------------------------------------------------
+// ---- Held requests ----------------------------------------------------------
 
 void Workspace::Hold(Held request) { held_.push_back(std::move(request)); }
 
 template <typename Condition>
 void Workspace::FailHeld(const Condition& condition, ErrorCode code) {
-  const auto failed =
-      std::stable_partition(held_.begin(), held_.end(),
-                            [&](const Held& held) { return !condition(held); });
-  const std::vector<Held> requests(failed, held_.end());
-  held_.erase(failed, held_.end());
+  std::vector<Held> requests;
+  std::vector<Held> others;
+  for (Held& held : held_) {
+    (condition(held) ? requests : others).push_back(std::move(held));
+  }
+  held_ = std::move(others);
   for (const Held& held : requests) {
     client_.Fail(
         held.id, code,
@@ -165,8 +164,7 @@ bool Workspace::Answer(const Held& request) {
   return true;
 }
 
-// ---- Commands
-// ------------------------------------------------------------------
+// ---- Commands ---------------------------------------------------------------
 
 // Whether this is to be found out. Fixes and changes are only looked for when
 // they are asked for, and after the verdict.

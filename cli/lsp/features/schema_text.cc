@@ -25,7 +25,7 @@ constexpr std::array<const char*, LY_DATA_TYPE_COUNT> kTypeNames = {
 template <typename T, typename Body>
 void ForEach(const T* array, const Body& body) {
   LY_ARRAY_COUNT_TYPE i = 0;
-  LY_ARRAY_FOR(array, i) body(array[i]);
+  LY_ARRAY_FOR(array, i) { body(array[i]); }
 }
 
 const auto& UnionOf(const lysc_type& type) {

@@ -189,15 +189,16 @@ Json Rename(const Query& query) {
 
 Json SymbolOf(const Query& query, const features::Symbol& symbol) {
   const bool is_group = symbol.kind == features::Symbol::Kind::kGroup;
-  return {{"name", symbol.name},
-          {"detail", symbol.detail},
-          {"kind", is_group ? 3 : 19},  // Namespace, Object
-          {"range", RangeOf(query, symbol.whole)},
-          {"selectionRange", RangeOf(query, symbol.selection)},
-          {"children",
-           report::ArrayOf(symbol.children, [&](const features::Symbol& child) {
-             return SymbolOf(query, child);
-           })}};
+  Json json = {{"name", symbol.name},
+               {"kind", is_group ? 3 : 19},  // Namespace, Object
+               {"range", RangeOf(query, symbol.whole)},
+               {"selectionRange", RangeOf(query, symbol.selection)}};
+  if (!symbol.detail.empty()) json["detail"] = symbol.detail;
+  if (!is_group) return json;
+  json["children"] = report::ArrayOf(
+      symbol.children,
+      [&](const features::Symbol& child) { return SymbolOf(query, child); });
+  return json;
 }
 
 Json Symbols(const Query& query) {

@@ -34,8 +34,7 @@ Span SpanOf(const Document& document, const Place& place) {
 
 // A position in a line of another file.
 Position PositionIn(const Place& place, std::size_t column) {
-  const std::size_t characters =
-      column - 1 - std::min(column - 1, place.skipped);
+  const std::size_t characters = column - std::min(column, place.skipped + 1);
   const std::string_view before =
       base::FirstCharacters(place.source_line, characters);
   const Position in_line = Document(before).PositionOf(before.size());

@@ -453,6 +453,8 @@ class ProtocolTest(LspTest):
                 self.assertEqual(client.server.stderr.read(),
                                  b"ipav: " + error + b"\n")
 
+    @unittest.skipIf(os.environ.get("IPAV_SANITIZE"),
+                     "sanitizers keep freed memory")
     def test_keeps_its_memory_over_10000_edits(self):
         def memory():
             with open(f"/proc/{self.client.server.pid}/statm",

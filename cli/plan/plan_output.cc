@@ -61,7 +61,7 @@ void PlanOutput::Add(const DevicePlan& plan) {
   static_cast<void>(std::fflush(stdout));  // main() detects errors
 }
 
-void PlanOutput::AddJson(const DevicePlan& plan) {
+void PlanOutput::AddJson(const DevicePlan& plan) const {
   if (options_.is_one) return Print(PlanDocument(plan.json));
   Json device = {{"number", plan.number}};
   device.update(plan.json);

@@ -25,7 +25,7 @@ class PlanOutput {
   void End();
 
  private:
-  void AddJson(const DevicePlan& plan);
+  void AddJson(const DevicePlan& plan) const;
 
   const OutputOptions options_;
   report::Run& run_;

@@ -99,7 +99,7 @@ void AddDetourNotes(const std::vector<Detour>& detours, std::size_t commit,
   for (std::size_t i = 0; i < detours.size(); ++i) {
     const Detour& detour = detours[i];
     if (detour.away != commit && detour.back != commit) continue;
-    html->Markup("<p class=\"detour\"><span class=\"badge removed\">detour ");
+    html->Markup(R"(<p class="detour"><span class="badge removed">detour )");
     html->Number(i + 1).Markup("</span> ");
     html->Text(detour.away == commit ? "takes away " : "puts back ");
     html->Markup("<code>").Path(detour.path).Markup("</code>");
@@ -125,7 +125,7 @@ void AddConstraints(const PlanReport& report, std::size_t commit, Html* html) {
     items.Markup("</li>\n");
   }
   if (items.size() == 0) return;
-  html->Markup("<ul class=\"between\" style=\"grid-row: ");
+  html->Markup(R"(<ul class="between" style="grid-row: )");
   html->Number(RowOf(commit) + 1).Markup("\">\n").Add(items);
   html->Markup("</ul>\n");
 }
@@ -134,7 +134,7 @@ void AddBrackets(const std::vector<Detour>& detours, Html* html) {
   Columns columns;
   for (std::size_t i = 0; i < detours.size(); ++i) {
     const Detour& detour = detours[i];
-    html->Markup("<div class=\"bracket\" aria-hidden=\"true\" style=\"");
+    html->Markup(R"(<div class="bracket" aria-hidden="true" style=")");
     html->Markup("grid-row: ").Number(RowOf(detour.away)).Markup(" / ");
     html->Number(RowOf(detour.back) + 1).Markup("; grid-column: ");
     html->Number(columns.Take(detour.away, detour.back)).Markup("\">");

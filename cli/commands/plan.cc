@@ -84,6 +84,18 @@ void RequireOwnFolders(const std::vector<Device>& devices) {
   }
 }
 
+std::vector<Device> FindGoals(const PlanOptions& options, bool is_fleet) {
+  for (const std::string& goal : options.goals) {
+    if (goal.empty()) throw std::runtime_error("no file is named as goal");
+  }
+  std::vector<Device> devices =
+      fleet::FindDevices(options.goals, options.running);
+  if (options.output.empty()) return devices;
+  plan::RequireNew(options.output);
+  if (is_fleet || devices.size() > 1) RequireOwnFolders(devices);
+  return devices;
+}
+
 // The page must not replace an input.
 std::optional<report::HtmlWriter> OpenPage(const PlanOptions& options,
                                            const std::vector<Device>& devices) {
@@ -135,16 +147,8 @@ ExitStatus Plan(const PlanOptions& options) {
   // 1. The devices, and the outputs.
   const bool is_fleet =
       options.failed_only || fleet::IsFleet(options.goals, options.fleet);
-  for (const std::string& goal : options.goals) {
-    if (goal.empty()) throw std::runtime_error("no file is named as goal");
-  }
-  std::vector<Device> devices =
-      fleet::FindDevices(options.goals, options.running);
+  std::vector<Device> devices = FindGoals(options, is_fleet);
   const bool is_one = devices.size() == 1 && !is_fleet;
-  if (!options.output.empty()) {
-    plan::RequireNew(options.output);
-    if (!is_one) RequireOwnFolders(devices);
-  }
   std::optional<report::HtmlWriter> page = OpenPage(options, devices);
   report::Run run;
   run.list_size = devices.size();

@@ -1,6 +1,7 @@
 #include "fixer/proposals.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "host/base/bytes.h"
@@ -32,6 +33,48 @@ bool IsNew(const Subject& subject, const lyd_node* entry) {
          subject.running.AtPath(confd::PrintPath(entry)) == nullptr;
 }
 
+// The address leaf that has this value because of the change; null without one.
+const lyd_node* TakerOf(const Subject& subject, const std::string& value) {
+  const DataView& view = subject.candidate;
+  const auto has_taken = [&](const lyd_node* leaf) {
+    const lyd_node* before = subject.running.AtPath(confd::PrintPath(leaf));
+    return messages::TextOf(leaf) == value && before != nullptr &&
+           messages::TextOf(before) != value;
+  };
+  for (const lyd_node* interface : InterfacesOf(view)) {
+    for (const char* family : {"ipv4", "ipv6"}) {
+      const auto leaves = messages::AddressesOf(view, interface, family);
+      const auto found = std::find_if(leaves.begin(), leaves.end(), has_taken);
+      if (found != leaves.end()) return *found;
+    }
+  }
+  return nullptr;
+}
+
+// Takes back the change of a leaf. If another one has its value now, as after a
+// swap of two addresses, that one is taken back, too, and so on.
+void ProposeToLeave(const Subject& subject, const std::string& first,
+                    Proposals* proposals) {
+  std::vector<Edit> edits;
+  std::string paths;
+  std::string values;
+  std::set<std::string> seen;
+  for (std::string path = first; seen.insert(path).second;) {
+    const std::string value = messages::TextOf(subject.running.AtPath(path));
+    edits.push_back({Edit::Kind::kRestore, path, "", ""});
+    paths += (paths.empty() ? "" : " and ") + path;
+    values += (values.empty() ? "" : " and ") + value;
+    const lyd_node* taker = TakerOf(subject, value);
+    if (taker != nullptr) path = confd::PrintPath(taker);
+  }
+  const std::string as_before =
+      edits.size() == 1 ? " as it is" : " as they are";
+  proposals->push_back({false,
+                        "leave " + paths + as_before +
+                            " in the running configuration: " + values,
+                        std::move(edits)});
+}
+
 // Takes back what the change did to a node that the refusal names.
 void ProposeToTakeBack(const Subject& subject, const Culprit& culprit,
                        Proposals* proposals) {
@@ -42,10 +85,7 @@ void ProposeToTakeBack(const Subject& subject, const Culprit& culprit,
     case Novelty::kUnchanged:
       return;
     case Novelty::kChanged:
-      proposals->push_back(
-          {false,
-           "leave " + culprit.path + " as it is in the running configuration",
-           {edit(Edit::Kind::kRestore)}});
+      ProposeToLeave(subject, culprit.path, proposals);
       return;
     case Novelty::kRemoved:
       proposals->push_back(

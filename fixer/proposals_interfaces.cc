@@ -21,6 +21,7 @@ using messages::DataView;
 
 constexpr std::size_t kRoomOfL3 = 256;
 constexpr std::size_t kLongestName = 60;
+constexpr unsigned kAdvertisedLength = 64;
 constexpr int kMostHosts = 4096;  // that are tried
 
 // ---- Names and number ------------------------------------------------------
@@ -63,8 +64,9 @@ void RenameInTables(const DataView& view, const std::string& before,
   rename(nullptr, "rtmStaticRtEntry-global", "interface-name");
 }
 
-// The name in allowed characters, as long as allowed, and not taken.
-std::string AllowedName(const DataView& view, const std::string& name) {
+// The name in allowed characters, as long as allowed, and not taken in either
+// configuration: it would be the name of something else.
+std::string AllowedName(const Subject& subject, const std::string& name) {
   std::string allowed;
   for (std::size_t at = 0; at < name.size();) {
     const auto byte = static_cast<unsigned char>(name[at]);
@@ -74,9 +76,11 @@ std::string AllowedName(const DataView& view, const std::string& name) {
     at += base::FirstCharacter(std::string_view(name).substr(at)).size;
   }
   std::set<std::string> taken;
-  const lyd_node* parent = view.At(nullptr, {"config", "interface"});
-  for (const lyd_node* entry : view.Entries(parent, "l3")) {
-    taken.insert(messages::TextOf(lyd_child(entry)));
+  for (const DataView* view : {&subject.running, &subject.candidate}) {
+    const lyd_node* parent = view->At(nullptr, {"config", "interface"});
+    for (const lyd_node* entry : view->Entries(parent, "l3")) {
+      taken.insert(messages::TextOf(lyd_child(entry)));
+    }
   }
   std::string free = allowed.substr(0, kLongestName);
   for (int i = 2; taken.count(free) > 0; ++i) {
@@ -90,7 +94,7 @@ Proposals WrongName(const Subject& subject) {
   const lyd_node* leaf = NodeWithRole(subject, "name");
   const std::string name = messages::TextOf(leaf);
   if (name.empty()) return {};
-  const std::string allowed = AllowedName(subject.candidate, name);
+  const std::string allowed = AllowedName(subject, name);
   Proposal proposal{
       false, "name the interface " + allowed, {Set(leaf, allowed)}};
   RenameInTables(subject.candidate, NameOf(EntryOf(leaf), "-"), "l3-" + allowed,
@@ -203,6 +207,16 @@ Prefix Narrowed(const Subject& subject, const lyd_node* leaf,
   return narrowed;
 }
 
+// Whether hosts may make their addresses from this prefix and from router
+// advertisements. They can only use one of 64 bits.
+bool IsAdvertised(const Subject& subject, const lyd_node* leaf,
+                  const Prefix& prefix) {
+  const lyd_node* ra =
+      subject.candidate.At(InterfaceOf(leaf), {"ipv6", "nd", "ra"});
+  return !prefix.IsIpv4() &&
+         subject.candidate.Child(ra, "max-interval") != nullptr;
+}
+
 Proposals Overlap(const Subject& subject) {
   struct Side {
     const lyd_node* leaf;
@@ -224,7 +238,12 @@ Proposals Overlap(const Subject& subject) {
   Proposal both{false, "", {}};
   for (Side& side : sides) {
     if (side.prefix.length > equal) continue;
-    side.narrowed = Narrowed(subject, side.leaf, side.prefix, equal).Text();
+    const Prefix narrowed = Narrowed(subject, side.leaf, side.prefix, equal);
+    if (narrowed.length > kAdvertisedLength &&
+        IsAdvertised(subject, side.leaf, narrowed)) {
+      return {};
+    }
+    side.narrowed = narrowed.Text();
     const std::string text =
         "narrow " + NameOf(InterfaceOf(side.leaf)) + " to " + side.narrowed;
     const Edit edit = Set(side.leaf, side.narrowed);

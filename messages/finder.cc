@@ -141,6 +141,14 @@ class Finder::Search {
   datastore::Diff diff_;
 };
 
+std::vector<std::string> FaultOf(const Finding& finding) {
+  std::vector<std::string> fault = {finding.text};
+  for (const Culprit& culprit : finding.culprits) fault.push_back(culprit.path);
+  if (finding.culprits.empty()) fault.push_back(finding.path);
+  std::sort(fault.begin(), fault.end());
+  return fault;
+}
+
 std::vector<std::vector<std::string>> CulpritPaths(
     const std::vector<Finding>& findings) {
   std::vector<std::vector<std::string>> paths(findings.size());

@@ -79,6 +79,10 @@ struct Finding {
   std::optional<std::vector<Fix>> fixes;  // none: they were not looked for
 };
 
+// What several validation points have in common if they report the same fault:
+// the text and the nodes.
+std::vector<std::string> FaultOf(const Finding& finding);
+
 // The data paths of the culprits of each finding.
 std::vector<std::vector<std::string>> CulpritPaths(
     const std::vector<Finding>& findings);

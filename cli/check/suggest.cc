@@ -40,19 +40,21 @@ void AddFixes(const DataTree& running, const DataTree& candidate,
               base::TimeLimit time, std::vector<Finding>* findings) {
   const base::Countdown countdown(time);
   fixer::Fixer fixer(running, candidate, plugin, countdown);
-  // Several points may report one fault.
-  std::map<std::pair<std::string, std::string>, std::vector<messages::Fix>>
-      known;
+  // Several points may report one fault. Its fixes have one set of ids.
+  std::map<std::vector<std::string>, std::vector<messages::Fix>> known;
   std::size_t number = 0;
   for (Finding& finding : *findings) {
     // Its id would not be the one of ipav fix.
     if (finding.is_behind) continue;
     ++number;
-    const auto [slot, is_new] = known.try_emplace({finding.path, finding.text});
+    const auto [slot, is_new] = known.try_emplace(messages::FaultOf(finding));
     std::vector<messages::Fix>& fixes = slot->second;
     try {
       if (is_new) {
         fixes = InText(fixer.FixesOf(finding), candidate, text);
+        for (messages::Fix& fix : fixes) {
+          fix.id = "F" + std::to_string(number) + "." + fix.id;
+        }
       }
     } catch (const fixer::TimeOver&) {
       known.erase(slot);
@@ -61,9 +63,6 @@ void AddFixes(const DataTree& running, const DataTree& candidate,
       continue;
     }
     finding.fixes = fixes;
-    for (messages::Fix& fix : *finding.fixes) {
-      fix.id = "F" + std::to_string(number) + "." + fix.id;
-    }
   }
 }
 

@@ -104,6 +104,12 @@ void RefuseTwoOfOne(const std::vector<std::string>& ids) {
   }
 }
 
+// What a suggestion decides for the user.
+std::string Taken(const std::string& refusal, const std::string& fix) {
+  return fmt::format("corrected: {}\n  suggested: {}\n",
+                     base::Printable(refusal), base::Printable(fix));
+}
+
 // Corrects one configuration, step by step.
 class Correction {
  public:
@@ -122,6 +128,8 @@ class Correction {
     return replacements_;
   }
   const std::vector<Finding>& findings() const { return findings_; }
+  // Lines on the suggestions that were applied.
+  const std::string& taken() const { return taken_; }
 
   // Applies the first fix of each refusal.
   void FixAll() {
@@ -150,7 +158,7 @@ class Correction {
 
   // The ways out of a refusal that is left.
   const std::vector<Fix>& FixesOf(const Finding& finding) {
-    const auto key = std::make_pair(finding.path, finding.text);
+    const std::vector<std::string> key = messages::FaultOf(finding);
     const auto known = fixes_.find(key);
     if (known != fixes_.end()) return known->second;
     return fixes_.emplace(key, fixer_->FixesOf(finding)).first->second;
@@ -190,7 +198,10 @@ class Correction {
           fixes.begin(), fixes.end(),
           [&](const Fix& fix) { return fix.is_safe || options_.suggested; });
       if (found != fixes.end()) {
+        const std::string taken =
+            found->is_safe ? "" : Taken(report::TextOf(finding), found->text);
         Apply(found->tree);
+        taken_ += taken;
         return true;
       }
       hopeless_.insert(finding.text);
@@ -198,9 +209,20 @@ class Correction {
     return false;
   }
 
+  // Whether there is a finding of that number, and no earlier one is the same
+  // fault of another point: they have one set of ids.
+  bool IsFirst(std::size_t number) const {
+    if (number == 0 || number > findings_.size()) return false;
+    const auto last =
+        findings_.begin() + static_cast<std::ptrdiff_t>(number) - 1;
+    return std::none_of(findings_.begin(), last, [&](const Finding& earlier) {
+      return messages::FaultOf(earlier) == messages::FaultOf(*last);
+    });
+  }
+
   std::pair<Finding, Fix> WithId(const std::string& id) {
     const auto [finding, fix] = NumbersOf(id);
-    if (finding > 0 && finding <= findings_.size()) {
+    if (IsFirst(finding)) {
       const std::vector<Fix>& fixes = FixesOf(findings_[finding - 1]);
       if (fix > 0 && fix <= fixes.size()) {
         return {findings_[finding - 1], fixes[fix - 1]};
@@ -218,16 +240,17 @@ class Correction {
   std::vector<source::Replacement> replacements_;
   std::unique_ptr<Fixer> fixer_;
   std::vector<Finding> findings_;
-  std::map<std::pair<std::string, std::string>, std::vector<Fix>> fixes_;
+  std::map<std::vector<std::string>, std::vector<Fix>> fixes_;  // of faults
+  std::string taken_;
   std::set<std::string> hopeless_;  // texts of refusals
 };
 
 // Says what is left, and what can be done about it.
 void PrintLeft(Correction* correction, bool has_ids) {
-  std::set<std::string> texts;
+  std::set<std::vector<std::string>> faults;
   bool has_fix = false;
   for (const Finding& finding : correction->findings()) {
-    if (!texts.insert(finding.path + finding.text).second) continue;
+    if (!faults.insert(messages::FaultOf(finding)).second) continue;
     fmt::print(stderr, "not corrected: {}\n",
                base::Printable(report::TextOf(finding)));
     const std::vector<Fix>& fixes = correction->FixesOf(finding);
@@ -298,6 +321,7 @@ ExitStatus Correct(const FixOptions& options) {
         fix::UnifiedDiff(options.file, bytes, replacements);
     static_cast<void>(std::fwrite(diff.data(), 1, diff.size(), stdout));
   }
+  fmt::print(stderr, "{}", correction.taken());
   PrintLeft(&correction, !options.only.empty() || options.suggested);
   return correction.findings().empty() ? kAccepted : kRefused;
 }

@@ -71,6 +71,18 @@ const std::string kTwoInterfaces = InterfacesXml(
     "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><ipv4><address>"
     "<ip>10.0.4.1/24</ip></address></ipv4></l3>");
 
+std::string L3Named(const std::string& name) {
+  return "<l3 xmlns=\"urn:vorplex:ipapp\"><name>" + name + "</name></l3>";
+}
+
+// The running configuration with two texts in the place of each other.
+std::string Swapped(const std::string& a, const std::string& b) {
+  std::string text = ReadFile(kRunning);
+  const std::size_t at_a = text.find(a);
+  const std::size_t at_b = text.find(b);
+  return text.replace(at_a, a.size(), b).replace(at_b, b.size(), a);
+}
+
 std::vector<FixCase> InterfaceCases() {
   return {
       {"l3-too-many",
@@ -82,6 +94,10 @@ std::vector<FixCase> InterfaceCases() {
        Campus("interface-name-of-62-bytes.json"),
        {"suggested: name the interface "
         "lab-molecular-biology-and-genetics-building-c-floor-3-room-3"}},
+      {"l3-name-too-long",
+       InterfacesXml(L3Named(std::string(60, 'n'))),
+       InterfacesXml(L3Named(std::string(61, 'n'))),
+       {"suggested: name the interface " + std::string(58, 'n') + "-2"}},
       {"l3-name-too-short",
        "",
        InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name/></l3>"),
@@ -94,7 +110,24 @@ std::vector<FixCase> InterfaceCases() {
 }
 
 std::vector<FixCase> AddressCases() {
+  const std::string ra =
+      "<nd><ra><max-interval>600</max-interval><min-interval>198</min-interval>"
+      "<lifetime>1800</lifetime></ra></nd>";
+  const auto nested_ipv6 = [](const std::string& more) {
+    return InterfacesXml(
+        "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><address>"
+        "<ip>2001:db8::1/64</ip></address>" +
+        more +
+        "</ipv6></l3>"
+        "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><ipv6><address>"
+        "<ip>2001:db8::1:0:0:1/127</ip></address></ipv6></l3>");
+  };
   return {
+      {"interface-overlap", "", nested_ipv6(ra), {}},
+      {"interface-overlap",
+       "",
+       nested_ipv6(""),
+       {"suggested: narrow l3 a to 2001:db8::1/80"}},
       {"address-is-network",
        "",
        Ipv4("<ip>10.0.0.0/29</ip>"),
@@ -112,7 +145,7 @@ std::vector<FixCase> AddressCases() {
        {"suggested: give l3 lighting the address 172.20.4.254/24, which this "
         "configuration leaves free",
         "suggested: leave /config/interface/l3{lighting}/ipv4/address/ip as "
-        "it is in the running configuration"}},
+        "it is in the running configuration: 172.20.4.1/24"}},
       {"address-twice",
        "",
        Ipv4("<ip>10.0.0.1/24</ip>"
@@ -138,7 +171,7 @@ std::vector<FixCase> AddressCases() {
        Campus(kCampusRunning),
        Campus("guest-wifi-in-students.json"),
        {"suggested: leave /config/interface/l3{guest-wifi}/vrf as it is in "
-        "the running configuration"}},
+        "the running configuration: guest"}},
   };
 }
 
@@ -175,7 +208,7 @@ std::vector<FixCase> OspfCases() {
        Campus(kCampusRunning),
        Campus("cluster-address-under-ospf.json"),
        {"suggested: leave /config/interface/l3{cluster}/ipv4/address/ip as it "
-        "is in the running configuration",
+        "is in the running configuration: 10.40.66.1/23",
         "suggested: remove the row of OSPFv2 that knows the address"}},
       {"ospf-address-added",
        Branch("running.xml"),
@@ -183,11 +216,18 @@ std::vector<FixCase> OspfCases() {
        {"suggested: leave out /config/interface/l3{users-floor-2}/ipv4/address/"
         "secondary{10.12.42.1/24}, which the change adds",
         "suggested: take the interface out of OSPFv2"}},
+      {"ospf-address-removed",
+       Branch("running.xml"),
+       Swapped("10.12.140.0/31", "10.12.140.2/31"),
+       {"suggested: leave /config/interface/l3{core-a}/ipv4/address/ip and "
+        "/config/interface/l3{core-b}/ipv4/address/ip as they are in the "
+        "running configuration: 10.12.140.0/31 and 10.12.140.2/31",
+        "suggested: remove the row of OSPFv2 that knows the address"}},
       {"ospf-vrf-differs",
        Branch("running.xml"),
        Branch("cctv-moved-under-ospf.xml"),
        {"suggested: leave /config/interface/l3{cctv}/vrf as it is in the "
-        "running configuration",
+        "running configuration: building",
         "suggested: take the interface out of OSPFv2"}},
       {"ospf-vrf-differs",
        Branch("running.xml"),
@@ -205,7 +245,7 @@ std::vector<FixCase> OspfCases() {
        Branch("running.xml"),
        Branch("floor-4-vlan-changed.xml"),
        {"suggested: leave /config/interface/l3{users-floor-4}/lower-layer-if/"
-        "vlan as it is in the running configuration",
+        "vlan as it is in the running configuration: 204",
         "suggested: take the interface out of OSPFv3"}},
   };
 }
@@ -224,7 +264,7 @@ std::vector<FixCase> TimerCases() {
        {"suggested: set lifetime to 601, the least above max-interval",
         "suggested: set lifetime to 0: the router is not a default router",
         "suggested: leave /config/interface/l3{printers}/ipv6/nd/ra/lifetime "
-        "as it is in the running configuration",
+        "as it is in the running configuration: 1800",
         "suggested: set max-interval to 599, the most below lifetime"}},
       {"ra-timer-missing",
        Campus(kCampusRunning),
@@ -348,7 +388,16 @@ TEST_F(FixTest, SeveralFixesOfOneEntryChangeItInPlace) {
       "</ipv4></l3>\n<l3 xmlns=\"urn:vorplex:ipapp\">"
       "<name>a-b</name></l3>\n");
   const std::string file = Write("entry.xml", text);
-  EXPECT_EQ(OutputOf({"fix", "--suggested", "--write", file}), "");
+  const ProcessResult result = Ipav({"fix", "--suggested", "--write", file});
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            "corrected: L3 interface name a.b contains invalid characters "
+            "(allowed characters: 0-9, a-z, A-Z, _, -)\n"
+            "  suggested: name the interface a-b-2\n"
+            "corrected: l3 a-b-2 ipv4 address 10.0.0.0/24 cannot be configured "
+            "as network address.\n"
+            "  suggested: give l3 a-b-2 the address 10.0.0.1/24, which this "
+            "configuration leaves free\n");
   std::string expected = text;
   expected.replace(expected.find("a.b"), 3, "a-b-2");
   expected.replace(expected.find("10.0.0.0"), 8, "10.0.0.1");
@@ -366,7 +415,6 @@ TEST_F(FixTest, NoOptionIsNamedIfNoneHelps) {
 
 TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
   const std::string file = TwoFaults();
-  // Two points report the first fault.
   const ProcessResult list = Ipav({"check", "--all", "--suggest", file});
   EXPECT_THAT(list.out,
               HasSubstr("  fix F1.1 (safe): keep 10.0.0.1/24 once\n"));
@@ -381,6 +429,20 @@ TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
       Ipav({"fix", "--only", id[1], "--only", "F1.1", "--write", file});
   EXPECT_EQ(both.status, 0) << both.err;
   EXPECT_EQ(Ipav({"check", file}).status, 0);
+}
+
+TEST_F(FixTest, AFaultThatTwoPointsReportHasOneSetOfIds) {
+  const Words arguments = {"--running", kRunning,
+                           kBranch + "route-through-own-address.xml"};
+  const ProcessResult list =
+      Ipav(Joined({"check", "--all", "--suggest"}, arguments));
+  EXPECT_EQ(CountOf("  fix F1.2 (suggested): remove the static", list.out), 2U);
+  EXPECT_EQ(CountOf("fix F2.", list.out), 0U);
+  const ProcessResult fix = Ipav(Joined({"fix", "--only", "F1.2"}, arguments));
+  EXPECT_EQ(fix.status, 0);
+  EXPECT_EQ(fix.err, "");
+  EXPECT_THAT(Ipav(Joined({"fix", "--only", "F2.2"}, arguments)),
+              IsBadInput("no fix has the id F2.2"));
 }
 
 TEST_F(FixTest, WrongIdsAndFilesAreRefused) {

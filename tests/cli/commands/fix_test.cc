@@ -109,24 +109,26 @@ std::vector<FixCase> InterfaceCases() {
   };
 }
 
+// Two overlapping networks; `more` belongs to the larger one.
+std::string NestedIpv6(const std::string& more) {
+  return InterfacesXml(
+      "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><address>"
+      "<ip>2001:db8::1/64</ip></address>" +
+      more +
+      "</ipv6></l3>"
+      "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><ipv6><address>"
+      "<ip>2001:db8::1:0:0:1/127</ip></address></ipv6></l3>");
+}
+
 std::vector<FixCase> AddressCases() {
   const std::string ra =
       "<nd><ra><max-interval>600</max-interval><min-interval>198</min-interval>"
       "<lifetime>1800</lifetime></ra></nd>";
-  const auto nested_ipv6 = [](const std::string& more) {
-    return InterfacesXml(
-        "<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name><ipv6><address>"
-        "<ip>2001:db8::1/64</ip></address>" +
-        more +
-        "</ipv6></l3>"
-        "<l3 xmlns=\"urn:vorplex:ipapp\"><name>b</name><ipv6><address>"
-        "<ip>2001:db8::1:0:0:1/127</ip></address></ipv6></l3>");
-  };
   return {
-      {"interface-overlap", "", nested_ipv6(ra), {}},
+      {"interface-overlap", "", NestedIpv6(ra), {}},
       {"interface-overlap",
        "",
-       nested_ipv6(""),
+       NestedIpv6(""),
        {"suggested: narrow l3 a to 2001:db8::1/80"}},
       {"address-is-network",
        "",

@@ -6,6 +6,7 @@
 
 #include "host/base/bytes.h"
 #include "host/confd/path.h"
+#include "nettypes/address_space.h"
 
 namespace ipav::fixer {
 
@@ -33,15 +34,28 @@ bool IsNew(const Subject& subject, const lyd_node* entry) {
          subject.running.AtPath(confd::PrintPath(entry)) == nullptr;
 }
 
-// The address leaf that has this value because of the change; null without one.
-const lyd_node* TakerOf(const Subject& subject, const std::string& value) {
+// The VRF of the interface that has the node at the path.
+std::string VrfAt(const Subject& subject, const std::string& path) {
+  const bool is_there = subject.candidate.AtPath(path) != nullptr;
+  const DataView& view = is_there ? subject.candidate : subject.running;
+  return messages::VrfOf(view, InterfaceOf(view.AtPath(path)));
+}
+
+// The address leaf that has the value, which the path had, because of the
+// change, in the same address space; null without one.
+const lyd_node* TakerOf(const Subject& subject, const std::string& path,
+                        const std::string& value) {
   const DataView& view = subject.candidate;
+  const std::string vrf = VrfAt(subject, path);
   const auto has_taken = [&](const lyd_node* leaf) {
     const lyd_node* before = subject.running.AtPath(confd::PrintPath(leaf));
     return messages::TextOf(leaf) == value && before != nullptr &&
            messages::TextOf(before) != value;
   };
   for (const lyd_node* interface : InterfacesOf(view)) {
+    if (!nettypes::ShareAddressSpace(vrf, messages::VrfOf(view, interface))) {
+      continue;
+    }
     for (const char* family : {"ipv4", "ipv6"}) {
       const auto leaves = messages::AddressesOf(view, interface, family);
       const auto found = std::find_if(leaves.begin(), leaves.end(), has_taken);
@@ -64,7 +78,7 @@ void ProposeToLeave(const Subject& subject, const std::string& first,
     edits.push_back({Edit::Kind::kRestore, path, "", ""});
     paths += (paths.empty() ? "" : " and ") + path;
     values += (values.empty() ? "" : " and ") + value;
-    const lyd_node* taker = TakerOf(subject, value);
+    const lyd_node* taker = TakerOf(subject, path, value);
     if (taker != nullptr) path = confd::PrintPath(taker);
   }
   const std::string as_before =

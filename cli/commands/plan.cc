@@ -4,7 +4,9 @@
 
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
+#include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -75,6 +77,14 @@ struct PlanOptions {
 void RequireOwnFolders(const std::vector<Device>& devices) {
   std::map<std::string, std::string> goals;
   for (const Device& device : devices) {
+    const std::filesystem::path name = device.name;
+    const bool leads_elsewhere = std::any_of(
+        name.begin(), name.end(),
+        [](const auto& part) { return part == "." || part == ".."; });
+    if (leads_elsewhere || name.empty()) {
+      throw std::runtime_error(device.candidate +
+                               ": has no name for a folder of --output");
+    }
     const auto [known, is_new] = goals.emplace(device.name, device.candidate);
     if (!is_new) {
       throw std::runtime_error("the folder " + device.name +

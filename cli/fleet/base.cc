@@ -138,9 +138,17 @@ class Base {
   }
 
   void SetRunning(Device* device) {
-    const std::string own = std::exchange(device->running, "");
-    for (const std::string& name : {own, device->candidate}) {
-      if (!name.empty() && device->running.empty()) UseBlob(name, device);
+    device->running.clear();
+    const fs::path candidate = device->candidate;
+    std::vector<fs::path> names = {candidate};
+    if (candidate.stem() == "candidate" &&
+        fs::path(device->name).filename() != "candidate") {
+      // Of the folder, whether or not it is in the work tree.
+      const fs::path folder = candidate.parent_path();
+      names = {folder / "running.xml", folder / "running.json", candidate};
+    }
+    for (const fs::path& name : names) {
+      if (device->running.empty()) UseBlob(name, device);
     }
   }
 

@@ -25,6 +25,8 @@ using base::FileDescriptor;
 using datastore::InputError;
 using Words = std::vector<std::string>;
 
+constexpr const char* kLink = "120000";  // mode of a symbolic link
+
 std::system_error FailedCall(const char* call) {
   return {errno, std::generic_category(), call};
 }
@@ -130,7 +132,9 @@ GitRevision::GitRevision(const std::string& root, const std::string& name) {
     Blob blob;
     blob.root = root;
     words >> mode >> type >> blob.id >> blob.size;
-    if (type == "blob") files_.emplace(line.substr(tab + 1), blob);
+    // The text of a symbolic link is not that of a configuration.
+    if (type != "blob" || mode == kLink) continue;
+    files_.emplace(line.substr(tab + 1), blob);
   }
   const Words changed =
       SplitAtNul(Git(root, {"diff", "--name-only", "-z", "--no-renames",

@@ -25,7 +25,7 @@ class GitRevision {
   // commit, and not an option.
   GitRevision(const std::string& root, const std::string& name);
 
-  // The files of the revision.
+  // The files of the revision, without symbolic links.
   const std::map<std::string, Blob>& files() const { return files_; }
 
   // Those of them that have other bytes in the work tree, or are not there.

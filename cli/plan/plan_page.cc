@@ -81,7 +81,7 @@ class Columns {
   // The column, from 2, of a bracket from one commit to a later one.
   std::size_t Take(std::size_t from, std::size_t to) {
     auto free = std::find_if(ends_.begin(), ends_.end(),
-                             [&](std::size_t end) { return end <= from; });
+                             [&](std::size_t end) { return end < from; });
     if (free == ends_.end()) free = ends_.insert(free, 0);
     *free = to;
     return static_cast<std::size_t>(free - ends_.begin()) + 2;

@@ -201,6 +201,9 @@ TEST_F(PlanFleetTest, DevicesThatWouldShareAFolderAreRefused) {
             "of " +
                 r1_ + " and of " + in() + "/other/candidate.xml\n");
   EXPECT_FALSE(std::filesystem::exists(in() + "/plans"));
+  const std::string odd = Write("...xml", "");  // without its ending: ..
+  EXPECT_THAT(Ipav({"plan", "--output", in() + "/plans", r1_, odd}),
+              IsBadInput(odd + ": has no name for a folder of --output"));
 }
 
 TEST_F(PlanFleetTest, ADeviceWhoseProcessIsKilledIsOneResult) {

@@ -95,6 +95,25 @@ TEST_F(BaseTest, JudgesWhatChangedAgainstTheRevision) {
                                     "input, 0 failed\n"));
 }
 
+// A link has no text of its own, and its file may have changed anywhere.
+TEST_F(BaseTest, ALinkIsAlwaysJudged) {
+  Copy(kBad, "../bad.xml");
+  In("ln -s ../bad.xml devices/link.xml && git add -A && " + Commit());
+  const ProcessResult result = In("ipav check --base HEAD devices");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.out, StartsWith("devices/link.xml: refused "));
+}
+
+TEST_F(BaseTest, ARunningConfigurationThatWasDeletedCounts) {
+  Copy(kRunning, "own/candidate.xml");
+  const ProcessResult result =
+      In("rm devices/own/running.xml && ipav check --base HEAD --format json "
+         "devices");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out,
+              HasSubstr("\"running\":\"HEAD:devices/own/running.xml\""));
+}
+
 TEST_F(BaseTest, NothingToJudgeIsAccepted) {
   const ProcessResult nothing = {
       0, "0 devices: 0 accepted, 0 refused, 0 bad input, 0 failed\n", ""};

@@ -177,6 +177,25 @@ std::vector<FixCase> AddressCases() {
   };
 }
 
+// A former address in another address space is not taken from anyone.
+std::vector<FixCase> SpaceCases() {
+  const auto three = [](const std::string& a, const std::string& c) {
+    const std::string l3 = "<l3 xmlns=\"urn:vorplex:ipapp\"><name>";
+    const std::string ip = "<ipv4><address><ip>";
+    const std::string end = "</ip></address></ipv4></l3>";
+    return InterfacesXml(l3 + "a</name>" + ip + a + end + l3 + "b</name>" + ip +
+                         "10.0.1.1/24" + end + l3 + "c</name><vrf>blue</vrf>" +
+                         ip + c + end);
+  };
+  return {{"interface-overlap",
+           three("10.0.0.1/24", "10.5.0.1/24"),
+           three("10.0.1.5/24", "10.0.0.1/24"),
+           {"suggested: leave /config/interface/l3{a}/ipv4/address/ip as it is "
+            "in the running configuration: 10.0.0.1/24",
+            "suggested: narrow l3 a to 10.0.1.5/30, and narrow l3 b to "
+            "10.0.1.1/30"}}};
+}
+
 std::vector<FixCase> RouteCases() {
   return {
       {"route-next-hop-is-own",
@@ -280,8 +299,8 @@ std::vector<FixCase> TimerCases() {
 // At least one for each message of the catalogue that has a fix.
 std::vector<FixCase> Cases() {
   std::vector<FixCase> all = InterfaceCases();
-  for (const auto& more :
-       {AddressCases(), RouteCases(), OspfCases(), TimerCases()}) {
+  for (const auto& more : {AddressCases(), SpaceCases(), RouteCases(),
+                           OspfCases(), TimerCases()}) {
     all.insert(all.end(), more.begin(), more.end());
   }
   return all;

@@ -20,6 +20,7 @@
 #include "cli/options.h"
 #include "cli/reading.h"
 #include "cli/report/json/json.h"
+#include "cli/report/json/shallow_json.h"
 #include "cli/session/edit_judge.h"
 #include "cli/session/worker.h"
 #include "host/base/file_descriptor.h"
@@ -39,8 +40,9 @@ using session::Worker;
 constexpr char kSessionNotes[] =
     "Each line of standard input is a JSON object:\n"
     "  {\"id\": ID, \"arguments\": [\"check\", ...], \"texts\": {NAME: TEXT}}\n"
-    "A text, if there are any, is what the command reads instead of the file\n"
-    "of that name. With --running, it may also ask for the verdict on edits:\n"
+    "An ID is a string or a number. A text, if there are any, is what the\n"
+    "command reads instead of the file of that name. With --running, it may\n"
+    "also ask for the verdict on edits:\n"
     "  {\"id\": ID, \"edits\": [{\"path\": PATH, \"value\": TEXT}, ...]}\n"
     "A path is one of ipav diff. An edit without a value deletes the node. "
     "The\n"
@@ -115,9 +117,13 @@ ordered_json Parse(const std::string& line) {
     throw std::runtime_error("the request is longer than " +
                              std::to_string(kMaxLine) + " bytes");
   }
-  auto request = ordered_json::parse(line, nullptr, false);
+  ordered_json request = report::ParseShallow(line);
   if (!request.is_object()) {
     throw std::runtime_error("the request is not a JSON object");
+  }
+  const ordered_json id = request.value("id", ordered_json());
+  if (!id.is_string() && !id.is_number() && !id.is_null()) {
+    throw std::runtime_error("the id is neither a number nor a string");
   }
   return request;
 }
@@ -125,7 +131,7 @@ ordered_json Parse(const std::string& line) {
 std::vector<engine::Edit> EditsOf(const ordered_json& json) {
   std::vector<engine::Edit> edits;
   try {
-    for (const ordered_json& edit : json) {
+    for (const auto& edit : json.get_ref<const ordered_json::array_t&>()) {
       edits.push_back({edit.at("path"), std::nullopt});
       if (edit.contains("value")) edits.back().value = edit.at("value");
     }

@@ -19,6 +19,16 @@ std::size_t UnitsOf(char first_byte) {
   return static_cast<unsigned char>(first_byte) >= 0xf0 ? 2 : 1;
 }
 
+constexpr std::size_t kBlock = 1024;  // bytes
+
+std::size_t UnitsIn(std::string_view text) {
+  std::size_t units = 0;
+  for (const char each : text) {
+    if (!base::IsContinuation(each)) units += UnitsOf(each);
+  }
+  return units;
+}
+
 // The start of the character after the one at `at`.
 std::size_t NextCharacter(std::string_view text, std::size_t at) {
   ++at;
@@ -55,16 +65,22 @@ Span Document::SpanOf(const Range& range) const {
   return {begin, std::max(begin, OffsetOf(range.end))};
 }
 
+std::size_t Document::UnitsBefore(std::size_t offset) const {
+  const std::string_view text = text_;
+  while (units_.size() <= offset / kBlock) {
+    const std::size_t block = (units_.size() - 1) * kBlock;
+    units_.push_back(units_.back() + UnitsIn(text.substr(block, kBlock)));
+  }
+  const std::size_t rest = offset % kBlock;
+  return units_[offset / kBlock] + UnitsIn(text.substr(offset - rest, rest));
+}
+
 Position Document::PositionOf(std::size_t offset) const {
   offset = std::min(offset, text_.size());
   const auto next = std::upper_bound(lines_.begin(), lines_.end(), offset);
   const auto line = std::prev(next);
-  Position position{
-      static_cast<std::size_t>(std::distance(lines_.begin(), line)), 0};
-  for (std::size_t at = *line; at < offset; at = NextCharacter(text_, at)) {
-    position.character += UnitsOf(text_[at]);
-  }
-  return position;
+  return {static_cast<std::size_t>(std::distance(lines_.begin(), line)),
+          UnitsBefore(offset) - UnitsBefore(*line)};
 }
 
 std::size_t Document::OffsetOfPlace(std::size_t line,
@@ -92,6 +108,7 @@ void Document::Replace(const Span& span, std::string_view text) {
   lines_.erase(first, lines_.end());
   // 2. The text, and the starts in its new part.
   text_.replace(span.begin, span.end - span.begin, text);
+  units_.resize(std::min(units_.size(), span.begin / kBlock + 1));
   const std::size_t end = span.begin + text.size();
   for (std::size_t at = std::max(span.begin, std::size_t{1}); at <= end; ++at) {
     if (IsLineStart(at)) lines_.push_back(at);

@@ -39,9 +39,13 @@ class Document {
 
  private:
   bool IsLineStart(std::size_t offset) const;
+  std::size_t UnitsBefore(std::size_t offset) const;
 
   std::string text_;
   std::vector<std::size_t> lines_;  // where they start
+  // The UTF-16 code units before each block of the text, as far as somebody
+  // asked: a line may be the whole text.
+  mutable std::vector<std::size_t> units_ = {0};
 };
 
 }  // namespace ipav::cli::lsp

@@ -109,6 +109,7 @@ void OpenDocument::Forget() {
   is_judged_ = false;
   report_.reset();
   fixes_.reset();
+  has_changes_ = false;
   changes_.reset();
 }
 
@@ -131,7 +132,7 @@ void OpenDocument::TakeFixes(const session::Answer& answer) {
 }
 
 void OpenDocument::TakeChanges(const session::Answer& answer) {
-  changes_ = 0;
+  has_changes_ = true;
   const Json json = Json::parse(answer.output, nullptr, false);
   if (json.is_object() && json.contains("changes")) {
     changes_ = json.at("changes").size();

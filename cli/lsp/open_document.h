@@ -48,7 +48,7 @@ class OpenDocument {
   // Whether the plug-in judged the text.
   bool has_verdict() const;
   bool has_fixes() const { return fixes_.has_value(); }
-  bool has_changes() const { return changes_.has_value(); }
+  bool has_changes() const { return has_changes_; }
 
   // Whether a refusal is shown in that range.
   bool HasRefusalIn(const Range& range) const;
@@ -83,7 +83,8 @@ class OpenDocument {
   bool is_judged_ = false;  // the members below are of the present text
   std::optional<report::DeviceReport> report_;
   std::optional<report::DeviceReport> fixes_;
-  std::optional<std::size_t> changes_;
+  bool has_changes_ = false;
+  std::optional<std::size_t> changes_;  // none if `ipav diff` failed
 };
 
 }  // namespace ipav::cli::lsp

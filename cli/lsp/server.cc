@@ -9,6 +9,7 @@
 
 #include "cli/lsp/features.h"
 #include "cli/lsp/uri.h"
+#include "cli/report/json/shallow_json.h"
 
 namespace ipav::cli::lsp {
 
@@ -18,10 +19,13 @@ const std::string& UriIn(const Json& params) {
   return params.at("textDocument").at("uri").get_ref<const std::string&>();
 }
 
+bool Has(const Json& json, const char* pointer) {
+  return json.contains(Json::json_pointer(pointer));
+}
+
 // A member of members; null if one of them is missing.
 Json At(const Json& json, const char* pointer) {
-  const Json::json_pointer at(pointer);
-  return json.contains(at) ? json.at(at) : Json();
+  return Has(json, pointer) ? json.at(Json::json_pointer(pointer)) : Json();
 }
 
 bool IsTrue(const Json& json, const char* pointer) {
@@ -127,9 +131,9 @@ void Server::Receive(const Message& message) {
     client_.ShowError("ipav: a document is too large to be judged");
     return;
   }
-  const Json json = Json::parse(message.content, nullptr, false);
+  const Json json = report::ParseShallow(message.content);
   if (json.is_discarded()) {
-    client_.Fail(nullptr, kParseError, "not JSON");
+    client_.Fail(nullptr, kParseError, "not JSON, or too deep");
   } else {
     Dispatch(json);
   }
@@ -229,8 +233,10 @@ void Server::Shutdown(const Json& id, const Json& /*params*/) {
 
 void Server::Exit(const Json& /*params*/) { state_ = State::kOver; }
 
-// Settings are {"running": FILE}, also below the name of the server.
+// Settings are {"running": FILE}, also below the name of the server. Without it
+// they change nothing.
 void Server::Configure(const Json& settings) {
+  if (!Has(settings, "/ipav/running") && !Has(settings, "/running")) return;
   Json running = At(settings, "/ipav/running");
   if (!running.is_string()) running = At(settings, "/running");
   workspace_.settings().running = running.is_string() && running != ""

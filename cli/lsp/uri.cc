@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 
 namespace ipav::cli::lsp {
@@ -42,7 +43,7 @@ std::optional<std::string> PathOf(const std::string& uri) {
   if (rest.empty() || rest.front() != '/') return std::nullopt;
   std::string path = Decoded(rest);
   if (path.find('\0') != std::string::npos) return std::nullopt;
-  return path;
+  return std::filesystem::path(path).lexically_normal().string();
 }
 
 std::string FileUri(const std::string& path) {

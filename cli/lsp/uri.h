@@ -7,8 +7,8 @@
 
 namespace ipav::cli::lsp {
 
-// The absolute path in "file:///path" or "file://localhost/path"; none in
-// another URI.
+// The absolute path in "file:///path" or "file://localhost/path", without "."
+// and ".."; none in another URI.
 std::optional<std::string> PathOf(const std::string& uri);
 
 std::string FileUri(const std::string& path);

@@ -80,7 +80,8 @@ const OpenDocument* Workspace::FindFile(const std::string& name) const {
 std::string Workspace::RunningOf(const OpenDocument& document) const {
   const fs::path file = document.name();
   if (!settings_.running.empty()) {
-    const fs::path running = fs::path(settings_.root) / settings_.running;
+    const fs::path running =
+        (fs::path(settings_.root) / settings_.running).lexically_normal();
     return running == file ? "" : running.string();
   }
   if (!file.is_absolute() || file.stem() == "running") return "";

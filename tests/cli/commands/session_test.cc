@@ -58,8 +58,8 @@ TEST_F(SessionTest, AnswersAsTheCommandsDo) {
   const std::vector<std::pair<Json, Json>> table = {
       {{{"id", 1}, {"arguments", check}},
        Answer(1, 1, refused.out, refused.err)},
-      {{{"id", {"any", 2}}, {"arguments", {"points"}}},
-       Answer({"any", 2}, 0, OutputOf({"points"}), "")},
+      {{{"id", 2.5}, {"arguments", {"points"}}},
+       Answer(2.5, 0, OutputOf({"points"}), "")},
       {{{"id", "texts"},
         {"arguments", texts},
         {"texts", {{"old.xml", good}, {"new.xml", good}}}},
@@ -102,6 +102,12 @@ TEST_F(SessionTest, SurvivesWrongLines) {
       7, 2, "",
       "ipav: a request has a list of strings 'arguments', and may have an "
       "object of strings 'texts'\n");
+  const Json wrong_id =
+      Answer(nullptr, 2, "", "ipav: the id is neither a number nor a string\n");
+  const auto deep = [](std::size_t depth) {
+    return R"({"id": 7, "texts": )" + std::string(depth, '[') + "\"]{\\\"\"" +
+           std::string(depth, ']') + "}";
+  };
   const std::string version = R"({"id": 8, "arguments": ["--version"]})";
   const Json good = Answer(8, 0, OutputOf({"--version"}), "");
   const std::vector<std::pair<std::string, Json>> table = {
@@ -109,6 +115,11 @@ TEST_F(SessionTest, SurvivesWrongLines) {
       {"[]", not_json},
       {"{\"id\": 7", not_json},
       {"{\"id\": \"\xff\"}", not_json},
+      {deep(128), not_json},
+      {deep(200000), not_json},
+      {deep(127), wrong},
+      {R"({"id": [7], "arguments": []})", wrong_id},
+      {R"({"id": true, "edits": []})", wrong_id},
       {R"({"id": 7})", wrong},
       {R"({"id": 7, "arguments": "check"})", wrong},
       {R"({"id": 7, "arguments": ["check", 1]})", wrong},
@@ -179,17 +190,18 @@ TEST_F(SessionTest, JudgesEditsAsTheEditedFiles) {
 }
 
 TEST_F(SessionTest, NamesTheEditThatCannotBeMade) {
+  const std::string wrong =
+      "'edits' is a list of objects with the string 'path', which may have a "
+      "string 'value'";
   const std::pair<Json, std::string> cases[] = {
+      {nullptr, wrong},
+      {Json::object(), wrong},
       {{{{"path", "/config/interface/l9"}}},
        "/config/interface/l9: bad path: l9 is unknown to the model"},
       {{{{"path", "/config/interface/l3{none}"}}},
        "/config/interface/l3{none}: there is no such node"},
-      {{{{"value", "1"}}},
-       "'edits' is a list of objects with the string 'path', which may have a "
-       "string 'value'"},
-      {{{{"path", "/config"}, {"value", 1}}},
-       "'edits' is a list of objects with the string 'path', which may have a "
-       "string 'value'"}};
+      {{{{"value", "1"}}}, wrong},
+      {{{{"path", "/config"}, {"value", 1}}}, wrong}};
   for (const auto& [edits, error] : cases) {
     EXPECT_EQ(Answers({Json{{"edits", edits}}.dump()}, "--running " + kRunning),
               std::vector{Answer(nullptr, 2, "", "ipav: " + error + "\n")});

@@ -220,7 +220,7 @@ class RunningTest(LspTest):
         for arguments, params in [
                 (["--running", str(running)], {}),
                 ([], {"initializationOptions": {"running": str(running)}}),
-                ([], {"initializationOptions": {"running": "running.xml"},
+                ([], {"initializationOptions": {"running": "./running.xml"},
                       "rootUri": BRANCH.as_uri()})]:
             with self.subTest(arguments=arguments, **params):
                 client = self.start(*arguments, **params)
@@ -230,8 +230,17 @@ class RunningTest(LspTest):
         self.assertEqual(len(self.verdict(text, "other.xml")), 1)
 
     def test_is_judged_on_its_own(self):
-        uri = self.client.open(BRANCH / "running.xml")
-        self.assertEqual(self.count(self.client, uri), 0)
+        client = self.start(rootUri=self.folder.as_uri(), initializationOptions={
+            "running": ".//running.xml"})
+        text = (BRANCH / "running.xml").read_text()
+        uri = client.open(self.folder / "running.xml", text)
+        self.assertEqual(self.count(client, uri), 0)
+        lenses = client.call("textDocument/codeLens", textDocument={"uri": uri})
+        self.assertEqual(lenses[1]["command"]["title"],
+                         "no running configuration")
+        # The buffer: there is no such file.
+        uri = client.open(self.folder / "new.xml", self.CANDIDATE.read_text())
+        self.assertEqual(self.count(client, uri), 1)
 
     def test_is_the_open_document_if_it_is_open(self):
         uri = self.open(self.CANDIDATE.read_text())
@@ -254,6 +263,11 @@ class RunningTest(LspTest):
         self.client.notify("workspace/didChangeWatchedFiles", changes=[])
         [found] = self.client.published(uri, 1)
         self.assertEqual(found["code"], "ospfv3-vlan-changed")
+        for settings in ({}, None):
+            self.client.notify("workspace/didChangeConfiguration",
+                               settings=settings)
+            [found] = self.client.published(uri, 1)
+            self.assertEqual(found["code"], "ospfv3-vlan-changed")
         file.unlink()
         self.client.notify("textDocument/didSave", textDocument={"uri": uri})
         [found] = self.client.published(uri, 1)
@@ -264,8 +278,9 @@ class PositionsTest(LspTest):
     """Columns are UTF-16 code units, and lines end as the protocol says."""
 
     def test_count_utf16_units(self):
-        for before, units in [("ab", 2), ("äö", 2), ("😀", 2), ("e\u0301", 2)]:
-            with self.subTest(before):
+        for before, units in [("ab", 2), ("äö", 2), ("😀", 2), ("e\u0301", 2),
+                              ("ä😀b" * 1000, 4000)]:
+            with self.subTest(before[:3]):
                 line = f"<description>{before}</description><foo/>"
                 uri = self.open(interface(line))
                 [found] = self.client.published(uri, 1)
@@ -275,6 +290,11 @@ class PositionsTest(LspTest):
                 self.client.change(uri, 2, replacement(
                     3, 27 + units, 27 + units + 6, ""))
                 self.assertEqual(self.client.published(uri, 2), [])
+                self.client.change(uri, 3, insertion(3, 13, "😀"),
+                                   insertion(3, 27 + units + 2, "<foo/>"))
+                [found] = self.client.published(uri, 3)
+                self.assertEqual(found["range"]["start"]["character"],
+                                 27 + units + 2)
 
     def test_know_every_line_end(self):
         for end in ("\n", "\r\n", "\r"):
@@ -362,6 +382,13 @@ class ActionsTest(LspTest):
         uri = self.open(GOOD)
         self.assertEqual(titles(), ["accepted (8 of 8 validation calls)",
                                     "no running configuration"])
+        # It cannot be compared with a file that has gone.
+        running = self.folder / "running.xml"
+        running.write_text((BRANCH / "running.xml").read_text())
+        uri = self.open(GOOD, "other.xml")
+        self.client.published(uri, 1)
+        running.unlink()
+        self.assertEqual(len(titles()), 1)
 
     def test_the_command_of_a_lens_judges_again(self):
         uri = self.open(GOOD)
@@ -400,10 +427,11 @@ class ProtocolTest(LspTest):
         client = self.client
         for content, code in [(b"{", -32700), (b"\xff", -32700),
                               (b"[]", -32600), (b"1", -32600),
+                              (b"[" * 200000 + b"]" * 200000, -32700),
                               (b"{}", -32600), (b'{"id": 1}', -32600),
                               (b'{"id": null, "method": "shutdown"}', -32600),
                               (b'{"id": [], "method": "shutdown"}', -32600)]:
-            with self.subTest(content):
+            with self.subTest(content[:40]):
                 client.send_bytes(b"content-length:%d\r\nX: y\r\n\r\n%s"
                                   % (len(content), content))
                 self.assertEqual(self.error(), code)

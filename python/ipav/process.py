@@ -15,6 +15,7 @@ from typing import IO
 from .errors import InputError, Problem, SessionError
 
 _GRACE = 2.0  # seconds for the process to end by itself
+_PART = 65536  # bytes of an answer, read at once
 _LAST_LINES = 20  # of the process's standard error, in a SessionError
 
 
@@ -28,7 +29,10 @@ class Output:
 
 
 def _end(process: subprocess.Popen[bytes], log: IO[bytes]) -> None:
-    """Ends an idle process; a command that runs is killed with it."""
+    """Ends an idle process; a command that runs is killed with it.
+
+    The pipes have no buffers and so no locks, which other threads might hold.
+    """
     assert process.stdin is not None and process.stdout is not None
     process.stdin.close()
     process.stdout.close()
@@ -38,6 +42,15 @@ def _end(process: subprocess.Popen[bytes], log: IO[bytes]) -> None:
     except subprocess.TimeoutExpired:
         process.kill()
         process.wait()
+
+
+def _end_at_exit(
+    process: subprocess.Popen[bytes], log: IO[bytes], lock: threading.Lock
+) -> None:
+    """Ends the process of nobody, or that of a thread that ends as well."""
+    if lock.locked():  # it has a request, the answer to which nobody awaits
+        process.kill()
+    _end(process, log)
 
 
 class Process:
@@ -94,16 +107,19 @@ class Process:
                 self._stop()
                 raise
 
-    def _exchange(self, line: bytes) -> bytes:
+    def _exchange(self, line: bytes) -> bytearray:
         """Sends a request. Returns the answer. Raises OSError."""
         process = self._started()
         assert process.stdin is not None and process.stdout is not None
         rest = memoryview(line)
         while rest:
             rest = rest[os.write(process.stdin.fileno(), rest) :]
-        answer = process.stdout.readline()
-        if not answer.endswith(b"\n"):
-            raise BrokenPipeError("it ended without an answer")
+        answer = bytearray()
+        while not answer.endswith(b"\n"):
+            part = os.read(process.stdout.fileno(), _PART)
+            if not part:
+                raise BrokenPipeError("it ended without an answer")
+            answer += part
         return answer
 
     def _started(self) -> subprocess.Popen[bytes]:
@@ -112,17 +128,18 @@ class Process:
             self._stop()
         if self._process is None:
             command = [self._find_program(), "session", *self._options]
-            self._log = tempfile.TemporaryFile()
+            self._log = tempfile.TemporaryFile(buffering=0)
             self._process = subprocess.Popen(
                 command,
                 stdin=subprocess.PIPE,
                 stdout=subprocess.PIPE,
                 stderr=self._log,
+                bufsize=0,
                 start_new_session=True,  # Ctrl-C is for this process
             )
             self._folder = folder
             self._finalizer = weakref.finalize(
-                self, _end, self._process, self._log
+                self, _end_at_exit, self._process, self._log, self._lock
             )
         return self._process
 
@@ -136,8 +153,9 @@ class Process:
         return found
 
     def _stop(self) -> None:
-        if self._finalizer is not None:
-            self._finalizer()
+        if self._process is not None and self._finalizer is not None:
+            if self._finalizer.detach():
+                _end(self._process, self._log)
         self._finalizer = None
         self._process = None
 

@@ -5,6 +5,7 @@ with a running configuration of its own beside it, if there is one. In folders
 above, each other file in XML or JSON is a device.
 """
 
+import os
 from collections.abc import Iterable, Iterator
 from pathlib import Path
 
@@ -13,6 +14,7 @@ import pytest
 from . import Error, Report, check
 
 _ENDINGS = (".xml", ".json")
+_EMPTY = pytest.StashKey[set[Path]]()  # folders without a device so far
 
 
 class Refused(Exception):
@@ -60,7 +62,8 @@ def _folders(config: pytest.Config) -> list[Path]:
     chosen: Iterable[Path] = map(Path, config.getoption("ipav") or ())
     settings = config.inipath.parent if config.inipath else config.rootpath
     configured = (settings / name for name in config.getini("ipav"))
-    return [folder.absolute() for folder in list(chosen) or configured]
+    # Without "..", as pytest names the files that it finds.
+    return [Path(os.path.abspath(each)) for each in list(chosen) or configured]
 
 
 def _is_candidate(folder: Path) -> bool:
@@ -99,6 +102,7 @@ def pytest_configure(config: pytest.Config) -> None:
         if not folder.is_dir():
             raise pytest.UsageError(f"--ipav: {folder} is not a folder")
     config.args.extend(map(str, folders))
+    config.stash[_EMPTY] = set(folders)
 
 
 def pytest_collect_file(
@@ -106,8 +110,19 @@ def pytest_collect_file(
 ) -> DeviceFile | None:
     if file_path.suffix not in _ENDINGS:
         return None
-    for folder in _folders(parent.config):
-        if folder in file_path.parents and _is_device(file_path, folder):
-            file: DeviceFile = DeviceFile.from_parent(parent, path=file_path)
-            return file
-    return None
+    folders = {
+        folder
+        for folder in _folders(parent.config)
+        if folder in file_path.parents and _is_device(file_path, folder)
+    }
+    if not folders:
+        return None
+    parent.config.stash[_EMPTY].difference_update(folders)
+    file: DeviceFile = DeviceFile.from_parent(parent, path=file_path)
+    return file
+
+
+def pytest_collection_modifyitems(config: pytest.Config) -> None:
+    empty = config.stash[_EMPTY]
+    if empty:
+        raise pytest.UsageError(f"--ipav: {min(empty)} has no devices")

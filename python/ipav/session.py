@@ -8,7 +8,7 @@ from pathlib import Path
 from typing import TypeAlias, TypeVar
 
 from . import unified
-from .errors import InputError, PluginError, Problem, SessionError
+from .errors import Error, InputError, PluginError, Problem, SessionError
 from .process import Output, Process
 from .results import Correction, Difference, Plan, Point, Report, Rule
 from .results import Verdict, build
@@ -141,6 +141,7 @@ class Session:
                 ]
             }
         )
+        _refuse_death(output, PluginError)
         if not output.output:
             raise _Files().input_error(output.errors)
         return _judged(_parse(Report, output), [])
@@ -182,6 +183,9 @@ class Session:
         A goal that cannot be reached is a plan, too. The options are those of
         `ipav plan`. Raises InputError, PluginError and SessionError.
         """
+        if not is_text(goal) and os.path.isdir(goal):
+            problem = Problem("is a directory, not a file", os.fspath(goal))
+            raise InputError([problem])
         files = _Files()
         output = self._run(
             files, "plan", [goal], "candidate", running,
@@ -250,6 +254,7 @@ class Session:
         if not topic.strip() or "\n" in topic or topic == "-":
             raise InputError([Problem("a topic is one line of text")])
         output = self.run(["explain", "--format=json", "--", topic])
+        _refuse_death(output, SessionError)
         if output.status != 0:
             raise _Files().input_error(output.errors)
         is_point = "point" in json.loads(output.output)[0]
@@ -293,7 +298,7 @@ class Session:
         more: Sequence[str] = (),
         first: Sequence[str] = (),
     ) -> Output:
-        """Runs a command. Raises InputError if it printed nothing."""
+        """Runs a command. Raises an error if it printed nothing."""
         arguments = [command, *more]
         if command != "fix":
             arguments.append("--format=json")
@@ -309,11 +314,19 @@ class Session:
             for number, source in enumerate(sources, 1)
         ]
         output = self.run([*arguments, "--", *first, *names], files.texts)
+        has_plugin = command != "diff"
+        _refuse_death(output, PluginError if has_plugin else SessionError)
         if output.status == 2 and not output.output:
             raise files.input_error(output.errors)
         if output.status == 3 and command != "check":
             raise PluginError(output.errors.strip() or _failure(output.output))
         return output
+
+
+def _refuse_death(output: Output, error: type[Error]) -> None:
+    """Raises the error if a command was killed, or could not print an answer."""
+    if output.status == 3 and not output.output:
+        raise error(output.errors.strip() or "the plug-in failed")
 
 
 def _judged(report: Report, files: list[str]) -> Report:

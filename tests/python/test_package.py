@@ -13,6 +13,7 @@ from pathlib import Path
 import pytest
 
 import ipav
+from ipav.process import Output
 
 ROOT = Path(__file__).parent.parent.parent
 BRANCH = ROOT / "examples/branch-router"
@@ -216,6 +217,25 @@ def test_a_plugin_that_dies_is_an_error_of_one_call():
         assert session.explain("overlap")
 
 
+def test_a_killed_command_is_no_wrong_input(session, monkeypatch):
+    killed = Output(3, "", "ipav: the command was killed by signal: Killed\n")
+    monkeypatch.setattr(session._process, "request", lambda _: killed)
+    for function in (session.check, session.check_all, session.plan, session.fix):
+        with pytest.raises(ipav.PluginError, match="signal: Killed"):
+            function([RUNNING] if function == session.check_all else RUNNING)
+    with pytest.raises(ipav.PluginError, match="signal: Killed"):
+        session.check_edits({})
+    for function in (session.diff, session.explain):
+        with pytest.raises(ipav.SessionError, match="signal: Killed"):
+            function(str(RUNNING))
+
+
+def test_a_folder_is_no_goal():
+    with pytest.raises(ipav.InputError, match="is a directory") as caught:
+        ipav.plan(BRANCH)
+    assert caught.value.file == str(BRANCH)
+
+
 def test_a_session_that_died_starts_again(session):
     first = process_of(session)
     os.kill(first, signal.SIGKILL)
@@ -264,18 +284,26 @@ def test_threads_take_turns(session):
     assert [answers[number] for number in range(len(topics))] == topics
 
 
-def test_a_forked_child_has_a_process_of_its_own(session):
+def test_a_forked_child_has_a_process_of_its_own(session, tmp_path):
     process = process_of(session)
+    pipe = tmp_path / "pipe"
+    os.mkfifo(pipe)
+    thread = threading.Thread(target=session.run, args=(["check", str(pipe)],))
+    thread.start()
+    time.sleep(0.1)  # until it waits for the answer
     child = os.fork()
     if child == 0:
+        signal.alarm(10)
         own = process_of(session)
         session.close()
         os._exit(0 if own != process and is_gone(own) else 1)
     assert os.waitpid(child, 0)[1] == 0
+    pipe.write_text("<a>")
+    thread.join()
     assert process_of(session) == process
 
 
-def test_no_process_is_left():
+def test_no_process_is_left(tmp_path):
     session = ipav.Session()
     process = process_of(session)
     session.close()
@@ -287,11 +315,21 @@ def test_no_process_is_left():
     script = "import ipav, os; ipav.explain('overlap'); " + (
         "print(ipav._shared._process.number, flush=True); {}"
     )
-    for end in ("pass", "raise ValueError", "os.kill(os.getpid(), 9)", "os._exit(0)"):
+    os.mkfifo(tmp_path / "pipe")
+    waiting = (
+        "import threading, time; "
+        "threading.Thread(target=ipav.check, args=['pipe'], daemon=True).start(); "
+        "time.sleep(0.1)"
+    )
+    ends = ("pass", "raise ValueError", "os.kill(os.getpid(), 9)", "os._exit(0)")
+    for end in (*ends, waiting):
         done = subprocess.run(
             [sys.executable, "-c", script.format(end)],
             stdout=subprocess.PIPE,
             stderr=subprocess.DEVNULL,
             text=True,
+            cwd=tmp_path,
+            env={**os.environ, "PYTHONPATH": str(ROOT / "python")},
+            timeout=10,
         )
         assert is_gone(int(done.stdout)), end

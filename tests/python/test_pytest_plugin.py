@@ -55,3 +55,21 @@ def test_the_settings_name_folders(pytester):
     result = run(pytester, "--ipav=nowhere")
     assert result.ret == 4
     result.stderr.fnmatch_lines(["*--ipav: */nowhere is not a folder"])
+
+
+def test_a_folder_is_named_from_below(pytester, monkeypatch):
+    make_devices(pytester)
+    monkeypatch.chdir(pytester.mkdir("below"))
+    run(pytester, "--ipav=../devices/good").assert_outcomes(passed=1)
+
+
+def test_each_folder_has_devices(pytester):
+    make_devices(pytester)
+    pytester.mkdir("empty")
+    result = run(pytester, "--ipav=devices/good", "--ipav=empty")
+    assert result.ret == 4
+    result.stderr.fnmatch_lines(["*--ipav: */empty has no devices"])
+    # Tests that are not chosen are there, and a test may be of two folders.
+    folders = ("--ipav=devices", "--ipav=devices/good")
+    result = run(pytester, *folders, "-k", "good and not bad")
+    result.assert_outcomes(passed=1, deselected=2)

@@ -233,6 +233,24 @@ class RepositoryTest(JobTest):
         result = self.run_commands(script)
         self.assertEqual(result.returncode, 1)
 
+    def test_the_hook_judges_the_changed_device_only(self):
+        devices = self.candidate.parent.parent
+        for name in ("second", "third"):
+            shutil.copytree(self.candidate.parent, devices / name)
+        self.run_commands("git add -A && git commit -qm m")
+        example, good, _ = CHANGES[REFUSED]
+        shutil.copy(pathlib.Path(EXAMPLES) / example / good, self.candidate)
+        hook = self.root / "packaging/git/pre-commit"
+        result = self.run_commands(
+            f"ln -s {hook} .git/hooks/pre-commit\n"
+            "git add -A\ngit commit -m m 2>&1\n")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        judged = [line for line in result.stdout.splitlines()
+                  if " validation calls made)" in line]
+        self.assertEqual(len(judged), 1, result.stdout)
+        self.assertIn(str(self.candidate.relative_to(self.repository)),
+                      judged[0])
+
     def test_pre_commit_finds_the_hook(self):
         (repository,) = yaml.safe_load(examples()["precommit"])["repos"]
         (wanted,) = repository["hooks"]

@@ -66,7 +66,8 @@ class Session:
 
     `program` is the file of ipav: by default $IPAV, else `ipav` in $PATH.
     `plugin` and `yang` replace the installed plug-in and data model. `running` is
-    the file of the configuration that check_edits() changes.
+    the file of the running configuration of every request that names none, and
+    what check_edits() changes.
     """
 
     def __init__(
@@ -84,6 +85,7 @@ class Session:
             if file is not None
         ]
         self._process = Process(program, options)
+        self._running = None if running is None else os.path.abspath(running)
 
     def __enter__(self) -> "Session":
         return self
@@ -188,7 +190,7 @@ class Session:
             raise InputError([problem])
         files = _Files()
         output = self._run(
-            files, "plan", [goal], "candidate", running,
+            files, "plan", [goal], "candidate", self._before(running),
             {"each": each, "verdicts": verdicts, "timeout": timeout},
         )  # fmt: skip
         return _parse(Plan, output)
@@ -214,7 +216,7 @@ class Session:
         text = files.texts[name]
         options = {"suggested": suggested, "timeout": timeout}
         output = self._run(
-            files, "fix", [candidate], "candidate", running, options,
+            files, "fix", [candidate], "candidate", self._before(running), options,
             [f"--only={fix_id}" for fix_id in only],
         )  # fmt: skip
         text = unified.apply(text, output.output)
@@ -239,6 +241,7 @@ class Session:
         Raises InputError and SessionError.
         """
         files = _Files()
+        running = self._before(running)
         before = files.add("{}" if running is None else running, "running")
         output = self._run(
             files, "diff", [candidate], "candidate", None,
@@ -275,6 +278,9 @@ class Session:
             {"arguments": list(arguments), "texts": dict(texts or {})}
         )
 
+    def _before(self, running: Source | None) -> Source | None:
+        return self._running if running is None else running
+
     def _check(
         self,
         files: _Files,
@@ -282,7 +288,8 @@ class Session:
         running: Source | None,
         **options: bool | int | None,
     ) -> tuple[Report, ...]:
-        output = self._run(files, "check", candidates, "candidate", running, options)
+        before = self._before(running)
+        output = self._run(files, "check", candidates, "candidate", before, options)
         if not output.output:
             raise files.input_error(output.errors)
         return _parse(_Run, output).devices

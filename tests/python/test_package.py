@@ -187,6 +187,10 @@ def test_edits_of_a_running_configuration_are_judged():
         assert session.check_edits({})
         route = "/config/interface/mgmt{eth0}/ipv4"
         assert session.check_edits({route: None})
+        # It is also what other requests without one are judged against.
+        assert session.check(NETWORK) == ipav.check(NETWORK, running=str(RUNNING))
+        assert session.diff(NETWORK) == ipav.diff(NETWORK, running=str(RUNNING))
+        assert session.plan(RUNNING).commits == ()
         for wrong in ({"/config/nothing": "1"}, {ip: "1"}, {"/config": 1}):
             with pytest.raises(ipav.InputError):
                 session.check_edits(wrong)

@@ -143,7 +143,7 @@ class Base {
     std::vector<fs::path> names = {candidate};
     if (candidate.stem() == "candidate" &&
         fs::path(device->name).filename() != "candidate") {
-      // Of the folder, whether or not it is in the work tree.
+      // The file of the revision counts, also if the work tree has none.
       const fs::path folder = candidate.parent_path();
       names = {folder / "running.xml", folder / "running.json", candidate};
     }

@@ -38,7 +38,7 @@ class RequestError : public std::runtime_error {
   ErrorCode code_;
 };
 
-// Of a document; a client need not number its texts.
+// The version of a document, if the client numbers its texts.
 using Version = std::optional<std::int64_t>;
 
 struct Position {

@@ -57,7 +57,7 @@ struct Detour {
 std::vector<Detour> DetoursOf(const PlanReport& report,
                               const planner::Composer& composer);
 
-// "2 commits (fewest, 5 verdicts)", or why there is no plan.
+// "2 commits (fewest, 5 verdicts)", or why no plan was found.
 std::string ResultOf(const PlanReport& report);
 
 // A line for each change, printable.

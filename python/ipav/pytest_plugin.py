@@ -73,7 +73,7 @@ def _is_candidate(folder: Path) -> bool:
 def _is_device(file: Path, folder: Path) -> bool:
     """Whether the file in or below the folder stands for a device."""
     if file.stem == "candidate":
-        # Of two candidates, ipav says which ones there are.
+        # If there are two candidates, ipav names them.
         return file.suffix == ".xml" or not file.with_suffix(".xml").is_file()
     inside = [file.parent, *file.parent.parents]
     inside = inside[: inside.index(folder) + 1]

@@ -238,7 +238,7 @@ class RunningTest(LspTest):
         lenses = client.call("textDocument/codeLens", textDocument={"uri": uri})
         self.assertEqual(lenses[1]["command"]["title"],
                          "no running configuration")
-        # The buffer: there is no such file.
+        # The buffer is read, as no such file exists.
         uri = client.open(self.folder / "new.xml", self.CANDIDATE.read_text())
         self.assertEqual(self.count(client, uri), 1)
 

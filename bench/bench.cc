@@ -1,19 +1,18 @@
-// Measures the rules and merges on networks of any size. A name is
+// Measures the rule for addresses on networks of any size. A name is
 // WHAT/SHAPE/VARIANT/SIZE; variants of one measurement stand beside each other
 // in one run:
 //   indexed   the plug-in
 //   plain     the same by a plain walk, as far as one ends in a minute
-// The sizes are interfaces of four addresses or OSPFv2 rows. report.py turns
-// the JSON output into tables. tests/growth measures whole callbacks.
+// The sizes are interfaces of four addresses. report.py turns the JSON output
+// into tables. tests/growth measures whole callbacks.
 
 #include <benchmark/benchmark.h>
 
 #include <functional>
-#include <list>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "bench/network.h"
 #include "bench/plain_walk.h"
@@ -26,12 +25,9 @@ namespace {
 
 using benchmark::State;
 using ip_application::config_valid::InterfaceType;
-using ip_application::config_valid::L3Config;
-using ip_application::config_valid::Ospfv2Config;
 using ip_application::config_valid::ValidateConfig;
 
 constexpr int kInterfaceCounts[] = {10, 100, 256, 1000, 4000, 16000, 64000};
-constexpr int kOspfRowCounts[] = {16, 160, 1600, 16000};
 
 // With more, a plain walk takes minutes.
 constexpr int kMostPlainInterfaces = 16000;
@@ -66,8 +62,6 @@ std::unique_ptr<Config> ConfigOf(const Records& records) {
   }
   return config;
 }
-
-// ---- The rule for addresses ------------------------------------------------
 
 std::string Addresses(const Config& config, int family) {
   const auto rule = family == 4 ? &ValidateConfig::ValidateInterfaceIPv4
@@ -121,115 +115,6 @@ void RegisterAllAddresses() {
   }
 }
 
-// ---- OSPFv2 ----------------------------------------------------------------
-
-// Four rows for each l3 interface.
-std::vector<OspfIf> OspfRecords(int rows, const std::vector<Interface>& l3) {
-  std::vector<OspfIf> records;
-  for (const Interface& interface : l3) {
-    for (const auto& address : interface.ipv4) {
-      if (static_cast<int>(records.size()) == rows) return records;
-      records.push_back({1, "global", {}, interface.name, {address}});
-    }
-  }
-  return records;
-}
-
-// Interfaces, of which the l3 ones have that many addresses.
-Records OspfNetwork(int rows) {
-  Network network;
-  const int l3s = rows / kAddressesEach;
-  network.interfaces = l3s + (l3s < 14 ? 1 : l3s / 7);  // and loopbacks
-  return RecordsOf(network);
-}
-
-void RegisterOspf(const std::string& what, int rows,
-                  int (ValidateConfig::*rule)(const Config&),
-                  bool (*plain)(const Config&)) {
-  const auto config_of = [](int count) {
-    const Records records = OspfNetwork(count);
-    auto config = ConfigOf(records);
-    for (const OspfIf& record : OspfRecords(count, records.l3)) {
-      config->ospfv2_config().MergeConfigAndInsert(record);
-    }
-    return config;
-  };
-  Register(what, "indexed", rows, [=](State& state) {
-    const auto config = config_of(rows);
-    for (auto _ : state) {
-      ValidateConfig rules;
-      Require((rules.*rule)(*config) == 0, what);
-    }
-  });
-  Register(what, "plain", rows, [=](State& state) {
-    const auto config = config_of(rows);
-    for (auto _ : state) Require(plain(*config), what);
-  });
-}
-
-// ---- Merges ----------------------------------------------------------------
-
-// Merges the records of both families.
-void RegisterMerge(int count) {
-  const std::string what = "merge of interfaces/two reads";
-  const auto records_of = [count] {
-    std::vector<Interface> records(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-      Interface& record = records[static_cast<std::size_t>(i)];
-      record.name = "l3 port-" + std::to_string(i);
-      record.vrf_name = "global";
-    }
-    return records;
-  };
-  Register(what, "indexed", count, [=](State& state) {
-    const std::vector<Interface> records = records_of();
-    for (auto _ : state) {
-      L3Config reader;
-      for (const auto& record : records) reader.MergeConfigAndInsert(record);
-      for (const auto& record : records) reader.MergeConfigAndInsert(record);
-    }
-  });
-  if (count > kMostPlainInterfaces) return;
-  Register(what, "plain", count, [=](State& state) {
-    const std::vector<Interface> records = records_of();
-    for (auto _ : state) {
-      std::vector<Interface> merged;
-      for (const auto& record : records) PlainMerge(record, &merged);
-      for (const auto& record : records) PlainMerge(record, &merged);
-    }
-  });
-}
-
-void RegisterOspfMerge(int rows) {
-  const std::string what = "merge of OSPFv2 rows/4 each";
-  Register(what, "indexed", rows, [=](State& state) {
-    const auto records = OspfRecords(rows, OspfNetwork(rows).l3);
-    for (auto _ : state) {
-      Ospfv2Config reader;
-      for (const auto& record : records) reader.MergeConfigAndInsert(record);
-    }
-  });
-  Register(what, "plain", rows, [=](State& state) {
-    const auto records = OspfRecords(rows, OspfNetwork(rows).l3);
-    for (auto _ : state) {
-      std::list<std::shared_ptr<OspfIf>> merged;
-      for (const auto& record : records) PlainMerge(record, &merged);
-    }
-  });
-}
-
-void RegisterAll() {
-  RegisterAllAddresses();
-  for (const int rows : kOspfRowCounts) {
-    RegisterOspf("rule OSPFv2 addresses/4 rows each", rows,
-                 &ValidateConfig::ValidateOspfv2, PlainOspfAddresses);
-    RegisterOspf("rule OSPFv2 VRFs/4 rows each", rows,
-                 &ValidateConfig::ValidateOspfv2Vrf, PlainOspfVrfs);
-    RegisterOspfMerge(rows);
-  }
-  for (const int count : kInterfaceCounts) RegisterMerge(count);
-}
-
 }  // namespace
 
 }  // namespace ipav::bench
@@ -237,7 +122,7 @@ void RegisterAll() {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-  ipav::bench::RegisterAll();
+  ipav::bench::RegisterAllAddresses();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

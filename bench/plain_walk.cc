@@ -112,80 +112,12 @@ std::string Addresses(const Config& config, const InterfaceConfig& changed) {
   return WithOtherKinds<Family>(config, changed);
 }
 
-using Masks = std::list<IPv4AddrMask>;
-
-bool AllIn(const Masks& others, const Masks& masks) {
-  return std::all_of(masks.begin(), masks.end(), [&](const auto& mask) {
-    return std::find(others.begin(), others.end(), mask) != others.end();
-  });
-}
-
-bool HasAddressesOf(const OspfIf& ospf_if, const Interface& interface) {
-  const Masks& known = ospf_if.addresses();
-  return AllIn(interface.ipv4, known) &&
-         (known.size() >= interface.ipv4.size() ||
-          AllIn(known, interface.ipv4));
-}
-
-template <typename Rule>
-bool EveryAssignmentHolds(const Config& config, Rule rule) {
-  for (const auto type : {InterfaceType::kL3, InterfaceType::kLoopback}) {
-    for (const auto& ospf_if : config.ospfv2_config().interfaces()) {
-      for (const auto& interface : config.intf_by_type(type)->interfaces()) {
-        if (interface.name == ospf_if->intf_name() &&
-            !rule(*ospf_if, interface)) {
-          return false;
-        }
-      }
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 std::string PlainAddresses(const Config& config, int family) {
   const InterfaceConfig& l3 = *config.intf_by_type(InterfaceType::kL3);
   return family == 4 ? Addresses<Ipv4>(config, l3)
                      : Addresses<Ipv6>(config, l3);
-}
-
-bool PlainOspfAddresses(const Config& config) {
-  return EveryAssignmentHolds(config, HasAddressesOf);
-}
-
-bool PlainOspfVrfs(const Config& config) {
-  return EveryAssignmentHolds(
-      config, [](const OspfIf& ospf_if, const Interface& interface) {
-        return ospf_if.vrf_name() == interface.vrf_name;
-      });
-}
-
-void PlainMerge(const Interface& interface, std::vector<Interface>* records) {
-  for (Interface& known : *records) {
-    if (known.name != interface.name) continue;
-    if (known.ipv4.empty() && !interface.ipv4.empty()) {
-      known.ipv4 = interface.ipv4;
-    } else if (known.ipv6.empty() && !interface.ipv6.empty()) {
-      known.ipv6 = interface.ipv6;
-    }
-    return;
-  }
-  records->push_back(interface);
-}
-
-void PlainMerge(const OspfIf& ospf_if,
-                std::list<std::shared_ptr<OspfIf>>* records) {
-  for (const auto& known : *records) {
-    if (known->intf_name() != ospf_if.intf_name() ||
-        known->process_id() != ospf_if.process_id() ||
-        known->vrf_name() != ospf_if.vrf_name()) {
-      continue;
-    }
-    known->AddAddress(ospf_if.addresses().front());
-    return;
-  }
-  records->push_back(std::make_shared<OspfIf>(ospf_if));
 }
 
 }  // namespace ipav::bench

@@ -32,26 +32,31 @@ constexpr std::size_t kShownChanges = 25;
 // configuration may be one line.
 constexpr std::size_t kCharactersAround = 80;
 
-void AddNovelty(Novelty novelty, Html* html) {
-  html->Markup("<span class=\"badge");
-  if (novelty == Novelty::kRemoved) {
-    html->Markup(" removed");
-  } else if (novelty != Novelty::kUnchanged) {
-    html->Markup(" new");
-  }
-  html->Markup("\">").Text(WordOf(novelty)).Markup("</span>");
+// The class of a node's state.
+const char* ClassOf(Novelty novelty) {
+  if (novelty == Novelty::kRemoved) return " removed";
+  return novelty == Novelty::kUnchanged ? "" : " new";
 }
 
-void AddRow(const char* name, std::string_view value, Html* html) {
-  if (value.empty()) return;
-  html->Markup("<dt>").Text(name).Markup("</dt><dd>").Text(value);
-  html->Markup("</dd>\n");
+Html Badge(Novelty novelty) {
+  return Html().Markup("<span class=\"badge{}\">{}</span>", ClassOf(novelty),
+                       WordOf(novelty));
 }
 
-void AddCodeRow(const char* name, std::string_view value, Html* html) {
+void AddRow(const char* name, const std::string& value, Html* html) {
   if (value.empty()) return;
-  html->Markup("<dt>").Text(name).Markup("</dt><dd><code>").Path(value);
-  html->Markup("</code></dd>\n");
+  html->Markup("<dt>{}</dt><dd>{}</dd>\n", name, value);
+}
+
+void AddCodeRow(const char* name, const std::string& value, Html* html) {
+  if (value.empty()) return;
+  html->Markup("<dt>{}</dt><dd><code>{}</code></dd>\n", name,
+               Html().Path(value));
+}
+
+void AddNote(const std::string& note, Html* html) {
+  if (note.empty()) return;
+  html->Markup("<p class=\"note\">{}</p>\n", note);
 }
 
 // --- Source lines
@@ -85,34 +90,28 @@ void AddSourceLine(const Place& place, Html* html) {
   const bool cut = left > kCharactersAround || place.skipped > 0;
   const std::string_view shown =
       base::FirstCharacters(after, kCharactersAround);
-  html->Markup("<pre><span class=\"line\">").Number(place.line);
-  html->Markup("</span><code>").Text(cut ? "…" : "").Text(before);
-  html->Markup("<mark>").Text(marked).Markup("</mark>").Text(shown);
-  html->Text(shown.size() < after.size() ? "…" : "");
-  html->Markup("</code></pre>\n");
+  html->Markup(
+      "<pre><span class=\"line\">{}</span><code>{}{}<mark>{}</mark>{}{}"
+      "</code></pre>\n",
+      place.line, cut ? "…" : "", before, marked, shown,
+      shown.size() < after.size() ? "…" : "");
 }
 
 // --- Findings
 
-void AddPlace(const Place& place, Html* html) {
-  html->Markup("<p class=\"file\">").Text(place.file).Markup(":");
-  html->Number(place.line).Markup(":").Number(place.column).Markup("</p>\n");
-  AddSourceLine(place, html);
-}
-
 void AddSide(const Culprit& culprit, Html* html) {
-  html->Markup(R"(<li class="side"><p class="role"><strong>)");
-  html->Text(culprit.role.empty() ? "node" : culprit.role);
-  html->Markup("</strong> ");
+  html->Markup(R"(<li class="side"><p class="role"><strong>{}</strong> )",
+               culprit.role.empty() ? "node" : culprit.role);
   if (!culprit.value.empty()) {
-    html->Markup("<code class=\"value\">").Text(culprit.value);
-    html->Markup("</code> ");
+    html->Markup("<code class=\"value\">{}</code> ", culprit.value);
   }
-  AddNovelty(culprit.novelty, html);
-  html->Markup("</p>\n<p class=\"path\"><code>").Path(culprit.path);
-  html->Markup("</code></p>\n");
+  html->Markup("{}</p>\n<p class=\"path\"><code>{}</code></p>\n",
+               Badge(culprit.novelty), Html().Path(culprit.path));
   if (culprit.place.has_value()) {
-    AddPlace(*culprit.place, html);
+    const Place& place = *culprit.place;
+    html->Markup("<p class=\"file\">{}:{}:{}</p>\n", place.file, place.line,
+                 place.column);
+    AddSourceLine(place, html);
   } else {
     html->Markup("<p class=\"file\">Not written in a file of its own.</p>\n");
   }
@@ -134,24 +133,19 @@ bool NamesAnAddress(const DeviceView* view, std::size_t finding) {
 
 void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
                 Html* html) {
-  html->Markup(R"(<article class="finding" id=")").Text(id);
-  html->Markup("\" aria-labelledby=\"").Text(id).Markup("-text\">\n");
-  html->Markup(R"(<h4 class="text" id=")").Text(id).Markup("-text\">");
-  html->Text(finding.text).Markup("</h4>\n");
+  html->Markup(
+      R"(<article class="finding" id="{0}" aria-labelledby="{0}-text">
+<h4 class="text" id="{0}-text">{1}</h4>
+)",
+      id, finding.text);
   if (!finding.culprits.empty()) {
     html->Markup("<ul class=\"sides\">\n");
     for (const Culprit& culprit : finding.culprits) AddSide(culprit, html);
     html->Markup("</ul>\n");
   }
-  if (finding.is_standing) {
-    html->Markup("<p class=\"note\">").Text(kStanding).Markup("</p>\n");
-  }
-  if (finding.is_behind) {
-    html->Markup("<p class=\"note\">").Text(kBehind).Markup("</p>\n");
-  }
-  if (!finding.note.empty()) {
-    html->Markup("<p class=\"note\">").Text(finding.note).Markup("</p>\n");
-  }
+  if (finding.is_standing) AddNote(kStanding, html);
+  if (finding.is_behind) AddNote(kBehind, html);
+  AddNote(finding.note, html);
   html->Markup("<dl>\n");
   AddRow("What to do", finding.advice, html);
   if (finding.fixes && finding.fixes->empty()) AddRow("Fix", kNoFix, html);
@@ -164,13 +158,11 @@ void AddFinding(const Finding& finding, const std::string& id, bool in_plan,
   AddRow("Rule", finding.title, html);
   AddCodeRow("Validation point", finding.point, html);
   AddCodeRow("Data path", finding.path, html);
-  if (!finding.anchor.empty()) {
-    AddCodeRow("Read more", "docs/messages.md#" + finding.anchor, html);
-  }
+  AddCodeRow("Read more", LinkOf(finding), html);
   html->Markup("</dl>\n");
   if (in_plan) {
-    html->Markup("<p><a href=\"#").Text(id);
-    html->Markup("-plan\">Show in the address plan</a></p>\n");
+    html->Markup("<p><a href=\"#{}-plan\">Show in the address plan</a></p>\n",
+                 id);
   }
   html->Markup("</article>\n");
 }
@@ -183,9 +175,7 @@ void AddFindings(const DeviceReport& device, const DeviceView* view,
     AddFinding(device.findings[i], id + "-f" + std::to_string(i + 1),
                NamesAnAddress(view, i), html);
   }
-  if (device.more_findings.empty()) return;
-  html->Markup("<p class=\"note\">").Text(device.more_findings);
-  html->Markup("</p>\n");
+  AddNote(device.more_findings, html);
 }
 
 void AddRestart(const DeviceReport& device, const DeviceView* view,
@@ -196,7 +186,7 @@ void AddRestart(const DeviceReport& device, const DeviceView* view,
     if (listed != each.state) {
       std::string heading = HeadingOf(each.state);
       heading.front() = static_cast<char>(std::toupper(heading.front()));
-      html->Markup("<h3>").Text(heading).Markup("</h3>\n");
+      html->Markup("<h3>{}</h3>\n", heading);
     }
     listed = each.state;
     if (each.is_of_change) {
@@ -214,43 +204,36 @@ void AddRestart(const DeviceReport& device, const DeviceView* view,
 
 // --- What else was said
 
-void AddWarning(const Answer& answer, Html* html) {
-  html->Markup("<li>").Text(answer.text.value_or("(without a text)"));
-  html->Markup(" <code>").Text(answer.opaque).Markup("</code> <code>");
-  html->Path(answer.path).Markup("</code></li>\n");
-}
-
 void AddRemarks(const DeviceReport& device, Html* html) {
   const commit::Outcome& outcome = device.outcome;
   Html items;
   for (const std::string& advice : device.advice) {
-    items.Markup("<li>").Text(advice).Markup("</li>\n");
+    items.Markup("<li>{}</li>\n", advice);
   }
   for (const Answer& answer : outcome.answers) {
-    const bool warns = Accepts(answer) && answer.result != CONFD_OK;
-    if (warns) AddWarning(answer, &items);
+    if (!Accepts(answer) || answer.result == CONFD_OK) continue;
+    items.Markup("<li>{} <code>{}</code> <code>{}</code></li>\n",
+                 answer.text.value_or("(without a text)"), answer.opaque,
+                 Html().Path(answer.path));
   }
   for (const std::string& fault : outcome.faults) {
-    items.Markup("<li>").Text(fault).Markup("</li>\n");
+    items.Markup("<li>{}</li>\n", fault);
   }
   for (const std::string& what : outcome.left_open) {
-    items.Markup("<li>The plug-in left ").Text(what);
-    items.Markup(" open.</li>\n");
+    items.Markup("<li>The plug-in left {} open.</li>\n", what);
   }
   if (!outcome.output.empty()) {
-    items.Markup("<li>The plug-in wrote: ").Text(outcome.output);
-    items.Markup("</li>\n");
+    items.Markup("<li>The plug-in wrote: {}</li>\n", outcome.output);
   }
   if (items.size() == 0) return;
-  html->Markup("<h3>Warnings</h3>\n<ul class=\"warnings\">\n").Add(items);
-  html->Markup("</ul>\n");
+  html->Markup("<h3>Warnings</h3>\n<ul class=\"warnings\">\n{}</ul>\n", items);
 }
 
 void AddFailure(const commit::Outcome& outcome, Html* html) {
   html->Markup("<h3>Failure of the plug-in</h3>\n");
   const auto add = [&](const std::string& text, const std::string& point,
                        const std::string& path) {
-    html->Markup("<p class=\"text\">").Text(text).Markup("</p>\n<dl>\n");
+    html->Markup("<p class=\"text\">{}</p>\n<dl>\n", text);
     AddCodeRow("Validation point", point, html);
     AddCodeRow("Data path", path, html);
     html->Markup("</dl>\n");
@@ -264,15 +247,6 @@ void AddFailure(const commit::Outcome& outcome, Html* html) {
 
 // --- Changes
 
-void AddValues(const ChangeLine& change, Html* html) {
-  for (const std::string& value : change.before) {
-    html->Markup("<del>").Text(value).Markup("</del>");
-  }
-  for (const std::string& value : change.after) {
-    html->Markup("<ins>").Text(value).Markup("</ins>");
-  }
-}
-
 void AddChangeTable(const std::vector<ChangeLine>& changes, Html* html) {
   html->Markup(
       "<table class=\"changes\"><caption class=\"unseen\">Changes from the "
@@ -281,10 +255,14 @@ void AddChangeTable(const std::vector<ChangeLine>& changes, Html* html) {
       "<del>running</del> and <ins>candidate</ins></th></tr></thead>\n<tbody>"
       "\n");
   for (const ChangeLine& change : changes) {
-    html->Markup("<tr><th scope=\"row\">");
-    AddNovelty(change.novelty, html);
-    html->Markup(" <code>").Path(change.path).Markup("</code></th><td>");
-    AddValues(change, html);
+    html->Markup("<tr><th scope=\"row\">{} <code>{}</code></th><td>",
+                 Badge(change.novelty), Html().Path(change.path));
+    for (const std::string& value : change.before) {
+      html->Markup("<del>{}</del>", value);
+    }
+    for (const std::string& value : change.after) {
+      html->Markup("<ins>{}</ins>", value);
+    }
     html->Markup("</td></tr>\n");
   }
   html->Markup("</tbody></table>\n");
@@ -297,15 +275,14 @@ void AddChanges(const DeviceReport& device,
     html->Markup("<p>Nothing.</p>\n");
     return;
   }
-  const std::string count = Count(changes.size(), "change", "changes");
   const bool is_first = device.running.empty();
   if (!is_first && changes.size() <= kShownChanges) {
     AddChangeTable(changes, html);
     return;
   }
-  html->Markup("<details class=\"more\"><summary>").Text(count);
-  if (is_first) html->Markup(", since nothing was configured");
-  html->Markup("</summary>\n");
+  html->Markup("<details class=\"more\"><summary>{}{}</summary>\n",
+               Count(changes.size(), "change", "changes"),
+               is_first ? ", since nothing was configured" : "");
   AddChangeTable(changes, html);
   html->Markup("</details>\n");
 }
@@ -313,21 +290,18 @@ void AddChanges(const DeviceReport& device,
 // --- The device
 
 void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
-  html->Markup("<h2 id=\"").Text(id).Markup("-name\">");
+  html->Markup("<h2 id=\"{}-name\">", id);
   AddVerdict(device.status, kPageVerdicts, html);
-  html->Markup(" ").Text(device.candidate).Markup("</h2>\n");
-  html->Markup("<p class=\"facts\">");
+  html->Markup(" {}</h2>\n<p class=\"facts\">", device.candidate);
   if (device.running.empty()) {
     html->Markup("Judged as a first configuration.");
   } else {
-    html->Markup("Judged against <code>").Text(device.running);
-    html->Markup("</code>.");
+    html->Markup("Judged against <code>{}</code>.", device.running);
   }
   if (device.status != kBadInput) {
-    html->Markup(" ").Number(device.outcome.answers.size());
-    html->Markup(" of ").Number(device.outcome.planned);
-    html->Markup(" validation calls made").Text(RestartCalls(device));
-    html->Markup(".");
+    html->Markup(" {} of {} validation calls made{}.",
+                 device.outcome.answers.size(), device.outcome.planned,
+                 RestartCalls(device));
   }
   html->Markup("</p>\n");
 }
@@ -335,16 +309,16 @@ void AddHead(const DeviceReport& device, const std::string& id, Html* html) {
 }  // namespace
 
 void AddVerdict(ExitStatus status, const PageVerdicts& words, Html* html) {
-  html->Markup("<span class=\"verdict ");
-  html->Text(status > kRefused ? "failed" : kPageVerdicts.at(status));
-  html->Markup("\">").Text(words.at(status)).Markup("</span>");
+  html->Markup("<span class=\"verdict {}\">{}</span>",
+               status > kRefused ? "failed" : kPageVerdicts.at(status),
+               words.at(status));
 }
 
 void AddRefusal(const DeviceReport& device, const DeviceView* view,
                 const std::string& id, Html* html) {
   if (device.status == kBadInput) {
     for (const std::string& error : device.input_errors) {
-      html->Markup("<p class=\"text\">").Text(error).Markup("</p>\n");
+      html->Markup("<p class=\"text\">{}</p>\n", error);
     }
   }
   if (device.status == kPluginFailed) AddFailure(device.outcome, html);
@@ -355,8 +329,9 @@ void AddRefusal(const DeviceReport& device, const DeviceView* view,
 Html DeviceSection(const DeviceReport& device, const DeviceView* view) {
   const std::string id = "d" + std::to_string(device.number);
   Html html;
-  html.Markup(R"(<section class="device" id=")").Text(id);
-  html.Markup("\" aria-labelledby=\"").Text(id).Markup("-name\">\n");
+  html.Markup(
+      "<section class=\"device\" id=\"{0}\" aria-labelledby=\"{0}-name\">\n",
+      id);
   AddHead(device, id, &html);
   AddRefusal(device, view, id, &html);
   AddRemarks(device, &html);

@@ -40,15 +40,14 @@ void Copy(std::FILE* from, std::FILE* to) {
 }
 
 void AddListRow(const PageEntry& device, const PageWords& words, Html* html) {
-  html->Markup(R"(<tr><th scope="row"><a href="#d)").Number(device.number);
-  html->Markup("\">").Text(device.name).Markup("</a></th><td>");
+  html->Markup("<tr><th scope=\"row\"><a href=\"#d{}\">{}</a></th><td>",
+               device.number, device.name);
   AddVerdict(device.status, words.verdicts, html);
   html->Markup("</td><td>");
   const std::vector<std::string>& texts = device.problems;
   if (!texts.empty()) html->Text(texts.front());
   if (texts.size() > 1) {
-    html->Markup(" <span class=\"count\">and ");
-    html->Number(texts.size() - 1).Markup(" more</span>");
+    html->Markup(" <span class=\"count\">and {} more</span>", texts.size() - 1);
   }
   html->Markup("</td></tr>\n");
 }
@@ -118,24 +117,22 @@ Html HtmlWriter::Head() const {
       "<meta name=\"color-scheme\" content=\"light dark\" />\n"
       "<meta name=\"generator\" content=\"ipav " IPAV_VERSION
       "\" />\n"
-      "<title>");
-  html.Text(is_one ? last_ : count);
-  html.Text(": " + verdicts).Markup("</title>\n<style>\n");
-  html.Markup(kPageStyle);
-  html.Markup("</style>\n</head>\n<body>\n<a class=\"skip\" href=\"#main\">");
-  html.Markup("Skip to the results</a>\n").Markup(kHatch);
-  html.Markup("<header>\n<h1>")
-      .Text(words_.title)
-      .Markup("</h1>\n<p>")
-      .Text(count);
-  html.Text(": " + verdicts + ".").Markup("</p>\n</header>\n");
+      "<title>{}: {}</title>\n<style>\n",
+      is_one ? last_ : count, verdicts);
+  html.Markup(kPageStyle)
+      .Markup(
+          "</style>\n</head>\n<body>\n<a class=\"skip\" href=\"#main\">"
+          "Skip to the results</a>\n");
+  html.Markup(kHatch).Markup(
+      "<header>\n<h1>{}</h1>\n<p>{}: {}.</p>\n</header>\n", words_.title, count,
+      verdicts);
   if (is_one) return html;
-  html.Markup("<nav aria-label=\"").Text(words_.headings);
-  html.Markup("\">\n<table class=\"list\"><thead><tr><th scope=\"col\">");
-  html.Text(words_.heading).Markup("</th><th scope=\"col\">Verdict</th>");
-  html.Markup("<th scope=\"col\">").Text(words_.problem);
-  html.Markup("</th></tr></thead>");
-  html.Markup("\n<tbody>\n").Add(list_).Markup("</tbody></table>\n</nav>\n");
+  html.Markup(
+      "<nav aria-label=\"{}\">\n<table class=\"list\"><thead><tr>"
+      "<th scope=\"col\">{}</th><th scope=\"col\">Verdict</th>"
+      "<th scope=\"col\">{}</th></tr></thead>\n<tbody>\n{}</tbody></table>\n"
+      "</nav>\n",
+      words_.headings, words_.heading, words_.problem, list_);
   return html;
 }
 

@@ -1,5 +1,6 @@
 #include "cli/report/html/html_text.h"
 
+#include <fmt/args.h>
 #include <fmt/core.h>
 
 #include "host/base/utf8.h"
@@ -70,6 +71,13 @@ std::string Escaped(std::string_view text) {
 
 std::string Count(std::size_t number, const char* one, const char* many) {
   return fmt::format("{} {}", number, number == 1 ? one : many);
+}
+
+Html& Html::Fill(const char* literal, const std::vector<Html>& arguments) {
+  fmt::dynamic_format_arg_store<fmt::format_context> texts;
+  for (const Html& argument : arguments) texts.push_back(argument.page_);
+  page_ += fmt::vformat(literal, texts);
+  return *this;
 }
 
 Html& Html::Text(std::string_view text) {

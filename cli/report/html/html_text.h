@@ -1,6 +1,6 @@
 // The text of a page while it is made. It accepts only markup, which must be a
 // literal of this program, and text from any source, which is escaped in one
-// place.
+// place. Each {} of markup stands for the next argument, {0} for the first one.
 //
 // No available writer fits: libxml2's writer of HTML knows HTML 4 only and
 // needs the whole page as a tree, and none accepts an operator's text with
@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ipav::cli::report {
 
@@ -20,6 +21,10 @@ class Html {
   Html& Markup(const char (&literal)[kSize]) {
     page_.append(literal, kSize - 1);
     return *this;
+  }
+  template <std::size_t kSize, typename... Arguments>
+  Html& Markup(const char (&literal)[kSize], const Arguments&... arguments) {
+    return Fill(literal, {Html::Of(arguments)...});
   }
 
   // For the content of elements and for attributes in quotes.
@@ -36,6 +41,11 @@ class Html {
   std::size_t size() const { return page_.size(); }
 
  private:
+  static Html Of(std::string_view text) { return Html().Text(text); }
+  static Html Of(std::size_t number) { return Html().Number(number); }
+  static const Html& Of(const Html& part) { return part; }
+  Html& Fill(const char* literal, const std::vector<Html>& arguments);
+
   std::string page_;
 };
 

@@ -31,20 +31,16 @@ std::string NameOf(const Prefix& prefix) {
 }
 
 // The state of a prefix as CSS classes.
-void AddState(const Prefix& prefix, Html* html) {
-  if (prefix.InConflict()) html->Markup(" conflict");
-  if (prefix.novelty == Novelty::kRemoved) {
-    html->Markup(" removed");
-  } else if (prefix.novelty != Novelty::kUnchanged) {
-    html->Markup(" new");
-  }
+std::string ClassesOf(const Prefix& prefix) {
+  std::string classes = prefix.InConflict() ? "bar conflict" : "bar";
+  if (prefix.novelty == Novelty::kRemoved) return classes + " removed";
+  return prefix.novelty == Novelty::kUnchanged ? classes : classes + " new";
 }
 
-void AddExtent(const Extent& extent, Html* html) {
+Html Position(const Extent& extent) {
   // Half a pixel of a wide window, so that the smallest bar is visible.
-  html->Markup(" x=\"").Share(extent.begin);
-  html->Markup("\" width=\"").Share(std::max(extent.size, 0.0005));
-  html->Markup("\"");
+  return Html().Markup("x=\"{}\" width=\"{}\"", Html().Share(extent.begin),
+                       Html().Share(std::max(extent.size, 0.0005)));
 }
 
 // One prefix in the picture of a block; `depth` others are around it.
@@ -52,22 +48,17 @@ void AddBar(const Prefix& prefix, const Network& block, std::size_t depth,
             bool has_room, Html* html) {
   const Extent extent = ExtentOf(prefix.network, block);
   const std::size_t y = std::min(depth, kMaxDepth) * kStepOfDepth;
-  const std::size_t height = kStripHeight - y;
-  html->Markup("<svg");
-  AddExtent(extent, html);
-  html->Markup(" y=\"").Number(y).Markup("\" height=\"").Number(height);
-  html->Markup(R"(" overflow="visible"><title>)").Text(NameOf(prefix));
-  html->Markup("</title><rect class=\"bar");
-  AddState(prefix, html);
-  html->Markup(R"(" width="100%" height="100%" />)");
-  html->Markup("</svg>");
+  html->Markup(
+      "<svg {} y=\"{}\" height=\"{}\" overflow=\"visible\"><title>{}</title>"
+      "<rect class=\"{}\" width=\"100%\" height=\"100%\" /></svg>",
+      Position(extent), y, kStripHeight - y, NameOf(prefix), ClassesOf(prefix));
   // Names are not readable over the hatching of conflicts.
   if (!has_room || prefix.InConflict() || extent.size < kNamedShare) return;
   // Not a text element of SVG, which would not be clipped to its bar.
-  html->Markup("<foreignObject class=\"name\"");
-  AddExtent(extent, html);
-  html->Markup(R"( height="100%" aria-hidden="true"><div>)");
-  html->Text(prefix.interface).Markup("</div></foreignObject>");
+  html->Markup(
+      "<foreignObject class=\"name\" {} height=\"100%\" aria-hidden=\"true\">"
+      "<div>{}</div></foreignObject>",
+      Position(extent), prefix.interface);
 }
 
 // Whether nothing is drawn on top of the prefix.
@@ -101,8 +92,8 @@ std::string OwnerOf(const Prefix& prefix) {
 // Those in conflict are drawn last, so that no neighbour covers the edge of a
 // narrow one.
 void AddStrip(const Space& space, const Block& block, Html* html) {
-  html->Markup(R"(<svg class="strip" role="img" aria-label=")");
-  html->Text("Map of " + view::TextOf(block.network)).Markup("\">");
+  html->Markup(R"(<svg class="strip" role="img" aria-label="Map of {}">)",
+               view::TextOf(block.network));
   Html in_conflict;
   std::vector<const Network*> around;
   for (std::size_t i = block.begin; i < block.end; ++i) {
@@ -119,12 +110,10 @@ void AddStrip(const Space& space, const Block& block, Html* html) {
 
 // The bar of a row has no name: the row contains it.
 void AddRowBar(const Prefix& prefix, const Network& network, Html* html) {
-  const Extent extent = ExtentOf(prefix.network, network);
-  html->Markup(R"(<svg class="track" aria-hidden="true"><rect class="bar)");
-  AddState(prefix, html);
-  html->Markup("\"");
-  AddExtent(extent, html);
-  html->Markup(" height=\"100%\" /></svg>");
+  html->Markup(
+      "<svg class=\"track\" aria-hidden=\"true\"><rect class=\"{}\" {} "
+      "height=\"100%\" /></svg>",
+      ClassesOf(prefix), Position(ExtentOf(prefix.network, network)));
 }
 
 }  // namespace ipav::cli::report

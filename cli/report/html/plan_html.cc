@@ -117,9 +117,10 @@ class PlanWriter {
     AddSpaces(changed);
     AddSpaces(quiet);
     if (more.empty()) return;
-    html_.Markup("<details class=\"more\"><summary>");
-    html_.Text(Count(more.size(), "more address space", "more address spaces"));
-    html_.Markup(" without conflict or change</summary>\n");
+    html_.Markup(
+        "<details class=\"more\"><summary>{} without conflict or change"
+        "</summary>\n",
+        Count(more.size(), "more address space", "more address spaces"));
     AddSpaces(more);
     html_.Markup("</details>\n");
   }
@@ -129,8 +130,7 @@ class PlanWriter {
   void AddAnchors(const Prefix& prefix) {
     for (const std::size_t finding : prefix.findings) {
       if (!anchored_.insert(finding).second) continue;
-      html_.Markup("<span id=\"").Text(id_).Markup("-f").Number(finding + 1);
-      html_.Markup("-plan\"></span>");
+      html_.Markup("<span id=\"{}-f{}-plan\"></span>", id_, finding + 1);
     }
   }
 
@@ -138,18 +138,17 @@ class PlanWriter {
     const std::size_t shown = std::min(prefix.overlaps.size(), kShownOverlaps);
     for (std::size_t i = 0; i < shown; ++i) {
       const Prefix& with = space.prefixes[prefix.overlaps[i]];
-      html_.Markup("<span class=\"why\">overlaps with ").Text(OwnerOf(with));
-      html_.Markup(" ").Text(with.text).Markup("</span>");
+      html_.Markup("<span class=\"why\">overlaps with {} {}</span>",
+                   OwnerOf(with), with.text);
     }
     if (shown < prefix.overlaps.size()) {
-      html_.Markup("<span class=\"why\">and with ");
-      html_.Text(Count(prefix.overlaps.size() - shown, "other", "others"));
-      html_.Markup("</span>");
+      html_.Markup("<span class=\"why\">and with {}</span>",
+                   Count(prefix.overlaps.size() - shown, "other", "others"));
     }
     for (const std::size_t finding : prefix.findings) {
-      html_.Markup(R"(<a class="why" href="#)").Text(id_).Markup("-f");
-      html_.Number(finding + 1).Markup("\">named by finding ");
-      html_.Number(finding + 1).Markup("</a>");
+      html_.Markup(
+          "<a class=\"why\" href=\"#{0}-f{1}\">named by finding {1}</a>", id_,
+          finding + 1);
     }
   }
 
@@ -158,20 +157,16 @@ class PlanWriter {
       html_.Markup(" <span class=\"badge conflict\">conflict</span>");
     }
     if (prefix.novelty == Novelty::kUnchanged) return;
-    if (prefix.novelty == Novelty::kRemoved) {
-      html_.Markup(" <span class=\"badge removed\">");
-    } else {
-      html_.Markup(" <span class=\"badge new\">");
-    }
-    html_.Text(ChangeText(prefix)).Markup("</span>");
+    html_.Markup(" <span class=\"badge {}\">{}</span>",
+                 prefix.novelty == Novelty::kRemoved ? "removed" : "new",
+                 ChangeText(prefix));
   }
 
   void AddRow(const Space& space, const Prefix& prefix, const Network& network,
               bool with_anchors) {
     html_.Markup("<tr><th scope=\"row\">");
     if (with_anchors) AddAnchors(prefix);
-    html_.Text(prefix.text);
-    html_.Markup("</th><td>").Text(OwnerOf(prefix));
+    html_.Markup("{}</th><td>{}", prefix.text, OwnerOf(prefix));
     AddBadges(prefix);
     if (with_anchors) AddConflictText(space, prefix);
     html_.Markup("</td><td class=\"place\">");
@@ -181,15 +176,15 @@ class PlanWriter {
 
   void AddTable(const Space& space, const std::vector<std::size_t>& rows,
                 const Network& network, bool with_anchors) {
-    html_.Markup(R"(<table class="plan"><caption class="unseen">Prefixes in )");
-    html_.Text(view::TextOf(network)).Markup(" of ").Text(space.name);
     html_.Markup(
+        "<table class=\"plan\"><caption class=\"unseen\">Prefixes in {} of {}"
         "</caption><colgroup><col class=\"prefix\" /><col />"
         "<col class=\"place\" /></colgroup><thead><tr>"
         "<th scope=\"col\"><span class=\"unseen\">Prefix</span></th>"
         "<th scope=\"col\"><span class=\"unseen\">Interface and state</span>"
         "</th><th scope=\"col\"><span class=\"unseen\">Position in the block"
-        "</span></th></tr></thead>\n<tbody>\n");
+        "</span></th></tr></thead>\n<tbody>\n",
+        view::TextOf(network), space.name);
     for (const std::size_t row : rows) {
       AddRow(space, space.prefixes[row], network, with_anchors);
     }
@@ -200,24 +195,24 @@ class PlanWriter {
 
   void AddFacts(const Totals& totals) {
     if (totals.conflicts > 0) {
-      html_.Markup(" <span class=\"badge conflict\">");
-      html_.Number(totals.conflicts).Markup(" in conflict</span>");
+      html_.Markup(" <span class=\"badge conflict\">{} in conflict</span>",
+                   totals.conflicts);
     }
     if (totals.changes > 0) {
-      html_.Markup(" <span class=\"badge new\">");
-      html_.Number(totals.changes).Markup(" changed</span>");
+      html_.Markup(" <span class=\"badge new\">{} changed</span>",
+                   totals.changes);
     }
   }
 
   void AddConflict(const Space& space, const Conflict& conflict) {
-    html_.Markup("<div class=\"clash\"><h5>Conflict in ");
-    html_.Text(view::TextOf(conflict.network)).Markup("</h5>\n");
+    html_.Markup("<div class=\"clash\"><h5>Conflict in {}</h5>\n",
+                 view::TextOf(conflict.network));
     const auto [shown, left] = SplitRows(space, conflict.rows);
     AddTable(space, shown, conflict.network, true);
     if (!left.empty()) {
-      html_.Markup("<details class=\"more\"><summary>");
-      html_.Text(Count(left.size(), "more prefix", "more prefixes"));
-      html_.Markup(" of this conflict</summary>\n");
+      html_.Markup(
+          "<details class=\"more\"><summary>{} of this conflict</summary>\n",
+          Count(left.size(), "more prefix", "more prefixes"));
       AddTable(space, left, conflict.network, true);
       html_.Markup("</details>\n");
     }
@@ -230,10 +225,9 @@ class PlanWriter {
     const std::size_t shown = std::min(conflicts.size(), kShownConflicts);
     for (std::size_t i = 0; i < shown; ++i) AddConflict(space, conflicts[i]);
     if (shown == conflicts.size()) return;
-    html_.Markup("<details class=\"more\"><summary>");
-    html_.Text(
+    html_.Markup(
+        "<details class=\"more\"><summary>{}</summary>\n",
         Count(conflicts.size() - shown, "more conflict", "more conflicts"));
-    html_.Markup("</summary>\n");
     for (std::size_t i = shown; i < conflicts.size(); ++i) {
       AddConflict(space, conflicts[i]);
     }
@@ -256,20 +250,20 @@ class PlanWriter {
         left += rows.size();
         continue;
       }
-      html_.Markup("<div class=\"changed\"><h5>Changed in ");
-      html_.Text(view::TextOf(block.network)).Markup("</h5>\n");
+      html_.Markup("<div class=\"changed\"><h5>Changed in {}</h5>\n",
+                   view::TextOf(block.network));
       AddTable(space, rows, block.network, false);
       html_.Markup("</div>\n");
     }
     if (left == 0) return;
-    html_.Markup("<p class=\"note\">").Text(Count(left, "change", "changes"));
-    html_.Markup(" more in the blocks below.</p>\n");
+    html_.Markup("<p class=\"note\">{} more in the blocks below.</p>\n",
+                 Count(left, "change", "changes"));
   }
 
   // A block of one prefix needs neither scale nor table.
   void AddSingle(const Prefix& prefix) {
-    html_.Markup(R"(<div class="block"><span class="network">)");
-    html_.Text(prefix.text).Markup("</span> ").Text(OwnerOf(prefix));
+    html_.Markup("<div class=\"block\"><span class=\"network\">{}</span> {}",
+                 prefix.text, OwnerOf(prefix));
     AddBadges(prefix);
     AddRowBar(prefix, prefix.network, &html_);
     html_.Markup("</div>\n");
@@ -278,15 +272,12 @@ class PlanWriter {
   void AddBlock(const Space& space, const Block& block, bool is_open) {
     const std::size_t size = block.end - block.begin;
     if (size == 1) return AddSingle(space.prefixes[block.begin]);
-    html_.Markup("<details class=\"block");
-    if (size > 2) html_.Markup(" some");
-    if (size > 8) html_.Markup(" many");
-    html_.Markup("\"");
-    if (is_open) html_.Markup(" open=\"open\"");
-    html_.Markup("><summary><span class=\"network\">");
-    html_.Text(view::TextOf(block.network)).Markup("</span> ");
-    html_.Markup("<span class=\"count\">");
-    html_.Text(Count(size, "prefix", "prefixes")).Markup("</span>");
+    html_.Markup(
+        "<details class=\"block{}{}\"{}><summary><span class=\"network\">{}"
+        "</span> <span class=\"count\">{}</span>",
+        size > 2 ? " some" : "", size > 8 ? " many" : "",
+        is_open ? Html().Markup(" open=\"open\"") : Html(),
+        view::TextOf(block.network), Count(size, "prefix", "prefixes"));
     AddFacts(TotalsOf(space, block.begin, block.end));
     AddStrip(space, block, &html_);
     html_.Markup("</summary>\n");
@@ -325,12 +316,11 @@ class PlanWriter {
   void AddSpace(const Space& space) {
     const Totals totals = TotalsOf(space, 0, space.prefixes.size());
     ++spaces_;
-    html_.Markup(R"(<section class="space" aria-labelledby=")").Text(id_);
-    html_.Markup("-s").Number(spaces_).Markup("\">\n<h4 id=\"").Text(id_);
-    html_.Markup("-s").Number(spaces_).Markup("\">").Text(space.name);
-    html_.Markup("</h4>\n<p class=\"facts\">");
-    html_.Number(totals.of_family[0]).Markup(" IPv4 and ");
-    html_.Text(Count(totals.of_family[1], "IPv6 prefix", "IPv6 prefixes"));
+    html_.Markup(
+        "<section class=\"space\" aria-labelledby=\"{0}-s{1}\">\n"
+        "<h4 id=\"{0}-s{1}\">{2}</h4>\n<p class=\"facts\">{3} IPv4 and {4}",
+        id_, spaces_, space.name, totals.of_family[0],
+        Count(totals.of_family[1], "IPv6 prefix", "IPv6 prefixes"));
     AddFacts(totals);
     html_.Markup("</p>\n");
     AddConflicts(space);

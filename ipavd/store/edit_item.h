@@ -6,15 +6,24 @@
 #include <libxml/tree.h>
 #include <libyang/libyang.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "ipavd/store/edit_attributes.h"
 #include "ipavd/store/edit_config.h"
 #include "ipavd/store/edit_errors.h"
 
 namespace ipav::store {
+
+enum class Insertion : std::uint8_t { kFirst, kLast, kBefore, kAfter };
+
+struct EditAttributes {
+  std::optional<Operation> operation;
+  std::optional<Insertion> insert;    // lists ordered by the user
+  std::optional<std::string> anchor;  // for kBefore and kAfter: key or value
+  bool is_default = false;            // RFC 6243: the default value
+};
 
 // An element of an edit and the node of the model that it names.
 struct EditItem {

@@ -3,7 +3,6 @@
 #ifndef IPAV_HOST_COMMIT_LIFE_H_
 #define IPAV_HOST_COMMIT_LIFE_H_
 
-#include <functional>
 #include <optional>
 
 #include "host/commit/child.h"
@@ -16,7 +15,7 @@ namespace ipav::commit {
 
 // The input of a commit. All are borrowed.
 struct Configurations {
-  std::function<const datastore::DataTree&()> running;
+  const datastore::DataTree& running;
   const datastore::DataTree& candidate;
   const datastore::Diff& diff;
 };

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -22,10 +21,7 @@ namespace ipav::confd {
 
 class Session {
  public:
-  // Borrows its arguments. `running` returns the running tree, and is called
-  // only when that tree is needed. `diff` is the difference of the two trees.
-  Session(std::function<const datastore::DataTree&()> running,
-          const datastore::DataTree& candidate, const datastore::Diff& diff);
+  // Borrows its arguments. `diff` is the difference of the two trees.
   Session(const datastore::DataTree& running,
           const datastore::DataTree& candidate, const datastore::Diff& diff);
   ~Session();
@@ -38,7 +34,7 @@ class Session {
   static Session& OfCdbSocket(int socket);
   static Session* Current();  // null when none is open
 
-  const datastore::DataTree& running() const { return running_(); }
+  const datastore::DataTree& running() const { return running_; }
   const datastore::DataTree& candidate() const { return candidate_; }
   const datastore::Diff& diff() const { return diff_; }
   PathMemo& candidate_paths() { return candidate_paths_; }
@@ -74,7 +70,7 @@ class Session {
   std::uint64_t call_count() const { return call_count_; }  // in total
 
  private:
-  const std::function<const datastore::DataTree&()> running_;
+  const datastore::DataTree& running_;
   const datastore::DataTree& candidate_;
   const datastore::Diff& diff_;
   PathMemo candidate_paths_;

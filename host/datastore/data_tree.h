@@ -39,11 +39,7 @@ class DataTree {
   static DataTree FromFile(const Model& model, const std::string& path,
                            std::size_t max_size = kMaxInputSize);
 
-  // Reads only the nodes in a piece of XML; nothing if it is not XML or not
-  // data of the model. Complete() adds defaults and plain containers, and
-  // returns false if the model refuses the nodes.
-  static std::optional<DataTree> FromPart(const Model& model,
-                                          const std::string& text);
+  // Adds defaults and plain containers. False if the model refuses the nodes.
   bool Complete();
 
   // Gives up its nodes, for changes; the tree is not used any more.

@@ -57,11 +57,6 @@ const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
 class Diff {
  public:
   Diff(const DataTree& running, const DataTree& candidate);
-
-  // The same, from parts of both that hold everything that differs. The changes
-  // point to nodes of the whole candidate, so that its part may be destroyed.
-  Diff(const DataTree& running_part, const DataTree& candidate_part,
-       const DataTree& candidate);
   Diff(const Diff&) = delete;
   Diff& operator=(const Diff&) = delete;
 
@@ -72,8 +67,6 @@ class Diff {
   const Change* Of(const lyd_node* candidate_node) const;
 
  private:
-  void IndexChanges();
-
   std::vector<Change> top_;
   std::unordered_map<const lyd_node*, const Change*> by_candidate_node_;
 };

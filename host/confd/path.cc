@@ -24,19 +24,14 @@ ConfdError BadPath(const std::string& reason) {
 // Reads a path from left to right.
 class PathReader {
  public:
-  explicit PathReader(const std::string& path) : path_(path) {}
+  explicit PathReader(const std::string& path, std::size_t at = 0)
+      : path_(path), at_(at) {}
 
-  std::vector<PathStep> Read() {
-    std::vector<PathStep> steps;
-    do {
-      if (!Skip('/')) throw BadPath(path_ + " is not absolute");
-      steps.push_back(Step());
-    } while (at_ < path_.size());
-    return steps;
-  }
+  std::size_t at() const { return at_; }
+  bool is_at_end() const { return at_ == path_.size(); }
 
- private:
   PathStep Step() {
+    if (!Skip('/')) throw BadPath(path_ + " is not absolute");
     PathStep step;
     step.name = Until(":/{");
     if (Skip(':')) {
@@ -48,6 +43,7 @@ class PathReader {
     return step;
   }
 
+ private:
   // The rest of a list entry's keys, with the closing brace.
   std::vector<std::string> Keys() {
     std::vector<std::string> keys;
@@ -88,8 +84,45 @@ class PathReader {
   }
 
   const std::string& path_;
-  std::size_t at_ = 0;
+  std::size_t at_;
 };
+
+// The node of the model that a step names below `parent` (null: the root).
+const lysc_node* SchemaOf(const Model& model, const lysc_node* parent,
+                          const PathStep& step) {
+  bool ambiguous = false;
+  const lysc_node* node =
+      model.FindChild(parent, step.prefix, step.name, &ambiguous);
+  if (node == nullptr) {
+    throw BadPath(step.name + (ambiguous ? " is ambiguous, needs a prefix"
+                                         : " is unknown to the model"));
+  }
+  if (!step.keys.empty() &&
+      (node->nodetype != LYS_LIST ||
+       step.keys.size() != Model::FactsOf(*node).key_count)) {
+    throw BadPath("wrong number of keys for " + step.name);
+  }
+  return node;
+}
+
+// What a step names below what the step before it names (null: the first one).
+Target Below(const DataTree& tree, const Target* before, const PathStep& step) {
+  const lysc_node* above = before == nullptr ? nullptr : before->schema;
+  Target target;
+  target.schema = SchemaOf(tree.model(), above, step);
+  target.has_keys = !step.keys.empty();
+  if (above != nullptr && above->nodetype == LYS_LIST && !before->has_keys) {
+    throw BadPath(std::string(above->name) + " needs its keys");
+  }
+  // What is below an absent node is absent, too.
+  if (before != nullptr && before->node == nullptr) return target;
+  if (before != nullptr) target.parent = before->node;
+  const std::vector<std::string_view> keys(step.keys.begin(), step.keys.end());
+  target.node = keys.empty() ? tree.Find(target.parent, *target.schema)
+                             : FindEntry(tree, target.parent, *target.schema,
+                                         keys.data(), keys.size());
+  return target;
+}
 
 std::string PrintKey(const std::string& key) {
   if (!key.empty() && key.find_first_of(" {}\"\\") == std::string::npos) {
@@ -159,53 +192,59 @@ const lyd_node* FindEntry(const DataTree& tree, const lyd_node* parent,
 }
 
 std::vector<PathStep> ParsePath(const std::string& path) {
-  return PathReader(path).Read();
+  PathReader reader(path);
+  std::vector<PathStep> steps;
+  do {
+    steps.push_back(reader.Step());
+  } while (!reader.is_at_end());
+  return steps;
 }
 
 std::vector<const lysc_node*> ResolveSchema(const Model& model,
                                             const std::vector<PathStep>& path) {
   std::vector<const lysc_node*> nodes;
-  const lysc_node* node = nullptr;
   for (const PathStep& step : path) {
-    bool ambiguous = false;
-    node = model.FindChild(node, step.prefix, step.name, &ambiguous);
-    if (node == nullptr) {
-      throw BadPath(step.name + (ambiguous ? " is ambiguous, needs a prefix"
-                                           : " is unknown to the model"));
-    }
-    if (!step.keys.empty() &&
-        (node->nodetype != LYS_LIST ||
-         step.keys.size() != Model::FactsOf(*node).key_count)) {
-      throw BadPath("wrong number of keys for " + step.name);
-    }
-    nodes.push_back(node);
+    const lysc_node* parent = nodes.empty() ? nullptr : nodes.back();
+    nodes.push_back(SchemaOf(model, parent, step));
   }
   return nodes;
 }
 
 Target Resolve(const DataTree& tree, const std::vector<PathStep>& path) {
-  const std::vector<const lysc_node*> nodes = ResolveSchema(tree.model(), path);
-  Target target;
-  for (std::size_t i = 0; i < path.size(); ++i) {
-    const bool at_root = i == 0;
-    const bool is_last = i + 1 == path.size();
-    if (!at_root && target.node == nullptr) {
-      target.parent = nullptr;  // absent with its parent
-    } else {
-      target.parent = target.node;
-      const std::vector<std::string_view> keys(path[i].keys.begin(),
-                                               path[i].keys.end());
-      target.node = keys.empty() ? tree.Find(target.parent, *nodes[i])
-                                 : FindEntry(tree, target.parent, *nodes[i],
-                                             keys.data(), keys.size());
-    }
-    target.schema = nodes[i];
-    target.has_keys = !path[i].keys.empty();
-    if (!is_last && nodes[i]->nodetype == LYS_LIST && !target.has_keys) {
-      throw BadPath(path[i].name + " needs its keys");
-    }
+  // The errors of the model come before those of an entry without keys.
+  static_cast<void>(ResolveSchema(tree.model(), path));
+  Target target = Below(tree, nullptr, path.front());
+  for (std::size_t i = 1; i < path.size(); ++i) {
+    target = Below(tree, &target, path[i]);
   }
   return target;
+}
+
+Target PathMemo::Find(const std::string& path) {
+  // 1. Keep the remembered steps with which the path begins.
+  const auto end = path.begin() + static_cast<std::ptrdiff_t>(
+                                      std::min(path.size(), path_.size()));
+  const auto same = static_cast<std::size_t>(
+      std::mismatch(path.begin(), end, path_.begin()).first - path.begin());
+  const auto is_kept = [&](std::size_t size) {
+    return size <= same && (size == path.size() || path[size] == '/');
+  };
+  while (!steps_.empty() && !is_kept(steps_.back().end)) steps_.pop_back();
+  // 2. Read the others.
+  try {
+    PathReader reader(path, steps_.empty() ? 0 : steps_.back().end);
+    while (steps_.empty() || !reader.is_at_end()) {
+      const PathStep step = reader.Step();
+      const Target* before = steps_.empty() ? nullptr : &steps_.back().target;
+      const Target target = Below(tree_, before, step);
+      steps_.push_back({reader.at(), target});
+    }
+  } catch (const ConfdError&) {
+    steps_.clear();
+    return Resolve(tree_, ParsePath(path));  // throws the first error
+  }
+  path_ = path;
+  return steps_.back().target;
 }
 
 std::string PrintPath(const lyd_node* node) {

@@ -53,6 +53,28 @@ const lyd_node* FindEntry(const datastore::DataTree& tree,
 std::vector<const lysc_node*> ResolveSchema(const datastore::Model& model,
                                             const std::vector<PathStep>& path);
 
+// Resolves paths of one tree, one after another. It is fast for a path that
+// begins like the previous one: shared steps are neither parsed nor looked up
+// again. Most paths of a plug-in share steps, such as the leaves of one entry.
+class PathMemo {
+ public:
+  // Borrows the tree.
+  explicit PathMemo(const datastore::DataTree& tree) : tree_(tree) {}
+
+  // Equals Resolve(tree, ParsePath(path)), including what it throws.
+  Target Find(const std::string& path);
+
+ private:
+  struct Step {
+    std::size_t end;  // of its text
+    Target target;
+  };
+
+  const datastore::DataTree& tree_;
+  std::string path_;         // of the steps
+  std::vector<Step> steps_;  // remembered, from the root
+};
+
 // Path of a data node as an operator writes it: keys in braces, quoted if
 // necessary, no prefixes. ParsePath() reads it back.
 std::string PrintPath(const lyd_node* node);

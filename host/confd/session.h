@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/confd/path_memo.h"
+#include "host/confd/path.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/diff.h"
 

@@ -1,5 +1,3 @@
-#include "host/confd/path_memo.h"
-
 #include <confd_lib.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +6,7 @@
 #include <vector>
 
 #include "host/confd/confd_error.h"
+#include "host/confd/path.h"
 #include "tests/host/fixtures.h"
 
 namespace {
@@ -137,19 +136,6 @@ TEST_F(PathMemoTest, FindsWhatAReadFromTheRootFindsWhateverCameBefore) {
   }
   EXPECT_GT(found, 5000);
   EXPECT_GT(errors, 5000);
-}
-
-TEST_F(PathMemoTest, ReadsOnlyTheStepsThatAreNew) {
-  PathMemo memo(tree_);
-  static_cast<void>(memo.Find("/c/l{e1}/v"));
-  EXPECT_EQ(memo.steps_read(), 3U);
-  static_cast<void>(memo.Find("/c/l{e1}/in/w"));
-  EXPECT_EQ(memo.steps_read(), 5U);
-  static_cast<void>(memo.Find("/c/l{e1}/in"));
-  static_cast<void>(memo.Find("/c/l{e1}/in"));
-  EXPECT_EQ(memo.steps_read(), 5U);
-  static_cast<void>(memo.Find("/c/l{e11}/v"));
-  EXPECT_EQ(memo.steps_read(), 7U);
 }
 
 }  // namespace

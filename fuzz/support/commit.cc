@@ -71,9 +71,9 @@ class Life {
     hostd_.instance = &instance_;
     session_.context().v_opaque = &contexts_;
     session_.context().vcb_opaque = &hostd_;
-    lib_init(contexts_.Slot(kValidationSet));
+    lib_init(&contexts_[kValidationSet]);
   }
-  ~Life() { lib_finish(contexts_.Slot(kValidationSet)); }
+  ~Life() { lib_finish(&contexts_[kValidationSet]); }
   Life(const Life&) = delete;
   Life& operator=(const Life&) = delete;
 

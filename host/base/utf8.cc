@@ -137,21 +137,12 @@ std::string_view FirstCharacters(std::string_view text, std::size_t count) {
 }
 
 std::size_t ValidUtf8Size(std::string_view text) {
-  constexpr std::size_t kBlock = 256;
+  if (IsAscii(text)) return text.size();
   std::size_t size = 0;
   while (size < text.size()) {
-    if (const std::string_view block = text.substr(size, kBlock);
-        IsAscii(block)) {
-      size += block.size();
-      continue;
-    }
-    // To the end of the block, or of the character that crosses its end.
-    const std::size_t block_end = std::min(size + kBlock, text.size());
-    while (size < block_end) {
-      const Utf8Character character = FirstCharacter(text.substr(size));
-      if (!character.is_valid) return size;
-      size += character.size;
-    }
+    const Utf8Character character = FirstCharacter(text.substr(size));
+    if (!character.is_valid) return size;
+    size += character.size;
   }
   return size;
 }

@@ -52,27 +52,6 @@ std::int32_t InSpan(const std::string& what, const Call& call) {
   }
 }
 
-// Sends faults and debug lines to the host as they come.
-class ReportingListener : public services::Listener {
- public:
-  explicit ReportingListener(const Reporter& reporter) : reporter_(reporter) {
-    services::SetListener(this);
-  }
-  ~ReportingListener() override { services::SetListener(nullptr); }
-  ReportingListener(const ReportingListener&) = delete;
-  ReportingListener& operator=(const ReportingListener&) = delete;
-
-  void OnFault(const std::string& message) override {
-    reporter_.Send({kFault, {message}});
-  }
-  void OnDebugLine(const std::string& line) override {
-    reporter_.Send({kDebugLine, {line}});
-  }
-
- private:
-  const Reporter& reporter_;
-};
-
 confd::Keypath KeypathOf(const datastore::Model& model, const PointCall& call) {
   return call.instance != nullptr
              ? confd::KeypathOf(model, call.instance)
@@ -98,13 +77,21 @@ class Validation {
         session_(configurations.running, configurations.candidate,
                  configurations.diff),
         reporter_(reporter),
-        listener_(reporter),
-        slot_(contexts_.Slot(plugin.ValidationPoint())) {
+        slot_(&contexts_[plugin.ValidationPoint()]) {
     hostd_.maapi_socket = confd::Session::maapi_socket();
     hostd_.instance = &instance_;
     session_.context().v_opaque = &contexts_;
     session_.context().vcb_opaque = &hostd_;
+    services::SetListener({[this](const std::string& message) {
+                             reporter_.Send({kFault, {message}});
+                           },
+                           [this](const std::string& line) {
+                             reporter_.Send({kDebugLine, {line}});
+                           }});
   }
+  ~Validation() { services::SetListener({}); }
+  Validation(const Validation&) = delete;
+  Validation& operator=(const Validation&) = delete;
 
   void Run(const std::vector<PointCall>& plan, bool all) {
     if (!Init()) return;
@@ -217,7 +204,6 @@ class Validation {
   const Plugin& plugin_;
   confd::Session session_;
   const Reporter& reporter_;
-  ReportingListener listener_;
   HostdInterface instance_;
   hostd hostd_;
   services::LibraryContexts contexts_;

@@ -268,31 +268,13 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
                                     const lysc_node& list,
                                     const std::string_view* keys,
                                     std::size_t count) const {
-  const lyd_node* entry = FindNearLast(parent, list, keys, count);
-  if (entry != nullptr) return last_entry_ = entry;
-  entry = Find(parent, list);
+  const lyd_node* entry = Find(parent, list);
   if (entry == nullptr) return nullptr;
-  if (IsSmall(entry)) {
-    while (entry != nullptr && !HasKeys(entry, keys, count)) {
-      entry = NextEntry(entry);
-    }
-  } else {
-    entry = FindInIndex(entry, keys, count);
+  if (!IsSmall(entry)) return FindInIndex(entry, keys, count);
+  while (entry != nullptr && !HasKeys(entry, keys, count)) {
+    entry = NextEntry(entry);
   }
-  if (entry != nullptr) last_entry_ = entry;
   return entry;
-}
-
-const lyd_node* DataTree::FindNearLast(const lyd_node* parent,
-                                       const lysc_node& list,
-                                       const std::string_view* keys,
-                                       std::size_t count) const {
-  const lyd_node* entry = last_entry_;
-  while (entry != nullptr && entry->schema != &list) entry = lyd_parent(entry);
-  if (entry == nullptr || lyd_parent(entry) != parent) return nullptr;
-  if (HasKeys(entry, keys, count)) return entry;
-  entry = NextEntry(entry);
-  return entry != nullptr && HasKeys(entry, keys, count) ? entry : nullptr;
 }
 
 const lyd_node* DataTree::FindInIndex(const lyd_node* first_entry,

@@ -67,8 +67,7 @@ class DataTree {
   const lyd_node* Find(const lyd_node* parent, const lysc_node& schema) const;
 
   // The entry of a list with these keys, as text in the order of the model;
-  // null if there is none. Fastest for the entry that was found last, and for
-  // the next one.
+  // null if there is none.
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
                             const std::vector<std::string>& keys) const;
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
@@ -89,12 +88,6 @@ class DataTree {
   bool Parse(const char* text, LYD_FORMAT format);
   bool Validate();
 
-  // Looks at the entry that was found last, or the one of the list that
-  // contains it, and at the next one: callers often read one entry after
-  // another.
-  const lyd_node* FindNearLast(const lyd_node* parent, const lysc_node& list,
-                               const std::string_view* keys,
-                               std::size_t count) const;
   const lyd_node* FindInIndex(const lyd_node* first_entry,
                               const std::string_view* keys,
                               std::size_t count) const;
@@ -103,7 +96,6 @@ class DataTree {
   const Model* model_;
   LYD_FORMAT format_ = LYD_UNKNOWN;
   Nodes tree_;
-  mutable const lyd_node* last_entry_ = nullptr;  // found by its keys
   // By the first entry of a list; made at the first look-up by key.
   mutable std::unordered_map<const lyd_node*, ListIndex> indexes_;
 };

@@ -8,6 +8,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <utility>
 
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
@@ -17,11 +18,11 @@ namespace ipav::services {
 
 namespace {
 
-Listener* g_listener = nullptr;
+Listener g_listener;
 
 }  // namespace
 
-void SetListener(Listener* listener) { g_listener = listener; }
+void SetListener(Listener listener) { g_listener = std::move(listener); }
 
 }  // namespace ipav::services
 
@@ -61,8 +62,7 @@ void* get_lib_context(void* v_opaque, const char* name) {
   CallTrace trace(__func__, name);
   void* context = nullptr;
   if (v_opaque != nullptr && name != nullptr) {
-    context =
-        *static_cast<ipav::services::LibraryContexts*>(v_opaque)->Slot(name);
+    context = (*static_cast<ipav::services::LibraryContexts*>(v_opaque))[name];
   }
   if (trace.is_on()) trace.set_answer(Presence(context));
   trace.End();
@@ -94,18 +94,18 @@ int HostdCdbSessionBase::Socket() const { return socket_; }
 void* get_config_vald_log_handle(void) { return &g_listener; }
 
 void hostmw_vlog_debug(void* /*handle*/, const char* format, va_list args) {
-  if (g_listener == nullptr) return;
+  if (g_listener.on_debug_line == nullptr) return;
   const std::string line = ipav::confd::FormatText(format, args);
   CallTrace trace(__func__, line.c_str());
-  g_listener->OnDebugLine(line);
+  g_listener.on_debug_line(line);
   trace.End();
 }
 
 void hostmw_gen_fault(int /*code*/, const char* /*function*/,
                       const char* /*file*/, int /*line*/, const char* message) {
-  if (g_listener == nullptr) return;
+  if (g_listener.on_fault == nullptr) return;
   CallTrace trace(__func__, message);
-  g_listener->OnFault(message != nullptr ? message : "(no message)");
+  g_listener.on_fault(message != nullptr ? message : "(no message)");
   trace.End();
 }
 

@@ -6,6 +6,7 @@
 
 #include <hostd/hostd.h>
 
+#include <functional>
 #include <map>
 #include <string>
 
@@ -21,27 +22,18 @@ class HostdInterface {};
 namespace ipav::services {
 
 // The object of a call's `v_opaque`: the context of each loaded plug-in, by the
-// name of its validation set.
-class LibraryContexts {
- public:
-  // The slot of a name, for lib_init() and lib_finish(). Its address is stable.
-  void** Slot(const std::string& name) { return &slots_[name]; }
-
- private:
-  std::map<std::string, void*> slots_;
-};
+// name of its validation set. lib_init() and lib_finish() take its address.
+using LibraryContexts = std::map<std::string, void*>;
 
 // Receives the reports of a plug-in besides its answers.
-class Listener {
- public:
-  virtual ~Listener() = default;
-  virtual void OnFault(const std::string& message) = 0;
-  virtual void OnDebugLine(const std::string& line) = 0;
+struct Listener {
+  std::function<void(const std::string& message)> on_fault;
+  std::function<void(const std::string& line)> on_debug_line;
 };
 
-// Sets the listener that receives all reports from now on; null for none.
-// Borrowed.
-void SetListener(Listener* listener);
+// Sets the listener that receives all reports from now on; an empty one for
+// none.
+void SetListener(Listener listener);
 
 }  // namespace ipav::services
 

@@ -21,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/base/bytes.h"
 #include "host/base/trusted_path.h"
 #include "host/datastore/input_file.h"
 
@@ -61,22 +62,11 @@ void ForgetDescriptor(int descriptor) {
   all.erase(std::remove(all.begin(), all.end(), descriptor), all.end());
 }
 
-// FNV-1a: changing one byte always changes the sum.
-std::uint64_t Checksum(std::string_view text) {
-  constexpr std::uint64_t kStart = 0xcbf29ce484222325;
-  constexpr std::uint64_t kPrime = 0x100000001b3;
-  std::uint64_t sum = kStart;
-  for (const char c : text) {
-    sum = (sum ^ static_cast<unsigned char>(c)) * kPrime;
-  }
-  return sum;
-}
-
 std::string FirstLine(const std::string& text) {
   std::array<char, 128> line{};
   static_cast<void>(std::snprintf(line.data(), line.size(),
                                   "%zu bytes, checksum %016" PRIx64 " -->\n",
-                                  text.size(), Checksum(text)));
+                                  text.size(), base::StableHash(text)));
   return std::string(kMark) + line.data();
 }
 

@@ -21,7 +21,7 @@ const Model& ProjectModel() {
   return model;
 }
 
-class HostSeam : public SeamUnderTest, private services::Listener {
+class HostSeam : public SeamUnderTest {
  public:
   HostSeam()
       : running_(DataTree::FromFile(ProjectModel(),
@@ -34,9 +34,11 @@ class HostSeam : public SeamUnderTest, private services::Listener {
     hostd_.instance = &instance_;
     session_.context().v_opaque = &contexts_;
     session_.context().vcb_opaque = &hostd_;
-    services::SetListener(this);
+    services::SetListener(
+        {[this](const std::string& message) { faults_.push_back(message); },
+         [this](const std::string& line) { debug_lines_.push_back(line); }});
   }
-  ~HostSeam() override { services::SetListener(nullptr); }
+  ~HostSeam() override { services::SetListener({}); }
 
   int socket() const override { return confd::Session::maapi_socket(); }
   int thandle() const override {
@@ -44,7 +46,7 @@ class HostSeam : public SeamUnderTest, private services::Listener {
   }
   confd_trans_ctx* tctx() override { return &session_.context(); }
   void set_lib_context(void* context) override {
-    *contexts_.Slot("ip_app_validation") = context;
+    contexts_["ip_app_validation"] = context;
   }
   std::string error_text() override {
     const std::optional<std::string> text = session_.TakeErrorText();
@@ -55,13 +57,6 @@ class HostSeam : public SeamUnderTest, private services::Listener {
   std::vector<std::string> fault_messages() override { return faults_; }
 
  private:
-  void OnFault(const std::string& message) override {
-    faults_.push_back(message);
-  }
-  void OnDebugLine(const std::string& line) override {
-    debug_lines_.push_back(line);
-  }
-
   DataTree running_;
   DataTree candidate_;
   Diff diff_;

@@ -27,16 +27,16 @@ constexpr unsigned kMaxMebibytes = 2047;   // fit a 32-bit address space
 constexpr unsigned kMaxSessions = 1000;
 
 constexpr char kNotes[] =
-    "The UNIX socket is netconf.sock in the state folder. SSH accepts only\n"
-    "public keys. SIGTERM stops the server, SIGHUP makes it read the\n"
-    "authorized keys again.\n"
-    "\n"
-    "Examples:\n"
-    "  ipavd --state /var/lib/ipavd\n"
-    "  ipavd --state demo --ssh 8300 --authorized-keys ~/.ssh/id_ed25519.pub\n"
-    "\n"
-    "Exit status: 0 stopped by a signal or by --once; 2 cannot start or\n"
-    "continue.";
+    R"(The UNIX socket is netconf.sock in the state folder. SSH accepts only
+public keys. SIGTERM stops the server, SIGHUP makes it read the
+authorized keys again.
+
+Examples:
+  ipavd --state /var/lib/ipavd
+  ipavd --state demo --ssh 8300 --authorized-keys ~/.ssh/id_ed25519.pub
+
+Exit status: 0 stopped by a signal or by --once; 2 cannot start or
+continue.)";
 
 // A number of at least `least`, given to `set`; `now` is its default.
 void AddNumber(CLI::App* app, const std::string& name,

@@ -44,17 +44,16 @@ using report::DeviceReport;
 using report::HtmlWriter;
 using report::ReportOutput;
 
-constexpr char kCheckNotes[] =
-    "Examples:\n"
-    "  ipav check --running running.xml candidate.xml\n"
-    "  ipav check --running running.xml --all candidate.xml\n"
-    "  ipav check --running running.xml --every candidate.xml\n"
-    "  ipav check --running running.xml --restore candidate.xml\n"
-    "  ipav check --base origin/main devices/\n"
-    "  ipav check --trace --running running.xml candidate.xml 2> trace.txt\n"
-    "\n"
-    "Exit status: 0 accepted, 1 refused, 2 the input or the command line is\n"
-    "wrong, 3 the plug-in died, threw an exception or did not answer in time.";
+constexpr char kCheckNotes[] = R"(Examples:
+  ipav check --running running.xml candidate.xml
+  ipav check --running running.xml --all candidate.xml
+  ipav check --running running.xml --every candidate.xml
+  ipav check --running running.xml --restore candidate.xml
+  ipav check --base origin/main devices/
+  ipav check --trace --running running.xml candidate.xml 2> trace.txt
+
+Exit status: 0 accepted, 1 refused, 2 the input or the command line is
+wrong, 3 the plug-in died, threw an exception or did not answer in time.)";
 
 // A search for more takes hours.
 constexpr unsigned kMostFindings = 10000;

@@ -30,19 +30,18 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kCommitNotes[] =
-    "The file replaces the whole running configuration of the server. With\n"
-    "--plan, so do the configurations of a plan, one after the other, until "
-    "one\n"
-    "is refused.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav commit --to /var/lib/ipavd/netconf.sock router.xml\n"
-    "  ipav commit --to demo/netconf.sock --validate router.json\n"
-    "  ipav commit --to demo/netconf.sock --plan steps\n"
-    "\n"
-    "Exit status: 0 accepted, 1 refused, 2 the file or the command line is\n"
-    "wrong, or there is no server, 3 the plug-in died, threw an exception or\n"
-    "did not answer in time.";
+    R"(The file replaces the whole running configuration of the server. With
+--plan, so do the configurations of a plan, one after the other, until one
+is refused.
+
+Examples:
+  ipav commit --to /var/lib/ipavd/netconf.sock router.xml
+  ipav commit --to demo/netconf.sock --validate router.json
+  ipav commit --to demo/netconf.sock --plan steps
+
+Exit status: 0 accepted, 1 refused, 2 the file or the command line is
+wrong, or there is no server, 3 the plug-in died, threw an exception or
+did not answer in time.)";
 
 struct CommitOptions {
   Locations locations;

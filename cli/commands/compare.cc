@@ -41,17 +41,16 @@ using report::Version;
 using report::Versions;
 
 constexpr char kCompareNotes[] =
-    "The first --plugin and the first --yang are the old version, the second\n"
-    "ones the new version. An option that is given once is for both versions.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav compare --plugin old.so --plugin new.so devices/\n"
-    "  ipav compare --yang old-yang --yang new-yang --running running.xml "
-    "*.xml\n"
-    "\n"
-    "Exit status: 0 no device differs, 1 a device differs. If none differs: 2\n"
-    "an input is wrong for both versions, or the command line is wrong; 3 the\n"
-    "plug-in failed in the same way in both versions.";
+    R"(The first --plugin and the first --yang are the old version, the second
+ones the new version. An option that is given once is for both versions.
+
+Examples:
+  ipav compare --plugin old.so --plugin new.so devices/
+  ipav compare --yang old-yang --yang new-yang --running running.xml *.xml
+
+Exit status: 0 no device differs, 1 a device differs. If none differs: 2
+an input is wrong for both versions, or the command line is wrong; 3 the
+plug-in failed in the same way in both versions.)";
 
 struct CompareOptions {
   Locations locations;

@@ -16,13 +16,13 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kCompletionNotes[] =
-    "The Debian package installs the scripts. Without it, add to the start\n"
-    "file of the shell:\n"
-    "\n"
-    "Examples:\n"
-    "  source <(ipav completion bash)\n"
-    "  source <(ipav completion zsh)\n"
-    "  ipav completion fish | source";
+    R"(The Debian package installs the scripts. Without it, add to the start
+file of the shell:
+
+Examples:
+  source <(ipav completion bash)
+  source <(ipav completion zsh)
+  ipav completion fish | source)";
 
 std::string ScriptOf(const completion::Syntax& syntax,
                      const std::string& shell) {

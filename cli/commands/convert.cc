@@ -19,15 +19,15 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kConvertNotes[] =
-    "The data does not change: the order of list entries and explicit default\n"
-    "values are kept. Comments, blanks between elements, XML prefixes and the\n"
-    "form of a value that has several, such as 007 for 7, are lost.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav convert candidate.xml\n"
-    "  ipav convert candidate.json --to xml --output candidate.xml\n"
-    "\n"
-    "Exit status: 0 converted; 2 the file cannot be read or written.";
+    R"(The data does not change: the order of list entries and explicit default
+values are kept. Comments, blanks between elements, XML prefixes and the
+form of a value that has several, such as 007 for 7, are lost.
+
+Examples:
+  ipav convert candidate.xml
+  ipav convert candidate.json --to xml --output candidate.xml
+
+Exit status: 0 converted; 2 the file cannot be read or written.)";
 
 struct ConvertOptions {
   Locations locations;

@@ -33,17 +33,17 @@ using datastore::Diff;
 using nlohmann::ordered_json;
 
 constexpr char kDiffNotes[] =
-    "A line begins with + for an added node, - for a deleted one, ~ for a\n"
-    "changed value. An added or deleted list entry is one line with the\n"
-    "number of its leaves; --full lists the leaves, too. The validation calls\n"
-    "of the commit follow in their order, each with the changed nodes that\n"
-    "cause it.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav diff running.xml candidate.xml\n"
-    "  ipav diff --format json running.json candidate.json\n"
-    "\n"
-    "Exit status: 0 both files were read; 2 one could not be read.";
+    R"(A line begins with + for an added node, - for a deleted one, ~ for a
+changed value. An added or deleted list entry is one line with the
+number of its leaves; --full lists the leaves, too. The validation calls
+of the commit follow in their order, each with the changed nodes that
+cause it.
+
+Examples:
+  ipav diff running.xml candidate.xml
+  ipav diff --format json running.json candidate.json
+
+Exit status: 0 both files were read; 2 one could not be read.)";
 
 struct DiffOptions {
   Locations locations;

@@ -30,20 +30,20 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kExplainNotes[] =
-    "A text is a message as an operator saw it, with interfaces and\n"
-    "addresses. A rule has two names: its heading in docs/messages.md, and\n"
-    "its name in findings and SARIF. Without a topic, the validation points\n"
-    "and rules are listed.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav explain ipv4_addr_validation\n"
-    "  ipav explain overlap\n"
-    "  ipav explain interface-overlap\n"
-    "  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'\n"
-    "  ipav check --running running.xml candidate.xml | ipav explain -\n"
-    "  ipav explain --format json overlap\n"
-    "\n"
-    "Exit status: 0 explained, 2 a topic is unknown.";
+    R"(A text is a message as an operator saw it, with interfaces and
+addresses. A rule has two names: its heading in docs/messages.md, and
+its name in findings and SARIF. Without a topic, the validation points
+and rules are listed.
+
+Examples:
+  ipav explain ipv4_addr_validation
+  ipav explain overlap
+  ipav explain interface-overlap
+  ipav explain 'l3 a has duplicated IPv4 address 10.0.0.1'
+  ipav check --running running.xml candidate.xml | ipav explain -
+  ipav explain --format json overlap
+
+Exit status: 0 explained, 2 a topic is unknown.)";
 
 using messages::Message;
 using messages::Point;

@@ -42,22 +42,19 @@ using fixer::Fixer;
 using messages::Finding;
 
 constexpr char kFixNotes[] =
-    "Prints the corrections as a unified diff. A safe correction does not\n"
-    "change what the configuration means; the others are suggestions, which\n"
-    "ipav check --suggest lists with their ids. Each is judged by the "
-    "plug-in:\n"
-    "its refusal is gone, and no other one is new.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav fix --running running.xml candidate.xml\n"
-    "  ipav fix --running running.xml --suggested --write candidate.xml\n"
-    "  ipav fix --running running.xml --only F1.2 candidate.xml | patch -p0\n"
-    "\n"
-    "Exit status: 0 the corrected file is accepted, 1 refusals are left, 2 "
-    "the\n"
-    "input or the command line is wrong, 3 the plug-in died, threw an "
-    "exception\n"
-    "or did not answer in time.";
+    R"(Prints the corrections as a unified diff. A safe correction does not
+change what the configuration means; the others are suggestions, which
+ipav check --suggest lists with their ids. Each is judged by the plug-in:
+its refusal is gone, and no other one is new.
+
+Examples:
+  ipav fix --running running.xml candidate.xml
+  ipav fix --running running.xml --suggested --write candidate.xml
+  ipav fix --running running.xml --only F1.2 candidate.xml | patch -p0
+
+Exit status: 0 the corrected file is accepted, 1 refusals are left, 2 the
+input or the command line is wrong, 3 the plug-in died, threw an exception
+or did not answer in time.)";
 
 // A correction may uncover the next refusal.
 constexpr std::size_t kMostFixes = 10000;

@@ -19,12 +19,12 @@ namespace ipav::cli {
 namespace {
 
 constexpr char kNewNotes[] =
-    "This configuration is accepted. The XML has comments on what is\n"
-    "validated.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav new > router.xml && ipav check router.xml\n"
-    "  ipav new --format json > router.json";
+    R"(This configuration is accepted. The XML has comments on what is
+validated.
+
+Examples:
+  ipav new > router.xml && ipav check router.xml
+  ipav new --format json > router.json)";
 
 std::string StarterAsJson(const Locations& locations) {
   const datastore::Model& model = SharedModel(locations);

@@ -42,24 +42,23 @@ using plan::DevicePlan;
 using plan::Input;
 
 constexpr char kPlanNotes[] =
-    "Every commit of a plan is accepted, and a device also loads each of its\n"
-    "configurations from nothing; faults that the running configuration has "
-    "as\n"
-    "well do not count. A change is a line of ipav diff. If no order of the\n"
-    "changes is accepted, the plan may take away a node that a refusal names,\n"
-    "and put it back later (a detour). If there is no plan, the smallest sets\n"
-    "of changes that are refused in any order are listed, and a plan for the\n"
-    "others.\n"
-    "\n"
-    "Examples:\n"
-    "  ipav plan --running running.xml goal.xml\n"
-    "  ipav plan --running running.xml --output steps goal.xml\n"
-    "  ipav plan --each --format json --running running.json goal.json\n"
-    "  ipav plan --failed-only --output plans devices\n"
-    "\n"
-    "Exit status: 0 the goal is reached, 1 it is not, 2 the input or the\n"
-    "command line is wrong, 3 the plug-in died or threw an exception, and the\n"
-    "goal is not reached.";
+    R"(Every commit of a plan is accepted, and a device also loads each of its
+configurations from nothing; faults that the running configuration has as
+well do not count. A change is a line of ipav diff. If no order of the
+changes is accepted, the plan may take away a node that a refusal names,
+and put it back later (a detour). If there is no plan, the smallest sets
+of changes that are refused in any order are listed, and a plan for the
+others.
+
+Examples:
+  ipav plan --running running.xml goal.xml
+  ipav plan --running running.xml --output steps goal.xml
+  ipav plan --each --format json --running running.json goal.json
+  ipav plan --failed-only --output plans devices
+
+Exit status: 0 the goal is reached, 1 it is not, 2 the input or the
+command line is wrong, 3 the plug-in died or threw an exception, and the
+goal is not reached.)";
 
 struct PlanOptions {
   Locations locations;

@@ -15,10 +15,9 @@ namespace ipav::cli {
 
 namespace {
 
-constexpr char kPointsNotes[] =
-    "Examples:\n"
-    "  ipav points\n"
-    "  ipav points --yang my-model";
+constexpr char kPointsNotes[] = R"(Examples:
+  ipav points
+  ipav points --yang my-model)";
 
 // In the order in which a commit runs them.
 ExitStatus PrintPoints(const Locations& locations) {

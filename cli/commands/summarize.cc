@@ -33,14 +33,12 @@ using report::ReadReport;
 using report::Run;
 using report::Summary;
 
-constexpr char kSummarizeNotes[] =
-    "Examples:\n"
-    "  ipav summarize 1.json 2.json 3.json 4.json\n"
-    "  ipav summarize --failed-only --format junit --output all.xml "
-    "results/*.json\n"
-    "\n"
-    "Exit status: the highest one of all devices; at least 2 if a report is\n"
-    "missing or wrong.";
+constexpr char kSummarizeNotes[] = R"(Examples:
+  ipav summarize 1.json 2.json 3.json 4.json
+  ipav summarize --failed-only --format junit --output all.xml results/*.json
+
+Exit status: the highest one of all devices; at least 2 if a report is
+missing or wrong.)";
 
 struct SummarizeOptions {
   std::vector<std::string> results;  // files

@@ -7,10 +7,10 @@
 #include <cstddef>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/datastore/input_text.h"
-#include "host/source/fragments.h"
 #include "host/source/node_finder.h"
 #include "host/source/source_tree.h"
 
@@ -23,6 +23,46 @@ inline constexpr std::size_t kMaxErrors = 20;
 struct Fault {
   std::size_t at = 0;  // byte of the file
   std::string reason;  // one line
+};
+
+// Pieces of a configuration's text that a parser can read alone, and the text
+// without some of its nodes. The positions of what is left do not change.
+class Fragments {
+ public:
+  using Node = SourceTree::Node;
+
+  // Borrows the tree, which was filled from that text.
+  Fragments(std::string_view text, bool is_xml, const SourceTree* tree)
+      : text_(text), is_xml_(is_xml), tree_(*tree) {}
+
+  // The node with its name, without the nodes that were removed.
+  std::string Whole(Node node) const;
+  // The node without any child.
+  std::string Hollow(Node node) const;
+
+  // What is before and after the children of a node, and between two of them.
+  // For the root, all together is a complete text.
+  std::string Open(Node node) const;
+  std::string Close(Node node) const;
+  const char* Between() const { return is_xml_ ? "" : ","; }
+
+  // Replaces the node by blanks. With `member`, a JSON array is replaced with
+  // all its elements.
+  void Remove(Node node, bool member);
+  bool IsRemoved(Node node) const { return text_[BeginOf(node)] == ' '; }
+
+  const std::string& text() const { return text_; }
+
+ private:
+  std::size_t BeginOf(Node node) const;
+  std::string TextOf(std::size_t begin, std::size_t end) const;
+  std::string HeadOf(Node node) const;
+  bool IsInArray(Node node) const;
+  void RemoveComma(Span hole);
+
+  std::string text_;
+  const bool is_xml_;
+  const SourceTree& tree_;
 };
 
 // A text under examination, borrowed. Nodes with errors are removed from its

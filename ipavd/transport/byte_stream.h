@@ -6,6 +6,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "host/base/file_descriptor.h"
 
 namespace ipav::transport {
 
@@ -36,6 +39,21 @@ class ByteStream {
 
 // Most bytes that one Read() returns.
 constexpr std::size_t kReadSize = std::size_t{64} << 10;
+
+// A byte stream over a socket.
+class SocketStream : public ByteStream {
+ public:
+  explicit SocketStream(base::FileDescriptor socket)
+      : socket_(std::move(socket)) {}
+
+  int fd() const override { return socket_.get(); }
+  short Events(bool reads, bool writes) const override;
+  std::optional<std::string> Read() override;
+  std::optional<std::size_t> Write(std::string_view bytes) override;
+
+ private:
+  base::FileDescriptor socket_;
+};
 
 }  // namespace ipav::transport
 

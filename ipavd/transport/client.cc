@@ -10,10 +10,10 @@
 #include <utility>
 
 #include "host/base/utf8.h"
+#include "ipavd/transport/byte_stream.h"
 #include "ipavd/transport/confinement.h"
 #include "ipavd/transport/listeners.h"
 #include "ipavd/transport/reading_limit.h"
-#include "ipavd/transport/socket_stream.h"
 #include "ipavd/transport/ssh_stream.h"
 #include "netconf/framing.h"
 #include "netconf/hello.h"

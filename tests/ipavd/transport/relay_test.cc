@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "host/base/file_descriptor.h"
-#include "ipavd/transport/socket_stream.h"
+#include "ipavd/transport/byte_stream.h"
 #include "netconf/hello.h"
 
 namespace ipav::transport {

@@ -1,4 +1,4 @@
-#include "ipavd/transport/socket_stream.h"
+#include "ipavd/transport/byte_stream.h"
 
 #include <poll.h>
 #include <sys/socket.h>

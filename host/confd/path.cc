@@ -99,7 +99,7 @@ const lysc_node* SchemaOf(const Model& model, const lysc_node* parent,
   }
   if (!step.keys.empty() &&
       (node->nodetype != LYS_LIST ||
-       step.keys.size() != Model::FactsOf(*node).key_count)) {
+       step.keys.size() != Model::FactsOf(*node).keys.size())) {
     throw BadPath("wrong number of keys for " + step.name);
   }
   return node;

@@ -89,7 +89,7 @@ bool HasKeys(const lyd_node* entry, const std::string_view* keys,
     ++equal;
     return true;
   });
-  return equal == count && equal == Model::FactsOf(*entry->schema).key_count;
+  return equal == count && equal == Model::FactsOf(*entry->schema).keys.size();
 }
 
 std::size_t Mix(std::size_t hash, std::string_view key) {
@@ -134,12 +134,10 @@ const lyd_node* FindDuplicateEntry(const lyd_node* first_entry) {
 }
 
 bool HasKeyOfManyForms(const lysc_node& list) {
-  const lysc_node* key = lysc_node_child(&list);
-  while (key != nullptr && lysc_is_key(key) &&
-         !HasManyForms(Model::FactsOf(*key).value_type)) {
-    key = key->next;
-  }
-  return key != nullptr && lysc_is_key(key);
+  const auto& keys = Model::FactsOf(list).keys;
+  return std::any_of(keys.begin(), keys.end(), [](const lysc_node* key) {
+    return HasManyForms(Model::FactsOf(*key).value_type);
+  });
 }
 
 // An entry, among the siblings or below them, with the keys of an entry before

@@ -185,7 +185,7 @@ void MarkKeys(const lysc_node* node) {
   const NodeFacts* facts = MutableFacts(*node);
   parent->has_keys_of_many_forms |= facts->has_keys_of_many_forms;
   if (!lysc_is_key(node)) return;
-  ++parent->key_count;
+  parent->keys.insert(parent->keys.begin(), node);
   parent->has_keys_of_many_forms |= HasManyForms(facts->value_type);
 }
 

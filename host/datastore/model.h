@@ -47,7 +47,7 @@ struct UseSite {
 struct NodeFacts {
   xml_tag tag{};
   confd_vtype value_type = C_NOEXISTS;  // of a leaf
-  std::size_t key_count = 0;            // of a list
+  std::vector<const lysc_node*> keys;   // of a list
   // Whether the node holds, or is, a list with a key that may have several
   // texts for one value; libyang distinguishes these.
   bool has_keys_of_many_forms = false;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "host/base/utf8.h"
+#include "host/datastore/model.h"
 #include "host/source/faults.h"
 
 namespace ipav::source {
@@ -94,9 +95,7 @@ class Search {
       return ", value " + Shown(tree.ValueOf(node));
     }
     std::string words;
-    if (schema.nodetype != LYS_LIST) return words;
-    for (const lysc_node* key = lysc_node_child(&schema);
-         key != nullptr && lysc_is_key(key); key = key->next) {
+    for (const lysc_node* key : datastore::Model::FactsOf(schema).keys) {
       const Node leaf = text_.finder.FirstOf(*key, tree[node].first_child);
       if (leaf == SourceTree::kNone) continue;
       words += std::string(", ") + key->name + " " + Shown(tree.ValueOf(leaf));

@@ -80,8 +80,7 @@ const NodeFinder::EntryIndex& NodeFinder::IndexOf(Node parent,
 std::vector<std::string> NodeFinder::KeysOf(Node entry,
                                             const lysc_node& list) const {
   std::vector<std::string> keys;
-  for (const lysc_node* leaf = lysc_node_child(&list);
-       leaf != nullptr && lysc_is_key(leaf); leaf = leaf->next) {
+  for (const lysc_node* leaf : datastore::Model::FactsOf(list).keys) {
     const Node key = FirstOf(*leaf, tree_[entry].first_child);
     keys.push_back(key == SourceTree::kNone ? "" : ValueOf(key, *leaf));
   }
@@ -89,10 +88,9 @@ std::vector<std::string> NodeFinder::KeysOf(Node entry,
 }
 
 Node NodeFinder::ShownOf(Node found, const lysc_node& schema) const {
-  const lysc_node* child =
-      schema.nodetype == LYS_LIST ? lysc_node_child(&schema) : nullptr;
-  if (child == nullptr || !lysc_is_key(child)) return found;
-  const Node key = FirstOf(*child, tree_[found].first_child);
+  const auto& keys = datastore::Model::FactsOf(schema).keys;
+  if (keys.empty()) return found;
+  const Node key = FirstOf(*keys.front(), tree_[found].first_child);
   return key == SourceTree::kNone ? found : key;
 }
 

@@ -113,7 +113,7 @@ class Search {
       }
     });
     parent->lacks_keys =
-        right != datastore::Model::FactsOf(*parent->schema).key_count;
+        right != datastore::Model::FactsOf(*parent->schema).keys.size();
     return wrong != 0;
   }
 

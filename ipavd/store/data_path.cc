@@ -5,7 +5,6 @@
 #include "host/base/c_ptr.h"
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
-#include "ipavd/store/edit_tree.h"
 
 namespace ipav::store {
 
@@ -27,7 +26,7 @@ std::string StepTo(const lysc_node* parent, const lysc_node& node,
   if (keys.empty()) return step;
   if (node.nodetype == LYS_LEAFLIST)
     return step + "[.=" + XPathLiteral(keys[0]) + "]";
-  const std::vector<const lysc_node*> leaves = KeysOf(node);
+  const auto& leaves = datastore::Model::FactsOf(node).keys;
   for (std::size_t i = 0; i < leaves.size() && i < keys.size(); ++i) {
     step +=
         std::string("[") + leaves[i]->name + "=" + XPathLiteral(keys[i]) + "]";

@@ -6,6 +6,7 @@
 
 #include "host/datastore/data_tree.h"
 #include "host/datastore/libyang_error.h"
+#include "host/datastore/model.h"
 #include "ipavd/store/data_path.h"
 #include "ipavd/store/edit_tree.h"
 #include "ipavd/store/edit_xml.h"
@@ -174,7 +175,7 @@ std::vector<std::string> KeysOfAnchor(const lysc_node& list,
     at = end + 2;
   }
   std::vector<std::string> keys;
-  for (const lysc_node* key : KeysOf(list)) {
+  for (const lysc_node* key : datastore::Model::FactsOf(list).keys) {
     const auto value = values.find(key->name);
     if (value == values.end()) return {};
     keys.push_back(datastore::CanonicalText(*key, value->second));
@@ -225,7 +226,7 @@ bool ItemReader::ReadAttributesOf(EditItem* item) {
 std::optional<std::vector<std::string>> ItemReader::ReadKeys(
     const EditItem& item) {
   std::vector<std::string> keys;
-  for (const lysc_node* key : KeysOf(item.schema)) {
+  for (const lysc_node* key : datastore::Model::FactsOf(item.schema).keys) {
     if (!ReadKey(item, *key, &keys)) return std::nullopt;
   }
   return keys;

@@ -63,15 +63,6 @@ bool IsConfigured(const lyd_node* node) {
   return child != nullptr;
 }
 
-std::vector<const lysc_node*> KeysOf(const lysc_node& list) {
-  std::vector<const lysc_node*> keys;
-  for (const lysc_node* child = lysc_node_child(&list);
-       child != nullptr && lysc_is_key(child); child = child->next) {
-    keys.push_back(child);
-  }
-  return keys;
-}
-
 lyd_node* EditTree::First(lyd_node* parent) const {
   return parent == nullptr ? nodes_.get() : lyd_child(parent);
 }

@@ -79,9 +79,6 @@ class EditTree {
 // Whether a node was set, or has such a node below it.
 bool IsConfigured(const lyd_node* node);
 
-// The leaves that are the keys of a list.
-std::vector<const lysc_node*> KeysOf(const lysc_node& list);
-
 }  // namespace ipav::store
 
 #endif  // IPAV_IPAVD_STORE_EDIT_TREE_H_

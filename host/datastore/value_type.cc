@@ -2,13 +2,23 @@
 
 #include <libyang/plugins_types.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "host/datastore/extension.h"
 
 namespace ipav::datastore {
 
 namespace {
+
+constexpr std::pair<LY_DATA_TYPE, confd_vtype> kTypes[] = {
+    {LY_TYPE_INT8, C_INT8},     {LY_TYPE_INT16, C_INT16},
+    {LY_TYPE_INT32, C_INT32},   {LY_TYPE_INT64, C_INT64},
+    {LY_TYPE_UINT8, C_UINT8},   {LY_TYPE_UINT16, C_UINT16},
+    {LY_TYPE_UINT32, C_UINT32}, {LY_TYPE_UINT64, C_UINT64},
+    {LY_TYPE_BOOL, C_BOOL},     {LY_TYPE_ENUM, C_ENUM_VALUE}};
 
 confd_vtype TypeOfPlugin(const lysc_type& type) {
   const std::string_view id = type.plugin == nullptr ? "" : type.plugin->id;
@@ -39,35 +49,15 @@ confd_vtype ValueTypeOf(const lysc_type& type) {
     if (name == "C_BINARY") return C_BINARY;
     return C_NOEXISTS;
   }
-  switch (type.basetype) {
-    case LY_TYPE_STRING:
-      return TypeOfPlugin(type);
-    case LY_TYPE_INT8:
-      return C_INT8;
-    case LY_TYPE_INT16:
-      return C_INT16;
-    case LY_TYPE_INT32:
-      return C_INT32;
-    case LY_TYPE_INT64:
-      return C_INT64;
-    case LY_TYPE_UINT8:
-      return C_UINT8;
-    case LY_TYPE_UINT16:
-      return C_UINT16;
-    case LY_TYPE_UINT32:
-      return C_UINT32;
-    case LY_TYPE_UINT64:
-      return C_UINT64;
-    case LY_TYPE_BOOL:
-      return C_BOOL;
-    case LY_TYPE_ENUM:
-      return C_ENUM_VALUE;
-    case LY_TYPE_LEAFREF:
-      return ValueTypeOf(
-          *reinterpret_cast<const lysc_type_leafref&>(type).realtype);
-    default:
-      return C_NOEXISTS;
+  if (type.basetype == LY_TYPE_STRING) return TypeOfPlugin(type);
+  if (type.basetype == LY_TYPE_LEAFREF) {
+    return ValueTypeOf(
+        *reinterpret_cast<const lysc_type_leafref&>(type).realtype);
   }
+  const auto* found = std::find_if(
+      std::begin(kTypes), std::end(kTypes),
+      [&](const auto& pair) { return pair.first == type.basetype; });
+  return found == std::end(kTypes) ? C_NOEXISTS : found->second;
 }
 
 bool HasManyForms(confd_vtype type) {

@@ -1,4 +1,5 @@
-#include <cstring>
+#include <algorithm>
+#include <map>
 
 #include "host/base/bytes.h"
 #include "host/datastore/diff.h"
@@ -173,24 +174,13 @@ class XmlEditor : public TextEditor {
 }  // namespace
 
 std::string EscapeXml(std::string_view value) {
+  // A reader would take a carriage return for a line end.
+  static const std::map<char, const char*> kReferences = {
+      {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'\r', "&#xD;"}};
   std::string escaped;
   for (const char c : value) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '\r':  // a reader would take it for a line end
-        escaped += "&#xD;";
-        break;
-      default:
-        escaped += c;
-    }
+    const auto found = kReferences.find(c);
+    escaped += found == kReferences.end() ? std::string(1, c) : found->second;
   }
   return escaped;
 }

@@ -2,6 +2,8 @@
 
 #include <libxml/entities.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
@@ -29,6 +31,14 @@ NC_ERR_TYPE TypeOf(const RpcError& error) {
   return NC_ERR_TYPE_APP;
 }
 
+// The library's tags, indexed by ErrorTag.
+constexpr std::array kTags = {
+    NC_ERR_IN_USE,       NC_ERR_RES_DENIED,       NC_ERR_INVALID_VALUE,
+    NC_ERR_MISSING_ATTR, NC_ERR_BAD_ATTR,         NC_ERR_UNKNOWN_ATTR,
+    NC_ERR_MISSING_ELEM, NC_ERR_BAD_ELEM,         NC_ERR_UNKNOWN_ELEM,
+    NC_ERR_UNKNOWN_NS,   NC_ERR_LOCK_DENIED,      NC_ERR_DATA_EXISTS,
+    NC_ERR_DATA_MISSING, NC_ERR_OP_NOT_SUPPORTED, NC_ERR_OP_FAILED};
+
 // The library's tree of a tag. The library takes the details of each tag as
 // variable arguments, and a missing one crashes the process.
 lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
@@ -39,44 +49,21 @@ lyd_node* TreeOfTag(const ly_ctx* context, const RpcError& error) {
     return "";
   };
   const NC_ERR_TYPE type = TypeOf(error);
-  const char* attribute = info("bad-attribute");
-  const char* element = info("bad-element");
+  const NC_ERR tag = kTags.at(static_cast<std::size_t>(error.tag));
   switch (error.tag) {
-    case ErrorTag::kInUse:
-      return nc_err(context, NC_ERR_IN_USE, type);
-    case ErrorTag::kResourceDenied:
-      return nc_err(context, NC_ERR_RES_DENIED, type);
-    case ErrorTag::kInvalidValue:
-      return nc_err(context, NC_ERR_INVALID_VALUE, type);
-    case ErrorTag::kMissingAttribute:
-      return nc_err(context, NC_ERR_MISSING_ATTR, type, attribute, element);
-    case ErrorTag::kBadAttribute:
-      return nc_err(context, NC_ERR_BAD_ATTR, type, attribute, element);
-    case ErrorTag::kUnknownAttribute:
-      return nc_err(context, NC_ERR_UNKNOWN_ATTR, type, attribute, element);
-    case ErrorTag::kMissingElement:
-      return nc_err(context, NC_ERR_MISSING_ELEM, type, element);
-    case ErrorTag::kBadElement:
-      return nc_err(context, NC_ERR_BAD_ELEM, type, element);
-    case ErrorTag::kUnknownElement:
-      return nc_err(context, NC_ERR_UNKNOWN_ELEM, type, element);
-    case ErrorTag::kUnknownNamespace:
-      return nc_err(context, NC_ERR_UNKNOWN_NS, type, element,
-                    info("bad-namespace"));
     case ErrorTag::kLockDenied:
-      return nc_err(context, NC_ERR_LOCK_DENIED,
+      return nc_err(context, tag,
                     static_cast<std::uint32_t>(
                         std::strtoul(info("session-id"), nullptr, 10)));
-    case ErrorTag::kDataExists:
-      return nc_err(context, NC_ERR_DATA_EXISTS);
-    case ErrorTag::kDataMissing:
-      return nc_err(context, NC_ERR_DATA_MISSING);
-    case ErrorTag::kOperationNotSupported:
-      return nc_err(context, NC_ERR_OP_NOT_SUPPORTED, type);
-    case ErrorTag::kOperationFailed:
-      break;
+    case ErrorTag::kMissingAttribute:
+    case ErrorTag::kBadAttribute:
+    case ErrorTag::kUnknownAttribute:
+      return nc_err(context, tag, type, info("bad-attribute"),
+                    info("bad-element"));
+    default:  // some of them, in this order
+      return nc_err(context, tag, type, info("bad-element"),
+                    info("bad-namespace"));
   }
-  return nc_err(context, NC_ERR_OP_FAILED, type);
 }
 
 // The element error-path with the namespaces of its prefixes, for the caller to

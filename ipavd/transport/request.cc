@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "host/base/c_ptr.h"
+#include "host/base/utf8.h"
 #include "ipavd/transport/start_tags.h"
 #include "netconf/xml.h"
 
@@ -148,13 +149,11 @@ using Objection = std::optional<std::string>;
 
 Objection Object(std::string_view tag, std::string_view attribute,
                  std::string_view element, const std::string& text) {
-  return std::string(tag)
-      .append(" ")
-      .append(attribute)
-      .append(" ")
-      .append(element)
-      .append(" ")
-      .append(text);
+  std::string words;
+  for (const std::string_view word : {tag, attribute, element}) {
+    words.append(word).append(" ");
+  }
+  return words + text;
 }
 
 Objection ObjectionToXPath(const std::string& xpath) {
@@ -166,10 +165,9 @@ Objection ObjectionToXPath(const std::string& xpath) {
   if (compiled != nullptr) return std::nullopt;
   const auto size = std::clamp<std::ptrdiff_t>(
       context->lastError.int1, 0, static_cast<std::ptrdiff_t>(xpath.size()));
-  const auto place =
-      1 + std::count_if(xpath.begin(), xpath.begin() + size, [](char c) {
-        return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U;
-      });
+  const std::size_t place =
+      1 + base::CountCharacters(std::string_view(xpath).substr(
+              0, static_cast<std::size_t>(size)));
   return Object("bad-attribute", "select", "filter",
                 "The attribute select is no XPath expression, see character " +
                     std::to_string(place) + ": " + xpath);

@@ -40,7 +40,7 @@ void Copy(std::FILE* from, std::FILE* to) {
 }
 
 void AddListRow(const PageEntry& device, const PageWords& words, Html* html) {
-  html->Markup("<tr><th scope=\"row\"><a href=\"#d{}\">{}</a></th><td>",
+  html->Markup(R"(<tr><th scope="row"><a href="#d{}">{}</a></th><td>)",
                device.number, device.name);
   AddVerdict(device.status, words.verdicts, html);
   html->Markup("</td><td>");

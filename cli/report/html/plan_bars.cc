@@ -39,7 +39,7 @@ std::string ClassesOf(const Prefix& prefix) {
 
 Html Position(const Extent& extent) {
   // Half a pixel of a wide window, so that the smallest bar is visible.
-  return Html().Markup("x=\"{}\" width=\"{}\"", Html().Share(extent.begin),
+  return Html().Markup(R"(x="{}" width="{}")", Html().Share(extent.begin),
                        Html().Share(std::max(extent.size, 0.0005)));
 }
 

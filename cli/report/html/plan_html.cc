@@ -147,7 +147,7 @@ class PlanWriter {
     }
     for (const std::size_t finding : prefix.findings) {
       html_.Markup(
-          "<a class=\"why\" href=\"#{0}-f{1}\">named by finding {1}</a>", id_,
+          R"(<a class="why" href="#{0}-f{1}">named by finding {1}</a>)", id_,
           finding + 1);
     }
   }
@@ -262,7 +262,7 @@ class PlanWriter {
 
   // A block of one prefix needs neither scale nor table.
   void AddSingle(const Prefix& prefix) {
-    html_.Markup("<div class=\"block\"><span class=\"network\">{}</span> {}",
+    html_.Markup(R"(<div class="block"><span class="network">{}</span> {})",
                  prefix.text, OwnerOf(prefix));
     AddBadges(prefix);
     AddRowBar(prefix, prefix.network, &html_);

@@ -33,11 +33,37 @@ std::string KeyPredicate(const lysc_node& key, const std::string& value) {
   return std::string("[") + key.name + "=" + quote + value + quote + "]";
 }
 
+// "l3{name}"
+std::string EntryForm(const lysc_node& list) {
+  std::string keys;
+  for (const lysc_node* key = lysc_node_child(&list);
+       key != nullptr && lysc_is_key(key); key = key->next) {
+    keys += (keys.empty() ? "" : " ") + std::string(key->name);
+  }
+  return std::string(list.name) + '{' + keys + '}';
+}
+
+// Refuses LIST[KEY=VALUE], and LIST{KEY=VALUE}, which would be the entry of
+// that name. A value that looks like this is written in quotes.
+void RequireNoPredicate(const Model& model, const std::string& path) {
+  const std::size_t equals = path.find('=');
+  if (equals == std::string::npos) return;
+  const std::size_t begin = path.find_last_of("{[\" ", equals);
+  if (begin == std::string::npos || path[begin] == '"' || path[begin] == ' ') {
+    return;
+  }
+  const lysc_node& list =
+      *confd::ResolveSchema(model, confd::ParsePath(path.substr(0, begin)))
+           .back();
+  if (list.nodetype != LYS_LIST) return;
+  Refuse(path, "an entry is written with the values of its keys only: " +
+                   EntryForm(list));
+}
+
 // The path in the form of libyang: /module:container/module:list[key='a'].
-std::string PathInLibyang(const Model& model, const std::string& path) {
-  const std::vector<confd::PathStep> steps = confd::ParsePath(path);
-  const std::vector<const lysc_node*> nodes =
-      confd::ResolveSchema(model, steps);
+std::string PathInLibyang(const std::string& path,
+                          const std::vector<confd::PathStep>& steps,
+                          const std::vector<const lysc_node*>& nodes) {
   std::string result;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     result += std::string("/") + nodes[i]->module->name + ":" + nodes[i]->name;
@@ -62,11 +88,16 @@ class Editor {
   void Make(const Edit& edit) {
     datastore::ClearErrors(model_.context());
     try {
-      const std::string in_libyang = PathInLibyang(model_, edit.path);
-      if (edit.value.has_value()) {
-        Set(edit.path, in_libyang, *edit.value);
-      } else {
+      RequireNoPredicate(model_, edit.path);
+      const auto steps = confd::ParsePath(edit.path);
+      const auto nodes = confd::ResolveSchema(model_, steps);
+      const std::string in_libyang = PathInLibyang(edit.path, steps, nodes);
+      if (!edit.value.has_value()) {
         Delete(edit.path, in_libyang);
+      } else if (!edit.value->empty() && !datastore::IsLeaf(*nodes.back())) {
+        Refuse(edit.path, "only a leaf has a value");
+      } else {
+        Set(edit.path, in_libyang, *edit.value);
       }
     } catch (const confd::ConfdError& error) {
       Refuse(edit.path, error.what());

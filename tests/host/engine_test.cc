@@ -133,6 +133,11 @@ TEST(Edits, AreRefusedWithTheReason) {
        "/color: bad path: color is unknown to the model"},
       {{"/config/interface/l3", ""}, "/l3: l3 needs its keys"},
       {{"/config/interface/l3{a b}", ""}, "wrong number of keys for l3"},
+      {{a + "/ipv4", "10.0.0.1/24"}, "/ipv4: only a leaf has a value"},
+      {{"/config/interface/l3{nam=b}/mtu", "1400"},
+       "with the values of its keys only: l3{name}"},
+      {{"/config/interface/l3[name='a']/mtu", "1400"},
+       "with the values of its keys only: l3{name}"},
       {{"/config/interface/l3{\"'\\\"\"}", ""},
        "a key with both kinds of quotes"},
       {{a + "/vrf", std::string("a\0b", 3)}, "an edit with a NUL character"}};

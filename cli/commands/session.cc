@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "cli/command.h"
@@ -24,12 +25,15 @@
 #include "cli/session/edit_judge.h"
 #include "cli/session/worker.h"
 #include "host/base/file_descriptor.h"
+#include "host/datastore/input_error.h"
+#include "host/datastore/input_file.h"
 #include "host/engine/edits.h"
 
 namespace ipav::cli {
 
 namespace {
 
+using datastore::InputError;
 using nlohmann::ordered_json;
 using session::Answer;
 using session::EditJudge;
@@ -41,13 +45,16 @@ constexpr char kSessionNotes[] =
     "Each line of standard input is a JSON object:\n"
     "  {\"id\": ID, \"arguments\": [\"check\", ...], \"texts\": {NAME: TEXT}}\n"
     "An ID is a string or a number. A text, if there are any, is what the\n"
-    "command reads instead of the file of that name. With --running, it may\n"
-    "also ask for the verdict on edits:\n"
+    "command reads instead of the file of that name. A line may also ask for\n"
+    "the verdict on edits of a running configuration:\n"
     "  {\"id\": ID, \"edits\": [{\"path\": PATH, \"value\": TEXT}, ...]}\n"
     "A path is one of ipav diff. An edit without a value deletes the node. "
     "The\n"
     "output is a device of the JSON report of ipav check --all, without\n"
-    "positions and advice. Each line is answered, in order, with a line:\n"
+    "positions and advice. The running configuration is that of --running, or\n"
+    "of the last line with edits that had the member \"running\", the name of\n"
+    "a file or of one of its texts. Each line is answered, in order, with a\n"
+    "line:\n"
     "  {\"id\": ID, \"status\": STATUS, \"output\": TEXT, \"errors\": TEXT}\n"
     "A line that is not such an object is answered with status 2; the id is\n"
     "null if it has none. The session ends with its input.\n"
@@ -65,7 +72,7 @@ constexpr char kSessionNotes[] =
 
 struct SessionOptions {
   Locations locations;
-  std::string running;   // file; empty: no edits are judged
+  std::string running;   // file; empty: none yet
   ReadingLimits limits;  // `time` is also the plug-in's for edits
 };
 
@@ -181,41 +188,76 @@ bool Reply(const ordered_json& id, const Answer& answer) {
                         json.dump(-1, ' ', false, replace) + "\n");
 }
 
-Answer JudgeEdits(const ordered_json& edits, EditJudge* judge) {
-  if (judge == nullptr) {
-    throw std::runtime_error("edits need a session with --running");
-  }
-  const report::DeviceReport report = (*judge)(EditsOf(edits));
-  return {report.status, report::ToJson(report).dump(), ""};
+std::string ErrorLine(const std::string& error) {
+  return "ipav: " + error + "\n";
 }
 
-// Runs the command of one line. False if nobody reads the answer.
-bool Handle(const Worker& worker, EditJudge* judge, const std::string& line) {
-  ordered_json id;
-  try {
-    const ordered_json json = Parse(line);
-    if (json.contains("id")) id = json.at("id");
-    if (json.contains("edits")) {
-      return Reply(id, JudgeEdits(json.at("edits"), judge));
-    }
-    const std::unique_ptr<Job> job = worker.Start(RequestOf(json));
-    return AwaitEnd(*job) && Reply(id, job->Collect());
-  } catch (const std::exception& error) {
-    return Reply(id,
-                 {kBadInput, "", "ipav: " + std::string(error.what()) + "\n"});
+class Session {
+ public:
+  explicit Session(const SessionOptions& options)
+      : options_(options), worker_(options.locations) {
+    if (!options.running.empty()) SetRunning(options.running);
   }
-}
+
+  // Does what a line asks for. False if nobody reads the answer.
+  bool Handle(const std::string& line) {
+    ordered_json id;
+    std::string errors;
+    try {
+      const ordered_json json = Parse(line);
+      if (json.contains("id")) id = json.at("id");
+      if (json.contains("edits")) return Reply(id, JudgeEdits(json));
+      const std::unique_ptr<Job> job = worker_.Start(RequestOf(json));
+      return AwaitEnd(*job) && Reply(id, job->Collect());
+    } catch (const InputError& error) {
+      for (const std::string& each : error.errors()) errors += ErrorLine(each);
+    } catch (const std::exception& error) {
+      errors = ErrorLine(error.what());
+    }
+    return Reply(id, {kBadInput, "", errors});
+  }
+
+ private:
+  void SetRunning(const std::string& file) {
+    judge_.reset();  // none if the file cannot be read
+    judge_ =
+        std::make_unique<EditJudge>(options_.locations, file, options_.limits);
+  }
+
+  void SetRunning(const ordered_json& json) {
+    std::string file;
+    datastore::Texts texts;
+    try {
+      json.at("running").get_to(file);
+      if (json.contains("texts")) json.at("texts").get_to(texts);
+    } catch (const ordered_json::exception&) {
+      throw std::runtime_error(
+          "'running' is a string, and 'texts' an object of strings");
+    }
+    datastore::ReadTextsInstead(std::move(texts));
+    SetRunning(file);
+  }
+
+  Answer JudgeEdits(const ordered_json& json) {
+    const std::vector<engine::Edit> edits = EditsOf(json.at("edits"));
+    if (json.contains("running")) SetRunning(json);
+    if (judge_ == nullptr) {
+      throw std::runtime_error("edits need a session with --running");
+    }
+    const report::DeviceReport report = (*judge_)(edits);
+    return {report.status, report::ToJson(report).dump(), ""};
+  }
+
+  const SessionOptions& options_;
+  const Worker worker_;
+  std::unique_ptr<EditJudge> judge_;
+};
 
 ExitStatus RunSession(const SessionOptions& options) {
-  const Worker worker(options.locations);
-  std::unique_ptr<EditJudge> judge;
-  if (!options.running.empty()) {
-    judge = std::make_unique<EditJudge>(options.locations, options.running,
-                                        options.limits);
-  }
+  Session session(options);
   LineReader lines;
   while (const auto line = lines.Next()) {
-    if (!Handle(worker, judge.get(), *line)) {
+    if (!session.Handle(*line)) {
       throw std::runtime_error("the answers cannot be written");
     }
   }

@@ -3,6 +3,7 @@
 #ifndef IPAV_CLI_SESSION_EDIT_JUDGE_H_
 #define IPAV_CLI_SESSION_EDIT_JUDGE_H_
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,8 @@ class EditJudge {
   const std::string file_;
   const datastore::DataTree running_;
   engine::Engine engine_;
+  // A copy for the edits that are refused, if the last ones could be undone.
+  std::optional<datastore::DataTree> copy_;
 };
 
 }  // namespace ipav::cli::session

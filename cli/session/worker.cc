@@ -4,7 +4,6 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,19 +41,8 @@ FileDescriptor MakeFile() {
 }
 
 std::string ReadFile(const FileDescriptor& file) {
-  struct stat status {};
-  if (fstat(file.get(), &status) != 0) throw SystemError("fstat");
-  std::string text(static_cast<std::size_t>(status.st_size), '\0');
-  std::size_t used = 0;
-  while (used < text.size()) {
-    const ssize_t count = pread(file.get(), text.data() + used,
-                                text.size() - used, static_cast<off_t>(used));
-    if (count < 0 && errno != EINTR) throw SystemError("read");
-    if (count == 0) break;
-    if (count > 0) used += static_cast<std::size_t>(count);
-  }
-  text.resize(used);
-  return text;
+  return datastore::ReadInput("/proc/self/fd/" + std::to_string(file.get()),
+                              kMaxOutput);
 }
 
 // The command's files instead of those of this process.

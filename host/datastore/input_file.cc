@@ -93,7 +93,8 @@ std::string ReadInput(const std::string& path, std::size_t max_size) {
 
 void ReadTextsInstead(Texts texts) {
   // Leaked on purpose: it lives as long as the process.
-  g_texts = new Texts(std::move(texts));
+  if (g_texts == nullptr) g_texts = new Texts;
+  *g_texts = std::move(texts);
 }
 
 bool IsText(const std::string& path) {

@@ -170,7 +170,12 @@ TEST_F(SessionTest, JudgesEditsAsTheEditedFiles) {
         set(l3 + "{printers}/ipv4/address/ip", "10.12.50.0/24")}}};
   std::vector<std::string> requests;
   for (const auto& [example, edits] : cases) {
-    requests.push_back(Json{{"id", example}, {"edits", edits}}.dump());
+    Json request = {{"id", example}, {"edits", edits}};
+    if (requests.size() == 3) {  // for this one and the next
+      request["running"] = "text";
+      request["texts"] = {{"text", ReadFile(kRunning)}};
+    }
+    requests.push_back(request.dump());
   }
   const std::vector<Json> answers = Answers(requests, "--running " + kRunning);
   ASSERT_EQ(answers.size(), std::size(cases));
@@ -183,8 +188,9 @@ TEST_F(SessionTest, JudgesEditsAsTheEditedFiles) {
     EXPECT_EQ(answers[i].at("id"), example);
     EXPECT_EQ(answers[i].at("status"), check.status) << answers[i];
     EXPECT_EQ(answers[i].at("errors"), "");
-    const auto output = answers[i].at("output").get<std::string>();
-    EXPECT_EQ(WithoutFiles(Json::parse(output)),
+    const Json report = Json::parse(answers[i].at("output").get<std::string>());
+    EXPECT_EQ(report.at("running"), i < 3 ? kRunning : "text");
+    EXPECT_EQ(WithoutFiles(report),
               WithoutFiles(Json::parse(check.out).at("devices").at(0)));
   }
 }
@@ -206,9 +212,18 @@ TEST_F(SessionTest, NamesTheEditThatCannotBeMade) {
     EXPECT_EQ(Answers({Json{{"edits", edits}}.dump()}, "--running " + kRunning),
               std::vector{Answer(nullptr, 2, "", "ipav: " + error + "\n")});
   }
-  EXPECT_EQ(Answers({R"({"edits": []})"}),
-            std::vector{Answer(nullptr, 2, "",
-                               "ipav: edits need a session with --running\n")});
+  const std::pair<std::string, std::string> sessions[] = {
+      {R"({"edits": []})", "edits need a session with --running"},
+      {R"({"edits": [], "running": 1})",
+       "'running' is a string, and 'texts' an object of strings"},
+      {R"({"edits": [], "running": "r", "texts": {"r": "<a>\n<b"}})",
+       "r:2:3: no well-formed XML"}};
+  for (const auto& [line, error] : sessions) {
+    const Json answer = Answers({line}).at(0);
+    EXPECT_EQ(answer.at("status"), 2);
+    EXPECT_THAT(answer.at("errors").get<std::string>(),
+                ::testing::StartsWith("ipav: " + error));
+  }
 }
 
 TEST_F(SessionTest, SkipsALineThatIsTooLong) {

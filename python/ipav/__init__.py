@@ -4,40 +4,46 @@ The functions of this module use one process of the program ipav, which starts
 with the first call and ends with the interpreter. A Session is a process of its
 own, with its own plug-in or data model.
 
-A configuration is a file or a text: a str that begins, after blanks, with "<",
-"{" or "[" is a text in XML or JSON; any other str, and each os.PathLike, is the
-name of a file.
+A configuration is a file or a text: bytes, and a str that begins, after blanks,
+with "<", "{" or "[", are a text in XML or JSON; any other str, and each
+os.PathLike, is the name of a file.
 """
 
-from .errors import Error, InputError, PluginError, Problem, SessionError
-from .process import Output
-from .results import (
-    Answer,
-    Call,
-    Calls,
-    Change,
-    ChangeKind,
-    Commit,
-    Correction,
-    Culprit,
-    Detour,
-    Difference,
-    Edit,
-    Failure,
-    Finding,
-    Fix,
-    Novelty,
-    Place,
-    Plan,
-    Point,
-    Refusal,
-    Report,
-    Restart,
-    Rule,
-    Use,
-    Verdict,
+from .errors import (
+    Error as Error,
+    InputError as InputError,
+    PluginError as PluginError,
+    Problem as Problem,
+    SessionError as SessionError,
 )
-from .session import Session, Source
+from .process import Output as Output
+from .results import (
+    Answer as Answer,
+    Call as Call,
+    Calls as Calls,
+    Change as Change,
+    ChangeKind as ChangeKind,
+    Commit as Commit,
+    Correction as Correction,
+    Culprit as Culprit,
+    Detour as Detour,
+    Difference as Difference,
+    Edit as Edit,
+    Failure as Failure,
+    Finding as Finding,
+    Fix as Fix,
+    Novelty as Novelty,
+    Place as Place,
+    Plan as Plan,
+    Point as Point,
+    Refusal as Refusal,
+    Report as Report,
+    Restart as Restart,
+    Rule as Rule,
+    Use as Use,
+    Verdict as Verdict,
+)
+from .session import Session as Session, Source as Source
 
 _shared = Session()
 
@@ -47,44 +53,3 @@ plan = _shared.plan
 fix = _shared.fix
 diff = _shared.diff
 explain = _shared.explain
-
-__all__ = [
-    "Answer",
-    "Call",
-    "Calls",
-    "Change",
-    "ChangeKind",
-    "Commit",
-    "Correction",
-    "Culprit",
-    "Detour",
-    "Difference",
-    "Edit",
-    "Error",
-    "Failure",
-    "Finding",
-    "Fix",
-    "InputError",
-    "Novelty",
-    "Output",
-    "Place",
-    "Plan",
-    "PluginError",
-    "Point",
-    "Problem",
-    "Refusal",
-    "Report",
-    "Restart",
-    "Rule",
-    "Session",
-    "SessionError",
-    "Source",
-    "Use",
-    "Verdict",
-    "check",
-    "check_all",
-    "diff",
-    "explain",
-    "fix",
-    "plan",
-]

@@ -50,26 +50,13 @@ class InputError(Error):
 
     def __init__(self, problems: Iterable[Problem]) -> None:
         self.problems = tuple(problems)
+        first = self.problems[0]
+        self.file, self.line = first.file, first.line
+        self.column, self.reason = first.column, first.reason
         super().__init__("\n".join(map(str, self.problems)))
 
     def __reduce__(self) -> tuple[type, tuple[tuple[Problem, ...]]]:
         return type(self), (self.problems,)
-
-    @property
-    def file(self) -> str | None:
-        return self.problems[0].file
-
-    @property
-    def line(self) -> int | None:
-        return self.problems[0].line
-
-    @property
-    def column(self) -> int | None:
-        return self.problems[0].column
-
-    @property
-    def reason(self) -> str:
-        return self.problems[0].reason
 
 
 class PluginError(Error):

@@ -74,6 +74,7 @@ class Process:
         self._process: subprocess.Popen[bytes] | None = None
         self._finalizer: weakref.finalize | None = None
         self._folder = ""
+        self._is_ready = False
 
     @property
     def number(self) -> int | None:
@@ -84,32 +85,42 @@ class Process:
         with self._lock:
             self._stop()
 
-    def request(self, members: Mapping[str, object]) -> Output:
-        """Raises InputError if a text is not UTF-8, and SessionError."""
+    def request(
+        self, members: Mapping[str, object], once: Mapping[str, object] | None = None
+    ) -> Output:
+        """The answer to a request.
+
+        The members `once` are added until the process has answered a request with
+        them. Raises InputError if a text is not UTF-8, and SessionError.
+        """
         with self._lock:
             number = next(self._ids)
-            request: dict[str, object] = {"id": number, **members}
             try:
+                process = self._started()
+                request: dict[str, object] = {**members, "id": number}
+                if once and not self._is_ready:
+                    request.update(once)
                 line = json.dumps(request, ensure_ascii=False).encode() + b"\n"
+                answer = json.loads(self._exchange(process, line))
+                if answer["id"] != number:
+                    raise ValueError("the answer is not to this request")
+                output = Output(
+                    answer["status"], answer["output"], answer["errors"]
+                )
             except UnicodeEncodeError as error:
                 problem = Problem("a name or a text is not UTF-8")
                 raise InputError([problem]) from error
-            try:
-                answer = json.loads(self._exchange(line))
-                if answer["id"] != number:
-                    raise ValueError("the answer is not to this request")
-                return Output(
-                    answer["status"], answer["output"], answer["errors"]
-                )
             except (OSError, ValueError, KeyError, TypeError) as error:
                 raise SessionError(self._why_it_died(error)) from error
             except BaseException:  # the answer would come to the next request
                 self._stop()
                 raise
+            self._is_ready |= once is not None and output.status != 2
+            return output
 
-    def _exchange(self, line: bytes) -> bytearray:
+    @staticmethod
+    def _exchange(process: subprocess.Popen[bytes], line: bytes) -> bytearray:
         """Sends a request. Returns the answer. Raises OSError."""
-        process = self._started()
         assert process.stdin is not None and process.stdout is not None
         rest = memoryview(line)
         while rest:
@@ -158,6 +169,7 @@ class Process:
                 _end(self._process, self._log)
         self._finalizer = None
         self._process = None
+        self._is_ready = False
 
     def _why_it_died(self, error: Exception) -> str:
         """Ends what is left of the process. Returns its last lines."""

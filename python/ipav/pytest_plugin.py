@@ -2,7 +2,8 @@
 
 A folder with candidate.xml or candidate.json is a device, as for `ipav check`,
 with a running configuration of its own beside it, if there is one. In folders
-above, each other file in XML or JSON is a device.
+above, each other file in XML or JSON is a device. Names that begin with a dot are
+skipped. A test has the name of its device, which is its path below the folder.
 """
 
 import os
@@ -46,11 +47,21 @@ class DeviceItem(pytest.Item):
 
 class DeviceFile(pytest.File):
     def collect(self) -> Iterator[DeviceItem]:
-        is_folder = self.path.stem == "candidate"
-        device = self.path.parent if is_folder else self.path
-        item: DeviceItem = DeviceItem.from_parent(self, name=device.name)
-        item.device = device
+        item: DeviceItem = DeviceItem.from_parent(self, name=self.name)
+        item.device = _device_of(self.path)
         yield item
+
+
+def _device_of(file: Path) -> Path:
+    return file.parent if file.stem == "candidate" else file
+
+
+def _name_of(device: Path, folder: Path) -> str:
+    """The name that `ipav check FOLDER` gives to the device."""
+    if device == folder:
+        return folder.name
+    name = device.relative_to(folder)
+    return str(name if device.is_dir() else name.with_suffix(""))
 
 
 def _without_title(report: Report) -> str:
@@ -72,6 +83,8 @@ def _is_candidate(folder: Path) -> bool:
 
 def _is_device(file: Path, folder: Path) -> bool:
     """Whether the file in or below the folder stands for a device."""
+    if any(part.startswith(".") for part in file.relative_to(folder).parts):
+        return False
     if file.stem == "candidate":
         # If there are two candidates, ipav names them.
         return file.suffix == ".xml" or not file.with_suffix(".xml").is_file()
@@ -110,15 +123,17 @@ def pytest_collect_file(
 ) -> DeviceFile | None:
     if file_path.suffix not in _ENDINGS:
         return None
-    folders = {
+    folders = [
         folder
         for folder in _folders(parent.config)
         if folder in file_path.parents and _is_device(file_path, folder)
-    }
+    ]
     if not folders:
         return None
     parent.config.stash[_EMPTY].difference_update(folders)
-    file: DeviceFile = DeviceFile.from_parent(parent, path=file_path)
+    # Else -k would find "candidate" in the name of each file.
+    name = _name_of(_device_of(file_path), folders[0])
+    file: DeviceFile = DeviceFile.from_parent(parent, path=file_path, name=name)
     return file
 
 

@@ -4,7 +4,7 @@ import enum
 import functools
 import types
 import typing
-from collections.abc import Mapping
+from collections.abc import Iterable, Mapping
 from dataclasses import dataclass, fields, is_dataclass
 from typing import Any, TypeVar
 
@@ -84,6 +84,9 @@ class Fix:
     text: str
     edits: tuple[Edit, ...]
 
+    def __str__(self) -> str:
+        return f"{'safe' if self.safe else 'suggested'}: {self.text}"
+
 
 @dataclass(frozen=True, slots=True)
 class Finding:
@@ -108,7 +111,7 @@ class Finding:
             lines.append(f"  note: {self.note}")
         if self.advice:
             lines.append(f"  what to do: {self.advice}")
-        return "\n".join(lines)
+        return "\n".join([*lines, *(f"  {fix}" for fix in self.fixes or ())])
 
 
 @dataclass(frozen=True, slots=True)
@@ -203,6 +206,14 @@ class Report:
         return answers + ([self.failure.reason] if self.failure else [])
 
 
+def _counted(number: int, one: str, several: str) -> str:
+    return f"{number} {one if number == 1 else several}"
+
+
+def _listed(changes: Iterable["Change"], indent: str = "") -> str:
+    return "\n".join(f"{indent}{change}" for change in changes)
+
+
 @dataclass(frozen=True, slots=True)
 class Change:
     """A node that differs between two configurations."""
@@ -212,6 +223,14 @@ class Change:
     leaves: int | None = None  # of a list entry
     old: str | None = None
     new: str | None = None
+
+    def __str__(self) -> str:
+        sign = {"added": "+", "changed": "~", "deleted": "-"}[self.change.value]
+        text = f"{sign} {self.path}"
+        if self.leaves:
+            return f"{text} ({_counted(self.leaves, 'leaf', 'leaves')})"
+        values = [value for value in (self.old, self.new) if value is not None]
+        return f"{text}: {' -> '.join(values)}" if values else text
 
 
 @dataclass(frozen=True, slots=True)
@@ -233,6 +252,9 @@ class Difference:
     def __bool__(self) -> bool:
         return bool(self.changes)
 
+    def __str__(self) -> str:
+        return _listed(self.changes)
+
 
 @dataclass(frozen=True, slots=True)
 class Commit:
@@ -240,6 +262,9 @@ class Commit:
 
     calls: int  # validation calls; 0 if nothing was judged
     changes: tuple[Change, ...]
+
+    def __str__(self) -> str:
+        return _listed(self.changes)
 
 
 @dataclass(frozen=True, slots=True)
@@ -283,6 +308,31 @@ class Plan:
     def __bool__(self) -> bool:
         return self.reached
 
+    def __str__(self) -> str:
+        lines = [f"{self.goal}: {self._result()}"]
+        for refused in self.refused:
+            lines += ["", "refused in any order:", _listed(refused.changes, "  ")]
+            lines += map(str, refused.refusal.refusals())
+        if self.commits and not self.reached:
+            lines += ["", "left out:", _listed(self.left_out, "  ")]
+        for number, commit in enumerate(self.commits, 1):
+            lines += ["", f"commit {number}:", _listed(commit.changes, "  ")]
+            for detour in self.detours:
+                if detour.away == number:
+                    lines.append(f"  detour: {detour.path}")
+                    lines.append(
+                        f"    comes back with commit {detour.back}; until then "
+                        + detour.effect
+                    )
+        return "\n".join(lines)
+
+    def _result(self) -> str:
+        if self.reached and not self.commits:
+            return "nothing to do"
+        if self.reached:
+            return _counted(len(self.commits), "commit", "commits")
+        return self.failure or "no order of all changes is accepted"
+
 
 @dataclass(frozen=True, slots=True)
 class Correction:
@@ -295,6 +345,13 @@ class Correction:
 
     def __bool__(self) -> bool:
         return self.complete
+
+    def __str__(self) -> str:
+        lines = [self.diff] if self.diff else []
+        for finding in self.left:
+            lines.append(f"not corrected: {finding.text}\n")
+            lines += [f"  {fix}\n" for fix in finding.fixes or ()]
+        return "".join(lines)
 
 
 @dataclass(frozen=True, slots=True)
@@ -312,6 +369,9 @@ class Rule:
     points: tuple[str, ...]
     # If the topic is a text: the values of its fields, in each reading.
     readings: tuple[Mapping[str, str], ...] = ()
+
+    def __str__(self) -> str:
+        return "\n".join([self.title, *self.about, f"What to do: {self.advice}"])
 
 
 @dataclass(frozen=True, slots=True)
@@ -333,6 +393,9 @@ class Point:
     steps: tuple[str, ...]
     rules: tuple[str, ...]
     uses: tuple[Use, ...]
+
+    def __str__(self) -> str:
+        return "\n".join([self.point, *self.about, *self.steps])
 
 
 T = TypeVar("T")

@@ -2,7 +2,7 @@
 
 import json
 import os
-from collections.abc import Mapping, Sequence
+from collections.abc import Iterable, Mapping, Sequence
 from dataclasses import dataclass
 from pathlib import Path
 from typing import TypeAlias, TypeVar
@@ -14,15 +14,32 @@ from .results import Correction, Difference, Plan, Point, Report, Rule
 from .results import Verdict, build
 
 # A text in XML or JSON, or the name of a file.
-Source: TypeAlias = str | os.PathLike[str]
+Source: TypeAlias = str | bytes | os.PathLike[str]
 
 T = TypeVar("T")
 
-def is_text(source: Source) -> bool:
-    """Whether it is a configuration, and not the name of a file."""
-    return isinstance(source, str) and source.lstrip("\ufeff \t\r\n").startswith(
-        ("<", "{", "[")
-    )
+_NUMBERS = ("jobs", "limit", "timeout", "verdicts")  # all other options are bool
+
+
+def _require(argument: str, value: object, *types: type) -> None:
+    """Raises TypeError if the argument has none of these types."""
+    # To Python, True is an int.
+    if not isinstance(value, types) or (value is True and bool not in types):
+        names = " or ".join(each.__name__ for each in types)
+        raise TypeError(f"{argument}: expected {names}, not {type(value).__name__}")
+
+
+def _list(argument: str, values: Iterable[T], *types: type) -> list[T]:
+    """The values. Raises TypeError, also for one text in place of a list."""
+    if isinstance(values, (str, bytes)) or not isinstance(values, Iterable):
+        raise TypeError(
+            f"{argument}: expected a list, which may have one item, not "
+            f"{type(values).__name__}"
+        )
+    found = list(values)
+    for value in found:
+        _require(argument, value, *types)
+    return found
 
 
 class _Files:
@@ -32,10 +49,20 @@ class _Files:
         self.names: list[str] = []
         self.texts: dict[str, str] = {}
 
-    def add(self, source: Source, name: str) -> str:
-        """The name of SOURCE, which is <NAME> for a text."""
-        if isinstance(source, str) and is_text(source):
-            file = f"<{name}>"
+    def add(self, source: Source, argument: str, name: str = "") -> str:
+        """The file of an argument; for a text <NAME>, by default <ARGUMENT>.
+
+        Raises TypeError and InputError.
+        """
+        _require(argument, source, str, bytes, os.PathLike)
+        file = f"<{name or argument}>"
+        if isinstance(source, bytes):
+            self.texts[file] = _decode(source, file)
+        elif isinstance(source, str) and not source.strip():
+            raise InputError([Problem(f"{argument} is an empty text")])
+        elif isinstance(source, str) and source.lstrip("\ufeff \t\r\n").startswith(
+            ("<", "{", "[")
+        ):
             self.texts[file] = source
         else:
             file = os.fspath(source)
@@ -44,11 +71,15 @@ class _Files:
         self.names.append(file)
         return file
 
-    def input_error(self, errors: str) -> InputError:
-        lines = errors.splitlines() or ["ipav: unknown error"]
-        return InputError(
+    def require_answer(self, output: Output, error: type[Error]) -> None:
+        """Raises InputError, or `error` if a command was killed."""
+        if output.status < 2 or output.output not in ("", "[]\n"):  # explain: []
+            return
+        if output.status == 3:
+            raise error(output.errors.strip() or "the plug-in failed")
+        raise InputError(
             Problem.parse(line.removeprefix("ipav: "), self.names)
-            for line in lines
+            for line in output.errors.splitlines() or ["unknown error"]
         )
 
 
@@ -66,8 +97,8 @@ class Session:
 
     `program` is the file of ipav: by default $IPAV, else `ipav` in $PATH.
     `plugin` and `yang` replace the installed plug-in and data model. `running` is
-    the file of the running configuration of every request that names none, and
-    what check_edits() changes.
+    the running configuration of every request that names none, and what
+    check_edits() changes.
     """
 
     def __init__(
@@ -76,16 +107,22 @@ class Session:
         *,
         plugin: str | os.PathLike[str] | None = None,
         yang: str | os.PathLike[str] | None = None,
-        running: str | os.PathLike[str] | None = None,
+        running: Source | None = None,
     ) -> None:
-        files = {"plugin": plugin, "yang": yang, "running": running}
-        options = [
-            f"--{name}={os.path.abspath(file)}"
-            for name, file in files.items()
-            if file is not None
-        ]
+        if program is not None:
+            _require("program", program, str, os.PathLike)
+        options = []
+        for name, file in {"plugin": plugin, "yang": yang}.items():
+            if file is not None:
+                _require(name, file, str, os.PathLike)
+                options.append(f"--{name}={os.path.abspath(file)}")
         self._process = Process(program, options)
-        self._running = None if running is None else os.path.abspath(running)
+        self._running = running
+        if running is not None:
+            files = _Files()
+            file = files.add(running, "running")
+            if not files.texts:  # the current folder may change
+                self._running = os.path.abspath(file)
 
     def __enter__(self) -> "Session":
         return self
@@ -116,41 +153,48 @@ class Session:
         A refusal is a report, too. The options are those of `ipav check`.
         Raises InputError, PluginError and SessionError.
         """
-        files = _Files()
-        reports = self._check(
-            files, [candidate], running, all=all, every=every, limit=limit,
+        reports = self.check_all(
+            [candidate], running=running, all=all, every=every, limit=limit,
             restore=restore, suggest=suggest, timeout=timeout,
         )  # fmt: skip
         if len(reports) != 1:
-            raise InputError(
-                [Problem("holds several devices: use check_all()", files.names[-1])]
-            )
-        return _judged(reports[0], files.names)
+            problem = "holds several devices: use check_all()"
+            raise InputError([Problem(problem, str(candidate))])
+        return _judged(reports[0])
 
     def check_edits(self, edits: Mapping[str, str | None]) -> Report:
         """The verdict on edits of the session's running configuration.
 
         The keys are paths as in a Difference, the values those of leaves; None
         deletes the node. Each call begins with the running configuration as it
-        was read. Much faster than check(); the report has no places and no
-        advice. Raises InputError, PluginError and SessionError.
+        was read. All points run, as with check(..., all=True). Much faster than
+        check(); the report has no places and no advice. Raises InputError,
+        PluginError and SessionError.
         """
+        _require("edits", edits, Mapping)
+        for path, value in edits.items():
+            _require("a path in edits", path, str)
+            if value is not None:
+                _require(f"edits[{path!r}]", value, str)
+        if self._running is None:
+            raise InputError([Problem("edits need a Session(running=...)")])
+        files = _Files()
+        file = files.add(self._running, "running")
         output = self._process.request(
             {
                 "edits": [
                     {"path": path} | ({} if value is None else {"value": value})
                     for path, value in edits.items()
                 ]
-            }
+            },
+            {"running": file, "texts": files.texts},
         )
-        _refuse_death(output, PluginError)
-        if not output.output:
-            raise _Files().input_error(output.errors)
-        return _judged(_parse(Report, output), [])
+        files.require_answer(output, PluginError)
+        return _judged(_parse(Report, output))
 
     def check_all(
         self,
-        candidates: Sequence[Source],
+        candidates: Iterable[Source],
         *,
         running: Source | None = None,
         all: bool = False,
@@ -166,10 +210,16 @@ class Session:
         What is wrong with one device is in its report. Raises InputError for a
         wrong argument, and SessionError.
         """
-        return self._check(
-            _Files(), candidates, running, all=all, every=every, limit=limit,
+        files = _Files()
+        names = [
+            files.add(each, "candidate", f"candidate {number + 1}" if number else "")
+            for number, each in enumerate(_list("candidates", candidates, object))
+        ]
+        output = self._run(
+            files, "check", names, running, all=all, every=every, limit=limit,
             restore=restore, suggest=suggest, timeout=timeout, jobs=jobs,
         )  # fmt: skip
+        return _parse(_Run, output).devices
 
     def plan(
         self,
@@ -185,15 +235,18 @@ class Session:
         A goal that cannot be reached is a plan, too. The options are those of
         `ipav plan`. Raises InputError, PluginError and SessionError.
         """
-        if not is_text(goal) and os.path.isdir(goal):
-            problem = Problem("is a directory, not a file", os.fspath(goal))
-            raise InputError([problem])
         files = _Files()
+        file = files.add(goal, "goal", "candidate")
+        if file not in files.texts and os.path.isdir(file):
+            raise InputError([Problem("is a directory, not a file", file)])
         output = self._run(
-            files, "plan", [goal], "candidate", self._before(running),
-            {"each": each, "verdicts": verdicts, "timeout": timeout},
+            files, "plan", [file], running,
+            each=each, verdicts=verdicts, timeout=timeout,
         )  # fmt: skip
-        return _parse(Plan, output)
+        plan = _parse(Plan, output)
+        if plan.failure is not None and not plan:
+            raise PluginError(plan.failure)
+        return plan
 
     def fix(
         self,
@@ -201,7 +254,7 @@ class Session:
         *,
         running: Source | None = None,
         suggested: bool = False,
-        only: Sequence[str] = (),
+        only: Iterable[str] = (),
         timeout: int | None = None,
     ) -> Correction:
         """A candidate, corrected as `ipav fix` does. No file is changed.
@@ -210,16 +263,14 @@ class Session:
         Raises InputError, PluginError and SessionError.
         """
         files = _Files()
-        name = files.add(candidate, "candidate")
-        if name not in files.texts:
-            files.texts[name] = _read(name)  # it may change later
-        text = files.texts[name]
-        options = {"suggested": suggested, "timeout": timeout}
+        file = files.add(candidate, "candidate")
+        if file not in files.texts:
+            files.texts[file] = _read(file)  # it may change later
         output = self._run(
-            files, "fix", [candidate], "candidate", self._before(running), options,
-            [f"--only={fix_id}" for fix_id in only],
+            files, "fix", [file], running, _list("only", only, str),
+            suggested=suggested, timeout=timeout,
         )  # fmt: skip
-        text = unified.apply(text, output.output)
+        text = unified.apply(files.texts[file], output.output)
         if output.status == 0:
             return Correction(text, output.output, True, ())
         left = self.check(
@@ -241,12 +292,10 @@ class Session:
         Raises InputError and SessionError.
         """
         files = _Files()
-        running = self._before(running)
-        before = files.add("{}" if running is None else running, "running")
-        output = self._run(
-            files, "diff", [candidate], "candidate", None,
-            {"full": full, "timeout": timeout}, first=[before],
-        )  # fmt: skip
+        if running is None:
+            running = "{}" if self._running is None else self._running
+        names = [files.add(running, "running"), files.add(candidate, "candidate")]
+        output = self._run(files, "diff", names, None, full=full, timeout=timeout)
         return _parse(Difference, output)
 
     def explain(self, topic: str) -> Point | Rule:
@@ -254,12 +303,11 @@ class Session:
 
         Raises InputError if it is unknown, and SessionError.
         """
+        _require("topic", topic, str)
         if not topic.strip() or "\n" in topic or topic == "-":
             raise InputError([Problem("a topic is one line of text")])
         output = self.run(["explain", "--format=json", "--", topic])
-        _refuse_death(output, SessionError)
-        if output.status != 0:
-            raise _Files().input_error(output.errors)
+        _Files().require_answer(output, SessionError)
         is_point = "point" in json.loads(output.output)[0]
         if is_point:
             return _parse(tuple[Point], output)[0]
@@ -268,78 +316,56 @@ class Session:
     # --- Requests
 
     def run(
-        self, arguments: Sequence[str], texts: Mapping[str, str] | None = None
+        self, arguments: Iterable[str], texts: Mapping[str, str] | None = None
     ) -> Output:
         """Runs any command of ipav. Raises SessionError.
 
         The command reads the texts instead of the files of their names.
         """
+        texts = {} if texts is None else texts
+        _require("texts", texts, Mapping)
+        for text in (*texts, *texts.values()):
+            _require("texts", text, str)
         return self._process.request(
-            {"arguments": list(arguments), "texts": dict(texts or {})}
+            {
+                "arguments": _list("arguments", arguments, str),
+                "texts": dict(texts),
+            }
         )
-
-    def _before(self, running: Source | None) -> Source | None:
-        return self._running if running is None else running
-
-    def _check(
-        self,
-        files: _Files,
-        candidates: Sequence[Source],
-        running: Source | None,
-        **options: bool | int | None,
-    ) -> tuple[Report, ...]:
-        before = self._before(running)
-        output = self._run(files, "check", candidates, "candidate", before, options)
-        if not output.output:
-            raise files.input_error(output.errors)
-        return _parse(_Run, output).devices
 
     def _run(
         self,
         files: _Files,
         command: str,
-        sources: Sequence[Source],
-        name: str,
+        names: Sequence[str],
         running: Source | None,
-        options: Mapping[str, bool | int | None],
-        more: Sequence[str] = (),
-        first: Sequence[str] = (),
+        only: Iterable[str] = (),
+        **options: bool | int | None,
     ) -> Output:
         """Runs a command. Raises an error if it printed nothing."""
-        arguments = [command, *more]
+        arguments = [command, *(f"--only={each}" for each in only)]
         if command != "fix":
             arguments.append("--format=json")
         for option, value in options.items():
+            if value is not None:
+                _require(option, value, int if option in _NUMBERS else bool)
             if value is True:
                 arguments.append(f"--{option}")
             elif value is not None and value is not False:
                 arguments.append(f"--{option}={value}")
-        if running is not None:
+        running = self._running if running is None else running
+        if command != "diff" and running is not None:
             arguments.append("--running=" + files.add(running, "running"))
-        names = [
-            files.add(source, name if number == 1 else f"{name} {number}")
-            for number, source in enumerate(sources, 1)
-        ]
-        output = self.run([*arguments, "--", *first, *names], files.texts)
-        has_plugin = command != "diff"
-        _refuse_death(output, PluginError if has_plugin else SessionError)
-        if output.status == 2 and not output.output:
-            raise files.input_error(output.errors)
-        if output.status == 3 and command != "check":
-            raise PluginError(output.errors.strip() or _failure(output.output))
+        output = self.run([*arguments, "--", *names], files.texts)
+        error = SessionError if command == "diff" else PluginError
+        files.require_answer(output, error)
         return output
 
 
-def _refuse_death(output: Output, error: type[Error]) -> None:
-    """Raises the error if a command was killed, or could not print an answer."""
-    if output.status == 3 and not output.output:
-        raise error(output.errors.strip() or "the plug-in failed")
-
-
-def _judged(report: Report, files: list[str]) -> Report:
+def _judged(report: Report) -> Report:
     """The report, if there is a verdict. Raises InputError and PluginError."""
     if report.verdict is Verdict.BAD_INPUT:
-        names = [*files, report.candidate, report.running or report.candidate]
+        names = [report.candidate, report.running or report.candidate]
         raise InputError(
             Problem.parse(error, names) for error in report.input_errors
         )
@@ -350,18 +376,16 @@ def _judged(report: Report, files: list[str]) -> Report:
 
 def _read(name: str) -> str:
     try:
-        return Path(name).read_bytes().decode()
+        return _decode(Path(name).read_bytes(), name)
     except OSError as error:
         raise InputError([Problem(error.strerror or str(error), name)]) from error
+
+
+def _decode(text: bytes, name: str) -> str:
+    try:
+        return text.decode()
     except UnicodeDecodeError as error:
         raise InputError([Problem("is not UTF-8", name)]) from error
-
-
-def _failure(output: str) -> str:
-    try:
-        return str(json.loads(output)["failure"])
-    except (ValueError, KeyError, TypeError):
-        return "the plug-in failed"
 
 
 def _parse(result: type[T], output: Output) -> T:

@@ -75,6 +75,7 @@ def test_a_refusal_names_both_culprits():
     assert len(report.restart.findings) > 1
     assert report.refusals()[0] is finding
     assert f"\n  {OVERLAP}:509:17: address, added\n" in str(finding)
+    assert str(finding).endswith(f"\n  suggested: {finding.fixes[1].text}")
 
 
 def test_texts_stand_for_files():
@@ -98,6 +99,8 @@ def test_a_folder_is_one_device_or_several(tmp_path, monkeypatch):
     assert [f.text for f in ipav.check("a").findings] == [TEXT]
     with pytest.raises(ipav.InputError, match="several devices"):
         ipav.check(tmp_path)
+    with pytest.raises(ipav.InputError, match="^a: is a directory"):
+        ipav.plan("a")
     reports = ipav.check_all(["a", "b"], jobs=2)
     assert [report.verdict.value for report in reports] == ["refused", "badInput"]
     assert reports[1].input_errors[0].startswith("b/candidate.xml:1:")
@@ -111,6 +114,8 @@ def test_a_folder_is_one_device_or_several(tmp_path, monkeypatch):
         ("/nowhere.xml", ("/nowhere.xml", None, None, "No such file or directory")),
         ("-", ("./-", None, None, "No such file or directory")),
         ("--help", ("--help", None, None, "No such file or directory")),
+        (b"<a>\n<b", ("<candidate>", 2, 3)),
+        (b"<a>\xff", ("<candidate>", None, None, "is not UTF-8")),
     ],
 )
 def test_an_input_error_has_the_line(candidate, expected):
@@ -121,6 +126,43 @@ def test_an_input_error_has_the_line(candidate, expected):
         place = (error.file, error.line, error.column, error.reason)
         assert place[: len(expected)] == expected, function
         assert pickle.loads(pickle.dumps(error)).problems == error.problems
+
+
+def test_a_wrong_type_is_named_before_anything_is_sent(monkeypatch):
+    monkeypatch.setattr(ipav._shared, "_process", None)
+    session = ipav.Session("/nowhere", running="/nowhere")
+    path = "str or bytes or PathLike"
+    wrong = [
+        (lambda: ipav.check(1), f"candidate: expected {path}, not int"),
+        (lambda: ipav.plan(None), f"goal: expected {path}, not NoneType"),
+        (lambda: ipav.fix([RUNNING]), f"candidate: expected {path}, not list"),
+        (lambda: ipav.diff(RUNNING, running=[]), f"running: expected {path}, not list"),
+        (lambda: ipav.check(RUNNING, limit="1"), "limit: expected int, not str"),
+        (lambda: ipav.plan(RUNNING, timeout=True), "timeout: expected int, not bool"),
+        (lambda: ipav.check(RUNNING, all="no"), "all: expected bool, not str"),
+        (lambda: ipav.fix(RUNNING, only="F1.1"), "only: expected a list, which .* str"),
+        (lambda: ipav.fix(RUNNING, only=[1]), "only: expected str, not int"),
+        (lambda: ipav.explain(1), "topic: expected str, not int"),
+        (lambda: ipav.check_all(str(RUNNING)), "candidates: expected a list, which .* str"),
+        (lambda: ipav.check_all(RUNNING), "candidates: expected a list, which .* PosixPath"),
+        (lambda: ipav.check_all([1]), f"candidate: expected {path}, not int"),
+        (lambda: session.run("check"), "arguments: expected a list, which .* str"),
+        (lambda: session.run(["check", 1]), "arguments: expected str, not int"),
+        (lambda: session.run([], {"a": 1}), "texts: expected str, not int"),
+        (lambda: session.run([], "a"), "texts: expected Mapping, not str"),
+        (lambda: session.check_edits([]), "edits: expected Mapping, not list"),
+        (lambda: session.check_edits({1: ""}), "a path in edits: expected str, not int"),
+        (lambda: session.check_edits({"/a": 1}), r"edits\['/a'\]: expected str, not int"),
+        (lambda: ipav.Session(1), "program: expected str or PathLike, not int"),
+        (lambda: ipav.Session(yang=b"/"), "yang: expected str or PathLike, not bytes"),
+        (lambda: ipav.Session(running=1), f"running: expected {path}, not int"),
+    ]
+    for call, text in wrong:
+        with pytest.raises(TypeError, match=f"^{text}$"):
+            call()
+    for call in (ipav.check, ipav.plan, ipav.fix, ipav.diff, lambda _: session.check("")):
+        with pytest.raises(ipav.InputError, match="is an empty text"):
+            call(" \n")
 
 
 def test_all_input_errors_are_listed():
@@ -143,13 +185,20 @@ def test_plan_and_diff_tell_what_changes():
     assert plan and len(plan.commits) == 2
     (detour,) = plan.detours
     assert (detour.away, detour.back) == (1, 2)
+    vlan = "/config/interface/l3{users-floor-4}/lower-layer-if/vlan: 204 -> 254"
+    assert f": 2 commits\n\ncommit 1:\n  ~ {vlan}\n  - /internal/" in str(plan)
+    assert "\n    comes back with commit 2; until then the OSPFv3 " in str(plan)
+    assert str(ipav.plan(RUNNING, running=RUNNING)) == f"{RUNNING}: nothing to do"
     refused = ipav.plan(OVERLAP, running=RUNNING)
+    added = "+ /config/interface/l3{meeting-rooms}/ipv4/address/secondary{"
+    assert f"\n\nrefused in any order:\n  {added}" in str(refused)
     assert not refused
     assert refused.refused[0].refusal.findings[0].rule == "interface-overlap"
     assert refused.refused[0].changes == refused.left_out
 
     difference = ipav.diff(OVERLAP, running=RUNNING)
     assert difference.changes == refused.left_out
+    assert str(difference).startswith(added)
     assert difference.changes[0].change is ipav.ChangeKind.ADDED
     assert "ipv4_addr_validation" in [call.point for call in difference.calls]
     assert not ipav.diff(RUNNING, running=RUNNING)
@@ -162,8 +211,9 @@ def test_fix_corrects_the_text_and_no_file():
     assert not left and left.diff == "" and left.text == before.decode()
     assert {finding.rule for finding in left.left} == {"interface-overlap"}
     ids = [fix.id for fix in left.left[0].fixes]
+    assert f"not corrected: {left.left[0].text}\n  suggested: leave out " in str(left)
     fixed = ipav.fix(OVERLAP, running=RUNNING, suggested=True)
-    assert fixed and not fixed.left
+    assert fixed and not fixed.left and str(fixed) == fixed.diff
     assert ipav.check(fixed.text, running=RUNNING)
     assert OVERLAP.read_bytes() == before
     # The diff is one that others apply, too.
@@ -177,25 +227,41 @@ def test_fix_corrects_the_text_and_no_file():
         ipav.fix(OVERLAP, running=RUNNING, only=["F9.9"])
 
 
-def test_edits_of_a_running_configuration_are_judged():
+@pytest.mark.parametrize("running", [RUNNING, RUNNING.read_text(), RUNNING.read_bytes()])
+def test_edits_of_a_running_configuration_are_judged(running):
     ip = "/config/interface/mgmt{eth0}/ipv4/address/ip"
-    with ipav.Session(running=RUNNING) as session:
+    printers = "/config/interface/l3{printers}/ipv4/address/ip"
+    with ipav.Session(running=running) as session:
         assert session.check_edits({ip: "172.31.12.3/24"})
+        assert session.check_edits({printers: "10.12.50.0/24"}).findings[0].text == TEXT
         report = session.check_edits({ip: "10.12.50.9/24"})
         assert [f.rule for f in report.findings] == ["interface-overlap"]
-        assert len(report.findings[0].culprits) == 2
+        assert [(c.value, c.novelty.value) for c in report.findings[0].culprits] == [
+            ("10.12.50.9/24", "changed"),
+            ("10.12.50.1/24", "unchanged"),
+        ]
         assert session.check_edits({})
-        route = "/config/interface/mgmt{eth0}/ipv4"
-        assert session.check_edits({route: None})
+        assert session.check_edits({"/config/interface/mgmt{eth0}/ipv4": None})
         # It is also what other requests without one are judged against.
-        assert session.check(NETWORK) == ipav.check(NETWORK, running=str(RUNNING))
-        assert session.diff(NETWORK) == ipav.diff(NETWORK, running=str(RUNNING))
+        assert session.check(NETWORK) == ipav.check(NETWORK, running=running)
+        assert session.diff(NETWORK) == ipav.diff(NETWORK, running=running)
         assert session.plan(RUNNING).commits == ()
-        for wrong in ({"/config/nothing": "1"}, {ip: "1"}, {"/config": 1}):
-            with pytest.raises(ipav.InputError):
-                session.check_edits(wrong)
-    with pytest.raises(ipav.InputError, match="--running"):
+        for wrong in ("/config/nothing", ip, "/config/interface", "/config/l3{name=a}"):
+            with pytest.raises(ipav.InputError, match=wrong):
+                session.check_edits({wrong: "1"})
+    with pytest.raises(ipav.InputError, match="edits need a Session.running="):
         ipav.Session().check_edits({ip: "10.12.50.9/24"})
+
+
+def test_a_wrong_running_configuration_is_named():
+    ip = "/config/interface/mgmt{eth0}/ipv4/address/ip"
+    for running, place in (("/nowhere.xml", "/nowhere.xml"), ("<a>\n<b", "<running>")):
+        with ipav.Session(running=running) as session:
+            for call in (lambda: session.check_edits({ip: "x"}), lambda: session.check(RUNNING)):
+                with pytest.raises(ipav.InputError) as caught:
+                    call()
+                assert caught.value.file == place
+                assert caught.value.line == (2 if place == "<running>" else None)
 
 
 def test_explain_knows_points_rules_and_texts():
@@ -203,8 +269,10 @@ def test_explain_knows_points_rules_and_texts():
     assert isinstance(point, ipav.Point)
     assert len(point.steps) == 4
     assert point.uses[0].path == "/config/interface/l3/ipv6/nd/ra"
+    assert str(point).startswith("validate_ipv6_nd_ra_lifetime\n")
     rule = ipav.explain("network-address")
     assert isinstance(rule, ipav.Rule)
+    assert str(rule).endswith(f"\nWhat to do: {rule.advice}")
     text = ipav.explain(TEXT)
     assert text.rule == rule.rule and rule.readings == ()
     assert text.readings[0]["prefix"] == "10.12.50.0/24"
@@ -223,7 +291,8 @@ def test_a_plugin_that_dies_is_an_error_of_one_call():
 
 def test_a_killed_command_is_no_wrong_input(session, monkeypatch):
     killed = Output(3, "", "ipav: the command was killed by signal: Killed\n")
-    monkeypatch.setattr(session._process, "request", lambda _: killed)
+    monkeypatch.setattr(session._process, "request", lambda *_: killed)
+    monkeypatch.setattr(session, "_running", RUNNING)
     for function in (session.check, session.check_all, session.plan, session.fix):
         with pytest.raises(ipav.PluginError, match="signal: Killed"):
             function([RUNNING] if function == session.check_all else RUNNING)
@@ -232,12 +301,6 @@ def test_a_killed_command_is_no_wrong_input(session, monkeypatch):
     for function in (session.diff, session.explain):
         with pytest.raises(ipav.SessionError, match="signal: Killed"):
             function(str(RUNNING))
-
-
-def test_a_folder_is_no_goal():
-    with pytest.raises(ipav.InputError, match="is a directory") as caught:
-        ipav.plan(BRANCH)
-    assert caught.value.file == str(BRANCH)
 
 
 def test_a_session_that_died_starts_again(session):

@@ -3,6 +3,7 @@
 #include <libyang/plugins_types.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <string_view>
 #include <utility>
@@ -37,6 +38,18 @@ confd_vtype TypeOfPlugin(const lysc_type& type) {
   return C_BUF;
 }
 
+// Of an integer, or of the length of a string; null without one.
+const lysc_range* RangeOf(const lysc_type& type) {
+  if (type.basetype == LY_TYPE_STRING) {
+    return reinterpret_cast<const lysc_type_str&>(type).length;
+  }
+  const bool is_integer =
+      type.basetype >= LY_TYPE_INT8 ||
+      (type.basetype >= LY_TYPE_UINT8 && type.basetype <= LY_TYPE_UINT64);
+  return is_integer ? reinterpret_cast<const lysc_type_num&>(type).range
+                    : nullptr;
+}
+
 }  // namespace
 
 confd_vtype ValueTypeOf(const lysc_type& type) {
@@ -62,6 +75,24 @@ confd_vtype ValueTypeOf(const lysc_type& type) {
 
 bool HasManyForms(confd_vtype type) {
   return type == C_BINARY || type == C_IPV4_AND_PLEN || type == C_IPV6_AND_PLEN;
+}
+
+std::string RangeText(const lysc_type& type) {
+  const lysc_range* range = RangeOf(type);
+  if (range == nullptr) return "";
+  const auto number = [&](std::int64_t value) {
+    return type.basetype < LY_TYPE_INT8
+               ? std::to_string(static_cast<std::uint64_t>(value))
+               : std::to_string(value);
+  };
+  std::string text = type.basetype == LY_TYPE_STRING ? "length" : "range";
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(range->parts, i) {
+    const auto& part = range->parts[i];
+    text.append(i > 0 ? " | " : " ").append(number(part.min_64));
+    if (part.min_64 != part.max_64) text += ".." + number(part.max_64);
+  }
+  return text;
 }
 
 }  // namespace ipav::datastore

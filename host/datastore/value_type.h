@@ -5,6 +5,8 @@
 #include <confd_lib.h>
 #include <libyang/libyang.h>
 
+#include <string>
+
 namespace ipav::datastore {
 
 // C_NOEXISTS for a type that this host does not support.
@@ -13,6 +15,10 @@ confd_vtype ValueTypeOf(const lysc_type& type);
 // Whether one value of the type may have several texts. For libyang such a
 // value is a string, and the texts are different values.
 bool HasManyForms(confd_vtype type);
+
+// What an integer or the length of a string may be: "range 68..9216", "length
+// 1..16 | 32". Empty if the model does not restrict it.
+std::string RangeText(const lysc_type& type);
 
 }  // namespace ipav::datastore
 

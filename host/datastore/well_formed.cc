@@ -173,11 +173,14 @@ class XmlListener {
     if (!Hear(lines) || !Hear(kOpening) || !Hear(bytes.substr(start_))) {
       throw Error();
     }
-    if (parser_->nameNr > 1) {
+    const std::string open = parser_->nameNr > 1 ? Current() : "";
+    // At the end, the parser reads what may have begun a reference.
+    const bool is_well_formed = Hear(open.empty() ? kEnding : " ", true);
+    if (!open.empty() && !IsInReference()) {
       throw ErrorAt(text_.path, bytes, bytes.size(),
-                    kReason + ("the text ends before </" + Current() + ">"));
+                    kReason + ("the text ends before </" + open + ">"));
     }
-    if (!Hear(kEnding, true)) throw Error();
+    if (!is_well_formed) throw Error();
   }
 
  private:
@@ -199,6 +202,12 @@ class XmlListener {
     return reinterpret_cast<const char*>(parser_->name);
   }
 
+  // Whether the error is in a reference, such as &lt;.
+  bool IsInReference() const {
+    return message_.find("Ref: ") != std::string::npos ||
+           message_.rfind("Entity '", 0) == 0;
+  }
+
   // False after input that is not XML.
   bool Hear(std::string_view piece, bool is_last = false) {
     constexpr std::size_t kMost = std::size_t{1} << 20;
@@ -217,7 +226,13 @@ class XmlListener {
     const std::string_view bytes = text_.bytes;
     std::string message = message_;
     std::size_t at = ErrorPlace();
-    if (is_mismatch_) {
+    if (IsInReference()) {
+      // The parser is after the reference.
+      at = bytes.rfind('&', at - 1);
+      if (message_.find("EntityRef: ") != std::string::npos) {
+        message = "& begins no reference (write &amp;)";
+      }
+    } else if (is_mismatch_) {
       // The parser is after the end tag.
       at = bytes.rfind('<', at - 1);
       if (parser_->nameNr == 0) message = "an end tag without its start tag";

@@ -78,6 +78,10 @@ void Fragments::Remove(Node node, bool member) {
     if (!is_element || member) hole.begin = tree_[node].head.begin;
     RemoveComma(hole);
   }
+  Remove(hole);
+}
+
+void Fragments::Remove(Span hole) {
   // Line ends stay, so that all lines keep their numbers.
   std::replace_if(
       text_.begin() + static_cast<std::ptrdiff_t>(hole.begin),

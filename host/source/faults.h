@@ -49,6 +49,8 @@ class Fragments {
   // Replaces the node by blanks. With `member`, a JSON array is replaced with
   // all its elements.
   void Remove(Node node, bool member);
+  // Replaces a part of the text by blanks.
+  void Remove(Span hole);
   bool IsRemoved(Node node) const { return text_[BeginOf(node)] == ' '; }
 
   const std::string& text() const { return text_; }

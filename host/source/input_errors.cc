@@ -19,22 +19,38 @@ using datastore::InputText;
 using datastore::Nodes;
 using datastore::PositionAt;
 
-// XML: text beside the top elements.
-void FindStrayText(Examined* text) {
-  if (!text->is_xml) return;
-  const std::string_view bytes = text->text.bytes;
+// Removes text from what is beside the elements of a node: other steps ignore
+// it. The root has no schema.
+void CheckGap(Span gap, const lysc_node* schema, Examined* text) {
+  const std::size_t at = SkipToContent(text->text.bytes, gap);
+  if (at >= gap.end) return;
+  text->faults.push_back(
+      {at, schema == nullptr ? "Text outside of the elements."
+                             : std::string("Text in \"") + schema->name +
+                                   "\", which only holds other elements."});
+  text->fragments.Remove(Span{at, gap.end});
+}
+
+// XML: text beside elements.
+void FindStrayText(SourceTree::Node parent, const lysc_node* schema,
+                   Examined* text) {
   const SourceTree& tree = text->tree;
-  if (tree[SourceTree::kRoot].first_child == SourceTree::kNone) return;
-  std::size_t begin = text->text.start;
-  for (SourceTree::Node node = tree[SourceTree::kRoot].first_child;;
-       node = tree[node].next) {
-    const bool is_last = node == SourceTree::kNone;
-    const std::size_t end = is_last ? bytes.size() : tree[node].head.begin;
-    const std::size_t at = SkipToContent(bytes, {begin, end});
-    if (at < end) text->faults.push_back({at, "Text outside of the elements."});
-    if (is_last) return;
+  const std::string_view bytes = text->text.bytes;
+  const bool is_root = schema == nullptr;
+  std::size_t begin = is_root ? text->text.start : tree[parent].head.end;
+  for (SourceTree::Node node = tree[parent].first_child;
+       node != SourceTree::kNone; node = tree[node].next) {
+    CheckGap({begin, tree[node].head.begin}, schema, text);
     begin = tree[node].end;
+    const lysc_node* inner = text->SchemaOf(schema, node);
+    const bool has_children = inner != nullptr &&
+                              lysc_node_child(inner) != nullptr &&
+                              tree[node].first_child != SourceTree::kNone;
+    if (has_children) FindStrayText(node, inner, text);
   }
+  const std::size_t end =
+      is_root ? bytes.size() : bytes.rfind('<', tree[parent].end - 1);
+  CheckGap({begin, end}, schema, text);
 }
 
 // Step 3: constraints between nodes. Of the nodes that the first steps removed,
@@ -84,7 +100,10 @@ InputError FindInputErrors(const datastore::Model& model,
                            const InputText& text) {
   // 1. The nodes that cannot be read, then what is wrong with the others.
   Examined examined(model.context(), text);
-  FindStrayText(&examined);
+  if (examined.is_xml &&
+      examined.tree[SourceTree::kRoot].first_child != SourceTree::kNone) {
+    FindStrayText(SourceTree::kRoot, nullptr, &examined);
+  }
   FindUnreadable(&examined);
   if (examined.faults.size() <= kMaxErrors) {
     FindDuplicates(&examined);

@@ -11,6 +11,7 @@
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/libyang_ptr.h"
 #include "host/datastore/model.h"
+#include "host/datastore/value_type.h"
 #include "host/source/faults.h"
 
 namespace ipav::source {
@@ -128,6 +129,7 @@ class Search {
     const Span place =
         schema == nullptr ? text_.tree[node].head : text_.tree[node].span;
     if (schema == nullptr) reason += Expected(node, parent);
+    if (schema != nullptr) reason += ExpectedRange(*schema, reason);
     text_.faults.push_back({place.begin, std::move(reason)});
     Remove(node, schema);
   }
@@ -137,6 +139,18 @@ class Search {
     const bool holds_many = schema != nullptr &&
                             (schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0;
     text_.fragments.Remove(node, !holds_many);
+  }
+
+  // For a value out of its range.
+  static std::string ExpectedRange(const lysc_node& schema,
+                                   const std::string& reason) {
+    const bool is_out = base::StartsWith(reason, "Unsatisfied range") ||
+                        base::StartsWith(reason, "Unsatisfied length") ||
+                        base::EndsWith(reason, " bounds.");
+    if (!is_out || (schema.nodetype & LYD_NODE_TERM) == 0) return "";
+    const std::string range = datastore::RangeText(
+        *reinterpret_cast<const lysc_node_leaf&>(schema).type);
+    return range.empty() ? "" : " Expected: " + range + ".";
   }
 
   // For an unknown node: the node of the same name in another module.

@@ -587,7 +587,8 @@ TEST_F(IpavTest, AllErrorsOfAllFilesAreListed) {
       Write("running.xml", L3Xml("<frob/>\n<mtu>1</mtu>"));
   const std::string candidate = Write("a.xml", L3Xml("<mtu>1</mtu>"));
   const std::string low =
-      "Unsatisfied range - value \"1\" is out of the allowed range.\n";
+      "Unsatisfied range - value \"1\" is out of the allowed range. Expected: "
+      "range 68..9216.\n";
   const std::string of_running =
       "ipav: " + running +
       ":3:1: Node \"frob\" not found as a child of \"l3\" node.\nipav: " +

@@ -74,6 +74,9 @@ void ExpectErrors(const Model& model, const std::vector<Row>& rows) {
 const std::string kByteOrderMark = "\ufeff";
 constexpr char kNul[] = "contains a NUL byte";
 const std::string kNoXml = "no well-formed XML: ";
+const std::string kLow =
+    "Unsatisfied range - value \"1\" is out of the allowed range. Expected: "
+    "range 68..9216.";
 
 // --- Texts in no model
 
@@ -91,6 +94,7 @@ TEST(InputErrorPlace, IsKnownForTextsThatAreNeitherXmlNorJson) {
 
 TEST(InputErrorPlace, IsKnownForXmlThatIsNotWellFormed) {
   const std::string in_line_3 = "Opening and ending tag mismatch: vrf line 3";
+  const std::string ampersand = kNoXml + "& begins no reference (write &amp;)";
   std::vector<Row> rows = {
       {L3With("<vrf>red^</vfr>"), {kNoXml + in_line_3 + " and vfr"}},
       {L3With("<vrf>r^]]>d</vrf>"),
@@ -99,6 +103,10 @@ TEST(InputErrorPlace, IsKnownForXmlThatIsNotWellFormed) {
        {kNoXml + "Sequence ']]>' not allowed in content"}},
       {L3With("<!-- <!^-- --><vrf>red</vrf>"),
        {kNoXml + "Double hyphen within comment"}},
+      {L3With("<vrf>a &lt; b\n^& c</vrf><mtu>&gt;</mtu>"), {ampersand}},
+      {L3With("<vrf>R^&D</vrf>"), {ampersand}},
+      {L3With("<vrf>r</vrf>") + "^&", {ampersand}},
+      {L3With("<vrf>^&red;</vrf>"), {kNoXml + "Entity 'red' not defined"}},
       {L3With("<?^ ?><vrf>red</vrf>"),
        {kNoXml + "xmlParsePI : no target name"}},
       {L3With("<?xml^ version=\"1.0\"?><vrf>red</vrf>"),
@@ -206,7 +214,8 @@ TEST(InputErrorPlace, IsThatOfAWrongValue) {
       "expected an IPv4 address with a prefix length of 0 to 32, such as "
       "10.1.1.1/24";
   const std::string high =
-      "Value \"70000\" is out of type uint16 min/max bounds.";
+      "Value \"70000\" is out of type uint16 min/max bounds. Expected: range "
+      "68..9216.";
   const std::string long_key(1 << 20, 'x');
   ExpectErrors(
       ProjectModel(),
@@ -222,7 +231,8 @@ TEST(InputErrorPlace, IsThatOfAWrongValue) {
        {L3With("<lower-layer-if><vlan>^0</vlan></lower-layer-if>"),
         {"expected a VLAN of 1 to 4094"}},
        {L3With("<mtu>^20</mtu>"),
-        {"Unsatisfied range - value \"20\" is out of the allowed range."}},
+        {"Unsatisfied range - value \"20\" is out of the allowed range. "
+         "Expected: range 68..9216."}},
        {L3With("<mtu>^1\n2</mtu>"), {"Invalid type uint16 value \"1 2\"."}},
        {L3With("<enabled>^maybe</enabled>"),
         {"Invalid boolean value \"maybe\"."}},
@@ -253,11 +263,11 @@ TEST(InputErrorPlace, IsThatOfAWrongValue) {
        {"<config xmlns=\"urn:vorplex:config\"><interface><l3 "
         "xmlns=\"urn:vorplex:ipapp\"><name>" +
             long_key + "</name>\n<mtu>^1</mtu></l3></interface></config>",
-        {"Unsatisfied range - value \"1\" is out of the allowed range."}},
+        {kLow}},
        {"<config xmlns=\"urn:vorplex:config\"><interface><l3 "
         "xmlns=\"urn:vorplex:ipapp\"><name>a\nb</name><mtu>^1</mtu></l3>"
         "</interface></config>",
-        {"Unsatisfied range - value \"1\" is out of the allowed range."}}});
+        {kLow}}});
 }
 
 TEST(InputErrorPlace, IsThatOfAnEntryWithoutAKey) {
@@ -343,7 +353,8 @@ constexpr char kConstraints[] = R"yang(
       container in { must "a or not(b)"; leaf a { type string; }
                      leaf b { type string; } }
     }
-    list two { key "a b"; min-elements 1; leaf a { type string; }
+    list two { key "a b"; min-elements 1;
+               leaf a { type string { length "1..3 | 5"; } }
                leaf b { type uint8; } }
     leaf ref { type leafref { path "../l/k"; } }
     choice ch { case x { leaf x { type string; } }
@@ -381,6 +392,9 @@ TEST(InputErrorPlace, IsThatOfAViolatedConstraint) {
       {{Data("<mode>^fst</mode>"), {"Invalid enumeration value \"fst\"."}},
        {Data("<two>\n<b>1</b>\n<a>^a</a></two>"),
         {"Invalid position of the key \"a\" in a list."}},
+       {Data("<two><a>^long</a><b>1</b></two>"),
+        {"Unsatisfied length - string \"long\" length is not allowed. "
+         "Expected: length 1..3 | 5."}},
        {Data("") + "^<go NS/>", {"Unexpected RPC element \"go\"."}},
        {Data("<l><k>1</k><v>3</v></l><l><k>2</k>\n<v>^20</v></l>"),
         {"v is too high"}},
@@ -484,8 +498,6 @@ TEST(InputErrors, AreReportedAllAtOnceInTheOrderOfTheFile) {
   const std::string no_vfr =
       "Node \"vfr\" not found as a child of \"l3\" node.";
   const std::string no_name = "List instance is missing its key \"name\".";
-  const std::string low =
-      "Unsatisfied range - value \"1\" is out of the allowed range.";
   const std::string no_address =
       "expected an IPv6 address with a prefix length of 0 to 128, such as "
       "2001:db8::1/64";
@@ -495,24 +507,31 @@ TEST(InputErrors, AreReportedAllAtOnceInTheOrderOfTheFile) {
       {{L3With("^<vfr/><mtu>^1</mtu></l3>\n^" + l3 + "<mtu>^1</mtu></l3>\n" +
                l3 + "<name>^a</name><mtu>1500</mtu></l3>" + l3 +
                "<name>b</name><mtu>^1</mtu>"),
-        {no_vfr, low, no_name, low,
+        {no_vfr, kLow, no_name, kLow,
          "Duplicate instance of \"l3\", name \"a\". The first one is in line "
          "2, "
          "column 37.",
-         low}},
+         kLow}},
        {JsonL3With("^\"vfr\": [{}, {}],\n\"mtu\": ^1}, ^{\n\"mtu\": ^1}, "
                    "{\"name\": ^\"a\"}, {\"name\": \"b\", \"mtu\": ^1"),
-        {no_vfr, low, no_name, low,
+        {no_vfr, kLow, no_name, kLow,
          "Duplicate instance of \"l3\", name \"a\". The first one is in line "
          "2, "
          "column 23.",
-         low}},
+         kLow}},
        // A wrong key is not also a missing one, and hides nothing else.
        {L3With("<ipv6><address><ip>^x</ip></address>\n^<adress/></ipv6>"),
         {no_address, "Node \"adress\" not found as a child of \"ipv6\" node."}},
        // Under different top nodes, and beside them.
-       {L3With("<mtu>^1</mtu>") + "^text ^<config/>",
-        {low, "Text outside of the elements.",
+       {L3With("<ipv4><!-- x --> ^in <address><ip>^x</ip></address></ipv4>\n "
+               "^<![CDATA[x]]> <mtu>^1</mtu>^x") +
+            "^text ^<config/>",
+        {"Text in \"ipv4\", which only holds other elements.",
+         "expected an IPv4 address with a prefix length of 0 to 32, such as "
+         "10.1.1.1/24",
+         "Text in \"l3\", which only holds other elements.", kLow,
+         "Text in \"l3\", which only holds other elements.",
+         "Text outside of the elements.",
          "Missing XML namespace. Expected here: <config "
          "xmlns=\"urn:vorplex:config\">."}}});
 }
@@ -544,8 +563,6 @@ TEST(InputErrors, ThatFollowFromOthersAreNotReported) {
 }
 
 TEST(InputErrors, AreTwentyAtMost) {
-  const std::string low =
-      "Unsatisfied range - value \"1\" is out of the allowed range.";
   const auto entries = [](std::size_t count) {
     std::string text = "<name>b</name>";
     for (std::size_t i = 0; i < count; ++i) {
@@ -554,7 +571,7 @@ TEST(InputErrors, AreTwentyAtMost) {
     }
     return L3With("</l3><l3 xmlns=\"urn:vorplex:ipapp\">" + text);
   };
-  ExpectErrors(ProjectModel(), {{entries(20), {20, low}}});
+  ExpectErrors(ProjectModel(), {{entries(20), {20, kLow}}});
   std::string text = entries(21);
   text.erase(std::remove(text.begin(), text.end(), '^'), text.end());
   try {

@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "host/datastore/value_type.h"
+
 namespace ipav::features {
 
 namespace {
@@ -48,21 +50,6 @@ std::string KeysText(const lysc_node& list) {
     keys += (keys.empty() ? ", key " : " ") + std::string(key->name);
   }
   return keys;
-}
-
-void AddRange(const char* what, const lysc_range* range, bool is_signed,
-              std::vector<std::string>* texts) {
-  if (range == nullptr) return;
-  std::string parts;
-  ForEach(range->parts, [&](const auto& part) {
-    const std::string low =
-        is_signed ? std::to_string(part.min_64) : std::to_string(part.min_u64);
-    const std::string high =
-        is_signed ? std::to_string(part.max_64) : std::to_string(part.max_u64);
-    parts +=
-        (parts.empty() ? "" : " | ") + (low == high ? low : low + ".." + high);
-  });
-  texts->push_back(std::string(what) + " " + parts);
 }
 
 }  // namespace
@@ -115,31 +102,15 @@ std::vector<NamedValue> NamedValues(const lysc_type& type) {
 
 std::vector<std::string> RestrictionTexts(const lysc_type& type) {
   std::vector<std::string> texts;
-  switch (type.basetype) {
-    case LY_TYPE_UINT8:
-    case LY_TYPE_UINT16:
-    case LY_TYPE_UINT32:
-    case LY_TYPE_UINT64:
-    case LY_TYPE_INT8:
-    case LY_TYPE_INT16:
-    case LY_TYPE_INT32:
-    case LY_TYPE_INT64:
-      AddRange("range", reinterpret_cast<const lysc_type_num&>(type).range,
-               type.basetype > LY_TYPE_DEC64, &texts);
-      break;
-    case LY_TYPE_STRING: {
-      const auto& string = reinterpret_cast<const lysc_type_str&>(type);
-      AddRange("length", string.length, false, &texts);
-      ForEach(string.patterns, [&](const lysc_pattern* pattern) {
-        texts.push_back(pattern->emsg != nullptr
-                            ? MarkdownText(pattern->emsg)
-                            : fmt::format("pattern `{}`", pattern->expr));
-      });
-      break;
-    }
-    default:
-      break;
-  }
+  const std::string range = datastore::RangeText(type);
+  if (!range.empty()) texts.push_back(range);
+  if (type.basetype != LY_TYPE_STRING) return texts;
+  const auto& string = reinterpret_cast<const lysc_type_str&>(type);
+  ForEach(string.patterns, [&](const lysc_pattern* pattern) {
+    texts.push_back(pattern->emsg != nullptr
+                        ? MarkdownText(pattern->emsg)
+                        : fmt::format("pattern `{}`", pattern->expr));
+  });
   return texts;
 }
 

@@ -116,9 +116,12 @@ void AddOutput(CLI::App* command, CheckOptions* options) {
 // --- Inputs
 
 // The devices to check. With --base, says which ones are deleted.
-std::vector<Device> FindDevices(const CheckOptions& options) {
+fleet::SinceBase FindDevices(const CheckOptions& options) {
   if (options.base.empty()) {
-    return fleet::FindDevices(options.candidates, options.running);
+    std::vector<Device> devices =
+        fleet::FindDevices(options.candidates, options.running);
+    std::vector<std::string> files = fleet::FilesOf(devices);
+    return {std::move(devices), {}, std::move(files)};
   }
   const ReadingTime limit("--base " + options.base, options.judge.limits.time);
   fleet::SinceBase found = fleet::FindSince(options.base, options.candidates,
@@ -127,19 +130,18 @@ std::vector<Device> FindDevices(const CheckOptions& options) {
     fmt::print(stderr, "{}: deleted since {}\n", base::Printable(file),
                base::Printable(options.base));
   }
-  return std::move(found.devices);
+  return found;
 }
 
 // An output must not replace an input or another output.
 void RefuseToReplaceInputs(const CheckOptions& options,
-                           const std::vector<Device>& devices) {
+                           std::vector<std::string> inputs) {
   if (options.report.output.empty() && options.page.empty()) return;
   if (options.page == "-" && report::IsStandardOutput(options.report.output)) {
     throw std::runtime_error(
         "--report -: the report is on standard output, too; name a file for it "
         "with --output");
   }
-  std::vector<std::string> inputs = fleet::FilesOf(devices);
   inputs.push_back(options.running);
   report::RefuseToReplace(options.page, inputs);
   inputs.push_back(options.page);
@@ -185,8 +187,9 @@ ExitStatus Check(const CheckOptions& options) {
   // 1. The devices, and the outputs.
   const bool is_fleet = options.report.failed_only || !options.base.empty() ||
                         fleet::IsFleet(options.candidates, options.fleet);
-  std::vector<Device> devices = FindDevices(options);
-  RefuseToReplaceInputs(options, devices);
+  fleet::SinceBase found = FindDevices(options);
+  RefuseToReplaceInputs(options, std::move(found.files));
+  std::vector<Device> devices = std::move(found.devices);
   report::Run run;
   run.list_size = devices.size();
   run.shard = options.fleet.shard;

@@ -63,6 +63,9 @@ class Base {
     } catch (const InputError&) {
       if (!has_deleted) throw;
     }
+    for (std::string& file : FilesOf(devices)) {
+      found_.files.push_back(std::move(file));
+    }
     for (Device& device : devices) {
       // Such as the folder that was named.
       if (has_deleted && !IsThere(device.candidate)) continue;
@@ -73,7 +76,15 @@ class Base {
     }
   }
 
-  SinceBase Take() { return std::move(found_); }
+  SinceBase Take() {
+    std::map<std::string, std::vector<Blob*>> blobs;  // of repositories
+    for (Device& device : found_.devices) {
+      if (!device.blob || !device.problem.empty()) continue;
+      blobs[device.blob->root].push_back(&*device.blob);
+    }
+    for (const auto& [root, some] : blobs) FetchBlobs(root, some);
+    return std::move(found_);
+  }
 
  private:
   // Asks git only where a repository may begin.

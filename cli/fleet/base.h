@@ -12,8 +12,9 @@
 namespace ipav::cli::fleet {
 
 struct SinceBase {
-  std::vector<Device> devices;    // with other candidates, or new ones
-  std::set<std::string> deleted;  // candidates that the work tree has no more
+  std::vector<Device> devices;     // with other candidates, or new ones
+  std::set<std::string> deleted;   // candidates that the work tree has no more
+  std::vector<std::string> files;  // of all devices, also of unchanged ones
 };
 
 // Finds the devices of files and folders as FindDevices() does. The running

@@ -10,17 +10,18 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 #include <system_error>
 #include <utility>
 
-#include "host/base/file_descriptor.h"
 #include "host/datastore/input_error.h"
 
 namespace ipav::cli::fleet {
 
 namespace {
 
+namespace fs = std::filesystem;
 using base::FileDescriptor;
 using datastore::InputError;
 using Words = std::vector<std::string>;
@@ -38,13 +39,17 @@ FileDescriptor MemoryFile() {
   return file;
 }
 
-std::string BytesOf(const FileDescriptor& file) {
-  const off_t size = lseek(file.get(), 0, SEEK_END);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
+std::size_t SizeOf(const FileDescriptor& file) {
+  return static_cast<std::size_t>(lseek(file.get(), 0, SEEK_END));
+}
+
+std::string BytesAt(const FileDescriptor& file, std::size_t at,
+                    std::size_t size) {
+  std::string bytes(size, '\0');
   std::size_t used = 0;
-  while (used < bytes.size()) {
-    const ssize_t count = pread(file.get(), bytes.data() + used,
-                                bytes.size() - used, static_cast<off_t>(used));
+  while (used < size) {
+    const ssize_t count = pread(file.get(), bytes.data() + used, size - used,
+                                static_cast<off_t>(at + used));
     if (count <= 0) throw FailedCall("pread");
     used += static_cast<std::size_t>(count);
   }
@@ -93,18 +98,27 @@ InputError ErrorOf(const std::string& text) {
   return InputError(std::move(errors));
 }
 
-// What git prints in that folder.
-std::string Git(const std::string& folder, const Words& more) {
-  Words arguments = {"git", "-C", folder};
+// A file with what git prints in that folder.
+FileDescriptor RunGit(const std::string& folder, const Words& more,
+                      const std::string& input) {
+  // With this setting, git diff compares the bytes of files of another age.
+  Words arguments = {"git", "-C", folder, "-c", "diff.autoRefreshIndex=true"};
   arguments.insert(arguments.end(), more.begin(), more.end());
   const FileDescriptor in = MemoryFile();
-  const FileDescriptor out = MemoryFile();
+  FileDescriptor out = MemoryFile();
   const FileDescriptor errors = MemoryFile();
+  if (!base::WriteAll(in.get(), input)) throw FailedCall("write");
+  lseek(in.get(), 0, SEEK_SET);
   if (RunToEnd(std::move(arguments), {in.get(), out.get(), errors.get()}) !=
       0) {
-    throw ErrorOf(BytesOf(errors));
+    throw ErrorOf(BytesAt(errors, 0, SizeOf(errors)));
   }
-  return BytesOf(out);
+  return out;
+}
+
+std::string Git(const std::string& folder, const Words& more) {
+  const FileDescriptor out = RunGit(folder, more, "");
+  return BytesAt(out, 0, SizeOf(out));
 }
 
 // Texts that each end with a NUL.
@@ -136,14 +150,42 @@ GitRevision::GitRevision(const std::string& root, const std::string& name) {
     if (type != "blob" || mode == kLink) continue;
     files_.emplace(line.substr(tab + 1), blob);
   }
-  const Words changed =
-      SplitAtNul(Git(root, {"diff", "--name-only", "-z", "--no-renames",
-                            "--no-relative", tree, "--"}));
-  changed_.insert(changed.begin(), changed.end());
+  for (std::string& file :
+       SplitAtNul(Git(root, {"diff", "--name-only", "-z", "--no-renames",
+                             "--no-relative", tree, "--"}))) {
+    changed_.insert(std::move(file));
+  }
+  // "TAG NAME". git diff does not look at files that are assumed to be
+  // unchanged (a small letter), nor at those that are skipped (S), which a
+  // sparse work tree does not have.
+  for (const std::string& line :
+       SplitAtNul(Git(root, {"ls-files", "-v", "-z"}))) {
+    const std::string file = line.substr(2);
+    if ((line[0] >= 'a' && line[0] <= 'z') ||
+        (line[0] == 'S' && fs::exists(fs::path(root) / file))) {
+      changed_.insert(file);
+    }
+  }
+}
+
+void FetchBlobs(const std::string& root, const std::vector<Blob*>& blobs) {
+  std::string ids;
+  for (const Blob* blob : blobs) ids += blob->id + "\n";
+  const auto file = std::make_shared<const FileDescriptor>(
+      RunGit(root, {"cat-file", "--batch"}, ids));
+  std::size_t at = 0;
+  for (Blob* blob : blobs) {
+    // "ID blob SIZE", the bytes, and a line end.
+    at += blob->id.size() + std::to_string(blob->size).size() + 7;
+    blob->file = file;
+    blob->at = at;
+    at += blob->size + 1;
+  }
+  if (at != SizeOf(*file)) throw ErrorOf("fatal: a file is missing");
 }
 
 std::string ReadBlob(const Blob& blob) {
-  return Git(blob.root, {"cat-file", "blob", blob.id});
+  return BytesAt(*blob.file, blob.at, blob.size);
 }
 
 std::string GitRoot(const std::string& folder) {

@@ -5,8 +5,12 @@
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
+#include <vector>
+
+#include "host/base/file_descriptor.h"
 
 namespace ipav::cli::fleet {
 
@@ -15,6 +19,9 @@ struct Blob {
   std::string root;  // of the repository
   std::string id;
   std::size_t size = 0;  // bytes
+  // Where FetchBlobs() put its bytes.
+  std::shared_ptr<const base::FileDescriptor> file = nullptr;
+  std::size_t at = 0;
 };
 
 // The functions throw datastore::InputError with git's own text. Names of files
@@ -28,7 +35,8 @@ class GitRevision {
   // The files of the revision, without symbolic links.
   const std::map<std::string, Blob>& files() const { return files_; }
 
-  // Those of them that have other bytes in the work tree, or are not there.
+  // Those of them that have other bytes in the work tree, or are not there; and
+  // those of which git is told not to look.
   const std::set<std::string>& changed() const { return changed_; }
 
  private:
@@ -36,7 +44,10 @@ class GitRevision {
   std::set<std::string> changed_;
 };
 
-// The bytes of a file.
+// Gets the bytes of files of one repository, with one call of git.
+void FetchBlobs(const std::string& root, const std::vector<Blob*>& blobs);
+
+// The bytes of a file. Any process that inherits the file may read them.
 std::string ReadBlob(const Blob& blob);
 
 // The root of the work tree that has this folder.

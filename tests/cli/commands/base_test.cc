@@ -53,6 +53,10 @@ class BaseTest : public FolderTest {
 
 TEST_F(BaseTest, JudgesWhatChangedAgainstTheRevision) {
   Copy(kBad, "changed/candidate.xml");
+  // Also files that git diff does not look at; one is not checked out.
+  In("git update-index --assume-unchanged devices/own/candidate.xml && git "
+     "update-index --skip-worktree devices/changed/candidate.xml "
+     "devices/same/candidate.xml && rm devices/same/candidate.xml");
   Copy(kRunning, "own/candidate.xml");
   Copy(kBad, "own/running.xml");  // does not count
   Copy(kGood, "a b\nc.xml");
@@ -136,6 +140,8 @@ TEST_F(BaseTest, HasTheErrorsOfGitAndOfFiles) {
       {"ipav check --base '' devices", "--base: not a revision (see "},
       {"ipav check --base HEAD --running x devices",
        "--running excludes --base"},
+      {"ipav check --base HEAD --output devices/gone.xml devices",
+       "devices/gone.xml: would be replaced, and is needed as "},
       {"ipav check --base HEAD - < devices/gone.xml",
        "<stdin>: is not a file of a git repository\n"},
       {"PATH= $(which ipav) check --base HEAD devices",
@@ -193,7 +199,19 @@ TEST_F(BaseTest, HooksRefuseACommitThatARouterWouldRefuse) {
   EXPECT_EQ(count(), "1\n");
   const ProcessResult text = In("echo > text && git add text && " + Commit());
   EXPECT_EQ(text, (ProcessResult{0, "", ""}));
-  // 4. The command of .pre-commit-hooks.yaml.
+  // 4. A file beside the devices makes none of them judged. No files are left
+  // when the hook is interrupted.
+  In("git config diff.autoRefreshIndex false && git config --unset "
+     "ipav.devices && git update-index --skip-worktree "
+     "devices/same/candidate.xml && echo > devices/README && git add -A");
+  EXPECT_THAT(In(Commit()).err, StartsWith("0 devices: "));
+  const ProcessResult interrupted = In(
+      "echo >> devices/README && git add -A && mkdir bin tmp && printf "
+      "'#!/bin/sh\nls $TMPDIR | wc -l; kill -INT $PPID' > bin/ipav && chmod +x "
+      "bin/ipav && PATH=$PWD/bin:$PATH TMPDIR=$PWD/tmp "
+      ".git/hooks/pre-commit; ls tmp");
+  EXPECT_EQ(interrupted, (ProcessResult{0, "1\n", ""}));
+  // 5. The command of .pre-commit-hooks.yaml.
   const std::string hooks = ReadFile(IPAV_ROOT "/.pre-commit-hooks.yaml");
   EXPECT_THAT(hooks, HasSubstr("\n  entry: ipav check --base HEAD\n"
                                "  args: [devices]\n"

@@ -3,7 +3,6 @@
 #include <libyang/libyang.h>
 
 #include <algorithm>
-#include <new>
 
 #include "host/datastore/diff.h"
 #include "host/datastore/libyang_error.h"
@@ -15,12 +14,6 @@ namespace {
 
 using datastore::DataTree;
 using messages::DataView;
-
-constexpr std::uint32_t kOptions = LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS;
-
-void Require(LY_ERR error) {
-  if (error != LY_SUCCESS) throw std::bad_alloc();
-}
 
 // A key only exists with its entry.
 const lyd_node* EntryOfKey(const lyd_node* node) {
@@ -37,41 +30,23 @@ struct FoundEdit {
   const lyd_node* restored = nullptr;  // of the running configuration
 };
 
-// The node of the copy that is the same instance; null for null.
-lyd_node* CopyOf(const DataTree& copy, const lyd_node* node) {
-  if (node == nullptr) return nullptr;
-  const lyd_node* parent = lyd_parent(node);
-  const lyd_node* found = CopyOf(copy, parent);
-  if (parent != nullptr && found == nullptr) return nullptr;
-  // The copy is not shared yet.
-  return const_cast<lyd_node*>(datastore::Counterpart(copy, found, *node));
-}
-
 std::optional<FoundEdit> Find(const Edit& edit, const DataTree& running,
                               const DataTree& copy) {
   FoundEdit found{&edit};
-  auto* node = const_cast<lyd_node*>(DataView(copy).AtPath(edit.path));
-  switch (edit.kind) {
-    case Edit::Kind::kSet:
-      found.node = node;
-      break;
-    case Edit::Kind::kAdd:
-      found.parent = node;
-      break;
-    case Edit::Kind::kRemove:
-      found.node = const_cast<lyd_node*>(EntryOfKey(node));
-      break;
-    case Edit::Kind::kRestore:
-      found.restored = EntryOfKey(DataView(running).AtPath(edit.path));
-      if (found.restored == nullptr) return std::nullopt;
-      found.node = CopyOf(copy, found.restored);
-      found.parent = CopyOf(copy, lyd_parent(found.restored));
-      if (lyd_parent(found.restored) != nullptr && found.parent == nullptr) {
-        return std::nullopt;
-      }
-      return found;
+  if (edit.kind == Edit::Kind::kRestore) {
+    found.restored = EntryOfKey(DataView(running).AtPath(edit.path));
+    if (found.restored == nullptr) return std::nullopt;
+    const lyd_node* parent = lyd_parent(found.restored);
+    found.node = datastore::InCopy(copy, found.restored);
+    found.parent = datastore::InCopy(copy, parent);
+    if (parent != nullptr && found.parent == nullptr) return std::nullopt;
+    return found;
   }
-  if (found.node == nullptr && found.parent == nullptr) return std::nullopt;
+  const lyd_node* node = DataView(copy).AtPath(edit.path);
+  if (node == nullptr) return std::nullopt;
+  if (edit.kind == Edit::Kind::kRemove) node = EntryOfKey(node);
+  const bool is_parent = edit.kind == Edit::Kind::kAdd;
+  (is_parent ? found.parent : found.node) = const_cast<lyd_node*>(node);
   return found;
 }
 
@@ -88,11 +63,6 @@ bool AddNode(const Edit& edit, lyd_node* parent) {
                       nullptr) == LY_SUCCESS;
 }
 
-void Free(lyd_node* node, lyd_node** first) {
-  if (node == *first) *first = node->next;
-  lyd_free_tree(node);
-}
-
 bool Make(const FoundEdit& found, lyd_node** first) {
   switch (found.edit->kind) {
     case Edit::Kind::kSet:
@@ -101,16 +71,13 @@ bool Make(const FoundEdit& found, lyd_node** first) {
     case Edit::Kind::kAdd:
       return AddNode(*found.edit, found.parent);
     case Edit::Kind::kRemove:
-      Free(found.node, first);
+      datastore::RemoveNode(found.node, first);
       return true;
     case Edit::Kind::kRestore:
       break;
   }
-  if (found.node != nullptr) Free(found.node, first);
-  lyd_node* copy = nullptr;
-  Require(lyd_dup_single(found.restored, nullptr, kOptions, &copy));
-  Require(found.parent != nullptr ? lyd_insert_child(found.parent, copy)
-                                  : lyd_insert_sibling(*first, copy, first));
+  if (found.node != nullptr) datastore::RemoveNode(found.node, first);
+  datastore::InsertCopy(found.restored, found.parent, first);
   return true;
 }
 

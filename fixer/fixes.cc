@@ -68,28 +68,14 @@ Fixer::Fixer(const DataTree& running, const DataTree& candidate,
       countdown_(countdown),
       empty_(DataTree::Empty(running.model())) {}
 
-Outcome Fixer::RunCommit(const DataTree& from, const DataTree& to) const {
-  const int left = countdown_.ForPoll();
-  if (left == 0) throw TimeOver();
-  commit::Options options;
-  options.plugin = plugin_;
-  options.all = true;
-  if (left > 0) options.time_limit = base::TimeLimit(left);
-  Outcome outcome = commit::RunCommit(from, to, options);
-  const bool is_late = outcome.verdict == commit::Verdict::kPluginFailed &&
-                       countdown_.ForPoll() == 0;
-  if (is_late) throw TimeOver();
-  return outcome;
-}
-
 std::unique_ptr<Fixer::Baseline> Fixer::Judge(const DataTree& from,
                                               Judged judged) const {
-  auto baseline = std::unique_ptr<Baseline>(
-      new Baseline{from,
-                   RunCommit(from, candidate_),
-                   judged,
-                   {},
-                   {{&from, "", nullptr}, {&candidate_, "", nullptr}, judged}});
+  auto baseline = std::unique_ptr<Baseline>(new Baseline{
+      from,
+      commit::RunCommit(from, candidate_, {plugin_, true}, countdown_),
+      judged,
+      {},
+      {{&from, "", nullptr}, {&candidate_, "", nullptr}, judged}});
   for (const Answer& answer : baseline->outcome.answers) {
     if (answer.text) baseline->texts.emplace(answer.path, *answer.text);
   }
@@ -137,7 +123,8 @@ bool Fixer::Holds(const Finding& finding, const Proposal& proposal,
 
 bool Fixer::IsBetter(const Finding& finding, const Proposal& proposal,
                      const DataTree& tree, Baseline* baseline) const {
-  const Outcome outcome = RunCommit(baseline->from, tree);
+  const Outcome outcome =
+      commit::RunCommit(baseline->from, tree, {plugin_, true}, countdown_);
   if (outcome.verdict == commit::Verdict::kPluginFailed) return false;
   // The texts about timers name no interface.
   const bool names_nodes = finding.rule.rfind("ra-", 0) != 0;

@@ -4,7 +4,6 @@
 #ifndef IPAV_FIXER_FIXES_H_
 #define IPAV_FIXER_FIXES_H_
 
-#include <exception>
 #include <memory>
 #include <set>
 #include <string>
@@ -26,11 +25,6 @@ struct Fix {
   std::shared_ptr<const datastore::DataTree> tree;  // the corrected candidate
 };
 
-class TimeOver : public std::exception {
- public:
-  const char* what() const noexcept override { return "time limit reached"; }
-};
-
 class Fixer {
  public:
   // All are borrowed.
@@ -38,8 +32,8 @@ class Fixer {
         const datastore::DataTree& candidate, const std::string& plugin,
         const base::Countdown& countdown);
 
-  // The commit of the candidate with all of its points. Throws TimeOver, and
-  // plugin::PluginError.
+  // The commit of the candidate with all of its points. Throws
+  // base::TimeOver, and plugin::PluginError.
   const commit::Outcome& outcome() { return OfChange().outcome; }
 
   // The best first; of several that lead to the same data, the first. The
@@ -60,8 +54,6 @@ class Fixer {
   Baseline& OfWhole();
   std::unique_ptr<Baseline> Judge(const datastore::DataTree& from,
                                   messages::Judged judged) const;
-  commit::Outcome RunCommit(const datastore::DataTree& from,
-                            const datastore::DataTree& to) const;
   bool Holds(const messages::Finding& finding, const Proposal& proposal,
              const datastore::DataTree& tree);
   bool IsBetter(const messages::Finding& finding, const Proposal& proposal,

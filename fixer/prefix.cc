@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 
 #include <charconv>
+#include <climits>
 
 namespace ipav::fixer {
 
@@ -50,20 +51,16 @@ Prefix Prefix::WithLength(unsigned new_length) const {
   return changed;
 }
 
-Prefix Prefix::Next() const {
+Prefix Prefix::Neighbour(bool is_upwards) const {
   Prefix next = *this;
+  const unsigned char step = is_upwards ? 1 : UCHAR_MAX;
+  const unsigned char carries_at = is_upwards ? 0 : UCHAR_MAX;
   for (std::size_t i = bits() / kOctetBits; i > 0; --i) {
-    if (++next.octets.at(i - 1) != 0) break;
+    unsigned char& octet = next.octets.at(i - 1);
+    octet = static_cast<unsigned char>(octet + step);
+    if (octet != carries_at) break;
   }
   return next;
-}
-
-Prefix Prefix::Previous() const {
-  Prefix previous = *this;
-  for (std::size_t i = bits() / kOctetBits; i > 0; --i) {
-    if (previous.octets.at(i - 1)-- != 0) break;
-  }
-  return previous;
 }
 
 std::optional<Prefix> ParsePrefix(const std::string& text) {

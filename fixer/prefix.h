@@ -26,8 +26,7 @@ struct Prefix {
 
   Prefix WithLength(unsigned new_length) const;
   // The next address, or the one before. Wraps at the ends.
-  Prefix Next() const;
-  Prefix Previous() const;
+  Prefix Neighbour(bool is_upwards) const;
 };
 
 // From an address, or an address with a length; none for another text.

@@ -191,13 +191,6 @@ const lyd_node* NodeWithRole(const Subject& subject, const char* role) {
   return culprit == nullptr ? nullptr : subject.candidate.AtPath(culprit->path);
 }
 
-const lyd_node* EntryOf(const lyd_node* node) {
-  while (node != nullptr && node->schema->nodetype != LYS_LIST) {
-    node = lyd_parent(node);
-  }
-  return node;
-}
-
 const lyd_node* InterfaceOf(const lyd_node* node) {
   while (node != nullptr &&
          (lyd_parent(node) == nullptr ||

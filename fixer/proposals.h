@@ -53,8 +53,8 @@ const messages::Culprit* WithRole(const Subject& subject, const char* role);
 // Its node of the candidate; null if there is none.
 const lyd_node* NodeWithRole(const Subject& subject, const char* role);
 
-// The entry of a list that the node is in; null if it is in none.
-const lyd_node* EntryOf(const lyd_node* node);
+using messages::EntryOf;
+
 // The entry of an interface that the node is in; null if it is in none.
 const lyd_node* InterfaceOf(const lyd_node* node);
 bool IsLoopback(const lyd_node* interface);

@@ -267,7 +267,7 @@ void ProposeFreeHost(const Subject& subject, const lyd_node* leaf,
                      FamilyOf(*prefix));
   Prefix host = *prefix;
   for (int i = 0; i < kMostHosts; ++i) {
-    host = is_upwards ? host.Next() : host.Previous();
+    host = host.Neighbour(is_upwards);
     if (!Contains(*prefix, host)) return;
     if (!host.IsHost() || taken.count(host.Address()) > 0) continue;
     proposals->push_back({false,

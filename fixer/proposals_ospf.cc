@@ -12,6 +12,8 @@ using messages::Culprit;
 using messages::DataView;
 using messages::TextOf;
 
+constexpr char kInOspfv3[] = "interface in OSPFv3";
+
 // The rows of a table with the same value as this one.
 std::vector<const lyd_node*> RowsLike(const DataView& view, const lyd_node* row,
                                       const char* leaf) {
@@ -25,27 +27,17 @@ std::vector<const lyd_node*> RowsLike(const DataView& view, const lyd_node* row,
   return rows;
 }
 
-// Takes the interface of a row out of its process.
-void ProposeToTakeOut(const DataView& view, const lyd_node* row,
+// Takes the interface of the row that a culprit is in out of its process.
+void ProposeToTakeOut(const Subject& subject, const char* role,
                       const char* leaf, const char* protocol,
                       Proposals* proposals) {
-  Proposal proposal{false, "", {}};
-  for (const lyd_node* each : RowsLike(view, row, leaf)) {
+  const lyd_node* row = EntryOf(NodeWithRole(subject, role));
+  Proposal proposal{
+      false, std::string("take the interface out of ") + protocol, {}};
+  for (const lyd_node* each : RowsLike(subject.candidate, row, leaf)) {
     proposal.edits.push_back(Remove(each));
   }
-  if (proposal.edits.empty()) return;
-  proposal.text = std::string("take the interface out of ") + protocol;
-  proposals->push_back(std::move(proposal));
-}
-
-void ProposeOutOfOspf(const Subject& subject, const lyd_node* row,
-                      Proposals* proposals) {
-  ProposeToTakeOut(subject.candidate, row, "interface", "OSPFv2", proposals);
-}
-
-void ProposeOutOfOspfv3(const Subject& subject, const lyd_node* row,
-                        const char* leaf, Proposals* proposals) {
-  ProposeToTakeOut(subject.candidate, row, leaf, "OSPFv3", proposals);
+  if (!proposal.edits.empty()) proposals->push_back(std::move(proposal));
 }
 
 // The address that OSPFv2 knows, on the interface again.
@@ -78,11 +70,10 @@ void ProposeToPutBack(const Subject& subject, const std::string& prefix,
 
 Proposals AddressRemoved(const Subject& subject) {
   const DataView& view = subject.candidate;
-  const lyd_node* row = NodeWithRole(subject, "known to OSPFv2");
-  if (row == nullptr) {
-    row = NodeWithRole(subject, "prefix length known to OSPFv2");
-  }
-  row = EntryOf(row);
+  const char* role = WithRole(subject, "known to OSPFv2") != nullptr
+                         ? "known to OSPFv2"
+                         : "prefix length known to OSPFv2";
+  const lyd_node* row = EntryOf(NodeWithRole(subject, role));
   if (row == nullptr) return {};
   const lyd_node* length = view.Child(row, "ospf-pm-ip-netmask");
   Proposals proposals;
@@ -93,7 +84,7 @@ Proposals AddressRemoved(const Subject& subject) {
   proposals.push_back({false,
                        "remove the row of OSPFv2 that knows the address",
                        {Remove(row)}});
-  ProposeOutOfOspf(subject, row, &proposals);
+  ProposeToTakeOut(subject, role, "interface", "OSPFv2", &proposals);
   return proposals;
 }
 
@@ -101,14 +92,12 @@ Proposals AddressAdded(const Subject& subject) {
   Proposals proposals;
   const lyd_node* leaf = NodeWithRole(subject, "address");
   if (leaf != nullptr) {
-    const bool is_key = lysc_is_key(leaf->schema);
     proposals.push_back(
         {false,
          "remove " + TextOf(leaf) + " from " + NameOf(InterfaceOf(leaf)),
-         {Remove(is_key ? lyd_parent(leaf) : leaf)}});
+         {Remove(leaf)}});
   }
-  ProposeOutOfOspf(subject,
-                   EntryOf(NodeWithRole(subject, "assigned to OSPFv2")),
+  ProposeToTakeOut(subject, "assigned to OSPFv2", "interface", "OSPFv2",
                    &proposals);
   return proposals;
 }
@@ -134,8 +123,7 @@ Proposals VrfDiffers(const Subject& subject) {
     proposals.push_back(
         {false, "move " + NameOf(interface) + " to the VRF " + vrf, {edit}});
   }
-  ProposeOutOfOspf(subject,
-                   EntryOf(NodeWithRole(subject, "assigned to OSPFv2")),
+  ProposeToTakeOut(subject, "assigned to OSPFv2", "interface", "OSPFv2",
                    &proposals);
   return proposals;
 }
@@ -152,17 +140,27 @@ Proposals Ospfv3Vrf(const Subject& subject) {
                          "it without it",
                          {Remove(leaf)}});
   }
-  ProposeOutOfOspfv3(subject,
-                     EntryOf(NodeWithRole(subject, "interface in OSPFv3")),
-                     "ospfv3-pm-if-name", &proposals);
+  ProposeToTakeOut(subject, kInOspfv3, "ospfv3-pm-if-name", "OSPFv3",
+                   &proposals);
   return proposals;
 }
 
+// The rows of OSPFv3 know the VLAN by the index of its interface.
 Proposals Ospfv3Vlan(const Subject& subject) {
+  const char* leaf = "ospfv3-pm-if-index";
   Proposals proposals;
-  ProposeOutOfOspfv3(subject,
-                     EntryOf(NodeWithRole(subject, "interface in OSPFv3")),
-                     "ospfv3-pm-if-index", &proposals);
+  const lyd_node* vlan = NodeWithRole(subject, "VLAN");
+  if (vlan != nullptr) {
+    const std::string index = messages::IfIndexOfVlan(TextOf(vlan));
+    const lyd_node* row = EntryOf(NodeWithRole(subject, kInOspfv3));
+    Proposal both{false, "change the VLAN in OSPFv3, too: index " + index, {}};
+    for (const lyd_node* each : RowsLike(subject.candidate, row, leaf)) {
+      const lyd_node* known = subject.candidate.Child(each, leaf);
+      if (known != nullptr) both.edits.push_back(Set(known, index));
+    }
+    proposals.push_back(std::move(both));
+  }
+  ProposeToTakeOut(subject, kInOspfv3, leaf, "OSPFv3", &proposals);
   return proposals;
 }
 

@@ -63,17 +63,19 @@ Proposal WithoutRoutes(const DataView& view,
   return proposal;
 }
 
-// The neighbour in a subnet of two hosts.
-void ProposeNeighbour(const Subject& subject, const lyd_node* route,
+// The neighbour in a subnet of two hosts. False if it is none.
+bool ProposeNeighbour(const Subject& subject, const lyd_node* route,
                       const Prefix& own, Proposals* proposals) {
   const DataView& view = subject.candidate;
-  Prefix neighbour = own.Next();
+  Prefix neighbour = own.Neighbour(true);
   if (!Contains(own, neighbour) || !neighbour.IsHost()) {
-    neighbour = own.Previous();
+    neighbour = own.Neighbour(false);
   }
   const unsigned host_bits = own.bits() - own.length;
   const bool is_pair = host_bits == 1 || (own.IsIpv4() && host_bits == 2);
-  if (!is_pair || !Contains(own, neighbour) || !neighbour.IsHost()) return;
+  if (!is_pair || !Contains(own, neighbour) || !neighbour.IsHost()) {
+    return false;
+  }
   const std::string octets = OctetsOf(neighbour);
   Proposal proposal{false,
                     "take the neighbour " + neighbour.Address() +
@@ -85,6 +87,7 @@ void ProposeNeighbour(const Subject& subject, const lyd_node* route,
         Set(view.Child(output, "rtmStaticRtNextHop"), octets));
   }
   proposals->push_back(std::move(proposal));
+  return true;
 }
 
 Proposals NextHopIsOwn(const Subject& subject) {
@@ -93,9 +96,10 @@ Proposals NextHopIsOwn(const Subject& subject) {
   const auto own = ParsePrefix(TextOf(address));
   if (!own || route == nullptr) return {};
   Proposals proposals;
-  ProposeNeighbour(subject, route, *own, &proposals);
+  const bool is_pair = ProposeNeighbour(subject, route, *own, &proposals);
   proposals.push_back(WithoutRoutes(subject.candidate, {route}));
-  ProposeFreeHost(subject, address, true, &proposals);
+  // The other address of two is the neighbour's.
+  if (!is_pair) ProposeFreeHost(subject, address, true, &proposals);
   return proposals;
 }
 

@@ -1,7 +1,6 @@
 // Culprits between interfaces and the tables of OSPFv2 and OSPFv3.
 
 #include <arpa/inet.h>
-#include <ids/limid.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -219,16 +218,6 @@ std::string NumberOfArea(const std::string& area) {
   return std::to_string(ntohl(address.s_addr));
 }
 
-std::uint32_t IfIndexOf(const std::string& vlan) {
-  limid_t limid = 0;
-  std::uint32_t ifindex = 0;
-  static_cast<void>(limid_l3_vlan_from_components(
-      &limid,
-      static_cast<std::int32_t>(std::strtol(vlan.c_str(), nullptr, 10))));
-  static_cast<void>(limid_to_ifindex(limid, &ifindex));
-  return ifindex;
-}
-
 // The number as texts print it: "4294967295" is "-1".
 std::string Signed(const std::string& number) {
   return std::to_string(static_cast<std::int32_t>(
@@ -246,7 +235,7 @@ bool IsRowOfVlan(const Refusal& refusal, const lyd_node* row) {
   if (keys.size() != kOspfv3Keys) return false;
   const lyd_node* index = refusal.candidate.At(row, {"ospfv3-pm-if-index"});
   const std::string known = index == nullptr ? "0" : TextOf(index);
-  return known == std::to_string(IfIndexOf(refusal.Field("vlan"))) &&
+  return known == IfIndexOfVlan(refusal.Field("vlan")) &&
          Signed(keys[kRouter]) == refusal.Field("router") &&
          keys[kOspfv3Area] == refusal.Field("area") &&
          NumberOfArea(keys[kOspfv3Area]) == refusal.Field("number");

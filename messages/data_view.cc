@@ -1,9 +1,12 @@
 #include "messages/data_view.h"
 
 #include <arpa/inet.h>
+#include <ids/limid.h>
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
+#include <cstdlib>
 
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
@@ -114,6 +117,23 @@ std::string AddressOfOctets(const std::string& text, int family) {
 std::string AddressOfOctets(const std::string& text) {
   constexpr std::size_t kIpv4Size = sizeof("00:00:00:00") - 1;
   return AddressOfOctets(text, text.size() <= kIpv4Size ? AF_INET : AF_INET6);
+}
+
+const lyd_node* EntryOf(const lyd_node* node) {
+  while (node != nullptr && node->schema->nodetype != LYS_LIST) {
+    node = lyd_parent(node);
+  }
+  return node;
+}
+
+std::string IfIndexOfVlan(const std::string& vlan) {
+  limid_t limid = 0;
+  std::uint32_t ifindex = 0;
+  static_cast<void>(limid_l3_vlan_from_components(
+      &limid,
+      static_cast<std::int32_t>(std::strtol(vlan.c_str(), nullptr, 10))));
+  static_cast<void>(limid_to_ifindex(limid, &ifindex));
+  return std::to_string(ifindex);
 }
 
 std::string WithoutLength(const std::string& prefix) {

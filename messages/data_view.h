@@ -51,6 +51,9 @@ class DataView {
 // The canonical value of a leaf; "" for any other node and for null.
 std::string TextOf(const lyd_node* leaf);
 
+// The entry of a list that the node is in; null if it is in none.
+const lyd_node* EntryOf(const lyd_node* node);
+
 // ---- Interfaces ------------------------------------------------------------
 
 struct InterfaceName {
@@ -77,6 +80,9 @@ std::vector<const lyd_node*> AddressesOf(const DataView& view,
 // The leaf of that address with its prefix length, null when there is none.
 const lyd_node* FindAddress(const DataView& view, const lyd_node* interface,
                             const char* family, const std::string& prefix);
+
+// The interface index of a VLAN, as tables have it: "1204" for "204".
+std::string IfIndexOfVlan(const std::string& vlan);
 
 // The address of a prefix: "10.1.1.1" for "10.1.1.1/24".
 std::string WithoutLength(const std::string& prefix);

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "host/datastore/diff.h"
@@ -41,6 +42,12 @@ struct TextEdit {
   std::size_t end_line = 0;
   std::size_t end_column = 0;
   std::string text;
+
+  bool operator==(const TextEdit& other) const {
+    return std::tie(line, column, end_line, end_column, text) ==
+           std::tie(other.line, other.column, other.end_line, other.end_column,
+                    other.text);
+  }
 };
 
 // A way out of a refusal: with these edits of the candidate's file the refusal

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
-#include <new>
 #include <numeric>
 #include <utility>
 
 #include "host/confd/path.h"
 #include "host/datastore/libyang_error.h"
-#include "host/datastore/libyang_ptr.h"
 
 namespace ipav::planner {
 
@@ -16,14 +14,7 @@ namespace {
 
 using datastore::Change;
 using datastore::DataTree;
-
-// The copy of a node of the running configuration; null for null.
-lyd_node* CopyOf(const DataTree& copy, const lyd_node* node) {
-  if (node == nullptr) return nullptr;
-  const lyd_node* parent = CopyOf(copy, lyd_parent(node));
-  // The copy is not shared yet.
-  return const_cast<lyd_node*>(datastore::Counterpart(copy, parent, *node));
-}
+using datastore::InCopy;
 
 // What the items do to a copy of the running configuration. All nodes are
 // looked up before the first one is changed: a change would invalidate the
@@ -51,7 +42,7 @@ Edits FindEdits(const std::vector<Item>& items, const State& state,
   Edits edits;
   for (const std::size_t number : state) {
     const lyd_node* detour = items[number].detour;
-    if (detour != nullptr) edits.removals.push_back(CopyOf(copy, detour));
+    if (detour != nullptr) edits.removals.push_back(InCopy(copy, detour));
   }
   const std::vector<lyd_node*> away = edits.removals;
   edits.removals.erase(
@@ -63,12 +54,12 @@ Edits FindEdits(const std::vector<Item>& items, const State& state,
   for (const std::size_t number : state) {
     const Change* change = items[number].change;
     if (change == nullptr) continue;
-    lyd_node* before = CopyOf(copy, change->before);
+    lyd_node* before = InCopy(copy, change->before);
     // A new node's parent exists in both configurations: a new ancestor would
     // be the item instead, and plain containers always exist.
     lyd_node* parent = change->after == nullptr
                            ? nullptr
-                           : CopyOf(copy, lyd_parent(change->after));
+                           : InCopy(copy, lyd_parent(change->after));
     if (IsAtOrBelow(before, away) || IsAtOrBelow(parent, away)) continue;
     if (before != nullptr) edits.removals.push_back(before);
     if (change->after != nullptr) {
@@ -78,28 +69,11 @@ Edits FindEdits(const std::vector<Item>& items, const State& state,
   return edits;
 }
 
-void Require(LY_ERR error) {
-  if (error != LY_SUCCESS) throw std::bad_alloc();
-}
-
-lyd_node* Duplicate(const lyd_node* node) {
-  lyd_node* copy = nullptr;
-  Require(lyd_dup_single(node, nullptr, LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS,
-                         &copy));
-  return copy;
-}
-
 // Makes the edits. Returns the first node, which may be another one.
 lyd_node* Apply(const Edits& edits, lyd_node* first) {
-  for (lyd_node* node : edits.removals) {
-    if (node == first) first = first->next;
-    lyd_free_tree(node);
-  }
-  for (const Edits::Insertion& insertion : edits.insertions) {
-    lyd_node* node = Duplicate(insertion.node);
-    Require(insertion.parent != nullptr
-                ? lyd_insert_child(insertion.parent, node)
-                : lyd_insert_sibling(first, node, &first));
+  for (lyd_node* node : edits.removals) datastore::RemoveNode(node, &first);
+  for (const auto& [parent, node] : edits.insertions) {
+    datastore::InsertCopy(node, parent, &first);
   }
   return first == nullptr ? nullptr : lyd_first_sibling(first);
 }

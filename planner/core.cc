@@ -33,8 +33,9 @@ class CoreSearch {
     if (CanBeMade(core)) {
       State after = made;
       after.insert(change);
-      const State named = ItemsNamed(verdicts_->Of(made, after),
-                                     verdicts_->composer()->items(), made);
+      const State named =
+          ItemsNamed(verdicts_->Of(made, after), verdicts_->composer()->items(),
+                     made, false);
       core.insert(named.begin(), named.end());
       if (CanBeMade(core)) core = std::move(after);
     }

@@ -195,13 +195,10 @@ class EverySearch {
            &inquiries_.emplace_back(Inquiry{&call, Conflicts()}));
     }
     // 2. What hides behind it.
-    for (Inquiry& inquiry : inquiries_) {
-      while (more_.empty()) {
-        const auto question = inquiry.Next();
-        if (!question) break;
-        AskTogether(&inquiry, *question);
-      }
-      if (more_.empty() && inquiry.conflicts.is_stuck()) more_ = kUnresolved;
+    try {
+      FindHidden();
+    } catch (const base::TimeOver&) {
+      more_ = kTimeOver;
     }
     // 3. In the order of the calls.
     EveryFinding every;
@@ -214,6 +211,17 @@ class EverySearch {
   }
 
  private:
+  void FindHidden() {
+    for (Inquiry& inquiry : inquiries_) {
+      while (more_.empty()) {
+        const auto question = inquiry.Next();
+        if (!question) break;
+        AskTogether(&inquiry, *question);
+      }
+      if (more_.empty() && inquiry.conflicts.is_stuck()) more_ = kUnresolved;
+    }
+  }
+
   using Asked = std::vector<std::pair<Inquiry*, Conflicts::Question>>;
 
   // Asks also those other calls that have the same question, or that do not
@@ -246,17 +254,11 @@ class EverySearch {
       return;
     }
     // 2. Judge it.
-    const int left = countdown_.ForPoll();
-    if (left == 0) {
-      more_ = kTimeOver;
-      return;
-    }
-    const base::TimeLimit time =
-        left < 0 ? base::kNoTimeLimit : base::TimeLimit(left);
     const Outcome outcome = commit::RunCommit(
-        *running_.tree, *copy->tree, {options_.plugin, true, time, &names_});
+        *running_.tree, *copy->tree,
+        {options_.plugin, true, base::kNoTimeLimit, &names_}, countdown_);
     if (outcome.verdict == commit::Verdict::kPluginFailed) {
-      more_ = countdown_.ForPoll() == 0 ? kTimeOver : kFailedCopy;
+      more_ = kFailedCopy;
       return;
     }
     // 3. Take the answers.

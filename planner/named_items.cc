@@ -1,5 +1,7 @@
 #include "planner/named_items.h"
 
+#include "messages/data_view.h"
+
 namespace ipav::planner {
 
 namespace {
@@ -43,34 +45,19 @@ std::vector<std::string> PathsOf(const Finding& finding) {
 }
 
 State ItemsNamed(const Verdict& verdict, const std::vector<Item>& items,
-                 const State& among) {
-  State named;
-  for (const Finding& finding : verdict.findings) {
-    const auto at = ItemsAt(items, among, PathsOf(finding));
-    named.insert(at.begin(), at.end());
-  }
+                 const State& among, bool only_last) {
   const auto at = ItemsAt(items, among, {verdict.error_path});
-  named.insert(at.begin(), at.end());
+  State named(at.begin(), at.end());
+  for (const Finding& finding : verdict.findings) {
+    const auto of_one = ItemsAt(items, among, PathsOf(finding));
+    const bool skips = only_last && !of_one.empty();
+    named.insert(skips ? of_one.end() - 1 : of_one.begin(), of_one.end());
+  }
   return named;
 }
 
-State LastNamed(const Verdict& verdict, const std::vector<Item>& items,
-                const State& among) {
-  State last;
-  for (const Finding& finding : verdict.findings) {
-    const auto at = ItemsAt(items, among, PathsOf(finding));
-    if (!at.empty()) last.insert(at.back());
-  }
-  const auto at = ItemsAt(items, among, {verdict.error_path});
-  last.insert(at.begin(), at.end());
-  return last;
-}
-
 const lyd_node* NodeToTakeAway(const lyd_node* culprit) {
-  const lyd_node* entry = culprit;
-  while (entry != nullptr && entry->schema->nodetype != LYS_LIST) {
-    entry = lyd_parent(entry);
-  }
+  const lyd_node* entry = messages::EntryOf(culprit);
   if (entry == nullptr) return culprit;
   const lyd_node* parent = lyd_parent(entry);
   const bool is_interface =

@@ -23,14 +23,11 @@ std::vector<std::size_t> ItemsAt(const std::vector<Item>& items,
                                  const State& among,
                                  const std::vector<std::string>& paths);
 
-// The items, among these, that the refusals of a verdict name.
+// The items, among these, that the refusals of a verdict name; or for each
+// refusal only the last one: without one of its culprits, it may be gone
+// already.
 State ItemsNamed(const Verdict& verdict, const std::vector<Item>& items,
-                 const State& among);
-
-// For each refusal only the last item that it names: without one of its
-// culprits, it may be gone already.
-State LastNamed(const Verdict& verdict, const std::vector<Item>& items,
-                const State& among);
+                 const State& among, bool only_last);
 
 // The node that is taken away instead of a culprit: the whole row of a table,
 // but only the leaf of an interface.

@@ -164,7 +164,7 @@ State Search::LargestStep(const State& from, const State& goal) {
   std::vector<std::size_t> dropped;
   while (to != from && !Accepts(from, to)) {
     const State open = Difference(to, from);
-    State named = LastNamed(verdicts_.Of(from, to), items(), open);
+    State named = ItemsNamed(verdicts_.Of(from, to), items(), open, true);
     if (named.empty()) {
       // Nothing is known about the culprits: the second half.
       auto half = open.begin();
@@ -210,8 +210,8 @@ bool Search::AddWithNamed(const State& from, std::size_t item,
                           const State& goal, State* to) {
   State together = Union(*to, {item});
   while (!Accepts(from, together)) {
-    const State more = LastNamed(verdicts_.Of(from, together), items(),
-                                 Difference(goal, together));
+    const State more = ItemsNamed(verdicts_.Of(from, together), items(),
+                                  Difference(goal, together), true);
     if (more.empty()) return false;
     together.insert(more.begin(), more.end());
   }

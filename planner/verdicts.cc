@@ -27,6 +27,14 @@ std::string FailureOf(const Outcome& outcome) {
              : "it threw an exception: " + *threw->exception;
 }
 
+// Whether the plug-in failed; the verdict then says how.
+bool HasFailed(const Outcome& outcome, Verdict* verdict) {
+  if (outcome.verdict != commit::Verdict::kPluginFailed) return false;
+  verdict->error = FailureOf(outcome);
+  verdict->error_path = outcome.failed_path;
+  return true;
+}
+
 // A bit for each item.
 std::string BitsOf(const State& state) {
   constexpr std::size_t kBits = 8;
@@ -69,17 +77,11 @@ std::shared_ptr<const Composed> Verdicts::ConfigurationOf(const State& state) {
 }
 
 Outcome Verdicts::RunCommit(const DataTree& from, const DataTree& to) {
-  const int left = countdown_.ForPoll();
-  if (left == 0 || (limits_.verdicts != 0 && count_ == limits_.verdicts)) {
-    throw LimitReached();
-  }
+  if (limits_.verdicts != 0 && count_ == limits_.verdicts) throw LimitReached();
   if (limits_.on_verdict) limits_.on_verdict(count_);
+  Outcome outcome = Judge(from, to, true);
   ++count_;
-  const base::TimeLimit time =
-      left < 0 ? base::kNoTimeLimit : base::TimeLimit(left);
-  Outcome outcome = commit::RunCommit(from, to, {plugin_, true, time});
   if (outcome.verdict == commit::Verdict::kPluginFailed) {
-    if (countdown_.ForPoll() == 0) throw LimitReached();
     failure_ = FailureOf(outcome);
   }
   return outcome;
@@ -99,11 +101,7 @@ Verdict Verdicts::Ask(const State& from, const State& to) {
   // 2. The commit.
   const Outcome outcome = RunCommit(*before->tree, *after->tree);
   verdict.calls = outcome.answers.size();
-  if (outcome.verdict == commit::Verdict::kPluginFailed) {
-    verdict.error = FailureOf(outcome);
-    verdict.error_path = outcome.failed_path;
-    return verdict;
-  }
+  if (HasFailed(outcome, &verdict)) return verdict;
   if (outcome.verdict == commit::Verdict::kRefused) {
     messages::Finder finder({before->tree, "", nullptr},
                             {after->tree, "", nullptr});
@@ -130,11 +128,7 @@ Verdict Verdicts::Restart(const DataTree& tree) {
   const Outcome outcome = RunCommit(empty_, tree);
   verdict.accepted = outcome.verdict == commit::Verdict::kAccepted;
   if (verdict.accepted) return verdict;
-  if (outcome.verdict == commit::Verdict::kPluginFailed) {
-    verdict.error = FailureOf(outcome);
-    verdict.error_path = outcome.failed_path;
-    return verdict;
-  }
+  if (HasFailed(outcome, &verdict)) return verdict;
   const DataTree& running = composer_->running();
   if (!of_running_.has_value()) of_running_ = RunCommit(empty_, running);
   verdict.findings =

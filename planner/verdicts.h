@@ -3,7 +3,6 @@
 #define IPAV_PLANNER_VERDICTS_H_
 
 #include <cstddef>
-#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -28,11 +27,8 @@ struct Limits {
   std::function<void(std::size_t)> on_verdict = nullptr;
 };
 
-// The search ended before its result was known.
-class LimitReached : public std::exception {
- public:
-  const char* what() const noexcept override { return "limit reached"; }
-};
+// The search ended, at any limit, before its result was known.
+using LimitReached = base::TimeOver;
 
 // Whose judgement a verdict is.
 enum class Judge {
@@ -63,6 +59,13 @@ class Verdicts {
   // fault that the running configuration has as well refuses nothing. Throws
   // LimitReached. The result is valid until the next call.
   const Verdict& Of(const State& from, const State& to);
+
+  // Judges a commit of any configurations within the time of the search. Throws
+  // LimitReached.
+  commit::Outcome Judge(const datastore::DataTree& from,
+                        const datastore::DataTree& to, bool all) const {
+    return commit::RunCommit(from, to, {plugin_, all}, countdown_);
+  }
 
   // How often the plug-in judged.
   std::size_t count() const { return count_; }

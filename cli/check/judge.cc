@@ -1,9 +1,12 @@
 #include "cli/check/judge.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
 #include <ratio>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -162,6 +165,21 @@ void JudgeRestart(const Configuration& running, const Configuration& candidate,
   report->restart = std::move(restart);
 }
 
+// Several calls may hide one fault: it is listed once.
+void RemoveRepeated(std::vector<messages::Finding>* findings) {
+  std::set<std::vector<std::string>> listed;
+  for (const messages::Finding& finding : *findings) {
+    if (!finding.is_behind) listed.insert(messages::FaultOf(finding));
+  }
+  findings->erase(
+      std::remove_if(findings->begin(), findings->end(),
+                     [&](const messages::Finding& finding) {
+                       return finding.is_behind &&
+                              !listed.insert(messages::FaultOf(finding)).second;
+                     }),
+      findings->end());
+}
+
 // Adds what needs both configurations: the nodes that each refusal is about,
 // and the judgement after a restart.
 void Explain(const Running& running, const DataTree& candidate_tree,
@@ -181,6 +199,7 @@ void Explain(const Running& running, const DataTree& candidate_tree,
       planner::EveryFinding every = planner::FindEvery(
           of_running, of_candidate, report->outcome,
           {options.plugin, options.limit, options.limits.time});
+      RemoveRepeated(&every.findings);
       report->findings = std::move(every.findings);
       report->more_findings = std::move(every.more);
     } else {

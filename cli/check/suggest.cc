@@ -33,6 +33,21 @@ std::vector<messages::Fix> InText(const std::vector<fixer::Fix>& fixes,
   return edited;
 }
 
+using KnownFixes =
+    std::map<std::vector<std::string>, std::vector<messages::Fix>>;
+
+// The id of a known fix with the same edits, of another fault; else the new
+// one.
+std::string IdOf(const messages::Fix& fix, const std::string& id,
+                 const KnownFixes& known) {
+  for (const auto& [fault, others] : known) {
+    for (const messages::Fix& other : others) {
+      if (&other != &fix && other.edits == fix.edits) return other.id;
+    }
+  }
+  return id;
+}
+
 }  // namespace
 
 void AddFixes(const DataTree& running, const DataTree& candidate,
@@ -41,7 +56,7 @@ void AddFixes(const DataTree& running, const DataTree& candidate,
   const base::Countdown countdown(time);
   fixer::Fixer fixer(running, candidate, plugin, countdown);
   // Several points may report one fault. Its fixes have one set of ids.
-  std::map<std::vector<std::string>, std::vector<messages::Fix>> known;
+  KnownFixes known;
   std::size_t number = 0;
   for (Finding& finding : *findings) {
     // Its id would not be the one of ipav fix.
@@ -53,10 +68,11 @@ void AddFixes(const DataTree& running, const DataTree& candidate,
       if (is_new) {
         fixes = InText(fixer.FixesOf(finding), candidate, text);
         for (messages::Fix& fix : fixes) {
-          fix.id = "F" + std::to_string(number) + "." + fix.id;
+          fix.id =
+              IdOf(fix, "F" + std::to_string(number) + "." + fix.id, known);
         }
       }
-    } catch (const fixer::TimeOver&) {
+    } catch (const base::TimeOver&) {
       known.erase(slot);
       finding.note += (finding.note.empty() ? "" : "; ") +
                       std::string("no time was left to find fixes (--timeout)");

@@ -328,7 +328,7 @@ ExitStatus RunFix(const FixOptions& options) {
     return Correct(options);
   } catch (const PluginFailed& failure) {
     fmt::print(stderr, "ipav: {}\n", base::Printable(failure.what()));
-  } catch (const fixer::TimeOver&) {
+  } catch (const base::TimeOver&) {
     fmt::print(stderr, "ipav: no correction within {}\n",
                base::InWords(options.limits.time));
   }

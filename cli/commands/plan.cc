@@ -93,12 +93,31 @@ void RequireOwnFolders(const std::vector<Device>& devices) {
   }
 }
 
+// A folder with nothing but a running configuration has no goal.
+void RefuseRunning(const PlanOptions& options, std::vector<Device>* devices) {
+  std::map<std::filesystem::path, std::size_t> count;
+  const auto folder = [](const Device& device) {
+    return std::filesystem::path(device.candidate).parent_path();
+  };
+  for (const Device& device : *devices) ++count[folder(device)];
+  for (Device& device : *devices) {
+    const std::filesystem::path file = device.candidate;
+    const bool is_named = std::count(options.goals.begin(), options.goals.end(),
+                                     device.candidate) > 0;
+    if (file.stem() == "running" && count[folder(device)] == 1 && !is_named) {
+      device.problem = folder(device).string() +
+                       ": holds a running configuration, and no goal";
+    }
+  }
+}
+
 std::vector<Device> FindGoals(const PlanOptions& options, bool is_fleet) {
   for (const std::string& goal : options.goals) {
     if (goal.empty()) throw std::runtime_error("no file is named as goal");
   }
   std::vector<Device> devices =
       fleet::FindDevices(options.goals, options.running);
+  RefuseRunning(options, &devices);
   if (options.output.empty()) return devices;
   plan::RequireNew(options.output);
   if (is_fleet || devices.size() > 1) RequireOwnFolders(devices);

@@ -95,14 +95,19 @@ SearchResult PlanTheRest(const SearchResult& failed, const State& goal,
   return rest;
 }
 
-// A device without a plan.
-DevicePlan Without(const Device& device, ExitStatus status,
-                   std::vector<std::string> problems) {
+// A device without a plan. `state` is one word or two for people.
+DevicePlan Without(const Device& device, ExitStatus status, const char* state,
+                   const std::vector<std::string>& problems) {
   DevicePlan plan;
   plan.number = device.number;
   plan.goal = device.candidate;
   plan.status = status;
-  plan.problems = std::move(problems);
+  plan.text =
+      fmt::format("{}: not planned, {}\n", base::Printable(plan.goal), state);
+  for (const std::string& problem : problems) {
+    plan.text += "  " + base::Printable(problem) + "\n";
+  }
+  plan.problems = problems;
   plan.page_section = SectionWithoutPlan(
       {plan.number, plan.goal, plan.status, plan.problems, ""});
   plan.json = Json::object();
@@ -130,19 +135,13 @@ DevicePlan Written(const Device& device, const PlanReport& report,
 
 DevicePlan BadInput(const Device& device,
                     const std::vector<std::string>& errors) {
-  DevicePlan plan = Without(device, kBadInput, errors);
-  plan.text = base::Printable(plan.goal) + ": not planned, bad input\n";
-  for (const std::string& error : errors) {
-    plan.text += "  " + base::Printable(error) + "\n";
-  }
+  DevicePlan plan = Without(device, kBadInput, "bad input", errors);
   report::PutLines(&plan.json, "inputErrors", errors);
   return plan;
 }
 
 DevicePlan Failed(const Device& device, const std::string& reason) {
-  DevicePlan plan = Without(device, kPluginFailed, {reason});
-  plan.text = fmt::format("{}: not planned\n  {}\n", base::Printable(plan.goal),
-                          base::Printable(reason));
+  DevicePlan plan = Without(device, kPluginFailed, "failed", {reason});
   report::PutText(&plan.json, "failure", reason);
   return plan;
 }
@@ -221,8 +220,7 @@ DevicePlan Planner::Plan(const Device& device, const Input& running,
   report.proven = result.proven;
   report.each = options_.each;
   if (!result.reached) {
-    Refusals refusals(running, goal, options_.plugin, options_.limits.time,
-                      &verdicts);
+    Refusals refusals(running, goal, &verdicts);
     result = PlanTheRest(result, composer.goal(), style, &refusals, &verdicts,
                          &report);
     report.failure = verdicts.failure();

@@ -174,7 +174,7 @@ const report::PageWords kPlanPage = {
     "Goal",
     "Goals",
     "First refusal",
-    {"reached", "not reached", "not read", "not planned"}};
+    {"reached", "not reached", "bad input", "failed"}};
 
 std::string SectionWithoutPlan(const report::PageEntry& device) {
   Html html;

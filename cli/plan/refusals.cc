@@ -12,12 +12,9 @@ using datastore::DataTree;
 using planner::State;
 
 Refusals::Refusals(const Input& running, const Input& goal,
-                   const std::string& plugin, base::TimeLimit time,
                    planner::Verdicts* verdicts)
     : running_(running),
       goal_(goal),
-      plugin_(plugin),
-      time_(time),
       verdicts_(*verdicts),
       empty_(DataTree::Empty(running.tree.model())) {
   if (running.text) running_source_.emplace(*running.text);
@@ -44,7 +41,7 @@ report::DeviceReport Refusals::Of(const State& changes, const State& made) {
     return report;
   }
   const bool at_restart = verdict.judge == planner::Judge::kRestart;
-  report.outcome = RunCommit(*before->tree, *after->tree, false);
+  report.outcome = verdicts_.Judge(*before->tree, *after->tree, false);
   const bool has_failed =
       report.outcome.verdict == commit::Verdict::kPluginFailed;
   report.status = has_failed ? kPluginFailed : kRefused;
@@ -52,11 +49,6 @@ report::DeviceReport Refusals::Of(const State& changes, const State& made) {
     Explain(*before->tree, *after->tree, at_restart, &report);
   }
   return report;
-}
-
-commit::Outcome Refusals::RunCommit(const DataTree& before,
-                                    const DataTree& after, bool all) const {
-  return commit::RunCommit(before, after, {plugin_, all, time_});
 }
 
 void Refusals::Explain(const DataTree& before, const DataTree& after,
@@ -69,8 +61,8 @@ void Refusals::Explain(const DataTree& before, const DataTree& after,
                                         running ? &*running : nullptr};
   const messages::Configuration to = {&after, goal_.file, &goal};
   if (at_restart) {
-    const commit::Outcome of_before = RunCommit(empty_, before, true);
-    const commit::Outcome of_after = RunCommit(empty_, after, true);
+    const commit::Outcome of_before = verdicts_.Judge(empty_, before, true);
+    const commit::Outcome of_after = verdicts_.Judge(empty_, after, true);
     report::Restart restart;
     restart.faults = messages::CompareRestarts(from, of_before, to, of_after);
     restart.planned = of_after.planned;

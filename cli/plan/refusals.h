@@ -6,8 +6,6 @@
 #include <string>
 
 #include "cli/report/device_report.h"
-#include "host/base/time_limit.h"
-#include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
 #include "host/datastore/input_text.h"
 #include "host/source/source_text.h"
@@ -26,18 +24,16 @@ struct Input {
 
 class Refusals {
  public:
-  // All are borrowed. The time limit is that of each commit.
-  Refusals(const Input& running, const Input& goal, const std::string& plugin,
-           base::TimeLimit time, planner::Verdicts* verdicts);
+  // All are borrowed.
+  Refusals(const Input& running, const Input& goal,
+           planner::Verdicts* verdicts);
 
   // Judges the changes after those that can be made, or alone if they are not
-  // refused there.
+  // refused there. Throws planner::LimitReached.
   report::DeviceReport Of(const planner::State& changes,
                           const planner::State& made);
 
  private:
-  commit::Outcome RunCommit(const datastore::DataTree& before,
-                            const datastore::DataTree& after, bool all) const;
   void Explain(const datastore::DataTree& before,
                const datastore::DataTree& after, bool at_restart,
                report::DeviceReport* report) const;
@@ -46,8 +42,6 @@ class Refusals {
   const Input& running_;
   std::optional<source::SourceText> running_source_;
   const Input& goal_;
-  const std::string& plugin_;
-  const base::TimeLimit time_;
   planner::Verdicts& verdicts_;
   const datastore::DataTree empty_;
 };

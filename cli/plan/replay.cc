@@ -34,16 +34,6 @@ std::vector<std::size_t> DetoursOnlyIn(const State& one, const State& other,
   return detours;
 }
 
-commit::Outcome Judge(const DataTree& from, const DataTree& to,
-                      const ReplayOptions& options,
-                      const base::Countdown& countdown) {
-  const int left = countdown.ForPoll();
-  // No time left is not the same as no limit.
-  const auto time =
-      left < 0 ? base::kNoTimeLimit : base::TimeLimit(std::max(left, 1));
-  return commit::RunCommit(from, to, {options.plugin, false, time});
-}
-
 [[noreturn]] void NotConfirmed(std::size_t number, const std::string& why) {
   throw std::runtime_error(
       fmt::format("commit {} of the plan is not confirmed: {}", number, why));
@@ -72,10 +62,13 @@ std::vector<Step> Replay(const Composer& composer, const planner::Steps& states,
     }
     // 2. Its verdict.
     const DataTree& running = before ? *before : composer.running();
-    const commit::Outcome outcome = Judge(running, *after, options, countdown);
-    if (countdown.ForPoll() == 0) {
-      NotConfirmed(number, "no answer within " + base::InWords(options.time));
-    }
+    const commit::Outcome outcome = [&] {
+      try {
+        return commit::RunCommit(running, *after, {options.plugin}, countdown);
+      } catch (const base::TimeOver&) {
+        NotConfirmed(number, "no answer within " + base::InWords(options.time));
+      }
+    }();
     if (outcome.verdict != commit::Verdict::kAccepted) {
       NotConfirmed(number, "the plug-in does not accept it again");
     }

@@ -3,6 +3,7 @@
 #define IPAV_HOST_BASE_TIME_LIMIT_H_
 
 #include <chrono>
+#include <exception>
 #include <string>
 
 namespace ipav::base {
@@ -26,6 +27,12 @@ class Countdown {
  private:
   TimeLimit limit_;
   std::chrono::steady_clock::time_point start_;
+};
+
+// A search ended before its result was known.
+class TimeOver : public std::exception {
+ public:
+  const char* what() const noexcept override { return "time limit reached"; }
 };
 
 }  // namespace ipav::base

@@ -40,4 +40,16 @@ Outcome RunCommit(const DataTree& running, const DataTree& candidate,
   return outcome;
 }
 
+Outcome RunCommit(const DataTree& running, const DataTree& candidate,
+                  Options options, const base::Countdown& countdown) {
+  const int left = countdown.ForPoll();
+  if (left == 0) throw base::TimeOver();
+  if (left > 0) options.time_limit = base::TimeLimit(left);
+  Outcome outcome = RunCommit(running, candidate, options);
+  const bool is_late =
+      outcome.verdict == Verdict::kPluginFailed && countdown.ForPoll() == 0;
+  if (is_late) throw base::TimeOver();
+  return outcome;
+}
+
 }  // namespace ipav::commit

@@ -98,6 +98,12 @@ Outcome RunCommit(const datastore::DataTree& running,
                   const datastore::DataTree& candidate,
                   const datastore::Diff& diff, const Options& options);
 
+// One of many commits that share a time limit. Throws base::TimeOver if its
+// verdict is not known in time.
+Outcome RunCommit(const datastore::DataTree& running,
+                  const datastore::DataTree& candidate, Options options,
+                  const base::Countdown& countdown);
+
 }  // namespace ipav::commit
 
 #endif  // IPAV_HOST_COMMIT_COMMIT_H_

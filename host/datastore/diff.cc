@@ -1,6 +1,7 @@
 #include "host/datastore/diff.h"
 
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace ipav::datastore {
@@ -95,6 +96,29 @@ const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
     return nullptr;
   }
   return tree.Find(parent, *node.schema);
+}
+
+lyd_node* InCopy(const DataTree& copy, const lyd_node* node) {
+  if (node == nullptr) return nullptr;
+  const lyd_node* parent = InCopy(copy, lyd_parent(node));
+  if (lyd_parent(node) != nullptr && parent == nullptr) return nullptr;
+  return const_cast<lyd_node*>(Counterpart(copy, parent, *node));
+}
+
+void RemoveNode(lyd_node* node, lyd_node** first) {
+  if (node == *first) *first = node->next;
+  lyd_free_tree(node);
+}
+
+void InsertCopy(const lyd_node* node, lyd_node* parent, lyd_node** first) {
+  lyd_node* copy = nullptr;
+  constexpr auto kWhole = LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS;
+  if (lyd_dup_single(node, nullptr, kWhole, &copy) != LY_SUCCESS ||
+      (parent != nullptr
+           ? lyd_insert_child(parent, copy)
+           : lyd_insert_sibling(*first, copy, first)) != LY_SUCCESS) {
+    throw std::bad_alloc();
+  }
 }
 
 Diff::Diff(const DataTree& running, const DataTree& candidate)

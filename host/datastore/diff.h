@@ -54,6 +54,20 @@ inline bool IsPlainContainer(const lysc_node& schema) {
 const lyd_node* Counterpart(const DataTree& tree, const lyd_node* parent,
                             const lyd_node& node);
 
+// ---- Edits of a tree that nothing else refers to. `first` is its first top
+// node, null for an empty tree.
+
+// The same instance as a node of a tree like it; null if there is none. To be
+// called before the first edit, which invalidates the indexes.
+lyd_node* InCopy(const DataTree& copy, const lyd_node* node);
+
+void RemoveNode(lyd_node* node, lyd_node** first);
+
+// Inserts a copy of a node with all below it. No parent: at the top.
+void InsertCopy(const lyd_node* node, lyd_node* parent, lyd_node** first);
+
+// ----------------------------------------------------------------------------
+
 class Diff {
  public:
   Diff(const DataTree& running, const DataTree& candidate);

@@ -138,8 +138,7 @@ class Editor {
     // A default value may take its place.
     is_complete_ = false;
     lyd_node* first = nodes_.release();
-    if (first == node) first = first->next;
-    lyd_free_tree(node);
+    datastore::RemoveNode(node, &first);
     KeepFirst(first);
   }
 

@@ -65,7 +65,9 @@ std::vector<const lyd_node*> LeavesOf(const DataTree& tree,
 std::string NetworkOf(const std::string& text) {
   std::optional<Prefix> prefix = ParsePrefix(text);
   if (!prefix || !prefix->IsIpv4() || prefix->length < 20) return text;
-  while (Contains(*prefix, prefix->Previous())) *prefix = prefix->Previous();
+  while (Contains(*prefix, prefix->Neighbour(false))) {
+    *prefix = prefix->Neighbour(false);
+  }
   return prefix->Text();
 }
 

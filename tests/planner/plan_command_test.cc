@@ -155,7 +155,9 @@ class PlanFleetTest : public PlanTest {
 };
 
 TEST_F(PlanFleetTest, EachDeviceHasAPlanAndTheWorstOneIsTheStatus) {
-  const ProgramResult result = Plan();
+  WriteAccepted("fleet/site/r4/running.xml");
+  const std::string page = in() + "/page.html";
+  const ProgramResult result = Plan({"--report", page});
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.out,
               StartsWith(r1_ + ": 1 commit (fewest, 2 verdicts)\n"));
@@ -163,8 +165,16 @@ TEST_F(PlanFleetTest, EachDeviceHasAPlanAndTheWorstOneIsTheStatus) {
   EXPECT_THAT(result.out, HasSubstr("\n\n" + fleet_ +
                                     "/site/r3.xml: not planned, bad input\n  " +
                                     fleet_ + "/site/r3.xml:"));
-  EXPECT_THAT(result.out, EndsWith("\n\n3 devices: 1 reached, 1 not reached, 1 "
+  EXPECT_THAT(
+      result.out,
+      HasSubstr("/site/r4/running.xml: not planned, bad input\n  " + fleet_ +
+                "/site/r4: holds a running configuration, and "
+                "no goal\n"));
+  EXPECT_THAT(result.out, EndsWith("\n\n4 devices: 1 reached, 1 not reached, 2 "
                                    "bad input, 0 failed\n"));
+  // In the same words.
+  EXPECT_THAT(ReadFile(page), HasSubstr("4 goals: 1 reached, 1 not reached, 2 "
+                                        "bad input"));
 }
 
 TEST_F(PlanFleetTest, FailedOnlyOmitsThePlansThatReachTheirGoalAndWritesThem) {
@@ -212,9 +222,10 @@ TEST_F(PlanFleetTest, ADeviceWhoseProcessIsKilledIsOneResult) {
   kill(DeviceProcesses().at(0), SIGKILL);
   const ProgramResult result = program.Wait();
   EXPECT_EQ(result.status, 3);
-  EXPECT_THAT(result.out,
-              HasSubstr("goal.xml: not planned\n  the device's process gave no "
-                        "report, killed by signal: Killed\n"));
+  EXPECT_THAT(
+      result.out,
+      HasSubstr("goal.xml: not planned, failed\n  the device's process gave no "
+                "report, killed by signal: Killed\n"));
   ExpectNoProcess();
 }
 

@@ -204,6 +204,20 @@ std::vector<FixCase> RouteCases() {
        {"suggested: take the neighbour 10.12.140.3 as the next hop of the "
         "static route 10.12.64.0/20 by 10.12.140.2",
         "suggested: remove the static route 10.12.64.0/20 by 10.12.140.2"}},
+      {"route-next-hop-is-own",
+       "",
+       Ipv4("<ip>10.0.0.0/31</ip>") +
+           "<DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\"><rtmStaticRtTable>"
+           "<rtmStaticRtEntry><rtmStaticRtFteIndex>0</rtmStaticRtFteIndex>"
+           "<rtmStaticRtDestType>ipv4</rtmStaticRtDestType>"
+           "<rtmStaticRtDest>0a:01:00:00</rtmStaticRtDest>"
+           "<rtmStaticRtDestPfxLen>16</rtmStaticRtDestPfxLen>"
+           "<rtmStaticRtNextHopType>ipv4</rtmStaticRtNextHopType>"
+           "<rtmStaticRtNextHop>0a:00:00:00</rtmStaticRtNextHop>"
+           "</rtmStaticRtEntry></rtmStaticRtTable></DC-RTM-MIB>\n",
+       {"suggested: take the neighbour 10.0.0.1 as the next hop of the static "
+        "route 10.1.0.0/16 by 10.0.0.0",
+        "suggested: remove the static route 10.1.0.0/16 by 10.0.0.0"}},
       {"route-too-many",
        Branch("running.xml"),
        Branch("routes-to-326-sites-and-one-more.xml"),
@@ -267,6 +281,7 @@ std::vector<FixCase> OspfCases() {
        Branch("floor-4-vlan-changed.xml"),
        {"suggested: leave /config/interface/l3{users-floor-4}/lower-layer-if/"
         "vlan as it is in the running configuration: 204",
+        "suggested: change the VLAN in OSPFv3, too: index 1254",
         "suggested: take the interface out of OSPFv3"}},
   };
 }
@@ -450,6 +465,20 @@ TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
       Ipav({"fix", "--only", id[1], "--only", "F1.1", "--write", file});
   EXPECT_EQ(both.status, 0) << both.err;
   EXPECT_EQ(Ipav({"check", file}).status, 0);
+}
+
+TEST_F(FixTest, WhatCorrectsTwoFaultsHasOneId) {
+  const std::string file =
+      Write("a.xml",
+            InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>"
+                          "<ipv4><address><ip>10.0.0.1/24</ip></address>"
+                          "</ipv4></l3><loopback xmlns=\"urn:vorplex:ipapp\">"
+                          "<name>b</name><ipv4><address><ip>10.0.0.9/32</ip>"
+                          "</address></ipv4></loopback>"));
+  const std::string list = Ipav({"check", "--all", "--suggest", file}).out;
+  EXPECT_EQ(CountOf("  fix F1.1 (suggested): narrow l3 a to ", list), 2U)
+      << list;
+  EXPECT_EQ(CountOf("fix F2.", list), 0U);
 }
 
 TEST_F(FixTest, AFaultThatTwoPointsReportHasOneSetOfIds) {

@@ -10,8 +10,10 @@ local function is_configuration(buffer)
   return table.concat(lines, '\n'):find('vorplex[:-]') ~= nil
 end
 
--- The verdict and the number of changes, above the text.
-local function show_lenses(_, buffer)
+-- The verdict and the number of changes, above the text; completion with
+-- CTRL-X CTRL-O.
+local function set_up(_, buffer)
+  vim.bo[buffer].omnifunc = 'v:lua.vim.lsp.omnifunc'
   vim.api.nvim_create_autocmd({'BufEnter', 'InsertLeave', 'TextChanged'}, {
     buffer = buffer,
     callback = vim.lsp.codelens.refresh,
@@ -22,20 +24,26 @@ end
 local client
 
 local function attach(buffer)
-  if not is_configuration(buffer) then return end
+  local type = vim.bo[buffer].filetype
+  if (type ~= 'xml' and type ~= 'json') or not is_configuration(buffer) then return end
+  if vim.fn.executable(options.cmd[1]) == 0 then
+    vim.notify_once('ipav.lua: no program ' .. options.cmd[1] .. ', so no verdicts. ' ..
+                    'Install ipav, or set vim.g.ipav.cmd.', vim.log.levels.WARN)
+    return
+  end
   if not client or not vim.lsp.get_client_by_id(client) then
     client = vim.lsp.start_client({
       name = 'ipav',
       cmd = options.cmd,
       root_dir = vim.fn.getcwd(),
       init_options = {running = options.running},
-      on_attach = show_lenses,
+      on_attach = set_up,
     })
   end
   vim.lsp.buf_attach_client(buffer, client)
 end
 
-vim.api.nvim_create_autocmd('FileType', {
-  pattern = {'xml', 'json'},
+-- A new file is no configuration before something is in it.
+vim.api.nvim_create_autocmd({'FileType', 'InsertLeave', 'TextChanged', 'BufWritePost'}, {
   callback = function(event) attach(event.buf) end,
 })

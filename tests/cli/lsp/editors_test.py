@@ -51,6 +51,7 @@ class EditorsTest(unittest.TestCase):
             "--cmd", f"let g:ipav = {{'cmd': ['{IPAV}', 'lsp']}}",
             "-u", str(ROOT / "editors/neovim/ipav.lua"),
             "-c", f"luafile {HERE}/neovim.lua", "-c", "cquit")
+        self.assertEqual(seen["at_first"], 0)
         self.assertEqual(seen["diagnostics"], [
             {"line": 509, "column": 16, "code": "interface-overlap",
              "text": TEXT}])
@@ -59,6 +60,18 @@ class EditorsTest(unittest.TestCase):
         self.assertEqual(seen["actions"], [LEAVE_OUT, NARROW])
         [typed] = seen["typed"]
         self.assertIn("cannot be read beyond this place", typed["text"])
+        # Without the program.
+        said = self.run_editor(
+            "nvim", "--headless", "--clean",
+            "--cmd", "let g:ipav = {'cmd': ['no-such-ipav', 'lsp']}",
+            "-u", str(ROOT / "editors/neovim/ipav.lua"),
+            "-c", "edit candidate.xml", "-c", "edit running.xml",
+            "-c", "call writefile([json_encode(execute('messages'))], "
+                  "$IPAV_TEST_OUT)", "-c", "quitall!")
+        self.assertEqual(
+            [each for each in said.splitlines() if "lines" not in each and each],
+            ["ipav.lua: no program no-such-ipav, so no verdicts. Install ipav, "
+             "or set vim.g.ipav.cmd."])
 
     def test_emacs_shows_and_corrects_a_refusal(self):
         if not shutil.which("emacs") or subprocess.run(

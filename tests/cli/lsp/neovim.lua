@@ -13,7 +13,14 @@ local function diagnostics()
 end
 local function count() return #vim.diagnostic.get(0) end
 
-vim.cmd('edit ' .. vim.fn.fnameescape(candidate))
+-- A new file is taken when it has become a configuration.
+vim.cmd('edit new.xml')
+out.at_first = #vim.lsp.get_active_clients()
+vim.cmd('normal i<config xmlns="urn:vorplex:config">')
+wait_for(function() return vim.bo.omnifunc ~= '' end)
+wait_for(function() return count() == 1 end)
+
+vim.cmd('edit! ' .. vim.fn.fnameescape(candidate))
 wait_for(function() return count() == 1 end)
 out.diagnostics = diagnostics()
 

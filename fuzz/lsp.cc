@@ -63,6 +63,8 @@ class DoneJobs : public cli::lsp::Jobs {
     return std::make_unique<DoneJob>(std::move(output));
   }
 
+  void Keep(const std::string& /*running*/) override {}
+
   std::deque<std::string> outputs;
 };
 

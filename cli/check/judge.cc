@@ -13,6 +13,7 @@
 #include "cli/check/suggest.h"
 #include "cli/check/timing.h"
 #include "cli/check/trace.h"
+#include "cli/kept_running.h"
 #include "cli/report/html/device_html.h"
 #include "cli/report/restart_findings.h"
 #include "host/base/stopwatch.h"
@@ -267,6 +268,8 @@ DeviceReport Judge::Commit(const Device& device,
   if (device.running == running_.file) {
     return Commit(device, running_.configuration, time_over);
   }
+  const Running* kept = device.blob ? nullptr : KeptRunning(device.running);
+  if (kept != nullptr) return Commit(device, *kept, time_over);
   const auto read = [&] {
     const base::TimeLimit time = options_.limits.time;
     const ReadingTime limit(

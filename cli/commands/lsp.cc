@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <CLI/App.hpp>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -13,10 +14,12 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "cli/command.h"
+#include "cli/kept_running.h"
 #include "cli/lsp/client.h"
 #include "cli/lsp/framing.h"
 #include "cli/lsp/jobs.h"
@@ -65,14 +68,19 @@ class WorkerJob : public lsp::Job {
 
 class WorkerJobs : public lsp::Jobs {
  public:
-  explicit WorkerJobs(const Locations& locations) : worker_(locations) {}
+  explicit WorkerJobs(const Locations& locations)
+      : worker_(locations), model_(SharedModel(locations)) {}
 
   std::unique_ptr<lsp::Job> Start(const session::Request& request) override {
     return std::make_unique<WorkerJob>(worker_, request);
   }
+  void Keep(const std::string& running) override {
+    KeepRunning(model_, running);
+  }
 
  private:
   const session::Worker worker_;
+  const datastore::Model& model_;
 };
 
 // Reads what is there. False at the end.
@@ -131,6 +139,7 @@ ExitStatus RunLsp(const LspOptions& options) {
   settings.running = options.running;
   settings.messages = lsp::FileUri(options.locations.messages);
   settings.max_text = options.limits.size;
+  settings.max_jobs = std::max(1U, std::thread::hardware_concurrency());
   settings.limits = {
       "--timeout",
       std::to_string(options.limits.time / std::chrono::seconds(1)),

@@ -13,30 +13,52 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 constexpr std::string_view kLineEnds = "\r\n";
 
-// UTF-16 code units of the character that starts with this byte: characters of
-// four bytes need two.
-std::size_t UnitsOf(char first_byte) {
-  return static_cast<unsigned char>(first_byte) >= 0xf0 ? 2 : 1;
-}
-
 constexpr std::size_t kBlock = 1024;  // bytes
 
-std::size_t UnitsIn(std::string_view text) {
-  std::size_t units = 0;
-  for (const char each : text) {
-    if (!base::IsContinuation(each)) units += UnitsOf(each);
-  }
-  return units;
+}  // namespace
+
+std::size_t Ruler::CountOf(char first_byte) const {
+  if (base::IsContinuation(first_byte)) return 0;
+  return static_cast<unsigned char>(first_byte) >= 0xf0 ? of_long_ : 1;
 }
 
-// The start of the character after the one at `at`.
-std::size_t NextCharacter(std::string_view text, std::size_t at) {
-  ++at;
-  while (at < text.size() && base::IsContinuation(text[at])) ++at;
+std::size_t Ruler::CountIn(std::string_view text) const {
+  std::size_t count = 0;
+  for (const char each : text) count += CountOf(each);
+  return count;
+}
+
+void Ruler::AddBlock(std::string_view text) {
+  const std::size_t begin = (counts_.size() - 1) * kBlock;
+  counts_.push_back(counts_.back() + CountIn(text.substr(begin, kBlock)));
+}
+
+std::size_t Ruler::Before(std::string_view text, std::size_t offset) {
+  while (counts_.size() <= offset / kBlock) AddBlock(text);
+  const std::size_t rest = offset % kBlock;
+  return counts_[offset / kBlock] + CountIn(text.substr(offset - rest, rest));
+}
+
+std::size_t Ruler::Find(std::string_view text, const Span& part,
+                        std::size_t count) {
+  count += Before(text, part.begin);
+  while (counts_.back() <= count && counts_.size() <= part.end / kBlock) {
+    AddBlock(text);
+  }
+  const auto next = std::upper_bound(counts_.begin(), counts_.end(), count);
+  const auto block =
+      static_cast<std::size_t>(next - counts_.begin() - 1) * kBlock;
+  std::size_t at = std::min(std::max(block, part.begin), part.end);
+  count -= Before(text, at);
+  while (at < part.end && count >= CountOf(text[at])) {
+    count -= CountOf(text[at++]);
+  }
   return at;
 }
 
-}  // namespace
+void Ruler::Forget(std::size_t offset) {
+  counts_.resize(std::min(counts_.size(), offset / kBlock + 1));
+}
 
 Document::Document(std::string_view text) : lines_{0} { Replace({0, 0}, text); }
 
@@ -49,15 +71,14 @@ bool Document::IsLineStart(std::size_t offset) const {
 
 std::size_t Document::OffsetOf(const Position& position) const {
   if (position.line >= lines_.size()) return text_.size();
-  std::size_t at = lines_[position.line];
-  const std::size_t end =
-      std::min(text_.find_first_of(kLineEnds, at), text_.size());
-  std::size_t left = position.character;
-  while (at < end && left >= UnitsOf(text_[at])) {
-    left -= UnitsOf(text_[at]);
-    at = NextCharacter(text_, at);
-  }
-  return at;
+  const std::size_t begin = lines_[position.line];
+  std::size_t end = position.line + 1 < lines_.size()
+                        ? lines_[position.line + 1]
+                        : text_.size();
+  while (end > begin &&
+         kLineEnds.find(text_[end - 1]) != std::string_view::npos)
+    --end;
+  return units_.Find(text_, {begin, end}, position.character);
 }
 
 Span Document::SpanOf(const Range& range) const {
@@ -65,38 +86,31 @@ Span Document::SpanOf(const Range& range) const {
   return {begin, std::max(begin, OffsetOf(range.end))};
 }
 
-std::size_t Document::UnitsBefore(std::size_t offset) const {
-  const std::string_view text = text_;
-  while (units_.size() <= offset / kBlock) {
-    const std::size_t block = (units_.size() - 1) * kBlock;
-    units_.push_back(units_.back() + UnitsIn(text.substr(block, kBlock)));
-  }
-  const std::size_t rest = offset % kBlock;
-  return units_[offset / kBlock] + UnitsIn(text.substr(offset - rest, rest));
-}
-
 Position Document::PositionOf(std::size_t offset) const {
   offset = std::min(offset, text_.size());
   const auto next = std::upper_bound(lines_.begin(), lines_.end(), offset);
   const auto line = std::prev(next);
   return {static_cast<std::size_t>(std::distance(lines_.begin(), line)),
-          UnitsBefore(offset) - UnitsBefore(*line)};
+          units_.Before(text_, offset) - units_.Before(text_, *line)};
 }
 
 std::size_t Document::OffsetOfPlace(std::size_t line,
                                     std::size_t column) const {
-  std::size_t at = 0;
-  for (; line > 1; --line) {
-    const std::size_t end = text_.find('\n', at);
-    if (end == std::string::npos) return text_.size();
-    at = end + 1;
+  if (report_lines_.empty()) {
+    std::copy_if(
+        lines_.begin(), lines_.end(), std::back_inserter(report_lines_),
+        [&](std::size_t at) { return at == 0 || text_[at - 1] == '\n'; });
   }
-  if (at == 0 && text_.rfind(kByteOrderMark, 0) == 0) {
-    at = kByteOrderMark.size();
+  if (line > report_lines_.size()) return text_.size();
+  line = std::max<std::size_t>(line, 1);
+  std::size_t begin = report_lines_[line - 1];
+  if (begin == 0 && text_.rfind(kByteOrderMark, 0) == 0) {
+    begin = kByteOrderMark.size();
   }
-  const std::size_t end = std::min(text_.find('\n', at), text_.size());
-  for (; column > 1 && at < end; --column) at = NextCharacter(text_, at);
-  return at;
+  const std::size_t end =
+      line < report_lines_.size() ? report_lines_[line] - 1 : text_.size();
+  return characters_.Find(text_, {begin, end},
+                          std::max<std::size_t>(column, 1) - 1);
 }
 
 void Document::Replace(const Span& span, std::string_view text) {
@@ -108,7 +122,9 @@ void Document::Replace(const Span& span, std::string_view text) {
   lines_.erase(first, lines_.end());
   // 2. The text, and the starts in its new part.
   text_.replace(span.begin, span.end - span.begin, text);
-  units_.resize(std::min(units_.size(), span.begin / kBlock + 1));
+  units_.Forget(span.begin);
+  characters_.Forget(span.begin);
+  report_lines_.clear();
   const std::size_t end = span.begin + text.size();
   for (std::size_t at = std::max(span.begin, std::size_t{1}); at <= end; ++at) {
     if (IsLineStart(at)) lines_.push_back(at);

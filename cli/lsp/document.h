@@ -16,6 +16,28 @@ using source::Span;
 
 // Lines end with "\n", "\r\n" or "\r", as the protocol says. The reports of
 // ipav only count "\n".
+// Counts characters from the start of a text. Keeps the counts of blocks, as
+// far as somebody asked: a line may be the whole text.
+class Ruler {
+ public:
+  // What a character of four bytes counts.
+  explicit Ruler(std::size_t of_long) : of_long_(of_long) {}
+
+  std::size_t Before(std::string_view text, std::size_t offset);
+  // The character that is `count` behind the one at `begin`, at most `end`.
+  std::size_t Find(std::string_view text, const Span& part, std::size_t count);
+  // The text has changed from there on.
+  void Forget(std::size_t offset);
+
+ private:
+  std::size_t CountOf(char first_byte) const;
+  std::size_t CountIn(std::string_view text) const;
+  void AddBlock(std::string_view text);
+
+  const std::size_t of_long_;
+  std::vector<std::size_t> counts_ = {0};  // before each block
+};
+
 class Document {
  public:
   explicit Document(std::string_view text);
@@ -39,13 +61,13 @@ class Document {
 
  private:
   bool IsLineStart(std::size_t offset) const;
-  std::size_t UnitsBefore(std::size_t offset) const;
 
   std::string text_;
   std::vector<std::size_t> lines_;  // where they start
-  // The UTF-16 code units before each block of the text, as far as somebody
-  // asked: a line may be the whole text.
-  mutable std::vector<std::size_t> units_ = {0};
+  // Those of the reports; empty: not asked for yet.
+  mutable std::vector<std::size_t> report_lines_;
+  mutable Ruler units_{2};  // UTF-16 code units
+  mutable Ruler characters_{1};
 };
 
 }  // namespace ipav::cli::lsp

@@ -58,15 +58,14 @@ Json Markdown(const std::string& text) {
 
 // ---- Hover -----------------------------------------------------------------
 
-// What is known of the messages that are shown there, each once.
-std::string ExplanationsAt(const Query& query, std::size_t offset) {
-  const Document& document = query.document.document();
+// What is known of the messages that are shown in that line, each once.
+std::string ExplanationsIn(const Query& query, std::size_t line) {
   const Json published = query.document.Diagnostics();
   std::string text;
   for (const Json& shown : published.at("diagnostics")) {
-    const Span span = document.SpanOf(lsp::RangeOf(shown.at("range")));
+    const Range range = lsp::RangeOf(shown.at("range"));
     const auto* message = messages::FindMessage(shown.value("code", ""));
-    if (message == nullptr || offset < span.begin || offset > span.end) {
+    if (message == nullptr || !HaveCommonLine(range, {{line}, {line}})) {
       continue;
     }
     const std::string explanation = features::Explanation(*message);
@@ -78,7 +77,8 @@ std::string ExplanationsAt(const Query& query, std::size_t offset) {
 
 Json Hover(const Query& query) {
   const std::size_t offset = OffsetOf(query);
-  const std::string explanations = ExplanationsAt(query, offset);
+  const std::string explanations =
+      ExplanationsIn(query, NumberOf(query.params.at("position").at("line")));
   const auto hover = features::HoverAt(OutlineOf(query), offset);
   if (!hover && explanations.empty()) return nullptr;
   Json result = {
@@ -89,23 +89,6 @@ Json Hover(const Query& query) {
 
 // ---- Completion ------------------------------------------------------------
 
-// CompletionItemKind of the protocol.
-int KindOf(features::Completion::Kind kind) {
-  switch (kind) {
-    case features::Completion::Kind::kNode:
-      return 22;  // Struct
-    case features::Completion::Kind::kLeaf:
-      return 5;  // Field
-    case features::Completion::Kind::kValue:
-      return 20;  // EnumMember
-    case features::Completion::Kind::kName:
-      return 18;  // Reference
-    case features::Completion::Kind::kEndTag:
-      return 14;  // Keyword
-  }
-  return 1;  // Text
-}
-
 Json ItemOf(const Query& query, const features::Completion& completion,
             const Span& replaced, std::optional<std::size_t> comma) {
   // Two edits may not be at one place.
@@ -113,7 +96,7 @@ Json ItemOf(const Query& query, const features::Completion& completion,
   const std::string text = (comma && !is_separate ? "," : "") + completion.text;
   Json item = {
       {"label", completion.label},
-      {"kind", KindOf(completion.kind)},
+      {"kind", static_cast<int>(completion.kind)},
       {"filterText", completion.typed},
       {"insertTextFormat", query.client.has_snippets ? 2 : 1},
       {"insertTextMode", query.client.indents ? 2 : 1},
@@ -172,17 +155,13 @@ Json PrepareRename(const Query& query) {
 
 Json Rename(const Query& query) {
   const auto name = query.params.at("newName").get<std::string>();
-  try {
-    const Json edits = report::ArrayOf(
-        features::Rename(OutlineOf(query), OffsetOf(query), name),
-        [&](const source::Replacement& replacement) {
-          return Json{{"range", RangeOf(query, replacement.span)},
-                      {"newText", replacement.text}};
-        });
-    return {{"changes", {{query.document.uri(), edits}}}};
-  } catch (const features::RenameError& error) {
-    throw RequestError(kRequestFailed, error.what());
-  }
+  const Json edits =
+      report::ArrayOf(features::Rename(OutlineOf(query), OffsetOf(query), name),
+                      [&](const source::Replacement& replacement) {
+                        return Json{{"range", RangeOf(query, replacement.span)},
+                                    {"newText", replacement.text}};
+                      });
+  return {{"changes", {{query.document.uri(), edits}}}};
 }
 
 // ---- Symbols ---------------------------------------------------------------
@@ -190,7 +169,7 @@ Json Rename(const Query& query) {
 Json SymbolOf(const Query& query, const features::Symbol& symbol) {
   const bool is_group = symbol.kind == features::Symbol::Kind::kGroup;
   Json json = {{"name", symbol.name},
-               {"kind", is_group ? 3 : 19},  // Namespace, Object
+               {"kind", static_cast<int>(symbol.kind)},
                {"range", RangeOf(query, symbol.whole)},
                {"selectionRange", RangeOf(query, symbol.selection)}};
   if (!symbol.detail.empty()) json["detail"] = symbol.detail;

@@ -15,6 +15,7 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kHeaderEnd = "\r\n\r\n";
 constexpr std::string_view kLength = "content-length:";
 constexpr std::size_t kMaxHeader = 4096;
+constexpr std::size_t kMaxKept = 4096;  // of a content that is too large
 
 // The size in a line "Content-Length: N"; none for another header field.
 std::optional<std::size_t> LengthIn(std::string_view line) {
@@ -57,6 +58,7 @@ void Deframer::Add(std::string_view bytes) {
   if (size_ && *size_ > max_message_) {
     const std::size_t part = std::min(bytes.size(), *size_ - dropped_);
     dropped_ += part;
+    head_ += bytes.substr(0, std::min(part, kMaxKept - head_.size()));
     bytes.remove_prefix(part);
   }
   bytes_ += bytes;
@@ -81,7 +83,7 @@ std::optional<Message> Deframer::Next() {
   if (!size_ && !ReadHeader()) return std::nullopt;
   const bool is_too_large = *size_ > max_message_;
   if ((is_too_large ? dropped_ : bytes_.size()) < *size_) return std::nullopt;
-  Message message{"", is_too_large};
+  Message message{std::exchange(head_, ""), is_too_large};
   if (!is_too_large) {
     std::string rest = bytes_.substr(*size_);
     bytes_.resize(*size_);

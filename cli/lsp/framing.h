@@ -21,7 +21,7 @@ class FramingError : public std::runtime_error {
 
 struct Message {
   std::string content;
-  bool is_too_large = false;  // then the content was dropped
+  bool is_too_large = false;  // then only its first 4 KiB are kept
 };
 
 // Turns bytes, in pieces of any size, into whole messages.
@@ -42,6 +42,7 @@ class Deframer {
   std::string bytes_;                // not part of a message yet
   std::optional<std::size_t> size_;  // of the content, after its header
   std::size_t dropped_ = 0;          // bytes of a content that is too large
+  std::string head_;                 // of that content
 };
 
 }  // namespace ipav::cli::lsp

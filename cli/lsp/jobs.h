@@ -3,6 +3,7 @@
 #define IPAV_CLI_LSP_JOBS_H_
 
 #include <memory>
+#include <string>
 
 #include "cli/session/worker.h"
 
@@ -25,6 +26,9 @@ class Jobs {
 
   // Throws std::exception.
   virtual std::unique_ptr<Job> Start(const session::Request& request) = 0;
+
+  // Further commands need not read that running configuration again.
+  virtual void Keep(const std::string& running) = 0;
 };
 
 }  // namespace ipav::cli::lsp

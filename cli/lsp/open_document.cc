@@ -48,11 +48,10 @@ std::string Counted(std::size_t count, const std::string& what) {
                      count == 1 ? "" : "s");
 }
 
-TextEdit TextEditOf(const messages::TextEdit& edit, const Document& document) {
-  return {document.RangeOf(
-              {document.OffsetOfPlace(edit.line, edit.column),
-               document.OffsetOfPlace(edit.end_line, edit.end_column)}),
-          edit.text};
+Json EditOf(const messages::TextEdit& edit, const Document& document) {
+  const Span span{document.OffsetOfPlace(edit.line, edit.column),
+                  document.OffsetOfPlace(edit.end_line, edit.end_column)};
+  return {{"range", ToJson(document.RangeOf(span))}, {"newText", edit.text}};
 }
 
 }  // namespace
@@ -73,36 +72,37 @@ void OpenDocument::Change(Version version,
   version_ = version;
   for (const ContentChange& change : changes) Apply(change);
   Forget();
-  if (is_too_large_) RefuseSize();
+  is_judged_ = is_lost_;
 }
 
 void OpenDocument::Apply(const ContentChange& change) {
-  // A part of a text that was dropped changes nothing.
-  if (is_too_large_ && change.range) return;
+  // A part of a text that is not known changes nothing.
+  if (is_lost_ && change.range) return;
   const std::string& before = document_.text();
   std::string_view text = change.text;
   const Span span = change.range ? document_.SpanOf(*change.range)
                                  : FindDifference(before, &text);
   const std::size_t rest = before.size() - (span.end - span.begin);
-  is_too_large_ = rest + text.size() > max_text_;
-  if (is_too_large_) return;
-  // Problems move with the text, and go with it.
+  if (rest + text.size() > max_text_) {
+    // Not kept: the client would send each edit of it.
+    return Lose(fmt::format("larger than {} MiB", max_text_ >> 20));
+  }
+  is_lost_ = false;
+  // Problems move with the text, and go with that of their nodes.
   const auto left = std::remove_if(
       problems_.begin(), problems_.end(),
       [&](Problem& problem) { return !Move(span, text.size(), &problem); });
   problems_.erase(left, problems_.end());
-  if (end_) static_cast<void>(Move(span, text.size(), &*end_));
+  if (end_ && !Move(span, text.size(), &*end_)) end_.reset();
   document_.Replace(span, text);
 }
 
-// The text is not kept: the client would send each edit of it.
-void OpenDocument::RefuseSize() {
+void OpenDocument::Lose(const std::string& reason) {
   document_.Replace({0, document_.text().size()}, "");
-  problems_ = {ProblemOfAll(
-      document_,
-      fmt::format("not judged: larger than {} MiB", max_text_ >> 20))};
+  problems_ = {ProblemOfAll(document_, "not judged: " + reason)};
   end_.reset();
-  is_judged_ = true;
+  Forget();
+  is_judged_ = is_lost_ = true;
 }
 
 void OpenDocument::Forget() {
@@ -146,8 +146,7 @@ bool OpenDocument::has_verdict() const {
 // ---- For the client ---------------------------------------------------------
 
 bool OpenDocument::IsIn(const Problem& problem, const Range& range) const {
-  const Span span = document_.SpanOf(range);
-  return problem.span.begin <= span.end && span.begin <= problem.span.end;
+  return HaveCommonLine(document_.RangeOf(problem.span), range);
 }
 
 bool OpenDocument::HasRefusalIn(const Range& range) const {
@@ -162,39 +161,40 @@ Json OpenDocument::Diagnostics() const {
   for (const Problem& problem : problems_) {
     // What is behind the end of a half typed text may be something else now.
     if (end_ && problem.span.begin >= end_->span.begin) continue;
-    diagnostics.push_back(ToJson(DiagnosticOf(problem, judged_)));
+    diagnostics.push_back(DiagnosticOf(problem, judged_));
   }
-  if (end_) diagnostics.push_back(ToJson(DiagnosticOf(*end_, judged_)));
+  if (end_) diagnostics.push_back(DiagnosticOf(*end_, judged_));
   Json params = {{"uri", uri()}, {"diagnostics", std::move(diagnostics)}};
   if (version_) params["version"] = *version_;
   return params;
 }
 
-void OpenDocument::AddActions(const Problem& problem, const Range& range,
-                              std::vector<CodeAction>* actions) const {
-  if (problem.finding == 0 || !IsIn(problem, range)) return;
-  const messages::Finding& finding = fixes_->findings[problem.finding - 1];
-  for (const messages::Fix& fix :
-       finding.fixes.value_or(std::vector<messages::Fix>())) {
-    CodeAction action;
-    action.title =
-        fmt::format("{} ({})", fix.text, fix.is_safe ? "safe" : "suggested");
-    action.is_preferred = fix.is_safe;
-    action.diagnostic = DiagnosticOf(problem, judged_);
-    action.uri = uri();
-    action.version = version_;
-    for (const messages::TextEdit& edit : fix.edits) {
-      action.edits.push_back(TextEditOf(edit, document_));
-    }
-    actions->push_back(std::move(action));
-  }
+Json OpenDocument::ActionOf(const messages::Fix& fix,
+                            const Problem& problem) const {
+  const Json document = {{"uri", uri()},
+                         {"version", version_ ? Json(*version_) : Json()}};
+  const Json edits = report::ArrayOf(
+      fix.edits,
+      [&](const messages::TextEdit& edit) { return EditOf(edit, document_); });
+  const Json change = {{"textDocument", document}, {"edits", edits}};
+  return {{"title", fmt::format("{} ({})", fix.text,
+                                fix.is_safe ? "safe" : "suggested")},
+          {"kind", "quickfix"},
+          {"isPreferred", fix.is_safe},
+          {"diagnostics", Json::array({DiagnosticOf(problem, judged_)})},
+          {"edit", {{"documentChanges", Json::array({change})}}}};
 }
 
-std::vector<CodeAction> OpenDocument::ActionsIn(const Range& range) const {
-  std::vector<CodeAction> actions;
+Json OpenDocument::ActionsIn(const Range& range) const {
+  Json actions = Json::array();
   if (!fixes_) return actions;
   for (const Problem& problem : ProblemsOf(*fixes_, judged_)) {
-    AddActions(problem, range, &actions);
+    if (problem.finding == 0 || !IsIn(problem, range)) continue;
+    const auto& fixes = fixes_->findings[problem.finding - 1].fixes;
+    if (!fixes) continue;
+    for (const messages::Fix& fix : *fixes) {
+      actions.push_back(ActionOf(fix, problem));
+    }
   }
   return actions;
 }
@@ -221,13 +221,17 @@ std::string OpenDocument::ChangesInWords() const {
          std::filesystem::path(running_).filename().string();
 }
 
-std::vector<CodeLens> OpenDocument::Lenses() const {
-  if (!report_) return {};
-  const auto lens = [&](const std::string& title) {
-    return CodeLens{{}, {title, kCheckCommand, Json::array({uri()})}};
+Json OpenDocument::Lenses() const {
+  Json lenses = Json::array();
+  if (!report_) return lenses;
+  const auto add = [&](const std::string& title) {
+    const Json command = {{"title", title},
+                          {"command", kCheckCommand},
+                          {"arguments", Json::array({uri()})}};
+    lenses.push_back(Json{{"range", ToJson(Range())}, {"command", command}});
   };
-  std::vector<CodeLens> lenses = {lens(VerdictInWords())};
-  if (running_.empty() || changes_) lenses.push_back(lens(ChangesInWords()));
+  add(VerdictInWords());
+  if (running_.empty() || changes_) add(ChangesInWords());
   return lenses;
 }
 

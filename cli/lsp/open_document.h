@@ -32,6 +32,9 @@ class OpenDocument {
   // What is known is not up to date, because a file has changed.
   void Forget();
 
+  // The text is not known until the client sends all of it.
+  void Lose(const std::string& reason);
+
   // The result of `ipav check --all --format json`, also with --suggest, and of
   // `ipav diff --format json`, for the present text.
   void TakeVerdict(const session::Answer& answer);
@@ -44,28 +47,27 @@ class OpenDocument {
   const std::string& running() const { return running_; }
   void set_running(std::string running) { running_ = std::move(running); }
 
+  bool is_lost() const { return is_lost_; }
   bool is_judged() const { return is_judged_; }
   // Whether the plug-in judged the text.
   bool has_verdict() const;
   bool has_fixes() const { return fixes_.has_value(); }
   bool has_changes() const { return has_changes_; }
 
-  // Whether a refusal is shown in that range.
+  // Whether a refusal is shown in the lines of that range.
   bool HasRefusalIn(const Range& range) const;
 
   Json Diagnostics() const;  // publishDiagnostics' parameters
-  std::vector<CodeAction> ActionsIn(const Range& range) const;
-  std::vector<CodeLens> Lenses() const;
+  Json ActionsIn(const Range& range) const;
+  Json Lenses() const;
 
   OpenDocument(const OpenDocument&) = delete;
   OpenDocument& operator=(const OpenDocument&) = delete;
 
  private:
   void Apply(const ContentChange& change);
-  void RefuseSize();
   bool IsIn(const Problem& problem, const Range& range) const;
-  void AddActions(const Problem& problem, const Range& range,
-                  std::vector<CodeAction>* actions) const;
+  Json ActionOf(const messages::Fix& fix, const Problem& problem) const;
   std::string VerdictInWords() const;
   std::string ChangesInWords() const;
 
@@ -73,8 +75,8 @@ class OpenDocument {
   Judged judged_;
   Version version_;
   const std::size_t max_text_;
-  bool is_too_large_ = false;  // then `document_` is empty
-  std::string running_;        // file; empty: none
+  bool is_lost_ = false;  // then `document_` is empty
+  std::string running_;   // file; empty: none
 
   // From the last text that could be read to its end, moved with the text.
   std::vector<Problem> problems_;

@@ -196,57 +196,47 @@ std::optional<Problem> FindEnd(const Judged& judged) {
   }
 }
 
-namespace {
-
-bool IsEmpty(const Span& span) { return span.begin == span.end; }
-
-// Moves a part of the text when another part is replaced.
-void MoveSpan(const Span& replaced, std::size_t size, Span* span) {
-  const auto moved = [&](std::size_t offset) {
-    if (offset <= replaced.begin) return offset;
-    if (offset >= replaced.end)
-      return offset - replaced.end + replaced.begin + size;
-    return replaced.begin;
-  };
-  // What is inserted directly before a node moves it.
-  const bool is_before = replaced.end == span->begin;
-  span->begin = is_before ? replaced.begin + size : moved(span->begin);
-  span->end = std::max(span->begin, moved(span->end));
-}
-
-}  // namespace
-
-bool Move(const Span& span, std::size_t size, Problem* problem) {
-  const bool was_empty = IsEmpty(problem->span);
-  MoveSpan(span, size, &problem->span);
+bool Move(const Span& replaced, std::size_t size, Problem* problem) {
+  std::vector<Span*> nodes = {&problem->span};
   for (RelatedNode& related : problem->related) {
-    if (related.here) MoveSpan(span, size, &*related.here);
+    if (related.here) nodes.push_back(&*related.here);
   }
-  return was_empty || !IsEmpty(problem->span);
+  return std::all_of(nodes.begin(), nodes.end(), [&](Span* node) {
+    if (node->end < replaced.begin) return true;
+    if (node->begin <= replaced.end) return false;
+    for (std::size_t* end : {&node->begin, &node->end}) {
+      *end = *end - replaced.end + replaced.begin + size;
+    }
+    return true;
+  });
 }
 
-Diagnostic DiagnosticOf(const Problem& problem, const Judged& judged) {
+Json DiagnosticOf(const Problem& problem, const Judged& judged) {
   const Document& document = judged.document;
-  Diagnostic diagnostic{document.RangeOf(problem.span),
-                        problem.severity,
-                        problem.code,
-                        problem.href,
-                        problem.text,
-                        {}};
+  std::string message = problem.text;
+  Json nodes = Json::array();
   for (const RelatedNode& related : problem.related) {
-    diagnostic.message += "\n" + related.text;
+    message += "\n" + related.text;
     std::optional<Location> location = related.elsewhere;
     if (related.here) {
       location = {judged.uri, document.RangeOf(*related.here)};
     }
     if (!location) continue;
     // For editors that do not show related information.
-    diagnostic.message += fmt::format(
-        ", {}line {}", related.file.empty() ? "" : related.file + " ",
-        location->range.start.line + 1);
-    diagnostic.related.push_back({*std::move(location), related.text});
+    message += fmt::format(", {}line {}",
+                           related.file.empty() ? "" : related.file + " ",
+                           location->range.start.line + 1);
+    nodes.push_back(
+        Json{{"location", ToJson(*location)}, {"message", related.text}});
   }
-  return diagnostic;
+  Json json = {{"range", ToJson(document.RangeOf(problem.span))},
+               {"severity", static_cast<int>(problem.severity)},
+               {"source", "ipav"},
+               {"message", message}};
+  if (!problem.code.empty()) json["code"] = problem.code;
+  if (!problem.href.empty()) json["codeDescription"] = {{"href", problem.href}};
+  if (!nodes.empty()) json["relatedInformation"] = std::move(nodes);
+  return json;
 }
 
 }  // namespace ipav::cli::lsp

@@ -52,11 +52,12 @@ std::vector<Problem> ProblemsOf(const report::DeviceReport& report,
 // Why the text cannot be read to its end; none if it can.
 std::optional<Problem> FindEnd(const Judged& judged);
 
-// Moves a problem with the text when `span` is replaced by `size` bytes. False
-// if its node goes.
-bool Move(const Span& span, std::size_t size, Problem* problem);
+// Moves a problem with the text when a part is replaced by `size` bytes. False
+// if that changes the text of one of its nodes, which may correct it.
+bool Move(const Span& replaced, std::size_t size, Problem* problem);
 
-Diagnostic DiagnosticOf(const Problem& problem, const Judged& judged);
+// The `Diagnostic` of the protocol.
+Json DiagnosticOf(const Problem& problem, const Judged& judged);
 
 }  // namespace ipav::cli::lsp
 

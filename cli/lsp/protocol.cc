@@ -2,19 +2,6 @@
 
 namespace ipav::cli::lsp {
 
-namespace {
-
-Json ToJson(const RelatedInformation& related) {
-  return {{"location", lsp::ToJson(related.location)},
-          {"message", related.message}};
-}
-
-Json ToJson(const TextEdit& edit) {
-  return {{"range", lsp::ToJson(edit.range)}, {"newText", edit.new_text}};
-}
-
-}  // namespace
-
 Version VersionOf(const Json& document) {
   const Json version = document.value("version", Json());
   if (!version.is_number_integer()) return std::nullopt;
@@ -43,10 +30,6 @@ ContentChange ContentChangeOf(const Json& json) {
   return change;
 }
 
-Json ToJson(const Version& version) {
-  return version ? Json(*version) : Json();
-}
-
 Json ToJson(const Position& position) {
   return {{"line", position.line}, {"character", position.character}};
 }
@@ -57,44 +40,6 @@ Json ToJson(const Range& range) {
 
 Json ToJson(const Location& location) {
   return {{"uri", location.uri}, {"range", ToJson(location.range)}};
-}
-
-Json ToJson(const Diagnostic& diagnostic) {
-  Json json = {{"range", ToJson(diagnostic.range)},
-               {"severity", static_cast<int>(diagnostic.severity)},
-               {"source", "ipav"},
-               {"message", diagnostic.message}};
-  if (!diagnostic.code.empty()) json["code"] = diagnostic.code;
-  if (!diagnostic.href.empty()) {
-    json["codeDescription"] = {{"href", diagnostic.href}};
-  }
-  if (!diagnostic.related.empty()) {
-    json["relatedInformation"] = report::ArrayOf(
-        diagnostic.related,
-        [](const RelatedInformation& related) { return ToJson(related); });
-  }
-  return json;
-}
-
-Json ToJson(const CodeAction& action) {
-  const Json edits = report::ArrayOf(
-      action.edits, [](const TextEdit& edit) { return ToJson(edit); });
-  const Json document = {{"uri", action.uri},
-                         {"version", ToJson(action.version)}};
-  Json change = {{"textDocument", document}, {"edits", edits}};
-  return {{"title", action.title},
-          {"kind", "quickfix"},
-          {"isPreferred", action.is_preferred},
-          {"diagnostics", Json::array({ToJson(action.diagnostic)})},
-          {"edit", {{"documentChanges", Json::array({std::move(change)})}}}};
-}
-
-Json ToJson(const CodeLens& lens) {
-  return {{"range", ToJson(lens.range)},
-          {"command",
-           {{"title", lens.command.title},
-            {"command", lens.command.command},
-            {"arguments", lens.command.arguments}}}};
 }
 
 }  // namespace ipav::cli::lsp

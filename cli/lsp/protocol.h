@@ -51,51 +51,16 @@ struct Range {
   Position end;
 };
 
+inline bool HaveCommonLine(const Range& a, const Range& b) {
+  return a.start.line <= b.end.line && b.start.line <= a.end.line;
+}
+
 struct Location {
   std::string uri;
   Range range;
 };
 
-struct RelatedInformation {
-  Location location;
-  std::string message;
-};
-
 enum class Severity { kError = 1, kWarning = 2, kInformation = 3 };
-
-struct Diagnostic {
-  Range range;
-  Severity severity = Severity::kError;
-  std::string code;  // empty: none
-  std::string href;  // of the code's description; empty: none
-  std::string message;
-  std::vector<RelatedInformation> related;
-};
-
-struct TextEdit {
-  Range range;
-  std::string new_text;
-};
-
-struct CodeAction {
-  std::string title;
-  bool is_preferred = false;
-  Diagnostic diagnostic;  // that it corrects
-  std::string uri;        // of the document that it edits
-  Version version;        // of that document
-  std::vector<TextEdit> edits;
-};
-
-struct Command {
-  std::string title;
-  std::string command;
-  Json arguments = Json::array();
-};
-
-struct CodeLens {
-  Range range;
-  Command command;
-};
 
 // A change of a document; without a range, its whole text.
 struct ContentChange {
@@ -110,19 +75,9 @@ Range RangeOf(const Json& json);
 Position PositionOf(const Json& json);
 ContentChange ContentChangeOf(const Json& json);
 
-Json ToJson(const Version& version);
 Json ToJson(const Position& position);
 Json ToJson(const Range& range);
 Json ToJson(const Location& location);
-Json ToJson(const Diagnostic& diagnostic);
-Json ToJson(const CodeAction& action);
-Json ToJson(const CodeLens& lens);
-
-// The array of all.
-template <typename T>
-Json ToJson(const std::vector<T>& values) {
-  return report::ArrayOf(values, [](const T& value) { return ToJson(value); });
-}
 
 }  // namespace ipav::cli::lsp
 

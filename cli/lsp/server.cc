@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/lsp/features.h"
+#include "cli/lsp/features/names.h"
 #include "cli/lsp/uri.h"
 #include "cli/report/json/shallow_json.h"
 
@@ -96,40 +97,11 @@ Server::Server(const datastore::Model* model, Jobs* jobs, Client* client,
 
 // ---- Messages ---------------------------------------------------------------
 
-const Server::Request* Server::FindRequest(const std::string& method) {
-  static const std::map<std::string, Request> requests = {
-      {"initialize", &Server::Initialize},
-      {"shutdown", &Server::Shutdown},
-      {"textDocument/codeAction", &Server::CodeAction},
-      {"textDocument/codeLens", &Server::CodeLens},
-      {"workspace/executeCommand", &Server::ExecuteCommand},
-  };
-  const auto found = requests.find(method);
-  return found == requests.end() ? nullptr : &found->second;
-}
-
-const Server::Notification* Server::FindNotification(
-    const std::string& method) {
-  static const std::map<std::string, Notification> notifications = {
-      {"initialized", &Server::Initialized},
-      {"exit", &Server::Exit},
-      {"textDocument/didOpen", &Server::DidOpen},
-      {"textDocument/didChange", &Server::DidChange},
-      {"textDocument/didSave", &Server::DidSave},
-      {"textDocument/didClose", &Server::DidClose},
-      {"workspace/didChangeConfiguration", &Server::DidChangeConfiguration},
-      {"workspace/didChangeWatchedFiles", &Server::DidChangeWatchedFiles},
-      {"$/cancelRequest", &Server::CancelRequest},
-  };
-  const auto found = notifications.find(method);
-  return found == notifications.end() ? nullptr : &found->second;
-}
-
 void Server::Receive(const Message& message) {
   if (message.is_too_large) {
     client_.Fail(nullptr, kInvalidRequest, "the message is too large");
     client_.ShowError("ipav: a document is too large to be judged");
-    return;
+    return workspace_.Lose(message.content);
   }
   const Json json = report::ParseShallow(message.content);
   if (json.is_discarded()) {
@@ -162,6 +134,13 @@ void Server::Dispatch(const Json& message) {
 
 void Server::TakeRequest(const Json& id, const std::string& method,
                          const Json& params) {
+  static const std::map<std::string, Request> kRequests = {
+      {"initialize", &Server::Initialize},
+      {"shutdown", &Server::Shutdown},
+      {"textDocument/codeAction", &Server::CodeAction},
+      {"textDocument/codeLens", &Server::CodeLens},
+      {"workspace/executeCommand", &Server::ExecuteCommand},
+  };
   try {
     if (state_ == State::kNew && method != "initialize") {
       throw RequestError(kServerNotInitialized, "initialize comes first");
@@ -170,8 +149,9 @@ void Server::TakeRequest(const Json& id, const std::string& method,
         (state_ != State::kReady || method == "initialize")) {
       throw RequestError(kInvalidRequest, "not after initialize or shutdown");
     }
-    if (const Request* request = FindRequest(method)) {
-      return (this->**request)(id, params);
+    const auto request = kRequests.find(method);
+    if (request != kRequests.end()) {
+      return (this->*request->second)(id, params);
     }
     const Feature* feature = FindFeature(method);
     if (feature == nullptr) {
@@ -184,6 +164,8 @@ void Server::TakeRequest(const Json& id, const std::string& method,
                                              completion_client_}));
   } catch (const RequestError& error) {
     client_.Fail(id, error.code(), error.what());
+  } catch (const features::RenameError& error) {
+    client_.Fail(id, kRequestFailed, error.what());
   } catch (const std::exception& error) {
     client_.Fail(id, kInvalidParams, error.what());
   }
@@ -191,11 +173,22 @@ void Server::TakeRequest(const Json& id, const std::string& method,
 
 // A notification has no answer, so that a wrong one can only be ignored.
 void Server::TakeNotification(const std::string& method, const Json& params) {
-  const Notification* notification = FindNotification(method);
-  if (notification == nullptr) return;
-  if (state_ != State::kReady && *notification != &Server::Exit) return;
+  static const std::map<std::string, Notification> kNotifications = {
+      {"initialized", &Server::Initialized},
+      {"exit", &Server::Exit},
+      {"textDocument/didOpen", &Server::DidOpen},
+      {"textDocument/didChange", &Server::DidChange},
+      {"textDocument/didSave", &Server::DidSave},
+      {"textDocument/didClose", &Server::DidClose},
+      {"workspace/didChangeConfiguration", &Server::DidChangeConfiguration},
+      {"workspace/didChangeWatchedFiles", &Server::DidChangeWatchedFiles},
+      {"$/cancelRequest", &Server::CancelRequest},
+  };
+  const auto notification = kNotifications.find(method);
+  if (notification == kNotifications.end()) return;
+  if (state_ != State::kReady && method != "exit") return;
   try {
-    (this->**notification)(params);
+    (this->*notification->second)(params);
   } catch (const std::exception& error) {
     client_.Notify("window/logMessage",
                    {{"type", 1}, {"message", method + ": " + error.what()}});

@@ -39,8 +39,6 @@ class Server {
   using Request = void (Server::*)(const Json& id, const Json& params);
   using Notification = void (Server::*)(const Json& params);
 
-  static const Request* FindRequest(const std::string& method);
-  static const Notification* FindNotification(const std::string& method);
   void Dispatch(const Json& message);
   void TakeRequest(const Json& id, const std::string& method,
                    const Json& params);

@@ -1,10 +1,11 @@
 #include "cli/lsp/uri.h"
 
-#include <cctype>
-#include <charconv>
-#include <cstddef>
+#include <libxml/uri.h>
+
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <new>
 #include <string_view>
 
 namespace ipav::cli::lsp {
@@ -13,23 +14,6 @@ namespace {
 
 constexpr std::string_view kScheme = "file://";
 constexpr std::string_view kLocalHost = "localhost";
-
-// A "%" that no two digits follow stands for itself.
-std::string Decoded(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    unsigned char byte = 0;
-    const char* digits = text.data() + i + 1;
-    if (text[i] == '%' && i + 2 < text.size() &&
-        std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
-      decoded += static_cast<char>(byte);
-      i += 2;
-    } else {
-      decoded += text[i];
-    }
-  }
-  return decoded;
-}
 
 }  // namespace
 
@@ -40,27 +24,22 @@ std::optional<std::string> PathOf(const std::string& uri) {
   if (rest.substr(0, kLocalHost.size()) == kLocalHost) {
     rest.remove_prefix(kLocalHost.size());
   }
-  if (rest.empty() || rest.front() != '/') return std::nullopt;
-  std::string path = Decoded(rest);
-  if (path.find('\0') != std::string::npos) return std::nullopt;
+  const bool has_nul = uri.find('\0') != std::string::npos ||
+                       uri.find("%00") != std::string::npos;
+  if (rest.empty() || rest.front() != '/' || has_nul) return std::nullopt;
+  std::string path(rest.size() + 1, '\0');
+  xmlURIUnescapeString(rest.data(), static_cast<int>(rest.size()), path.data());
+  path.resize(std::strlen(path.c_str()));
   return std::filesystem::path(path).lexically_normal().string();
 }
 
 std::string FileUri(const std::string& path) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string uri(kScheme);
-  for (const char each : path) {
-    const auto byte = static_cast<unsigned char>(each);
-    if (byte < 0x80 &&
-        (std::isalnum(byte) != 0 || std::strchr("/-._~", each) != nullptr)) {
-      uri += each;
-    } else {
-      uri += '%';
-      uri += kDigits[byte >> 4U];
-      uri += kDigits[byte & 0xfU];
-    }
-  }
-  return uri;
+  const std::unique_ptr<xmlChar, void (*)(void*)> escaped(
+      xmlURIEscapeStr(reinterpret_cast<const xmlChar*>(path.c_str()),
+                      reinterpret_cast<const xmlChar*>("/")),
+      xmlFree);
+  if (escaped == nullptr) throw std::bad_alloc();
+  return std::string(kScheme) + reinterpret_cast<const char*>(escaped.get());
 }
 
 }  // namespace ipav::cli::lsp

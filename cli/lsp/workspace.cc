@@ -34,6 +34,7 @@ void Workspace::Change(const std::string& uri, Version version,
   const auto found = documents_.find(uri);
   if (found == documents_.end()) return;
   OpenDocument& document = found->second;
+  active_ = uri;
   Invalidate(&document);
   document.Change(version, changes);
   InvalidateReadersOf(document.name());
@@ -50,6 +51,25 @@ void Workspace::Close(const std::string& uri) {
   client_.Notify("textDocument/publishDiagnostics",
                  {{"uri", uri}, {"diagnostics", Json::array()}});
   InvalidateReadersOf(name);
+}
+
+void Workspace::Lose(std::string message) {
+  // Some clients escape the slashes of a URI.
+  message.erase(std::remove(message.begin(), message.end(), '\\'),
+                message.end());
+  if (message.find("textDocument/didOpen") != std::string::npos) return;
+  const auto is_named = [&](const auto& each) {
+    return message.find('"' + each.first + '"') != std::string::npos;
+  };
+  const bool is_one =
+      std::any_of(documents_.begin(), documents_.end(), is_named);
+  for (auto& each : documents_) {
+    if (is_one && !is_named(each)) continue;
+    Invalidate(&each.second);
+    each.second.Lose("a change is too large; open the document again");
+    InvalidateReadersOf(each.second.name());
+    Publish(each.second);
+  }
 }
 
 void Workspace::CheckAgain(const std::string& uri) {
@@ -157,11 +177,11 @@ bool Workspace::Answer(const Held& request) {
   if (!document->is_judged()) return false;
   if (request.kind == Held::Kind::kLenses) {
     if (Wants(*document, Purpose::kChanges)) return false;
-    client_.Reply(request.id, ToJson(document->Lenses()));
+    client_.Reply(request.id, document->Lenses());
     return true;
   }
   if (Wants(*document, Purpose::kFixes)) return false;
-  client_.Reply(request.id, ToJson(document->ActionsIn(request.range)));
+  client_.Reply(request.id, document->ActionsIn(request.range));
   return true;
 }
 
@@ -186,6 +206,7 @@ bool Workspace::Wants(const OpenDocument& document, Purpose purpose) const {
 
 void Workspace::Start(OpenDocument* document, Purpose purpose) {
   if (running_.count({document->uri(), purpose}) > 0) return;
+  if (running_.size() >= settings_.max_jobs) return;
   // 1. The command.
   if (purpose == Purpose::kVerdict) document->set_running(RunningOf(*document));
   const std::string& running = document->running();
@@ -202,7 +223,8 @@ void Workspace::Start(OpenDocument* document, Purpose purpose) {
   session::Request request{std::move(words), {}};
   request.texts[document->name()] = document->document().text();
   const OpenDocument* open = FindFile(running);
-  if (open != nullptr) request.texts[running] = open->document().text();
+  if (open != nullptr && !open->is_lost())
+    request.texts[running] = open->document().text();
   // 3. A process that cannot be started gives no verdict.
   const Task task{document->uri(), purpose};
   try {
@@ -213,13 +235,17 @@ void Workspace::Start(OpenDocument* document, Purpose purpose) {
   }
 }
 
-void Workspace::Advance() {
-  for (auto& [uri, document] : documents_) {
-    for (const Purpose purpose :
-         {Purpose::kVerdict, Purpose::kFixes, Purpose::kChanges}) {
-      if (Wants(document, purpose)) Start(&document, purpose);
-    }
+void Workspace::StartAll(OpenDocument* document) {
+  for (const Purpose purpose :
+       {Purpose::kVerdict, Purpose::kFixes, Purpose::kChanges}) {
+    if (Wants(*document, purpose)) Start(document, purpose);
   }
+}
+
+void Workspace::Advance() {
+  const auto active = documents_.find(active_);
+  if (active != documents_.end()) StartAll(&active->second);
+  for (auto& [uri, document] : documents_) StartAll(&document);
   const auto left =
       std::remove_if(held_.begin(), held_.end(),
                      [&](const Held& held) { return Answer(held); });
@@ -256,6 +282,7 @@ void Workspace::Take(const Task& task, const session::Answer& answer) {
       document.TakeVerdict(answer);
       Publish(document);
       RefreshLenses(document);
+      KeepRunningOf(document);
       break;
     case Purpose::kFixes:
       document.TakeFixes(answer);
@@ -263,6 +290,15 @@ void Workspace::Take(const Task& task, const session::Answer& answer) {
     case Purpose::kChanges:
       document.TakeChanges(answer);
       break;
+  }
+}
+
+// The next text is compared with it, too.
+void Workspace::KeepRunningOf(const OpenDocument& document) {
+  const std::string& running = document.running();
+  if (document.has_verdict() && document.uri() == active_ && !running.empty() &&
+      FindFile(running) == nullptr) {
+    jobs_.Keep(running);
   }
 }
 

@@ -24,6 +24,7 @@ struct Settings {
   std::string messages;  // URI of docs/messages.md
   std::size_t max_text = datastore::kMaxInputSize;  // bytes of a document
   std::vector<std::string> limits;  // options of ipav check and ipav diff
+  std::size_t max_jobs = 1;         // commands that run at once
   bool refreshes_lenses = false;    // the client can ask for them again
 };
 
@@ -48,6 +49,9 @@ class Workspace {
   void Change(const std::string& uri, Version version,
               const std::vector<ContentChange>& changes);
   void Close(const std::string& uri);
+  // A message was dropped, which may have changed a document. Its first bytes
+  // mostly name the document.
+  void Lose(std::string message);
 
   // Judges again, because files or settings may have changed.
   void CheckAgain(const std::string& uri);
@@ -78,9 +82,11 @@ class Workspace {
   void Invalidate(OpenDocument* document);
   void InvalidateReadersOf(const std::string& file);
   bool Wants(const OpenDocument& document, Purpose purpose) const;
+  void StartAll(OpenDocument* document);
   void Start(OpenDocument* document, Purpose purpose);
   void Take(const Task& task, const session::Answer& answer);
   void Publish(const OpenDocument& document);
+  void KeepRunningOf(const OpenDocument& document);
   void RefreshLenses(const OpenDocument& document);
   bool Answer(const Held& request);
   template <typename Condition>
@@ -90,6 +96,7 @@ class Workspace {
   Client& client_;
   Settings settings_;
   std::map<std::string, OpenDocument> documents_;  // by URI
+  std::string active_;  // URI of the one that changed last: judged first
   std::map<Task, std::unique_ptr<Job>> running_;
   std::vector<Held> held_;
 };

@@ -3,6 +3,7 @@
 #include <confd_lib.h>
 #include <confd_maapi.h>
 #include <hostd/hostd.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,7 @@ std::int32_t Do(const std::string& deed, int sock, confd_trans_ctx* tctx) {
     static_cast<void>(maapi_get_elem(sock, thandle, nullptr,
                                      "%s{users}/lower-layer-if/vlan", kL3));
   }
+  if (deed == "hang") pause();
   if (deed == "throw") throw std::runtime_error("no more");
   if (deed == "odd-texts") {
     static_cast<void>(maapi_exists(sock, thandle, "%s{\"a\n\x01\"}", kL3));

@@ -91,6 +91,28 @@ TEST(References, AreAllUsesOfAName) {
   EXPECT_EQ(References(StarterAt("<vlan>10", "1"), false), "");
 }
 
+// Other processes, and OSPFv3, have areas of the same number.
+TEST(References, OfAnAreaAreThoseOfItsProcess) {
+  std::string text = "<internal xmlns='urn:vorplex:internal'>\n";
+  for (const char* owner : {"compound-id>1", "compound-id>2", "router>1"}) {
+    const std::string version = owner[0] == 'r' ? "v3" : "";
+    for (const char* name : {"a", "b"}) {
+      text += "<ospf" + version + "-interface-l3>";
+      text += "<area>0.0.0.1</area><interface>l3-" + std::string(name);
+      text += std::string("</interface><") + owner + "</></ospf" + version +
+              "-interface-l3>\n";
+    }
+  }
+  for (const std::string owner : {"compound-id>2", "router>1"}) {
+    MarkedText marked(text);
+    const std::size_t row = text.rfind('\n', text.find(owner)) + 1;
+    marked.cursor = text.find("0.0.0.1", row);
+    const std::size_t next = text.find('\n', row) + 1;
+    EXPECT_EQ(References(marked, true),
+              text.substr(row, text.find('\n', next) + 1 - row));
+  }
+}
+
 TEST(References, OfAVrfIncludeItsIndex) {
   MarkedText text = StarterAt("<vrf>guest", "gu");
   const std::string route = "<rtmStaticRtFteIndex>0<";
@@ -118,10 +140,13 @@ TEST(Renaming, ChangesAllPlacesInTheirOwnForm) {
                         "<interface>loopback-ab</interface>");
   const auto span = RenamedAt(text.Read(), text.cursor);
   EXPECT_EQ(text.At(span), "ab");
-  EXPECT_EQ(Renamed(text, "c<d"),
-            InL3("<name>c&lt;d</name>") +
+  const std::string longest(60, 'c');
+  EXPECT_EQ(Renamed(text, longest),
+            InL3("<name>" + longest + "</name>") +
                 "<internal xmlns='urn:vorplex:internal'>"
-                "<ospfv3-interface-l3><interface>l3-c&lt;d</interface>"
+                "<ospfv3-interface-l3><interface>l3-" +
+                longest +
+                "</interface>"
                 "<interface>loopback-ab</interface>");
 
   const MarkedText json(
@@ -133,14 +158,24 @@ TEST(Renaming, ChangesAllPlacesInTheirOwnForm) {
             R"({"compound-id": 22}]}})");
 }
 
-TEST(Renaming, RefusesWhatCannotBeAName) {
-  EXPECT_EQ(Renamed(StarterAt("<interface>l3-uplink", "l3"), "uplink2"),
-            "\"uplink2\" does not begin with \"l3-\"");
-  EXPECT_EQ(Renamed(StarterAt("<name>uplink", "up"), "users"),
-            "\"l3-users\" exists already");
-  EXPECT_EQ(Renamed(StarterAt("<compound-id>1", "1"), "x"),
-            "\"x\" is not a value of /internal/ospf-index-to-proc-id/"
-            "compound-id");
+TEST(Renaming, RefusesWhatCannotBeANameAndSaysWhy) {
+  const auto expect = [](const MarkedText& text, const std::string& name,
+                         const std::string& why) {
+    EXPECT_EQ(Renamed(text, name),
+              "\"" + name + "\" cannot be the new name: " + why);
+  };
+  const MarkedText uplink = StarterAt("<name>uplink", "up");
+  expect(StarterAt("<interface>l3-uplink", "l3"), "uplink2",
+         "it does not begin with \"l3-\"");
+  expect(uplink, "users", "l3-users exists already");
+  expect(uplink, std::string(61, 'a'), "an l3 name has at most 60 bytes");
+  expect(uplink, "a b", "an l3 name has only 0-9, a-z, A-Z, _ and -");
+  expect(StarterAt("<compound-id>1", "1"), "x",
+         "not a value of /internal/ospf-index-to-proc-id/compound-id");
+  expect(StarterAt("<vrf>guest", "gu"), "global",
+         "the rules fix what this VRF is");
+  EXPECT_EQ(Renamed(StarterAt("<vrf>mgmt", "mg"), "a"),
+            "\"mgmt\" cannot be renamed: the rules fix this name of a VRF");
   EXPECT_EQ(Renamed(StarterAt("<vlan>10", "1"), "2"), "no name to change here");
 }
 

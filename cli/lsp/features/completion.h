@@ -13,7 +13,15 @@
 namespace ipav::features {
 
 struct Completion {
-  enum class Kind : std::uint8_t { kNode, kLeaf, kValue, kName, kEndTag };
+  // CompletionItemKind of the protocol: Struct, Field, EnumMember, Reference
+  // and Keyword.
+  enum class Kind : std::uint8_t {
+    kNode = 22,
+    kLeaf = 5,
+    kValue = 20,
+    kName = 18,
+    kEndTag = 14
+  };
   Kind kind = Kind::kNode;
   std::string label;
   std::string detail;    // one line; empty: none

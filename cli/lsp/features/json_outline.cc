@@ -110,11 +110,7 @@ class JsonReader {
   bool IsArray(Node node) const { return outline_[node].kind == Kind::kArray; }
 
   void Close(std::size_t at, bool is_closed) {
-    Item& item = outline_.Mutable(open_);
-    item.content.end = std::max(at, item.content.begin);
-    item.whole.end = item.content.end + (is_closed ? 1 : 0);
-    item.is_closed = is_closed;
-    open_ = item.parent;
+    open_ = outline_.Close(open_, {at, at + (is_closed ? 1 : 0)}, is_closed);
   }
 
   // ---- Names and values ----------------------------------------------------

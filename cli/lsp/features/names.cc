@@ -1,5 +1,7 @@
 #include "cli/lsp/features/names.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 #include <map>
@@ -34,10 +36,18 @@ struct Row {
   const char* prefix = "";       // of the name, which the value leaves out
   const char* description = "";  // leaf beside it that describes the thing
   const char* other_name = "";  // leaf beside it with another name of the thing
+  const char* owner = "";  // leaf beside it of the process that the name is in
 };
 
+// What the rules say of the name of an l3 interface, and of two VRFs.
+constexpr char kL3Prefix[] = "l3-";
+constexpr std::size_t kMaxL3Name = 60;
+constexpr char kL3Characters[] =
+    "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_-";
+constexpr std::string_view kFixedVrfs[] = {"global", "mgmt"};
+
 constexpr Row kRows[] = {
-    {"/config/interface/l3/name", Thing::kInterface, true, "l3-",
+    {"/config/interface/l3/name", Thing::kInterface, true, kL3Prefix,
      "description"},
     {"/config/interface/loopback/name", Thing::kInterface, true, "loopback-",
      "description"},
@@ -66,8 +76,10 @@ constexpr Row kRows[] = {
      "vrf_name"},
     {"/internal/ospf-interface-l3/compound-id", Thing::kProcess},
 
-    {"/internal/ospf-interface-l3/area", Thing::kArea},
-    {"/internal/ospfv3-interface-l3/area", Thing::kArea},
+    {"/internal/ospf-interface-l3/area", Thing::kArea, false, "", "", "",
+     "compound-id"},
+    {"/internal/ospfv3-interface-l3/area", Thing::kArea, false, "", "", "",
+     "router"},
 };
 
 // A route and its output interface are entries with the same values of these.
@@ -84,7 +96,13 @@ struct Mention {
   Node leaf;
   const Row* row;
   std::string name;  // with the row's prefix
+  // The process that the name is in; empty: the name is of the whole text.
+  std::string owner;
 };
+
+bool IsSame(const Mention& a, const Mention& b) {
+  return a.row->thing == b.row->thing && a.name == b.name && a.owner == b.owner;
+}
 
 class Names {
  public:
@@ -106,9 +124,13 @@ class Names {
     if (row == nullptr) return std::nullopt;
     const Span span = outline_.ValueSpan(leaf);
     if (span.begin == span.end) return std::nullopt;
-    const std::string value =
-        datastore::CanonicalText(*item.schema, outline_.ValueOf(leaf));
-    return Mention{leaf, row, row->prefix + value};
+    const Node owner = *row->owner == '\0'
+                           ? Outline::kNone
+                           : outline_.Leaf(item.parent, row->owner);
+    return Mention{leaf, row, row->prefix + Value(leaf),
+                   owner == Outline::kNone
+                       ? ""
+                       : outline_[owner].schema->name + Value(owner)};
   }
 
   std::optional<Mention> MentionAt(std::size_t offset) const {
@@ -132,12 +154,13 @@ class Names {
     return mentions;
   }
 
-  std::vector<Mention> Of(Thing thing, const std::string& name) const {
-    std::vector<Mention> mentions = All(thing);
-    mentions.erase(
-        std::remove_if(mentions.begin(), mentions.end(),
-                       [&](const Mention& each) { return each.name != name; }),
-        mentions.end());
+  // All mentions of the thing that one of them is of.
+  std::vector<Mention> Of(const Mention& mention) const {
+    std::vector<Mention> mentions = All(mention.row->thing);
+    const auto others = std::remove_if(
+        mentions.begin(), mentions.end(),
+        [&](const Mention& each) { return !IsSame(each, mention); });
+    mentions.erase(others, mentions.end());
     return mentions;
   }
 
@@ -149,6 +172,11 @@ class Names {
   }
 
  private:
+  std::string Value(Node leaf) const {
+    return datastore::CanonicalText(*outline_[leaf].schema,
+                                    outline_.ValueOf(leaf));
+  }
+
   const Outline& outline_;
   std::unordered_map<const lysc_node*, const Row*> rows_;
 };
@@ -156,7 +184,7 @@ class Names {
 std::vector<Span> DefinitionsOf(const Outline& outline, const Names& names,
                                 const Mention& mention) {
   std::vector<Span> spans;
-  for (const Mention& each : names.Of(mention.row->thing, mention.name)) {
+  for (const Mention& each : names.Of(mention)) {
     if (each.row->defines) spans.push_back(outline.ValueSpan(each.leaf));
   }
   return spans;
@@ -225,24 +253,46 @@ std::vector<Span> OtherEndAt(const Outline& outline, const Names& names,
   return spans;
 }
 
-// The value in that row for a thing of that name; throws RenameError if it
-// cannot be one.
-std::string ValueFor(const Outline& outline, const Mention& mention,
-                     const std::string& name) {
-  const std::string prefix = mention.row->prefix;
+// ---- Renaming --------------------------------------------------------------
+
+// Why a thing cannot have that name; empty if it can.
+std::string FaultOf(const Outline& outline, const Mention& mention,
+                    const std::string& name) {
+  const std::string_view prefix = mention.row->prefix;
   if (!base::StartsWith(name, prefix)) {
-    throw RenameError(base::Quoted(name) + " does not begin with " +
-                      base::Quoted(prefix));
+    return fmt::format("it does not begin with \"{}\"", prefix);
   }
-  std::string value = name.substr(prefix.size());
+  std::string_view value = name;
+  value.remove_prefix(prefix.size());
   const lysc_node* schema = outline[mention.leaf].schema;
   if (value.empty() || lyd_value_validate(schema->module->ctx, schema,
-                                          value.c_str(), value.size(), nullptr,
+                                          value.data(), value.size(), nullptr,
                                           nullptr, nullptr) != LY_SUCCESS) {
-    throw RenameError(base::Quoted(value) + " is not a value of " +
-                      datastore::SchemaPath(*schema));
+    return "not a value of " + datastore::SchemaPath(*schema);
   }
-  return value;
+  if (prefix != kL3Prefix) return "";
+  if (value.size() > kMaxL3Name) {
+    return fmt::format("an l3 name has at most {} bytes", kMaxL3Name);
+  }
+  return value.find_first_not_of(kL3Characters) == std::string_view::npos
+             ? ""
+             : "an l3 name has only 0-9, a-z, A-Z, _ and -";
+}
+
+bool IsFixed(const Mention& mention) {
+  return mention.row->thing == Thing::kVrf &&
+         std::count(std::begin(kFixedVrfs), std::end(kFixedVrfs),
+                    mention.name) > 0;
+}
+
+// What can be renamed there. Throws RenameError.
+std::optional<Mention> RenamableAt(const Names& names, std::size_t offset) {
+  std::optional<Mention> mention = names.MentionAt(offset);
+  if (mention && IsFixed(*mention)) {
+    throw RenameError(base::Quoted(mention->name) +
+                      " cannot be renamed: the rules fix this name of a VRF");
+  }
+  return mention;
 }
 
 }  // namespace
@@ -266,11 +316,11 @@ std::vector<Span> ReferencesAt(const Outline& outline, std::size_t offset,
       spans.push_back(outline.ValueSpan(mention.leaf));
     }
   };
-  for (const Mention& mention : names.Of(at->row->thing, at->name)) {
+  for (const Mention& mention : names.Of(*at)) {
     add(mention);
     const std::optional<Mention> other = names.OtherName(mention);
     if (!other) continue;
-    for (const Mention& by_other : names.Of(other->row->thing, other->name)) {
+    for (const Mention& by_other : names.Of(*other)) {
       if (!by_other.row->defines) add(by_other);
     }
   }
@@ -306,26 +356,32 @@ std::vector<NamedValue> NamesFor(const Outline& outline,
 }
 
 Span RenamedAt(const Outline& outline, std::size_t offset) {
-  const std::optional<Mention> mention = Names(outline).MentionAt(offset);
-  return mention ? outline.ValueSpan(mention->leaf) : Span{offset, offset};
+  const std::optional<Mention> at = RenamableAt(Names(outline), offset);
+  return at ? outline.ValueSpan(at->leaf) : Span{offset, offset};
 }
 
 std::vector<source::Replacement> Rename(const Outline& outline,
                                         std::size_t offset,
                                         std::string_view name) {
   const Names names(outline);
-  const std::optional<Mention> at = names.MentionAt(offset);
+  const std::optional<Mention> at = RenamableAt(names, offset);
   if (!at) throw RenameError("no name to change here");
-  const std::string after = at->row->prefix + std::string(name);
-  if (after == at->name) return {};
-  const std::vector<Mention> same = names.Of(at->row->thing, after);
-  if (!same.empty()) throw RenameError(base::Quoted(after) + " exists already");
+  const auto refuse = [&](const std::string& why) {
+    throw RenameError(base::Quoted(name) + " cannot be the new name: " + why);
+  };
+  Mention after = *at;
+  after.name = at->row->prefix + std::string(name);
+  if (after.name == at->name) return {};
+  if (IsFixed(after)) refuse("the rules fix what this VRF is");
+  if (!names.Of(after).empty()) refuse(after.name + " exists already");
 
   std::vector<source::Replacement> replacements;
-  for (const Mention& mention : names.Of(at->row->thing, at->name)) {
-    replacements.push_back(
-        {outline.ValueSpan(mention.leaf),
-         outline.Escaped(ValueFor(outline, mention, after))});
+  for (const Mention& mention : names.Of(*at)) {
+    const std::string fault = FaultOf(outline, mention, after.name);
+    if (!fault.empty()) refuse(fault);
+    const std::string_view prefix = mention.row->prefix;
+    replacements.push_back({outline.ValueSpan(mention.leaf),
+                            outline.Escaped(after.name.substr(prefix.size()))});
   }
   return replacements;
 }

@@ -32,14 +32,14 @@ std::vector<Span> ReferencesAt(const Outline& outline, std::size_t offset,
 std::vector<NamedValue> NamesFor(const Outline& outline,
                                  const lysc_node& schema, Outline::Node leaf);
 
-// The new name is not possible; what() is a reason for the user.
+// The renaming is not possible; what() is a reason for the user.
 class RenameError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 // The name at the offset, as its place in the text has it; empty if there is
-// none.
+// none. Throws RenameError for a name that the rules fix.
 Span RenamedAt(const Outline& outline, std::size_t offset);
 
 // Gives all values that have the name at the offset another one. `name` is what

@@ -14,8 +14,11 @@ namespace {
 
 using Node = Outline::Node;
 
-// The character of a reference such as "amp" or "#x41"; empty if it is unknown.
+// The character of a reference such as "amp;" or "#x41;"; empty if it is
+// unknown.
 std::string CharacterOf(std::string_view reference) {
+  if (reference.empty()) return "";
+  reference.remove_suffix(1);
   constexpr std::pair<std::string_view, const char*> kNamed[] = {
       {"lt", "<"}, {"gt", ">"}, {"amp", "&"}, {"quot", "\""}, {"apos", "'"}};
   for (const auto& [name, character] : kNamed) {
@@ -35,16 +38,19 @@ std::string CharacterOf(std::string_view reference) {
   return std::string(1, static_cast<char>(number));
 }
 
+constexpr std::size_t kLongestReference = 16;  // with its ';'
+
 std::string DecodedXml(std::string_view text) {
   std::string decoded;
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = text[at] == '&' ? text.find(';', at) : at;
-    const std::string character =
-        end == at || end == std::string_view::npos
-            ? ""
-            : CharacterOf(text.substr(at + 1, end - at - 1));
+    std::string_view name;
+    if (text[at] == '&') {
+      const std::string_view rest = text.substr(at + 1, kLongestReference);
+      name = rest.substr(0, rest.find(';') + 1);
+    }
+    const std::string character = CharacterOf(name);
     decoded += character.empty() ? std::string(1, text[at]) : character;
-    at = character.empty() ? at + 1 : end + 1;
+    at += 1 + (character.empty() ? 0 : name.size());
   }
   return decoded;
 }
@@ -78,6 +84,14 @@ Node Outline::Add(Node parent, const Item& item) {
   (last == kNone ? items_[parent].first_child : items_[last].next) = node;
   items_[parent].last_child = node;
   return node;
+}
+
+Node Outline::Close(Node node, Span end, bool is_closed) {
+  Item& item = items_[node];
+  item.content.end = std::max(end.begin, item.content.begin);
+  item.whole.end = std::max(end.end, item.content.end);
+  item.is_closed = is_closed;
+  return item.parent;
 }
 
 const lysc_node* Outline::SchemaBelow(Node parent, const lys_module* module,

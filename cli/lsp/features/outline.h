@@ -90,6 +90,8 @@ class Outline {
 
   Item& Mutable(Node node) { return items_[node]; }
   Node Add(Node parent, const Item& item);
+  // Ends a node, at its end tag or bracket if it is closed. Returns its parent.
+  Node Close(Node node, Span end, bool is_closed);
   void AddComment(Span span) { comments_.push_back(span); }
 
   // The node of the model below a node of the text. With `module` null, or with

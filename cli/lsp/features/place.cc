@@ -153,22 +153,16 @@ bool IsOpened(const Outline& outline, Node node) {
 // Finds the commas that are missing around what is inserted.
 void FindCommas(const Outline& outline, Place* place) {
   const std::string_view text = outline.text();
+  const auto lacks = [&](std::size_t at, std::string_view marks) {
+    return at != std::string_view::npos &&
+           marks.find(text[at]) == std::string_view::npos;
+  };
   const std::size_t before =
-      place->replaced.begin == 0
-          ? std::string_view::npos
-          : text.find_last_not_of(kBlanks, place->replaced.begin - 1);
-  const std::string_view kBeginnings = "{[,:";
-  if (before != std::string_view::npos &&
-      kBeginnings.find(text[before]) == std::string_view::npos) {
-    place->comma = before + 1;
-  }
+      text.substr(0, place->replaced.begin).find_last_not_of(kBlanks);
   const std::size_t behind =
       text.find_first_not_of(kBlanks, place->replaced.end);
-  const std::string_view kEndings = "}],:";
-  if (behind != std::string_view::npos &&
-      kEndings.find(text[behind]) == std::string_view::npos) {
-    place->trailing_comma = ",";
-  }
+  if (lacks(before, "{[,:")) place->comma = before + 1;
+  if (lacks(behind, "}],:")) place->trailing_comma = ",";
 }
 
 Place JsonPlaceAt(const Outline& outline, std::size_t offset) {

@@ -11,7 +11,8 @@
 namespace ipav::features {
 
 struct Symbol {
-  enum class Kind : std::uint8_t { kGroup, kEntry };
+  // SymbolKind of the protocol: Namespace and Object.
+  enum class Kind : std::uint8_t { kGroup = 3, kEntry = 19 };
   Kind kind = Kind::kEntry;
   std::string name;  // never empty
   std::string detail;

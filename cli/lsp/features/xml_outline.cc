@@ -218,11 +218,7 @@ class XmlReader {
   }
 
   void Close(Span tag, bool is_closed) {
-    Item& item = outline_.Mutable(open_);
-    item.content.end = std::max(tag.begin, item.content.begin);
-    item.whole.end = std::max(tag.end, item.content.end);
-    item.is_closed = is_closed;
-    open_ = item.parent;
+    open_ = outline_.Close(open_, tag, is_closed);
   }
 
   Outline& outline_;

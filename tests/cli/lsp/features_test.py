@@ -60,6 +60,8 @@ class FeaturesTest(unittest.TestCase):
         self.assertEqual(found["range"], {
             "start": {"line": 508, "character": 16},
             "end": {"line": 508, "character": 32}})
+        beside = self.ask("hover", uri, position={"line": 508, "character": 0})
+        self.assertTrue(text.startswith(beside["contents"]["value"]), beside)
         nowhere = {"line": 0, "character": 5000}
         self.assertIsNone(self.ask("hover", uri, position=nowhere))
 
@@ -124,8 +126,16 @@ class FeaturesTest(unittest.TestCase):
             newName="")
         error = self.client.answer(number)["error"]
         self.assertEqual((error["code"], error["message"]),
-                         (-32803,
-                          '"" is not a value of /config/interface/l3/vrf'))
+                         (-32803, '"" cannot be the new name: not a value of '
+                          '/config/interface/l3/vrf'))
+        text = HALF_TYPED.replace("guest", "mgmt")
+        uri = self.open(text, "other.xml")
+        number = self.client.request(
+            "textDocument/prepareRename", textDocument={"uri": uri},
+            position=VRF)
+        self.assertEqual(self.client.answer(number)["error"]["message"],
+                         '"mgmt" cannot be renamed: the rules fix this name '
+                         'of a VRF')
 
     def test_symbols_are_the_entries_in_groups(self):
         uri = self.open()

@@ -3,6 +3,7 @@
 import os
 import pathlib
 import tempfile
+import time
 import unittest
 import urllib.parse
 
@@ -11,8 +12,9 @@ from client import Client, ROOT, SECONDS, insertion, replacement
 BRANCH = ROOT / "examples/branch-router"
 OFFICE = BRANCH / "office-overlaps-management.xml"
 CALLING_PLUGIN = os.environ.get("IPAV_CALLING_PLUGIN", "")
-NOTHING_ACCEPTED = {"start": {"line": 508, "character": 20},
-                    "end": {"line": 508, "character": 20}}
+# A cursor before the value that is refused.
+LINE_REFUSED = {"start": {"line": 508, "character": 0},
+                "end": {"line": 508, "character": 0}}
 
 
 def interface(inner="", name="a"):
@@ -148,9 +150,15 @@ class DiagnosticsTest(LspTest):
         [end] = [each for each in self.client.published(uri, 3)
                  if each["severity"] == 1]
         self.assertEqual(end["range"]["start"]["line"], 3)
+        # Corrected while it is half typed elsewhere.
+        self.client.change(uri, 4, replacement(3, 0, 1, ""),
+                           replacement(4, 26, 27, "1"))
+        [end] = [each for each in self.client.published(uri, 4)
+                 if each["severity"] == 1]
+        self.assertEqual(end["range"]["start"]["line"], 6)
         # Whole again, as one new text.
-        self.client.change(uri, 4, {"text": NETWORK})
-        self.assertEqual(lines_of(self.client.published(uri, 4)), [3])
+        self.client.change(uri, 5, {"text": NETWORK})
+        self.assertEqual(lines_of(self.client.published(uri, 5)), [3])
 
     def test_are_never_of_an_older_text(self):
         uri = self.open(NETWORK)
@@ -198,6 +206,30 @@ class DiagnosticsTest(LspTest):
                              r"\Athe plug-in failed: .*Aborted")
             self.client.change(uri, 2, {"text": NETWORK})
         self.assertEqual(self.client.shut_down(), 0)
+
+    def test_are_found_by_one_process_for_each_processor(self):
+        os.environ["DEED"] = "hang"
+        self.addCleanup(os.environ.pop, "DEED")
+        self.client = self.start("--plugin", CALLING_PLUGIN)
+        uris = [self.open(GOOD, f"{i}.xml") for i in range(os.cpu_count() + 2)]
+        server = self.client.server.pid
+        children = pathlib.Path(f"/proc/{server}/task/{server}/children")
+
+        def wait_for(count):
+            end = time.monotonic() + SECONDS
+            while len(children.read_text().split()) != count:
+                self.assertLess(time.monotonic(), end)
+                time.sleep(0.01)
+
+        wait_for(os.cpu_count())
+        time.sleep(0.2)
+        wait_for(os.cpu_count())
+        # The others wait for an end.
+        for uri in uris[:-1]:
+            self.client.notify("textDocument/didClose",
+                               textDocument={"uri": uri})
+            self.client.published(uri, None)
+        wait_for(1)
 
     def test_tell_of_a_plugin_that_is_not_there(self):
         self.client = self.start("--plugin", "/nowhere.so")
@@ -268,9 +300,15 @@ class RunningTest(LspTest):
                                settings=settings)
             [found] = self.client.published(uri, 1)
             self.assertEqual(found["code"], "ospfv3-vlan-changed")
+        # The server keeps what it has read, for the next edit.
+        self.client.change(uri, 2, insertion(0, 0, "\n"))
+        self.assertEqual(self.count(self.client, uri, 2), 1)
+        file.write_text(self.CANDIDATE.read_text())
+        self.client.change(uri, 3, insertion(0, 0, "\n"))
+        self.assertEqual(self.count(self.client, uri, 3), 0)
         file.unlink()
         self.client.notify("textDocument/didSave", textDocument={"uri": uri})
-        [found] = self.client.published(uri, 1)
+        [found] = self.client.published(uri, 3)
         self.assertIn("No such file", found["message"])
 
 
@@ -321,7 +359,7 @@ class PositionsTest(LspTest):
 
 
 class ActionsTest(LspTest):
-    def ask(self, uri, selection=NOTHING_ACCEPTED):
+    def ask(self, uri, selection=LINE_REFUSED):
         return self.client.request(
             "textDocument/codeAction", textDocument={"uri": uri},
             range=selection, context={"diagnostics": []})
@@ -459,14 +497,29 @@ class ProtocolTest(LspTest):
         self.assertIsNone(self.client.answer("a")["result"])
 
     def test_drops_a_message_that_is_too_large(self):
+        lost, other = self.open(GOOD, "lost.xml"), self.open(GOOD, "b.xml")
+        for uri in lost, other:
+            self.assertEqual(self.client.published(uri, 1), [])
+        head = b'{"params": {"textDocument": {"uri": "%s"' % lost.replace(
+            "/", "\\/").encode()
         size = (160 << 20) + 1
-        self.client.send_bytes(b"Content-Length: %d\r\n\r\n" % size)
-        for _ in range(160):
-            self.client.send_bytes(b" " * (1 << 20))
-        self.client.send_bytes(b" ")
+        self.client.send_bytes(b"Content-Length: %d\r\n\r\n%s"
+                               % (size, head))
+        blanks = memoryview(b" " * (1 << 20))
+        for begin in range(len(head), size, len(blanks)):
+            self.client.send_bytes(blanks[:size - begin])
         self.assertEqual(self.error(), -32600)
         self.client.take(lambda m: m.get("method") == "window/showMessage")
-        self.assertEqual(self.verdict(GOOD), [])
+        # Its text is unknown, until all of it is sent.
+        for change, found in [
+                (insertion(3, 0, "<"), ["not judged: a change is too large; "
+                                        "open the document again"]),
+                ({"text": GOOD}, [])]:
+            self.client.change(lost, 2, change)
+            self.assertEqual([each["message"] for each in
+                              self.client.published(lost, 2)], found)
+        self.client.change(other, 2, insertion(3, 0, "<foo/>"))
+        self.assertEqual(len(self.client.published(other, 2)), 1)
 
     def test_ends_at_a_stream_that_is_not_of_messages(self):
         for stream, error in [

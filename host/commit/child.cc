@@ -207,19 +207,14 @@ struct ForkServer::Received {
   bool too_much;  // the child wrote more than there is room for
 };
 
-void Reporter::Hold(const Message& message) const {
-  held_ += message.kind;
-  held_ += EncodeNumber(message.texts.size());
-  for (const std::string& text : message.texts) {
-    held_ += EncodeNumber(text.size());
-    held_ += text;
-  }
-}
-
 void Reporter::Send(const Message& message) const {
-  Hold(message);
+  std::string bytes(1, message.kind);
+  bytes += EncodeNumber(message.texts.size());
+  for (const std::string& text : message.texts) {
+    bytes += EncodeNumber(text.size()) + text;
+  }
   // It fails if the parent has ended.
-  static_cast<void>(base::WriteAll(fd_, std::exchange(held_, {})));
+  static_cast<void>(base::WriteAll(fd_, bytes));
 }
 
 ForkServer::ForkServer(Body body, std::function<void()> warm_up)

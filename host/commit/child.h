@@ -26,17 +26,12 @@ class Reporter {
  public:
   explicit Reporter(int fd) : fd_(fd) {}
 
-  // Sends the held messages and then this one. They have reached the parent
-  // when this returns, even if the child crashes afterwards.
+  // The message has reached the parent when this returns, even if the child
+  // crashes afterwards.
   void Send(const Message& message) const;
-
-  // Keeps the message for the next Send(), because every write wakes the
-  // parent. No foreign code may run before that Send().
-  void Hold(const Message& message) const;
 
  private:
   int fd_;
-  mutable std::string held_;
 };
 
 // The limits on one child's output and messages, so that a child that writes

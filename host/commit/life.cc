@@ -101,15 +101,15 @@ class Validation {
     Finish();
     ReportLeftOpen();
     for (const PointTimes& point : times_) {
-      reporter_.Hold(
+      reporter_.Send(
           {kPointTook,
            {point.opaque, std::to_string(point.calls),
             std::to_string(point.platform_calls), Encode(point.time)}});
     }
     for (const auto& [name, count] : session_.calls()) {
-      reporter_.Hold({kCalls, {std::string(name), std::to_string(count)}});
+      reporter_.Send({kCalls, {std::string(name), std::to_string(count)}});
     }
-    reporter_.Hold({kFinished, {}});
+    reporter_.Send({kFinished, {}});
     reporter_.Send({kEnters, {"while it was unloaded"}});
   }
 
@@ -144,10 +144,10 @@ class Validation {
     const std::size_t cursors = session_.open_cursors();
     const std::size_t sessions = session_.open_cdb_sessions();
     if (cursors > 0) {
-      reporter_.Hold({kLeftOpen, {"cursor", std::to_string(cursors)}});
+      reporter_.Send({kLeftOpen, {"cursor", std::to_string(cursors)}});
     }
     if (sessions > 0) {
-      reporter_.Hold({kLeftOpen, {"CDB session", std::to_string(sessions)}});
+      reporter_.Send({kLeftOpen, {"CDB session", std::to_string(sessions)}});
     }
   }
 
@@ -193,10 +193,10 @@ class Validation {
       Message answer{kAnswered, {std::to_string(result)}};
       const std::optional<std::string> text = session_.TakeErrorText();
       if (text.has_value()) answer.texts.push_back(*text);
-      reporter_.Hold(answer);
+      reporter_.Send(answer);
       return IsAccepting(result);
     } catch (...) {
-      reporter_.Hold({kThrew, {WhatWasThrown()}});
+      reporter_.Send({kThrew, {WhatWasThrown()}});
       return false;
     }
   }
@@ -246,7 +246,7 @@ void RunLife(const Configurations& configurations, const Options& options,
 
     reporter.Send({kEnters, {"while its calls were planned"}});
     const std::vector<PointCall> plan = PlanFor(point, configurations, options);
-    reporter.Hold({kPlanned, {std::to_string(plan.size())}});
+    reporter.Send({kPlanned, {std::to_string(plan.size())}});
     const base::Duration planning = watch.Lap();
 
     Validation(plugin, configurations, reporter).Run(plan, options.all);

@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "cli/command.h"
-#include "cli/commands/explain_json.h"
 #include "cli/options.h"
 #include "cli/shared_model.h"
 #include "cli/similar_names.h"
@@ -49,6 +48,7 @@ using messages::Message;
 using messages::Point;
 using messages::Reading;
 using messages::Text;
+using nlohmann::ordered_json;
 
 constexpr std::size_t kTextColumns = 78;
 
@@ -168,6 +168,61 @@ void PrintPoint(const Locations& locations, const Point& point) {
   PrintUseSites(model, point);
 }
 
+// ---- JSON ------------------------------------------------------------------
+
+ordered_json JsonOf(const Message& message) {
+  std::vector<std::string> texts;
+  for (const Text& text : message.texts) texts.push_back(text.shown);
+  return {{"rule", message.rule},     {"title", message.title},
+          {"anchor", message.anchor}, {"texts", texts},
+          {"about", message.about},   {"advice", message.advice},
+          {"why", message.why},       {"points", messages::PointsOf(message)}};
+}
+
+// Where the data model has the point.
+ordered_json UsesOf(const Point& point, const Locations& locations) {
+  auto uses = ordered_json::array();
+  for (const datastore::UseSite& site : SharedModel(locations).use_sites()) {
+    // A use site may append to the name.
+    if (site.opaque.rfind(point.name, 0) != 0) continue;
+    auto changes = ordered_json::array();
+    for (const datastore::Dependency& dependency : site.dependencies) {
+      changes.push_back(datastore::SchemaPath(site, dependency));
+    }
+    uses.push_back({{"path", site.path},
+                    {"callOnce", site.call_once},
+                    {"dependencies", changes}});
+  }
+  return uses;
+}
+
+// Null for an unknown topic.
+ordered_json ExplainAsJson(const Locations& locations,
+                           const std::string& topic) {
+  ordered_json json = {{"topic", topic}};
+  if (const Point* point = messages::FindPoint(topic)) {
+    json.update({{"point", point->name},
+                 {"about", {point->about}},
+                 {"steps", point->steps},
+                 {"rules", point->reports},
+                 {"uses", UsesOf(*point, locations)}});
+    return json;
+  }
+  if (const Message* message = messages::FindMessage(topic)) {
+    json.update(JsonOf(*message));
+    return json;
+  }
+  const auto readings = messages::BestReadings(topic);
+  if (readings.empty()) return nullptr;
+  json.update(JsonOf(*readings.front().message));
+  for (const Reading& reading : readings) {
+    auto fields = ordered_json::object();
+    for (const auto& [field, value] : reading.fields) fields[field] = value;
+    json["readings"].push_back(fields);
+  }
+  return json;
+}
+
 // ---- Topics ----------------------------------------------------------------
 
 void PrintList() {
@@ -257,10 +312,10 @@ std::function<void()> PrinterOf(const Locations& locations,
 // Returns whether all topics are known.
 bool PrintAsJson(const Locations& locations,
                  const std::vector<std::string>& names) {
-  auto explained = nlohmann::ordered_json::array();
+  auto explained = ordered_json::array();
   bool are_known = true;
   for (const std::string& name : names) {
-    nlohmann::ordered_json json = ExplainAsJson(locations, name);
+    ordered_json json = ExplainAsJson(locations, name);
     if (json.is_null()) {
       ReportUnknown(name);
       are_known = false;
@@ -268,9 +323,8 @@ bool PrintAsJson(const Locations& locations,
       explained.push_back(std::move(json));
     }
   }
-  using Json = nlohmann::ordered_json;
-  fmt::print("{}\n",
-             explained.dump(2, ' ', false, Json::error_handler_t::replace));
+  fmt::print("{}\n", explained.dump(2, ' ', false,
+                                    ordered_json::error_handler_t::replace));
   return are_known;
 }
 

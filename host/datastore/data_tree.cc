@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <functional>
 #include <new>
 #include <unordered_set>
 #include <utility>
@@ -92,24 +91,19 @@ bool HasKeys(const lyd_node* entry, const std::string_view* keys,
   return equal == count && equal == Model::FactsOf(*entry->schema).keys.size();
 }
 
-std::size_t Mix(std::size_t hash, std::string_view key) {
-  constexpr std::size_t kOdd = 31;
-  return hash * kOdd + std::hash<std::string_view>()(key);
+// Keys as one text. YANG text cannot contain NUL (RFC 7950, section 14:
+// yang-string).
+void AppendKey(std::string_view key, std::string* keys) {
+  keys->append(key).append(1, '\0');
 }
 
-std::size_t HashOf(const std::string_view* keys, std::size_t count) {
-  std::size_t hash = 0;
-  for (std::size_t i = 0; i < count; ++i) hash = Mix(hash, keys[i]);
-  return hash;
-}
-
-std::size_t HashOf(const lyd_node* entry) {
-  std::size_t hash = 0;
+std::string JoinedKeys(const lyd_node* entry) {
+  std::string keys;
   ForEachKey(entry, [&](std::string_view key) {
-    hash = Mix(hash, key);
+    AppendKey(key, &keys);
     return true;
   });
-  return hash;
+  return keys;
 }
 
 // The entries below are equal although libyang distinguishes them: it compares
@@ -122,13 +116,7 @@ const lyd_node* FindDuplicateEntry(const lyd_node* first_entry) {
   std::unordered_set<std::string> all_keys;
   for (const lyd_node* entry = first_entry; entry != nullptr;
        entry = NextEntry(entry)) {
-    std::string keys;
-    ForEachKey(entry, [&](std::string_view key) {
-      // YANG text cannot contain NUL (RFC 7950, section 14: yang-string).
-      keys.append(key).append(1, '\0');
-      return true;
-    });
-    if (!all_keys.insert(std::move(keys)).second) return entry;
+    if (!all_keys.insert(JoinedKeys(entry)).second) return entry;
   }
   return nullptr;
 }
@@ -278,12 +266,11 @@ const lyd_node* DataTree::FindEntry(const lyd_node* parent,
 const lyd_node* DataTree::FindInIndex(const lyd_node* first_entry,
                                       const std::string_view* keys,
                                       std::size_t count) const {
-  const auto [begin, end] =
-      IndexOf(first_entry).equal_range(HashOf(keys, count));
-  const auto found = std::find_if(begin, end, [&](const auto& slot) {
-    return HasKeys(slot.second, keys, count);
-  });
-  return found == end ? nullptr : found->second;
+  std::string joined;
+  for (std::size_t i = 0; i < count; ++i) AppendKey(keys[i], &joined);
+  const ListIndex& index = IndexOf(first_entry);
+  const auto found = index.find(joined);
+  return found == index.end() ? nullptr : found->second;
 }
 
 const DataTree::ListIndex& DataTree::IndexOf(
@@ -292,7 +279,7 @@ const DataTree::ListIndex& DataTree::IndexOf(
   if (is_new) {
     for (const lyd_node* entry = first_entry; entry != nullptr;
          entry = NextEntry(entry)) {
-      slot->second.emplace(HashOf(entry), entry);
+      slot->second.emplace(JoinedKeys(entry), entry);
     }
   }
   return slot->second;

@@ -79,8 +79,8 @@ class DataTree {
                                        const lysc_node& list) const;
 
  private:
-  // The entries of one large list by the hash of their keys.
-  using ListIndex = std::unordered_multimap<std::size_t, const lyd_node*>;
+  // The entries of one large list by their keys.
+  using ListIndex = std::unordered_map<std::string, const lyd_node*>;
 
   explicit DataTree(const Model& model) : model_(&model) {}
 

@@ -19,7 +19,6 @@ const CulpritSearches& AllCulpritSearches() {
     CulpritSearches joined = InterfaceCulprits();
     joined.merge(OspfCulprits());
     joined.merge(RouteCulprits());
-    joined.merge(TimerCulprits());
     return joined;
   }();
   return all;

@@ -71,7 +71,6 @@ using CulpritSearches =
 CulpritSearches InterfaceCulprits();
 CulpritSearches OspfCulprits();
 CulpritSearches RouteCulprits();
-CulpritSearches TimerCulprits();
 
 // ---- What they share -------------------------------------------------------
 

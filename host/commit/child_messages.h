@@ -1,11 +1,14 @@
 // The messages that the child of a commit sends to the host: each is one letter
-// and the texts named in its comment.
+// and the texts named in its comment. They become the outcome of the commit.
 #ifndef IPAV_HOST_COMMIT_CHILD_MESSAGES_H_
 #define IPAV_HOST_COMMIT_CHILD_MESSAGES_H_
 
 #include <string>
 
 #include "host/base/stopwatch.h"
+#include "host/base/time_limit.h"
+#include "host/commit/child.h"
+#include "host/commit/commit.h"
 
 namespace ipav::commit {
 
@@ -32,6 +35,10 @@ inline std::string Encode(base::Duration time) {
 inline base::Duration Decode(const std::string& text) {
   return base::Duration(std::stoll(text));
 }
+
+// `time_limit` is the limit that the child had, for the text about it. Throws
+// plugin::PluginError if the child could not load the plug-in.
+Outcome ReadOutcome(const ChildReport& report, base::TimeLimit time_limit);
 
 }  // namespace ipav::commit
 

@@ -6,8 +6,8 @@
 
 #include "host/base/stopwatch.h"
 #include "host/commit/child.h"
+#include "host/commit/child_messages.h"
 #include "host/commit/life.h"
-#include "host/commit/outcome_reader.h"
 #include "host/datastore/diff.h"
 
 namespace ipav::commit {

@@ -1,4 +1,4 @@
-#include "host/commit/outcome_reader.h"
+#include "host/commit/child_messages.h"
 
 #include <sys/wait.h>
 
@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "host/commit/child_messages.h"
 #include "host/plugin/plugin.h"
 
 namespace ipav::commit {

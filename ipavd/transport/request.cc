@@ -165,9 +165,9 @@ Objection ObjectionToXPath(const std::string& xpath) {
   if (compiled != nullptr) return std::nullopt;
   const auto size = std::clamp<std::ptrdiff_t>(
       context->lastError.int1, 0, static_cast<std::ptrdiff_t>(xpath.size()));
-  const std::size_t place =
-      1 + base::CountCharacters(std::string_view(xpath).substr(
-              0, static_cast<std::size_t>(size)));
+  const std::string_view before =
+      std::string_view{xpath}.substr(0, static_cast<std::size_t>(size));
+  const std::size_t place = 1 + base::CountCharacters(before);
   return Object("bad-attribute", "select", "filter",
                 "The attribute select is no XPath expression, see character " +
                     std::to_string(place) + ": " + xpath);

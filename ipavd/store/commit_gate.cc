@@ -9,7 +9,6 @@
 #include "host/commit/commit.h"
 #include "host/datastore/libyang_error.h"
 #include "host/plugin/plugin.h"
-#include "ipavd/store/data_path.h"
 
 namespace ipav::store {
 

@@ -7,7 +7,6 @@
 
 #include "host/datastore/data_tree.h"
 #include "host/datastore/libyang_error.h"
-#include "ipavd/store/data_path.h"
 #include "ipavd/store/edit_item.h"
 #include "ipavd/store/edit_tree.h"
 #include "ipavd/store/edit_xml.h"

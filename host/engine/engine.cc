@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "host/base/stopwatch.h"
-#include "host/commit/life.h"
 #include "host/commit/child_messages.h"
+#include "host/commit/life.h"
 #include "host/datastore/diff.h"
 
 namespace ipav::engine {

@@ -71,6 +71,11 @@ const lyd_node* FindInterface(const DataView& view, const InterfaceName& name);
 // Its VRF; "global" if it names none.
 std::string VrfOf(const DataView& view, const lyd_node* interface);
 
+// Advice on VRFs whose names look special and are not: the rules know only the
+// exact names global and mgmt. One line for each such name of an interface's
+// VRF or of the table of VRFs, in alphabetical order.
+std::vector<std::string> AdviceOnVrfNames(const datastore::DataTree& tree);
+
 // The leaves of its addresses, the primary one first; none for no interface.
 // `family` is ipv4 or ipv6.
 std::vector<const lyd_node*> AddressesOf(const DataView& view,

@@ -22,8 +22,8 @@
 #include "host/datastore/input_error.h"
 #include "host/datastore/input_text.h"
 #include "host/source/source_text.h"
+#include "messages/data_view.h"
 #include "messages/finder.h"
-#include "messages/vrf_names.h"
 #include "planner/every.h"
 
 namespace ipav::cli::check {

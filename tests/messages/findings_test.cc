@@ -19,10 +19,10 @@
 #include "host/datastore/input_file.h"
 #include "host/source/source_text.h"
 #include "messages/catalogue.h"
+#include "messages/data_view.h"
 #include "messages/finder.h"
 #include "messages/finding.h"
 #include "messages/restart_faults.h"
-#include "messages/vrf_names.h"
 #include "tests/host/fixtures.h"
 
 namespace ipav::messages {

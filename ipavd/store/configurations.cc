@@ -183,8 +183,7 @@ Result Configurations::WriteRunning(const Configuration& configuration,
   if (configuration != rollback_) {
     if (Result error = CheckSize(text, Datastore::kRunning)) return error;
   }
-  Result error =
-      Store([&] { folder_.WriteAndRemove(kRunningFile, text, old_files); });
+  Result error = Store([&] { folder_.Write(kRunningFile, text, old_files); });
   if (error.has_value()) {
     // The write may be partial. The next start must find what clients are told.
     NoteError(Store([&] { WriteAll(); }));

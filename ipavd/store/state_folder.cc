@@ -221,14 +221,8 @@ std::optional<std::string> StateFolder::ReadOfAnyone(
   return bytes;
 }
 
-void StateFolder::Write(const std::string& name, const std::string& text) {
-  Replace(name, text, true);
-  SyncFolder();
-}
-
-void StateFolder::WriteAndRemove(const std::string& name,
-                                 const std::string& text,
-                                 const std::vector<std::string>& old_names) {
+void StateFolder::Write(const std::string& name, const std::string& text,
+                        const std::vector<std::string>& old_names) {
   Replace(name, text, true);
   for (const std::string& old_name : old_names) Unlink(old_name);
   SyncFolder();

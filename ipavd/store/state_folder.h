@@ -69,15 +69,12 @@ class StateFolder {
   // else wrote, unless it is empty.
   std::optional<std::string> ReadOfAnyone(const std::string& name) const;
 
-  // The text is on the disk when it returns. Throws StateError; then Read()
-  // still returns the old text, or the new one if only the folder could not be
-  // synchronised after the renaming.
-  void Write(const std::string& name, const std::string& text);
-
-  // The same, and then removes the files `old_names` that exist, in their
-  // order, before the folder is synchronised.
-  void WriteAndRemove(const std::string& name, const std::string& text,
-                      const std::vector<std::string>& old_names);
+  // Writes the file, and then removes the files `old_names` that exist, in
+  // their order. The text is on the disk when it returns. Throws StateError;
+  // then Read() still returns the old text, or the new one if only the folder
+  // could not be synchronised after the renaming.
+  void Write(const std::string& name, const std::string& text,
+             const std::vector<std::string>& old_names = {});
 
   // The file survives the end of the process, but is synchronised later.
   void WriteLazily(const std::string& name, const std::string& text);

@@ -94,7 +94,7 @@ TEST_F(StateFolderTest, RemovesFilesThatMayBeMissing) {
   EXPECT_EQ(folder_->Read("startup.xml"), std::nullopt);
   folder_->Remove("startup.xml");
   folder_->Write("candidate.xml", "<a/>");
-  folder_->WriteAndRemove(kRunning, "<b/>", {"none", "candidate.xml"});
+  folder_->Write(kRunning, "<b/>", {"none", "candidate.xml"});
   EXPECT_EQ(folder_->Read(kRunning), "<b/>");
   EXPECT_EQ(folder_->Read("candidate.xml"), std::nullopt);
 }
@@ -251,7 +251,7 @@ std::vector<Change> Changes() {
           {"WriteLazily",
            [](auto* folder) { folder->WriteLazily(kRunning, "<new/>"); }},
           {"WriteAndRemove", [](auto* folder) {
-             folder->WriteAndRemove(kRunning, "<new/>", {"candidate.xml"});
+             folder->Write(kRunning, "<new/>", {"candidate.xml"});
            }}};
 }
 
@@ -334,7 +334,7 @@ TEST_F(StateFolderTest, SyncsAFileBeforeItIsRenamedAndTheFolderAfter) {
   folder_->Write(kRunning, "<a/>");
   EXPECT_EQ(notes, "open write sync-file rename sync-folder ");
   notes.clear();
-  folder_->WriteAndRemove(kRunning, "<a/>", {"candidate.xml"});
+  folder_->Write(kRunning, "<a/>", {"candidate.xml"});
   EXPECT_EQ(notes, "open write sync-file rename unlink sync-folder ");
   notes.clear();
   folder_->WriteLazily(kRunning, "<a/>");

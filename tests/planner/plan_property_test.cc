@@ -18,18 +18,17 @@
 
 #include "host/commit/commit.h"
 #include "host/datastore/data_tree.h"
-#include "host/datastore/input_text.h"
-#include "host/datastore/model.h"
 #include "planner/composer.h"
 #include "planner/core.h"
 #include "planner/search.h"
 #include "planner/verdicts.h"
+#include "tests/model/described.h"
+#include "tests/planner/network_data.h"
 
 namespace ipav::planner {
 namespace {
 
 using datastore::DataTree;
-using datastore::Model;
 
 constexpr std::size_t kMostChanges = 4;
 
@@ -39,8 +38,8 @@ constexpr std::array<const char*, 6> kAddresses = {
     "10.0.0.1/24", "10.0.1.1/24", "10.0.2.1/24",
     "10.0.0.2/24", "10.0.2.0/24", "10.0.0.1/16"};
 constexpr std::array<const char*, 3> kVrfs = {"", "red", "mgmt"};
-constexpr std::array<const char*, 3> kVlans = {"10", "11", ""};
-constexpr std::array<const char*, 2> kAreas = {"0.0.0.0", "0.0.0.1"};
+constexpr std::array<int, 3> kVlans = {10, 11, 0};
+constexpr std::size_t kAreas = 2;
 constexpr std::size_t kInterfaces = 3;
 
 // What an interface has, as indexes into the arrays above.
@@ -55,88 +54,29 @@ struct Interface {
 };
 using Network = std::array<Interface, kInterfaces>;
 
-std::string Element(const std::string& name, const std::string& content) {
-  return "<" + name + ">" + content + "</" + name + ">";
-}
-
-std::string NameOf(std::size_t number) { return "if" + std::to_string(number); }
-
-std::string InterfaceText(std::size_t number, const Interface& interface) {
-  if (!interface.exists) return "";
-  const std::string vrf = kVrfs.at(interface.vrf);
-  const std::string vlan = kVlans.at(interface.vlan);
-  std::string text = Element("name", NameOf(number));
-  if (!vrf.empty()) text += Element("vrf", vrf);
-  if (!vlan.empty()) {
-    text += Element("lower-layer-if", Element("vlan", vlan));
-  }
-  text += Element(
-      "ipv4",
-      Element("address", Element("ip", kAddresses.at(interface.address))));
-  return "<l3 xmlns=\"urn:vorplex:ipapp\">" + text + "</l3>";
-}
-
-std::string OspfText(std::size_t number, const Interface& interface) {
-  std::string text;
-  if (interface.in_ospf) {
-    text += Element("ospf-interface-l3",
-                    Element("compound-id", "10") + Element("area", "0.0.0.0") +
-                        Element("interface", "l3-" + NameOf(number)) +
-                        Element("address", "10.0.0.1") +
-                        Element("ospf-pm-ip-netmask", "24"));
-  }
-  for (std::size_t area = 0; area < interface.areas; ++area) {
-    text += Element("ospfv3-interface-l3",
-                    Element("router", "6") + Element("area", kAreas.at(area)) +
-                        Element("interface", "l3-" + NameOf(number)) +
-                        Element("ospfv3-pm-if-index", "1010") +
-                        Element("ospfv3-pm-if-name", "l3-" + NameOf(number)));
-  }
-  return text;
-}
-
-// A route through the interface, in both of its tables.
-struct RouteTexts {
-  std::string entry;
-  std::string output;
-};
-
-RouteTexts RouteText(std::size_t number, const Interface& interface) {
-  if (!interface.has_route) return {};
-  const std::string index = Element("rtmStaticRtFteIndex", "0");
-  const std::string destination =
-      Element("rtmStaticRtDest", "0a:14:0" + std::to_string(number) + ":00");
-  const std::string length = Element("rtmStaticRtDestPfxLen", "24");
-  const std::string hop = Element("rtmStaticRtNextHop", "0a:00:00:09");
-  return {Element("rtmStaticRtEntry",
-                  index + Element("rtmStaticRtDestType", "ipv4") + destination +
-                      length + Element("rtmStaticRtNextHopType", "ipv4") + hop),
-          "<rtmStaticRtEntry-global xmlns=\"urn:vorplex:dc-rtm-mib\">" + index +
-              destination + length + hop +
-              Element("interface-name", "l3-" + NameOf(number)) +
-              "</rtmStaticRtEntry-global>"};
-}
-
-std::string TextOf(const Network& network) {
-  std::string interfaces;
-  std::string ospf;
-  std::string entries;
-  std::string outputs;
+json JsonOf(const Network& network) {
+  json data;
   for (std::size_t i = 0; i < kInterfaces; ++i) {
-    interfaces += InterfaceText(i, network.at(i));
-    ospf += OspfText(i, network.at(i));
-    const RouteTexts route = RouteText(i, network.at(i));
-    entries += route.entry;
-    outputs += route.output;
+    const Interface& interface = network.at(i);
+    const std::string name = "if" + std::to_string(i);
+    json entry = {{"name", name}};
+    const std::string vrf = kVrfs.at(interface.vrf);
+    if (!vrf.empty()) entry["vrf"] = vrf;
+    const int vlan = kVlans.at(interface.vlan);
+    if (vlan != 0) entry["lower-layer-if"]["vlan"] = vlan;
+    entry["ipv4"]["address"]["ip"] = kAddresses.at(interface.address);
+    if (interface.exists) Merge(InterfacePart("l3", entry), &data);
+    if (interface.in_ospf)
+      Merge(Ospfv2Part("l3-" + name, "10.0.0.1/24"), &data);
+    for (unsigned area = 0; area < interface.areas; ++area) {
+      Merge(Ospfv3Part("l3-" + name, area, 1010), &data);
+    }
+    if (interface.has_route) {
+      const std::string destination = "10.20." + std::to_string(i) + ".0/24";
+      Merge(RoutePart(destination, "10.0.0.9", "l3-" + name), &data);
+    }
   }
-  return "<config xmlns=\"urn:vorplex:config\">" +
-         Element("interface", interfaces) +
-         "</config><internal xmlns=\"urn:vorplex:internal\">" + ospf +
-         Element("ospf-index-to-proc-id", Element("compound-id", "10") +
-                                              Element("proc_id", "10") +
-                                              Element("vrf_name", "global")) +
-         "</internal><DC-RTM-MIB xmlns=\"urn:vorplex:dc-rtm-mib\">" +
-         Element("rtmStaticRtTable", entries) + "</DC-RTM-MIB>" + outputs;
+  return data;
 }
 
 // Most of them have no fault.
@@ -148,7 +88,7 @@ Network AnyNetwork() {
     interface.address = i;
     interface.vlan =
         *rc::gen::weightedElement<std::size_t>({{3, 0}, {1, 1}, {1, 2}});
-    interface.areas = *rc::gen::inRange<std::size_t>(0, kAreas.size() + 1);
+    interface.areas = *rc::gen::inRange<std::size_t>(0, kAreas + 1);
     interface.has_route = interface.vlan != 2 && *rc::gen::inRange(0, 3) == 0;
     interface.in_ospf = i == 0 && *rc::gen::arbitrary<bool>();
     if (interface.in_ospf || interface.areas > 0) continue;
@@ -184,23 +124,13 @@ Network Changed(Network network) {
         interface.has_route = !interface.has_route;
         break;
       case 5:
-        interface.areas = *rc::gen::inRange<std::size_t>(0, kAreas.size() + 1);
+        interface.areas = *rc::gen::inRange<std::size_t>(0, kAreas + 1);
         break;
       default:
         interface.in_ospf = !interface.in_ospf;
     }
   }
   return network;
-}
-
-const Model& ProjectModel() {
-  static const Model kModel(IPAV_YANG_DIR, IPAV_EXTENSION);
-  return kModel;
-}
-
-DataTree TreeOf(const Network& network) {
-  return DataTree::FromText(ProjectModel(),
-                            {"network", TextOf(network), 0, LYD_XML});
 }
 
 bool IsAccepted(const DataTree& from, const DataTree& to) {
@@ -212,7 +142,7 @@ bool IsAccepted(const DataTree& from, const DataTree& to) {
 class AllOrders {
  public:
   explicit AllOrders(const Composer& composer)
-      : composer_(composer), empty_(DataTree::Empty(ProjectModel())) {}
+      : composer_(composer), empty_(DataTree::Empty(model::ProjectModel())) {}
 
   // Returns the smallest number of commits that make these changes; none if
   // every order is refused.
@@ -319,10 +249,10 @@ TEST(PlanProperty, AgreesWithASearchOfAllOrders) {
     // 1. A running configuration without faults, and up to four changes.
     const Network before = AnyNetwork();
     const Network after = Changed(before);
-    RC_LOG() << TextOf(before) << "\n" << TextOf(after) << "\n";
-    const DataTree running = TreeOf(before);
-    const DataTree goal = TreeOf(after);
-    RC_PRE(IsAccepted(DataTree::Empty(ProjectModel()), running));
+    RC_LOG() << JsonOf(before) << "\n" << JsonOf(after) << "\n";
+    const DataTree running = TreeOf(JsonOf(before));
+    const DataTree goal = TreeOf(JsonOf(after));
+    RC_PRE(IsAccepted(DataTree::Empty(running.model()), running));
     Composer composer(running, goal);
     RC_PRE(!composer.items().empty() &&
            composer.items().size() <= kMostChanges);

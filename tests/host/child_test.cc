@@ -46,13 +46,6 @@ void ExpectOneMessage(const ChildReport& report, const Texts& texts) {
 
 // --- Messages
 
-TEST(Child, SendsNothingWhenItHasNothingToSay) {
-  const ChildReport report = RunInChild([](const Reporter&) {});
-  EXPECT_TRUE(report.messages.empty());
-  EXPECT_EQ(report.output, "");
-  EXPECT_EQ(report.wait_status, 0);
-}
-
 TEST(Child, SendsMessagesInOrder) {
   const ChildReport report = RunInChild([](const Reporter& reporter) {
     for (int i = 0; i < 1000; ++i) {
@@ -79,22 +72,6 @@ TEST(Child, SendsTextsOfAnyBytes) {
   EXPECT_EQ(report.messages[0].texts, texts);
   EXPECT_EQ(report.messages[1].kind, '\xff');
   EXPECT_TRUE(report.messages[1].texts.empty());
-}
-
-TEST(Child, SendsLongTexts) {
-  const Texts texts = {std::string(1 << 20, 'x'), std::string(1 << 20, '\0')};
-  ExpectOneMessage(RunInChild([&](const Reporter& reporter) {
-                     reporter.Send({'m', texts});
-                   }),
-                   texts);
-}
-
-TEST(Child, MessagesSentBeforeItsDeathArrive) {
-  ExpectOneMessage(RunInChild([](const Reporter& reporter) {
-                     reporter.Send({'m', {"last words"}});
-                     raise(SIGKILL);
-                   }),
-                   {"last words"});
 }
 
 // A pipe's ends; closed where they are no longer needed.
@@ -163,15 +140,6 @@ TEST(Child, MessageCutOffInMidWriteIsDropped) {
 
 // --- Output
 
-TEST(Child, BothOutputsAreCaptured) {
-  const ChildReport report = RunInChild([](const Reporter&) {
-    std::printf("to standard output\n");
-    std::fprintf(stderr, "to standard error\n");
-  });
-  EXPECT_TRUE(Contains(report.output, "to standard output\n"));
-  EXPECT_TRUE(Contains(report.output, "to standard error\n"));
-}
-
 TEST(Child, DoesNotRepeatWhatItsParentPrintedBefore) {
   testing::internal::CaptureStdout();
   std::printf("of the parent");
@@ -194,18 +162,6 @@ TEST(Child, MuchOutputAndManyMessagesDoNotLock) {
   EXPECT_EQ(report.messages.size(), kSize >> 16);
   EXPECT_EQ(report.output.size(), 2 * kSize);
   EXPECT_EQ(report.wait_status, 0);
-}
-
-TEST(Child, MuchOutputBeforeTheFirstMessageDoesNotLock) {
-  const ChildReport report = RunInChild([](const Reporter& reporter) {
-    const std::string block(10 << 20, 'x');
-    std::fwrite(block.data(), 1, block.size(), stdout);
-    std::fflush(stdout);
-    reporter.Send({'m', {block}});
-  });
-  EXPECT_EQ(report.output.size(), 10U << 20);
-  ASSERT_EQ(report.messages.size(), 1U);
-  EXPECT_EQ(report.messages[0].texts[0].size(), 10U << 20);
 }
 
 // --- Ends

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "host/plugin/plugin.h"
 #include "tests/host/fixtures.h"
 
 // A sanitizer must not step in between a plug-in's crash and the host.
@@ -34,7 +33,6 @@ using ipav::commit::Outcome;
 using ipav::commit::RunCommit;
 using ipav::commit::Verdict;
 using ipav::datastore::DataTree;
-using ipav::plugin::PluginError;
 
 using Texts = std::vector<std::string>;
 
@@ -251,10 +249,6 @@ TEST(CommitRun, HandsOverTheListItselfWhereCalledOnce) {
   EXPECT_EQ(outcome.answers[0].path, "/top/l");
 }
 
-TEST(CommitRun, GivesThePluginNothingToRead) {
-  EXPECT_EQ(RunOpaques({"read-input"}).verdict, Verdict::kAccepted);
-}
-
 TEST(CommitRun, HandsOverNoOpaqueTextWhereThereIsNone) {
   const Outcome outcome = RunData(
       "leaf v { type string; tailf:validate test_set; }", "<v NS>x</v>");
@@ -345,26 +339,6 @@ TEST(CommitRun, StartsAndFinishesThePluginOnceEachTime) {
   }
 }
 
-// --- Files that are not a plug-in
-
-// plugin_test has all kinds of them.
-TEST(CommitWithoutPlugin, IsAnErrorThatNamesTheFileInOneLine) {
-  const TestModel model(BodyOf({"accept"}));
-  const DataTree tree = model.Tree("");
-  for (const std::string& file :
-       {std::string("/nowhere/plugin.so"), PluginFile("lacks_lib_init"),
-        PluginFile("names_nothing")}) {
-    try {
-      Commit(tree, tree, {file, false});
-      ADD_FAILURE() << "no PluginError";
-    } catch (const PluginError& error) {
-      const std::string text = error.what();
-      EXPECT_EQ(text.find('\n'), std::string::npos) << text;
-      EXPECT_TRUE(Contains(text, file));
-    }
-  }
-}
-
 // --- Plug-ins that misbehave at a point
 
 TEST(Misbehaving, AssertionIsReportedWithItsPointAndItsWholeLine) {
@@ -448,15 +422,6 @@ TEST(Misbehaving, HangingPointIsReportedWithItsTimeLimit) {
   }
 }
 
-TEST(Misbehaving, AnswersBeforeAHangAreKept) {
-  const Outcome outcome = RunBriefly({"warn-silently", "hang"});
-  EXPECT_EQ(outcome.verdict, Verdict::kPluginFailed);
-  EXPECT_EQ(AnsweredOf(outcome), Texts{"warn-silently /top/p0"});
-  EXPECT_EQ(outcome.planned, 2U);
-  EXPECT_EQ(outcome.failed_point, "hang");
-  EXPECT_EQ(outcome.failed_path, "/top/p1");
-}
-
 TEST(Misbehaving, FailureOutsideOfAPointIsReportedWithItsPlace) {
   const Texts answered = {"accept /top/p0"};
   const std::string aborted = "killed by signal: Aborted, ";
@@ -490,12 +455,6 @@ TEST(Misbehaving, FailureOutsideOfAPointIsReportedWithItsPlace) {
     EXPECT_EQ(outcome.planned, one.planned);
     EXPECT_FALSE(Contains(outcome.output, "escaped"));
   }
-}
-
-TEST(Misbehaving, ProcessesLeftBehindChangeNoVerdict) {
-  const Outcome outcome = RunOpaques({"spawn-and-return"});
-  EXPECT_EQ(outcome.verdict, Verdict::kAccepted);
-  EXPECT_EQ(AnsweredOf(outcome), Texts{"spawn-and-return /top/p0"});
 }
 
 Outcome RunWithRows(const std::string& deed) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -83,38 +82,6 @@ TEST(DataFile, OfXmlOrJsonIsRead) {
     EXPECT_NE(NodeAt(ProjectTree(text), "/config/interface/l3{a}/vrf"), nullptr)
         << text;
   }
-}
-
-TEST(DataFile, MayHoldSeveralTopNodes) {
-  const DataTree tree = ProjectTree(
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- two -->\n" +
-      L3With("") +
-      "<internal xmlns=\"urn:vorplex:internal\"><vrf-config><indexTOstring>"
-      "<index>4</index></indexTOstring></vrf-config></internal>");
-  EXPECT_NE(NodeAt(tree, "/config/interface/l3{a}"), nullptr);
-  EXPECT_NE(NodeAt(tree, "/internal/vrf-config/indexTOstring{4}"), nullptr);
-}
-
-TEST(DataFile, KeepsHostBitsOfAnAddress) {
-  const DataTree tree = ProjectTree(
-      L3With("<ipv4><address><ip>10.1.1.1/24</ip></address></ipv4>"));
-  const lyd_node* ip = NodeAt(tree, "/config/interface/l3{a}/ipv4/address/ip");
-  ASSERT_NE(ip, nullptr);
-  EXPECT_STREQ(lyd_get_value(ip), "10.1.1.1/24");
-}
-
-TEST(DataFile, DefaultsAndPlainContainersAreThereWithoutBeingWritten) {
-  const DataTree tree = ProjectTree(L3With(""));
-  const lyd_node* enabled = NodeAt(tree, "/config/interface/l3{a}/enabled");
-  ASSERT_NE(enabled, nullptr);
-  EXPECT_STREQ(lyd_get_value(enabled), "true");
-  EXPECT_NE(NodeAt(tree, "/config/interface/l3{a}/ipv6/nd/ra"), nullptr);
-}
-
-TEST(DataFile, AfterABadOneAGoodOneIsRead) {
-  ErrorOf("data.xml", L3With("<vfr>red</vfr>"));
-  EXPECT_NE(NodeAt(ProjectTree(L3With("")), "/config/interface/l3{a}"),
-            nullptr);
 }
 
 // --- Files that are none
@@ -426,21 +393,6 @@ TEST(EmptyTree, OfAModelWithoutPlainContainersHasNothing) {
   const DataTree tree = DataTree::Empty(*model);
   EXPECT_EQ(tree.Find(nullptr, SchemaAt(*model, "/p")), nullptr);
   EXPECT_EQ(tree.Find(nullptr, SchemaAt(*model, "/a")), nullptr);
-}
-
-TEST(Find, GivesContainerLeafOrFirstEntryAndNullWhereAbsent) {
-  const TestModel model(kTwoLists);
-  const DataTree tree = model.Tree("<c NS>" + Entries("l", 5, 7, 1) + "</c>");
-  const lyd_node* c = tree.Find(nullptr, SchemaAt(*model, "/c"));
-  ASSERT_NE(c, nullptr);
-  const lyd_node* first = tree.Find(c, SchemaAt(*model, "/c/l"));
-  ASSERT_NE(first, nullptr);
-  EXPECT_EQ(KeysOf(first), Keys{"5"});
-  const lyd_node* leaf = tree.Find(first, SchemaAt(*model, "/c/l/v"));
-  ASSERT_NE(leaf, nullptr);
-  EXPECT_STREQ(lyd_get_value(leaf), "v5");
-  EXPECT_EQ(tree.Find(c, SchemaAt(*model, "/c/two")), nullptr);
-  EXPECT_EQ(tree.Find(nullptr, SchemaAt(*model, "/top")), nullptr);
 }
 
 }  // namespace

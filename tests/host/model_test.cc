@@ -68,12 +68,6 @@ std::string LeafWithDependency(const std::string& path) {
 
 // --- Loading
 
-TEST(ModelLoading, ProjectsOwnModelLoads) {
-  const Model& model = ProjectModel();
-  EXPECT_NE(model.FindChild(nullptr, "", "config"), nullptr);
-  EXPECT_FALSE(model.use_sites().empty());
-}
-
 TEST(ModelLoading, WhatCannotBeLoadedIsAnInputErrorThatNamesIt) {
   const auto expect_named = [](const std::string& folder,
                                const std::string& plugin,
@@ -134,11 +128,6 @@ TEST(ModelLoading, UnknownImportOrTypeIsAnInputErrorThatNamesFileAndName) {
     EXPECT_TRUE(StartsWith(error, folder.path() + "/m.yang"));
     EXPECT_TRUE(Contains(error, name));
   }
-}
-
-TEST(ModelLoading, ImportedModuleMayLieInTheFolderStubs) {
-  const TestModel model("leaf a { type tailf:hex-list; }");
-  EXPECT_NE(model->FindChild(nullptr, "", "a"), nullptr);
 }
 
 TEST(ModelLoading, ErrorIsOneLine) {
@@ -601,12 +590,6 @@ TEST(Constraints, BetweenKeysOfOneEntryAreNoneBetweenNodes) {
   EXPECT_FALSE(TestModel("list l { key k; leaf k { type string; "
                          "must \"../../l\"; } }")
                    ->judges_nodes_alone());
-}
-
-TEST(SchemaPath, HasNeitherPrefixesNorKeys) {
-  EXPECT_EQ(ipav::datastore::SchemaPath(SchemaAt(
-                ProjectModel(), "/config/interface/ipapp:l3/ipv4/address/ip")),
-            "/config/interface/l3/ipv4/address/ip");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -67,49 +68,22 @@ Found Try(const Find& find) {
 
 // Paths of every kind, good and bad.
 const std::vector<std::string>& Paths() {
-  static const std::vector<std::string> paths = {"",
-                                                 "/c/l{e1}/v",
-                                                 "/c/l{e1}/in/w",
-                                                 "/c/l{e1}/in/m{1 p1}",
-                                                 "/c/l{e1}/in/m{01 p1}/b",
-                                                 "/c/l{e1}/in/m{1  p1 }/a",
-                                                 "/c/l{e11}/in/m{1 p11}/a",
-                                                 "/c/l{e2}/in/m{1 p1}/a",
-                                                 "/c/l{e39}",
-                                                 "/c/l{\"e 1\"}/v",
-                                                 "/c/l{e/2}/in/w",
-                                                 "/c/l{\"e}3\"}/k",
-                                                 "/c/l{e}3}/k",
-                                                 "/c/l",
-                                                 "/c/l/v",
-                                                 "/c",
-                                                 "/c/in",
-                                                 "/c/l{e1}x",
-                                                 "/c/l{e1}/",
-                                                 "/c/l{e1}//v",
-                                                 "/c/l{e1",
-                                                 "/c/l{}",
-                                                 "/c/l{e1 e2}",
-                                                 "/c{e1}",
-                                                 "/c/l{none}/in/w",
-                                                 "/c/l{none}/in/m{1 p1}/a",
-                                                 "/c/l{none}/in/m/a",
-                                                 "/m:c/l{e1}/m:v",
-                                                 "/c/l{e1}/vrf",
-                                                 "/m:c/l{e1}/v",
-                                                 "/none:c/l{e1}/v",
-                                                 "/:c",
-                                                 "/c:/l",
-                                                 "/top{1}/k",
-                                                 "/top{01}/k",
-                                                 "/top{20}/v",
-                                                 "/top",
-                                                 "/c/ll",
-                                                 "/",
-                                                 "c/l",
-                                                 "/cc",
-                                                 "/c/l{e1}/vv"};
-  return paths;
+  static const std::vector<std::string> kPaths = [] {
+    std::istringstream all(
+        ",/c/l{e1}/v,/c/l{e1}/in/w,/c/l{e1}/in/m{1 p1},"
+        "/c/l{e1}/in/m{01 p1}/b,/c/l{e1}/in/m{1  p1 }/a,"
+        "/c/l{e11}/in/m{1 p11}/a,/c/l{e2}/in/m{1 p1}/a,/c/l{e39},"
+        "/c/l{\"e 1\"}/v,/c/l{e/2}/in/w,/c/l{\"e}3\"}/k,/c/l{e}3}/k,/c/l,"
+        "/c/l/v,/c,/c/in,/c/l{e1}x,/c/l{e1}/,/c/l{e1}//v,/c/l{e1,/c/l{},"
+        "/c/l{e1 e2},/c{e1},/c/l{none}/in/w,/c/l{none}/in/m{1 p1}/a,"
+        "/c/l{none}/in/m/a,/m:c/l{e1}/m:v,/c/l{e1}/vrf,/m:c/l{e1}/v,"
+        "/none:c/l{e1}/v,/:c,/c:/l,/top{1}/k,/top{01}/k,/top{20}/v,/top,"
+        "/c/ll,/,c/l,/cc,/c/l{e1}/vv");
+    std::vector<std::string> paths;
+    for (std::string path; std::getline(all, path, ',');) paths.push_back(path);
+    return paths;
+  }();
+  return kPaths;
 }
 
 class PathMemoTest : public ::testing::Test {

@@ -77,7 +77,8 @@ TEST(Plan, WithoutAChangeNothingThatNamesADependencyRuns) {
       {{data, data, {}}});
 }
 
-TEST(Plan, DotRunsTheChangedInstanceOnly) {
+TEST(Plan, RunsTheInstancesOfADependency) {
+  // "." is the instance that changed.
   ExpectCalls(ListWith(Point("dot", DependsOn("."))),
               {{C(L("1") + L("2", "<v>a</v>") + L("3")),
                 C(L("1") + L("2", "<v>b</v>") + L("3")),
@@ -86,6 +87,29 @@ TEST(Plan, DotRunsTheChangedInstanceOnly) {
                // A deleted instance gets no call.
                {C(L("1") + L("2")), C(L("1")), {}},
                {C(L("1")), "", {}}});
+  // "." of a container changes with a deletion below it.
+  ExpectCalls("container c { leaf v { type string; } " +
+                  Point("dot", DependsOn(".")) + "}",
+              {{C("<v>1</v>"), "", {"dot /c"}}});
+  // An absolute path runs every instance.
+  ExpectCalls(ListWith(Point("abs", DependsOn("/m:c/m:other"))),
+              {{C("<other>x</other>" + L("1") + L("2")),
+                C("<other>y</other>" + L("1") + L("2")),
+                {"abs /c/l{1}", "abs /c/l{2}"}},
+               {C(L("1") + L("2")), C(L("1", "<v>new</v>") + L("2")), {}}});
+  // A path leads into every entry on its way.
+  const std::string top = "<top NS>x</top>";
+  ExpectCalls(ListWith(Point("abs", DependsOn("/m:c/m:l/m:v"))) +
+                  "leaf top { type string; " +
+                  Point("top", DependsOn("/m:c/m:l/m:v")) + "}",
+              {{C(L("1") + L("2")) + top,
+                C(L("1") + L("2", "<v>x</v>")) + top,
+                {"abs /c/l{1}", "abs /c/l{2}", "top /top"}}});
+  // A path up and down runs every entry.
+  ExpectCalls(ListWith(Point("up", DependsOn("../l/v"))),
+              {{C(L("1") + L("2")),
+                C(L("1") + L("2", "<v>x</v>")),
+                {"up /c/l{1}", "up /c/l{2}"}}});
 }
 
 TEST(Plan, DotSeesAChangeAtAnyDepth) {
@@ -100,37 +124,6 @@ TEST(Plan, DotSeesAChangeAtAnyDepth) {
                 {"dot /c/l{1}"}}});
 }
 
-TEST(Plan, DotOfAContainerSeesADeletionBelow) {
-  ExpectCalls("container c { leaf v { type string; } " +
-                  Point("dot", DependsOn(".")) + "}",
-              {{C("<v>1</v>"), "", {"dot /c"}}});
-}
-
-TEST(Plan, AbsoluteDependencyRunsEveryInstance) {
-  ExpectCalls(ListWith(Point("abs", DependsOn("/m:c/m:other"))),
-              {{C("<other>x</other>" + L("1") + L("2")),
-                C("<other>y</other>" + L("1") + L("2")),
-                {"abs /c/l{1}", "abs /c/l{2}"}},
-               {C(L("1") + L("2")), C(L("1", "<v>new</v>") + L("2")), {}}});
-}
-
-TEST(Plan, DependencyReachesIntoEveryEntryOnItsWay) {
-  const std::string top = "<top NS>x</top>";
-  ExpectCalls(ListWith(Point("abs", DependsOn("/m:c/m:l/m:v"))) +
-                  "leaf top { type string; " +
-                  Point("top", DependsOn("/m:c/m:l/m:v")) + "}",
-              {{C(L("1") + L("2")) + top,
-                C(L("1") + L("2", "<v>x</v>")) + top,
-                {"abs /c/l{1}", "abs /c/l{2}", "top /top"}}});
-}
-
-TEST(Plan, UpAndDownDependencyRunsEveryEntry) {
-  ExpectCalls(ListWith(Point("up", DependsOn("../l/v"))),
-              {{C(L("1") + L("2")),
-                C(L("1") + L("2", "<v>x</v>")),
-                {"up /c/l{1}", "up /c/l{2}"}}});
-}
-
 TEST(Plan, UpDependencyStaysWithinTheInstance) {
   const std::string in = "<in><x>1</x></in>";
   ExpectCalls(ListWith("container in { leaf x { type string; " +
@@ -140,21 +133,37 @@ TEST(Plan, UpDependencyStaysWithinTheInstance) {
                 {"up /c/l{2}/in/x"}}});
 }
 
-TEST(Plan, DependencySeesWhatWasDeleted) {
+TEST(Plan, RunsForAChangeOfADependency) {
+  // What was deleted counts.
   ExpectCalls(ListWith("") + " container d { " +
                   Point("abs", DependsOn("/m:c/m:l/m:v")) + "}",
               {{C(L("1", "<v>x</v>")), C(L("1")), {"abs /d"}},
                {C(L("1", "<v>x</v>")), "", {"abs /d"}},
                {C(L("1")), "", {}}});
-}
-
-TEST(Plan, DependencyBelowTheNodeSeesThatPartOnly) {
+  // Of a path below the node, only that part counts.
   ExpectCalls(ListWith("container in { leaf x { type string; } } " +
                        Point("in", DependsOn("in/x"))),
               {{C(L("1")), C(L("1", "<v>x</v>")), {}},
                {C(L("1") + L("2")),
                 C(L("1", "<in><x>1</x></in>") + L("2")),
                 {"in /c/l{1}"}}});
+  // A leaf depends on itself without saying so,
+  ExpectCalls(
+      "container c { leaf other { type string; } "
+      "leaf v { type string; " +
+          Point("leaf", DependsOn("../other")) + "} }",
+      {{C("<v>1</v>"), C("<v>2</v>"), {"leaf /c/v"}},
+       {C("<v>1</v>"), C("<v>1</v><other>x</other>"), {"leaf /c/v"}},
+       {C("<v>1</v>"), C("<v>1</v>"), {}}});
+  // a container does not.
+  ExpectCalls("container c { leaf v { type string; } " +
+                  Point("box", DependsOn("/m:d")) + "} leaf d { type string; }",
+              {{C("<v>1</v>"), C("<v>2</v>"), {}}});
+  // Below the root, every change counts.
+  ExpectCalls(
+      ListWith(Point("root", DependsOn("/"))) + "leaf top { type string; }",
+      {{C(L("1")), C(L("1")) + "<top NS>x</top>", {"root /c/l{1}"}},
+       {C(L("1")), C(L("1")), {}}});
 }
 
 TEST(Plan, AnyOfSeveralDependenciesIsEnoughAndMakesOneCall) {
@@ -165,22 +174,6 @@ TEST(Plan, AnyOfSeveralDependenciesIsEnoughAndMakesOneCall) {
        {C(L("1")), C(other + L("1", "<v>x</v>")), {"two /c/l{1}"}}});
 }
 
-TEST(Plan, LeafDependsOnItselfWithoutSayingSo) {
-  ExpectCalls(
-      "container c { leaf other { type string; } "
-      "leaf v { type string; " +
-          Point("leaf", DependsOn("../other")) + "} }",
-      {{C("<v>1</v>"), C("<v>2</v>"), {"leaf /c/v"}},
-       {C("<v>1</v>"), C("<v>1</v><other>x</other>"), {"leaf /c/v"}},
-       {C("<v>1</v>"), C("<v>1</v>"), {}}});
-}
-
-TEST(Plan, ContainerDoesNotDependOnItselfWithoutSayingSo) {
-  ExpectCalls("container c { leaf v { type string; } " +
-                  Point("box", DependsOn("/m:d")) + "} leaf d { type string; }",
-              {{C("<v>1</v>"), C("<v>2</v>"), {}}});
-}
-
 TEST(Plan, WithoutDependencyAPointAlwaysRuns) {
   const std::string data = C(L("1") + L("2")) + "<top NS>x</top>";
   ExpectCalls(ListWith(Point("always", "")) + "leaf top { type string; " +
@@ -188,33 +181,21 @@ TEST(Plan, WithoutDependencyAPointAlwaysRuns) {
               {{data, data, {"always /c/l{1}", "always /c/l{2}", "top /top"}}});
 }
 
-TEST(Plan, AbsentNodeGetsNoCallEvenWithoutDependency) {
+TEST(Plan, RunsForNodesThatExist) {
+  // An absent node gets no call, even without a dependency.
   ExpectCalls("container p { presence p; " + Point("p", "") +
                   "} leaf v { type string; " + Point("v", "") + "}",
               {{"", "", {}}, {"<p NS/><v NS>1</v>", "<p NS/>", {"p /p"}}});
-}
-
-TEST(Plan, PlainContainerExistsAlways) {
+  // A container without presence always exists.
   ExpectCalls("container c { leaf v { type string; } " + Point("box", "") + "}",
               {{"", "", {"box /c"}}});
-}
-
-TEST(Plan, DefaultInForceIsAnInstance) {
+  // A default in force is an instance.
   ExpectCalls("leaf v { type string; default x; " + Point("v", "") + "}",
               {{"", "", {"v /v"}}});
-}
-
-TEST(Plan, DefaultAndTheSameExplicitValueAreNoChange) {
+  // A default and the same written value are no change.
   ExpectCalls(
       "leaf v { type string; default x; " + Point("v", DependsOn(".")) + "}",
       {{"", "<v NS>x</v>", {}}, {"<v NS>y</v>", "", {"v /v"}}});
-}
-
-TEST(Plan, RootDependencySeesEveryChange) {
-  ExpectCalls(
-      ListWith(Point("root", DependsOn("/"))) + "leaf top { type string; }",
-      {{C(L("1")), C(L("1")) + "<top NS>x</top>", {"root /c/l{1}"}},
-       {C(L("1")), C(L("1")), {}}});
 }
 
 // --- Call-once
@@ -223,11 +204,28 @@ std::string Once(const std::string& opaque, const std::string& more) {
   return Point(opaque, "tailf:call-once \"true\"; " + more);
 }
 
-TEST(PlanCallOnce, IsOneCallHoweverManyEntriesWithThePathOfTheList) {
+TEST(PlanCallOnce, IsACallForTheListItself) {
+  // However many entries there are.
   ExpectCalls(ListWith(Once("once", "")),
               {{"", C(L("1") + L("2") + L("3")), {"once /c/l"}},
                {"", C(L("1")), {"once /c/l"}},
                {"", "", {"once /c/l"}}});
+  // A path up starts at the parent of the list.
+  ExpectCalls(ListWith(Once("once", DependsOn("../other"))),
+              {{C(L("1")), C("<other>x</other>" + L("1")), {"once /c/l"}},
+               {C(L("1")), C(L("1") + L("2")), {}}});
+  // A list at the top.
+  const std::string entry = "<t NS><k>1</k></t>";
+  ExpectCalls(
+      "list t { key k; leaf k { type string; } " +
+          Once("once", DependsOn(".")) + "}",
+      {{"", "", {}}, {"", entry, {"once /t"}}, {entry, "", {"once /t"}}});
+  // A list in a list: a call for each outer entry.
+  ExpectCalls(ListWith("list m { key k; leaf k { type string; } " +
+                       Once("once", DependsOn(".")) + Once("always", "") + "}"),
+              {{C(L("1") + L("2")),
+                C(L("1", "<m><k>x</k></m>") + L("2")),
+                {"once /c/l{1}/m", "always /c/l{1}/m", "always /c/l{2}/m"}}});
 }
 
 TEST(PlanCallOnce, HasNoInstance) {
@@ -257,28 +255,6 @@ TEST(PlanCallOnce, DependencyBelowSeesItInAnyEntry) {
       ListWith("leaf w { type string; } " + Once("once", DependsOn("v"))),
       {{data, C(L("1") + L("2", "<v>x</v>")), {"once /c/l"}},
        {data, C(L("1") + L("2", "<w>x</w>")), {}}});
-}
-
-TEST(PlanCallOnce, UpDependencyStartsAtTheParentOfTheList) {
-  ExpectCalls(ListWith(Once("once", DependsOn("../other"))),
-              {{C(L("1")), C("<other>x</other>" + L("1")), {"once /c/l"}},
-               {C(L("1")), C(L("1") + L("2")), {}}});
-}
-
-TEST(PlanCallOnce, OfATopList) {
-  const std::string entry = "<t NS><k>1</k></t>";
-  ExpectCalls(
-      "list t { key k; leaf k { type string; } " +
-          Once("once", DependsOn(".")) + "}",
-      {{"", "", {}}, {"", entry, {"once /t"}}, {entry, "", {"once /t"}}});
-}
-
-TEST(PlanCallOnce, OfAListInAListIsOneCallPerOuterEntry) {
-  ExpectCalls(ListWith("list m { key k; leaf k { type string; } " +
-                       Once("once", DependsOn(".")) + Once("always", "") + "}"),
-              {{C(L("1") + L("2")),
-                C(L("1", "<m><k>x</k></m>") + L("2")),
-                {"once /c/l{1}/m", "always /c/l{1}/m", "always /c/l{2}/m"}}});
 }
 
 // --- Order

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 
 #include "tests/host/fixtures.h"
@@ -35,14 +34,6 @@ std::string PluginErrorOf(const Body& body) {
 
 std::string LoadError(const std::string& file) {
   return PluginErrorOf([&] { Plugin plugin(file); });
-}
-
-TEST(PluginFile, OfAPluginLoads) {
-  const Plugin plugin(PluginFile("obeys_opaque"));
-  EXPECT_EQ(plugin.ValidationPoint(), "test_set");
-  void* context = nullptr;
-  EXPECT_EQ(plugin.Init(&context), 0);
-  EXPECT_EQ(plugin.Finish(&context), 0);
 }
 
 TEST(PluginFile, ThatIsNoSharedObjectIsNamed) {
@@ -84,19 +75,6 @@ TEST(ValidationPoint, WithoutANameIsAnErrorThatNamesTheFile) {
     EXPECT_TRUE(Contains(PluginErrorOf([&] { plugin.ValidationPoint(); }),
                          PluginFile(name)));
   }
-}
-
-TEST(EntryPoint, LetsAnExceptionPass) {
-  void* context = nullptr;
-  EXPECT_THROW(Plugin(PluginFile("throws_in_init")).Init(&context),
-               std::runtime_error);
-  EXPECT_THROW(Plugin(PluginFile("throws_in_finish")).Finish(&context),
-               std::runtime_error);
-}
-
-TEST(EntryPoint, ResultPassesAsItIs) {
-  void* context = nullptr;
-  EXPECT_EQ(Plugin(PluginFile("fails_in_init")).Init(&context), 1);
 }
 
 }  // namespace

@@ -32,19 +32,6 @@ class SessionTest : public testing::Test {
   const int socket_ = Session::maapi_socket();
 };
 
-TEST_F(SessionTest, IsCurrentWhileItLives) {
-  EXPECT_EQ(Session::Current(), nullptr);
-  {
-    Session session(running_, candidate_, diff_);
-    EXPECT_EQ(Session::Current(), &session);
-    EXPECT_EQ(&session.running(), &running_);
-    EXPECT_EQ(&session.candidate(), &candidate_);
-    EXPECT_EQ(&session.diff(), &diff_);
-    EXPECT_EQ(&session.model(), &*model_);
-  }
-  EXPECT_EQ(Session::Current(), nullptr);
-}
-
 TEST_F(SessionTest, SecondOneIsRefusedAndLeavesTheFirst) {
   Session session(running_, candidate_, diff_);
   EXPECT_THROW(Session(running_, candidate_, diff_), std::logic_error);
@@ -113,26 +100,6 @@ TEST_F(SessionTest, CdbSessionsOpenAndClose) {
   EXPECT_EQ(&Session::OfCdbSocket(second), &session);
   EXPECT_EQ(CodeOf([&] { Session::OfCdbSocket(socket_); }),
             CONFD_ERR_NOSESSION);
-}
-
-TEST_F(SessionTest, CdbSessionOfTheFrameworkLivesAsLongAsItsObject) {
-  Session session(running_, candidate_, diff_);
-  HostdInterface host;
-  int socket = -1;
-  {
-    const HostdCdbSessionBase cdb(&host, CDB_RUNNING, true);
-    socket = cdb.Socket();
-    EXPECT_GE(socket, 0);
-    EXPECT_EQ(session.open_cdb_sessions(), 1U);
-    int32_t number = 0;
-    EXPECT_EQ(cdb_get_int32(socket, &number, "/n"), CONFD_OK);
-    EXPECT_EQ(number, 1);  // of the running configuration
-  }
-  EXPECT_EQ(session.open_cdb_sessions(), 0U);
-  int32_t number = 77;
-  EXPECT_EQ(cdb_get_int32(socket, &number, "/n"), CONFD_ERR);
-  EXPECT_EQ(confd_errno, CONFD_ERR_NOSESSION);
-  EXPECT_EQ(number, 77);
 }
 
 TEST_F(SessionTest, CdbSessionThatCannotOpenHasANegativeSocket) {
@@ -234,19 +201,6 @@ TEST_F(SessionTest, LastErrorTextOfItsContextIsTakenOnce) {
   confd_trans_seterr(&other, "text");
   confd_trans_seterr(nullptr, "text");
   EXPECT_FALSE(session.TakeErrorText().has_value());
-}
-
-TEST_F(SessionTest, ContextHasNoOpaqueTextsOfItsOwn) {
-  Session session(running_, candidate_, diff_);
-  EXPECT_EQ(session.context().validate_opaque, nullptr);
-  EXPECT_EQ(session.context().callpoint_opaque, nullptr);
-  EXPECT_EQ(session.context().v_opaque, nullptr);
-}
-
-TEST(Framework, NullHandlesHaveNeitherSocketNorInstance) {
-  EXPECT_LT(hostd_maapi_socket_get(nullptr), 0);
-  EXPECT_EQ(hostd_instance_get(nullptr), nullptr);
-  EXPECT_EQ(get_lib_context(nullptr, "set"), nullptr);
 }
 
 TEST(Framework, ContextsAreKeptByTheNameOfTheirSet) {

@@ -261,11 +261,6 @@ const std::map<std::string, Deed>& Deeds() {
          Spawn();
          return Hang(call);
        }},
-      {"spawn-and-return",
-       [](const Call&) -> int32_t {
-         Spawn();
-         return CONFD_OK;
-       }},
       {"spawn-and-crash",
        [](const Call&) -> int32_t {
          Spawn();
@@ -281,11 +276,6 @@ const std::map<std::string, Deed>& Deeds() {
       {"report-for-ever",
        [](const Call&) -> int32_t {
          for (;;) Report(std::string(1 << 16, 'x'));
-       }},
-      {"read-input",
-       [](const Call& call) {
-         return std::getchar() == EOF ? CONFD_OK
-                                      : Answer(call, "read something");
        }},
       {"close-files",
        [](const Call&) -> int32_t {

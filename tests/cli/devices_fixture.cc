@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <sstream>
@@ -14,22 +13,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kDeeds[] = {"hang",
-                                  "spin",
-                                  "spawn-and-hang",
-                                  "spawn-and-crash",
-                                  "_exit",
-                                  "overflow-stack",
-                                  "leave-open",
-                                  "warn",
-                                  "warn-silently",
-                                  "return-1",
-                                  "refuse-at-length",
-                                  "refuse-in-odd-bytes",
-                                  "write-for-ever",
-                                  "close-files",
-                                  "throw",
-                                  "kill-parent"};
+constexpr char kDeeds[] =
+    "hang spin spawn-and-hang spawn-and-crash _exit overflow-stack "
+    "leave-open warn warn-silently return-1 refuse-at-length "
+    "refuse-in-odd-bytes write-for-ever close-files throw kill-parent";
 
 // A model of one leaf for each deed of the test plug-in, and of nodes that hold
 // any data.
@@ -39,7 +26,8 @@ std::string ModelText() {
       "import tailf-common { prefix tailf; }\n"
       "container top { list row { key k; leaf k { type string; } }\n"
       "anydata data; anyxml xml;\n";
-  for (const std::string deed : kDeeds) {
+  std::istringstream deeds(kDeeds);
+  for (std::string deed; deeds >> deed;) {
     text += "leaf " + deed + " { type string; tailf:validate test_set " +
             "{ tailf:opaque " + deed + "; tailf:dependency \".\"; } }\n";
   }

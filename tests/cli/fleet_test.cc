@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -397,11 +396,6 @@ TEST_F(ShardTest, PartsHaveEachDeviceOnce) {
     }
     EXPECT_THAT(together, ::testing::UnorderedElementsAreArray(all)) << of;
   }
-}
-
-TEST_F(ShardTest, APartNamesItself) {
-  EXPECT_THAT(Check({"--shard", "2/3"}).out,
-              HasSubstr("shard 2 of 3 of 10 devices, 3 devices: "));
 }
 
 TEST_F(ShardTest, AnEmptyPartIsAccepted) {

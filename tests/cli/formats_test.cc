@@ -53,17 +53,6 @@ TEST_F(FormatsTest, JsonHasTheAnswersAndCallsOfAnAcceptance) {
   EXPECT_TRUE(device.at("findings").empty());
 }
 
-TEST_F(FormatsTest, JsonHasTheFindingOfARefusal) {
-  const json device = JsonOf(WriteRefused("a.xml"), 1);
-  EXPECT_EQ(device.at("verdict"), "refused");
-  ASSERT_EQ(device.at("findings").size(), 1U);
-  const json& finding = device.at("findings").at(0);
-  EXPECT_EQ(finding.at("text"),
-            "Minimum interval must be no greater than maximum interval * 0.75");
-  EXPECT_EQ(finding.at("point"), "validate_ipv6_nd_ra_interval");
-  EXPECT_EQ(finding.at("path"), "/config/interface/l3{a}/ipv6/nd/ra");
-}
-
 TEST_F(FormatsTest, BadInputIsInTheReportAndOnStandardError) {
   const std::string file = WriteBad("a.xml");
   const std::string error = file + ":1:1: neither XML nor JSON";
@@ -82,14 +71,6 @@ TEST_F(FormatsTest, BadInputIsInTheReportAndOnStandardError) {
               HasSubstr("<error message=\"" + error + "\" type=\"bad input\""));
 }
 
-TEST_F(FormatsTest, ABadRunningConfigurationOfOneDeviceIsInItsReport) {
-  const std::string running = WriteBad("running.xml");
-  EXPECT_EQ(
-      DeviceOf(Check("json", WriteAccepted("a.xml"), {"--running", running}), 2)
-          .at("/inputErrors/0/text"_json_pointer),
-      running + ":1:1: neither XML nor JSON");
-}
-
 TEST_F(FormatsTest, AFailedPlugInIsInEveryReport) {
   const std::string file = WriteDeed("a.xml", "spawn-and-crash");
   const json device = DeviceOf(Ipav(Wild({"--format", "json", file})), 3);
@@ -103,34 +84,6 @@ TEST_F(FormatsTest, AFailedPlugInIsInEveryReport) {
   EXPECT_THAT(Ipav(Wild({"--format", "junit", file})).out,
               HasSubstr("<error message=\"killed by signal: Aborted\" "
                         "type=\"plug-in failed\""));
-}
-
-TEST_F(FormatsTest, ARefusalIsAResultOfSarifAndAFailureOfJunit) {
-  const std::string file = WriteRefused("a.xml");
-  const json run = SarifOf(Check("sarif", file), 1);
-  ASSERT_EQ(run.at("results").size(), 1U);
-  EXPECT_EQ(run.at("results").at(0).at("message").at("text"),
-            "Minimum interval must be no greater than maximum interval * 0.75");
-  EXPECT_EQ(run.at("invocations").at(0).at("executionSuccessful"), true);
-  EXPECT_THAT(Check("junit", file).out,
-              HasSubstr("tests=\"8\" failures=\"1\" errors=\"0\""));
-}
-
-TEST_F(FormatsTest, AnAcceptanceHasNoResultAndNoFailure) {
-  const std::string file = WriteAccepted("a.xml");
-  EXPECT_TRUE(SarifOf(Check("sarif", file), 0).at("results").empty());
-  EXPECT_THAT(Check("junit", file).out,
-              HasSubstr("tests=\"10\" failures=\"0\" errors=\"0\""));
-}
-
-TEST_F(FormatsTest, TheBytesOfAnOddTextAreInTheJsonReport) {
-  const std::string file = WriteDeed("a.xml", "refuse-in-odd-bytes");
-  const json device = DeviceOf(Ipav(Wild({"--format", "json", file})), 1);
-  for (const char* part : {"findings", "answers"}) {
-    EXPECT_EQ(device.at(part).at(0).at("textHex"),
-              "6f6e650a74776f0d0a0a097461"
-              "62207b7d2025731b5b33316d72656407ffc32820eda080");
-  }
 }
 
 TEST_F(FormatsTest, TimesAreOnlyInTheReportIfTheyAreAskedFor) {

@@ -1,7 +1,6 @@
 // The command as its users meet it: verdicts, exit statuses, and one line for
 // an error in the input.
 
-#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <map>
@@ -412,17 +411,6 @@ const std::string kThrowing = "DEED=throw " IPAV_PROGRAM
                               " --running " +
                               kRunning + " ";
 
-TEST_F(IpavTest, AnExceptionOfThePluginEndsWithStatus3) {
-  const std::string file = kBranch + "mgmt-short-lifetime.xml";
-  const ProcessResult result = Shell(kThrowing + file);
-  EXPECT_EQ(result.status, 3);
-  EXPECT_THAT(result.out,
-              StartsWith(Threw(file, "1 of 2") +
-                         "the plug-in threw an exception: no more\n"
-                         "  validation point: validate_ipv6_nd_ra_interval\n"
-                         "  data path: /config/interface/mgmt{"));
-}
-
 // The reader of static routes rewrites the third character of such a name.
 TEST_F(IpavTest, AnExceptionOfAReaderEndsWithStatus3AndNamesThePoint) {
   const std::string file =
@@ -463,12 +451,6 @@ TEST_F(IpavTest, WithAllThePointsAfterAnExceptionStillAnswer) {
                     NoAddress(kL3, kIpv4Ospf) + Accepted(kL3, {kIpv4Route}) +
                     NoAddress(kOspf, kIpv4Ospf) + NoAddress(kOspf, kVrf),
                 ""}));
-}
-
-TEST_F(IpavTest, TheWorstStatusOfSeveralCandidatesIsReturned) {
-  const std::string refused = kBranch + "ra-min-without-max.xml";
-  EXPECT_EQ(CheckBranch(refused, {kRunning}).status, 1);
-  EXPECT_EQ(CheckBranch(kRunning, {refused}).status, 1);
 }
 
 // A use site as `ipav points` prints it.
@@ -559,6 +541,7 @@ TEST_F(IpavTest, AnUnusableFileIsNamed) {
   const std::string empty = folder_ / "empty";
   fs::create_directory(empty);
   const std::string bad = Write("bad.xml", L3Xml("<frob>1</frob>"));
+  const std::string blank = Write("blank.json", " \n\t\n");
   const std::string text = Write("text.so", "no library\n");
   const std::string model = folder_ / "model";
   fs::create_directory(model);
@@ -569,6 +552,7 @@ TEST_F(IpavTest, AnUnusableFileIsNamed) {
   const std::pair<Words, std::string> rows[] = {
       {{"check", none}, none + ": No such file or directory\n"},
       {{"check", empty}, empty + ": holds no configuration\n"},
+      {{"check", blank}, blank + ": is empty\n"},
       {{"check", "--running", bad, kRunning},
        bad + ":3:1: Node \"frob\" not found"},
       {{"check", "--plugin", text, kRunning}, text},
@@ -598,51 +582,6 @@ TEST_F(IpavTest, AllErrorsOfAllFilesAreListed) {
                 2, "", of_running + "ipav: " + candidate + ":3:6: " + low}));
   EXPECT_EQ(Ipav({"diff", running, candidate}),
             (ProcessResult{2, "", of_running}));
-}
-
-TEST_F(IpavTest, AFileThatIsRefusedIsNamedWithItsLine) {
-  const std::string json =
-      "{\n\"vorplex-config:config\": {\n\"interface\": {\n";
-  const struct {
-    const char* name;
-    std::string text;
-    const char* place;
-  } cases[] = {
-      // A file that is not a configuration.
-      {"empty.xml", "", " is empty\n"},
-      {"blank.json", " \n\t\n", " is empty\n"},
-      {"prose.txt", "interface l3 a\n", "1:1: neither XML nor JSON\n"},
-      {"nul.xml", L3Xml(std::string("<vrf>a\0b</vrf>", 14)),
-       "3:7: contains a NUL byte\n"},
-      {"latin1.xml", L3Xml("<vrf>caf\xe9</vrf>"), "3:9: is not UTF-8\n"},
-      {"latin1.json", json + "\"ipapp:l3\": [{\"name\": \"caf\xe9\"}]}}}\n",
-       "4:27: is not UTF-8\n"},
-      {"truncated.xml", L3Xml("<vrf>a</vrf>").substr(0, 100), "3:"},
-      {"truncated.json", json, "4:1: "},
-      {"mismatched.xml", L3Xml("<vrf>a</vfr>"), "3:7: "},
-      // Data that the model refuses.
-      {"unknown.xml", L3Xml("<frob>1</frob>"), "3:1: Node \"frob\" not found"},
-      {"address.xml",
-       L3Xml("<ipv4><address><ip>10.0.0.256/24</ip></address></ipv4>"),
-       "3:20: "},
-      {"range.xml",
-       L3Xml("<ipv6><nd><ra>\n<max-interval>65536</max-interval>\n"
-             "</ra></nd></ipv6>"),
-       "4:15: "},
-      {"duplicate.xml",
-       L3Xml("</l3>\n<l3 xmlns=\"urn:vorplex:ipapp\"><name>a</name>"),
-       "4:37: Duplicate instance of \"l3\", name \"a\". The first one is in "
-       "line "
-       "2, column 37.\n"},
-      {"foreign.xml", "<config xmlns=\"urn:other\"/>\n", "1:1: "},
-      {"type.json",
-       "{\n\"vorplex-config:config\": {\"interface\": {\n"
-       "\"ipapp:l3\": [{\"name\": 7}]}}}\n",
-       "3:23: "}};
-  for (const auto& [name, text, place] : cases) {
-    const std::string file = Write(name, text);
-    EXPECT_THAT(Ipav({"check", file}), IsBadInput(file + ":" + place));
-  }
 }
 
 // The lines of --timing by what they are about: the number of milliseconds, and

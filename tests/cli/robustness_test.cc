@@ -112,24 +112,6 @@ TEST_F(Robustness, AHangingPointIsNamedAndTheNextCandidateIsJudged) {
   ExpectNoProcess();
 }
 
-TEST_F(Robustness, AHangOutsideOfAPointIsNamed) {
-  const std::string file = Deed("warn");
-  EXPECT_EQ(Ipav(Wild({"--timeout", "2", file}, "hangs_in_init")),
-            (ProcessResult{3,
-                           FailedLines(file,
-                                       "did not answer within 2 seconds, in "
-                                       "lib_init"),
-                           ""}));
-  EXPECT_EQ(
-      Ipav(Wild({"--timeout", "2", file}, "hangs_in_finish")),
-      (ProcessResult{
-          3,
-          file + ": not judged, the plug-in failed (1 of 1 validation calls "
-                 "made)\nthe plug-in failed: did not answer within 2 seconds, "
-                 "in lib_finish\n",
-          ""}));
-}
-
 TEST_F(Robustness, WithoutATimeLimitTheProgramWaits) {
   Program program = Start(Wild({"--timeout", "0", Deed("hang")}));
   WaitUntilStarted();
@@ -595,16 +577,6 @@ TEST_F(RobustnessPipe, WithoutAWriterIsGivenUp) {
   EXPECT_GE(Clock::now() - start, seconds(1));
   EXPECT_LT(Clock::now() - start, seconds(20));
   EXPECT_THAT(result, IsBadInput(pipe_ + ": not read within 1 second\n"));
-}
-
-TEST_F(RobustnessPipe, WithAWriterIsRead) {
-  std::thread writer([&] {
-    std::this_thread::sleep_for(milliseconds(100));
-    std::ofstream(pipe_) << "<top xmlns=\"urn:m\"/>";
-  });
-  const ProgramResult result = CheckWild({pipe_});
-  writer.join();
-  EXPECT_EQ(result.status, 0) << result.err;
 }
 
 TEST_F(Robustness, AFileThatIsNotAConfigurationIsNamedWithTheReason) {

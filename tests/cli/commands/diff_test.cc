@@ -191,17 +191,6 @@ TEST_F(DiffTest, ListsTheCallsThatACommitMakes) {
   EXPECT_GE(compared, 40U);
 }
 
-TEST_F(DiffTest, FailsWhereAFileCannotBeRead) {
-  const std::string none = folder_ / "none.xml";
-  EXPECT_THAT(Ipav({"diff", kRunning, none}), IsBadInput(none + ": "));
-}
-
-TEST_F(DiffTest, RefusesAnUnknownFormat) {
-  EXPECT_THAT(
-      Ipav({"diff", "--format", "yaml", kRunning, kRunning}),
-      IsBadInput("--format: yaml not in {text,json} (see ipav diff --help)\n"));
-}
-
 }  // namespace
 
 }  // namespace ipav::testing

@@ -103,15 +103,14 @@ TEST_F(OutputFileTest, AFullDiskIsTold) {
 
 TEST_F(OutputFileTest, AFolderThatIsNotThereIsTold) {
   const std::string file = folder_ / "none/report.json";
-  EXPECT_EQ(Error(file), file +
-                             ": the report cannot be written: No such file or "
-                             "directory");
+  EXPECT_EQ(Error(file),
+            file + ": the report cannot be written: No such file or directory");
 }
 
 TEST_F(OutputFileTest, AFolderIsNoFile) {
-  EXPECT_EQ(Error(folder_), folder_.string() +
-                                ": the report cannot be written: Is a "
-                                "directory");
+  EXPECT_EQ(
+      Error(folder_),
+      folder_.string() + ": the report cannot be written: Is a directory");
 }
 
 std::string WhyNotReplaced(const std::string& output,

@@ -28,8 +28,12 @@ Json RunOf(const std::vector<DeviceReport>& devices) {
   return log.at("runs").at(0);
 }
 
+Json At(const Json& json, const std::string& pointer) {
+  return json.at(Json::json_pointer(pointer));
+}
+
 Json ResultOf(const DeviceReport& device) {
-  return RunOf({device}).at("results").at(0);
+  return At(RunOf({device}), "/results/0");
 }
 
 TEST(SarifReport, OfARefusalNamesRuleTextAndPlaces) {
@@ -60,10 +64,8 @@ TEST(SarifReport, NamesFurtherCulpritsAsRelatedPlaces) {
   const Json related = ResultOf(Refused("a.xml")).at("relatedLocations");
   ASSERT_EQ(related.size(), 1U);
   EXPECT_EQ(related.at(0).at("id"), 1);
-  EXPECT_EQ(related.at(0).at("physicalLocation").at("region").at("startLine"),
-            9);
-  EXPECT_EQ(related.at(0).at("message").at("text"),
-            "overlaps with 10.0.0.2/24");
+  EXPECT_EQ(At(related, "/0/physicalLocation/region/startLine"), 9);
+  EXPECT_EQ(At(related, "/0/message/text"), "overlaps with 10.0.0.2/24");
 }
 
 TEST(SarifReport, LeadsToTheCulpritThatTheCandidateTouched) {
@@ -71,26 +73,19 @@ TEST(SarifReport, LeadsToTheCulpritThatTheCandidateTouched) {
   std::vector<Culprit>& culprits = device.findings.front().culprits;
   std::swap(culprits[0], culprits[1]);
   const Json result = ResultOf(device);
-  const auto line = [&](const char* member) {
-    return result.at(member)
-        .at(0)
-        .at("physicalLocation")
-        .at("region")
-        .at("startLine");
-  };
-  EXPECT_EQ(line("locations"), 4);
-  EXPECT_EQ(line("relatedLocations"), 9);
+  const std::string line = "/0/physicalLocation/region/startLine";
+  EXPECT_EQ(At(result, "/locations" + line), 4);
+  EXPECT_EQ(At(result, "/relatedLocations" + line), 9);
 }
 
 TEST(SarifReport, WithoutAPlaceLeadsToTheFile) {
   DeviceReport device = Refused("a.xml");
   device.findings.front().culprits.clear();
-  const Json locations = ResultOf(device).at("locations");
-  EXPECT_EQ(locations.at(0).at("physicalLocation"),
+  const Json location = At(ResultOf(device), "/locations/0");
+  EXPECT_EQ(location.at("physicalLocation"),
             Json::parse(R"({"artifactLocation": {"uri": "a.xml"}})"));
-  EXPECT_EQ(
-      locations.at(0).at("logicalLocations").at(0).at("fullyQualifiedName"),
-      "/config/interface/l3");
+  EXPECT_EQ(At(location, "/logicalLocations/0/fullyQualifiedName"),
+            "/config/interface/l3");
 }
 
 TEST(SarifReport, TellsWhetherTheRunningConfigurationHasTheFindingToo) {
@@ -122,8 +117,7 @@ TEST(SarifReport, TheRunningConfigurationIsTheBaselineAfterARestart) {
               {"stands" + after + ", and the running one (stands already)",
                "unchanged", "warning"},
               {"healed\nhealed by this change: after a restart, the device "
-               "would refuse "
-               "the running configuration",
+               "would refuse the running configuration",
                "absent", "note"}};
   ASSERT_EQ(results.size(), std::size(rows));
   for (std::size_t i = 0; i < results.size(); ++i) {
@@ -134,12 +128,8 @@ TEST(SarifReport, TheRunningConfigurationIsTheBaselineAfterARestart) {
     EXPECT_EQ(result.at("properties").contains("afterRestart"), i > 0);
   }
   // A node that has no place is in that configuration.
-  EXPECT_EQ(results.at(3)
-                .at("relatedLocations")
-                .at(0)
-                .at("physicalLocation")
-                .at("artifactLocation")
-                .at("uri"),
+  EXPECT_EQ(At(results,
+               "/3/relatedLocations/0/physicalLocation/artifactLocation/uri"),
             "running.xml");
 }
 
@@ -161,34 +151,31 @@ TEST(SarifReport, ListsARuleOnceWithItsHelp) {
   DeviceReport unknown = Refused("c.xml");
   unknown.findings.front().rule.clear();
   const Json run = RunOf({Refused("a.xml"), unknown, Refused("b.xml")});
-  const Json& rules = run.at("tool").at("driver").at("rules");
+  const Json rules = At(run, "/tool/driver/rules");
   ASSERT_EQ(rules.size(), 2U);
-  EXPECT_EQ(rules.at(0).at("id"), "interface-overlap");
-  EXPECT_EQ(rules.at(0).at("shortDescription").at("text"), "Overlap");
+  EXPECT_EQ(At(rules, "/0/id"), "interface-overlap");
+  EXPECT_EQ(At(rules, "/0/shortDescription/text"), "Overlap");
   // That of the catalogue, which holds for all findings of the rule.
   const std::string advice =
       "Change one of the two addresses, narrow its prefix, or move one "
       "interface to another VRF.";
-  EXPECT_EQ(rules.at(0).at("help").at("text"),
-            advice + "\ndocs/messages.md#overlap");
+  EXPECT_EQ(At(rules, "/0/help/text"), advice + "\ndocs/messages.md#overlap");
   EXPECT_EQ(
-      rules.at(0).at("help").at("markdown"),
+      At(rules, "/0/help/markdown"),
       advice + "\n\n[docs/messages.md#overlap](docs/messages.md#overlap)");
   // A text that nobody knows goes by its validation point.
   EXPECT_EQ(rules.at(1).at("id"), "ipv4_addr_validation");
-  for (const auto& [place, index] : {std::pair(0, 0), {1, 1}, {2, 0}}) {
-    EXPECT_EQ(
-        run.at("results").at(static_cast<std::size_t>(place)).at("ruleIndex"),
-        index);
-  }
+  EXPECT_EQ(At(run, "/results/0/ruleIndex"), 0);
+  EXPECT_EQ(At(run, "/results/1/ruleIndex"), 1);
+  EXPECT_EQ(At(run, "/results/2/ruleIndex"), 0);
 }
 
 TEST(SarifReport, AWarningIsAResultOfThatLevel) {
   const Json run = RunOf({PluginFailed("a.xml")});
   ASSERT_EQ(run.at("results").size(), 1U);
-  EXPECT_EQ(run.at("results").at(0).at("level"), "warning");
-  EXPECT_EQ(run.at("results").at(0).at("ruleId"), "warns");
-  EXPECT_EQ(run.at("results").at(0).at("message").at("text"), "think again");
+  EXPECT_EQ(At(run, "/results/0/level"), "warning");
+  EXPECT_EQ(At(run, "/results/0/ruleId"), "warns");
+  EXPECT_EQ(At(run, "/results/0/message/text"), "think again");
 }
 
 TEST(SarifReport, AdviceIsANotificationOfThatLevel) {
@@ -225,19 +212,15 @@ TEST(SarifReport, EachInputErrorIsANotificationWithItsPlace) {
 TEST(SarifReport, BadInputOfTheRunningConfigurationIsShownThere) {
   DeviceReport device = BadInput("a.xml");
   device.input_errors = {"running.xml:12:1: contains a NUL byte"};
-  const Json notification = RunOf({device})
-                                .at("invocations")
-                                .at(0)
-                                .at("toolExecutionNotifications")
-                                .at(0);
-  const Json& place = notification.at("locations").at(0).at("physicalLocation");
-  EXPECT_EQ(place.at("artifactLocation").at("uri"), "running.xml");
-  EXPECT_EQ(place.at("region").at("startLine"), 12);
+  const Json invocation = At(RunOf({device}), "/invocations/0");
+  const Json place = At(
+      invocation, "/toolExecutionNotifications/0/locations/0/physicalLocation");
+  EXPECT_EQ(At(place, "/artifactLocation/uri"), "running.xml");
+  EXPECT_EQ(At(place, "/region/startLine"), 12);
 }
 
 TEST(SarifReport, AFailedPlugInIsANotificationForEachReason) {
-  const Json invocation =
-      RunOf({PluginFailed("a.xml")}).at("invocations").at(0);
+  const Json invocation = At(RunOf({PluginFailed("a.xml")}), "/invocations/0");
   EXPECT_EQ(invocation.at("executionSuccessful"), false);
   EXPECT_EQ(invocation.at("exitCode"), 3);
   const Json& notifications = invocation.at("toolExecutionNotifications");
@@ -249,10 +232,10 @@ TEST(SarifReport, AFailedPlugInIsANotificationForEachReason) {
 }
 
 TEST(SarifReport, WithAVerdictForEveryDeviceIsOfASuccessfulExecution) {
-  const Json accepted = RunOf({Accepted("a.xml")}).at("invocations").at(0);
+  const Json accepted = At(RunOf({Accepted("a.xml")}), "/invocations/0");
   EXPECT_EQ(accepted.at("executionSuccessful"), true);
   EXPECT_EQ(accepted.at("exitCode"), 0);
-  const Json refused = RunOf({Refused("a.xml")}).at("invocations").at(0);
+  const Json refused = At(RunOf({Refused("a.xml")}), "/invocations/0");
   EXPECT_EQ(refused.at("executionSuccessful"), true);
   EXPECT_EQ(refused.at("exitCode"), 1);
   EXPECT_TRUE(refused.at("toolExecutionNotifications").empty());
@@ -273,13 +256,8 @@ TEST(SarifReport, EscapesWhatAMessageTakesForPlaceholdersAndLinks) {
 
 TEST(SarifReport, NamesFilesByUris) {
   const auto uri = [](const std::string& file) {
-    DeviceReport device = Refused(file);
-    return ResultOf(device)
-        .at("locations")
-        .at(0)
-        .at("physicalLocation")
-        .at("artifactLocation")
-        .at("uri");
+    return At(ResultOf(Refused(file)),
+              "/locations/0/physicalLocation/artifactLocation/uri");
   };
   EXPECT_EQ(uri("/srv/a b/c#d.xml"), "file:///srv/a%20b/c%23d.xml");
   EXPECT_EQ(uri("x:y%z\xff.xml"), "x%3Ay%25z%FF.xml");

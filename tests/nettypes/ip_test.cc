@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <list>
 #include <set>
 #include <string>
 #include <utility>
@@ -351,19 +350,6 @@ TYPED_TEST(IpTest, PrefixesAreOrderedByAddressAndThenByLength) {
   prefixes.push_back(this->Prefix(TypeParam::kHighest, -1));
   prefixes.push_back(this->Prefix(TypeParam::kHighest, kHighest));
   ExpectStrictlyAscending(prefixes);
-}
-
-TYPED_TEST(IpTest, CopiesOfAListAreEqualAndIndependent) {
-  std::list<typename TypeParam::Mask> original = {
-      this->Prefix(TypeParam::kOne, 24), this->Prefix(TypeParam::kHalf, 30)};
-  const auto copy = original;
-  EXPECT_EQ(copy, original);
-  original.front().set_prefix_len(25);
-  original.back().set_addr(
-      TypeParam::Stored(Parsed<TypeParam>(TypeParam::kOne)));
-  EXPECT_NE(copy, original);
-  EXPECT_EQ(copy.front(), this->Prefix(TypeParam::kOne, 24));
-  EXPECT_EQ(copy.back(), this->Prefix(TypeParam::kHalf, 30));
 }
 
 TYPED_TEST(IpTest, OverlapsWhenOneContainsTheOther) {

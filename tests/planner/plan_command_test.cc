@@ -42,11 +42,6 @@ TEST_F(PlanTest, EndsAtTheLimitOfVerdictsAndSaysSo) {
   EXPECT_THAT(result.out, Not(HasSubstr("refused in any order")));
 }
 
-TEST_F(PlanTest, FindsTheSamePlanAgain) {
-  const Words plan = ToExample("floor-6-moved-under-ospfv3.xml");
-  EXPECT_EQ(Ipav(plan).out, Ipav(plan).out);
-}
-
 TEST_F(PlanTest, WritesIntoANewOrEmptyFolderOnly) {
   const std::string steps = in() + "/a/steps";
   const Words plan = ToExample("floor-7-added.xml", {"--output", steps});
@@ -127,13 +122,6 @@ TEST_F(PlanTest, NeedsTheNameOfAGoal) {
   const ProgramResult result = Ipav({"plan", "--running", kRunning, ""});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err, "ipav: no file is named as goal\n");
-}
-
-TEST_F(PlanTest, RefusesInputAsCheckDoes) {
-  const ProgramResult result =
-      Ipav({"plan", "--running", kRunning, WriteBad("bad.xml")});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_THAT(result.err, StartsWith("ipav: " + in() + "/bad.xml:"));
 }
 
 // Three devices: one reaches its goal, one does not, one cannot be read.

@@ -9,45 +9,22 @@
 namespace {
 
 // The calls of the platform interface. A C++ class has mangled names.
-const std::set<std::string>& Seam() {
-  static const std::set<std::string> names = {
-      "IdVrfFromComponent",
-      "cdb_get_int32",
-      "confd_errno",
-      "confd_free_value",
-      "confd_lasterr",
-      "confd_pp_value",
-      "confd_trans_seterr",
-      "get_config_vald_log_handle",
-      "get_lib_context",
-      "hostd_instance_get",
-      "hostd_maapi_socket_get",
-      "hostmw_gen_fault",
-      "hostmw_vlog_debug",
-      "limid_l3_vlan_from_components",
-      "limid_to_ifindex",
-      "maapi_destroy_cursor",
-      "maapi_exists",
-      "maapi_get_elem",
-      "maapi_get_int32_elem",
-      "maapi_get_ipv4_and_plen_elem",
-      "maapi_get_ipv6_and_plen_elem",
-      "maapi_get_next",
-      "maapi_get_str_elem",
-      "maapi_get_u_int16_elem",
-      "maapi_get_u_int32_elem",
-      "maapi_get_u_int8_elem",
-      "maapi_init_cursor",
-      "maapi_keypath_diff_iterate",
-      "maapi_num_instances",
-      "maapi_xpath_eval_expr",
-  };
-  return names;
-}
+constexpr char kSeam[] =
+    " IdVrfFromComponent cdb_get_int32 confd_errno confd_free_value "
+    "confd_lasterr confd_pp_value confd_trans_seterr "
+    "get_config_vald_log_handle get_lib_context hostd_instance_get "
+    "hostd_maapi_socket_get hostmw_gen_fault hostmw_vlog_debug "
+    "limid_l3_vlan_from_components limid_to_ifindex maapi_destroy_cursor "
+    "maapi_exists maapi_get_elem maapi_get_int32_elem "
+    "maapi_get_ipv4_and_plen_elem maapi_get_ipv6_and_plen_elem "
+    "maapi_get_next maapi_get_str_elem maapi_get_u_int16_elem "
+    "maapi_get_u_int32_elem maapi_get_u_int8_elem maapi_init_cursor "
+    "maapi_keypath_diff_iterate maapi_num_instances maapi_xpath_eval_expr ";
 
 bool IsOfTheSeam(const std::string& name) {
   constexpr char kSession[] = "19HostdCdbSessionBase";
-  return Seam().count(name) > 0 || name.find(kSession) != std::string::npos;
+  return std::string(kSeam).find(" " + name + " ") != std::string::npos ||
+         name.find(kSession) != std::string::npos;
 }
 
 // The run-time libraries version their symbols.

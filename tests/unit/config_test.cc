@@ -54,14 +54,6 @@ class Probe : public GenericConfig {
   }
 };
 
-TEST(ReadOnceTest, ANewReaderIsUnboundAndUnread) {
-  const Probe reader;
-  EXPECT_EQ(reader.sock(), -1);
-  EXPECT_EQ(reader.confd_trans(), nullptr);
-  EXPECT_FALSE(reader.ipv4_read());
-  EXPECT_FALSE(reader.ipv6_read());
-}
-
 TEST(ReadOnceTest, ReadsAFamilyThatIsAskedForTwiceOnce) {
   for (const auto family : {kIpv4, kIpv6}) {
     Probe reader;

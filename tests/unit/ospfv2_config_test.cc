@@ -22,7 +22,6 @@
 namespace ipav::testing {
 namespace {
 
-using ip_application::config_valid::Config;
 using ip_application::config_valid::ConfigAddrFamily;
 using ip_application::config_valid::GenericConfig;
 using ip_application::config_valid::OspfIf;
@@ -128,16 +127,6 @@ class Ospfv2ConfigTest : public PluginTest {
 };
 
 // ---- A new reader -----------------------------------------------------------
-
-TEST_F(Ospfv2ConfigTest, ANewReaderHasNoRecordsAndHasReadNothing) {
-  const Ospfv2Config fresh;
-  EXPECT_TRUE(fresh.interfaces().empty());
-  EXPECT_EQ(fresh.sock(), -1);
-  EXPECT_EQ(fresh.confd_trans(), nullptr);
-  EXPECT_FALSE(fresh.ipv4_read());
-  EXPECT_FALSE(fresh.ipv6_read());
-  EXPECT_TRUE(fake.calls().empty());
-}
 
 // ---- What is read -----------------------------------------------------------
 

@@ -178,19 +178,6 @@ TEST(RouteKeyTest, OrdersThePrefixesOfAVrf) {
 
 // ---- A route ----------------------------------------------------------------
 
-TEST(StaticRouteTest, GivesWhatItWasMadeOf) {
-  const StaticRouteIPv4 four("eth0", "a", Mask4("10.1.0.0/16"),
-                             Addr4("10.0.0.1"));
-  EXPECT_EQ(four.intf_name(), "eth0");
-  EXPECT_EQ(four.vrf_name(), "a");
-  EXPECT_EQ(four.network(), Mask4("10.1.0.0/16"));
-  EXPECT_EQ(four.next_hop(), Addr4("10.0.0.1"));
-  const StaticRouteIPv6 six("", "global", Mask6("2001:db8::/32"),
-                            Addr6("fe80::1"));
-  EXPECT_EQ(six.network(), Mask6("2001:db8::/32"));
-  EXPECT_EQ(six.next_hop(), Addr6("fe80::1"));
-}
-
 TEST(StaticRouteTest, PrintsItsAddressesWithoutItsFamilyBeingKnown) {
   EXPECT_EQ(TextOf(SomeRoute()), "vrf 1.0.0.0/8 via 2.0.0.1 by 'some'");
   const Route six = std::make_shared<StaticRouteIPv6>(
@@ -199,12 +186,6 @@ TEST(StaticRouteTest, PrintsItsAddressesWithoutItsFamilyBeingKnown) {
 }
 
 // ---- No routes --------------------------------------------------------------
-
-TEST_F(StaticRouteConfigTest, ANewReaderHasNoRoutes) {
-  EXPECT_EQ(reader->ipv4_count(), 0U);
-  EXPECT_EQ(reader->ipv6_count(), 0U);
-  EXPECT_FALSE(reader->FindOutputInterface(""));
-}
 
 TEST_F(StaticRouteConfigTest, AnEmptyTableAnswersNoToEverything) {
   Read();

@@ -983,18 +983,5 @@ TEST(AFailingDisk, LeavesTheCandidateAsItWas) {
   EXPECT_EQ(server.candidate(), kHasOne);
 }
 
-// A plug-in that fails.
-
-TEST(AFailingPlugin, RefusesTheCommitAndLeavesTheServer) {
-  Server server;
-  for (const std::string leaf : {"die", "throw", "silent"}) {
-    server.Edit("<top NS><" + leaf + ">x</" + leaf + "></top>");
-    EXPECT_TRUE(Contains(Text(server->Commit(kMine)), "/m:top/" + leaf));
-    EXPECT_EQ(Text(server->DiscardChanges(kMine)), "");
-  }
-  server.Commit(kTwo);
-  EXPECT_EQ(server.running(), kHasTwo);
-}
-
 }  // namespace
 }  // namespace ipav::store

@@ -549,14 +549,6 @@ INSTANTIATE_TEST_SUITE_P(
             "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
             "\"Delete\" is no value of the attribute \"operation\""),
         TopError(
-            "OperationEmpty", "", "<a NC:\"\">2</a>",
-            "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
-            "\"\" is no value of the attribute \"operation\""),
-        TopError(
-            "OperationUnknown", "", "<a NC:\"erase\">2</a>",
-            "bad-attribute /m:top/a {bad-attribute=operation} {bad-element=a}: "
-            "\"erase\" is no value of the attribute \"operation\""),
-        TopError(
             "DefaultOfAnotherValue", "", "<d" + Tag("true") + ">6</d>",
             "invalid-value /m:top/d {bad-element=d}: is not the default value"),
         TopError("DefaultOfALeafWithoutOne", "", "<a" + Tag("true") + ">6</a>",

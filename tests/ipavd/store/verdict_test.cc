@@ -296,11 +296,5 @@ TEST_F(RollbackTest, IsRefusedWhenTheSessionEnds) {
   ExpectItStays();
 }
 
-TEST_F(RollbackTest, IsRefusedAtARestart) {
-  router_.UsePlugin(IPAV_PLUGIN);
-  router_.Restart();
-  ExpectItStays();
-}
-
 }  // namespace
 }  // namespace ipav::store

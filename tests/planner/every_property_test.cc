@@ -65,7 +65,7 @@ std::string Host(const std::string& address) {
 void AddAddresses(const std::string& kind, const json& entry,
                   std::vector<json>* parts) {
   const std::string name =
-      fmt::format("{}-{}", kind, std::string(entry["name"]));
+      fmt::format("{}-{}", kind, entry["name"].get<std::string>());
   std::map<std::string, std::string> known;  // by host
   if (kind == "l3" && Chance(1, 3)) {
     for (const auto& address : AnyOf(kIpv4, 3)) known[Host(address)] = address;
@@ -144,7 +144,7 @@ std::vector<json> AnyParts() {
 
 json RunningOf(json data, Running running) {
   if (running == Running::kNothing) return json::object();
-  for (auto& [kind, entries] :
+  for (const auto& [kind, entries] :
        data["vorplex-config:config"]["interface"].items()) {
     for (json& entry : entries) {
       if (running == Running::kNoIpv6) {

@@ -39,16 +39,14 @@ import sys
 import tempfile
 import time
 
+import ledger
 import netconf
-from ledger import CONFIG, IPAPP
 
 HERE = pathlib.Path(__file__).resolve().parent
 PEERS = {
     "netconfd": ("", ""),
-    "netconfd, must": (
-        "// must",
-        'must "count(../../interface[address = current()]) = 1";',
-    ),
+    "netconfd, must": ("// must", 'must "count(../../interface'
+                       '[address = current()]) = 1";'),
     "netconfd, unique": ("// unique", 'unique "address";'),
 }
 MODULES = "/usr/share/yuma/modules"
@@ -63,11 +61,9 @@ MOST_L3 = 256  # interfaces of kind l3 that ipav's network element takes
 
 def edit_of(config):
     # The test is the commit's: netconfd would make it twice.
-    return (
-        "<edit-config><target><candidate/></target>"
-        "<test-option>set</test-option>"
-        f"<config>{config}</config></edit-config>"
-    )
+    return ("<edit-config><target><candidate/></target>"
+            "<test-option>set</test-option>"
+            f"<config>{config}</config></edit-config>")
 
 
 def address_of(place, host=1):
@@ -81,45 +77,33 @@ class Ipav:
     def __init__(self, name, options, folder, keys):
         self.name = name
         self.keys = keys
-        more = (
-            ["--ssh", "0", "--authorized-keys", keys.authorized] if keys else []
-        )
-        self.state = folder / name
-        log = folder / f"{name}.log"
-        self.server = netconf.serve(options.ipavd, self.state, log, *more)
+        more = ["--ssh", "0", "--authorized-keys", keys.authorized] \
+            if keys else []
+        self.server = netconf.Server(options.ipavd, folder / name, *more)
 
     def connect(self):
         if not self.keys:
-            return netconf.connect_unix(self.state / "netconf.sock")
-        log = self.server.log.read_text()
-        port = log.split("listening for SSH on 127.0.0.1:")[1].split()[0]
-        return netconf.connect_command(self.keys.client(port))
+            return netconf.connect_unix(self.server.socket)
+        return netconf.connect_command(
+            self.keys.client(str(self.server.port)))
 
     @staticmethod
     def config(addresses):
         def interface(place, address):
-            ip = f"<address><ip>{address}</ip></address>"
-            kind = "l3" if place < MOST_L3 else "loopback"
-            return (
-                f'<{kind} xmlns="{IPAPP}"><name>port-{place}</name>'
-                f"<ipv4>{ip}</ipv4></{kind}>"
-            )
+            l3 = ledger.l3(f"port-{place}", f"<ip>{address}</ip>")
+            return l3 if place < MOST_L3 else \
+                l3.replace("<l3", "<loopback").replace("/l3>", "/loopback>")
 
-        return (
-            f'<config xmlns="{CONFIG}"><interface>'
-            + "".join(interface(*each) for each in addresses.items())
-            + "</interface></config>"
-        )
+        return ledger.config(*[interface(*each)
+                               for each in addresses.items()])
 
     def processes(self, _):
         return [self.server.pid, *netconf.family(self.server.pid)]
 
     def wants(self, error):
-        return (
-            error.get("error-message") == "l3 port-0 vrf global ipv4 address "
-            "10.0.1.1/24 overlaps with l3 port-1 vrf global ipv4 address "
-            "10.0.1.1/24."
-        )
+        return error.get("error-message") == (
+            "l3 port-0 vrf global ipv4 address 10.0.1.1/24 overlaps with l3 "
+            "port-1 vrf global ipv4 address 10.0.1.1/24.")
 
     def stop(self):
         self.server.stop()
@@ -137,27 +121,17 @@ class Netconfd:
         text = (HERE / "bench-interfaces.yang").read_text()
         folder.mkdir()
         (folder / "bench-interfaces.yang").write_text(
-            text.replace(*PEERS[name]) if PEERS[name][0] else text
-        )
+            text.replace(*PEERS[name]) if PEERS[name][0] else text)
         startup = folder / "startup.xml"
         startup.write_text(f'<config xmlns="{netconf.NETCONF}"/>\n')
         self.server = netconf.Process(
-            [
-                NETCONFD,
-                f"--home={folder}",
-                f"--modpath={folder}:{MODULES}",
-                "--module=bench-interfaces",
-                f"--ncxserver-sockname={self.socket}",
-                f"--port={self.port}",
-                "--target=candidate",
-                "--access-control=off",
-                f"--superuser={getpass.getuser()}",
-                f"--startup={startup}",
-                "--log-level=error",
-            ],
-            folder / "netconfd.log",
-            folder,
-        )
+            [NETCONFD, f"--home={folder}", f"--modpath={folder}:{MODULES}",
+             "--module=bench-interfaces",
+             f"--ncxserver-sockname={self.socket}", f"--port={self.port}",
+             "--target=candidate", "--access-control=off",
+             f"--superuser={getpass.getuser()}", f"--startup={startup}",
+             "--log-level=error"],
+            folder / "netconfd.log", folder)
         self.server.wait_until(self.socket.exists, "netconfd does not start")
         if keys:
             self.sshd = keys.serve(folder, self.port, self.subsystem())
@@ -169,40 +143,29 @@ class Netconfd:
         if self.keys:
             session = netconf.connect_command(self.keys.client(self.port))
         else:
-            # What sshd tells of the connection.
-            environment = {
-                "SSH_CONNECTION": f"127.0.0.1 1 127.0.0.1 {self.port}",
-                "USER": getpass.getuser(),
-            }
             session = netconf.connect_command(
-                self.subsystem().split(), environment
-            )
+                self.subsystem().split(),
+                # What sshd tells of the connection.
+                {"SSH_CONNECTION": f"127.0.0.1 1 127.0.0.1 {self.port}",
+                 "USER": getpass.getuser()})
         # A request that reaches netconfd together with the hello has no answer.
         time.sleep(HELLO_SECONDS)
         return session
 
     @staticmethod
     def config(addresses):
-        return (
-            '<interfaces xmlns="urn:bench:interfaces">'
-            + "".join(
-                f"<interface><name>port-{place}</name>"
-                f"<address>{address}</address></interface>"
-                for place, address in addresses.items()
-            )
-            + "</interfaces>"
-        )
+        return ('<interfaces xmlns="urn:bench:interfaces">' + "".join(
+            f"<interface><name>port-{place}</name>"
+            f"<address>{address}</address></interface>"
+            for place, address in addresses.items()) + "</interfaces>")
 
     def processes(self, session):
         carrier = self.sshd.pid if self.sshd else session.process.pid
         return [self.server.pid, carrier, *netconf.family(carrier)]
 
     def wants(self, error):
-        wanted = {
-            "netconfd": None,
-            "netconfd, must": "must-violation",
-            "netconfd, unique": "data-not-unique",
-        }
+        wanted = {"netconfd": None, "netconfd, must": "must-violation",
+                  "netconfd, unique": "data-not-unique"}
         return error.get("error-app-tag") == wanted[self.name]
 
     def stop(self):
@@ -225,8 +188,7 @@ class Keys:
         for key in (self.key, self.host):
             subprocess.run(
                 ["ssh-keygen", "-q", "-t", "ecdsa", "-N", "", "-f", str(key)],
-                check=True,
-            )
+                check=True)
         self.authorized = f"{self.key}.pub"
 
     def client(self, port):
@@ -236,7 +198,7 @@ class Keys:
             "-o", "StrictHostKeyChecking=no",
             "-o", "UserKnownHostsFile=/dev/null",
             "-s", f"{getpass.getuser()}@127.0.0.1", "netconf",
-        ]  # fmt: skip
+        ]
 
     def serve(self, folder, port, subsystem):
         if os.getuid() == 0:
@@ -246,11 +208,9 @@ class Keys:
             f"ListenAddress 127.0.0.1:{port}\nHostKey {self.host}\n"
             f"AuthorizedKeysFile {self.authorized}\nPidFile none\n"
             "StrictModes no\nUsePAM no\nPasswordAuthentication no\n"
-            f"Subsystem netconf {subsystem}\n"
-        )
-        server = netconf.Process(
-            [SSHD, "-D", "-e", "-f", str(config)], folder / "sshd.log"
-        )
+            f"Subsystem netconf {subsystem}\n")
+        server = netconf.Process([SSHD, "-D", "-e", "-f", str(config)],
+                                 folder / "sshd.log")
         server.wait_for_log("Server listening")
         return server
 
@@ -299,13 +259,9 @@ class Contestant:
 
     def row(self, size):
         both = self.both()
-        times = [
-            netconf.quantile(self.edits, 0.5),
-            netconf.quantile(self.commits, 0.5),
-            netconf.quantile(both, 0.5),
-            netconf.quantile(both, 0.99),
-            max(both),
-        ]
+        times = [*[netconf.quantile(each, 0.5)
+                   for each in (self.edits, self.commits, both)],
+                 netconf.quantile(both, 0.99), max(both)]
         cells = [f"{1000 * each:,.1f}" for each in times]
         if len(both) < 100:
             cells[3] = ""
@@ -315,10 +271,8 @@ class Contestant:
         return [f"{size:,}", self.server.name, str(len(both)), *cells]
 
 
-HEAD = [
-    "interfaces", "server", "commits", "edit, ms", "commit, ms", "both, ms",
-    "p99, ms", "longest, ms", "own RSS, MiB", "all data, MiB",
-]  # fmt: skip
+HEAD = ["interfaces", "server", "commits", "edit, ms", "commit, ms", "both, ms",
+        "p99, ms", "longest, ms", "own RSS, MiB", "all data, MiB"]
 
 
 def print_row(cells):
@@ -365,8 +319,7 @@ def missing(transport):
 
 def main():
     parser = argparse.ArgumentParser(
-        description=__doc__, formatter_class=argparse.RawTextHelpFormatter
-    )
+        description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
     parser.add_argument("ipavd")
     parser.add_argument("--sizes", default="10,100,1000")
     parser.add_argument("--rounds", type=int, default=300)
@@ -374,10 +327,8 @@ def main():
     parser.add_argument("--transport", choices=["ssh", "local"], default="ssh")
     options = parser.parse_args()
     if missing(options.transport):
-        print(
-            f"skipped: no {', '.join(missing(options.transport))} "
-            "(apt install netconfd openssh-server)"
-        )
+        print(f"skipped: no {', '.join(missing(options.transport))} "
+              "(apt install netconfd openssh-server)")
         return
     begin = netconf.load_average()
     print_row(HEAD)
@@ -386,10 +337,8 @@ def main():
         with scratch() as folder:
             keys = Keys(folder) if options.transport == "ssh" else None
             measure(options, size, folder, keys)
-    print(
-        f"transport {options.transport}; load average {begin} before, "
-        f"{netconf.load_average()} after, {os.cpu_count()} processors"
-    )
+    print(f"transport {options.transport}; load average {begin} before, "
+          f"{netconf.load_average()} after, {os.cpu_count()} processors")
 
 
 if __name__ == "__main__":

@@ -25,7 +25,6 @@ import contextlib
 import os
 import pathlib
 import random
-import shutil
 import signal
 import sys
 import tempfile
@@ -33,21 +32,12 @@ import threading
 import time
 
 from ledger import Pair, Violation, edit_of, interfaces_in, l3
-from netconf import (
-    connect_unix,
-    error_of,
-    family,
-    is_ok,
-    load_average,
-    memory,
-    quantile,
-    serve,
-)
+from netconf import (GET, Server, connect_unix, error_of, family, is_ok,
+                     load_average, memory, quantile)
 
 LOCK = "<lock><target><candidate/></target></lock>"
 UNLOCK = "<unlock><target><candidate/></target></unlock>"
 COMMIT = "<commit/>"
-GET = "<get-config><source><running/></source></get-config>"
 
 MOST_L3 = 256  # interfaces of kind l3 that the network element takes
 MOST_PAIRS = 16  # of one client
@@ -56,18 +46,23 @@ READ_SECONDS = 2
 SAMPLE_SECONDS = 0.5
 
 
+def must(session, operation):
+    reply = session.rpc(operation)
+    if not is_ok(reply):
+        raise Violation(f"{operation}\nis answered by\n{reply}")
+
+
 class Client(threading.Thread):
     """Commits one after another; `ledger` is what is known of them."""
 
-    def __init__(self, number, path, run):
+    def __init__(self, number, run):
         super().__init__(daemon=True)
-        self.session = connect_unix(path)
+        self.session = run.connect()
         self.run_ = run
         self.random = random.Random(number)
         self.pairs = [Pair(number, i) for i in range(run.pairs_each)]
         self.serial = run.pairs_each
         self.refused = set()
-        self.accepted = 0
         self.denied = 0
         self.times = {"commit": [], "refusal": [], "both": [], "whole": []}
 
@@ -80,21 +75,14 @@ class Client(threading.Thread):
         finally:
             self.session.close()
 
-    def must(self, operation):
-        reply = self.session.rpc(operation)
-        if not is_ok(reply):
-            raise Violation(f"{operation}\nis answered by\n{reply}")
-
     def lock(self):
         while True:
             reply = self.session.rpc(LOCK)
             if is_ok(reply):
                 return
             error = error_of(reply)
-            held = "candidate is locked by session "
-            if error.get("error-tag") != "lock-denied" or not error[
-                "error-message"
-            ].startswith(held):
+            if not error.get("error-message", "").startswith(
+                    "candidate is locked by session "):
                 raise Violation(f"lock is answered by\n{reply}")
             self.denied += 1
             self.pause()
@@ -114,28 +102,22 @@ class Client(threading.Thread):
         start = time.perf_counter()
         self.lock()
         locked = time.perf_counter()
-        self.must(pair.edit(self.serial, bad if is_bad else ""))
+        must(self.session, pair.edit(self.serial, bad if is_bad else ""))
         edited = time.perf_counter()
         pair.tried = self.serial
-        reply = self.session.rpc(COMMIT)
-        done = time.perf_counter()
         if is_bad:
+            reply = self.session.rpc(COMMIT)
+            self.times["refusal"].append(time.perf_counter() - edited)
             self.check_refusal(reply, text)
-            self.times["refusal"].append(done - edited)
         else:
-            self.check_accepted(reply)
+            must(self.session, COMMIT)
+            done = time.perf_counter()
             pair.committed = self.serial
-            self.accepted += 1
             self.times["commit"].append(done - edited)
             self.times["both"].append(done - locked)
-        self.must(UNLOCK)
+        must(self.session, UNLOCK)
         self.times["whole"].append(time.perf_counter() - start)
         self.pause()
-
-    @staticmethod
-    def check_accepted(reply):
-        if not is_ok(reply):
-            raise Violation(f"commit is answered by\n{reply}")
 
     @staticmethod
     def check_refusal(reply, text):
@@ -157,10 +139,8 @@ class Run:
     def __init__(self, options, folder):
         self.options = options
         self.state = folder / "state"
-        self.log = folder / "server.log"
         self.pairs_each = min(
-            MOST_PAIRS, options.interfaces // (2 * options.clients)
-        )
+            MOST_PAIRS, options.interfaces // (2 * options.clients))
         self.violations = []
         self.over = threading.Event()
         self.end = 0.0
@@ -183,41 +163,35 @@ class Run:
         return self.over.is_set()
 
     def commits(self):
-        return sum(
-            each.accepted + len(each.times["refusal"]) for each in self.clients
-        )
+        return len(self.times("commit") + self.times("refusal"))
+
+    def times(self, what):
+        return [each for client in self.clients for each in client.times[what]]
+
+    def pairs(self):
+        return [pair for client in self.clients for pair in client.pairs]
 
     def start_server(self):
-        self.server = serve(self.options.ipavd, self.state, self.log)
+        self.server = Server(self.options.ipavd, self.state)
 
     def connect(self):
-        return connect_unix(self.state / "netconf.sock")
+        return connect_unix(self.server.socket)
 
     def start(self):
         self.start_server()
-        path = self.state / "netconf.sock"
-        self.clients = [
-            Client(i, path, self) for i in range(self.options.clients)
-        ]
+        self.clients = [Client(i, self) for i in range(self.options.clients)]
         self.fill()
 
     def fill(self):
         """The configuration that the clients begin with."""
-        everyone = [
-            each
-            for client in self.clients
-            for pair in client.pairs
-            for each in pair.initial()
-        ]
+        everyone = [each for pair in self.pairs() for each in pair.initial()]
         for i in range(self.options.interfaces - len(everyone)):
             place = 4 * i
             ip = f"<ip>9.0.{place >> 8}.{(place & 255) + 1}/30</ip>"
             everyone.append(l3(f"idle-{i}", ip))
         with contextlib.closing(self.connect()) as session:
             for operation in (edit_of(everyone), COMMIT):
-                reply = session.rpc(operation)
-                if not is_ok(reply):
-                    raise Violation(reply)
+                must(session, operation)
 
     def work(self):
         begin = time.monotonic()
@@ -225,11 +199,8 @@ class Run:
         with contextlib.closing(self.connect()) as reader:
             helpers = [
                 threading.Thread(target=self.repeat, args=each, daemon=True)
-                for each in (
-                    (lambda: self.read(reader), READ_SECONDS),
-                    (self.sample, SAMPLE_SECONDS),
-                )
-            ]
+                for each in ((lambda: self.read(reader), READ_SECONDS),
+                             (self.sample, SAMPLE_SECONDS))]
             for thread in self.clients + helpers:
                 thread.start()
             for thread in self.clients + helpers:
@@ -254,11 +225,7 @@ class Run:
     def look_at(self, source, name):
         """Every commit that had its ok is there, refused ones are not, and none
         is in part."""
-        floors = {
-            pair: pair.committed
-            for client in self.clients
-            for pair in client.pairs
-        }
+        floors = {pair: pair.committed for pair in self.pairs()}
         interfaces = interfaces_in(source())
         if len(interfaces) != self.options.interfaces:
             raise Violation(f"{name} has {len(interfaces)} interfaces")
@@ -275,9 +242,8 @@ class Run:
 
     def check_end(self, when):
         """Now nothing is under way: what is there is what had its ok."""
-        for client in self.clients:
-            for pair in client.pairs:
-                pair.tried = pair.committed
+        for pair in self.pairs():
+            pair.tried = pair.committed
         with contextlib.closing(self.connect()) as session:
             self.look_at(lambda: session.rpc(GET), f"running {when}")
         self.look_at(self.read_file, f"running.xml {when}")
@@ -293,9 +259,8 @@ class Run:
             raise Violation(f"the server ended with {status}")
 
     def sample(self):
-        pid = self.server.pid
-        rss = {child: memory(child) for child in family(pid)}
-        self.samples.append((memory(pid), rss))
+        rss = {child: memory(child) for child in family(self.server.pid)}
+        self.samples.append((memory(self.server.pid), rss))
 
     def growth(self):
         """KiB of the server's own process and of the others that are there all
@@ -311,10 +276,8 @@ class Run:
             return quantile([value(*each) for each in samples], 0.5)
 
         own = [median(each, lambda rss, _: rss) for each in (early, late)]
-        others = [
-            median(each, lambda _, rss: sum(rss[pid] for pid in lasting))
-            for each in (early, late)
-        ]
+        others = [median(each, lambda _, rss: sum(rss[pid] for pid in lasting))
+                  for each in (early, late)]
         return own, others, len(lasting)
 
     def check_memory(self):
@@ -324,32 +287,23 @@ class Run:
         own, others, _ = growth
         for name, (early, late) in (("own", own), ("other", others)):
             if late - early > self.options.growth:
-                raise Violation(
-                    f"memory of the server's {name} processes grows from "
-                    f"{early} to {late} KiB"
-                )
+                raise Violation(f"memory of the server's {name} processes "
+                                f"grows from {early} to {late} KiB")
 
 
 def report(run, seconds):
-    accepted = sum(client.accepted for client in run.clients)
-    commits = run.commits()
-    refused = commits - accepted
-    print(
-        f"{commits} commits of {len(run.clients)} clients in {seconds:.0f} s, "
-        f"{commits / seconds:.1f}/s: {accepted} accepted, {refused} refused; "
-        f"{run.options.interfaces} interfaces"
-    )
+    commits, accepted = run.commits(), len(run.times("commit"))
+    print(f"{commits} commits of {len(run.clients)} clients in {seconds:.0f} "
+          f"s, {commits / seconds:.1f}/s: {accepted} accepted, "
+          f"{commits - accepted} refused; {run.options.interfaces} interfaces")
     denied = sum(client.denied for client in run.clients)
     print(f"lock-denied: {denied}, each tried again; reads: {run.reads}")
     print("| ms | median | p99 | longest |\n| --- | ---: | ---: | ---: |")
-    for key, name in (
-        ("commit", "commit, accepted"),
-        ("refusal", "commit, refused"),
-        ("both", "edit-config and commit"),
-        ("whole", "with waiting for the lock, and unlock"),
-    ):
-        times = [each for client in run.clients for each in client.times[key]]
-        if times:
+    for key, name in (("commit", "commit, accepted"),
+                      ("refusal", "commit, refused"),
+                      ("both", "edit-config and commit"),
+                      ("whole", "with waiting for the lock, and unlock")):
+        if times := run.times(key):
             figures = (quantile(times, 0.5), quantile(times, 0.99), max(times))
             cells = [f"{1000 * figure:.1f}" for figure in figures]
             print(f"| {name} | " + " | ".join(cells) + " |")
@@ -357,11 +311,9 @@ def report(run, seconds):
     if growth:
         own, others, number = growth
         peak = max(rss for rss, _ in run.samples)
-        print(
-            f"memory: own process {own[0]} KiB after warming up, {own[1]} at "
-            f"the end, at most {peak}; {number} others {others[0]} and "
-            f"{others[1]} KiB"
-        )
+        print(f"memory: own process {own[0]} KiB after warming up, {own[1]} "
+              f"at the end, at most {peak}; {number} others {others[0]} and "
+              f"{others[1]} KiB")
     print(f"load average {load_average()}, {os.cpu_count()} processors")
 
 
@@ -380,15 +332,14 @@ def execute(run):
             run.server.stop(signal.SIGKILL)
     for violation in run.violations:
         print(f"violation: {violation}", file=sys.stderr)
-    if run.violations and run.log.exists():
-        print(run.log.read_text()[-2000:], file=sys.stderr)
+    if run.violations and run.server:
+        print(run.server.log()[-2000:], file=sys.stderr)
     return 1 if run.violations else 0
 
 
 def parse(arguments):
     parser = argparse.ArgumentParser(
-        description=__doc__, formatter_class=argparse.RawTextHelpFormatter
-    )
+        description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
     parser.add_argument("ipavd")
     parser.add_argument("--seconds", type=float, default=300)
     parser.add_argument("--commits", type=int, default=10000)
@@ -404,11 +355,9 @@ def parse(arguments):
 
 def main():
     options = parse(sys.argv[1:])
-    folder = tempfile.mkdtemp(prefix="ipav-load-", dir=options.folder)
-    try:
+    with tempfile.TemporaryDirectory(prefix="ipav-load-",
+                                     dir=options.folder) as folder:
         status = execute(Run(options, pathlib.Path(folder)))
-    finally:
-        shutil.rmtree(folder)
     if status == 0:
         print("no commit lost, none in part, every refusal with its text")
     sys.exit(status)

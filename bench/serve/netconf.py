@@ -1,4 +1,4 @@
-"""NETCONF for measurements: sessions without a library's waiting, servers, and
+"""NETCONF for tests and measurements: sessions framed by hand, servers, and
 what both take."""
 
 import os
@@ -11,49 +11,70 @@ import tempfile
 import time
 
 NETCONF = "urn:ietf:params:xml:ns:netconf:base:1.0"
-HELLO = (
-    f'<hello xmlns="{NETCONF}"><capabilities><capability>'
-    "urn:ietf:params:netconf:base:1.1</capability></capabilities></hello>"
-)
+HELLO = (f'<hello xmlns="{NETCONF}"><capabilities><capability>'
+         "urn:ietf:params:netconf:base:%s</capability></capabilities></hello>")
+GET = "<get-config><source><running/></source></get-config>"
 MARK = b"]]>]]>"
 HEADER = re.compile(rb"\n#(#|[1-9][0-9]*)\n")
 
-# Seconds for a start, or for an answer, of a machine that is busy.
+# Seconds that a busy machine may take for a start, or for an answer.
 PATIENCE = 120
 
 
-class Session:
-    """A NETCONF 1.1 session over a connected socket, its own from now on."""
+def wait_until(condition, what, has_ended=lambda: False):
+    """Until the condition holds; `what` tells what is there otherwise."""
+    end = time.monotonic() + PATIENCE
+    while True:
+        is_over = has_ended() or time.monotonic() > end
+        if condition():
+            return
+        if is_over:
+            raise RuntimeError(what())
+        time.sleep(0.01)
 
-    def __init__(self, connection, process=None):
+
+def chunked(text):
+    """A message as a client of NETCONF 1.1 sends it."""
+    data = text.encode()
+    return b"\n#%d\n%s\n##\n" % (len(data), data)
+
+
+class Session:
+    """A NETCONF session over a connected socket, its own from now on."""
+
+    def __init__(self, connection, process=None, version="1.1", greet=True):
         self.socket = connection
         self.process = process  # what stands at its other end, if any
+        self.version = version
         self.bytes = b""
         self.number = 0
+        self.hello = None
         self.socket.settimeout(PATIENCE)
-        self.socket.sendall(HELLO.encode() + MARK)
-        self.hello = self.receive_hello()
+        if greet:
+            self.send((HELLO % version).encode() + MARK)
+            self.hello = self.receive_marked()
+
+    def send(self, data):
+        self.socket.sendall(data)
 
     def more(self):
         got = self.socket.recv(1 << 20)
         if not got:
-            raise EOFError("the server ended the session")
+            raise EOFError(self.bytes)
         self.bytes += got
 
-    def receive_hello(self):
+    def receive_marked(self):
         while MARK not in self.bytes:
             self.more()
-        hello, self.bytes = self.bytes.split(MARK, 1)
-        return hello.decode()
+        message, self.bytes = self.bytes.split(MARK, 1)
+        return message.decode()
 
-    def receive(self):
+    def receive_chunked(self):
         message = []
         while True:
-            header = HEADER.match(self.bytes)
-            while not header:
+            while not (header := HEADER.match(self.bytes)):
                 self.more()
-                header = HEADER.match(self.bytes)
-            self.bytes = self.bytes[header.end() :]
+            self.bytes = self.bytes[header.end():]
             if header.group(1) == b"#":
                 return b"".join(message).decode()
             size = int(header.group(1))
@@ -62,14 +83,19 @@ class Session:
             message.append(self.bytes[:size])
             self.bytes = self.bytes[size:]
 
+    def receive(self):
+        return self.receive_marked() if self.version == "1.0" \
+            else self.receive_chunked()
+
+    def send_message(self, text):
+        self.send(text.encode() + MARK if self.version == "1.0" else
+                  chunked(text))
+
     def rpc(self, operation):
         """The reply to an operation."""
         self.number += 1
-        text = (
-            f'<rpc message-id="{self.number}" xmlns="{NETCONF}">'
-            f"{operation}</rpc>"
-        ).encode()
-        self.socket.sendall(b"\n#%d\n%s\n##\n" % (len(text), text))
+        self.send_message(f'<rpc message-id="{self.number}" '
+                          f'xmlns="{NETCONF}">{operation}</rpc>')
         return self.receive()
 
     def close(self):
@@ -79,10 +105,14 @@ class Session:
             self.process.wait()
 
 
-def connect_unix(path):
+def connect_unix(path, kind=Session, **more):
     connection = socket.socket(socket.AF_UNIX)
-    connection.connect(str(path))
-    return Session(connection)
+    try:
+        connection.connect(str(path))
+        return kind(connection, **more)
+    except BaseException:
+        connection.close()
+        raise
 
 
 def connect_command(command, environment=None):
@@ -90,12 +120,8 @@ def connect_command(command, environment=None):
     ours, its = socket.socketpair()
     with its, tempfile.TemporaryFile() as messages:
         process = subprocess.Popen(
-            command,
-            stdin=its,
-            stdout=its,
-            stderr=messages,
-            env={**os.environ, **(environment or {})},
-        )
+            command, stdin=its, stdout=its, stderr=messages,
+            env={**os.environ, **(environment or {})})
         its.close()
         try:
             return Session(ours, process)
@@ -104,8 +130,7 @@ def connect_command(command, environment=None):
             process.wait()
             messages.seek(0)
             text = messages.read().decode(errors="replace")
-            text = f"{' '.join(command)}: {error} {text}"
-            raise RuntimeError(text) from error
+            raise RuntimeError(f"{command}: {error} {text}") from error
 
 
 def is_ok(reply):
@@ -114,12 +139,9 @@ def is_ok(reply):
 
 def error_of(reply):
     """The parts of the first error by name, entities left as they are."""
-    error = re.search(r"<(?:\w+:)?rpc-error[ >].*", reply, re.S)
-    if not error:
-        return {}
     part = r"<(?:\w+:)?(error-[a-z-]+)(?: [^>]*)?>([^<]*)</"
     parts = {}
-    for name, text in re.findall(part, error.group()):
+    for name, text in re.findall(part, reply.partition("rpc-error")[2]):
         parts.setdefault(name, text.strip())
     return parts
 
@@ -127,35 +149,35 @@ def error_of(reply):
 class Process:
     """A server that was started, and what it takes."""
 
-    def __init__(self, command, log, folder=None):
-        self.log = pathlib.Path(log)
+    def __init__(self, command, log, folder=None, environment=None):
+        self.log_file = pathlib.Path(log)
         with open(log, "wb") as file:
             self.process = subprocess.Popen(
-                command,
-                stdin=subprocess.DEVNULL,
-                stdout=file,
-                stderr=file,
-                cwd=folder,
-            )
+                command, stdin=subprocess.DEVNULL, stdout=file, stderr=file,
+                cwd=folder, env={**os.environ, **(environment or {})})
         self.pid = self.process.pid
 
-    def wait_until(self, condition, what):
-        end = time.monotonic() + PATIENCE
-        while not condition():
-            if self.process.poll() is not None or time.monotonic() > end:
-                text = self.log.read_text(errors="replace")
-                self.stop(signal.SIGKILL)
-                raise RuntimeError(f"{what}: {text}")
-            time.sleep(0.01)
+    def log(self):
+        return self.log_file.read_text(errors="replace")
 
-    def wait_for_log(self, text):
-        self.wait_until(
-            lambda: text in self.log.read_text(errors="replace"),
-            f"the server does not say {text!r}",
-        )
+    def has_ended(self):
+        return self.process.poll() is not None
+
+    def wait_until(self, condition, what):
+        """Until the condition holds; otherwise the server is killed."""
+        try:
+            wait_until(condition, lambda: f"{what} in: {self.log()}",
+                       self.has_ended)
+        except RuntimeError:
+            self.stop(signal.SIGKILL)
+            raise
+
+    def wait_for_log(self, text, count=1):
+        self.wait_until(lambda: self.log().count(text) >= count,
+                        f"no {text!r}")
 
     def stop(self, number=signal.SIGTERM):
-        if self.process.poll() is None:
+        if not self.has_ended():
             self.process.send_signal(number)
         try:
             return self.process.wait(PATIENCE)
@@ -164,23 +186,35 @@ class Process:
             return self.process.wait()
 
 
-def serve(ipavd, state, log, *options):
-    """ipavd, which accepts clients."""
-    server = Process([ipavd, "--state", str(state), *options], log)
-    server.wait_for_log(
-        "listening for SSH on" if "--ssh" in options else "listening on"
-    )
-    return server
+class Server(Process):
+    """ipavd, which accepts clients; by a program `under` it."""
+
+    def __init__(self, ipavd, state, *options, environment=None, under=()):
+        self.state = pathlib.Path(state)
+        self.socket = str(self.state / "netconf.sock")
+        super().__init__([*under, ipavd, "--state", str(state), *options],
+                         self.state.with_suffix(".log"),
+                         environment=environment)
+        has_ssh = "--ssh" in options
+        self.wait_for_log(
+            "listening for SSH on" if has_ssh else "listening on")
+        self.port = int(re.search(r"listening for SSH on .*:(\d+)$", self.log(),
+                                  re.M).group(1)) if has_ssh else None
+
+
+def children(pid):
+    """The children of a process, as numbers; none if it has ended."""
+    try:
+        tasks = pathlib.Path(f"/proc/{pid}/task/{pid}/children")
+        return {int(child) for child in tasks.read_text().split()}
+    except OSError:
+        return set()
 
 
 def family(pid):
     """All processes that descend from one, without itself."""
-    try:
-        with open(f"/proc/{pid}/task/{pid}/children", encoding="ascii") as file:
-            children = [int(child) for child in file.read().split()]
-    except OSError:
-        return []  # it ended meanwhile
-    return children + [each for child in children for each in family(child)]
+    found = children(pid)
+    return found.union(*map(family, found))
 
 
 def memory(pid, name="VmRSS", file="status"):

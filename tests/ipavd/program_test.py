@@ -51,7 +51,11 @@ class ProgramTest(unittest.TestCase):
                 (["--state", "x", "--max-configuration-size", "0"],
                  "--max-configuration-size: Value 0 not in range 1 to 2047"),
                 (["--state", "x", "--idle-timeout", "soon"],
-                 "--idle-timeout: Value soon not in range 0 to 1000000")]:
+                 "--idle-timeout: Value soon not in range 0 to 1000000"),
+                (["--state", "x", "--authorized-keys", "x"],
+                 "--authorized-keys requires --ssh"),
+                (["--state", "x", "--ssh", "99999"],
+                 "Could not convert: --ssh = 99999")]:
             with self.subTest(arguments):
                 result = run(IPAVD, *arguments)
                 self.assertEqual(

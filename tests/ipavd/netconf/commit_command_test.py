@@ -8,10 +8,8 @@ import threading
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from served import (HELLO, IPAV, PATIENCE, ROOT, TEST_PLUGINS, ServerTest,
-                    config, l3, wild_model)
-
-GET = "<get-config><source><running/></source></get-config>"
+from served import (GET, HELLO, IPAV, PATIENCE, ROOT, TEST_PLUGINS, ServerTest,
+                    config, get_config, l3, lock, wild_model)
 
 
 class CommitCommandTest(ServerTest):
@@ -42,19 +40,15 @@ class CommitCommandTest(ServerTest):
                              (0, f"{path}: accepted\n", ""))
             self.assertEqual(self.running(server), [name])
 
-    def test_takes_json(self):
+    def test_takes_json_and_an_empty_configuration(self):
         server = self.serve()
         self.file = self.folder / "candidate.json"
-        path = self.write(json.dumps({"vorplex-config:config": {
-            "interface": {"ipapp:l3": [{"name": "a"}]}}}))
-        self.assertEqual(self.commit(server, path)[0], 0)
-        self.assertEqual(self.running(server), ["a"])
-
-    def test_takes_an_empty_configuration(self):
-        server = self.serve()
-        self.commit(server, self.write(config(l3("a", "10.0.0.1/24"))))
-        self.assertEqual(self.commit(server, self.write(config()))[0], 0)
-        self.assertEqual(self.running(server), [])
+        for content, names in [
+                ({"interface": {"ipapp:l3": [{"name": "a"}]}}, ["a"]),
+                ({}, [])]:
+            path = self.write(json.dumps({"vorplex-config:config": content}))
+            self.assertEqual(self.commit(server, path)[0], 0)
+            self.assertEqual(self.running(server), names)
 
     def test_tells_of_a_refusal_and_leaves_nothing_behind(self):
         server = self.serve()
@@ -73,9 +67,7 @@ class CommitCommandTest(ServerTest):
                  ""))
         client = self.raw(server)
         for datastore in ["running", "candidate"]:
-            reply = client.rpc("<get-config><source>"
-                               f"<{datastore}/></source></get-config>")
-            self.assertEqual(self.names(reply), [])
+            self.assertEqual(self.names(client.rpc(get_config(datastore))), [])
 
     def test_changes_nothing_where_it_only_validates(self):
         server = self.serve()
@@ -107,16 +99,7 @@ class CommitCommandTest(ServerTest):
             self.commit(str(self.folder / "none"), path),
             (2, "", f"ipav: {self.folder}/none: No such file or directory\n"))
 
-    def test_does_not_wait_for_ever_for_an_answer(self):
-        path = str(self.folder / "deaf.sock")
-        with socket.socket(socket.AF_UNIX) as deaf:
-            deaf.bind(path)
-            deaf.listen()
-            self.assertEqual(
-                self.commit(path, "--timeout", "1", self.write(config())),
-                (2, "", f"ipav: {path}: no answer within 1 second\n"))
-
-    def test_does_not_wait_for_ever_to_be_heard(self):
+    def test_does_not_wait_for_ever_for_an_answer_nor_to_be_heard(self):
         path = str(self.folder / "deaf.sock")
         long = f"<description>{'x' * (1 << 20)}</description>"
         connections = []
@@ -128,37 +111,34 @@ class CommitCommandTest(ServerTest):
         with socket.socket(socket.AF_UNIX) as deaf:
             deaf.bind(path)
             deaf.listen()
+            self.assertEqual(
+                self.commit(path, "--timeout", "1", self.write(config())),
+                (2, "", f"ipav: {path}: no answer within 1 second\n"))
+            deaf.accept()[0].close()
             greeter = threading.Thread(target=greet, args=[deaf])
             greeter.start()
             self.assertEqual(
-                self.commit(path, "--timeout", "3", "--validate",
+                self.commit(path, "--timeout", "2", "--validate",
                             self.write(config(l3("a", more=long)))),
-                (2, "", f"ipav: {path}: takes nothing within 3 seconds\n"))
+                (2, "", f"ipav: {path}: takes nothing within 2 seconds\n"))
             greeter.join()
         connections[0].close()
 
-    def plan(self, goal):
-        """The folder of a plan that makes `goal` of `running.xml`."""
-        steps = self.folder / "steps"
-        subprocess.run(
-            [IPAV, "plan", "--running", str(self.folder / "running.xml"),
-             str(goal), "--output", str(steps)],
-            check=True, stdout=subprocess.DEVNULL)
-        return steps
-
     def prepare_plan(self):
-        """A server with the branch router, a goal of two commits, its plan."""
+        """A server with the branch router, a goal, its plan of two commits."""
         branch = ROOT / "examples/branch-router"
         goal = branch / "floor-4-vlan-changed.xml"
-        shutil.copy(branch / "running.xml", self.folder / "running.xml")
         server = self.serve()
-        self.commit(server, str(self.folder / "running.xml"))
-        return server, goal, self.plan(goal)
+        self.commit(server, str(branch / "running.xml"))
+        steps = self.folder / "steps"
+        subprocess.run(
+            [IPAV, "plan", "--running", branch / "running.xml", goal,
+             "--output", steps], check=True, stdout=subprocess.DEVNULL)
+        return server, goal, steps
 
     def running_differs(self, server, goal):
         """What ipav diff says of the running configuration and the goal."""
-        reply = self.raw(server).rpc(
-            "<get-config><source><running/></source></get-config>")
+        reply = self.raw(server).rpc(GET)
         running = self.write("".join(
             ElementTree.tostring(node, "unicode") for node in reply[0]))
         return subprocess.run([IPAV, "diff", running, str(goal)], check=True,
@@ -178,7 +158,7 @@ class CommitCommandTest(ServerTest):
         self.assertIn("no changes", self.running_differs(server, goal))
 
     def test_stops_a_plan_at_the_first_refusal(self):
-        server, goal, steps = self.prepare_plan()
+        server, _, steps = self.prepare_plan()
         shutil.copy(ROOT / "examples/branch-router/address-is-network.xml",
                     steps / "step-2.xml")
         status, output, _ = self.commit(server, "--plan", str(steps))
@@ -208,7 +188,7 @@ class CommitCommandTest(ServerTest):
     def test_tells_who_has_the_lock(self):
         server = self.serve()
         other = self.raw(server)
-        self.assert_ok(other.rpc("<lock><target><candidate/></target></lock>"))
+        self.assert_ok(other.rpc(lock("candidate")))
         status, _, error = self.commit(server, self.write(config()))
         self.assertEqual(status, 2)
         self.assertIn("lock-denied", error)

@@ -6,35 +6,29 @@ Nothing is suppressed: the libraries are used as they bear it.
 import os
 import unittest
 
-from served import CONFIG, IPAPP, NETCONF, ServerTest, config, l3
+from served import (CONFIG, IPAPP, NETCONF, ServerTest, config, copy, defaults,
+                    edit, get_config, kill, l3, local_name, lock)
 
-DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 
 GOOD = config(l3("a", "10.0.0.1/24"), l3("b", "10.0.1.1/24"))
 BAD = config(l3("c", "10.0.2.0/24"))  # the address of a network
 
 
-def target(name):
-    return f"<target><{name}/></target>"
+def change(content, options=""):
+    return edit("candidate", content, options)
 
 
-def source(name):
-    inner = name if name.startswith("<") else f"<{name}/>"
-    return f"<source>{inner}</source>"
+def read(more):
+    return get_config(more=more)
 
 
-def edit(content, options="", datastore="candidate"):
-    return (f"<edit-config>{target(datastore)}{options}"
-            f"<config>{content}</config></edit-config>")
+def validate(source):
+    return f"<validate><source>{source}</source></validate>"
 
 
-def get_config(more="", datastore="running"):
-    return f"<get-config>{source(datastore)}{more}</get-config>"
-
-
-def defaults(mode):
-    return f'<with-defaults xmlns="{DEFAULTS}">{mode}</with-defaults>'
+def delete_config(name):
+    return f"<delete-config><target><{name}/></target></delete-config>"
 
 
 def xpath(expression):
@@ -49,33 +43,33 @@ def get_schema(name, more=""):
 
 # Each with what its reply has: an element, or the tag of an error.
 OPERATIONS = [
-    (edit(GOOD), "ok"),
-    ("<validate>" + source("candidate") + "</validate>", "ok"),
+    (change(GOOD), "ok"),
+    (validate("<candidate/>"), "ok"),
     ("<commit/>", "ok"),
     # Every operation and option of an edit, and every error.
-    (edit(config(l3("a", operation="create"))), "data-exists"),
-    (edit(config(l3("d", operation="delete"))), "data-missing"),
-    (edit(config(l3("d", operation="remove"))), "ok"),
-    (edit(config(l3("d", operation="create"), l3("d", operation="delete"))),
+    (change(config(l3("a", operation="create"))), "data-exists"),
+    (change(config(l3("d", operation="delete"))), "data-missing"),
+    (change(config(l3("d", operation="remove"))), "ok"),
+    (change(config(l3("d", operation="create"), l3("d", operation="delete"))),
      "ok"),
-    (edit(config(l3("a", "10.0.0.2/24", operation="replace"))), "ok"),
-    (edit(GOOD, "<default-operation>none</default-operation>"), "ok"),
-    (edit(GOOD, "<default-operation>replace</default-operation>"), "ok"),
-    (edit(config(l3("d", operation="delete"), l3("e")),
+    (change(config(l3("a", "10.0.0.2/24", operation="replace"))), "ok"),
+    (change(GOOD, "<default-operation>none</default-operation>"), "ok"),
+    (change(GOOD, "<default-operation>replace</default-operation>"), "ok"),
+    (change(config(l3("d", operation="delete"), l3("e")),
           "<error-option>continue-on-error</error-option>"), "data-missing"),
-    (edit(config(l3("d", operation="delete"), l3("f")),
+    (change(config(l3("d", operation="delete"), l3("f")),
           "<error-option>rollback-on-error</error-option>"), "data-missing"),
-    (edit(BAD, "<test-option>test-then-set</test-option>"),
+    (change(BAD, "<test-option>test-then-set</test-option>"),
      "operation-failed"),
-    (edit(BAD, "<test-option>test-only</test-option>"), "operation-failed"),
-    (edit("<x/>"), "unknown-namespace"),
-    (edit(config("<x/>")), "unknown-element"),
-    (edit(config(f'<l3 xmlns="{IPAPP}"/>')), "missing-element"),
-    (edit(config(l3("a", "10.0.0.1/99"))), "invalid-value"),
-    (edit("text"), "bad-element"),
-    (edit(GOOD, datastore="startup"), "unknown-element"),
-    (edit(GOOD, datastore="running"), "ok"),
-    (edit(BAD, datastore="running"), "operation-failed"),
+    (change(BAD, "<test-option>test-only</test-option>"), "operation-failed"),
+    (change("<x/>"), "unknown-namespace"),
+    (change(config("<x/>")), "unknown-element"),
+    (change(config(f'<l3 xmlns="{IPAPP}"/>')), "missing-element"),
+    (change(config(l3("a", "10.0.0.1/99"))), "invalid-value"),
+    (change("text"), "bad-element"),
+    (edit("startup", GOOD), "unknown-element"),
+    (edit("running", GOOD), "ok"),
+    (edit("running", BAD), "operation-failed"),
     ("<discard-changes/>", "ok"),
     # What is read, and how.
     ("<get/>", "data"),
@@ -83,56 +77,47 @@ OPERATIONS = [
      f'xmlns="{MONITORING}"><sessions/></netconf-state></filter></get>',
      "data"),
     (get_config(), "data"),
-    (get_config(datastore="startup"), "data"),
-    (get_config(f"<filter>{config(l3('a'))}</filter>"), "data"),
-    (get_config("<filter/>"), "data"),
-    (get_config(xpath("/c:config/c:interface/i:l3[i:name='b']/i:ipv4")),
+    (get_config("startup"), "data"),
+    (read(f"<filter>{config(l3('a'))}</filter>"), "data"),
+    (read("<filter/>"), "data"),
+    (read(xpath("/c:config/c:interface/i:l3[i:name='b']/i:ipv4")),
      "data"),
-    (get_config(xpath("1 + 1")), "data"),
-    (get_config(xpath("[[")), "bad-attribute"),
-    (get_config(xpath("//i:l3[deref(i:name)]")), "bad-attribute"),
-    (get_config('<filter type="xpath"/>'), "missing-attribute"),
-    *[(get_config(defaults(mode)), answer) for mode, answer in
+    (read(xpath("1 + 1")), "data"),
+    (read(xpath("[[")), "bad-attribute"),
+    (read(xpath("//i:l3[deref(i:name)]")), "bad-attribute"),
+    (read('<filter type="xpath"/>'), "missing-attribute"),
+    *[(read(defaults(mode)), answer) for mode, answer in
       [("report-all", "data"), ("trim", "data"), ("explicit", "data"),
        ("report-all-tagged", "invalid-value")]],
     *[(get_schema("ietf-netconf"), "data")] * 3,
     (get_schema("vorplex-config", "<format>yin</format>"), "data"),
     (get_schema("none"), "invalid-value"),
     # Whole datastores.
-    (f"<copy-config>{target('startup')}{source('running')}</copy-config>",
-     "ok"),
-    (f"<copy-config>{target('candidate')}{source('startup')}</copy-config>",
-     "ok"),
-    (f"<copy-config>{target('running')}"
-     f"{source('<config>' + BAD + '</config>')}</copy-config>",
-     "operation-failed"),
-    (f"<copy-config>{target('running')}{source('running')}</copy-config>",
-     "invalid-value"),
-    (f"<copy-config>{target('startup')}{source('running')}"
-     f"{defaults('report-all')}</copy-config>", "ok"),
-    (f"<delete-config>{target('startup')}</delete-config>", "ok"),
-    (f"<delete-config>{target('running')}</delete-config>",
-     "unknown-element"),
-    (f"<validate>{source('<config>' + BAD + '</config>')}</validate>",
-     "operation-failed"),
-    (f"<validate>{source('startup')}</validate>", "data-missing"),
+    (copy("running", "startup"), "ok"),
+    (copy("startup", "candidate"), "ok"),
+    (copy(f"<config>{BAD}</config>", "running"), "operation-failed"),
+    (copy("running", "running"), "invalid-value"),
+    (copy("running", "startup", defaults("report-all")), "ok"),
+    (delete_config("startup"), "ok"),
+    (delete_config("running"), "unknown-element"),
+    (validate(f"<config>{BAD}</config>"), "operation-failed"),
+    (validate("<startup/>"), "data-missing"),
     # Locks, and commits for now.
-    (f"<lock>{target('running')}</lock>", "ok"),
-    (f"<lock>{target('running')}</lock>", "lock-denied"),
-    (f"<unlock>{target('running')}</unlock>", "ok"),
-    (f"<unlock>{target('running')}</unlock>", "operation-failed"),
-    (edit(config(l3("g"))), "ok"),
+    (lock("running"), "ok"),
+    (lock("running"), "lock-denied"),
+    (lock("running", "unlock"), "ok"),
+    (lock("running", "unlock"), "operation-failed"),
+    (change(config(l3("g"))), "ok"),
     ("<commit><confirmed/><persist>p</persist></commit>", "ok"),
     ("<commit/>", "invalid-value"),
     ("<cancel-commit><persist-id>p</persist-id></cancel-commit>", "ok"),
     ("<commit><confirmed/></commit>", "ok"),
     ("<cancel-commit/>", "ok"),
     ("<cancel-commit/>", "operation-failed"),
-    (edit(BAD), "ok"),
+    (change(BAD), "ok"),
     ("<commit/>", "operation-failed"),
     # What is no operation.
-    ("<kill-session><session-id>99</session-id></kill-session>",
-     "invalid-value"),
+    (kill(99), "invalid-value"),
     ("<reboot/>", "operation-not-supported"),
     ("", "operation-failed"),
     ("<get-config/>", "missing-element"),
@@ -165,13 +150,13 @@ class MemoryTest(ServerTest):
     def call_all(self, client):
         # With valgrind, code takes longest when it first runs, and a request may
         # be read for 250 ms of CPU time: its parts come one after the other.
-        for operation in ["", "<get-config/>", get_config(), edit("<x/>"),
-                          edit(config())]:
+        for operation in ["", "<get-config/>", get_config(), change("<x/>"),
+                          change(config())]:
             client.rpc(operation)
         for operation, answer in OPERATIONS:
             with self.subTest(operation):
                 reply = client.rpc(operation)
-                elements = [part.tag.rsplit("}", 1)[-1] for part in reply]
+                elements = [*map(local_name, reply)]
                 tags = [part.text for part in reply.iter()
                         if part.tag.endswith("error-tag")]
                 self.assertIn(answer, elements + tags)
@@ -197,11 +182,8 @@ class MemoryTest(ServerTest):
 
         # 2. Sessions that end in each way.
         victim = self.raw(self.server)
-        self.assert_ok(victim.rpc(f"<lock>{target('candidate')}</lock>"))
-        number = victim.hello.split("<session-id>")[1].split("<")[0]
-        self.assert_ok(client.rpc(
-            f"<kill-session><session-id>{number}</session-id>"
-            "</kill-session>"))
+        self.assert_ok(victim.rpc(lock("candidate")))
+        self.assert_ok(client.rpc(kill(victim.session_id())))
         self.assertTrue(victim.is_dropped())
         self.raw(self.server).send(b"\n#x\n")
         self.raw(self.server).close()
@@ -211,7 +193,7 @@ class MemoryTest(ServerTest):
             session.get_config("running")
 
         # 3. The end, with a session and a confirmed commit that are not over.
-        self.assert_ok(client.rpc(edit(config(l3("h")))))
+        self.assert_ok(client.rpc(change(config(l3("h")))))
         self.assert_ok(client.rpc("<commit><confirmed/></commit>"))
         self.assertEqual(self.server.stop(), 0, self.server.log())
         self.assert_nothing_found()

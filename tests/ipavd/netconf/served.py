@@ -2,13 +2,11 @@
 
 import os
 import pathlib
-import re
 import shutil
 import signal
-import socket
 import subprocess
+import sys
 import tempfile
-import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
@@ -21,21 +19,16 @@ IPAVD = os.environ.get("IPAVD_PROGRAM", str(ROOT / "build/dev/bin/ipavd"))
 TEST_PLUGINS = os.environ.get(
     "IPAV_TEST_PLUGINS", str(ROOT / "build/dev/tests/host/plugins"))
 
-NETCONF = "urn:ietf:params:xml:ns:netconf:base:1.0"
-CONFIG = "urn:vorplex:config"
-IPAPP = "urn:vorplex:ipapp"
+sys.path.insert(0, str(ROOT / "bench/serve"))
 
-HELLO = (f'<hello xmlns="{NETCONF}"><capabilities><capability>'
-         "urn:ietf:params:netconf:base:%s</capability></capabilities></hello>")
-
-GET = "<get-config><source><running/></source></get-config>"
+# pylint: disable=wrong-import-position,unused-import
+from ledger import CONFIG, IPAPP, config
+from netconf import (GET, HELLO, NETCONF, PATIENCE, Server, Session, children,
+                     chunked, connect_unix, memory, wait_until)
 
 # A request whose answer takes five seconds.
 SLOW = ('<get><filter type="xpath" select="//*[count(//*[count(//*[count(//*)'
         ' &gt; 1]) &gt; 1]) &gt; 1]"/></get>')
-
-# What a busy machine may take for a start, or for an answer.
-PATIENCE = 120
 
 # The process of a client may read for 250 ms of CPU time, and for as long again
 # for each MiB. With sanitizers, many small elements take two thirds of that; with
@@ -45,24 +38,6 @@ PADDING = f"<!--{'x' * (4 << 20)}-->"
 
 def local_name(element):
     return element.tag.rsplit("}", 1)[-1]
-
-
-def wait_until(condition, what):
-    """Until the condition holds; `what` tells what is there otherwise."""
-    end = time.monotonic() + PATIENCE
-    while not condition():
-        if time.monotonic() > end:
-            raise AssertionError(what())
-        time.sleep(0.01)
-
-
-def children(process):
-    """The children of a process, as numbers; none if it has ended."""
-    try:
-        tasks = pathlib.Path(f"/proc/{process}/task/{process}/children")
-        return {int(child) for child in tasks.read_text().split()}
-    except OSError:
-        return set()
 
 
 def cpu_seconds(process, of_children=False):
@@ -78,12 +53,6 @@ def cpu_seconds(process, of_children=False):
         sum(map(int, times)) / os.sysconf("SC_CLK_TCK")
 
 
-def chunked(text):
-    """A message as a client of NETCONF 1.1 sends it."""
-    data = text.encode()
-    return b"\n#%d\n%s\n##\n" % (len(data), data)
-
-
 def l3(name, address=None, more="", operation=None):
     """An interface of kind l3, as an element of the configuration."""
     mark = f' xmlns:nc="{NETCONF}" nc:operation="{operation}"' \
@@ -93,10 +62,33 @@ def l3(name, address=None, more="", operation=None):
     return (f'<l3 xmlns="{IPAPP}"{mark}><name>{name}</name>{more}{ip}</l3>')
 
 
-def config(*interfaces):
-    """The whole configuration of these interfaces."""
-    return (f'<config xmlns="{CONFIG}"><interface>' + "".join(interfaces) +
-            "</interface></config>")
+def get_config(source="running", more=""):
+    return f"<get-config><source><{source}/></source>{more}</get-config>"
+
+
+def edit(target, content, options=""):
+    return (f"<edit-config><target><{target}/></target>{options}"
+            f"<config>{content}</config></edit-config>")
+
+
+def copy(source, target, more=""):
+    inner = source if source.startswith("<") else f"<{source}/>"
+    return (f"<copy-config><target><{target}/></target>"
+            f"<source>{inner}</source>{more}</copy-config>")
+
+
+def lock(target, what="lock"):
+    return f"<{what}><target><{target}/></target></{what}>"
+
+
+def kill(session):
+    return (f"<kill-session><session-id>{session}</session-id>"
+            "</kill-session>")
+
+
+def defaults(mode):
+    return ('<with-defaults xmlns="urn:ietf:params:xml:ns:yang:'
+            f'ietf-netconf-with-defaults">{mode}</with-defaults>')
 
 
 def model_of(folder, body):
@@ -121,112 +113,14 @@ def wild_model(folder):
                     "leaf nothing { type string; } }")
 
 
-class Server:
-    """ipavd, started, by a program `under` it; ends with the test."""
-
-    def __init__(self, folder, *options, environment=None, under=()):
-        self.folder = pathlib.Path(folder)
-        self.socket = str(self.folder / "netconf.sock")
-        self.port = None
-        self.log_file = self.folder.with_suffix(".log")
-        self.log_start = self.log_file.stat().st_size \
-            if self.log_file.exists() else 0
-        with open(self.log_file, "ab") as log:
-            self.process = subprocess.Popen(
-                [*under, IPAVD, "--state", str(folder), *options],
-                stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                env={**os.environ, **(environment or {})})
-        wanted = "listening for SSH on" if "--ssh" in options \
-            else "listening on"
-        self.wait_for_log(wanted)
-        match = re.search(r"listening for SSH on .*:(\d+)$", self.log(), re.M)
-        if match:
-            self.port = int(match.group(1))
-
-    def log(self):
-        return self.log_file.read_bytes()[self.log_start:].decode()
-
-    def wait_for_log(self, text, count=1):
-        def is_there():
-            return self.log().count(text) >= count
-
-        wait_until(lambda: self.has_ended() or is_there(),
-                   lambda: f"no {text!r} in: {self.log()}")
-        if not is_there():
-            raise AssertionError(f"ended without {text!r} in: {self.log()}")
-
-    def has_ended(self):
-        return self.process.poll() is not None
-
-    def stop(self, number=signal.SIGTERM):
-        if not self.has_ended():
-            self.process.send_signal(number)
-        return self.process.wait(PATIENCE)
-
-
-class RawClient:
-    """Bytes on the UNIX socket, framed by hand."""
-
-    def __init__(self, path, version="1.1", greet=True):
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.settimeout(PATIENCE)
-        try:
-            self.socket.connect(path)
-        except OSError:
-            self.socket.close()
-            raise
-        self.bytes = b""
-        self.version = version
-        self.number = 0
-        self.hello = None
-        if greet:
-            self.send((HELLO % version).encode() + b"]]>]]>")
-            self.hello = self.receive_marked()
-
-    def send(self, data):
-        self.socket.sendall(data)
-
-    def more(self):
-        got = self.socket.recv(65536)
-        if not got:
-            raise EOFError(self.bytes)
-        self.bytes += got
-
-    def receive_marked(self):
-        while b"]]>]]>" not in self.bytes:
-            self.more()
-        message, self.bytes = self.bytes.split(b"]]>]]>", 1)
-        return message.decode()
-
-    def receive_chunked(self):
-        message = b""
-        while True:
-            while not re.match(rb"\n#(#|[1-9][0-9]*)\n", self.bytes):
-                self.more()
-            header = re.match(rb"\n#(#|[1-9][0-9]*)\n", self.bytes)
-            self.bytes = self.bytes[header.end():]
-            if header.group(1) == b"#":
-                return message.decode()
-            size = int(header.group(1))
-            while len(self.bytes) < size:
-                self.more()
-            message += self.bytes[:size]
-            self.bytes = self.bytes[size:]
-
-    def receive(self):
-        return self.receive_marked() if self.version == "1.0" \
-            else self.receive_chunked()
-
-    def send_message(self, text):
-        self.send(text.encode() + b"]]>]]>" if self.version == "1.0" else
-                  chunked(text))
+class RawClient(Session):
+    """Bytes on the UNIX socket; replies as elements."""
 
     def rpc(self, operation):
-        """The reply to an operation, as an element."""
-        self.number += 1
-        self.send_message(f'<rpc message-id="{self.number}" '
-                          f'xmlns="{NETCONF}">{operation}</rpc>')
-        return ElementTree.fromstring(self.receive())
+        return ElementTree.fromstring(super().rpc(operation))
+
+    def session_id(self):
+        return self.hello.split("<session-id>")[1].split("<")[0]
 
     def is_dropped(self):
         """Whether the server ends the connection, which is waited for."""
@@ -235,9 +129,6 @@ class RawClient:
                 self.more()
         except (EOFError, ConnectionError):
             return True
-
-    def close(self):
-        self.socket.close()
 
 
 class ServerTest(unittest.TestCase):
@@ -251,14 +142,18 @@ class ServerTest(unittest.TestCase):
 
     def stop_servers(self):
         for server in self.servers:
-            if not server.has_ended():
-                server.process.kill()
-                server.process.wait()
+            server.stop(signal.SIGKILL)
 
     def serve(self, *options, **more):
-        server = Server(self.folder / "state", *options, **more)
+        server = Server(IPAVD, self.folder / "state", *options, **more)
         self.servers.append(server)
         return server
+
+    def run_again(self, *options):
+        """A second server in the same folder, to its end."""
+        return subprocess.run(
+            [IPAVD, "--state", str(self.folder / "state"), *options],
+            capture_output=True, text=True, timeout=PATIENCE)
 
     def make_key(self, name="key"):
         """A key pair: its file, and the line of its public half."""
@@ -286,7 +181,7 @@ class ServerTest(unittest.TestCase):
         return session
 
     def raw(self, server, **more):
-        client = RawClient(server.socket, **more)
+        client = connect_unix(server.socket, RawClient, **more)
         self.addCleanup(client.close)
         return client
 

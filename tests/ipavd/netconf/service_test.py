@@ -1,33 +1,36 @@
 """The server as a service: its folder, signals, and service manager."""
 
+import contextlib
 import os
 import signal
 import socket
 import stat
 import subprocess
-import time
 import unittest
 
-from served import (IPAVD, PATIENCE, RawClient, ServerTest, config, l3,
+from served import (GET, IPAVD, PATIENCE, RawClient, ServerTest, connect_unix,
                     wait_until)
-
-GET = "<get-config><source><running/></source></get-config>"
 
 
 class ServiceTest(ServerTest):
-    def run_again(self, *options):
-        """A second server in the same folder, to its end."""
-        return subprocess.run(
-            [IPAVD, "--state", str(self.folder / "state"), *options],
-            capture_output=True, text=True, timeout=PATIENCE)
+    def connect_to_folder(self):
+        """To a server that this class did not start; waits for it."""
+        clients = []
+
+        def connects():
+            with contextlib.suppress(OSError):
+                clients.append(connect_unix(
+                    self.folder / "state/netconf.sock", RawClient))
+            return clients
+
+        wait_until(connects, lambda: "no socket")
+        self.addCleanup(clients[0].close)
+        return clients[0]
 
     def processes(self):
         return subprocess.run(
             ["pgrep", "-f", f"ipavd --state {self.folder}/state"],
             capture_output=True, text=True).stdout
-
-    def wait_for_no_process(self):
-        wait_until(lambda: not self.processes(), self.processes)
 
     def test_lets_only_its_owner_use_the_socket(self):
         server = self.serve()
@@ -42,30 +45,19 @@ class ServiceTest(ServerTest):
         self.assertIn(str(self.folder / "state"), result.stderr)
         self.assertEqual(len(self.raw(server).rpc(GET)), 1)
 
-    def test_gives_the_folder_free_however_it_ends(self):
-        for number in [signal.SIGTERM, signal.SIGINT, signal.SIGKILL]:
+    def test_leaves_no_process_and_a_free_folder_however_it_ends(self):
+        for number, status in [(signal.SIGTERM, 0), (signal.SIGINT, 0),
+                               (signal.SIGKILL, -signal.SIGKILL)]:
             with self.subTest(number):
                 server = self.serve()
-                # One with a client, whose process may live a little longer.
-                client = self.raw(server)
-                server.stop(number)
-                self.assertTrue(client.is_dropped())
-
-    def test_ends_cleanly_and_leaves_no_process(self):
-        server = self.serve()
-        self.raw(server)
-        self.assertEqual(server.stop(), 0)
-        self.assertTrue(
-            server.log().endswith("ipavd: session 1 ended\nipavd: ended\n"),
-            server.log())
-        self.wait_for_no_process()
-
-    def test_leaves_no_process_when_it_is_killed(self):
-        server = self.serve()
-        self.raw(server, greet=False)
-        server.process.kill()
-        server.process.wait()
-        self.wait_for_no_process()
+                clients = [self.raw(server), self.raw(server, greet=False)]
+                self.assertEqual(server.stop(number), status)
+                for client in clients:
+                    self.assertTrue(client.is_dropped())
+                if status == 0:
+                    for text in ["session 1 ended", "ended"]:
+                        self.assertIn(f"ipavd: {text}\n", server.log())
+                wait_until(lambda: not self.processes(), self.processes)
 
     def test_tells_its_service_manager_when_it_is_ready(self):
         for name in [str(self.folder / "notify"), f"\0{self.folder}/notify"]:
@@ -81,21 +73,18 @@ class ServiceTest(ServerTest):
                 self.assertEqual(manager.recv(1000), b"STOPPING=1")
 
     def test_outlives_the_reader_of_its_log(self):
-        state = self.folder / "state"
         process = subprocess.Popen(
-            [IPAVD, "--state", str(state)], stderr=subprocess.PIPE)
+            [IPAVD, "--state", str(self.folder / "state")],
+            stderr=subprocess.PIPE)
         self.addCleanup(process.wait, PATIENCE)
         self.addCleanup(process.terminate)
         process.stderr.readline()
         process.stderr.close()
         for _ in range(3):
-            client = RawClient(str(state / "netconf.sock"))
+            client = self.connect_to_folder()
             client.send(b"no framing")  # to be told of
             self.assertTrue(client.is_dropped())
-            client.close()
-        client = RawClient(str(state / "netconf.sock"))
-        self.addCleanup(client.close)
-        self.assertEqual(len(client.rpc(GET)), 1)
+        self.assertEqual(len(self.connect_to_folder().rpc(GET)), 1)
 
     def test_keeps_its_files_apart_from_closed_standard_ones(self):
         server = subprocess.Popen(
@@ -103,14 +92,7 @@ class ServiceTest(ServerTest):
              "--state", str(self.folder / "state")])
         self.addCleanup(server.wait)
         self.addCleanup(server.kill)
-        end = time.monotonic() + PATIENCE
-        client = None
-        while client is None and time.monotonic() < end:
-            try:
-                client = RawClient(str(self.folder / "state/netconf.sock"))
-            except OSError:
-                time.sleep(0.01)
-        self.addCleanup(client.close)
+        client = self.connect_to_folder()
         files = f"/proc/{server.pid}/fd"
         self.assertEqual([os.readlink(f"{files}/{number}")
                           for number in range(3)], ["/dev/null"] * 3)
@@ -132,47 +114,10 @@ class ServiceTest(ServerTest):
         self.assert_ok(client.rpc("<close-session/>"))
         self.assertEqual(server.process.wait(PATIENCE), 0)
 
-    def test_takes_back_a_confirmed_commit_when_it_is_started_again(self):
-        client = self.raw(self.serve())
-        for interface, commit in [
-                (l3("a", "10.0.0.1/24"), "<commit/>"),
-                (l3("b", "10.0.1.1/24"), "<commit><confirmed/></commit>")]:
-            self.assert_ok(client.rpc(
-                "<edit-config><target><candidate/></target>"
-                f"<config>{config(interface)}</config></edit-config>"))
-            self.assert_ok(client.rpc(commit))
-        self.servers[0].process.kill()
-        self.servers[0].process.wait()
-        self.assertEqual(self.names(self.raw(self.serve()).rpc(GET)), ["a"])
-
-    def test_does_not_start_with_a_damaged_configuration(self):
-        server = self.serve()
-        client = self.raw(server)
-        self.assert_ok(client.rpc(
-            "<edit-config><target><running/></target>"
-            f"<config>{config(l3('a', '10.0.0.1/24'))}</config>"
-            "</edit-config>"))
-        server.stop()
-        running = self.folder / "state" / "running.xml"
-        damaged = running.read_bytes()[:-10]
-        running.write_bytes(damaged)
-        result = self.run_again()
-        self.assertEqual(result.returncode, 2)
-        self.assertIn("running.xml", result.stderr)
-        self.assertEqual(running.read_bytes(), damaged)
-
-    def test_refuses_a_command_line_that_makes_no_sense(self):
-        for options in [["--listen", "127.0.0.1"],
-                        ["--authorized-keys", "x"], ["--ssh", "99999"],
-                        ["--max-sessions", "0"], ["--idle-timeout", "-1"]]:
-            with self.subTest(options):
-                result = self.run_again(*options)
-                self.assertEqual(result.returncode, 2)
-                self.assertFalse((self.folder / "state").exists())
-
     def test_names_what_it_cannot_use(self):
         for options, text in [
                 (["--yang", "/none"], "/none"),
+                (["--ssh", "0"], "authorized_keys: No such file"),
                 (["--ssh", "0", "--authorized-keys", "/none"], "/none: No"),
                 (["--ssh", "0", "--authorized-keys", "/dev/null", "--listen",
                   "localhost"], "not an IP address")]:
@@ -180,6 +125,16 @@ class ServiceTest(ServerTest):
                 result = self.run_again(*options)
                 self.assertEqual(result.returncode, 2)
                 self.assertIn(text, result.stderr)
+
+    def test_does_not_start_with_a_damaged_configuration(self):
+        self.serve().stop()
+        running = self.folder / "state" / "running.xml"
+        damaged = running.read_bytes()[:-10]
+        running.write_bytes(damaged)
+        result = self.run_again()
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("running.xml", result.stderr)
+        self.assertEqual(running.read_bytes(), damaged)
 
 
 if __name__ == "__main__":

@@ -5,7 +5,6 @@ import os
 import pathlib
 import signal
 import socket
-import stat
 import subprocess
 import threading
 import time
@@ -16,7 +15,7 @@ from ncclient.operations import RPCError
 from ncclient.transport.errors import (AuthenticationError,
                                        SessionCloseError, SSHError)
 
-from served import (GET, HELLO, IPAVD, NETCONF, PADDING, PATIENCE, SLOW,
+from served import (GET, HELLO, NETCONF, PADDING, PATIENCE, SLOW,
                     ServerTest, children, chunked, config, cpu_seconds, l3,
                     wait_until)
 
@@ -29,12 +28,8 @@ def whole(content):
 
 
 def has_ipv6():
-    with socket.socket(socket.AF_INET6) as probe:
-        try:
-            probe.bind(("::1", 0))
-        except OSError:
-            return False
-    return True
+    table = pathlib.Path("/proc/net/if_inet6")
+    return table.exists() and " lo\n" in table.read_text()
 
 
 def request(number, operation):
@@ -65,22 +60,36 @@ class StallingSocket:
 class SshTest(ServerTest):
     def test_serves_an_edit_a_refusal_a_correction_and_a_restart(self):
         server = self.serve_ssh()
+        fingerprint = subprocess.run(
+            ["ssh-keygen", "-l", "-f", str(self.authorized)], check=True,
+            capture_output=True, text=True).stdout.split()[1]
+        who = f"netconf-ssh operator@127.0.0.1 {fingerprint}"
+        text = ("l3 a ipv4 address 10.0.0.0/24 cannot be configured as network"
+                " address.")
+        path = "/vorplex-config:config/interface/ipapp:l3"
         session = self.connect(server)
+        server.wait_for_log(f"session 1 began: {who}\n")
         session.edit_config(target="candidate", config=whole(NETWORK))
         with self.assertRaises(RPCError) as refusal:
             session.commit()
-        self.assertEqual(refusal.exception.tag, "operation-failed")
-        self.assertEqual(refusal.exception.type, "application")
-        self.assertEqual(refusal.exception.app_tag, "ipv4_addr_validation")
-        self.assertEqual(refusal.exception.path.strip(),
-                         "/vorplex-config:config/interface/ipapp:l3")
+        error = refusal.exception
         self.assertEqual(
-            refusal.exception.message,
-            "l3 a ipv4 address 10.0.0.0/24 cannot be configured as network"
-            " address.")
+            (error.tag, error.type, error.app_tag, error.path.strip(),
+             error.message),
+            ("operation-failed", "application", "ipv4_addr_validation", path,
+             text))
+        self.assertIn(f"session 1 ({who}) commit: error: {text} "
+                      f"(ipv4_addr_validation, at {path})\n", server.log())
         session.edit_config(target="candidate", config=whole(RIGHT))
         session.commit()
-        self.assertIn("10.0.0.1/24", session.get_config("running").data_xml)
+        session.edit_config(target="running", config=whole(RIGHT))
+        session.copy_config(source="running", target="startup")
+        session.discard_changes()
+        self.assertEqual(
+            [line.split(") ", 1)[1] for line in server.log().splitlines()
+             if f"session 1 ({who}) " in line and "error" not in line],
+            ["commit: ok", "edit-config of running: ok",
+             "copy-config of startup: ok"])
         session.close_session()
         self.assertEqual(server.stop(), 0)
         again = self.connect(self.serve("--ssh", "0", "--authorized-keys",
@@ -88,7 +97,8 @@ class SshTest(ServerTest):
         self.assertIn("10.0.0.1/24", again.get_config("running").data_xml)
 
     def test_does_what_ncclient_asks_for(self):
-        session = self.connect(self.serve_ssh())
+        server = self.serve_ssh()
+        session = self.connect(server)
         with session.locked("candidate"):
             session.edit_config(target="candidate", config=whole(RIGHT))
             session.validate("candidate")
@@ -99,16 +109,9 @@ class SshTest(ServerTest):
         session.discard_changes()
         self.assertIn("list l3", session.get_schema("ipapp").data)
         self.assertIn("netconf-state", session.get().data_xml)
-
-    def test_serves_two_sessions_side_by_side(self):
-        server = self.serve_ssh()
-        one = self.connect(server)
+        session.lock("candidate")
         other = self.connect(server)
-        one.lock("candidate")
-        with self.assertRaises(RPCError) as refusal:
-            other.lock("candidate")
-        self.assertEqual(refusal.exception.tag, "lock-denied")
-        other.kill_session(one.session_id)
+        other.kill_session(session.session_id)
         other.lock("candidate")
 
     def test_carries_ten_thousand_interfaces(self):
@@ -119,15 +122,6 @@ class SshTest(ServerTest):
         reply = session.get_config("candidate").data_xml
         self.assertEqual(reply.count("<mtu>"), 10000)
 
-    def test_lets_no_unknown_key_in(self):
-        server = self.serve_ssh()
-        session = self.connect(server)
-        other, _ = self.make_key("other")
-        with self.assertRaises(AuthenticationError):
-            self.connect(server, key=other)
-        self.assertIn("<data", session.get_config("running").data_xml)
-        server.wait_for_log("none of its keys is authorized")
-
     def test_takes_no_password(self):
         server = self.serve_ssh()
         transport = paramiko.Transport(("127.0.0.1", server.port))
@@ -136,31 +130,6 @@ class SshTest(ServerTest):
         with self.assertRaises(paramiko.BadAuthenticationType) as refusal:
             transport.auth_password("root", "")
         self.assertEqual(refusal.exception.allowed_types, ["publickey"])
-
-    def test_logs_who_logs_in_and_who_commits(self):
-        server = self.serve_ssh()
-        fingerprint = subprocess.run(
-            ["ssh-keygen", "-l", "-f", str(self.authorized)], check=True,
-            capture_output=True, text=True).stdout.split()[1]
-        who = f"netconf-ssh operator@127.0.0.1 {fingerprint}"
-        session = self.connect(server)
-        server.wait_for_log(f"session 1 began: {who}\n")
-        session.edit_config(target="candidate", config=whole(NETWORK))
-        with self.assertRaises(RPCError):
-            session.commit()
-        self.assertIn(
-            f"session 1 ({who}) commit: error: l3 a ipv4 address 10.0.0.0/24"
-            " cannot be configured as network address. (ipv4_addr_validation,"
-            " at /vorplex-config:config/interface/ipapp:l3)\n", server.log())
-        session.edit_config(target="running", config=whole(RIGHT))
-        session.copy_config(source="running", target="startup")
-        session.discard_changes()
-        session.commit()
-        self.assertEqual(
-            [line.split(") ", 1)[1] for line in server.log().splitlines()
-             if f"session 1 ({who}) " in line and "error" not in line],
-            ["edit-config of running: ok", "copy-config of startup: ok",
-             "commit: ok"])
 
     def channel(self, server, user="operator", address="127.0.0.1",
                 make=socket.create_connection, window=None):
@@ -210,7 +179,7 @@ class SshTest(ServerTest):
         server = self.serve_ssh()
         self.connect(server)
         self.raw(server)
-        acceptor, = children(server.process.pid)
+        acceptor, = children(server.pid)
         relays = children(acceptor)
         self.assertEqual(len(relays), 2)
         for process in [acceptor, *relays]:
@@ -229,7 +198,7 @@ class SshTest(ServerTest):
 
     def test_sleeps_while_more_requests_wait_than_it_passes_on(self):
         server = self.serve_ssh()
-        acceptor, = children(server.process.pid)
+        acceptor, = children(server.pid)
         channel = self.channel(server)
         self.greet(channel)
         relay, = children(acceptor)
@@ -238,7 +207,7 @@ class SshTest(ServerTest):
         self.assertIn(b'message-id="0"', channel.recv(65536))
         time.sleep(0.2)
         begin = cpu_seconds(relay)
-        time.sleep(1)
+        time.sleep(0.5)
         self.assertLess(cpu_seconds(relay) - begin, 0.1)
 
     def test_passes_no_request_while_a_client_with_a_large_window_stalls(self):
@@ -261,23 +230,19 @@ class SshTest(ServerTest):
         self.assertLess(now, 20)
         channel.get_transport().sock.go_on()
 
-    def test_gives_no_shell_and_no_other_subsystem(self):
+    def test_gives_no_shell_no_other_subsystem_and_no_port(self):
         server = self.serve_ssh()
         for ask in [lambda channel: channel.invoke_shell(),
                     lambda channel: channel.exec_command("id"),
-                    lambda channel: channel.invoke_subsystem("sftp")]:
+                    lambda channel: channel.invoke_subsystem("sftp"),
+                    lambda channel: channel.get_transport().open_channel(
+                        "direct-tcpip", ("127.0.0.1", server.port),
+                        ("127.0.0.1", 0))]:
             with self.assertRaises(paramiko.SSHException):
                 ask(self.channel(server))
 
-    def test_forwards_no_port(self):
-        server = self.serve_ssh()
-        channel = self.channel(server)
-        with self.assertRaises(paramiko.ChannelException):
-            channel.get_transport().open_channel(
-                "direct-tcpip", ("127.0.0.1", server.port), ("127.0.0.1", 0))
-
     def test_drops_a_client_that_does_not_log_in(self):
-        server = self.serve_ssh("--login-timeout", "4")
+        server = self.serve_ssh("--login-timeout", "3")
         session = self.connect(server)
         silent = socket.create_connection(("127.0.0.1", server.port))
         self.addCleanup(silent.close)
@@ -357,47 +322,35 @@ class SshTest(ServerTest):
         self.addCleanup(other.close)
         other.settimeout(PATIENCE)
         other.sendall(b"GET / HTTP/1.1\r\n\r\n" * 1000)
-        try:
+        with contextlib.suppress(ConnectionError):
             while other.recv(1000):
                 pass
-        except ConnectionError:
-            pass
         self.assertIn("<data", self.connect(server).get_config(
             "running").data_xml)
 
-    def test_keeps_its_host_key_for_itself_and_for_ever(self):
+    def test_shows_the_host_key_that_its_folder_has(self):
         server = self.serve_ssh()
-        key = self.folder / "state" / "ssh_host_ecdsa_key"
-        self.assertEqual(stat.S_IMODE(key.stat().st_mode), 0o600)
-        before = key.read_bytes()
         shown = paramiko.Transport(("127.0.0.1", server.port))
         self.addCleanup(shown.close)
         shown.start_client(timeout=PATIENCE)
         public = (self.folder / "state" / "ssh_host_ecdsa_key.pub").read_text()
         self.assertEqual(public.split()[1],
                          shown.get_remote_server_key().get_base64())
-        server.stop()
-        self.serve("--ssh", "0", "--authorized-keys", str(self.authorized))
-        self.assertEqual(key.read_bytes(), before)
 
-    def test_reads_the_keys_again_when_it_is_told_to(self):
+    def test_lets_those_in_whose_keys_its_file_had_last(self):
         server = self.serve_ssh()
         key, line = self.make_key("new")
         with self.assertRaises(AuthenticationError):
             self.connect(server, key=key)
-        self.authorized.write_text(line)
-        server.process.send_signal(signal.SIGHUP)
-        server.wait_for_log("authorized keys read again: 1")
-        self.connect(server, key=key)
+        server.wait_for_log("none of its keys is authorized")
+        for text, told in [(line, "authorized keys read again: 1"),
+                           ("nonsense\n", "the authorized keys stay as they")]:
+            self.authorized.write_text(text)
+            server.process.send_signal(signal.SIGHUP)
+            server.wait_for_log(told)
+            self.connect(server, key=key)
         with self.assertRaises(AuthenticationError):
             self.connect(server)
-
-    def test_keeps_the_keys_where_the_file_is_no_good(self):
-        server = self.serve_ssh()
-        self.authorized.write_text("nonsense\n")
-        server.process.send_signal(signal.SIGHUP)
-        server.wait_for_log("the authorized keys stay as they were")
-        self.connect(server)
 
     def test_listens_on_loopback_alone(self):
         server = self.serve_ssh()
@@ -410,13 +363,6 @@ class SshTest(ServerTest):
                 if address.endswith(port) and state == "0A":  # it listens
                     addresses.append(address)
         self.assertEqual(addresses, [f"0100007F{port}"])
-
-    def test_listens_elsewhere_where_it_is_told_to(self):
-        server = self.serve_ssh("--listen", "127.0.0.2")
-        self.assertIn(f"listening for SSH on 127.0.0.2:{server.port}",
-                      server.log())
-        with self.assertRaises(ConnectionRefusedError):
-            socket.create_connection(("127.0.0.1", server.port))
 
     def test_tells_from_where_its_clients_come(self):
         for listen, address, host in [("127.0.0.1", "127.0.0.1", "127.0.0.1"),
@@ -434,13 +380,6 @@ class SshTest(ServerTest):
                          if part.tag.endswith("}source-host")]
                 self.assertEqual(hosts, [host])
                 self.assertEqual(server.stop(), 0)
-
-    def test_does_not_start_without_keys(self):
-        result = subprocess.run(
-            [IPAVD, "--state", str(self.folder / "state"), "--ssh",
-             "0"], capture_output=True, text=True, timeout=PATIENCE)
-        self.assertEqual(result.returncode, 2)
-        self.assertIn("authorized_keys: No such file", result.stderr)
 
 
 if __name__ == "__main__":

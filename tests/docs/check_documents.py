@@ -34,11 +34,7 @@ def files_of(root):
     """Every file, relative to the root: those that git keeps, or all."""
     git = subprocess.run(
         ["git", f"--git-dir={root}/.git", f"--work-tree={root}", "ls-files"],
-        stdout=subprocess.PIPE,
-        stderr=subprocess.DEVNULL,
-        text=True,
-        check=False,
-    )
+        capture_output=True, text=True, check=False)
     if git.returncode == 0:
         return git.stdout.splitlines()
     found = []
@@ -52,10 +48,8 @@ def files_of(root):
 def documents_of(root):
     """Every Markdown file, relative to the root."""
     return sorted(
-        name
-        for name in files_of(root)
-        if name.endswith(".md") and os.path.exists(os.path.join(root, name))
-    )
+        name for name in files_of(root)
+        if name.endswith(".md") and os.path.exists(os.path.join(root, name)))
 
 
 def faults_of_blocks(name, lines, is_run):
@@ -82,8 +76,7 @@ def faults_of_links(root, name, lines):
         if not os.path.exists(path):
             yield f"{name}:{number + 1}: no file {target}"
         elif anchor and anchor not in document.anchors_of(
-            document.read_lines(path)
-        ):
+                document.read_lines(path)):
             yield f"{name}:{number + 1}: no heading {target}"
 
 
@@ -132,12 +125,8 @@ class Help:
         self.commands = set(re.findall(r"^  ([a-z]+) ", commands, re.M))
 
     def text(self, command):
-        return subprocess.run(
-            [self.ipav, *command, "--help"],
-            stdout=subprocess.PIPE,
-            text=True,
-            check=True,
-        ).stdout
+        return subprocess.run([self.ipav, *command, "--help"], text=True,
+                              stdout=subprocess.PIPE, check=True).stdout
 
     def options_of(self, command):
         if command not in self.options:

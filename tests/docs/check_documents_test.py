@@ -32,6 +32,54 @@ class HelpOfOneCommand:
         return {"--all", "--format"}
 
 
+REASON = "<!-- not run: it takes an hour -->\n"
+NOT_RUN = "docs/guide.md:%d: this block is not run"
+NOT_OPTION = "docs/guide.md: ipav check has no --every"
+
+# A guide, and its faults.
+GUIDES = {
+    "a block of commands must be run": ("# A\n\n" + COMMAND, [NOT_RUN % 3]),
+    "a block may say why it is not run": (REASON + COMMAND, []),
+    "also above an empty line": (REASON + "\n" + COMMAND, []),
+    "a reason is for the next block alone":
+        (REASON + COMMAND + COMMAND, [NOT_RUN % 5]),
+    "and not behind other words":
+        (REASON + "Words.\n\n" + COMMAND, [NOT_RUN % 4]),
+    **{f"{marker} is no reason": (marker + "\n" + COMMAND, [NOT_RUN % 2])
+       for marker in ("<!-- not run -->", "<!-- not run: -->",
+                      "<!-- not run:  -->", "<!-- run: github -->")},
+    "a link leads to a file":
+        ("See [x](none.md),\nand ![y](a.svg).",
+         ["docs/guide.md:1: no file none.md",
+          "docs/guide.md:2: no file a.svg"]),
+    "such as this": ("See [x](../README.md) and [x\ny](../src/lib/).", []),
+    "a link leads to a heading of its document":
+        ("# One `two`, 3-four_5!\n\n[a](#one-two-3-four_5) [b](#one)\n",
+         ["docs/guide.md:3: no heading #one"]),
+    "or of another one":
+        ("[x](../README.md#where-things-are) [x](../README.md#where)",
+         ["docs/guide.md:1: no heading ../README.md#where"]),
+    "links to elsewhere and in code are left alone":
+        ("[x](https://a.example/none.md) `[x](none.md)`\n" + REASON +
+         "```\n[x](none.md)\n```\n", []),
+    "dev has the commands":
+        ("`./dev build`, `./dev help`, `./dev test`",
+         ["docs/guide.md: there is no ./dev test"]),
+    "ipav has the commands":
+        ("`ipav check --all --format x a.xml` `ipav judge`",
+         ["docs/guide.md: there is no ipav judge"]),
+    "and the options": ("`ipav check --every a.xml`", [NOT_OPTION]),
+    "also on the next line":
+        (REASON + "```console\n$ ipav check \\\n>   --every a\n```\n",
+         [NOT_OPTION]),
+    "also in a block without prompts":
+        (REASON + "```\nipav check \\\n  --every a\n```\n", [NOT_OPTION]),
+    "options of what follows are others":
+        (REASON + "```console\n$ ipav check a | sort --unique\n"
+         "$ ls --color\n```\n", []),
+}
+
+
 class CheckDocumentsTest(unittest.TestCase):
     def setUp(self):
         place = tempfile.TemporaryDirectory()
@@ -55,44 +103,23 @@ class CheckDocumentsTest(unittest.TestCase):
         return check_documents.faults_of(str(self.root), run,
                                          HelpOfOneCommand())
 
-    def test_finds_nothing_where_all_is_right(self):
+    def test_finds_the_faults_of_a_guide(self):
         self.assertEqual(self.faults(), [])
+        for what, (guide, faults) in GUIDES.items():
+            with self.subTest(what):
+                self.assertEqual(self.faults(guide), faults)
 
-    # ---- Blocks ------------------------------------------------------------
-
-    def test_a_block_of_commands_must_be_run(self):
-        self.assertEqual(self.faults("# A\n\n" + COMMAND),
-                         ["docs/guide.md:3: this block is not run"])
-        self.assertEqual(self.faults(COMMAND, {"docs/guide.md"}), [])
-
-    def test_blocks_of_other_kinds_are_never_run(self):
-        for kind in ("", "sh", "text", "yaml", "json"):
-            block = COMMAND.replace("console", kind)
-            self.assertEqual(self.faults(block, {"docs/guide.md"}),
-                             ["docs/guide.md:1: this block is not run"], kind)
-
-    def test_a_block_may_say_why_it_is_not_run(self):
-        reason = "<!-- not run: it takes an hour -->\n"
-        self.assertEqual(self.faults(reason + COMMAND), [])
-        self.assertEqual(self.faults(reason + "\n" + COMMAND), [])
-
-    def test_a_reason_is_for_the_next_block_alone(self):
-        reason = "<!-- not run: it takes an hour -->\n"
-        for between in (COMMAND, "Words.\n\n"):
-            self.assertEqual(
-                len(self.faults(reason + between + COMMAND)), 1, between)
-
-    def test_a_reason_must_be_given(self):
-        for marker in ("<!-- not run -->\n", "<!-- not run: -->\n",
-                       "<!-- not run:  -->\n"):
-            self.assertEqual(len(self.faults(marker + COMMAND)), 1, marker)
+    def test_blocks_of_commands_alone_are_run(self):
+        for kind in ("console", "", "sh", "text", "yaml", "json"):
+            with self.subTest(kind):
+                block = COMMAND.replace("console", kind)
+                self.assertEqual(self.faults(block, {"docs/guide.md"}),
+                                 [] if kind == "console" else [NOT_RUN % 1])
 
     def test_examples_are_run_in_documents_with_a_test_of_their_own(self):
-        example = "<!-- run: github -->\n" + COMMAND
-        self.assertEqual(len(self.faults(example)), 1)
         self.write("README.md", README + "| `docs/ci.md` | three |\n")
-        self.write("docs/ci.md", example)
-        self.assertEqual(self.faults("# The guide\n"), [])
+        self.write("docs/ci.md", "<!-- run: github -->\n" + COMMAND)
+        self.assertEqual(self.faults(), [])
 
     def test_what_is_not_run_is_what_the_runner_leaves_out(self):
         for marker, count in (("", 1), ("<!-- not run -->\n", 1),
@@ -101,36 +128,7 @@ class CheckDocumentsTest(unittest.TestCase):
             self.assertEqual(len(console_blocks.commands_of(lines)), count,
                              marker)
 
-    # ---- Links -------------------------------------------------------------
-
-    def test_a_link_leads_to_a_file(self):
-        self.assertEqual(self.faults("See [x](none.md),\nand ![y](a.svg)."),
-                         ["docs/guide.md:1: no file none.md",
-                          "docs/guide.md:2: no file a.svg"])
-        self.assertEqual(self.faults("See [x](../README.md)."), [])
-        self.assertEqual(self.faults("See [x\ny](../src/lib/)."), [])
-
-    def test_a_link_leads_to_a_heading(self):
-        text = "# One `two`, 3-four_5!\n\n[a](#one-two-3-four_5) [b](#one)\n"
-        self.assertEqual(self.faults(text), ["docs/guide.md:3: no heading #one"])
-        self.assertEqual(self.faults("[x](../README.md#where-things-are)"), [])
-        self.assertEqual(self.faults("[x](../README.md#where)"),
-                         ["docs/guide.md:1: no heading ../README.md#where"])
-
-    def test_links_to_elsewhere_and_in_code_are_left_alone(self):
-        self.assertEqual(self.faults("[x](https://a.example/none.md)"), [])
-        self.assertEqual(self.faults("`[x](none.md)`"), [])
-        self.assertEqual(
-            self.faults("<!-- not run: a link -->\n```\n[x](none.md)\n```\n"),
-            [])
-
-    # ---- The table ---------------------------------------------------------
-
-    def test_the_table_has_every_folder(self):
-        self.write("host/main.cc", "")
-        self.assertEqual(self.faults(), ["README.md: the table lacks host/"])
-
-    def test_what_git_does_not_keep_is_left_alone(self):
+    def test_the_table_has_every_folder_of_git(self):
         self.write("host/main.cc", "")
         self.write("notes/README.md", COMMAND)
         self.assertEqual(len(self.faults()), 3)
@@ -142,47 +140,14 @@ class CheckDocumentsTest(unittest.TestCase):
         subprocess.run(git + ["add", "host"], check=True)
         self.assertEqual(self.faults(), ["README.md: the table lacks host/"])
 
-    def test_the_table_has_every_page(self):
+    def test_the_table_has_every_page_and_nothing_else(self):
         self.write("docs/more.md", "# More\n")
-        self.assertEqual(self.faults(),
-                         ["README.md: the table lacks docs/more.md"])
-
-    def test_the_table_has_nothing_else(self):
-        self.write("README.md", README + "| `lib/`, `src/` | three |\n")
+        self.write("README.md", README + "| `lib/`, `src/` | three |\n"
+                   "\n## Files\n\n| `none/` | |\n")
         self.assertEqual(
             self.faults(),
-            ["README.md: the table has lib/, which is not there"])
-
-    def test_a_table_behind_another_heading_is_another_one(self):
-        self.write("README.md", README + "\n## Files\n\n| `none/` | |\n")
-        self.assertEqual(self.faults(), [])
-
-    # ---- Commands ----------------------------------------------------------
-
-    def test_dev_has_the_commands(self):
-        self.assertEqual(self.faults("`./dev build`, `./dev help`"), [])
-        self.assertEqual(self.faults("`./dev test`"),
-                         ["docs/guide.md: there is no ./dev test"])
-
-    def test_ipav_has_the_commands_and_options(self):
-        self.assertEqual(self.faults("`ipav check --all --format x a.xml`"), [])
-        self.assertEqual(self.faults("`ipav judge`"),
-                         ["docs/guide.md: there is no ipav judge"])
-        self.assertEqual(self.faults("`ipav check --every a.xml`"),
-                         ["docs/guide.md: ipav check has no --every"])
-
-    def test_options_may_stand_on_the_next_line_of_a_command(self):
-        for block in ("$ ipav check \\\n>   --every a\n",
-                      "ipav check \\\n  --every a\n"):
-            self.assertIn(
-                "docs/guide.md: ipav check has no --every",
-                self.faults("```console\n" + block + "```\n",
-                            {"docs/guide.md"}), block)
-
-    def test_options_of_what_follows_are_not_those_of_ipav(self):
-        self.assertEqual(
-            self.faults("```console\n$ ipav check a | sort --unique\n"
-                        "$ ls --color\n```\n", {"docs/guide.md"}), [])
+            ["README.md: the table has lib/, which is not there",
+             "README.md: the table lacks docs/more.md"])
 
 
 if __name__ == "__main__":

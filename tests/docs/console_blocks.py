@@ -93,26 +93,16 @@ def run(commands, arguments):
         # What a document leaves running, ends with it.
         script = ["trap 'kill $(jobs -p) 2>/dev/null' EXIT"]
         for number, command in enumerate(commands):
-            script += [
-                f"exec >{folder}/{number} 2>&1",
-                # The status that the command before left.
-                "(exit ${status:-0})",
-                *command.text,
-                "status=$?",
-            ]
+            # With the status that the command before left.
+            script += [f"exec >{folder}/{number} 2>&1", "(exit ${status:-0})",
+                       *command.text, "status=$?"]
         path = f"{folder}/tools:{work}/build/dev/bin:" + os.environ["PATH"]
         subprocess.run(
-            ["bash", "-c", "\n".join(script)],
-            cwd=work,
+            ["bash", "-c", "\n".join(script)], cwd=work, timeout=1000,
             env=dict(os.environ, LC_ALL="C.UTF-8", HOME=work, PATH=path),
-            stdin=subprocess.DEVNULL,
-            timeout=1000,
-            check=False,
-        )
-        return [
-            read_output(f"{folder}/{number}", work)
-            for number in range(len(commands))
-        ]
+            stdin=subprocess.DEVNULL, check=False)
+        return [read_output(f"{folder}/{number}", work)
+                for number in range(len(commands))]
 
 
 def read_output(path, work):
@@ -125,8 +115,7 @@ def read_output(path, work):
 def matches(expected, printed):
     pattern = "".join(
         "(?:.*\n)*?" if line == ANY_LINES else re.escape(line) + "\n"
-        for line in expected
-    )
+        for line in expected)
     return re.fullmatch(pattern, "".join(line + "\n" for line in printed))
 
 
@@ -161,14 +150,9 @@ def main():
         if matches(command.expected, printed):
             continue
         failed += 1
-        print(f"{arguments.document}:{command.line + 1}: {command.text[0]}")
-        print(
-            "\n".join(
-                difflib.unified_diff(
-                    command.expected, printed, "document", "printed", lineterm=""
-                )
-            )
-        )
+        print(f"{arguments.document}:{command.line + 1}: {command.text[0]}",
+              *difflib.unified_diff(command.expected, printed, "document",
+                                    "printed", lineterm=""), sep="\n")
     print(f"{len(commands)} commands, {failed} that print something else")
     sys.exit(1 if failed else 0)
 

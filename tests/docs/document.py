@@ -57,6 +57,12 @@ def blocks_of(lines):
     return take_apart(lines)[0]
 
 
+def examples_of(path):
+    """The texts of the examples of a document, by name."""
+    return {block.example(): "\n".join(block.lines) + "\n"
+            for block in blocks_of(read_lines(path)) if block.example()}
+
+
 def links_of(lines):
     """The targets of links and images with their line numbers."""
     _, prose = take_apart(lines)

@@ -14,8 +14,9 @@ import tempfile
 
 import yaml
 
+import document
+
 SHARDS = 8
-BLOCK = re.compile(r"<!-- run: (\w+) -->\n```\w+\n(.*?)```", re.DOTALL)
 
 
 def run(command, folder, variables=None):
@@ -71,10 +72,10 @@ def slurm(text, folder):
 
 
 def main():
-    document, ipav, generate = (
+    page, ipav, generate = (
         pathlib.Path(name).resolve() for name in sys.argv[1:])
     os.environ["PATH"] = f"{ipav.parent}:{os.environ['PATH']}"
-    blocks = dict(BLOCK.findall(document.read_text(encoding="utf-8")))
+    blocks = document.examples_of(page)
     examples = {"parallel": parallel, "kubernetes": kubernetes, "slurm": slurm}
     expect(blocks.keys() == examples.keys(), f"examples: {sorted(blocks)}")
     for name, example in examples.items():

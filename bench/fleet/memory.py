@@ -5,7 +5,6 @@ Prints the time of COMMAND, the largest memory of its own process, and the
 largest of all its processes together, shared pages counted once (PSS), as seen
 twenty times a second.
 """
-import os
 import pathlib
 import subprocess
 import sys
@@ -34,20 +33,26 @@ def kibibytes(process, name, file):
     return 0
 
 
+def peaks(command, seconds):
+    """The process of a command, to its end, and its peaks in MiB: of its own
+    process, and of all together as seen every so many seconds."""
+    own = together = 0
+    program = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    while program.poll() is None:
+        own = max(own, kibibytes(program.pid, "VmHWM", "status"))
+        together = max(together, sum(
+            kibibytes(each, "Pss", "smaps_rollup")
+            for each in descendants(program.pid)))
+        time.sleep(seconds)
+    return program, own / 1024, together / 1024
+
+
 def main():
     start = time.monotonic()
-    own = together = 0
-    with open(os.devnull, "w", encoding="utf-8") as nothing:
-        program = subprocess.Popen(sys.argv[1:], stdout=nothing)
-        while program.poll() is None:
-            own = max(own, kibibytes(program.pid, "VmHWM", "status"))
-            together = max(together, sum(
-                kibibytes(each, "Pss", "smaps_rollup")
-                for each in descendants(program.pid)))
-            time.sleep(0.05)
+    program, own, together = peaks(sys.argv[1:], 0.05)
     print(f"{time.monotonic() - start:.1f} s, status {program.returncode}, "
-          f"own process {own / 1024:.1f} MiB, together {together / 1024:.1f} "
-          "MiB")
+          f"own process {own:.1f} MiB, together {together:.1f} MiB")
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -46,36 +46,22 @@ def l3(place, changed):
         "description": f"Sockets of room {place}",
         "mtu": 1500,
         "lower-layer-if": {"vlan": place % 4094 + 1},
-        "ipv4": {
-            "address": {
-                "ip": ipv4(FIRST_PRIMARY, SUBNET, place) + "/30",
-                "secondary": [{"ip": secondary + "/30"}],
-            }
-        },
-        "ipv6": {
-            "address": [
-                {"ip": ipv6("1", place) + "/80"},
-                {"ip": ipv6("2", place) + "/80"},
-            ],
-        },
+        "ipv4": {"address": {
+            "ip": ipv4(FIRST_PRIMARY, SUBNET, place) + "/30",
+            "secondary": [{"ip": secondary + "/30"}]}},
+        "ipv6": {"address": [{"ip": ipv6(kind, place) + "/80"}
+                             for kind in "12"]},
     }
 
 
 def loopback(place):
     return {
         "name": f"lo{place}",
-        "ipv4": {
-            "address": [
-                {"ip": ipv4(FIRST_LOOPBACK, 2, place) + "/32"},
-                {"ip": ipv4(FIRST_LOOPBACK + 1, 2, place) + "/32"},
-            ]
-        },
-        "ipv6": {
-            "address": [
-                {"ip": ipv6("3", place) + "/128"},
-                {"ip": ipv6("4", place) + "/128"},
-            ]
-        },
+        "ipv4": {"address": [{"ip": ipv4(first, 2, place) + "/32"}
+                             for first in (FIRST_LOOPBACK,
+                                           FIRST_LOOPBACK + 1)]},
+        "ipv6": {"address": [{"ip": ipv6(kind, place) + "/128"}
+                             for kind in "34"]},
     }
 
 
@@ -111,19 +97,12 @@ def configuration(size, changed_place):
         },
         "vorplex-internal:internal": {
             "vrf-config": {
-                "indexTOstring": [{"index": VRF_GLOBAL, "vname": "global"}]
-            },
+                "indexTOstring": [{"index": VRF_GLOBAL, "vname": "global"}]},
             "ospf-index-to-proc-id": [
-                {"compound-id": 1, "proc_id": 10, "vrf_name": "global"}
-            ],
+                {"compound-id": 1, "proc_id": 10, "vrf_name": "global"}],
         },
-        "DC-RTM-MIB:DC-RTM-MIB": {
-            "rtmStaticRtTable": {
-                "rtmStaticRtEntry": [
-                    route(i) for i in range(min(size // 4, MOST_ROUTES))
-                ]
-            }
-        },
+        "DC-RTM-MIB:DC-RTM-MIB": {"rtmStaticRtTable": {"rtmStaticRtEntry": [
+            route(i) for i in range(min(size // 4, MOST_ROUTES))]}},
     }
 
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "host/datastore/model.h"
-#include "host/datastore/running.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::cli {
 

@@ -38,6 +38,7 @@ using datastore::InputText;
 using datastore::Model;
 using datastore::ReadingTimes;
 using datastore::Running;
+using datastore::Transaction;
 using fleet::Device;
 using messages::Configuration;
 using report::DeviceReport;
@@ -71,15 +72,6 @@ base::Duration TreeTime(const Running& running) {
 struct Candidate {
   InputText text;
   DataTree tree;
-};
-
-// A candidate, and what it changes.
-struct Compared {
-  Compared(const DataTree& running, DataTree tree)
-      : candidate(std::move(tree)), diff(running, candidate) {}
-
-  const DataTree candidate;
-  const datastore::Diff diff;
 };
 
 Candidate ReadCandidate(const Model& model, const std::string& file,
@@ -181,9 +173,9 @@ void RemoveRepeated(std::vector<messages::Finding>* findings) {
       findings->end());
 }
 
-// Adds what needs both configurations: the nodes that each refusal is about,
-// and the judgement after a restart.
-void Explain(const Running& running, const DataTree& candidate_tree,
+// Adds what needs both configurations, and parses what was not parsed yet: the
+// nodes that each refusal is about, and the judgement after a restart.
+void Explain(const Running& running, const Transaction& transaction,
              const InputText& candidate, const JudgeOptions& options,
              DeviceReport* report) {
   const bool has_restart = options.restore && report->status != kPluginFailed;
@@ -191,10 +183,10 @@ void Explain(const Running& running, const DataTree& candidate_tree,
   std::optional<source::SourceText> before;
   if (running.text().has_value()) before.emplace(*running.text());
   const source::SourceText after(candidate);
-  const Configuration of_running = {&running.Tree(), report->running,
+  const Configuration of_running = {&transaction.running(), report->running,
                                     before ? &*before : nullptr};
-  const Configuration of_candidate = {&candidate_tree, report->candidate,
-                                      &after};
+  const Configuration of_candidate = {&transaction.candidate(),
+                                      report->candidate, &after};
   if (report->status == kRefused) {
     if (options.every) {
       planner::EveryFinding every = planner::FindEvery(
@@ -303,22 +295,26 @@ DeviceReport Judge::Commit(const Device& device, const Running& running,
   const base::Duration before = TreeTime(running);
   const auto compare = [&] {
     const ReadingTime limit(options_.limits.time, late(device.running));
-    return std::make_unique<const Compared>(running.Tree(),
-                                            std::move(candidate->tree));
+    if (options_.restore || options_.every || options_.suggest) {
+      static_cast<void>(running.Tree());
+    }
+    return std::make_unique<const Transaction>(
+        running, std::move(candidate->tree), candidate->text);
   };
-  const auto& [tree, changes] = KeepUntilExit(compare());
+  const Transaction& transaction = KeepUntilExit(compare());
   const base::Duration diff = watch.Lap() - (TreeTime(running) - before);
   // 3. Run the plug-in's validation points.
   DeviceReport report = ReportOn(device);
-  report.outcome = RunCommit(device.candidate, options_, options_.all,
-                             running.Tree(), tree, changes);
+  report.outcome =
+      RunCommit(device.candidate, options_, options_.all, transaction);
   report.status = report::StatusOf(report.outcome.verdict);
-  report.advice = messages::AdviceOnVrfNames(tree);
-  Explain(running, tree, candidate->text, options_, &report);
+  report.advice = messages::AdviceOnVrfNames(transaction.candidate());
+  Explain(running, transaction, candidate->text, options_, &report);
   if (options_.page) {
     const report::DeviceView view = {
-        view::ListChanges(changes),
-        view::PlanOf(running.Tree(), tree, report::PathsOfFindings(report))};
+        view::ListChanges(transaction.diff()),
+        view::PlanOf(transaction.running(), transaction.candidate(),
+                     report::PathsOfFindings(report))};
     report.page_section = report::DeviceSection(report, &view).str();
   }
   if (options_.timing) {

@@ -11,7 +11,7 @@
 #include "cli/reading.h"
 #include "cli/report/device_report.h"
 #include "host/datastore/model.h"
-#include "host/datastore/running.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::cli::check {
 

@@ -29,7 +29,7 @@
 #include "host/base/stopwatch.h"
 #include "host/base/utf8.h"
 #include "host/datastore/model.h"
-#include "host/datastore/running.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::cli {
 

@@ -25,7 +25,7 @@
 #include "cli/shared_model.h"
 #include "host/datastore/input_file.h"
 #include "host/datastore/model.h"
-#include "host/datastore/running.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::cli {
 

@@ -12,8 +12,23 @@
 
 namespace ipav::commit {
 
+namespace {
+
 using datastore::DataTree;
 using datastore::Diff;
+
+Outcome Judge(const Configurations& configurations, const Options& options) {
+  base::Stopwatch watch;
+  const auto validate = [&](const Reporter& reporter) {
+    RunLife(configurations, options, std::nullopt, reporter);
+  };
+  const ChildReport report = RunInChild(validate, options.time_limit);
+  Outcome outcome = ReadOutcome(report, options.time_limit);
+  outcome.times.child = watch.Lap();
+  return outcome;
+}
+
+}  // namespace
 
 bool IsAccepting(std::int32_t result) {
   return result == CONFD_OK || result == CONFD_VALIDATION_WARN;
@@ -25,19 +40,17 @@ bool Accepts(const Answer& answer) {
 
 Outcome RunCommit(const DataTree& running, const DataTree& candidate,
                   const Options& options) {
-  return RunCommit(running, candidate, Diff(running, candidate), options);
+  const Diff diff(running, candidate);
+  return Judge(
+      {[&running]() -> const DataTree& { return running; }, candidate, diff},
+      options);
 }
 
-Outcome RunCommit(const DataTree& running, const DataTree& candidate,
-                  const Diff& diff, const Options& options) {
-  base::Stopwatch watch;
-  const auto validate = [&](const Reporter& reporter) {
-    RunLife({running, candidate, diff}, options, std::nullopt, reporter);
-  };
-  const ChildReport report = RunInChild(validate, options.time_limit);
-  Outcome outcome = ReadOutcome(report, options.time_limit);
-  outcome.times.child = watch.Lap();
-  return outcome;
+Outcome RunCommit(const datastore::Transaction& transaction,
+                  const Options& options) {
+  return Judge({[&]() -> const DataTree& { return transaction.running(); },
+                transaction.candidate(), transaction.diff()},
+               options);
 }
 
 Outcome RunCommit(const DataTree& running, const DataTree& candidate,

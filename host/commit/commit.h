@@ -16,7 +16,7 @@
 #include "host/base/time_limit.h"
 #include "host/confd/tracer.h"
 #include "host/datastore/data_tree.h"
-#include "host/datastore/diff.h"
+#include "host/datastore/transaction.h"
 
 namespace ipav::commit {
 
@@ -91,12 +91,10 @@ struct Outcome {
 // a commit. The first refusal ends the commit, and so does the time limit. Both
 // trees must have the same model. Throws plugin::PluginError if the file is not
 // a plug-in.
+Outcome RunCommit(const datastore::Transaction& transaction,
+                  const Options& options);
 Outcome RunCommit(const datastore::DataTree& running,
                   const datastore::DataTree& candidate, const Options& options);
-// The same; `diff` is the difference of the two trees.
-Outcome RunCommit(const datastore::DataTree& running,
-                  const datastore::DataTree& candidate,
-                  const datastore::Diff& diff, const Options& options);
 
 // One of many commits that share a time limit. Throws base::TimeOver if its
 // verdict is not known in time.

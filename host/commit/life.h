@@ -3,6 +3,7 @@
 #ifndef IPAV_HOST_COMMIT_LIFE_H_
 #define IPAV_HOST_COMMIT_LIFE_H_
 
+#include <functional>
 #include <optional>
 
 #include "host/commit/child.h"
@@ -15,7 +16,7 @@ namespace ipav::commit {
 
 // The input of a commit. All are borrowed.
 struct Configurations {
-  const datastore::DataTree& running;
+  std::function<const datastore::DataTree&()> running;
   const datastore::DataTree& candidate;
   const datastore::Diff& diff;
 };

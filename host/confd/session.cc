@@ -21,7 +21,13 @@ Session* g_session = nullptr;
 Session::Session(const datastore::DataTree& running,
                  const datastore::DataTree& candidate,
                  const datastore::Diff& diff)
-    : running_(running),
+    : Session([&running]() -> const datastore::DataTree& { return running; },
+              candidate, diff) {}
+
+Session::Session(std::function<const datastore::DataTree&()> running,
+                 const datastore::DataTree& candidate,
+                 const datastore::Diff& diff)
+    : running_(std::move(running)),
       candidate_(candidate),
       diff_(diff),
       candidate_paths_(candidate),

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -21,7 +22,10 @@ namespace ipav::confd {
 
 class Session {
  public:
-  // Borrows its arguments. `diff` is the difference of the two trees.
+  // Borrows its arguments. `running` returns the running tree, and is called
+  // only when that tree is needed. `diff` is the difference of the two trees.
+  Session(std::function<const datastore::DataTree&()> running,
+          const datastore::DataTree& candidate, const datastore::Diff& diff);
   Session(const datastore::DataTree& running,
           const datastore::DataTree& candidate, const datastore::Diff& diff);
   ~Session();
@@ -34,7 +38,7 @@ class Session {
   static Session& OfCdbSocket(int socket);
   static Session* Current();  // null when none is open
 
-  const datastore::DataTree& running() const { return running_; }
+  const datastore::DataTree& running() const { return running_(); }
   const datastore::DataTree& candidate() const { return candidate_; }
   const datastore::Diff& diff() const { return diff_; }
   PathMemo& candidate_paths() { return candidate_paths_; }
@@ -70,7 +74,7 @@ class Session {
   std::uint64_t call_count() const { return call_count_; }  // in total
 
  private:
-  const datastore::DataTree& running_;
+  const std::function<const datastore::DataTree&()> running_;
   const datastore::DataTree& candidate_;
   const datastore::Diff& diff_;
   PathMemo candidate_paths_;

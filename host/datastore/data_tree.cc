@@ -173,6 +173,14 @@ DataTree DataTree::FromText(const Model& model, const InputText& text,
   return result;
 }
 
+std::optional<DataTree> DataTree::FromPart(const Model& model,
+                                           const std::string& text) {
+  DataTree result(model);
+  if (text.empty()) return result;
+  if (!result.Parse(text.c_str(), LYD_XML)) return std::nullopt;
+  return result;
+}
+
 DataTree DataTree::FromNodes(const Model& model, lyd_node* nodes) {
   DataTree result(model);
   result.tree_.reset(nodes);

@@ -39,7 +39,11 @@ class DataTree {
   static DataTree FromFile(const Model& model, const std::string& path,
                            std::size_t max_size = kMaxInputSize);
 
-  // Adds defaults and plain containers. False if the model refuses the nodes.
+  // Reads only the nodes in a piece of XML; nothing if it is not XML or not
+  // data of the model. Complete() adds defaults and plain containers, and
+  // returns false if the model refuses the nodes.
+  static std::optional<DataTree> FromPart(const Model& model,
+                                          const std::string& text);
   bool Complete();
 
   // Gives up its nodes, for changes; the tree is not used any more.

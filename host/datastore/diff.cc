@@ -8,6 +8,16 @@ namespace ipav::datastore {
 
 namespace {
 
+// Replaces the nodes of a part of the candidate by those of the whole of it.
+void MoveToWhole(const DataTree& candidate, const lyd_node* parent,
+                 std::vector<Change>* changes) {
+  for (Change& change : *changes) {
+    if (change.after == nullptr) continue;
+    change.after = Counterpart(candidate, parent, *change.after);
+    MoveToWhole(candidate, change.after, &change.children);
+  }
+}
+
 std::size_t NumberOf(const lyd_node* siblings) {
   std::size_t count = 0;
   for (; siblings != nullptr; siblings = siblings->next) ++count;
@@ -124,6 +134,18 @@ void InsertCopy(const lyd_node* node, lyd_node* parent, lyd_node** first) {
 Diff::Diff(const DataTree& running, const DataTree& candidate)
     : top_(Comparison(running, candidate)
                .Children(nullptr, nullptr, true, true)) {
+  IndexChanges();
+}
+
+Diff::Diff(const DataTree& running_part, const DataTree& candidate_part,
+           const DataTree& candidate)
+    : top_(Comparison(running_part, candidate_part)
+               .Children(nullptr, nullptr, true, true)) {
+  MoveToWhole(candidate, nullptr, &top_);
+  IndexChanges();
+}
+
+void Diff::IndexChanges() {
   // Only now are the addresses final: no vector grows any more.
   std::vector<const std::vector<Change>*> open = {&top_};
   while (!open.empty()) {

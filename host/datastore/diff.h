@@ -71,6 +71,11 @@ void InsertCopy(const lyd_node* node, lyd_node* parent, lyd_node** first);
 class Diff {
  public:
   Diff(const DataTree& running, const DataTree& candidate);
+
+  // The same, from parts of both that hold everything that differs. The changes
+  // point to nodes of the whole candidate, so that its part may be destroyed.
+  Diff(const DataTree& running_part, const DataTree& candidate_part,
+       const DataTree& candidate);
   Diff(const Diff&) = delete;
   Diff& operator=(const Diff&) = delete;
 
@@ -81,6 +86,8 @@ class Diff {
   const Change* Of(const lyd_node* candidate_node) const;
 
  private:
+  void IndexChanges();
+
   std::vector<Change> top_;
   std::unordered_map<const lyd_node*, const Change*> by_candidate_node_;
 };

@@ -64,8 +64,9 @@ void Engine::Live(const std::string& request, const Reporter& reporter) {
     return;
   }
   const datastore::Diff diff(running_, *candidate);
-  commit::RunLife({running_, *candidate, diff}, options_, std::move(plugin_),
-                  reporter);
+  commit::RunLife(
+      {[this]() -> const DataTree& { return running_; }, *candidate, diff},
+      options_, std::move(plugin_), reporter);
 }
 
 }  // namespace ipav::engine

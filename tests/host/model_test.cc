@@ -552,24 +552,6 @@ TEST(FindChild, DistinguishesNodesOfTwoModulesUnderOneParent) {
   EXPECT_NE(model->FindChild(c, "n", "x"), model->FindChild(c, "m", "x"));
 }
 
-TEST(Constraints, BetweenNodesAreFound) {
-  const std::string list = "list l { key k; leaf k { type string; } ";
-  for (const std::string& body :
-       {list + "leaf v { type string; mandatory true; } }",
-        list + "leaf v { type string; must \"../k\"; } }",
-        list + "leaf v { type string; when \"../k\"; } }",
-        list + "leaf v { type leafref { path \"/l/k\"; } } }",
-        list + "leaf v { type union { type uint8; type leafref { path "
-               "\"/l/k\"; } } } }",
-        list + "leaf v { type string; } unique v; }",
-        list + "leaf v { type string; } max-elements 100; }",
-        list + "leaf v { type string; } min-elements 1; }",
-        list + "choice x { leaf v { type string; } leaf w { type string; } } }",
-        list + "anydata v; }"}) {
-    EXPECT_FALSE(TestModel(body)->judges_nodes_alone()) << body;
-  }
-}
-
 TEST(Constraints, BetweenKeysOfOneEntryAreNoneBetweenNodes) {
   const auto judges_alone = [](const std::string& must) {
     const TestModel model(

@@ -35,7 +35,7 @@ std::int32_t Do(const std::string& deed, int sock, confd_trans_ctx* tctx) {
   }
   if (deed == "long-text" || deed == "long-texts") {
     const std::string text(std::size_t{1} << 20, 'x');
-    const int count = deed == "long-text" ? 1 : 150;
+    const int count = deed == "long-text" ? 1 : 40;
     for (int i = 0; i < count; ++i) {
       confd_trans_seterr(tctx, "%s", text.c_str());
     }

@@ -419,8 +419,8 @@ TEST_P(RobustnessLarge, ConfigurationThatIsNewEndsInAnAnswerOrInItsTimeLimit) {
   const std::string file = in() + "/candidate.xml";
   GetParam()(file, LargeCount(), 1800);
   // Each of its rules takes the square of the interfaces or addresses.
-  const ProgramResult result = Check({"--max-input-size", "2047", "--timeout",
-                                      kSanitized ? "60" : "20", file});
+  const ProgramResult result =
+      Check({"--max-input-size", "2047", "--timeout", "20", file});
   if (result.status == 3) {
     EXPECT_THAT(result.out,
                 HasSubstr("\nthe plug-in failed: did not answer within "));

@@ -47,7 +47,7 @@ double Judge(Engine* engine) {
       {{"/config/interface/l3{users-128}/ipv4/address/ip", "10.0.2.2/30"}});
   const double time = In<std::milli>(watch.Lap());
   if (outcome.verdict != ipav::commit::Verdict::kAccepted) {
-    std::fputs("The change is not accepted.\n", stderr);
+    static_cast<void>(std::fputs("The change is not accepted.\n", stderr));
     std::exit(EXIT_FAILURE);
   }
   return time;

@@ -245,6 +245,7 @@ ordered_json ToJson(const PlanReport& report, const Composer& composer) {
   ordered_json json;
   report::PutUnlessEmpty(&json, "running", report.running);
   report::PutText(&json, "goal", report.goal);
+  json["result"] = ResultOf(report);
   json["reached"] = report.reached;
   json["proven"] = report.proven;
   json["complete"] = !report.is_limited;

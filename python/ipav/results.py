@@ -107,6 +107,8 @@ class Finding:
 
     def __str__(self) -> str:
         lines = [self.text, *(f"  {culprit}" for culprit in self.culprits)]
+        if self.behind:
+            lines.append("  behind another finding of this point")
         if self.note:
             lines.append(f"  note: {self.note}")
         if self.advice:
@@ -153,7 +155,7 @@ class Restart:
     healed: tuple[Finding, ...] = ()
 
 
-@dataclass(frozen=True, slots=True)
+@dataclass(frozen=True, slots=True, repr=False)
 class Report:
     """The verdict on one candidate. It is true if the candidate is accepted."""
 
@@ -183,17 +185,28 @@ class Report:
     def __str__(self) -> str:
         lines = [f"{self.candidate}: {self.verdict.value}"]
         lines += map(str, self.refusals())
+        if self.more_findings:
+            lines.append(self.more_findings)
         return "\n".join([*lines, *self.input_errors, *self.failures()])
+
+    def __repr__(self) -> str:
+        """In one line, for `assert ipav.check(...)` in a test."""
+        texts = [finding.text for finding in self.refusals()]
+        verdict = f"{self.candidate}: {self.verdict.value}"
+        return f"<Report {'; '.join([verdict, *texts, *self.input_errors])}>"
 
     def refusals(self) -> tuple[Finding, ...]:
         """The findings of the change, and the new ones after a restart.
 
-        Findings with the same text are listed once.
+        What is found in both is listed once.
         """
-        refusals = {finding.text: finding for finding in self.findings}
-        for finding in self.restart.findings if self.restart else ():
-            if not finding.standing:
-                refusals.setdefault(finding.text, finding)
+        after = self.restart.findings if self.restart else ()
+        new = [finding for finding in after if not finding.standing]
+        refusals: dict[object, Finding] = {}
+        for finding in (*self.findings, *new):
+            paths = tuple(culprit.path for culprit in finding.culprits)
+            key = finding.text, finding.point, finding.path, paths
+            refusals.setdefault(key, finding)
         return tuple(refusals.values())
 
     def failures(self) -> list[str]:
@@ -291,6 +304,7 @@ class Plan:
     """The commits that lead to a goal. It is true if they reach it."""
 
     goal: str
+    result: str  # what `ipav plan` says of it in its first line
     reached: bool
     proven: bool  # no plan without detours has fewer commits
     complete: bool  # False: the search ended at a limit
@@ -301,6 +315,7 @@ class Plan:
     refused: tuple[Refusal, ...]
     left_out: tuple[Change, ...]
     unreplaced: tuple[Change, ...]
+    unexamined: int = 0  # changes of left_out that `refused` says nothing about
     running: str | None = None
     failure: str | None = None
     one_commit: str | None = None  # refusal of all changes in one commit
@@ -309,12 +324,18 @@ class Plan:
         return self.reached
 
     def __str__(self) -> str:
-        lines = [f"{self.goal}: {self._result()}"]
+        lines = [f"{self.goal}: {self.result}"]
         for refused in self.refused:
             lines += ["", "refused in any order:", _listed(refused.changes, "  ")]
             lines += map(str, refused.refusal.refusals())
+        if self.unexamined:
+            more = _counted(self.unexamined, "change", "changes")
+            lines += ["", f"and {more} more, not examined"]
         if self.commits and not self.reached:
             lines += ["", "left out:", _listed(self.left_out, "  ")]
+        if self.unreplaced:
+            lines.append("deleted, although what may replace it is left out:")
+            lines.append(_listed(self.unreplaced, "  "))
         for number, commit in enumerate(self.commits, 1):
             lines += ["", f"commit {number}:", _listed(commit.changes, "  ")]
             for detour in self.detours:
@@ -325,13 +346,6 @@ class Plan:
                         + detour.effect
                     )
         return "\n".join(lines)
-
-    def _result(self) -> str:
-        if self.reached and not self.commits:
-            return "nothing to do"
-        if self.reached:
-            return _counted(len(self.commits), "commit", "commits")
-        return self.failure or "no order of all changes is accepted"
 
 
 @dataclass(frozen=True, slots=True)

@@ -40,11 +40,12 @@ def run(folder, *command):
     return result.returncode, result.stdout
 
 
-def commit_all(ipav, folder, reached):
+def commit_all(ipav, folder, reached, output):
     """Commits step after step; returns what is wrong."""
     plan = json.loads((folder / "steps/plan.json").read_text("utf-8"))
     jsonschema.validate(plan, SCHEMA)
-    if plan["reached"] != reached or not (reached or plan["leftOut"]):
+    if (plan["reached"] != reached or not (reached or plan["leftOut"])
+            or not output.startswith(f"candidate.xml: {plan['result']}\n")):
         return "plan.json says something else"
     running = "running.xml"
     for number in range(1, len(plan["commits"]) + 1):
@@ -77,7 +78,7 @@ def check(ipav, folder, case):
     reached = "refused in any order" not in expected
     if status != (0 if reached else 1):
         return f"exit status {status}"
-    wrong = commit_all(ipav, folder, reached)
+    wrong = commit_all(ipav, folder, reached, output)
     if wrong:
         return wrong
     # As many commits as possible reach the goal as well, or do not.
@@ -85,7 +86,7 @@ def check(ipav, folder, case):
     status, output = run(folder, *plan, "--each", "--output", "steps")
     if status != (0 if reached else 1):
         return f"--each: exit status {status}: {output}"
-    return commit_all(ipav, folder, reached)
+    return commit_all(ipav, folder, reached, output)
 
 
 def lacks(page, text):

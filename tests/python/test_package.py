@@ -78,6 +78,31 @@ def test_a_refusal_names_both_culprits():
     assert str(finding).endswith(f"\n  suggested: {finding.fixes[1].text}")
 
 
+def test_each_fault_is_listed_once_however_many_have_its_text():
+    running = RUNNING.read_text()
+    wrong = running.replace("<lifetime>1800<", "<lifetime>600<")
+    report = ipav.check(wrong, running=running, all=True, restore=True)
+    assert len(report.refusals()) == len(report.findings) == 9
+    assert str(report).count("Lifetime must be greater than ") == 9
+    assert str(report).count(": lifetime, changed\n") == 9
+    first = ipav.check(wrong, running=running)
+    assert repr(first) == f"<Report <candidate>: refused; {first.findings[0].text}>"
+    old, new = "<min-interval>200<", "<min-interval>500<"
+    left = ipav.fix(running.replace(old, new), running=running)
+    assert len(left.left) == str(left).count("not corrected: ") == running.count(old)
+
+
+def test_a_report_says_what_it_lacks():
+    running = RUNNING.read_text()
+    wrong = running.replace("10.12.2.1/24", "10.12.2.0/24")
+    wrong = wrong.replace("10.12.50.1/24", "10.12.50.0/24")
+    report = ipav.check(wrong, running=running, every=True)
+    behind = "\n  behind another finding of this point\n"
+    assert [behind in str(finding) for finding in report.findings] == [False, True, False]
+    limited = ipav.check(wrong, running=running, every=True, limit=1)
+    assert str(limited).endswith("\nthere are more findings (--limit)")
+
+
 def test_texts_stand_for_files():
     running = RUNNING.read_text()
     changed = running.replace("10.12.50.1/24", "10.12.50.0/24")
@@ -186,13 +211,21 @@ def test_plan_and_diff_tell_what_changes():
     (detour,) = plan.detours
     assert (detour.away, detour.back) == (1, 2)
     vlan = "/config/interface/l3{users-floor-4}/lower-layer-if/vlan: 204 -> 254"
-    assert f": 2 commits\n\ncommit 1:\n  ~ {vlan}\n  - /internal/" in str(plan)
+    assert f": 2 commits (fewest, 5 verdicts)\n\ncommit 1:\n  ~ {vlan}\n  - /internal/" in str(plan)
     assert "\n    comes back with commit 2; until then the OSPFv3 " in str(plan)
     assert str(ipav.plan(RUNNING, running=RUNNING)) == f"{RUNNING}: nothing to do"
     refused = ipav.plan(OVERLAP, running=RUNNING)
     added = "+ /config/interface/l3{meeting-rooms}/ipv4/address/secondary{"
     assert f"\n\nrefused in any order:\n  {added}" in str(refused)
     assert not refused
+    assert str(refused).startswith(f"{OVERLAP}: its only change is refused (")
+    limited = ipav.plan(OVERLAP, running=RUNNING, verdicts=1)
+    assert f"{OVERLAP}: no plan found before the search ended" in str(limited)
+    replaced = RUNNING.read_text().replace("2001:db8:12:201::1/", "2001:db8:12:202::9/")
+    assert (
+        "\ndeleted, although what may replace it is left out:\n"
+        "  - /config/interface/l3{users-floor-1}/ipv6/address{2001:db8:12:201::1/64}\n"
+    ) in str(ipav.plan(replaced, running=RUNNING))
     assert refused.refused[0].refusal.findings[0].rule == "interface-overlap"
     assert refused.refused[0].changes == refused.left_out
 

@@ -45,7 +45,13 @@ from .results import (
 )
 from .session import Session as Session, Source as Source
 
-_shared = Session()
+
+class _Shared(Session):
+    def __reduce__(self) -> str:
+        return "_shared"  # for pickled functions, of a pool of processes
+
+
+_shared = _Shared()
 
 check = _shared.check
 check_all = _shared.check_all

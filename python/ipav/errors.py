@@ -23,6 +23,8 @@ class Problem:
             return self.reason
         if self.line is None:
             return f"{self.file}: {self.reason}"
+        if self.column is None:
+            return f"{self.file}:{self.line}: {self.reason}"
         return f"{self.file}:{self.line}:{self.column}: {self.reason}"
 
     @staticmethod
@@ -30,14 +32,12 @@ class Problem:
         """The problem of a line that ipav prints; FILES are those it read."""
         for file in files:
             found = re.fullmatch(
-                re.escape(file) + r":(?:(\d+):(\d+):)? (.*)", text, re.DOTALL
+                re.escape(file) + r":(?:(\d+):(?:(\d+):)?)? (.*)", text, re.DOTALL
             )
             if found is None:
                 continue
-            line, column, reason = found.groups()
-            if line is None:
-                return Problem(reason, file)
-            return Problem(reason, file, int(line), int(column))
+            line, column = (int(at) if at else None for at in found.groups()[:2])
+            return Problem(found[3], file, line, column)
         return Problem(text)
 
 

@@ -12,7 +12,7 @@ from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
 from typing import IO
 
-from .errors import InputError, Problem, SessionError
+from .errors import Error, InputError, Problem, SessionError
 
 _GRACE = 2.0  # seconds for the process to end by itself
 _PART = 65536  # bytes of an answer, read at once
@@ -91,7 +91,8 @@ class Process:
         """The answer to a request.
 
         The members `once` are added until the process has answered a request with
-        them. Raises InputError if a text is not UTF-8, and SessionError.
+        them. Raises InputError if a text is not UTF-8 or an option of the process
+        is wrong, and SessionError.
         """
         with self._lock:
             number = next(self._ids)
@@ -111,7 +112,7 @@ class Process:
                 problem = Problem("a name or a text is not UTF-8")
                 raise InputError([problem]) from error
             except (OSError, ValueError, KeyError, TypeError) as error:
-                raise SessionError(self._why_it_died(error)) from error
+                raise self._death(error) from error
             except BaseException:  # the answer would come to the next request
                 self._stop()
                 raise
@@ -134,7 +135,10 @@ class Process:
         return answer
 
     def _started(self) -> subprocess.Popen[bytes]:
-        folder = os.getcwd()
+        try:
+            folder = os.getcwd()
+        except FileNotFoundError as error:
+            raise SessionError("the current folder does not exist") from error
         if self._process is not None and self._folder != folder:
             self._stop()
         if self._process is None:
@@ -171,10 +175,10 @@ class Process:
         self._process = None
         self._is_ready = False
 
-    def _why_it_died(self, error: Exception) -> str:
-        """Ends what is left of the process. Returns its last lines."""
+    def _death(self, error: Exception) -> Error:
+        """Ends what is left of the process. Returns the error to raise."""
         if self._process is None:
-            return str(error)
+            return SessionError(str(error))
         try:
             status = self._process.wait(_GRACE)
         except subprocess.TimeoutExpired:
@@ -183,9 +187,11 @@ class Process:
         self._log.seek(0)
         lines = self._log.read().decode(errors="replace").splitlines()
         self._stop()
+        if status == 2 and lines:  # an option is wrong
+            return InputError(Problem(line.removeprefix("ipav: ")) for line in lines)
         how = f"signal {-status}" if status < 0 else f"status {status}"
-        return "\n".join(
-            [f"ipav session: {error} ({how})", *lines[-_LAST_LINES:]]
+        return SessionError(
+            "\n".join([f"ipav session: {error} ({how})", *lines[-_LAST_LINES:]])
         )
 
     def _forget(self) -> None:

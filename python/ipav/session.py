@@ -1,11 +1,13 @@
 """A process of ipav that answers one request after another."""
 
+import functools
 import json
 import os
+import re
 from collections.abc import Iterable, Mapping, Sequence
 from dataclasses import dataclass
 from pathlib import Path
-from typing import TypeAlias, TypeVar
+from typing import Any, TypeAlias, TypeVar
 
 from . import unified
 from .errors import Error, InputError, PluginError, Problem, SessionError
@@ -18,7 +20,14 @@ Source: TypeAlias = str | bytes | os.PathLike[str]
 
 T = TypeVar("T")
 
+_USAGE = re.compile(r" \(see ipav \w+ --help\)$")
 _NUMBERS = ("jobs", "limit", "timeout", "verdicts")  # all other options are bool
+
+
+def _in_python(error: str) -> str:
+    """An error that ipav prints, about arguments in place of options."""
+    text, is_about_options = _USAGE.subn("", error.removeprefix("ipav: "))
+    return text.replace("--", "") if is_about_options else text
 
 
 def _require(argument: str, value: object, *types: type) -> None:
@@ -78,7 +87,7 @@ class _Files:
         if output.status == 3:
             raise error(output.errors.strip() or "the plug-in failed")
         raise InputError(
-            Problem.parse(line.removeprefix("ipav: "), self.names)
+            Problem.parse(_in_python(line), self.names)
             for line in output.errors.splitlines() or ["unknown error"]
         )
 
@@ -111,18 +120,29 @@ class Session:
     ) -> None:
         if program is not None:
             _require("program", program, str, os.PathLike)
-        options = []
-        for name, file in {"plugin": plugin, "yang": yang}.items():
+            program = os.fspath(program)
+            if os.sep in program:  # the current folder may change
+                program = os.path.abspath(program)
+        folders = {"plugin": plugin, "yang": yang}
+        for name, file in folders.items():
             if file is not None:
                 _require(name, file, str, os.PathLike)
-                options.append(f"--{name}={os.path.abspath(file)}")
+                folders[name] = os.path.abspath(file)
+        options = [f"--{name}={file}" for name, file in folders.items() if file]
         self._process = Process(program, options)
-        self._running = running
         if running is not None:
             files = _Files()
             file = files.add(running, "running")
-            if not files.texts:  # the current folder may change
-                self._running = os.path.abspath(file)
+            if not files.texts:
+                running = os.path.abspath(file)
+        self._running = running
+        self._again = functools.partial(
+            type(self), program, **folders, running=running
+        )
+
+    def __reduce__(self) -> str | tuple[Any, ...]:
+        """A pickled session is one of the same arguments."""
+        return self._again, ()
 
     def __enter__(self) -> "Session":
         return self
@@ -167,9 +187,9 @@ class Session:
 
         The keys are paths as in a Difference, the values those of leaves; None
         deletes the node. Each call begins with the running configuration as it
-        was read. All points run, as with check(..., all=True). Much faster than
-        check(); the report has no places and no advice. Raises InputError,
-        PluginError and SessionError.
+        was read for the first one. All points run, as with check(..., all=True).
+        Much faster than check(); the report has no places and no fixes. Raises
+        InputError, PluginError and SessionError.
         """
         _require("edits", edits, Mapping)
         for path, value in edits.items():
@@ -215,6 +235,8 @@ class Session:
             files.add(each, "candidate", f"candidate {number + 1}" if number else "")
             for number, each in enumerate(_list("candidates", candidates, object))
         ]
+        if not names:
+            return ()
         output = self._run(
             files, "check", names, running, all=all, every=every, limit=limit,
             restore=restore, suggest=suggest, timeout=timeout, jobs=jobs,
@@ -318,8 +340,9 @@ class Session:
     def run(
         self, arguments: Iterable[str], texts: Mapping[str, str] | None = None
     ) -> Output:
-        """Runs any command of ipav. Raises SessionError.
+        """Runs a command of ipav, but not session, lsp and completion.
 
+        Raises InputError if an option of the session is wrong, and SessionError.
         The command reads the texts instead of the files of their names.
         """
         texts = {} if texts is None else texts

@@ -3,6 +3,7 @@
 import gc
 import os
 import pickle
+import shutil
 import signal
 import subprocess
 import sys
@@ -136,6 +137,7 @@ def test_a_folder_is_one_device_or_several(tmp_path, monkeypatch):
     [
         ("<a>\n<b", ("<candidate>", 2, 3, "no well-formed XML: the text ends before </a>")),
         ("{\n 1}", ("<candidate>", 2, 2)),
+        ("[]", ("<candidate>", 1, None, "Expected top-level JSON object, but empty array found.")),
         ("/nowhere.xml", ("/nowhere.xml", None, None, "No such file or directory")),
         ("-", ("./-", None, None, "No such file or directory")),
         ("--help", ("--help", None, None, "No such file or directory")),
@@ -151,6 +153,7 @@ def test_an_input_error_has_the_line(candidate, expected):
         place = (error.file, error.line, error.column, error.reason)
         assert place[: len(expected)] == expected, function
         assert pickle.loads(pickle.dumps(error)).problems == error.problems
+        assert "None" not in str(error)
 
 
 def test_a_wrong_type_is_named_before_anything_is_sent(monkeypatch):
@@ -199,8 +202,11 @@ def test_all_input_errors_are_listed():
         ("<candidate>", 2),
         ("<candidate>", 3),
     ]
-    with pytest.raises(ipav.InputError, match="--limit"):
+    with pytest.raises(ipav.InputError, match="^limit: Value 0 not in range 1 to 10000$"):
         ipav.check(RUNNING, every=True, limit=0)
+    with pytest.raises(ipav.InputError, match="^limit requires every$"):
+        ipav.check(RUNNING, limit=1)
+    assert ipav.check_all(iter([])) == ()
     with pytest.raises(ipav.InputError, match="not UTF-8"):
         ipav.check("<\udc80>")
 
@@ -343,11 +349,40 @@ def test_a_session_that_died_starts_again(session):
         session.check(RUNNING)
     assert process_of(session) != first
     with ipav.Session(yang="/nowhere") as wrong:
-        with pytest.raises(ipav.SessionError, match="/nowhere: .* YANG modules"):
+        with pytest.raises(ipav.InputError, match="^/nowhere: .* YANG modules$"):
             wrong.check(RUNNING)
     with ipav.Session("/no/ipav") as missing:
         with pytest.raises(ipav.SessionError, match="/no/ipav: there is no such"):
             missing.check(RUNNING)
+
+
+def test_the_current_folder_may_change(session, tmp_path, monkeypatch):
+    (tmp_path / "bin").mkdir()
+    (tmp_path / "bin/ipav").symlink_to(shutil.which(os.environ["IPAV"]))
+    monkeypatch.chdir(tmp_path)
+    with ipav.Session("bin/ipav") as elsewhere:
+        monkeypatch.chdir("/")
+        assert elsewhere.explain("overlap")
+    process_of(session)
+    (tmp_path / "deleted").mkdir()
+    monkeypatch.chdir(tmp_path / "deleted")
+    (tmp_path / "deleted").rmdir()
+    with pytest.raises(ipav.SessionError, match="^the current folder does not exist$"):
+        session.explain("overlap")
+    monkeypatch.chdir("/")
+    assert session.explain("overlap")
+
+
+def test_functions_and_sessions_can_be_pickled(tmp_path, monkeypatch):
+    for function in (ipav.check, ipav.check_all, ipav.plan, ipav.fix, ipav.diff):
+        assert pickle.loads(pickle.dumps(function)) == function
+    (tmp_path / "running.xml").write_text(RUNNING.read_text())
+    monkeypatch.chdir(tmp_path)
+    with ipav.Session(running="running.xml") as session:
+        monkeypatch.chdir("/")
+        with pickle.loads(pickle.dumps(session)) as copy:
+            assert copy.check(NETWORK) == session.check(NETWORK)
+            assert process_of(copy) != process_of(session)
 
 
 def test_an_interrupted_call_does_not_disturb_the_next(session, tmp_path):

@@ -106,7 +106,18 @@ class JsonListener {
         what.substr((colon == std::string::npos ? what.find("] ") : colon) + 2);
     error_at_ = std::min(end - 1, text_.size());
     const char last = error_at_ < text_.size() ? text_[error_at_] : ' ';
-    if (last == '"') {
+    const auto says = [&](const char* part) {
+      return error_.find(part) != std::string::npos;
+    };
+    if (says("unexpected ") && std::strchr(":}]", last) == nullptr &&
+        error_at_ < text_.size() &&
+        (says("; expected '}'") || says("; expected ']'"))) {
+      error_ = "a comma is missing before this";
+    }
+    if (says("invalid string") && last == '\n') {
+      error_at_ = text_.rfind('"', error_at_);
+      error_ = "this string has no end (write \")";
+    } else if (last == '"') {
       error_at_ -= std::min(token.size() - 1, error_at_);
     } else if (std::strchr(kBetweenWords, last) == nullptr) {
       error_at_ = text_.find_last_of(kBetweenWords, error_at_) + 1;

@@ -151,6 +151,10 @@ constexpr std::string_view kEnding = "</data>";
 // How each error starts.
 constexpr char kReason[] = "no well-formed XML: ";
 
+constexpr std::string_view kComment = "<!--";
+constexpr std::string_view kCommentEnd = "-->";
+constexpr char kOpenComment[] = "this comment has no end (write -->)";
+
 // Reads the content of a text, and only checks whether it is well-formed XML.
 class XmlListener {
  public:
@@ -177,6 +181,11 @@ class XmlListener {
     // At the end, the parser reads what may have begun a reference.
     const bool is_well_formed = Hear(open.empty() ? kEnding : " ", true);
     if (!open.empty() && !IsInReference()) {
+      const std::size_t comment = OpenComment();
+      if (comment != std::string::npos) {
+        throw ErrorAt(text_.path, bytes, comment,
+                      std::string(kReason) + kOpenComment);
+      }
       throw ErrorAt(text_.path, bytes, bytes.size(),
                     kReason + ("the text ends before </" + open + ">"));
     }
@@ -195,6 +204,12 @@ class XmlListener {
     const std::string_view message =
         error->message == nullptr ? "" : error->message;
     listener->message_ = message.substr(0, message.find('\n'));
+  }
+
+  // Where a comment starts that is not closed.
+  std::size_t OpenComment() const {
+    const std::size_t end = text_.bytes.rfind(kCommentEnd);
+    return text_.bytes.find(kComment, end == std::string::npos ? start_ : end);
   }
 
   // The local name of the element that is open.
@@ -236,6 +251,11 @@ class XmlListener {
       // The parser is after the end tag.
       at = bytes.rfind('<', at - 1);
       if (parser_->nameNr == 0) message = "an end tag without its start tag";
+    } else if (at > 3 && bytes.substr(at - 2, kComment.size()) == kComment &&
+               bytes.rfind(kComment, at - 3) != std::string::npos) {
+      // The hyphens of the next comment.
+      at = bytes.rfind(kComment, at - 3);
+      message = kOpenComment;
     }
     return ErrorAt(text_.path, bytes, at, kReason + message);
   }

@@ -94,6 +94,7 @@ TEST(InputErrorPlace, IsKnownForTextsThatAreNeitherXmlNorJson) {
 
 TEST(InputErrorPlace, IsKnownForXmlThatIsNotWellFormed) {
   const std::string in_line_3 = "Opening and ending tag mismatch: vrf line 3";
+  const std::string open_comment = "this comment has no end (write -->)";
   const std::string ampersand = kNoXml + "& begins no reference (write &amp;)";
   std::vector<Row> rows = {
       {L3With("<vrf>red^</vfr>"), {kNoXml + in_line_3 + " and vfr"}},
@@ -101,8 +102,11 @@ TEST(InputErrorPlace, IsKnownForXmlThatIsNotWellFormed) {
        {kNoXml + "Sequence ']]>' not allowed in content"}},
       {L3With("<vrf><![CDATA[r]]>^]]></vrf>"),
        {kNoXml + "Sequence ']]>' not allowed in content"}},
-      {L3With("<!-- <!^-- --><vrf>red</vrf>"),
+      {L3With("<!-- a ^-- --><vrf>red</vrf>"),
        {kNoXml + "Double hyphen within comment"}},
+      {L3With("^<!-- todo\n<vrf>red</vrf>"), {kNoXml + open_comment}},
+      {L3With("<!-- a -->^<!-- todo\n<vrf>red</vrf><!-- b -->"),
+       {kNoXml + open_comment}},
       {L3With("<vrf>a &lt; b\n^& c</vrf><mtu>&gt;</mtu>"), {ampersand}},
       {L3With("<vrf>R^&D</vrf>"), {ampersand}},
       {L3With("<vrf>r</vrf>") + "^&", {ampersand}},
@@ -147,7 +151,13 @@ TEST(InputErrorPlace, IsKnownForTextsThatAreNotJson) {
         {syntax + "object separator - unexpected number literal; expected "
                   "':'"}},
        {JsonL3With("\"vrf\": \"a\" ^\"\u00f6 b\": 1"),
-        {syntax + "object - unexpected string literal; expected '}'"}},
+        {"a comma is missing before this"}},
+       {JsonL3With("\"ipv4\": {} ^{"), {"a comma is missing before this"}},
+       {JsonL3With("\"a\": [1 ^2]"), {"a comma is missing before this"}},
+       {JsonL3With("\"a\": [1^}"),
+        {syntax + "array - unexpected '}'; expected ']'"}},
+       {JsonL3With("\"vrf\": ^\"red\n\"mtu\": 1500"),
+        {"this string has no end (write \")"}},
        {"{^,}",
         {syntax + "object key - unexpected ','; expected string literal"}},
        {json + "^{",

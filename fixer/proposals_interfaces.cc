@@ -60,13 +60,22 @@ void RenameInTables(const DataView& view, const std::string& before,
     }
   };
   rename(tables, "ospf-interface-l3", "interface");
+  rename(tables, "ospfv3-interface-l3", "interface");
   rename(tables, "ospfv3-interface-l3", "ospfv3-pm-if-name");
   rename(nullptr, "rtmStaticRtEntry-global", "interface-name");
 }
 
+// Whether two entries only differ in their name, which comes first.
+bool IsRenamed(const lyd_node* before, const lyd_node* after) {
+  return lyd_compare_siblings(lyd_child(before)->next, lyd_child(after)->next,
+                              LYD_COMPARE_FULL_RECURSION) == LY_SUCCESS;
+}
+
 // The name in allowed characters, as long as allowed, and not taken in either
-// configuration: it would be the name of something else.
-std::string AllowedName(const Subject& subject, const std::string& name) {
+// configuration: it would be the name of something else. The name that the
+// entry has in the running configuration is not taken.
+std::string AllowedName(const Subject& subject, const lyd_node* named) {
+  const std::string name = messages::TextOf(lyd_child(named));
   std::string allowed;
   for (std::size_t at = 0; at < name.size();) {
     const auto byte = static_cast<unsigned char>(name[at]);
@@ -79,6 +88,7 @@ std::string AllowedName(const Subject& subject, const std::string& name) {
   for (const DataView* view : {&subject.running, &subject.candidate}) {
     const lyd_node* parent = view->At(nullptr, {"config", "interface"});
     for (const lyd_node* entry : view->Entries(parent, "l3")) {
+      if (view == &subject.running && IsRenamed(entry, named)) continue;
       taken.insert(messages::TextOf(lyd_child(entry)));
     }
   }
@@ -92,9 +102,8 @@ std::string AllowedName(const Subject& subject, const std::string& name) {
 
 Proposals WrongName(const Subject& subject) {
   const lyd_node* leaf = NodeWithRole(subject, "name");
-  const std::string name = messages::TextOf(leaf);
-  if (name.empty()) return {};
-  const std::string allowed = AllowedName(subject, name);
+  if (messages::TextOf(leaf).empty()) return {};
+  const std::string allowed = AllowedName(subject, EntryOf(leaf));
   Proposal proposal{
       false, "name the interface " + allowed, {Set(leaf, allowed)}};
   RenameInTables(subject.candidate, NameOf(EntryOf(leaf), "-"), "l3-" + allowed,

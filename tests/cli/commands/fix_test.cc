@@ -96,7 +96,8 @@ std::vector<FixCase> InterfaceCases() {
         "lab-molecular-biology-and-genetics-building-c-floor-3-room-3"}},
       {"l3-name-too-long",
        InterfacesXml(L3Named(std::string(60, 'n'))),
-       InterfacesXml(L3Named(std::string(61, 'n'))),
+       InterfacesXml(L3Named(std::string(60, 'n')) +
+                     L3Named(std::string(61, 'n'))),
        {"suggested: name the interface " + std::string(58, 'n') + "-2"}},
       {"l3-name-too-short",
        "",
@@ -414,6 +415,25 @@ TEST_F(FixTest, DiffIsAppliedByPatch) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(ReadFile(copy), ReadFile(written));
     EXPECT_EQ(Ipav({"check", written}).status, result.status);
+  }
+}
+
+std::string Renamed(const std::string& text, const std::string& name) {
+  return std::regex_replace(text, std::regex("users-floor-6"), name);
+}
+
+TEST_F(FixTest, AnInterfaceGetsItsNameInAllTables) {
+  const std::string text = ReadFile(kRunning);
+  const std::string running = Write("running.xml", text);
+  for (const auto& [name, corrected] :
+       {std::pair("users.6", "users-6"),
+        {"users.floor-6", "users-floor-6"},  // as in the running configuration
+        {"users.floor-5", "users-floor-5-2"}}) {
+    const std::string file = Write("candidate.xml", Renamed(text, name));
+    const ProcessResult result = Ipav(
+        {"fix", "--running", running, "--suggested", "--write", file});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(ReadFile(file), Renamed(text, corrected));
   }
 }
 

@@ -172,6 +172,10 @@ TEST(Renaming, RefusesWhatCannotBeANameAndSaysWhy) {
   expect(uplink, "a b", "an l3 name has only 0-9, a-z, A-Z, _ and -");
   expect(StarterAt("<compound-id>1", "1"), "x",
          "not a value of /internal/ospf-index-to-proc-id/compound-id");
+  for (const char* area : {"foo", "13", "0.0.0", "0.0.0.256"}) {
+    expect(StarterAt("<area>0.0.0.0", "0."), area,
+           "an area is written as four numbers with dots, such as 0.0.0.1");
+  }
   expect(StarterAt("<vrf>guest", "gu"), "global",
          "the rules fix what this VRF is");
   EXPECT_EQ(Renamed(StarterAt("<vrf>mgmt", "mg"), "a"),

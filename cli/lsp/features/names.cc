@@ -1,5 +1,6 @@
 #include "cli/lsp/features/names.h"
 
+#include <arpa/inet.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -255,6 +256,11 @@ std::vector<Span> OtherEndAt(const Outline& outline, const Names& names,
 
 // ---- Renaming --------------------------------------------------------------
 
+bool IsDottedQuad(const std::string& text) {
+  in_addr address{};
+  return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
 // Why a thing cannot have that name; empty if it can.
 std::string FaultOf(const Outline& outline, const Mention& mention,
                     const std::string& name) {
@@ -269,6 +275,9 @@ std::string FaultOf(const Outline& outline, const Mention& mention,
                                           value.data(), value.size(), nullptr,
                                           nullptr, nullptr) != LY_SUCCESS) {
     return "not a value of " + datastore::SchemaPath(*schema);
+  }
+  if (mention.row->thing == Thing::kArea && !IsDottedQuad(name)) {
+    return "an area is written as four numbers with dots, such as 0.0.0.1";
   }
   if (prefix != kL3Prefix) return "";
   if (value.size() > kMaxL3Name) {

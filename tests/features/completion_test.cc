@@ -192,6 +192,13 @@ INSTANTIATE_TEST_SUITE_P(
          "{\"vorplex-internal:internal\": {\"ospfv3-interface-l3\": "
          "[{\"area\": \"0.0.0.1\"}, {\"area\": \"0|\"}]}}",
          "0.0.0.1"},
+        {"json_string_without_an_end",
+         "{\"vorplex-internal:internal\": {\"ospfv3-interface-l3\": "
+         "[{\"area\": \"0.0.0.1\"}, {\"area\": \"0.|\n\"router\": 1}]}}",
+         "0.0.0.1",
+         "{\"vorplex-internal:internal\": {\"ospfv3-interface-l3\": "
+         "[{\"area\": \"0.0.0.1\"}, {\"area\": \"0.0.0.1\",\n\"router\": "
+         "1}]}}"},
         {"json_container", InJsonL3("\"lower-layer-if\": |"), "lower-layer-if",
          InJsonL3("\"lower-layer-if\": {\n  $1\n}")},
         {"json_behind_the_colon_of_an_unknown_member", InJsonL3("\"x\": |"),
@@ -208,6 +215,21 @@ TEST(Completion, WritesPlainIndentedTextForASimpleClient) {
             "<internal xmlns=\"urn:vorplex:internal\">\n  <vrf-config>\n"
             "    <indexTOstring>\n      <index></index>\n"
             "    </indexTOstring>");
+}
+
+TEST(Completion, WritesWholeMembersForASimpleClient) {
+  const auto accept = [](const std::string& member, const char* label) {
+    const MarkedText text(InJsonL3(member));
+    return Accept(text.text,
+                  CompletionsAt(text.Read(), text.cursor, {false, false}),
+                  label);
+  };
+  const std::string next = "\n\"vrf\": \"x\"";
+  EXPECT_EQ(accept("\"|" + next, "enabled"),
+            InJsonL3("\"enabled\": true," + next));
+  EXPECT_EQ(accept("\"|" + next, "mtu"), InJsonL3("\"mtu\": null," + next));
+  EXPECT_EQ(accept("\"|" + next, "description"),
+            InJsonL3("\"description\": \"\"," + next));
 }
 
 TEST(Completion, SaysWhatItOffers) {

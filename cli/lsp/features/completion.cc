@@ -128,8 +128,7 @@ void AddChildren(const Outline& outline, const Place& place,
     completion.label = child->name;
     completion.detail = KindText(*child);
     if (child->dsc != nullptr) completion.markdown = MarkdownText(child->dsc);
-    completion.text =
-        TextOf(outline, place, *child, style) + place.trailing_comma;
+    completion.text = TextOf(outline, place, *child, style) + place.missing_end;
     completion.typed = completion.label;
     if (!outline.is_xml()) {
       const std::string_view typed = outline.TextOf(place.replaced);
@@ -174,8 +173,7 @@ void AddValues(const Outline& outline, const Place& place,
       completion.markdown = MarkdownText(value.description);
     }
     const std::string escaped = outline.Escaped(value.name);
-    completion.text =
-        writer.Text(quote + escaped + quote) + place.trailing_comma;
+    completion.text = writer.Text(quote + escaped + quote) + place.missing_end;
     completion.typed = escaped;
     completions->items.push_back(std::move(completion));
   };
@@ -196,7 +194,7 @@ void AddInnerValue(const Place& place, const SnippetStyle& style,
   completion.text =
       SnippetWriter(style, place.schema->module)
           .Value(*place.schema, place.kind == Place::Kind::kElement) +
-      place.trailing_comma;
+      place.missing_end;
   completion.typed = completion.label;
   completions->items.push_back(std::move(completion));
 }

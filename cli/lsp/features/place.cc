@@ -117,6 +117,7 @@ Place JsonValueAt(const Outline& outline, Node node, std::size_t offset) {
   place.kind = is_element ? Place::Kind::kElement : Place::Kind::kValue;
   place.is_in_quotes =
       item.content.begin > 0 && outline.text()[item.content.begin - 1] == '"';
+  if (place.is_in_quotes && !item.is_closed) place.missing_end = "\"";
   Span value = item.content;  // of a missing value: blanks
   const std::string_view text = outline.TextOf(value);
   if (!place.is_in_quotes &&
@@ -161,8 +162,8 @@ void FindCommas(const Outline& outline, Place* place) {
       text.substr(0, place->replaced.begin).find_last_not_of(kBlanks);
   const std::size_t behind =
       text.find_first_not_of(kBlanks, place->replaced.end);
-  if (lacks(before, "{[,:")) place->comma = before + 1;
-  if (lacks(behind, "}],:")) place->trailing_comma = ",";
+  if (!place->is_in_quotes && lacks(before, "{[,:")) place->comma = before + 1;
+  if (lacks(behind, "}],:")) place->missing_end += ",";
 }
 
 Place JsonPlaceAt(const Outline& outline, std::size_t offset) {
@@ -174,7 +175,8 @@ Place JsonPlaceAt(const Outline& outline, std::size_t offset) {
   Place place = is_in_head                ? JsonNameAt(outline, node)
                 : IsOpened(outline, node) ? JsonContentAt(outline, node, offset)
                                           : JsonValueAt(outline, node, offset);
-  if (!place.is_name_only && !place.is_in_quotes) FindCommas(outline, &place);
+  const bool has_end = place.is_in_quotes && place.missing_end.empty();
+  if (!place.is_name_only && !has_end) FindCommas(outline, &place);
   return place;
 }
 

@@ -35,7 +35,7 @@ struct Place {
   // JSON
   bool is_in_quotes = false;
   std::optional<std::size_t> comma;  // where one is missing before the place
-  std::string trailing_comma;        // is missing behind the place
+  std::string missing_end;  // of a string and of a member, behind the place
 };
 
 Place PlaceAt(const Outline& outline, std::size_t offset);

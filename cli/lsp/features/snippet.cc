@@ -46,6 +46,13 @@ std::string Choice(std::string_view text) {
   return escaped;
 }
 
+// Without tab stops, so that the text stays JSON. No number: it might be taken
+// for the user's.
+std::string Placeholder(const lysc_node& leaf) {
+  const std::vector<NamedValue> values = NamedValues(TypeOf(leaf));
+  return values.empty() ? "null" : values.front().name;
+}
+
 }  // namespace
 
 bool IsQuoted(const lysc_node& leaf) {
@@ -162,8 +169,10 @@ void SnippetWriter::WriteValue(const lysc_node& schema, bool is_in_array,
     return;
   }
   const char* quote = IsQuoted(schema) ? "\"" : "";
-  text_ += (is_array ? "[" : "") + (quote + Stop(&schema)) + quote +
-           (is_array ? "]" : "");
+  std::string value = Stop(&schema);
+  if (value.empty() && !IsQuoted(schema)) value = Placeholder(schema);
+  text_ +=
+      (is_array ? "[" : "") + (quote + value) + quote + (is_array ? "]" : "");
 }
 
 void SnippetWriter::WriteObject(const lysc_node& schema, std::size_t level) {

@@ -146,7 +146,14 @@ bool OpenDocument::has_verdict() const {
 // ---- For the client ---------------------------------------------------------
 
 bool OpenDocument::IsIn(const Problem& problem, const Range& range) const {
-  return HaveCommonLine(document_.RangeOf(problem.span), range);
+  const auto is_in = [&](const Span& span) {
+    return HaveCommonLine(document_.RangeOf(span), range);
+  };
+  return is_in(problem.span) ||
+         std::any_of(problem.related.begin(), problem.related.end(),
+                     [&](const RelatedNode& node) {
+                       return node.here && is_in(*node.here);
+                     });
 }
 
 bool OpenDocument::HasRefusalIn(const Range& range) const {
@@ -201,14 +208,19 @@ Json OpenDocument::ActionsIn(const Range& range) const {
 
 std::string OpenDocument::VerdictInWords() const {
   const commit::Outcome& outcome = report_->outcome;
+  // Equal ones are shown once.
+  const std::vector<Problem> problems = ProblemsOf(*report_, judged_);
+  const auto count = static_cast<std::size_t>(std::count_if(
+      problems.begin(), problems.end(),
+      [](const Problem& each) { return each.severity == Severity::kError; }));
   switch (report_->status) {
     case kAccepted:
       return fmt::format("accepted ({} of {} validation calls)",
                          outcome.answers.size(), outcome.planned);
     case kRefused:
-      return "refused: " + Counted(report_->findings.size(), "finding");
+      return "refused: " + Counted(count, "finding");
     case kBadInput:
-      return "not judged: " + Counted(report_->input_errors.size(), "error");
+      return "not judged: " + Counted(count, "error");
     case kPluginFailed:
       break;
   }

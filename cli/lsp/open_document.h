@@ -54,7 +54,7 @@ class OpenDocument {
   bool has_fixes() const { return fixes_.has_value(); }
   bool has_changes() const { return has_changes_; }
 
-  // Whether a refusal is shown in the lines of that range.
+  // Whether a refusal has a node in the lines of that range.
   bool HasRefusalIn(const Range& range) const;
 
   Json Diagnostics() const;  // publishDiagnostics' parameters

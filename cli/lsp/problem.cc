@@ -1,10 +1,12 @@
 #include "cli/lsp/problem.h"
 
+#include <arpa/inet.h>
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <set>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -24,6 +26,8 @@ using messages::Culprit;
 using messages::Finding;
 using messages::Place;
 using report::DeviceReport;
+
+constexpr char kOspfv2Rows[] = "ospf-interface-l3";
 
 // ---- Places -----------------------------------------------------------------
 
@@ -88,6 +92,7 @@ RelatedNode RelatedNodeOf(const Culprit& culprit, const Judged& judged) {
   related.text = fmt::format("{}: {}{}{} ({})", culprit.role, culprit.path,
                              culprit.value.empty() ? "" : " ", culprit.value,
                              report::WordOf(culprit.novelty));
+  related.is_altered = culprit.novelty != datastore::Novelty::kUnchanged;
   if (!culprit.place) return related;
   if (culprit.place->file == judged.name) {
     related.here = SpanOf(judged.document, *culprit.place);
@@ -104,18 +109,25 @@ Problem ProblemOf(const Finding& finding, const Judged& judged) {
   if (!finding.anchor.empty() && !judged.messages.empty()) {
     problem.href = judged.messages + "#" + finding.anchor;
   }
-  // The first node that the document has is marked, the others are related.
-  bool is_marked = false;
+  // The first node of the document that the change alters is marked, else the
+  // first one. The others are related.
+  std::vector<RelatedNode>& nodes = problem.related;
   for (const Culprit& culprit : finding.culprits) {
-    RelatedNode related = RelatedNodeOf(culprit, judged);
-    if (!is_marked && related.here) {
-      problem.span = *related.here;
-      is_marked = true;
-    } else {
-      problem.related.push_back(std::move(related));
-    }
+    nodes.push_back(RelatedNodeOf(culprit, judged));
   }
-  if (!is_marked) problem.text += "\ndata path: " + finding.path;
+  const auto rank = [](const RelatedNode& node) {
+    return !node.here ? 2 : node.is_altered ? 0 : 1;
+  };
+  const auto marked = std::min_element(
+      nodes.begin(), nodes.end(), [&](const auto& node, const auto& other) {
+        return rank(node) < rank(other);
+      });
+  if (marked == nodes.end() || !marked->here) {
+    problem.text += "\ndata path: " + finding.path;
+  } else {
+    problem.span = *marked->here;
+    nodes.erase(marked);
+  }
   if (!finding.note.empty()) problem.text += "\nnote: " + finding.note;
   return problem;
 }
@@ -132,21 +144,67 @@ void Add(Problem problem, std::vector<Problem>* problems) {
   if (same == problems->end()) problems->push_back(std::move(problem));
 }
 
+// The first leaf of that name, with its value, that is not an IPv4 address.
+std::optional<Span> FindNoAddress(std::string_view text,
+                                  std::string_view name) {
+  for (std::size_t at = text.find(kOspfv2Rows); at < text.size(); ++at) {
+    at = text.find(name, at);
+    if (at == std::string_view::npos) break;
+    std::size_t begin = at + name.size();
+    const std::string_view around = text.substr(at - 1, name.size() + 2);
+    if (around.front() == '"' && around.back() == '"') {
+      begin = text.find_first_not_of(" \t\r\n:", begin + 1);
+    } else if (around.front() != '<' || around.back() != '>') {
+      continue;
+    }
+    const std::size_t end = text.find_first_of("<\"", begin + 1);
+    if (end == std::string_view::npos) break;
+    // Another node has this name and children.
+    const bool is_leaf =
+        text[end] == '"' ? text[begin] == '"' : text.substr(end, 2) == "</";
+    const std::string value(text.substr(begin + 1, end - begin - 1));
+    in_addr address{};
+    if (is_leaf && inet_pton(AF_INET, value.c_str(), &address) != 1) {
+      return Span{at, end};
+    }
+  }
+  return std::nullopt;
+}
+
+// The rules read two leaves of OSPFv2 as addresses, and throw an exception at
+// another text. The model does not check them, and the exception does not name
+// them.
+void PlaceException(const Document& document, Problem* problem) {
+  for (const char* name : {"area", "address"}) {
+    const std::optional<Span> span = FindNoAddress(document.text(), name);
+    if (!span) continue;
+    problem->span = *span;
+    problem->text += std::string("\nnote: the ") + name + " of this row of " +
+                     kOspfv2Rows + " is not an IPv4 address";
+    return;
+  }
+}
+
 void AddFailure(const DeviceReport& report, const Judged& judged,
                 std::vector<Problem>* problems) {
   const commit::Outcome& outcome = report.outcome;
-  std::string text =
-      "the plug-in failed: " +
-      (outcome.failure.empty() ? "it threw an exception" : outcome.failure);
+  Problem problem = ProblemOfAll(
+      judged.document, "the plug-in failed: " + (outcome.failure.empty()
+                                                     ? "it threw an exception"
+                                                     : outcome.failure));
+  std::set<std::string> exceptions;  // each with the first path only
   for (const commit::Answer& answer : outcome.answers) {
-    if (!answer.exception) continue;
-    text += "\n" + *answer.exception + "\ndata path: " + answer.path;
+    if (!answer.exception || !exceptions.insert(*answer.exception).second) {
+      continue;
+    }
+    problem.text += "\n" + *answer.exception + "\ndata path: " + answer.path;
   }
+  if (!exceptions.empty()) PlaceException(judged.document, &problem);
   if (!outcome.failed_path.empty()) {
-    text += fmt::format("\nvalidation point: {}\ndata path: {}",
-                        outcome.failed_point, outcome.failed_path);
+    problem.text += fmt::format("\nvalidation point: {}\ndata path: {}",
+                                outcome.failed_point, outcome.failed_path);
   }
-  Add(ProblemOfAll(judged.document, text), problems);
+  Add(std::move(problem), problems);
 }
 
 }  // namespace

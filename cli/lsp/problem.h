@@ -26,6 +26,7 @@ struct Judged {
 struct RelatedNode {
   std::string text;          // "overlaps with: /config/... (unchanged)"
   std::optional<Span> here;  // in this document
+  bool is_altered = false;   // by the change
   std::optional<Location> elsewhere;
   std::string file;  // of that other place
 };

@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import re
 import tempfile
 import time
 import unittest
@@ -121,6 +122,33 @@ class DiagnosticsTest(LspTest):
         self.assertIn("<vlan>", running.read_text().splitlines()[line])
         self.assertIn(f"(removed), running.xml line {line + 1}",
                       found["message"])
+
+    def test_are_at_the_node_that_the_change_alters(self):
+        """Two points refuse it: it is shown, and counted, once."""
+        uri = self.client.open(BRANCH / "pos-shop-in-guest.xml")
+        [found] = self.client.published(uri, 1)
+        self.assertEqual(found["range"]["start"]["line"], 599)
+        self.assertEqual([each["location"]["range"]["start"]["line"]
+                          for each in found["relatedInformation"]], [555, 605])
+        lenses = self.client.call("textDocument/codeLens",
+                                  textDocument={"uri": uri})
+        self.assertEqual(lenses[0]["command"]["title"], "refused: 1 finding")
+
+    def test_of_an_exception_are_at_the_value_that_is_no_address(self):
+        for name in ("branch-router/running.xml", "campus-core/running.json"):
+            text = (ROOT / "examples" / name).read_text()
+            begin = text.index("ospf-interface-l3")
+            for leaf, wrong in [("area", ""), ("address", "10.12.1.300")]:
+                value = re.compile(f'(?<={leaf}>)[0-9.]+|(?<="{leaf}": ")[0-9.]+')
+                at = list(value.finditer(text, begin))[3]
+                wrong_text = text[:at.start()] + wrong + text[at.end():]
+                [found] = self.verdict(wrong_text, "new" + name[-5:])
+                self.assertEqual(found["range"]["start"]["line"],
+                                 text.count("\n", 0, at.start()))
+                lines = found["message"].splitlines()
+                self.assertEqual(found["message"].count("data path:"), 1)
+                self.assertEqual(lines[-1], f"note: the {leaf} of this row of "
+                                 "ospf-interface-l3 is not an IPv4 address")
 
     def test_are_all_errors_of_the_data_model(self):
         found = self.verdict(interface(
@@ -383,6 +411,16 @@ class ActionsTest(LspTest):
             self.client.change(uri, number,
                                {"text": apply(text, change["edits"])})
             self.assertEqual(self.client.published(uri, number), [])
+
+    def test_are_at_each_node_of_the_refusal(self):
+        uri = self.client.open(BRANCH / "pos-shop-in-guest.xml")
+        titles = []
+        for line in (599, 555, 605):
+            at = {"line": line, "character": 0}
+            found = self.client.answer(self.ask(uri, {"start": at, "end": at}))
+            titles.append([each["title"] for each in found["result"]])
+        self.assertIn("leave ", "".join(titles[0]))
+        self.assertEqual(titles, [titles[0]] * 3)
 
     def test_are_none_where_no_refusal_is(self):
         uri = self.client.open(OFFICE)

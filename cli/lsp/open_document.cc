@@ -228,6 +228,7 @@ std::string OpenDocument::VerdictInWords() const {
 }
 
 std::string OpenDocument::ChangesInWords() const {
+  if (is_running_) return "this is the running configuration";
   if (running_.empty()) return "no running configuration";
   return Counted(*changes_, "change") + " against " +
          std::filesystem::path(running_).filename().string();

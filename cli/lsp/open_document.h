@@ -45,7 +45,10 @@ class OpenDocument {
   const std::string& name() const { return judged_.name; }
   const Document& document() const { return document_; }
   const std::string& running() const { return running_; }
-  void set_running(std::string running) { running_ = std::move(running); }
+  void set_running(std::string running, bool is_running) {
+    running_ = std::move(running);
+    is_running_ = is_running;
+  }
 
   bool is_lost() const { return is_lost_; }
   bool is_judged() const { return is_judged_; }
@@ -75,8 +78,9 @@ class OpenDocument {
   Judged judged_;
   Version version_;
   const std::size_t max_text_;
-  bool is_lost_ = false;  // then `document_` is empty
-  std::string running_;   // file; empty: none
+  bool is_lost_ = false;     // then `document_` is empty
+  std::string running_;      // file; empty: none
+  bool is_running_ = false;  // is itself one
 
   // From the last text that could be read to its end, moved with the text.
   std::vector<Problem> problems_;

@@ -16,6 +16,10 @@ bool Exists(const fs::path& path) {
   return fs::exists(path, error);
 }
 
+fs::path SettledRunning(const Settings& settings) {
+  return (fs::path(settings.root) / settings.running).lexically_normal();
+}
+
 }  // namespace
 
 // ---- Documents --------------------------------------------------------------
@@ -95,16 +99,19 @@ const OpenDocument* Workspace::FindFile(const std::string& name) const {
   return found == documents_.end() ? nullptr : &found->second;
 }
 
+bool Workspace::IsRunning(const OpenDocument& document) const {
+  return settings_.running.empty()
+             ? fs::path(document.name()).stem() == "running"
+             : document.name() == SettledRunning(settings_);
+}
+
 // The setting, else running.xml or running.json beside the file; first the one
 // of the same format. A running configuration is judged on its own.
 std::string Workspace::RunningOf(const OpenDocument& document) const {
+  if (IsRunning(document)) return "";
+  if (!settings_.running.empty()) return SettledRunning(settings_);
   const fs::path file = document.name();
-  if (!settings_.running.empty()) {
-    const fs::path running =
-        (fs::path(settings_.root) / settings_.running).lexically_normal();
-    return running == file ? "" : running.string();
-  }
-  if (!file.is_absolute() || file.stem() == "running") return "";
+  if (!file.is_absolute()) return "";
   std::string same_format = file.extension();
   for (const std::string& ending :
        {same_format, std::string(".xml"), std::string(".json")}) {
@@ -208,7 +215,9 @@ void Workspace::Start(OpenDocument* document, Purpose purpose) {
   if (running_.count({document->uri(), purpose}) > 0) return;
   if (running_.size() >= settings_.max_jobs) return;
   // 1. The command.
-  if (purpose == Purpose::kVerdict) document->set_running(RunningOf(*document));
+  if (purpose == Purpose::kVerdict) {
+    document->set_running(RunningOf(*document), IsRunning(*document));
+  }
   const std::string& running = document->running();
   std::vector<std::string> words = {"check", "--all"};
   if (purpose == Purpose::kChanges) {

@@ -78,6 +78,7 @@ class Workspace {
   using Task = std::pair<std::string, Purpose>;  // of the document's URI
 
   const OpenDocument* FindFile(const std::string& name) const;
+  bool IsRunning(const OpenDocument& document) const;
   std::string RunningOf(const OpenDocument& document) const;
   void Invalidate(OpenDocument* document);
   void InvalidateReadersOf(const std::string& file);

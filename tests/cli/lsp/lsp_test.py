@@ -297,7 +297,7 @@ class RunningTest(LspTest):
         self.assertEqual(self.count(client, uri), 0)
         lenses = client.call("textDocument/codeLens", textDocument={"uri": uri})
         self.assertEqual(lenses[1]["command"]["title"],
-                         "no running configuration")
+                         "this is the running configuration")
         # The buffer is read, as no such file exists.
         uri = client.open(self.folder / "new.xml", self.CANDIDATE.read_text())
         self.assertEqual(self.count(client, uri), 1)

@@ -58,6 +58,11 @@ class EditorsTest(unittest.TestCase):
         self.assertEqual(seen["lenses"], ["refused: 1 finding",
                                           "1 change against running.xml"])
         self.assertEqual(seen["actions"], [LEAVE_OUT, NARROW])
+        self.assertEqual([each[1:] for each in seen["completed"]], [
+            ["ä<lower-layer-if>", "", "</lower-layer-if>"], ["<vrf></vrf>"],
+            ['"description": ""'], ['"enabled": true']])
+        self.assertEqual({each[0] for each in seen["completed"][2:]},
+                         {'"name": "ä",'})
         [typed] = seen["typed"]
         self.assertIn("cannot be read beyond this place", typed["text"])
         # Without the program.
@@ -72,6 +77,18 @@ class EditorsTest(unittest.TestCase):
             [each for each in said.splitlines() if "lines" not in each and each],
             ["ipav.lua: no program no-such-ipav, so no verdicts. Install ipav, "
              "or set vim.g.ipav.cmd."])
+
+    def test_neovim_starts_a_server_with_a_wrong_option_once(self):
+        said = self.run_editor(
+            "nvim", "--headless", "--clean",
+            "--cmd", f"let g:ipav = {{'cmd': ['{IPAV}', 'lsp', '--none']}}",
+            "-u", str(ROOT / "editors/neovim/ipav.lua"), "-c", "edit running.xml",
+            "-c", "lua for _ = 1, 3 do vim.cmd('normal Ox | doautocmd TextChanged'); "
+                  "vim.wait(300) end",
+            "-c", "call writefile([json_encode(execute('messages'))], "
+                  "$IPAV_TEST_OUT)", "-c", "quitall!")
+        self.assertEqual(said.count("quit with exit code 2"), 1, said)
+        self.assertEqual(said.count("the server is not started again"), 1, said)
 
     def test_emacs_shows_and_corrects_a_refusal(self):
         if not shutil.which("emacs") or subprocess.run(

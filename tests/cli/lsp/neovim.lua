@@ -56,5 +56,36 @@ out.typed = diagnostics()
 vim.cmd('delete')
 wait_for(function() return count() == 0 end)
 
+-- Completion: several lines, behind a hyphen, and in JSON with the comma before
+-- it and the quote behind it.
+local function complete(file, line, typed)
+  vim.cmd('edit! ' .. file)
+  wait_for(function() return vim.bo.omnifunc:find('ipav') end)
+  vim.fn.cursor(line, 1)
+  local keys = vim.api.nvim_replace_termcodes('o' .. typed .. '<C-X><C-O>', true, true, true)
+  vim.api.nvim_feedkeys(keys, 'tx', false)
+  local last = vim.api.nvim_win_get_cursor(0)[1]
+  return vim.tbl_map(vim.trim, vim.api.nvim_buf_get_lines(0, line - 1, last, true))
+end
+vim.fn.writefile({'<config xmlns="urn:vorplex:config"><interface>',
+                  '<l3 xmlns="urn:vorplex:ipapp"><name>ä</name>', '</l3>'}, 'complete.xml')
+vim.fn.writefile({'{"vorplex-config:config": {"interface": {"ipapp:l3": [{',
+                  '"name": "ä"', '}]}}}'}, 'complete.json')
+out.completed = {
+  complete('complete.xml', 2, 'ä<lower-'), complete('complete.xml', 2, '<vr'),
+  complete('complete.json', 2, '"'), complete('complete.json', 2, '"enab'),
+}
+
+-- The running configuration is written by another program.
+local function wait_for_change(text)
+  vim.cmd('buffer ' .. vim.fn.fnameescape(candidate))
+  wait_for(function() return lenses()[2] == text .. ' against running.xml' end)
+end
+wait_for_change('no changes')
+vim.cmd('buffer complete.xml')
+vim.fn.writefile(vim.fn.readfile(candidate), 'running.xml')
+vim.loop.fs_utime('running.xml', 1, 1)
+wait_for_change('1 change')
+
 vim.fn.writefile({vim.json.encode(out)}, vim.env.IPAV_TEST_OUT)
 vim.cmd('quitall!')

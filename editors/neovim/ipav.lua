@@ -44,6 +44,10 @@ function _G.ipav_complete(is_start, typed)
       })
     end
   end
+  -- CTRL-X CTRL-Z accepts a single word, for which Neovim shows no menu.
+  if #words == 1 and not vim.o.completeopt:find('menuone') then
+    vim.api.nvim_feedkeys('\24\26', 'in', false)
+  end
   return words
 end
 

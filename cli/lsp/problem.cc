@@ -154,6 +154,7 @@ std::optional<Span> FindNoAddress(std::string_view text,
     const std::string_view around = text.substr(at - 1, name.size() + 2);
     if (around.front() == '"' && around.back() == '"') {
       begin = text.find_first_not_of(" \t\r\n:", begin + 1);
+      if (begin == std::string_view::npos) break;
     } else if (around.front() != '<' || around.back() != '>') {
       continue;
     }

@@ -7,15 +7,16 @@ skipped. A test has the name of its device, which is its path below the folder.
 """
 
 import os
-from collections.abc import Iterable, Iterator
+from collections.abc import Generator, Iterable, Iterator
 from pathlib import Path
+from typing import Any
 
 import pytest
 
 from . import Error, Report, check
 
 _ENDINGS = (".xml", ".json")
-_EMPTY = pytest.StashKey[set[Path]]()  # folders without a device so far
+_DEVICES = pytest.StashKey[dict[Path, str]]()
 
 
 class Refused(Exception):
@@ -46,9 +47,21 @@ class DeviceItem(pytest.Item):
 
 
 class DeviceFile(pytest.File):
+    device: Path
+
+    @classmethod
+    def of(cls, key: Path, parent: pytest.Collector) -> "DeviceFile":
+        # pytest looks for a conftest.py in a folder, but must be able to read it.
+        path = key.parent if key.is_dir() else key
+        # Else -k would find "candidate" in the name of each file.
+        name = _devices(parent.config)[key]
+        file: DeviceFile = cls.from_parent(parent, path=path, name=name)
+        file.device = _device_of(key)
+        return file
+
     def collect(self) -> Iterator[DeviceItem]:
         item: DeviceItem = DeviceItem.from_parent(self, name=self.name)
-        item.device = _device_of(self.path)
+        item.device = self.device
         yield item
 
 
@@ -77,20 +90,47 @@ def _folders(config: pytest.Config) -> list[Path]:
     return [Path(os.path.abspath(each)) for each in list(chosen) or configured]
 
 
-def _is_candidate(folder: Path) -> bool:
-    return any((folder / f"candidate{ending}").is_file() for ending in _ENDINGS)
+def _paths(config: pytest.Config) -> list[Path]:
+    """The paths that pytest collects, without names of tests."""
+    return [Path(os.path.abspath(each.partition("::")[0])) for each in config.args]
 
 
-def _is_device(file: Path, folder: Path) -> bool:
-    """Whether the file in or below the folder stands for a device."""
-    if any(part.startswith(".") for part in file.relative_to(folder).parts):
-        return False
-    if file.stem == "candidate":
-        # If there are two candidates, ipav names them.
-        return file.suffix == ".xml" or not file.with_suffix(".xml").is_file()
-    inside = [file.parent, *file.parent.parents]
-    inside = inside[: inside.index(folder) + 1]
-    return not any(map(_is_candidate, inside))
+def _devices(config: pytest.Config) -> dict[Path, str]:
+    """The names of the chosen devices.
+
+    The keys are files; a folder is one that cannot be read, which its test reports.
+    """
+    none: dict[Path, str] = {}
+    return config.stash.setdefault(_DEVICES, none)
+
+
+def _files(folder: Path, visited: set[Path]) -> Iterator[Path]:
+    """The keys of the folder's devices, in their order.
+
+    Not by pytest's own walk, which skips folders such as build.
+    """
+    if folder.resolve() in visited:  # by a link
+        return
+    visited.add(folder.resolve())
+    try:
+        entries = sorted(folder.iterdir())
+    except OSError:
+        yield folder
+        return
+    entries = [
+        entry
+        for entry in entries
+        if entry.name[0] != "." and (entry.is_dir() or entry.suffix in _ENDINGS)
+    ]
+    for entry in reversed(entries):  # if there are two candidates, ipav names them
+        if entry.stem == "candidate" and not entry.is_dir():
+            yield entry
+            return
+    for entry in entries:
+        if entry.is_dir():
+            yield from _files(entry, visited)
+        else:
+            yield entry
 
 
 def pytest_addoption(parser: pytest.Parser) -> None:
@@ -110,34 +150,62 @@ def pytest_addoption(parser: pytest.Parser) -> None:
 
 
 def pytest_configure(config: pytest.Config) -> None:
+    """Makes the folders paths to collect, unless the user names other ones."""
+    if not hasattr(config, "args"):  # pytest --help
+        return
     folders = _folders(config)
     for folder in folders:
         if not folder.is_dir():
             raise pytest.UsageError(f"--ipav: {folder} is not a folder")
-    config.args.extend(map(str, folders))
-    config.stash[_EMPTY] = set(folders)
+    has_paths = config.args_source is config.ArgsSource.ARGS
+    if config.getoption("ipav") and not has_paths:
+        config.args = []
+    elif has_paths and not config.getoption("ipav"):
+        return
+    paths = _paths(config)
+    for folder in folders:
+        if not any(path.is_relative_to(folder) for path in paths):
+            config.args.append(str(folder))
+
+
+def pytest_collection(session: pytest.Session) -> None:
+    """Finds the devices at and below the paths."""
+    paths = _paths(session.config)
+    devices = _devices(session.config)
+    for folder in _folders(session.config):
+        near = [p for p in paths if p.is_relative_to(folder) or p in folder.parents]
+        files = list(_files(folder, set())) if near else []
+        if near and not files:
+            raise pytest.UsageError(f"--ipav: {folder} has no devices")
+        for file in files:
+            if any(map(file.is_relative_to, near)):
+                devices.setdefault(file, _name_of(_device_of(file), folder))
+
+
+def pytest_ignore_collect(collection_path: Path, config: pytest.Config) -> bool | None:
+    # pytest's walk would end at a folder that cannot be read.
+    unreadable = collection_path in _devices(config) and collection_path.is_dir()
+    return True if unreadable else None
 
 
 def pytest_collect_file(
     file_path: Path, parent: pytest.Collector
 ) -> DeviceFile | None:
-    if file_path.suffix not in _ENDINGS:
+    """Collects a device that a path of the command line names."""
+    is_named = parent.session.isinitpath(file_path)
+    if not is_named or file_path not in _devices(parent.config):
         return None
-    folders = [
-        folder
-        for folder in _folders(parent.config)
-        if folder in file_path.parents and _is_device(file_path, folder)
-    ]
-    if not folders:
-        return None
-    parent.config.stash[_EMPTY].difference_update(folders)
-    # Else -k would find "candidate" in the name of each file.
-    name = _name_of(_device_of(file_path), folders[0])
-    file: DeviceFile = DeviceFile.from_parent(parent, path=file_path, name=name)
-    return file
+    return DeviceFile.of(file_path, parent)
 
 
-def pytest_collection_modifyitems(config: pytest.Config) -> None:
-    empty = config.stash[_EMPTY]
-    if empty:
-        raise pytest.UsageError(f"--ipav: {min(empty)} has no devices")
+@pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
+def pytest_make_collect_report(
+    collector: pytest.Collector,
+) -> Generator[None, Any, None]:
+    """Collects all other devices."""
+    outcome = yield
+    if not isinstance(collector, pytest.Session):
+        return
+    for key in _devices(collector.config):
+        if key.is_dir() or not collector.isinitpath(key):
+            outcome.get_result().result.append(DeviceFile.of(key, collector))

@@ -16,6 +16,8 @@ namespace {
 
 using datastore::kStandardInput;
 
+constexpr char kIsEmpty[] = "the value is empty";
+
 // As CLI::IsMember, with a shorter error text.
 CLI::Validator IsFormat() {
   const auto why_not = [](const std::string& name) -> std::string {
@@ -29,7 +31,7 @@ CLI::Validator IsFormat() {
 report::Shard ParseShard(const std::string& text) {
   report::Shard shard{0, 0};
   const std::size_t slash = text.find('/');
-  if (slash == std::string::npos ||
+  if (slash == std::string::npos || text.find('-') != std::string::npos ||
       !CLI::detail::lexical_cast(text.substr(0, slash), shard.number) ||
       !CLI::detail::lexical_cast(text.substr(slash + 1), shard.of) ||
       shard.number < 1 || shard.number > shard.of) {
@@ -69,6 +71,27 @@ CLI::Option* AddInputs(CLI::App* command, const std::string& name,
                        const std::string& description,
                        std::vector<std::string>* files) {
   return ReadsStandardInput(command->add_option(name, *files, description));
+}
+
+void RequireNames(const CLI::App& command) {
+  for (const CLI::Option* option : command.get_options()) {
+    const std::string type = option->get_type_name();
+    if (type != kFile && type != kFolder) continue;
+    const std::vector<std::string>& names = option->results();
+    if (std::find(names.begin(), names.end(), "") == names.end()) continue;
+    throw CLI::ValidationError(option->get_name(), kIsEmpty);
+  }
+}
+
+void RequireValues(const std::vector<std::string>& arguments) {
+  for (const std::string& argument : arguments) {
+    if (argument == "--") return;
+    if (argument.rfind("--", 0) != 0) continue;
+    const std::string name = argument.substr(0, argument.size() - 1);
+    if (argument == name + '=' && name.find('=') == std::string::npos) {
+      throw CLI::ValidationError(name, kIsEmpty);
+    }
+  }
 }
 
 void RefuseSeveralReaders(const CLI::App& command) {

@@ -44,6 +44,14 @@ CLI::Option* AddInputs(CLI::App* command, const std::string& name,
                        const std::string& description,
                        std::vector<std::string>* files);
 
+// Throws CLI::ValidationError if a file or folder of a parsed command has an
+// empty name, such as that of a shell variable that is not set.
+void RequireNames(const CLI::App& command);
+
+// Throws CLI::ValidationError for --NAME= without a value: the library would
+// take the next argument as its value.
+void RequireValues(const std::vector<std::string>& arguments);
+
 // Throws CLI::ValidationError if several inputs of a parsed command are `-`.
 void RefuseSeveralReaders(const CLI::App& command);
 

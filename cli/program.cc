@@ -75,8 +75,10 @@ ExitStatus Run(const std::vector<std::string>& arguments,
       AddCommands(&app, session == nullptr ? FindLocations() : *session);
 
   try {
+    RequireValues(arguments);
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     for (const CLI::App* command : app.get_subcommands()) {
+      RequireNames(*command);
       RefuseSeveralReaders(*command);
     }
   } catch (const CLI::Success& success) {

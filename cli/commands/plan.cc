@@ -60,6 +60,9 @@ Exit status: 0 the goal is reached, 1 it is not, 2 the input or the
 command line is wrong, 3 the plug-in died or threw an exception, and the
 goal is not reached.)";
 
+// More take years.
+constexpr unsigned kMostVerdicts = 1000000000;
+
 struct PlanOptions {
   Locations locations;
   std::string running;             // file; empty: nothing is configured yet
@@ -112,9 +115,6 @@ void RefuseRunning(const PlanOptions& options, std::vector<Device>* devices) {
 }
 
 std::vector<Device> FindGoals(const PlanOptions& options, bool is_fleet) {
-  for (const std::string& goal : options.goals) {
-    if (goal.empty()) throw std::runtime_error("no file is named as goal");
-  }
   std::vector<Device> devices =
       fleet::FindDevices(options.goals, options.running);
   RefuseRunning(options, &devices);
@@ -227,9 +227,11 @@ void AddOutput(CLI::App* command, PlanOptions* options) {
           &options->page);
   command->add_flag("--failed-only", options->failed_only,
                     "Omit devices that reach their goal");
-  command->add_option("--verdicts", options->planning.verdicts,
-                      "End the search after this number of verdicts of the "
-                      "plug-in (default: 0, no limit)");
+  command
+      ->add_option("--verdicts", options->planning.verdicts,
+                   "End the search after this number of verdicts of the "
+                   "plug-in (default: 0, no limit)")
+      ->check(CLI::Range(0U, kMostVerdicts));
 }
 
 }  // namespace

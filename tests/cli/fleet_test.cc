@@ -407,7 +407,7 @@ TEST_F(ShardTest, AnEmptyPartIsAccepted) {
 
 TEST_F(ShardTest, AnotherTextThanAPartIsAnErrorOfTheCommandLine) {
   for (const char* shard : {"0/3", "4/3", "1", "1/", "/2", "a/b", "-1/2",
-                            "1/2/3", "1.5/2", "1/0"}) {
+                            "-4/-1", "1/2/3", "1.5/2", "1/0"}) {
     EXPECT_THAT(
         Check({"--shard", shard}),
         IsBadInput("--shard: " + std::string(shard) +

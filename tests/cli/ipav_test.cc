@@ -520,6 +520,36 @@ TEST_F(IpavTest, PointsListsTheUseSitesInTheOrderOfACommit) {
                             OspfSites());
 }
 
+// As that of a shell variable that is not set. Without --running, everything
+// would be new.
+TEST_F(IpavTest, AnEmptyNameIsAnErrorOfEveryCommand) {
+  const std::pair<std::string, Words> rows[] = {
+      {"--running", {"check", "--running", "", kRunning}},
+      {"--running", {"check", "--running=", kRunning}},
+      {"--output", {"check", "--output", "", kRunning}},
+      {"--report", {"check", "--report", "", kRunning}},
+      {"--plugin", {"check", "--plugin", "", kRunning}},
+      {"--yang", {"check", "--yang", "", kRunning}},
+      {"candidate", {"check", ""}},
+      {"candidate", {"check", "--base", "HEAD", ""}},
+      {"--plugin", {"compare", "--plugin", "a", "--plugin", "", kRunning}},
+      {"--output", {"convert", kRunning, "--output", ""}},
+      {"running", {"diff", "", kRunning}},
+      {"--running", {"fix", "--running", "", kRunning}},
+      {"file", {"fix", ""}},
+      {"--running", {"lsp", "--running", ""}},
+      {"--running", {"plan", "--running", "", kRunning}},
+      {"--output", {"plan", "--output", "", kRunning}},
+      {"goal", {"plan", "--running", kRunning, ""}},
+      {"--running", {"session", "--running", ""}},
+      {"--output", {"summarize", "--output", "", kRunning}},
+      {"--to", {"commit", "--to", "", kRunning}}};
+  for (const auto& [option, arguments] : rows) {
+    EXPECT_THAT(Ipav(arguments),
+                IsBadInput(option + ": the value is empty (see ipav "));
+  }
+}
+
 TEST_F(IpavTest, AWrongCommandLineIsOneLineOnStandardError) {
   const std::pair<Words, std::string> rows[] = {
       {{}, "A command is required (see ipav --help)\n"},

@@ -118,10 +118,12 @@ TEST_F(PlanTest, ShowsTheFaultOfARestartThatTheGoalAdds) {
   EXPECT_THAT(result.out, HasSubstr("docs/messages.md#vrf-under-ospfv3"));
 }
 
-TEST_F(PlanTest, NeedsTheNameOfAGoal) {
-  const ProgramResult result = Ipav({"plan", "--running", kRunning, ""});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "ipav: no file is named as goal\n");
+TEST_F(PlanTest, RefusesANumberOfVerdictsOutOfRange) {
+  for (const char* number : {"-1", "1.5", "1000000001", "all"}) {
+    const ProgramResult result = Ipav({"plan", "--verdicts", number, kRunning});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, StartsWith("ipav: --verdicts: "));
+  }
 }
 
 // Three devices: one reaches its goal, one does not, one cannot be read.

@@ -50,7 +50,8 @@ its refusal is gone, and no other one is new.
 Examples:
   ipav fix --running running.xml candidate.xml
   ipav fix --running running.xml --suggested --write candidate.xml
-  ipav fix --running running.xml --only F1.2 candidate.xml | patch -p0
+  ipav fix --running running.xml --only F1.2 candidate.xml |
+    patch candidate.xml
 
 Exit status: 0 the corrected file is accepted, 1 refusals are left, 2 the
 input or the command line is wrong, 3 the plug-in died, threw an exception
@@ -95,16 +96,22 @@ void RefuseTwoOfOne(const std::vector<std::string>& ids) {
   std::map<std::size_t, std::string> by_finding;
   for (const std::string& id : ids) {
     const auto [other, is_first] = by_finding.emplace(NumbersOf(id).first, id);
-    if (is_first) continue;
+    if (is_first || other->second == id) continue;
     throw std::runtime_error(other->second + " and " + id +
                              " correct the same refusal");
   }
 }
 
+// The refusal, and its node: other nodes may have the same text.
+std::string InLines(const Finding& finding) {
+  return base::Printable(report::TextOf(finding)) +
+         "\n  data path: " + base::Printable(finding.path) + "\n";
+}
+
 // What a suggestion decides for the user.
-std::string Taken(const std::string& refusal, const std::string& fix) {
-  return fmt::format("corrected: {}\n  suggested: {}\n",
-                     base::Printable(refusal), base::Printable(fix));
+std::string Taken(const Finding& finding, const std::string& fix) {
+  return fmt::format("corrected: {}  suggested: {}\n", InLines(finding),
+                     base::Printable(fix));
 }
 
 // Corrects one configuration, step by step.
@@ -141,6 +148,8 @@ class Correction {
     for (const std::string& id : ids) wanted.push_back(WithId(id));
     RefuseTwoOfOne(ids);
     for (std::size_t i = 0; i < wanted.size(); ++i) {
+      const auto id = ids.begin() + static_cast<std::ptrdiff_t>(i);
+      if (std::find(ids.begin(), id, *id) != id) continue;  // given twice
       const auto& [finding, fix] = wanted[i];
       const std::vector<Fix>& fixes = FixesOf(finding);
       const auto found = std::find_if(
@@ -196,7 +205,7 @@ class Correction {
           [&](const Fix& fix) { return fix.is_safe || options_.suggested; });
       if (found != fixes.end()) {
         const std::string taken =
-            found->is_safe ? "" : Taken(report::TextOf(finding), found->text);
+            found->is_safe ? "" : Taken(finding, found->text);
         Apply(found->tree);
         taken_ += taken;
         return true;
@@ -248,8 +257,7 @@ void PrintLeft(Correction* correction, bool has_ids) {
   bool has_fix = false;
   for (const Finding& finding : correction->findings()) {
     if (!faults.insert(messages::FaultOf(finding)).second) continue;
-    fmt::print(stderr, "not corrected: {}\n",
-               base::Printable(report::TextOf(finding)));
+    fmt::print(stderr, "not corrected: {}", InLines(finding));
     const std::vector<Fix>& fixes = correction->FixesOf(finding);
     has_fix |= !fixes.empty();
     if (fixes.empty()) fmt::print(stderr, "  {}\n", report::kNoFix);

@@ -364,6 +364,7 @@ class Correction:
         lines = [self.diff] if self.diff else []
         for finding in self.left:
             lines.append(f"not corrected: {finding.text}\n")
+            lines.append(f"  data path: {finding.path}\n")
             lines += [f"  {fix}\n" for fix in finding.fixes or ()]
         return "".join(lines)
 

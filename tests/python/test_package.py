@@ -250,7 +250,9 @@ def test_fix_corrects_the_text_and_no_file():
     assert not left and left.diff == "" and left.text == before.decode()
     assert {finding.rule for finding in left.left} == {"interface-overlap"}
     ids = [fix.id for fix in left.left[0].fixes]
-    assert f"not corrected: {left.left[0].text}\n  suggested: leave out " in str(left)
+    first = left.left[0]
+    lines = f"not corrected: {first.text}\n  data path: {first.path}\n  suggested: "
+    assert lines + "leave out " in str(left)
     fixed = ipav.fix(OVERLAP, running=RUNNING, suggested=True)
     assert fixed and not fixed.left and str(fixed) == fixed.diff
     assert ipav.check(fixed.text, running=RUNNING)

@@ -390,6 +390,7 @@ TEST_F(FixTest, SafeFixesAreAppliedAndTheOthersAreNamed) {
   EXPECT_EQ(result.err,
             "not corrected: Minimum interval must be no greater than maximum "
             "interval * 0.75\n"
+            "  data path: /config/interface/l3{a}/ipv6/nd/ra\n"
             "  suggested: set min-interval to 450, three quarters of "
             "max-interval\n"
             "  suggested: set max-interval to 800, so that min-interval is "
@@ -402,9 +403,8 @@ TEST_F(FixTest, DiffIsAppliedByPatch) {
   for (const std::string options : {"", "--suggested"}) {
     const std::string copy = folder_ / ("copy" + options + ".xml");
     std::filesystem::copy_file(file, copy);
-    const ProcessResult patched =
-        Shell("cd " + folder_.string() + "; " IPAV_PROGRAM " fix " + options +
-              " copy" + options + ".xml 2>&- | patch -p0");
+    const ProcessResult patched = Shell(IPAV_PROGRAM " fix " + options + " " +
+                                        copy + " 2>&- | patch " + copy);
     EXPECT_EQ(patched.status, 0) << patched.out;
     const std::string written = folder_ / ("written" + options + ".xml");
     std::filesystem::copy_file(file, written);
@@ -449,9 +449,11 @@ TEST_F(FixTest, SeveralFixesOfOneEntryChangeItInPlace) {
   EXPECT_EQ(result.err,
             "corrected: L3 interface name a.b contains invalid characters "
             "(allowed characters: 0-9, a-z, A-Z, _, -)\n"
+            "  data path: /config/interface/l3\n"
             "  suggested: name the interface a-b-2\n"
             "corrected: l3 a-b-2 ipv4 address 10.0.0.0/24 cannot be configured "
             "as network address.\n"
+            "  data path: /config/interface/l3\n"
             "  suggested: give l3 a-b-2 the address 10.0.0.1/24, which this "
             "configuration leaves free\n");
   std::string expected = text;
@@ -466,7 +468,8 @@ TEST_F(FixTest, NoOptionIsNamedIfNoneHelps) {
             InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name/></l3>"));
   EXPECT_EQ(Ipav({"fix", file}).err,
             "not corrected: L3 interface name  is too short (minimum length: 1 "
-            "character)\n  no fix that can be guessed\n");
+            "character)\n  data path: /config/interface/l3\n"
+            "  no fix that can be guessed\n");
 }
 
 TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
@@ -481,8 +484,8 @@ TEST_F(FixTest, OnlyTheNamedFixesAreApplied) {
   EXPECT_EQ(one.status, 1);
   EXPECT_THAT(one.out, HasSubstr("+      <max-interval>800</max-interval>\n"));
   EXPECT_THAT(one.err, StartsWith("not corrected: l3 a has duplicated"));
-  const ProcessResult both =
-      Ipav({"fix", "--only", id[1], "--only", "F1.1", "--write", file});
+  const ProcessResult both = Ipav({"fix", "--only", id[1], "--only", "F1.1",
+                                   "--only", id[1], "--write", file});
   EXPECT_EQ(both.status, 0) << both.err;
   EXPECT_EQ(Ipav({"check", file}).status, 0);
 }

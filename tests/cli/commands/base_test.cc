@@ -199,6 +199,18 @@ TEST_F(BaseTest, HooksRefuseACommitThatARouterWouldRefuse) {
   EXPECT_EQ(count(), "1\n");
   const ProcessResult text = In("echo > text && git add text && " + Commit());
   EXPECT_EQ(text, (ProcessResult{0, "", ""}));
+  // A folder without devices is a mistake, unless the commit deletes them.
+  In("git config ipav.devices none && echo >> text && git add -A");
+  const ProcessResult none = In(Commit());
+  EXPECT_EQ(none, (ProcessResult{1, "",
+                                 "ipav: git has no file in none, the folder of "
+                                 "ipav.devices\n"}));
+  const ProcessResult deleted =
+      In("git config ipav.devices devices/own && git rm -qr devices/own && " +
+         Commit());
+  EXPECT_EQ(deleted.status, 0);
+  EXPECT_THAT(deleted.err,
+              HasSubstr("devices/own/candidate.xml: deleted since HEAD\n"));
   // 4. A file beside the devices makes none of them judged. No files are left
   // when the hook is interrupted.
   In("git config diff.autoRefreshIndex false && git config --unset "

@@ -2,11 +2,13 @@
 
 #include <libyang/libyang.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
 #include "host/confd/confd_error.h"
 #include "host/confd/path.h"
+#include "host/datastore/constraints.h"
 #include "host/datastore/diff.h"
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/libyang_ptr.h"
@@ -78,6 +80,23 @@ std::string PathInLibyang(const std::string& path,
   return result;
 }
 
+bool HasKeyOfManyForms(const std::vector<const lysc_node*>& nodes) {
+  return std::any_of(nodes.begin(), nodes.end(), [](const lysc_node* node) {
+    const auto& keys = Model::FactsOf(*node).keys;
+    return std::any_of(keys.begin(), keys.end(), [](const lysc_node* key) {
+      return datastore::HasManyForms(Model::FactsOf(*key).value_type);
+    });
+  });
+}
+
+// The text of the key that the path ends with, in the step of its entry.
+const std::string& KeyOf(const std::vector<confd::PathStep>& steps,
+                         const std::vector<const lysc_node*>& nodes) {
+  const auto& keys = Model::FactsOf(**(nodes.end() - 2)).keys;
+  const auto at = std::find(keys.begin(), keys.end(), nodes.back());
+  return (steps.end() - 2)->keys[static_cast<std::size_t>(at - keys.begin())];
+}
+
 class Editor {
  public:
   Editor(const Model& model, Nodes nodes)
@@ -89,15 +108,25 @@ class Editor {
     datastore::ClearErrors(model_.context());
     try {
       RequireNoPredicate(model_, edit.path);
-      const auto steps = confd::ParsePath(edit.path);
+      auto steps = confd::ParsePath(edit.path);
       const auto nodes = confd::ResolveSchema(model_, steps);
-      const std::string in_libyang = PathInLibyang(edit.path, steps, nodes);
-      if (!edit.value.has_value()) {
-        Delete(edit.path, in_libyang);
-      } else if (!edit.value->empty() && !datastore::IsLeaf(*nodes.back())) {
+      std::string in_libyang = PathInLibyang(edit.path, steps, nodes);
+      lyd_node* node = Find(in_libyang);
+      if (node == nullptr && HasKeyOfManyForms(nodes)) {
+        UseTextsOfEntries(nodes, &steps);
+        in_libyang = PathInLibyang(edit.path, steps, nodes);
+        node = Find(in_libyang);
+      }
+      std::optional<std::string> value = edit.value;
+      if (lysc_is_key(nodes.back())) {
+        value = UnchangedKey(edit, *nodes.back(), KeyOf(steps, nodes));
+      }
+      if (!value.has_value()) {
+        Delete(edit.path, node);
+      } else if (!value->empty() && !datastore::IsLeaf(*nodes.back())) {
         Refuse(edit.path, "only a leaf has a value");
       } else {
-        Set(edit.path, in_libyang, *edit.value);
+        Set(edit.path, in_libyang, *value);
       }
     } catch (const confd::ConfdError& error) {
       Refuse(edit.path, error.what());
@@ -106,14 +135,60 @@ class Editor {
 
   DataTree Finish() {
     DataTree tree = DataTree::FromNodes(model_, nodes_.release());
-    if (!is_complete_ && !tree.Complete()) {
-      throw EditError(datastore::FirstReason(model_.context()));
+    if (is_complete_ || tree.Complete()) return tree;
+    const std::string reason = datastore::FirstReason(model_.context());
+    for (const datastore::Violation& violation : datastore::FindViolations(
+             model_.context(), tree.FirstChild(nullptr), {})) {
+      if (violation.node == nullptr) continue;
+      Refuse(confd::PrintPath(violation.node), violation.reason);
     }
-    return tree;
+    throw EditError(reason);
   }
 
  private:
+  lyd_node* Find(const std::string& in_libyang) const {
+    lyd_node* node = nullptr;
+    if (nodes_ == nullptr || lyd_find_path(nodes_.get(), in_libyang.c_str(), 0,
+                                           &node) != LY_SUCCESS) {
+      return nullptr;
+    }
+    return node;
+  }
+
+  // Gives keys the texts that their entries have, or will have: libyang
+  // compares texts, and one key may have several (fe80::1/64, FE80::1/64).
+  void UseTextsOfEntries(const std::vector<const lysc_node*>& nodes,
+                         std::vector<confd::PathStep>* steps) {
+    DataTree tree = DataTree::FromNodes(model_, nodes_.release());
+    std::vector<confd::PathStep> above;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+      std::vector<std::string>& keys = (*steps)[i].keys;
+      above.push_back((*steps)[i]);
+      if (keys.empty()) continue;
+      const lyd_node* entry = confd::Resolve(tree, above).node;
+      const lyd_node* leaf = lyd_child(entry);
+      const lysc_node* key = lysc_node_child(nodes[i]);
+      for (std::string& text : keys) {
+        text = entry == nullptr ? datastore::CanonicalText(*key, text)
+                                : lyd_get_value(leaf);
+        key = key->next;
+        if (entry != nullptr) leaf = leaf->next;
+      }
+    }
+    nodes_ = tree.Release();
+  }
+
   // Each gets the path as it was given, for errors, too.
+
+  // The text of a key that stays. With another one, its entry would be another.
+  static std::string UnchangedKey(const Edit& edit, const lysc_node& key,
+                                  const std::string& text) {
+    if (!edit.value.has_value() || datastore::CanonicalText(key, *edit.value) !=
+                                       datastore::CanonicalText(key, text)) {
+      Refuse(edit.path, "it is the key of an entry");
+    }
+    return text;
+  }
 
   void Set(const std::string& path, const std::string& in_libyang,
            const std::string& value) {
@@ -123,18 +198,12 @@ class Editor {
       Refuse(path, datastore::FirstReason(model_.context()));
     }
     if (made == nullptr) return;  // it was so before
-    RequireNoKey(path, *made);
     if (!datastore::IsLeaf(*made->schema)) is_complete_ = false;
     KeepFirst(nodes_ == nullptr ? made : nodes_.release());
   }
 
-  void Delete(const std::string& path, const std::string& in_libyang) {
-    lyd_node* node = nullptr;
-    if (nodes_ == nullptr || lyd_find_path(nodes_.get(), in_libyang.c_str(), 0,
-                                           &node) != LY_SUCCESS) {
-      Refuse(path, "there is no such node");
-    }
-    RequireNoKey(path, *node);
+  void Delete(const std::string& path, lyd_node* node) {
+    if (node == nullptr) Refuse(path, "there is no such node");
     // A default value may take its place.
     is_complete_ = false;
     lyd_node* first = nodes_.release();
@@ -144,11 +213,6 @@ class Editor {
 
   void KeepFirst(lyd_node* node) {
     nodes_.reset(node == nullptr ? nullptr : lyd_first_sibling(node));
-  }
-
-  // Its entry would be another one.
-  static void RequireNoKey(const std::string& path, const lyd_node& node) {
-    if (lysc_is_key(node.schema)) Refuse(path, "it is the key of an entry");
   }
 
   const Model& model_;

@@ -112,6 +112,36 @@ TEST(Edits, LeadToTheConfigurationThatAFileWouldHold) {
   }
 }
 
+// An address of IPv6 has many texts, and is one key.
+TEST(Edits, NameAnEntryByAnyTextOfItsKey) {
+  const std::string list = std::string(kL3) + "/ipv6/address";
+  const std::string as_written = list + "{2001:DB8:0::1/64}";
+  const std::string other = list + "{2001:db8::1/64}";
+  const auto with = [](const std::string& addresses) {
+    return L3With("<mtu>1400</mtu><ipv6>" + addresses + "</ipv6>");
+  };
+  const std::string one = "<address><ip>2001:DB8:0::1/64</ip></address>";
+  const std::string two = "<address><ip>2001:db8::2/64</ip></address>";
+  const struct {
+    Edits edits;
+    std::string text;
+  } cases[] = {
+      {{{other, ""}}, with(one)},
+      {{{other + "/ip", "2001:db8:0:0::1/64"}}, with(one)},
+      {{{other, std::nullopt}}, L3With("<mtu>1400</mtu>")},
+      {{{as_written, std::nullopt}}, L3With("<mtu>1400</mtu>")},
+      {{{list + "{2001:DB8::2/64}", ""}, {list + "{2001:db8:0::2/64}", ""}},
+       with(one + two)},
+      {{{list + "{2001:DB8::2/64}/ip", "2001:db8::2/64"}}, with(one + two)}};
+  for (const auto& [edits, text] : cases) {
+    SCOPED_TRACE(edits[0].path);
+    const DataTree expected = ProjectTree(text);
+    const DataTree edited = Edited(ProjectTree(with(one)), edits);
+    EXPECT_TRUE(Diff(expected, edited).top().empty());
+    EXPECT_TRUE(Diff(edited, expected).top().empty());
+  }
+}
+
 TEST(Edits, AreRefusedWithTheReason) {
   const std::string a = kL3;
   const DataTree running = ProjectTree(Running());
@@ -128,6 +158,11 @@ TEST(Edits, AreRefusedWithTheReason) {
       {{"", "1400"}, ": "},
       {{a + "/name", "b"}, "/name: it is the key of an entry"},
       {{a + "/name", std::nullopt}, "/name: it is the key of an entry"},
+      {{"/config/interface/l3{b}/name", "a"},
+       "l3{b}/name: it is the key of an entry"},
+      {{a + "/ipv4/address/secondary{10.2.0.1/24}/ip", "10.3.0.1/24"},
+       "secondary{10.2.0.1/24}/ip: it is the key of an entry"},
+      {{a + "/ipv6/address{x}", ""}, "/ipv6/address{x}: "},
       {{a + "/vrf", std::nullopt}, "/vrf: there is no such node"},
       {{a + "/color", std::nullopt},
        "/color: bad path: color is unknown to the model"},
@@ -153,7 +188,7 @@ TEST(Edits, AreRefusedWhereTheModelRefusesTheWhole) {
       "}");
   const DataTree tree = model.Tree("<top NS><a>1</a><b>2</b></top>");
   Engine engine(tree, {IPAV_PLUGIN, true, kLimit});
-  EXPECT_EQ(ErrorOf(engine, {{"/top/a", std::nullopt}}), "b needs a");
+  EXPECT_EQ(ErrorOf(engine, {{"/top/a", std::nullopt}}), "/top/b: b needs a");
 }
 
 // --- Verdicts

@@ -13,6 +13,7 @@
 #include "host/datastore/libyang_error.h"
 #include "host/datastore/well_formed.h"
 #include "host/source/input_errors.h"
+#include "host/source/source_tree.h"
 
 namespace ipav::datastore {
 
@@ -160,6 +161,12 @@ DataTree DataTree::FromText(const Model& model, const InputText& text,
   result.format_ = text.format;
   const bool is_parsed = result.Parse(text.data().data(), text.format);
   if (is_parsed) RequireWellFormed(text);
+  if (!is_parsed && text.format == LYD_XML) {
+    RequireWellFormed(text);
+    InputText other = text;
+    other.bytes = source::WithoutLeadingComments(text.bytes, text.start);
+    if (other.bytes != text.bytes) return FromText(model, other, times);
+  }
   const base::Duration parse = watch.Lap();
   if (!is_parsed || !result.Complete()) {
     // The search for all errors needs a text that is well-formed.

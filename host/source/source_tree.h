@@ -82,6 +82,12 @@ void ReadXmlWhile(ElementFilter is_wanted, std::string_view text,
 // comment or processing instruction; its end if there is none.
 std::size_t SkipToContent(std::string_view text, Span span);
 
+// The XML text with the comments and processing instructions before the value
+// of a leaf, as in <vlan><!-- was 19 -->20</vlan>, as blanks within its start
+// tag: libyang reads no value after them. All else keeps its line and column.
+// `start`: as for ReadXml().
+std::string WithoutLeadingComments(std::string text, std::size_t start);
+
 // The value between the tags of an XML leaf, without blanks, comments and CDATA
 // marks around it. A content of blanks is the value.
 Span ValueIn(std::string_view text, Span content);

@@ -130,6 +130,9 @@ class Search {
         schema == nullptr ? text_.tree[node].head : text_.tree[node].span;
     if (schema == nullptr) reason += Expected(node, parent);
     if (schema != nullptr) reason += ExpectedRange(*schema, reason);
+    if (schema != nullptr && IsSplit(node)) {
+      reason = "A comment or a processing instruction within the value.";
+    }
     text_.faults.push_back({place.begin, std::move(reason)});
     Remove(node, schema);
   }
@@ -139,6 +142,15 @@ class Search {
     const bool holds_many = schema != nullptr &&
                             (schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0;
     text_.fragments.Remove(node, !holds_many);
+  }
+
+  // Whether the text of an XML leaf goes on after a comment in it.
+  bool IsSplit(Node node) const {
+    const SourceTree::Item& item = text_.tree[node];
+    const std::string& bytes = text_.text.bytes;
+    if (!text_.is_xml || item.first_child != SourceTree::kNone) return false;
+    const std::size_t rest = SkipToContent(bytes, {item.span.end, item.end});
+    return bytes.find('<', item.span.end) < rest && bytes[rest] != '<';
   }
 
   // For a value out of its range.

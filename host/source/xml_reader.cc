@@ -217,6 +217,26 @@ Span ValueIn(std::string_view text, Span content) {
   return value;
 }
 
+std::string WithoutLeadingComments(std::string text, std::size_t start) {
+  SourceTree tree;
+  ReadXml(text, start, &tree);
+  for (SourceTree::Node node = 1; node < tree.size(); ++node) {
+    if (tree[node].first_child != SourceTree::kNone) continue;
+    const std::size_t begin = tree[node].head.end;
+    const std::size_t value = SkipToContent(text, {begin, tree[node].end});
+    const std::size_t end = text.rfind('>', value - 1) + 1;
+    if (end <= begin) continue;  // the tag's own
+    const auto at = [&](std::size_t place) {
+      return text.begin() + static_cast<std::ptrdiff_t>(place);
+    };
+    std::replace_if(
+        at(begin - 1), at(end), [](char c) { return c != '\n' && c != '\r'; },
+        ' ');
+    text[end - 1] = '>';
+  }
+  return text;
+}
+
 void ReadXml(std::string_view text, std::size_t start, SourceTree* tree) {
   ReadXmlWhile(nullptr, text, start, tree);
 }

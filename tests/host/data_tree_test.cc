@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/datastore/diff.h"
 #include "tests/host/fixtures.h"
 
 namespace {
@@ -23,6 +24,7 @@ using host_test::TempDir;
 using host_test::TestModel;
 using ipav::datastore::CanonicalText;
 using ipav::datastore::DataTree;
+using ipav::datastore::Diff;
 using ipav::datastore::KeysOf;
 using ipav::datastore::NextEntry;
 
@@ -85,6 +87,18 @@ TEST(DataFile, OfXmlOrJsonIsRead) {
 }
 
 // --- Files that are none
+
+TEST(DataFile, MayHaveACommentBeforeAValue) {
+  const std::string with = "<mtu>1400</mtu><vrf>blue</vrf>";
+  for (const char* mtu :
+       {"<mtu><!-- was 1500 -->1400</mtu>", "<mtu><?was 1500?>1400</mtu>",
+        "<mtu >\n <!-- > -->\n<!--\n-->\n 1400 <!-- now --></mtu>",
+        "<mtu><!-- --><![CDATA[1400]]></mtu>"}) {
+    const DataTree tree = ProjectTree(
+        L3With(mtu + std::string("<!-- a --><vrf><!-- b -->blue</vrf>")));
+    EXPECT_TRUE(Diff(ProjectTree(L3With(with)), tree).top().empty()) << mtu;
+  }
+}
 
 TEST(BadDataFile, MissingOneAndDirectoryAreNamed) {
   const TempDir dir;

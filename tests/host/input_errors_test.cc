@@ -244,6 +244,9 @@ TEST(InputErrorPlace, IsThatOfAWrongValue) {
         {"Unsatisfied range - value \"20\" is out of the allowed range. "
          "Expected: range 68..9216."}},
        {L3With("<mtu>^1\n2</mtu>"), {"Invalid type uint16 value \"1 2\"."}},
+       {L3With("<mtu><!--\n-->^1</mtu>"), {kLow}},
+       {L3With("<mtu>^14<!-- -->00</mtu>"),
+        {"A comment or a processing instruction within the value."}},
        {L3With("<enabled>^maybe</enabled>"),
         {"Invalid boolean value \"maybe\"."}},
        {"<rtmStaticRtEntry-global xmlns=\"urn:vorplex:dc-rtm-mib\">\n"

@@ -54,9 +54,9 @@ DeviceReport EditJudge::operator()(const std::vector<Edit>& edits) {
   report.status = report::StatusOf(report.outcome.verdict);
   if (report.status != kRefused) return report;
   // The engine's process had the candidate, and has gone.
+  std::optional<DataTree> copy = std::exchange(copy_, std::nullopt);
   DataTree candidate =
-      engine::Edited(copy_ ? std::move(*copy_) : running_.Copy(), edits);
-  copy_.reset();
+      engine::Edited(copy ? std::move(*copy) : running_.Copy(), edits);
   const Configuration before = {&running_, file_, nullptr};
   const Configuration after = {&candidate, file_, nullptr};
   report.findings = messages::Finder(before, after).ExplainAll(report.outcome);

@@ -1,7 +1,6 @@
 // Proposals for the names, the number and the addresses of interfaces.
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <set>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "fixer/proposals.h"
 #include "host/base/utf8.h"
 #include "host/confd/path.h"
+#include "messages/l3_name.h"
 #include "nettypes/address_space.h"
 
 namespace ipav::fixer {
@@ -20,7 +20,6 @@ using messages::Culprit;
 using messages::DataView;
 
 constexpr std::size_t kRoomOfL3 = 256;
-constexpr std::size_t kLongestName = 60;
 constexpr unsigned kAdvertisedLength = 64;
 constexpr int kMostHosts = 4096;  // that are tried
 
@@ -75,12 +74,12 @@ bool IsRenamed(const lyd_node* before, const lyd_node* after) {
 // configuration: it would be the name of something else. The name that the
 // entry has in the running configuration is not taken.
 std::string AllowedName(const Subject& subject, const lyd_node* named) {
+  constexpr std::string_view kCharacters = messages::kL3NameCharacters;
   const std::string name = messages::TextOf(lyd_child(named));
   std::string allowed;
   for (std::size_t at = 0; at < name.size();) {
-    const auto byte = static_cast<unsigned char>(name[at]);
     const bool is_allowed =
-        byte < 0x80 && (std::isalnum(byte) != 0 || byte == '-' || byte == '_');
+        kCharacters.find(name[at]) != std::string_view::npos;
     allowed += is_allowed ? name[at] : '-';
     at += base::FirstCharacter(std::string_view(name).substr(at)).size;
   }
@@ -92,10 +91,10 @@ std::string AllowedName(const Subject& subject, const lyd_node* named) {
       taken.insert(messages::TextOf(lyd_child(entry)));
     }
   }
-  std::string free = allowed.substr(0, kLongestName);
+  std::string free = allowed.substr(0, messages::kLongestL3Name);
   for (int i = 2; taken.count(free) > 0; ++i) {
     const std::string end = "-" + std::to_string(i);
-    free = allowed.substr(0, kLongestName - end.size()) + end;
+    free = allowed.substr(0, messages::kLongestL3Name - end.size()) + end;
   }
   return free;
 }
@@ -106,8 +105,8 @@ Proposals WrongName(const Subject& subject) {
   const std::string allowed = AllowedName(subject, EntryOf(leaf));
   Proposal proposal{
       false, "name the interface " + allowed, {Set(leaf, allowed)}};
-  RenameInTables(subject.candidate, NameOf(EntryOf(leaf), "-"), "l3-" + allowed,
-                 &proposal.edits);
+  RenameInTables(subject.candidate, NameOf(EntryOf(leaf), "-"),
+                 messages::kL3NamePrefix + allowed, &proposal.edits);
   return {proposal};
 }
 

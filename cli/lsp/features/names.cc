@@ -11,6 +11,7 @@
 #include "host/base/bytes.h"
 #include "host/base/utf8.h"
 #include "host/datastore/data_tree.h"
+#include "messages/l3_name.h"
 
 namespace ipav::features {
 
@@ -40,16 +41,12 @@ struct Row {
   const char* owner = "";  // leaf beside it of the process that the name is in
 };
 
-// What the rules say of the name of an l3 interface, and of two VRFs.
-constexpr char kL3Prefix[] = "l3-";
-constexpr std::size_t kMaxL3Name = 60;
-constexpr char kL3Characters[] =
-    "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_-";
+// The VRFs that no table lists.
 constexpr std::string_view kFixedVrfs[] = {"global", "mgmt"};
 
 constexpr Row kRows[] = {
-    {"/config/interface/l3/name", Thing::kInterface, true, kL3Prefix,
-     "description"},
+    {"/config/interface/l3/name", Thing::kInterface, true,
+     messages::kL3NamePrefix, "description"},
     {"/config/interface/loopback/name", Thing::kInterface, true, "loopback-",
      "description"},
     {"/config/interface/mgmt/name", Thing::kInterface, true, "mgmt-",
@@ -279,11 +276,13 @@ std::string FaultOf(const Outline& outline, const Mention& mention,
   if (mention.row->thing == Thing::kArea && !IsDottedQuad(name)) {
     return "an area is written as four numbers with dots, such as 0.0.0.1";
   }
-  if (prefix != kL3Prefix) return "";
-  if (value.size() > kMaxL3Name) {
-    return fmt::format("an l3 name has at most {} bytes", kMaxL3Name);
+  if (prefix != messages::kL3NamePrefix) return "";
+  if (value.size() > messages::kLongestL3Name) {
+    return fmt::format("an l3 name has at most {} bytes",
+                       messages::kLongestL3Name);
   }
-  return value.find_first_not_of(kL3Characters) == std::string_view::npos
+  return value.find_first_not_of(messages::kL3NameCharacters) ==
+                 std::string_view::npos
              ? ""
              : "an l3 name has only 0-9, a-z, A-Z, _ and -";
 }

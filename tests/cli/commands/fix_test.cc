@@ -430,8 +430,8 @@ TEST_F(FixTest, AnInterfaceGetsItsNameInAllTables) {
         {"users.floor-6", "users-floor-6"},  // as in the running configuration
         {"users.floor-5", "users-floor-5-2"}}) {
     const std::string file = Write("candidate.xml", Renamed(text, name));
-    const ProcessResult result = Ipav(
-        {"fix", "--running", running, "--suggested", "--write", file});
+    const ProcessResult result =
+        Ipav({"fix", "--running", running, "--suggested", "--write", file});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(ReadFile(file), Renamed(text, corrected));
   }

@@ -16,6 +16,7 @@ if(IPAV_SANITIZE)
     -fsanitize=${IPAV_SANITIZE} -fno-sanitize-recover=all
     -fno-omit-frame-pointer
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+  target_compile_definitions(ipav_build_flags INTERFACE IPAV_SANITIZED)
   target_link_options(ipav_build_flags INTERFACE -fsanitize=${IPAV_SANITIZE})
 endif()
 if(IPAV_COVERAGE)

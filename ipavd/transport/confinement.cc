@@ -77,7 +77,7 @@ void AllowOnlyRelaying() {
   for (const char* name : kCalls) {
     if (error == 0) error = Allow(filter, name);
   }
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IPAV_SANITIZED
   // The sanitizers write to a pipe to find out whether memory can be read.
   for (const char* name : {"pipe", "pipe2"}) {
     if (error == 0) error = Allow(filter, name);

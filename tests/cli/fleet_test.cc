@@ -213,7 +213,7 @@ TEST_F(FleetTest, ACallerThatIgnoresTheEndOfItsChildrenChangesNothing) {
 }
 
 TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IPAV_SANITIZED
   GTEST_SKIP() << "UBSan opens a pipe to look at an object";
 #endif
   std::string expected;
@@ -228,7 +228,7 @@ TEST_F(FleetTest, MoreDevicesAtATimeThanThereAreFilesForAreJudgedLater) {
 }
 
 TEST_F(FleetTest, AnErrorInTheProcessOfADeviceIsItsResult) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IPAV_SANITIZED
   GTEST_SKIP() << "UBSan opens a pipe to look at an object";
 #endif
   const std::string file = WriteAccepted("fleet/a.xml");
@@ -263,7 +263,7 @@ TEST_F(FleetTest, ABadRunningConfigurationOfAllOrABadPluginEndsTheRunOnce) {
   }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef IPAV_SANITIZED
 
 // With a sanitizer, its own memory would be measured.
 TEST_F(FleetTest, MemoryDoesNotGrowWithTheNumberOfDevices) {

@@ -31,7 +31,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef IPAV_SANITIZED
 constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;

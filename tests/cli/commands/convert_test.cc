@@ -69,7 +69,7 @@ TEST_F(ConvertTest, RoundTripOfEveryExampleAndEveryCaseChangesNothing) {
       RunProcess({IPAV_ROOT "/tests/e2e/cases.py", "write", folder_ / "cases"})
           .status,
       0);
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IPAV_SANITIZED
   constexpr std::size_t kShare = 6;  // one of so many files
 #else
   constexpr std::size_t kShare = 1;

@@ -33,7 +33,7 @@ constexpr const char* kExamples = IPAV_EXAMPLES "/branch-router/";
 constexpr std::chrono::seconds kLimit(60);
 
 // With a sanitizer, each way takes other ones of so many examples.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IPAV_SANITIZED
 constexpr std::size_t kShare = 8;
 #else
 constexpr std::size_t kShare = 1;

@@ -138,7 +138,7 @@ std::optional<report::HtmlWriter> OpenPage(const PlanOptions& options,
                                            plan::kPlanPage);
 }
 
-FinalOutput OnStandardError(const std::string& error) {
+FinalOutput ErrorOutput(const std::string& error) {
   return {STDERR_FILENO, "ipav: " + base::Printable(error) + "\n"};
 }
 
@@ -185,8 +185,8 @@ ExitStatus Plan(const PlanOptions& options) {
 
   // 2. What the devices share.
   const datastore::Model& model = SharedModel(options.locations);
-  const Input running = plan::ReadInput(
-      model, options.running, options.planning.limits, OnStandardError);
+  const Input running = plan::ReadInput(model, options.running,
+                                        options.planning.limits, ErrorOutput);
   plan::PlanningOptions planning = options.planning;
   planning.page = page.has_value();
   planning.has_progress = is_one && !options.fleet.is_quiet;
@@ -203,7 +203,7 @@ ExitStatus Plan(const PlanOptions& options) {
     }
   };
   if (is_one) {
-    take(planner(devices.front(), options.output, OnStandardError));
+    take(planner(devices.front(), options.output, ErrorOutput));
   } else {
     PlanFleet(planner, devices, options, take);
   }

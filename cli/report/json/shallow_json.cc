@@ -9,10 +9,10 @@ namespace {
 // Exact for JSON. A callback of the parser would be slow: after each object, it
 // searches all of the array around it.
 bool IsDeep(const std::string& text) {
-  constexpr int kMaxDepth = 128;
+  constexpr int kDeepest = 128;
   int depth = 0;
   bool is_string = false;
-  for (std::size_t i = 0; i < text.size() && depth <= kMaxDepth; ++i) {
+  for (std::size_t i = 0; i < text.size() && depth <= kDeepest; ++i) {
     const char each = text[i];
     if (each == '"') {
       is_string = !is_string;
@@ -24,7 +24,7 @@ bool IsDeep(const std::string& text) {
       --depth;
     }
   }
-  return depth > kMaxDepth;
+  return depth > kDeepest;
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ constexpr std::size_t kMaxInFront = 40;
 
 constexpr char kCut[] = "...";
 
-std::vector<std::string_view> CharactersOf(std::string_view text) {
+std::vector<std::string_view> SplitCharacters(std::string_view text) {
   std::vector<std::string_view> characters;
   while (!text.empty()) {
     characters.push_back(text.substr(0, base::FirstCharacter(text).size));
@@ -29,7 +29,7 @@ std::vector<std::string_view> CharactersOf(std::string_view text) {
 
 ShownLine ShowLine(const messages::Place& place) {
   const std::vector<std::string_view> characters =
-      CharactersOf(place.source_line);
+      SplitCharacters(place.source_line);
   const std::size_t mark =
       std::min(place.column - 1 - place.skipped, characters.size());
 

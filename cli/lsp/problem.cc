@@ -144,29 +144,38 @@ void Add(Problem problem, std::vector<Problem>* problems) {
   if (same == problems->end()) problems->push_back(std::move(problem));
 }
 
+// The value in `<name>value</name>` or `"name": "value"`; none if the name is
+// that of another node, which has children.
+std::optional<Span> ValueBehind(std::string_view text, const Span& name) {
+  const char before = text[name.begin - 1];
+  const char after = name.end < text.size() ? text[name.end] : '\0';
+  if (before == '<' && after == '>') {
+    const std::size_t end = text.find('<', name.end);
+    if (end == std::string_view::npos || text.substr(end, 2) != "</") return {};
+    return Span{name.end + 1, end};
+  }
+  if (before != '"' || after != '"') return {};
+  const std::size_t quote = text.find_first_not_of(" \t\r\n:", name.end + 1);
+  if (quote == std::string_view::npos || text[quote] != '"') return {};
+  const std::size_t end = text.find('"', quote + 1);
+  if (end == std::string_view::npos) return {};
+  return Span{quote + 1, end};
+}
+
 // The first leaf of that name, with its value, that is not an IPv4 address.
 std::optional<Span> FindNoAddress(std::string_view text,
                                   std::string_view name) {
-  for (std::size_t at = text.find(kOspfv2Rows); at < text.size(); ++at) {
-    at = text.find(name, at);
+  std::size_t at = text.find(kOspfv2Rows);
+  while (at < text.size()) {
+    at = text.find(name, at + 1);
     if (at == std::string_view::npos) break;
-    std::size_t begin = at + name.size();
-    const std::string_view around = text.substr(at - 1, name.size() + 2);
-    if (around.front() == '"' && around.back() == '"') {
-      begin = text.find_first_not_of(" \t\r\n:", begin + 1);
-      if (begin == std::string_view::npos) break;
-    } else if (around.front() != '<' || around.back() != '>') {
-      continue;
-    }
-    const std::size_t end = text.find_first_of("<\"", begin + 1);
-    if (end == std::string_view::npos) break;
-    // Another node has this name and children.
-    const bool is_leaf =
-        text[end] == '"' ? text[begin] == '"' : text.substr(end, 2) == "</";
-    const std::string value(text.substr(begin + 1, end - begin - 1));
+    const auto value = ValueBehind(text, {at, at + name.size()});
+    if (!value) continue;
+    const std::string written(
+        text.substr(value->begin, value->end - value->begin));
     in_addr address{};
-    if (is_leaf && inet_pton(AF_INET, value.c_str(), &address) != 1) {
-      return Span{at, end};
+    if (inet_pton(AF_INET, written.c_str(), &address) != 1) {
+      return Span{at, value->end};
     }
   }
   return std::nullopt;

@@ -1,6 +1,7 @@
 #include "planner/conflicts.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace ipav::planner {
@@ -37,25 +38,28 @@ void Conflicts::AddNode(const std::string& node) {
   }
 }
 
-// Two nodes of which each resolves the violation are its pair. Nodes that were
-// known before stay to be judged, unless they are the only ones.
-void Conflicts::Add(const std::string& violation, const Ways& ways) {
-  std::vector<std::string> fresh;
+Paths Conflicts::AddNodes(const Ways& ways) {
+  Paths fresh;
   for (const Paths& way : ways) {
     for (const std::string& node : way) {
-      if (judged_pairs_.count(node) == 0) fresh.push_back(node);
+      if (judged_pairs_.count(node) == 0) fresh.insert(node);
       AddNode(node);
     }
   }
+  return fresh;
+}
+
+void Conflicts::Add(const std::string& violation, const Ways& ways) {
+  const Paths fresh = AddNodes(ways);
+  // Two nodes of which each resolves the violation are its pair. Nodes that
+  // were known before stay to be judged, unless they are the only ones.
   if (ways.size() == 2) {
     for (const std::string& a : ways[0]) {
       for (const std::string& b : ways[1]) MarkJudged(a, b);
     }
   } else if (ways.size() > 2) {
-    for (const std::string& a : fresh) {
-      for (const std::string& b : fresh) {
-        if (a != b) MarkJudged(a, b);
-      }
+    for (auto a = fresh.begin(); a != fresh.end(); ++a) {
+      for (auto b = std::next(a); b != fresh.end(); ++b) MarkJudged(*a, *b);
     }
   }
   order_.push_back(violation);
@@ -133,6 +137,7 @@ Conflicts::Question Conflicts::Ask(const std::string& first,
   Paths kept;
   if (!first.empty()) kept = {first, second};
   for (const std::string& violation : order_) {
+    // 1. Resolve it, unless what is away already does.
     const Ways& ways = ways_.at(violation);
     if (!IsResolved(ways, question.away)) {
       const Paths* way = CheapestWay(ways, question, kept);
@@ -142,10 +147,10 @@ Conflicts::Question Conflicts::Ask(const std::string& first,
       }
       question.away.insert(way->begin(), way->end());
     }
+    // 2. Its nodes that are not away count as kept.
     for (const Paths& way : ways) {
-      for (const std::string& node : way) {
-        if (question.away.count(node) == 0) kept.insert(node);
-      }
+      std::set_difference(way.begin(), way.end(), question.away.begin(),
+                          question.away.end(), std::inserter(kept, kept.end()));
     }
   }
   PutBack(&question);
@@ -161,18 +166,24 @@ const Paths* Conflicts::CheapestWay(const Ways& ways, const Question& question,
     if (way.count(question.first) > 0 || way.count(question.second) > 0) {
       continue;
     }
-    std::size_t cost = 0;
-    for (const std::string& node : way) {
-      for (const std::string& other : kept) {
-        if (!IsJudged(node, other)) ++cost;
-      }
-    }
+    const std::size_t cost = CountUnjudged(way, kept);
     if (cheapest == nullptr || cost < least) {
       cheapest = &way;
       least = cost;
     }
   }
   return cheapest;
+}
+
+std::size_t Conflicts::CountUnjudged(const Paths& some,
+                                     const Paths& others) const {
+  std::size_t count = 0;
+  for (const std::string& a : some) {
+    for (const std::string& b : others) {
+      if (!IsJudged(a, b)) ++count;
+    }
+  }
+  return count;
 }
 
 // Puts nodes back that were taken away without need.

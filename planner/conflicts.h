@@ -65,12 +65,16 @@ class Conflicts {
   void MarkJudged(const std::string& a, const std::string& b);
   void Add(const std::string& violation, const Ways& ways);
   void AddNode(const std::string& node);
+  // Returns the nodes that were not known before.
+  Paths AddNodes(const Ways& ways);
   bool Grow(const Question& question, const std::string& violation,
             const Ways& ways);
   void Conclude(Judged judged);
   Question Ask(const std::string& first, const std::string& second) const;
   const Paths* CheapestWay(const Ways& ways, const Question& question,
                            const Paths& kept) const;
+  // The number of pairs of a node of each set that are not judged yet.
+  std::size_t CountUnjudged(const Paths& some, const Paths& others) const;
   void PutBack(Question* question) const;
 
   const Paths away_;

@@ -193,7 +193,7 @@ State Search::LargestStep(const State& from, const State& goal) {
 State Search::Grow(const State& from, State to,
                    const std::vector<std::size_t>& more, const State& goal) {
   if (more.empty()) return to;
-  const State all = Union(to, {more.begin(), more.end()});
+  State all = Union(to, {more.begin(), more.end()});
   if (Accepts(from, all)) return all;
   if (more.size() == 1) {
     AddWithNamed(from, more.front(), goal, &to);
@@ -256,49 +256,70 @@ std::vector<State> Search::GroupsOf(const State& open) const {
   return groups;
 }
 
-std::optional<Steps> Search::InGroups(const State& from,
-                                      const std::vector<State>& groups,
-                                      const State& detours, std::size_t most) {
-  // A state is a number: a bit for each group, and the highest for the detours.
-  const std::size_t goal = (std::size_t{1} << groups.size()) - 1;
-  const std::size_t count = detours.empty() ? goal + 1 : 2 * (goal + 1);
-  const auto state_of = [&](std::size_t bits) {
+// The states of a search in groups. Each has a number: a bit for each group,
+// and the highest for the detours.
+struct Search::Grouped {
+  const State& from;
+  const std::vector<State>& groups;
+  const State& detours;
+  std::size_t goal;
+  std::vector<std::optional<std::size_t>> parent;  // none: not reached
+
+  State StateOf(std::size_t bits) const {
     State state = bits > goal ? Union(from, detours) : from;
     for (std::size_t i = 0; i < groups.size(); ++i) {
       if ((bits >> i & 1) != 0) state = Union(std::move(state), groups[i]);
     }
     return state;
-  };
-  // The largest steps first, so that the first commits do what they can; those
-  // with detours last.
-  std::vector<std::size_t> order(count);
-  for (std::size_t i = 0; i < count; ++i) order[i] = i ^ goal;
-  std::vector<std::optional<std::size_t>> parent(count);
-  std::vector<std::size_t> last = {0};
-  parent[0] = 0;
-  for (std::size_t commits = 1; commits <= most && !last.empty(); ++commits) {
-    std::vector<std::size_t> reached;
-    for (const std::size_t at : last) {
-      for (const std::size_t to : order) {
-        const bool undoes = (at & ~to & goal) != 0;
-        if (parent[goal] || parent[to] || undoes ||
-            !Accepts(state_of(at), state_of(to))) {
-          continue;
-        }
-        parent[to] = at;
-        reached.push_back(to);
-      }
-    }
-    if (parent[goal]) break;
-    last = std::move(reached);
   }
-  if (!parent[goal]) return std::nullopt;
+};
+
+std::optional<Steps> Search::InGroups(const State& from,
+                                      const std::vector<State>& groups,
+                                      const State& detours, std::size_t most) {
+  // 1. Only the start is reached.
+  const std::size_t goal = (std::size_t{1} << groups.size()) - 1;
+  Grouped states{from, groups, detours, goal, {}};
+  states.parent.resize(detours.empty() ? goal + 1 : 2 * (goal + 1));
+  states.parent[0] = 0;
+  // 2. One more commit, until the goal is reached or no state is new.
+  std::vector<std::size_t> last = {0};
+  for (std::size_t commits = 0;
+       commits < most && !last.empty() && !states.parent[goal]; ++commits) {
+    last = ReachedFrom(last, &states);
+  }
+  if (!states.parent[goal]) return std::nullopt;
+  // 3. The commits, from the last one to the first.
   Steps steps;
-  for (std::size_t at = goal; at != 0; at = *parent[at]) {
-    steps.push_back(state_of(at));
+  for (std::size_t at = goal; at != 0; at = *states.parent[at]) {
+    steps.push_back(states.StateOf(at));
   }
   std::reverse(steps.begin(), steps.end());
   return steps;
+}
+
+// The new states that one more commit reaches from those of the last commit.
+// The goal is the last one if it is reached.
+std::vector<std::size_t> Search::ReachedFrom(
+    const std::vector<std::size_t>& last, Grouped* states) {
+  const std::size_t goal = states->goal;
+  std::vector<std::size_t> reached;
+  for (const std::size_t at : last) {
+    // The largest steps first, so that the first commits do what they can;
+    // those with detours last.
+    for (std::size_t i = 0; i < states->parent.size(); ++i) {
+      const std::size_t to = i ^ goal;
+      const bool undoes = (at & ~to & goal) != 0;
+      if (states->parent[to] || undoes ||
+          !Accepts(states->StateOf(at), states->StateOf(to))) {
+        continue;
+      }
+      states->parent[to] = at;
+      reached.push_back(to);
+      if (to == goal) return reached;
+    }
+  }
+  return reached;
 }
 
 // The nodes of both configurations that refusals named since the last call.

@@ -71,6 +71,9 @@ class Search {
   std::optional<Steps> InGroups(const State& from,
                                 const std::vector<State>& groups,
                                 const State& detours, std::size_t most);
+  struct Grouped;  // its states
+  std::vector<std::size_t> ReachedFrom(const std::vector<std::size_t>& last,
+                                       Grouped* states);
   std::vector<State> GroupsOf(const State& open) const;
   // Commits from a state to a goal, with nodes taken away that refusals name.
   std::optional<Steps> WithDetours(const State& from, const State& goal);

@@ -58,7 +58,34 @@ Answer BeforeEdits(Answer answer, const std::vector<Edit>& edits,
   return answer;
 }
 
+// Whether the answer is that refusal, from any point. The texts about timers
+// name no interface.
+bool Repeats(const Answer& answer, const Finding& finding) {
+  const bool names_nodes = finding.rule.rfind("ra-", 0) != 0;
+  return *answer.text == finding.text &&
+         (names_nodes || answer.path == finding.path);
+}
+
 }  // namespace
+
+Fixer::Baseline::Baseline(const DataTree& start, const DataTree& candidate,
+                          Outcome judgement, Judged how)
+    : from(start),
+      outcome(std::move(judgement)),
+      judged(how),
+      finder({&start, "", nullptr}, {&candidate, "", nullptr}, how) {
+  for (const Answer& answer : outcome.answers) {
+    if (answer.text) texts.emplace(answer.path, *answer.text);
+  }
+}
+
+bool Fixer::Baseline::Has(const Answer& answer) const {
+  return texts.count({answer.path, *answer.text}) > 0;
+}
+
+bool Fixer::Baseline::IsNew(const Answer& answer) {
+  return !Has(answer) && finder.Explain(answer).culprits.empty();
+}
 
 Fixer::Fixer(const DataTree& running, const DataTree& candidate,
              const std::string& plugin, const base::Countdown& countdown)
@@ -70,16 +97,9 @@ Fixer::Fixer(const DataTree& running, const DataTree& candidate,
 
 std::unique_ptr<Fixer::Baseline> Fixer::Judge(const DataTree& from,
                                               Judged judged) const {
-  auto baseline = std::unique_ptr<Baseline>(new Baseline{
-      from,
-      commit::RunCommit(from, candidate_, {plugin_, true}, countdown_),
-      judged,
-      {},
-      {{&from, "", nullptr}, {&candidate_, "", nullptr}, judged}});
-  for (const Answer& answer : baseline->outcome.answers) {
-    if (answer.text) baseline->texts.emplace(answer.path, *answer.text);
-  }
-  return baseline;
+  return std::make_unique<Baseline>(
+      from, candidate_,
+      commit::RunCommit(from, candidate_, {plugin_, true}, countdown_), judged);
 }
 
 Fixer::Baseline& Fixer::OfChange() {
@@ -126,24 +146,17 @@ bool Fixer::IsBetter(const Finding& finding, const Proposal& proposal,
   const Outcome outcome =
       commit::RunCommit(baseline->from, tree, {plugin_, true}, countdown_);
   if (outcome.verdict == commit::Verdict::kPluginFailed) return false;
-  // The texts about timers name no interface.
-  const bool names_nodes = finding.rule.rfind("ra-", 0) != 0;
   // 1. Nothing new appears, and the refusal is gone from every point.
   bool may_hide = false;
   for (const Answer& answer : outcome.answers) {
     if (commit::Accepts(answer)) continue;
     if (!messages::IsRefusal(answer) || !answer.text) return false;
     // A text that the candidate gets as well needs no words replaced.
-    const bool is_known =
-        baseline->texts.count({answer.path, *answer.text}) > 0;
-    const Answer before =
-        is_known ? answer : BeforeEdits(answer, proposal.edits, candidate_);
-    const bool is_same = *before.text == finding.text &&
-                         (names_nodes || before.path == finding.path);
-    if (is_same) return false;
+    const Answer before = baseline->Has(answer)
+                              ? answer
+                              : BeforeEdits(answer, proposal.edits, candidate_);
+    if (Repeats(before, finding) || baseline->IsNew(before)) return false;
     may_hide |= answer.opaque == finding.point && answer.path == finding.path;
-    if (baseline->texts.count({before.path, *before.text}) > 0) continue;
-    if (baseline->finder.Explain(before).culprits.empty()) return false;
   }
   if (!may_hide || finding.culprits.empty()) return true;
   // 2. It does not hide behind another one of its call.

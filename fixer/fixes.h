@@ -43,6 +43,17 @@ class Fixer {
  private:
   // A judgement of the candidate, with which those of its copies are compared.
   struct Baseline {
+    Baseline(const datastore::DataTree& start,
+             const datastore::DataTree& candidate, commit::Outcome judgement,
+             messages::Judged how);
+
+    // Whether the candidate gets the answer's text for the same path. The
+    // answer must have a text, here and below.
+    bool Has(const commit::Answer& answer) const;
+    // Whether the candidate does not get the text, nor would get it if no other
+    // text of that call came first.
+    bool IsNew(const commit::Answer& answer);
+
     const datastore::DataTree& from;
     commit::Outcome outcome;
     messages::Judged judged;

@@ -77,11 +77,11 @@ std::string AllowedName(const Subject& subject, const lyd_node* named) {
   constexpr std::string_view kCharacters = messages::kL3NameCharacters;
   const std::string name = messages::TextOf(lyd_child(named));
   std::string allowed;
-  for (std::size_t at = 0; at < name.size();) {
-    const bool is_allowed =
-        kCharacters.find(name[at]) != std::string_view::npos;
-    allowed += is_allowed ? name[at] : '-';
-    at += base::FirstCharacter(std::string_view(name).substr(at)).size;
+  for (std::string_view rest = name; !rest.empty();) {
+    const char first = rest.front();
+    const bool is_allowed = kCharacters.find(first) != std::string_view::npos;
+    allowed += is_allowed ? first : '-';
+    rest.remove_prefix(base::FirstCharacter(rest).size);
   }
   std::set<std::string> taken;
   for (const DataView* view : {&subject.running, &subject.candidate}) {
@@ -153,36 +153,49 @@ Proposals NoHost(const Subject& subject) {
   return proposals;
 }
 
-// Keeps one of several leaves with one address.
+// The leaves of an interface with that address and any prefix length.
+std::vector<const lyd_node*> LeavesWith(const DataView& view,
+                                        const lyd_node* interface,
+                                        const Prefix& address) {
+  std::vector<const lyd_node*> leaves;
+  for (const lyd_node* leaf : AddressesOf(view, interface, FamilyOf(address))) {
+    const auto other = ParsePrefix(messages::TextOf(leaf));
+    if (other && other->octets == address.octets) leaves.push_back(leaf);
+  }
+  return leaves;
+}
+
+// Keeps that text of several leaves with one address, in the leaf that stays.
+Proposal KeepOnce(const std::vector<const lyd_node*>& leaves,
+                  const lyd_node* stays, const std::string& text) {
+  Proposal proposal{true, "keep " + text + " once", {}};
+  if (messages::TextOf(stays) != text) {
+    proposal.edits.push_back(Set(stays, text));
+  }
+  for (const lyd_node* leaf : leaves) {
+    if (leaf != stays) proposal.edits.push_back(Remove(leaf));
+    proposal.is_safe &= messages::TextOf(leaf) == text;
+  }
+  if (!proposal.is_safe) {
+    proposal.text = "keep only " + text + " of the equal addresses";
+  }
+  return proposal;
+}
+
 Proposals Twice(const Subject& subject) {
   const lyd_node* first = NodeWithRole(subject, "address");
   const auto prefix = ParsePrefix(messages::TextOf(first));
   if (!prefix) return {};
-  std::vector<const lyd_node*> leaves;
-  for (const lyd_node* leaf :
-       AddressesOf(subject.candidate, InterfaceOf(first), FamilyOf(*prefix))) {
-    const auto other = ParsePrefix(messages::TextOf(leaf));
-    if (other && other->octets == prefix->octets) leaves.push_back(leaf);
-  }
+  const auto leaves =
+      LeavesWith(subject.candidate, InterfaceOf(first), *prefix);
+  // A primary address stays one.
+  const bool is_primary = !lysc_is_key(first->schema);
   Proposals proposals;
   std::set<std::string> kept_texts;
   for (const lyd_node* kept : leaves) {
     const std::string text = messages::TextOf(kept);
     if (!kept_texts.insert(text).second) continue;
-    Proposal proposal{true, "keep " + text + " once", {}};
-    // A primary address stays one.
-    const lyd_node* stays = lysc_is_key(first->schema) ? kept : first;
-    if (messages::TextOf(stays) != text) {
-      proposal.edits.push_back(Set(stays, text));
-    }
-    for (const lyd_node* leaf : leaves) {
-      if (leaf != stays) proposal.edits.push_back(Remove(leaf));
-      proposal.is_safe &= messages::TextOf(leaf) == text;
-    }
-    if (!proposal.is_safe) {
-      proposal.text = "keep only " + text + " of the equal addresses";
-    }
-    proposals.push_back(std::move(proposal));
+    proposals.push_back(KeepOnce(leaves, is_primary ? first : kept, text));
   }
   return proposals;
 }

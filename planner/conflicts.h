@@ -1,8 +1,8 @@
 // Decides which nodes of a configuration to take away next, so that one call of
 // a validation point reports all of its violations: until the call has judged
 // every pair of the nodes that they name. Knows nodes by their data paths only.
-#ifndef IPAV_CLI_CHECK_CONFLICTS_H_
-#define IPAV_CLI_CHECK_CONFLICTS_H_
+#ifndef IPAV_PLANNER_CONFLICTS_H_
+#define IPAV_PLANNER_CONFLICTS_H_
 
 #include <cstddef>
 #include <map>
@@ -88,4 +88,4 @@ class Conflicts {
 
 }  // namespace ipav::planner
 
-#endif  // IPAV_CLI_CHECK_CONFLICTS_H_
+#endif  // IPAV_PLANNER_CONFLICTS_H_

@@ -1,7 +1,7 @@
 // Finds the violations that a refused commit does not report, because a
 // validation point reports only its first one.
-#ifndef IPAV_CLI_CHECK_EVERY_H_
-#define IPAV_CLI_CHECK_EVERY_H_
+#ifndef IPAV_PLANNER_EVERY_H_
+#define IPAV_PLANNER_EVERY_H_
 
 #include <cstddef>
 #include <string>
@@ -39,4 +39,4 @@ EveryFinding FindEvery(const messages::Configuration& running,
 
 }  // namespace ipav::planner
 
-#endif  // IPAV_CLI_CHECK_EVERY_H_
+#endif  // IPAV_PLANNER_EVERY_H_

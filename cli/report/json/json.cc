@@ -50,8 +50,12 @@ Json AnswerToJson(const Answer& answer) {
 }
 
 Answer AnswerOf(const Json& json) {
+  const Json& result = json.at("result");
+  if (!result.is_number_integer()) {
+    throw std::runtime_error("result is no whole number");
+  }
   return {TextOf(json, "point"), TextOf(json, "path"),
-          json.at("result").get<std::int32_t>(), OptionalText(json, "text"),
+          result.get<std::int32_t>(), OptionalText(json, "text"),
           OptionalText(json, "exception")};
 }
 
@@ -67,12 +71,9 @@ Json ToJson(const Place& place) {
 }
 
 Place PlaceOf(const Json& json) {
-  return {TextOf(json, "file"),
-          json.at("line").get<std::size_t>(),
-          json.at("column").get<std::size_t>(),
-          json.at("length").get<std::size_t>(),
-          TextOf(json, "sourceLine"),
-          json.at("skipped").get<std::size_t>()};
+  return {TextOf(json, "file"),       NumberOf(json, "line"),
+          NumberOf(json, "column"),   NumberOf(json, "length"),
+          TextOf(json, "sourceLine"), NumberOf(json, "skipped")};
 }
 
 Json CulpritToJson(const Culprit& culprit) {
@@ -104,10 +105,9 @@ Json EditToJson(const messages::TextEdit& edit) {
 }
 
 messages::TextEdit EditOf(const Json& json) {
-  return {json.at("line").get<std::size_t>(),
-          json.at("column").get<std::size_t>(),
-          json.at("endLine").get<std::size_t>(),
-          json.at("endColumn").get<std::size_t>(), TextOf(json, "text")};
+  return {NumberOf(json, "line"), NumberOf(json, "column"),
+          NumberOf(json, "endLine"), NumberOf(json, "endColumn"),
+          TextOf(json, "text")};
 }
 
 Json FixToJson(const messages::Fix& fix) {
@@ -173,8 +173,8 @@ Restart RestartOf(const Json& json) {
   Restart restart;
   restart.is_change = json.value("sameAsChange", false);
   if (restart.is_change) return restart;
-  restart.planned = json.at("validationCalls").at("planned").get<std::size_t>();
-  restart.made = json.at("validationCalls").at("made").get<std::size_t>();
+  restart.planned = NumberOf(json.at("validationCalls"), "planned");
+  restart.made = NumberOf(json.at("validationCalls"), "made");
   restart.faults = {VectorOf(json.at("findings"), FindingOf),
                     VectorOf(json.at("healed"), FindingOf)};
   return restart;
@@ -209,7 +209,7 @@ Verdict VerdictOf(ExitStatus status) {
 Outcome OutcomeOf(const Json& json) {
   Outcome outcome;
   outcome.answers = VectorOf(json.at("answers"), AnswerOf);
-  outcome.planned = json.at("validationCalls").at("planned").get<std::size_t>();
+  outcome.planned = NumberOf(json.at("validationCalls"), "planned");
   if (json.contains("failure")) {
     const Json& failure = json.at("failure");
     outcome.failure = TextOf(failure, "reason");
@@ -220,8 +220,9 @@ Outcome OutcomeOf(const Json& json) {
   outcome.faults = LinesOf(json, "faults");
   outcome.left_open = LinesOf(json, "leftOpen");
   outcome.debug_lines = LinesOf(json, "debugLines");
-  for (const auto& [name, count] : json.at("platformCalls").items()) {
-    outcome.calls[name] = count.get<std::uint64_t>();
+  const Json& calls = json.at("platformCalls");
+  for (const auto& call : calls.items()) {
+    outcome.calls[call.key()] = NumberOf(calls, call.key());
   }
   return outcome;
 }
@@ -239,10 +240,9 @@ Json ToJson(const Summary& summary) {
 Summary SummaryOf(const Json& json) {
   Summary summary;
   for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
-    summary.Add(static_cast<ExitStatus>(i),
-                json.at(kVerdicts.at(i)).get<std::size_t>());
+    summary.Add(static_cast<ExitStatus>(i), NumberOf(json, kVerdicts.at(i)));
   }
-  const auto status = json.at("status").get<std::size_t>();
+  const auto status = NumberOf(json, "status");
   if (status >= kVerdicts.size()) throw std::runtime_error("unknown status");
   summary.Raise(static_cast<ExitStatus>(status));
   return summary;
@@ -278,7 +278,7 @@ Json ShardToJson(const Run& run) {
 
 DeviceReport FromJson(const Json& json) {
   DeviceReport device;
-  device.number = json.value("number", std::size_t{0});
+  if (json.contains("number")) device.number = NumberOf(json, "number");
   device.candidate = TextOf(json, "candidate");
   device.running = TextOrEmpty(json, "running");
   device.status =
@@ -310,9 +310,8 @@ ReadReport ReportFromJson(const Json& json) {
   report.run.list_size = report.run.summary.devices();
   if (json.contains("shard")) {
     const Json& shard = json.at("shard");
-    report.run.shard = {shard.at("number").get<std::size_t>(),
-                        shard.at("of").get<std::size_t>()};
-    report.run.list_size = shard.at("listSize").get<std::size_t>();
+    report.run.shard = {NumberOf(shard, "number"), NumberOf(shard, "of")};
+    report.run.list_size = NumberOf(shard, "listSize");
   }
   report.devices = VectorOf(json.at("devices"), FromJson);
   return report;

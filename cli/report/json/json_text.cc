@@ -1,5 +1,7 @@
 #include "cli/report/json/json_text.h"
 
+#include <stdexcept>
+
 #include "host/base/bytes.h"
 #include "host/base/utf8.h"
 
@@ -46,6 +48,14 @@ std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
   if (!object.contains(name)) return {};
   return VectorOf(object.at(name),
                   [](const Json& entry) { return TextOf(entry, "text"); });
+}
+
+std::size_t NumberOf(const Json& object, const std::string& name) {
+  const Json& number = object.at(name);
+  if (!number.is_number_integer() || number < 0) {
+    throw std::runtime_error(name + " is no whole number");
+  }
+  return number.get<std::size_t>();
 }
 
 }  // namespace ipav::cli::report

@@ -1,7 +1,8 @@
-// Texts of any bytes in JSON, which only allows UTF-8.
+// Texts of any bytes in JSON, which only allows UTF-8, and whole numbers.
 #ifndef IPAV_CLI_REPORT_JSON_JSON_TEXT_H_
 #define IPAV_CLI_REPORT_JSON_JSON_TEXT_H_
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -45,6 +46,9 @@ std::string TextOf(const Json& object, const std::string& name);
 std::string TextOrEmpty(const Json& object, const std::string& name);
 std::optional<std::string> OptionalText(const Json& object,
                                         const std::string& name);
+
+// Throws std::exception if there is none, or another value.
+std::size_t NumberOf(const Json& object, const std::string& name);
 
 }  // namespace ipav::cli::report
 

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdint>
 #include <ratio>
 
 namespace ipav::cli::report {
@@ -43,9 +42,8 @@ Json PointTimesToJson(const PointTimes& times) {
 }
 
 PointTimes PointTimesOf(const Json& json) {
-  return {TextOf(json, "point"), json.at("calls").get<std::uint64_t>(),
-          json.at("platformCalls").get<std::uint64_t>(),
-          DurationOf(json, "time")};
+  return {TextOf(json, "point"), NumberOf(json, "calls"),
+          NumberOf(json, "platformCalls"), DurationOf(json, "time")};
 }
 
 Json ToJson(const CommitTimes& times) {

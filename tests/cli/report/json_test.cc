@@ -223,6 +223,11 @@ TEST(JsonReport, OfSomethingElseIsRefused) {
   bad["candidateHex"] = "no hex";
   EXPECT_THROW(FromJson(bad), std::exception);
   EXPECT_THROW(FromJson(Json::array()), std::exception);
+  for (const Json& number : {Json(4e119), Json(1.5), Json(-1), Json("1")}) {
+    bad = good;
+    bad["number"] = number;
+    EXPECT_THROW(FromJson(bad), std::exception) << number;
+  }
 }
 
 constexpr auto kJson = cli::report::Format::kJson;

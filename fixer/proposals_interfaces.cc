@@ -77,11 +77,12 @@ std::string AllowedName(const Subject& subject, const lyd_node* named) {
   constexpr std::string_view kCharacters = messages::kL3NameCharacters;
   const std::string name = messages::TextOf(lyd_child(named));
   std::string allowed;
-  for (std::string_view rest = name; !rest.empty();) {
-    const char first = rest.front();
-    const bool is_allowed = kCharacters.find(first) != std::string_view::npos;
-    allowed += is_allowed ? first : '-';
-    rest.remove_prefix(base::FirstCharacter(rest).size);
+  const std::string_view bytes = name;
+  for (std::size_t at = 0; at < bytes.size();
+       at += base::FirstCharacter(bytes.substr(at)).size) {
+    const bool is_allowed =
+        kCharacters.find(bytes[at]) != std::string_view::npos;
+    allowed += is_allowed ? bytes[at] : '-';
   }
   std::set<std::string> taken;
   for (const DataView* view : {&subject.running, &subject.candidate}) {

@@ -33,9 +33,10 @@ class PathReader {
   PathStep Step() {
     if (!Skip('/')) throw BadPath(path_ + " is not absolute");
     PathStep step;
-    step.name = Until(":/{");
+    step.name = Until([](char c) { return c == ':' || c == '/' || c == '{'; });
     if (Skip(':')) {
-      step.prefix = std::exchange(step.name, Until("/{"));
+      step.prefix = std::exchange(
+          step.name, Until([](char c) { return c == '/' || c == '{'; }));
       if (step.prefix.empty()) throw BadPath("empty prefix in " + path_);
     }
     if (step.name.empty()) throw BadPath("empty step in " + path_);
@@ -51,7 +52,9 @@ class PathReader {
       while (Skip(' ')) {
       }
       if (Skip('}')) break;
-      keys.push_back(Skip('"') ? Quoted() : Until(" }{"));
+      keys.push_back(Skip('"') ? Quoted() : Until([](char c) {
+        return c == ' ' || c == '}' || c == '{';
+      }));
       if (at_ >= path_.size() || (path_[at_] != ' ' && path_[at_] != '}')) {
         throw BadPath("malformed keys in " + path_);
       }
@@ -71,9 +74,10 @@ class PathReader {
     return key;
   }
 
-  std::string Until(std::string_view stops) {
+  template <typename IsStop>
+  std::string Until(const IsStop& is_stop) {
     const std::size_t begin = at_;
-    at_ = std::min(path_.find_first_of(stops, at_), path_.size());
+    while (at_ < path_.size() && !is_stop(path_[at_])) ++at_;
     return path_.substr(begin, at_ - begin);
   }
 

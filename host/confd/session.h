@@ -68,8 +68,10 @@ class Session {
     ++calls_[name];
     ++call_count_;
   }
-  const std::map<std::string_view, std::uint64_t>& calls() const {
-    return calls_;
+  std::map<std::string_view, std::uint64_t> calls() const {
+    std::map<std::string_view, std::uint64_t> calls;
+    for (const auto& [name, count] : calls_) calls[name] += count;
+    return calls;
   }
   std::uint64_t call_count() const { return call_count_; }  // in total
 
@@ -83,7 +85,7 @@ class Session {
   int next_cdb_socket_;
   std::size_t open_cursors_ = 0;
   std::optional<std::string> error_text_;
-  std::map<std::string_view, std::uint64_t> calls_;
+  std::map<const char*, std::uint64_t> calls_;  // of each literal
   std::uint64_t call_count_ = 0;
 };
 

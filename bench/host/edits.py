@@ -24,7 +24,7 @@ def main(ipav, folder, runs="21"):
     sys.path.insert(0, str(ROOT / "tests/cli/lsp"))
     from client import Client, replacement
 
-    candidate = pathlib.Path(folder) / "candidate.xml"
+    candidate = pathlib.Path(folder).resolve() / "candidate.xml"
     lines = candidate.read_text().splitlines()
     number, found = next((i, match) for i, match in enumerate(
         re.search(r"<ip>([0-9.]+/[0-9]+)<", line) for line in lines) if match)

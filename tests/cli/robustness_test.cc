@@ -4,9 +4,6 @@
 // IPAV_TEST_SIZE sets how many interfaces, addresses and levels the large
 // inputs have (default: 100000).
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -467,14 +464,6 @@ TEST_F(Robustness, AFileAboveTheLimitIsRefusedBeforeItIsRead) {
   ExpectPeakBelow(result, 64 * kMiB);
 }
 
-TEST_F(Robustness, TheSizeLimitIsAnOption) {
-  const std::string file = WriteData("large.xml", std::string(2 * kMiB, ' '));
-  EXPECT_THAT(
-      CheckWild({"--max-input-size", "2", file}),
-      IsBadInput(file + ": is larger than the limit of 2097152 bytes\n"));
-  EXPECT_EQ(CheckWild({"--max-input-size", "3", file}).status, 0);
-}
-
 TEST_F(Robustness, ADeviceWithoutEndIsRefusedInBoundedMemory) {
   const ProgramResult result = Check({"/dev/zero"});
   EXPECT_THAT(
@@ -560,24 +549,6 @@ TEST_F(Robustness, AnInputThatTakesTheYangLibraryTooLongIsGivenUp) {
 }
 
 // --- Files that are not configurations
-
-class RobustnessPipe : public Robustness {
- protected:
-  void SetUp() override {
-    Robustness::SetUp();
-    ASSERT_EQ(mkfifo(pipe_.c_str(), 0600), 0);
-  }
-
-  const std::string pipe_ = folder_ / "pipe";
-};
-
-TEST_F(RobustnessPipe, WithoutAWriterIsGivenUp) {
-  const auto start = Clock::now();
-  const ProgramResult result = Check({"--timeout", "1", pipe_});
-  EXPECT_GE(Clock::now() - start, seconds(1));
-  EXPECT_LT(Clock::now() - start, seconds(20));
-  EXPECT_THAT(result, IsBadInput(pipe_ + ": not read within 1 second\n"));
-}
 
 TEST_F(Robustness, AFileThatIsNotAConfigurationIsNamedWithTheReason) {
   const std::string utf16 =

@@ -248,12 +248,6 @@ TEST(PrintableLinesTest, EscapesWhatATerminalInterpretsAndKeepsLineEnds) {
   }
 }
 
-TEST(OperatorTextTest, IsVerbatimInAFile) {
-  const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::tmpfile(),
-                                                                &std::fclose);
-  EXPECT_EQ(OperatorText("\x1b[31m\xff\n", file.get()), "\x1b[31m\xff\n");
-}
-
 TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
   const TempDir folder;
   const std::string name = folder.path() + "/\x1b[31m\xe2\x80\xae.xml";
@@ -274,22 +268,6 @@ TEST(TextReportTest, ANameThatATerminalWouldInterpretIsEscapedEverywhere) {
     EXPECT_THAT(all, Not(HasSubstr("\x1b")));
     EXPECT_THAT(all, Not(HasSubstr("\xe2\x80\xae")));
   }
-}
-
-TEST(TextReportTest, ANameInAConfigurationIsShownEscaped) {
-  const TempDir folder;
-  const std::string file = folder.Write(
-      "candidate.xml",
-      InterfacesXml("<l3 xmlns=\"urn:vorplex:ipapp\"><name>a\xc2\x9b"
-                    "31m</name>\n</l3>"));
-  const ProcessResult result = Ipav({"check", file});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(
-      result.out,
-      HasSubstr(":2:37: name, added\n"
-                "      2 | <l3 xmlns=\"urn:vorplex:ipapp\"><name>a\\x9b31m"
-                "</name>\n"
-                "        |                                     ^~~~~~~~\n"));
 }
 
 }  // namespace

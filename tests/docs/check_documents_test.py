@@ -6,7 +6,6 @@ import tempfile
 import unittest
 
 import check_documents
-import console_blocks
 
 README = """# A product
 
@@ -120,13 +119,6 @@ class CheckDocumentsTest(unittest.TestCase):
         self.write("README.md", README + "| `docs/ci.md` | three |\n")
         self.write("docs/ci.md", "<!-- run: github -->\n" + COMMAND)
         self.assertEqual(self.faults(), [])
-
-    def test_what_is_not_run_is_what_the_runner_leaves_out(self):
-        for marker, count in (("", 1), ("<!-- not run -->\n", 1),
-                              ("<!-- not run: it hangs -->\n", 0)):
-            lines = (marker + COMMAND).splitlines()
-            self.assertEqual(len(console_blocks.commands_of(lines)), count,
-                             marker)
 
     def test_the_table_has_every_folder_of_git(self):
         self.write("host/main.cc", "")

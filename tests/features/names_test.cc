@@ -10,12 +10,7 @@ namespace {
 
 using ipav::features::RenameError;
 
-std::string Starter() {
-  std::ifstream file(IPAV_STARTER);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+std::string Starter() { return ipav::testing::ReadFile(IPAV_STARTER); }
 
 // The text with the cursor behind `part` in the n-th occurrence of `around`.
 MarkedText StarterAt(const std::string& around, const std::string& part) {

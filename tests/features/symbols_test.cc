@@ -29,10 +29,7 @@ std::string SymbolsIn(const std::string& bytes) {
 }
 
 TEST(Symbols, AreTheEntriesInGroups) {
-  std::ifstream file(IPAV_STARTER);
-  std::stringstream starter;
-  starter << file.rdbuf();
-  EXPECT_EQ(SymbolsIn(starter.str()),
+  EXPECT_EQ(SymbolsIn(ipav::testing::ReadFile(IPAV_STARTER)),
             "interfaces |  | users\n"
             "  l3 users |  | users\n"
             "  l3 uplink |  | uplink\n"

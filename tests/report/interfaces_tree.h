@@ -11,13 +11,12 @@ namespace ipav::testing {
 
 // `interfaces` are the elements in `interface`, in XML; empty for none.
 inline datastore::DataTree Tree(const std::string& interfaces) {
-  const datastore::Model& model = host_test::ProjectModel();
-  if (interfaces.empty()) return datastore::DataTree::Empty(model);
-  const host_test::TempDir files;
-  return datastore::DataTree::FromFile(
-      model, files.Write("data.xml",
-                         "<config xmlns=\"urn:vorplex:config\"><interface>" +
-                             interfaces + "</interface></config>"));
+  if (interfaces.empty()) {
+    return datastore::DataTree::Empty(host_test::ProjectModel());
+  }
+  return host_test::ProjectTree(
+      "<config xmlns=\"urn:vorplex:config\"><interface>" + interfaces +
+      "</interface></config>");
 }
 
 }  // namespace ipav::testing

@@ -4,21 +4,18 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <string>
 #include <vector>
 
+#include "tests/support/temp_dir.h"
+
 namespace {
 
 using Palette = std::map<std::string, std::string>;  // name to rrggbb
 
-std::string Style() {
-  std::ifstream file(IPAV_PAGE_STYLE);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+std::string Style() { return ipav::testing::ReadFile(IPAV_PAGE_STYLE); }
 
 // Light and dark: the blocks that begin with ":root".
 std::vector<Palette> Palettes() {

@@ -4,9 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -118,8 +115,7 @@ std::string PageOf(const Fill& fill) {
   HtmlWriter writer(path, kCheckPage);
   fill(&writer);
   writer.End();
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return ipav::testing::ReadFile(path);
 }
 
 DeviceReport WithSection(DeviceReport device, const DeviceView& view) {
@@ -535,32 +531,8 @@ TEST(Page, LetsNothingOfTheDataBecomeMarkup) {
                   "l3 " + hostile + " "));
 }
 
-TEST(Page, ShowsATextThatIsNoUtf8) {
-  Finding finding = Overlap();
-  finding.text = std::string("bad \xff\x00 byte", 11);
-  const std::string page = PageOf(Refused({finding}), {});
-  EXPECT_EQ(FlawsOf(page), Texts{});
-  EXPECT_EQ(PageTree(page).Texts("//h4[@class='text']"),
-            Texts{"bad \ufffd\u2400 byte"});
-}
-
 // --- The file
 
 TEST(Page, IsTheSameEachTime) { EXPECT_EQ(OverlapPage(), OverlapPage()); }
-
-TEST(Page, IsNotThereBeforeItsEnd) {
-  const TempDir folder;
-  const std::string path = folder.path() + "/page.html";
-  HtmlWriter writer(path, kCheckPage);
-  writer.Add(EntryOf(Refused({Overlap()})));
-  EXPECT_FALSE(std::ifstream(path).good());
-  writer.End();
-  EXPECT_TRUE(std::ifstream(path).good());
-}
-
-TEST(Page, RefusesAFileThatCannotBeWrittenAtOnce) {
-  EXPECT_THROW(HtmlWriter("/nowhere/at/all.html", kCheckPage),
-               std::runtime_error);
-}
 
 }  // namespace

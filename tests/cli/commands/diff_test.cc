@@ -11,8 +11,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr char kNothing[] = "no changes\n\nno validation calls\n";
-
 class DiffTest : public FolderTest {
  protected:
   // The list of changes alone.
@@ -96,10 +94,6 @@ TEST_F(DiffTest, ShowsTheOldAndTheNewValueOfALeaf) {
     }
     EXPECT_EQ(ChangesOf(entry(before), entry(after)), expected);
   }
-}
-
-TEST_F(DiffTest, SaysThatNothingChanged) {
-  EXPECT_EQ(OutputOf({"diff", kRunning, kRunning}), kNothing);
 }
 
 // With a name that a terminal would interpret.

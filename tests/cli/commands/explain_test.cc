@@ -1,6 +1,5 @@
-// ipav explain: points, rules and texts; the order of checks that they state.
+// ipav explain: points, rules and texts.
 
-#include <filesystem>
 #include <regex>
 #include <set>
 
@@ -10,8 +9,6 @@
 namespace ipav::testing {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kLine[] =
     "\n-----------------------------------------------------------------------"
@@ -284,125 +281,6 @@ TEST_F(ExplainTest, ExplainsTheKnownOnesAmongUnknownTopics) {
   EXPECT_EQ(Ipav({"explain", "xyzzy", "network-address"}),
             (ProcessResult{2, kNetworkAddress,
                            "ipav: " + (kUnknown + std::string("xyzzy\n"))}));
-}
-
-// ---- The order of checks, as docs/messages.md states it --------------------
-
-// Entries of `l3` with these addresses; the first one is the primary one.
-std::string L3(const std::string& name, const std::string& primary,
-               const std::string& secondary = "") {
-  std::string more;
-  if (!secondary.empty()) {
-    more = R"(, "secondary": [{"ip": ")" + secondary + R"("}])";
-  }
-  return R"({"name": ")" + name + R"(", "ipv4": {"address": {"ip": ")" +
-         primary + "\"" + more + "}}}";
-}
-
-std::string Configuration(const std::string& l3, const std::string& more,
-                          const std::string& tables) {
-  return R"({"vorplex-config:config": {"interface": {"ipapp:l3": [)" + l3 +
-         "]" + more + "}}" + tables + "}";
-}
-
-// The operator's text of a refused commit.
-std::string TextOf(const std::string& running, const std::string& candidate) {
-  const ProcessResult result = Ipav({"check", "--running", running, candidate});
-  EXPECT_EQ(result.status, 1) << result.out;
-  const std::size_t line = result.out.find('\n') + 1;
-  return result.out.substr(line, result.out.find('\n', line) - line);
-}
-
-// Tables of the routing side with a route through 10.0.0.1.
-constexpr char kRoute[] = R"(,
-  "DC-RTM-MIB:DC-RTM-MIB": {"rtmStaticRtTable": {"rtmStaticRtEntry": [{
-    "rtmStaticRtFteIndex": 0, "rtmStaticRtDestType": "ipv4",
-    "rtmStaticRtDest": "00:00:00:00", "rtmStaticRtDestPfxLen": 0,
-    "rtmStaticRtNextHopType": "ipv4", "rtmStaticRtNextHop": "0a:00:00:01"}]}})";
-
-constexpr char kLoopback[] =
-    R"(, "ipapp:loopback": [{"name": "0", "ipv4": {"address":
-       [{"ip": "10.0.0.9/32"}]}}])";
-
-struct OrderCase {
-  const char* name;
-  std::string before;  // entries of `l3`
-  std::string after;
-  std::string more;  // other interfaces
-  std::string tables;
-  const char* text;
-};
-
-class OrderTest : public FolderTest,
-                  public ::testing::WithParamInterface<OrderCase> {};
-
-TEST_P(OrderTest, IsThatOfTheDocument) {
-  const OrderCase& c = GetParam();
-  EXPECT_EQ(
-      TextOf(Write("running.json", Configuration(c.before, "", c.tables)),
-             Write("candidate.json", Configuration(c.after, c.more, c.tables))),
-      c.text);
-}
-
-const std::string kA = L3("a", "10.0.0.1/24");
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, OrderTest,
-    ::testing::Values(
-        OrderCase{"AddressByAddressNetworkAndBroadcast", "",
-                  L3("a", "10.0.0.255/24", "10.1.0.0/24"), "", "",
-                  "l3 a ipv4 address 10.0.0.255/24 cannot be configured as "
-                  "broadcast address."},
-        OrderCase{"NetworkAddressBeforeOneAddressTwice", "",
-                  L3("a", "10.0.0.0/24", "10.0.0.0/25"), "", "",
-                  "l3 a ipv4 address 10.0.0.0/24 cannot be configured as "
-                  "network address."},
-        OrderCase{"OneAddressTwiceBeforeOverlapWithALaterInterface", "",
-                  L3("a", "10.0.0.1/24", "10.0.0.1/25") + "," +
-                      L3("b", "10.0.0.2/24"),
-                  "", "", "l3 a has duplicated IPv4 address 10.0.0.1"},
-        OrderCase{"OverlapBeforeNextHop", kA, kA + "," + L3("b", "10.0.0.2/24"),
-                  "", kRoute,
-                  "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with l3 b "
-                  "vrf global ipv4 address 10.0.0.2/24."},
-        OrderCase{"NextHopOfOneInterfaceBeforeTheNextInterface", kA,
-                  kA + "," + L3("b", "10.9.0.0/24"), "", kRoute,
-                  "l3 a ipv4 address 10.0.0.1/24 and static route 0.0.0.0/0 "
-                  "next-hop 10.0.0.1 cannot have address conflict."},
-        OrderCase{"AllOfAKindBeforeOverlapWithOtherKinds", "",
-                  kA + "," + L3("b", "10.9.0.0/24"), kLoopback, "",
-                  "l3 b ipv4 address 10.9.0.0/24 cannot be configured as "
-                  "network address."},
-        OrderCase{"OverlapWithOtherKinds", "", kA, kLoopback, "",
-                  "l3 a vrf global ipv4 address 10.0.0.1/24 overlaps with "
-                  "loopback 0 vrf global ipv4 address 10.0.0.9/32."}),
-    [](const auto& order) { return std::string(order.param.name); });
-
-// Changes of the starter, where `uplink` is in both OSPF.
-TEST_F(ExplainTest, AddressesComeBeforeOspfv2BeforeOspfv3WhereAVrfIsSet) {
-  const std::string text = OutputOf({"new", "--format", "json"});
-  // An interface in the VRF red that overlaps with `uplink`, if put there.
-  const std::string other =
-      R"({"name": "r", "vrf": "red", "ipv4": {"address":
-         {"ip": "192.0.2.1/31"}}}, )";
-  const std::string name = "\"name\": \"uplink\"";
-  const auto refusal = [&](const std::string& vrf, const std::string& more) {
-    std::string before = text;
-    const std::string list = "\"ipapp:l3\": [";
-    before.insert(before.find(list) + list.size(), more);
-    std::string after = before;
-    after.insert(after.find(name) + name.size(), ", \"vrf\": \"" + vrf + "\"");
-    return TextOf(Write("before.json", before), Write("after.json", after));
-  };
-  EXPECT_EQ(refusal("red", other),
-            "l3 r vrf red ipv4 address 192.0.2.1/31 overlaps with l3 uplink "
-            "vrf red ipv4 address 192.0.2.0/31.");
-  EXPECT_EQ(refusal("red", ""),
-            "l3 uplink vrf red and router ospf 1 vrf global cannot be "
-            "associated with divergent VRF");
-  EXPECT_EQ(refusal("global", ""),
-            "l3 uplink is configured in OSPFv3 and cannot be associated with a "
-            "VRF");
 }
 
 }  // namespace

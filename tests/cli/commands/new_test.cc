@@ -77,20 +77,6 @@ TEST_F(NewTest, HasShortLinesAndCommentsOfOneLine) {
 }
 
 TEST_F(NewTest, CommentsOnInterfacesHold) {
-  const std::string longest(60, 'x');
-  ExpectAnswer("At most 256 such", {{">users<", ">" + longest + "<"}}, "");
-  ExpectAnswer("At most 256 such", {{">users<", ">" + longest + "x<"}},
-               "L3 interface name " + longest +
-                   "x is too long (maximum length: 60 characters)");
-  ExpectAnswer("At most 256 such", {{">users<", ">a.b<"}},
-               "L3 interface name a.b contains invalid characters (allowed "
-               "characters: 0-9, a-z, A-Z, _, -)");
-  ExpectAnswer("A host's address", {{">10.1.10.1/24<", ">10.1.10.0/24<"}},
-               "l3 users ipv4 address 10.1.10.0/24 cannot be configured as "
-               "network address.");
-  ExpectAnswer("A host's address", {{">10.1.10.1/24<", ">10.1.10.255/24<"}},
-               "l3 users ipv4 address 10.1.10.255/24 cannot be configured as "
-               "broadcast address.");
   ExpectAnswer("Another one of the same link",
                {{">10.1.11.1/24<", ">10.1.10.1/25<"}},
                "l3 users has duplicated IPv4 address 10.1.10.1");

@@ -166,14 +166,6 @@ void ExpectEqual(const DeviceReport& actual, const DeviceReport& expected) {
   if (expected.restart) ExpectEqual(*actual.restart, *expected.restart);
 }
 
-// Also through a text, as between two processes.
-TEST(JsonReport, OfADeviceIsReadBackWithNothingLost) {
-  for (const DeviceReport& device : SampleReports()) {
-    SCOPED_TRACE(device.candidate);
-    ExpectEqual(FromJson(Json::parse(ToJson(device).dump())), device);
-  }
-}
-
 TEST(JsonReport, EveryNoveltyIsReadBack) {
   using datastore::Novelty;
   for (const Novelty novelty : {Novelty::kUnchanged, Novelty::kAdded,

@@ -101,12 +101,6 @@ TEST_F(OutputFileTest, AFullDiskIsTold) {
   EXPECT_TRUE(fs::is_character_file("/dev/full"));
 }
 
-TEST_F(OutputFileTest, AFolderThatIsNotThereIsTold) {
-  const std::string file = folder_ / "none/report.json";
-  EXPECT_EQ(Error(file),
-            file + ": the report cannot be written: No such file or directory");
-}
-
 TEST_F(OutputFileTest, AFolderIsNoFile) {
   EXPECT_EQ(
       Error(folder_),

@@ -42,6 +42,7 @@ constexpr unsigned kOldIfIndex = 1011;
 const std::vector<std::string> kIpv4 = {
     "10.0.0.1/24", "10.0.0.2/24", "10.0.0.1/16", "10.0.0.0/24", "10.0.0.255/24",
     "10.0.1.1/24", "10.0.1.2/25", "10.0.2.1/32", "10.0.3.0/31"};
+const Texts kNoHosts = {"10.0.0.0/24", "10.0.0.255/24"};
 const std::vector<std::string> kIpv6 = {
     "2001:db8::1/120",   "2001:db8::2/120",   "2001:db8::1/112",
     "2001:db8::/120",    "2001:db8::ff/120",  "2001:db8::101/120",
@@ -68,7 +69,11 @@ void AddAddresses(const std::string& kind, const json& entry,
       fmt::format("{}-{}", kind, entry["name"].get<std::string>());
   std::map<std::string, std::string> known;  // by host
   if (kind == "l3" && Chance(1, 3)) {
-    for (const auto& address : AnyOf(kIpv4, 3)) known[Host(address)] = address;
+    // A row is one part with its address, which would hide what is wrong with
+    // the row if it were no host.
+    for (const auto& address : AnyOf(kIpv4, 3)) {
+      if (kNoHosts.count(address) == 0) known[Host(address)] = address;
+    }
   }
   bool is_first = kind != "loopback";
   for (const std::string& address : AnyOf(kIpv4, kind == "mgmt" ? 1 : 2)) {

@@ -50,13 +50,9 @@ Json AnswerToJson(const Answer& answer) {
 }
 
 Answer AnswerOf(const Json& json) {
-  const Json& result = json.at("result");
-  if (!result.is_number_integer()) {
-    throw std::runtime_error("result is no whole number");
-  }
   return {TextOf(json, "point"), TextOf(json, "path"),
-          result.get<std::int32_t>(), OptionalText(json, "text"),
-          OptionalText(json, "exception")};
+          static_cast<std::int32_t>(IntegerOf(json, "result")),
+          OptionalText(json, "text"), OptionalText(json, "exception")};
 }
 
 Json ToJson(const Place& place) {

@@ -50,12 +50,18 @@ std::vector<std::string> LinesOf(const Json& object, const std::string& name) {
                   [](const Json& entry) { return TextOf(entry, "text"); });
 }
 
-std::size_t NumberOf(const Json& object, const std::string& name) {
+std::int64_t IntegerOf(const Json& object, const std::string& name) {
   const Json& number = object.at(name);
-  if (!number.is_number_integer() || number < 0) {
-    throw std::runtime_error(name + " is no whole number");
+  if (!number.is_number_integer()) {
+    throw std::runtime_error(name + " is not a whole number");
   }
-  return number.get<std::size_t>();
+  return number.get<std::int64_t>();
+}
+
+std::size_t NumberOf(const Json& object, const std::string& name) {
+  const std::int64_t number = IntegerOf(object, name);
+  if (number < 0) throw std::runtime_error(name + " is negative");
+  return static_cast<std::size_t>(number);
 }
 
 }  // namespace ipav::cli::report

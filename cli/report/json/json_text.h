@@ -3,6 +3,7 @@
 #define IPAV_CLI_REPORT_JSON_JSON_TEXT_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -47,7 +48,9 @@ std::string TextOrEmpty(const Json& object, const std::string& name);
 std::optional<std::string> OptionalText(const Json& object,
                                         const std::string& name);
 
-// Throws std::exception if there is none, or another value.
+// Both throw std::exception if there is none, or another value; the second one
+// also if it is negative.
+std::int64_t IntegerOf(const Json& object, const std::string& name);
 std::size_t NumberOf(const Json& object, const std::string& name);
 
 }  // namespace ipav::cli::report

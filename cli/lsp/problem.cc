@@ -1,6 +1,5 @@
 #include "cli/lsp/problem.h"
 
-#include <arpa/inet.h>
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "cli/lsp/features/names.h"
 #include "cli/lsp/uri.h"
 #include "cli/report/finding_text.h"
 #include "host/base/utf8.h"
@@ -173,10 +173,7 @@ std::optional<Span> FindNoAddress(std::string_view text,
     if (!value) continue;
     const std::string written(
         text.substr(value->begin, value->end - value->begin));
-    in_addr address{};
-    if (inet_pton(AF_INET, written.c_str(), &address) != 1) {
-      return Span{at, value->end};
-    }
+    if (!features::IsDottedQuad(written)) return Span{at, value->end};
   }
   return std::nullopt;
 }

@@ -253,11 +253,6 @@ std::vector<Span> OtherEndAt(const Outline& outline, const Names& names,
 
 // ---- Renaming --------------------------------------------------------------
 
-bool IsDottedQuad(const std::string& text) {
-  in_addr address{};
-  return inet_pton(AF_INET, text.c_str(), &address) == 1;
-}
-
 // Why a thing cannot have that name; empty if it can.
 std::string FaultOf(const Outline& outline, const Mention& mention,
                     const std::string& name) {
@@ -304,6 +299,11 @@ std::optional<Mention> RenamableAt(const Names& names, std::size_t offset) {
 }
 
 }  // namespace
+
+bool IsDottedQuad(const std::string& text) {
+  in_addr address{};
+  return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
 
 std::vector<Span> DefinitionsAt(const Outline& outline, std::size_t offset) {
   const Names names(outline);

@@ -32,6 +32,9 @@ std::vector<Span> ReferencesAt(const Outline& outline, std::size_t offset,
 std::vector<NamedValue> NamesFor(const Outline& outline,
                                  const lysc_node& schema, Outline::Node leaf);
 
+// Whether it is an IPv4 address, as the rules want an OSPF area, too.
+bool IsDottedQuad(const std::string& text);
+
 // The renaming is not possible; what() is a reason for the user.
 class RenameError : public std::runtime_error {
  public:

@@ -63,6 +63,15 @@ std::string EncodeNumber(std::size_t number) {
   return bytes;
 }
 
+std::string Encoded(const Message& message) {
+  std::string bytes(1, message.kind);
+  bytes += EncodeNumber(message.texts.size());
+  for (const std::string& text : message.texts) {
+    bytes += EncodeNumber(text.size()) + text;
+  }
+  return bytes;
+}
+
 // Parses messages from the bytes that were read from the pipe.
 class Decoder {
  public:
@@ -122,6 +131,9 @@ void RedirectOutput(const FileDescriptor& output) {
 // The capacity of a pipe.
 constexpr std::size_t kReadSize = 65536;
 
+// What most children take, in milliseconds.
+constexpr int kShortLife = 5;
+
 // What the host reads of one pipe, or of the supervisor.
 struct Inlet {
   const FileDescriptor& file;
@@ -142,6 +154,13 @@ class Inlets {
     for (std::size_t i = 0; i < open_.size(); ++i) {
       open_.at(i) = {inlets_.at(i)->file.get(), POLLIN, 0};
     }
+  }
+
+  // Waits a moment for the end only: each wake-up of the host costs the child
+  // time, and most children have ended by then. What they write fits the pipes,
+  // or waits for us.
+  void AwaitShortLife() {
+    static_cast<void>(poll(&open_.back(), 1, kShortLife));
   }
 
   // Reads what there is. Waits for it, at most so many milliseconds (-1: as
@@ -208,12 +227,13 @@ struct ForkServer::Received {
 };
 
 void Reporter::Send(const Message& message) const {
-  std::string bytes(1, message.kind);
-  bytes += EncodeNumber(message.texts.size());
-  for (const std::string& text : message.texts) {
-    bytes += EncodeNumber(text.size()) + text;
-  }
   // It fails if the parent has ended.
+  static_cast<void>(base::WriteAll(fd_, Encoded(message)));
+}
+
+void Reporter::SendAll(const std::vector<Message>& messages) const {
+  std::string bytes;
+  for (const Message& message : messages) bytes += Encoded(message);
   static_cast<void>(base::WriteAll(fd_, bytes));
 }
 
@@ -272,6 +292,7 @@ ForkServer::Received ForkServer::Receive(TimeLimit limit) {
     return inlets.messages.is_full() || inlets.output.is_full();
   };
   bool too_much = false;
+  inlets.AwaitShortLife();
   // 1. Until the child has ended, or the server.
   while (!inlets.have_end()) {
     if (!inlets.Read(countdown.ForPoll())) kill(server_, SIGKILL);

@@ -29,6 +29,8 @@ class Reporter {
   // The message has reached the parent when this returns, even if the child
   // crashes afterwards.
   void Send(const Message& message) const;
+  // The same with several messages, at once.
+  void SendAll(const std::vector<Message>& messages) const;
 
  private:
   int fd_;

@@ -100,17 +100,19 @@ class Validation {
     }
     Finish();
     ReportLeftOpen();
+    std::vector<Message> last;
     for (const PointTimes& point : times_) {
-      reporter_.Send(
+      last.push_back(
           {kPointTook,
            {point.opaque, std::to_string(point.calls),
             std::to_string(point.platform_calls), Encode(point.time)}});
     }
     for (const auto& [name, count] : session_.calls()) {
-      reporter_.Send({kCalls, {std::string(name), std::to_string(count)}});
+      last.push_back({kCalls, {std::string(name), std::to_string(count)}});
     }
-    reporter_.Send({kFinished, {}});
-    reporter_.Send({kEnters, {"while it was unloaded"}});
+    last.push_back({kFinished, {}});
+    last.push_back({kEnters, {"while it was unloaded"}});
+    reporter_.SendAll(last);
   }
 
  private:

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <vector>
 
@@ -99,12 +100,13 @@ std::vector<pid_t> Children() {
 // process when their parent ended. Each one may leave further orphans.
 void EndOrphans() {
   for (;;) {
+    const pid_t ended = waitpid(-1, nullptr, WNOHANG);
+    if (ended < 0 && errno == ECHILD) return;  // mostly at once
+    if (ended != 0) continue;
     const std::vector<pid_t> children = Children();
+    if (children.empty()) return;  // there is no /proc
     for (const pid_t child : children) kill(child, SIGKILL);
-    // Without running children, only those that have ended are waited for.
-    const int options = children.empty() ? WNOHANG : 0;
-    const pid_t ended = waitpid(-1, nullptr, options);
-    if (ended == 0 || (ended < 0 && errno != EINTR)) return;
+    static_cast<void>(waitpid(-1, nullptr, 0));
   }
 }
 
@@ -197,8 +199,11 @@ void BecomeSupervisor(int control, const Supervised& supervised) noexcept {
 void SendRequest(int control, const std::string& request,
                  base::TimeLimit limit) {
   const Heading heading{limit.count(), request.size()};
-  static_cast<void>(Send(control, &heading, sizeof(heading)) &&
-                    Send(control, request.data(), request.size()));
+  // At once: the supervisor wakes up once.
+  std::string bytes(sizeof(heading), '\0');
+  std::memcpy(bytes.data(), &heading, sizeof(heading));
+  bytes += request;
+  static_cast<void>(Send(control, bytes.data(), bytes.size()));
 }
 
 }  // namespace ipav::commit

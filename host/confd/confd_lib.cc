@@ -17,6 +17,7 @@
 #include "host/confd/session.h"
 #include "host/confd/tracer.h"
 #include "host/confd/value.h"
+#include "nettypes/ipv4.h"
 
 int confd_errno = 0;
 
@@ -26,9 +27,15 @@ namespace {
 
 std::string g_last_error;
 
-std::string PrintAddress(int family, const void* address) {
+std::string PrintAddress(const in_addr& address) {
+  nettypes::IPv4Addr printed;
+  printed.set_addr(address.s_addr);
+  return printed.to_string();
+}
+
+std::string PrintAddress(const in6_addr& address) {
   char text[INET6_ADDRSTRLEN];
-  return inet_ntop(family, address, text, sizeof(text));
+  return inet_ntop(AF_INET6, &address, text, sizeof(text));
 }
 
 std::string Bytes(const confd_buf_t& buffer) {
@@ -70,9 +77,9 @@ std::string PrintValue(const confd_value_t& value) {
     case C_UINT64:
       return std::to_string(val.u64);
     case C_IPV4:
-      return PrintAddress(AF_INET, &val.ip);
+      return PrintAddress(val.ip);
     case C_IPV6:
-      return PrintAddress(AF_INET6, &val.ip6);
+      return PrintAddress(val.ip6);
     case C_BOOL:
       return val.boolean != 0 ? "true" : "false";
     case C_ENUM_VALUE:
@@ -80,10 +87,10 @@ std::string PrintValue(const confd_value_t& value) {
     case C_BINARY:
       return base::ToHex(Bytes(val.buf));
     case C_IPV4_AND_PLEN:
-      return PrintAddress(AF_INET, &val.ipv4prefix.ip) + "/" +
+      return PrintAddress(val.ipv4prefix.ip) + "/" +
              std::to_string(val.ipv4prefix.len);
     case C_IPV6_AND_PLEN:
-      return PrintAddress(AF_INET6, &val.ipv6prefix.ip6) + "/" +
+      return PrintAddress(val.ipv6prefix.ip6) + "/" +
              std::to_string(val.ipv6prefix.len);
     case C_NOEXISTS:
       return "";

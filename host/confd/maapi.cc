@@ -60,8 +60,8 @@ int CallOnPath(const char* call, int sock, int thandle, const char* format,
   const int result = Guarded([&] {
     Session& session = Session::OfTransaction(sock, thandle);
     session.CountCall(call);
-    return body(session.candidate_paths().Find(FormatPath(format, args)),
-                &trace);
+    FormatPath(format, args, &session.path());
+    return body(session.candidate_paths().Find(session.path()), &trace);
   });
   return trace.End(result);
 }

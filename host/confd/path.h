@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "host/datastore/data_tree.h"
@@ -33,6 +35,8 @@ struct Target {
 // Expands %s, %d and %u; any other conversion, a flag or a width is refused
 // (ConfdError, CONFD_ERR_BADPATH), as is a null text.
 std::string FormatPath(const char* format, va_list args);
+// The same into a text whose memory is used again.
+void FormatPath(const char* format, va_list args, std::string* path);
 
 // Splits "/a/pfx:b{k1 "k 2"}/c". Throws ConfdError (CONFD_ERR_BADPATH).
 std::vector<PathStep> ParsePath(const std::string& path);
@@ -44,10 +48,11 @@ Target Resolve(const datastore::DataTree& tree,
                const std::vector<PathStep>& path);
 
 // The entry of a list with these keys in any of their forms, such as 007 for 7.
-// Null if there is none.
+// Null if there is none. `guess`, an entry of the list, is compared first.
 const lyd_node* FindEntry(const datastore::DataTree& tree,
                           const lyd_node* parent, const lysc_node& list,
-                          const std::string_view* keys, std::size_t count);
+                          const std::string_view* keys, std::size_t count,
+                          const lyd_node* guess = nullptr);
 
 // The nodes of the model that the steps name. Throws as Resolve() does.
 std::vector<const lysc_node*> ResolveSchema(const datastore::Model& model,
@@ -55,7 +60,8 @@ std::vector<const lysc_node*> ResolveSchema(const datastore::Model& model,
 
 // Resolves paths of one tree, one after another. It is fast for a path that
 // begins like the previous one: shared steps are neither parsed nor looked up
-// again. Most paths of a plug-in share steps, such as the leaves of one entry.
+// again. Most paths of a plug-in share steps, such as the leaves of one entry;
+// where they end, the next entry follows.
 class PathMemo {
  public:
   // Borrows the tree.
@@ -70,7 +76,13 @@ class PathMemo {
     Target target;
   };
 
+  const lysc_node& SchemaOf(const lysc_node* parent, std::string_view name);
+
   const datastore::DataTree& tree_;
+  // The nodes of the model below one of them, by their names in paths.
+  std::unordered_map<const lysc_node*,
+                     std::vector<std::pair<std::string, const lysc_node*>>>
+      names_;
   std::string path_;         // of the steps
   std::vector<Step> steps_;  // remembered, from the root
 };

@@ -42,6 +42,7 @@ class Session {
   const datastore::DataTree& candidate() const { return candidate_; }
   const datastore::Diff& diff() const { return diff_; }
   PathMemo& candidate_paths() { return candidate_paths_; }
+  std::string& path() { return path_; }  // of the current call
   const datastore::Model& model() const { return candidate_.model(); }
 
   // Passed to the plug-in with each call; the caller sets the opaque pointers.
@@ -80,6 +81,7 @@ class Session {
   const datastore::DataTree& candidate_;
   const datastore::Diff& diff_;
   PathMemo candidate_paths_;
+  std::string path_;
   confd_trans_ctx context_;
   std::set<int> cdb_sockets_;
   int next_cdb_socket_;

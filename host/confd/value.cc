@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -41,19 +42,20 @@ std::string Octets(std::string_view text) {
   return octets;
 }
 
-void ParseAddress(int family, const std::string& text, void* address) {
-  if (inet_pton(family, text.c_str(), address) != 1) {
-    throw ConfdError(CONFD_ERR_BADTYPE, "no address: " + text);
+void ParseAddress(int family, std::string_view text, void* address) {
+  char copy[INET6_ADDRSTRLEN] = "";
+  text.copy(copy, sizeof(copy) - 1);
+  if (text.size() >= sizeof(copy) || inet_pton(family, copy, address) != 1) {
+    throw ConfdError(CONFD_ERR_BADTYPE, "no address: " + std::string(text));
   }
 }
 
 // Address and length of "address/length".
-void ParsePrefix(int family, const std::string& text, void* address,
+void ParsePrefix(int family, std::string_view text, void* address,
                  std::uint8_t* length) {
   const std::size_t slash = text.find('/');
   ParseAddress(family, text.substr(0, slash), address);
-  *length =
-      static_cast<std::uint8_t>(std::strtoul(&text[slash + 1], nullptr, 10));
+  std::from_chars(text.data() + slash + 1, text.data() + text.size(), *length);
 }
 
 // The type of the value: that of the leaf, except for a union or leafref.
@@ -180,7 +182,7 @@ OwnedValue ValueOf(const lyd_node& leaf) {
     value.val.buf = HeapBuffer(canonical);
     return OwnedValue(value);
   }
-  const std::string text = canonical;
+  const std::string_view text = canonical;
   switch (value.type) {
     case C_BINARY:
       value.val.buf = HeapBuffer(Octets(text));

@@ -60,6 +60,17 @@ std::string ByValueType(confd_vtype type, std::string text) {
   }
 }
 
+bool IsUnsigned(const lysc_type& type) {
+  return type.basetype >= LY_TYPE_UINT8 && type.basetype <= LY_TYPE_UINT64;
+}
+
+// Whether a text is an unsigned number in its canonical form (RFC 7950, section
+// 9.2.2).
+bool IsPlainNumber(const std::string& text) {
+  return text.find_first_not_of("0123456789") == std::string::npos &&
+         !text.empty() && (text[0] != '0' || text.size() == 1);
+}
+
 bool IsSmall(const lyd_node* first_entry) {
   const lyd_node* entry = first_entry;
   for (std::size_t i = 0; i < kWalkedEntries; ++i) {
@@ -69,27 +80,18 @@ bool IsSmall(const lyd_node* first_entry) {
   return false;
 }
 
-// Calls `take` with the canonical text of each key, until it returns false.
-template <typename Take>
-void ForEachKey(const lyd_node* entry, const Take& take) {
-  bool goes_on = true;
-  for (const lyd_node* key = lyd_child(entry);
-       goes_on && key != nullptr && lysc_is_key(key->schema); key = key->next) {
-    const confd_vtype type = Model::FactsOf(*key->schema).value_type;
-    goes_on = HasManyForms(type) ? take(ByValueType(type, lyd_get_value(key)))
-                                 : take(lyd_get_value(key));
-  }
-}
-
 bool HasKeys(const lyd_node* entry, const std::string_view* keys,
              std::size_t count) {
-  std::size_t equal = 0;
-  ForEachKey(entry, [&](std::string_view key) {
-    if (equal == count || key != keys[equal]) return false;
-    ++equal;
-    return true;
+  if (count != Model::FactsOf(*entry->schema).keys.size()) return false;
+  const lyd_node* leaf = lyd_child(entry);
+  return std::all_of(keys, keys + count, [&](std::string_view key) {
+    const lysc_node& schema = *leaf->schema;
+    const std::string_view text =
+        lyd_get_value(std::exchange(leaf, leaf->next));
+    if (text == key) return true;  // whether it is canonical or not
+    const confd_vtype type = Model::FactsOf(schema).value_type;
+    return HasManyForms(type) && ByValueType(type, std::string(text)) == key;
   });
-  return equal == count && equal == Model::FactsOf(*entry->schema).keys.size();
 }
 
 // Keys as one text. YANG text cannot contain NUL (RFC 7950, section 14:
@@ -100,10 +102,15 @@ void AppendKey(std::string_view key, std::string* keys) {
 
 std::string JoinedKeys(const lyd_node* entry) {
   std::string keys;
-  ForEachKey(entry, [&](std::string_view key) {
-    AppendKey(key, &keys);
-    return true;
-  });
+  for (const lyd_node* key = lyd_child(entry);
+       key != nullptr && lysc_is_key(key->schema); key = key->next) {
+    const confd_vtype type = Model::FactsOf(*key->schema).value_type;
+    if (HasManyForms(type)) {
+      AppendKey(ByValueType(type, lyd_get_value(key)), &keys);
+    } else {
+      AppendKey(lyd_get_value(key), &keys);
+    }
+  }
   return keys;
 }
 
@@ -268,7 +275,9 @@ const lyd_node* DataTree::FindEntry(
 const lyd_node* DataTree::FindEntry(const lyd_node* parent,
                                     const lysc_node& list,
                                     const std::string_view* keys,
-                                    std::size_t count) const {
+                                    std::size_t count,
+                                    const lyd_node* guess) const {
+  if (guess != nullptr && HasKeys(guess, keys, count)) return guess;
   const lyd_node* entry = Find(parent, list);
   if (entry == nullptr) return nullptr;
   if (!IsSmall(entry)) return FindInIndex(entry, keys, count);
@@ -298,6 +307,18 @@ const DataTree::ListIndex& DataTree::IndexOf(
     }
   }
   return slot->second;
+}
+
+void DataTree::IndexLists(const lyd_node* siblings) const {
+  const lysc_node* before = nullptr;
+  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+    const bool is_first = node->schema != before;
+    before = node->schema;
+    if (is_first && before->nodetype == LYS_LIST && !IsSmall(node)) {
+      IndexOf(node);
+    }
+    IndexLists(lyd_child(node));
+  }
 }
 
 std::vector<const lyd_node*> DataTree::Entries(const lyd_node* parent,
@@ -334,6 +355,7 @@ std::string CanonicalText(const lysc_node& leaf, const std::string& text) {
       ByValueType(value_type, text) == text) {
     return text;
   }
+  if (IsUnsigned(type) && IsPlainNumber(text)) return text;
   const ly_ctx* context = leaf.module->ctx;
   const char* canonical = nullptr;
   if (lyd_value_validate(nullptr, &leaf, text.c_str(), text.size(), nullptr,

@@ -71,12 +71,16 @@ class DataTree {
   const lyd_node* Find(const lyd_node* parent, const lysc_node& schema) const;
 
   // The entry of a list with these keys, as text in the order of the model;
-  // null if there is none.
+  // null if there is none. `guess`, an entry of the list, is compared first.
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
                             const std::vector<std::string>& keys) const;
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
-                            const std::string_view* keys,
-                            std::size_t count) const;
+                            const std::string_view* keys, std::size_t count,
+                            const lyd_node* guess = nullptr) const;
+
+  // Makes the indexes of all lists now, so that the copies of this process that
+  // are forked have them.
+  void IndexLists() const { IndexLists(tree_.get()); }
 
   // Entries of a list in document order.
   std::vector<const lyd_node*> Entries(const lyd_node* parent,
@@ -96,6 +100,7 @@ class DataTree {
                               const std::string_view* keys,
                               std::size_t count) const;
   const ListIndex& IndexOf(const lyd_node* first_entry) const;
+  void IndexLists(const lyd_node* siblings) const;
 
   const Model* model_;
   LYD_FORMAT format_ = LYD_UNKNOWN;

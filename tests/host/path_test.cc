@@ -49,6 +49,7 @@ TEST(FormatPath, ExpandsTextAndNumbers) {
   EXPECT_EQ(Format("%s{%s %u %d}/%s", "/a/b", "k", 7U, -7, "c"),
             "/a/b{k 7 -7}/c");
   EXPECT_EQ(Format("/a{%s}", "%d %s {"), "/a{%d %s {}");
+  EXPECT_EQ(Format("%s", "/a/b{%d}"), "/a/b{%d}");
   EXPECT_EQ(Format("/a{%s}", ""), "/a{}");
 }
 
@@ -63,6 +64,7 @@ TEST(FormatPath, RefusesEveryOtherConversionAndNull) {
         << (format == null ? "null" : format);
   }
   EXPECT_EQ(Format("/a{%s}", null), bad_path);
+  EXPECT_EQ(Format("%s", null), bad_path);
 }
 
 // --- Parsing

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <unordered_set>
 #include <utility>
 
 namespace ipav::datastore {
@@ -24,6 +25,25 @@ std::size_t NumberOf(const lyd_node* siblings) {
   return count;
 }
 
+// libyang keeps each text once.
+bool HaveOneText(const lyd_node& before, const lyd_node& after) {
+  return lyd_get_value(&before) == lyd_get_value(&after);
+}
+
+// Whether two nodes have the same nodes below them, with the same texts, in the
+// same order.
+bool AreCopies(const lyd_node& before, const lyd_node& after) {
+  if (before.schema != after.schema) return false;
+  if (IsLeaf(*after.schema)) return HaveOneText(before, after);
+  const lyd_node* old = lyd_child(&before);
+  const lyd_node* node = lyd_child(&after);
+  while (old != nullptr && node != nullptr && AreCopies(*old, *node)) {
+    old = old->next;
+    node = node->next;
+  }
+  return old == nullptr && node == nullptr;
+}
+
 // Whether two instances of a node are seen to be the same at once. Most entries
 // of lists are; of those that are not, the changes are still to be found.
 bool IsSame(const lyd_node& before, const lyd_node& after) {
@@ -32,44 +52,112 @@ bool IsSame(const lyd_node& before, const lyd_node& after) {
     return lysc_is_key(before.schema) ||
            lyd_compare_single(&before, &after, 0) == LY_SUCCESS;
   }
-  return before.schema->nodetype == LYS_LIST &&
-         lyd_compare_single(&before, &after, LYD_COMPARE_FULL_RECURSION) ==
-             LY_SUCCESS;
+  return before.schema->nodetype == LYS_LIST && AreCopies(before, after);
 }
+
+// Whether two nodes below the same parent are seen to be instances of one node,
+// with the same keys.
+bool AreSeenAlike(const lyd_node& before, const lyd_node& after) {
+  const lysc_node& schema = *after.schema;
+  // Only state data may have one node several times.
+  if (before.schema != &schema || (schema.flags & LYS_CONFIG_W) == 0) {
+    return false;
+  }
+  if (schema.nodetype == LYS_LEAFLIST) return HaveOneText(before, after);
+  if (schema.nodetype != LYS_LIST) return true;
+  const lyd_node* old_key = lyd_child(&before);
+  const lyd_node* key = lyd_child(&after);
+  for (; key != nullptr && lysc_is_key(key->schema); key = key->next) {
+    if (!HaveOneText(*old_key, *key)) return false;
+    old_key = old_key->next;
+  }
+  return true;
+}
+
+// Nodes with all above them.
+class Touched {
+ public:
+  explicit Touched(const std::vector<const lyd_node*>& nodes) {
+    for (const lyd_node* node : nodes) {
+      while (node != nullptr && all_.insert(node).second) {
+        node = lyd_parent(node);
+      }
+    }
+  }
+
+  bool Has(const lyd_node* node) const { return all_.count(node) != 0; }
+
+ private:
+  std::unordered_set<const lyd_node*> all_;
+};
 
 class Comparison {
  public:
-  Comparison(const DataTree& running, const DataTree& candidate)
-      : running_(running), candidate_(candidate) {}
+  // Only what is touched may differ, and nothing is removed (null: all may).
+  Comparison(const DataTree& running, const DataTree& candidate,
+             const Touched* touched = nullptr)
+      : running_(running), candidate_(candidate), touched_(touched) {}
 
   // Changes among the children of a node that both configurations have (null:
   // the top), or that is missing in one of them.
   std::vector<Change> Children(const lyd_node* before, const lyd_node* after,
                                bool in_before, bool in_after) const {
     std::vector<Change> changes;
-    std::size_t in_both = 0;
-    const lyd_node* node = in_after ? candidate_.FirstChild(after) : nullptr;
-    for (; node != nullptr; node = node->next) {
-      const lyd_node* old =
-          in_before ? Counterpart(running_, before, *node) : nullptr;
-      // Only state data may have one node several times.
-      if (old != nullptr && (node->schema->flags & LYS_CONFIG_W) != 0) {
-        ++in_both;
-      }
-      Append(old, node, &changes);
-    }
-    node = in_before ? running_.FirstChild(before) : nullptr;
-    if (NumberOf(node) == in_both) return changes;
-    for (; node != nullptr; node = node->next) {
-      if (in_after && Counterpart(candidate_, after, *node) != nullptr) {
-        continue;  // compared above
-      }
-      Append(node, nullptr, &changes);
+    const std::size_t in_both =
+        in_after ? AppendChanged(before, after, in_before, &changes) : 0;
+    if (in_before && touched_ == nullptr) {
+      AppendRemoved(before, after, in_after, in_both, &changes);
     }
     return changes;
   }
 
  private:
+  // Compares what the candidate has. Returns how many of these nodes both have.
+  std::size_t AppendChanged(const lyd_node* before, const lyd_node* after,
+                            bool in_before,
+                            std::vector<Change>* changes) const {
+    std::size_t in_both = 0;
+    // The nodes are mostly in the same order.
+    const lyd_node* next = in_before ? running_.FirstChild(before) : nullptr;
+    for (const lyd_node* node = candidate_.FirstChild(after); node != nullptr;
+         node = node->next) {
+      const lyd_node* old = InRunning(before, in_before, *node, next);
+      if (old != nullptr) next = old->next;
+      // Only state data may have one node several times.
+      if (old != nullptr && (node->schema->flags & LYS_CONFIG_W) != 0) {
+        ++in_both;
+      }
+      if (MayDiffer(*node)) Append(old, node, changes);
+    }
+    return in_both;
+  }
+
+  void AppendRemoved(const lyd_node* before, const lyd_node* after,
+                     bool in_after, std::size_t in_both,
+                     std::vector<Change>* changes) const {
+    const lyd_node* node = running_.FirstChild(before);
+    if (NumberOf(node) == in_both) return;
+    for (; node != nullptr; node = node->next) {
+      if (in_after && Counterpart(candidate_, after, *node) != nullptr) {
+        continue;  // it was compared
+      }
+      Append(node, nullptr, changes);
+    }
+  }
+
+  bool MayDiffer(const lyd_node& node) const {
+    return touched_ == nullptr || touched_->Has(&node);
+  }
+
+  // The same instance as a node, below a parent that may be missing. `guess`,
+  // if it is not null, is another node below that parent.
+  const lyd_node* InRunning(const lyd_node* parent, bool has_parent,
+                            const lyd_node& node, const lyd_node* guess) const {
+    if (!has_parent) return nullptr;
+    if (guess != nullptr && AreSeenAlike(*guess, node)) return guess;
+    return MayDiffer(node) ? Counterpart(running_, parent, node) : nullptr;
+  }
+
   void Append(const lyd_node* before, const lyd_node* after,
               std::vector<Change>* changes) const {
     const lysc_node* schema = (after != nullptr ? after : before)->schema;
@@ -89,6 +177,7 @@ class Comparison {
 
   const DataTree& running_;
   const DataTree& candidate_;
+  const Touched* touched_;
 };
 
 }  // namespace
@@ -132,8 +221,14 @@ void InsertCopy(const lyd_node* node, lyd_node* parent, lyd_node** first) {
 }
 
 Diff::Diff(const DataTree& running, const DataTree& candidate)
-    : top_(Comparison(running, candidate)
-               .Children(nullptr, nullptr, true, true)) {
+    : Diff(running, candidate, std::nullopt) {}
+
+Diff::Diff(const DataTree& running, const DataTree& candidate,
+           const Leaves& leaves) {
+  std::optional<Touched> touched;
+  if (leaves.has_value()) touched.emplace(*leaves);
+  top_ = Comparison(running, candidate, touched ? &*touched : nullptr)
+             .Children(nullptr, nullptr, true, true);
   IndexChanges();
 }
 

@@ -10,6 +10,7 @@
 #include <libyang/libyang.h>
 
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -68,9 +69,16 @@ void InsertCopy(const lyd_node* node, lyd_node* parent, lyd_node** first);
 
 // ----------------------------------------------------------------------------
 
+// Leaves of a tree, which have changed; none if other nodes may have, too.
+using Leaves = std::optional<std::vector<const lyd_node*>>;
+
 class Diff {
  public:
   Diff(const DataTree& running, const DataTree& candidate);
+
+  // The same if the leaves, given, are all of the candidate that may differ.
+  Diff(const DataTree& running, const DataTree& candidate,
+       const Leaves& leaves);
 
   // The same, from parts of both that hold everything that differs. The changes
   // point to nodes of the whole candidate, so that its part may be destroyed.

@@ -99,9 +99,9 @@ const std::string& KeyOf(const std::vector<confd::PathStep>& steps,
 
 class Editor {
  public:
-  Editor(const Model& model, Nodes nodes)
-      : model_(model),
-        nodes_(std::move(nodes)),
+  explicit Editor(DataTree tree)
+      : model_(tree.model()),
+        tree_(std::move(tree)),
         is_complete_(model_.judges_nodes_alone()) {}
 
   void Make(const Edit& edit) {
@@ -110,6 +110,8 @@ class Editor {
       RequireNoPredicate(model_, edit.path);
       auto steps = confd::ParsePath(edit.path);
       const auto nodes = confd::ResolveSchema(model_, steps);
+      if (ChangeLeaf(edit, steps, nodes)) return;
+      Open();
       std::string in_libyang = PathInLibyang(edit.path, steps, nodes);
       lyd_node* node = Find(in_libyang);
       if (node == nullptr && HasKeyOfManyForms(nodes)) {
@@ -133,7 +135,10 @@ class Editor {
     }
   }
 
-  DataTree Finish() {
+  DataTree Finish(datastore::Leaves* leaves) {
+    if (leaves != nullptr && is_complete_) *leaves = std::move(leaves_);
+    if (!is_open_ && is_complete_) return std::move(tree_);
+    Open();
     DataTree tree = DataTree::FromNodes(model_, nodes_.release());
     if (is_complete_ || tree.Complete()) return tree;
     const std::string reason = datastore::FirstReason(model_.context());
@@ -146,6 +151,35 @@ class Editor {
   }
 
  private:
+  // Gives a leaf that is there a new value, which leaves the tree's indexes
+  // valid. False if this is another edit.
+  bool ChangeLeaf(const Edit& edit, const std::vector<confd::PathStep>& steps,
+                  const std::vector<const lysc_node*>& nodes) {
+    if (is_open_ || !is_complete_ || !edit.value.has_value() ||
+        nodes.back()->nodetype != LYS_LEAF || lysc_is_key(nodes.back())) {
+      return false;
+    }
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+      if (nodes[i]->nodetype == LYS_LIST && steps[i].keys.empty()) return false;
+    }
+    const lyd_node* leaf = confd::Resolve(tree_, steps).node;
+    if (leaf == nullptr) return false;
+    const LY_ERR error =
+        lyd_change_term(const_cast<lyd_node*>(leaf), edit.value->c_str());
+    if (error == LY_SUCCESS) {
+      leaves_.push_back(leaf);
+    } else if (error != LY_EEXIST && error != LY_ENOT) {  // as it was before
+      Refuse(edit.path, datastore::FirstReason(model_.context()));
+    }
+    return true;
+  }
+
+  // For edits of its nodes, the tree is taken apart.
+  void Open() {
+    if (!is_open_) nodes_ = tree_.Release();
+    is_open_ = true;
+  }
+
   lyd_node* Find(const std::string& in_libyang) const {
     lyd_node* node = nullptr;
     if (nodes_ == nullptr || lyd_find_path(nodes_.get(), in_libyang.c_str(), 0,
@@ -198,7 +232,8 @@ class Editor {
       Refuse(path, datastore::FirstReason(model_.context()));
     }
     if (made == nullptr) return;  // it was so before
-    if (!datastore::IsLeaf(*made->schema)) is_complete_ = false;
+    if (made->schema->nodetype != LYS_LEAF) is_complete_ = false;
+    leaves_.push_back(made);
     KeepFirst(nodes_ == nullptr ? made : nodes_.release());
   }
 
@@ -216,17 +251,21 @@ class Editor {
   }
 
   const Model& model_;
-  Nodes nodes_;
+  DataTree tree_;
+  bool is_open_ = false;
+  Nodes nodes_;                          // of the tree, if it is open
+  std::vector<const lyd_node*> leaves_;  // that were set
   // Whether the nodes are valid, with their default values.
   bool is_complete_;
 };
 
 }  // namespace
 
-DataTree Edited(DataTree tree, const std::vector<Edit>& edits) {
-  Editor editor(tree.model(), tree.Release());
+DataTree Edited(DataTree tree, const std::vector<Edit>& edits,
+                datastore::Leaves* leaves) {
+  Editor editor(std::move(tree));
   for (const Edit& edit : edits) editor.Make(edit);
-  return editor.Finish();
+  return editor.Finish(leaves);
 }
 
 // Each edit is its path, and a sign with the value; each ends with a NUL, which

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/datastore/data_tree.h"
+#include "host/datastore/diff.h"
 
 namespace ipav::engine {
 
@@ -26,9 +27,11 @@ class EditError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The tree after the edits, made in their order. Throws EditError.
+// The tree after the edits, made in their order. Throws EditError. `leaves`, if
+// given, receives the leaves that were set, if nothing else has changed.
 datastore::DataTree Edited(datastore::DataTree tree,
-                           const std::vector<Edit>& edits);
+                           const std::vector<Edit>& edits,
+                           datastore::Leaves* leaves = nullptr);
 
 // The edits as one text, and back. Throws EditError for a text that no
 // configuration may hold.

@@ -21,7 +21,9 @@ constexpr char kNoCandidate = 'R';
 }  // namespace
 
 Engine::Engine(const DataTree& running, commit::Options options)
-    : running_(running), options_(std::move(options)), base_(running.Copy()) {}
+    : running_(running), options_(std::move(options)), base_(running.Copy()) {
+  base_.IndexLists();
+}
 
 Engine::~Engine() = default;
 
@@ -56,14 +58,16 @@ Outcome Engine::Ask(const std::string& request) {
 // In a child, which may change all that the server has.
 void Engine::Live(const std::string& request, const Reporter& reporter) {
   const DataTree* candidate = nullptr;
+  datastore::Leaves leaves;
   try {
     // Not freed: the process ends.
-    candidate = new DataTree(Edited(std::move(base_), Decode(request)));
+    candidate =
+        new DataTree(Edited(std::move(base_), Decode(request), &leaves));
   } catch (const EditError& error) {
     reporter.Send({kNoCandidate, {error.what()}});
     return;
   }
-  const datastore::Diff diff(running_, *candidate);
+  const datastore::Diff diff(running_, *candidate, leaves);
   commit::RunLife(
       {[this]() -> const DataTree& { return running_; }, *candidate, diff},
       options_, std::move(plugin_), reporter);

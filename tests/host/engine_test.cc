@@ -14,6 +14,7 @@
 #include "host/datastore/diff.h"
 #include "host/engine/edits.h"
 #include "host/plugin/plugin.h"
+#include "host/view/change_list.h"
 #include "tests/host/fixtures.h"
 
 namespace {
@@ -55,6 +56,18 @@ void ExpectSame(const Outcome& outcome, const Outcome& expected) {
   EXPECT_EQ(fields(outcome), fields(expected));
 }
 
+// Each change with its values.
+std::vector<std::string> ChangesOf(const Diff& diff) {
+  std::vector<std::string> texts;
+  for (const auto& change : ipav::view::ListChanges(diff)) {
+    texts.push_back(change.path);
+    for (const auto* values : {&change.before, &change.after}) {
+      texts.insert(texts.end(), values->begin(), values->end());
+    }
+  }
+  return texts;
+}
+
 std::string ErrorOf(Engine& engine, const Edits& edits) {
   try {
     engine.Judge(edits);
@@ -87,6 +100,8 @@ TEST(Edits, LeadToTheConfigurationThatAFileWouldHold) {
   } cases[] = {
       {{}, Running()},
       {{{a + "/mtu", "1300"}}, L3With("<mtu>1300</mtu>" + addresses)},
+      {{{a + "/mtu", "1300"}, {a + "/vrf", "blue"}, {a + "/mtu", "1200"}},
+       L3With("<vrf>blue</vrf><mtu>1200</mtu>" + addresses)},
       {{{a + "/mtu", "1400"}}, Running()},
       {{{a + "/mtu", std::nullopt}}, L3With(addresses)},  // has a default
       {{{a + "/vrf", "blue"}},
@@ -102,14 +117,21 @@ TEST(Edits, LeadToTheConfigurationThatAFileWouldHold) {
       {{{"/config", std::nullopt}}, ""},
       {{{"/config", std::nullopt}, {a + "/mtu", "1400"}},
        L3With("<mtu>1400</mtu>")}};
+  const DataTree running = ProjectTree(Running());
+  int with_leaves_only = 0;
   for (const auto& one : cases) {
     SCOPED_TRACE(one.text);
     const DataTree expected = one.text.empty() ? DataTree::Empty(ProjectModel())
                                                : ProjectTree(one.text);
-    const DataTree edited = Edited(ProjectTree(Running()), one.edits);
+    ipav::datastore::Leaves leaves;
+    const DataTree edited = Edited(ProjectTree(Running()), one.edits, &leaves);
     EXPECT_TRUE(Diff(expected, edited).top().empty());
     EXPECT_TRUE(Diff(edited, expected).top().empty());
+    with_leaves_only += leaves.has_value() ? 1 : 0;
+    EXPECT_EQ(ChangesOf(Diff(running, edited, leaves)),
+              ChangesOf(Diff(running, edited)));
   }
+  EXPECT_EQ(with_leaves_only, 5);
 }
 
 // An address of IPv6 has many texts, and is one key.

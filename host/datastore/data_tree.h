@@ -70,8 +70,9 @@ class DataTree {
   // or the first entry of a list; null if there is none.
   const lyd_node* Find(const lyd_node* parent, const lysc_node& schema) const;
 
-  // The entry of a list with these keys, as text in the order of the model;
-  // null if there is none. `guess`, an entry of the list, is compared first.
+  // The entry of a list with these keys, as canonical texts in the order of the
+  // model; null if there is none. `guess`, an entry of the list, is compared
+  // first.
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,
                             const std::vector<std::string>& keys) const;
   const lyd_node* FindEntry(const lyd_node* parent, const lysc_node& list,

@@ -164,6 +164,28 @@ TEST(Edits, NameAnEntryByAnyTextOfItsKey) {
   }
 }
 
+// Nodes that only a data model of another kind has.
+TEST(Edits, ReplaceDefaultsAndFindEveryKey) {
+  const TestModel model(
+      "container c { leaf-list l { type string; default x; default y; } "
+      "list e { key k; leaf k { type string; } leaf v { type string; } } }");
+  const auto with = [&](const std::string& v, const std::string& more) {
+    return model.Tree("<c NS><e><k>'\"</k><v>" + v + "</v></e>" + more +
+                      "</c>");
+  };
+  const struct {
+    Edit edit;
+    DataTree expected;
+  } cases[] = {{{"/c/l", "1"}, with("a", "<l>1</l>")},
+               {{"/c/e{\"'\\\"\"}/v", "b"}, with("b", "")}};
+  for (const auto& [edit, expected] : cases) {
+    SCOPED_TRACE(edit.path);
+    const DataTree edited = Edited(with("a", ""), {edit});
+    EXPECT_TRUE(Diff(expected, edited).top().empty());
+    EXPECT_FALSE(Diff(with("a", ""), edited).top().empty());
+  }
+}
+
 TEST(Edits, AreRefusedWithTheReason) {
   const std::string a = kL3;
   const DataTree running = ProjectTree(Running());

@@ -105,11 +105,7 @@ std::string JoinedKeys(const lyd_node* entry) {
   for (const lyd_node* key = lyd_child(entry);
        key != nullptr && lysc_is_key(key->schema); key = key->next) {
     const confd_vtype type = Model::FactsOf(*key->schema).value_type;
-    if (HasManyForms(type)) {
-      AppendKey(ByValueType(type, lyd_get_value(key)), &keys);
-    } else {
-      AppendKey(lyd_get_value(key), &keys);
-    }
+    AppendKey(ByValueType(type, lyd_get_value(key)), &keys);
   }
   return keys;
 }

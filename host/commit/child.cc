@@ -292,8 +292,9 @@ ForkServer::Received ForkServer::Receive(TimeLimit limit) {
     return inlets.messages.is_full() || inlets.output.is_full();
   };
   bool too_much = false;
+  // 1. Most children end soon.
   inlets.AwaitShortLife();
-  // 1. Until the child has ended, or the server.
+  // 2. Until the child has ended, or the server.
   while (!inlets.have_end()) {
     if (!inlets.Read(countdown.ForPoll())) kill(server_, SIGKILL);
     if (!too_much && is_full()) {
@@ -301,7 +302,7 @@ ForkServer::Received ForkServer::Receive(TimeLimit limit) {
       shutdown(control_.get(), SHUT_WR);  // kills the child
     }
   }
-  // 2. What is on its way. A process that was not killed may keep the pipes
+  // 3. What is on its way. A process that was not killed may keep the pipes
   // open.
   while (inlets.Read(0)) {
   }

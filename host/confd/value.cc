@@ -55,7 +55,8 @@ void ParsePrefix(int family, std::string_view text, void* address,
                  std::uint8_t* length) {
   const std::size_t slash = text.find('/');
   ParseAddress(family, text.substr(0, slash), address);
-  std::from_chars(text.data() + slash + 1, text.data() + text.size(), *length);
+  const std::string_view digits = text.substr(slash + 1);
+  std::from_chars(digits.data(), digits.data() + digits.size(), *length);
 }
 
 // The type of the value: that of the leaf, except for a union or leafref.
